@@ -1,0 +1,158 @@
+#pragma once
+// The desktop as MOXI sees it: one record of functions, filled by exactly one implementation
+// (desktop/sdl or desktop/headless) before the application starts. Everything above this line is
+// the same code on every desktop.
+//
+// Coordinates: windows and screens have their origin at the bottom-left of the main screen, y
+// upwards, in points (one point is one pixel). View rectangles have their origin at the view's
+// bottom-left corner. Pointer positions have their origin at the view's top-left corner.
+//
+// All functions are called on the main thread unless a comment says otherwise.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/types.h"
+
+struct ViewRect {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+};
+
+struct WindowFrame {
+    i32 x = 0;
+    i32 y = 0;
+    i32 width = 0;
+    i32 height = 0;
+};
+
+struct ViewSize {
+    i32 width = 0;
+    i32 height = 0;
+};
+
+struct Screen {
+    WindowFrame frame;         // the whole screen
+    WindowFrame visibleFrame;  // without panels and docks
+};
+
+struct DateTime {
+    u32 year = 0;
+    u32 month = 0;   // 1..12
+    u32 day = 0;     // 1..31
+    u32 hour = 0;    // 0..23
+    u32 minute = 0;  // 0..59
+    u32 second = 0;  // 0..60
+};
+
+// What the view shows: rows top first, 4 bytes a pixel in the order R, G, B, unused.
+struct ViewPixels {
+    const u8* pixels = nullptr;
+    i32 width = 0;
+    i32 height = 0;
+};
+
+using TimerId = u32;  // 0 means no timer
+
+struct Desktop {
+    // --- Application
+
+    // Delivers desktopEvents.didFinishLaunching, then events, queued work, redraws and timers
+    // until the application has terminated.
+    void (*runEventLoop)();
+    // Asks the application to quit, as the menu's quit item does: desktopEvents.shouldTerminate
+    // decides; the event loop returns some time after it agreed.
+    void (*terminate)();
+    // Releases windows, devices and devices' threads; called once, just before the process ends.
+    void (*shutDown)();
+
+    // --- The one window and its view
+
+    // Makes the window, not yet shown, with this content rectangle.
+    void (*createWindow)(WindowFrame content);
+    void (*setWindowTitle)(const char* utf8);
+    void (*showWindow)();
+    void (*closeWindow)();  // as the close button: desktopEvents.windowShouldClose decides
+    void (*minimizeWindow)();
+    // Frame with the decorations where the desktop reports them.
+    WindowFrame (*windowFrame)();
+    // Moves and sizes the window. In full screen it sets the frame to come back to.
+    void (*setWindowFrame)(WindowFrame frame);
+    ViewSize (*viewSize)();
+    bool (*isFullScreen)();
+    void (*toggleFullScreen)();
+    // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
+    void (*requestRedraw)(ViewRect rect);
+    // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
+    void (*presentView)(ViewPixels view, ViewRect rect);
+
+    // --- Screens
+
+    std::vector<Screen> (*screens)();  // the main screen first; never empty
+
+    // --- Time
+
+    // Monotonic time in nanoseconds since an arbitrary start.
+    u64 (*nanoseconds)();
+    // Told after the module has read the clock, so that virtual time can get on.
+    void (*clockWasRead)();
+    DateTime (*localDateTime)();
+    // Calls `handler` on the main thread every `microseconds` (at least 1), first after one
+    // interval. Missed firings are skipped and the phase is kept.
+    TimerId (*startTimer)(u64 microseconds, void (*handler)());
+    void (*stopTimer)(TimerId timer);  // 0 is ignored
+    // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
+    void (*sleep)(u64 milliseconds);
+
+    // --- Threads
+
+    bool (*isMainThread)();               // any thread
+    void (*queueOnMain)(void (*work)());  // any thread; runs later, in order, on the main thread
+
+    // --- Services
+
+    std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
+    void (*setClipboardText)(const std::string& utf8);
+    void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
+    void (*openUrl)(const std::string& utf8);
+    // Shows a modal box with a warning sign, the text and the button "Sigh"; returns when it is
+    // dismissed. The text has been written to standard error already.
+    void (*alert)(const std::string& utf8);
+};
+
+// Harmless defaults: a desktop without a screen, on which nothing happens. Tests replace single
+// functions.
+inline constinit Desktop desktop = {
+    .runEventLoop = [] {},
+    .terminate = [] {},
+    .shutDown = [] {},
+    .createWindow = [](WindowFrame) {},
+    .setWindowTitle = [](const char*) {},
+    .showWindow = [] {},
+    .closeWindow = [] {},
+    .minimizeWindow = [] {},
+    .windowFrame = [] { return WindowFrame{}; },
+    .setWindowFrame = [](WindowFrame) {},
+    .viewSize = [] { return ViewSize{}; },
+    .isFullScreen = [] { return false; },
+    .toggleFullScreen = [] {},
+    .requestRedraw = [](ViewRect) {},
+    .presentView = [](ViewPixels, ViewRect) {},
+    .screens = [] { return std::vector<Screen>{Screen{}}; },
+    .nanoseconds = [] { return u64{0}; },
+    .clockWasRead = [] {},
+    .localDateTime = [] { return DateTime{}; },
+    .startTimer = [](u64, void (*)()) { return TimerId{0}; },
+    .stopTimer = [](TimerId) {},
+    .sleep = [](u64) {},
+    .isMainThread = [] { return true; },
+    .queueOnMain = [](void (*work)()) { work(); },
+    .clipboardText = [] { return std::optional<std::string>{}; },
+    .setClipboardText = [](const std::string&) {},
+    .setHandCursor = [](bool) {},
+    .openUrl = [](const std::string&) {},
+    .alert = [](const std::string&) {},
+};

@@ -1,0 +1,87 @@
+#pragma once
+// What a desktop tells the application: one record of handlers, called on the main thread by the
+// desktop implementation and filled by app/wiring.cpp. Positions of the pointer are whole view
+// points with the origin at the view's top-left corner, y downwards.
+
+#include <string>
+
+#include "base/types.h"
+#include "desktop/desktop.h"
+
+struct DesktopEvents {
+    // --- Application
+    void (*didFinishLaunching)();
+    bool (*shouldTerminate)();
+    void (*willTerminate)();
+    void (*willBecomeActive)();
+    void (*screensChanged)();
+
+    // --- Window
+    bool (*windowShouldClose)();
+    void (*windowWillClose)();
+    void (*windowDidResize)();
+    void (*windowDidMove)();
+    void (*windowDidMiniaturize)();
+    void (*windowDidDeminiaturize)();
+    void (*windowWillEnterFullScreen)();
+    void (*windowDidEnterFullScreen)();
+    void (*windowWillExitFullScreen)();
+    void (*windowDidExitFullScreen)();
+    void (*windowWillStartLiveResize)();
+    void (*windowDidEndLiveResize)();
+    void (*viewFrameDidChange)();
+
+    // --- View
+    void (*drawRect)(ViewRect rect);
+
+    // --- Input. `code` is a positional virtual key code 0..127; `text` is UTF-8, empty for none.
+    void (*keyDown)(u8 code, const std::string& text);
+    void (*keyUp)(u8 code, const std::string& text);
+    // Text that an input method commits without a key press, at most 8 bytes.
+    void (*textInput)(const std::string& text);
+    void (*flagsChanged)(bool shift, bool command, bool option);
+    // `button`: 0 left, 1 right, 2 middle, 3 and up the others.
+    void (*mouseDown)(u32 button, i32 x, i32 y, i32 clicks);
+    void (*mouseUp)(u32 button, i32 x, i32 y);
+    void (*mouseMoved)(i32 x, i32 y);
+    void (*mouseDragged)(u32 button, i32 x, i32 y);
+    void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
+
+    // --- Scripts
+    void (*post)(u32 command, u32 p1, u32 p2, u32 p3);
+    // Writes what the view shows to a PNG file; false when it cannot be written.
+    bool (*screenshot)(const std::string& path);
+};
+
+inline constinit DesktopEvents desktopEvents = {
+    .didFinishLaunching = [] {},
+    .shouldTerminate = [] { return true; },
+    .willTerminate = [] {},
+    .willBecomeActive = [] {},
+    .screensChanged = [] {},
+    .windowShouldClose = [] { return true; },
+    .windowWillClose = [] {},
+    .windowDidResize = [] {},
+    .windowDidMove = [] {},
+    .windowDidMiniaturize = [] {},
+    .windowDidDeminiaturize = [] {},
+    .windowWillEnterFullScreen = [] {},
+    .windowDidEnterFullScreen = [] {},
+    .windowWillExitFullScreen = [] {},
+    .windowDidExitFullScreen = [] {},
+    .windowWillStartLiveResize = [] {},
+    .windowDidEndLiveResize = [] {},
+    .viewFrameDidChange = [] {},
+    .drawRect = [](ViewRect) {},
+    .keyDown = [](u8, const std::string&) {},
+    .keyUp = [](u8, const std::string&) {},
+    .textInput = [](const std::string&) {},
+    .flagsChanged = [](bool, bool, bool) {},
+    .mouseDown = [](u32, i32, i32, i32) {},
+    .mouseUp = [](u32, i32, i32) {},
+    .mouseMoved = [](i32, i32) {},
+    .mouseDragged = [](u32, i32, i32) {},
+    .scrollWheel = [](double, double, i32, i32) {},
+    .post = [](u32, u32, u32, u32) {},
+    .screenshot = [](const std::string&) { return false; },
+};

@@ -1,0 +1,31 @@
+#pragma once
+// The fatal message box, the system log and the debug log.
+
+#include <string>
+#include <string_view>
+
+#include "base/types.h"
+
+constexpr u32 kMessageBufferSize = 1024;
+
+// One line on standard error, "log: TEXT"; a line feed is written as \n and a backslash as \\.
+void SystemLog(std::string_view text);
+
+// printf into a string, for messages with addresses and numbers.
+[[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
+
+// Shows `text` (8-bit Mac Roman, cut to 1,023 bytes) in the modal fatal message box and as
+// "fatal: TEXT" on standard error. Returns when the box is dismissed; it does not end the process,
+// each caller decides what follows. Called on a thread other than the main one, it has the main
+// thread show the box and never returns.
+void ShowFatalMessage(std::string_view text);
+
+// Appends the bytes to debug.log in the data folder, which is opened and closed each time. A file
+// that cannot be opened or made drops them.
+void AppendDebugLog(std::string_view bytes);
+
+// Ends the process through vmSlots.endProcess.
+[[noreturn]] void EndProcess(int status);
+
+// 8-bit Mac Roman text as UTF-8.
+std::string MacRomanToUtf8(std::string_view text);

@@ -1,0 +1,38 @@
+#pragma once
+// Memory safety at no cost per access: the image lies in a reserved, inaccessible address range,
+// an access beyond the image raises a signal, and the signal ends the run with a message.
+
+#include "base/types.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kCheckedAccess = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(undefined_behavior_sanitizer)
+inline constexpr bool kCheckedAccess = true;
+#else
+inline constexpr bool kCheckedAccess = false;
+#endif
+#else
+inline constexpr bool kCheckedAccess = false;
+#endif
+
+// Ends the host: one line with the newest trace addresses goes to debug.log, then the fatal
+// message "Memory fault at 0x%8.8X. Terminating. So sorry." with the header's PC is shown, then
+// the process ends with status 1.
+[[noreturn]] void MemoryFault();
+
+// The same with "Division error at 0x%8.8X. Terminating. So sorry.".
+[[noreturn]] void DivisionError();
+
+// MemoryFault unless [address, address + size) is accessible. Used where kCheckedAccess holds.
+void CheckAccess(u32 address, u32 size);
+
+// Runs `run` with the guard armed: an access outside the image inside it becomes a MemoryFault.
+// May be nested.
+void RunGuarded(void (*run)());
+
+// The reservation. ReserveImage returns the address of an accessible, zero-filled block of `size`
+// bytes that starts on a multiple of 64 and ends (but for at most 63 bytes of padding) where the
+// inaccessible rest of the range begins; null when there is not enough memory.
+u8* ReserveImage(u32 size);
+void ReleaseImage();

@@ -1,0 +1,110 @@
+#pragma once
+// The module image: one block that holds the header (which is the machine's register file), code,
+// data, globals, stack and heap. A module address is an unsigned 32-bit byte offset into it.
+//
+// The image lies at the start of a reserved address range that is larger than every 32-bit
+// address plus the longest operand, so instructions reach it unchecked (vm/guard.h). Services that
+// take an address and a length from the module check the whole range once, with CheckedRange.
+
+#include <cstring>
+
+#include "base/types.h"
+#include "vm/guard.h"
+
+// --- State
+
+extern u8* image;      // first byte of the header
+extern u32 imageSize;  // bytes
+extern u32 heapStart;  // offset of the first heap byte, also the initial stack top
+extern u32 heapSize;   // bytes
+
+// The PC trace: addresses of the last 1,024 instructions, for a debugger and for the line that a
+// fault writes. Entry (pcTraceCount - 1) & 1023 is the newest.
+constexpr u32 kPcTraceSize = 1024;
+extern u32 pcTrace[kPcTraceSize];
+extern u64 pcTraceCount;
+
+// Address after the last call instruction, printed by LockHeap's failure line.
+extern u32 pcPreJsr;
+
+// Saved modal contexts; see the MODAL and EMOD instructions.
+extern i32 modalDepth;
+
+// Set by MODAL.N: the next real redraw happens even during a message and posts MSG_PRESENTED.
+extern bool presentNotify;
+
+// --- Header offsets
+
+constexpr u32 kHeaderSize = 512;
+constexpr u32 kHeaderRegisters = 8;
+constexpr u32 kHeaderR14 = 120;
+constexpr u32 kHeaderR15 = 128;
+constexpr u32 kHeaderPC = 136;
+constexpr u32 kHeaderStackTop = 144;
+constexpr u32 kHeaderStackLimit = 152;
+constexpr u32 kHeaderSP = 160;
+constexpr u32 kHeaderFP = 168;
+constexpr u32 kHeaderModalChain = 176;
+constexpr u32 kHeaderBlockCount = 184;
+constexpr u32 kHeaderFlags = 192;
+constexpr u32 kHeaderResult = 193;
+constexpr u32 kHeaderVersionStamp = 195;
+constexpr u32 kHeaderMagic = 208;
+constexpr u32 kHeaderGeneration = 212;
+constexpr u32 kHeaderModuleMajor = 218;
+constexpr u32 kHeaderModuleMinor = 219;
+constexpr u32 kHeaderLoadedLength = 224;
+constexpr u32 kHeaderGlobalsSize = 232;
+constexpr u32 kHeaderStackSize = 240;
+constexpr u32 kHeaderHeapSize = 248;
+constexpr u32 kHeaderFreeHeapPC = 496;    // printed by FreeHeap's failure line
+constexpr u32 kHeaderGetHeapAdrPC = 504;  // printed by GetHeapAdr's failure line
+
+constexpr u32 kEntryPoint = 512;
+
+constexpr u32 RegisterAddress(u32 r) {
+    return kHeaderRegisters + 8 * r;
+}
+
+// --- Flags
+
+constexpr u8 kOdd = 1;
+constexpr u8 kZero = 2;
+constexpr u8 kNeg = 4;
+
+// --- Loads and stores
+
+// Reads a T at a module address; an address outside the image ends the run with a memory fault.
+// Builds with sanitizers check the address, others leave it to the guard.
+template <class T>
+inline T Load(u32 address) {
+    if constexpr (kCheckedAccess) CheckAccess(address, sizeof(T));
+    T value;
+    std::memcpy(&value, image + address, sizeof value);
+    return value;
+}
+
+// Writes `value` at a module address; faults as Load does.
+template <class T>
+inline void Store(u32 address, T value) {
+    if constexpr (kCheckedAccess) CheckAccess(address, sizeof(T));
+    std::memcpy(image + address, &value, sizeof value);
+}
+
+// --- Checked ranges, for services and block operations
+
+// The bytes [address, address + size) as a host pointer. A range that leaves the image ends the
+// host with a memory fault; an empty range is never a fault.
+u8* CheckedRange(u32 address, u64 size);
+
+// The NUL-terminated text at `address`. A text without a NUL inside the image is a memory fault.
+const char* CheckedString(u32 address);
+
+// --- Life
+
+// Reserves the range, puts a zero-filled image of `size` bytes into it and sets `image` and
+// `imageSize`. False when there is not enough memory. A former image is released.
+bool AllocateImage(u32 size);
+
+// Releases the image and sets the state of this file to that of a new process. For tests.
+void ResetMachine();

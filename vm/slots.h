@@ -1,0 +1,38 @@
+#pragma once
+// What the machine needs from higher rooms: function slots with harmless defaults, written only by
+// app/wiring.cpp and by tests.
+
+#include <cstdlib>
+
+#include "base/types.h"
+
+struct VmSlots {
+    void (*sysDispatch)();
+    // The screen's dirty rectangle is not empty.
+    bool (*screenIsDirty)();
+    void (*flushDirtyRect)();
+    // Takes the next message off the queue; false when there is none or delivery is suspended.
+    bool (*takeQueuedMessage)(u32 message[4]);
+    // File services. Handles are 32-bit, 0xFFFFFFFF is none; `name` is relative to the game's
+    // folders. Modes are 0x8000 read, 0x8002 update, 0x8302 create or truncate.
+    u32 (*openFile)(const char* name, u32 mode);
+    u32 (*readFile)(u32 handle, void* buffer, u32 count);
+    u32 (*writeFile)(u32 handle, const void* data, u32 count);
+    u32 (*seekFile)(u32 handle, u32 offset, u32 origin);
+    void (*closeFile)(u32 handle);
+    // The one place where the process ends.
+    void (*endProcess)(int status);  // does not return
+};
+
+inline constinit VmSlots vmSlots = {
+    .sysDispatch = [] {},
+    .screenIsDirty = [] { return false; },
+    .flushDirtyRect = [] {},
+    .takeQueuedMessage = [](u32*) { return false; },
+    .openFile = [](const char*, u32) { return u32{0xFFFFFFFF}; },
+    .readFile = [](u32, void*, u32) { return u32{0}; },
+    .writeFile = [](u32, const void*, u32) { return u32{0}; },
+    .seekFile = [](u32, u32, u32) { return u32{0xFFFFFFFF}; },
+    .closeFile = [](u32) {},
+    .endProcess = [](int status) { std::exit(status); },
+};
