@@ -1,0 +1,45 @@
+#include "vm/machine.h"
+
+constinit u8* image = nullptr;
+constinit u32 imageSize = 0;
+constinit u32 heapStart = 0;
+constinit u32 heapSize = 0;
+
+constinit u32 pcTrace[kPcTraceSize] = {};
+constinit u64 pcTraceCount = 0;
+constinit u32 pcPreJsr = 0;
+constinit i32 modalDepth = 0;
+constinit bool presentNotify = false;
+
+u8* CheckedRange(u32 address, u64 size) {
+    if (size != 0 && size > u64{imageSize} - (address < imageSize ? address : imageSize)) {
+        MemoryFault();
+    }
+    return image + address;
+}
+
+const char* CheckedString(u32 address) {
+    const u8* const text = image + address;
+    if (address >= imageSize || std::memchr(text, 0, imageSize - address) == nullptr) {
+        MemoryFault();
+    }
+    return reinterpret_cast<const char*>(text);
+}
+
+bool AllocateImage(u32 size) {
+    u8* const block = ReserveImage(size);
+    if (block == nullptr) return false;
+    image = block;
+    imageSize = size;
+    return true;
+}
+
+void ResetMachine() {
+    ReleaseImage();
+    image = nullptr;
+    imageSize = heapStart = heapSize = 0;
+    pcTraceCount = 0;
+    pcPreJsr = 0;
+    modalDepth = 0;
+    presentNotify = false;
+}

@@ -1,0 +1,82 @@
+#include "vm/run_cycle.h"
+
+#include <algorithm>
+
+#include "vm/diagnostics.h"
+#include "vm/heap.h"
+#include "vm/interpreter.h"
+#include "vm/machine.h"
+#include "vm/slots.h"
+
+constinit bool inMX = false;
+constinit u32 runState = 0;
+constinit u32 heapHighWater = 0;
+constinit i32 moduleStarted = 0;
+
+namespace {
+
+constexpr u32 kMessageEnd = 4;
+constexpr u32 kStackReserve = 100;
+constexpr u32 kArgumentBytes = 16;
+constexpr u32 kFrameSize = 24;
+
+void PushMessageFrame(u32 sp, u32 command, u32 p1, u32 p2, u32 p3) {
+    const u32 frame[kFrameSize / 4] = {0, kArgumentBytes, command, p1, p2, p3};
+    const u32 newSP = sp - kFrameSize;
+    std::memcpy(CheckedRange(newSP, kFrameSize), frame, kFrameSize);
+    Store<u32>(kHeaderSP, newSP);
+    Store<u32>(kHeaderPC, kEntryPoint);
+}
+
+}  // namespace
+
+i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3) {
+    if (inMX) SystemLog("inMX MXmsg");
+    while (vmSlots.screenIsDirty()) vmSlots.flushDirtyRect();
+    inMX = true;
+    // inMX stays set here: the process is about to end and no later message is run.
+    if (command != kMessageEnd && (runState & kRunEnding) != 0) return 0;
+
+    const u32 sp = Load<u32>(kHeaderSP);
+    if (sp - kStackReserve < Load<u32>(kHeaderStackLimit)) {
+        ShowFatalMessage("Out of stack");
+        EndProcess(1);
+    }
+    PushMessageFrame(sp, command, p1, p2, p3);
+    RunInterpreter();
+    heapHighWater = std::max(heapHighWater, heapFree);
+    CompactHeap();
+    inMX = false;
+
+    if (runState == 0) {
+        if (vmSlots.screenIsDirty()) vmSlots.flushDirtyRect();
+    } else if (runState == kRunStop) {
+        runState = kRunStop | kRunEnding;
+        ForceMsg(kMessageEnd, 0, 0, 0);
+        EndProcess(0);
+    }
+    return Load<i8>(kHeaderResult);
+}
+
+i32 ForceMsg(u32 command, u32 p1, u32 p2, u32 p3) {
+    if (inMX) {
+        SystemLog(FormatText("ForceMsg BAD CALL! cmd=%d", static_cast<i32>(command)));
+        ShowFatalMessage("ForceMsg BAD CALL!");
+    }
+    if (moduleStarted == 0) return 0;
+    return static_cast<i8>(MXmsg(command, p1, p2, p3));
+}
+
+void DeliverQueuedMessage() {
+    u32 message[4];
+    if (vmSlots.takeQueuedMessage(message)) {
+        MXmsg(message[0], message[1], message[2], message[3]);
+    }
+}
+
+void ResetRunCycle() {
+    inMX = false;
+    runState = 0;
+    heapHighWater = 0;
+    moduleStarted = 0;
+}
