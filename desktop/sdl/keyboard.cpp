@@ -104,7 +104,7 @@ void ReleaseHeldKeys() {
     TellModifiers({});
 }
 
-void ResetKeyboard() {
+void ResetSdlKeyboard() {
     told = {};
     heldKeys.reset();
     ResetKeyText();

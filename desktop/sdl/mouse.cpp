@@ -80,7 +80,7 @@ void ReleaseHeldButtons() {
 
 bool AnyButtonHeld() { return heldButtons != 0; }
 
-void ResetMouse() {
+void ResetSdlMouse() {
     heldButtons = 0;
     pointerX = pointerY = 0;
     leftOverX = leftOverY = 0;

@@ -72,8 +72,8 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     }
     BindGateToMainThread();
     ResetTimers();
-    ResetKeyboard();
-    ResetMouse();
+    ResetSdlKeyboard();
+    ResetSdlMouse();
     StartScreens();
     StartRunLoop(options.fullScreen);
     SDL_StartTextInput();
