@@ -50,7 +50,7 @@ Outcome OutcomeOfEnd() {
     return StartsWith(last, "Division error") ? Outcome::DivisionError : Outcome::MemoryFault;
 }
 
-RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, u64 budget, i32 depth) {
+RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions& options) {
     if (imageSize != bytes.size() && !AllocateImage(static_cast<u32>(bytes.size()))) {
         throw std::bad_alloc();
     }
@@ -58,7 +58,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, u64 budget, i32 d
     std::memset(image + bytes.size(), 0, (bytes.size() + 63) / 64 * 64 - bytes.size());
     pcTraceCount = 0;
     pcPreJsr = 0;
-    modalDepth = depth;
+    modalDepth = options.modalDepth;
     presentNotify = false;
     runState = 0;
     vmEvents.messages.clear();
@@ -67,10 +67,10 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, u64 budget, i32 d
 
     RunResult result;
     instructionTrace = traced ? &kBudgetTrace : nullptr;
-    instructionsLeft = budget;
+    instructionsLeft = options.budget;
     try {
         RunInterpreter();
-        result.outcome = OutcomeOfReturn(depth);
+        result.outcome = OutcomeOfReturn(options.modalDepth);
     } catch (const ProcessEnded& end) {
         EXPECT_EQ(end.status, 1);
         result.outcome = OutcomeOfEnd();
@@ -91,11 +91,12 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, u64 budget, i32 d
     return result;
 }
 
-RunResult RunOnPlain(const std::vector<u8>& bytes, u64 budget, i32 depth) {
+RunResult RunOnPlain(const std::vector<u8>& bytes, const RunOptions& options) {
     plain::Machine m = plain::MakeMachine(bytes);
-    m.modalDepth = depth;
+    m.modalDepth = options.modalDepth;
+    m.sys = options.plainSys;
     RunResult result;
-    result.outcome = plain::Run(m, budget);
+    result.outcome = plain::Run(m, options.budget);
     result.image.assign(m.memory.begin(), m.memory.begin() + static_cast<i64>(bytes.size()));
     result.messages = std::move(m.messages);
     result.debugLog = std::move(m.debugLog);
@@ -153,9 +154,9 @@ const char* EngineName(Engine engine) {
     return "?";
 }
 
-RunResult RunOn(Engine engine, const std::vector<u8>& bytes, u64 budget, i32 depth) {
-    if (engine == Engine::Plain) return RunOnPlain(bytes, budget, depth);
-    return RunOnHost(engine == Engine::Traced, bytes, budget, depth);
+RunResult RunOn(Engine engine, const std::vector<u8>& bytes, const RunOptions& options) {
+    if (engine == Engine::Plain) return RunOnPlain(bytes, options);
+    return RunOnHost(engine == Engine::Traced, bytes, options);
 }
 
 std::string FieldName(u32 address) {
@@ -204,7 +205,7 @@ std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wante
 
 void ExpectRun(const std::string& name, const Picture& before, const Expected& expected) {
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        const RunResult result = RunOn(engine, before.bytes, 1000, expected.modalDepthBefore);
+        const RunResult result = RunOn(engine, before.bytes, {.modalDepth = expected.modalDepthBefore});
         const std::string where = name + " on the " + EngineName(engine);
         EXPECT_STREQ(plain::OutcomeName(result.outcome), plain::OutcomeName(expected.outcome))
             << where;

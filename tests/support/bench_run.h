@@ -2,7 +2,7 @@
 // Runs one image on the interpreter, at full speed and traced, and on the plain executor, and
 // compares what is left.
 
-#include <map>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -55,9 +55,15 @@ struct RunResult {
     bool nansMet = false;
 };
 
-// Runs `image` from its header's PC. The budget of instructions binds the traced interpreter and
-// the plain executor only. Needs StartVmBench; leaves the heap as it is.
-RunResult RunOn(Engine engine, const std::vector<u8>& image, u64 budget, i32 modalDepth = 0);
+struct RunOptions {
+    u64 budget = 1000;  // instructions; binds the traced interpreter and the plain executor only
+    i32 modalDepth = 0;
+    // What the plain executor's SYS does; the interpreter's calls vmSlots.sysDispatch.
+    std::function<void(plain::Machine&)> plainSys = [](plain::Machine&) {};
+};
+
+// Runs an image from its header's PC. Needs StartVmBench; leaves the heap as it is.
+RunResult RunOn(Engine engine, const std::vector<u8>& bytes, const RunOptions& options = {});
 
 // --- Comparison
 

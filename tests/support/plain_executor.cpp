@@ -349,9 +349,10 @@ void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
         IllegalFloatSize(run);
         return;
     }
+    // FCMP has no observable effect at all, so it does not even look at its operands.
+    if (group == 21) return;
     const u64 a = Read(run.m, o.a, BytesOf(size));
     const u64 b = Read(run.m, o.b, BytesOf(size));
-    if (group == 21) return;  // FCMP
     const u64 result = size == 2 ? BitsOfFloat(Arithmetic(run, group, FloatOf(a), FloatOf(b)))
                                  : BitsOfDouble(Arithmetic(run, group, DoubleOf(a), DoubleOf(b)));
     Write(run.m, o.a, result, BytesOf(size));
@@ -497,9 +498,8 @@ void OneOperandInstruction(State& run, u32 w) {
                 IllegalFloatSize(run);
             } else if (size == 2) {  // FNEG
                 Write(m, e, Read(m, e, 4) ^ 0x80000000u, 4);
-            } else {  // DNEG: the low half of the result is the low half of the value
-                Write(m, e, Read(m, e, 8), 4);
             }
+            // DNEG would store back the low half, which the sign is not in: nothing to do.
             return;
         case 1:  // NEG
             Write(m, e, 0 - value(), bytes);
@@ -651,14 +651,15 @@ void Return(State& run, u32 w) {
     if (returnAddress == 0) throw Halt{Outcome::Returned};
 }
 
+// The context is gathered before any of it is stored: previous chain, FP, PC, R0 .. R15.
 [[noreturn]] void Modal(State& run) {
     Machine& m = run.m;
-    const u32 chain = Read32(m, kModalChain);
+    const u32 words[3] = {Read32(m, kModalChain), run.fp, run.next};
+    const std::vector<u8> registers(&m.memory[RegisterSlot(0)], &m.memory[RegisterSlot(16)]);
     run.sp -= 140;
-    Write(m, run.sp, chain, 4);
-    Write(m, run.sp + 4, run.fp, 4);
-    Write(m, run.sp + 8, run.next, 4);
-    CopyBlock(m, run.sp + 12, RegisterSlot(0), 128);
+    u8* const context = Range(m, run.sp, 140);
+    std::memcpy(context, words, 12);
+    std::memcpy(context + 12, registers.data(), 128);
     Write(m, kModalChain, run.sp, 4);
     ++m.modalDepth;
     throw Halt{Outcome::Modal};
@@ -673,10 +674,12 @@ void Emod(State& run) {
     }
     --m.modalDepth;
     const u32 c = Read32(m, kModalChain);
-    Write(m, kModalChain, Read32(m, c), 4);
-    run.fp = Read32(m, c + 4);
-    run.next = Read32(m, c + 8);
-    CopyBlock(m, RegisterSlot(0), c + 12, 128);
+    const u8* const start = Range(m, c, 140);
+    const std::vector<u8> context(start, start + 140);
+    std::memcpy(&run.fp, &context[4], 4);
+    std::memcpy(&run.next, &context[8], 4);
+    std::memcpy(&m.memory[kModalChain], &context[0], 4);
+    std::memcpy(&m.memory[RegisterSlot(0)], &context[12], 128);
     run.sp = c + 140;
 }
 

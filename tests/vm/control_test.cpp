@@ -223,7 +223,7 @@ TEST_F(Control, CallPushesArgumentBytesAndReturnAddressAndRemembersItsAddressPlu
     after.Put(136, kTarget, 4);
     ExpectRun("CALL", before, {.after = after});
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        EXPECT_EQ(RunOn(engine, before.bytes, 100).pcPreJsr, 520u) << EngineName(engine);
+        EXPECT_EQ(RunOn(engine, before.bytes).pcPreJsr, 520u) << EngineName(engine);
     }
 }
 
@@ -238,8 +238,8 @@ TEST_F(Control, CallrGoesToTheLowHalfOfTheRegisterAndRemembersItsAddressPlus4) {
         after.Put(160, 2792, 4);
         after.Put(136, kTarget, 4);
         ExpectRun("CALLR R" + std::to_string(r), before, {.after = after});
-        EXPECT_EQ(RunOn(Engine::Fast, before.bytes, 100).pcPreJsr, 516u);
-        EXPECT_EQ(RunOn(Engine::Plain, before.bytes, 100).pcPreJsr, 516u);
+        EXPECT_EQ(RunOn(Engine::Fast, before.bytes).pcPreJsr, 516u);
+        EXPECT_EQ(RunOn(Engine::Plain, before.bytes).pcPreJsr, 516u);
     }
 }
 
@@ -340,7 +340,7 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
     before.Put(RegisterAt(0), 0, 8);
     before.Put(RegisterAt(13), 0x7777777788888888, 8);
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        const RunResult result = RunOn(engine, before.bytes, 100000);
+        const RunResult result = RunOn(engine, before.bytes, {.budget = 100000});
         EXPECT_EQ(result.outcome, Outcome::Returned) << EngineName(engine);
         const Picture after{result.image};
         EXPECT_EQ(after.Get(1200, 4), 55u);
@@ -524,7 +524,7 @@ TEST_F(Control, DebuglogAppendsTheStringsAtR15WithoutASeparator) {
     before.Put(1201, 'a', 2);
     before.Put(1203, 'b', 2);
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        const RunResult result = RunOn(engine, before.bytes, 100);
+        const RunResult result = RunOn(engine, before.bytes);
         EXPECT_EQ(result.debugLog, "ab") << EngineName(engine);
         EXPECT_EQ(result.outcome, Outcome::Stopped) << EngineName(engine);
     }
@@ -541,7 +541,7 @@ TEST_F(Control, DuringSysTheHeaderHoldsThePcOfTheSysAndTheCurrentSpFpAndFlags) {
     before.PutWords(kBenchCode,
                     {30u << 9 | 28 | 1u << 5 | 1u << 16, 756 | 5u << 10, 340, 276 | 0xFFFFFC00});
     for (const Engine engine : {Engine::Fast, Engine::Traced}) {
-        RunOn(engine, before.bytes, 100);
+        RunOn(engine, before.bytes);
         EXPECT_EQ(seen.Get(136, 4), 524u) << EngineName(engine);
         EXPECT_EQ(seen.Get(160, 4), 2792u) << EngineName(engine);
         EXPECT_EQ(seen.Get(168, 4), 2792u) << EngineName(engine);
@@ -567,7 +567,7 @@ TEST_F(Control, AServiceCannotChangePcSpFpAndFlagsButEverythingElse) {
         after.Put(120, 0x55555555, 4);
         after.Put(520, 404, 4);
         after.Put(136, 524, 4);
-        const RunResult result = RunOn(engine, before.bytes, 100);
+        const RunResult result = RunOn(engine, before.bytes);
         EXPECT_EQ(Differences(result.image, after.bytes), "") << EngineName(engine);
     }
 }
@@ -693,7 +693,7 @@ TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirs
     before.Put(RegisterAt(1), 700, 8);
     before.PutWords(kBenchCode, {30 | 1u << 5 | 30u << 9 | 1u << 16, At(512) | 1u << 7 | 52});
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        const RunResult result = RunOn(engine, before.bytes, 5000);
+        const RunResult result = RunOn(engine, before.bytes, {.budget = 5000});
         ASSERT_EQ(result.trace.size(), 1024u) << EngineName(engine);
         EXPECT_EQ(result.trace[1023], 520u);
         EXPECT_EQ(result.trace[1022], 516u);
@@ -701,7 +701,7 @@ TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirs
         // 1401 instructions: the oldest kept is number 377, the BNE of round 189.
         EXPECT_EQ(result.trace[0], 516u);
     }
-    RunOn(Engine::Fast, before.bytes, 0);
+    RunOn(Engine::Fast, before.bytes);
     EXPECT_EQ(pcTraceCount, 1401u);
     EXPECT_EQ(pcTrace[1400 - 1024], 520u);  // the newest lies where number 376 was
 }

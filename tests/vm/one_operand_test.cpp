@@ -11,7 +11,10 @@ using plain::Outcome;
 
 namespace {
 
-class OneOperand : public VmTest {};
+class OneOperand : public VmTest {
+  protected:
+    const StandardError quiet{true};
+};
 
 constexpr int kKept = -1;
 
@@ -126,7 +129,7 @@ const Case kCases[] = {
     // 3.99; -1.5
     {"DTOL 68", 68, 0x400FEB851EB851EC, 0x400FEB8500000003, kKept},
     {"DTOL 68", 68, 0xBFF8000000000000, 0xBFF80000FFFFFFFF, kKept},
-    // Rounded to a float first: 2^24 + 1 becomes 2^24, 2^31 - 1 becomes 2^31, 1 - 1e-10 becomes 1.
+    // Rounded to a float first: 2^24 + 1 becomes 2^24, 2^31 - 1 becomes 2^31, 1 - 5e-11 becomes 1.
     {"DTOL 69", 69, 0x4170000010000000, 0x4170000001000000, kKept},
     {"DTOL 69", 69, 0x41DFFFFFFFC00000, 0x41DFFFFF80000000, kKept},
     {"DTOL 69", 69, 0x3FEFFFFFFFF920C8, 0x3FEFFFFF00000001, kKept},
@@ -253,7 +256,6 @@ TEST_F(OneOperand, PeaPushesTheAddressAsALongAtEverySize) {
 }
 
 TEST_F(OneOperand, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
-    const StandardError quiet(true);
     for (const Form& form : kForms) {
         for (const u32 operation : {0u, 1u}) {
             const Picture before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
@@ -267,7 +269,6 @@ TEST_F(OneOperand, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
 }
 
 TEST_F(OneOperand, OperationNumbers28To31And72To127AreIllegal) {
-    const StandardError quiet(true);
     for (u32 operation = 28; operation < 128; ++operation) {
         if (operation >= 32 && operation < 72) continue;
         for (const Form& form : kForms) {

@@ -11,7 +11,10 @@ using plain::Outcome;
 
 namespace {
 
-class TwoOperands : public VmTest {};
+class TwoOperands : public VmTest {
+  protected:
+    const StandardError quiet{true};
+};
 
 constexpr int kKept = -1;  // the flags of before
 
@@ -406,7 +409,6 @@ bool IsMovez(u32 operation) {
 }  // namespace
 
 TEST_F(TwoOperands, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWorkedOutByHand) {
-    const StandardError quiet(true);
     for (const Case& c : kCases) {
         for (const Form& form : kForms) {
             for (const u32 flags : {0u, 7u}) {
@@ -439,7 +441,6 @@ TEST_F(TwoOperands, EveryOperationAndSizeHasACaseThatFitsAQuickSource) {
 }
 
 TEST_F(TwoOperands, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
-    const StandardError quiet(true);
     for (const u32 operation : {68u, 69u, 72u, 73u, 76u, 77u, 80u, 81u, 84u, 85u}) {
         for (const Form& form : kForms) {
             Picture before = FormPicture();
@@ -456,7 +457,6 @@ TEST_F(TwoOperands, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
 }
 
 TEST_F(TwoOperands, OperationNumbers96To119AreIllegalAfterDecoding) {
-    const StandardError quiet(true);
     for (u32 operation = 96; operation < 120; ++operation) {
         for (const Form& form : kForms) {
             Picture before = FormPicture();
