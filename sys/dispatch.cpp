@@ -3,6 +3,8 @@
 #include "sys/file_group.h"
 #include "sys/heap_group.h"
 #include "sys/param.h"
+#include "sys/settings_group.h"
+#include "sys/text_group.h"
 #include "sys/time_group.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
@@ -16,9 +18,11 @@ void SysDispatch() {
     switch (group) {
         case 0: SysFileGroup(sub, arguments); return;
         case 2: SysTimeGroup(sub, arguments); return;
+        case 3: SysTextGroup(sub, arguments); return;
         case 5: sysSlots.graphicsGroup(sub, arguments); return;
         case 6: sysSlots.soundGroup(sub, arguments); return;
         case 7: sysSlots.hostGroup(sub, arguments); return;
+        case 8: SysProfileGroup(sub, arguments); return;
         case 9: SysHeapGroup(sub, arguments); return;
         // Reserved groups: nothing happens, and R14 keeps its value.
         case 1:

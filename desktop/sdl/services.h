@@ -1,0 +1,17 @@
+#pragma once
+// Clipboard, cursor and the local time.
+
+#include <optional>
+#include <string>
+
+#include "desktop/desktop.h"
+
+std::optional<std::string> ClipboardText();
+void SetClipboardText(const std::string& utf8);
+void SetHandCursor(bool hand);
+void FreeCursors();
+DateTime LocalDateTime();
+u64 Nanoseconds();
+
+// "log: TEXT" on standard error, a line feed as \n and a backslash as two.
+void LogLine(const std::string& text);
