@@ -2,8 +2,12 @@
 
 #include "app/finish.h"
 #include "desktop/events.h"
+#include "desktop/pango/pango_engine.h"
 #include "gfx/bitmap.h"
 #include "gfx/commands.h"
+#include "gfx/draw_text.h"
+#include "gfx/fonts.h"
+#include "gfx/image_files.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
@@ -32,6 +36,13 @@ void WireRooms() {
     sysSlots.graphicsGroup = SysGraphicsGroup;
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
+
+    gfxSlots.drawText = DrawText;
+    gfxSlots.loadImage = LoadImage;
+    gfxSlots.saveImage = SaveImage;
+    gfxSlots.emptyFontCache = EmptyFontCache;
+
+    StartPangoText();
 
     desktopEvents = {
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
