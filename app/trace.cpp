@@ -1,3 +1,5 @@
 #include "app/trace.h"
-bool StartTrace(const std::string&) { return true; }
+bool StartTrace(const std::string&) {
+    return true;
+}
 void CloseTrace() {}
