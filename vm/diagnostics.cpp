@@ -3,9 +3,8 @@
 #include <iconv.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,23 +23,6 @@ constinit char messageBuffer[kMessageBufferSize] = {};
 // 1 while a box that another thread asked for has not been dismissed.
 constinit std::atomic<u32> smFLAG = 0;
 
-// One write for the whole line, so that lines of several threads do not mix.
-void WriteErrorLine(const char* prefix, std::string_view text) {
-    std::string line = prefix;
-    for (const char c : text) {
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\\') {
-            line += "\\\\";
-        } else {
-            line += c;
-        }
-    }
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
-}
-
 void ShowMessageBuffer() {
     const std::string text = MacRomanToUtf8(messageBuffer);
     WriteErrorLine("fatal: ", text);
@@ -48,23 +30,6 @@ void ShowMessageBuffer() {
 }
 
 }  // namespace
-
-void SystemLog(std::string_view text) {
-    WriteErrorLine("log: ", text);
-}
-
-std::string FormatText(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    va_list copy;
-    va_copy(copy, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, copy);
-    va_end(copy);
-    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    va_end(arguments);
-    return text;
-}
 
 void ShowFatalMessage(std::string_view text) {
     if (smFLAG != 0) SystemLog("smFLAG");

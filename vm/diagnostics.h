@@ -1,18 +1,13 @@
 #pragma once
-// The fatal message box, the system log and the debug log.
+// The fatal message box and the debug log.
 
 #include <string>
 #include <string_view>
 
+#include "base/log.h"
 #include "base/types.h"
 
 constexpr u32 kMessageBufferSize = 1024;
-
-// One line on standard error, "log: TEXT"; a line feed is written as \n and a backslash as \\.
-void SystemLog(std::string_view text);
-
-// printf into a string, for messages with addresses and numbers.
-[[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
 
 // Shows `text` (8-bit Mac Roman, cut to 1,023 bytes) in the modal fatal message box and as
 // "fatal: TEXT" on standard error. Returns when the box is dismissed; it does not end the process,

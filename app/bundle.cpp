@@ -1,0 +1,126 @@
+#include "app/bundle.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "desktop/folders.h"
+#include "host/plist.h"
+#include "vm/diagnostics.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kModuleFile = "MAIN.MX";
+
+bool Exists(const fs::path& path) {
+    std::error_code error;
+    return fs::exists(path, error);
+}
+
+bool IsFolder(const fs::path& path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+// Absolute, without "." and ".." and without a trailing "/".
+fs::path Clean(const std::string& name) {
+    std::error_code error;
+    fs::path path = fs::absolute(name, error).lexically_normal();
+    if (!path.has_filename() && path.has_relative_path()) path = path.parent_path();
+    return path;
+}
+
+fs::path ResourcesFolder(const fs::path& game) {
+    const fs::path candidates[] = {game / "Contents" / "Resources", game / "Resources", game};
+    for (const fs::path& folder : candidates) {
+        if (Exists(folder / kModuleFile)) return folder;
+    }
+    for (const fs::path& folder : candidates) {
+        if (IsFolder(folder)) return folder;
+    }
+    return game;
+}
+
+// The game's name from its information file, else the bundle's name without its extension.
+std::string GameName(const fs::path& game, const fs::path& resources) {
+    for (const fs::path& file :
+         {game / "Contents" / "Info.plist", game / "Info.plist", resources / "Info.plist"}) {
+        if (!Exists(file)) continue;
+        pugi::xml_document document;
+        pugi::xml_node dictionary;
+        if (!LoadPlist(file, document, dictionary)) {
+            SystemLog(file.string() + ": no readable XML property list");
+            break;
+        }
+        const std::string name = PlistString(dictionary, "ZULGameName").value_or("");
+        if (!name.empty()) return name;
+        break;
+    }
+    return game.stem();
+}
+
+std::string Variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::string SupportFolder() {
+    const std::string dataHome = Variable("XDG_DATA_HOME");
+    if (!dataHome.empty()) return dataHome;
+    const std::string home = Variable("HOME");
+    return home.empty() ? "" : home + "/.local/share";
+}
+
+// The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures.
+std::string PicturesFolder() {
+    const std::string home = Variable("HOME");
+    const std::string config = Variable("XDG_CONFIG_HOME");
+    std::ifstream file((config.empty() ? home + "/.config" : config) + "/user-dirs.dirs");
+    const std::string key = "XDG_PICTURES_DIR=\"";
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') continue;
+        std::string folder = line.substr(key.size(), line.size() - key.size() - 1);
+        if (folder.rfind("$HOME", 0) == 0) folder = home + folder.substr(5);
+        return folder;
+    }
+    return home + "/Pictures";
+}
+
+fs::path ExecutableFolder() {
+    std::error_code error;
+    return fs::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+}  // namespace
+
+std::string FindGame(const std::string& game) {
+    fs::path path = Clean(game);
+    if (!Exists(path)) return game + ": there is no such game";
+    if (!IsFolder(path)) {
+        if (path.filename() != kModuleFile) return game + ": neither a folder nor a MAIN.MX";
+        path = path.parent_path();
+    }
+    if (access(path.c_str(), R_OK | X_OK) != 0) return game + ": the folder cannot be read";
+    const fs::path resources = ResourcesFolder(path);
+    folders.bundle = path;
+    folders.resources = resources;
+    folders.gameName = GameName(path, resources);
+    folders.support = SupportFolder();
+    folders.pictures = PicturesFolder();
+    return "";
+}
+
+std::string FindOwnGame() {
+    const fs::path own = ExecutableFolder();
+    if (Exists(own / kModuleFile)) return own;
+    if (Exists(own.parent_path() / "Resources" / kModuleFile)) return own.parent_path();
+    return "";
+}
+
+std::string OwnResource(const std::string& name) {
+    return ExecutableFolder().parent_path() / "share" / "moxi" / name;
+}

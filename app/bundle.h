@@ -1,0 +1,16 @@
+#pragma once
+// Where a game lies: from its path on the command line to the folders and the game's name.
+
+#include <string>
+
+// Fills `folders` for the game at `game`, a folder, an application bundle or the path of a MAIN.MX
+// file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
+std::string FindGame(const std::string& game);
+
+// The game in the program's own folder: a MAIN.MX beside the executable, or ../Resources/MAIN.MX.
+// "" when there is none.
+std::string FindOwnGame();
+
+// The path of a file among the host's own resources, share/moxi/NAME beside the folder of the
+// executable.
+std::string OwnResource(const std::string& name);

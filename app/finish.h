@@ -1,0 +1,11 @@
+#pragma once
+// The end of the process: dumps, trace and recording are completed, then the process exits.
+
+#include "app/options.h"
+
+// What the end has to write; kept from the command line.
+void PrepareFinish(const Options& options);
+
+// Writes the dumps when a module has been loaded, shuts the desktop down and exits. Called on
+// every path that ends a run; does not return.
+void Finish(int status);

@@ -1,0 +1,185 @@
+#include "app/options.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+constexpr int kWrongCommandLine = 2;
+constexpr const char* kVersion = "moxi 6.2";
+
+int Refuse(const std::string& what) {
+    std::fprintf(stderr, "moxi: %s\n", what.c_str());
+    return kWrongCommandLine;
+}
+
+std::string OneLine(std::string text) {
+    for (char& c : text) {
+        if (c == '\n' || c == '\r') c = ' ';
+    }
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
+}
+
+bool TwoDigits(const std::string& text, size_t at, u32& value) {
+    if (at + 2 > text.size() || text[at] < '0' || text[at] > '9' || text[at + 1] < '0' ||
+        text[at + 1] > '9') {
+        return false;
+    }
+    value = static_cast<u32>((text[at] - '0') * 10 + text[at + 1] - '0');
+    return true;
+}
+
+// "YYYY-MM-DD hh:mm:ss", a date that exists.
+bool ParseDate(const std::string& text, DateTime& date) {
+    u32 century = 0;
+    u32 year = 0;
+    const bool shape = text.size() == 19 && text[4] == '-' && text[7] == '-' && text[10] == ' ' &&
+                       text[13] == ':' && text[16] == ':' && TwoDigits(text, 0, century) &&
+                       TwoDigits(text, 2, year) && TwoDigits(text, 5, date.month) &&
+                       TwoDigits(text, 8, date.day) && TwoDigits(text, 11, date.hour) &&
+                       TwoDigits(text, 14, date.minute) && TwoDigits(text, 17, date.second);
+    if (!shape) return false;
+    date.year = century * 100 + year;
+    constexpr u32 kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (date.month < 1 || date.month > 12 || date.hour > 23 || date.minute > 59 ||
+        date.second > 59) {
+        return false;
+    }
+    const bool leap = date.year % 4 == 0 && (date.year % 100 != 0 || date.year % 400 == 0);
+    const u32 days = kDays[date.month - 1] + (date.month == 2 && leap ? 1 : 0);
+    return date.day >= 1 && date.day <= days;
+}
+
+bool ReadWholeFile(const std::string& path, std::string& text) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) return false;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return false;
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    return !file.bad();
+}
+
+// The texts of the options that stand for something else, as they were given.
+struct RawOptions {
+    std::string desktop;
+    std::string script;
+    u64 runMilliseconds = 0;
+    std::string date;
+};
+
+std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& headless) {
+    if (!raw.desktop.empty() && !ParseScreenSizes(raw.desktop, headless.screens)) {
+        return Refuse("--desktop: no list of screen sizes WxH[,WxH..]: " + raw.desktop);
+    }
+    if (!raw.date.empty()) {
+        DateTime date;
+        if (!ParseDate(raw.date, date)) {
+            return Refuse("--date: no date and time YYYY-MM-DD hh:mm:ss: " + raw.date);
+        }
+        headless.date = date;
+    }
+    if (raw.script.empty()) return std::nullopt;
+    std::string text;
+    if (!ReadWholeFile(raw.script, text)) return Refuse(raw.script + ": cannot be read");
+    const std::string error = ParseScript(text, headless.script);
+    if (!error.empty()) return Refuse(raw.script + ":" + error);
+    return std::nullopt;
+}
+
+std::string Absolute(const std::string& path) {
+    std::error_code error;
+    if (path.empty()) return path;
+    return std::filesystem::absolute(path, error).lexically_normal().string();
+}
+
+}  // namespace
+
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options) {
+    CLI::App app("Runs 2-D games that are compiled to a module image, MAIN.MX.", "moxi");
+    RawOptions raw;
+    const CLI::Validator filled(
+        [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
+    app.add_option("GAME", options.game, "game folder, application bundle or MAIN.MX")
+        ->check(filled);
+    app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
+        ->type_name("DIR")
+        ->check(filled);
+    app.add_flag("--mute", options.mute, "no sound device is opened");
+    app.add_option("--soundfont", options.soundfont, "SoundFont for MIDI")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_flag("--full-screen", options.fullScreen, "start in full screen");
+    app.add_flag("--headless", options.headless, "no window, no sound device, virtual clock");
+    std::vector<CLI::Option*> headlessOnly;
+    headlessOnly.push_back(
+        app.add_option("--desktop", raw.desktop, "headless: the screens, main screen first")
+            ->type_name("WxH[,WxH..]")
+            ->check(filled));
+    headlessOnly.push_back(
+        app.add_option("--script", raw.script, "headless: desktop events to play")
+            ->type_name("FILE")
+            ->check(filled));
+    CLI::Option* const runMs =
+        app.add_option("--run-ms", raw.runMilliseconds, "headless: end after N ms")
+            ->type_name("N")
+            ->check(CLI::Range(u64{0}, u64{1} << 40));
+    headlessOnly.push_back(runMs);
+    headlessOnly.push_back(
+        app.add_option("--date", raw.date, "headless: local date and time at the start")
+            ->type_name("\"YYYY-MM-DD hh:mm:ss\"")
+            ->check(filled));
+    app.add_option("--dump-image", options.dumpImage, "at exit: the module image")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_option("--dump-screen", options.dumpScreen, "at exit: the screen bitmap as a PNG")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_option("--dump-view", options.dumpView, "at exit: what the view shows as a PNG")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_option("--trace", options.trace, "write each executed instruction, as text")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_option("--record", options.record, "write the desktop events as an event script")
+        ->type_name("FILE")
+        ->check(filled);
+    headlessOnly.push_back(app.add_option("--render-audio", options.renderAudio,
+                                          "headless: what would have been heard, as a WAV file")
+                               ->type_name("FILE")
+                               ->check(filled));
+    bool noSandbox = false;
+    app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
+    app.add_flag("--debug", options.debug, "author's kit: stop where the module fails");
+    app.add_option("--profile", options.profile, "author's kit: where the time goes")
+        ->type_name("FILE")
+        ->check(filled);
+    app.add_flag("--watch", options.watch, "author's kit: start again when MAIN.MX changes");
+    app.add_option("--bundle", options.bundle, "author's kit: write an application bundle")
+        ->type_name("OUT")
+        ->check(filled);
+    app.set_version_flag("--version", kVersion);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& success) {
+        return app.exit(success);
+    } catch (const CLI::ParseError& error) {
+        return Refuse(OneLine(error.what()));
+    }
+    options.sandbox = !noSandbox;
+    for (const CLI::Option* const option : headlessOnly) {
+        if (option->count() > 0 && !options.headless) {
+            return Refuse(option->get_name() + " needs --headless");
+        }
+    }
+    if (runMs->count() > 0) options.headlessOptions.runMilliseconds = raw.runMilliseconds;
+    options.dataFolder = Absolute(options.dataFolder);
+    return ReadHeadlessOptions(raw, options.headlessOptions);
+}
+
+void PrintUsage() {
+    std::fputs("usage: moxi [options] GAME (moxi --help lists the options)\n", stderr);
+}

@@ -1,0 +1,37 @@
+#pragma once
+// The command line.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/headless/headless_desktop.h"
+
+struct Options {
+    std::string game;  // "" when none was named
+    std::string dataFolder;
+    bool mute = false;
+    std::string soundfont;
+    bool fullScreen = false;
+    bool headless = false;
+    HeadlessOptions headlessOptions;
+    std::string dumpImage;
+    std::string dumpScreen;
+    std::string dumpView;
+    std::string trace;
+    std::string record;
+    std::string renderAudio;
+    bool sandbox = true;
+    // The author's kit.
+    bool debug = false;
+    std::string profile;
+    bool watch = false;
+    std::string bundle;
+};
+
+// What the command line asks for: a run, or an end with this status (help and version have been
+// printed, a wrong command line has been reported in one line on standard error).
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options);
+
+// The usage in one line, on standard error.
+void PrintUsage();

@@ -1,0 +1,68 @@
+#include "app/wiring.h"
+
+#include "app/finish.h"
+#include "desktop/events.h"
+#include "gfx/bitmap.h"
+#include "gfx/commands.h"
+#include "host/delegate.h"
+#include "host/keyboard.h"
+#include "host/mouse.h"
+#include "host/queue.h"
+#include "host/services.h"
+#include "host/slots.h"
+#include "host/timers.h"
+#include "host/view.h"
+#include "host/window.h"
+#include "sys/dispatch.h"
+#include "sys/files.h"
+#include "vm/slots.h"
+
+void WireRooms() {
+    vmSlots.sysDispatch = SysDispatch;
+    vmSlots.screenIsDirty = [] { return dirtyRect.left < dirtyRect.right; };
+    vmSlots.flushDirtyRect = FlushDirtyRect;
+    vmSlots.takeQueuedMessage = TakeQueuedMessage;
+    vmSlots.openFile = OpenFile;
+    vmSlots.readFile = ReadFile;
+    vmSlots.writeFile = WriteFile;
+    vmSlots.seekFile = SeekFile;
+    vmSlots.closeFile = CloseFile;
+    vmSlots.endProcess = Finish;
+
+    sysSlots.graphicsGroup = SysGraphicsGroup;
+    sysSlots.hostGroup = SysHostGroup;
+    sysSlots.onTimer = OnModuleTimer;
+
+    desktopEvents = {
+        .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
+        .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
+        .willTerminate = moxiAppDelegate::applicationWillTerminate,
+        .willBecomeActive = moxiAppDelegate::applicationWillBecomeActive,
+        .screensChanged = moxiAppDelegate::screenParametersDidChange,
+        .windowShouldClose = moxiWindow::windowShouldClose,
+        .windowWillClose = moxiWindow::windowWillClose,
+        .windowDidResize = moxiWindow::didResizeNotification,
+        .windowDidMove = moxiWindow::didMoveNotification,
+        .windowDidMiniaturize = moxiWindow::didMiniaturizeNotification,
+        .windowDidDeminiaturize = moxiWindow::didDeminiaturizeNotification,
+        .windowWillEnterFullScreen = moxiWindow::willEnterFullScreenNotification,
+        .windowDidEnterFullScreen = moxiWindow::didEnterFullScreenNotification,
+        .windowWillExitFullScreen = moxiWindow::willExitFullScreenNotification,
+        .windowDidExitFullScreen = moxiWindow::didExitFullScreenNotification,
+        .windowWillStartLiveResize = moxiWindow::willStartLiveResizeNotification,
+        .windowDidEndLiveResize = moxiWindow::didEndLiveResizeNotification,
+        .viewFrameDidChange = moxiView::frameDidChange,
+        .drawRect = moxiView::drawRect,
+        .keyDown = moxiView::keyDown,
+        .keyUp = KeyUp,
+        .textInput = TextInput,
+        .flagsChanged = FlagsChanged,
+        .mouseDown = MouseDown,
+        .mouseUp = MouseUp,
+        .mouseMoved = MouseMoved,
+        .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
+        .scrollWheel = ScrollWheel,
+        .post = PostMessage,
+        .screenshot = WriteScreenshot,
+    };
+}

@@ -1,0 +1,4 @@
+#pragma once
+// Fills every function slot: how the rooms meet, on one page.
+
+void WireRooms();

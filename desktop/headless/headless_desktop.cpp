@@ -1,0 +1,406 @@
+#include "desktop/headless/headless_desktop.h"
+
+#include <algorithm>
+#include <ctime>
+#include <deque>
+
+#include "base/log.h"
+#include "desktop/events.h"
+
+namespace {
+
+constexpr u64 kMicrosecondsPerMillisecond = 1000;
+constexpr u64 kClockReadingMicroseconds = 50;
+constexpr u64 kDefaultRunMilliseconds = 1000;
+constexpr i32 kLargestSize = 32767;
+
+struct Timer {
+    TimerId id;
+    u64 interval;  // microseconds
+    u64 due;
+    void (*handler)();
+};
+
+struct QueuedWork {
+    u64 queuedAt;
+    void (*work)();
+};
+
+struct HeadlessState {
+    HeadlessOptions options;
+    u64 now = 0;  // microseconds
+    u64 end = 0;
+    bool terminated = false;
+
+    size_t nextEvent = 0;
+    std::deque<QueuedWork> mainQueue;
+    std::vector<Timer> timers;
+    TimerId lastTimer = 0;
+
+    WindowFrame frame;
+    WindowFrame frameBeforeFullScreen;
+    bool shown = false;
+    bool fullScreen = false;
+    bool miniaturized = false;
+    std::optional<ViewRect> redraw;  // the requests joined
+    u64 redrawRequestedAt = 0;
+
+    std::optional<std::string> clipboard;
+    std::time_t dateAtStart = 0;  // the local date and time as if it were UTC
+};
+
+HeadlessState state;
+
+// --- Redraws
+
+ViewRect WholeView() {
+    return {0, 0, static_cast<double>(state.frame.width), static_cast<double>(state.frame.height)};
+}
+
+void RequestRedraw(ViewRect rect) {
+    if (!(rect.width > 0 && rect.height > 0)) return;
+    if (!state.redraw) {
+        state.redraw = rect;
+        state.redrawRequestedAt = state.now;
+        return;
+    }
+    const ViewRect& waiting = *state.redraw;
+    const double left = std::min(waiting.x, rect.x);
+    const double bottom = std::min(waiting.y, rect.y);
+    const double right = std::max(waiting.x + waiting.width, rect.x + rect.width);
+    const double top = std::max(waiting.y + waiting.height, rect.y + rect.height);
+    state.redraw = ViewRect{left, bottom, right - left, top - bottom};
+}
+
+void ServeRedraw() {
+    const ViewRect waiting = *state.redraw;
+    state.redraw.reset();
+    const double left = std::max(waiting.x, 0.0);
+    const double bottom = std::max(waiting.y, 0.0);
+    const double right = std::min<double>(waiting.x + waiting.width, state.frame.width);
+    const double top = std::min<double>(waiting.y + waiting.height, state.frame.height);
+    if (left < right && bottom < top) {
+        desktopEvents.drawRect({left, bottom, right - left, top - bottom});
+    }
+}
+
+// --- The window
+
+// Sets the frame and tells of what changed, in the order move, frame change, resize.
+void ChangeFrame(WindowFrame frame) {
+    frame.width = std::clamp(frame.width, 1, kLargestSize);
+    frame.height = std::clamp(frame.height, 1, kLargestSize);
+    const WindowFrame before = state.frame;
+    state.frame = frame;
+    const bool resized = before.width != frame.width || before.height != frame.height;
+    if (before.x != frame.x || before.y != frame.y) desktopEvents.windowDidMove();
+    if (resized) {
+        if (state.shown) RequestRedraw(WholeView());
+        desktopEvents.viewFrameDidChange();
+        desktopEvents.windowDidResize();
+    }
+}
+
+void SetWindowFrame(WindowFrame frame) {
+    if (state.fullScreen) {
+        state.frameBeforeFullScreen = frame;
+    } else {
+        ChangeFrame(frame);
+    }
+}
+
+void ToggleFullScreen() {
+    if (state.fullScreen) {
+        desktopEvents.windowWillExitFullScreen();
+        state.fullScreen = false;
+        ChangeFrame(state.frameBeforeFullScreen);
+        desktopEvents.windowDidExitFullScreen();
+    } else {
+        desktopEvents.windowWillEnterFullScreen();
+        state.fullScreen = true;
+        state.frameBeforeFullScreen = state.frame;
+        ChangeFrame(desktop.screens().front().frame);
+        desktopEvents.windowDidEnterFullScreen();
+    }
+}
+
+void SetMiniaturized(bool miniaturized) {
+    if (state.miniaturized == miniaturized) return;
+    state.miniaturized = miniaturized;
+    if (miniaturized) {
+        desktopEvents.windowDidMiniaturize();
+    } else {
+        desktopEvents.windowDidDeminiaturize();
+    }
+}
+
+void Terminate() {
+    if (state.terminated || !desktopEvents.shouldTerminate()) return;
+    desktopEvents.willTerminate();
+    state.terminated = true;
+}
+
+void CloseWindow() {
+    if (!desktopEvents.windowShouldClose()) return;
+    desktopEvents.windowWillClose();
+    // The end of the application that follows asks once more; with the window gone, the answer
+    // cannot keep the program alive.
+    desktopEvents.shouldTerminate();
+    desktopEvents.willTerminate();
+    state.terminated = true;
+}
+
+std::vector<Screen> Screens() {
+    std::vector<Screen> screens;
+    i32 x = 0;
+    for (const ViewSize& size : state.options.screens) {
+        const WindowFrame frame = {x, 0, size.width, size.height};
+        screens.push_back({frame, frame});
+        x += size.width;
+    }
+    return screens;
+}
+
+// --- Script events
+
+i32 Number(const ScriptEvent& event, u32 index) {
+    return static_cast<i32>(event.numbers[index]);
+}
+
+void PlayKeyboardEvent(const ScriptEvent& event) {
+    const u8 code = static_cast<u8>(event.numbers[0]);
+    switch (event.kind) {
+        case ScriptEventKind::KeyDown: desktopEvents.keyDown(code, event.text); break;
+        case ScriptEventKind::KeyUp: desktopEvents.keyUp(code, event.text); break;
+        default: desktopEvents.flagsChanged(event.shift, event.command, event.option);
+    }
+}
+
+void PlayMouseEvent(const ScriptEvent& event) {
+    const u32 button = static_cast<u32>(event.numbers[0]);
+    const i32 x = Number(event, 1);
+    const i32 y = Number(event, 2);
+    switch (event.kind) {
+        case ScriptEventKind::MouseDown:
+            desktopEvents.mouseDown(button, x, y, Number(event, 3));
+            break;
+        case ScriptEventKind::MouseUp: desktopEvents.mouseUp(button, x, y); break;
+        case ScriptEventKind::MouseDrag: desktopEvents.mouseDragged(button, x, y); break;
+        case ScriptEventKind::Scroll:
+            desktopEvents.scrollWheel(event.deltas[0], event.deltas[1], Number(event, 0),
+                                      Number(event, 1));
+            break;
+        default: desktopEvents.mouseMoved(Number(event, 0), Number(event, 1));
+    }
+}
+
+void PlayEvent(const ScriptEvent& event) {
+    switch (event.kind) {
+        case ScriptEventKind::KeyDown:
+        case ScriptEventKind::KeyUp:
+        case ScriptEventKind::Modifiers: PlayKeyboardEvent(event); break;
+        case ScriptEventKind::MouseDown:
+        case ScriptEventKind::MouseUp:
+        case ScriptEventKind::MouseMove:
+        case ScriptEventKind::MouseDrag:
+        case ScriptEventKind::Scroll: PlayMouseEvent(event); break;
+        case ScriptEventKind::Resize:
+            ChangeFrame({state.frame.x, state.frame.y, Number(event, 0), Number(event, 1)});
+            break;
+        case ScriptEventKind::LiveResizeStart: desktopEvents.windowWillStartLiveResize(); break;
+        case ScriptEventKind::LiveResizeEnd: desktopEvents.windowDidEndLiveResize(); break;
+        case ScriptEventKind::Move:
+            ChangeFrame(
+                {Number(event, 0), Number(event, 1), state.frame.width, state.frame.height});
+            break;
+        case ScriptEventKind::Minimize: SetMiniaturized(true); break;
+        case ScriptEventKind::Restore: SetMiniaturized(false); break;
+        case ScriptEventKind::FullScreenOn:
+            if (!state.fullScreen) ToggleFullScreen();
+            break;
+        case ScriptEventKind::FullScreenOff:
+            if (state.fullScreen) ToggleFullScreen();
+            break;
+        case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
+        case ScriptEventKind::Expose:
+            // The rectangle goes to the view at once, and as it stands.
+            desktopEvents.drawRect(
+                {event.deltas[0], event.deltas[1], event.deltas[2], event.deltas[3]});
+            break;
+        case ScriptEventKind::Close: CloseWindow(); break;
+        case ScriptEventKind::Quit: Terminate(); break;
+        case ScriptEventKind::Screens:
+            state.options.screens = event.screens;
+            desktopEvents.screensChanged();
+            break;
+        case ScriptEventKind::Clipboard: state.clipboard = event.text; break;
+        case ScriptEventKind::Post:
+            desktopEvents.post(
+                static_cast<u32>(event.numbers[0]), static_cast<u32>(event.numbers[1]),
+                static_cast<u32>(event.numbers[2]), static_cast<u32>(event.numbers[3]));
+            break;
+        case ScriptEventKind::Screenshot:
+            if (!desktopEvents.screenshot(event.text)) {
+                SystemLog("screenshot: cannot write " + event.text);
+            }
+            break;
+    }
+}
+
+// --- The loop
+
+u64 EventTime(size_t index) {
+    return state.options.script[index].milliseconds * kMicrosecondsPerMillisecond;
+}
+
+bool PlayDueEvent(u64 limit) {
+    if (state.nextEvent >= state.options.script.size() || EventTime(state.nextEvent) > limit) {
+        return false;
+    }
+    PlayEvent(state.options.script[state.nextEvent++]);
+    return true;
+}
+
+bool RunQueuedWork() {
+    if (state.mainQueue.empty() || state.mainQueue.front().queuedAt > state.end) return false;
+    const QueuedWork work = state.mainQueue.front();
+    state.mainQueue.pop_front();
+    work.work();
+    return true;
+}
+
+bool ServeDueRedraw() {
+    if (!state.redraw || state.redrawRequestedAt > state.end) return false;
+    ServeRedraw();
+    return true;
+}
+
+// The timer with the earliest due time; of equal ones the first started, which is the host tick.
+Timer* EarliestTimer() {
+    const auto earliest =
+        std::min_element(state.timers.begin(), state.timers.end(),
+                         [](const Timer& a, const Timer& b) { return a.due < b.due; });
+    return earliest == state.timers.end() ? nullptr : &*earliest;
+}
+
+bool FireDueTimer(u64 limit) {
+    const Timer* const timer = EarliestTimer();
+    if (timer == nullptr || timer->due > limit) return false;
+    const TimerId id = timer->id;
+    timer->handler();
+    // The handler may have stopped its own timer or started others.
+    for (Timer& fired : state.timers) {
+        if (fired.id != id || fired.due > state.now) continue;
+        fired.due += ((state.now - fired.due) / fired.interval + 1) * fired.interval;
+    }
+    return true;
+}
+
+// Passes time up to the next event or timer; false when none is left before the end.
+bool JumpToNext() {
+    u64 next = UINT64_MAX;
+    if (state.nextEvent < state.options.script.size()) next = EventTime(state.nextEvent);
+    if (const Timer* const timer = EarliestTimer()) next = std::min(next, timer->due);
+    if (next > state.end) return false;
+    state.now = std::max(state.now, next);
+    return true;
+}
+
+void RunEventLoop() {
+    desktopEvents.didFinishLaunching();
+    while (!state.terminated) {
+        // What was due at or before the end still happens, also when the module's own waiting
+        // has carried the time beyond it.
+        const u64 limit = std::min(state.now, state.end);
+        if (PlayDueEvent(limit) || RunQueuedWork() || ServeDueRedraw() || FireDueTimer(limit)) {
+            continue;
+        }
+        if (!JumpToNext()) return;
+    }
+}
+
+// --- Time
+
+TimerId StartTimer(u64 microseconds, void (*handler)()) {
+    const u64 interval = std::max<u64>(microseconds, 1);
+    state.timers.push_back({++state.lastTimer, interval, state.now + interval, handler});
+    return state.lastTimer;
+}
+
+void StopTimer(TimerId timer) {
+    std::erase_if(state.timers, [timer](const Timer& candidate) { return candidate.id == timer; });
+}
+
+DateTime LocalDateTime() {
+    constexpr u64 kMicrosecondsPerSecond = 1000000;
+    const std::time_t time =
+        state.dateAtStart + static_cast<std::time_t>(state.now / kMicrosecondsPerSecond);
+    std::tm parts = {};
+    gmtime_r(&time, &parts);
+    return {static_cast<u32>(parts.tm_year + 1900), static_cast<u32>(parts.tm_mon + 1),
+            static_cast<u32>(parts.tm_mday),        static_cast<u32>(parts.tm_hour),
+            static_cast<u32>(parts.tm_min),         static_cast<u32>(parts.tm_sec)};
+}
+
+// The start's local date and time, kept as if it were UTC, so that virtual time passes evenly.
+std::time_t DateAtStart(const std::optional<DateTime>& date) {
+    std::tm parts = {};
+    if (date) {
+        parts.tm_year = static_cast<int>(date->year) - 1900;
+        parts.tm_mon = static_cast<int>(date->month) - 1;
+        parts.tm_mday = static_cast<int>(date->day);
+        parts.tm_hour = static_cast<int>(date->hour);
+        parts.tm_min = static_cast<int>(date->minute);
+        parts.tm_sec = static_cast<int>(date->second);
+    } else {
+        const std::time_t real = std::time(nullptr);
+        localtime_r(&real, &parts);
+    }
+    return timegm(&parts);
+}
+
+}  // namespace
+
+void StartHeadlessDesktop(const HeadlessOptions& options) {
+    state = {};
+    state.options = options;
+    state.dateAtStart = DateAtStart(options.date);
+    const u64 lastEvent = options.script.empty() ? 0 : options.script.back().milliseconds;
+    state.end = options.runMilliseconds.value_or(lastEvent + kDefaultRunMilliseconds) *
+                kMicrosecondsPerMillisecond;
+
+    desktop.runEventLoop = RunEventLoop;
+    desktop.terminate = Terminate;
+    desktop.shutDown = [] {};
+    desktop.createWindow = [](WindowFrame content) { state.frame = content; };
+    desktop.setWindowTitle = [](const char*) {};
+    desktop.showWindow = [] {
+        state.shown = true;
+        RequestRedraw(WholeView());
+    };
+    desktop.closeWindow = CloseWindow;
+    desktop.minimizeWindow = [] { SetMiniaturized(true); };
+    desktop.windowFrame = [] { return state.frame; };
+    desktop.setWindowFrame = SetWindowFrame;
+    desktop.viewSize = [] { return ViewSize{state.frame.width, state.frame.height}; };
+    desktop.isFullScreen = [] { return state.fullScreen; };
+    desktop.toggleFullScreen = ToggleFullScreen;
+    desktop.requestRedraw = RequestRedraw;
+    desktop.presentView = [](ViewPixels, ViewRect) {};
+    desktop.screens = Screens;
+    desktop.nanoseconds = [] { return state.now * 1000; };
+    desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
+    desktop.localDateTime = LocalDateTime;
+    desktop.startTimer = StartTimer;
+    desktop.stopTimer = StopTimer;
+    desktop.sleep = [](u64 milliseconds) {
+        state.now += milliseconds * kMicrosecondsPerMillisecond;
+    };
+    desktop.isMainThread = [] { return true; };
+    desktop.queueOnMain = [](void (*work)()) { state.mainQueue.push_back({state.now, work}); };
+    desktop.clipboardText = [] { return state.clipboard; };
+    desktop.setClipboardText = [](const std::string& utf8) { state.clipboard = utf8; };
+    desktop.setHandCursor = [](bool) {};
+    desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
+    desktop.alert = [](const std::string&) {};
+}

@@ -1,0 +1,22 @@
+#pragma once
+// The desktop without a screen: no window, no sound device, virtual time, events from a script.
+// It is the same host with another desktop under it, so everything that a game can see happens as
+// on a real one, and the same on every run.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/desktop.h"
+#include "desktop/headless/script.h"
+
+struct HeadlessOptions {
+    std::vector<ViewSize> screens = {{1920, 1080}};  // side by side, the main screen first
+    std::vector<ScriptEvent> script;
+    std::optional<u64> runMilliseconds;  // else 1,000 ms after the last script event
+    std::optional<DateTime> date;        // local date and time at virtual time 0; else the real one
+};
+
+// Fills the desktop record with the headless desktop. Virtual time is 0 until the event loop has
+// delivered the launch.
+void StartHeadlessDesktop(const HeadlessOptions& options);

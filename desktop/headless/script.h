@@ -1,0 +1,55 @@
+#pragma once
+// The event script of the headless desktop: one desktop event a line, `TIME NAME ARGUMENTS`.
+
+#include <string>
+#include <vector>
+
+#include "desktop/desktop.h"
+
+enum class ScriptEventKind : u8 {
+    KeyDown,
+    KeyUp,
+    Modifiers,
+    MouseDown,
+    MouseUp,
+    MouseMove,
+    MouseDrag,
+    Scroll,
+    Resize,
+    LiveResizeStart,
+    LiveResizeEnd,
+    Move,
+    Minimize,
+    Restore,
+    FullScreenOn,
+    FullScreenOff,
+    Activate,
+    Expose,
+    Close,
+    Quit,
+    Screens,
+    Clipboard,
+    Post,
+    Screenshot,
+};
+
+struct ScriptEvent {
+    u64 milliseconds = 0;
+    ScriptEventKind kind = ScriptEventKind::Activate;
+    std::string text;       // key text, clipboard text or file name
+    i64 numbers[4] = {};    // codes, buttons, positions and sizes, in the order of the line
+    double deltas[4] = {};  // scroll: DX DY; expose: X Y W H
+    bool shift = false;     // modifiers
+    bool command = false;
+    bool option = false;
+    std::vector<ViewSize> screens;
+};
+
+// Parses a whole script. An empty result string means success, else it is "LINE: what is wrong".
+std::string ParseScript(const std::string& text, std::vector<ScriptEvent>& events);
+
+// "WxH[,WxH..]" with sizes from 1 to 32767; false when it is anything else.
+bool ParseScreenSizes(const std::string& text, std::vector<ViewSize>& sizes);
+
+// A text in double quotes with the script's escapes, for writing scripts.
+std::string QuoteScriptText(const std::string& text);

@@ -1,0 +1,160 @@
+#include "desktop/sdl/alert.h"
+
+#include <SDL.h>
+#include <fontconfig/fontconfig.h>
+
+#include <algorithm>
+
+#include "desktop/sdl/box_layout.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/screens.h"
+#include "desktop/sdl/view.h"
+#include "desktop/sdl/window.h"
+
+constexpr i32 kScreenMargin = 40;  // for the box's own title bar and the desktop's panels
+constexpr int kNothingPressed = -1;
+constexpr int kWaitMilliseconds = 50;
+
+namespace {
+struct Box {
+    const BoxText* text = nullptr;
+    BoxLayout layout;
+    SDL_Window* window = nullptr;
+    u32 windowId = 0;
+    int held = kNothingPressed;    // button under a mouse button that is down
+    int result = kNothingPressed;  // set once
+};
+}  // namespace
+
+static void DrawBoxWindow(const Box& box) {
+    SDL_Surface* target = SDL_GetWindowSurface(box.window);
+    if (target == nullptr) return;
+    // A desktop that tiles windows may have made it larger.
+    cairo_surface_t* drawn = cairo_image_surface_create(
+        CAIRO_FORMAT_RGB24, std::max(target->w, 1), std::max(target->h, 1));
+    DrawBox(drawn, box.layout, box.text->message, box.text->buttons, box.held);
+    // Cairo's words hold x, R, G, B from the top byte down.
+    SDL_Surface* source = SDL_CreateRGBSurfaceWithFormatFrom(
+        cairo_image_surface_get_data(drawn), cairo_image_surface_get_width(drawn),
+        cairo_image_surface_get_height(drawn), 32, cairo_image_surface_get_stride(drawn),
+        SDL_PIXELFORMAT_XRGB8888);
+    if (source != nullptr) {
+        SDL_BlitSurface(source, nullptr, target, nullptr);
+        SDL_FreeSurface(source);
+        SDL_UpdateWindowSurface(box.window);
+    }
+    cairo_surface_destroy(drawn);
+}
+
+static void TakeFocus(const Box& box) {
+    SDL_RaiseWindow(box.window);
+    SDL_SetWindowInputFocus(box.window);
+}
+
+static bool OpenBoxWindow(Box& box) {
+    SDL_Window* parent = GameWindow();
+    SDL_Rect usable = {0, 0, 640, 400};
+    const int display = parent != nullptr ? std::max(SDL_GetWindowDisplayIndex(parent), 0) : 0;
+    SDL_GetDisplayUsableBounds(display, &usable);
+    box.layout = LayOutBox(box.text->message, box.text->buttons, usable.w - kScreenMargin,
+                           usable.h - kScreenMargin);
+    const int x = usable.x + (usable.w - box.layout.width) / 2;
+    const int y = usable.y + (usable.h - box.layout.height) / 2;
+    box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, box.layout.width,
+                                  box.layout.height, SDL_WINDOW_HIDDEN);
+    if (box.window == nullptr) return false;
+    box.windowId = SDL_GetWindowID(box.window);
+    if (parent != nullptr) SDL_SetWindowModalFor(box.window, parent);
+    SDL_ShowWindow(box.window);
+    SDL_RaiseWindow(box.window);
+    DrawBoxWindow(box);
+    return true;
+}
+
+static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
+    // A key that was down when the box came up presses nothing.
+    if (event.repeat != 0) return;
+    switch (event.keysym.scancode) {
+        case SDL_SCANCODE_RETURN:
+        case SDL_SCANCODE_RETURN2:
+        case SDL_SCANCODE_KP_ENTER:
+        case SDL_SCANCODE_SPACE: box.result = 0; break;
+        case SDL_SCANCODE_ESCAPE: box.result = box.text->cancelButton; break;
+        default: break;
+    }
+}
+
+static void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
+    if (event.button != SDL_BUTTON_LEFT) return;
+    const int at = ButtonAt(box.layout, event.x, event.y);
+    if (event.state == SDL_PRESSED) {
+        box.held = at;
+    } else {
+        if (box.held != kNothingPressed && at == box.held) box.result = at;
+        box.held = kNothingPressed;
+    }
+    DrawBoxWindow(box);
+}
+
+static void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
+    switch (event.event) {
+        case SDL_WINDOWEVENT_EXPOSED:
+        case SDL_WINDOWEVENT_SIZE_CHANGED: DrawBoxWindow(box); break;
+        case SDL_WINDOWEVENT_CLOSE: box.result = box.text->cancelButton; break;
+        default: break;
+    }
+}
+
+// The event is the box's own business, or input that a modal box keeps from the game.
+static bool TakeEvent(Box& box, const SDL_Event& event) {
+    switch (event.type) {
+        case SDL_KEYDOWN:
+            if (event.key.windowID == box.windowId) HandleBoxKey(box, event.key);
+            return true;
+        case SDL_KEYUP: return event.key.windowID == box.windowId;
+        case SDL_TEXTINPUT:
+        case SDL_TEXTEDITING:
+        case SDL_MOUSEMOTION:
+        case SDL_MOUSEWHEEL: return true;
+        case SDL_MOUSEBUTTONDOWN:
+            if (event.button.windowID == box.windowId) HandleBoxButton(box, event.button);
+            return true;
+        case SDL_MOUSEBUTTONUP:
+            if (event.button.windowID != box.windowId) return false;
+            HandleBoxButton(box, event.button);
+            return true;
+        case SDL_WINDOWEVENT:
+            if (event.window.windowID == box.windowId) {
+                HandleBoxWindowEvent(box, event.window);
+                return true;
+            }
+            if (event.window.event == SDL_WINDOWEVENT_EXPOSED && IsMainThread()) ShowView();
+            // Whoever clicks on the game must not lose the box.
+            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) TakeFocus(box);
+            return false;
+        case SDL_QUIT: box.result = box.text->cancelButton; return false;
+        default: return false;
+    }
+}
+
+int ShowBox(const BoxText& text, bool (*stop)()) {
+    FcInit();
+    Box box;
+    box.text = &text;
+    if (!OpenBoxWindow(box)) return kNothingPressed;
+    std::vector<SDL_Event> forLater;  // the game window's
+    while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
+        SDL_Event event;
+        if (SDL_WaitEventTimeout(&event, kWaitMilliseconds) == 0) continue;
+        if (!TakeEvent(box, event)) forLater.push_back(event);
+    }
+    SDL_DestroyWindow(box.window);
+    for (SDL_Event& event : forLater) SDL_PushEvent(&event);
+    return box.result;
+}
+
+void ShowAlert(const std::string& utf8) {
+    const InsideDesktop inside;
+    const char* title = GameWindowTitle();
+    ShowBox({title[0] != '\0' ? title : "MOXI", utf8, {"Sigh"}, 0}, nullptr);
+}

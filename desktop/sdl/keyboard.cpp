@@ -1,0 +1,126 @@
+#include "desktop/sdl/keyboard.h"
+
+#include <SDL_keyboard.h>
+#include <SDL_video.h>
+
+#include <bitset>
+#include <string_view>
+
+#include "desktop/events.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/key_text.h"
+#include "desktop/sdl/scancodes.h"
+
+namespace {
+struct Modifiers {
+    bool shift = false;
+    bool command = false;
+    bool option = false;
+
+    bool operator==(const Modifiers&) const = default;
+};
+}  // namespace
+
+static constinit Modifiers told;            // as the application knows them
+static constinit std::bitset<128> heldKeys;  // told as pressed and not yet as released
+
+static void TellModifiers(const Modifiers& now) {
+    if (now == told) return;
+    told = now;
+    Tell(desktopEvents.flagsChanged, now.shift, now.command, now.option);
+}
+
+static Modifiers FromSdl(u16 state) {
+    return {(state & KMOD_SHIFT) != 0, (state & KMOD_CTRL) != 0, (state & KMOD_ALT) != 0};
+}
+
+static bool IsModifierKey(u8 code) { return code >= 0x36 && code <= 0x3E; }
+
+// The layout's character of a key without modifiers, as far as SDL tells it.
+static char32_t PlainCharacter(const SDL_Keysym& key) {
+    if ((key.sym & SDLK_SCANCODE_MASK) == 0) {
+        return key.sym >= 0x20 && key.sym != 0x7F ? static_cast<char32_t>(key.sym) : 0;
+    }
+    if ((key.mod & KMOD_SHIFT) != 0) return 0;
+    const bool numLock = (key.mod & KMOD_NUM) != 0;
+    switch (key.scancode) {
+        case SDL_SCANCODE_KP_DIVIDE: return '/';
+        case SDL_SCANCODE_KP_MULTIPLY: return '*';
+        case SDL_SCANCODE_KP_MINUS: return '-';
+        case SDL_SCANCODE_KP_PLUS: return '+';
+        case SDL_SCANCODE_KP_EQUALS: return '=';
+        case SDL_SCANCODE_KP_PERIOD: return numLock ? '.' : 0;
+        case SDL_SCANCODE_KP_0: return numLock ? '0' : 0;
+        default: break;
+    }
+    if (numLock && key.scancode >= SDL_SCANCODE_KP_1 && key.scancode <= SDL_SCANCODE_KP_9) {
+        return static_cast<char32_t>('1' + (key.scancode - SDL_SCANCODE_KP_1));
+    }
+    return 0;
+}
+
+// Where Command keeps a text from coming on X11, the text that would have come is one that the
+// Control key turns into a control character. That is a digit on a French keyboard, which has its
+// digits above signs, and the slash on the keyboards that have it above a digit.
+static char32_t ShiftedDigit(char32_t digit) {
+    static const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
+    const bool isAzerty = SDL_GetKeyFromScancode(SDL_SCANCODE_Q) == SDLK_a;
+    if (isAzerty) return digit;
+    const char32_t us = ShiftedCharacter(digit);
+    return isX11 && us != '@' && us != '^' ? '/' : us;
+}
+
+void HandleKeyDown(const SDL_KeyboardEvent& event) {
+    const SDL_Keysym& key = event.keysym;
+    const u8 code = VirtualKeyCode(key.scancode);
+    if (code == kNoKeyCode) return FinishKeyPress();
+    if (IsModifierKey(code)) {
+        FinishKeyPress();
+        return TellModifiers(FromSdl(key.mod));
+    }
+    const Modifiers modifiers = FromSdl(key.mod);
+    if (modifiers != told) {
+        FinishKeyPress();
+        TellModifiers(modifiers);
+    }
+    heldKeys.set(code);
+    const char32_t plain = PlainCharacter(key);
+    const bool isDigitKey = key.sym >= SDLK_0 && key.sym <= SDLK_9;
+    PressKey({.code = code,
+              .shift = modifiers.shift,
+              .command = modifiers.command,
+              .layoutText = !modifiers.option && (key.mod & (KMOD_CAPS | KMOD_MODE)) == 0,
+              .plain = plain,
+              .shifted = isDigitKey ? ShiftedDigit(plain) : 0});
+}
+
+void HandleKeyUp(const SDL_KeyboardEvent& event) {
+    const u8 code = VirtualKeyCode(event.keysym.scancode);
+    FinishKeyPress();
+    if (code == kNoKeyCode) return;
+    if (IsModifierKey(code)) return TellModifiers(FromSdl(event.keysym.mod));
+    // A release without a press belongs to a key that something else has seen go down.
+    if (!heldKeys.test(code)) return;
+    heldKeys.reset(code);
+    ReleaseKey(code);
+}
+
+void HandleTextInput(const SDL_TextInputEvent& event) { TypeText(event.text); }
+
+void HandleKeymapChange() { ForgetLayout(); }
+
+void ReleaseHeldKeys() {
+    FinishKeyPress();
+    for (std::size_t code = 0; code < heldKeys.size(); ++code) {
+        if (!heldKeys.test(code)) continue;
+        heldKeys.reset(code);
+        ReleaseKey(static_cast<u8>(code));
+    }
+    TellModifiers({});
+}
+
+void ResetSdlKeyboard() {
+    told = {};
+    heldKeys.reset();
+    ResetKeyText();
+}

@@ -1,0 +1,200 @@
+#include "desktop/sdl/run_loop.h"
+
+#include <SDL_events.h>
+#include <SDL_timer.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "desktop/events.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/key_text.h"
+#include "desktop/sdl/keyboard.h"
+#include "desktop/sdl/mouse.h"
+#include "desktop/sdl/screens.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/timers.h"
+#include "desktop/sdl/view.h"
+#include "desktop/sdl/window.h"
+
+constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
+// Events may keep timers and redraws waiting for so long.
+constexpr u64 kEventsNanoseconds = 10 * kNanosecondsPerMillisecond;
+constexpr u64 kLongestWait = 100 * kNanosecondsPerMillisecond;
+constexpr u64 kSleepSlice = 10 * kNanosecondsPerMillisecond;
+
+static std::mutex workLock;
+static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
+static constinit u32 wakeEvent = 0;
+
+static constinit bool ended = false;
+static constinit bool quitRequested = false;
+static constinit bool closeRequested = false;
+static constinit bool enterFullScreen = false;
+
+void StartRunLoop(bool fullScreenAfterLaunch) {
+    static std::deque<void (*)()> work;
+    queuedWork = &work;
+    wakeEvent = SDL_RegisterEvents(1);
+    enterFullScreen = fullScreenAfterLaunch;
+}
+
+void RequestTerminate() { quitRequested = true; }
+
+void RequestClose() { closeRequested = true; }
+
+void QueueOnMain(void (*work)()) {
+    {
+        const std::lock_guard lock(workLock);
+        queuedWork->push_back(work);
+    }
+    if (IsMainThread()) return;
+    SDL_Event wake{};
+    wake.type = wakeEvent;
+    SDL_PushEvent(&wake);
+}
+
+static void RunOneQueued() {
+    void (*work)() = nullptr;
+    {
+        const std::lock_guard lock(workLock);
+        if (queuedWork->empty()) return;  // something nested in other work has run it
+        work = queuedWork->front();
+        queuedWork->pop_front();
+    }
+    Tell(work);
+}
+
+static bool IsForGameWindow(const SDL_Event& event) {
+    switch (event.type) {
+        case SDL_KEYDOWN:
+        case SDL_KEYUP: return event.key.windowID == 0 || IsGameWindow(event.key.windowID);
+        case SDL_TEXTINPUT: return event.text.windowID == 0 || IsGameWindow(event.text.windowID);
+        case SDL_MOUSEBUTTONDOWN:
+        case SDL_MOUSEBUTTONUP: return IsGameWindow(event.button.windowID);
+        case SDL_MOUSEMOTION: return IsGameWindow(event.motion.windowID);
+        case SDL_MOUSEWHEEL: return IsGameWindow(event.wheel.windowID);
+        case SDL_WINDOWEVENT: return IsGameWindow(event.window.windowID);
+        default: return true;
+    }
+}
+
+static void HandleEvent(const SDL_Event& event) {
+    if (!IsForGameWindow(event)) return;
+    // A press waits for its own text alone.
+    if (event.type != SDL_TEXTINPUT) FinishKeyPress();
+    // Input comes to the window as it is then.
+    if (event.type != SDL_WINDOWEVENT) SettleWindow();
+    switch (event.type) {
+        case SDL_KEYDOWN: HandleKeyDown(event.key); break;
+        case SDL_KEYUP: HandleKeyUp(event.key); break;
+        case SDL_TEXTINPUT: HandleTextInput(event.text); break;
+        case SDL_KEYMAPCHANGED: HandleKeymapChange(); break;
+        case SDL_MOUSEBUTTONDOWN:
+        case SDL_MOUSEBUTTONUP: HandleMouseButton(event.button); break;
+        case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
+        case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
+        case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
+        case SDL_DISPLAYEVENT: HandleDisplayEvent(event.display); break;
+        case SDL_RENDER_TARGETS_RESET:
+        case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
+        case SDL_QUIT: RequestTerminate(); break;
+        default: break;
+    }
+}
+
+// The end: the application's last word, then nothing more is delivered.
+static void End() {
+    Tell(desktopEvents.willTerminate);
+    ended = true;
+}
+
+static void ServeRequests() {
+    if (closeRequested) {
+        closeRequested = false;
+        if (GameWindow() != nullptr && Tell(desktopEvents.windowShouldClose)) {
+            Tell(desktopEvents.windowWillClose);
+            DestroyGameWindow();
+            // The last window ends the application. It is asked once more, but with the window
+            // gone its answer cannot keep it alive.
+            Tell(desktopEvents.shouldTerminate);
+            return End();
+        }
+    }
+    if (quitRequested) {
+        quitRequested = false;
+        if (Tell(desktopEvents.shouldTerminate)) End();
+    }
+}
+
+static void HandleEvents(SDL_Event& event) {
+    const u64 until = Nanoseconds() + kEventsNanoseconds;
+    do {
+        HandleEvent(event);
+        ServeRequests();
+    } while (!ended && Nanoseconds() < until && SDL_PollEvent(&event) != 0);
+    if (!ended) FinishKeyPress();
+}
+
+// Waits for an event until the deadline at the latest. Asks for events even when it is over.
+static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+    u64 now = Nanoseconds();
+    const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
+    const u64 milliseconds = wait / kNanosecondsPerMillisecond;
+    if (SDL_WaitEventTimeout(&event, static_cast<int>(milliseconds)) != 0) return true;
+    now = Nanoseconds();
+    // SDL waits for whole milliseconds; what remains is too short to be noticed by anyone who
+    // types, and too long to be burnt.
+    if (deadline > now && deadline - now < kNanosecondsPerMillisecond) {
+        std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
+    }
+    return false;
+}
+
+static std::size_t QueuedWorkCount() {
+    const std::lock_guard lock(workLock);
+    return queuedWork->size();
+}
+
+// When there is something to do though no event has come.
+static u64 NextTurn() {
+    if (closeRequested || quitRequested || RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    return std::min(EarliestDeadline(), NextSettling());
+}
+
+void RunEventLoop() {
+    const InsideDesktop inside;
+    ended = false;
+    Tell(desktopEvents.didFinishLaunching);
+    if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
+    while (!ended) {
+        SDL_Event event;
+        if (WaitForEvent(event, NextTurn())) HandleEvents(event);
+        ServeRequests();
+        if (ended) break;
+        SettleWindow();
+        TellScreenChanges();
+        // Work that queues more work comes again in the next turn.
+        for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
+        ServeRedraw();
+        ShowNewPixels();
+        FireDueTimer(Nanoseconds);
+    }
+}
+
+void SleepWithRedraw(u64 milliseconds) {
+    const InsideDesktop inside;
+    const u64 until = Nanoseconds() + milliseconds * kNanosecondsPerMillisecond;
+    SettleWindow();
+    ServeRedraw();
+    for (;;) {
+        SDL_PumpEvents();
+        const u64 now = Nanoseconds();
+        if (now >= until) break;
+        const OutsideDesktop outside;
+        std::this_thread::sleep_for(std::chrono::nanoseconds(std::min(until - now, kSleepSlice)));
+    }
+}

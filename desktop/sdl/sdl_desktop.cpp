@@ -1,0 +1,115 @@
+#include "desktop/sdl/sdl_desktop.h"
+
+#include <SDL.h>
+
+#include <cstdlib>
+#include <string_view>
+
+#include "desktop/desktop.h"
+#include "desktop/sdl/alert.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/keyboard.h"
+#include "desktop/sdl/mouse.h"
+#include "desktop/sdl/run_loop.h"
+#include "desktop/sdl/screens.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/timers.h"
+#include "desktop/sdl/url_opener.h"
+#include "desktop/sdl/view.h"
+#include "desktop/sdl/window.h"
+
+static void SetHints() {
+    // The window's class has to be that of the desktop entry.
+    setenv("SDL_VIDEO_X11_WMCLASS", "moxi", 1);
+    setenv("SDL_VIDEO_WAYLAND_WMCLASS", "moxi", 1);
+    SDL_SetHint(SDL_HINT_APP_NAME, "MOXI");
+    SDL_SetHint(SDL_HINT_QUIT_ON_LAST_WINDOW_CLOSE, "0");
+    SDL_SetHint(SDL_HINT_VIDEO_MINIMIZE_ON_FOCUS_LOSS, "0");
+    SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+    SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
+    SDL_SetHint(SDL_HINT_IME_SHOW_UI, "1");
+    SDL_SetHint(SDL_HINT_RENDER_VSYNC, "0");
+    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "nearest");
+}
+
+// SDL falls back silently to drivers that show nothing to anybody.
+static bool IsRealDisplay(std::string_view driver) {
+    return driver != "offscreen" && driver != "dummy" && driver != "evdev";
+}
+
+static void ShutDown() {
+    const InsideDesktop inside;
+    ResetTimers();
+    DestroyGameWindow();
+    FreeCursors();
+    StopUrlOpener();
+    SDL_Quit();
+}
+
+static TimerId StartTimer(u64 microseconds, void (*handler)()) {
+    return StartTimerAt(Nanoseconds(), microseconds, handler);
+}
+
+static std::vector<Screen> ScreensNow() {
+    const InsideDesktop inside;
+    return Screens();
+}
+
+bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
+    SetHints();
+    StartUrlOpener();
+    if (SDL_Init(SDL_INIT_VIDEO) != 0) {
+        *error = std::string("no display: ") + SDL_GetError();
+        StopUrlOpener();
+        return false;
+    }
+    const char* driver = SDL_GetCurrentVideoDriver();
+    if (driver == nullptr || !IsRealDisplay(driver)) {
+        *error = "no display: neither an X11 nor a Wayland desktop can be reached";
+        SDL_Quit();
+        StopUrlOpener();
+        return false;
+    }
+    BindGateToMainThread();
+    ResetTimers();
+    ResetSdlKeyboard();
+    ResetSdlMouse();
+    StartScreens();
+    StartRunLoop(options.fullScreen);
+    SDL_StartTextInput();
+
+    desktop = {
+        .runEventLoop = RunEventLoop,
+        .terminate = RequestTerminate,
+        .shutDown = ShutDown,
+        .createWindow = CreateGameWindow,
+        .setWindowTitle = SetGameWindowTitle,
+        .showWindow = ShowGameWindow,
+        .closeWindow = RequestClose,
+        .minimizeWindow = MinimizeGameWindow,
+        .windowFrame = GameWindowFrame,
+        .setWindowFrame = SetGameWindowFrame,
+        .viewSize = CurrentViewSize,
+        .isFullScreen = IsFullScreen,
+        .toggleFullScreen = ToggleFullScreen,
+        .requestRedraw = RequestRedraw,
+        .presentView = PresentView,
+        .screens = ScreensNow,
+        .nanoseconds = Nanoseconds,
+        .clockWasRead = [] {},
+        .localDateTime = LocalDateTime,
+        .startTimer = StartTimer,
+        .stopTimer = StopTimer,
+        .sleep = SleepWithRedraw,
+        .isMainThread = IsMainThread,
+        .queueOnMain = QueueOnMain,
+        .clipboardText = ClipboardText,
+        .setClipboardText = SetClipboardText,
+        .setHandCursor = SetHandCursor,
+        .openUrl = OpenUrl,
+        .alert = ShowAlert,
+    };
+    // From here on the application runs, and the desktop only when it is called.
+    LeaveGate();
+    return true;
+}

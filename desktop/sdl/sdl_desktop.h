@@ -1,0 +1,26 @@
+#pragma once
+// The real desktop: desktop.h on top of SDL 2.26, on X11 and on Wayland. app/ starts it once, before
+// anything else touches the `desktop` record.
+//
+//   gate.h       which thread may talk to SDL just now
+//   run_loop     events, queued work, redraws and timers, in turn
+//   timers       repeating timers with absolute deadlines
+//   window       the window, full screen, closing; geometry, geometry_tracker: what of it is told
+//   view         redraw requests and the texture that is shown
+//   keyboard     keys, with scancodes (positions) and key_text (characters)
+//   mouse        buttons, motion, wheel
+//   screens      screens and their changes, with x11_monitors
+//   services     clipboard, cursor, local time; url_opener: web addresses
+//   alert        the modal box that we draw ourselves
+//   watchdog     keeps the window alive while the module is busy for seconds
+
+#include <string>
+
+struct SdlOptions {
+    bool fullScreen = false;  // enter full screen right after launch
+};
+
+// Connects to the display and fills `desktop`. Where no display can be reached it returns false,
+// sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
+// thread before any other thread exists.
+bool StartSdlDesktop(const SdlOptions& options, std::string* error);

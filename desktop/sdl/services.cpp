@@ -1,0 +1,60 @@
+#include "desktop/sdl/services.h"
+
+#include <SDL_clipboard.h>
+#include <SDL_mouse.h>
+#include <SDL_stdinc.h>
+#include <SDL_timer.h>
+
+#include <ctime>
+
+#include "desktop/sdl/gate.h"
+
+static constinit SDL_Cursor* handCursor = nullptr;
+static constinit SDL_Cursor* arrowCursor = nullptr;
+
+std::optional<std::string> ClipboardText() {
+    const InsideDesktop inside;
+    if (SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
+    char* text = SDL_GetClipboardText();
+    if (text == nullptr) return std::nullopt;
+    std::string result = text;
+    SDL_free(text);
+    return result;
+}
+
+void SetClipboardText(const std::string& utf8) {
+    const InsideDesktop inside;
+    SDL_SetClipboardText(utf8.c_str());
+}
+
+void SetHandCursor(bool hand) {
+    const InsideDesktop inside;
+    SDL_Cursor*& cursor = hand ? handCursor : arrowCursor;
+    if (cursor == nullptr) {
+        cursor = SDL_CreateSystemCursor(hand ? SDL_SYSTEM_CURSOR_HAND : SDL_SYSTEM_CURSOR_ARROW);
+    }
+    if (cursor != nullptr) SDL_SetCursor(cursor);
+}
+
+void FreeCursors() {
+    for (SDL_Cursor** cursor : {&handCursor, &arrowCursor}) {
+        if (*cursor != nullptr) SDL_FreeCursor(*cursor);
+        *cursor = nullptr;
+    }
+}
+
+DateTime LocalDateTime() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return {static_cast<u32>(local.tm_year + 1900), static_cast<u32>(local.tm_mon + 1),
+            static_cast<u32>(local.tm_mday),        static_cast<u32>(local.tm_hour),
+            static_cast<u32>(local.tm_min),         static_cast<u32>(local.tm_sec)};
+}
+
+u64 Nanoseconds() {
+    static const u64 frequency = SDL_GetPerformanceFrequency();
+    const u64 counter = SDL_GetPerformanceCounter();
+    // In two parts, so that nothing overflows.
+    return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
+}

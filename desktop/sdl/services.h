@@ -1,0 +1,14 @@
+#pragma once
+// Clipboard, cursor and the local time.
+
+#include <optional>
+#include <string>
+
+#include "desktop/desktop.h"
+
+std::optional<std::string> ClipboardText();
+void SetClipboardText(const std::string& utf8);
+void SetHandCursor(bool hand);
+void FreeCursors();
+DateTime LocalDateTime();
+u64 Nanoseconds();

@@ -1,0 +1,90 @@
+#include "desktop/sdl/url_opener.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "base/log.h"
+
+constexpr std::size_t kLongestUrl = 8192;
+
+static constinit int helper = -1;  // our end of the connection
+
+static void OpenWithDesktop(char* url) {
+    posix_spawn_file_actions_t quiet;
+    posix_spawn_file_actions_init(&quiet);
+    posix_spawn_file_actions_addopen(&quiet, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&quiet, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    char name[] = "xdg-open";
+    char* arguments[] = {name, url, nullptr};
+    pid_t child = 0;
+    if (posix_spawnp(&child, name, &quiet, nullptr, arguments, environ) != 0) {
+        SystemLog(std::string("cannot start xdg-open for ") + url);
+    }
+    posix_spawn_file_actions_destroy(&quiet);
+}
+
+// One address a packet, until the other end is closed.
+[[noreturn]] static void ServeUrls(int connection) {
+    std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
+    std::signal(SIGCHLD, SIG_IGN);  // nobody waits for the openers
+    char url[kLongestUrl + 1];
+    for (;;) {
+        const ssize_t size = recv(connection, url, kLongestUrl, 0);
+        if (size <= 0) _exit(0);
+        url[size] = '\0';
+        OpenWithDesktop(url);
+    }
+}
+
+void StartUrlOpener() {
+    int ends[2];
+    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
+    const pid_t child = fork();
+    if (child == 0) {
+        // A second fork leaves the helper to init, so that nobody has to wait for it.
+        if (fork() != 0) _exit(0);
+        close(ends[0]);
+        ServeUrls(ends[1]);
+    }
+    close(ends[1]);
+    if (child < 0) {
+        close(ends[0]);
+        return;
+    }
+    waitpid(child, nullptr, 0);
+    helper = ends[0];
+}
+
+void StopUrlOpener() {
+    if (helper >= 0) close(helper);
+    helper = -1;
+}
+
+bool IsOpenableUrl(std::string_view url) {
+    const auto startsWith = [url](std::string_view scheme) {
+        return url.size() > scheme.size() &&
+               std::equal(scheme.begin(), scheme.end(), url.begin(), [](char a, char b) {
+                   return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + 32) : b);
+               });
+    };
+    if (url.size() > kLongestUrl) return false;
+    if (!startsWith("http://") && !startsWith("https://") && !startsWith("mailto:")) return false;
+    return std::none_of(url.begin(), url.end(), [](char c) {
+        return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F;
+    });
+}
+
+void OpenUrl(const std::string& utf8) {
+    if (!IsOpenableUrl(utf8)) return SystemLog("refused to open " + utf8);
+    if (helper < 0 || send(helper, utf8.data(), utf8.size(), MSG_NOSIGNAL) < 0) {
+        SystemLog("cannot open " + utf8);
+    }
+}

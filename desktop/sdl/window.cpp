@@ -1,0 +1,297 @@
+#include "desktop/sdl/window.h"
+
+#include <SDL_mouse.h>
+
+#include <algorithm>
+#include <string>
+
+#include "base/log.h"
+#include "desktop/events.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/geometry_tracker.h"
+#include "desktop/sdl/keyboard.h"
+#include "desktop/sdl/mouse.h"
+#include "desktop/sdl/run_loop.h"
+#include "desktop/sdl/screens.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/timers.h"
+#include "desktop/sdl/view.h"
+
+// How long a window manager may take to bring a window back from full screen before we place it.
+constexpr u64 kLeavingNanoseconds = 200'000'000;
+constexpr i32 kLargestSize = 32767;
+constexpr u64 kLiveResizeNanoseconds = 30'000'000;
+
+static constinit SDL_Window* window = nullptr;
+static constinit std::string title;
+static constinit GeometryTracker tracker;  // content area
+static constinit Borders borders;          // all 0 where the desktop does not tell
+static constinit bool reported = false;    // the desktop has told of a change since we looked
+static constinit bool shown = false;
+static constinit bool miniaturized = false;
+
+// What the application asked for and the desktop has not been given. Giving it can block for
+// 100 ms on X11, so it is done once in a turn of the loop and not at each request.
+static constinit bool owed = false;
+static constinit u64 owedFrom = 0;  // not before this time
+
+static constinit bool fullScreen = false;
+static constinit Area windowedContent;  // to come back to
+static constinit Borders windowedBorders;
+
+static constinit bool liveResize = false;
+static constinit u64 nextLiveLook = 0;
+
+SDL_Window* GameWindow() { return window; }
+
+const char* GameWindowTitle() { return title.c_str(); }
+
+bool IsGameWindow(u32 sdlWindowId) {
+    return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
+}
+
+ViewSize CurrentViewSize() { return {tracker.known.width, tracker.known.height}; }
+
+bool IsFullScreen() { return fullScreen; }
+
+WindowFrame GameWindowFrame() {
+    const InsideDesktop inside;
+    return FromArea(WithBorders(tracker.known, borders), MainScreenArea());
+}
+
+static Area ActualContent() {
+    Area area;
+    SDL_GetWindowPosition(window, &area.x, &area.y);
+    SDL_GetWindowSize(window, &area.width, &area.height);
+    return area;
+}
+
+// Borders are no news to the application: the content stays where it is.
+static void ReadBorders() {
+    if (fullScreen) {
+        borders = {};
+        return;
+    }
+    Borders now;
+    if (SDL_GetWindowBordersSize(window, &now.top, &now.left, &now.bottom, &now.right) == 0) {
+        borders = now;
+    }
+}
+
+static void TellChange(const GeometryChange& change) {
+    if (change.resized) RequestWholeRedraw();
+    if (change.moved) Tell(desktopEvents.windowDidMove);
+    if (!change.resized) return;
+    Tell(desktopEvents.viewFrameDidChange);
+    Tell(desktopEvents.windowDidResize);
+}
+
+void CreateGameWindow(WindowFrame content) {
+    const InsideDesktop inside;
+    if (window != nullptr) return;
+    tracker = {};
+    tracker.known = ToArea(content, MainScreenArea());
+    borders = {};
+    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y,
+                              tracker.known.width, tracker.known.height,
+                              SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
+}
+
+void SetGameWindowTitle(const char* utf8) {
+    const InsideDesktop inside;
+    title = utf8;
+    if (window != nullptr) SDL_SetWindowTitle(window, utf8);
+}
+
+void ShowGameWindow() {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    SDL_ShowWindow(window);
+    SDL_RaiseWindow(window);
+    if (shown) return;
+    shown = true;
+    ReadBorders();
+    // Window managers put the frame where the content should be.
+    owed = true;
+    reported = true;
+    RequestWholeRedraw();
+}
+
+void MinimizeGameWindow() {
+    const InsideDesktop inside;
+    if (window != nullptr) SDL_MinimizeWindow(window);
+}
+
+void SetGameWindowFrame(WindowFrame frame) {
+    const InsideDesktop inside;
+    frame.width = std::clamp(frame.width, 1, kLargestSize);
+    frame.height = std::clamp(frame.height, 1, kLargestSize);
+    const Area area = ToArea(frame, MainScreenArea());
+    if (fullScreen) {
+        windowedContent = WithoutBorders(area, windowedBorders);
+        return;
+    }
+    const Area content = WithoutBorders(area, borders);
+    if (content == tracker.known && !owed) return;
+    const GeometryChange change = AskGeometry(tracker, content, Nanoseconds());
+    owed = true;
+    TellChange(change);
+}
+
+static void EnterFullScreen(bool byUs) {
+    Tell(desktopEvents.windowWillEnterFullScreen);
+    if (window == nullptr) return;
+    windowedContent = tracker.known;
+    windowedBorders = borders;
+    fullScreen = true;
+    owed = false;
+    borders = {};
+    const Area screen = ScreenAreaOf(window);
+    if (byUs) SDL_SetWindowFullscreen(window, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    TellChange(AskGeometry(tracker, screen, Nanoseconds()));
+    Tell(desktopEvents.windowDidEnterFullScreen);
+}
+
+static void LeaveFullScreen(bool byUs) {
+    Tell(desktopEvents.windowWillExitFullScreen);
+    if (window == nullptr) return;
+    fullScreen = false;
+    borders = windowedBorders;
+    if (byUs) SDL_SetWindowFullscreen(window, 0);
+    const u64 now = Nanoseconds();
+    owed = true;
+    owedFrom = now + kLeavingNanoseconds;
+    TellChange(AskGeometry(tracker, windowedContent, now));
+    Tell(desktopEvents.windowDidExitFullScreen);
+}
+
+void ToggleFullScreen() {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    if (fullScreen) {
+        LeaveFullScreen(true);
+    } else {
+        EnterFullScreen(true);
+    }
+    reported = true;
+}
+
+static void GiveWhatIsOwed() {
+    owed = false;
+    reported = true;
+    if (fullScreen) return;
+    const Area actual = ActualContent();
+    const Area& wanted = tracker.known;
+    if (actual == wanted) return;
+    if ((SDL_GetWindowFlags(window) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(window);
+    if (actual.width != wanted.width || actual.height != wanted.height) {
+        SDL_SetWindowSize(window, wanted.width, wanted.height);
+    }
+    if (actual.x != wanted.x || actual.y != wanted.y) {
+        SDL_SetWindowPosition(window, wanted.x, wanted.y);
+    }
+}
+
+// A resize that comes while a mouse button is held that we have not seen pressed is the user's at
+// the window's border. Wayland does not let us know.
+static void StartLiveResize() {
+    if (liveResize || fullScreen || AnyButtonHeld()) return;
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) return;
+    liveResize = true;
+    nextLiveLook = Nanoseconds() + kLiveResizeNanoseconds;
+    Tell(desktopEvents.windowWillStartLiveResize);
+}
+
+static void WatchLiveResize(u64 now) {
+    if (!liveResize || now < nextLiveLook) return;
+    nextLiveLook = now + kLiveResizeNanoseconds;
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) != 0) return;
+    liveResize = false;
+    Tell(desktopEvents.windowDidEndLiveResize);
+    RequestWholeRedraw();
+}
+
+static void LookAtWindow(u64 now) {
+    reported = false;
+    if (!shown || miniaturized) return;
+    const bool isFullScreen = (SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN) != 0;
+    if (isFullScreen != fullScreen) {
+        if (isFullScreen) {
+            EnterFullScreen(false);
+        } else {
+            LeaveFullScreen(false);
+        }
+        return;
+    }
+    ReadBorders();
+    const Area before = tracker.known;
+    const GeometryChange change = ObserveGeometry(tracker, ActualContent(), now);
+    if (change.resized) {
+        const Area news = tracker.known;
+        tracker.known = before;  // the live resize starts before the size has changed
+        StartLiveResize();
+        tracker.known = news;
+    }
+    TellChange(change);
+}
+
+void SettleWindow() {
+    if (window == nullptr) return;
+    const u64 now = Nanoseconds();
+    if (owed && now >= owedFrom) GiveWhatIsOwed();
+    if (!owed && (reported || now >= NextObservation(tracker))) LookAtWindow(now);
+    if (window != nullptr) WatchLiveResize(now);
+}
+
+u64 NextSettling() {
+    if (window == nullptr) return kNever;
+    u64 next = NextObservation(tracker);
+    if (owed) next = std::min(next, owedFrom);
+    if (liveResize) next = std::min(next, nextLiveLook);
+    return next;
+}
+
+static void SetMiniaturized(bool now) {
+    if (miniaturized == now) return;  // SDL reports some of them twice
+    miniaturized = now;
+    if (now) {
+        Tell(desktopEvents.windowDidMiniaturize);
+    } else {
+        RequestWholeRedraw();
+        Tell(desktopEvents.windowDidDeminiaturize);
+    }
+}
+
+void HandleWindowEvent(const SDL_WindowEvent& event) {
+    switch (event.event) {
+        case SDL_WINDOWEVENT_EXPOSED: RequestWholeRedraw(); break;
+        case SDL_WINDOWEVENT_SHOWN:
+        case SDL_WINDOWEVENT_MOVED:
+        case SDL_WINDOWEVENT_RESIZED:
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+        case SDL_WINDOWEVENT_DISPLAY_CHANGED: reported = true; break;
+        case SDL_WINDOWEVENT_MAXIMIZED:
+        case SDL_WINDOWEVENT_RESTORED:
+            reported = true;
+            SetMiniaturized(false);
+            break;
+        case SDL_WINDOWEVENT_MINIMIZED: SetMiniaturized(true); break;
+        case SDL_WINDOWEVENT_FOCUS_GAINED: Tell(desktopEvents.willBecomeActive); break;
+        case SDL_WINDOWEVENT_FOCUS_LOST:
+            ReleaseHeldKeys();
+            ReleaseHeldButtons();
+            break;
+        case SDL_WINDOWEVENT_CLOSE: RequestClose(); break;
+        default: break;
+    }
+}
+
+void DestroyGameWindow() {
+    if (window == nullptr) return;
+    StopView();
+    SDL_DestroyWindow(window);
+    window = nullptr;
+    owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+}

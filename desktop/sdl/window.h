@@ -1,0 +1,30 @@
+#pragma once
+// The one window: geometry, full screen, minimising, closing.
+
+#include <SDL_events.h>
+
+#include "base/types.h"
+#include "desktop/desktop.h"
+
+// Functions of the desktop record.
+void CreateGameWindow(WindowFrame content);
+void SetGameWindowTitle(const char* utf8);
+void ShowGameWindow();
+void MinimizeGameWindow();
+WindowFrame GameWindowFrame();
+void SetGameWindowFrame(WindowFrame frame);
+ViewSize CurrentViewSize();
+bool IsFullScreen();
+void ToggleFullScreen();
+
+SDL_Window* GameWindow();  // null before it is made and after it has been closed
+const char* GameWindowTitle();
+bool IsGameWindow(u32 sdlWindowId);
+
+void HandleWindowEvent(const SDL_WindowEvent& event);
+// Gives the desktop what the application asked for, tells the application what the desktop did.
+void SettleWindow();
+// When SettleWindow is to be called again though nothing was reported.
+u64 NextSettling();
+// Removes the window for good.
+void DestroyGameWindow();

@@ -1,0 +1,237 @@
+#include "gfx/bitmap.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include "gfx/draw.h"
+#include "gfx/kernels.h"
+#include "gfx/slots.h"
+#include "vm/diagnostics.h"
+#include "vm/heap.h"
+#include "vm/machine.h"
+
+namespace {
+
+constexpr DirtyRect kEmptyDirtyRect = {30000, 30000, -1, -1};
+// No image is large enough for a record here, so a record address never set is a memory fault.
+constexpr u32 kNoRecord = 0xFFFFFFFF;
+constexpr Selection kNoSelection = {kNoBitmap, false, kNoRecord, nullptr, 0, 0, 0, 0, 0, 0, 0, 0};
+constexpr u32 kPixelAlignment = 64;
+constexpr u32 kOpaqueBlack = 0xFF000000;
+
+// The text bitmap holds the tallest line of text: 256 rows, more on very high screens.
+constexpr u32 kTextRows = 256;
+constexpr u32 kTallScreen = 3840;
+constexpr u32 kTallScreenPart = 15;
+
+}  // namespace
+
+constinit HostBitmap screenBitmap = {};
+constinit HostBitmap textBitmap = {};
+constinit Selection dstSelection = kNoSelection;
+constinit Selection srcSelection = kNoSelection;
+constinit DirtyRect dirtyRect = kEmptyDirtyRect;
+constinit bool dirtyTracking = false;
+
+namespace {
+
+// What calloc gave for each host bitmap; the pixels start a little later.
+constinit void* screenBlock = nullptr;
+constinit void* textBlock = nullptr;
+
+bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
+    std::free(block);
+    bitmap = {};
+    // calloc leaves large blocks untouched until they are used: nobody waits for the text bitmap.
+    const u64 size = u64{width} * kBytesPerPixel * height;
+    block = std::calloc(1, size + kPixelAlignment);
+    if (block == nullptr) return false;
+    void* pixels = block;
+    std::size_t space = size + kPixelAlignment;
+    bitmap.pixels = static_cast<u8*>(std::align(kPixelAlignment, size, pixels, space));
+    bitmap.width = width;
+    bitmap.height = height;
+    bitmap.stride = width * kBytesPerPixel;
+    bitmap.clipWidth = static_cast<i32>(width);
+    bitmap.clipHeight = static_cast<i32>(height);
+    return true;
+}
+
+void Select(Selection& selection, u32 handle, const char* alreadyStarted, const char* noPixels) {
+    if (selection.handle != kNoBitmap) {
+        ShowFatalMessage(alreadyStarted);
+        EndProcess(1);
+    }
+    selection.handle = handle;
+    selection.host = handle == kScreenBitmap || handle == kTextBitmap;
+    if (selection.host) {
+        const HostBitmap& bitmap = handle == kScreenBitmap ? screenBitmap : textBitmap;
+        selection.pixels = bitmap.pixels;
+        selection.pixelAddress = 0;
+        selection.width = static_cast<i32>(bitmap.width);
+        selection.height = static_cast<i32>(bitmap.height);
+        selection.stride = static_cast<i32>(bitmap.stride);
+        selection.clipX = bitmap.clipX;
+        selection.clipY = bitmap.clipY;
+        selection.clipWidth = bitmap.clipWidth;
+        selection.clipHeight = bitmap.clipHeight;
+        return;
+    }
+    const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
+    CheckedRange(record, kRecordSize);
+    selection.record = record;
+    const u32 pixelHandle = Load<u32>(record + kRecordPixels);
+    if (pixelHandle == 0) ShowFatalMessage(noPixels);
+    selection.pixels = nullptr;
+    selection.pixelAddress = static_cast<u32>(LockHeapPtr(pixelHandle) - image);
+    selection.width = Load<i32>(record + kRecordWidth);
+    selection.height = Load<i32>(record + kRecordHeight);
+    selection.stride = Load<i32>(record + kRecordStride);
+    selection.clipX = Load<i32>(record + kRecordClip);
+    selection.clipY = Load<i32>(record + kRecordClip + 4);
+    selection.clipWidth = Load<i32>(record + kRecordClip + 8);
+    selection.clipHeight = Load<i32>(record + kRecordClip + 12);
+}
+
+void Release(Selection& selection) {
+    if (static_cast<i32>(selection.handle) > 0) {
+        // The record is read again: drawing may have changed it.
+        UnlockHeapPtr(Load<u32>(selection.record + kRecordPixels));
+        UnlockHeapPtr(selection.handle);
+    }
+    selection.handle = kNoBitmap;
+}
+
+}  // namespace
+
+bool CreateScreenBitmap(u32 width, u32 height) {
+    const u32 screenWidth = width & 0xFFFF;
+    const u32 screenHeight = height & 0xFFFF;
+    if (!CreateHostBitmap(screenWidth, screenHeight, screenBitmap, screenBlock)) return false;
+    const u32 textHeight = screenHeight < kTallScreen ? kTextRows : screenHeight / kTallScreenPart;
+    if (!CreateHostBitmap(screenWidth, textHeight, textBitmap, textBlock)) return false;
+    gfxSlots.emptyFontCache();
+    ChooseKernels();
+    Rectangle(kScreenBitmap, 0, 0, static_cast<i32>(screenWidth), static_cast<i32>(screenHeight),
+              kOpaqueBlack, 0);
+    return true;
+}
+
+u32 CreateBitmap(u32 width, u32 height) {
+    const u32 stride = width * kBytesPerPixel;
+    const u32 handle = AllocHeap(kRecordSize);
+    const u32 pixelHandle = AllocHeap(stride * height);
+    const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
+    const u32 words[8] = {width, height, stride, 0, 0, width, height, pixelHandle};
+    for (u32 i = 0; i < 8; ++i) Store<u32>(record + 4 * i, words[i]);
+    UnlockHeapPtr(handle);
+    return handle;
+}
+
+void FreeBitmap(u32 handle) {
+    if (handle == kScreenBitmap) return;
+    const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
+    CheckedRange(record, kRecordSize);
+    const u32 pixelHandle = Load<u32>(record + kRecordPixels);
+    UnlockHeapPtr(handle);
+    if (pixelHandle != 0) FreeHeap(pixelHandle);
+    FreeHeap(handle);
+}
+
+void StartDST(u32 handle) {
+    Select(dstSelection, handle, "StartDST() already started", "StartDST: hBM==0");
+}
+
+void EndDST() {
+    Release(dstSelection);
+}
+
+void StartSRC(u32 handle) {
+    Select(srcSelection, handle, "StartSRC() already started", "StartSRC: hBM==0");
+}
+
+void EndSRC() {
+    Release(srcSelection);
+}
+
+void StartDSTSRC(u32 source, u32 destination) {
+    StartDST(destination);
+    if (source != destination) {
+        StartSRC(source);
+        return;
+    }
+    const u32 formerRecord = srcSelection.record;
+    srcSelection = dstSelection;
+    if (srcSelection.host) srcSelection.record = formerRecord;
+}
+
+void EndDSTSRC() {
+    const bool shared = dstSelection.handle == srcSelection.handle;
+    if (!shared) EndSRC();
+    EndDST();
+    srcSelection.handle = kNoBitmap;
+}
+
+Area Intersect(const Area& a, const Area& b) {
+    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+            std::min(a.bottom, b.bottom)};
+}
+
+Area BitmapArea(const Selection& selection) {
+    return {0, 0, selection.width, selection.height};
+}
+
+Area ClipArea(const Selection& selection) {
+    return {selection.clipX, selection.clipY, i64{selection.clipX} + selection.clipWidth,
+            i64{selection.clipY} + selection.clipHeight};
+}
+
+bool Reaches(const Selection& selection, const Area& area) {
+    if (selection.host) {
+        return area.left >= 0 && area.top >= 0 && area.right <= selection.width &&
+               area.bottom <= selection.height;
+    }
+    // The stride may be negative, so the lowest row is the first or the last one.
+    const i64 firstRow = area.top * selection.stride;
+    const i64 lastRow = (area.bottom - 1) * selection.stride;
+    const i64 lowest =
+        selection.pixelAddress + std::min(firstRow, lastRow) + area.left * i64{kBytesPerPixel};
+    const i64 end =
+        selection.pixelAddress + std::max(firstRow, lastRow) + area.right * i64{kBytesPerPixel};
+    return lowest >= 0 && end <= i64{imageSize};
+}
+
+void RequireArea(const Selection& selection, const Area& area) {
+    if (!area.Empty() && !Reaches(selection, area)) MemoryFault();
+}
+
+void GrowDirtyRect(i32 x, i32 y, i32 w, i32 h) {
+    if (!dirtyTracking) return;
+    // Sums wrap: the rectangle comes from the module and may be anything.
+    const auto add = [](i32 a, i32 b) {
+        return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
+    };
+    const auto size = [](i32 a) { return a < 0 ? static_cast<i32>(0U - static_cast<u32>(a)) : a; };
+    const i32 left = w < 0 ? add(x, w) : x;
+    const i32 top = h < 0 ? add(y, h) : y;
+    dirtyRect.left = std::min(dirtyRect.left, left);
+    dirtyRect.top = std::min(dirtyRect.top, top);
+    dirtyRect.right = std::max(dirtyRect.right, add(left, size(w)));
+    dirtyRect.bottom = std::max(dirtyRect.bottom, add(top, size(h)));
+}
+
+void ResetDirtyRect() {
+    dirtyRect = kEmptyDirtyRect;
+}
+
+void ResetGraphics() {
+    std::free(screenBlock);
+    std::free(textBlock);
+    screenBlock = textBlock = nullptr;
+    screenBitmap = textBitmap = {};
+    dstSelection = srcSelection = kNoSelection;
+    dirtyRect = kEmptyDirtyRect;
+    dirtyTracking = false;
+    ResetLinePattern();
+}

@@ -1,0 +1,140 @@
+#include "gfx/present.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "gfx/bitmap.h"
+#include "vm/diagnostics.h"
+
+namespace {
+
+// Truncation as the processor does it: what does not fit gives the most negative value.
+i32 Truncate(double value) {
+    constexpr double kLimit = 2147483648.0;
+    if (!(value > -kLimit - 1 && value < kLimit)) return INT32_MIN;
+    return static_cast<i32>(value);
+}
+
+void MergeIntoDirtyRect(const ViewRect& rect) {
+    if (rect.x < dirtyRect.left) dirtyRect.left = Truncate(rect.x);
+    if (rect.y < dirtyRect.top) dirtyRect.top = Truncate(rect.y);
+    if (dirtyRect.right < rect.x + rect.width) dirtyRect.right = Truncate(rect.x + rect.width);
+    if (dirtyRect.bottom < rect.y + rect.height) dirtyRect.bottom = Truncate(rect.y + rect.height);
+}
+
+// The first pixel whose centre lies at or above `edge`, kept within 0..limit.
+i32 FirstPixel(double edge, i32 limit) {
+    const double first = std::ceil(edge - 0.5);
+    return static_cast<i32>(std::clamp<double>(first, 0, limit));
+}
+
+// The sum is cut to the low 16 bits of each part, as the limit has always been tested.
+bool ReachesPast(double start, double size, u32 limit) {
+    const i32 sum = (Truncate(start) & 0xFFFF) + (Truncate(size) & 0xFFFF);
+    return sum > static_cast<i32>(limit);
+}
+
+// Source over white: a premultiplied pixel gives min(255, c + 255 - alpha) a channel.
+void DrawPixel(u8* target, const u8* source) {
+    const u32 rest = 255u - source[3];
+    for (u32 channel = 0; channel < 3; ++channel) {
+        target[channel] = static_cast<u8>(std::min(255u, source[channel] + rest));
+    }
+}
+
+void DrawRow(u8* target, const u8* source, i32 count) {
+    for (i32 i = 0; i < count; ++i) {
+        u32 pixel;
+        std::memcpy(&pixel, source + 4 * i, 4);
+        if (pixel >> 24 == 255) {
+            std::memcpy(target + 4 * i, &pixel, 4);
+        } else {
+            DrawPixel(target + 4 * i, source + 4 * i);
+        }
+    }
+}
+
+const u8* ScreenRow(i64 row) {
+    return screenBitmap.pixels + static_cast<u64>(row) * screenBitmap.stride;
+}
+
+// Draws the source rectangle into the destination, each pixel from the source pixel nearest to
+// its centre.
+void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 viewHeight,
+                   ViewBuffer& view) {
+    const double top = viewHeight - (destination.y + destination.height);
+    const i32 firstColumn = FirstPixel(destination.x, view.width);
+    const i32 endColumn = FirstPixel(destination.x + destination.width, view.width);
+    const i32 firstRow = FirstPixel(top, view.height);
+    const i32 endRow = FirstPixel(top + destination.height, view.height);
+    const bool oneToOne = source.width == destination.width && std::floor(source.x) == source.x;
+    for (i32 row = firstRow; row < endRow; ++row) {
+        const double down = (row + 0.5 - top) * source.height / destination.height;
+        const double sourceRow = std::floor(source.y + down);
+        if (!(sourceRow >= 0 && sourceRow < screenBitmap.height)) continue;
+        const u8* const from = ScreenRow(static_cast<i64>(sourceRow));
+        u8* const to = view.pixels.data() + 4 * (static_cast<i64>(row) * view.width);
+        if (oneToOne) {
+            const i32 end = std::min(endColumn, static_cast<i32>(screenBitmap.width));
+            if (end > firstColumn) {
+                DrawRow(to + 4 * firstColumn, from + 4 * firstColumn, end - firstColumn);
+            }
+            continue;
+        }
+        for (i32 column = firstColumn; column < endColumn; ++column) {
+            const double across = (column + 0.5 - destination.x) * source.width / destination.width;
+            const double sourceColumn = std::floor(source.x + across);
+            if (!(sourceColumn >= 0 && sourceColumn < screenBitmap.width)) continue;
+            DrawPixel(to + 4 * column, from + 4 * static_cast<i64>(sourceColumn));
+        }
+    }
+}
+
+}  // namespace
+
+void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height) {
+    view.width = std::max(width, 0);
+    view.height = std::max(height, 0);
+    view.pixels.assign(4 * static_cast<size_t>(view.width) * static_cast<size_t>(view.height),
+                       0xFF);
+}
+
+PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 viewHeight,
+                            ViewBuffer& view) {
+    if (postpone) {
+        MergeIntoDirtyRect(rect);
+        return PresentResult::Postponed;
+    }
+    if (rect.x < 0) {
+        rect.width += rect.x;
+        rect.x = 0;
+    }
+    if (rect.y < 0) {
+        rect.height += rect.y;
+        rect.y = 0;
+    }
+    if (rect.width <= 0 || rect.height <= 0) {
+        SystemLog(FormatText("return dr w=%f h=%f", rect.width, rect.height));
+        return PresentResult::Empty;
+    }
+    if (rect.y + rect.height > knownHeight) rect.height = knownHeight - rect.y;
+
+    ViewRect source = {rect.x, viewHeight - (rect.y + rect.height), rect.width, rect.height};
+    if (ReachesPast(source.x, source.width, screenBitmap.width)) {
+        const double width = screenBitmap.width - source.x;
+        SystemLog(FormatText("sr.size.width %d => %d", Truncate(source.width), Truncate(width)));
+        source.width = width;
+    }
+    if (ReachesPast(source.y, source.height, screenBitmap.height)) {
+        const double height = screenBitmap.height - source.y;
+        SystemLog(FormatText("sr.size.height %d => %d", Truncate(source.height), Truncate(height)));
+        source.height = height;
+    }
+    if (source.width <= 0 || source.height <= 0) {
+        SystemLog(FormatText("return sr w=%f h=%f", source.width, source.height));
+        return PresentResult::Empty;
+    }
+    DrawStretched(rect, source, viewHeight, view);
+    return PresentResult::Drawn;
+}

@@ -1,0 +1,133 @@
+#include "host/menu.h"
+
+#include <cctype>
+#include <vector>
+
+#include "desktop/desktop.h"
+#include "desktop/folders.h"
+#include "host/keyboard.h"
+#include "host/plist.h"
+#include "host/slots.h"
+#include "host/view.h"
+#include "vm/diagnostics.h"
+
+namespace {
+
+struct Action {
+    const char* name;
+    void (*perform)();
+};
+
+// The view as a PNG in the user's pictures folder, named after the game and the time.
+void SaveScreenshot() {
+    const DateTime now = desktop.localDateTime();
+    const std::string path =
+        folders.pictures + "/" +
+        FormatText("MOXI %s %4.4u-%2.2u-%2.2u %2.2u.%2.2u.%2.2u.png", folders.gameName.c_str(),
+                   now.year, now.month, now.day, now.hour, now.minute, now.second);
+    SystemLog(WriteScreenshot(path) ? "screenshot: " + path : "screenshot: cannot write " + path);
+}
+
+constexpr Action kActions[] = {
+    {"terminate:", [] { desktop.terminate(); }},
+    {"performClose:", [] { desktop.closeWindow(); }},
+    {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
+    {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
+    {"toggleMute:", [] { hostSlots.toggleMute(); }},
+    {"saveScreenshot:", [] { SaveScreenshot(); }},
+};
+
+struct MenuItem {
+    std::string title;
+    void (*perform)() = nullptr;
+    u32 modifiers = 0;  // of the button-and-modifier word
+    std::string key;    // lower-case text
+};
+
+std::vector<MenuItem> menuItems;
+
+std::string LowerCase(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+bool TakePrefix(std::string& text, const std::string& prefix) {
+    if (text.rfind(prefix, 0) != 0) return false;
+    text.erase(0, prefix.size());
+    return true;
+}
+
+// "Command-Shift-M" into modifiers and key; an item may also have none.
+void ParseKeyEquivalent(std::string text, MenuItem& item) {
+    for (bool found = true; found;) {
+        found = true;
+        if (TakePrefix(text, "Command-")) {
+            item.modifiers |= kCommandBit;
+        } else if (TakePrefix(text, "Shift-")) {
+            item.modifiers |= kShiftBit;
+        } else if (TakePrefix(text, "Option-")) {
+            item.modifiers |= kOptionBit;
+        } else {
+            found = false;
+        }
+    }
+    item.key = text == "Return" ? "\r" : LowerCase(text);
+}
+
+bool ParseItem(pugi::xml_node dictionary, MenuItem& item, std::string& reason) {
+    const auto title = PlistString(dictionary, "Title");
+    const auto action = PlistString(dictionary, "Action");
+    if (!title || !action) {
+        reason = "a menu item lacks its title or action";
+        return false;
+    }
+    item.title = *title;
+    for (const Action& known : kActions) {
+        if (*action == known.name) item.perform = known.perform;
+    }
+    if (item.perform == nullptr) {
+        reason = "unknown action " + *action;
+        return false;
+    }
+    ParseKeyEquivalent(PlistString(dictionary, "KeyEquivalent").value_or(""), item);
+    return true;
+}
+
+}  // namespace
+
+bool LoadMenu(const std::string& path, std::string& reason) {
+    pugi::xml_document document;
+    pugi::xml_node dictionary;
+    if (!LoadPlist(path, document, dictionary)) {
+        reason = "it is missing or no property list";
+        return false;
+    }
+    if (PlistString(dictionary, "ApplicationDelegate") != "moxiAppDelegate") {
+        reason = "it names no known application delegate";
+        return false;
+    }
+    std::vector<MenuItem> items;
+    for (const pugi::xml_node child : PlistValue(dictionary, "Menu").children("dict")) {
+        MenuItem item;
+        if (!ParseItem(child, item, reason)) return false;
+        items.push_back(item);
+    }
+    menuItems = items;
+    return true;
+}
+
+bool PerformKeyEquivalent(const std::string& text) {
+    const u32 held = buttonsAndModifiers & (kShiftBit | kCommandBit | kOptionBit);
+    const std::string key = LowerCase(text);
+    for (const MenuItem& item : menuItems) {
+        if (!item.key.empty() && item.key == key && item.modifiers == held) {
+            item.perform();
+            return true;
+        }
+    }
+    return false;
+}
+
+void ResetMenu() {
+    menuItems.clear();
+}

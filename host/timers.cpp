@@ -1,0 +1,45 @@
+#include "host/timers.h"
+
+#include "desktop/desktop.h"
+#include "host/queue.h"
+#include "host/slots.h"
+#include "host/window.h"
+#include "vm/run_cycle.h"
+
+namespace {
+
+constexpr u32 kIdleTicksPerMessage = 16;
+constexpr u32 kCollapsedWidth = 10;
+
+void CheckForCollapse() {
+    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWidth)) return;
+    // The minimum-size rule turns this into its default frame.
+    requestedGeometry = {.x = 100,
+                         .y = 500,
+                         .width = 480,
+                         .height = 480,
+                         .fullScreen = requestedGeometry.fullScreen};
+    ApplyWindowGeometry();
+}
+
+}  // namespace
+
+void OnHostTick() {
+    if (!inMX && !liveResize && !inputSuspended) {
+        if (pendingSize) {
+            pendingSize = false;
+            PostMessage(MSG_SIZE, static_cast<u32>(savedWidth), static_cast<u32>(savedHeight),
+                        kSizeWindowed);
+        }
+        if (QueueIsEmpty() && ++idleTicks % kIdleTicksPerMessage == 0) {
+            PostMessage(MSG_TICK, 0, 0, 0);
+        }
+        DeliverQueuedMessage();
+    }
+    if (hostSlots.pollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
+}
+
+void OnModuleTimer() {
+    if (launchComplete && firstSizeSent && QueueIsEmpty()) CheckForCollapse();
+    if (!inMX && !inputSuspended) PostMessage(MSG_TICK, 0, 0, 0);
+}

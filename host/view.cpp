@@ -1,0 +1,61 @@
+#include "host/view.h"
+
+#include "gfx/png_write.h"
+#include "host/keyboard.h"
+#include "host/menu.h"
+#include "host/queue.h"
+#include "host/window.h"
+#include "vm/machine.h"
+#include "vm/run_cycle.h"
+
+ViewBuffer viewBuffer;
+
+namespace {
+
+constinit i32 knownHeight = 0;  // the view's height at its last frame change
+
+}  // namespace
+
+void moxiView::init() {
+    const ViewSize size = desktop.viewSize();
+    ResizeViewBuffer(viewBuffer, size.width, size.height);
+    knownHeight = size.height;
+}
+
+void moxiView::frameDidChange() {
+    const ViewSize size = desktop.viewSize();
+    if (size.width != viewBuffer.width || size.height != viewBuffer.height) {
+        ResizeViewBuffer(viewBuffer, size.width, size.height);
+    }
+    knownHeight = size.height;
+    moxiWindow::didFrameChangeNotification();
+}
+
+void moxiView::drawRect(ViewRect rect) {
+    const bool postpone = !presentNotify && !inputSuspended && !liveResize && inMX;
+    const i32 viewHeight = desktop.viewSize().height;
+    if (PresentScreen(rect, postpone, knownHeight, viewHeight, viewBuffer) !=
+        PresentResult::Drawn) {
+        return;
+    }
+    desktop.presentView({viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height}, rect);
+    if (presentNotify) {
+        presentNotify = false;
+        PostMessage(MSG_PRESENTED, 0, 0, 0);
+    }
+}
+
+void moxiView::keyDown(u8 code, const std::string& text) {
+    if (!PerformKeyEquivalent(text)) KeyDown(code, text);
+}
+
+bool WriteScreenshot(const std::string& path) {
+    return WritePngFile(path, viewBuffer.pixels.data(), static_cast<u32>(viewBuffer.width),
+                        static_cast<u32>(viewBuffer.height), 4 * static_cast<u32>(viewBuffer.width),
+                        PngFormat::RgbFrom4);
+}
+
+void ResetView() {
+    viewBuffer = {};
+    knownHeight = 0;
+}

@@ -1,0 +1,22 @@
+#pragma once
+// The content view: shows the screen bitmap and takes the input events.
+
+#include <string>
+
+#include "desktop/desktop.h"
+#include "gfx/present.h"
+
+extern ViewBuffer viewBuffer;  // what the view shows
+
+struct moxiView {
+    static void init();
+    static void frameDidChange();
+    static void drawRect(ViewRect rect);
+    // The menu's key equivalents are taken before the module sees the key.
+    static void keyDown(u8 code, const std::string& text);
+};
+
+// Writes what the view shows as an RGB PNG; false when the file cannot be written.
+bool WriteScreenshot(const std::string& path);
+
+void ResetView();

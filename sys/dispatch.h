@@ -1,0 +1,29 @@
+#pragma once
+// The service dispatcher: the interpreter calls SysDispatch for each SYS instruction, and the
+// command word in the module's parameter block picks the handler.
+
+#include "base/types.h"
+
+// What this room needs from higher rooms: handlers of the groups that they own, and the tick of the
+// module's periodic timer. Written only by app/wiring.cpp and by tests. A handler gets the
+// sub-command (0..255) and the address of the first argument.
+struct SysSlots {
+    void (*graphicsGroup)(u32 sub, u32 arguments);
+    void (*soundGroup)(u32 sub, u32 arguments);
+    void (*hostGroup)(u32 sub, u32 arguments);
+    void (*onTimer)();
+};
+
+inline constinit SysSlots sysSlots = {
+    .graphicsGroup = [](u32, u32) {},
+    .soundGroup = [](u32, u32) {},
+    .hostGroup = [](u32, u32) {},
+    .onTimer = [] {},
+};
+
+// Reads the parameter block at the address in R15 and runs its command. The result, where the
+// command has one, is in R14 afterwards. A block outside the image is a memory fault.
+void SysDispatch();
+
+// Shows the failure message for a command that no handler knows; it names the SYS instruction.
+void ReportUnknownCommand();

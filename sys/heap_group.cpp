@@ -1,0 +1,27 @@
+#include "sys/heap_group.h"
+
+#include "sys/param.h"
+#include "vm/heap.h"
+#include "vm/machine.h"
+
+void SysHeapGroup(u32 sub, u32 arguments) {
+    switch (sub) {
+        case 0: SetResult(AllocHeap(Argument(arguments, 0))); return;
+        case 1: FreeHeap(Argument(arguments, 0)); return;
+        case 2: {
+            // A lock taken through the service belongs to the caller of the module's small service
+            // routine, not to that routine: 20 bytes up is where the caller's stack begins, so the
+            // routine's own return does not release the lock.
+            const u32 handle = Argument(arguments, 0);
+            const u32 sp = Load<u32>(kHeaderSP);
+            Store<u32>(kHeaderSP, sp + 20);
+            const u32 address = LockHeap(handle);
+            Store<u32>(kHeaderSP, sp);
+            SetResult(address);
+            return;
+        }
+        case 3: UnlockHeap(Argument(arguments, 0)); return;
+        case 4: SetResult(GetHeapAdr(Argument(arguments, 0))); return;
+        default: return;
+    }
+}
