@@ -80,9 +80,10 @@ TEST_F(Diagnostics, TheMessageIsMacRomanText) {
 TEST_F(Diagnostics, EveryMacRomanCharacterHasItsCodePoint) {
     std::string upper;
     for (int c = 128; c < 256; ++c) upper += static_cast<char>(c);
-    EXPECT_EQ(MacRomanToUtf8(upper),
-              "ÄÅÇÉÑÖÜáàâäãåçéèêëíìîïñóòôöõúùûü†°¢£§•¶ß®©™´¨≠ÆØ∞±≤≥¥µ∂∑∏π∫ªºΩæø¿¡¬√ƒ≈∆«»…\u00A0ÀÃÕŒœ"
-              "–—“”‘’÷◊ÿŸ⁄€‹›ﬁﬂ‡·‚„‰ÂÊÁËÈÍÎÏÌÓÔ\uF8FFÒÚÛÙıˆ˜¯˘˙˚¸˝˛ˇ");
+    EXPECT_EQ(
+        MacRomanToUtf8(upper),
+        "ÄÅÇÉÑÖÜáàâäãåçéèêëíìîïñóòôöõúùûü†°¢£§•¶ß®©™´¨≠ÆØ∞±≤≥¥µ∂∑∏π∫ªºΩæø¿¡¬√ƒ≈∆«»…\u00A0ÀÃÕŒœ"
+        "–—“”‘’÷◊ÿŸ⁄€‹›ﬁﬂ‡·‚„‰ÂÊÁËÈÍÎÏÌÓÔ\uF8FFÒÚÛÙıˆ˜¯˘˙˚¸˝˛ˇ");
     EXPECT_EQ(MacRomanToUtf8("plain\n\x7F"), "plain\n\x7F");
 }
 
@@ -93,7 +94,8 @@ TEST_F(Diagnostics, StandardErrorWritesALineFeedAndABackslashEscaped) {
     EXPECT_EQ(vmEvents.messages, Messages{"one\ntwo\\three"});
 }
 
-TEST_F(Diagnostics, AMessageRequestedFromAWorkerThreadAppearsOnTheMainThreadAndTheWorkerNeverResumes) {
+TEST_F(Diagnostics,
+       AMessageRequestedFromAWorkerThreadAppearsOnTheMainThreadAndTheWorkerNeverResumes) {
     static std::atomic<void (*)()> queued;
     static std::atomic<bool> resumed;
     static std::thread::id mainThread;
@@ -143,17 +145,16 @@ TEST_F(Diagnostics, TwoDebugLogStringsAAndBLeaveAbAtTheEndOfTheFile) {
 TEST_F(Diagnostics, WhenDebugLogDoesNotExistItIsCreatedByTheFirstLineWritten) {
     AppendDebugLog("first");
     EXPECT_EQ(vmFiles.contents["debug.log"], "first");
-    EXPECT_EQ(vmEvents.fileCalls, (Messages{"open debug.log 0x8002", "open debug.log 0x8302",
-                                            "close debug.log"}));
+    EXPECT_EQ(vmEvents.fileCalls,
+              (Messages{"open debug.log 0x8002", "open debug.log 0x8302", "close debug.log"}));
 }
 
 TEST_F(Diagnostics, TheFileIsOpenedAndClosedForEveryLine) {
     vmFiles.contents["debug.log"] = "";
     AppendDebugLog("a");
     AppendDebugLog("b");
-    EXPECT_EQ(vmEvents.fileCalls,
-              (Messages{"open debug.log 0x8002", "close debug.log", "open debug.log 0x8002",
-                        "close debug.log"}));
+    EXPECT_EQ(vmEvents.fileCalls, (Messages{"open debug.log 0x8002", "close debug.log",
+                                            "open debug.log 0x8002", "close debug.log"}));
 }
 
 TEST_F(Diagnostics, ADebugLogThatCannotBeOpenedDropsTheLine) {
@@ -172,8 +173,7 @@ TEST_F(Faults, AnAccessBeyondTheImageEndsTheHostWithThePcTraceLineAndStatus1) {
     before.PutWords(kBenchCode, {kNop, 26 | 3u << 5 | 62u << 9, kBenchSize});
     std::memcpy(image, before.bytes.data(), kBenchSize);
     EXPECT_EQ(RunOn(Engine::Fast, before.bytes).outcome, Outcome::MemoryFault);
-    EXPECT_EQ(vmEvents.messages,
-              Messages{"Memory fault at 0x00000204. Terminating. So sorry."});
+    EXPECT_EQ(vmEvents.messages, Messages{"Memory fault at 0x00000204. Terminating. So sorry."});
     EXPECT_EQ(vmFiles.contents["debug.log"], "PC trace: 0x00000200 0x00000204\n");
     EXPECT_EQ(error.Text(), "fatal: Memory fault at 0x00000204. Terminating. So sorry.\n");
 }

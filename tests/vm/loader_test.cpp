@@ -115,8 +115,8 @@ TEST_F(Loader, ABodyThatComesShortIsRefusedWithoutAMessageButWithALogLine) {
     StandardError error;
     for (const u32 length : {513u, 600u}) {
         vmEvents = {};
-        vmFiles.contents["MAIN.MX"] = ModuleHeader(length, 0, 200, 100) +
-                                      std::string(length - 513, 'x');
+        vmFiles.contents["MAIN.MX"] =
+            ModuleHeader(length, 0, 200, 100) + std::string(length - 513, 'x');
         EXPECT_FALSE(LoadModule());
         EXPECT_TRUE(vmEvents.messages.empty());
         EXPECT_EQ(vmEvents.fileCalls.back(), "close MAIN.MX");
