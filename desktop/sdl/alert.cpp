@@ -64,6 +64,8 @@ static bool OpenBoxWindow(Box& box) {
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
     box.windowId = SDL_GetWindowID(box.window);
+    // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
+    // when a box that belongs to it goes away.
     if (parent != nullptr) SDL_SetWindowModalFor(box.window, parent);
     SDL_ShowWindow(box.window);
     SDL_RaiseWindow(box.window);

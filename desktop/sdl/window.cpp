@@ -1,9 +1,11 @@
 #include "desktop/sdl/window.h"
 
+#include <SDL_keyboard.h>
 #include <SDL_mouse.h>
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "base/log.h"
 #include "desktop/events.h"
@@ -27,6 +29,7 @@ static constinit std::string title;
 static constinit GeometryTracker tracker;  // content area
 static constinit Borders borders;          // all 0 where the desktop does not tell
 static constinit bool reported = false;    // the desktop has told of a change since we looked
+static constinit bool positionsExist = true;  // Wayland has none
 static constinit bool shown = false;
 static constinit bool miniaturized = false;
 
@@ -63,6 +66,11 @@ static Area ActualContent() {
     Area area;
     SDL_GetWindowPosition(window, &area.x, &area.y);
     SDL_GetWindowSize(window, &area.width, &area.height);
+    if (!positionsExist) {
+        // The bottom-left corner stays where the application believes it to be.
+        area.x = tracker.known.x;
+        area.y = tracker.known.y + tracker.known.height - area.height;
+    }
     return area;
 }
 
@@ -92,6 +100,7 @@ void CreateGameWindow(WindowFrame content) {
     tracker = {};
     tracker.known = ToArea(content, MainScreenArea());
     borders = {};
+    positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y,
                               tracker.known.width, tracker.known.height,
                               SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
@@ -278,7 +287,11 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
             SetMiniaturized(false);
             break;
         case SDL_WINDOWEVENT_MINIMIZED: SetMiniaturized(true); break;
-        case SDL_WINDOWEVENT_FOCUS_GAINED: Tell(desktopEvents.willBecomeActive); break;
+        case SDL_WINDOWEVENT_FOCUS_GAINED:
+            // Not at start-up: a Wayland desktop without a keyboard does not survive it.
+            if (SDL_IsTextInputActive() != SDL_TRUE) SDL_StartTextInput();
+            Tell(desktopEvents.willBecomeActive);
+            break;
         case SDL_WINDOWEVENT_FOCUS_LOST:
             ReleaseHeldKeys();
             ReleaseHeldButtons();
