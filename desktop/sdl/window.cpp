@@ -26,9 +26,9 @@ constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
 static constinit std::string title;
-static constinit GeometryTracker tracker;  // content area
-static constinit Borders borders;          // all 0 where the desktop does not tell
-static constinit bool reported = false;    // the desktop has told of a change since we looked
+static constinit GeometryTracker tracker;     // content area
+static constinit Borders borders;             // all 0 where the desktop does not tell
+static constinit bool reported = false;       // the desktop has told of a change since we looked
 static constinit bool positionsExist = true;  // Wayland has none
 static constinit bool shown = false;
 static constinit bool miniaturized = false;
@@ -45,17 +45,25 @@ static constinit Borders windowedBorders;
 static constinit bool liveResize = false;
 static constinit u64 nextLiveLook = 0;
 
-SDL_Window* GameWindow() { return window; }
+SDL_Window* GameWindow() {
+    return window;
+}
 
-const char* GameWindowTitle() { return title.c_str(); }
+const char* GameWindowTitle() {
+    return title.c_str();
+}
 
 bool IsGameWindow(u32 sdlWindowId) {
     return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
 }
 
-ViewSize CurrentViewSize() { return {tracker.known.width, tracker.known.height}; }
+ViewSize CurrentViewSize() {
+    return {tracker.known.width, tracker.known.height};
+}
 
-bool IsFullScreen() { return fullScreen; }
+bool IsFullScreen() {
+    return fullScreen;
+}
 
 WindowFrame GameWindowFrame() {
     const InsideDesktop inside;
@@ -101,9 +109,8 @@ void CreateGameWindow(WindowFrame content) {
     tracker.known = ToArea(content, MainScreenArea());
     borders = {};
     positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
-    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y,
-                              tracker.known.width, tracker.known.height,
-                              SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
+                              tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
