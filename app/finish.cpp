@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/record.h"
 #include "app/trace.h"
 #include "desktop/desktop.h"
 #include "gfx/bitmap.h"
@@ -56,6 +57,7 @@ void Finish(int status) {
     finishing = true;
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
+    CloseRecording();
     desktop.shutDown();
     std::exit(status);
 }

@@ -8,6 +8,7 @@
 #include "host/keyboard.h"
 #include "host/mouse.h"
 #include "host/queue.h"
+#include "host/services.h"
 #include "host/slots.h"
 #include "host/timers.h"
 #include "host/view.h"
@@ -29,6 +30,7 @@ void WireRooms() {
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
+    sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
 
     desktopEvents = {

@@ -125,7 +125,7 @@ void ReleaseHeldKeys() {
     TellModifiers({});
 }
 
-void ResetKeyboard() {
+void ResetSdlKeyboard() {
     told = {};
     heldKeys.reset();
     ResetKeyText();

@@ -9,4 +9,4 @@ void HandleTextInput(const SDL_TextInputEvent& event);
 void HandleKeymapChange();
 // The window has lost the keyboard: releases every key and modifier that the application holds.
 void ReleaseHeldKeys();
-void ResetKeyboard();
+void ResetSdlKeyboard();

@@ -84,7 +84,7 @@ bool AnyButtonHeld() {
     return heldButtons != 0;
 }
 
-void ResetMouse() {
+void ResetSdlMouse() {
     heldButtons = 0;
     pointerX = pointerY = 0;
     leftOverX = leftOverY = 0;

@@ -11,7 +11,7 @@ void HandleMouseWheel(const SDL_MouseWheelEvent& event);
 // The window has lost the pointer's buttons: releases every one that the application holds.
 void ReleaseHeldButtons();
 bool AnyButtonHeld();
-void ResetMouse();
+void ResetSdlMouse();
 
 // desktop.h's number of an SDL button: 0 left, 1 right, 2 middle, 3 and up the others.
 u32 ButtonNumber(u8 sdlButton);

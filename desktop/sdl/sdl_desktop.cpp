@@ -97,8 +97,8 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     }
     BindGateToMainThread();
     ResetTimers();
-    ResetKeyboard();
-    ResetMouse();
+    ResetSdlKeyboard();
+    ResetSdlMouse();
     StartScreens();
     StartRunLoop(options.fullScreen);
 
