@@ -22,10 +22,10 @@ struct BudgetIsSpent {};
 u64 instructionsLeft = 0;
 
 const InstructionTrace kBudgetTrace = {
-    [](u32) {
-        if (instructionsLeft-- == 0) throw BudgetIsSpent{};
-    },
     [](u32) {},
+    [](u32) {
+        if (--instructionsLeft == 0) throw BudgetIsSpent{};
+    },
 };
 
 bool StartsWith(const std::string& text, const char* start) {
@@ -144,12 +144,9 @@ Picture BenchPicture() {
 
 const char* EngineName(Engine engine) {
     switch (engine) {
-        case Engine::Fast:
-            return "interpreter";
-        case Engine::Traced:
-            return "traced interpreter";
-        case Engine::Plain:
-            return "plain executor";
+        case Engine::Fast: return "interpreter";
+        case Engine::Traced: return "traced interpreter";
+        case Engine::Plain: return "plain executor";
     }
     return "?";
 }
@@ -205,7 +202,8 @@ std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wante
 
 void ExpectRun(const std::string& name, const Picture& before, const Expected& expected) {
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
-        const RunResult result = RunOn(engine, before.bytes, {.modalDepth = expected.modalDepthBefore});
+        const RunResult result =
+            RunOn(engine, before.bytes, {.modalDepth = expected.modalDepthBefore});
         const std::string where = name + " on the " + EngineName(engine);
         EXPECT_STREQ(plain::OutcomeName(result.outcome), plain::OutcomeName(expected.outcome))
             << where;

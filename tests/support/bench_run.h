@@ -22,7 +22,7 @@ struct Picture {
 
 // Addresses of the picture that BenchPicture gives.
 constexpr u32 kBenchSize = 4096;
-constexpr u32 kBenchCode = 512;        // 512..1023 is filled with STOP
+constexpr u32 kBenchCode = 512;  // 512..1023 is filled with STOP
 constexpr u32 kBenchStackLimit = 2048;
 constexpr u32 kBenchStackTop = 3072;
 constexpr u32 kBenchSP = 2800;

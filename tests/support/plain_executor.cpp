@@ -306,8 +306,7 @@ Operands TwoOperands(State& run, u32 w, u32 size) {
             o.a = RegisterSlot(low);
             o.b = QuickSource(run, high, size);
             break;
-        default:
-            throw Halt{Outcome::IllegalOpcode};
+        default: throw Halt{Outcome::IllegalOpcode};
     }
     return o;
 }
@@ -332,14 +331,10 @@ template <class Real>
 Real Arithmetic(State& run, u32 group, Real a, Real b) {
     if (std::isnan(a) && std::isnan(b)) run.m.nansMet = true;
     switch (group) {
-        case 17:
-            return a + b;
-        case 18:
-            return a - b;
-        case 19:
-            return a * b;
-        default:
-            return a / b;
+        case 17: return a + b;
+        case 18: return a - b;
+        case 19: return a * b;
+        default: return a / b;
     }
 }
 
@@ -457,14 +452,9 @@ void TwoOperandInstruction(State& run, u32 w) {
         case 23:  // BLOCKMOVE
             CopyBlock(m, o.a, o.b, u64{Read32(m, kBlockCount)} * bytes);
             return;
-        case 30:
-            PushBlock(run, w, size, o);
-            return;
-        case 31:
-            PeekBlock(run, size, o);
-            return;
-        default:
-            IllegalOpcode(run);
+        case 30: PushBlock(run, w, size, o); return;
+        case 31: PeekBlock(run, size, o); return;
+        default: IllegalOpcode(run);
     }
 }
 
@@ -473,12 +463,9 @@ void TwoOperandInstruction(State& run, u32 w) {
 
 u32 OneOperand(State& run, u32 w) {
     switch (w & 255) {
-        case 108:
-            return Indexed(run, NextExtensionWord(run), (w >> 16) & 15);
-        case 172:
-            return FrameAddress(run, w);
-        case 212:
-            return RegisterSlot(w >> 16);
+        case 108: return Indexed(run, NextExtensionWord(run), (w >> 16) & 15);
+        case 172: return FrameAddress(run, w);
+        case 212: return RegisterSlot(w >> 16);
         default:  // 236
             return NextExtensionWord(run);
     }
@@ -557,8 +544,7 @@ void OneOperandInstruction(State& run, u32 w) {
             Write(m, e, TruncateToQuad(f64{rounded}), 4);
             return;
         }
-        default:
-            IllegalOpcode(run);
+        default: IllegalOpcode(run);
     }
 }
 
@@ -570,22 +556,14 @@ bool Holds(u32 condition, u8 flags) {
     const bool zero = (flags & kZeroFlag) != 0;
     const bool neg = (flags & kNegFlag) != 0;
     switch (condition) {
-        case 0:
-            return zero;
-        case 1:
-            return !zero;
-        case 2:
-            return !neg;
-        case 3:
-            return !zero && !neg;
-        case 4:
-            return zero || neg;
-        case 5:
-            return neg;
-        case 6:
-            return !odd;
-        default:
-            return odd;
+        case 0: return zero;
+        case 1: return !zero;
+        case 2: return !neg;
+        case 3: return !zero && !neg;
+        case 4: return zero || neg;
+        case 5: return neg;
+        case 6: return !odd;
+        default: return odd;
     }
 }
 
@@ -597,18 +575,10 @@ void TestAndBranch(State& run, u32 w) {
     const u32 x = NextExtensionWord(run);
     u32 address = 0;
     switch ((w >> 3) & 3) {
-        case 0:
-            address = RegisterSlot(x);
-            break;
-        case 1:
-            address = x;
-            break;
-        case 2:
-            address = Read32(run.m, RegisterSlot(x));
-            break;
-        default:
-            address = run.fp + x;
-            break;
+        case 0: address = RegisterSlot(x); break;
+        case 1: address = x; break;
+        case 2: address = Read32(run.m, RegisterSlot(x)); break;
+        default: address = run.fp + x; break;
     }
     const u32 size = (w >> 5) & 3;
     run.flags = FlagsOf(Read(run.m, address, BytesOf(size)), size);
@@ -624,10 +594,10 @@ void JumpThroughMemory(State& run, u32 w) {
 // Calls and run control
 
 void Call(State& run, u32 target, u32 argumentBytes) {
+    run.m.pcPreJsr = run.pc + 4;
     Push(run, argumentBytes, 4);
     Push(run, run.next, 4);
     run.next = target;
-    run.m.pcPreJsr = run.pc + 4;
 }
 
 void Link(State& run, u32 w) {
@@ -700,9 +670,7 @@ void AppendDebugString(State& run) {
 bool SingleInstruction(State& run, u32 w) {
     const u64 shortValue = static_cast<u64>(i64{static_cast<i32>(w) >> 10});
     switch (w & 1023) {
-        case 20:
-            AppendDebugString(run);
-            return true;
+        case 20: AppendDebugString(run); return true;
         case 44:  // JMP
             run.next = (w >> 10) * 4;
             return true;
@@ -712,39 +680,22 @@ bool SingleInstruction(State& run, u32 w) {
             return true;
         }
         case 116:
-        case 372:
-            Push(run, NextExtensionWord(run), 2);
-            return true;
-        case 148:
-            run.m.presentNotify = true;
-            Modal(run);
+        case 372: Push(run, NextExtensionWord(run), 2); return true;
+        case 148: run.m.presentNotify = true; Modal(run);
         case 244:
-        case 500:
-            Push(run, w >> 10, 2);
-            return true;
-        case 276:
-            run.m.sys(run.m);
-            return true;
-        case 340:
-            Link(run, w);
-            return true;
+        case 500: Push(run, w >> 10, 2); return true;
+        case 276: run.m.sys(run.m); return true;
+        case 340: Link(run, w); return true;
         case 404:  // NOP
             return true;
         case 532:  // STOP
             run.m.runState |= 1;
             run.next = run.pc;
             throw Halt{Outcome::Stopped};
-        case 596:
-            Return(run, w);
-            return true;
-        case 628:
-            Push(run, NextExtensionWord(run), 4);
-            return true;
-        case 756:
-            Push(run, shortValue, 4);
-            return true;
-        case 788:
-            Modal(run);
+        case 596: Return(run, w); return true;
+        case 628: Push(run, NextExtensionWord(run), 4); return true;
+        case 756: Push(run, shortValue, 4); return true;
+        case 788: Modal(run);
         case 852:  // CALLR
             Call(run, Read32(run.m, RegisterSlot((w >> 12) & 15)), w >> 16);
             return true;
@@ -754,14 +705,9 @@ bool SingleInstruction(State& run, u32 w) {
             Push(run, high << 32 | low, 8);
             return true;
         }
-        case 916:
-            Emod(run);
-            return true;
-        case 1012:
-            Push(run, shortValue, 8);
-            return true;
-        default:
-            return false;
+        case 916: Emod(run); return true;
+        case 1012: Push(run, shortValue, 8); return true;
+        default: return false;
     }
 }
 
@@ -811,24 +757,15 @@ void ReportFault(Machine& m, Outcome outcome) {
 
 const char* OutcomeName(Outcome outcome) {
     switch (outcome) {
-        case Outcome::Returned:
-            return "returned";
-        case Outcome::Stopped:
-            return "stopped";
-        case Outcome::Modal:
-            return "modal";
-        case Outcome::IllegalOpcode:
-            return "illegal opcode";
-        case Outcome::StackOverflow:
-            return "stack overflow";
-        case Outcome::BadEmod:
-            return "bad EMOD";
-        case Outcome::MemoryFault:
-            return "memory fault";
-        case Outcome::DivisionError:
-            return "division error";
-        case Outcome::BudgetSpent:
-            return "budget spent";
+        case Outcome::Returned: return "returned";
+        case Outcome::Stopped: return "stopped";
+        case Outcome::Modal: return "modal";
+        case Outcome::IllegalOpcode: return "illegal opcode";
+        case Outcome::StackOverflow: return "stack overflow";
+        case Outcome::BadEmod: return "bad EMOD";
+        case Outcome::MemoryFault: return "memory fault";
+        case Outcome::DivisionError: return "division error";
+        case Outcome::BudgetSpent: return "budget spent";
     }
     return "?";
 }
@@ -841,8 +778,12 @@ Machine MakeMachine(const std::vector<u8>& image) {
 }
 
 Outcome Run(Machine& m, u64 budget) {
-    State run{m, 0, Read32(m, kPC), Read32(m, kSP), Read32(m, kFP),
-             static_cast<u8>(Read(m, kFlags, 1) & 7)};
+    State run{m,
+              0,
+              Read32(m, kPC),
+              Read32(m, kSP),
+              Read32(m, kFP),
+              static_cast<u8>(Read(m, kFlags, 1) & 7)};
     for (u64 done = 0; done < budget; ++done) {
         run.pc = run.next;
         m.trace.push_back(run.pc);

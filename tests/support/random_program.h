@@ -9,7 +9,7 @@
 // The same number sequence with every compiler and library.
 class Random {
   public:
-    explicit Random(u64 seed) : state(seed * 0x9E3779B97F4A7C15 + 0x1234567) {}
+    explicit Random(u64 seed);
     u64 Next();
     u32 Below(u32 limit);            // 0 .. limit - 1
     u32 Between(u32 low, u32 high);  // both included

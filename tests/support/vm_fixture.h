@@ -17,7 +17,7 @@ struct ProcessEnded {
 
 // What the tests' slots have caught since the start of the test.
 struct VmEvents {
-    std::vector<std::string> messages;  // texts of the fatal message box
+    std::vector<std::string> messages;   // texts of the fatal message box
     std::vector<std::string> fileCalls;  // "open NAME MODE", "close NAME", ...
     u32 flushes = 0;
 };
@@ -25,7 +25,7 @@ struct VmEvents {
 // Files in memory, by name.
 struct VmFiles {
     std::map<std::string, std::string> contents;
-    bool refuseAll = false;  // nothing can be opened
+    bool refuseAll = false;      // nothing can be opened
     u32 shortRead = 0xFFFFFFFF;  // a read brings at most so many bytes
 };
 

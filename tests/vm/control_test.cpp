@@ -31,14 +31,14 @@ struct Condition {
 };
 
 const Condition kConditions[] = {
-    {0, {false, false, true, true, false, false, true, true}},   // ZERO
-    {1, {true, true, false, false, true, true, false, false}},   // not ZERO
-    {2, {true, true, true, true, false, false, false, false}},   // not NEG
-    {3, {true, true, false, false, false, false, false, false}}, // neither ZERO nor NEG
-    {4, {false, false, true, true, true, true, true, true}},     // ZERO or NEG
-    {5, {false, false, false, false, true, true, true, true}},   // NEG
-    {6, {true, false, true, false, true, false, true, false}},   // not ODD
-    {7, {false, true, false, true, false, true, false, true}},   // ODD
+    {0, {false, false, true, true, false, false, true, true}},    // ZERO
+    {1, {true, true, false, false, true, true, false, false}},    // not ZERO
+    {2, {true, true, true, true, false, false, false, false}},    // not NEG
+    {3, {true, true, false, false, false, false, false, false}},  // neither ZERO nor NEG
+    {4, {false, false, true, true, true, true, true, true}},      // ZERO or NEG
+    {5, {false, false, false, false, true, true, true, true}},    // NEG
+    {6, {true, false, true, false, true, false, true, false}},    // not ODD
+    {7, {false, true, false, true, false, true, false, true}},    // ODD
 };
 
 // One instruction at 512, then `change` says what it does beyond PC.
@@ -64,10 +64,11 @@ TEST_F(Control, BranchOnFlagsFollowsEveryConditionWithEveryCombinationOfFlags) {
         for (u32 flags = 0; flags < 8; ++flags) {
             Picture before = BenchPicture();
             before.Put(192, flags, 1);
-            ExpectWords("condition " + std::to_string(condition.number) + " with flags " +
-                            std::to_string(flags),
-                        {At(kTarget) | condition.number << 7 | 52},
-                        condition.taken[flags] ? kTarget : 516, [](Picture&) {}, before);
+            ExpectWords(
+                "condition " + std::to_string(condition.number) + " with flags " +
+                    std::to_string(flags),
+                {At(kTarget) | condition.number << 7 | 52}, condition.taken[flags] ? kTarget : 516,
+                [](Picture&) {}, before);
         }
     }
 }
@@ -79,12 +80,23 @@ TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
         u32 flags;
     };
     const Value values[] = {
-        {0, 0xA1A2A3A4A5A6A700, 2}, {0, 0xA1A2A3A4A5A6A77F, 1}, {0, 0xA1A2A3A4A5A6A780, 4},
-        {0, 0x81, 5},               {0, 0x02, 0},               {1, 0xA1A2A3A4A5A60000, 2},
-        {1, 0x80FF, 5},             {1, 0x0100, 0},             {1, 0x8000, 4},
-        {2, 0xA1A2A3A400000000, 2}, {2, 0x80000000, 4},         {2, 0x00FF0001, 1},
-        {2, 0x7FFFFFFE, 0},         {3, 0, 2},                  {3, 0x8000000000000001, 5},
-        {3, 0x0000000080000000, 0}, {3, 0x8000000000000000, 4},
+        {0, 0xA1A2A3A4A5A6A700, 2},
+        {0, 0xA1A2A3A4A5A6A77F, 1},
+        {0, 0xA1A2A3A4A5A6A780, 4},
+        {0, 0x81, 5},
+        {0, 0x02, 0},
+        {1, 0xA1A2A3A4A5A60000, 2},
+        {1, 0x80FF, 5},
+        {1, 0x0100, 0},
+        {1, 0x8000, 4},
+        {2, 0xA1A2A3A400000000, 2},
+        {2, 0x80000000, 4},
+        {2, 0x00FF0001, 1},
+        {2, 0x7FFFFFFE, 0},
+        {3, 0, 2},
+        {3, 0x8000000000000001, 5},
+        {3, 0x0000000080000000, 0},
+        {3, 0x8000000000000000, 4},
     };
     // Register 5; absolute 1107; the address 1185 in R7's low half; FP - 25 = 1511.
     struct Mode {
@@ -100,14 +112,14 @@ TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
                 before.Put(RegisterAt(7), 0x12345678000004A1, 8);
                 before.Put(192, 7 - value.flags, 1);
                 before.Put(mode.address, value.value, 8);
-                ExpectWords("test and branch, size " + std::to_string(value.size) + ", mode " +
-                                std::to_string(mode.number) + ", condition " +
-                                std::to_string(condition.number),
-                            {At(kTarget) | condition.number << 7 | value.size << 5 |
-                                 mode.number << 3,
-                             mode.x},
-                            condition.taken[value.flags] ? kTarget : 520,
-                            [&](Picture& after) { after.Put(192, value.flags, 1); }, before);
+                ExpectWords(
+                    "test and branch, size " + std::to_string(value.size) + ", mode " +
+                        std::to_string(mode.number) + ", condition " +
+                        std::to_string(condition.number),
+                    {At(kTarget) | condition.number << 7 | value.size << 5 | mode.number << 3,
+                     mode.x},
+                    condition.taken[value.flags] ? kTarget : 520,
+                    [&](Picture& after) { after.Put(192, value.flags, 1); }, before);
             }
         }
     }
@@ -119,8 +131,9 @@ TEST_F(Control, TestAndBranchDoesNotMaskTheRegisterNumber) {
                 [](Picture& after) { after.Put(192, 0, 1); });
     Picture before = BenchPicture();
     before.Put(0, 0, 4);
-    ExpectWords("TBEQ.L of register 0x1FFFFFFF", {At(kTarget) | 2u << 5, 0x1FFFFFFF}, kTarget,
-                [](Picture& after) { after.Put(192, 2, 1); }, before);
+    ExpectWords(
+        "TBEQ.L of register 0x1FFFFFFF", {At(kTarget) | 2u << 5, 0x1FFFFFFF}, kTarget,
+        [](Picture& after) { after.Put(192, 2, 1); }, before);
 }
 
 TEST_F(Control, JmpSetsPc) {
@@ -133,8 +146,9 @@ TEST_F(Control, JumpThroughMemoryTakesPcFromTheTable) {
         before.Put(RegisterAt(r), 0x9999999900000006, 8);
         before.Put(1030, 0x302, 4);  // PC need not be a multiple of 4
         before.Put(0x302, 532, 4);
-        ExpectWords("jump through memory by R" + std::to_string(r), {At(1024) | r << 6 | 12}, 0x302,
-                    [](Picture&) {}, before);
+        ExpectWords(
+            "jump through memory by R" + std::to_string(r), {At(1024) | r << 6 | 12}, 0x302,
+            [](Picture&) {}, before);
     }
 }
 
@@ -143,13 +157,13 @@ TEST_F(Control, JumpThroughMemoryTakesPcFromTheTable) {
 
 TEST_F(Control, The1023CodeAndTheOtherNoOperationCodesAdvancePcBy4AndChangeNothingElse) {
     for (u32 low = 0; low < 1024; ++low) {
-        const bool nothing = (low & 31) == 31 || low == 300 || low == 556 || low == 660 ||
-                             low == 812 || low == 404;
+        const bool nothing =
+            (low & 31) == 31 || low == 300 || low == 556 || low == 660 || low == 812 || low == 404;
         if (!nothing) continue;
         Picture before = BenchPicture();
         before.Put(192, 5, 1);
-        ExpectWords("code " + std::to_string(low), {low | 0xABCDEC00}, 516, [](Picture&) {},
-                    before);
+        ExpectWords(
+            "code " + std::to_string(low), {low | 0xABCDEC00}, 516, [](Picture&) {}, before);
     }
 }
 
@@ -202,12 +216,13 @@ TEST_F(Control, ConstantPushesPushWordLongAndQuad) {
 TEST_F(Control, PushesDoNotCheckTheStackLimit) {
     Picture before = BenchPicture();
     before.Put(160, 1000, 4);  // far below the limit of 2048
-    ExpectWords("PUSH.L #5", {756 | 5u << 10}, 516,
-                [](Picture& after) {
-                    after.Put(996, 5, 4);
-                    after.Put(160, 996, 4);
-                },
-                before);
+    ExpectWords(
+        "PUSH.L #5", {756 | 5u << 10}, 516,
+        [](Picture& after) {
+            after.Put(996, 5, 4);
+            after.Put(160, 996, 4);
+        },
+        before);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -287,16 +302,17 @@ TEST_F(Control, ReturnRestoresRegistersFpAndSpAndRemovesTheArguments) {
         before.Put(2500, 0x00001234, 4);
         before.Put(2504, kTarget, 4);
         before.Put(2508, 40, 4);
-        ExpectWords("RETURN " + std::to_string(n), {596 | n << 10 | 0xFFFFC000}, kTarget,
-                    [&](Picture& after) {
-                        const u32 first = 120 - 8 * n;
-                        for (u32 i = 0; i < 8 * n; ++i) {
-                            after.Put(first + i, after.Get(2300 + i, 1), 1);
-                        }
-                        after.Put(160, 2552, 4);
-                        after.Put(168, 0x1234, 4);
-                    },
-                    before);
+        ExpectWords(
+            "RETURN " + std::to_string(n), {596 | n << 10 | 0xFFFFC000}, kTarget,
+            [&](Picture& after) {
+                const u32 first = 120 - 8 * n;
+                for (u32 i = 0; i < 8 * n; ++i) {
+                    after.Put(first + i, after.Get(2300 + i, 1), 1);
+                }
+                after.Put(160, 2552, 4);
+                after.Put(168, 0x1234, 4);
+            },
+            before);
     }
 }
 
@@ -331,9 +347,9 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
     before.PutWords(512, {340, 756 | 10u << 10, 84 | 4u << 16, fib, two(25, 62, 0, 0), 1200, 596});
     before.PutWords(fib, {340 | 1u << 10, two(17, 62, 13, 12), two(30, 34, 13, 2),
                           At(over) | 2u << 7 | 52, two(28, 62, 0, 13), 596 | 1u << 10});
-    before.PutWords(over, {two(30, 30, 13, 1), one(18, 13), 84 | 4u << 16, fib, one(18, 0),
-                           two(30, 30, 13, 1), one(18, 13), 84 | 4u << 16, fib, one(22, 13),
-                           two(28, 26, 0, 13), 596 | 1u << 10});
+    before.PutWords(
+        over, {two(30, 30, 13, 1), one(18, 13), 84 | 4u << 16, fib, one(18, 0), two(30, 30, 13, 1),
+               one(18, 13), 84 | 4u << 16, fib, one(22, 13), two(28, 26, 0, 13), 596 | 1u << 10});
     before.Put(2776, 0, 4);   // the message frame: return address 0,
     before.Put(2780, 16, 4);  // 16 argument bytes
     before.Put(160, 2776, 4);
@@ -358,14 +374,15 @@ TEST_F(Control, PushblockInForm5TakesAll32BitsOfTheExtensionWordAsTheCount) {
     Picture before = BenchPicture();
     before.Put(RegisterAt(7), 0xFFFFFFF0, 8);
     // 300 bytes although the operation is the BYTE one; [300] is not looked at.
-    ExpectWords("PUSHBLOCK 300", words(300), 524,
-                [](Picture& after) {
-                    for (u32 i = 0; i < 300; ++i) {
-                        after.Put(2500 + i, after.Get(1184 + i, 1), 1);
-                    }
-                    after.Put(160, 2500, 4);
-                },
-                before);
+    ExpectWords(
+        "PUSHBLOCK 300", words(300), 524,
+        [](Picture& after) {
+            for (u32 i = 0; i < 300; ++i) {
+                after.Put(2500 + i, after.Get(1184 + i, 1), 1);
+            }
+            after.Put(160, 2500, 4);
+        },
+        before);
     for (const u32 n : {0x10001u, 2801u, 0xFFFFFFFFu, 653u}) {
         Picture over = before;
         over.PutWords(kBenchCode, words(n));
@@ -381,15 +398,16 @@ TEST_F(Control, PushblockKeepsSpAtLeast100BytesAboveTheLimit) {
     const std::vector<u32> words = {5 | 7u << 5 | 123u << 9, 652, 1200};
     Picture before = BenchPicture();
     before.Put(RegisterAt(7), 0, 8);
-    ExpectWords("PUSHBLOCK 652", words, 524,
-                [](Picture& after) {
-                    const Picture source = after;
-                    for (u32 i = 0; i < 652; ++i) {
-                        after.Put(2148 + i, source.Get(1200 + i, 1), 1);
-                    }
-                    after.Put(160, 2148, 4);
-                },
-                before);
+    ExpectWords(
+        "PUSHBLOCK 652", words, 524,
+        [](Picture& after) {
+            const Picture source = after;
+            for (u32 i = 0; i < 652; ++i) {
+                after.Put(2148 + i, source.Get(1200 + i, 1), 1);
+            }
+            after.Put(160, 2148, 4);
+        },
+        before);
 }
 
 TEST_F(Control, PeekblockReadsUpToTheStackTop) {
@@ -397,13 +415,14 @@ TEST_F(Control, PeekblockReadsUpToTheStackTop) {
     Picture before = BenchPicture();
     before.Put(1104, 272, 2);
     const std::vector<u32> words = {21 | 125u << 9, 1104, 1200};
-    ExpectWords("PEEKBLOCK 272", words, 524,
-                [](Picture& after) {
-                    for (u32 i = 0; i < 272; ++i) {
-                        after.Put(1200 + i, after.Get(2800 + i, 1), 1);
-                    }
-                },
-                before);
+    ExpectWords(
+        "PEEKBLOCK 272", words, 524,
+        [](Picture& after) {
+            for (u32 i = 0; i < 272; ++i) {
+                after.Put(1200 + i, after.Get(2800 + i, 1), 1);
+            }
+        },
+        before);
     before.Put(1104, 273, 2);
     before.PutWords(kBenchCode, words);
     ExpectRun("PEEKBLOCK 273", before,
@@ -413,7 +432,7 @@ TEST_F(Control, PeekblockReadsUpToTheStackTop) {
 }
 
 TEST_F(Control, BlockmoveCopiesOverlappingRangesBothWays) {
-    const std::vector<u32> up = {21 | 93u << 9, 1204, 1200};    // A = 1204, B = 1200, WORDs
+    const std::vector<u32> up = {21 | 93u << 9, 1204, 1200};  // A = 1204, B = 1200, WORDs
     const std::vector<u32> down = {21 | 93u << 9, 1200, 1204};
     Picture before = BenchPicture();
     before.Put(184, 50, 4);
@@ -507,8 +526,7 @@ TEST_F(Control, EmodWithoutAModalReportsAndEndsTheRunButNotTheProgram) {
     Picture before = BenchPicture();
     before.Put(192, 1, 1);
     before.PutWords(kBenchCode, {916});
-    ExpectRun("EMOD", before,
-              {.after = before, .outcome = Outcome::BadEmod, .messages = kBadEmod});
+    ExpectRun("EMOD", before, {.after = before, .outcome = Outcome::BadEmod, .messages = kBadEmod});
     ExpectRun("EMOD at depth -1", before,
               {.after = before,
                .outcome = Outcome::BadEmod,
@@ -581,8 +599,9 @@ TEST_F(Control, WritesToTheHeadersPcSpFpAndFlagsAreLost) {
     }
     Picture before = BenchPicture();
     before.Put(192, 6, 1);
-    ExpectWords("MOVE.B [192], #5", {29 | 5u << 5 | 60u << 9, 192}, 520,
-                [](Picture& after) { after.Put(256, 5, 4); }, before);
+    ExpectWords(
+        "MOVE.B [192], #5", {29 | 5u << 5 | 60u << 9, 192}, 520,
+        [](Picture& after) { after.Put(256, 5, 4); }, before);
 }
 
 TEST_F(Control, TheUpperHalvesBesideThePcSpAndFpAndTheOtherHeaderWordsKeepAWrite) {
@@ -609,22 +628,23 @@ TEST_F(Control, ReadsOfTheHeaderSeeThePcOfTheInstructionAndTheSpFpAndFlagsBefore
     const auto load = [](u32 r, u32 number) { return 26 | r << 5 | number << 9; };
     Picture before = BenchPicture();
     before.Put(RegisterAt(1), 5, 8);
-    ExpectWords("reads of the header",
-                {30 | 1u << 5 | 30u << 9 | 7u << 16, 756 | 9u << 10, load(2, 66), 136, load(3, 66),
-                 160, load(4, 66), 168, load(5, 64), 192},
-                552,
-                [](Picture& after) {
-                    after.Put(256, 7, 4);
-                    after.Put(RegisterAt(1), 0xFFFFFFFE, 4);
-                    after.Put(2796, 9, 4);
-                    after.Put(160, 2796, 4);
-                    after.Put(RegisterAt(2), 520, 8);
-                    after.Put(RegisterAt(3), 2796, 8);
-                    after.Put(RegisterAt(4), kBenchFP, 8);
-                    after.Put(RegisterAt(5), 4, 8);
-                    after.Put(192, 4, 1);
-                },
-                before);
+    ExpectWords(
+        "reads of the header",
+        {30 | 1u << 5 | 30u << 9 | 7u << 16, 756 | 9u << 10, load(2, 66), 136, load(3, 66), 160,
+         load(4, 66), 168, load(5, 64), 192},
+        552,
+        [](Picture& after) {
+            after.Put(256, 7, 4);
+            after.Put(RegisterAt(1), 0xFFFFFFFE, 4);
+            after.Put(2796, 9, 4);
+            after.Put(160, 2796, 4);
+            after.Put(RegisterAt(2), 520, 8);
+            after.Put(RegisterAt(3), 2796, 8);
+            after.Put(RegisterAt(4), kBenchFP, 8);
+            after.Put(RegisterAt(5), 4, 8);
+            after.Put(192, 4, 1);
+        },
+        before);
 }
 
 TEST_F(Control, PopIntoTheSpWordIsLost) {
@@ -637,13 +657,14 @@ TEST_F(Control, CodeThatChangesTheNextInstructionIsSeen) {
     // MOVE.L [524], R1 puts PUSH.L #3 over the STOP at 524; the NOP before it has run.
     Picture before = BenchPicture();
     before.Put(RegisterAt(1), 756 | 3u << 10, 4);
-    ExpectWords("self-modifying code", {25 | 1u << 5 | 62u << 9, 524, 404}, 528,
-                [](Picture& after) {
-                    after.Put(524, 756 | 3u << 10, 4);
-                    after.Put(2796, 3, 4);
-                    after.Put(160, 2796, 4);
-                },
-                before);
+    ExpectWords(
+        "self-modifying code", {25 | 1u << 5 | 62u << 9, 524, 404}, 528,
+        [](Picture& after) {
+            after.Put(524, 756 | 3u << 10, 4);
+            after.Put(2796, 3, 4);
+            after.Put(160, 2796, 4);
+        },
+        before);
 }
 
 TEST_F(Control, AQuickSourceOfMinus8FillsTheSlotByTheOperationsSize) {
@@ -651,37 +672,41 @@ TEST_F(Control, AQuickSourceOfMinus8FillsTheSlotByTheOperationsSize) {
     before.Put(256, 0x1122334455667788, 8);
     before.Put(RegisterAt(3), 0, 8);
     // In a QUAD operation all 64 bits, in a LONG one the low word alone.
-    ExpectWords("MOVE.Q R3, #-8", {30 | 3u << 5 | 63u << 9 | 8u << 16}, 516,
-                [](Picture& after) {
-                    after.Put(256, 0xFFFFFFFFFFFFFFF8, 8);
-                    after.Put(RegisterAt(3), 0xFFFFFFFFFFFFFFF8, 8);
-                },
-                before);
-    ExpectWords("MOVE.L R3, #-8", {30 | 3u << 5 | 62u << 9 | 8u << 16}, 516,
-                [](Picture& after) {
-                    after.Put(256, 0x11223344FFFFFFF8, 8);
-                    after.Put(RegisterAt(3), 0x00000000FFFFFFF8, 8);
-                },
-                before);
-    ExpectWords("MOVE.B R3, #-8", {30 | 3u << 5 | 60u << 9 | 8u << 16}, 516,
-                [](Picture& after) {
-                    after.Put(256, 0x11223344FFFFFFF8, 8);
-                    after.Put(RegisterAt(3), 0xF8, 8);
-                },
-                before);
+    ExpectWords(
+        "MOVE.Q R3, #-8", {30 | 3u << 5 | 63u << 9 | 8u << 16}, 516,
+        [](Picture& after) {
+            after.Put(256, 0xFFFFFFFFFFFFFFF8, 8);
+            after.Put(RegisterAt(3), 0xFFFFFFFFFFFFFFF8, 8);
+        },
+        before);
+    ExpectWords(
+        "MOVE.L R3, #-8", {30 | 3u << 5 | 62u << 9 | 8u << 16}, 516,
+        [](Picture& after) {
+            after.Put(256, 0x11223344FFFFFFF8, 8);
+            after.Put(RegisterAt(3), 0x00000000FFFFFFF8, 8);
+        },
+        before);
+    ExpectWords(
+        "MOVE.B R3, #-8", {30 | 3u << 5 | 60u << 9 | 8u << 16}, 516,
+        [](Picture& after) {
+            after.Put(256, 0x11223344FFFFFFF8, 8);
+            after.Put(RegisterAt(3), 0xF8, 8);
+        },
+        before);
 }
 
 TEST_F(Control, TheSlotIsMemoryThatALaterOperandCanRead) {
     // MOVE.L R3, #0x12345678 then MOVE.W R4, [258]
     Picture before = BenchPicture();
-    ExpectWords("the slot as memory", {22 | 3u << 5 | 62u << 9, 0x12345678, 26 | 4u << 5 | 61u << 9, 258},
-                528,
-                [](Picture& after) {
-                    after.Put(256, 0x12345678, 4);
-                    after.Put(RegisterAt(3), 0x12345678, 4);
-                    after.Put(RegisterAt(4), 0x1234, 2);
-                },
-                before);
+    ExpectWords(
+        "the slot as memory", {22 | 3u << 5 | 62u << 9, 0x12345678, 26 | 4u << 5 | 61u << 9, 258},
+        528,
+        [](Picture& after) {
+            after.Put(256, 0x12345678, 4);
+            after.Put(RegisterAt(3), 0x12345678, 4);
+            after.Put(RegisterAt(4), 0x1234, 2);
+        },
+        before);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -151,8 +151,8 @@ const Case kCases[] = {
     {"CMP.Q", 35, 0x0000000100000000, 0, 0x0000000100000000, 0},
     {"CMP.Q", 35, 1, 0xFFFFFFFFFFFFFFFF, 1, 0},
 
-    {"MUL.B", 36, 0x13, 0x0E, 0x0A, kKept},   // 19 * 14 = 266
-    {"MUL.B", 36, 0x80, 0xFD, 0x80, kKept},   // -128 * -3 = 384
+    {"MUL.B", 36, 0x13, 0x0E, 0x0A, kKept},  // 19 * 14 = 266
+    {"MUL.B", 36, 0x80, 0xFD, 0x80, kKept},  // -128 * -3 = 384
     {"MUL.B", 36, 0xFF, 0xFF, 0x01, kKept},
     {"MUL.W", 37, 0x1234, 0x5678, 0x0060, kKept},  // 0x06260060
     {"MUL.W", 37, 0xFFFF, 0xFFFF, 0x0001, kKept},
@@ -271,29 +271,29 @@ const Case kCases[] = {
 // How a form finds its operands.
 struct Form {
     u32 code;
-    u32 fields;             // the word without form and operation
+    u32 fields;              // the word without form and operation
     std::vector<u32> words;  // extension words, without those of an immediate
-    u32 a;                  // address of A
+    u32 a;                   // address of A
     enum { Memory, Quick, Immediate } source;
-    u32 b;         // address of B, 256 for quick and immediate
-    u32 quickAt;   // lowest bit of a quick value in the word
-    u32 length;    // without the second word of a QUAD immediate
+    u32 b;        // address of B, 256 for quick and immediate
+    u32 quickAt;  // lowest bit of a quick value in the word
+    u32 length;   // without the second word of a QUAD immediate
 };
 
 // R3 and R5 are operands. R6 and R7 are address bases whose upper halves are not zero; R7 is -16.
 // FP is 1536. Unused bits of the word are set here and there: nothing may look at them.
 constexpr u32 kIndexA = 1024;
-constexpr u32 kBaseWordA = 0x41;                    // 1024 + 65 = 1089
+constexpr u32 kBaseWordA = 0x41;  // 1024 + 65 = 1089
 constexpr u32 kAddressIndexedA = 1089;
-constexpr u32 kBaseWordB = 1200;                    // -16 + 1200 = 1184
+constexpr u32 kBaseWordB = 1200;  // -16 + 1200 = 1184
 constexpr u32 kAddressIndexedB = 1184;
 constexpr u32 kAbsoluteA = 1105;
 constexpr u32 kAbsoluteB = 1218;
-constexpr u32 kFrameA = 0xFFE8u << 16;              // FP - 24
+constexpr u32 kFrameA = 0xFFE8u << 16;  // FP - 24
 constexpr u32 kAddressFrameA = 1512;
-constexpr u32 kFrameB = 0x0028u << 16;              // FP + 40
+constexpr u32 kFrameB = 0x0028u << 16;  // FP + 40
 constexpr u32 kAddressFrameB = 1576;
-constexpr u32 kFrame32B = 0xFFFFFF01;               // FP - 255
+constexpr u32 kFrame32B = 0xFFFFFF01;  // FP - 255
 constexpr u32 kAddressFrame32B = 1281;
 constexpr u32 kLowR3 = 3u << 5;
 constexpr u32 kLowR5 = 5u << 5;
@@ -312,14 +312,32 @@ const Form kForms[] = {
     {1, kLowR6 | kHighJunk, {kBaseWordA}, kAddressIndexedA, Form::Quick, kSlot, 16, 8},
     {2, kLowR6 | kHighR5 | kHighJunk, {kBaseWordA}, kAddressIndexedA, Form::Memory, kR5, 0, 8},
     {3, kLowJunk | kFrameB, {kAbsoluteA}, kAbsoluteA, Form::Memory, kAddressFrameB, 0, 8},
-    {5, kLowR7 | kWideJunk, {kAbsoluteA, kBaseWordB}, kAbsoluteA, Form::Memory, kAddressIndexedB, 0,
+    {5,
+     kLowR7 | kWideJunk,
+     {kAbsoluteA, kBaseWordB},
+     kAbsoluteA,
+     Form::Memory,
+     kAddressIndexedB,
+     0,
      12},
-    {6, kLowR6 | kWideJunk, {kBaseWordA, kAbsoluteB}, kAddressIndexedA, Form::Memory, kAbsoluteB, 0,
+    {6,
+     kLowR6 | kWideJunk,
+     {kBaseWordA, kAbsoluteB},
+     kAddressIndexedA,
+     Form::Memory,
+     kAbsoluteB,
+     0,
      12},
     {7, kLowJunk | kFrameA, {}, kAddressFrameA, Form::Immediate, kSlot, 0, 8},
     {9, kLowR6 | kFrameB, {kBaseWordA}, kAddressIndexedA, Form::Memory, kAddressFrameB, 0, 8},
-    {10, kLowR6 | kHighR7 | kHighJunk, {kBaseWordA, kBaseWordB}, kAddressIndexedA, Form::Memory,
-     kAddressIndexedB, 0, 12},
+    {10,
+     kLowR6 | kHighR7 | kHighJunk,
+     {kBaseWordA, kBaseWordB},
+     kAddressIndexedA,
+     Form::Memory,
+     kAddressIndexedB,
+     0,
+     12},
     {11, kLowR7 | kFrameA, {kBaseWordB}, kAddressFrameA, Form::Memory, kAddressIndexedB, 0, 8},
     {13, kLowJunk | kWideJunk, {kAbsoluteA}, kAbsoluteA, Form::Immediate, kSlot, 0, 12},
     {14, kLowR6 | kWideJunk, {kBaseWordA}, kAddressIndexedA, Form::Immediate, kSlot, 0, 12},
@@ -327,7 +345,13 @@ const Form kForms[] = {
     {17, kLowR3 | kFrameB, {}, kR3, Form::Memory, kAddressFrameB, 0, 4},
     {18, kLowR3 | kHighR7 | kHighJunk, {kBaseWordB}, kR3, Form::Memory, kAddressIndexedB, 0, 8},
     {19, kLowR5 | kFrameA, {}, kAddressFrameA, Form::Memory, kR5, 0, 4},
-    {21, kLowJunk | kWideJunk, {kAbsoluteA, kAbsoluteB}, kAbsoluteA, Form::Memory, kAbsoluteB, 0,
+    {21,
+     kLowJunk | kWideJunk,
+     {kAbsoluteA, kAbsoluteB},
+     kAbsoluteA,
+     Form::Memory,
+     kAbsoluteB,
+     0,
      12},
     {22, kLowR3 | kWideJunk, {}, kR3, Form::Immediate, kSlot, 0, 8},
     {23, kFrameA, {}, kAddressFrameA, Form::Quick, kSlot, 5, 4},
