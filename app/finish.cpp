@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "app/trace.h"
+#include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
@@ -56,6 +57,7 @@ void Finish(int status) {
     finishing = true;
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
+    audioOut.shutDown();
     desktop.shutDown();
     std::exit(status);
 }
