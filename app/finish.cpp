@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/record.h"
 #include "app/trace.h"
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
@@ -57,6 +58,7 @@ void Finish(int status) {
     finishing = true;
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
+    CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
     std::exit(status);

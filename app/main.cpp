@@ -5,6 +5,7 @@
 #include "app/bundle.h"
 #include "app/finish.h"
 #include "app/options.h"
+#include "app/record.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -31,8 +32,8 @@ void LoadInterfaceFile() {
     std::string reason;
     const std::string path = OwnResource("MainMenu.plist");
     if (LoadMenu(path, reason)) return;
-    ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     SystemLog(path + ": " + reason);
+    ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
 }
 
@@ -66,6 +67,9 @@ int main(int argc, char** argv) {
     }
     WireRooms();
     PrepareFinish(options);
+    if (!options.record.empty() && !StartRecording(options.record)) {
+        return Refuse(options.record + ": cannot be written");
+    }
     std::string error;
     if (!StartDesktop(options, error)) {
         std::fprintf(stderr, "moxi: %s\n", error.c_str());

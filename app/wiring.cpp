@@ -11,6 +11,7 @@
 #include "host/keyboard.h"
 #include "host/mouse.h"
 #include "host/queue.h"
+#include "host/services.h"
 #include "host/slots.h"
 #include "host/timers.h"
 #include "host/view.h"
@@ -33,6 +34,7 @@ void WireRooms() {
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
     sysSlots.soundGroup = SysSoundGroup;
+    sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
 
     hostSlots.pollMusic = PollMusic;

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "gfx/draw.h"
+#include "gfx/kernels.h"
 #include "gfx/slots.h"
 #include "vm/diagnostics.h"
 #include "vm/heap.h"
@@ -111,6 +112,7 @@ bool CreateScreenBitmap(u32 width, u32 height) {
     const u32 textHeight = screenHeight < kTallScreen ? kTextRows : screenHeight / kTallScreenPart;
     if (!CreateHostBitmap(screenWidth, textHeight, textBitmap, textBlock)) return false;
     gfxSlots.emptyFontCache();
+    ChooseKernels();
     Rectangle(kScreenBitmap, 0, 0, static_cast<i32>(screenWidth), static_cast<i32>(screenHeight),
               kOpaqueBlack, 0);
     return true;

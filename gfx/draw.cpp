@@ -12,10 +12,9 @@ namespace {
 void FillArea(const Selection& selection, const Area& area, u32 colour) {
     if (area.Empty()) return;
     RequireArea(selection, area);
-    const std::size_t count = static_cast<std::size_t>(area.right - area.left);
-    for (i64 y = area.top; y < area.bottom; ++y) {
-        kernels->fill(PixelAt(selection, area.left, y), count, colour);
-    }
+    kernels->fill(PixelAt(selection, area.left, area.top), selection.stride,
+                  static_cast<std::size_t>(area.right - area.left),
+                  static_cast<std::size_t>(area.bottom - area.top), colour);
 }
 
 i32 Add(i32 a, i32 b) {

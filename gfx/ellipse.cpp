@@ -36,8 +36,8 @@ struct Painter {
     void Fill(i32 left, i32 right, i32 y) const {
         const Area span = Intersect({left, y, i64{right} + 1, i64{y} + 1}, clip);
         if (span.Empty()) return;
-        kernels->fill(PixelAt(selection, span.left, y),
-                      static_cast<std::size_t>(span.right - span.left), fillColour);
+        kernels->fill(PixelAt(selection, span.left, y), 0,
+                      static_cast<std::size_t>(span.right - span.left), 1, fillColour);
     }
     void Outline(i32 x, i32 y) const {
         if (Intersect({x, y, i64{x} + 1, i64{y} + 1}, clip).Empty()) return;

@@ -1,21 +1,78 @@
 #pragma once
 // The inner loops, one record of functions for each instruction set. All of them give the same
-// bytes; StartKernels() picks the fastest that the processor runs.
+// bytes; ChooseKernels() takes the fastest that the processor runs.
 //
-// Rows are `count` pixels of four bytes; addresses need no alignment.
+// Areas are `rows` rows of `count` pixels of four bytes; a stride is the distance of rows in bytes
+// and may be negative. Addresses need no alignment. Rows are worked on from the first to the last,
+// each from left to right in blocks of at most kKernelBlock bytes: what a block reads is read
+// before the block is written.
 
 #include <cstddef>
+#include <vector>
 
 #include "base/types.h"
+
+constexpr std::size_t kKernelBlock = 256;
+
+// Changes pixels whose masked word equals (or differs from) a value to (pixel & keep) | set.
+struct Replacement {
+    u32 mask, value;
+    bool whenEqual;
+    u32 keep, set;
+};
+
+// New hue and saturation (-1: keep each pixel's own) and the new value for every old one.
+struct Adjustment {
+    i32 hue, saturation;
+    const i32* values;  // 256 entries, each 0..255
+};
+
+// One row of the saturation and value square. A column has three factors; a pixel's bytes are
+// factor * value * 255, the value itself, or grey where the saturation is 0.
+struct HueColumn {
+    f64 p, q, t;
+    bool grey;
+};
+
+// A row of averages: each output pixel covers `cells` source pixels of each of `bands` source rows.
+// The weights are in 1/32 of a pixel; those between the first and the last are 32.
+struct BoxColumn {
+    i64 offset;  // of the first cell, from the row's pixels
+    u32 cells, first, last, width;
+};
+struct BoxRow {
+    const u8* pixels;
+    i64 stride;
+    u32 bands, first, last, height;
+};
 
 struct Kernels {
     const char* name;
 
-    // Blends a colour over every pixel of a row.
-    void (*fill)(u8* row, std::size_t count, u32 colour);
+    // Blends a colour over every pixel.
+    void (*fill)(u8* pixels, i64 stride, std::size_t count, std::size_t rows, u32 colour);
+    // Lays source pixels over the destination; alpha is added. The second one inverts the source.
+    void (*blend)(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t count,
+                  std::size_t rows);
+    void (*blendInverted)(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t count,
+                          std::size_t rows);
+    // Blends a row of colours, each with its own alpha, over a row.
+    void (*compose)(u8* to, const u32* colours, std::size_t count);
+    // Returns the number of pixels changed.
+    u64 (*replace)(u8* row, std::size_t count, const Replacement& replacement);
+    void (*adjust)(u8* row, std::size_t count, const Adjustment& adjustment);
+    // `sector` 0..5 is the hue's sixth.
+    void (*hueRow)(u8* row, const HueColumn* columns, std::size_t count, f64 value, u32 sector);
+    // A box without cells or bands is the pixel that it lies in.
+    void (*average)(u32* out, const BoxColumn* columns, std::size_t count, const BoxRow& row);
 };
 
 extern const Kernels scalarKernels;
 
-// The ones in use.
+// The ones in use: the scalar ones until ChooseKernels.
 extern const Kernels* kernels;
+
+// Everything that this processor runs, the fastest first, the scalar ones last.
+std::vector<const Kernels*> AvailableKernels();
+
+void ChooseKernels();

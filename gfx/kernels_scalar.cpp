@@ -1,17 +1,55 @@
 // The inner loops in plain C++: what every processor can run, and what the others are held to.
 
+#include <algorithm>
+
 #include "gfx/kernels.h"
-#include "gfx/pixel.h"
+#include "gfx/kernels_pixel.h"
 
 namespace {
 
-void Fill(u8* row, std::size_t count, u32 colour) {
-    if (AlphaOf(colour) == 255) {
-        for (std::size_t i = 0; i < count; ++i) StoreBytes<u32>(row + 4 * i, colour);
-        return;
-    }
+void Fill(u8* pixels, i64 stride, std::size_t count, std::size_t rows, u32 colour) {
     const BlendColour blend = PrepareBlend(colour);
-    for (std::size_t i = 0; i < count; ++i) BlendPixelAt(row + 4 * i, blend);
+    for (; rows != 0; --rows, pixels += stride) {
+        if (AlphaOf(colour) == 255) {
+            for (std::size_t i = 0; i < count; ++i) StoreBytes<u32>(pixels + 4 * i, colour);
+        } else {
+            for (std::size_t i = 0; i < count; ++i) BlendPixelAt(pixels + 4 * i, blend);
+        }
+    }
+}
+
+template <bool kInverted>
+void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t count,
+           std::size_t rows) {
+    for (; rows != 0; --rows, to += toStride, from += fromStride) {
+        for (std::size_t i = 0; i < count; ++i) {
+            BlitPixel<kInverted>(to + 4 * i, LoadBytes<u32>(from + 4 * i));
+        }
+    }
+}
+
+void Compose(u8* to, const u32* colours, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) ComposePixel(to + 4 * i, colours[i]);
+}
+
+u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
+    u64 changed = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        changed += ReplacePixel(row + 4 * i, replacement) ? 1 : 0;
+    }
+    return changed;
+}
+
+void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
+    for (std::size_t i = 0; i < count; ++i) AdjustPixel(row + 4 * i, adjustment);
+}
+
+void HueRow(u8* row, const HueColumn* columns, std::size_t count, f64 value, u32 sector) {
+    for (std::size_t i = 0; i < count; ++i) HuePixel(row + 4 * i, columns[i], value, sector);
+}
+
+void Average(u32* out, const BoxColumn* columns, std::size_t count, const BoxRow& row) {
+    for (std::size_t i = 0; i < count; ++i) out[i] = AverageBox(columns[i], row);
 }
 
 }  // namespace
@@ -19,6 +57,11 @@ void Fill(u8* row, std::size_t count, u32 colour) {
 const Kernels scalarKernels = {
     .name = "scalar",
     .fill = Fill,
+    .blend = Blend<false>,
+    .blendInverted = Blend<true>,
+    .compose = Compose,
+    .replace = Replace,
+    .adjust = Adjust,
+    .hueRow = HueRow,
+    .average = Average,
 };
-
-constinit const Kernels* kernels = &scalarKernels;

@@ -76,8 +76,8 @@ void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
     }
     const BlendColour blend = PrepareBlend(colour);
     if (walk.majorX == 1 && walk.minorY == 0 && linePattern == kSolidLine) {
-        kernels->fill(PixelAt(selection, walk.x, walk.y), static_cast<std::size_t>(walk.count),
-                      colour);
+        kernels->fill(PixelAt(selection, walk.x, walk.y), 0, static_cast<std::size_t>(walk.count),
+                      1, colour);
         return;
     }
     u32 pattern = linePattern;

@@ -3,6 +3,7 @@
 #include "sys/file_group.h"
 #include "sys/heap_group.h"
 #include "sys/param.h"
+#include "sys/settings_group.h"
 #include "sys/text_group.h"
 #include "sys/time_group.h"
 #include "vm/diagnostics.h"
@@ -21,6 +22,7 @@ void SysDispatch() {
         case 5: sysSlots.graphicsGroup(sub, arguments); return;
         case 6: sysSlots.soundGroup(sub, arguments); return;
         case 7: sysSlots.hostGroup(sub, arguments); return;
+        case 8: SysProfileGroup(sub, arguments); return;
         case 9: SysHeapGroup(sub, arguments); return;
         // Reserved groups: nothing happens, and R14 keeps its value.
         case 1:

@@ -46,6 +46,11 @@ static void DrawBoxWindow(const Box& box) {
     cairo_surface_destroy(drawn);
 }
 
+static void TakeFocus(const Box& box) {
+    SDL_RaiseWindow(box.window);
+    SDL_SetWindowInputFocus(box.window);
+}
+
 static bool OpenBoxWindow(Box& box) {
     SDL_Window* parent = GameWindow();
     SDL_Rect usable = {0, 0, 640, 400};
@@ -124,6 +129,8 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
                 return true;
             }
             if (event.window.event == SDL_WINDOWEVENT_EXPOSED && IsMainThread()) ShowView();
+            // Whoever clicks on the game must not lose the box.
+            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) TakeFocus(box);
             return false;
         case SDL_QUIT: box.result = box.text->cancelButton; return false;
         default: return false;

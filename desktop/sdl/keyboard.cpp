@@ -1,8 +1,10 @@
 #include "desktop/sdl/keyboard.h"
 
 #include <SDL_keyboard.h>
+#include <SDL_video.h>
 
 #include <bitset>
+#include <string_view>
 
 #include "desktop/events.h"
 #include "desktop/sdl/gate.h"
@@ -57,6 +59,17 @@ static char32_t PlainCharacter(const SDL_Keysym& key) {
     return 0;
 }
 
+// Where Command keeps a text from coming on X11, the text that would have come is one that the
+// Control key turns into a control character. That is a digit on a French keyboard, which has its
+// digits above signs, and the slash on the keyboards that have it above a digit.
+static char32_t ShiftedDigit(char32_t digit) {
+    static const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
+    const bool isAzerty = SDL_GetKeyFromScancode(SDL_SCANCODE_Q) == SDLK_a;
+    if (isAzerty) return digit;
+    const char32_t us = ShiftedCharacter(digit);
+    return isX11 && us != '@' && us != '^' ? '/' : us;
+}
+
 void HandleKeyDown(const SDL_KeyboardEvent& event) {
     const SDL_Keysym& key = event.keysym;
     const u8 code = VirtualKeyCode(key.scancode);
@@ -71,12 +84,14 @@ void HandleKeyDown(const SDL_KeyboardEvent& event) {
         TellModifiers(modifiers);
     }
     heldKeys.set(code);
+    const char32_t plain = PlainCharacter(key);
+    const bool isDigitKey = key.sym >= SDLK_0 && key.sym <= SDLK_9;
     PressKey({.code = code,
               .shift = modifiers.shift,
               .command = modifiers.command,
               .layoutText = !modifiers.option && (key.mod & (KMOD_CAPS | KMOD_MODE)) == 0,
-              .plain = PlainCharacter(key),
-              .shifted = 0});
+              .plain = plain,
+              .shifted = isDigitKey ? ShiftedDigit(plain) : 0});
 }
 
 void HandleKeyUp(const SDL_KeyboardEvent& event) {

@@ -57,16 +57,15 @@ void QueueOnMain(void (*work)()) {
     SDL_PushEvent(&wake);
 }
 
-static bool RunOneQueued() {
+static void RunOneQueued() {
     void (*work)() = nullptr;
     {
         const std::lock_guard lock(workLock);
-        if (queuedWork->empty()) return false;
+        if (queuedWork->empty()) return;  // something nested in other work has run it
         work = queuedWork->front();
         queuedWork->pop_front();
     }
     Tell(work);
-    return true;
 }
 
 static bool IsForGameWindow(const SDL_Event& event) {
@@ -131,37 +130,39 @@ static void ServeRequests() {
     }
 }
 
-static void HandleWaitingEvents() {
+static void HandleEvents(SDL_Event& event) {
     const u64 until = Nanoseconds() + kEventsNanoseconds;
-    SDL_Event event;
-    while (!ended && SDL_PollEvent(&event) != 0) {
+    do {
         HandleEvent(event);
         ServeRequests();
-        if (Nanoseconds() >= until) break;
-    }
+    } while (!ended && Nanoseconds() < until && SDL_PollEvent(&event) != 0);
     if (!ended) FinishKeyPress();
 }
 
-static void WaitUntil(u64 deadline) {
+// Waits for an event until the deadline at the latest. Asks for events even when it is over.
+static bool WaitForEvent(SDL_Event& event, u64 deadline) {
     u64 now = Nanoseconds();
-    if (deadline <= now) return;
-    const u64 wait = std::min(deadline - now, kLongestWait);
+    const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
     const u64 milliseconds = wait / kNanosecondsPerMillisecond;
-    if (milliseconds > 0) {
-        if (SDL_WaitEventTimeout(nullptr, static_cast<int>(milliseconds)) != 0) return;
-        now = Nanoseconds();
-        if (deadline <= now) return;
-    }
+    if (SDL_WaitEventTimeout(&event, static_cast<int>(milliseconds)) != 0) return true;
+    now = Nanoseconds();
     // SDL waits for whole milliseconds; what remains is too short to be noticed by anyone who
     // types, and too long to be burnt.
-    if (deadline - now < kNanosecondsPerMillisecond) {
+    if (deadline > now && deadline - now < kNanosecondsPerMillisecond) {
         std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
     }
+    return false;
 }
 
-static bool WorkIsQueued() {
+static std::size_t QueuedWorkCount() {
     const std::lock_guard lock(workLock);
-    return !queuedWork->empty();
+    return queuedWork->size();
+}
+
+// When there is something to do though no event has come.
+static u64 NextTurn() {
+    if (closeRequested || quitRequested || RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    return std::min(EarliestDeadline(), NextSettling());
 }
 
 void RunEventLoop() {
@@ -170,18 +171,17 @@ void RunEventLoop() {
     Tell(desktopEvents.didFinishLaunching);
     if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
     while (!ended) {
-        HandleWaitingEvents();
+        SDL_Event event;
+        if (WaitForEvent(event, NextTurn())) HandleEvents(event);
         ServeRequests();
         if (ended) break;
         SettleWindow();
         TellScreenChanges();
-        while (RunOneQueued()) {
-        }
+        // Work that queues more work comes again in the next turn.
+        for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
         ServeRedraw();
         ShowNewPixels();
-        const bool fired = FireDueTimer(Nanoseconds);
-        if (fired || closeRequested || quitRequested || WorkIsQueued()) continue;
-        WaitUntil(std::min(EarliestDeadline(), NextSettling()));
+        FireDueTimer(Nanoseconds);
     }
 }
 

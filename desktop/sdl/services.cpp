@@ -5,7 +5,6 @@
 #include <SDL_stdinc.h>
 #include <SDL_timer.h>
 
-#include <cstdio>
 #include <ctime>
 
 #include "desktop/sdl/gate.h"
@@ -58,19 +57,4 @@ u64 Nanoseconds() {
     const u64 counter = SDL_GetPerformanceCounter();
     // In two parts, so that nothing overflows.
     return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
-}
-
-void LogLine(const std::string& text) {
-    std::string line = "log: ";
-    for (const char c : text) {
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\\') {
-            line += "\\\\";
-        } else {
-            line += c;
-        }
-    }
-    line += '\n';
-    std::fputs(line.c_str(), stderr);
 }

@@ -12,6 +12,3 @@ void SetHandCursor(bool hand);
 void FreeCursors();
 DateTime LocalDateTime();
 u64 Nanoseconds();
-
-// "log: TEXT" on standard error, a line feed as \n and a backslash as two.
-void LogLine(const std::string& text);

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "desktop/sdl/services.h"
+#include "base/log.h"
 
 constexpr std::size_t kLongestUrl = 8192;
 
@@ -26,7 +26,7 @@ static void OpenWithDesktop(char* url) {
     char* arguments[] = {name, url, nullptr};
     pid_t child = 0;
     if (posix_spawnp(&child, name, &quiet, nullptr, arguments, environ) != 0) {
-        LogLine(std::string("cannot start xdg-open for ") + url);
+        SystemLog(std::string("cannot start xdg-open for ") + url);
     }
     posix_spawn_file_actions_destroy(&quiet);
 }
@@ -83,8 +83,8 @@ bool IsOpenableUrl(std::string_view url) {
 }
 
 void OpenUrl(const std::string& utf8) {
-    if (!IsOpenableUrl(utf8)) return LogLine("refused to open " + utf8);
+    if (!IsOpenableUrl(utf8)) return SystemLog("refused to open " + utf8);
     if (helper < 0 || send(helper, utf8.data(), utf8.size(), MSG_NOSIGNAL) < 0) {
-        LogLine("cannot open " + utf8);
+        SystemLog("cannot open " + utf8);
     }
 }

@@ -45,6 +45,8 @@ void RequestWholeRedraw() {
     RequestRedraw({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)});
 }
 
+bool RedrawIsWaiting() { return (requested.width > 0 && requested.height > 0) || newPixels; }
+
 bool ServeRedraw() {
     const ViewRect rect = Clipped(requested, CurrentViewSize());
     requested = {};

@@ -11,6 +11,7 @@ void StopView();
 
 void RequestRedraw(ViewRect rect);
 void RequestWholeRedraw();
+bool RedrawIsWaiting();
 // Has the application draw what was requested, and shows it; false when nothing waits.
 bool ServeRedraw();
 void PresentView(ViewPixels view, ViewRect rect);

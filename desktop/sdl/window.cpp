@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "base/log.h"
 #include "desktop/events.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/geometry_tracker.h"
@@ -18,6 +19,7 @@
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
+constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
@@ -93,8 +95,8 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y,
                               tracker.known.width, tracker.known.height,
                               SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
-    if (window == nullptr) return LogLine(std::string("no window: ") + SDL_GetError());
-    if (!StartView(window)) LogLine(std::string("no renderer: ") + SDL_GetError());
+    if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
 void SetGameWindowTitle(const char* utf8) {
@@ -124,6 +126,8 @@ void MinimizeGameWindow() {
 
 void SetGameWindowFrame(WindowFrame frame) {
     const InsideDesktop inside;
+    frame.width = std::clamp(frame.width, 1, kLargestSize);
+    frame.height = std::clamp(frame.height, 1, kLargestSize);
     const Area area = ToArea(frame, MainScreenArea());
     if (fullScreen) {
         windowedContent = WithoutBorders(area, windowedBorders);

@@ -1,0 +1,11 @@
+#pragma once
+// Writes the desktop events of a session as an event script that the headless desktop plays.
+
+#include <string>
+
+// Starts recording: from now on every desktop event is written before it is delivered. To be
+// called after the rooms are wired. False when the file cannot be written.
+bool StartRecording(const std::string& path);
+
+// Completes the file; nothing when nothing is recorded.
+void CloseRecording();

@@ -1,0 +1,66 @@
+#pragma once
+// Assembles a benchmark kernel, loads it as MAIN.MX and sends it messages. For the interpreter
+// benchmark and for the tests of the kernels; one kernel at a time.
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tools/assembler.h"
+#include "vm/heap.h"
+#include "vm/loader.h"
+#include "vm/machine.h"
+#include "vm/run_cycle.h"
+#include "vm/slots.h"
+
+namespace mx_kernel {
+
+constexpr u32 kSetup = 1;
+constexpr u32 kRun = 2;
+constexpr u32 kChecksum = 3;
+
+// The module file that the loader reads.
+inline std::vector<u8> moduleFile;
+inline u32 modulePosition = 0;
+
+inline u32 ReadModule(u32, void* buffer, u32 count) {
+    const u32 rest = static_cast<u32>(moduleFile.size()) - modulePosition;
+    const u32 bytes = std::min(count, rest);
+    std::memcpy(buffer, moduleFile.data() + modulePosition, bytes);
+    modulePosition += bytes;
+    return bytes;
+}
+
+// Replaces the module in the machine by the kernel whose source is at `path`. Empty on success,
+// else what is wrong.
+inline std::string LoadKernel(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream source;
+    source << file.rdbuf();
+    if (!file) return path + ": cannot be read\n";
+    const AssembleResult assembled = Assemble(source.str(), path);
+    if (!assembled.ok) return FormatErrors(assembled);
+
+    ResetMachine();
+    ResetRunCycle();
+    moduleFile = assembled.bytes;
+    modulePosition = 0;
+    const VmSlots former = vmSlots;
+    vmSlots.openFile = [](const char*, u32) { return u32{1}; };
+    vmSlots.readFile = ReadModule;
+    vmSlots.closeFile = [](u32) {};
+    const bool loaded = LoadModule();
+    vmSlots = former;
+    return loaded ? "" : path + ": not loaded\n";
+}
+
+// Sends a message with n as its first parameter; returns what the kernel left in R14.
+inline u32 SendKernel(u32 command, u32 n) {
+    MXmsg(command, n, 0, 0);
+    return Load<u32>(kHeaderR14);
+}
+
+}  // namespace mx_kernel

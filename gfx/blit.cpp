@@ -1,0 +1,137 @@
+#include "gfx/blit.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+#include "gfx/bitmap.h"
+#include "gfx/kernels.h"
+#include "gfx/kernels_pixel.h"
+#include "gfx/slots.h"
+#include "gfx/tiling.h"
+#include "vm/guard.h"
+
+namespace {
+
+// One copy, or what the clip leaves of it: pixels of the destination and the distance to those of
+// the source.
+struct Copy {
+    Area target;
+    i64 toSourceX, toSourceY;
+};
+
+// Writing a row can change what the same row has still to read when it starts a little to the
+// right of the source in the same memory. The loops over single pixels then give the right bytes.
+bool RowOverlaps(const u8* to, const u8* from) {
+    const auto distance =
+        reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
+    return distance - 1 < kKernelBlock - 1;
+}
+
+void CopyArea(const Copy& copy, bool invert) {
+    if (copy.target.Empty()) return;
+    const Area& target = copy.target;
+    u8* to = PixelAt(dstSelection, target.left, target.top);
+    const u8* from =
+        PixelAt(srcSelection, target.left + copy.toSourceX, target.top + copy.toSourceY);
+    const i64 toStride = dstSelection.stride;
+    const i64 fromStride = srcSelection.stride;
+    const std::size_t count = static_cast<std::size_t>(target.right - target.left);
+    const std::size_t rows = static_cast<std::size_t>(target.bottom - target.top);
+    const auto blend = [&](const Kernels* set, std::size_t rowCount) {
+        (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rowCount);
+    };
+    if (toStride == fromStride) {
+        blend(RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
+        return;
+    }
+    for (std::size_t row = 0; row < rows; ++row, to += toStride, from += fromStride) {
+        blend(RowOverlaps(to, from) ? &scalarKernels : kernels, 1);
+    }
+}
+
+// The copy pixel by pixel, for a destination whose record leads out of the image: only pixels that
+// are not transparent need it.
+template <class Visit>
+void VisitShownPixels(const Copy& copy, Visit visit) {
+    for (i64 y = copy.target.top; y < copy.target.bottom; ++y) {
+        for (i64 x = copy.target.left; x < copy.target.right; ++x) {
+            const u32 source =
+                LoadBytes<u32>(PixelAt(srcSelection, x + copy.toSourceX, y + copy.toSourceY));
+            if (AlphaOf(source) == 0) continue;
+            RequireArea(dstSelection, {x, y, x + 1, y + 1});
+            visit(PixelAt(dstSelection, x, y), source);
+        }
+    }
+}
+
+struct BlitWork {
+    Tiling tiling;
+    Area visible;
+    i64 sourceX, sourceY;
+    bool invert;
+
+    template <class Visit>
+    void ForEachCopy(Visit visit) const {
+        ForEachTile(tiling, visible, [&](i64 x, i64 y, const Area& part) {
+            const i64 toSourceX = sourceX - x;
+            const i64 toSourceY = sourceY - y;
+            Area target = part;
+            if (srcSelection.host) {
+                // Beyond a host bitmap everything is transparent.
+                target = Intersect(target, Moved(BitmapArea(srcSelection), -toSourceX, -toSourceY));
+            }
+            visit(Copy{target, toSourceX, toSourceY});
+        });
+    }
+};
+
+void RunBlit(const BlitWork& work) {
+    if (work.visible.Empty()) return;
+    if (!srcSelection.host) {
+        RequireArea(srcSelection,
+                    Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY));
+    }
+    if (Reaches(dstSelection, work.visible)) {
+        work.ForEachCopy([&](const Copy& copy) { CopyArea(copy, work.invert); });
+        return;
+    }
+    // First without writing, so that a blit that faults draws nothing.
+    work.ForEachCopy([](const Copy& copy) { VisitShownPixels(copy, [](u8*, u32) {}); });
+    work.ForEachCopy([&](const Copy& copy) {
+        VisitShownPixels(copy, [&](u8* to, u32 source) {
+            if (work.invert) {
+                BlitPixel<true>(to, source);
+            } else {
+                BlitPixel<false>(to, source);
+            }
+        });
+    });
+}
+
+// The copies go on beyond the limit, where they draw nothing, until the host ends.
+void PlaceCopiesForever() {
+    while (gfxSlots.stillRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+}  // namespace
+
+void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i32 width,
+          i32 height, bool invert, i32 right, i32 bottom) {
+    StartDSTSRC(source, destination);
+    // Inverted copies are placed side by side by a test of the source's x, not of the position:
+    // one copy in each row of copies, or no end of them.
+    const bool endless = invert && sourceX > 0 && sourceX < right;
+    if (width > 0 && height > 0) {
+        Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
+        if (invert && !endless) tiling.right = std::min(tiling.right, i64{x} + width);
+        if (endless) tiling.bottom = std::min(tiling.bottom, i64{y} + height);
+        RunBlit(
+            {tiling, Intersect(tiling.Extent(), ClipArea(dstSelection)), sourceX, sourceY, invert});
+        if (endless) PlaceCopiesForever();
+    }
+    if (destination == kScreenBitmap) {
+        GrowDirtyRect(x, y, GrowthTo(right, x, width), GrowthTo(bottom, y, height));
+    }
+    EndDSTSRC();
+}

@@ -1,0 +1,129 @@
+#include "sys/settings_buffer.h"
+
+#include <cstring>
+
+#include "base/bytes.h"
+#include "sys/system_calls.h"
+
+namespace {
+
+constexpr u64 kEmptyCapacity = 2048;
+constexpr u64 kGrowth = 2048;
+// Section lengths are 32-bit words, so a longer text could not be described.
+constexpr u64 kMaximalCapacity = 0xFFFFFFFF;
+// Zero bytes behind the capacity: a section header that is cut off there is still inside the block.
+constexpr u64 kSlack = 32;
+
+constinit u8* block = nullptr;
+constinit u64 capacity = 0;
+constinit u64 usedLength = 0;  // with the NUL
+constinit u64 textEnd = 0;
+
+u8* AllocateZeroed(u64 size) {
+    if (size > kMaximalCapacity) return nullptr;
+    void* const bytes = systemCalls.allocate(size + kSlack);
+    if (bytes != nullptr) std::memset(bytes, 0, size + kSlack);
+    return static_cast<u8*>(bytes);
+}
+
+}  // namespace
+
+bool HasSettingsBuffer() {
+    return block != nullptr;
+}
+
+void MakeEmptySettingsBuffer() {
+    if (MakeSettingsBuffer(kEmptyCapacity)) SetSettingsText(0);
+}
+
+bool MakeSettingsBuffer(u64 size) {
+    FreeSettingsBuffer();
+    block = AllocateZeroed(size);
+    if (block == nullptr) return false;
+    capacity = size;
+    usedLength = 1;
+    return true;
+}
+
+u8* SettingsBytes() {
+    return block;
+}
+
+void SetSettingsText(u64 length) {
+    textEnd = length;
+    usedLength = length + 1;
+}
+
+void FreeSettingsBuffer() {
+    if (block != nullptr) systemCalls.release(block);
+    block = nullptr;
+    capacity = usedLength = textEnd = 0;
+}
+
+void ClearSettingsBuffer() {
+    if (block == nullptr) return;
+    std::memset(block, 0, textEnd);
+    SetSettingsText(0);
+}
+
+Place SettingsTextEnd() {
+    return textEnd;
+}
+
+Place SettingsCapacity() {
+    return capacity;
+}
+
+u8 SettingsByte(Place place) {
+    return place < capacity + kSlack ? block[place] : u8{0};
+}
+
+u32 SettingsWord(Place place) {
+    return LoadBytes<u32>(block + place);
+}
+
+void SetSettingsWord(Place place, u32 value) {
+    StoreBytes<u32>(block + place, value);
+    if (place + sizeof value > textEnd) textEnd = place + sizeof value;
+}
+
+bool ReserveSettings(u64 end, u64 inserted) {
+    if (end <= capacity) return true;
+    u64 size = capacity + inserted + kGrowth;
+    if (size < end) size = end;
+    u8* const grown = AllocateZeroed(size);
+    if (grown == nullptr) return false;
+    std::memcpy(grown, block, capacity);
+    systemCalls.release(block);
+    block = grown;
+    capacity = size;
+    return true;
+}
+
+bool InsertSettings(Place place, u64 count) {
+    const u64 start = place > usedLength ? place : usedLength;
+    if (!ReserveSettings(start + count + 1, count)) return false;
+    const bool pastUsed = textEnd >= usedLength;
+    if (place < usedLength) std::memmove(block + place + count, block + place, usedLength - place);
+    usedLength += count;
+    // In the usual case the last byte that moved is the NUL.
+    const u64 moved = pastUsed ? usedLength : usedLength - 1;
+    if (moved > textEnd) textEnd = moved;
+    return true;
+}
+
+void RemoveSettings(Place place, u64 count) {
+    if (place >= textEnd) return;
+    if (count > textEnd - place) count = textEnd - place;
+    std::memmove(block + place, block + place + count, textEnd - place - count);
+    textEnd -= count;
+    std::memset(block + textEnd, 0, count);
+    const u64 below = place + 1 < usedLength ? usedLength - 1 - place : 0;
+    usedLength -= count < below ? count : below;
+}
+
+Place WriteSettings(Place place, const void* bytes, std::size_t count) {
+    if (count != 0) std::memcpy(block + place, bytes, count);
+    if (place + count > textEnd) textEnd = place + count;
+    return place + count;
+}

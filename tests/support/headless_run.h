@@ -1,0 +1,68 @@
+#pragma once
+// Runs a module through the real program, headless: assembles readable text, lays it out as a game
+// in a temporary folder, starts moxi and reads back what it left.
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "base/types.h"
+#include "tools/assembler.h"
+
+struct HeadlessRun {
+    std::string source;                            // MX assembly
+    std::string script;                            // event script, "" for none
+    std::vector<std::string> options;              // further options of moxi
+    std::map<std::string, std::string> resources;  // further files of the game, name -> content
+    std::map<std::string, std::string> data;       // files in the data folder before the run
+};
+
+struct HeadlessResult {
+    int status = -1;                          // exit status, or 128 + signal
+    std::vector<std::string> lines;           // of standard error
+    std::string output;                       // standard output
+    std::vector<u8> image;                    // the module image at exit
+    std::map<std::string, std::string> data;  // the data folder's files afterwards
+    AssembleResult assembled;
+
+    // The lines "fatal: ..." and "log: ...", without the prefix.
+    std::vector<std::string> Fatals() const;
+    std::vector<std::string> Logs() const;
+    // The image's content at a label or an address.
+    u32 Label(const std::string& name) const;
+    u32 Long(u32 address) const;
+    u64 Quad(u32 address) const;
+    std::string Text(u32 address) const;
+    u32 LongAt(const std::string& name) const { return Long(Label(name)); }
+    std::string TextAt(const std::string& name) const { return Text(Label(name)); }
+};
+
+// A source that does not assemble fails the running test and gives status -1.
+HeadlessResult RunHeadless(const HeadlessRun& run);
+
+// The same for a MAIN.MX whose bytes are given; `run.source` is not used. Without `withModule` no
+// MAIN.MX is written at all.
+HeadlessResult RunHeadlessImage(const HeadlessRun& run, const std::vector<u8>& module,
+                                bool withModule = true);
+
+struct ProgramResult {
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+// Runs a program of the build's bin folder with these arguments, in `folder` ("" = here).
+ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::string& folder = "");
+
+// A folder of its own that is removed at the end of the scope.
+struct TemporaryFolder {
+    std::string path;
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+};
+
+std::string ReadTextFile(const std::string& path);
+void WriteTextFile(const std::string& path, const std::string& content);

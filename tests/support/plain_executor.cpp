@@ -1,0 +1,807 @@
+#include "tests/support/plain_executor.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace plain {
+namespace {
+
+// Thrown where an instruction ends the run half-way.
+struct Halt {
+    Outcome outcome;
+};
+
+constexpr u32 kPC = 136;
+constexpr u32 kStackTop = 144;
+constexpr u32 kStackLimit = 152;
+constexpr u32 kSP = 160;
+constexpr u32 kFP = 168;
+constexpr u32 kModalChain = 176;
+constexpr u32 kBlockCount = 184;
+constexpr u32 kFlags = 192;
+constexpr u32 kSlot = 256;
+constexpr u32 kR15 = 128;
+
+constexpr u8 kOddFlag = 1;
+constexpr u8 kZeroFlag = 2;
+constexpr u8 kNegFlag = 4;
+
+u32 RegisterSlot(u32 r) {
+    return 8 + 8 * r;
+}
+
+std::string WithAddress(const char* format, u32 address) {
+    char text[200];
+    std::snprintf(text, sizeof text, format, address);
+    return text;
+}
+
+// What one run keeps outside the image.
+struct State {
+    Machine& m;
+    u32 pc;    // of the current instruction
+    u32 next;  // of the next one
+    u32 sp;
+    u32 fp;
+    u8 flags;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Memory
+
+u8* Range(Machine& m, u32 address, u64 count) {
+    if (count == 0) return m.memory.data();
+    if (u64{address} + count > m.memory.size()) throw Halt{Outcome::MemoryFault};
+    return m.memory.data() + address;
+}
+
+// Little-endian, 1, 2, 4 or 8 bytes.
+u64 Read(Machine& m, u32 address, u32 bytes) {
+    const u8* from = Range(m, address, bytes);
+    u64 value = 0;
+    for (u32 i = 0; i < bytes; ++i) value |= u64{from[i]} << (8 * i);
+    return value;
+}
+
+u32 Read32(Machine& m, u32 address) {
+    return static_cast<u32>(Read(m, address, 4));
+}
+
+void Write(Machine& m, u32 address, u64 value, u32 bytes) {
+    u8* to = Range(m, address, bytes);
+    for (u32 i = 0; i < bytes; ++i) to[i] = static_cast<u8>(value >> (8 * i));
+}
+
+// Nothing is copied unless both ranges lie in the image.
+void CopyBlock(Machine& m, u32 to, u32 from, u64 count) {
+    const u8* source = Range(m, from, count);
+    u8* target = Range(m, to, count);
+    std::memmove(target, source, count);
+}
+
+void Push(State& run, u64 value, u32 bytes) {
+    run.sp -= bytes;
+    Write(run.m, run.sp, value, bytes);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Values of a size: 0 BYTE, 1 WORD, 2 LONG, 3 QUAD
+
+u32 BytesOf(u32 size) {
+    return 1u << size;
+}
+
+u32 BitsOf(u32 size) {
+    return 8u << size;
+}
+
+u64 Wrap(u64 value, u32 size) {
+    return size == 3 ? value : value & ((u64{1} << BitsOf(size)) - 1);
+}
+
+i64 Signed(u64 value, u32 size) {
+    const u32 unused = 64 - BitsOf(size);
+    return static_cast<i64>(value << unused) >> unused;
+}
+
+u8 FlagsOf(u64 value, u32 size) {
+    u8 flags = 0;
+    if ((value & 1) != 0) flags |= kOddFlag;
+    if (Wrap(value, size) == 0) flags |= kZeroFlag;
+    if (Signed(value, size) < 0) flags |= kNegFlag;
+    return flags;
+}
+
+// x86's conversion: everything that a 64-bit integer cannot hold becomes the most negative one.
+u64 TruncateToQuad(f64 value) {
+    const f64 limit = 9223372036854775808.0;
+    if (!(value >= -limit && value < limit)) return u64{1} << 63;
+    return static_cast<u64>(static_cast<i64>(value));
+}
+
+f32 FloatOf(u64 bits) {
+    return std::bit_cast<f32>(static_cast<u32>(bits));
+}
+
+f64 DoubleOf(u64 bits) {
+    return std::bit_cast<f64>(bits);
+}
+
+u64 BitsOfFloat(f32 value) {
+    return std::bit_cast<u32>(value);
+}
+
+u64 BitsOfDouble(f64 value) {
+    return std::bit_cast<u64>(value);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Ways to end
+
+[[noreturn]] void FatalEnd(State& run, const char* format, Outcome outcome) {
+    run.m.messages.push_back(WithAddress(format, run.pc));
+    run.m.runState |= 1;
+    run.next = run.pc;
+    throw Halt{outcome};
+}
+
+[[noreturn]] void IllegalOpcode(State& run) {
+    FatalEnd(run, "Illegal opcode at 0x%8.8X\nTerminating program. So terribly sorry.",
+             Outcome::IllegalOpcode);
+}
+
+[[noreturn]] void StackOverflow(State& run) {
+    FatalEnd(run, "Stack overflow at 0x%8.8X. Terminating. So sorry.", Outcome::StackOverflow);
+}
+
+void IllegalFloatSize(State& run) {
+    run.m.messages.push_back(
+        WithAddress("BYTE/WORD size illegal for FLOAT/DOUBLE at 0x%8.8X", run.pc));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Operands
+
+u32 NextExtensionWord(State& run) {
+    const u32 word = Read32(run.m, run.next);
+    run.next += 4;
+    return word;
+}
+
+u32 Indexed(State& run, u32 extension, u32 r) {
+    return extension + Read32(run.m, RegisterSlot(r));
+}
+
+u32 FrameAddress(const State& run, u32 w) {
+    return run.fp + static_cast<u32>(static_cast<i32>(static_cast<i16>(w >> 16)));
+}
+
+// A four-bit field in two's complement.
+i32 QuickValue(u32 field) {
+    const i32 value = static_cast<i32>(field & 15);
+    return value < 8 ? value : value - 16;
+}
+
+u32 QuickSource(State& run, u32 field, u32 size) {
+    const u64 value = static_cast<u64>(i64{QuickValue(field)});
+    Write(run.m, kSlot, value, size == 3 ? 8 : 4);
+    return kSlot;
+}
+
+u32 ImmediateSource(State& run, u32 size) {
+    u64 value = NextExtensionWord(run);
+    if (size == 3) value |= u64{NextExtensionWord(run)} << 32;
+    Write(run.m, kSlot, value, size == 3 ? 8 : 4);
+    return kSlot;
+}
+
+struct Operands {
+    u32 a;
+    u32 b;
+};
+
+// Form 5 of the block pushes means the extension word itself, which is then `a`.
+Operands TwoOperands(State& run, u32 w, u32 size) {
+    const u32 low = (w >> 5) & 15;    // the A-register field
+    const u32 high = (w >> 16) & 15;  // the B-register field
+    Operands o{};
+    switch (w & 31) {
+        case 1:
+            o.a = Indexed(run, NextExtensionWord(run), low);
+            o.b = QuickSource(run, high, size);
+            break;
+        case 2:
+            o.a = Indexed(run, NextExtensionWord(run), low);
+            o.b = RegisterSlot(high);
+            break;
+        case 3:
+            o.a = NextExtensionWord(run);
+            o.b = FrameAddress(run, w);
+            break;
+        case 5:
+            o.a = NextExtensionWord(run);
+            o.b = Indexed(run, NextExtensionWord(run), low);
+            break;
+        case 6:
+            o.a = Indexed(run, NextExtensionWord(run), low);
+            o.b = NextExtensionWord(run);
+            break;
+        case 7:
+            o.a = FrameAddress(run, w);
+            o.b = ImmediateSource(run, size);
+            break;
+        case 9:
+            o.a = Indexed(run, NextExtensionWord(run), low);
+            o.b = FrameAddress(run, w);
+            break;
+        case 10:
+            o.a = Indexed(run, NextExtensionWord(run), low);
+            o.b = Indexed(run, NextExtensionWord(run), high);
+            break;
+        case 11:
+            o.a = FrameAddress(run, w);
+            o.b = Indexed(run, NextExtensionWord(run), low);
+            break;
+        case 13:
+            o.a = NextExtensionWord(run);
+            o.b = ImmediateSource(run, size);
+            break;
+        case 14: {
+            const u32 extension = NextExtensionWord(run);
+            o.a = Indexed(run, extension, low);
+            o.b = ImmediateSource(run, size);
+            break;
+        }
+        case 15:
+            o.a = FrameAddress(run, w);
+            o.b = run.fp + NextExtensionWord(run);
+            break;
+        case 17:
+            o.a = RegisterSlot(low);
+            o.b = FrameAddress(run, w);
+            break;
+        case 18:
+            o.a = RegisterSlot(low);
+            o.b = Indexed(run, NextExtensionWord(run), high);
+            break;
+        case 19:
+            o.a = FrameAddress(run, w);
+            o.b = RegisterSlot(low);
+            break;
+        case 21:
+            o.a = NextExtensionWord(run);
+            o.b = NextExtensionWord(run);
+            break;
+        case 22:
+            o.a = RegisterSlot(low);
+            o.b = ImmediateSource(run, size);
+            break;
+        case 23:
+            o.a = FrameAddress(run, w);
+            o.b = QuickSource(run, low, size);
+            break;
+        case 25:
+            o.a = NextExtensionWord(run);
+            o.b = RegisterSlot(low);
+            break;
+        case 26:
+            o.a = RegisterSlot(low);
+            o.b = NextExtensionWord(run);
+            break;
+        case 27:
+            o.a = FrameAddress(run, w);
+            o.b = NextExtensionWord(run);
+            break;
+        case 28:
+            o.a = RegisterSlot(low);
+            o.b = RegisterSlot(high);
+            break;
+        case 29:
+            o.a = NextExtensionWord(run);
+            o.b = QuickSource(run, low, size);
+            break;
+        case 30:
+            o.a = RegisterSlot(low);
+            o.b = QuickSource(run, high, size);
+            break;
+        default: throw Halt{Outcome::IllegalOpcode};
+    }
+    return o;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Two-operand operations
+
+enum class Division { SignedQuotient, SignedRemainder, UnsignedQuotient, UnsignedRemainder };
+
+u64 Divide(Division kind, u64 a, u64 b, u32 size) {
+    if (b == 0) throw Halt{Outcome::DivisionError};
+    if (kind == Division::UnsignedQuotient) return a / b;
+    if (kind == Division::UnsignedRemainder) return a % b;
+    const i64 sa = Signed(a, size);
+    const i64 sb = Signed(b, size);
+    const i64 lowest = Signed(u64{1} << (BitsOf(size) - 1), size);
+    if (sa == lowest && sb == -1) throw Halt{Outcome::DivisionError};
+    return static_cast<u64>(kind == Division::SignedQuotient ? sa / sb : sa % sb);
+}
+
+template <class Real>
+Real Arithmetic(State& run, u32 group, Real a, Real b) {
+    if (std::isnan(a) && std::isnan(b)) run.m.nansMet = true;
+    switch (group) {
+        case 17: return a + b;
+        case 18: return a - b;
+        case 19: return a * b;
+        default: return a / b;
+    }
+}
+
+// FADD, FSUB, FMUL, FDIV and FCMP. None leaves a trace in the flags.
+void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
+    if (size < 2) {
+        IllegalFloatSize(run);
+        return;
+    }
+    // FCMP has no observable effect at all, so it does not even look at its operands.
+    if (group == 21) return;
+    const u64 a = Read(run.m, o.a, BytesOf(size));
+    const u64 b = Read(run.m, o.b, BytesOf(size));
+    const u64 result = size == 2 ? BitsOfFloat(Arithmetic(run, group, FloatOf(a), FloatOf(b)))
+                                 : BitsOfDouble(Arithmetic(run, group, DoubleOf(a), DoubleOf(b)));
+    Write(run.m, o.a, result, BytesOf(size));
+}
+
+void PushBlock(State& run, u32 w, u32 size, Operands o) {
+    u32 n = o.a;
+    if ((w & 31) != 5) n = static_cast<u32>(Read(run.m, o.a, size == 0 ? 1 : 2));
+    const u64 lowest = u64{Read32(run.m, kStackLimit)} + 100;
+    if (n > run.sp || run.sp - n < lowest) StackOverflow(run);
+    CopyBlock(run.m, run.sp - n, o.b, n);
+    run.sp -= n;
+}
+
+void PeekBlock(State& run, u32 size, Operands o) {
+    const u32 n = static_cast<u32>(Read(run.m, o.a, size == 0 ? 1 : 2));
+    if (Read32(run.m, kStackTop) < u64{run.sp} + n) StackOverflow(run);
+    CopyBlock(run.m, o.b, run.sp, n);
+}
+
+void TwoOperandInstruction(State& run, u32 w) {
+    Machine& m = run.m;
+    const u32 number = (w >> 9) & 127;
+    const u32 group = number >> 2;
+    const u32 size = number & 3;
+    const u32 bytes = BytesOf(size);
+    const Operands o = TwoOperands(run, w, size);
+
+    const auto a = [&] { return Read(m, o.a, bytes); };
+    const auto b = [&] { return Read(m, o.b, bytes); };
+    const auto count = [&] { return Read(m, o.b, 1) & (size == 3 ? 63 : 31); };
+    const auto store = [&](u64 value) { Write(m, o.a, value, bytes); };
+    const auto storeWithFlags = [&](u64 value) {
+        Write(m, o.a, value, bytes);
+        run.flags = FlagsOf(value, size);
+    };
+
+    switch (group) {
+        case 0:  // DIVS
+            store(Divide(Division::SignedQuotient, a(), b(), size));
+            return;
+        case 1:  // MODS
+            store(Divide(Division::SignedRemainder, a(), b(), size));
+            return;
+        case 2: {  // ASR
+            const i64 value = Signed(a(), size);
+            storeWithFlags(static_cast<u64>(value >> count()));
+            return;
+        }
+        case 3:  // DIVU
+            store(Divide(Division::UnsignedQuotient, a(), b(), size));
+            return;
+        case 4:  // MODU
+            store(Divide(Division::UnsignedRemainder, a(), b(), size));
+            return;
+        case 5:  // LSR
+            storeWithFlags(a() >> count());
+            return;
+        case 6:  // ADD
+            store(a() + b());
+            return;
+        case 7:  // SUB
+            storeWithFlags(a() - b());
+            return;
+        case 8:  // CMP
+            run.flags = FlagsOf(a() - b(), size);
+            return;
+        case 9:  // MUL
+            store(a() * b());
+            return;
+        case 10:  // TEST
+            run.flags = FlagsOf(a() & b(), size);
+            return;
+        case 11:  // LSL
+            storeWithFlags(a() << count());
+            return;
+        case 12:  // AND
+            storeWithFlags(a() & b());
+            return;
+        case 13:  // OR
+            store(a() | b());
+            return;
+        case 14:  // XOR
+            storeWithFlags(a() ^ b());
+            return;
+        case 15:  // MOVE
+            store(b());
+            return;
+        case 16:  // MOVEZ
+            Write(m, o.a, b(), 8);
+            return;
+        case 17:  // FADD
+        case 18:  // FSUB
+        case 19:  // FMUL
+        case 20:  // FDIV
+        case 21:  // FCMP
+            FloatingPoint(run, group, size, o);
+            return;
+        case 22:  // LEA
+            Write(m, o.a, o.b, 4);
+            return;
+        case 23:  // BLOCKMOVE
+            CopyBlock(m, o.a, o.b, u64{Read32(m, kBlockCount)} * bytes);
+            return;
+        case 30: PushBlock(run, w, size, o); return;
+        case 31: PeekBlock(run, size, o); return;
+        default: IllegalOpcode(run);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// One-operand operations
+
+u32 OneOperand(State& run, u32 w) {
+    switch (w & 255) {
+        case 108: return Indexed(run, NextExtensionWord(run), (w >> 16) & 15);
+        case 172: return FrameAddress(run, w);
+        case 212: return RegisterSlot(w >> 16);
+        default:  // 236
+            return NextExtensionWord(run);
+    }
+}
+
+void OneOperandInstruction(State& run, u32 w) {
+    Machine& m = run.m;
+    const u32 number = (w >> 8) & 127;
+    const u32 size = number & 3;
+    const u32 bytes = BytesOf(size);
+    const u32 e = OneOperand(run, w);
+    const auto value = [&] { return Read(m, e, bytes); };
+
+    switch (number >> 2) {
+        case 0:
+            if (size < 2) {
+                IllegalFloatSize(run);
+            } else if (size == 2) {  // FNEG
+                Write(m, e, Read(m, e, 4) ^ 0x80000000u, 4);
+            }
+            // DNEG would store back the low half, which the sign is not in: nothing to do.
+            return;
+        case 1:  // NEG
+            Write(m, e, 0 - value(), bytes);
+            return;
+        case 2: {  // NOT
+            const u64 result = ~value();
+            Write(m, e, result, bytes);
+            run.flags = FlagsOf(result, size);
+            return;
+        }
+        case 3:  // TST
+            run.flags = FlagsOf(value(), size);
+            return;
+        case 4:  // PUSH
+            Push(run, value(), size == 0 ? 2 : bytes);
+            return;
+        case 5: {  // POP
+            const u64 popped = Read(m, run.sp, size == 0 ? 2 : bytes);
+            Write(m, e, popped, bytes);
+            run.sp += size == 0 ? 2 : bytes;
+            return;
+        }
+        case 6:  // PEA
+            Push(run, e, 4);
+            return;
+        case 8:  // EXTZ
+            if (size < 3) Write(m, e, value(), 8);
+            return;
+        case 9:  // EXTS
+            if (size < 3) Write(m, e, static_cast<u64>(Signed(value(), size)), 8);
+            return;
+        case 10:  // UTOF
+            Write(m, e, BitsOfFloat(static_cast<f32>(value())), 8);
+            return;
+        case 11:  // STOF
+            Write(m, e, BitsOfFloat(static_cast<f32>(Signed(value(), size))), 8);
+            return;
+        case 12:  // UTOD
+            Write(m, e, BitsOfDouble(static_cast<f64>(value())), 8);
+            return;
+        case 13:  // STOD
+            Write(m, e, BitsOfDouble(static_cast<f64>(Signed(value(), size))), 8);
+            return;
+        case 14:  // FTOQ
+            Write(m, e, TruncateToQuad(f64{FloatOf(Read(m, e, 4))}), 8);
+            return;
+        case 15:  // DTOQ
+            Write(m, e, TruncateToQuad(DoubleOf(Read(m, e, 8))), 8);
+            return;
+        case 16:  // FTOD
+            Write(m, e, BitsOfDouble(f64{FloatOf(Read(m, e, 4))}), 8);
+            return;
+        case 17: {  // DTOL
+            const f32 rounded = static_cast<f32>(DoubleOf(Read(m, e, 8)));
+            Write(m, e, TruncateToQuad(f64{rounded}), 4);
+            return;
+        }
+        default: IllegalOpcode(run);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Branches
+
+bool Holds(u32 condition, u8 flags) {
+    const bool odd = (flags & kOddFlag) != 0;
+    const bool zero = (flags & kZeroFlag) != 0;
+    const bool neg = (flags & kNegFlag) != 0;
+    switch (condition) {
+        case 0: return zero;
+        case 1: return !zero;
+        case 2: return !neg;
+        case 3: return !zero && !neg;
+        case 4: return zero || neg;
+        case 5: return neg;
+        case 6: return !odd;
+        default: return odd;
+    }
+}
+
+void BranchIf(State& run, u32 w) {
+    if (Holds((w >> 7) & 7, run.flags)) run.next = (w >> 10) * 4;
+}
+
+void TestAndBranch(State& run, u32 w) {
+    const u32 x = NextExtensionWord(run);
+    u32 address = 0;
+    switch ((w >> 3) & 3) {
+        case 0: address = RegisterSlot(x); break;
+        case 1: address = x; break;
+        case 2: address = Read32(run.m, RegisterSlot(x)); break;
+        default: address = run.fp + x; break;
+    }
+    const u32 size = (w >> 5) & 3;
+    run.flags = FlagsOf(Read(run.m, address, BytesOf(size)), size);
+    BranchIf(run, w);
+}
+
+void JumpThroughMemory(State& run, u32 w) {
+    const u32 table = (w >> 10) * 4;
+    run.next = Read32(run.m, Indexed(run, table, (w >> 6) & 15));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Calls and run control
+
+void Call(State& run, u32 target, u32 argumentBytes) {
+    run.m.pcPreJsr = run.pc + 4;
+    Push(run, argumentBytes, 4);
+    Push(run, run.next, 4);
+    run.next = target;
+}
+
+void Link(State& run, u32 w) {
+    const u32 n = (w >> 10) & 15;
+    Push(run, run.fp, 4);
+    run.fp = run.sp;
+    run.sp = run.fp - ((w >> 14) + 8 * n);
+    CopyBlock(run.m, run.sp, 8 + 8 * (14 - n), 8 * n);
+}
+
+void Return(State& run, u32 w) {
+    const u32 n = (w >> 10) & 15;
+    CopyBlock(run.m, 8 + 8 * (14 - n), run.sp, 8 * n);
+    const u32 oldFP = Read32(run.m, run.fp);
+    const u32 returnAddress = Read32(run.m, run.fp + 4);
+    const u32 argumentBytes = Read32(run.m, run.fp + 8);
+    run.sp = run.fp + 12 + argumentBytes;
+    run.m.releaseFrameLocks(run.sp);
+    run.fp = oldFP;
+    run.next = returnAddress;
+    if (returnAddress == 0) throw Halt{Outcome::Returned};
+}
+
+// The context is gathered before any of it is stored: previous chain, FP, PC, R0 .. R15.
+[[noreturn]] void Modal(State& run) {
+    Machine& m = run.m;
+    const u32 words[3] = {Read32(m, kModalChain), run.fp, run.next};
+    const std::vector<u8> registers(&m.memory[RegisterSlot(0)], &m.memory[RegisterSlot(16)]);
+    run.sp -= 140;
+    u8* const context = Range(m, run.sp, 140);
+    std::memcpy(context, words, 12);
+    std::memcpy(context + 12, registers.data(), 128);
+    Write(m, kModalChain, run.sp, 4);
+    ++m.modalDepth;
+    throw Halt{Outcome::Modal};
+}
+
+void Emod(State& run) {
+    Machine& m = run.m;
+    if (m.modalDepth < 1) {
+        m.messages.push_back(WithAddress("Illegal EMOD at 0x%8.8X", run.pc));
+        run.next = run.pc;
+        throw Halt{Outcome::BadEmod};
+    }
+    --m.modalDepth;
+    const u32 c = Read32(m, kModalChain);
+    const u8* const start = Range(m, c, 140);
+    const std::vector<u8> context(start, start + 140);
+    std::memcpy(&run.fp, &context[4], 4);
+    std::memcpy(&run.next, &context[8], 4);
+    std::memcpy(&m.memory[kModalChain], &context[0], 4);
+    std::memcpy(&m.memory[RegisterSlot(0)], &context[12], 128);
+    run.sp = c + 140;
+}
+
+void AppendDebugString(State& run) {
+    u32 address = Read32(run.m, kR15);
+    std::string text;
+    while (const u64 c = Read(run.m, address, 1)) {
+        text += static_cast<char>(c);
+        ++address;
+    }
+    run.m.debugLog += text;
+}
+
+// ---------------------------------------------------------------------------------------------
+// One instruction
+
+// True where the low ten bits name one of the twenty single instructions; it has been performed.
+bool SingleInstruction(State& run, u32 w) {
+    const u64 shortValue = static_cast<u64>(i64{static_cast<i32>(w) >> 10});
+    switch (w & 1023) {
+        case 20: AppendDebugString(run); return true;
+        case 44:  // JMP
+            run.next = (w >> 10) * 4;
+            return true;
+        case 84: {
+            const u32 target = NextExtensionWord(run);
+            Call(run, target, w >> 16);
+            return true;
+        }
+        case 116:
+        case 372: Push(run, NextExtensionWord(run), 2); return true;
+        case 148: run.m.presentNotify = true; Modal(run);
+        case 244:
+        case 500: Push(run, w >> 10, 2); return true;
+        case 276: run.m.sys(run.m); return true;
+        case 340: Link(run, w); return true;
+        case 404:  // NOP
+            return true;
+        case 532:  // STOP
+            run.m.runState |= 1;
+            run.next = run.pc;
+            throw Halt{Outcome::Stopped};
+        case 596: Return(run, w); return true;
+        case 628: Push(run, NextExtensionWord(run), 4); return true;
+        case 756: Push(run, shortValue, 4); return true;
+        case 788: Modal(run);
+        case 852:  // CALLR
+            Call(run, Read32(run.m, RegisterSlot((w >> 12) & 15)), w >> 16);
+            return true;
+        case 884: {
+            const u64 low = NextExtensionWord(run);
+            const u64 high = NextExtensionWord(run);
+            Push(run, high << 32 | low, 8);
+            return true;
+        }
+        case 916: Emod(run); return true;
+        case 1012: Push(run, shortValue, 8); return true;
+        default: return false;
+    }
+}
+
+void Execute(State& run, u32 w) {
+    if ((w & 7) == 0) {
+        TestAndBranch(run, w);
+    } else if ((w & 31) == 4) {
+        IllegalOpcode(run);
+    } else if ((w & 31) == 31) {
+        return;
+    } else if ((w & 31) != 12 && (w & 31) != 20) {
+        TwoOperandInstruction(run, w);
+    } else if ((w & 63) == 12) {
+        JumpThroughMemory(run, w);
+    } else if ((w & 127) == 52) {
+        BranchIf(run, w);
+    } else if ((w & 255) == 108 || (w & 255) == 172 || (w & 255) == 212 || (w & 255) == 236) {
+        OneOperandInstruction(run, w);
+    } else {
+        // What is no single instruction does nothing: 300, 556, 660 and 812.
+        SingleInstruction(run, w);
+    }
+}
+
+void WriteBack(State& run) {
+    Write(run.m, kFlags, run.flags, 1);
+    Write(run.m, kPC, run.next, 4);
+    Write(run.m, kSP, run.sp, 4);
+    Write(run.m, kFP, run.fp, 4);
+}
+
+// Faults leave the header as the instruction left it, and say what happened.
+void ReportFault(Machine& m, Outcome outcome) {
+    std::string line = "PC trace:";
+    const size_t count = m.trace.size();
+    for (size_t i = count < 16 ? 0 : count - 16; i < count; ++i) {
+        line += WithAddress(" 0x%8.8X", m.trace[i]);
+    }
+    m.debugLog += line + "\n";
+    const char* format = outcome == Outcome::MemoryFault
+                             ? "Memory fault at 0x%8.8X. Terminating. So sorry."
+                             : "Division error at 0x%8.8X. Terminating. So sorry.";
+    m.messages.push_back(WithAddress(format, Read32(m, kPC)));
+}
+
+}  // namespace
+
+const char* OutcomeName(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::Returned: return "returned";
+        case Outcome::Stopped: return "stopped";
+        case Outcome::Modal: return "modal";
+        case Outcome::IllegalOpcode: return "illegal opcode";
+        case Outcome::StackOverflow: return "stack overflow";
+        case Outcome::BadEmod: return "bad EMOD";
+        case Outcome::MemoryFault: return "memory fault";
+        case Outcome::DivisionError: return "division error";
+        case Outcome::BudgetSpent: return "budget spent";
+    }
+    return "?";
+}
+
+Machine MakeMachine(const std::vector<u8>& image) {
+    Machine m;
+    m.memory = image;
+    m.memory.resize((image.size() + 63) / 64 * 64);
+    return m;
+}
+
+Outcome Run(Machine& m, u64 budget) {
+    State run{m,
+              0,
+              Read32(m, kPC),
+              Read32(m, kSP),
+              Read32(m, kFP),
+              static_cast<u8>(Read(m, kFlags, 1) & 7)};
+    for (u64 done = 0; done < budget; ++done) {
+        run.pc = run.next;
+        m.trace.push_back(run.pc);
+        try {
+            const u32 w = Read32(m, run.pc);
+            run.next = run.pc + 4;
+            Execute(run, w);
+        } catch (const Halt& halt) {
+            if (halt.outcome == Outcome::MemoryFault || halt.outcome == Outcome::DivisionError) {
+                ReportFault(m, halt.outcome);
+            } else {
+                WriteBack(run);
+            }
+            return halt.outcome;
+        }
+        WriteBack(run);
+    }
+    return Outcome::BudgetSpent;
+}
+
+}  // namespace plain

@@ -1,0 +1,24 @@
+#pragma once
+// Random module images for the comparison of the two executors: instruction streams with operands
+// that mostly make sense, from a seed.
+
+#include <vector>
+
+#include "base/types.h"
+
+// The same number sequence with every compiler and library.
+class Random {
+  public:
+    explicit Random(u64 seed);
+    u64 Next();
+    u32 Below(u32 limit);            // 0 .. limit - 1
+    u32 Between(u32 low, u32 high);  // both included
+    bool OneIn(u32 n) { return Below(n) == 0; }
+
+  private:
+    u64 state;
+};
+
+// An image of a few thousand bytes: a message frame on the stack, code from 512 on, pointers and
+// numbers in the registers, random data.
+std::vector<u8> RandomProgram(u64 seed);

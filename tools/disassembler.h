@@ -1,0 +1,23 @@
+#pragma once
+// A module as text: a listing to read, or a source that assembles to the same file.
+
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tools/module_file.h"
+
+// Names of addresses, from a symbol file. Constants are left out.
+struct SymbolNames {
+    std::map<u32, std::vector<std::string>> byAddress;
+};
+
+// Reads a symbol file as mxasm writes it. Returns what is wrong, or an empty text.
+std::string ParseSymbolFile(const std::string& text, SymbolNames& names);
+
+// The listing: addresses, words, instructions with names for their targets, data.
+void WriteModuleListing(const ModuleFile& module, const SymbolNames& names, std::ostream& out);
+
+// A source that mxasm turns back into exactly these bytes.
+void WriteRawSource(const ModuleFile& module, std::ostream& out);
