@@ -1,6 +1,9 @@
 #include "app/wiring.h"
 
 #include "app/finish.h"
+#include "audio/music.h"
+#include "audio/sound_group.h"
+#include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "desktop/pango/pango_engine.h"
 #include "gfx/bitmap.h"
@@ -34,6 +37,7 @@ void WireRooms() {
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
+    sysSlots.soundGroup = SysSoundGroup;
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
 
@@ -43,6 +47,10 @@ void WireRooms() {
     gfxSlots.emptyFontCache = EmptyFontCache;
 
     StartPangoText();
+
+    hostSlots.pollMusic = PollMusic;
+    hostSlots.stopMusic = StopMusic;
+    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
 
     desktopEvents = {
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
