@@ -65,7 +65,7 @@ TextSize MeasureText(TextFont& font, std::string_view text) {
 }
 
 struct PlacedGlyph {
-    const GlyphPicture* picture;
+    u32 glyph;
     i32 left, top;
 };
 
@@ -80,8 +80,8 @@ u64 AddBytes(u64 a, u64 b) {
 // Glyphs are added eight bytes at a time, so a picture's bytes end with room for seven more.
 constexpr std::size_t kSlack = 8;
 
-void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>& bytes) {
-    const GlyphPicture& from = *glyph.picture;
+void AddGlyph(const GlyphPicture& from, const PlacedGlyph& glyph, const TextPicture& into,
+              std::vector<u8>& bytes) {
     const i32 first = std::max(0, into.left - glyph.left);
     const i32 end = std::min(from.width, into.left + into.width - glyph.left);
     const bool isWhole = first == 0 && end == from.width;
@@ -119,7 +119,7 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
         const auto pixel = [](i32 units) {
             return static_cast<i32>(std::floor(static_cast<double>(units) / PANGO_SCALE + 0.5));
         };
-        const PlacedGlyph one = {&picture, pixel(glyph.x) + picture.left,
+        const PlacedGlyph one = {glyph.glyph, pixel(glyph.x) + picture.left,
                                  pixel(glyph.y) + picture.top};
         if (one.left >= columns || one.left + picture.width <= 0) continue;
         top = placed.empty() ? one.top : std::min(top, one.top);
@@ -135,7 +135,9 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
     const TextPicture picture = {
         nullptr, static_cast<std::size_t>(right - left), left, top, right - left, bottom - top};
     bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kSlack, 0);
-    for (const PlacedGlyph& glyph : placed) AddGlyph(glyph, picture, bytes);
+    for (const PlacedGlyph& glyph : placed) {
+        AddGlyph(PictureOf(font, glyph.glyph), glyph, picture, bytes);
+    }
     return picture;
 }
 
