@@ -1,6 +1,9 @@
 #include "app/wiring.h"
 
 #include "app/finish.h"
+#include "audio/music.h"
+#include "audio/sound_group.h"
+#include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "gfx/bitmap.h"
 #include "gfx/commands.h"
@@ -30,8 +33,13 @@ void WireRooms() {
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
+    sysSlots.soundGroup = SysSoundGroup;
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
+
+    hostSlots.pollMusic = PollMusic;
+    hostSlots.stopMusic = StopMusic;
+    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
 
     desktopEvents = {
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,

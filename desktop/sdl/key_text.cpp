@@ -89,7 +89,9 @@ std::vector<std::string> SplitText(const std::string& utf8, std::size_t limit) {
     return pieces;
 }
 
-static bool IsFixed(u8 code) { return ControlCharacter(code) != 0; }
+static bool IsFixed(u8 code) {
+    return ControlCharacter(code) != 0;
+}
 
 static std::string TextWithCommand(const KeyPress& press) {
     const std::string& typed = typedText[press.code][press.shift ? 1 : 0];
@@ -150,7 +152,9 @@ void ReleaseKey(u8 code) {
     Tell(desktopEvents.keyUp, code, text);
 }
 
-void ForgetLayout() { typedText.fill({}); }
+void ForgetLayout() {
+    typedText.fill({});
+}
 
 void ResetKeyText() {
     heldBack.reset();
