@@ -41,16 +41,16 @@ void WireRooms() {
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
 
+    hostSlots.pollMusic = PollMusic;
+    hostSlots.stopMusic = StopMusic;
+    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
+
     gfxSlots.drawText = DrawText;
     gfxSlots.loadImage = LoadImage;
     gfxSlots.saveImage = SaveImage;
     gfxSlots.emptyFontCache = EmptyFontCache;
 
     StartPangoText();
-
-    hostSlots.pollMusic = PollMusic;
-    hostSlots.stopMusic = StopMusic;
-    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
 
     desktopEvents = {
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,

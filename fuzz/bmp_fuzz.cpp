@@ -3,6 +3,6 @@
 #include "fuzz/image_fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
-    LoadFuzzedImage(data, size);
+    image_fuzz::LoadFuzzedImage(data, size);
     return 0;
 }
