@@ -12,6 +12,10 @@ struct Tiling {
 
     // What may be written, before the clip.
     Area Extent() const { return {x, y, right, bottom}; }
+    // Whether all of a visible area belongs to the first copy.
+    bool IsFirstCopy(const Area& visible) const {
+        return visible.right <= x + width && visible.bottom <= y + height;
+    }
 };
 
 // A limit of 0 asks for one copy.
@@ -28,6 +32,10 @@ inline Tiling MakeTiling(i32 x, i32 y, i32 width, i32 height, i32 right, i32 bot
 template <class Visit>
 void ForEachTile(const Tiling& tiling, const Area& visible, Visit visit) {
     if (visible.Empty()) return;
+    if (tiling.IsFirstCopy(visible)) {
+        visit(tiling.x, tiling.y, visible);
+        return;
+    }
     const i64 firstX = visible.left - (visible.left - tiling.x) % tiling.width;
     const i64 firstY = visible.top - (visible.top - tiling.y) % tiling.height;
     for (i64 y = firstY; y < visible.bottom; y += tiling.height) {
@@ -40,6 +48,10 @@ void ForEachTile(const Tiling& tiling, const Area& visible, Visit visit) {
 // The smallest area, relative to a copy's corner, that holds the visible parts of all copies. Its
 // corners are visible in one of them.
 inline Area VisiblePart(const Tiling& tiling, const Area& visible) {
+    if (tiling.IsFirstCopy(visible)) {
+        return {visible.left - tiling.x, visible.top - tiling.y, visible.right - tiling.x,
+                visible.bottom - tiling.y};
+    }
     const auto range = [](i64 start, i64 size, i64 low, i64 high, i64& first, i64& end) {
         const i64 lowTile = (low - start) / size;
         const i64 highTile = (high - 1 - start) / size;
