@@ -95,6 +95,8 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         StopUrlOpener();
         return false;
     }
+    // On X11 a window's surface goes to the server as it is, and only where it has changed.
+    if (std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
     BindGateToMainThread();
     ResetTimers();
     ResetSdlKeyboard();

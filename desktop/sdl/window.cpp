@@ -283,10 +283,13 @@ static void SetMiniaturized(bool now) {
 void HandleWindowEvent(const SDL_WindowEvent& event) {
     switch (event.event) {
         case SDL_WINDOWEVENT_EXPOSED: RequestWholeRedraw(); break;
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+            RequestWholeRedraw();
+            reported = true;
+            break;
         case SDL_WINDOWEVENT_SHOWN:
         case SDL_WINDOWEVENT_MOVED:
         case SDL_WINDOWEVENT_RESIZED:
-        case SDL_WINDOWEVENT_SIZE_CHANGED:
         case SDL_WINDOWEVENT_DISPLAY_CHANGED: reported = true; break;
         case SDL_WINDOWEVENT_MAXIMIZED:
         case SDL_WINDOWEVENT_RESTORED:
