@@ -19,6 +19,7 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 static void SetHints() {
@@ -59,6 +60,11 @@ static bool SurvivesStart() {
 }
 
 static void ShutDown() {
+    {
+        // Not inside: it may be waiting to enter.
+        const OutsideDesktop outside;
+        StopWatchdog();
+    }
     const InsideDesktop inside;
     ResetTimers();
     DestroyGameWindow();

@@ -53,7 +53,9 @@ void StopView() {
     newPixels = {};
 }
 
-void RequestRedraw(ViewRect rect) { requested = Joined(requested, rect); }
+void RequestRedraw(ViewRect rect) {
+    requested = Joined(requested, rect);
+}
 
 void RequestWholeRedraw() {
     const ViewSize size = CurrentViewSize();
@@ -137,8 +139,8 @@ void PresentView(ViewPixels view, ViewRect rect) {
     if (area.width <= 0 || area.height <= 0) return;
 
     const std::size_t row = static_cast<std::size_t>(view.width) * 4;
-    const u8* pixels = view.pixels + static_cast<std::size_t>(area.y) * row +
-                       static_cast<std::size_t>(area.x) * 4;
+    const u8* pixels =
+        view.pixels + static_cast<std::size_t>(area.y) * row + static_cast<std::size_t>(area.x) * 4;
     if (hasSurface) {
         DrawOnSurface(pixels, view.width * 4, area);
     } else {
@@ -167,6 +169,12 @@ void ShowView() {
     if (!Prepare()) return;
     const ViewSize size = hasSurface ? ViewSize{surface->w, surface->h} : textureSize;
     ShowArea({0, 0, size.width, size.height});
+}
+
+void ShowViewFromOtherThread() {
+    // A renderer belongs to the main thread. A surface that has become invalid stays so: drawing
+    // anew is the main thread's business.
+    if (window != nullptr && hasSurface) SDL_UpdateWindowSurface(window);
 }
 
 void ShowNewPixels() {

@@ -19,6 +19,8 @@ bool ServeRedraw();
 void PresentView(ViewPixels view, ViewRect rect);
 // Shows once more what was drawn last.
 void ShowView();
+// The same, on a thread that has the gate and is not the main thread, where that is possible.
+void ShowViewFromOtherThread();
 // Shows what PresentView brought since the last time, if anything.
 void ShowNewPixels();
 // The graphics device has lost its textures.
