@@ -2,15 +2,16 @@
 // The fast interpreter: a handler for every operand form, operation and size, each of which ends in
 // the dispatch of the next instruction.
 
-#include "vm/guard.h"
-
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
-// addresses are left to the guard: optimised builds without sanitizers only.
-#if defined(__OPTIMIZE__)
-inline constexpr bool kThreaded = !kCheckedAccess;
+// addresses are left to the guard: optimised builds without sanitizers only. The others do not even
+// compile the handlers, of which there are thousands.
+#if defined(__OPTIMIZE__) && !defined(MOXI_SANITIZE)
+#define MOXI_THREADED 1
 #else
-inline constexpr bool kThreaded = false;
+#define MOXI_THREADED 0
 #endif
 
-// Runs from the header's PC until the run ends.
+inline constexpr bool kThreaded = MOXI_THREADED != 0;
+
+// Runs from the header's PC until the run ends. Only where kThreaded holds.
 void RunThreaded();
