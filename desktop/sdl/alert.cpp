@@ -30,8 +30,8 @@ static void DrawBoxWindow(const Box& box) {
     SDL_Surface* target = SDL_GetWindowSurface(box.window);
     if (target == nullptr) return;
     // A desktop that tiles windows may have made it larger.
-    cairo_surface_t* drawn = cairo_image_surface_create(
-        CAIRO_FORMAT_RGB24, std::max(target->w, 1), std::max(target->h, 1));
+    cairo_surface_t* drawn = cairo_image_surface_create(CAIRO_FORMAT_RGB24, std::max(target->w, 1),
+                                                        std::max(target->h, 1));
     DrawBox(drawn, box.layout, box.text->message, box.text->buttons, box.held);
     // Cairo's words hold x, R, G, B from the top byte down.
     SDL_Surface* source = SDL_CreateRGBSurfaceWithFormatFrom(
@@ -64,6 +64,8 @@ static bool OpenBoxWindow(Box& box) {
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
     box.windowId = SDL_GetWindowID(box.window);
+    // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
+    // when a box that belongs to it goes away.
     if (parent != nullptr) SDL_SetWindowModalFor(box.window, parent);
     SDL_ShowWindow(box.window);
     SDL_RaiseWindow(box.window);

@@ -42,9 +42,13 @@ void StartRunLoop(bool fullScreenAfterLaunch) {
     enterFullScreen = fullScreenAfterLaunch;
 }
 
-void RequestTerminate() { quitRequested = true; }
+void RequestTerminate() {
+    quitRequested = true;
+}
 
-void RequestClose() { closeRequested = true; }
+void RequestClose() {
+    closeRequested = true;
+}
 
 void QueueOnMain(void (*work)()) {
     {
@@ -98,7 +102,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
         case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
         case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
-        case SDL_DISPLAYEVENT: HandleDisplayEvent(event.display); break;
+        case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
         case SDL_QUIT: RequestTerminate(); break;

@@ -1,7 +1,10 @@
 #include "desktop/sdl/sdl_desktop.h"
 
 #include <SDL.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string_view>
 
@@ -37,6 +40,24 @@ static bool IsRealDisplay(std::string_view driver) {
     return driver != "offscreen" && driver != "dummy" && driver != "evdev";
 }
 
+// SDL 2.26 crashes on a Wayland desktop without any seat, so where it would come to that the start
+// is tried in another process first.
+static bool SurvivesStart() {
+    const auto isSet = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr && value[0] != '\0';
+    };
+    if (isSet("DISPLAY") || !isSet("WAYLAND_DISPLAY")) return true;
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGSEGV, SIG_DFL);
+        _exit(SDL_Init(SDL_INIT_VIDEO) == 0 ? 0 : 1);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) return true;
+    return !WIFSIGNALED(status);
+}
+
 static void ShutDown() {
     const InsideDesktop inside;
     ResetTimers();
@@ -57,6 +78,10 @@ static std::vector<Screen> ScreensNow() {
 
 bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     SetHints();
+    if (!SurvivesStart()) {
+        *error = "no display: the Wayland desktop has neither keyboard nor pointer";
+        return false;
+    }
     StartUrlOpener();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -76,7 +101,6 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     ResetSdlMouse();
     StartScreens();
     StartRunLoop(options.fullScreen);
-    SDL_StartTextInput();
 
     desktop = {
         .runEventLoop = RunEventLoop,

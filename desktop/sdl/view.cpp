@@ -38,14 +38,18 @@ void StopView() {
     newPixels = false;
 }
 
-void RequestRedraw(ViewRect rect) { requested = Joined(requested, rect); }
+void RequestRedraw(ViewRect rect) {
+    requested = Joined(requested, rect);
+}
 
 void RequestWholeRedraw() {
     const ViewSize size = CurrentViewSize();
     RequestRedraw({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)});
 }
 
-bool RedrawIsWaiting() { return (requested.width > 0 && requested.height > 0) || newPixels; }
+bool RedrawIsWaiting() {
+    return (requested.width > 0 && requested.height > 0) || newPixels;
+}
 
 bool ServeRedraw() {
     const ViewRect rect = Clipped(requested, CurrentViewSize());
