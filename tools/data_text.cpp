@@ -32,18 +32,17 @@ std::string Number(const char* format, u32 value) {
     return text;
 }
 
-// A text that ends with a NUL, or the first part of a long one; nothing when there is none.
+// A text that ends with a NUL, or a piece of a long one; nothing when there is none.
 DataItem DescribeText(std::span<const u8> bytes) {
     size_t length = 0;
-    while (length < bytes.size() && IsTextByte(bytes[length])) ++length;
-    if (length < kLeastText || length >= bytes.size() || bytes[length] != 0) return {};
-    const bool whole = length <= kMostText;
-    const size_t shown = whole ? length : kMostText;
+    while (length < bytes.size() && length < kMostText && IsTextByte(bytes[length])) ++length;
+    const bool endsHere = length < bytes.size() && bytes[length] == 0;
+    if (length < kLeastText || (length < kMostText && !endsHere)) return {};
     DataItem item;
-    item.text = whole ? ".asciz    \"" : ".ascii    \"";
-    for (size_t i = 0; i < shown; ++i) AppendEscaped(item.text, bytes[i]);
+    item.text = endsHere ? ".asciz    \"" : ".ascii    \"";
+    for (size_t i = 0; i < length; ++i) AppendEscaped(item.text, bytes[i]);
     item.text += '"';
-    item.length = static_cast<u32>(whole ? shown + 1 : shown);
+    item.length = static_cast<u32>(endsHere ? length + 1 : length);
     return item;
 }
 
