@@ -35,9 +35,9 @@ inline void StartMachine() {
         heapStart = 4096;
         heapSize = kImageSize - heapStart;
         systemCalls.open = OpenMemory;
+        InitHeapTable();
+        AllocHeap(4);
     }
-    InitHeapTable();
-    AllocHeap(4);
 }
 
 inline void Require(bool holds) {
