@@ -19,7 +19,7 @@ constexpr u32 kInfoHeaderSize = 40;
 constexpr u32 kHeadersSize = kFileHeaderSize + kInfoHeaderSize;
 constexpr u32 kPixelsPerMetre = 2947;
 constexpr u32 kPieceSize = 1U << 18;   // that rows are written in
-constexpr u32 kFirstBlock = 1U << 24;  // memory for pixel data to start with
+constexpr u32 kFirstBlock = 1U << 22;  // memory for pixel data to start with
 
 struct FileCloser {
     u32 handle;
