@@ -134,6 +134,7 @@ void ConvertRow(u8* to, const u8* from, u32 width, bool withAlpha) {
 // Rows that the data does not hold whole are made up with zero bytes.
 void ConvertPicture(u8* pixels, const Headers& headers, const Rows& rows, const u8* data,
                     u64 size) {
+    if (headers.width == 0) return;  // any number of empty rows
     std::vector<u8> cutRow;
     for (u32 row = 0; row < headers.height; ++row) {
         u8* const to = pixels + u64{headers.height - 1 - row} * headers.width * kBytesPerPixel;

@@ -236,6 +236,12 @@ TEST_F(ImageFiles, HeightZeroGivesAnEmptyBitmap) {
     EXPECT_EQ(::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0U);
 }
 
+TEST_F(ImageFiles, FourBillionRowsOfNoPixelsAreAnEmptyBitmap) {
+    const u32 bitmap = Load(Bmp({.width = 0, .height = 0xFFFFFFFF}, "zzzz"));
+    ASSERT_NE(bitmap, 0U);
+    EXPECT_EQ(::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0xFFFFFFFF);
+}
+
 // --- What fits the heap
 
 TEST_F(ImageFiles, APictureThatDoesNotFitTheHeapIsRefused) {
