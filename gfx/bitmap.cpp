@@ -58,6 +58,31 @@ bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
     return true;
 }
 
+void ReadHostBitmap(Selection& selection, const HostBitmap& bitmap) {
+    selection.pixels = bitmap.pixels;
+    selection.pixelAddress = 0;
+    selection.width = static_cast<i32>(bitmap.width);
+    selection.height = static_cast<i32>(bitmap.height);
+    selection.stride = static_cast<i32>(bitmap.stride);
+    selection.clipX = bitmap.clipX;
+    selection.clipY = bitmap.clipY;
+    selection.clipWidth = bitmap.clipWidth;
+    selection.clipHeight = bitmap.clipHeight;
+}
+
+void ReadRecord(Selection& selection, u32 record, u32 pixelAddress) {
+    selection.record = record;
+    selection.pixels = nullptr;
+    selection.pixelAddress = pixelAddress;
+    selection.width = Load<i32>(record + kRecordWidth);
+    selection.height = Load<i32>(record + kRecordHeight);
+    selection.stride = Load<i32>(record + kRecordStride);
+    selection.clipX = Load<i32>(record + kRecordClip);
+    selection.clipY = Load<i32>(record + kRecordClip + 4);
+    selection.clipWidth = Load<i32>(record + kRecordClip + 8);
+    selection.clipHeight = Load<i32>(record + kRecordClip + 12);
+}
+
 void Select(Selection& selection, u32 handle, const char* alreadyStarted, const char* noPixels) {
     if (selection.handle != kNoBitmap) {
         ShowFatalMessage(alreadyStarted);
@@ -66,32 +91,14 @@ void Select(Selection& selection, u32 handle, const char* alreadyStarted, const 
     selection.handle = handle;
     selection.host = handle == kScreenBitmap || handle == kTextBitmap;
     if (selection.host) {
-        const HostBitmap& bitmap = handle == kScreenBitmap ? screenBitmap : textBitmap;
-        selection.pixels = bitmap.pixels;
-        selection.pixelAddress = 0;
-        selection.width = static_cast<i32>(bitmap.width);
-        selection.height = static_cast<i32>(bitmap.height);
-        selection.stride = static_cast<i32>(bitmap.stride);
-        selection.clipX = bitmap.clipX;
-        selection.clipY = bitmap.clipY;
-        selection.clipWidth = bitmap.clipWidth;
-        selection.clipHeight = bitmap.clipHeight;
+        ReadHostBitmap(selection, handle == kScreenBitmap ? screenBitmap : textBitmap);
         return;
     }
     const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
     CheckedRange(record, kRecordSize);
-    selection.record = record;
     const u32 pixelHandle = Load<u32>(record + kRecordPixels);
     if (pixelHandle == 0) ShowFatalMessage(noPixels);
-    selection.pixels = nullptr;
-    selection.pixelAddress = static_cast<u32>(LockHeapPtr(pixelHandle) - image);
-    selection.width = Load<i32>(record + kRecordWidth);
-    selection.height = Load<i32>(record + kRecordHeight);
-    selection.stride = Load<i32>(record + kRecordStride);
-    selection.clipX = Load<i32>(record + kRecordClip);
-    selection.clipY = Load<i32>(record + kRecordClip + 4);
-    selection.clipWidth = Load<i32>(record + kRecordClip + 8);
-    selection.clipHeight = Load<i32>(record + kRecordClip + 12);
+    ReadRecord(selection, record, static_cast<u32>(LockHeapPtr(pixelHandle) - image));
 }
 
 void Release(Selection& selection) {
@@ -171,6 +178,18 @@ void EndDSTSRC() {
     if (!shared) EndSRC();
     EndDST();
     srcSelection.handle = kNoBitmap;
+}
+
+bool PeekModuleBitmap(u32 handle, Selection& selection) {
+    if (handle == kScreenBitmap || handle >= kHeapHandles) return false;
+    const u32 record = heapPtrs[handle].offset;
+    if (u64{record} + kRecordSize > imageSize) return false;
+    const u32 pixelHandle = Load<u32>(record + kRecordPixels);
+    if (pixelHandle >= kHeapHandles) return false;
+    selection = kNoSelection;
+    selection.handle = handle;
+    ReadRecord(selection, record, heapPtrs[pixelHandle].offset);
+    return true;
 }
 
 Area Intersect(const Area& a, const Area& b) {

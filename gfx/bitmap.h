@@ -80,6 +80,11 @@ void EndSRC();
 void StartDSTSRC(u32 source, u32 destination);
 void EndDSTSRC();
 
+// What selecting a module bitmap would give, without locks and reports: for operations in several
+// steps that look first whether all of them stay in the image. False for host bitmaps and where
+// selecting would fail.
+bool PeekModuleBitmap(u32 handle, Selection& selection);
+
 // --- Pixels of a selection
 
 // Columns [left, right) of rows [top, bottom).

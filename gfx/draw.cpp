@@ -4,6 +4,7 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
+#include "gfx/line.h"
 #include "gfx/pixel.h"
 #include "vm/machine.h"
 
@@ -49,15 +50,33 @@ void Polyline(u32 handle, u32 points, u32 count, u32 colour) {
     // A count of 0 wraps; no image holds that many points.
     const u64 pointCount = count == 0 ? u64{1} << 32 : count;
     CheckedRange(points, pointCount * 8);
-    for (u32 i = 0; i + 1 < count; ++i) {
+    const auto ends = [points](u32 i) {
         const u32 point = points + 8 * i;
-        Line(handle, Load<i32>(point), Load<i32>(point + 4), Load<i32>(point + 8),
-             Load<i32>(point + 12), colour);
+        return LineEnds{Load<i32>(point), Load<i32>(point + 4), Load<i32>(point + 8),
+                        Load<i32>(point + 12)};
+    };
+    Selection selection;
+    if (PeekModuleBitmap(handle, selection)) {
+        u32 pattern = LinePattern();
+        for (u32 i = 0; i + 1 < count; ++i) RequireLine(selection, ends(i), pattern);
+    }
+    for (u32 i = 0; i + 1 < count; ++i) {
+        const LineEnds line = ends(i);
+        Line(handle, line.x1, line.y1, line.x2, line.y2, colour);
     }
 }
 
 void Rectangle(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
     const bool framed = AlphaOf(frame) != 0;
+    const i32 right = Add(Add(x, w), -1);
+    const i32 bottom = Add(Add(y, h), -1);
+    const LineEnds sides[4] = {
+        {x, y, right, y}, {right, y, right, bottom}, {right, bottom, x, bottom}, {x, bottom, x, y}};
+    Selection selection;
+    if (framed && PeekModuleBitmap(handle, selection)) {
+        u32 pattern = LinePattern();
+        for (const LineEnds& side : sides) RequireLine(selection, side, pattern);
+    }
     if (AlphaOf(fill) != 0) {
         StartDST(handle);
         const i64 inset = framed ? 1 : 0;
@@ -66,12 +85,7 @@ void Rectangle(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
         EndDST();
     }
     if (framed) {
-        const i32 right = Add(Add(x, w), -1);
-        const i32 bottom = Add(Add(y, h), -1);
-        Line(handle, x, y, right, y, frame);
-        Line(handle, right, y, right, bottom, frame);
-        Line(handle, right, bottom, x, bottom, frame);
-        Line(handle, x, bottom, x, y, frame);
+        for (const LineEnds& side : sides) Line(handle, side.x1, side.y1, side.x2, side.y2, frame);
     }
     if (handle == kScreenBitmap) GrowDirtyRect(x, y, w, h);
 }

@@ -1,10 +1,12 @@
 // Lines and the line pattern.
 
 #include <algorithm>
+#include <bit>
 
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
+#include "gfx/line.h"
 #include "gfx/pixel.h"
 #include "vm/guard.h"
 
@@ -19,7 +21,7 @@ __extension__ using WideInt = __int128;
 // Bit 31 decides about a position; the pattern rotates left by one.
 bool TakePatternBit(u32& pattern) {
     const bool plot = pattern >> 31 != 0;
-    pattern = pattern << 1 | pattern >> 31;
+    pattern = std::rotl(pattern, 1);
     return plot;
 }
 
@@ -60,6 +62,18 @@ Area BoxAround(const Walk& walk, const Area& clip) {
     return steps == 0 ? box : Intersect(box, clip);
 }
 
+// Faults where plotting the positions of a walk would leave the image.
+void RequireWalk(const Selection& selection, const Walk& walk, u32& pattern) {
+    if (walk.count <= 0) return;
+    if (Reaches(selection, BoxAround(walk, ClipArea(selection)))) {
+        pattern = std::rotl(pattern, static_cast<int>(walk.count % 32));
+        return;
+    }
+    WalkLine(walk, [&](i64 x, i64 y) {
+        if (TakePatternBit(pattern)) RequireArea(selection, {x, y, x + 1, y + 1});
+    });
+}
+
 // Draws the positions of a walk, all of which may be plotted.
 void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
     if (walk.count <= 0) return;
@@ -70,9 +84,7 @@ void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
             return;
         }
         u32 pattern = linePattern;
-        WalkLine(walk, [&](i64 x, i64 y) {
-            if (TakePatternBit(pattern)) RequireArea(selection, {x, y, x + 1, y + 1});
-        });
+        RequireWalk(selection, walk, pattern);
     }
     const BlendColour blend = PrepareBlend(colour);
     if (walk.majorX == 1 && walk.minorY == 0 && linePattern == kSolidLine) {
@@ -116,7 +128,7 @@ struct Axis {
 
 // The part of a diagonal inside the clip.
 Walk ClipDiagonal(const Axis& major, const Axis& minor, bool xIsMajor) {
-    i64 first = std::max(
+    const i64 first = std::max(
         {i64{0}, major.Enter(), FirstWithMinorSteps(minor.Enter(), major.length, minor.length)});
     i64 end = std::min(major.length + 1, major.Leave());
     const i64 minorLeave = minor.Leave();
@@ -125,7 +137,7 @@ Walk ClipDiagonal(const Axis& major, const Axis& minor, bool xIsMajor) {
     } else {
         end = std::min(end, FirstWithMinorSteps(minorLeave, major.length, minor.length));
     }
-    first = std::min(first, major.length);
+    if (first >= end) return {};
     const WideInt reached = WideInt{2} * minor.length * first;
     const i64 minorSteps = static_cast<i64>((reached + major.length - 1) / (2 * major.length));
     const i64 error = static_cast<i64>(reached + 2 * minor.length - major.length -
@@ -152,12 +164,13 @@ struct Growth {
     i32 x, y, w, h;
 };
 
-// Draws on the destination; what the dirty rectangle then grows by, false for nothing at all.
-bool DrawLine(i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, Growth& growth) {
-    const Area clip = ClipArea(dstSelection);
+// The positions of a line that may be plotted, and what the dirty rectangle grows by; false for a
+// line that does not even do that.
+bool MakeWalk(const Selection& selection, i32 x1, i32 y1, i32 x2, i32 y2, Walk& walk,
+              Growth& growth) {
+    const Area clip = ClipArea(selection);
     const bool rowInside = y1 >= clip.top && y1 < clip.bottom;
     const bool columnInside = x1 >= clip.left && x1 < clip.right;
-    Walk walk = {};
     if (x1 != x2 && y1 != y2) {
         const i64 dx = i64{x2} - x1;
         const i64 dy = i64{y2} - y1;
@@ -182,25 +195,41 @@ bool DrawLine(i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, Growth& growth) {
         walk = {x1, y1, 0, 0, 0, 0, 0, 0, 0, 1};
         growth = {x1, y1, 1, 0};
     }
-    PlotWalk(dstSelection, walk, colour);
     return true;
+}
+
+bool DrawLine(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, Growth& growth) {
+    StartDST(handle);
+    Walk walk = {};
+    const bool drawn = MakeWalk(dstSelection, x1, y1, x2, y2, walk, growth);
+    if (drawn) PlotWalk(dstSelection, walk, colour);
+    EndDST();
+    return drawn;
 }
 
 }  // namespace
 
 void LineWithoutGrowth(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour) {
-    StartDST(handle);
     Growth growth = {};
-    DrawLine(x1, y1, x2, y2, colour, growth);
-    EndDST();
+    DrawLine(handle, x1, y1, x2, y2, colour, growth);
 }
 
 void Line(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour) {
-    StartDST(handle);
     Growth growth = {};
-    const bool drawn = DrawLine(x1, y1, x2, y2, colour, growth);
-    EndDST();
+    const bool drawn = DrawLine(handle, x1, y1, x2, y2, colour, growth);
     if (drawn && handle == kScreenBitmap) GrowDirtyRect(growth.x, growth.y, growth.w, growth.h);
+}
+
+void RequireLine(const Selection& selection, const LineEnds& ends, u32& pattern) {
+    Walk walk = {};
+    Growth growth = {};
+    if (MakeWalk(selection, ends.x1, ends.y1, ends.x2, ends.y2, walk, growth)) {
+        RequireWalk(selection, walk, pattern);
+    }
+}
+
+u32 LinePattern() {
+    return linePattern;
 }
 
 u32 SetLinePattern(u32 pattern) {

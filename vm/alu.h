@@ -9,6 +9,7 @@
 #include "base/types.h"
 #include "vm/guard.h"
 #include "vm/machine.h"
+#include "vm/opcodes.h"
 
 template <class T>
 using SignedOf = std::make_signed_t<T>;
@@ -87,4 +88,19 @@ u64 TruncateToQuad(Float value) {
     constexpr Float kLimit = static_cast<Float>(9223372036854775808.0);
     if (!(value >= -kLimit && value < kLimit)) return kIndefinite;
     return static_cast<u64>(static_cast<i64>(value));
+}
+
+// Whether a branch condition holds for a flag byte.
+constexpr bool Holds(Condition condition, u8 flags) {
+    switch (condition) {
+        case Condition::Eq: return (flags & kZero) != 0;
+        case Condition::Ne: return (flags & kZero) == 0;
+        case Condition::Ge: return (flags & kNeg) == 0;
+        case Condition::Gt: return (flags & (kZero | kNeg)) == 0;
+        case Condition::Le: return (flags & (kZero | kNeg)) != 0;
+        case Condition::Lt: return (flags & kNeg) != 0;
+        case Condition::Ev: return (flags & kOdd) == 0;
+        case Condition::Od: return (flags & kOdd) != 0;
+    }
+    return false;
 }
