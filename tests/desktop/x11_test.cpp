@@ -26,6 +26,9 @@ class X11 : public testing::Test {
     void StartProbe(const std::function<void(const std::string&)>& onKey = {},
                     const std::function<void()>& atLaunch = {}) {
         probe.Start(atLaunch, onKey);
+        ASSERT_GE(probe.WaitFor("draw"), 0) << testing::PrintToString(probe.Log());
+        // A window manager that has not quite started leaves a new window without the keyboard.
+        if (probe.WaitFor("active", 0, 200) < 0) Run("xdotool windowactivate " + Window());
         ASSERT_GE(probe.WaitFor("active"), 0) << testing::PrintToString(probe.Log());
         Run("xdotool mousemove 700 500");  // into the window
         ASSERT_GE(probe.WaitFor("mouse-move"), 0);

@@ -81,10 +81,8 @@ bool XSession::Start(const std::string& screen, bool windowManager) {
     unsetenv("WAYLAND_DISPLAY");
     if (!windowManager) return true;
     manager = StartProcess({"openbox", "--sm-disable"}, "");
-    // A window that comes before the manager is ready does not get the keyboard; what it sets last
-    // is the active window.
     for (int i = 0; i < 500; ++i) {
-        if (OutputOf("xprop -root _NET_ACTIVE_WINDOW").find("0x") != std::string::npos) {
+        if (OutputOf("xprop -root _NET_WORKAREA").find("=") != std::string::npos) {
             return true;
         }
         SleepMs(20);
