@@ -1,8 +1,8 @@
 #pragma once
 // Laying text over pixels.
 
-#include "gfx/bitmap.h"
 #include "desktop/text_engine.h"
+#include "gfx/bitmap.h"
 
 // Lays the colour's bytes 0-2 over the pixels of `area` as far as the picture covers them: with
 // coverage c each byte becomes (colour * c + old * (255 - c)) / 255, alpha with 255 for the colour.
