@@ -5,6 +5,7 @@
 
 #include "app/record.h"
 #include "app/trace.h"
+#include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
@@ -58,6 +59,7 @@ void Finish(int status) {
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
     CloseRecording();
+    audioOut.shutDown();
     desktop.shutDown();
     std::exit(status);
 }

@@ -8,9 +8,12 @@
 #include "app/record.h"
 #include "app/trace.h"
 #include "app/wiring.h"
+#include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
+#include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
+#include "desktop/sdl/audio.h"
 #include "desktop/sdl/sdl_desktop.h"
 #include "host/delegate.h"
 #include "host/menu.h"
@@ -35,8 +38,14 @@ void LoadInterfaceFile() {
 }
 
 bool StartDesktop(const Options& options, std::string& error) {
-    if (!options.headless) return StartSdlDesktop({}, &error);
-    StartHeadlessDesktop(options.headlessOptions);
+    const AudioOptions audio = {options.mute, options.soundfont, options.renderAudio};
+    if (options.headless) {
+        StartHeadlessDesktop(options.headlessOptions);
+        StartHeadlessAudio(audio);
+        return true;
+    }
+    if (!StartSdlDesktop({}, &error)) return false;
+    StartSdlAudio(audio);
     return true;
 }
 
@@ -75,6 +84,7 @@ int main(int argc, char** argv) {
     }
     LoadInterfaceFile();
     moxiAppDelegate::init();
+    audioOut.prepare();
     desktop.runEventLoop();
     EndProcess(0);
 }

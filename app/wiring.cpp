@@ -1,9 +1,16 @@
 #include "app/wiring.h"
 
 #include "app/finish.h"
+#include "audio/music.h"
+#include "audio/sound_group.h"
+#include "desktop/audio_out.h"
 #include "desktop/events.h"
+#include "desktop/pango/pango_engine.h"
 #include "gfx/bitmap.h"
 #include "gfx/commands.h"
+#include "gfx/draw_text.h"
+#include "gfx/fonts.h"
+#include "gfx/image_files.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
@@ -30,8 +37,20 @@ void WireRooms() {
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
+    sysSlots.soundGroup = SysSoundGroup;
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
+
+    hostSlots.pollMusic = PollMusic;
+    hostSlots.stopMusic = StopMusic;
+    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
+
+    gfxSlots.drawText = DrawText;
+    gfxSlots.loadImage = LoadImage;
+    gfxSlots.saveImage = SaveImage;
+    gfxSlots.emptyFontCache = EmptyFontCache;
+
+    StartPangoText();
 
     desktopEvents = {
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,

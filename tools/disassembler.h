@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 // Names of addresses, from a symbol file. Constants are left out.
 struct SymbolNames {
     std::map<u32, std::vector<std::string>> byAddress;
+    std::set<u32> variables;  // addresses named in .data and .bss
 };
 
 // Reads a symbol file as mxasm writes it. Returns what is wrong, or an empty text.

@@ -15,6 +15,7 @@
 namespace {
 
 constexpr u32 kWordsPerLine = 4;
+constexpr u32 kMostOffset = 65535;  // from a variable's name to a part of it
 
 std::string Hex8(u32 value) {
     char text[16];
@@ -72,6 +73,16 @@ std::string NameOf(const SymbolNames& names, const CodeMap& map, u32 address) {
     return "data_" + Hex8(address);
 }
 
+// An address within the data or the globals as "name+offset".
+std::string NameWithOffset(const SymbolNames& names, u32 address) {
+    auto after = names.byAddress.upper_bound(address);
+    if (after == names.byAddress.begin()) return {};
+    --after;
+    const u32 offset = address - after->first;
+    if (!names.variables.contains(after->first) || offset > kMostOffset) return {};
+    return after->second.front() + "+" + std::to_string(offset);
+}
+
 AddressNamer MakeNamer(const SymbolNames& names, const CodeMap& map) {
     return [&names, &map](u32 address, AddressUse use) {
         if (address < kHeaderSize) {
@@ -79,7 +90,11 @@ AddressNamer MakeNamer(const SymbolNames& names, const CodeMap& map) {
         }
         // A number is an address only if somebody named it.
         if (use == AddressUse::Value && !names.byAddress.contains(address)) return std::string();
-        return NameOf(names, map, address);
+        const std::string name = NameOf(names, map, address);
+        const bool made = !names.byAddress.contains(address);
+        if (use != AddressUse::Memory || !made) return name;
+        const std::string nearby = NameWithOffset(names, address);
+        return nearby.empty() ? name : nearby;
     };
 }
 
@@ -151,6 +166,7 @@ void WriteBody(Listing& listing) {
     const ModuleFile& module = listing.module;
     const std::span<const u8> memory(module.bytes.data(), module.loaded);
     u32 address = kHeaderSize;
+    u32 dataEnd = 0;
     while (address < module.loaded) {
         WriteLabels(listing, address);
         const WordKind kind = listing.map.At(address);
@@ -160,13 +176,12 @@ void WriteBody(Listing& listing) {
             address += line.length;
         } else if (kind == WordKind::TableEntry) {
             const u32 target = LoadBytes<u32>(memory.data() + address);
-            WriteRow(listing, address, 4,
-                     ".long     " + NameOf(listing.names, listing.map, target));
+            WriteRow(listing, address, 4, ".long    " + NameOf(listing.names, listing.map, target));
             address += 4;
         } else {
-            const u32 end = EndOfData(listing, address);
+            if (address >= dataEnd) dataEnd = EndOfData(listing, address);
             const DataItem item =
-                DescribeData(memory.subspan(address, end - address), address, kWordsPerLine);
+                DescribeData(memory.subspan(address, dataEnd - address), address, kWordsPerLine);
             WriteRow(listing, address, item.length, item.text);
             address += item.length;
         }
@@ -212,6 +227,7 @@ std::string ParseSymbolFile(const std::string& text, SymbolNames& names) {
             name += static_cast<u8>(c) < 32 || c == 127 ? '?' : c;
         }
         names.byAddress[static_cast<u32>(value)].push_back(name);
+        if (kind != "code") names.variables.insert(static_cast<u32>(value));
     }
     return {};
 }

@@ -280,16 +280,19 @@ enum class SingleOperands : u8 {
     X(Indirect, 2, "the address held in register x") \
     X(Frame32, 3, "FP + x")
 
-// Notes on intended oddities
-//
-// 1. PUSH with w >> 16 = 16 pushes the PC word at 136: the number is not masked.
-// 2. FSUB and FCMP compute ZERO and NEG, but the write-back of the cached flags at the end of the
-//    instruction replaces them, so the flags keep their previous value.
-// 3. In form 5 (absolute, indexed) PUSHBLOCK takes n from the first extension word itself, all 32
-//    bits of it, instead of from memory; PEEKBLOCK does not.
-// 4. DNEG stores back only the low 32 bits of the negated value, which are the old ones.
-// 5. Out of range and not-a-number give 0x8000000000000000, and DTOL its low half.
-// 6. RETURN to address 0 ends the run.
+// Notes on intended oddities, numbered from 1 as the tables refer to them.
+inline constexpr const char* kInstructionNotes[] = {
+    "`PUSH` of register number 16 pushes the PC word at 136: in the register form of the "
+    "one-operand class the number is all of bits 16..31 and is not masked.",
+    "`FSUB` and `FCMP` compute ZERO and NEG, but the write-back of the cached flags at the end of "
+    "the instruction replaces them, so the flags keep their previous value.",
+    "In form 5 (absolute, indexed) `PUSHBLOCK` takes n from the first extension word itself "
+    "instead "
+    "of from memory, all 32 bits of it at any size; `PEEKBLOCK` does not.",
+    "`DNEG` stores back only the low 32 bits of the negated value, which are the old ones.",
+    "Out of range and not-a-number give 0x8000000000000000, and `DTOL` its low half.",
+    "`RETURN` to address 0 ends the run.",
+};
 
 // ---------------------------------------------------------------------------------------------
 // Enumerations made from the tables

@@ -315,8 +315,10 @@ void RunEventLoop() {
         if (PlayDueEvent(limit) || RunQueuedWork() || ServeDueRedraw() || FireDueTimer(limit)) {
             continue;
         }
-        if (!JumpToNext()) return;
+        if (!JumpToNext()) break;
     }
+    // A run that nothing has ended before lasts to its end.
+    if (!state.terminated) state.now = std::max(state.now, state.end);
 }
 
 // --- Time

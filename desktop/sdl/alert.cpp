@@ -9,6 +9,7 @@
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 constexpr i32 kScreenMargin = 40;  // for the box's own title bar and the desktop's panels
@@ -30,8 +31,8 @@ static void DrawBoxWindow(const Box& box) {
     SDL_Surface* target = SDL_GetWindowSurface(box.window);
     if (target == nullptr) return;
     // A desktop that tiles windows may have made it larger.
-    cairo_surface_t* drawn = cairo_image_surface_create(
-        CAIRO_FORMAT_RGB24, std::max(target->w, 1), std::max(target->h, 1));
+    cairo_surface_t* drawn = cairo_image_surface_create(CAIRO_FORMAT_RGB24, std::max(target->w, 1),
+                                                        std::max(target->h, 1));
     DrawBox(drawn, box.layout, box.text->message, box.text->buttons, box.held);
     // Cairo's words hold x, R, G, B from the top byte down.
     SDL_Surface* source = SDL_CreateRGBSurfaceWithFormatFrom(
@@ -64,6 +65,8 @@ static bool OpenBoxWindow(Box& box) {
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
     box.windowId = SDL_GetWindowID(box.window);
+    // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
+    // when a box that belongs to it goes away.
     if (parent != nullptr) SDL_SetWindowModalFor(box.window, parent);
     SDL_ShowWindow(box.window);
     SDL_RaiseWindow(box.window);
@@ -137,6 +140,19 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
     }
 }
 
+// On the watchdog's thread the gate is open in between, because the main thread may want to enter.
+static bool NextBoxEvent(SDL_Event& event) {
+    if (IsMainThread()) {
+        NoteTurn();
+        return SDL_WaitEventTimeout(&event, kWaitMilliseconds) != 0;
+    }
+    if (SDL_PollEvent(&event) != 0) return true;
+    UnlockGate();
+    SDL_Delay(kWaitMilliseconds);
+    LockGate();
+    return false;
+}
+
 int ShowBox(const BoxText& text, bool (*stop)()) {
     FcInit();
     Box box;
@@ -145,7 +161,7 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
         SDL_Event event;
-        if (SDL_WaitEventTimeout(&event, kWaitMilliseconds) == 0) continue;
+        if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
     SDL_DestroyWindow(box.window);

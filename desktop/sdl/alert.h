@@ -18,5 +18,6 @@ struct BoxText {
 };
 
 // Shows the box and returns the index of the pressed button. -1 when it cannot be shown, or when
-// `stop` (may be null), which is asked again and again, returns true. The caller is inside the gate.
+// `stop` (may be null), which is asked again and again, returns true. The caller is inside the
+// gate.
 int ShowBox(const BoxText& text, bool (*stop)());

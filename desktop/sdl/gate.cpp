@@ -12,9 +12,13 @@ void BindGateToMainThread() {
     EnterGate();
 }
 
-bool IsMainThread() { return std::this_thread::get_id() == mainThread; }
+bool IsMainThread() {
+    return std::this_thread::get_id() == mainThread;
+}
 
-bool MainThreadIsInside() { return inside; }
+bool MainThreadIsInside() {
+    return inside;
+}
 
 bool EnterGate() {
     if (inside) return false;
@@ -28,6 +32,14 @@ void LeaveGate() {
     gate.unlock();
 }
 
-bool TryLockGate() { return gate.try_lock(); }
+bool TryLockGate() {
+    return gate.try_lock();
+}
 
-void UnlockGate() { gate.unlock(); }
+void LockGate() {
+    gate.lock();
+}
+
+void UnlockGate() {
+    gate.unlock();
+}

@@ -25,7 +25,9 @@ Area WithBorders(const Area& content, const Borders& borders) {
             content.height + borders.top + borders.bottom};
 }
 
-static bool IsEmpty(const ViewRect& rect) { return !(rect.width > 0 && rect.height > 0); }
+static bool IsEmpty(const ViewRect& rect) {
+    return !(rect.width > 0 && rect.height > 0);
+}
 
 ViewRect Joined(const ViewRect& a, const ViewRect& b) {
     if (IsEmpty(a)) return b;

@@ -8,7 +8,9 @@ static bool SamePosition(const Area& a, const Area& b) {
     return a.x == b.x && a.y + a.height == b.y + b.height;
 }
 
-static bool SameCorner(const Area& a, const Area& b) { return a.x == b.x && a.y == b.y; }
+static bool SameCorner(const Area& a, const Area& b) {
+    return a.x == b.x && a.y == b.y;
+}
 
 static bool SameSize(const Area& a, const Area& b) {
     return a.width == b.width && a.height == b.height;

@@ -15,10 +15,10 @@ constexpr std::size_t kKeys = 128;
 
 static constinit std::optional<KeyPress> heldBack;
 // What each key was told with, for its release.
-static constinit std::array<std::string, kKeys> pressedText;
+static std::array<std::string, kKeys> pressedText;
 // What each key typed without Command, without and with Shift: the layout itself, as far as it has
 // shown itself.
-static constinit std::array<std::array<std::string, 2>, kKeys> typedText;
+static std::array<std::array<std::string, 2>, kKeys> typedText;
 // The press before had no text: it may be a dead key, and the next text a composed one.
 static constinit bool afterTextlessPress = false;
 
@@ -89,7 +89,9 @@ std::vector<std::string> SplitText(const std::string& utf8, std::size_t limit) {
     return pieces;
 }
 
-static bool IsFixed(u8 code) { return ControlCharacter(code) != 0; }
+static bool IsFixed(u8 code) {
+    return ControlCharacter(code) != 0;
+}
 
 static std::string TextWithCommand(const KeyPress& press) {
     const std::string& typed = typedText[press.code][press.shift ? 1 : 0];
@@ -150,7 +152,9 @@ void ReleaseKey(u8 code) {
     Tell(desktopEvents.keyUp, code, text);
 }
 
-void ForgetLayout() { typedText.fill({}); }
+void ForgetLayout() {
+    typedText.fill({});
+}
 
 void ResetKeyText() {
     heldBack.reset();

@@ -21,7 +21,7 @@ struct Modifiers {
 };
 }  // namespace
 
-static constinit Modifiers told;            // as the application knows them
+static constinit Modifiers told;             // as the application knows them
 static constinit std::bitset<128> heldKeys;  // told as pressed and not yet as released
 
 static void TellModifiers(const Modifiers& now) {
@@ -34,7 +34,9 @@ static Modifiers FromSdl(u16 state) {
     return {(state & KMOD_SHIFT) != 0, (state & KMOD_CTRL) != 0, (state & KMOD_ALT) != 0};
 }
 
-static bool IsModifierKey(u8 code) { return code >= 0x36 && code <= 0x3E; }
+static bool IsModifierKey(u8 code) {
+    return code >= 0x36 && code <= 0x3E;
+}
 
 // The layout's character of a key without modifiers, as far as SDL tells it.
 static char32_t PlainCharacter(const SDL_Keysym& key) {
@@ -105,9 +107,13 @@ void HandleKeyUp(const SDL_KeyboardEvent& event) {
     ReleaseKey(code);
 }
 
-void HandleTextInput(const SDL_TextInputEvent& event) { TypeText(event.text); }
+void HandleTextInput(const SDL_TextInputEvent& event) {
+    TypeText(event.text);
+}
 
-void HandleKeymapChange() { ForgetLayout(); }
+void HandleKeymapChange() {
+    ForgetLayout();
+}
 
 void ReleaseHeldKeys() {
     FinishKeyPress();

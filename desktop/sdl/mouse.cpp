@@ -57,7 +57,9 @@ i32 WholeNotches(double& leftOver, double notches) {
     return static_cast<i32>(std::clamp(whole, -1000.0, 1000.0));
 }
 
-double WheelDelta(i32 notches) { return notches / 10.0; }
+double WheelDelta(i32 notches) {
+    return notches / 10.0;
+}
 
 void HandleMouseWheel(const SDL_MouseWheelEvent& event) {
     pointerX = event.mouseX;
@@ -78,7 +80,9 @@ void ReleaseHeldButtons() {
     }
 }
 
-bool AnyButtonHeld() { return heldButtons != 0; }
+bool AnyButtonHeld() {
+    return heldButtons != 0;
+}
 
 void ResetSdlMouse() {
     heldButtons = 0;

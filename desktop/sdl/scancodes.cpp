@@ -176,7 +176,8 @@ char ControlCharacter(u8 code) {
         case 0x7C: return 0x1D;  // Right
         case 0x7E: return 0x1E;  // Up
         case 0x7D: return 0x1F;  // Down
-        case 0x75: return 0x7F;  // forward Delete
+        case 0x75:
+            return 0x7F;  // forward Delete
         // F1..F20 and the menu key.
         case 0x7A:
         case 0x78:

@@ -4,23 +4,37 @@
 
 #include "desktop/events.h"
 #include "desktop/sdl/gate.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/window.h"
+#include "desktop/sdl/x11_monitors.h"
 
-static constinit bool changeReported = false;
-static constinit std::vector<Area> knownScreens;
+constexpr u64 kLookNanoseconds = 500'000'000;
 
-static Area FromRect(const SDL_Rect& rect) { return {rect.x, rect.y, rect.w, rect.h}; }
+static constinit u64 nextLook = 0;
+static constinit std::vector<Area> knownScreens;  // as the application was told
+// As the X server told first and last. Once they differ the server knows better than SDL.
+static constinit std::vector<Area> firstMonitors;
+static constinit std::vector<Area> monitors;
+
+static Area FromRect(const SDL_Rect& rect) {
+    return {rect.x, rect.y, rect.w, rect.h};
+}
 
 static std::vector<Area> ScreenAreas() {
+    if (monitors != firstMonitors) return monitors;
     std::vector<Area> areas;
     for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
         SDL_Rect bounds;
         if (SDL_GetDisplayBounds(i, &bounds) == 0) areas.push_back(FromRect(bounds));
     }
-    if (areas.empty()) areas.push_back({0, 0, 1920, 1080});  // all displays are off just now
-    return areas;
+    // No display at all just now: what was there will come back.
+    return areas.empty() ? knownScreens : areas;
 }
 
-Area MainScreenArea() { return ScreenAreas().front(); }
+Area MainScreenArea() {
+    const std::vector<Area> areas = ScreenAreas();
+    return areas.empty() ? Area{0, 0, 1920, 1080} : areas.front();
+}
 
 Area ScreenAreaOf(SDL_Window* window) {
     SDL_Rect bounds;
@@ -30,27 +44,47 @@ Area ScreenAreaOf(SDL_Window* window) {
 }
 
 std::vector<Screen> Screens() {
-    const std::vector<Area> areas = ScreenAreas();
+    const Area mainScreen = MainScreenArea();
     std::vector<Screen> screens;
-    for (std::size_t i = 0; i < areas.size(); ++i) {
+    int index = 0;
+    for (const Area& area : ScreenAreas()) {
         SDL_Rect usable;
-        const bool known = SDL_GetDisplayUsableBounds(static_cast<int>(i), &usable) == 0;
-        screens.push_back({FromArea(areas[i], areas[0]),
-                           FromArea(known ? FromRect(usable) : areas[i], areas[0])});
+        const bool known =
+            monitors == firstMonitors && SDL_GetDisplayUsableBounds(index++, &usable) == 0;
+        screens.push_back(
+            {FromArea(area, mainScreen), FromArea(known ? FromRect(usable) : area, mainScreen)});
+    }
+    if (screens.empty()) {
+        const WindowFrame frame = FromArea(mainScreen, mainScreen);
+        screens.push_back({frame, frame});
     }
     return screens;
 }
 
 void StartScreens() {
-    changeReported = false;
+    firstMonitors.clear();
+    monitors.clear();
+    knownScreens.clear();
     knownScreens = ScreenAreas();
+    nextLook = 0;
 }
 
-void HandleDisplayEvent(const SDL_DisplayEvent&) { changeReported = true; }
+void HandleDisplayEvent() {
+    nextLook = 0;
+}
 
 void TellScreenChanges() {
-    if (!changeReported) return;
-    changeReported = false;
+    const u64 now = Nanoseconds();
+    if (now < nextLook) return;
+    nextLook = now + kLookNanoseconds;
+    std::vector<Area> seen;
+    for (const Monitor& monitor : X11Monitors(GameWindow())) {
+        seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
+    }
+    if (!seen.empty()) {
+        if (firstMonitors.empty()) firstMonitors = seen;
+        monitors = std::move(seen);
+    }
     std::vector<Area> areas = ScreenAreas();
     if (areas == knownScreens) return;
     knownScreens = std::move(areas);

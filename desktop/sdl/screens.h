@@ -1,7 +1,7 @@
 #pragma once
 // The screens, main screen first.
 
-#include <SDL_events.h>
+#include <SDL_video.h>
 
 #include <vector>
 
@@ -14,8 +14,8 @@ Area MainScreenArea();
 // The screen that holds the window, or most of it.
 Area ScreenAreaOf(SDL_Window* window);
 
-void HandleDisplayEvent(const SDL_DisplayEvent& event);
-// Tells the application when the screens are no longer what they were. Cheap when nothing was
-// reported.
+void HandleDisplayEvent();
+// Tells the application when the screens are no longer what they were. Looks at them after a
+// display event and twice a second, because not every change is reported.
 void TellScreenChanges();
 void StartScreens();

@@ -1,7 +1,10 @@
 #include "desktop/sdl/sdl_desktop.h"
 
 #include <SDL.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string_view>
 
@@ -16,6 +19,7 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 static void SetHints() {
@@ -37,7 +41,30 @@ static bool IsRealDisplay(std::string_view driver) {
     return driver != "offscreen" && driver != "dummy" && driver != "evdev";
 }
 
+// SDL 2.26 crashes on a Wayland desktop without any seat, so where it would come to that the start
+// is tried in another process first.
+static bool SurvivesStart() {
+    const auto isSet = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr && value[0] != '\0';
+    };
+    if (isSet("DISPLAY") || !isSet("WAYLAND_DISPLAY")) return true;
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGSEGV, SIG_DFL);
+        _exit(SDL_Init(SDL_INIT_VIDEO) == 0 ? 0 : 1);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) return true;
+    return !WIFSIGNALED(status);
+}
+
 static void ShutDown() {
+    {
+        // Not inside: it may be waiting to enter.
+        const OutsideDesktop outside;
+        StopWatchdog();
+    }
     const InsideDesktop inside;
     ResetTimers();
     DestroyGameWindow();
@@ -57,6 +84,10 @@ static std::vector<Screen> ScreensNow() {
 
 bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     SetHints();
+    if (!SurvivesStart()) {
+        *error = "no display: the Wayland desktop has neither keyboard nor pointer";
+        return false;
+    }
     StartUrlOpener();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -70,13 +101,14 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         StopUrlOpener();
         return false;
     }
+    // On X11 a window's surface goes to the server as it is, and only where it has changed.
+    if (std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
     BindGateToMainThread();
     ResetTimers();
     ResetSdlKeyboard();
     ResetSdlMouse();
     StartScreens();
     StartRunLoop(options.fullScreen);
-    SDL_StartTextInput();
 
     desktop = {
         .runEventLoop = RunEventLoop,

@@ -1,6 +1,6 @@
 #pragma once
-// The real desktop: desktop.h on top of SDL 2.26, on X11 and on Wayland. app/ starts it once, before
-// anything else touches the `desktop` record.
+// The real desktop: desktop.h on top of SDL 2.26, on X11 and on Wayland. app/ starts it once,
+// before anything else touches the `desktop` record.
 //
 //   gate.h       which thread may talk to SDL just now
 //   run_loop     events, queued work, redraws and timers, in turn

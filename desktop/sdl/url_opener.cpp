@@ -77,9 +77,8 @@ bool IsOpenableUrl(std::string_view url) {
     };
     if (url.size() > kLongestUrl) return false;
     if (!startsWith("http://") && !startsWith("https://") && !startsWith("mailto:")) return false;
-    return std::none_of(url.begin(), url.end(), [](char c) {
-        return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F;
-    });
+    return std::none_of(url.begin(), url.end(),
+                        [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; });
 }
 
 void OpenUrl(const std::string& utf8) {

@@ -1,9 +1,11 @@
 #include "desktop/sdl/window.h"
 
+#include <SDL_keyboard.h>
 #include <SDL_mouse.h>
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "base/log.h"
 #include "desktop/events.h"
@@ -16,6 +18,7 @@
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
@@ -24,9 +27,10 @@ constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
 static constinit std::string title;
-static constinit GeometryTracker tracker;  // content area
-static constinit Borders borders;          // all 0 where the desktop does not tell
-static constinit bool reported = false;    // the desktop has told of a change since we looked
+static constinit GeometryTracker tracker;     // content area
+static constinit Borders borders;             // all 0 where the desktop does not tell
+static constinit bool reported = false;       // the desktop has told of a change since we looked
+static constinit bool positionsExist = true;  // Wayland has none
 static constinit bool shown = false;
 static constinit bool miniaturized = false;
 
@@ -42,17 +46,25 @@ static constinit Borders windowedBorders;
 static constinit bool liveResize = false;
 static constinit u64 nextLiveLook = 0;
 
-SDL_Window* GameWindow() { return window; }
+SDL_Window* GameWindow() {
+    return window;
+}
 
-const char* GameWindowTitle() { return title.c_str(); }
+const char* GameWindowTitle() {
+    return title.c_str();
+}
 
 bool IsGameWindow(u32 sdlWindowId) {
     return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
 }
 
-ViewSize CurrentViewSize() { return {tracker.known.width, tracker.known.height}; }
+ViewSize CurrentViewSize() {
+    return {tracker.known.width, tracker.known.height};
+}
 
-bool IsFullScreen() { return fullScreen; }
+bool IsFullScreen() {
+    return fullScreen;
+}
 
 WindowFrame GameWindowFrame() {
     const InsideDesktop inside;
@@ -63,6 +75,11 @@ static Area ActualContent() {
     Area area;
     SDL_GetWindowPosition(window, &area.x, &area.y);
     SDL_GetWindowSize(window, &area.width, &area.height);
+    if (!positionsExist) {
+        // The bottom-left corner stays where the application believes it to be.
+        area.x = tracker.known.x;
+        area.y = tracker.known.y + tracker.known.height - area.height;
+    }
     return area;
 }
 
@@ -92,9 +109,9 @@ void CreateGameWindow(WindowFrame content) {
     tracker = {};
     tracker.known = ToArea(content, MainScreenArea());
     borders = {};
-    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y,
-                              tracker.known.width, tracker.known.height,
-                              SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
+    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
+                              tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
@@ -112,6 +129,7 @@ void ShowGameWindow() {
     SDL_RaiseWindow(window);
     if (shown) return;
     shown = true;
+    StartWatchdog();
     ReadBorders();
     // Window managers put the frame where the content should be.
     owed = true;
@@ -267,10 +285,13 @@ static void SetMiniaturized(bool now) {
 void HandleWindowEvent(const SDL_WindowEvent& event) {
     switch (event.event) {
         case SDL_WINDOWEVENT_EXPOSED: RequestWholeRedraw(); break;
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+            RequestWholeRedraw();
+            reported = true;
+            break;
         case SDL_WINDOWEVENT_SHOWN:
         case SDL_WINDOWEVENT_MOVED:
         case SDL_WINDOWEVENT_RESIZED:
-        case SDL_WINDOWEVENT_SIZE_CHANGED:
         case SDL_WINDOWEVENT_DISPLAY_CHANGED: reported = true; break;
         case SDL_WINDOWEVENT_MAXIMIZED:
         case SDL_WINDOWEVENT_RESTORED:
@@ -278,7 +299,11 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
             SetMiniaturized(false);
             break;
         case SDL_WINDOWEVENT_MINIMIZED: SetMiniaturized(true); break;
-        case SDL_WINDOWEVENT_FOCUS_GAINED: Tell(desktopEvents.willBecomeActive); break;
+        case SDL_WINDOWEVENT_FOCUS_GAINED:
+            // Not at start-up: a Wayland desktop without a keyboard does not survive it.
+            if (SDL_IsTextInputActive() != SDL_TRUE) SDL_StartTextInput();
+            Tell(desktopEvents.willBecomeActive);
+            break;
         case SDL_WINDOWEVENT_FOCUS_LOST:
             ReleaseHeldKeys();
             ReleaseHeldButtons();

@@ -73,8 +73,8 @@ static void DrawScene(ViewRect rect) {
     if (size.width != sceneWidth || size.height != sceneHeight) {
         sceneWidth = size.width;
         sceneHeight = size.height;
-        scene.assign(static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 4,
-                     0);
+        scene.assign(
+            static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 4, 0);
         std::size_t at = 0;
         for (i32 y = 0; y < size.height; ++y) {
             for (i32 x = 0; x < size.width; ++x, at += 4) {
@@ -160,8 +160,8 @@ static void FillEvents() {
                                          static_cast<double>(y)}));
     };
     desktopEvents.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
-        ProbeLog("scroll" + Numbers({deltaX, deltaY, static_cast<double>(x),
-                                     static_cast<double>(y)}));
+        ProbeLog("scroll" +
+                 Numbers({deltaX, deltaY, static_cast<double>(x), static_cast<double>(y)}));
     };
 }
 

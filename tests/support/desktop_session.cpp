@@ -104,11 +104,11 @@ bool WaylandSession::Start(int width, int height) {
     setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
     setenv("WAYLAND_DISPLAY", "moxi-test", 1);
     unsetenv("DISPLAY");
-    compositor = StartProcess({"weston", "--backend=headless-backend.so", "--socket=moxi-test",
-                               "--width=" + std::to_string(width),
-                               "--height=" + std::to_string(height), "--idle-time=0",
-                               "--no-config"},
-                              folder + "/weston.log");
+    compositor =
+        StartProcess({"weston", "--backend=headless-backend.so", "--socket=moxi-test",
+                      "--width=" + std::to_string(width), "--height=" + std::to_string(height),
+                      "--idle-time=0", "--no-config"},
+                     folder + "/weston.log");
     for (int i = 0; i < 500; ++i) {
         if (std::filesystem::exists(folder + "/moxi-test")) return true;
         SleepMs(10);

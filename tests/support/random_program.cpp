@@ -363,6 +363,7 @@ void FillRegisters(Program& p) {
         u64 value = pointer ? DataAddress(p) : Number(p);
         if (pointer && p.random.OneIn(3)) value |= p.random.Next() << 32;
         if (p.random.OneIn(12)) value = Target(p);
+        if (p.random.OneIn(10)) value = p.random.Between(120, 264);  // the header's words
         if (r >= 6 && r <= 8 && !p.random.OneIn(4)) value = 4 * p.random.Below(8);
         Put(p, 8 + 8 * r, value, 8);
     }
@@ -371,12 +372,16 @@ void FillRegisters(Program& p) {
 void FillHeader(Program& p) {
     for (u32 i = 0; i < 512; ++i) p.image[i] = 0;
     FillRegisters(p);
-    const u32 sp = p.stackTop - 24 - p.random.Below(64);
+    u32 sp = p.stackTop - 24 - p.random.Below(64);
+    // A stack in the header: pushes and calls write over PC, SP, FP and the flags.
+    if (p.random.OneIn(25)) sp = p.random.Between(130, 300);
     Put(p, 136, kCode, 4);
     Put(p, 144, p.stackTop, 4);
     Put(p, 152, p.stackLimit, 4);
     Put(p, 160, sp, 4);
-    Put(p, 168, p.random.OneIn(10) ? Address(p) : p.stackTop - 200, 4);
+    u32 fp = p.stackTop - 200;
+    if (p.random.OneIn(10)) fp = p.random.OneIn(2) ? Address(p) : p.random.Between(100, 280);
+    Put(p, 168, fp, 4);
     Put(p, 176, p.random.OneIn(2) ? p.stackTop - 400 : 0, 4);
     Put(p, 184, p.random.OneIn(20) ? Number(p) : p.random.Below(40), 4);
     Put(p, 192, p.random.Below(8), 1);

@@ -125,17 +125,16 @@ TEST_F(Heap, TheFitIsExact) {
         u32 request;
         bool fits;
     };
-    const Fit fits[] = {{100, 100, true},   {100, 101, false},  {100, 51, true},
-                        {100, 50, false},   {3023, 2000, true}, {3024, 2000, false},
-                        {2047, 1024, true}, {2048, 1024, false}, {2045, 1023, true},
-                        {2046, 1023, false}, {1, 1, true},      {0, 0, false},
+    const Fit fits[] = {{100, 100, true},    {100, 101, false},   {100, 51, true},
+                        {100, 50, false},    {3023, 2000, true},  {3024, 2000, false},
+                        {2047, 1024, true},  {2048, 1024, false}, {2045, 1023, true},
+                        {2046, 1023, false}, {1, 1, true},        {0, 0, false},
                         {1, 0, false}};
     for (const Fit& fit : fits) {
         InitHeapTable();
         const u32 block = AllocHeap(fit.block);
         FreeHeap(block);
-        EXPECT_EQ(AllocHeap(fit.request) == block, fit.fits)
-            << fit.request << " in " << fit.block;
+        EXPECT_EQ(AllocHeap(fit.request) == block, fit.fits) << fit.request << " in " << fit.block;
     }
 }
 

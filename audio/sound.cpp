@@ -1,0 +1,34 @@
+#include "audio/sound.h"
+
+#include <string>
+#include <utility>
+
+#include "audio/resource.h"
+#include "audio/wav.h"
+#include "base/log.h"
+#include "desktop/audio_out.h"
+#include "desktop/folders.h"
+#include "sys/files.h"
+
+namespace {
+
+constexpr size_t kLargestFile = size_t{256} << 20;
+
+}  // namespace
+
+void PlaySound(const char* name) {
+    // The name is looked up as it stands: "../MUSIC" is shortened for the other services alone.
+    const std::string path = folders.resources + "/" + name;
+    auto bytes = ReadResource(path.size() < kPathBufferSize ? path.c_str() : nullptr, kLargestFile);
+    if (!bytes) {
+        audioOut.stopSound();
+        SystemLog(FormatText("sound %s: cannot be read", name));
+        return;
+    }
+    audioOut.playSound(name, std::move(*bytes));
+}
+
+u32 SoundLength(const char* name) {
+    const auto header = ReadResource(BuildPath(name, false), kWavHeaderSize);
+    return header ? WavMilliseconds(*header) : 0;
+}

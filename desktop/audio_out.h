@@ -1,0 +1,59 @@
+#pragma once
+// Audio out as MOXI sees it: one piece of music and one sound at a time, mixed into one device. One
+// record of functions, filled by desktop/sdl or desktop/headless before the application starts. All
+// functions are called on the main thread; none of them waits for a device or for a file.
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/types.h"
+
+constexpr u32 kAudioRate =
+    44100;  // frames a second, everywhere; a frame is a left and a right sample
+
+struct MusicEvent {
+    u64 frame = 0;  // since the start of the piece
+    u32 sysex = 0;  // status F0: where the message starts in MusicPiece::sysex
+    u8 status = 0;  // 80..EF: a message for a channel; F0: a system exclusive message
+    u8 data1 = 0;   // 0..127
+    u8 data2 = 0;   // 0..127
+};
+
+// A piece with its times worked out, ready to be played.
+struct MusicPiece {
+    std::vector<MusicEvent> events;  // in the order of time
+    std::vector<u8> sysex;  // messages: a length byte and the bytes between F0 and F7, all 0..127
+};
+
+struct AudioOut {
+    // Gets ready in the background when the game looks as if it had music.
+    void (*prepare)();
+    // Plays the piece from its start, in place of one that is playing.
+    void (*startMusic)(std::shared_ptr<const MusicPiece> piece);
+    // Silences the music at once; nothing when none is playing.
+    void (*stopMusic)();
+    // Nanoseconds of the piece that was started last that have been played. Goes on beyond the
+    // last event, and gets on with the clock where there is nothing to play it on.
+    u64 (*musicPosition)();
+    // Plays a sound file once, in place of the sound that is playing. One that cannot be decoded
+    // gives a line in the system log, which mentions `name`.
+    void (*playSound)(std::string name, std::vector<u8> file);
+    void (*stopSound)();
+    void (*toggleMute)();
+    // Stops all sound and releases the device; called once, before desktop.shutDown.
+    void (*shutDown)();
+};
+
+// Harmless defaults: silence in which no time passes.
+inline constinit AudioOut audioOut = {
+    .prepare = [] {},
+    .startMusic = [](std::shared_ptr<const MusicPiece>) {},
+    .stopMusic = [] {},
+    .musicPosition = [] { return u64{0}; },
+    .playSound = [](std::string, std::vector<u8>) {},
+    .stopSound = [] {},
+    .toggleMute = [] {},
+    .shutDown = [] {},
+};

@@ -1,0 +1,152 @@
+#include "desktop/headless/audio.h"
+
+#include <SDL.h>
+#include <SDL_mixer.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/log.h"
+#include "desktop/audio_out.h"
+#include "desktop/desktop.h"
+#include "desktop/headless/wav_writer.h"
+#include "desktop/synth/renderer.h"
+#include "desktop/synth/sound_file.h"
+
+namespace {
+
+constexpr u64 kNanosecondsPerMicrosecond = 1000;
+constexpr u32 kBlockFrames = 4096;
+
+struct HeadlessAudio {
+    AudioOptions options;
+    u64 musicStarted = 0;  // ns
+
+    // --- Rendering
+    WavWriter writer;
+    u64 renderedFrames = 0;
+    Renderer renderer;
+    Synth* synth = nullptr;
+    bool synthTried = false;
+    bool mixerTried = false;
+    bool mixerOpen = false;
+    std::shared_ptr<const MusicPiece> piece;
+    Sound sound;
+};
+
+HeadlessAudio audio;
+
+bool IsRendering() {
+    return audio.writer.file != nullptr;
+}
+
+// The frame that would be played now.
+u64 FrameNow() {
+    // 44,100 frames a second are 441 in 10,000 microseconds.
+    static_assert(kAudioRate == 44100);
+    const u64 microseconds = desktop.nanoseconds() / kNanosecondsPerMicrosecond;
+    return microseconds / 10'000 * 441 + microseconds % 10'000 * 441 / 10'000;
+}
+
+// Renders what has been heard up to now; to be called before anything changes.
+void CatchUp() {
+    static std::array<i16, size_t{2} * kBlockFrames> block;
+    const u64 until = FrameNow();
+    while (audio.renderedFrames < until) {
+        const u32 frames =
+            static_cast<u32>(std::min<u64>(until - audio.renderedFrames, kBlockFrames));
+        Render(audio.renderer, block.data(), frames);
+        WriteWav(audio.writer, block.data(), frames);
+        audio.renderedFrames += frames;
+    }
+}
+
+void PlayPiece(std::shared_ptr<const MusicPiece> piece) {
+    if (!IsRendering()) return;
+    CatchUp();
+    if (piece != nullptr && !audio.synthTried) {
+        audio.synthTried = true;
+        audio.synth = LoadSynth(audio.options.soundFont);
+        audio.renderer.synth = audio.synth;
+    }
+    SetMusic(audio.renderer, piece.get());
+    audio.piece = std::move(piece);
+}
+
+// SDL_mixer decodes only while a device is open; this one makes no sound.
+bool OpenSilentMixer() {
+    if (!audio.mixerTried) {
+        audio.mixerTried = true;
+        SDL_setenv("SDL_AUDIODRIVER", "dummy", 1);
+        audio.mixerOpen =
+            Mix_OpenAudioDevice(kAudioRate, AUDIO_S16SYS, 2, kBlockFrames, nullptr, 0) == 0;
+        if (!audio.mixerOpen) SystemLog(std::string("no sound device: ") + Mix_GetError());
+    }
+    return audio.mixerOpen;
+}
+
+bool DecodeOrCheck(const std::vector<u8>& file, Sound& sound, std::string& reason) {
+    const bool decodes = IsRendering() && (!NeedsMixer(file) || OpenSilentMixer());
+    return decodes ? DecodeSound(file, sound, reason) : CheckSound(file, reason);
+}
+
+void SetHeardSound(Sound sound) {
+    if (!IsRendering()) return;
+    CatchUp();
+    SetSound(audio.renderer, nullptr);
+    audio.sound = std::move(sound);
+    SetSound(audio.renderer, &audio.sound);
+}
+
+void PlaySound(std::string name, std::vector<u8> file) {
+    Sound sound;
+    std::string reason;
+    if (!DecodeOrCheck(file, sound, reason)) {
+        SystemLog("sound " + name + ": " + reason);
+        sound = {};
+    }
+    SetHeardSound(std::move(sound));
+}
+
+void ToggleMute() {
+    if (!IsRendering()) return;
+    CatchUp();
+    audio.renderer.muted = audio.options.mute || !audio.renderer.muted;
+}
+
+void ShutDown() {
+    if (IsRendering()) {
+        CatchUp();
+        if (!CloseWav(audio.writer)) SystemLog(audio.options.renderFile + ": cannot be written");
+    }
+    if (audio.mixerOpen) Mix_CloseAudio();
+    DeleteSynth(audio.synth);
+    audio = {};
+}
+
+}  // namespace
+
+void StartHeadlessAudio(const AudioOptions& options) {
+    audio = {};
+    audio.options = options;
+    audio.renderer.muted = options.mute;
+    audio.renderer.volume = options.mute ? 0 : 1;
+    if (!options.renderFile.empty() && !OpenWav(audio.writer, options.renderFile)) {
+        SystemLog(options.renderFile + ": cannot be written");
+    }
+    audioOut = {
+        .prepare = [] {},
+        .startMusic =
+            [](std::shared_ptr<const MusicPiece> piece) {
+                audio.musicStarted = desktop.nanoseconds();
+                PlayPiece(std::move(piece));
+            },
+        .stopMusic = [] { PlayPiece(nullptr); },
+        .musicPosition = [] { return desktop.nanoseconds() - audio.musicStarted; },
+        .playSound = PlaySound,
+        .stopSound = [] { SetHeardSound({}); },
+        .toggleMute = ToggleMute,
+        .shutDown = ShutDown,
+    };
+}

@@ -1,0 +1,10 @@
+#pragma once
+// Audio out without a device: music passes silently with the virtual clock, sounds are checked and
+// end at once. On request what would have been heard is rendered into a WAV file, with the same
+// renderer as on the real desktop and the same samples on every run.
+
+#include "desktop/synth/options.h"
+
+// Fills the audioOut record. To be called after StartHeadlessDesktop. A render file that cannot be
+// written gives a line in the system log.
+void StartHeadlessAudio(const AudioOptions& options);

@@ -1,0 +1,48 @@
+#include "desktop/pango/pango_engine.h"
+
+#include "desktop/pango/fits.h"
+#include "desktop/pango/labels.h"
+#include "desktop/pango/simple_text.h"
+#include "desktop/pango/text_font.h"
+#include "desktop/pango/typeface.h"
+#include "desktop/text_engine.h"
+
+namespace {
+
+double Descender(const TextFont* font) {
+    return -static_cast<double>(font->line.descent) / PANGO_SCALE;
+}
+
+TextSize Measure(TextFont* font, std::string_view text) {
+    return FindLabel(*font, text, false).size;
+}
+
+TextFit Fit(TextFont* font, std::string_view text, double width) {
+    return FitText(*font, text, width);
+}
+
+TextPicture Draw(TextFont* font, std::string_view text, bool underline, i32 columns) {
+    Label& label = FindLabel(*font, text, underline);
+    DrawLabel(*font, text, underline, columns, label);
+    return label.picture;
+}
+
+}  // namespace
+
+void StartPangoText() {
+    textEngine = {
+        .makeFont = NewTextFont,
+        .releaseFont = DeleteTextFont,
+        .descender = Descender,
+        .measure = Measure,
+        .fit = Fit,
+        .draw = Draw,
+    };
+}
+
+void ResetPangoText() {
+    ForgetLabels();
+    ForgetFits();
+    ResetSimpleText();
+    ResetTypefaces();
+}

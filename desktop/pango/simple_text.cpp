@@ -1,0 +1,301 @@
+#include "desktop/pango/simple_text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+namespace {
+
+hb_buffer_t* buffer = nullptr;
+
+// The piece of text that was shaped last. A module that lays out a paragraph line by line asks for
+// the rest of the same text next.
+struct ShapedPiece {
+    u64 font = 0;
+    std::uintptr_t address = 0;  // where the text stood, only to be compared
+    std::string text;
+    SimpleScript script = SimpleScript::None;
+    ShapedText shaped;
+};
+ShapedPiece piece;
+ShapedPiece whole;  // the text that was asked for as a whole last
+
+constexpr std::size_t kShortestPiece = 32;
+constexpr double kLinesAhead = 4;
+constexpr double kUsualWidth = 0.5;  // of a character, in font sizes
+
+u32 DecodeAt(std::string_view text, std::size_t& index) {
+    const u8 lead = static_cast<u8>(text[index]);
+    if (lead < 0x80) {
+        index += 1;
+        return lead;
+    }
+    const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    u32 character = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        character = character << 6 | (static_cast<u8>(text[index + i]) & 0x3FU);
+    }
+    index += length;
+    return character;
+}
+
+std::size_t NextCharacter(std::string_view text, std::size_t index) {
+    do {
+        ++index;
+    } while (index < text.size() && (static_cast<u8>(text[index]) & 0xC0) == 0x80);
+    return index;
+}
+
+// The script of characters that all are simple in the font's face.
+SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const SimpleScript script = ScriptOf(face, DecodeAt(text, i));
+        if (script != SimpleScript::Common) return script;
+    }
+    return SimpleScript::Common;
+}
+
+void TakeGlyphs(ShapedText& shaped) {
+    unsigned count = 0;
+    const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
+    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
+    shaped.glyphs.resize(count);
+    i32 x = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        shaped.glyphs[i] = {
+            infos[i].codepoint,
+            infos[i].cluster,
+            x + positions[i].x_offset,
+            -positions[i].y_offset,
+            x,
+            (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
+        x += positions[i].x_advance;
+    }
+    shaped.width = x;
+}
+
+// Shapes text[from, to), seen as the end of a text.
+void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
+                SimpleScript script) {
+    if (buffer == nullptr) buffer = hb_buffer_create();
+    hb_buffer_clear_contents(buffer);
+    hb_buffer_add_utf8(buffer, text.data(), static_cast<int>(to), static_cast<unsigned>(from),
+                       static_cast<int>(to - from));
+    const ScriptSettings& settings = font.face->scripts[static_cast<u32>(script)];
+    hb_buffer_set_direction(buffer, HB_DIRECTION_LTR);
+    hb_buffer_set_script(buffer, settings.script);
+    hb_buffer_set_language(buffer, settings.language);
+    hb_shape(font.shaper, buffer, nullptr, 0);
+}
+
+i32 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
+                SimpleScript script) {
+    FillBuffer(font, text, from, to, script);
+    unsigned count = 0;
+    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
+    i32 width = 0;
+    for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
+    return width;
+}
+
+// The first glyph of the characters at `index` or after it.
+std::vector<ShapedGlyph>::const_iterator FirstGlyphOf(const ShapedText& shaped, std::size_t index) {
+    return std::lower_bound(shaped.glyphs.begin(), shaped.glyphs.end(), index,
+                            [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
+}
+
+// What text.substr(0, end) measures, where `text` is shaped from its start to somewhere at or
+// after `end`: all but the glyphs that cutting there changes is taken as it is.
+i32 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, SimpleScript script,
+                const ShapedText& shaped) {
+    const SimpleScript cutScript = ScriptOfSimple(*font.face, text.substr(0, end));
+    if (cutScript != script) return ShapedWidth(font, text, 0, end, cutScript);
+    auto glyph =
+        std::lower_bound(shaped.glyphs.begin(), shaped.glyphs.end(), end,
+                         [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
+    if (glyph != shaped.glyphs.end() && glyph->cluster == end && !glyph->unsafe) {
+        return glyph->before;
+    }
+    if (glyph == shaped.glyphs.begin()) return ShapedWidth(font, text, 0, end, script);
+    do {
+        --glyph;
+    } while (glyph != shaped.glyphs.begin() &&
+             (glyph->unsafe || std::prev(glyph)->cluster == glyph->cluster));
+    return glyph->before + ShapedWidth(font, text, glyph->cluster, end, script);
+}
+
+// Cuts the part before `start` off the piece that was shaped last, if nothing changes by that.
+bool CutPiece(std::size_t start) {
+    std::vector<ShapedGlyph>& glyphs = piece.shaped.glyphs;
+    const auto first = FirstGlyphOf(piece.shaped, start);
+    if (first == glyphs.end() || first->cluster != start || first->unsafe) return false;
+    const i32 before = first->before;
+    glyphs.erase(glyphs.begin(), first);
+    for (ShapedGlyph& glyph : glyphs) {
+        glyph.cluster -= static_cast<u32>(start);
+        glyph.x -= before;
+        glyph.before -= before;
+    }
+    piece.shaped.width -= before;
+    piece.text.erase(0, start);
+    piece.address += start;
+    return true;
+}
+
+// Makes `piece` start where `text` starts, if it is a later part of the text that was shaped last.
+bool ReusePiece(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (piece.font != font.id || piece.script != script) return false;
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(text.data()) - piece.address;
+    if (start >= piece.text.size()) return false;
+    const std::string_view rest = std::string_view(piece.text).substr(start);
+    return text.substr(0, rest.size()) == rest && (start == 0 || CutPiece(start));
+}
+
+// Makes `piece` the first `length` bytes of `text`, or a character's bytes more.
+void ShapePiece(const TextFont& font, std::string_view text, SimpleScript script,
+                std::size_t length) {
+    std::size_t end = std::min(length, text.size());
+    while (end < text.size() && (static_cast<u8>(text[end]) & 0xC0) == 0x80) ++end;
+    piece.font = font.id;
+    piece.address = reinterpret_cast<std::uintptr_t>(text.data());
+    piece.text = text.substr(0, end);
+    piece.script = script;
+    FillBuffer(font, piece.text, 0, end, script);
+    TakeGlyphs(piece.shaped);
+}
+
+// Takes the glyphs of `text` from the piece, if it starts with the text and cutting there changes
+// nothing.
+bool TakeFromPiece(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (piece.font != font.id || piece.script != script || piece.text.size() <= text.size() ||
+        std::string_view(piece.text).substr(0, text.size()) != text) {
+        return false;
+    }
+    const auto end = FirstGlyphOf(piece.shaped, text.size());
+    if (end == piece.shaped.glyphs.end() || end->cluster != text.size() || end->unsafe) {
+        return false;
+    }
+    whole.shaped.glyphs.assign(piece.shaped.glyphs.cbegin(), end);
+    whole.shaped.width = end->before;
+    return true;
+}
+
+// The first character with which the text is wider than `limit`, searched in the shaped piece;
+// npos when the piece ends before.
+std::size_t FindOverflow(const TextFont& font, double limit) {
+    const std::string_view text = piece.text;
+    const ShapedText& shaped = piece.shaped;
+    // Cutting changes the last few glyphs at most: up to a font size before the limit nothing can
+    // be too wide.
+    const double margin = font.size * PANGO_SCALE;
+    const auto near =
+        std::partition_point(shaped.glyphs.begin(), shaped.glyphs.end(),
+                             [&](const ShapedGlyph& g) { return g.before <= limit - margin; });
+    std::size_t start = near == shaped.glyphs.begin() ? 0 : std::prev(near)->cluster;
+    while (start < text.size()) {
+        const std::size_t next = NextCharacter(text, start);
+        if (WidthBefore(font, text, next, piece.script, shaped) > limit) return start;
+        start = next;
+    }
+    return std::string_view::npos;
+}
+
+bool IsPlainAscii(std::string_view text) {
+    // Eight bytes at a time: none below a space, none above a tilde.
+    constexpr u64 kOnes = 0x0101010101010101;
+    constexpr u64 kHigh = 0x8080808080808080;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        u64 word = 0;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        const u64 belowSpace = (word - kOnes * ' ') & ~word;
+        const u64 aboveTilde = word + kOnes;
+        if (((belowSpace | aboveTilde | word) & kHigh) != 0) return false;
+    }
+    for (; i < text.size(); ++i) {
+        if (text[i] < ' ' || text[i] > '~') return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
+    if (font.scaled == nullptr) return SimpleScript::None;
+    const Typeface& face = *font.face;
+    if (face.wholeAscii && IsPlainAscii(text)) {
+        const bool latin = std::any_of(text.begin(), text.end(), [](char c) {
+            return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        });
+        return latin ? SimpleScript::Latin : SimpleScript::Common;
+    }
+    SimpleScript script = SimpleScript::Common;
+    for (std::size_t i = 0; i < text.size();) {
+        const SimpleScript one = ScriptOf(face, DecodeAt(text, i));
+        if (one == SimpleScript::None) return SimpleScript::None;
+        if (one == SimpleScript::Common || one == script) continue;
+        if (script != SimpleScript::Common) return SimpleScript::None;
+        script = one;
+    }
+    return script;
+}
+
+const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
+    if (!TakeFromPiece(font, text, script)) {
+        FillBuffer(font, text, 0, text.size(), script);
+        TakeGlyphs(whole.shaped);
+    }
+    whole.font = font.id;
+    whole.text = text;
+    whole.script = script;
+    return whole.shaped;
+}
+
+bool MeasureRuns(const TextFont& font, std::string_view text, i32& width) {
+    width = 0;
+    std::size_t start = 0;
+    SimpleScript script = SimpleScript::None;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t at = i;
+        const SimpleScript one = ScriptOf(*font.face, DecodeAt(text, i));
+        if (one == SimpleScript::None || one == SimpleScript::Common) return false;
+        if (at > 0 && one != script) {
+            width += ShapedWidth(font, text, start, at, script);
+            start = at;
+        }
+        script = one;
+    }
+    width += ShapedWidth(font, text, start, text.size(), script);
+    return true;
+}
+
+std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, SimpleScript script,
+                               double width) {
+    const double limit = width * PANGO_SCALE;
+    // About four lines, if the text is a paragraph that is laid out line by line.
+    const double lines = std::clamp(kLinesAhead * width / (font.size * kUsualWidth), 0.0, 1e9);
+    std::size_t length = kShortestPiece + static_cast<std::size_t>(lines);
+    bool shaped = ReusePiece(font, text, script);
+    while (true) {
+        if (!shaped) ShapePiece(font, text, script, length);
+        const bool all = piece.text.size() == text.size();
+        if (all && piece.shaped.width <= limit) return std::string_view::npos;
+        // Near its end a piece is not shaped as the whole text is.
+        if (all || piece.shaped.width > limit + font.size * PANGO_SCALE) {
+            const std::size_t overflow = FindOverflow(font, limit);
+            if (all || overflow != std::string_view::npos) return overflow;
+        }
+        shaped = false;
+        length = std::max(length, piece.text.size() * 2);
+    }
+}
+
+void ResetSimpleText() {
+    piece = {};
+    whole = {};
+    if (buffer != nullptr) hb_buffer_destroy(buffer);
+    buffer = nullptr;
+}

@@ -1,0 +1,176 @@
+#include "desktop/synth/renderer.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float kFullScale = 32768;
+// A mix beyond full scale is brought down a little below it.
+constexpr float kLimit = 1;
+constexpr float kLimited = 0.98F;
+constexpr float kVolumeStep = 1.0F / kFadeFrames;
+// The limiter lets go within about half a second.
+constexpr float kRecovery = 2.0F / kAudioRate;
+
+// Samples of a few frames at most.
+struct Mix {
+    float left[kSynthStep] = {};
+    float right[kSynthStep] = {};
+};
+
+// --- Sources. Each adds its next frames to the mix.
+
+void RenderSynthStep(Renderer& renderer) {
+    // Events are played at the first step that begins no earlier than they are due.
+    const std::vector<MusicEvent>& events = renderer.piece->events;
+    while (renderer.nextEvent < events.size() &&
+           events[renderer.nextEvent].frame <= renderer.synthFrame) {
+        if (renderer.synth != nullptr) {
+            PlayEvent(*renderer.synth, *renderer.piece, events[renderer.nextEvent]);
+        }
+        renderer.nextEvent++;
+    }
+    if (renderer.synth != nullptr) RenderStep(*renderer.synth, renderer.step[0], renderer.step[1]);
+    renderer.synthFrame += kSynthStep;
+    renderer.stepUsed = 0;
+}
+
+void AddMusic(Renderer& renderer, Mix& mix, u32 frames) {
+    for (u32 i = 0; i < frames; i++) {
+        if (renderer.stepUsed == kSynthStep) RenderSynthStep(renderer);
+        if (renderer.synth != nullptr) {
+            mix.left[i] += renderer.step[0][renderer.stepUsed];
+            mix.right[i] += renderer.step[1][renderer.stepUsed];
+        }
+        renderer.stepUsed++;
+    }
+    renderer.musicFrame += frames;
+}
+
+void AddSound(Renderer& renderer, Mix& mix, u32 frames) {
+    const std::vector<i16>& samples = renderer.sound->samples;
+    for (u32 i = 0; i < frames && 2 * renderer.soundFrame + 1 < samples.size(); i++) {
+        const i16* const frame = samples.data() + 2 * renderer.soundFrame++;
+        mix.left[i] += static_cast<float>(frame[0]) / kFullScale;
+        mix.right[i] += static_cast<float>(frame[1]) / kFullScale;
+    }
+}
+
+void AddFade(Renderer& renderer, Mix& mix, u32 frames) {
+    for (u32 i = 0; i < frames && renderer.fadeUsed < kFadeFrames; i++) {
+        mix.left[i] += renderer.fade[0][renderer.fadeUsed];
+        mix.right[i] += renderer.fade[1][renderer.fadeUsed++];
+    }
+}
+
+// Takes the next frames of a source out of the future, fades them out and keeps them to be mixed
+// in.
+void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
+    for (float(&side)[kFadeFrames] : renderer.fade) {
+        // What is left of an earlier end goes on.
+        std::copy(side + renderer.fadeUsed, side + kFadeFrames, side);
+        std::fill(side + (kFadeFrames - renderer.fadeUsed), side + kFadeFrames, 0.0F);
+    }
+    renderer.fadeUsed = 0;
+    for (u32 start = 0; start < kFadeFrames; start += kSynthStep) {
+        Mix mix;
+        add(renderer, mix, kSynthStep);
+        for (u32 i = 0; i < kSynthStep; i++) {
+            const float volume = 1 - kVolumeStep * static_cast<float>(start + i + 1);
+            renderer.fade[0][start + i] += volume * mix.left[i];
+            renderer.fade[1][start + i] += volume * mix.right[i];
+        }
+    }
+}
+
+// --- The mix as a whole
+
+void ApplyVolume(Renderer& renderer, Mix& mix, u32 frames) {
+    const float target = renderer.muted ? 0 : 1;
+    for (u32 i = 0; i < frames; i++) {
+        if (renderer.volume < target)
+            renderer.volume = std::min(target, renderer.volume + kVolumeStep);
+        if (renderer.volume > target)
+            renderer.volume = std::max(target, renderer.volume - kVolumeStep);
+        mix.left[i] *= renderer.volume;
+        mix.right[i] *= renderer.volume;
+    }
+}
+
+float Peak(const Mix& mix, u32 i) {
+    return std::max(std::fabs(mix.left[i]), std::fabs(mix.right[i]));
+}
+
+// Keeps the mix below full scale without cutting its peaks off: turns it down on the way to the
+// first frame that would go beyond, and slowly up again. A mix that never does passes unchanged.
+void Limit(Renderer& renderer, Mix& mix, u32 frames) {
+    float peak = 0;
+    u32 firstAbove = frames;
+    for (u32 i = 0; i < frames; i++) {
+        const float here = Peak(mix, i);
+        peak = std::max(peak, here);
+        if (firstAbove == frames && here * renderer.gain > kLimit) firstAbove = i;
+    }
+    const float before = renderer.gain;
+    float after = std::min(1.0F, before + kRecovery * static_cast<float>(frames));
+    u32 ramp = frames;
+    if (peak * after > kLimit) {
+        after = kLimited / peak;
+        // While it recovers, the end of the block is the place to arrive at.
+        if (firstAbove < frames) ramp = firstAbove;
+    }
+    for (u32 i = 0; i < frames; i++) {
+        const float way = i >= ramp ? 1 : static_cast<float>(i) / static_cast<float>(ramp);
+        const float gain = before + (after - before) * way;
+        mix.left[i] *= gain;
+        mix.right[i] *= gain;
+    }
+    renderer.gain = after;
+}
+
+i16 ToSample(float value) {
+    return static_cast<i16>(
+        std::lrint(std::clamp(value * kFullScale, -kFullScale, kFullScale - 1)));
+}
+
+bool MusicWaits(const Renderer& renderer) {
+    return renderer.synth == nullptr && renderer.synthIsComing;
+}
+
+}  // namespace
+
+void SetMusic(Renderer& renderer, const MusicPiece* piece) {
+    if (renderer.piece != nullptr && renderer.synth != nullptr) {
+        KeepFadingEnd(renderer, AddMusic);
+        ResetSynth(*renderer.synth);
+    }
+    renderer.piece = piece;
+    renderer.nextEvent = 0;
+    renderer.synthFrame = 0;
+    renderer.musicFrame = 0;
+    renderer.stepUsed = kSynthStep;
+}
+
+void SetSound(Renderer& renderer, const Sound* sound) {
+    if (renderer.sound != nullptr) KeepFadingEnd(renderer, AddSound);
+    renderer.sound = sound;
+    renderer.soundFrame = 0;
+}
+
+void Render(Renderer& renderer, i16* out, u32 frames) {
+    while (frames > 0) {
+        const u32 now = std::min(frames, kSynthStep);
+        Mix mix;
+        if (renderer.piece != nullptr && !MusicWaits(renderer)) AddMusic(renderer, mix, now);
+        if (renderer.sound != nullptr) AddSound(renderer, mix, now);
+        AddFade(renderer, mix, now);
+        ApplyVolume(renderer, mix, now);
+        Limit(renderer, mix, now);
+        for (u32 i = 0; i < now; i++) {
+            *out++ = ToSample(mix.left[i]);
+            *out++ = ToSample(mix.right[i]);
+        }
+        frames -= now;
+    }
+}

@@ -1,0 +1,77 @@
+#pragma once
+// The desktop's text system as MOXI sees it: fonts by family and size, measuring, and glyph
+// coverage. Colours, boxes and lines are the business of gfx/draw_text. Filled by one
+// implementation (desktop/pango) before the application starts; main thread only.
+//
+// Text is valid UTF-8 without a NUL, not empty, and set as one line; a line break or another
+// control character takes no room (a tab goes to the next multiple of 28). Lengths are pixels, and
+// a font of size 20 is 20 pixels high whatever the desktop's resolution. Widths are typographic:
+// the sum of the advances, trailing spaces included.
+
+#include <string_view>
+
+#include "base/types.h"
+
+enum class FontFamily : u8 { Helvetica, Times, Courier };
+
+struct FontStyle {
+    FontFamily family;
+    bool bold;
+    bool italic;
+};
+
+struct TextSize {
+    double width;
+    double height;  // from the highest ascender to the lowest descender of the fonts that are used
+};
+
+struct TextFit {
+    bool whole;            // the text is at most as wide as was asked
+    std::size_t overflow;  // else: the byte at which the first character starts that is too much
+    double height;         // of the whole text, whatever fits
+};
+
+// How much of each pixel the glyphs cover, 0..255. Column 0 is where the text starts, row 0 the
+// first row below the baseline. Outside the picture nothing is covered.
+struct TextPicture {
+    const u8* coverage;  // null when nothing is covered
+    std::size_t stride;  // bytes from row to row
+    i32 left, top;       // of the first byte
+    i32 width, height;
+};
+
+// One font at one size; the engine's own.
+struct TextFont;
+
+struct TextEngine {
+    // Never null but without an engine: a missing family is replaced by the nearest one. The size
+    // is above 0.
+    TextFont* (*makeFont)(FontStyle style, double size);
+    void (*releaseFont)(TextFont* font);
+
+    // Where the font's glyphs end below the baseline, as a number of at most 0.
+    double (*descender)(const TextFont* font);
+
+    TextSize (*measure)(TextFont* font, std::string_view text);
+
+    // Whether the text is at most `width` wide; if not, the first character with which the text up
+    // to and with it measures more. The cost grows with what fits, not with the text.
+    TextFit (*fit)(TextFont* font, std::string_view text, double width);
+
+    // The picture of columns 0 to `columns` - 1, at most; with `underline` a line under the whole
+    // width. Valid until the next call of the engine.
+    TextPicture (*draw)(TextFont* font, std::string_view text, bool underline, i32 columns);
+};
+
+// Harmless defaults: text without size.
+inline constinit TextEngine textEngine = {
+    .makeFont = [](FontStyle, double) -> TextFont* { return nullptr; },
+    .releaseFont = [](TextFont*) {},
+    .descender = [](const TextFont*) { return 0.0; },
+    .measure = [](TextFont*, std::string_view) { return TextSize{}; },
+    .fit =
+        [](TextFont*, std::string_view, double) {
+            return TextFit{true, 0, 0};
+        },
+    .draw = [](TextFont*, std::string_view, bool, i32) { return TextPicture{}; },
+};

@@ -1,0 +1,126 @@
+// This file is compiled once for each instruction set: the include of foreach_target.h brings it in
+// again.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "gfx/row_kernels.cpp"
+#define HWY_DISABLED_TARGETS HWY_AVX3_DL
+#include <hwy/foreach_target.h>  // must come before highway.h
+#include <hwy/highway.h>
+
+#include "base/bytes.h"
+#include "gfx/pixel.h"
+#include "gfx/row_kernels.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace HWY_NAMESPACE {
+namespace {
+
+HWY_INLINE u32 LayOver(u32 old, u32 colour, u32 c) {
+    const auto lay = [&](u32 index) {
+        return Div255(ByteOf(colour, index) * c + ByteOf(old, index) * (255 - c));
+    };
+    return PackBytes(lay(0), lay(1), lay(2), lay(3));
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+constexpr hn::ScalableTag<u32> d32;
+constexpr hn::Repartition<u16, decltype(d32)> d16;
+constexpr hn::Repartition<u8, decltype(d32)> d8;
+constexpr hn::Rebind<u8, decltype(d32)> dCoverage;
+using V16 = hn::Vec<decltype(d16)>;
+
+// value / 255 in 16-bit lanes.
+HWY_INLINE V16 Div255Lanes(V16 value) {
+    return hn::ShiftRight<7>(hn::MulHigh(value, hn::Set(d16, 0x8081)));
+}
+
+// A vector of pixels with as many coverage bytes.
+HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour) {
+    const V16 old = hn::BitCast(d16, hn::LoadU(d8, pixels));
+    // The coverage in both 16-bit lanes of its pixel.
+    const auto once = hn::PromoteTo(d32, hn::LoadU(dCoverage, coverage));
+    const V16 cover = hn::BitCast(d16, hn::Or(once, hn::ShiftLeft<16>(once)));
+    const V16 low = hn::Set(d16, 0x00FF);
+    const V16 rest = hn::Sub(low, cover);
+    const V16 colours = hn::BitCast(d16, hn::Set(d32, colour));
+    const V16 even = Div255Lanes(
+        hn::Add(hn::Mul(hn::And(colours, low), cover), hn::Mul(hn::And(old, low), rest)));
+    const V16 odd = Div255Lanes(
+        hn::Add(hn::Mul(hn::ShiftRight<8>(colours), cover), hn::Mul(hn::ShiftRight<8>(old), rest)));
+    hn::StoreU(hn::BitCast(d8, hn::Or(even, hn::ShiftLeft<8>(odd))), d8, pixels);
+}
+
+#endif
+
+void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
+    std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const std::size_t step = hn::Lanes(d32);
+    for (; x + step <= count; x += step) LayVector(pixels + x * 4, coverage + x, colour);
+#endif
+    for (; x < count; ++x) {
+        u8* const pixel = pixels + x * 4;
+        StoreBytes<u32>(pixel, LayOver(LoadBytes<u32>(pixel), colour, coverage[x]));
+    }
+}
+
+bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
+    u32 all = 0xFFFFFFFF;
+    std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const std::size_t step = hn::Lanes(d32);
+    auto lanes = hn::Set(d8, 0xFF);
+    for (; x + step <= count; x += step) lanes = hn::And(lanes, hn::LoadU(d8, pixels + x * 4));
+    HWY_ALIGN u8 bytes[HWY_MAX_BYTES];
+    hn::Store(lanes, d8, bytes);
+    for (std::size_t i = 0; i < step; ++i) all &= LoadBytes<u32>(bytes + i * 4);
+#endif
+    for (; x < count; ++x) all &= LoadBytes<u32>(pixels + x * 4);
+    return AlphaOf(all) == 255;
+}
+
+void CopyExchangedHere(u8* to, const u8* from, std::size_t count) {
+    std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const std::size_t step = hn::Lanes(d32);
+    const auto greenAlpha = hn::Set(d32, 0xFF00FF00);
+    const auto low = hn::Set(d32, 0x000000FF);
+    for (; i + step <= count; i += step) {
+        const auto v = hn::BitCast(d32, hn::LoadU(d8, from + i * 4));
+        const auto exchanged =
+            hn::Or(hn::And(v, greenAlpha),
+                   hn::Or(hn::ShiftLeft<16>(hn::And(v, low)), hn::And(hn::ShiftRight<16>(v), low)));
+        hn::StoreU(hn::BitCast(d8, exchanged), d8, to + i * 4);
+    }
+#endif
+    for (; i < count; ++i) {
+        StoreBytes<u32>(to + i * 4, ExchangeRedBlue(LoadBytes<u32>(from + i * 4)));
+    }
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+HWY_EXPORT(LayRowHere);
+HWY_EXPORT(IsOpaqueRowHere);
+HWY_EXPORT(CopyExchangedHere);
+
+void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
+    HWY_DYNAMIC_DISPATCH(LayRowHere)(pixels, coverage, count, colour);
+}
+
+bool IsOpaqueRow(const u8* pixels, std::size_t count) {
+    return HWY_DYNAMIC_DISPATCH(IsOpaqueRowHere)(pixels, count);
+}
+
+void CopyExchanged(u8* to, const u8* from, std::size_t count) {
+    HWY_DYNAMIC_DISPATCH(CopyExchangedHere)(to, from, count);
+}
+
+#endif

@@ -1,0 +1,298 @@
+// The command line and the event script, through the program itself.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/headless_run.h"
+
+namespace {
+
+// A game that does nothing and lets itself be closed.
+constexpr const char* kQuietModule = R"(
+        .stack 4096
+        .heap 4096
+        .code
+        LINK 0, 0
+        MOVE.B [HDR_RESULT], #1
+        RETURN 0
+)";
+
+struct Game {
+    TemporaryFolder folder;
+    std::string path = folder.path + "/game";
+
+    Game() {
+        std::filesystem::create_directories(path);
+        const AssembleResult assembled = Assemble(kQuietModule, "quiet.mxs");
+        EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
+        WriteTextFile(path + "/MAIN.MX",
+                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    }
+    ProgramResult Run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--data-folder", folder.path + "/data"});
+        return RunProgram("moxi", arguments, folder.path);
+    }
+    ProgramResult RunScript(const std::string& script) const {
+        WriteTextFile(folder.path + "/events", script);
+        return Run({"--headless", "--script", "events", path});
+    }
+};
+
+// One line on standard error, nothing on standard output, status 2.
+void ExpectRefused(const ProgramResult& result, const std::string& line) {
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, line);
+}
+
+void ExpectRefusedInOneLine(const ProgramResult& result) {
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_EQ(result.errors.rfind("moxi: ", 0), 0u) << result.errors;
+}
+
+TEST(CommandLine, AHeadlessRunEndsWithStatus0AndSaysNothing) {
+    const Game game;
+    const ProgramResult result = game.Run({"--headless", game.path});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(CommandLine, AMainMxFileNamesItsFolder) {
+    const Game game;
+    EXPECT_EQ(game.Run({"--headless", game.path + "/MAIN.MX"}).status, 0);
+}
+
+TEST(CommandLine, ABundlesResourcesAreFound) {
+    const Game game;
+    const std::string bundle = game.folder.path + "/Some Game.app";
+    std::filesystem::create_directories(bundle + "/Contents");
+    std::filesystem::rename(game.path, bundle + "/Contents/Resources");
+    EXPECT_EQ(game.Run({"--headless", bundle}).status, 0);
+}
+
+TEST(CommandLine, UnknownOptionsAreRefused) {
+    const Game game;
+    ExpectRefusedInOneLine(game.Run({"--headless", "--no-such-option", game.path}));
+}
+
+TEST(CommandLine, ASecondGameIsRefused) {
+    const Game game;
+    ExpectRefusedInOneLine(game.Run({"--headless", game.path, game.path}));
+}
+
+TEST(CommandLine, AnOptionWithoutItsValueIsRefused) {
+    const Game game;
+    ExpectRefusedInOneLine(game.Run({"--headless", game.path, "--run-ms"}));
+}
+
+TEST(CommandLine, OptionsForHeadlessRunsAreRefusedWithoutIt) {
+    const Game game;
+    ExpectRefused(game.Run({"--run-ms", "5", game.path}), "moxi: --run-ms needs --headless\n");
+    ExpectRefused(game.Run({"--desktop", "640x480", game.path}),
+                  "moxi: --desktop needs --headless\n");
+    ExpectRefused(game.Run({"--script", "x", game.path}), "moxi: --script needs --headless\n");
+    ExpectRefused(game.Run({"--date", "2024-01-01 00:00:00", game.path}),
+                  "moxi: --date needs --headless\n");
+    ExpectRefused(game.Run({"--render-audio", "x.wav", game.path}),
+                  "moxi: --render-audio needs --headless\n");
+}
+
+TEST(CommandLine, ValuesAreChecked) {
+    const Game game;
+    for (const char* const sizes : {"640", "640x", "x480", "0x480", "640x32768", "640x480,",
+                                    "640x480,,1x1", "-1x5", "640x480 "}) {
+        ExpectRefusedInOneLine(game.Run({"--headless", "--desktop", sizes, game.path}));
+    }
+    for (const char* const date :
+         {"2024-02-30 00:00:00", "2023-02-29 00:00:00", "2024-13-01 00:00:00",
+          "2024-01-01 24:00:00", "2024-01-01", "2024-01-01T00:00:00", "24-01-01 00:00:00"}) {
+        ExpectRefusedInOneLine(game.Run({"--headless", "--date", date, game.path}));
+    }
+    for (const char* const time : {"-1", "x", "1.5", ""}) {
+        ExpectRefusedInOneLine(game.Run({"--headless", "--run-ms", time, game.path}));
+    }
+}
+
+TEST(CommandLine, AMissingGameIsRefused) {
+    const Game game;
+    ExpectRefused(game.Run({"--headless", "nowhere"}), "moxi: nowhere: there is no such game\n");
+}
+
+TEST(CommandLine, AFileThatIsNoModuleIsRefused) {
+    const Game game;
+    WriteTextFile(game.folder.path + "/notes.txt", "x");
+    ExpectRefused(game.Run({"--headless", "notes.txt"}),
+                  "moxi: notes.txt: neither a folder nor a MAIN.MX\n");
+}
+
+TEST(CommandLine, WithoutAGameTheUsageIsPrinted) {
+    const ProgramResult result = RunProgram("moxi", {"--headless"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors.rfind("usage: moxi", 0), 0u) << result.errors;
+}
+
+TEST(CommandLine, VersionAndHelpArePrinted) {
+    EXPECT_EQ(RunProgram("moxi", {"--version"}).status, 0);
+    EXPECT_EQ(RunProgram("moxi", {"--version"}).output, "moxi 6.2\n");
+    const ProgramResult help = RunProgram("moxi", {"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* const option :
+         {"--data-folder", "--mute",      "--soundfont", "--full-screen", "--headless",
+          "--desktop",     "--script",    "--run-ms",    "--date",        "--dump-image",
+          "--dump-screen", "--dump-view", "--trace",     "--record",      "--render-audio",
+          "--no-sandbox",  "--debug",     "--profile",   "--watch",       "--bundle"}) {
+        EXPECT_NE(help.output.find(option), std::string::npos) << option;
+    }
+}
+
+TEST(CommandLine, AGameWithoutAModuleIsAFatalError) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path + "/empty");
+    const ProgramResult result =
+        RunProgram("moxi", {"--headless", "--data-folder", folder.path + "/d", "--dump-image",
+                            folder.path + "/image", folder.path + "/empty"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "fatal: MAIN.MX file not found\n");
+    // Dumps are for modules that were loaded.
+    EXPECT_FALSE(std::filesystem::exists(folder.path + "/image"));
+    // And start-up makes no data folder.
+    EXPECT_FALSE(std::filesystem::exists(folder.path + "/d"));
+}
+
+TEST(CommandLine, ADataFolderModuleTakesPrecedence) {
+    const Game game;
+    std::filesystem::create_directories(game.folder.path + "/data");
+    WriteTextFile(game.folder.path + "/data/MAIN.MX", "too short");
+    const ProgramResult result = game.Run({"--headless", game.path});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "fatal: Error reading .MX file\n");
+}
+
+TEST(CommandLine, DumpsShowTheScreenAndTheView) {
+    const Game game;
+    const ProgramResult result =
+        game.Run({"--headless", "--desktop", "320x200", "--dump-screen", "s.png", "--dump-view",
+                  "v.png", "--dump-image", "image", game.path});
+    EXPECT_EQ(result.status, 0);
+    // PNG files say their size at offset 16: 320 x 200 of the desktop, 1000 x 600 of the window.
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/s.png").substr(16, 8),
+              std::string("\x00\x00\x01\x40\x00\x00\x00\xC8", 8));
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/v.png").substr(16, 8),
+              std::string("\x00\x00\x03\xE8\x00\x00\x02\x58", 8));
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/image").substr(208, 4), "MOXI");
+}
+
+TEST(CommandLine, ADumpThatCannotBeWrittenIsOneLogLine) {
+    const Game game;
+    const ProgramResult result =
+        game.Run({"--headless", "--dump-image", "no/such/folder", game.path});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "log: no/such/folder: cannot be written\n");
+}
+
+// --- Event scripts
+
+TEST(EventScript, EveryEventIsAccepted) {
+    const Game game;
+    const ProgramResult result = game.RunScript(R"(# all of them
+0 key-down 00 "a"
+0 key-up 7F ""
+1 modifiers
+1 modifiers shift command option
+2 mouse-down 0 1 2
+2 mouse-down 4 -1 -2 2
+3 mouse-up 0 1 2
+3 mouse-move 5 6
+
+4 mouse-drag 1 5 6
+5 scroll 0.5 -.25 1 2
+6 resize 640 480
+7 live-resize-start
+8 live-resize-end
+9 move -5 10
+10 minimize
+11 restore
+12 full-screen on
+13 full-screen off
+14 activate
+15 expose -1.5 0 10 10.25
+16 screens 1920x1080
+17 clipboard "a\"b\\c\n\t\x41"
+18 post 0x4D 1 -1 0xFFFFFFFF
+19 screenshot "shot one.png"
+19 screenshot shot2.png
+20 close
+21 quit
+)");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(std::filesystem::exists(game.folder.path + "/shot one.png"));
+    EXPECT_TRUE(std::filesystem::exists(game.folder.path + "/shot2.png"));
+}
+
+TEST(EventScript, LinesMayEndInCarriageReturns) {
+    const Game game;
+    EXPECT_EQ(game.RunScript("1 activate\r\n\r\n2 restore\r\n").status, 0);
+}
+
+TEST(EventScript, ABadLineStopsTheStartAndNamesItsPlace) {
+    const Game game;
+    const char* const badLines[] = {
+        "x activate",
+        "-1 activate",
+        "1",
+        "1 no-such-event",
+        "1 activate now",
+        "1 key-down 80 \"a\"",
+        "1 key-down 00 a",
+        "1 key-down 00 \"a",
+        "1 key-down 00 \"\\q\"",
+        "1 key-down 00 \"\\x0\"",
+        "1 key-down 00 \"\\x00\"",
+        "1 key-down 00",
+        "1 modifiers control",
+        "1 mouse-down 0 1",
+        "1 mouse-down 0 1 2 3 4",
+        "1 mouse-move 1.5 2",
+        "1 scroll 1 2 3",
+        "1 scroll a 2 3 4",
+        "1 resize 0 5",
+        "1 resize 5 32768",
+        "1 full-screen",
+        "1 full-screen maybe",
+        "1 expose 1 2 3",
+        "1 screens 100",
+        "1 clipboard text",
+        "1 post 1 2 3",
+        "1 post 1 2 3 0x100000000",
+        "1 screenshot",
+    };
+    for (const char* const line : badLines) {
+        const ProgramResult result =
+            game.RunScript(std::string("0 activate\n# comment\n") + line + "\n");
+        EXPECT_EQ(result.status, 2) << line;
+        EXPECT_EQ(result.errors.rfind("moxi: events:3: ", 0), 0u) << line << "\n" << result.errors;
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << line;
+    }
+}
+
+TEST(EventScript, TimesMayNotGoBackwards) {
+    const Game game;
+    ExpectRefused(game.RunScript("5 activate\n4 activate\n"),
+                  "moxi: events:2: the time goes backwards\n");
+}
+
+TEST(EventScript, AMissingScriptIsRefused) {
+    const Game game;
+    ExpectRefused(game.Run({"--headless", "--script", "no-events", game.path}),
+                  "moxi: no-events: cannot be read\n");
+}
+
+}  // namespace

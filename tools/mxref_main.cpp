@@ -1,0 +1,10 @@
+// mxref: prints docs/instruction-set.md.
+
+#include <iostream>
+
+#include "tools/reference.h"
+
+int main() {
+    std::cout << InstructionSetPage();
+    return std::cout.flush() ? 0 : 1;
+}

@@ -1,0 +1,6 @@
+#pragma once
+// The reference page of the instruction set, docs/instruction-set.md, made from vm/opcodes.h.
+
+#include <string>
+
+std::string InstructionSetPage();
