@@ -150,11 +150,11 @@ void DoSoundJob(AudioState& state, const SoundJob& job, bool newest) {
 
 void Work(AudioState& state) {
     std::unique_lock guard(state.lock);
-    while (!state.ending) {
+    while (!state.ending || !state.jobs.empty()) {
         if (!state.jobs.empty()) {
             const SoundJob job = std::move(state.jobs.front());
             state.jobs.pop_front();
-            const bool newest = state.jobs.empty();
+            const bool newest = state.jobs.empty() && !state.ending;
             guard.unlock();
             DoSoundJob(state, job, newest);
             guard.lock();

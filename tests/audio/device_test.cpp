@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "audio/score.h"
@@ -85,6 +87,14 @@ class AudioDevice : public testing::Test {
     bool logTaken = false;
 };
 
+Recording ReadRaw(const std::string& path) {
+    const std::string raw = ReadTextFile(path);
+    Recording recording;
+    recording.samples.resize(raw.size() / 4 * 2);
+    memcpy(recording.samples.data(), raw.data(), recording.samples.size() * 2);
+    return recording;
+}
+
 bool HasSoundFont() {
     return !SoundFontCandidates("").empty();
 }
@@ -99,19 +109,19 @@ TEST_F(AudioDevice, MusicAndSoundsReachTheDevice) {
     ASSERT_TRUE(WaitFor([] { return audioOut.musicPosition() > kSecond; }));
     audioOut.stopMusic();
     audioOut.playSound("A.WAV", Sine(1000, 60));
-    std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    // What is written in the end is the sound alone.
+    const auto onlySoundIsHeard = [&path] {
+        const Recording heard = ReadRaw(path);
+        const f64 length = static_cast<f64>(heard.Frames()) / 44100;
+        const Recording last = Part(heard, length - 0.2, length);
+        return Strength(last, 1000) > 0.45 && Strength(last, KeyFrequency(60)) < 0.001;
+    };
+    EXPECT_TRUE(WaitFor(onlySoundIsHeard));
     audioOut.shutDown();
-    const std::string raw = ReadTextFile(path);
-    Recording heard;
-    heard.samples.resize(raw.size() / 4 * 2);
-    memcpy(heard.samples.data(), raw.data(), heard.samples.size() * 2);
+    const Recording heard = ReadRaw(path);
     const f64 start = FirstSound(heard, 500);
     ASSERT_GE(start, 0);
     EXPECT_EQ(StrongestKey(Part(heard, start + 0.1, start + 0.9)), 60);
-    const f64 length = static_cast<f64>(heard.Frames()) / 44100;
-    const Recording last = Part(heard, length - 0.2, length);
-    EXPECT_NEAR(Strength(last, 1000), 0.5, 0.05);
-    EXPECT_LT(Strength(last, KeyFrequency(60)), 0.001);
 }
 
 TEST_F(AudioDevice, APieceThatIsStartedAgainCountsFromItsStart) {
@@ -170,7 +180,6 @@ TEST_F(AudioDevice, ASoundThatCannotBeDecodedGivesALine) {
     audioOut.stopSound();
     audioOut.toggleMute();
     audioOut.toggleMute();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
     audioOut.shutDown();
     const std::string log = Log();
     EXPECT_EQ(log.rfind("log: sound BAD.WAV: ", 0), 0u) << log;
@@ -187,8 +196,10 @@ TEST_F(AudioDevice, AGameThatPlaysNothingCostsNothing) {
 TEST_F(AudioDevice, ACardThatIsMissingGivesOneLine) {
     setenv("AUDIODEV", "no-such-card", 1);
     Start("alsa");
+    audioOut.startMusic(LongNote(60));
+    // The clock counts as soon as it is known that there is no device.
+    ASSERT_TRUE(WaitFor([] { return audioOut.musicPosition() > kSecond / 10; }));
     audioOut.playSound("A.WAV", Sine(1000, 1));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
     audioOut.shutDown();
     unsetenv("AUDIODEV");
     const std::string log = Log();
