@@ -39,7 +39,7 @@ DataItem DescribeText(std::span<const u8> bytes) {
     const bool endsHere = length < bytes.size() && bytes[length] == 0;
     if (length < kLeastText || (length < kMostText && !endsHere)) return {};
     DataItem item;
-    item.text = endsHere ? ".asciz    \"" : ".ascii    \"";
+    item.text = endsHere ? ".asciz   \"" : ".ascii   \"";
     for (size_t i = 0; i < length; ++i) AppendEscaped(item.text, bytes[i]);
     item.text += '"';
     item.length = static_cast<u32>(endsHere ? length + 1 : length);
@@ -48,7 +48,7 @@ DataItem DescribeText(std::span<const u8> bytes) {
 
 DataItem DescribeWords(std::span<const u8> bytes, u32 wordsPerLine) {
     DataItem item;
-    item.text = ".long    ";
+    item.text = ".long   ";
     const size_t count = std::min<size_t>(wordsPerLine, bytes.size() / 4);
     for (size_t i = 0; i < count; ++i) {
         // A text or a room that starts within the words gets a line of its own.
@@ -71,7 +71,7 @@ DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine) 
         // Room ends at a word, so that what follows it is seen as words.
         const size_t odd = (address + same) % 4;
         if (same < bytes.size() && same - odd >= kLeastRoom) same -= odd;
-        item.text = ".space    " + std::to_string(same);
+        item.text = ".space   " + std::to_string(same);
         if (bytes[0] != 0) item.text += Number(", 0x%02X", bytes[0]);
         item.length = static_cast<u32>(same);
         return item;
@@ -80,7 +80,7 @@ DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine) 
     if (text.length > 0) return text;
     if (address % 4 == 0 && bytes.size() >= 4) return DescribeWords(bytes, wordsPerLine);
     DataItem item;
-    item.text = ".byte    ";
+    item.text = ".byte   ";
     const size_t count = std::min<size_t>(bytes.size(), 4 - address % 4);
     for (size_t i = 0; i < count; ++i) {
         item.text += Number(i == 0 ? " 0x%02X" : ", 0x%02X", bytes[i]);

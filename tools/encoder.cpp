@@ -236,14 +236,12 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
     if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, b)) return false;
     if (!CheckRegister(encoder, a) || !CheckRegister(encoder, b)) return false;
 
-    // With an indexed B the block operations take the first extension word itself as the count.
-    const bool isBlock = operation.first == static_cast<u8>(TwoOperand::Pushblock) ||
-                         operation.first == static_cast<u8>(TwoOperand::Peekblock);
+    // With an indexed B, PUSHBLOCK takes the first extension word itself as the count.
     if (a.kind == OperandKind::Immediate) {
-        if (!isBlock || b.kind != OperandKind::Indexed) {
-            return encoder.Fail(a.position, isBlock
-                                                ? "an immediate count goes with an indexed operand"
-                                                : "the first operand cannot be an immediate");
+        const bool isPush = operation.first == static_cast<u8>(TwoOperand::Pushblock);
+        if (!isPush || b.kind != OperandKind::Indexed) {
+            return encoder.Fail(a.position, isPush ? "an immediate count goes with [Rn+offset] only"
+                                                   : "the first operand cannot be an immediate");
         }
         a.kind = OperandKind::Absolute;
     }

@@ -199,6 +199,10 @@ bool ScanPunctuation(Scanner& scan, Token& token) {
             return true;
         }
     }
+    if (scan.text.substr(scan.at, 3) == "...") {
+        scan.at += 3;
+        return true;
+    }
     const char c = scan.Peek();
     if (kOneCharOperators.find(c) != std::string_view::npos) {
         ++scan.at;

@@ -176,8 +176,7 @@ void WriteBody(Listing& listing) {
             address += line.length;
         } else if (kind == WordKind::TableEntry) {
             const u32 target = LoadBytes<u32>(memory.data() + address);
-            WriteRow(listing, address, 4,
-                     ".long     " + NameOf(listing.names, listing.map, target));
+            WriteRow(listing, address, 4, ".long    " + NameOf(listing.names, listing.map, target));
             address += 4;
         } else {
             if (address >= dataEnd) dataEnd = EndOfData(listing, address);

@@ -39,9 +39,9 @@ void WriteHeader(const ModuleFile& module, std::ostream& out) {
     const bool sizesFit = u64{module.bytes.size()} + module.stack + module.heap <= 0xFFFFFFFF;
     out << "; " << module.loaded << " bytes are loaded, " << module.globals
         << " bytes of globals, stack " << module.stack << ", heap " << module.heap << "\n";
-    out << "    .version  " << module.major << ", " << module.minor << "\n";
-    out << "    .stack    " << (sizesFit ? module.stack : 0) << "\n";
-    out << "    .heap     " << (sizesFit ? module.heap : 0) << "\n";
+    out << "    .version " << module.major << ", " << module.minor << "\n";
+    out << "    .stack   " << (sizesFit ? module.stack : 0) << "\n";
+    out << "    .heap    " << (sizesFit ? module.heap : 0) << "\n";
     u8 predicted[kHeaderSize];
     PredictHeader(module, sizesFit, predicted);
     u32 at = 0;
@@ -50,7 +50,7 @@ void WriteHeader(const ModuleFile& module, std::ostream& out) {
             ++at;
             continue;
         }
-        out << "    .header   " << at;
+        out << "    .header  " << at;
         for (u32 count = 0;
              count < kHeaderBytesPerLine && at < kHeaderSize && module.bytes[at] != predicted[at];
              ++count, ++at) {
@@ -98,7 +98,7 @@ void WriteRawSource(const ModuleFile& module, std::ostream& out) {
             if (!line.empty()) {
                 out << "    " << line << "  ; " << Hex(address) << "\n";
             } else {
-                out << "    .long    ";
+                out << "    .long   ";
                 for (u32 at = address; at < address + length; at += 4) {
                     out << (at == address ? " " : ", ")
                         << Hex(LoadBytes<u32>(module.bytes.data() + at));

@@ -68,7 +68,8 @@ void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
         if (row.code == TwoOperandForm(w)) form = &row;
     }
     u32 extension = address + 4;
-    const bool isBlockCount = TwoOperandNumber(w) >= 120 && form->code == 5;
+    const bool isBlockCount =
+        (TwoOperandNumber(w) & ~3u) == static_cast<u32>(TwoOperand::Pushblock) && form->code == 5;
     if (form->a == Mode::Absolute && !isBlockCount) {
         NoteMemory(explorer, explorer.Word(extension));
     }

@@ -178,8 +178,8 @@ std::string TwoOperandInstruction(Writer& writer) {
     }
     const OperandForm& form = *FindForm(w);
     std::string a;
-    const bool isBlock = operation->first >= static_cast<u8>(TwoOperand::Pushblock);
-    if (isBlock && form.code == 5) {
+    const bool isPush = operation->first == static_cast<u8>(TwoOperand::Pushblock);
+    if (isPush && form.code == 5) {
         a = "#" + std::to_string(writer.Word());  // the count itself
     } else {
         a = TwoOperandText(writer, *operation, form.a, form.aField, size);

@@ -286,8 +286,9 @@ inline constexpr const char* kInstructionNotes[] = {
     "one-operand class the number is all of bits 16..31 and is not masked.",
     "`FSUB` and `FCMP` compute ZERO and NEG, but the write-back of the cached flags at the end of "
     "the instruction replaces them, so the flags keep their previous value.",
-    "In form 5 (absolute, indexed) `PUSHBLOCK` and `PEEKBLOCK` take n from the first extension "
-    "word itself instead of from memory.",
+    "In form 5 (absolute, indexed) `PUSHBLOCK` takes n from the first extension word itself "
+    "instead "
+    "of from memory, all 32 bits of it at any size; `PEEKBLOCK` does not.",
     "`DNEG` stores back only the low 32 bits of the negated value, which are the old ones.",
     "Out of range and not-a-number give 0x8000000000000000, and `DTOL` its low half.",
     "`RETURN` to address 0 ends the run.",

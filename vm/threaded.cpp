@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+#if MOXI_THREADED
+
 // How the machine's state is kept
 //
 // PC, SP and FP are parameters that stay in processor registers from handler to handler. The header
@@ -670,3 +672,9 @@ void RunThreaded() {
     Put<u8>(image, kHeaderFlags, cpu.flags);
     Start(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
 }
+
+#else
+
+void RunThreaded() {}
+
+#endif
