@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -26,6 +27,8 @@
 #include "gfx/colour.h"
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
+#include "tests/gfx/reference_blit.h"
+#include "tests/gfx/reference_colour.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 
@@ -343,15 +346,45 @@ void RunScaling() {
     scaled(32, 256, false);
 }
 
+// The tests' yardstick, which draws pixel by pixel on a picture of its own.
+Contender Yardstick(i32 size,
+                    const std::function<void(reference::World&, const reference::Bitmap&)>& work) {
+    struct Scene {
+        reference::World world;
+        std::vector<u8> bytes;
+    };
+    const auto scene = std::make_shared<Scene>();
+    std::mt19937 random(3);
+    for (i32 i = 0; i < size * size * 4; ++i) scene->bytes.push_back(static_cast<u8>(random()));
+    return {
+        "yardstick", [=] {
+            work(scene->world, {&scene->bytes, true, 0, size, size, 4 * size, 0, 0, size, size});
+        }};
+}
+
 void RunColours() {
     const u32 picture = MakePicture(256, 256, Kind::RandomAlpha);
     const auto everyPixel = [=] {
         static u32 alpha = 0;
         SetAlpha(picture, 0, 0, 256, 256, kEveryPixel, ++alpha & 255);
     };
-    Run({"Set alpha 256", everyPixel, {Scalar(everyPixel)}, {{"scalar", 5.0}}});
+    Run({"Set alpha 256",
+         everyPixel,
+         {Scalar(everyPixel), Yardstick(256,
+                                        [](reference::World& world, const reference::Bitmap& to) {
+                                            static u32 alpha = 0;
+                                            SetAlpha(world, to, false, 0, 0, 256, 256, kEveryPixel,
+                                                     ++alpha & 255);
+                                        })},
+         {{"yardstick", 5.0}}});
     const auto key = [=] { SetAlpha(picture, 0, 0, 256, 256, 0x123456, 0); };
-    Run({"Set alpha by key 256", key, {Scalar(key)}, {{"scalar", 5.0}}});
+    Run({"Set alpha by key 256",
+         key,
+         {Scalar(key), Yardstick(256,
+                                 [](reference::World& world, const reference::Bitmap& to) {
+                                     SetAlpha(world, to, false, 0, 0, 256, 256, 0x123456, 0);
+                                 })},
+         {{"yardstick", 5.0}}});
     const u32 colours = MakePicture(256, 256, Kind::Opaque);
     const auto adjust = [=] { AdjustColours(colours, 0, 0, 256, 256, -1, -1, 20, 30); };
     // The pixels must not all turn grey or white while they are adjusted again and again.
@@ -362,14 +395,41 @@ void RunColours() {
     };
     fresh();
     const auto keep = [=] { AdjustColours(colours, 0, 0, 256, 256, -1, -1, 0, 0); };
-    Run({"Adjust colours 256, all kept", keep, {Scalar(keep)}, {{"scalar", 5.0}}});
+    Run({"Adjust colours 256, all kept",
+         keep,
+         {Scalar(keep),
+          Yardstick(256,
+                    [](reference::World& world, const reference::Bitmap& to) {
+                        AdjustColours(world, to, false, {0, 0, 256, 256, -1, -1, 0, 0});
+                    })},
+         {{"yardstick", 5.0}}});
     fresh();
     const auto hue = [=] { AdjustColours(colours, 0, 0, 256, 256, 100, -1, 0, 0); };
-    Run({"Adjust colours 256, new hue", hue, {Scalar(hue)}, {{"scalar", 5.0}}});
+    Run({"Adjust colours 256, new hue",
+         hue,
+         {Scalar(hue),
+          Yardstick(256,
+                    [](reference::World& world, const reference::Bitmap& to) {
+                        AdjustColours(world, to, false, {0, 0, 256, 256, 100, -1, 0, 0});
+                    })},
+         {{"yardstick", 5.0}}});
     fresh();
-    Run({"Adjust colours 256, values", adjust, {Scalar(adjust)}, {{"scalar", 5.0}}});
+    Run({"Adjust colours 256, values",
+         adjust,
+         {Scalar(adjust),
+          Yardstick(256,
+                    [](reference::World& world, const reference::Bitmap& to) {
+                        AdjustColours(world, to, false, {0, 0, 256, 256, -1, -1, 20, 30});
+                    })},
+         {{"yardstick", 5.0}}});
     const auto square = [=] { HueSquare(colours, 0, 0, 256, 256, 77); };
-    Run({"Hue square 256", square, {Scalar(square)}, {{"scalar", 5.0}}});
+    Run({"Hue square 256",
+         square,
+         {Scalar(square), Yardstick(256,
+                                    [](reference::World& world, const reference::Bitmap& to) {
+                                        HueSquare(world, to, false, 0, 0, 256, 256, 77);
+                                    })},
+         {{"yardstick", 5.0}}});
 }
 
 bool ReadOptions(int argc, char** argv) {

@@ -491,12 +491,12 @@ HWY_INLINE void MakeShares(const BoxParts& parts, std::size_t count, f64 bandPar
 }
 
 struct BoxSum {
-    V4 sum;
-    u32 firstPixel, different;
+    V4 sum, different, firstPixel;
 
     HWY_INLINE void Add(const u8* cell, u32 share) {
-        different |= LoadBytes<u32>(cell) ^ firstPixel;
-        sum = hn::Add(sum, hn::ShiftRight<kShareBits>(hn::Mul(Channels(cell), hn::Set(d4, share))));
+        const V4 pixel = Channels(cell);
+        different = hn::Or(different, hn::Xor(pixel, firstPixel));
+        sum = hn::Add(sum, hn::ShiftRight<kShareBits>(hn::Mul(pixel, hn::Set(d4, share))));
     }
     HWY_INLINE void AddBand(const u8* line, u32 cells, const Shares& shares, std::size_t i) {
         Add(line, shares.first[i]);
@@ -506,17 +506,15 @@ struct BoxSum {
         for (const u8* cell = line + 4; cell != last; cell += 4) Add(cell, middle);
         Add(last, shares.last[i]);
     }
+    // No sum exceeds 255: the weights add up to the area.
     HWY_INLINE u32 Pixel() const {
-        if (different == 0) return firstPixel;
+        const auto same = hn::Eq(different, hn::Zero(d4));
+        const V4 channels = hn::IfThenElse(same, firstPixel, sum);
         const hn::Rebind<u8, D4> bytes;
         alignas(4) u8 pixel[4];
-        hn::StoreU(hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<D4>(), sum)), bytes, pixel);
-        const u32 average = LoadBytes<u32>(pixel);
-        u32 changed = 0;
-        for (u32 i = 0; i < 4; ++i) {
-            if (ByteOf(different, i) != 0) changed |= u32{0xFF} << (8 * i);
-        }
-        return (average & changed) | (firstPixel & ~changed);
+        hn::StoreU(hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<D4>(), channels)), bytes,
+                   pixel);
+        return LoadBytes<u32>(pixel);
     }
 };
 
@@ -541,7 +539,7 @@ void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRo
             out[i] = AverageBox(column, row);
             continue;
         }
-        BoxSum box = {hn::Zero(d4), LoadBytes<u32>(line), 0};
+        BoxSum box = {hn::Zero(d4), hn::Zero(d4), Channels(line)};
         box.AddBand(line, column.cells, first, i);
         if (row.bands > 1) {
             for (u32 band = 2; band < row.bands; ++band) {

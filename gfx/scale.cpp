@@ -180,30 +180,6 @@ struct ScaleWork {
     }
 };
 
-// The bytes that an area takes up, from the lowest address to the end.
-struct Bytes {
-    std::uintptr_t start, end;
-};
-
-Bytes BytesOf(const Selection& selection, const Area& area) {
-    const auto address = [&](i64 x, i64 y) {
-        return reinterpret_cast<std::uintptr_t>(PixelAt(selection, x, y));
-    };
-    const std::uintptr_t first = address(area.left, area.top);
-    const std::uintptr_t last = address(area.left, area.bottom - 1);
-    const std::uintptr_t width = static_cast<std::uintptr_t>(area.right - area.left);
-    return {std::min(first, last), std::max(first, last) + width * kBytesPerPixel};
-}
-
-bool MayOverlap(const Area& source, const Area& target) {
-    if (srcSelection.host && dstSelection.handle == srcSelection.handle) {
-        return !Intersect(source, target).Empty();
-    }
-    const Bytes a = BytesOf(srcSelection, source);
-    const Bytes b = BytesOf(dstSelection, target);
-    return a.start < b.end && b.start < a.end;
-}
-
 void RunScaledBlit(const ScaleWork& work) {
     if (work.visible.Empty()) return;
     bool simple =

@@ -72,3 +72,28 @@ inline Area Moved(const Area& area, i64 x, i64 y) {
 inline i32 GrowthTo(i32 limit, i32 start, i32 size) {
     return limit != 0 ? static_cast<i32>(static_cast<u32>(limit) - static_cast<u32>(start)) : size;
 }
+
+// The bytes that an area takes up, from the lowest address to the end.
+struct Bytes {
+    std::uintptr_t start, end;
+};
+
+inline Bytes BytesOf(const Selection& selection, const Area& area) {
+    const auto address = [&](i64 x, i64 y) {
+        return reinterpret_cast<std::uintptr_t>(PixelAt(selection, x, y));
+    };
+    const std::uintptr_t first = address(area.left, area.top);
+    const std::uintptr_t last = address(area.left, area.bottom - 1);
+    const std::uintptr_t width = static_cast<std::uintptr_t>(area.right - area.left);
+    return {std::min(first, last), std::max(first, last) + width * kBytesPerPixel};
+}
+
+// Whether drawing on the target area might change the source area. Both are reached.
+inline bool MayOverlap(const Area& source, const Area& target) {
+    if (srcSelection.host && dstSelection.handle == srcSelection.handle) {
+        return !Intersect(source, target).Empty();
+    }
+    const Bytes a = BytesOf(srcSelection, source);
+    const Bytes b = BytesOf(dstSelection, target);
+    return a.start < b.end && b.start < a.end;
+}
