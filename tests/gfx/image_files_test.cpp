@@ -357,7 +357,7 @@ TEST_F(ImageFiles, SixteenBitChannelsAreCutToTheirHighBytes) {
     for (std::size_t i = 0; i < pixels.size(); ++i) {
         for (u32 channel = 0; channel < 4; ++channel) {
             EXPECT_EQ(pixels[i] >> (8 * channel) & 0xFF,
-                      static_cast<u8>(wide[i * 8 + channel * 2]));
+                      static_cast<u8>(wide[i * 8 + std::size_t{channel} * 2]));
         }
     }
 }
@@ -413,8 +413,8 @@ TEST_F(ImageFiles, ABrokenPngLeavesNoBitmap) {
     const std::string bytes = Get("A");
     // Up to the last byte of the picture's data; what follows is not needed.
     const std::size_t data = bytes.find("IDAT");
-    const std::size_t end = data + 4 + (static_cast<u8>(bytes[data - 2]) << 8U) +
-                            static_cast<u8>(bytes[data - 1]);
+    const std::size_t end =
+        data + 4 + (static_cast<u8>(bytes[data - 2]) << 8U) + static_cast<u8>(bytes[data - 1]);
     for (std::size_t size = 20; size < end - 8; size += 7) {
         SCOPED_TRACE(size);
         ExpectRefused(Load(bytes.substr(0, size)));
@@ -483,9 +483,9 @@ TEST_F(ImageFiles, APngIsEightBitRgbaWithoutInterlace) {
 
 TEST_F(ImageFiles, TheScreenCanBeSaved) {
     EXPECT_EQ(SaveImage(kScreenBitmap, "A.png", 1), 1U);
-    EXPECT_EQ(AsConverted("A.png"), std::vector<u32>(40 * 30, 0xFF000000));
+    EXPECT_EQ(AsConverted("A.png"), std::vector<u32>(std::size_t{40} * 30, 0xFF000000));
     EXPECT_EQ(SaveImage(kScreenBitmap, "A.bmp", 0), 1U);
-    EXPECT_EQ(Pixels(LoadImage("A.bmp")), std::vector<u32>(40 * 30, 0xFF000000));
+    EXPECT_EQ(Pixels(LoadImage("A.bmp")), std::vector<u32>(std::size_t{40} * 30, 0xFF000000));
 }
 
 TEST_F(ImageFiles, SaveWithFormat2Returns0WithoutTouchingTheFileSystem) {
