@@ -26,31 +26,30 @@ HWY_INLINE u32 LayOver(u32 old, u32 colour, u32 c) {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr hn::Full128<u32> d32;
-constexpr hn::Full128<u16> d16;
-constexpr hn::Full128<u8> d8;
-using V16 = hn::Vec<hn::Full128<u16>>;
+constexpr hn::ScalableTag<u32> d32;
+constexpr hn::Repartition<u16, decltype(d32)> d16;
+constexpr hn::Repartition<u8, decltype(d32)> d8;
+constexpr hn::Rebind<u8, decltype(d32)> dCoverage;
+using V16 = hn::Vec<decltype(d16)>;
 
 // value / 255 in 16-bit lanes.
 HWY_INLINE V16 Div255Lanes(V16 value) {
     return hn::ShiftRight<7>(hn::MulHigh(value, hn::Set(d16, 0x8081)));
 }
 
-// Four pixels with the four coverage bytes in `four`.
-HWY_INLINE void LayFour(u8* pixels, u32 four, u32 colour) {
-    const auto old = hn::BitCast(d16, hn::LoadU(d8, pixels));
-    // Each coverage byte four times, once for each byte of its pixel.
-    const auto bytes = hn::BitCast(d8, hn::Set(d32, four));
-    const auto pairs = hn::BitCast(d16, hn::InterleaveLower(d8, bytes, bytes));
-    const V16 coverage = hn::InterleaveLower(d16, pairs, pairs);
-    const V16 rest = hn::Not(coverage);
-    const V16 colours = hn::BitCast(d16, hn::Set(d32, colour));
+// A vector of pixels with as many coverage bytes.
+HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour) {
+    const V16 old = hn::BitCast(d16, hn::LoadU(d8, pixels));
+    // The coverage in both 16-bit lanes of its pixel.
+    const auto once = hn::PromoteTo(d32, hn::LoadU(dCoverage, coverage));
+    const V16 cover = hn::BitCast(d16, hn::Or(once, hn::ShiftLeft<16>(once)));
     const V16 low = hn::Set(d16, 0x00FF);
-    const V16 even = Div255Lanes(hn::Add(hn::Mul(hn::And(colours, low), hn::And(coverage, low)),
-                                         hn::Mul(hn::And(old, low), hn::And(rest, low))));
-    const V16 odd =
-        Div255Lanes(hn::Add(hn::Mul(hn::ShiftRight<8>(colours), hn::ShiftRight<8>(coverage)),
-                            hn::Mul(hn::ShiftRight<8>(old), hn::ShiftRight<8>(rest))));
+    const V16 rest = hn::Sub(low, cover);
+    const V16 colours = hn::BitCast(d16, hn::Set(d32, colour));
+    const V16 even = Div255Lanes(
+        hn::Add(hn::Mul(hn::And(colours, low), cover), hn::Mul(hn::And(old, low), rest)));
+    const V16 odd = Div255Lanes(
+        hn::Add(hn::Mul(hn::ShiftRight<8>(colours), cover), hn::Mul(hn::ShiftRight<8>(old), rest)));
     hn::StoreU(hn::BitCast(d8, hn::Or(even, hn::ShiftLeft<8>(odd))), d8, pixels);
 }
 
@@ -59,10 +58,8 @@ HWY_INLINE void LayFour(u8* pixels, u32 four, u32 colour) {
 void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    for (; x + 4 <= count; x += 4) {
-        const u32 four = LoadBytes<u32>(coverage + x);
-        if (four != 0) LayFour(pixels + x * 4, four, colour);
-    }
+    const std::size_t step = hn::Lanes(d32);
+    for (; x + step <= count; x += step) LayVector(pixels + x * 4, coverage + x, colour);
 #endif
     for (; x < count; ++x) {
         u8* const pixel = pixels + x * 4;
@@ -74,12 +71,11 @@ bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
     u32 all = 0xFFFFFFFF;
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const hn::ScalableTag<u8> wide;
-    const std::size_t step = hn::Lanes(wide) / 4;
-    auto lanes = hn::Set(wide, 0xFF);
-    for (; x + step <= count; x += step) lanes = hn::And(lanes, hn::LoadU(wide, pixels + x * 4));
+    const std::size_t step = hn::Lanes(d32);
+    auto lanes = hn::Set(d8, 0xFF);
+    for (; x + step <= count; x += step) lanes = hn::And(lanes, hn::LoadU(d8, pixels + x * 4));
     HWY_ALIGN u8 bytes[HWY_MAX_BYTES];
-    hn::Store(lanes, wide, bytes);
+    hn::Store(lanes, d8, bytes);
     for (std::size_t i = 0; i < step; ++i) all &= LoadBytes<u32>(bytes + i * 4);
 #endif
     for (; x < count; ++x) all &= LoadBytes<u32>(pixels + x * 4);
@@ -89,17 +85,15 @@ bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
 void CopyExchangedHere(u8* to, const u8* from, std::size_t count) {
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const hn::ScalableTag<u8> wide;
-    const hn::Repartition<u32, decltype(wide)> words;
-    const std::size_t step = hn::Lanes(words);
-    const auto greenAlpha = hn::Set(words, 0xFF00FF00);
-    const auto low = hn::Set(words, 0x000000FF);
+    const std::size_t step = hn::Lanes(d32);
+    const auto greenAlpha = hn::Set(d32, 0xFF00FF00);
+    const auto low = hn::Set(d32, 0x000000FF);
     for (; i + step <= count; i += step) {
-        const auto v = hn::BitCast(words, hn::LoadU(wide, from + i * 4));
+        const auto v = hn::BitCast(d32, hn::LoadU(d8, from + i * 4));
         const auto exchanged =
             hn::Or(hn::And(v, greenAlpha),
                    hn::Or(hn::ShiftLeft<16>(hn::And(v, low)), hn::And(hn::ShiftRight<16>(v), low)));
-        hn::StoreU(hn::BitCast(wide, exchanged), wide, to + i * 4);
+        hn::StoreU(hn::BitCast(d8, exchanged), d8, to + i * 4);
     }
 #endif
     for (; i < count; ++i) {

@@ -4,17 +4,19 @@
 
 #include "base/types.h"
 
+// Builds with sanitizers check each access explicitly instead.
 #if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool kCheckedAccess = true;
+#define MOXI_CHECKED_ACCESS 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(undefined_behavior_sanitizer)
-inline constexpr bool kCheckedAccess = true;
-#else
-inline constexpr bool kCheckedAccess = false;
+#define MOXI_CHECKED_ACCESS 1
 #endif
-#else
-inline constexpr bool kCheckedAccess = false;
 #endif
+#ifndef MOXI_CHECKED_ACCESS
+#define MOXI_CHECKED_ACCESS 0
+#endif
+
+inline constexpr bool kCheckedAccess = MOXI_CHECKED_ACCESS != 0;
 
 // Ends the host: one line with the newest trace addresses goes to debug.log, then the fatal
 // message "Memory fault at 0x%8.8X. Terminating. So sorry." with the header's PC is shown, then

@@ -5,12 +5,15 @@
 #include "vm/guard.h"
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
-// addresses are left to the guard: optimised builds without sanitizers only.
-#if defined(__OPTIMIZE__)
-inline constexpr bool kThreaded = !kCheckedAccess;
+// addresses are left to the guard: optimised builds without sanitizers only. The others do not even
+// compile the handlers, of which there are thousands.
+#if defined(__OPTIMIZE__) && !MOXI_CHECKED_ACCESS
+#define MOXI_THREADED 1
 #else
-inline constexpr bool kThreaded = false;
+#define MOXI_THREADED 0
 #endif
 
-// Runs from the header's PC until the run ends.
+inline constexpr bool kThreaded = MOXI_THREADED != 0;
+
+// Runs from the header's PC until the run ends. Only where kThreaded holds.
 void RunThreaded();

@@ -8,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "base/bytes.h"
 #include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 
@@ -60,26 +61,42 @@ TextSize MeasureText(TextFont& font, std::string_view text) {
                    ? TextSize{static_cast<double>(width) / PANGO_SCALE, font.line.Height()}
                    : MeasureLayout(font, text);
     }
-    static ShapedText shaped;
-    Shape(font, text, script, shaped);
-    return {static_cast<double>(shaped.width) / PANGO_SCALE, font.line.Height()};
+    return {static_cast<double>(Shape(font, text, script).width) / PANGO_SCALE, font.line.Height()};
 }
 
 struct PlacedGlyph {
-    const GlyphPicture* picture;
+    u32 glyph;
     i32 left, top;
 };
 
-void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>& bytes) {
-    const GlyphPicture& from = *glyph.picture;
+// The sums of eight bytes each, at most 255.
+u64 AddBytes(u64 a, u64 b) {
+    constexpr u64 kHigh = 0x8080808080808080;
+    const u64 sum = ((a & ~kHigh) + (b & ~kHigh)) ^ ((a ^ b) & kHigh);
+    const u64 over = ((a & b) | ((a | b) & ~sum)) & kHigh;
+    return sum | ((over >> 7) * 0xFF);
+}
+
+// Glyphs are added eight bytes at a time, so a picture's bytes end with room for seven more.
+constexpr std::size_t kSlack = 8;
+
+void AddGlyph(const GlyphPicture& from, const PlacedGlyph& glyph, const TextPicture& into,
+              std::vector<u8>& bytes) {
     const i32 first = std::max(0, into.left - glyph.left);
     const i32 end = std::min(from.width, into.left + into.width - glyph.left);
-    for (i32 row = 0; row < from.height; ++row) {
-        const u8* const source =
-            from.coverage.data() + static_cast<std::ptrdiff_t>(row) * from.width;
-        u8* const target = bytes.data() +
-                           static_cast<std::ptrdiff_t>(glyph.top - into.top + row) * into.width +
-                           (glyph.left - into.left);
+    const bool isWhole = first == 0 && end == from.width;
+    const u8* source = from.coverage.data();
+    u8* target = bytes.data() + static_cast<std::ptrdiff_t>(glyph.top - into.top) * into.width +
+                 (glyph.left - into.left);
+    for (i32 row = 0; row < from.height; ++row, source += from.stride, target += into.width) {
+        if (isWhole) {
+            // What is beyond the glyph's width adds nothing to the bytes that follow.
+            for (std::size_t x = 0; x < from.stride; x += 8) {
+                StoreBytes<u64>(target + x,
+                                AddBytes(LoadBytes<u64>(target + x), LoadBytes<u64>(source + x)));
+            }
+            continue;
+        }
         for (i32 x = first; x < end; ++x) {
             target[x] = static_cast<u8>(std::min(255, target[x] + source[x]));
         }
@@ -89,9 +106,8 @@ void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>
 // The same picture that Cairo draws: glyphs on whole pixels, their coverage added.
 TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript script, i32 columns,
                        std::vector<u8>& bytes) {
-    static ShapedText shaped;
     static std::vector<PlacedGlyph> placed;
-    Shape(font, text, script, shaped);
+    const ShapedText& shaped = Shape(font, text, script);
     placed.clear();
     i32 left = columns;
     i32 right = 0;
@@ -103,7 +119,7 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
         const auto pixel = [](i32 units) {
             return static_cast<i32>(std::floor(static_cast<double>(units) / PANGO_SCALE + 0.5));
         };
-        const PlacedGlyph one = {&picture, pixel(glyph.x) + picture.left,
+        const PlacedGlyph one = {glyph.glyph, pixel(glyph.x) + picture.left,
                                  pixel(glyph.y) + picture.top};
         if (one.left >= columns || one.left + picture.width <= 0) continue;
         top = placed.empty() ? one.top : std::min(top, one.top);
@@ -118,8 +134,10 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
     right = std::min(right, columns);
     const TextPicture picture = {
         nullptr, static_cast<std::size_t>(right - left), left, top, right - left, bottom - top};
-    bytes.assign(picture.stride * static_cast<std::size_t>(picture.height), 0);
-    for (const PlacedGlyph& glyph : placed) AddGlyph(glyph, picture, bytes);
+    bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kSlack, 0);
+    for (const PlacedGlyph& glyph : placed) {
+        AddGlyph(PictureOf(font, glyph.glyph), glyph, picture, bytes);
+    }
     return picture;
 }
 

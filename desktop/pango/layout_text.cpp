@@ -160,25 +160,28 @@ TextSize MeasureLayout(TextFont& font, std::string_view text) {
     return {static_cast<double>(measured.width) / PANGO_SCALE, measured.line.Height()};
 }
 
-TextFit FitLayout(TextFont& font, std::string_view text, double width) {
+std::size_t FindLayoutOverflow(TextFont& font, std::string_view text, double width) {
     const double limit = width * PANGO_SCALE;
     std::size_t count = kFirstPiece;
     while (true) {
         const std::string_view piece = text.substr(0, PrefixEnd(text, count));
         const bool all = piece.size() == text.size();
-        const Measured whole = Measure(font, piece);
-        if (all && whole.width <= limit) return {true, 0, whole.line.Height()};
-        if (all || whole.width > limit + kMargin * font.size * PANGO_SCALE) {
+        const i32 pieceWidth = Measure(font, piece).width;
+        if (all && pieceWidth <= limit) return std::string_view::npos;
+        if (all || pieceWidth > limit + kMargin * font.size * PANGO_SCALE) {
             const std::vector<i32> widths = CharacterWidths(
                 pango_layout_get_line_readonly(font.layout, 0), pango_layout_get_text(font.layout));
             const std::size_t overflow = FindOverflow(font, piece, widths, limit);
-            const LineHeight line =
-                Union(whole.line, HeightOfRest(font, text.substr(piece.size())));
-            if (overflow != std::string_view::npos) return {false, overflow, line.Height()};
-            if (all) return {true, 0, line.Height()};
+            if (all || overflow != std::string_view::npos) return overflow;
         }
         count *= 2;
     }
+}
+
+double LayoutHeight(TextFont& font, std::string_view text, std::size_t laidOut) {
+    return Union(Measure(font, text.substr(0, laidOut)).line,
+                 HeightOfRest(font, text.substr(laidOut)))
+        .Height();
 }
 
 TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::vector<u8>& bytes) {
@@ -197,7 +200,7 @@ TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::
     const i32 width = right - left;
     const i32 height = bottom - top;
     bytes.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
-    DrawCoverage(bytes, width, height, [&](cairo_t* cairo) {
+    DrawCoverage(bytes, static_cast<std::size_t>(width), width, height, [&](cairo_t* cairo) {
         cairo_move_to(cairo, -left, -top);
         pango_cairo_show_layout_line(cairo, line);
     });

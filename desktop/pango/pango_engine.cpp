@@ -1,7 +1,7 @@
 #include "desktop/pango/pango_engine.h"
 
+#include "desktop/pango/fits.h"
 #include "desktop/pango/labels.h"
-#include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 #include "desktop/pango/text_font.h"
 #include "desktop/pango/typeface.h"
@@ -18,8 +18,7 @@ TextSize Measure(TextFont* font, std::string_view text) {
 }
 
 TextFit Fit(TextFont* font, std::string_view text, double width) {
-    return ScriptOfText(*font, text) == SimpleScript::None ? FitLayout(*font, text, width)
-                                                           : FitSimple(*font, text, width);
+    return FitText(*font, text, width);
 }
 
 TextPicture Draw(TextFont* font, std::string_view text, bool underline, i32 columns) {
@@ -43,6 +42,7 @@ void StartPangoText() {
 
 void ResetPangoText() {
     ForgetLabels();
+    ForgetFits();
     ResetSimpleText();
     ResetTypefaces();
 }

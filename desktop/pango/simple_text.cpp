@@ -20,6 +20,7 @@ struct ShapedPiece {
     ShapedText shaped;
 };
 ShapedPiece piece;
+ShapedPiece whole;  // the text that was asked for as a whole last
 
 constexpr std::size_t kShortestPiece = 32;
 constexpr double kLinesAhead = 4;
@@ -56,6 +57,25 @@ SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
     return SimpleScript::Common;
 }
 
+void TakeGlyphs(ShapedText& shaped) {
+    unsigned count = 0;
+    const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
+    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
+    shaped.glyphs.resize(count);
+    i32 x = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        shaped.glyphs[i] = {
+            infos[i].codepoint,
+            infos[i].cluster,
+            x + positions[i].x_offset,
+            -positions[i].y_offset,
+            x,
+            (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
+        x += positions[i].x_advance;
+    }
+    shaped.width = x;
+}
+
 // Shapes text[from, to), seen as the end of a text.
 void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
@@ -78,6 +98,12 @@ i32 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, s
     i32 width = 0;
     for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
     return width;
+}
+
+// The first glyph of the characters at `index` or after it.
+std::vector<ShapedGlyph>::const_iterator FirstGlyphOf(const ShapedText& shaped, std::size_t index) {
+    return std::lower_bound(shaped.glyphs.begin(), shaped.glyphs.end(), index,
+                            [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
 }
 
 // What text.substr(0, end) measures, where `text` is shaped from its start to somewhere at or
@@ -103,9 +129,7 @@ i32 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, Si
 // Cuts the part before `start` off the piece that was shaped last, if nothing changes by that.
 bool CutPiece(std::size_t start) {
     std::vector<ShapedGlyph>& glyphs = piece.shaped.glyphs;
-    const auto first =
-        std::lower_bound(glyphs.begin(), glyphs.end(), start,
-                         [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
+    const auto first = FirstGlyphOf(piece.shaped, start);
     if (first == glyphs.end() || first->cluster != start || first->unsafe) return false;
     const i32 before = first->before;
     glyphs.erase(glyphs.begin(), first);
@@ -138,7 +162,24 @@ void ShapePiece(const TextFont& font, std::string_view text, SimpleScript script
     piece.address = reinterpret_cast<std::uintptr_t>(text.data());
     piece.text = text.substr(0, end);
     piece.script = script;
-    Shape(font, piece.text, script, piece.shaped);
+    FillBuffer(font, piece.text, 0, end, script);
+    TakeGlyphs(piece.shaped);
+}
+
+// Takes the glyphs of `text` from the piece, if it starts with the text and cutting there changes
+// nothing.
+bool TakeFromPiece(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (piece.font != font.id || piece.script != script || piece.text.size() <= text.size() ||
+        std::string_view(piece.text).substr(0, text.size()) != text) {
+        return false;
+    }
+    const auto end = FirstGlyphOf(piece.shaped, text.size());
+    if (end == piece.shaped.glyphs.end() || end->cluster != text.size() || end->unsafe) {
+        return false;
+    }
+    whole.shaped.glyphs.assign(piece.shaped.glyphs.cbegin(), end);
+    whole.shaped.width = end->before;
+    return true;
 }
 
 // The first character with which the text is wider than `limit`, searched in the shaped piece;
@@ -201,24 +242,16 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
     return script;
 }
 
-void Shape(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped) {
-    FillBuffer(font, text, 0, text.size(), script);
-    unsigned count = 0;
-    const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
-    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    shaped.glyphs.resize(count);
-    i32 x = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        shaped.glyphs[i] = {
-            infos[i].codepoint,
-            infos[i].cluster,
-            x + positions[i].x_offset,
-            -positions[i].y_offset,
-            x,
-            (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
-        x += positions[i].x_advance;
+const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
+    if (!TakeFromPiece(font, text, script)) {
+        FillBuffer(font, text, 0, text.size(), script);
+        TakeGlyphs(whole.shaped);
     }
-    shaped.width = x;
+    whole.font = font.id;
+    whole.text = text;
+    whole.script = script;
+    return whole.shaped;
 }
 
 bool MeasureRuns(const TextFont& font, std::string_view text, i32& width) {
@@ -239,8 +272,8 @@ bool MeasureRuns(const TextFont& font, std::string_view text, i32& width) {
     return true;
 }
 
-TextFit FitSimple(const TextFont& font, std::string_view text, double width) {
-    const SimpleScript script = ScriptOfText(font, text);
+std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, SimpleScript script,
+                               double width) {
     const double limit = width * PANGO_SCALE;
     // About four lines, if the text is a paragraph that is laid out line by line.
     const double lines = std::clamp(kLinesAhead * width / (font.size * kUsualWidth), 0.0, 1e9);
@@ -249,13 +282,12 @@ TextFit FitSimple(const TextFont& font, std::string_view text, double width) {
     while (true) {
         if (!shaped) ShapePiece(font, text, script, length);
         const bool all = piece.text.size() == text.size();
-        if (all && piece.shaped.width <= limit) return {true, 0, font.line.Height()};
+        if (all && piece.shaped.width <= limit) return std::string_view::npos;
         // Near its end a piece is not shaped as the whole text is.
         if (all || piece.shaped.width > limit + font.size * PANGO_SCALE) {
             const std::size_t overflow = FindOverflow(font, limit);
-            if (overflow != std::string_view::npos) return {false, overflow, font.line.Height()};
+            if (all || overflow != std::string_view::npos) return overflow;
         }
-        if (all) return {true, 0, font.line.Height()};
         shaped = false;
         length = std::max(length, piece.text.size() * 2);
     }
@@ -263,6 +295,7 @@ TextFit FitSimple(const TextFont& font, std::string_view text, double width) {
 
 void ResetSimpleText() {
     piece = {};
+    whole = {};
     if (buffer != nullptr) hb_buffer_destroy(buffer);
     buffer = nullptr;
 }

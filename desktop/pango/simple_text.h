@@ -25,14 +25,17 @@ struct ShapedText {
 // text is not simple in this font.
 SimpleScript ScriptOfText(const TextFont& font, std::string_view text);
 
-void Shape(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped);
+// The shaped text, valid until the next call of a function of this file.
+const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script);
 
 // The width of a text whose characters all have a script of their own, though not all the same:
 // a run for each. False when the text is another.
 bool MeasureRuns(const TextFont& font, std::string_view text, i32& width);
 
-// How the whole of a simple text fits.
-TextFit FitSimple(const TextFont& font, std::string_view text, double width);
+// The byte at which the first character starts with which the text is wider than `width`; npos when
+// there is none.
+std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, SimpleScript script,
+                               double width);
 
-// Forgets the text that FitSimple shaped last.
+// Forgets what was shaped last.
 void ResetSimpleText();

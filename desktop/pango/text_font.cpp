@@ -77,9 +77,10 @@ void DeleteTextFont(TextFont* font) {
 }
 
 const GlyphPicture& PictureOf(TextFont& font, u32 glyph) {
-    const auto [place, isNew] = font.glyphs.try_emplace(glyph);
-    GlyphPicture& picture = place->second;
-    if (!isNew) return picture;
+    if (glyph >= font.glyphs.size()) font.glyphs.resize(std::size_t{glyph} + 1);
+    GlyphPicture& picture = font.glyphs[glyph];
+    if (picture.drawn) return picture;
+    picture.drawn = true;
     cairo_glyph_t at = {glyph, 0, 0};
     cairo_text_extents_t ink;
     cairo_scaled_font_glyph_extents(font.scaled, &at, 1, &ink);
@@ -91,13 +92,14 @@ const GlyphPicture& PictureOf(TextFont& font, u32 glyph) {
         picture.width = picture.height = 0;
         return picture;
     }
-    picture.coverage.resize(static_cast<std::size_t>(picture.width) *
-                            static_cast<std::size_t>(picture.height));
-    DrawCoverage(picture.coverage, picture.width, picture.height, [&](cairo_t* cairo) {
-        cairo_set_scaled_font(cairo, font.scaled);
-        at.x = -picture.left;
-        at.y = -picture.top;
-        cairo_show_glyphs(cairo, &at, 1);
-    });
+    picture.stride = (static_cast<std::size_t>(picture.width) + 7) / 8 * 8;
+    picture.coverage.resize(picture.stride * static_cast<std::size_t>(picture.height));
+    DrawCoverage(picture.coverage, picture.stride, picture.width, picture.height,
+                 [&](cairo_t* cairo) {
+                     cairo_set_scaled_font(cairo, font.scaled);
+                     at.x = -picture.left;
+                     at.y = -picture.top;
+                     cairo_show_glyphs(cairo, &at, 1);
+                 });
     return picture;
 }

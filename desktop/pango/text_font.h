@@ -21,8 +21,10 @@ struct LineHeight {
 
 // Coverage of one glyph; its position is relative to the glyph's origin, rows go down.
 struct GlyphPicture {
+    bool drawn;
     i32 left, top, width, height;
-    std::vector<u8> coverage;  // width bytes a row; empty for a blank
+    std::size_t stride;        // width, made up to a multiple of 8 with zeros
+    std::vector<u8> coverage;  // empty for a blank
 };
 
 struct TextFont {
@@ -35,8 +37,8 @@ struct TextFont {
     // Null when the typeface needs Pango.
     cairo_scaled_font_t* scaled;
     hb_font_t* shaper;
-    PangoLayout* layout;  // made by LayoutOf
-    std::unordered_map<u32, GlyphPicture> glyphs;
+    PangoLayout* layout;                              // made by LayoutOf
+    std::vector<GlyphPicture> glyphs;                 // by glyph number
     std::unordered_map<u32, LineHeight> lineHeights;  // by character, of fonts that step in
 };
 

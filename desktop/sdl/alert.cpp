@@ -9,6 +9,7 @@
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 constexpr i32 kScreenMargin = 40;  // for the box's own title bar and the desktop's panels
@@ -139,6 +140,19 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
     }
 }
 
+// On the watchdog's thread the gate is open in between, because the main thread may want to enter.
+static bool NextBoxEvent(SDL_Event& event) {
+    if (IsMainThread()) {
+        NoteTurn();
+        return SDL_WaitEventTimeout(&event, kWaitMilliseconds) != 0;
+    }
+    if (SDL_PollEvent(&event) != 0) return true;
+    UnlockGate();
+    SDL_Delay(kWaitMilliseconds);
+    LockGate();
+    return false;
+}
+
 int ShowBox(const BoxText& text, bool (*stop)()) {
     FcInit();
     Box box;
@@ -147,7 +161,7 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
         SDL_Event event;
-        if (SDL_WaitEventTimeout(&event, kWaitMilliseconds) == 0) continue;
+        if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
     SDL_DestroyWindow(box.window);

@@ -36,6 +36,10 @@ bool TryLockGate() {
     return gate.try_lock();
 }
 
+void LockGate() {
+    gate.lock();
+}
+
 void UnlockGate() {
     gate.unlock();
 }

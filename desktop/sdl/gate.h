@@ -14,6 +14,7 @@ bool IsMainThread();          // any thread
 
 // The watchdog's side: true when the main thread is outside; then UnlockGate must follow.
 bool TryLockGate();
+void LockGate();
 void UnlockGate();
 
 // For the functions of the desktop record.

@@ -18,6 +18,7 @@
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
@@ -116,21 +117,28 @@ static void End() {
     ended = true;
 }
 
+static bool Ask(bool (*question)()) {
+    NoteQuestion();
+    const bool answer = Tell(question);
+    NoteAnswer();
+    return answer;
+}
+
 static void ServeRequests() {
     if (closeRequested) {
         closeRequested = false;
-        if (GameWindow() != nullptr && Tell(desktopEvents.windowShouldClose)) {
+        if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
             Tell(desktopEvents.windowWillClose);
             DestroyGameWindow();
             // The last window ends the application. It is asked once more, but with the window
             // gone its answer cannot keep it alive.
-            Tell(desktopEvents.shouldTerminate);
+            Ask(desktopEvents.shouldTerminate);
             return End();
         }
     }
     if (quitRequested) {
         quitRequested = false;
-        if (Tell(desktopEvents.shouldTerminate)) End();
+        if (Ask(desktopEvents.shouldTerminate)) End();
     }
 }
 
@@ -175,6 +183,7 @@ void RunEventLoop() {
     Tell(desktopEvents.didFinishLaunching);
     if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
     while (!ended) {
+        NoteTurn();
         SDL_Event event;
         if (WaitForEvent(event, NextTurn())) HandleEvents(event);
         ServeRequests();
@@ -196,6 +205,7 @@ void SleepWithRedraw(u64 milliseconds) {
     ServeRedraw();
     for (;;) {
         SDL_PumpEvents();
+        NotePumping();
         const u64 now = Nanoseconds();
         if (now >= until) break;
         const OutsideDesktop outside;

@@ -19,6 +19,7 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
 static void SetHints() {
@@ -59,6 +60,11 @@ static bool SurvivesStart() {
 }
 
 static void ShutDown() {
+    {
+        // Not inside: it may be waiting to enter.
+        const OutsideDesktop outside;
+        StopWatchdog();
+    }
     const InsideDesktop inside;
     ResetTimers();
     DestroyGameWindow();
@@ -95,6 +101,8 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         StopUrlOpener();
         return false;
     }
+    // On X11 a window's surface goes to the server as it is, and only where it has changed.
+    if (std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
     BindGateToMainThread();
     ResetTimers();
     ResetSdlKeyboard();

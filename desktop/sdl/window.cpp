@@ -18,6 +18,7 @@
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
+#include "desktop/sdl/watchdog.h"
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
@@ -25,7 +26,7 @@ constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
-static constinit std::string title;
+static std::string title;
 static constinit GeometryTracker tracker;     // content area
 static constinit Borders borders;             // all 0 where the desktop does not tell
 static constinit bool reported = false;       // the desktop has told of a change since we looked
@@ -128,6 +129,7 @@ void ShowGameWindow() {
     SDL_RaiseWindow(window);
     if (shown) return;
     shown = true;
+    StartWatchdog();
     ReadBorders();
     // Window managers put the frame where the content should be.
     owed = true;
@@ -283,10 +285,13 @@ static void SetMiniaturized(bool now) {
 void HandleWindowEvent(const SDL_WindowEvent& event) {
     switch (event.event) {
         case SDL_WINDOWEVENT_EXPOSED: RequestWholeRedraw(); break;
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+            RequestWholeRedraw();
+            reported = true;
+            break;
         case SDL_WINDOWEVENT_SHOWN:
         case SDL_WINDOWEVENT_MOVED:
         case SDL_WINDOWEVENT_RESIZED:
-        case SDL_WINDOWEVENT_SIZE_CHANGED:
         case SDL_WINDOWEVENT_DISPLAY_CHANGED: reported = true; break;
         case SDL_WINDOWEVENT_MAXIMIZED:
         case SDL_WINDOWEVENT_RESTORED:

@@ -1,0 +1,76 @@
+#include "desktop/pango/fits.h"
+
+#include <bit>
+#include <functional>
+#include <string>
+
+#include "desktop/pango/labels.h"
+#include "desktop/pango/layout_text.h"
+#include "desktop/pango/simple_text.h"
+
+namespace {
+
+constexpr std::size_t kKept = 512;
+constexpr std::size_t kHashedBytes = 24;
+constexpr std::size_t kLongestKept = 1024;
+
+// An answer depends on the text up to and with the first character that is too much, not on what
+// follows.
+struct Kept {
+    u64 font = 0;
+    double width = 0;
+    std::size_t overflow = 0;
+    std::string text;
+};
+Kept kept[kKept];
+
+Kept& SlotOf(const TextFont& font, std::string_view text, double width) {
+    const std::size_t hash = std::hash<std::string_view>()(text.substr(0, kHashedBytes)) ^
+                             (font.id + std::bit_cast<u64>(width)) * 0x9E3779B97F4A7C15;
+    return kept[(hash ^ hash >> 32) % kKept];
+}
+
+std::size_t CharacterEnd(std::string_view text, std::size_t index) {
+    do {
+        ++index;
+    } while (index < text.size() && (static_cast<u8>(text[index]) & 0xC0) == 0x80);
+    return index;
+}
+
+// So short that it may well fit as a whole.
+bool IsShort(const TextFont& font, std::string_view text, double width) {
+    constexpr double kNarrow = 0.3;  // of a character, in font sizes
+    constexpr double kFew = 8;
+    return static_cast<double>(text.size()) < kFew + width / (font.size * kNarrow);
+}
+
+}  // namespace
+
+TextFit FitText(TextFont& font, std::string_view text, double width) {
+    const SimpleScript script = ScriptOfText(font, text);
+    const bool simple = script != SimpleScript::None;
+    Kept& slot = SlotOf(font, text, width);
+    std::size_t overflow = std::string_view::npos;
+    if (slot.font == font.id && slot.width == width && text.starts_with(slot.text)) {
+        overflow = slot.overflow;
+    } else {
+        if (IsShort(font, text, width)) {
+            const TextSize size = FindLabel(font, text, false).size;
+            if (size.width <= width) return {true, 0, size.height};
+        }
+        overflow = simple ? FindSimpleOverflow(font, text, script, width)
+                          : FindLayoutOverflow(font, text, width);
+        if (overflow != std::string_view::npos && overflow < kLongestKept) {
+            slot = {font.id, width, overflow,
+                    std::string(text.substr(0, CharacterEnd(text, overflow)))};
+        }
+    }
+    const bool whole = overflow == std::string_view::npos;
+    if (simple) return {whole, whole ? 0 : overflow, font.line.Height()};
+    if (whole) return {true, 0, MeasureLayout(font, text).height};
+    return {false, overflow, LayoutHeight(font, text, CharacterEnd(text, overflow))};
+}
+
+void ForgetFits() {
+    for (Kept& one : kept) one = {};
+}

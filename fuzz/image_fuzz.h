@@ -1,0 +1,67 @@
+#pragma once
+// What the two image fuzzers share: a machine with a heap of 4 MiB, and a file in memory that every
+// name opens.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "desktop/folders.h"
+#include "gfx/bitmap.h"
+#include "gfx/image_files.h"
+#include "sys/files.h"
+#include "sys/system_calls.h"
+#include "vm/heap.h"
+#include "vm/machine.h"
+
+namespace image_fuzz {
+
+constexpr u32 kImageSize = (4 << 20) + 4096;
+
+inline const u8* fileBytes = nullptr;
+inline std::size_t fileSize = 0;
+
+inline std::FILE* OpenMemory(const char*, const char*) {
+    return fmemopen(const_cast<u8*>(fileBytes), fileSize, "rb");
+}
+
+inline void StartMachine() {
+    static bool started = false;
+    if (!started) {
+        started = true;
+        folders.resources = "/";
+        folders.dataOverride = "/";
+        InitFolders();
+        AllocateImage(kImageSize);
+        heapStart = 4096;
+        heapSize = kImageSize - heapStart;
+        systemCalls.open = OpenMemory;
+    }
+    InitHeapTable();
+    AllocHeap(4);
+}
+
+inline void Require(bool holds) {
+    if (!holds) std::abort();
+}
+
+// Loads the bytes as an image file. A bitmap that comes back must lie in the heap, and without one
+// the heap must be as free as before. The handle is freed again.
+inline void LoadFuzzedImage(const u8* data, std::size_t size) {
+    if (size == 0) return;
+    StartMachine();
+    fileBytes = data;
+    fileSize = size;
+    const u32 handle = LoadImage("A");
+    if (handle != 0) {
+        StartSRC(handle);
+        Require(Reaches(srcSelection, BitmapArea(srcSelection)) || srcSelection.width == 0 ||
+                srcSelection.height == 0);
+        EndSRC();
+        FreeBitmap(handle);
+    }
+    Require(heapPointerCount == 0);
+    CompactHeap();
+    Require(heapFree == heapStart + 4);
+}
+
+}  // namespace image_fuzz

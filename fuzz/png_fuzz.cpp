@@ -1,0 +1,8 @@
+// Any bytes as a PNG file, through Load Image.
+
+#include "fuzz/image_fuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
+    image_fuzz::LoadFuzzedImage(data, size);
+    return 0;
+}

@@ -1,0 +1,139 @@
+// Coordinates, redraw rectangles, and what counts as news of the window's geometry.
+#include "desktop/sdl/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include "desktop/sdl/geometry_tracker.h"
+#include "desktop/sdl/timers.h"
+
+namespace {
+constexpr Area kScreen = {0, 0, 1920, 1080};
+
+void ExpectFrame(const WindowFrame& frame, i32 x, i32 y, i32 width, i32 height) {
+    EXPECT_EQ(frame.x, x);
+    EXPECT_EQ(frame.y, y);
+    EXPECT_EQ(frame.width, width);
+    EXPECT_EQ(frame.height, height);
+}
+
+void ExpectRect(const ViewRect& rect, double x, double y, double width, double height) {
+    EXPECT_EQ(rect.x, x);
+    EXPECT_EQ(rect.y, y);
+    EXPECT_EQ(rect.width, width);
+    EXPECT_EQ(rect.height, height);
+}
+
+TEST(Geometry, FramesAreCountedFromTheBottomOfTheMainScreen) {
+    // Bottom edge at 380 + 600 = 980 from the top, so 100 from the bottom.
+    ExpectFrame(FromArea({100, 380, 1000, 600}, kScreen), 100, 100, 1000, 600);
+    EXPECT_EQ(ToArea({100, 100, 1000, 600}, kScreen), (Area{100, 380, 1000, 600}));
+}
+
+TEST(Geometry, AScreenBelowTheMainScreenHasANegativeOrigin) {
+    ExpectFrame(FromArea({0, 1080, 1280, 1024}, kScreen), 0, -1024, 1280, 1024);
+}
+
+TEST(Geometry, AMainScreenThatDoesNotStartAtZeroIsStillTheOrigin) {
+    const Area right = {1280, 0, 1920, 1080};
+    ExpectFrame(FromArea(right, right), 0, 0, 1920, 1080);
+    ExpectFrame(FromArea({0, 56, 1280, 1024}, right), -1280, 0, 1280, 1024);
+}
+
+TEST(Geometry, AFrameIsItsContentWithTheBordersAround) {
+    const Borders borders = {.top = 20, .left = 1, .bottom = 5, .right = 2};
+    EXPECT_EQ(WithBorders({100, 100, 600, 400}, borders), (Area{99, 80, 603, 425}));
+    EXPECT_EQ(WithoutBorders({99, 80, 603, 425}, borders), (Area{100, 100, 600, 400}));
+    EXPECT_EQ(WithoutBorders({0, 0, 2, 10}, borders), (Area{1, 20, 1, 1}));
+}
+
+TEST(Redraw, RequestsJoinIntoOneRectangle) {
+    ExpectRect(Joined({10, 20, 30, 40}, {100, 5, 1, 2}), 10, 5, 91, 55);
+    ExpectRect(Joined({}, {1, 2, 3, 4}), 1, 2, 3, 4);
+    ExpectRect(Joined({1, 2, 3, 4}, {50, 50, 0, 9}), 1, 2, 3, 4);
+}
+
+TEST(Redraw, TheJoinedRectangleIsClippedToTheView) {
+    ExpectRect(Clipped({-10, -20, 700, 30}, {640, 480}), 0, 0, 640, 10);
+    ExpectRect(Clipped({600, 470, 100, 100}, {640, 480}), 600, 470, 40, 10);
+    EXPECT_EQ(Clipped({700, 0, 10, 10}, {640, 480}).width, 0);
+}
+
+TEST(Redraw, TouchedPixelsAreCountedFromTheTop) {
+    EXPECT_EQ(TouchedPixels({10, 20, 30, 40}, {640, 480}), (Area{10, 420, 30, 40}));
+    EXPECT_EQ(TouchedPixels({10.6, 20.6, 1, 1}, {640, 480}), (Area{10, 458, 2, 2}));
+    EXPECT_EQ(TouchedPixels({-5, -5, 4, 4}, {640, 480}), Area{});
+}
+
+// --- Late reports. Times are in nanoseconds.
+
+constexpr u64 kSoon = 1'000'000;
+constexpr u64 kLater = 2'000'000'000;
+
+TEST(GeometryTracker, TheEchoOfARequestIsNoNews) {
+    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}};
+    const GeometryChange asked = AskGeometry(tracker, {50, 60, 700, 500}, 0);
+    EXPECT_TRUE(asked.moved);
+    EXPECT_TRUE(asked.resized);
+    const GeometryChange echo = ObserveGeometry(tracker, {50, 60, 700, 500}, kSoon);
+    EXPECT_FALSE(echo.moved);
+    EXPECT_FALSE(echo.resized);
+}
+
+TEST(GeometryTracker, AReportOfTheOldGeometryAfterARequestIsNoNews) {
+    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}};
+    AskGeometry(tracker, {50, 60, 700, 500}, 0);
+    // The position has been set and the size not yet.
+    const GeometryChange half = ObserveGeometry(tracker, {50, 60, 800, 600}, kSoon);
+    EXPECT_FALSE(half.moved);
+    EXPECT_FALSE(half.resized);
+    EXPECT_EQ(tracker.known, (Area{50, 60, 700, 500}));
+}
+
+TEST(GeometryTracker, AnEchoOfAnEarlierRequestIsNoNews) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    AskGeometry(tracker, {0, 0, 900, 700}, 0);
+    AskGeometry(tracker, {0, 0, 1000, 800}, kSoon);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 1000, 800}, 3 * kSoon).resized);
+}
+
+TEST(GeometryTracker, AUsersChangeAtTheSameMomentIsNews) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    AskGeometry(tracker, {0, 0, 900, 700}, 0);
+    const GeometryChange users = ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon);
+    EXPECT_TRUE(users.resized);
+    // The request's own outcome comes after it and is then what the application has to know.
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
+    EXPECT_EQ(tracker.known, (Area{0, 0, 900, 700}));
+}
+
+TEST(GeometryTracker, AnotherSizeThanWasAskedIsNews) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    AskGeometry(tracker, {0, 0, 5000, 4000}, 0);
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 1920, 1060}, kSoon).resized);
+    EXPECT_EQ(tracker.known, (Area{0, 0, 1920, 1060}));
+}
+
+TEST(GeometryTracker, ARefusedRequestIsNewsOnceItCannotBeLateAnyMore) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    AskGeometry(tracker, {0, 0, 900, 700}, 0);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 800, 600}, kSoon).resized);
+    EXPECT_EQ(NextObservation(tracker), kEchoNanoseconds);
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 800, 600}, kLater).resized);
+    EXPECT_EQ(NextObservation(tracker), kNever);
+}
+
+TEST(GeometryTracker, GrowingAtTheBottomMovesTheBottomLeftCorner) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    const GeometryChange change = ObserveGeometry(tracker, {0, 0, 800, 650}, 0);
+    EXPECT_TRUE(change.moved);
+    EXPECT_TRUE(change.resized);
+}
+
+TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
+    GeometryTracker tracker{.known = {0, 100, 800, 600}, .outlived = {}};
+    const GeometryChange change = ObserveGeometry(tracker, {0, 50, 800, 650}, 0);
+    EXPECT_FALSE(change.moved);
+    EXPECT_TRUE(change.resized);
+}
+}  // namespace
