@@ -35,7 +35,9 @@ class KeyText : public testing::Test {
     DesktopEvents before = desktopEvents;
 };
 
-KeyPress Plain(u8 code) { return {.code = code, .layoutText = true}; }
+KeyPress Plain(u8 code) {
+    return {.code = code, .layoutText = true};
+}
 
 TEST_F(KeyText, TextThatFollowsAPressBelongsToIt) {
     PressKey(Plain(0x00));

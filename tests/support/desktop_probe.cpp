@@ -212,8 +212,8 @@ std::vector<std::string> DesktopProbe::Log(std::size_t from) const {
     return lines;
 }
 
-int DesktopProbe::WaitFor(const std::string& prefix, std::size_t from) const {
-    for (int turn = 0; turn < 1000; ++turn) {
+int DesktopProbe::WaitFor(const std::string& prefix, std::size_t from, int turns) const {
+    for (int turn = 0; turn < turns; ++turn) {
         const std::vector<std::string> lines = Log(from);
         for (std::size_t i = 0; i < lines.size(); ++i) {
             if (lines[i].starts_with(prefix)) return static_cast<int>(from + i);

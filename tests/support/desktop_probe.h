@@ -21,8 +21,8 @@ struct DesktopProbe {
     // The log's lines from the `from`th on.
     std::vector<std::string> Log(std::size_t from = 0) const;
     // Waits until a line that begins with `prefix` stands in the log at or after the `from`th, and
-    // gives its index; -1 when none came in 10 s.
-    int WaitFor(const std::string& prefix, std::size_t from = 0) const;
+    // gives its index; -1 when none came in `turns` looks, 10 ms apart.
+    int WaitFor(const std::string& prefix, std::size_t from = 0, int turns = 2000) const;
     // Waits until nothing has been logged for a while; gives the number of lines.
     std::size_t WaitForQuiet() const;
     // Waits for the end and gives the exit status; -1 when it was killed.

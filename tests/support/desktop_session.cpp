@@ -82,10 +82,10 @@ bool XSession::Start(const std::string& screen, bool windowManager) {
     if (!windowManager) return true;
     manager = StartProcess({"openbox", "--sm-disable"}, "");
     for (int i = 0; i < 500; ++i) {
-        if (OutputOf("xprop -root _NET_SUPPORTING_WM_CHECK").find("0x") != std::string::npos) {
+        if (OutputOf("xprop -root _NET_WORKAREA").find("=") != std::string::npos) {
             return true;
         }
-        SleepMs(10);
+        SleepMs(20);
     }
     return false;
 }

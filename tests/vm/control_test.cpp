@@ -74,6 +74,8 @@ TEST_F(Control, BranchOnFlagsFollowsEveryConditionWithEveryCombinationOfFlags) {
 }
 
 TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
+    // The fields stand in the order in which a row reads.
+    // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
     struct Value {
         u32 size;
         u64 value;
@@ -643,6 +645,21 @@ TEST_F(Control, ReadsOfTheHeaderSeeThePcOfTheInstructionAndTheSpFpAndFlagsBefore
             after.Put(RegisterAt(4), kBenchFP, 8);
             after.Put(RegisterAt(5), 4, 8);
             after.Put(192, 4, 1);
+        },
+        before);
+}
+
+TEST_F(Control, BitsOfTheFlagByteThatAreNoFlagsAreThereUntilTheFirstWriteBackAndThen0) {
+    // MOVEZ.B R3, [192]; MOVEZ.B R4, [192] with the byte 0xFA: ZERO and five other bits
+    const auto load = [](u32 r) { return 26 | r << 5 | 64u << 9; };
+    Picture before = BenchPicture();
+    before.Put(192, 0xFA, 1);
+    ExpectWords(
+        "a loaded flag byte", {load(3), 192, load(4), 192}, 528,
+        [](Picture& after) {
+            after.Put(RegisterAt(3), 0xFA, 8);
+            after.Put(RegisterAt(4), 2, 8);
+            after.Put(192, 2, 1);
         },
         before);
 }
