@@ -167,6 +167,9 @@ void Work(AudioState& state) {
             state.changed.wait(guard);
         }
     }
+    guard.unlock();
+    SDL_TLSCleanup();  // SDL does it for its own threads alone
+    guard.lock();
     state.running--;
     state.changed.notify_all();
 }
