@@ -26,7 +26,7 @@ constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
-static constinit std::string title;
+static std::string title;
 static constinit GeometryTracker tracker;     // content area
 static constinit Borders borders;             // all 0 where the desktop does not tell
 static constinit bool reported = false;       // the desktop has told of a change since we looked
