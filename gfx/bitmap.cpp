@@ -192,35 +192,6 @@ bool PeekModuleBitmap(u32 handle, Selection& selection) {
     return true;
 }
 
-Area Intersect(const Area& a, const Area& b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-            std::min(a.bottom, b.bottom)};
-}
-
-Area BitmapArea(const Selection& selection) {
-    return {0, 0, selection.width, selection.height};
-}
-
-Area ClipArea(const Selection& selection) {
-    return {selection.clipX, selection.clipY, i64{selection.clipX} + selection.clipWidth,
-            i64{selection.clipY} + selection.clipHeight};
-}
-
-bool Reaches(const Selection& selection, const Area& area) {
-    if (selection.host) {
-        return area.left >= 0 && area.top >= 0 && area.right <= selection.width &&
-               area.bottom <= selection.height;
-    }
-    // The stride may be negative, so the lowest row is the first or the last one.
-    const i64 firstRow = area.top * selection.stride;
-    const i64 lastRow = (area.bottom - 1) * selection.stride;
-    const i64 lowest =
-        selection.pixelAddress + std::min(firstRow, lastRow) + area.left * i64{kBytesPerPixel};
-    const i64 end =
-        selection.pixelAddress + std::max(firstRow, lastRow) + area.right * i64{kBytesPerPixel};
-    return lowest >= 0 && end <= i64{imageSize};
-}
-
 void RequireArea(const Selection& selection, const Area& area) {
     if (!area.Empty() && !Reaches(selection, area)) MemoryFault();
 }

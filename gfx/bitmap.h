@@ -5,6 +5,8 @@
 // A pixel is four bytes in the order red, green, blue, alpha; as a word it is
 // alpha << 24 | blue << 16 | green << 8 | red. Rows run from the top down.
 
+#include <algorithm>
+
 #include "base/types.h"
 #include "vm/machine.h"
 
@@ -93,20 +95,44 @@ struct Area {
     bool Empty() const { return left >= right || top >= bottom; }
 };
 
-Area Intersect(const Area& a, const Area& b);
+inline Area Intersect(const Area& a, const Area& b) {
+    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+            std::min(a.bottom, b.bottom)};
+}
 
 // The bitmap's own area, and its clip rectangle.
-Area BitmapArea(const Selection& selection);
-Area ClipArea(const Selection& selection);
+inline Area BitmapArea(const Selection& selection) {
+    return {0, 0, selection.width, selection.height};
+}
+inline Area ClipArea(const Selection& selection) {
+    return {selection.clipX, selection.clipY, i64{selection.clipX} + selection.clipWidth,
+            i64{selection.clipY} + selection.clipHeight};
+}
 
 // Whether every pixel of a non-empty area lies in the image, or in the host bitmap.
-bool Reaches(const Selection& selection, const Area& area);
+inline bool Reaches(const Selection& selection, const Area& area) {
+    if (selection.host) {
+        return area.left >= 0 && area.top >= 0 && area.right <= selection.width &&
+               area.bottom <= selection.height;
+    }
+    // The stride may be negative, so the lowest row is the first or the last one.
+    const i64 firstRow = area.top * selection.stride;
+    const i64 lastRow = (area.bottom - 1) * selection.stride;
+    const i64 lowest =
+        selection.pixelAddress + std::min(firstRow, lastRow) + area.left * i64{kBytesPerPixel};
+    const i64 end =
+        selection.pixelAddress + std::max(firstRow, lastRow) + area.right * i64{kBytesPerPixel};
+    return lowest >= 0 && end <= i64{imageSize};
+}
 
 // Ends the host with a memory fault unless the area is empty or reached.
 void RequireArea(const Selection& selection, const Area& area);
 
 // The bytes of pixel (x, y), which must be reached.
-inline u8* PixelAt(const Selection& selection, i64 x, i64 y);
+inline u8* PixelAt(const Selection& selection, i64 x, i64 y) {
+    const i64 offset = y * selection.stride + x * i64{kBytesPerPixel};
+    return selection.host ? selection.pixels + offset : image + (selection.pixelAddress + offset);
+}
 
 // --- Dirty rectangle
 
@@ -129,10 +155,3 @@ void ResetDirtyRect();
 
 // Releases the host bitmaps and sets the room's state to that of a new process. For tests.
 void ResetGraphics();
-
-// --- Inline bodies
-
-inline u8* PixelAt(const Selection& selection, i64 x, i64 y) {
-    const i64 offset = y * selection.stride + x * i64{kBytesPerPixel};
-    return selection.host ? selection.pixels + offset : image + (selection.pixelAddress + offset);
-}

@@ -86,6 +86,28 @@ struct BlitWork {
     }
 };
 
+// Copies narrower than this are drawn row by row across all of them, if it makes no difference: a
+// screen is then walked through once in the order of its memory.
+constexpr i64 kNarrowCopy = 256;
+
+bool IsNarrowTiling(const BlitWork& work) {
+    if (work.tiling.width >= kNarrowCopy || work.tiling.IsFirstCopy(work.visible)) return false;
+    // A record may lay rows over each other.
+    const i64 rowBytes = (work.visible.right - work.visible.left) * i64{kBytesPerPixel};
+    if (std::abs(i64{dstSelection.stride}) < rowBytes) return false;
+    const Area source = Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY);
+    return Reaches(srcSelection, source) && !MayOverlap(source, work.visible);
+}
+
+void RunNarrowTiling(const BlitWork& work) {
+    for (i64 y = work.visible.top; y < work.visible.bottom; ++y) {
+        const Area row = {work.visible.left, y, work.visible.right, y + 1};
+        ForEachTile(work.tiling, row, [&](i64 tileX, i64 tileY, const Area& part) {
+            CopyArea({part, work.sourceX - tileX, work.sourceY - tileY}, work.invert);
+        });
+    }
+}
+
 void RunBlit(const BlitWork& work) {
     if (work.visible.Empty()) return;
     if (!srcSelection.host) {
@@ -93,6 +115,10 @@ void RunBlit(const BlitWork& work) {
                     Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY));
     }
     if (Reaches(dstSelection, work.visible)) {
+        if (IsNarrowTiling(work)) {
+            RunNarrowTiling(work);
+            return;
+        }
         work.ForEachCopy([&](const Copy& copy) { CopyArea(copy, work.invert); });
         return;
     }

@@ -37,50 +37,41 @@ SquareSide MakeSide(i32 start, i32 size) {
     return {start, std::abs(i64{size}), size < 0};
 }
 
+// Byte 2 plays the part that byte 0 has elsewhere. Even sixths have a byte that rises with the
+// saturation's distance from the next primary, odd ones one that falls.
+constexpr HueOrder kSquareOrder[6] = {{0, 8, 16}, {0, 16, 8}, {16, 0, 8},
+                                      {16, 8, 0}, {8, 16, 0}, {8, 0, 16}};
+
+// A side of one pixel has no levels: 0 / 0 comes out as bytes of 0.
+f64 OrZero(f64 level) {
+    return std::isnan(level) ? 0 : level;
+}
+
 void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hue) {
     i32 turn = kSquareHueStart - static_cast<i32>(hue);
     if (turn < 0) turn += kHueCircle;
     const f64 position = turn / kHueSteps;
-    const f64 sector = std::floor(position);
+    const u32 sector = static_cast<u32>(std::floor(position));
     const f64 f = position - sector;
+    const f64 slope = sector % 2 == 0 ? 1 - f : f;
     const Area area =
         Intersect({across.start, down.start, across.start + across.size, down.start + down.size},
                   ClipArea(dstSelection));
     RequireArea(dstSelection, area);
+    std::array<f64, kColumns> low;
+    std::array<f64, kColumns> moving;
     for (i64 left = area.left; left < area.right; left += kColumns) {
-        const i64 count = std::min(kColumns, area.right - left);
-        std::array<HueColumn, kColumns> columns;
-        for (i64 i = 0; i < count; ++i) {
-            const f64 saturation = across.Level(left + i);
-            columns[static_cast<std::size_t>(i)] = {1 - saturation, 1 - saturation * f,
-                                                    1 - saturation * (1 - f), saturation == 0};
+        const std::size_t count = static_cast<std::size_t>(std::min(kColumns, area.right - left));
+        for (std::size_t i = 0; i < count; ++i) {
+            const f64 saturation = across.Level(left + static_cast<i64>(i));
+            low[i] = OrZero(1 - saturation);
+            moving[i] = OrZero(1 - saturation * slope);
         }
         for (i64 y = area.top; y < area.bottom; ++y) {
-            kernels->hueRow(PixelAt(dstSelection, left, y), columns.data(),
-                            static_cast<std::size_t>(count), down.Level(y),
-                            static_cast<u32>(sector));
+            kernels->hueRow(PixelAt(dstSelection, left, y), {low.data(), moving.data()}, count,
+                            OrZero(down.Level(y)), kSquareOrder[sector]);
         }
     }
-}
-
-// Products wrap as 32-bit words.
-i32 Part(i32 value, i32 factor) {
-    return static_cast<i32>(static_cast<u32>(value) * static_cast<u32>(factor)) / 255;
-}
-
-i32 Sum(i32 a, i32 b) {
-    return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
-}
-
-std::array<i32, 256> AdjustedValues(i32 brightness, i32 contrast) {
-    std::array<i32, 256> values;
-    for (i32 v = 0; v < 256; ++v) {
-        i32 adjusted = v;
-        if (contrast != 0) adjusted = Sum(v, Part(v - 128, contrast));
-        if (brightness != 0) adjusted = Sum(adjusted, Part(adjusted, brightness));
-        values[static_cast<std::size_t>(v)] = std::clamp(adjusted, 0, 255);
-    }
-    return values;
 }
 
 }  // namespace
@@ -147,8 +138,7 @@ void AdjustColours(u32 handle, i32 x, i32 y, i32 w, i32 h, i32 hue, i32 saturati
     const Area area = Intersect({x, y, i64{x} + w, i64{y} + h}, ClipArea(srcSelection));
     if (!area.Empty()) {
         RequireArea(srcSelection, area);
-        const std::array<i32, 256> values = AdjustedValues(brightness, contrast);
-        const Adjustment adjustment = {hue, saturation, values.data()};
+        const Adjustment adjustment = {hue, saturation, brightness, contrast};
         for (i64 row = area.top; row < area.bottom; ++row) {
             kernels->adjust(PixelAt(srcSelection, area.left, row),
                             static_cast<std::size_t>(area.right - area.left), adjustment);

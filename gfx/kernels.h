@@ -21,24 +21,37 @@ struct Replacement {
     u32 keep, set;
 };
 
-// New hue and saturation (-1: keep each pixel's own) and the new value for every old one.
+// New hue and saturation (negative: keep each pixel's own), and the change of the value.
 struct Adjustment {
-    i32 hue, saturation;
-    const i32* values;  // 256 entries, each 0..255
+    i32 hue, saturation, brightness, contrast;
 };
 
-// One row of the saturation and value square. A column has three factors; a pixel's bytes are
-// factor * value * 255, the value itself, or grey where the saturation is 0.
-struct HueColumn {
-    f64 p, q, t;
-    bool grey;
+// A row of the saturation and value square: two bytes of a pixel are factor * value * 255, one
+// factor falling with the saturation and the other one moving between, the third byte is the value
+// itself. The order gives the bit at which each of them starts.
+struct HueColumns {
+    const f64* low;
+    const f64* moving;
+};
+struct HueOrder {
+    u32 low, moving, value;
 };
 
 // A row of averages: each output pixel covers `cells` source pixels of each of `bands` source rows.
-// The weights are in 1/32 of a pixel; those between the first and the last are 32.
+// The weights are in 1/32 of a pixel; those between the first and the last are 32. A box without
+// cells or bands is the pixel that it lies in.
+constexpr std::size_t kBoxColumns = 64;
 struct BoxColumn {
     i64 offset;  // of the first cell, from the row's pixels
     u32 cells, first, last, width;
+};
+// Each weight over the box's width.
+struct BoxParts {
+    f64 first[kBoxColumns], middle[kBoxColumns], last[kBoxColumns];
+};
+struct BoxColumns {
+    BoxColumn columns[kBoxColumns];
+    BoxParts parts;
 };
 struct BoxRow {
     const u8* pixels;
@@ -61,10 +74,10 @@ struct Kernels {
     // Returns the number of pixels changed.
     u64 (*replace)(u8* row, std::size_t count, const Replacement& replacement);
     void (*adjust)(u8* row, std::size_t count, const Adjustment& adjustment);
-    // `sector` 0..5 is the hue's sixth.
-    void (*hueRow)(u8* row, const HueColumn* columns, std::size_t count, f64 value, u32 sector);
-    // A box without cells or bands is the pixel that it lies in.
-    void (*average)(u32* out, const BoxColumn* columns, std::size_t count, const BoxRow& row);
+    void (*hueRow)(u8* row, const HueColumns& columns, std::size_t count, f64 value,
+                   const HueOrder& order);
+    // `count` is at most kBoxColumns.
+    void (*average)(u32* out, const BoxColumns& columns, std::size_t count, const BoxRow& row);
 };
 
 extern const Kernels scalarKernels;

@@ -7,6 +7,12 @@
 #include "gfx/kernels.h"
 #include "gfx/pixel.h"
 
+// Constants of the vector loops, one 16-byte vector each.
+struct BlendBytes {
+    alignas(16) u8 lowBytes[16], one[16], alphaMask[16], alphaBytes[16];
+};
+extern const BlendBytes blendBytes;
+
 // Lays one source pixel over the destination. Alpha is added, not blended.
 template <bool kInverted>
 inline void BlitPixel(u8* to, u32 source) {
@@ -68,39 +74,41 @@ inline u32 SynthesisePixel(u32 hue, u32 s, u32 value) {
     }
 }
 
+// Products and sums wrap as 32-bit words.
+inline i32 PartOf255(i32 value, i32 factor) {
+    return static_cast<i32>(static_cast<u32>(value) * static_cast<u32>(factor)) / 255;
+}
+inline i32 AdjustValue(i32 value, i32 brightness, i32 contrast) {
+    const auto sum = [](i32 a, i32 b) {
+        return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
+    };
+    if (contrast != 0) value = sum(value, PartOf255(value - 128, contrast));
+    if (brightness != 0) value = sum(value, PartOf255(value, brightness));
+    return std::clamp(value, 0, 255);
+}
+
 inline void AdjustPixel(u8* pixel, const Adjustment& adjustment) {
     const i32 highest = std::max({pixel[0], pixel[1], pixel[2]});
     const i32 lowest = std::min({pixel[0], pixel[1], pixel[2]});
     const HueSaturation own = AnalysePixel(pixel[0], pixel[1], pixel[2], highest, lowest);
     const i32 hue = adjustment.hue >= 0 ? adjustment.hue : own.hue;
     const i32 saturation = adjustment.saturation >= 0 ? adjustment.saturation : own.saturation;
-    const u32 value = static_cast<u32>(adjustment.values[highest]);
+    const u32 value =
+        static_cast<u32>(AdjustValue(highest, adjustment.brightness, adjustment.contrast));
     const u32 colour =
         SynthesisePixel(static_cast<u32>(hue) & 0xFF, static_cast<u32>(saturation) & 0xFF, value);
     StoreBytes<u32>(pixel, colour | u32{pixel[3]} << 24);
 }
 
-// A factor times the row's value as a byte. A square one pixel wide or high divides 0 by 0; the
-// byte is then 0.
-inline u32 HueByte(f64 level) {
-    return level >= 0 ? static_cast<u32>(static_cast<i32>(level)) : 0;
+// What all pixels of a row of the square have: the value's byte and the opaque alpha.
+inline u32 HueBase(f64 value, const HueOrder& order) {
+    return 0xFF000000 | static_cast<u32>(value * 255) << order.value;
 }
 
-inline void HuePixel(u8* pixel, const HueColumn& column, f64 value, u32 sector) {
-    const u32 v = HueByte(value * 255);
-    const u32 p = column.grey ? v : HueByte(column.p * value * 255);
-    const u32 q = column.grey ? v : HueByte(column.q * value * 255);
-    const u32 t = column.grey ? v : HueByte(column.t * value * 255);
-    u32 word = 0;
-    switch (sector) {
-        case 0: word = PackBytes(p, t, v, 255); break;
-        case 1: word = PackBytes(p, v, q, 255); break;
-        case 2: word = PackBytes(t, v, p, 255); break;
-        case 3: word = PackBytes(v, q, p, 255); break;
-        case 4: word = PackBytes(v, p, t, 255); break;
-        default: word = PackBytes(q, p, v, 255);
-    }
-    StoreBytes<u32>(pixel, word);
+inline void HuePixel(u8* pixel, f64 low, f64 moving, f64 value, const HueOrder& order) {
+    StoreBytes<u32>(pixel, HueBase(value, order) |
+                               static_cast<u32>(low * value * 255) << order.low |
+                               static_cast<u32>(moving * value * 255) << order.moving);
 }
 
 // The average of a box. Each cell's share is truncated on its own, so the sum comes short; a byte

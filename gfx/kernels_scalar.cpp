@@ -44,15 +44,26 @@ void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
     for (std::size_t i = 0; i < count; ++i) AdjustPixel(row + 4 * i, adjustment);
 }
 
-void HueRow(u8* row, const HueColumn* columns, std::size_t count, f64 value, u32 sector) {
-    for (std::size_t i = 0; i < count; ++i) HuePixel(row + 4 * i, columns[i], value, sector);
+void HueRow(u8* row, const HueColumns& columns, std::size_t count, f64 value,
+            const HueOrder& order) {
+    for (std::size_t i = 0; i < count; ++i) {
+        HuePixel(row + 4 * i, columns.low[i], columns.moving[i], value, order);
+    }
 }
 
-void Average(u32* out, const BoxColumn* columns, std::size_t count, const BoxRow& row) {
-    for (std::size_t i = 0; i < count; ++i) out[i] = AverageBox(columns[i], row);
+void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRow& row) {
+    for (std::size_t i = 0; i < count; ++i) out[i] = AverageBox(columns.columns[i], row);
 }
 
 }  // namespace
+
+// Here, where the vector loops' compiler does not see the values.
+constinit const BlendBytes blendBytes = {
+    {255, 0, 255, 0, 255, 0, 255, 0, 255, 0, 255, 0, 255, 0, 255, 0},
+    {1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0},
+    {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255},
+    {3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15},
+};
 
 const Kernels scalarKernels = {
     .name = "scalar",

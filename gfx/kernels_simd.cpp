@@ -31,6 +31,7 @@ using V32 = hn::Vec<D32>;
 using D16 = hn::Repartition<u16, D32>;
 using V16 = hn::Vec<D16>;
 using D8 = hn::Repartition<u8, D32>;
+using V8 = hn::Vec<D8>;
 constexpr D32 d32;
 constexpr D16 d16;
 constexpr D8 d8;
@@ -42,30 +43,50 @@ HWY_INLINE V32 LoadPixels(const u8* pixels) {
     return hn::BitCast(d32, hn::LoadU(d8, pixels));
 }
 
+// The same for pixels that several operations use: the fence keeps compilers from loading them
+// once for each, which is dear where a vector lies across two cache lines.
+HWY_INLINE V32 LoadPixelsOnce(const u8* pixels) {
+    const V32 v = LoadPixels(pixels);
+    HWY_FENCE;
+    return v;
+}
+
 HWY_INLINE void StorePixels(V32 v, u8* pixels) {
     hn::StoreU(hn::BitCast(d8, v), d8, pixels);
 }
 
+// Whether choosing between vectors takes one operation.
+constexpr bool kCheapSelect = HWY_TARGET != HWY_SSSE3;
+
+// Whether masks have registers of their own, so that unsigned comparisons are single operations.
+constexpr bool kMaskRegisters = HWY_TARGET == HWY_AVX3;
+
 // Whether an AVX2 or a later set can load and store a part of a vector without touching the rest.
 constexpr bool kPartialAccess = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3;
 
-HWY_INLINE V32 LoadFirst(const u8* pixels, std::size_t count) {
+[[maybe_unused]] HWY_INLINE V32 LoadFirst(const u8* pixels, std::size_t count) {
     return hn::MaskedLoad(hn::FirstN(d32, count), d32, reinterpret_cast<const u32*>(pixels));
 }
 
-HWY_INLINE void StoreFirst(V32 v, u8* pixels, std::size_t count) {
+[[maybe_unused]] HWY_INLINE void StoreFirst(V32 v, u8* pixels, std::size_t count) {
     hn::BlendedStore(v, hn::FirstN(d32, count), d32, reinterpret_cast<u32*>(pixels));
 }
 
-// value / 255 in 16-bit lanes.
-HWY_INLINE V16 Div255(V16 value) {
-    return hn::ShiftRight<7>(hn::MulHigh(value, hn::Set(d16, 0x8081)));
+// Constants of the blending loops, in registers from the start: made from numbers within the loop,
+// which compilers prefer when they know them, they would cost as much as the arithmetic.
+struct BlendConstants {
+    V16 lowBytes, one;
+    V32 alphaMask;
+    V8 alphaBytes;
+};
+
+HWY_INLINE BlendConstants LoadBlendConstants() {
+    const auto load = [](const u8* bytes) { return hn::LoadDup128(d8, bytes); };
+    return {hn::BitCast(d16, load(blendBytes.lowBytes)), hn::BitCast(d16, load(blendBytes.one)),
+            hn::BitCast(d32, load(blendBytes.alphaMask)), load(blendBytes.alphaBytes)};
 }
 
-// Bytes 0 and 2 of each pixel, and bytes 1 and 3, as 16-bit lanes.
-HWY_INLINE V16 EvenBytes(V32 v) {
-    return hn::And(hn::BitCast(d16, v), hn::Set(d16, 0x00FF));
-}
+// Bytes 1 and 3 of each pixel as 16-bit lanes; bytes 0 and 2 are left by a mask.
 HWY_INLINE V16 OddBytes(V32 v) {
     return hn::ShiftRight<8>(hn::BitCast(d16, v));
 }
@@ -73,38 +94,55 @@ HWY_INLINE V32 JoinBytes(V16 even, V16 odd) {
     return hn::BitCast(d32, hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-// The alpha of each pixel in both of its 16-bit lanes.
-HWY_INLINE V16 AlphaLanes(V32 v) {
-    const V32 a = hn::ShiftRight<24>(v);
-    return hn::BitCast(d16, hn::Or(a, hn::ShiftLeft<16>(a)));
+// Which pixels of a vector need no arithmetic.
+struct Extremes {
+    hn::Mask<D32> transparent, opaque;
+};
+
+HWY_INLINE Extremes FindExtremes(V32 source, const BlendConstants& constants) {
+    if constexpr (kMaskRegisters) {
+        return {hn::Lt(source, hn::Set(d32, 0x01000000)), hn::Gt(source, hn::Set(d32, 0xFEFFFFFF))};
+    }
+    const V32 alpha = hn::And(source, constants.alphaMask);
+    return {hn::Eq(alpha, hn::Zero(d32)), hn::Eq(alpha, constants.alphaMask)};
 }
 
-// Source pixels laid over old ones. For the colours of a blit the alpha lanes are given the factor
-// 255 twice, so that they add up.
+// Source pixels laid over old ones; with kAddAlpha their alphas are added.
+//
+// A byte times alpha over 255 is the high half of its product with 257 * alpha + 1, exactly, and a
+// byte times (255 - alpha) over 255 that of its product with 65536 - 257 * alpha. The first factor
+// does not fit in 16 bits for an alpha of 255, the second one for 0: those pixels are put in after.
 template <bool kInverted, bool kAddAlpha>
-HWY_INLINE V32 Mix(V32 source, V32 old) {
-    const V16 bytes = hn::Set(d16, 0x00FF);
+HWY_INLINE V32 Mix(V32 source, V32 old, const Extremes& extremes, const BlendConstants& constants) {
     const V32 colour = kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source;
-    const V16 a = AlphaLanes(source);
-    const V16 keep = hn::Xor(a, bytes);
-    const V16 alphaLanes = hn::BitCast(d16, hn::Set(d32, kAddAlpha ? 0x00FF0000 : 0));
-    const V16 aOdd = hn::Or(a, alphaLanes);
-    const V16 keepOdd = hn::Or(keep, alphaLanes);
-    const V16 even =
-        hn::Add(Div255(hn::Mul(EvenBytes(colour), a)), Div255(hn::Mul(EvenBytes(old), keep)));
-    V16 odd =
-        hn::Add(Div255(hn::Mul(OddBytes(colour), aOdd)), Div255(hn::Mul(OddBytes(old), keepOdd)));
-    if (kAddAlpha) odd = hn::Min(odd, bytes);
-    return JoinBytes(even, odd);
-}
-
-HWY_INLINE bool AllTransparent(V32 source) {
-    return hn::AllTrue(d32, hn::Eq(hn::And(source, hn::Set(d32, kAlphaMask)), hn::Zero(d32)));
-}
-
-HWY_INLINE bool AllOpaque(V32 source) {
-    return hn::AllTrue(d32,
-                       hn::Eq(hn::And(source, hn::Set(d32, kAlphaMask)), hn::Set(d32, kAlphaMask)));
+    const V16 alpha =
+        hn::BitCast(d16, hn::TableLookupBytes(hn::BitCast(d8, source), constants.alphaBytes));
+    const V16 part = hn::Add(alpha, constants.one);
+    const V16 keep = hn::Sub(hn::Zero(d16), alpha);
+    const V16 colourEven = hn::And(hn::BitCast(d16, colour), constants.lowBytes);
+    const V16 oldEven = hn::And(hn::BitCast(d16, old), constants.lowBytes);
+    const V16 even = hn::Add(hn::MulHigh(colourEven, part), hn::MulHigh(oldEven, keep));
+    const V16 odd = hn::Add(hn::MulHigh(OddBytes(colour), part), hn::MulHigh(OddBytes(old), keep));
+    V16 high = hn::ShiftLeft<8>(odd);
+    V32 mixed;
+    if constexpr (kAddAlpha) {
+        const V32 sum =
+            hn::BitCast(d32, hn::SaturatedAdd(hn::BitCast(d8, source), hn::BitCast(d8, old)));
+        if constexpr (kMaskRegisters) {
+            mixed = hn::OrAnd(hn::AndNot(constants.alphaMask, hn::BitCast(d32, hn::Or(even, high))),
+                              constants.alphaMask, sum);
+        } else {
+            high = hn::OddEven(hn::BitCast(d16, hn::And(sum, constants.alphaMask)), high);
+            mixed = hn::BitCast(d32, hn::Or(even, high));
+        }
+    } else {
+        mixed = hn::BitCast(d32, hn::Or(even, high));
+    }
+    // The arithmetic leaves the colours of the pixels that it cannot do at 0.
+    return kCheapSelect ? hn::IfThenElse(extremes.transparent, old,
+                                         hn::IfThenElse(extremes.opaque, colour, mixed))
+                        : hn::Or(mixed, hn::Or(hn::IfThenElseZero(extremes.transparent, old),
+                                               hn::IfThenElseZero(extremes.opaque, colour)));
 }
 
 template <bool kInverted>
@@ -113,44 +151,55 @@ HWY_INLINE V32 Shown(V32 source) {
 }
 
 template <bool kInverted>
-HWY_INLINE void BlendOne(u8* to, V32 source) {
-    if (AllTransparent(source)) return;
-    if (AllOpaque(source)) {
-        StorePixels(Shown<kInverted>(source), to);
-    } else {
-        StorePixels(Mix<kInverted, true>(source, LoadPixels(to)), to);
-    }
+HWY_INLINE void BlendOne(u8* to, V32 source, const BlendConstants& constants) {
+    const Extremes extremes = FindExtremes(source, constants);
+    StorePixels(Mix<kInverted, true>(source, LoadPixelsOnce(to), extremes, constants), to);
+}
+
+// Less than a vector; only where parts of one can be loaded and stored.
+template <bool kInverted>
+HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
+                           const BlendConstants& constants) {
+    const V32 source = LoadFirst(from, count);
+    const Extremes extremes = FindExtremes(source, constants);
+    if (hn::AllTrue(d32, extremes.transparent)) return;
+    StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), extremes, constants), to, count);
 }
 
 template <bool kInverted>
-HWY_INLINE void BlendRow(u8* to, const u8* from, std::size_t count) {
+HWY_INLINE void BlendRow(u8* to, const u8* from, std::size_t count,
+                         const BlendConstants& constants) {
     const std::size_t lanes = hn::Lanes(d32);
-    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule.
+    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. In a
+    // mixed block the arithmetic costs no more than finding out where it could be left out.
     for (; count >= 4 * lanes; count -= 4 * lanes, to += 16 * lanes, from += 16 * lanes) {
         const V32 s0 = LoadPixels(from);
         const V32 s1 = LoadPixels(from + 4 * lanes);
         const V32 s2 = LoadPixels(from + 8 * lanes);
         const V32 s3 = LoadPixels(from + 12 * lanes);
-        if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)))) {
+        const V32 any = hn::Or(hn::Or(s0, s1), hn::Or(s2, s3));
+        if (hn::AllTrue(d32, FindExtremes(any, constants).transparent)) continue;
+        const V32 all = hn::And(hn::And(s0, s1), hn::And(s2, s3));
+        if (hn::AllTrue(d32, FindExtremes(all, constants).opaque)) {
             StorePixels(Shown<kInverted>(s0), to);
             StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
             StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
             StorePixels(Shown<kInverted>(s3), to + 12 * lanes);
-        } else if (!AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)))) {
-            BlendOne<kInverted>(to, s0);
-            BlendOne<kInverted>(to + 4 * lanes, s1);
-            BlendOne<kInverted>(to + 8 * lanes, s2);
-            BlendOne<kInverted>(to + 12 * lanes, s3);
+        } else {
+            BlendOne<kInverted>(to, s0, constants);
+            BlendOne<kInverted>(to + 4 * lanes, s1, constants);
+            BlendOne<kInverted>(to + 8 * lanes, s2, constants);
+            BlendOne<kInverted>(to + 12 * lanes, s3, constants);
         }
     }
     for (; count >= lanes; count -= lanes, to += 4 * lanes, from += 4 * lanes) {
-        BlendOne<kInverted>(to, LoadPixels(from));
+        const V32 source = LoadPixels(from);
+        if (hn::AllTrue(d32, FindExtremes(source, constants).transparent)) continue;
+        BlendOne<kInverted>(to, source, constants);
     }
     if (count == 0) return;
     if constexpr (kPartialAccess) {
-        const V32 source = LoadFirst(from, count);
-        if (AllTransparent(source)) return;
-        StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count)), to, count);
+        BlendFirst<kInverted>(to, from, count, constants);
     } else {
         for (; count != 0; --count, to += 4, from += 4) {
             BlitPixel<kInverted>(to, LoadBytes<u32>(from));
@@ -161,17 +210,20 @@ HWY_INLINE void BlendRow(u8* to, const u8* from, std::size_t count) {
 template <bool kInverted>
 void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t count,
            std::size_t rows) {
+    const BlendConstants constants = LoadBlendConstants();
     for (; rows != 0; --rows, to += toStride, from += fromStride) {
-        BlendRow<kInverted>(to, from, count);
+        BlendRow<kInverted>(to, from, count, constants);
     }
 }
 
 void Compose(u8* to, const u32* colours, std::size_t count) {
+    const BlendConstants constants = LoadBlendConstants();
     const std::size_t lanes = hn::Lanes(d32);
     for (; count >= lanes; count -= lanes, to += 4 * lanes, colours += lanes) {
         const V32 source = hn::LoadU(d32, colours);
-        if (AllTransparent(source)) continue;
-        StorePixels(AllOpaque(source) ? source : Mix<false, false>(source, LoadPixels(to)), to);
+        const Extremes extremes = FindExtremes(source, constants);
+        if (hn::AllTrue(d32, extremes.transparent)) continue;
+        StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), extremes, constants), to);
     }
     for (; count != 0; --count, to += 4, ++colours) ComposePixel(to, *colours);
 }
@@ -198,8 +250,8 @@ HWY_INLINE void FillOpaqueRow(u8* row, std::size_t count, u32 colour) {
 // `factor` is 257 * keep + 1: its product with a byte, over 65536, is byte * keep / 255 exactly as
 // long as keep is below 255.
 HWY_INLINE V32 FillMix(V32 old, V32 part, V16 factor) {
-    return hn::Add(
-        part, JoinBytes(hn::MulHigh(EvenBytes(old), factor), hn::MulHigh(OddBytes(old), factor)));
+    const V16 even = hn::And(hn::BitCast(d16, old), hn::Set(d16, 0x00FF));
+    return hn::Add(part, JoinBytes(hn::MulHigh(even, factor), hn::MulHigh(OddBytes(old), factor)));
 }
 
 HWY_INLINE void FillRow(u8* row, std::size_t count, BlendColour blend) {
@@ -207,13 +259,13 @@ HWY_INLINE void FillRow(u8* row, std::size_t count, BlendColour blend) {
     const V32 part = hn::Set(d32, blend.part);
     const V16 factor = hn::Set(d16, static_cast<u16>(257 * blend.keep + 1));
     for (; count >= 2 * lanes; count -= 2 * lanes, row += 8 * lanes) {
-        const V32 first = FillMix(LoadPixels(row), part, factor);
-        const V32 second = FillMix(LoadPixels(row + 4 * lanes), part, factor);
+        const V32 first = FillMix(LoadPixelsOnce(row), part, factor);
+        const V32 second = FillMix(LoadPixelsOnce(row + 4 * lanes), part, factor);
         StorePixels(first, row);
         StorePixels(second, row + 4 * lanes);
     }
     for (; count >= lanes; count -= lanes, row += 4 * lanes) {
-        StorePixels(FillMix(LoadPixels(row), part, factor), row);
+        StorePixels(FillMix(LoadPixelsOnce(row), part, factor), row);
     }
     if (count == 0) return;
     if constexpr (kPartialAccess) {
@@ -259,8 +311,7 @@ u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
     return changed;
 }
 
-// --- Colour adjustment: whole numbers below 2^24 in float lanes, where a quotient of two such
-// numbers, rounded to nearest, never reaches the next whole number from below.
+// --- Colour adjustment, in float lanes that hold whole numbers.
 
 using DF = hn::Repartition<f32, D32>;
 using DI = hn::Repartition<i32, D32>;
@@ -269,16 +320,12 @@ using VI = hn::Vec<DI>;
 constexpr DF df;
 constexpr DI di;
 
-HWY_INLINE VF Whole(VF v) {
-    return hn::ConvertTo(df, hn::ConvertTo(di, v));
-}
-
-HWY_INLINE VF Quotient(VF a, VF b) {
-    return Whole(hn::Div(a, b));
-}
-
 HWY_INLINE VF Constant(f32 value) {
     return hn::Set(df, value);
+}
+
+HWY_INLINE VF Whole(VF v) {
+    return hn::ConvertTo(df, hn::ConvertTo(di, v));
 }
 
 HWY_INLINE VF ByteLanes(V32 v) {
@@ -289,75 +336,95 @@ HWY_INLINE V32 WholeLanes(VF v) {
     return hn::BitCast(d32, hn::ConvertTo(di, v));
 }
 
+// Reciprocals are taken a little too large, so that a quotient that is a whole number does not come
+// out below it. With quotients and divisors up to 255 none is then lifted to the next number.
+constexpr f32 kSlightlyMore = 1.000002F;
+
+HWY_INLINE VF Reciprocal(VF v) {
+    return hn::Div(Constant(kSlightlyMore), v);
+}
+
 struct HueLanes {
     VF hue, saturation;
 };
 
+// AnalysePixel, with the bytes of the two colours that decide chosen before the division.
 HWY_INLINE HueLanes Analyse(VF b0, VF b1, VF b2, VF highest, VF d) {
-    const VF zero = hn::Zero(df);
-    const auto grey = hn::Eq(d, zero);
-    // Grey pixels divide by 1 instead of 0; the result is then left out.
-    const VF divisor = hn::IfThenElse(grey, Constant(1), d);
-    const VF scale = Constant(255);
-    const VF c0 = Quotient(hn::Mul(hn::Sub(highest, b0), scale), divisor);
-    const VF c1 = Quotient(hn::Mul(hn::Sub(highest, b1), scale), divisor);
-    const VF c2 = Quotient(hn::Mul(hn::Sub(highest, b2), scale), divisor);
+    const auto grey = hn::Eq(d, hn::Zero(df));
     const auto isBlue = hn::Eq(b2, highest);
     const auto isGreen = hn::Eq(b1, highest);
-    const VF span = hn::IfThenElse(isBlue, hn::Sub(c0, c1),
-                                   hn::IfThenElse(isGreen, hn::Sub(c2, c0), hn::Sub(c1, c2)));
+    const VF first = hn::IfThenElse(isBlue, b0, hn::IfThenElse(isGreen, b2, b1));
+    const VF second = hn::IfThenElse(isBlue, b1, hn::IfThenElse(isGreen, b0, b2));
     const VF start =
-        hn::IfThenElse(isBlue, zero, hn::IfThenElse(isGreen, Constant(85), Constant(171)));
-    const VF hue = hn::Add(Quotient(span, Constant(6)), start);
-    const VF saturation = Quotient(hn::Mul(d, scale), hn::IfThenElse(grey, Constant(1), highest));
-    return {hn::IfThenZeroElse(grey, hue), saturation};
+        hn::IfThenElse(isBlue, hn::Zero(df), hn::IfThenElse(isGreen, Constant(85), Constant(171)));
+    // Grey pixels divide by 1 instead of 0; what comes out is not used.
+    const VF scale = hn::Mul(Constant(255), Reciprocal(hn::IfThenElse(grey, Constant(1), d)));
+    const VF c0 = Whole(hn::Mul(hn::Sub(highest, first), scale));
+    const VF c1 = Whole(hn::Mul(hn::Sub(highest, second), scale));
+    const VF sixth = Whole(hn::Mul(hn::Sub(c0, c1), Constant(kSlightlyMore / 6)));
+    const VF whole = hn::Mul(Constant(255), Reciprocal(hn::Max(highest, Constant(1))));
+    return {hn::IfThenZeroElse(grey, hn::Add(sixth, start)), Whole(hn::Mul(d, whole))};
 }
 
+// SynthesisePixel. Odd sixths have a falling byte, even ones a rising one.
 HWY_INLINE V32 Synthesise(V32 hue, V32 saturation, VF value) {
     const VF h = ByteLanes(hue);
     const VF s = ByteLanes(saturation);
-    const VF turn = Quotient(h, Constant(42));
-    const VF f = hn::Sub(h, hn::Mul(turn, Constant(42)));
-    const VF f6 = hn::Mul(f, Constant(6));
-    const VF whole = Constant(62730);
+    const VF turn = Whole(hn::Mul(h, Constant(kSlightlyMore / 42)));
+    const VF f6 = hn::Mul(hn::Sub(h, hn::Mul(turn, Constant(42))), Constant(6));
+    const V32 sector = WholeLanes(turn);
+    const auto falls = hn::RebindMask(df, hn::Ne(hn::And(sector, hn::Set(d32, 1)), hn::Zero(d32)));
+    const VF slope = hn::IfThenElse(falls, f6, hn::Sub(Constant(246), f6));
+    const VF dividend = hn::Mul(hn::Sub(Constant(62730), hn::Mul(slope, s)), value);
+    const VF divisor = hn::IfThenElse(falls, Constant(62730), Constant(67830));
+    // Both are below 2^24, so that the quotient rounded to nearest stays below the next number.
+    const V32 moving = WholeLanes(hn::Div(dividend, divisor));
     const V32 v = WholeLanes(value);
-    const V32 fall = WholeLanes(hn::Div(hn::Mul(hn::Sub(whole, hn::Mul(f6, s)), value), whole));
-    const V32 p = WholeLanes(hn::Div(hn::Mul(hn::Sub(Constant(255), s), value), Constant(255)));
-    const V32 rise = WholeLanes(hn::Div(
-        hn::Mul(hn::Add(hn::Mul(hn::Sub(f6, Constant(246)), s), whole), value), Constant(67830)));
+    const V32 p = WholeLanes(
+        hn::Mul(hn::Mul(hn::Sub(Constant(255), s), value), Constant(kSlightlyMore / 255)));
     // Hues of 252 and more belong to the first sixth again.
-    const auto is = [&](f32 n) {
-        return hn::MaskFromVec(hn::BitCast(d32, hn::VecFromMask(df, hn::Eq(turn, Constant(n)))));
-    };
+    const auto is = [&](u32 n) { return hn::Eq(sector, hn::Set(d32, n)); };
     const auto is1 = is(1);
     const auto is2 = is(2);
     const auto is3 = is(3);
     const auto is4 = is(4);
     const auto is5 = is(5);
-    V32 b0 = v;
-    V32 b1 = rise;
-    V32 b2 = p;
-    b0 = hn::IfThenElse(is1, fall, b0);
-    b1 = hn::IfThenElse(is1, v, b1);
-    b0 = hn::IfThenElse(is2, p, b0);
-    b1 = hn::IfThenElse(is2, v, b1);
-    b2 = hn::IfThenElse(is2, rise, b2);
-    b0 = hn::IfThenElse(is3, p, b0);
-    b1 = hn::IfThenElse(is3, fall, b1);
-    b2 = hn::IfThenElse(is3, v, b2);
-    b0 = hn::IfThenElse(is4, rise, b0);
-    b1 = hn::IfThenElse(is4, p, b1);
-    b2 = hn::IfThenElse(is4, v, b2);
-    b1 = hn::IfThenElse(is5, p, b1);
-    b2 = hn::IfThenElse(is5, fall, b2);
     const auto grey = hn::Eq(hn::And(saturation, hn::Set(d32, 0xFF)), hn::Zero(d32));
+    V32 b0 = hn::IfThenElse(hn::Or(is1, is4), moving, hn::IfThenElse(hn::Or(is2, is3), p, v));
+    V32 b1 = hn::IfThenElse(hn::Or(is1, is2), v, hn::IfThenElse(hn::Or(is4, is5), p, moving));
+    V32 b2 = hn::IfThenElse(hn::Or(is3, is4), v, hn::IfThenElse(hn::Or(is2, is5), moving, p));
     b0 = hn::IfThenElse(grey, v, b0);
     b1 = hn::IfThenElse(grey, v, b1);
     b2 = hn::IfThenElse(grey, v, b2);
     return hn::Or(b0, hn::Or(hn::ShiftLeft<8>(b1), hn::ShiftLeft<16>(b2)));
 }
 
+// AdjustValue with quotients below 1,100, where being slightly more does no harm.
+constexpr i32 kLargestChange = 512;
+
+HWY_INLINE VF AdjustValues(VF value, const Adjustment& adjustment) {
+    const VF part = Constant(kSlightlyMore / 255);
+    const auto change = [&](VF v, i32 factor) {
+        return Whole(hn::Mul(hn::Mul(v, Constant(static_cast<f32>(factor))), part));
+    };
+    if (adjustment.contrast != 0) {
+        value = hn::Add(value, change(hn::Sub(value, Constant(128)), adjustment.contrast));
+    }
+    if (adjustment.brightness != 0) {
+        value = hn::Add(value, change(value, adjustment.brightness));
+    }
+    return hn::Min(hn::Max(value, hn::Zero(df)), Constant(255));
+}
+
+bool IsLargeChange(i32 change) {
+    return change < -kLargestChange || change > kLargestChange;
+}
+
 void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
+    if (IsLargeChange(adjustment.brightness) || IsLargeChange(adjustment.contrast)) {
+        scalarKernels.adjust(row, count, adjustment);
+        return;
+    }
     const std::size_t lanes = hn::Lanes(d32);
     for (; count >= lanes; count -= lanes, row += 4 * lanes) {
         const V32 old = LoadPixels(row);
@@ -365,15 +432,16 @@ void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
         const VF b1 = ByteLanes(hn::ShiftRight<8>(old));
         const VF b2 = ByteLanes(hn::ShiftRight<16>(old));
         const VF highest = hn::Max(b0, hn::Max(b1, b2));
-        const VF d = hn::Sub(highest, hn::Min(b0, hn::Min(b1, b2)));
-        const HueLanes own = Analyse(b0, b1, b2, highest, d);
-        const V32 hue = adjustment.hue >= 0 ? hn::Set(d32, static_cast<u32>(adjustment.hue))
-                                            : hn::BitCast(d32, hn::ConvertTo(di, own.hue));
-        const V32 saturation = adjustment.saturation >= 0
-                                   ? hn::Set(d32, static_cast<u32>(adjustment.saturation))
-                                   : hn::BitCast(d32, hn::ConvertTo(di, own.saturation));
-        const VI value = hn::GatherIndex(di, adjustment.values, hn::ConvertTo(di, highest));
-        const V32 colour = Synthesise(hue, saturation, hn::ConvertTo(df, value));
+        V32 hue = hn::Set(d32, static_cast<u32>(adjustment.hue));
+        V32 saturation = hn::Set(d32, static_cast<u32>(adjustment.saturation));
+        if (adjustment.hue < 0 || adjustment.saturation < 0) {
+            const VF d = hn::Sub(highest, hn::Min(b0, hn::Min(b1, b2)));
+            const HueLanes own = Analyse(b0, b1, b2, highest, d);
+            if (adjustment.hue < 0) hue = WholeLanes(own.hue);
+            if (adjustment.saturation < 0) saturation = WholeLanes(own.saturation);
+        }
+        const VF value = AdjustValues(highest, adjustment);
+        const V32 colour = Synthesise(hue, saturation, value);
         StorePixels(hn::Or(colour, hn::And(old, hn::Set(d32, kAlphaMask))), row);
     }
     for (; count != 0; --count, row += 4) AdjustPixel(row, adjustment);
@@ -382,66 +450,140 @@ void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
 // --- The box average, a pixel's four bytes in four lanes
 
 using D4 = hn::CappedTag<u32, 4>;
-constexpr D4 d4;
 using V4 = hn::Vec<D4>;
+constexpr D4 d4;
 
-HWY_INLINE V4 Channels(u32 pixel) {
+HWY_INLINE V4 Channels(const u8* pixel) {
     const hn::Rebind<u8, D4> bytes;
-    return hn::PromoteTo(
-        d4, hn::BitCast(bytes, hn::Set(hn::Repartition<u32, decltype(bytes)>(), pixel)));
+    return hn::PromoteTo(d4, hn::LoadU(bytes, pixel));
 }
 
-// A share is byte * factor / 2^24, exactly byte * weight / area up to this area.
+// A cell's share of a box is byte * factor / 2^24, exactly byte * weight / area up to this area.
 constexpr int kShareBits = 24;
 constexpr u64 kLargestShared = ((u64{1} << kShareBits) - 1) / 255;
 
-HWY_INLINE V4 Share(V4 channels, u32 factor) {
-    return hn::ShiftRight<kShareBits>(hn::Mul(channels, hn::Set(d4, factor)));
-}
+using D64 = hn::Repartition<f64, D32>;
+constexpr D64 d64;
 
-HWY_INLINE u32 AverageOne(const BoxColumn& column, const BoxRow& row) {
-    const u8* line = row.pixels + column.offset;
-    const u32 firstPixel = LoadBytes<u32>(line);
-    if (column.cells * row.bands <= 1) return firstPixel;
-    if (u64{column.width} * row.height > kLargestShared) return AverageBox(column, row);
-    const f64 part = f64{1 << kShareBits} / (f64(column.width) * f64(row.height));
-    u32 different = 0;
-    V4 sum = hn::Zero(d4);
-    for (u32 band = 0; band < row.bands; ++band, line += row.stride) {
-        const u32 height = band == 0 ? row.first : (band + 1 == row.bands ? row.last : 32);
-        const f64 bandPart = part * height;
-        const auto factor = [bandPart](u32 width) {
-            return static_cast<u32>(static_cast<i32>(bandPart * width)) + 1;
-        };
-        const auto add = [&](const u8* cell, u32 share) {
-            const u32 pixel = LoadBytes<u32>(cell);
-            different |= pixel ^ firstPixel;
-            sum = hn::Add(sum, Share(Channels(pixel), share));
-        };
-        add(line, factor(column.first));
-        if (column.cells == 1) continue;
-        const u32 middle = factor(32);
-        const u8* const last = line + 4 * (column.cells - 1);
-        for (const u8* cell = line + 4; cell != last; cell += 4) add(cell, middle);
-        add(last, factor(column.last));
-    }
-    if (different == 0) return firstPixel;
-    HWY_ALIGN u32 sums[4];
-    hn::Store(sum, d4, sums);
-    const auto channel = [&](u32 i) {
-        return ByteOf(different, i) == 0 ? ByteOf(firstPixel, i) : std::min(sums[i], 255U);
+// Columns whose factors are worked out together.
+constexpr std::size_t kShareColumns = 64;
+
+// The factors of a row's cells: of the first, of those between and of the last.
+struct Shares {
+    alignas(64) u32 first[kShareColumns];
+    alignas(64) u32 middle[kShareColumns];
+    alignas(64) u32 last[kShareColumns];
+};
+
+// `bandPart` is the band's part of the box's height.
+HWY_INLINE void MakeShares(const BoxParts& parts, std::size_t count, f64 bandPart, Shares& shares) {
+    const hn::Rebind<i32, D64> narrow;
+    const auto factor = hn::Set(d64, bandPart * (1 << kShareBits));
+    const auto make = [&](const f64* part, u32* out) {
+        for (std::size_t i = 0; i < count; i += hn::Lanes(d64)) {
+            const auto share = hn::DemoteTo(narrow, hn::Mul(hn::LoadU(d64, part + i), factor));
+            hn::StoreU(hn::Add(share, hn::Set(narrow, 1)), narrow, reinterpret_cast<i32*>(out + i));
+        }
     };
-    return PackBytes(channel(0), channel(1), channel(2), channel(3));
+    make(parts.first, shares.first);
+    make(parts.middle, shares.middle);
+    make(parts.last, shares.last);
 }
 
-void Average(u32* out, const BoxColumn* columns, std::size_t count, const BoxRow& row) {
-    for (std::size_t i = 0; i < count; ++i) out[i] = AverageOne(columns[i], row);
+struct BoxSum {
+    V4 sum, different, firstPixel;
+
+    HWY_INLINE void Add(const u8* cell, u32 share) {
+        const V4 pixel = Channels(cell);
+        different = hn::Or(different, hn::Xor(pixel, firstPixel));
+        sum = hn::Add(sum, hn::ShiftRight<kShareBits>(hn::Mul(pixel, hn::Set(d4, share))));
+    }
+    HWY_INLINE void AddBand(const u8* line, u32 cells, const Shares& shares, std::size_t i) {
+        Add(line, shares.first[i]);
+        if (cells == 1) return;
+        const u8* const last = line + std::size_t{4} * (cells - 1);
+        const u32 middle = shares.middle[i];
+        for (const u8* cell = line + 4; cell != last; cell += 4) Add(cell, middle);
+        Add(last, shares.last[i]);
+    }
+    // No sum exceeds 255: the weights add up to the area.
+    HWY_INLINE u32 Pixel() const {
+        const auto same = hn::Eq(different, hn::Zero(d4));
+        const V4 channels = hn::IfThenElse(same, firstPixel, sum);
+        const hn::Rebind<u8, D4> bytes;
+        alignas(4) u8 pixel[4];
+        hn::StoreU(hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<D4>(), channels)), bytes,
+                   pixel);
+        return LoadBytes<u32>(pixel);
+    }
+};
+
+void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRow& row) {
+    Shares first;
+    Shares middle;
+    Shares last;
+    if (row.bands > 0) {
+        const f64 height = row.height;
+        MakeShares(columns.parts, count, row.first / height, first);
+        if (row.bands > 1) MakeShares(columns.parts, count, row.last / height, last);
+        if (row.bands > 2) MakeShares(columns.parts, count, 32 / height, middle);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const BoxColumn& column = columns.columns[i];
+        const u8* line = row.pixels + column.offset;
+        if (column.cells * row.bands <= 1) {
+            out[i] = LoadBytes<u32>(line);
+            continue;
+        }
+        if (u64{column.width} * row.height > kLargestShared) {
+            out[i] = AverageBox(column, row);
+            continue;
+        }
+        BoxSum box = {hn::Zero(d4), hn::Zero(d4), Channels(line)};
+        box.AddBand(line, column.cells, first, i);
+        if (row.bands > 1) {
+            for (u32 band = 2; band < row.bands; ++band) {
+                line += row.stride;
+                box.AddBand(line, column.cells, middle, i);
+            }
+            box.AddBand(line + row.stride, column.cells, last, i);
+        }
+        out[i] = box.Pixel();
+    }
 }
 
 // --- The saturation and value square
 
-void HueRow(u8* row, const HueColumn* columns, std::size_t count, f64 value, u32 sector) {
-    for (std::size_t i = 0; i < count; ++i) HuePixel(row + 4 * i, columns[i], value, sector);
+void HueRow(u8* row, const HueColumns& columns, std::size_t count, f64 value,
+            const HueOrder& order) {
+    const hn::Rebind<i32, D64> narrow;
+    const hn::Rebind<u32, D64> words;
+    const auto level = hn::Set(d64, value);
+    const auto scale = hn::Set(d64, 255.0);
+    const auto base = hn::Set(words, HueBase(value, order));
+    // The byte that each place of a pixel takes from the two worked out, or none.
+    alignas(16) u8 places[16];
+    for (u32 place = 0; place < 16; ++place) {
+        const u32 bit = place % 4 * 8;
+        places[place] = static_cast<u8>(bit == order.low      ? place / 4 * 4
+                                        : bit == order.moving ? place / 4 * 4 + 1
+                                                              : 0x80);
+    }
+    const hn::Repartition<u8, decltype(words)> wordBytes;
+    const auto order8 = hn::LoadDup128(wordBytes, places);
+    const auto bytes = [&](const f64* factors) {
+        return hn::BitCast(
+            words, hn::DemoteTo(narrow, hn::Mul(hn::Mul(hn::LoadU(d64, factors), level), scale)));
+    };
+    std::size_t i = 0;
+    for (; i + hn::Lanes(d64) <= count; i += hn::Lanes(d64)) {
+        const auto both =
+            hn::Or(bytes(columns.low + i), hn::ShiftLeft<8>(bytes(columns.moving + i)));
+        const auto placed =
+            hn::BitCast(words, hn::TableLookupBytesOr0(hn::BitCast(wordBytes, both), order8));
+        hn::StoreU(hn::BitCast(wordBytes, hn::Or(base, placed)), wordBytes, row + 4 * i);
+    }
+    for (; i < count; ++i) HuePixel(row + 4 * i, columns.low[i], columns.moving[i], value, order);
 }
 
 const Kernels* Table() {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr i64 kUnit = 32;  // parts of a source pixel
 constexpr int kUnitBits = 5;
-constexpr i64 kColumns = 64;  // worked out at a time
+constexpr i64 kColumns = i64{kBoxColumns};  // worked out at a time
 
 i32 Wrapped(u32 word) {
     return static_cast<i32>(word);
@@ -146,17 +146,25 @@ struct ScaleWork {
     }
 
     void DrawColumns(i64 left, i64 right, i64 tileX, i64 tileY, const Area& part) const {
-        std::array<BoxColumn, kColumns> columns;
-        std::array<u32, kColumns> colours;
+        BoxColumns columns;
+        std::array<u32, kBoxColumns> colours;
         const i64 firstPixel = across.FirstPixel(left - tileX);
         const std::size_t count = static_cast<std::size_t>(right - left);
         for (std::size_t i = 0; i < count; ++i) {
             const i64 index = left - tileX + static_cast<i64>(i);
             const i64 start = across.Edge(index);
             const Cells cells = SplitIntoCells(start, across.Edge(index + 1));
-            columns[i] = {((start >> kUnitBits) - firstPixel) * i64{kBytesPerPixel}, cells.count,
-                          cells.first, cells.last, cells.span};
+            columns.columns[i] = {((start >> kUnitBits) - firstPixel) * i64{kBytesPerPixel},
+                                  cells.count, cells.first, cells.last, cells.span};
+            const f64 span = std::max(cells.span, 1U);
+            columns.parts.first[i] = cells.first / span;
+            columns.parts.middle[i] = kUnit / span;
+            columns.parts.last[i] = cells.last / span;
         }
+        // Loops over several columns at a time read on to a whole number of them.
+        std::fill(columns.parts.first + count, std::end(columns.parts.first), 0.0);
+        std::fill(columns.parts.middle + count, std::end(columns.parts.middle), 0.0);
+        std::fill(columns.parts.last + count, std::end(columns.parts.last), 0.0);
         for (i64 y = part.top; y < part.bottom; ++y) {
             const i64 start = down.Edge(y - tileY);
             const Cells bands = SplitIntoCells(start, down.Edge(y - tileY + 1));
@@ -166,35 +174,11 @@ struct ScaleWork {
                                 bands.first,
                                 bands.last,
                                 bands.span};
-            kernels->average(colours.data(), columns.data(), count, row);
+            kernels->average(colours.data(), columns, count, row);
             kernels->compose(PixelAt(dstSelection, left, y), colours.data(), count);
         }
     }
 };
-
-// The bytes that an area takes up, from the lowest address to the end.
-struct Bytes {
-    std::uintptr_t start, end;
-};
-
-Bytes BytesOf(const Selection& selection, const Area& area) {
-    const auto address = [&](i64 x, i64 y) {
-        return reinterpret_cast<std::uintptr_t>(PixelAt(selection, x, y));
-    };
-    const std::uintptr_t first = address(area.left, area.top);
-    const std::uintptr_t last = address(area.left, area.bottom - 1);
-    const std::uintptr_t width = static_cast<std::uintptr_t>(area.right - area.left);
-    return {std::min(first, last), std::max(first, last) + width * kBytesPerPixel};
-}
-
-bool MayOverlap(const Area& source, const Area& target) {
-    if (srcSelection.host && dstSelection.handle == srcSelection.handle) {
-        return !Intersect(source, target).Empty();
-    }
-    const Bytes a = BytesOf(srcSelection, source);
-    const Bytes b = BytesOf(dstSelection, target);
-    return a.start < b.end && b.start < a.end;
-}
 
 void RunScaledBlit(const ScaleWork& work) {
     if (work.visible.Empty()) return;

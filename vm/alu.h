@@ -49,9 +49,19 @@ constexpr T Multiply(T a, T b) {
     return static_cast<T>(static_cast<Wide>(a) * static_cast<Wide>(b));
 }
 
+// Keeps the load of an integer as wide as it is, before what follows, also where nothing or only a
+// part of the value comes to matter: an operand that is not all inside the image is a memory fault
+// whatever the operation makes of it.
+template <class T>
+inline T KeepLoad(T value) {
+    asm volatile("" : : "r"(value));
+    return value;
+}
+
 // A zero divisor and the most negative value divided by -1 cannot be done at any size.
 template <class T>
 void RequireSignedDivision(T a, T b) {
+    KeepLoad(a);
     const auto lowest = static_cast<T>(std::numeric_limits<SignedOf<T>>::min());
     if (b == 0 || (a == lowest && b == static_cast<T>(-1))) DivisionError();
 }
@@ -70,12 +80,14 @@ T RemainderSigned(T a, T b) {
 
 template <class T>
 T Divide(T a, T b) {
+    KeepLoad(a);
     if (b == 0) DivisionError();
     return static_cast<T>(a / b);
 }
 
 template <class T>
 T Remainder(T a, T b) {
+    KeepLoad(a);
     if (b == 0) DivisionError();
     return static_cast<T>(a % b);
 }

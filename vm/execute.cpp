@@ -179,6 +179,9 @@ void IntegerOperation(TwoOperand op, const Operands& at, Cpu& cpu) {
     }
 }
 
+template <class Float>
+using IntegerOfFloat = std::conditional_t<sizeof(Float) == 4, u32, u64>;
+
 template <class T>
 void FloatOperation(TwoOperand op, const Operands& at) {
     switch (op) {
@@ -188,8 +191,8 @@ void FloatOperation(TwoOperand op, const Operands& at) {
         case TwoOperand::Fdiv: Store<T>(at.a, Load<T>(at.a) / Load<T>(at.b)); return;
         case TwoOperand::Fcmp:
             // Reads both and changes nothing: its flags would be lost to the write-back.
-            static_cast<void>(Load<T>(at.a));
-            static_cast<void>(Load<T>(at.b));
+            KeepLoad(std::bit_cast<IntegerOfFloat<T>>(Load<T>(at.a)));
+            KeepLoad(std::bit_cast<IntegerOfFloat<T>>(Load<T>(at.b)));
             return;
         default: return;
     }
@@ -273,7 +276,7 @@ void IntegerOperation(OneOperand op, u32 e, Cpu& cpu) {
         case OneOperand::Not: StoreWithFlags(cpu, e, static_cast<T>(~Load<T>(e))); return;
         case OneOperand::Tst: cpu.flags = FlagsOf(Load<T>(e)); return;
         case OneOperand::Push: Push<PushedAs>(cpu, Load<T>(e)); return;
-        case OneOperand::Pop: Store<T>(e, static_cast<T>(Pop<PushedAs>(cpu))); return;
+        case OneOperand::Pop: Store<T>(e, static_cast<T>(KeepLoad(Pop<PushedAs>(cpu)))); return;
         case OneOperand::Utof:
             Store<u64>(e, std::bit_cast<u32>(static_cast<f32>(Load<T>(e))));
             return;
@@ -311,7 +314,7 @@ void NegateFloat(u32 number, u32 at, u32 e) {
         case static_cast<u32>(OneOperand::Fneg): Store<u32>(e, Load<u32>(e) ^ kSignBit); return;
         case static_cast<u32>(OneOperand::Dneg):
             // Only the low half of the negated value is stored, and that half did not change.
-            Store<u32>(e, static_cast<u32>(Load<u64>(e)));
+            KeepLoad(Load<u64>(e));
             return;
         default: ReportIllegalSize(at);
     }
@@ -485,7 +488,7 @@ Outcome SingleInstructionAt(u32 w, Cpu& cpu) {
         case Single::Callr: Call(w, RegisterLow(w >> 12 & 15), 4, cpu); break;
         case Single::PushWordExt:
         case Single::PushWordExt2:
-            Push<u16>(cpu, static_cast<u16>(Load<u32>(at + 4)));
+            Push<u16>(cpu, static_cast<u16>(KeepLoad(Load<u32>(at + 4))));
             cpu.pc += 8;
             break;
         case Single::PushWord:

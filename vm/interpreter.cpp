@@ -10,18 +10,31 @@ constinit const InstructionTrace* instructionTrace = nullptr;
 namespace {
 
 template <bool kTraced>
+Outcome Step(Cpu& cpu) {
+    const u32 at = cpu.pc;
+    pcTrace[pcTraceCount++ % kPcTraceSize] = at;
+    const u32 w = Load<u32>(at);
+    if constexpr (kTraced) instructionTrace->before(at);
+    const Outcome outcome = Execute(w, cpu);
+    WriteBack(cpu);
+    if constexpr (kTraced) instructionTrace->after(at);
+    return outcome;
+}
+
+template <bool kTraced>
 void RunPlain() {
     Cpu cpu = ReadCpu();
-    Outcome outcome = Outcome::Continue;
-    while (outcome == Outcome::Continue) {
-        const u32 at = cpu.pc;
-        pcTrace[pcTraceCount++ % kPcTraceSize] = at;
-        const u32 w = Load<u32>(at);
-        if constexpr (kTraced) instructionTrace->before(at);
-        outcome = Execute(w, cpu);
-        WriteBack(cpu);
-        if constexpr (kTraced) instructionTrace->after(at);
+    while (Step<kTraced>(cpu) == Outcome::Continue) {
     }
+}
+
+void RunFast() {
+    // Bits of the loaded flag byte that are no flags stay visible until the first write-back.
+    if ((Load<u8>(kHeaderFlags) & ~(kOdd | kZero | kNeg)) != 0) {
+        Cpu cpu = ReadCpu();
+        if (Step<false>(cpu) == Outcome::Leave) return;
+    }
+    RunThreaded();
 }
 
 }  // namespace
@@ -30,6 +43,6 @@ void RunInterpreter() {
     if (instructionTrace != nullptr) {
         RunGuarded(RunPlain<true>);
     } else {
-        RunGuarded(kThreaded ? RunThreaded : RunPlain<false>);
+        RunGuarded(kThreaded ? RunFast : RunPlain<false>);
     }
 }

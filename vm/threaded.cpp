@@ -282,13 +282,14 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
 
     if constexpr (kOp == TwoOperand::Lea) {
         Put<u32>(base, a, b);
+    } else if constexpr (kOp == TwoOperand::Fcmp) {
+        KeepLoad(Get<T>(base, a));
+        KeepLoad(Get<T>(base, b));
     } else if constexpr (IsFloat(kOp)) {
         using Float = std::conditional_t<kSize == 2, f32, f64>;
         const Float left = Get<Float>(base, a);
         const Float right = Get<Float>(base, b);
-        if constexpr (kOp != TwoOperand::Fcmp) {
-            Put<Float>(base, a, CalculateFloat<kOp>(left, right));
-        }
+        Put<Float>(base, a, CalculateFloat<kOp>(left, right));
     } else {
         T right;
         if constexpr (kConstantB) {
@@ -401,7 +402,7 @@ void OneOperandHandler(MX_STATE_PARAMETERS) {
             MX_SLOW_IF(TouchesState(e));
         }
         if constexpr (kOp == OneOperand::Pop) {
-            Put<T>(base, e, static_cast<T>(Get<Pushed>(base, sp)));
+            Put<T>(base, e, static_cast<T>(KeepLoad(Get<Pushed>(base, sp))));
             sp += u32{sizeof(Pushed)};
             Put<u32>(base, kHeaderSP, sp);
         } else {
@@ -522,7 +523,7 @@ template <Single kInstruction>
 void PushConstantHandler(MX_STATE_PARAMETERS) {
     u32 length = 4;
     if constexpr (kInstruction == Single::PushWordExt) {
-        MX_PUSH(u16, static_cast<u16>(Get<u32>(base, pc + 4)));
+        MX_PUSH(u16, static_cast<u16>(KeepLoad(Get<u32>(base, pc + 4))));
         length = 8;
     } else if constexpr (kInstruction == Single::PushWord) {
         MX_PUSH(u16, static_cast<u16>(w >> 10));

@@ -121,6 +121,7 @@ void ShutDown() {
         if (!CloseWav(audio.writer)) SystemLog(audio.options.renderFile + ": cannot be written");
     }
     if (audio.mixerOpen) Mix_CloseAudio();
+    if (audio.mixerTried) SDL_QuitSubSystem(SDL_INIT_AUDIO);
     DeleteSynth(audio.synth);
     audio = {};
 }

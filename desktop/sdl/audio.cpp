@@ -2,6 +2,7 @@
 
 #include <SDL.h>
 #include <SDL_mixer.h>
+#include <dlfcn.h>
 
 #include <atomic>
 #include <chrono>
@@ -110,8 +111,20 @@ u64 RenderedNanoseconds(const AudioState& state) {
 
 // --- The worker
 
+void Ignore(const char*, int, const char*, int, const char*, ...) {}
+
+// ALSA explains at length on standard error why there is no sound card; our one line is enough. The
+// library is loaded by SDL, not by us.
+void QuietAlsa() {
+    using Handler = void (*)(const char*, int, const char*, int, const char*, ...);
+    using SetHandler = int (*)(Handler);
+    void* const found = dlsym(RTLD_DEFAULT, "snd_lib_error_set_handler");
+    if (found != nullptr) reinterpret_cast<SetHandler>(found)(Ignore);
+}
+
 bool OpenDevice(AudioState& state) {
     if (state.device != Stage::NotYet) return state.device == Stage::Ready;
+    QuietAlsa();
     if (Mix_OpenAudioDevice(kAudioRate, AUDIO_S16SYS, kChannels, kBufferFrames, nullptr, 0) != 0) {
         SystemLog(std::string("no sound device: ") + Mix_GetError());
         state.device = Stage::Failed;
@@ -137,11 +150,11 @@ void DoSoundJob(AudioState& state, const SoundJob& job, bool newest) {
 
 void Work(AudioState& state) {
     std::unique_lock guard(state.lock);
-    while (!state.ending) {
+    while (!state.ending || !state.jobs.empty()) {
         if (!state.jobs.empty()) {
             const SoundJob job = std::move(state.jobs.front());
             state.jobs.pop_front();
-            const bool newest = state.jobs.empty();
+            const bool newest = state.jobs.empty() && !state.ending;
             guard.unlock();
             DoSoundJob(state, job, newest);
             guard.lock();
@@ -250,6 +263,7 @@ void ShutDown() {
     if (audio->worker.joinable()) audio->worker.join();
     if (audio->loader.joinable()) audio->loader.join();
     if (audio->device == Stage::Ready) Mix_CloseAudio();
+    if (SDL_WasInit(SDL_INIT_AUDIO) != 0) SDL_QuitSubSystem(SDL_INIT_AUDIO);
     DeleteSynth(audio->synth);
     delete audio;
     audio = nullptr;

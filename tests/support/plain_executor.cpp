@@ -344,10 +344,9 @@ void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
         IllegalFloatSize(run);
         return;
     }
-    // FCMP has no observable effect at all, so it does not even look at its operands.
-    if (group == 21) return;
     const u64 a = Read(run.m, o.a, BytesOf(size));
     const u64 b = Read(run.m, o.b, BytesOf(size));
+    if (group == 21) return;  // FCMP looks at its operands, and that is all
     const u64 result = size == 2 ? BitsOfFloat(Arithmetic(run, group, FloatOf(a), FloatOf(b)))
                                  : BitsOfDouble(Arithmetic(run, group, DoubleOf(a), DoubleOf(b)));
     Write(run.m, o.a, result, BytesOf(size));
@@ -485,8 +484,9 @@ void OneOperandInstruction(State& run, u32 w) {
                 IllegalFloatSize(run);
             } else if (size == 2) {  // FNEG
                 Write(m, e, Read(m, e, 4) ^ 0x80000000u, 4);
+            } else {  // DNEG: the low half of the result is the low half of the value
+                Write(m, e, Read(m, e, 8), 4);
             }
-            // DNEG would store back the low half, which the sign is not in: nothing to do.
             return;
         case 1:  // NEG
             Write(m, e, 0 - value(), bytes);

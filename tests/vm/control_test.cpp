@@ -647,6 +647,21 @@ TEST_F(Control, ReadsOfTheHeaderSeeThePcOfTheInstructionAndTheSpFpAndFlagsBefore
         before);
 }
 
+TEST_F(Control, BitsOfTheFlagByteThatAreNoFlagsAreThereUntilTheFirstWriteBackAndThen0) {
+    // MOVEZ.B R3, [192]; MOVEZ.B R4, [192] with the byte 0xFA: ZERO and five other bits
+    const auto load = [](u32 r) { return 26 | r << 5 | 64u << 9; };
+    Picture before = BenchPicture();
+    before.Put(192, 0xFA, 1);
+    ExpectWords(
+        "a loaded flag byte", {load(3), 192, load(4), 192}, 528,
+        [](Picture& after) {
+            after.Put(RegisterAt(3), 0xFA, 8);
+            after.Put(RegisterAt(4), 2, 8);
+            after.Put(192, 2, 1);
+        },
+        before);
+}
+
 TEST_F(Control, PopIntoTheSpWordIsLost) {
     // POP.L of register 19, the SP word at 160.
     ExpectWords("POP.L of register 19", {22u << 8 | 212 | 19u << 16}, 516,

@@ -314,6 +314,44 @@ TEST_F(Faults, CheckedRangesOfServicesFaultWhenTheyLeaveTheImage) {
     EXPECT_EQ(EndStatus([] { CheckedString(4096); }), 1);
 }
 
+TEST_F(Faults, OperandsWithoutAnEffectFaultAllTheSame) {
+    // FCMP.F and FCMP.D with A or B outside, DNEG.
+    for (const u32 operation : {86u, 87u}) {
+        EXPECT_EQ(RunWords({25 | 3u << 5 | operation << 9, kBenchSize}).outcome,
+                  Outcome::MemoryFault);
+        EXPECT_EQ(RunWords({26 | 3u << 5 | operation << 9, kBenchSize}).outcome,
+                  Outcome::MemoryFault);
+    }
+    EXPECT_EQ(RunWords({236 | 3u << 8, kBenchSize - 7}).outcome, Outcome::MemoryFault);
+    EXPECT_EQ(RunWords({236 | 3u << 8, kBenchSize - 8}).outcome, Outcome::Stopped);
+}
+
+TEST_F(Faults, APopOfAByteReadsTheWholeWordAtSp) {
+    Picture before = BenchPicture();
+    before.Put(160, kBenchSize - 2, 4);
+    EXPECT_EQ(RunWords({212 | 20u << 8 | 3u << 16}, before).outcome, Outcome::Stopped);
+    before.Put(160, kBenchSize - 1, 4);
+    EXPECT_EQ(RunWords({212 | 20u << 8 | 3u << 16}, before).outcome, Outcome::MemoryFault);
+}
+
+TEST_F(Faults, APushOfAWordReadsTheWholeExtensionWord) {
+    Picture before = BenchPicture();
+    before.Put(136, kBenchSize - 6, 4);
+    before.Put(kBenchSize - 6, 116, 4);
+    EXPECT_EQ(RunOn(Engine::Fast, before.bytes).outcome, Outcome::MemoryFault);
+    EXPECT_EQ(RunOn(Engine::Traced, before.bytes).outcome, Outcome::MemoryFault);
+}
+
+TEST_F(Faults, ADividendOutsideTheImageFaultsBeforeTheDivisionFails) {
+    // DIVS, MODS, DIVU and MODU of an absolute A by the quick 0
+    for (const u32 first : {0u, 4u, 12u, 16u}) {
+        for (u32 size = 0; size < 4; ++size) {
+            const RunResult result = RunWords({29 | (first + size) << 9, kBenchSize});
+            EXPECT_EQ(result.outcome, Outcome::MemoryFault) << first << " " << size;
+        }
+    }
+}
+
 TEST_F(Faults, AfterAFaultTheNextRunIsGuardedAgain) {
     for (int i = 0; i < 100; ++i) {
         EXPECT_EQ(RunWords(LoadFrom(2, 0x40000000u + static_cast<u32>(i))).outcome,
