@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "../support/desktop_probe.h"
-#include "../support/desktop_session.h"
 #include "desktop/desktop.h"
+#include "tests/support/desktop_probe.h"
+#include "tests/support/desktop_session.h"
 
 namespace {
 using Lines = std::vector<std::string>;
