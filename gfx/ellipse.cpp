@@ -3,7 +3,7 @@
 // The walk goes from the top and bottom centre outwards and inwards at once, in doubled units so
 // that an even size has a centre of two pixels. Its decision variables are 32-bit words that wrap
 // and are compared as signed numbers: on very large ellipses they overflow, and the shape that this
-// gives is the shape that modules get. A height of 65,537 never comes to an end.
+// gives is the shape that modules get. Some never come to an end: one 11 wide and 65,537 high.
 
 #include <algorithm>
 

@@ -394,7 +394,7 @@ u64 Scene::operations = 0;
 u64 Scene::faults = 0;
 
 TEST(RandomScenes, EveryKernelSetDrawsWhatTheYardstickDraws) {
-    constexpr u64 kOperations = kCheckedAccess ? 60'000 : 240'000;
+    constexpr u64 kOperations = 220'000;
     const std::vector<const Kernels*> sets = AvailableKernels();
     const StandardError quiet(true);
     u32 seed = 1;
