@@ -9,8 +9,8 @@ namespace {
 
 constexpr u64 kEmptyCapacity = 2048;
 constexpr u64 kGrowth = 2048;
-// Section lengths are 32-bit words, so a longer text could not be described.
-constexpr u64 kMaximalCapacity = 0xFFFFFFFF;
+// A larger file is no settings file: it counts as one that there is no memory for.
+constexpr u64 kMaximalCapacity = u64{256} << 20;
 // Zero bytes behind the capacity: a section header that is cut off there is still inside the block.
 constexpr u64 kSlack = 32;
 

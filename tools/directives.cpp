@@ -151,10 +151,10 @@ std::string FolderOf(const std::string& path) {
 std::string FindFile(const Assembly& assembly, u32 fromFile, const std::string& name) {
     if (name.starts_with('/') || name.find('\0') != std::string::npos) return name;
     std::error_code error;
-    const std::string beside = FolderOf(assembly.sources.files[fromFile].name) + name;
+    std::string beside = FolderOf(assembly.sources.files[fromFile].name) + name;
     if (std::filesystem::exists(beside, error)) return beside;
     for (const std::string& folder : assembly.options.includeFolders) {
-        const std::string path = (std::filesystem::path(folder) / name).string();
+        std::string path = (std::filesystem::path(folder) / name).string();
         if (std::filesystem::exists(path, error)) return path;
     }
     return beside;

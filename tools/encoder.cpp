@@ -268,8 +268,9 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
 bool EncodePushConstant(Encoder& encoder, const Operand& operand) {
     u32 size = 0;
     if (!ChooseSize(encoder, Sizes::Integer, size)) return false;
-    if (size == 0)
+    if (size < 1 || size > 3) {
         return encoder.Fail(encoder.suffixPosition, "a constant is pushed as .W .L or .Q");
+    }
     const bool isReal = IsRealSuffix(encoder.suffix);
     i64 number = 0;
     const Value value = Evaluate(encoder.table, operand.value);

@@ -90,10 +90,10 @@ AddressNamer MakeNamer(const SymbolNames& names, const CodeMap& map) {
         }
         // A number is an address only if somebody named it.
         if (use == AddressUse::Value && !names.byAddress.contains(address)) return std::string();
-        const std::string name = NameOf(names, map, address);
+        std::string name = NameOf(names, map, address);
         const bool made = !names.byAddress.contains(address);
         if (use != AddressUse::Memory || !made) return name;
-        const std::string nearby = NameWithOffset(names, address);
+        std::string nearby = NameWithOffset(names, address);
         return nearby.empty() ? name : nearby;
     };
 }

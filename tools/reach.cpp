@@ -1,5 +1,6 @@
 #include "tools/reach.h"
 
+#include <algorithm>
 #include <deque>
 #include <optional>
 #include <span>
@@ -63,10 +64,9 @@ void NoteMemory(Explorer& explorer, u32 address) {
 }
 
 void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
-    const OperandForm* form = nullptr;
-    for (const OperandForm& row : kTwoOperandForms) {
-        if (row.code == TwoOperandForm(w)) form = &row;
-    }
+    const auto* const form =
+        std::find_if(kTwoOperandForms.begin(), kTwoOperandForms.end(),
+                     [&](const OperandForm& row) { return row.code == TwoOperandForm(w); });
     u32 extension = address + 4;
     const bool isBlockCount =
         (TwoOperandNumber(w) & ~3u) == static_cast<u32>(TwoOperand::Pushblock) && form->code == 5;

@@ -316,7 +316,7 @@ std::string Fields(SingleOperands operands) {
 }
 
 std::string Written(const SingleInstruction& single) {
-    const std::string name = single.mnemonic;
+    std::string name = single.mnemonic;
     switch (single.operands) {
         case SingleOperands::None: return name;
         case SingleOperands::Target: return name + " target";

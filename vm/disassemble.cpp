@@ -82,7 +82,7 @@ struct Writer {
 
     std::string Address(u32 address, AddressUse use) const {
         if (namer) {
-            const std::string name = namer(address, use);
+            std::string name = namer(address, use);
             if (!name.empty()) return name;
         }
         return Hex(address);

@@ -202,117 +202,88 @@ struct Operands {
     u32 b;
 };
 
-// Form 5 of the block pushes means the extension word itself, which is then `a`.
-Operands TwoOperands(State& run, u32 w, u32 size) {
-    const u32 low = (w >> 5) & 15;    // the A-register field
-    const u32 high = (w >> 16) & 15;  // the B-register field
-    Operands o{};
-    switch (w & 31) {
-        case 1:
-            o.a = Indexed(run, NextExtensionWord(run), low);
-            o.b = QuickSource(run, high, size);
-            break;
-        case 2:
-            o.a = Indexed(run, NextExtensionWord(run), low);
-            o.b = RegisterSlot(high);
-            break;
-        case 3:
-            o.a = NextExtensionWord(run);
-            o.b = FrameAddress(run, w);
-            break;
-        case 5:
-            o.a = NextExtensionWord(run);
-            o.b = Indexed(run, NextExtensionWord(run), low);
-            break;
-        case 6:
-            o.a = Indexed(run, NextExtensionWord(run), low);
-            o.b = NextExtensionWord(run);
-            break;
-        case 7:
-            o.a = FrameAddress(run, w);
-            o.b = ImmediateSource(run, size);
-            break;
-        case 9:
-            o.a = Indexed(run, NextExtensionWord(run), low);
-            o.b = FrameAddress(run, w);
-            break;
-        case 10:
-            o.a = Indexed(run, NextExtensionWord(run), low);
-            o.b = Indexed(run, NextExtensionWord(run), high);
-            break;
-        case 11:
-            o.a = FrameAddress(run, w);
-            o.b = Indexed(run, NextExtensionWord(run), low);
-            break;
-        case 13:
-            o.a = NextExtensionWord(run);
-            o.b = ImmediateSource(run, size);
-            break;
-        case 14: {
-            const u32 extension = NextExtensionWord(run);
-            o.a = Indexed(run, extension, low);
-            o.b = ImmediateSource(run, size);
-            break;
-        }
-        case 15:
-            o.a = FrameAddress(run, w);
-            o.b = run.fp + NextExtensionWord(run);
-            break;
-        case 17:
-            o.a = RegisterSlot(low);
-            o.b = FrameAddress(run, w);
-            break;
-        case 18:
-            o.a = RegisterSlot(low);
-            o.b = Indexed(run, NextExtensionWord(run), high);
-            break;
-        case 19:
-            o.a = FrameAddress(run, w);
-            o.b = RegisterSlot(low);
-            break;
-        case 21:
-            o.a = NextExtensionWord(run);
-            o.b = NextExtensionWord(run);
-            break;
-        case 22:
-            o.a = RegisterSlot(low);
-            o.b = ImmediateSource(run, size);
-            break;
-        case 23:
-            o.a = FrameAddress(run, w);
-            o.b = QuickSource(run, low, size);
-            break;
-        case 25:
-            o.a = NextExtensionWord(run);
-            o.b = RegisterSlot(low);
-            break;
-        case 26:
-            o.a = RegisterSlot(low);
-            o.b = NextExtensionWord(run);
-            break;
-        case 27:
-            o.a = FrameAddress(run, w);
-            o.b = NextExtensionWord(run);
-            break;
-        case 28:
-            o.a = RegisterSlot(low);
-            o.b = RegisterSlot(high);
-            break;
-        case 29:
-            o.a = NextExtensionWord(run);
-            o.b = QuickSource(run, low, size);
-            break;
-        case 30:
-            o.a = RegisterSlot(low);
-            o.b = QuickSource(run, high, size);
-            break;
-        default: throw Halt{Outcome::IllegalOpcode};
+enum class Way { Register, Indexed, Absolute, Frame, Frame32, Quick, Immediate };
+
+// A form's two operands, and where in the word the register number or quick value of each begins:
+// at bit 5 or 16, 0 where it has none.
+struct Form {
+    u32 code;
+    Way a;
+    u32 aField;
+    Way b;
+    u32 bField;
+};
+
+constexpr Form kForms[] = {
+    {1, Way::Indexed, 5, Way::Quick, 16},      {2, Way::Indexed, 5, Way::Register, 16},
+    {3, Way::Absolute, 0, Way::Frame, 0},      {5, Way::Absolute, 0, Way::Indexed, 5},
+    {6, Way::Indexed, 5, Way::Absolute, 0},    {7, Way::Frame, 0, Way::Immediate, 0},
+    {9, Way::Indexed, 5, Way::Frame, 0},       {10, Way::Indexed, 5, Way::Indexed, 16},
+    {11, Way::Frame, 0, Way::Indexed, 5},      {13, Way::Absolute, 0, Way::Immediate, 0},
+    {14, Way::Indexed, 5, Way::Immediate, 0},  {15, Way::Frame, 0, Way::Frame32, 0},
+    {17, Way::Register, 5, Way::Frame, 0},     {18, Way::Register, 5, Way::Indexed, 16},
+    {19, Way::Frame, 0, Way::Register, 5},     {21, Way::Absolute, 0, Way::Absolute, 0},
+    {22, Way::Register, 5, Way::Immediate, 0}, {23, Way::Frame, 0, Way::Quick, 5},
+    {25, Way::Absolute, 0, Way::Register, 5},  {26, Way::Register, 5, Way::Absolute, 0},
+    {27, Way::Frame, 0, Way::Absolute, 0},     {28, Way::Register, 5, Way::Register, 16},
+    {29, Way::Absolute, 0, Way::Quick, 5},     {30, Way::Register, 5, Way::Quick, 16},
+};
+
+u32 OperandAddress(State& run, Way way, u32 w, u32 fieldAt, u32 size) {
+    const u32 field = (w >> fieldAt) & 15;
+    switch (way) {
+        case Way::Register: return RegisterSlot(field);
+        case Way::Indexed: return Indexed(run, NextExtensionWord(run), field);
+        case Way::Absolute: return NextExtensionWord(run);
+        case Way::Frame: return FrameAddress(run, w);
+        case Way::Frame32: return run.fp + NextExtensionWord(run);
+        case Way::Quick: return QuickSource(run, field, size);
+        case Way::Immediate: return ImmediateSource(run, size);
     }
-    return o;
+    return 0;
+}
+
+// A's extension word comes before B's. In form 5 a block push takes the word itself, which is `a`.
+Operands TwoOperands(State& run, u32 w, u32 size) {
+    const Form* form = kForms;
+    while (form->code != (w & 31)) ++form;
+    const u32 a = OperandAddress(run, form->a, w, form->aField, size);
+    const u32 b = OperandAddress(run, form->b, w, form->bField, size);
+    return {a, b};
 }
 
 // ---------------------------------------------------------------------------------------------
 // Two-operand operations
+
+// Bits 11..15 of a two-operand instruction.
+enum Group : u32 {
+    kDivs = 0,
+    kMods = 1,
+    kAsr = 2,
+    kDivu = 3,
+    kModu = 4,
+    kLsr = 5,
+    kAdd = 6,
+    kSub = 7,
+    kCmp = 8,
+    kMul = 9,
+    kTest = 10,
+    kLsl = 11,
+    kAnd = 12,
+    kOr = 13,
+    kXor = 14,
+    kMove = 15,
+    kMovez = 16,
+    kFadd = 17,
+    kFsub = 18,
+    kFmul = 19,
+    kFdiv = 20,
+    kFcmp = 21,
+    kLea = 22,
+    kBlockmove = 23,
+    kPushblock = 30,
+    kPeekblock = 31
+};
 
 enum class Division { SignedQuotient, SignedRemainder, UnsignedQuotient, UnsignedRemainder };
 
@@ -331,9 +302,9 @@ template <class Real>
 Real Arithmetic(State& run, u32 group, Real a, Real b) {
     if (std::isnan(a) && std::isnan(b)) run.m.nansMet = true;
     switch (group) {
-        case 17: return a + b;
-        case 18: return a - b;
-        case 19: return a * b;
+        case kFadd: return a + b;
+        case kFsub: return a - b;
+        case kFmul: return a * b;
         default: return a / b;
     }
 }
@@ -346,7 +317,7 @@ void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
     }
     const u64 a = Read(run.m, o.a, BytesOf(size));
     const u64 b = Read(run.m, o.b, BytesOf(size));
-    if (group == 21) return;  // FCMP looks at its operands, and that is all
+    if (group == kFcmp) return;  // it looks at its operands, and that is all
     const u64 result = size == 2 ? BitsOfFloat(Arithmetic(run, group, FloatOf(a), FloatOf(b)))
                                  : BitsOfDouble(Arithmetic(run, group, DoubleOf(a), DoubleOf(b)));
     Write(run.m, o.a, result, BytesOf(size));
@@ -385,74 +356,36 @@ void TwoOperandInstruction(State& run, u32 w) {
     };
 
     switch (group) {
-        case 0:  // DIVS
-            store(Divide(Division::SignedQuotient, a(), b(), size));
-            return;
-        case 1:  // MODS
-            store(Divide(Division::SignedRemainder, a(), b(), size));
-            return;
-        case 2: {  // ASR
+        case kDivs: store(Divide(Division::SignedQuotient, a(), b(), size)); return;
+        case kMods: store(Divide(Division::SignedRemainder, a(), b(), size)); return;
+        case kAsr: {
             const i64 value = Signed(a(), size);
             storeWithFlags(static_cast<u64>(value >> count()));
             return;
         }
-        case 3:  // DIVU
-            store(Divide(Division::UnsignedQuotient, a(), b(), size));
-            return;
-        case 4:  // MODU
-            store(Divide(Division::UnsignedRemainder, a(), b(), size));
-            return;
-        case 5:  // LSR
-            storeWithFlags(a() >> count());
-            return;
-        case 6:  // ADD
-            store(a() + b());
-            return;
-        case 7:  // SUB
-            storeWithFlags(a() - b());
-            return;
-        case 8:  // CMP
-            run.flags = FlagsOf(a() - b(), size);
-            return;
-        case 9:  // MUL
-            store(a() * b());
-            return;
-        case 10:  // TEST
-            run.flags = FlagsOf(a() & b(), size);
-            return;
-        case 11:  // LSL
-            storeWithFlags(a() << count());
-            return;
-        case 12:  // AND
-            storeWithFlags(a() & b());
-            return;
-        case 13:  // OR
-            store(a() | b());
-            return;
-        case 14:  // XOR
-            storeWithFlags(a() ^ b());
-            return;
-        case 15:  // MOVE
-            store(b());
-            return;
-        case 16:  // MOVEZ
-            Write(m, o.a, b(), 8);
-            return;
-        case 17:  // FADD
-        case 18:  // FSUB
-        case 19:  // FMUL
-        case 20:  // FDIV
-        case 21:  // FCMP
-            FloatingPoint(run, group, size, o);
-            return;
-        case 22:  // LEA
-            Write(m, o.a, o.b, 4);
-            return;
-        case 23:  // BLOCKMOVE
-            CopyBlock(m, o.a, o.b, u64{Read32(m, kBlockCount)} * bytes);
-            return;
-        case 30: PushBlock(run, w, size, o); return;
-        case 31: PeekBlock(run, size, o); return;
+        case kDivu: store(Divide(Division::UnsignedQuotient, a(), b(), size)); return;
+        case kModu: store(Divide(Division::UnsignedRemainder, a(), b(), size)); return;
+        case kLsr: storeWithFlags(a() >> count()); return;
+        case kAdd: store(a() + b()); return;
+        case kSub: storeWithFlags(a() - b()); return;
+        case kCmp: run.flags = FlagsOf(a() - b(), size); return;
+        case kMul: store(a() * b()); return;
+        case kTest: run.flags = FlagsOf(a() & b(), size); return;
+        case kLsl: storeWithFlags(a() << count()); return;
+        case kAnd: storeWithFlags(a() & b()); return;
+        case kOr: store(a() | b()); return;
+        case kXor: storeWithFlags(a() ^ b()); return;
+        case kMove: store(b()); return;
+        case kMovez: Write(m, o.a, b(), 8); return;
+        case kFadd:
+        case kFsub:
+        case kFmul:
+        case kFdiv:
+        case kFcmp: FloatingPoint(run, group, size, o); return;
+        case kLea: Write(m, o.a, o.b, 4); return;
+        case kBlockmove: CopyBlock(m, o.a, o.b, u64{Read32(m, kBlockCount)} * bytes); return;
+        case kPushblock: PushBlock(run, w, size, o); return;
+        case kPeekblock: PeekBlock(run, size, o); return;
         default: IllegalOpcode(run);
     }
 }
@@ -469,6 +402,26 @@ u32 OneOperand(State& run, u32 w) {
             return NextExtensionWord(run);
     }
 }
+
+// Bits 10..14 of a one-operand instruction.
+enum OneOperandGroup : u32 {
+    kENeg = 1,
+    kENot = 2,
+    kETst = 3,
+    kEPush = 4,
+    kEPop = 5,
+    kEPea = 6,
+    kEExtz = 8,
+    kEExts = 9,
+    kEUtof = 10,
+    kEStof = 11,
+    kEUtod = 12,
+    kEStod = 13,
+    kEFtoq = 14,
+    kEDtoq = 15,
+    kEFtod = 16,
+    kEDtol = 17
+};
 
 void OneOperandInstruction(State& run, u32 w) {
     Machine& m = run.m;
@@ -488,58 +441,36 @@ void OneOperandInstruction(State& run, u32 w) {
                 Write(m, e, Read(m, e, 8), 4);
             }
             return;
-        case 1:  // NEG
-            Write(m, e, 0 - value(), bytes);
-            return;
-        case 2: {  // NOT
+        case kENeg: Write(m, e, 0 - value(), bytes); return;
+        case kENot: {
             const u64 result = ~value();
             Write(m, e, result, bytes);
             run.flags = FlagsOf(result, size);
             return;
         }
-        case 3:  // TST
-            run.flags = FlagsOf(value(), size);
-            return;
-        case 4:  // PUSH
-            Push(run, value(), size == 0 ? 2 : bytes);
-            return;
-        case 5: {  // POP
+        case kETst: run.flags = FlagsOf(value(), size); return;
+        case kEPush: Push(run, value(), size == 0 ? 2 : bytes); return;
+        case kEPop: {
             const u64 popped = Read(m, run.sp, size == 0 ? 2 : bytes);
             Write(m, e, popped, bytes);
             run.sp += size == 0 ? 2 : bytes;
             return;
         }
-        case 6:  // PEA
-            Push(run, e, 4);
-            return;
-        case 8:  // EXTZ
+        case kEPea: Push(run, e, 4); return;
+        case kEExtz:
             if (size < 3) Write(m, e, value(), 8);
             return;
-        case 9:  // EXTS
+        case kEExts:
             if (size < 3) Write(m, e, static_cast<u64>(Signed(value(), size)), 8);
             return;
-        case 10:  // UTOF
-            Write(m, e, BitsOfFloat(static_cast<f32>(value())), 8);
-            return;
-        case 11:  // STOF
-            Write(m, e, BitsOfFloat(static_cast<f32>(Signed(value(), size))), 8);
-            return;
-        case 12:  // UTOD
-            Write(m, e, BitsOfDouble(static_cast<f64>(value())), 8);
-            return;
-        case 13:  // STOD
-            Write(m, e, BitsOfDouble(static_cast<f64>(Signed(value(), size))), 8);
-            return;
-        case 14:  // FTOQ
-            Write(m, e, TruncateToQuad(f64{FloatOf(Read(m, e, 4))}), 8);
-            return;
-        case 15:  // DTOQ
-            Write(m, e, TruncateToQuad(DoubleOf(Read(m, e, 8))), 8);
-            return;
-        case 16:  // FTOD
-            Write(m, e, BitsOfDouble(f64{FloatOf(Read(m, e, 4))}), 8);
-            return;
-        case 17: {  // DTOL
+        case kEUtof: Write(m, e, BitsOfFloat(static_cast<f32>(value())), 8); return;
+        case kEStof: Write(m, e, BitsOfFloat(static_cast<f32>(Signed(value(), size))), 8); return;
+        case kEUtod: Write(m, e, BitsOfDouble(static_cast<f64>(value())), 8); return;
+        case kEStod: Write(m, e, BitsOfDouble(static_cast<f64>(Signed(value(), size))), 8); return;
+        case kEFtoq: Write(m, e, TruncateToQuad(f64{FloatOf(Read(m, e, 4))}), 8); return;
+        case kEDtoq: Write(m, e, TruncateToQuad(DoubleOf(Read(m, e, 8))), 8); return;
+        case kEFtod: Write(m, e, BitsOfDouble(f64{FloatOf(Read(m, e, 4))}), 8); return;
+        case kEDtol: {
             const f32 rounded = static_cast<f32>(DoubleOf(Read(m, e, 8)));
             Write(m, e, TruncateToQuad(f64{rounded}), 4);
             return;
@@ -605,12 +536,12 @@ void Link(State& run, u32 w) {
     Push(run, run.fp, 4);
     run.fp = run.sp;
     run.sp = run.fp - ((w >> 14) + 8 * n);
-    CopyBlock(run.m, run.sp, 8 + 8 * (14 - n), 8 * n);
+    CopyBlock(run.m, run.sp, 8 + 8 * (14 - n), u64{8} * n);
 }
 
 void Return(State& run, u32 w) {
     const u32 n = (w >> 10) & 15;
-    CopyBlock(run.m, 8 + 8 * (14 - n), run.sp, 8 * n);
+    CopyBlock(run.m, 8 + 8 * (14 - n), run.sp, u64{8} * n);
     const u32 oldFP = Read32(run.m, run.fp);
     const u32 returnAddress = Read32(run.m, run.fp + 4);
     const u32 argumentBytes = Read32(run.m, run.fp + 8);

@@ -364,7 +364,7 @@ void FillRegisters(Program& p) {
         if (pointer && p.random.OneIn(3)) value |= p.random.Next() << 32;
         if (p.random.OneIn(12)) value = Target(p);
         if (p.random.OneIn(10)) value = p.random.Between(120, 264);  // the header's words
-        if (r >= 6 && r <= 8 && !p.random.OneIn(4)) value = 4 * p.random.Below(8);
+        if (r >= 6 && r <= 8 && !p.random.OneIn(4)) value = u64{4} * p.random.Below(8);
         Put(p, 8 + 8 * r, value, 8);
     }
 }
@@ -408,7 +408,7 @@ std::vector<u8> RandomProgram(u64 seed) {
     p.stackLimit = p.codeEnd + dataSize;
     p.stackTop = p.stackLimit + stackSize;
     // A multiple of 64 bytes, so that no padding follows the image.
-    p.image.resize((p.stackTop + p.random.Below(600) + 63) / 64 * 64);
+    p.image.resize(size_t{64} * ((p.stackTop + p.random.Below(600) + 63) / 64));
     for (size_t i = kCode; i < p.image.size(); ++i) {
         const u64 r = p.random.Next();
         p.image[i] = static_cast<u8>((r & 0x300) == 0 ? 0 : r);

@@ -681,6 +681,20 @@ TEST_F(Settings, WithoutMemoryALoadLeavesNoBuffer) {
     EXPECT_EQ(OpenFile("SET.INI", kOpenRead), 0u) << "the file has been closed each time";
 }
 
+TEST_F(Settings, AnEnormousFileCountsAsOneWithoutMemory) {
+    WriteTestFile(DataPath("SET.INI"), "[0x00000000=A]\nK= 1\n");
+    fs::resize_file(DataPath("SET.INI"), 0xFFFFFFF0);
+    EXPECT_EQ(Load("SET.INI"), 0u);
+    EXPECT_EQ(AddSection("B"), 0u);
+    // Of a size beyond 4 GiB only the low 32 bits are seen.
+    fs::resize_file(DataPath("SET.INI"), 0x100000014);
+    EXPECT_EQ(Load("SET.INI"), 1u);
+    EXPECT_EQ(Saved(), "[A]\nK= 1\n");
+    fs::resize_file(DataPath("SET.INI"), 0x100000009);
+    EXPECT_EQ(Load("SET.INI"), 0u);
+    EXPECT_EQ(AddSection("B"), 1u);
+}
+
 TEST_F(Settings, WithoutMemoryAWriteChangesNothing) {
     LoadBytes("[0x00000000=A]\nK= 1\n");
     systemCalls.allocate = [](std::size_t) -> void* { return nullptr; };
