@@ -12,7 +12,7 @@
 #include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
-constexpr i32 kScreenMargin = 40;  // for the box's own title bar and the desktop's panels
+constexpr i32 kScreenMargin = 60;  // for the box's own title bar and the desktop's panels
 constexpr int kNothingPressed = -1;
 constexpr int kWaitMilliseconds = 50;
 
