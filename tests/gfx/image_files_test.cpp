@@ -413,8 +413,8 @@ TEST_F(ImageFiles, ABrokenPngLeavesNoBitmap) {
     const std::string bytes = Get("A");
     // Up to the last byte of the picture's data; what follows is not needed.
     const std::size_t data = bytes.find("IDAT");
-    const std::size_t end = data + 4 + (static_cast<u8>(bytes[data - 2]) << 8U) +
-                            static_cast<u8>(bytes[data - 1]);
+    const std::size_t end =
+        data + 4 + (static_cast<u8>(bytes[data - 2]) << 8U) + static_cast<u8>(bytes[data - 1]);
     for (std::size_t size = 20; size < end - 8; size += 7) {
         SCOPED_TRACE(size);
         ExpectRefused(Load(bytes.substr(0, size)));
