@@ -147,14 +147,20 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
     StartDSTSRC(source, destination);
     // Inverted copies are placed side by side by a test of the source's x, not of the position:
     // one copy in each row of copies, or no end of them.
-    const bool endless = invert && sourceX > 0 && sourceX < right;
-    if (width > 0 && height > 0) {
+    const bool empty = width <= 0 || height <= 0;
+    const bool endless = !empty && invert && sourceX > 0 && sourceX < right;
+    if (!empty) {
         Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
         if (invert && !endless) tiling.right = std::min(tiling.right, i64{x} + width);
         if (endless) tiling.bottom = std::min(tiling.bottom, i64{y} + height);
         RunBlit(
             {tiling, Intersect(tiling.Extent(), ClipArea(dstSelection)), sourceX, sourceY, invert});
-        if (endless) PlaceCopiesForever();
+    }
+    if (endless) {
+        // Nothing is drawn from here on, so what runs while the host is asked may select bitmaps.
+        EndDSTSRC();
+        PlaceCopiesForever();
+        return;
     }
     if (destination == kScreenBitmap) {
         GrowDirtyRect(x, y, GrowthTo(right, x, width), GrowthTo(bottom, y, height));

@@ -166,13 +166,18 @@ HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
     StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), extremes, constants), to, count);
 }
 
+// A row as blocks of four vectors, vectors, and what is left.
+struct RowParts {
+    std::size_t blocks, vectors, pixels;
+};
+
 template <bool kInverted>
-HWY_INLINE void BlendRow(u8* to, const u8* from, std::size_t count,
+HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
                          const BlendConstants& constants) {
     const std::size_t lanes = hn::Lanes(d32);
     // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. In a
     // mixed block the arithmetic costs no more than finding out where it could be left out.
-    for (; count >= 4 * lanes; count -= 4 * lanes, to += 16 * lanes, from += 16 * lanes) {
+    for (std::size_t i = parts.blocks; i != 0; --i, to += 16 * lanes, from += 16 * lanes) {
         const V32 s0 = LoadPixels(from);
         const V32 s1 = LoadPixels(from + 4 * lanes);
         const V32 s2 = LoadPixels(from + 8 * lanes);
@@ -192,17 +197,17 @@ HWY_INLINE void BlendRow(u8* to, const u8* from, std::size_t count,
             BlendOne<kInverted>(to + 12 * lanes, s3, constants);
         }
     }
-    for (; count >= lanes; count -= lanes, to += 4 * lanes, from += 4 * lanes) {
+    for (std::size_t i = parts.vectors; i != 0; --i, to += 4 * lanes, from += 4 * lanes) {
         const V32 source = LoadPixels(from);
         if (hn::AllTrue(d32, FindExtremes(source, constants).transparent)) continue;
         BlendOne<kInverted>(to, source, constants);
     }
-    if (count == 0) return;
+    if (parts.pixels == 0) return;
     if constexpr (kPartialAccess) {
-        BlendFirst<kInverted>(to, from, count, constants);
+        BlendFirst<kInverted>(to, from, parts.pixels, constants);
     } else {
-        for (; count != 0; --count, to += 4, from += 4) {
-            BlitPixel<kInverted>(to, LoadBytes<u32>(from));
+        for (std::size_t i = 0; i < parts.pixels; ++i) {
+            BlitPixel<kInverted>(to + 4 * i, LoadBytes<u32>(from + 4 * i));
         }
     }
 }
@@ -211,8 +216,10 @@ template <bool kInverted>
 void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t count,
            std::size_t rows) {
     const BlendConstants constants = LoadBlendConstants();
+    const std::size_t lanes = hn::Lanes(d32);
+    const RowParts parts = {count / (4 * lanes), count % (4 * lanes) / lanes, count % lanes};
     for (; rows != 0; --rows, to += toStride, from += fromStride) {
-        BlendRow<kInverted>(to, from, count, constants);
+        BlendRow<kInverted>(to, from, parts, constants);
     }
 }
 

@@ -116,7 +116,7 @@ Run CutRun(i64 start, i64 end, i64 low, i64 high) {
 i64 FirstWithMinorSteps(i64 steps, i64 major, i64 minor) {
     if (steps <= 0) return 0;
     const WideInt needed = WideInt{2} * major * steps - major + 1;
-    return static_cast<i64>((needed + 2 * minor - 1) / (2 * minor));
+    return static_cast<i64>((needed + WideInt{2} * minor - 1) / (WideInt{2} * minor));
 }
 
 struct Axis {
@@ -139,8 +139,9 @@ Walk ClipDiagonal(const Axis& major, const Axis& minor, bool xIsMajor) {
     }
     if (first >= end) return {};
     const WideInt reached = WideInt{2} * minor.length * first;
-    const i64 minorSteps = static_cast<i64>((reached + major.length - 1) / (2 * major.length));
-    const i64 error = static_cast<i64>(reached + 2 * minor.length - major.length -
+    const i64 minorSteps =
+        static_cast<i64>((reached + major.length - 1) / (WideInt{2} * major.length));
+    const i64 error = static_cast<i64>(reached + WideInt{2} * minor.length - major.length -
                                        WideInt{2} * major.length * minorSteps);
     const i64 a = major.start + major.step * first;
     const i64 b = minor.start + minor.step * minorSteps;
