@@ -175,7 +175,7 @@ std::string OnePixelBmp(u32 bits, u32 compression) {
     const auto add = [&](u32 value, u32 count) {
         for (u32 i = 0; i < count; ++i) bytes += static_cast<char>(value >> (8 * i));
     };
-    for (const u32 word : {58, 0, 54, 40, 1, 1}) add(word, 4);
+    for (const u32 word : {58U, 0U, 54U, 40U, 1U, 1U}) add(word, 4);
     add(1, 2);
     add(bits, 2);
     add(compression, 4);
