@@ -403,6 +403,29 @@ TEST_F(X11, SleepingShowsTheWaitingRedrawAndDeliversInputAfterwards) {
     EXPECT_NE(std::find(lines.begin(), lines.end(), "key-down 00 \"a\""), lines.end());
 }
 
+TEST(BareServer, WithoutAWindowManagerKeysArriveAlsoAfterAnAlert) {
+    if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+    XSession session;
+    ASSERT_TRUE(session.Start("1280x800x24", false));
+    DesktopProbe probe;
+    probe.Start({}, [](const std::string& text) {
+        if (text == "x") desktop.alert("So sorry.");
+    });
+    ASSERT_GE(probe.WaitFor("active"), 0);
+    probe.WaitForQuiet();
+    std::system("xdotool key x");
+    ASSERT_GE(probe.WaitFor("key-down 07"), 0);
+    probe.WaitForQuiet();
+    const std::size_t before = probe.Log().size();
+    std::system("xdotool key Return");
+    ASSERT_GE(probe.WaitFor("active", before), 0);
+    probe.WaitForQuiet();
+    std::system("xdotool key a");
+    EXPECT_GE(probe.WaitFor("key-down 00 \"a\"", before), 0);
+    kill(probe.process, SIGTERM);
+    EXPECT_EQ(probe.WaitForExit(), 0);
+}
+
 TEST(Display, WithoutADisplayTheStartIsRefusedWithAReason) {
     setenv("DISPLAY", ":54321", 1);
     unsetenv("WAYLAND_DISPLAY");

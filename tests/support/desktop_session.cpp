@@ -20,6 +20,7 @@ static void SleepMs(int milliseconds) {
 
 pid_t StartProcess(const std::vector<std::string>& arguments, const std::string& log) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -83,7 +84,7 @@ bool XSession::Start(const std::string& screen, bool windowManager) {
     if (!windowManager) return true;
     manager = StartProcess({"openbox", "--sm-disable"}, "");
     for (int i = 0; i < 500; ++i) {
-        if (OutputOf("xprop -root _NET_WORKAREA").find("=") != std::string::npos) {
+        if (OutputOf("xprop -root _NET_WORKAREA").find('=') != std::string::npos) {
             return true;
         }
         SleepMs(20);
