@@ -58,8 +58,8 @@ void AfterInstruction(u32 address) {
     std::string changes;
     for (u32 r = 0; r < kRegisters; ++r) {
         if (after.registers[r] != before.registers[r]) {
-            changes += FormatText(" R%u=0x%llX", r,
-                                  static_cast<unsigned long long>(after.registers[r]));
+            changes +=
+                FormatText(" R%u=0x%llX", r, static_cast<unsigned long long>(after.registers[r]));
         }
     }
     if (after.sp != before.sp) changes += FormatText(" SP=0x%X", after.sp);

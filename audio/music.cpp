@@ -1,7 +1,6 @@
 #include "audio/music.h"
 
 #include <cstring>
-#include <utility>
 
 #include "audio/resource.h"
 #include "audio/score.h"
@@ -33,9 +32,9 @@ void PlayMusic(const char* name) {
         SystemLog(FormatText("music %s: %s", name, reason.c_str()));
         return;
     }
-    Score score = PrepareScore(file);
+    const Score score = PrepareScore(file);
     endOfPiece = score.end;
-    audioOut.startMusic(std::move(score.piece));
+    audioOut.startMusic(score.piece);
     musicPlaying = true;
 }
 

@@ -1,7 +1,6 @@
 #include "audio/sound.h"
 
 #include <string>
-#include <utility>
 
 #include "audio/resource.h"
 #include "audio/wav.h"
@@ -19,13 +18,14 @@ constexpr size_t kLargestFile = size_t{256} << 20;
 void PlaySound(const char* name) {
     // The name is looked up as it stands: "../MUSIC" is shortened for the other services alone.
     const std::string path = folders.resources + "/" + name;
-    auto bytes = ReadResource(path.size() < kPathBufferSize ? path.c_str() : nullptr, kLargestFile);
+    const auto bytes =
+        ReadResource(path.size() < kPathBufferSize ? path.c_str() : nullptr, kLargestFile);
     if (!bytes) {
         audioOut.stopSound();
         SystemLog(FormatText("sound %s: cannot be read", name));
         return;
     }
-    audioOut.playSound(name, std::move(*bytes));
+    audioOut.playSound(name, *bytes);
 }
 
 u32 SoundLength(const char* name) {

@@ -55,19 +55,19 @@ u32 Random(u32& seed, u32 limit) {
 }
 
 void Load(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(LoadSettings("BIG.INI"));
+    while (state.KeepRunning()) benchmark::DoNotOptimize(LoadSettings("BIG.INI"));
 }
 
 void Save(benchmark::State& state) {
     LoadSettings("BIG.INI");
-    for (auto _ : state) benchmark::DoNotOptimize(SaveSettings("OUT.INI"));
+    while (state.KeepRunning()) benchmark::DoNotOptimize(SaveSettings("OUT.INI"));
 }
 
 // Half of the accesses read a number and a string, half replace a line.
 void ReadAndWrite10000Keys(benchmark::State& state) {
     LoadSettings("BIG.INI");
     u32 seed = 1;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (u32 access = 0; access < kAccesses; access++) {
             SelectSection(SectionName(Random(seed, kSections)));
             const std::string key = KeyName(Random(seed, kKeys));

@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/types.h"
@@ -31,7 +30,7 @@ struct AudioOut {
     // Gets ready in the background when the game looks as if it had music.
     void (*prepare)();
     // Plays the piece from its start, in place of one that is playing.
-    void (*startMusic)(std::shared_ptr<const MusicPiece> piece);
+    void (*startMusic)(const std::shared_ptr<const MusicPiece>& piece);
     // Silences the music at once; nothing when none is playing.
     void (*stopMusic)();
     // Nanoseconds of the piece that was started last that have been played. Goes on beyond the
@@ -39,7 +38,7 @@ struct AudioOut {
     u64 (*musicPosition)();
     // Plays a sound file once, in place of the sound that is playing. One that cannot be decoded
     // gives a line in the system log, which mentions `name`.
-    void (*playSound)(std::string name, std::vector<u8> file);
+    void (*playSound)(const std::string& name, const std::vector<u8>& file);
     void (*stopSound)();
     void (*toggleMute)();
     // Stops all sound and releases the device; called once, before desktop.shutDown.
@@ -49,10 +48,10 @@ struct AudioOut {
 // Harmless defaults: silence in which no time passes.
 inline constinit AudioOut audioOut = {
     .prepare = [] {},
-    .startMusic = [](std::shared_ptr<const MusicPiece>) {},
+    .startMusic = [](const std::shared_ptr<const MusicPiece>&) {},
     .stopMusic = [] {},
     .musicPosition = [] { return u64{0}; },
-    .playSound = [](std::string, std::vector<u8>) {},
+    .playSound = [](const std::string&, const std::vector<u8>&) {},
     .stopSound = [] {},
     .toggleMute = [] {},
     .shutDown = [] {},

@@ -1,6 +1,9 @@
 #pragma once
-// What the two image fuzzers share: a machine with a heap of 4 MiB, and a file in memory that every
+// What the two image fuzzers share: a machine with a small heap, and a file in memory that every
 // name opens.
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -15,13 +18,17 @@
 
 namespace image_fuzz {
 
-constexpr u32 kImageSize = (4 << 20) + 4096;
+constexpr u32 kImageSize = 256 << 10;
 
 inline const u8* fileBytes = nullptr;
 inline std::size_t fileSize = 0;
 
 inline std::FILE* OpenMemory(const char*, const char*) {
-    return fmemopen(const_cast<u8*>(fileBytes), fileSize, "rb");
+    const int file = memfd_create("image", MFD_CLOEXEC);
+    if (file < 0 || write(file, fileBytes, fileSize) != static_cast<ssize_t>(fileSize))
+        std::abort();
+    lseek(file, 0, SEEK_SET);
+    return fdopen(file, "rb");
 }
 
 inline void StartMachine() {
@@ -35,9 +42,9 @@ inline void StartMachine() {
         heapStart = 4096;
         heapSize = kImageSize - heapStart;
         systemCalls.open = OpenMemory;
+        InitHeapTable();
+        AllocHeap(4);
     }
-    InitHeapTable();
-    AllocHeap(4);
 }
 
 inline void Require(bool holds) {

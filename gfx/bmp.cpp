@@ -18,7 +18,8 @@ constexpr u32 kFileHeaderSize = 14;
 constexpr u32 kInfoHeaderSize = 40;
 constexpr u32 kHeadersSize = kFileHeaderSize + kInfoHeaderSize;
 constexpr u32 kPixelsPerMetre = 2947;
-constexpr u32 kPieceSize = 1U << 18;
+constexpr u32 kPieceSize = 1U << 18;   // that rows are written in
+constexpr u32 kFirstBlock = 1U << 22;  // memory for pixel data to start with
 
 struct FileCloser {
     u32 handle;
@@ -26,12 +27,21 @@ struct FileCloser {
 };
 
 struct SystemBlock {
-    u8* bytes;
-    explicit SystemBlock(std::size_t size)
-        : bytes(static_cast<u8*>(systemCalls.allocate(std::max<std::size_t>(size, 1)))) {}
+    u8* bytes = nullptr;
+    SystemBlock() = default;
     ~SystemBlock() { systemCalls.release(bytes); }
     SystemBlock(const SystemBlock&) = delete;
     SystemBlock& operator=(const SystemBlock&) = delete;
+
+    // Makes it `size` bytes and keeps the first `used`; false when there is not enough memory.
+    bool Grow(std::size_t used, std::size_t size) {
+        u8* const larger = static_cast<u8*>(systemCalls.allocate(std::max<std::size_t>(size, 1)));
+        if (larger == nullptr) return false;
+        std::copy(bytes, bytes + used, larger);
+        systemCalls.release(bytes);
+        bytes = larger;
+        return true;
+    }
 };
 
 // --- Loading
@@ -96,10 +106,19 @@ Rows RowsOf(const Headers& headers) {
 }
 
 // Reads `count` bytes and keeps the first `kept` of them in `block`; false when the file ends
-// before.
+// before. Memory is taken for what arrives, not for what a header claims.
 bool ReadPixelData(u32 file, u32 count, u32 kept, SystemBlock& block) {
-    return block.bytes != nullptr && ReadFile(file, block.bytes, kept) == kept &&
-           SkipBytes(file, count - kept);
+    u32 size = std::min(kept, kFirstBlock);
+    u32 used = 0;
+    if (!block.Grow(0, size)) return false;
+    while (true) {
+        if (ReadFile(file, block.bytes + used, size - used) < size - used) return false;
+        used = size;
+        if (used == kept) break;
+        size = static_cast<u32>(std::min<u64>(kept, u64{size} * 2));
+        if (!block.Grow(used, size)) return false;
+    }
+    return SkipBytes(file, count - kept);
 }
 
 void ConvertRow(u8* to, const u8* from, u32 width, bool withAlpha) {
@@ -115,6 +134,7 @@ void ConvertRow(u8* to, const u8* from, u32 width, bool withAlpha) {
 // Rows that the data does not hold whole are made up with zero bytes.
 void ConvertPicture(u8* pixels, const Headers& headers, const Rows& rows, const u8* data,
                     u64 size) {
+    if (headers.width == 0) return;  // any number of empty rows
     std::vector<u8> cutRow;
     for (u32 row = 0; row < headers.height; ++row) {
         u8* const to = pixels + u64{headers.height - 1 - row} * headers.width * kBytesPerPixel;
@@ -203,7 +223,7 @@ u32 LoadBmp(const char* name) {
         FreeBitmap(handle);
         return 0;
     }
-    SystemBlock data(kept);
+    SystemBlock data;
     if (!ReadPixelData(file.handle, count, kept, data)) {
         FreeBitmap(handle);
         return 0;

@@ -96,7 +96,7 @@ const char* BuildPath(const char* name, bool inDataFolder) {
     if (std::strncmp(name, "../MUSIC", 8) == 0) name += 3;
     const std::size_t length = std::strlen(name);
     if (folder.size() + length >= kPathBufferSize) return nullptr;
-    std::memcpy(pathBuffer, folder.data(), folder.size());
+    folder.copy(pathBuffer, folder.size());
     std::memcpy(pathBuffer + folder.size(), name, length + 1);
     return pathBuffer;
 }

@@ -62,7 +62,7 @@ void CatchUp() {
     }
 }
 
-void PlayPiece(std::shared_ptr<const MusicPiece> piece) {
+void PlayPiece(const std::shared_ptr<const MusicPiece>& piece) {
     if (!IsRendering()) return;
     CatchUp();
     if (piece != nullptr && !audio.synthTried) {
@@ -70,8 +70,9 @@ void PlayPiece(std::shared_ptr<const MusicPiece> piece) {
         audio.synth = LoadSynth(audio.options.soundFont);
         audio.renderer.synth = audio.synth;
     }
+    // The piece before it is still faded out.
     SetMusic(audio.renderer, piece.get());
-    audio.piece = std::move(piece);
+    audio.piece = piece;
 }
 
 // SDL_mixer decodes only while a device is open; this one makes no sound.
@@ -99,7 +100,7 @@ void SetHeardSound(Sound sound) {
     SetSound(audio.renderer, &audio.sound);
 }
 
-void PlaySound(std::string name, std::vector<u8> file) {
+void PlaySound(const std::string& name, const std::vector<u8>& file) {
     Sound sound;
     std::string reason;
     if (!DecodeOrCheck(file, sound, reason)) {
@@ -139,9 +140,9 @@ void StartHeadlessAudio(const AudioOptions& options) {
     audioOut = {
         .prepare = [] {},
         .startMusic =
-            [](std::shared_ptr<const MusicPiece> piece) {
+            [](const std::shared_ptr<const MusicPiece>& piece) {
                 audio.musicStarted = desktop.nanoseconds();
-                PlayPiece(std::move(piece));
+                PlayPiece(piece);
             },
         .stopMusic = [] { PlayPiece(nullptr); },
         .musicPosition = [] { return desktop.nanoseconds() - audio.musicStarted; },

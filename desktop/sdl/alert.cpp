@@ -12,7 +12,7 @@
 #include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
-constexpr i32 kScreenMargin = 40;  // for the box's own title bar and the desktop's panels
+constexpr i32 kScreenMargin = 60;  // for the box's own title bar and the desktop's panels
 constexpr int kNothingPressed = -1;
 constexpr int kWaitMilliseconds = 50;
 
@@ -47,9 +47,9 @@ static void DrawBoxWindow(const Box& box) {
     cairo_surface_destroy(drawn);
 }
 
-static void TakeFocus(const Box& box) {
-    SDL_RaiseWindow(box.window);
-    SDL_SetWindowInputFocus(box.window);
+static void GiveKeyboard(SDL_Window* window) {
+    SDL_RaiseWindow(window);
+    SDL_SetWindowInputFocus(window);
 }
 
 static bool OpenBoxWindow(Box& box) {
@@ -133,7 +133,7 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
             }
             if (event.window.event == SDL_WINDOWEVENT_EXPOSED && IsMainThread()) ShowView();
             // Whoever clicks on the game must not lose the box.
-            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) TakeFocus(box);
+            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) GiveKeyboard(box.window);
             return false;
         case SDL_QUIT: box.result = box.text->cancelButton; return false;
         default: return false;
@@ -164,7 +164,10 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
         if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
+    const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
     SDL_DestroyWindow(box.window);
+    // Not every desktop gives it back by itself.
+    if (hadKeyboard && GameWindow() != nullptr) GiveKeyboard(GameWindow());
     for (SDL_Event& event : forLater) SDL_PushEvent(&event);
     return box.result;
 }

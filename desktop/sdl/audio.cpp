@@ -167,6 +167,9 @@ void Work(AudioState& state) {
             state.changed.wait(guard);
         }
     }
+    guard.unlock();
+    SDL_TLSCleanup();  // SDL does it for its own threads alone
+    guard.lock();
     state.running--;
     state.changed.notify_all();
 }
@@ -200,10 +203,10 @@ void Prepare() {
         StartThread(audio->loader, LoadSynthNow);
 }
 
-void StartMusic(std::shared_ptr<const MusicPiece> piece) {
+void StartMusic(const std::shared_ptr<const MusicPiece>& piece) {
     RestartMusicClock(audio->clock, desktop.nanoseconds());
     if (audio->options.mute || audio->device == Stage::Failed) return;
-    audio->musicNumber = audio->music.Send({std::move(piece)});
+    audio->musicNumber = audio->music.Send({piece});
     StartThread(audio->loader, LoadSynthNow);
     {
         const std::lock_guard guard(audio->lock);
@@ -231,8 +234,8 @@ void QueueSound(SoundJob job) {
     WakeWorker();
 }
 
-void PlaySound(std::string name, std::vector<u8> file) {
-    QueueSound({.name = std::move(name), .file = std::move(file)});
+void PlaySound(const std::string& name, const std::vector<u8>& file) {
+    QueueSound({.name = name, .file = file});
 }
 
 void StopSound() {

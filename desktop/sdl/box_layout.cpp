@@ -9,8 +9,8 @@ constexpr i32 kMessageWidth = 420;
 constexpr i32 kSmallestButton = 88;
 constexpr i32 kButtonPadding = 16;
 constexpr i32 kButtonGap = 12;
-constexpr double kLargestFont = 15;
-constexpr double kSmallestFont = 9;
+constexpr i32 kLargestFont = 15;
+constexpr i32 kSmallestFont = 9;
 
 namespace {
 struct Colour {
@@ -37,6 +37,11 @@ static PangoLayout* NewText(cairo_t* context, const std::string& text, double fo
     if (width > 0) {
         pango_layout_set_width(layout, width * PANGO_SCALE);
         pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+        // Addresses and file names are broken as they are.
+        PangoAttrList* attributes = pango_attr_list_new();
+        pango_attr_list_insert(attributes, pango_attr_insert_hyphens_new(FALSE));
+        pango_layout_set_attributes(layout, attributes);
+        pango_attr_list_unref(attributes);
     }
     // Text that is no UTF-8 would not be shown at all.
     char* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
@@ -90,7 +95,7 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
     cairo_t* context = cairo_create(surface);
     BoxLayout box;
-    for (double size = kLargestFont; size >= kSmallestFont; --size) {
+    for (i32 size = kLargestFont; size >= kSmallestFont; --size) {
         box = LayOut(context, message, buttons, widest, size);
         if (box.height <= highest) break;
     }
@@ -152,7 +157,9 @@ static void DrawButton(cairo_t* context, const Area& area, const std::string& te
     i32 height = 0;
     pango_layout_get_pixel_size(layout, &width, &height);
     SetColour(context, kText);
-    cairo_move_to(context, area.x + (area.width - width) / 2, area.y + (area.height - height) / 2);
+    const i32 left = area.x + (area.width - width) / 2;
+    const i32 top = area.y + (area.height - height) / 2;
+    cairo_move_to(context, left, top);
     pango_cairo_show_layout(context, layout);
     g_object_unref(layout);
 }

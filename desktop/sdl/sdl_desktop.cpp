@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -52,6 +53,8 @@ static bool SurvivesStart() {
     const pid_t child = fork();
     if (child == 0) {
         signal(SIGSEGV, SIG_DFL);
+        // What SDL has to say it says again at the real start.
+        if (std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
         _exit(SDL_Init(SDL_INIT_VIDEO) == 0 ? 0 : 1);
     }
     int status = 0;

@@ -87,7 +87,9 @@ static bool PrepareSurface() {
 }
 
 static void DrawOnSurface(const u8* pixels, int pitch, const Area& area) {
-    u8* target = static_cast<u8*>(surface->pixels) + area.y * surface->pitch + area.x * 4;
+    u8* target = static_cast<u8*>(surface->pixels) +
+                 static_cast<std::ptrdiff_t>(area.y) * surface->pitch +
+                 static_cast<std::ptrdiff_t>(area.x) * 4;
     SDL_ConvertPixels(area.width, area.height, kViewFormat, pixels, pitch, surface->format->format,
                       target, surface->pitch);
 }

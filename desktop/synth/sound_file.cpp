@@ -69,7 +69,9 @@ bool DecodeWav(std::span<const u8> file, Sound& sound) {
     conversion.len_cvt = conversion.len;
     if (conversion.needed != 0 && SDL_ConvertAudio(&conversion) != 0) return false;
     sound.samples.resize(static_cast<size_t>(conversion.len_cvt) / sizeof(i16));
-    std::memcpy(sound.samples.data(), buffer.data(), sound.samples.size() * sizeof(i16));
+    if (!sound.samples.empty()) {
+        std::memcpy(sound.samples.data(), buffer.data(), sound.samples.size() * sizeof(i16));
+    }
     return true;
 }
 
@@ -115,7 +117,9 @@ bool DecodeWithMixer(std::span<const u8> file, Sound& sound) {
     Mix_Chunk* const chunk = stream == nullptr ? nullptr : Mix_LoadWAV_RW(stream, 1);
     if (chunk == nullptr) return false;
     sound.samples.resize(chunk->alen / sizeof(i16) / kChannels * kChannels);
-    std::memcpy(sound.samples.data(), chunk->abuf, sound.samples.size() * sizeof(i16));
+    if (!sound.samples.empty()) {
+        std::memcpy(sound.samples.data(), chunk->abuf, sound.samples.size() * sizeof(i16));
+    }
     Mix_FreeChunk(chunk);
     return true;
 }

@@ -26,12 +26,12 @@ class MusicRules : public testing::Test {
         position = 0;
         before = audioOut;
         foldersBefore = folders;
-        audioOut.startMusic = [](std::shared_ptr<const MusicPiece> piece) {
+        audioOut.startMusic = [](const std::shared_ptr<const MusicPiece>& piece) {
             calls.push_back("start " + std::to_string(piece->events.size()));
         };
         audioOut.stopMusic = [] { calls.emplace_back("stop"); };
         audioOut.musicPosition = [] { return position; };
-        audioOut.playSound = [](std::string name, std::vector<u8> file) {
+        audioOut.playSound = [](const std::string& name, const std::vector<u8>& file) {
             calls.push_back("sound " + name + " " + std::to_string(file.size()));
         };
         audioOut.stopSound = [] { calls.emplace_back("stop sound"); };

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 static void SleepMs(int milliseconds) {
@@ -19,6 +20,7 @@ static void SleepMs(int milliseconds) {
 
 pid_t StartProcess(const std::vector<std::string>& arguments, const std::string& log) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -82,7 +84,7 @@ bool XSession::Start(const std::string& screen, bool windowManager) {
     if (!windowManager) return true;
     manager = StartProcess({"openbox", "--sm-disable"}, "");
     for (int i = 0; i < 500; ++i) {
-        if (OutputOf("xprop -root _NET_WORKAREA").find("=") != std::string::npos) {
+        if (OutputOf("xprop -root _NET_WORKAREA").find('=') != std::string::npos) {
             return true;
         }
         SleepMs(20);
@@ -98,17 +100,20 @@ void XSession::Stop() {
 
 bool WaylandSession::Start(int width, int height) {
     if (!IsProgramInstalled("weston")) return false;
+    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    if (!xServer.Start(size + "x24", false)) return false;
     std::string pattern = (std::filesystem::temp_directory_path() / "moxi-wayland-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) return false;
     folder = pattern;
+    std::ofstream(folder + "/weston.ini") << "[shell]\npanel-position=none\nlocking=false\n";
     setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
-    setenv("WAYLAND_DISPLAY", "moxi-test", 1);
-    unsetenv("DISPLAY");
     compositor =
-        StartProcess({"weston", "--backend=headless-backend.so", "--socket=moxi-test",
+        StartProcess({"weston", "--backend=x11-backend.so", "--use-pixman", "--socket=moxi-test",
                       "--width=" + std::to_string(width), "--height=" + std::to_string(height),
-                      "--idle-time=0", "--no-config"},
+                      "--idle-time=0", "--config=" + folder + "/weston.ini"},
                      folder + "/weston.log");
+    unsetenv("DISPLAY");
+    setenv("WAYLAND_DISPLAY", "moxi-test", 1);
     for (int i = 0; i < 500; ++i) {
         if (std::filesystem::exists(folder + "/moxi-test")) return true;
         SleepMs(10);
@@ -119,6 +124,7 @@ bool WaylandSession::Start(int width, int height) {
 void WaylandSession::Stop() {
     StopProcess(compositor);
     compositor = -1;
+    xServer.Stop();
     if (!folder.empty()) std::filesystem::remove_all(folder);
     folder.clear();
 }

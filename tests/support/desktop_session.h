@@ -1,6 +1,6 @@
 #pragma once
-// A real desktop for tests: Xvfb with openbox, or a headless weston, each in processes of its own;
-// and programs that run on it.
+// A real desktop for tests: Xvfb with openbox, or weston inside of an Xvfb, each in processes of
+// its own; and programs that run on it.
 
 #include <sys/types.h>
 
@@ -31,16 +31,20 @@ struct XSession {
     pid_t manager = -1;
 };
 
+// A compositor that shows its desktop in a window of an X server without a window manager: that
+// gives it a keyboard and a pointer, which xdotool moves.
 struct WaylandSession {
     WaylandSession() = default;
     WaylandSession(const WaylandSession&) = delete;
     WaylandSession& operator=(const WaylandSession&) = delete;
     ~WaylandSession() { Stop(); }
 
-    // Starts a headless compositor in a runtime folder of its own and points the environment at it.
+    // Starts both, with a runtime folder of their own, and points the environment at the
+    // compositor; xdotool needs DISPLAY=`xServer.display`. False when something is missing.
     bool Start(int width, int height);
     void Stop();
 
+    XSession xServer;
     std::string folder;
     pid_t compositor = -1;
 };

@@ -12,7 +12,7 @@ using Kind = FormatValue::Kind;
 
 std::string Format32(const char* format, u32 value) {
     const FormatValue number = {Kind::Number32, value};
-    const std::string text = FormatOneValue(format, number);
+    std::string text = FormatOneValue(format, number);
     EXPECT_EQ(FormattedLength(format, number), text.size());
     return text;
 }

@@ -152,6 +152,7 @@ TEST(ServiceModules, HandlesAreReusedFromTheTopDown) {
     module.run.data["A"] = "x";
     const std::string name = module.Text("A");
     std::vector<u32> opens;
+    opens.reserve(5);
     for (int i = 0; i < 3; i++) opens.push_back(module.Call(0x0000, {name, "0x8000"}));
     module.Call(0x0008, {"1"});
     opens.push_back(module.Call(0x0000, {name, "0x8000"}));

@@ -37,7 +37,7 @@ class ServiceModule {
 
     // A string in the data section, named by the label that is returned.
     std::string Text(const std::string& text) {
-        const std::string label = "text" + std::to_string(texts++);
+        std::string label = "text" + std::to_string(texts++);
         data += label + ": .byte ";
         for (const char c : text) data += std::to_string(static_cast<u8>(c)) + ", ";
         data += "0\n";
@@ -46,7 +46,7 @@ class ServiceModule {
 
     // Zeroed room.
     std::string Room(u32 size) {
-        const std::string label = "room" + std::to_string(texts++);
+        std::string label = "room" + std::to_string(texts++);
         results += label + ": .space " + std::to_string(size) + "\n";
         return label;
     }

@@ -638,4 +638,3 @@ inline const EncodingRow kSinglesRows[] = {
     {"PUSH.Q #0x8000000000000000", {0x00000374, 0x00000000, 0x80000000}},
 };
 // clang-format on
-

@@ -34,7 +34,7 @@ class Faults : public VmTest {
 // What the interpreter leaves of `words` at 512, at full speed; the traced one must agree.
 RunResult RunWords(const std::vector<u32>& words, Picture before = BenchPicture()) {
     before.PutWords(kBenchCode, words);
-    const RunResult fast = RunOn(Engine::Fast, before.bytes);
+    RunResult fast = RunOn(Engine::Fast, before.bytes);
     const RunResult traced = RunOn(Engine::Traced, before.bytes);
     EXPECT_EQ(fast.messages, traced.messages);
     EXPECT_EQ(fast.outcome, traced.outcome);

@@ -1,0 +1,367 @@
+// The text engine on the fonts of this machine, against plain Pango and Cairo.
+
+#include <fontconfig/fontconfig.h>
+#include <gtest/gtest.h>
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "desktop/pango/pango_engine.h"
+#include "desktop/text_engine.h"
+#include "tests/support/headless_run.h"
+#include "tests/support/vm_fixture.h"
+
+namespace {
+
+constexpr FontStyle kHelvetica = {FontFamily::Helvetica, false, false};
+
+const char* const kTexts[] = {
+    "a",
+    "Hello, world!",
+    "AVATAR To. We Ty P. 11 fi ffi office",
+    "Score: 12345   trailing   ",
+    "1234.56 (78%)",
+    "\xC3\x84rger \xC3\xBC\x62\x65r Stra\xC3\x9F\x65n \xE2\x80\x93 "
+    "\xE2\x80\x9Cquoted\xE2\x80\x9D\xE2\x80\xA6 5 \xE2\x82\xAC",
+    "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82, \xD0\xBC\xD0\xB8\xD1\x80! "
+    "\xD0\x93\xD0\xB0\xD0\xA2",
+    "\xCE\x95\xCE\xBB\xCE\xBB\xCE\xB7\xCE\xBD\xCE\xB9\xCE\xBA\xCE\xAC",
+    "\xD0\x8Dy",
+    "mixed \xD0\x9F\xD1\x80\xD0\xB8 and \xCE\xB1\xCE\xB2",
+    "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7 "
+    "\xD8\xA8\xD8\xA7\xD9\x84\xD8\xB9\xD8\xA7\xD9\x84\xD9\x85",
+    "\xE0\xA4\xA8\xE0\xA4\xAE\xE0\xA4\xB8\xE0\xA5\x8D\xE0\xA4\xA4\xE0\xA5\x87",
+    "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x83\x86\xE3\x82\xAD\xE3\x82\xB9\xE3\x83\x88",
+    "e\xCC\x81\x61\xCC\x88 combining",
+};
+
+// Pango as it comes, with the settings that a picture independent of the desktop needs.
+class PlainPango {
+  public:
+    PlainPango(FontStyle style, double size) {
+        PangoFontMap* const map = pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT);
+        PangoContext* const context = pango_font_map_create_context(map);
+        pango_context_set_round_glyph_positions(context, FALSE);
+        cairo_font_options_t* const options = cairo_font_options_create();
+        cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
+        cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+        cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+        pango_cairo_context_set_font_options(context, options);
+        cairo_font_options_destroy(options);
+        layout = pango_layout_new(context);
+        const char* const families[] = {"Helvetica", "Times", "Courier"};
+        PangoFontDescription* const font = pango_font_description_new();
+        pango_font_description_set_family(font, families[static_cast<int>(style.family)]);
+        if (style.bold) pango_font_description_set_weight(font, PANGO_WEIGHT_BOLD);
+        if (style.italic) pango_font_description_set_style(font, PANGO_STYLE_ITALIC);
+        pango_font_description_set_absolute_size(font, size * PANGO_SCALE);
+        pango_layout_set_font_description(layout, font);
+        pango_font_description_free(font);
+        g_object_unref(context);
+        g_object_unref(map);
+    }
+    ~PlainPango() { g_object_unref(layout); }
+    PlainPango(const PlainPango&) = delete;
+    PlainPango& operator=(const PlainPango&) = delete;
+
+    TextSize Measure(std::string_view text) {
+        pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
+        PangoRectangle logical;
+        pango_layout_get_extents(layout, nullptr, &logical);
+        return {logical.width / 1024.0, logical.height / 1024.0};
+    }
+
+    // The byte of the first character with which the text is too wide, every prefix measured.
+    std::size_t Overflow(std::string_view text, double width) {
+        for (std::size_t i = 0; i < text.size();) {
+            std::size_t end = i + 1;
+            while (end < text.size() && (static_cast<u8>(text[end]) & 0xC0) == 0x80) ++end;
+            if (Measure(text.substr(0, end)).width > width) return i;
+            i = end;
+        }
+        return text.size();
+    }
+
+    // Coverage of columns 0..399, rows -60..59 around the baseline.
+    std::vector<u8> Draw(std::string_view text) {
+        cairo_surface_t* const surface = cairo_image_surface_create(CAIRO_FORMAT_A8, 400, 120);
+        cairo_t* const cairo = cairo_create(surface);
+        pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
+        cairo_move_to(cairo, 0, 60);
+        pango_cairo_show_layout_line(cairo, pango_layout_get_line_readonly(layout, 0));
+        cairo_surface_flush(surface);
+        std::vector<u8> bytes;
+        const int stride = cairo_image_surface_get_stride(surface);
+        for (int y = 0; y < 120; ++y) {
+            const u8* const row = cairo_image_surface_get_data(surface) + y * stride;
+            bytes.insert(bytes.end(), row, row + 400);
+        }
+        cairo_destroy(cairo);
+        cairo_surface_destroy(surface);
+        return bytes;
+    }
+
+  private:
+    PangoLayout* layout;
+};
+
+std::vector<u8> Spread(const TextPicture& picture) {
+    std::vector<u8> bytes(std::size_t{400} * 120);
+    for (i32 y = 0; y < picture.height; ++y) {
+        for (i32 x = 0; x < picture.width; ++x) {
+            const i32 row = 60 + picture.top + y;
+            const i32 column = picture.left + x;
+            if (row < 0 || row >= 120 || column < 0 || column >= 400) continue;
+            bytes[static_cast<std::size_t>(row * 400 + column)] =
+                picture.coverage[static_cast<std::size_t>(y) * picture.stride +
+                                 static_cast<std::size_t>(x)];
+        }
+    }
+    return bytes;
+}
+
+class PangoText : public ::testing::Test {
+  protected:
+    void SetUp() override { StartPangoText(); }
+    void TearDown() override {
+        for (TextFont* font : fonts) textEngine.releaseFont(font);
+        ResetPangoText();
+    }
+    TextFont* Font(FontStyle style, double size) {
+        fonts.push_back(textEngine.makeFont(style, size));
+        return fonts.back();
+    }
+    std::vector<TextFont*> fonts;
+};
+
+std::vector<FontStyle> AllStyles() {
+    std::vector<FontStyle> styles;
+    for (const FontFamily family :
+         {FontFamily::Helvetica, FontFamily::Times, FontFamily::Courier}) {
+        for (const bool bold : {false, true}) {
+            for (const bool italic : {false, true}) styles.push_back({family, bold, italic});
+        }
+    }
+    return styles;
+}
+
+TEST_F(PangoText, WidthsAndHeightsAreThoseOfAPlainLayout) {
+    for (const FontStyle style : AllStyles()) {
+        for (const double size : {5.0, 19.0, 40.5}) {
+            TextFont* const font = Font(style, size);
+            PlainPango plain(style, size);
+            for (const char* text : kTexts) {
+                SCOPED_TRACE(text);
+                const TextSize expected = plain.Measure(text);
+                const TextSize size2 = textEngine.measure(font, text);
+                EXPECT_DOUBLE_EQ(size2.width, expected.width);
+                EXPECT_DOUBLE_EQ(size2.height, expected.height);
+            }
+        }
+    }
+}
+
+TEST_F(PangoText, PicturesAreThoseOfAPlainDraw) {
+    for (const FontStyle style : AllStyles()) {
+        TextFont* const font = Font(style, 19);
+        PlainPango plain(style, 19);
+        for (const char* text : kTexts) {
+            SCOPED_TRACE(text);
+            const std::vector<u8> expected = plain.Draw(text);
+            const std::vector<u8> drawn = Spread(textEngine.draw(font, text, false, 400));
+            // Where glyphs overlap the coverage may differ by what rounding leaves.
+            u32 different = 0;
+            for (std::size_t i = 0; i < drawn.size(); ++i) {
+                if (std::abs(drawn[i] - expected[i]) > 1) ++different;
+            }
+            EXPECT_LE(different, 12U);
+            EXPECT_GT(*std::max_element(drawn.begin(), drawn.end()), 128);
+        }
+    }
+}
+
+TEST_F(PangoText, APictureIsTheSameTheSecondTime) {
+    TextFont* const font = Font(kHelvetica, 19);
+    for (const char* text : kTexts) {
+        const std::vector<u8> first = Spread(textEngine.draw(font, text, true, 400));
+        EXPECT_EQ(Spread(textEngine.draw(font, text, true, 400)), first);
+        EXPECT_EQ(Spread(textEngine.draw(font, text, true, 200)).size(), first.size());
+        EXPECT_EQ(Spread(textEngine.draw(font, text, true, 400)), first);
+    }
+}
+
+TEST_F(PangoText, TheFirstCharacterTooMuchIsFoundAsMeasuringEveryPrefixFindsIt) {
+    for (const FontStyle style : {kHelvetica, FontStyle{FontFamily::Times, false, true},
+                                  FontStyle{FontFamily::Courier, true, false}}) {
+        TextFont* const font = Font(style, 23);
+        PlainPango plain(style, 23);
+        for (const char* text : kTexts) {
+            const std::string longText = std::string(text) + " AWAY " + text + "Tofu fi";
+            for (double width = 1; width < 700; width += 17.3) {
+                SCOPED_TRACE(longText + " in " + std::to_string(width));
+                const std::size_t expected = plain.Overflow(longText, width);
+                const TextFit fit = textEngine.fit(font, longText, width);
+                EXPECT_EQ(fit.whole, expected == longText.size());
+                if (!fit.whole) {
+                    EXPECT_EQ(fit.overflow, expected);
+                }
+                // Asked again, the answer comes from memory.
+                EXPECT_EQ(textEngine.fit(font, longText, width).overflow, fit.overflow);
+            }
+        }
+    }
+}
+
+TEST_F(PangoText, AParagraphThatIsCutLineByLineGivesTheLinesOfMeasuringEveryPrefix) {
+    TextFont* const font = Font(kHelvetica, 17);
+    PlainPango plain(kHelvetica, 17);
+    std::string text;
+    for (int i = 0; i < 20; ++i)
+        text += "We took AVATARs (" + std::to_string(i * 37) + ") To. Yes, fi ";
+    std::string_view rest = text;
+    while (rest.size() > 60) {
+        const std::size_t expected = plain.Overflow(rest.substr(0, 60), 160);
+        const TextFit fit = textEngine.fit(font, rest, 160);
+        ASSERT_FALSE(fit.whole);
+        ASSERT_EQ(fit.overflow, expected);
+        rest.remove_prefix(fit.overflow);
+    }
+}
+
+TEST_F(PangoText, TheFitsHeightIsThatOfTheWholeText) {
+    TextFont* const font = Font(kHelvetica, 20);
+    const double low = textEngine.measure(font, "abc").height;
+    const std::string tall = std::string(300, 'a') + "\xE6\x97\xA5";
+    EXPECT_DOUBLE_EQ(textEngine.fit(font, std::string(300, 'a'), 50).height, low);
+    EXPECT_DOUBLE_EQ(textEngine.fit(font, tall, 50).height, textEngine.measure(font, tall).height);
+}
+
+TEST_F(PangoText, LongTextsAreCutWithoutMeasuringAllOfThem) {
+    TextFont* const font = Font(kHelvetica, 20);
+    std::string plain;
+    std::string japanese;
+    while (plain.size() < 100000) plain += "word after word ";
+    while (japanese.size() < 100000) japanese += "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E";
+    // Every line of the text asks about all of the rest. With work that grows with the rest this
+    // would be 10^8 shaped characters.
+    for (const std::string& text : {plain, japanese}) {
+        std::string_view rest = text;
+        u32 lines = 0;
+        while (!rest.empty()) {
+            const TextFit fit = textEngine.fit(font, rest, 400);
+            if (fit.whole) break;
+            ASSERT_GT(fit.overflow, 0U);
+            rest.remove_prefix(fit.overflow);
+            ++lines;
+        }
+        EXPECT_GT(lines, 1000U);
+    }
+}
+
+TEST_F(PangoText, PilesOfCombiningMarksAreCutInReasonableTime) {
+    TextFont* const font = Font(kHelvetica, 20);
+    std::string text = "WWWWWWWWWW";
+    for (int i = 0; i < 3000; ++i) text += "\xCC\x81";
+    text += "WWWWWWWWWW";
+    const TextFit fit = textEngine.fit(font, text, 200);
+    EXPECT_FALSE(fit.whole);
+    EXPECT_GE(fit.overflow, 10U);
+}
+
+TEST_F(PangoText, LineBreaksAndControlCharactersTakeNoRoom) {
+    TextFont* const font = Font(kHelvetica, 20);
+    const TextSize plain = textEngine.measure(font, "ab");
+    for (const char* text : {"a\nb", "a\rb", "a\x01\x02\x62", "a\x7F\x62", "a\xC2\x85\x62",
+                             "a\xE2\x80\xA8\x62", "a\xE2\x80\xA9\x62"}) {
+        EXPECT_DOUBLE_EQ(textEngine.measure(font, text).width, plain.width);
+    }
+    const double tab = textEngine.measure(font, "a\t").width;
+    EXPECT_DOUBLE_EQ(tab, 28);
+}
+
+TEST_F(PangoText, TheDescenderIsBelowTheBaselineAndPartOfTheHeight) {
+    for (const FontStyle style : AllStyles()) {
+        TextFont* const font = Font(style, 100);
+        EXPECT_LT(textEngine.descender(font), -10);
+        EXPECT_GT(textEngine.descender(font), -50);
+        EXPECT_GT(textEngine.measure(font, "a").height, 80);
+    }
+}
+
+TEST_F(PangoText, TheUnderlineLiesBelowTheBaselineUnderTheWholeWidth) {
+    TextFont* const font = Font(kHelvetica, 40);
+    const std::vector<u8> bytes = Spread(textEngine.draw(font, "AAA ", true, 400));
+    const i32 width = static_cast<i32>(std::lround(textEngine.measure(font, "AAA ").width));
+    std::vector<i32> fullRows;
+    for (i32 y = 60; y < 120; ++y) {
+        const auto row = bytes.begin() + y * 400;
+        if (std::all_of(row, row + width, [](u8 c) { return c == 255; })) {
+            fullRows.push_back(y - 60);
+            EXPECT_EQ(row[width], 0);
+        }
+    }
+    ASSERT_FALSE(fullRows.empty());
+    EXPECT_GE(fullRows.front(), 1);
+    EXPECT_LE(fullRows.back(), 10);
+    EXPECT_LE(fullRows.size(), 4U);
+}
+
+// The folder in which fontconfig finds a family.
+std::string FolderOfFamily(const char* family) {
+    FcPattern* const wanted = FcNameParse(reinterpret_cast<const FcChar8*>(family));
+    FcConfigSubstitute(nullptr, wanted, FcMatchPattern);
+    FcDefaultSubstitute(wanted);
+    FcResult result = FcResultMatch;
+    FcPattern* const found = FcFontMatch(nullptr, wanted, &result);
+    FcChar8* file = nullptr;
+    FcPatternGetString(found, FC_FILE, 0, &file);
+    const std::string folder =
+        std::filesystem::path(reinterpret_cast<const char*>(file)).parent_path().string();
+    FcPatternDestroy(found);
+    FcPatternDestroy(wanted);
+    return folder;
+}
+
+// Runs a part of this test program with other fonts.
+TEST(PangoTextFonts, AMissingFamilyIsReplacedAndReportedOnce) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/fonts.conf",
+                  "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig>"
+                  "<dir>" +
+                      FolderOfFamily("DejaVu Sans") + "</dir><cachedir>" + folder.path +
+                      "/cache</cachedir></fontconfig>");
+    setenv("FONTCONFIG_FILE", (folder.path + "/fonts.conf").c_str(), 1);
+    const ProgramResult result = RunProgram(
+        "desktop_tests", {"--gtest_filter=PangoTextFonts.EveryStyleIsUsableWhateverIsInstalled"});
+    unsetenv("FONTCONFIG_FILE");
+    EXPECT_EQ(result.status, 0) << result.output << result.errors;
+    for (const char* family : {"Helvetica", "Times", "Courier"}) {
+        const std::string line = std::string("log: The font ") + family + " is missing, DejaVu";
+        const std::size_t first = result.errors.find(line);
+        EXPECT_NE(first, std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find(line, first + 1), std::string::npos) << result.errors;
+    }
+}
+
+TEST(PangoTextFonts, EveryStyleIsUsableWhateverIsInstalled) {
+    StartPangoText();
+    for (const FontStyle style : AllStyles()) {
+        TextFont* const font = textEngine.makeFont(style, 20);
+        EXPECT_GT(textEngine.measure(font, "abc").width, 10);
+        EXPECT_NE(textEngine.draw(font, "abc", false, 100).coverage, nullptr);
+        textEngine.releaseFont(font);
+    }
+    ResetPangoText();
+}
+
+TEST_F(PangoText, TheUsualFamiliesHaveMetricCompatibleFontsSoNothingIsReported) {
+    StandardError errors;
+    for (const FontStyle style : AllStyles()) Font(style, 20);
+    EXPECT_EQ(errors.Text(), "");
+}
+
+}  // namespace
