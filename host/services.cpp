@@ -90,7 +90,7 @@ bool ContinuesCharacter(char c) {
 void GetClipboardText(u32 address, u32 size) {
     if (size == 0) return;
     std::string text = desktop.clipboardText().value_or("");
-    text = text.c_str();  // the module's texts end at the first NUL
+    text.resize(std::strlen(text.c_str()));  // the module's texts end at the first NUL
     if (text.size() > size - 1) {
         size_t length = size - 1;
         while (length > 0 && ContinuesCharacter(text[length])) --length;

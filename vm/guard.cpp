@@ -1,11 +1,11 @@
 #include "vm/guard.h"
 
-#include <setjmp.h>
-#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csetjmp>
+#include <csignal>
 #include <cstdio>
 #include <string>
 
