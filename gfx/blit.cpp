@@ -1,7 +1,6 @@
 #include "gfx/blit.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <thread>
 
 #include "gfx/bitmap.h"
@@ -92,9 +91,7 @@ constexpr i64 kNarrowCopy = 256;
 
 bool IsNarrowTiling(const BlitWork& work) {
     if (work.tiling.width >= kNarrowCopy || work.tiling.IsFirstCopy(work.visible)) return false;
-    // A record may lay rows over each other.
-    const i64 rowBytes = (work.visible.right - work.visible.left) * i64{kBytesPerPixel};
-    if (std::abs(i64{dstSelection.stride}) < rowBytes) return false;
+    if (!RowsAreApart(dstSelection, work.visible)) return false;
     const Area source = Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY);
     return Reaches(srcSelection, source) && !MayOverlap(source, work.visible);
 }

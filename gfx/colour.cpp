@@ -7,6 +7,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
 #include "gfx/pixel.h"
+#include "gfx/tiling.h"
 
 namespace {
 
@@ -47,8 +48,31 @@ f64 OrZero(f64 level) {
     return std::isnan(level) ? 0 : level;
 }
 
-void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hue) {
-    i32 turn = kSquareHueStart - static_cast<i32>(hue);
+struct Hue {
+    f64 slope;  // of the moving byte
+    HueOrder order;
+};
+
+// Piece by piece across, each from the top down.
+void PaintArea(const Area& area, const SquareSide& across, const SquareSide& down, const Hue& hue) {
+    std::array<f64, kColumns> low;
+    std::array<f64, kColumns> moving;
+    for (i64 left = area.left; left < area.right; left += kColumns) {
+        const std::size_t count = static_cast<std::size_t>(std::min(kColumns, area.right - left));
+        for (std::size_t i = 0; i < count; ++i) {
+            const f64 saturation = across.Level(left + static_cast<i64>(i));
+            low[i] = OrZero(1 - saturation);
+            moving[i] = OrZero(1 - saturation * hue.slope);
+        }
+        for (i64 y = area.top; y < area.bottom; ++y) {
+            kernels->hueRow(PixelAt(dstSelection, left, y), {low.data(), moving.data()}, count,
+                            OrZero(down.Level(y)), hue.order);
+        }
+    }
+}
+
+void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hueByte) {
+    i32 turn = kSquareHueStart - static_cast<i32>(hueByte);
     if (turn < 0) turn += kHueCircle;
     const f64 position = turn / kHueSteps;
     const u32 sector = static_cast<u32>(std::floor(position));
@@ -57,23 +81,17 @@ void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hue) {
     const Area area =
         Intersect({across.start, down.start, across.start + across.size, down.start + down.size},
                   ClipArea(dstSelection));
+    if (area.Empty()) return;
     RequireArea(dstSelection, area);
-    std::array<f64, kColumns> low;
-    std::array<f64, kColumns> moving;
-    for (i64 left = area.left; left < area.right; left += kColumns) {
-        const std::size_t count = static_cast<std::size_t>(std::min(kColumns, area.right - left));
-        for (std::size_t i = 0; i < count; ++i) {
-            const f64 saturation = across.Level(left + static_cast<i64>(i));
-            low[i] = OrZero(1 - saturation);
-            moving[i] = OrZero(1 - saturation * slope);
-        }
-        for (i64 y = area.top; y < area.bottom; ++y) {
-            kernels->hueRow(PixelAt(dstSelection, left, y), {low.data(), moving.data()}, count,
-                            OrZero(down.Level(y)), kSquareOrder[sector]);
-        }
+    const Hue hue = {slope, kSquareOrder[sector]};
+    if (RowsAreApart(dstSelection, area)) {
+        PaintArea(area, across, down, hue);
+        return;
+    }
+    for (i64 y = area.top; y < area.bottom; ++y) {
+        PaintArea({area.left, y, area.right, y + 1}, across, down, hue);
     }
 }
-
 }  // namespace
 
 u32 RgbToHsv(u32 colour) {

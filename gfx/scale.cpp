@@ -182,8 +182,8 @@ struct ScaleWork {
 
 void RunScaledBlit(const ScaleWork& work) {
     if (work.visible.Empty()) return;
-    bool simple =
-        work.across.IsRegular() && work.down.IsRegular() && Reaches(dstSelection, work.visible);
+    bool simple = work.across.IsRegular() && work.down.IsRegular() &&
+                  Reaches(dstSelection, work.visible) && RowsAreApart(dstSelection, work.visible);
     if (simple) {
         const Area part = VisiblePart(work.tiling, work.visible);
         const Area source = {work.across.FirstPixel(part.left), work.down.FirstPixel(part.top),

@@ -2,6 +2,7 @@
 // Where the copies of a blit lie: one copy, or copies side by side and in rows up to a limit.
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "gfx/bitmap.h"
 
@@ -71,6 +72,12 @@ inline Area Moved(const Area& area, i64 x, i64 y) {
 // What the dirty rectangle grows by on one axis: up to the limit where there is one.
 inline i32 GrowthTo(i32 limit, i32 start, i32 size) {
     return limit != 0 ? static_cast<i32>(static_cast<u32>(limit) - static_cast<u32>(start)) : size;
+}
+
+// Whether the rows of an area share no bytes. A module's record may lay them over each other, and
+// then the order of drawing shows.
+inline bool RowsAreApart(const Selection& selection, const Area& area) {
+    return std::abs(i64{selection.stride}) >= (area.right - area.left) * i64{kBytesPerPixel};
 }
 
 // The bytes that an area takes up, from the lowest address to the end.

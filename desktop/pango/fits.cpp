@@ -49,18 +49,16 @@ bool IsShort(const TextFont& font, std::string_view text, double width) {
 TextFit FitText(TextFont& font, std::string_view text, double width) {
     const SimpleScript script = ScriptOfText(font, text);
     const bool simple = script != SimpleScript::None;
+    if (IsShort(font, text, width)) {
+        const TextSize size = FindLabel(font, text, false).size;
+        if (size.width <= width) return {true, 0, size.height};
+    }
     Kept& slot = SlotOf(font, text, width);
-    std::size_t overflow = std::string_view::npos;
-    if (slot.font == font.id && slot.width == width && text.starts_with(slot.text)) {
-        overflow = slot.overflow;
-    } else {
-        if (IsShort(font, text, width)) {
-            const TextSize size = FindLabel(font, text, false).size;
-            if (size.width <= width) return {true, 0, size.height};
-        }
+    std::size_t overflow = slot.overflow;
+    if (slot.font != font.id || slot.width != width || !text.starts_with(slot.text)) {
         overflow = simple ? FindSimpleOverflow(font, text, script, width)
                           : FindLayoutOverflow(font, text, width);
-        if (overflow != std::string_view::npos && overflow < kLongestKept) {
+        if (overflow < kLongestKept) {
             slot = {font.id, width, overflow,
                     std::string(text.substr(0, CharacterEnd(text, overflow)))};
         }

@@ -242,3 +242,15 @@ void ResetTypefaces() {
         fontOptions.reset();
     }
 }
+
+// fontconfig keeps small things for good, without a pointer that the leak check could follow.
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the leak check's
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig\n";
+}
+extern "C" const char* __lsan_default_options();
+extern "C" const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+// NOLINTEND(bugprone-reserved-identifier)

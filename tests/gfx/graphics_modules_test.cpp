@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <spng.h>
 
-#include "tests/gfx/service_module.h"
+#include "tests/gfx/calling_module.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ const std::string kKeep = "0xFFFFFFFF";
 // --- Bitmaps
 
 TEST(GraphicsModules, BlittingABitmapOntoItselfLocksAndUnlocksItOnce) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"4", "4"}, "bitmap");
     module.Call(kRectangle, {"@bitmap", "0", "0", "4", "4", "0xFF112233", "0"});
     module.Call(kBlit, {"@bitmap", "2", "2", "@bitmap", "0", "0", "2", "2", "0", "0", "0"});
@@ -44,7 +44,7 @@ TEST(GraphicsModules, BlittingABitmapOntoItselfLocksAndUnlocksItOnce) {
 }
 
 TEST(GraphicsModules, FreeingTheScreenBitmapDoesNothing) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kFreeBitmap, {kScreen});
     module.Call(kRectangle, {kScreen, "3", "4", "2", "2", "0xFF010203", "0"});
     module.Pixel(kScreen, 4, 5, "pixel");
@@ -54,7 +54,7 @@ TEST(GraphicsModules, FreeingTheScreenBitmapDoesNothing) {
 }
 
 u32 TextBitmapRows(const std::string& desktop) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("info: .space 24");
     module.Call(kGetBitmapInfo, {"0xFFFFFFFE", "info"});
     const HeadlessResult run = module.Run({"--desktop", desktop});
@@ -71,7 +71,7 @@ TEST(GraphicsModules, TheTextBitmapOfA4320PixelHighScreenHas288Rows) {
 }
 
 TEST(GraphicsModules, TheScreenStartsOpaqueBlack) {
-    ServiceModule module;
+    CallingModule module;
     module.Pixel(kScreen, 0, 0, "first");
     module.Pixel(kScreen, 1919, 1079, "last");
     module.Pixel(kScreen, 1920, 0, "outside");
@@ -82,7 +82,7 @@ TEST(GraphicsModules, TheScreenStartsOpaqueBlack) {
 }
 
 TEST(GraphicsModules, ABadHandleIsReportedAndThenAMemoryFault) {
-    ServiceModule module;
+    CallingModule module;
     module.Pixel("0x10000", 0, 0, "pixel");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 1);
@@ -92,7 +92,7 @@ TEST(GraphicsModules, ABadHandleIsReportedAndThenAMemoryFault) {
 }
 
 TEST(GraphicsModules, ARecordWithoutPixelsIsReportedAndDrawnOnTheFirstBlock) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"1", "1"}, "bitmap");
     module.Call(0x0902, {"@bitmap"}, "record");
     module.Code("MOVE.L R2, [record]");
@@ -110,7 +110,7 @@ TEST(GraphicsModules, ARecordWithoutPixelsIsReportedAndDrawnOnTheFirstBlock) {
 }
 
 TEST(GraphicsModules, ARecordThatLeadsOutOfTheImageIsAMemoryFaultAndDrawsNothing) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"4", "4"}, "bitmap");
     module.Call(kRectangle, {"@bitmap", "0", "0", "4", "4", "0xFF000001", "0"});
     module.Call(0x0902, {"@bitmap"}, "record");
@@ -132,7 +132,7 @@ TEST(GraphicsModules, ARecordThatLeadsOutOfTheImageIsAMemoryFaultAndDrawsNothing
 // --- Drawing
 
 TEST(GraphicsModules, BlendPixelWithAlpha0ChangesNothingAndWith255SetsTheColour) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"2", "1"}, "bitmap");
     module.Call(kSetAlpha, {"@bitmap", "0", "0", "2", "1", "0xFFFFFFFE", "0xFFFFFFFF", "0"});
     module.Call(kRectangle, {"@bitmap", "0", "0", "2", "1", "0xFF0A141E", "0"});
@@ -146,7 +146,7 @@ TEST(GraphicsModules, BlendPixelWithAlpha0ChangesNothingAndWith255SetsTheColour)
 }
 
 TEST(GraphicsModules, BlendPixelDividesEveryProductOnItsOwn) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRectangle, {kScreen, "0", "0", "1", "1", "0xFFC86432", "0"});
     module.Call(kBlendPixel, {kScreen, "0", "0", "0x80FF8001"});
     module.Pixel(kScreen, 0, 0, "pixel");
@@ -156,7 +156,7 @@ TEST(GraphicsModules, BlendPixelDividesEveryProductOnItsOwn) {
 }
 
 TEST(GraphicsModules, APatternOfAlternatingBitsPlotsEveryOtherPositionFromTheFirst) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 0, 0, 5, 0");
     module.Call(kSetLinePattern, {"0xAAAAAAAA"}, "former");
     module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
@@ -169,7 +169,7 @@ TEST(GraphicsModules, APatternOfAlternatingBitsPlotsEveryOtherPositionFromTheFir
 }
 
 TEST(GraphicsModules, PatternZeroPlotsNothing) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 0, 0, 5, 3");
     module.Call(kSetLinePattern, {"0"});
     module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
@@ -181,7 +181,7 @@ TEST(GraphicsModules, PatternZeroPlotsNothing) {
 }
 
 TEST(GraphicsModules, AFivePixelLineWithPattern80000000PlotsItsFirstPixelAndLeaves10) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 7, 2, 11, 2");
     module.Call(kSetLinePattern, {"0x80000000"});
     module.Call(kPolyline, {kScreen, "points", "2", "0xFF00FF00"});
@@ -195,7 +195,7 @@ TEST(GraphicsModules, AFivePixelLineWithPattern80000000PlotsItsFirstPixelAndLeav
 }
 
 TEST(GraphicsModules, APolylineOfOnePointDrawsNothing) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 1, 1");
     module.Call(kPolyline, {kScreen, "points", "1", "0xFFFFFFFF"});
     module.Pixel(kScreen, 1, 1, "pixel");
@@ -203,7 +203,7 @@ TEST(GraphicsModules, APolylineOfOnePointDrawsNothing) {
 }
 
 TEST(GraphicsModules, APolylineOfNoPointsIsAMemoryFault) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 1, 1, 2, 2");
     module.Call(kPolyline, {kScreen, "points", "0", "0xFFFFFFFF"});
     const HeadlessResult run = module.Run();
@@ -213,7 +213,7 @@ TEST(GraphicsModules, APolylineOfNoPointsIsAMemoryFault) {
 }
 
 TEST(GraphicsModules, AFramedRectangleOfOnePixelBlendsItFourTimes) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRectangle, {kScreen, "5", "5", "1", "1", "0", "0x80FFFFFF"});
     module.Pixel(kScreen, 5, 5, "pixel");
     const HeadlessResult run = module.Run();
@@ -223,7 +223,7 @@ TEST(GraphicsModules, AFramedRectangleOfOnePixelBlendsItFourTimes) {
 }
 
 TEST(GraphicsModules, AnEllipseWithoutWidthDrawsAVerticalLineInTheOutlineColourAsItStands) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kEllipse, {kScreen, "10", "10", "0", "6", "0", "0xFF0000FF"});
     module.Pixel(kScreen, 10, 10, "top");
     module.Pixel(kScreen, 10, 16, "bottom");
@@ -237,7 +237,7 @@ TEST(GraphicsModules, AnEllipseWithoutWidthDrawsAVerticalLineInTheOutlineColourA
 }
 
 TEST(GraphicsModules, AnEllipseExchangesRedAndBlue) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kEllipse, {kScreen, "10", "10", "9", "9", "0xFF102030", "0xFF405060"});
     module.Pixel(kScreen, 14, 10, "outline");
     module.Pixel(kScreen, 14, 14, "inside");
@@ -247,7 +247,7 @@ TEST(GraphicsModules, AnEllipseExchangesRedAndBlue) {
 }
 
 TEST(GraphicsModules, AClipStartingBeyondTheWidthStartsAtItAndIsEmpty) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("old: .space 16");
     module.Data("info: .space 24");
     module.Call(kCreateBitmap, {"20", "10"}, "bitmap");
@@ -268,7 +268,7 @@ TEST(GraphicsModules, AClipStartingBeyondTheWidthStartsAtItAndIsEmpty) {
 }
 
 TEST(GraphicsModules, ThePixelLeftOfTheBitmapIs0) {
-    ServiceModule module;
+    CallingModule module;
     module.Pixel(kScreen, -1, 0, "pixel");
     EXPECT_EQ(module.Run().LongAt("pixel"), 0U);
 }
@@ -276,7 +276,7 @@ TEST(GraphicsModules, ThePixelLeftOfTheBitmapIs0) {
 // --- The command table
 
 TEST(GraphicsModules, SubCommand20IsReportedAndLeavesTheResultAlone) {
-    ServiceModule module;
+    CallingModule module;
     module.Code("MOVE.Q R14, #0x1122334455667788");
     module.Call(0x0514, {}, "result");
     module.Code("MOVE.Q [whole], R14");
@@ -289,7 +289,7 @@ TEST(GraphicsModules, SubCommand20IsReportedAndLeavesTheResultAlone) {
 }
 
 TEST(GraphicsModules, SavingInAnotherFormatGives0AndWritesNoFile) {
-    ServiceModule module;
+    CallingModule module;
     module.Data("name: .asciz \"picture\"");
     module.Call(kSaveImage, {kScreen, "name", "2"}, "result");
     module.Code("MOVE.L [again], R14");
@@ -301,7 +301,7 @@ TEST(GraphicsModules, SavingInAnotherFormatGives0AndWritesNoFile) {
 }
 
 TEST(GraphicsModules, SetAlphaStoresItsCountInAllOfTheResult) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRectangle, {kScreen, "0", "0", "3", "2", "0xFF00FF00", "0"});
     module.Code("MOVE.Q R14, #-1");
     module.Call(kSetAlpha, {kScreen, "0", "0", "3", "2", "0xFFFFFFFF", "0xFFFFFFFF", "0x180"});
@@ -316,7 +316,7 @@ TEST(GraphicsModules, SetAlphaStoresItsCountInAllOfTheResult) {
 // --- Blits
 
 TEST(GraphicsModules, AlphaOfABlitAddsUpTo255) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"1", "1"}, "source");
     module.Call(kCreateBitmap, {"2", "1"}, "target");
     for (const char* bitmap : {"@source", "@target"}) {
@@ -335,7 +335,7 @@ TEST(GraphicsModules, AlphaOfABlitAddsUpTo255) {
 }
 
 TEST(GraphicsModules, ARightLimitOfTwoWidthsAndThreeCutsTheThirdCopyToThreePixels) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"5", "1"}, "source");
     for (int x = 0; x < 5; ++x) {
         module.Call(kRectangle, {"@source", std::to_string(x), "0", "1", "1",
@@ -354,7 +354,7 @@ TEST(GraphicsModules, ARightLimitOfTwoWidthsAndThreeCutsTheThirdCopyToThreePixel
 }
 
 TEST(GraphicsModules, AnInvertedBlitInvertsTheColourAndMakesOneCopyInEachRowOfCopies) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"2", "1"}, "source");
     module.Call(kRectangle, {"@source", "0", "0", "2", "1", "0xFF102030", "0"});
     module.Call(kBlit, {kScreen, "0", "0", "@source", "0", "0", "2", "1", "1", "0", "2"});
@@ -366,7 +366,7 @@ TEST(GraphicsModules, AnInvertedBlitInvertsTheColourAndMakesOneCopyInEachRowOfCo
 }
 
 TEST(GraphicsModules, ScalingAUniformBitmapGivesItsColourEverywhere) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"4", "4"}, "source");
     module.Call(kRectangle, {"@source", "0", "0", "4", "4", "0xFF7B2D43", "0"});
     module.Call(kScaledBlit,
@@ -383,7 +383,7 @@ TEST(GraphicsModules, ScalingAUniformBitmapGivesItsColourEverywhere) {
 }
 
 TEST(GraphicsModules, ScalingTwoPixelsToOneAddsTruncatedHalves) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"2", "1"}, "source");
     module.Call(kRectangle, {"@source", "0", "0", "1", "1", "0xFF000065", "0"});
     module.Call(kRectangle, {"@source", "1", "0", "1", "1", "0xFF000033", "0"});
@@ -395,7 +395,7 @@ TEST(GraphicsModules, ScalingTwoPixelsToOneAddsTruncatedHalves) {
 }
 
 TEST(GraphicsModules, SetAlphaCountsNothingWhereTheAlphaIsAlreadyTheNewOne) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kSetAlpha, {kScreen, "0", "0", "9", "9", "0xFFFFFFFF", "0xFFFFFFFF", "255"},
                 "count");
     module.Code("MOVE.L [again], R14");
@@ -404,7 +404,7 @@ TEST(GraphicsModules, SetAlphaCountsNothingWhereTheAlphaIsAlreadyTheNewOne) {
 }
 
 TEST(GraphicsModules, SetAlphaIsNotShortenedByWhatTheClipCutsOffOnTheLeft) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kSetClip, {kScreen, "20", "0", "15", "5", "0"});
     module.Call(kSetAlpha, {kScreen, "15", "0", "10", "1", "0xFFFFFFFF", "0xFFFFFFFF", "9"},
                 "count");
@@ -423,7 +423,7 @@ TEST(GraphicsModules, SetAlphaIsNotShortenedByWhatTheClipCutsOffOnTheLeft) {
 }
 
 TEST(GraphicsModules, SetAlphaWritesAKeyColourWithRedAndBlueExchanged) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRectangle, {kScreen, "0", "0", "2", "1", "0xFF0000F0", "0"});
     module.Call(kSetAlpha, {kScreen, "0", "0", "9", "9", "0x000000F0", "0", "7"}, "count");
     module.Pixel(kScreen, 1, 0, "pixel");
@@ -433,7 +433,7 @@ TEST(GraphicsModules, SetAlphaWritesAKeyColourWithRedAndBlueExchanged) {
 }
 
 TEST(GraphicsModules, ASourceBeyondTheScreenIsTransparentAndOneBeyondTheImageAFault) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kCreateBitmap, {"2", "1"}, "bitmap");
     module.Call(kRectangle, {"@bitmap", "0", "0", "2", "1", "0xFF0000F0", "0"});
     module.Call(kBlit, {"@bitmap", "0", "0", kScreen, "1919", "0", "2", "1", "0", "0", "0"});
@@ -455,7 +455,7 @@ TEST(GraphicsModules, ASourceBeyondTheScreenIsTransparentAndOneBeyondTheImageAFa
 // --- Colours
 
 TEST(GraphicsModules, RgbToHsvOfPureBlueAndOfGrey) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRgbToHsv, {"0x00FF0000"}, "blue");
     module.Call(kRgbToHsv, {"0xFF808080"}, "grey");
     const HeadlessResult run = module.Run();
@@ -464,7 +464,7 @@ TEST(GraphicsModules, RgbToHsvOfPureBlueAndOfGrey) {
 }
 
 TEST(GraphicsModules, HsvToRgbOfAHueOf252IsBlackWithItsAlpha) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kHsvToRgb, {"0x7FFFFFFC"}, "beyond");
     module.Call(kHsvToRgb, {"0x7FFFFF00"}, "red");
     module.Call(kHsvToRgb, {"0x40FFFFA8"}, "blue");
@@ -475,7 +475,7 @@ TEST(GraphicsModules, HsvToRgbOfAHueOf252IsBlackWithItsAlpha) {
 }
 
 TEST(GraphicsModules, AdjustingColoursWithEverythingKeptMovesThemBetweenRedAndBlue) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kRectangle, {kScreen, "0", "0", "1", "1", "0xFFFF0000", "0"});
     module.Call(kRectangle, {kScreen, "1", "0", "1", "1", "0xFF0000FF", "0"});
     module.Call(kRectangle, {kScreen, "2", "0", "1", "1", "0xFF5A5A5A", "0"});
@@ -490,7 +490,7 @@ TEST(GraphicsModules, AdjustingColoursWithEverythingKeptMovesThemBetweenRedAndBl
 }
 
 TEST(GraphicsModules, AHueSquareWithNegativeHeightHasItsFullValueInTheTopRow) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(kHueSquare, {kScreen, "0", "0", "4", "-4", "0"});
     module.Call(kHueSquare, {kScreen, "10", "0", "4", "4", "0"});
     module.Call(kHueSquare, {kScreen, "20", "0", "1", "1", "0"});
@@ -525,7 +525,7 @@ std::vector<u8> DecodeRgb(const std::string& png, u32& width) {
 TEST(GraphicsModules, ALineToTheUpperLeftRedrawsTheRectangleWithoutItsFarEnd) {
     // From (10, 10) to (6, 4): the dirty rectangle is left 6, top 4, right 10, bottom 10, so the
     // line's first pixel is drawn but not shown.
-    ServiceModule module;
+    CallingModule module;
     module.Data("points: .long 10, 10, 6, 4");
     module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
     module.Pixel(kScreen, 10, 10, "first");

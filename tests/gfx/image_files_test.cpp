@@ -183,10 +183,10 @@ TEST_F(ImageFiles, PixelsBeyondTheEndOfTheDataAre0) {
 }
 
 TEST_F(ImageFiles, A16BitBmpOrACompressedBmpLoadsAs0) {
-    for (const u32 bits : {0, 1, 4, 8, 16, 23}) {
+    for (const u32 bits : {0U, 1U, 4U, 8U, 16U, 23U}) {
         ExpectRefused(Load(Bmp({.width = 1, .height = 1, .bits = bits}, std::string(8, 'x'))));
     }
-    for (const u32 compression : {1, 2, 3, 4}) {
+    for (const u32 compression : {1U, 2U, 3U, 4U}) {
         ExpectRefused(Load(Bmp({.width = 1, .height = 1, .bits = 32, .compression = compression},
                                std::string(8, 'x'))));
     }
@@ -357,7 +357,7 @@ TEST_F(ImageFiles, SixteenBitChannelsAreCutToTheirHighBytes) {
     for (std::size_t i = 0; i < pixels.size(); ++i) {
         for (u32 channel = 0; channel < 4; ++channel) {
             EXPECT_EQ(pixels[i] >> (8 * channel) & 0xFF,
-                      static_cast<u8>(wide[i * 8 + channel * 2]));
+                      static_cast<u8>(wide[i * 8 + std::size_t{channel} * 2]));
         }
     }
 }
@@ -413,8 +413,8 @@ TEST_F(ImageFiles, ABrokenPngLeavesNoBitmap) {
     const std::string bytes = Get("A");
     // Up to the last byte of the picture's data; what follows is not needed.
     const std::size_t data = bytes.find("IDAT");
-    const std::size_t end =
-        data + 4 + (static_cast<u8>(bytes[data - 2]) << 8U) + static_cast<u8>(bytes[data - 1]);
+    const std::size_t end = data + 4 + std::size_t{static_cast<u8>(bytes[data - 2])} * 256 +
+                            static_cast<u8>(bytes[data - 1]);
     for (std::size_t size = 20; size < end - 8; size += 7) {
         SCOPED_TRACE(size);
         ExpectRefused(Load(bytes.substr(0, size)));
@@ -436,10 +436,10 @@ TEST_F(ImageFiles, ASavedBmpHasExactlyItsHeadersAndTheRowsFromTheBottomUp) {
     SetPixel(bitmap, 1, 1, 0x00FFEEDD);
     EXPECT_EQ(SaveImage(bitmap, "A", 0), 1U);
     std::string expected = "BM";
-    for (const u32 word : {70, 0, 54, 40, 2, 2}) AddNumber(expected, word, 4);
+    for (const u32 word : {70U, 0U, 54U, 40U, 2U, 2U}) AddNumber(expected, word, 4);
     AddNumber(expected, 1, 2);
     AddNumber(expected, 32, 2);
-    for (const u32 word : {0, 16, 2947, 2947, 0, 0}) AddNumber(expected, word, 4);
+    for (const u32 word : {0U, 16U, 2947U, 2947U, 0U, 0U}) AddNumber(expected, word, 4);
     expected += "\xBB\xAA\x99\xCC";
     expected += std::string("\xFF\xEE\xDD\x00", 4);
     expected += "\x33\x22\x11\x44\x77\x66\x55\x88";
@@ -483,9 +483,9 @@ TEST_F(ImageFiles, APngIsEightBitRgbaWithoutInterlace) {
 
 TEST_F(ImageFiles, TheScreenCanBeSaved) {
     EXPECT_EQ(SaveImage(kScreenBitmap, "A.png", 1), 1U);
-    EXPECT_EQ(AsConverted("A.png"), std::vector<u32>(40 * 30, 0xFF000000));
+    EXPECT_EQ(AsConverted("A.png"), std::vector<u32>(std::size_t{40} * 30, 0xFF000000));
     EXPECT_EQ(SaveImage(kScreenBitmap, "A.bmp", 0), 1U);
-    EXPECT_EQ(Pixels(LoadImage("A.bmp")), std::vector<u32>(40 * 30, 0xFF000000));
+    EXPECT_EQ(Pixels(LoadImage("A.bmp")), std::vector<u32>(std::size_t{40} * 30, 0xFF000000));
 }
 
 TEST_F(ImageFiles, SaveWithFormat2Returns0WithoutTouchingTheFileSystem) {
@@ -517,7 +517,7 @@ TEST_F(ImageFiles, AWriteThatComesShortGives0AndLeavesTheBitmapAsItWas) {
     const u32 bitmap = MakeBitmap(200, 1, 0x11223344);
     static std::size_t room;
     const auto write = systemCalls.write;
-    for (const std::size_t bytes : {0, 13, 14, 53, 54, 100, 853}) {
+    for (const u32 bytes : {0U, 13U, 14U, 53U, 54U, 100U, 853U}) {
         room = bytes;
         systemCalls.write = [](const void* data, std::size_t count, std::FILE* stream) {
             const std::size_t part = std::min(count, room);

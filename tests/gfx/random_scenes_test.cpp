@@ -22,21 +22,20 @@
 
 namespace {
 
-constexpr u32 kImageBytes = 81920;
 constexpr u32 kModuleBitmaps = 3;
 
 class Scene {
   public:
-    explicit Scene(u32 seed) : random(seed) {
-        StartGfxBench(kImageBytes, static_cast<u32>(Number(1, 70)),
-                      static_cast<u32>(Number(1, 70)));
+    Scene(u32 seed, i32 largestSize) : random(seed), largest(largestSize) {
+        StartGfxBench(largest <= 70 ? 81920 : 700000, static_cast<u32>(Number(1, largest)),
+                      static_cast<u32>(Number(1, largest)));
         dirtyTracking = Chance(90);
         hostile = Chance(25);
         // Room before and after the pixels for what leaves them.
         AllocHeap(6000);
         for (u32 i = 0; i < kModuleBitmaps; ++i) {
-            handles.push_back(
-                CreateBitmap(static_cast<u32>(Number(0, 70)), static_cast<u32>(Number(0, 70))));
+            handles.push_back(CreateBitmap(static_cast<u32>(Number(0, largest)),
+                                           static_cast<u32>(Number(0, largest))));
         }
         for (u32 i = 0; i < kModuleBitmaps; ++i) records.push_back(RecordAddress(handles[i]));
         Paint(image + kTestHeapStart, 6000 + 4);
@@ -176,8 +175,8 @@ class Scene {
         return {};
     }
 
-    i32 Position() { return Number(-30, 75); }
-    i32 Size() { return Chance(10) ? Number(-5, 0) : Number(0, 70); }
+    i32 Position() { return Number(-30, largest + 5); }
+    i32 Size() { return Chance(10) ? Number(-5, 0) : Number(0, largest); }
     i32 LimitOf(i32 position) { return Chance(50) ? 0 : position + Number(-10, 90); }
 
     Operation MakeOperation() {
@@ -344,12 +343,12 @@ class Scene {
         reference::ScaledArguments args = {};
         args.dx = Position();
         args.dy = Position();
-        args.dw = Number(0, 70);
-        args.dh = Number(0, 70);
+        args.dw = Number(0, largest);
+        args.dh = Number(0, largest);
         args.sx = Chance(60) ? Number(0, 10) : Number(-20, 70);
         args.sy = Chance(60) ? Number(0, 10) : Number(-20, 70);
-        args.sw = Number(0, 70);
-        args.sh = Number(0, 70);
+        args.sw = Number(0, largest);
+        args.sh = Number(0, largest);
         if (Chance(10)) args.dw = Number(1, 4);
         if (Chance(10)) args.dh = Number(1, 4);
         args.right = LimitOf(args.dx);
@@ -385,6 +384,7 @@ class Scene {
     }
 
     std::mt19937 random;
+    i32 largest;  // width and height of bitmaps
     bool hostile = false;
     std::vector<u32> handles, records, pixelAddresses;
     reference::World world;
@@ -393,22 +393,27 @@ class Scene {
 u64 Scene::operations = 0;
 u64 Scene::faults = 0;
 
-TEST(RandomScenes, EveryKernelSetDrawsWhatTheYardstickDraws) {
-    constexpr u64 kOperations = 220'000;
+void RunScenes(i32 largest, u64 operations) {
     const std::vector<const Kernels*> sets = AvailableKernels();
     const StandardError quiet(true);
-    u32 seed = 1;
-    while (Scene::operations < kOperations && !HasFailure()) {
+    Scene::operations = Scene::faults = 0;
+    for (u32 seed = 1; Scene::operations < operations && !::testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("scene " + std::to_string(seed));
-        Scene scene(seed);
+        Scene scene(seed, largest);
         kernels = sets[seed % sets.size()];
         for (int i = 0; i < 120 && scene.Step(); ++i) {
         }
-        ++seed;
     }
     EXPECT_GT(Scene::faults, 0U);
-    RecordProperty("operations", static_cast<int>(Scene::operations));
-    RecordProperty("faults", static_cast<int>(Scene::faults));
+}
+
+TEST(RandomScenes, EveryKernelSetDrawsWhatTheYardstickDraws) {
+    RunScenes(70, 220'000);
+}
+
+// Wider than the pieces in which scaled blits and hue squares are worked out.
+TEST(RandomScenes, LargeBitmapsAreDrawnAsTheYardstickDrawsThem) {
+    RunScenes(200, 10'000);
 }
 
 }  // namespace

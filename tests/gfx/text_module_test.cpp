@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tests/support/headless_run.h"
-#include "tests/support/service_module.h"
+#include "tests/support/service_calls.h"
 
 namespace {
 
@@ -32,14 +32,14 @@ struct TextBox {
     std::string destination = "0";
 };
 
-u32 AddText(ServiceModule& module, const std::string& text, const TextBox& box) {
+u32 AddText(ServiceCalls& module, const std::string& text, const TextBox& box) {
     return module.Graphics(kDrawText, {box.destination, module.Text(text), box.x, box.y, box.width,
                                        box.height, box.flags, box.background, kGreen});
 }
 
 class ModuleRun {
   public:
-    explicit ModuleRun(const ServiceModule& module, HeadlessRun run = {}) {
+    explicit ModuleRun(const ServiceCalls& module, HeadlessRun run = {}) {
         run.source = module.Source();
         run.options = {"--run-ms", "0"};
         result = RunHeadless(run);
@@ -47,7 +47,7 @@ class ModuleRun {
         EXPECT_TRUE(result.Fatals().empty());
     }
     u32 Of(u32 command) const {
-        return result.Long(result.Label(ServiceModule::ResultsLabel()) + 4 * command);
+        return result.Long(result.Label(ServiceCalls::ResultsLabel()) + 4 * command);
     }
     HeadlessResult result;
 };
@@ -60,7 +60,7 @@ u32 BytesOf(u32 result) {
 }
 
 TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
-    ServiceModule module;
+    ServiceCalls module;
     // Courier: all characters are as wide as each other.
     const u32 one = AddText(module, "a", {.flags = kCourier});
     const u32 four = AddText(module, "ab c", {.flags = kCourier});
@@ -68,7 +68,7 @@ TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
     const u32 width = WidthOf(measured.Of(four));
     EXPECT_NEAR(width, WidthOf(measured.Of(one)) * 4, 4);
 
-    ServiceModule again;
+    ServiceCalls again;
     const u32 three = AddText(again, "ab ", {.flags = kCourier});
     const u32 wrapped =
         AddText(again, "ab cd", {.width = std::to_string(width + 1), .flags = kCourierWrap});
@@ -78,7 +78,7 @@ TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
 }
 
 TEST(TextModule, WordWrapWithoutASpaceDrawsOnlyTheFirstCharacterAndReports0Bytes) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 first = AddText(module, "W", {});
     const u32 wrapped = AddText(module, "WWWWWWWW", {.width = "60", .flags = kWrap});
     ModuleRun run(module);
@@ -87,7 +87,7 @@ TEST(TextModule, WordWrapWithoutASpaceDrawsOnlyTheFirstCharacterAndReports0Bytes
 }
 
 TEST(TextModule, MeasureOnlyReturnsWidthAndBytesWithoutTouchingTheDestination) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 measured = AddText(module, "Some text", {.flags = kMeasure});
     const u32 untouched = module.Graphics(kGetPixel, {"0", "10", "20"});
     const u32 drawn = AddText(module, "Some text", {});
@@ -100,7 +100,7 @@ TEST(TextModule, MeasureOnlyReturnsWidthAndBytesWithoutTouchingTheDestination) {
 }
 
 TEST(TextModule, ATextOfMultiByteCharactersReturnsTheByteCount) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 german = AddText(module, "\xC3\xA4\xC3\xB6\xC3\xBC", {});
     const u32 euro = AddText(module, "\xE2\x82\xAC", {});
     const u32 cut = AddText(module, "\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4",
@@ -114,7 +114,7 @@ TEST(TextModule, ATextOfMultiByteCharactersReturnsTheByteCount) {
 }
 
 TEST(TextModule, The101stDistinctPairEvictsAFontAndEveryTextComesOutAsBefore) {
-    ServiceModule module;
+    ServiceCalls module;
     std::vector<u32> first;
     std::vector<u32> second;
     for (u32 height = 10; height < 120; height += 1) {
@@ -133,7 +133,7 @@ TEST(TextModule, The101stDistinctPairEvictsAFontAndEveryTextComesOutAsBefore) {
 }
 
 TEST(TextModule, EmptyAndBrokenTextsGive0) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 before = AddText(module, "x", {});
     const u32 results[] = {
         AddText(module, "", {}),
@@ -149,9 +149,9 @@ TEST(TextModule, EmptyAndBrokenTextsGive0) {
 }
 
 TEST(TextModule, ATextInAModuleBitmapIsOpaqueWhereItLies) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 bitmap = module.Graphics(kCreateBitmap, {"100", "40"});
-    const std::string handle = ServiceModule::Result(bitmap);
+    const std::string handle = ServiceCalls::Result(bitmap);
     AddText(module, "Ag", {.x = "5", .y = "5", .background = "0x00804020", .destination = handle});
     const u32 inside = module.Graphics(kGetPixel, {handle, "5", "5"});
     const u32 outside = module.Graphics(kGetPixel, {handle, "4", "5"});
@@ -161,7 +161,7 @@ TEST(TextModule, ATextInAModuleBitmapIsOpaqueWhereItLies) {
 }
 
 TEST(TextModule, ATextThatRunsOutOfTheImageIsAMemoryFault) {
-    ServiceModule module;
+    ServiceCalls module;
     module.Graphics(kDrawText, {"0", "0x7FFFFFFF", "0", "0", "100", "20", "0", kRed, kGreen});
     HeadlessRun run;
     run.source = module.Source();
@@ -175,7 +175,7 @@ std::string OnePixelBmp(u32 bits, u32 compression) {
     const auto add = [&](u32 value, u32 count) {
         for (u32 i = 0; i < count; ++i) bytes += static_cast<char>(value >> (8 * i));
     };
-    for (const u32 word : {58, 0, 54, 40, 1, 1}) add(word, 4);
+    for (const u32 word : {58U, 0U, 54U, 40U, 1U, 1U}) add(word, 4);
     add(1, 2);
     add(bits, 2);
     add(compression, 4);
@@ -184,7 +184,7 @@ std::string OnePixelBmp(u32 bits, u32 compression) {
 }
 
 TEST(ImageModule, FilesThatAreNoPicturesLoadAs0) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 results[] = {
         module.Graphics(kLoadImage, {module.Text("SHORT")}),
         module.Graphics(kLoadImage, {module.Text("NEITHER")}),
@@ -193,7 +193,7 @@ TEST(ImageModule, FilesThatAreNoPicturesLoadAs0) {
         module.Graphics(kLoadImage, {module.Text("MISSING")}),
     };
     const u32 good = module.Graphics(kLoadImage, {module.Text("PICTURES/GOOD")});
-    const u32 pixel = module.Graphics(kGetPixel, {ServiceModule::Result(good), "0", "0"});
+    const u32 pixel = module.Graphics(kGetPixel, {ServiceCalls::Result(good), "0", "0"});
     HeadlessRun files;
     files.resources = {{"SHORT", std::string("BM") + std::string(17, 'x')},
                        {"NEITHER", std::string(100, 'x')},
@@ -213,9 +213,9 @@ TEST(ImageModule, A24BitBmpOfWidth3UsesAFileRowStrideOf12Bytes) {
     file[22] = 2;
     file += std::string("\x01\x02\x03\x04\x05\x06\x07\x08\x09zzz", 12);
     file += std::string("\x11\x12\x13\x14\x15\x16\x17\x18\x19zzz", 12);
-    ServiceModule module;
+    ServiceCalls module;
     const u32 bitmap = module.Graphics(kLoadImage, {module.Text("A.BMP")});
-    const std::string handle = ServiceModule::Result(bitmap);
+    const std::string handle = ServiceCalls::Result(bitmap);
     const u32 top = module.Graphics(kGetPixel, {handle, "0", "0"});
     const u32 bottom = module.Graphics(kGetPixel, {handle, "2", "1"});
     const std::string info = module.Space(24);
@@ -230,7 +230,7 @@ TEST(ImageModule, A24BitBmpOfWidth3UsesAFileRowStrideOf12Bytes) {
 }
 
 TEST(ImageModule, SaveWithFormat2Returns0WithoutTouchingTheFileSystem) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 saved = module.Graphics(kSaveImage, {"0", module.Text("A"), "2"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(saved), 0U);
@@ -238,17 +238,17 @@ TEST(ImageModule, SaveWithFormat2Returns0WithoutTouchingTheFileSystem) {
 }
 
 TEST(ImageModule, RedSavedAsPngIsBlueWhenItIsLoadedAgain) {
-    ServiceModule module;
+    ServiceCalls module;
     const u32 bitmap = module.Graphics(kCreateBitmap, {"1", "1"});
-    const std::string handle = ServiceModule::Result(bitmap);
+    const std::string handle = ServiceCalls::Result(bitmap);
     module.Graphics(7, {handle, "0", "0", kRed});
     const u32 saved = module.Graphics(kSaveImage, {handle, module.Text("SHOTS/A.PNG"), "1"});
     const u32 kept = module.Graphics(kGetPixel, {handle, "0", "0"});
     const u32 loaded = module.Graphics(kLoadImage, {module.Text("SHOTS/A.PNG")});
-    const u32 pixel = module.Graphics(kGetPixel, {ServiceModule::Result(loaded), "0", "0"});
+    const u32 pixel = module.Graphics(kGetPixel, {ServiceCalls::Result(loaded), "0", "0"});
     const u32 savedBmp = module.Graphics(kSaveImage, {handle, module.Text("A.BMP"), "0"});
     const u32 loadedBmp = module.Graphics(kLoadImage, {module.Text("A.BMP")});
-    const u32 pixelBmp = module.Graphics(kGetPixel, {ServiceModule::Result(loadedBmp), "0", "0"});
+    const u32 pixelBmp = module.Graphics(kGetPixel, {ServiceCalls::Result(loadedBmp), "0", "0"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(saved), 1U);
     EXPECT_EQ(run.Of(kept), 0xFF0000FF);

@@ -49,7 +49,7 @@ class TextPictures : public ::testing::Test {
         Ink ink;
         for (i32 y = 0; y < 300; ++y) {
             for (i32 x = 0; x < 600; ++x) {
-                const u8* const pixel = screenBitmap.pixels + (y * 600 + x) * 4;
+                const u8* const pixel = screenBitmap.pixels + (std::ptrdiff_t{y} * 600 + x) * 4;
                 EXPECT_EQ(pixel[3], 255);
                 EXPECT_TRUE(pixel[0] == pixel[1] && pixel[1] == pixel[2]) << "grey antialiasing";
                 ink.amount += (255 - pixel[0]) / 255.0;

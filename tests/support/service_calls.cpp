@@ -1,6 +1,6 @@
-#include "tests/support/service_module.h"
+#include "tests/support/service_calls.h"
 
-u32 ServiceModule::Call(const std::vector<std::string>& words) {
+u32 ServiceCalls::Call(const std::vector<std::string>& words) {
     const u32 number = calls++;
     const std::string block = "block" + std::to_string(number);
     std::string row;
@@ -18,12 +18,12 @@ u32 ServiceModule::Call(const std::vector<std::string>& words) {
     return number;
 }
 
-u32 ServiceModule::Graphics(u32 sub, std::vector<std::string> arguments) {
+u32 ServiceCalls::Graphics(u32 sub, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), std::to_string(0x500 + sub));
     return Call(arguments);
 }
 
-std::string ServiceModule::Text(const std::string& bytes) {
+std::string ServiceCalls::Text(const std::string& bytes) {
     const std::string label = "text" + std::to_string(labels++);
     data += label + ": .byte ";
     for (const char c : bytes) data += std::to_string(static_cast<u8>(c)) + ", ";
@@ -31,13 +31,13 @@ std::string ServiceModule::Text(const std::string& bytes) {
     return label;
 }
 
-std::string ServiceModule::Space(u32 size) {
+std::string ServiceCalls::Space(u32 size) {
     const std::string label = "space" + std::to_string(labels++);
     data += "        .align 4\n" + label + ": .space " + std::to_string(size) + "\n";
     return label;
 }
 
-std::string ServiceModule::Source(u32 heap) const {
+std::string ServiceCalls::Source(u32 heap) const {
     return "        .heap " + std::to_string(heap) +
            "\n        .code\n"
            "        LINK 0, 0\n"

@@ -7,7 +7,7 @@
 
 #include "base/types.h"
 
-class ServiceModule {
+class ServiceCalls {
   public:
     // Command word and arguments; each is a number or an expression of the assembler: a label made
     // by Text() or Space(), or Result(i) of an earlier command. Returns the command's number.

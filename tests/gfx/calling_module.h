@@ -7,7 +7,7 @@
 #include "base/types.h"
 #include "tests/support/headless_run.h"
 
-class ServiceModule {
+class CallingModule {
   public:
     // A call with these arguments. "@name" passes the LONG at a label, for results of calls before;
     // everything else is an expression of the assembler. The result goes to the LONG at `result`.
