@@ -23,18 +23,6 @@
 #include "desktop/sdl/watchdog.h"
 #include "desktop/sdl/window.h"
 
-// For builds that look for leaks: what these libraries keep until the end of the process.
-// NOLINTBEGIN(bugprone-reserved-identifier)
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_options();
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libfontconfig\nleak:libdbus-1\n";
-}
-extern "C" const char* __lsan_default_options() {
-    return "print_suppressions=0";
-}
-// NOLINTEND(bugprone-reserved-identifier)
-
 static void SetHints() {
     // The window's class has to be that of the desktop entry.
     setenv("SDL_VIDEO_X11_WMCLASS", "moxi", 1);
