@@ -1,7 +1,6 @@
 #include "host/keyboard.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "base/bytes.h"
 #include "host/keymap.h"
@@ -19,7 +18,8 @@ constexpr u32 kTextBufferSize = 16;
 
 void PostText(const std::string& text) {
     u8 buffer[kTextBufferSize] = {};
-    std::memcpy(buffer, text.data(), std::min<size_t>(text.size(), kTextBufferSize - 1));
+    // The last byte stays zero, so that a text that is too long still ends.
+    std::copy_n(text.begin(), std::min<size_t>(text.size(), kTextBufferSize - 1), buffer);
     PostMessage(MSG_CHAR, LoadBytes<u32>(buffer), LoadBytes<u32>(buffer + 4), 0);
 }
 
