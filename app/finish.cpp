@@ -5,6 +5,7 @@
 
 #include "app/record.h"
 #include "app/trace.h"
+#include "base/output_files.h"
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "gfx/bitmap.h"
@@ -29,7 +30,7 @@ void Report(const std::string& path) {
 }
 
 bool WriteImage(const std::string& path) {
-    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    std::FILE* const file = outputFiles.open(path);
     if (file == nullptr) return false;
     const bool written = std::fwrite(image, 1, imageSize, file) == imageSize;
     return std::fclose(file) == 0 && written;

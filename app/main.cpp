@@ -1,11 +1,14 @@
 // The program: command line, desktop, game, then the desktop's event loop.
 
+#include <algorithm>
 #include <cstdio>
 
 #include "app/bundle.h"
 #include "app/finish.h"
 #include "app/options.h"
+#include "app/output_helper.h"
 #include "app/record.h"
+#include "app/sandbox.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -17,6 +20,8 @@
 #include "desktop/sdl/sdl_desktop.h"
 #include "host/delegate.h"
 #include "host/menu.h"
+#include "sys/dispatch.h"
+#include "sys/files.h"
 #include "vm/diagnostics.h"
 
 namespace {
@@ -49,6 +54,51 @@ bool StartDesktop(const Options& options, std::string& error) {
     return true;
 }
 
+// Before there are threads: what the restricted process will open through the helper.
+void PrepareSandbox(Options& options) {
+    if (!options.sandbox) return;
+    const std::string obstacle = SandboxObstacle();
+    if (!obstacle.empty()) {
+        SystemLog("no sandbox: " + obstacle);
+        options.sandbox = false;
+        return;
+    }
+    OutputPlaces outputs;
+    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView}) {
+        if (!path.empty()) outputs.files.push_back(path);
+    }
+    for (const ScriptEvent& event : options.headlessOptions.script) {
+        if (event.kind == ScriptEventKind::Screenshot) outputs.files.push_back(event.text);
+    }
+    // The menu's screenshots, which a script of keys can ask for too.
+    if (!options.headless || !options.headlessOptions.script.empty()) {
+        outputs.picturesFolder = folders.pictures;
+    }
+    if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
+}
+
+// A game that names itself with ".." gets no more than the folder of all games.
+std::string WritableFolder() {
+    std::string folder = DataFolder();
+    if (!folders.dataOverride.empty()) return folder;
+    const size_t name = folder.size() - std::min(folder.size(), folders.gameName.size());
+    if (("/" + folders.gameName + "/").find("/../") == std::string::npos) return folder;
+    return folder.substr(0, name > 0 ? name - 1 : 0);
+}
+
+void EnterSandbox(const Options& options) {
+    if (!options.sandbox) return;
+    const std::string error = StartSandbox({.dataFolder = WritableFolder(),
+                                            .resourcesFolder = folders.resources,
+                                            .devices = !options.headless});
+    if (!error.empty()) {
+        SystemLog("no sandbox: " + error);
+        return;
+    }
+    sysSlots.beforeFileChange = NarrowSandbox;
+    sysSlots.deleteResource = DeleteInSandbox;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,6 +120,7 @@ int main(int argc, char** argv) {
     if (!options.record.empty() && !StartRecording(options.record)) {
         return Refuse(options.record + ": cannot be written");
     }
+    PrepareSandbox(options);
     std::string error;
     if (!StartDesktop(options, error)) {
         std::fprintf(stderr, "moxi: %s\n", error.c_str());
@@ -84,6 +135,7 @@ int main(int argc, char** argv) {
     }
     LoadInterfaceFile();
     moxiAppDelegate::init();
+    EnterSandbox(options);
     audioOut.prepare();
     desktop.runEventLoop();
     EndProcess(0);

@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "base/output_files.h"
+
 namespace {
 
 // Rows without gaps, in the file's own pixel size.
@@ -24,11 +26,11 @@ std::vector<u8> PackRows(const u8* pixels, u32 width, u32 height, u32 stride, u3
 }
 
 bool WriteWholeFile(const std::string& path, const void* data, size_t size) {
-    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    std::FILE* const file = outputFiles.open(path);
     if (file == nullptr) return false;
     const bool written = std::fwrite(data, 1, size, file) == size;
     const bool closed = std::fclose(file) == 0;
-    if (!written || !closed) std::remove(path.c_str());
+    if (!written || !closed) outputFiles.remove(path);
     return written && closed;
 }
 

@@ -2,16 +2,23 @@
 // The service dispatcher: the interpreter calls SysDispatch for each SYS instruction, and the
 // command word in the module's parameter block picks the handler.
 
+#include <unistd.h>
+
 #include "base/types.h"
 
-// What this room needs from higher rooms: handlers of the groups that they own, and the tick of the
-// module's periodic timer. Written only by app/wiring.cpp and by tests. A handler gets the
+// What this room needs from higher rooms: handlers of the groups that they own, the tick of the
+// module's periodic timer, and the sandbox. Written only by app/ and by tests. A handler gets the
 // sub-command (0..255) and the address of the first argument.
 struct SysSlots {
     void (*graphicsGroup)(u32 sub, u32 arguments);
     void (*soundGroup)(u32 sub, u32 arguments);
     void (*hostGroup)(u32 sub, u32 arguments);
     void (*onTimer)();
+    // Called before a service changes anything on disk, and when the data folder has just been
+    // made.
+    void (*beforeFileChange)();
+    // Deletes a file that came with the game.
+    void (*deleteResource)(const char* path);
 };
 
 inline constinit SysSlots sysSlots = {
@@ -19,6 +26,8 @@ inline constinit SysSlots sysSlots = {
     .soundGroup = [](u32, u32) {},
     .hostGroup = [](u32, u32) {},
     .onTimer = [] {},
+    .beforeFileChange = [] {},
+    .deleteResource = [](const char* path) { ::unlink(path); },
 };
 
 // Reads the parameter block at the address in R15 and runs its command. The result, where the

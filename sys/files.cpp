@@ -11,6 +11,7 @@
 #include <string>
 
 #include "desktop/folders.h"
+#include "sys/dispatch.h"
 #include "sys/system_calls.h"
 
 namespace {
@@ -55,7 +56,7 @@ u32 TakeHandle(std::FILE* stream, bool writable) {
 }
 
 // Makes every missing folder on the way to the last "/" of `path`, outermost first.
-void MakeParentFolders(std::string path) {
+void MakeFoldersOnPath(std::string path) {
     const std::size_t last = path.rfind('/');
     if (last == std::string::npos) return;
     path.resize(last);
@@ -72,6 +73,15 @@ void MakeParentFolders(std::string path) {
     }
 }
 
+// The data folder comes first: until it exists the sandbox is wider than names may reach.
+void MakeParentFolders(const std::string& path) {
+    if (!Exists(dataFolder.c_str())) {
+        MakeFoldersOnPath(dataFolder);
+        sysSlots.beforeFileChange();
+    }
+    MakeFoldersOnPath(path);
+}
+
 }  // namespace
 
 // --- Folders
@@ -80,14 +90,15 @@ void InitFolders() {
     // A write that passes a file size limit is to come short, not to end the process.
     std::signal(SIGXFSZ, SIG_IGN);
     resourcesFolder = folders.resources + "/";
-    if (!folders.dataOverride.empty()) {
-        dataFolder = folders.dataOverride + "/";
-    } else if (folders.support.empty()) {
-        // Without a support folder the data lies in the process's current folder.
-        dataFolder.clear();
-    } else {
-        dataFolder = folders.support + "/" + kStudioFolder + "/" + folders.gameName + "/";
-    }
+    dataFolder = DataFolder();
+    if (!dataFolder.empty()) dataFolder += "/";
+}
+
+std::string DataFolder() {
+    if (!folders.dataOverride.empty()) return folders.dataOverride;
+    // Without a support folder the data lies in the process's current folder.
+    if (folders.support.empty()) return "";
+    return folders.support + "/" + kStudioFolder + "/" + folders.gameName;
 }
 
 const char* BuildPath(const char* name, bool inDataFolder) {
@@ -110,6 +121,7 @@ u32 OpenFile(const char* name, u32 mode) {
         if (stream == nullptr) stream = OpenPath(BuildPath(name, false), "rbe");
         return TakeHandle(stream, false);
     }
+    sysSlots.beforeFileChange();
     const char* path = BuildPath(name, true);
     if (path == nullptr) return kNoFile;
     if (std::FILE* existing = systemCalls.open(path, "rbe")) {
@@ -197,26 +209,31 @@ u32 FileSize(const char* name, u32* time, u32* kind) {
 }
 
 void DeleteFile(const char* name) {
+    sysSlots.beforeFileChange();
     const char* path = BuildPath(name, true);
-    if (!Exists(path)) {
-        path = BuildPath(name, false);
-        if (!Exists(path)) return;
+    if (Exists(path)) {
+        unlink(path);
+        return;
     }
-    unlink(path);
+    path = BuildPath(name, false);
+    if (Exists(path)) sysSlots.deleteResource(path);
 }
 
 u32 MakeFolder(const char* name) {
+    sysSlots.beforeFileChange();
     const char* path = BuildPath(name, true);
     if (path == nullptr) return kNoFile;
     return mkdir(path, 0777) == 0 || errno == EEXIST ? 0 : kNoFile;
 }
 
 void RemoveFolder(const char* name) {
+    sysSlots.beforeFileChange();
     const char* path = BuildPath(name, true);
     if (path != nullptr) rmdir(path);
 }
 
 void MoveFile(const char* oldName, const char* newName) {
+    sysSlots.beforeFileChange();
     const char* path = BuildPath(oldName, true);
     if (path == nullptr) return;
     const std::string oldPath = path;

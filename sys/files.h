@@ -4,6 +4,8 @@
 // to the data folder. Names are bytes and pass through unchanged; one that does not fit the path
 // buffer names nothing that exists.
 
+#include <string>
+
 #include "base/types.h"
 
 // Path and NUL of every file operation have to fit this many bytes.
@@ -25,6 +27,10 @@ constexpr u32 kKindFolder = 2;
 
 // Works out the folder names from `folders`. Called once at start-up, before the module is loaded.
 void InitFolders();
+
+// The game's data folder as `folders` has it, without a trailing "/"; "" is the current folder. It
+// need not exist.
+std::string DataFolder();
 
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its
 // "../": the music lies beside the other files. Null when the path does not fit. The text is valid

@@ -1,0 +1,147 @@
+#include "app/output_helper.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "base/output_files.h"
+
+namespace {
+
+constexpr char kOpen = 'o';
+constexpr char kRemove = 'r';
+// One request is a letter and a path, in one packet.
+constexpr size_t kLongestRequest = 4097;
+
+constinit int helper = -1;  // our end of the connection
+const OutputFiles directFiles = outputFiles;
+
+// --- The helper
+
+bool IsPermitted(const OutputPlaces& places, const std::string& path) {
+    if (std::find(places.files.begin(), places.files.end(), path) != places.files.end()) {
+        return true;
+    }
+    const std::string folder = places.picturesFolder + "/";
+    return !places.picturesFolder.empty() && path.rfind(folder, 0) == 0 &&
+           path.find('/', folder.size()) == std::string::npos;
+}
+
+// The answer to a request: its error number, and with it the open file.
+void Answer(int connection, int error, int file) {
+    iovec part = {&error, sizeof error};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (file >= 0) {
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        cmsghdr* const header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(header), &file, sizeof file);
+    }
+    sendmsg(connection, &message, MSG_NOSIGNAL);
+}
+
+void Serve(int connection, const OutputPlaces& places, const char* request, size_t size) {
+    const std::string path(request + 1, size - 1);
+    if (!IsPermitted(places, path)) return Answer(connection, EACCES, -1);
+    if (request[0] == kRemove) {
+        return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);
+    }
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    Answer(connection, file >= 0 ? 0 : errno, file);
+    if (file >= 0) close(file);
+}
+
+// Until the other end is closed. Signals that ask for an end are the game's to answer.
+[[noreturn]] void ServeRequests(int connection, const OutputPlaces& places) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_IGN);
+    char request[kLongestRequest];
+    for (;;) {
+        const ssize_t size = recv(connection, request, sizeof request, 0);
+        if (size <= 0) _exit(0);
+        Serve(connection, places, request, static_cast<size_t>(size));
+    }
+}
+
+// --- This process
+
+// The open file, or -1 and errno.
+int Ask(char what, const std::string& path) {
+    const std::string request = what + path;
+    if (request.size() > kLongestRequest) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    if (send(helper, request.data(), request.size(), MSG_NOSIGNAL) < 0) return -1;
+    int error = 0;
+    iovec part = {&error, sizeof error};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    ssize_t size = 0;
+    do {
+        size = recvmsg(helper, &message, MSG_CMSG_CLOEXEC);
+    } while (size < 0 && errno == EINTR);
+    if (size != sizeof error) {
+        errno = EPIPE;
+        return -1;
+    }
+    int file = -1;
+    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
+        std::memcpy(&file, CMSG_DATA(header), sizeof file);
+    }
+    errno = error;
+    return file;
+}
+
+std::FILE* OpenThroughHelper(const std::string& path) {
+    const int file = Ask(kOpen, path);
+    if (file < 0) return nullptr;
+    std::FILE* const stream = fdopen(file, "wb");
+    if (stream == nullptr) close(file);
+    return stream;
+}
+
+}  // namespace
+
+bool StartOutputHelper(const OutputPlaces& places) {
+    if (helper >= 0 || (places.files.empty() && places.picturesFolder.empty())) return true;
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        ServeRequests(ends[1], places);
+    }
+    close(ends[1]);
+    if (child < 0) {
+        close(ends[0]);
+        return false;
+    }
+    helper = ends[0];
+    outputFiles = {
+        .open = OpenThroughHelper,
+        .remove = [](const std::string& path) { Ask(kRemove, path); },
+    };
+    return true;
+}
+
+void StopOutputHelper() {
+    if (helper >= 0) close(helper);
+    helper = -1;
+    outputFiles = directFiles;
+}

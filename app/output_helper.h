@@ -1,0 +1,19 @@
+#pragma once
+// A helper process that opens the files which the user asked for, once this process may write only
+// below the game's data folder. It is told beforehand which files these may be.
+
+#include <string>
+#include <vector>
+
+// What the helper opens: these files, and pictures directly in this folder ("" for none).
+struct OutputPlaces {
+    std::vector<std::string> files;
+    std::string picturesFolder;
+};
+
+// Starts the helper and points `outputFiles` at it; nothing without places. To be called before
+// the process is restricted or has threads. False when there can be no helper.
+bool StartOutputHelper(const OutputPlaces& places);
+
+// Ends the helper; `outputFiles` opens by itself again.
+void StopOutputHelper();

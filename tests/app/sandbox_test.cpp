@@ -1,0 +1,311 @@
+// What a module can reach on disk, with the sandbox and without it, through the program itself.
+
+#include "app/sandbox.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "desktop/sdl/url_opener.h"
+#include "tests/support/headless_run.h"
+#include "tests/support/service_calls.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr u32 kNone = 0xFFFFFFFF;
+
+// A home folder with a diary in it, a game, and (from its first write on) the game's data folder.
+struct Home {
+    TemporaryFolder folder;
+    std::string path = folder.path + "/home";
+    std::string game = folder.path + "/game";
+    std::string data = path + "/data";
+    std::string diary = path + "/diary.txt";
+
+    Home() {
+        fs::create_directories(path);
+        fs::create_directories(game);
+        WriteTextFile(diary, "dear diary");
+        WriteTextFile(game + "/SHIPPED.DAT", "shipped");
+        WriteTextFile(folder.path + "/beside.txt", "beside");
+    }
+
+    // The results of the calls, as the image at the end holds them; the dump itself goes through
+    // the helper process.
+    std::vector<u32> Play(const ServiceCalls& calls, const Strings& options = {},
+                          const std::string& script = "") {
+        const AssembleResult assembled = Assemble(calls.Source(), "calls.mxs");
+        EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
+        WriteTextFile(game + "/MAIN.MX",
+                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
+        Strings arguments = {"--headless", "--data-folder", data, "--dump-image", "image"};
+        if (!script.empty()) {
+            WriteTextFile(folder.path + "/script", script);
+            arguments.insert(arguments.end(), {"--script", "script"});
+        }
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.push_back(game);
+        program = RunProgram("moxi", arguments, folder.path);
+        EXPECT_EQ(program.status, 0) << program.errors;
+        const std::string image = ReadTextFile(folder.path + "/image");
+        std::vector<u32> results;
+        for (u32 at = SymbolValue(assembled, "results"); at + 4 <= image.size(); at += 4) {
+            u32 value = 0;
+            std::memcpy(&value, image.data() + at, 4);
+            results.push_back(value);
+        }
+        return results;
+    }
+
+    ProgramResult program;
+};
+
+class Sandbox : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (const std::string obstacle = SandboxObstacle(); !obstacle.empty()) {
+            GTEST_SKIP() << "no sandbox here: " << obstacle;
+        }
+    }
+
+    // Opens for writing (made or emptied), writes "gone" and closes. Results 0 and 1.
+    static void Overwrite(ServiceCalls& calls, const std::string& name) {
+        const u32 handle = calls.Call({"0x0000", calls.Text(name), "0x8302"});
+        calls.Call({"0x0003", ServiceCalls::Result(handle), calls.Text("gone"), "4"});
+        calls.Call({"0x0008", ServiceCalls::Result(handle)});
+    }
+
+    Home home;
+};
+
+TEST_F(Sandbox, AModuleCannotOverwriteAFileInTheHomeFolder) {
+    ServiceCalls calls;
+    Overwrite(calls, "../diary.txt");
+    Overwrite(calls, "SAVE/GAME1.DAT");
+    const std::vector<u32> results = home.Play(calls);
+    EXPECT_EQ(results[0], kNone);
+    EXPECT_EQ(results[1], 0u);
+    EXPECT_EQ(results[4], 4u);
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+    EXPECT_EQ(ReadTextFile(home.data + "/SAVE/GAME1.DAT"), "gone");
+    EXPECT_EQ(home.program.errors, "");
+}
+
+TEST_F(Sandbox, AModuleCannotOverwriteItWhereTheDataFolderIsAlreadyThere) {
+    fs::create_directories(home.data);
+    ServiceCalls calls;
+    Overwrite(calls, "../diary.txt");
+    EXPECT_EQ(home.Play(calls)[0], kNone);
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+}
+
+TEST_F(Sandbox, WithoutTheSandboxTheOperatingSystemLetsItThrough) {
+    ServiceCalls calls;
+    Overwrite(calls, "../diary.txt");
+    const std::vector<u32> results = home.Play(calls, {"--no-sandbox"});
+    EXPECT_EQ(results[0], 0u);
+    EXPECT_EQ(ReadTextFile(home.diary), "gone");
+}
+
+TEST_F(Sandbox, ReadingIsLeftAsItIs) {
+    fs::create_directories(home.data);
+    ServiceCalls calls;
+    calls.Call({"0x0009", calls.Text("../diary.txt")});
+    EXPECT_EQ(home.Play(calls)[0], 10u);
+}
+
+TEST_F(Sandbox, NoServiceChangesAnythingOutside) {
+    for (const bool made : {false, true}) {
+        if (made) fs::create_directories(home.data + "/HERE");
+        ServiceCalls calls;
+        calls.Call({"0x0005", calls.Text("../diary.txt")});
+        calls.Call({"0x0005", calls.Text("../beside.txt")});  // beside the game's own folder
+        calls.Call({"0x0006", calls.Text("../FOLDER")});
+        calls.Call({"0x0007", calls.Text("../empty")});
+        calls.Call({"0x000F", calls.Text("../diary.txt"), calls.Text("STOLEN.TXT")});
+        calls.Call({"0x0000", calls.Text("../NEW/NEW.DAT"), "0x8302"});
+        calls.Call({"0x0800", calls.Text("NONE.INI")});
+        calls.Call({"0x0801", calls.Text("../diary.txt")});
+        fs::create_directories(home.path + "/empty");
+        const std::vector<u32> results = home.Play(calls);
+        EXPECT_EQ(results[2], kNone);
+        EXPECT_EQ(results[5], kNone);
+        EXPECT_EQ(results[7], 0u);
+        EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+        EXPECT_EQ(ReadTextFile(home.folder.path + "/beside.txt"), "beside");
+        EXPECT_FALSE(fs::exists(home.path + "/FOLDER"));
+        EXPECT_FALSE(fs::exists(home.path + "/NEW"));
+        EXPECT_TRUE(fs::exists(home.path + "/empty"));
+        EXPECT_TRUE(fs::exists(home.data)) << "a name with folders makes them, the first one here";
+        fs::remove_all(home.data);
+    }
+}
+
+TEST_F(Sandbox, ALinkOutOfTheDataFolderLeadsToNothingThatCanBeWritten) {
+    fs::create_directories(home.data);
+    fs::create_symlink(home.diary, home.data + "/LINK.TXT");
+    fs::create_directory_symlink(home.path, home.data + "/LINK");
+    ServiceCalls calls;
+    Overwrite(calls, "LINK.TXT");
+    Overwrite(calls, "LINK/diary.txt");
+    Overwrite(calls, "LINK/NEW.TXT");
+    const std::vector<u32> results = home.Play(calls);
+    EXPECT_EQ(results[0], kNone);
+    EXPECT_EQ(results[3], kNone);
+    EXPECT_EQ(results[6], kNone);
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+    EXPECT_FALSE(fs::exists(home.path + "/NEW.TXT"));
+}
+
+TEST_F(Sandbox, AFileOfTheGameCanStillBeDeleted) {
+    for (const bool made : {false, true}) {
+        if (made) fs::create_directories(home.data);
+        WriteTextFile(home.game + "/SHIPPED.DAT", "shipped");
+        ServiceCalls calls;
+        calls.Call({"0x0005", calls.Text("SHIPPED.DAT")});
+        home.Play(calls);
+        EXPECT_FALSE(fs::exists(home.game + "/SHIPPED.DAT"));
+        EXPECT_EQ(fs::exists(home.data), made);
+    }
+}
+
+TEST_F(Sandbox, FilesMoveFromFolderToFolderInsideTheDataFolder) {
+    ServiceCalls calls;
+    Overwrite(calls, "A/ONE.DAT");
+    calls.Call({"0x0006", calls.Text("B")});
+    calls.Call({"0x000F", calls.Text("A/ONE.DAT"), calls.Text("B/TWO.DAT")});
+    calls.Call({"0x0007", calls.Text("A")});
+    home.Play(calls);
+    EXPECT_EQ(ReadTextFile(home.data + "/B/TWO.DAT"), "gone");
+    EXPECT_FALSE(fs::exists(home.data + "/A"));
+}
+
+TEST_F(Sandbox, AStartAloneMakesNoDataFolder) {
+    ServiceCalls calls;
+    calls.Call({"0x0006", calls.Text("SAVE")});
+    EXPECT_EQ(home.Play(calls)[0], kNone) << "only the last level is made";
+    EXPECT_FALSE(fs::exists(home.data));
+}
+
+TEST_F(Sandbox, TwoRunsOfAGameWithoutADataFolderBothWrite) {
+    ServiceCalls first;
+    Overwrite(first, "ONE.DAT");
+    ServiceCalls second;
+    // The folder appears while the game runs: the other start of the game has made it.
+    second.Call({"0x0005", second.Text("ABSENT")});
+    Overwrite(second, "TWO.DAT");
+    home.Play(first);
+    const std::vector<u32> results = home.Play(second);
+    EXPECT_EQ(results[1], 0u);
+    EXPECT_EQ(ReadTextFile(home.data + "/ONE.DAT"), "gone");
+    EXPECT_EQ(ReadTextFile(home.data + "/TWO.DAT"), "gone");
+}
+
+TEST_F(Sandbox, EveryOptionThatNamesAFileStillWritesIt) {
+    ServiceCalls calls;
+    calls.Call({"0x0005", calls.Text("ABSENT")});
+    const Strings options = {"--dump-screen",  "screen.png", "--dump-view", "view.png",
+                             "--trace",        "trace",      "--record",    "record",
+                             "--render-audio", "sound.wav"};
+    home.Play(calls, options, "10 activate\n20 screenshot shot.png\n");
+    for (const char* const name :
+         {"image", "screen.png", "view.png", "trace", "record", "sound.wav", "shot.png"}) {
+        EXPECT_GT(ReadTextFile(home.folder.path + "/" + name).size(), 10u) << name;
+    }
+    EXPECT_EQ(home.program.errors, "");
+}
+
+TEST_F(Sandbox, AFileThatAnOptionNamesAndThatCannotBeWrittenIsToldOfAsBefore) {
+    ServiceCalls calls;
+    calls.Call({"0x0005", calls.Text("ABSENT")});
+    home.Play(calls, {"--dump-view", "absent/view.png"});
+    EXPECT_EQ(home.program.errors, "log: absent/view.png: cannot be written\n");
+}
+
+TEST_F(Sandbox, AFileBesideADumpIsNotOpenToTheModule) {
+    ServiceCalls calls;
+    Overwrite(calls, "../../beside.txt");
+    Overwrite(calls, "../../image");
+    const std::vector<u32> results = home.Play(calls);
+    EXPECT_EQ(results[0], kNone);
+    EXPECT_EQ(results[3], kNone);
+    EXPECT_EQ(ReadTextFile(home.folder.path + "/beside.txt"), "beside");
+}
+
+TEST_F(Sandbox, AGameThatNamesItselfAfterAFolderAboveGetsNothingThere) {
+    WriteTextFile(home.game + "/Info.plist",
+                  "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                  "<key>ZULGameName</key><string>../..</string></dict></plist>");
+    ServiceCalls calls;
+    Overwrite(calls, "diary.txt");
+    const AssembleResult assembled = Assemble(calls.Source(), "calls.mxs");
+    ASSERT_TRUE(assembled.ok);
+    WriteTextFile(home.game + "/MAIN.MX",
+                  std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    const std::string support = home.path + "/share";
+    fs::create_directories(support + "/Quillmoss Software");
+    ASSERT_EQ(setenv("XDG_DATA_HOME", support.c_str(), 1), 0);
+    const ProgramResult result = RunProgram("moxi", {"--headless", home.game}, home.folder.path);
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+}
+
+// --- In a process of its own: the exit status of `body`.
+
+template <class Body>
+int StatusOf(Body body) {
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(Sandbox, NoProgramCanBeStarted) {
+    const auto run = [](bool restricted) {
+        return StatusOf([restricted] {
+            if (restricted && !StartSandbox({.dataFolder = "/", .resourcesFolder = "/"}).empty()) {
+                return 100;
+            }
+            execl("/bin/true", "true", nullptr);
+            return errno == EACCES ? 13 : 101;
+        });
+    };
+    EXPECT_EQ(run(false), 0);
+    EXPECT_EQ(run(true), 13);
+}
+
+TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
+    const std::string tools = home.folder.path + "/tools";
+    fs::create_directories(tools);
+    WriteTextFile(tools + "/xdg-open", "#!/bin/sh\necho \"$1\" >" + home.folder.path + "/opened\n");
+    fs::permissions(tools + "/xdg-open", fs::perms::all);
+    const int status = StatusOf([this, &tools] {
+        setenv("PATH", (tools + ":" + getenv("PATH")).c_str(), 1);
+        StartUrlOpener();
+        if (!StartSandbox({.dataFolder = home.data, .resourcesFolder = home.game}).empty()) {
+            return 100;
+        }
+        OpenUrl("https://example.org/");
+        // Until the opener has written its line; the runner's own limit ends a wait in vain.
+        while (ReadTextFile(home.folder.path + "/opened") != "https://example.org/\n") {
+            usleep(1000);
+        }
+        StopUrlOpener();
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+}
+
+}  // namespace
