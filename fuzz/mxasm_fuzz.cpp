@@ -1,0 +1,44 @@
+// The assembler, with any text. What it accepts is a module that the disassembler turns into a
+// source of the same bytes.
+
+#include <cstdlib>
+#include <sstream>
+
+#include "fuzz/confine.h"
+#include "tools/assembler.h"
+#include "tools/disassembler.h"
+
+namespace {
+
+void Require(bool holds) {
+    if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    confine::Confine(*argc, *argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
+    const std::string_view source(reinterpret_cast<const char*>(data), size);
+    AssembleOptions options;
+    options.wantListing = true;
+    const AssembleResult result = Assemble(source, "fuzzed.mxs", options);
+    if (!result.ok) {
+        Require(!result.errors.empty() && result.bytes.empty());
+        Require(FormatErrors(result).find(": error: ") != std::string::npos);
+        return 0;
+    }
+    Require(result.bytes.size() >= 512 && result.errors.empty());
+    FormatSymbols(result);
+    ModuleFile module;
+    Require(ParseModule(result.bytes, module).empty());
+    if (result.bytes.size() > 1 << 16) return 0;  // long and without news
+    std::ostringstream raw;
+    WriteRawSource(module, raw);
+    const AssembleResult again = Assemble(raw.str(), "again.mxs");
+    Require(again.ok && again.bytes == result.bytes);
+    return 0;
+}
