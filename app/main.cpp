@@ -6,6 +6,7 @@
 #include "app/bundle.h"
 #include "app/finish.h"
 #include "app/options.h"
+#include "app/out_of_memory.h"
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
@@ -102,6 +103,7 @@ void EnterSandbox(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
     if (options.game.empty()) options.game = FindOwnGame();

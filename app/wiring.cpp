@@ -33,6 +33,7 @@ void WireRooms() {
     vmSlots.readFile = ReadFile;
     vmSlots.writeFile = WriteFile;
     vmSlots.seekFile = SeekFile;
+    vmSlots.lockFile = LockToWrite;
     vmSlots.closeFile = CloseFile;
     vmSlots.endProcess = Finish;
 

@@ -65,9 +65,15 @@ inline void Confine(int argc, char** argv) {
     // Files to start from.
     if (const char* const files = std::getenv("MOXI_FUZZ_FILES")) Permit(rules, files, kRead);
     Permit(rules, folder, kEverything);
+    Permit(rules, std::filesystem::read_symlink("/proc/self/exe").parent_path(), kReadAndRun);
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
-        Permit(rules, argument.substr(argument.find('=') + 1), kEverything);
+        const std::string value = argument.substr(argument.find('=') + 1);
+        Permit(rules, value, kEverything);
+        // What was found goes to files whose names only begin like this.
+        if (argument.rfind("-artifact_prefix=", 0) == 0) {
+            Permit(rules, value.substr(0, value.rfind('/') + 1), kEverything);
+        }
     }
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     if (syscall(SYS_landlock_restrict_self, rules, 0) != 0) std::abort();

@@ -236,7 +236,7 @@ ScriptEvent MakeEvent(FuzzedDataProvider& input, u64 time) {
     }
     if (event.kind == ScriptEventKind::Clipboard) event.text = input.ConsumeRandomLengthString(20);
     if (event.kind == ScriptEventKind::Resize) {
-        for (i64& number : event.numbers) number = 1 + (number & 0xFF);
+        for (i64& number : event.numbers) number = 1 + (number & 0x3F);
     }
     if (event.kind == ScriptEventKind::Screens) event.screens = {{64, 48}, {32, 48}};
     if (event.kind == ScriptEventKind::Quit || event.kind == ScriptEventKind::Screens) {

@@ -31,6 +31,7 @@ std::string file;
 std::string saved;
 
 std::FILE* OpenMemory(const char*, const char* mode) {
+    if (mode[1] == '+' && mode[0] == 'r') return nullptr;
     if (mode[0] == 'w') {
         saved.clear();
         return std::fopen("/dev/null", "wb");

@@ -235,7 +235,7 @@ u32 LoadBmp(const char* name) {
 }
 
 u32 SaveBmp(u32 handle, const char* name) {
-    const FileCloser file = {OpenFile(name, kOpenCreate)};
+    const FileCloser file = {OpenToReplace(name)};
     if (file.handle == kNoFile) return 0;
     StartSRC(handle);
     u8 headers[kHeadersSize];

@@ -94,7 +94,7 @@ bool WriteEncoded(spng_ctx* encoder, const char* name) {
     const std::unique_ptr<void, void (*)(void*)> bytes(spng_get_png_buffer(encoder, &size, &error),
                                                        std::free);
     if (bytes == nullptr || error != 0) return false;
-    const u32 file = OpenFile(name, kOpenCreate);
+    const u32 file = OpenToReplace(name);
     if (file == kNoFile) return false;
     const bool written = WriteFile(file, bytes.get(), static_cast<u32>(size)) == size;
     CloseFile(file);

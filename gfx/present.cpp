@@ -94,10 +94,12 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
 }  // namespace
 
 void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height) {
-    view.width = std::max(width, 0);
-    view.height = std::max(height, 0);
-    view.pixels.assign(4 * static_cast<size_t>(view.width) * static_cast<size_t>(view.height),
-                       0xFF);
+    const i32 columns = std::max(width, 0);
+    const i32 rows = std::max(height, 0);
+    view.pixels.assign(4 * static_cast<size_t>(columns) * static_cast<size_t>(rows), 0xFF);
+    // Not before the pixels are there: without memory the run ends, and dumps the view as it was.
+    view.width = columns;
+    view.height = rows;
 }
 
 PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 viewHeight,

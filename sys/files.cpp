@@ -1,6 +1,7 @@
 #include "sys/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -114,6 +115,36 @@ const char* BuildPath(const char* name, bool inDataFolder) {
 
 // --- Open files
 
+namespace {
+
+// The data-folder path of a name that is opened by the rule for writing, its folders made. Null
+// when the path does not fit.
+const char* PathToWrite(const char* name) {
+    sysSlots.beforeFileChange();
+    const char* path = BuildPath(name, true);
+    if (path == nullptr) return nullptr;
+    if (std::FILE* existing = systemCalls.open(path, "rbe")) {
+        systemCalls.close(existing);
+    } else {
+        MakeParentFolders(path);
+    }
+    return path;
+}
+
+// Waits until no other start of the game is in the middle of the same file, but not for ever: that
+// one may have been halted.
+void Lock(u32 handle, int operation) {
+    constexpr int kTries = 1000;
+    const OpenStream* file = FindStream(handle);
+    if (file == nullptr) return;
+    for (int i = 0; i < kTries; ++i) {
+        if (flock(fileno(file->stream), operation | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+        usleep(1000);
+    }
+}
+
+}  // namespace
+
 u32 OpenFile(const char* name, u32 mode) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
     if (mode == kOpenRead) {
@@ -121,19 +152,36 @@ u32 OpenFile(const char* name, u32 mode) {
         if (stream == nullptr) stream = OpenPath(BuildPath(name, false), "rbe");
         return TakeHandle(stream, false);
     }
-    sysSlots.beforeFileChange();
-    const char* path = BuildPath(name, true);
+    const char* path = PathToWrite(name);
     if (path == nullptr) return kNoFile;
-    if (std::FILE* existing = systemCalls.open(path, "rbe")) {
-        systemCalls.close(existing);
-    } else {
-        MakeParentFolders(path);
-    }
     switch (mode) {
         case kOpenUpdate: return TakeHandle(systemCalls.open(path, "r+be"), true);
         case kOpenCreate: return TakeHandle(systemCalls.open(path, "w+be"), true);
         default: return TakeHandle(systemCalls.open(path, "rbe"), false);
     }
+}
+
+u32 OpenToReplace(const char* name) {
+    if (openCount == kMaximalOpenFiles) return kNoFile;
+    const char* path = PathToWrite(name);
+    if (path == nullptr) return kNoFile;
+    // Not emptied before it is locked.
+    std::FILE* stream = systemCalls.open(path, "r+be");
+    if (stream == nullptr) stream = systemCalls.open(path, "w+be");
+    const u32 handle = TakeHandle(stream, true);
+    if (handle == kNoFile) return kNoFile;
+    LockToWrite(handle);
+    // What cannot be emptied, a device for one, is written as it is.
+    if (ftruncate(fileno(stream), 0) != 0) errno = 0;
+    return handle;
+}
+
+void LockToRead(u32 handle) {
+    Lock(handle, LOCK_SH);
+}
+
+void LockToWrite(u32 handle) {
+    Lock(handle, LOCK_EX);
 }
 
 u32 ReadFile(u32 handle, void* buffer, u32 count) {

@@ -45,6 +45,15 @@ const char* BuildPath(const char* name, bool inDataFolder);
 // opened or 96 files are open.
 u32 OpenFile(const char* name, u32 mode);
 
+// Opens `name` as kOpenCreate does, for a file that the host writes whole and at once: when the
+// game runs twice and both write it, one waits for the other, so that the file is never a mixture.
+u32 OpenToReplace(const char* name);
+
+// Waits, at most a second, until no other start of the game writes the file (or, to write, reads
+// it) under a lock. Closing the file ends the lock.
+void LockToRead(u32 handle);
+void LockToWrite(u32 handle);
+
 // Reads up to `count` bytes and returns how many arrived: 0 for a bad handle, a null buffer, or
 // when a read has hit the end already.
 u32 ReadFile(u32 handle, void* buffer, u32 count);

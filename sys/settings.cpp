@@ -259,6 +259,7 @@ u32 LoadSettings(const char* name) {
         MakeEmptySettingsBuffer();
         return 0;
     }
+    LockToRead(file);
     const u32 size = SeekFile(file, 0, 2);
     if (size < kMinimalFileSize || size == kNoFile) {
         CloseFile(file);
@@ -283,7 +284,7 @@ u32 LoadSettings(const char* name) {
 
 u32 SaveSettings(const char* name) {
     if (!HasSettings()) return 0;
-    const u32 file = OpenFile(name, kOpenCreate);
+    const u32 file = OpenToReplace(name);
     if (file == kNoFile) return 0;
     u32 result = 1;
     Place section = FirstSection();

@@ -70,6 +70,7 @@ void AppendDebugLog(std::string_view bytes) {
     u32 file = vmSlots.openFile("debug.log", kUpdateMode);
     if (file == kNoFile) file = vmSlots.openFile("debug.log", kCreateMode);
     if (file == kNoFile) return;
+    vmSlots.lockFile(file);
     vmSlots.seekFile(file, 0, kFromEnd);
     vmSlots.writeFile(file, bytes.data(), static_cast<u32>(bytes.size()));
     vmSlots.closeFile(file);

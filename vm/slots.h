@@ -19,6 +19,8 @@ struct VmSlots {
     u32 (*readFile)(u32 handle, void* buffer, u32 count);
     u32 (*writeFile)(u32 handle, const void* data, u32 count);
     u32 (*seekFile)(u32 handle, u32 offset, u32 origin);
+    // Waits until no other start of the game is writing the file.
+    void (*lockFile)(u32 handle);
     void (*closeFile)(u32 handle);
     // The one place where the process ends.
     void (*endProcess)(int status);  // does not return
@@ -33,6 +35,7 @@ inline constinit VmSlots vmSlots = {
     .readFile = [](u32, void*, u32) { return u32{0}; },
     .writeFile = [](u32, const void*, u32) { return u32{0}; },
     .seekFile = [](u32, u32, u32) { return u32{0xFFFFFFFF}; },
+    .lockFile = [](u32) {},
     .closeFile = [](u32) {},
     .endProcess = [](int status) { std::exit(status); },
 };

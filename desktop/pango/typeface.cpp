@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -49,7 +50,18 @@ std::unique_ptr<cairo_font_options_t, Deleter> fontOptions;
 std::unique_ptr<Typeface, Deleter> typefaces[kStyles];
 bool missingReported[std::size(kFamilies)] = {};
 
+// fontconfig, which Pango asks on threads of its own, takes it for granted that there is memory.
+// Whether there is, also for the threads' stacks, is found out before, where the process can still
+// end in order.
+void RequireMemory() {
+    constexpr std::size_t kForAFont = std::size_t{64} << 20;
+    static void* volatile block = nullptr;
+    block = ::operator new(kForAFont);
+    ::operator delete(block);
+}
+
 void Start() {
+    RequireMemory();
     FcInit();  // before Pango's own threads ask fontconfig for anything
     fontMap = pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT);
     pango_cairo_font_map_set_resolution(PANGO_CAIRO_FONT_MAP(fontMap), kResolution);
@@ -227,7 +239,10 @@ const Typeface& TypefaceOf(FontStyle style) {
     const u32 index =
         static_cast<u32>(style.family) * 4 + (style.bold ? 2U : 0U) + (style.italic ? 1U : 0U);
     if (context == nullptr) Start();
-    if (typefaces[index] == nullptr) typefaces[index].reset(LookUp(style));
+    if (typefaces[index] == nullptr) {
+        RequireMemory();
+        typefaces[index].reset(LookUp(style));
+    }
     return *typefaces[index];
 }
 

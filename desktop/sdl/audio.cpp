@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "base/log.h"
@@ -156,7 +157,11 @@ void Work(AudioState& state) {
             state.jobs.pop_front();
             const bool newest = state.jobs.empty() && !state.ending;
             guard.unlock();
-            DoSoundJob(state, job, newest);
+            try {
+                DoSoundJob(state, job, newest);
+            } catch (const std::bad_alloc&) {
+                SystemLog("sound " + job.name + ": not enough memory");
+            }
             guard.lock();
         } else if (state.deviceWanted) {
             state.deviceWanted = false;
@@ -175,7 +180,11 @@ void Work(AudioState& state) {
 }
 
 void LoadSynthNow(AudioState& state) {
-    state.synth = LoadSynth(state.options.soundFont);
+    try {
+        state.synth = LoadSynth(state.options.soundFont);
+    } catch (const std::bad_alloc&) {
+        SystemLog("music: not enough memory for the SoundFont");
+    }
     state.synthStage = state.synth != nullptr ? Stage::Ready : Stage::Failed;
     const std::lock_guard guard(state.lock);
     state.running--;

@@ -106,6 +106,7 @@ void EndVmBench() {
         .readFile = [](u32, void*, u32) { return u32{0}; },
         .writeFile = [](u32, const void*, u32) { return u32{0}; },
         .seekFile = [](u32, u32, u32) { return kNoFile; },
+        .lockFile = [](u32) {},
         .closeFile = [](u32) {},
         .endProcess = [](int status) { std::exit(status); },
     };
