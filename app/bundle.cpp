@@ -99,7 +99,10 @@ fs::path ExecutableFolder() {
 
 std::string FindGame(const std::string& game) {
     fs::path path = Clean(game);
-    if (!Exists(path)) return game + ": there is no such game";
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found) return game + ": there is no such game";
+    if (!fs::status_known(status)) return game + ": " + error.message();
     if (!IsFolder(path)) {
         if (path.filename() != kModuleFile) return game + ": neither a folder nor a MAIN.MX";
         path = path.parent_path();

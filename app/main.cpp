@@ -29,11 +29,6 @@ namespace {
 
 constexpr int kWrongCommandLine = 2;
 
-int Refuse(const std::string& what) {
-    std::fprintf(stderr, "moxi: %s\n", what.c_str());
-    return kWrongCommandLine;
-}
-
 void LoadInterfaceFile() {
     std::string reason;
     const std::string path = OwnResource("MainMenu.plist");
@@ -112,15 +107,15 @@ int main(int argc, char** argv) {
         return kWrongCommandLine;
     }
     const std::string missing = FindGame(options.game);
-    if (!missing.empty()) return Refuse(missing);
+    if (!missing.empty()) return RefuseCommandLine(missing);
     folders.dataOverride = options.dataFolder;
     if (!options.trace.empty() && !StartTrace(options.trace)) {
-        return Refuse(options.trace + ": cannot be written");
+        return RefuseCommandLine(options.trace + ": cannot be written");
     }
     WireRooms();
     PrepareFinish(options);
     if (!options.record.empty() && !StartRecording(options.record)) {
-        return Refuse(options.record + ": cannot be written");
+        return RefuseCommandLine(options.record + ": cannot be written");
     }
     PrepareSandbox(options);
     std::string error;

@@ -1,6 +1,7 @@
 #include "app/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -10,11 +11,6 @@ namespace {
 
 constexpr int kWrongCommandLine = 2;
 constexpr const char* kVersion = "moxi 6.2";
-
-int Refuse(const std::string& what) {
-    std::fprintf(stderr, "moxi: %s\n", what.c_str());
-    return kWrongCommandLine;
-}
 
 std::string OneLine(std::string text) {
     for (char& c : text) {
@@ -63,30 +59,40 @@ bool ReadWholeFile(const std::string& path, std::string& text) {
     return !file.bad();
 }
 
+// Decimal digits and nothing else; at most 2^40.
+std::string CheckMilliseconds(const std::string& text) {
+    constexpr u64 kMost = u64{1} << 40;
+    u64 value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error == std::errc() && stop == end && value <= kMost) return "";
+    return "Value " + text + " not in range 0 to " + std::to_string(kMost);
+}
+
 // The texts of the options that stand for something else, as they were given.
 struct RawOptions {
     std::string desktop;
     std::string script;
-    u64 runMilliseconds = 0;
+    std::string runMilliseconds;
     std::string date;
 };
 
 std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& headless) {
     if (!raw.desktop.empty() && !ParseScreenSizes(raw.desktop, headless.screens)) {
-        return Refuse("--desktop: no list of screen sizes WxH[,WxH..]: " + raw.desktop);
+        return RefuseCommandLine("--desktop: no list of screen sizes WxH[,WxH..]: " + raw.desktop);
     }
     if (!raw.date.empty()) {
         DateTime date;
         if (!ParseDate(raw.date, date)) {
-            return Refuse("--date: no date and time YYYY-MM-DD hh:mm:ss: " + raw.date);
+            return RefuseCommandLine("--date: no date and time YYYY-MM-DD hh:mm:ss: " + raw.date);
         }
         headless.date = date;
     }
     if (raw.script.empty()) return std::nullopt;
     std::string text;
-    if (!ReadWholeFile(raw.script, text)) return Refuse(raw.script + ": cannot be read");
+    if (!ReadWholeFile(raw.script, text)) return RefuseCommandLine(raw.script + ": cannot be read");
     const std::string error = ParseScript(text, headless.script);
-    if (!error.empty()) return Refuse(raw.script + ":" + error);
+    if (!error.empty()) return RefuseCommandLine(raw.script + ":" + error);
     return std::nullopt;
 }
 
@@ -97,6 +103,11 @@ std::string Absolute(const std::string& path) {
 }
 
 }  // namespace
+
+int RefuseCommandLine(const std::string& what) {
+    std::fprintf(stderr, "moxi: %s\n", OneLine(what).c_str());
+    return kWrongCommandLine;
+}
 
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options) {
     CLI::App app("Runs 2-D games that are compiled to a module image, MAIN.MX.", "moxi");
@@ -126,7 +137,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     CLI::Option* const runMs =
         app.add_option("--run-ms", raw.runMilliseconds, "headless: end after N ms")
             ->type_name("N")
-            ->check(CLI::Range(u64{0}, u64{1} << 40));
+            ->check(CLI::Validator(CheckMilliseconds, ""));
     headlessOnly.push_back(runMs);
     headlessOnly.push_back(
         app.add_option("--date", raw.date, "headless: local date and time at the start")
@@ -167,15 +178,17 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     } catch (const CLI::Success& success) {
         return app.exit(success);
     } catch (const CLI::ParseError& error) {
-        return Refuse(OneLine(error.what()));
+        return RefuseCommandLine(error.what());
     }
     options.sandbox = !noSandbox;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
-            return Refuse(option->get_name() + " needs --headless");
+            return RefuseCommandLine(option->get_name() + " needs --headless");
         }
     }
-    if (runMs->count() > 0) options.headlessOptions.runMilliseconds = raw.runMilliseconds;
+    if (runMs->count() > 0) {
+        options.headlessOptions.runMilliseconds = std::stoull(raw.runMilliseconds);
+    }
     options.dataFolder = Absolute(options.dataFolder);
     return ReadHeadlessOptions(raw, options.headlessOptions);
 }

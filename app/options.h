@@ -33,5 +33,8 @@ struct Options {
 // printed, a wrong command line has been reported in one line on standard error).
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options);
 
+// Reports what is wrong in one line on standard error. Returns the exit status for it, 2.
+int RefuseCommandLine(const std::string& what);
+
 // The usage in one line, on standard error.
 void PrintUsage();

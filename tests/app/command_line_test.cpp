@@ -42,6 +42,19 @@ struct Game {
     }
 };
 
+// The fields of a module's header that the loader looks at.
+std::string Header(u32 loaded, u32 globals, u32 stack, u32 heap) {
+    std::string header(512, '\0');
+    header.replace(208, 6, std::string("MOXI6\0", 6));
+    header[218] = 6;
+    u32 at = 224;
+    for (const u32 value : {loaded, globals, stack, heap}) {
+        for (u32 i = 0; i < 4; ++i) header[at + i] = static_cast<char>(value >> (8 * i));
+        at += 8;
+    }
+    return header;
+}
+
 // One line on standard error, nothing on standard output, status 2.
 void ExpectRefused(const ProgramResult& result, const std::string& line) {
     EXPECT_EQ(result.status, 2);
@@ -293,6 +306,66 @@ TEST(EventScript, AMissingScriptIsRefused) {
     const Game game;
     ExpectRefused(game.Run({"--headless", "--script", "no-events", game.path}),
                   "moxi: no-events: cannot be read\n");
+}
+
+// --- Broken games
+
+TEST(BrokenGame, ADegenerateModuleIsRefusedInOneLine) {
+    const struct {
+        std::string module;
+        const char* line;
+    } cases[] = {
+        {"", "fatal: Error reading .MX file\n"},
+        {Header(512, 0, 4096, 4096).substr(0, 511), "fatal: Error reading .MX file\n"},
+        {std::string(512, 'x'), "fatal: Not a MOXI 6 .MX file\n"},
+        {Header(512, 0, 4096, 3), "fatal: Terminating: insufficient Heap space. So sorry.\n"},
+        {Header(512, 0, 99, 4), "fatal: Out of stack\n"},
+        {Header(511, 0, 4096, 4096),
+         "log: MAIN.MX: the loaded length 511 is below the header's 512 bytes\n"},
+        {Header(5000, 0, 4096, 4096) + std::string(100, '\0'),
+         "log: MAIN.MX: the file ends after 612 of 5000 bytes\n"},
+        {Header(0xFFFFFFFF, 0, 0, 0),
+         "log: MAIN.MX: the file ends after 512 of 4294967295 bytes\n"},
+        {Header(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF),
+         "fatal: Error allocating .MX memory\n"},
+    };
+    const Game game;
+    for (const auto& [module, line] : cases) {
+        WriteTextFile(game.path + "/MAIN.MX", module);
+        const ProgramResult result = game.Run({"--headless", game.path});
+        EXPECT_EQ(result.status, 1) << line;
+        EXPECT_EQ(result.errors, line);
+    }
+}
+
+TEST(BrokenGame, AMainMxThatIsAFolderOrALinkToNowhereIsRefused) {
+    const Game game;
+    std::filesystem::remove(game.path + "/MAIN.MX");
+    std::filesystem::create_directory(game.path + "/MAIN.MX");
+    EXPECT_EQ(game.Run({"--headless", game.path}).errors, "fatal: Error reading .MX file\n");
+    std::filesystem::remove(game.path + "/MAIN.MX");
+    std::filesystem::create_symlink("nowhere", game.path + "/MAIN.MX");
+    EXPECT_EQ(game.Run({"--headless", game.path}).errors, "fatal: MAIN.MX file not found\n");
+}
+
+TEST(BrokenGame, APathThatCannotBeReachedSaysWhy) {
+    const Game game;
+    const std::string name(300, 'n');
+    ExpectRefused(game.Run({"--headless", name}), "moxi: " + name + ": File name too long\n");
+    ExpectRefused(game.Run({"--headless", "two\nlines"}),
+                  "moxi: two lines: there is no such game\n");
+}
+
+TEST(CommandLine, TheRunTimeIsADecimalNumber) {
+    const Game game;
+    for (const char* const time : {"0x10", " 5", "+5", "5.0", "1e3", "1099511627777"}) {
+        ExpectRefusedInOneLine(game.Run({"--headless", "--run-ms", time, game.path}));
+    }
+    const ProgramResult result =
+        game.Run({"--headless", "--run-ms", "010", "--render-audio", "sound.wav", game.path});
+    EXPECT_EQ(result.status, 0);
+    // 10 ms are 441 frames of 4 bytes behind the 44 bytes of the header; 8 would be 353.
+    EXPECT_EQ(std::filesystem::file_size(game.folder.path + "/sound.wav"), 44u + 441 * 4);
 }
 
 }  // namespace
