@@ -49,6 +49,7 @@ constexpr u32 kInstructionsPerRun = 60000;
 constexpr u32 kDrawingLooks = 50;
 constexpr u32 kMostEvents = 1000;
 constexpr u32 kBytesPerEvent = 40;
+constexpr i32 kMostViewSide = 200;
 constexpr u32 kMostMemory = 1 << 20;  // of the stack, the globals and the heap each
 
 struct RunEnded {};
@@ -358,6 +359,12 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static void (*const createWindow)(WindowFrame) = desktop.createWindow;
     desktop.createWindow = [](WindowFrame content) {
         createWindow({content.x, content.y, 80, 60});
+    };
+    static void (*const setWindowFrame)(WindowFrame) = desktop.setWindowFrame;
+    desktop.setWindowFrame = [](WindowFrame frame) {
+        frame.width = std::min(frame.width, kMostViewSide);
+        frame.height = std::min(frame.height, kMostViewSide);
+        setWindowFrame(frame);
     };
     messageInstructions = runInstructions = drawingLooks = 0;
     instructionTrace = &kBudget;

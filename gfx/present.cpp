@@ -1,5 +1,7 @@
 #include "gfx/present.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -91,12 +93,24 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
     }
 }
 
+// Three quarters of the machine's memory. The system would hand out more, and end the process by
+// force when it is used.
+u64 MostViewBytes() {
+    return static_cast<u64>(sysconf(_SC_PHYS_PAGES)) * static_cast<u64>(sysconf(_SC_PAGESIZE)) / 4 *
+           3;
+}
+
 }  // namespace
 
 void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height) {
     const i32 columns = std::max(width, 0);
     const i32 rows = std::max(height, 0);
-    view.pixels.assign(4 * static_cast<size_t>(columns) * static_cast<size_t>(rows), 0xFF);
+    const u64 bytes = 4 * static_cast<u64>(columns) * static_cast<u64>(rows);
+    if (bytes > MostViewBytes()) {
+        ShowFatalMessage("Terminating: insufficient memory. So sorry.");
+        EndProcess(1);
+    }
+    view.pixels.assign(bytes, 0xFF);
     // Not before the pixels are there: without memory the run ends, and dumps the view as it was.
     view.width = columns;
     view.height = rows;

@@ -20,7 +20,8 @@ enum class PresentResult : u8 {
     Drawn,
 };
 
-// Gives the buffer a new size; all of it is white until it is drawn.
+// Gives the buffer a new size; all of it is white until it is drawn. A size that the machine's
+// memory cannot hold ends the process with a fatal message.
 void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height);
 
 // Draws `rect` (view points, origin bottom-left) from the screen bitmap, one to one; a part that
