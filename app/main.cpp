@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 #include "app/bundle.h"
 #include "app/finish.h"
@@ -82,11 +84,21 @@ std::string WritableFolder() {
     return folder.substr(0, name > 0 ? name - 1 : 0);
 }
 
+// SDL can be told to write the sound to a file in place of a device.
+std::vector<std::string> SoundFiles() {
+    const char* const driver = std::getenv("SDL_AUDIODRIVER");
+    if (driver == nullptr || std::string_view(driver) != "disk") return {};
+    const char* const file = std::getenv("SDL_DISKAUDIOFILE");
+    return {file != nullptr ? file : "sdlaudio.raw"};
+}
+
 void EnterSandbox(const Options& options) {
     if (!options.sandbox) return;
-    const std::string error = StartSandbox({.dataFolder = WritableFolder(),
-                                            .resourcesFolder = folders.resources,
-                                            .devices = !options.headless});
+    const std::string error = StartSandbox(
+        {.dataFolder = WritableFolder(),
+         .resourcesFolder = folders.resources,
+         .devices = !options.headless,
+         .files = options.headless || options.mute ? std::vector<std::string>{} : SoundFiles()});
     if (!error.empty()) {
         SystemLog("no sandbox: " + error);
         return;

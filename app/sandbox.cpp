@@ -104,6 +104,7 @@ std::string RestrictTo(const std::string& writable) {
     return Restrict([&writable](const Descriptor& rules) {
         Permit(rules, writable, WriteRights());
         Permit(rules, places.resourcesFolder, kRemoveFile);
+        for (const std::string& file : places.files) Permit(rules, file, FileRights());
         if (!places.devices) return;
         for (const char* const device : kDevices) Permit(rules, device, kWriteFile);
     });
@@ -124,6 +125,9 @@ std::string StartSandbox(const SandboxPlaces& wanted) {
     if (!obstacle.empty()) return obstacle;
     places = wanted;
     if (places.dataFolder.empty()) places.dataFolder += '.';
+    for (const std::string& file : places.files) {
+        const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    }
     const std::string nearest = NearestFolder(places.dataFolder);
     toBeNarrowed = !IsFolder(places.dataFolder);
     const std::string error = RestrictTo(nearest);

@@ -9,11 +9,14 @@
 // the folder narrows the restriction before it does anything else.
 
 #include <string>
+#include <vector>
 
 struct SandboxPlaces {
     std::string dataFolder;  // need not exist; "" is the current folder
     std::string resourcesFolder;
     bool devices = false;  // there is a window, and there may be sound
+    // Further files that are written; one that is missing is made.
+    std::vector<std::string> files = {};
 };
 
 // "" when the kernel can restrict the process, else why not.

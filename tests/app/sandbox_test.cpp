@@ -286,6 +286,19 @@ TEST_F(Sandbox, NoProgramCanBeStarted) {
     EXPECT_EQ(run(true), 13);
 }
 
+TEST_F(Sandbox, AFurtherFileIsMadeAndCanBeWritten) {
+    const std::string sound = home.path + "/sound.raw";
+    const int status = StatusOf([this, &sound] {
+        const SandboxPlaces places = {
+            .dataFolder = home.data, .resourcesFolder = home.game, .files = {sound}};
+        fs::create_directories(home.data);
+        if (!StartSandbox(places).empty()) return 100;
+        if (open(home.diary.c_str(), O_WRONLY | O_CLOEXEC) >= 0) return 101;
+        return open(sound.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC) >= 0 ? 0 : 102;
+    });
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
     const std::string tools = home.folder.path + "/tools";
     fs::create_directories(tools);
