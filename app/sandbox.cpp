@@ -8,12 +8,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <system_error>
 #include <thread>
 
 #include "base/log.h"
 #include "base/types.h"
+#include "vm/guard.h"
 
 namespace {
 
@@ -65,7 +67,7 @@ void Permit(const Descriptor& rules, const std::string& path, u64 rights) {
     struct stat status;
     if (place.number < 0 || fstat(place.number, &status) != 0) return;
     landlock_path_beneath_attr rule = {};
-    rule.allowed_access = S_ISDIR(status.st_mode) ? rights : rights & FileRights();
+    rule.allowed_access = S_ISDIR(status.st_mode) ? rights : rights & (FileRights() | kExecute);
     rule.parent_fd = place.number;
     if (rule.allowed_access == 0) return;
     syscall(SYS_landlock_add_rule, rules.number, LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
@@ -87,6 +89,16 @@ std::string Restrict(PermitSome permit) {
     return "";
 }
 
+// A build with sanitizers explains its findings with the help of another program.
+void PermitSymbolizer(const Descriptor& rules) {
+    if (!kCheckedAccess) return;
+    const char* const symbolizer = std::getenv("ASAN_SYMBOLIZER_PATH");
+    for (const char* const program : {symbolizer, "/usr/bin/llvm-symbolizer", "/usr/bin/addr2line",
+                                      "/lib64/ld-linux-x86-64.so.2"}) {
+        if (program != nullptr) Permit(rules, program, kExecute);
+    }
+}
+
 bool IsFolder(const std::string& path) {
     struct stat status;
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -104,6 +116,7 @@ std::string RestrictTo(const std::string& writable) {
     return Restrict([&writable](const Descriptor& rules) {
         Permit(rules, writable, WriteRights());
         Permit(rules, places.resourcesFolder, kRemoveFile);
+        PermitSymbolizer(rules);
         for (const std::string& file : places.files) Permit(rules, file, FileRights());
         if (!places.devices) return;
         for (const char* const device : kDevices) Permit(rules, device, kWriteFile);
@@ -121,8 +134,7 @@ std::string SandboxObstacle() {
 }
 
 std::string StartSandbox(const SandboxPlaces& wanted) {
-    const std::string obstacle = SandboxObstacle();
-    if (!obstacle.empty()) return obstacle;
+    if (std::string obstacle = SandboxObstacle(); !obstacle.empty()) return obstacle;
     places = wanted;
     if (places.dataFolder.empty()) places.dataFolder += '.';
     for (const std::string& file : places.files) {
@@ -130,7 +142,7 @@ std::string StartSandbox(const SandboxPlaces& wanted) {
     }
     const std::string nearest = NearestFolder(places.dataFolder);
     toBeNarrowed = !IsFolder(places.dataFolder);
-    const std::string error = RestrictTo(nearest);
+    std::string error = RestrictTo(nearest);
     if (!error.empty()) toBeNarrowed = false;
     return error;
 }
