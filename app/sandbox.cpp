@@ -31,8 +31,9 @@ constexpr u64 kTruncateFile = 1 << 14;  // from version 3
 // Version 1 lets no file move from one folder to another, which games may do.
 constexpr long kOldestVersion = 2;
 
-constexpr const char* kDevices[] = {"/dev/null", "/dev/snd", "/dev/dri", "/dev/nvidia0",
-                                    "/dev/nvidiactl"};
+// What is written there changes nothing.
+constexpr const char* kSinks[] = {"/dev/null", "/dev/zero", "/dev/full"};
+constexpr const char* kDevices[] = {"/dev/snd", "/dev/dri", "/dev/nvidia0", "/dev/nvidiactl"};
 
 SandboxPlaces places;
 // The data folder was missing when the process was restricted.
@@ -118,6 +119,7 @@ std::string RestrictTo(const std::string& writable) {
         Permit(rules, places.resourcesFolder, kRemoveFile);
         PermitSymbolizer(rules);
         for (const std::string& file : places.files) Permit(rules, file, FileRights());
+        for (const char* const sink : kSinks) Permit(rules, sink, kWriteFile);
         if (!places.devices) return;
         for (const char* const device : kDevices) Permit(rules, device, kWriteFile);
     });

@@ -34,15 +34,25 @@ inline void Permit(int rules, const std::string& path, u64 rights) {
     close(place);
 }
 
+// The fuzzer ends in many ways, so another process waits for its end.
+inline void RemoveAtEnd() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0 || fork() != 0) return;
+    close(ends[1]);
+    char byte = 0;
+    while (read(ends[0], &byte, 1) > 0) {
+    }
+    std::error_code error;
+    std::filesystem::remove_all(folder, error);
+    _exit(0);
+}
+
 // To be called from LLVMFuzzerInitialize.
 inline void Confine(int argc, char** argv) {
     std::string pattern = "/dev/shm/moxi-fuzz-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) std::abort();
     folder = pattern;
-    std::atexit([] {
-        std::error_code error;
-        std::filesystem::remove_all(folder, error);
-    });
+    RemoveAtEnd();
 
     constexpr u64 kRead = 1 << 2 | 1 << 3;
     constexpr u64 kReadAndRun = kRead | 1 << 0;

@@ -9,7 +9,10 @@
 #include <string>
 
 #include "desktop/desktop.h"
+#include "desktop/folders.h"
+#include "fuzz/confine.h"
 #include "sys/dispatch.h"
+#include "sys/files.h"
 #include "sys/settings.h"
 #include "sys/settings_buffer.h"
 #include "sys/system_calls.h"
@@ -88,7 +91,11 @@ void RunCommand(FuzzedDataProvider& input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    // Saving makes the folders of a name, which are real.
+    confine::Confine(*argc, *argv);
+    folders.dataOverride = folders.resources = confine::folder + "/data";
+    InitFolders();
     AllocateImage(kImageSize);
     systemCalls.open = OpenMemory;
     systemCalls.write = [](const void* data, std::size_t count, std::FILE*) {

@@ -242,6 +242,26 @@ TEST(Faults, OnAFullDiskAWriteComesShort) {
     EXPECT_EQ(game.Result(stored), 1u);
 }
 
+TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+    ServiceCalls calls;
+    const u32 opened = calls.Call({"0x0000", calls.Text("A.DAT"), "0x8002"});
+    const u32 written = calls.Call({"0x0003", ServiceCalls::Result(opened), calls.Text("x"), "1"});
+    const u32 loaded = calls.Call({"0x0800", calls.Text("S.INI")});
+    const u32 saved = calls.Call({"0x0801", calls.Text("A.DAT")});
+    const Game game(calls);
+    fs::create_directories(game.data);
+    fs::create_symlink("/dev/full", game.data + "/A.DAT");
+    fs::create_symlink("/dev/full", game.data + "/debug.log");
+    const ProgramResult result = game.Run();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(game.Result(opened), 0u);
+    EXPECT_EQ(game.Result(written), 0u);
+    EXPECT_EQ(game.Result(loaded), 1u);
+    EXPECT_EQ(game.Result(saved), 0u);
+}
+
 // --- The resources folder
 
 TEST(Faults, AGameOutlivesItsResourcesFolder) {
