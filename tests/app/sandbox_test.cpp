@@ -12,6 +12,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "app/output_helper.h"
+#include "base/output_files.h"
 #include "desktop/sdl/url_opener.h"
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
@@ -297,6 +299,34 @@ TEST_F(Sandbox, AFurtherFileIsMadeAndCanBeWritten) {
         return open(sound.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC) >= 0 ? 0 : 102;
     });
     EXPECT_EQ(status, 0);
+}
+
+TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
+    const Home home;
+    const std::string pictures = home.folder.path + "/pictures";
+    fs::create_directories(pictures + "/deeper");
+    const std::string dump = home.path + "/dump";
+    const auto opens = [](const std::string& path) {
+        std::FILE* const file = outputFiles.open(path);
+        return file != nullptr && std::fputs("text", file) >= 0 && std::fclose(file) == 0;
+    };
+    const int status = StatusOf([&] {
+        if (!StartOutputHelper({{dump}, pictures})) return 100;
+        if (!opens(dump) || !opens(pictures + "/a.png")) return 101;
+        if (opens(home.diary) || opens(home.path + "/./dump")) return 102;
+        if (opens(pictures + "/../b.png") || opens(pictures + "/deeper/b.png")) return 103;
+        if (opens(std::string(5000, 'x')) || opens("")) return 104;
+        outputFiles.remove(home.diary);
+        outputFiles.remove(pictures + "/a.png");
+        StopOutputHelper();
+        return opens(home.path + "/direct") ? 0 : 105;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadTextFile(dump), "text");
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+    EXPECT_EQ(ReadTextFile(home.path + "/direct"), "text");
+    EXPECT_FALSE(fs::exists(pictures + "/a.png"));
+    EXPECT_FALSE(fs::exists(home.folder.path + "/b.png"));
 }
 
 TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
