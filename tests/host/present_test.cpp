@@ -21,7 +21,6 @@ using Strings = std::vector<std::string>;
 
 constexpr u32 kRed = 0xFF0000;
 constexpr u32 kBlack = 0x000000;
-constexpr u32 kWhite = 0xFFFFFF;
 
 // Instructions that fill a rectangle of the screen bitmap with opaque red.
 std::string FillRed(const std::string& x, const std::string& y, const std::string& width,
