@@ -7,6 +7,8 @@
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/headless/script.h"
+#include "host/queue.h"
+#include "vm/run_cycle.h"
 
 namespace {
 
@@ -44,6 +46,12 @@ std::string Decimal(double value) {
 
 bool IsUsersChange() {
     return ownChanges == 0 && !fullScreenChanges;
+}
+
+// A move that comes while something waits is dropped. Played back a little earlier or later it
+// might not be, and so it is left out.
+bool MoveIsTold() {
+    return !inMX && !inputSuspended && QueueIsEmpty();
 }
 
 // Whether a change that was asked for has come about; the wish is forgotten then.
@@ -205,11 +213,11 @@ void RecordInputEvents() {
         inner.mouseUp(button, x, y);
     };
     desktopEvents.mouseMoved = [](i32 x, i32 y) {
-        Write(FormatText("mouse-move %d %d", x, y));
+        if (MoveIsTold()) Write(FormatText("mouse-move %d %d", x, y));
         inner.mouseMoved(x, y);
     };
     desktopEvents.mouseDragged = [](u32 button, i32 x, i32 y) {
-        Write(FormatText("mouse-drag %u %d %d", button, x, y));
+        if (MoveIsTold()) Write(FormatText("mouse-drag %u %d %d", button, x, y));
         inner.mouseDragged(button, x, y);
     };
     desktopEvents.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {

@@ -164,6 +164,16 @@ TEST(Recording, EndsWithTheChangeOfTheDisplaysThatEndsTheGame) {
     EXPECT_EQ(RecordAndPlayBack({}, script + "30 mouse-move 2 2\n").script, script);
 }
 
+TEST(Recording, LeavesOutMovesThatAreDropped) {
+    LoggingModule module;
+    module.timer = 60000;
+    EXPECT_EQ(RecordAndPlayBack(module,
+                                "101 mouse-down 0 1 1\n102 mouse-drag 0 2 2\n103 mouse-move 3 3\n"
+                                "110 mouse-drag 0 4 4\n120 mouse-move 5 5\n")
+                  .script,
+              "101 mouse-down 0 1 1 1\n110 mouse-drag 0 4 4\n120 mouse-move 5 5\n");
+}
+
 TEST(Recording, HoldsScreenshotsWithTheirFileNames) {
     const TemporaryFolder folder;
     const std::string script = "10 screenshot \"" + folder.path + "/a.png\"\n";
