@@ -48,7 +48,7 @@ TEST(Mouse, EachButtonHasItsIdAndItsBit) {
 }
 
 TEST(Mouse, HigherButtonsAreAllTheSame) {
-    EXPECT_EQ(Played("10 mouse-down 7 1 1\n20 mouse-up 5 1 1\n"),
+    EXPECT_EQ(Played("10 mouse-down 1000 1 1\n20 mouse-up 5 1 1\n"),
               (Messages{{MSG_DOWN, 0x8002, 0x0040, 0x00010001},
                         {MSG_UP, 0x8002, 0, 0x00010001},
                         {MSG_POINTER, 1, 1, 0}}));
