@@ -111,6 +111,23 @@ TEST(StartUp, TheFullScreenOptionTakesEffectRightAfterTheLaunch) {
                         {MSG_SIZE, 1920, 1080, 0}}));
 }
 
+// A sanitizer needs the addresses that this takes away.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__clang__)
+TEST(StartUp, AScreenBitmapThatCannotBeMadeEndsTheProgram) {
+    const TemporaryFolder folder;
+    const AssembleResult module = Assemble(LoggingModule().Source(), "test.mxs");
+    WriteTextFile(folder.path + "/MAIN.MX", std::string(module.bytes.begin(), module.bytes.end()));
+    // 65,533 x 32,767 pixels of four bytes are 8.6 GB.
+    const ProgramResult result = RunProgram(
+        "/bin/sh",
+        {"-c", "ulimit -v 12000000 && exec \"$0\" --headless --desktop 32767x32767,32766x10 .",
+         MOXI_BIN_DIR "/moxi"},
+        folder.path);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "fatal: Failed creating screen BITMAP. Terminating. So sorry!\n");
+}
+#endif
+
 // --- Asking for a geometry
 
 TEST(Geometry, AsAskedForAndNotToldBack) {
