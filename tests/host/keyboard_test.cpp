@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
 #include "tests/support/picture.h"
 
@@ -116,6 +117,21 @@ TEST(Keyboard, EveryKeyHasItsCode) {
         expected.push_back({MSG_CHAR, 0x78, 0, 0});
     }
     EXPECT_EQ(Played(script), expected);
+}
+
+using KeysOnTheBench = HostTest;
+
+TEST_F(KeysOnTheBench, TextWithoutAKeyIsAMessageOfItsOwn) {
+    TextInput("\xE2\x82\xAC");
+    TextInput("");
+    EXPECT_EQ(DeliveredMessages(), (Messages{{MSG_CHAR, 0x00AC82E2, 0, 0}}));
+}
+
+TEST_F(KeysOnTheBench, AKeyCodeIsTakenModulo128) {
+    KeyDown(0x80, "a");
+    KeyUp(0xFD, "b");
+    EXPECT_EQ(DeliveredMessages(),
+              (Messages{{MSG_DOWN, 0x41, 1, 0}, {MSG_CHAR, 'a', 0, 0}, {MSG_UP, 0x28, 1, 0}}));
 }
 
 // --- Modifier keys

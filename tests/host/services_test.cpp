@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "desktop/sdl/url_opener.h"
 #include "host/keyboard.h"
 #include "host/window.h"
 #include "tests/support/host_bench.h"
@@ -256,6 +257,16 @@ TEST(HostServices, OpenUrlIsLoggedHeadlessAndOpensNothing) {
     const u32 call = module.Call(0x0711, {module.Text("https://example.org/a?b=c\x8E")});
     EXPECT_EQ(module.Run().lines, Strings{"log: OpenURL https://example.org/a?b=c\xC3\xA9"});
     EXPECT_EQ(module.Of(call), kUntouched);
+}
+
+TEST(HostServices, OnARealDesktopOnlyWebAndMailAddressesAreOpened) {
+    StandardError errors;
+    for (const char* const text : {"", "file:///etc/passwd", "example.org", "http://a b"}) {
+        OpenUrl(text);
+    }
+    EXPECT_EQ(errors.Text(),
+              "log: refused to open \nlog: refused to open file:///etc/passwd\n"
+              "log: refused to open example.org\nlog: refused to open http://a b\n");
 }
 
 class ServicesOnTheBench : public HostTest {
