@@ -56,7 +56,7 @@ std::string GameName(const fs::path& game, const fs::path& resources) {
             SystemLog(file.string() + ": no readable XML property list");
             break;
         }
-        const std::string name = PlistString(dictionary, "ZULGameName").value_or("");
+        std::string name = PlistString(dictionary, "ZULGameName").value_or("");
         if (!name.empty()) return name;
         break;
     }
@@ -69,7 +69,7 @@ std::string Variable(const char* name) {
 }
 
 std::string SupportFolder() {
-    const std::string dataHome = Variable("XDG_DATA_HOME");
+    std::string dataHome = Variable("XDG_DATA_HOME");
     if (!dataHome.empty()) return dataHome;
     const std::string home = Variable("HOME");
     return home.empty() ? "" : home + "/.local/share";
@@ -84,7 +84,7 @@ std::string PicturesFolder() {
     for (std::string line; std::getline(file, line);) {
         if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') continue;
         std::string folder = line.substr(key.size(), line.size() - key.size() - 1);
-        if (folder.rfind("$HOME", 0) == 0) folder = home + folder.substr(5);
+        if (folder.rfind("$HOME", 0) == 0) folder.replace(0, 5, home);
         return folder;
     }
     return home + "/Pictures";

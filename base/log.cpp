@@ -29,6 +29,8 @@ std::string FormatText(const char* format, ...) {
     va_start(arguments, format);
     va_list copy;
     va_copy(copy, arguments);
+    // The analyser does not follow va_copy.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int length = std::vsnprintf(nullptr, 0, format, copy);
     va_end(copy);
     std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');

@@ -44,13 +44,13 @@ void DrawPixel(u8* target, const u8* source) {
 }
 
 void DrawRow(u8* target, const u8* source, i32 count) {
-    for (i32 i = 0; i < count; ++i) {
+    for (i64 at = 0; at < i64{count} * 4; at += 4) {
         u32 pixel;
-        std::memcpy(&pixel, source + 4 * i, 4);
+        std::memcpy(&pixel, source + at, 4);
         if (pixel >> 24 == 255) {
-            std::memcpy(target + 4 * i, &pixel, 4);
+            std::memcpy(target + at, &pixel, 4);
         } else {
-            DrawPixel(target + 4 * i, source + 4 * i);
+            DrawPixel(target + at, source + at);
         }
     }
 }
@@ -78,7 +78,8 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
         if (oneToOne) {
             const i32 end = std::min(endColumn, static_cast<i32>(screenBitmap.width));
             if (end > firstColumn) {
-                DrawRow(to + 4 * firstColumn, from + 4 * firstColumn, end - firstColumn);
+                const i64 first = i64{firstColumn} * 4;
+                DrawRow(to + first, from + first, end - firstColumn);
             }
             continue;
         }
@@ -86,7 +87,7 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
             const double across = (column + 0.5 - destination.x) * source.width / destination.width;
             const double sourceColumn = std::floor(source.x + across);
             if (!(sourceColumn >= 0 && sourceColumn < screenBitmap.width)) continue;
-            DrawPixel(to + 4 * column, from + 4 * static_cast<i64>(sourceColumn));
+            DrawPixel(to + i64{column} * 4, from + 4 * static_cast<i64>(sourceColumn));
         }
     }
 }

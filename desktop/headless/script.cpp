@@ -118,7 +118,7 @@ class LineReader {
 
     std::string File() {
         if (!rest.empty() && rest.front() == '"') {
-            const std::string name = Text("the file name");
+            std::string name = Text("the file name");
             if (name.empty()) throw LineError{"the file name is empty"};
             return name;
         }
