@@ -12,6 +12,7 @@
 #include "base/bytes.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
+#include "vm/threaded.h"
 
 namespace {
 
@@ -68,6 +69,7 @@ std::string TraceLine() {
 }
 
 [[noreturn]] void EndWithFault(const char* format) {
+    SettleThreaded();
     const u32 pc = image != nullptr ? LoadBytes<u32>(image + kHeaderPC) : 0;
     AppendDebugLog(TraceLine());
     char text[128];

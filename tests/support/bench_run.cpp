@@ -56,6 +56,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions&
     }
     std::memcpy(image, bytes.data(), bytes.size());
     std::memset(image + bytes.size(), 0, (bytes.size() + 63) / 64 * 64 - bytes.size());
+    std::fill_n(pcTrace, kPcTraceSize, 0);
     pcTraceCount = 0;
     pcPreJsr = 0;
     modalDepth = options.modalDepth;
