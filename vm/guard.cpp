@@ -63,7 +63,7 @@ std::string TraceLine() {
     std::string line = "PC trace:";
     const u64 entries = std::min<u64>(pcTraceCount, kTraceLineEntries);
     for (u64 i = pcTraceCount - entries; i < pcTraceCount; ++i) {
-        line += FormatText(" 0x%8.8X", pcTrace[i % kPcTraceSize]);
+        line += FormatText(" 0x%8.8X", pcTrace[i % kPcTraceSize].pc);
     }
     return line + "\n";
 }

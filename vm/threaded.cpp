@@ -14,18 +14,17 @@
 
 // How the machine's state is kept
 //
-// PC, SP and FP are parameters that stay in processor registers from handler to handler. In the
-// header, PC is stored before each instruction is fetched, SP and FP when they change. The flags
-// are kept as the value that they come from, in `lastResult`, and are brought into the header only
-// where someone can look: instructions that read or write the header other than through a register
-// operand, and those that leave the handlers, take the slow way, which is Execute (vm/execute.h)
-// and its write-back. So what an instruction writes over PC, SP, FP or the flags is lost, as it has
-// to be.
+// PC, SP and FP are parameters that stay in processor registers from handler to handler. SP and FP
+// are stored in the header when they change. PC and the flags are brought there only where someone
+// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastResult`.
+// Instructions that read or write the header other than through a register operand, and those that
+// leave the handlers, take the slow way, which is Execute (vm/execute.h) and its write-back. So
+// what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
 //
-// `trace` counts the executed instructions. The count is stored by those that go elsewhere than to
-// the next one. A fault leaves the handlers at any point; SettleThreaded then finds the newest
-// entry of the trace as the one that equals the header's PC, since addresses only rise from one
-// stored count to the next.
+// A fault leaves the handlers at any point, where the parameters cannot be had. Therefore every
+// instruction stores its address and its number in the trace, and SettleThreaded finds the newest.
+//
+// What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
 
 namespace {
 
@@ -78,27 +77,23 @@ template <class T>
     std::memcpy(base + address, &value, sizeof value);
 }
 
-// Goes to the instruction at pc, which follows the present one.
+// Goes to the instruction at pc, which is not in the header.
 #define MX_NEXT()                                             \
     do {                                                      \
-        Put<u32>(base, kHeaderPC, static_cast<u32>(pc));      \
-        pcTrace[trace % kPcTraceSize] = static_cast<u32>(pc); \
-        ++trace;                                              \
+        TraceEntry& traced = pcTrace[trace++ % kPcTraceSize]; \
+        traced.pc = static_cast<u32>(pc);                     \
+        traced.number = static_cast<u32>(trace);              \
         w = Get<u32>(base, pc);                               \
         MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE);     \
     } while (false)
 
 // Goes to the instruction at pc, wherever that is.
-#define MX_JUMP()                                             \
-    do {                                                      \
-        if (pc < kHeaderSize) [[unlikely]] {                  \
-            MX_TAIL_CALL JumpIntoHeader(MX_STATE);            \
-        }                                                     \
-        Put<u32>(base, kHeaderPC, static_cast<u32>(pc));      \
-        pcTrace[trace % kPcTraceSize] = static_cast<u32>(pc); \
-        pcTraceCount = ++trace;                               \
-        w = Get<u32>(base, pc);                               \
-        MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE);     \
+#define MX_JUMP()                                  \
+    do {                                           \
+        if (pc < kHeaderSize) [[unlikely]] {       \
+            MX_TAIL_CALL JumpIntoHeader(MX_STATE); \
+        }                                          \
+        MX_NEXT();                                 \
     } while (false)
 
 // Rare instructions, and those that the fast way may not do.
@@ -119,11 +114,12 @@ struct SlowResult {
 // header's PC: they cannot run code in the header, and cannot hold flags that no result has.
 [[gnu::noinline]] SlowResult ExecuteSlowly(Cpu cpu, u32 w, bool isFetched) {
     BringFlags();
+    Store<u32>(kHeaderPC, cpu.pc);
     cpu.flags = Load<u8>(kHeaderFlags);
     do {
         if (!isFetched) {
             Store<u32>(kHeaderPC, cpu.pc);
-            pcTrace[pcTraceCount++ % kPcTraceSize] = cpu.pc;
+            RecordPc(cpu.pc);
             w = Load<u32>(cpu.pc);
         }
         isFetched = false;
@@ -195,10 +191,13 @@ constexpr OperandForm FormOf(u32 code) {
     return {};
 }
 
+// Stands for bits 5..8 of the word in handlers that are for any value of them.
+constexpr u32 kAnyLow = 16;
+
 // An operand's address from its mode, with the offset of its extension word.
-template <Mode kMode, Field kField, u32 kExtension, u32 kLow = 16>
+template <Mode kMode, Field kField, u32 kExtension, u32 kLow = kAnyLow>
 [[gnu::always_inline]] inline u32 AddressOf(const u8* base, u64 pc, u64 fp, u32 w) {
-    const u32 r = kField == Field::High ? HighRegister(w) : kLow < 16 ? kLow : LowRegister(w);
+    const u32 r = kField == Field::High ? HighRegister(w) : kLow < kAnyLow ? kLow : LowRegister(w);
     switch (kMode) {
         case Mode::Register: return RegisterAddress(r);
         case Mode::Indexed:
@@ -211,11 +210,13 @@ template <Mode kMode, Field kField, u32 kExtension, u32 kLow = 16>
 }
 
 // The value of a quick or immediate source, which has to stand in the immediate slot as well.
-template <Mode kMode, Field kField, u32 kExtension, u32 kSize>
+template <Mode kMode, Field kField, u32 kExtension, u32 kSize, u32 kLow>
 [[gnu::always_inline]] inline u64 FillSlot(u8* base, u64 pc, u32 w) {
     u64 value;
     if constexpr (kMode == Mode::Quick) {
-        const i32 quick = kField == Field::High ? HighQuick(w) : LowQuick(w);
+        const i32 quick = kField == Field::High ? HighQuick(w)
+                          : kLow < kAnyLow      ? LowQuick(kLow << 5)
+                                                : LowQuick(w);
         value = static_cast<u64>(i64{quick});
     } else if constexpr (kSize == 3) {
         value = Get<u64>(base, pc + kExtension);
@@ -350,7 +351,7 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
     }
     u64 constant = 0;
     if constexpr (kConstantB) {
-        constant = FillSlot<kForm.b, kForm.bField, kExtensionB, kSize>(base, pc, w);
+        constant = FillSlot<kForm.b, kForm.bField, kExtensionB, kSize, kLow>(base, pc, w);
     }
 
     if constexpr (kOp == TwoOperand::Lea) {
@@ -375,6 +376,8 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
         T left = 0;
         if constexpr (kOp != TwoOperand::Move && kOp != TwoOperand::Movez) {
             left = Get<T>(base, a);
+            // The compiler knows the quick value, and might do without a part of the load or all.
+            if constexpr (kForm.b == Mode::Quick && kLow < kAnyLow) KeepLoad(left);
         }
         if constexpr (IsDivision(kOp)) {
             MX_SLOW_IF(IsImpossibleDivision(kOp, left, right));
@@ -573,10 +576,13 @@ void CallHandler(MX_STATE_PARAMETERS) {
     } else {
         target = Get<u32>(base, pc + 4);
     }
+
     pcPreJsr = static_cast<u32>(pc) + 4;
     sp -= 8;
-    // Two pushes: the argument byte count above the return address.
-    Put<u64>(base, sp, (pc + (kThroughRegister ? 4 : 8)) | u64{w >> 16} << 32);
+    // Two pushes: the argument byte count, which may fault, and below it the return address.
+    Put<u32>(base, sp + 4, w >> 16);
+    asm volatile("" : : : "memory");  // in this order
+    Put<u32>(base, sp, static_cast<u32>(pc) + (kThroughRegister ? 4 : 8));
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     pc = target;
     MX_JUMP();
@@ -602,18 +608,20 @@ void LinkHandler(MX_STATE_PARAMETERS) {
 template <u32 kRegisters>
 void ReturnHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
-    MX_SLOW_IF(IsLowStack(fp, 0));
+    // The host's return (to 0), locks to release, and a frame in the header are rare.
+    MX_SLOW_IF(IsLowStack(fp, 0) || heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
+    if constexpr (kRegisters != 0) {
+        MX_SLOW_IF(IsLowStack(sp, 0));
+    }
     const u32 returnAddress = Get<u32>(base, fp + 4);
-    // The host's return, locks to release, and a frame in the header are rare.
-    MX_SLOW_IF(returnAddress == 0 || IsLowStack(sp, 0) ||
-               heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
+    MX_SLOW_IF(IsInHeader(returnAddress));
     std::memcpy(base + RegisterAddress(14) - kSavedSize, base + sp, kSavedSize);
     sp = static_cast<u32>(fp) + 12 + Get<u32>(base, fp + 8);
     fp = Get<u32>(base, fp);
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc = returnAddress;
-    MX_JUMP();
+    MX_NEXT();
 }
 
 // --- Stack pushes of constants
@@ -644,9 +652,18 @@ void PushConstantHandler(MX_STATE_PARAMETERS) {
 
 // --- The dispatch table
 
+// Operations that have a handler for each value of bits 5..8, where those are a register or a quick
+// value: the operations of most instructions, at the sizes that modules mostly use.
+template <u32 kFormCode>
 constexpr bool IsHot(u32 number) {
+    constexpr OperandForm kForm = FormOf(kFormCode);
+    if (kForm.aField != Field::Low && kForm.bField != Field::Low) return false;
     const auto op = static_cast<TwoOperand>(number & ~3u);
-    if (IsFloat(op)) return number % 4 == 3;
+    if (IsFloat(op)) {
+        // A quick value as a number is tiny or no number. The compiler would calculate with it, and
+        // turn the sign of what is no number.
+        return number % 4 == 3 && kForm.b != Mode::Quick;
+    }
     if (op == TwoOperand::Movez) return number % 4 != 1;
     return number % 4 >= 2 && op >= TwoOperand::Lsr;
 }
@@ -655,27 +672,26 @@ template <u32 kFormCode, u32 kLow, u32... kNumbers>
 constexpr std::array<Handler, 128> TwoOperandRow(std::integer_sequence<u32, kNumbers...>) {
     return {[] {
         if constexpr (IsFastTwoOperand(kNumbers)) {
-            return &TwoOperandHandler < kFormCode, kNumbers,
-                   IsHot(kNumbers) && (FormOf(kFormCode).aField == Field::Low ||
-                                       FormOf(kFormCode).bField == Field::Low)
-                       ? kLow
-                       : 16 > ;
+            constexpr u32 kSpecial = IsHot<kFormCode>(kNumbers) ? kLow : kAnyLow;
+            return &TwoOperandHandler<kFormCode, kNumbers, kSpecial>;
         } else {
             return &Slow;
         }
     }()...};
 }
 
-template <u32 kForm, u32... kLows>
+template <u32 kFormCode, u32... kLows>
 void FillForm(std::integer_sequence<u32, kLows...>) {
     using Numbers = std::make_integer_sequence<u32, 128>;
-    static constexpr std::array<Handler, 128> kRows[] = {TwoOperandRow<kForm, kLows>(Numbers{})...};
+    static constexpr std::array<Handler, 128> kRows[] = {
+        TwoOperandRow<kFormCode, kLows>(Numbers{})...};
     for (u32 w = 0; w < kDispatchSize; ++w) {
-        if (TwoOperandForm(w) == kForm) {
+        if (TwoOperandForm(w) == kFormCode) {
             dispatchTable[w] = kRows[LowRegister(w)][TwoOperandNumber(w)];
         }
     }
 }
+
 template <u32... kIndexes>
 void FillTwoOperands(std::integer_sequence<u32, kIndexes...>) {
     (FillForm<kTwoOperandForms[kIndexes].code>(std::make_integer_sequence<u32, 16>{}), ...);
@@ -776,15 +792,6 @@ void Start(MX_STATE_PARAMETERS) {
     MX_JUMP();
 }
 
-// Whether the trace, read from entry `first` on and round, only rises: it then holds nothing else
-// than the instructions since the newest jump.
-bool TraceRisesFrom(u64 first) {
-    for (u64 i = first; i + 1 < first + kPcTraceSize; ++i) {
-        if (pcTrace[i % kPcTraceSize] >= pcTrace[(i + 1) % kPcTraceSize]) return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 void RunThreaded() {
@@ -803,12 +810,15 @@ void RunThreaded() {
 void SettleThreaded() {
     if (!handlersRun) return;
     BringFlags();
-    const u32 pc = Load<u32>(kHeaderPC);
-    // The newest jump has stored its entry and the count.
-    u64 newest = pcTraceCount - 1;
-    for (u32 i = 1; i < kPcTraceSize && pcTrace[newest % kPcTraceSize] != pc; ++i) ++newest;
-    pcTraceCount = newest + 1;
-    if (TraceRisesFrom(pcTraceCount)) pcTraceCount += kPcTraceSize;
+    for (u32 i = 0; i < kPcTraceSize; ++i) {
+        const TraceEntry& entry = pcTrace[i];
+        const u32 following = (i + 1) % kPcTraceSize;
+        // Entries that were never written do not have the number of their place.
+        if (entry.number % kPcTraceSize != following) continue;
+        if (pcTrace[following].number == entry.number + 1) continue;
+        pcTraceCount += entry.number - static_cast<u32>(pcTraceCount);
+        Store<u32>(kHeaderPC, entry.pc);
+    }
 }
 
 #else
