@@ -243,9 +243,8 @@ void ResetTypefaces() {
     }
 }
 
-// fontconfig, and D-Bus behind SDL, keep small things for good, without a pointer that the leak check
-// could follow.
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are the leak check's
+// fontconfig, and D-Bus behind SDL, keep small things for good, without a pointer that the leak
+// check could follow. NOLINTBEGIN(bugprone-reserved-identifier): the names are the leak check's
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libfontconfig\nleak:libdbus-1\n";
