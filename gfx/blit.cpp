@@ -27,6 +27,11 @@ bool RowOverlaps(const u8* to, const u8* from) {
     return distance - 1 < kKernelBlock - 1;
 }
 
+// Host bitmaps and the image share no bytes, and what is copied was found to lie within them.
+bool AreSeparate() {
+    return srcSelection.host != dstSelection.host;
+}
+
 void CopyArea(const Copy& copy, bool invert) {
     if (copy.target.Empty()) return;
     const Area& target = copy.target;
@@ -40,8 +45,8 @@ void CopyArea(const Copy& copy, bool invert) {
     const auto blend = [&](const Kernels* set, std::size_t rowCount) {
         (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rowCount);
     };
-    if (toStride == fromStride) {
-        blend(RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
+    if (AreSeparate() || rows == 1 || toStride == fromStride) {
+        blend(!AreSeparate() && RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
         return;
     }
     for (std::size_t row = 0; row < rows; ++row, to += toStride, from += fromStride) {

@@ -55,7 +55,7 @@ HWY_INLINE void StorePixels(V32 v, u8* pixels) {
     hn::StoreU(hn::BitCast(d8, v), d8, pixels);
 }
 
-// Whether choosing between vectors takes one operation.
+// Whether choosing bytes from two vectors takes one operation.
 constexpr bool kCheapSelect = HWY_TARGET != HWY_SSSE3;
 
 // Whether masks have registers of their own, so that unsigned comparisons are single operations.
@@ -75,15 +75,19 @@ constexpr bool kPartialAccess = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
 // Constants of the blending loops, in registers from the start: made from numbers within the loop,
 // which compilers prefer when they know them, they would cost as much as the arithmetic.
 struct BlendConstants {
-    V16 lowBytes, one;
+    V16 one, most;
     V32 alphaMask;
-    V8 alphaBytes;
+    V8 evenTwice, oddTwice, alphaHigh;
 };
 
 HWY_INLINE BlendConstants LoadBlendConstants() {
     const auto load = [](const u8* bytes) { return hn::LoadDup128(d8, bytes); };
-    return {hn::BitCast(d16, load(blendBytes.lowBytes)), hn::BitCast(d16, load(blendBytes.one)),
-            hn::BitCast(d32, load(blendBytes.alphaMask)), load(blendBytes.alphaBytes)};
+    return {hn::BitCast(d16, load(blendBytes.one)),
+            hn::BitCast(d16, load(blendBytes.most)),
+            hn::BitCast(d32, load(blendBytes.alphaMask)),
+            load(blendBytes.evenTwice),
+            load(blendBytes.oddTwice),
+            load(blendBytes.alphaHigh)};
 }
 
 // Bytes 1 and 3 of each pixel as 16-bit lanes; bytes 0 and 2 are left by a mask.
@@ -94,55 +98,46 @@ HWY_INLINE V32 JoinBytes(V16 even, V16 odd) {
     return hn::BitCast(d32, hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-// Which pixels of a vector need no arithmetic.
-struct Extremes {
-    hn::Mask<D32> transparent, opaque;
-};
-
-HWY_INLINE Extremes FindExtremes(V32 source, const BlendConstants& constants) {
+HWY_INLINE bool AllTransparent(V32 any, const BlendConstants& constants) {
     if constexpr (kMaskRegisters) {
-        return {hn::Lt(source, hn::Set(d32, 0x01000000)), hn::Gt(source, hn::Set(d32, 0xFEFFFFFF))};
+        return hn::AllTrue(d32, hn::Lt(any, hn::Set(d32, 0x01000000)));
     }
-    const V32 alpha = hn::And(source, constants.alphaMask);
-    return {hn::Eq(alpha, hn::Zero(d32)), hn::Eq(alpha, constants.alphaMask)};
+    return hn::AllTrue(d32, hn::Eq(hn::And(any, constants.alphaMask), hn::Zero(d32)));
+}
+
+HWY_INLINE bool AllOpaque(V32 all, const BlendConstants& constants) {
+    if constexpr (kMaskRegisters) {
+        return hn::AllTrue(d32, hn::Gt(all, hn::Set(d32, 0xFEFFFFFF)));
+    }
+    return hn::AllTrue(
+        d32, hn::Eq(hn::And(all, constants.alphaMask), constants.alphaMask));
 }
 
 // Source pixels laid over old ones; with kAddAlpha their alphas are added.
 //
-// A byte times alpha over 255 is the high half of its product with 257 * alpha + 1, exactly, and a
-// byte times (255 - alpha) over 255 that of its product with 65536 - 257 * alpha. The first factor
-// does not fit in 16 bits for an alpha of 255, the second one for 0: those pixels are put in after.
+// A byte times alpha over 255 is exactly byte 3 of (257 * byte) * (256 * alpha + 1), for every byte
+// and every alpha: with the byte twice in a 16-bit lane it is the upper byte of the high product.
 template <bool kInverted, bool kAddAlpha>
-HWY_INLINE V32 Mix(V32 source, V32 old, const Extremes& extremes, const BlendConstants& constants) {
-    const V32 colour = kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source;
-    const V16 alpha =
-        hn::BitCast(d16, hn::TableLookupBytes(hn::BitCast(d8, source), constants.alphaBytes));
-    const V16 part = hn::Add(alpha, constants.one);
-    const V16 keep = hn::Sub(hn::Zero(d16), alpha);
-    const V16 colourEven = hn::And(hn::BitCast(d16, colour), constants.lowBytes);
-    const V16 oldEven = hn::And(hn::BitCast(d16, old), constants.lowBytes);
-    const V16 even = hn::Add(hn::MulHigh(colourEven, part), hn::MulHigh(oldEven, keep));
-    const V16 odd = hn::Add(hn::MulHigh(OddBytes(colour), part), hn::MulHigh(OddBytes(old), keep));
-    V16 high = hn::ShiftLeft<8>(odd);
-    V32 mixed;
-    if constexpr (kAddAlpha) {
-        const V32 sum =
-            hn::BitCast(d32, hn::SaturatedAdd(hn::BitCast(d8, source), hn::BitCast(d8, old)));
-        if constexpr (kMaskRegisters) {
-            mixed = hn::OrAnd(hn::AndNot(constants.alphaMask, hn::BitCast(d32, hn::Or(even, high))),
-                              constants.alphaMask, sum);
-        } else {
-            high = hn::OddEven(hn::BitCast(d16, hn::And(sum, constants.alphaMask)), high);
-            mixed = hn::BitCast(d32, hn::Or(even, high));
-        }
-    } else {
-        mixed = hn::BitCast(d32, hn::Or(even, high));
-    }
-    // The arithmetic leaves the colours of the pixels that it cannot do at 0.
-    return kCheapSelect ? hn::IfThenElse(extremes.transparent, old,
-                                         hn::IfThenElse(extremes.opaque, colour, mixed))
-                        : hn::Or(mixed, hn::Or(hn::IfThenElseZero(extremes.transparent, old),
-                                               hn::IfThenElseZero(extremes.opaque, colour)));
+HWY_INLINE V32 Mix(V32 source, V32 old, const BlendConstants& constants) {
+    const V8 colour =
+        hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
+    const V8 under = hn::BitCast(d8, old);
+    const V16 alpha = hn::BitCast(
+        d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), constants.alphaHigh));
+    const V16 part = hn::Or(alpha, constants.one);
+    const V16 keep = hn::Sub(constants.most, alpha);
+    const auto times = [](V8 bytes, V8 order, V16 factor) {
+        return hn::MulHigh(hn::BitCast(d16, hn::TableLookupBytesOr0(bytes, order)), factor);
+    };
+    const auto join = [](V16 even, V16 odd, V8 own) {
+        if constexpr (kAddAlpha) odd = hn::OddEven(hn::BitCast(d16, own), odd);
+        return hn::OddEven(hn::BitCast(d8, odd), hn::BitCast(d8, hn::ShiftRight<8>(even)));
+    };
+    const V8 added = join(times(colour, constants.evenTwice, part),
+                          times(colour, constants.oddTwice, part), colour);
+    const V8 kept = join(times(under, constants.evenTwice, keep),
+                         times(under, constants.oddTwice, keep), under);
+    return hn::BitCast(d32, hn::SaturatedAdd(added, kept));
 }
 
 template <bool kInverted>
@@ -152,8 +147,7 @@ HWY_INLINE V32 Shown(V32 source) {
 
 template <bool kInverted>
 HWY_INLINE void BlendOne(u8* to, V32 source, const BlendConstants& constants) {
-    const Extremes extremes = FindExtremes(source, constants);
-    StorePixels(Mix<kInverted, true>(source, LoadPixelsOnce(to), extremes, constants), to);
+    StorePixels(Mix<kInverted, true>(source, LoadPixelsOnce(to), constants), to);
 }
 
 // Less than a vector; only where parts of one can be loaded and stored.
@@ -161,9 +155,8 @@ template <bool kInverted>
 HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
                            const BlendConstants& constants) {
     const V32 source = LoadFirst(from, count);
-    const Extremes extremes = FindExtremes(source, constants);
-    if (hn::AllTrue(d32, extremes.transparent)) return;
-    StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), extremes, constants), to, count);
+    if (AllTransparent(source, constants)) return;
+    StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), constants), to, count);
 }
 
 // A row as blocks of four vectors, vectors, and what is left.
@@ -183,9 +176,9 @@ HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
         const V32 s2 = LoadPixels(from + 8 * lanes);
         const V32 s3 = LoadPixels(from + 12 * lanes);
         const V32 any = hn::Or(hn::Or(s0, s1), hn::Or(s2, s3));
-        if (hn::AllTrue(d32, FindExtremes(any, constants).transparent)) continue;
+        if (AllTransparent(any, constants)) continue;
         const V32 all = hn::And(hn::And(s0, s1), hn::And(s2, s3));
-        if (hn::AllTrue(d32, FindExtremes(all, constants).opaque)) {
+        if (AllOpaque(all, constants)) {
             StorePixels(Shown<kInverted>(s0), to);
             StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
             StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
@@ -199,7 +192,7 @@ HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
     }
     for (std::size_t i = parts.vectors; i != 0; --i, to += 4 * lanes, from += 4 * lanes) {
         const V32 source = LoadPixels(from);
-        if (hn::AllTrue(d32, FindExtremes(source, constants).transparent)) continue;
+        if (AllTransparent(source, constants)) continue;
         BlendOne<kInverted>(to, source, constants);
     }
     if (parts.pixels == 0) return;
@@ -228,9 +221,8 @@ void Compose(u8* to, const u32* colours, std::size_t count) {
     const std::size_t lanes = hn::Lanes(d32);
     for (; count >= lanes; count -= lanes, to += 4 * lanes, colours += lanes) {
         const V32 source = hn::LoadU(d32, colours);
-        const Extremes extremes = FindExtremes(source, constants);
-        if (hn::AllTrue(d32, extremes.transparent)) continue;
-        StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), extremes, constants), to);
+        if (AllTransparent(source, constants)) continue;
+        StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), constants), to);
     }
     for (; count != 0; --count, to += 4, ++colours) ComposePixel(to, *colours);
 }
