@@ -9,7 +9,8 @@
 
 // Constants of the vector loops, one 16-byte vector each.
 struct BlendBytes {
-    alignas(16) u8 one[16], most[16], alphaMask[16], evenTwice[16], oddTwice[16], alphaHigh[16];
+    alignas(16) u8 one[16], oneOrMost[16], most[16], alphaMask[16];
+    alignas(16) u8 evenTwice[16], oddTwice[16], alphaHigh[16], firstAlphas[16], lastAlphas[16];
 };
 extern const BlendBytes blendBytes;
 

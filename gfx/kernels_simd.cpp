@@ -75,19 +75,22 @@ constexpr bool kPartialAccess = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
 // Constants of the blending loops, in registers from the start: made from numbers within the loop,
 // which compilers prefer when they know them, they would cost as much as the arithmetic.
 struct BlendConstants {
-    V16 one, most;
+    V16 one, oneOrMost, most;
     V32 alphaMask;
-    V8 evenTwice, oddTwice, alphaHigh;
+    V8 evenTwice, oddTwice, alphaHigh, firstAlphas, lastAlphas;
 };
 
 HWY_INLINE BlendConstants LoadBlendConstants() {
     const auto load = [](const u8* bytes) { return hn::LoadDup128(d8, bytes); };
     return {hn::BitCast(d16, load(blendBytes.one)),
+            hn::BitCast(d16, load(blendBytes.oneOrMost)),
             hn::BitCast(d16, load(blendBytes.most)),
             hn::BitCast(d32, load(blendBytes.alphaMask)),
             load(blendBytes.evenTwice),
             load(blendBytes.oddTwice),
-            load(blendBytes.alphaHigh)};
+            load(blendBytes.alphaHigh),
+            load(blendBytes.firstAlphas),
+            load(blendBytes.lastAlphas)};
 }
 
 // Bytes 1 and 3 of each pixel as 16-bit lanes; bytes 0 and 2 are left by a mask.
@@ -118,7 +121,7 @@ HWY_INLINE bool AllOpaque(V32 all, const BlendConstants& constants) {
 // A byte times alpha over 255 is exactly byte 3 of (257 * byte) * (256 * alpha + 1), for every byte
 // and every alpha: with the byte twice in a 16-bit lane it is the upper byte of the high product.
 template <bool kInverted, bool kAddAlpha>
-HWY_INLINE V32 Mix(V32 source, V32 old, const BlendConstants& constants) {
+HWY_INLINE V32 MixByParity(V32 source, V32 old, const BlendConstants& constants) {
     const V8 colour =
         hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
     const V8 under = hn::BitCast(d8, old);
@@ -138,6 +141,39 @@ HWY_INLINE V32 Mix(V32 source, V32 old, const BlendConstants& constants) {
     const V8 kept = join(times(under, constants.evenTwice, keep),
                          times(under, constants.oddTwice, keep), under);
     return hn::BitCast(d32, hn::SaturatedAdd(added, kept));
+}
+
+// The same with added alpha, by halves of 16 bytes. Their lanes have factors of their own: alpha's
+// is that of 255.
+template <bool kInverted>
+HWY_INLINE V32 MixByHalves(V32 source, V32 old, const BlendConstants& constants) {
+    const V8 colour =
+        hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
+    const V8 under = hn::BitCast(d8, old);
+    const auto alphas = [&](V8 order) {
+        return hn::BitCast(d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), order));
+    };
+    const auto times = [](V8 twice, V16 factor) {
+        return hn::BitCast(d8, hn::MulHigh(hn::BitCast(d16, twice), factor));
+    };
+    const V16 first = alphas(constants.firstAlphas);
+    const V16 last = alphas(constants.lastAlphas);
+    const V8 added = hn::ConcatOdd(
+        d8, times(hn::InterleaveUpper(d8, colour, colour), hn::Or(last, constants.oneOrMost)),
+        times(hn::InterleaveLower(d8, colour, colour), hn::Or(first, constants.oneOrMost)));
+    const V8 kept = hn::ConcatOdd(
+        d8, times(hn::InterleaveUpper(d8, under, under), hn::Sub(constants.most, last)),
+        times(hn::InterleaveLower(d8, under, under), hn::Sub(constants.most, first)));
+    return hn::BitCast(d32, hn::SaturatedAdd(added, kept));
+}
+
+template <bool kInverted, bool kAddAlpha>
+HWY_INLINE V32 Mix(V32 source, V32 old, const BlendConstants& constants) {
+    if constexpr (kAddAlpha && !kCheapSelect) {
+        return MixByHalves<kInverted>(source, old, constants);
+    } else {
+        return MixByParity<kInverted, kAddAlpha>(source, old, constants);
+    }
 }
 
 template <bool kInverted>
@@ -168,27 +204,30 @@ template <bool kInverted>
 HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
                          const BlendConstants& constants) {
     const std::size_t lanes = hn::Lanes(d32);
-    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. In a
-    // mixed block the arithmetic costs no more than finding out where it could be left out.
+    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. The first
+    // pixel says which run to look for; mixed pixels cost no more than finding out where the
+    // arithmetic could be left out.
     for (std::size_t i = parts.blocks; i != 0; --i, to += 16 * lanes, from += 16 * lanes) {
+        const u8 firstAlpha = from[3];
         const V32 s0 = LoadPixels(from);
         const V32 s1 = LoadPixels(from + 4 * lanes);
         const V32 s2 = LoadPixels(from + 8 * lanes);
         const V32 s3 = LoadPixels(from + 12 * lanes);
-        const V32 any = hn::Or(hn::Or(s0, s1), hn::Or(s2, s3));
-        if (AllTransparent(any, constants)) continue;
-        const V32 all = hn::And(hn::And(s0, s1), hn::And(s2, s3));
-        if (AllOpaque(all, constants)) {
-            StorePixels(Shown<kInverted>(s0), to);
-            StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
-            StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
-            StorePixels(Shown<kInverted>(s3), to + 12 * lanes);
-        } else {
-            BlendOne<kInverted>(to, s0, constants);
-            BlendOne<kInverted>(to + 4 * lanes, s1, constants);
-            BlendOne<kInverted>(to + 8 * lanes, s2, constants);
-            BlendOne<kInverted>(to + 12 * lanes, s3, constants);
+        if (firstAlpha == 0) {
+            if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) continue;
+        } else if (firstAlpha == 255) {
+            if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)), constants)) {
+                StorePixels(Shown<kInverted>(s0), to);
+                StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
+                StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
+                StorePixels(Shown<kInverted>(s3), to + 12 * lanes);
+                continue;
+            }
         }
+        BlendOne<kInverted>(to, s0, constants);
+        BlendOne<kInverted>(to + 4 * lanes, s1, constants);
+        BlendOne<kInverted>(to + 8 * lanes, s2, constants);
+        BlendOne<kInverted>(to + 12 * lanes, s3, constants);
     }
     for (std::size_t i = parts.vectors; i != 0; --i, to += 4 * lanes, from += 4 * lanes) {
         const V32 source = LoadPixels(from);
