@@ -195,51 +195,61 @@ HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
     StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), constants), to, count);
 }
 
-// A row as blocks of four vectors, vectors, and what is left.
+// Vectors that are looked at together: 128 bytes, but 64 where vectors are short.
+constexpr std::size_t kBlockVectors = HWY_TARGET == HWY_AVX3 ? 2 : 4;
+
+// A row in bytes: up to where it goes by blocks, up to where by vectors, and the pixels left.
 struct RowParts {
     std::size_t blocks, vectors, pixels;
 };
 
 template <bool kInverted>
+HWY_INLINE void BlendBlock(u8* to, const u8* from, const BlendConstants& constants) {
+    const std::size_t step = 4 * hn::Lanes(d32);
+    // Long runs of transparent and of opaque pixels are the rule. The first pixel says which run to
+    // look for; mixed pixels cost no more than finding out where the arithmetic could be left out.
+    const u8 firstAlpha = from[3];
+    constexpr bool kFour = kBlockVectors == 4;
+    const V32 s0 = LoadPixels(from);
+    const V32 s1 = LoadPixels(from + step);
+    const V32 s2 = kFour ? LoadPixels(from + 2 * step) : s0;
+    const V32 s3 = kFour ? LoadPixels(from + 3 * step) : s1;
+    if (firstAlpha == 0) {
+        if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) return;
+    } else if (firstAlpha == 255) {
+        if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)), constants)) {
+            StorePixels(Shown<kInverted>(s0), to);
+            StorePixels(Shown<kInverted>(s1), to + step);
+            if constexpr (kFour) StorePixels(Shown<kInverted>(s2), to + 2 * step);
+            if constexpr (kFour) StorePixels(Shown<kInverted>(s3), to + 3 * step);
+            return;
+        }
+    }
+    BlendOne<kInverted>(to, s0, constants);
+    BlendOne<kInverted>(to + step, s1, constants);
+    if constexpr (kFour) BlendOne<kInverted>(to + 2 * step, s2, constants);
+    if constexpr (kFour) BlendOne<kInverted>(to + 3 * step, s3, constants);
+}
+
+template <bool kInverted>
 HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
                          const BlendConstants& constants) {
-    const std::size_t lanes = hn::Lanes(d32);
-    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. The first
-    // pixel says which run to look for; mixed pixels cost no more than finding out where the
-    // arithmetic could be left out.
-    for (std::size_t i = parts.blocks; i != 0; --i, to += 16 * lanes, from += 16 * lanes) {
-        const u8 firstAlpha = from[3];
-        const V32 s0 = LoadPixels(from);
-        const V32 s1 = LoadPixels(from + 4 * lanes);
-        const V32 s2 = LoadPixels(from + 8 * lanes);
-        const V32 s3 = LoadPixels(from + 12 * lanes);
-        if (firstAlpha == 0) {
-            if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) continue;
-        } else if (firstAlpha == 255) {
-            if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)), constants)) {
-                StorePixels(Shown<kInverted>(s0), to);
-                StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
-                StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
-                StorePixels(Shown<kInverted>(s3), to + 12 * lanes);
-                continue;
-            }
-        }
-        BlendOne<kInverted>(to, s0, constants);
-        BlendOne<kInverted>(to + 4 * lanes, s1, constants);
-        BlendOne<kInverted>(to + 8 * lanes, s2, constants);
-        BlendOne<kInverted>(to + 12 * lanes, s3, constants);
+    const std::size_t step = 4 * hn::Lanes(d32);
+    std::size_t i = 0;
+    for (; i != parts.blocks; i += kBlockVectors * step) {
+        BlendBlock<kInverted>(to + i, from + i, constants);
     }
-    for (std::size_t i = parts.vectors; i != 0; --i, to += 4 * lanes, from += 4 * lanes) {
-        const V32 source = LoadPixels(from);
+    for (; i != parts.vectors; i += step) {
+        const V32 source = LoadPixels(from + i);
         if (AllTransparent(source, constants)) continue;
-        BlendOne<kInverted>(to, source, constants);
+        BlendOne<kInverted>(to + i, source, constants);
     }
     if (parts.pixels == 0) return;
     if constexpr (kPartialAccess) {
-        BlendFirst<kInverted>(to, from, parts.pixels, constants);
+        BlendFirst<kInverted>(to + i, from + i, parts.pixels, constants);
     } else {
-        for (std::size_t i = 0; i < parts.pixels; ++i) {
-            BlitPixel<kInverted>(to + 4 * i, LoadBytes<u32>(from + 4 * i));
+        for (const std::size_t end = i + 4 * parts.pixels; i != end; i += 4) {
+            BlitPixel<kInverted>(to + i, LoadBytes<u32>(from + i));
         }
     }
 }
@@ -249,7 +259,8 @@ void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t cou
            std::size_t rows) {
     const BlendConstants constants = LoadBlendConstants();
     const std::size_t lanes = hn::Lanes(d32);
-    const RowParts parts = {count / (4 * lanes), count % (4 * lanes) / lanes, count % lanes};
+    const RowParts parts = {4 * (count - count % (kBlockVectors * lanes)),
+                            4 * (count - count % lanes), count % lanes};
     for (; rows != 0; --rows, to += toStride, from += fromStride) {
         BlendRow<kInverted>(to, from, parts, constants);
     }
