@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "desktop/pango/cairo_picture.h"
+#include "desktop/pango/pairs.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <hb.h>
 #include <pango/pango.h>
 
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -27,6 +28,8 @@ struct GlyphPicture {
     std::vector<u8> coverage;  // empty for a blank
 };
 
+struct PairTable;  // pairs.h
+
 struct TextFont {
     u64 id;  // never used again for another font
     const Typeface* face;
@@ -37,6 +40,8 @@ struct TextFont {
     // Null when the typeface needs Pango.
     cairo_scaled_font_t* scaled;
     hb_font_t* shaper;
+    // By script, made when a text asks for it, and then filled by what is shaped.
+    mutable std::unique_ptr<PairTable> pairs[kPairScripts];
     PangoLayout* layout;                              // made by LayoutOf
     std::vector<GlyphPicture> glyphs;                 // by glyph number
     std::unordered_map<u32, LineHeight> lineHeights;  // by character, of fonts that step in
