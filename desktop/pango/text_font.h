@@ -20,11 +20,14 @@ struct LineHeight {
     double Height() const { return static_cast<double>(ascent + descent) / PANGO_SCALE; }
 };
 
+// Rows of a glyph's coverage are made up to a multiple of this.
+constexpr std::size_t kGlyphBlock = 16;
+
 // Coverage of one glyph; its position is relative to the glyph's origin, rows go down.
 struct GlyphPicture {
     bool drawn;
     i32 left, top, width, height;
-    std::size_t stride;        // width, made up to a multiple of 8 with zeros
+    std::size_t stride;        // width, made up with zeros
     std::vector<u8> coverage;  // empty for a blank
 };
 
