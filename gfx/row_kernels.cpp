@@ -94,14 +94,11 @@ void CopyExchangedHere(u8* to, const u8* from, std::size_t count) {
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
     const std::size_t step = hn::Lanes(d32);
-    const auto greenAlpha = hn::Set(d32, 0xFF00FF00);
-    const auto low = hn::Set(d32, 0x000000FF);
+    alignas(16) static constexpr u8 kExchange[16] = {2,  1, 0, 3,  6,  5,  4,  7,
+                                                     10, 9, 8, 11, 14, 13, 12, 15};
+    const auto exchange = hn::LoadDup128(d8, kExchange);
     for (; i + step <= count; i += step) {
-        const auto v = hn::BitCast(d32, hn::LoadU(d8, from + i * 4));
-        const auto exchanged =
-            hn::Or(hn::And(v, greenAlpha),
-                   hn::Or(hn::ShiftLeft<16>(hn::And(v, low)), hn::And(hn::ShiftRight<16>(v), low)));
-        hn::StoreU(hn::BitCast(d8, exchanged), d8, to + i * 4);
+        hn::StoreU(hn::TableLookupBytes(hn::LoadU(d8, from + i * 4), exchange), d8, to + i * 4);
     }
 #endif
     for (; i < count; ++i) {
