@@ -8,6 +8,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include <algorithm>
+
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 
@@ -17,9 +19,8 @@ namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
-// Without vectors the plain loops are the best there is.
 const Kernels* Table() {
-    return &scalarKernels;
+    return BaselineKernels();
 }
 
 #else
@@ -112,8 +113,7 @@ HWY_INLINE bool AllOpaque(V32 all, const BlendConstants& constants) {
     if constexpr (kMaskRegisters) {
         return hn::AllTrue(d32, hn::Gt(all, hn::Set(d32, 0xFEFFFFFF)));
     }
-    return hn::AllTrue(
-        d32, hn::Eq(hn::And(all, constants.alphaMask), constants.alphaMask));
+    return hn::AllTrue(d32, hn::Eq(hn::And(all, constants.alphaMask), constants.alphaMask));
 }
 
 // Source pixels laid over old ones; with kAddAlpha their alphas are added.
@@ -125,8 +125,8 @@ HWY_INLINE V32 MixByParity(V32 source, V32 old, const BlendConstants& constants)
     const V8 colour =
         hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
     const V8 under = hn::BitCast(d8, old);
-    const V16 alpha = hn::BitCast(
-        d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), constants.alphaHigh));
+    const V16 alpha =
+        hn::BitCast(d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), constants.alphaHigh));
     const V16 part = hn::Or(alpha, constants.one);
     const V16 keep = hn::Sub(constants.most, alpha);
     const auto times = [](V8 bytes, V8 order, V16 factor) {
@@ -671,8 +671,10 @@ std::vector<const Kernels*> AvailableKernels() {
     }
     hwy::SetSupportedTargetsForTest(0);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    if (available.empty() || available.back() != &scalarKernels) {
-        available.push_back(&scalarKernels);
+    for (const Kernels* each : {BaselineKernels(), &scalarKernels}) {
+        if (std::find(available.begin(), available.end(), each) == available.end()) {
+            available.push_back(each);
+        }
     }
     return available;
 }
