@@ -54,6 +54,12 @@ void CopyArea(const Copy& copy, bool invert) {
     }
 }
 
+// What a copy takes from a host bitmap: beyond it everything is transparent.
+Area WithinSource(const Copy& copy) {
+    return Intersect(copy.target,
+                     Moved(BitmapArea(srcSelection), -copy.toSourceX, -copy.toSourceY));
+}
+
 // The copy pixel by pixel, for a destination whose record leads out of the image: only pixels that
 // are not transparent need it.
 template <class Visit>
@@ -78,14 +84,9 @@ struct BlitWork {
     template <class Visit>
     void ForEachCopy(Visit visit) const {
         ForEachTile(tiling, visible, [&](i64 x, i64 y, const Area& part) {
-            const i64 toSourceX = sourceX - x;
-            const i64 toSourceY = sourceY - y;
-            Area target = part;
-            if (srcSelection.host) {
-                // Beyond a host bitmap everything is transparent.
-                target = Intersect(target, Moved(BitmapArea(srcSelection), -toSourceX, -toSourceY));
-            }
-            visit(Copy{target, toSourceX, toSourceY});
+            Copy copy = {part, sourceX - x, sourceY - y};
+            if (srcSelection.host) copy.target = WithinSource(copy);
+            visit(copy);
         });
     }
 };
@@ -137,6 +138,18 @@ void RunBlit(const BlitWork& work) {
     });
 }
 
+// The way of nearly all blits: one copy. False when the destination is not reached.
+bool RunOneCopy(const Area& visible, i64 toSourceX, i64 toSourceY, bool invert) {
+    if (visible.Empty()) return true;
+    const Area source = Moved(visible, toSourceX, toSourceY);
+    if (!srcSelection.host) RequireArea(srcSelection, source);
+    if (!Reaches(dstSelection, visible)) return false;
+    Copy copy = {visible, toSourceX, toSourceY};
+    if (srcSelection.host) copy.target = WithinSource(copy);
+    CopyArea(copy, invert);
+    return true;
+}
+
 // The copies go on beyond the limit, where they draw nothing, until the host ends.
 void PlaceCopiesForever() {
     while (gfxSlots.stillRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -151,7 +164,11 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
     // one copy in each row of copies, or no end of them.
     const bool empty = width <= 0 || height <= 0;
     const bool endless = !empty && invert && sourceX > 0 && sourceX < right;
-    if (!empty) {
+    const Area once = {x, y, i64{x} + width, i64{y} + height};
+    const bool done = !empty && right == 0 && bottom == 0 &&
+                      RunOneCopy(Intersect(once, ClipArea(dstSelection)), i64{sourceX} - x,
+                                 i64{sourceY} - y, invert);
+    if (!empty && !done) {
         Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
         if (invert && !endless) tiling.right = std::min(tiling.right, i64{x} + width);
         if (endless) tiling.bottom = std::min(tiling.bottom, i64{y} + height);
