@@ -25,7 +25,7 @@ i32& Head(HeapList list) {
     return heapListHeads[static_cast<i32>(list)];
 }
 
-void Unlink(u32 handle) {
+inline void Unlink(u32 handle) {
     HeapRecord& record = heapPtrs[handle];
     if (record.prev >= 0) {
         Record(record.prev).next = record.next;
@@ -35,7 +35,7 @@ void Unlink(u32 handle) {
     if (record.next >= 0) Record(record.next).prev = record.prev;
 }
 
-void PutAtHead(u32 handle, HeapList list) {
+inline void PutAtHead(u32 handle, HeapList list) {
     HeapRecord& record = heapPtrs[handle];
     record.prev = -1;
     record.next = Head(list);
@@ -44,7 +44,7 @@ void PutAtHead(u32 handle, HeapList list) {
     Head(list) = static_cast<i32>(handle);
 }
 
-void MoveToList(u32 handle, HeapList list) {
+inline void MoveToList(u32 handle, HeapList list) {
     Unlink(handle);
     PutAtHead(handle, list);
 }
