@@ -218,6 +218,10 @@ Typeface* LookUp(FontStyle style) {
             face->scripts[i] = SettingsFor(kSamples[i], font, *face);
         }
         ClassifyCharacters(*face, hbFont);
+        for (u32 i = 0; i < kPairScripts; ++i) {
+            face->pairs[i] =
+                ReadPairRules(face->hbFace, face->scripts[i].script, face->scripts[i].language);
+        }
     }
     g_object_unref(font);
     return face;
