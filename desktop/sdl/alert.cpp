@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
+#include "desktop/quit_request.h"
 #include "desktop/sdl/box_layout.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
@@ -153,6 +155,13 @@ static bool NextBoxEvent(SDL_Event& event) {
     return false;
 }
 
+// Nobody will press a button any more, or somebody wants the program to end. The box of the
+// watchdog stays then: it is the one that offers the end.
+static bool MustGiveUp() {
+    if (DisplayLoss() != Loss::None) return true;
+    return IsMainThread() && quitRequest == QuitRequest::Made;
+}
+
 int ShowBox(const BoxText& text, bool (*stop)()) {
     FcInit();
     Box box;
@@ -160,6 +169,10 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
     if (!OpenBoxWindow(box)) return kNothingPressed;
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
+        if (MustGiveUp()) {
+            box.result = text.cancelButton;
+            break;
+        }
         SDL_Event event;
         if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);

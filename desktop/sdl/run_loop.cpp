@@ -9,7 +9,10 @@
 #include <mutex>
 #include <thread>
 
+#include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/key_text.h"
 #include "desktop/sdl/keyboard.h"
@@ -32,7 +35,6 @@ static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by wo
 static constinit u32 wakeEvent = 0;
 
 static constinit bool ended = false;
-static constinit bool quitRequested = false;
 static constinit bool closeRequested = false;
 static constinit bool enterFullScreen = false;
 
@@ -44,7 +46,7 @@ void StartRunLoop(bool fullScreenAfterLaunch) {
 }
 
 void RequestTerminate() {
-    quitRequested = true;
+    quitRequest = QuitRequest::Made;
 }
 
 void RequestClose() {
@@ -87,6 +89,11 @@ static bool IsForGameWindow(const SDL_Event& event) {
     }
 }
 
+// SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
+static void HandleQuitEvent() {
+    if (!NoteLostWayland()) RequestTerminate();
+}
+
 static void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) return;
     // A press waits for its own text alone.
@@ -106,7 +113,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
-        case SDL_QUIT: RequestTerminate(); break;
+        case SDL_QUIT: HandleQuitEvent(); break;
         default: break;
     }
 }
@@ -124,7 +131,18 @@ static bool Ask(bool (*question)()) {
     return answer;
 }
 
+// The window is gone, so no answer can keep the application alive: it is told, and that is all.
+static void EndWithoutWindow() {
+    SystemLog(DisplayLoss() == Loss::Window ? "the window has been destroyed from outside"
+                                            : "the connection to the display is lost");
+    if (DisplayLoss() == Loss::Window) DestroyGameWindow();
+    Ask(desktopEvents.shouldTerminate);
+    End();
+}
+
 static void ServeRequests() {
+    if (ended) return;
+    if (DisplayLoss() != Loss::None) return EndWithoutWindow();
     if (closeRequested) {
         closeRequested = false;
         if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
@@ -136,9 +154,11 @@ static void ServeRequests() {
             return End();
         }
     }
-    if (quitRequested) {
-        quitRequested = false;
-        if (Ask(desktopEvents.shouldTerminate)) End();
+    QuitRequest made = QuitRequest::Made;
+    if (quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) {
+        const bool terminates = Ask(desktopEvents.shouldTerminate);
+        NoteQuitAnswer();
+        if (terminates) End();
     }
 }
 
@@ -173,7 +193,8 @@ static std::size_t QueuedWorkCount() {
 
 // When there is something to do though no event has come.
 static u64 NextTurn() {
-    if (closeRequested || quitRequested || RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
+    if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
     return std::min(EarliestDeadline(), NextSettling());
 }
 
@@ -190,6 +211,7 @@ void RunEventLoop() {
         if (ended) break;
         SettleWindow();
         TellScreenChanges();
+        if (DisplayLoss() != Loss::None) continue;
         // Work that queues more work comes again in the next turn.
         for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
         ServeRedraw();

@@ -9,6 +9,7 @@
 
 #include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/geometry_tracker.h"
 #include "desktop/sdl/keyboard.h"
@@ -113,6 +114,7 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    WatchDisplay(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 

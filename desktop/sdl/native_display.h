@@ -1,0 +1,22 @@
+#pragma once
+// What SDL does not tell of the connection to the display server. No other header of the tree
+// beside it: the X headers have names and macros of their own for everything.
+
+#include <SDL_video.h>
+
+// Called on whichever thread meets the loss, from deep inside of the libraries: they may only note
+// it.
+struct DisplayLossHandlers {
+    void (*windowLost)();
+    void (*connectionLost)();
+};
+
+// From here on errors of the X connection of this window do not end the process. Nothing on other
+// desktops.
+void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& handlers);
+
+// Asks the X server for the window, which is answered by windowLost when it does not exist.
+void AskX11ForWindow(SDL_Window* window);
+
+// The connection to the Wayland compositor is broken; false on other desktops.
+bool WaylandConnectionIsBroken(SDL_Window* window);
