@@ -163,6 +163,7 @@ static bool MustGiveUp() {
 }
 
 int ShowBox(const BoxText& text, bool (*stop)()) {
+    if (DisplayLoss() == Loss::Connection) return kNothingPressed;
     FcInit();
     Box box;
     box.text = &text;
@@ -177,6 +178,7 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
         if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
+    if (DisplayLoss() == Loss::Connection) return box.result;
     const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
     SDL_DestroyWindow(box.window);
     // Not every desktop gives it back by itself.

@@ -135,7 +135,7 @@ static bool Ask(bool (*question)()) {
 static void EndWithoutWindow() {
     SystemLog(DisplayLoss() == Loss::Window ? "the window has been destroyed from outside"
                                             : "the connection to the display is lost");
-    if (DisplayLoss() == Loss::Window) DestroyGameWindow();
+    ForgetGameWindow();
     Ask(desktopEvents.shouldTerminate);
     End();
 }

@@ -73,8 +73,8 @@ static void ShutDown() {
     const InsideDesktop inside;
     ResetTimers();
     StopUrlOpener();
-    // Without the connection there is nothing left to release, and SDL would try all the same.
-    if (DisplayLoss() == Loss::Connection) return;
+    // SDL waits for ever for what the server says of a window that is lost.
+    if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
     SDL_Quit();

@@ -319,6 +319,10 @@ void DestroyGameWindow() {
     if (window == nullptr) return;
     StopView();
     SDL_DestroyWindow(window);
+    ForgetGameWindow();
+}
+
+void ForgetGameWindow() {
     window = nullptr;
     owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }

@@ -113,4 +113,17 @@ TEST_F(Wayland, ATerminationSignalQuits) {
     EXPECT_EQ(probe.WaitForExit(), 0);
     EXPECT_EQ(probe.Log().back(), "ended");
 }
+
+TEST_F(Wayland, ALostCompositorEndsTheApplicationWhateverItAnswers) {
+    StartProbe([](const std::string& text) { probeMayClose = text == "y"; });
+    Cause("key n");
+    const std::size_t before = probe.Log().size();
+    kill(session.compositor, SIGKILL);
+    EXPECT_EQ(probe.WaitForExit(), 0);
+    Lines lines = probe.Log(before);
+    std::erase_if(lines, [](const std::string& line) {
+        return line.starts_with("key-up") || line.starts_with("draw");
+    });
+    EXPECT_EQ(lines, (Lines{"should-terminate", "will-terminate", "ended"}));
+}
 }  // namespace
