@@ -30,7 +30,8 @@ void WatchDisplay(SDL_Window* window) {
 }
 
 void LookWhetherWindowExists() {
-    if (loss == Loss::None) AskX11ForWindow(GameWindow());
+    SDL_Rect content;
+    if (loss == Loss::None) AskX11ForWindow(GameWindow(), content);
 }
 
 bool NoteLostWayland() {

@@ -71,18 +71,32 @@ void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers
     if (setExit != nullptr) setExit(info.info.x11.display, OnConnectionEnd, nullptr);
 }
 
-void AskX11ForWindow(SDL_Window* window) {
+bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
+    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return false;
     static auto* const ask = Loaded<decltype(XGetWindowAttributes)>(kX11, "XGetWindowAttributes");
+    static auto* const translate =
+        Loaded<decltype(XTranslateCoordinates)>(kX11, "XTranslateCoordinates");
+    if (ask == nullptr || translate == nullptr) return false;
+    Display* display = info.info.x11.display;
+    const XID xWindow = info.info.x11.window;
     XWindowAttributes attributes;
-    if (ask != nullptr) ask(info.info.x11.display, info.info.x11.window, &attributes);
+    if (ask(display, xWindow, &attributes) == 0) return false;
+    XID child = 0;
+    if (translate(display, xWindow, attributes.root, 0, 0, &content.x, &content.y, &child) == 0) {
+        return false;
+    }
+    content.w = attributes.width;
+    content.h = attributes.height;
+    return true;
 }
 
 #else
 
 void HandleX11Errors(SDL_Window*, const DisplayLossHandlers&) {}
-void AskX11ForWindow(SDL_Window*) {}
+bool AskX11ForWindow(SDL_Window*, SDL_Rect&) {
+    return false;
+}
 
 #endif
 

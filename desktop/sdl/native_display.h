@@ -15,8 +15,10 @@ struct DisplayLossHandlers {
 // desktops.
 void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& handlers);
 
-// Asks the X server for the window, which is answered by windowLost when it does not exist.
-void AskX11ForWindow(SDL_Window* window);
+// Asks the X server where the window's content is; windowLost is called when it does not exist. SDL
+// believes what it asked for itself where a window manager refuses. False on other desktops, and
+// when there is no answer.
+bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content);
 
 // The connection to the Wayland compositor is broken; false on other desktops.
 bool WaylandConnectionIsBroken(SDL_Window* window);

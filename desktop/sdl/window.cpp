@@ -14,6 +14,7 @@
 #include "desktop/sdl/geometry_tracker.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/run_loop.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/services.h"
@@ -82,6 +83,14 @@ static Area ActualContent() {
         area.y = tracker.known.y + tracker.known.height - area.height;
     }
     return area;
+}
+
+// What the X server has. Not to be asked at any time: a window manager may be moving the window
+// about while it shows or hides it, and tells only when it has finished.
+static Area ContentOnServer() {
+    SDL_Rect content;
+    if (!AskX11ForWindow(window, content)) return ActualContent();
+    return {content.x, content.y, content.w, content.h};
 }
 
 // Borders are no news to the application: the content stays where it is.
@@ -212,6 +221,7 @@ static void GiveWhatIsOwed() {
     if (actual.x != wanted.x || actual.y != wanted.y) {
         SDL_SetWindowPosition(window, wanted.x, wanted.y);
     }
+    HoldNews(tracker, Nanoseconds());
 }
 
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
@@ -233,6 +243,22 @@ static void WatchLiveResize(u64 now) {
     RequestWholeRedraw();
 }
 
+// Where a window manager refuses what was asked for, SDL goes on believing in it, draws for it and
+// hears of no change.
+static void MakeSdlBelieve(const Area& actual) {
+    Area believed;
+    SDL_GetWindowPosition(window, &believed.x, &believed.y);
+    SDL_GetWindowSize(window, &believed.width, &believed.height);
+    if (believed == actual) return;
+    if (believed.width != actual.width || believed.height != actual.height) {
+        SDL_SetWindowSize(window, actual.width, actual.height);
+    }
+    if (positionsExist && (believed.x != actual.x || believed.y != actual.y)) {
+        SDL_SetWindowPosition(window, actual.x, actual.y);
+    }
+    RequestWholeRedraw();
+}
+
 static void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) return;
@@ -247,13 +273,17 @@ static void LookAtWindow(u64 now) {
     }
     ReadBorders();
     const Area before = tracker.known;
-    const GeometryChange change = ObserveGeometry(tracker, ActualContent(), now);
+    // The window manager has had its time, and whatever it answers it has answered.
+    const bool overdue = now >= NextObservation(tracker);
+    const Area actual = overdue ? ContentOnServer() : ActualContent();
+    const GeometryChange change = ObserveGeometry(tracker, actual, now);
     if (change.resized) {
         const Area news = tracker.known;
         tracker.known = before;  // the live resize starts before the size has changed
         StartLiveResize();
         tracker.known = news;
     }
+    if (overdue && tracker.known == actual) MakeSdlBelieve(actual);
     TellChange(change);
 }
 
