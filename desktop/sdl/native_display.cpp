@@ -2,7 +2,10 @@
 
 #include <SDL_syswm.h>
 #include <dlfcn.h>
+#include <poll.h>
 #include <unistd.h>
+
+#include <ctime>
 
 #include "base/log.h"
 
@@ -24,6 +27,7 @@ static bool WindowInfo(SDL_Window* window, SDL_SYSWM_TYPE type, SDL_SysWMinfo& i
 constexpr const char* kX11 = "libX11.so.6";
 
 static constinit DisplayLossHandlers handlers = {};
+static constinit Display* watchedDisplay = nullptr;
 static constinit XID watchedWindow = 0;
 
 // The library's own handler ends the process. A request that fails is no reason to.
@@ -59,6 +63,7 @@ void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers
     SDL_SysWMinfo info;
     if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
     handlers = lossHandlers;
+    watchedDisplay = info.info.x11.display;
     watchedWindow = info.info.x11.window;
     using SetExitHandler = void(Display*, void (*)(Display*, void*), void*);
     auto* const setError = Loaded<decltype(XSetErrorHandler)>(kX11, "XSetErrorHandler");
@@ -69,6 +74,18 @@ void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers
         setIoError(setExit != nullptr ? OnConnectionError : OnFinalConnectionError);
     }
     if (setExit != nullptr) setExit(info.info.x11.display, OnConnectionEnd, nullptr);
+}
+
+ServerWait WaitForX11(u64 nanoseconds) {
+    constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
+    static auto* const queued = Loaded<decltype(XEventsQueued)>(kX11, "XEventsQueued");
+    if (watchedDisplay == nullptr || queued == nullptr) return ServerWait::Unknown;
+    // An answer that was waited for may have brought events along.
+    if (queued(watchedDisplay, QueuedAlready) > 0) return ServerWait::Spoken;
+    pollfd server = {ConnectionNumber(watchedDisplay), POLLIN, 0};
+    const timespec time = {static_cast<time_t>(nanoseconds / kNanosecondsPerSecond),
+                           static_cast<long>(nanoseconds % kNanosecondsPerSecond)};
+    return ppoll(&server, 1, &time, nullptr) > 0 ? ServerWait::Spoken : ServerWait::Silent;
 }
 
 bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
@@ -94,6 +111,9 @@ bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
 #else
 
 void HandleX11Errors(SDL_Window*, const DisplayLossHandlers&) {}
+ServerWait WaitForX11(u64) {
+    return ServerWait::Unknown;
+}
 bool AskX11ForWindow(SDL_Window*, SDL_Rect&) {
     return false;
 }

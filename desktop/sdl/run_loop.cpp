@@ -17,6 +17,7 @@
 #include "desktop/sdl/key_text.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/timers.h"
@@ -28,11 +29,17 @@ constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 // Events may keep timers and redraws waiting for so long.
 constexpr u64 kEventsNanoseconds = 10 * kNanosecondsPerMillisecond;
 constexpr u64 kLongestWait = 100 * kNanosecondsPerMillisecond;
+// How long after an event SDL is asked in every turn, and how often it is asked later.
+constexpr u64 kLivelyNanoseconds = 250 * kNanosecondsPerMillisecond;
+constexpr u64 kQuietNanoseconds = 50 * kNanosecondsPerMillisecond;
 constexpr u64 kSleepSlice = 10 * kNanosecondsPerMillisecond;
 
 static std::mutex workLock;
 static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
 static constinit u32 wakeEvent = 0;
+
+static constinit u64 quietFrom = 0;
+static constinit u64 nextPumping = 0;  // at the latest
 
 static constinit bool ended = false;
 static constinit bool closeRequested = false;
@@ -171,8 +178,7 @@ static void HandleEvents(SDL_Event& event) {
     if (!ended) FinishKeyPress();
 }
 
-// Waits for an event until the deadline at the latest. Asks for events even when it is over.
-static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
     u64 now = Nanoseconds();
     const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
     const u64 milliseconds = wait / kNanosecondsPerMillisecond;
@@ -184,6 +190,30 @@ static bool WaitForEvent(SDL_Event& event, u64 deadline) {
         std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
     }
     return false;
+}
+
+// SDL's own waiting asks the X server more than ten times in a turn. While nothing happens it is
+// enough to ask now and then: for what SDL does by the clock, and for what comes another way, such
+// as from an input method.
+static ServerWait WaitWithoutSdl(u64 deadline) {
+    const u64 now = Nanoseconds();
+    if (now >= nextPumping || SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_TRUE) {
+        return ServerWait::Unknown;
+    }
+    const u64 until = std::min(deadline, nextPumping);
+    return WaitForX11(until > now ? until - now : 0);
+}
+
+// Waits for an event until the deadline at the latest. Asks for events even when it is over.
+static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+    const ServerWait wait = WaitWithoutSdl(deadline);
+    if (wait == ServerWait::Silent) return false;
+    if (wait == ServerWait::Spoken) deadline = 0;
+    const bool found = WaitForSdlEvent(event, deadline);
+    const u64 now = Nanoseconds();
+    if (found) quietFrom = now + kLivelyNanoseconds;
+    nextPumping = now < quietFrom ? now : now + kQuietNanoseconds;
+    return found;
 }
 
 static std::size_t QueuedWorkCount() {

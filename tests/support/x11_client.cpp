@@ -2,9 +2,11 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 
 namespace {
 struct Connection {
@@ -48,6 +50,61 @@ unsigned X11Pixel(unsigned long window, int x, int y) {
     const unsigned long pixel = XGetPixel(image, 0, 0);
     XDestroyImage(image);
     return static_cast<unsigned>(pixel & 0xFFFFFF);
+}
+
+long OtherX11Pixels(unsigned long window, int width, int height, unsigned colour) {
+    const Connection connection;
+    if (connection.display == nullptr) return -1;
+    XImage* image = XGetImage(connection.display, window, 0, 0, static_cast<unsigned>(width),
+                              static_cast<unsigned>(height), AllPlanes, ZPixmap);
+    if (image == nullptr) return -1;
+    long others = 0;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            if ((XGetPixel(image, x, y) & 0xFFFFFF) != colour) ++others;
+        }
+    }
+    XDestroyImage(image);
+    return others;
+}
+
+// xdotool needs the library, but its headers come in a package of their own.
+static bool SendKey(Display* display, unsigned code, bool down) {
+    using FakeKeyEvent = int(Display*, unsigned, int, unsigned long);
+    static void* const library = dlopen("libXtst.so.6", RTLD_LAZY);
+    if (library == nullptr) return false;
+    static auto* const send = reinterpret_cast<FakeKeyEvent*>(dlsym(library, "XTestFakeKeyEvent"));
+    if (send == nullptr) return false;
+    send(display, code, down ? True : False, CurrentTime);
+    XSync(display, False);
+    return true;
+}
+
+bool PressX11Key(unsigned code) {
+    const Connection x;
+    return x.display != nullptr && SendKey(x.display, code, true) &&
+           SendKey(x.display, code, false);
+}
+
+long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colour) {
+    using Clock = std::chrono::steady_clock;
+    const Connection connection;
+    Display* display = connection.display;
+    if (display == nullptr) return -1;
+    const Clock::time_point start = Clock::now();
+    if (!SendKey(display, code, true)) return -1;
+    Clock::duration passed{};
+    bool changed = false;
+    while (!changed && passed < std::chrono::seconds(2)) {
+        XImage* image = XGetImage(display, window, x, y, 1, 1, AllPlanes, ZPixmap);
+        passed = Clock::now() - start;
+        if (image == nullptr) break;
+        changed = (XGetPixel(image, 0, 0) & 0xFFFFFF) != colour;
+        XDestroyImage(image);
+    }
+    SendKey(display, code, false);
+    if (!changed) return -1;
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(passed).count();
 }
 
 static void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int largestWidth,
