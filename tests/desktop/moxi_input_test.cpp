@@ -128,12 +128,12 @@ TEST_F(MoxiWindow, APlayedRecordingLeadsToTheSameMessagesAndTheSamePicture) {
     const std::string lookLine = " screenshot \"" + played + "\"\n";
     const std::size_t moment = ReadTextFile(recorded).size();
 
-    Cause("xdotool key ctrl+m");
+    Cause("xdotool keydown ctrl sleep 0.1 key m keyup ctrl");
     Cause("xdotool windowactivate " + window);
-    Cause("xdotool key alt+Return");
-    Cause("xdotool key alt+Return");
-    Cause("xdotool key v sleep 0.1 key alt+F4");
-    Shell("xdotool key v sleep 0.1 key alt+F4");
+    Cause("xdotool keydown alt sleep 0.1 key Return sleep 0.1 keyup alt");
+    Cause("xdotool keydown alt sleep 0.1 key Return sleep 0.1 keyup alt");
+    Cause("xdotool key v sleep 0.1 keydown alt sleep 0.1 key F4 sleep 0.1 keyup alt");
+    Shell("xdotool key v sleep 0.1 keydown alt sleep 0.1 key F4 sleep 0.1 keyup alt");
     EXPECT_EQ(WaitForExit(), 0);
 
     std::string script = ReadTextFile(recorded);

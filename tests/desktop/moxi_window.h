@@ -116,7 +116,7 @@ class MoxiWindow : public testing::Test {
 
     void WaitForQuiet() const {
         std::size_t count = Messages().size();
-        for (int quiet = 0; quiet < 50; ++quiet) {
+        for (int quiet = 0; quiet < 30; ++quiet) {
             Pause();
             if (Messages().size() != count) quiet = 0;
             count = Messages().size();
