@@ -57,6 +57,17 @@ inline Lines MessagesIn(const std::string& path) {
     return lines;
 }
 
+// Makes the game "Message Log" in a folder and gives its path.
+inline std::string MakeMessageLog(const std::string& folder) {
+    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
+    const AssembleResult assembled = Assemble(ReadTextFile(source), source);
+    EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
+    const std::string game = folder + "/Message Log";
+    std::filesystem::create_directory(game);
+    WriteTextFile(game + "/MAIN.MX", std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    return game;
+}
+
 inline void ErasePointer(Lines& lines) {
     std::erase_if(lines, [](const std::string& line) { return line.starts_with("f "); });
 }
@@ -70,13 +81,7 @@ class MoxiWindow : public testing::Test {
     void SetUp() override {
         if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
         ASSERT_TRUE(session.Start("1400x900x24"));
-        const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
-        const AssembleResult assembled = Assemble(ReadTextFile(source), source);
-        ASSERT_TRUE(assembled.ok) << FormatErrors(assembled);
-        game = folder.path + "/Message Log";
-        std::filesystem::create_directory(game);
-        WriteTextFile(game + "/MAIN.MX",
-                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
+        game = MakeMessageLog(folder.path);
     }
 
     void TearDown() override {
