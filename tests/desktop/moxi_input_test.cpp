@@ -98,7 +98,7 @@ TEST_F(MoxiWindow, TheClipboardIsSharedBothWays) {
     if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
     Start();
     EXPECT_EQ(Cause("xdotool key 1")[1], "705 0 0 0");
-    Shell("printf 'h\xC3\xA9llo' | xclip -selection clipboard -i");
+    CopyByOtherProgram("h\xC3\xA9llo");
     EXPECT_EQ(Cause("xdotool key 1")[1], "705 6ca9c368 6f6c 0");
     Cause("xdotool key 2");
     EXPECT_EQ(OutputOf("timeout 5 xclip -selection clipboard -o"),

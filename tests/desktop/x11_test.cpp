@@ -326,7 +326,7 @@ TEST_F(X11, TheClipboardIsSharedWithOtherPrograms) {
                 "e");
     });
     EXPECT_EQ(WithoutReleases(Cause("xdotool key p"))[1], "clip (none)");
-    Run("printf 'h\xC3\xA9llo' | xclip -selection clipboard -i");
+    CopyByOtherProgram("h\xC3\xA9llo");
     EXPECT_EQ(WithoutReleases(Cause("xdotool key p"))[1], "clip h\xC3\xA9llo");
     Cause("xdotool key c");
     EXPECT_EQ(OutputOf("timeout 5 xclip -selection clipboard -o"),
