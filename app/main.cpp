@@ -80,9 +80,11 @@ int main(int argc, char** argv) {
     }
     if (options.fullScreen) {
         static void (*const launch)() = desktopEvents.didFinishLaunching;
+        // The user's wish, as it were, and not the program's: a recording has it.
+        static void (*const toggleFullScreen)() = desktop.toggleFullScreen;
         desktopEvents.didFinishLaunching = [] {
             launch();
-            desktop.toggleFullScreen();
+            toggleFullScreen();
         };
     }
     HandleSignals(options.headless ? kHeadlessPatience : 0);

@@ -1,12 +1,14 @@
 #include "app/record.h"
 
+#include <charconv>
 #include <cstdio>
 
 #include "base/log.h"
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/headless/script.h"
-#include "host/window.h"
+#include "host/queue.h"
+#include "vm/run_cycle.h"
 
 namespace {
 
@@ -14,9 +16,18 @@ constexpr u64 kNanosecondsPerMillisecond = 1000000;
 
 constinit std::FILE* recordFile = nullptr;
 constinit u64 launchTime = 0;
-DesktopEvents inner;  // the handlers that the events go on to
-// What the module itself asked for is no event, nor are the changes that full screen brings.
+DesktopEvents inner;   // the handlers that the events go on to
+Desktop innerDesktop;  // the desktop that the program's wishes go on to
+
+// A script holds causes alone. What the program itself brings about (a key of the menu that quits,
+// a geometry that the module asks for, the changes that full screen brings) comes about again when
+// the script is played.
+constinit u32 ownChanges = 0;  // the program is changing the window just now
 constinit bool fullScreenChanges = false;
+constinit bool asked = false;           // this record has taken the desktop's functions over
+constinit bool quitIsOurs = false;      // the program has asked to quit,
+constinit bool closeIsOurs = false;     // to close the window,
+constinit bool minimizeIsOurs = false;  // to minimise it, and the desktop answers later
 
 void Write(const std::string& event) {
     const u64 elapsed = desktop.nanoseconds() - launchTime;
@@ -26,13 +37,61 @@ void Write(const std::string& event) {
     std::fflush(recordFile);
 }
 
+// The shortest decimal number that is read back as the same.
+std::string Decimal(double value) {
+    char text[400];
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed);
+    return {text, end.ptr};
+}
+
 bool IsUsersChange() {
-    return !programmaticResize && !fullScreenChanges;
+    return ownChanges == 0 && !fullScreenChanges;
+}
+
+// A move that comes while something waits is dropped. Played back a little earlier or later it
+// might not be, and so it is left out.
+bool MoveIsTold() {
+    return !inMX && !inputSuspended && QueueIsEmpty();
+}
+
+// Whether a change that was asked for has come about; the wish is forgotten then.
+bool TakeWish(bool& wish) {
+    const bool wished = wish;
+    wish = false;
+    return wished;
+}
+
+void NoteOwnChanges() {
+    asked = true;
+    innerDesktop = desktop;
+    desktop.terminate = [] {
+        quitIsOurs = true;
+        innerDesktop.terminate();
+    };
+    desktop.closeWindow = [] {
+        closeIsOurs = true;
+        innerDesktop.closeWindow();
+    };
+    desktop.minimizeWindow = [] {
+        minimizeIsOurs = true;
+        innerDesktop.minimizeWindow();
+    };
+    desktop.setWindowFrame = [](WindowFrame frame) {
+        ++ownChanges;
+        innerDesktop.setWindowFrame(frame);
+        --ownChanges;
+    };
+    desktop.toggleFullScreen = [] {
+        ++ownChanges;
+        innerDesktop.toggleFullScreen();
+        --ownChanges;
+    };
 }
 
 void RecordApplicationEvents() {
     desktopEvents.didFinishLaunching = [] {
         launchTime = desktop.nanoseconds();
+        NoteOwnChanges();
         inner.didFinishLaunching();
     };
     desktopEvents.willBecomeActive = [] {
@@ -40,7 +99,7 @@ void RecordApplicationEvents() {
         inner.willBecomeActive();
     };
     desktopEvents.shouldTerminate = [] {
-        Write("quit");
+        if (!TakeWish(quitIsOurs)) Write("quit");
         return inner.shouldTerminate();
     };
     desktopEvents.screensChanged = [] {
@@ -52,6 +111,19 @@ void RecordApplicationEvents() {
         Write("screens " + sizes);
         inner.screensChanged();
     };
+    desktopEvents.clipboardDidChange = [](const std::string& text) {
+        Write("clipboard " + QuoteScriptText(text));
+        inner.clipboardDidChange(text);
+    };
+    desktopEvents.expose = [](ViewRect rect) {
+        Write("expose " + Decimal(rect.x) + " " + Decimal(rect.y) + " " + Decimal(rect.width) +
+              " " + Decimal(rect.height));
+        inner.expose(rect);
+    };
+    desktopEvents.screenshot = [](const std::string& path) {
+        Write("screenshot " + QuoteScriptText(path));
+        return inner.screenshot(path);
+    };
     desktopEvents.post = [](u32 command, u32 p1, u32 p2, u32 p3) {
         Write(FormatText("post %u 0x%X 0x%X 0x%X", command, p1, p2, p3));
         inner.post(command, p1, p2, p3);
@@ -60,7 +132,7 @@ void RecordApplicationEvents() {
 
 void RecordWindowEvents() {
     desktopEvents.windowShouldClose = [] {
-        Write("close");
+        if (!TakeWish(closeIsOurs)) Write("close");
         const bool closes = inner.windowShouldClose();
         // The end of the application that follows a close is part of it.
         if (closes) desktopEvents.shouldTerminate = inner.shouldTerminate;
@@ -82,15 +154,16 @@ void RecordWindowEvents() {
         inner.viewFrameDidChange();
     };
     desktopEvents.windowDidMiniaturize = [] {
-        Write("minimize");
+        if (!TakeWish(minimizeIsOurs)) Write("minimize");
         inner.windowDidMiniaturize();
     };
     desktopEvents.windowDidDeminiaturize = [] {
+        minimizeIsOurs = false;
         Write("restore");
         inner.windowDidDeminiaturize();
     };
     desktopEvents.windowWillEnterFullScreen = [] {
-        if (!programmaticResize) Write("full-screen on");
+        if (ownChanges == 0) Write("full-screen on");
         fullScreenChanges = true;
         inner.windowWillEnterFullScreen();
     };
@@ -99,7 +172,7 @@ void RecordWindowEvents() {
         inner.windowDidEnterFullScreen();
     };
     desktopEvents.windowWillExitFullScreen = [] {
-        if (!programmaticResize) Write("full-screen off");
+        if (ownChanges == 0) Write("full-screen off");
         fullScreenChanges = true;
         inner.windowWillExitFullScreen();
     };
@@ -140,15 +213,15 @@ void RecordInputEvents() {
         inner.mouseUp(button, x, y);
     };
     desktopEvents.mouseMoved = [](i32 x, i32 y) {
-        Write(FormatText("mouse-move %d %d", x, y));
+        if (MoveIsTold()) Write(FormatText("mouse-move %d %d", x, y));
         inner.mouseMoved(x, y);
     };
     desktopEvents.mouseDragged = [](u32 button, i32 x, i32 y) {
-        Write(FormatText("mouse-drag %u %d %d", button, x, y));
+        if (MoveIsTold()) Write(FormatText("mouse-drag %u %d %d", button, x, y));
         inner.mouseDragged(button, x, y);
     };
     desktopEvents.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
-        Write(FormatText("scroll %.6f %.6f %d %d", deltaX, deltaY, x, y));
+        Write("scroll " + Decimal(deltaX) + " " + Decimal(deltaY) + FormatText(" %d %d", x, y));
         inner.scrollWheel(deltaX, deltaY, x, y);
     };
     // Text without a key press has no event of its own in a script; as a posted message it
@@ -182,4 +255,6 @@ void CloseRecording() {
     std::fclose(recordFile);
     recordFile = nullptr;
     desktopEvents = inner;
+    if (asked) desktop = innerDesktop;
+    asked = false;
 }

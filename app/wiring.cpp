@@ -90,6 +90,8 @@ void WireRooms() {
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .clipboardDidChange = [](const std::string&) {},
+        .expose = moxiView::drawRect,
         .post = PostMessage,
         .screenshot = WriteScreenshot,
     };

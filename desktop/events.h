@@ -51,6 +51,10 @@ struct DesktopEvents {
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
 
     // --- Scripts
+    // Another program has put this text on the clipboard, where desktop.clipboardText finds it.
+    void (*clipboardDidChange)(const std::string& text);
+    // As drawRect, for a rectangle that nobody here has asked for.
+    void (*expose)(ViewRect rect);
     void (*post)(u32 command, u32 p1, u32 p2, u32 p3);
     // Writes what the view shows to a PNG file; false when it cannot be written.
     bool (*screenshot)(const std::string& path);
@@ -86,6 +90,8 @@ inline constinit DesktopEvents desktopEvents = {
     .mouseMoved = [](i32, i32) {},
     .mouseDragged = [](u32, i32, i32) {},
     .scrollWheel = [](double, double, i32, i32) {},
+    .clipboardDidChange = [](const std::string&) {},
+    .expose = [](ViewRect) {},
     .post = [](u32, u32, u32, u32) {},
     .screenshot = [](const std::string&) { return false; },
 };

@@ -124,17 +124,12 @@ void SetWindowTitle(const char* text) {
     });
 }
 
-// The minor version stands above the major one: modules compare the word as a whole.
 u32 GetVersion(u32 address) {
     utsname system = {};
     uname(&system);
-    u32 major = 0;
-    u32 minor = 0;
-    u32 patch = 0;
-    std::sscanf(system.release, "%u.%u.%u", &major, &minor, &patch);
-    CopyText(address, FormatText("MOXI %u.%u - Mac OS X %u.%u.%u", kHostMajor, kHostMinor, major,
-                                 minor, patch));
-    return major << 16 | minor << 24 | 1;
+    u32 packed = 0;
+    CopyText(address, VersionText(system.release, packed));
+    return packed;
 }
 
 std::string DataFolder() {
@@ -165,6 +160,16 @@ void CallTextService(u32 sub, u32 a0) {
 }
 
 }  // namespace
+
+std::string VersionText(const char* release, u32& packed) {
+    u32 major = 0;
+    u32 minor = 0;
+    u32 patch = 0;
+    std::sscanf(release, "%u.%u.%u", &major, &minor, &patch);
+    packed = major << 16 | minor << 24 | 1;
+    return FormatText("MOXI %u.%u - Mac OS X %u.%u.%u", kHostMajor, kHostMinor, major, minor,
+                      patch);
+}
 
 void SysHostGroup(u32 sub, u32 arguments) {
     constexpr u32 kServices = 22;

@@ -225,7 +225,7 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
         case ScriptEventKind::Expose:
             // The rectangle goes to the view at once, and as it stands.
-            desktopEvents.drawRect(
+            desktopEvents.expose(
                 {event.deltas[0], event.deltas[1], event.deltas[2], event.deltas[3]});
             break;
         case ScriptEventKind::Close: CloseWindow(); break;
@@ -234,7 +234,10 @@ void PlayEvent(const ScriptEvent& event) {
             state.options.screens = event.screens;
             desktopEvents.screensChanged();
             break;
-        case ScriptEventKind::Clipboard: state.clipboard = event.text; break;
+        case ScriptEventKind::Clipboard:
+            state.clipboard = event.text;
+            desktopEvents.clipboardDidChange(event.text);
+            break;
         case ScriptEventKind::Post:
             desktopEvents.post(
                 static_cast<u32>(event.numbers[0]), static_cast<u32>(event.numbers[1]),

@@ -178,7 +178,7 @@ void ReadPoint(LineReader& line, i64* numbers) {
 }
 
 void ReadButtonAndPoint(LineReader& line, ScriptEvent& event) {
-    event.numbers[0] = line.Integer("the button", 0, 255);
+    event.numbers[0] = line.Integer("the button", 0, std::numeric_limits<i32>::max());
     ReadPoint(line, event.numbers + 1);
 }
 

@@ -1,0 +1,122 @@
+// The interface file: what it must hold, and what happens without it. What its keys do is in
+// keyboard_test.cpp.
+
+#include "host/menu.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "desktop/desktop.h"
+#include "host/keyboard.h"
+#include "tests/support/message_log.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Strings = std::vector<std::string>;
+
+constexpr const char* kDelegate = "<key>ApplicationDelegate</key><string>moxiAppDelegate</string>";
+
+std::string Plist(const std::string& content) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + content +
+           "</dict></plist>";
+}
+
+std::string Item(const std::string& action, const std::string& key) {
+    return "<dict><key>Title</key><string>Item</string><key>Action</key><string>" + action +
+           "</string><key>KeyEquivalent</key><string>" + key + "</string></dict>";
+}
+
+std::string Menu(const std::string& items) {
+    return Plist(kDelegate + ("<key>Menu</key><array>" + items + "</array>"));
+}
+
+class MenuTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        quits = minimised = 0;
+        desktop.terminate = [] { ++quits; };
+        desktop.minimizeWindow = [] { ++minimised; };
+    }
+    void TearDown() override {
+        ResetMenu();
+        ResetKeyboard();
+        desktop.terminate = [] {};
+        desktop.minimizeWindow = [] {};
+    }
+    // Whether the file is taken; `reason` says why not.
+    bool Load(const std::string& content) {
+        const std::string path = folder.path + "/MainMenu.plist";
+        WriteTextFile(path, content);
+        return LoadMenu(path, reason);
+    }
+
+    TemporaryFolder folder;
+    std::string reason;
+    static inline int quits = 0;
+    static inline int minimised = 0;
+};
+
+TEST_F(MenuTest, AMissingFileIsRefused) {
+    EXPECT_FALSE(LoadMenu(folder.path + "/none.plist", reason));
+    EXPECT_NE(reason, "");
+}
+
+TEST_F(MenuTest, AFileThatIsNoPropertyListIsRefused) {
+    EXPECT_FALSE(Load("bplist00"));
+    EXPECT_FALSE(Load("<html/>"));
+    EXPECT_FALSE(Load(""));
+}
+
+TEST_F(MenuTest, AFileWithoutTheDelegateIsRefused) {
+    EXPECT_FALSE(Load(Plist("")));
+    EXPECT_FALSE(Load(Plist("<key>ApplicationDelegate</key><string>other</string>")));
+    EXPECT_TRUE(Load(Plist(kDelegate)));
+}
+
+TEST_F(MenuTest, AnItemWithAnUnknownActionOrWithoutATitleIsRefused) {
+    EXPECT_FALSE(Load(Menu(Item("selfDestruct:", "Command-Q"))));
+    EXPECT_EQ(reason, "unknown action selfDestruct:");
+    EXPECT_FALSE(Load(Menu("<dict><key>Action</key><string>terminate:</string></dict>")));
+}
+
+TEST_F(MenuTest, AnItemsKeyCountsWithExactlyItsModifiers) {
+    ASSERT_TRUE(Load(
+        Menu(Item("terminate:", "Command-Option-X") + Item("performMiniaturize:", "Command-X"))));
+    buttonsAndModifiers = kCommandBit | kOptionBit;
+    EXPECT_TRUE(PerformKeyEquivalent("x"));
+    EXPECT_EQ(quits, 1);
+    buttonsAndModifiers = kCommandBit | kLeftButtonBit;  // buttons do not matter
+    EXPECT_TRUE(PerformKeyEquivalent("X"));
+    EXPECT_EQ(minimised, 1);
+    buttonsAndModifiers = kCommandBit | kShiftBit;
+    EXPECT_FALSE(PerformKeyEquivalent("x"));
+    buttonsAndModifiers = 0;
+    EXPECT_FALSE(PerformKeyEquivalent("x"));
+    EXPECT_EQ(quits + minimised, 2);
+}
+
+TEST_F(MenuTest, AnItemWithoutAKeyIsNotTakenByAKeyWithoutText) {
+    ASSERT_TRUE(Load(Menu(Item("terminate:", ""))));
+    EXPECT_FALSE(PerformKeyEquivalent(""));
+    EXPECT_EQ(quits, 0);
+}
+
+TEST(Menu, WithoutItsFileTheProgramEndsWithAFatalMessageAndStatus1) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder.path + "/bin");
+    fs::create_directories(folder.path + "/game");
+    const std::string program = folder.path + "/bin/moxi";
+    fs::copy_file(fs::path(MOXI_BIN_DIR) / "moxi", program);
+    const ProgramResult result =
+        RunProgram(program, {"--headless", folder.path + "/game"}, folder.path);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_NE(result.errors.find("fatal: Failed loading MainMenu. Terminating. So sorry!\n"),
+              std::string::npos)
+        << result.errors;
+}
+
+}  // namespace
