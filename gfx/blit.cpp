@@ -27,6 +27,11 @@ bool RowOverlaps(const u8* to, const u8* from) {
     return distance - 1 < kKernelBlock - 1;
 }
 
+// Host bitmaps and the image share no bytes, and what is copied was found to lie within them.
+bool AreSeparate() {
+    return srcSelection.host != dstSelection.host;
+}
+
 void CopyArea(const Copy& copy, bool invert) {
     if (copy.target.Empty()) return;
     const Area& target = copy.target;
@@ -40,13 +45,19 @@ void CopyArea(const Copy& copy, bool invert) {
     const auto blend = [&](const Kernels* set, std::size_t rowCount) {
         (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rowCount);
     };
-    if (toStride == fromStride) {
-        blend(RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
+    if (AreSeparate() || rows == 1 || toStride == fromStride) {
+        blend(!AreSeparate() && RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
         return;
     }
     for (std::size_t row = 0; row < rows; ++row, to += toStride, from += fromStride) {
         blend(RowOverlaps(to, from) ? &scalarKernels : kernels, 1);
     }
+}
+
+// What a copy takes from a host bitmap: beyond it everything is transparent.
+Area WithinSource(const Copy& copy) {
+    return Intersect(copy.target,
+                     Moved(BitmapArea(srcSelection), -copy.toSourceX, -copy.toSourceY));
 }
 
 // The copy pixel by pixel, for a destination whose record leads out of the image: only pixels that
@@ -73,14 +84,9 @@ struct BlitWork {
     template <class Visit>
     void ForEachCopy(Visit visit) const {
         ForEachTile(tiling, visible, [&](i64 x, i64 y, const Area& part) {
-            const i64 toSourceX = sourceX - x;
-            const i64 toSourceY = sourceY - y;
-            Area target = part;
-            if (srcSelection.host) {
-                // Beyond a host bitmap everything is transparent.
-                target = Intersect(target, Moved(BitmapArea(srcSelection), -toSourceX, -toSourceY));
-            }
-            visit(Copy{target, toSourceX, toSourceY});
+            Copy copy = {part, sourceX - x, sourceY - y};
+            if (srcSelection.host) copy.target = WithinSource(copy);
+            visit(copy);
         });
     }
 };
@@ -132,6 +138,18 @@ void RunBlit(const BlitWork& work) {
     });
 }
 
+// The way of nearly all blits: one copy. False when the destination is not reached.
+bool RunOneCopy(const Area& visible, i64 toSourceX, i64 toSourceY, bool invert) {
+    if (visible.Empty()) return true;
+    const Area source = Moved(visible, toSourceX, toSourceY);
+    if (!srcSelection.host) RequireArea(srcSelection, source);
+    if (!Reaches(dstSelection, visible)) return false;
+    Copy copy = {visible, toSourceX, toSourceY};
+    if (srcSelection.host) copy.target = WithinSource(copy);
+    CopyArea(copy, invert);
+    return true;
+}
+
 // The copies go on beyond the limit, where they draw nothing, until the host ends.
 void PlaceCopiesForever() {
     while (gfxSlots.stillRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -146,7 +164,11 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
     // one copy in each row of copies, or no end of them.
     const bool empty = width <= 0 || height <= 0;
     const bool endless = !empty && invert && sourceX > 0 && sourceX < right;
-    if (!empty) {
+    const Area once = {x, y, i64{x} + width, i64{y} + height};
+    const bool done = !empty && right == 0 && bottom == 0 &&
+                      RunOneCopy(Intersect(once, ClipArea(dstSelection)), i64{sourceX} - x,
+                                 i64{sourceY} - y, invert);
+    if (!empty && !done) {
         Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
         if (invert && !endless) tiling.right = std::min(tiling.right, i64{x} + width);
         if (endless) tiling.bottom = std::min(tiling.bottom, i64{y} + height);

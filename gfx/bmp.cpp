@@ -18,7 +18,7 @@ constexpr u32 kFileHeaderSize = 14;
 constexpr u32 kInfoHeaderSize = 40;
 constexpr u32 kHeadersSize = kFileHeaderSize + kInfoHeaderSize;
 constexpr u32 kPixelsPerMetre = 2947;
-constexpr u32 kPieceSize = 1U << 18;   // that rows are written in
+constexpr u32 kPieceSize = 1U << 20;   // that rows are written in
 constexpr u32 kFirstBlock = 1U << 22;  // memory for pixel data to start with
 
 struct FileCloser {
@@ -182,8 +182,9 @@ bool WriteRows(u32 file, const Selection& selection) {
     const std::size_t pixels = std::min<std::size_t>(
         stride / kBytesPerPixel, static_cast<u32>(std::max(0, selection.width)));
     const u32 rowsAtOnce = std::max<u32>(1, kPieceSize / stride);
-    std::vector<u8> piece(std::size_t{stride} *
-                          std::min(rowsAtOnce, static_cast<u32>(selection.height)));
+    // Kept for the next picture: fresh memory would cost as much as a third of the writing.
+    static std::vector<u8> piece;
+    piece.resize(std::size_t{stride} * std::min(rowsAtOnce, static_cast<u32>(selection.height)));
     for (i64 bottom = selection.height; bottom > 0;) {
         const i64 top = std::max<i64>(0, bottom - rowsAtOnce);
         u8* to = piece.data();

@@ -82,6 +82,9 @@ struct Kernels {
 
 extern const Kernels scalarKernels;
 
+// What every processor runs that this was compiled for.
+const Kernels* BaselineKernels();
+
 // The ones in use: the scalar ones until ChooseKernels.
 extern const Kernels* kernels;
 

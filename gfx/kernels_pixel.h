@@ -9,7 +9,8 @@
 
 // Constants of the vector loops, one 16-byte vector each.
 struct BlendBytes {
-    alignas(16) u8 lowBytes[16], one[16], alphaMask[16], alphaBytes[16];
+    alignas(16) u8 one[16], oneOrMost[16], most[16], alphaMask[16];
+    alignas(16) u8 evenTwice[16], oddTwice[16], alphaHigh[16], firstAlphas[16], lastAlphas[16];
 };
 extern const BlendBytes blendBytes;
 
@@ -112,29 +113,37 @@ inline void HuePixel(u8* pixel, f64 low, f64 moving, f64 value, const HueOrder& 
 }
 
 // The average of a box. Each cell's share is truncated on its own, so the sum comes short; a byte
-// that is the same in every cell is therefore taken as it is. A box without extent is the pixel
-// that it lies in.
+// that is the same in every cell is therefore taken as it is.
+struct BoxAverage {
+    u32 firstPixel;
+    u64 area;
+    u32 different = 0;
+    u64 sums[4] = {};
+
+    void Add(u32 pixel, u64 weight) {
+        different |= pixel ^ firstPixel;
+        for (u32 i = 0; i < 4; ++i) sums[i] += ByteOf(pixel, i) * weight / area;
+    }
+    u32 Channel(u32 i) const {
+        return ByteOf(different, i) == 0 ? ByteOf(firstPixel, i)
+                                         : static_cast<u32>(std::min<u64>(sums[i], 255));
+    }
+    u32 Pixel() const { return PackBytes(Channel(0), Channel(1), Channel(2), Channel(3)); }
+};
+
+// A box without extent is the pixel that it lies in.
 inline u32 AverageBox(const BoxColumn& column, const BoxRow& row) {
     const u8* line = row.pixels + column.offset;
     const u32 firstPixel = LoadBytes<u32>(line);
     if (column.cells * row.bands <= 1) return firstPixel;
-    const u64 area = u64{column.width} * row.height;
-    u64 sums[4] = {};
-    u32 different = 0;
+    BoxAverage average = {firstPixel, u64{column.width} * row.height};
     for (u32 band = 0; band < row.bands; ++band, line += row.stride) {
         const u32 bandHeight = band == 0 ? row.first : (band + 1 == row.bands ? row.last : 32);
         for (u32 cell = 0; cell < column.cells; ++cell) {
             const u32 cellWidth =
                 cell == 0 ? column.first : (cell + 1 == column.cells ? column.last : 32);
-            const u64 weight = u64{cellWidth} * bandHeight;
-            const u32 pixel = LoadBytes<u32>(line + std::size_t{4} * cell);
-            different |= pixel ^ firstPixel;
-            for (u32 i = 0; i < 4; ++i) sums[i] += ByteOf(pixel, i) * weight / area;
+            average.Add(LoadBytes<u32>(line + std::size_t{4} * cell), u64{cellWidth} * bandHeight);
         }
     }
-    const auto channel = [&](u32 i) {
-        return ByteOf(different, i) == 0 ? ByteOf(firstPixel, i)
-                                         : static_cast<u32>(std::min<u64>(sums[i], 255));
-    };
-    return PackBytes(channel(0), channel(1), channel(2), channel(3));
+    return average.Pixel();
 }

@@ -8,6 +8,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include <algorithm>
+
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 
@@ -17,9 +19,8 @@ namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
-// Without vectors the plain loops are the best there is.
 const Kernels* Table() {
-    return &scalarKernels;
+    return BaselineKernels();
 }
 
 #else
@@ -55,7 +56,7 @@ HWY_INLINE void StorePixels(V32 v, u8* pixels) {
     hn::StoreU(hn::BitCast(d8, v), d8, pixels);
 }
 
-// Whether choosing between vectors takes one operation.
+// Whether choosing bytes from two vectors takes one operation.
 constexpr bool kCheapSelect = HWY_TARGET != HWY_SSSE3;
 
 // Whether masks have registers of their own, so that unsigned comparisons are single operations.
@@ -75,15 +76,22 @@ constexpr bool kPartialAccess = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
 // Constants of the blending loops, in registers from the start: made from numbers within the loop,
 // which compilers prefer when they know them, they would cost as much as the arithmetic.
 struct BlendConstants {
-    V16 lowBytes, one;
+    V16 one, oneOrMost, most;
     V32 alphaMask;
-    V8 alphaBytes;
+    V8 evenTwice, oddTwice, alphaHigh, firstAlphas, lastAlphas;
 };
 
 HWY_INLINE BlendConstants LoadBlendConstants() {
     const auto load = [](const u8* bytes) { return hn::LoadDup128(d8, bytes); };
-    return {hn::BitCast(d16, load(blendBytes.lowBytes)), hn::BitCast(d16, load(blendBytes.one)),
-            hn::BitCast(d32, load(blendBytes.alphaMask)), load(blendBytes.alphaBytes)};
+    return {hn::BitCast(d16, load(blendBytes.one)),
+            hn::BitCast(d16, load(blendBytes.oneOrMost)),
+            hn::BitCast(d16, load(blendBytes.most)),
+            hn::BitCast(d32, load(blendBytes.alphaMask)),
+            load(blendBytes.evenTwice),
+            load(blendBytes.oddTwice),
+            load(blendBytes.alphaHigh),
+            load(blendBytes.firstAlphas),
+            load(blendBytes.lastAlphas)};
 }
 
 // Bytes 1 and 3 of each pixel as 16-bit lanes; bytes 0 and 2 are left by a mask.
@@ -94,55 +102,78 @@ HWY_INLINE V32 JoinBytes(V16 even, V16 odd) {
     return hn::BitCast(d32, hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-// Which pixels of a vector need no arithmetic.
-struct Extremes {
-    hn::Mask<D32> transparent, opaque;
-};
-
-HWY_INLINE Extremes FindExtremes(V32 source, const BlendConstants& constants) {
+HWY_INLINE bool AllTransparent(V32 any, const BlendConstants& constants) {
     if constexpr (kMaskRegisters) {
-        return {hn::Lt(source, hn::Set(d32, 0x01000000)), hn::Gt(source, hn::Set(d32, 0xFEFFFFFF))};
+        return hn::AllTrue(d32, hn::Lt(any, hn::Set(d32, 0x01000000)));
     }
-    const V32 alpha = hn::And(source, constants.alphaMask);
-    return {hn::Eq(alpha, hn::Zero(d32)), hn::Eq(alpha, constants.alphaMask)};
+    return hn::AllTrue(d32, hn::Eq(hn::And(any, constants.alphaMask), hn::Zero(d32)));
+}
+
+HWY_INLINE bool AllOpaque(V32 all, const BlendConstants& constants) {
+    if constexpr (kMaskRegisters) {
+        return hn::AllTrue(d32, hn::Gt(all, hn::Set(d32, 0xFEFFFFFF)));
+    }
+    return hn::AllTrue(d32, hn::Eq(hn::And(all, constants.alphaMask), constants.alphaMask));
 }
 
 // Source pixels laid over old ones; with kAddAlpha their alphas are added.
 //
-// A byte times alpha over 255 is the high half of its product with 257 * alpha + 1, exactly, and a
-// byte times (255 - alpha) over 255 that of its product with 65536 - 257 * alpha. The first factor
-// does not fit in 16 bits for an alpha of 255, the second one for 0: those pixels are put in after.
+// A byte times alpha over 255 is exactly byte 3 of (257 * byte) * (256 * alpha + 1), for every byte
+// and every alpha: with the byte twice in a 16-bit lane it is the upper byte of the high product.
 template <bool kInverted, bool kAddAlpha>
-HWY_INLINE V32 Mix(V32 source, V32 old, const Extremes& extremes, const BlendConstants& constants) {
-    const V32 colour = kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source;
+HWY_INLINE V32 MixByParity(V32 source, V32 old, const BlendConstants& constants) {
+    const V8 colour =
+        hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
+    const V8 under = hn::BitCast(d8, old);
     const V16 alpha =
-        hn::BitCast(d16, hn::TableLookupBytes(hn::BitCast(d8, source), constants.alphaBytes));
-    const V16 part = hn::Add(alpha, constants.one);
-    const V16 keep = hn::Sub(hn::Zero(d16), alpha);
-    const V16 colourEven = hn::And(hn::BitCast(d16, colour), constants.lowBytes);
-    const V16 oldEven = hn::And(hn::BitCast(d16, old), constants.lowBytes);
-    const V16 even = hn::Add(hn::MulHigh(colourEven, part), hn::MulHigh(oldEven, keep));
-    const V16 odd = hn::Add(hn::MulHigh(OddBytes(colour), part), hn::MulHigh(OddBytes(old), keep));
-    V16 high = hn::ShiftLeft<8>(odd);
-    V32 mixed;
-    if constexpr (kAddAlpha) {
-        const V32 sum =
-            hn::BitCast(d32, hn::SaturatedAdd(hn::BitCast(d8, source), hn::BitCast(d8, old)));
-        if constexpr (kMaskRegisters) {
-            mixed = hn::OrAnd(hn::AndNot(constants.alphaMask, hn::BitCast(d32, hn::Or(even, high))),
-                              constants.alphaMask, sum);
-        } else {
-            high = hn::OddEven(hn::BitCast(d16, hn::And(sum, constants.alphaMask)), high);
-            mixed = hn::BitCast(d32, hn::Or(even, high));
-        }
+        hn::BitCast(d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), constants.alphaHigh));
+    const V16 part = hn::Or(alpha, constants.one);
+    const V16 keep = hn::Sub(constants.most, alpha);
+    const auto times = [](V8 bytes, V8 order, V16 factor) {
+        return hn::MulHigh(hn::BitCast(d16, hn::TableLookupBytesOr0(bytes, order)), factor);
+    };
+    const auto join = [](V16 even, V16 odd, V8 own) {
+        if constexpr (kAddAlpha) odd = hn::OddEven(hn::BitCast(d16, own), odd);
+        return hn::OddEven(hn::BitCast(d8, odd), hn::BitCast(d8, hn::ShiftRight<8>(even)));
+    };
+    const V8 added = join(times(colour, constants.evenTwice, part),
+                          times(colour, constants.oddTwice, part), colour);
+    const V8 kept = join(times(under, constants.evenTwice, keep),
+                         times(under, constants.oddTwice, keep), under);
+    return hn::BitCast(d32, hn::SaturatedAdd(added, kept));
+}
+
+// The same with added alpha, by halves of 16 bytes. Their lanes have factors of their own: alpha's
+// is that of 255.
+template <bool kInverted>
+HWY_INLINE V32 MixByHalves(V32 source, V32 old, const BlendConstants& constants) {
+    const V8 colour =
+        hn::BitCast(d8, kInverted ? hn::Xor(source, hn::Set(d32, kColourMask)) : source);
+    const V8 under = hn::BitCast(d8, old);
+    const auto alphas = [&](V8 order) {
+        return hn::BitCast(d16, hn::TableLookupBytesOr0(hn::BitCast(d8, source), order));
+    };
+    const auto times = [](V8 twice, V16 factor) {
+        return hn::BitCast(d8, hn::MulHigh(hn::BitCast(d16, twice), factor));
+    };
+    const V16 first = alphas(constants.firstAlphas);
+    const V16 last = alphas(constants.lastAlphas);
+    const V8 added = hn::ConcatOdd(
+        d8, times(hn::InterleaveUpper(d8, colour, colour), hn::Or(last, constants.oneOrMost)),
+        times(hn::InterleaveLower(d8, colour, colour), hn::Or(first, constants.oneOrMost)));
+    const V8 kept = hn::ConcatOdd(
+        d8, times(hn::InterleaveUpper(d8, under, under), hn::Sub(constants.most, last)),
+        times(hn::InterleaveLower(d8, under, under), hn::Sub(constants.most, first)));
+    return hn::BitCast(d32, hn::SaturatedAdd(added, kept));
+}
+
+template <bool kInverted, bool kAddAlpha>
+HWY_INLINE V32 Mix(V32 source, V32 old, const BlendConstants& constants) {
+    if constexpr (kAddAlpha && !kCheapSelect) {
+        return MixByHalves<kInverted>(source, old, constants);
     } else {
-        mixed = hn::BitCast(d32, hn::Or(even, high));
+        return MixByParity<kInverted, kAddAlpha>(source, old, constants);
     }
-    // The arithmetic leaves the colours of the pixels that it cannot do at 0.
-    return kCheapSelect ? hn::IfThenElse(extremes.transparent, old,
-                                         hn::IfThenElse(extremes.opaque, colour, mixed))
-                        : hn::Or(mixed, hn::Or(hn::IfThenElseZero(extremes.transparent, old),
-                                               hn::IfThenElseZero(extremes.opaque, colour)));
 }
 
 template <bool kInverted>
@@ -152,8 +183,7 @@ HWY_INLINE V32 Shown(V32 source) {
 
 template <bool kInverted>
 HWY_INLINE void BlendOne(u8* to, V32 source, const BlendConstants& constants) {
-    const Extremes extremes = FindExtremes(source, constants);
-    StorePixels(Mix<kInverted, true>(source, LoadPixelsOnce(to), extremes, constants), to);
+    StorePixels(Mix<kInverted, true>(source, LoadPixelsOnce(to), constants), to);
 }
 
 // Less than a vector; only where parts of one can be loaded and stored.
@@ -161,53 +191,65 @@ template <bool kInverted>
 HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
                            const BlendConstants& constants) {
     const V32 source = LoadFirst(from, count);
-    const Extremes extremes = FindExtremes(source, constants);
-    if (hn::AllTrue(d32, extremes.transparent)) return;
-    StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), extremes, constants), to, count);
+    if (AllTransparent(source, constants)) return;
+    StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), constants), to, count);
 }
 
-// A row as blocks of four vectors, vectors, and what is left.
+// Vectors that are looked at together: 128 bytes, but 64 where vectors are short.
+constexpr std::size_t kBlockVectors = HWY_TARGET == HWY_AVX3 ? 2 : 4;
+
+// A row in bytes: up to where it goes by blocks, up to where by vectors, and the pixels left.
 struct RowParts {
     std::size_t blocks, vectors, pixels;
 };
 
 template <bool kInverted>
-HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
-                         const BlendConstants& constants) {
-    const std::size_t lanes = hn::Lanes(d32);
-    // Four vectors at a time: long runs of transparent and of opaque pixels are the rule. In a
-    // mixed block the arithmetic costs no more than finding out where it could be left out.
-    for (std::size_t i = parts.blocks; i != 0; --i, to += 16 * lanes, from += 16 * lanes) {
-        const V32 s0 = LoadPixels(from);
-        const V32 s1 = LoadPixels(from + 4 * lanes);
-        const V32 s2 = LoadPixels(from + 8 * lanes);
-        const V32 s3 = LoadPixels(from + 12 * lanes);
-        const V32 any = hn::Or(hn::Or(s0, s1), hn::Or(s2, s3));
-        if (hn::AllTrue(d32, FindExtremes(any, constants).transparent)) continue;
-        const V32 all = hn::And(hn::And(s0, s1), hn::And(s2, s3));
-        if (hn::AllTrue(d32, FindExtremes(all, constants).opaque)) {
+HWY_INLINE void BlendBlock(u8* to, const u8* from, const BlendConstants& constants) {
+    const std::size_t step = 4 * hn::Lanes(d32);
+    // Long runs of transparent and of opaque pixels are the rule. The first pixel says which run to
+    // look for; mixed pixels cost no more than finding out where the arithmetic could be left out.
+    const u8 firstAlpha = from[3];
+    constexpr bool kFour = kBlockVectors == 4;
+    const V32 s0 = LoadPixels(from);
+    const V32 s1 = LoadPixels(from + step);
+    const V32 s2 = kFour ? LoadPixels(from + 2 * step) : s0;
+    const V32 s3 = kFour ? LoadPixels(from + 3 * step) : s1;
+    if (firstAlpha == 0) {
+        if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) return;
+    } else if (firstAlpha == 255) {
+        if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)), constants)) {
             StorePixels(Shown<kInverted>(s0), to);
-            StorePixels(Shown<kInverted>(s1), to + 4 * lanes);
-            StorePixels(Shown<kInverted>(s2), to + 8 * lanes);
-            StorePixels(Shown<kInverted>(s3), to + 12 * lanes);
-        } else {
-            BlendOne<kInverted>(to, s0, constants);
-            BlendOne<kInverted>(to + 4 * lanes, s1, constants);
-            BlendOne<kInverted>(to + 8 * lanes, s2, constants);
-            BlendOne<kInverted>(to + 12 * lanes, s3, constants);
+            StorePixels(Shown<kInverted>(s1), to + step);
+            if constexpr (kFour) StorePixels(Shown<kInverted>(s2), to + 2 * step);
+            if constexpr (kFour) StorePixels(Shown<kInverted>(s3), to + 3 * step);
+            return;
         }
     }
-    for (std::size_t i = parts.vectors; i != 0; --i, to += 4 * lanes, from += 4 * lanes) {
-        const V32 source = LoadPixels(from);
-        if (hn::AllTrue(d32, FindExtremes(source, constants).transparent)) continue;
-        BlendOne<kInverted>(to, source, constants);
+    BlendOne<kInverted>(to, s0, constants);
+    BlendOne<kInverted>(to + step, s1, constants);
+    if constexpr (kFour) BlendOne<kInverted>(to + 2 * step, s2, constants);
+    if constexpr (kFour) BlendOne<kInverted>(to + 3 * step, s3, constants);
+}
+
+template <bool kInverted>
+HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
+                         const BlendConstants& constants) {
+    const std::size_t step = 4 * hn::Lanes(d32);
+    std::size_t i = 0;
+    for (; i != parts.blocks; i += kBlockVectors * step) {
+        BlendBlock<kInverted>(to + i, from + i, constants);
+    }
+    for (; i != parts.vectors; i += step) {
+        const V32 source = LoadPixels(from + i);
+        if (AllTransparent(source, constants)) continue;
+        BlendOne<kInverted>(to + i, source, constants);
     }
     if (parts.pixels == 0) return;
     if constexpr (kPartialAccess) {
-        BlendFirst<kInverted>(to, from, parts.pixels, constants);
+        BlendFirst<kInverted>(to + i, from + i, parts.pixels, constants);
     } else {
-        for (std::size_t i = 0; i < parts.pixels; ++i) {
-            BlitPixel<kInverted>(to + 4 * i, LoadBytes<u32>(from + 4 * i));
+        for (const std::size_t end = i + 4 * parts.pixels; i != end; i += 4) {
+            BlitPixel<kInverted>(to + i, LoadBytes<u32>(from + i));
         }
     }
 }
@@ -217,7 +259,8 @@ void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t cou
            std::size_t rows) {
     const BlendConstants constants = LoadBlendConstants();
     const std::size_t lanes = hn::Lanes(d32);
-    const RowParts parts = {count / (4 * lanes), count % (4 * lanes) / lanes, count % lanes};
+    const RowParts parts = {4 * (count - count % (kBlockVectors * lanes)),
+                            4 * (count - count % lanes), count % lanes};
     for (; rows != 0; --rows, to += toStride, from += fromStride) {
         BlendRow<kInverted>(to, from, parts, constants);
     }
@@ -228,9 +271,8 @@ void Compose(u8* to, const u32* colours, std::size_t count) {
     const std::size_t lanes = hn::Lanes(d32);
     for (; count >= lanes; count -= lanes, to += 4 * lanes, colours += lanes) {
         const V32 source = hn::LoadU(d32, colours);
-        const Extremes extremes = FindExtremes(source, constants);
-        if (hn::AllTrue(d32, extremes.transparent)) continue;
-        StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), extremes, constants), to);
+        if (AllTransparent(source, constants)) continue;
+        StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), constants), to);
     }
     for (; count != 0; --count, to += 4, ++colours) ComposePixel(to, *colours);
 }
@@ -629,8 +671,10 @@ std::vector<const Kernels*> AvailableKernels() {
     }
     hwy::SetSupportedTargetsForTest(0);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    if (available.empty() || available.back() != &scalarKernels) {
-        available.push_back(&scalarKernels);
+    for (const Kernels* each : {BaselineKernels(), &scalarKernels}) {
+        if (std::find(available.begin(), available.end(), each) == available.end()) {
+            available.push_back(each);
+        }
     }
     return available;
 }

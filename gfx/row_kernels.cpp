@@ -37,11 +37,12 @@ HWY_INLINE V16 Div255Lanes(V16 value) {
     return hn::ShiftRight<7>(hn::MulHigh(value, hn::Set(d16, 0x8081)));
 }
 
-// A vector of pixels with as many coverage bytes.
-HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour) {
+// A vector of pixels with as many coverage bytes, of which the first `done` do not count.
+HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour, std::size_t done) {
     const V16 old = hn::BitCast(d16, hn::LoadU(d8, pixels));
     // The coverage in both 16-bit lanes of its pixel.
-    const auto once = hn::PromoteTo(d32, hn::LoadU(dCoverage, coverage));
+    auto once = hn::PromoteTo(d32, hn::LoadU(dCoverage, coverage));
+    if (done != 0) once = hn::IfThenZeroElse(hn::FirstN(d32, done), once);
     const V16 cover = hn::BitCast(d16, hn::Or(once, hn::ShiftLeft<16>(once)));
     const V16 low = hn::Set(d16, 0x00FF);
     const V16 rest = hn::Sub(low, cover);
@@ -59,7 +60,13 @@ void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const std::size_t step = hn::Lanes(d32);
-    for (; x + step <= count; x += step) LayVector(pixels + x * 4, coverage + x, colour);
+    for (; x + step <= count; x += step) LayVector(pixels + x * 4, coverage + x, colour, 0);
+    if (x != 0 && x != count) {
+        // The last vector reaches back over pixels that are done; coverage of 0 leaves them alone.
+        const std::size_t last = count - step;
+        LayVector(pixels + last * 4, coverage + last, colour, x - last);
+        return;
+    }
 #endif
     for (; x < count; ++x) {
         u8* const pixel = pixels + x * 4;
@@ -72,11 +79,12 @@ bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const std::size_t step = hn::Lanes(d32);
-    auto lanes = hn::Set(d8, 0xFF);
-    for (; x + step <= count; x += step) lanes = hn::And(lanes, hn::LoadU(d8, pixels + x * 4));
-    HWY_ALIGN u8 bytes[HWY_MAX_BYTES];
-    hn::Store(lanes, d8, bytes);
-    for (std::size_t i = 0; i < step; ++i) all &= LoadBytes<u32>(bytes + i * 4);
+    auto lanes = hn::Set(d32, 0xFFFFFFFF);
+    for (; x + step <= count; x += step) {
+        lanes = hn::And(lanes, hn::BitCast(d32, hn::LoadU(d8, pixels + x * 4)));
+    }
+    const auto alpha = hn::Set(d32, 0xFF000000);
+    if (!hn::AllTrue(d32, hn::Eq(hn::And(lanes, alpha), alpha))) return false;
 #endif
     for (; x < count; ++x) all &= LoadBytes<u32>(pixels + x * 4);
     return AlphaOf(all) == 255;
@@ -86,14 +94,11 @@ void CopyExchangedHere(u8* to, const u8* from, std::size_t count) {
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
     const std::size_t step = hn::Lanes(d32);
-    const auto greenAlpha = hn::Set(d32, 0xFF00FF00);
-    const auto low = hn::Set(d32, 0x000000FF);
+    alignas(16) static constexpr u8 kExchange[16] = {2,  1, 0, 3,  6,  5,  4,  7,
+                                                     10, 9, 8, 11, 14, 13, 12, 15};
+    const auto exchange = hn::LoadDup128(d8, kExchange);
     for (; i + step <= count; i += step) {
-        const auto v = hn::BitCast(d32, hn::LoadU(d8, from + i * 4));
-        const auto exchanged =
-            hn::Or(hn::And(v, greenAlpha),
-                   hn::Or(hn::ShiftLeft<16>(hn::And(v, low)), hn::And(hn::ShiftRight<16>(v), low)));
-        hn::StoreU(hn::BitCast(d8, exchanged), d8, to + i * 4);
+        hn::StoreU(hn::TableLookupBytes(hn::LoadU(d8, from + i * 4), exchange), d8, to + i * 4);
     }
 #endif
     for (; i < count; ++i) {

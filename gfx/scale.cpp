@@ -85,7 +85,7 @@ u32 AverageAnyBox(const Box& box) {
     const Area cells = {box.left >> kUnitBits, box.top >> kUnitBits,
                         ((box.right - 1) >> kUnitBits) + 1, ((box.bottom - 1) >> kUnitBits) + 1};
     if (!srcSelection.host) RequireArea(srcSelection, cells);
-    u32 different = 0;
+    BoxAverage average = {firstPixel, area};
     Area present = cells;
     if (srcSelection.host) {
         present = Intersect(cells, BitmapArea(srcSelection));
@@ -93,24 +93,17 @@ u32 AverageAnyBox(const Box& box) {
         if (present.Empty()) return 0;
         const bool whole = present.left == cells.left && present.right == cells.right &&
                            present.top == cells.top && present.bottom == cells.bottom;
-        if (!whole) different = firstPixel;
+        if (!whole) average.different = firstPixel;
     }
-    u64 sums[4] = {};
     for (i64 y = present.top; y < present.bottom; ++y) {
         const i64 height = std::min((y + 1) * kUnit, box.bottom) - std::max(y * kUnit, box.top);
         for (i64 x = present.left; x < present.right; ++x) {
             const i64 width = std::min((x + 1) * kUnit, box.right) - std::max(x * kUnit, box.left);
-            const u64 weight = static_cast<u64>(width * height);
-            const u32 pixel = LoadBytes<u32>(PixelAt(srcSelection, x, y));
-            different |= pixel ^ firstPixel;
-            for (u32 i = 0; i < 4; ++i) sums[i] += ByteOf(pixel, i) * weight / area;
+            average.Add(LoadBytes<u32>(PixelAt(srcSelection, x, y)),
+                        static_cast<u64>(width * height));
         }
     }
-    const auto channel = [&](u32 i) {
-        return ByteOf(different, i) == 0 ? ByteOf(firstPixel, i)
-                                         : static_cast<u32>(std::min<u64>(sums[i], 255));
-    };
-    return PackBytes(channel(0), channel(1), channel(2), channel(3));
+    return average.Pixel();
 }
 
 struct ScaleWork {

@@ -12,6 +12,7 @@
 #include "base/bytes.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
+#include "vm/threaded.h"
 
 namespace {
 
@@ -62,12 +63,13 @@ std::string TraceLine() {
     std::string line = "PC trace:";
     const u64 entries = std::min<u64>(pcTraceCount, kTraceLineEntries);
     for (u64 i = pcTraceCount - entries; i < pcTraceCount; ++i) {
-        line += FormatText(" 0x%8.8X", pcTrace[i % kPcTraceSize]);
+        line += FormatText(" 0x%8.8X", pcTrace[i % kPcTraceSize].pc);
     }
     return line + "\n";
 }
 
 [[noreturn]] void EndWithFault(const char* format) {
+    SettleThreaded();
     const u32 pc = image != nullptr ? LoadBytes<u32>(image + kHeaderPC) : 0;
     AppendDebugLog(TraceLine());
     char text[128];

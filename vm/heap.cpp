@@ -25,7 +25,7 @@ i32& Head(HeapList list) {
     return heapListHeads[static_cast<i32>(list)];
 }
 
-void Unlink(u32 handle) {
+inline void Unlink(u32 handle) {
     HeapRecord& record = heapPtrs[handle];
     if (record.prev >= 0) {
         Record(record.prev).next = record.next;
@@ -35,7 +35,7 @@ void Unlink(u32 handle) {
     if (record.next >= 0) Record(record.next).prev = record.prev;
 }
 
-void PutAtHead(u32 handle, HeapList list) {
+inline void PutAtHead(u32 handle, HeapList list) {
     HeapRecord& record = heapPtrs[handle];
     record.prev = -1;
     record.next = Head(list);
@@ -44,7 +44,7 @@ void PutAtHead(u32 handle, HeapList list) {
     Head(list) = static_cast<i32>(handle);
 }
 
-void MoveToList(u32 handle, HeapList list) {
+inline void MoveToList(u32 handle, HeapList list) {
     Unlink(handle);
     PutAtHead(handle, list);
 }
@@ -54,29 +54,87 @@ void MoveToList(u32 handle, HeapList list) {
     EndProcess(1);
 }
 
-// All freed records, then all allocated ones, in ascending address order. Each record belongs
-// before the first one already placed whose offset is at least its own, so of equal offsets the
-// one that came last stands first.
+// Whether compaction may find something to do. As long as no block is freed, the blocks fill the
+// heap from the lowest one up to heapFree without a gap. An empty block, however, can change places
+// with its neighbour, since their order also depends on which was unlocked last.
+constinit bool compactionIsDue = false;
+
+// Freed and allocated records in ascending address order. Each one belongs, the freed ones first,
+// before the first already placed whose offset is at least its own, so of equal offsets the one
+// that came last stands first.
 const std::vector<i32>& AddressOrder() {
+    static std::vector<u64> keys;
     static std::vector<i32> order;
-    order.clear();
+    keys.clear();
+    u32 later = kHeapHandles;
     for (const HeapList list : {HeapList::Freed, HeapList::Allocated}) {
+        const auto middle = static_cast<i64>(keys.size());
         for (i32 i = Head(list); i >= 0; i = Record(i).next) {
             Record(i).discard = list == HeapList::Freed ? 1 : 0;
-            order.push_back(i);
+            keys.push_back(u64{Record(i).offset} << 32 | --later << 16 | static_cast<u32>(i));
         }
+        // The newest stands first in its list, so mostly they are in order the other way round.
+        std::reverse(keys.begin() + middle, keys.end());
+        if (!std::is_sorted(keys.begin() + middle, keys.end())) {
+            std::sort(keys.begin() + middle, keys.end());
+        }
+        std::inplace_merge(keys.begin(), keys.begin() + middle, keys.end());
     }
-    std::reverse(order.begin(), order.end());
-    std::stable_sort(order.begin(), order.end(),
-                     [](i32 a, i32 b) { return Record(a).offset < Record(b).offset; });
+    order.resize(keys.size());
+    std::transform(keys.begin(), keys.end(), order.begin(),
+                   [](u64 key) { return static_cast<i32>(key & 0xFFFF); });
+    return order;
+}
+
+// Neighbours that move down by the same distance, as one block.
+struct Slide {
+    u32 from = 0;
+    u32 to = 0;
+    u32 size = 0;
+};
+
+void Finish(Slide& slide) {
+    if (slide.size != 0) {
+        std::memmove(CheckedRange(slide.to, slide.size), CheckedRange(slide.from, slide.size),
+                     slide.size);
+    }
+    slide.size = 0;
+}
+
+void SlideBlocks() {
+    const std::vector<i32>& order = AddressOrder();
+    u32 p = order.empty() ? heapStart : Record(order.front()).offset;
+    Slide slide;
     i32 before = -1;
+    compactionIsDue = false;
     for (const i32 i : order) {
-        Record(i).sortPrev = before;
-        Record(i).sortNext = -1;
+        HeapRecord& record = Record(i);
+        record.sortPrev = before;
+        record.sortNext = -1;
         if (before >= 0) Record(before).sortNext = i;
         before = i;
+        if (record.discard != 0) {
+            MoveToList(static_cast<u32>(i), HeapList::Unused);
+            continue;
+        }
+        if (record.offset != p) {
+            // Blocks overlap where a module has freed handles that it did not have; there a block
+            // can even move up, and only one after the other gives what each expects.
+            const bool goesOn = record.offset > p && slide.from > slide.to &&
+                                slide.from + slide.size == record.offset &&
+                                slide.to + slide.size == p;
+            if (!goesOn) {
+                Finish(slide);
+                slide = {record.offset, p, 0};
+            }
+            slide.size += record.size;
+            record.offset = p;
+        }
+        p += record.size;
+        if (record.size == 0) compactionIsDue = true;
     }
-    return order;
+    Finish(slide);
+    heapFree = p;
 }
 
 }  // namespace
@@ -84,6 +142,7 @@ const std::vector<i32>& AddressOrder() {
 void InitHeapTable() {
     heapFree = heapStart;
     heapPointerCount = 0;
+    compactionIsDue = false;
     std::memset(static_cast<void*>(heapPtrs), 0, sizeof heapPtrs);
     std::fill(std::begin(heapListHeads), std::end(heapListHeads), -1);
     for (u32 i = 0; i < kHeapHandles; ++i) {
@@ -97,6 +156,7 @@ u32 AllocHeap(u32 size) {
     if (heapPointerCount != 0) {
         EndWithMessage("Hey, Dummy! You can't AllocHeap() while you have a pointer INTO the Heap!");
     }
+    if (size == 0) compactionIsDue = true;
     const u64 reuseLimit = u64{size} + std::min(size, kReuseSlack);
     for (i32 i = Head(HeapList::Freed); i >= 0; i = Record(i).next) {
         if (size <= Record(i).size && Record(i).size < reuseLimit) {
@@ -133,6 +193,7 @@ void FreeHeap(u32 handle) {
     }
     heapPtrs[handle].lockCount = 0;
     MoveToList(handle, HeapList::Freed);
+    compactionIsDue = true;
 }
 
 u32 LockHeap(u32 handle) {
@@ -204,19 +265,5 @@ void CompactHeap() {
         EndWithMessage(
             "Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() needs to run!");
     }
-    const std::vector<i32>& order = AddressOrder();
-    u32 p = order.empty() ? heapStart : Record(order.front()).offset;
-    for (const i32 i : order) {
-        HeapRecord& record = Record(i);
-        if (record.discard != 0) {
-            MoveToList(static_cast<u32>(i), HeapList::Unused);
-            continue;
-        }
-        if (record.offset != p) {
-            std::memmove(image + p, image + record.offset, record.size);
-            record.offset = p;
-        }
-        p += record.size;
-    }
-    heapFree = p;
+    if (compactionIsDue || Head(HeapList::Allocated) < 0) SlideBlocks();
 }

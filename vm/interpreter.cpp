@@ -12,7 +12,7 @@ namespace {
 template <bool kTraced>
 Outcome Step(Cpu& cpu) {
     const u32 at = cpu.pc;
-    pcTrace[pcTraceCount++ % kPcTraceSize] = at;
+    RecordPc(at);
     const u32 w = Load<u32>(at);
     if constexpr (kTraced) instructionTrace->before(at);
     const Outcome outcome = Execute(w, cpu);

@@ -1,11 +1,13 @@
 #include "vm/machine.h"
 
+#include <algorithm>
+
 constinit u8* image = nullptr;
 constinit u32 imageSize = 0;
 constinit u32 heapStart = 0;
 constinit u32 heapSize = 0;
 
-constinit u32 pcTrace[kPcTraceSize] = {};
+constinit TraceEntry pcTrace[kPcTraceSize] = {};
 constinit u64 pcTraceCount = 0;
 constinit u32 pcPreJsr = 0;
 constinit i32 modalDepth = 0;
@@ -38,6 +40,7 @@ void ResetMachine() {
     ReleaseImage();
     image = nullptr;
     imageSize = heapStart = heapSize = 0;
+    std::fill_n(pcTrace, kPcTraceSize, TraceEntry{});
     pcTraceCount = 0;
     pcPreJsr = 0;
     modalDepth = 0;

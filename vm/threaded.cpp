@@ -14,18 +14,22 @@
 
 // How the machine's state is kept
 //
-// PC, SP and FP are parameters that stay in processor registers from handler to handler. The header
-// is exact whenever someone can look: PC is stored before each instruction is fetched, SP and FP
-// when they change, the flags by every operation that sets them. What an instruction writes over
-// them in the header has to be lost; instructions that would write there take the slow way, which
-// is Execute (vm/execute.h) and its write-back.
+// PC, SP and FP are parameters that stay in processor registers from handler to handler. SP and FP
+// are stored in the header when they change. PC and the flags are brought there only where someone
+// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastResult`.
+// Instructions that read or write the header other than through a register operand, and those that
+// leave the handlers, take the slow way, which is Execute (vm/execute.h) and its write-back. So
+// what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
 //
-// `trace` counts the executed instructions. It is stored with each of them, because a fault leaves
-// the handlers at any point and its message names the newest of them.
+// A fault leaves the handlers at any point, where the parameters cannot be had. Therefore every
+// instruction stores its address and its number in the trace, and SettleThreaded finds the newest.
+//
+// What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
 
 namespace {
 
-#define MX_STATE_PARAMETERS u8 *base, u32 pc, u32 sp, u32 fp, u64 trace, u32 w
+// Addresses are kept in 64 bits, whose upper half is zero, so that no handler has to extend them.
+#define MX_STATE_PARAMETERS u8 *base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w
 #define MX_STATE base, pc, sp, fp, trace, w
 
 #if defined(__clang__)
@@ -41,64 +45,126 @@ using Handler = void (*)(MX_STATE_PARAMETERS);
 constexpr u32 kDispatchSize = 65536;
 Handler dispatchTable[kDispatchSize];
 
+// The newest result that set the flags, sign-extended from its size.
+constinit i64 lastResult = 0;
+// Whether `lastResult` is newer than the header's flags.
+constinit bool handlersRun = false;
+
+u8 FlagsOfLastResult() {
+    return FlagsOf(static_cast<u64>(lastResult));
+}
+
+// Whether some result has these flags: a loaded header or a modal context can hold any byte.
+bool ComeFromResult(u8 flags) {
+    return flags == 0 || flags == kOdd || flags == kZero || flags == kNeg || flags == (kNeg | kOdd);
+}
+
+i64 ResultWithFlags(u8 flags) {
+    if ((flags & kZero) != 0) return 0;
+    const i64 odd = flags & kOdd;
+    return (flags & kNeg) != 0 ? -2 + odd : 2 + odd;
+}
+
 template <class T>
-[[gnu::always_inline]] inline T Get(const u8* base, u32 address) {
+[[gnu::always_inline]] inline T Get(const u8* base, u64 address) {
     T value;
     std::memcpy(&value, base + address, sizeof value);
     return value;
 }
 
 template <class T>
-[[gnu::always_inline]] inline void Put(u8* base, u32 address, T value) {
+[[gnu::always_inline]] inline void Put(u8* base, u64 address, T value) {
     std::memcpy(base + address, &value, sizeof value);
 }
 
-// Goes to the instruction at pc.
-#define MX_DISPATCH()                                     \
-    do {                                                  \
-        Put<u32>(base, kHeaderPC, pc);                    \
-        pcTrace[trace % kPcTraceSize] = pc;               \
-        pcTraceCount = ++trace;                           \
-        w = Get<u32>(base, pc);                           \
-        MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE); \
+// Goes to the instruction at pc, which is not in the header.
+#define MX_NEXT()                                             \
+    do {                                                      \
+        TraceEntry& traced = pcTrace[trace++ % kPcTraceSize]; \
+        traced.pc = static_cast<u32>(pc);                     \
+        traced.number = static_cast<u32>(trace);              \
+        w = Get<u32>(base, pc);                               \
+        MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE);     \
+    } while (false)
+
+// Goes to the instruction at pc, wherever that is.
+#define MX_JUMP()                                  \
+    do {                                           \
+        if (pc < kHeaderSize) [[unlikely]] {       \
+            MX_TAIL_CALL JumpIntoHeader(MX_STATE); \
+        }                                          \
+        MX_NEXT();                                 \
     } while (false)
 
 // Rare instructions, and those that the fast way may not do.
 
+// The header's flags get what the handlers have kept for them.
+void BringFlags() {
+    if (handlersRun) Store<u8>(kHeaderFlags, FlagsOfLastResult());
+    handlersRun = false;
+}
+
 struct SlowResult {
-    u32 pc;
-    u32 sp;
-    u32 fp;
-    Outcome outcome;
+    u64 sp;
+    u64 fp;
+    bool leaves;
 };
 
-[[gnu::noinline]] SlowResult ExecuteSlowly(u32 w, u32 pc, u32 sp, u32 fp) {
-    Cpu cpu{pc, sp, fp, Load<u8>(kHeaderFlags)};
-    const Outcome outcome = Execute(w, cpu);
-    WriteBack(cpu);
-    return {cpu.pc, cpu.sp, cpu.fp, outcome};
+// Executes from cpu.pc, where `w` stands if `isFetched`, until the handlers can go on at the
+// header's PC: they cannot run code in the header, and cannot hold flags that no result has.
+[[gnu::noinline]] SlowResult ExecuteSlowly(Cpu cpu, u32 w, bool isFetched) {
+    BringFlags();
+    Store<u32>(kHeaderPC, cpu.pc);
+    cpu.flags = Load<u8>(kHeaderFlags);
+    do {
+        if (!isFetched) {
+            Store<u32>(kHeaderPC, cpu.pc);
+            RecordPc(cpu.pc);
+            w = Load<u32>(cpu.pc);
+        }
+        isFetched = false;
+        const Outcome outcome = Execute(w, cpu);
+        WriteBack(cpu);
+        if (outcome == Outcome::Leave) return {0, 0, true};
+    } while (cpu.pc < kHeaderSize || !ComeFromResult(cpu.flags));
+    lastResult = ResultWithFlags(cpu.flags);
+    handlersRun = true;
+    return {cpu.sp, cpu.fp, false};
 }
+
+void JumpIntoHeader(MX_STATE_PARAMETERS);
+
+#define MX_GO_SLOWLY(isFetched)                                                                   \
+    do {                                                                                          \
+        const SlowResult result = ExecuteSlowly(                                                  \
+            {static_cast<u32>(pc), static_cast<u32>(sp), static_cast<u32>(fp), 0}, w, isFetched); \
+        if (result.leaves) return;                                                                \
+        pc = Get<u32>(base, kHeaderPC);                                                           \
+        sp = result.sp;                                                                           \
+        fp = result.fp;                                                                           \
+        trace = pcTraceCount; /* a service may have run the module again */                       \
+        MX_JUMP();                                                                                \
+    } while (false)
 
 void Slow(MX_STATE_PARAMETERS) {
-    const SlowResult result = ExecuteSlowly(w, pc, sp, fp);
-    if (result.outcome == Outcome::Leave) return;
-    pc = result.pc;
-    sp = result.sp;
-    fp = result.fp;
-    trace = pcTraceCount;  // a service may have run the module again
-    MX_DISPATCH();
+    pcTraceCount = trace;
+    MX_GO_SLOWLY(true);
 }
 
-// A write of up to 8 bytes at this address reaches SP, FP or the flags. (PC is stored anew by the
-// next dispatch.)
-constexpr bool TouchesState(u32 address) {
-    constexpr u32 kFirst = kHeaderSP - 7;
-    return address - kFirst <= kHeaderFlags - kFirst;
+void JumpIntoHeader(MX_STATE_PARAMETERS) {
+    pcTraceCount = trace;
+    MX_GO_SLOWLY(false);
 }
 
-// A stack this low would write over the header.
-constexpr bool IsLowStack(u32 sp) {
-    return sp < kHeaderSize;
+// A write into the header may change PC, SP, FP or the flags, a read may see the flags. (The
+// registers' own operands are neither.)
+constexpr bool IsInHeader(u32 address) {
+    return address < kHeaderSize;
+}
+
+// A stack this low would reach into the header with a push of `size` bytes.
+constexpr bool IsLowStack(u64 sp, u32 size) {
+    return sp < kHeaderSize + size;
 }
 
 #define MX_SLOW_IF(condition)        \
@@ -125,27 +191,32 @@ constexpr OperandForm FormOf(u32 code) {
     return {};
 }
 
+// Stands for bits 5..8 of the word in handlers that are for any value of them.
+constexpr u32 kAnyLow = 16;
+
 // An operand's address from its mode, with the offset of its extension word.
-template <Mode kMode, Field kField, u32 kExtension>
-[[gnu::always_inline]] inline u32 AddressOf(const u8* base, u32 pc, u32 fp, u32 w) {
-    const u32 r = kField == Field::High ? HighRegister(w) : LowRegister(w);
+template <Mode kMode, Field kField, u32 kExtension, u32 kLow = kAnyLow>
+[[gnu::always_inline]] inline u32 AddressOf(const u8* base, u64 pc, u64 fp, u32 w) {
+    const u32 r = kField == Field::High ? HighRegister(w) : kLow < kAnyLow ? kLow : LowRegister(w);
     switch (kMode) {
         case Mode::Register: return RegisterAddress(r);
         case Mode::Indexed:
             return Get<u32>(base, pc + kExtension) + Get<u32>(base, RegisterAddress(r));
         case Mode::Absolute: return Get<u32>(base, pc + kExtension);
-        case Mode::Frame: return fp + static_cast<u32>(FrameOffset(w));
-        case Mode::Frame32: return fp + Get<u32>(base, pc + kExtension);
+        case Mode::Frame: return static_cast<u32>(fp) + static_cast<u32>(FrameOffset(w));
+        case Mode::Frame32: return static_cast<u32>(fp) + Get<u32>(base, pc + kExtension);
         default: return kImmediateSlot;
     }
 }
 
 // The value of a quick or immediate source, which has to stand in the immediate slot as well.
-template <Mode kMode, Field kField, u32 kExtension, u32 kSize>
-[[gnu::always_inline]] inline u64 FillSlot(u8* base, u32 pc, u32 w) {
+template <Mode kMode, Field kField, u32 kExtension, u32 kSize, u32 kLow>
+[[gnu::always_inline]] inline u64 FillSlot(u8* base, u64 pc, u32 w) {
     u64 value;
     if constexpr (kMode == Mode::Quick) {
-        const i32 quick = kField == Field::High ? HighQuick(w) : LowQuick(w);
+        const i32 quick = kField == Field::High ? HighQuick(w)
+                          : kLow < kAnyLow      ? LowQuick(kLow << 5)
+                                                : LowQuick(w);
         value = static_cast<u64>(i64{quick});
     } else if constexpr (kSize == 3) {
         value = Get<u64>(base, pc + kExtension);
@@ -180,8 +251,8 @@ struct IntegerOf<3> {
 };
 
 template <class T>
-[[gnu::always_inline]] inline void PutFlags(u8* base, T value) {
-    Put<u8>(base, kHeaderFlags, FlagsOf(value));
+[[gnu::always_inline]] inline void KeepFlagsOf(T value) {
+    lastResult = static_cast<SignedOf<T>>(value);
 }
 
 // --- Two-operand operations
@@ -259,7 +330,7 @@ constexpr bool SetsFlags(TwoOperand op) {
     return false;
 }
 
-template <u32 kFormCode, u32 kNumber>
+template <u32 kFormCode, u32 kNumber, u32 kLow>
 void TwoOperandHandler(MX_STATE_PARAMETERS) {
     constexpr OperandForm kForm = FormOf(kFormCode);
     constexpr u32 kSize = kNumber & 3;
@@ -270,14 +341,17 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
     constexpr bool kConstantB = kForm.b == Mode::Quick || kForm.b == Mode::Immediate;
     using T = typename IntegerOf<kSize>::Type;
 
-    const u32 a = AddressOf<kForm.a, kForm.aField, 4>(base, pc, fp, w);
-    if constexpr (WritesA(kOp) && kForm.a != Mode::Register) {
-        MX_SLOW_IF(TouchesState(a));
+    const u32 a = AddressOf<kForm.a, kForm.aField, 4, kLow>(base, pc, fp, w);
+    if constexpr (kForm.a != Mode::Register) {
+        MX_SLOW_IF(IsInHeader(a));
     }
-    const u32 b = AddressOf<kForm.b, kForm.bField, kExtensionB>(base, pc, fp, w);
+    const u32 b = AddressOf<kForm.b, kForm.bField, kExtensionB, kLow>(base, pc, fp, w);
+    if constexpr (kForm.b != Mode::Register && !kConstantB && kOp != TwoOperand::Lea) {
+        MX_SLOW_IF(IsInHeader(b));
+    }
     u64 constant = 0;
     if constexpr (kConstantB) {
-        constant = FillSlot<kForm.b, kForm.bField, kExtensionB, kSize>(base, pc, w);
+        constant = FillSlot<kForm.b, kForm.bField, kExtensionB, kSize, kLow>(base, pc, w);
     }
 
     if constexpr (kOp == TwoOperand::Lea) {
@@ -302,6 +376,8 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
         T left = 0;
         if constexpr (kOp != TwoOperand::Move && kOp != TwoOperand::Movez) {
             left = Get<T>(base, a);
+            // The compiler knows the quick value, and might do without a part of the load or all.
+            if constexpr (kForm.b == Mode::Quick && kLow < kAnyLow) KeepLoad(left);
         }
         if constexpr (IsDivision(kOp)) {
             MX_SLOW_IF(IsImpossibleDivision(kOp, left, right));
@@ -312,10 +388,10 @@ void TwoOperandHandler(MX_STATE_PARAMETERS) {
         } else if constexpr (WritesA(kOp)) {
             Put<T>(base, a, result);
         }
-        if constexpr (SetsFlags(kOp)) PutFlags(base, result);
+        if constexpr (SetsFlags(kOp)) KeepFlagsOf(result);
     }
     pc += kLength;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // --- One-operand operations
@@ -341,9 +417,9 @@ template <u32 kNumber, class T>
     } else if constexpr (kOp == OneOperand::Not) {
         const T result = static_cast<T>(~Get<T>(base, e));
         Put<T>(base, e, result);
-        PutFlags(base, result);
+        KeepFlagsOf(result);
     } else if constexpr (kOp == OneOperand::Tst) {
-        PutFlags(base, Get<T>(base, e));
+        KeepFlagsOf(Get<T>(base, e));
     } else if constexpr (kOp == OneOperand::Extz) {
         Put<u64>(base, e, Get<T>(base, e));
     } else if constexpr (kOp == OneOperand::Exts) {
@@ -370,13 +446,13 @@ template <u32 kNumber, class T>
     }
 }
 
-#define MX_PUSH(type, value)                                              \
-    do {                                                                  \
-        MX_SLOW_IF(IsLowStack(sp - u32{sizeof(type)}) || IsLowStack(sp)); \
-        const type pushed = (value);                                      \
-        Put<type>(base, sp - u32{sizeof(type)}, pushed);                  \
-        sp -= u32{sizeof(type)};                                          \
-        Put<u32>(base, kHeaderSP, sp);                                    \
+#define MX_PUSH(type, value)                             \
+    do {                                                 \
+        MX_SLOW_IF(IsLowStack(sp, sizeof(type)));        \
+        const type pushed = (value);                     \
+        Put<type>(base, sp - u32{sizeof(type)}, pushed); \
+        sp -= u32{sizeof(type)};                         \
+        Put<u32>(base, kHeaderSP, static_cast<u32>(sp)); \
     } while (false)
 
 template <u32 kFormIndex, u32 kNumber>
@@ -390,39 +466,55 @@ void OneOperandHandler(MX_STATE_PARAMETERS) {
     u32 e;
     if constexpr (kMode == Mode::Register) {
         e = RegisterAddress(w >> 16);  // not masked
+        MX_SLOW_IF(e > RegisterAddress(15));
     } else {
         e = AddressOf<kMode, Field::High, 4>(base, pc, fp, w);
+        if constexpr (kOp != OneOperand::Pea) {
+            MX_SLOW_IF(IsInHeader(e));
+        }
     }
     if constexpr (kOp == OneOperand::Push) {
         MX_PUSH(Pushed, (Get<T>(base, e)));
     } else if constexpr (kOp == OneOperand::Pea) {
         MX_PUSH(u32, e);
     } else {
-        if constexpr (kOp != OneOperand::Tst) {
-            MX_SLOW_IF(TouchesState(e));
-        }
         if constexpr (kOp == OneOperand::Pop) {
+            MX_SLOW_IF(IsLowStack(sp, 0));
             Put<T>(base, e, static_cast<T>(KeepLoad(Get<Pushed>(base, sp))));
-            sp += u32{sizeof(Pushed)};
-            Put<u32>(base, kHeaderSP, sp);
+            sp += sizeof(Pushed);
+            Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
         } else {
             Transform<kNumber, T>(base, e);
         }
     }
     pc += kLength;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // --- Branches and jumps
 
+template <Condition kCondition>
+[[gnu::always_inline]] inline bool HoldsFor(i64 result) {
+    switch (kCondition) {
+        case Condition::Eq: return result == 0;
+        case Condition::Ne: return result != 0;
+        case Condition::Ge: return result >= 0;
+        case Condition::Gt: return result > 0;
+        case Condition::Le: return result <= 0;
+        case Condition::Lt: return result < 0;
+        case Condition::Ev: return (result & 1) == 0;
+        case Condition::Od: return (result & 1) != 0;
+    }
+}
+
 template <u32 kCondition>
 void FlagBranchHandler(MX_STATE_PARAMETERS) {
-    if (Holds(static_cast<Condition>(kCondition), Get<u8>(base, kHeaderFlags))) {
+    if (HoldsFor<static_cast<Condition>(kCondition)>(lastResult)) {
         pc = BranchTarget(w);
-        MX_DISPATCH();
+        MX_JUMP();
     }
     pc += 4;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // `kBits` are bits 3..9: operand mode, size and condition.
@@ -435,86 +527,101 @@ void TestBranchHandler(MX_STATE_PARAMETERS) {
     u32 e = x;
     if constexpr (kMode == TestOperand::Register) {
         e = RegisterAddress(x);
-    } else if constexpr (kMode == TestOperand::Indirect) {
-        e = Get<u32>(base, RegisterAddress(x));
-    } else if constexpr (kMode == TestOperand::Frame32) {
-        e = fp + x;
+        MX_SLOW_IF(e - RegisterAddress(0) > RegisterAddress(15) - RegisterAddress(0));
+    } else {
+        if constexpr (kMode == TestOperand::Indirect) {
+            // Also this register number is not masked.
+            const u32 pointer = RegisterAddress(x);
+            MX_SLOW_IF(pointer - RegisterAddress(0) > RegisterAddress(15) - RegisterAddress(0));
+            e = Get<u32>(base, pointer);
+        } else if constexpr (kMode == TestOperand::Frame32) {
+            e = static_cast<u32>(fp) + x;
+        }
+        MX_SLOW_IF(IsInHeader(e));
     }
-    const u8 flags = FlagsOf(Get<T>(base, e));
-    Put<u8>(base, kHeaderFlags, flags);
-    if (Holds(static_cast<Condition>(BranchCondition(kWord)), flags)) {
+    lastResult = static_cast<SignedOf<T>>(Get<T>(base, e));
+    if (HoldsFor<static_cast<Condition>(BranchCondition(kWord))>(lastResult)) {
         pc = BranchTarget(w);
-        MX_DISPATCH();
+        MX_JUMP();
     }
     pc += 8;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 void TableJumpHandler(MX_STATE_PARAMETERS) {
-    pc = Get<u32>(base, BranchTarget(w) + Get<u32>(base, RegisterAddress(TableRegister(w))));
-    MX_DISPATCH();
+    const u32 entry = BranchTarget(w) + Get<u32>(base, RegisterAddress(TableRegister(w)));
+    MX_SLOW_IF(IsInHeader(entry));
+    pc = Get<u32>(base, entry);
+    MX_JUMP();
 }
 
 void JumpHandler(MX_STATE_PARAMETERS) {
     pc = BranchTarget(w);
-    MX_DISPATCH();
+    MX_JUMP();
 }
 
 void NoOperationHandler(MX_STATE_PARAMETERS) {
     pc += 4;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // --- Calls and returns
 
 template <bool kThroughRegister>
 void CallHandler(MX_STATE_PARAMETERS) {
-    MX_SLOW_IF(IsLowStack(sp - 8) || IsLowStack(sp));
+    MX_SLOW_IF(IsLowStack(sp, 8));
     u32 target;
     if constexpr (kThroughRegister) {
         target = Get<u32>(base, RegisterAddress(w >> 12 & 15));
     } else {
         target = Get<u32>(base, pc + 4);
     }
-    pcPreJsr = pc + 4;
+
+    pcPreJsr = static_cast<u32>(pc) + 4;
     sp -= 8;
-    // Two pushes: the argument byte count above the return address.
-    Put<u64>(base, sp, (pc + (kThroughRegister ? 4 : 8)) | u64{w >> 16} << 32);
-    Put<u32>(base, kHeaderSP, sp);
+    // Two pushes: the argument byte count, which may fault, and below it the return address.
+    Put<u32>(base, sp + 4, w >> 16);
+    asm volatile("" : : : "memory");  // in this order
+    Put<u32>(base, sp, static_cast<u32>(pc) + (kThroughRegister ? 4 : 8));
+    Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     pc = target;
-    MX_DISPATCH();
+    MX_JUMP();
 }
 
 template <u32 kRegisters>
 void LinkHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
-    const u32 newFP = sp - 4;
-    const u32 newSP = newFP - (w >> 14) - kSavedSize;
-    MX_SLOW_IF(IsLowStack(newSP) || newSP > sp);
-    Put<u32>(base, newFP, fp);
+    const u64 newFP = sp - 4;
+    const u32 room = 4 + (w >> 14) + kSavedSize;
+    MX_SLOW_IF(IsLowStack(sp, room));
+    const u64 newSP = sp - room;
+    Put<u32>(base, newFP, static_cast<u32>(fp));
     std::memcpy(base + newSP, base + RegisterAddress(14) - kSavedSize, kSavedSize);
     fp = newFP;
     sp = newSP;
-    Put<u32>(base, kHeaderSP, sp);
-    Put<u32>(base, kHeaderFP, fp);
+    Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
+    Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc += 4;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 template <u32 kRegisters>
 void ReturnHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
+    // The host's return (to 0), locks to release, and a frame in the header are rare.
+    MX_SLOW_IF(IsLowStack(fp, 0) || heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
+    if constexpr (kRegisters != 0) {
+        MX_SLOW_IF(IsLowStack(sp, 0));
+    }
     const u32 returnAddress = Get<u32>(base, fp + 4);
-    // The host's return, locks to release, and a frame in the header are rare.
-    MX_SLOW_IF(returnAddress == 0 || IsLowStack(sp) || IsLowStack(fp) ||
-               heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
+    MX_SLOW_IF(IsInHeader(returnAddress));
     std::memcpy(base + RegisterAddress(14) - kSavedSize, base + sp, kSavedSize);
-    sp = fp + 12 + Get<u32>(base, fp + 8);
+    sp = static_cast<u32>(fp) + 12 + Get<u32>(base, fp + 8);
     fp = Get<u32>(base, fp);
-    Put<u32>(base, kHeaderSP, sp);
-    Put<u32>(base, kHeaderFP, fp);
+    Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
+    Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc = returnAddress;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // --- Stack pushes of constants
@@ -540,34 +647,54 @@ void PushConstantHandler(MX_STATE_PARAMETERS) {
         MX_PUSH(u64, static_cast<u64>(i64{static_cast<i32>(w) >> 10}));
     }
     pc += length;
-    MX_DISPATCH();
+    MX_NEXT();
 }
 
 // --- The dispatch table
 
-template <u32 kFormCode, u32... kNumbers>
+// Operations that have a handler for each value of bits 5..8, where those are a register or a quick
+// value: the operations of most instructions, at the sizes that modules mostly use.
+template <u32 kFormCode>
+constexpr bool IsHot(u32 number) {
+    constexpr OperandForm kForm = FormOf(kFormCode);
+    if (kForm.aField != Field::Low && kForm.bField != Field::Low) return false;
+    const auto op = static_cast<TwoOperand>(number & ~3u);
+    if (IsFloat(op)) {
+        // A quick value as a number is tiny or no number. The compiler would calculate with it, and
+        // turn the sign of what is no number.
+        return number % 4 == 3 && kForm.b != Mode::Quick;
+    }
+    if (op == TwoOperand::Movez) return number % 4 != 1;
+    return number % 4 >= 2 && op >= TwoOperand::Lsr;
+}
+
+template <u32 kFormCode, u32 kLow, u32... kNumbers>
 constexpr std::array<Handler, 128> TwoOperandRow(std::integer_sequence<u32, kNumbers...>) {
     return {[] {
         if constexpr (IsFastTwoOperand(kNumbers)) {
-            return &TwoOperandHandler<kFormCode, kNumbers>;
+            constexpr u32 kSpecial = IsHot<kFormCode>(kNumbers) ? kLow : kAnyLow;
+            return &TwoOperandHandler<kFormCode, kNumbers, kSpecial>;
         } else {
             return &Slow;
         }
     }()...};
 }
 
-template <u32... kIndexes>
-void FillTwoOperands(std::integer_sequence<u32, kIndexes...>) {
+template <u32 kFormCode, u32... kLows>
+void FillForm(std::integer_sequence<u32, kLows...>) {
     using Numbers = std::make_integer_sequence<u32, 128>;
     static constexpr std::array<Handler, 128> kRows[] = {
-        TwoOperandRow<kTwoOperandForms[kIndexes].code>(Numbers{})...};
+        TwoOperandRow<kFormCode, kLows>(Numbers{})...};
     for (u32 w = 0; w < kDispatchSize; ++w) {
-        for (u32 i = 0; i < kTwoOperandForms.size(); ++i) {
-            if (TwoOperandForm(w) == kTwoOperandForms[i].code) {
-                dispatchTable[w] = kRows[i][TwoOperandNumber(w)];
-            }
+        if (TwoOperandForm(w) == kFormCode) {
+            dispatchTable[w] = kRows[LowRegister(w)][TwoOperandNumber(w)];
         }
     }
+}
+
+template <u32... kIndexes>
+void FillTwoOperands(std::integer_sequence<u32, kIndexes...>) {
+    (FillForm<kTwoOperandForms[kIndexes].code>(std::make_integer_sequence<u32, 16>{}), ...);
 }
 
 template <u32 kFormIndex, u32... kNumbers>
@@ -662,7 +789,7 @@ void FillDispatchTable() {
 
 // The first dispatch of a run.
 void Start(MX_STATE_PARAMETERS) {
-    MX_DISPATCH();
+    MX_JUMP();
 }
 
 }  // namespace
@@ -671,11 +798,33 @@ void RunThreaded() {
     if (dispatchTable[0] == nullptr) FillDispatchTable();
     const Cpu cpu = ReadCpu();
     Put<u8>(image, kHeaderFlags, cpu.flags);
+    if (!ComeFromResult(cpu.flags)) {
+        JumpIntoHeader(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
+        return;
+    }
+    lastResult = ResultWithFlags(cpu.flags);
+    handlersRun = true;
     Start(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
+}
+
+void SettleThreaded() {
+    if (!handlersRun) return;
+    BringFlags();
+    for (u32 i = 0; i < kPcTraceSize; ++i) {
+        const TraceEntry& entry = pcTrace[i];
+        const u32 following = (i + 1) % kPcTraceSize;
+        // Entries that were never written do not have the number of their place.
+        if (entry.number % kPcTraceSize != following) continue;
+        if (pcTrace[following].number == entry.number + 1) continue;
+        pcTraceCount += entry.number - static_cast<u32>(pcTraceCount);
+        Store<u32>(kHeaderPC, entry.pc);
+    }
 }
 
 #else
 
 void RunThreaded() {}
+
+void SettleThreaded() {}
 
 #endif

@@ -17,3 +17,7 @@ inline constexpr bool kThreaded = MOXI_THREADED != 0;
 
 // Runs from the header's PC until the run ends. Only where kThreaded holds.
 void RunThreaded();
+
+// After a fault: brings PC and the flags of the interrupted run into the header and the trace's
+// count up to date. Nothing to do where no handler was interrupted.
+void SettleThreaded();

@@ -8,7 +8,6 @@
 #include <string>
 #include <unordered_map>
 
-#include "base/bytes.h"
 #include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 
@@ -69,16 +68,19 @@ struct PlacedGlyph {
     i32 left, top;
 };
 
-// The sums of eight bytes each, at most 255.
-u64 AddBytes(u64 a, u64 b) {
-    constexpr u64 kHigh = 0x8080808080808080;
-    const u64 sum = ((a & ~kHigh) + (b & ~kHigh)) ^ ((a ^ b) & kHigh);
-    const u64 over = ((a & b) | ((a | b) & ~sum)) & kHigh;
-    return sum | ((over >> 7) * 0xFF);
-}
+// Glyphs are added a block of bytes at a time, so a picture's bytes end with room for one.
+using Block = u8 __attribute__((vector_size(kGlyphBlock)));
 
-// Glyphs are added eight bytes at a time, so a picture's bytes end with room for seven more.
-constexpr std::size_t kSlack = 8;
+// The sums of the bytes, at most 255 each.
+void AddBytes(u8* target, const u8* source) {
+    Block a;
+    Block b;
+    std::memcpy(&a, target, sizeof a);
+    std::memcpy(&b, source, sizeof b);
+    const Block sum = a + b;
+    const Block most = sum | reinterpret_cast<Block>(sum < a);
+    std::memcpy(target, &most, sizeof most);
+}
 
 void AddGlyph(const GlyphPicture& from, const PlacedGlyph& glyph, const TextPicture& into,
               std::vector<u8>& bytes) {
@@ -91,9 +93,8 @@ void AddGlyph(const GlyphPicture& from, const PlacedGlyph& glyph, const TextPict
     for (i32 row = 0; row < from.height; ++row, source += from.stride, target += into.width) {
         if (isWhole) {
             // What is beyond the glyph's width adds nothing to the bytes that follow.
-            for (std::size_t x = 0; x < from.stride; x += 8) {
-                StoreBytes<u64>(target + x,
-                                AddBytes(LoadBytes<u64>(target + x), LoadBytes<u64>(source + x)));
+            for (std::size_t x = 0; x < from.stride; x += kGlyphBlock) {
+                AddBytes(target + x, source + x);
             }
             continue;
         }
@@ -134,7 +135,7 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
     right = std::min(right, columns);
     const TextPicture picture = {
         nullptr, static_cast<std::size_t>(right - left), left, top, right - left, bottom - top};
-    bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kSlack, 0);
+    bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kGlyphBlock, 0);
     for (const PlacedGlyph& glyph : placed) {
         AddGlyph(PictureOf(font, glyph.glyph), glyph, picture, bytes);
     }

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 
+#include "desktop/pango/pairs.h"
+
 namespace {
 
 hb_buffer_t* buffer = nullptr;
@@ -92,12 +94,21 @@ void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, s
 
 i32 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
+    i32 known = 0;
+    if (MeasureByPairs(font, text.substr(from, to - from), script, known)) return known;
     FillBuffer(font, text, from, to, script);
     unsigned count = 0;
     const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
     i32 width = 0;
     for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
     return width;
+}
+
+void SetText(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped) {
+    if (SetByPairs(font, text, script, shaped)) return;
+    FillBuffer(font, text, 0, text.size(), script);
+    TakeGlyphs(shaped);
+    LearnPairs(font, text, script, shaped);
 }
 
 // The first glyph of the characters at `index` or after it.
@@ -162,8 +173,7 @@ void ShapePiece(const TextFont& font, std::string_view text, SimpleScript script
     piece.address = reinterpret_cast<std::uintptr_t>(text.data());
     piece.text = text.substr(0, end);
     piece.script = script;
-    FillBuffer(font, piece.text, 0, end, script);
-    TakeGlyphs(piece.shaped);
+    SetText(font, piece.text, script, piece.shaped);
 }
 
 // Takes the glyphs of `text` from the piece, if it starts with the text and cutting there changes
@@ -245,13 +255,18 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
 const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
     if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
     if (!TakeFromPiece(font, text, script)) {
-        FillBuffer(font, text, 0, text.size(), script);
-        TakeGlyphs(whole.shaped);
+        SetText(font, text, script, whole.shaped);
     }
     whole.font = font.id;
     whole.text = text;
     whole.script = script;
     return whole.shaped;
+}
+
+void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
+               SimpleScript script, ShapedText& shaped) {
+    FillBuffer(font, text, from, to, script);
+    TakeGlyphs(shaped);
 }
 
 bool MeasureRuns(const TextFont& font, std::string_view text, i32& width) {

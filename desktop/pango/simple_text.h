@@ -28,6 +28,10 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text);
 // The shaped text, valid until the next call of a function of this file.
 const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script);
 
+// Shapes text[from, to), seen as the end of a text; clusters count from the text's start.
+void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
+               SimpleScript script, ShapedText& shaped);
+
 // The width of a text whose characters all have a script of their own, though not all the same:
 // a run for each. False when the text is another.
 bool MeasureRuns(const TextFont& font, std::string_view text, i32& width);

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "desktop/pango/cairo_picture.h"
+#include "desktop/pango/pairs.h"
 
 namespace {
 
@@ -92,7 +93,8 @@ const GlyphPicture& PictureOf(TextFont& font, u32 glyph) {
         picture.width = picture.height = 0;
         return picture;
     }
-    picture.stride = (static_cast<std::size_t>(picture.width) + 7) / 8 * 8;
+    picture.stride =
+        (static_cast<std::size_t>(picture.width) + kGlyphBlock - 1) / kGlyphBlock * kGlyphBlock;
     picture.coverage.resize(picture.stride * static_cast<std::size_t>(picture.height));
     DrawCoverage(picture.coverage, picture.stride, picture.width, picture.height,
                  [&](cairo_t* cairo) {

@@ -206,6 +206,10 @@ Typeface* LookUp(FontStyle style) {
             face->scripts[i] = SettingsFor(kSamples[i], font, *face);
         }
         ClassifyCharacters(*face, hbFont);
+        for (u32 i = 0; i < kPairScripts; ++i) {
+            face->pairs[i] =
+                ReadPairRules(face->hbFace, face->scripts[i].script, face->scripts[i].language);
+        }
     }
     g_object_unref(font);
     return face;
@@ -243,9 +247,8 @@ void ResetTypefaces() {
     }
 }
 
-// fontconfig, and D-Bus behind SDL, keep small things for good, without a pointer that the leak check
-// could follow.
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are the leak check's
+// fontconfig, and D-Bus behind SDL, keep small things for good, without a pointer that the leak
+// check could follow. NOLINTBEGIN(bugprone-reserved-identifier): the names are the leak check's
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libfontconfig\nleak:libdbus-1\n";

@@ -6,12 +6,14 @@
 #include <hb.h>
 #include <pango/pangocairo.h>
 
+#include "desktop/pango/pair_rules.h"
 #include "desktop/text_engine.h"
 
 // Scripts whose text needs no more than one font and one direction. Characters of no script of
 // their own (digits, punctuation) go with any of them.
 enum class SimpleScript : u8 { Common, Latin, Greek, Cyrillic, None };
 constexpr u32 kSimpleScripts = 4;
+constexpr u32 kPairScripts = 2;  // those of plain ASCII text: Common and Latin
 
 // Code points that can be simple: below kSimpleLimit, dashes and quotes, the euro sign.
 constexpr u32 kSimpleLimit = 0x500;
@@ -35,6 +37,7 @@ struct Typeface {
     SimpleScript characters[kSimpleLimit];
     SimpleScript punctuation[kPunctuationEnd - kPunctuationStart];
     SimpleScript euro;
+    PairRules pairs[kPairScripts];
     bool wholeAscii;  // every printable ASCII character is simple
 };
 

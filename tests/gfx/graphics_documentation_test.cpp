@@ -5,31 +5,12 @@
 #include <spng.h>
 
 #include <cstdlib>
-#include <sstream>
 
 #include "tests/support/headless_run.h"
 
 namespace {
 
 const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
-
-// What stands between the lines ```mx and ```.
-std::vector<std::string> ExamplesOf(const std::string& name) {
-    std::istringstream page(ReadTextFile(kDocs + name));
-    std::vector<std::string> examples;
-    bool inside = false;
-    for (std::string line; std::getline(page, line);) {
-        if (line == "```mx") {
-            inside = true;
-            examples.emplace_back();
-        } else if (line == "```") {
-            inside = false;
-        } else if (inside) {
-            examples.back() += line + "\n";
-        }
-    }
-    return examples;
-}
 
 std::string Pixels(const std::string& png) {
     spng_ctx* const context = spng_ctx_new(0);
@@ -44,7 +25,7 @@ std::string Pixels(const std::string& png) {
 
 TEST(GraphicsDocumentation, EveryServiceHasAnExample) {
     std::string all;
-    for (const std::string& example : ExamplesOf("services-graphics.md")) all += example;
+    for (const std::string& example : ExamplesOf(kDocs + "services-graphics.md")) all += example;
     for (u32 command = 0x0500; command <= 0x0513; ++command) {
         char text[32];
         std::snprintf(text, sizeof text, "SERVICE 0x%04X,", command);
@@ -55,8 +36,8 @@ TEST(GraphicsDocumentation, EveryServiceHasAnExample) {
 // With MOXI_UPDATE_PICTURES in the environment the pictures are written instead of compared.
 TEST(GraphicsDocumentation, TheExamplesDrawThePicturesOnThePage) {
     HeadlessRun run;
-    run.source = ExamplesOf("system-services.md").front();
-    for (const std::string& example : ExamplesOf("services-graphics.md")) {
+    run.source = ExamplesOf(kDocs + "system-services.md").front();
+    for (const std::string& example : ExamplesOf(kDocs + "services-graphics.md")) {
         run.source += example +
                       "        MOVE.L  R0, [results]\n        MOVE.L  [R0], R14\n"
                       "        ADD.L   [results], #4\n";

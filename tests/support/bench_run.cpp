@@ -56,6 +56,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions&
     }
     std::memcpy(image, bytes.data(), bytes.size());
     std::memset(image + bytes.size(), 0, (bytes.size() + 63) / 64 * 64 - bytes.size());
+    std::fill_n(pcTrace, kPcTraceSize, TraceEntry{});
     pcTraceCount = 0;
     pcPreJsr = 0;
     modalDepth = options.modalDepth;
@@ -82,7 +83,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions&
     result.messages = vmEvents.messages;
     if (vmFiles.contents.contains("debug.log")) result.debugLog = vmFiles.contents["debug.log"];
     for (u64 i = pcTraceCount - std::min<u64>(pcTraceCount, 1024); i < pcTraceCount; ++i) {
-        result.trace.push_back(pcTrace[i & 1023]);
+        result.trace.push_back(pcTrace[i & 1023].pc);
     }
     result.modalDepth = modalDepth;
     result.pcPreJsr = pcPreJsr;

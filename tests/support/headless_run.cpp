@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -185,6 +186,23 @@ TemporaryFolder::~TemporaryFolder() {
 std::string ReadTextFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::vector<std::string> ExamplesOf(const std::string& page) {
+    std::istringstream lines(ReadTextFile(page));
+    std::vector<std::string> examples;
+    bool inside = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "```mx") {
+            inside = true;
+            examples.emplace_back();
+        } else if (line == "```") {
+            inside = false;
+        } else if (inside) {
+            examples.back() += line + "\n";
+        }
+    }
+    return examples;
 }
 
 void WriteTextFile(const std::string& path, const std::string& content) {

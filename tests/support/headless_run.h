@@ -65,4 +65,7 @@ struct TemporaryFolder {
 };
 
 std::string ReadTextFile(const std::string& path);
+
+// What a page of the documentation has between the lines ```mx and ```.
+std::vector<std::string> ExamplesOf(const std::string& page);
 void WriteTextFile(const std::string& path, const std::string& content);

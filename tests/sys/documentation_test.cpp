@@ -3,33 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "tests/support/headless_run.h"
 
 namespace {
 
-// What stands between the lines ```mx and ```.
-std::vector<std::string> Examples() {
-    std::istringstream page(ReadTextFile(MOXI_SOURCE_DIR "/docs/system-services.md"));
-    std::vector<std::string> examples;
-    bool inside = false;
-    for (std::string line; std::getline(page, line);) {
-        if (line == "```mx") {
-            inside = true;
-            examples.emplace_back();
-        } else if (line == "```") {
-            inside = false;
-        } else if (inside) {
-            examples.back() += line + "\n";
-        }
-    }
-    return examples;
-}
+const std::string kPage = MOXI_SOURCE_DIR "/docs/system-services.md";
 
 TEST(Documentation, EveryServiceOfTheseGroupsHasAnExample) {
     std::string all;
-    for (const std::string& example : Examples()) all += example;
+    for (const std::string& example : ExamplesOf(kPage)) all += example;
     const std::pair<u32, u32> ranges[] = {{0x0000, 0x000F}, {0x0200, 0x0202}, {0x0300, 0x0305},
                                           {0x030A, 0x030E}, {0x0800, 0x0810}, {0x0900, 0x0904}};
     for (const auto& [first, last] : ranges) {
@@ -43,7 +25,7 @@ TEST(Documentation, EveryServiceOfTheseGroupsHasAnExample) {
 
 TEST(Documentation, TheExamplesDoWhatTheTextSays) {
     HeadlessRun run;
-    for (const std::string& example : Examples()) {
+    for (const std::string& example : ExamplesOf(kPage)) {
         run.source += example;
         // Each example's last result is kept.
         run.source +=

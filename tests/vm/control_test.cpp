@@ -745,5 +745,5 @@ TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirs
     }
     RunOn(Engine::Fast, before.bytes);
     EXPECT_EQ(pcTraceCount, 1401u);
-    EXPECT_EQ(pcTrace[1400 - 1024], 520u);  // the newest lies where number 376 was
+    EXPECT_EQ(pcTrace[1400 - 1024].pc, 520u);  // the newest lies where number 376 was
 }

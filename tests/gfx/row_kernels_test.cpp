@@ -1,0 +1,72 @@
+// The inner loops of text and images against the plain formula, for every width up to a few
+// vectors.
+
+#include "gfx/row_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t kWidest = 70;
+
+struct Row {
+    std::vector<u8> bytes;
+    explicit Row(u32 seed, std::size_t count) : bytes(count) {
+        std::mt19937 random(seed);
+        for (u8& byte : bytes) byte = static_cast<u8>(random());
+    }
+};
+
+TEST(RowKernels, TextIsLaidOverEveryWidthAndNothingBesideItChanges) {
+    constexpr u8 kColour[4] = {0x20, 0xC0, 0x71, 0xFF};
+    for (std::size_t count = 0; count <= kWidest; ++count) {
+        Row pixels(static_cast<u32>(count), (kWidest + 2) * 4);
+        Row coverage(static_cast<u32>(count) + 100, kWidest);
+        coverage.bytes[0] = 0;
+        coverage.bytes[1] = 255;
+        std::vector<u8> expected = pixels.bytes;
+        for (std::size_t x = 0; x < count; ++x) {
+            const u32 c = coverage.bytes[x];
+            for (std::size_t i = 0; i < 4; ++i) {
+                u8& byte = expected[(x + 1) * 4 + i];
+                byte = static_cast<u8>((kColour[i] * c + byte * (255 - c)) / 255);
+            }
+        }
+        LayRow(pixels.bytes.data() + 4, coverage.bytes.data(), count, 0xFF71C020);
+        EXPECT_EQ(pixels.bytes, expected) << count;
+    }
+}
+
+TEST(RowKernels, ARowIsOpaqueUnlessOneOfItsPixelsIsNot) {
+    for (std::size_t count = 0; count <= kWidest; ++count) {
+        std::vector<u8> pixels((kWidest + 1) * 4, 0);
+        for (std::size_t x = 0; x < count; ++x) pixels[x * 4 + 3] = 255;
+        EXPECT_TRUE(IsOpaqueRow(pixels.data(), count)) << count;
+        for (std::size_t x = 0; x < count; ++x) {
+            pixels[x * 4 + 3] = 254;
+            EXPECT_FALSE(IsOpaqueRow(pixels.data(), count)) << count << " " << x;
+            pixels[x * 4 + 3] = 255;
+        }
+    }
+}
+
+TEST(RowKernels, EveryPixelIsCopiedWithBytes0And2Exchanged) {
+    for (std::size_t count = 0; count <= kWidest; ++count) {
+        const Row from(static_cast<u32>(count), kWidest * 4);
+        std::vector<u8> to((kWidest + 1) * 4, 77);
+        std::vector<u8> expected = to;
+        for (std::size_t x = 0; x < count; ++x) {
+            constexpr std::size_t kOrder[4] = {2, 1, 0, 3};
+            for (std::size_t i = 0; i < 4; ++i) {
+                expected[x * 4 + i] = from.bytes[x * 4 + kOrder[i]];
+            }
+        }
+        CopyExchanged(to.data(), from.bytes.data(), count);
+        EXPECT_EQ(to, expected) << count;
+    }
+}
+
+}  // namespace
