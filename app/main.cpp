@@ -6,6 +6,7 @@
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/record.h"
+#include "app/signals.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -22,6 +23,8 @@
 namespace {
 
 constexpr int kWrongCommandLine = 2;
+// How long a headless run may take to answer a termination signal, in seconds.
+constexpr unsigned kHeadlessPatience = 5;
 
 int Refuse(const std::string& what) {
     std::fprintf(stderr, "moxi: %s\n", what.c_str());
@@ -84,6 +87,7 @@ int main(int argc, char** argv) {
             toggleFullScreen();
         };
     }
+    HandleSignals(options.headless ? kHeadlessPatience : 0);
     LoadInterfaceFile();
     moxiAppDelegate::init();
     audioOut.prepare();
