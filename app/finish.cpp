@@ -1,5 +1,6 @@
 #include "app/finish.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -24,6 +25,7 @@ struct Dumps {
 };
 
 Dumps dumps;
+constinit std::atomic<bool> finishing = false;
 
 void Report(const std::string& path) {
     SystemLog(path + ": cannot be written");
@@ -48,15 +50,17 @@ void WriteDumps() {
 
 }  // namespace
 
+void WriteDumpsOfForcedEnd() {
+    if (!finishing.exchange(true) && moduleStarted > 0) WriteDumps();
+}
+
 void PrepareFinish(const Options& options) {
     dumps = {options.dumpImage, options.dumpScreen, options.dumpView};
 }
 
 void Finish(int status) {
-    static bool finishing = false;
     // A failure while the end is being written ends at once.
-    if (finishing) std::_Exit(status);
-    finishing = true;
+    if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
     CloseRecording();

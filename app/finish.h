@@ -9,3 +9,6 @@ void PrepareFinish(const Options& options);
 // Writes the dumps when a module has been loaded, shuts the desktop down and exits. Called on
 // every path that ends a run; does not return.
 void Finish(int status);
+
+// Writes the dumps while the module is still busy and the process is ended from another thread.
+void WriteDumpsOfForcedEnd();

@@ -12,6 +12,7 @@
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/signals.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -30,6 +31,8 @@
 namespace {
 
 constexpr int kWrongCommandLine = 2;
+// How long a headless run may take to answer a termination signal, in seconds.
+constexpr unsigned kHeadlessPatience = 5;
 
 void LoadInterfaceFile() {
     std::string reason;
@@ -144,6 +147,7 @@ int main(int argc, char** argv) {
             toggleFullScreen();
         };
     }
+    HandleSignals(options.headless ? kHeadlessPatience : 0);
     LoadInterfaceFile();
     moxiAppDelegate::init();
     EnterSandbox(options);

@@ -22,7 +22,11 @@
 #include "host/window.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
+#include "vm/diagnostics.h"
 #include "vm/slots.h"
+
+// The user had to end a module that did not answer.
+static constexpr int kForcedEnd = 1;
 
 void WireRooms() {
     vmSlots.sysDispatch = SysDispatch;
@@ -50,6 +54,10 @@ void WireRooms() {
     gfxSlots.loadImage = LoadImage;
     gfxSlots.saveImage = SaveImage;
     gfxSlots.emptyFontCache = EmptyFontCache;
+    gfxSlots.stillRunning = [] {
+        if (desktop.endIsForced()) EndProcess(kForcedEnd);
+        return true;
+    };
 
     StartPangoText();
 
@@ -59,6 +67,7 @@ void WireRooms() {
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
         .willBecomeActive = moxiAppDelegate::applicationWillBecomeActive,
         .screensChanged = moxiAppDelegate::screenParametersDidChange,
+        .willEndByForce = WriteDumpsOfForcedEnd,
         .windowShouldClose = moxiWindow::windowShouldClose,
         .windowWillClose = moxiWindow::windowWillClose,
         .windowDidResize = moxiWindow::didResizeNotification,

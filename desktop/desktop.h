@@ -66,6 +66,9 @@ struct Desktop {
     // Asks the application to quit, as the menu's quit item does: desktopEvents.shouldTerminate
     // decides; the event loop returns some time after it agreed.
     void (*terminate)();
+    // Asked by work that never ends by itself: the user has chosen to end the program without an
+    // answer of the application, which now has to end the process itself. True only once.
+    bool (*endIsForced)();
     // Releases windows, devices and devices' threads; called once, just before the process ends.
     void (*shutDown)();
 
@@ -128,6 +131,7 @@ struct Desktop {
 inline constinit Desktop desktop = {
     .runEventLoop = [] {},
     .terminate = [] {},
+    .endIsForced = [] { return false; },
     .shutDown = [] {},
     .createWindow = [](WindowFrame) {},
     .setWindowTitle = [](const char*) {},

@@ -15,6 +15,9 @@ struct DesktopEvents {
     void (*willTerminate)();
     void (*willBecomeActive)();
     void (*screensChanged)();
+    // The user ends the program while the application is busy in a handler and does not answer.
+    // Comes from another thread, and the process ends when it returns.
+    void (*willEndByForce)();
 
     // --- Window
     bool (*windowShouldClose)();
@@ -63,6 +66,7 @@ inline constinit DesktopEvents desktopEvents = {
     .willTerminate = [] {},
     .willBecomeActive = [] {},
     .screensChanged = [] {},
+    .willEndByForce = [] {},
     .windowShouldClose = [] { return true; },
     .windowWillClose = [] {},
     .windowDidResize = [] {},

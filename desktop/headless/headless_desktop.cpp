@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
 
 namespace {
 
@@ -309,9 +310,19 @@ bool JumpToNext() {
     return true;
 }
 
+// A termination signal is answered as the menu's quit item is, between two steps.
+bool AnswerQuitRequest() {
+    QuitRequest made = QuitRequest::Made;
+    if (!quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) return false;
+    Terminate();
+    NoteQuitAnswer();
+    return true;
+}
+
 void RunEventLoop() {
     desktopEvents.didFinishLaunching();
     while (!state.terminated) {
+        if (AnswerQuitRequest()) continue;
         // What was due at or before the end still happens, also when the module's own waiting
         // has carried the time beyond it.
         const u64 limit = std::min(state.now, state.end);
@@ -376,6 +387,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
 
     desktop.runEventLoop = RunEventLoop;
     desktop.terminate = Terminate;
+    // Nobody can be offered to wait, so a termination signal ends what never ends by itself.
+    desktop.endIsForced = [] { return quitRequest == QuitRequest::Made; };
     desktop.shutDown = [] {};
     desktop.createWindow = [](WindowFrame content) { state.frame = content; };
     desktop.setWindowTitle = [](const char*) {};

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
+#include "desktop/quit_request.h"
 #include "desktop/sdl/box_layout.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
@@ -153,17 +155,30 @@ static bool NextBoxEvent(SDL_Event& event) {
     return false;
 }
 
+// Nobody will press a button any more, or somebody wants the program to end. The box of the
+// watchdog stays then: it is the one that offers the end.
+static bool MustGiveUp() {
+    if (DisplayLoss() != Loss::None) return true;
+    return IsMainThread() && quitRequest == QuitRequest::Made;
+}
+
 int ShowBox(const BoxText& text, bool (*stop)()) {
+    if (DisplayLoss() == Loss::Connection) return kNothingPressed;
     FcInit();
     Box box;
     box.text = &text;
     if (!OpenBoxWindow(box)) return kNothingPressed;
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
+        if (MustGiveUp()) {
+            box.result = text.cancelButton;
+            break;
+        }
         SDL_Event event;
         if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
+    if (DisplayLoss() == Loss::Connection) return box.result;
     const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
     SDL_DestroyWindow(box.window);
     // Not every desktop gives it back by itself.

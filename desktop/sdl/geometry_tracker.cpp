@@ -24,10 +24,17 @@ GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now)
     const GeometryChange change = Compare(tracker.known, asked);
     tracker.outlived.push_back({tracker.known, now + kEchoNanoseconds});
     tracker.known = asked;
+    HoldNews(tracker, now);
     return change;
 }
 
+void HoldNews(GeometryTracker& tracker, u64 now) {
+    tracker.heldUntil = now + kHoldNanoseconds;
+}
+
 GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now) {
+    if (now < tracker.heldUntil) return {};
+    tracker.heldUntil = 0;
     std::erase_if(tracker.outlived, [now](const auto& each) { return each.until <= now; });
 
     // Reports speak of the top-left corner, so that is what tells an old position.
@@ -50,7 +57,7 @@ GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64
 }
 
 u64 NextObservation(const GeometryTracker& tracker) {
-    u64 next = kNever;
+    u64 next = tracker.heldUntil != 0 ? tracker.heldUntil : kNever;
     for (const auto& each : tracker.outlived) next = std::min(next, each.until);
     return next;
 }

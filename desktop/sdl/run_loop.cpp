@@ -9,11 +9,15 @@
 #include <mutex>
 #include <thread>
 
+#include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/key_text.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/timers.h"
@@ -25,14 +29,19 @@ constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 // Events may keep timers and redraws waiting for so long.
 constexpr u64 kEventsNanoseconds = 10 * kNanosecondsPerMillisecond;
 constexpr u64 kLongestWait = 100 * kNanosecondsPerMillisecond;
+// How long after an event SDL is asked in every turn, and how often it is asked later.
+constexpr u64 kLivelyNanoseconds = 250 * kNanosecondsPerMillisecond;
+constexpr u64 kQuietNanoseconds = 50 * kNanosecondsPerMillisecond;
 constexpr u64 kSleepSlice = 10 * kNanosecondsPerMillisecond;
 
 static std::mutex workLock;
 static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
 static constinit u32 wakeEvent = 0;
 
+static constinit u64 quietFrom = 0;
+static constinit u64 nextPumping = 0;  // at the latest
+
 static constinit bool ended = false;
-static constinit bool quitRequested = false;
 static constinit bool closeRequested = false;
 static constinit bool enterFullScreen = false;
 
@@ -44,7 +53,7 @@ void StartRunLoop(bool fullScreenAfterLaunch) {
 }
 
 void RequestTerminate() {
-    quitRequested = true;
+    quitRequest = QuitRequest::Made;
 }
 
 void RequestClose() {
@@ -87,6 +96,11 @@ static bool IsForGameWindow(const SDL_Event& event) {
     }
 }
 
+// SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
+static void HandleQuitEvent() {
+    if (!NoteLostWayland()) RequestTerminate();
+}
+
 static void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) return;
     // A press waits for its own text alone.
@@ -106,7 +120,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
-        case SDL_QUIT: RequestTerminate(); break;
+        case SDL_QUIT: HandleQuitEvent(); break;
         default: break;
     }
 }
@@ -124,7 +138,18 @@ static bool Ask(bool (*question)()) {
     return answer;
 }
 
+// The window is gone, so no answer can keep the application alive: it is told, and that is all.
+static void EndWithoutWindow() {
+    SystemLog(DisplayLoss() == Loss::Window ? "the window has been destroyed from outside"
+                                            : "the connection to the display is lost");
+    ForgetGameWindow();
+    Ask(desktopEvents.shouldTerminate);
+    End();
+}
+
 static void ServeRequests() {
+    if (ended) return;
+    if (DisplayLoss() != Loss::None) return EndWithoutWindow();
     if (closeRequested) {
         closeRequested = false;
         if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
@@ -136,9 +161,11 @@ static void ServeRequests() {
             return End();
         }
     }
-    if (quitRequested) {
-        quitRequested = false;
-        if (Ask(desktopEvents.shouldTerminate)) End();
+    QuitRequest made = QuitRequest::Made;
+    if (quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) {
+        const bool terminates = Ask(desktopEvents.shouldTerminate);
+        NoteQuitAnswer();
+        if (terminates) End();
     }
 }
 
@@ -151,8 +178,7 @@ static void HandleEvents(SDL_Event& event) {
     if (!ended) FinishKeyPress();
 }
 
-// Waits for an event until the deadline at the latest. Asks for events even when it is over.
-static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
     u64 now = Nanoseconds();
     const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
     const u64 milliseconds = wait / kNanosecondsPerMillisecond;
@@ -166,6 +192,30 @@ static bool WaitForEvent(SDL_Event& event, u64 deadline) {
     return false;
 }
 
+// SDL's own waiting asks the X server more than ten times in a turn. While nothing happens it is
+// enough to ask now and then: for what SDL does by the clock, and for what comes another way, such
+// as from an input method.
+static ServerWait WaitWithoutSdl(u64 deadline) {
+    const u64 now = Nanoseconds();
+    if (now >= nextPumping || SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_TRUE) {
+        return ServerWait::Unknown;
+    }
+    const u64 until = std::min(deadline, nextPumping);
+    return WaitForX11(until > now ? until - now : 0);
+}
+
+// Waits for an event until the deadline at the latest. Asks for events even when it is over.
+static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+    const ServerWait wait = WaitWithoutSdl(deadline);
+    if (wait == ServerWait::Silent) return false;
+    if (wait == ServerWait::Spoken) deadline = 0;
+    const bool found = WaitForSdlEvent(event, deadline);
+    const u64 now = Nanoseconds();
+    if (found) quietFrom = now + kLivelyNanoseconds;
+    nextPumping = now < quietFrom ? now : now + kQuietNanoseconds;
+    return found;
+}
+
 static std::size_t QueuedWorkCount() {
     const std::lock_guard lock(workLock);
     return queuedWork->size();
@@ -173,7 +223,8 @@ static std::size_t QueuedWorkCount() {
 
 // When there is something to do though no event has come.
 static u64 NextTurn() {
-    if (closeRequested || quitRequested || RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
+    if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
     return std::min(EarliestDeadline(), NextSettling());
 }
 
@@ -190,6 +241,7 @@ void RunEventLoop() {
         if (ended) break;
         SettleWindow();
         TellScreenChanges();
+        if (DisplayLoss() != Loss::None) continue;
         // Work that queues more work comes again in the next turn.
         for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
         ServeRedraw();

@@ -3,6 +3,7 @@
 #include <SDL_video.h>
 
 #include "desktop/events.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/window.h"
@@ -77,6 +78,7 @@ void TellScreenChanges() {
     const u64 now = Nanoseconds();
     if (now < nextLook) return;
     nextLook = now + kLookNanoseconds;
+    LookWhetherWindowExists();
     std::vector<Area> seen;
     for (const Monitor& monitor : X11Monitors(GameWindow())) {
         seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});

@@ -11,6 +11,7 @@
 
 #include "desktop/desktop.h"
 #include "desktop/sdl/alert.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
@@ -28,6 +29,7 @@ static void SetHints() {
     setenv("SDL_VIDEO_X11_WMCLASS", "moxi", 1);
     setenv("SDL_VIDEO_WAYLAND_WMCLASS", "moxi", 1);
     SDL_SetHint(SDL_HINT_APP_NAME, "MOXI");
+    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     SDL_SetHint(SDL_HINT_QUIT_ON_LAST_WINDOW_CLOSE, "0");
     SDL_SetHint(SDL_HINT_VIDEO_MINIMIZE_ON_FOCUS_LOSS, "0");
     SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
@@ -70,9 +72,11 @@ static void ShutDown() {
     }
     const InsideDesktop inside;
     ResetTimers();
+    StopUrlOpener();
+    // SDL waits for ever for what the server says of a window that is lost.
+    if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
-    StopUrlOpener();
     SDL_Quit();
 }
 
@@ -116,6 +120,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     desktop = {
         .runEventLoop = RunEventLoop,
         .terminate = RequestTerminate,
+        .endIsForced = EndIsForced,
         .shutDown = ShutDown,
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,

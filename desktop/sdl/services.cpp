@@ -7,6 +7,7 @@
 
 #include <ctime>
 
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 
 static constinit SDL_Cursor* handCursor = nullptr;
@@ -14,7 +15,7 @@ static constinit SDL_Cursor* arrowCursor = nullptr;
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
-    if (SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
+    if (DisplayLoss() != Loss::None || SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
     char* text = SDL_GetClipboardText();
     if (text == nullptr) return std::nullopt;
     std::string result = text;
@@ -24,11 +25,12 @@ std::optional<std::string> ClipboardText() {
 
 void SetClipboardText(const std::string& utf8) {
     const InsideDesktop inside;
-    SDL_SetClipboardText(utf8.c_str());
+    if (DisplayLoss() == Loss::None) SDL_SetClipboardText(utf8.c_str());
 }
 
 void SetHandCursor(bool hand) {
     const InsideDesktop inside;
+    if (DisplayLoss() != Loss::None) return;
     SDL_Cursor*& cursor = hand ? handCursor : arrowCursor;
     if (cursor == nullptr) {
         cursor = SDL_CreateSystemCursor(hand ? SDL_SYSTEM_CURSOR_HAND : SDL_SYSTEM_CURSOR_ARROW);

@@ -25,9 +25,19 @@ static void OpenWithDesktop(char* url) {
     char name[] = "xdg-open";
     char* arguments[] = {name, url, nullptr};
     pid_t child = 0;
-    if (posix_spawnp(&child, name, &quiet, nullptr, arguments, environ) != 0) {
+    // What this process ignores the opener shall not.
+    posix_spawnattr_t usual;
+    posix_spawnattr_init(&usual);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGCHLD);
+    posix_spawnattr_setsigdefault(&usual, &signals);
+    posix_spawnattr_setflags(&usual, POSIX_SPAWN_SETSIGDEF);
+    if (posix_spawnp(&child, name, &quiet, &usual, arguments, environ) != 0) {
         SystemLog(std::string("cannot start xdg-open for ") + url);
     }
+    posix_spawnattr_destroy(&usual);
     posix_spawn_file_actions_destroy(&quiet);
 }
 

@@ -12,7 +12,10 @@
 #include <thread>
 
 #include "base/log.h"
+#include "desktop/events.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/alert.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/view.h"
@@ -21,6 +24,9 @@
 constexpr u64 kBusyNanoseconds = 400'000'000;
 constexpr u64 kPatienceNanoseconds = 5'000'000'000;
 constexpr auto kLookInterval = std::chrono::milliseconds(200);
+// How long the main thread has to take notice of a forced end.
+constexpr auto kLookForMainThread = std::chrono::milliseconds(10);
+constexpr int kLooksForMainThread = 30;
 constexpr int kWaitButton = 0;
 constexpr int kEndButton = 1;
 
@@ -32,6 +38,10 @@ static constinit std::atomic<bool> stopping = false;
 
 static constinit std::atomic<u64> lastPumping = 0;
 static constinit std::atomic<u64> lastTurn = 0;
+namespace {
+enum class ForcedEnd { No, Wanted, Taken, Refused };
+}  // namespace
+static constinit std::atomic<ForcedEnd> forcedEnd = ForcedEnd::No;
 static constinit std::atomic<u64> questionSince = 0;  // 0: nothing is being asked
 
 void NotePumping() {
@@ -80,6 +90,7 @@ static Waiting LookAtQueue() {
     }
     waiting.closeRequests += SDL_PeepEvents(events.data(), static_cast<int>(events.size()),
                                             SDL_PEEKEVENT, SDL_QUIT, SDL_QUIT);
+    if (quitRequest == QuitRequest::Made) ++waiting.closeRequests;
     return waiting;
 }
 
@@ -87,6 +98,27 @@ static u64 turnAtBox = 0;
 
 static bool IsTurningAgain() {
     return lastTurn != turnAtBox;
+}
+
+// Work that never ends by itself asks whether it has been ended, and then the main thread ends the
+// process in order. All else is ended from here.
+static void EndByForce() {
+    forcedEnd = ForcedEnd::Wanted;
+    UnlockGate();
+    for (int i = 0; i < kLooksForMainThread && forcedEnd == ForcedEnd::Wanted; ++i) {
+        std::this_thread::sleep_for(kLookForMainThread);
+    }
+    ForcedEnd wanted = ForcedEnd::Wanted;
+    if (forcedEnd.compare_exchange_strong(wanted, ForcedEnd::Refused)) {
+        desktopEvents.willEndByForce();
+        _exit(1);
+    }
+    LockGate();
+}
+
+bool EndIsForced() {
+    ForcedEnd wanted = ForcedEnd::Wanted;
+    return forcedEnd.compare_exchange_strong(wanted, ForcedEnd::Taken);
 }
 
 static void OfferToEnd() {
@@ -100,11 +132,19 @@ static void OfferToEnd() {
                           kWaitButton};
     if (ShowBox(text, IsTurningAgain) != kEndButton) return;
     SystemLog("ended by the user while it did not answer");
-    _exit(1);
+    EndByForce();
 }
 
 static void Watch(Request& request) {
     const u64 now = Nanoseconds();
+    if (DisplayLoss() != Loss::None) {
+        // There is no window left to ask in. The application gets the same time to come back.
+        if (now - DisplayLossTime() < kPatienceNanoseconds || now - lastTurn < kPatienceNanoseconds)
+            return;
+        SystemLog("ended while it did not answer, with its window gone");
+        desktopEvents.willEndByForce();
+        _exit(1);
+    }
     if (now - lastPumping < kBusyNanoseconds && now - lastTurn < kPatienceNanoseconds) return;
     if (!TryLockGate()) return;  // the main thread is here itself, and well
     SDL_PumpEvents();

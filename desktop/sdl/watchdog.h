@@ -13,6 +13,8 @@ void StopWatchdog();   // main thread, outside the gate
 void NotePumping();
 // Main thread: events are being handled again, so nothing waits unanswered.
 void NoteTurn();
+// Function of the desktop record: true once the user has chosen to end the program.
+bool EndIsForced();
 // Main thread, around the question whether it may close.
 void NoteQuestion();
 void NoteAnswer();

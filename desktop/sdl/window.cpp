@@ -9,10 +9,12 @@
 
 #include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/geometry_tracker.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/run_loop.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/services.h"
@@ -83,6 +85,14 @@ static Area ActualContent() {
     return area;
 }
 
+// What the X server has. Not to be asked at any time: a window manager may be moving the window
+// about while it shows or hides it, and tells only when it has finished.
+static Area ContentOnServer() {
+    SDL_Rect content;
+    if (!AskX11ForWindow(window, content)) return ActualContent();
+    return {content.x, content.y, content.w, content.h};
+}
+
 // Borders are no news to the application: the content stays where it is.
 static void ReadBorders() {
     if (fullScreen) {
@@ -113,6 +123,7 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    WatchDisplay(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
@@ -210,6 +221,7 @@ static void GiveWhatIsOwed() {
     if (actual.x != wanted.x || actual.y != wanted.y) {
         SDL_SetWindowPosition(window, wanted.x, wanted.y);
     }
+    HoldNews(tracker, Nanoseconds());
 }
 
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
@@ -231,6 +243,22 @@ static void WatchLiveResize(u64 now) {
     RequestWholeRedraw();
 }
 
+// Where a window manager refuses what was asked for, SDL goes on believing in it, draws for it and
+// hears of no change.
+static void MakeSdlBelieve(const Area& actual) {
+    Area believed;
+    SDL_GetWindowPosition(window, &believed.x, &believed.y);
+    SDL_GetWindowSize(window, &believed.width, &believed.height);
+    if (believed == actual) return;
+    if (believed.width != actual.width || believed.height != actual.height) {
+        SDL_SetWindowSize(window, actual.width, actual.height);
+    }
+    if (positionsExist && (believed.x != actual.x || believed.y != actual.y)) {
+        SDL_SetWindowPosition(window, actual.x, actual.y);
+    }
+    RequestWholeRedraw();
+}
+
 static void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) return;
@@ -245,13 +273,17 @@ static void LookAtWindow(u64 now) {
     }
     ReadBorders();
     const Area before = tracker.known;
-    const GeometryChange change = ObserveGeometry(tracker, ActualContent(), now);
+    // The window manager has had its time, and whatever it answers it has answered.
+    const bool overdue = now >= NextObservation(tracker);
+    const Area actual = overdue ? ContentOnServer() : ActualContent();
+    const GeometryChange change = ObserveGeometry(tracker, actual, now);
     if (change.resized) {
         const Area news = tracker.known;
         tracker.known = before;  // the live resize starts before the size has changed
         StartLiveResize();
         tracker.known = news;
     }
+    if (overdue && tracker.known == actual) MakeSdlBelieve(actual);
     TellChange(change);
 }
 
@@ -317,6 +349,10 @@ void DestroyGameWindow() {
     if (window == nullptr) return;
     StopView();
     SDL_DestroyWindow(window);
+    ForgetGameWindow();
+}
+
+void ForgetGameWindow() {
     window = nullptr;
     owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }

@@ -28,3 +28,5 @@ void SettleWindow();
 u64 NextSettling();
 // Removes the window for good.
 void DestroyGameWindow();
+// When it has been lost: SDL would wait for ever for what the server says of a lost window.
+void ForgetGameWindow();

@@ -67,10 +67,11 @@ TEST(Redraw, TouchedPixelsAreCountedFromTheTop) {
 // --- Late reports. Times are in nanoseconds.
 
 constexpr u64 kSoon = 1'000'000;
+constexpr u64 kAnswered = 100'000'000;  // after a request the first moment with news
 constexpr u64 kLater = 2'000'000'000;
 
 TEST(GeometryTracker, TheEchoOfARequestIsNoNews) {
-    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}, .heldUntil = 0};
     const GeometryChange asked = AskGeometry(tracker, {50, 60, 700, 500}, 0);
     EXPECT_TRUE(asked.moved);
     EXPECT_TRUE(asked.resized);
@@ -80,7 +81,7 @@ TEST(GeometryTracker, TheEchoOfARequestIsNoNews) {
 }
 
 TEST(GeometryTracker, AReportOfTheOldGeometryAfterARequestIsNoNews) {
-    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {100, 100, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {50, 60, 700, 500}, 0);
     // The position has been set and the size not yet.
     const GeometryChange half = ObserveGeometry(tracker, {50, 60, 800, 600}, kSoon);
@@ -90,48 +91,64 @@ TEST(GeometryTracker, AReportOfTheOldGeometryAfterARequestIsNoNews) {
 }
 
 TEST(GeometryTracker, AnEchoOfAnEarlierRequestIsNoNews) {
-    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {0, 0, 900, 700}, 0);
     AskGeometry(tracker, {0, 0, 1000, 800}, kSoon);
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 1000, 800}, 3 * kSoon).resized);
 }
 
-TEST(GeometryTracker, AUsersChangeAtTheSameMomentIsNews) {
-    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+TEST(GeometryTracker, AUsersChangeJustAfterARequestIsNews) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {0, 0, 900, 700}, 0);
-    const GeometryChange users = ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon);
-    EXPECT_TRUE(users.resized);
-    // The request's own outcome comes after it and is then what the application has to know.
-    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
+    EXPECT_EQ(NextObservation(tracker), kAnswered);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon).resized);
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 850, 650}, kAnswered).resized);
+    EXPECT_EQ(tracker.known, (Area{0, 0, 850, 650}));
+}
+
+TEST(GeometryTracker, AUsersChangeJustBeforeARequestIsUndoneByItAndNoNews) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
+    AskGeometry(tracker, {0, 0, 900, 700}, 0);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon).resized);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, kAnswered).resized);
     EXPECT_EQ(tracker.known, (Area{0, 0, 900, 700}));
 }
 
+TEST(GeometryTracker, ARequestThatIsGivenLateHoldsTheNewsFromThenOn) {
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
+    AskGeometry(tracker, {0, 0, 900, 700}, 0);
+    HoldNews(tracker, kAnswered);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 850, 650}, kAnswered + kSoon).resized);
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 850, 650}, 2 * kAnswered).resized);
+}
+
 TEST(GeometryTracker, AnotherSizeThanWasAskedIsNews) {
-    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {0, 0, 5000, 4000}, 0);
-    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 1920, 1060}, kSoon).resized);
+    EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 1920, 1060}, kAnswered).resized);
     EXPECT_EQ(tracker.known, (Area{0, 0, 1920, 1060}));
 }
 
 TEST(GeometryTracker, ARefusedRequestIsNewsOnceItCannotBeLateAnyMore) {
-    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {0, 0, 900, 700}, 0);
-    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 800, 600}, kSoon).resized);
+    EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 800, 600}, kAnswered).resized);
     EXPECT_EQ(NextObservation(tracker), kEchoNanoseconds);
     EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 800, 600}, kLater).resized);
     EXPECT_EQ(NextObservation(tracker), kNever);
 }
 
 TEST(GeometryTracker, GrowingAtTheBottomMovesTheBottomLeftCorner) {
-    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     const GeometryChange change = ObserveGeometry(tracker, {0, 0, 800, 650}, 0);
     EXPECT_TRUE(change.moved);
     EXPECT_TRUE(change.resized);
 }
 
 TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
-    GeometryTracker tracker{.known = {0, 100, 800, 600}, .outlived = {}};
+    GeometryTracker tracker{.known = {0, 100, 800, 600}, .outlived = {}, .heldUntil = 0};
     const GeometryChange change = ObserveGeometry(tracker, {0, 50, 800, 650}, 0);
     EXPECT_FALSE(change.moved);
     EXPECT_TRUE(change.resized);

@@ -7,12 +7,11 @@
 #include <cstdlib>
 
 #include "desktop/desktop.h"
+#include "tests/desktop/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/desktop_session.h"
 
 namespace {
-using Lines = std::vector<std::string>;
-
 class Wayland : public testing::Test {
   protected:
     void SetUp() override {
@@ -112,5 +111,78 @@ TEST_F(Wayland, ATerminationSignalQuits) {
     kill(probe.process, SIGTERM);
     EXPECT_EQ(probe.WaitForExit(), 0);
     EXPECT_EQ(probe.Log().back(), "ended");
+}
+
+TEST_F(Wayland, AModuleGetsTheMessagesOfItsUser) {
+    const TemporaryFolder folder;
+    const std::string game = MakeMessageLog(folder.path);
+    const std::string log = folder.path + "/data/debug.log";
+    const pid_t process = StartProcess({std::string(MOXI_BIN_DIR) + "/moxi", "--mute",
+                                        "--data-folder", folder.path + "/data", game},
+                                       folder.path + "/errors");
+    const auto isTold = [&log](const std::string& message) {
+        return WaitUntil([&] { return Contains(MessagesIn(log), message); });
+    };
+    ASSERT_TRUE(isTold("9 3e8 258 0")) << ReadTextFile(folder.path + "/errors");
+    // As for the probe, the pointer has to agree with the compositor's first.
+    ASSERT_TRUE(WaitUntil([&] {
+        for (const char* place : {"1279 799", "0 0", "600 400", "601 401"}) {
+            Xdotool(std::string("mousemove ") + place + " sleep 0.02");
+        }
+        const Lines lines = MessagesIn(log);
+        return std::any_of(lines.begin(), lines.end(),
+                           [](const std::string& line) { return line.starts_with("f "); });
+    }));
+    Xdotool("key shift+c");
+    ASSERT_TRUE(isTold("d 43 1 0"));
+    Xdotool("key Left");
+    ASSERT_TRUE(isTold("d 25 1 0"));
+    Xdotool("keydown shift click 3 keyup shift");
+    Xdotool("click 4");
+    Xdotool("key v");
+    ASSERT_TRUE(isTold("d 56 1 0"));
+    Xdotool("key ctrl+w");
+    ASSERT_TRUE(isTold("3 0 0 0"));
+    Lines lines = MessagesIn(log);
+    ErasePointer(lines);
+    // Where the compositor has put the window it does not tell.
+    for (std::string& line : lines) {
+        if (line.starts_with("c 2 ") || line.starts_with("d 2 ") || line.starts_with("c 8003 ")) {
+            line.resize(line.rfind(' '));
+        }
+    }
+    // Releases, whose order xdotool decides.
+    std::erase_if(lines, [](const std::string& line) {
+        return line == "d 10 0 0" || line == "d 11 0 0" || line == "d 57 1 0";
+    });
+    EXPECT_EQ(lines,
+              (Lines{"1 0 0 0",  "2 0 0 0",  "9 3e8 258 0", "8 64 64 0", "9 3e8 258 0", "c 10 0 0",
+                     "c 43 1 0", "e 43 0 0", "d 43 1 0",    "c 25 1 0",  "e 1c 0 0",    "d 25 1 0",
+                     "c 10 0 0", "c 2 6",    "d 2 4",       "c 8003 1",  "c 56 1 0",    "e 76 0 0",
+                     "d 56 1 0", "c 11 0 0", "3 0 0 0"}));
+
+    // The module has refused. A signal asks it once more, and the next does not ask.
+    kill(process, SIGTERM);
+    ASSERT_TRUE(WaitUntil([&] {
+        const Lines all = MessagesIn(log);
+        return std::count(all.begin(), all.end(), "3 0 0 0") == 2;
+    }));
+    kill(process, SIGTERM);
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+}
+
+TEST_F(Wayland, ALostCompositorEndsTheApplicationWhateverItAnswers) {
+    StartProbe([](const std::string& text) { probeMayClose = text == "y"; });
+    Cause("key n");
+    const std::size_t before = probe.Log().size();
+    kill(session.compositor, SIGKILL);
+    EXPECT_EQ(probe.WaitForExit(), 0);
+    Lines lines = probe.Log(before);
+    std::erase_if(lines, [](const std::string& line) {
+        return line.starts_with("key-up") || line.starts_with("draw");
+    });
+    EXPECT_EQ(lines, (Lines{"should-terminate", "will-terminate", "ended"}));
 }
 }  // namespace

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <thread>
 
+#include "app/signals.h"
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/sdl/sdl_desktop.h"
@@ -172,6 +173,7 @@ static void FillEvents() {
         ProbeLog("error " + error);
         _exit(1);
     }
+    HandleSignals(0);
     desktop.runEventLoop();
     desktop.shutDown();
     ProbeLog("ended");

@@ -63,6 +63,14 @@ std::string OutputOf(const std::string& command) {
     return output;
 }
 
+void CopyByOtherProgram(const std::string& text) {
+    OutputOf("printf '" + text + "' | xclip -selection clipboard -i >/dev/null 2>&1");
+    for (int i = 0; i < 100; ++i) {
+        if (OutputOf("timeout 5 xclip -selection clipboard -o 2>/dev/null") == text) return;
+        SleepMs(20);
+    }
+}
+
 bool XSession::Start(const std::string& screen, bool windowManager) {
     if (!IsProgramInstalled("Xvfb") || !IsProgramInstalled("xdotool")) return false;
     if (windowManager && !IsProgramInstalled("openbox")) return false;

@@ -16,6 +16,9 @@ bool IsProgramInstalled(const std::string& name);
 // Standard output of a shell command, without the last line feed.
 std::string OutputOf(const std::string& command);
 
+// Another program (xclip) puts the text on the clipboard; returns once others can get it there.
+void CopyByOtherProgram(const std::string& text);
+
 struct XSession {
     XSession() = default;
     XSession(const XSession&) = delete;

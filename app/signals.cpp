@@ -1,0 +1,47 @@
+#include "app/signals.h"
+
+#include <unistd.h>
+
+#include <csignal>
+
+#include "desktop/quit_request.h"
+
+namespace {
+
+constinit unsigned answerSeconds = 0;
+constinit volatile std::sig_atomic_t firstSignal = 0;
+
+// --- Handlers: nothing here but what a signal handler may do.
+
+void OnEndRequest(int signal) {
+    firstSignal = signal;
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+    quitRequest = QuitRequest::Made;
+    if (answerSeconds > 0) alarm(answerSeconds);
+}
+
+void OnAlarm(int) {
+    if (quitRequest == QuitRequest::None) return;  // it has been refused
+    raise(firstSignal);
+}
+
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    // Neither handler may see the other one half done.
+    sigemptyset(&action.sa_mask);
+    for (const int other : {SIGTERM, SIGINT, SIGALRM}) sigaddset(&action.sa_mask, other);
+    sigaction(signal, &action, nullptr);
+}
+
+}  // namespace
+
+void HandleSignals(unsigned patience) {
+    answerSeconds = patience;
+    Handle(SIGTERM, OnEndRequest);
+    Handle(SIGINT, OnEndRequest);
+    if (patience > 0) Handle(SIGALRM, OnAlarm);
+    std::signal(SIGPIPE, SIG_IGN);
+}

@@ -1,0 +1,10 @@
+#pragma once
+// The signals that ask a program to end, and those that must not end it.
+
+// SIGTERM and SIGINT: the first asks the application to quit, as the menu's quit item does, and the
+// application may refuse; the next one ends the process at once. With `patience` (seconds, 0 for
+// none) the first ends it too when the application has not answered by then: without a window there
+// is nobody who could be offered to wait.
+// SIGPIPE is ignored: a sound server or a terminal that goes away is no reason to end.
+// To be called once desktop and helper processes have been started.
+void HandleSignals(unsigned patience);

@@ -1,0 +1,238 @@
+// What a player feels of the window: what an idle game costs, how much of the window a redraw
+// touches, how long a key press takes to the screen. The real program in a real window on an X
+// server of its own (Xvfb with openbox).
+//
+//   desktop_bench [--seconds N] [--update FILE]
+//
+// N: how long the idle game is watched (10). --update also replaces the table in FILE, between the
+// two marker lines.
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/desktop_session.h"
+#include "tests/support/x11_client.h"
+#include "tools/assembler.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kBeginMarker = "<!-- desktop_bench begins -->";
+constexpr const char* kEndMarker = "<!-- desktop_bench ends -->";
+constexpr int kWindowWidth = 1000;
+constexpr int kWindowHeight = 600;
+constexpr int kPresses = 200;
+// The module draws a rectangle of 30 x 40 at 10, 20 when this key is pressed ("6").
+constexpr unsigned kDrawKey = 15;
+constexpr int kDrawnX = 10;
+constexpr int kDrawnY = 20;
+constexpr unsigned kOtherColour = 0x123456;
+
+struct Options {
+    int seconds = 10;
+    std::string update;
+};
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "desktop_bench: %s\n", what.c_str());
+    std::exit(1);
+}
+
+void SleepMs(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+struct Folder {
+    std::string path;
+    Folder() {
+        std::string pattern = (fs::temp_directory_path() / "moxi-bench-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) Fail("no temporary folder");
+        path = pattern;
+    }
+    ~Folder() {
+        std::error_code error;
+        fs::remove_all(path, error);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+};
+
+// A running game.
+struct Game {
+    pid_t process = -1;
+    unsigned long window = 0;
+
+    Game(const std::string& folder, const std::string& game, const std::string& title) {
+        process = StartProcess({std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder",
+                                folder + "/data", game},
+                               "");
+        std::string found;
+        for (int i = 0; i < 500 && found.empty(); ++i) {
+            SleepMs(20);
+            found = OutputOf("xdotool search --onlyvisible --name '^" + title + "$' 2>/dev/null");
+        }
+        if (found.empty()) Fail("the window of " + title + " does not appear");
+        window = std::stoul(found);
+        OutputOf("xdotool windowactivate --sync " + found);
+        SleepMs(1000);
+    }
+    ~Game() { StopProcess(process); }
+    Game(const Game&) = delete;
+    Game& operator=(const Game&) = delete;
+
+    // Processor time of all its threads in nanoseconds.
+    double ProcessorTime() const {
+        double total = 0;
+        for (const auto& task :
+             fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+            double nanoseconds = 0;
+            std::ifstream(task.path() / "schedstat") >> nanoseconds;
+            total += nanoseconds;
+        }
+        return total;
+    }
+
+    // Share of one processor core over this time, in percent.
+    double Load(int seconds) const {
+        const auto start = std::chrono::steady_clock::now();
+        const double before = ProcessorTime();
+        SleepMs(seconds * 1000);
+        const std::chrono::duration<double, std::nano> passed =
+            std::chrono::steady_clock::now() - start;
+        return 100 * (ProcessorTime() - before) / passed.count();
+    }
+};
+
+std::string MakeMessageModule(const std::string& folder) {
+    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
+    std::ifstream file(source);
+    std::ostringstream text;
+    text << file.rdbuf();
+    const AssembleResult assembled = Assemble(text.str(), source);
+    if (!assembled.ok) Fail(FormatErrors(assembled));
+    const std::string game = folder + "/Bench";
+    fs::create_directory(game);
+    std::ofstream(game + "/MAIN.MX", std::ios::binary)
+        .write(reinterpret_cast<const char*>(assembled.bytes.data()),
+               static_cast<std::streamsize>(assembled.bytes.size()));
+    return game;
+}
+
+// Sorted, in milliseconds.
+std::vector<double> KeyToScreen(const Game& game) {
+    std::mt19937 random(1);
+    std::vector<double> times;
+    for (int i = 0; i < kPresses; ++i) {
+        PaintX11Window(game.window, kDrawnX, kDrawnY, 30, 40, kOtherColour);
+        SleepMs(20 + static_cast<int>(random() % 20));  // at any moment of the ticks
+        const long taken = KeyToPixel(game.window, kDrawKey, kDrawnX, kDrawnY, kOtherColour);
+        if (taken < 0) Fail("a key press does not reach the screen");
+        times.push_back(static_cast<double>(taken) / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return times;
+}
+
+long TouchedPixels(const Game& game) {
+    PaintX11Window(game.window, 0, 0, kWindowWidth, kWindowHeight, kOtherColour);
+    SleepMs(200);
+    const long before = OtherX11Pixels(game.window, kWindowWidth, kWindowHeight, kOtherColour);
+    if (before != 0) Fail("the window redraws itself");
+    PressX11Key(kDrawKey);
+    SleepMs(200);
+    return OtherX11Pixels(game.window, kWindowWidth, kWindowHeight, kOtherColour);
+}
+
+std::string Row(const char* format, auto... values) {
+    char buffer[256];
+    std::snprintf(buffer, sizeof buffer, format, values...);
+    return buffer;
+}
+
+std::string Processor() {
+    return OutputOf("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1");
+}
+
+std::string Measure(const Options& options) {
+    XSession session;
+    if (!session.Start("1400x900x24")) Fail("Xvfb, openbox or xdotool is missing");
+    const Folder folder;
+    double still = 0;
+    long touched = 0;
+    std::vector<double> times;
+    {
+        const Game game(folder.path, MakeMessageModule(folder.path), "Bench");
+        still = game.Load(options.seconds);
+        touched = TouchedPixels(game);
+        times = KeyToScreen(game);
+    }
+    const fs::path demo = fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "demo";
+    const Game game(folder.path, demo.string(), "MOXI Demo");
+    const double moving = game.Load(options.seconds);
+
+    std::string table =
+        Row("Processor: %s; Xvfb and openbox on the same machine.\n\n", Processor().c_str());
+    table += "| What | Measured | Goal |\n|---|---:|---:|\n";
+    table += Row("| an idle game with a timer of 20 ms, of one core | %.2f %% | < 2 %% |\n", still);
+    table += Row("| the demo, which is animated, of one core | %.2f %% | |\n", moving);
+    table += Row("| pixels that a redraw of 30 x 40 touches | %ld | 1200 |\n", touched);
+    table += Row("| key press to screen, median of %d | %.2f ms | |\n", kPresses,
+                 times[times.size() / 2]);
+    table += Row("| key press to screen, 99 of 100 | %.2f ms | < 21.67 ms |\n",
+                 times[times.size() * 99 / 100]);
+    table += Row("| key press to screen, longest | %.2f ms | |\n", times.back());
+    return table;
+}
+
+void Update(const std::string& path, const std::string& table) {
+    std::ifstream in(path);
+    std::ostringstream all;
+    all << in.rdbuf();
+    std::string text = all.str();
+    const std::size_t begin = text.find(kBeginMarker);
+    const std::size_t end = text.find(kEndMarker);
+    if (begin == std::string::npos || end == std::string::npos || end < begin) {
+        Fail(path + ": the marker lines of the table are not there");
+    }
+    const std::size_t from = begin + std::string(kBeginMarker).size();
+    text.replace(from, end - from, "\n" + table);
+    std::ofstream(path) << text;
+}
+
+Options ReadOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == "--seconds" && i + 1 < argc) {
+            options.seconds = std::max(1, std::atoi(argv[++i]));
+        } else if (argument == "--update" && i + 1 < argc) {
+            options.update = argv[++i];
+        } else {
+            Fail("usage: desktop_bench [--seconds N] [--update FILE]");
+        }
+    }
+    return options;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Options options = ReadOptions(argc, argv);
+    const std::string table = Measure(options);
+    std::fputs(table.c_str(), stdout);
+    if (!options.update.empty()) Update(options.update, table);
+    return 0;
+}

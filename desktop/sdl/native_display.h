@@ -1,0 +1,35 @@
+#pragma once
+// What SDL does not tell of the connection to the display server. No other header of the tree
+// beside it: the X headers have names and macros of their own for everything.
+
+#include <SDL_video.h>
+
+#include "base/types.h"
+
+// Called on whichever thread meets the loss, from deep inside of the libraries: they may only note
+// it.
+struct DisplayLossHandlers {
+    void (*windowLost)();
+    void (*connectionLost)();
+};
+
+// From here on errors of the X connection of this window do not end the process. Nothing on other
+// desktops.
+void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& handlers);
+
+enum class ServerWait {
+    Unknown,  // another desktop, or none
+    Silent,   // nothing has come
+    Spoken,   // something is there to be read
+};
+
+// Waits until the X server says something, at most so long. Reads nothing.
+ServerWait WaitForX11(u64 nanoseconds);
+
+// Asks the X server where the window's content is; windowLost is called when it does not exist. SDL
+// believes what it asked for itself where a window manager refuses. False on other desktops, and
+// when there is no answer.
+bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content);
+
+// The connection to the Wayland compositor is broken; false on other desktops.
+bool WaylandConnectionIsBroken(SDL_Window* window);
