@@ -1,6 +1,7 @@
 #include "desktop/sdl/native_display.h"
 
 #include <SDL_syswm.h>
+#include <X11/Xproto.h>
 #include <dlfcn.h>
 #include <poll.h>
 #include <unistd.h>
@@ -37,6 +38,7 @@ static int OnError(Display*, XErrorEvent* event) {
         handlers.windowLost();
         return 0;
     }
+    if (isWindows && event->request_code == X_SendEvent) return 0;  // a wake-up that came late
     static bool told = false;
     if (!told) {
         SystemLog(FormatText("X error %d of request %d", event->error_code, event->request_code));
@@ -59,6 +61,14 @@ static int OnFinalConnectionError(Display*) {
     _exit(1);
 }
 
+void TakeX11Errors() {
+    void* const library = dlopen(kX11, RTLD_LAZY);
+    if (library == nullptr) return;
+    const auto setError =
+        reinterpret_cast<decltype(&XSetErrorHandler)>(dlsym(library, "XSetErrorHandler"));
+    if (setError != nullptr) setError(OnError);
+}
+
 void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers) {
     SDL_SysWMinfo info;
     if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
@@ -66,10 +76,8 @@ void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers
     watchedDisplay = info.info.x11.display;
     watchedWindow = info.info.x11.window;
     using SetExitHandler = void(Display*, void (*)(Display*, void*), void*);
-    auto* const setError = Loaded<decltype(XSetErrorHandler)>(kX11, "XSetErrorHandler");
     auto* const setIoError = Loaded<decltype(XSetIOErrorHandler)>(kX11, "XSetIOErrorHandler");
     auto* const setExit = Loaded<SetExitHandler>(kX11, "XSetIOErrorExitHandler");
-    if (setError != nullptr) setError(OnError);
     if (setIoError != nullptr) {
         setIoError(setExit != nullptr ? OnConnectionError : OnFinalConnectionError);
     }
@@ -110,6 +118,7 @@ bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
 
 #else
 
+void TakeX11Errors() {}
 void HandleX11Errors(SDL_Window*, const DisplayLossHandlers&) {}
 ServerWait WaitForX11(u64) {
     return ServerWait::Unknown;

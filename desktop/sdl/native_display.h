@@ -13,8 +13,13 @@ struct DisplayLossHandlers {
     void (*connectionLost)();
 };
 
-// From here on errors of the X connection of this window do not end the process. Nothing on other
-// desktops.
+// To be called before SDL starts: from then on a failed request does not end the process. SDL puts
+// the handler that it found back before it closes its connections, and only then the last errors
+// come in, of wake-ups that it sent to a window that was just destroyed.
+void TakeX11Errors();
+
+// From here on the loss of this window, or of its connection, is told to the handlers. Nothing on
+// other desktops.
 void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& handlers);
 
 enum class ServerWait {

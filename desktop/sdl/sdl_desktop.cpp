@@ -15,6 +15,7 @@
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/keyboard.h"
 #include "desktop/sdl/mouse.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/run_loop.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/services.h"
@@ -96,6 +97,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     StartUrlOpener();
+    TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
         StopUrlOpener();
