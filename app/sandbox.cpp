@@ -140,7 +140,8 @@ std::string StartSandbox(const SandboxPlaces& wanted) {
     places = wanted;
     if (places.dataFolder.empty()) places.dataFolder += '.';
     for (const std::string& file : places.files) {
-        const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+        // Only what is missing: to open and close a pipe would tell its reader that all is over.
+        const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     }
     const std::string nearest = NearestFolder(places.dataFolder);
     toBeNarrowed = !IsFolder(places.dataFolder);
