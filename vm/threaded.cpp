@@ -591,14 +591,12 @@ void CallHandler(MX_STATE_PARAMETERS) {
 template <u32 kRegisters>
 void LinkHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
-    const u64 newFP = sp - 4;
     const u32 room = 4 + (w >> 14) + kSavedSize;
     MX_SLOW_IF(IsLowStack(sp, room));
-    const u64 newSP = sp - room;
-    Put<u32>(base, newFP, static_cast<u32>(fp));
-    std::memcpy(base + newSP, base + RegisterAddress(14) - kSavedSize, kSavedSize);
-    fp = newFP;
-    sp = newSP;
+    Put<u32>(base, sp - 4, static_cast<u32>(fp));
+    fp = sp - 4;
+    sp -= room;
+    std::memcpy(base + sp, base + RegisterAddress(14) - kSavedSize, kSavedSize);
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc += 4;
