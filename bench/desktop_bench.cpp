@@ -22,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/table.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
 #include "tools/assembler.h"
@@ -198,18 +199,9 @@ std::string Measure(const Options& options) {
 }
 
 void Update(const std::string& path, const std::string& table) {
-    std::ifstream in(path);
-    std::ostringstream all;
-    all << in.rdbuf();
-    std::string text = all.str();
-    const std::size_t begin = text.find(kBeginMarker);
-    const std::size_t end = text.find(kEndMarker);
-    if (begin == std::string::npos || end == std::string::npos || end < begin) {
+    if (!UpdateTable(path, kBeginMarker, kEndMarker, table)) {
         Fail(path + ": the marker lines of the table are not there");
     }
-    const std::size_t from = begin + std::string(kBeginMarker).size();
-    text.replace(from, end - from, "\n" + table);
-    std::ofstream(path) << text;
 }
 
 Options ReadOptions(int argc, char** argv) {

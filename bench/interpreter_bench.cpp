@@ -13,6 +13,7 @@
 
 #include "bench/mx_kernel.h"
 #include "bench/native_kernels.h"
+#include "bench/table.h"
 
 namespace {
 
@@ -200,18 +201,9 @@ std::string Table(const std::vector<Result>& results, int runs, bool withLua) {
 }
 
 void Update(const std::string& path, const std::string& table) {
-    std::ifstream in(path);
-    std::ostringstream all;
-    all << in.rdbuf();
-    std::string text = all.str();
-    const std::size_t begin = text.find(kBeginMarker);
-    const std::size_t end = text.find(kEndMarker);
-    if (begin == std::string::npos || end == std::string::npos || end < begin) {
+    if (!UpdateTable(path, kBeginMarker, kEndMarker, table)) {
         Fail(path + ": the marker lines of the table are not there\n");
     }
-    const std::size_t from = begin + std::strlen(kBeginMarker);
-    text.replace(from, end - from, "\n" + table);
-    std::ofstream(path) << text;
 }
 
 Options ReadOptions(int argc, char** argv) {

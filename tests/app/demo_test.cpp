@@ -1,11 +1,11 @@
 // The demo game, played by event scripts through the real program.
 
 #include <gtest/gtest.h>
-#include <spng.h>
 
 #include <filesystem>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/picture.h"
 
 namespace fs = std::filesystem;
 
@@ -15,35 +15,9 @@ const fs::path kSources = fs::path(MOXI_SOURCE_DIR) / "demo";
 const fs::path kGoldenRun = fs::path(MOXI_SOURCE_DIR) / "tests" / "runs" / "demo";
 const fs::path kDemoGame = fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "demo";
 
-struct Picture {
-    u32 width = 0;
-    u32 height = 0;
-    std::vector<u8> rgb;
-};
-
-// An empty picture when the file is none.
-Picture ReadPicture(const fs::path& path) {
-    const std::string file = ReadTextFile(path.string());
-    spng_ctx* context = spng_ctx_new(0);
-    spng_ihdr header = {};
-    size_t size = 0;
-    Picture picture;
-    if (spng_set_png_buffer(context, file.data(), file.size()) == 0 &&
-        spng_get_ihdr(context, &header) == 0 &&
-        spng_decoded_image_size(context, SPNG_FMT_RGB8, &size) == 0) {
-        picture.rgb.resize(size);
-        if (spng_decode_image(context, picture.rgb.data(), size, SPNG_FMT_RGB8, 0) == 0) {
-            picture.width = header.width;
-            picture.height = header.height;
-        }
-    }
-    spng_ctx_free(context);
-    return picture;
-}
-
 void ExpectSamePicture(const fs::path& gotPath, const fs::path& wantedPath) {
-    const Picture got = ReadPicture(gotPath);
-    const Picture wanted = ReadPicture(wantedPath);
+    const Picture got = ReadPicture(gotPath.string());
+    const Picture wanted = ReadPicture(wantedPath.string());
     ASSERT_GT(wanted.width, 0u) << wantedPath << " is no picture";
     ASSERT_EQ(got.width, wanted.width);
     ASSERT_EQ(got.height, wanted.height);

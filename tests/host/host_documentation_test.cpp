@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "host/services.h"
 #include "tests/support/headless_run.h"
 
@@ -15,28 +13,10 @@ using Strings = std::vector<std::string>;
 
 const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
 
-// What stands between the lines ```mx and ```.
-Strings ExamplesOf(const std::string& name) {
-    std::istringstream page(ReadTextFile(kDocs + name));
-    Strings examples;
-    bool inside = false;
-    for (std::string line; std::getline(page, line);) {
-        if (line == "```mx") {
-            inside = true;
-            examples.emplace_back();
-        } else if (line == "```") {
-            inside = false;
-        } else if (inside) {
-            examples.back() += line + "\n";
-        }
-    }
-    return examples;
-}
-
 TEST(HostDocumentation, EveryServiceIsListedAndHasAnExample) {
     const std::string page = ReadTextFile(kDocs + "services-host.md");
     std::string all;
-    for (const std::string& example : ExamplesOf("services-host.md")) all += example;
+    for (const std::string& example : ExamplesOf(kDocs + "services-host.md")) all += example;
     for (u32 command = 0x0700; command <= 0x0715; ++command) {
         char text[32];
         std::snprintf(text, sizeof text, "| `0x%04X`", command);
@@ -50,16 +30,8 @@ TEST(HostDocumentation, EveryServiceIsListedAndHasAnExample) {
 TEST(HostDocumentation, TheExamplesDoWhatTheTextSays) {
     HeadlessRun run;
     run.options = {"--desktop", "1280x800,640x1000"};
-    run.source = ExamplesOf("system-services.md").front();
-    for (const std::string& example : ExamplesOf("services-host.md")) {
-        run.source += example;
-        // Each example's last result is kept.
-        run.source +=
-            "        MOVE.L  R0, [results]\n        MOVE.L  [R0], R14\n"
-            "        ADD.L   [results], #4\n";
-    }
-    run.source +=
-        "        STOP\n        .data\nresults: .long room\n        .bss\nroom: .space 200\n";
+    run.source = ExamplesOf(kDocs + "system-services.md").front();
+    run.source += ProgramOfExamples(ExamplesOf(kDocs + "services-host.md"));
     const HeadlessResult result = RunHeadless(run);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.lines, (Strings{"fatal: The cellar is locked.",

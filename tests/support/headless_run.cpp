@@ -205,6 +205,18 @@ std::vector<std::string> ExamplesOf(const std::string& page) {
     return examples;
 }
 
+std::string ProgramOfExamples(const std::vector<std::string>& examples) {
+    std::string program;
+    for (const std::string& example : examples) {
+        program += example;
+        program +=
+            "        MOVE.L  R0, [results]\n        MOVE.L  [R0], R14\n"
+            "        ADD.L   [results], #4\n";
+    }
+    return program +
+           "        STOP\n        .data\nresults: .long room\n        .bss\nroom: .space 200\n";
+}
+
 void WriteTextFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }

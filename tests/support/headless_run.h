@@ -68,4 +68,8 @@ std::string ReadTextFile(const std::string& path);
 
 // What a page of the documentation has between the lines ```mx and ```.
 std::vector<std::string> ExamplesOf(const std::string& page);
+
+// The examples one after the other and a STOP. What each leaves in R14 is kept as a LONG, in their
+// order, from the label `room` on.
+std::string ProgramOfExamples(const std::vector<std::string>& examples);
 void WriteTextFile(const std::string& path, const std::string& content);

@@ -25,15 +25,7 @@ TEST(Documentation, EveryServiceOfTheseGroupsHasAnExample) {
 
 TEST(Documentation, TheExamplesDoWhatTheTextSays) {
     HeadlessRun run;
-    for (const std::string& example : ExamplesOf(kPage)) {
-        run.source += example;
-        // Each example's last result is kept.
-        run.source +=
-            "        MOVE.L  R0, [results]\n        MOVE.L  [R0], R14\n"
-            "        ADD.L   [results], #4\n";
-    }
-    run.source +=
-        "        STOP\n        .data\nresults: .long room\n        .bss\nroom: .space 200\n";
+    run.source = ProgramOfExamples(ExamplesOf(kPage));
     const HeadlessResult result = RunHeadless(run);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.Fatals(), std::vector<std::string>{});
