@@ -16,13 +16,13 @@ def title():
     piece = Piece("TITLE", "Glimmer Hollow", 112, 3,
                   "D Gmaj7 D Gmaj7  D Bm G A D F#m G A  D Bm Em A7 F#m Bm A7 D  "
                   "G A F#m Bm G Gm D A7  Bm Em A7 A7")
-    celesta = piece.part(0, CELESTA, 104, 58, 80, 88)
-    harp = piece.part(1, HARP, 92, 76, 70, 62)
-    strings = piece.part(2, SLOW_STRINGS, 74, 50, 80, 62)
-    bass = piece.part(3, BASS, 84, 64, 40, 66)
-    flute = piece.part(4, FLUTE, 84, 70, 80, 74)
-    cello = piece.part(5, CELLO, 72, 46, 70, 64)
-    bells = piece.part(6, GLOCKENSPIEL, 60, 84, 90, 58)
+    celesta = piece.part(0, CELESTA, 127, 58, 80, 101)
+    harp = piece.part(1, HARP, 90, 76, 70, 71)
+    strings = piece.part(2, SLOW_STRINGS, 118, 50, 80, 71)
+    bass = piece.part(3, BASS, 104, 64, 40, 76)
+    flute = piece.part(4, FLUTE, 104, 70, 80, 85)
+    cello = piece.part(5, CELLO, 84, 46, 70, 74)
+    bells = piece.part(6, GLOCKENSPIEL, 112, 84, 90, 67)
 
     harp.arpeggio(0, 4, 50, "024321", .5, .95, 2.2)
     bells.write(0, "r/2 A6/1 r/1 F#6/1 D6/1 r/2 A6/1 r/1 B5/1 D6/1", .8)
@@ -63,13 +63,13 @@ def night_one():
     piece = Piece("NIGHT1", "Dew on the Moss", 100, 4,
                   "F Dm Bb C F Am Bb C7  F Dm Gm C Am Dm Gm:C7 F  "
                   "Dm Am Bb F Gm Dm Eb C7  F Bb F C Dm Bb C7 F:C7")
-    marimba = piece.part(0, MARIMBA, 108, 60, 60, 84)
-    plucked = piece.part(1, PIZZICATO, 90, 78, 60, 62)
-    bass = piece.part(2, BASS, 92, 64, 30, 72)
-    clarinet = piece.part(3, CLARINET, 78, 52, 70, 70)
-    strings = piece.part(4, SLOW_STRINGS, 60, 64, 80, 56)
-    celesta = piece.part(5, CELESTA, 74, 84, 80, 60)
-    drums = piece.part(DRUMS, 0, 84, 64, 40, 78)
+    marimba = piece.part(0, MARIMBA, 127, 60, 60, 105)
+    plucked = piece.part(1, PIZZICATO, 104, 78, 60, 78)
+    bass = piece.part(2, BASS, 110, 64, 30, 90)
+    clarinet = piece.part(3, CLARINET, 98, 52, 70, 88)
+    strings = piece.part(4, SLOW_STRINGS, 114, 64, 80, 70)
+    celesta = piece.part(5, CELESTA, 116, 84, 80, 75)
+    drums = piece.part(DRUMS, 0, 127, 64, 40, 98)
 
     marimba.write(0, "A4/.5 C5/.5 F5/1 r/.5 E5/.5 C5/1 D5/1.5 A4/.5 F4/1 A4/1 "
                      "Bb4/.5 D5/.5 F5/1 r/.5 G5/.5 F5/.5 D5/.5 E5/2 r/1 C5/.5 D5/.5 "
@@ -119,14 +119,14 @@ def night_two():
     piece = Piece("NIGHT2", "Wings in the Dark", 126, 4,
                   "Am Am F E  Am F C G Am F Dm E  Am F C G Dm F E Am  F G Em Am F G Am E  "
                   "Am Em F C Dm Am F E  Am F Dm E7")
-    lead = piece.part(0, PAN_FLUTE, 96, 60, 70, 84)
-    plucked = piece.part(1, PIZZICATO, 92, 76, 50, 66)
-    bass = piece.part(2, BASS, 98, 64, 30, 78)
-    strings = piece.part(3, STRINGS, 74, 52, 70, 66)
-    vibes = piece.part(4, VIBRAPHONE, 92, 80, 70, 76)
-    timpani = piece.part(5, TIMPANI, 84, 64, 60, 70)
-    horn = piece.part(6, HORN, 70, 44, 70, 62)
-    drums = piece.part(DRUMS, 0, 96, 64, 40, 74)
+    lead = piece.part(0, PAN_FLUTE, 118, 60, 70, 88)
+    plucked = piece.part(1, PIZZICATO, 127, 76, 50, 69)
+    bass = piece.part(2, BASS, 110, 64, 30, 82)
+    strings = piece.part(3, STRINGS, 60, 52, 70, 69)
+    vibes = piece.part(4, VIBRAPHONE, 106, 80, 70, 80)
+    timpani = piece.part(5, TIMPANI, 108, 64, 60, 74)
+    horn = piece.part(6, HORN, 86, 44, 70, 65)
+    drums = piece.part(DRUMS, 0, 127, 64, 40, 78)
 
     lead.write(4, "A4/1 C5/.5 E5/1 D5/.5 C5/1 A4/1.5 C5/.5 F5/1 E5/.5 C5/.5 "
                   "G5/1.5 E5/.5 C5/1 D5/.5 E5/.5 D5/2 B4/1 r/1 "
@@ -186,13 +186,13 @@ def night_two():
 def danger():
     """Short of breath, in D minor: a ticking clock and trembling strings."""
     piece = Piece("DANGER", "The Glow Fades", 144, 4, "Dm Dm Eb Dm Gm Dm Bb A Dm Eb A A")
-    lead = piece.part(0, CLARINET, 90, 56, 60, 82)
-    tremolo = piece.part(1, TREMOLO, 78, 64, 60, 68)
-    plucked = piece.part(2, PIZZICATO, 96, 78, 40, 74)
-    bass = piece.part(3, BASS, 100, 64, 30, 82)
-    timpani = piece.part(4, TIMPANI, 86, 64, 50, 72)
-    bells = piece.part(5, GLOCKENSPIEL, 64, 88, 70, 62)
-    drums = piece.part(DRUMS, 0, 92, 64, 30, 70)
+    lead = piece.part(0, CLARINET, 112, 56, 60, 92)
+    tremolo = piece.part(1, TREMOLO, 112, 64, 60, 76)
+    plucked = piece.part(2, PIZZICATO, 127, 78, 40, 83)
+    bass = piece.part(3, BASS, 100, 64, 30, 92)
+    timpani = piece.part(4, TIMPANI, 104, 64, 50, 81)
+    bells = piece.part(5, GLOCKENSPIEL, 118, 88, 70, 69)
+    drums = piece.part(DRUMS, 0, 124, 64, 30, 78)
 
     lead.write(0, "D5/1 F5/1 E5/.5 D5/.5 A4/1 D5/1 F5/1 A5/1 r/1 G5/1 Bb5/1 G5/.5 F5/.5 Eb5/1 D5/2 A4/1 r/1 "
                   "G5/1 Bb5/1 A5/.5 G5/.5 D5/1 F5/1 A5/1 F5/1 r/1 F5/1 Bb5/1 D6/1 Bb5/1 A5/1.5 Bb5/.5 A5/1 C#5/1 "
@@ -219,14 +219,14 @@ def danger():
 def dawn():
     """The night is done: four bars in G."""
     piece = Piece("DAWN", "First Light", 120, 4, "G C D7 G", False)
-    lead = piece.part(0, FLUTE, 96, 58, 70, 92)
-    horn = piece.part(1, HORN, 88, 48, 70, 84)
-    bells = piece.part(2, GLOCKENSPIEL, 78, 84, 80, 80)
-    harp = piece.part(3, HARP, 96, 76, 70, 80)
-    strings = piece.part(4, STRINGS, 86, 56, 70, 80)
-    bass = piece.part(5, BASS, 96, 64, 30, 82)
-    timpani = piece.part(6, TIMPANI, 92, 64, 60, 80)
-    drums = piece.part(DRUMS, 0, 88, 64, 50, 66)
+    lead = piece.part(0, FLUTE, 118, 58, 70, 89)
+    horn = piece.part(1, HORN, 104, 48, 70, 81)
+    bells = piece.part(2, GLOCKENSPIEL, 127, 84, 80, 78)
+    harp = piece.part(3, HARP, 84, 76, 70, 78)
+    strings = piece.part(4, STRINGS, 50, 56, 70, 78)
+    bass = piece.part(5, BASS, 98, 64, 30, 80)
+    timpani = piece.part(6, TIMPANI, 96, 64, 60, 78)
+    drums = piece.part(DRUMS, 0, 110, 64, 50, 64)
 
     tune = ("D5/.5 G5/.5 B5/.5 D6/1 B5/.5 D6/1 E6/1.5 D6/.5 C6/1 E6/1 "
             "F#6/1 E6/.5 D6/.5 A5/1 F#6/1 G6/3 r/1")
@@ -249,11 +249,11 @@ def dawn():
 def fade():
     """The light is gone: three slow bars in D minor."""
     piece = Piece("FADE", "Out of Light", 92, 4, "Dm Gm:A Dm", False)
-    lead = piece.part(0, CLARINET, 92, 58, 80, 80)
-    harp = piece.part(1, HARP, 90, 76, 80, 66)
-    strings = piece.part(2, SLOW_STRINGS, 76, 52, 80, 66)
-    cello = piece.part(3, CELLO, 84, 48, 80, 74)
-    bells = piece.part(4, CELESTA, 72, 80, 90, 58)
+    lead = piece.part(0, CLARINET, 112, 58, 80, 90)
+    harp = piece.part(1, HARP, 100, 76, 80, 74)
+    strings = piece.part(2, SLOW_STRINGS, 124, 52, 80, 74)
+    cello = piece.part(3, CELLO, 97, 48, 80, 83)
+    bells = piece.part(4, CELESTA, 112, 80, 90, 65)
 
     lead.write(0, "F5/1 E5/.5 D5/.5 A4/2 Bb4/1 D5/1 C#5/1.5 E5/.5 D5/4", .95, .98)
     harp.arpeggio(0, 2, 50, "01234321", .5, .9, 1.5)
@@ -270,12 +270,12 @@ def fade():
 def scores():
     """By the lantern, in C: vibraphone and harp, a flute joins for the second half."""
     piece = Piece("SCORES", "Lantern Light", 96, 4, "C Am Dm G Em Am Dm G7 F Em Dm C F Fm C G7")
-    vibes = piece.part(0, VIBRAPHONE, 104, 58, 70, 82)
-    harp = piece.part(1, HARP, 86, 78, 70, 60)
-    bass = piece.part(2, BASS, 88, 64, 30, 70)
-    strings = piece.part(3, SLOW_STRINGS, 66, 50, 80, 58)
-    flute = piece.part(4, FLUTE, 76, 70, 80, 68)
-    drums = piece.part(DRUMS, 0, 80, 64, 40, 76)
+    vibes = piece.part(0, VIBRAPHONE, 124, 58, 70, 94)
+    harp = piece.part(1, HARP, 99, 78, 70, 69)
+    bass = piece.part(2, BASS, 101, 64, 30, 80)
+    strings = piece.part(3, SLOW_STRINGS, 120, 50, 80, 67)
+    flute = piece.part(4, FLUTE, 98, 70, 80, 78)
+    drums = piece.part(DRUMS, 0, 116, 64, 40, 87)
 
     first = ("E5/1.5 G5/.5 C5/1 E5/1 A5/2 E5/1 C5/1 F5/1.5 A5/.5 D5/1 F5/1 G5/3 r/1 "
              "B5/1.5 A5/.5 G5/1 E5/1 C6/2 A5/1 E5/1 D6/1 C6/.5 A5/.5 F5/1 A5/1 B5/2 G5/1 D5/1")
