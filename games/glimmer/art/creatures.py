@@ -186,8 +186,8 @@ def draw_spider(ctx, frame):
         fill(ctx, "#02040a", .28)
         for side in (-1, 1):
             for k, (y, angle, first, second, bend) in enumerate((
-                    (-6, -.86, 9.5, 8, -.2), (-4, -.3, 9.5, 9, -.45),
-                    (-1.5, .3, 9.5, 9, .5), (1, .88, 10, 10.5, .35))):
+                    (-6, -.78, 8.6, 7.6, -.2), (-4, -.3, 9.5, 9, -.45),
+                    (-1.5, .3, 9.5, 9, .5), (1, .84, 9.6, 9.8, .32))):
                 # Alternate legs step together, and the two sides against each other.
                 turn = .19 * math.sin(swing + (math.pi if (k % 2 == 0) == (side > 0) else 0))
                 spider_leg(ctx, side, 3.5, y, angle + turn, first, second, bend + turn * .5)
@@ -254,15 +254,18 @@ def owl_wing(ctx, spread, sweep):
     ctx.close_path()
     ctx.set_source(linear(0, -8, 0, 12, [(0, "#8a6b50", 1), (1, "#c2a078", 1)]))
     ctx.fill_preserve()
-    stroke(ctx, "#2a1c1c", 1.5, .95)
+    stroke(ctx, "#2a1c1c", 1.5, .95, True)
+    ctx.save()
+    ctx.clip()
     for k in range(6):
-        x = 13 + (reach - 16) * k / 5
-        oval(ctx, x, 2.5 + sweep * (k / 5) ** 2, 2.4, 1.5)
+        x = 13 + (reach - 15) * k / 5
+        oval(ctx, x, 2.5 + sweep * .8 * (k / 5) ** 1.5, 2.4, 1.5)
         fill(ctx, "#f2e0bc", .75)
+    ctx.restore()
 
 
 def draw_owl(ctx, frame, strike):
-    spread = (1.0, .93, .78, .92)[frame]
+    spread = (.92, .87, .74, .86)[frame]
     sweep = (-3, 2, 7, 1)[frame] + (-4 if strike else 0)
     with placed(ctx, 64, 37):
         # The tail, up the screen.
