@@ -269,8 +269,8 @@ def draw_owl(ctx, frame, strike):
     sweep = (-3, 2, 7, 1)[frame] + (-4 if strike else 0)
     with placed(ctx, 64, 37):
         # The tail, up the screen.
-        for angle in (-2.1, -1.03, -1.85, -1.3, -1.57):
-            leaf(ctx, 0, -10, 25, 9, angle)
+        for turn in (-.53, .53, -.27, .27, 0):
+            leaf(ctx, 0, -10, 25, 9, turn - math.pi / 2)
             fill(ctx, "#7c6049", 1, True)
             stroke(ctx, "#2a1c1c", 1.2)
         for side in (1, -1):
