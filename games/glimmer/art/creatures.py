@@ -22,10 +22,25 @@ def hero_wing(ctx, side, angle, length, width):
             stroke(ctx, "#ffffff", .6, .5)
 
 
+def wing_case(ctx, side, angle):
+    """The hard cover of a wing, held open to the front: the mark of a beetle."""
+    with placed(ctx, 5, side * 3.6, side * angle):
+        ctx.move_to(-1, 0)
+        ctx.curve_to(3, -4.6, 12, -4.8, 16, -.5)
+        ctx.curve_to(13, 3.4, 4, 3.8, -1, 0)
+        ctx.close_path()
+        ctx.set_source(linear(0, -4, 0, 4, [(0, "#6d4038", 1), (.5, "#4a2a30", 1), (1, "#2a1724", 1)]))
+        ctx.fill_preserve()
+        stroke(ctx, INK, 1.3, .95)
+        ctx.move_to(2, -1.6)
+        ctx.curve_to(6, -3, 10, -3, 13.5, -1)
+        stroke(ctx, AMBER_DEEP, .9, .75)
+
+
 def draw_hero(ctx, phase):
     beat = (0, .55, 1, .55)[phase]
     # The lamp's own light, behind everything.
-    glow(ctx, -10, 0, 19, AMBER_DEEP, .75)
+    glow(ctx, -10, 0, 21, AMBER_DEEP, .85)
     for side in (-1, 1):
         # The legs just show.
         for x, angle in ((8, .9), (3, 1.6), (-1, 2.2)):
@@ -44,10 +59,11 @@ def draw_hero(ctx, phase):
     for x, half in ((-4.5, 5.8), (-9.2, 5.7), (-13.6, 4.4)):
         ctx.move_to(x, -half)
         ctx.curve_to(x - 1.8, -half * .4, x - 1.8, half * .4, x, half)
-        stroke(ctx, "#c46a1c", 1, .6)
+        stroke(ctx, "#d98a2c", .9, .5)
     for side in (-1, 1):
-        hero_wing(ctx, side, 2.15 - .42 * beat, 20, 9)
-        hero_wing(ctx, side, 1.72 - .62 * beat, 25 - 2.5 * beat, 11)
+        hero_wing(ctx, side, 2.3 - .5 * beat, 20, 8.5)
+        hero_wing(ctx, side, 1.95 - .62 * beat, 25.5 - 2.5 * beat, 11)
+        wing_case(ctx, side, 1.22 - .14 * beat)
     # Thorax and shield.
     oval(ctx, 3, 0, 5.4, 5.2)
     ctx.set_source(radial(3, 0, 6, [(0, "#7a4a44", 1), (1, "#301a26", 1)], 4, -1.5))
