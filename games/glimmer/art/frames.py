@@ -92,10 +92,9 @@ def icon_lantern(ctx):
     ctx.set_source(radial(16, 19, 9, [(0, "#fffbe6", 1), (.5, "#ffd75e", 1), (1, "#e8862a", 1)]))
     ctx.fill_preserve()
     stroke(ctx, "#1c2030", 1.8)
-    for x in (16,):
-        ctx.move_to(x, 12)
-        ctx.line_to(x, 25)
-        stroke(ctx, "#1c2030", 1.4)
+    ctx.move_to(16, 12)
+    ctx.line_to(16, 25)
+    stroke(ctx, "#1c2030", 1.4)
     ctx.move_to(5.5, 12.5)
     ctx.line_to(13, 5.5)
     ctx.line_to(19, 5.5)

@@ -9,7 +9,6 @@ import random
 import cairo
 
 from canvas import *
-from creatures import draw_hero
 
 WIDE = 1280
 
