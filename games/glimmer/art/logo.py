@@ -6,12 +6,12 @@ import cairo
 from canvas import *
 from creatures import draw_hero
 
-WORDS = (("Glimmer", 46, 110), ("Hollow", 318, 194))
+WORDS = (("Glimmer", 60, 104), ("Hollow", 330, 199))
 
 
-def letters(ctx, grow=0):
+def letters(ctx):
     ctx.select_font_face("Z003", cairo.FONT_SLANT_ITALIC, cairo.FONT_WEIGHT_NORMAL)
-    ctx.set_font_size(137)
+    ctx.set_font_size(129)
     for text, x, y in WORDS:
         ctx.move_to(x, y)
         ctx.text_path(text)
