@@ -1,6 +1,6 @@
-// The examples of docs/library.md make one program. A comment "R14 = 5" (or != < >) behind a line says
-// what its result is, "log: TEXT" what it writes to the log; both are checked, and every macro of the
-// library has to be there.
+// The examples of docs/library.md make one program. A comment "R14 = 5" (or != < >) behind a line
+// says what its result is, "log: TEXT" what it writes to the log; both are checked, and every macro
+// of the library has to be there.
 
 #include <gtest/gtest.h>
 

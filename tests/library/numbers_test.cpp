@@ -40,8 +40,8 @@ i32 At(const HeadlessResult& result, u32 index) {
 std::string Stored(const std::vector<std::string>& calls) {
     std::string code;
     for (size_t i = 0; i < calls.size(); ++i) {
-        code += "        " + calls[i] + "\n        MOVE.L [room+" + std::to_string(i * 4) +
-                "], R14\n";
+        code +=
+            "        " + calls[i] + "\n        MOVE.L [room+" + std::to_string(i * 4) + "], R14\n";
     }
     return code;
 }
@@ -130,18 +130,19 @@ TEST(LibraryNumbers, DistancesAreExactAndNearOnesAreNear) {
 }
 
 TEST(LibraryNumbers, ComparingMacrosKeepWhatIsInRange) {
-    ExpectResults({{"MOVE.L R14, #5\n MIN R14, #5", 5},
-                   {"MOVE.L R14, #6\n MIN R14, #5", 5},
-                   {"MOVE.L R14, #-6\n MIN R14, #5", -6},
-                   {"MOVE.L R14, #-6\n MAX R14, #5", 5},
-                   {"MOVE.L R14, #1000\n MAX R14, #5", 1000},
-                   {"MOVE.L R14, #-11\n CLAMP R14, #-10, #10", -10},
-                   {"MOVE.L R14, #-10\n CLAMP R14, #-10, #10", -10},
-                   {"MOVE.L R14, #11\n CLAMP R14, #-10, #10", 10},
-                   {"MOVE.L R14, #0\n ABS R14", 0},
-                   {"MOVE.L R14, #-70000\n ABS R14", 70000},
-                   {"MOVE.L [room+4000], #9\n MOVE.L R6, #4\n MIN [room+4000], R6\n MOVE.L R14, [room+4000]",
-                    4}});
+    ExpectResults(
+        {{"MOVE.L R14, #5\n MIN R14, #5", 5},
+         {"MOVE.L R14, #6\n MIN R14, #5", 5},
+         {"MOVE.L R14, #-6\n MIN R14, #5", -6},
+         {"MOVE.L R14, #-6\n MAX R14, #5", 5},
+         {"MOVE.L R14, #1000\n MAX R14, #5", 1000},
+         {"MOVE.L R14, #-11\n CLAMP R14, #-10, #10", -10},
+         {"MOVE.L R14, #-10\n CLAMP R14, #-10, #10", -10},
+         {"MOVE.L R14, #11\n CLAMP R14, #-10, #10", 10},
+         {"MOVE.L R14, #0\n ABS R14", 0},
+         {"MOVE.L R14, #-70000\n ABS R14", 70000},
+         {"MOVE.L [room+4000], #9\n MOVE.L R6, #4\n MIN [room+4000], R6\n MOVE.L R14, [room+4000]",
+          4}});
 }
 
 // The numbers of the generator, from a program of its own that keeps 32 bits of each step.
