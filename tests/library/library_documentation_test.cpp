@@ -5,11 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <set>
-#include <sstream>
 
-#include "tests/support/headless_run.h"
+#include "tests/library/checked_examples.h"
 #include "tests/support/sound_bytes.h"
 
 namespace fs = std::filesystem;
@@ -19,47 +17,7 @@ namespace {
 const std::string kPage = MOXI_SOURCE_DIR "/docs/library.md";
 const fs::path kLibrary = fs::path(MOXI_SOURCE_DIR) / "library";
 
-struct Expected {
-    std::string line;
-    std::string relation;
-    i32 value;
-};
-
-struct Program {
-    std::string source;
-    std::vector<Expected> results;  // in the order of the LONGs at `results`
-    std::vector<std::string> logs;
-};
-
-Program ReadProgram() {
-    static const std::regex kResult("; R14 (=|!=|<|>) (-?[0-9A-Fx]+)$");
-    static const std::regex kLog("; log: (.*)$");
-    Program program;
-    for (const std::string& example : ExamplesOf(kPage)) {
-        std::istringstream lines(example);
-        for (std::string line; std::getline(lines, line);) {
-            program.source += line + "\n";
-            std::smatch match;
-            if (std::regex_search(line, match, kResult)) {
-                const i64 value = std::stoll(match[2], nullptr, 0);
-                program.source += "        MOVE.L  [results+" +
-                                  std::to_string(program.results.size() * 4) + "], R14\n";
-                program.results.push_back({line, match[1], static_cast<i32>(value)});
-            }
-            if (std::regex_search(line, match, kLog)) program.logs.push_back(match[1]);
-        }
-    }
-    program.source += "        .bss\n        .align 4\nresults: .space 1000\n";
-    return program;
-}
-
-bool Holds(i32 value, const Expected& expected) {
-    if (expected.relation == "=") return value == expected.value;
-    if (expected.relation == "!=") return value != expected.value;
-    return expected.relation == "<" ? value < expected.value : value > expected.value;
-}
-
-HeadlessRun RunOf(const Program& program) {
+HeadlessRun RunOf(const CheckedProgram& program) {
     HeadlessRun run;
     run.source = program.source;
     run.options = {"--run-ms", "50"};
@@ -111,18 +69,20 @@ TEST(LibraryDocumentation, EveryServiceHasAName) {
 }
 
 TEST(LibraryDocumentation, TheExamplesGiveWhatTheySay) {
-    const Program program = ReadProgram();
-    const HeadlessResult result = RunHeadless(RunOf(program));
-    ASSERT_EQ(result.status, 0);
-    EXPECT_EQ(result.Fatals(), std::vector<std::string>{"Village"});
-    EXPECT_EQ(result.Logs(), program.logs);
+    const CheckedProgram program = ReadCheckedProgram(kPage);
     ASSERT_GT(program.results.size(), 80u);
-    const u32 results = result.Label("results");
-    for (size_t i = 0; i < program.results.size(); ++i) {
-        const i32 value = static_cast<i32>(result.Long(results + static_cast<u32>(i) * 4));
-        EXPECT_TRUE(Holds(value, program.results[i]))
-            << program.results[i].line << "\nis " << value << " (0x" << std::hex << value << ")";
-    }
+    const HeadlessResult result = RunHeadless(RunOf(program));
+    EXPECT_EQ(result.Fatals(), std::vector<std::string>{"Village"});
+    ExpectCheckedResults(program, result);
+}
+
+TEST(LibraryDocumentation, TheExamplesOfTheHeapGiveWhatTheySay) {
+    const CheckedProgram program =
+        ReadCheckedProgram(MOXI_SOURCE_DIR "/docs/heap.md", "        DONE\n");
+    ASSERT_EQ(program.results.size(), 12u);
+    const HeadlessResult result = RunHeadless(RunOf(program));
+    EXPECT_EQ(result.Fatals(), std::vector<std::string>{});
+    ExpectCheckedResults(program, result);
 }
 
 }  // namespace
