@@ -89,7 +89,7 @@ TEST(LibraryFolder, TheRoutinesCanBeTakenInParts) {
         "        .include \"moxi/services_code.inc\"\n",
         "part.mxs", LibraryOptions());
     ASSERT_TRUE(result.ok) << FormatErrors(result);
-    EXPECT_EQ(SymbolValue(result, "sine_table"), 0xFFFFFFFFu);
+    EXPECT_EQ(SymbolValue(result, "moxi_sines"), 0xFFFFFFFFu);
 }
 
 TEST(LibraryMessages, EachGoesToItsHandlerAndTheOthersNowhere) {
@@ -126,6 +126,16 @@ TEST(LibraryMessages, EachGoesToItsHandlerAndTheOthersNowhere) {
         "A is held 1", "A is held 0", "close 0",    "windowWillClose", "close 0"};
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.Logs(), wanted);
+}
+
+TEST(LibraryMessages, ACommandBeyondTheTableComesToNothing) {
+    HeadlessRun run;
+    run.source = kMinimal;
+    run.script = "10 post 17 0 0 0\n20 post 0xFFFFFFFF 0 0 0\n30 post 0x80000000 0 0 0\n";
+    run.options = {"--run-ms", "100"};
+    const HeadlessResult result = RunHeadless(run);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.lines, std::vector<std::string>{});
 }
 
 TEST(LibraryMessages, HandlersOutOfOrderAreAnError) {
