@@ -120,10 +120,14 @@ std::string FindGame(const std::string& game) {
 std::string FindOwnGame() {
     const fs::path own = ExecutableFolder();
     if (Exists(own / kModuleFile)) return own;
+    // A folder made by --bundle has the program at its top.
+    if (Exists(own / "Resources" / kModuleFile)) return own;
     if (Exists(own.parent_path() / "Resources" / kModuleFile)) return own.parent_path();
     return "";
 }
 
 std::string OwnResource(const std::string& name) {
-    return ExecutableFolder().parent_path() / "share" / "moxi" / name;
+    const fs::path own = ExecutableFolder();
+    if (fs::path path = own / "share" / "moxi" / name; Exists(path)) return path;
+    return own.parent_path() / "share" / "moxi" / name;
 }

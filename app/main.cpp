@@ -1,9 +1,12 @@
 // The program: command line, desktop, game, then the desktop's event loop.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "app/bundle.h"
 #include "app/finish.h"
@@ -12,6 +15,7 @@
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/ship.h"
 #include "app/signals.h"
 #include "app/trace.h"
 #include "app/wiring.h"
@@ -41,6 +45,15 @@ void LoadInterfaceFile() {
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
+}
+
+// A folder made by --bundle brings fonts and a SoundFont with it.
+void UseOwnFonts() {
+    for (const auto& [variable, name] : {std::pair{"FONTCONFIG_FILE", "fonts/fonts.conf"},
+                                         std::pair{"SDL_SOUNDFONTS", "soundfont.sf2"}}) {
+        const std::string path = OwnResource(name);
+        if (access(path.c_str(), R_OK) == 0) setenv(variable, path.c_str(), 0);
+    }
 }
 
 bool StartDesktop(const Options& options, std::string& error) {
@@ -120,6 +133,12 @@ int main(int argc, char** argv) {
     if (options.game.empty()) {
         PrintUsage();
         return kWrongCommandLine;
+    }
+    UseOwnFonts();
+    if (!options.bundle.empty()) {
+        const ShipResult shipped = ShipGame(options.bundle, options.game);
+        if (shipped.status != 0) RefuseCommandLine(shipped.problem);
+        return shipped.status;
     }
     const std::string missing = FindGame(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);

@@ -169,7 +169,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->type_name("FILE")
         ->check(filled);
     app.add_flag("--watch", options.watch, "author's kit: start again when MAIN.MX changes");
-    app.add_option("--bundle", options.bundle, "author's kit: write an application bundle")
+    app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
     app.set_version_flag("--version", kVersion);
