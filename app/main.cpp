@@ -13,6 +13,7 @@
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
+#include "app/profile.h"
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/ship.h"
@@ -145,6 +146,11 @@ int main(int argc, char** argv) {
     folders.dataOverride = options.dataFolder;
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
+    }
+    if (!options.profile.empty()) {
+        const std::string unwritable = StartProfile(options.profile);
+        if (!unwritable.empty()) return RefuseCommandLine(unwritable + ": cannot be written");
+        NameProfile();
     }
     WireRooms();
     PrepareFinish(options);

@@ -57,9 +57,9 @@ bool LiesIn(const fs::path& path, const fs::path& folder) {
 
 // The folders that hold a path, and the path itself.
 std::vector<fs::path> FoldersOf(fs::path path) {
-    std::vector<fs::path> folders = {path};
-    while (path.has_relative_path()) folders.push_back(path = path.parent_path());
-    return folders;
+    std::vector<fs::path> holders = {path};
+    while (path.has_relative_path()) holders.push_back(path = path.parent_path());
+    return holders;
 }
 
 // Copies what lies in a folder. Links are followed, but not into a folder of `above`: those that
