@@ -8,6 +8,7 @@
 
 #include "desktop/folders.h"
 #include "host/plist.h"
+#include "sys/files.h"
 #include "vm/diagnostics.h"
 
 namespace fs = std::filesystem;
@@ -115,6 +116,11 @@ std::string FindGame(const std::string& game) {
     folders.support = SupportFolder();
     folders.pictures = PicturesFolder();
     return "";
+}
+
+std::string ModulePath() {
+    const fs::path replaced = fs::path(DataFolder()) / kModuleFile;
+    return Exists(replaced) ? replaced : fs::path(folders.resources) / kModuleFile;
 }
 
 std::string FindOwnGame() {

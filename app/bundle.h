@@ -7,6 +7,10 @@
 // file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
 std::string FindGame(const std::string& game);
 
+// The path of the MAIN.MX that is loaded: in the data folder, or where none is there among the
+// game's files.
+std::string ModulePath();
+
 // The game in the program's own folder: a MAIN.MX beside the executable, or in Resources beside it
 // or beside its folder. "" when there is none.
 std::string FindOwnGame();

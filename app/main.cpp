@@ -19,6 +19,7 @@
 #include "app/ship.h"
 #include "app/signals.h"
 #include "app/trace.h"
+#include "app/watch.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
@@ -144,6 +145,9 @@ int main(int argc, char** argv) {
     const std::string missing = FindGame(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);
     folders.dataOverride = options.dataFolder;
+    if (options.watch) {
+        if (const std::optional<int> status = WatchGame()) return *status;
+    }
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 #include <vector>
 
-#include "base/log.h"
-#include "desktop/folders.h"
-#include "sys/files.h"
+#include "app/bundle.h"
 
 namespace {
 
@@ -65,9 +64,7 @@ std::string LoadSymbols(const std::string& path) {
 }
 
 std::string SymbolFile() {
-    const std::string data = DataFolder();
-    const bool replaced = std::ifstream(data + "/MAIN.MX").good();
-    return (replaced ? data : folders.resources) + "/MAIN.SYM";
+    return std::filesystem::path(ModulePath()).replace_filename("MAIN.SYM");
 }
 
 const ModuleSymbol* SymbolAt(u32 address) {

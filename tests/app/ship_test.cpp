@@ -79,7 +79,7 @@ TEST(Shipping, ADemoPutElsewhereShowsTheSamePicture) {
     EXPECT_EQ(there.status, 0);
     EXPECT_EQ(there.errors, "");
     const ProgramResult here =
-        RunProgram("moxi", {"--headless", "--run-ms", "500", "--dump-view", "here.png", kDemo},
+        RunProgram("moxi", {"--headless", "--run-ms", "500", "--dump-view", "here.png", "--data-folder", "data", kDemo},
                    place.folder.path);
     EXPECT_EQ(here.status, 0);
     const std::string picture = ReadTextFile(place.folder.path + "/there.png");
