@@ -78,9 +78,10 @@ TEST(Shipping, ADemoPutElsewhereShowsTheSamePicture) {
         place.folder.path);
     EXPECT_EQ(there.status, 0);
     EXPECT_EQ(there.errors, "");
-    const ProgramResult here =
-        RunProgram("moxi", {"--headless", "--run-ms", "500", "--dump-view", "here.png", "--data-folder", "data", kDemo},
-                   place.folder.path);
+    const ProgramResult here = RunProgram("moxi",
+                                          {"--headless", "--run-ms", "500", "--dump-view",
+                                           "here.png", "--data-folder", "data", kDemo},
+                                          place.folder.path);
     EXPECT_EQ(here.status, 0);
     const std::string picture = ReadTextFile(place.folder.path + "/there.png");
     EXPECT_GT(picture.size(), 1000u);
