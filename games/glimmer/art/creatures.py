@@ -22,10 +22,25 @@ def hero_wing(ctx, side, angle, length, width):
             stroke(ctx, "#ffffff", .6, .5)
 
 
+def wing_case(ctx, side, angle):
+    """The hard cover of a wing, held open to the front: the mark of a beetle."""
+    with placed(ctx, 5, side * 3.6, side * angle):
+        ctx.move_to(-1, 0)
+        ctx.curve_to(3, -4.6, 12, -4.8, 16, -.5)
+        ctx.curve_to(13, 3.4, 4, 3.8, -1, 0)
+        ctx.close_path()
+        ctx.set_source(linear(0, -4, 0, 4, [(0, "#6d4038", 1), (.5, "#4a2a30", 1), (1, "#2a1724", 1)]))
+        ctx.fill_preserve()
+        stroke(ctx, INK, 1.3, .95)
+        ctx.move_to(2, -1.6)
+        ctx.curve_to(6, -3, 10, -3, 13.5, -1)
+        stroke(ctx, AMBER_DEEP, .9, .75)
+
+
 def draw_hero(ctx, phase):
     beat = (0, .55, 1, .55)[phase]
     # The lamp's own light, behind everything.
-    glow(ctx, -10, 0, 19, AMBER_DEEP, .75)
+    glow(ctx, -10, 0, 21, AMBER_DEEP, .85)
     for side in (-1, 1):
         # The legs just show.
         for x, angle in ((8, .9), (3, 1.6), (-1, 2.2)):
@@ -44,10 +59,11 @@ def draw_hero(ctx, phase):
     for x, half in ((-4.5, 5.8), (-9.2, 5.7), (-13.6, 4.4)):
         ctx.move_to(x, -half)
         ctx.curve_to(x - 1.8, -half * .4, x - 1.8, half * .4, x, half)
-        stroke(ctx, "#c46a1c", 1, .6)
+        stroke(ctx, "#d98a2c", .9, .5)
     for side in (-1, 1):
-        hero_wing(ctx, side, 2.15 - .42 * beat, 20, 9)
-        hero_wing(ctx, side, 1.72 - .62 * beat, 25 - 2.5 * beat, 11)
+        hero_wing(ctx, side, 2.3 - .5 * beat, 20, 8.5)
+        hero_wing(ctx, side, 1.95 - .62 * beat, 25.5 - 2.5 * beat, 11)
+        wing_case(ctx, side, 1.22 - .14 * beat)
     # Thorax and shield.
     oval(ctx, 3, 0, 5.4, 5.2)
     ctx.set_source(radial(3, 0, 6, [(0, "#7a4a44", 1), (1, "#301a26", 1)], 4, -1.5))
@@ -186,8 +202,8 @@ def draw_spider(ctx, frame):
         fill(ctx, "#02040a", .28)
         for side in (-1, 1):
             for k, (y, angle, first, second, bend) in enumerate((
-                    (-6, -.86, 9.5, 8, -.2), (-4, -.3, 9.5, 9, -.45),
-                    (-1.5, .3, 9.5, 9, .5), (1, .88, 10, 10.5, .35))):
+                    (-6, -.78, 8.6, 7.6, -.2), (-4, -.3, 9.5, 9, -.45),
+                    (-1.5, .3, 9.5, 9, .5), (1, .84, 9.6, 9.8, .32))):
                 # Alternate legs step together, and the two sides against each other.
                 turn = .19 * math.sin(swing + (math.pi if (k % 2 == 0) == (side > 0) else 0))
                 spider_leg(ctx, side, 3.5, y, angle + turn, first, second, bend + turn * .5)
@@ -254,20 +270,23 @@ def owl_wing(ctx, spread, sweep):
     ctx.close_path()
     ctx.set_source(linear(0, -8, 0, 12, [(0, "#8a6b50", 1), (1, "#c2a078", 1)]))
     ctx.fill_preserve()
-    stroke(ctx, "#2a1c1c", 1.5, .95)
+    stroke(ctx, "#2a1c1c", 1.5, .95, True)
+    ctx.save()
+    ctx.clip()
     for k in range(6):
-        x = 13 + (reach - 16) * k / 5
-        oval(ctx, x, 2.5 + sweep * (k / 5) ** 2, 2.4, 1.5)
+        x = 13 + (reach - 15) * k / 5
+        oval(ctx, x, 2.5 + sweep * .8 * (k / 5) ** 1.5, 2.4, 1.5)
         fill(ctx, "#f2e0bc", .75)
+    ctx.restore()
 
 
 def draw_owl(ctx, frame, strike):
-    spread = (1.0, .93, .78, .92)[frame]
+    spread = (.92, .87, .74, .86)[frame]
     sweep = (-3, 2, 7, 1)[frame] + (-4 if strike else 0)
     with placed(ctx, 64, 37):
         # The tail, up the screen.
-        for angle in (-2.1, -1.03, -1.85, -1.3, -1.57):
-            leaf(ctx, 0, -10, 25, 9, angle)
+        for turn in (-.53, .53, -.27, .27, 0):
+            leaf(ctx, 0, -10, 25, 9, turn - math.pi / 2)
             fill(ctx, "#7c6049", 1, True)
             stroke(ctx, "#2a1c1c", 1.2)
         for side in (1, -1):

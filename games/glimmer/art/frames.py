@@ -32,14 +32,14 @@ def write_panel():
 
 
 def draw_corner_vine(ctx):
-    ctx.move_to(6, 30)
+    ctx.move_to(6, 28)
     ctx.curve_to(1, 22, 12, 18, 6, 11)
     ctx.curve_to(4, 5, 12, 3, 14, 7)
-    ctx.curve_to(18, 12, 22, 2, 30, 5)
+    ctx.curve_to(18, 12, 22, 2, 28, 5)
     stroke(ctx, "#132c22", 3.4, 1, True)
     stroke(ctx, "#5a9a5e", 1.8)
     for x, y, size, angle in ((6, 24, 8, .2), (5, 17, 7, 2.7), (8, 12, 9, .85), (18, 8, 7, -1.9),
-                              (24, 5, 8, 1.25), (10, 6, 7, -2.6), (29, 5, 6, -.7), (6, 29, 6, 2.4)):
+                              (24, 5, 8, 1.25), (10, 6, 7, -2.6), (26, 5, 6, -.7), (6, 26, 6, 2.4)):
         leaf(ctx, x, y, size, size * .68, angle)
         ctx.set_source(linear(x, y, x + size * math.cos(angle), y + size * math.sin(angle),
                               [(0, "#357a54", 1), (1, "#86c47a", 1)]))
@@ -92,10 +92,9 @@ def icon_lantern(ctx):
     ctx.set_source(radial(16, 19, 9, [(0, "#fffbe6", 1), (.5, "#ffd75e", 1), (1, "#e8862a", 1)]))
     ctx.fill_preserve()
     stroke(ctx, "#1c2030", 1.8)
-    for x in (16,):
-        ctx.move_to(x, 12)
-        ctx.line_to(x, 25)
-        stroke(ctx, "#1c2030", 1.4)
+    ctx.move_to(16, 12)
+    ctx.line_to(16, 25)
+    stroke(ctx, "#1c2030", 1.4)
     ctx.move_to(5.5, 12.5)
     ctx.line_to(13, 5.5)
     ctx.line_to(19, 5.5)

@@ -6,12 +6,12 @@ import cairo
 from canvas import *
 from creatures import draw_hero
 
-WORDS = (("Glimmer", 64, 104), ("Hollow", 300, 190))
+WORDS = (("Glimmer", 60, 104), ("Hollow", 330, 199))
 
 
-def letters(ctx, grow=0):
+def letters(ctx):
     ctx.select_font_face("Z003", cairo.FONT_SLANT_ITALIC, cairo.FONT_WEIGHT_NORMAL)
-    ctx.set_font_size(132)
+    ctx.set_font_size(129)
     for text, x, y in WORDS:
         ctx.move_to(x, y)
         ctx.text_path(text)
@@ -41,9 +41,9 @@ def main():
     vine(ctx, ((60, 150), (110, 168), (170, 158), (225, 172), (290, 165)),
          ((90, 160, 22, 1.1), (120, 166, 24, -1.0), (160, 160, 20, 1.2), (190, 162, 24, -.7), (225, 171, 20, 1.0),
           (255, 171, 22, -.9), (62, 151, 22, 2.6), (64, 151, 18, -2.2)))
-    vine(ctx, ((470, 60), (530, 44), (590, 58), (650, 42), (706, 56)),
-         ((500, 51, 22, -1.2), (535, 45, 22, .9), (565, 50, 24, -.9), (600, 57, 20, 1.0), (640, 45, 22, -1.1),
-          (665, 44, 20, 1.1), (704, 56, 22, .5), (704, 54, 18, -.7)))
+    vine(ctx, ((486, 60), (528, 46), (566, 58), (600, 48)),
+         ((506, 52, 21, -1.2), (532, 46, 20, 1.0), (560, 57, 22, -1.0), (580, 56, 18, 1.1), (599, 48, 21, .5),
+          (599, 47, 17, -.8)))
     with placed(ctx, 2, 5):
         letters(ctx)
         stroke(ctx, "#04060f", 13, .55)
@@ -55,6 +55,14 @@ def main():
     ctx.set_source(linear(0, 20, 0, 200, [(0, "#fffbe4", 1), (.3, "#ffe9a8", 1), (.5, "#ffc65a", 1), (.55, "#fff3c8", 1),
                                           (.8, "#ffd36e", 1), (1, "#f0942e", 1)]))
     ctx.fill()
+    # A firefly over the words, and the sparks it leaves behind.
+    for x, y, size in ((640, 88, 2.6), (664, 78, 3.2), (612, 94, 2.0), (590, 95, 1.4)):
+        glow(ctx, x, y, size * 4, AMBER, .7)
+        star(ctx, x, y, 4, size * 1.7, size * .5)
+        fill(ctx, CREAM)
+    glow(ctx, 690, 56, 46, AMBER, .6)
+    with placed(ctx, 702, 48, -.6, 1.2):
+        draw_hero(ctx, 1)
     save(surface, "LOGO.PNG")
 
 

@@ -9,7 +9,6 @@ import random
 import cairo
 
 from canvas import *
-from creatures import draw_hero
 
 WIDE = 1280
 
@@ -213,10 +212,10 @@ def tree(ctx, seed, x, crown, base, spread, wide, lean):
 def write_trees():
     surface, ctx = picture(WIDE, 520)
     # x, crown's middle, spread, trunk's half width, lean; tall ones at the sides, an open middle.
-    stand = ((60, 150, 128, 21, 14), (205, 260, 92, 14, -10), (345, 330, 62, 9, 6), (1240, 160, 120, 19, -8),
-             (1105, 240, 96, 15, 12), (975, 330, 64, 10, -8), (480, 385, 42, 7, 4), (850, 392, 40, 6, -4))
+    stand = ((60, 132, 120, 21, 14), (205, 205, 88, 14, -10), (345, 272, 58, 9, 6), (1240, 140, 114, 19, -8),
+             (1105, 190, 92, 15, 12), (975, 268, 60, 10, -8), (480, 318, 42, 7, 4), (850, 326, 40, 6, -4))
     parts = ((1, 7, 1), (3, 5, .2), (6, 3, 2))
-    ground = lambda x: 462 + wave(x, parts)
+    ground = lambda x: 384 + wave(x, parts)
     for index in sorted(range(len(stand)), key=lambda i: -stand[i][1]):
         x, crown, spread, wide, lean = stand[index]
         for px in wrapped(x, 300):
@@ -233,7 +232,7 @@ def write_trees():
     for x in range(0, WIDE + 1, 8):
         ctx.line_to(x, ground(x))
     ctx.line_to(WIDE, 521)
-    ctx.set_source(linear(0, 450, 0, 520, [(0, "#0c2427", 1), (1, "#071519", 1)]))
+    ctx.set_source(linear(0, 390, 0, 520, [(0, "#0c2427", 1), (1, "#071519", 1)]))
     ctx.fill()
     for x, size, tilt, colour in ((128, 14, -.1, DEW), (146, 9, .2, DEW), (112, 8, -.3, DEW), (268, 11, .1, MAGENTA),
                                   (283, 7, .25, MAGENTA), (1042, 13, .05, DEW), (1058, 8, .3, DEW),
@@ -247,7 +246,7 @@ def write_meadow():
     surface, ctx = picture(WIDE, 180)
     chance = random.Random(55)
     parts = ((2, 8, .5), (5, 5, 1.7))
-    top = lambda x: 92 + wave(x, parts)
+    top = lambda x: 100 + wave(x, parts)
     rows = ((0, "#0e2f2c", 60, 520), (16, "#123a33", 56, 520), (34, "#0b2926", 52, 480), (54, "#081e1e", 48, 420))
     for shift, colour, tall, count in rows:
         ctx.move_to(0, 181)

@@ -4,8 +4,6 @@ import math
 import os
 import random
 
-import cairo
-
 from canvas import *
 
 

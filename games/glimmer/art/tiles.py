@@ -152,7 +152,7 @@ def clump(ctx, x, y, size, seed):
             stroke(ctx, "#103229", .8, .75)
 
 
-def thicket_outline(ctx, mask, inset=5, south=9):
+def thicket_outline(ctx, mask, inset=8, south=11):
     """The leafy area: past the tile on joined sides, rounded where two free sides meet."""
     left = -30 if mask & WEST else inset
     right = SIZE + 30 if mask & EAST else SIZE - inset
@@ -192,6 +192,9 @@ def draw_thicket(ctx, mask):
             clump(ctx, x + chance.uniform(-1, 1), y, size, 70 + int(x + y))
     clump(ctx, 24 + chance.uniform(-2, 2), 22 + chance.uniform(-2, 2), 10.5, 90 + mask)
     draw_seam_clumps(ctx, mask)
+    if mask in (3, 5, 11, 14):
+        for x, y in ((17, 19), (30, 15), (25, 29)):
+            flower(ctx, x + chance.uniform(-2, 2), y + chance.uniform(-2, 2), 2.6, 5, "#e09ae0", AMBER, mask)
 
 
 def draw_seam_clumps(ctx, mask):
@@ -207,86 +210,145 @@ def draw_seam_clumps(ctx, mask):
 
 # Ponds ---------------------------------------------------------------------------------------
 
-BANK = 6
+BANK = 5
 
 
 def pond_outline(ctx, mask, inset):
-    """The water; where two joined sides meet, a little islet stands on the corner: it is the
-    bank's inner corner, or, in open water, a quarter of a tussock."""
+    """The water's edge, a little uneven within each tile and back on its line where tiles meet.
+
+    Where two joined sides meet, an islet stands on the corner: it is the bank's inner corner or, in
+    open water, a quarter of a tussock.
+    """
     left = -30 if mask & WEST else inset
     right = SIZE + 30 if mask & EAST else SIZE - inset
     top = -30 if mask & NORTH else inset
     bottom = SIZE + 30 if mask & SOUTH else SIZE - inset
-    rounded(ctx, left, top, right - left, bottom - top, 15)
+    radius = 15
+
+    def uneven(along, start):
+        t = along / SIZE
+        return 0 if not 0 < t < 1 else 1.2 * math.sin(math.pi * t) ** 2 * math.sin(8.5 * t + start)
+
+    points = []
+    for x, y, turn in ((right - radius, top + radius, -.5), (right - radius, bottom - radius, 0),
+                       (left + radius, bottom - radius, .5), (left + radius, top + radius, 1)):
+        for k in range(7):
+            angle = math.pi * (turn + k / 12)
+            points.append((x + radius * math.cos(angle), y + radius * math.sin(angle)))
+    points.append(points[0])
+    ctx.new_sub_path()
+    for (x0, y0), (x1, y1) in zip(points, points[1:]):
+        steps = max(1, int(math.hypot(x1 - x0, y1 - y0) / 2))
+        for k in range(steps):
+            x, y = x0 + (x1 - x0) * k / steps, y0 + (y1 - y0) * k / steps
+            sides = ((y < top + 5, 0, uneven(x, .5)), (y > bottom - 5, 0, -uneven(x, 2.6)),
+                     (x < left + 5, 1, uneven(y, 1.4)), (x > right - 5, 1, -uneven(y, 3.9)))
+            for near, axis, push in sides:
+                if near and axis:
+                    x += push
+                elif near:
+                    y += push
+            ctx.line_to(x, y)
+    ctx.close_path()
     ctx.set_fill_rule(cairo.FILL_RULE_EVEN_ODD)
-    for both, x, y in ((NORTH | WEST, 0, 0), (NORTH | EAST, SIZE, 0), (SOUTH | WEST, 0, SIZE),
-                       (SOUTH | EAST, SIZE, SIZE)):
-        if mask & both == both:
-            oval(ctx, x, y, inset)
+    for x, y in islets(mask):
+        oval(ctx, x, y, inset)
+
+
+def islets(mask):
+    corners = ((NORTH | WEST, 0, 0), (NORTH | EAST, SIZE, 0), (SOUTH | WEST, 0, SIZE),
+               (SOUTH | EAST, SIZE, SIZE))
+    return [(x, y) for both, x, y in corners if mask & both == both]
 
 
 def draw_pond(ctx, mask, frame):
     draw_grass(ctx, 100)
-    for inset, colour in ((BANK - 3, "#1a3a34"), (BANK - 2, "#7d7a58"), (BANK - .6, "#a39a70"),
-                          (BANK + .9, "#3d5c5c")):
+    # Damp grass, earth, a lit rim, wet earth.
+    for inset, colour, alpha in ((BANK - 2.6, "#183a33", .8), (BANK - 1.6, "#3c4a38", 1),
+                                 (BANK - .9, "#7e7d57", 1), (BANK + .6, "#2c4a50", 1)):
         pond_outline(ctx, mask, inset)
-        fill(ctx, colour)
+        fill(ctx, colour, alpha)
     ctx.save()
-    pond_outline(ctx, mask, BANK + 1.6)
+    pond_outline(ctx, mask, BANK + 1.3)
     ctx.clip()
-    ink(ctx, "#1b5a7c")
+    ink(ctx, "#195576")
     ctx.paint()
     # The bank's shade on the water, strongest under the north bank.
     edge, edge_ctx = picture(SIZE * 3, SIZE * 3)
-    ink(edge_ctx, "#071a30", .95)
+    ink(edge_ctx, "#06172c", .95)
     edge_ctx.paint()
     edge_ctx.set_operator(cairo.OPERATOR_CLEAR)
     with placed(edge_ctx, SIZE, SIZE + 3):
-        pond_outline(edge_ctx, mask, BANK + 2.5)
+        pond_outline(edge_ctx, mask, BANK + 2)
         edge_ctx.fill()
     ctx.set_source_surface(soften(edge, (1, 2, 2)), -SIZE, -SIZE)
     ctx.paint()
-    draw_ripples(ctx, frame)
+    draw_ripples(ctx, mask, frame)
     ctx.restore()
-    # A lit line along the south bank.
-    if not mask & SOUTH:
-        left, right = 20 if not mask & WEST else 12, 28 if not mask & EAST else 36
-        ctx.move_to(left, SIZE - BANK - 2.6)
-        ctx.line_to(right, SIZE - BANK - 2.6)
-        stroke(ctx, "#bff0ff", 1.1, .45)
+    for x, y in islets(mask):
+        draw_tussock(ctx, x, y)
+    if mask in (7, 11, 14):
+        draw_lilies(ctx, mask, frame)
     draw_reeds(ctx, mask, frame)
 
 
-def draw_ripples(ctx, frame):
-    for x, y, size, alpha in ((15, 15, 5, .5), (31, 21, 6.5, .6), (18, 29, 6, .5), (33, 35, 4.5, .45)):
-        shift = 2.5 if frame else 0
-        size = size * (.75 if frame == (int(x) % 2) else 1)
-        ctx.move_to(x - size + shift, y)
-        ctx.curve_to(x - size * .4 + shift, y - 2, x + size * .3 + shift, y - 2, x + size + shift, y)
-        stroke(ctx, "#7fd0ea", 1.2, alpha)
-        ctx.move_to(x - size * .7 + shift, y + 2)
-        ctx.curve_to(x - size * .2 + shift, y + .6, x + size * .2 + shift, y + .6, x + size * .7 + shift, y + 2)
-        stroke(ctx, "#0f3a5c", 1.2, alpha)
-    for x, y in (((24, 16), (37, 28), (12, 23)) if frame else ((22, 13), (38, 15), (26, 38))):
-        oval(ctx, x, y, 1.4, .6)
-        fill(ctx, "#e6fbff", .85)
+def draw_tussock(ctx, x, y):
+    for k in range(12):
+        angle = k * math.pi / 6 + .2
+        leaf(ctx, x, y, BANK + (2.2 if k % 2 else .6), 2.6, angle)
+        fill(ctx, ("#356d55", "#4a8a5c", "#2b5c4a")[k % 3])
+
+
+def draw_lilies(ctx, mask, frame):
+    pads = {7: ((22, 20, 5.2, 1.2),), 11: ((18, 27, 4.8, 2.6), (27, 33, 3.4, .4)),
+            14: ((30, 27, 6.2, .4), (20, 33, 4.2, 2.4))}[mask]
+    for x, y, size, gap in pads:
+        x += .8 * frame
+        oval(ctx, x + .8, y + 1.6, size, size * .82)
+        fill(ctx, "#06172c", .5)
+        with placed(ctx, x, y, 0, size, size * .82):
+            ctx.arc(0, 0, 1, gap + .28, gap + 2 * math.pi - .28)
+            ctx.line_to(0, 0)
+            ctx.close_path()
+        ctx.set_source(radial(x, y, size, [(0, "#6aa866", 1), (1, "#357a54", 1)], x - 1.5, y - 1.5))
+        ctx.fill_preserve()
+        stroke(ctx, "#123a30", .9)
+    if mask == 14:
+        flower(ctx, 28.5 + .8 * frame, 25.5, 4, 7, "#f6c6ea", "#fff1c4", .2)
+
+
+def draw_ripples(ctx, mask, frame):
+    chance = random.Random(500 + mask)
+    places = []
+    for x, y in ((14, 15), (33, 19), (17, 31), (34, 35)):
+        places.append((x + chance.uniform(-3, 3), y + chance.uniform(-3, 3), chance.uniform(3.6, 6.2)))
+    chance.shuffle(places)
+    for k, (x, y, size) in enumerate(places[:3]):
+        x += 2.5 * frame
+        size *= .7 if k % 2 == frame else 1
+        ctx.move_to(x - size, y)
+        ctx.curve_to(x - size * .4, y - 1.8, x + size * .3, y - 1.8, x + size, y)
+        stroke(ctx, "#7fd0ea", 1.1, .5)
+        ctx.move_to(x - size * .7, y + 2)
+        ctx.curve_to(x - size * .2, y + .6, x + size * .2, y + .6, x + size * .7, y + 2)
+        stroke(ctx, "#0f3a5c", 1.2, .6)
+    for k in range(2):
+        x, y = chance.uniform(13, 35), chance.uniform(13, 36)
+        oval(ctx, x + 2 * frame, y, 1.5 if k == frame else .9, .6)
+        fill(ctx, "#e6fbff", .9 if k == frame else .5)
 
 
 def draw_reeds(ctx, mask, frame):
     lean = .8 if frame else 0
-    spots = []
-    if not mask & NORTH:
-        spots.append((18, 11))
-    if not mask & WEST:
-        spots.append((7.5, 28))
-    if not mask & EAST:
-        spots.append((40.5, 24))
-    if not mask & SOUTH and mask & (EAST | WEST):
-        spots.append((32, 44.5))
-    for x, y in spots:
+    spots = {NORTH: (18, 12), WEST: (7, 29), EAST: (41, 24), SOUTH: (32, 45)}
+    for side, (x, y) in spots.items():
+        # Not on every bank, so that a shore does not look planted.
+        if mask & side or (mask * 5 + side) % 3 == 0:
+            continue
         for dx, height, tip in ((-2.4, 7, -2), (0, 10, .5), (2.4, 8, 2.2)):
             ctx.move_to(x + dx, y)
-            ctx.curve_to(x + dx, y - height * .5, x + dx + tip * .5, y - height * .8, x + dx + tip + lean, y - height)
+            ctx.curve_to(x + dx, y - height * .5, x + dx + tip * .5, y - height * .8,
+                         x + dx + tip + lean, y - height)
             stroke(ctx, "#12302a", 2.2, .8, True)
             stroke(ctx, "#6fa860", 1.2)
         oval(ctx, x + .5 + lean, y - 9.5, 1.2, 2.2, .1)
