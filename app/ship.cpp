@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <pugixml.hpp>
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kUnusable = 2;
+constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr const char* kNameKey = "ZULGameName";
 
 // --- The two paths
@@ -62,6 +64,21 @@ std::vector<fs::path> FoldersOf(fs::path path) {
     return holders;
 }
 
+// Signals that ask for an end are waiting to be answered.
+bool IsInterrupted() {
+    sigset_t pending;
+    sigpending(&pending);
+    return std::any_of(std::begin(kEndSignals), std::end(kEndSignals),
+                       [&](int signal) { return sigismember(&pending, signal) == 1; });
+}
+
+void HoldEndSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : kEndSignals) sigaddset(&signals, signal);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 // Copies what lies in a folder. Links are followed, but not into a folder of `above`: those that
 // hold the copy, and those on the way.
 std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs::path> above) {
@@ -87,6 +104,7 @@ std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs:
             problem =
                 path.string() + ": " + (error ? error.message() : "neither a file nor a folder");
         }
+        if (problem.empty() && IsInterrupted()) problem = "interrupted";
         if (!problem.empty()) return problem;
     }
     if (error) return from.string() + ": " + error.message();
@@ -153,7 +171,7 @@ std::string WriteLauncher(const fs::path& folder) {
 
 std::string CopyResources(const fs::path& share) {
     for (const char* const name : {"MainMenu.plist", "moxi.svg"}) {
-        const std::string problem = CopyOneFile(OwnResource(name), share / name);
+        std::string problem = CopyOneFile(OwnResource(name), share / name);
         if (!problem.empty()) return problem;
     }
     // Without a SoundFont a game is played without music, here as there.
@@ -190,6 +208,7 @@ ShipResult ShipGame(std::string out, std::string game) {
     if (LiesIn(folder, Canonical(folders.bundle)) || LiesIn(folder, Canonical(folders.resources))) {
         return {kUnusable, out + ": lies in the game's own folder"};
     }
+    HoldEndSignals();  // so that what is not complete can be removed
     // Under another name until it is complete.
     const fs::path unfinished =
         folder.parent_path() / ("." + folder.filename().string() + "-" + std::to_string(getpid()));

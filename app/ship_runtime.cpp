@@ -110,7 +110,7 @@ FoundFont FindFont(const char* family, int weight, int slant) {
     FcPattern* const found = FcFontMatch(nullptr, wanted, &result);
     FcPatternDestroy(wanted);
     if (found == nullptr) return {};
-    const FoundFont font = {PatternText(found, FC_FAMILY), PatternText(found, FC_FILE)};
+    FoundFont font = {PatternText(found, FC_FAMILY), PatternText(found, FC_FILE)};
     FcPatternDestroy(found);
     return font;
 }
