@@ -8,6 +8,7 @@
 
 #include "desktop/folders.h"
 #include "host/plist.h"
+#include "sys/files.h"
 #include "vm/diagnostics.h"
 
 namespace fs = std::filesystem;
@@ -117,13 +118,22 @@ std::string FindGame(const std::string& game) {
     return "";
 }
 
+std::string ModulePath() {
+    const fs::path replaced = fs::path(DataFolder()) / kModuleFile;
+    return Exists(replaced) ? replaced : fs::path(folders.resources) / kModuleFile;
+}
+
 std::string FindOwnGame() {
     const fs::path own = ExecutableFolder();
     if (Exists(own / kModuleFile)) return own;
+    // A folder made by --bundle has the program at its top.
+    if (Exists(own / "Resources" / kModuleFile)) return own;
     if (Exists(own.parent_path() / "Resources" / kModuleFile)) return own.parent_path();
     return "";
 }
 
 std::string OwnResource(const std::string& name) {
-    return ExecutableFolder().parent_path() / "share" / "moxi" / name;
+    const fs::path own = ExecutableFolder();
+    if (fs::path path = own / "share" / "moxi" / name; Exists(path)) return path;
+    return own.parent_path() / "share" / "moxi" / name;
 }

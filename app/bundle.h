@@ -7,10 +7,14 @@
 // file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
 std::string FindGame(const std::string& game);
 
-// The game in the program's own folder: a MAIN.MX beside the executable, or ../Resources/MAIN.MX.
-// "" when there is none.
+// The path of the MAIN.MX that is loaded: in the data folder, or where none is there among the
+// game's files.
+std::string ModulePath();
+
+// The game in the program's own folder: a MAIN.MX beside the executable, or in Resources beside it
+// or beside its folder. "" when there is none.
 std::string FindOwnGame();
 
-// The path of a file among the host's own resources, share/moxi/NAME beside the folder of the
-// executable.
+// The path of a file among the host's own resources: share/moxi/NAME beside the executable, where a
+// folder made by --bundle has it, else beside the executable's folder.
 std::string OwnResource(const std::string& name);

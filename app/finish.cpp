@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/profile.h"
 #include "app/record.h"
 #include "app/trace.h"
 #include "base/output_files.h"
@@ -62,6 +63,7 @@ void Finish(int status) {
     // A failure while the end is being written ends at once.
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
+    CloseProfile();
     CloseTrace();
     CloseRecording();
     audioOut.shutDown();

@@ -1,19 +1,25 @@
 // The program: command line, desktop, game, then the desktop's event loop.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "app/bundle.h"
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
+#include "app/profile.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/ship.h"
 #include "app/signals.h"
 #include "app/trace.h"
+#include "app/watch.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
@@ -41,6 +47,15 @@ void LoadInterfaceFile() {
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
+}
+
+// A folder made by --bundle brings fonts and a SoundFont with it.
+void UseOwnFonts() {
+    for (const auto& [variable, name] : {std::pair{"FONTCONFIG_FILE", "fonts/fonts.conf"},
+                                         std::pair{"SDL_SOUNDFONTS", "soundfont.sf2"}}) {
+        const std::string path = OwnResource(name);
+        if (access(path.c_str(), R_OK) == 0) setenv(variable, path.c_str(), 0);
+    }
 }
 
 bool StartDesktop(const Options& options, std::string& error) {
@@ -121,11 +136,25 @@ int main(int argc, char** argv) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    UseOwnFonts();
+    if (!options.bundle.empty()) {
+        const ShipResult shipped = ShipGame(options.bundle, options.game);
+        if (shipped.status != 0) RefuseCommandLine(shipped.problem);
+        return shipped.status;
+    }
     const std::string missing = FindGame(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);
     folders.dataOverride = options.dataFolder;
+    if (options.watch) {
+        if (const std::optional<int> status = WatchGame()) return *status;
+    }
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
+    }
+    if (!options.profile.empty()) {
+        const std::string unwritable = StartProfile(options.profile);
+        if (!unwritable.empty()) return RefuseCommandLine(unwritable + ": cannot be written");
+        NameProfile();
     }
     WireRooms();
     PrepareFinish(options);

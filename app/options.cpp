@@ -165,11 +165,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     bool noSandbox = false;
     app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
     app.add_flag("--debug", options.debug, "author's kit: stop where the module fails");
-    app.add_option("--profile", options.profile, "author's kit: where the time goes")
+    app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
         ->check(filled);
     app.add_flag("--watch", options.watch, "author's kit: start again when MAIN.MX changes");
-    app.add_option("--bundle", options.bundle, "author's kit: write an application bundle")
+    app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
     app.set_version_flag("--version", kVersion);

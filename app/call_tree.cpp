@@ -1,0 +1,129 @@
+#include "app/call_tree.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+
+#include "app/symbols.h"
+#include "base/log.h"
+#include "vm/machine.h"
+
+std::vector<CallNode> callNodes;
+std::vector<ProfiledFunction> profiledFunctions;
+
+namespace {
+
+constexpr u32 kLongWay = 200;
+
+std::map<u32, u32> functionsByAddress;
+std::unordered_map<u64, u32> nodesByCall;  // parent and function -> node
+
+// The nearest node upwards of the same function; kNoNode when there is none.
+u32 FindOnWay(u32 node, u32 function) {
+    while (node != kNoNode && callNodes[node].function != function) node = callNodes[node].parent;
+    return node;
+}
+
+std::vector<std::vector<u32>> Children() {
+    std::vector<std::vector<u32>> children(callNodes.size());
+    for (u32 node = 0; node < callNodes.size(); ++node) {
+        if (callNodes[node].parent != kNoNode) children[callNodes[node].parent].push_back(node);
+    }
+    return children;
+}
+
+// What each node has with all below it. A node comes after its parent.
+std::vector<u64> Totals() {
+    std::vector<u64> totals(callNodes.size());
+    for (size_t i = callNodes.size(); i-- > 0;) {
+        totals[i] += callNodes[i].own;
+        if (callNodes[i].parent != kNoNode) totals[callNodes[i].parent] += totals[i];
+    }
+    return totals;
+}
+
+std::string Way(u32 node) {
+    std::vector<u32> way;
+    for (; node != kNoNode; node = callNodes[node].parent) way.push_back(node);
+    std::string text;
+    for (auto step = way.rbegin(); step != way.rend(); ++step) {
+        if (!text.empty()) text += ';';
+        text += profiledFunctions[callNodes[*step].function].name;
+    }
+    return text;
+}
+
+}  // namespace
+
+u32 FunctionAt(u32 address) {
+    const ModuleSymbol* const symbol = SymbolAt(address);
+    const u32 entry = symbol != nullptr ? symbol->address : address;
+    const auto [place, isNew] =
+        functionsByAddress.emplace(entry, static_cast<u32>(profiledFunctions.size()));
+    if (isNew) {
+        std::string name = symbol != nullptr      ? symbol->name
+                           : entry == kEntryPoint ? "entry"
+                                                  : FormatText("sub_%8.8X", entry);
+        profiledFunctions.push_back({.name = std::move(name)});
+    }
+    return place->second;
+}
+
+u32 CallNodeFor(u32 parent, u32 function) {
+    const u64 key = u64{parent} << 32 | function;
+    if (const auto known = nodesByCall.find(key); known != nodesByCall.end()) return known->second;
+    const u32 depth = parent == kNoNode ? 0 : callNodes[parent].depth + 1;
+    u32 node = depth < kLongWay ? kNoNode : FindOnWay(parent, function);
+    if (node == kNoNode) {
+        node = static_cast<u32>(callNodes.size());
+        callNodes.push_back({parent, function, depth, 0});
+    }
+    nodesByCall[key] = node;
+    return node;
+}
+
+void SumCallTree() {
+    const std::vector<std::vector<u32>> children = Children();
+    const std::vector<u64> totals = Totals();
+    // Down every way and up again; a function counts where it is the first of its kind on the way.
+    std::vector<u32> onWay(profiledFunctions.size());
+    struct Step {
+        u32 node;
+        bool leave;
+    };
+    std::vector<Step> steps;
+    for (u32 node = 0; node < callNodes.size(); ++node) {
+        if (callNodes[node].parent == kNoNode) steps.push_back({node, false});
+    }
+    while (!steps.empty()) {
+        const Step step = steps.back();
+        steps.pop_back();
+        const u32 function = callNodes[step.node].function;
+        if (step.leave) {
+            --onWay[function];
+            continue;
+        }
+        profiledFunctions[function].own += callNodes[step.node].own;
+        if (onWay[function]++ == 0) profiledFunctions[function].inclusive += totals[step.node];
+        steps.push_back({step.node, true});
+        for (const u32 child : children[step.node]) steps.push_back({child, false});
+    }
+}
+
+void WriteFoldedStacks(std::FILE* file) {
+    std::vector<std::string> lines;
+    for (u32 node = 0; node < callNodes.size(); ++node) {
+        if (callNodes[node].own == 0) continue;
+        lines.push_back(Way(node) + FormatText(" %llu\n", static_cast<unsigned long long>(
+                                                              callNodes[node].own)));
+    }
+    std::sort(lines.begin(), lines.end());
+    for (const std::string& line : lines) std::fputs(line.c_str(), file);
+}
+
+void ResetCallTree() {
+    callNodes.clear();
+    profiledFunctions.clear();
+    functionsByAddress.clear();
+    nodesByCall.clear();
+}

@@ -1,0 +1,325 @@
+#include "app/profile.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "app/call_names.h"
+#include "app/call_tree.h"
+#include "app/symbols.h"
+#include "base/log.h"
+#include "vm/interpreter.h"
+#include "vm/machine.h"
+#include "vm/opcodes.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::nanoseconds;
+
+constexpr u32 kNoCommand = 0xFFFFFFFF;  // a parameter block outside the image
+constexpr u32 kArgumentBytes = 16;      // of a message
+
+struct Service {
+    u64 calls = 0;
+    nanoseconds time{};
+};
+
+struct MessageCount {
+    u64 count = 0;
+    u64 instructions = 0;
+    u64 longest = 0;
+};
+
+// A call that has not returned: where its return address lies, and its node. It is over as soon as
+// the stack pointer is above that, however it came there.
+struct Frame {
+    u32 slot;
+    u32 node;
+};
+
+// A message being run.
+struct Run {
+    u32 message;
+    u64 instructions = 0;
+    std::vector<Frame> frames;  // the entry point's is always there
+    Clock::time_point start;
+    nanoseconds inServices{};
+    // The instruction at hand.
+    std::optional<Single> single = {};
+    u32 command = kNoCommand;
+    Clock::time_point commandStart = {};
+    i32 modalDepthBefore = 0;
+    // While the program counter stays in this range and no frame changes, `leaf` is the node.
+    u32 leaf = kNoNode;
+    u32 rangeStart = 0;
+    u32 rangeEnd = 0;
+};
+
+std::FILE* tableFile = nullptr;
+std::FILE* foldedFile = nullptr;
+std::string tablePath;
+const InstructionTrace* otherTrace = nullptr;
+
+// More than one when a service delivers a message by itself.
+std::vector<Run> runs;
+// The frames that a MODAL put aside for the EMOD that comes back to them.
+std::vector<std::vector<Frame>> modalFrames;
+std::map<u32, Service> services;
+std::map<u32, MessageCount> messages;
+u64 instructions = 0;
+nanoseconds inInterpreter{};
+
+// --- Runs and their instructions
+
+bool IsMessageFrame(u32 at) {
+    if (at != kEntryPoint) return false;
+    const u32 sp = Load<u32>(kHeaderSP);
+    return u64{sp} + 12 <= imageSize && Load<u32>(sp) == 0 && Load<u32>(sp + 4) == kArgumentBytes;
+}
+
+void StartRun() {
+    const u32 sp = Load<u32>(kHeaderSP);
+    const u32 entry = FunctionAt(kEntryPoint);
+    ++profiledFunctions[entry].calls;
+    runs.push_back({.message = Load<u32>(sp + 8),
+                    .frames = {{sp, CallNodeFor(kNoNode, entry)}},
+                    .start = Clock::now()});
+}
+
+void EndRun() {
+    const Run& run = runs.back();
+    MessageCount& count = messages[run.message];
+    ++count.count;
+    count.instructions += run.instructions;
+    count.longest = std::max(count.longest, run.instructions);
+    inInterpreter += Clock::now() - run.start - run.inServices;
+    runs.pop_back();
+}
+
+void DropReturnedFrames(Run& run) {
+    const u32 sp = Load<u32>(kHeaderSP);
+    while (run.frames.size() > 1 && sp > run.frames.back().slot) {
+        run.frames.pop_back();
+        run.rangeEnd = run.rangeStart;
+    }
+}
+
+// The function of the topmost frame, or, where a branch has led to the code of another one, that
+// function as if it had been called.
+void FindLeaf(Run& run, u32 at) {
+    const u32 node = run.frames.back().node;
+    const ModuleSymbol* const symbol = SymbolAt(at);
+    const u32 function = symbol == nullptr ? callNodes[node].function : FunctionAt(at);
+    run.leaf = function == callNodes[node].function ? node : CallNodeFor(node, function);
+    run.rangeStart = at;
+    run.rangeEnd = NextSymbolAddress(at);
+}
+
+u32 CommandAtHand() {
+    const u32 block = Load<u32>(kHeaderR15);
+    return u64{block} + 4 <= imageSize ? Load<u32>(block) : kNoCommand;
+}
+
+void BeforeInstruction(u32 at) {
+    if (otherTrace != nullptr) otherTrace->before(at);
+    if (IsMessageFrame(at)) {
+        // A run that is still there has been left in a way of its own, unless a service is running.
+        if (!runs.empty() && runs.back().single != Single::Sys) EndRun();
+        StartRun();
+    }
+    if (runs.empty()) return;
+    Run& run = runs.back();
+    DropReturnedFrames(run);
+    if (at < run.rangeStart || at >= run.rangeEnd) FindLeaf(run, at);
+    ++callNodes[run.leaf].own;
+    ++run.instructions;
+    ++instructions;
+    const u32 w = Load<u32>(at);
+    run.single.reset();
+    if (ClassOf(w) != InstructionClass::Single) return;
+    run.single = static_cast<Single>(w & 1023);
+    run.modalDepthBefore = modalDepth;
+    if (run.single == Single::Sys) {
+        run.command = CommandAtHand();
+        run.commandStart = Clock::now();
+    }
+}
+
+void PushFrame(Run& run) {
+    const u32 target = Load<u32>(kHeaderPC);
+    const u32 function = FunctionAt(target);
+    const ModuleSymbol* const symbol = SymbolAt(target);
+    u32 node = run.leaf;
+    // A part of the same function that is called by a local label stays a part of it.
+    if (symbol == nullptr || symbol->address == target || function != callNodes[node].function) {
+        ++profiledFunctions[function].calls;
+        node = CallNodeFor(run.leaf, function);
+    }
+    run.frames.push_back({Load<u32>(kHeaderSP), node});
+    run.rangeEnd = run.rangeStart;
+}
+
+void EndService(Run& run) {
+    const nanoseconds time = Clock::now() - run.commandStart;
+    Service& service = services[run.command];
+    ++service.calls;
+    service.time += time;
+    run.inServices += time;
+    run.single.reset();
+}
+
+void AfterInstruction(u32 at) {
+    if (otherTrace != nullptr) otherTrace->after(at);
+    if (runs.empty() || !runs.back().single) return;
+    Run& run = runs.back();
+    switch (*run.single) {
+        case Single::Call:
+        case Single::Callr: PushFrame(run); break;
+        case Single::Sys: EndService(run); break;
+        case Single::Return:
+            if (Load<u32>(kHeaderPC) == 0) EndRun();
+            break;
+        case Single::Stop: EndRun(); break;
+        case Single::Modal:
+        case Single::ModalNotify:
+            modalFrames.push_back(run.frames);
+            EndRun();
+            break;
+        case Single::Emod:
+            if (modalDepth == run.modalDepthBefore || modalFrames.empty()) break;
+            run.frames = std::move(modalFrames.back());
+            modalFrames.pop_back();
+            run.rangeEnd = run.rangeStart;
+            break;
+        default: break;
+    }
+}
+
+constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
+
+// --- The tables
+
+unsigned long long Number(u64 value) {
+    return value;
+}
+
+double Percent(u64 part) {
+    return instructions == 0 ? 0
+                             : 100 * static_cast<double>(part) / static_cast<double>(instructions);
+}
+
+double Milliseconds(nanoseconds time) {
+    return static_cast<double>(time.count()) / 1e6;
+}
+
+void WriteTotals() {
+    u64 count = 0;
+    for (const auto& [number, message] : messages) count += message.count;
+    u64 calls = 0;
+    nanoseconds time{};
+    for (const auto& [command, service] : services) calls += service.calls, time += service.time;
+    std::fprintf(tableFile, "%12llu instructions in %llu messages\n", Number(instructions),
+                 Number(count));
+    std::fprintf(tableFile, "%12llu calls of services\n", Number(calls));
+    std::fprintf(tableFile, "%12.3f ms in the interpreter, slowed down by counting\n",
+                 Milliseconds(inInterpreter));
+    std::fprintf(tableFile, "%12.3f ms in services\n", Milliseconds(time));
+}
+
+void WriteFunctions() {
+    std::vector<ProfiledFunction> sorted = profiledFunctions;
+    std::sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) {
+        return a.own != b.own ? a.own > b.own : a.name < b.name;
+    });
+    std::fputs("\nFunctions: instructions of their own, and with what they called\n", tableFile);
+    std::fputs("         own      %    inclusive      %        calls  name\n", tableFile);
+    for (const ProfiledFunction& function : sorted) {
+        std::fprintf(tableFile, "%12llu %6.2f %12llu %6.2f %12llu  %s\n", Number(function.own),
+                     Percent(function.own), Number(function.inclusive), Percent(function.inclusive),
+                     Number(function.calls), function.name.c_str());
+    }
+}
+
+std::string CommandText(u32 command) {
+    if (command == kNoCommand) return "-        no parameter block";
+    const std::string_view name = ServiceName(command);
+    return FormatText("%-8s %s", FormatText("%u.%u", command >> 8, command & 0xFF).c_str(),
+                      name.empty() ? "unknown" : std::string(name).c_str());
+}
+
+void WriteServices() {
+    std::vector<std::pair<u32, Service>> sorted(services.begin(), services.end());
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.second.time > b.second.time; });
+    std::fputs("\nServices: real time\n", tableFile);
+    std::fputs("       calls           ns    ns a call  SYS      name\n", tableFile);
+    for (const auto& [command, service] : sorted) {
+        const u64 time = static_cast<u64>(service.time.count());
+        std::fprintf(tableFile, "%12llu %12llu %12llu  %s\n", Number(service.calls), Number(time),
+                     Number(time / service.calls), CommandText(command).c_str());
+    }
+}
+
+void WriteMessages() {
+    std::fputs("\nMessages: instructions\n", tableFile);
+    std::fputs("       count instructions      longest  number   name\n", tableFile);
+    for (const auto& [number, message] : messages) {
+        std::fprintf(tableFile, "%12llu %12llu %12llu  %-8u %s\n", Number(message.count),
+                     Number(message.instructions), Number(message.longest), number,
+                     std::string(MessageName(number)).c_str());
+    }
+}
+
+void Close(std::FILE*& file, const std::string& path) {
+    const bool good = std::ferror(file) == 0;
+    if (std::fclose(file) != 0 || !good) SystemLog(path + ": cannot be written");
+    file = nullptr;
+}
+
+}  // namespace
+
+std::string StartProfile(const std::string& path) {
+    tableFile = std::fopen(path.c_str(), "w");
+    if (tableFile == nullptr) return path;
+    foldedFile = std::fopen((path + ".folded").c_str(), "w");
+    if (foldedFile == nullptr) {
+        std::fclose(tableFile);
+        tableFile = nullptr;
+        return path + ".folded";
+    }
+    tablePath = path;
+    otherTrace = instructionTrace;
+    instructionTrace = &kTrace;
+    return "";
+}
+
+void NameProfile() {
+    if (tableFile == nullptr) return;
+    const std::string file = SymbolFile();
+    std::error_code error;
+    if (!std::filesystem::exists(file, error)) return;
+    if (const std::string problem = LoadSymbols(file); !problem.empty()) SystemLog(problem);
+}
+
+void CloseProfile() {
+    if (tableFile == nullptr) return;
+    instructionTrace = otherTrace;
+    // The process may end in the middle of a message, and of a service.
+    while (!runs.empty()) {
+        if (runs.back().single == Single::Sys) EndService(runs.back());
+        EndRun();
+    }
+    SumCallTree();
+    WriteTotals();
+    WriteFunctions();
+    WriteServices();
+    WriteMessages();
+    WriteFoldedStacks(foldedFile);
+    Close(tableFile, tablePath);
+    Close(foldedFile, tablePath + ".folded");
+}

@@ -1,0 +1,17 @@
+#pragma once
+// Counts where a module's instructions go: by function, by call stack, by service and by message.
+// Exact counts, from every executed instruction; functions by the module's symbols where there are
+// any, else by the addresses that calls lead to.
+
+#include <string>
+
+// Starts counting; from now on every instruction is executed the plain, slow way. The tables go to
+// `path`, the call stacks to `path`.folded. To be called after StartTrace. Returns "" or the file
+// that cannot be written.
+std::string StartProfile(const std::string& path);
+
+// Reads the game's symbols; to be called once its folders are known and before the module runs.
+void NameProfile();
+
+// Writes the files and stops counting; nothing when no profile is made.
+void CloseProfile();

@@ -1,0 +1,178 @@
+#include "app/ship_runtime.h"
+
+#include <elf.h>
+#include <fontconfig/fontconfig.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+#include <vector>
+
+#include "base/types.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Libraries that have to be the machine's own. Names up to ".so".
+constexpr std::string_view kOfTheMachine[] = {
+    // The C runtime and what a driver's libraries share with the program.
+    "ld-linux-x86-64", "ld-linux-aarch64", "libc", "libm", "libmvec", "libdl", "libpthread",
+    "librt", "libresolv", "libutil", "libanl", "libnsl", "libstdc++", "libgcc_s", "libz",
+    "libexpat",
+    // Display and sound.
+    "libX11", "libX11-xcb", "libxcb", "libGL", "libEGL", "libGLX", "libGLdispatch", "libOpenGL",
+    "libGLESv2", "libglapi", "libdrm", "libgbm", "libwayland-client", "libwayland-server",
+    "libwayland-egl", "libwayland-cursor", "libasound"};
+
+bool IsOfTheMachine(const std::string& name) {
+    const std::string_view stem = std::string_view(name).substr(0, name.find(".so"));
+    return std::find(std::begin(kOfTheMachine), std::end(kOfTheMachine), stem) !=
+           std::end(kOfTheMachine);
+}
+
+// The loaded libraries by the paths and names that they were asked for.
+std::vector<fs::path> LoadedLibraries() {
+    std::vector<fs::path> paths;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t, void* list) {
+            const fs::path path = info->dlpi_name;
+            // The program has no name, and the kernel's part no file.
+            if (path.is_absolute() && !IsOfTheMachine(path.filename())) {
+                static_cast<std::vector<fs::path>*>(list)->push_back(path);
+            }
+            return 0;
+        },
+        &paths);
+    return paths;
+}
+
+template <class T>
+bool ReadAt(std::fstream& file, u64 offset, T& value) {
+    file.seekg(static_cast<std::streamoff>(offset));
+    return static_cast<bool>(file.read(reinterpret_cast<char*>(&value), sizeof value));
+}
+
+// The dynamic section's place in a library's file.
+bool FindDynamicSection(std::fstream& file, Elf64_Phdr& dynamic) {
+    Elf64_Ehdr header;
+    if (!ReadAt(file, 0, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
+        header.e_ident[EI_CLASS] != ELFCLASS64) {
+        return false;
+    }
+    for (u32 i = 0; i < header.e_phnum; ++i) {
+        if (!ReadAt(file, header.e_phoff + u64{i} * sizeof dynamic, dynamic)) return false;
+        if (dynamic.p_type == PT_DYNAMIC) return true;
+    }
+    return false;
+}
+
+// A library with a search path of its own would not look where the program looks. The path's entry
+// becomes one that means nothing in a library.
+void DropSearchPath(const fs::path& library) {
+    std::fstream file(library, std::ios::in | std::ios::out | std::ios::binary);
+    Elf64_Phdr dynamic;
+    if (!file || !FindDynamicSection(file, dynamic)) return;
+    for (u64 at = dynamic.p_offset; at < dynamic.p_offset + dynamic.p_filesz;
+         at += sizeof(Elf64_Dyn)) {
+        Elf64_Dyn entry;
+        if (!ReadAt(file, at, entry) || entry.d_tag == DT_NULL) return;
+        if (entry.d_tag != DT_RUNPATH && entry.d_tag != DT_RPATH) continue;
+        entry.d_tag = DT_DEBUG;
+        file.seekp(static_cast<std::streamoff>(at));
+        file.write(reinterpret_cast<const char*>(&entry), sizeof entry);
+    }
+}
+
+// The family and the file that stand for a family in a style.
+struct FoundFont {
+    std::string family;
+    std::string file;
+};
+
+std::string PatternText(FcPattern* pattern, const char* what) {
+    FcChar8* text = nullptr;
+    if (FcPatternGetString(pattern, what, 0, &text) != FcResultMatch) return "";
+    return reinterpret_cast<const char*>(text);
+}
+
+FoundFont FindFont(const char* family, int weight, int slant) {
+    FcPattern* const wanted =
+        FcPatternBuild(nullptr, FC_FAMILY, FcTypeString, family, FC_WEIGHT, FcTypeInteger, weight,
+                       FC_SLANT, FcTypeInteger, slant, nullptr);
+    FcConfigSubstitute(nullptr, wanted, FcMatchPattern);
+    FcDefaultSubstitute(wanted);
+    FcResult result = FcResultNoMatch;
+    FcPattern* const found = FcFontMatch(nullptr, wanted, &result);
+    FcPatternDestroy(wanted);
+    if (found == nullptr) return {};
+    FoundFont font = {PatternText(found, FC_FAMILY), PatternText(found, FC_FILE)};
+    FcPatternDestroy(found);
+    return font;
+}
+
+std::string EscapeXml(const std::string& text) {
+    std::string escaped;
+    for (const char c : text) {
+        switch (c) {
+            case '&': escaped += "&amp;"; break;
+            case '<': escaped += "&lt;"; break;
+            default: escaped += c;
+        }
+    }
+    return escaped;
+}
+
+}  // namespace
+
+std::string CopyOneFile(const std::string& from, const std::string& to) {
+    std::error_code error;
+    fs::copy_file(from, to, fs::copy_options::overwrite_existing, error);
+    return error ? from + ": " + error.message() : "";
+}
+
+std::string CopyProgram(const std::string& program, const std::string& libraryFolder) {
+    std::string problem = CopyOneFile("/proc/self/exe", program);
+    for (const fs::path& library : LoadedLibraries()) {
+        if (!problem.empty()) return problem;
+        const fs::path copy = fs::path(libraryFolder) / library.filename();
+        problem = CopyOneFile(library, copy);
+        if (!problem.empty()) return problem;
+        std::error_code error;
+        fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
+        DropSearchPath(copy);
+    }
+    return problem;
+}
+
+std::string CopyFonts(const std::string& folder) {
+    FcInit();
+    std::string aliases;
+    for (const char* const family : {"Helvetica", "Times", "Courier"}) {
+        for (const int weight : {FC_WEIGHT_NORMAL, FC_WEIGHT_BOLD}) {
+            for (const int slant : {FC_SLANT_ROMAN, FC_SLANT_ITALIC}) {
+                const FoundFont font = FindFont(family, weight, slant);
+                if (font.file.empty()) continue;
+                const std::string copy = folder + "/" + fs::path(font.file).filename().string();
+                if (std::string problem = CopyOneFile(font.file, copy); !problem.empty()) {
+                    return problem;
+                }
+            }
+        }
+        aliases += "  <alias binding=\"same\"><family>" + std::string(family) +
+                   "</family><prefer><family>" +
+                   EscapeXml(FindFont(family, FC_WEIGHT_NORMAL, FC_SLANT_ROMAN).family) +
+                   "</family></prefer></alias>\n";
+    }
+    std::ofstream file(folder + "/fonts.conf");
+    file << "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"urn:fontconfig:fonts.dtd\">\n"
+            "<fontconfig>\n"
+         << aliases
+         << "  <dir prefix=\"relative\">.</dir>\n"
+            "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n</fontconfig>\n";
+    return file.flush() ? "" : folder + "/fonts.conf: cannot be written";
+}

@@ -1,0 +1,64 @@
+# bash completion for moxi, mxasm and mxdis
+
+# Files and folders that begin with the current word; with a suffix only such files, and folders.
+_moxi_files() {
+    local name
+    compopt -o filenames 2>/dev/null
+    while IFS= read -r name; do
+        if [ -z "${1-}" ] || [ -d "$name" ] || [ "${name%"$1"}" != "$name" ]; then COMPREPLY+=("$name"); fi
+    done < <(compgen -f -- "$2")
+}
+
+_moxi_options() {
+    local option
+    while IFS= read -r option; do COMPREPLY+=("$option"); done < <(compgen -W "$1" -- "$2")
+}
+
+_moxi() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        --run-ms | --date) return ;;
+        --desktop) _moxi_options "1280x800 1920x1080 2560x1440" "$word"; return ;;
+        --soundfont) _moxi_files "" "$word"; return ;;
+        --data-folder | --bundle | --script | --dump-image | --dump-screen | --dump-view | --trace | \
+            --record | --render-audio | --profile) _moxi_files "" "$word"; return ;;
+    esac
+    if [ "${word#-}" != "$word" ]; then
+        _moxi_options "--help --version --data-folder --mute --soundfont --full-screen --headless
+            --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
+            --render-audio --no-sandbox --debug --profile --watch --bundle" "$word"
+    else
+        _moxi_files .MX "$word"
+    fi
+}
+
+_mxasm() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        -o | -l | -I | --symbols) _moxi_files "" "$word"; return ;;
+        -D) return ;;
+    esac
+    if [ "${word#-}" != "$word" ]; then
+        _moxi_options "-o -l -I -D --symbols --help --version" "$word"
+    else
+        _moxi_files .mxs "$word"
+    fi
+}
+
+_mxdis() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    if [ "$before" = --symbols ]; then
+        _moxi_files "" "$word"
+    elif [ "${word#-}" != "$word" ]; then
+        _moxi_options "--raw --symbols --help --version" "$word"
+    else
+        _moxi_files .MX "$word"
+    fi
+}
+
+complete -F _moxi moxi
+complete -F _mxasm mxasm
+complete -F _mxdis mxdis
