@@ -2,6 +2,7 @@
 // The calls of the C library that can fail for reasons outside MOXI: one record, so that tests can
 // make each of them fail. Nobody else writes it.
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdio>
@@ -17,8 +18,17 @@ struct SystemCalls {
     void (*release)(void* block);
 };
 
+// A named pipe or a socket is no file: opening one would wait for somebody at its other end.
+inline std::FILE* OpenFile(const char* path, const char* mode) {
+    struct stat status;
+    if (stat(path, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode))) {
+        return nullptr;
+    }
+    return std::fopen(path, mode);
+}
+
 inline constinit SystemCalls systemCalls = {
-    .open = [](const char* path, const char* mode) { return std::fopen(path, mode); },
+    .open = OpenFile,
     .read = [](void* buffer, std::size_t count,
                std::FILE* stream) { return std::fread(buffer, 1, count, stream); },
     .write = [](const void* data, std::size_t count,

@@ -160,7 +160,7 @@ TEST(Faults, TheProcessesAddressSpaceMayBeAnySize) {
     constexpr u64 kMegabyte = u64{1} << 20;
     u32 finished = 0;
     u32 refused = 0;
-    for (u64 megabytes = 4100; megabytes < 4700; megabytes += 40) {
+    for (u64 megabytes = 4100; megabytes < 4700; megabytes += 25) {
         SCOPED_TRACE(megabytes);
         rlimit before;
         getrlimit(RLIMIT_AS, &before);
@@ -178,6 +178,16 @@ TEST(Faults, TheProcessesAddressSpaceMayBeAnySize) {
     }
     EXPECT_GT(finished, 0u);
     EXPECT_GT(refused, 0u);
+}
+
+// Opening a pipe would wait for somebody who writes into it.
+TEST(Faults, ANamedPipeIsNoFile) {
+    const Game game(EveryService());
+    fs::remove(game.path + "/MAIN.MX");
+    ASSERT_EQ(mkfifo((game.path + "/MAIN.MX").c_str(), 0600), 0);
+    const ProgramResult result = game.Run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "fatal: MAIN.MX file not found\n");
 }
 
 // --- The data folder
