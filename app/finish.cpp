@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/debugger.h"
 #include "app/record.h"
 #include "app/trace.h"
 #include "base/output_files.h"
@@ -63,6 +64,7 @@ void Finish(int status) {
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
     CloseTrace();
+    CloseDebugger(status);
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
