@@ -38,7 +38,7 @@ void ShowBlockRow(u32 handle) {
     std::string row = FormatText("%6u  %8.8X  %10u  %10u  %s", handle, block.offset, block.size,
                                  block.requested, ListName(block.list));
     if (block.list == HeapList::Locked) {
-        row += FormatText(", %u lock%s, SP was 0x%8.8X", block.lockCount,
+        row += FormatText(", %u lock%s until SP is above 0x%8.8X", block.lockCount,
                           block.lockCount == 1 ? "" : "s", block.lockSP);
     }
     Say(row);
@@ -60,8 +60,7 @@ void ShowTotals() {
     for (const HeapList list : {HeapList::Allocated, HeapList::Locked, HeapList::Freed}) {
         const Total& total = totals[static_cast<u32>(list)];
         Say(FormatText("%-10s %5u block%s, %llu bytes", ListName(list), total.blocks,
-                       total.blocks == 1 ? "" : "s",
-                       static_cast<unsigned long long>(total.bytes)));
+                       total.blocks == 1 ? "" : "s", static_cast<unsigned long long>(total.bytes)));
     }
     Say(FormatText("%-10s %5u handles", "unused", totals[0].blocks));
 }
@@ -109,9 +108,9 @@ bool LooksLikeBitmap(u32 handle, Selection& selection) {
 void ShowBitmapRow(const Selection& bitmap) {
     std::string row = bitmap.handle == kTextBitmap ? FormatText("0x%8.8X", bitmap.handle)
                                                    : FormatText("%10u", bitmap.handle);
-    row += FormatText("  %d x %d, stride %d, clip %d, %d, %d x %d, ", bitmap.width, bitmap.height,
-                      bitmap.stride, bitmap.clipX, bitmap.clipY, bitmap.clipWidth,
-                      bitmap.clipHeight);
+    row +=
+        FormatText("  %d x %d, stride %d, clip %d, %d, %d x %d, ", bitmap.width, bitmap.height,
+                   bitmap.stride, bitmap.clipX, bitmap.clipY, bitmap.clipWidth, bitmap.clipHeight);
     if (bitmap.host) {
         row += bitmap.handle == kScreenBitmap ? "the screen" : "the text bitmap";
     } else {
@@ -187,8 +186,8 @@ void SaveBitmap(u32 handle, const std::string& path) {
     const bool written =
         WritePngFile(path, pixels.data(), static_cast<u32>(bitmap.width),
                      static_cast<u32>(bitmap.height), static_cast<u32>(rowBytes), PngFormat::Rgba);
-    Say(path + (written ? FormatText(": %d x %d", bitmap.width, bitmap.height)
-                        : ": cannot be written"));
+    Say(path +
+        (written ? FormatText(": %d x %d", bitmap.width, bitmap.height) : ": cannot be written"));
 }
 
 void ShowQueue() {

@@ -65,6 +65,7 @@ bool TakeValue(std::string_view& rest, u32& value) {
 // A number of things, `usual` when none is given, from 1 to `most`; then nothing else.
 bool TakeCount(std::string_view rest, u32 usual, u32 most, u32& count) {
     count = usual;
+    if (rest.starts_with(',')) rest.remove_prefix(1);
     SkipSpaces(rest);
     if (rest.empty()) return true;
     if (!TakeValue(rest, count) || !NothingIsLeft(rest)) return false;

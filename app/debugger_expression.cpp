@@ -115,7 +115,8 @@ u32 Reader::Primary() {
     } else {
         const std::string word = TakeWord(rest);
         if (word.empty()) {
-            Fail(rest.empty() ? "a value is missing" : "no value begins with " + mxasm::Quoted(rest));
+            Fail(rest.empty() ? "a value is missing"
+                              : "no value begins with " + mxasm::Quoted(rest));
         } else {
             value = IsDigit(word[0]) ? Number(word) : Name(word);
         }
@@ -178,7 +179,8 @@ std::optional<u32> RegisterOfName(std::string_view name) {
     u32 number = 0;
     const char* const last = name.data() + name.size();
     const auto [stop, problem] = std::from_chars(name.data() + 1, last, number);
-    const bool plain = problem == std::errc() && stop == last && (name[1] != '0' || name.size() == 2);
+    const bool plain =
+        problem == std::errc() && stop == last && (name[1] != '0' || name.size() == 2);
     if (!plain || number > 15) return std::nullopt;
     return RegisterAddress(number);
 }

@@ -80,8 +80,7 @@ std::string Item(const u8* bytes, char size) {
         case 'b': return FormatText("%2.2X", *bytes);
         case 'w': return FormatText("%4.4X", LoadBytes<u16>(bytes));
         case 'q':
-            return FormatText("%16.16llX",
-                              static_cast<unsigned long long>(LoadBytes<u64>(bytes)));
+            return FormatText("%16.16llX", static_cast<unsigned long long>(LoadBytes<u64>(bytes)));
         case 'f': return FormatText("%.9g", static_cast<double>(LoadBytes<f32>(bytes)));
         case 'd': return FormatText("%.17g", LoadBytes<f64>(bytes));
         default: return FormatText("%8.8X", LoadBytes<u32>(bytes));
@@ -171,7 +170,7 @@ void ShowMemory(u32 address, char size, u32 count) {
         std::string row = FormatText("%8.8X ", static_cast<u32>(at));
         for (u32 i = 0; i < items; ++i) row += " " + Item(image + at + i * bytes, size);
         if (size == 'b') {
-            row.resize(10 + 3 * kRowBytes, ' ');
+            row.resize(11 + 3 * kRowBytes, ' ');
             row += Characters(image + at, items);
         }
         Say(row);

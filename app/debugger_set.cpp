@@ -62,8 +62,8 @@ std::string ReadValue(std::string_view text, char size, u64& bits) {
         char* end = nullptr;
         const double value = std::strtod(copy.c_str(), &end);
         if (copy.empty() || *end != 0) return mxasm::Quoted(copy) + " is no floating-point number";
-        bits = size == 'd' ? std::bit_cast<u64>(value)
-                           : std::bit_cast<u32>(static_cast<float>(value));
+        bits =
+            size == 'd' ? std::bit_cast<u64>(value) : std::bit_cast<u32>(static_cast<float>(value));
         return {};
     }
     if (size == 'q') {

@@ -17,13 +17,20 @@ struct NamedMessage {
 };
 
 constexpr NamedMessage kMessages[] = {
-    {"MSG_START1", MSG_START1},     {"MSG_START2", MSG_START2},
-    {"MSG_CLOSE", MSG_CLOSE},       {"MSG_END", MSG_END},
-    {"MSG_MINIMIZE", MSG_MINIMIZE}, {"MSG_MOVE", MSG_MOVE},
-    {"MSG_SIZE", MSG_SIZE},         {"MSG_MUSICDONE", MSG_MUSICDONE},
-    {"MSG_TICK", MSG_TICK},         {"MSG_DOWN", MSG_DOWN},
-    {"MSG_UP", MSG_UP},             {"MSG_CHAR", MSG_CHAR},
-    {"MSG_POINTER", MSG_POINTER},   {"MSG_PRESENTED", MSG_PRESENTED},
+    {"MSG_START1", MSG_START1},
+    {"MSG_START2", MSG_START2},
+    {"MSG_CLOSE", MSG_CLOSE},
+    {"MSG_END", MSG_END},
+    {"MSG_MINIMIZE", MSG_MINIMIZE},
+    {"MSG_MOVE", MSG_MOVE},
+    {"MSG_SIZE", MSG_SIZE},
+    {"MSG_MUSICDONE", MSG_MUSICDONE},
+    {"MSG_TICK", MSG_TICK},
+    {"MSG_DOWN", MSG_DOWN},
+    {"MSG_UP", MSG_UP},
+    {"MSG_CHAR", MSG_CHAR},
+    {"MSG_POINTER", MSG_POINTER},
+    {"MSG_PRESENTED", MSG_PRESENTED},
 };
 
 SymbolNames symbols;
@@ -87,13 +94,13 @@ std::string LabelAt(u32 address) {
     std::string labels;
     const auto found = symbols.byAddress.find(address);
     if (found == symbols.byAddress.end()) return labels;
-    for (const std::string& name : found->second) labels += (labels.empty() ? "" : " ") + name + ":";
+    for (const std::string& name : found->second)
+        labels += (labels.empty() ? "" : " ") + name + ":";
     return labels;
 }
 
 std::string Place(u32 address) {
-    const std::string name =
-        address < kHeaderSize ? NameOfHeader(address) : NameOfAddress(address);
+    const std::string name = address < kHeaderSize ? NameOfHeader(address) : NameOfAddress(address);
     const std::string number = FormatText("%8.8X", address);
     return name.empty() ? number : number + " <" + name + ">";
 }

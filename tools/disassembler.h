@@ -13,7 +13,7 @@
 // Names from a symbol file. As names of addresses, constants are left out.
 struct SymbolNames {
     std::map<u32, std::vector<std::string>> byAddress;
-    std::set<u32> variables;  // addresses named in .data and .bss
+    std::set<u32> variables;                         // addresses named in .data and .bss
     std::map<std::string, u64, std::less<>> values;  // of every name, constants included
 };
 
