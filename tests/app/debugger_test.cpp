@@ -27,6 +27,36 @@ TEST(Debugger, StopsBeforeTheFirstInstructionOfTheFirstMessage) {
               "the run ends with status 0\n");
 }
 
+// The text between a line that starts a block and the next ``` of the page.
+std::string BlockOf(const std::string& page, const std::string& kind) {
+    const std::string start = "\n```" + kind + "\n";
+    const size_t begin = page.find(start) + start.size();
+    return page.substr(begin, page.find("```", begin) - begin);
+}
+
+TEST(Debugger, TheSessionOfTheManualIsWhatHappens) {
+    const std::string page = ReadTextFile(std::string(MOXI_SOURCE_DIR) + "/docs/debugging.md");
+    const std::string transcript = BlockOf(page, "text");
+    const Debugged game(BlockOf(page, "mx"));
+    WriteTextFile(game.folder.path + "/events", BlockOf(page, "events"));
+    std::string commands;
+    const std::string prompt = "\n(moxi) ";
+    for (size_t at = transcript.find(prompt); at != std::string::npos;
+         at = transcript.find(prompt, at)) {
+        at += prompt.size();
+        commands += transcript.substr(at, transcript.find('\n', at) + 1 - at);
+    }
+    ASSERT_NE(commands, "");
+    const ProgramResult result =
+        RunProgram("moxi",
+                   {"--debug", "--headless", "--data-folder", game.folder.path + "/data",
+                    "--script", "events", game.game},
+                   game.folder.path, commands);
+    EXPECT_EQ(result.output, transcript);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+}
+
 TEST(Debugger, IsTheSameOnEveryRun) {
     const Debugged game(kTicking);
     const std::string commands = "b message MSG_TICK\nc\nr\nc\nk\nheap\nt\nc\nwatch ticks\nc\n";
