@@ -1,6 +1,5 @@
 #include "app/debugger_commands.h"
 
-#include <charconv>
 #include <vector>
 
 #include "app/debugger_blocks.h"
@@ -34,7 +33,7 @@ struct Arguments {
 
 struct Command {
     const char* name;
-    const char* letter;  // its short form, "" for none
+    const char* others;  // its short form, then other names for it; "" for none
     After (*run)(const Arguments& arguments);
     const char* usage;  // behind the name
     const char* what;
@@ -337,8 +336,8 @@ constexpr Command kCommands[] = {
     {"delete", "d", Delete, "NUMBER | all", "delete them"},
     {"continue", "c", Continue, "", "run on", true},
     {"step", "s", Step, "[COUNT]", "run one instruction, into calls", true},
-    {"over", "o", Over, "[COUNT]", "run one instruction, calls as a whole", true},
-    {"finish", "f", Finish, "", "run to the caller, or to the next message", true},
+    {"over", "o n next", Over, "[COUNT]", "run one instruction, calls as a whole", true},
+    {"finish", "f out", Finish, "", "run to the caller, or to the next message", true},
     {"until", "u", Until, "ADDRESS", "run to there"},
     {"quit", "q", Quit, "", "end the run"},
     {"registers", "r", Registers, "[Rn]", "the registers, or one in every reading"},
@@ -350,7 +349,7 @@ constexpr Command kCommands[] = {
     {"text", "x", Text, "ADDRESS", "the string there"},
     {"assembly", "a", Assembly, "[ADDRESS [COUNT]]", "instructions"},
     {"trace", "t", Trace, "[COUNT]", "the instructions executed last"},
-    {"backtrace", "k", Frames, "[COUNT]", "the frames of the calls, from the inside out"},
+    {"backtrace", "k bt", Frames, "[COUNT]", "the frames of the calls, from the inside out"},
     {"where", "", Where, "", "the next instruction once more"},
     {"heap", "", Heap, "[HANDLE | all]", "blocks of the heap"},
     {"bitmaps", "", Bitmaps, "[HANDLE]", "bitmaps: 0 the screen, 0xFFFFFFFE the text bitmap"},
@@ -362,16 +361,27 @@ constexpr Command kCommands[] = {
 
 std::string Usage(const Command& command) {
     std::string usage = command.name;
-    if (*command.letter != 0) usage = std::string(command.letter) + ", " + usage;
+    std::string_view others = command.others;
+    const std::string letter = TakeWord(others);
+    if (!letter.empty()) usage = letter + ", " + usage;
     if (*command.usage != 0) usage += std::string(" ") + command.usage;
     return usage;
+}
+
+bool IsNamed(const Command& command, const std::string& name) {
+    if (name == command.name) return true;
+    std::string_view others = command.others;
+    for (std::string other = TakeWord(others); !other.empty(); other = TakeWord(others)) {
+        if (name == other) return true;
+    }
+    return false;
 }
 
 // The commands that a name can mean: the one that it names, else all that it begins.
 std::vector<const Command*> FindCommands(const std::string& name) {
     std::vector<const Command*> found;
     for (const Command& command : kCommands) {
-        if (name == command.name || name == command.letter) return {&command};
+        if (IsNamed(command, name)) return {&command};
         if (std::string_view(command.name).starts_with(name)) found.push_back(&command);
     }
     return found;

@@ -158,7 +158,8 @@ void ShowFrames(u32 count) {
 
 void ShowMemory(u32 address, char size, u32 count) {
     const u32 bytes = BytesOfSize(size);
-    const u32 perRow = std::max(1U, kRowBytes / bytes);
+    if (bytes == 0) return;
+    const u32 perRow = kRowBytes / bytes;
     u64 at = address;
     for (u32 left = count; left > 0;) {
         const u64 room = at < imageSize ? (imageSize - at) / bytes : 0;
@@ -168,7 +169,7 @@ void ShowMemory(u32 address, char size, u32 count) {
             return;
         }
         std::string row = FormatText("%8.8X ", static_cast<u32>(at));
-        for (u32 i = 0; i < items; ++i) row += " " + Item(image + at + i * bytes, size);
+        for (u32 i = 0; i < items; ++i) row += " " + Item(image + at + u64{i} * bytes, size);
         if (size == 'b') {
             row.resize(11 + 3 * kRowBytes, ' ');
             row += Characters(image + at, items);
