@@ -139,6 +139,7 @@ void ShowRegister(u32 place) {
 void ShowFrames(u32 count) {
     Frame frame = CurrentFrame();
     u32 pc = Header(kHeaderPC);
+    if (pc == 0) return Say("no function runs");
     u32 fp = frame.linked ? frame.at - 4 : 0;
     for (u32 number = 0; number < count; ++number) {
         u32 caller = 0;

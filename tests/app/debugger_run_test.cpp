@@ -135,6 +135,36 @@ table:  .long 0xF0000000
               "(moxi) c\nthe run ends with status 1\n");
 }
 
+TEST(Debugger, ALockThatWasLeftStopsBehindTheMessage) {
+    // A RETURN releases one of the two.
+    const Debugged game(R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0
+        MOVE.L R15, #alloc
+        SYS
+        MOVE.L [first+4], R14
+        SYS
+        MOVE.L [second+4], R14
+        MOVE.L R15, #first
+        SYS
+        MOVE.L R15, #second
+        SYS
+        RETURN 0
+        .data
+alloc:  .long 0x0900, 20
+first:  .long 0x0902, 0
+second: .long 0x0902, 0
+)");
+    EXPECT_EQ(
+        game.Talk("c\nk\nt 1\ns\n"),
+        "(moxi) c\nfatal: Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() "
+        "needs to run!\n=> the message has been run\n"
+        "(moxi) k\nno function runs\n"
+        "(moxi) t 1\n0000023C <start+60>  RETURN   0\n"
+        "(moxi) s\nthe run ends with status 1\n");
+}
+
 TEST(Debugger, LeavesTheRunAsItWouldBeWithoutIt) {
     // Same image, same trace, same log: only the conversation is new.
     const Debugged game(kTicking);
