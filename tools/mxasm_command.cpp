@@ -127,6 +127,13 @@ bool IsDevice(const std::string& path) {
     return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
 }
 
+// The include library that was built or installed with this program.
+std::string LibraryFolder() {
+    std::error_code error;
+    const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
+    return own.parent_path().parent_path() / "share" / "moxi" / "library";
+}
+
 std::vector<std::string> Outputs(const Command& command) {
     std::vector<std::string> outputs = {command.output};
     if (!command.listing.empty()) outputs.push_back(command.listing);
@@ -214,6 +221,7 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
         RemoveOutputs(command);
         return 1;
     }
+    command.options.includeFolders.push_back(LibraryFolder());
     command.options.wantListing = !command.listing.empty();
     const AssembleResult result = Assemble(*source, command.source, command.options);
     if (!CheckOutputs(command, result.filesRead, wrong)) {

@@ -37,7 +37,8 @@ void ExpectSamePicture(const fs::path& gotPath, const fs::path& wantedPath) {
 HeadlessResult PlayDemo(const std::string& script, const std::string& milliseconds,
                         const std::vector<std::string>& lines = {}) {
     const fs::path source = kSources / "demo.mxs";
-    AssembleResult assembled = Assemble(ReadTextFile(source.string()), source.string());
+    AssembleResult assembled =
+        Assemble(ReadTextFile(source.string()), source.string(), LibraryOptions());
     EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
     HeadlessRun run;
     run.script = script;

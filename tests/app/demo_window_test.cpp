@@ -61,7 +61,7 @@ class DemoWindow : public testing::Test {
     // A word of the demo's state in a dump of its image.
     static i32 State(const std::string& dump, const std::string& name) {
         const std::string source = std::string(MOXI_SOURCE_DIR) + "/demo/demo.mxs";
-        const AssembleResult assembled = Assemble(ReadTextFile(source), source);
+        const AssembleResult assembled = Assemble(ReadTextFile(source), source, LibraryOptions());
         EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
         const std::string bytes = ReadTextFile(dump);
         const u32 address = SymbolValue(assembled, name);

@@ -131,8 +131,14 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
     return result;
 }
 
+AssembleOptions LibraryOptions() {
+    AssembleOptions options;
+    options.includeFolders = {ProgramPath("../share/moxi/library")};
+    return options;
+}
+
 HeadlessResult RunHeadless(const HeadlessRun& run) {
-    AssembleResult assembled = Assemble(run.source, "test.mxs");
+    AssembleResult assembled = Assemble(run.source, "test.mxs", LibraryOptions());
     if (!assembled.ok) {
         ADD_FAILURE() << FormatErrors(assembled);
         return {};

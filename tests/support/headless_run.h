@@ -37,6 +37,9 @@ struct HeadlessResult {
     std::string TextAt(const std::string& name) const { return Text(Label(name)); }
 };
 
+// What mxasm is given without options: the include library of the build folder.
+AssembleOptions LibraryOptions();
+
 // A source that does not assemble fails the running test and gives status -1.
 HeadlessResult RunHeadless(const HeadlessRun& run);
 
