@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/debugger.h"
 #include "app/profile.h"
 #include "app/record.h"
 #include "app/trace.h"
@@ -65,6 +66,7 @@ void Finish(int status) {
     if (moduleStarted > 0) WriteDumps();
     CloseProfile();
     CloseTrace();
+    CloseDebugger(status);
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();

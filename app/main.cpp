@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "app/bundle.h"
+#include "app/debugger.h"
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
@@ -161,6 +162,7 @@ int main(int argc, char** argv) {
     if (!options.record.empty() && !StartRecording(options.record)) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
+    if (options.debug) StartDebugger();
     PrepareSandbox(options);
     std::string error;
     if (!StartDesktop(options, error)) {
@@ -176,6 +178,7 @@ int main(int argc, char** argv) {
             toggleFullScreen();
         };
     }
+    if (options.debug) LetInterruptsStop();
     HandleSignals(options.headless ? kHeadlessPatience : 0);
     LoadInterfaceFile();
     moxiAppDelegate::init();

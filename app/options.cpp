@@ -164,7 +164,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                ->check(filled));
     bool noSandbox = false;
     app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
-    app.add_flag("--debug", options.debug, "author's kit: stop where the module fails");
+    app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
         ->check(filled);
@@ -180,7 +180,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     } catch (const CLI::ParseError& error) {
         return RefuseCommandLine(error.what());
     }
-    options.sandbox = !noSandbox;
+    // The debugger writes where its user says while the game runs.
+    options.sandbox = !noSandbox && !options.debug;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
             return RefuseCommandLine(option->get_name() + " needs --headless");

@@ -10,10 +10,12 @@ namespace {
 
 constinit unsigned answerSeconds = 0;
 constinit volatile std::sig_atomic_t firstSignal = 0;
+constinit bool interruptsStop = false;
 
 // --- Handlers: nothing here but what a signal handler may do.
 
 void OnEndRequest(int signal) {
+    if (signal == SIGINT && interruptsStop && !stopRequest.exchange(true)) return;
     firstSignal = signal;
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
@@ -44,4 +46,8 @@ void HandleSignals(unsigned patience) {
     Handle(SIGINT, OnEndRequest);
     if (patience > 0) Handle(SIGALRM, OnAlarm);
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+void LetInterruptsStop() {
+    interruptsStop = true;
 }

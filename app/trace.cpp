@@ -37,14 +37,6 @@ State ReadState() {
     return state;
 }
 
-std::string FlagNames(u8 flags) {
-    std::string names;
-    if ((flags & kOdd) != 0) names += 'O';
-    if ((flags & kZero) != 0) names += 'Z';
-    if ((flags & kNeg) != 0) names += 'N';
-    return names.empty() ? "-" : names;
-}
-
 void BeforeInstruction(u32 address) {
     before = ReadState();
     instruction = DisassembleAt({image, imageSize}, address).text;
@@ -76,6 +68,14 @@ void AfterInstruction(u32 address) {
 constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
 
 }  // namespace
+
+std::string FlagNames(u8 flags) {
+    std::string names;
+    if ((flags & kOdd) != 0) names += 'O';
+    if ((flags & kZero) != 0) names += 'Z';
+    if ((flags & kNeg) != 0) names += 'N';
+    return names.empty() ? "-" : names;
+}
 
 bool StartTrace(const std::string& path) {
     traceFile = std::fopen(path.c_str(), "w");

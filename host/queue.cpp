@@ -52,6 +52,14 @@ void DropQueueHead() {
     head = NextSlot(head);
 }
 
+u32 QueueLength() {
+    return (tail - head) % kQueueSlots;
+}
+
+const Message& QueuedMessage(u32 index) {
+    return slots[(head + index) % kQueueSlots];
+}
+
 bool TakeQueuedMessage(u32 words[4]) {
     if (inputSuspended || QueueIsEmpty()) return false;
     const Message message = QueueHead();

@@ -25,6 +25,9 @@ bool QueueIsEmpty();
 // The oldest message; the queue must not be empty.
 const Message& QueueHead();
 void DropQueueHead();
+// How many messages wait, and the one that comes after `index` others.
+u32 QueueLength();
+const Message& QueuedMessage(u32 index);
 // Takes the oldest message off; false when there is none or delivery is suspended.
 bool TakeQueuedMessage(u32 words[4]);
 void EmptyQueue();

@@ -1,6 +1,7 @@
 #pragma once
 // A module as text: a listing to read, or a source that assembles to the same file.
 
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <set>
@@ -9,11 +10,15 @@
 
 #include "tools/module_file.h"
 
-// Names of addresses, from a symbol file. Constants are left out.
+// Names from a symbol file. As names of addresses, constants are left out.
 struct SymbolNames {
     std::map<u32, std::vector<std::string>> byAddress;
-    std::set<u32> variables;  // addresses named in .data and .bss
+    std::set<u32> variables;                         // addresses named in .data and .bss
+    std::map<std::string, u64, std::less<>> values;  // of every name, constants included
 };
+
+// The name that the assembler knows for a place in the module's header; "" where it has none.
+std::string NameOfHeader(u32 address);
 
 // Reads a symbol file as mxasm writes it. Returns what is wrong, or an empty text.
 std::string ParseSymbolFile(const std::string& text, SymbolNames& names);

@@ -40,15 +40,6 @@ constexpr HeaderName kHeaderNames[] = {
     {kHeaderResult, "HDR_RESULT"},
 };
 
-std::string NameOfHeader(u32 address) {
-    for (const HeaderName& row : kHeaderNames) {
-        if (row.address == address) return row.name;
-    }
-    const u32 slot = address - kHeaderRegisters;
-    if (slot % 8 == 0 && slot / 8 < 16) return "HDR_R" + std::to_string(slot / 8);
-    return {};
-}
-
 struct Listing {
     const ModuleFile& module;
     const SymbolNames& names;
@@ -201,6 +192,15 @@ void WriteGlobals(Listing& listing) {
 
 }  // namespace
 
+std::string NameOfHeader(u32 address) {
+    for (const HeaderName& row : kHeaderNames) {
+        if (row.address == address) return row.name;
+    }
+    const u32 slot = address - kHeaderRegisters;
+    if (slot % 8 == 0 && slot / 8 < 16) return "HDR_R" + std::to_string(slot / 8);
+    return {};
+}
+
 std::string ParseSymbolFile(const std::string& text, SymbolNames& names) {
     size_t start = 0;
     for (u32 line = 1; start < text.size(); ++line) {
@@ -218,14 +218,15 @@ std::string ParseSymbolFile(const std::string& text, SymbolNames& names) {
                           space != std::string_view::npos && space + 1 < tail.size();
         if (!good) return "line " + std::to_string(line) + " is no line of a symbol file";
         const std::string_view kind = tail.substr(1, space - 1);
-        if (kind == "const" || value > 0xFFFFFFFF) continue;
-        if (kind != "code" && kind != "data" && kind != "bss") {
+        if (kind != "code" && kind != "data" && kind != "bss" && kind != "const") {
             return "line " + std::to_string(line) + " is no line of a symbol file";
         }
         std::string name;
         for (const char c : tail.substr(space + 1)) {
             name += static_cast<u8>(c) < 32 || c == 127 ? '?' : c;
         }
+        names.values.emplace(name, value);
+        if (kind == "const" || value > 0xFFFFFFFF) continue;
         names.byAddress[static_cast<u32>(value)].push_back(name);
         if (kind != "code") names.variables.insert(static_cast<u32>(value));
     }

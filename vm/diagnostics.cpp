@@ -47,6 +47,7 @@ void ShowMessageBuffer() {
 }  // namespace
 
 void ShowFatalMessage(std::string_view text) {
+    if (desktop.isMainThread()) vmSlots.beforeFatalMessage(text);
     if (smFLAG != 0) SystemLog("smFLAG");
     const size_t length = std::min<size_t>(text.size(), kMessageBufferSize - 1);
     std::memcpy(messageBuffer, text.data(), length);

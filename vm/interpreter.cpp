@@ -6,26 +6,40 @@
 #include "vm/threaded.h"
 
 constinit const InstructionTrace* instructionTrace = nullptr;
+constinit const DebugHooks* debugHooks = nullptr;
 
 namespace {
 
-template <bool kTraced>
+template <bool kWatched>
 Outcome Step(Cpu& cpu) {
+    if constexpr (kWatched) {
+        if (debugHooks != nullptr) {
+            debugHooks->instruction();
+            cpu = ReadCpu();
+        }
+    }
     const u32 at = cpu.pc;
     RecordPc(at);
     const u32 w = Load<u32>(at);
-    if constexpr (kTraced) instructionTrace->before(at);
+    const bool traced = kWatched && instructionTrace != nullptr;
+    if (traced) instructionTrace->before(at);
     const Outcome outcome = Execute(w, cpu);
     WriteBack(cpu);
-    if constexpr (kTraced) instructionTrace->after(at);
+    if (traced) instructionTrace->after(at);
     return outcome;
 }
 
-template <bool kTraced>
+template <bool kWatched>
 void RunPlain() {
     Cpu cpu = ReadCpu();
-    while (Step<kTraced>(cpu) == Outcome::Continue) {
+    while (Step<kWatched>(cpu) == Outcome::Continue) {
     }
+}
+
+void RunDebugged() {
+    debugHooks->enter();
+    RunPlain<true>();
+    debugHooks->leave();
 }
 
 void RunFast() {
@@ -40,7 +54,9 @@ void RunFast() {
 }  // namespace
 
 void RunInterpreter() {
-    if (instructionTrace != nullptr) {
+    if (debugHooks != nullptr) {
+        RunGuarded(RunDebugged);
+    } else if (instructionTrace != nullptr) {
         RunGuarded(RunPlain<true>);
     } else {
         RunGuarded(kThreaded ? RunFast : RunPlain<false>);

@@ -16,3 +16,15 @@ struct InstructionTrace {
 
 // Null (the default) runs at full speed. The record must outlive its use.
 extern const InstructionTrace* instructionTrace;
+
+// What a debugger is told: that a message's run begins, each instruction before it is executed, and
+// that the run has been left. Runs may be nested. `instruction` finds everything in the header and
+// may change it there: what it leaves in the header's PC is executed.
+struct DebugHooks {
+    void (*enter)();
+    void (*instruction)();
+    void (*leave)();
+};
+
+// Null (the default) runs at full speed. The record must outlive its use.
+extern const DebugHooks* debugHooks;

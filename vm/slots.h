@@ -1,8 +1,9 @@
 #pragma once
 // What the machine needs from higher rooms: function slots with harmless defaults, written only by
-// app/wiring.cpp and by tests.
+// app/ and by tests.
 
 #include <cstdlib>
+#include <string_view>
 
 #include "base/types.h"
 
@@ -22,6 +23,8 @@ struct VmSlots {
     // Waits until no other start of the game is writing the file.
     void (*lockFile)(u32 handle);
     void (*closeFile)(u32 handle);
+    // On the main thread, before a fatal message is shown: a debugger stops here.
+    void (*beforeFatalMessage)(std::string_view text);
     // The one place where the process ends.
     void (*endProcess)(int status);  // does not return
 };
@@ -37,5 +40,6 @@ inline constinit VmSlots vmSlots = {
     .seekFile = [](u32, u32, u32) { return u32{0xFFFFFFFF}; },
     .lockFile = [](u32) {},
     .closeFile = [](u32) {},
+    .beforeFatalMessage = [](std::string_view) {},
     .endProcess = [](int status) { std::exit(status); },
 };

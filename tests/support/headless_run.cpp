@@ -40,9 +40,9 @@ std::string ProgramPath(const std::string& program) {
 }
 
 [[noreturn]] void BecomeProgram(const std::string& path, const std::vector<std::string>& arguments,
-                                const std::string& folder, const std::string& output,
-                                const std::string& errors) {
-    const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
+                                const std::string& folder, const std::string& input,
+                                const std::string& output, const std::string& errors) {
+    const int in = open(input.c_str(), O_RDONLY | O_CLOEXEC);
     const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     const int err = open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     dup2(in, 0);
@@ -113,13 +113,15 @@ std::string HeadlessResult::Text(u32 address) const {
 }
 
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::string& folder) {
+                         const std::string& folder, const std::string& input) {
     const TemporaryFolder streams;
+    const std::string in = input.empty() ? "/dev/null" : streams.path + "/in";
+    if (!input.empty()) WriteTextFile(in, input);
     const std::string output = streams.path + "/out";
     const std::string errors = streams.path + "/err";
     const std::string path = ProgramPath(program);
     const pid_t child = fork();
-    if (child == 0) BecomeProgram(path, arguments, folder, output, errors);
+    if (child == 0) BecomeProgram(path, arguments, folder, in, output, errors);
     int status = 0;
     waitpid(child, &status, 0);
     ProgramResult result;

@@ -54,9 +54,10 @@ struct ProgramResult {
     std::string errors;
 };
 
-// Runs a program of the build's bin folder with these arguments, in `folder` ("" = here).
+// Runs a program of the build's bin folder with these arguments, in `folder` ("" = here), with
+// `input` on its standard input.
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::string& folder = "");
+                         const std::string& folder = "", const std::string& input = "");
 
 // A folder of its own that is removed at the end of the scope.
 struct TemporaryFolder {

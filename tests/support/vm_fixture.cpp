@@ -97,6 +97,7 @@ void StartVmBench() {
 
 void EndVmBench() {
     instructionTrace = nullptr;
+    debugHooks = nullptr;
     vmSlots = VmSlots{
         .sysDispatch = [] {},
         .screenIsDirty = [] { return false; },
@@ -108,6 +109,7 @@ void EndVmBench() {
         .seekFile = [](u32, u32, u32) { return kNoFile; },
         .lockFile = [](u32) {},
         .closeFile = [](u32) {},
+        .beforeFatalMessage = [](std::string_view) {},
         .endProcess = [](int status) { std::exit(status); },
     };
     desktop.alert = [](const std::string&) {};

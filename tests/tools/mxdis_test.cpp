@@ -300,6 +300,8 @@ TEST(SymbolFile, BadLinesAreRefused) {
     SymbolNames names;
     EXPECT_EQ(ParseSymbolFile("00000200 code a\r\n\nFFFFFFFFFFFFFFFF const K\n", names), "");
     EXPECT_EQ(names.byAddress.size(), 1u);
+    EXPECT_EQ(names.values.at("a"), 0x200u);
+    EXPECT_EQ(names.values.at("K"), 0xFFFFFFFFFFFFFFFFu);
     EXPECT_EQ(ParseSymbolFile("00000200 code a\nfoo\n", names),
               "line 2 is no line of a symbol file");
     EXPECT_EQ(ParseSymbolFile("00000200 what a\n", names), "line 1 is no line of a symbol file");

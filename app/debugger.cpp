@@ -1,0 +1,105 @@
+#include "app/debugger.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "app/debugger_commands.h"
+#include "app/debugger_inspect.h"
+#include "app/debugger_stops.h"
+#include "app/debugger_symbols.h"
+#include "app/debugger_terminal.h"
+#include "app/signals.h"
+#include "base/log.h"
+#include "desktop/folders.h"
+#include "sys/files.h"
+#include "vm/diagnostics.h"
+#include "vm/interpreter.h"
+#include "vm/run_cycle.h"
+#include "vm/slots.h"
+
+namespace {
+
+constexpr const char* kSymbolFile = "MAIN.SYM";
+
+constinit bool started = false;   // the debugger, by the command line
+constinit bool greeted = false;   // the first stop has been made
+constinit bool talking = false;   // stopped
+constinit bool quitting = false;  // no more commands: the run ends where it can
+
+// The folder of the MAIN.MX that will be loaded: one in the data folder takes precedence.
+std::string ModuleFolder() {
+    std::string data = DataFolder();
+    std::error_code error;
+    if (data.empty()) data += '.';
+    return std::filesystem::exists(data + "/MAIN.MX", error) ? data : folders.resources;
+}
+
+std::string ReadSymbolsOfModule() {
+    const std::string path = ModuleFolder() + "/" + kSymbolFile;
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) {
+        return std::string("there is no ") + kSymbolFile + " beside the module";
+    }
+    const std::string wrong = ReadSymbols(path);
+    if (!wrong.empty()) return path + ": " + wrong;
+    return FormatText("%zu symbols from ", SymbolCount()) + kSymbolFile;
+}
+
+// Commands until the module is to run on.
+void Talk() {
+    talking = true;
+    stopRequest = true;
+    RunFreely();
+    After after = After::Stay;
+    while (after == After::Stay) {
+        const std::optional<std::string> line = ReadCommand();
+        after = line ? ExecuteCommand(*line) : After::Quit;
+    }
+    quitting = after == After::Quit;
+    stopRequest = false;
+    talking = false;
+}
+
+void Greet() {
+    greeted = true;
+    Say("The module stands before its first instruction; help lists the commands.");
+    Say(ReadSymbolsOfModule());
+}
+
+void OnInstruction() {
+    if (quitting) EndProcess(0);
+    std::vector<std::string> reasons;
+    const bool interrupted = stopRequest;
+    if (interrupted) reasons.emplace_back("interrupted");
+    if (IsStop(reasons) || !greeted) {
+        if (!greeted) Greet();
+        for (const std::string& reason : reasons) Say(reason);
+        ShowLocation();
+        Talk();
+        if (quitting) EndProcess(0);
+    }
+    NoteInstruction();
+}
+
+// What the host reports outside of a message is none of the module's instructions' doing.
+void OnFatalMessage(std::string_view text) {
+    if (!inMX || talking || quitting) return;
+    Say("fatal: " + MacRomanToUtf8(text));
+    ShowLocation();
+    Talk();
+}
+
+constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
+
+}  // namespace
+
+void StartDebugger() {
+    started = true;
+    debugHooks = &kHooks;
+    vmSlots.beforeFatalMessage = OnFatalMessage;
+}
+
+void CloseDebugger(int status) {
+    if (started) Say(FormatText("the run ends with status %d", status));
+}

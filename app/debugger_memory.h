@@ -1,0 +1,27 @@
+#pragma once
+// The module's memory as the debugger reaches it: what leaves the image is refused and never a
+// fault.
+
+#include <optional>
+
+#include "base/bytes.h"
+#include "vm/machine.h"
+
+inline bool InImage(u32 address, u64 size) {
+    return u64{address} + size <= imageSize;
+}
+
+// The T at an address, or nothing where it is not wholly in the image.
+template <class T>
+std::optional<T> Peek(u32 address) {
+    if (!InImage(address, sizeof(T))) return std::nullopt;
+    return LoadBytes<T>(image + address);
+}
+
+// Writes a T; false where it would leave the image.
+template <class T>
+bool Poke(u32 address, T value) {
+    if (!InImage(address, sizeof(T))) return false;
+    StoreBytes<T>(image + address, value);
+    return true;
+}

@@ -1,0 +1,434 @@
+// The debugger and the run: how it ends, faults, signals, a terminal, a window, messages within
+// messages, and commands that are none.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+
+#include "app/debugger_commands.h"
+#include "app/debugger_stops.h"
+#include "tests/support/debugged.h"
+#include "tests/support/desktop_session.h"
+#include "tests/support/vm_fixture.h"
+#include "vm/heap.h"
+#include "vm/interpreter.h"
+#include "vm/machine.h"
+#include "vm/run_cycle.h"
+#include "vm/slots.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// --- Ends
+
+TEST(Debugger, QuitAndTheEndOfTheInputEndTheRunInOrder) {
+    const Debugged game(kTicking);
+    for (const char* const commands : {"q\n", "s\nquit\nr\n", "s", "b add\nc"}) {
+        const std::string dump = game.folder.path + "/image";
+        fs::remove(dump);
+        const ProgramResult result = game.Run(commands, {"--dump-image", dump, "--trace", "trace"});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(result.output.ends_with("\nthe run ends with status 0\n")) << result.output;
+        EXPECT_GT(fs::file_size(dump), 512u);
+    }
+    // Without any input the first stop is the last.
+    const ProgramResult silent = game.Run("");
+    EXPECT_EQ(silent.status, 0);
+    EXPECT_TRUE(silent.output.ends_with("LINK     0, 2\nthe run ends with status 0\n"));
+}
+
+TEST(Debugger, AnInputThatIsNoTextEndsTheRun) {
+    const Debugged game(kTicking);
+    const ProgramResult result = game.Run(std::string(200000, 'x'));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.output.ends_with("LINK     0, 2\nthe run ends with status 0\n"));
+}
+
+struct Fault {
+    const char* instruction;
+    const char* message;
+    const char* location;  // at the stop
+    int status;
+};
+
+class DebuggerFault : public testing::TestWithParam<Fault> {};
+
+TEST_P(DebuggerFault, StopsBeforeTheUsualEnd) {
+    const Fault& fault = GetParam();
+    const Debugged game(std::string("        .stack 4096\n        .heap 4096\n"
+                                    "start:  LINK 0, 0\n        MOVE.L R1, #0\n") +
+                        fault.instruction + "        RETURN 0\n");
+    // A plain run ends with the same message and status.
+    const ProgramResult plain =
+        RunProgram("moxi", {"--headless", "--data-folder", game.folder.path + "/data", game.game});
+    const std::string shown = std::string("fatal: ") + fault.message + "\n";
+    const std::string at = std::string("=> 00000208 <start+8>  ") + fault.location + "\n";
+    for (const char* const commands : {"c\nk\nc\n", "c\n", "c\nq\n"}) {
+        const ProgramResult result = game.Run(commands);
+        EXPECT_EQ(result.status, fault.status);
+        // An illegal opcode is met again by MSG_END, unless the debugger has ended the run.
+        EXPECT_EQ(result.errors, plain.errors.substr(0, result.errors.size()));
+        EXPECT_GE(result.errors.size(), shown.size());
+        EXPECT_NE(result.output.find("(moxi) c\n" + shown + at), std::string::npos)
+            << result.output;
+    }
+    EXPECT_EQ(plain.status, fault.status);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, DebuggerFault,
+    testing::Values(Fault{"        MOVE.L [0xF0000000], R1\n",
+                          "Memory fault at 0x00000208. Terminating. So sorry.",
+                          "MOVE.L   [0xF0000000], R1", 1},
+                    Fault{"        DIVS.L R1, R1\n",
+                          "Division error at 0x00000208. Terminating. So sorry.", "DIVS.L   R1, R1",
+                          1},
+                    Fault{"        .long 4\n",
+                          "Illegal opcode at 0x00000208\nTerminating program. So terribly sorry.",
+                          ".long    0x00000004  ; illegal opcode", 0}));
+
+TEST(Debugger, AnUnknownServiceStopsAndTheModuleCanGoOn) {
+    const Debugged game(R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0               ; 200
+        MOVE.L R15, #block      ; 204
+        SYS                     ; 20C
+        RETURN 0                ; 210
+        .data
+block:  .long 0x0A00
+)");
+    const ProgramResult result = game.Run("c\ns\nq\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.output.find("(moxi) c\nfatal: Unknown SYS command at 0x0000020C. Ack!\n"
+                                 "=> 0000020C <start+12>  SYS  ; service 0x0A00\n"
+                                 "(moxi) s\n=> 00000210 <start+16>  RETURN   0\n"),
+              std::string::npos)
+        << result.output;
+    EXPECT_EQ(result.errors, "fatal: Unknown SYS command at 0x0000020C. Ack!\n");
+}
+
+TEST(Debugger, AJumpOutOfTheImageStopsWithTheInstructionsThatLedThere) {
+    const Debugged game(R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0               ; 200
+        JMP [R1+table]          ; 204
+        .data
+table:  .long 0xF0000000
+)");
+    EXPECT_EQ(game.Talk("c\nt 1\nk\nc\n"),
+              "(moxi) c\nfatal: Memory fault at 0xF0000000. Terminating. So sorry.\n"
+              "=> F0000000  ; outside the image\n"
+              "(moxi) t 1\nF0000000  ; outside the image\n"
+              "(moxi) k\n#0  F0000000  FP=0x000011F0\n    message 1 MSG_START1: 0x0, 0x0, 0x0\n"
+              "(moxi) c\nthe run ends with status 1\n");
+}
+
+TEST(Debugger, ALockThatWasLeftStopsBehindTheMessage) {
+    // A RETURN releases one of the two.
+    const Debugged game(R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0
+        MOVE.L R15, #alloc
+        SYS
+        MOVE.L [first+4], R14
+        SYS
+        MOVE.L [second+4], R14
+        MOVE.L R15, #first
+        SYS
+        MOVE.L R15, #second
+        SYS
+        RETURN 0
+        .data
+alloc:  .long 0x0900, 20
+first:  .long 0x0902, 0
+second: .long 0x0902, 0
+)");
+    EXPECT_EQ(
+        game.Talk("c\nk\nt 1\ns\n"),
+        "(moxi) c\nfatal: Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() "
+        "needs to run!\n=> the message has been run\n"
+        "(moxi) k\nno function runs\n"
+        "(moxi) t 1\n0000023C <start+60>  RETURN   0\n"
+        "(moxi) s\nthe run ends with status 1\n");
+}
+
+TEST(Debugger, LeavesTheRunAsItWouldBeWithoutIt) {
+    // Same image, same trace, same log: only the conversation is new.
+    const Debugged game(kTicking);
+    const ProgramResult plain =
+        RunProgram("moxi",
+                   {"--headless", "--data-folder", game.folder.path + "/data", "--run-ms", "500",
+                    "--dump-image", "i1", "--trace", "t1", game.game},
+                   game.folder.path);
+    const ProgramResult debugged =
+        game.Run("b add\nc\nd all\nc\n", {"--dump-image", "i2", "--trace", "t2"});
+    EXPECT_EQ(debugged.errors, plain.errors);
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/i1"), ReadTextFile(game.folder.path + "/i2"));
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/t1"), ReadTextFile(game.folder.path + "/t2"));
+}
+
+// --- Signals, and a terminal
+
+// A debugger that is fed line by line.
+struct Interactive {
+    const Debugged& game;
+    std::string output = game.folder.path + "/talk";
+    std::string input = game.folder.path + "/fifo";
+    pid_t process = -1;
+    int pipe = -1;
+
+    explicit Interactive(const Debugged& debugged, const std::string& options) : game(debugged) {
+        EXPECT_EQ(mkfifo(input.c_str(), 0600), 0);
+        const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
+        process = StartProcess({"sh", "-c",
+                                "exec '" + moxi + "' --debug --mute " + options +
+                                    " --data-folder '" + game.folder.path + "/data' '" + game.game +
+                                    "' < '" + input + "' > '" + output + "'"},
+                               game.folder.path + "/errors");
+        pipe = open(input.c_str(), O_WRONLY | O_CLOEXEC);
+    }
+    ~Interactive() {
+        if (pipe >= 0) close(pipe);
+        if (process > 0) StopProcess(process);
+    }
+    Interactive(const Interactive&) = delete;
+    Interactive& operator=(const Interactive&) = delete;
+
+    void Enter(const std::string& line) const {
+        const std::string text = line + "\n";
+        EXPECT_EQ(write(pipe, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    bool WaitFor(const std::string& text) const {
+        for (int turn = 0; turn < 2000; ++turn) {
+            if (ReadTextFile(output).find(text) != std::string::npos) return true;
+            usleep(10000);
+        }
+        ADD_FAILURE() << text << " was not said: " << ReadTextFile(output)
+                      << ReadTextFile(game.folder.path + "/errors");
+        return false;
+    }
+    // 128 + a signal, or the exit status.
+    int WaitForExit() {
+        int status = 0;
+        waitpid(process, &status, 0);
+        process = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+};
+
+constexpr const char* kEndless = R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0
+loop:   ADD.L [count], #1
+        JMP loop
+        .bss
+count:  .space 4
+)";
+
+TEST(Debugger, AnInterruptStopsTheModuleAndTheNextOneEndsTheRun) {
+    const Debugged game(kEndless);
+    Interactive session(game, "--headless");
+    session.Enter("c");
+    ASSERT_TRUE(session.WaitFor("(moxi) c\n"));
+    kill(session.process, SIGINT);
+    ASSERT_TRUE(session.WaitFor("interrupted\n=> "));
+    session.Enter("p [count] > 0");
+    ASSERT_TRUE(session.WaitFor("1 = 0x00000001\n"));
+    session.Enter("u start");
+    ASSERT_TRUE(session.WaitFor("(moxi) u start\n"));
+    kill(session.process, SIGINT);
+    ASSERT_TRUE(session.WaitFor("(moxi) u start\ninterrupted\n=> "));
+    kill(session.process, SIGINT);
+    EXPECT_EQ(session.WaitForExit(), 0);
+    EXPECT_TRUE(ReadTextFile(session.output).ends_with("\nthe run ends with status 0\n"));
+}
+
+TEST(Debugger, ATerminationSignalEndsTheConversation) {
+    const Debugged game(kTicking);
+    Interactive session(game, "--headless");
+    session.Enter("where");
+    ASSERT_TRUE(session.WaitFor("(moxi) where\n"));
+    kill(session.process, SIGTERM);
+    EXPECT_EQ(session.WaitForExit(), 0);
+    EXPECT_TRUE(ReadTextFile(session.output).ends_with("\nthe run ends with status 0\n"));
+}
+
+TEST(Debugger, AsksATerminalWithAPromptAndLeavesTheEchoToIt) {
+    const Debugged game(kTicking);
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(grantpt(master), 0);
+    ASSERT_EQ(unlockpt(master), 0);
+    const std::string terminal = ptsname(master);
+    const int hold = open(terminal.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(hold, 0);
+    const std::string talk = game.folder.path + "/talk";
+    const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
+    const pid_t process = StartProcess({"sh", "-c",
+                                        "exec '" + moxi + "' --debug --headless '" + game.game +
+                                            "' < " + terminal + " > '" + talk + "'"},
+                                       game.folder.path + "/errors");
+    // The lines wait in the terminal; the last character ends its input.
+    ASSERT_EQ(write(master, "p 5\n\x04", 5), 5);
+    int status = 0;
+    waitpid(process, &status, 0);
+    close(hold);
+    close(master);
+    EXPECT_EQ(status, 0);
+    const std::string text = ReadTextFile(talk);
+    EXPECT_TRUE(
+        text.ends_with("LINK     0, 2\n(moxi) 5 = 0x00000005\n(moxi) \n"
+                       "the run ends with status 0\n"))
+        << text;
+}
+
+TEST(Debugger, WorksWithAWindow) {
+    if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+    XSession desktop;
+    ASSERT_TRUE(desktop.Start("1400x900x24"));
+    const Debugged game(kTicking);
+    Interactive session(game, "");
+    ASSERT_TRUE(session.WaitFor("=> 00000200 <start>"));
+    session.Enter("b add");
+    session.Enter("c");
+    ASSERT_TRUE(session.WaitFor("breakpoint 1\n=> 00000248 <add>  LINK     8, 0\n"));
+    session.Enter("k");
+    ASSERT_TRUE(session.WaitFor("#1  00000230 <start+48>"));
+    session.Enter("save 0 " + game.folder.path + "/screen.png");
+    ASSERT_TRUE(session.WaitFor("screen.png: 1400 x 900\n"));
+    session.Enter("c");
+    ASSERT_TRUE(
+        session.WaitFor("(moxi) c\nbreakpoint 1\n=> 00000248 <add>  LINK     8, 0\n(moxi) k"));
+    session.Enter("q");
+    EXPECT_EQ(session.WaitForExit(), 0);
+    EXPECT_EQ(ReadTextFile(game.folder.path + "/errors"), "log: hi\\n\n");
+}
+
+// --- Messages within a message
+
+// Runs one message whose SYS has another one delivered, with `plan` made before the first
+// instruction, and gives the addresses at which the module would have stopped.
+std::vector<u32> StopsOfNestedMessages(void (*plan)()) {
+    static std::vector<u32> stops;
+    static void (*planned)();
+    stops.clear();
+    planned = plan;
+    StartVmBench();
+    MakeImage(16384, 4096, 8192);
+    InitHeapTable();
+    const AssembleResult assembled = Assemble(R"(
+start:  LINK 0, 0               ; 200
+        TBEQ.L [0x1000], outer  ; 204
+        NOP                     ; 20C
+        RETURN 0                ; 210
+outer:  ADD.L [0x1000], #1      ; 214
+        SYS                     ; 21C
+        NOP                     ; 220
+        RETURN 0                ; 224
+)",
+                                              "nested.mxs");
+    EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
+    std::copy(assembled.bytes.begin() + 512, assembled.bytes.end(), image + 512);
+    vmSlots.sysDispatch = [] { MXmsg(20, 0, 0, 0); };
+    static constexpr DebugHooks kHooks = {
+        .enter = NoteMessageBegin,
+        .instruction =
+            [] {
+                std::vector<std::string> reasons;
+                const u32 pc = Load<u32>(kHeaderPC);
+                if (pc == 0x21C) {
+                    planned();
+                } else if (IsStop(reasons)) {
+                    stops.push_back(pc);
+                    RunFreely();
+                }
+                NoteInstruction();
+            },
+        .leave = NoteMessageEnd,
+    };
+    const StandardError quiet(true);
+    debugHooks = &kHooks;
+    MXmsg(10, 0, 0, 0);
+    EndVmBench();
+    return stops;
+}
+
+TEST(Debugger, StepsIntoAMessageThatAServiceDeliversAndOverIt) {
+    EXPECT_EQ(StopsOfNestedMessages([] { RunSteps(1); }), std::vector<u32>{0x200});
+    EXPECT_EQ(StopsOfNestedMessages([] { RunStepsOver(1); }), std::vector<u32>{0x220});
+    EXPECT_EQ(StopsOfNestedMessages([] { RunUntil(0x20C); }), std::vector<u32>{0x20C});
+    // The outer message has no caller, and no message follows it.
+    EXPECT_EQ(StopsOfNestedMessages([] { RunOut(); }), std::vector<u32>{});
+}
+
+// --- Anything at all
+
+using Random = std::independent_bits_engine<std::mt19937, 32, u32>;
+
+// One of the words, numbers and signs that commands are made of.
+std::string RandomToken(Random& random) {
+    static const Strings kTokens = {
+        "break",  "watch",      "list",       "delete",     "continue",   "step", "over",
+        "finish", "until",      "quit",       "registers",  "print",      "set",  "memory",
+        "text",   "assembly",   "trace",      "backtrace",  "where",      "heap", "bitmaps",
+        "queue",  "help",       "b",          "w",          "l",          "d",    "c",
+        "s",      "o",          "f",          "u",          "q",          "r",    "p",
+        "m",      "x",          "a",          "t",          "k",          "h",    "message",
+        "sys",    "group",      "if",         "all",        "R0",         "r15",  "PC",
+        "SP",     "FP",         "FLAGS",      "MSG_TICK",   "HDR_RESULT", "[",    "]",
+        "(",      ")",          "+",          "-",          "=",          "==",   "<",
+        ">=",     "!=",         ",",          ".b",         ".w",         ".q",   ".f",
+        ".d",     "0",          "1",          "16",         "-1",         "512",  "0x200",
+        "0x1FFC", "0xFFFFFFFF", "0x80000000", "0b101",      "'A'",        "'",    "1.5",
+        "1e400",  "nan",        "#",          "99999999999"};
+    if (random() % 12 == 0) {
+        std::string noise(1 + random() % 6, ' ');
+        for (char& c : noise) c = static_cast<char>(random());
+        std::erase(noise, '\n');
+        return noise;
+    }
+    return kTokens[random() % kTokens.size()];
+}
+
+TEST(Debugger, TakesTwoThousandRandomLines) {
+    StartVmBench();
+    MakeImage(16384, 4096, 8192);
+    InitHeapTable();
+    Random random(20240601);
+    for (u32 i = 0; i < 40; ++i) AllocHeap(random() % 100);
+    for (u32 at = 512; at < imageSize; at += 4) {
+        if (random() % 2 == 0) Store<u32>(at, random());
+    }
+    testing::internal::CaptureStdout();
+    u32 resumed = 0;
+    for (u32 i = 0; i < 2000; ++i) {
+        std::string line;
+        const u32 tokens = 1 + random() % 7;
+        for (u32 k = 0; k < tokens; ++k) {
+            if (random() % 3 != 0) line += ' ';
+            line += RandomToken(random);
+        }
+        if (ExecuteCommand(line) != After::Stay) ++resumed;
+    }
+    const std::string said = testing::internal::GetCapturedStdout();
+    EXPECT_GT(resumed, 10u);
+    EXPECT_GT(said.size(), 10000u);
+    ExecuteCommand("delete all");
+    EndVmBench();
+}
+
+}  // namespace
