@@ -129,7 +129,7 @@ def draw_meadow_tile(ctx, index):
 
 # Clumps over a joined side, by their place along it, how far off the line, and their size. Those on
 # the other axis keep clear of the corners, so that the two sets never fight over a pixel at an edge.
-ROW_CLUMPS = ((16, 1.5, 9.5), (32.5, -1.5, 9.5), (24.5, 1, 7.5))
+ROW_CLUMPS = ((15.5, 1.5, 9.5), (33, -1.5, 9.5), (24.5, 1, 7.5))
 COLUMN_CLUMPS = ((18, -1, 9.5), (30.5, 1.5, 9.5))
 # From a joined side to the middle, and the middle itself.
 ARMS = ((NORTH, 25, 13, 10.5), (WEST, 12, 22, 10), (EAST, 36, 26, 10), (SOUTH, 22, 36, 10))
@@ -192,18 +192,18 @@ def draw_thicket_ground(ctx, mask):
     draw_grass(ctx, 100)
     shade, shade_ctx = picture(SIZE * 3, SIZE * 3)
     with placed(shade_ctx, SIZE + 1, SIZE + 3):
-        outline(shade_ctx, mask, 5, 9, 13, 3)
+        outline(shade_ctx, mask, 5, 9, 13, 5)
         fill(shade_ctx, "#04100f", .75)
     ctx.set_source_surface(soften(shade, (1, 2, 1)), -SIZE, -SIZE)
     ctx.paint()
-    outline(ctx, mask, 9, 12, 12, 4)
+    outline(ctx, mask, 9, 12, 12, 6)
     fill(ctx, DEEP, 1, True)
     stroke(ctx, "#081c1b", 1.5, .9)
 
 
 def draw_rims(ctx, mask):
     """The leaves along free sides and around the corners; each keeps one pixel inside."""
-    low, high, foot = 12.5, 35.5, 31.5
+    low, high, foot = 13.2, 34.8, 31.5
     rim = {NORTH: ((17, low, 10), (31, low, 10.5)), SOUTH: ((16, foot, 10.5), (31, foot, 10)),
            WEST: ((low, 17, 10), (low, 30, 10)), EAST: ((high, 16, 10), (high, 30, 10.5))}
     for side, places in rim.items():
