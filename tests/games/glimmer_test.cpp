@@ -115,6 +115,13 @@ TEST(Glimmer, ThePointerChoosesTheButtonThatItIsOn) {
     EXPECT_EQ(PlayGame(events).LongAt("menu_pick"), 2u);
 }
 
+TEST(Glimmer, AWindowThatIsMinimisedPauses) {
+    Events events;
+    events.Line("minimize").Wait(50).Note().Line("restore").Wait(50);
+    events.Return().Note().Line("minimize").Wait(50).Line("restore").Wait(50).Note();
+    EXPECT_EQ(PlayGame(events).Notes(), (std::vector<u32>{Title, Play, Pause}));
+}
+
 TEST(Glimmer, EscapeOnTheTitleChoosesQuitAndReturnQuits) {
     Events events;
     const GameResult chosen = PlayGame(events.Escape());
@@ -405,6 +412,16 @@ TEST(Glimmer, TheSeedGoesToTheClipboardAndComesBack) {
     EXPECT_EQ(back.LongAt("next_seed"), 0x0123ABCDu);
     EXPECT_EQ(Notice(back), "The seed was taken from the clipboard.");
     EXPECT_NE(PlayGame(events.Press(kKeyN, "n")).LongAt("next_seed"), 0x0123ABCDu);
+}
+
+// A view of 600 x 400: the strip of the seed is 66 rows high, and each of its words has a third of it.
+TEST(Glimmer, TheSeedIsCopiedPastedAndRolledByMouse) {
+    Events events;
+    events.Wait(100).Poke("next_seed", 0xFEEDBEE5).Click(100, 380).Poke("next_seed", 0);
+    EXPECT_EQ(PlayGame(events.Click(300, 380)).LongAt("next_seed"), 0xFEEDBEE5u);
+    const u32 rolled = PlayGame(events.Click(500, 380)).LongAt("next_seed");
+    EXPECT_NE(rolled, 0xFEEDBEE5u);
+    EXPECT_NE(rolled, 0u);
 }
 
 TEST(Glimmer, ASeedIsFoundInAnyText) {
