@@ -7,14 +7,11 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "base/bytes.h"
 #include "tests/support/headless_run.h"
-#include "vm/machine.h"
 
 namespace glimmer {
 
@@ -113,7 +110,7 @@ struct GameResult {
     int status = -1;
     std::string errors;                       // standard error
     std::map<std::string, std::string> data;  // the data folder's files afterwards
-    std::string image;                        // the module's image up to its stack
+    std::string image;                        // the module's image up to the end of its variables
 
     u32 Long(u32 address) const {
         u32 value = 0;
@@ -139,9 +136,7 @@ struct GameResult {
 // The game's folder, with links to the files that stay as they are.
 inline void LayOutGame(const GameRun& run, const fs::path& game) {
     fs::create_directories(game);
-    std::vector<u8> module = Module(run.pilot).bytes;
-    // The image is written out after each run, and a small view does not need all of the heap.
-    if (run.desktop == kDesktop) StoreBytes<u32>(module.data() + kHeaderHeapSize, 52 << 20);
+    const std::vector<u8>& module = Module(run.pilot).bytes;
     WriteTextFile((game / "MAIN.MX").string(), std::string(module.begin(), module.end()));
     const fs::path resources = kSources / "resources";
     for (const auto& entry : fs::recursive_directory_iterator(resources)) {
@@ -156,14 +151,6 @@ inline void LayOutGame(const GameRun& run, const fs::path& game) {
     for (const auto& [name, content] : run.replaced) {
         if (!content.empty()) WriteTextFile((game / name).string(), content);
     }
-}
-
-inline std::string FirstBytes(const std::string& path, size_t count) {
-    std::string bytes(count, '\0');
-    std::ifstream file(path, std::ios::binary);
-    file.read(bytes.data(), static_cast<std::streamsize>(count));
-    bytes.resize(static_cast<size_t>(file.gcount()));
-    return bytes;
 }
 
 inline std::map<std::string, std::string> FilesIn(const fs::path& folder) {
@@ -185,12 +172,14 @@ inline GameResult PlayGame(const GameRun& run, const std::string& expectedErrors
         fs::create_directories((root / "data" / name).parent_path());
         WriteTextFile((root / "data" / name).string(), content);
     }
-    WriteTextFile((root / "script").string(), run.events.text);
     const u32 end = run.milliseconds != 0 ? run.milliseconds : run.events.now + 500;
-    std::vector<std::string> arguments = {"--headless",    "--desktop",        run.desktop,
-                                          "--data-folder", root / "data",      "--script",
-                                          root / "script", "--dump-image",     root / "image",
-                                          "--run-ms",      std::to_string(end)};
+    Events events = run.events;
+    events.now = end;
+    events.Post(101, At("write_state", run.pilot));
+    WriteTextFile((root / "script").string(), events.text);
+    std::vector<std::string> arguments = {"--headless",    "--desktop",   run.desktop,
+                                          "--data-folder", root / "data", "--script",
+                                          root / "script", "--run-ms",    std::to_string(end + 30)};
     arguments.insert(arguments.end(), run.options.begin(), run.options.end());
     arguments.push_back(root / "game");
     const ProgramResult program = RunProgram("moxi", arguments, folder.path);
@@ -198,8 +187,8 @@ inline GameResult PlayGame(const GameRun& run, const std::string& expectedErrors
     result.status = program.status;
     result.errors = program.errors;
     result.data = FilesIn(root / "data");
-    // The labels lie below the stack, whose size is 64 KB; the heap behind it is large.
-    result.image = FirstBytes(root / "image", size_t{At("nights_file")} + 64);
+    result.image = result.data["STATE.DAT"];
+    result.data.erase("STATE.DAT");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, expectedErrors);
     return result;

@@ -337,6 +337,29 @@ TEST(Glimmer, ARunThatWasLeftGoesOnWhereItWas) {
     EXPECT_EQ(resumed.LongAt("random_state"), left.LongAt("random_kept"));
 }
 
+// The same 600 steps of the firefly that flies by itself, once in the run that is kept on the way
+// and once in a later start of the program: luck and foes are part of what is kept.
+TEST(Glimmer, ARunThatWasKeptGoesOnAsItWouldHave) {
+    const auto fly = [](Events& events) {
+        events.Poke("intro_steps", 0).Poke("demo_steps", 100000).Poke("demo", 1);
+        events.Call("play_steps", 600).Wait(200);
+    };
+    Events events;
+    events.Return().Escape().Call("keep_run");
+    fly(events);
+    const GameResult first = PlayGame(events);
+    Events later;
+    later.Return().Escape();
+    fly(later);
+    GameRun run = RunOf(later);
+    run.data = first.data;
+    const GameResult second = PlayGame(run);
+    EXPECT_EQ(second.LongAt("seed"), first.LongAt("seed"));
+    EXPECT_GT(first.LongAt("score"), 0u);
+    EXPECT_GE(first.LongAt("night_steps"), 600u);
+    EXPECT_EQ(second.Bytes("seed", "run_end"), first.Bytes("seed", "run_end"));
+}
+
 TEST(Glimmer, ClosingTheWindowKeepsTheRunAndNothingElseDoes) {
     const GameResult closed = PlayGame(RunOf(Events().Return().Wait(2500).Line("close")), kClosed);
     ASSERT_EQ(closed.data.count(kSavedRun), 1u);
@@ -414,7 +437,8 @@ TEST(Glimmer, TheSeedGoesToTheClipboardAndComesBack) {
     EXPECT_NE(PlayGame(events.Press(kKeyN, "n")).LongAt("next_seed"), 0x0123ABCDu);
 }
 
-// A view of 600 x 400: the strip of the seed is 66 rows high, and each of its words has a third of it.
+// A view of 600 x 400: the strip of the seed is 66 rows high, and each of its words has a third of
+// it.
 TEST(Glimmer, TheSeedIsCopiedPastedAndRolledByMouse) {
     Events events;
     events.Wait(100).Poke("next_seed", 0xFEEDBEE5).Click(100, 380).Poke("next_seed", 0);
