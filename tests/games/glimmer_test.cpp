@@ -304,6 +304,20 @@ TEST(Glimmer, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
     EXPECT_EQ(HighScores(PlayGame(events.Return())), (Places{{700, "Firefly"}}));
 }
 
+TEST(Glimmer, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
+    Events over;
+    over.Return().Poke("score", 700).Escape().Down(4).Return();
+    Events name = over;
+    name.Wait(2450).Note().Press("00", "s");
+    const Places once = {{700, "Firefly"}};
+    EXPECT_EQ(HighScores(PlayGame(RunOf(over.Note().Line("close")), kClosed)), once);
+    const GameResult named = PlayGame(RunOf(name.Line("close")), kClosed);
+    EXPECT_EQ(named.Notes(), std::vector<u32>{Name});
+    EXPECT_EQ(HighScores(named), (Places{{700, "Fireflys"}}));
+    EXPECT_EQ(Setting(named, "1").substr(0, 6), "700 1 ");
+    EXPECT_EQ(Setting(named, "2"), "no line");
+}
+
 TEST(Glimmer, AScoreBelowTheEightBestAsksForNoName) {
     GameRun run = RunOf(
         Events().Return().Poke("score", 900).Escape().Down(4).Return().Wait(2450).Note().Escape());
