@@ -8,6 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -276,10 +278,11 @@ TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
 
 TEST(Faults, AGameOutlivesItsResourcesFolder) {
     ServiceCalls calls;
-    // Reading the pipe waits until the folder is gone.
-    const u32 pipe = calls.Call({"0x0000", calls.Text("PIPE"), "0x8000"});
+    // Reading the terminal waits until the folder is gone.
+    calls.Call({"0x0000", calls.Text("READY"), "0x8302"});
+    const u32 terminal = calls.Call({"0x0000", calls.Text("TERMINAL"), "0x8000"});
     const std::string buffer = calls.Space(1024);
-    const u32 waited = calls.Call({"0x0002", ServiceCalls::Result(pipe), buffer, "4"});
+    const u32 waited = calls.Call({"0x0002", ServiceCalls::Result(terminal), buffer, "4"});
     const u32 opened = calls.Call({"0x0000", calls.Text("S.INI"), "0x8000"});
     const u32 sized = calls.Call({"0x0009", calls.Text("A.WAV")});
     const u32 found = calls.Call({"0x000B", calls.Text("*.WAV"), buffer, "0", "0"});
@@ -293,16 +296,22 @@ TEST(Faults, AGameOutlivesItsResourcesFolder) {
     const u32 written = calls.Call({"0x0000", calls.Text("A.DAT"), "0x8302"});
     const Game game(calls);
     fs::create_directories(game.data);
-    ASSERT_EQ(mkfifo((game.data + "/PIPE").c_str(), 0600), 0);
-    std::thread remover([&game] {
-        // Opens when the game opens its end.
-        const int end = open((game.data + "/PIPE").c_str(), O_WRONLY | O_CLOEXEC);
+    const int end = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(grantpt(end), 0);
+    ASSERT_EQ(unlockpt(end), 0);
+    fs::create_symlink(ptsname(end), game.data + "/TERMINAL");
+    std::atomic<bool> hasEnded = false;
+    std::thread remover([&] {
+        while (!fs::exists(game.data + "/READY") && !hasEnded) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         fs::remove_all(game.path);
-        EXPECT_EQ(write(end, "gone", 4), 4);
-        close(end);
+        EXPECT_EQ(write(end, "gone\n", 5), 5);
     });
     const ProgramResult result = game.Run();
+    hasEnded = true;
     remover.join();
+    close(end);
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(game.Result(waited), 4u);
     EXPECT_EQ(game.Result(opened), kNone);

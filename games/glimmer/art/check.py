@@ -13,11 +13,13 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 RESOURCES = os.path.join(HERE, "..", "resources")
 
 SIZES = {
-    "TILES": (384, 336), "HERO": (256, 512), "GLOW": (192, 192), "GLOWBLUE": (96, 96), "SPARK": (256, 32),
+    "TILES": (384, 384), "HERO": (256, 512), "GLOW": (192, 192), "GLOWBLUE": (96, 96), "SPARK": (256, 32),
     "GOLD": (256, 32), "BAT": (384, 48), "SPIDER": (192, 48), "OWL": (512, 160), "PETAL": (320, 40),
     "BERRY": (160, 40), "LANTERN": (320, 96), "PUFF": (512, 64), "TWINKLE": (192, 24), "DARK": (1024, 1024),
     "LOGO": (760, 220), "SKY": (1280, 800), "HILLS": (1280, 420), "TREES": (1280, 520), "MEADOW": (1280, 180),
     "PANEL": (96, 96), "BUTTON": (288, 48), "ICONS": (256, 32), "ICON": (128, 128), "KEYS": (192, 96)}
+# The open tiles that go with a row of masked ones.
+OPEN = {8: (56, 57, 62, 63), 24: (58, 60), 40: (59, 61)}
 # Seconds from the start of a piece to the end that its player reports; see midi.py.
 PIECES = {"TITLE": (51, 52), "NIGHT1": (76, 78), "NIGHT2": (75, 77), "DANGER": (19, 21), "DAWN": (8, 9),
           "FADE": (8, 10), "SCORES": (39, 41)}
@@ -93,19 +95,55 @@ class Pictures(unittest.TestCase):
                 seen.add(self.all["TILES"].at(x + at[0], y + at[1]))
             self.assertEqual(len(seen), 1, at)
 
+    def off(self, one, other, at):
+        """How far two tiles' colours are apart at a place."""
+        tiles, (x, y), (u, v) = self.all["TILES"], tile(one), tile(other)
+        return max(abs(p - q) for p, q in zip(tiles.at(x + at[0], y + at[1]), tiles.at(u + at[0], v + at[1])))
+
     def test_joined_sides_are_the_same_whatever_the_other_sides_are(self):
-        # Away from the corners, where the next side's edge begins.
-        tiles = self.all["TILES"]
+        # Towards the corners the next side's shade may reach the edge, or a quarter of a round of grass
+        # stand for a straight bank.
         for first in (8, 24, 40):
             for bit, place in ((1, lambda k: (k, 0)), (2, lambda k: (47, k)), (4, lambda k: (k, 47)),
                                (8, lambda k: (0, k))):
-                for k in range(15, 33):
-                    seen = set()
-                    for mask in range(16):
-                        if mask & bit:
-                            x, y = tile(first + mask)
-                            seen.add(tiles.at(x + place(k)[0], y + place(k)[1]))
-                    self.assertEqual(len(seen), 1, (first, bit, k))
+                for mask in range(16):
+                    for k in range(48) if mask & bit else ():
+                        most = 0 if 19 <= k < 29 else 12
+                        self.assertLessEqual(self.off(first + mask, first + 15, place(k)), most, (first, bit, mask, k))
+
+    def test_quarters_of_open_tiles_join_those_of_masked_tiles(self):
+        # Along the middle lines, from the middle to each joined side that has another one beside it.
+        arms = ((1, 10, [(x, y) for x in (23, 24) for y in range(24)]),
+                (2, 5, [(x, y) for x in range(24, 48) for y in (23, 24)]),
+                (4, 10, [(x, y) for x in (23, 24) for y in range(24, 48)]),
+                (8, 5, [(x, y) for x in range(24) for y in (23, 24)]))
+        for first, insides in OPEN.items():
+            for mask in range(16):
+                for bit, beside, places in arms:
+                    for inside in insides if mask & bit and mask & beside else ():
+                        for at in places:
+                            self.assertEqual(self.off(first + mask, inside, at), 0, (first, mask, inside, at))
+
+    def test_all_open_tiles_have_the_same_edges(self):
+        edges = [at for k in range(48) for at in ((k, 0), (k, 47), (0, k), (47, k))]
+        for insides in OPEN.values():
+            for inside in insides[1:]:
+                for at in edges:
+                    self.assertEqual(self.off(inside, insides[0], at), 0, (inside, at))
+
+    def test_corners_are_grass_in_masked_tiles_and_filled_in_open_ones(self):
+        tiles = self.all["TILES"]
+        for at in ((0, 0), (47, 0), (0, 47), (47, 47)):
+            for first in OPEN:
+                self.assertLessEqual(self.off(first + 15, 0, at), 12, (first, at))
+            for inside in (58, 59, 60, 61):
+                x, y = tile(inside)
+                self.assertEqual(tiles.at(x + at[0], y + at[1]), (0x19, 0x55, 0x76, 255), (inside, at))
+        for inside in OPEN[8]:
+            left, top = tile(inside)
+            green = [[tiles.at(left + x, top + y)[1] for x in range(48)] for y in range(48)]
+            corners = [green[y][x] for x in range(-6, 6) for y in range(-6, 6)]
+            self.assertGreater(sum(corners) / len(corners), .85 * sum(map(sum, green)) / 48 / 48, inside)
 
     def test_free_sides_end_in_the_grass(self):
         # The middle of a free north side has the first grass tile's pixel.

@@ -1,12 +1,14 @@
-"""The ground of the garden: TILES, 48x48 each, in seven rows of eight.
+"""The ground of the garden: TILES, 48x48 each, in eight rows of eight.
 
 Row 0 is grass. Rows 1 and 2 are thicket, rows 3 and 4 ponds, rows 5 and 6 the same ponds with the
 ripples moved. The 16 thickets and ponds go by a mask of the neighbours that are of their own kind:
-1 north, 2 east, 4 south, 8 west.
+1 north, 2 east, 4 south, 8 west. Row 7 is for the inside of thickets and ponds: a quarter of a tile
+comes from there if the three neighbours around its corner are all of its kind. So where two sides of
+a masked tile are joined, the cell across the corner is grass, and some of it comes in.
 
-Tiles meet without a seam because whatever crosses an edge is the same on every tile that may have
-that edge: a few blades of grass, the clumps of leaves on a joined side, the bank of a pond. All else
-keeps inside its tile.
+Tiles and quarters meet without a seam because whatever crosses an edge or a middle line is the same
+on every tile that may have it: a few blades of grass, the clumps of leaves on a joined side and from
+there to the middle, the bank of a pond. All else keeps inside its tile or its quarter.
 """
 import math
 import random
@@ -127,12 +129,22 @@ def draw_meadow_tile(ctx, index):
 
 # Clumps over a joined side, by their place along it, how far off the line, and their size. Those on
 # the other axis keep clear of the corners, so that the two sets never fight over a pixel at an edge.
-ROW_CLUMPS = ((13, 1, 10.5), (34, -1, 11), (23.5, 0, 8))
-COLUMN_CLUMPS = ((15.5, 0, 10), (32.5, 1, 10.5))
+ROW_CLUMPS = ((15.5, 1.5, 9.5), (33, -1.5, 9.5), (24.5, 1, 7.5))
+COLUMN_CLUMPS = ((18, -1, 9.5), (30.5, 1.5, 9.5))
+# From a joined side to the middle, and the middle itself.
+ARMS = ((NORTH, 25, 13, 10.5), (WEST, 12, 22, 10), (EAST, 36, 26, 10), (SOUTH, 22, 36, 10))
+MIDDLE = (23, 24, 10)
+CORNERS = ((NORTH | WEST, 0, 0), (NORTH | EAST, SIZE, 0), (SOUTH | WEST, 0, SIZE),
+           (SOUTH | EAST, SIZE, SIZE))
+# The bushes that stand out in open thickets, each within its quarter: x, y, size, how light.
+OPEN_THICKETS = (((11.5, 11, 9.4, .12), (35, 35.5, 9, -.1)),
+                 ((36, 11.5, 9.4, -.08), (12.5, 35, 8.2, .1), (37, 37, 7, .16)),
+                 ((12, 11.5, 9.4, .1), (11, 36, 8.6, -.05), (36.5, 12, 7.4, .05)),
+                 ((36, 11, 9, .1), (36, 35.5, 9.3, .04), (11.5, 12.5, 7.4, -.1)))
 DEEP = "#0d2b28"
 
 
-def clump(ctx, x, y, size, seed):
+def clump(ctx, x, y, size, seed, lighter=0.0):
     """A rosette of leaves seen from above, lit from the north-west."""
     chance = random.Random(seed)
     oval(ctx, x, y, size)
@@ -143,7 +155,7 @@ def clump(ctx, x, y, size, seed):
         first = chance.uniform(0, 6)
         for k in range(count):
             angle = first + 2 * math.pi * k / count + chance.uniform(-.15, .15)
-            light = .5 + .5 * math.cos(angle + 2.3)
+            light = max(0, .5 + .5 * math.cos(angle + 2.3) + 2 * lighter)
             tone = mix(("#1f5545", "#2a6a4c", "#3a7c55")[ring], ("#3d8158", "#559a63", "#7ebd78")[ring], light)
             bx = x - size * .08 * ring + size * far * math.cos(angle)
             by = y - size * .1 * ring + size * far * math.sin(angle)
@@ -152,52 +164,66 @@ def clump(ctx, x, y, size, seed):
             stroke(ctx, "#103229", .8, .75)
 
 
-def thicket_outline(ctx, mask, inset=8, south=11):
-    """The leafy area: past the tile on joined sides, rounded where two free sides meet."""
+def outline(ctx, mask, inset, south, radius, notch):
+    """The cell's shape: past the tile on joined sides, rounded where two free sides meet, and cut out
+    where two joined ones do."""
     left = -30 if mask & WEST else inset
     right = SIZE + 30 if mask & EAST else SIZE - inset
     top = -30 if mask & NORTH else inset
     bottom = SIZE + 30 if mask & SOUTH else SIZE - south
-    rounded(ctx, left, top, right - left, bottom - top, 13)
+    # Clockwise: each corner's two sides, where their lines meet, and the way out from there.
+    for k, (first, second, x, y, out_x, out_y) in enumerate((
+            (WEST, NORTH, inset, inset, -1, -1), (NORTH, EAST, SIZE - inset, inset, 1, -1),
+            (EAST, SOUTH, SIZE - inset, SIZE - south, 1, 1), (SOUTH, WEST, inset, SIZE - south, -1, 1))):
+        turn = math.pi * (1 + k / 2)
+        if mask & first and mask & second:
+            ends = [(x + 60 * out_x, y), (x, y + 60 * out_y)]
+            ctx.line_to(*ends[k % 2])
+            ctx.arc_negative(x + notch * out_x, y + notch * out_y, notch, turn - math.pi / 2, turn - math.pi)
+            ctx.line_to(*ends[1 - k % 2])
+        elif mask & (first | second):
+            ctx.line_to(left if out_x < 0 else right, top if out_y < 0 else bottom)
+        else:
+            ctx.arc(x - radius * out_x, y - radius * out_y, radius, turn, turn + math.pi / 2)
+    ctx.close_path()
 
 
-def draw_thicket(ctx, mask):
+def draw_thicket_ground(ctx, mask):
     draw_grass(ctx, 100)
     shade, shade_ctx = picture(SIZE * 3, SIZE * 3)
     with placed(shade_ctx, SIZE + 1, SIZE + 3):
-        thicket_outline(shade_ctx, mask, 4, 8)
+        outline(shade_ctx, mask, 5, 9, 13, 5)
         fill(shade_ctx, "#04100f", .75)
-    shade = soften(shade, (1, 2, 1))
-    ctx.set_source_surface(shade, -SIZE, -SIZE)
+    ctx.set_source_surface(soften(shade, (1, 2, 1)), -SIZE, -SIZE)
     ctx.paint()
-    thicket_outline(ctx, mask)
+    outline(ctx, mask, 9, 12, 12, 6)
     fill(ctx, DEEP, 1, True)
     stroke(ctx, "#081c1b", 1.5, .9)
-    free = [side for side in (NORTH, EAST, SOUTH, WEST) if not mask & side]
-    # The rim of leaves on free sides; each keeps one pixel inside.
-    low, high, foot = 12.5, 35.5, 31.5
-    chance = random.Random(mask)
+
+
+def draw_rims(ctx, mask):
+    """The leaves along free sides and around the corners; each keeps one pixel inside."""
+    low, high, foot = 13.2, 34.8, 31.5
     rim = {NORTH: ((17, low, 10), (31, low, 10.5)), SOUTH: ((16, foot, 10.5), (31, foot, 10)),
            WEST: ((low, 17, 10), (low, 30, 10)), EAST: ((high, 16, 10), (high, 30, 10.5))}
-    for side in free:
-        for x, y, size in rim[side]:
-            clump(ctx, x, y, size, 40 + side + int(x))
-    corners = ((NORTH | WEST, low + .5, low + .5), (NORTH | EAST, high - .5, low + .5),
-               (SOUTH | WEST, low + .5, foot - .5), (SOUTH | EAST, high - .5, foot - .5))
-    for both, x, y in corners:
+    for side, places in rim.items():
+        for x, y, size in places:
+            if not mask & side:
+                clump(ctx, x, y, size, 40 + side + int(x))
+    for both, x, y in CORNERS:
         if not mask & both:
-            clump(ctx, x, y, 9.5, 60 + both)
-    for x, y, size in ((24, 12.5, 10), (15, 24, 10.5), (33, 25, 11), (24, 34, 9.5)):
-        if not (y > 30 and not mask & SOUTH):
-            clump(ctx, x + chance.uniform(-1, 1), y, size, 70 + int(x + y))
-    clump(ctx, 24 + chance.uniform(-2, 2), 22 + chance.uniform(-2, 2), 10.5, 90 + mask)
-    draw_seam_clumps(ctx, mask)
-    if mask in (3, 5, 11, 14):
-        for x, y in ((17, 19), (30, 15), (25, 29)):
-            flower(ctx, x + chance.uniform(-2, 2), y + chance.uniform(-2, 2), 2.6, 5, "#e09ae0", AMBER, mask)
+            clump(ctx, high - .5 if x else low + .5, foot - .5 if y else low + .5, 9.5, 60 + both)
+        elif mask & both == both:
+            clump(ctx, 32.5 if x else 15.5, 32.5 if y else 15.5, 8.2, 65 + both)
 
 
-def draw_seam_clumps(ctx, mask):
+def draw_common_clumps(ctx, mask):
+    for side, x, y, size in ARMS:
+        if mask & side:
+            clump(ctx, x, y, size, 80 + side)
+        elif side != SOUTH:
+            clump(ctx, (x + 24) / 2, (y + 24) / 2, 10, 70 + side)
+    clump(ctx, *MIDDLE, 90)
     for k, (along, off, size) in enumerate(COLUMN_CLUMPS):
         for side, x in ((WEST, 0), (EAST, SIZE)):
             if mask & side:
@@ -208,16 +234,57 @@ def draw_seam_clumps(ctx, mask):
                 clump(ctx, along, y + off, size, 20 + k)
 
 
+def draw_thicket(ctx, mask):
+    draw_thicket_ground(ctx, mask)
+    draw_rims(ctx, mask)
+    draw_common_clumps(ctx, mask)
+    if mask in (3, 8, 12):
+        for x, y in ((16, 18), (32, 15), (30, 31)):
+            flower(ctx, x, y, 2.6, 5, "#e09ae0", AMBER, mask)
+
+
+def draw_open_thicket(ctx, index):
+    ink(ctx, DEEP)
+    ctx.rectangle(0, 0, SIZE, SIZE)
+    ctx.fill()
+    for _, x, y in CORNERS:
+        clump(ctx, abs(x - 12), abs(y - 12), 10, 110 + x + y)
+        clump(ctx, x + 2, y - 1, 10.5, 100)
+    draw_common_clumps(ctx, 15)
+    for k, (x, y, size, lighter) in enumerate(OPEN_THICKETS[index]):
+        oval(ctx, x + .8, y + 1.6, size * 1.04)
+        fill(ctx, "#081c1b", .45)
+        clump(ctx, x, y, size, 150 + 10 * index + k, lighter)
+    if index == 2:
+        for x, y, size in ((10, 11, 3), (16.5, 15.5, 2.3), (37, 12, 2.6), (11, 36, 2.7)):
+            flower(ctx, x, y, size, 5, "#f2e6ff", AMBER, x)
+    elif index == 3:
+        for x, y in ((34, 9), (38, 12.5), (33, 14.5), (37, 36), (33.5, 39), (12, 12)):
+            draw_berry(ctx, x, y)
+
+
+def draw_berry(ctx, x, y):
+    oval(ctx, x + .6, y + 1.2, 2.3)
+    fill(ctx, "#081c1b", .5)
+    oval(ctx, x, y, 2)
+    fill(ctx, "#c2476a", 1, True)
+    stroke(ctx, "#4a1530", .7, .8)
+    oval(ctx, x - .6, y - .7, .6)
+    fill(ctx, "#ffd3dc", .9)
+
+
 # Ponds ---------------------------------------------------------------------------------------
 
 BANK = 5
+# How much further the bank comes in where two tiles meet than in the middle of a tile.
+BULGE = 3.5
+WATER = "#195576"
 
 
 def pond_outline(ctx, mask, inset):
     """The water's edge, a little uneven within each tile and back on its line where tiles meet.
 
-    Where two joined sides meet, an islet stands on the corner: it is the bank's inner corner or, in
-    open water, a quarter of a tussock.
+    Where two joined sides meet, the grass across the corner comes in as a quarter of a circle.
     """
     left = -30 if mask & WEST else inset
     right = SIZE + 30 if mask & EAST else SIZE - inset
@@ -225,9 +292,10 @@ def pond_outline(ctx, mask, inset):
     bottom = SIZE + 30 if mask & SOUTH else SIZE - inset
     radius = 15
 
-    def uneven(along, start):
+    def uneven(along, start, before, after):
         t = along / SIZE
-        return 0 if not 0 < t < 1 else 1.2 * math.sin(math.pi * t) ** 2 * math.sin(8.5 * t + start)
+        bulge = BULGE * math.cos(math.pi * min(max(t, 0), 1)) ** 2 if mask & (before if t < .5 else after) else 0
+        return bulge + (1.2 * math.sin(math.pi * t) ** 2 * math.sin(8.5 * t + start) if 0 < t < 1 else 0)
 
     points = []
     for x, y, turn in ((right - radius, top + radius, -.5), (right - radius, bottom - radius, 0),
@@ -241,24 +309,20 @@ def pond_outline(ctx, mask, inset):
         steps = max(1, int(math.hypot(x1 - x0, y1 - y0) / 2))
         for k in range(steps):
             x, y = x0 + (x1 - x0) * k / steps, y0 + (y1 - y0) * k / steps
-            sides = ((y < top + 5, 0, uneven(x, .5)), (y > bottom - 5, 0, -uneven(x, 2.6)),
-                     (x < left + 5, 1, uneven(y, 1.4)), (x > right - 5, 1, -uneven(y, 3.9)))
-            for near, axis, push in sides:
-                if near and axis:
-                    x += push
-                elif near:
-                    y += push
+            if y < top + 5:
+                y += uneven(x, .5, WEST, EAST)
+            elif y > bottom - 5:
+                y -= uneven(x, 2.6, WEST, EAST)
+            if x < left + 5:
+                x += uneven(y, 1.4, NORTH, SOUTH)
+            elif x > right - 5:
+                x -= uneven(y, 3.9, NORTH, SOUTH)
             ctx.line_to(x, y)
     ctx.close_path()
     ctx.set_fill_rule(cairo.FILL_RULE_EVEN_ODD)
-    for x, y in islets(mask):
-        oval(ctx, x, y, inset)
-
-
-def islets(mask):
-    corners = ((NORTH | WEST, 0, 0), (NORTH | EAST, SIZE, 0), (SOUTH | WEST, 0, SIZE),
-               (SOUTH | EAST, SIZE, SIZE))
-    return [(x, y) for both, x, y in corners if mask & both == both]
+    for both, x, y in CORNERS:
+        if mask & both == both:
+            oval(ctx, x, y, inset + BULGE)
 
 
 def draw_pond(ctx, mask, frame):
@@ -271,7 +335,7 @@ def draw_pond(ctx, mask, frame):
     ctx.save()
     pond_outline(ctx, mask, BANK + 1.3)
     ctx.clip()
-    ink(ctx, "#195576")
+    ink(ctx, WATER)
     ctx.paint()
     # The bank's shade on the water, strongest under the north bank.
     edge, edge_ctx = picture(SIZE * 3, SIZE * 3)
@@ -283,59 +347,56 @@ def draw_pond(ctx, mask, frame):
         edge_ctx.fill()
     ctx.set_source_surface(soften(edge, (1, 2, 2)), -SIZE, -SIZE)
     ctx.paint()
-    draw_ripples(ctx, mask, frame)
+    chance = random.Random(500 + mask)
+    for x, y in ((13, 15), (34, 15), (14, 33), (33, 34)):
+        if chance.random() < .6:
+            draw_ripple(ctx, x + chance.uniform(-2, 2), y + chance.uniform(-3, 3), chance.uniform(3, 5), frame)
     ctx.restore()
-    for x, y in islets(mask):
-        draw_tussock(ctx, x, y)
-    if mask in (7, 11, 14):
-        draw_lilies(ctx, mask, frame)
+    for x, y, size, gap in {3: ((17, 30, 5.2, 1.2), (24, 36, 3.4, .4)), 12: ((31, 19, 5, 2.6),)}.get(mask, ()):
+        draw_lily_pad(ctx, x, y, size, gap, frame)
     draw_reeds(ctx, mask, frame)
 
 
-def draw_tussock(ctx, x, y):
-    for k in range(12):
-        angle = k * math.pi / 6 + .2
-        leaf(ctx, x, y, BANK + (2.2 if k % 2 else .6), 2.6, angle)
-        fill(ctx, ("#356d55", "#4a8a5c", "#2b5c4a")[k % 3])
+def draw_open_pond(ctx, lily, frame):
+    ink(ctx, WATER)
+    ctx.rectangle(0, 0, SIZE, SIZE)
+    ctx.fill()
+    for x, y, radius, colour in ((11, 13, 10, "#1d6082"), (36, 35, 11, "#1d6082"), (36, 12, 10, "#164c6c"),
+                                 (12, 36, 11, "#164c6c")):
+        glow(ctx, x, y, radius, colour, .5)
+    for x, y, size in ((9, 9, 4), (16, 19, 3), (35, 16, 6), (10.5, 41, 5.5), (40, 29, 3), (33, 40, 4.5)):
+        if not lily or y < 24:
+            draw_ripple(ctx, x, y, size, frame)
+    if lily:
+        draw_lily_pad(ctx, 34.5, 35, 6.2, .4, frame)
+        draw_lily_pad(ctx, 16, 39, 4.2, 2.4, frame)
+        flower(ctx, 33 + .8 * frame, 33.5, 4, 7, "#f6c6ea", "#fff1c4", .2)
 
 
-def draw_lilies(ctx, mask, frame):
-    pads = {7: ((22, 20, 5.2, 1.2),), 11: ((18, 27, 4.8, 2.6), (27, 33, 3.4, .4)),
-            14: ((30, 27, 6.2, .4), (20, 33, 4.2, 2.4))}[mask]
-    for x, y, size, gap in pads:
-        x += .8 * frame
-        oval(ctx, x + .8, y + 1.6, size, size * .82)
-        fill(ctx, "#06172c", .5)
-        with placed(ctx, x, y, 0, size, size * .82):
-            ctx.arc(0, 0, 1, gap + .28, gap + 2 * math.pi - .28)
-            ctx.line_to(0, 0)
-            ctx.close_path()
-        ctx.set_source(radial(x, y, size, [(0, "#6aa866", 1), (1, "#357a54", 1)], x - 1.5, y - 1.5))
-        ctx.fill_preserve()
-        stroke(ctx, "#123a30", .9)
-    if mask == 14:
-        flower(ctx, 28.5 + .8 * frame, 25.5, 4, 7, "#f6c6ea", "#fff1c4", .2)
+def draw_lily_pad(ctx, x, y, size, gap, frame):
+    x += .8 * frame
+    oval(ctx, x + .8, y + 1.6, size, size * .82)
+    fill(ctx, "#06172c", .5)
+    with placed(ctx, x, y, 0, size, size * .82):
+        ctx.arc(0, 0, 1, gap + .28, gap + 2 * math.pi - .28)
+        ctx.line_to(0, 0)
+        ctx.close_path()
+    ctx.set_source(radial(x, y, size, [(0, "#6aa866", 1), (1, "#357a54", 1)], x - 1.5, y - 1.5))
+    ctx.fill_preserve()
+    stroke(ctx, "#123a30", .9)
 
 
-def draw_ripples(ctx, mask, frame):
-    chance = random.Random(500 + mask)
-    places = []
-    for x, y in ((14, 15), (33, 19), (17, 31), (34, 35)):
-        places.append((x + chance.uniform(-3, 3), y + chance.uniform(-3, 3), chance.uniform(3.6, 6.2)))
-    chance.shuffle(places)
-    for k, (x, y, size) in enumerate(places[:3]):
-        x += 2.5 * frame
-        size *= .7 if k % 2 == frame else 1
-        ctx.move_to(x - size, y)
-        ctx.curve_to(x - size * .4, y - 1.8, x + size * .3, y - 1.8, x + size, y)
-        stroke(ctx, "#7fd0ea", 1.1, .5)
-        ctx.move_to(x - size * .7, y + 2)
-        ctx.curve_to(x - size * .2, y + .6, x + size * .2, y + .6, x + size * .7, y + 2)
-        stroke(ctx, "#0f3a5c", 1.2, .6)
-    for k in range(2):
-        x, y = chance.uniform(13, 35), chance.uniform(13, 36)
-        oval(ctx, x + 2 * frame, y, 1.5 if k == frame else .9, .6)
-        fill(ctx, "#e6fbff", .9 if k == frame else .5)
+def draw_ripple(ctx, x, y, size, frame):
+    """A wavelet with its shade, which keeps to a quarter. Some go east while the others go west."""
+    odd = int(x + y) % 2
+    x += (2 * frame - 1) * (1 - 2 * odd)
+    size *= .75 if odd == frame else 1
+    ctx.move_to(x - size, y)
+    ctx.curve_to(x - size * .4, y - 1.6, x + size * .3, y - 1.6, x + size, y)
+    stroke(ctx, "#7fd0ea", 1, .25)
+    ctx.move_to(x - size * .7, y + 2)
+    ctx.curve_to(x - size * .2, y + .7, x + size * .2, y + .7, x + size * .7, y + 2)
+    stroke(ctx, "#0f3a5c", 1.1, .42)
 
 
 def draw_reeds(ctx, mask, frame):
@@ -343,7 +404,7 @@ def draw_reeds(ctx, mask, frame):
     spots = {NORTH: (18, 12), WEST: (7, 29), EAST: (41, 24), SOUTH: (32, 45)}
     for side, (x, y) in spots.items():
         # Not on every bank, so that a shore does not look planted.
-        if mask & side or (mask * 5 + side) % 3 == 0:
+        if mask & side or mask in (7, 14) or (mask * 5 + side) % 3 == 0:
             continue
         for dx, height, tip in ((-2.4, 7, -2), (0, 10, .5), (2.4, 8, 2.2)):
             ctx.move_to(x + dx, y)
@@ -356,15 +417,19 @@ def draw_reeds(ctx, mask, frame):
 
 
 def main():
-    surface, ctx = picture(8 * SIZE, 7 * SIZE)
-    for index in range(56):
+    surface, ctx = picture(8 * SIZE, 8 * SIZE)
+    for index in range(64):
         with cell(ctx, index, 8, SIZE, SIZE):
             if index < 8:
                 draw_meadow_tile(ctx, index)
             elif index < 24:
                 draw_thicket(ctx, index - 8)
-            else:
+            elif index < 56:
                 draw_pond(ctx, (index - 24) % 16, (index - 24) // 16)
+            elif 58 <= index < 62:
+                draw_open_pond(ctx, index >= 60, index % 2)
+            else:
+                draw_open_thicket(ctx, {56: 0, 57: 1, 62: 2, 63: 3}[index])
     save(surface, "TILES.PNG")
 
 
