@@ -22,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/running_game.h"
 #include "bench/table.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
@@ -47,75 +48,20 @@ struct Options {
     std::string update;
 };
 
-[[noreturn]] void Fail(const std::string& what) {
-    std::fprintf(stderr, "desktop_bench: %s\n", what.c_str());
-    std::exit(1);
+// moxi, silent, with this game.
+std::vector<std::string> Command(const std::string& folder, const std::string& game) {
+    return {std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder", folder + "/data", game};
 }
 
-void SleepMs(int milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+// Share of one processor core over this time, in percent.
+double Load(const RunningGame& game, int seconds) {
+    const auto start = std::chrono::steady_clock::now();
+    const double before = game.ProcessorTime();
+    SleepMs(seconds * 1000);
+    const std::chrono::duration<double, std::nano> passed =
+        std::chrono::steady_clock::now() - start;
+    return 100 * (game.ProcessorTime() - before) / passed.count();
 }
-
-struct Folder {
-    std::string path;
-    Folder() {
-        std::string pattern = (fs::temp_directory_path() / "moxi-bench-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) Fail("no temporary folder");
-        path = pattern;
-    }
-    ~Folder() {
-        std::error_code error;
-        fs::remove_all(path, error);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-};
-
-// A running game.
-struct Game {
-    pid_t process = -1;
-    unsigned long window = 0;
-
-    Game(const std::string& folder, const std::string& game, const std::string& title) {
-        process = StartProcess({std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder",
-                                folder + "/data", game},
-                               "");
-        std::string found;
-        for (int i = 0; i < 500 && found.empty(); ++i) {
-            SleepMs(20);
-            found = OutputOf("xdotool search --onlyvisible --name '^" + title + "$' 2>/dev/null");
-        }
-        if (found.empty()) Fail("the window of " + title + " does not appear");
-        window = std::stoul(found);
-        OutputOf("xdotool windowactivate --sync " + found);
-        SleepMs(1000);
-    }
-    ~Game() { StopProcess(process); }
-    Game(const Game&) = delete;
-    Game& operator=(const Game&) = delete;
-
-    // Processor time of all its threads in nanoseconds.
-    double ProcessorTime() const {
-        double total = 0;
-        for (const auto& task :
-             fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
-            double nanoseconds = 0;
-            std::ifstream(task.path() / "schedstat") >> nanoseconds;
-            total += nanoseconds;
-        }
-        return total;
-    }
-
-    // Share of one processor core over this time, in percent.
-    double Load(int seconds) const {
-        const auto start = std::chrono::steady_clock::now();
-        const double before = ProcessorTime();
-        SleepMs(seconds * 1000);
-        const std::chrono::duration<double, std::nano> passed =
-            std::chrono::steady_clock::now() - start;
-        return 100 * (ProcessorTime() - before) / passed.count();
-    }
-};
 
 std::string MakeMessageModule(const std::string& folder) {
     const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
@@ -133,7 +79,7 @@ std::string MakeMessageModule(const std::string& folder) {
 }
 
 // Sorted, in milliseconds.
-std::vector<double> KeyToScreen(const Game& game) {
+std::vector<double> KeyToScreen(const RunningGame& game) {
     std::mt19937 random(1);
     std::vector<double> times;
     for (int i = 0; i < kPresses; ++i) {
@@ -147,7 +93,7 @@ std::vector<double> KeyToScreen(const Game& game) {
     return times;
 }
 
-long TouchedPixels(const Game& game) {
+long TouchedPixels(const RunningGame& game) {
     PaintX11Window(game.window, 0, 0, kWindowWidth, kWindowHeight, kOtherColour);
     SleepMs(200);
     const long before = OtherX11Pixels(game.window, kWindowWidth, kWindowHeight, kOtherColour);
@@ -175,14 +121,14 @@ std::string Measure(const Options& options) {
     long touched = 0;
     std::vector<double> times;
     {
-        const Game game(folder.path, MakeMessageModule(folder.path), "Bench");
-        still = game.Load(options.seconds);
+        const RunningGame game(Command(folder.path, MakeMessageModule(folder.path)), "Bench");
+        still = Load(game, options.seconds);
         touched = TouchedPixels(game);
         times = KeyToScreen(game);
     }
     const fs::path demo = fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "demo";
-    const Game game(folder.path, demo.string(), "MOXI Demo");
-    const double moving = game.Load(options.seconds);
+    const RunningGame game(Command(folder.path, demo.string()), "MOXI Demo");
+    const double moving = Load(game, options.seconds);
 
     std::string table =
         Row("Processor: %s; Xvfb and openbox on the same machine.\n\n", Processor().c_str());
@@ -220,6 +166,11 @@ Options ReadOptions(int argc, char** argv) {
 }
 
 }  // namespace
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "desktop_bench: %s\n", what.c_str());
+    std::exit(1);
+}
 
 int main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);

@@ -1,0 +1,248 @@
+// What Glimmer Hollow costs: the game in a window of 1280 x 800 on an X server of its own (Xvfb
+// with openbox), while the firefly flies by itself. moxi has one processor core for itself, the X
+// server another one, where there are two.
+//
+//   game_bench [--seconds N] [--update FILE]
+//
+// N: how long the game is watched (20). --update also replaces the table in FILE, between the two
+// marker lines.
+
+#include <sched.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/running_game.h"
+#include "bench/table.h"
+#include "tests/support/desktop_session.h"
+#include "tests/support/x11_client.h"
+#include "tools/assembler.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kBeginMarker = "<!-- game_bench begins -->";
+constexpr const char* kEndMarker = "<!-- game_bench ends -->";
+constexpr const char* kTitle = "Glimmer Hollow";
+// The key "6" notes the number of pictures drawn so far.
+constexpr unsigned kMarkKey = 15;
+constexpr int kUntilDemoMs = 9000;
+
+struct Options {
+    int seconds = 20;
+    std::string update;
+};
+
+// The game with a key for measuring: each press appends the number of pictures to a list. The
+// firefly goes on flying, which other keys would end.
+constexpr const char* kMeasuredGame = R"(
+measured:
+        LINK    0, 0
+        CMP.L   [FP+12], #12            ; MSG_DOWN
+        BNE     @game
+        CMP.L   [FP+16], #'6'
+        BNE     @game
+        MOVE.L  R0, [marks]
+        LSL.L   R0, #2
+        MOVE.L  [R0+mark_frames], [frames]
+        ADD.L   [marks], #1
+        RETURN  0
+@game:
+        PUSH.L  [FP+24]
+        PUSH.L  [FP+20]
+        PUSH.L  [FP+16]
+        PUSH.L  [FP+12]
+        CALL    start, 16
+        RETURN  0
+
+        .include "glimmer.mxs"
+
+        .bss
+        .align  4
+marks:          .space 4
+mark_frames:    .space 4 * 16
+)";
+
+struct MeasuredGame {
+    std::string folder;
+    unsigned frames = 0;  // addresses of variables
+    unsigned marks = 0;
+    unsigned markFrames = 0;
+    unsigned viewWidth = 0;
+    unsigned viewHeight = 0;
+};
+
+MeasuredGame MakeGame(const std::string& folder) {
+    const fs::path sources = fs::path(MOXI_SOURCE_DIR) / "games" / "glimmer";
+    AssembleOptions options;
+    options.includeFolders = {
+        sources.string(),
+        (fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "library").string()};
+    const AssembleResult assembled = Assemble(kMeasuredGame, "measured.mxs", options);
+    if (!assembled.ok) Fail(FormatErrors(assembled));
+    const fs::path game = fs::path(folder) / kTitle;
+    fs::create_directory(game);
+    for (const auto& entry : fs::directory_iterator(sources / "resources")) {
+        fs::create_symlink(entry.path(), game / entry.path().filename());
+    }
+    std::ofstream(game / "MAIN.MX", std::ios::binary)
+        .write(reinterpret_cast<const char*>(assembled.bytes.data()),
+               static_cast<std::streamsize>(assembled.bytes.size()));
+    return {game.string(),
+            SymbolValue(assembled, "frames"),
+            SymbolValue(assembled, "marks"),
+            SymbolValue(assembled, "mark_frames"),
+            SymbolValue(assembled, "view_width"),
+            SymbolValue(assembled, "view_height")};
+}
+
+unsigned LongAt(const std::string& image, unsigned address) {
+    unsigned value = 0;
+    std::ifstream file(image, std::ios::binary);
+    file.seekg(address);
+    file.read(reinterpret_cast<char*>(&value), sizeof value);
+    return file ? value : 0;
+}
+
+// From now on the process runs on this core alone, if there is one of that number.
+void Pin(pid_t process, int core) {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(core, &cores);
+    sched_setaffinity(process, sizeof cores, &cores);
+}
+
+struct WindowFigures {
+    double framesPerSecond = 0;
+    double msPerFrame = 0;  // processor time
+    double load = 0;        // of one core, in percent
+};
+
+WindowFigures MeasureWindow(const Options& options) {
+    XSession session;
+    if (!session.Start("1400x900x24")) Fail("Xvfb, openbox or xdotool is missing");
+    Pin(session.server, 1);
+    Pin(session.manager, 1);
+    const Folder folder;
+    const MeasuredGame measured = MakeGame(folder.path);
+    const std::string image = folder.path + "/image";
+    double seconds = 0;
+    double processor = 0;
+    {
+        const RunningGame game(
+            {"taskset", "-c", "0", std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder",
+             folder.path + "/data", "--dump-image", image, measured.folder},
+            kTitle);
+        SleepMs(kUntilDemoMs);
+        const auto start = std::chrono::steady_clock::now();
+        const double before = game.ProcessorTime();
+        PressX11Key(kMarkKey);
+        SleepMs(options.seconds * 1000);
+        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+        processor = game.ProcessorTime() - before;
+        seconds = passed.count();
+        PressX11Key(kMarkKey);
+        SleepMs(300);
+    }
+    if (LongAt(image, measured.marks) != 2) Fail("the game does not take the measuring key");
+    if (LongAt(image, measured.viewWidth) != 1280 || LongAt(image, measured.viewHeight) != 800) {
+        Fail("the window is not 1280 x 800");
+    }
+    const double frames =
+        LongAt(image, measured.markFrames + 4) - LongAt(image, measured.markFrames);
+    return {frames / seconds, processor / 1e6 / frames, processor / 1e9 / seconds * 100};
+}
+
+struct HeadlessRun {
+    double seconds = 0;
+    double frames = 0;
+};
+
+// From the start to this virtual time, on the first core.
+HeadlessRun PlayHeadless(const MeasuredGame& measured, const std::string& folder, int seconds) {
+    const std::string image = folder + "/image";
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t process =
+        StartProcess({"taskset", "-c", "0", std::string(MOXI_BIN_DIR) + "/moxi", "--headless",
+                      "--data-folder", folder + "/data", "--dump-image", image, "--run-ms",
+                      std::to_string(seconds * 1000), measured.folder},
+                     "");
+    if (process < 0) Fail("moxi does not start");
+    waitpid(process, nullptr, 0);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    return {passed.count(), static_cast<double>(LongAt(image, measured.frames))};
+}
+
+// Real milliseconds for a picture without a window: the difference of two runs leaves out the
+// start, the title and the end.
+double MeasureHeadless(const Options& options) {
+    const Folder folder;
+    const MeasuredGame measured = MakeGame(folder.path);
+    const int first = kUntilDemoMs / 1000;
+    const HeadlessRun before = PlayHeadless(measured, folder.path, first);
+    const HeadlessRun after = PlayHeadless(measured, folder.path, first + options.seconds);
+    if (after.frames <= before.frames) Fail("the game draws nothing");
+    return (after.seconds - before.seconds) * 1000 / (after.frames - before.frames);
+}
+
+std::string Row(const char* format, auto... values) {
+    char buffer[256];
+    std::snprintf(buffer, sizeof buffer, format, values...);
+    return buffer;
+}
+
+std::string Measure(const Options& options) {
+    const WindowFigures window = MeasureWindow(options);
+    const double headless = MeasureHeadless(options);
+    const std::string processor =
+        OutputOf("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1");
+    std::string table =
+        Row("Processor: %s; moxi on one core, Xvfb on another.\n\n", processor.c_str());
+    table += "| What | Measured | Goal |\n|---|---:|---:|\n";
+    table += Row("| pictures a second | %.1f | 60 |\n", window.framesPerSecond);
+    table += Row("| processor time of a picture | %.2f ms | < 16.67 ms |\n", window.msPerFrame);
+    table += Row("| share of one core | %.1f %% | |\n", window.load);
+    table += Row("| real time of a picture, headless | %.2f ms | |\n", headless);
+    return table;
+}
+
+Options ReadOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == "--seconds" && i + 1 < argc) {
+            options.seconds = std::clamp(std::atoi(argv[++i]), 1, 40);  // the demo's length
+        } else if (argument == "--update" && i + 1 < argc) {
+            options.update = argv[++i];
+        } else {
+            Fail("usage: game_bench [--seconds N] [--update FILE]");
+        }
+    }
+    return options;
+}
+
+}  // namespace
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "game_bench: %s\n", what.c_str());
+    std::exit(1);
+}
+
+int main(int argc, char** argv) {
+    const Options options = ReadOptions(argc, argv);
+    const std::string table = Measure(options);
+    std::fputs(table.c_str(), stdout);
+    if (!options.update.empty() && !UpdateTable(options.update, kBeginMarker, kEndMarker, table)) {
+        Fail(options.update + ": the marker lines of the table are not there");
+    }
+    return 0;
+}

@@ -1,0 +1,609 @@
+// Glimmer Hollow, played by event scripts through the real program: its screens, what it keeps
+// between runs, and what it does about files that are not as they should be.
+
+#include <random>
+
+#include "tests/games/glimmer_game.h"
+#include "tests/support/listen.h"
+#include "tests/support/sound_bytes.h"
+
+namespace {
+
+using namespace glimmer;
+
+constexpr const char* kSettings = "GLIMMER.INI";
+constexpr const char* kSavedRun = "SAVE/RUN.DAT";
+
+// Keys by their place: of the letters C, M, N, P and V.
+constexpr const char* kKeyC = "08";
+constexpr const char* kKeyM = "2E";
+constexpr const char* kKeyN = "2D";
+constexpr const char* kKeyP = "23";
+constexpr const char* kKeyV = "09";
+
+// Eight high scores from 8000 down to 1000, the highest of "A".
+std::string EightScores() {
+    std::string text = "[0x00000000=Options]\nMusic= 1\nName= \"Zed\"\n[0x00000000=Scores]\n";
+    for (int place = 1; place <= 8; ++place) {
+        text += std::to_string(place) + "= " + std::to_string(9000 - 1000 * place) +
+                " 2 0x00000010 \"" + static_cast<char>('A' + place - 1) + "\"\n";
+    }
+    return text;
+}
+
+using Places = std::vector<std::pair<u32, std::string>>;
+
+// The points and names of the high scores in the module's memory.
+Places HighScores(const GameResult& result) {
+    Places scores;
+    for (u32 place = 0; place < 8; ++place) {
+        const u32 address = At("places") + place * At("PLACE_SIZE");
+        if (result.Long(address) == 0) break;
+        scores.emplace_back(result.Long(address), result.Text(address + At("place_name")));
+    }
+    return scores;
+}
+
+// The value of a line of the settings.
+std::string Setting(const GameResult& result, const std::string& key) {
+    const auto file = result.data.find(kSettings);
+    if (file == result.data.end()) return "no file";
+    const std::string text = "\n" + file->second;
+    const size_t line = text.find("\n" + key + "=");
+    if (line == std::string::npos) return "no line";
+    const size_t start = line + key.size() + 3;  // a blank before the value
+    return text.substr(start, text.find_first_of("\r\n", start) - start);
+}
+
+std::string Notice(const GameResult& result) {
+    return result.Text(result.LongAt("told"));
+}
+
+GameRun RunOf(const Events& events) {
+    GameRun run;
+    run.events = events;
+    return run;
+}
+
+}  // namespace
+
+// --- Screens
+
+TEST(Glimmer, EveryScreenIsReachedAndLeftByKeys) {
+    Events events;
+    events.Note().Down().Return().Note().Return().Note();                    // high scores and back
+    events.Down(2).Return().Note().Escape().Note();                          // options
+    events.Down(3).Return().Note().Escape().Note();                          // how to play
+    events.Return().Note();                                                  // a new run
+    events.Escape().Note().Down().Return().Note();                           // pause, options
+    events.Down(5).Return().Note().Escape().Note();                          // back, and on
+    events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
+    events.Return().Return().Note();                          // all lines, the next night
+    events.Press(kKeyP, "p").Note().Down(4).Return().Note();  // given up
+    events.Wait(2450).Note().Return().Note();                 // a name, high scores
+    events.Escape().Note();
+    const GameResult result = PlayGame(events);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{Title, Scores, Title, Options, Title, Help, Title,
+                                                Play, Pause, Options, Pause, Play, Dawn, Play,
+                                                Pause, Over, Name, Scores, Title}));
+}
+
+// The buttons of a view of 600 x 400: the title's are 37 rows apart from 148 on, those of pause 53
+// from 96 on, those of options 44 from 96 on; a single button lies above the panel's lower edge.
+TEST(Glimmer, EveryScreenIsReachedAndLeftByMouse) {
+    Events events;
+    events.Wait(100).Click(300, 203).Note().Click(300, 340).Note();  // high scores and back
+    events.Click(300, 240).Note().Click(300, 336).Note();            // options
+    events.Click(300, 277).Note().Click(50, 50, 1).Note();           // how to play, right button
+    events.Click(300, 166).Note();                                   // a new run
+    events.Click(580, 20).Note().Click(300, 172).Note();             // pause button, options
+    events.Click(10, 10, 1).Note().Click(300, 119).Note();           // back, and on
+    events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
+    events.Click(300, 340).Click(300, 340).Note();  // all lines, the next night
+    events.Click(580, 20).Click(300, 331).Note();   // given up
+    events.Wait(2450).Note().Click(300, 300).Note().Click(300, 340).Note();
+    const GameResult result = PlayGame(events);
+    EXPECT_EQ(result.Notes(),
+              (std::vector<u32>{Scores, Title, Options, Title, Help, Title, Play, Pause, Options,
+                                Pause, Play, Dawn, Play, Over, Name, Scores, Title}));
+}
+
+TEST(Glimmer, ThePointerChoosesTheButtonThatItIsOn) {
+    Events events;
+    events.Wait(100).Line("mouse-move 300 240").Wait(50);
+    events.Line("mouse-move 100 240").Wait(50);  // beside it: the choice stays
+    EXPECT_EQ(PlayGame(events).LongAt("menu_pick"), 2u);
+}
+
+TEST(Glimmer, AWindowThatIsMinimisedPauses) {
+    Events events;
+    events.Line("minimize").Wait(50).Note().Line("restore").Wait(50);
+    events.Return().Note().Line("minimize").Wait(50).Line("restore").Wait(50).Note();
+    EXPECT_EQ(PlayGame(events).Notes(), (std::vector<u32>{Title, Play, Pause}));
+}
+
+TEST(Glimmer, EscapeOnTheTitleChoosesQuitAndReturnQuits) {
+    Events events;
+    const GameResult chosen = PlayGame(events.Escape());
+    EXPECT_EQ(chosen.LongAt("menu_pick"), 4u);
+    EXPECT_EQ(chosen.data.count(kSettings), 0u);
+    const GameResult ended = PlayGame(events.Return().Wait(1000));
+    EXPECT_EQ(ended.data.count(kSettings), 1u);
+    EXPECT_LT(ended.LongAt("steps"), 60u);
+}
+
+TEST(Glimmer, TheFireflyFliesByItselfAfterSevenSecondsAndAnyKeyEndsIt) {
+    Events events;
+    events.Poke("idle_steps", 360).Wait(700).Note().Wait(1500).Note();
+    const GameResult flying = PlayGame(events);
+    EXPECT_EQ(flying.Notes(), (std::vector<u32>{Title, Play}));
+    EXPECT_EQ(flying.LongAt("demo"), 1u);
+    EXPECT_NE(flying.LongAt("night_steps"), 0u);
+    EXPECT_EQ(flying.data.size(), 0u);
+
+    const GameResult ended = PlayGame(events.Press(kKeyM, "m").Note());
+    EXPECT_EQ(ended.Notes().back(), Title);
+    EXPECT_EQ(ended.LongAt("demo"), 0u);
+    EXPECT_LT(ended.LongAt("idle_steps"), 60u);  // it waits for as long again
+
+    Events clock =
+        Events().Poke("idle_steps", 419).Wait(100).Note().Poke("demo_steps", 2).Wait(100);
+    EXPECT_EQ(PlayGame(clock.Note()).Notes(), (std::vector<u32>{Play, Title}));
+}
+
+TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
+    const std::vector<std::string> sizes = {"600 400",   "601 403", "1920 1080",
+                                            "3000 2000", "300 200", "120 90"};
+    for (const std::string& size : sizes) {
+        GameRun run;
+        if (size.size() > 8) run.desktop = "3200x2300";
+        run.data = {{kSettings, EightScores()}};
+        Events& events = run.events;
+        events.Line("resize " + size).Wait(60);
+        const auto show = [&events](Scene scene) {
+            events.Call("go_scene", scene).Call("draw_and_note").Wait(20);
+        };
+        for (const Scene scene : {Title, Scores, Options, Help}) show(scene);
+        events.Call("tell", At("copied_text"));
+        show(Title);
+        events.Call("start_new").Call("draw_and_note");
+        events.Poke("intro_steps", 0).Poke("hero_hurt", 110).Poke("petal_steps", 400);
+        events.Poke("banner_text", At("awake_text")).Poke("banner_steps", 90);
+        events.Poke("lantern_lit", 1).Poke("glow", 500).Call("draw_and_note").Wait(20);
+        show(Pause);
+        events.Call("options_from_pause").Call("draw_and_note");
+        show(Dawn);
+        events.Poke("dawn_shown", 5).Poke("menu", At("dawn_menu")).Call("draw_and_note");
+        show(Over);
+        events.Poke("menu", At("over_menu")).Call("draw_and_note");
+        show(Name);
+        events.Call("start_demo").Call("draw_and_note");
+        // Smaller and larger while it is played.
+        events.Line("resize 500 300").Wait(40).Call("draw_and_note");
+        events.Line("resize 620 440").Wait(40).Call("draw_and_note");
+        run.milliseconds = events.now + 20;
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("notes"), 17u) << size;
+        EXPECT_EQ(result.Notes("noted_holes"), std::vector<u32>(17, 0)) << size;
+    }
+}
+
+// --- Settings
+
+TEST(Glimmer, OptionsAreKeptForTheNextRun) {
+    Events events;
+    events.Down(2).Return();                 // options
+    events.Return().Down().Return();         // music, sounds
+    events.Down().Return().Down().Return();  // fierce, no map
+    events.Escape();
+    const GameResult switched = PlayGame(events);
+    EXPECT_EQ(Setting(switched, "Music"), "0");
+    EXPECT_EQ(Setting(switched, "Sounds"), "0");
+    EXPECT_EQ(Setting(switched, "Difficulty"), "2");
+    EXPECT_EQ(Setting(switched, "Map"), "0");
+    EXPECT_EQ(Setting(switched, "FullScreen"), "0");
+    EXPECT_EQ(Setting(switched, "Name"), "\"Firefly\"");
+
+    GameRun next = RunOf(Events().Down(2).Return());
+    next.data = switched.data;
+    const GameResult read = PlayGame(next);
+    EXPECT_EQ(read.LongAt("option_music"), 0u);
+    EXPECT_EQ(read.LongAt("option_sounds"), 0u);
+    EXPECT_EQ(read.LongAt("option_difficulty"), 2u);
+    EXPECT_EQ(read.LongAt("option_map"), 0u);
+    EXPECT_EQ(read.TextAt("label_level"), "Nights: fierce");
+    EXPECT_EQ(read.TextAt("label_music"), "Music: off");
+}
+
+TEST(Glimmer, FullScreenIsKeptForTheNextRun) {
+    const GameResult switched =
+        PlayGame(Events().Down(2).Return().Down(4).Return().Wait(200).Escape());
+    EXPECT_EQ(Setting(switched, "FullScreen"), "1");
+    EXPECT_EQ(switched.LongAt("view_width"), 640u);
+    EXPECT_EQ(switched.LongAt("view_height"), 480u);
+    GameRun next = RunOf(Events().Wait(300));
+    next.data = switched.data;
+    EXPECT_EQ(PlayGame(next).LongAt("view_width"), 640u);
+}
+
+TEST(Glimmer, BrokenSettingsDoNoHarm) {
+    std::mt19937 random(1);
+    std::string noise(4000, '\0');
+    for (char& byte : noise) byte = static_cast<char>(random());
+    const std::string longName(5000, 'x');
+    const std::string options = "[0x00000000=Options]\n";
+    const std::string scores = "[0x00000000=Scores]\n";
+    const std::vector<std::string> files = {
+        noise,
+        options + noise,
+        scores + "1= 5 5 5 \"A\"\n2=\n3= x\n4= 5 5 5 5 5\n",
+        options + "Music= 99999999999\nSounds= -7\nMap= 2147483648\nFullScreen= 4294967295\n" +
+            "Difficulty= -2147483648\nName= \"" + longName + "\"\n" + scores +
+            "1= 99999999999 -1 -1 \"" + longName + "\"\n2= -5 -5 -5 \"\n",
+    };
+    for (const std::string& file : files) {
+        Events events;
+        events.Press("67", "\xEF\x9C\x8E").Press("67", "\xEF\x9C\x8E");  // F11
+        events.Down().Return().Note().Escape();                          // high scores
+        events.Down(2).Return().Note().Escape();                         // options
+        events.Return().Wait(200).Note().Line("close");
+        GameRun run = RunOf(events);
+        run.data = {{kSettings, file}};
+        const GameResult result = PlayGame(run, kClosed);
+        EXPECT_EQ(result.Notes(), (std::vector<u32>{Scores, Options, Play})) << file.substr(0, 60);
+        EXPECT_LE(result.LongAt("option_difficulty"), 2u);
+        EXPECT_LE(result.LongAt("option_music"), 1u);
+        EXPECT_LT(result.TextAt("player_name").size(), 28u);
+        for (const auto& [points, name] : HighScores(result)) EXPECT_LT(name.size(), 28u);
+        EXPECT_EQ(result.data.count(kSettings), 1u);
+    }
+}
+
+// --- High scores
+
+TEST(Glimmer, AScoreAmongTheEightBestAsksForANameAndTakesItsPlace) {
+    Events events;
+    events.Return().Poke("score", 5500).Poke("seed", 0xABC).Escape().Down(4).Return().Wait(2450);
+    events.Note().Backspace(4);  // one more than there are letters
+    for (const char* letter : {"Z", "o", "\xC3\xAB", " ", "\xE8\x9B\x8D", "\xF0\x9F\x8C\x99"}) {
+        events.Press("00", letter);
+    }
+    events.Backspace(1);
+    const GameResult asked = PlayGame(events);
+    EXPECT_EQ(asked.Notes(), std::vector<u32>{Name});
+    GameRun run = RunOf(events.Return().Note());
+    run.data = {{kSettings, EightScores()}};
+    const GameResult result = PlayGame(run);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{Name, Scores}));
+    EXPECT_EQ(result.LongAt("new_place"), 3u);
+    EXPECT_EQ(HighScores(result), (Places{{8000, "A"},
+                                          {7000, "B"},
+                                          {6000, "C"},
+                                          {5500, "Zo\xC3\xAB \xE8\x9B\x8D"},
+                                          {5000, "D"},
+                                          {4000, "E"},
+                                          {3000, "F"},
+                                          {2000, "G"}}));
+    EXPECT_EQ(Setting(result, "4"), "5500 1 0x00000ABC \"Zo\xC3\xAB \xE8\x9B\x8D\"");
+    EXPECT_EQ(Setting(result, "Name"), "\"Zo\xC3\xAB \xE8\x9B\x8D\"");
+    EXPECT_EQ(Setting(result, "9"), "no line");
+
+    GameRun next;
+    next.data = result.data;
+    next.events.Wait(100);
+    EXPECT_EQ(HighScores(PlayGame(next)), HighScores(result));
+}
+
+TEST(Glimmer, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
+    Events events;
+    events.Return().Poke("score", 700).Escape().Down(4).Return().Wait(2450).Backspace(7);
+    Events longName = events;
+    for (int i = 0; i < 9; ++i) longName.Press("00", "\xE8\x9B\x8D");  // three bytes each
+    longName.Press("00", "x");
+    EXPECT_EQ(PlayGame(longName).TextAt("player_name").size(), 27u);
+    EXPECT_EQ(HighScores(PlayGame(events.Return())), (Places{{700, "Firefly"}}));
+}
+
+TEST(Glimmer, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
+    Events over;
+    over.Return().Poke("score", 700).Escape().Down(4).Return();
+    Events name = over;
+    name.Wait(2450).Note().Press("00", "s");
+    const Places once = {{700, "Firefly"}};
+    EXPECT_EQ(HighScores(PlayGame(RunOf(over.Note().Line("close")), kClosed)), once);
+    const GameResult named = PlayGame(RunOf(name.Line("close")), kClosed);
+    EXPECT_EQ(named.Notes(), std::vector<u32>{Name});
+    EXPECT_EQ(HighScores(named), (Places{{700, "Fireflys"}}));
+    EXPECT_EQ(Setting(named, "1").substr(0, 6), "700 1 ");
+    EXPECT_EQ(Setting(named, "2"), "no line");
+}
+
+TEST(Glimmer, AScoreBelowTheEightBestAsksForNoName) {
+    GameRun run = RunOf(
+        Events().Return().Poke("score", 900).Escape().Down(4).Return().Wait(2450).Note().Escape());
+    run.data = {{kSettings, EightScores()}};
+    const GameResult result = PlayGame(run);
+    EXPECT_EQ(result.Notes(), std::vector<u32>{Over});
+    EXPECT_EQ(result.LongAt("scene"), Title);
+    EXPECT_EQ(HighScores(result).size(), 8u);
+    EXPECT_EQ(HighScores(result)[7], (Places::value_type{1000, "H"}));
+}
+
+// --- A run that is left and gone on with
+
+TEST(Glimmer, ARunThatWasLeftGoesOnWhereItWas) {
+    Events events;
+    events.Return().Wait(2450).Press("7C", "\\x1D", 400).Press("7D", "\\x1F", 300);
+    events.Escape().Down(3).Return().Note();
+    const GameResult left = PlayGame(events);
+    EXPECT_EQ(left.Notes(), std::vector<u32>{Title});
+    ASSERT_EQ(left.data.count(kSavedRun), 1u);
+    const std::string kept = left.data.at(kSavedRun);
+    EXPECT_EQ(kept.size(), At("RUN_SIZE"));
+    EXPECT_EQ(kept, left.Bytes("run", "run_end"));
+    EXPECT_GT(left.LongAt("night_steps"), 30u);
+
+    GameRun next = RunOf(Events().Return().Note());
+    next.data = left.data;
+    const GameResult resumed = PlayGame(next);
+    EXPECT_EQ(resumed.Notes(), std::vector<u32>{Play});
+    EXPECT_EQ(resumed.Bytes("run", "run_end"), kept);
+    EXPECT_EQ(resumed.LongAt("random_state"), left.LongAt("random_kept"));
+}
+
+// The same 600 steps of the firefly that flies by itself, once in the run that is kept on the way
+// and once in a later start of the program: luck and foes are part of what is kept.
+TEST(Glimmer, ARunThatWasKeptGoesOnAsItWouldHave) {
+    const auto fly = [](Events& events) {
+        events.Poke("intro_steps", 0).Poke("demo_steps", 100000).Poke("demo", 1);
+        events.Call("play_steps", 600).Wait(200);
+    };
+    Events events;
+    events.Return().Escape().Call("keep_run");
+    fly(events);
+    const GameResult first = PlayGame(events);
+    Events later;
+    later.Return().Escape();
+    fly(later);
+    GameRun run = RunOf(later);
+    run.data = first.data;
+    const GameResult second = PlayGame(run);
+    EXPECT_EQ(second.LongAt("seed"), first.LongAt("seed"));
+    EXPECT_GT(first.LongAt("score"), 0u);
+    EXPECT_GE(first.LongAt("night_steps"), 600u);
+    EXPECT_EQ(second.Bytes("seed", "run_end"), first.Bytes("seed", "run_end"));
+}
+
+TEST(Glimmer, ClosingTheWindowKeepsTheRunAndNothingElseDoes) {
+    const GameResult closed = PlayGame(RunOf(Events().Return().Wait(2500).Line("close")), kClosed);
+    ASSERT_EQ(closed.data.count(kSavedRun), 1u);
+    EXPECT_EQ(closed.data.at(kSavedRun), closed.Bytes("run", "run_end"));
+    const GameResult paused = PlayGame(RunOf(Events().Return().Escape().Line("close")), kClosed);
+    EXPECT_EQ(paused.data.count(kSavedRun), 1u);
+
+    const GameResult title = PlayGame(RunOf(Events().Line("close")), kClosed);
+    EXPECT_EQ(title.data.count(kSavedRun), 0u);
+    const GameResult demo =
+        PlayGame(RunOf(Events().Poke("idle_steps", 419).Wait(100).Line("close")), kClosed);
+    EXPECT_EQ(demo.data.count(kSavedRun), 0u);
+    GameRun over = RunOf(Events().Return().Escape().Down(4).Return().Line("close"));
+    over.data = closed.data;  // the run before is dropped with the new one
+    EXPECT_EQ(PlayGame(over, kClosed).data.count(kSavedRun), 0u);
+}
+
+// A lantern that has been lit counts once, whenever the window is closed.
+TEST(Glimmer, ARunThatIsLeftAtDawnGoesOnWithTheNextNight) {
+    Events events;
+    events.Return().Wait(2500).Poke("score", 5000);
+    Events leaving = events;
+    leaving.Poke("leaving_steps", 60).Poke("glow", 1000).Wait(100).Line("close");
+    const GameResult early = PlayGame(RunOf(leaving), kClosed);
+    events.Poke("leaving_steps", 9).Poke("glow", 1000).Wait(300).Note().Line("close");
+    const GameResult dawn = PlayGame(RunOf(events), kClosed);
+    EXPECT_EQ(dawn.Notes(), std::vector<u32>{Dawn});
+    for (const GameResult* result : {&early, &dawn}) {
+        GameRun next = RunOf(Events().Return());
+        next.data = result->data;
+        const GameResult resumed = PlayGame(next);
+        EXPECT_EQ(resumed.LongAt("scene"), Play);
+        EXPECT_EQ(resumed.LongAt("night"), 2u);
+        EXPECT_EQ(resumed.LongAt("lantern_lit"), 0u);
+        EXPECT_EQ(resumed.LongAt("score"), 6750u);  // 5000, 3 hearts of 250, a glow of 1000
+    }
+}
+
+TEST(Glimmer, ARunThatWasAlteredIsRefused) {
+    const GameResult closed = PlayGame(RunOf(Events().Return().Wait(100).Line("close")), kClosed);
+    ASSERT_EQ(closed.data.count(kSavedRun), 1u);
+    for (const u32 place : {0u, 5u, 40u, At("RUN_SIZE") - 1}) {
+        GameRun run = RunOf(Events().Return().Note());
+        run.data = closed.data;
+        run.data[kSavedRun][place] ^= 1;
+        const GameResult refused = PlayGame(run);
+        EXPECT_EQ(refused.Notes(), std::vector<u32>{Title});
+        EXPECT_EQ(Notice(refused), "The night that was kept cannot be read.");
+        EXPECT_EQ(refused.LongAt("title_menu"), 5u);  // nothing to resume any more
+        EXPECT_EQ(refused.data.count(kSavedRun), 0u);
+    }
+}
+
+TEST(Glimmer, ARunThatWasCutIsNotOffered) {
+    const GameResult closed = PlayGame(RunOf(Events().Return().Wait(100).Line("close")), kClosed);
+    GameRun run = RunOf(Events().Wait(50));
+    run.data = closed.data;
+    EXPECT_EQ(PlayGame(run).LongAt("title_menu"), 6u);
+    run.data[kSavedRun].pop_back();
+    EXPECT_EQ(PlayGame(run).LongAt("title_menu"), 5u);
+    run.data[kSavedRun] = "";
+    EXPECT_EQ(PlayGame(run).LongAt("title_menu"), 5u);
+}
+
+// --- Seeds
+
+TEST(Glimmer, TheSeedGoesToTheClipboardAndComesBack) {
+    Events events;
+    events.Poke("next_seed", 0x0123ABCD).Press(kKeyC, "c");
+    EXPECT_EQ(Notice(PlayGame(events)), "The seed is on the clipboard.");
+    const GameResult back = PlayGame(events.Poke("next_seed", 0).Press(kKeyV, "v"));
+    EXPECT_EQ(back.TextAt("clip_text"), "GLIMMER-0123ABCD");  // what was on the clipboard
+    EXPECT_EQ(back.LongAt("next_seed"), 0x0123ABCDu);
+    EXPECT_EQ(Notice(back), "The seed was taken from the clipboard.");
+    EXPECT_NE(PlayGame(events.Press(kKeyN, "n")).LongAt("next_seed"), 0x0123ABCDu);
+}
+
+// A view of 600 x 400: the strip of the seed is 66 rows high, and each of its words has a third of
+// it.
+TEST(Glimmer, TheSeedIsCopiedPastedAndRolledByMouse) {
+    Events events;
+    events.Wait(100).Poke("next_seed", 0xFEEDBEE5).Click(100, 380).Poke("next_seed", 0);
+    EXPECT_EQ(PlayGame(events.Click(300, 380)).LongAt("next_seed"), 0xFEEDBEE5u);
+    const u32 rolled = PlayGame(events.Click(500, 380)).LongAt("next_seed");
+    EXPECT_NE(rolled, 0xFEEDBEE5u);
+    EXPECT_NE(rolled, 0u);
+}
+
+TEST(Glimmer, ASeedIsFoundInAnyText) {
+    const auto paste = [](const std::string& text) {
+        return PlayGame(
+            Events().Poke("next_seed", 7).Line("clipboard \"" + text + "\"").Press(kKeyV, "v"));
+    };
+    EXPECT_EQ(paste("look: deadBEEF!").LongAt("next_seed"), 0xDEADBEEFu);
+    EXPECT_EQ(paste("1234567 12345678").LongAt("next_seed"), 0x12345678u);
+    for (const std::string& text : {std::string("1234567"), std::string(20000, 'x')}) {
+        const GameResult result = paste(text);
+        EXPECT_EQ(result.LongAt("next_seed"), 7u);
+        EXPECT_EQ(Notice(result), "There is no seed on the clipboard.");
+    }
+}
+
+TEST(Glimmer, TheSeedOfARunIsCopiedFromPause) {
+    Events events;
+    events.Poke("next_seed", 0x600DCAFE).Return().Escape().Down(2).Return();
+    const GameResult result = PlayGame(events.Down().Return().Press(kKeyV, "v"));
+    EXPECT_EQ(result.LongAt("scene"), Title);
+    EXPECT_EQ(result.LongAt("next_seed"), 0x600DCAFEu);
+}
+
+TEST(Glimmer, ASeedIsTheSameGardenOnEveryDay) {
+    const auto garden = [](u32 seed, const std::string& date) {
+        GameRun run = RunOf(Events().Poke("next_seed", seed).Return());
+        run.options = {"--date", date};
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("seed"), seed);
+        return result.Bytes("run", "run_end");
+    };
+    const std::string once = garden(0xC0FFEE, "2024-03-07 09:05:41");
+    EXPECT_EQ(garden(0xC0FFEE, "2025-12-31 23:59:59"), once);
+    const u32 cells = At("cells") - At("run");
+    EXPECT_NE(garden(0xC0FFEF, "2024-03-07 09:05:41").substr(cells, 4096),
+              once.substr(cells, 4096));
+}
+
+TEST(Glimmer, EachStartRollsAnotherSeed) {
+    const auto seed = [](const std::string& date) {
+        GameRun run = RunOf(Events().Wait(50));
+        run.options = {"--date", date};
+        return PlayGame(run).LongAt("next_seed");
+    };
+    EXPECT_NE(seed("2024-03-07 09:05:41"), seed("2024-03-07 09:05:42"));
+}
+
+// --- Music and sounds
+
+TEST(Glimmer, TheMusicFollowsTheGame) {
+    Events events;
+    events.Note().Down().Return().Note().Escape();  // title, high scores
+    events.Return().Note().Poke("intro_steps", 0);  // the first night
+    for (const u32 glow : {700u, 1400u, 1600u}) events.Poke("glow", glow).Wait(50).Note();
+    events.Poke("leaving_steps", 1).Wait(50).Note();  // dawn
+    events.Return().Return().Note();                  // the second night
+    events.Escape().Note().Down(4).Return().Note();   // pause, over
+    const GameResult result = PlayGame(events);
+    std::vector<std::string> music;
+    for (const u32 piece : result.Notes("noted_music")) {
+        music.push_back(result.Text(piece).substr(std::strlen("../MUSIC/")));
+    }
+    EXPECT_EQ(music, (std::vector<std::string>{"TITLE.MID", "SCORES.MID", "NIGHT1.MID",
+                                               "DANGER.MID", "DANGER.MID", "NIGHT1.MID", "DAWN.MID",
+                                               "NIGHT2.MID", "NIGHT2.MID", "FADE.MID"}));
+    EXPECT_EQ(result.Notes("noted_loops"), (std::vector<u32>{1, 1, 1, 1, 1, 1, 0, 1, 1, 0}));
+}
+
+// A title of half a second, which is heard again and again; a sad end that is heard once.
+TEST(Glimmer, MusicLoopsUnlessItIsAnEnd) {
+    if (!fs::exists("/usr/share/sounds/sf2") && !fs::exists("/usr/share/soundfonts")) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
+    const std::string piece =
+        MidiFile(0, 96, {Bytes({0, 0xC0, 79}) + NoteOn(0, 69) + NoteOff(72, 69) + EndOfTrack(24)});
+    const TemporaryFolder folder;
+    const auto hear = [&](const Events& events) {
+        GameRun run = RunOf(events);
+        run.replaced = {{"MUSIC/TITLE.MID", piece}, {"MUSIC/FADE.MID", piece}};
+        run.options = {"--render-audio", folder.path + "/heard.wav"};
+        PlayGame(run);
+        return ReadRecording(folder.path + "/heard.wav");
+    };
+    const Recording title = hear(Events().Wait(2450));
+    EXPECT_GT(Loudness(Part(title, 0.1, 0.4)), 0.01);
+    EXPECT_GT(Loudness(Part(title, 2.3, 2.7)), 0.01);
+    // Sounds off, so that the music alone is heard.
+    const Recording over =
+        hear(Events().Poke("option_sounds", 0).Return().Escape().Down(4).Return().Wait(2000));
+    EXPECT_LT(Peak(Part(over, 2.4, 3.0)), 30);
+}
+
+// The length of a sound has a margin of 200 ms. COUNT.WAV has 5,292 bytes of 16-bit mono at 44,100
+// Hz, which is 60 ms: 260 ms are 15.6 steps of a sixtieth of a second. LANTERN.WAV has 132,300
+// bytes, 1.5 s, NIGHT.WAV and OVER.WAV 185,220, 2.1 s.
+TEST(Glimmer, SoundsSayHowLongThingsTake) {
+    const GameResult result = PlayGame(Events().Wait(50));
+    EXPECT_EQ(result.LongAt("steps_count"), 15u);
+    EXPECT_EQ(result.LongAt("steps_lantern"), 102u);
+    EXPECT_EQ(result.LongAt("steps_night"), 138u);
+    EXPECT_EQ(result.LongAt("steps_over"), 138u);
+}
+
+// --- Files that are missing
+
+TEST(Glimmer, AMissingPictureIsNamed) {
+    GameRun run = RunOf(Events().Wait(50));
+    run.replaced = {{"PICTURES/OWL.PNG", ""}};
+    const GameResult result =
+        PlayGame(run, "fatal: Glimmer Hollow cannot read its picture PICTURES/OWL.PNG\n");
+    EXPECT_EQ(result.LongAt("steps"), 0u);
+}
+
+TEST(Glimmer, MissingSoundsAndMusicHoldNothingUp) {
+    GameRun run;
+    for (const char* folder : {"SOUNDS", "MUSIC"}) {
+        for (const auto& entry : fs::directory_iterator(kSources / "resources" / folder)) {
+            run.replaced[std::string(folder) + "/" + entry.path().filename().string()] = "";
+        }
+    }
+    run.events
+        .Poke("option_sounds", 0)  // each would be one log line
+        .Return()
+        .Poke("intro_steps", 0)
+        .Poke("leaving_steps", 1)
+        .Wait(50)
+        .Return()
+        .Return()
+        .Note();
+    run.events.Escape().Down(4).Return().Wait(200).Note();
+    EXPECT_EQ(PlayGame(run).Notes(), (std::vector<u32>{Play, Name}));
+}
+
+// --- For long
+
+TEST(Glimmer, ThePilotPlaysForTwoMinutes) {
+    GameRun run;
+    run.pilot = true;
+    for (u32 time = 1000; time < 120000; time += 2500) {
+        run.events.now = time;
+        run.events.Return();
+    }
+    run.milliseconds = 120000;
+    const GameResult result = PlayGame(run);
+    EXPECT_GT(result.Long(At("steps", true)), 7000u);  // 60 a second
+}
