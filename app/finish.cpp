@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "app/debugger.h"
-#include "app/profile.h"
 #include "app/record.h"
 #include "app/trace.h"
 #include "base/output_files.h"
@@ -14,6 +12,8 @@
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/view.h"
+#include "kit/debugger.h"
+#include "kit/profile.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

@@ -8,19 +8,14 @@
 #include <string_view>
 #include <utility>
 
-#include "app/bundle.h"
-#include "app/debugger.h"
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
-#include "app/profile.h"
 #include "app/record.h"
 #include "app/sandbox.h"
-#include "app/ship.h"
 #include "app/signals.h"
 #include "app/trace.h"
-#include "app/watch.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
@@ -29,8 +24,14 @@
 #include "desktop/headless/headless_desktop.h"
 #include "desktop/sdl/audio.h"
 #include "desktop/sdl/sdl_desktop.h"
+#include "desktop/synth/synth.h"
+#include "host/bundle.h"
 #include "host/delegate.h"
 #include "host/menu.h"
+#include "kit/debugger.h"
+#include "kit/profile.h"
+#include "kit/ship.h"
+#include "kit/watch.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -139,7 +140,7 @@ int main(int argc, char** argv) {
     }
     UseOwnFonts();
     if (!options.bundle.empty()) {
-        const ShipResult shipped = ShipGame(options.bundle, options.game);
+        const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
         if (shipped.status != 0) RefuseCommandLine(shipped.problem);
         return shipped.status;
     }

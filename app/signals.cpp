@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "desktop/quit_request.h"
+#include "kit/debugger.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 #pragma once
 // The signals that ask a program to end, and those that must not end it.
 
-#include <atomic>
-
 // SIGTERM and SIGINT: the first asks the application to quit, as the menu's quit item does, and the
 // application may refuse; the next one ends the process at once. With `patience` (seconds, 0 for
 // none) the first ends it too when the application has not answered by then: without a window there
@@ -11,10 +9,6 @@
 // To be called once desktop and helper processes have been started.
 void HandleSignals(unsigned patience);
 
-// With a debugger a SIGINT stops the module first: it sets this, and only one that comes while it
-// is set asks for the end. The debugger sets it while it talks and takes it back when the module
-// runs on.
-inline constinit std::atomic<bool> stopRequest = false;
+// With a debugger a SIGINT stops the module first: it makes a `stopRequest` (kit/debugger.h), and
+// only one that comes while there is one asks for the end.
 void LetInterruptsStop();
-
-static_assert(std::atomic<bool>::is_always_lock_free);

@@ -69,14 +69,6 @@ constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
 
 }  // namespace
 
-std::string FlagNames(u8 flags) {
-    std::string names;
-    if ((flags & kOdd) != 0) names += 'O';
-    if ((flags & kZero) != 0) names += 'Z';
-    if ((flags & kNeg) != 0) names += 'N';
-    return names.empty() ? "-" : names;
-}
-
 bool StartTrace(const std::string& path) {
     traceFile = std::fopen(path.c_str(), "w");
     if (traceFile == nullptr) return false;

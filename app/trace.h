@@ -4,13 +4,8 @@
 
 #include <string>
 
-#include "base/types.h"
-
 // Starts tracing into the file; false when it cannot be written.
 bool StartTrace(const std::string& path);
-
-// The flags that are set, as letters: O odd, Z zero, N negative; "-" for none.
-std::string FlagNames(u8 flags);
 
 // Completes the file; nothing when no trace is written.
 void CloseTrace();

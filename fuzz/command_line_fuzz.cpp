@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/bundle.h"
 #include "app/options.h"
 #include "fuzz/confine.h"
+#include "host/bundle.h"
 
 namespace {
 

@@ -58,7 +58,8 @@ bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
     return true;
 }
 
-void ReadHostBitmap(Selection& selection, const HostBitmap& bitmap) {
+void ReadHostBitmap(Selection& selection) {
+    const HostBitmap& bitmap = selection.handle == kScreenBitmap ? screenBitmap : textBitmap;
     selection.pixels = bitmap.pixels;
     selection.pixelAddress = 0;
     selection.width = static_cast<i32>(bitmap.width);
@@ -91,7 +92,7 @@ void Select(Selection& selection, u32 handle, const char* alreadyStarted, const 
     selection.handle = handle;
     selection.host = handle == kScreenBitmap || handle == kTextBitmap;
     if (selection.host) {
-        ReadHostBitmap(selection, handle == kScreenBitmap ? screenBitmap : textBitmap);
+        ReadHostBitmap(selection);
         return;
     }
     const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
@@ -190,6 +191,14 @@ bool PeekModuleBitmap(u32 handle, Selection& selection) {
     selection.handle = handle;
     ReadRecord(selection, record, heapPtrs[pixelHandle].offset);
     return true;
+}
+
+Selection PeekHostBitmap(u32 handle) {
+    Selection selection = kNoSelection;
+    selection.handle = handle;
+    selection.host = true;
+    ReadHostBitmap(selection);
+    return selection;
 }
 
 void RequireArea(const Selection& selection, const Area& area) {

@@ -86,6 +86,8 @@ void EndDSTSRC();
 // steps that look first whether all of them stay in the image. False for host bitmaps and where
 // selecting would fail.
 bool PeekModuleBitmap(u32 handle, Selection& selection);
+// What selecting the screen or the text bitmap would give.
+Selection PeekHostBitmap(u32 handle);
 
 // --- Pixels of a selection
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/bytes.h"
+#include "vm/machine.h"
 #include "vm/opcodes.h"
 
 namespace {
@@ -335,4 +336,12 @@ DisassembledInstruction DisassembleAt(std::span<const u8> memory, u32 address,
     const u64 wanted = std::min<u64>(InstructionLength(first), room / 4 * 4);
     std::memcpy(words, memory.data() + address, wanted);
     return {Disassemble({words, wanted / 4}, namer), static_cast<u32>(wanted)};
+}
+
+std::string FlagNames(u8 flags) {
+    std::string names;
+    if ((flags & kOdd) != 0) names += 'O';
+    if ((flags & kZero) != 0) names += 'Z';
+    if ((flags & kNeg) != 0) names += 'N';
+    return names.empty() ? "-" : names;
 }

@@ -1,5 +1,5 @@
 #pragma once
-// One instruction as text, for the trace, the debugger and mxdis.
+// One instruction as text, and the flags that it may set, for the trace, the debugger and mxdis.
 //
 // The text is what the assembler reads. Wherever the encoding is the one that the assembler
 // chooses, assembling the text gives the same words back; bits that mean nothing to the machine
@@ -38,3 +38,6 @@ struct DisassembledInstruction {
 // The instruction at `address` of `memory`. Reads nothing outside of it.
 DisassembledInstruction DisassembleAt(std::span<const u8> memory, u32 address,
                                       const AddressNamer& namer = {});
+
+// The flags that are set, as letters: O odd, Z zero, N negative; "-" for none.
+std::string FlagNames(u8 flags);

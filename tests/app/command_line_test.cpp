@@ -25,13 +25,7 @@ struct Game {
     TemporaryFolder folder;
     std::string path = folder.path + "/game";
 
-    Game() {
-        std::filesystem::create_directories(path);
-        const AssembleResult assembled = Assemble(kQuietModule, "quiet.mxs");
-        EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
-        WriteTextFile(path + "/MAIN.MX",
-                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
-    }
+    Game() { WriteGame(path, kQuietModule); }
     ProgramResult Run(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"--data-folder", folder.path + "/data"});
         return RunProgram("moxi", arguments, folder.path);

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -52,10 +51,9 @@ class DemoWindow : public testing::Test {
 
     // Waits for the program's end and gives its exit status.
     int WaitForExit() {
-        int status = 0;
-        waitpid(process, &status, 0);
+        const int status = ExitStatusOf(process);
         process = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        return status;
     }
 
     // A word of the demo's state in a dump of its image.

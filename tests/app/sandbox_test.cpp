@@ -46,10 +46,7 @@ struct Home {
     // the helper process.
     std::vector<u32> Play(const ServiceCalls& calls, const Strings& options = {},
                           const std::string& script = "") {
-        const AssembleResult assembled = Assemble(calls.Source(), "calls.mxs");
-        EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
-        WriteTextFile(game + "/MAIN.MX",
-                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
+        const AssembleResult assembled = WriteGame(game, calls.Source());
         Strings arguments = {"--headless", "--data-folder", data, "--dump-image", "image"};
         if (!script.empty()) {
             WriteTextFile(folder.path + "/script", script);
@@ -250,10 +247,7 @@ TEST_F(Sandbox, AGameThatNamesItselfAfterAFolderAboveGetsNothingThere) {
                   "<key>ZULGameName</key><string>../..</string></dict></plist>");
     ServiceCalls calls;
     Overwrite(calls, "diary.txt");
-    const AssembleResult assembled = Assemble(calls.Source(), "calls.mxs");
-    ASSERT_TRUE(assembled.ok);
-    WriteTextFile(home.game + "/MAIN.MX",
-                  std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    WriteGame(home.game, calls.Source());
     const std::string support = home.path + "/share";
     fs::create_directories(support + "/Quillmoss Software");
     ASSERT_EQ(setenv("XDG_DATA_HOME", support.c_str(), 1), 0);

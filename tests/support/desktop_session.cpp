@@ -35,6 +35,12 @@ pid_t StartProcess(const std::vector<std::string>& arguments, const std::string&
     _exit(127);
 }
 
+int ExitStatusOf(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 void StopProcess(pid_t process) {
     if (process <= 0) return;
     kill(process, SIGTERM);

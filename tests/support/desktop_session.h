@@ -9,6 +9,8 @@
 
 // Runs a program found in PATH with standard error to `log` (none when empty); -1 when that fails.
 pid_t StartProcess(const std::vector<std::string>& arguments, const std::string& log);
+// Waits for its end: its exit status, or 128 + the signal.
+int ExitStatusOf(pid_t process);
 // Ends it with SIGTERM, at last with SIGKILL, and waits.
 void StopProcess(pid_t process);
 bool IsProgramInstalled(const std::string& name);

@@ -137,6 +137,14 @@ AssembleOptions LibraryOptions() {
     return options;
 }
 
+AssembleResult WriteGame(const std::string& folder, const std::string& source) {
+    AssembleResult assembled = Assemble(source, "game.mxs");
+    EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
+    fs::create_directories(folder);
+    WriteTextFile(folder + "/MAIN.MX", std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    return assembled;
+}
+
 HeadlessResult RunHeadless(const HeadlessRun& run) {
     AssembleResult assembled = Assemble(run.source, "test.mxs", LibraryOptions());
     if (!assembled.ok) {

@@ -37,6 +37,10 @@ struct HeadlessResult {
     std::string TextAt(const std::string& name) const { return Text(Label(name)); }
 };
 
+// Assembles a game's module into a folder, which is made if it is missing. A source that does not
+// assemble fails the running test.
+AssembleResult WriteGame(const std::string& folder, const std::string& source);
+
 // What mxasm is given without options: the include library of the build folder.
 AssembleOptions LibraryOptions();
 

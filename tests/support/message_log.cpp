@@ -5,6 +5,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "kit/call_names.h"
+
 namespace {
 
 // Appends R1 as eight digits and a blank at R4.
@@ -34,26 +36,6 @@ digits: .ascii  "0123456789ABCDEF"
 line:   .space  40
 )";
 
-const char* NameOf(u32 command) {
-    switch (command) {
-        case MSG_START1: return "MSG_START1";
-        case MSG_START2: return "MSG_START2";
-        case MSG_CLOSE: return "MSG_CLOSE";
-        case MSG_END: return "MSG_END";
-        case MSG_MINIMIZE: return "MSG_MINIMIZE";
-        case MSG_MOVE: return "MSG_MOVE";
-        case MSG_SIZE: return "MSG_SIZE";
-        case MSG_MUSICDONE: return "MSG_MUSICDONE";
-        case MSG_TICK: return "MSG_TICK";
-        case MSG_DOWN: return "MSG_DOWN";
-        case MSG_UP: return "MSG_UP";
-        case MSG_CHAR: return "MSG_CHAR";
-        case MSG_POINTER: return "MSG_POINTER";
-        case MSG_PRESENTED: return "MSG_PRESENTED";
-        default: return "message";
-    }
-}
-
 }  // namespace
 
 const char* const kSuspendOnDResumeOnR = R"(
@@ -71,8 +53,12 @@ const char* const kSuspendOnDResumeOnR = R"(
 )";
 
 std::ostream& operator<<(std::ostream& out, const LoggedMessage& message) {
-    out << NameOf(message.command);
-    if (std::string(NameOf(message.command)) == "message") out << ' ' << message.command;
+    const std::string_view name = MessageName(message.command);
+    if (name.empty()) {
+        out << "message " << message.command;
+    } else {
+        out << name;
+    }
     return out << std::hex << " 0x" << message.p1 << " 0x" << message.p2 << " 0x" << message.p3
                << std::dec;
 }

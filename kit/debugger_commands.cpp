@@ -1,16 +1,17 @@
-#include "app/debugger_commands.h"
+#include "kit/debugger_commands.h"
 
 #include <vector>
 
-#include "app/debugger_blocks.h"
-#include "app/debugger_expression.h"
-#include "app/debugger_inspect.h"
-#include "app/debugger_memory.h"
-#include "app/debugger_set.h"
-#include "app/debugger_stops.h"
-#include "app/debugger_symbols.h"
-#include "app/debugger_terminal.h"
 #include "base/log.h"
+#include "kit/debugger_blocks.h"
+#include "kit/debugger_expression.h"
+#include "kit/debugger_inspect.h"
+#include "kit/debugger_names.h"
+#include "kit/debugger_set.h"
+#include "kit/debugger_stops.h"
+#include "kit/debugger_terminal.h"
+#include "kit/module_memory.h"
+#include "kit/symbols.h"
 #include "tools/source.h"
 
 namespace {
@@ -61,13 +62,18 @@ bool TakeValue(std::string_view& rest, u32& value) {
     return error.empty();
 }
 
+// A value and nothing else.
+bool TakeOnlyValue(std::string_view rest, u32& value) {
+    return TakeValue(rest, value) && NothingIsLeft(rest);
+}
+
 // A number of things, `usual` when none is given, from 1 to `most`; then nothing else.
 bool TakeCount(std::string_view rest, u32 usual, u32 most, u32& count) {
     count = usual;
     if (rest.starts_with(',')) rest.remove_prefix(1);
     SkipSpaces(rest);
     if (rest.empty()) return true;
-    if (!TakeValue(rest, count) || !NothingIsLeft(rest)) return false;
+    if (!TakeOnlyValue(rest, count)) return false;
     if (count >= 1 && count <= most) return true;
     Say(FormatText("the count is 1 to %u", most));
     return false;
@@ -125,10 +131,10 @@ After Break(const Arguments& arguments) {
     if (word == "sys") return BreakOn(StopKind::Service, StopKind::AnyService, rest);
     if (word == "group") return BreakOn(StopKind::Group, StopKind::Group, rest);
     rest = arguments.rest;
-    u32 address = rest.empty() ? LoadBytes<u32>(image + kHeaderPC) : 0;
+    u32 address = rest.empty() ? HeaderLong(kHeaderPC) : 0;
     std::string condition;
     if (!rest.empty() && word != "if" && !TakeValue(rest, address)) return After::Stay;
-    if (word == "if") address = LoadBytes<u32>(image + kHeaderPC);
+    if (word == "if") address = HeaderLong(kHeaderPC);
     if (!TakeCondition(rest, condition) || !IsAddress(address)) return After::Stay;
     return AddAndDescribe(StopKind::Address, address, condition);
 }
@@ -156,9 +162,8 @@ After Delete(const Arguments& arguments) {
         return After::Stay;
     }
     u32 number = 0;
-    std::string_view rest = arguments.rest;
-    if (rest.empty()) return Refuse("which one? \"delete all\" deletes all");
-    if (!TakeValue(rest, number) || !NothingIsLeft(rest)) return After::Stay;
+    if (arguments.rest.empty()) return Refuse("which one? \"delete all\" deletes all");
+    if (!TakeOnlyValue(arguments.rest, number)) return After::Stay;
     if (!DeleteStopPoint(number)) return Refuse(FormatText("there is no breakpoint %u", number));
     return After::Stay;
 }
@@ -171,18 +176,19 @@ After Continue(const Arguments& arguments) {
     return After::Resume;
 }
 
-After Step(const Arguments& arguments) {
+After RunCounted(const Arguments& arguments, void (*run)(u32 count)) {
     u32 count = 0;
     if (!TakeCount(arguments.rest, 1, kMostSteps, count)) return After::Stay;
-    RunSteps(count);
+    run(count);
     return After::Resume;
 }
 
+After Step(const Arguments& arguments) {
+    return RunCounted(arguments, RunSteps);
+}
+
 After Over(const Arguments& arguments) {
-    u32 count = 0;
-    if (!TakeCount(arguments.rest, 1, kMostSteps, count)) return After::Stay;
-    RunStepsOver(count);
-    return After::Resume;
+    return RunCounted(arguments, RunStepsOver);
 }
 
 After Finish(const Arguments& arguments) {
@@ -193,10 +199,7 @@ After Finish(const Arguments& arguments) {
 
 After Until(const Arguments& arguments) {
     u32 address = 0;
-    std::string_view rest = arguments.rest;
-    if (!TakeValue(rest, address) || !NothingIsLeft(rest) || !IsAddress(address)) {
-        return After::Stay;
-    }
+    if (!TakeOnlyValue(arguments.rest, address) || !IsAddress(address)) return After::Stay;
     RunUntil(address);
     return After::Resume;
 }
@@ -220,8 +223,7 @@ After Registers(const Arguments& arguments) {
 
 After Print(const Arguments& arguments) {
     u32 value = 0;
-    std::string_view rest = arguments.rest;
-    if (!TakeValue(rest, value) || !NothingIsLeft(rest)) return After::Stay;
+    if (!TakeOnlyValue(arguments.rest, value)) return After::Stay;
     const std::string name = NameOfAddress(value);
     Say(FormatText("%d = 0x%8.8X", static_cast<i32>(value), value) +
         (name.empty() ? "" : " <" + name + ">"));
@@ -248,13 +250,12 @@ After Memory(const Arguments& arguments) {
 
 After Text(const Arguments& arguments) {
     u32 address = 0;
-    std::string_view rest = arguments.rest;
-    if (TakeValue(rest, address) && NothingIsLeft(rest)) ShowText(address);
+    if (TakeOnlyValue(arguments.rest, address)) ShowText(address);
     return After::Stay;
 }
 
 After Assembly(const Arguments& arguments) {
-    u32 address = LoadBytes<u32>(image + kHeaderPC);
+    u32 address = HeaderLong(kHeaderPC);
     u32 count = 0;
     std::string_view rest = arguments.rest;
     if (!rest.empty() && !TakeValue(rest, address)) return After::Stay;
@@ -275,10 +276,10 @@ After Where(const Arguments& arguments) {
 
 After Heap(const Arguments& arguments) {
     u32 handle = 0;
-    std::string_view rest = arguments.rest;
+    const std::string_view rest = arguments.rest;
     if (rest.empty() || rest == "all") {
         ShowHeap(rest.empty() ? kShownBlocks : 0xFFFFFFFF);
-    } else if (TakeValue(rest, handle) && NothingIsLeft(rest)) {
+    } else if (TakeOnlyValue(rest, handle)) {
         ShowHeapBlock(handle);
     }
     return After::Stay;
@@ -286,10 +287,9 @@ After Heap(const Arguments& arguments) {
 
 After Bitmaps(const Arguments& arguments) {
     u32 handle = 0;
-    std::string_view rest = arguments.rest;
-    if (rest.empty()) {
+    if (arguments.rest.empty()) {
         ShowBitmaps();
-    } else if (TakeValue(rest, handle) && NothingIsLeft(rest)) {
+    } else if (TakeOnlyValue(arguments.rest, handle)) {
         ShowBitmap(handle);
     }
     return After::Stay;
@@ -312,9 +312,8 @@ After Queue(const Arguments& arguments) {
 
 After Symbols(const Arguments& arguments) {
     if (!arguments.rest.empty()) {
-        const std::string path(arguments.rest);
-        const std::string error = ReadSymbols(path);
-        if (!error.empty()) return Refuse(path + ": " + error);
+        const std::string error = LoadSymbols(std::string(arguments.rest));
+        if (!error.empty()) return Refuse(error);
     }
     Say(FormatText("%zu symbols", SymbolCount()));
     return After::Stay;

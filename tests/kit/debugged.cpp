@@ -1,16 +1,9 @@
-#include "tests/support/debugged.h"
+#include "tests/kit/debugged.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
-namespace fs = std::filesystem;
-
 Debugged::Debugged(const std::string& source, bool symbols) {
-    assembled = Assemble(source, "game.mxs");
-    EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
-    fs::create_directories(game);
-    WriteTextFile(game + "/MAIN.MX", std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    assembled = WriteGame(game, source);
     if (!symbols) return;
     WriteTextFile(folder.path + "/game.mxs", source);
     const ProgramResult made =

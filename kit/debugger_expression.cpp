@@ -1,10 +1,10 @@
-#include "app/debugger_expression.h"
+#include "kit/debugger_expression.h"
 
 #include <charconv>
 
-#include "app/debugger_memory.h"
-#include "app/debugger_symbols.h"
 #include "base/log.h"
+#include "kit/debugger_names.h"
+#include "kit/module_memory.h"
 #include "tools/source.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "app/call_names.h"
+#include "kit/call_names.h"
 
 #include "host/message.h"
 
@@ -144,4 +144,11 @@ std::string_view ServiceName(u32 command) {
 
 std::string_view MessageName(u32 command) {
     return Find(kMessages, command);
+}
+
+std::optional<u32> MessageOfName(std::string_view name) {
+    for (const Name& entry : kMessages) {
+        if (entry.name == name) return entry.command;
+    }
+    return std::nullopt;
 }

@@ -5,16 +5,15 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <random>
 
-#include "app/debugger_commands.h"
-#include "app/debugger_stops.h"
-#include "tests/support/debugged.h"
+#include "kit/debugger_commands.h"
+#include "kit/debugger_stops.h"
+#include "tests/kit/debugged.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/vm_fixture.h"
 #include "vm/heap.h"
@@ -220,12 +219,10 @@ struct Interactive {
                       << ReadTextFile(game.folder.path + "/errors");
         return false;
     }
-    // 128 + a signal, or the exit status.
     int WaitForExit() {
-        int status = 0;
-        waitpid(process, &status, 0);
+        const int status = ExitStatusOf(process);
         process = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        return status;
     }
 };
 
@@ -284,11 +281,9 @@ TEST(Debugger, AsksATerminalWithAPromptAndLeavesTheEchoToIt) {
                                        game.folder.path + "/errors");
     // The lines wait in the terminal; the last character ends its input.
     ASSERT_EQ(write(master, "p 5\n\x04", 5), 5);
-    int status = 0;
-    waitpid(process, &status, 0);
+    EXPECT_EQ(ExitStatusOf(process), 0);
     close(hold);
     close(master);
-    EXPECT_EQ(status, 0);
     const std::string text = ReadTextFile(talk);
     EXPECT_TRUE(
         text.ends_with("LINK     0, 2\n(moxi) 5 = 0x00000005\n(moxi) \n"

@@ -10,6 +10,7 @@
 //     OUT/NAME.desktop     a launcher
 
 #include <string>
+#include <vector>
 
 struct ShipResult {
     int status = 0;       // 0, or the exit status: 1 for a failure, 2 for paths that cannot be used
@@ -17,5 +18,6 @@ struct ShipResult {
 };
 
 // Of the two paths one is a game and the other the folder to make, which must be new or empty, so
-// they are taken in either order. A failure leaves nothing behind.
-ShipResult ShipGame(std::string out, std::string game);
+// they are taken in either order. The first of `soundFonts` that can be read goes with the game. A
+// failure leaves nothing behind.
+ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts);

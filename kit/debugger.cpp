@@ -1,17 +1,16 @@
-#include "app/debugger.h"
+#include "kit/debugger.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "app/debugger_commands.h"
-#include "app/debugger_inspect.h"
-#include "app/debugger_stops.h"
-#include "app/debugger_symbols.h"
-#include "app/debugger_terminal.h"
-#include "app/signals.h"
 #include "base/log.h"
 #include "desktop/folders.h"
+#include "kit/debugger_commands.h"
+#include "kit/debugger_inspect.h"
+#include "kit/debugger_stops.h"
+#include "kit/debugger_terminal.h"
+#include "kit/symbols.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
 #include "vm/interpreter.h"
@@ -20,30 +19,17 @@
 
 namespace {
 
-constexpr const char* kSymbolFile = "MAIN.SYM";
-
 constinit bool started = false;   // the debugger, by the command line
 constinit bool greeted = false;   // the first stop has been made
 constinit bool talking = false;   // stopped
 constinit bool quitting = false;  // no more commands: the run ends where it can
 
-// The folder of the MAIN.MX that will be loaded: one in the data folder takes precedence.
-std::string ModuleFolder() {
-    std::string data = DataFolder();
-    std::error_code error;
-    if (data.empty()) data += '.';
-    return std::filesystem::exists(data + "/MAIN.MX", error) ? data : folders.resources;
-}
-
 std::string ReadSymbolsOfModule() {
-    const std::string path = ModuleFolder() + "/" + kSymbolFile;
+    const std::string path = SymbolFile();
     std::error_code error;
-    if (!std::filesystem::exists(path, error)) {
-        return std::string("there is no ") + kSymbolFile + " beside the module";
-    }
-    const std::string wrong = ReadSymbols(path);
-    if (!wrong.empty()) return path + ": " + wrong;
-    return FormatText("%zu symbols from ", SymbolCount()) + kSymbolFile;
+    if (!std::filesystem::exists(path, error)) return "there is no MAIN.SYM beside the module";
+    const std::string wrong = LoadSymbols(path);
+    return wrong.empty() ? FormatText("%zu symbols from MAIN.SYM", SymbolCount()) : wrong;
 }
 
 // Commands until the module is to run on.

@@ -1,11 +1,11 @@
-#include "app/debugger_stops.h"
+#include "kit/debugger_stops.h"
 
 #include <algorithm>
 
-#include "app/debugger_expression.h"
-#include "app/debugger_memory.h"
-#include "app/debugger_symbols.h"
 #include "base/log.h"
+#include "kit/debugger_expression.h"
+#include "kit/debugger_names.h"
+#include "kit/module_memory.h"
 #include "vm/opcodes.h"
 
 namespace {
@@ -26,12 +26,8 @@ constinit u32 until = 0;
 constinit u32 wantedSP = 0;
 constinit u32 wantedDepth = 0;
 
-u32 Header(u32 offset) {
-    return LoadBytes<u32>(image + offset);
-}
-
 u32 InstructionWord() {
-    return Peek<u32>(Header(kHeaderPC)).value_or(0);
+    return Peek<u32>(HeaderLong(kHeaderPC)).value_or(0);
 }
 
 bool IsSingle(u32 w, Single single) {
@@ -43,20 +39,20 @@ bool IsSingle(u32 w, Single single) {
 void PlanStepOver() {
     const u32 w = InstructionWord();
     const bool call = IsSingle(w, Single::Call) || IsSingle(w, Single::Callr);
-    wantedSP = call ? Header(kHeaderSP) : 0;
+    wantedSP = call ? HeaderLong(kHeaderSP) : 0;
     wantedDepth = depth;
 }
 
 bool HasComeBack() {
     if (depth != wantedDepth) return depth < wantedDepth;
-    return first || Header(kHeaderSP) >= wantedSP;
+    return first || HeaderLong(kHeaderSP) >= wantedSP;
 }
 
 bool IsStepDone() {
     switch (way) {
         case Way::Free: return false;
         case Way::Step: return --stepsLeft == 0;
-        case Way::Until: return Header(kHeaderPC) == until;
+        case Way::Until: return HeaderLong(kHeaderPC) == until;
         case Way::Out: return HasComeBack();
         case Way::Over: break;
     }
@@ -68,9 +64,9 @@ bool IsStepDone() {
 
 bool IsMet(const StopPoint& point, const std::optional<u32>& service) {
     switch (point.kind) {
-        case StopKind::Address: return Header(kHeaderPC) == point.value;
+        case StopKind::Address: return HeaderLong(kHeaderPC) == point.value;
         case StopKind::Message:
-            return first && Peek<u32>(Header(kHeaderSP) + kMessageArgument) == point.value;
+            return first && Peek<u32>(HeaderLong(kHeaderSP) + kMessageArgument) == point.value;
         case StopKind::AnyMessage: return first;
         case StopKind::Service: return service == point.value;
         case StopKind::Group: return service.has_value() && *service >> 8 == point.value;
@@ -141,12 +137,9 @@ void RenewWatchpoints() {
 
 std::string DescribeStopPoint(const StopPoint& point) {
     std::string what;
-    const std::string name = MessageName(point.value);
     switch (point.kind) {
         case StopKind::Address: what = "at " + Place(point.value); break;
-        case StopKind::Message:
-            what = FormatText("message %u%s%s", point.value, name.empty() ? "" : " ", name.c_str());
-            break;
+        case StopKind::Message: what = MessageWithName(point.value); break;
         case StopKind::AnyMessage: what = "every message"; break;
         case StopKind::Service: what = FormatText("sys 0x%4.4X", point.value); break;
         case StopKind::Group: what = FormatText("group %u", point.value); break;
@@ -160,8 +153,8 @@ std::string DescribeStopPoint(const StopPoint& point) {
 }
 
 Frame CurrentFrame() {
-    if (IsSingle(InstructionWord(), Single::Link)) return {Header(kHeaderSP), 0, false};
-    const u32 fp = Header(kHeaderFP);
+    if (IsSingle(InstructionWord(), Single::Link)) return {HeaderLong(kHeaderSP), 0, false};
+    const u32 fp = HeaderLong(kHeaderFP);
     return {fp + 4, Peek<u32>(fp).value_or(0), true};
 }
 
@@ -221,7 +214,7 @@ bool IsFirstOfMessage() {
 
 std::optional<u32> ServiceCommand() {
     if (!IsSingle(InstructionWord(), Single::Sys)) return std::nullopt;
-    return Peek<u32>(Header(kHeaderR15));
+    return Peek<u32>(HeaderLong(kHeaderR15));
 }
 
 u32 MessageDepth() {

@@ -1,5 +1,5 @@
 #pragma once
-// Names for the debugger: those of a symbol file, of the messages and of the module's header.
+// Names for the debugger: those of the symbol file, of the messages and of the module's header.
 
 #include <optional>
 #include <string>
@@ -7,19 +7,12 @@
 
 #include "vm/disassemble.h"
 
-// Reads a symbol file of mxasm in place of the names so far. Returns what is wrong, or "" ; after a
-// failure the names so far stay.
-std::string ReadSymbols(const std::string& path);
-
-// The names that have been read.
-size_t SymbolCount();
-
 // The value of a name: a symbol or a constant of the file, a message (MSG_TICK) or a place in the
 // header (HDR_RESULT).
 std::optional<u32> ValueOfName(std::string_view name);
 
-// "MSG_TICK"; "" for a number that has no name.
-std::string MessageName(u32 command);
+// "message 11 MSG_TICK", or the number alone.
+std::string MessageWithName(u32 command);
 
 // A message in words: "message 11 MSG_TICK: 0x0, 0x0, 0x0".
 std::string DescribeMessage(u32 command, u32 p1, u32 p2, u32 p3);

@@ -24,17 +24,13 @@ struct Workplace {
     std::string out = folder.path + "/out";
 
     Workplace() {
-        fs::create_directories(game);
-        const AssembleResult assembled = Assemble(R"(
+        WriteGame(game, R"(
         .stack 4096
         .heap 4096
         .code
         LINK 0, 0
         RETURN 0
-)",
-                                                  "quiet.mxs");
-        WriteTextFile(game + "/MAIN.MX",
-                      std::string(assembled.bytes.begin(), assembled.bytes.end()));
+)");
     }
     ProgramResult Ship(const std::string& first, const std::string& second) const {
         return RunProgram("moxi", {"--bundle", first, second}, folder.path);

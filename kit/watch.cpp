@@ -1,4 +1,4 @@
-#include "app/watch.h"
+#include "kit/watch.h"
 
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -12,9 +12,9 @@
 #include <fstream>
 #include <string>
 
-#include "app/bundle.h"
 #include "base/bytes.h"
 #include "base/log.h"
+#include "host/bundle.h"
 #include "vm/machine.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/debugged.h"
+#include "tests/kit/debugged.h"
 
 namespace {
 

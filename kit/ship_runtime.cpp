@@ -1,4 +1,4 @@
-#include "app/ship_runtime.h"
+#include "kit/ship_runtime.h"
 
 #include <elf.h>
 #include <fontconfig/fontconfig.h>

@@ -1,15 +1,15 @@
-#include "app/debugger_blocks.h"
+#include "kit/debugger_blocks.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "app/debugger_memory.h"
-#include "app/debugger_symbols.h"
-#include "app/debugger_terminal.h"
 #include "base/log.h"
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/queue.h"
+#include "kit/debugger_names.h"
+#include "kit/debugger_terminal.h"
+#include "kit/module_memory.h"
 #include "vm/heap.h"
 
 namespace {
@@ -67,24 +67,9 @@ void ShowTotals() {
 
 // --- Bitmaps
 
-Selection OfHostBitmap(u32 handle, const HostBitmap& bitmap) {
-    Selection selection = {};
-    selection.handle = handle;
-    selection.host = true;
-    selection.pixels = bitmap.pixels;
-    selection.width = static_cast<i32>(bitmap.width);
-    selection.height = static_cast<i32>(bitmap.height);
-    selection.stride = static_cast<i32>(bitmap.stride);
-    selection.clipX = bitmap.clipX;
-    selection.clipY = bitmap.clipY;
-    selection.clipWidth = bitmap.clipWidth;
-    selection.clipHeight = bitmap.clipHeight;
-    return selection;
-}
-
 bool FindBitmap(u32 handle, Selection& selection) {
     if (handle == kScreenBitmap || handle == kTextBitmap) {
-        selection = OfHostBitmap(handle, handle == kScreenBitmap ? screenBitmap : textBitmap);
+        selection = PeekHostBitmap(handle);
         return selection.pixels != nullptr;
     }
     return handle < kHeapHandles && heapPtrs[handle].list >= HeapList::Allocated &&

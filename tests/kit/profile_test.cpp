@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "app/call_names.h"
-#include "app/symbols.h"
 #include "tests/support/headless_run.h"
 
 namespace {
@@ -94,11 +92,7 @@ struct Profile {
 
 Profile MakeProfile(const std::string& source, const std::string& symbols, bool withSymbols) {
     const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.path + "/game");
-    const AssembleResult assembled = Assemble(source, "test.mxs");
-    EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
-    WriteTextFile(folder.path + "/game/MAIN.MX",
-                  std::string(assembled.bytes.begin(), assembled.bytes.end()));
+    const AssembleResult assembled = WriteGame(folder.path + "/game", source);
     if (withSymbols) {
         WriteTextFile(folder.path + "/game/MAIN.SYM",
                       symbols.empty() ? FormatSymbols(assembled) : symbols);
@@ -192,7 +186,7 @@ broken: LINK    0, 0
 TEST(Profile, ABrokenSymbolFileIsOneLogLine) {
     const Profile profile = MakeProfile(kModule, "00000200 code start\nnonsense\n", true);
     EXPECT_EQ(profile.run.status, 0);
-    EXPECT_NE(profile.run.errors.find("/MAIN.SYM:2: no line of a symbol file\n"),
+    EXPECT_NE(profile.run.errors.find("/MAIN.SYM: line 2 is no line of a symbol file\n"),
               std::string::npos);
     EXPECT_GT(profile.Field("entry", 0), 0u);
 }
@@ -204,44 +198,6 @@ TEST(Profile, AFileThatCannotBeWrittenIsRefused) {
         RunProgram("moxi", {"--headless", "--profile", "no/file", "game"}, folder.path);
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.errors, "moxi: no/file: cannot be written\n");
-}
-
-TEST(Symbols, AnAddressBelongsToTheFunctionBeforeIt) {
-    const TemporaryFolder folder;
-    const std::string path = folder.path + "/MAIN.SYM";
-    WriteTextFile(path,
-                  "00000005 const five\n00000200 code start\n00000210 code start@loop\n"
-                  "00000220 code draw\n00000230 data table\n0000000100000000 const wide\n");
-    ASSERT_EQ(LoadSymbols(path), "");
-    EXPECT_EQ(SymbolAt(0x1FF), nullptr);
-    EXPECT_EQ(SymbolAt(0x200)->name, "start");
-    EXPECT_EQ(SymbolAt(0x21C)->name, "start");
-    EXPECT_EQ(NextSymbolAddress(0x21C), 0x220u);
-    EXPECT_EQ(SymbolAt(0x22F)->name, "draw");
-    EXPECT_EQ(SymbolAt(0x230), nullptr);
-    EXPECT_EQ(LoadSymbols(folder.path + "/none"), folder.path + "/none: cannot be read");
-}
-
-TEST(CallNames, ServicesAreCalledAsInTheDocumentation) {
-    const std::string docs = std::string(MOXI_SOURCE_DIR) + "/docs/";
-    const std::regex row("\\| *`0x([0-9A-F]{4})` ([^|]+[^| ]) *\\|.*");
-    int rows = 0;
-    for (const char* const page : {"system-services.md", "services-graphics.md",
-                                   "services-text-images.md", "services-host.md"}) {
-        std::istringstream lines(ReadTextFile(docs + page));
-        for (std::string line; std::getline(lines, line);) {
-            std::smatch parts;
-            if (!std::regex_match(line, parts, row)) continue;
-            rows += 1;
-            EXPECT_EQ(ServiceName(static_cast<u32>(std::stoul(parts[1].str(), nullptr, 16))),
-                      parts[2].str());
-        }
-    }
-    EXPECT_GT(rows, 80);
-    EXPECT_EQ(ServiceName(0x0604), "length of a sound");
-    EXPECT_EQ(ServiceName(0x0F00), "");
-    EXPECT_EQ(MessageName(16), "MSG_PRESENTED");
-    EXPECT_EQ(MessageName(5), "");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "base/log.h"
-#include "tests/support/debugged.h"
+#include "tests/kit/debugged.h"
 #include "tests/support/picture.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "app/bundle.h"
+#include "host/bundle.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "app/ship.h"
+#include "kit/ship.h"
 
 #include <unistd.h>
 
@@ -9,11 +9,10 @@
 #include <pugixml.hpp>
 #include <vector>
 
-#include "app/bundle.h"
-#include "app/ship_runtime.h"
 #include "desktop/folders.h"
-#include "desktop/synth/synth.h"
+#include "host/bundle.h"
 #include "host/plist.h"
+#include "kit/ship_runtime.h"
 
 namespace fs = std::filesystem;
 
@@ -169,19 +168,19 @@ std::string WriteLauncher(const fs::path& folder) {
     return "";
 }
 
-std::string CopyResources(const fs::path& share) {
+std::string CopyResources(const fs::path& share, const std::vector<std::string>& soundFonts) {
     for (const char* const name : {"MainMenu.plist", "moxi.svg"}) {
         std::string problem = CopyOneFile(OwnResource(name), share / name);
         if (!problem.empty()) return problem;
     }
     // Without a SoundFont a game is played without music, here as there.
-    for (const std::string& soundFont : SoundFontCandidates("")) {
+    for (const std::string& soundFont : soundFonts) {
         if (CopyOneFile(soundFont, share / "soundfont.sf2").empty()) break;
     }
     return CopyFonts(share / "fonts");
 }
 
-std::string FillFolder(const fs::path& folder) {
+std::string FillFolder(const fs::path& folder, const std::vector<std::string>& soundFonts) {
     const fs::path share = folder / "share" / "moxi";
     std::error_code error;
     fs::create_directories(share / "fonts", error);
@@ -190,14 +189,14 @@ std::string FillFolder(const fs::path& folder) {
     std::string problem = CopyFolder(folders.resources, folder / "Resources", FoldersOf(folder));
     if (problem.empty()) problem = WriteInformation(folder / "Info.plist");
     if (problem.empty()) problem = CopyProgram(folder / "moxi", folder / "lib" / "moxi");
-    if (problem.empty()) problem = CopyResources(share);
+    if (problem.empty()) problem = CopyResources(share, soundFonts);
     if (problem.empty()) problem = WriteLauncher(folder);
     return problem;
 }
 
 }  // namespace
 
-ShipResult ShipGame(std::string out, std::string game) {
+ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts) {
     if (!HoldsGame(game) && HoldsGame(out)) std::swap(out, game);
     if (const std::string problem = FindGame(game); !problem.empty()) return {kUnusable, problem};
     if (!HoldsGame(game)) return {kUnusable, game + ": there is no MAIN.MX in it"};
@@ -216,7 +215,7 @@ ShipResult ShipGame(std::string out, std::string game) {
     if (!fs::create_directory(unfinished, error)) {
         return {kFailed, out + ": " + (error ? error.message() : "cannot be made")};
     }
-    std::string problem = FillFolder(unfinished);
+    std::string problem = FillFolder(unfinished, soundFonts);
     if (problem.empty()) {
         fs::rename(unfinished, folder, error);
         if (!error) return {};

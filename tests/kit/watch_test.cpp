@@ -2,7 +2,6 @@
 // than anybody waits, so they go on until they are asked to end.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,10 +70,9 @@ struct WatchedGame {
     }
     int End() {
         kill(process, SIGTERM);
-        int status = 0;
-        waitpid(process, &status, 0);
+        const int status = ExitStatusOf(process);
         process = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        return status;
     }
 };
 

@@ -1,4 +1,4 @@
-#include "app/debugger_terminal.h"
+#include "kit/debugger_terminal.h"
 
 #include <poll.h>
 #include <unistd.h>

@@ -1,14 +1,13 @@
-#include "app/debugger_inspect.h"
+#include "kit/debugger_inspect.h"
 
 #include <algorithm>
 #include <bit>
 
-#include "app/debugger_memory.h"
-#include "app/debugger_stops.h"
-#include "app/debugger_symbols.h"
-#include "app/debugger_terminal.h"
-#include "app/trace.h"
 #include "base/log.h"
+#include "kit/debugger_names.h"
+#include "kit/debugger_stops.h"
+#include "kit/debugger_terminal.h"
+#include "kit/module_memory.h"
 
 namespace {
 
@@ -17,17 +16,13 @@ constexpr u32 kMostText = 1024;
 constexpr u32 kMessageArguments = 16;
 constexpr u32 kRowBytes = 16;
 
-u32 Header(u32 offset) {
-    return LoadBytes<u32>(image + offset);
-}
-
 DisassembledInstruction InstructionAt(u32 address) {
     return DisassembleAt({image, imageSize}, address, InstructionNames());
 }
 
 // Columns of the mnemonic as the disassembler sets them, and what the service is for SYS.
 std::string NextInstruction() {
-    std::string text = InstructionAt(Header(kHeaderPC)).text;
+    std::string text = InstructionAt(HeaderLong(kHeaderPC)).text;
     const std::optional<u32> service = ServiceCommand();
     if (service) text += FormatText("  ; service 0x%4.4X", *service);
     return text;
@@ -98,10 +93,10 @@ std::string Characters(const u8* bytes, u32 count) {
 }  // namespace
 
 void ShowLocation() {
-    const u32 pc = Header(kHeaderPC);
+    const u32 pc = HeaderLong(kHeaderPC);
     if (pc == 0) return Say("=> the message has been run");
     if (IsFirstOfMessage()) {
-        const u32 at = Header(kHeaderSP) + 8;
+        const u32 at = HeaderLong(kHeaderSP) + 8;
         const std::string nested = MessageDepth() > 1 ? ", within another message" : "";
         Say(Arguments(at, kMessageArguments, true) + nested);
     }
@@ -121,8 +116,9 @@ void ShowRegisters() {
             row += "  ";
         }
     }
-    Say("PC  " + Place(Header(kHeaderPC)) +
-        FormatText("  SP  %8.8X  FP  %8.8X  flags  ", Header(kHeaderSP), Header(kHeaderFP)) +
+    Say("PC  " + Place(HeaderLong(kHeaderPC)) +
+        FormatText("  SP  %8.8X  FP  %8.8X  flags  ", HeaderLong(kHeaderSP),
+                   HeaderLong(kHeaderFP)) +
         FlagNames(image[kHeaderFlags]));
 }
 
@@ -138,14 +134,14 @@ void ShowRegister(u32 place) {
 
 void ShowFrames(u32 count) {
     Frame frame = CurrentFrame();
-    u32 pc = Header(kHeaderPC);
+    u32 pc = HeaderLong(kHeaderPC);
     if (pc == 0) return Say("no function runs");
     u32 fp = frame.linked ? frame.at - 4 : 0;
     for (u32 number = 0; number < count; ++number) {
         u32 caller = 0;
         if (!ShowFrame(number, pc, frame, caller)) return;
         // The stack grows downwards, so frames further out lie higher.
-        const u32 next = frame.linked ? frame.callersFP : Header(kHeaderFP);
+        const u32 next = frame.linked ? frame.callersFP : HeaderLong(kHeaderFP);
         if (next <= fp) {
             Say(FormatText("the chain of frames is broken: 0x%8.8X follows 0x%8.8X", next, fp));
             return;
@@ -211,7 +207,7 @@ void ShowInstructions(u32 address, u32 count) {
         const std::string labels = LabelAt(address);
         if (!labels.empty()) Say(labels);
         const char* mark = IsBreakpointAt(address) ? " * " : "   ";
-        if (address == Header(kHeaderPC)) mark = "=> ";
+        if (address == HeaderLong(kHeaderPC)) mark = "=> ";
         Say(mark + FormatText("%8.8X  ", address) + line.text);
         if (line.length == 0) return;
         address += line.length;

@@ -1,6 +1,7 @@
 #pragma once
-// What services and messages are called, for tables that people read.
+// What services and messages are called, for those who read about them.
 
+#include <optional>
 #include <string_view>
 
 #include "base/types.h"
@@ -11,3 +12,6 @@ std::string_view ServiceName(u32 command);
 
 // "MSG_TICK"; "" for a number without a name.
 std::string_view MessageName(u32 command);
+
+// The message of such a name.
+std::optional<u32> MessageOfName(std::string_view name);

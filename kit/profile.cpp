@@ -1,4 +1,4 @@
-#include "app/profile.h"
+#include "kit/profile.h"
 
 #include <algorithm>
 #include <chrono>
@@ -8,10 +8,11 @@
 #include <optional>
 #include <vector>
 
-#include "app/call_names.h"
-#include "app/call_tree.h"
-#include "app/symbols.h"
 #include "base/log.h"
+#include "kit/call_names.h"
+#include "kit/call_tree.h"
+#include "kit/module_memory.h"
+#include "kit/symbols.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/opcodes.h"
@@ -79,7 +80,7 @@ nanoseconds inInterpreter{};
 bool IsMessageFrame(u32 at) {
     if (at != kEntryPoint) return false;
     const u32 sp = Load<u32>(kHeaderSP);
-    return u64{sp} + 12 <= imageSize && Load<u32>(sp) == 0 && Load<u32>(sp + 4) == kArgumentBytes;
+    return InImage(sp, 12) && Load<u32>(sp) == 0 && Load<u32>(sp + 4) == kArgumentBytes;
 }
 
 void StartRun() {
@@ -113,16 +114,15 @@ void DropReturnedFrames(Run& run) {
 // function as if it had been called.
 void FindLeaf(Run& run, u32 at) {
     const u32 node = run.frames.back().node;
-    const ModuleSymbol* const symbol = SymbolAt(at);
+    const FunctionSymbol* const symbol = FunctionSymbolAt(at);
     const u32 function = symbol == nullptr ? callNodes[node].function : FunctionAt(at);
     run.leaf = function == callNodes[node].function ? node : CallNodeFor(node, function);
     run.rangeStart = at;
-    run.rangeEnd = NextSymbolAddress(at);
+    run.rangeEnd = NextFunctionSymbol(at);
 }
 
 u32 CommandAtHand() {
-    const u32 block = Load<u32>(kHeaderR15);
-    return u64{block} + 4 <= imageSize ? Load<u32>(block) : kNoCommand;
+    return Peek<u32>(Load<u32>(kHeaderR15)).value_or(kNoCommand);
 }
 
 void BeforeInstruction(u32 at) {
@@ -153,7 +153,7 @@ void BeforeInstruction(u32 at) {
 void PushFrame(Run& run) {
     const u32 target = Load<u32>(kHeaderPC);
     const u32 function = FunctionAt(target);
-    const ModuleSymbol* const symbol = SymbolAt(target);
+    const FunctionSymbol* const symbol = FunctionSymbolAt(target);
     u32 node = run.leaf;
     // A part of the same function that is called by a local label stays a part of it.
     if (symbol == nullptr || symbol->address == target || function != callNodes[node].function) {

@@ -1,11 +1,11 @@
-#include "app/call_tree.h"
+#include "kit/call_tree.h"
 
 #include <algorithm>
 #include <map>
 #include <unordered_map>
 
-#include "app/symbols.h"
 #include "base/log.h"
+#include "kit/symbols.h"
 #include "vm/machine.h"
 
 std::vector<CallNode> callNodes;
@@ -56,7 +56,7 @@ std::string Way(u32 node) {
 }  // namespace
 
 u32 FunctionAt(u32 address) {
-    const ModuleSymbol* const symbol = SymbolAt(address);
+    const FunctionSymbol* const symbol = FunctionSymbolAt(address);
     const u32 entry = symbol != nullptr ? symbol->address : address;
     const auto [place, isNew] =
         functionsByAddress.emplace(entry, static_cast<u32>(profiledFunctions.size()));

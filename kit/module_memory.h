@@ -1,6 +1,6 @@
 #pragma once
-// The module's memory as the debugger reaches it: what leaves the image is refused and never a
-// fault.
+// The module's memory as the debugger and the profile reach it: what leaves the image is refused
+// and never a fault.
 
 #include <optional>
 
@@ -16,6 +16,10 @@ template <class T>
 std::optional<T> Peek(u32 address) {
     if (!InImage(address, sizeof(T))) return std::nullopt;
     return LoadBytes<T>(image + address);
+}
+
+inline u32 HeaderLong(u32 offset) {
+    return LoadBytes<u32>(image + offset);
 }
 
 // Writes a T; false where it would leave the image.

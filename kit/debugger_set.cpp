@@ -1,14 +1,14 @@
-#include "app/debugger_set.h"
+#include "kit/debugger_set.h"
 
 #include <bit>
 #include <charconv>
 #include <cstdlib>
 #include <vector>
 
-#include "app/debugger_expression.h"
-#include "app/debugger_inspect.h"
-#include "app/debugger_memory.h"
 #include "base/log.h"
+#include "kit/debugger_expression.h"
+#include "kit/debugger_inspect.h"
+#include "kit/module_memory.h"
 #include "tools/source.h"
 
 namespace {
