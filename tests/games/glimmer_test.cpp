@@ -224,6 +224,18 @@ TEST_F(GlimmerRules, OptionsAreKeptForTheNextRun) {
     EXPECT_EQ(read.TextAt("label_music"), "Music: off");
 }
 
+TEST_F(GlimmerRules, OptionsThatTheSettingsDoNotNameAreAsAlways) {
+    GameRun run = RunOf(Events().Wait(50));
+    run.data = {{kSettings, "[0x00000000=Options]\nSounds= 0\n"}};
+    const GameResult result = PlayGame(run);
+    EXPECT_EQ(result.LongAt("option_music"), 1u);
+    EXPECT_EQ(result.LongAt("option_sounds"), 0u);
+    EXPECT_EQ(result.LongAt("option_map"), 1u);
+    EXPECT_EQ(result.LongAt("option_full"), 0u);
+    EXPECT_EQ(result.LongAt("option_difficulty"), 1u);
+    EXPECT_EQ(result.TextAt("player_name"), "Firefly");
+}
+
 TEST_F(GlimmerRules, FullScreenIsKeptForTheNextRun) {
     const GameResult switched =
         PlayGame(Events().Down(2).Return().Down(4).Return().Wait(200).Escape());
