@@ -225,7 +225,7 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return std::min(EarliestDeadline(), NextSettling());
+    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(), NextSettling());
 }
 
 void RunEventLoop() {
@@ -246,7 +246,9 @@ void RunEventLoop() {
         for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
         ServeRedraw();
         ShowNewPixels();
-        FireDueTimer(Nanoseconds);
+        // Timers stand still while the user drags the border: a module's ticks, which nobody takes
+        // from the queue meanwhile, would fill it before the new size, and in the end keep that out.
+        if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
     }
 }
 

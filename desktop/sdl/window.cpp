@@ -287,6 +287,10 @@ static void LookAtWindow(u64 now) {
     TellChange(change);
 }
 
+bool IsInLiveResize() {
+    return liveResize;
+}
+
 void SettleWindow() {
     if (window == nullptr) return;
     const u64 now = Nanoseconds();

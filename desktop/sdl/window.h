@@ -15,6 +15,8 @@ WindowFrame GameWindowFrame();
 void SetGameWindowFrame(WindowFrame frame);
 ViewSize CurrentViewSize();
 bool IsFullScreen();
+// Between windowWillStartLiveResize and windowDidEndLiveResize.
+bool IsInLiveResize();
 void ToggleFullScreen();
 
 SDL_Window* GameWindow();  // null before it is made and after it has been closed

@@ -275,6 +275,8 @@ TEST_F(X11, ADraggedBorderIsALiveResize) {
     const int start = probe.WaitFor("live-start");
     ASSERT_GE(start, 0);
     EXPECT_LT(start, probe.WaitFor("frame"));
+    // The timer of 5 ms stands still meanwhile.
+    EXPECT_GE(probe.WaitFor("live-ticks 0"), 0);
 }
 
 TEST_F(X11, TheCloseButtonAsksAndMayBeRefused) {

@@ -75,6 +75,10 @@ struct Events {
         for (; times > 0; --times) Press("7D", "\\x1F");
         return *this;
     }
+    Events& Up(int times = 1) {
+        for (; times > 0; --times) Press("7E", "\\x1E");
+        return *this;
+    }
     Events& Backspace(int times) {
         for (; times > 0; --times) Press("33", "\\x7F");
         return *this;

@@ -80,9 +80,9 @@ class GlimmerRules : public testing::Test {
 TEST(Glimmer, EveryScreenIsReachedAndLeftByKeys) {
     Events events;
     events.Note().Down().Return().Note().Return().Note();                    // high scores and back
-    events.Down(2).Return().Note().Escape().Note();                          // options
-    events.Down(3).Return().Note().Escape().Note();                          // how to play
-    events.Return().Note();                                                  // a new run
+    events.Down().Return().Note().Escape().Note();                           // options
+    events.Down().Return().Note().Escape().Note();                           // how to play
+    events.Up(3).Return().Note();                                            // a new run
     events.Escape().Note().Down().Return().Note();                           // pause, options
     events.Down(5).Return().Note().Escape().Note();                          // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
@@ -247,6 +247,24 @@ TEST_F(GlimmerRules, FullScreenIsKeptForTheNextRun) {
     EXPECT_EQ(PlayGame(next).LongAt("view_width"), 640u);
 }
 
+TEST_F(GlimmerRules, AMenuComesBackWithTheButtonThatWasPressed) {
+    Events events;
+    events.Down(3).Return().Escape();  // how to play
+    EXPECT_EQ(PlayGame(events).LongAt("menu_pick"), 3u);
+    EXPECT_EQ(PlayGame(events.Up(3).Return().Escape()).LongAt("menu_pick"), 0u);  // pause
+}
+
+TEST_F(GlimmerRules, LeftAndRightSwitchOptionsButDoNotLeave) {
+    Events events;
+    events.Down(2).Return();                                // options
+    events.Press("7B", "\x1C").Down().Press("7C", "\x1D");  // music, sounds
+    events.Down(4).Press("7C", "\x1D");                     // back
+    const GameResult result = PlayGame(events);
+    EXPECT_EQ(result.LongAt("scene"), Options);
+    EXPECT_EQ(result.LongAt("option_music"), 0u);
+    EXPECT_EQ(result.LongAt("option_sounds"), 0u);
+}
+
 TEST(Glimmer, BrokenSettingsDoNoHarm) {
     std::mt19937 random(1);
     std::string noise(4000, '\0');
@@ -266,8 +284,8 @@ TEST(Glimmer, BrokenSettingsDoNoHarm) {
         Events events;
         events.Press("67", "\xEF\x9C\x8E").Press("67", "\xEF\x9C\x8E");  // F11
         events.Down().Return().Note().Escape();                          // high scores
-        events.Down(2).Return().Note().Escape();                         // options
-        events.Return().Wait(200).Note().Line("close");
+        events.Down().Return().Note().Escape();                          // options
+        events.Up(2).Return().Wait(200).Note().Line("close");
         GameRun run = RunOf(events);
         run.data = {{kSettings, file}};
         const GameResult result = PlayGame(run, kClosed);
@@ -334,7 +352,7 @@ TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
     EXPECT_EQ(HighScores(PlayGame(RunOf(over.Note().Line("close")), kClosed)), once);
     const GameResult named = PlayGame(RunOf(name.Line("close")), kClosed);
     EXPECT_EQ(named.Notes(), std::vector<u32>{Name});
-    EXPECT_EQ(HighScores(named), (Places{{700, "Fireflys"}}));
+    EXPECT_EQ(HighScores(named), (Places{{700, "s"}}));
     EXPECT_EQ(Setting(named, "1").substr(0, 6), "700 1 ");
     EXPECT_EQ(Setting(named, "2"), "no line");
 }
@@ -533,8 +551,8 @@ TEST_F(GlimmerRules, EachStartRollsAnotherSeed) {
 
 TEST_F(GlimmerRules, TheMusicFollowsTheGame) {
     Events events;
-    events.Note().Down().Return().Note().Escape();  // title, high scores
-    events.Return().Note().Poke("intro_steps", 0);  // the first night
+    events.Note().Down().Return().Note().Escape();       // title, high scores
+    events.Up().Return().Note().Poke("intro_steps", 0);  // the first night
     for (const u32 glow : {700u, 1400u, 1600u}) events.Poke("glow", glow).Wait(50).Note();
     events.Poke("leaving_steps", 1).Wait(50).Note();  // dawn
     events.Return().Return().Note();                  // the second night

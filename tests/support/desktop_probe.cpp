@@ -88,11 +88,13 @@ static void DrawScene(ViewRect rect) {
     desktop.presentView({scene.data(), sceneWidth, sceneHeight}, rect);
 }
 
+static int ticks = 0;
+static int ticksBefore = 0;  // a live resize
+
 static void Launch() {
     desktop.setWindowTitle("Probe");
     desktop.createWindow({100, 100, 1000, 600});
     desktop.showWindow();
-    static int ticks = 0;
     desktop.startTimer(5000, [] { ++ticks; });
     ProbeLog("launched");
     if (launchAction) launchAction();
@@ -126,8 +128,14 @@ static void FillEvents() {
     desktopEvents.windowDidEnterFullScreen = [] { ProbeLog("did-enter"); };
     desktopEvents.windowWillExitFullScreen = [] { ProbeLog("will-exit"); };
     desktopEvents.windowDidExitFullScreen = [] { ProbeLog("did-exit"); };
-    desktopEvents.windowWillStartLiveResize = [] { ProbeLog("live-start"); };
-    desktopEvents.windowDidEndLiveResize = [] { ProbeLog("live-end"); };
+    desktopEvents.windowWillStartLiveResize = [] {
+        ticksBefore = ticks;
+        ProbeLog("live-start");
+    };
+    desktopEvents.windowDidEndLiveResize = [] {
+        ProbeLog("live-ticks " + std::to_string(ticks - ticksBefore));
+        ProbeLog("live-end");
+    };
     desktopEvents.viewFrameDidChange = [] { LogSize("frame"); };
     desktopEvents.drawRect = [](ViewRect rect) {
         ProbeLog("draw" + Numbers({rect.x, rect.y, rect.width, rect.height}));
