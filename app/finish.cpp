@@ -53,7 +53,9 @@ void WriteDumps() {
 }  // namespace
 
 void WriteDumpsOfForcedEnd() {
-    if (!finishing.exchange(true) && moduleStarted > 0) WriteDumps();
+    if (finishing.exchange(true)) return;
+    CloseProfileOfBusyModule();
+    if (moduleStarted > 0) WriteDumps();
 }
 
 void PrepareFinish(const Options& options) {

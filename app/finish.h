@@ -10,5 +10,6 @@ void PrepareFinish(const Options& options);
 // every path that ends a run; does not return.
 void Finish(int status);
 
-// Writes the dumps while the module is still busy and the process is ended from another thread.
+// Writes profile and dumps while the module is still busy and the process is ended from another
+// thread.
 void WriteDumpsOfForcedEnd();

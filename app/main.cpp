@@ -184,6 +184,7 @@ int main(int argc, char** argv) {
     LoadInterfaceFile();
     moxiAppDelegate::init();
     EnterSandbox(options);
+    StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();
     EndProcess(0);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,13 +24,15 @@ const OutputFiles directFiles = outputFiles;
 
 // --- The helper
 
-bool IsPermitted(const OutputPlaces& places, const std::string& path) {
-    if (std::find(places.files.begin(), places.files.end(), path) != places.files.end()) {
-        return true;
-    }
+bool IsPicture(const OutputPlaces& places, const std::string& path) {
     const std::string folder = places.picturesFolder + "/";
     return !places.picturesFolder.empty() && path.rfind(folder, 0) == 0 &&
            path.find('/', folder.size()) == std::string::npos;
+}
+
+bool IsPermitted(const OutputPlaces& places, const std::string& path) {
+    return std::find(places.files.begin(), places.files.end(), path) != places.files.end() ||
+           IsPicture(places, path);
 }
 
 // The answer to a request: its error number, and with it the open file.
@@ -57,6 +60,8 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     if (request[0] == kRemove) {
         return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);
     }
+    // A new user has no pictures folder yet.
+    if (IsPicture(places, path)) mkdir(places.picturesFolder.c_str(), 0777);
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
     if (file >= 0) close(file);

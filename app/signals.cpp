@@ -1,9 +1,12 @@
 #include "app/signals.h"
 
+#include <semaphore.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <thread>
 
+#include "app/finish.h"
 #include "desktop/quit_request.h"
 #include "kit/debugger.h"
 
@@ -12,6 +15,7 @@ namespace {
 constinit unsigned answerSeconds = 0;
 constinit volatile std::sig_atomic_t firstSignal = 0;
 constinit bool interruptsStop = false;
+sem_t patienceIsOver;
 
 // --- Handlers: nothing here but what a signal handler may do.
 
@@ -26,7 +30,15 @@ void OnEndRequest(int signal) {
 
 void OnAlarm(int) {
     if (quitRequest == QuitRequest::None) return;  // it has been refused
-    raise(firstSignal);
+    sem_post(&patienceIsOver);
+}
+
+// A thread of its own, since a handler may write no files.
+void EndWhenPatienceIsOver() {
+    while (sem_wait(&patienceIsOver) != 0) {
+    }
+    WriteDumpsOfForcedEnd();
+    kill(getpid(), firstSignal);
 }
 
 void Handle(int signal, void (*handler)(int)) {
@@ -45,8 +57,15 @@ void HandleSignals(unsigned patience) {
     answerSeconds = patience;
     Handle(SIGTERM, OnEndRequest);
     Handle(SIGINT, OnEndRequest);
-    if (patience > 0) Handle(SIGALRM, OnAlarm);
+    if (patience > 0) {
+        sem_init(&patienceIsOver, 0, 0);
+        Handle(SIGALRM, OnAlarm);
+    }
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+void StartPatience() {
+    if (answerSeconds > 0) std::thread(EndWhenPatienceIsOver).detach();
 }
 
 void LetInterruptsStop() {

@@ -3,11 +3,15 @@
 
 // SIGTERM and SIGINT: the first asks the application to quit, as the menu's quit item does, and the
 // application may refuse; the next one ends the process at once. With `patience` (seconds, 0 for
-// none) the first ends it too when the application has not answered by then: without a window there
-// is nobody who could be offered to wait.
+// none) the first ends it too when the application has not answered by then, profile and dumps
+// written: without a window there is nobody who could be offered to wait.
 // SIGPIPE is ignored: a sound server or a terminal that goes away is no reason to end.
 // To be called once desktop and helper processes have been started.
 void HandleSignals(unsigned patience);
+
+// Starts the thread that ends the process then. To be called once the sandbox has been entered: it
+// holds for threads that begin later.
+void StartPatience();
 
 // With a debugger a SIGINT stops the module first: it makes a `stopRequest` (kit/debugger.h), and
 // only one that comes while there is one asks for the end.

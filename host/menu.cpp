@@ -1,6 +1,7 @@
 #include "host/menu.h"
 
 #include <cctype>
+#include <filesystem>
 #include <vector>
 
 #include "desktop/desktop.h"
@@ -25,6 +26,9 @@ void SaveScreenshot() {
         folders.pictures + "/" +
         FormatText("MOXI %s %4.4u-%2.2u-%2.2u %2.2u.%2.2u.%2.2u.png", folders.gameName.c_str(),
                    now.year, now.month, now.day, now.hour, now.minute, now.second);
+    // A new user has none yet; in the sandbox it is made by the helper that opens the file.
+    std::error_code error;
+    std::filesystem::create_directory(folders.pictures, error);
     SystemLog(WriteScreenshot(path) ? "screenshot: " + path : "screenshot: cannot write " + path);
 }
 

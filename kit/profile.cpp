@@ -1,11 +1,13 @@
 #include "kit/profile.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "base/log.h"
@@ -24,6 +26,7 @@ using std::chrono::nanoseconds;
 
 constexpr u32 kNoCommand = 0xFFFFFFFF;  // a parameter block outside the image
 constexpr u32 kArgumentBytes = 16;      // of a message
+constexpr u32 kLongestWaitMs = 1000;    // for a busy module's next instruction
 
 struct Service {
     u64 calls = 0;
@@ -65,6 +68,10 @@ std::FILE* tableFile = nullptr;
 std::FILE* foldedFile = nullptr;
 std::string tablePath;
 const InstructionTrace* otherTrace = nullptr;
+
+// From another thread, for a module that goes on and on.
+enum class CloseRequest { None, Made, Answered };
+constinit std::atomic<CloseRequest> closeRequest = CloseRequest::None;
 
 // More than one when a service delivers a message by itself.
 std::vector<Run> runs;
@@ -200,7 +207,16 @@ void AfterInstruction(u32 at) {
     }
 }
 
-constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
+// Between two instructions nothing is half done.
+void AfterInstructionOfAll(u32 at) {
+    AfterInstruction(at);
+    if (closeRequest == CloseRequest::Made) {
+        CloseProfile();
+        closeRequest = CloseRequest::Answered;
+    }
+}
+
+constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstructionOfAll};
 
 // --- The tables
 
@@ -322,4 +338,12 @@ void CloseProfile() {
     WriteFoldedStacks(foldedFile);
     Close(tableFile, tablePath);
     Close(foldedFile, tablePath + ".folded");
+}
+
+void CloseProfileOfBusyModule() {
+    if (tableFile == nullptr) return;
+    closeRequest = CloseRequest::Made;
+    for (u32 wait = 0; wait < kLongestWaitMs && closeRequest != CloseRequest::Answered; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }

@@ -15,3 +15,7 @@ void NameProfile();
 
 // Writes the files and stops counting; nothing when no profile is made.
 void CloseProfile();
+
+// The same from another thread, while the module is busy: at its next instruction, or not at all
+// when none comes within a second.
+void CloseProfileOfBusyModule();

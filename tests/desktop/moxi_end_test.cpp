@@ -172,9 +172,15 @@ TEST_F(MoxiWindow, HeadlessASignalEndsDrawingThatNeverEndsWithItsDumps) {
 
 TEST_F(MoxiWindow, HeadlessASignalThatABusyModuleDoesNotAnswerEndsItAfterAWhile) {
     WriteTextFile(folder.path + "/script", "10 key-down 0B \"b\"\n");
-    Launch({"--headless", "--script", folder.path + "/script"});
+    const std::string dump = folder.path + "/image";
+    const std::string profile = folder.path + "/profile";
+    Launch({"--headless", "--script", folder.path + "/script", "--dump-image", dump, "--profile",
+            profile});
     ASSERT_TRUE(WaitForMessage("c 42 1 0"));
     kill(process, SIGTERM);
     EXPECT_EQ(WaitForExit(), -SIGTERM);
+    EXPECT_NE(ReadTextFile(dump), "");
+    EXPECT_NE(ReadTextFile(profile).find(" instructions in "), std::string::npos);
+    EXPECT_NE(ReadTextFile(profile + ".folded"), "");
 }
 }  // namespace
