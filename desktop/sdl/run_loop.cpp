@@ -247,7 +247,8 @@ void RunEventLoop() {
         ServeRedraw();
         ShowNewPixels();
         // Timers stand still while the user drags the border: a module's ticks, which nobody takes
-        // from the queue meanwhile, would fill it before the new size, and in the end keep that out.
+        // from the queue meanwhile, would fill it before the new size, and in the end keep that
+        // out.
         if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
     }
 }
