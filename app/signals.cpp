@@ -9,6 +9,7 @@
 #include "app/finish.h"
 #include "desktop/quit_request.h"
 #include "kit/debugger.h"
+#include "vm/guard.h"
 
 namespace {
 
@@ -16,6 +17,9 @@ constinit unsigned answerSeconds = 0;
 constinit volatile std::sig_atomic_t firstSignal = 0;
 constinit bool interruptsStop = false;
 sem_t patienceIsOver;
+// The leak check at the end of a build with sanitizers cannot stop another thread in the sandbox,
+// and says so.
+constexpr bool kHasThread = !kCheckedAccess;
 
 // --- Handlers: nothing here but what a signal handler may do.
 
@@ -30,6 +34,7 @@ void OnEndRequest(int signal) {
 
 void OnAlarm(int) {
     if (quitRequest == QuitRequest::None) return;  // it has been refused
+    if (!kHasThread) raise(firstSignal);
     sem_post(&patienceIsOver);
 }
 
@@ -65,7 +70,7 @@ void HandleSignals(unsigned patience) {
 }
 
 void StartPatience() {
-    if (answerSeconds > 0) std::thread(EndWhenPatienceIsOver).detach();
+    if (kHasThread && answerSeconds > 0) std::thread(EndWhenPatienceIsOver).detach();
 }
 
 void LetInterruptsStop() {
