@@ -3,7 +3,9 @@
 #include <semaphore.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
+#include <system_error>
 #include <thread>
 
 #include "app/finish.h"
@@ -17,9 +19,7 @@ constinit unsigned answerSeconds = 0;
 constinit volatile std::sig_atomic_t firstSignal = 0;
 constinit bool interruptsStop = false;
 sem_t patienceIsOver;
-// The leak check at the end of a build with sanitizers cannot stop another thread in the sandbox,
-// and says so.
-constexpr bool kHasThread = !kCheckedAccess;
+constinit std::atomic<bool> threadWaits = false;
 
 // --- Handlers: nothing here but what a signal handler may do.
 
@@ -34,7 +34,7 @@ void OnEndRequest(int signal) {
 
 void OnAlarm(int) {
     if (quitRequest == QuitRequest::None) return;  // it has been refused
-    if (!kHasThread) raise(firstSignal);
+    if (!threadWaits) raise(firstSignal);
     sem_post(&patienceIsOver);
 }
 
@@ -70,7 +70,15 @@ void HandleSignals(unsigned patience) {
 }
 
 void StartPatience() {
-    if (kHasThread && answerSeconds > 0) std::thread(EndWhenPatienceIsOver).detach();
+    // The leak check at the end of a build with sanitizers cannot stop another thread in the
+    // sandbox, and says so.
+    if (answerSeconds == 0 || kCheckedAccess) return;
+    try {
+        std::thread(EndWhenPatienceIsOver).detach();
+        threadWaits = true;
+    } catch (const std::system_error&) {
+        // Without room for a thread the signal ends the process, and no dumps are written.
+    }
 }
 
 void LetInterruptsStop() {
