@@ -9,12 +9,8 @@
 
 namespace {
 
-double Descender(const TextFont* font) {
-    return -static_cast<double>(font->line.descent) / PANGO_SCALE;
-}
-
-TextSize Measure(TextFont* font, std::string_view text) {
-    return FindLabel(*font, text, false).size;
+double Measure(TextFont* font, std::string_view text) {
+    return FindLabel(*font, text, false).width;
 }
 
 TextFit Fit(TextFont* font, std::string_view text, double width) {
@@ -33,7 +29,7 @@ void StartPangoText() {
     textEngine = {
         .makeFont = NewTextFont,
         .releaseFont = DeleteTextFont,
-        .descender = Descender,
+        .line = [](const TextFont* font) { return font->line; },
         .measure = Measure,
         .fit = Fit,
         .draw = Draw,
