@@ -8,6 +8,7 @@ constexpr i64 kTabStop = i64{28} * PANGO_SCALE;
 constexpr std::string_view kNoRoom = "\xE2\x80\x8B";  // zero width space
 constexpr std::size_t kLongestPart = 32768;           // bytes
 constexpr std::size_t kPartsEnd = 4096;               // where a space is looked for
+constexpr std::size_t kMostMarksInPart = 1 << 20;     // bytes, where a letter has so many
 // HarfBuzz's time grows with the square of the marks on one letter, and beyond 32,767 it ends the
 // process. More than these are set as a run of their own.
 constexpr int kMostMarks = 64;
@@ -147,15 +148,13 @@ std::vector<const LineRun*> VisualOrder(const LineOfRuns& line) {
 std::string_view FirstPart(std::string_view text) {
     if (text.size() <= kLongestPart) return text;
     // Behind a space; else, as a mark belongs to its letter, before a character that is none.
-    const std::string_view part = text.substr(0, kLongestPart);
-    const std::size_t space = part.find_last_of(" \t");
+    const std::size_t space = text.substr(0, kLongestPart).find_last_of(" \t");
     if (space != std::string_view::npos && space > kLongestPart - kPartsEnd) {
         return text.substr(0, space + 1);
     }
-    const char* at = part.data() + part.size();
-    do {
-        at = g_utf8_prev_char(at);
-    } while (at > part.data() + kLongestPart - kPartsEnd &&
-             g_unichar_ismark(g_utf8_get_char(at)) != FALSE);
+    const char* at = text.data() + kLongestPart;
+    while ((static_cast<u8>(*at) & 0xC0) == 0x80) --at;
+    const char* const end = text.data() + std::min(text.size(), kMostMarksInPart);
+    while (at < end && g_unichar_ismark(g_utf8_get_char(at)) != FALSE) at = g_utf8_next_char(at);
     return text.substr(0, static_cast<std::size_t>(at - text.data()));
 }
