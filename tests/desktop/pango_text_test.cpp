@@ -311,8 +311,8 @@ TEST_F(PangoText, LongTextsThatAreSetInPartsMeasureAsInOne) {
 TEST_F(PangoText, PilesOfCombiningMarksAreSetHoweverHighTheyAre) {
     TextFont* const font = Font(kHelvetica, 20);
     const std::string marks = Repeated("\xCC\x81", 100000);
-    const double letters = textEngine.measure(font, "WW");
-    EXPECT_NEAR(textEngine.measure(font, "W" + marks + "W"), letters, 0.01);
+    // Two letters of 0.944 sizes, too far from each other to be kerned.
+    EXPECT_NEAR(textEngine.measure(font, "W" + marks + "W"), 37.76, 0.01);
     const TextPicture picture = textEngine.draw(font, "W" + marks, false, 100);
     ASSERT_NE(picture.coverage, nullptr);
     EXPECT_GE(picture.top, -8 * 20 - 1);
