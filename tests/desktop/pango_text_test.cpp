@@ -12,6 +12,7 @@
 
 #include "desktop/pango/pango_engine.h"
 #include "desktop/text_engine.h"
+#include "tests/support/colour_font.h"
 #include "tests/support/font_set.h"
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
@@ -399,6 +400,58 @@ TEST_F(PangoText, TheUnderlineLiesBelowTheBaselineUnderTheWholeWidth) {
     EXPECT_GE(fullRows.front(), 1);
     EXPECT_LE(fullRows.back(), 10);
     EXPECT_LE(fullRows.size(), 4U);
+}
+
+TEST_F(PangoText, AFontWithoutColoursGoesBeforeOneWithThem) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/colours.ttf", ColourFont());
+    // A star, a face and a heart that is asked for as an emoji.
+    for (const char* text : {"\xE2\x98\x85", "\xF0\x9F\x98\x80", "\xE2\x9D\xA4\xEF\xB8\x8F"}) {
+        Use({kUrwFonts, kDejaVuFonts});
+        const std::vector<u8> plain = Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400));
+        EXPECT_EQ(*std::max_element(plain.begin(), plain.end()), 255);
+        for (const std::string& colours : {folder.path, std::string(kEmojiFonts)}) {
+            Use({colours, kUrwFonts, kDejaVuFonts});
+            EXPECT_EQ(Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400)), plain) << text;
+        }
+    }
+}
+
+// White is 255 - 255 * 3 / 4 = 64, black 255.
+TEST_F(PangoText, AGlyphThatIsOnlyToBeHadInColoursIsDrawnFromThem) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/colours.ttf", ColourFont());
+    Use({folder.path, kUrwFonts});
+    TextFont* const font = Font(kHelvetica, 20);
+    EXPECT_DOUBLE_EQ(textEngine.measure(font, "\xF0\x9F\xAB\xA0"), 20);
+    const TextPicture picture = textEngine.draw(font, "\xF0\x9F\xAB\xA0", false, 400);
+    ASSERT_EQ(picture.width, 20);
+    ASSERT_EQ(picture.height, 20);
+    EXPECT_EQ(picture.left, 0);
+    EXPECT_EQ(picture.top, -20);
+    for (std::size_t y = 0; y < 20; ++y) {
+        for (std::size_t x = 0; x < 20; ++x) {
+            EXPECT_EQ(picture.coverage[y * picture.stride + x], x < 10 ? 255 : 64);
+        }
+    }
+}
+
+TEST_F(PangoText, AnEmojiThatIsABitmapOfColoursShowsWhatItIs) {
+    Use({kEmojiFonts, kUrwFonts});
+    TextFont* const font = Font(kHelvetica, 40);
+    // A black and a white square of the same size.
+    const auto middle = [&](const char* text) {
+        const std::vector<u8> bytes = Spread(textEngine.draw(font, text, false, 400));
+        const i32 half = static_cast<i32>(textEngine.measure(font, text) / 2);
+        return i32{bytes[static_cast<std::size_t>((60 - 14) * 400 + half)]};
+    };
+    const i32 black = middle("\xE2\xAC\x9B");
+    const i32 white = middle("\xE2\xAC\x9C");
+    EXPECT_GT(black, 180);
+    EXPECT_GT(white, 50);
+    EXPECT_LT(white, black - 60);
+    // It is as high as its neighbours and not as its bitmap.
+    EXPECT_LT(textEngine.measure(font, "\xE2\xAC\x9B"), 60);
 }
 
 // Runs a part of this test program with other fonts.
