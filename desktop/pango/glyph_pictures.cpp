@@ -206,8 +206,7 @@ void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>
     const i32 firstRow = std::max(0, into.top - glyph.top);
     const i32 endRow = std::min(from.height, into.top + into.height - glyph.top);
     for (i32 row = firstRow; row < endRow; ++row) {
-        const u8* const source =
-            from.coverage.data() + static_cast<std::size_t>(row) * from.stride;
+        const u8* const source = from.coverage.data() + static_cast<std::size_t>(row) * from.stride;
         u8* const target = bytes.data() +
                            static_cast<std::ptrdiff_t>(glyph.top + row - into.top) * into.width +
                            (glyph.left - into.left);

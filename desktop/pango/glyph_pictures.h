@@ -29,9 +29,9 @@ struct GlyphPicture {
 struct GlyphPictures {
     cairo_scaled_font_t* scaled = nullptr;  // referenced
     PangoFont* font = nullptr;              // referenced; null for a plain face
-    bool outlines = false;      // the font has them
-    bool colours = false;       // some of its glyphs have colours
-    bool thickened = false;     // it lacks a bold style and is made bolder
+    bool outlines = false;                  // the font has them
+    bool colours = false;                   // some of its glyphs have colours
+    bool thickened = false;                 // it lacks a bold style and is made bolder
     std::vector<std::unique_ptr<std::array<GlyphPicture, kGlyphPhases>>> byGlyph;
     std::unordered_map<u32, GlyphPicture> atWholePixels;
 };

@@ -1,6 +1,6 @@
 #pragma once
-// The texts that were measured and drawn last, with their widths and pictures: a game draws the same
-// labels again and again.
+// The texts that were measured and drawn last, with their widths and pictures: a game draws the
+// same labels again and again.
 
 #include <string_view>
 #include <vector>

@@ -180,7 +180,8 @@ std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, doub
 TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::vector<u8>& bytes) {
     std::vector<PlacedGlyph> placed;
     const PangoDirection direction = LineDirection(text);
-    const bool fromRight = direction == PANGO_DIRECTION_RTL || direction == PANGO_DIRECTION_WEAK_RTL;
+    const bool fromRight =
+        direction == PANGO_DIRECTION_RTL || direction == PANGO_DIRECTION_WEAK_RTL;
     // A line from right to left begins at its right end; most are one part, whose left end is 0.
     const bool isOnePart = FirstPart(text).size() == text.size();
     const i64 width = fromRight && !isOnePart ? Measure(font, text, direction, 0) : 0;

@@ -112,9 +112,9 @@ void SetRuns(const TextFont& font, std::string_view text, PangoDirection directi
     AppendOneLine(text, into.text);
     pango_context_set_font_description(TextContext(), font.description);
     PangoAttrList* const attributes = pango_attr_list_new();
-    into.items = pango_itemize_with_base_dir(TextContext(), direction, into.text.data(), 0,
-                                             static_cast<int>(into.text.size()), attributes,
-                                             nullptr);
+    into.items =
+        pango_itemize_with_base_dir(TextContext(), direction, into.text.data(), 0,
+                                    static_cast<int>(into.text.size()), attributes, nullptr);
     pango_attr_list_unref(attributes);
     Setter setter = {into, start};
     for (const GList* link = into.items; link != nullptr; link = link->next) {

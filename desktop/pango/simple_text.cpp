@@ -203,11 +203,9 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
     // Cutting changes the last few glyphs at most: up to a font size before the limit nothing can
     // be too wide.
     const double margin = font.size * PANGO_SCALE;
-    const auto near =
-        std::partition_point(shaped.glyphs.begin(), shaped.glyphs.end(),
-                             [&](const ShapedGlyph& g) {
-                                 return static_cast<double>(g.before) <= limit - margin;
-                             });
+    const auto near = std::partition_point(
+        shaped.glyphs.begin(), shaped.glyphs.end(),
+        [&](const ShapedGlyph& g) { return static_cast<double>(g.before) <= limit - margin; });
     std::size_t start = near == shaped.glyphs.begin() ? 0 : std::prev(near)->cluster;
     while (start < text.size()) {
         const std::size_t next = NextCharacter(text, start);
@@ -236,8 +234,9 @@ std::size_t PieceEnd(std::string_view text, std::size_t from, std::size_t length
     return NextCharacter(text, from + length - 1);
 }
 
-// Of a piece that text follows: the glyph at which it is best cut off. What stands before and behind
-// it is then the same as uncut, but for glyphs that reach over the cut where it can be nowhere else.
+// Of a piece that text follows: the glyph at which it is best cut off. What stands before and
+// behind it is then the same as uncut, but for glyphs that reach over the cut where it can be
+// nowhere else.
 const ShapedGlyph& CuttingGlyph(const ShapedText& shaped, std::size_t length) {
     const ShapedGlyph* any = &shaped.glyphs.back();
     for (std::size_t i = shaped.glyphs.size(); i-- > 1;) {

@@ -27,7 +27,7 @@ struct TextFont {
     hb_font_t* shaper;
     // By script, made when a text asks for it, and then filled by what is shaped.
     mutable std::unique_ptr<PairTable> pairs[kPairScripts];
-    GlyphPictures pictures;                               // of the simple path
+    GlyphPictures pictures;                                // of the simple path
     std::unordered_map<PangoFont*, GlyphPictures> others;  // of the fonts that Pango takes
 };
 

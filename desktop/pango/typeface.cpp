@@ -74,8 +74,8 @@ FcConfig* TextConfiguration() {
     FcInit();                          // before Pango's own threads ask fontconfig for anything
     FcConfig* const current = FcConfigGetCurrent();
     if (current != known) {
-        FcConfigParseAndLoadFromMemory(
-            current, reinterpret_cast<const FcChar8*>(kPlainFontsFirst), FcFalse);
+        FcConfigParseAndLoadFromMemory(current, reinterpret_cast<const FcChar8*>(kPlainFontsFirst),
+                                       FcFalse);
         if (known != nullptr) FcConfigDestroy(known);
         known = FcConfigReference(current);
     }

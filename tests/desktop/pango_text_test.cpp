@@ -67,8 +67,8 @@ class PlainPango {
         pango_font_description_set_absolute_size(font, size * PANGO_SCALE);
         pango_layout_set_font_description(layout, font);
         pango_font_description_free(font);
-        PangoTabArray* const tabs = pango_tab_array_new_with_positions(
-            2, TRUE, PANGO_TAB_LEFT, 28, PANGO_TAB_LEFT, 56);
+        PangoTabArray* const tabs =
+            pango_tab_array_new_with_positions(2, TRUE, PANGO_TAB_LEFT, 28, PANGO_TAB_LEFT, 56);
         pango_layout_set_tabs(layout, tabs);
         pango_tab_array_free(tabs);
         g_object_unref(context);
@@ -408,11 +408,13 @@ TEST_F(PangoText, AFontWithoutColoursGoesBeforeOneWithThem) {
     // A star, a face and a heart that is asked for as an emoji.
     for (const char* text : {"\xE2\x98\x85", "\xF0\x9F\x98\x80", "\xE2\x9D\xA4\xEF\xB8\x8F"}) {
         Use({kUrwFonts, kDejaVuFonts});
-        const std::vector<u8> plain = Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400));
+        const std::vector<u8> plain =
+            Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400));
         EXPECT_EQ(*std::max_element(plain.begin(), plain.end()), 255);
         for (const std::string& colours : {folder.path, std::string(kEmojiFonts)}) {
             Use({colours, kUrwFonts, kDejaVuFonts});
-            EXPECT_EQ(Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400)), plain) << text;
+            EXPECT_EQ(Spread(textEngine.draw(Font(kHelvetica, 20), text, false, 400)), plain)
+                << text;
         }
     }
 }

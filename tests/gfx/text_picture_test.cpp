@@ -115,8 +115,8 @@ TEST_F(TextPictures, LettersOfAllTwelveFontsStandOnOneBaselineInsideTheBox) {
     }
 }
 
-// A line is 1.2 sizes high and has to be less high than the box: 41 gives 49.2 and 42 gives 50.4; 50
-// gives 60, which is not less than 60.
+// A line is 1.2 sizes high and has to be less high than the box: 41 gives 49.2 and 42 gives 50.4;
+// 50 gives 60, which is not less than 60.
 TEST_F(TextPictures, ABoxGivesTheSameSizeInEveryStyleAndFont) {
     const struct {
         i32 height;
@@ -141,12 +141,8 @@ TEST_F(TextPictures, CapitalsKeepTheirAccentsInEveryStyleAndFont) {
     const struct {
         const char* plain;
         const char* accented;
-    } letters[] = {{"E", "\xC3\x89"},
-                   {"U", "\xC3\x9C"},
-                   {"O", "\xC3\x93"},
-                   {"Z", "\xC5\xB9"},
-                   {"\xD0\x95", "\xD0\x81"},
-                   {"\xD0\x98", "\xD0\x99"}};
+    } letters[] = {{"E", "\xC3\x89"}, {"U", "\xC3\x9C"},        {"O", "\xC3\x93"},
+                   {"Z", "\xC5\xB9"}, {"\xD0\x95", "\xD0\x81"}, {"\xD0\x98", "\xD0\x99"}};
     for (const bool urw : {true, false}) {
         if (!urw) Use({kDejaVuFonts});
         for (const u32 family : kStyles) {
@@ -204,8 +200,8 @@ TEST_F(TextPictures, MarksBelowLettersOfOtherFontsAreDrawnInsideTheBox) {
         const char* plain;
         const char* marked;
     } letters[] = {{"\xE0\xA4\x95", "\xE0\xA4\x95\xE0\xA5\x83"},  // Devanagari ka, kri
-                   {"\xD8\xAF", "\xD8\xAF\xD9\x90"},                // Arabic dal, with a kasra
-                   {"\xC3\xA2", "\xE1\xBA\xAD"}};                    // a circumflex, dot below
+                   {"\xD8\xAF", "\xD8\xAF\xD9\x90"},              // Arabic dal, with a kasra
+                   {"\xC3\xA2", "\xE1\xBA\xAD"}};                 // a circumflex, dot below
     for (const auto& letter : letters) {
         for (const u32 height : {28U, 60U}) {
             SCOPED_TRACE(letter.marked);

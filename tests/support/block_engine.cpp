@@ -80,7 +80,8 @@ void StartBlockEngine() {
         .makeFont = MakeFont,
         .releaseFont = ReleaseFont,
         .line = Line,
-        .measure = [](TextFont*, std::string_view text) { return static_cast<double>(WidthOf(text)); },
+        .measure = [](TextFont*,
+                      std::string_view text) { return static_cast<double>(WidthOf(text)); },
         .fit = Fit,
         .draw = Draw,
     };

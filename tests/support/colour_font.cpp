@@ -52,8 +52,8 @@ std::string Names() {
 std::vector<std::pair<std::string, std::string>> Tables() {
     Bytes colr;
     colr.U16(0).U16(1).U32(14).U32(20).U16(2);
-    colr.U16(1).U16(0).U16(2);          // the picture has two layers
-    colr.U16(2).U16(0).U16(3).U16(1);   // the square in white, its left half in black
+    colr.U16(1).U16(0).U16(2);         // the picture has two layers
+    colr.U16(2).U16(0).U16(3).U16(1);  // the square in white, its left half in black
     Bytes cpal;
     cpal.U16(0).U16(2).U16(1).U16(2).U32(14).U16(0).U32(0xFFFFFFFF).U32(0x000000FF);
     Bytes cmap;

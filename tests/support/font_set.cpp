@@ -11,7 +11,8 @@ std::string Alias(const std::string& family, const std::vector<std::string>& oth
 }
 
 std::string Configuration(const std::vector<std::string>& folders, const std::string& cache) {
-    std::string text = "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig>";
+    std::string text =
+        "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig>";
     for (const std::string& folder : folders) text += "<dir>" + folder + "</dir>";
     // Of the folder that many packages share one file counts.
     text += "<selectfont><acceptfont><glob>" + std::string(kEmojiFonts) +
