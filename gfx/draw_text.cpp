@@ -198,9 +198,8 @@ u32 DrawValidText(const Request& r, i32 rows, TextFont* font, std::string_view t
         PaintFirstBackground(r, rows, 0);
         return 0;
     }
-    double measured = std::trunc(textEngine.measure(font, line.drawn));
-    if (r.Has(kTextItalic) && line.units > 0) measured += rows / kSlantPart;
-    const i32 width = Truncate(measured);
+    const i32 slant = r.Has(kTextItalic) && line.units > 0 ? rows / kSlantPart : 0;
+    const i32 width = Truncate(std::trunc(textEngine.measure(font, line.drawn)) + slant);
     // The baseline, counted from the text bitmap's bottom, lies on a whole row.
     const i32 bitmapRows = static_cast<i32>(textBitmap.height);
     const TextLine fontLine = textEngine.line(font);

@@ -147,7 +147,8 @@ void DrawWithPango(const GlyphPictures& pictures, u32 glyph, GlyphPicture& pictu
         u8* const into = picture.coverage.data() + static_cast<std::size_t>(row) * picture.stride;
         for (i32 x = 0; x < picture.width; ++x) {
             u32 pixel = 0;
-            std::memcpy(&pixel, data + static_cast<std::ptrdiff_t>(row) * stride + x * 4, 4);
+            const std::ptrdiff_t at = std::ptrdiff_t{row} * stride + std::ptrdiff_t{x} * 4;
+            std::memcpy(&pixel, data + at, sizeof pixel);
             into[x] = CoverageOf(pixel >> 24, pixel >> 16 & 255, pixel >> 8 & 255, pixel & 255);
         }
     }
