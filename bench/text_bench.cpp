@@ -94,6 +94,15 @@ void PlainNewLabel(benchmark::State& state) {
     }
 }
 
+// A label that needs two fonts.
+void PlainNewLabelWithAStar(benchmark::State& state) {
+    for (auto _ : state) {
+        const std::string text = "\xE2\x98\x85 " + NewLabel();
+        pango_layout_set_text(ThePlain().layout, text.data(), static_cast<int>(text.size()));
+        DrawPlain();
+    }
+}
+
 void PlainLaidOutLabel(benchmark::State& state) {
     pango_layout_set_text(ThePlain().layout, NewLabel().c_str(), -1);
     for (auto _ : state) DrawPlain();
@@ -133,6 +142,14 @@ void NewLabelOver(benchmark::State& state, u32 background) {
     for (auto _ : state) {
         SetText(NewLabel());
         benchmark::DoNotOptimize(Draw(kText, 400, 0, background));
+    }
+}
+
+void NewLabelWithAStar(benchmark::State& state) {
+    StartMachine();
+    for (auto _ : state) {
+        SetText("\xE2\x98\x85 " + NewLabel());
+        benchmark::DoNotOptimize(Draw(kText, 450, 0, kNoBackground));
     }
 }
 
@@ -205,6 +222,8 @@ BENCHMARK(PlainNewLabel);
 BENCHMARK_CAPTURE(NewLabelOver, screen, kTransparent);
 BENCHMARK_CAPTURE(NewLabelOver, colour, kGrey);
 BENCHMARK_CAPTURE(NewLabelOver, white, kNoBackground);
+BENCHMARK(PlainNewLabelWithAStar);
+BENCHMARK(NewLabelWithAStar);
 BENCHMARK(PlainLaidOutLabel);
 BENCHMARK_CAPTURE(SeenLabelOver, screen, kTransparent);
 BENCHMARK_CAPTURE(SeenLabelOver, colour, kGrey);

@@ -1,6 +1,8 @@
 #include "desktop/pango/layout_text.h"
 
 #include <algorithm>
+#include <memory>
+#include <string>
 
 #include "desktop/pango/line_runs.h"
 
@@ -53,6 +55,27 @@ i64 Measure(const TextFont& font, std::string_view text, PangoDirection directio
         return true;
     });
     return width;
+}
+
+// The text that was set last as one part: it is measured first and drawn next.
+struct LastLine {
+    u64 font = 0;
+    std::string text;
+    std::unique_ptr<LineOfRuns> line;
+};
+LastLine last;
+
+const LineOfRuns& SetAsOnePart(const TextFont& font, std::string_view text,
+                               PangoDirection direction) {
+    if (last.line == nullptr || last.font != font.id || last.text != text) {
+        last = {font.id, std::string(text), std::make_unique<LineOfRuns>()};
+        SetRuns(font, text, direction, 0, *last.line);
+    }
+    return *last.line;
+}
+
+bool IsOnePart(std::string_view text) {
+    return FirstPart(text).size() == text.size();
 }
 
 // A piece of a text, of which each character has its place: `bytes[i]` is where the i-th starts,
@@ -159,7 +182,9 @@ void PlaceRuns(TextFont& font, const LineOfRuns& line, i64 x, i32 columns,
 }  // namespace
 
 i64 MeasureLayout(const TextFont& font, std::string_view text) {
-    return Measure(font, text, LineDirection(text), 0);
+    const PangoDirection direction = LineDirection(text);
+    return IsOnePart(text) ? SetAsOnePart(font, text, direction).width
+                           : Measure(font, text, direction, 0);
 }
 
 std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, double width) {
@@ -180,15 +205,21 @@ std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, doub
 TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::vector<u8>& bytes) {
     std::vector<PlacedGlyph> placed;
     const PangoDirection direction = LineDirection(text);
+    if (IsOnePart(text)) {
+        PlaceRuns(font, SetAsOnePart(font, text, direction), 0, columns, placed);
+        return AddGlyphs(placed, columns, MostRows(font), bytes);
+    }
+    // A line from right to left begins at its right end.
     const bool fromRight =
         direction == PANGO_DIRECTION_RTL || direction == PANGO_DIRECTION_WEAK_RTL;
-    // A line from right to left begins at its right end; most are one part, whose left end is 0.
-    const bool isOnePart = FirstPart(text).size() == text.size();
-    const i64 width = fromRight && !isOnePart ? Measure(font, text, direction, 0) : 0;
+    const i64 width = fromRight ? Measure(font, text, direction, 0) : 0;
     ForEachPart(font, text, direction, 0, [&](const LineOfRuns& line, i64 start) {
-        const i64 left = isOnePart ? 0 : fromRight ? width - start - line.width : start;
-        PlaceRuns(font, line, left, columns, placed);
+        PlaceRuns(font, line, fromRight ? width - start - line.width : start, columns, placed);
         return fromRight || start + line.width <= i64{columns} * PANGO_SCALE * 2;
     });
     return AddGlyphs(placed, columns, MostRows(font), bytes);
+}
+
+void ResetLayoutText() {
+    last = {};
 }

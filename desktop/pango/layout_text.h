@@ -16,3 +16,6 @@ std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, doub
 
 // Draws columns 0 to `columns` - 1; the picture's rows lie in `bytes`.
 TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::vector<u8>& bytes);
+
+// Forgets what was set last.
+void ResetLayoutText();

@@ -2,6 +2,7 @@
 
 #include "desktop/pango/fits.h"
 #include "desktop/pango/labels.h"
+#include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 #include "desktop/pango/text_font.h"
 #include "desktop/pango/typeface.h"
@@ -40,5 +41,6 @@ void ResetPangoText() {
     ForgetLabels();
     ForgetFits();
     ResetSimpleText();
+    ResetLayoutText();
     ResetTypefaces();
 }
