@@ -60,7 +60,7 @@ i64 MeasureText(TextFont& font, std::string_view text) {
     return MeasureRuns(font, text, width) ? width : MeasureLayout(font, text);
 }
 
-// Sets a label's text when it is new.
+// Measures the text of a label that is new.
 void Measure(TextFont& font, std::string_view text, Label& label) {
     label.width = static_cast<double>(MeasureText(font, text)) / PANGO_SCALE;
 }
