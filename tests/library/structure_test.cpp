@@ -236,4 +236,70 @@ TEST(LibraryHeap, ALockOutlivesTheRoutinesThatAreCalledAndEndsWithItsOwn) {
     EXPECT_EQ(result.LongAt("before") - result.LongAt("after"), 100u);
 }
 
+// A module whose first message locks blocks and calls; `routines` holds `lock_low` and `lock_high`.
+HeadlessResult RunLocks(const std::string& handler, const std::string& routines) {
+    HeadlessRun run;
+    run.source =
+        "        .stack 16384\n        .heap 65536\n"
+        "        .include \"moxi.inc\"\n"
+        "start:  ON_MESSAGE handlers\n"
+        "        HANDLERS handlers\n"
+        "        HANDLER MSG_START1, on_start\n"
+        "        HANDLER MSG_START2, on_next\n"
+        "        END_HANDLERS\n"
+        "on_start:\n"
+        "        ALLOC #100\n        MOVE.L [low], R14\n"
+        "        ALLOC #100\n        MOVE.L [high], R14\n" +
+        handler +
+        "        DONE\n"
+        "on_next:\n"
+        "        STOP\n" +
+        routines +
+        "        .include \"moxi_code.inc\"\n"
+        "        .bss\nlow: .space 4\nhigh: .space 4\n";
+    return RunHeadless(run);
+}
+
+const std::vector<std::string> kStillLocked = {
+    "fatal: Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() needs to run!"};
+
+// The handler's own return could take back one of the two locks, not both.
+TEST(LibraryHeap, ALockEndsWithItsRoutineHoweverLittleThatHasOnItsStack) {
+    const char* const routines[][2] = {
+        {"        LINK 0, 0\n", "        RETURN 0\n"},
+        {"        LINK 8, 0\n", "        RETURN 0\n"},
+        {"        LINK 0, 1\n", "        RETURN 1\n"},
+        {"        LINK 12, 8\n", "        RETURN 8\n"},
+    };
+    for (const auto& [begin, end] : routines) {
+        for (const char* const arguments : {"", ", #1", ", #1, #2, #3"}) {
+            const std::string call = arguments;
+            const HeadlessResult result = RunLocks(
+                "        INVOKE lock_low" + call + "\n        INVOKE lock_high" + call + "\n",
+                std::string("lock_low:\n") + begin + "        LOCK [low]\n" + end + "lock_high:\n" +
+                    begin + "        LOCK [high]\n" + end);
+            EXPECT_EQ(result.lines, std::vector<std::string>{}) << begin << call;
+            EXPECT_EQ(result.status, 0) << begin << call;
+        }
+    }
+}
+
+TEST(LibraryHeap, ALockOutlivesTheReturnsOfRoutinesThatItsOwnCalls) {
+    // The last return of the message takes one lock back, so the one that is left over shows that
+    // both lasted until then.
+    const HeadlessResult result = RunLocks(
+        "        LOCK [low]\n        LOCK [high]\n"
+        "        INVOKE nothing\n        INVOKE nothing, #1, #2\n        BLOCK_ADDRESS [low]\n",
+        "nothing:\n        LINK 0, 0\n        RETURN 0\n");
+    EXPECT_EQ(result.lines, kStillLocked);
+}
+
+TEST(LibraryHeap, ALockUnderWhatIsPoppedAgainEndsWithTheNextCall) {
+    const HeadlessResult result = RunLocks(
+        "        PUSH.L #0\n        LOCK [low]\n        POP.L R0\n        INVOKE nothing\n"
+        "        LOCK [high]\n",
+        "nothing:\n        LINK 0, 0\n        RETURN 0\n");
+    EXPECT_EQ(result.lines, std::vector<std::string>{});
+}
+
 }  // namespace
