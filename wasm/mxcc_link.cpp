@@ -65,7 +65,8 @@ std::vector<std::string> KitArguments(const LinkPlan& plan, const Shape& shape) 
     return list;
 }
 
-std::vector<std::string> LinkArguments(const LinkPlan& plan, const Shape& shape) {
+std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& options,
+                                       const Shape& shape) {
     std::vector<std::string> list = plan.arguments;
     // The compiler puts the C library last.
     const auto library = std::find(list.rbegin(), list.rend(), "-lc");
@@ -80,6 +81,8 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const Shape& shape)
     list.insert(list.end(), {std::string("--export-if-defined=") + kEntry,
                              "--global-base=" + std::to_string(shape.base)});
     if (shape.livesOnMessages) list.emplace_back("--no-entry");
+    // The C library was compiled with debug information of its own. Names of functions stay.
+    if (!options.hasDebug) list.emplace_back("--strip-debug");
     return list;
 }
 
@@ -129,9 +132,10 @@ Linked Describe(const std::string& file) {
     return linked;
 }
 
-Linked Link(const LinkPlan& plan, const Shape& shape, const std::string& file) {
+Linked Link(const LinkPlan& plan, const MxccOptions& options, const Shape& shape,
+            const std::string& file) {
     std::vector<std::string> command = {FindTool("wasm-ld")};
-    const std::vector<std::string> arguments = LinkArguments(plan, shape);
+    const std::vector<std::string> arguments = LinkArguments(plan, options, shape);
     command.insert(command.end(), arguments.begin(), arguments.end());
     command.insert(command.end(), {"-o", file});
     const ToolResult result = RunTool(command, true);
@@ -187,15 +191,15 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
     const std::string file = plan.folder + "/module.wasm";
     Shape shape;
     // Where a main is, nothing is exported without it, and the first link is quick.
-    Linked linked = Link(plan, shape, file);
+    Linked linked = Link(plan, options, shape, file);
     if (!linked.ok) return false;
     if (!linked.livesOnMessages) {
         shape.livesOnMessages = false;
-        linked = Link(plan, shape, file);
+        linked = Link(plan, options, shape, file);
     }
     if (linked.ok && linked.usesLongDouble) {
         shape.printsLongDouble = true;
-        linked = Link(plan, shape, file);
+        linked = Link(plan, options, shape, file);
     }
     // The code's end depends a little on where the data is, so that it may take some links.
     for (int links = 0; linked.ok && links < kMostLinks; ++links) {
@@ -204,7 +208,7 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
         if (end == 0) return false;
         if (end <= shape.base && shape.base != kFirstBase) return Translate(plan, options, file);
         shape.base = (end + end / 64 + 256 + 63) / 64 * 64;
-        linked = Link(plan, shape, file);
+        linked = Link(plan, options, shape, file);
     }
     if (linked.ok) std::cerr << "mxcc: the code's end does not come to rest\n";
     return false;
