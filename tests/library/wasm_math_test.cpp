@@ -1,5 +1,5 @@
-// The routines of wasm_math.inc against the processor's own arithmetic: all pairs of corner values and
-// random operands of many kinds, 100,000 to a routine.
+// The routines of wasm_math.inc against the processor's own arithmetic: all pairs of corner values
+// and random operands of many kinds, 100,000 to a routine.
 
 #include <gtest/gtest.h>
 
@@ -38,8 +38,8 @@ enum class Kind : u8 { I32, I64, F32, F64 };
 std::vector<u64> Corners(Kind kind) {
     switch (kind) {
         case Kind::I32:
-            return {0,          1,          2,          3,          7,          8,     31,
-                    32,         33,         0x55555555, 0x7FFFFFFE, 0x7FFFFFFF, 65535, 65536,
+            return {0,          1,          2,          3,          7,          8,         31,
+                    32,         33,         0x55555555, 0x7FFFFFFE, 0x7FFFFFFF, 65535,     65536,
                     0x80000000, 0x80000001, 0xAAAAAAAA, 0xFFFF0000, 0xFFFFFFFE, 0xFFFFFFFF};
         case Kind::I64:
             return {0,
@@ -64,12 +64,33 @@ std::vector<u64> Corners(Kind kind) {
                     0xFFFFFFFFFFFFFFFF};
         case Kind::F32: {
             std::vector<u64> values = {0x7FC00000, 0x7F800001, 0x7FA00000, 0x7FFFFFFF};
-            for (const float value :
-                 {0.0F, 1e-45F, 1.1754942e-38F, 1.1754944e-38F, 0.25F, 0.49999997F, 0.5F, 0.75F,
-                  0.99999994F, 1.0F, 1.5F, 2.0F, 2.5F, 3.4028235e38F, 8388607.5F, 8388608.0F,
-                  8388609.0F, 16777216.0F, 2147483520.0F, 2147483648.0F, 4294967040.0F,
-                  4294967296.0F, 9223371487098961920.0F, 9223372036854775808.0F,
-                  18446742974197923840.0F, 18446744073709551616.0F, HUGE_VALF}) {
+            for (const float value : {0.0F,
+                                      1e-45F,
+                                      1.1754942e-38F,
+                                      1.1754944e-38F,
+                                      0.25F,
+                                      0.49999997F,
+                                      0.5F,
+                                      0.75F,
+                                      0.99999994F,
+                                      1.0F,
+                                      1.5F,
+                                      2.0F,
+                                      2.5F,
+                                      3.4028235e38F,
+                                      8388607.5F,
+                                      8388608.0F,
+                                      8388609.0F,
+                                      16777216.0F,
+                                      2147483520.0F,
+                                      2147483648.0F,
+                                      4294967040.0F,
+                                      4294967296.0F,
+                                      9223371487098961920.0F,
+                                      9223372036854775808.0F,
+                                      18446742974197923840.0F,
+                                      18446744073709551616.0F,
+                                      HUGE_VALF}) {
                 values.push_back(BitsOf(value));
             }
             for (size_t i = values.size(); i-- > 0;) values.push_back(values[i] | 0x80000000);
@@ -78,47 +99,46 @@ std::vector<u64> Corners(Kind kind) {
         case Kind::F64: {
             std::vector<u64> values = {0x7FF8000000000000, 0x7FF0000000000001, 0x7FF4000000000000,
                                        0x7FFFFFFFFFFFFFFF, 0x7FF8000020000000};
-            for (const double value :
-                 {0.0,
-                  4.9406564584124654e-324,
-                  2.2250738585072009e-308,
-                  2.2250738585072014e-308,
-                  7.006492321624085e-46,
-                  7.006492321624087e-46,
-                  1.4012984643248171e-45,
-                  1.1754942807573643e-38,
-                  1.1754943157898258e-38,
-                  1.1754943508222875e-38,
-                  0.25,
-                  0.49999999999999994,
-                  0.5,
-                  0.99999999999999989,
-                  1.0,
-                  1.0000000596046448,
-                  1.0000001788139343,
-                  1.5,
-                  2.5,
-                  3.0,
-                  2147483647.0,
-                  2147483647.9999998,
-                  2147483648.0,
-                  2147483648.9999995,
-                  4294967295.0,
-                  4294967295.9999995,
-                  4294967296.0,
-                  4503599627370495.5,
-                  4503599627370496.0,
-                  9007199254740993.0,
-                  9223372036854774784.0,
-                  9223372036854775808.0,
-                  18446744073709549568.0,
-                  18446744073709551616.0,
-                  3.4028234663852886e38,
-                  3.4028235677973362e38,
-                  3.4028235677973366e38,
-                  8.98846567431158e307,
-                  1.7976931348623157e308,
-                  HUGE_VAL}) {
+            for (const double value : {0.0,
+                                       4.9406564584124654e-324,
+                                       2.2250738585072009e-308,
+                                       2.2250738585072014e-308,
+                                       7.006492321624085e-46,
+                                       7.006492321624087e-46,
+                                       1.4012984643248171e-45,
+                                       1.1754942807573643e-38,
+                                       1.1754943157898258e-38,
+                                       1.1754943508222875e-38,
+                                       0.25,
+                                       0.49999999999999994,
+                                       0.5,
+                                       0.99999999999999989,
+                                       1.0,
+                                       1.0000000596046448,
+                                       1.0000001788139343,
+                                       1.5,
+                                       2.5,
+                                       3.0,
+                                       2147483647.0,
+                                       2147483647.9999998,
+                                       2147483648.0,
+                                       2147483648.9999995,
+                                       4294967295.0,
+                                       4294967295.9999995,
+                                       4294967296.0,
+                                       4503599627370495.5,
+                                       4503599627370496.0,
+                                       9007199254740993.0,
+                                       9223372036854774784.0,
+                                       9223372036854775808.0,
+                                       18446744073709549568.0,
+                                       18446744073709551616.0,
+                                       3.4028234663852886e38,
+                                       3.4028235677973362e38,
+                                       3.4028235677973366e38,
+                                       8.98846567431158e307,
+                                       1.7976931348623157e308,
+                                       HUGE_VAL}) {
                 values.push_back(BitsOf(value));
             }
             for (size_t i = values.size(); i-- > 0;) values.push_back(values[i] | (u64{1} << 63));
@@ -316,10 +336,16 @@ struct WasmMathTest : VmTest {
 template <class F>
 Routine Unary(const std::string& name, F (*function)(F)) {
     constexpr Kind kKind = sizeof(F) == 4 ? Kind::F32 : Kind::F64;
-    return {name, kKind, 1, kKind, false,
+    return {name,
+            kKind,
+            1,
+            kKind,
+            false,
             [function](u64 a, u64) {
-                if constexpr (sizeof(F) == 4) return BitsOf(function(FloatOf(a)));
-                else return BitsOf(function(DoubleOf(a)));
+                if constexpr (sizeof(F) == 4)
+                    return BitsOf(function(FloatOf(a)));
+                else
+                    return BitsOf(function(DoubleOf(a)));
             },
             nullptr};
 }
@@ -327,10 +353,16 @@ Routine Unary(const std::string& name, F (*function)(F)) {
 template <class F>
 Routine Binary(const std::string& name, F (*function)(F, F)) {
     constexpr Kind kKind = sizeof(F) == 4 ? Kind::F32 : Kind::F64;
-    return {name, kKind, 2, kKind, false,
+    return {name,
+            kKind,
+            2,
+            kKind,
+            false,
             [function](u64 a, u64 b) {
-                if constexpr (sizeof(F) == 4) return BitsOf(function(FloatOf(a), FloatOf(b)));
-                else return BitsOf(function(DoubleOf(a), DoubleOf(b)));
+                if constexpr (sizeof(F) == 4)
+                    return BitsOf(function(FloatOf(a), FloatOf(b)));
+                else
+                    return BitsOf(function(DoubleOf(a), DoubleOf(b)));
             },
             nullptr};
 }
@@ -338,10 +370,16 @@ Routine Binary(const std::string& name, F (*function)(F, F)) {
 template <class F>
 Routine Comparison(const std::string& name, bool (*function)(F, F)) {
     constexpr Kind kKind = sizeof(F) == 4 ? Kind::F32 : Kind::F64;
-    return {name, kKind, 2, Kind::I32, false,
+    return {name,
+            kKind,
+            2,
+            Kind::I32,
+            false,
             [function](u64 a, u64 b) -> u64 {
-                if constexpr (sizeof(F) == 4) return function(FloatOf(a), FloatOf(b)) ? 1 : 0;
-                else return function(DoubleOf(a), DoubleOf(b)) ? 1 : 0;
+                if constexpr (sizeof(F) == 4)
+                    return function(FloatOf(a), FloatOf(b)) ? 1 : 0;
+                else
+                    return function(DoubleOf(a), DoubleOf(b)) ? 1 : 0;
             },
             nullptr};
 }
@@ -365,8 +403,10 @@ template <class F, class Integer>
 Routine Conversion(const std::string& name) {
     constexpr Kind kKind = sizeof(F) == 4 ? Kind::F32 : Kind::F64;
     const auto whole = [](u64 bits) {
-        if constexpr (sizeof(F) == 4) return std::trunc(static_cast<long double>(FloatOf(bits)));
-        else return std::trunc(static_cast<long double>(DoubleOf(bits)));
+        if constexpr (sizeof(F) == 4)
+            return std::trunc(static_cast<long double>(FloatOf(bits)));
+        else
+            return std::trunc(static_cast<long double>(DoubleOf(bits)));
     };
     constexpr auto kLowest = std::numeric_limits<Integer>::min();
     constexpr auto kHighest = std::numeric_limits<Integer>::max();
@@ -443,8 +483,8 @@ TEST_F(WasmMathTest, RootsNearTheMiddleOfTwoDoublesAreRoundedRight) {
                     ++exponent;
                 }
                 if (square >> 53 != 0) continue;
-                const double x = std::ldexp(static_cast<double>(static_cast<u64>(square)),
-                                            exponent - 2);
+                const double x =
+                    std::ldexp(static_cast<double>(static_cast<u64>(square)), exponent - 2);
                 for (const int scale : {0, -104, 700, -1120}) {
                     rows.emplace_back(BitsOf(std::ldexp(x, scale)), 0);
                 }
