@@ -56,7 +56,7 @@ struct Allocator {
     std::vector<u64> weights{};
     std::vector<Copy> copies{};
     std::vector<std::vector<std::pair<u8, u64>>> hints{};  // registers that a variable is copied from or to
-    Occupied registers[kRegisters];
+    Occupied registers[kRegisters]{};
     std::vector<Occupied> slots{};
 
     Variable Leader(Variable variable) {

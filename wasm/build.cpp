@@ -125,7 +125,7 @@ void Builder::Push(NodeId id) {
 void Builder::Settle(NodeId& id) {
     const Node node = select.trees[id];
     if (node.kind == NodeKind::Constant) return;
-    if (node.kind == NodeKind::Variable && !IsLocalVariable(static_cast<Variable>(node.value))) return;
+    if (node.kind == NodeKind::Local && !IsLocalVariable(static_cast<Variable>(node.value))) return;
     const Variable variable = select.InNewVariable(id);
     id = MakeVariable(select.trees, node.type, variable);
     select.trees.nodes[id].low = node.low;

@@ -173,7 +173,7 @@ Operand Selector::Source(NodeId id, OperandSize size) {
             if (size == OperandSize::Quad) value = static_cast<i64>(node.value);
             return Number(value);
         }
-        case NodeKind::Variable: return InRegister(static_cast<Variable>(node.value));
+        case NodeKind::Local: return InRegister(static_cast<Variable>(node.value));
         case NodeKind::Global:
             return AtAddress(Base::Data, plan.globalCells[node.value]);
         case NodeKind::Load: {
@@ -210,7 +210,7 @@ Operand Selector::Source(NodeId id, OperandSize size) {
 
 Variable Selector::InVariable(NodeId id) {
     const Node& node = trees[id];
-    if (node.kind == NodeKind::Variable) return static_cast<Variable>(node.value);
+    if (node.kind == NodeKind::Local) return static_cast<Variable>(node.value);
     return InNewVariable(id);
 }
 
@@ -359,8 +359,8 @@ void Selector::AssignSelect(Variable to, const Node& node) {
     const Variable result = clashes ? NewVariable() : to;
     // Both values are computed, whichever is taken: one of them may trap.
     Operand second;
-    const bool traps = trees[node.b].traps;
-    if (traps) {
+    const bool mayTrap = trees[node.b].traps;
+    if (mayTrap) {
         Assign(result, node.a);
         second = InRegister(InNewVariable(node.b));
     } else {
@@ -368,7 +368,7 @@ void Selector::AssignSelect(Variable to, const Node& node) {
     }
     const u32 skip = NewLabel();
     BranchOn(node.c, true, skip);
-    if (traps) {
+    if (mayTrap) {
         Put(result, node.type, second);
     } else {
         Assign(result, node.b);
@@ -510,7 +510,7 @@ void Selector::Assign(Variable to, NodeId id) {
     const Node node = trees[id];
     switch (node.kind) {
         case NodeKind::Constant:
-        case NodeKind::Variable:
+        case NodeKind::Local:
         case NodeKind::Global:
         case NodeKind::MemorySize: Put(to, node.type, Source(id, SizeOf(node.type))); return;
         case NodeKind::Load: AssignLoad(to, node); return;

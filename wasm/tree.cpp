@@ -288,7 +288,7 @@ NodeId MakeConstant(Trees& trees, ValueType type, u64 bits) {
 
 NodeId MakeVariable(Trees& trees, ValueType type, Variable variable) {
     Node node;
-    node.kind = NodeKind::Variable;
+    node.kind = NodeKind::Local;
     node.type = type;
     node.value = variable;
     node.reads = u64{1} << (variable % 64);
@@ -382,7 +382,7 @@ bool ReadsVariable(const Trees& trees, NodeId id, Variable variable) {
     const Node& node = trees[id];
     if ((node.reads >> (variable % 64) & 1) == 0) return false;
     switch (node.kind) {
-        case NodeKind::Variable: return node.value == variable;
+        case NodeKind::Local: return node.value == variable;
         case NodeKind::Load: return ReadsVariable(trees, node.a, variable);
         case NodeKind::Plain:
             if (ReadsVariable(trees, node.a, variable)) return true;

@@ -16,7 +16,7 @@ using NodeId = u32;
 
 enum class NodeKind : u8 {
     Constant,    // value: the bits
-    Variable,    // value: the variable
+    Local,       // value: the variable
     Global,      // value: the global
     Load,        // code: the row of the memory operators; a the address, value the offset
     Plain,       // code: the operator; a, b
@@ -73,7 +73,7 @@ inline bool IsConstant(const Trees& trees, NodeId id, u64 bits) {
     return trees[id].kind == NodeKind::Constant && trees[id].value == bits;
 }
 inline bool IsVariable(const Trees& trees, NodeId id) {
-    return trees[id].kind == NodeKind::Variable;
+    return trees[id].kind == NodeKind::Local;
 }
 inline bool IsLeaf(const Trees& trees, NodeId id) {
     return IsConstant(trees, id) || IsVariable(trees, id);
