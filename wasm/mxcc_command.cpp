@@ -160,7 +160,7 @@ std::string PrepareOutput(std::string& output) {
     return "";
 }
 
-int CompileAndLink(MxccOptions options, const fs::path& bin, const fs::path& kit) {
+int CompileAndLink(MxccOptions options, const fs::path& kit) {
     const std::string problem = PrepareOutput(options.output);
     if (!problem.empty()) return Fail(problem);
     const TemporaryFolder folder;
@@ -173,7 +173,6 @@ int CompileAndLink(MxccOptions options, const fs::path& bin, const fs::path& kit
     if (result.status != 0) return 1;
     LinkPlan plan;
     plan.kit = kit;
-    plan.translator = bin / "mxwasm";
     plan.output = options.output;
     plan.folder = folder.path;
     if (!ReadRecord(folder.path, plan.arguments)) return 0;
@@ -200,9 +199,8 @@ int RunMxcc(const std::vector<std::string>& arguments) {
     const std::string missing = MissingTool(options);
     if (!missing.empty()) return Fail(missing);
     if (options.level.empty() && !options.hasDebug) options.level = "2";
-    const fs::path bin = OwnFile().parent_path();
-    const fs::path kit = bin.parent_path() / "share" / "moxi" / "c";
-    return options.links ? CompileAndLink(options, bin, kit) : Compile(options, kit);
+    const fs::path kit = OwnFile().parent_path().parent_path() / "share" / "moxi" / "c";
+    return options.links ? CompileAndLink(options, kit) : Compile(options, kit);
 }
 
 }  // namespace moxi

@@ -6,11 +6,13 @@
 #include <iostream>
 #include <iterator>
 #include <regex>
+#include <sstream>
 #include <string_view>
 
 #include "base/types.h"
 #include "wasm/module.h"
 #include "wasm/mxcc_tools.h"
+#include "wasm/mxwasm_command.h"
 
 namespace moxi {
 
@@ -171,18 +173,20 @@ bool Optimize(const MxccOptions& options, const std::string& file) {
 
 // Where the data may begin: the end of the code. 0 when it is not to be had.
 u32 CodeEnd(const LinkPlan& plan, const std::string& file) {
-    const std::string printed = plan.folder + "/end";
-    const std::vector<std::string> shell = {
-        "/bin/sh",       "-c", "exec \"$0\" \"$1\" --identity --code-end > \"$2\"",
-        plan.translator, file, printed};
-    if (RunTool(shell, false).status != 0) return 0;
-    return static_cast<u32>(std::strtoul(ReadWholeFile(printed).c_str(), nullptr, 10));
+    std::ostringstream end;
+    std::ostringstream errors;
+    const int status = RunMxwasm({file, "--identity", "--code-end"}, end, errors);
+    std::cerr << Readable(errors.str(), plan);
+    return status == 0 ? static_cast<u32>(std::strtoul(end.str().c_str(), nullptr, 10)) : 0;
 }
 
 bool Translate(const LinkPlan& plan, const MxccOptions& options, const std::string& file) {
-    std::vector<std::string> command = {plan.translator, file, "--identity", "-o", plan.output};
-    command.insert(command.end(), options.translator.begin(), options.translator.end());
-    return RunTool(command, false).status == 0;
+    std::vector<std::string> arguments = {file, "--identity", "-o", plan.output};
+    arguments.insert(arguments.end(), options.translator.begin(), options.translator.end());
+    std::ostringstream errors;
+    const int status = RunMxwasm(arguments, std::cout, errors);
+    std::cerr << Readable(errors.str(), plan);
+    return status == 0;
 }
 
 }  // namespace

@@ -12,7 +12,6 @@ namespace moxi {
 struct LinkPlan {
     std::vector<std::string> arguments;  // of wasm-ld, without the output
     std::string kit;                     // the folder with `include` and `lib`
-    std::string translator;              // mxwasm
     std::string output;                  // the MAIN.MX
     std::string folder;                  // for what lies between
 };
