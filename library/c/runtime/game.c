@@ -178,7 +178,10 @@ void game_quit(void) {
     moxi_stop();
 }
 
-int moxi_message(int message, int p1, int p2, int p3) {
+// Exported under the name that the machine looks for, but defined under another: a program without
+// a game must not find it in the library.
+__attribute__((export_name("moxi_message"))) int moxi_game_message(int message, int p1, int p2,
+                                                                   int p3) {
     switch (message) {
         case MOXI_MSG_CLOSE: return 1;
         case MOXI_MSG_SIZE: OnSize(p1, p2); break;

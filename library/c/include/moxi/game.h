@@ -277,8 +277,9 @@ void save_number(const char* name, int number);
 const char* saved_text(const char* name, const char* otherwise);
 void save_text(const char* name, const char* text);
 
-// The program's entry lies in the library; this takes it in.
-__attribute__((used)) static int (*const moxi_game_entry)(int, int, int, int) = moxi_message;
+// What the messages go to lies in the library; this takes it in.
+int moxi_game_message(int message, int p1, int p2, int p3);
+__attribute__((used)) static int (*const moxi_game_entry)(int, int, int, int) = moxi_game_message;
 
 #ifdef __cplusplus
 }
