@@ -93,7 +93,8 @@ struct Builder {
     void TakeResults(const FunctionType& type);
     void Call(u32 callee);
     void CallIndirect(u32 typeIndex);
-    void CallService(Service service, const Import& import);
+    void CallService(const ImportTarget& target, const FunctionType& type);
+    void CallFunction(u32 number, const FunctionType& type);
 
     // --- The rest
     void Variables(u8 opcode);
@@ -107,7 +108,7 @@ struct Builder {
     void Declare(const FunctionType& type);
     void EmitWrongEntries();
     void Run(u32 index);
-    void RunImport(const Import& import, const FunctionType& type);
+    void RunImport(u32 index, const FunctionType& type);
 };
 
 OperandSize SizeOfNode(const Trees& trees, NodeId id) {
@@ -420,12 +421,16 @@ void Builder::TakeResults(const FunctionType& type) {
     }
 }
 
-void Builder::CallService(Service service, const Import& import) {
+void Builder::CallService(const ImportTarget& target, const FunctionType& type) {
     moxi::Instruction instruction;
     instruction.kind = Kind::CallRoutine;
     const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
-    switch (service) {
+    switch (target.service) {
         case Service::None: break;
+        case Service::Linked: CallFunction(target.function, type); return;
+        case Service::Empty:
+            for (u64 i = 0; i < type.parameters.size(); ++i) select.Discard(Pop());
+            return;
         case Service::Sys: {
             const Operand block = argument(Pop());
             // LEA adds where linear memory lies.
@@ -457,34 +462,38 @@ void Builder::CallService(Service service, const Import& import) {
             instruction.target = RoutineNumber(plan, "moxi_stop");
             select.Emit(instruction);
             return;
-        case Service::MemoryBase: {
+        case Service::MemoryBase:
+        case Service::CartridgeBase: {
+            const bool isOwn = target.service == Service::MemoryBase;
             const Variable result = select.NewVariable();
-            select.Put(result, ValueType::I32, Number(0, Base::Memory));
+            select.Put(result, ValueType::I32, Number(0, isOwn ? Base::Memory : Base::Cartridge));
             PushVariable(ValueType::I32, result);
             return;
         }
     }
-    (void)import;
 }
 
-void Builder::Call(u32 callee) {
-    const Function& function = module.functions[callee];
-    SettleForCall();
-    code.hasCalls = true;
-    if (function.isImported) {
-        const Import& import = module.imports[function.import];
-        CallService(ServiceOf(import), import);
-        return;
-    }
-    const FunctionType& type = module.types[function.type];
+void Builder::CallFunction(u32 number, const FunctionType& type) {
     moxi::Instruction call;
     call.kind = Kind::Call;
     u32 registers = 0;
     PassArguments(type, registers, call.pushed);
     call.arguments = static_cast<u8>(registers);
-    call.target = callee;
+    call.target = number;
     select.Emit(call);
     TakeResults(type);
+}
+
+void Builder::Call(u32 callee) {
+    const Function& function = module.functions[callee];
+    const FunctionType& type = module.types[function.type];
+    SettleForCall();
+    code.hasCalls = true;
+    if (function.isImported) {
+        CallService(plan.imports[callee], type);
+    } else {
+        CallFunction(plan.functionBase + callee, type);
+    }
 }
 
 void Builder::CallIndirect(u32 typeIndex) {
@@ -821,10 +830,11 @@ void Builder::EmitWrongEntries() {
     }
 }
 
-void Builder::RunImport(const Import& import, const FunctionType& type) {
+// An imported function with code of its own, for those who call it by address.
+void Builder::RunImport(u32 index, const FunctionType& type) {
     for (u32 i = 0; i < locals.size(); ++i) PushVariable(localTypes[i], locals[i]);
-    CallService(ServiceOf(import), import);
-    (void)type;
+    code.hasCalls = plan.imports[index].service == Service::Linked;
+    CallService(plan.imports[index], type);
     Return();
 }
 
@@ -836,7 +846,8 @@ void Builder::Run(u32 index) {
     select.Emit({});
     Declare(type);
     if (function.isImported) {
-        RunImport(module.imports[function.import], type);
+        RunImport(index, type);
+        select.EmitTraps();
         return;
     }
     cursor = {function.body, function.end, nullptr};
@@ -867,16 +878,6 @@ void Builder::Run(u32 index) {
 }
 
 }  // namespace
-
-Service ServiceOf(const Import& import) {
-    if (import.module != "moxi") return Service::None;
-    if (import.name == "sys") return Service::Sys;
-    if (import.name == "setjmp") return Service::Setjmp;
-    if (import.name == "longjmp") return Service::Longjmp;
-    if (import.name == "stop") return Service::Stop;
-    if (import.name == "memory_base") return Service::MemoryBase;
-    return Service::None;
-}
 
 FunctionCode BuildFunction(ModulePlan& plan, u32 index) {
     FunctionCode code;

@@ -59,10 +59,11 @@ OperandSize SizeOfBytes(u32 bytes) {
 }
 
 u32 RoutineNumber(ModulePlan& plan, const std::string& name) {
-    const auto found = std::find(plan.routines.begin(), plan.routines.end(), name);
-    if (found != plan.routines.end()) return static_cast<u32>(found - plan.routines.begin());
-    plan.routines.push_back(name);
-    return static_cast<u32>(plan.routines.size() - 1);
+    std::vector<std::string>& routines = *plan.routines;
+    const auto found = std::find(routines.begin(), routines.end(), name);
+    if (found != routines.end()) return static_cast<u32>(found - routines.begin());
+    routines.push_back(name);
+    return static_cast<u32>(routines.size() - 1);
 }
 
 u32 NameCell(ModulePlan& plan, u32 function) {

@@ -16,6 +16,7 @@ struct TranslateOptions {
     bool checkBounds = false;
     bool calls = false;             // a module without an entry is called by CALL.TXT
     bool identity = false;          // linear memory is the image itself
+    std::string_view cartridge;     // a second module, linked to the first one (link.h)
     bool wantAssembly = false;
     std::string libraryFolder;      // where moxi/wasm_runtime.inc lies
 };
@@ -32,6 +33,7 @@ struct TranslatedSymbol {
 struct TranslatedLine {
     u32 address = 0;
     u32 origin = 0;
+    u32 module = 0;  // 0, or 1 for the cartridge
 };
 
 struct Translation {
@@ -43,6 +45,7 @@ struct Translation {
     std::string assembly;             // when asked for
     u32 codeEnd = 0;                  // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;            // image address of linear memory's first byte
+    u32 cartridgeAddress = 0;         // the same of the cartridge's
     u32 codeBytes = 0;                // of the translated functions
 };
 
