@@ -115,7 +115,10 @@ struct Roles {
 
 Roles RolesOf(const Instruction& instruction);
 
-// Whether nothing but the variable that it writes shows that the instruction was executed.
+bool SetsFlags(const Instruction& instruction);
+
+// Whether nothing but the variable that it writes, and the flags, shows that the instruction was
+// executed.
 bool IsPure(const Instruction& instruction);
 
 }  // namespace moxi

@@ -181,9 +181,13 @@ void Finder::WalkBlock(const Block& block, u64 index) {
         openEnd[variableOf[bit]] = 2 * block.end;
         alive.push_back(variableOf[bit]);
     }
+    bool flagsAreWanted = false;
     for (u32 i = block.end; i-- > block.first;) {
         Instruction& instruction = code.instructions[i];
-        if (IsPure(instruction) && instruction.a.variable >= kFirstVariable &&
+        if (instruction.kind == Kind::Branch) flagsAreWanted = true;
+        const bool givesFlags = flagsAreWanted && SetsFlags(instruction);
+        if (givesFlags) flagsAreWanted = false;
+        if (!givesFlags && IsPure(instruction) && instruction.a.variable >= kFirstVariable &&
             openEnd[instruction.a.variable] == 0) {
             instruction.kind = Kind::Nothing;
             continue;

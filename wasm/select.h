@@ -91,6 +91,7 @@ struct Selector {
     // Computes what may trap, and forgets the value.
     void Discard(NodeId id);
     void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);
+    bool BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b);
     void Narrow(Variable to, OperandSize size, NodeId id);
     bool CanNarrow(NodeId id, OperandSize size) const;
     Operand NarrowSource(NodeId id, OperandSize size);
@@ -98,6 +99,7 @@ struct Selector {
     bool AssignMask(Variable to, const Node& node);
     void AssignPlain(Variable to, NodeId id);
     void AssignSelect(Variable to, const Node& node);
+    void AssignFrom(Variable to, NodeId held, NodeId id);
     void AssignRotate(Variable to, const Node& node, bool left);
     void AssignRemainder(Variable to, const Node& node, OperandSize size);
     void ClearUpper(Variable variable);
@@ -114,7 +116,14 @@ struct Selector {
                        u32 label);
     void BranchOnSigns(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
                        u32 label);
+
+    // --- Comparisons of floating-point numbers (select_float.cpp)
+
     void BranchOnFloat(const Node& node, bool sense, u32 label);
+    void CompareWithConstant(Variable x, bool isNonNegative, bool isLong, u64 constant, u8 relation,
+                             u32 yes, u32 no);
+    void CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
+    void CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
 
     // --- Floating point and conversions (select_convert.cpp)
 

@@ -7,6 +7,7 @@
 #include "wasm/encode.h"
 #include "wasm/image.h"
 #include "wasm/link.h"
+#include "wasm/straighten.h"
 
 namespace moxi {
 
@@ -123,6 +124,9 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
     for (u32 i = 0; i < module.functions.size(); ++i) {
         if (!wanted[i]) continue;
         FunctionCode code = BuildFunction(plan, i);
+        Straighten(code);
+        UseLowHalves(code);
+        UseFlags(code);
         const Allocation allocation = Allocate(code);
         parts.functions[plan.functionBase + i] =
             parts.code.base + static_cast<u32>(parts.code.bytes.size());
