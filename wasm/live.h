@@ -31,13 +31,14 @@ template <class F>
 void ForEachVariable(const Instruction& instruction, F f) {
     if (instruction.kind == Kind::Nothing) return;
     const Roles roles = RolesOf(instruction);
+    // B is read before A is written: both may be the same variable.
+    if (instruction.b.place == Place::Register || instruction.b.place == Place::Indexed) {
+        f(instruction.b.variable, true, false);
+    }
     if (instruction.a.place == Place::Register) {
         if (roles.readsA || roles.writesA) f(instruction.a.variable, roles.readsA, roles.writesA);
     } else if (instruction.a.place == Place::Indexed) {
         f(instruction.a.variable, true, false);
-    }
-    if (instruction.b.place == Place::Register || instruction.b.place == Place::Indexed) {
-        f(instruction.b.variable, true, false);
     }
 }
 
