@@ -42,6 +42,15 @@ struct Builder {
     std::vector<Frame> frames{};
     std::vector<Variable> locals{};
     std::vector<ValueType> localTypes{};
+    // What is known of a local's value since its last assignment, until control comes together.
+    struct Fact {
+        u32 epoch = 0;
+        bool isNonNegative = false;
+        i64 low = 0;
+        i64 high = 0;
+    };
+    std::vector<Fact> facts{};  // by local
+    u32 epoch = 1;
     std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
     bool reachable = true;
@@ -99,6 +108,11 @@ struct Builder {
     // --- The rest
     void Variables(u8 opcode);
     void SetLocal(u32 number, NodeId value);
+    void PushLocal(u32 number);
+    void Join(u32 label) {
+        select.Label(label);
+        ++epoch;  // what is known need not hold on the other ways to here
+    }
     void SetGlobal(u32 number, NodeId value);
     void Memory(const MemoryOperator& row, u8 opcode);
     void Prefixed();
@@ -315,7 +329,7 @@ void Builder::Begin(Opcode opcode) {
             PushVariable(frame.type.parameters.items[i], frame.variables[i]);
         }
         ++select.depth;
-        select.Label(frame.label);
+        Join(frame.label);
     } else {
         for (u32 i = 0; i < frame.type.results.count; ++i) {
             frame.variables.push_back(select.NewVariable());
@@ -336,7 +350,7 @@ void Builder::Else() {
         frame.isUsed = true;
         select.Jump(frame.label);
     }
-    select.Label(frame.elseLabel);
+    Join(frame.elseLabel);
     frame.elseLabel = kNoLabel;
     stack.resize(frame.height);
     stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
@@ -375,15 +389,15 @@ void Builder::End() {
         const bool moves = !frame.variables.empty();
         if (moves) {
             if (reachable) select.Jump(frame.label);
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
             stack.resize(frame.height);
             stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
             MoveTo(frame.variables);
         } else {
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
         }
     }
-    select.Label(frame.label);
+    Join(frame.label);
     reachable = true;
     frames.pop_back();
     EnterResults(frame);
@@ -529,8 +543,20 @@ void Builder::CallIndirect(u32 typeIndex) {
 
 // --- The rest
 
+void Builder::PushLocal(u32 number) {
+    PushVariable(localTypes[number], locals[number]);
+    const Fact& fact = facts[number];
+    if (fact.epoch != epoch) return;
+    Node& node = select.trees.nodes[stack.back()];
+    node.isNonNegative = fact.isNonNegative;
+    node.low = fact.low;
+    node.high = fact.high;
+}
+
 void Builder::SetLocal(u32 number, NodeId value) {
     SettleReaders(locals[number]);
+    const Node& node = select.trees[value];
+    facts[number] = {epoch, node.isNonNegative, node.low, node.high};
     select.Assign(locals[number], value);
 }
 
@@ -559,11 +585,11 @@ void Builder::SetGlobal(u32 number, NodeId value) {
 void Builder::Variables(u8 opcode) {
     const u32 number = cursor.Unsigned32();
     switch (static_cast<Opcode>(opcode)) {
-        case Opcode::LocalGet: PushVariable(localTypes[number], locals[number]); break;
+        case Opcode::LocalGet: PushLocal(number); break;
         case Opcode::LocalSet: SetLocal(number, Pop()); break;
         case Opcode::LocalTee:
             SetLocal(number, Pop());
-            PushVariable(localTypes[number], locals[number]);
+            PushLocal(number);
             break;
         case Opcode::GlobalGet: {
             const Global& global = module.globals[number];
@@ -807,6 +833,7 @@ void Builder::Declare(const FunctionType& type) {
         locals.push_back(select.NewVariable());
         MarkLocal(locals.back());
     }
+    facts.resize(locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
         select.Put(locals[i], ValueType::I64, InRegister(i));
     }
