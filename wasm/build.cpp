@@ -76,6 +76,13 @@ struct Builder {
     void SettleTraps() {
         SettleWhere([](const Node& node) { return node.traps; });
     }
+    // Traps come in the order of the module: what waits goes before a value that may trap.
+    void SettleBefore(NodeId& first, NodeId second) {
+        if (select.trees[first].traps && select.trees[second].traps) Settle(first);
+    }
+    void SettleTrapsBefore(NodeId id) {
+        if (select.trees[id].traps) SettleTraps();
+    }
     bool IsLocalVariable(Variable variable) const {
         return variable < isLocal.size() && isLocal[variable];
     }
@@ -554,6 +561,7 @@ void Builder::PushLocal(u32 number) {
 }
 
 void Builder::SetLocal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleReaders(locals[number]);
     const Node& node = select.trees[value];
     facts[number] = {epoch, node.isNonNegative, node.low, node.high};
@@ -561,6 +569,7 @@ void Builder::SetLocal(u32 number, NodeId value) {
 }
 
 void Builder::SetGlobal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleWhere([](const Node& node) { return node.readsGlobals; });
     const OperandSize size = SizeOf(module.globals[number].type);
     const Operand cell = AtAddress(Base::Data, plan.globalCells[number]);
@@ -617,8 +626,9 @@ void Builder::Memory(const MemoryOperator& row, u8 opcode) {
         return;
     }
     const NodeId value = Pop();
-    const NodeId address = Pop();
+    NodeId address = Pop();
     SettleWhere([](const Node& node) { return node.readsMemory || node.traps; });
+    SettleBefore(address, value);
     select.Store(row, address, offset, value);
 }
 
@@ -735,7 +745,11 @@ void Builder::Instruction() {
     const PlainOperator& plain = kOperators.plain[opcode];
     if (plain.text != nullptr && opcode < kFirstSaturating) {
         const NodeId b = Pop();
-        const NodeId a = plain.second != ValueType::None ? Pop() : b;
+        NodeId a = b;
+        if (plain.second != ValueType::None) {
+            a = Pop();
+            SettleBefore(a, b);
+        }
         Push(MakePlain(select.trees, opcode, a, b));
         return;
     }
@@ -780,15 +794,23 @@ void Builder::Instruction() {
             CallIndirect(type);
             break;
         }
-        case Opcode::Drop: select.Discard(Pop()); break;
+        case Opcode::Drop: {
+            const NodeId value = Pop();
+            SettleTrapsBefore(value);
+            select.Discard(value);
+            break;
+        }
         case Opcode::SelectTyped:
             cursor.Unsigned32();
             cursor.Byte();
             [[fallthrough]];
         case Opcode::Select: {
             const NodeId condition = Pop();
-            const NodeId second = Pop();
-            const NodeId first = Pop();
+            NodeId second = Pop();
+            NodeId first = Pop();
+            SettleBefore(first, second);
+            SettleBefore(first, condition);
+            SettleBefore(second, condition);
             Push(MakeSelect(select.trees, condition, first, second));
             break;
         }
