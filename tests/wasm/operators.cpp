@@ -61,8 +61,8 @@ std::vector<NumericOperator> ReadRuns() {
             if (number > 0xFF) bytes.push_back(static_cast<u8>(number >> 8));
             bytes.push_back(static_cast<u8>(number));
             const size_t arrow = signature.find('>');
-            all.push_back({type + "." + name, bytes, signature.substr(0, arrow),
-                           signature[arrow + 1]});
+            all.push_back(
+                {type + "." + name, bytes, signature.substr(0, arrow), signature[arrow + 1]});
         }
     }
     return all;

@@ -10,7 +10,7 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kFuel = 150;        // function entries and turns of loops in one call from outside
+constexpr u32 kFuel = 150;         // function entries and turns of loops in one call from outside
 constexpr u32 kUsedMemory = 2048;  // where addresses lie unless they may lie anywhere
 constexpr const char* kTypes = "iIfF";
 
@@ -68,7 +68,7 @@ class Maker {
         }
         if (hasMemory) {
             pages = 1 + Below(2);
-            maximum = Chance(60) ? pages + Below(3) : 0;
+            maximum = pages + Below(3);  // else the reserve would be seen
             passiveData = Chance(60) ? 1 + Below(40) : 0;
             moreData = Below(3);
         }
@@ -86,29 +86,43 @@ class Maker {
     // --- Values
 
     u64 AnyBits(char type) {
-        static constexpr u64 kInteresting[] = {0, 1, 2, 7, 8, 31, 32, 63, 64, 127, 128, 255, 256,
-                                               0x7FFF, 0x8000, 0xFFFF, 0x7FFFFFFF, 0x80000000,
-                                               0xFFFFFFFF, 0x100000000, 0x7FFFFFFFFFFFFFFF,
-                                               0x8000000000000000, 0xFFFFFFFFFFFFFFFF,
-                                               0xFFFFFFFFFFFFFFFE, 0x8000000000000001};
-        static constexpr u32 kFloats[] = {0x00000000, 0x80000000, 0x3F800000, 0xBF800000,
-                                          0x3F000000, 0x3FC00000, 0x40200000, 0x7F800000,
-                                          0xFF800000, 0x7FC00000, 0x00000001, 0x80000001,
-                                          0x007FFFFF, 0x00800000, 0x7F7FFFFF, 0x4B000001,
-                                          0x4F000000, 0x5F000000, 0xCF000000, 0xDF000000,
-                                          0x4F800000, 0x5F800000, 0x42280000, 0x3EAAAAAB};
-        static constexpr u64 kDoubles[] = {0x0000000000000000, 0x8000000000000000,
-                                           0x3FF0000000000000, 0xBFF0000000000000,
-                                           0x3FE0000000000000, 0x3FF8000000000000,
-                                           0x4004000000000000, 0x7FF0000000000000,
-                                           0xFFF0000000000000, 0x7FF8000000000000,
-                                           0x0000000000000001, 0x8000000000000001,
-                                           0x000FFFFFFFFFFFFF, 0x0010000000000000,
-                                           0x7FEFFFFFFFFFFFFF, 0x41E0000000000000,
-                                           0xC1E0000000200000, 0x43E0000000000000,
-                                           0x43F0000000000000, 0x4330000000000001,
-                                           0x3690000000000000, 0x380FFFFFE0000000,
-                                           0x47EFFFFFF0000000, 0x3FD5555555555555};
+        static constexpr u64 kInteresting[] = {0,
+                                               1,
+                                               2,
+                                               7,
+                                               8,
+                                               31,
+                                               32,
+                                               63,
+                                               64,
+                                               127,
+                                               128,
+                                               255,
+                                               256,
+                                               0x7FFF,
+                                               0x8000,
+                                               0xFFFF,
+                                               0x7FFFFFFF,
+                                               0x80000000,
+                                               0xFFFFFFFF,
+                                               0x100000000,
+                                               0x7FFFFFFFFFFFFFFF,
+                                               0x8000000000000000,
+                                               0xFFFFFFFFFFFFFFFF,
+                                               0xFFFFFFFFFFFFFFFE,
+                                               0x8000000000000001};
+        static constexpr u32 kFloats[] = {
+            0x00000000, 0x80000000, 0x3F800000, 0xBF800000, 0x3F000000, 0x3FC00000,
+            0x40200000, 0x7F800000, 0xFF800000, 0x7FC00000, 0x00000001, 0x80000001,
+            0x007FFFFF, 0x00800000, 0x7F7FFFFF, 0x4B000001, 0x4F000000, 0x5F000000,
+            0xCF000000, 0xDF000000, 0x4F800000, 0x5F800000, 0x42280000, 0x3EAAAAAB};
+        static constexpr u64 kDoubles[] = {
+            0x0000000000000000, 0x8000000000000000, 0x3FF0000000000000, 0xBFF0000000000000,
+            0x3FE0000000000000, 0x3FF8000000000000, 0x4004000000000000, 0x7FF0000000000000,
+            0xFFF0000000000000, 0x7FF8000000000000, 0x0000000000000001, 0x8000000000000001,
+            0x000FFFFFFFFFFFFF, 0x0010000000000000, 0x7FEFFFFFFFFFFFFF, 0x41E0000000000000,
+            0xC1E0000000200000, 0x43E0000000000000, 0x43F0000000000000, 0x4330000000000001,
+            0x3690000000000000, 0x380FFFFFE0000000, 0x47EFFFFFF0000000, 0x3FD5555555555555};
         const u64 any = random();
         if (type == 'i' || type == 'I') {
             const u64 bits = Chance(30)   ? Below(16)
@@ -118,15 +132,14 @@ class Maker {
         }
         if (type == 'f') {
             if (Chance(60)) return kFloats[Below(std::size(kFloats))];
-            return Chance(50) ? std::bit_cast<u32>(static_cast<float>(static_cast<i64>(any) >>
-                                                                      (20 + Below(40))) /
-                                                   64)
-                              : Quieted(any & 0xFFFFFFFF);
+            return Chance(50)
+                       ? std::bit_cast<u32>(
+                             static_cast<float>(static_cast<i64>(any) >> (20 + Below(40))) / 64)
+                       : Quieted(any & 0xFFFFFFFF);
         }
         if (Chance(60)) return kDoubles[Below(std::size(kDoubles))];
-        return Chance(50) ? std::bit_cast<u64>(static_cast<double>(static_cast<i64>(any) >>
-                                                                   (10 + Below(50))) /
-                                               64)
+        return Chance(50) ? std::bit_cast<u64>(
+                                static_cast<double>(static_cast<i64>(any) >> (10 + Below(50))) / 64)
                           : any;
     }
 
@@ -442,8 +455,10 @@ class Maker {
         Invoke(function, depth - 1);
         const std::string results = signatures[functions[function]].results;
         for (size_t i = results.size(); i-- > 0;) {
-            if (Chance(50)) Op(0x21, LocalOf(results[i]));
-            else Op(0x1A);
+            if (Chance(50))
+                Op(0x21, LocalOf(results[i]));
+            else
+                Op(0x1A);
         }
     }
 
@@ -458,8 +473,10 @@ class Maker {
     // Takes what a block was given from the stack.
     void TakeParameters(const std::string& parameters) {
         for (size_t i = parameters.size(); i-- > 0;) {
-            if (Chance(70)) Op(0x21, LocalOf(parameters[i]));
-            else Op(0x1A);
+            if (Chance(70))
+                Op(0x21, LocalOf(parameters[i]));
+            else
+                Op(0x1A);
         }
     }
 
@@ -631,9 +648,7 @@ class Maker {
                 Op(0x00);
                 Op(0x0B);
                 break;
-            case 3:
-                Op(0x21, LocalOf('F'));
-                break;
+            case 3: Op(0x21, LocalOf('F')); break;
             default: break;
         }
     }
@@ -1012,8 +1027,10 @@ class Maker {
             section.Unsigned(to - from);
             for (u32 i = from; i < to; ++i) section.Unsigned(table[i]);
         };
-        if (any) active(runs[0].first, runs[0].second);
-        else if (passiveElements != 0) active(0, 0);
+        if (any)
+            active(runs[0].first, runs[0].second);
+        else if (passiveElements != 0)
+            active(0, 0);
         if (passiveElements != 0) {
             section.Byte(1);
             section.Byte(0);
