@@ -78,7 +78,9 @@ struct Builder {
     }
     // Traps come in the order of the module: what waits goes before a value that may trap.
     void SettleBefore(NodeId& first, NodeId second) {
-        if (select.trees[first].traps && select.trees[second].traps) Settle(first);
+        if (!select.trees[first].traps || !select.trees[second].traps) return;
+        SettleTraps();
+        Settle(first);
     }
     void SettleTrapsBefore(NodeId id) {
         if (select.trees[id].traps) SettleTraps();
@@ -140,7 +142,9 @@ OperandSize SizeOfNode(const Trees& trees, NodeId id) {
 
 void Builder::Push(NodeId id) {
     stack.push_back(id);
-    if (select.trees[id].depth > kMaxTreeDepth) Settle(stack.back());
+    if (select.trees[id].depth <= kMaxTreeDepth) return;
+    SettleTrapsBefore(id);
+    Settle(stack.back());
 }
 
 // Computes a waiting value now, so that nothing that comes can change it.
@@ -155,10 +159,18 @@ void Builder::Settle(NodeId& id) {
     select.trees.nodes[id].isNonNegative = node.isNonNegative;
 }
 
+// Settles the waiting values that the test picks; of those that may trap the lower ones as well.
 template <class Test>
 void Builder::SettleWhere(Test test) {
-    for (NodeId& id : stack) {
-        if (test(select.trees[id])) Settle(id);
+    u64 settled = 0;  // below this nothing that may trap waits any more
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!test(select.trees[stack[i]])) continue;
+        if (select.trees[stack[i]].traps) {
+            for (; settled < i; ++settled) {
+                if (select.trees[stack[settled]].traps) Settle(stack[settled]);
+            }
+        }
+        Settle(stack[i]);
     }
 }
 
@@ -167,8 +179,10 @@ void Builder::SettleAll() {
 }
 
 void Builder::SettleReaders(Variable variable) {
-    for (NodeId& id : stack) {
-        if (ReadsVariable(select.trees, id, variable)) Settle(id);
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!ReadsVariable(select.trees, stack[i], variable)) continue;
+        if (select.trees[stack[i]].traps) SettleTraps();
+        Settle(stack[i]);
     }
 }
 
