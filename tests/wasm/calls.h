@@ -33,8 +33,8 @@ std::string CallText(const std::vector<RandomModule::Call>& calls);
 CallsRun RunTranslated(const Translation& translation, const std::string& calls);
 
 // What wabt's interpreter says to the calls of a row of modules: for each module the lines that the
-// log would get, up to and with the first trap ("Trap: WHAT"), or for all calls, as if none had ended
-// the program. All results are integers. Nothing at all when it does not accept the modules.
+// log would get, up to and with the first trap ("Trap: WHAT"), or for all calls, as if none had
+// ended the program. All results are integers. Nothing at all when it does not accept the modules.
 std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules,
                                                 bool untilTrap = true);
 
