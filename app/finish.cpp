@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "app/record.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
@@ -72,5 +73,6 @@ void Finish(int status) {
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
+    RemoveTemporaryFolder();
     std::exit(status);
 }

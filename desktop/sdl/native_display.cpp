@@ -116,6 +116,11 @@ bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
     return true;
 }
 
+unsigned long XWindow(SDL_Window* window) {
+    SDL_SysWMinfo info;
+    return WindowInfo(window, SDL_SYSWM_X11, info) ? info.info.x11.window : 0;
+}
+
 #else
 
 void TakeX11Errors() {}
@@ -125,6 +130,9 @@ ServerWait WaitForX11(u64) {
 }
 bool AskX11ForWindow(SDL_Window*, SDL_Rect&) {
     return false;
+}
+unsigned long XWindow(SDL_Window*) {
+    return 0;
 }
 
 #endif

@@ -36,5 +36,8 @@ ServerWait WaitForX11(u64 nanoseconds);
 // when there is no answer.
 bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content);
 
+// The X server's number of the window; 0 on other desktops.
+unsigned long XWindow(SDL_Window* window);
+
 // The connection to the Wayland compositor is broken; false on other desktops.
 bool WaylandConnectionIsBroken(SDL_Window* window);

@@ -21,6 +21,7 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
+#include "desktop/sdl/wayland_side.h"
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
@@ -124,6 +125,7 @@ void CreateGameWindow(WindowFrame content) {
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
     WatchDisplay(window);
+    StartWaylandSide(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
