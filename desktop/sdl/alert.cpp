@@ -9,6 +9,7 @@
 #include "desktop/sdl/box_layout.h"
 #include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
@@ -111,6 +112,7 @@ static bool OpenBoxWindow(Box& box) {
     box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, box.layout.width,
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
+    NameX11Window(box.window, box.text->title.c_str());
     box.windowId = SDL_GetWindowID(box.window);
     // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
     // when a box that belongs to it goes away.

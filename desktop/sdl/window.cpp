@@ -2,6 +2,7 @@
 
 #include <SDL_keyboard.h>
 #include <SDL_mouse.h>
+#include <glib.h>
 
 #include <algorithm>
 #include <string>
@@ -124,6 +125,7 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    NameX11Window(window, title.c_str());
     WatchDisplay(window);
     StartWaylandSide(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
@@ -131,8 +133,13 @@ void CreateGameWindow(WindowFrame content) {
 
 void SetGameWindowTitle(const char* utf8) {
     const InsideDesktop inside;
-    title = utf8;
-    if (window != nullptr) SDL_SetWindowTitle(window, utf8);
+    // Bytes that are no characters would keep the whole title from being set.
+    char* valid = g_utf8_make_valid(utf8, -1);
+    title = valid;
+    g_free(valid);
+    if (window == nullptr) return;
+    SDL_SetWindowTitle(window, title.c_str());
+    NameX11Window(window, title.c_str());
 }
 
 void ShowGameWindow() {
