@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/library_lines.h"
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -74,5 +75,6 @@ void Finish(int status) {
     audioOut.shutDown();
     desktop.shutDown();
     RemoveTemporaryFolder();
+    GiveBackStandardError();
     std::exit(status);
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "app/finish.h"
+#include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
@@ -177,8 +178,10 @@ int main(int argc, char** argv) {
     }
     if (options.debug) StartDebugger();
     PrepareSandbox(options);
+    TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {
+        GiveBackStandardError();
         std::fprintf(stderr, "moxi: %s\n", error.c_str());
         return 1;
     }
@@ -196,6 +199,7 @@ int main(int argc, char** argv) {
     LoadInterfaceFile();
     moxiAppDelegate::init();
     EnterSandbox(options);
+    TellLibraryLines();
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

@@ -77,6 +77,8 @@ struct Desktop {
     // Makes the window, not yet shown, with this content rectangle.
     void (*createWindow)(WindowFrame content);
     void (*setWindowTitle)(const char* utf8);
+    // The icon of the window: R, G, B, A, rows top first. Null where windows have none.
+    void (*setWindowIcon)(const u8* pixels, u32 width, u32 height);
     void (*showWindow)();
     void (*closeWindow)();  // as the close button: desktopEvents.windowShouldClose decides
     void (*minimizeWindow)();
@@ -139,6 +141,7 @@ inline constinit Desktop desktop = {
     .shutDown = [] {},
     .createWindow = [](WindowFrame) {},
     .setWindowTitle = [](const char*) {},
+    .setWindowIcon = nullptr,
     .showWindow = [] {},
     .closeWindow = [] {},
     .minimizeWindow = [] {},

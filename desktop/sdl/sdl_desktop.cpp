@@ -145,6 +145,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .shutDown = ShutDown,
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,
+        .setWindowIcon = SetGameWindowIcon,
         .showWindow = ShowGameWindow,
         .closeWindow = RequestClose,
         .minimizeWindow = MinimizeGameWindow,

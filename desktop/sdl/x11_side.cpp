@@ -7,6 +7,9 @@
 
 #include <bitset>
 #include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "desktop/sdl/layouts.h"
 #include "desktop/sdl/x11_clipboard.h"
@@ -55,7 +58,7 @@ static void StartLayouts() {
     if (context != nullptr) UseLayoutSource(&kLayouts);
 }
 
-// --- A look at the X events. Whoever takes events off the wire is inside the gate.
+// --- Keys. Whoever takes events off the wire is inside the gate.
 
 // The word of a key event that SDL leaves to nobody says what the X event said.
 constexpr u32 kKnown = 1;
@@ -77,6 +80,41 @@ static void NoteHeldKeys() {
     std::free(keys);
 }
 
+// --- Borders
+
+static constinit xcb_atom_t frameExtents = XCB_ATOM_NONE;
+static constinit bool bordersMayDiffer = false;
+
+static void StartBorders() {
+    constexpr std::string_view kName = "_NET_FRAME_EXTENTS";
+    xcb_intern_atom_reply_t* const atom = xcb_intern_atom_reply(
+        connection,
+        xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()), nullptr);
+    if (atom != nullptr) frameExtents = atom->atom;
+    std::free(atom);
+}
+
+bool X11BordersMayDiffer() {
+    return std::exchange(bordersMayDiffer, false);
+}
+
+bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides) {
+    if (connection == nullptr || window == 0) return false;
+    xcb_get_property_reply_t* const reply = xcb_get_property_reply(
+        connection,
+        xcb_get_property(connection, 0, static_cast<xcb_window_t>(window), frameExtents,
+                         XCB_ATOM_CARDINAL, 0, 4),
+        nullptr);
+    const bool known = reply != nullptr && reply->format == 32 && reply->value_len == 4;
+    if (known) {
+        std::memcpy(sides.data(), xcb_get_property_value(reply), sizeof sides);
+    }
+    std::free(reply);
+    return known;
+}
+
+// --- A look at the X events. Whoever takes events off the wire is inside the gate.
+
 static void LookAt(const XEvent& event) {
     constexpr u32 kButtons = Button1Mask | Button2Mask | Button3Mask | Button4Mask | Button5Mask;
     keyWord = 0;
@@ -91,6 +129,9 @@ static void LookAt(const XEvent& event) {
         case KeyRelease: heldBefore.reset(event.xkey.keycode & 255); break;
         case FocusIn: NoteHeldKeys(); break;
         case MappingNotify: keymapIsOld = true; break;
+        case PropertyNotify:
+            bordersMayDiffer = bordersMayDiffer || event.xproperty.atom == frameExtents;
+            break;
         case LeaveNotify: leaving = (event.xcrossing.state & kButtons) == 0; break;
         default: break;
     }
@@ -111,6 +152,7 @@ static int Filter(void*, SDL_Event* event) {
 }
 
 X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event) {
+    if (connection == nullptr) return {};  // SDL leaves the word as it happens to be
     const u32 word = event.keysym.unused;
     return {(word & kKnown) != 0, word >> kGroupShift, (word & kHeldBefore) != 0};
 }
@@ -122,6 +164,7 @@ void StartX11Side() {
     connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection) != 0) return StopX11Side();
     StartLayouts();
+    StartBorders();
     StartX11Clipboard(connection);
     SDL_EventState(SDL_SYSWMEVENT, SDL_ENABLE);
     SDL_SetEventFilter(Filter, nullptr);

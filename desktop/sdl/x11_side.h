@@ -5,12 +5,20 @@
 
 #include <SDL_events.h>
 
+#include <array>
+
 #include "base/types.h"
 
 // Main thread, once SDL has started, on X11 only: connects and begins to look. Events that wait in
 // SDL's queue are lost.
 void StartX11Side();
 void StopX11Side();
+
+// The window manager has told of borders since this was last asked.
+bool X11BordersMayDiffer();
+// Asks the X server for the borders around the window, which SDL learns of later than of the size.
+// Left, right, top, bottom; false where the window manager tells none.
+bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides);
 
 // What an X key press said and SDL does not tell.
 struct X11KeyPress {
