@@ -27,10 +27,8 @@ std::thread::id mainThread;
     if (!onMainThread || reserve == nullptr) {
         // A library's own thread cannot show the box, nor wait for the main thread, which may wait
         // for it; and without the reserve not even the end can be had in order.
-        constexpr std::string_view kLine =
-            "fatal: Terminating: insufficient memory. So sorry.\n";
-        [[maybe_unused]] const ssize_t written =
-            write(errorDescriptor, kLine.data(), kLine.size());
+        constexpr std::string_view kLine = "fatal: Terminating: insufficient memory. So sorry.\n";
+        [[maybe_unused]] const ssize_t written = write(errorDescriptor, kLine.data(), kLine.size());
         if (!onMainThread) WriteDumpsOfForcedEnd();
         std::_Exit(1);
     }

@@ -55,7 +55,8 @@ void moxiView::keyUp(u8 code, const std::string& text) {
 }
 
 void moxiView::flagsChanged(bool shift, bool command, bool option) {
-    const u32 now = (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
+    const u32 now =
+        (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
     if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
     FlagsChanged(shift, command, option);
 }

@@ -24,13 +24,13 @@ namespace {
 struct Box {
     const BoxText* text = nullptr;
     BoxLayout layout;
-    SDL_Window* window = nullptr;        // its own; null for a box in the game's window
-    WaylandOverlay* overlay = nullptr;   // what shows a box in the game's window
-    SDL_Point place = {0, 0};            // of the box in the window that gets its events
-    u32 windowId = 0;                    // of that window
-    int focus = 0;                       // button that Return and Space press
-    int held = kNothingPressed;          // button under a mouse button that is down
-    int result = kNothingPressed;  // set once
+    SDL_Window* window = nullptr;       // its own; null for a box in the game's window
+    WaylandOverlay* overlay = nullptr;  // what shows a box in the game's window
+    SDL_Point place = {0, 0};           // of the box in the window that gets its events
+    u32 windowId = 0;                   // of that window
+    int focus = 0;                      // button that Return and Space press
+    int held = kNothingPressed;         // button under a mouse button that is down
+    int result = kNothingPressed;       // set once
 };
 }  // namespace
 
@@ -143,9 +143,7 @@ static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
         case SDL_SCANCODE_UP: MoveFocus(box, 1); break;
         case SDL_SCANCODE_RIGHT:
         case SDL_SCANCODE_DOWN: MoveFocus(box, -1); break;
-        case SDL_SCANCODE_TAB:
-            MoveFocus(box, (event.keysym.mod & KMOD_SHIFT) != 0 ? -1 : 1);
-            break;
+        case SDL_SCANCODE_TAB: MoveFocus(box, (event.keysym.mod & KMOD_SHIFT) != 0 ? -1 : 1); break;
         default: break;
     }
 }

@@ -93,7 +93,8 @@ std::string LatinText(u8 code, const std::string& text) {
             return latin != 0 ? Utf8(latin) : text;
         }
     }
-    const bool hasOwn = keymap != nullptr ? IsLatinLetter(text.empty() ? "a" : text) : IsLatin(text);
+    const bool hasOwn =
+        keymap != nullptr ? IsLatinLetter(text.empty() ? "a" : text) : IsLatin(text);
     const char us = UsCharacter(code);
     return hasOwn || us == 0 ? text : std::string(1, us);
 }

@@ -131,7 +131,8 @@ void NameX11Window(SDL_Window* window, const char* utf8) {
     static auto* const intern = Loaded<decltype(XInternAtom)>(kX11, "XInternAtom");
     if (change == nullptr || intern == nullptr) return;
     const std::string_view name = utf8;
-    const bool isAscii = std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c < 0x7F; });
+    const bool isAscii =
+        std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c < 0x7F; });
     Display* display = info.info.x11.display;
     const Atom type = isAscii ? XA_STRING : intern(display, "UTF8_STRING", False);
     change(display, info.info.x11.window, XA_WM_NAME, type, 8, PropModeReplace,

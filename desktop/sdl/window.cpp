@@ -120,7 +120,8 @@ static bool ReadBorders() {
         // Size and place change with the borders when a window is maximised, a little later. A
         // frame of both, which the window never had, is told to nobody.
         const u64 time = Nanoseconds();
-        if (!bordersHeld) tracker.heldUntil = std::max(tracker.heldUntil, time + kBordersNanoseconds);
+        if (!bordersHeld)
+            tracker.heldUntil = std::max(tracker.heldUntil, time + kBordersNanoseconds);
         bordersHeld = true;
         if (time < tracker.heldUntil) return false;
     }

@@ -31,8 +31,8 @@ static std::chrono::steady_clock::time_point transferEnd;
 
 static xcb_atom_t AtomOf(std::string_view name) {
     const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        connection,
-        xcb_intern_atom(connection, 0, static_cast<u16>(name.size()), name.data()), nullptr));
+        connection, xcb_intern_atom(connection, 0, static_cast<u16>(name.size()), name.data()),
+        nullptr));
     return reply == nullptr ? kNoAtom : reply->atom;
 }
 
@@ -57,15 +57,14 @@ static xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
     constexpr u32 kWords = 1u << 18;
     xcb_atom_t type = kNoAtom;
     for (u32 at = 0;;) {
-        const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            connection,
-            xcb_get_property(connection, 0, requestor, property, XCB_GET_PROPERTY_TYPE_ANY, at,
-                             kWords),
-            nullptr));
+        const Reply<xcb_get_property_reply_t> reply(
+            xcb_get_property_reply(connection,
+                                   xcb_get_property(connection, 0, requestor, property,
+                                                    XCB_GET_PROPERTY_TYPE_ANY, at, kWords),
+                                   nullptr));
         if (reply == nullptr) return kNoAtom;
         const auto* const bytes = static_cast<const char*>(xcb_get_property_value(reply.get()));
-        const auto length =
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
+        const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
         type = reply->type;
         if (reply->format == 8) text.append(bytes, length);
         if (reply->bytes_after == 0 || length == 0 || text.size() > kLongestText) break;

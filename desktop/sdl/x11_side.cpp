@@ -46,15 +46,13 @@ static u32 ActiveGroup() {
 static constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
 
 static void StartLayouts() {
-    if (xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                    XKB_X11_MIN_MINOR_XKB_VERSION,
-                                    XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr,
-                                    nullptr) == 0) {
+    if (xkb_x11_setup_xkb_extension(
+            connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr) == 0) {
         return;
     }
-    context = xkb_context_new(
-        static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES |
-                                       XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
+    context = xkb_context_new(static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES |
+                                                             XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
     if (context != nullptr) UseLayoutSource(&kLayouts);
 }
 
@@ -65,8 +63,8 @@ constexpr u32 kKnown = 1;
 constexpr u32 kHeldBefore = 2;
 constexpr u32 kGroupShift = 8;
 
-static std::bitset<256> heldBefore;    // by the server's number
-static constinit u32 keyWord = 0;      // of the key press that SDL is looking at
+static std::bitset<256> heldBefore;     // by the server's number
+static constinit u32 keyWord = 0;       // of the key press that SDL is looking at
 static constinit bool leaving = false;  // SDL is looking at the pointer's leaving
 
 static void NoteHeldKeys() {
@@ -88,8 +86,8 @@ static constinit bool bordersMayDiffer = false;
 static void StartBorders() {
     constexpr std::string_view kName = "_NET_FRAME_EXTENTS";
     xcb_intern_atom_reply_t* const atom = xcb_intern_atom_reply(
-        connection,
-        xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()), nullptr);
+        connection, xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()),
+        nullptr);
     if (atom != nullptr) frameExtents = atom->atom;
     std::free(atom);
 }
@@ -100,11 +98,11 @@ bool X11BordersMayDiffer() {
 
 bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides) {
     if (connection == nullptr || window == 0) return false;
-    xcb_get_property_reply_t* const reply = xcb_get_property_reply(
-        connection,
-        xcb_get_property(connection, 0, static_cast<xcb_window_t>(window), frameExtents,
-                         XCB_ATOM_CARDINAL, 0, 4),
-        nullptr);
+    xcb_get_property_reply_t* const reply =
+        xcb_get_property_reply(connection,
+                               xcb_get_property(connection, 0, static_cast<xcb_window_t>(window),
+                                                frameExtents, XCB_ATOM_CARDINAL, 0, 4),
+                               nullptr);
     const bool known = reply != nullptr && reply->format == 32 && reply->value_len == 4;
     if (known) {
         std::memcpy(sides.data(), xcb_get_property_value(reply), sizeof sides);

@@ -22,8 +22,8 @@ bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides);
 
 // What an X key press said and SDL does not tell.
 struct X11KeyPress {
-    bool known = false;      // else the press did not come from a key of the keyboard
-    u32 group = 0;           // the layout that was active
+    bool known = false;       // else the press did not come from a key of the keyboard
+    u32 group = 0;            // the layout that was active
     bool heldBefore = false;  // the key was down before the window got the keyboard: a repetition
 };
 X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event);

@@ -88,8 +88,7 @@ TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
     const std::string image = ReadTextFile(folder.path + "/image");
     const u32 at = SymbolValue(assembled, buffer);
     ASSERT_LT(at, image.size());
-    EXPECT_EQ(std::string(image.c_str() + at),
-              "/root/.local/share/Quillmoss Software/game/");
+    EXPECT_EQ(std::string(image.c_str() + at), "/root/.local/share/Quillmoss Software/game/");
 }
 
 TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
@@ -100,9 +99,8 @@ TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
         fs::permissions(path, fs::perms{0777});
     }
     WriteTextFile(here + "/MAIN.MX", "not the game");
-    const ProgramResult result =
-        Run("-u HOME -u XDG_DATA_HOME TMPDIR=" + temporary, {},
-            "exec setpriv --reuid 54321 --regid 54321 --clear-groups ");
+    const ProgramResult result = Run("-u HOME -u XDG_DATA_HOME TMPDIR=" + temporary, {},
+                                     "exec setpriv --reuid 54321 --regid 54321 --clear-groups ");
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_TRUE(result.errors.starts_with("log: no home folder: saved data goes to " + temporary +
                                           "/moxi-"))

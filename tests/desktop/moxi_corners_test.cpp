@@ -72,9 +72,10 @@ TEST_F(MoxiWindow, TheWindowHasTheGamesIconAndElseItsOwn) {
     const auto icon = [this] {
         std::string words;
         WaitUntil([&] {
-            words = OutputOf("xprop -id $(xdotool search --onlyvisible --class '^moxi$') "
-                             "-notype 32c _NET_WM_ICON 2>/dev/null | tr -d ' ' | cut -d= -f2 | "
-                             "cut -d, -f1-3");
+            words = OutputOf(
+                "xprop -id $(xdotool search --onlyvisible --class '^moxi$') "
+                "-notype 32c _NET_WM_ICON 2>/dev/null | tr -d ' ' | cut -d= -f2 | "
+                "cut -d, -f1-3");
             return words.find(',') != std::string::npos;
         });
         kill(process, SIGKILL);
@@ -98,8 +99,8 @@ TEST_F(MoxiWindow, TheWindowHasTheGamesIconAndElseItsOwn) {
         return std::string{static_cast<char>(value >> 24), static_cast<char>(value >> 16),
                            static_cast<char>(value >> 8), static_cast<char>(value)};
     };
-    const std::string members = "ic07" + bigEndian(12) + "none" + "ic08" +
-                                bigEndian(8 + png.size()) + png;
+    const std::string members =
+        "ic07" + bigEndian(12) + "none" + "ic08" + bigEndian(8 + png.size()) + png;
     WriteTextFile(game + "/Own.icns", "icns" + bigEndian(8 + members.size()) + members);
     WriteTextFile(game + "/Info.plist", named + "Own</string></dict></plist>");
     Launch({"--mute"});

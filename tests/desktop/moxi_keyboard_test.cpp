@@ -102,8 +102,7 @@ TEST_F(MoxiWindow, AMenuKeyThatIsHeldDoesNotRepeat) {
     const auto left = [](const std::string& line) { return line.ends_with(" 3"); };
     Lines lines = Cause("xdotool keydown alt keydown Return sleep 2 keyup Return keyup alt");
     EXPECT_TRUE(Contains(lines, "9 578 384 2")) << testing::PrintToString(lines);
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), left), 0)
-        << testing::PrintToString(lines);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), left), 0) << testing::PrintToString(lines);
     lines = Cause("xdotool key alt+Return");
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), left), 1) << testing::PrintToString(lines);
 }

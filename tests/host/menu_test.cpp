@@ -165,8 +165,8 @@ TEST(UsLayout, LatinAreAsciiAndLatinLettersWithAccents) {
         EXPECT_TRUE(IsLatin(text)) << text;
     }
     // Cyrillic short i, Greek alpha, Hebrew alef, Arabic alef, Georgian an, hiragana a
-    for (const char* text : {"\xD0\xB9", "\xCE\xB1", "\xD7\x90", "\xD8\xA7", "\xE1\x83\x90",
-                             "\xE3\x81\x82"}) {
+    for (const char* text :
+         {"\xD0\xB9", "\xCE\xB1", "\xD7\x90", "\xD8\xA7", "\xE1\x83\x90", "\xE3\x81\x82"}) {
         EXPECT_FALSE(IsLatin(text)) << text;
     }
 }
