@@ -109,6 +109,7 @@ static bool OpenBoxWindow(Box& box) {
                            usable.h - kScreenMargin);
     const int x = usable.x + (usable.w - box.layout.width) / 2;
     const int y = usable.y + (usable.h - box.layout.height) / 2;
+    box.place = {0, 0};
     box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, box.layout.width,
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
