@@ -42,6 +42,15 @@ struct Builder {
     std::vector<Frame> frames{};
     std::vector<Variable> locals{};
     std::vector<ValueType> localTypes{};
+    // What is known of a local's value since its last assignment, until control comes together.
+    struct Fact {
+        u32 epoch = 0;
+        bool isNonNegative = false;
+        i64 low = 0;
+        i64 high = 0;
+    };
+    std::vector<Fact> facts{};  // by local
+    u32 epoch = 1;
     std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
     bool reachable = true;
@@ -66,6 +75,15 @@ struct Builder {
     void SettleForCall();
     void SettleTraps() {
         SettleWhere([](const Node& node) { return node.traps; });
+    }
+    // Traps come in the order of the module: what waits goes before a value that may trap.
+    void SettleBefore(NodeId& first, NodeId second) {
+        if (!select.trees[first].traps || !select.trees[second].traps) return;
+        SettleTraps();
+        Settle(first);
+    }
+    void SettleTrapsBefore(NodeId id) {
+        if (select.trees[id].traps) SettleTraps();
     }
     bool IsLocalVariable(Variable variable) const {
         return variable < isLocal.size() && isLocal[variable];
@@ -93,11 +111,17 @@ struct Builder {
     void TakeResults(const FunctionType& type);
     void Call(u32 callee);
     void CallIndirect(u32 typeIndex);
-    void CallService(Service service, const Import& import);
+    void CallService(const ImportTarget& target, const FunctionType& type);
+    void CallFunction(u32 number, const FunctionType& type);
 
     // --- The rest
     void Variables(u8 opcode);
     void SetLocal(u32 number, NodeId value);
+    void PushLocal(u32 number);
+    void Join(u32 label) {
+        select.Label(label);
+        ++epoch;  // what is known need not hold on the other ways to here
+    }
     void SetGlobal(u32 number, NodeId value);
     void Memory(const MemoryOperator& row, u8 opcode);
     void Prefixed();
@@ -107,7 +131,7 @@ struct Builder {
     void Declare(const FunctionType& type);
     void EmitWrongEntries();
     void Run(u32 index);
-    void RunImport(const Import& import, const FunctionType& type);
+    void RunImport(u32 index, const FunctionType& type);
 };
 
 OperandSize SizeOfNode(const Trees& trees, NodeId id) {
@@ -118,7 +142,9 @@ OperandSize SizeOfNode(const Trees& trees, NodeId id) {
 
 void Builder::Push(NodeId id) {
     stack.push_back(id);
-    if (select.trees[id].depth > kMaxTreeDepth) Settle(stack.back());
+    if (select.trees[id].depth <= kMaxTreeDepth) return;
+    SettleTrapsBefore(id);
+    Settle(stack.back());
 }
 
 // Computes a waiting value now, so that nothing that comes can change it.
@@ -133,10 +159,18 @@ void Builder::Settle(NodeId& id) {
     select.trees.nodes[id].isNonNegative = node.isNonNegative;
 }
 
+// Settles the waiting values that the test picks; of those that may trap the lower ones as well.
 template <class Test>
 void Builder::SettleWhere(Test test) {
-    for (NodeId& id : stack) {
-        if (test(select.trees[id])) Settle(id);
+    u64 settled = 0;  // below this nothing that may trap waits any more
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!test(select.trees[stack[i]])) continue;
+        if (select.trees[stack[i]].traps) {
+            for (; settled < i; ++settled) {
+                if (select.trees[stack[settled]].traps) Settle(stack[settled]);
+            }
+        }
+        Settle(stack[i]);
     }
 }
 
@@ -145,8 +179,10 @@ void Builder::SettleAll() {
 }
 
 void Builder::SettleReaders(Variable variable) {
-    for (NodeId& id : stack) {
-        if (ReadsVariable(select.trees, id, variable)) Settle(id);
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!ReadsVariable(select.trees, stack[i], variable)) continue;
+        if (select.trees[stack[i]].traps) SettleTraps();
+        Settle(stack[i]);
     }
 }
 
@@ -314,7 +350,7 @@ void Builder::Begin(Opcode opcode) {
             PushVariable(frame.type.parameters.items[i], frame.variables[i]);
         }
         ++select.depth;
-        select.Label(frame.label);
+        Join(frame.label);
     } else {
         for (u32 i = 0; i < frame.type.results.count; ++i) {
             frame.variables.push_back(select.NewVariable());
@@ -335,7 +371,7 @@ void Builder::Else() {
         frame.isUsed = true;
         select.Jump(frame.label);
     }
-    select.Label(frame.elseLabel);
+    Join(frame.elseLabel);
     frame.elseLabel = kNoLabel;
     stack.resize(frame.height);
     stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
@@ -374,15 +410,15 @@ void Builder::End() {
         const bool moves = !frame.variables.empty();
         if (moves) {
             if (reachable) select.Jump(frame.label);
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
             stack.resize(frame.height);
             stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
             MoveTo(frame.variables);
         } else {
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
         }
     }
-    select.Label(frame.label);
+    Join(frame.label);
     reachable = true;
     frames.pop_back();
     EnterResults(frame);
@@ -420,12 +456,16 @@ void Builder::TakeResults(const FunctionType& type) {
     }
 }
 
-void Builder::CallService(Service service, const Import& import) {
+void Builder::CallService(const ImportTarget& target, const FunctionType& type) {
     moxi::Instruction instruction;
     instruction.kind = Kind::CallRoutine;
     const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
-    switch (service) {
+    switch (target.service) {
         case Service::None: break;
+        case Service::Linked: CallFunction(target.function, type); return;
+        case Service::Empty:
+            for (u64 i = 0; i < type.parameters.size(); ++i) select.Discard(Pop());
+            return;
         case Service::Sys: {
             const Operand block = argument(Pop());
             // LEA adds where linear memory lies.
@@ -457,34 +497,38 @@ void Builder::CallService(Service service, const Import& import) {
             instruction.target = RoutineNumber(plan, "moxi_stop");
             select.Emit(instruction);
             return;
-        case Service::MemoryBase: {
+        case Service::MemoryBase:
+        case Service::CartridgeBase: {
+            const bool isOwn = target.service == Service::MemoryBase;
             const Variable result = select.NewVariable();
-            select.Put(result, ValueType::I32, Number(0, Base::Memory));
+            select.Put(result, ValueType::I32, Number(0, isOwn ? Base::Memory : Base::Cartridge));
             PushVariable(ValueType::I32, result);
             return;
         }
     }
-    (void)import;
 }
 
-void Builder::Call(u32 callee) {
-    const Function& function = module.functions[callee];
-    SettleForCall();
-    code.hasCalls = true;
-    if (function.isImported) {
-        const Import& import = module.imports[function.import];
-        CallService(ServiceOf(import), import);
-        return;
-    }
-    const FunctionType& type = module.types[function.type];
+void Builder::CallFunction(u32 number, const FunctionType& type) {
     moxi::Instruction call;
     call.kind = Kind::Call;
     u32 registers = 0;
     PassArguments(type, registers, call.pushed);
     call.arguments = static_cast<u8>(registers);
-    call.target = callee;
+    call.target = number;
     select.Emit(call);
     TakeResults(type);
+}
+
+void Builder::Call(u32 callee) {
+    const Function& function = module.functions[callee];
+    const FunctionType& type = module.types[function.type];
+    SettleForCall();
+    code.hasCalls = true;
+    if (function.isImported) {
+        CallService(plan.imports[callee], type);
+    } else {
+        CallFunction(plan.functionBase + callee, type);
+    }
 }
 
 void Builder::CallIndirect(u32 typeIndex) {
@@ -520,12 +564,26 @@ void Builder::CallIndirect(u32 typeIndex) {
 
 // --- The rest
 
+void Builder::PushLocal(u32 number) {
+    PushVariable(localTypes[number], locals[number]);
+    const Fact& fact = facts[number];
+    if (fact.epoch != epoch) return;
+    Node& node = select.trees.nodes[stack.back()];
+    node.isNonNegative = fact.isNonNegative;
+    node.low = fact.low;
+    node.high = fact.high;
+}
+
 void Builder::SetLocal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleReaders(locals[number]);
+    const Node& node = select.trees[value];
+    facts[number] = {epoch, node.isNonNegative, node.low, node.high};
     select.Assign(locals[number], value);
 }
 
 void Builder::SetGlobal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleWhere([](const Node& node) { return node.readsGlobals; });
     const OperandSize size = SizeOf(module.globals[number].type);
     const Operand cell = AtAddress(Base::Data, plan.globalCells[number]);
@@ -550,11 +608,11 @@ void Builder::SetGlobal(u32 number, NodeId value) {
 void Builder::Variables(u8 opcode) {
     const u32 number = cursor.Unsigned32();
     switch (static_cast<Opcode>(opcode)) {
-        case Opcode::LocalGet: PushVariable(localTypes[number], locals[number]); break;
+        case Opcode::LocalGet: PushLocal(number); break;
         case Opcode::LocalSet: SetLocal(number, Pop()); break;
         case Opcode::LocalTee:
             SetLocal(number, Pop());
-            PushVariable(localTypes[number], locals[number]);
+            PushLocal(number);
             break;
         case Opcode::GlobalGet: {
             const Global& global = module.globals[number];
@@ -582,8 +640,9 @@ void Builder::Memory(const MemoryOperator& row, u8 opcode) {
         return;
     }
     const NodeId value = Pop();
-    const NodeId address = Pop();
+    NodeId address = Pop();
     SettleWhere([](const Node& node) { return node.readsMemory || node.traps; });
+    SettleBefore(address, value);
     select.Store(row, address, offset, value);
 }
 
@@ -700,7 +759,11 @@ void Builder::Instruction() {
     const PlainOperator& plain = kOperators.plain[opcode];
     if (plain.text != nullptr && opcode < kFirstSaturating) {
         const NodeId b = Pop();
-        const NodeId a = plain.second != ValueType::None ? Pop() : b;
+        NodeId a = b;
+        if (plain.second != ValueType::None) {
+            a = Pop();
+            SettleBefore(a, b);
+        }
         Push(MakePlain(select.trees, opcode, a, b));
         return;
     }
@@ -745,15 +808,23 @@ void Builder::Instruction() {
             CallIndirect(type);
             break;
         }
-        case Opcode::Drop: select.Discard(Pop()); break;
+        case Opcode::Drop: {
+            const NodeId value = Pop();
+            SettleTrapsBefore(value);
+            select.Discard(value);
+            break;
+        }
         case Opcode::SelectTyped:
             cursor.Unsigned32();
             cursor.Byte();
             [[fallthrough]];
         case Opcode::Select: {
             const NodeId condition = Pop();
-            const NodeId second = Pop();
-            const NodeId first = Pop();
+            NodeId second = Pop();
+            NodeId first = Pop();
+            SettleBefore(first, second);
+            SettleBefore(first, condition);
+            SettleBefore(second, condition);
             Push(MakeSelect(select.trees, condition, first, second));
             break;
         }
@@ -798,6 +869,7 @@ void Builder::Declare(const FunctionType& type) {
         locals.push_back(select.NewVariable());
         MarkLocal(locals.back());
     }
+    facts.resize(locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
         select.Put(locals[i], ValueType::I64, InRegister(i));
     }
@@ -821,10 +893,11 @@ void Builder::EmitWrongEntries() {
     }
 }
 
-void Builder::RunImport(const Import& import, const FunctionType& type) {
+// An imported function with code of its own, for those who call it by address.
+void Builder::RunImport(u32 index, const FunctionType& type) {
     for (u32 i = 0; i < locals.size(); ++i) PushVariable(localTypes[i], locals[i]);
-    CallService(ServiceOf(import), import);
-    (void)type;
+    code.hasCalls = plan.imports[index].service == Service::Linked;
+    CallService(plan.imports[index], type);
     Return();
 }
 
@@ -836,7 +909,8 @@ void Builder::Run(u32 index) {
     select.Emit({});
     Declare(type);
     if (function.isImported) {
-        RunImport(module.imports[function.import], type);
+        RunImport(index, type);
+        select.EmitTraps();
         return;
     }
     cursor = {function.body, function.end, nullptr};
@@ -867,16 +941,6 @@ void Builder::Run(u32 index) {
 }
 
 }  // namespace
-
-Service ServiceOf(const Import& import) {
-    if (import.module != "moxi") return Service::None;
-    if (import.name == "sys") return Service::Sys;
-    if (import.name == "setjmp") return Service::Setjmp;
-    if (import.name == "longjmp") return Service::Longjmp;
-    if (import.name == "stop") return Service::Stop;
-    if (import.name == "memory_base") return Service::MemoryBase;
-    return Service::None;
-}
 
 FunctionCode BuildFunction(ModulePlan& plan, u32 index) {
     FunctionCode code;

@@ -46,6 +46,26 @@ Roles RolesOf(const Instruction& instruction) {
     }
 }
 
+bool SetsFlags(const Instruction& instruction) {
+    if (instruction.kind == Kind::TestBranch) return true;
+    if (instruction.kind == Kind::One) {
+        const auto op = static_cast<OneOperand>(instruction.operation);
+        return op == OneOperand::Not || op == OneOperand::Tst;
+    }
+    if (instruction.kind != Kind::Two) return false;
+    switch (static_cast<TwoOperand>(instruction.operation)) {
+        case TwoOperand::Asr:
+        case TwoOperand::Lsr:
+        case TwoOperand::Lsl:
+        case TwoOperand::Sub:
+        case TwoOperand::Cmp:
+        case TwoOperand::Test:
+        case TwoOperand::And:
+        case TwoOperand::Xor: return true;
+        default: return false;
+    }
+}
+
 bool IsPure(const Instruction& instruction) {
     if (instruction.a.place != Place::Register) return false;
     if (instruction.kind == Kind::Two) {

@@ -32,8 +32,9 @@ enum class Place : u8 {
 enum class Base : u8 {
     None,
     Memory,    // the image address of linear memory's first byte
+    Cartridge, // the same of the module that is linked to this one
     Data,      // the image address of the translator's own data
-    Function,  // value is the number of a function, which stands for its address
+    Function,  // value is the number of a function in the whole image, which stands for its address
 };
 
 struct Operand {
@@ -72,7 +73,7 @@ enum class Kind : u8 {
     TestBranch,    // tests a at `size`, to label `target`
     Jump,          // to label `target`
     Label,         // `target` stands here
-    Call,          // function `target`; `arguments` registers are passed, `pushed` bytes on the stack
+    Call,          // function `target` of the image; `arguments` registers are passed, `pushed` bytes on the stack
     CallRoutine,   // routine `target` of the runtime
     CallRegister,  // through the variable a
     TableJump,     // through table `target` of the function, a is the index times 4
@@ -114,7 +115,10 @@ struct Roles {
 
 Roles RolesOf(const Instruction& instruction);
 
-// Whether nothing but the variable that it writes shows that the instruction was executed.
+bool SetsFlags(const Instruction& instruction);
+
+// Whether nothing but the variable that it writes, and the flags, shows that the instruction was
+// executed.
 bool IsPure(const Instruction& instruction);
 
 }  // namespace moxi

@@ -57,10 +57,11 @@ struct Encoder {
     void ValueWord(i64 value, Base base) {
         switch (base) {
             case Base::None: break;
-            case Base::Memory: out.fixups.push_back({Fixup::Kind::Memory, Here(), 0}); break;
-            case Base::Data: out.fixups.push_back({Fixup::Kind::Data, Here(), 0}); break;
+            case Base::Memory: out.fixups.push_back({Fixup::Kind::Memory, Here(), 0, out.module}); break;
+            case Base::Cartridge: out.fixups.push_back({Fixup::Kind::Memory, Here(), 0, 1}); break;
+            case Base::Data: out.fixups.push_back({Fixup::Kind::Data, Here(), 0, out.module}); break;
             case Base::Function:
-                out.fixups.push_back({Fixup::Kind::Function, Here(), static_cast<u32>(value)});
+                out.fixups.push_back({Fixup::Kind::Function, Here(), static_cast<u32>(value), out.module});
                 value = 0;
                 break;
         }
@@ -87,7 +88,7 @@ struct Encoder {
     }
     void Call(u32 target, Fixup::Kind kind, u32 pushed) {
         Word(static_cast<u32>(Single::Call) | pushed << 16);
-        out.fixups.push_back({kind, Here(), target});
+        out.fixups.push_back({kind, Here(), target, out.module});
         Word(0);
     }
     void EncodeCallRegister(const Instruction& instruction);
@@ -228,6 +229,11 @@ void Encoder::Encode(const Instruction& instruction) {
 
 void Encoder::EncodeTables() {
     std::vector<u32> addresses;
+    if (!code.tables.empty()) {
+        u32 words = 0;
+        for (const std::vector<u32>& table : code.tables) words += static_cast<u32>(table.size());
+        out.tables.push_back({Here(), Here() + 4 * words});
+    }
     for (const std::vector<u32>& table : code.tables) {
         addresses.push_back(Address());
         for (const u32 label : table) {
@@ -258,7 +264,7 @@ bool Encoder::Run() {
     for (const Instruction& instruction : code.instructions) {
         if (instruction.origin != origin) {
             origin = instruction.origin;
-            out.origins.push_back({Here(), origin});
+            out.origins.push_back({Here(), origin, out.module});
         }
         Encode(instruction);
     }

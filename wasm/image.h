@@ -14,10 +14,10 @@ namespace moxi {
 enum class EntryKind : u8 { Messages, Program, Calls };
 
 struct ImageParts {
-    const Module& module;
-    ModulePlan& plan;
+    std::vector<ModulePlan> plans;  // of one module, or of two that are linked
     MachineCode code;
-    std::vector<u32> functions;  // image addresses, 0 of what has no code
+    std::vector<u32> functions;     // image addresses by number in the whole image, 0 without code
+    std::vector<std::string> routines;
     EntryKind entry = EntryKind::Program;
 };
 

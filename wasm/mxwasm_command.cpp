@@ -18,7 +18,7 @@ constexpr u64 kMaxModule = 256u << 20;
 
 constexpr const char* kUsage =
     "usage: mxwasm IN.wasm -o MAIN.MX [--symbols FILE] [--lines FILE] [-S FILE] [--memory SIZE] "
-    "[--check-bounds] [--calls]";
+    "[--check-bounds] [--calls] [--wasm4]";
 
 constexpr const char* kHelp =
     "\n"
@@ -32,6 +32,7 @@ constexpr const char* kHelp =
     "  --heap SIZE       room for the blocks of the heap service (96M unless given)\n"
     "  --check-bounds    check every access to memory\n"
     "  --calls           try functions out: call what the resource CALL.TXT says\n"
+    "  --wasm4           IN.wasm is a WASM-4 cartridge; -o names the game folder to make\n"
     "  --identity        linear memory is the image itself; data must lie behind the code\n"
     "  --code-end        print where data may begin with --identity, and write nothing\n"
     "  --help, --version\n"
@@ -45,6 +46,7 @@ struct Command {
     std::string assembly;
     TranslateOptions options;
     bool codeEnd = false;
+    bool isCartridge = false;
     bool help = false;
     bool version = false;
 };
@@ -93,6 +95,7 @@ bool TakeFlag(const std::string& argument, Command& command) {
     if (argument == "--check-bounds") return command.options.checkBounds = true;
     if (argument == "--calls") return command.options.calls = true;
     if (argument == "--identity") return command.options.identity = true;
+    if (argument == "--wasm4") return command.isCartridge = true;
     if (argument == "--code-end") return command.codeEnd = true;
     if (argument == "--help" || argument == "-h") return command.help = true;
     if (argument == "--version") return command.version = true;
@@ -148,10 +151,34 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
     return wrong.empty();
 }
 
-std::string LibraryFolder() {
+// What was built or installed with this program.
+std::filesystem::path ShareFolder() {
     std::error_code error;
     const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
-    return own.parent_path().parent_path() / "share" / "moxi" / "library";
+    return own.parent_path().parent_path() / "share" / "moxi";
+}
+
+bool ReadInput(const std::string& path, std::string& bytes, std::ostream& err) {
+    std::string why;
+    std::optional<std::string> read = mxasm::ReadWholeFile(path, kMaxModule, true, why);
+    if (!read) {
+        err << "mxwasm: " << path << ": " << why << "\n";
+        return false;
+    }
+    bytes = std::move(*read);
+    return true;
+}
+
+// The output is a folder then, which is made where there is none.
+bool MakeGameFolder(Command& command, std::ostream& err) {
+    std::error_code error;
+    std::filesystem::create_directories(command.output, error);
+    if (!std::filesystem::is_directory(command.output)) {
+        err << "mxwasm: " << command.output << ": no folder can be made there\n";
+        return false;
+    }
+    command.output = std::filesystem::path(command.output) / "MAIN.MX";
+    return true;
 }
 
 std::vector<std::string> Outputs(const Command& command) {
@@ -223,9 +250,25 @@ std::string FormatSymbolFile(const Translation& translation) {
     return text;
 }
 
+std::string FormatLines(const Translation& translation) {
+    std::string text;
+    for (const TranslatedLine& line : translation.lines) {
+        char start[32];
+        std::snprintf(start, sizeof start, "%08X %u", line.address, line.line);
+        text += start;
+        if (line.line != 0) text += " " + translation.files[line.file];
+        text += "\n";
+    }
+    return text;
+}
+
 bool WriteOutputs(const Command& command, const Translation& translation, std::ostream& err) {
     const std::string symbols = FormatSymbolFile(translation);
+    const std::string lines = FormatLines(translation);
+    const std::string& assembly = translation.assembly;
     return WriteFile(command.symbols, symbols.data(), symbols.size(), err) &&
+           WriteFile(command.lines, lines.data(), lines.size(), err) &&
+           WriteFile(command.assembly, assembly.data(), assembly.size(), err) &&
            WriteFile(command.output, translation.bytes.data(), translation.bytes.size(), err);
 }
 
@@ -247,16 +290,20 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
         err << "mxwasm: " << wrong << " (" << kUsage << ")\n";
         return 1;
     }
-    std::string why;
-    const std::optional<std::string> wasm = mxasm::ReadWholeFile(command.input, kMaxModule, true, why);
-    if (!wasm) {
-        err << "mxwasm: " << command.input << ": " << why << "\n";
+    std::string wasm;
+    std::string console;
+    if (command.isCartridge && !command.codeEnd && !MakeGameFolder(command, err)) return 1;
+    const bool isRead = ReadInput(command.input, wasm, err) &&
+                        (!command.isCartridge ||
+                         ReadInput(ShareFolder() / "wasm4" / "console.wasm", console, err));
+    if (!isRead) {
         RemoveOutputs(command);
         return 1;
     }
-    command.options.libraryFolder = LibraryFolder();
+    command.options.libraryFolder = ShareFolder() / "library";
     command.options.wantAssembly = !command.assembly.empty();
-    const Translation translation = Translate(*wasm, command.options);
+    if (command.isCartridge) command.options.cartridge = wasm;
+    const Translation translation = Translate(command.isCartridge ? console : wasm, command.options);
     if (command.codeEnd && translation.codeEnd != 0) {
         out << translation.codeEnd << "\n";
         return 0;

@@ -59,10 +59,11 @@ OperandSize SizeOfBytes(u32 bytes) {
 }
 
 u32 RoutineNumber(ModulePlan& plan, const std::string& name) {
-    const auto found = std::find(plan.routines.begin(), plan.routines.end(), name);
-    if (found != plan.routines.end()) return static_cast<u32>(found - plan.routines.begin());
-    plan.routines.push_back(name);
-    return static_cast<u32>(plan.routines.size() - 1);
+    std::vector<std::string>& routines = *plan.routines;
+    const auto found = std::find(routines.begin(), routines.end(), name);
+    if (found != routines.end()) return static_cast<u32>(found - routines.begin());
+    routines.push_back(name);
+    return static_cast<u32>(routines.size() - 1);
 }
 
 u32 NameCell(ModulePlan& plan, u32 function) {
@@ -245,10 +246,27 @@ void Selector::Discard(NodeId id) {
     if (trees[id].traps) InNewVariable(id);
 }
 
+// Bits that a short load does not have change nothing in the other operand, so it need not be
+// widened: to = a op b with the load as b.
+bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b) {
+    const Node load = trees[b];
+    if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor)) return false;
+    const MemoryOperator& row = kOperators.memory[load.code];
+    if (row.isSigned || row.bytes >= static_cast<u32>(SizeOf(row.type) == OperandSize::Long ? 4 : 8)) return false;
+    const Operand source = Address(load.a, load.value, row.bytes);
+    const bool isTouched = source.place == Place::Indexed && source.variable == to;
+    if (isTouched && !(IsVariable(trees, a) && trees[a].value == to)) return false;
+    Assign(to, a);
+    Two(op, SizeOfBytes(row.bytes), InRegister(to), source);
+    return true;
+}
+
 // to = a op b.
 void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b,
                       bool commutes) {
     const ValueType type = trees[a].type;
+    if (commutes && trees[a].kind == NodeKind::Load && trees[b].kind != NodeKind::Load) std::swap(a, b);
+    if (BinaryWithShortLoad(to, op, a, b)) return;
     const auto is = [&](NodeId id) { return IsVariable(trees, id) && trees[id].value == to; };
     if (commutes && !is(a)) {
         // What has to be computed is computed in place; memory is as good a source as any.
@@ -262,9 +280,11 @@ void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, No
         return;
     }
     if (ReadsVariable(trees, b, to)) {
-        const Variable other = InNewVariable(b);
+        Operand other = Source(b, size);
+        const bool isTouched = other.place == Place::Register || other.place == Place::Indexed;
+        if (isTouched && other.variable == to) other = InRegister(InNewVariable(b));
         Assign(to, a);
-        Two(op, size, InRegister(to), InRegister(other));
+        Two(op, size, InRegister(to), other);
         return;
     }
     if (IsLeaf(trees, a)) {
@@ -352,29 +372,45 @@ bool Selector::AssignMask(Variable to, const Node& node) {
     return true;
 }
 
+// The value that is cheaper to have comes first, the other one replaces it where it is wanted.
 void Selector::AssignSelect(Variable to, const Node& node) {
-    // A variable that the condition or the second value reads must not be changed before.
-    const bool clashes =
-        ReadsVariable(trees, node.b, to) || ReadsVariable(trees, node.c, to);
-    const Variable result = clashes ? NewVariable() : to;
-    // Both values are computed, whichever is taken: one of them may trap.
-    Operand second;
-    const bool mayTrap = trees[node.b].traps;
-    if (mayTrap) {
-        Assign(result, node.a);
-        second = InRegister(InNewVariable(node.b));
-    } else {
-        Assign(result, node.a);
+    NodeId first = node.a;
+    NodeId second = node.b;
+    bool sense = true;  // of the condition, for keeping the first one
+    if (IsLeaf(trees, second) && !IsLeaf(trees, first)) {
+        std::swap(first, second);
+        sense = false;
     }
+    // What the condition or the second value reads must not be changed before.
+    const bool clashes = ReadsVariable(trees, second, to) || ReadsVariable(trees, node.c, to);
+    const Variable result = clashes ? NewVariable() : to;
+    Assign(result, first);
+    // Both values are computed, whichever is taken, if one of them may trap.
+    Operand ready;
+    if (trees[second].traps) ready = InRegister(InNewVariable(second));
     const u32 skip = NewLabel();
-    BranchOn(node.c, true, skip);
-    if (mayTrap) {
-        Put(result, node.type, second);
+    BranchOn(node.c, sense, skip);
+    if (trees[second].traps) {
+        Put(result, node.type, ready);
     } else {
-        Assign(result, node.b);
+        AssignFrom(result, first, second);
     }
     Label(skip);
     if (result != to) Put(to, node.type, InRegister(result));
+}
+
+// to = a value, where `to` already holds the value `held`, which may be the first operand of it.
+void Selector::AssignFrom(Variable to, NodeId held, NodeId id) {
+    Node node = trees[id];
+    const bool isReady = node.kind == NodeKind::Plain && IsVariable(trees, held) &&
+                         IsVariable(trees, node.a) && trees[node.a].value == trees[held].value &&
+                         node.a != node.b && !ReadsVariable(trees, node.b, to);
+    if (isReady) {
+        node.a = MakeVariable(trees, node.type, to);
+        node.reads |= trees[node.a].reads;
+        id = trees.Add(node);
+    }
+    Assign(to, id);
 }
 
 void Selector::AssignRotate(Variable to, const Node& node, bool left) {

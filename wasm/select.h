@@ -11,9 +11,20 @@
 
 namespace moxi {
 
-// What the whole module's translation shares.
+// What an imported function is.
+enum class Service : u8 { None, Sys, Setjmp, Longjmp, Stop, MemoryBase, CartridgeBase, Linked, Empty };
+
+struct ImportTarget {
+    Service service = Service::None;
+    u32 function = 0;  // of a Linked one: its number in the whole image
+};
+
+// What a module's translation shares.
 struct ModulePlan {
     const Module* module = nullptr;
+    u32 number = 0;         // 0, or 1 of a module that is linked to another one
+    u32 functionBase = 0;   // what the number of a function counts from in the whole image
+    std::vector<ImportTarget> imports;  // of the imported functions
     bool checkBounds = false;
     bool canGrow = false;            // the module changes its memory's size
     std::vector<u32> globalCells;    // where each global lies in the translator's own data
@@ -23,7 +34,7 @@ struct ModulePlan {
     u32 dataCells = 0;               // 8 bytes for each data segment: address, size left
     u32 elementCells = 0;            // likewise for each element segment
     std::vector<u32> nameCells;      // names of functions, by their number; 0 where none is needed yet
-    std::vector<std::string> routines;  // of the runtime, by number, as they came to be needed
+    std::vector<std::string>* routines = nullptr;  // of the runtime, by number, as they came to be needed
     std::vector<u8> ownData;         // without what needs addresses
     std::vector<u32> elementItems;      // where the entries of each passive element segment lie
 };
@@ -80,6 +91,7 @@ struct Selector {
     // Computes what may trap, and forgets the value.
     void Discard(NodeId id);
     void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);
+    bool BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b);
     void Narrow(Variable to, OperandSize size, NodeId id);
     bool CanNarrow(NodeId id, OperandSize size) const;
     Operand NarrowSource(NodeId id, OperandSize size);
@@ -87,6 +99,7 @@ struct Selector {
     bool AssignMask(Variable to, const Node& node);
     void AssignPlain(Variable to, NodeId id);
     void AssignSelect(Variable to, const Node& node);
+    void AssignFrom(Variable to, NodeId held, NodeId id);
     void AssignRotate(Variable to, const Node& node, bool left);
     void AssignRemainder(Variable to, const Node& node, OperandSize size);
     void ClearUpper(Variable variable);
@@ -103,7 +116,14 @@ struct Selector {
                        u32 label);
     void BranchOnSigns(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
                        u32 label);
+
+    // --- Comparisons of floating-point numbers (select_float.cpp)
+
     void BranchOnFloat(const Node& node, bool sense, u32 label);
+    void CompareWithConstant(Variable x, bool isNonNegative, bool isLong, u64 constant, u8 relation,
+                             u32 yes, u32 no);
+    void CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
+    void CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
 
     // --- Floating point and conversions (select_convert.cpp)
 

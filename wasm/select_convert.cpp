@@ -179,28 +179,4 @@ bool Selector::AssignConversion(Variable to, const Node& node) {
     }
 }
 
-// Comparisons of floating-point numbers.
-void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
-    NodeId a = node.a;
-    NodeId b = node.b;
-    const char* routine = nullptr;
-    switch (static_cast<Plain>(node.code)) {
-        case Plain::F32Eq: routine = "f32_eq"; break;
-        case Plain::F32Ne: routine = "f32_eq", sense = !sense; break;
-        case Plain::F32Lt: routine = "f32_lt"; break;
-        case Plain::F32Gt: routine = "f32_lt", std::swap(a, b); break;
-        case Plain::F32Le: routine = "f32_le"; break;
-        case Plain::F32Ge: routine = "f32_le", std::swap(a, b); break;
-        case Plain::F64Eq: routine = "f64_eq"; break;
-        case Plain::F64Ne: routine = "f64_eq", sense = !sense; break;
-        case Plain::F64Lt: routine = "f64_lt"; break;
-        case Plain::F64Gt: routine = "f64_lt", std::swap(a, b); break;
-        case Plain::F64Le: routine = "f64_le"; break;
-        default: routine = "f64_le", std::swap(a, b); break;
-    }
-    CallRoutine(routine, a, &b);
-    TestBranch(sense ? Condition::Ne : Condition::Eq, OperandSize::Long, InRegister(kResultRegister),
-               label);
-}
-
 }  // namespace moxi

@@ -220,6 +220,17 @@ void Selector::TableMove(u32 cell, NodeId to, NodeId from, NodeId count) {
 }
 
 Variable Selector::MemoryGrow(NodeId pages) {
+    if (!plan.canGrow) {
+        // The memory has the size that it has. Growing by nothing still tells it.
+        const Variable size = NewVariable();
+        const Variable wanted = InVariable(pages);
+        const u32 done = NewLabel();
+        Put(size, ValueType::I32, AtAddress(Base::Data, kPagesCell));
+        TestBranch(Condition::Eq, OperandSize::Long, InRegister(wanted), done);
+        Put(size, ValueType::I32, Number(0xFFFFFFFF));
+        Label(done);
+        return size;
+    }
     CallRoutine("memory_grow", pages, nullptr);
     const Variable result = NewVariable();
     Put(result, ValueType::I32, InRegister(kResultRegister));

@@ -6,55 +6,20 @@
 #include "wasm/build.h"
 #include "wasm/encode.h"
 #include "wasm/image.h"
+#include "wasm/link.h"
+#include "wasm/straighten.h"
 
 namespace moxi {
 
 namespace {
 
+constexpr u32 kFirstCode = 512;
 constexpr u32 kMaxTable = 1u << 20;
 constexpr u32 kMaxName = 1023;  // what the line of a trap has room for
 
-using Types = std::vector<ValueType>;
-
-bool HasType(const FunctionType& type, const Types& parameters, const Types& results) {
+bool HasType(const FunctionType& type, const std::vector<ValueType>& parameters,
+             const std::vector<ValueType>& results) {
     return type.parameters == parameters && type.results == results;
-}
-
-bool FitsService(Service service, const FunctionType& type) {
-    constexpr ValueType kI32 = ValueType::I32;
-    switch (service) {
-        case Service::None: return false;
-        case Service::Sys: return HasType(type, {kI32}, {ValueType::I64});
-        case Service::Setjmp: return HasType(type, {kI32}, {kI32});
-        case Service::Longjmp: return HasType(type, {kI32, kI32}, {});
-        case Service::Stop: return HasType(type, {}, {});
-        case Service::MemoryBase: return HasType(type, {}, {kI32});
-    }
-    return false;
-}
-
-// Names every import that nothing stands for.
-void CheckImports(const Module& module, std::vector<std::string>& errors) {
-    for (const Import& import : module.imports) {
-        const std::string name = "\"" + import.module + "." + import.name + "\"";
-        const Service service = ServiceOf(import);
-        if (import.kind == ExternalKind::Function) {
-            const FunctionType& type = module.types[module.functions[import.index].type];
-            if (service == Service::None) {
-                errors.push_back("unknown import " + name);
-            } else if (!FitsService(service, type)) {
-                errors.push_back("the import " + name + " has the wrong type");
-            }
-        } else if (import.kind == ExternalKind::Global) {
-            const Global& global = module.globals[import.index];
-            if (service != Service::MemoryBase || global.isMutable || global.type != ValueType::I32) {
-                errors.push_back("unknown import " + name + " (a global)");
-            }
-        } else {
-            const bool isTable = import.kind == ExternalKind::Table;
-            errors.push_back("unknown import " + name + (isTable ? " (a table)" : " (a memory)"));
-        }
-    }
 }
 
 bool FindEntry(const Module& module, const TranslateOptions& options, EntryKind& entry,
@@ -114,10 +79,12 @@ bool UsesGrow(const Module& module) {
     return false;
 }
 
-void MakePlan(const Module& module, const TranslateOptions& options, ModulePlan& plan) {
-    plan.module = &module;
+// Lays out the translator's own data of a module, whose plan knows it already.
+void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
+    const Module& module = *plan.module;
     plan.checkBounds = options.checkBounds;
-    plan.canGrow = module.hasMemory && UsesGrow(module);
+    // A cartridge's memory keeps its size, and so does that of what it is linked to.
+    plan.canGrow = module.hasMemory && options.cartridge.empty() && UsesGrow(module);
     u64 results = 0;
     for (const FunctionType& type : module.types) results = std::max<u64>(results, type.results.size());
     plan.ownData.resize(kResultCells + 8 * results);
@@ -150,17 +117,19 @@ std::vector<bool> WantedFunctions(const Module& module) {
     return wanted;
 }
 
-bool TranslateFunctions(ImageParts& parts, std::vector<std::string>& errors) {
-    const Module& module = parts.module;
-    parts.code.base = 512;
-    parts.code.bytes.resize(4);  // the jump to the entry
-    parts.functions.assign(module.functions.size(), 0);
+bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::string>& errors) {
+    const Module& module = *plan.module;
+    parts.code.module = plan.number;
     const std::vector<bool> wanted = WantedFunctions(module);
     for (u32 i = 0; i < module.functions.size(); ++i) {
         if (!wanted[i]) continue;
-        FunctionCode code = BuildFunction(parts.plan, i);
+        FunctionCode code = BuildFunction(plan, i);
+        Straighten(code);
+        UseLowHalves(code);
+        UseFlags(code);
         const Allocation allocation = Allocate(code);
-        parts.functions[i] = parts.code.base + static_cast<u32>(parts.code.bytes.size());
+        parts.functions[plan.functionBase + i] =
+            parts.code.base + static_cast<u32>(parts.code.bytes.size());
         if (!EncodeFunction(code, allocation, parts.code)) {
             errors.push_back("the frame of " + NameOfFunction(module, i) +
                              " is larger than the machine can address");
@@ -170,31 +139,69 @@ bool TranslateFunctions(ImageParts& parts, std::vector<std::string>& errors) {
     return true;
 }
 
-}  // namespace
-
-Translation Translate(std::string_view wasm, const TranslateOptions& options) {
-    Translation result;
-    Module module;
+// Reads a module and finds what can be said about it alone. False after an error.
+bool Load(std::string_view wasm, Module& module, std::vector<std::string>& errors) {
     ModuleError error;
     if (!ReadModule(wasm, module, error) || !ValidateFunctions(module, error)) {
-        result.errors.push_back(error.text);
-        return result;
+        errors.push_back(error.text);
+        return false;
     }
-    CheckImports(module, result.errors);
-    EntryKind entry = EntryKind::Program;
-    if (!FindEntry(module, options, entry, result.errors) || !result.errors.empty()) return result;
     if (module.hasTable && module.table.minimum > kMaxTable) {
-        result.errors.push_back("a table of more than " + std::to_string(kMaxTable) +
-                                " entries is not supported");
-        return result;
+        errors.push_back("a table of more than " + std::to_string(kMaxTable) +
+                         " entries is not supported");
+        return false;
     }
     for (Function& function : module.functions) {
         if (function.name.size() > kMaxName) function.name.resize(kMaxName);
     }
-    ModulePlan plan;
-    MakePlan(module, options, plan);
-    ImageParts parts{module, plan, {}, {}, entry};
-    if (!TranslateFunctions(parts, result.errors)) return result;
+    return true;
+}
+
+// A cartridge's memory is one page, whatever it declares.
+bool TakeCartridgeMemory(Module& cartridge, std::vector<std::string>& errors) {
+    if (!cartridge.hasMemory || cartridge.memory.minimum > 1) {
+        errors.push_back("a cartridge has one page of memory");
+        return false;
+    }
+    cartridge.memory = {1, 1, true};
+    return true;
+}
+
+}  // namespace
+
+Translation Translate(std::string_view wasm, const TranslateOptions& options) {
+    Translation result;
+    const bool isLinked = !options.cartridge.empty();
+    Module modules[2];
+    if (!Load(wasm, modules[0], result.errors)) return result;
+    if (isLinked && (!Load(options.cartridge, modules[1], result.errors) ||
+                     !TakeCartridgeMemory(modules[1], result.errors))) {
+        return result;
+    }
+    ImageParts parts;
+    for (u32 i = 0; i < (isLinked ? 2 : 1); ++i) {
+        ModulePlan plan;
+        plan.module = &modules[i];
+        plan.number = i;
+        plan.functionBase = i == 0 ? 0 : static_cast<u32>(modules[0].functions.size());
+        plan.routines = &parts.routines;
+        parts.plans.push_back(std::move(plan));
+    }
+    if (isLinked) {
+        ResolveLinked(parts.plans[0], parts.plans[1], result.errors);
+    } else {
+        ResolveImports(parts.plans[0], result.errors);
+    }
+    if (!FindEntry(modules[0], options, parts.entry, result.errors) || !result.errors.empty()) {
+        return result;
+    }
+    parts.code.base = kFirstCode;
+    parts.code.bytes.resize(4);  // the jump to the entry
+    parts.functions.assign(modules[0].functions.size() + modules[1].functions.size(), 0);
+    for (ModulePlan& plan : parts.plans) {
+        MakePlan(plan, options);
+        if (!TranslateFunctions(parts, plan, result.errors)) return result;
+    }
     BuildImage(parts, options, result);
     return result;
 }

@@ -16,6 +16,7 @@ struct TranslateOptions {
     bool checkBounds = false;
     bool calls = false;             // a module without an entry is called by CALL.TXT
     bool identity = false;          // linear memory is the image itself
+    std::string_view cartridge;     // a second module, linked to the first one (link.h)
     bool wantAssembly = false;
     std::string libraryFolder;      // where moxi/wasm_runtime.inc lies
 };
@@ -28,10 +29,11 @@ struct TranslatedSymbol {
     std::string name;
 };
 
-// From `address` on the code belongs to what stands at `origin` in the module's file.
+// From `address` on the code comes from that line; line 0 is no line at all.
 struct TranslatedLine {
     u32 address = 0;
-    u32 origin = 0;
+    u32 line = 0;
+    u32 file = 0;  // index into Translation::files
 };
 
 struct Translation {
@@ -39,10 +41,12 @@ struct Translation {
     std::vector<std::string> errors;  // one line each, without the file's name
     std::vector<u8> bytes;            // the whole MAIN.MX
     std::vector<TranslatedSymbol> symbols;
-    std::vector<TranslatedLine> lines;
+    std::vector<TranslatedLine> lines;   // ascending
+    std::vector<std::string> files;
     std::string assembly;             // when asked for
     u32 codeEnd = 0;                  // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;            // image address of linear memory's first byte
+    u32 cartridgeAddress = 0;         // the same of the cartridge's
     u32 codeBytes = 0;                // of the translated functions
 };
 
