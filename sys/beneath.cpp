@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -23,7 +24,7 @@ constexpr u32 kMostLinks = 40;
 // A folder that is moved meanwhile makes the kernel give up; then it is asked again.
 constexpr u32 kTries = 16;
 
-constinit bool kernelIsWanted = true;
+constinit Resolution resolution = Resolution::Beneath;
 
 // What leads out is not there.
 int Answer(int result) {
@@ -75,7 +76,7 @@ bool KernelResolves() {
         const Descriptor here(OpenByKernel(AT_FDCWD, ".", O_PATH), true);
         return here.number >= 0 || (errno != ENOSYS && errno != EPERM);
     }();
-    return resolves && kernelIsWanted;
+    return resolves && resolution == Resolution::Beneath;
 }
 
 // --- By walking
@@ -135,7 +136,7 @@ class Walk {
             if ((flags & O_CREAT) != 0) return Fail(EISDIR);
             flags |= O_DIRECTORY;
         }
-        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC), true);
+        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, kFileMode), true);
         struct stat status;
         if (opened.number < 0) {
             const int error = errno;
@@ -180,6 +181,7 @@ class Walk {
 };
 
 int Open(int folder, const char* name, int flags) {
+    if (resolution == Resolution::Freely) return openat(folder, name, flags | O_CLOEXEC, kFileMode);
     if (KernelResolves()) return OpenByKernel(folder, name, flags);
     return Walk(folder, name).Open(flags);
 }
@@ -286,6 +288,6 @@ int RenameBeneath(int folder, const char* oldName, const char* newName) {
     return errno == EINVAL || errno == ENOSYS ? RenameWithCare(from, to) : -1;
 }
 
-void ResolveByKernel(bool wanted) {
-    kernelIsWanted = wanted;
+void ResolveNames(Resolution wanted) {
+    resolution = wanted;
 }

@@ -30,5 +30,7 @@ int UnlinkBeneath(int folder, const char* name);
 // Without replacing anything: EEXIST where the new name is taken.
 int RenameBeneath(int folder, const char* oldName, const char* newName);
 
-// For tests: false takes the walk also where the kernel could do it.
-void ResolveByKernel(bool wanted);
+// How names are resolved. Walking is for kernels without openat2, and for tests; freely, as the
+// operating system does it, is what an author may ask for.
+enum class Resolution { Beneath, BeneathByWalking, Freely };
+void ResolveNames(Resolution wanted);
