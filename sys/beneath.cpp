@@ -186,6 +186,10 @@ int Open(int folder, const char* name, int flags) {
     return Walk(folder, name).Open(flags);
 }
 
+bool IsPipe(const struct stat& status) {
+    return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
+}
+
 // --- Where a name stands
 
 // The folder that a name stands in, and its last part with what "/" follow it.
@@ -238,11 +242,15 @@ int OpenBeneath(int folder, const char* name, int flags) {
 }
 
 std::FILE* OpenStreamBeneath(int folder, const char* name, int flags) {
-    Descriptor opened(OpenBeneath(folder, name, flags | O_NONBLOCK | O_NOCTTY), true);
+    // Freely, devices are files, too, and one that is read waits.
+    const bool freely = resolution == Resolution::Freely;
     struct stat status;
+    if (freely && StatBeneath(folder, name, &status) == 0 && IsPipe(status)) return nullptr;
+    Descriptor opened(OpenBeneath(folder, name, flags | O_NOCTTY | (freely ? 0 : O_NONBLOCK)),
+                      true);
     if (opened.number < 0 || fstat(opened.number, &status) != 0) return nullptr;
-    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-        errno = ENOENT;
+    if (!freely && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        errno = ENXIO;
         return nullptr;
     }
     std::FILE* const stream = fdopen(opened.number, flags == O_RDONLY ? "rb" : "r+b");
