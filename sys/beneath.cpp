@@ -136,7 +136,8 @@ class Walk {
             if ((flags & O_CREAT) != 0) return Fail(EISDIR);
             flags |= O_DIRECTORY;
         }
-        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, kFileMode), true);
+        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, kFileMode),
+                          true);
         struct stat status;
         if (opened.number < 0) {
             const int error = errno;

@@ -41,8 +41,7 @@ struct Root {
     // -1 for a folder that does not exist.
     int Folder() {
         if (descriptor < 0) {
-            descriptor =
-                open(path.empty() ? "." : path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+            descriptor = open(path.empty() ? "." : path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         }
         return descriptor;
     }
@@ -148,7 +147,8 @@ void MakeParentFolders(const std::string& name) {
     if (folder < 0) return;
     const std::size_t last = name.rfind('/');
     struct stat status;
-    if (last == std::string::npos || StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
+    if (last == std::string::npos ||
+        StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
         return;
     for (std::size_t at = name.find('/'); at != std::string::npos; at = name.find('/', at + 1)) {
         MakeFolderBeneath(folder, name.substr(0, at).c_str());
@@ -223,16 +223,15 @@ bool CopyWhole(int from, int to) {
     return copied == 0;
 }
 
-// Puts a copy of the open file in the data folder under a new name. False, and nothing is left, when
-// that fails.
+// Puts a copy of the open file in the data folder under a new name. False, and nothing is left,
+// when that fails.
 bool CopyTo(std::FILE* stream, const char* newName) {
     const int folder = dataRoot.Folder();
     struct stat status;
     const int copy = OpenBeneath(folder, newName, O_WRONLY | O_CREAT | O_EXCL);
     if (copy < 0) return false;
     const bool copied = fstat(fileno(stream), &status) == 0 &&
-                        fchmod(copy, status.st_mode & 0777) == 0 &&
-                        CopyWhole(fileno(stream), copy);
+                        fchmod(copy, status.st_mode & 0777) == 0 && CopyWhole(fileno(stream), copy);
     if (close(copy) != 0 || !copied) {
         UnlinkBeneath(folder, newName);
         return false;

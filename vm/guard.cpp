@@ -24,7 +24,7 @@ constexpr u32 kTraceLineEntries = 16;
 constinit u8* reservation = nullptr;
 constinit u64 reservationSize = 0;
 constinit u8* reservationBase = nullptr;  // the room below it, too
-constinit u64 accessibleSize = 0;  // the image and its padding
+constinit u64 accessibleSize = 0;         // the image and its padding
 
 // Where a fault inside RunGuarded continues; null while no guarded code runs.
 constinit sigjmp_buf* volatile faultPoint = nullptr;

@@ -79,14 +79,14 @@ template <class T>
 }
 
 // Goes to the instruction at pc, which is not in the header.
-#define MX_NEXT()                                                                            \
-    do {                                                                                     \
-        Put<u32>(base - kTraceBelowImage, sizeof(TraceEntry) * (trace++ % kPcTraceSize),     \
-                 static_cast<u32>(pc));                                                      \
-        Put<u32>(base - kCountBelowImage, 0, static_cast<u32>(trace));                       \
-        w = Get<u32>(base, pc);                                                              \
-        MX_TAIL_CALL reinterpret_cast<const Handler*>(base - kTableBelowImage)[w & 0xFFFF](  \
-            MX_STATE);                                                                       \
+#define MX_NEXT()                                                                              \
+    do {                                                                                       \
+        Put<u32>(base - kTraceBelowImage, sizeof(TraceEntry) * (trace++ % kPcTraceSize),       \
+                 static_cast<u32>(pc));                                                        \
+        Put<u32>(base - kCountBelowImage, 0, static_cast<u32>(trace));                         \
+        w = Get<u32>(base, pc);                                                                \
+        MX_TAIL_CALL reinterpret_cast<const Handler*>(base -                                   \
+                                                      kTableBelowImage)[w & 0xFFFF](MX_STATE); \
     } while (false)
 
 // Goes to the instruction at pc, wherever that is.

@@ -17,8 +17,8 @@
 inline constexpr bool kThreaded = MOXI_THREADED != 0;
 
 // The table of handlers lies below the image, as the trace does (vm/guard.h): what lies at a fixed
-// distance from the image's start, which is in a register anyway, is reached with one instruction less
-// than what lies somewhere in a program that can be loaded anywhere.
+// distance from the image's start, which is in a register anyway, is reached with one instruction
+// less than what lies somewhere in a program that can be loaded anywhere.
 inline constexpr u32 kDispatchTableSize = kThreaded ? 65536 * 8 : 0;
 
 // Writes the table there.

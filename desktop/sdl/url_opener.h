@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// The process that takes the addresses calls `confine` for itself; the one behind it, which starts the
-// opener, does not, since a browser has walls of its own to build.
+// The process that takes the addresses calls `confine` for itself; the one behind it, which starts
+// the opener, does not, since a browser has walls of its own to build.
 void StartUrlOpener(void (*confine)());
 void StopUrlOpener();
 

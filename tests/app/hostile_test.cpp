@@ -1,5 +1,5 @@
-// Games that mean harm: each is run with all walls, with those of the file services alone, and as an
-// ordinary user. It gets the stated answers, and nothing outside its data folder changes.
+// Games that mean harm: each is run with all walls, with those of the file services alone, and as
+// an ordinary user. It gets the stated answers, and nothing outside its data folder changes.
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -32,8 +32,8 @@ void PrintTo(const Attack& attack, std::ostream* out) {
 
 void WriteAndClose(HostileGame& game, const std::string& name, const std::string& text) {
     const u32 handle = game.Call({"0x0000", game.Text(name), "0x8302"});
-    game.Call({"0x0003", ServiceCalls::Result(handle), game.Text(text),
-               std::to_string(text.size())});
+    game.Call(
+        {"0x0003", ServiceCalls::Result(handle), game.Text(text), std::to_string(text.size())});
     game.Call({"0x0008", ServiceCalls::Result(handle)});
 }
 
@@ -443,7 +443,8 @@ constexpr Attack kSizes[] = {
      }},
     {"HasAParameterBlockBeyondTheImage",
      [](HostileGame& game) {
-         game.SetModule("        .code\n        MOVE.L R15, #0xFFFFFFFE\n        SYS\n        STOP\n");
+         game.SetModule(
+             "        .code\n        MOVE.L R15, #0xFFFFFFFE\n        SYS\n        STOP\n");
          game.status = 1;
      }},
     {"HasSizesThatAddUpToMoreThanThereIs",
@@ -528,7 +529,9 @@ constexpr Attack kRandom[] = {
 
 std::vector<Attack> AllAttacks() {
     std::vector<Attack> all;
-    const auto add = [&all](const auto& some) { all.insert(all.end(), std::begin(some), std::end(some)); };
+    const auto add = [&all](const auto& some) {
+        all.insert(all.end(), std::begin(some), std::end(some));
+    };
     add(kReading);
     add(kWriting);
     add(kLinks);

@@ -1,8 +1,8 @@
 #include "tests/support/hostile_game.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <grp.h>
+#include <gtest/gtest.h>
 #include <seccomp.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -167,7 +167,7 @@ ProgramResult HostileGame::Start(Walls walls) const {
         const std::string homeVariable = "HOME=" + home;
         const char* const environment[] = {homeVariable.c_str(), "PATH=/usr/bin:/bin",
                                            "ASAN_OPTIONS=detect_leaks=0", nullptr};
-        const char* const arguments[] = {"moxi",       "--headless",       "--dump-image",
+        const char* const arguments[] = {"moxi",       "--headless", "--dump-image",
                                          dump.c_str(), game.c_str(), nullptr};
         execve(program.c_str(), const_cast<char**>(arguments), const_cast<char**>(environment));
         _exit(127);

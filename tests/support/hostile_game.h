@@ -51,9 +51,9 @@ class HostileGame {
 
     // --- The end
 
-    int status = 0;           // expected; -1 for 0 or 1
-    std::string lastLine;     // expected of standard error, "" for any
-    bool keepsData = true;    // the data folder may have changed
+    int status = 0;                    // expected; -1 for 0 or 1
+    std::string lastLine;              // expected of standard error, "" for any
+    bool keepsData = true;             // the data folder may have changed
     std::vector<std::string> changes;  // paths that may have changed
 
     // Runs the game and fails the running test where it was answered otherwise or has changed

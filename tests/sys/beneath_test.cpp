@@ -70,8 +70,9 @@ TEST_P(Beneath, NamesInsideAreFound) {
 }
 
 TEST_P(Beneath, NamesThatLeadOutAreNotThere) {
-    for (const char* const name : {"../outside", "a/../../outside", "..", "../in/file", "/../outside",
-                                   "a/b/../../../outside", "a/../..", "/etc/passwd"}) {
+    for (const char* const name :
+         {"../outside", "a/../../outside", "..", "../in/file", "/../outside",
+          "a/b/../../../outside", "a/../..", "/etc/passwd"}) {
         EXPECT_EQ(Read(name), kNotThere) << name;
         struct stat status;
         EXPECT_EQ(StatBeneath(folder, name, &status), -1) << name;
