@@ -69,12 +69,13 @@ bool Failed(const std::FILE* stream) {
 }
 
 // What `act` answers for the folder; where the folder has been removed, for the one that has taken
-// its place.
+// its place. The data folder is looked for again by what writes: a name that is not there is an
+// everyday thing in it.
 template <class Act>
 auto In(Root& root, Act act) -> decltype(act(0)) {
     errno = 0;
     auto result = act(root.Folder());
-    if (Failed(result) && errno == ENOENT && root.IsGone()) {
+    if (&root == &resourcesRoot && Failed(result) && errno == ENOENT && root.IsGone()) {
         root.Close();
         result = act(root.Folder());
     }
@@ -241,11 +242,8 @@ bool CopyTo(std::FILE* stream, const char* newName) {
 
 // A file with another name besides, which may lie anywhere, is not written through this one: from
 // now on the name has a file of its own. Returns the stream to write to, null when that fails.
-std::FILE* SeparateFile(std::FILE* stream, const char* name) {
-    struct stat status;
-    if (fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink <= 1) {
-        return stream;
-    }
+std::FILE* SeparateFile(std::FILE* stream, const char* name, const struct stat& status) {
+    if (!S_ISREG(status.st_mode) || status.st_nlink <= 1) return stream;
     const std::string copy = std::string(name) + ".own";
     const int folder = dataRoot.Folder();
     const bool separated = CopyTo(stream, copy.c_str()) && UnlinkBeneath(folder, name) == 0 &&
@@ -255,7 +253,9 @@ std::FILE* SeparateFile(std::FILE* stream, const char* name) {
 }
 
 // Opens a name by the rule for writing: in the data folder, where the folders on its way are made.
-std::FILE* OpenByWriteRule(const char* name, int flags) {
+// `isEmpty` becomes true where there is nothing in the file.
+std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
+    isEmpty = false;
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
     if (known == nullptr) return nullptr;
@@ -265,15 +265,15 @@ std::FILE* OpenByWriteRule(const char* name, int flags) {
         stream = OpenIn(name, true, flags);
     }
     if (stream == nullptr || flags == O_RDONLY) return stream;
-    return SeparateFile(stream, known);
+    struct stat status;
+    if (fstat(fileno(stream), &status) != 0) return stream;
+    isEmpty = status.st_size == 0;
+    return SeparateFile(stream, known, status);
 }
 
+// What cannot be emptied is written as it is.
 void Empty(std::FILE* stream) {
-    struct stat status;
-    if (fstat(fileno(stream), &status) == 0 && status.st_size > 0) {
-        // What cannot be emptied is written as it is.
-        if (ftruncate(fileno(stream), 0) != 0) errno = 0;
-    }
+    if (ftruncate(fileno(stream), 0) != 0) errno = 0;
 }
 
 // Waits until no other start of the game is in the middle of the same file, but not for ever: that
@@ -293,23 +293,25 @@ void Lock(u32 handle, int operation) {
 u32 OpenFile(const char* name, u32 mode) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
     std::FILE* stream = nullptr;
+    bool isEmpty = false;
     switch (mode) {
         case kOpenRead:
             stream = OpenIn(name, true, O_RDONLY);
             if (stream == nullptr) stream = OpenIn(name, false, O_RDONLY);
             return TakeHandle(stream, false);
-        case kOpenUpdate: return TakeHandle(OpenByWriteRule(name, O_RDWR), true);
+        case kOpenUpdate: return TakeHandle(OpenByWriteRule(name, O_RDWR, isEmpty), true);
         case kOpenCreate:
-            stream = OpenByWriteRule(name, O_RDWR | O_CREAT);
-            if (stream != nullptr) Empty(stream);
+            stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
+            if (stream != nullptr && !isEmpty) Empty(stream);
             return TakeHandle(stream, true);
-        default: return TakeHandle(OpenByWriteRule(name, O_RDONLY), false);
+        default: return TakeHandle(OpenByWriteRule(name, O_RDONLY, isEmpty), false);
     }
 }
 
 u32 OpenToReplace(const char* name) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
-    std::FILE* const stream = OpenByWriteRule(name, O_RDWR | O_CREAT);
+    bool isEmpty = false;
+    std::FILE* const stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
     const u32 handle = TakeHandle(stream, true);
     if (handle == kNoFile) return kNoFile;
     // Not emptied before it is locked.
@@ -381,12 +383,21 @@ bool IsWritable(u32 handle) {
 
 // --- Names
 
+namespace {
+
+// Whether a name that could not be opened, as errno says, is there all the same.
+bool IsThere(const char* name, bool inDataFolder, struct stat& status) {
+    return errno != ENOENT && StatIn(name, inDataFolder, status);
+}
+
+}  // namespace
+
 u32 FileSize(const char* name, u32* time, u32* kind) {
     struct stat status;
     std::FILE* stream = OpenIn(name, true, O_RDONLY);
-    if (stream == nullptr && !StatIn(name, true, status)) {
+    if (stream == nullptr && !IsThere(name, true, status)) {
         stream = OpenIn(name, false, O_RDONLY);
-        if (stream == nullptr && !StatIn(name, false, status)) return kNoFile;
+        if (stream == nullptr && !IsThere(name, false, status)) return kNoFile;
     }
     if (stream != nullptr && fstat(fileno(stream), &status) != 0) status = {};
     *time = static_cast<u32>(status.st_mtim.tv_sec);
