@@ -9,12 +9,14 @@
 
 #include "app/call_filter.h"
 #include "app/finish.h"
+#include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/signals.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -30,6 +32,7 @@
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "kit/debugger.h"
+#include "kit/new_game.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
@@ -51,6 +54,16 @@ void LoadInterfaceFile() {
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
+}
+
+// A user without a home plays too, and what is saved lasts as long as the game.
+bool FindPlaceForData() {
+    if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
+    folders.support = MakeTemporaryFolder();
+    if (folders.support.empty()) return false;
+    SystemLog("no home folder: saved data goes to " + folders.support +
+              " and is removed at the end");
+    return true;
 }
 
 // A folder made by --bundle brings fonts and a SoundFont with it.
@@ -137,6 +150,11 @@ int main(int argc, char** argv) {
     PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
+    if (!options.newGame.empty()) {
+        const NewGameResult made = MakeNewGame(options.newGame, options.newInC ? "c" : "assembly");
+        if (made.status != 0) RefuseCommandLine(made.problem);
+        return made.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
         PrintUsage();
@@ -148,6 +166,8 @@ int main(int argc, char** argv) {
         if (shipped.status != 0) RefuseCommandLine(shipped.problem);
         return shipped.status;
     }
+    const std::string missing = WhyNoGame(options.game);
+    if (!missing.empty()) return RefuseCommandLine(missing);
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     if (options.watch) {
@@ -156,9 +176,10 @@ int main(int argc, char** argv) {
         if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
         if (const std::optional<int> status = WatchGame()) return *status;
     }
+    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
     EnterSandbox(options);
-    const std::string missing = FindGame(options.game);
-    if (!missing.empty()) return RefuseCommandLine(missing);
+    const std::string unusable = FindGame(options.game);
+    if (!unusable.empty()) return RefuseCommandLine(unusable);
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }
@@ -173,8 +194,10 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
+    TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {
+        GiveBackStandardError();
         std::fprintf(stderr, "moxi: %s\n", error.c_str());
         return 1;
     }
@@ -192,6 +215,7 @@ int main(int argc, char** argv) {
     LoadInterfaceFile();
     moxiAppDelegate::init();
     if (options.sandbox) TightenSandbox(DataFolder(), folders.resources);
+    TellLibraryLines();
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

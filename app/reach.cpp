@@ -8,6 +8,7 @@
 #include "desktop/pango/font_places.h"
 #include "desktop/synth/synth.h"
 #include "host/bundle.h"
+#include "host/home.h"
 #include "vm/guard.h"
 
 namespace {
@@ -87,7 +88,7 @@ constexpr const char* kDesktop[] = {
     "/proc/asound",
     "/proc/modules",
     "/proc/devices",
-    "/proc/driver/nvidia",
+    "/proc/driver/nvidia", "/proc/self/fd",
     "/proc/self/cmdline",
     "/sys/bus/pci",
     "/sys/class/drm",
@@ -124,20 +125,12 @@ std::string Variable(const char* name) {
     return value != nullptr ? value : "";
 }
 
-// The folder that a variable names, else one in the home folder.
-std::string UserFolder(const char* variable, const char* inHome) {
-    const std::string named = Variable(variable);
-    if (!named.empty() && named[0] == '/') return named;
-    const std::string home = Variable("HOME");
-    return home.empty() ? "" : home + "/" + inHome;
-}
-
 std::string Config() {
-    return UserFolder("XDG_CONFIG_HOME", ".config");
+    return BaseFolder("XDG_CONFIG_HOME", ".config");
 }
 
 std::string Cache() {
-    return UserFolder("XDG_CACHE_HOME", ".cache");
+    return BaseFolder("XDG_CACHE_HOME", ".cache");
 }
 
 template <size_t n>
@@ -177,8 +170,8 @@ void AddLibraryFolders(Places& places) {
 }
 
 void AddFonts(Places& places) {
-    AddBelow(places, Variable("HOME"), kFontsOfUser);
-    places.push_back(UserFolder("XDG_DATA_HOME", ".local/share") + "/fonts");
+    AddBelow(places, HomeFolder(), kFontsOfUser);
+    places.push_back(BaseFolder("XDG_DATA_HOME", ".local/share") + "/fonts");
     places.push_back(Config() + "/fontconfig");
     places.push_back(Cache() + "/fontconfig");
     for (const std::string& place : OwnFontPlaces()) places.push_back(place);
@@ -204,9 +197,9 @@ std::vector<std::string> LibraryPlaces() {
 std::vector<std::string> DesktopPlaces() {
     Places places;
     Add(places, kDesktop);
-    AddBelow(places, Variable("HOME"), kDesktopOfUser);
+    AddBelow(places, HomeFolder(), kDesktopOfUser);
     AddBelow(places, Config(), kDesktopOfConfig);
-    places.push_back(UserFolder("XDG_DATA_HOME", ".local/share") + "/icons");
+    places.push_back(BaseFolder("XDG_DATA_HOME", ".local/share") + "/icons");
     places.push_back(Cache() + "/ibus");
     for (const std::string& cache : DriverCaches()) places.push_back(cache);
     for (const char* const variable : {"XAUTHORITY", "XCOMPOSEFILE", "XENVIRONMENT", "PULSE_COOKIE",
@@ -238,7 +231,7 @@ std::vector<std::string> DriverCaches() {
     AddBelow(places, Cache(), kCaches);
     const std::string chosen = Variable("MESA_SHADER_CACHE_DIR");
     if (!chosen.empty()) places.push_back(chosen);
-    const std::string home = Variable("HOME");
+    const std::string home = HomeFolder();
     if (!home.empty()) places.push_back(home + "/.nv/GLCache");
     return places;
 }

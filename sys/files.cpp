@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/log.h"
 #include "desktop/folders.h"
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
@@ -91,6 +92,7 @@ struct OpenStream {
 // Every slot at openCount or above is empty; slots below it may be.
 constinit OpenStream openFiles[kMaximalOpenFiles] = {};
 constinit u32 openCount = 0;
+constinit bool failedWriteIsTold = false;
 
 OpenStream* FindStream(u32 handle) {
     if (handle >= openCount || openFiles[handle].stream == nullptr) return nullptr;
@@ -117,6 +119,15 @@ std::FILE* OpenIn(const char* name, bool inDataFolder, int flags) {
               [&](int folder) { return systemCalls.open(folder, known, flags); });
 }
 
+// The module is told in the service's own way. The player, whose saved game it is, learns of the
+// first failure that lies in the folder and not in the name.
+void NoteFailedWrite(int error) {
+    const bool isFull = error == ENOSPC || error == EDQUOT || error == EIO;
+    if (failedWriteIsTold || (!isFull && access(dataRoot.path.c_str(), W_OK | X_OK) == 0)) return;
+    failedWriteIsTold = true;
+    SystemLog("data cannot be written to " + dataRoot.path + ": " + std::strerror(error));
+}
+
 u32 TakeHandle(std::FILE* stream, bool writable) {
     if (stream == nullptr) return kNoFile;
     // What is written is on its way at once: the count that a write reports is true, and other
@@ -132,7 +143,8 @@ void MakeDataFolder() {
     struct stat status;
     for (std::size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
         const std::string folder = path.substr(0, at);
-        if (stat(folder.c_str(), &status) != 0) mkdir(folder.c_str(), 0777);
+        if (stat(folder.c_str(), &status) == 0) continue;
+        if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) return NoteFailedWrite(errno);
     }
 }
 
@@ -165,7 +177,7 @@ void InitFolders() {
     std::signal(SIGXFSZ, SIG_IGN);
     resourcesRoot.Set(folders.resources + "/");
     const std::string data = DataFolder();
-    dataRoot.Set(data.empty() ? data : data + "/");
+    dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
 }
 
 std::string DataFolderOfAll() {
@@ -263,6 +275,7 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
     if (stream == nullptr) {
         MakeParentFolders(known);
         stream = OpenIn(name, true, flags);
+        if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
     }
     if (stream == nullptr || flags == O_RDONLY) return stream;
     struct stat status;
@@ -337,7 +350,9 @@ u32 ReadFile(u32 handle, void* buffer, u32 count) {
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
-    return static_cast<u32>(systemCalls.write(data, count, file->stream));
+    const std::size_t written = systemCalls.write(data, count, file->stream);
+    if (written < count && file->writable) NoteFailedWrite(errno);
+    return static_cast<u32>(written);
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
@@ -429,7 +444,10 @@ u32 MakeFolder(const char* name) {
         return *known == 0 && folder < 0 ? mkdir(dataRoot.path.c_str(), 0777)
                                          : MakeFolderBeneath(folder, known);
     };
-    return In(dataRoot, make) == 0 || errno == EEXIST ? 0 : kNoFile;
+    if (In(dataRoot, make) == 0 || errno == EEXIST) return 0;
+    // The data folder itself is not this service's to make.
+    if (errno != ENOENT && errno != EBADF) NoteFailedWrite(errno);
+    return kNoFile;
 }
 
 void RemoveFolder(const char* name) {
@@ -459,4 +477,5 @@ void ResetFiles() {
     while (openCount > 0) CloseFile(openCount - 1);
     dataRoot.Set("");
     resourcesRoot.Set("");
+    failedWriteIsTold = false;
 }

@@ -114,8 +114,9 @@ u8* ReserveImage(u32 size) {
     // Padding at the end keeps the start on a multiple of 64.
     const u64 padded = (u64{size} + 63) / 64 * 64;
     const u64 pages = (padded + page - 1) / page * page;
-    // The image may begin anywhere in its first page, so a page more is below.
-    const u64 below = kTableBelowImage + page;
+    // Whole huge pages, so that the image still begins where one does.
+    constexpr u64 below = u64{1} << 21;
+    static_assert(below > kTableBelowImage + 65536);
     const u64 reserved = pages - padded + kAddressSpace + kLongestOperand;
     void* const range =
         mmap(nullptr, below + reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

@@ -209,6 +209,16 @@ constexpr Attack kWriting[] = {
          game.Call({"0x000F", game.Text("A.DAT"), game.Text("../bad.sh")});
          game.Expect(3, {"0x0009", game.Text("A.DAT")});
      }},
+    {"MovesAFileFromFolderToFolder",
+     [](HostileGame& game) {
+         WriteAndClose(game, "A/A.DAT", "moved");
+         game.Call({"0x0006", game.Text("B")});
+         game.Call({"0x000F", game.Text("A/A.DAT"), game.Text("B/B.DAT")});
+         game.Expect(5, {"0x0009", game.Text("B/B.DAT")});
+         game.Expect(kNone, {"0x0009", game.Text("A/A.DAT")});
+         game.Call({"0x000F", game.Text("B/B.DAT"), game.Text("B/C.DAT")});
+         game.Expect(5, {"0x0009", game.Text("B/C.DAT")});
+     }},
     {"WritesOverItsOwnFiles",
      [](HostileGame& game) {
          WriteAndClose(game, "SHIPPED.DAT", "other");
@@ -555,7 +565,8 @@ TEST_P(Hostile, GameGetsTheStatedAnswerAndChangesNothing) {
 }
 
 std::string NameOf(const testing::TestParamInfo<Hostile::ParamType>& info) {
-    constexpr const char* kWalls[] = {"", "WithFileServicesAlone", "AsAnOrdinaryUser"};
+    constexpr const char* kWalls[] = {"", "WithFileServicesAlone", "WithOldLandlock",
+                                      "AsAnOrdinaryUser"};
     const auto& [attack, walls] = info.param;
     return std::string(attack.name) + kWalls[static_cast<int>(walls)];
 }
@@ -563,7 +574,7 @@ std::string NameOf(const testing::TestParamInfo<Hostile::ParamType>& info) {
 INSTANTIATE_TEST_SUITE_P(Games, Hostile,
                          testing::Combine(testing::ValuesIn(AllAttacks()),
                                           testing::Values(Walls::All, Walls::FilesAlone,
-                                                          Walls::OrdinaryUser)),
+                                                          Walls::OldLandlock, Walls::OrdinaryUser)),
                          NameOf);
 
 }  // namespace

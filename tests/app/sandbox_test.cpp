@@ -286,6 +286,61 @@ TEST_F(Sandbox, NoProgramCanBeStarted) {
     EXPECT_EQ(run(true), 13);
 }
 
+TEST_F(Sandbox, WhatLibrariesReadStaysOpenAndTheRestOfTheHomeFolderDoesNot) {
+    const Strings open = {"/.fonts/a.ttf",
+                          "/.local/share/fonts/a.ttf",
+                          "/.config/fontconfig/fonts.conf",
+                          "/.cache/fontconfig/a.cache",
+                          "/.local/share/icons/theme",
+                          "/.config/pulse/cookie",
+                          "/.Xauthority",
+                          "/soundfont.sf2"};
+    const Strings shut = {"/.ssh/id_rsa", "/.config/secret", "/.local/share/keyrings/login.keyring",
+                          "/.cache/other", "/.bash_history"};
+    for (const Strings& names : {open, shut}) {
+        for (const std::string& name : names) {
+            fs::create_directories(fs::path(home.path + name).parent_path());
+            WriteTextFile(home.path + name, "text");
+        }
+    }
+    fs::create_directories(home.data);
+    const int status = StatusOf([&] {
+        setenv("HOME", home.path.c_str(), 1);
+        for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
+            unsetenv(name);
+        }
+        StartSandbox({.game = home.game,
+                      .dataFolder = home.data,
+                      .devices = true,
+                      .readable = {home.path + "/soundfont.sf2"}});
+        TightenSandbox(home.data, home.game);
+        const auto isOpen = [](const std::string& path) {
+            return ::open(path.c_str(), O_RDONLY | O_CLOEXEC) >= 0;
+        };
+        int number = 1;
+        for (const std::string& name : open) {
+            if (!isOpen(home.path + name)) return number;
+            number++;
+        }
+        for (const std::string& name : shut) {
+            if (isOpen(home.path + name)) return number;
+            number++;
+        }
+        for (const char* const path : {"/usr/share/fonts", "/etc/fonts", "/usr/share/zoneinfo",
+                                       "/dev/null", "/dev/urandom", "/proc/meminfo"}) {
+            if (!isOpen(path) && fs::exists(path)) return number;
+            number++;
+        }
+        for (const char* const path : {"/etc/shadow", "/etc/hostname", "/proc/1/environ", "/root",
+                                       "/home", "/tmp", "/var/log", "/"}) {
+            if (isOpen(path)) return number;
+            number++;
+        }
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(Sandbox, AFurtherFileIsMadeAndCanBeWritten) {
     const std::string sound = home.path + "/sound.raw";
     const int status = StatusOf([this, &sound] {

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <linux/landlock.h>
+#include <poll.h>
 #include <seccomp.h>
-#include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,6 +31,60 @@ void LoseSystemCalls() {
     }
     if (seccomp_load(filter) != 0) _exit(125);
     seccomp_release(filter);
+}
+
+// Hands over who is asked for Landlock's version from now on.
+void LetOtherTellVersion(int connection) {
+    scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
+    const scmp_arg_cmp isQuestion = {2, SCMP_CMP_EQ, LANDLOCK_CREATE_RULESET_VERSION, 0};
+    seccomp_rule_add_array(filter, SCMP_ACT_NOTIFY,
+                           seccomp_syscall_resolve_name("landlock_create_ruleset"), 1, &isQuestion);
+    if (seccomp_load(filter) != 0) _exit(125);
+    int listener = seccomp_notify_fd(filter);
+    char byte = 0;
+    iovec part = {&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(header), &listener, sizeof listener);
+    if (sendmsg(connection, &message, 0) != 1) _exit(125);
+}
+
+// Answers until nobody can ask any more: version 1.
+void TellFirstVersion(int connection) {
+    char byte = 0;
+    iovec part = {&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    if (recvmsg(connection, &message, MSG_CMSG_CLOEXEC) != 1) return;
+    int listener = -1;
+    std::memcpy(&listener, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof listener);
+    seccomp_notif* question = nullptr;
+    seccomp_notif_resp* answer = nullptr;
+    seccomp_notify_alloc(&question, &answer);
+    for (;;) {
+        pollfd asked = {listener, POLLIN, 0};
+        if (poll(&asked, 1, -1) < 0 || (asked.revents & POLLIN) == 0) break;
+        std::memset(question, 0, sizeof *question);
+        if (seccomp_notify_receive(listener, question) != 0) continue;
+        *answer = {};
+        answer->id = question->id;
+        answer->val = 1;
+        seccomp_notify_respond(listener, answer);
+    }
+    seccomp_notify_free(question, answer);
+    close(listener);
 }
 
 void BecomeNobody() {
@@ -156,6 +212,8 @@ ProgramResult HostileGame::Start(Walls walls) const {
     const std::string dump = root.path + "/run.image";
     for (const std::string& file : {out, err, dump}) WriteTextFile(file, "");
     if (walls == Walls::OrdinaryUser) GiveToNobody(root.path);
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     const pid_t child = fork();
     if (child == 0) {
         Redirect(0, "/dev/null", O_RDONLY);
@@ -163,6 +221,7 @@ ProgramResult HostileGame::Start(Walls walls) const {
         Redirect(2, err, O_WRONLY);
         if (walls == Walls::OrdinaryUser) BecomeNobody();
         if (walls == Walls::FilesAlone) LoseSystemCalls();
+        if (walls == Walls::OldLandlock) LetOtherTellVersion(ends[1]);
         if (chdir(root.path.c_str()) != 0) _exit(126);
         const std::string homeVariable = "HOME=" + home;
         const char* const environment[] = {homeVariable.c_str(), "PATH=/usr/bin:/bin",
@@ -172,6 +231,9 @@ ProgramResult HostileGame::Start(Walls walls) const {
         execve(program.c_str(), const_cast<char**>(arguments), const_cast<char**>(environment));
         _exit(127);
     }
+    close(ends[1]);
+    if (walls == Walls::OldLandlock) TellFirstVersion(ends[0]);
+    close(ends[0]);
     int ended = 0;
     waitpid(child, &ended, 0);
     ProgramResult result;

@@ -14,6 +14,7 @@
 enum class Walls {
     All,           // as the tests' own user, on this kernel
     FilesAlone,    // on a kernel with neither Landlock nor openat2
+    OldLandlock,   // on a kernel with Landlock's first version
     OrdinaryUser,  // as a user without any privilege
 };
 
