@@ -165,8 +165,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                           "headless: what would have been heard, as a WAV file")
                                ->type_name("FILE")
                                ->check(filled));
-    bool noSandbox = false;
-    app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
+    app.add_flag("--no-sandbox", options.unlocked, "do not restrict what the process may reach");
     app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
@@ -189,7 +188,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         return RefuseCommandLine(error.what());
     }
     // The debugger writes where its user says while the game runs.
-    options.sandbox = !noSandbox && !options.debug;
+    options.sandbox = !options.unlocked && !options.debug;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
             return RefuseCommandLine(option->get_name() + " needs --headless");

@@ -22,7 +22,9 @@ struct Options {
     std::string trace;
     std::string record;
     std::string renderAudio;
+    // Whether the kernel restricts the process, and whether names may lead out of the folders.
     bool sandbox = true;
+    bool unlocked = false;
     // The author's kit.
     bool debug = false;
     std::string profile;

@@ -87,23 +87,37 @@ fs::path ExecutableFolder() {
 
 }  // namespace
 
-std::string FindGame(const std::string& game) {
-    fs::path path = Clean(game);
+void FindUserFolders() {
+    folders.support = BaseFolder("XDG_DATA_HOME", ".local/share");
+    folders.pictures = PicturesFolder();
+}
+
+std::string GameFolder(const std::string& game) {
+    const fs::path path = Clean(game);
+    return IsFolder(path) ? path : path.parent_path();
+}
+
+std::string WhyNoGame(const std::string& game) {
+    const fs::path path = Clean(game);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (status.type() == fs::file_type::not_found) return game + ": there is no such game";
     if (!fs::status_known(status)) return game + ": " + error.message();
-    if (!IsFolder(path)) {
-        if (path.filename() != kModuleFile) return game + ": neither a folder nor a MAIN.MX";
-        path = path.parent_path();
+    if (!IsFolder(path) && path.filename() != kModuleFile) {
+        return game + ": neither a folder nor a MAIN.MX";
     }
-    if (access(path.c_str(), R_OK | X_OK) != 0) return game + ": the folder cannot be read";
+    const bool canBeRead = access(GameFolder(game).c_str(), R_OK | X_OK) == 0;
+    return canBeRead ? "" : game + ": the folder cannot be read";
+}
+
+std::string FindGame(const std::string& game) {
+    std::string missing = WhyNoGame(game);
+    if (!missing.empty()) return missing;
+    const fs::path path = GameFolder(game);
     const fs::path resources = ResourcesFolder(path);
     folders.bundle = path;
     folders.resources = resources;
     folders.gameName = GameName(path, resources);
-    folders.support = BaseFolder("XDG_DATA_HOME", ".local/share");
-    folders.pictures = PicturesFolder();
     return "";
 }
 

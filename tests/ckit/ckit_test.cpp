@@ -196,6 +196,9 @@ TEST(CKit, WhatIsWrongIsSaidInALine) {
               "mxcc: out: is a folder; with a / at its end the module goes into it\n");
     EXPECT_EQ(said({"good.c", "--memory"}), "mxcc: a value is missing after --memory\n");
     EXPECT_NE(said({"none.c", "-o", "M"}).find("none.c"), std::string::npos);
+    WriteTextFile(folder.path + "/bad.c", "int main(void) {\n    return nothing;\n}\n");
+    EXPECT_EQ(said({"bad.c", "-o", "M"}),
+              "bad.c:2:12: error: use of undeclared identifier 'nothing'\n");
     EXPECT_FALSE(fs::exists(folder.path + "/M"));
     const ProgramResult missing = RunProgram(
         "/usr/bin/env", {"PATH=/none", MOXI_BIN_DIR "/mxcc", "good.c", "-o", "M"}, folder.path);
