@@ -42,6 +42,15 @@ struct Builder {
     std::vector<Frame> frames{};
     std::vector<Variable> locals{};
     std::vector<ValueType> localTypes{};
+    // What is known of a local's value since its last assignment, until control comes together.
+    struct Fact {
+        u32 epoch = 0;
+        bool isNonNegative = false;
+        i64 low = 0;
+        i64 high = 0;
+    };
+    std::vector<Fact> facts{};  // by local
+    u32 epoch = 1;
     std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
     bool reachable = true;
@@ -66,6 +75,15 @@ struct Builder {
     void SettleForCall();
     void SettleTraps() {
         SettleWhere([](const Node& node) { return node.traps; });
+    }
+    // Traps come in the order of the module: what waits goes before a value that may trap.
+    void SettleBefore(NodeId& first, NodeId second) {
+        if (!select.trees[first].traps || !select.trees[second].traps) return;
+        SettleTraps();
+        Settle(first);
+    }
+    void SettleTrapsBefore(NodeId id) {
+        if (select.trees[id].traps) SettleTraps();
     }
     bool IsLocalVariable(Variable variable) const {
         return variable < isLocal.size() && isLocal[variable];
@@ -99,6 +117,11 @@ struct Builder {
     // --- The rest
     void Variables(u8 opcode);
     void SetLocal(u32 number, NodeId value);
+    void PushLocal(u32 number);
+    void Join(u32 label) {
+        select.Label(label);
+        ++epoch;  // what is known need not hold on the other ways to here
+    }
     void SetGlobal(u32 number, NodeId value);
     void Memory(const MemoryOperator& row, u8 opcode);
     void Prefixed();
@@ -119,7 +142,9 @@ OperandSize SizeOfNode(const Trees& trees, NodeId id) {
 
 void Builder::Push(NodeId id) {
     stack.push_back(id);
-    if (select.trees[id].depth > kMaxTreeDepth) Settle(stack.back());
+    if (select.trees[id].depth <= kMaxTreeDepth) return;
+    SettleTrapsBefore(id);
+    Settle(stack.back());
 }
 
 // Computes a waiting value now, so that nothing that comes can change it.
@@ -134,10 +159,18 @@ void Builder::Settle(NodeId& id) {
     select.trees.nodes[id].isNonNegative = node.isNonNegative;
 }
 
+// Settles the waiting values that the test picks; of those that may trap the lower ones as well.
 template <class Test>
 void Builder::SettleWhere(Test test) {
-    for (NodeId& id : stack) {
-        if (test(select.trees[id])) Settle(id);
+    u64 settled = 0;  // below this nothing that may trap waits any more
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!test(select.trees[stack[i]])) continue;
+        if (select.trees[stack[i]].traps) {
+            for (; settled < i; ++settled) {
+                if (select.trees[stack[settled]].traps) Settle(stack[settled]);
+            }
+        }
+        Settle(stack[i]);
     }
 }
 
@@ -146,8 +179,10 @@ void Builder::SettleAll() {
 }
 
 void Builder::SettleReaders(Variable variable) {
-    for (NodeId& id : stack) {
-        if (ReadsVariable(select.trees, id, variable)) Settle(id);
+    for (u64 i = 0; i < stack.size(); ++i) {
+        if (!ReadsVariable(select.trees, stack[i], variable)) continue;
+        if (select.trees[stack[i]].traps) SettleTraps();
+        Settle(stack[i]);
     }
 }
 
@@ -315,7 +350,7 @@ void Builder::Begin(Opcode opcode) {
             PushVariable(frame.type.parameters.items[i], frame.variables[i]);
         }
         ++select.depth;
-        select.Label(frame.label);
+        Join(frame.label);
     } else {
         for (u32 i = 0; i < frame.type.results.count; ++i) {
             frame.variables.push_back(select.NewVariable());
@@ -336,7 +371,7 @@ void Builder::Else() {
         frame.isUsed = true;
         select.Jump(frame.label);
     }
-    select.Label(frame.elseLabel);
+    Join(frame.elseLabel);
     frame.elseLabel = kNoLabel;
     stack.resize(frame.height);
     stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
@@ -375,15 +410,15 @@ void Builder::End() {
         const bool moves = !frame.variables.empty();
         if (moves) {
             if (reachable) select.Jump(frame.label);
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
             stack.resize(frame.height);
             stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
             MoveTo(frame.variables);
         } else {
-            select.Label(frame.elseLabel);
+            Join(frame.elseLabel);
         }
     }
-    select.Label(frame.label);
+    Join(frame.label);
     reachable = true;
     frames.pop_back();
     EnterResults(frame);
@@ -529,12 +564,26 @@ void Builder::CallIndirect(u32 typeIndex) {
 
 // --- The rest
 
+void Builder::PushLocal(u32 number) {
+    PushVariable(localTypes[number], locals[number]);
+    const Fact& fact = facts[number];
+    if (fact.epoch != epoch) return;
+    Node& node = select.trees.nodes[stack.back()];
+    node.isNonNegative = fact.isNonNegative;
+    node.low = fact.low;
+    node.high = fact.high;
+}
+
 void Builder::SetLocal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleReaders(locals[number]);
+    const Node& node = select.trees[value];
+    facts[number] = {epoch, node.isNonNegative, node.low, node.high};
     select.Assign(locals[number], value);
 }
 
 void Builder::SetGlobal(u32 number, NodeId value) {
+    SettleTrapsBefore(value);
     SettleWhere([](const Node& node) { return node.readsGlobals; });
     const OperandSize size = SizeOf(module.globals[number].type);
     const Operand cell = AtAddress(Base::Data, plan.globalCells[number]);
@@ -559,11 +608,11 @@ void Builder::SetGlobal(u32 number, NodeId value) {
 void Builder::Variables(u8 opcode) {
     const u32 number = cursor.Unsigned32();
     switch (static_cast<Opcode>(opcode)) {
-        case Opcode::LocalGet: PushVariable(localTypes[number], locals[number]); break;
+        case Opcode::LocalGet: PushLocal(number); break;
         case Opcode::LocalSet: SetLocal(number, Pop()); break;
         case Opcode::LocalTee:
             SetLocal(number, Pop());
-            PushVariable(localTypes[number], locals[number]);
+            PushLocal(number);
             break;
         case Opcode::GlobalGet: {
             const Global& global = module.globals[number];
@@ -591,8 +640,9 @@ void Builder::Memory(const MemoryOperator& row, u8 opcode) {
         return;
     }
     const NodeId value = Pop();
-    const NodeId address = Pop();
+    NodeId address = Pop();
     SettleWhere([](const Node& node) { return node.readsMemory || node.traps; });
+    SettleBefore(address, value);
     select.Store(row, address, offset, value);
 }
 
@@ -709,7 +759,11 @@ void Builder::Instruction() {
     const PlainOperator& plain = kOperators.plain[opcode];
     if (plain.text != nullptr && opcode < kFirstSaturating) {
         const NodeId b = Pop();
-        const NodeId a = plain.second != ValueType::None ? Pop() : b;
+        NodeId a = b;
+        if (plain.second != ValueType::None) {
+            a = Pop();
+            SettleBefore(a, b);
+        }
         Push(MakePlain(select.trees, opcode, a, b));
         return;
     }
@@ -754,15 +808,23 @@ void Builder::Instruction() {
             CallIndirect(type);
             break;
         }
-        case Opcode::Drop: select.Discard(Pop()); break;
+        case Opcode::Drop: {
+            const NodeId value = Pop();
+            SettleTrapsBefore(value);
+            select.Discard(value);
+            break;
+        }
         case Opcode::SelectTyped:
             cursor.Unsigned32();
             cursor.Byte();
             [[fallthrough]];
         case Opcode::Select: {
             const NodeId condition = Pop();
-            const NodeId second = Pop();
-            const NodeId first = Pop();
+            NodeId second = Pop();
+            NodeId first = Pop();
+            SettleBefore(first, second);
+            SettleBefore(first, condition);
+            SettleBefore(second, condition);
             Push(MakeSelect(select.trees, condition, first, second));
             break;
         }
@@ -807,6 +869,7 @@ void Builder::Declare(const FunctionType& type) {
         locals.push_back(select.NewVariable());
         MarkLocal(locals.back());
     }
+    facts.resize(locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
         select.Put(locals[i], ValueType::I64, InRegister(i));
     }

@@ -229,6 +229,11 @@ void Encoder::Encode(const Instruction& instruction) {
 
 void Encoder::EncodeTables() {
     std::vector<u32> addresses;
+    if (!code.tables.empty()) {
+        u32 words = 0;
+        for (const std::vector<u32>& table : code.tables) words += static_cast<u32>(table.size());
+        out.tables.push_back({Here(), Here() + 4 * words});
+    }
     for (const std::vector<u32>& table : code.tables) {
         addresses.push_back(Address());
         for (const u32 label : table) {

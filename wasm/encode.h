@@ -29,12 +29,19 @@ struct OriginMark {
     u32 module = 0;
 };
 
+// Words between instructions that are addresses.
+struct CodeTable {
+    u32 offset = 0;
+    u32 end = 0;
+};
+
 struct MachineCode {
     u32 base = 0;    // the image address of the first byte
     u32 module = 0;  // whose functions are being appended
     std::vector<u8> bytes;
     std::vector<Fixup> fixups;
     std::vector<OriginMark> origins;
+    std::vector<CodeTable> tables;
 };
 
 // Appends a function. False where its frame is larger than the machine can address.

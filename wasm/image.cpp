@@ -6,6 +6,8 @@
 #include "base/bytes.h"
 #include "tools/assembler.h"
 #include "vm/machine.h"
+#include "wasm/assembly_text.h"
+#include "wasm/source_lines.h"
 
 namespace moxi {
 
@@ -96,6 +98,7 @@ struct ImageBuilder {
     void Patch();
     bool WriteHeader();
     void CollectFunctions(const ModulePlan& plan);
+    void CollectLines();
     void CollectSymbols();
     void Run();
 };
@@ -317,7 +320,7 @@ bool ImageBuilder::LayDataSegments() {
                     " or more");
     }
     result.bytes = runtime.bytes;
-    result.bytes.resize(highest);
+    result.bytes.resize(RoundUp(highest, 8));
     for (const ModulePlan& plan : parts.plans) {
         const u64 memoryAt = layouts[plan.number].memoryAt;
         if (plan.number == 1) {
@@ -430,6 +433,39 @@ void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
     }
 }
 
+// The lines of both modules, one entry where the line changes.
+void ImageBuilder::CollectLines() {
+    std::vector<SourceLines> sources;
+    for (const ModulePlan& plan : parts.plans) sources.push_back(ReadSourceLines(*plan.module));
+    std::vector<u32> firstFile;
+    for (const SourceLines& source : sources) {
+        firstFile.push_back(static_cast<u32>(result.files.size()));
+        result.files.insert(result.files.end(), source.files.begin(), source.files.end());
+    }
+    const auto add = [&](TranslatedLine line) {
+        if (line.line == 0 && result.lines.empty()) return;
+        if (!result.lines.empty()) {
+            TranslatedLine& last = result.lines.back();
+            if (last.line == line.line && (line.line == 0 || last.file == line.file)) return;
+            if (last.address == line.address) {
+                last = line;
+                return;
+            }
+        }
+        result.lines.push_back(line);
+    };
+    for (const OriginMark& mark : parts.code.origins) {
+        const SourceLine* const found = FindSourceLine(sources[mark.module], mark.origin);
+        TranslatedLine line{parts.code.base + mark.offset, 0, 0};
+        if (found != nullptr) {
+            line.line = found->line;
+            line.file = firstFile[mark.module] + found->file;
+        }
+        add(line);
+    }
+    add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
+}
+
 void ImageBuilder::CollectSymbols() {
     for (const ModulePlan& plan : parts.plans) CollectFunctions(plan);
     for (const AssembleSymbol& symbol : runtime.symbols) {
@@ -450,9 +486,7 @@ void ImageBuilder::CollectSymbols() {
                      [](const TranslatedSymbol& a, const TranslatedSymbol& b) {
                          return a.address < b.address;
                      });
-    for (const OriginMark& mark : parts.code.origins) {
-        result.lines.push_back({parts.code.base + mark.offset, mark.origin, mark.module});
-    }
+    CollectLines();
 }
 
 void ImageBuilder::Run() {
@@ -479,6 +513,7 @@ void ImageBuilder::Run() {
     Patch();
     if (!WriteHeader()) return;
     CollectSymbols();
+    if (options.wantAssembly) result.assembly = FormatAssembly(result, parts.code);
     result.codeBytes = static_cast<u32>(parts.code.bytes.size());
     result.ok = true;
 }

@@ -26,12 +26,12 @@ Liveness FindLiveness(FunctionCode& code);
 // Whether two lists of ranges have a position in common.
 bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b);
 
-// Calls f(variable, reads, writes) for each variable that the instruction names.
+// Calls f(variable, reads, writes) for each variable that the instruction names, those that it writes
+// last.
 template <class F>
 void ForEachVariable(const Instruction& instruction, F f) {
     if (instruction.kind == Kind::Nothing) return;
     const Roles roles = RolesOf(instruction);
-    // B is read before A is written: both may be the same variable.
     if (instruction.b.place == Place::Register || instruction.b.place == Place::Indexed) {
         f(instruction.b.variable, true, false);
     }

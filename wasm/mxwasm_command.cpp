@@ -250,9 +250,25 @@ std::string FormatSymbolFile(const Translation& translation) {
     return text;
 }
 
+std::string FormatLines(const Translation& translation) {
+    std::string text;
+    for (const TranslatedLine& line : translation.lines) {
+        char start[32];
+        std::snprintf(start, sizeof start, "%08X %u", line.address, line.line);
+        text += start;
+        if (line.line != 0) text += " " + translation.files[line.file];
+        text += "\n";
+    }
+    return text;
+}
+
 bool WriteOutputs(const Command& command, const Translation& translation, std::ostream& err) {
     const std::string symbols = FormatSymbolFile(translation);
+    const std::string lines = FormatLines(translation);
+    const std::string& assembly = translation.assembly;
     return WriteFile(command.symbols, symbols.data(), symbols.size(), err) &&
+           WriteFile(command.lines, lines.data(), lines.size(), err) &&
+           WriteFile(command.assembly, assembly.data(), assembly.size(), err) &&
            WriteFile(command.output, translation.bytes.data(), translation.bytes.size(), err);
 }
 

@@ -29,11 +29,11 @@ struct TranslatedSymbol {
     std::string name;
 };
 
-// From `address` on the code belongs to what stands at `origin` in the module's file.
+// From `address` on the code comes from that line; line 0 is no line at all.
 struct TranslatedLine {
     u32 address = 0;
-    u32 origin = 0;
-    u32 module = 0;  // 0, or 1 for the cartridge
+    u32 line = 0;
+    u32 file = 0;  // index into Translation::files
 };
 
 struct Translation {
@@ -41,7 +41,8 @@ struct Translation {
     std::vector<std::string> errors;  // one line each, without the file's name
     std::vector<u8> bytes;            // the whole MAIN.MX
     std::vector<TranslatedSymbol> symbols;
-    std::vector<TranslatedLine> lines;
+    std::vector<TranslatedLine> lines;   // ascending
+    std::vector<std::string> files;
     std::string assembly;             // when asked for
     u32 codeEnd = 0;                  // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;            // image address of linear memory's first byte
