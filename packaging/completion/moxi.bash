@@ -1,4 +1,4 @@
-# bash completion for moxi, mxasm, mxdis and mxcc
+# bash completion for moxi, mxasm, mxdis, mxcc and mxwasm
 
 # Files and folders that begin with the current word; with a suffix only such files, and folders.
 _moxi_files() {
@@ -74,7 +74,23 @@ _mxcc() {
     fi
 }
 
+_mxwasm() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        -o | -S | --symbols | --lines) _moxi_files "" "$word"; return ;;
+        --memory | --stack | --heap) return ;;
+    esac
+    if [ "${word#-}" != "$word" ]; then
+        _moxi_options "-o -S --symbols --lines --memory --stack --heap --check-bounds --calls --wasm4
+            --identity --code-end --help --version" "$word"
+    else
+        _moxi_files .wasm "$word"
+    fi
+}
+
 complete -F _moxi moxi
 complete -F _mxasm mxasm
 complete -F _mxdis mxdis
 complete -F _mxcc mxcc
+complete -F _mxwasm mxwasm
