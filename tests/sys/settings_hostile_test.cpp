@@ -55,7 +55,7 @@ class HostileSettings : public SettingsTest {
         return static_cast<u32>((seed >> 33) % limit);
     }
     std::string RandomText(const char* alphabet, u32 longest) {
-        const u32 length = Random(4) == 0 ? Random(longest + 1) : Random(20);
+        const u32 length = Random(2) == 0 ? Random(longest + 1) : Random(20);
         std::string text;
         while (text.size() < length) {
             text += alphabet[Random(static_cast<u32>(std::strlen(alphabet)))];
@@ -66,9 +66,9 @@ class HostileSettings : public SettingsTest {
 
     void RunRandomCommand() {
         constexpr const char* kText = "ab [=]\"\\\n\t\x80\xFF";
-        constexpr u32 kLongest = 9000;
+        constexpr u32 kLongest = 6000;
         ForgetTexts();
-        switch (Random(18)) {
+        switch (Random(24)) {
             case 0: Load(Random(2) == 0 ? "A.INI" : "NONE.INI"); break;
             case 1: Save("A.INI"); break;
             case 2:
@@ -79,7 +79,10 @@ class HostileSettings : public SettingsTest {
             case 5: ReadNumber(); break;
             case 6: ReadString(1 + Random(5000)); break;
             case 7: AddSection(Random(9) == 0 ? RandomText(kText, kLongest) : RandomKey()); break;
-            case 8: Raw(RandomKey(), RandomText(kText, kLongest)); break;
+            case 8:
+            case 18:
+            case 19:
+            case 20: Raw(RandomKey(), RandomText(kText, kLongest)); break;
             case 9:
                 if (Random(4) == 0) DeleteSection();
                 break;
@@ -90,7 +93,10 @@ class HostileSettings : public SettingsTest {
                 break;
             case 13: AtEnd(); break;
             case 14: Number(RandomKey(), Random(0x7FFFFFFF), Random(4)); break;
-            case 15: String(RandomKey(), RandomText(kText, kLongest)); break;
+            case 15:
+            case 21:
+            case 22:
+            case 23: String(RandomKey(), RandomText(kText, kLongest)); break;
             default: RawLine(1 + Random(5000));
         }
     }
