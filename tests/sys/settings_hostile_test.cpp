@@ -62,11 +62,11 @@ class HostileSettings : public SettingsTest {
         }
         return text;
     }
-    std::string RandomKey() { return std::string(1, static_cast<char>('a' + Random(4))); }
+    std::string RandomKey() { return std::string(1, static_cast<char>('a' + Random(12))); }
 
     void RunRandomCommand() {
-        constexpr const char* kText = "ab [=]\"\\\n\t\x80\xFF";
-        constexpr u32 kLongest = 6000;
+        const char* const kText = Random(2) == 0 ? "ab [=]\"\\\n\t\x80\xFF" : "ab\"\\";
+        constexpr u32 kLongest = 5000;
         ForgetTexts();
         switch (Random(24)) {
             case 0: Load(Random(2) == 0 ? "A.INI" : "NONE.INI"); break;
