@@ -68,6 +68,7 @@ class HostileSettings : public SettingsTest {
         const char* const kText = Random(2) == 0 ? "ab [=]\"\\\n\t\x80\xFF" : "ab\"\\";
         constexpr u32 kLongest = 5000;
         ForgetTexts();
+        if (HasSettings() && !HasCurrentSection()) AddSection("a");
         switch (Random(24)) {
             case 0: Load(Random(2) == 0 ? "A.INI" : "NONE.INI"); break;
             case 1: Save("A.INI"); break;
