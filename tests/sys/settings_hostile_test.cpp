@@ -70,7 +70,7 @@ class HostileSettings : public SettingsTest {
         ForgetTexts();
         if (HasSettings() && !HasCurrentSection()) AddSection("a");
         switch (Random(24)) {
-            case 0: Load(Random(2) == 0 ? "A.INI" : "NONE.INI"); break;
+            case 0: Load(Random(3) == 0 ? "A.INI" : "NONE.INI"); break;
             case 1: Save("A.INI"); break;
             case 2:
                 if (Random(8) == 0) Call(0x0802, {});
@@ -141,8 +141,8 @@ TEST_F(HostileSettings, EveryWriteAfterAnOutgrownGapStaysInTheBuffer) {
     }
 }
 
-TEST_F(HostileSettings, TenThousandRandomCommandsWithLongTextsStayInTheBuffer) {
-    for (u32 step = 0; step < 10000; step++) {
+TEST_F(HostileSettings, FiftyThousandRandomCommandsWithLongTextsStayInTheBuffer) {
+    for (u32 step = 0; step < 50000; step++) {
         RunRandomCommand();
         if (!HasSettingsBuffer()) continue;
         ASSERT_LT(SettingsTextEnd(), SettingsCapacity()) << "step " << step;
