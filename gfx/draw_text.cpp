@@ -199,7 +199,10 @@ u32 DrawValidText(const Request& r, i32 rows, TextFont* font, std::string_view t
         return 0;
     }
     i32 width = Truncate(textEngine.measure(font, line.drawn).width);
-    if (r.Has(kTextItalic) && line.units > 0) width += rows / kSlantPart;
+    if (r.Has(kTextItalic) && line.units > 0) {
+        // A text of many megabytes is as wide as a number can be already.
+        width = Truncate(width + static_cast<double>(rows / kSlantPart));
+    }
     // The baseline, counted from the text bitmap's bottom, lies on a whole row.
     const i32 bitmapRows = static_cast<i32>(textBitmap.height);
     const i32 above = Truncate(bitmapRows - fit.height - textEngine.descender(font));
