@@ -2,12 +2,12 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
+#include "app/call_filter.h"
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
@@ -24,6 +24,7 @@
 #include "desktop/headless/headless_desktop.h"
 #include "desktop/sdl/audio.h"
 #include "desktop/sdl/sdl_desktop.h"
+#include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
 #include "host/bundle.h"
 #include "host/delegate.h"
@@ -72,57 +73,58 @@ bool StartDesktop(const Options& options, std::string& error) {
     return true;
 }
 
-// Before there are threads: what the restricted process will open through the helper.
-void PrepareSandbox(Options& options) {
-    if (!options.sandbox) return;
-    const std::string obstacle = SandboxObstacle();
-    if (!obstacle.empty()) {
-        SystemLog("no sandbox: " + obstacle);
-        options.sandbox = false;
-        return;
+// Every file that an option or the script names.
+std::vector<std::string> OutputFilesOf(const Options& options) {
+    std::vector<std::string> files;
+    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView,
+                                    options.trace, options.record, options.renderAudio}) {
+        if (!path.empty()) files.push_back(path);
     }
-    OutputPlaces outputs;
-    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView}) {
-        if (!path.empty()) outputs.files.push_back(path);
+    if (!options.profile.empty()) {
+        files.push_back(options.profile);
+        files.push_back(FoldedProfile(options.profile));
     }
     for (const ScriptEvent& event : options.headlessOptions.script) {
-        if (event.kind == ScriptEventKind::Screenshot) outputs.files.push_back(event.text);
+        if (event.kind == ScriptEventKind::Screenshot) files.push_back(event.text);
     }
+    return files;
+}
+
+// Before there are threads and before anything is restricted: the processes that do what this one
+// may not do later.
+void StartHelpers(const Options& options) {
+    OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = folders.pictures;
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
-}
-
-// A game that names itself with ".." gets no more than the folder of all games.
-std::string WritableFolder() {
-    std::string folder = DataFolder();
-    if (!folders.dataOverride.empty()) return folder;
-    const size_t name = folder.size() - std::min(folder.size(), folders.gameName.size());
-    if (("/" + folders.gameName + "/").find("/../") == std::string::npos) return folder;
-    return folder.substr(0, name > 0 ? name - 1 : 0);
+    if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
 }
 
 // SDL can be told to write the sound to a file in place of a device.
-std::vector<std::string> SoundFiles() {
+std::vector<std::string> SoundFiles(const Options& options) {
     const char* const driver = std::getenv("SDL_AUDIODRIVER");
-    if (driver == nullptr || std::string_view(driver) != "disk") return {};
+    if (options.headless || options.mute || driver == nullptr ||
+        std::string_view(driver) != "disk") {
+        return {};
+    }
     const char* const file = std::getenv("SDL_DISKAUDIOFILE");
     return {file != nullptr ? file : "sdlaudio.raw"};
 }
 
+// From here on, before the first byte of the game is read, no more is reached than this.
 void EnterSandbox(const Options& options) {
-    if (!options.sandbox) return;
-    const std::string error = StartSandbox(
-        {.dataFolder = WritableFolder(),
-         .resourcesFolder = folders.resources,
-         .devices = !options.headless,
-         .files = options.headless || options.mute ? std::vector<std::string>{} : SoundFiles()});
-    if (!error.empty()) {
-        SystemLog("no sandbox: " + error);
+    if (!options.sandbox) {
+        SystemLog("no sandbox: the game may do what you may do");
         return;
     }
+    StartHelpers(options);
+    StartSandbox({.game = GameFolder(options.game),
+                  .dataFolder = DataFolderOfAll(),
+                  .devices = !options.headless,
+                  .readable = {options.soundfont},
+                  .files = SoundFiles(options)});
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
 }
@@ -144,12 +146,17 @@ int main(int argc, char** argv) {
         if (shipped.status != 0) RefuseCommandLine(shipped.problem);
         return shipped.status;
     }
-    const std::string missing = FindGame(options.game);
-    if (!missing.empty()) return RefuseCommandLine(missing);
+    FindUserFolders();
     folders.dataOverride = options.dataFolder;
     if (options.watch) {
+        // The process that watches looks at the game by itself.
+        const std::string unwatchable = FindGame(options.game);
+        if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
         if (const std::optional<int> status = WatchGame()) return *status;
     }
+    EnterSandbox(options);
+    const std::string missing = FindGame(options.game);
+    if (!missing.empty()) return RefuseCommandLine(missing);
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }
@@ -164,7 +171,6 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
-    PrepareSandbox(options);
     std::string error;
     if (!StartDesktop(options, error)) {
         std::fprintf(stderr, "moxi: %s\n", error.c_str());
@@ -183,7 +189,7 @@ int main(int argc, char** argv) {
     HandleSignals(options.headless ? kHeadlessPatience : 0);
     LoadInterfaceFile();
     moxiAppDelegate::init();
-    EnterSandbox(options);
+    if (options.sandbox) TightenSandbox(DataFolder(), folders.resources);
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 
+#include "app/call_filter.h"
 #include "base/output_files.h"
 
 namespace {
@@ -70,6 +71,7 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
 // Until the other end is closed. Signals that ask for an end are the game's to answer.
 [[noreturn]] void ServeRequests(int connection, const OutputPlaces& places) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_IGN);
+    FilterOutputHelperCalls();
     char request[kLongestRequest];
     for (;;) {
         const ssize_t size = recv(connection, request, sizeof request, 0);

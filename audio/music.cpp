@@ -24,7 +24,7 @@ constinit u64 endOfPiece = 0;  // nanoseconds
 
 void PlayMusic(const char* name) {
     StopMusic();
-    const auto bytes = ReadResource(BuildPath(name, false), kLargestFile);
+    const auto bytes = ReadResource(BesideMusic(name), kLargestFile);
     if (!bytes) return;
     SmfFile file;
     std::string reason;

@@ -98,6 +98,16 @@ fs::path ExecutableFolder() {
 
 }  // namespace
 
+void FindUserFolders() {
+    folders.support = SupportFolder();
+    folders.pictures = PicturesFolder();
+}
+
+std::string GameFolder(const std::string& game) {
+    const fs::path path = Clean(game);
+    return IsFolder(path) ? path : path.parent_path();
+}
+
 std::string FindGame(const std::string& game) {
     fs::path path = Clean(game);
     std::error_code error;
@@ -113,8 +123,6 @@ std::string FindGame(const std::string& game) {
     folders.bundle = path;
     folders.resources = resources;
     folders.gameName = GameName(path, resources);
-    folders.support = SupportFolder();
-    folders.pictures = PicturesFolder();
     return "";
 }
 

@@ -3,6 +3,12 @@
 
 #include <string>
 
+// Fills in where the user's own folders lie, which no game has a say in. Before FindGame.
+void FindUserFolders();
+
+// The folder that a game at this path has, without a look into it.
+std::string GameFolder(const std::string& game);
+
 // Fills `folders` for the game at `game`, a folder, an application bundle or the path of a MAIN.MX
 // file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
 std::string FindGame(const std::string& game);

@@ -2,7 +2,7 @@
 // The file services: names of the module are short relative names (SAVE/GAME1.DAT). Reading looks
 // in the writable data folder first and then in the game's resources folder; writing always goes
 // to the data folder. Names are bytes and pass through unchanged; one that does not fit the path
-// buffer names nothing that exists.
+// buffer, or that leads out of the folder, names nothing that exists.
 
 #include <string>
 
@@ -32,10 +32,25 @@ void InitFolders();
 // need not exist.
 std::string DataFolder();
 
+// The folder that all games' data folders lie in, or the one data folder that was named.
+std::string DataFolderOfAll();
+
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its
 // "../": the music lies beside the other files. Null when the path does not fit. The text is valid
 // until the next file operation.
 const char* BuildPath(const char* name, bool inDataFolder);
+
+// The name as BuildPath puts it behind the folder.
+const char* BesideMusic(const char* name);
+
+// For listings: the folder of this name beneath the data or the resources folder, open for reading,
+// -1 when there is none; and whether a name leads to a folder.
+int OpenFolder(const char* name, bool inDataFolder);
+bool IsFolder(const char* name, bool inDataFolder);
+
+// A descriptor of what the name, as it stands, leads to in the resources folder, for reading; -1 when
+// there is nothing. It never waits, whatever the name leads to.
+int OpenResource(const char* name);
 
 // --- Open files. A handle is an index of the open-file table; a bad one is harmless.
 

@@ -96,7 +96,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         *error = "no display: the Wayland desktop has neither keyboard nor pointer";
         return false;
     }
-    StartUrlOpener();
+    StartUrlOpener([] {});
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();

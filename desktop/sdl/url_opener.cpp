@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/log.h"
 
@@ -42,19 +43,39 @@ static void OpenWithDesktop(char* url) {
 }
 
 // One address a packet, until the other end is closed.
-[[noreturn]] static void ServeUrls(int connection) {
-    std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
-    std::signal(SIGCHLD, SIG_IGN);  // nobody waits for the openers
+template <class Serve>
+[[noreturn]] static void ServeUrls(int connection, Serve serve) {
     char url[kLongestUrl + 1];
     for (;;) {
         const ssize_t size = recv(connection, url, kLongestUrl, 0);
         if (size <= 0) _exit(0);
         url[size] = '\0';
-        OpenWithDesktop(url);
+        serve(url);
     }
 }
 
-void StartUrlOpener() {
+// Two processes: one that listens to the game's and looks at what it gets, and one that starts
+// programs and hears of good addresses alone.
+[[noreturn]] static void BecomeUrlOpener(int connection, void (*confine)()) {
+    std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
+    std::signal(SIGCHLD, SIG_IGN);  // nobody waits for the openers
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) _exit(1);
+    const pid_t starter = fork();
+    if (starter < 0) _exit(1);
+    if (starter == 0) {
+        close(connection);
+        close(ends[1]);
+        ServeUrls(ends[0], OpenWithDesktop);
+    }
+    close(ends[0]);
+    confine();
+    ServeUrls(connection, [ends](const char* url) {
+        if (IsOpenableUrl(url)) send(ends[1], url, std::strlen(url), MSG_NOSIGNAL);
+    });
+}
+
+void StartUrlOpener(void (*confine)()) {
     int ends[2];
     if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
     const pid_t child = fork();
@@ -62,7 +83,7 @@ void StartUrlOpener() {
         // A second fork leaves the helper to init, so that nobody has to wait for it.
         if (fork() != 0) _exit(0);
         close(ends[0]);
-        ServeUrls(ends[1]);
+        BecomeUrlOpener(ends[1], confine);
     }
     close(ends[1]);
     if (child < 0) {

@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 
-void StartUrlOpener();
+// The process that takes the addresses calls `confine` for itself; the one behind it, which starts the
+// opener, does not, since a browser has walls of its own to build.
+void StartUrlOpener(void (*confine)());
 void StopUrlOpener();
 
 // True for an http, https or mailto address that is safe to hand to another program: no control
