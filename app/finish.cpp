@@ -6,6 +6,7 @@
 
 #include "app/record.h"
 #include "app/trace.h"
+#include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
@@ -56,6 +57,7 @@ void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
     if (moduleStarted > 0) WriteDumps();
+    EndLog();
 }
 
 void PrepareFinish(const Options& options) {
@@ -72,5 +74,6 @@ void Finish(int status) {
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
+    EndLog();
     std::exit(status);
 }

@@ -17,6 +17,7 @@
 #include "app/signals.h"
 #include "app/trace.h"
 #include "app/wiring.h"
+#include "base/log.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
@@ -27,6 +28,7 @@
 #include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
 #include "host/bundle.h"
+#include "host/data_owner.h"
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "kit/debugger.h"
@@ -124,9 +126,16 @@ void EnterSandbox(const Options& options) {
                   .dataFolder = DataFolderOfAll(),
                   .devices = !options.headless,
                   .readable = {options.soundfont},
+                  .stampFolder = options.dataFolder.empty() ? folders.state : "",
                   .files = SoundFiles(options)});
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
+}
+
+std::string FindGameAndData(const std::string& game) {
+    std::string problem = FindGame(game);
+    if (problem.empty()) problem = ChooseDataFolder();
+    return problem;
 }
 
 }  // namespace
@@ -148,14 +157,15 @@ int main(int argc, char** argv) {
     }
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
+    if (folders.dataOverride.empty()) MakeStateFolder();
     if (options.watch) {
         // The process that watches looks at the game by itself.
-        const std::string unwatchable = FindGame(options.game);
+        const std::string unwatchable = FindGameAndData(options.game);
         if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
         if (const std::optional<int> status = WatchGame()) return *status;
     }
     EnterSandbox(options);
-    const std::string missing = FindGame(options.game);
+    const std::string missing = FindGameAndData(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
@@ -173,7 +183,7 @@ int main(int argc, char** argv) {
     if (options.debug) StartDebugger();
     std::string error;
     if (!StartDesktop(options, error)) {
-        std::fprintf(stderr, "moxi: %s\n", error.c_str());
+        std::fprintf(stderr, "moxi: %s\n", WithoutControls(error).c_str());
         return 1;
     }
     if (options.fullScreen) {
@@ -187,9 +197,13 @@ int main(int argc, char** argv) {
     }
     if (options.debug) LetInterruptsStop();
     HandleSignals(options.headless ? kHeadlessPatience : 0);
+    // Whoever reads a headless run's log wants every line.
+    if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
-    if (options.sandbox) TightenSandbox(DataFolder(), folders.resources);
+    if (options.sandbox) {
+        TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
+    }
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

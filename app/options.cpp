@@ -4,12 +4,15 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+
+#include "base/log.h"
+#include "base/read_file.h"
 
 namespace {
 
 constexpr int kWrongCommandLine = 2;
+// A day of events, one a millisecond.
+constexpr u64 kLargestScript = u64{4} << 30;
 constexpr const char* kVersion = "moxi 6.2";
 
 std::string OneLine(std::string text) {
@@ -17,7 +20,7 @@ std::string OneLine(std::string text) {
         if (c == '\n' || c == '\r') c = ' ';
     }
     while (!text.empty() && text.back() == ' ') text.pop_back();
-    return text;
+    return WithoutControls(text);
 }
 
 bool TwoDigits(const std::string& text, size_t at, u32& value) {
@@ -48,15 +51,6 @@ bool ParseDate(const std::string& text, DateTime& date) {
     const bool leap = date.year % 4 == 0 && (date.year % 100 != 0 || date.year % 400 == 0);
     const u32 days = kDays[date.month - 1] + (date.month == 2 && leap ? 1 : 0);
     return date.day >= 1 && date.day <= days;
-}
-
-bool ReadWholeFile(const std::string& path, std::string& text) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return false;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return false;
-    text.assign(std::istreambuf_iterator<char>(file), {});
-    return !file.bad();
 }
 
 // Decimal digits and nothing else; at most 2^40.
@@ -90,7 +84,9 @@ std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& h
     }
     if (raw.script.empty()) return std::nullopt;
     std::string text;
-    if (!ReadWholeFile(raw.script, text)) return RefuseCommandLine(raw.script + ": cannot be read");
+    if (!ReadWholeFile(raw.script, kLargestScript, text).empty()) {
+        return RefuseCommandLine(raw.script + ": cannot be read");
+    }
     const std::string error = ParseScript(text, headless.script);
     if (!error.empty()) return RefuseCommandLine(raw.script + ":" + error);
     return std::nullopt;

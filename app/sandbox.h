@@ -1,15 +1,15 @@
 #pragma once
-// What the running process may reach. It restricts itself before the first byte of the game is read,
-// once more when the game is known and its window is there, and a last time when its data folder has
-// been made. Each step only narrows.
+// What the running process may reach. It restricts itself before the first byte of the game is
+// read, once more when the game is known and its window is there, and a last time when its data
+// folder has been made. Each step only narrows.
 //
-// Twice: by the kernel's Landlock (app/landlock.h), where it is to be had, and by a filter of system
-// calls (app/call_filter.h). The file services hold the line for every name of the module themselves
-// (sys/beneath.h), with or without them.
+// Twice: by the kernel's Landlock (app/landlock.h), where it is to be had, and by a filter of
+// system calls (app/call_filter.h). The file services hold the line for every name of the module
+// themselves (sys/beneath.h), with or without them.
 //
 // The data folder is made by the first write. As long as it is missing, the process may write below
-// the nearest folder above it that exists. No name of the module leads anywhere then. What makes the
-// folder narrows the restriction before it does anything else.
+// the nearest folder above it that exists. No name of the module leads anywhere then. What makes
+// the folder narrows the restriction before it does anything else.
 
 #include <string>
 #include <vector>
@@ -19,6 +19,7 @@ struct SandboxPlaces {
     std::string dataFolder;  // or one above it; need not exist; "" is the current folder
     bool devices = false;    // there is a window, and there may be sound
     std::vector<std::string> readable = {};  // further files and folders
+    std::string stampFolder = "";            // written until the game's data folder is known
     std::vector<std::string> writable = {};  // further folders
     // Further files that are written; one that is missing is made.
     std::vector<std::string> files = {};
@@ -28,8 +29,8 @@ struct SandboxPlaces {
 // the start of the desktop and of the game needs.
 void StartSandbox(const SandboxPlaces& places);
 
-// Narrows that to what the game needs: in the place of StartSandbox's data folder this one, no start of
-// programs, no network. Files of the resources folder may still be deleted, or not.
+// Narrows that to what the game needs: in the place of StartSandbox's data folder this one, no
+// start of programs, no network. Files of the resources folder may still be deleted, or not.
 void TightenSandbox(const std::string& dataFolder, const std::string& deletable);
 
 // To be called before anything changes in the data folder. Narrows the restriction as soon as the

@@ -175,7 +175,8 @@ std::string DataFolderOfAll() {
 
 std::string DataFolder() {
     const std::string all = DataFolderOfAll();
-    return all.empty() || !folders.dataOverride.empty() ? all : all + "/" + folders.gameName;
+    if (all.empty() || !folders.dataOverride.empty()) return all;
+    return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
 
 const char* BesideMusic(const char* name) {
@@ -308,6 +309,12 @@ u32 OpenFile(const char* name, u32 mode) {
     }
 }
 
+u32 OpenModule(const char* name) {
+    if (openCount == kMaximalOpenFiles) return kNoFile;
+    if (folders.moduleInData) return OpenFile(name, kOpenRead);
+    return TakeHandle(OpenIn(name, false, O_RDONLY), false);
+}
+
 u32 OpenToReplace(const char* name) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
     std::FILE* const stream = OpenByWriteRule(name, O_RDWR | O_CREAT);
@@ -405,7 +412,7 @@ void DeleteFile(const char* name) {
     struct stat status;
     if (StatIn(name, true, status)) {
         UnlinkBeneath(dataRoot.Folder(), BesideMusic(name));
-    } else if (StatIn(name, false, status)) {
+    } else if (folders.deletableResources && StatIn(name, false, status)) {
         sysSlots.deleteResource(resourcesRoot.Folder(), BesideMusic(name));
     }
 }
