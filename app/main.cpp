@@ -157,6 +157,7 @@ int main(int argc, char** argv) {
     }
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
+    folders.dataLimit = options.dataLimit;
     if (folders.dataOverride.empty()) MakeStateFolder();
     if (options.watch) {
         // The process that watches looks at the game by itself.

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/read_file.h"
@@ -63,12 +64,28 @@ std::string CheckMilliseconds(const std::string& text) {
     return "Value " + text + " not in range 0 to " + std::to_string(kMost);
 }
 
+// A number of bytes, with K, M, G or T a power of 1,024 as many.
+bool ParseSize(const std::string& text, u64& bytes) {
+    constexpr std::string_view kUnits = "KMGT";
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, bytes);
+    if (error != std::errc()) return false;
+    if (stop == end) return true;
+    const std::size_t unit = kUnits.find(static_cast<char>(*stop & ~0x20));
+    if (unit == std::string_view::npos || stop + 1 != end) return false;
+    const u32 shift = 10 * (static_cast<u32>(unit) + 1);
+    if (bytes > ~u64{0} >> shift) return false;
+    bytes <<= shift;
+    return true;
+}
+
 // The texts of the options that stand for something else, as they were given.
 struct RawOptions {
     std::string desktop;
     std::string script;
     std::string runMilliseconds;
     std::string date;
+    std::string dataLimit;
 };
 
 std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& headless) {
@@ -160,6 +177,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                ->check(filled));
     bool noSandbox = false;
     app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
+    app.add_flag("--open-urls", options.openUrls, "open addresses without asking");
+    app.add_option("--data-limit", raw.dataLimit,
+                   "how much the data folder may hold, 500M for one (default 1G)")
+        ->type_name("SIZE")
+        ->check(filled);
     app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
@@ -175,6 +197,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         return app.exit(success);
     } catch (const CLI::ParseError& error) {
         return RefuseCommandLine(error.what());
+    }
+    if (!raw.dataLimit.empty() && !ParseSize(raw.dataLimit, options.dataLimit)) {
+        return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
     }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !noSandbox && !options.debug;

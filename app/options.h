@@ -22,6 +22,8 @@ struct Options {
     std::string record;
     std::string renderAudio;
     bool sandbox = true;
+    bool openUrls = false;
+    u64 dataLimit = u64{1} << 30;  // bytes
     // The author's kit.
     bool debug = false;
     std::string profile;

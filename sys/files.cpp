@@ -15,6 +15,7 @@
 #include "desktop/folders.h"
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
+#include "sys/quota.h"
 #include "sys/system_calls.h"
 
 namespace {
@@ -163,6 +164,7 @@ void InitFolders() {
     // A write that passes a file size limit is to come short, not to end the process.
     std::signal(SIGXFSZ, SIG_IGN);
     resourcesRoot.Set(folders.resources + "/");
+    ResetQuota();
     const std::string data = DataFolder();
     dataRoot.Set(data.empty() ? data : data + "/");
 }
@@ -271,6 +273,7 @@ std::FILE* OpenByWriteRule(const char* name, int flags) {
 }
 
 void Empty(std::FILE* stream) {
+    NoteShrinking();
     struct stat status;
     if (fstat(fileno(stream), &status) == 0 && status.st_size > 0) {
         // What cannot be emptied is written as it is.
@@ -343,7 +346,9 @@ u32 ReadFile(u32 handle, void* buffer, u32 count) {
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
-    return static_cast<u32>(systemCalls.write(data, count, file->stream));
+    if (!file->writable || count == 0) return 0;
+    return static_cast<u32>(
+        systemCalls.write(data, WritableBytes(file->stream, count), file->stream));
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
@@ -411,6 +416,7 @@ void DeleteFile(const char* name) {
     sysSlots.beforeFileChange();
     struct stat status;
     if (StatIn(name, true, status)) {
+        NoteShrinking();
         UnlinkBeneath(dataRoot.Folder(), BesideMusic(name));
     } else if (folders.deletableResources && StatIn(name, false, status)) {
         sysSlots.deleteResource(resourcesRoot.Folder(), BesideMusic(name));
