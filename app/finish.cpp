@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "app/record.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "base/log.h"
 #include "base/output_files.h"
@@ -74,6 +75,7 @@ void Finish(int status) {
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
+    RemoveTemporaryFolder();
     EndLog();
     std::exit(status);
 }

@@ -15,6 +15,7 @@
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/signals.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "base/log.h"
@@ -52,6 +53,16 @@ void LoadInterfaceFile() {
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
+}
+
+// A user without a home plays too, and what is saved lasts as long as the game.
+bool FindPlaceForData() {
+    if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
+    folders.support = MakeTemporaryFolder();
+    if (folders.support.empty()) return false;
+    SystemLog("no home folder: saved data goes to " + folders.support +
+              " and is removed at the end");
+    return true;
 }
 
 // A folder made by --bundle brings fonts and a SoundFont with it.
@@ -158,6 +169,7 @@ int main(int argc, char** argv) {
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     folders.dataLimit = options.dataLimit;
+    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
     if (folders.dataOverride.empty()) MakeStateFolder();
     if (options.watch) {
         // The process that watches looks at the game by itself.

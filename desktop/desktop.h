@@ -117,6 +117,10 @@ struct Desktop {
 
     // --- Services
 
+    // What the menu compares for a key with this text: the text itself where it is Latin, else the
+    // character that the key has without Shift in the first Latin layout that the user has, or on
+    // a US keyboard.
+    std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
@@ -154,6 +158,7 @@ inline constinit Desktop desktop = {
     .sleep = [](u64) {},
     .isMainThread = [] { return true; },
     .queueOnMain = [](void (*work)()) { work(); },
+    .latinText = [](u8, const std::string& text) { return text; },
     .clipboardText = [] { return std::optional<std::string>{}; },
     .setClipboardText = [](const std::string&) {},
     .setHandCursor = [](bool) {},

@@ -15,9 +15,9 @@ struct Folders {
     std::string state;             // where the host keeps what it knows of games; "" when nowhere
     std::string dataOverride;      // takes the place of the data folder when not ""
     u64 dataLimit = u64{1} << 30;  // how many bytes the data folder may hold
-    std::string pictures;          // where the menu's screenshot goes
-    std::string gameName;          // window title
-    std::string dataName;          // the data folder's name where it is not the game's
+    std::string pictures;  // where the menu's screenshot goes; "" when there is no such place
+    std::string gameName;  // window title
+    std::string dataName;  // the data folder's name where it is not the game's
     // A MAIN.MX in the data folder takes the place of the game's own.
     bool moduleInData = true;
 };

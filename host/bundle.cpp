@@ -1,15 +1,14 @@
 #include "host/bundle.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
 #include "base/read_file.h"
 #include "desktop/folders.h"
+#include "host/home.h"
 #include "host/plist.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -20,11 +19,6 @@ namespace {
 
 constexpr const char* kModuleFile = "MAIN.MX";
 constexpr u64 kLargestUserDirs = 1 << 20;
-
-std::string Variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
 
 bool Exists(const fs::path& path) {
     std::error_code error;
@@ -118,42 +112,27 @@ fs::path FirstThatLeadsOut(const fs::path& game, std::initializer_list<fs::path>
     return {};
 }
 
-fs::path HomeFolder() {
-    const std::string home = Variable("HOME");
-    if (!home.empty()) return RealPath(home);
-    const passwd* const user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? RealPath(user->pw_dir) : fs::path();
-}
-
 // Whether a game may delete what came with it: only where everything in the folder did.
 bool IsGamesOwn(const fs::path& game, const fs::path& resources) {
     const fs::path own = RealPath(game);
     if (own.empty() || !LiesIn(RealPath(resources), own)) return false;
-    return !LiesIn(HomeFolder(), own);
+    return !LiesIn(RealPath(HomeFolder()), own);
 }
 
 // Where the host keeps what it knows of games, which no game reaches.
 std::string StateFolder() {
-    const std::string stateHome = Variable("XDG_STATE_HOME");
-    if (stateHome[0] == '/') return stateHome + "/moxi";
-    const std::string home = Variable("HOME");
-    return home[0] == '/' ? home + "/.local/state/moxi" : "";
+    const std::string state = BaseFolder("XDG_STATE_HOME", ".local/state");
+    return state.empty() ? "" : state + "/moxi";
 }
 
-std::string SupportFolder() {
-    std::string dataHome = Variable("XDG_DATA_HOME");
-    if (!dataHome.empty()) return dataHome;
-    const std::string home = Variable("HOME");
-    return home.empty() ? "" : home + "/.local/share";
-}
-
-// The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures.
+// The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures; "" for a
+// user without a home.
 std::string PicturesFolder() {
-    const std::string home = Variable("HOME");
-    const std::string config = Variable("XDG_CONFIG_HOME");
+    const std::string home = HomeFolder();
+    if (home.empty()) return "";
     std::string text;
-    ReadWholeFile((config.empty() ? home + "/.config" : config) + "/user-dirs.dirs",
-                  kLargestUserDirs, text);
+    ReadWholeFile(BaseFolder("XDG_CONFIG_HOME", ".config") + "/user-dirs.dirs", kLargestUserDirs,
+                  text);
     std::istringstream file(text);
     const std::string key = "XDG_PICTURES_DIR=\"";
     for (std::string line; std::getline(file, line);) {
@@ -173,7 +152,7 @@ fs::path ExecutableFolder() {
 }  // namespace
 
 void FindUserFolders() {
-    folders.support = SupportFolder();
+    folders.support = BaseFolder("XDG_DATA_HOME", ".local/share");
     folders.state = StateFolder();
     folders.pictures = PicturesFolder();
 }

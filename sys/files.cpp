@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/log.h"
 #include "desktop/folders.h"
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
@@ -42,8 +43,7 @@ struct Root {
     // -1 for a folder that does not exist.
     int Folder() {
         if (descriptor < 0) {
-            descriptor =
-                open(path.empty() ? "." : path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+            descriptor = open(path.empty() ? "." : path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         }
         return descriptor;
     }
@@ -92,6 +92,7 @@ struct OpenStream {
 // Every slot at openCount or above is empty; slots below it may be.
 constinit OpenStream openFiles[kMaximalOpenFiles] = {};
 constinit u32 openCount = 0;
+constinit bool failedWriteIsTold = false;
 
 OpenStream* FindStream(u32 handle) {
     if (handle >= openCount || openFiles[handle].stream == nullptr) return nullptr;
@@ -118,6 +119,15 @@ std::FILE* OpenIn(const char* name, bool inDataFolder, int flags) {
               [&](int folder) { return systemCalls.open(folder, known, flags); });
 }
 
+// The module is told in the service's own way. The player, whose saved game it is, learns of the
+// first failure that lies in the folder and not in the name.
+void NoteFailedWrite(int error) {
+    const bool isFull = error == ENOSPC || error == EDQUOT || error == EIO;
+    if (failedWriteIsTold || (!isFull && access(dataRoot.path.c_str(), W_OK | X_OK) == 0)) return;
+    failedWriteIsTold = true;
+    SystemLog("data cannot be written to " + dataRoot.path + ": " + std::strerror(error));
+}
+
 u32 TakeHandle(std::FILE* stream, bool writable) {
     if (stream == nullptr) return kNoFile;
     // What is written is on its way at once: the count that a write reports is true, and other
@@ -133,7 +143,10 @@ void MakeDataFolder() {
     struct stat status;
     for (std::size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
         const std::string folder = path.substr(0, at);
-        if (stat(folder.c_str(), &status) != 0) mkdir(folder.c_str(), 0777);
+        if (stat(folder.c_str(), &status) != 0 && mkdir(folder.c_str(), 0777) != 0 &&
+            errno != EEXIST) {
+            return NoteFailedWrite(errno);
+        }
     }
 }
 
@@ -149,7 +162,8 @@ void MakeParentFolders(const std::string& name) {
     if (folder < 0) return;
     const std::size_t last = name.rfind('/');
     struct stat status;
-    if (last == std::string::npos || StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
+    if (last == std::string::npos ||
+        StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
         return;
     for (std::size_t at = name.find('/'); at != std::string::npos; at = name.find('/', at + 1)) {
         MakeFolderBeneath(folder, name.substr(0, at).c_str());
@@ -166,7 +180,7 @@ void InitFolders() {
     resourcesRoot.Set(folders.resources + "/");
     ResetQuota();
     const std::string data = DataFolder();
-    dataRoot.Set(data.empty() ? data : data + "/");
+    dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
 }
 
 std::string DataFolderOfAll() {
@@ -226,16 +240,15 @@ bool CopyWhole(int from, int to) {
     return copied == 0;
 }
 
-// Puts a copy of the open file in the data folder under a new name. False, and nothing is left, when
-// that fails.
+// Puts a copy of the open file in the data folder under a new name. False, and nothing is left,
+// when that fails.
 bool CopyTo(std::FILE* stream, const char* newName) {
     const int folder = dataRoot.Folder();
     struct stat status;
     const int copy = OpenBeneath(folder, newName, O_WRONLY | O_CREAT | O_EXCL);
     if (copy < 0) return false;
     const bool copied = fstat(fileno(stream), &status) == 0 &&
-                        fchmod(copy, status.st_mode & 0777) == 0 &&
-                        CopyWhole(fileno(stream), copy);
+                        fchmod(copy, status.st_mode & 0777) == 0 && CopyWhole(fileno(stream), copy);
     if (close(copy) != 0 || !copied) {
         UnlinkBeneath(folder, newName);
         return false;
@@ -268,6 +281,7 @@ std::FILE* OpenByWriteRule(const char* name, int flags) {
         MakeParentFolders(known);
         stream = OpenIn(name, true, flags);
     }
+    if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
     if (stream == nullptr || flags == O_RDONLY) return stream;
     return SeparateFile(stream, known);
 }
@@ -347,8 +361,11 @@ u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
     if (!file->writable || count == 0) return 0;
-    return static_cast<u32>(
-        systemCalls.write(data, WritableBytes(file->stream, count), file->stream));
+    // A full quota has its own line.
+    const u32 fitting = WritableBytes(file->stream, count);
+    const std::size_t written = systemCalls.write(data, fitting, file->stream);
+    if (written < fitting) NoteFailedWrite(errno);
+    return static_cast<u32>(written);
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
@@ -432,7 +449,10 @@ u32 MakeFolder(const char* name) {
         return *known == 0 && folder < 0 ? mkdir(dataRoot.path.c_str(), 0777)
                                          : MakeFolderBeneath(folder, known);
     };
-    return In(dataRoot, make) == 0 || errno == EEXIST ? 0 : kNoFile;
+    if (In(dataRoot, make) == 0 || errno == EEXIST) return 0;
+    // The data folder itself is not this service's to make.
+    if (errno != ENOENT) NoteFailedWrite(errno);
+    return kNoFile;
 }
 
 void RemoveFolder(const char* name) {
@@ -462,4 +482,5 @@ void ResetFiles() {
     while (openCount > 0) CloseFile(openCount - 1);
     dataRoot.Set("");
     resourcesRoot.Set("");
+    failedWriteIsTold = false;
 }

@@ -2,6 +2,7 @@
 
 #include <SDL_keyboard.h>
 #include <SDL_mouse.h>
+#include <glib.h>
 
 #include <algorithm>
 #include <string>
@@ -21,6 +22,7 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
+#include "desktop/sdl/wayland_side.h"
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
@@ -123,14 +125,21 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    NameX11Window(window, title.c_str());
     WatchDisplay(window);
+    StartWaylandSide(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
 void SetGameWindowTitle(const char* utf8) {
     const InsideDesktop inside;
-    title = utf8;
-    if (window != nullptr) SDL_SetWindowTitle(window, utf8);
+    // Bytes that are no characters would keep the whole title from being set.
+    char* valid = g_utf8_make_valid(utf8, -1);
+    title = valid;
+    g_free(valid);
+    if (window == nullptr) return;
+    SDL_SetWindowTitle(window, title.c_str());
+    NameX11Window(window, title.c_str());
 }
 
 void ShowGameWindow() {
