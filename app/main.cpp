@@ -81,7 +81,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({}, &error)) return false;
+    if (!StartSdlDesktop({.askBeforeUrls = !options.openUrls}, &error)) return false;
     StartSdlAudio(audio);
     return true;
 }
