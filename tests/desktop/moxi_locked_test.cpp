@@ -237,10 +237,32 @@ TEST_F(MoxiLocked, AFloodOfLinesIsLimitedWhereThereIsAWindow) {
 // --- The clipboard
 
 TEST_F(MoxiLocked, WhatOtherProgramsCopyIsReadOnlyWithTheKeyboard) {
-    // On its own timer, every half second: 0x705 and the first bytes of the clipboard.
+    // Three seconds after a key: the clipboard's text as the window's title.
+    WriteGame(game, OnKey(R"(
+        PUSH.L  #300
+        PUSH.L  #0x0715
+        CALL    service, 8
+        PUSH.L  #0
+        PUSH.L  #0x0715
+        CALL    service, 8
+        PUSH.L  #100
+        PUSH.L  #clip+5
+        PUSH.L  #0x0705
+        CALL    service, 12
+        PUSH.L  #clip
+        PUSH.L  #0x070B
+        CALL    service, 8
+)",
+                          "clip:   .ascii  \"clip:\"\n        .space  100\n"));
     Start();
+    window = Window();
+    const auto title = [&] { return OutputOf("xdotool getwindowname " + window); };
     CopyByOtherProgram("secret text");
-    EXPECT_TRUE(Contains(Cause("xdotool key 1"), "705 72636573 74207465 747865"));
+    Shell("xdotool key a");
+    EXPECT_TRUE(WaitUntil([&] { return title() == "clip:secret text"; })) << title();
+    Shell("xdotool key a");
+    Shell("xdotool windowminimize " + window);
+    EXPECT_TRUE(WaitUntil([&] { return title() == "clip:"; })) << title();
 }
 
 // --- Rules without a window
