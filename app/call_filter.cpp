@@ -31,26 +31,108 @@ constexpr rlim_t kMostProcesses = 8192;
 // By what the calls do.
 constexpr const char* kRefused[] = {
     // Other programs and processes.
-    "execve", "execveat", "fork", "vfork", "ptrace", "process_vm_readv", "process_vm_writev",
-    "process_madvise", "process_mrelease", "pidfd_open", "pidfd_getfd", "pidfd_send_signal", "kcmp",
-    "tkill", "setns", "unshare", "move_pages", "migrate_pages",
+    "execve",
+    "execveat",
+    "fork",
+    "vfork",
+    "ptrace",
+    "process_vm_readv",
+    "process_vm_writev",
+    "process_madvise",
+    "process_mrelease",
+    "pidfd_open",
+    "pidfd_getfd",
+    "pidfd_send_signal",
+    "kcmp",
+    "tkill",
+    "setns",
+    "unshare",
+    "move_pages",
+    "migrate_pages",
     // Who the process is.
-    "setuid", "setgid", "setreuid", "setregid", "setresuid", "setresgid", "setfsuid", "setfsgid",
-    "setgroups", "capset", "chroot", "pivot_root", "personality", "acct",
+    "setuid",
+    "setgid",
+    "setreuid",
+    "setregid",
+    "setresuid",
+    "setresgid",
+    "setfsuid",
+    "setfsgid",
+    "setgroups",
+    "capset",
+    "chroot",
+    "pivot_root",
+    "personality",
+    "acct",
     // The file systems.
-    "mount", "umount", "umount2", "mount_setattr", "move_mount", "open_tree", "fsopen", "fsconfig",
-    "fsmount", "fspick", "quotactl", "quotactl_fd", "swapon", "swapoff", "mknod", "mknodat",
-    "open_by_handle_at", "fanotify_init", "fanotify_mark", "link", "linkat",
-    "symlink", "symlinkat", "setxattr", "lsetxattr", "fsetxattr",
+    "mount",
+    "umount",
+    "umount2",
+    "mount_setattr",
+    "move_mount",
+    "open_tree",
+    "fsopen",
+    "fsconfig",
+    "fsmount",
+    "fspick",
+    "quotactl",
+    "quotactl_fd",
+    "swapon",
+    "swapoff",
+    "mknod",
+    "mknodat",
+    "open_by_handle_at",
+    "fanotify_init",
+    "fanotify_mark",
+    "link",
+    "linkat",
+    "symlink",
+    "symlinkat",
+    "setxattr",
+    "lsetxattr",
+    "fsetxattr",
     // The kernel.
-    "bpf", "perf_event_open", "userfaultfd", "io_uring_setup", "io_uring_enter",
-    "io_uring_register", "init_module", "finit_module", "delete_module", "kexec_load",
-    "kexec_file_load", "reboot", "syslog", "iopl", "ioperm", "modify_ldt", "lookup_dcookie",
-    "nfsservctl", "vm86", "vm86old", "uselib", "ustat", "sysfs", "_sysctl", "vhangup",
-    "create_module", "get_kernel_syms", "query_module", "vserver", "memfd_secret",
+    "bpf",
+    "perf_event_open",
+    "userfaultfd",
+    "io_uring_setup",
+    "io_uring_enter",
+    "io_uring_register",
+    "init_module",
+    "finit_module",
+    "delete_module",
+    "kexec_load",
+    "kexec_file_load",
+    "reboot",
+    "syslog",
+    "iopl",
+    "ioperm",
+    "modify_ldt",
+    "lookup_dcookie",
+    "nfsservctl",
+    "vm86",
+    "vm86old",
+    "uselib",
+    "ustat",
+    "sysfs",
+    "_sysctl",
+    "vhangup",
+    "create_module",
+    "get_kernel_syms",
+    "query_module",
+    "vserver",
+    "memfd_secret",
     // Keys, clocks and names of the machine.
-    "add_key", "request_key", "keyctl", "settimeofday", "clock_settime", "clock_adjtime", "adjtimex",
-    "stime", "sethostname", "setdomainname",
+    "add_key",
+    "request_key",
+    "keyctl",
+    "settimeofday",
+    "clock_settime",
+    "clock_adjtime",
+    "adjtimex",
+    "stime",
+    "sethostname",
+    "setdomainname",
 };
 
 // What a checked build's reports need: the leak check stops the other threads as a debugger would,
@@ -62,10 +144,9 @@ u32 RefusedAction() {
 }
 
 bool IsNeededByReports(const char* name) {
-    return kCheckedAccess && std::any_of(std::begin(kNeededByReports), std::end(kNeededByReports),
-                                         [name](const char* needed) {
-                                             return std::strcmp(name, needed) == 0;
-                                         });
+    return kCheckedAccess &&
+           std::any_of(std::begin(kNeededByReports), std::end(kNeededByReports),
+                       [name](const char* needed) { return std::strcmp(name, needed) == 0; });
 }
 
 scmp_arg_cmp IsNot(u32 argument, u64 value) {
@@ -123,8 +204,8 @@ void RefuseSignals(Filter& filter) {
     filter.Add(RefusedAction(), "prlimit64", {IsNot(0, 0)});
 }
 
-// Threads may be made, processes not. What asks for threads in the newer way is told to take the older
-// one, whose flags a filter can see.
+// Threads may be made, processes not. What asks for threads in the newer way is told to take the
+// older one, whose flags a filter can see.
 void RefuseProcesses(Filter& filter) {
     if (kCheckedAccess) return;
     filter.Add(RefusedAction(), "clone", {HasBits(0, CLONE_THREAD, 0)});
@@ -156,10 +237,12 @@ namespace {
 
 void AddCallsOfHelper(Filter& filter) {
     for (const char* const name :
-         {"read", "write", "close", "sendmsg", "recvfrom", "recvmsg", "sendto", "exit", "exit_group",
-          "rt_sigreturn", "rt_sigaction", "rt_sigprocmask", "brk", "mmap", "munmap", "mremap",
-          "madvise", "futex", "restart_syscall", "getpid", "gettid", "tgkill", "sigaltstack",
-          "clock_gettime"}) {
+         {"read",       "write",        "close",           "sendmsg",
+          "recvfrom",   "recvmsg",      "sendto",          "exit",
+          "exit_group", "rt_sigreturn", "rt_sigaction",    "rt_sigprocmask",
+          "brk",        "mmap",         "munmap",          "mremap",
+          "madvise",    "futex",        "restart_syscall", "getpid",
+          "gettid",     "tgkill",       "sigaltstack",     "clock_gettime"}) {
         filter.Add(SCMP_ACT_ALLOW, name);
     }
 }
@@ -192,8 +275,8 @@ void FilterUrlHelperCalls() {
 void LimitResources() {
     const rlimit none = {0, 0};
     setrlimit(RLIMIT_CORE, &none);
-    for (const auto& [resource, most] : {std::pair{RLIMIT_NOFILE, kMostOpenFiles},
-                                         std::pair{RLIMIT_NPROC, kMostProcesses}}) {
+    for (const auto& [resource, most] :
+         {std::pair{RLIMIT_NOFILE, kMostOpenFiles}, std::pair{RLIMIT_NPROC, kMostProcesses}}) {
         rlimit limit = {};
         if (getrlimit(resource, &limit) != 0) continue;
         limit.rlim_cur = std::min(limit.rlim_cur, most);

@@ -38,8 +38,8 @@ struct Handled {
 };
 
 long Version() {
-    static const long version = syscall(SYS_landlock_create_ruleset, nullptr, size_t{0},
-                                        LANDLOCK_CREATE_RULESET_VERSION);
+    static const long version =
+        syscall(SYS_landlock_create_ruleset, nullptr, size_t{0}, LANDLOCK_CREATE_RULESET_VERSION);
     return version;
 }
 
@@ -74,8 +74,7 @@ LandlockRules::LandlockRules(bool network) {
     const Handled handled = {.files = KnownFileRights(),
                              .network = network ? kBindTcp | kConnectTcp : 0,
                              .scoped = kScopeSignal};
-    descriptor = static_cast<int>(
-        syscall(SYS_landlock_create_ruleset, &handled, HandledSize(), 0));
+    descriptor = static_cast<int>(syscall(SYS_landlock_create_ruleset, &handled, HandledSize(), 0));
     if (descriptor < 0) error = errno;
 }
 

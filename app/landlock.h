@@ -1,6 +1,6 @@
 #pragma once
-// The kernel's Landlock, at the best version that it has: rules of what a thread may still open, make
-// and remove. They can only be narrowed, and hold for what the thread starts, too.
+// The kernel's Landlock, at the best version that it has: rules of what a thread may still open,
+// make and remove. They can only be narrowed, and hold for what the thread starts, too.
 
 #include <string>
 
@@ -20,8 +20,8 @@ class LandlockRules {
     LandlockRules(const LandlockRules&) = delete;
     LandlockRules& operator=(const LandlockRules&) = delete;
 
-    // What is permitted at the path and, where that is a folder, below it. A path that does not exist
-    // permits nothing.
+    // What is permitted at the path and, where that is a folder, below it. A path that does not
+    // exist permits nothing.
     void PermitReading(const std::string& path);
     void PermitWriting(const std::string& path);  // and reading, making, removing, moving
     void PermitRemovingFiles(const std::string& path);

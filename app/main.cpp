@@ -36,6 +36,7 @@
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
+#include "sys/beneath.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -128,10 +129,11 @@ std::vector<std::string> SoundFiles(const Options& options) {
 
 // From here on, before the first byte of the game is read, no more is reached than this.
 void EnterSandbox(const Options& options) {
-    if (!options.sandbox) {
+    if (options.unlocked) {
         SystemLog("no sandbox: the game may do what you may do");
-        return;
+        ResolveNames(Resolution::Freely);
     }
+    if (!options.sandbox) return;
     StartHelpers(options);
     StartSandbox({.game = GameFolder(options.game),
                   .dataFolder = DataFolderOfAll(),

@@ -178,8 +178,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                           "headless: what would have been heard, as a WAV file")
                                ->type_name("FILE")
                                ->check(filled));
-    bool noSandbox = false;
-    app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
+    app.add_flag("--no-sandbox", options.unlocked, "do not restrict what the process may reach");
     app.add_flag("--open-urls", options.openUrls, "open addresses without asking");
     app.add_option("--data-limit", raw.dataLimit,
                    "how much the data folder may hold, 500M for one (default 1G)")
@@ -205,7 +204,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
     }
     // The debugger writes where its user says while the game runs.
-    options.sandbox = !noSandbox && !options.debug;
+    options.sandbox = !options.unlocked && !options.debug;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
             return RefuseCommandLine(option->get_name() + " needs --headless");

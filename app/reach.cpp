@@ -17,35 +17,94 @@ using Places = std::vector<std::string>;
 // --- Places of the system
 
 constexpr const char* kSystem[] = {
-    "/usr/lib", "/usr/lib32", "/usr/lib64", "/usr/libexec", "/usr/share", "/usr/local/lib",
-    "/usr/local/share", "/lib", "/lib32", "/lib64", "/nix/store", "/gnu/store",
+    "/usr/lib",
+    "/usr/lib32",
+    "/usr/lib64",
+    "/usr/libexec",
+    "/usr/share",
+    "/usr/local/lib",
+    "/usr/local/share",
+    "/lib",
+    "/lib32",
+    "/lib64",
+    "/nix/store",
+    "/gnu/store",
     "/run/opengl-driver",
     // Settings that say where libraries, fonts, time zones and users' homes are.
-    "/etc/ld.so.cache", "/etc/ld.so.conf", "/etc/ld.so.conf.d", "/etc/ld.so.preload", "/etc/fonts",
-    "/etc/alternatives", "/etc/localtime", "/etc/timezone", "/etc/locale.alias", "/etc/locale.conf",
-    "/etc/nsswitch.conf", "/etc/passwd", "/etc/group", "/etc/xdg",
-    "/var/cache/fontconfig", "/var/lib/ghostscript/fonts",
+    "/etc/ld.so.cache",
+    "/etc/ld.so.conf",
+    "/etc/ld.so.conf.d",
+    "/etc/ld.so.preload",
+    "/etc/fonts",
+    "/etc/alternatives",
+    "/etc/localtime",
+    "/etc/timezone",
+    "/etc/locale.alias",
+    "/etc/locale.conf",
+    "/etc/nsswitch.conf",
+    "/etc/passwd",
+    "/etc/group",
+    "/etc/xdg",
+    "/var/cache/fontconfig",
+    "/var/lib/ghostscript/fonts",
     // What is always the same, whoever reads it.
-    "/dev/null", "/dev/zero", "/dev/full", "/dev/random", "/dev/urandom",
-    "/proc/cpuinfo", "/proc/meminfo", "/proc/stat", "/proc/filesystems", "/proc/sys/kernel/osrelease",
-    "/proc/sys/kernel/random", "/proc/sys/vm/overcommit_memory", "/proc/self/maps",
-    "/proc/self/status", "/sys/devices/system/cpu", "/sys/devices/system/node",
+    "/dev/null",
+    "/dev/zero",
+    "/dev/full",
+    "/dev/random",
+    "/dev/urandom",
+    "/proc/cpuinfo",
+    "/proc/meminfo",
+    "/proc/stat",
+    "/proc/filesystems",
+    "/proc/sys/kernel/osrelease",
+    "/proc/sys/kernel/random",
+    "/proc/sys/vm/overcommit_memory",
+    "/proc/self/maps",
+    "/proc/self/status",
+    "/sys/devices/system/cpu",
+    "/sys/devices/system/node",
     "/sys/fs/cgroup/cgroup.controllers",
 };
 
 constexpr const char* kDesktop[] = {
-    "/etc/X11", "/etc/drirc", "/etc/glvnd", "/etc/egl", "/etc/vulkan", "/etc/libva.conf",
-    "/etc/pulse", "/etc/pipewire", "/etc/alsa", "/etc/asound.conf", "/etc/machine-id",
-    "/etc/openal", "/var/lib/dbus/machine-id", "/var/lib/alsa", "/run/alsa", "/run/udev/data",
-    "/proc/asound", "/proc/modules", "/proc/devices", "/proc/driver/nvidia", "/proc/self/cmdline",
-    "/sys/bus/pci", "/sys/class/drm", "/sys/class/graphics", "/sys/class/sound", "/sys/dev/char",
-    "/sys/devices", "/sys/module/nvidia", "/tmp/.X11-unix",
+    "/etc/X11",
+    "/etc/drirc",
+    "/etc/glvnd",
+    "/etc/egl",
+    "/etc/vulkan",
+    "/etc/libva.conf",
+    "/etc/pulse",
+    "/etc/pipewire",
+    "/etc/alsa",
+    "/etc/asound.conf",
+    "/etc/machine-id",
+    "/etc/openal",
+    "/var/lib/dbus/machine-id",
+    "/var/lib/alsa",
+    "/run/alsa",
+    "/run/udev/data",
+    "/proc/asound",
+    "/proc/modules",
+    "/proc/devices",
+    "/proc/driver/nvidia",
+    "/proc/self/cmdline",
+    "/sys/bus/pci",
+    "/sys/class/drm",
+    "/sys/class/graphics",
+    "/sys/class/sound",
+    "/sys/dev/char",
+    "/sys/devices",
+    "/sys/module/nvidia",
+    "/tmp/.X11-unix",
 };
 
 constexpr const char* kDevices[] = {
-    "/dev/snd", "/dev/dri", "/dev/nvidia0", "/dev/nvidia1", "/dev/nvidiactl", "/dev/nvidia-modeset",
-    "/dev/nvidia-uvm", "/dev/nvidia-caps", "/dev/nvhost-ctrl", "/dev/nvmap", "/dev/mali0",
-    "/dev/kgsl-3d0", "/dev/kfd", "/dev/dma_heap", "/dev/udmabuf",
+    "/dev/snd",        "/dev/dri",         "/dev/nvidia0",
+    "/dev/nvidia1",    "/dev/nvidiactl",   "/dev/nvidia-modeset",
+    "/dev/nvidia-uvm", "/dev/nvidia-caps", "/dev/nvhost-ctrl",
+    "/dev/nvmap",      "/dev/mali0",       "/dev/kgsl-3d0",
+    "/dev/kfd",        "/dev/dma_heap",    "/dev/udmabuf",
 };
 
 // --- Places in the user's home folder
@@ -53,12 +112,12 @@ constexpr const char* kDevices[] = {
 constexpr const char* kFontsOfUser[] = {".fonts", ".fonts.conf", ".fonts.conf.d", ".fontconfig"};
 
 constexpr const char* kDesktopOfUser[] = {
-    ".icons", ".Xauthority", ".Xdefaults", ".Xresources", ".XCompose", ".drirc", ".pulse",
-    ".pulse-cookie", ".asoundrc", ".asoundrc.asoundconf", ".alsoftrc",
+    ".icons", ".Xauthority",   ".Xdefaults", ".Xresources",          ".XCompose", ".drirc",
+    ".pulse", ".pulse-cookie", ".asoundrc",  ".asoundrc.asoundconf", ".alsoftrc",
 };
 
-constexpr const char* kDesktopOfConfig[] = {"pulse", "pipewire", "alsa", "ibus/bus", "fcitx",
-                                            "fcitx5"};
+constexpr const char* kDesktopOfConfig[] = {"pulse",    "pipewire", "alsa",
+                                            "ibus/bus", "fcitx",    "fcitx5"};
 
 std::string Variable(const char* name) {
     const char* const value = std::getenv(name);

@@ -75,8 +75,8 @@ std::string RestrictTo(const std::string& writable, Step step) {
     return rules.Restrict();
 }
 
-// Where nothing can be read yet: a folder above the data folder is written, but not read, as long as
-// the data folder is missing.
+// Where nothing can be read yet: a folder above the data folder is written, but not read, as long
+// as the data folder is missing.
 std::string RestrictNear(const std::string& dataFolder, Step step) {
     toBeNarrowed = !IsFolder(dataFolder);
     return RestrictTo(NearestFolder(dataFolder), step);

@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -23,7 +24,7 @@ constexpr u32 kMostLinks = 40;
 // A folder that is moved meanwhile makes the kernel give up; then it is asked again.
 constexpr u32 kTries = 16;
 
-constinit bool kernelIsWanted = true;
+constinit Resolution resolution = Resolution::Beneath;
 
 // What leads out is not there.
 int Answer(int result) {
@@ -75,7 +76,7 @@ bool KernelResolves() {
         const Descriptor here(OpenByKernel(AT_FDCWD, ".", O_PATH), true);
         return here.number >= 0 || (errno != ENOSYS && errno != EPERM);
     }();
-    return resolves && kernelIsWanted;
+    return resolves && resolution == Resolution::Beneath;
 }
 
 // --- By walking
@@ -135,7 +136,8 @@ class Walk {
             if ((flags & O_CREAT) != 0) return Fail(EISDIR);
             flags |= O_DIRECTORY;
         }
-        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC), true);
+        Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, kFileMode),
+                          true);
         struct stat status;
         if (opened.number < 0) {
             const int error = errno;
@@ -180,8 +182,13 @@ class Walk {
 };
 
 int Open(int folder, const char* name, int flags) {
+    if (resolution == Resolution::Freely) return openat(folder, name, flags | O_CLOEXEC, kFileMode);
     if (KernelResolves()) return OpenByKernel(folder, name, flags);
     return Walk(folder, name).Open(flags);
+}
+
+bool IsPipe(const struct stat& status) {
+    return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
 }
 
 // --- Where a name stands
@@ -236,11 +243,15 @@ int OpenBeneath(int folder, const char* name, int flags) {
 }
 
 std::FILE* OpenStreamBeneath(int folder, const char* name, int flags) {
-    Descriptor opened(OpenBeneath(folder, name, flags | O_NONBLOCK | O_NOCTTY), true);
+    // Freely, devices are files, too, and one that is read waits.
+    const bool freely = resolution == Resolution::Freely;
     struct stat status;
+    if (freely && StatBeneath(folder, name, &status) == 0 && IsPipe(status)) return nullptr;
+    Descriptor opened(OpenBeneath(folder, name, flags | O_NOCTTY | (freely ? 0 : O_NONBLOCK)),
+                      true);
     if (opened.number < 0 || fstat(opened.number, &status) != 0) return nullptr;
-    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-        errno = ENOENT;
+    if (!freely && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        errno = ENXIO;
         return nullptr;
     }
     std::FILE* const stream = fdopen(opened.number, flags == O_RDONLY ? "rb" : "r+b");
@@ -286,6 +297,6 @@ int RenameBeneath(int folder, const char* oldName, const char* newName) {
     return errno == EINVAL || errno == ENOSYS ? RenameWithCare(from, to) : -1;
 }
 
-void ResolveByKernel(bool wanted) {
-    kernelIsWanted = wanted;
+void ResolveNames(Resolution wanted) {
+    resolution = wanted;
 }

@@ -48,8 +48,8 @@ const char* BesideMusic(const char* name);
 int OpenFolder(const char* name, bool inDataFolder);
 bool IsFolder(const char* name, bool inDataFolder);
 
-// A descriptor of what the name, as it stands, leads to in the resources folder, for reading; -1 when
-// there is nothing. It never waits, whatever the name leads to.
+// A descriptor of what the name, as it stands, leads to in the resources folder, for reading; -1
+// when there is nothing. It never waits, whatever the name leads to.
 int OpenResource(const char* name);
 
 // --- Open files. A handle is an index of the open-file table; a bad one is harmless.

@@ -129,7 +129,8 @@ void ListFolder(const char* name, bool inDataFolder) {
     u32 count = 0;
     while (const dirent* entry = readdir(folder)) {
         if (entry->d_name[0] == '.' || !MatchWildcard(entry->d_name, pattern)) continue;
-        FindNode* node = NewNode(entry->d_name, IsFolderEntry(folderName, inDataFolder, entry), inDataFolder);
+        FindNode* node =
+            NewNode(entry->d_name, IsFolderEntry(folderName, inDataFolder, entry), inDataFolder);
         if (node == nullptr) continue;
         node->next = found;
         found = node;

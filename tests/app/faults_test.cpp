@@ -265,9 +265,10 @@ TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
     fs::create_directories(game.data);
     fs::create_symlink("/dev/full", game.data + "/A.DAT");
     fs::create_symlink("/dev/full", game.data + "/debug.log");
-    const ProgramResult result = game.Run();
+    // A device is a file only where an author wants no walls.
+    const ProgramResult result = game.Run({"--no-sandbox"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.errors, "log: no sandbox: the game may do what you may do\n");
     EXPECT_EQ(game.Result(opened), 0u);
     EXPECT_EQ(game.Result(written), 0u);
     EXPECT_EQ(game.Result(loaded), 1u);
@@ -308,7 +309,8 @@ TEST(Faults, AGameOutlivesItsResourcesFolder) {
         fs::remove_all(game.path);
         EXPECT_EQ(write(end, "gone\n", 5), 5);
     });
-    const ProgramResult result = game.Run();
+    // A terminal is a file only where an author wants no walls.
+    const ProgramResult result = game.Run({"--no-sandbox"});
     hasEnded = true;
     remover.join();
     close(end);

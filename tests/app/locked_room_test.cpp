@@ -138,21 +138,19 @@ TEST(LockedRoom, NamesThatLeadElsewhereMakeNoFolderThere) {
 }
 
 TEST(LockedRoom, NoNameMakesAFolderOutsideOfTheDataFolder) {
-    for (const bool locked : {true, false}) {
-        for (const bool made : {true, false}) {
-            const User user;
-            if (made) fs::create_directories(user.Data("game"));
-            ServiceCalls calls;
-            Write(calls, "x/../../evil/a.dat", "evil");
-            Write(calls, "../evil/a.dat", "evil");
-            Write(calls, "x/../../../evil/b/a.dat", "evil");
-            calls.Call({"0x0006", calls.Text("../evil")});
-            calls.Call({"0x0006", calls.Text("x/../../evil")});
-            WriteGame(user.downloads + "/game", calls.Source());
-            user.Run(user.downloads + "/game", locked ? Strings{} : Strings{"--no-sandbox"});
-            for (const auto& entry : fs::recursive_directory_iterator(user.folder.path)) {
-                EXPECT_NE(entry.path().filename(), "evil") << entry.path();
-            }
+    for (const bool made : {true, false}) {
+        const User user;
+        if (made) fs::create_directories(user.Data("game"));
+        ServiceCalls calls;
+        Write(calls, "x/../../evil/a.dat", "evil");
+        Write(calls, "../evil/a.dat", "evil");
+        Write(calls, "x/../../../evil/b/a.dat", "evil");
+        calls.Call({"0x0006", calls.Text("../evil")});
+        calls.Call({"0x0006", calls.Text("x/../../evil")});
+        WriteGame(user.downloads + "/game", calls.Source());
+        user.Run(user.downloads + "/game");
+        for (const auto& entry : fs::recursive_directory_iterator(user.folder.path)) {
+            EXPECT_NE(entry.path().filename(), "evil") << entry.path();
         }
     }
 }
