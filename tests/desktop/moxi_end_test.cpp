@@ -49,6 +49,27 @@ TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatShowsAMessage) {
     EXPECT_EQ(Messages().back(), kClose);
 }
 
+TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatWaitsForTheClipboard) {
+    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    Start();
+    WriteTextFile(folder.path + "/text", "theirs");
+    const pid_t owner =
+        StartProcess({"xclip", "-quiet", "-selection", "clipboard", folder.path + "/text"}, "");
+    EXPECT_TRUE(WaitUntil([] {
+        return OutputOf("timeout 5 xclip -selection clipboard -o 2>/dev/null") == "theirs";
+    }));
+    // It is asked, and does not answer.
+    kill(owner, SIGSTOP);
+    Shell("xdotool key 1");
+    EXPECT_TRUE(WaitForMessage("c 31 1 0"));
+    kill(session.server, SIGKILL);
+    EXPECT_EQ(WaitForExit(), 0);
+    EXPECT_EQ(Errors(), "log: the connection to the display is lost\n");
+    EXPECT_EQ(Messages().back(), kClose);
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+}
+
 TEST_F(MoxiWindow, ATerminationSignalAsksTheModuleAndTheNextEndsAtOnce) {
     Start();
     Cause("xdotool key v");
