@@ -149,7 +149,7 @@ TEST_F(MoxiWindow, WebAddressesGoToTheDesktopsOpenerAndOthersAreRefused) {
     Shell("chmod +x " + bin + "/xdg-open");
     const std::string path = std::getenv("PATH");
     setenv("PATH", (bin + ":" + path).c_str(), 1);
-    Start();
+    Start({"--mute", "--open-urls"});
     setenv("PATH", path.c_str(), 1);
     Cause("xdotool key 4 key 3");
     EXPECT_TRUE(WaitUntil([this] {
