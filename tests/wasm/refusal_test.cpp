@@ -55,7 +55,8 @@ TEST(WasmRefusal, NamesWhatIsWrongWithTheFileAndWhere) {
     EXPECT_EQ(ErrorOf(ModuleWithSection(14, "")), "malformed section id (offset 0x8)");
     EXPECT_EQ(ErrorOf(ModuleWithSection(1, "\x01\x61")), "malformed function type (offset 0xb)");
     // The section says one byte more than its contents.
-    EXPECT_EQ(ErrorOf(ModuleWithSection(1, std::string("\0\0", 2))), "section size mismatch (offset 0xb)");
+    EXPECT_EQ(ErrorOf(ModuleWithSection(1, std::string("\0\0", 2))),
+              "section size mismatch (offset 0xb)");
     // A number of more bytes than 32 bits have.
     EXPECT_EQ(ErrorOf(ModuleWithSection(1, "\x80\x80\x80\x80\x80\x01")),
               "integer representation too long (offset 0x10)");
@@ -77,7 +78,8 @@ TEST(WasmRefusal, SectionsHaveAnOrder) {
 
 TEST(WasmRefusal, NamesFunctionAndOffsetOfAWrongBody) {
     EXPECT_EQ(ErrorOf(ModuleWithBody("\x6A")), "type mismatch (function 0, offset 0x16)");
-    EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x41\0", 2))), "type mismatch (function 0, offset 0x18)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x41\0", 2))),
+              "type mismatch (function 0, offset 0x18)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\x0C\x01")), "unknown label (function 0, offset 0x16)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\x10\x07")), "unknown function 7 (function 0, offset 0x16)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x20\0\x1A", 3))),
@@ -92,7 +94,8 @@ TEST(WasmRefusal, NamesFunctionAndOffsetOfAWrongBody) {
 }
 
 TEST(WasmRefusal, NamesTheFeatureThatIsNotSupported) {
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\xFD\x0F")), "SIMD is not supported (function 0, offset 0x16)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\xFD\x0F")),
+              "SIMD is not supported (function 0, offset 0x16)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\xFE\0", 2))),
               "threads are not supported (atomic operator) (function 0, offset 0x16)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\x06\x40\x0B")),
@@ -104,8 +107,10 @@ TEST(WasmRefusal, NamesTheFeatureThatIsNotSupported) {
     // A memory that is shared, and one of 64 bits.
     EXPECT_EQ(ErrorOf(ModuleWithSection(5, "\x01\x03\x01\x01")),
               "threads are not supported (shared memory) (offset 0xb)");
-    EXPECT_EQ(ErrorOf(ModuleWithSection(5, "\x01\x04\x01")), "memory64 is not supported (offset 0xb)");
-    EXPECT_EQ(ErrorOf(ModuleWithSection(13, "")), "exceptions are not supported (tag section) (offset 0x8)");
+    EXPECT_EQ(ErrorOf(ModuleWithSection(5, "\x01\x04\x01")),
+              "memory64 is not supported (offset 0xb)");
+    EXPECT_EQ(ErrorOf(ModuleWithSection(13, "")),
+              "exceptions are not supported (tag section) (offset 0x8)");
     EXPECT_EQ(ErrorOf(ModuleWithSection(4, std::string("\x01\x6F\0\0", 4))),
               "reference types are not supported (externref table) (offset 0xb)");
 }
@@ -127,7 +132,9 @@ TEST(WasmRefusal, NamesEveryUnknownImport) {
 TEST(WasmRefusal, AProgramNeedsAnEntry) {
     TranslateOptions options = CallOptions();
     options.calls = false;
-    const auto errorsOf = [&](const char* text) { return Translate(WasmOfText(text), options).errors; };
+    const auto errorsOf = [&](const char* text) {
+        return Translate(WasmOfText(text), options).errors;
+    };
     EXPECT_EQ(errorsOf("(module)"),
               (std::vector<std::string>{
                   "neither moxi_message nor _start is exported (--calls tries functions out)"}));
