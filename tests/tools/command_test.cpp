@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/support/headless_run.h"
 #include "tools/mxasm_command.h"
 #include "tools/mxdis_command.h"
 #include "tools/reference.h"
@@ -190,7 +191,7 @@ TEST(Reference, TheCommittedPageIsTheGeneratedOne) {
         << "run mxref and write its output to docs/instruction-set.md";
 }
 
-TEST(Commands, ControlCharactersOfASourceReachNoTerminal) {
+TEST(TerminalErrors, ControlCharactersOfASourceReachNoTerminal) {
     const TemporaryFolder folder;
     WriteTextFile(folder.path + "/a.mxs", "        MOVE.L  R1, \x1B[2J\n");
     const ProgramResult result = RunProgram("mxasm", {"a.mxs", "-o", "a.mx"}, folder.path);
