@@ -7,7 +7,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "tests/support/headless_run.h"
 #include "tools/mxasm_command.h"
 #include "tools/mxdis_command.h"
 #include "tools/reference.h"
@@ -189,15 +188,6 @@ TEST(Reference, TheCommittedPageIsTheGeneratedOne) {
     const std::string page(std::istreambuf_iterator<char>(file), {});
     EXPECT_TRUE(page == InstructionSetPage())
         << "run mxref and write its output to docs/instruction-set.md";
-}
-
-TEST(TerminalErrors, ControlCharactersOfASourceReachNoTerminal) {
-    const TemporaryFolder folder;
-    WriteTextFile(folder.path + "/a.mxs", "        MOVE.L  R1, \x1B[2J\n");
-    const ProgramResult result = RunProgram("mxasm", {"a.mxs", "-o", "a.mx"}, folder.path);
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.errors.find("\\x1B[2J"), std::string::npos) << result.errors;
-    EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
 }
 
 }  // namespace
