@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "vm/alu.h"
+#include "vm/disassemble.h"
 #include "vm/execute.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
@@ -16,7 +17,7 @@
 //
 // PC, SP and FP are parameters that stay in processor registers from handler to handler. SP and FP
 // are stored in the header when they change. PC and the flags are brought there only where someone
-// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastResult`.
+// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastThreadedResult`.
 // Instructions that read or write the header other than through a register operand, and those that
 // leave the handlers, take the slow way, which is Execute (vm/execute.h) and its write-back. So
 // what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
@@ -25,6 +26,10 @@
 // instruction stores its address and its number in the trace, and SettleThreaded finds the newest.
 //
 // What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
+
+constinit i64 lastThreadedResult = 0;
+constinit u64 nextTranslationCheck = ~u64{0};
+ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
 
 namespace {
 
@@ -38,20 +43,18 @@ namespace {
 #define MX_TAIL_CALL return
 #endif
 
-using Handler = void (*)(MX_STATE_PARAMETERS);
+using Handler = ThreadedHandler;
 
 // The next handler is found by the low 16 bits of the instruction word: they hold the class, the
 // form, the operation and its size.
 constexpr u32 kDispatchSize = 65536;
 Handler dispatchTable[kDispatchSize];
 
-// The newest result that set the flags, sign-extended from its size.
-constinit i64 lastResult = 0;
-// Whether `lastResult` is newer than the header's flags.
+// Whether `lastThreadedResult` is newer than the header's flags.
 constinit bool handlersRun = false;
 
 u8 FlagsOfLastResult() {
-    return FlagsOf(static_cast<u64>(lastResult));
+    return FlagsOf(static_cast<u64>(lastThreadedResult));
 }
 
 // Whether some result has these flags: a loaded header or a modal context can hold any byte.
@@ -87,13 +90,16 @@ template <class T>
         MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE);     \
     } while (false)
 
-// Goes to the instruction at pc, wherever that is.
-#define MX_JUMP()                                  \
-    do {                                           \
-        if (pc < kHeaderSize) [[unlikely]] {       \
-            MX_TAIL_CALL JumpIntoHeader(MX_STATE); \
-        }                                          \
-        MX_NEXT();                                 \
+// Goes to the instruction at pc, wherever that is, and whoever executes it.
+#define MX_JUMP()                                         \
+    do {                                                  \
+        if (pc < kHeaderSize) [[unlikely]] {              \
+            MX_TAIL_CALL JumpIntoHeader(MX_STATE);        \
+        }                                                 \
+        if (trace >= nextTranslationCheck) [[unlikely]] { \
+            MX_TAIL_CALL AskForTranslation(MX_STATE);     \
+        }                                                 \
+        MX_NEXT();                                        \
     } while (false)
 
 // Rare instructions, and those that the fast way may not do.
@@ -127,12 +133,27 @@ struct SlowResult {
         WriteBack(cpu);
         if (outcome == Outcome::Leave) return {0, 0, true};
     } while (cpu.pc < kHeaderSize || !ComeFromResult(cpu.flags));
-    lastResult = ResultWithFlags(cpu.flags);
+    lastThreadedResult = ResultWithFlags(cpu.flags);
     handlersRun = true;
     return {cpu.sp, cpu.fp, false};
 }
 
 void JumpIntoHeader(MX_STATE_PARAMETERS);
+
+void ExecuteHere(MX_STATE_PARAMETERS) {
+    if (pc < kHeaderSize) [[unlikely]] {
+        MX_TAIL_CALL JumpIntoHeader(MX_STATE);
+    }
+    MX_NEXT();
+}
+
+void AskForTranslation(MX_STATE_PARAMETERS) {
+    const Handler translated = translatedCodeAt(static_cast<u32>(pc), trace);
+    if (translated != nullptr) {
+        MX_TAIL_CALL translated(MX_STATE);
+    }
+    MX_NEXT();
+}
 
 #define MX_GO_SLOWLY(isFetched)                                                                   \
     do {                                                                                          \
@@ -252,7 +273,7 @@ struct IntegerOf<3> {
 
 template <class T>
 [[gnu::always_inline]] inline void KeepFlagsOf(T value) {
-    lastResult = static_cast<SignedOf<T>>(value);
+    lastThreadedResult = static_cast<SignedOf<T>>(value);
 }
 
 // --- Two-operand operations
@@ -509,7 +530,7 @@ template <Condition kCondition>
 
 template <u32 kCondition>
 void FlagBranchHandler(MX_STATE_PARAMETERS) {
-    if (HoldsFor<static_cast<Condition>(kCondition)>(lastResult)) {
+    if (HoldsFor<static_cast<Condition>(kCondition)>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
     }
@@ -539,8 +560,8 @@ void TestBranchHandler(MX_STATE_PARAMETERS) {
         }
         MX_SLOW_IF(IsInHeader(e));
     }
-    lastResult = static_cast<SignedOf<T>>(Get<T>(base, e));
-    if (HoldsFor<static_cast<Condition>(BranchCondition(kWord))>(lastResult)) {
+    lastThreadedResult = static_cast<SignedOf<T>>(Get<T>(base, e));
+    if (HoldsFor<static_cast<Condition>(BranchCondition(kWord))>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
     }
@@ -619,7 +640,7 @@ void ReturnHandler(MX_STATE_PARAMETERS) {
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc = returnAddress;
-    MX_NEXT();
+    MX_JUMP();
 }
 
 // --- Stack pushes of constants
@@ -790,7 +811,22 @@ void Start(MX_STATE_PARAMETERS) {
     MX_JUMP();
 }
 
+// The newest entry of the trace has the highest number; what was never written does not have the
+// number of its place.
+void FindNewestTraceEntry() {
+    i32 newest = 0;
+    for (u32 i = 0; i < kPcTraceSize; ++i) {
+        const TraceEntry& entry = pcTrace[i];
+        if (entry.number % kPcTraceSize != (i + 1) % kPcTraceSize) continue;
+        const i32 ahead = static_cast<i32>(entry.number - static_cast<u32>(pcTraceCount));
+        if (ahead > newest) newest = ahead;
+    }
+    pcTraceCount += static_cast<u32>(newest);
+}
+
 }  // namespace
+
+const ThreadedHandler executeByInterpreter = ExecuteHere;
 
 void RunThreaded() {
     if (dispatchTable[0] == nullptr) FillDispatchTable();
@@ -800,7 +836,7 @@ void RunThreaded() {
         JumpIntoHeader(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
         return;
     }
-    lastResult = ResultWithFlags(cpu.flags);
+    lastThreadedResult = ResultWithFlags(cpu.flags);
     handlersRun = true;
     Start(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
 }
@@ -808,21 +844,32 @@ void RunThreaded() {
 void SettleThreaded() {
     if (!handlersRun) return;
     BringFlags();
-    for (u32 i = 0; i < kPcTraceSize; ++i) {
-        const TraceEntry& entry = pcTrace[i];
-        const u32 following = (i + 1) % kPcTraceSize;
-        // Entries that were never written do not have the number of their place.
-        if (entry.number % kPcTraceSize != following) continue;
-        if (pcTrace[following].number == entry.number + 1) continue;
-        pcTraceCount += entry.number - static_cast<u32>(pcTraceCount);
-        Store<u32>(kHeaderPC, entry.pc);
-    }
+    FindNewestTraceEntry();
+    CompletePcTrace(kPcTraceSize - 1);
+    if (pcTraceCount > 0) Store<u32>(kHeaderPC, pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc);
 }
 
 #else
+
+constinit i64 lastThreadedResult = 0;
+constinit u64 nextTranslationCheck = ~u64{0};
+ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
+const ThreadedHandler executeByInterpreter = nullptr;
 
 void RunThreaded() {}
 
 void SettleThreaded() {}
 
 #endif
+
+void CompletePcTrace(u32 count) {
+    // Number 0 is that before the first instruction.
+    const u64 first = pcTraceCount > count ? pcTraceCount - count : 0;
+    for (u64 number = first + 2; number <= pcTraceCount; ++number) {
+        TraceEntry& entry = pcTrace[(number - 1) % kPcTraceSize];
+        if (entry.number == static_cast<u32>(number)) continue;
+        const TraceEntry& before = pcTrace[(number - 2) % kPcTraceSize];
+        if (before.number != static_cast<u32>(number - 1)) continue;
+        entry = {before.pc + InstructionLength(Load<u32>(before.pc)), static_cast<u32>(number)};
+    }
+}

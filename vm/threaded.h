@@ -2,6 +2,7 @@
 // The fast interpreter: a handler for every operand form, operation and size, each of which ends in
 // the dispatch of the next instruction.
 
+#include "base/types.h"
 #include "vm/guard.h"
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
@@ -21,3 +22,25 @@ void RunThreaded();
 // After a fault: brings PC and the flags of the interrupted run into the header and the trace's
 // count up to date. Nothing to do where no handler was interrupted.
 void SettleThreaded();
+
+// --- Where translated code comes in and goes out (translate/translator.h)
+
+// A handler goes on with another one as its last act: image, PC, SP, FP, the number of instructions
+// executed so far, the instruction word.
+using ThreadedHandler = void (*)(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w);
+
+// At a jump, once `trace` has reached this, translatedCodeAt is asked where to go on.
+extern u64 nextTranslationCheck;
+
+// A handler that goes on in translated code at `pc`, or null. Sets nextTranslationCheck anew.
+extern ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace);
+
+// A handler that executes the instruction at PC by the interpreter, whatever is translated.
+extern const ThreadedHandler executeByInterpreter;
+
+// The newest result that set the flags, sign-extended from its size, while handlers run.
+extern i64 lastThreadedResult;
+
+// Handlers store each instruction in the PC trace, translated code the first one of a block. Fills in
+// what is missing among the newest `count` entries.
+void CompletePcTrace(u32 count);

@@ -128,6 +128,10 @@ TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePla
             // Only a program that is known to end runs without a budget.
             if (difference.empty() && wanted.outcome != Outcome::BudgetSpent) {
                 difference = Compare(RunOn(Engine::Fast, program, options), wanted);
+                if (difference.empty()) {
+                    difference = Compare(RunOn(Engine::Translated, program, options), wanted);
+                    if (!difference.empty()) difference = "translated:\n" + difference;
+                }
             }
             if (difference.empty()) continue;
             ++failures;

@@ -1,0 +1,49 @@
+#pragma once
+// What translated code keeps where. All translated code agrees on it, so that it can jump to other
+// translated code as it stands.
+
+#include <array>
+
+#include "base/types.h"
+
+namespace moxi {
+
+// The processor's registers, by the numbers of the x86-64 encoding.
+//
+//   rbx  the image                        r14  how many instructions have been executed
+//   r12  SP, r13 FP, upper halves clear   r15  the newest result that set flags, sign-extended
+//   r11  the record below                 rax, rcx, rdx  free within an instruction
+//   rsi, rdi, rbp, r8, r9, r10            six of the module's registers, all 64 bits
+//
+// A register of the module that is "narrow" in a region is written there by instructions alone that
+// leave its upper half clear, and the region is entered only while it is clear.
+constexpr u32 kHostRegisters = 6;
+constexpr std::array<u8, kHostRegisters> kHostNumbers = {6, 7, 5, 8, 9, 10};
+constexpr i32 kNoHost = -1;
+
+// What is pushed at a time.
+constexpr u32 kFloorRoom = 1024;
+
+// What translated code reads and writes besides the image.
+struct TranslatedState {
+    // For each address of code, 4 bytes at the address: the offset in the code memory at which its
+    // translation is entered, or 0.
+    u8* entries = nullptr;
+    u64 entriesSize = 0;  // bytes
+    u8* codeMemory = nullptr;
+    // Regions have been compared with the module's code since the interpreter ran last, if they hold
+    // this number.
+    u32 generation = 0;
+    // The end of the translated code in the image. What is stored below it, or not far above it by a
+    // push, may change that code, and is left to the interpreter.
+    u32 floor = 0;
+    u32 pushFloor = 0;  // kFloorRoom above it
+    // Where to go on when translated code is entered.
+    u8* entered = nullptr;
+};
+extern TranslatedState translatedState;
+
+// Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
+extern std::array<i8, 16> hostOf;
+
+}  // namespace moxi

@@ -1,0 +1,368 @@
+#include "translate/translator.h"
+
+#include <sys/mman.h>
+#include <ucontext.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <unordered_map>
+
+#include "translate/emit.h"
+#include "translate/state.h"
+#include "vm/guard.h"
+#include "vm/machine.h"
+#include "vm/threaded.h"
+
+namespace moxi {
+
+constinit TranslatedState translatedState;
+constinit std::array<i8, 16> hostOf = {};
+constinit TranslatorCounts translatorCounts;
+
+namespace {
+
+constexpr size_t kCodeMemory = size_t{16} << 20;
+// The largest translation of a region: what does not fit any more makes everything begin anew.
+constexpr size_t kRegionRoom = size_t{256} << 10;
+// Branches reach 16 MB; calls and returns may go farther, and are interpreted there.
+constexpr u64 kMostCode = u64{16} << 20;
+
+// A stretch of the module's code as it was when it was translated.
+struct Stretch {
+    u32 start = 0;
+    std::vector<u8> bytes;
+};
+
+struct TranslatedRegion {
+    u8* code = nullptr;
+    size_t size = 0;
+    std::vector<CodePlace> places;
+    std::vector<Translation::Entry> entries;
+    std::vector<Stretch> stretches;
+    u32 generation = 0;  // that in which it was last compared with the module's code
+    u16 narrow = 0;
+};
+
+constinit TranslatorOptions settings;
+constinit SharedCode shared;
+constinit size_t codeUsed = 0;
+// By address of code: the region that is entered there.
+std::unordered_map<u32, TranslatedRegion*> regionAt;
+std::vector<std::unique_ptr<TranslatedRegion>> regions;
+// How often a look found an address; addresses that cannot be translated are at kNever.
+std::unordered_map<u32, u32> looks;
+constexpr u32 kNever = ~u32{0};
+
+void MakeWritable(bool writable) {
+    mprotect(translatedState.codeMemory, kCodeMemory,
+             writable ? PROT_READ | PROT_WRITE : PROT_READ | PROT_EXEC);
+}
+
+// --- Faults
+
+// The place at or before an offset of a region's code.
+const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
+    const auto after = std::upper_bound(
+        region.places.begin(), region.places.end(), offset,
+        [](size_t at, const CodePlace& place) { return at < place.offset; });
+    return after == region.places.begin() ? nullptr : &*(after - 1);
+}
+
+const TranslatedRegion* RegionOf(const u8* address) {
+    for (const auto& region : regions) {
+        if (address >= region->code && address < region->code + region->size) return region.get();
+    }
+    return nullptr;
+}
+
+constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,
+                                      REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
+                                      REG_R12, REG_R13, REG_R14, REG_R15};
+
+// A fault in translated code: what the processor's registers held goes into the header.
+void OnFaultInCode(void* context) {
+    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+    const u8* const at = reinterpret_cast<const u8*>(registers[REG_RIP]);
+    if (at < translatedState.codeMemory || at >= translatedState.codeMemory + kCodeMemory) return;
+    const TranslatedRegion* const region = RegionOf(at);
+    if (region == nullptr) return;
+    const CodePlace* const place = PlaceAt(*region, static_cast<size_t>(at - region->code));
+    if (place == nullptr) return;
+    for (u32 number = 0; number < 16; ++number) {
+        if (hostOf[number] == kNoHost) continue;
+        const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
+        Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
+    }
+    Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
+    Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
+    lastThreadedResult = registers[REG_R15];
+    pcTraceCount = static_cast<u64>(registers[REG_R14]) - place->blockSize + place->index + 1;
+    CompletePcTrace(settings.traceDepth);
+}
+
+// --- Code memory
+
+bool MakeCodeMemory() {
+    if (translatedState.codeMemory != nullptr) return true;
+    void* const memory =
+        mmap(nullptr, kCodeMemory, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return false;
+    if (mprotect(memory, kCodeMemory, PROT_READ | PROT_EXEC) != 0) {
+        munmap(memory, kCodeMemory);
+        return false;
+    }
+    translatedState.codeMemory = static_cast<u8*>(memory);
+    return true;
+}
+
+void FreeEntries() {
+    if (translatedState.entries == nullptr) return;
+    munmap(translatedState.entries, translatedState.entriesSize);
+    translatedState.entries = nullptr;
+    translatedState.entriesSize = 0;
+}
+
+bool MakeEntries() {
+    FreeEntries();
+    const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
+    void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return false;
+    translatedState.entries = static_cast<u8*>(memory);
+    translatedState.entriesSize = size;
+    return true;
+}
+
+void SetEntry(u32 pc, u32 offset) {
+    if (u64{pc} + 4 <= translatedState.entriesSize) {
+        std::memcpy(translatedState.entries + pc, &offset, sizeof offset);
+    }
+}
+
+u32 EntryAt(u32 pc) {
+    u32 offset = 0;
+    if (pc % 4 == 0 && u64{pc} + 4 <= translatedState.entriesSize) {
+        std::memcpy(&offset, translatedState.entries + pc, sizeof offset);
+    }
+    return offset;
+}
+
+// Which of the module's registers live in the processor's: those that the region uses most.
+void ChooseHosts(const Region& region) {
+    std::array<u32, 16> uses = {};
+    for (const Instruction& in : region.instructions) {
+        if (in.kind == InstructionClass::TwoOperands) {
+            if (in.form.aField != Field::None && in.form.a != Mode::Quick) ++uses[LowRegister(in.w)];
+            if (in.form.bField != Field::None && in.form.b != Mode::Quick) {
+                ++uses[in.form.bField == Field::High ? HighRegister(in.w) : LowRegister(in.w)];
+            }
+        } else if (in.kind == InstructionClass::OneOperand) {
+            if (in.mode == Mode::Register || in.mode == Mode::Indexed) ++uses[HighRegister(in.w)];
+        }
+    }
+    hostOf.fill(kNoHost);
+    for (u32 host = 0; host < kHostRegisters; ++host) {
+        u32 best = 0;
+        for (u32 number = 1; number < 16; ++number) {
+            const bool isFree = hostOf[number] == kNoHost;
+            if (isFree && (hostOf[best] != kNoHost || uses[number] > uses[best])) best = number;
+        }
+        hostOf[best] = static_cast<i8>(host);
+    }
+}
+
+void ForgetEverything() {
+    for (const auto& region : regions) {
+        for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
+    }
+    regions.clear();
+    regionAt.clear();
+    looks.clear();
+    codeUsed = 0;
+    translatedState.floor = kHeaderSize;
+    translatedState.pushFloor = kHeaderSize + kFloorRoom;
+}
+
+// --- Leaving
+
+// The handler in which a run goes on that leaves translated code. What the interpreter and the
+// services do may change the module's code.
+void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
+    pcTraceCount = trace;
+    CompletePcTrace(settings.traceDepth);
+    ++translatedState.generation;
+    nextTranslationCheck = trace + 1;
+    executeByInterpreter(base, pc, sp, fp, trace, w);
+}
+
+TranslatedRegion* FindCurrent(u32 pc);
+ThreadedHandler Enter(const TranslatedRegion& region, u32 pc);
+
+// The same for a run that comes to a region which has not been compared with the module's code since.
+void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
+    pcTraceCount = trace;
+    CompletePcTrace(settings.traceDepth);
+    const TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
+    const ThreadedHandler enter =
+        region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
+    nextTranslationCheck = trace + 1;
+    (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, trace, w);
+}
+
+// --- Regions
+
+std::vector<Stretch> StretchesOf(const Region& region) {
+    std::vector<Stretch> stretches;
+    u32 end = 0;
+    for (const Instruction& in : region.instructions) {
+        if (stretches.empty() || in.pc > end) {
+            stretches.push_back({in.pc, {}});
+            end = in.pc;
+        }
+        if (in.pc + in.length > end) {
+            const u8* const bytes = image;
+            auto& all = stretches.back().bytes;
+            all.insert(all.end(), bytes + end, bytes + in.pc + in.length);
+            end = in.pc + in.length;
+        }
+    }
+    return stretches;
+}
+
+bool IsUnchanged(const TranslatedRegion& region) {
+    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
+        return std::memcmp(image + s.start, s.bytes.data(), s.bytes.size()) == 0;
+    });
+}
+
+void Forget(TranslatedRegion& region) {
+    for (const auto& entry : region.entries) {
+        const auto found = regionAt.find(entry.pc);
+        if (found == regionAt.end() || found->second != &region) continue;
+        regionAt.erase(found);
+        SetEntry(entry.pc, 0);
+    }
+}
+
+void SetFloor(const Region& region) {
+    const Instruction& last = region.instructions.back();
+    const u32 end = last.pc + last.length;
+    translatedState.floor = std::max(translatedState.floor, end);
+    translatedState.pushFloor = translatedState.floor + kFloorRoom;
+}
+
+TranslatedRegion* Translate(u32 pc) {
+    const Region region = FindRegion(pc);
+    if (region.instructions.empty()) return nullptr;
+    if (codeUsed + kRegionRoom > kCodeMemory) ForgetEverything();
+    if (regions.empty()) {
+        ChooseHosts(region);
+        MakeWritable(true);
+        const std::vector<u8> bytes = EmitSharedCode(
+            translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
+            reinterpret_cast<const void*>(OnArrival), shared);
+        std::memcpy(translatedState.codeMemory, bytes.data(), bytes.size());
+        MakeWritable(false);
+        codeUsed = (bytes.size() + 63) / 64 * 64;
+    }
+    u8* const base = translatedState.codeMemory + codeUsed;
+    regions.push_back(std::make_unique<TranslatedRegion>());
+    TranslatedRegion& made = *regions.back();
+    Translation translation = EmitRegion(region, base, shared, &made.generation);
+    if (translation.code.empty() || translation.code.size() > kRegionRoom) {
+        regions.pop_back();
+        return nullptr;
+    }
+    MakeWritable(true);
+    std::memcpy(base, translation.code.data(), translation.code.size());
+    MakeWritable(false);
+    codeUsed += (translation.code.size() + 63) / 64 * 64;
+
+    made.code = base;
+    made.size = translation.code.size();
+    made.places = std::move(translation.places);
+    made.entries = std::move(translation.entries);
+    made.stretches = StretchesOf(region);
+    made.narrow = translation.narrow;
+    for (const auto& entry : made.entries) {
+        if (regionAt.contains(entry.pc)) continue;
+        regionAt[entry.pc] = &made;
+        SetEntry(entry.pc, static_cast<u32>(base - translatedState.codeMemory) + entry.offset);
+    }
+    SetFloor(region);
+    ++translatorCounts.regions;
+    translatorCounts.instructions += region.instructions.size();
+    translatorCounts.bytes += made.size;
+    return &made;
+}
+
+bool NarrowHolds(u16 narrow) {
+    for (u32 number = 0; number < 16; ++number) {
+        if ((narrow >> number & 1) != 0 && Load<u32>(RegisterAddress(number) + 4) != 0) return false;
+    }
+    return true;
+}
+
+// The region to enter at `pc`: one whose code is what it was. Null when there is none.
+TranslatedRegion* FindCurrent(u32 pc) {
+    const auto found = regionAt.find(pc);
+    if (found == regionAt.end()) return nullptr;
+    TranslatedRegion* const region = found->second;
+    if (region->generation == translatedState.generation || IsUnchanged(*region)) {
+        region->generation = translatedState.generation;
+        return region;
+    }
+    Forget(*region);
+    ++translatorCounts.changes;
+    return nullptr;
+}
+
+// The handler that enters a region, or null when its narrow registers are not narrow.
+ThreadedHandler Enter(const TranslatedRegion& region, u32 pc) {
+    if (!NarrowHolds(region.narrow)) return nullptr;
+    translatedState.entered = translatedState.codeMemory + EntryAt(pc);
+    ++translatorCounts.entries;
+    return reinterpret_cast<ThreadedHandler>(shared.enter);
+}
+
+ThreadedHandler CodeAt(u32 pc, u64 trace) {
+    nextTranslationCheck = trace + settings.interval;
+    TranslatedRegion* region = FindCurrent(pc);
+    if (region == nullptr) {
+        if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
+        u32& seen = looks[pc];
+        if (seen == kNever || ++seen < settings.threshold) return nullptr;
+        region = Translate(pc);
+        if (region == nullptr) {
+            looks[pc] = kNever;
+            return nullptr;
+        }
+        region->generation = translatedState.generation;
+    }
+    return Enter(*region, pc);
+}
+
+}  // namespace
+
+bool StartTranslator(const TranslatorOptions& options) {
+    StopTranslator();
+    if (!kThreaded || image == nullptr) return false;
+    if (!MakeCodeMemory() || !MakeEntries()) return false;
+    settings = options;
+    ForgetEverything();
+    translatedCodeAt = CodeAt;
+    beforeFault = OnFaultInCode;
+    nextTranslationCheck = 0;
+    return true;
+}
+
+void StopTranslator() {
+    nextTranslationCheck = ~u64{0};
+    translatedCodeAt = nullptr;
+    beforeFault = nullptr;
+    ForgetEverything();
+    FreeEntries();
+}
+
+}  // namespace moxi
