@@ -34,7 +34,10 @@
 #include "kit/watch.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
+#include "vm/slots.h"
+#include "vm/threaded.h"
 
 namespace {
 
@@ -104,6 +107,17 @@ std::string WritableFolder() {
     return folder.substr(0, name > 0 ? name - 1 : 0);
 }
 
+// With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
+void StartTranslation() {
+    moxi::TranslatorOptions translator;
+    const char* const wish = std::getenv("MOXI_TRANSLATE");
+    if (wish != nullptr && std::string_view(wish) == "all") {
+        translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
+    }
+    if (!kThreaded || moxi::StartTranslator(translator)) return;
+    SystemLog("modules are interpreted: there is no memory to execute translations from");
+}
+
 // SDL can be told to write the sound to a file in place of a device.
 std::vector<std::string> SoundFiles() {
     const char* const driver = std::getenv("SDL_AUDIODRIVER");
@@ -164,6 +178,7 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
+    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
     PrepareSandbox(options);
     std::string error;
     if (!StartDesktop(options, error)) {

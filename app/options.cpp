@@ -164,6 +164,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                ->check(filled));
     bool noSandbox = false;
     app.add_flag("--no-sandbox", noSandbox, "do not restrict what the process may reach");
+    bool noTranslate = false;
+    app.add_flag("--no-translate", noTranslate, "run everything in the interpreter");
     app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
@@ -182,6 +184,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !noSandbox && !options.debug;
+    options.translate = !noTranslate;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
             return RefuseCommandLine(option->get_name() + " needs --headless");

@@ -22,6 +22,7 @@ struct Options {
     std::string record;
     std::string renderAudio;
     bool sandbox = true;
+    bool translate = true;
     // The author's kit.
     bool debug = false;
     std::string profile;
