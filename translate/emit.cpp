@@ -37,19 +37,16 @@ void GoTo(Emission& e, u32 target) {
     }
 }
 
-// The instruction's address and number become the newest of the trace, and all of the block's
-// instructions count as executed: who leaves early takes the rest off.
-void EmitTrace(Emission& e) {
-    const i32 trace = DistanceOf(pcTrace[0]);
-    const auto field = [&](size_t offset) {
-        return x86::dword_ptr(kStateRegister, x86::rax, 3, trace + static_cast<i32>(offset));
-    };
-    e.a.mov(x86::eax, x86::r14d);
-    e.a.and_(x86::eax, kPcTraceSize - 1);
-    e.a.inc(x86::r14);
-    e.a.mov(field(offsetof(TraceEntry, pc)), e.region.instructions[e.block.first].pc);
-    e.a.mov(field(offsetof(TraceEntry, number)), x86::r14d);
-    if (e.block.count > 1) e.a.add(x86::r14, e.block.count - 1);
+// Notes the block in the log of blocks.
+void EmitNote(Emission& e, size_t number) {
+    const u32 offset = static_cast<u32>(e.base - translatedState.codeMemory) +
+                       static_cast<u32>(e.a.offset());
+    e.out.blocks.push_back({static_cast<u32>(e.a.offset()), static_cast<u32>(e.out.places.size()),
+                            e.region.blocks[number].count});
+    e.a.mov(x86::dword_ptr(kStateRegister, x86::r14, 2,
+                           static_cast<i32>(offsetof(TranslatedState, log))),
+            offset);
+    e.a.inc(x86::r14b);
 }
 
 // --- Branches
@@ -150,6 +147,38 @@ void EmitLink(Emission& e, const Instruction& in) {
     e.frameIsChecked = false;
 }
 
+// Goes on at eax. Within the region there is nothing to compare but what was just restored.
+void EmitReturnJump(Emission& e, u32 count) {
+    if (!e.returns.isValid()) {
+        e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+        return;
+    }
+    bool isFirst = true;
+    for (u32 number = 14 - count; number < 14; ++number) {
+        if (!IsNarrow(e, number)) continue;
+        const x86::Gp host = HostRegister(hostOf[number]);
+        if (isFirst) {
+            e.a.mov(x86::rcx, host);
+        } else {
+            e.a.or_(x86::rcx, host);
+        }
+        isFirst = false;
+    }
+    if (!isFirst) {
+        e.a.shr(x86::rcx, 32);
+        e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
+    }
+    e.a.test(x86::al, 3);
+    e.a.jnz(reinterpret_cast<u64>(e.shared.jump));
+    e.a.lea(x86::rdx, x86::ptr(e.returns));
+    e.a.lea(x86::ecx, x86::ptr(x86::rax, -static_cast<i32>(e.start)));
+    e.a.cmp(x86::ecx, e.span);
+    e.a.jae(reinterpret_cast<u64>(e.shared.jump));
+    e.a.movsxd(x86::rcx, x86::dword_ptr(x86::rdx, x86::rcx));
+    e.a.add(x86::rcx, x86::rdx);
+    e.a.jmp(x86::rcx);
+}
+
 void EmitReturn(Emission& e, const Instruction& in) {
     const u32 count = in.w >> 10 & 15;
     RequireStack(e, x86::r13d, 0, Use::Read);
@@ -176,7 +205,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
     }
     e.a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
     e.a.mov(x86::r13d, x86::edx);
-    e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+    EmitReturnJump(e, count);
 }
 
 // --- Instructions
@@ -215,13 +244,12 @@ void EmitBlock(Emission& e, size_t number) {
     e.flagsFit = false;
     e.frameIsChecked = false;
     e.a.bind(e.labels[number]);
-    EmitTrace(e);
+    EmitNote(e, number);
     for (e.index = 0; e.index < e.block.count; ++e.index) {
         const Instruction& in = e.region.instructions[e.block.first + e.index];
         e.in = &in;
         e.leave.reset();
-        e.out.places.push_back({static_cast<u32>(e.a.offset()), in.pc, static_cast<u16>(e.index),
-                                static_cast<u16>(e.block.count)});
+        e.out.places.push_back({static_cast<u32>(e.a.offset()), in.pc, e.index});
         EmitInstruction(e, in);
     }
     const Instruction& last = *e.in;
@@ -236,8 +264,8 @@ void EmitBlock(Emission& e, size_t number) {
 void EmitDepartures(Emission& e) {
     for (const Emission::Departure& departure : e.departures) {
         e.a.bind(departure.label);
-        e.a.sub(x86::r14, departure.notExecuted);
         e.a.mov(x86::eax, departure.pc);
+        e.a.mov(x86::edx, departure.executed);
         e.a.jmp(reinterpret_cast<u64>(e.shared.leave));
     }
 }
@@ -265,7 +293,7 @@ void EmitEntryCheck(Emission& e, const Label& check, const u32* generation) {
     }
     if (!isFirst) {
         e.a.shr(x86::rcx, 32);
-        e.a.jnz(reinterpret_cast<u64>(e.shared.leave));
+        e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
     }
     e.a.jmp(x86::rdx);
 }
@@ -279,6 +307,43 @@ void EmitEntries(Emission& e, const u32* generation) {
         e.a.jmp(check);
     }
     EmitEntryCheck(e, check, generation);
+}
+
+// --- Returns within a region
+
+// The widest stretch of the module's code that gets a table.
+constexpr u32 kWidestTable = 65536;
+
+// For each address the distance of the block that follows a call; others go the long way.
+void EmitReturnTable(Emission& e) {
+    const Label away = e.a.newLabel();
+    e.a.bind(away);
+    e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+    e.a.align(AlignMode::kZero, 4);
+    e.a.bind(e.returns);
+    std::vector<bool> isReturn(e.span / 4 + 1);
+    for (const Instruction& in : e.region.instructions) {
+        const bool isCall = in.flow == Flow::Call || in.flow == Flow::CallThrough;
+        const u32 next = in.pc + in.length - e.start;
+        if (isCall && next < e.span && next % 4 == 0) isReturn[next / 4] = true;
+    }
+    for (u32 at = 0; at < e.span; at += 4) {
+        const int block = isReturn[at / 4] ? BlockAt(e.region, e.start + at) : -1;
+        e.a.embedLabelDelta(block >= 0 ? e.labels[static_cast<size_t>(block)] : away, e.returns, 4);
+    }
+}
+
+void PrepareReturnTable(Emission& e) {
+    e.start = e.region.instructions.front().pc;
+    const Instruction& last = e.region.instructions.back();
+    e.span = last.pc + last.length - e.start;
+    bool hasReturn = false;
+    bool hasCall = false;
+    for (const Instruction& in : e.region.instructions) {
+        hasCall |= in.flow == Flow::Call || in.flow == Flow::CallThrough;
+        hasReturn |= in.kind == InstructionClass::Single && SingleOf(in) == Single::Return;
+    }
+    if (hasReturn && hasCall && e.span <= kWidestTable) e.returns = e.a.newLabel();
 }
 
 // --- Which registers stay narrow
@@ -356,8 +421,12 @@ void EmitEnter(x86::Assembler& a) {
     a.mov(x86::eax, x86::esi);
     a.mov(x86::r12d, x86::edx);
     a.mov(x86::r13d, x86::ecx);
-    a.mov(x86::r14, x86::r8);
     a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
+    // The run's number goes on from here when it leaves; an unused last place says that the log has not
+    // come round.
+    a.mov(StateField(offsetof(TranslatedState, numberAtEntry), 8), x86::r8);
+    a.xor_(x86::r14d, x86::r14d);
+    a.mov(StateField(offsetof(TranslatedState, log) + 4 * (kLogSize - 1), 4), 0);
     a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
     MoveHostRegisters(a, true);
     a.jmp(StateField(offsetof(TranslatedState, entered), 8));
@@ -365,6 +434,7 @@ void EmitEnter(x86::Assembler& a) {
 
 void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     MoveHostRegisters(a, false);
+    a.mov(x86::r9d, x86::edx);
     a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
     a.mov(x86::dword_ptr(kImage, kHeaderSP), x86::r12d);
     a.mov(x86::dword_ptr(kImage, kHeaderFP), x86::r13d);
@@ -372,8 +442,7 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.mov(x86::esi, x86::eax);
     a.mov(x86::edx, x86::r12d);
     a.mov(x86::ecx, x86::r13d);
-    a.mov(x86::r8, x86::r14);
-    a.xor_(x86::r9d, x86::r9d);
+    a.mov(x86::r8d, x86::r14d);
     a.add(x86::rsp, 24);
     for (size_t i = std::size(kKept); i-- > 0;) a.pop(kKept[i]);
     a.mov(x86::rax, reinterpret_cast<u64>(leaveHandler));
@@ -403,10 +472,13 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     const Label leave = a.newLabel();
     shared.enter = base + a.offset();
     EmitEnter(a);
+    shared.leaveAfter = base + a.offset();
     a.bind(leave);
+    a.mov(x86::edx, -1);
     shared.leave = base + a.offset();
     EmitLeave(a, leaveHandler);
     shared.arrive = base + a.offset();
+    a.mov(x86::edx, -1);
     EmitLeave(a, arrivalHandler);
     shared.jump = base + a.offset();
     EmitJump(a, leave);
@@ -420,12 +492,14 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
     out.narrow = NarrowRegisters(region);
-    Emission e(a, region, shared, out);
+    Emission e(a, region, shared, out, base);
     e.narrow = out.narrow;
+    PrepareReturnTable(e);
     for (size_t i = 0; i < region.blocks.size(); ++i) e.labels.push_back(a.newLabel());
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
     EmitDepartures(e);
     EmitEntries(e, generation);
+    if (e.returns.isValid()) EmitReturnTable(e);
     out.code = CodeOf(holder, base);
     return out;
 }

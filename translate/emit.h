@@ -13,13 +13,20 @@ namespace moxi {
 struct CodePlace {
     u32 offset = 0;  // in the translation
     u32 pc = 0;
-    u16 index = 0;   // in its block
-    u16 blockSize = 0;
+    u32 index = 0;   // in its block
+};
+
+// Where a block begins.
+struct BlockPlace {
+    u32 offset = 0;
+    u32 firstPlace = 0;  // of its instructions
+    u32 count = 0;
 };
 
 struct Translation {
     std::vector<u8> code;
-    std::vector<CodePlace> places;  // by rising offset
+    std::vector<CodePlace> places;   // by rising offset
+    std::vector<BlockPlace> blocks;  // likewise
     struct Entry {
         u32 pc = 0;
         u32 offset = 0;
@@ -31,8 +38,10 @@ struct Translation {
 // The code that all regions share, and where it lies.
 struct SharedCode {
     u8* enter = nullptr;  // a handler of the interpreter: goes on in translatedState.entered
-    u8* leave = nullptr;  // PC in eax: goes on in the interpreter
-    u8* arrive = nullptr; // the same when that is for want of a comparison with the module's code
+    u8* leave = nullptr;     // PC in eax, the number of executed instructions of the block in edx: goes
+                             // on in the interpreter
+    u8* leaveAfter = nullptr;  // the same when all of the block was executed
+    u8* arrive = nullptr;    // the same for want of a comparison with the module's code
     u8* jump = nullptr;   // PC in eax: goes on in its translation, or in the interpreter
 };
 

@@ -74,7 +74,7 @@ void CheckFrame(Emission& e) {
 Label LeaveLabel(Emission& e) {
     if (!e.leave.isValid()) {
         e.leave = e.a.newLabel();
-        e.departures.push_back({e.leave, e.in->pc, e.block.count - e.index});
+        e.departures.push_back({e.leave, e.in->pc, e.index});
     }
     return e.leave;
 }

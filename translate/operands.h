@@ -20,6 +20,7 @@ struct Emission {
     const Region& region;
     const SharedCode& shared;
     Translation& out;
+    u8* base;  // where the code will lie
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
@@ -29,18 +30,23 @@ struct Emission {
     bool flagsFit = false;
     // The frame's operands up to the next change of FP are known to lie above all code.
     bool frameIsChecked = false;
+    // The table of blocks that follow calls, for the module's code from `start` on; not valid when there
+    // is none.
+    asmjit::Label returns;
+    u32 start = 0;
+    u32 span = 0;
     // Where the present instruction is left to the interpreter, if it can be.
     asmjit::Label leave;
     struct Departure {
         asmjit::Label label;
         u32 pc;
-        u32 notExecuted;  // of the block's instructions
+        u32 executed;  // of the block's instructions
     };
     std::vector<Departure> departures;
 
     Emission(asmjit::x86::Assembler& assembler, const Region& translated, const SharedCode& common,
-             Translation& result)
-        : a(assembler), region(translated), shared(common), out(result) {}
+             Translation& result, u8* address)
+        : a(assembler), region(translated), shared(common), out(result), base(address) {}
 };
 
 // The label at which the interpreter takes the present instruction over; nothing of it may have been

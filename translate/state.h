@@ -10,7 +10,7 @@ namespace moxi {
 
 // The processor's registers, by the numbers of the x86-64 encoding.
 //
-//   rbx  the image                        r14  how many instructions have been executed
+//   rbx  the image                        r14  the next place in the log of blocks
 //   r12  SP, r13 FP, upper halves clear   r15  the newest result that set flags, sign-extended
 //   r11  the record below                 rax, rcx, rdx  free within an instruction
 //   rsi, rdi, rbp, r8, r9, r10            six of the module's registers, all 64 bits
@@ -23,6 +23,9 @@ constexpr i32 kNoHost = -1;
 
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
+
+// The places of the log, so many that a byte counts them.
+constexpr u32 kLogSize = 256;
 
 // What translated code reads and writes besides the image.
 struct TranslatedState {
@@ -38,8 +41,12 @@ struct TranslatedState {
     // push, may change that code, and is left to the interpreter.
     u32 floor = 0;
     u32 pushFloor = 0;  // kFloorRoom above it
-    // Where to go on when translated code is entered.
+    // Where to go on when translated code is entered, and how many instructions had been executed.
     u8* entered = nullptr;
+    u64 numberAtEntry = 0;
+    // The blocks that were executed last, by their offsets in the code memory, from place 0 on and around
+    // again. Place kLogSize - 1 is 0 until the log has come round.
+    u32 log[kLogSize] = {};
 };
 extern TranslatedState translatedState;
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <unordered_map>
 
 #include "translate/emit.h"
@@ -38,6 +39,7 @@ struct TranslatedRegion {
     u8* code = nullptr;
     size_t size = 0;
     std::vector<CodePlace> places;
+    std::vector<BlockPlace> blocks;
     std::vector<Translation::Entry> entries;
     std::vector<Stretch> stretches;
     u32 generation = 0;  // that in which it was last compared with the module's code
@@ -76,6 +78,39 @@ const TranslatedRegion* RegionOf(const u8* address) {
     return nullptr;
 }
 
+// The places of the instructions of the block that begins at an offset of the code memory.
+std::span<const CodePlace> BlockFrom(u32 offset) {
+    const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
+    if (region == nullptr) return {};
+    const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
+    const auto found = std::lower_bound(
+        region->blocks.begin(), region->blocks.end(), inside,
+        [](const BlockPlace& block, u32 at) { return block.offset < at; });
+    if (found == region->blocks.end() || found->offset != inside) return {};
+    return std::span(region->places).subspan(found->firstPlace, found->count);
+}
+
+// Brings the PC trace up to date: the newest instructions are those of the logged blocks before
+// `place`, of the last block its first `executed`.
+void WriteTrace(u32 place, u32 executed) {
+    pcTraceCount = translatedState.numberAtEntry;
+    const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
+    const auto block = [place](u32 back) {
+        return BlockFrom(translatedState.log[(place - back) % kLogSize]);
+    };
+    // Back to the block with which there are enough.
+    u32 blocks = 0;
+    for (size_t found = 0; blocks < known && found < settings.traceDepth;) {
+        ++blocks;
+        found += blocks == 1 ? std::min<size_t>(executed, block(1).size()) : block(blocks).size();
+    }
+    for (; blocks > 0; --blocks) {
+        std::span<const CodePlace> places = block(blocks);
+        if (blocks == 1) places = places.first(std::min<size_t>(executed, places.size()));
+        for (const CodePlace& instruction : places) RecordPc(instruction.pc);
+    }
+}
+
 constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,
                                       REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
                                       REG_R12, REG_R13, REG_R14, REG_R15};
@@ -97,8 +132,7 @@ void OnFaultInCode(void* context) {
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
     lastThreadedResult = registers[REG_R15];
-    pcTraceCount = static_cast<u64>(registers[REG_R14]) - place->blockSize + place->index + 1;
-    CompletePcTrace(settings.traceDepth);
+    WriteTrace(static_cast<u32>(registers[REG_R14]), place->index + 1);
 }
 
 // --- Code memory
@@ -186,14 +220,14 @@ void ForgetEverything() {
 
 // --- Leaving
 
-// The handler in which a run goes on that leaves translated code. What the interpreter and the
-// services do may change the module's code.
+// The handler in which a run goes on that leaves translated code, with the place in the log in place of
+// the number of instructions, and for the word how many of the last block were executed. What the
+// interpreter and the services do may change the module's code.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
-    pcTraceCount = trace;
-    CompletePcTrace(settings.traceDepth);
+    WriteTrace(static_cast<u32>(trace), w);
     ++translatedState.generation;
-    nextTranslationCheck = trace + 1;
-    executeByInterpreter(base, pc, sp, fp, trace, w);
+    nextTranslationCheck = pcTraceCount + 1;
+    executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
 }
 
 TranslatedRegion* FindCurrent(u32 pc);
@@ -201,13 +235,12 @@ ThreadedHandler Enter(const TranslatedRegion& region, u32 pc);
 
 // The same for a run that comes to a region which has not been compared with the module's code since.
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
-    pcTraceCount = trace;
-    CompletePcTrace(settings.traceDepth);
+    WriteTrace(static_cast<u32>(trace), w);
     const TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
     const ThreadedHandler enter =
         region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
-    nextTranslationCheck = trace + 1;
-    (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, trace, w);
+    nextTranslationCheck = pcTraceCount + 1;
+    (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
 // --- Regions
@@ -282,6 +315,7 @@ TranslatedRegion* Translate(u32 pc) {
     made.code = base;
     made.size = translation.code.size();
     made.places = std::move(translation.places);
+    made.blocks = std::move(translation.blocks);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
     made.narrow = translation.narrow;
