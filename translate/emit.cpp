@@ -37,15 +37,19 @@ void GoTo(Emission& e, u32 target) {
     }
 }
 
+x86::Mem LogPlace() {
+    return x86::dword_ptr(kStateRegister, x86::r14, 2,
+                          static_cast<i32>(offsetof(TranslatedState, log)));
+}
+
 // Notes the block in the log of blocks.
 void EmitNote(Emission& e, size_t number) {
     const u32 offset = static_cast<u32>(e.base - translatedState.codeMemory) +
                        static_cast<u32>(e.a.offset());
     e.out.blocks.push_back({static_cast<u32>(e.a.offset()), static_cast<u32>(e.out.places.size()),
                             e.region.blocks[number].count});
-    e.a.mov(x86::dword_ptr(kStateRegister, x86::r14, 2,
-                           static_cast<i32>(offsetof(TranslatedState, log))),
-            offset);
+    e.firstPlace = static_cast<u32>(e.out.places.size());
+    e.a.mov(LogPlace(), offset);
     e.a.inc(x86::r14b);
 }
 
@@ -74,15 +78,17 @@ void EmitBranch(Emission& e, const Instruction& in) {
     } else if (!e.flagsFit || looksAtOverflow) {
         e.a.test(x86::r15, x86::r15);
     }
+    const bool isTested = !isParity;
     const int block = BlockAt(e.region, in.target);
-    if (block >= 0) {
+    const bool isLast = e.index + 1 == e.block.count;
+    if (block >= 0 && isLast) {
         e.a.j(CodeOf(condition), e.labels[static_cast<size_t>(block)]);
         return;
     }
-    const Label stays = e.a.newLabel();
-    e.a.j(x86::negateCond(CodeOf(condition)), stays);
-    GoTo(e, in.target);
-    e.a.bind(stays);
+    const Label side = e.a.newLabel();
+    e.a.j(CodeOf(condition), side);
+    e.sideExits.push_back({side, in.target, e.firstPlace, e.index + 1});
+    e.flagsFit = isTested;
 }
 
 void EmitTestBranch(Emission& e, const Instruction& in) {
@@ -144,7 +150,9 @@ void EmitLink(Emission& e, const Instruction& in) {
     }
     e.a.lea(x86::r13, x86::ptr(x86::r12, -4));
     e.a.sub(x86::r12d, room);
-    e.frameIsChecked = false;
+    // What was stored at the new SP - and FP, as nothing lies beyond the image - is above all code, and so
+    // is what lies between.
+    e.safeFrame = 4 - static_cast<i32>(room);
 }
 
 // Goes on at eax. Within the region there is nothing to compare but what was just restored.
@@ -242,7 +250,7 @@ void EmitInstruction(Emission& e, const Instruction& in) {
 void EmitBlock(Emission& e, size_t number) {
     e.block = e.region.blocks[number];
     e.flagsFit = false;
-    e.frameIsChecked = false;
+    e.safeFrame = kNoSafeFrame;
     e.a.bind(e.labels[number]);
     EmitNote(e, number);
     for (e.index = 0; e.index < e.block.count; ++e.index) {
@@ -259,6 +267,19 @@ void EmitBlock(Emission& e, size_t number) {
     const bool follows = number + 1 < e.region.blocks.size() &&
                          BlockAt(e.region, next) == static_cast<int>(number + 1);
     if (!follows) GoTo(e, next);
+}
+
+// The log is told how much of its block was executed.
+void EmitSideExits(Emission& e) {
+    for (const Emission::SideExit& side : e.sideExits) {
+        e.a.bind(side.label);
+        const u32 offset = static_cast<u32>(e.a.offset());
+        e.out.blocks.push_back({offset, side.firstPlace, side.executed});
+        e.a.dec(x86::r14b);
+        e.a.mov(LogPlace(), static_cast<u32>(e.base - translatedState.codeMemory) + offset);
+        e.a.inc(x86::r14b);
+        GoTo(e, side.target);
+    }
 }
 
 void EmitDepartures(Emission& e) {
@@ -497,6 +518,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     PrepareReturnTable(e);
     for (size_t i = 0; i < region.blocks.size(); ++i) e.labels.push_back(a.newLabel());
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
+    EmitSideExits(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
     if (e.returns.isValid()) EmitReturnTable(e);

@@ -66,7 +66,7 @@ void CheckFrame(Emission& e) {
     e.a.sub(x86::eax, x86::dword_ptr(kStateRegister, kFloorOffset));
     e.a.cmp(x86::eax, room);
     e.a.jae(LeaveLabel(e));
-    e.frameIsChecked = true;
+    e.safeFrame = low;
 }
 
 }  // namespace
@@ -111,7 +111,7 @@ Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
         Compare(e, scratch, use);
         return MemoryAt(scratch);
     }
-    if (!e.frameIsChecked) CheckFrame(e);
+    if (signedOffset < e.safeFrame) CheckFrame(e);
     Place place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, x86::r13, 0, signedOffset);

@@ -14,6 +14,8 @@ namespace moxi {
 constexpr asmjit::x86::Gp kImage = asmjit::x86::rbx;
 constexpr asmjit::x86::Gp kStateRegister = asmjit::x86::r11;
 
+constexpr i32 kNoSafeFrame = 0x7FFFFFFF;
+
 // The writing of one region.
 struct Emission {
     asmjit::x86::Assembler& a;
@@ -24,12 +26,13 @@ struct Emission {
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
-    u32 index = 0;  // of the present instruction, in the block
+    u32 index = 0;       // of the present instruction, in the block
+    u32 firstPlace = 0;  // of the block
     u16 narrow = 0;
     // The processor's flags ZERO and SIGN are those of the newest result.
     bool flagsFit = false;
-    // The frame's operands up to the next change of FP are known to lie above all code.
-    bool frameIsChecked = false;
+    // Operands in the frame from this offset on are known to lie above all code.
+    i32 safeFrame = kNoSafeFrame;
     // The table of blocks that follow calls, for the module's code from `start` on; not valid when there
     // is none.
     asmjit::Label returns;
@@ -43,6 +46,14 @@ struct Emission {
         u32 executed;  // of the block's instructions
     };
     std::vector<Departure> departures;
+    // A branch out of the middle of a block.
+    struct SideExit {
+        asmjit::Label label;
+        u32 target;
+        u32 firstPlace;  // of the block
+        u32 executed;
+    };
+    std::vector<SideExit> sideExits;
 
     Emission(asmjit::x86::Assembler& assembler, const Region& translated, const SharedCode& common,
              Translation& result, u8* address)

@@ -37,9 +37,9 @@ struct Search {
             switch (in.flow) {
                 case Flow::Next: pc = next; continue;
                 case Flow::Branch:
-                    Reach(next);
                     Reach(in.target);
-                    return;
+                    pc = next;
+                    continue;
                 case Flow::Jump: Reach(in.target); return;
                 case Flow::Call:
                     Reach(next);
@@ -56,7 +56,7 @@ struct Search {
 };
 
 bool GoesOn(const Instruction& in) {
-    return in.flow == Flow::Next;
+    return in.flow == Flow::Next || in.flow == Flow::Branch;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace moxi {
 
-// A stretch of instructions that is entered at its first one alone.
+// A stretch of instructions that is entered at its first one alone. Branches may leave it anywhere.
 struct Block {
     u32 first = 0;  // index of the first instruction
     u32 count = 0;

@@ -29,6 +29,9 @@ constexpr size_t kRegionRoom = size_t{256} << 10;
 // Branches reach 16 MB; calls and returns may go farther, and are interpreted there.
 constexpr u64 kMostCode = u64{16} << 20;
 
+// An operand in the frame is found without a thought of the end of the address space.
+constexpr u32 kLargestImage = 0xFFFE0000;
+
 // A stretch of the module's code as it was when it was translated.
 struct Stretch {
     u32 start = 0;
@@ -381,7 +384,7 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
 
 bool StartTranslator(const TranslatorOptions& options) {
     StopTranslator();
-    if (!kThreaded || image == nullptr) return false;
+    if (!kThreaded || image == nullptr || imageSize > kLargestImage) return false;
     if (!MakeCodeMemory() || !MakeEntries()) return false;
     settings = options;
     ForgetEverything();
