@@ -118,6 +118,32 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
     return x86::Mem(kImage, pointer, 0, offset, size);
 }
 
+// Leaves when a narrow register is not; the block has been executed.
+void RequireNarrow(Emission& e) {
+    bool isFirst = true;
+    for (u32 number = 0; number < 16; ++number) {
+        if (!IsNarrow(e, number)) continue;
+        const x86::Gp host = HostRegister(hostOf[number]);
+        if (isFirst) {
+            e.a.mov(x86::rcx, host);
+        } else {
+            e.a.or_(x86::rcx, host);
+        }
+        isFirst = false;
+    }
+    if (isFirst) return;
+    e.a.shr(x86::rcx, 32);
+    e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
+}
+
+// Where a RETURN comes back to, with the address that it found in eax.
+void EmitReturned(Emission& e, u32 next) {
+    e.a.cmp(x86::eax, next);
+    e.a.jne(reinterpret_cast<u64>(e.shared.jump));
+    RequireNarrow(e);
+    GoTo(e, next);
+}
+
 void EmitCall(Emission& e, const Instruction& in) {
     RequireStack(e, x86::r12d, 8, Use::Write);
     const bool isThrough = in.flow == Flow::CallThrough;
@@ -126,11 +152,19 @@ void EmitCall(Emission& e, const Instruction& in) {
     e.a.mov(InStack(x86::r12, -4, 4), in.w >> 16);
     e.a.mov(InStack(x86::r12, -8, 4), in.pc + in.length);
     e.a.sub(x86::r12d, 8);
-    if (isThrough) {
-        e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+    const Label hasRoom = e.a.newLabel();
+    e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
+    e.a.ja(hasRoom);
+    e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
+    e.a.bind(hasRoom);
+    const int block = isThrough ? -1 : BlockAt(e.region, in.target);
+    if (block >= 0) {
+        e.a.call(e.labels[static_cast<size_t>(block)]);
     } else {
-        GoTo(e, in.target);
+        if (!isThrough) e.a.mov(x86::eax, in.target);
+        e.a.call(reinterpret_cast<u64>(e.shared.jump));
     }
+    EmitReturned(e, in.pc + in.length);
 }
 
 void EmitLink(Emission& e, const Instruction& in) {
@@ -153,38 +187,6 @@ void EmitLink(Emission& e, const Instruction& in) {
     // What was stored at the new SP - and FP, as nothing lies beyond the image - is above all code, and so
     // is what lies between.
     e.safeFrame = 4 - static_cast<i32>(room);
-}
-
-// Goes on at eax. Within the region there is nothing to compare but what was just restored.
-void EmitReturnJump(Emission& e, u32 count) {
-    if (!e.returns.isValid()) {
-        e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
-        return;
-    }
-    bool isFirst = true;
-    for (u32 number = 14 - count; number < 14; ++number) {
-        if (!IsNarrow(e, number)) continue;
-        const x86::Gp host = HostRegister(hostOf[number]);
-        if (isFirst) {
-            e.a.mov(x86::rcx, host);
-        } else {
-            e.a.or_(x86::rcx, host);
-        }
-        isFirst = false;
-    }
-    if (!isFirst) {
-        e.a.shr(x86::rcx, 32);
-        e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
-    }
-    e.a.test(x86::al, 3);
-    e.a.jnz(reinterpret_cast<u64>(e.shared.jump));
-    e.a.lea(x86::rdx, x86::ptr(e.returns));
-    e.a.lea(x86::ecx, x86::ptr(x86::rax, -static_cast<i32>(e.start)));
-    e.a.cmp(x86::ecx, e.span);
-    e.a.jae(reinterpret_cast<u64>(e.shared.jump));
-    e.a.movsxd(x86::rcx, x86::dword_ptr(x86::rdx, x86::rcx));
-    e.a.add(x86::rcx, x86::rdx);
-    e.a.jmp(x86::rcx);
 }
 
 void EmitReturn(Emission& e, const Instruction& in) {
@@ -213,7 +215,8 @@ void EmitReturn(Emission& e, const Instruction& in) {
     }
     e.a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
     e.a.mov(x86::r13d, x86::edx);
-    EmitReturnJump(e, count);
+    // Calls have left on the processor's stack where they go on, if eax is what they expect.
+    e.a.ret();
 }
 
 // --- Instructions
@@ -301,21 +304,7 @@ void EmitEntryCheck(Emission& e, const Label& check, const u32* generation) {
     e.a.mov(x86::ecx, x86::dword_ptr(x86::rcx));
     e.a.cmp(x86::ecx, StateField(offsetof(TranslatedState, generation), 4));
     e.a.jne(reinterpret_cast<u64>(e.shared.arrive));
-    bool isFirst = true;
-    for (u32 number = 0; number < 16; ++number) {
-        if ((e.narrow >> number & 1) == 0) continue;
-        const x86::Gp host = HostRegister(hostOf[number]);
-        if (isFirst) {
-            e.a.mov(x86::rcx, host);
-        } else {
-            e.a.or_(x86::rcx, host);
-        }
-        isFirst = false;
-    }
-    if (!isFirst) {
-        e.a.shr(x86::rcx, 32);
-        e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
-    }
+    RequireNarrow(e);
     e.a.jmp(x86::rdx);
 }
 
@@ -328,43 +317,6 @@ void EmitEntries(Emission& e, const u32* generation) {
         e.a.jmp(check);
     }
     EmitEntryCheck(e, check, generation);
-}
-
-// --- Returns within a region
-
-// The widest stretch of the module's code that gets a table.
-constexpr u32 kWidestTable = 65536;
-
-// For each address the distance of the block that follows a call; others go the long way.
-void EmitReturnTable(Emission& e) {
-    const Label away = e.a.newLabel();
-    e.a.bind(away);
-    e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
-    e.a.align(AlignMode::kZero, 4);
-    e.a.bind(e.returns);
-    std::vector<bool> isReturn(e.span / 4 + 1);
-    for (const Instruction& in : e.region.instructions) {
-        const bool isCall = in.flow == Flow::Call || in.flow == Flow::CallThrough;
-        const u32 next = in.pc + in.length - e.start;
-        if (isCall && next < e.span && next % 4 == 0) isReturn[next / 4] = true;
-    }
-    for (u32 at = 0; at < e.span; at += 4) {
-        const int block = isReturn[at / 4] ? BlockAt(e.region, e.start + at) : -1;
-        e.a.embedLabelDelta(block >= 0 ? e.labels[static_cast<size_t>(block)] : away, e.returns, 4);
-    }
-}
-
-void PrepareReturnTable(Emission& e) {
-    e.start = e.region.instructions.front().pc;
-    const Instruction& last = e.region.instructions.back();
-    e.span = last.pc + last.length - e.start;
-    bool hasReturn = false;
-    bool hasCall = false;
-    for (const Instruction& in : e.region.instructions) {
-        hasCall |= in.flow == Flow::Call || in.flow == Flow::CallThrough;
-        hasReturn |= in.kind == InstructionClass::Single && SingleOf(in) == Single::Return;
-    }
-    if (hasReturn && hasCall && e.span <= kWidestTable) e.returns = e.a.newLabel();
 }
 
 // --- Which registers stay narrow
@@ -397,10 +349,28 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
     return false;
 }
 
+// A bit for each register that an operand may name.
+u16 UsedRegisters(const Instruction& in) {
+    u32 used = 0;
+    if (in.kind == InstructionClass::TwoOperands) {
+        used = 1u << LowRegister(in.w) | 1u << HighRegister(in.w);
+    } else if (in.kind == InstructionClass::OneOperand) {
+        used = 1u << HighRegister(in.w);
+    } else if (in.kind == InstructionClass::TestBranch) {
+        used = 1u << (in.words[0] & 15);
+    }
+    return static_cast<u16>(used);
+}
+
 u16 NarrowRegisters(const Region& region) {
+    u16 used = 0;
+    for (const Instruction& in : region.instructions) {
+        used = static_cast<u16>(used | UsedRegisters(in));
+    }
     u16 narrow = 0;
     for (u32 number = 0; number < 16; ++number) {
-        if (hostOf[number] != kNoHost) narrow = static_cast<u16>(narrow | 1u << number);
+        const bool isHere = hostOf[number] != kNoHost && (used >> number & 1) != 0;
+        if (isHere) narrow = static_cast<u16>(narrow | 1u << number);
     }
     for (const Instruction& in : region.instructions) {
         u32 number = 0;
@@ -435,9 +405,9 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
 }
 
 // A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
-void EmitEnter(x86::Assembler& a) {
+void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack) {
     for (const x86::Gp& kept : kKept) a.push(kept);
-    a.sub(x86::rsp, 24);
+    a.sub(x86::rsp, 8);
     a.mov(kImage, x86::rdi);
     a.mov(x86::eax, x86::esi);
     a.mov(x86::r12d, x86::edx);
@@ -450,6 +420,27 @@ void EmitEnter(x86::Assembler& a) {
     a.mov(StateField(offsetof(TranslatedState, log) + 4 * (kLogSize - 1), 4), 0);
     a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
     MoveHostRegisters(a, true);
+    a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);
+    a.lea(x86::rax, x86::ptr(x86::rsp, -kHostStackSize));
+    a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rax);
+    const Label underflow = a.newLabel();
+    const Label begin = a.newLabel();
+    a.jmp(begin);
+    // A RETURN of a call that the interpreter made, or that was forgotten.
+    a.bind(underflow);
+    a.lea(x86::rcx, x86::ptr(underflow));
+    a.push(x86::rcx);
+    a.jmp(jump);
+    // Forgets all calls, but for the return to whom called this.
+    a.bind(emptyStack);
+    a.pop(x86::rcx);
+    a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
+    a.lea(x86::rdx, x86::ptr(underflow));
+    a.push(x86::rdx);
+    a.jmp(x86::rcx);
+    a.bind(begin);
+    a.lea(x86::rcx, x86::ptr(underflow));
+    a.push(x86::rcx);
     a.jmp(StateField(offsetof(TranslatedState, entered), 8));
 }
 
@@ -464,7 +455,8 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.mov(x86::edx, x86::r12d);
     a.mov(x86::ecx, x86::r13d);
     a.mov(x86::r8d, x86::r14d);
-    a.add(x86::rsp, 24);
+    a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
+    a.add(x86::rsp, 8);
     for (size_t i = std::size(kKept); i-- > 0;) a.pop(kKept[i]);
     a.mov(x86::rax, reinterpret_cast<u64>(leaveHandler));
     a.jmp(x86::rax);
@@ -492,7 +484,9 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     x86::Assembler a(&holder);
     const Label leave = a.newLabel();
     shared.enter = base + a.offset();
-    EmitEnter(a);
+    const Label jump = a.newLabel();
+    const Label emptyStack = a.newLabel();
+    EmitEnter(a, jump, emptyStack);
     shared.leaveAfter = base + a.offset();
     a.bind(leave);
     a.mov(x86::edx, -1);
@@ -502,7 +496,9 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     a.mov(x86::edx, -1);
     EmitLeave(a, arrivalHandler);
     shared.jump = base + a.offset();
+    a.bind(jump);
     EmitJump(a, leave);
+    shared.emptyStack = base + holder.labelOffset(emptyStack);
     return CodeOf(holder, base);
 }
 
@@ -515,13 +511,11 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     out.narrow = NarrowRegisters(region);
     Emission e(a, region, shared, out, base);
     e.narrow = out.narrow;
-    PrepareReturnTable(e);
     for (size_t i = 0; i < region.blocks.size(); ++i) e.labels.push_back(a.newLabel());
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
     EmitSideExits(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
-    if (e.returns.isValid()) EmitReturnTable(e);
     out.code = CodeOf(holder, base);
     return out;
 }

@@ -42,6 +42,7 @@ struct SharedCode {
                              // on in the interpreter
     u8* leaveAfter = nullptr;  // the same when all of the block was executed
     u8* arrive = nullptr;    // the same for want of a comparison with the module's code
+    u8* emptyStack = nullptr;  // forgets where calls go on
     u8* jump = nullptr;   // PC in eax: goes on in its translation, or in the interpreter
 };
 

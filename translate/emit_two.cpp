@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <limits>
 
 #include "translate/emit_operations.h"
@@ -260,7 +261,7 @@ void RequireDivision(Emission& e, bool isSigned, u32 size) {
 void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
     const bool isSigned = op == TwoOperand::Divs || op == TwoOperand::Mods;
     const u32 wide = size < 2 ? 2 : size;
-    const x86::Mem kept = x86::qword_ptr(x86::rsp);
+    const x86::Mem kept = x86::qword_ptr(kStateRegister, offsetof(TranslatedState, kept));
     if (!IsHost(a) && a.kind == PlaceKind::Memory) e.a.mov(kept, x86::rdx);
     if (b.kind == PlaceKind::Constant) {
         Place extended = b;

@@ -33,11 +33,6 @@ struct Emission {
     bool flagsFit = false;
     // Operands in the frame from this offset on are known to lie above all code.
     i32 safeFrame = kNoSafeFrame;
-    // The table of blocks that follow calls, for the module's code from `start` on; not valid when there
-    // is none.
-    asmjit::Label returns;
-    u32 start = 0;
-    u32 span = 0;
     // Where the present instruction is left to the interpreter, if it can be.
     asmjit::Label leave;
     struct Departure {

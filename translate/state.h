@@ -24,6 +24,10 @@ constexpr i32 kNoHost = -1;
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
 
+// How much of the processor's stack calls may take, in bytes: RETURN finds there, by the processor's own
+// return, the code behind the CALL, and looks whether it is the one that is meant.
+constexpr i32 kHostStackSize = 65536;
+
 // The places of the log, so many that a byte counts them.
 constexpr u32 kLogSize = 256;
 
@@ -44,6 +48,11 @@ struct TranslatedState {
     // Where to go on when translated code is entered, and how many instructions had been executed.
     u8* entered = nullptr;
     u64 numberAtEntry = 0;
+    // The processor's stack as it was entered with, and how far calls may go.
+    u64 hostStack = 0;
+    u64 hostStackLimit = 0;
+    // Where a division keeps the address of its operand.
+    u64 kept = 0;
     // The blocks that were executed last, by their offsets in the code memory, from place 0 on and around
     // again. Place kLogSize - 1 is 0 until the log has come round.
     u32 log[kLogSize] = {};

@@ -47,6 +47,9 @@ struct TranslatedRegion {
     std::vector<Stretch> stretches;
     u32 generation = 0;  // that in which it was last compared with the module's code
     u16 narrow = 0;
+    // Visits from the interpreter that ended soon, and others.
+    u32 shortVisits = 0;
+    u32 longVisits = 0;
 };
 
 constinit TranslatorOptions settings;
@@ -55,9 +58,17 @@ constinit size_t codeUsed = 0;
 // By address of code: the region that is entered there.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
 std::vector<std::unique_ptr<TranslatedRegion>> regions;
-// How often a look found an address; addresses that cannot be translated are at kNever.
-std::unordered_map<u32, u32> looks;
-constexpr u32 kNever = ~u32{0};
+// How often a look found an address; below 0 where it was not worth while.
+std::unordered_map<u32, i32> looks;
+// So many looks later code is tried again that could not be translated or gained nothing.
+constexpr i32 kPause = 5000;
+
+// Going into translated code and out of it takes as long as the interpreter needs for some fifty
+// instructions. A region that is left before it has executed so many blocks, again and again, is given up.
+constexpr u32 kShortVisit = 12;
+constexpr u32 kShortVisits = 200;
+constinit TranslatedRegion* visited = nullptr;
+constinit u32 visitedAt = 0;
 
 void MakeWritable(bool writable) {
     mprotect(translatedState.codeMemory, kCodeMemory,
@@ -214,6 +225,7 @@ void ForgetEverything() {
         for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
     }
     regions.clear();
+    visited = nullptr;
     regionAt.clear();
     looks.clear();
     codeUsed = 0;
@@ -223,23 +235,39 @@ void ForgetEverything() {
 
 // --- Leaving
 
+TranslatedRegion* FindCurrent(u32 pc);
+ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
+void Forget(TranslatedRegion& region);
+
+// A visit ends at a place of the log.
+void NoteVisit(u32 place) {
+    if (visited == nullptr || settings.threshold <= 1) return;
+    const bool isShort = translatedState.log[kLogSize - 1] == 0 && place < kShortVisit;
+    ++(isShort ? visited->shortVisits : visited->longVisits);
+    if (visited->shortVisits < kShortVisits) return;
+    if (visited->longVisits < kShortVisits / 2) {
+        looks[visitedAt] = -kPause;
+        Forget(*visited);
+    }
+    visited->shortVisits = visited->longVisits = 0;
+}
+
 // The handler in which a run goes on that leaves translated code, with the place in the log in place of
 // the number of instructions, and for the word how many of the last block were executed. What the
 // interpreter and the services do may change the module's code.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
+    NoteVisit(static_cast<u32>(trace));
     ++translatedState.generation;
     nextTranslationCheck = pcTraceCount + 1;
     executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
 }
 
-TranslatedRegion* FindCurrent(u32 pc);
-ThreadedHandler Enter(const TranslatedRegion& region, u32 pc);
 
 // The same for a run that comes to a region which has not been compared with the module's code since.
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
-    const TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
+    TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
     const ThreadedHandler enter =
         region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
     nextTranslationCheck = pcTraceCount + 1;
@@ -356,8 +384,10 @@ TranslatedRegion* FindCurrent(u32 pc) {
 }
 
 // The handler that enters a region, or null when its narrow registers are not narrow.
-ThreadedHandler Enter(const TranslatedRegion& region, u32 pc) {
+ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
     if (!NarrowHolds(region.narrow)) return nullptr;
+    visited = &region;
+    visitedAt = pc;
     translatedState.entered = translatedState.codeMemory + EntryAt(pc);
     ++translatorCounts.entries;
     return reinterpret_cast<ThreadedHandler>(shared.enter);
@@ -368,11 +398,12 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
     TranslatedRegion* region = FindCurrent(pc);
     if (region == nullptr) {
         if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
-        u32& seen = looks[pc];
-        if (seen == kNever || ++seen < settings.threshold) return nullptr;
+        i32& seen = looks[pc];
+        if (++seen < settings.threshold) return nullptr;
+        seen = 0;
         region = Translate(pc);
         if (region == nullptr) {
-            looks[pc] = kNever;
+            looks[pc] = -kPause;
             return nullptr;
         }
         region->generation = translatedState.generation;

@@ -734,7 +734,7 @@ TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirs
     Picture before = BenchPicture();
     before.Put(RegisterAt(1), 700, 8);
     before.PutWords(kBenchCode, {30 | 1u << 5 | 30u << 9 | 1u << 16, At(512) | 1u << 7 | 52});
-    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes, {.budget = 5000});
         ASSERT_EQ(result.trace.size(), 1024u) << EngineName(engine);
         EXPECT_EQ(result.trace[1023], 520u);
