@@ -50,6 +50,7 @@ struct TranslatedRegion {
     // Visits from the interpreter that ended soon, and others.
     u32 shortVisits = 0;
     u32 longVisits = 0;
+    u32 pause = 0;  // so many visits are not made
 };
 
 constinit TranslatorOptions settings;
@@ -57,18 +58,19 @@ constinit SharedCode shared;
 constinit size_t codeUsed = 0;
 // By address of code: the region that is entered there.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
-std::vector<std::unique_ptr<TranslatedRegion>> regions;
+std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of their code
 // How often a look found an address; below 0 where it was not worth while.
 std::unordered_map<u32, i32> looks;
-// So many looks later code is tried again that could not be translated or gained nothing.
+// So many looks later code is tried again that could not be translated.
 constexpr i32 kPause = 5000;
 
 // Going into translated code and out of it takes as long as the interpreter needs for some fifty
-// instructions. A region that is left before it has executed so many blocks, again and again, is given up.
+// instructions. A region that is left again and again before it has executed so many blocks is not
+// entered for a while.
 constexpr u32 kShortVisit = 12;
-constexpr u32 kShortVisits = 200;
+constexpr u32 kShortVisits = 100;
+constexpr u32 kMissedVisits = 20000;
 constinit TranslatedRegion* visited = nullptr;
-constinit u32 visitedAt = 0;
 
 void MakeWritable(bool writable) {
     mprotect(translatedState.codeMemory, kCodeMemory,
@@ -86,10 +88,12 @@ const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
 }
 
 const TranslatedRegion* RegionOf(const u8* address) {
-    for (const auto& region : regions) {
-        if (address >= region->code && address < region->code + region->size) return region.get();
-    }
-    return nullptr;
+    const auto after = std::upper_bound(
+        regions.begin(), regions.end(), address,
+        [](const u8* at, const auto& region) { return at < region->code; });
+    if (after == regions.begin()) return nullptr;
+    const TranslatedRegion* const region = (after - 1)->get();
+    return address < region->code + region->size ? region : nullptr;
 }
 
 // The places of the instructions of the block that begins at an offset of the code memory.
@@ -237,7 +241,6 @@ void ForgetEverything() {
 
 TranslatedRegion* FindCurrent(u32 pc);
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
-void Forget(TranslatedRegion& region);
 
 // A visit ends at a place of the log.
 void NoteVisit(u32 place) {
@@ -245,10 +248,7 @@ void NoteVisit(u32 place) {
     const bool isShort = translatedState.log[kLogSize - 1] == 0 && place < kShortVisit;
     ++(isShort ? visited->shortVisits : visited->longVisits);
     if (visited->shortVisits < kShortVisits) return;
-    if (visited->longVisits < kShortVisits / 2) {
-        looks[visitedAt] = -kPause;
-        Forget(*visited);
-    }
+    if (visited->longVisits < kShortVisits / 4) visited->pause = kMissedVisits;
     visited->shortVisits = visited->longVisits = 0;
 }
 
@@ -387,7 +387,6 @@ TranslatedRegion* FindCurrent(u32 pc) {
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
     if (!NarrowHolds(region.narrow)) return nullptr;
     visited = &region;
-    visitedAt = pc;
     translatedState.entered = translatedState.codeMemory + EntryAt(pc);
     ++translatorCounts.entries;
     return reinterpret_cast<ThreadedHandler>(shared.enter);
@@ -407,6 +406,10 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
             return nullptr;
         }
         region->generation = translatedState.generation;
+    }
+    if (region->pause > 0) {
+        --region->pause;
+        return nullptr;
     }
     return Enter(*region, pc);
 }
