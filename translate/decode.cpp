@@ -30,13 +30,13 @@ void DecodeTwoOperands(Instruction& in) {
     const u32 size = number & 3;
     in.length = in.form.length + (in.form.b == Mode::Immediate && size == 3 ? 4 : 0);
     const TwoOperand op = TwoOperandOf(in);
-    const bool known = IsFloatOperation(op) ? size >= 2
-                                            : op <= TwoOperand::Movez || op == TwoOperand::Lea;
+    const bool known =
+        IsFloatOperation(op) ? size >= 2 : op <= TwoOperand::Movez || op == TwoOperand::Lea;
     const u32 wordOfB = HasWord(in.form.a) ? in.words[1] : in.words[0];
     const bool seesHeader = IsInHeader(in.form.a, in.words[0]) ||
                             (op != TwoOperand::Lea && IsInHeader(in.form.b, wordOfB));
-    const bool isLegal = known || op == TwoOperand::Blockmove || number >= 120 ||
-                         (IsFloatOperation(op) && size < 2);
+    const bool isLegal =
+        known || op == TwoOperand::Blockmove || number >= 120 || (IsFloatOperation(op) && size < 2);
     if (known && !seesHeader) {
         in.flow = Flow::Next;
     } else {

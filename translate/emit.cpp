@@ -44,8 +44,8 @@ x86::Mem LogPlace() {
 
 // Notes the block in the log of blocks.
 void EmitNote(Emission& e, size_t number) {
-    const u32 offset = static_cast<u32>(e.base - translatedState.codeMemory) +
-                       static_cast<u32>(e.a.offset());
+    const u32 offset =
+        static_cast<u32>(e.base - translatedState.codeMemory) + static_cast<u32>(e.a.offset());
     e.out.blocks.push_back({static_cast<u32>(e.a.offset()), static_cast<u32>(e.out.places.size()),
                             e.region.blocks[number].count});
     e.firstPlace = static_cast<u32>(e.out.places.size());
@@ -78,7 +78,6 @@ void EmitBranch(Emission& e, const Instruction& in) {
     } else if (!e.flagsFit || looksAtOverflow) {
         e.a.test(x86::r15, x86::r15);
     }
-    const bool isTested = !isParity;
     const int block = BlockAt(e.region, in.target);
     const bool isLast = e.index + 1 == e.block.count;
     if (block >= 0 && isLast) {
@@ -88,7 +87,7 @@ void EmitBranch(Emission& e, const Instruction& in) {
     const Label side = e.a.newLabel();
     e.a.j(CodeOf(condition), side);
     e.sideExits.push_back({side, in.target, e.firstPlace, e.index + 1});
-    e.flagsFit = isTested;
+    e.flagsFit = !isParity;
 }
 
 void EmitTestBranch(Emission& e, const Instruction& in) {
@@ -184,8 +183,8 @@ void EmitLink(Emission& e, const Instruction& in) {
     }
     e.a.lea(x86::r13, x86::ptr(x86::r12, -4));
     e.a.sub(x86::r12d, room);
-    // What was stored at the new SP - and FP, as nothing lies beyond the image - is above all code, and so
-    // is what lies between.
+    // What was stored at the new SP - and FP, as nothing lies beyond the image - is above all code,
+    // and so is what lies between.
     e.safeFrame = 4 - static_cast<i32>(room);
 }
 
@@ -296,8 +295,9 @@ void EmitDepartures(Emission& e) {
 
 // --- The entries of a region
 
-// Where other code comes in: rdx the block, eax its address. Regions that were not compared with the
-// module's code since the interpreter ran are left, and those whose narrow registers are not narrow.
+// Where other code comes in: rdx the block, eax its address. Regions that were not compared with
+// the module's code since the interpreter ran are left, and those whose narrow registers are not
+// narrow.
 void EmitEntryCheck(Emission& e, const Label& check, const u32* generation) {
     e.a.bind(check);
     e.a.mov(x86::rcx, reinterpret_cast<u64>(generation));
@@ -413,11 +413,11 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack) {
     a.mov(x86::r12d, x86::edx);
     a.mov(x86::r13d, x86::ecx);
     a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
-    // The run's number goes on from here when it leaves; an unused last place says that the log has not
-    // come round.
+    // The run's number goes on from here when it leaves; an unused last place says that the log has
+    // not come round.
     a.mov(StateField(offsetof(TranslatedState, numberAtEntry), 8), x86::r8);
     a.xor_(x86::r14d, x86::r14d);
-    a.mov(StateField(offsetof(TranslatedState, log) + 4 * (kLogSize - 1), 4), 0);
+    a.mov(StateField(offsetof(TranslatedState, log) + size_t{4} * (kLogSize - 1), 4), 0);
     a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
     MoveHostRegisters(a, true);
     a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);

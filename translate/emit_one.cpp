@@ -38,8 +38,7 @@ void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
 
 void EmitPushAddress(Emission& e, const Instruction& in) {
     const u32 number = in.mode == Mode::Register ? in.w >> 16 : HighRegister(in.w);
-    const u32 word =
-        in.mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : in.words[0];
+    const u32 word = in.mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : in.words[0];
     RequireStack(e, x86::r12d, 4, Use::Write);
     EmitAddress(e, in.mode, number, word, x86::rax);
     EmitPush(e, 4);

@@ -157,18 +157,17 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
     }
     const u32 wide = size < 2 ? 2 : size;
     LoadValue(e, x86::rax, a, size);
-    Place right = b;
     if (size < 2) {
         LoadValue(e, x86::rcx, b, size);
-        const TwoOperand real = op == TwoOperand::Cmp ? TwoOperand::Sub
+        const TwoOperand real = op == TwoOperand::Cmp    ? TwoOperand::Sub
                                 : op == TwoOperand::Test ? TwoOperand::And
                                                          : op;
         e.a.emit(SimpleInstruction(real), x86::eax, x86::ecx);
     } else {
-        const TwoOperand real = op == TwoOperand::Cmp ? TwoOperand::Sub
+        const TwoOperand real = op == TwoOperand::Cmp    ? TwoOperand::Sub
                                 : op == TwoOperand::Test ? TwoOperand::And
                                                          : op;
-        EmitOnRegister(e, real, x86::rax, right, wide);
+        EmitOnRegister(e, real, x86::rax, b, wide);
     }
     if (SetsFlags(op)) KeepResult(e, x86::rax, size);
     e.flagsFit = SetsFlags(op) && size >= 2;
@@ -265,8 +264,10 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
     if (!IsHost(a) && a.kind == PlaceKind::Memory) e.a.mov(kept, x86::rdx);
     if (b.kind == PlaceKind::Constant) {
         Place extended = b;
-        if (isSigned && size == 0) extended.constant = static_cast<u32>(static_cast<i8>(b.constant));
-        if (isSigned && size == 1) extended.constant = static_cast<u32>(static_cast<i16>(b.constant));
+        if (isSigned && size == 0)
+            extended.constant = static_cast<u32>(static_cast<i8>(b.constant));
+        if (isSigned && size == 1)
+            extended.constant = static_cast<u32>(static_cast<i16>(b.constant));
         LoadValue(e, x86::rcx, extended, isSigned ? wide : size);
     } else if (isSigned) {
         LoadSigned(e, x86::rcx, b, size);
@@ -365,9 +366,9 @@ void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
 void EmitTwoOperands(Emission& e, const Instruction& in) {
     const TwoOperand op = TwoOperandOf(in);
     const u32 size = SizeOf(in);
-    const Place a = PlaceFor(e, in.form.a, NumberIn(in, in.form.aField),
-                             OffsetOf(in, in.form.a, in.words[0]), x86::rdx,
-                             WritesA(op) ? Use::Write : Use::Read);
+    const Place a =
+        PlaceFor(e, in.form.a, NumberIn(in, in.form.aField), OffsetOf(in, in.form.a, in.words[0]),
+                 x86::rdx, WritesA(op) ? Use::Write : Use::Read);
     if (op == TwoOperand::Lea) {
         EmitLoadAddress(e, in, a);
         return;

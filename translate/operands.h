@@ -22,7 +22,7 @@ struct Emission {
     const Region& region;
     const SharedCode& shared;
     Translation& out;
-    u8* base;  // where the code will lie
+    u8* base;                           // where the code will lie
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
@@ -55,8 +55,8 @@ struct Emission {
         : a(assembler), region(translated), shared(common), out(result), base(address) {}
 };
 
-// The label at which the interpreter takes the present instruction over; nothing of it may have been
-// done, but for the immediate slot.
+// The label at which the interpreter takes the present instruction over; nothing of it may have
+// been done, but for the immediate slot.
 asmjit::Label LeaveLabel(Emission& e);
 
 enum class PlaceKind : u8 { Register, Memory, Constant };

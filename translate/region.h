@@ -1,6 +1,6 @@
 #pragma once
-// A region: the code that is reached from one address by what can be seen in the code itself, as far
-// as a limit, cut into blocks. It is what is translated at a time.
+// A region: the code that is reached from one address by what can be seen in the code itself, as
+// far as a limit, cut into blocks. It is what is translated at a time.
 
 #include <vector>
 

@@ -24,8 +24,8 @@ constexpr i32 kNoHost = -1;
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
 
-// How much of the processor's stack calls may take, in bytes: RETURN finds there, by the processor's own
-// return, the code behind the CALL, and looks whether it is the one that is meant.
+// How much of the processor's stack calls may take, in bytes: RETURN finds there, by the
+// processor's own return, the code behind the CALL, and looks whether it is the one that is meant.
 constexpr i32 kHostStackSize = 65536;
 
 // The places of the log, so many that a byte counts them.
@@ -38,11 +38,11 @@ struct TranslatedState {
     u8* entries = nullptr;
     u64 entriesSize = 0;  // bytes
     u8* codeMemory = nullptr;
-    // Regions have been compared with the module's code since the interpreter ran last, if they hold
-    // this number.
+    // Regions have been compared with the module's code since the interpreter ran last, if they
+    // hold this number.
     u32 generation = 0;
-    // The end of the translated code in the image. What is stored below it, or not far above it by a
-    // push, may change that code, and is left to the interpreter.
+    // The end of the translated code in the image. What is stored below it, or not far above it by
+    // a push, may change that code, and is left to the interpreter.
     u32 floor = 0;
     u32 pushFloor = 0;  // kFloorRoom above it
     // Where to go on when translated code is entered, and how many instructions had been executed.
@@ -53,13 +53,13 @@ struct TranslatedState {
     u64 hostStackLimit = 0;
     // Where a division keeps the address of its operand.
     u64 kept = 0;
-    // The blocks that were executed last, by their offsets in the code memory, from place 0 on and around
-    // again. Place kLogSize - 1 is 0 until the log has come round.
+    // The blocks that were executed last, by their offsets in the code memory, from place 0 on and
+    // around again. Place kLogSize - 1 is 0 until the log has come round.
     u32 log[kLogSize] = {};
 };
 extern TranslatedState translatedState;
 
 // Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
-extern std::array<i8, 16> hostOf;
+extern std::array<i32, 16> hostOf;
 
 }  // namespace moxi

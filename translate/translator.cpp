@@ -1,10 +1,14 @@
 #include "translate/translator.h"
 
+#include <pthread.h>
+#include <semaphore.h>
 #include <sys/mman.h>
 #include <ucontext.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <span>
 #include <unordered_map>
@@ -18,7 +22,7 @@
 namespace moxi {
 
 constinit TranslatedState translatedState;
-constinit std::array<i8, 16> hostOf = {};
+constinit std::array<i32, 16> hostOf = {};
 constinit TranslatorCounts translatorCounts;
 
 namespace {
@@ -81,16 +85,16 @@ void MakeWritable(bool writable) {
 
 // The place at or before an offset of a region's code.
 const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
-    const auto after = std::upper_bound(
-        region.places.begin(), region.places.end(), offset,
-        [](size_t at, const CodePlace& place) { return at < place.offset; });
+    const auto after =
+        std::upper_bound(region.places.begin(), region.places.end(), offset,
+                         [](size_t at, const CodePlace& place) { return at < place.offset; });
     return after == region.places.begin() ? nullptr : &*(after - 1);
 }
 
 const TranslatedRegion* RegionOf(const u8* address) {
-    const auto after = std::upper_bound(
-        regions.begin(), regions.end(), address,
-        [](const u8* at, const auto& region) { return at < region->code; });
+    const auto after =
+        std::upper_bound(regions.begin(), regions.end(), address,
+                         [](const u8* at, const auto& region) { return at < region->code; });
     if (after == regions.begin()) return nullptr;
     const TranslatedRegion* const region = (after - 1)->get();
     return address < region->code + region->size ? region : nullptr;
@@ -101,9 +105,9 @@ std::span<const CodePlace> BlockFrom(u32 offset) {
     const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
     if (region == nullptr) return {};
     const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
-    const auto found = std::lower_bound(
-        region->blocks.begin(), region->blocks.end(), inside,
-        [](const BlockPlace& block, u32 at) { return block.offset < at; });
+    const auto found =
+        std::lower_bound(region->blocks.begin(), region->blocks.end(), inside,
+                         [](const BlockPlace& block, u32 at) { return block.offset < at; });
     if (found == region->blocks.end() || found->offset != inside) return {};
     return std::span(region->places).subspan(found->firstPlace, found->count);
 }
@@ -133,15 +137,18 @@ constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RS
                                       REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
                                       REG_R12, REG_R13, REG_R14, REG_R15};
 
-// A fault in translated code: what the processor's registers held goes into the header.
-void OnFaultInCode(void* context) {
+// Where translated code was interrupted, or null: what the processor's registers held goes into the
+// header.
+const CodePlace* SettleInterrupted(void* context) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    const u8* const at = reinterpret_cast<const u8*>(registers[REG_RIP]);
-    if (at < translatedState.codeMemory || at >= translatedState.codeMemory + kCodeMemory) return;
+    const u64 offset = static_cast<u64>(registers[REG_RIP]) -
+                       reinterpret_cast<u64>(translatedState.codeMemory);
+    if (offset >= kCodeMemory) return nullptr;
+    const u8* const at = translatedState.codeMemory + offset;
     const TranslatedRegion* const region = RegionOf(at);
-    if (region == nullptr) return;
+    if (region == nullptr) return nullptr;
     const CodePlace* const place = PlaceAt(*region, static_cast<size_t>(at - region->code));
-    if (place == nullptr) return;
+    if (place == nullptr) return nullptr;
     for (u32 number = 0; number < 16; ++number) {
         if (hostOf[number] == kNoHost) continue;
         const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
@@ -150,7 +157,39 @@ void OnFaultInCode(void* context) {
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
     lastThreadedResult = registers[REG_R15];
+    return place;
+}
+
+void OnFaultInCode(void* context) {
+    const CodePlace* const place = SettleInterrupted(context);
+    if (place == nullptr) return;
+    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     WriteTrace(static_cast<u32>(registers[REG_R14]), place->index + 1);
+}
+
+// --- Another thread looks
+
+constexpr int kSettleSignal = SIGUSR2;
+pthread_t moduleThread;
+sem_t isSettled;
+
+void OnSettle(int, siginfo_t*, void* context) {
+    const CodePlace* const place = SettleInterrupted(context);
+    if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
+    sem_post(&isSettled);
+}
+
+void InstallSettling() {
+    static bool isInstalled = false;
+    moduleThread = pthread_self();
+    if (isInstalled) return;
+    isInstalled = true;
+    sem_init(&isSettled, 0, 0);
+    struct sigaction action = {};
+    action.sa_sigaction = OnSettle;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(kSettleSignal, &action, nullptr);
 }
 
 // --- Code memory
@@ -205,7 +244,8 @@ void ChooseHosts(const Region& region) {
     std::array<u32, 16> uses = {};
     for (const Instruction& in : region.instructions) {
         if (in.kind == InstructionClass::TwoOperands) {
-            if (in.form.aField != Field::None && in.form.a != Mode::Quick) ++uses[LowRegister(in.w)];
+            if (in.form.aField != Field::None && in.form.a != Mode::Quick)
+                ++uses[LowRegister(in.w)];
             if (in.form.bField != Field::None && in.form.b != Mode::Quick) {
                 ++uses[in.form.bField == Field::High ? HighRegister(in.w) : LowRegister(in.w)];
             }
@@ -220,7 +260,7 @@ void ChooseHosts(const Region& region) {
             const bool isFree = hostOf[number] == kNoHost;
             if (isFree && (hostOf[best] != kNoHost || uses[number] > uses[best])) best = number;
         }
-        hostOf[best] = static_cast<i8>(host);
+        hostOf[best] = static_cast<i32>(host);
     }
 }
 
@@ -252,9 +292,9 @@ void NoteVisit(u32 place) {
     visited->shortVisits = visited->longVisits = 0;
 }
 
-// The handler in which a run goes on that leaves translated code, with the place in the log in place of
-// the number of instructions, and for the word how many of the last block were executed. What the
-// interpreter and the services do may change the module's code.
+// The handler in which a run goes on that leaves translated code, with the place in the log in
+// place of the number of instructions, and for the word how many of the last block were executed.
+// What the interpreter and the services do may change the module's code.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     NoteVisit(static_cast<u32>(trace));
@@ -263,8 +303,8 @@ void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
 }
 
-
-// The same for a run that comes to a region which has not been compared with the module's code since.
+// The same for a run that comes to a region which has not been compared with the module's code
+// since.
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
@@ -323,9 +363,9 @@ TranslatedRegion* Translate(u32 pc) {
     if (regions.empty()) {
         ChooseHosts(region);
         MakeWritable(true);
-        const std::vector<u8> bytes = EmitSharedCode(
-            translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
-            reinterpret_cast<const void*>(OnArrival), shared);
+        const std::vector<u8> bytes =
+            EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
+                           reinterpret_cast<const void*>(OnArrival), shared);
         std::memcpy(translatedState.codeMemory, bytes.data(), bytes.size());
         MakeWritable(false);
         codeUsed = (bytes.size() + 63) / 64 * 64;
@@ -364,7 +404,8 @@ TranslatedRegion* Translate(u32 pc) {
 
 bool NarrowHolds(u16 narrow) {
     for (u32 number = 0; number < 16; ++number) {
-        if ((narrow >> number & 1) != 0 && Load<u32>(RegisterAddress(number) + 4) != 0) return false;
+        if ((narrow >> number & 1) != 0 && Load<u32>(RegisterAddress(number) + 4) != 0)
+            return false;
     }
     return true;
 }
@@ -422,10 +463,19 @@ bool StartTranslator(const TranslatorOptions& options) {
     if (!MakeCodeMemory() || !MakeEntries()) return false;
     settings = options;
     ForgetEverything();
+    InstallSettling();
     translatedCodeAt = CodeAt;
     beforeFault = OnFaultInCode;
     nextTranslationCheck = 0;
     return true;
+}
+
+void SettleTranslatedRun() {
+    if (translatedCodeAt == nullptr || pthread_equal(pthread_self(), moduleThread) != 0) return;
+    timespec end = {};
+    clock_gettime(CLOCK_REALTIME, &end);
+    ++end.tv_sec;
+    if (pthread_kill(moduleThread, kSettleSignal) == 0) sem_timedwait(&isSettled, &end);
 }
 
 void StopTranslator() {

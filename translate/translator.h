@@ -15,12 +15,16 @@ struct TranslatorOptions {
     u32 traceDepth = 16;
 };
 
-// Lets the interpreter of the loaded image translate. An earlier image's code is forgotten. False when
-// there is no memory to execute from; the interpreter then goes on by itself.
+// Lets the interpreter of the loaded image translate. An earlier image's code is forgotten. False
+// when there is no memory to execute from; the interpreter then goes on by itself.
 bool StartTranslator(const TranslatorOptions& options);
 
 // The interpreter goes on by itself from the next message on.
 void StopTranslator();
+
+// Brings into the header what the running module's registers hold, where another thread than its
+// own is about to look at the image of a run that does not end. Waits a second at most.
+void SettleTranslatedRun();
 
 // How much there is, for tests and benchmarks.
 struct TranslatorCounts {

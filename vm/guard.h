@@ -33,8 +33,8 @@ void CheckAccess(u32 address, u32 size);
 // May be nested.
 void RunGuarded(void (*run)());
 
-// Told of an access outside the image before its run is given up, in the signal's handler and with the
-// handler's ucontext_t: brings into the header what a run kept in the processor's registers.
+// Told of an access outside the image before its run is given up, in the signal's handler and with
+// the handler's ucontext_t: brings into the header what a run kept in the processor's registers.
 extern void (*beforeFault)(void* context);
 
 // The reservation. ReserveImage returns the address of an accessible, zero-filled block of `size`

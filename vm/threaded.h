@@ -41,6 +41,6 @@ extern const ThreadedHandler executeByInterpreter;
 // The newest result that set the flags, sign-extended from its size, while handlers run.
 extern i64 lastThreadedResult;
 
-// Handlers store each instruction in the PC trace, translated code the first one of a block. Fills in
-// what is missing among the newest `count` entries.
+// Handlers store each instruction in the PC trace, translated code the first one of a block. Fills
+// in what is missing among the newest `count` entries.
 void CompletePcTrace(u32 count);

@@ -52,7 +52,8 @@ Outcome OutcomeOfEnd() {
 }
 
 // Everything is translated at its first execution.
-constexpr moxi::TranslatorOptions kTranslateAll = {.interval = 0, .threshold = 1, .traceDepth = 250};
+constexpr moxi::TranslatorOptions kTranslateAll = {
+    .interval = 0, .threshold = 1, .traceDepth = 250};
 
 RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOptions& options) {
     const bool traced = engine == Engine::Traced;
