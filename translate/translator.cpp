@@ -141,8 +141,8 @@ constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RS
 // header.
 const CodePlace* SettleInterrupted(void* context) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    const u64 offset = static_cast<u64>(registers[REG_RIP]) -
-                       reinterpret_cast<u64>(translatedState.codeMemory);
+    const u64 offset =
+        static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
     if (offset >= kCodeMemory) return nullptr;
     const u8* const at = translatedState.codeMemory + offset;
     const TranslatedRegion* const region = RegionOf(at);
