@@ -19,9 +19,7 @@ Place PlaceOfOperand(Emission& e, const Instruction& in, Use use) {
 // The pushed value in rax.
 void EmitPush(Emission& e, u32 bytes) {
     const u32 size = bytes == 2 ? 1 : bytes == 4 ? 2 : 3;
-    x86::Mem to = x86::ptr(kImage, x86::r12, 0, -static_cast<i32>(bytes));
-    to.setSize(bytes);
-    e.a.mov(to, Sized(x86::rax, size));
+    e.a.mov(x86::Mem(kImage, x86::r12, 0, -static_cast<i32>(bytes), bytes), Sized(x86::rax, size));
     e.a.sub(x86::r12d, bytes);
 }
 
@@ -48,8 +46,7 @@ void EmitPop(Emission& e, const Instruction& in, u32 size) {
     const Place place = PlaceOfOperand(e, in, Use::Write);
     const u32 bytes = PushedBytes(size);
     RequireStack(e, x86::r12d, 0, Use::Read);
-    x86::Mem from = x86::ptr(kImage, x86::r12);
-    from.setSize(bytes);
+    const x86::Mem from(kImage, x86::r12, 0, 0, bytes);
     if (bytes == 2) {
         e.a.movzx(x86::eax, from);
     } else {

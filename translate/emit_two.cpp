@@ -80,20 +80,14 @@ Place FillSlot(Emission& e, const Instruction& in, u32 size) {
     Place place;
     place.kind = PlaceKind::Constant;
     place.constant = ConstantOf(in, size);
-    const x86::Mem slot = x86::ptr(kImage, static_cast<i32>(kImmediateSlot));
+    constexpr i32 kSlot = kImmediateSlot;
     if (size != 3) {
-        x86::Mem low = slot;
-        low.setSize(4);
-        e.a.mov(low, static_cast<u32>(place.constant));
-        return place;
-    }
-    x86::Mem whole = slot;
-    whole.setSize(8);
-    if (FitsSigned32(place.constant)) {
-        e.a.mov(whole, static_cast<i64>(place.constant));
+        e.a.mov(x86::dword_ptr(kImage, kSlot), static_cast<u32>(place.constant));
+    } else if (FitsSigned32(place.constant)) {
+        e.a.mov(x86::qword_ptr(kImage, kSlot), static_cast<i64>(place.constant));
     } else {
         e.a.mov(x86::rax, place.constant);
-        e.a.mov(whole, x86::rax);
+        e.a.mov(x86::qword_ptr(kImage, kSlot), x86::rax);
     }
     return place;
 }

@@ -24,10 +24,11 @@ void Compare(Emission& e, const x86::Gp& address, Use use) {
     e.a.jb(LeaveLabel(e));
 }
 
+// The address stands in a whole register, its upper half clear.
 Place MemoryAt(const x86::Gp& address) {
     Place place;
     place.kind = PlaceKind::Memory;
-    place.memory = x86::ptr(kImage, address.r64());
+    place.memory = x86::ptr(kImage, address);
     return place;
 }
 
