@@ -27,11 +27,7 @@ _moxi() {
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --soundfont --full-screen --headless
             --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
-<<<<<<< HEAD
-            --render-audio --no-sandbox --no-translate --debug --profile --watch --bundle" "$word"
-=======
-            --render-audio --no-sandbox --debug --profile --watch --bundle --new --c" "$word"
->>>>>>> main
+            --render-audio --no-sandbox --no-translate --debug --profile --watch --bundle --new --c" "$word"
     else
         _moxi_files .MX "$word"
     fi
