@@ -41,7 +41,10 @@
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
+#include "vm/slots.h"
+#include "vm/threaded.h"
 
 namespace {
 
@@ -116,6 +119,17 @@ void StartHelpers(const Options& options) {
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
+}
+
+// With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
+void StartTranslation() {
+    moxi::TranslatorOptions translator;
+    const char* const wish = std::getenv("MOXI_TRANSLATE");
+    if (wish != nullptr && std::string_view(wish) == "all") {
+        translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
+    }
+    if (!kThreaded || moxi::StartTranslator(translator)) return;
+    SystemLog("modules are interpreted: there is no memory to execute translations from");
 }
 
 // SDL can be told to write the sound to a file in place of a device.
@@ -205,6 +219,7 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
+    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
     TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {

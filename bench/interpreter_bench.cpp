@@ -14,6 +14,7 @@
 #include "bench/mx_kernel.h"
 #include "bench/native_kernels.h"
 #include "bench/table.h"
+#include "translate/translator.h"
 
 namespace {
 
@@ -83,6 +84,7 @@ u32 MeasureMachine(int runs, Result& result) {
     const NativeKernel& kernel = *result.kernel;
     const std::string error = mx_kernel::LoadKernel(kKernelFolder + kernel.name + ".mxs");
     if (!error.empty()) Fail(error);
+    if (std::getenv("MOXI_TRANSLATE") != nullptr) moxi::StartTranslator({});
     const auto setup = [&] { mx_kernel::SendKernel(mx_kernel::kSetup, kernel.size); };
     const auto run = [&] { mx_kernel::SendKernel(mx_kernel::kRun, kernel.size); };
     setup();
