@@ -1,5 +1,6 @@
 // The translator, with any bytes as a module, or with a valid module that the input changes in
-// places. What it refuses it says a line about, and what it accepts becomes a module of the machine.
+// places. What it refuses it says a line about, and what it accepts becomes a module of the
+// machine.
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -35,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static const char* const files = std::getenv("MOXI_FUZZ_FILES");
     FuzzedDataProvider input(data, size);
     moxi::TranslateOptions options;
-    options.libraryFolder = std::string(files != nullptr ? files : "fuzz/corpus") + "/../../library";
+    options.libraryFolder =
+        std::string(files != nullptr ? files : "fuzz/corpus") + "/../../library";
     options.calls = true;
     options.checkBounds = input.ConsumeBool();
     options.wantAssembly = input.ConsumeBool();

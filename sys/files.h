@@ -60,8 +60,8 @@ int OpenResource(const char* name);
 // opened or 96 files are open.
 u32 OpenFile(const char* name, u32 mode);
 
-// Opens the module's file for reading: as kOpenRead does, but in the data folder only where what lies
-// there is the game's own.
+// Opens the module's file for reading: as kOpenRead does, but in the data folder only where what
+// lies there is the game's own.
 u32 OpenModule(const char* name);
 
 // Opens `name` as kOpenCreate does, for a file that the host writes whole and at once: when the

@@ -3,10 +3,7 @@
 #include <iostream>
 
 #include "tools/mxasm_command.h"
-#include "tools/terminal_errors.h"
 
 int main(int argc, char** argv) {
-    TerminalErrors buffer(std::cerr);
-    std::ostream errors(&buffer);
-    return RunMxasm({argv + 1, argv + argc}, std::cout, errors);
+    return RunMxasm({argv + 1, argv + argc}, std::cout, std::cerr);
 }

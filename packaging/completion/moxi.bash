@@ -18,7 +18,7 @@ _moxi() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     COMPREPLY=()
     case $before in
-        --run-ms | --date) return ;;
+        --run-ms | --date | --data-limit) return ;;
         --desktop) _moxi_options "1280x800 1920x1080 2560x1440" "$word"; return ;;
         --soundfont) _moxi_files "" "$word"; return ;;
         --data-folder | --bundle | --new | --script | --dump-image | --dump-screen | --dump-view | --trace | \

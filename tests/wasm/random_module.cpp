@@ -135,15 +135,13 @@ class Maker {
             return Chance(50)
                        ? std::bit_cast<u32>(
                              static_cast<float>(static_cast<i64>(any) >> (20 + Below(40))) / 64)
-                       : Quieted(any & 0xFFFFFFFF);
+                       : any & 0xFFFFFFFF;
         }
         if (Chance(60)) return kDoubles[Below(std::size(kDoubles))];
         return Chance(50) ? std::bit_cast<u64>(
                                 static_cast<double>(static_cast<i64>(any) >> (10 + Below(50))) / 64)
                           : any;
     }
-
-    static u64 Quieted(u64 bits) { return bits; }
 
     void Constant(char type, u64 bits) {
         switch (type) {
@@ -700,6 +698,93 @@ class Maker {
         Op(0x0B);
     }
 
+    // A local is made of itself, as compilers do at the heads and ends of loops.
+    void Update(u32 depth) {
+        static constexpr u64 kMasks[] = {0xFF, 0xFFFF, 0x7F, 1,          3,
+                                         24,   16,     8,    0x7FFFFFFF, 0xFFFFFFFF};
+        const char type = Chance(70) ? 'i' : 'I';
+        const u32 local = LocalOf(type);
+        const u32 base = type == 'i' ? 0x6A : 0x7C;  // add
+        Op(0x20, local);
+        if (Chance(70)) {
+            static constexpr u8 kChanges[] = {0, 1, 7, 8, 9, 10, 11, 12};
+            const u32 change = kChanges[Below(std::size(kChanges))];
+            if (Chance(70))
+                Constant(type, kMasks[Below(std::size(kMasks))]);
+            else
+                Value(type, depth - 1);
+            Op(base + change);
+            if (Chance(30)) {
+                // Widened again by shifts or by masks.
+                const u64 count = type == 'i' ? 24 - 8 * Below(2) : 32 + 16 * Below(2);
+                Constant(type, count);
+                Op(base + 10);
+                Constant(type, count);
+                Op(base + 11 + Below(2));
+            }
+        } else {
+            static constexpr u8 kLong[] = {0xC0, 0xC1};
+            static constexpr u8 kQuad[] = {0xC2, 0xC3, 0xC4};
+            Op(type == 'i' ? kLong[Below(2)] : kQuad[Below(3)]);
+        }
+        Op(0x21, local);
+    }
+
+    // A loop that reads bytes until one is found, with its end in the middle.
+    void Scan(u32 depth) {
+        if (!hasMemory) return;
+        const u32 value = LocalOf('i');
+        u32 place = LocalOf('i');
+        const u32 counter = static_cast<u32>(locals.size());
+        locals += 'x';
+        if (place == value) place = counter;
+        const auto load = [&] {
+            Op(0x20, place);
+            Constant('i', 0x3FF);
+            Op(0x71);
+            Op(Chance(80) ? 0x2D : 0x2C);
+            MemoryArgument(Below(100), 1);
+            Op(0x21, value);
+        };
+        load();
+        Op(0x03, 0x40);
+        labels.push_back({""});
+        UseFuel();
+        Op(0x02, 0x40);
+        labels.push_back({""});
+        Op(0x20, value);
+        Constant('i', 0xFF);
+        Op(0x71);
+        Op(0x22, value);
+        Constant('i', Chance(50) ? 0 : Below(256));
+        Op(0x47);
+        Op(0x0D, 0);
+        Statements(1, depth - 1);
+        Op(0x0C, static_cast<u32>(labels.size() - 1 - scanEnd));
+        labels.pop_back();
+        Op(0x0B);
+        Statements(1, depth - 1);
+        Op(0x20, place);
+        Constant('i', 1);
+        Op(0x6A);
+        Op(0x21, place);
+        load();
+        Op(0x0C, 0);
+        labels.pop_back();
+        Op(0x0B);
+    }
+
+    void ScanInBlock(u32 depth) {
+        Op(0x02, 0x40);
+        const size_t outer = scanEnd;
+        scanEnd = labels.size();
+        labels.push_back({""});
+        Scan(depth);
+        labels.pop_back();
+        scanEnd = outer;
+        Op(0x0B);
+    }
+
     void TableStatement(u32) {
         if (!hasTable) return;
         if (passiveElements != 0 && Chance(50)) {
@@ -730,10 +815,14 @@ class Maker {
         if (budget == 0 || depth == 0) return;
         --budget;
         const u32 choice = Below(100);
-        if (choice < 30) {
+        if (choice < 20) {
             const char type = AnyType();
             Value(type, depth - 1);
             Op(0x21, LocalOf(type));
+        } else if (choice < 28) {
+            Update(depth);
+        } else if (choice < 30) {
+            ScanInBlock(depth);
         } else if (choice < 40) {
             if (immutableFrom < 2) return;
             const u32 global = 1 + Below(immutableFrom - 1);
@@ -1093,6 +1182,7 @@ class Maker {
     std::string locals;
     std::vector<u32> counters;
     std::vector<Label> labels;
+    size_t scanEnd = 0;  // the label behind the innermost scan
     u32 budget = 0;
 };
 
