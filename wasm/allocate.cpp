@@ -55,7 +55,8 @@ struct Allocator {
     std::vector<Variable> leader{};  // of the variables joined with this one
     std::vector<u64> weights{};
     std::vector<Copy> copies{};
-    std::vector<std::vector<std::pair<u8, u64>>> hints{};  // registers that a variable is copied from or to
+    std::vector<std::vector<std::pair<u8, u64>>>
+        hints{};  // registers that a variable is copied from or to
     Occupied registers[kRegisters]{};
     std::vector<Occupied> slots{};
 
@@ -92,12 +93,14 @@ void Allocator::CollectWeights() {
     for (u32 i = 0; i < code.instructions.size(); ++i) {
         const Instruction& instruction = code.instructions[i];
         const u64 weight = WeightOf(code.depths[i]);
-        ForEachVariable(instruction, [&](Variable variable, bool, bool) { weights[variable] += weight; });
+        ForEachVariable(instruction,
+                        [&](Variable variable, bool, bool) { weights[variable] += weight; });
         // A base that lies in the frame has to be fetched first.
         for (const Operand* operand : {&instruction.a, &instruction.b}) {
             if (operand->place == Place::Indexed) weights[operand->variable] += 3 * weight;
         }
-        if (IsCopy(instruction)) copies.push_back({instruction.a.variable, instruction.b.variable, weight});
+        if (IsCopy(instruction))
+            copies.push_back({instruction.a.variable, instruction.b.variable, weight});
     }
 }
 
@@ -140,7 +143,8 @@ void Allocator::CollectHints() {
         if ((copy.to < kFirstVariable) == (copy.from < kFirstVariable)) continue;
         const Variable machine = std::min(copy.to, copy.from);
         const Variable variable = Leader(std::max(copy.to, copy.from));
-        if (machine < kRegisters) hints[variable].emplace_back(static_cast<u8>(machine), copy.weight);
+        if (machine < kRegisters)
+            hints[variable].emplace_back(static_cast<u8>(machine), copy.weight);
     }
 }
 
@@ -188,9 +192,9 @@ void Allocator::Color() {
         for (const Range& range : live.ranges[v]) length += range.to - range.from;
         candidates.push_back({v, static_cast<f64>(weights[v]) / static_cast<f64>(length + 4)});
     }
-    std::stable_sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
-        return a.priority > b.priority;
-    });
+    std::stable_sort(
+        candidates.begin(), candidates.end(),
+        [](const Candidate& a, const Candidate& b) { return a.priority > b.priority; });
     for (const Candidate& candidate : candidates) Place(candidate.variable);
 }
 

@@ -43,7 +43,8 @@ struct Writer {
 std::string LabelFor(const std::string& name, u32 address, std::set<std::string>& taken) {
     std::string label = "f_";
     for (const char c : name) {
-        const bool isPlain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        const bool isPlain =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
         label += isPlain ? c : '_';
     }
     if (!taken.insert(label).second) label += "_" + Hex(address);
@@ -70,7 +71,8 @@ bool Writer::IsTable(u32 address) const {
 // Where branches and tables go to.
 void Writer::NameTargets(u32 end) {
     const auto name = [&](u32 target) {
-        if (target >= kHeaderSize && target < end && target % 4 == 0) labels.emplace(target, "at_" + Hex(target));
+        if (target >= kHeaderSize && target < end && target % 4 == 0)
+            labels.emplace(target, "at_" + Hex(target));
     };
     for (u32 address = kHeaderSize; address < end;) {
         if (IsTable(address)) {
@@ -150,8 +152,8 @@ void Writer::WriteData(u64 from) {
 void Writer::Run() {
     const u32 end = code.base + static_cast<u32>(code.bytes.size());
     const auto field = [&](u32 offset) { return std::to_string(WordAt(offset)); };
-    text = "        .stack  " + field(kHeaderStackSize) + "\n        .heap   " + field(kHeaderHeapSize) +
-           "\n        .code\n";
+    text = "        .stack  " + field(kHeaderStackSize) + "\n        .heap   " +
+           field(kHeaderHeapSize) + "\n        .code\n";
     NameFunctions(end);
     NameTargets(end);
     WriteCode(end);

@@ -15,14 +15,14 @@ constexpr u32 kFewCases = 3;  // a jump table takes three instructions
 
 struct Frame {
     Opcode opcode = Opcode::Block;
-    u32 label = kNoLabel;      // where a branch goes; none for the function itself
+    u32 label = kNoLabel;  // where a branch goes; none for the function itself
     u32 elseLabel = kNoLabel;
-    bool isUsed = false;       // by a branch
+    bool isUsed = false;  // by a branch
     bool wasReachable = true;
-    u64 height = 0;            // of the stack below the parameters
+    u64 height = 0;  // of the stack below the parameters
     BlockType type;
-    std::vector<Variable> variables;   // what a branch assigns
-    std::vector<NodeId> parameters;    // of an if, for its else
+    std::vector<Variable> variables;  // what a branch assigns
+    std::vector<NodeId> parameters;   // of an if, for its else
 };
 
 // A call through the table whose entry has the wrong type.
@@ -187,7 +187,8 @@ void Builder::SettleReaders(Variable variable) {
 }
 
 void Builder::SettleForCall() {
-    SettleWhere([](const Node& node) { return node.readsMemory || node.readsGlobals || node.traps; });
+    SettleWhere(
+        [](const Node& node) { return node.readsMemory || node.readsGlobals || node.traps; });
 }
 
 // --- Control
@@ -207,7 +208,8 @@ void Builder::MoveTo(const std::vector<Variable>& variables) {
     std::vector<NodeId> values(stack.end() - static_cast<i64>(count), stack.end());
     for (u64 i = 0; i < count; ++i) {
         bool isRead = false;
-        for (const Variable variable : variables) isRead |= ReadsVariable(select.trees, values[i], variable);
+        for (const Variable variable : variables)
+            isRead |= ReadsVariable(select.trees, values[i], variable);
         if (isRead || !IsLeaf(select.trees, values[i])) {
             const ValueType type = select.trees[values[i]].type;
             values[i] = MakeVariable(select.trees, type, select.InNewVariable(values[i]));
@@ -217,7 +219,8 @@ void Builder::MoveTo(const std::vector<Variable>& variables) {
 }
 
 void Builder::Return() {
-    const std::vector<ValueType>& results = module.types[module.functions[select.function].type].results;
+    const std::vector<ValueType>& results =
+        module.types[module.functions[select.function].type].results;
     const u64 count = results.size();
     std::vector<Variable> values;
     if (count > 1) {
@@ -589,10 +592,12 @@ void Builder::SetGlobal(u32 number, NodeId value) {
     const Operand cell = AtAddress(Base::Data, plan.globalCells[number]);
     const Node node = select.trees[value];
     const auto plain = static_cast<Plain>(node.code);
-    const bool isSum = node.kind == NodeKind::Plain && (plain == Plain::I32Add || plain == Plain::I64Add);
+    const bool isSum =
+        node.kind == NodeKind::Plain && (plain == Plain::I32Add || plain == Plain::I64Add);
     if (isSum) {
         const Node& first = select.trees[node.a];
-        if (first.kind == NodeKind::Global && first.value == number && IsLeaf(select.trees, node.b)) {
+        if (first.kind == NodeKind::Global && first.value == number &&
+            IsLeaf(select.trees, node.b)) {
             select.Two(TwoOperand::Add, size, cell, select.Source(node.b, size));
             return;
         }
@@ -620,7 +625,8 @@ void Builder::Variables(u8 opcode) {
                 const Variable result = select.NewVariable();
                 select.Put(result, ValueType::I32, Number(0, Base::Memory));
                 PushVariable(ValueType::I32, result);
-            } else if (!global.isMutable && global.initial.kind == ConstantExpression::Kind::Value) {
+            } else if (!global.isMutable &&
+                       global.initial.kind == ConstantExpression::Kind::Value) {
                 stack.push_back(MakeConstant(select.trees, global.type, global.initial.value));
             } else {
                 Push(MakeGlobal(select.trees, global.type, number));
@@ -662,8 +668,8 @@ void Builder::Prefixed() {
     }
     if (operation == Prefixed::DataDrop || operation == Prefixed::ElemDrop) {
         const u32 cells = operation == Prefixed::DataDrop ? plan.dataCells : plan.elementCells;
-        select.Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::Data, cells + 8 * segment + 4),
-                   Number(0));
+        select.Two(TwoOperand::Move, OperandSize::Long,
+                   AtAddress(Base::Data, cells + 8 * segment + 4), Number(0));
         return;
     }
     // The indices of the memory or the tables, which are all 0.
@@ -864,7 +870,8 @@ void Builder::Instruction() {
 void Builder::Declare(const FunctionType& type) {
     localTypes = type.parameters;
     const Function& function = module.functions[select.function];
-    for (const Locals& run : function.locals) localTypes.insert(localTypes.end(), run.count, run.type);
+    for (const Locals& run : function.locals)
+        localTypes.insert(localTypes.end(), run.count, run.type);
     for (u32 i = 0; i < localTypes.size(); ++i) {
         locals.push_back(select.NewVariable());
         MarkLocal(locals.back());

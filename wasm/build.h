@@ -5,8 +5,8 @@
 
 namespace moxi {
 
-// The instructions of a function that has been validated. An imported function becomes one that does
-// what the import stands for, so that it has an address, too.
+// The instructions of a function that has been validated. An imported function becomes one that
+// does what the import stands for, so that it has an address, too.
 FunctionCode BuildFunction(ModulePlan& plan, u32 index);
 
 }  // namespace moxi

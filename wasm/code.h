@@ -31,9 +31,9 @@ enum class Place : u8 {
 // What is added to a value when all addresses are known.
 enum class Base : u8 {
     None,
-    Memory,    // the image address of linear memory's first byte
-    Cartridge, // the same of the module that is linked to this one
-    Data,      // the image address of the translator's own data
+    Memory,     // the image address of linear memory's first byte
+    Cartridge,  // the same of the module that is linked to this one
+    Data,       // the image address of the translator's own data
     Function,  // value is the number of a function in the whole image, which stands for its address
 };
 
@@ -66,14 +66,15 @@ inline bool IsMemory(const Operand& operand) {
 }
 
 enum class Kind : u8 {
-    Nothing,       // was removed
-    Two,           // a TwoOperand of `size` on a and b
-    One,           // a OneOperand of `size` on a
-    Branch,        // on flags, to label `target`
-    TestBranch,    // tests a at `size`, to label `target`
-    Jump,          // to label `target`
-    Label,         // `target` stands here
-    Call,          // function `target` of the image; `arguments` registers are passed, `pushed` bytes on the stack
+    Nothing,     // was removed
+    Two,         // a TwoOperand of `size` on a and b
+    One,         // a OneOperand of `size` on a
+    Branch,      // on flags, to label `target`
+    TestBranch,  // tests a at `size`, to label `target`
+    Jump,        // to label `target`
+    Label,       // `target` stands here
+    Call,  // function `target` of the image; `arguments` registers are passed, `pushed` bytes on
+           // the stack
     CallRoutine,   // routine `target` of the runtime
     CallRegister,  // through the variable a
     TableJump,     // through table `target` of the function, a is the index times 4

@@ -61,7 +61,7 @@ struct ByteCursor {
         return start;
     }
 
-private:
+  private:
     u64 UnsignedLong(u32 bits) {
         u64 value = 0;
         for (u32 shift = 0;; shift += 7) {

@@ -57,11 +57,16 @@ struct Encoder {
     void ValueWord(i64 value, Base base) {
         switch (base) {
             case Base::None: break;
-            case Base::Memory: out.fixups.push_back({Fixup::Kind::Memory, Here(), 0, out.module}); break;
+            case Base::Memory:
+                out.fixups.push_back({Fixup::Kind::Memory, Here(), 0, out.module});
+                break;
             case Base::Cartridge: out.fixups.push_back({Fixup::Kind::Memory, Here(), 0, 1}); break;
-            case Base::Data: out.fixups.push_back({Fixup::Kind::Data, Here(), 0, out.module}); break;
+            case Base::Data:
+                out.fixups.push_back({Fixup::Kind::Data, Here(), 0, out.module});
+                break;
             case Base::Function:
-                out.fixups.push_back({Fixup::Kind::Function, Here(), static_cast<u32>(value), out.module});
+                out.fixups.push_back(
+                    {Fixup::Kind::Function, Here(), static_cast<u32>(value), out.module});
                 value = 0;
                 break;
         }
@@ -115,7 +120,8 @@ Encoder::Resolved Encoder::Resolve(const Operand& operand, OperandSize size, u8 
             return {Mode::Frame, 0, SlotOffset(at.number), Base::None};
         }
         case Place::Indexed:
-            return {Mode::Indexed, RegisterOf(operand.variable, scratch), operand.value, operand.base};
+            return {Mode::Indexed, RegisterOf(operand.variable, scratch), operand.value,
+                    operand.base};
         case Place::Absolute: return {Mode::Absolute, 0, operand.value, operand.base};
         case Place::Frame: return {Mode::Frame, 0, operand.value, Base::None};
         case Place::Immediate:
@@ -131,7 +137,8 @@ void Encoder::Extension(const Resolved& operand, OperandSize size) {
         case Mode::Frame32: ValueWord(operand.value, operand.base); break;
         case Mode::Immediate:
             ValueWord(operand.value, operand.base);
-            if (size == OperandSize::Quad) Word(static_cast<u32>(static_cast<u64>(operand.value) >> 32));
+            if (size == OperandSize::Quad)
+                Word(static_cast<u32>(static_cast<u64>(operand.value) >> 32));
             break;
         default: break;
     }
@@ -210,7 +217,9 @@ void Encoder::Encode(const Instruction& instruction) {
             OneWord(static_cast<OneOperand>(instruction.operation), instruction.size,
                     Resolve(instruction.a, instruction.size, kFirstScratch));
             break;
-        case Kind::Branch: JumpWord(52u | u32{instruction.operation} << 7, instruction.target); break;
+        case Kind::Branch:
+            JumpWord(52u | u32{instruction.operation} << 7, instruction.target);
+            break;
         case Kind::TestBranch: EncodeTestBranch(instruction); break;
         case Kind::Jump: JumpWord(static_cast<u32>(Single::Jmp), instruction.target); break;
         case Kind::Label: labels[instruction.target] = Address(); break;

@@ -63,10 +63,14 @@ bool FoldUnary(u8 code, u64 a, u64& result) {
         case Plain::I64Ctz: result = static_cast<u64>(std::countr_zero(a)); return true;
         case Plain::I64Popcnt: result = static_cast<u64>(std::popcount(a)); return true;
         case Plain::I32WrapI64: result = low; return true;
-        case Plain::I64ExtendI32S: result = static_cast<u64>(i64{static_cast<i32>(low)}); return true;
+        case Plain::I64ExtendI32S:
+            result = static_cast<u64>(i64{static_cast<i32>(low)});
+            return true;
         case Plain::I64ExtendI32U: result = low; return true;
         case Plain::I32Extend8S: result = static_cast<u32>(i32{static_cast<i8>(low)}); return true;
-        case Plain::I32Extend16S: result = static_cast<u32>(i32{static_cast<i16>(low)}); return true;
+        case Plain::I32Extend16S:
+            result = static_cast<u32>(i32{static_cast<i16>(low)});
+            return true;
         case Plain::I64Extend8S: result = static_cast<u64>(i64{static_cast<i8>(a)}); return true;
         case Plain::I64Extend16S: result = static_cast<u64>(i64{static_cast<i16>(a)}); return true;
         case Plain::I64Extend32S: result = static_cast<u64>(i64{static_cast<i32>(a)}); return true;
@@ -76,7 +80,7 @@ bool FoldUnary(u8 code, u64 a, u64& result) {
         case Plain::F64ReinterpretI64: result = a; return true;
         case Plain::F32Neg: result = low ^ 0x80000000u; return true;
         case Plain::F32Abs: result = low & 0x7FFFFFFFu; return true;
-        case Plain::F64Neg: result = a ^ u64{1} << 63; return true;
+        case Plain::F64Neg: result = a ^ u64 { 1 } << 63; return true;
         case Plain::F64Abs: result = a & ~(u64{1} << 63); return true;
         default: return false;
     }

@@ -14,9 +14,9 @@ namespace moxi {
 namespace {
 
 constexpr u64 kPage = 65536;
-constexpr u64 kMaxCode = 16u << 20;         // what branches reach
-constexpr u64 kStackWindow = 16u << 20;     // the stack's room begins at a multiple of this
-constexpr u64 kStackReserve = 1u << 20;     // below it: for one frame, and for reporting
+constexpr u64 kMaxCode = 16u << 20;      // what branches reach
+constexpr u64 kStackWindow = 16u << 20;  // the stack's room begins at a multiple of this
+constexpr u64 kStackReserve = 1u << 20;  // below it: for one frame, and for reporting
 constexpr u64 kHighestEnd = 0xFFFF0000;
 constexpr u64 kMemoryAlignment = 64;
 constexpr const char* kNoRoom = "the memory does not fit beside code, stack and heap into 4 GiB";
@@ -167,8 +167,8 @@ std::string ImageBuilder::CallsSource() const {
         const std::string n = std::to_string(number++);
         const u64 count = type.parameters.size();
         cells = std::max<u64>({cells, count, type.results.size()});
-        list += "        .long wasm_name_" + n + ", wasm_call_" + n + ", wasm_in_" + n + ", wasm_out_" +
-                n + "\n";
+        list += "        .long wasm_name_" + n + ", wasm_call_" + n + ", wasm_in_" + n +
+                ", wasm_out_" + n + "\n";
         rest += "wasm_call_" + n + ":\n        LINK 0, 0\n";
         for (u64 i = count; i > kArgumentRegisters; --i) {
             rest += "        PUSH.Q [wasm_arguments+" + std::to_string(8 * (i - 1)) + "]\n";
@@ -234,7 +234,9 @@ void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
 
 void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     const Module& module = FirstModule();
-    const auto define = [&](const char* name, i64 value) { assemble.definitions.emplace_back(name, value); };
+    const auto define = [&](const char* name, i64 value) {
+        assemble.definitions.emplace_back(name, value);
+    };
     const auto defineExport = [&](const char* name, const char* exported) {
         const Export* const found = FindExport(module, exported, ExternalKind::Function);
         if (found != nullptr) define(name, parts.functions[found->index]);
@@ -253,7 +255,8 @@ void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     if (parts.entry != EntryKind::Program) defineExport("F_INITIALIZE", "_initialize");
     if (module.hasStart) define("F_START", parts.functions[module.start]);
     if (parts.plans.size() > 1 && parts.plans[1].module->hasStart) {
-        define("F_CARTRIDGE", parts.functions[parts.plans[1].functionBase + parts.plans[1].module->start]);
+        define("F_CARTRIDGE",
+               parts.functions[parts.plans[1].functionBase + parts.plans[1].module->start]);
     }
 }
 
@@ -316,8 +319,8 @@ bool ImageBuilder::LayDataSegments() {
     }
     if (options.identity && lowest < codeEnd) {
         return Fail("data begins at " + std::to_string(lowest) + ", the code ends at " +
-                    std::to_string(codeEnd) + ": link with --global-base=" + std::to_string(codeEnd) +
-                    " or more");
+                    std::to_string(codeEnd) +
+                    ": link with --global-base=" + std::to_string(codeEnd) + " or more");
     }
     result.bytes = runtime.bytes;
     result.bytes.resize(RoundUp(highest, 8));
@@ -383,7 +386,8 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
             StoreBytes(OwnData(plan, plan.elementCells + 8 * i + 4),
                        static_cast<u32>(segment.items.size()));
         }
-        for (u64 k = 0; k < segment.items.size(); ++k) PutEntry(plan, cell + 8 * k, segment.items[k]);
+        for (u64 k = 0; k < segment.items.size(); ++k)
+            PutEntry(plan, cell + 8 * k, segment.items[k]);
     }
 }
 
@@ -393,7 +397,9 @@ void ImageBuilder::Patch() {
         u8* const at = result.bytes.data() + kHeaderSize + fixup.offset;
         u32 value = LoadBytes<u32>(at);
         switch (fixup.kind) {
-            case Fixup::Kind::Memory: value += static_cast<u32>(layouts[fixup.module].memoryAt); break;
+            case Fixup::Kind::Memory:
+                value += static_cast<u32>(layouts[fixup.module].memoryAt);
+                break;
             case Fixup::Kind::Data: value += static_cast<u32>(layouts[fixup.module].dataAt); break;
             case Fixup::Kind::Function: value = parts.functions[fixup.target]; break;
             case Fixup::Kind::Routine: value = routineAddresses[fixup.target]; break;
@@ -482,10 +488,9 @@ void ImageBuilder::CollectSymbols() {
         result.symbols.push_back(
             {static_cast<u32>(layouts[0].memoryAt + offset), false, "wasm_frames"});
     }
-    std::stable_sort(result.symbols.begin(), result.symbols.end(),
-                     [](const TranslatedSymbol& a, const TranslatedSymbol& b) {
-                         return a.address < b.address;
-                     });
+    std::stable_sort(
+        result.symbols.begin(), result.symbols.end(),
+        [](const TranslatedSymbol& a, const TranslatedSymbol& b) { return a.address < b.address; });
     CollectLines();
 }
 
@@ -504,7 +509,8 @@ void ImageBuilder::Run() {
         return;
     }
     if (!AssembleRuntime() || !PlaceMemory() || !LayDataSegments()) return;
-    std::memcpy(result.bytes.data() + kHeaderSize, parts.code.bytes.data(), parts.code.bytes.size());
+    std::memcpy(result.bytes.data() + kHeaderSize, parts.code.bytes.data(),
+                parts.code.bytes.size());
     u64 passiveAt = runtime.bytes.size();
     for (const ModulePlan& plan : parts.plans) {
         FillCells(plan, passiveAt);

@@ -13,15 +13,15 @@ constexpr u32 kBlockCell = 16;    // a service's parameter block of six words
 constexpr u32 kResultCells = 40;  // the second and further results of a call, 8 bytes each
 
 // What a trap is called in the log, in the order of their routines.
-#define WASM_TRAPS(X)                                                       \
-    X(Unreachable, "trap_unreachable", "unreachable")                       \
-    X(DivideByZero, "trap_divide", "integer divide by zero")                \
-    X(Overflow, "trap_overflow", "integer overflow")                        \
+#define WASM_TRAPS(X)                                                        \
+    X(Unreachable, "trap_unreachable", "unreachable")                        \
+    X(DivideByZero, "trap_divide", "integer divide by zero")                 \
+    X(Overflow, "trap_overflow", "integer overflow")                         \
     X(InvalidConversion, "trap_conversion", "invalid conversion to integer") \
-    X(UndefinedElement, "trap_undefined", "undefined element")              \
-    X(UninitializedElement, "trap_uninitialized", "uninitialized element")  \
-    X(TypeMismatch, "trap_type", "indirect call type mismatch")             \
-    X(StackOverflow, "trap_stack", "stack overflow")                        \
+    X(UndefinedElement, "trap_undefined", "undefined element")               \
+    X(UninitializedElement, "trap_uninitialized", "uninitialized element")   \
+    X(TypeMismatch, "trap_type", "indirect call type mismatch")              \
+    X(StackOverflow, "trap_stack", "stack overflow")                         \
     X(OutOfBounds, "trap_bounds", "out of bounds memory access")
 
 enum class Trap : u8 {

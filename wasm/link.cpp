@@ -56,7 +56,8 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
     if (other == nullptr || import.module != (isCartridge ? "env" : "cart")) return false;
     if (!isCartridge && import.name == "memory") {
         target.service = Service::CartridgeBase;
-        if (!FitsService(target.service, TypeOf(import.index))) Refuse(import, "wrong type of the import");
+        if (!FitsService(target.service, TypeOf(import.index)))
+            Refuse(import, "wrong type of the import");
         return true;
     }
     const Module& from = *other->module;

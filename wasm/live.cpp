@@ -39,14 +39,14 @@ struct Finder {
     std::vector<Block> blocks{};
     std::vector<u32> global{};  // number of a variable that more than one block names, or kNone
     u32 globals = 0;
-    u64 words = 0;                 // of a set of global variables
+    u64 words = 0;  // of a set of global variables
     std::vector<Variable> variableOf{};
     std::vector<u64> in{};
     std::vector<u64> out{};
-    std::vector<u64> reads{};   // before it is written in the block
+    std::vector<u64> reads{};  // before it is written in the block
     std::vector<u64> writes{};
-    std::vector<u64> open{};       // the global variables that are alive where the walk is
-    std::vector<u32> openEnd{};    // where the variable is last read, while it is alive; else 0
+    std::vector<u64> open{};     // the global variables that are alive where the walk is
+    std::vector<u32> openEnd{};  // where the variable is last read, while it is alive; else 0
 
     void FindBlocks();
     void FindGlobals();
@@ -120,13 +120,15 @@ void Finder::Solve() {
         u64* const read = reads.data() + k * words;
         u64* const written = writes.data() + k * words;
         for (u32 i = blocks[k].first; i < blocks[k].end; ++i) {
-            ForEachVariable(code.instructions[i], [&](Variable variable, bool isRead, bool isWritten) {
-                if (variable < kFirstVariable || global[variable] == kNone) return;
-                const u32 bit = global[variable];
-                const u64 mask = u64{1} << (bit % 64);
-                if (isRead && (written[bit / 64] & mask) == 0) read[bit / 64] |= mask;
-                if (isWritten) written[bit / 64] |= mask;
-            });
+            ForEachVariable(code.instructions[i],
+                            [&](Variable variable, bool isRead, bool isWritten) {
+                                if (variable < kFirstVariable || global[variable] == kNone) return;
+                                const u32 bit = global[variable];
+                                const u64 mask = u64{1} << (bit % 64);
+                                if (isRead && (written[bit / 64] & mask) == 0)
+                                    read[bit / 64] |= mask;
+                                if (isWritten) written[bit / 64] |= mask;
+                            });
         }
     }
     bool changed = true;
@@ -155,7 +157,8 @@ void Finder::Read(Variable variable, u32 position) {
 void Finder::Write(Variable variable, u32 position) {
     const u32 end = openEnd[variable] != 0 ? openEnd[variable] : position + 1;
     openEnd[variable] = 0;
-    if (global[variable] != kNone) open[global[variable] / 64] &= ~(u64{1} << (global[variable] % 64));
+    if (global[variable] != kNone)
+        open[global[variable] / 64] &= ~(u64{1} << (global[variable] % 64));
     std::vector<Range>& list = result.ranges[variable];
     // Ranges come from the last one to the first.
     if (!list.empty() && list.back().from <= end) {
@@ -204,7 +207,8 @@ void Finder::WalkBlock(const Block& block) {
             instruction.kind = Kind::Nothing;
             continue;
         }
-        const bool isCall = instruction.kind == Kind::Call || instruction.kind == Kind::CallRoutine ||
+        const bool isCall = instruction.kind == Kind::Call ||
+                            instruction.kind == Kind::CallRoutine ||
                             instruction.kind == Kind::CallRegister;
         if (isCall) WalkCall(instruction, i);
         if (instruction.kind == Kind::Return) {

@@ -1,8 +1,8 @@
 #pragma once
 // Where the variables of a function are alive.
 //
-// Instruction i reads at position 2 i and writes at 2 i + 1, so that what ends in an instruction and
-// what begins there may share a register.
+// Instruction i reads at position 2 i and writes at 2 i + 1, so that what ends in an instruction
+// and what begins there may share a register.
 
 #include <vector>
 
@@ -26,8 +26,8 @@ Liveness FindLiveness(FunctionCode& code);
 // Whether two lists of ranges have a position in common.
 bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b);
 
-// Calls f(variable, reads, writes) for each variable that the instruction names, those that it writes
-// last.
+// Calls f(variable, reads, writes) for each variable that the instruction names, those that it
+// writes last.
 template <class F>
 void ForEachVariable(const Instruction& instruction, F f) {
     if (instruction.kind == Kind::Nothing) return;

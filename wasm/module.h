@@ -61,11 +61,11 @@ struct Locals {
 struct Function {
     u32 type = 0;
     bool isImported = false;
-    u32 import = 0;                  // of an imported one, in Module::imports
-    std::vector<Locals> locals;      // runs of equal types, parameters not included
-    const u8* body = nullptr;        // the first instruction
-    const u8* end = nullptr;         // behind the last `end`
-    std::string name;                // from the name section, else empty
+    u32 import = 0;              // of an imported one, in Module::imports
+    std::vector<Locals> locals;  // runs of equal types, parameters not included
+    const u8* body = nullptr;    // the first instruction
+    const u8* end = nullptr;     // behind the last `end`
+    std::string name;            // from the name section, else empty
 };
 
 struct ElementSegment {
@@ -107,7 +107,7 @@ struct Module {
     u32 dataCount = 0;
     std::vector<CustomSection> custom;
     std::vector<std::string> globalNames;  // from the name section; may be shorter than `globals`
-    u32 codeOffset = 0;  // of the code section's contents, in the file
+    u32 codeOffset = 0;                    // of the code section's contents, in the file
 };
 
 // What is wrong with a module, in words for its author.

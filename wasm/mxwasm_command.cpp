@@ -87,7 +87,8 @@ bool TakeOnce(std::string& place, const std::string& option, const std::string& 
 bool TakeSize(const std::string& option, const std::string& value, u64 highest, u64& size,
               std::string& wrong) {
     if (ParseSize(value, highest, size)) return true;
-    wrong = option + " takes a size of at most " + std::to_string(highest) + " bytes, not '" + value + "'";
+    wrong = option + " takes a size of at most " + std::to_string(highest) + " bytes, not '" +
+            value + "'";
     return false;
 }
 
@@ -129,8 +130,9 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
             if (command.help || command.version) return true;
             continue;
         }
-        const bool takesValue = argument == "-o" || argument == "--symbols" || argument == "--lines" ||
-                                argument == "-S" || argument == "--memory" || argument == "--stack" ||
+        const bool takesValue = argument == "-o" || argument == "--symbols" ||
+                                argument == "--lines" || argument == "-S" ||
+                                argument == "--memory" || argument == "--stack" ||
                                 argument == "--heap";
         if (!takesValue) {
             if (argument.size() > 1 && argument[0] == '-') {
@@ -147,7 +149,8 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
         if (!TakeValue(argument, arguments[++i], command, wrong)) return false;
     }
     if (command.input.empty()) wrong = "IN.wasm is missing";
-    if (wrong.empty() && command.output.empty() && !command.codeEnd) wrong = "-o MAIN.MX is missing";
+    if (wrong.empty() && command.output.empty() && !command.codeEnd)
+        wrong = "-o MAIN.MX is missing";
     return wrong.empty();
 }
 
@@ -183,7 +186,8 @@ bool MakeGameFolder(Command& command, std::ostream& err) {
 
 std::vector<std::string> Outputs(const Command& command) {
     std::vector<std::string> outputs;
-    for (const std::string* path : {&command.output, &command.symbols, &command.lines, &command.assembly}) {
+    for (const std::string* path :
+         {&command.output, &command.symbols, &command.lines, &command.assembly}) {
         if (!path->empty()) outputs.push_back(*path);
     }
     return outputs;
@@ -244,7 +248,8 @@ std::string FormatSymbolFile(const Translation& translation) {
     std::string text;
     for (const TranslatedSymbol& symbol : translation.symbols) {
         char start[24];
-        std::snprintf(start, sizeof start, "%08X %s ", symbol.address, symbol.isCode ? "code" : "data");
+        std::snprintf(start, sizeof start, "%08X %s ", symbol.address,
+                      symbol.isCode ? "code" : "data");
         text += start + symbol.name + "\n";
     }
     return text;
@@ -293,9 +298,9 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     std::string wasm;
     std::string console;
     if (command.isCartridge && !command.codeEnd && !MakeGameFolder(command, err)) return 1;
-    const bool isRead = ReadInput(command.input, wasm, err) &&
-                        (!command.isCartridge ||
-                         ReadInput(ShareFolder() / "wasm4" / "console.wasm", console, err));
+    const bool isRead =
+        ReadInput(command.input, wasm, err) &&
+        (!command.isCartridge || ReadInput(ShareFolder() / "wasm4" / "console.wasm", console, err));
     if (!isRead) {
         RemoveOutputs(command);
         return 1;
@@ -303,7 +308,8 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     command.options.libraryFolder = ShareFolder() / "library";
     command.options.wantAssembly = !command.assembly.empty();
     if (command.isCartridge) command.options.cartridge = wasm;
-    const Translation translation = Translate(command.isCartridge ? console : wasm, command.options);
+    const Translation translation =
+        Translate(command.isCartridge ? console : wasm, command.options);
     if (command.codeEnd && translation.codeEnd != 0) {
         out << translation.codeEnd << "\n";
         return 0;

@@ -84,7 +84,8 @@ struct Reader {
         const u8* const at = cursor.at;
         const u8 flags = cursor.Byte();
         if (!Good()) return false;
-        if ((flags & 2) != 0 && flags < 8) return Fail("threads are not supported (shared memory)", at);
+        if ((flags & 2) != 0 && flags < 8)
+            return Fail("threads are not supported (shared memory)", at);
         if ((flags & 4) != 0 && flags < 8) return Fail("memory64 is not supported", at);
         if (flags > 1) return Fail("malformed limits flags", at);
         limits.minimum = cursor.Unsigned32();
@@ -364,9 +365,9 @@ bool Reader::ReadElement(ElementSegment& segment) {
     if (!Good()) return false;
     if (flags > 7) return Fail("malformed elements segment kind", at);
     const bool isActive = (flags & 1) == 0;
-    segment.mode = isActive             ? ElementSegment::Mode::Active
+    segment.mode = isActive           ? ElementSegment::Mode::Active
                    : (flags & 2) == 0 ? ElementSegment::Mode::Passive
-                                        : ElementSegment::Mode::Declared;
+                                      : ElementSegment::Mode::Declared;
     if (isActive) {
         const u32 table = (flags & 2) != 0 ? cursor.Unsigned32() : 0;
         if (!Good()) return false;
@@ -527,13 +528,15 @@ bool Reader::ReadSection(SectionId id) {
 
 // Where a section stands in the order of the format; its number says so but for the data count.
 u32 OrderOf(u8 id) {
-    if (id == static_cast<u8>(SectionId::DataCount)) return 2 * static_cast<u32>(SectionId::Code) - 1;
+    if (id == static_cast<u8>(SectionId::DataCount))
+        return 2 * static_cast<u32>(SectionId::Code) - 1;
     return 2u * id;
 }
 
 bool Reader::ReadAll() {
     const ByteCursor file = cursor;
-    if (cursor.Left() < 4 || cursor.Word() != 0x6D736100) return Fail("magic header not detected", start);
+    if (cursor.Left() < 4 || cursor.Word() != 0x6D736100)
+        return Fail("magic header not detected", start);
     if (cursor.Left() < 4 || cursor.Word() != 1) return Fail("unknown binary version", start + 4);
     u32 order = 0;
     while (!cursor.AtEnd()) {

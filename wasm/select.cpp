@@ -175,8 +175,7 @@ Operand Selector::Source(NodeId id, OperandSize size) {
             return Number(value);
         }
         case NodeKind::Local: return InRegister(static_cast<Variable>(node.value));
-        case NodeKind::Global:
-            return AtAddress(Base::Data, plan.globalCells[node.value]);
+        case NodeKind::Global: return AtAddress(Base::Data, plan.globalCells[node.value]);
         case NodeKind::Load: {
             const MemoryOperator& row = kOperators.memory[node.code];
             if (row.bytes < BytesOf(size)) break;
@@ -250,9 +249,12 @@ void Selector::Discard(NodeId id) {
 // widened: to = a op b with the load as b.
 bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b) {
     const Node load = trees[b];
-    if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor)) return false;
+    if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor))
+        return false;
     const MemoryOperator& row = kOperators.memory[load.code];
-    if (row.isSigned || row.bytes >= static_cast<u32>(SizeOf(row.type) == OperandSize::Long ? 4 : 8)) return false;
+    if (row.isSigned ||
+        row.bytes >= static_cast<u32>(SizeOf(row.type) == OperandSize::Long ? 4 : 8))
+        return false;
     const Operand source = Address(load.a, load.value, row.bytes);
     const bool isTouched = source.place == Place::Indexed && source.variable == to;
     if (isTouched && !(IsVariable(trees, a) && trees[a].value == to)) return false;
@@ -265,7 +267,8 @@ bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId 
 void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b,
                       bool commutes) {
     const ValueType type = trees[a].type;
-    if (commutes && trees[a].kind == NodeKind::Load && trees[b].kind != NodeKind::Load) std::swap(a, b);
+    if (commutes && trees[a].kind == NodeKind::Load && trees[b].kind != NodeKind::Load)
+        std::swap(a, b);
     if (BinaryWithShortLoad(to, op, a, b)) return;
     const auto is = [&](NodeId id) { return IsVariable(trees, id) && trees[id].value == to; };
     if (commutes && !is(a)) {
@@ -310,12 +313,11 @@ Operand Selector::NarrowSource(NodeId id, OperandSize size) {
             at = node.a;
             continue;
         }
-        const bool isExtension =
-            plain == Plain::I32Extend16S || plain == Plain::I64Extend16S ||
-            plain == Plain::I64Extend32S || plain == Plain::I64ExtendI32S ||
-            plain == Plain::I64ExtendI32U || plain == Plain::I32WrapI64 ||
-            ((plain == Plain::I32Extend8S || plain == Plain::I64Extend8S) &&
-             size == OperandSize::Byte);
+        const bool isExtension = plain == Plain::I32Extend16S || plain == Plain::I64Extend16S ||
+                                 plain == Plain::I64Extend32S || plain == Plain::I64ExtendI32S ||
+                                 plain == Plain::I64ExtendI32U || plain == Plain::I32WrapI64 ||
+                                 ((plain == Plain::I32Extend8S || plain == Plain::I64Extend8S) &&
+                                  size == OperandSize::Byte);
         if (!isExtension || size == OperandSize::Quad) break;
         if (size == OperandSize::Long &&
             (plain == Plain::I32Extend16S || plain == Plain::I64Extend16S)) {
@@ -354,7 +356,8 @@ void Selector::Narrow(Variable to, OperandSize size, NodeId id) {
 // x & 255 and the like.
 bool Selector::AssignMask(Variable to, const Node& node) {
     const auto plain = static_cast<Plain>(node.code);
-    if ((plain != Plain::I32And && plain != Plain::I64And) || !IsConstant(trees, node.b)) return false;
+    if ((plain != Plain::I32And && plain != Plain::I64And) || !IsConstant(trees, node.b))
+        return false;
     OperandSize size = OperandSize::Long;
     switch (trees[node.b].value) {
         case 0xFF: size = OperandSize::Byte; break;
@@ -450,7 +453,8 @@ void Selector::AssignRemainder(Variable to, const Node& node, OperandSize size) 
     const i64 minusOne = size == OperandSize::Long ? 0xFFFFFFFFLL : -1;
     const Node& by = trees[node.b];
     const bool isKnown = by.kind == NodeKind::Constant && by.value != static_cast<u64>(minusOne);
-    const bool isSmall = size == OperandSize::Long && (by.low >= 0 || trees[node.a].low > -2147483648LL);
+    const bool isSmall =
+        size == OperandSize::Long && (by.low >= 0 || trees[node.a].low > -2147483648LL);
     if (isKnown || isSmall) {
         Binary(to, TwoOperand::Mods, size, node.a, node.b, false);
         return;

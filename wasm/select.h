@@ -12,7 +12,17 @@
 namespace moxi {
 
 // What an imported function is.
-enum class Service : u8 { None, Sys, Setjmp, Longjmp, Stop, MemoryBase, CartridgeBase, Linked, Empty };
+enum class Service : u8 {
+    None,
+    Sys,
+    Setjmp,
+    Longjmp,
+    Stop,
+    MemoryBase,
+    CartridgeBase,
+    Linked,
+    Empty
+};
 
 struct ImportTarget {
     Service service = Service::None;
@@ -22,21 +32,22 @@ struct ImportTarget {
 // What a module's translation shares.
 struct ModulePlan {
     const Module* module = nullptr;
-    u32 number = 0;         // 0, or 1 of a module that is linked to another one
-    u32 functionBase = 0;   // what the number of a function counts from in the whole image
+    u32 number = 0;        // 0, or 1 of a module that is linked to another one
+    u32 functionBase = 0;  // what the number of a function counts from in the whole image
     std::vector<ImportTarget> imports;  // of the imported functions
     bool checkBounds = false;
-    bool canGrow = false;            // the module changes its memory's size
-    std::vector<u32> globalCells;    // where each global lies in the translator's own data
-    std::vector<u32> typeNumbers;    // a number for each type, equal for equal types
-    u32 tableCell = 0;               // 8 bytes an entry: address, number of the type
+    bool canGrow = false;          // the module changes its memory's size
+    std::vector<u32> globalCells;  // where each global lies in the translator's own data
+    std::vector<u32> typeNumbers;  // a number for each type, equal for equal types
+    u32 tableCell = 0;             // 8 bytes an entry: address, number of the type
     u32 tableSize = 0;
-    u32 dataCells = 0;               // 8 bytes for each data segment: address, size left
-    u32 elementCells = 0;            // likewise for each element segment
-    std::vector<u32> nameCells;      // names of functions, by their number; 0 where none is needed yet
-    std::vector<std::string>* routines = nullptr;  // of the runtime, by number, as they came to be needed
-    std::vector<u8> ownData;         // without what needs addresses
-    std::vector<u32> elementItems;      // where the entries of each passive element segment lie
+    u32 dataCells = 0;           // 8 bytes for each data segment: address, size left
+    u32 elementCells = 0;        // likewise for each element segment
+    std::vector<u32> nameCells;  // names of functions, by their number; 0 where none is needed yet
+    std::vector<std::string>* routines =
+        nullptr;                    // of the runtime, by number, as they came to be needed
+    std::vector<u8> ownData;        // without what needs addresses
+    std::vector<u32> elementItems;  // where the entries of each passive element segment lie
 };
 
 // The number of a routine of the runtime.

@@ -1,5 +1,5 @@
-// Comparisons. The machine compares by the sign of a wrapped difference, so an order of numbers that
-// may lie more than half the range apart has to be found out by their signs first.
+// Comparisons. The machine compares by the sign of a wrapped difference, so an order of numbers
+// that may lie more than half the range apart has to be found out by their signs first.
 
 #include <utility>
 
@@ -77,7 +77,8 @@ void Selector::BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label) 
     const Condition condition = sense ? Condition::Ne : Condition::Eq;
     const Node node = trees[id];
     const auto plain = static_cast<Plain>(node.code);
-    const bool isAnd = node.kind == NodeKind::Plain && (plain == Plain::I32And || plain == Plain::I64And);
+    const bool isAnd =
+        node.kind == NodeKind::Plain && (plain == Plain::I32And || plain == Plain::I64And);
     if (isAnd) {
         if (IsConstant(trees, node.b, 1)) {
             TestBranch(sense ? Condition::Od : Condition::Ev, OperandSize::Byte,
@@ -142,7 +143,8 @@ void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool
         const bool hasBit = size == OperandSize::Long ? (value >> 31 & 1) != 0 : value >> 63 != 0;
         // The first one's bit differs from the constant's.
         const bool taken = hasBit ? !takenIfFirstHasBit : takenIfFirstHasBit;
-        TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(a), taken ? label : end);
+        TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(a),
+                   taken ? label : end);
         Two(TwoOperand::Cmp, size, InRegister(a), b);
         Branch(condition, label);
         Label(end);

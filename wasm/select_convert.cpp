@@ -74,10 +74,12 @@ void Selector::AssignInPlace(Variable to, OneOperand op, OperandSize size, NodeI
 
 // The arguments go to the registers last, when nothing that is computed can disturb them.
 void Selector::CallRoutine(const char* name, NodeId a, const NodeId* b) {
-    const Operand first = IsConstant(trees, a) ? Source(a, SizeOf(trees[a].type)) : InRegister(InVariable(a));
+    const Operand first =
+        IsConstant(trees, a) ? Source(a, SizeOf(trees[a].type)) : InRegister(InVariable(a));
     Operand second;
     if (b != nullptr) {
-        second = IsConstant(trees, *b) ? Source(*b, SizeOf(trees[*b].type)) : InRegister(InVariable(*b));
+        second =
+            IsConstant(trees, *b) ? Source(*b, SizeOf(trees[*b].type)) : InRegister(InVariable(*b));
     }
     Put(0, trees[a].type, first);
     if (b != nullptr) Put(1, trees[*b].type, second);
@@ -138,22 +140,30 @@ bool Selector::AssignConversion(Variable to, const Node& node) {
             Assign(to, node.a);
             Two(TwoOperand::And, kQuad, result, Number(kF64Rest));
             return true;
-        case Plain::F32Neg: AssignInPlace(to, OneOperand::Fneg, OperandSize::Byte, node.a); return true;
+        case Plain::F32Neg:
+            AssignInPlace(to, OneOperand::Fneg, OperandSize::Byte, node.a);
+            return true;
         case Plain::F64Neg:
             Assign(to, node.a);
             Two(TwoOperand::Xor, kQuad, result, Number(kF64Sign));
             return true;
         case Plain::F32Copysign:
         case Plain::F64Copysign: AssignCopysign(to, node); return true;
-        case Plain::I32WrapI64: Two(TwoOperand::Movez, kLong, result, NarrowSource(node.a, kLong)); return true;
+        case Plain::I32WrapI64:
+            Two(TwoOperand::Movez, kLong, result, NarrowSource(node.a, kLong));
+            return true;
         case Plain::I64ExtendI32U: Assign(to, node.a); return true;
         case Plain::I64ExtendI32S: AssignInPlace(to, OneOperand::Exts, kLong, node.a); return true;
         case Plain::I64Extend32S:
             Put(to, node.type, NarrowSource(node.a, kQuad));
             One(OneOperand::Exts, kLong, result);
             return true;
-        case Plain::I64Extend8S: AssignInPlace(to, OneOperand::Exts, OperandSize::Byte, node.a); return true;
-        case Plain::I64Extend16S: AssignInPlace(to, OneOperand::Exts, OperandSize::Word, node.a); return true;
+        case Plain::I64Extend8S:
+            AssignInPlace(to, OneOperand::Exts, OperandSize::Byte, node.a);
+            return true;
+        case Plain::I64Extend16S:
+            AssignInPlace(to, OneOperand::Exts, OperandSize::Word, node.a);
+            return true;
         case Plain::I32Extend8S:
             AssignInPlace(to, OneOperand::Exts, OperandSize::Byte, node.a);
             ClearUpper(to);
@@ -170,11 +180,15 @@ bool Selector::AssignConversion(Variable to, const Node& node) {
         case Plain::F64ConvertI32U: AssignInPlace(to, OneOperand::Utod, kLong, node.a); return true;
         case Plain::F64ConvertI64S: AssignInPlace(to, OneOperand::Stod, kQuad, node.a); return true;
         case Plain::F64ConvertI64U: AssignInPlace(to, OneOperand::Utod, kQuad, node.a); return true;
-        case Plain::F64PromoteF32: AssignInPlace(to, OneOperand::Ftod, OperandSize::Byte, node.a); return true;
+        case Plain::F64PromoteF32:
+            AssignInPlace(to, OneOperand::Ftod, OperandSize::Byte, node.a);
+            return true;
         case Plain::I32ReinterpretF32:
         case Plain::F32ReinterpretI32:
         case Plain::I64ReinterpretF64:
-        case Plain::F64ReinterpretI64: Put(to, node.type, Source(node.a, SizeOf(node.type))); return true;
+        case Plain::F64ReinterpretI64:
+            Put(to, node.type, Source(node.a, SizeOf(node.type)));
+            return true;
         default: return false;
     }
 }

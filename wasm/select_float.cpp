@@ -1,6 +1,6 @@
-// Comparisons of floating-point numbers. The machine's own does nothing, but the bits of two numbers
-// that are not below zero compare like integers, and so do those of negative ones, the other way
-// round. What is no number lies beyond infinity on either side.
+// Comparisons of floating-point numbers. The machine's own does nothing, but the bits of two
+// numbers that are not below zero compare like integers, and so do those of negative ones, the
+// other way round. What is no number lies beyond infinity on either side.
 
 #include <utility>
 
@@ -69,7 +69,9 @@ void Selector::CompareWithConstant(Variable x, bool isNonNegative, bool isLong, 
     const auto relation = static_cast<Relation>(relationNumber);
     const Bits bits = BitsOf(isLong);
     const Operand value = InRegister(x);
-    const auto compare = [&](i64 with) { Two(TwoOperand::Cmp, OperandSize::Quad, value, Number(with)); };
+    const auto compare = [&](i64 with) {
+        Two(TwoOperand::Cmp, OperandSize::Quad, value, Number(with));
+    };
     const bool isZero = (isLong ? static_cast<u32>(constant << 1) : constant << 1) == 0;
     const i64 bound = isZero ? 0 : static_cast<i64>(constant);
     const bool isLess = relation == Relation::Less || relation == Relation::LessOrEqual;
@@ -222,10 +224,11 @@ void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
         Label(end);
         return;
     }
-    const char* const routine = compare.isLong ? (isStrict ? "f32_lt" : "f32_le")
-                                               : (isStrict ? "f64_lt" : "f64_le");
+    const char* const routine =
+        compare.isLong ? (isStrict ? "f32_lt" : "f32_le") : (isStrict ? "f64_lt" : "f64_le");
     CallRoutine(routine, a, &b);
-    TestBranch(sense ? Condition::Ne : Condition::Eq, OperandSize::Long, InRegister(kResultRegister), label);
+    TestBranch(sense ? Condition::Ne : Condition::Eq, OperandSize::Long,
+               InRegister(kResultRegister), label);
     Label(end);
 }
 

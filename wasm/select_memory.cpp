@@ -52,7 +52,8 @@ Operand Selector::Address(NodeId address, u64 offset, u32 bytes) {
         const Variable start = InVariable(address);
         const Variable end = NewVariable();
         Put(end, ValueType::I64, InRegister(start));
-        Two(TwoOperand::Add, OperandSize::Quad, InRegister(end), Number(static_cast<i64>(offset + bytes)));
+        Two(TwoOperand::Add, OperandSize::Quad, InRegister(end),
+            Number(static_cast<i64>(offset + bytes)));
         Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(end), AtAddress(Base::Data, kLimitCell));
         Branch(Condition::Gt, TrapLabel(Trap::OutOfBounds));
         return AtIndex(start, Base::Memory, static_cast<i64>(offset));
@@ -81,13 +82,15 @@ void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, Node
     const OperandSize size = SizeOfBytes(row.bytes);
     const Node node = trees[value];
     TwoOperand op = TwoOperand::Add;
-    if (node.kind == NodeKind::Plain && InPlaceOperation(static_cast<Plain>(node.code), row.bytes, op)) {
+    if (node.kind == NodeKind::Plain &&
+        InPlaceOperation(static_cast<Plain>(node.code), row.bytes, op)) {
         NodeId a = node.a;
         NodeId b = node.b;
         const auto isPlace = [&](NodeId id) {
             const Node& load = trees[id];
             return load.kind == NodeKind::Load && load.value == offset &&
-                   kOperators.memory[load.code].bytes == row.bytes && SameTree(trees, load.a, address);
+                   kOperators.memory[load.code].bytes == row.bytes &&
+                   SameTree(trees, load.a, address);
         };
         if (!isPlace(a) && CommutesInPlace(op)) std::swap(a, b);
         if (isPlace(a)) {
@@ -130,8 +133,8 @@ void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
         const u64 bytes = trees[count].value;
         if (bytes == 0) return;
         if (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8) {
-            Two(TwoOperand::Move, SizeOfBytes(static_cast<u32>(bytes)), AtIndex(target, Base::Memory, 0),
-                AtIndex(source, Base::Memory, 0));
+            Two(TwoOperand::Move, SizeOfBytes(static_cast<u32>(bytes)),
+                AtIndex(target, Base::Memory, 0), AtIndex(source, Base::Memory, 0));
             return;
         }
         Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184),
@@ -181,8 +184,8 @@ void Selector::MemoryInit(u32 segment, NodeId to, NodeId from, NodeId count) {
         AtIndex(place, Base::None, 0));
 }
 
-// Copies entries into the table. `cell` holds the address and the size of their segment; 0 stands for
-// the table itself.
+// Copies entries into the table. `cell` holds the address and the size of their segment; 0 stands
+// for the table itself.
 void Selector::TableMove(u32 cell, NodeId to, NodeId from, NodeId count) {
     const Variable target = InVariable(to);
     const Variable source = InVariable(from);

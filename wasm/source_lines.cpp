@@ -62,12 +62,12 @@ std::string Text(ByteCursor& cursor) {
 struct TableReader {
     const Module& module;
     SourceLines& result;
-    ByteCursor unit{};      // one unit of the table
+    ByteCursor unit{};  // one unit of the table
     u32 version = 0;
     u32 lineRange = 1;
     i32 lineBase = 0;
     u32 opcodeBase = 1;
-    u32 step = 1;           // of addresses
+    u32 step = 1;  // of addresses
     std::vector<u8> operandCounts{};
     std::vector<std::string> directories{};
     std::vector<u32> files{};  // the unit's numbers to those of the result
@@ -171,7 +171,8 @@ bool TableReader::ReadNames() {
     if (version >= 5) {
         for (const Entry& entry : ReadEntries()) directories.push_back(entry.path);
         for (const Entry& entry : ReadEntries()) {
-            files.push_back(AddFile(entry.directory == 0 ? "" : folder(entry.directory), entry.path));
+            files.push_back(
+                AddFile(entry.directory == 0 ? "" : folder(entry.directory), entry.path));
         }
         return unit.failed == nullptr;
     }
@@ -289,9 +290,9 @@ SourceLines ReadSourceLines(const Module& module) {
 }
 
 const SourceLine* FindSourceLine(const SourceLines& lines, u32 offset) {
-    const auto after = std::upper_bound(
-        lines.lines.begin(), lines.lines.end(), offset,
-        [](u32 at, const SourceLine& line) { return at < line.offset; });
+    const auto after =
+        std::upper_bound(lines.lines.begin(), lines.lines.end(), offset,
+                         [](u32 at, const SourceLine& line) { return at < line.offset; });
     if (after == lines.lines.begin()) return nullptr;
     const SourceLine& line = *(after - 1);
     return line.line == 0 ? nullptr : &line;

@@ -1,6 +1,6 @@
 #pragma once
-// Which source lines a module's code comes from, by the DWARF line table that compilers leave in the
-// custom section .debug_line.
+// Which source lines a module's code comes from, by the DWARF line table that compilers leave in
+// the custom section .debug_line.
 
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@ namespace moxi {
 struct SourceLine {
     u32 offset = 0;  // in the module's file
     u32 line = 0;
-    u32 file = 0;    // index into SourceLines::files
+    u32 file = 0;  // index into SourceLines::files
 };
 
 struct SourceLines {

@@ -52,7 +52,8 @@ void Straightener::Retarget() {
         if (list[i].kind != Kind::Label) continue;
         u64 next = Next(i);
         while (next < list.size() && list[next].kind == Kind::Label) next = Next(next);
-        if (next < list.size() && list[next].kind == Kind::Jump) alias[list[i].target] = list[next].target;
+        if (next < list.size() && list[next].kind == Kind::Jump)
+            alias[list[i].target] = list[next].target;
     }
     const auto resolve = [&](u32 label) {
         // An empty loop goes round for ever; a few steps are enough for everything else.
@@ -242,8 +243,9 @@ void UseLowHalves(FunctionCode& code) {
         if (i + 1 == list.size() || !IsCopyOfAll(instruction)) continue;
         // a = b; a += number
         Instruction& next = list[i + 1];
-        const bool isSum = IsTwo(next, TwoOperand::Add, OperandSize::Long) && next.a == instruction.a &&
-                           next.b.place == Place::Immediate && next.b.base != Base::Function;
+        const bool isSum = IsTwo(next, TwoOperand::Add, OperandSize::Long) &&
+                           next.a == instruction.a && next.b.place == Place::Immediate &&
+                           next.b.base != Base::Function;
         if (!isSum) continue;
         next.operation = static_cast<u8>(TwoOperand::Lea);
         next.b = AtIndex(instruction.b.variable, next.b.base, next.b.value);
@@ -263,8 +265,9 @@ void UseFlags(FunctionCode& code) {
         const auto op = static_cast<TwoOperand>(instruction.operation);
         const bool isSum = op == TwoOperand::Add && instruction.b.place == Place::Immediate &&
                            instruction.b.base == Base::None;
-        const bool setsFlags = op == TwoOperand::Sub || op == TwoOperand::And || op == TwoOperand::Xor ||
-                               op == TwoOperand::Lsl || op == TwoOperand::Lsr || op == TwoOperand::Asr;
+        const bool setsFlags = op == TwoOperand::Sub || op == TwoOperand::And ||
+                               op == TwoOperand::Xor || op == TwoOperand::Lsl ||
+                               op == TwoOperand::Lsr || op == TwoOperand::Asr;
         if (!isSum && !setsFlags) continue;
         if (isSum) {
             instruction.operation = static_cast<u8>(TwoOperand::Sub);

@@ -63,7 +63,8 @@ u32 Reserve(ModulePlan& plan, u64 bytes) {
 void NumberTypes(ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u32 i = 0; i < module.types.size(); ++i) {
-        const auto same = std::find(module.types.begin(), module.types.begin() + i, module.types[i]);
+        const auto same =
+            std::find(module.types.begin(), module.types.begin() + i, module.types[i]);
         plan.typeNumbers.push_back(static_cast<u32>(same - module.types.begin()) + 1);
     }
 }
@@ -72,7 +73,8 @@ bool UsesGrow(const Module& module) {
     // A byte that looks like the instruction only makes the reserve larger than it must be.
     for (const Function& function : module.functions) {
         if (function.body != nullptr &&
-            std::find(function.body, function.end, static_cast<u8>(Opcode::MemoryGrow)) != function.end) {
+            std::find(function.body, function.end, static_cast<u8>(Opcode::MemoryGrow)) !=
+                function.end) {
             return true;
         }
     }
@@ -86,7 +88,8 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
     // A cartridge's memory keeps its size, and so does that of what it is linked to.
     plan.canGrow = module.hasMemory && options.cartridge.empty() && UsesGrow(module);
     u64 results = 0;
-    for (const FunctionType& type : module.types) results = std::max<u64>(results, type.results.size());
+    for (const FunctionType& type : module.types)
+        results = std::max<u64>(results, type.results.size());
     plan.ownData.resize(kResultCells + 8 * results);
     for (u64 i = 0; i < module.globals.size(); ++i) plan.globalCells.push_back(Reserve(plan, 8));
     NumberTypes(plan);

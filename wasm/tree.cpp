@@ -74,14 +74,18 @@ i64 MaskAbove(i64 value) {
 }
 
 void RangeOfAnd(Node& node, const Node& a, const Node& b) {
-    if (a.low >= 0 && b.low >= 0) SetRange(node, 0, std::min(a.high, b.high));
-    else if (a.low >= 0) SetRange(node, 0, a.high);
-    else if (b.low >= 0) SetRange(node, 0, b.high);
+    if (a.low >= 0 && b.low >= 0)
+        SetRange(node, 0, std::min(a.high, b.high));
+    else if (a.low >= 0)
+        SetRange(node, 0, a.high);
+    else if (b.low >= 0)
+        SetRange(node, 0, b.high);
 }
 
 void RangeOfShift(Node& node, Plain code, const Node& a, const Node& b) {
     if (b.kind != NodeKind::Constant) {
-        if (code == Plain::I32ShrS) SetRange(node, std::min<i64>(a.low, 0), std::max<i64>(a.high, 0));
+        if (code == Plain::I32ShrS)
+            SetRange(node, std::min<i64>(a.low, 0), std::max<i64>(a.high, 0));
         if (code == Plain::I32ShrU && a.low >= 0) SetRange(node, 0, a.high);
         return;
     }
@@ -97,7 +101,8 @@ void RangeOfShift(Node& node, Plain code, const Node& a, const Node& b) {
 
 void RangeOfProduct(Node& node, const Node& a, const Node& b) {
     const i64 corners[] = {a.low * b.low, a.low * b.high, a.high * b.low, a.high * b.high};
-    SetRange(node, *std::min_element(corners, corners + 4), *std::max_element(corners, corners + 4));
+    SetRange(node, *std::min_element(corners, corners + 4),
+             *std::max_element(corners, corners + 4));
 }
 
 void SetPlainRange(const Trees& trees, Node& node) {
@@ -151,8 +156,7 @@ bool IsNonNegativeFloat(const Trees& trees, const Node& node) {
         case Plain::F32Add:
         case Plain::F64Add:
         case Plain::F32Div:
-        case Plain::F64Div:
-            return trees[node.a].isNonNegative && trees[node.b].isNonNegative;
+        case Plain::F64Div: return trees[node.a].isNonNegative && trees[node.b].isNonNegative;
         default: return false;
     }
 }
@@ -183,7 +187,8 @@ bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     if (left.kind != NodeKind::Plain || left.code != static_cast<u8>(code)) return false;
     if (!IsConstant(trees, left.b) || !IsConstant(trees, b)) return false;
     u64 value = 0;
-    if (!FoldBinary(static_cast<u8>(code), trees[left.b].value, trees[b].value, value)) return false;
+    if (!FoldBinary(static_cast<u8>(code), trees[left.b].value, trees[b].value, value))
+        return false;
     const NodeId x = left.a;
     const ValueType type = left.type;
     result = MakePlain(trees, static_cast<u8>(code), x, MakeConstant(trees, type, value));
@@ -205,7 +210,8 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
         case Plain::I64Sub: {
             // One form for both: adding the negative.
             const NodeId negative = MakeConstant(trees, trees[b].type, (0 - value) & ones);
-            result = MakePlain(trees, static_cast<u8>(is64 ? Plain::I64Add : Plain::I32Add), a, negative);
+            result = MakePlain(trees, static_cast<u8>(is64 ? Plain::I64Add : Plain::I32Add), a,
+                               negative);
             return true;
         }
         case Plain::I32Or:
@@ -261,10 +267,12 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
 // The comparison that holds where this one does not. Only those without a NaN to think of.
 bool Opposite(Plain code, Plain& opposite) {
     constexpr Plain kPairs[][2] = {
-        {Plain::I32Eq, Plain::I32Ne},   {Plain::I32LtS, Plain::I32GeS}, {Plain::I32LtU, Plain::I32GeU},
-        {Plain::I32GtS, Plain::I32LeS}, {Plain::I32GtU, Plain::I32LeU}, {Plain::I64Eq, Plain::I64Ne},
-        {Plain::I64LtS, Plain::I64GeS}, {Plain::I64LtU, Plain::I64GeU}, {Plain::I64GtS, Plain::I64LeS},
-        {Plain::I64GtU, Plain::I64LeU}, {Plain::F32Eq, Plain::F32Ne},   {Plain::F64Eq, Plain::F64Ne},
+        {Plain::I32Eq, Plain::I32Ne},   {Plain::I32LtS, Plain::I32GeS},
+        {Plain::I32LtU, Plain::I32GeU}, {Plain::I32GtS, Plain::I32LeS},
+        {Plain::I32GtU, Plain::I32LeU}, {Plain::I64Eq, Plain::I64Ne},
+        {Plain::I64LtS, Plain::I64GeS}, {Plain::I64LtU, Plain::I64GeU},
+        {Plain::I64GtS, Plain::I64LeS}, {Plain::I64GtU, Plain::I64LeU},
+        {Plain::F32Eq, Plain::F32Ne},   {Plain::F64Eq, Plain::F64Ne},
     };
     for (const auto& pair : kPairs) {
         if (pair[0] == code) return opposite = pair[1], true;
@@ -388,8 +396,8 @@ bool ReadsVariable(const Trees& trees, NodeId id, Variable variable) {
             if (ReadsVariable(trees, node.a, variable)) return true;
             return node.b != node.a && ReadsVariable(trees, node.b, variable);
         case NodeKind::Select:
-            return ReadsVariable(trees, node.a, variable) || ReadsVariable(trees, node.b, variable) ||
-                   ReadsVariable(trees, node.c, variable);
+            return ReadsVariable(trees, node.a, variable) ||
+                   ReadsVariable(trees, node.b, variable) || ReadsVariable(trees, node.c, variable);
         default: return false;
     }
 }

@@ -30,7 +30,7 @@ struct Node {
     ValueType type = ValueType::I32;
     bool readsMemory = false;
     bool readsGlobals = false;
-    bool traps = false;      // may trap, so it must be computed even if nobody wants the value
+    bool traps = false;          // may trap, so it must be computed even if nobody wants the value
     bool isNonNegative = false;  // a float that is not below zero, or not a number
     u8 depth = 0;
     NodeId a = 0;

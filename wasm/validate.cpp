@@ -268,7 +268,8 @@ bool Validator::Unsupported(u8 code) {
     if ((code >= 0x06 && code <= 0x0A) || code == 0x18 || code == 0x19 || code == 0x1F) {
         return Fail("exceptions are not supported");
     }
-    if (code == 0x25 || code == 0x26) return Fail("reference types are not supported (table operator)");
+    if (code == 0x25 || code == 0x26)
+        return Fail("reference types are not supported (table operator)");
     if (code >= 0xD0 && code <= 0xD6) return Fail("reference types are not supported");
     if (code == 0xFB) return Fail("garbage collection is not supported");
     char text[32];
@@ -299,7 +300,8 @@ bool Validator::Control(u8 code, bool& done) {
             Frame frame;
             if (!PopFrame(frame)) return false;
             // Without an else the parameters are the results.
-            if (frame.opcode == Opcode::If && !SameTypes(frame.type.parameters, frame.type.results)) {
+            if (frame.opcode == Opcode::If &&
+                !SameTypes(frame.type.parameters, frame.type.results)) {
                 return Mismatch();
             }
             PushAll(frame.type.results);
@@ -395,10 +397,22 @@ bool Validator::Instruction() {
     const MemoryOperator& memory = kOperators.memory[code];
     if (memory.text != nullptr) return MemoryAccess(memory);
     switch (static_cast<Opcode>(code)) {
-        case Opcode::I32Const: cursor.Signed32(); Push(ValueType::I32); return Good();
-        case Opcode::I64Const: cursor.Signed64(); Push(ValueType::I64); return Good();
-        case Opcode::F32Const: cursor.Word(); Push(ValueType::F32); return Good();
-        case Opcode::F64Const: cursor.Quad(); Push(ValueType::F64); return Good();
+        case Opcode::I32Const:
+            cursor.Signed32();
+            Push(ValueType::I32);
+            return Good();
+        case Opcode::I64Const:
+            cursor.Signed64();
+            Push(ValueType::I64);
+            return Good();
+        case Opcode::F32Const:
+            cursor.Word();
+            Push(ValueType::F32);
+            return Good();
+        case Opcode::F64Const:
+            cursor.Quad();
+            Push(ValueType::F64);
+            return Good();
         case Opcode::Drop: return Pop(kAny);
         case Opcode::Select: {
             ValueType first = kAny;
@@ -414,7 +428,8 @@ bool Validator::Instruction() {
             Push(ValueType::I32);
             return true;
         case Opcode::MemoryGrow:
-            if (!ZeroByte("zero byte expected") || !NeedMemory() || !Pop(ValueType::I32)) return false;
+            if (!ZeroByte("zero byte expected") || !NeedMemory() || !Pop(ValueType::I32))
+                return false;
             Push(ValueType::I32);
             return true;
         case Opcode::Prefix: return PrefixedOperator();

@@ -11,14 +11,14 @@ namespace {
 struct WasmTranslateTest : VmTest {
     static std::vector<std::string> Lines(const std::string& text, const std::string& calls,
                                           const TranslateOptions& options = CallOptions()) {
-        const CallsRun run = RunCalls(WasmOfText(text), calls, options);
+        const CallsRun run = RunCalls(WasmOfText(text, {"--debug-names"}), calls, options);
         for (const std::string& error : run.errors) ADD_FAILURE() << error;
         return run.lines;
     }
     // What a call logs that traps, and that the machine ends with status 1.
     static std::string TrapOf(const std::string& text, const std::string& call,
                               const TranslateOptions& options = CallOptions()) {
-        const CallsRun run = RunCalls(WasmOfText(text), call, options);
+        const CallsRun run = RunCalls(WasmOfText(text, {"--debug-names"}), call, options);
         EXPECT_TRUE(run.errors.empty());
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.fatals.size(), 1u);
@@ -64,7 +64,8 @@ TEST_F(WasmTranslateTest, ALocalThatIsMaskedIntoItselfInALoop) {
 
 TEST_F(WasmTranslateTest, ValuesThatWaitKeepWhatTheyWere) {
     EXPECT_EQ(Lines(R"((module (memory 1) (global $g (mut i32) (i32.const 7))
-        (func $store (i32.store (i32.const 8) (i32.const 99)) (global.set $g (i32.const 8)))
+        (func $store (i32.store (i32.const 8) (i32.add (i32.load (i32.const 8)) (i32.const 99)))
+            (global.set $g (i32.add (global.get $g) (i32.const 1))))
         (func (export "local") (param i32) (result i32)
             (local.get 0) (local.set 0 (i32.const 1)) (i32.add (local.get 0)))
         (func (export "memory") (result i32)
@@ -78,8 +79,8 @@ TEST_F(WasmTranslateTest, ValuesThatWaitKeepWhatTheyWere) {
             (local.set 2 (local.get $t))
             (i32.add (i32.mul (local.get 0) (i32.const 100))
                      (i32.add (i32.mul (local.get 1) (i32.const 10)) (local.get 2))))))",
-                    "local 5\nmemory\nglobal\nswap 3 4\nturn 1 2 3\n"),
-              (Texts{"local -> 0x00000006", "memory -> 0x00000063", "global -> 0xFFFFFFFF",
+                    "local 5\nglobal\nmemory\nswap 3 4\nturn 1 2 3\n"),
+              (Texts{"local -> 0x00000006", "global -> 0xFFFFFFFF", "memory -> 0x00000129",
                      "swap -> 0x00000004 0x00000003", "turn -> 0x000000E7"}));
 }
 
@@ -119,16 +120,18 @@ TEST_F(WasmTranslateTest, TablesOfBranches) {
                 (br_table $a $b $a $c $b $a (i32.const 5) (local.get 0)))
                 (return (i32.add (i32.const 100)))) (return (i32.add (i32.const 200))))
             (i32.add (i32.const 300)))))";
-    EXPECT_EQ(Lines(text, "few 0\nfew 1\nfew 2\nfew 0xFFFFFFFF\nmany 0\nmany 1\nmany 2\nmany 3\nmany 4\n"
-                          "many 5\nmany 0x80000000\n"),
-              (Texts{"few -> 0x0000000A", "few -> 0x0000000B", "few -> 0x0000000C", "few -> 0x0000000C",
-                     "many -> 0x00000069", "many -> 0x000000CD", "many -> 0x00000069",
-                     "many -> 0x00000131", "many -> 0x000000CD", "many -> 0x00000069",
-                     "many -> 0x00000069"}));
+    EXPECT_EQ(Lines(text,
+                    "few 0\nfew 1\nfew 2\nfew 0xFFFFFFFF\nmany 0\nmany 1\nmany 2\nmany 3\nmany 4\n"
+                    "many 5\nmany 0x80000000\n"),
+              (Texts{"few -> 0x0000000A", "few -> 0x0000000B", "few -> 0x0000000C",
+                     "few -> 0x0000000C", "many -> 0x00000069", "many -> 0x000000CD",
+                     "many -> 0x00000069", "many -> 0x00000131", "many -> 0x000000CD",
+                     "many -> 0x00000069", "many -> 0x00000069"}));
 }
 
 TEST_F(WasmTranslateTest, ManyArgumentsAndResults) {
-    EXPECT_EQ(Lines(R"((module
+    EXPECT_EQ(
+        Lines(R"((module
         (func $seven (export "seven") (param i32 i64 i32 i64 i32 i64 i32) (result i64)
             (i64.add (i64.extend_i32_u (i32.add (local.get 0) (i32.add (local.get 2)
                      (i32.add (local.get 4) (local.get 6)))))
@@ -140,11 +143,10 @@ TEST_F(WasmTranslateTest, ManyArgumentsAndResults) {
         (func (export "three") (result f32 i64 i32) (local i32 i64 f32)
             (call $three) (local.set 2) (local.set 1) (local.set 0)
             (local.get 2) (local.get 1) (local.get 0))))",
-                    "seven 1 2 3 4 5 6 7\npass\nthree\n"),
-              (Texts{"seven -> 0x0000000000000010",
-                     // 1 + 300 + 50000 + 7000000 + 20 + 4000 - 600000 = 6454321
-                     "pass -> 0x0000000000627C31",
-                     "three -> 0x40400000 0x0000000000000002 0x00000001"}));
+              "seven 1 2 3 4 5 6 7\npass\nthree\n"),
+        (Texts{"seven -> 0x0000000000000010",
+               // 1 + 300 + 50000 + 7000000 + 20 + 4000 - 600000 = 6454321
+               "pass -> 0x0000000000627C31", "three -> 0x40400000 0x0000000000000002 0x00000001"}));
 }
 
 TEST_F(WasmTranslateTest, SignedAndUnsignedOrders) {
@@ -155,8 +157,9 @@ TEST_F(WasmTranslateTest, SignedAndUnsignedOrders) {
             (i32.lt_s (local.get 0) (i32.const 10)) (i32.gt_u (local.get 0) (i32.const 10)))
         (func (export "lt64") (param i64 i64) (result i32 i32)
             (i64.lt_s (local.get 0) (local.get 1)) (i64.lt_u (local.get 0) (local.get 1)))))";
-    EXPECT_EQ(Lines(text, "lt 0x80000000 1\nlt 0x7FFFFFFF 0x80000000\nlt -1 0\nten 0x80000000\nten 9\n"
-                          "lt64 0x8000000000000000 1\nlt64 1 0x8000000000000000\n"),
+    EXPECT_EQ(Lines(text,
+                    "lt 0x80000000 1\nlt 0x7FFFFFFF 0x80000000\nlt -1 0\nten 0x80000000\nten 9\n"
+                    "lt64 0x8000000000000000 1\nlt64 1 0x8000000000000000\n"),
               (Texts{"lt -> 0x00000001 0x00000000", "lt -> 0x00000000 0x00000001",
                      "lt -> 0x00000001 0x00000000", "ten -> 0x00000001 0x00000001",
                      "ten -> 0x00000001 0x00000000", "lt64 -> 0x00000001 0x00000000",
@@ -172,21 +175,24 @@ TEST_F(WasmTranslateTest, MemoryGrowsWithinItsReserve) {
     TranslateOptions options = CallOptions();
     options.memory = 4 << 16;
     EXPECT_EQ(Lines(text, "size\ngrow 2\nsize\nlast\ngrow 2\ngrow 1\ngrow 1\ngrow 0\n", options),
-              (Texts{"size -> 0x00000001", "grow -> 0x00000001", "size -> 0x00000003", "last -> 0x00000000",
-                     "grow -> 0xFFFFFFFF", "grow -> 0x00000003", "grow -> 0xFFFFFFFF",
-                     "grow -> 0x00000004"}));
+              (Texts{"size -> 0x00000001", "grow -> 0x00000001", "size -> 0x00000003",
+                     "last -> 0x00000000", "grow -> 0xFFFFFFFF", "grow -> 0x00000003",
+                     "grow -> 0xFFFFFFFF", "grow -> 0x00000004"}));
 }
 
 TEST_F(WasmTranslateTest, BlocksOfMemory) {
-    EXPECT_EQ(Lines(R"((module (memory 1) (data $p "hello") (data (i32.const 100) "\01\02\03\04\05\06\07\08")
+    EXPECT_EQ(
+        Lines(
+            R"((module (memory 1) (data $p "hello") (data (i32.const 100) "\01\02\03\04\05\06\07\08")
         (func (export "init") (memory.init $p (i32.const 0) (i32.const 1) (i32.const 4)))
         (func (export "copy") (param i32) (memory.copy (i32.const 102) (i32.const 100) (local.get 0)))
         (func (export "four") (memory.copy (i32.const 120) (i32.const 100) (i32.const 4)))
         (func (export "fill") (param i32) (memory.fill (i32.const 200) (i32.const 0x1AB) (local.get 0)))
         (func (export "at") (param i32) (result i64) (i64.load (local.get 0)))))",
-                    "init\nat 0\ncopy 6\nat 100\nfour\nat 120\nfill 3\nat 200\nfill 0\n"),
-              (Texts{"init ->", "at -> 0x000000006F6C6C65", "copy ->", "at -> 0x0605040302010201", "four ->",
-                     "at -> 0x0000000002010201", "fill ->", "at -> 0x0000000000ABABAB", "fill ->"}));
+            "init\nat 0\ncopy 6\nat 100\nfour\nat 120\nfill 3\nat 200\nfill 0\n"),
+        (Texts{"init ->", "at -> 0x000000006F6C6C65", "copy ->", "at -> 0x0605040302010201",
+               "four ->", "at -> 0x0000000002010201", "fill ->", "at -> 0x0000000000ABABAB",
+               "fill ->"}));
 }
 
 TEST_F(WasmTranslateTest, TablesAreFilledCopiedAndDropped) {
@@ -198,8 +204,8 @@ TEST_F(WasmTranslateTest, TablesAreFilledCopiedAndDropped) {
         (func (export "drop") (elem.drop $e))
         (func (export "call") (param i32) (result i32) (call_indirect (type $v) (local.get 0)))))",
                     "call 1\ninit\ncall 2\ncall 3\ncopy\ncall 4\ncall 5\ndrop\n"),
-              (Texts{"call -> 0x0000000B", "init ->", "call -> 0x00000016", "call -> 0x0000000B", "copy ->",
-                     "call -> 0x0000000B", "call -> 0x00000016", "drop ->"}));
+              (Texts{"call -> 0x0000000B", "init ->", "call -> 0x00000016", "call -> 0x0000000B",
+                     "copy ->", "call -> 0x0000000B", "call -> 0x00000016", "drop ->"}));
 }
 
 TEST_F(WasmTranslateTest, TheStartFunctionRunsFirst) {
@@ -211,9 +217,10 @@ TEST_F(WasmTranslateTest, TheStartFunctionRunsFirst) {
 }
 
 TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
-    EXPECT_EQ(Lines(R"((module (memory 1)
+    EXPECT_EQ(Lines(R"((module
         (import "moxi" "setjmp" (func $setjmp (param i32) (result i32)))
         (import "moxi" "longjmp" (func $longjmp (param i32 i32)))
+        (memory 1)
         (global $__stack_pointer (mut i32) (i32.const 4096))
         (func $deep (param i32 i32)
             (global.set $__stack_pointer (i32.const 1000))
@@ -249,7 +256,8 @@ TEST_F(WasmTranslateTest, EachTrapHasItsLine) {
     EXPECT_EQ(TrapOf(text, "indirect 0xFFFFFFFF\n"), "Trap: undefined element in indirect");
     EXPECT_EQ(TrapOf(text, "indirect 0\n"), "Trap: uninitialized element in indirect");
     EXPECT_EQ(TrapOf(text, "indirect 1\n"), "Trap: indirect call type mismatch in indirect");
-    EXPECT_EQ(TrapOf(text, "number 0x7FF8000000000000\n"), "Trap: invalid conversion to integer in number");
+    EXPECT_EQ(TrapOf(text, "number 0x7FF8000000000000\n"),
+              "Trap: invalid conversion to integer in number");
     EXPECT_EQ(TrapOf(text, "number 0x41E0000000000000\n"), "Trap: integer overflow in number");
     EXPECT_EQ(TrapOf(text, "deep 1\n"), "Trap: stack overflow in deep");
     EXPECT_EQ(TrapOf(text, "init 3\n"), "Trap: out of bounds memory access in init");
@@ -282,8 +290,11 @@ TEST_F(WasmTranslateTest, BoundsAreExactWhereTheyAreChecked) {
         (func (export "grow") (drop (memory.grow (i32.const 1))))))";
     TranslateOptions options = CallOptions();
     options.checkBounds = true;
-    EXPECT_EQ(Lines(text, "load 65528\nstore 65535\ncopy 65536 0 0\ncopy 0 65530 6\ngrow\nload 65529\n", options),
-              (Texts{"load -> 0x00000000", "store ->", "copy ->", "copy ->", "grow ->", "load -> 0x00000000"}));
+    EXPECT_EQ(
+        Lines(text, "load 65528\nstore 65535\ncopy 65536 0 0\ncopy 0 65530 6\ngrow\nload 65529\n",
+              options),
+        (Texts{"load -> 0x00000000", "store ->", "copy ->", "copy ->", "grow ->",
+               "load -> 0x00010000"}));
     EXPECT_EQ(TrapOf(text, "load 65529\n", options), "Trap: out of bounds memory access in f");
     EXPECT_EQ(TrapOf(text, "load 0xFFFFFFFF\n", options), "Trap: out of bounds memory access in f");
     EXPECT_EQ(TrapOf(text, "store 65536\n", options), "Trap: out of bounds memory access in s");
@@ -292,10 +303,12 @@ TEST_F(WasmTranslateTest, BoundsAreExactWhereTheyAreChecked) {
 }
 
 TEST_F(WasmTranslateTest, SegmentsThatDoNotFitTrapAtTheStart) {
-    EXPECT_EQ(TrapOf("(module (memory 1) (data (i32.const 65535) \"ab\") (func (export \"f\")))", "f\n"),
-              "Trap: out of bounds memory access in the start");
-    EXPECT_EQ(TrapOf("(module (table 1 funcref) (elem (i32.const 1) 0) (func (export \"f\")))", "f\n"),
-              "Trap: undefined element in the start");
+    EXPECT_EQ(
+        TrapOf("(module (memory 1) (data (i32.const 65535) \"ab\") (func (export \"f\")))", "f\n"),
+        "Trap: out of bounds memory access in the start");
+    EXPECT_EQ(
+        TrapOf("(module (table 1 funcref) (elem (i32.const 1) 0) (func (export \"f\")))", "f\n"),
+        "Trap: undefined element in the start");
 }
 
 TEST_F(WasmTranslateTest, TrapsComeInTheOrderOfTheModule) {
