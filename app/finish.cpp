@@ -4,8 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/library_lines.h"
 #include "app/record.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
+#include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
@@ -56,6 +59,7 @@ void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
     if (moduleStarted > 0) WriteDumps();
+    EndLog();
 }
 
 void PrepareFinish(const Options& options) {
@@ -72,5 +76,8 @@ void Finish(int status) {
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
+    RemoveTemporaryFolder();
+    EndLog();
+    GiveBackStandardError();
     std::exit(status);
 }

@@ -2,21 +2,24 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
+#include "app/call_filter.h"
 #include "app/finish.h"
+#include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/signals.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "app/wiring.h"
+#include "base/log.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
@@ -24,14 +27,18 @@
 #include "desktop/headless/headless_desktop.h"
 #include "desktop/sdl/audio.h"
 #include "desktop/sdl/sdl_desktop.h"
+#include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
 #include "host/bundle.h"
+#include "host/data_owner.h"
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "kit/debugger.h"
+#include "kit/new_game.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
+#include "sys/beneath.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -51,6 +58,16 @@ void LoadInterfaceFile() {
     EndProcess(1);
 }
 
+// A user without a home plays too, and what is saved lasts as long as the game.
+bool FindPlaceForData() {
+    if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
+    folders.support = MakeTemporaryFolder();
+    if (folders.support.empty()) return false;
+    SystemLog("no home folder: saved data goes to " + folders.support +
+              " and is removed at the end");
+    return true;
+}
+
 // A folder made by --bundle brings fonts and a SoundFont with it.
 void UseOwnFonts() {
     for (const auto& [variable, name] : {std::pair{"FONTCONFIG_FILE", "fonts/fonts.conf"},
@@ -67,64 +84,73 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({}, &error)) return false;
+    if (!StartSdlDesktop({.askBeforeUrls = !options.openUrls}, &error)) return false;
     StartSdlAudio(audio);
     return true;
 }
 
-// Before there are threads: what the restricted process will open through the helper.
-void PrepareSandbox(Options& options) {
-    if (!options.sandbox) return;
-    const std::string obstacle = SandboxObstacle();
-    if (!obstacle.empty()) {
-        SystemLog("no sandbox: " + obstacle);
-        options.sandbox = false;
-        return;
+// Every file that an option or the script names.
+std::vector<std::string> OutputFilesOf(const Options& options) {
+    std::vector<std::string> files;
+    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView,
+                                    options.trace, options.record, options.renderAudio}) {
+        if (!path.empty()) files.push_back(path);
     }
-    OutputPlaces outputs;
-    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView}) {
-        if (!path.empty()) outputs.files.push_back(path);
+    if (!options.profile.empty()) {
+        files.push_back(options.profile);
+        files.push_back(FoldedProfile(options.profile));
     }
     for (const ScriptEvent& event : options.headlessOptions.script) {
-        if (event.kind == ScriptEventKind::Screenshot) outputs.files.push_back(event.text);
+        if (event.kind == ScriptEventKind::Screenshot) files.push_back(event.text);
     }
+    return files;
+}
+
+// Before there are threads and before anything is restricted: the processes that do what this one
+// may not do later.
+void StartHelpers(const Options& options) {
+    OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = folders.pictures;
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
-}
-
-// A game that names itself with ".." gets no more than the folder of all games.
-std::string WritableFolder() {
-    std::string folder = DataFolder();
-    if (!folders.dataOverride.empty()) return folder;
-    const size_t name = folder.size() - std::min(folder.size(), folders.gameName.size());
-    if (("/" + folders.gameName + "/").find("/../") == std::string::npos) return folder;
-    return folder.substr(0, name > 0 ? name - 1 : 0);
+    if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
 }
 
 // SDL can be told to write the sound to a file in place of a device.
-std::vector<std::string> SoundFiles() {
+std::vector<std::string> SoundFiles(const Options& options) {
     const char* const driver = std::getenv("SDL_AUDIODRIVER");
-    if (driver == nullptr || std::string_view(driver) != "disk") return {};
+    if (options.headless || options.mute || driver == nullptr ||
+        std::string_view(driver) != "disk") {
+        return {};
+    }
     const char* const file = std::getenv("SDL_DISKAUDIOFILE");
     return {file != nullptr ? file : "sdlaudio.raw"};
 }
 
+// From here on, before the first byte of the game is read, no more is reached than this.
 void EnterSandbox(const Options& options) {
-    if (!options.sandbox) return;
-    const std::string error = StartSandbox(
-        {.dataFolder = WritableFolder(),
-         .resourcesFolder = folders.resources,
-         .devices = !options.headless,
-         .files = options.headless || options.mute ? std::vector<std::string>{} : SoundFiles()});
-    if (!error.empty()) {
-        SystemLog("no sandbox: " + error);
-        return;
+    if (options.unlocked) {
+        SystemLog("no sandbox: the game may do what you may do");
+        ResolveNames(Resolution::Freely);
     }
+    if (!options.sandbox) return;
+    StartHelpers(options);
+    StartSandbox({.game = GameFolder(options.game),
+                  .dataFolder = DataFolderOfAll(),
+                  .devices = !options.headless,
+                  .readable = {options.soundfont},
+                  .stampFolder = options.dataFolder.empty() ? folders.state : "",
+                  .files = SoundFiles(options)});
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
+}
+
+std::string FindGameAndData(const std::string& game) {
+    std::string problem = FindGame(game);
+    if (problem.empty()) problem = ChooseDataFolder();
+    return problem;
 }
 
 }  // namespace
@@ -133,6 +159,11 @@ int main(int argc, char** argv) {
     PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
+    if (!options.newGame.empty()) {
+        const NewGameResult made = MakeNewGame(options.newGame, options.newInC ? "c" : "assembly");
+        if (made.status != 0) RefuseCommandLine(made.problem);
+        return made.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
         PrintUsage();
@@ -144,12 +175,22 @@ int main(int argc, char** argv) {
         if (shipped.status != 0) RefuseCommandLine(shipped.problem);
         return shipped.status;
     }
-    const std::string missing = FindGame(options.game);
+    const std::string missing = WhyNoGame(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);
+    FindUserFolders();
     folders.dataOverride = options.dataFolder;
+    folders.dataLimit = options.dataLimit;
+    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
+    if (folders.dataOverride.empty()) MakeStateFolder();
     if (options.watch) {
+        // The process that watches looks at the game by itself.
+        const std::string unwatchable = FindGameAndData(options.game);
+        if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
         if (const std::optional<int> status = WatchGame()) return *status;
     }
+    EnterSandbox(options);
+    const std::string unusable = FindGameAndData(options.game);
+    if (!unusable.empty()) return RefuseCommandLine(unusable);
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }
@@ -164,10 +205,11 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
-    PrepareSandbox(options);
+    TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {
-        std::fprintf(stderr, "moxi: %s\n", error.c_str());
+        GiveBackStandardError();
+        std::fprintf(stderr, "moxi: %s\n", WithoutControls(error).c_str());
         return 1;
     }
     if (options.fullScreen) {
@@ -181,9 +223,14 @@ int main(int argc, char** argv) {
     }
     if (options.debug) LetInterruptsStop();
     HandleSignals(options.headless ? kHeadlessPatience : 0);
+    // Whoever reads a headless run's log wants every line.
+    if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
-    EnterSandbox(options);
+    if (options.sandbox) {
+        TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
+    }
+    TellLibraryLines();
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

@@ -1,11 +1,12 @@
 #include "app/out_of_memory.h"
 
 #include <glib.h>
+#include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <string_view>
 #include <thread>
 
 #include "app/finish.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr size_t kReserve = size_t{1} << 20;
 
 constinit void* reserve = nullptr;
+constinit bool isOut = false;
 constinit std::atomic<bool> isPrepared = false;
 std::thread::id mainThread;
 
@@ -26,12 +28,14 @@ std::thread::id mainThread;
     if (!onMainThread || reserve == nullptr) {
         // A library's own thread cannot show the box, nor wait for the main thread, which may wait
         // for it; and without the reserve not even the end can be had in order.
-        std::fputs("fatal: Terminating: insufficient memory. So sorry.\n", stderr);
+        constexpr std::string_view kLine = "fatal: Terminating: insufficient memory. So sorry.\n";
+        [[maybe_unused]] const ssize_t written = write(errorDescriptor, kLine.data(), kLine.size());
         if (!onMainThread) WriteDumpsOfForcedEnd();
         std::_Exit(1);
     }
     std::free(reserve);
     reserve = nullptr;
+    isOut = true;
     ShowFatalMessage("Terminating: insufficient memory. So sorry.");
     EndProcess(1);
 }
@@ -82,6 +86,10 @@ void* realloc(void* memory, size_t size) noexcept {
 }
 }
 #endif
+
+bool MemoryIsOut() {
+    return isOut;
+}
 
 void PrepareForOutOfMemory() {
     mainThread = std::this_thread::get_id();

@@ -10,12 +10,14 @@
 #include <csignal>
 #include <cstring>
 
+#include "app/call_filter.h"
 #include "base/output_files.h"
 
 namespace {
 
 constexpr char kOpen = 'o';
 constexpr char kRemove = 'r';
+constexpr char kMakeNew = 'n';
 // One request is a letter and a path, in one packet.
 constexpr size_t kLongestRequest = 4097;
 
@@ -62,7 +64,8 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     }
     // A new user has no pictures folder yet.
     if (IsPicture(places, path)) mkdir(places.picturesFolder.c_str(), 0777);
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int existing = request[0] == kMakeNew ? O_EXCL : O_TRUNC;
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | existing | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
     if (file >= 0) close(file);
 }
@@ -70,6 +73,7 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
 // Until the other end is closed. Signals that ask for an end are the game's to answer.
 [[noreturn]] void ServeRequests(int connection, const OutputPlaces& places) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_IGN);
+    FilterOutputHelperCalls();
     char request[kLongestRequest];
     for (;;) {
         const ssize_t size = recv(connection, request, sizeof request, 0);
@@ -121,6 +125,12 @@ std::FILE* OpenThroughHelper(const std::string& path) {
     return stream;
 }
 
+bool MakeNewThroughHelper(const std::string& path) {
+    const int file = Ask(kMakeNew, path);
+    if (file >= 0) close(file);
+    return file >= 0;
+}
+
 }  // namespace
 
 bool StartOutputHelper(const OutputPlaces& places) {
@@ -141,6 +151,7 @@ bool StartOutputHelper(const OutputPlaces& places) {
     outputFiles = {
         .open = OpenThroughHelper,
         .remove = [](const std::string& path) { Ask(kRemove, path); },
+        .makeNew = MakeNewThroughHelper,
     };
     return true;
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "base/log.h"
+#include "base/output_files.h"
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/headless/script.h"
@@ -241,7 +242,7 @@ void RecordInputEvents() {
 }  // namespace
 
 bool StartRecording(const std::string& path) {
-    recordFile = std::fopen(path.c_str(), "w");
+    recordFile = outputFiles.open(path);
     if (recordFile == nullptr) return false;
     inner = desktopEvents;
     RecordApplicationEvents();

@@ -1,35 +1,42 @@
 #pragma once
-// What the running process may reach. With the kernel's Landlock it may write only below the game's
-// data folder and into what is open already, delete files that came with the game, use the sound
-// and graphics devices, and start no program. Reading is left as it is.
+// What the running process may reach. It restricts itself before the first byte of the game is
+// read, once more when the game is known and its window is there, and a last time when its data
+// folder has been made. Each step only narrows.
 //
-// The data folder is made by the first write, and a restriction can only be narrowed: as long as
-// the folder is missing, the process may write below the nearest folder above it that exists. No
-// name of the module leads anywhere then, because each begins with the missing folder. What makes
+// Twice: by the kernel's Landlock (app/landlock.h), where it is to be had, and by a filter of
+// system calls (app/call_filter.h). The file services hold the line for every name of the module
+// themselves (sys/beneath.h), with or without them.
+//
+// The data folder is made by the first write. As long as it is missing, the process may write below
+// the nearest folder above it that exists. No name of the module leads anywhere then. What makes
 // the folder narrows the restriction before it does anything else.
 
 #include <string>
 #include <vector>
 
 struct SandboxPlaces {
-    std::string dataFolder;  // need not exist; "" is the current folder
-    std::string resourcesFolder;
-    bool devices = false;  // there is a window, and there may be sound
+    std::string game;        // what was named; read with all that is below
+    std::string dataFolder;  // or one above it; need not exist; "" is the current folder
+    bool devices = false;    // there is a window, and there may be sound
+    std::vector<std::string> readable = {};  // further files and folders
+    std::string stampFolder = "";            // written until the game's data folder is known
+    std::vector<std::string> writable = {};  // further folders
     // Further files that are written; one that is missing is made.
     std::vector<std::string> files = {};
 };
 
-// "" when the kernel can restrict the process, else why not.
-std::string SandboxObstacle();
+// Restricts this thread and all threads and processes that it makes from now on, for good, to what
+// the start of the desktop and of the game needs.
+void StartSandbox(const SandboxPlaces& places);
 
-// Restricts this thread and all threads and processes that it makes from now on, for good.
-// Returns "" or why the process is not restricted.
-std::string StartSandbox(const SandboxPlaces& places);
+// Narrows that to what the game needs: in the place of StartSandbox's data folder this one, no
+// start of programs, no network. Files of the resources folder may still be deleted, or not.
+void TightenSandbox(const std::string& dataFolder, const std::string& deletable);
 
 // To be called before anything changes in the data folder. Narrows the restriction as soon as the
 // folder exists.
 void NarrowSandbox();
 
-// Deletes a file that came with the game, with no more rights than the process has once the data
-// folder exists.
-void DeleteInSandbox(const char* path);
+// Deletes a file that came with the game, a name beneath the open resources folder, with no more
+// rights than the process has once the data folder exists.
+void DeleteInSandbox(int folder, const char* name);

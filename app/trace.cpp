@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/log.h"
+#include "base/output_files.h"
 #include "vm/disassemble.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
@@ -70,7 +71,7 @@ constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
 }  // namespace
 
 bool StartTrace(const std::string& path) {
-    traceFile = std::fopen(path.c_str(), "w");
+    traceFile = outputFiles.open(path);
     if (traceFile == nullptr) return false;
     instructionTrace = &kTrace;
     return true;

@@ -1,6 +1,7 @@
 #include "app/wiring.h"
 
 #include "app/finish.h"
+#include "app/out_of_memory.h"
 #include "audio/music.h"
 #include "audio/sound_group.h"
 #include "desktop/audio_out.h"
@@ -20,6 +21,7 @@
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
+#include "kit/fault_names.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -33,12 +35,18 @@ void WireRooms() {
     vmSlots.screenIsDirty = [] { return dirtyRect.left < dirtyRect.right; };
     vmSlots.flushDirtyRect = FlushDirtyRect;
     vmSlots.takeQueuedMessage = TakeQueuedMessage;
-    vmSlots.openFile = OpenFile;
+    // The machine reads nothing but its module.
+    vmSlots.openFile = [](const char* name, u32 mode) {
+        return mode == kOpenRead ? OpenModule(name) : OpenFile(name, mode);
+    };
     vmSlots.readFile = ReadFile;
     vmSlots.writeFile = WriteFile;
     vmSlots.seekFile = SeekFile;
     vmSlots.lockFile = LockToWrite;
     vmSlots.closeFile = CloseFile;
+    vmSlots.beforeFatalMessage = [](std::string_view text) {
+        if (!MemoryIsOut()) NameFaultInDebugLog(text);
+    };
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
@@ -83,9 +91,9 @@ void WireRooms() {
         .viewFrameDidChange = moxiView::frameDidChange,
         .drawRect = moxiView::drawRect,
         .keyDown = moxiView::keyDown,
-        .keyUp = KeyUp,
+        .keyUp = moxiView::keyUp,
         .textInput = TextInput,
-        .flagsChanged = FlagsChanged,
+        .flagsChanged = moxiView::flagsChanged,
         .mouseDown = MouseDown,
         .mouseUp = MouseUp,
         .mouseMoved = MouseMoved,

@@ -1,10 +1,11 @@
 #include "audio/resource.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+
+#include "sys/files.h"
 
 namespace {
 
@@ -22,10 +23,8 @@ bool ReadAll(int file, std::vector<u8>& bytes) {
 
 }  // namespace
 
-std::optional<std::vector<u8>> ReadResource(const char* path, size_t limit) {
-    if (path == nullptr) return std::nullopt;
-    // Without O_NONBLOCK a pipe among the resources would halt the game.
-    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit) {
+    const int file = OpenResource(name);
     if (file < 0) return std::nullopt;
     std::optional<std::vector<u8>> bytes;
     struct stat status;

@@ -7,6 +7,6 @@
 
 #include "base/types.h"
 
-// The file's bytes, or its first `limit` bytes. Nothing when there is no ordinary file of this
-// path (null counts as none) or it cannot be read. Never waits, whatever the path leads to.
-std::optional<std::vector<u8>> ReadResource(const char* path, size_t limit);
+// The file's bytes, or its first `limit` bytes. Nothing when the resources folder has no ordinary
+// file of this name, as it stands, or it cannot be read. Never waits, whatever the name leads to.
+std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit);

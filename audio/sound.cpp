@@ -1,12 +1,9 @@
 #include "audio/sound.h"
 
-#include <string>
-
 #include "audio/resource.h"
 #include "audio/wav.h"
 #include "base/log.h"
 #include "desktop/audio_out.h"
-#include "desktop/folders.h"
 #include "sys/files.h"
 
 namespace {
@@ -17,9 +14,7 @@ constexpr size_t kLargestFile = size_t{256} << 20;
 
 void PlaySound(const char* name) {
     // The name is looked up as it stands: "../MUSIC" is shortened for the other services alone.
-    const std::string path = folders.resources + "/" + name;
-    const auto bytes =
-        ReadResource(path.size() < kPathBufferSize ? path.c_str() : nullptr, kLargestFile);
+    const auto bytes = ReadResource(name, kLargestFile);
     if (!bytes) {
         audioOut.stopSound();
         SystemLog(FormatText("sound %s: cannot be read", name));
@@ -29,6 +24,6 @@ void PlaySound(const char* name) {
 }
 
 u32 SoundLength(const char* name) {
-    const auto header = ReadResource(BuildPath(name, false), kWavHeaderSize);
+    const auto header = ReadResource(BesideMusic(name), kWavHeaderSize);
     return header ? WavMilliseconds(*header) : 0;
 }

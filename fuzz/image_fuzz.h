@@ -23,7 +23,7 @@ constexpr u32 kImageSize = 256 << 10;
 inline const u8* fileBytes = nullptr;
 inline std::size_t fileSize = 0;
 
-inline std::FILE* OpenMemory(const char*, const char*) {
+inline std::FILE* OpenMemory(int, const char*, int) {
     const int file = memfd_create("image", MFD_CLOEXEC);
     if (file < 0 || write(file, fileBytes, fileSize) != static_cast<ssize_t>(fileSize))
         std::abort();

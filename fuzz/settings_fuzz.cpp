@@ -2,6 +2,7 @@
 // script of commands of group 8. Whatever both hold, the host must survive: results may be
 // anything, memory outside the buffer and the image may not be touched, and every command returns.
 
+#include <fcntl.h>
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
@@ -21,11 +22,12 @@
 
 namespace {
 
-constexpr u32 kImageSize = 0x4000;
+constexpr u32 kImageSize = 0x8000;
 constexpr u32 kBlock = 0x300;
 constexpr u32 kFirstText = 0x400;
-constexpr u32 kSecondText = 0x1400;
-constexpr u32 kBuffer = 0x2400;
+constexpr u32 kSecondText = 0x2400;
+constexpr u32 kBuffer = 0x4400;
+constexpr u32 kLongest = 6000;  // of a text that is made longer by its last character
 
 struct ProcessEnded {};
 
@@ -33,9 +35,8 @@ struct ProcessEnded {};
 std::string file;
 std::string saved;
 
-std::FILE* OpenMemory(const char*, const char* mode) {
-    if (mode[1] == '+' && mode[0] == 'r') return nullptr;
-    if (mode[0] == 'w') {
+std::FILE* OpenMemory(int, const char*, int flags) {
+    if ((flags & O_CREAT) != 0) {
         saved.clear();
         return std::fopen("/dev/null", "wb");
     }
@@ -43,7 +44,10 @@ std::FILE* OpenMemory(const char*, const char* mode) {
 }
 
 void PutText(u32 address, FuzzedDataProvider& input) {
-    const std::string text = input.ConsumeRandomLengthString(200);
+    std::string text = input.ConsumeRandomLengthString(200);
+    if (!text.empty() && input.ConsumeIntegralInRange<u32>(0, 2) == 0) {
+        text.append(input.ConsumeIntegralInRange<u32>(0, kLongest), text.back());
+    }
     std::memcpy(image + address, text.c_str(), text.size() + 1);
 }
 
@@ -84,7 +88,7 @@ void RunCommand(FuzzedDataProvider& input) {
     }
     if (sub == 1) file = saved;
     if (HasSettingsBuffer() &&
-        (SettingsTextEnd() > SettingsCapacity() + 32 || SettingsByte(SettingsTextEnd()) != 0)) {
+        (SettingsTextEnd() >= SettingsCapacity() || SettingsByte(SettingsTextEnd()) != 0)) {
         std::abort();
     }
 }

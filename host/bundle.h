@@ -3,8 +3,19 @@
 
 #include <string>
 
+// Fills in where the user's own folders lie, which no game has a say in. Before FindGame.
+void FindUserFolders();
+
+// The folder that a game at this path has, without a look into it.
+std::string GameFolder(const std::string& game);
+
+// "", or what is wrong with a path that leads to no game or to none that can be read. Looks into no
+// file.
+std::string WhyNoGame(const std::string& game);
+
 // Fills `folders` for the game at `game`, a folder, an application bundle or the path of a MAIN.MX
-// file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
+// file. Returns "" or, for a game that is missing, cannot be read or lies elsewhere in part, by a
+// link, what is wrong.
 std::string FindGame(const std::string& game);
 
 // The path of the MAIN.MX that is loaded: in the data folder, or where none is there among the

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "base/output_files.h"
 #include "kit/call_names.h"
 #include "kit/call_tree.h"
 #include "kit/module_memory.h"
@@ -299,14 +300,18 @@ void Close(std::FILE*& file, const std::string& path) {
 
 }  // namespace
 
+std::string FoldedProfile(const std::string& path) {
+    return path + ".folded";
+}
+
 std::string StartProfile(const std::string& path) {
-    tableFile = std::fopen(path.c_str(), "w");
+    tableFile = outputFiles.open(path);
     if (tableFile == nullptr) return path;
-    foldedFile = std::fopen((path + ".folded").c_str(), "w");
+    foldedFile = outputFiles.open(FoldedProfile(path));
     if (foldedFile == nullptr) {
         std::fclose(tableFile);
         tableFile = nullptr;
-        return path + ".folded";
+        return FoldedProfile(path);
     }
     tablePath = path;
     otherTrace = instructionTrace;

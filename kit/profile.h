@@ -10,6 +10,9 @@
 // that cannot be written.
 std::string StartProfile(const std::string& path);
 
+// The file of the call stacks.
+std::string FoldedProfile(const std::string& path);
+
 // Reads the game's symbols; to be called once its folders are known and before the module runs.
 void NameProfile();
 

@@ -12,6 +12,7 @@
 #include "desktop/folders.h"
 #include "host/bundle.h"
 #include "host/plist.h"
+#include "kit/new_folder.h"
 #include "kit/ship_runtime.h"
 
 namespace fs = std::filesystem;
@@ -22,6 +23,7 @@ constexpr int kFailed = 1;
 constexpr int kUnusable = 2;
 constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr const char* kNameKey = "ZULGameName";
+constexpr const char* kLeadsOut = ": a link that leads out of the game";
 
 // --- The two paths
 
@@ -29,17 +31,6 @@ bool HoldsGame(const std::string& path) {
     if (!FindGame(path).empty()) return false;
     std::error_code error;
     return fs::is_regular_file(fs::path(folders.resources) / "MAIN.MX", error);
-}
-
-// Why the folder cannot be made, "" when it can.
-std::string WhyNotNew(const std::string& path) {
-    std::error_code error;
-    const fs::file_status status = fs::symlink_status(path, error);
-    if (status.type() == fs::file_type::not_found) return "";
-    if (status.type() != fs::file_type::directory) return "is there already";
-    if (!fs::is_empty(path, error))
-        return error ? error.message() : "is a folder that is not empty";
-    return "";
 }
 
 // Absolute and without links, as far as it exists; no "/" at the end.
@@ -78,14 +69,23 @@ void HoldEndSignals() {
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
-// Copies what lies in a folder. Links are followed, but not into a folder of `above`: those that
-// hold the copy, and those on the way.
+// Whether a file or folder lies in the game. A link out of it would put the user's own files into
+// what is given to others.
+bool IsGamesOwn(const fs::path& path) {
+    std::error_code error;
+    const fs::path real = fs::canonical(path, error);
+    return !error && LiesIn(real, Canonical(folders.bundle));
+}
+
+// Copies what lies in a folder. Links are followed, but neither out of the game nor into a folder
+// of `above`: those that hold the copy, and those on the way.
 std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs::path> above) {
     std::error_code error;
     above.push_back(fs::canonical(from, error));
     if (std::count(above.begin(), above.end(), above.back()) > 1) {
         return from.string() + ": a link to a folder that holds it or the new folder";
     }
+    if (!IsGamesOwn(from)) return from.string() + kLeadsOut;
     fs::create_directories(to, error);
     fs::directory_iterator entry(from, error);
     if (error) return from.string() + ": " + error.message();
@@ -96,7 +96,8 @@ std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs:
         if (fs::is_directory(status)) {
             problem = CopyFolder(path, to / path.filename(), above);
         } else if (fs::is_regular_file(status)) {
-            problem = CopyOneFile(path, to / path.filename());
+            problem = IsGamesOwn(path) ? CopyOneFile(path, to / path.filename())
+                                       : path.string() + kLeadsOut;
         } else if (status.type() == fs::file_type::not_found) {
             problem = path.string() + ": a link to nowhere";
         } else {
@@ -129,7 +130,7 @@ std::string WriteInformation(const fs::path& file) {
         list.append_attribute("version") = "1.0";
         dictionary = list.append_child("dict");
     }
-    if (PlistString(dictionary, kNameKey).value_or("").empty()) {
+    if (PlistString(dictionary, kNameKey).value_or("") != folders.gameName) {
         dictionary.prepend_child("string").text() = folders.gameName.c_str();
         dictionary.prepend_child("key").text() = kNameKey;
     }
@@ -169,7 +170,7 @@ std::string WriteLauncher(const fs::path& folder) {
 }
 
 std::string CopyResources(const fs::path& share, const std::vector<std::string>& soundFonts) {
-    for (const char* const name : {"MainMenu.plist", "moxi.svg"}) {
+    for (const char* const name : {"MainMenu.plist", "moxi.svg", "moxi.png"}) {
         std::string problem = CopyOneFile(OwnResource(name), share / name);
         if (!problem.empty()) return problem;
     }

@@ -1,18 +1,16 @@
 #include "kit/ship_runtime.h"
 
-#include <elf.h>
 #include <fontconfig/fontconfig.h>
 #include <link.h>
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
 #include <vector>
 
-#include "base/types.h"
+#include "kit/search_path.h"
 
 namespace fs = std::filesystem;
 
@@ -51,42 +49,8 @@ std::vector<fs::path> LoadedLibraries() {
     return paths;
 }
 
-template <class T>
-bool ReadAt(std::fstream& file, u64 offset, T& value) {
-    file.seekg(static_cast<std::streamoff>(offset));
-    return static_cast<bool>(file.read(reinterpret_cast<char*>(&value), sizeof value));
-}
-
-// The dynamic section's place in a library's file.
-bool FindDynamicSection(std::fstream& file, Elf64_Phdr& dynamic) {
-    Elf64_Ehdr header;
-    if (!ReadAt(file, 0, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
-        header.e_ident[EI_CLASS] != ELFCLASS64) {
-        return false;
-    }
-    for (u32 i = 0; i < header.e_phnum; ++i) {
-        if (!ReadAt(file, header.e_phoff + u64{i} * sizeof dynamic, dynamic)) return false;
-        if (dynamic.p_type == PT_DYNAMIC) return true;
-    }
-    return false;
-}
-
-// A library with a search path of its own would not look where the program looks. The path's entry
-// becomes one that means nothing in a library.
-void DropSearchPath(const fs::path& library) {
-    std::fstream file(library, std::ios::in | std::ios::out | std::ios::binary);
-    Elf64_Phdr dynamic;
-    if (!file || !FindDynamicSection(file, dynamic)) return;
-    for (u64 at = dynamic.p_offset; at < dynamic.p_offset + dynamic.p_filesz;
-         at += sizeof(Elf64_Dyn)) {
-        Elf64_Dyn entry;
-        if (!ReadAt(file, at, entry) || entry.d_tag == DT_NULL) return;
-        if (entry.d_tag != DT_RUNPATH && entry.d_tag != DT_RPATH) continue;
-        entry.d_tag = DT_DEBUG;
-        file.seekp(static_cast<std::streamoff>(at));
-        file.write(reinterpret_cast<const char*>(&entry), sizeof entry);
-    }
-}
+// Beside the program; the program is linked with this one, which an installation takes out.
+constexpr const char* kSearchPath = "$ORIGIN/lib/moxi";
 
 // The family and the file that stand for a family in a style.
 struct FoundFont {
@@ -137,6 +101,7 @@ std::string CopyOneFile(const std::string& from, const std::string& to) {
 
 std::string CopyProgram(const std::string& program, const std::string& libraryFolder) {
     std::string problem = CopyOneFile("/proc/self/exe", program);
+    if (problem.empty()) problem = SetSearchPath(program, kSearchPath);
     for (const fs::path& library : LoadedLibraries()) {
         if (!problem.empty()) return problem;
         const fs::path copy = fs::path(libraryFolder) / library.filename();

@@ -2,9 +2,8 @@
 // The service dispatcher: the interpreter calls SysDispatch for each SYS instruction, and the
 // command word in the module's parameter block picks the handler.
 
-#include <unistd.h>
-
 #include "base/types.h"
+#include "sys/beneath.h"
 
 // What this room needs from higher rooms: handlers of the groups that they own, the tick of the
 // module's periodic timer, and the sandbox. Written only by app/ and by tests. A handler gets the
@@ -17,8 +16,8 @@ struct SysSlots {
     // Called before a service changes anything on disk, and when the data folder has just been
     // made.
     void (*beforeFileChange)();
-    // Deletes a file that came with the game.
-    void (*deleteResource)(const char* path);
+    // Deletes a file that came with the game: a name beneath the open resources folder.
+    void (*deleteResource)(int folder, const char* name);
 };
 
 inline constinit SysSlots sysSlots = {
@@ -27,7 +26,7 @@ inline constinit SysSlots sysSlots = {
     .hostGroup = [](u32, u32) {},
     .onTimer = [] {},
     .beforeFileChange = [] {},
-    .deleteResource = [](const char* path) { ::unlink(path); },
+    .deleteResource = [](int folder, const char* name) { UnlinkBeneath(folder, name); },
 };
 
 // Reads the parameter block at the address in R15 and runs its command. The result, where the

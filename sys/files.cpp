@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,8 +12,11 @@
 #include <cstring>
 #include <string>
 
+#include "base/log.h"
 #include "desktop/folders.h"
+#include "sys/beneath.h"
 #include "sys/dispatch.h"
+#include "sys/quota.h"
 #include "sys/system_calls.h"
 
 namespace {
@@ -20,8 +24,65 @@ namespace {
 // The studio's folder inside the user's application support folder.
 constexpr const char* kStudioFolder = "Quillmoss Software";
 
-std::string dataFolder;
-std::string resourcesFolder;
+// One of the two folders that names are resolved in. It is opened when it is first needed and stays
+// open: names are looked up beneath what is open here.
+struct Root {
+    std::string path;  // with a trailing "/"; "" is the current folder
+    int descriptor = -1;
+
+    void Set(const std::string& folder) {
+        Close();
+        path = folder;
+    }
+
+    void Close() {
+        if (descriptor >= 0) close(descriptor);
+        descriptor = -1;
+    }
+
+    // -1 for a folder that does not exist.
+    int Folder() {
+        if (descriptor < 0) {
+            descriptor = open(path.empty() ? "." : path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        }
+        return descriptor;
+    }
+
+    // What is open has been removed meanwhile.
+    bool IsGone() const {
+        struct stat status;
+        return descriptor >= 0 && fstat(descriptor, &status) == 0 && status.st_nlink == 0;
+    }
+};
+
+Root dataRoot;
+Root resourcesRoot;
+
+Root& RootOf(bool inDataFolder) {
+    return inDataFolder ? dataRoot : resourcesRoot;
+}
+
+bool Failed(int result) {
+    return result < 0;
+}
+
+bool Failed(const std::FILE* stream) {
+    return stream == nullptr;
+}
+
+// What `act` answers for the folder; where the folder has been removed, for the one that has taken
+// its place. The data folder is looked for again by what writes: a name that is not there is an
+// everyday thing in it.
+template <class Act>
+auto In(Root& root, Act act) -> decltype(act(0)) {
+    errno = 0;
+    auto result = act(root.Folder());
+    if (&root == &resourcesRoot && Failed(result) && errno == ENOENT && root.IsGone()) {
+        root.Close();
+        result = act(root.Folder());
+    }
+    return result;
+}
 
 constinit char pathBuffer[kPathBufferSize] = {};
 
@@ -32,19 +93,40 @@ struct OpenStream {
 // Every slot at openCount or above is empty; slots below it may be.
 constinit OpenStream openFiles[kMaximalOpenFiles] = {};
 constinit u32 openCount = 0;
+constinit bool failedWriteIsTold = false;
 
 OpenStream* FindStream(u32 handle) {
     if (handle >= openCount || openFiles[handle].stream == nullptr) return nullptr;
     return &openFiles[handle];
 }
 
-bool Exists(const char* path) {
-    struct stat status;
-    return path != nullptr && stat(path, &status) == 0;
+// A name that BuildPath has a path for, as it is resolved beneath the folder; else null.
+const char* NameIn(const char* name, bool inDataFolder) {
+    return BuildPath(name, inDataFolder) == nullptr ? nullptr : BesideMusic(name);
 }
 
-std::FILE* OpenPath(const char* path, const char* mode) {
-    return path == nullptr ? nullptr : systemCalls.open(path, mode);
+bool StatIn(const char* name, bool inDataFolder, struct stat& status) {
+    const char* const known = NameIn(name, inDataFolder);
+    return known != nullptr && In(RootOf(inDataFolder), [&](int folder) {
+                                   return StatBeneath(folder, known, &status);
+                               }) == 0;
+}
+
+// The stream of a name, opened with the flags of open(2); null where there is none.
+std::FILE* OpenIn(const char* name, bool inDataFolder, int flags) {
+    const char* const known = NameIn(name, inDataFolder);
+    if (known == nullptr) return nullptr;
+    return In(RootOf(inDataFolder),
+              [&](int folder) { return systemCalls.open(folder, known, flags); });
+}
+
+// The module is told in the service's own way. The player, whose saved game it is, learns of the
+// first failure that lies in the folder and not in the name.
+void NoteFailedWrite(int error) {
+    const bool isFull = error == ENOSPC || error == EDQUOT || error == EIO;
+    if (failedWriteIsTold || (!isFull && access(dataRoot.path.c_str(), W_OK | X_OK) == 0)) return;
+    failedWriteIsTold = true;
+    SystemLog("data cannot be written to " + dataRoot.path + ": " + std::strerror(error));
 }
 
 u32 TakeHandle(std::FILE* stream, bool writable) {
@@ -56,31 +138,35 @@ u32 TakeHandle(std::FILE* stream, bool writable) {
     return openCount++;
 }
 
-// Makes every missing folder on the way to the last "/" of `path`, outermost first.
-void MakeFoldersOnPath(std::string path) {
-    const std::size_t last = path.rfind('/');
-    if (last == std::string::npos) return;
-    path.resize(last);
-    // Find the longest prefix that exists; everything after it is to be made.
-    std::size_t end = path.size();
-    while (end > 0 && !Exists(path.substr(0, end).c_str())) {
-        const std::size_t slash = path.rfind('/', end - 1);
-        end = slash == std::string::npos ? 0 : slash;
-    }
-    while (end < path.size()) {
-        const std::size_t slash = path.find('/', end + 1);
-        end = slash == std::string::npos ? path.size() : slash;
-        mkdir(path.substr(0, end).c_str(), 0777);
+// Makes every missing folder on the way to the data folder, outermost first.
+void MakeDataFolder() {
+    const std::string& path = dataRoot.path;
+    struct stat status;
+    for (std::size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
+        const std::string folder = path.substr(0, at);
+        if (stat(folder.c_str(), &status) == 0) continue;
+        if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) return NoteFailedWrite(errno);
     }
 }
 
-// The data folder comes first: until it exists the sandbox is wider than names may reach.
-void MakeParentFolders(const std::string& path) {
-    if (!Exists(dataFolder.c_str())) {
-        MakeFoldersOnPath(dataFolder);
+// Makes every missing folder on the way to the name, outermost first. The data folder comes before
+// them: until it exists the sandbox is wider than names may reach.
+void MakeParentFolders(const std::string& name) {
+    if (dataRoot.IsGone()) dataRoot.Close();
+    if (dataRoot.Folder() < 0) {
+        MakeDataFolder();
         sysSlots.beforeFileChange();
     }
-    MakeFoldersOnPath(path);
+    const int folder = dataRoot.Folder();
+    if (folder < 0) return;
+    const std::size_t last = name.rfind('/');
+    struct stat status;
+    if (last == std::string::npos ||
+        StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
+        return;
+    for (std::size_t at = name.find('/'); at != std::string::npos; at = name.find('/', at + 1)) {
+        MakeFolderBeneath(folder, name.substr(0, at).c_str());
+    }
 }
 
 }  // namespace
@@ -90,22 +176,32 @@ void MakeParentFolders(const std::string& path) {
 void InitFolders() {
     // A write that passes a file size limit is to come short, not to end the process.
     std::signal(SIGXFSZ, SIG_IGN);
-    resourcesFolder = folders.resources + "/";
-    dataFolder = DataFolder();
-    if (!dataFolder.empty()) dataFolder += "/";
+    resourcesRoot.Set(folders.resources + "/");
+    ResetQuota();
+    const std::string data = DataFolder();
+    dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
+}
+
+std::string DataFolderOfAll() {
+    if (!folders.dataOverride.empty()) return folders.dataOverride;
+    // Without a support folder the data lies in the process's current folder.
+    return folders.support.empty() ? "" : folders.support + "/" + kStudioFolder;
 }
 
 std::string DataFolder() {
-    if (!folders.dataOverride.empty()) return folders.dataOverride;
-    // Without a support folder the data lies in the process's current folder.
-    if (folders.support.empty()) return "";
-    return folders.support + "/" + kStudioFolder + "/" + folders.gameName;
+    const std::string all = DataFolderOfAll();
+    if (all.empty() || !folders.dataOverride.empty()) return all;
+    return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
+}
+
+const char* BesideMusic(const char* name) {
+    // Eight characters decide, so ../MUSICBOX.DAT is shortened too.
+    return std::strncmp(name, "../MUSIC", 8) == 0 ? name + 3 : name;
 }
 
 const char* BuildPath(const char* name, bool inDataFolder) {
-    const std::string& folder = inDataFolder ? dataFolder : resourcesFolder;
-    // Eight characters decide, so ../MUSICBOX.DAT is shortened too.
-    if (std::strncmp(name, "../MUSIC", 8) == 0) name += 3;
+    const std::string& folder = RootOf(inDataFolder).path;
+    name = BesideMusic(name);
     const std::size_t length = std::strlen(name);
     if (folder.size() + length >= kPathBufferSize) return nullptr;
     folder.copy(pathBuffer, folder.size());
@@ -113,22 +209,88 @@ const char* BuildPath(const char* name, bool inDataFolder) {
     return pathBuffer;
 }
 
+int OpenFolder(const char* name, bool inDataFolder) {
+    return In(RootOf(inDataFolder),
+              [&](int folder) { return OpenBeneath(folder, name, O_RDONLY | O_DIRECTORY); });
+}
+
+bool IsFolder(const char* name, bool inDataFolder) {
+    struct stat status;
+    return StatIn(name, inDataFolder, status) && S_ISDIR(status.st_mode);
+}
+
+int OpenResource(const char* name) {
+    if (resourcesRoot.path.size() + std::strlen(name) >= kPathBufferSize) return -1;
+    return In(resourcesRoot, [&](int folder) {
+        // Without O_NONBLOCK a pipe among the resources would halt the game.
+        return OpenBeneath(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    });
+}
+
 // --- Open files
 
 namespace {
 
-// The data-folder path of a name that is opened by the rule for writing, its folders made. Null
-// when the path does not fit.
-const char* PathToWrite(const char* name) {
-    sysSlots.beforeFileChange();
-    const char* path = BuildPath(name, true);
-    if (path == nullptr) return nullptr;
-    if (std::FILE* existing = systemCalls.open(path, "rbe")) {
-        systemCalls.close(existing);
-    } else {
-        MakeParentFolders(path);
+bool CopyWhole(int from, int to) {
+    ssize_t copied = 0;
+    do {
+        copied = sendfile(to, from, nullptr, std::size_t{1} << 30);
+    } while (copied > 0);
+    return copied == 0;
+}
+
+// Puts a copy of the open file in the data folder under a new name. False, and nothing is left,
+// when that fails.
+bool CopyTo(std::FILE* stream, const char* newName) {
+    const int folder = dataRoot.Folder();
+    struct stat status;
+    const int copy = OpenBeneath(folder, newName, O_WRONLY | O_CREAT | O_EXCL);
+    if (copy < 0) return false;
+    const bool copied = fstat(fileno(stream), &status) == 0 &&
+                        fchmod(copy, status.st_mode & 0777) == 0 && CopyWhole(fileno(stream), copy);
+    if (close(copy) != 0 || !copied) {
+        UnlinkBeneath(folder, newName);
+        return false;
     }
-    return path;
+    return true;
+}
+
+// A file with another name besides, which may lie anywhere, is not written through this one: from
+// now on the name has a file of its own. Returns the stream to write to, null when that fails.
+std::FILE* SeparateFile(std::FILE* stream, const char* name, const struct stat& status) {
+    if (!S_ISREG(status.st_mode) || status.st_nlink <= 1) return stream;
+    const std::string copy = std::string(name) + ".own";
+    const int folder = dataRoot.Folder();
+    const bool separated = CopyTo(stream, copy.c_str()) && UnlinkBeneath(folder, name) == 0 &&
+                           RenameBeneath(folder, copy.c_str(), name) == 0;
+    systemCalls.close(stream);
+    return separated ? systemCalls.open(folder, name, O_RDWR) : nullptr;
+}
+
+// Opens a name by the rule for writing: in the data folder, where the folders on its way are made.
+// `isEmpty` becomes true where there is nothing in the file.
+std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
+    isEmpty = false;
+    sysSlots.beforeFileChange();
+    const char* const known = NameIn(name, true);
+    if (known == nullptr) return nullptr;
+    std::FILE* stream = OpenIn(name, true, flags);
+    if (stream == nullptr) {
+        MakeParentFolders(known);
+        stream = OpenIn(name, true, flags);
+    }
+    if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
+    if (stream == nullptr || flags == O_RDONLY) return stream;
+    struct stat status;
+    if (fstat(fileno(stream), &status) != 0) return stream;
+    isEmpty = status.st_size == 0;
+    return SeparateFile(stream, known, status);
+}
+
+// What cannot be emptied is written as it is.
+void Empty(std::FILE* stream) {
+    NoteShrinking();
+    if (ftruncate(fileno(stream), 0) != 0) errno = 0;
 }
 
 // Waits until no other start of the game is in the middle of the same file, but not for ever: that
@@ -147,32 +309,37 @@ void Lock(u32 handle, int operation) {
 
 u32 OpenFile(const char* name, u32 mode) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
-    if (mode == kOpenRead) {
-        std::FILE* stream = OpenPath(BuildPath(name, true), "rbe");
-        if (stream == nullptr) stream = OpenPath(BuildPath(name, false), "rbe");
-        return TakeHandle(stream, false);
-    }
-    const char* path = PathToWrite(name);
-    if (path == nullptr) return kNoFile;
+    std::FILE* stream = nullptr;
+    bool isEmpty = false;
     switch (mode) {
-        case kOpenUpdate: return TakeHandle(systemCalls.open(path, "r+be"), true);
-        case kOpenCreate: return TakeHandle(systemCalls.open(path, "w+be"), true);
-        default: return TakeHandle(systemCalls.open(path, "rbe"), false);
+        case kOpenRead:
+            stream = OpenIn(name, true, O_RDONLY);
+            if (stream == nullptr) stream = OpenIn(name, false, O_RDONLY);
+            return TakeHandle(stream, false);
+        case kOpenUpdate: return TakeHandle(OpenByWriteRule(name, O_RDWR, isEmpty), true);
+        case kOpenCreate:
+            stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
+            if (stream != nullptr && !isEmpty) Empty(stream);
+            return TakeHandle(stream, true);
+        default: return TakeHandle(OpenByWriteRule(name, O_RDONLY, isEmpty), false);
     }
+}
+
+u32 OpenModule(const char* name) {
+    if (openCount == kMaximalOpenFiles) return kNoFile;
+    if (folders.moduleInData) return OpenFile(name, kOpenRead);
+    return TakeHandle(OpenIn(name, false, O_RDONLY), false);
 }
 
 u32 OpenToReplace(const char* name) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
-    const char* path = PathToWrite(name);
-    if (path == nullptr) return kNoFile;
-    // Not emptied before it is locked.
-    std::FILE* stream = systemCalls.open(path, "r+be");
-    if (stream == nullptr) stream = systemCalls.open(path, "w+be");
+    bool isEmpty = false;
+    std::FILE* const stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
     const u32 handle = TakeHandle(stream, true);
     if (handle == kNoFile) return kNoFile;
+    // Not emptied before it is locked.
     LockToWrite(handle);
-    // What cannot be emptied, a device for one, is written as it is.
-    if (ftruncate(fileno(stream), 0) != 0) errno = 0;
+    Empty(stream);
     return handle;
 }
 
@@ -193,7 +360,12 @@ u32 ReadFile(u32 handle, void* buffer, u32 count) {
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
-    return static_cast<u32>(systemCalls.write(data, count, file->stream));
+    if (!file->writable || count == 0) return 0;
+    // A full quota has its own line.
+    const u32 fitting = WritableBytes(file->stream, count);
+    const std::size_t written = systemCalls.write(data, fitting, file->stream);
+    if (written < fitting) NoteFailedWrite(errno);
+    return static_cast<u32>(written);
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
@@ -239,16 +411,26 @@ bool IsWritable(u32 handle) {
 
 // --- Names
 
+namespace {
+
+// Whether a name that could not be opened, as errno says, is there all the same.
+bool IsThere(const char* name, bool inDataFolder, struct stat& status) {
+    return errno != ENOENT && StatIn(name, inDataFolder, status);
+}
+
+}  // namespace
+
 u32 FileSize(const char* name, u32* time, u32* kind) {
     struct stat status;
-    const char* path = BuildPath(name, true);
-    if (path == nullptr || stat(path, &status) != 0) {
-        path = BuildPath(name, false);
-        if (path == nullptr || stat(path, &status) != 0) return kNoFile;
+    std::FILE* stream = OpenIn(name, true, O_RDONLY);
+    if (stream == nullptr && !IsThere(name, true, status)) {
+        stream = OpenIn(name, false, O_RDONLY);
+        if (stream == nullptr && !IsThere(name, false, status)) return kNoFile;
     }
+    if (stream != nullptr && fstat(fileno(stream), &status) != 0) status = {};
     *time = static_cast<u32>(status.st_mtim.tv_sec);
     *kind = S_ISDIR(status.st_mode) ? kKindFolder : kKindFile;
-    std::FILE* stream = systemCalls.open(path, "rbe");
+    // What is there and cannot be read has a time and no size.
     if (stream == nullptr) return kNoFile;
     systemCalls.seek(stream, 0, SEEK_END);
     const u32 size = static_cast<u32>(ftello(stream));
@@ -258,44 +440,56 @@ u32 FileSize(const char* name, u32* time, u32* kind) {
 
 void DeleteFile(const char* name) {
     sysSlots.beforeFileChange();
-    const char* path = BuildPath(name, true);
-    if (Exists(path)) {
-        unlink(path);
-        return;
+    struct stat status;
+    if (StatIn(name, true, status)) {
+        NoteShrinking();
+        UnlinkBeneath(dataRoot.Folder(), BesideMusic(name));
+    } else if (folders.deletableResources && StatIn(name, false, status)) {
+        sysSlots.deleteResource(resourcesRoot.Folder(), BesideMusic(name));
     }
-    path = BuildPath(name, false);
-    if (Exists(path)) sysSlots.deleteResource(path);
 }
 
 u32 MakeFolder(const char* name) {
     sysSlots.beforeFileChange();
-    const char* path = BuildPath(name, true);
-    if (path == nullptr) return kNoFile;
-    return mkdir(path, 0777) == 0 || errno == EEXIST ? 0 : kNoFile;
+    const char* const known = NameIn(name, true);
+    if (known == nullptr) return kNoFile;
+    const auto make = [known](int folder) {
+        // Without a name it is the data folder itself.
+        return *known == 0 && folder < 0 ? mkdir(dataRoot.path.c_str(), 0777)
+                                         : MakeFolderBeneath(folder, known);
+    };
+    if (In(dataRoot, make) == 0 || errno == EEXIST) return 0;
+    // The data folder itself is not this service's to make.
+    if (errno != ENOENT && errno != EBADF) NoteFailedWrite(errno);
+    return kNoFile;
 }
 
 void RemoveFolder(const char* name) {
     sysSlots.beforeFileChange();
-    const char* path = BuildPath(name, true);
-    if (path != nullptr) rmdir(path);
+    const char* const known = NameIn(name, true);
+    if (known == nullptr) return;
+    In(dataRoot, [known](int folder) { return RemoveFolderBeneath(folder, known); });
 }
 
 void MoveFile(const char* oldName, const char* newName) {
     sysSlots.beforeFileChange();
-    const char* path = BuildPath(oldName, true);
-    if (path == nullptr) return;
-    const std::string oldPath = path;
-    path = BuildPath(newName, true);
-    if (path == nullptr) return;
-    if (renameat2(AT_FDCWD, oldPath.c_str(), AT_FDCWD, path, RENAME_NOREPLACE) == 0) return;
-    if (errno != EINVAL && errno != ENOSYS) return;
-    // A file system without that operation: look first. Nobody else writes into the data folder.
-    struct stat status;
-    if (lstat(path, &status) != 0) std::rename(oldPath.c_str(), path);
+    const char* const from = NameIn(oldName, true);
+    const char* const to = NameIn(newName, true);
+    if (from == nullptr || to == nullptr) return;
+    const int result =
+        In(dataRoot, [from, to](int folder) { return RenameBeneath(folder, from, to); });
+    if (result == 0 || errno != EXDEV) return;
+    // Between two folders the sandbox of an old kernel lets nothing be moved.
+    std::FILE* const stream = OpenIn(oldName, true, O_RDONLY);
+    if (stream == nullptr) return;
+    const bool copied = CopyTo(stream, to);
+    systemCalls.close(stream);
+    if (copied) UnlinkBeneath(dataRoot.Folder(), from);
 }
 
 void ResetFiles() {
     while (openCount > 0) CloseFile(openCount - 1);
-    dataFolder.clear();
-    resourcesFolder.clear();
+    dataRoot.Set("");
+    resourcesRoot.Set("");
+    failedWriteIsTold = false;
 }

@@ -2,7 +2,7 @@
 // The file services: names of the module are short relative names (SAVE/GAME1.DAT). Reading looks
 // in the writable data folder first and then in the game's resources folder; writing always goes
 // to the data folder. Names are bytes and pass through unchanged; one that does not fit the path
-// buffer names nothing that exists.
+// buffer, or that leads out of the folder, names nothing that exists.
 
 #include <string>
 
@@ -32,10 +32,25 @@ void InitFolders();
 // need not exist.
 std::string DataFolder();
 
+// The folder that all games' data folders lie in, or the one data folder that was named.
+std::string DataFolderOfAll();
+
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its
 // "../": the music lies beside the other files. Null when the path does not fit. The text is valid
 // until the next file operation.
 const char* BuildPath(const char* name, bool inDataFolder);
+
+// The name as BuildPath puts it behind the folder.
+const char* BesideMusic(const char* name);
+
+// For listings: the folder of this name beneath the data or the resources folder, open for reading,
+// -1 when there is none; and whether a name leads to a folder.
+int OpenFolder(const char* name, bool inDataFolder);
+bool IsFolder(const char* name, bool inDataFolder);
+
+// A descriptor of what the name, as it stands, leads to in the resources folder, for reading; -1
+// when there is nothing. It never waits, whatever the name leads to.
+int OpenResource(const char* name);
 
 // --- Open files. A handle is an index of the open-file table; a bad one is harmless.
 
@@ -44,6 +59,10 @@ const char* BuildPath(const char* name, bool inDataFolder);
 // or truncates it, and a mode that is none of these opens for reading. kNoFile when it cannot be
 // opened or 96 files are open.
 u32 OpenFile(const char* name, u32 mode);
+
+// Opens the module's file for reading: as kOpenRead does, but in the data folder only where what lies
+// there is the game's own.
+u32 OpenModule(const char* name);
 
 // Opens `name` as kOpenCreate does, for a file that the host writes whole and at once: when the
 // game runs twice and both write it, one waits for the other, so that the file is never a mixture.
@@ -85,7 +104,8 @@ bool IsWritable(u32 handle);
 // 1970 (low 32 bits) and the kind. kNoFile and untouched outputs for a name in neither folder.
 u32 FileSize(const char* name, u32* time, u32* kind);
 
-// Deletes the file in the data folder, or, when there is none, the one in the resources folder.
+// Deletes the file in the data folder, or, when there is none, the one in the resources folder. The
+// latter only where `folders` lets it; otherwise as in a folder that is read-only.
 void DeleteFile(const char* name);
 
 // Makes one folder in the data folder: 0 when it exists afterwards, kNoFile when not.

@@ -1,11 +1,11 @@
 #include "sys/find.h"
 
 #include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
+#include <string>
 
 #include "sys/files.h"
 #include "sys/system_calls.h"
@@ -87,11 +87,11 @@ FindNode* TakeSorted(FindNode*& list, u32 count) {
     return merged;
 }
 
-bool IsFolder(DIR* folder, const dirent* entry) {
+// `folder` is the name of the folder that the entry was found in, "" or with a trailing "/".
+bool IsFolderEntry(const std::string& folder, bool inDataFolder, const dirent* entry) {
     if (entry->d_type == DT_DIR) return true;
     if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) return false;
-    struct stat status;
-    return fstatat(dirfd(folder), entry->d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+    return IsFolder((folder + entry->d_name).c_str(), inDataFolder);
 }
 
 // Null, with a message, when there is no memory: the entry is dropped and the list goes on.
@@ -110,24 +110,27 @@ FindNode* NewNode(const char* name, bool isFolder, bool inDataFolder) {
 }
 
 // Appends the matching entries of one folder that the list does not have yet.
-void ListFolder(const char* builtPath, bool inDataFolder) {
-    if (builtPath == nullptr) return;
-    char folderName[kPathBufferSize] = "./";
-    const char* pattern = builtPath;
-    if (const char* slash = std::strrchr(builtPath, '/')) {
+void ListFolder(const char* name, bool inDataFolder) {
+    if (BuildPath(name, inDataFolder) == nullptr) return;
+    const char* pattern = BesideMusic(name);
+    std::string folderName;
+    if (const char* slash = std::strrchr(pattern, '/')) {
+        folderName.assign(pattern, slash + 1);
         pattern = slash + 1;
-        const std::size_t length = static_cast<std::size_t>(pattern - builtPath);
-        std::memcpy(folderName, builtPath, length);
-        folderName[length] = 0;
     }
     if (std::strlen(pattern) >= kPatternBufferSize) return;
-    DIR* folder = opendir(folderName);
-    if (folder == nullptr) return;
+    const int descriptor = OpenFolder(folderName.c_str(), inDataFolder);
+    DIR* folder = descriptor < 0 ? nullptr : fdopendir(descriptor);
+    if (folder == nullptr) {
+        if (descriptor >= 0) close(descriptor);
+        return;
+    }
     FindNode* found = nullptr;
     u32 count = 0;
     while (const dirent* entry = readdir(folder)) {
         if (entry->d_name[0] == '.' || !MatchWildcard(entry->d_name, pattern)) continue;
-        FindNode* node = NewNode(entry->d_name, IsFolder(folder, entry), inDataFolder);
+        FindNode* node =
+            NewNode(entry->d_name, IsFolderEntry(folderName, inDataFolder, entry), inDataFolder);
         if (node == nullptr) continue;
         node->next = found;
         found = node;
@@ -150,8 +153,8 @@ void ListFolder(const char* builtPath, bool inDataFolder) {
 
 bool FindFirst(const char* pattern, FoundEntry* entry) {
     EndFind();
-    ListFolder(BuildPath(pattern, true), true);
-    ListFolder(BuildPath(pattern, false), false);
+    ListFolder(pattern, true);
+    ListFolder(pattern, false);
     findCursor = findHead;
     return FindNext(entry);
 }

@@ -2,14 +2,17 @@
 // The calls of the C library that can fail for reasons outside MOXI: one record, so that tests can
 // make each of them fail. Nobody else writes it.
 
-#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdio>
 #include <cstdlib>
 
+#include "sys/beneath.h"
+
 struct SystemCalls {
-    std::FILE* (*open)(const char* path, const char* mode);
+    // A name beneath an open folder, with the flags of open(2); null for what is neither a file nor
+    // a folder.
+    std::FILE* (*open)(int folder, const char* name, int flags);
     std::size_t (*read)(void* buffer, std::size_t count, std::FILE* stream);
     std::size_t (*write)(const void* data, std::size_t count, std::FILE* stream);
     int (*seek)(std::FILE* stream, off_t offset, int origin);
@@ -18,17 +21,8 @@ struct SystemCalls {
     void (*release)(void* block);
 };
 
-// A named pipe or a socket is no file: opening one would wait for somebody at its other end.
-inline std::FILE* OpenFile(const char* path, const char* mode) {
-    struct stat status;
-    if (stat(path, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode))) {
-        return nullptr;
-    }
-    return std::fopen(path, mode);
-}
-
 inline constinit SystemCalls systemCalls = {
-    .open = OpenFile,
+    .open = OpenStreamBeneath,
     .read = [](void* buffer, std::size_t count,
                std::FILE* stream) { return std::fread(buffer, 1, count, stream); },
     .write = [](const void* data, std::size_t count,

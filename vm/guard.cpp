@@ -23,7 +23,8 @@ constexpr u32 kTraceLineEntries = 16;
 
 constinit u8* reservation = nullptr;
 constinit u64 reservationSize = 0;
-constinit u64 accessibleSize = 0;  // the image and its padding
+constinit u8* reservationBase = nullptr;  // the room below it, too
+constinit u64 accessibleSize = 0;         // the image and its padding
 
 // Where a fault inside RunGuarded continues; null while no guarded code runs.
 constinit sigjmp_buf* volatile faultPoint = nullptr;
@@ -113,22 +114,34 @@ u8* ReserveImage(u32 size) {
     // Padding at the end keeps the start on a multiple of 64.
     const u64 padded = (u64{size} + 63) / 64 * 64;
     const u64 pages = (padded + page - 1) / page * page;
+    // Whole huge pages, so that the image still begins where one does.
+    constexpr u64 below = u64{1} << 21;
+    static_assert(below > kTableBelowImage + 65536);
     const u64 reserved = pages - padded + kAddressSpace + kLongestOperand;
-    void* const range = mmap(nullptr, reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* const range =
+        mmap(nullptr, below + reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (range == MAP_FAILED) return nullptr;
-    if (pages != 0 && mprotect(range, pages, PROT_READ | PROT_WRITE) != 0) {
-        munmap(range, reserved);
+    u8* const start = static_cast<u8*>(range);
+    if (mprotect(start, below + pages, PROT_READ | PROT_WRITE) != 0) {
+        munmap(range, below + reserved);
         return nullptr;
     }
-    reservation = static_cast<u8*>(range);
+    reservationBase = start;
+    reservation = start + below;
     reservationSize = reserved;
     accessibleSize = padded;
-    return reservation + (pages - padded);
+    u8* const block = reservation + (pages - padded);
+    u8* const table = block - kTableBelowImage;
+    CopyDispatchTable(table);
+    // The table ends well below the trace, and pages that hold it hold nothing else.
+    const u64 tableEnd = static_cast<u64>(table - start) + kDispatchTableSize;
+    mprotect(start, (tableEnd + page - 1) / page * page, PROT_READ);
+    return block;
 }
 
 void ReleaseImage() {
     if (reservation == nullptr) return;
-    munmap(reservation, reservationSize);
-    reservation = nullptr;
+    munmap(reservationBase, static_cast<u64>(reservation - reservationBase) + reservationSize);
+    reservation = reservationBase = nullptr;
     reservationSize = accessibleSize = 0;
 }

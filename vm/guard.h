@@ -36,5 +36,12 @@ void RunGuarded(void (*run)());
 // The reservation. ReserveImage returns the address of an accessible, zero-filled block of `size`
 // bytes that starts on a multiple of 64 and ends (but for at most 63 bytes of padding) where the
 // inaccessible rest of the range begins; null when there is not enough memory.
+//
+// Below the image lies what the interpreter reaches from its start: how many instructions have been
+// executed (the low 32 bits), the trace, and below that, not writable, the table of handlers. No
+// address of a module leads there, for they are offsets upwards.
+inline constexpr u64 kCountBelowImage = 64;
+inline constexpr u64 kTraceBelowImage = 16384;
+inline constexpr u64 kTableBelowImage = 65536 + 65536 * 8;
 u8* ReserveImage(u32 size);
 void ReleaseImage();

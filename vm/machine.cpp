@@ -7,7 +7,9 @@ constinit u32 imageSize = 0;
 constinit u32 heapStart = 0;
 constinit u32 heapSize = 0;
 
-constinit TraceEntry pcTrace[kPcTraceSize] = {};
+// The trace of a machine without an image.
+static constinit TraceEntry firstTrace[kPcTraceSize] = {};
+constinit TraceEntry* pcTrace = firstTrace;
 constinit u64 pcTraceCount = 0;
 constinit u32 pcPreJsr = 0;
 constinit i32 modalDepth = 0;
@@ -31,6 +33,9 @@ const char* CheckedString(u32 address) {
 bool AllocateImage(u32 size) {
     u8* const block = ReserveImage(size);
     if (block == nullptr) return false;
+    TraceEntry* const trace = reinterpret_cast<TraceEntry*>(block - kTraceBelowImage);
+    std::copy_n(firstTrace, kPcTraceSize, trace);
+    pcTrace = trace;
     image = block;
     imageSize = size;
     return true;
@@ -38,6 +43,7 @@ bool AllocateImage(u32 size) {
 
 void ResetMachine() {
     ReleaseImage();
+    pcTrace = firstTrace;
     image = nullptr;
     imageSize = heapStart = heapSize = 0;
     std::fill_n(pcTrace, kPcTraceSize, TraceEntry{});

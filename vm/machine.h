@@ -20,19 +20,17 @@ extern u32 heapSize;   // bytes
 
 // The PC trace: the last 1,024 instructions, for a debugger and for the line that a fault writes.
 // Entry (pcTraceCount - 1) & 1023 is the newest. While the fast interpreter runs the count is
-// behind; the newest entry is then the one whose number the next entry does not continue.
+// behind.
 constexpr u32 kPcTraceSize = 1024;
 struct TraceEntry {
-    u32 pc;      // the instruction's address
-    u32 number;  // how many have been executed, this one included; the low 32 bits
+    u32 pc;  // the instruction's address
 };
-extern TraceEntry pcTrace[kPcTraceSize];
+extern TraceEntry* pcTrace;  // below the image, once there is one
 extern u64 pcTraceCount;
 
 // The instruction at `pc` becomes the newest entry.
 inline void RecordPc(u32 pc) {
-    TraceEntry& entry = pcTrace[pcTraceCount++ % kPcTraceSize];
-    entry = {pc, static_cast<u32>(pcTraceCount)};
+    pcTrace[pcTraceCount++ % kPcTraceSize] = {pc};
 }
 
 // Address after the last call instruction, printed by LockHeap's failure line.

@@ -22,7 +22,7 @@
 // what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
 //
 // A fault leaves the handlers at any point, where the parameters cannot be had. Therefore every
-// instruction stores its address and its number in the trace, and SettleThreaded finds the newest.
+// instruction stores its address in the trace and its number below it, always in the same place.
 //
 // What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
 
@@ -43,6 +43,7 @@ using Handler = void (*)(MX_STATE_PARAMETERS);
 // The next handler is found by the low 16 bits of the instruction word: they hold the class, the
 // form, the operation and its size.
 constexpr u32 kDispatchSize = 65536;
+static_assert(kDispatchTableSize == kDispatchSize * sizeof(Handler));
 Handler dispatchTable[kDispatchSize];
 
 // The newest result that set the flags, sign-extended from its size.
@@ -78,13 +79,14 @@ template <class T>
 }
 
 // Goes to the instruction at pc, which is not in the header.
-#define MX_NEXT()                                             \
-    do {                                                      \
-        TraceEntry& traced = pcTrace[trace++ % kPcTraceSize]; \
-        traced.pc = static_cast<u32>(pc);                     \
-        traced.number = static_cast<u32>(trace);              \
-        w = Get<u32>(base, pc);                               \
-        MX_TAIL_CALL dispatchTable[w & 0xFFFF](MX_STATE);     \
+#define MX_NEXT()                                                                              \
+    do {                                                                                       \
+        Put<u32>(base - kTraceBelowImage, sizeof(TraceEntry) * (trace++ % kPcTraceSize),       \
+                 static_cast<u32>(pc));                                                        \
+        Put<u32>(base - kCountBelowImage, 0, static_cast<u32>(trace));                         \
+        w = Get<u32>(base, pc);                                                                \
+        MX_TAIL_CALL reinterpret_cast<const Handler*>(base -                                   \
+                                                      kTableBelowImage)[w & 0xFFFF](MX_STATE); \
     } while (false)
 
 // Goes to the instruction at pc, wherever that is.
@@ -792,8 +794,12 @@ void Start(MX_STATE_PARAMETERS) {
 
 }  // namespace
 
-void RunThreaded() {
+void CopyDispatchTable(u8* place) {
     if (dispatchTable[0] == nullptr) FillDispatchTable();
+    std::memcpy(place, dispatchTable, sizeof dispatchTable);
+}
+
+void RunThreaded() {
     const Cpu cpu = ReadCpu();
     Put<u8>(image, kHeaderFlags, cpu.flags);
     if (!ComeFromResult(cpu.flags)) {
@@ -808,18 +814,14 @@ void RunThreaded() {
 void SettleThreaded() {
     if (!handlersRun) return;
     BringFlags();
-    for (u32 i = 0; i < kPcTraceSize; ++i) {
-        const TraceEntry& entry = pcTrace[i];
-        const u32 following = (i + 1) % kPcTraceSize;
-        // Entries that were never written do not have the number of their place.
-        if (entry.number % kPcTraceSize != following) continue;
-        if (pcTrace[following].number == entry.number + 1) continue;
-        pcTraceCount += entry.number - static_cast<u32>(pcTraceCount);
-        Store<u32>(kHeaderPC, entry.pc);
-    }
+    const u32 count = Get<u32>(image - kCountBelowImage, 0);
+    pcTraceCount += count - static_cast<u32>(pcTraceCount);
+    Store<u32>(kHeaderPC, pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc);
 }
 
 #else
+
+void CopyDispatchTable(u8*) {}
 
 void RunThreaded() {}
 

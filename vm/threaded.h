@@ -2,6 +2,7 @@
 // The fast interpreter: a handler for every operand form, operation and size, each of which ends in
 // the dispatch of the next instruction.
 
+#include "base/types.h"
 #include "vm/guard.h"
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
@@ -14,6 +15,14 @@
 #endif
 
 inline constexpr bool kThreaded = MOXI_THREADED != 0;
+
+// The table of handlers lies below the image, as the trace does (vm/guard.h): what lies at a fixed
+// distance from the image's start, which is in a register anyway, is reached with one instruction
+// less than what lies somewhere in a program that can be loaded anywhere.
+inline constexpr u32 kDispatchTableSize = kThreaded ? 65536 * 8 : 0;
+
+// Writes the table there.
+void CopyDispatchTable(u8* place);
 
 // Runs from the header's PC until the run ends. Only where kThreaded holds.
 void RunThreaded();

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/bytes.h"
+#include "base/output_files.h"
 #include "desktop/audio_out.h"
 
 namespace {
@@ -36,7 +37,7 @@ bool WriteHeader(const WavWriter& writer) {
 }  // namespace
 
 bool OpenWav(WavWriter& writer, const std::string& path) {
-    writer = {.file = std::fopen(path.c_str(), "wbe")};
+    writer = {.file = outputFiles.open(path)};
     if (writer.file == nullptr) return false;
     writer.failed = !WriteHeader(writer);
     return true;

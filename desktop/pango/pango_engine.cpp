@@ -1,7 +1,10 @@
 #include "desktop/pango/pango_engine.h"
 
+#include <pango/pango.h>
+
 #include "desktop/pango/fits.h"
 #include "desktop/pango/labels.h"
+#include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 #include "desktop/pango/text_font.h"
 #include "desktop/pango/typeface.h"
@@ -9,12 +12,8 @@
 
 namespace {
 
-double Descender(const TextFont* font) {
-    return -static_cast<double>(font->line.descent) / PANGO_SCALE;
-}
-
-TextSize Measure(TextFont* font, std::string_view text) {
-    return FindLabel(*font, text, false).size;
+double Measure(TextFont* font, std::string_view text) {
+    return FindLabel(*font, text, false).width;
 }
 
 TextFit Fit(TextFont* font, std::string_view text, double width) {
@@ -30,10 +29,13 @@ TextPicture Draw(TextFont* font, std::string_view text, bool underline, i32 colu
 }  // namespace
 
 void StartPangoText() {
+    // Pango keeps the language that it finds first. Taken before the locale is set, it is the same
+    // for every user, and so are the pictures. It is kept where the compiler cannot leave it out.
+    [[maybe_unused]] static const PangoLanguage* volatile language = pango_language_get_default();
     textEngine = {
         .makeFont = NewTextFont,
         .releaseFont = DeleteTextFont,
-        .descender = Descender,
+        .line = [](const TextFont* font) { return font->line; },
         .measure = Measure,
         .fit = Fit,
         .draw = Draw,
@@ -44,5 +46,6 @@ void ResetPangoText() {
     ForgetLabels();
     ForgetFits();
     ResetSimpleText();
+    ResetLayoutText();
     ResetTypefaces();
 }

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "app/call_filter.h"
+#include "app/landlock.h"
 #include "app/output_helper.h"
 #include "base/output_files.h"
 #include "desktop/sdl/url_opener.h"
@@ -72,7 +74,7 @@ struct Home {
 class Sandbox : public testing::Test {
   protected:
     void SetUp() override {
-        if (const std::string obstacle = SandboxObstacle(); !obstacle.empty()) {
+        if (const std::string obstacle = LandlockObstacle(); !obstacle.empty()) {
             GTEST_SKIP() << "no sandbox here: " << obstacle;
         }
     }
@@ -114,13 +116,17 @@ TEST_F(Sandbox, WithoutTheSandboxTheOperatingSystemLetsItThrough) {
     const std::vector<u32> results = home.Play(calls, {"--no-sandbox"});
     EXPECT_EQ(results[0], 0u);
     EXPECT_EQ(ReadTextFile(home.diary), "gone");
+    EXPECT_EQ(home.program.errors, "log: no sandbox: the game may do what you may do\n");
 }
 
-TEST_F(Sandbox, ReadingIsLeftAsItIs) {
+TEST_F(Sandbox, WhatLiesOutsideAnswersAsIfItWereNotThere) {
     fs::create_directories(home.data);
     ServiceCalls calls;
     calls.Call({"0x0009", calls.Text("../diary.txt")});
-    EXPECT_EQ(home.Play(calls)[0], 10u);
+    calls.Call({"0x0000", calls.Text("../diary.txt"), "0x8000"});
+    const std::vector<u32> results = home.Play(calls);
+    EXPECT_EQ(results[0], kNone);
+    EXPECT_EQ(results[1], kNone);
 }
 
 TEST_F(Sandbox, NoServiceChangesAnythingOutside) {
@@ -271,9 +277,7 @@ int StatusOf(Body body) {
 TEST_F(Sandbox, NoProgramCanBeStarted) {
     const auto run = [](bool restricted) {
         return StatusOf([restricted] {
-            if (restricted && !StartSandbox({.dataFolder = "/", .resourcesFolder = "/"}).empty()) {
-                return 100;
-            }
+            if (restricted) StartSandbox({.game = "/", .dataFolder = "/"});
             execl("/bin/true", "true", nullptr);
             return errno == EACCES ? 13 : 101;
         });
@@ -282,13 +286,66 @@ TEST_F(Sandbox, NoProgramCanBeStarted) {
     EXPECT_EQ(run(true), 13);
 }
 
+TEST_F(Sandbox, WhatLibrariesReadStaysOpenAndTheRestOfTheHomeFolderDoesNot) {
+    const Strings open = {"/.fonts/a.ttf",
+                          "/.local/share/fonts/a.ttf",
+                          "/.config/fontconfig/fonts.conf",
+                          "/.cache/fontconfig/a.cache",
+                          "/.local/share/icons/theme",
+                          "/.config/pulse/cookie",
+                          "/.Xauthority",
+                          "/soundfont.sf2"};
+    const Strings shut = {"/.ssh/id_rsa", "/.config/secret", "/.local/share/keyrings/login.keyring",
+                          "/.cache/other", "/.bash_history"};
+    for (const Strings& names : {open, shut}) {
+        for (const std::string& name : names) {
+            fs::create_directories(fs::path(home.path + name).parent_path());
+            WriteTextFile(home.path + name, "text");
+        }
+    }
+    fs::create_directories(home.data);
+    const int status = StatusOf([&] {
+        setenv("HOME", home.path.c_str(), 1);
+        for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
+            unsetenv(name);
+        }
+        StartSandbox({.game = home.game,
+                      .dataFolder = home.data,
+                      .devices = true,
+                      .readable = {home.path + "/soundfont.sf2"}});
+        TightenSandbox(home.data, home.game);
+        const auto isOpen = [](const std::string& path) {
+            return ::open(path.c_str(), O_RDONLY | O_CLOEXEC) >= 0;
+        };
+        int number = 1;
+        for (const std::string& name : open) {
+            if (!isOpen(home.path + name)) return number;
+            number++;
+        }
+        for (const std::string& name : shut) {
+            if (isOpen(home.path + name)) return number;
+            number++;
+        }
+        for (const char* const path : {"/usr/share/fonts", "/etc/fonts", "/usr/share/zoneinfo",
+                                       "/dev/null", "/dev/urandom", "/proc/meminfo"}) {
+            if (!isOpen(path) && fs::exists(path)) return number;
+            number++;
+        }
+        for (const char* const path : {"/etc/shadow", "/etc/hostname", "/proc/1/environ", "/root",
+                                       "/home", "/tmp", "/var/log", "/"}) {
+            if (isOpen(path)) return number;
+            number++;
+        }
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(Sandbox, AFurtherFileIsMadeAndCanBeWritten) {
     const std::string sound = home.path + "/sound.raw";
     const int status = StatusOf([this, &sound] {
-        const SandboxPlaces places = {
-            .dataFolder = home.data, .resourcesFolder = home.game, .files = {sound}};
         fs::create_directories(home.data);
-        if (!StartSandbox(places).empty()) return 100;
+        StartSandbox({.game = home.game, .dataFolder = home.data, .files = {sound}});
         if (open(home.diary.c_str(), O_WRONLY | O_CLOEXEC) >= 0) return 101;
         return open(sound.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC) >= 0 ? 0 : 102;
     });
@@ -330,18 +387,14 @@ TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
     fs::permissions(tools + "/xdg-open", fs::perms::all);
     const int status = StatusOf([this, &tools] {
         setenv("PATH", (tools + ":" + getenv("PATH")).c_str(), 1);
-        StartUrlOpener();
-        if (!StartSandbox({.dataFolder = home.data, .resourcesFolder = home.game}).empty()) {
-            return 100;
-        }
+        StartUrlOpener(FilterUrlHelperCalls);
+        StartSandbox({.game = home.game, .dataFolder = home.data});
+        TightenSandbox(home.data, home.game);
         OpenUrl("https://example.org/");
-        // Until the opener has written its line; the runner's own limit ends a wait in vain.
-        while (ReadTextFile(home.folder.path + "/opened") != "https://example.org/\n") {
-            usleep(1000);
-        }
-        StopUrlOpener();
         return 0;
     });
+    // Until the opener has written its line; the runner's own limit ends a wait in vain.
+    while (ReadTextFile(home.folder.path + "/opened") != "https://example.org/\n") usleep(1000);
     EXPECT_EQ(status, 0);
 }
 

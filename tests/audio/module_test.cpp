@@ -132,7 +132,9 @@ TEST(SoundModules, NamesThatDoNotBeginWithTheMusicFolderAreLookedUpAsGiven) {
     std::vector<u32> found;
     for (const u32 flag : flags) found.push_back(module.Of(flag));
     EXPECT_EQ(found, (std::vector<u32>{1, 1, 0, 0, 0}));
-    EXPECT_EQ(module.result.lines, Strings{});
+    EXPECT_EQ(module.result.lines, (Strings{"log: music A.MID: cannot be read",
+                                            "log: music ../SONGS/A.MID: cannot be read",
+                                            "log: music DATA.MID: cannot be read"}));
 }
 
 TEST(SoundModules, DamagedMusicGivesALineEach) {
@@ -320,6 +322,7 @@ TEST(HeardModules, TheMenusMuteSilencesUntilItIsChosenAgain) {
     heard.module.CallName(0, 0x0600, "A.WAV");
     heard.module.Event("500 modifiers shift command");
     heard.module.Event("500 key-down 2E \"M\"");
+    heard.module.Event("700 key-up 2E \"M\"");
     heard.module.Event("1000 key-down 2E \"M\"");
     heard.Play(1500);
     EXPECT_GT(Peak(Part(heard.recording, 0, 0.5)), 16000);

@@ -425,14 +425,14 @@ TEST(BareServer, WithoutAWindowManagerKeysArriveAlsoAfterAnAlert) {
     });
     ASSERT_GE(probe.WaitFor("active"), 0);
     probe.WaitForQuiet();
-    std::system("xdotool key x");
+    ASSERT_EQ(std::system("xdotool key x"), 0);
     ASSERT_GE(probe.WaitFor("key-down 07"), 0);
     probe.WaitForQuiet();
     const std::size_t before = probe.Log().size();
-    std::system("xdotool key Return");
+    ASSERT_EQ(std::system("xdotool key Return"), 0);
     ASSERT_GE(probe.WaitFor("active", before), 0);
     probe.WaitForQuiet();
-    std::system("xdotool key a");
+    ASSERT_EQ(std::system("xdotool key a"), 0);
     EXPECT_GE(probe.WaitFor("key-down 00 \"a\"", before), 0);
     kill(probe.process, SIGTERM);
     EXPECT_EQ(probe.WaitForExit(), 0);

@@ -19,9 +19,9 @@ bool Fails(Kind kind) {
 }
 
 void InstallFaults() {
-    systemCalls.open = [](const char* path, const char* mode) -> std::FILE* {
+    systemCalls.open = [](int folder, const char* name, int flags) -> std::FILE* {
         if (Fails(kOpen)) return nullptr;
-        std::FILE* const stream = std::fopen(path, mode);
+        std::FILE* const stream = OpenStreamBeneath(folder, name, flags);
         if (stream != nullptr) openStreams++;
         return stream;
     };

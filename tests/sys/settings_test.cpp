@@ -150,7 +150,7 @@ TEST_F(Settings, ClearKeepsABuffer) {
 TEST_F(Settings, ASaveThatCannotOpenLeavesTheFileAlone) {
     LoadBytes("[0x00000000=S]\nK= 5\n");
     WriteTestFile(DataPath("OLD.INI"), "old");
-    systemCalls.open = [](const char*, const char*) -> std::FILE* { return nullptr; };
+    systemCalls.open = [](int, const char*, int) -> std::FILE* { return nullptr; };
     EXPECT_EQ(Save("OLD.INI"), 0u);
     systemCalls = originalCalls;
     EXPECT_EQ(ReadTestFile(DataPath("OLD.INI")), "old");

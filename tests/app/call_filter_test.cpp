@@ -1,0 +1,145 @@
+// The filter of system calls and the limits, in processes of their own.
+
+#include "app/call_filter.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <thread>
+
+#include "vm/guard.h"
+
+namespace {
+
+// The exit status of `body` in a process with the game's filter.
+template <class Body>
+int StatusInFilter(Body body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!FilterGameCalls().empty()) _exit(200);
+        _exit(body());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int Refused(long result) {
+    return result == -1 && errno == EPERM ? 0 : 1;
+}
+
+TEST(CallFilter, NoProgramIsStarted) {
+    if (kCheckedAccess) GTEST_SKIP() << "reports of this build start a program";
+    EXPECT_EQ(StatusInFilter([] { return Refused(execl("/bin/true", "true", nullptr)); }), 0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(fork()); }), 0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(syscall(SYS_vfork)); }), 0);
+}
+
+TEST(CallFilter, NoOtherProcessIsLookedInto) {
+    EXPECT_EQ(StatusInFilter([] {
+                  char byte = 0;
+                  const iovec place = {&byte, 1};
+                  return Refused(process_vm_readv(getppid(), &place, 1, &place, 1, 0));
+              }),
+              0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(kill(getppid(), 0)); }), 0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(kill(-1, 0)); }), 0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(syscall(SYS_pidfd_open, getppid(), 0)); }), 0);
+    if (kCheckedAccess) return;
+    EXPECT_EQ(
+        StatusInFilter([] { return Refused(ptrace(PTRACE_ATTACH, getppid(), nullptr, nullptr)); }),
+        0);
+}
+
+TEST(CallFilter, SocketsAreThoseOfThisMachine) {
+    for (const int family : {AF_INET, AF_INET6, AF_NETLINK, AF_PACKET}) {
+        EXPECT_EQ(StatusInFilter([family] { return Refused(socket(family, SOCK_DGRAM, 0)); }), 0);
+    }
+    EXPECT_EQ(StatusInFilter([] { return socket(AF_UNIX, SOCK_STREAM, 0) >= 0 ? 0 : 1; }), 0);
+}
+
+TEST(CallFilter, TheSystemStaysAsItIs) {
+    EXPECT_EQ(StatusInFilter([] { return Refused(mount("none", "/", "tmpfs", 0, nullptr)); }), 0);
+    EXPECT_EQ(StatusInFilter([] { return Refused(setuid(getuid())); }), 0);
+    for (const long call :
+         {SYS_keyctl, SYS_add_key, SYS_bpf, SYS_userfaultfd, SYS_io_uring_setup,
+          SYS_perf_event_open, SYS_unshare, SYS_setns, SYS_chroot, SYS_init_module, SYS_kexec_load,
+          SYS_settimeofday, SYS_sethostname, SYS_symlinkat}) {
+        EXPECT_EQ(StatusInFilter([call] { return Refused(syscall(call, 0, 0, 0, 0, 0)); }), 0)
+            << call;
+    }
+}
+
+TEST(CallFilter, NothingIsTypedIntoTheTerminal) {
+    EXPECT_EQ(StatusInFilter([] {
+                  char key = 'x';
+                  return Refused(ioctl(0, TIOCSTI, &key));
+              }),
+              0);
+}
+
+TEST(CallFilter, WhatAGameNeedsGoesOn) {
+    EXPECT_EQ(
+        StatusInFilter([] {
+            bool ran = false;
+            std::thread([&ran] { ran = true; }).join();
+            return ran && open("/dev/null", O_RDWR | O_CLOEXEC) >= 0 && raise(SIGCHLD) == 0 ? 0 : 1;
+        }),
+        0);
+    EXPECT_EQ(StatusInFilter([] {
+                  kill(getpid(), SIGTERM);
+                  return 1;
+              }),
+              128 + SIGTERM);
+}
+
+TEST(CallFilter, HoldsForThreadsThatWereThereBefore) {
+    const pid_t child = fork();
+    if (child == 0) {
+        int ends[2];
+        if (pipe(ends) != 0) _exit(100);
+        int refused = 1;
+        std::thread before([&] {
+            char go = 0;
+            if (read(ends[0], &go, 1) == 1) refused = Refused(socket(AF_INET, SOCK_STREAM, 0));
+        });
+        if (!FilterGameCalls().empty() || write(ends[1], "x", 1) != 1) _exit(101);
+        before.join();
+        _exit(refused);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(Limits, NoCoreIsDumpedAndFilesAndProcessesAreBounded) {
+    const pid_t child = fork();
+    if (child == 0) {
+        LimitResources();
+        const auto at = [](int resource) {
+            rlimit limit = {};
+            getrlimit(static_cast<__rlimit_resource>(resource), &limit);
+            return limit;
+        };
+        if (at(RLIMIT_CORE).rlim_max != 0) _exit(1);
+        if (at(RLIMIT_NOFILE).rlim_max > 1024) _exit(2);
+        if (at(RLIMIT_NPROC).rlim_max > 8192) _exit(3);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+}  // namespace
