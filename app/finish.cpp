@@ -8,6 +8,7 @@
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
+#include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
@@ -58,6 +59,7 @@ void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
     if (moduleStarted > 0) WriteDumps();
+    EndLog();
 }
 
 void PrepareFinish(const Options& options) {
@@ -75,6 +77,7 @@ void Finish(int status) {
     audioOut.shutDown();
     desktop.shutDown();
     RemoveTemporaryFolder();
+    EndLog();
     GiveBackStandardError();
     std::exit(status);
 }

@@ -83,6 +83,7 @@ void TakeLibraryLines() {
     errorDescriptor = own;
     std::signal(SIGABRT, OnAbort);
 #if MOXI_CHECKED_ACCESS
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface wants it so
     __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(own)));
 #endif
 }

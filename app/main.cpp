@@ -19,6 +19,7 @@
 #include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "app/wiring.h"
+#include "base/log.h"
 #include "desktop/audio_out.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
@@ -29,6 +30,7 @@
 #include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
 #include "host/bundle.h"
+#include "host/data_owner.h"
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "kit/debugger.h"
@@ -82,7 +84,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({}, &error)) return false;
+    if (!StartSdlDesktop({.askBeforeUrls = !options.openUrls}, &error)) return false;
     StartSdlAudio(audio);
     return true;
 }
@@ -139,9 +141,16 @@ void EnterSandbox(const Options& options) {
                   .dataFolder = DataFolderOfAll(),
                   .devices = !options.headless,
                   .readable = {options.soundfont},
+                  .stampFolder = options.dataFolder.empty() ? folders.state : "",
                   .files = SoundFiles(options)});
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
+}
+
+std::string FindGameAndData(const std::string& game) {
+    std::string problem = FindGame(game);
+    if (problem.empty()) problem = ChooseDataFolder();
+    return problem;
 }
 
 }  // namespace
@@ -170,15 +179,17 @@ int main(int argc, char** argv) {
     if (!missing.empty()) return RefuseCommandLine(missing);
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
+    folders.dataLimit = options.dataLimit;
+    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
+    if (folders.dataOverride.empty()) MakeStateFolder();
     if (options.watch) {
         // The process that watches looks at the game by itself.
-        const std::string unwatchable = FindGame(options.game);
+        const std::string unwatchable = FindGameAndData(options.game);
         if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
         if (const std::optional<int> status = WatchGame()) return *status;
     }
-    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
     EnterSandbox(options);
-    const std::string unusable = FindGame(options.game);
+    const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseCommandLine(unusable);
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
@@ -198,7 +209,7 @@ int main(int argc, char** argv) {
     std::string error;
     if (!StartDesktop(options, error)) {
         GiveBackStandardError();
-        std::fprintf(stderr, "moxi: %s\n", error.c_str());
+        std::fprintf(stderr, "moxi: %s\n", WithoutControls(error).c_str());
         return 1;
     }
     if (options.fullScreen) {
@@ -212,9 +223,13 @@ int main(int argc, char** argv) {
     }
     if (options.debug) LetInterruptsStop();
     HandleSignals(options.headless ? kHeadlessPatience : 0);
+    // Whoever reads a headless run's log wants every line.
+    if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
-    if (options.sandbox) TightenSandbox(DataFolder(), folders.resources);
+    if (options.sandbox) {
+        TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
+    }
     TellLibraryLines();
     StartPatience();
     audioOut.prepare();

@@ -4,12 +4,16 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <string_view>
+
+#include "base/log.h"
+#include "base/read_file.h"
 
 namespace {
 
 constexpr int kWrongCommandLine = 2;
+// A day of events, one a millisecond.
+constexpr u64 kLargestScript = u64{4} << 30;
 constexpr const char* kVersion = "moxi 6.2";
 
 std::string OneLine(std::string text) {
@@ -17,7 +21,7 @@ std::string OneLine(std::string text) {
         if (c == '\n' || c == '\r') c = ' ';
     }
     while (!text.empty() && text.back() == ' ') text.pop_back();
-    return text;
+    return WithoutControls(text);
 }
 
 bool TwoDigits(const std::string& text, size_t at, u32& value) {
@@ -50,15 +54,6 @@ bool ParseDate(const std::string& text, DateTime& date) {
     return date.day >= 1 && date.day <= days;
 }
 
-bool ReadWholeFile(const std::string& path, std::string& text) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return false;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return false;
-    text.assign(std::istreambuf_iterator<char>(file), {});
-    return !file.bad();
-}
-
 // Decimal digits and nothing else; at most 2^40.
 std::string CheckMilliseconds(const std::string& text) {
     constexpr u64 kMost = u64{1} << 40;
@@ -69,12 +64,28 @@ std::string CheckMilliseconds(const std::string& text) {
     return "Value " + text + " not in range 0 to " + std::to_string(kMost);
 }
 
+// A number of bytes, with K, M, G or T a power of 1,024 as many.
+bool ParseSize(const std::string& text, u64& bytes) {
+    constexpr std::string_view kUnits = "KMGT";
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, bytes);
+    if (error != std::errc()) return false;
+    if (stop == end) return true;
+    const std::size_t unit = kUnits.find(static_cast<char>(*stop & ~0x20));
+    if (unit == std::string_view::npos || stop + 1 != end) return false;
+    const u32 shift = 10 * (static_cast<u32>(unit) + 1);
+    if (bytes > ~u64{0} >> shift) return false;
+    bytes <<= shift;
+    return true;
+}
+
 // The texts of the options that stand for something else, as they were given.
 struct RawOptions {
     std::string desktop;
     std::string script;
     std::string runMilliseconds;
     std::string date;
+    std::string dataLimit;
 };
 
 std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& headless) {
@@ -90,7 +101,9 @@ std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& h
     }
     if (raw.script.empty()) return std::nullopt;
     std::string text;
-    if (!ReadWholeFile(raw.script, text)) return RefuseCommandLine(raw.script + ": cannot be read");
+    if (!ReadWholeFile(raw.script, kLargestScript, text).empty()) {
+        return RefuseCommandLine(raw.script + ": cannot be read");
+    }
     const std::string error = ParseScript(text, headless.script);
     if (!error.empty()) return RefuseCommandLine(raw.script + ":" + error);
     return std::nullopt;
@@ -166,6 +179,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                ->type_name("FILE")
                                ->check(filled));
     app.add_flag("--no-sandbox", options.unlocked, "do not restrict what the process may reach");
+    app.add_flag("--open-urls", options.openUrls, "open addresses without asking");
+    app.add_option("--data-limit", raw.dataLimit,
+                   "how much the data folder may hold, 500M for one (default 1G)")
+        ->type_name("SIZE")
+        ->check(filled);
     app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
@@ -186,6 +204,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         return app.exit(success);
     } catch (const CLI::ParseError& error) {
         return RefuseCommandLine(error.what());
+    }
+    if (!raw.dataLimit.empty() && !ParseSize(raw.dataLimit, options.dataLimit)) {
+        return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
     }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !options.unlocked && !options.debug;

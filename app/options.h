@@ -7,6 +7,7 @@
 
 #include "desktop/headless/headless_desktop.h"
 
+// There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
     std::string game;  // "" when none was named
     std::string dataFolder;
@@ -24,6 +25,8 @@ struct Options {
     // Whether the kernel restricts the process, and whether names may lead out of the folders.
     bool sandbox = true;
     bool unlocked = false;
+    bool openUrls = false;
+    u64 dataLimit = u64{1} << 30;  // bytes
     // The author's kit.
     bool debug = false;
     std::string profile;

@@ -64,6 +64,7 @@ std::string RestrictTo(const std::string& writable, Step step) {
     rules.PermitReading(places.game);
     for (const std::string& place : places.readable) rules.PermitReading(place);
     rules.PermitWriting(writable);
+    if (step == Step::Start) rules.PermitWriting(places.stampFolder);
     for (const std::string& folder : places.writable) rules.PermitWriting(folder);
     for (const std::string& file : places.files) rules.PermitWriting(file);
     // What is written there changes nothing.

@@ -35,7 +35,10 @@ void WireRooms() {
     vmSlots.screenIsDirty = [] { return dirtyRect.left < dirtyRect.right; };
     vmSlots.flushDirtyRect = FlushDirtyRect;
     vmSlots.takeQueuedMessage = TakeQueuedMessage;
-    vmSlots.openFile = OpenFile;
+    // The machine reads nothing but its module.
+    vmSlots.openFile = [](const char* name, u32 mode) {
+        return mode == kOpenRead ? OpenModule(name) : OpenFile(name, mode);
+    };
     vmSlots.readFile = ReadFile;
     vmSlots.writeFile = WriteFile;
     vmSlots.seekFile = SeekFile;

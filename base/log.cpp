@@ -5,6 +5,58 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <ctime>
+#include <mutex>
+
+#include "base/types.h"
+
+namespace {
+
+constexpr u32 kMostLinesASecond = 1000;
+
+constinit std::mutex limitLock;
+constinit bool limited = false;
+constinit std::time_t second = 0;
+constinit u32 linesOfSecond = 0;
+constinit u64 droppedLines = 0;
+
+bool IsControl(char c) {
+    return static_cast<unsigned char>(c) < 32 || c == 127;
+}
+
+void AppendEscaped(std::string& line, char c) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    const unsigned char byte = static_cast<unsigned char>(c);
+    line += "\\x";
+    line += kDigits[byte >> 4];
+    line += kDigits[byte & 15];
+}
+
+void TellDropped() {
+    if (droppedLines == 0) return;
+    WriteErrorLine("log: ", std::to_string(droppedLines) + " lines of the log were left out");
+    droppedLines = 0;
+}
+
+// Whether one more line may be written now. What has been left out is told before the next one.
+bool HasRoom() {
+    const std::lock_guard lock(limitLock);
+    if (!limited) return true;
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    if (now.tv_sec != second) {
+        second = now.tv_sec;
+        linesOfSecond = 0;
+    }
+    if (++linesOfSecond > kMostLinesASecond) {
+        ++droppedLines;
+        return false;
+    }
+    TellDropped();
+    return true;
+}
+
+}  // namespace
 
 void WriteErrorLine(std::string_view prefix, std::string_view text) {
     std::string line(prefix);
@@ -13,6 +65,8 @@ void WriteErrorLine(std::string_view prefix, std::string_view text) {
             line += "\\n";
         } else if (c == '\\') {
             line += "\\\\";
+        } else if (IsControl(c)) {
+            AppendEscaped(line, c);
         } else {
             line += c;
         }
@@ -27,7 +81,30 @@ void WriteErrorLine(std::string_view prefix, std::string_view text) {
 }
 
 void SystemLog(std::string_view text) {
-    WriteErrorLine("log: ", text);
+    if (HasRoom()) WriteErrorLine("log: ", text);
+}
+
+void LimitLog() {
+    const std::lock_guard lock(limitLock);
+    limited = true;
+}
+
+void EndLog() {
+    const std::lock_guard lock(limitLock);
+    limited = false;
+    TellDropped();
+}
+
+std::string WithoutControls(std::string_view text) {
+    std::string shown;
+    for (const char c : text) {
+        if (IsControl(c)) {
+            AppendEscaped(shown, c);
+        } else {
+            shown += c;
+        }
+    }
+    return shown;
 }
 
 std::string FormatText(const char* format, ...) {

@@ -130,6 +130,9 @@ struct Desktop {
     // Shows a modal box with a warning sign, the text and the button "Sigh"; returns when it is
     // dismissed. The text has been written to standard error already.
     void (*alert)(const std::string& utf8);
+    // The same with a second button, "End", for texts that may never come to an end. True when the
+    // user wants the end: by that button, or by a request to close or to quit that waits.
+    bool (*alertOrEnd)(const std::string& utf8);
 };
 
 // Harmless defaults: a desktop without a screen, on which nothing happens. Tests replace single
@@ -167,4 +170,9 @@ inline constinit Desktop desktop = {
     .setHandCursor = [](bool) {},
     .openUrl = [](const std::string&) {},
     .alert = [](const std::string&) {},
+    .alertOrEnd =
+        [](const std::string& utf8) {
+            desktop.alert(utf8);
+            return false;
+        },
 };

@@ -4,13 +4,22 @@
 
 #include <string>
 
+#include "base/types.h"
+
 struct Folders {
-    std::string bundle;        // the game as it was named on the command line
-    std::string resources;     // the folder that holds MAIN.MX
-    std::string support;       // the user's application support folder; "" when there is none
-    std::string dataOverride;  // takes the place of the data folder when not ""
-    std::string pictures;      // where the menu's screenshot goes; "" when there is no such place
-    std::string gameName;      // data folder name and window title
+    std::string bundle;     // the game as it was named on the command line
+    std::string resources;  // the folder that holds MAIN.MX
+    // A game may delete its own files, but nothing of a folder that it merely lies in.
+    bool deletableResources = true;
+    std::string support;           // the user's application support folder; "" when there is none
+    std::string state;             // where the host keeps what it knows of games; "" when nowhere
+    std::string dataOverride;      // takes the place of the data folder when not ""
+    u64 dataLimit = u64{1} << 30;  // how many bytes the data folder may hold
+    std::string pictures;  // where the menu's screenshot goes; "" when there is no such place
+    std::string gameName;  // window title
+    std::string dataName;  // the data folder's name where it is not the game's
+    // A MAIN.MX in the data folder takes the place of the game's own.
+    bool moduleInData = true;
 };
 
 inline Folders folders;

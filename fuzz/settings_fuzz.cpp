@@ -22,11 +22,12 @@
 
 namespace {
 
-constexpr u32 kImageSize = 0x4000;
+constexpr u32 kImageSize = 0x8000;
 constexpr u32 kBlock = 0x300;
 constexpr u32 kFirstText = 0x400;
-constexpr u32 kSecondText = 0x1400;
-constexpr u32 kBuffer = 0x2400;
+constexpr u32 kSecondText = 0x2400;
+constexpr u32 kBuffer = 0x4400;
+constexpr u32 kLongest = 6000;  // of a text that is made longer by its last character
 
 struct ProcessEnded {};
 
@@ -43,7 +44,10 @@ std::FILE* OpenMemory(int, const char*, int flags) {
 }
 
 void PutText(u32 address, FuzzedDataProvider& input) {
-    const std::string text = input.ConsumeRandomLengthString(200);
+    std::string text = input.ConsumeRandomLengthString(200);
+    if (!text.empty() && input.ConsumeIntegralInRange<u32>(0, 2) == 0) {
+        text.append(input.ConsumeIntegralInRange<u32>(0, kLongest), text.back());
+    }
     std::memcpy(image + address, text.c_str(), text.size() + 1);
 }
 
@@ -84,7 +88,7 @@ void RunCommand(FuzzedDataProvider& input) {
     }
     if (sub == 1) file = saved;
     if (HasSettingsBuffer() &&
-        (SettingsTextEnd() > SettingsCapacity() + 32 || SettingsByte(SettingsTextEnd()) != 0)) {
+        (SettingsTextEnd() >= SettingsCapacity() || SettingsByte(SettingsTextEnd()) != 0)) {
         std::abort();
     }
 }

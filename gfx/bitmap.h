@@ -111,6 +111,10 @@ inline Area ClipArea(const Selection& selection) {
             i64{selection.clipY} + selection.clipHeight};
 }
 
+// Products of two numbers of a record do not fit 64 bits: rows and strides of 2^31 come from
+// modules that mean harm.
+__extension__ using WideInt = __int128;
+
 // Whether every pixel of a non-empty area lies in the image, or in the host bitmap.
 inline bool Reaches(const Selection& selection, const Area& area) {
     if (selection.host) {
@@ -118,13 +122,13 @@ inline bool Reaches(const Selection& selection, const Area& area) {
                area.bottom <= selection.height;
     }
     // The stride may be negative, so the lowest row is the first or the last one.
-    const i64 firstRow = area.top * selection.stride;
-    const i64 lastRow = (area.bottom - 1) * selection.stride;
-    const i64 lowest =
+    const WideInt firstRow = WideInt{area.top} * selection.stride;
+    const WideInt lastRow = WideInt{area.bottom - 1} * selection.stride;
+    const WideInt lowest =
         selection.pixelAddress + std::min(firstRow, lastRow) + area.left * i64{kBytesPerPixel};
-    const i64 end =
+    const WideInt end =
         selection.pixelAddress + std::max(firstRow, lastRow) + area.right * i64{kBytesPerPixel};
-    return lowest >= 0 && end <= i64{imageSize};
+    return lowest >= 0 && end <= imageSize;
 }
 
 // Ends the host with a memory fault unless the area is empty or reached.

@@ -16,8 +16,6 @@ constexpr u32 kSolidLine = 0xFFFFFFFF;
 
 constinit u32 linePattern = kSolidLine;
 
-__extension__ using WideInt = __int128;
-
 // Bit 31 decides about a position; the pattern rotates left by one.
 bool TakePatternBit(u32& pattern) {
     const bool plot = pattern >> 31 != 0;

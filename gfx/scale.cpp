@@ -8,6 +8,7 @@
 #include "gfx/blit.h"
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
+#include "gfx/slots.h"
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
@@ -15,6 +16,7 @@ namespace {
 
 constexpr i64 kUnit = 32;  // parts of a source pixel
 constexpr int kUnitBits = 5;
+constexpr u32 kStepsBetweenQuestions = 1 << 16;
 constexpr i64 kColumns = i64{kBoxColumns};  // worked out at a time
 
 i32 Wrapped(u32 word) {
@@ -112,13 +114,16 @@ struct ScaleWork {
     Axis across, down;
 
     // Every visible pixel in the order of drawing; `write` is false for a rehearsal that only
-    // faults where the drawing would.
+    // faults where the drawing would. A record may claim a bitmap of 2^62 pixels.
     void DrawPixels(bool write) const {
+        u32 steps = 0;
+        bool abandoned = false;
         ForEachTile(tiling, visible, [&](i64 tileX, i64 tileY, const Area& part) {
-            for (i64 y = part.top; y < part.bottom; ++y) {
+            for (i64 y = part.top; y < part.bottom && !abandoned; ++y) {
                 const i64 top = down.Edge(y - tileY);
                 const i64 bottom = down.Edge(y - tileY + 1);
-                for (i64 x = part.left; x < part.right; ++x) {
+                for (i64 x = part.left; x < part.right && !abandoned; ++x) {
+                    if (++steps % kStepsBetweenQuestions == 0) abandoned = !gfxSlots.stillRunning();
                     const u32 colour = AverageAnyBox(
                         {across.Edge(x - tileX), top, across.Edge(x - tileX + 1), bottom});
                     if (AlphaOf(colour) == 0) continue;

@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <sstream>
 
+#include "base/read_file.h"
 #include "desktop/folders.h"
 #include "host/home.h"
 #include "host/plist.h"
@@ -16,6 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kModuleFile = "MAIN.MX";
+constexpr u64 kLargestUserDirs = 1 << 20;
 
 bool Exists(const fs::path& path) {
     std::error_code error;
@@ -46,22 +49,80 @@ fs::path ResourcesFolder(const fs::path& game) {
     return game;
 }
 
-// The game's name from its information file, else the bundle's name without its extension.
-std::string GameName(const fs::path& game, const fs::path& resources) {
+// The information file, "" when there is none.
+fs::path InformationFile(const fs::path& game, const fs::path& resources) {
     for (const fs::path& file :
          {game / "Contents" / "Info.plist", game / "Info.plist", resources / "Info.plist"}) {
-        if (!Exists(file)) continue;
-        pugi::xml_document document;
-        pugi::xml_node dictionary;
-        if (!LoadPlist(file, document, dictionary)) {
-            SystemLog(file.string() + ": no readable XML property list");
-            break;
-        }
-        std::string name = PlistString(dictionary, "ZULGameName").value_or("");
-        if (!name.empty()) return name;
-        break;
+        if (Exists(file)) return file;
     }
-    return game.stem();
+    return {};
+}
+
+// A name becomes a folder beside other games' folders.
+bool IsGameName(const std::string& name) {
+    return !name.empty() && name[0] != '.' && name.find('/') == std::string::npos;
+}
+
+// The folder's own name without its extension, in a form that can be a game's.
+std::string NameOfFolder(const fs::path& game) {
+    std::string name = game.stem();
+    name.erase(0, name.find_first_not_of('.'));
+    return name.empty() ? "Game" : name;
+}
+
+// The game's name from its information file, else the bundle's name without its extension.
+std::string GameName(const fs::path& game, const fs::path& information) {
+    std::string own = NameOfFolder(game);
+    if (information.empty()) return own;
+    pugi::xml_document document;
+    pugi::xml_node dictionary;
+    if (!LoadPlist(information, document, dictionary)) {
+        SystemLog(information.string() + ": no readable XML property list");
+        return own;
+    }
+    const std::optional<std::string> name = PlistString(dictionary, "ZULGameName");
+    if (!name) return own;
+    if (IsGameName(*name)) return *name;
+    SystemLog(information.string() + ": \"" + *name + "\" can be no game's name, it is \"" + own +
+              "\"");
+    return own;
+}
+
+// --- Links
+
+// Without links; "" for what is not there.
+fs::path RealPath(const fs::path& path) {
+    std::error_code error;
+    return fs::canonical(path, error);
+}
+
+bool LiesIn(const fs::path& path, const fs::path& folder) {
+    return !path.empty() &&
+           std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+               folder.end();
+}
+
+// The first of the files and folders that a link takes out of the game's own folder, "" for none.
+fs::path FirstThatLeadsOut(const fs::path& game, std::initializer_list<fs::path> parts) {
+    const fs::path own = RealPath(game);
+    for (const fs::path& part : parts) {
+        const fs::path real = RealPath(part);
+        if (!part.empty() && !real.empty() && !LiesIn(real, own)) return part;
+    }
+    return {};
+}
+
+// Whether a game may delete what came with it: only where everything in the folder did.
+bool IsGamesOwn(const fs::path& game, const fs::path& resources) {
+    const fs::path own = RealPath(game);
+    if (own.empty() || !LiesIn(RealPath(resources), own)) return false;
+    return !LiesIn(RealPath(HomeFolder()), own);
+}
+
+// Where the host keeps what it knows of games, which no game reaches.
+std::string StateFolder() {
+    const std::string state = BaseFolder("XDG_STATE_HOME", ".local/state");
+    return state.empty() ? "" : state + "/moxi";
 }
 
 // The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures; "" for a
@@ -69,7 +130,10 @@ std::string GameName(const fs::path& game, const fs::path& resources) {
 std::string PicturesFolder() {
     const std::string home = HomeFolder();
     if (home.empty()) return "";
-    std::ifstream file(BaseFolder("XDG_CONFIG_HOME", ".config") + "/user-dirs.dirs");
+    std::string text;
+    ReadWholeFile(BaseFolder("XDG_CONFIG_HOME", ".config") + "/user-dirs.dirs", kLargestUserDirs,
+                  text);
+    std::istringstream file(text);
     const std::string key = "XDG_PICTURES_DIR=\"";
     for (std::string line; std::getline(file, line);) {
         if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') continue;
@@ -89,6 +153,7 @@ fs::path ExecutableFolder() {
 
 void FindUserFolders() {
     folders.support = BaseFolder("XDG_DATA_HOME", ".local/share");
+    folders.state = StateFolder();
     folders.pictures = PicturesFolder();
 }
 
@@ -115,15 +180,25 @@ std::string FindGame(const std::string& game) {
     if (!missing.empty()) return missing;
     const fs::path path = GameFolder(game);
     const fs::path resources = ResourcesFolder(path);
+    const fs::path information = InformationFile(path, resources);
+    const fs::path link =
+        FirstThatLeadsOut(path, {resources, resources / kModuleFile, information});
+    if (!link.empty()) {
+        return game + ": " + link.lexically_relative(path).string() +
+               " is a link that leads out of the game's folder";
+    }
     folders.bundle = path;
     folders.resources = resources;
-    folders.gameName = GameName(path, resources);
+    const bool isModule = !IsFolder(Clean(game));
+    folders.deletableResources = !isModule && IsGamesOwn(path, resources);
+    folders.gameName = GameName(path, information);
     return "";
 }
 
 std::string ModulePath() {
     const fs::path replaced = fs::path(DataFolder()) / kModuleFile;
-    return Exists(replaced) ? replaced : fs::path(folders.resources) / kModuleFile;
+    return folders.moduleInData && Exists(replaced) ? replaced
+                                                    : fs::path(folders.resources) / kModuleFile;
 }
 
 std::string FindOwnGame() {

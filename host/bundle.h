@@ -14,7 +14,8 @@ std::string GameFolder(const std::string& game);
 std::string WhyNoGame(const std::string& game);
 
 // Fills `folders` for the game at `game`, a folder, an application bundle or the path of a MAIN.MX
-// file. Returns "" or, for a game that is missing or cannot be read, what is wrong.
+// file. Returns "" or, for a game that is missing, cannot be read or lies elsewhere in part, by a
+// link, what is wrong.
 std::string FindGame(const std::string& game);
 
 // The path of the MAIN.MX that is loaded: in the data folder, or where none is there among the

@@ -2,8 +2,15 @@
 
 #include <cstring>
 
+#include "base/read_file.h"
+
+// A list names a game or a menu.
+static constexpr u64 kLargestList = 16 << 20;
+
 bool LoadPlist(const std::string& path, pugi::xml_document& document, pugi::xml_node& dictionary) {
-    if (!document.load_file(path.c_str())) return false;
+    std::string bytes;
+    if (!ReadWholeFile(path, kLargestList, bytes).empty()) return false;
+    if (!document.load_buffer(bytes.data(), bytes.size())) return false;
     dictionary = document.child("plist").child("dict");
     return static_cast<bool>(dictionary);
 }

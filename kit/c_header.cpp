@@ -139,6 +139,37 @@ std::string Function(const Service& service) {
            Returned(service.result) + "\n}\n";
 }
 
+const char* GroupTitle(u32 group) {
+    switch (group << 8) {
+        case kFileServices: return "files";
+        case kTimeServices: return "time";
+        case kTextServices: return "text and memory";
+        case kGraphicsServices: return "graphics";
+        case kSoundServices: return "music and sounds";
+        case kHostServices: return "the desktop and the host";
+        case kSettingsServices: return "the settings file";
+        default: return "the heap";
+    }
+}
+
+// "moxi_file_open(const char* name, uint32_t mode)"
+std::string Prototype(const Service& service) {
+    std::string arguments;
+    for (const ServiceArgument& argument : service.arguments) {
+        if (argument.type == ServiceType::None) break;
+        arguments += (arguments.empty() ? "" : ", ") + std::string(CType(argument.type)) + " " +
+                     std::string(argument.name);
+    }
+    return "moxi_" + LowerCase(service.name) + "(" + arguments + ")";
+}
+
+// A text as a cell of a table.
+std::string Cell(std::string_view text) {
+    std::string cell;
+    for (const char c : text) cell += c == '|' ? std::string("\\|") : std::string(1, c);
+    return cell;
+}
+
 }  // namespace
 
 std::string ServicesHeader() {
@@ -152,4 +183,26 @@ std::string ServicesHeader() {
     page += kFrame;
     for (const Service& service : kServices) page += Function(service);
     return page + "\n#endif\n";
+}
+
+std::string ServicesPage() {
+    std::string page =
+        "# The services in C\n\n"
+        "This page is made from the table in `sys/services.def` by `mxservices page`; edit the "
+        "table, not "
+        "the page.\nThe functions are those of `moxi.h`; [c.md](c.md) tells the rest. Constants "
+        "that are "
+        "named here begin with\n`MOXI_` in C.\n";
+    u32 group = ~0u;
+    for (const Service& service : kServices) {
+        if (service.command >> 8 != group) {
+            group = service.command >> 8;
+            page +=
+                FormatText("\n## Group %u: %s\n\n| Function | Gives | Effect |\n|---|---|---|\n",
+                           group, GroupTitle(group));
+        }
+        page += "| `" + Prototype(service) + "` | `" + CType(service.result) + "` | " +
+                Cell(service.effect) + " |\n";
+    }
+    return page;
 }

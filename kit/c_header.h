@@ -4,5 +4,7 @@
 
 #include <string>
 
-// The whole file. A test holds the one in the tree equal to it; `mxservices` prints it.
+// The whole files. A test holds those in the tree equal to them; `mxservices` and `mxservices page`
+// print them.
 std::string ServicesHeader();
+std::string ServicesPage();

@@ -1,10 +1,13 @@
-// mxservices: prints library/c/include/moxi/services.h.
+// mxservices: prints library/c/include/moxi/services.h; with the argument `page`,
+// docs/c-services.md.
 
 #include <iostream>
+#include <string_view>
 
 #include "kit/c_header.h"
 
-int main() {
-    std::cout << ServicesHeader();
+int main(int argc, char** argv) {
+    const bool isPage = argc > 1 && std::string_view(argv[1]) == "page";
+    std::cout << (isPage ? ServicesPage() : ServicesHeader());
     return std::cout.flush() ? 0 : 1;
 }

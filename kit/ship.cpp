@@ -23,6 +23,7 @@ constexpr int kFailed = 1;
 constexpr int kUnusable = 2;
 constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr const char* kNameKey = "ZULGameName";
+constexpr const char* kLeadsOut = ": a link that leads out of the game";
 
 // --- The two paths
 
@@ -68,14 +69,23 @@ void HoldEndSignals() {
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
-// Copies what lies in a folder. Links are followed, but not into a folder of `above`: those that
-// hold the copy, and those on the way.
+// Whether a file or folder lies in the game. A link out of it would put the user's own files into
+// what is given to others.
+bool IsGamesOwn(const fs::path& path) {
+    std::error_code error;
+    const fs::path real = fs::canonical(path, error);
+    return !error && LiesIn(real, Canonical(folders.bundle));
+}
+
+// Copies what lies in a folder. Links are followed, but neither out of the game nor into a folder
+// of `above`: those that hold the copy, and those on the way.
 std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs::path> above) {
     std::error_code error;
     above.push_back(fs::canonical(from, error));
     if (std::count(above.begin(), above.end(), above.back()) > 1) {
         return from.string() + ": a link to a folder that holds it or the new folder";
     }
+    if (!IsGamesOwn(from)) return from.string() + kLeadsOut;
     fs::create_directories(to, error);
     fs::directory_iterator entry(from, error);
     if (error) return from.string() + ": " + error.message();
@@ -86,7 +96,8 @@ std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs:
         if (fs::is_directory(status)) {
             problem = CopyFolder(path, to / path.filename(), above);
         } else if (fs::is_regular_file(status)) {
-            problem = CopyOneFile(path, to / path.filename());
+            problem = IsGamesOwn(path) ? CopyOneFile(path, to / path.filename())
+                                       : path.string() + kLeadsOut;
         } else if (status.type() == fs::file_type::not_found) {
             problem = path.string() + ": a link to nowhere";
         } else {
@@ -119,7 +130,7 @@ std::string WriteInformation(const fs::path& file) {
         list.append_attribute("version") = "1.0";
         dictionary = list.append_child("dict");
     }
-    if (PlistString(dictionary, kNameKey).value_or("").empty()) {
+    if (PlistString(dictionary, kNameKey).value_or("") != folders.gameName) {
         dictionary.prepend_child("string").text() = folders.gameName.c_str();
         dictionary.prepend_child("key").text() = kNameKey;
     }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -52,6 +53,8 @@ Stamp StampOf(const std::string& path) {
 
 // Why the file is no whole module that this machine runs, "" when it is one.
 std::string WhyNoModule(const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) return "not a file";
     std::ifstream file(path, std::ios::binary);
     u8 header[kHeaderSize];
     if (!file.read(reinterpret_cast<char*>(header), sizeof header)) return "no whole header";

@@ -16,6 +16,7 @@
 #include "desktop/folders.h"
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
+#include "sys/quota.h"
 #include "sys/system_calls.h"
 
 namespace {
@@ -176,6 +177,7 @@ void InitFolders() {
     // A write that passes a file size limit is to come short, not to end the process.
     std::signal(SIGXFSZ, SIG_IGN);
     resourcesRoot.Set(folders.resources + "/");
+    ResetQuota();
     const std::string data = DataFolder();
     dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
 }
@@ -188,7 +190,8 @@ std::string DataFolderOfAll() {
 
 std::string DataFolder() {
     const std::string all = DataFolderOfAll();
-    return all.empty() || !folders.dataOverride.empty() ? all : all + "/" + folders.gameName;
+    if (all.empty() || !folders.dataOverride.empty()) return all;
+    return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
 
 const char* BesideMusic(const char* name) {
@@ -275,8 +278,8 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
     if (stream == nullptr) {
         MakeParentFolders(known);
         stream = OpenIn(name, true, flags);
-        if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
     }
+    if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
     if (stream == nullptr || flags == O_RDONLY) return stream;
     struct stat status;
     if (fstat(fileno(stream), &status) != 0) return stream;
@@ -286,6 +289,7 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
 
 // What cannot be emptied is written as it is.
 void Empty(std::FILE* stream) {
+    NoteShrinking();
     if (ftruncate(fileno(stream), 0) != 0) errno = 0;
 }
 
@@ -321,6 +325,12 @@ u32 OpenFile(const char* name, u32 mode) {
     }
 }
 
+u32 OpenModule(const char* name) {
+    if (openCount == kMaximalOpenFiles) return kNoFile;
+    if (folders.moduleInData) return OpenFile(name, kOpenRead);
+    return TakeHandle(OpenIn(name, false, O_RDONLY), false);
+}
+
 u32 OpenToReplace(const char* name) {
     if (openCount == kMaximalOpenFiles) return kNoFile;
     bool isEmpty = false;
@@ -350,8 +360,11 @@ u32 ReadFile(u32 handle, void* buffer, u32 count) {
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
-    const std::size_t written = systemCalls.write(data, count, file->stream);
-    if (written < count && file->writable) NoteFailedWrite(errno);
+    if (!file->writable || count == 0) return 0;
+    // A full quota has its own line.
+    const u32 fitting = WritableBytes(file->stream, count);
+    const std::size_t written = systemCalls.write(data, fitting, file->stream);
+    if (written < fitting) NoteFailedWrite(errno);
     return static_cast<u32>(written);
 }
 
@@ -429,8 +442,9 @@ void DeleteFile(const char* name) {
     sysSlots.beforeFileChange();
     struct stat status;
     if (StatIn(name, true, status)) {
+        NoteShrinking();
         UnlinkBeneath(dataRoot.Folder(), BesideMusic(name));
-    } else if (StatIn(name, false, status)) {
+    } else if (folders.deletableResources && StatIn(name, false, status)) {
         sysSlots.deleteResource(resourcesRoot.Folder(), BesideMusic(name));
     }
 }

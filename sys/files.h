@@ -60,6 +60,10 @@ int OpenResource(const char* name);
 // opened or 96 files are open.
 u32 OpenFile(const char* name, u32 mode);
 
+// Opens the module's file for reading: as kOpenRead does, but in the data folder only where what lies
+// there is the game's own.
+u32 OpenModule(const char* name);
+
 // Opens `name` as kOpenCreate does, for a file that the host writes whole and at once: when the
 // game runs twice and both write it, one waits for the other, so that the file is never a mixture.
 u32 OpenToReplace(const char* name);
@@ -100,7 +104,8 @@ bool IsWritable(u32 handle);
 // 1970 (low 32 bits) and the kind. kNoFile and untouched outputs for a name in neither folder.
 u32 FileSize(const char* name, u32* time, u32* kind);
 
-// Deletes the file in the data folder, or, when there is none, the one in the resources folder.
+// Deletes the file in the data folder, or, when there is none, the one in the resources folder. The
+// latter only where `folders` lets it; otherwise as in a folder that is read-only.
 void DeleteFile(const char* name);
 
 // Makes one folder in the data folder: 0 when it exists afterwards, kNoFile when not.

@@ -39,6 +39,7 @@ struct ServiceArgument {
     std::string_view name;
 };
 
+// In the order of a row.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Service {
     u32 command;
     std::string_view name;   // FILE_OPEN

@@ -68,9 +68,15 @@ Place AfterSection(Place section) {
     return section + length;
 }
 
+void SetLength(Place section, u32 length) {
+    u8 word[4];
+    StoreBytes<u32>(word, length);
+    WriteSettings(section + kHeaderLength, word, sizeof word);
+}
+
 void GrowSection(Place section, u64 added, u64 removed) {
     const u32 length = SettingsWord(section + kHeaderLength);
-    SetSettingsWord(section + kHeaderLength, static_cast<u32>(length + added - removed));
+    SetLength(section, static_cast<u32>(length + added - removed));
 }
 
 // The text matches at `place`. It holds no NUL, so the comparison stops at the text's end.
@@ -176,15 +182,17 @@ bool PrepareSections(Place section) {
         const Place headerEnd = section + kHeaderName;
         if (headerEnd > SettingsTextEnd()) {
             // The file ends inside the header.
-            if (!ReserveSettings(headerEnd + 1, kHeaderName)) return false;
+            if (!ReserveSettings(headerEnd, kHeaderName)) return false;
             SetSettingsText(headerEnd);
         }
-        std::memset(SettingsBytes() + section + 1, 0, kChecksumSize);
+        constexpr u8 kZeros[kChecksumSize] = {};
+        WriteSettings(section + 1, kZeros, kChecksumSize);
         const Place end = ScanSectionEnd(section);
         const u64 length = end - section;
         const bool correct = checksum.found && checksum.value == Checksum(section, length);
-        SetSettingsWord(section + kHeaderLength, static_cast<u32>(length));
-        SettingsBytes()[section + kHeaderMark] = correct ? 0 : 1;
+        SetLength(section, static_cast<u32>(length));
+        const u8 mark = correct ? 0 : 1;
+        WriteSettings(section + kHeaderMark, &mark, 1);
         section = end;
     }
     return true;
@@ -222,7 +230,7 @@ void AppendValue(std::string_view key, std::string_view value, u64 gap) {
     const u64 size = key.size() + 1 + value.size() + 1;
     if (line.length == 0) {
         // The gap may be smaller than what is written: the room behind it must be there.
-        const u64 end = line.place + size + 1;
+        const u64 end = line.place + size;
         if (!ReserveSettings(end, gap) || !Insert(line.place, gap)) return;
         WriteLine(line.place, key, value);
         if (IsSection(currentSection)) GrowSection(currentSection, size, 0);
@@ -266,12 +274,13 @@ u32 LoadSettings(const char* name) {
         MakeEmptySettingsBuffer();
         return 0;
     }
-    if (!MakeSettingsBuffer(u64{size} + 1)) {
+    u8* const room = MakeSettingsBuffer(size);
+    if (room == nullptr) {
         CloseFile(file);
         return 0;
     }
     SeekFile(file, 0, 0);
-    SetSettingsText(ReadFile(file, SettingsBytes(), size));
+    SetSettingsText(ReadFile(file, room, size));
     CloseFile(file);
     const Place first = FirstSection();
     if (!IsSection(first) || !PrepareSections(first)) {
@@ -289,18 +298,18 @@ u32 SaveSettings(const char* name) {
     u32 result = 1;
     Place section = FirstSection();
     while (IsSection(section)) {
-        u8* const header = SettingsBytes() + section + 1;
         const u64 room = SettingsCapacity() - section;
         const u32 stored = SettingsWord(section + kHeaderLength);
         const u32 length = stored < room ? stored : static_cast<u32>(room);
-        u8 kept[kChecksumSize];
-        std::memcpy(kept, header, kChecksumSize);
-        std::memset(header, 0, kChecksumSize);
+        u8 kept[kChecksumSize] = {};
+        ExchangeSettings(section + 1, kept, kChecksumSize);
         char text[kChecksumSize + 1];
         std::snprintf(text, sizeof text, "0x%8.8X", Checksum(section, length));
-        std::memcpy(header, text, kChecksumSize);
-        if (WriteFile(file, header - 1, length) != length) result = 0;
-        std::memcpy(header, kept, kChecksumSize);
+        u8 checksum[kChecksumSize];
+        std::memcpy(checksum, text, kChecksumSize);
+        ExchangeSettings(section + 1, checksum, kChecksumSize);
+        if (WriteFile(file, SettingsBytes() + section, length) != length) result = 0;
+        ExchangeSettings(section + 1, kept, kChecksumSize);
         section = AfterSection(section);
     }
     CloseFile(file);
@@ -350,7 +359,7 @@ u32 AddSection(std::string_view name) {
     if (!Insert(currentSection, size)) return 0;
     constexpr std::string_view kHeaderStart{"[\0\0\0\0\0\0\0\0\0\0=", kHeaderName};
     Write(Write(Write(currentSection, kHeaderStart), name), "]\n");
-    SetSettingsWord(currentSection + kHeaderLength, static_cast<u32>(size));
+    SetLength(currentSection, static_cast<u32>(size));
     position = kNoPlace;
     return 1;
 }
@@ -406,6 +415,8 @@ u32 WriteRawValue(std::string_view key, std::string_view text) {
     const FoundLine line = FindKey(key);
     const u64 size = key.size() + 1 + text.size() + 1;
     if (size > line.length) {
+        // The line may end beyond the used length, where an insertion alone makes no room.
+        if (!ReserveSettings(line.place + size, size - line.length)) return 1;
         if (!Insert(line.place, size - line.length)) return 1;
     } else {
         Remove(line.place, line.length - size);

@@ -1,5 +1,6 @@
 #include "sys/settings_buffer.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/bytes.h"
@@ -33,24 +34,25 @@ bool HasSettingsBuffer() {
 }
 
 void MakeEmptySettingsBuffer() {
-    if (MakeSettingsBuffer(kEmptyCapacity)) SetSettingsText(0);
+    if (MakeSettingsBuffer(kEmptyCapacity - 1) != nullptr) SetSettingsText(0);
 }
 
-bool MakeSettingsBuffer(u64 size) {
+u8* MakeSettingsBuffer(u64 size) {
     FreeSettingsBuffer();
-    block = AllocateZeroed(size);
-    if (block == nullptr) return false;
-    capacity = size;
+    block = AllocateZeroed(size + 1);
+    if (block == nullptr) return nullptr;
+    capacity = size + 1;
     usedLength = 1;
-    return true;
+    return block;
 }
 
-u8* SettingsBytes() {
+const u8* SettingsBytes() {
     return block;
 }
 
 void SetSettingsText(u64 length) {
-    textEnd = length;
+    textEnd = length < capacity ? length : capacity - 1;
+    length = textEnd;
     usedLength = length + 1;
 }
 
@@ -82,15 +84,10 @@ u32 SettingsWord(Place place) {
     return LoadBytes<u32>(block + place);
 }
 
-void SetSettingsWord(Place place, u32 value) {
-    StoreBytes<u32>(block + place, value);
-    if (place + sizeof value > textEnd) textEnd = place + sizeof value;
-}
-
 bool ReserveSettings(u64 end, u64 inserted) {
-    if (end <= capacity) return true;
+    if (end < capacity) return true;
     u64 size = capacity + inserted + kGrowth;
-    if (size < end) size = end;
+    if (size <= end) size = end + 1;
     u8* const grown = AllocateZeroed(size);
     if (grown == nullptr) return false;
     std::memcpy(grown, block, capacity);
@@ -102,7 +99,7 @@ bool ReserveSettings(u64 end, u64 inserted) {
 
 bool InsertSettings(Place place, u64 count) {
     const u64 start = place > usedLength ? place : usedLength;
-    if (!ReserveSettings(start + count + 1, count)) return false;
+    if (!ReserveSettings(start + count, count)) return false;
     const bool pastUsed = textEnd >= usedLength;
     if (place < usedLength) std::memmove(block + place + count, block + place, usedLength - place);
     usedLength += count;
@@ -123,7 +120,13 @@ void RemoveSettings(Place place, u64 count) {
 }
 
 Place WriteSettings(Place place, const void* bytes, std::size_t count) {
+    if (place == kNoPlace || !ReserveSettings(place + count, 0)) return kNoPlace;
     if (count != 0) std::memcpy(block + place, bytes, count);
     if (place + count > textEnd) textEnd = place + count;
     return place + count;
+}
+
+void ExchangeSettings(Place place, u8* bytes, std::size_t count) {
+    if (place > capacity || count > kSlack) return;
+    std::swap_ranges(bytes, bytes + count, block + place);
 }

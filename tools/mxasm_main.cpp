@@ -3,7 +3,10 @@
 #include <iostream>
 
 #include "tools/mxasm_command.h"
+#include "tools/terminal_errors.h"
 
 int main(int argc, char** argv) {
-    return RunMxasm({argv + 1, argv + argc}, std::cout, std::cerr);
+    TerminalErrors buffer(std::cerr);
+    std::ostream errors(&buffer);
+    return RunMxasm({argv + 1, argv + argc}, std::cout, errors);
 }

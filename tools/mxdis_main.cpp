@@ -3,8 +3,11 @@
 #include <iostream>
 
 #include "tools/mxdis_command.h"
+#include "tools/terminal_errors.h"
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
-    return RunMxdis({argv + 1, argv + argc}, std::cout, std::cerr);
+    TerminalErrors buffer(std::cerr);
+    std::ostream errors(&buffer);
+    return RunMxdis({argv + 1, argv + argc}, std::cout, errors);
 }

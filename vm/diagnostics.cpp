@@ -38,10 +38,17 @@ constinit char messageBuffer[kMessageBufferSize] = {};
 // 1 while a box that another thread asked for has not been dismissed.
 constinit std::atomic<u32> smFLAG = 0;
 
+constexpr u32 kBoxesWithoutEnd = 2;
+constexpr int kForcedEnd = 1;
+constinit u32 boxesOfMessage = 0;
+
 void ShowMessageBuffer() {
     const std::string text = MacRomanToUtf8(messageBuffer);
     WriteErrorLine("fatal: ", text);
-    desktop.alert(text);
+    if (++boxesOfMessage <= kBoxesWithoutEnd) return desktop.alert(text);
+    if (!desktop.alertOrEnd(text)) return;
+    SystemLog("ended by the user while it showed messages");
+    EndProcess(kForcedEnd);
 }
 
 }  // namespace
@@ -65,6 +72,10 @@ void ShowFatalMessage(std::string_view text) {
     });
     // A worker that met a fatal condition must not go on, not even after the box is dismissed.
     for (;;) pause();
+}
+
+void CountBoxesAnew() {
+    boxesOfMessage = 0;
 }
 
 void AppendDebugLog(std::string_view bytes) {

@@ -15,6 +15,11 @@ constexpr u32 kMessageBufferSize = 1024;
 // thread show the box and never returns.
 void ShowFatalMessage(std::string_view text);
 
+// The module gets its next message, or is done with it. From the third box of one message on a box
+// offers the end of the program: without that a module that shows boxes for ever could not be ended
+// from its window.
+void CountBoxesAnew();
+
 // Appends the bytes to debug.log in the data folder, which is opened and closed each time. A file
 // that cannot be opened or made drops them.
 void AppendDebugLog(std::string_view bytes);

@@ -43,7 +43,9 @@ i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3) {
         EndProcess(1);
     }
     PushMessageFrame(sp, command, p1, p2, p3);
+    CountBoxesAnew();
     RunInterpreter();
+    CountBoxesAnew();
     heapHighWater = std::max(heapHighWater, heapFree);
     CompactHeap();
     inMX = false;
@@ -75,6 +77,7 @@ void DeliverQueuedMessage() {
 }
 
 void ResetRunCycle() {
+    CountBoxesAnew();
     inMX = false;
     runState = 0;
     heapHighWater = 0;

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <regex>
+#include <sstream>
 
 #include "wasm/mxcc_link.h"
 #include "wasm/mxcc_options.h"
@@ -138,10 +140,24 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
     return command;
 }
 
+// Runs the compiler. To people at a terminal it shows the source with its errors; others get a line
+// for each error, without the lines that count them.
+bool RunCompiler(std::vector<std::string> command, const std::vector<std::string>& variables = {}) {
+    if (isatty(STDERR_FILENO) == 1) return RunTool(command, false, variables).status == 0;
+    static const std::regex kCount("[0-9]+ (warning|error)s?( and [0-9]+ errors?)? generated\\.");
+    command.insert(command.begin() + 1, "-fno-caret-diagnostics");
+    const ToolResult result = RunTool(command, true, variables);
+    std::istringstream lines(result.errors);
+    for (std::string line; std::getline(lines, line);) {
+        if (!std::regex_match(line, kCount)) std::cerr << line << "\n";
+    }
+    return result.status == 0;
+}
+
 int Compile(const MxccOptions& options, const fs::path& kit) {
     std::vector<std::string> command = CompilerCommand(options, kit);
     if (options.hasOutput) command.insert(command.end(), {"-o", options.output});
-    return RunTool(command, false).status == 0 ? 0 : 1;
+    return RunCompiler(command) ? 0 : 1;
 }
 
 // --- The output
@@ -168,9 +184,9 @@ int CompileAndLink(MxccOptions options, const fs::path& kit) {
     std::vector<std::string> command = CompilerCommand(options, kit);
     command.insert(command.end(), {"-nostartfiles", "-fuse-ld=" + OwnFile().string(), "-o",
                                    folder.path + "/linked"});
-    const ToolResult result =
-        RunTool(command, false, {kRecordVariable + ("=" + folder.path), "TMPDIR=" + folder.path});
-    if (result.status != 0) return 1;
+    const bool compiled =
+        RunCompiler(command, {kRecordVariable + ("=" + folder.path), "TMPDIR=" + folder.path});
+    if (!compiled) return 1;
     LinkPlan plan;
     plan.kit = kit;
     plan.output = options.output;

@@ -23,7 +23,9 @@ constexpr const char* kEntry = "moxi_message";
 constexpr const char* kStackSize = "stack-size=8388608";
 // Where data begins in a module that is linked only to see how large its code gets.
 constexpr u32 kFirstBase = 65536;
-constexpr int kMostLinks = 5;
+constexpr int kMostLinks = 6;
+// More room each time that the code did not fit in front of the data.
+constexpr u32 kSlack = 256;
 
 // Functions of the compiler's library for numbers of 128 bits: `long double`.
 constexpr std::string_view kLongDoubleFunctions[] = {
@@ -211,7 +213,7 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
         const u32 end = CodeEnd(plan, file);
         if (end == 0) return false;
         if (end <= shape.base && shape.base != kFirstBase) return Translate(plan, options, file);
-        shape.base = (end + end / 64 + 256 + 63) / 64 * 64;
+        shape.base = (end + 63) / 64 * 64 + kSlack * static_cast<u32>(links);
         linked = Link(plan, options, shape, file);
     }
     if (linked.ok) std::cerr << "mxcc: the code's end does not come to rest\n";

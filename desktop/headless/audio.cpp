@@ -1,8 +1,5 @@
 #include "desktop/headless/audio.h"
 
-#include <SDL.h>
-#include <SDL_mixer.h>
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -29,8 +26,6 @@ struct HeadlessAudio {
     Renderer renderer;
     Synth* synth = nullptr;
     bool synthTried = false;
-    bool mixerTried = false;
-    bool mixerOpen = false;
     std::shared_ptr<const MusicPiece> piece;
     Sound sound;
 };
@@ -75,21 +70,8 @@ void PlayPiece(const std::shared_ptr<const MusicPiece>& piece) {
     audio.piece = piece;
 }
 
-// SDL_mixer decodes only while a device is open; this one makes no sound.
-bool OpenSilentMixer() {
-    if (!audio.mixerTried) {
-        audio.mixerTried = true;
-        SDL_setenv("SDL_AUDIODRIVER", "dummy", 1);
-        audio.mixerOpen =
-            Mix_OpenAudioDevice(kAudioRate, AUDIO_S16SYS, 2, kBlockFrames, nullptr, 0) == 0;
-        if (!audio.mixerOpen) SystemLog(std::string("no sound device: ") + Mix_GetError());
-    }
-    return audio.mixerOpen;
-}
-
 bool DecodeOrCheck(const std::vector<u8>& file, Sound& sound, std::string& reason) {
-    const bool decodes = IsRendering() && (!NeedsMixer(file) || OpenSilentMixer());
-    return decodes ? DecodeSound(file, sound, reason) : CheckSound(file, reason);
+    return IsRendering() ? DecodeSound(file, sound, reason) : CheckSound(file, reason);
 }
 
 void SetHeardSound(Sound sound) {
@@ -121,8 +103,6 @@ void ShutDown() {
         CatchUp();
         if (!CloseWav(audio.writer)) SystemLog(audio.options.renderFile + ": cannot be written");
     }
-    if (audio.mixerOpen) Mix_CloseAudio();
-    if (audio.mixerTried) SDL_QuitSubSystem(SDL_INIT_AUDIO);
     DeleteSynth(audio.synth);
     audio = {};
 }

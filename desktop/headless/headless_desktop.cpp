@@ -427,4 +427,5 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.setHandCursor = [](bool) {};
     desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
     desktop.alert = [](const std::string&) {};
+    desktop.alertOrEnd = [](const std::string&) { return SignalIsWaiting(); };
 }

@@ -232,7 +232,7 @@ static bool NextBoxEvent(SDL_Event& event) {
 // watchdog stays then: it is the one that offers the end.
 static bool MustGiveUp() {
     if (DisplayLoss() != Loss::None) return true;
-    return IsMainThread() && quitRequest == QuitRequest::Made;
+    return IsMainThread() && (quitRequest == QuitRequest::Made || SignalIsWaiting());
 }
 
 static void CloseBox(Box& box) {
@@ -242,6 +242,18 @@ static void CloseBox(Box& box) {
     // Not every desktop gives it back by itself.
     if (hadKeyboard && GameWindow() != nullptr) GiveKeyboard(GameWindow());
 }
+
+// Events that the box has kept for the game, among them one that asks it to end.
+static bool AskForEnd(const std::vector<SDL_Event>& events) {
+    return std::any_of(events.begin(), events.end(), [](const SDL_Event& event) {
+        return event.type == SDL_QUIT ||
+               (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_CLOSE &&
+                IsGameWindow(event.window.windowID));
+    });
+}
+
+// Whether a request to end waited when the last box went away.
+static constinit bool endWasAsked = false;
 
 int ShowBox(const BoxText& text, bool (*stop)()) {
     if (DisplayLoss() == Loss::Connection) return kNothingPressed;
@@ -259,6 +271,7 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
         if (!NextBoxEvent(event)) continue;
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
+    endWasAsked = AskForEnd(forLater) || MustGiveUp();
     if (DisplayLoss() == Loss::Connection) return box.result;
     CloseBox(box);
     for (SDL_Event& event : forLater) SDL_PushEvent(&event);
@@ -269,4 +282,15 @@ void ShowAlert(const std::string& utf8) {
     const InsideDesktop inside;
     const char* title = GameWindowTitle();
     ShowBox({title[0] != '\0' ? title : "MOXI", utf8, {"Sigh"}, 0}, nullptr);
+}
+
+bool ShowAlertOrEnd(const std::string& utf8) {
+    const InsideDesktop inside;
+    constexpr int kEnd = 1;
+    const char* title = GameWindowTitle();
+    endWasAsked = false;
+    const int pressed =
+        ShowBox({title[0] != '\0' ? title : "MOXI", utf8, {"Sigh", "End"}, 0}, nullptr);
+    // Without a display nobody could ever press a button.
+    return pressed == kEnd || endWasAsked || DisplayLoss() != Loss::None;
 }

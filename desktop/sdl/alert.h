@@ -10,6 +10,9 @@
 // desktop.alert: a warning sign, the text and the button "Sigh".
 void ShowAlert(const std::string& utf8);
 
+// desktop.alertOrEnd: with the button "End" besides.
+bool ShowAlertOrEnd(const std::string& utf8);
+
 struct BoxText {
     std::string title;                 // of the window
     std::string message;               // wrapped as it needs

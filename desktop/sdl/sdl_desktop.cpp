@@ -113,6 +113,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     StartUrlOpener([] {});
+    AskBeforeUrls(options.askBeforeUrls);
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -175,6 +176,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .setHandCursor = SetHandCursor,
         .openUrl = OpenUrl,
         .alert = ShowAlert,
+        .alertOrEnd = ShowAlertOrEnd,
     };
     // From here on the application runs, and the desktop only when it is called.
     LeaveGate();

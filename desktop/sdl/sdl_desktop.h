@@ -18,7 +18,8 @@
 #include <string>
 
 struct SdlOptions {
-    bool fullScreen = false;  // enter full screen right after launch
+    bool fullScreen = false;    // enter full screen right after launch
+    bool askBeforeUrls = true;  // before the first web address of the run is opened
 };
 
 // Connects to the display and fills `desktop`. Where no display can be reached it returns false,

@@ -16,13 +16,19 @@
 static constinit SDL_Cursor* handCursor = nullptr;
 static constinit SDL_Cursor* arrowCursor = nullptr;
 
+// What the user copies in other programs is no business of a game that plays in the background.
+// Wayland holds the same by itself.
+static bool HasKeyboard() {
+    return (SDL_GetWindowFlags(GameWindow()) & SDL_WINDOW_INPUT_FOCUS) != 0;
+}
+
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
     if (DisplayLoss() != Loss::None) return std::nullopt;
     if (const unsigned long window = XWindow(GameWindow())) {
         // SDL takes no text in pieces, in which large ones come.
         bool own = false;
-        std::optional<std::string> others = X11ClipboardText(window, own);
+        std::optional<std::string> others = X11ClipboardText(window, HasKeyboard(), own);
         if (!own) return others;
     }
     if (SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;

@@ -10,14 +10,23 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "base/log.h"
+#include "desktop/sdl/alert.h"
+#include "desktop/sdl/gate.h"
+#include "desktop/sdl/window.h"
 
 constexpr std::size_t kLongestUrl = 8192;
+constexpr std::size_t kMostShown = 400;  // of an address, in the question
+constexpr u64 kRatePeriod = 10'000'000'000;
+constexpr u64 kLongestOpening = 10'000'000'000;
+constexpr u32 kMostQuestions = 3;
 
 static constinit int helper = -1;  // our end of the connection
 
-static void OpenWithDesktop(char* url) {
+// The process of the desktop's opener; -1 when it cannot be started.
+static pid_t OpenWithDesktop(char* url) {
     posix_spawn_file_actions_t quiet;
     posix_spawn_file_actions_init(&quiet);
     posix_spawn_file_actions_addopen(&quiet, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -37,9 +46,28 @@ static void OpenWithDesktop(char* url) {
     posix_spawnattr_setflags(&usual, POSIX_SPAWN_SETSIGDEF);
     if (posix_spawnp(&child, name, &quiet, &usual, arguments, environ) != 0) {
         SystemLog(std::string("cannot start xdg-open for ") + url);
+        child = -1;
     }
     posix_spawnattr_destroy(&usual);
     posix_spawn_file_actions_destroy(&quiet);
+    return child;
+}
+
+static u64 MonotonicNanoseconds() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<u64>(now.tv_sec) * 1'000'000'000 + static_cast<u64>(now.tv_nsec);
+}
+
+// One opening at a time. An opener that has become the browser itself runs on, and is not waited
+// for any longer.
+static void OpenAndWait(char* url) {
+    const u64 until = MonotonicNanoseconds() + kLongestOpening;
+    const pid_t opener = OpenWithDesktop(url);
+    if (opener < 0) return;
+    while (waitpid(opener, nullptr, WNOHANG) == 0 && MonotonicNanoseconds() < until) {
+        usleep(20'000);
+    }
 }
 
 // One address a packet, until the other end is closed.
@@ -55,10 +83,11 @@ template <class Serve>
 }
 
 // Two processes: one that listens to the game's and looks at what it gets, and one that starts
-// programs and hears of good addresses alone.
+// programs and hears of good addresses alone. The first believes nothing that the game's process
+// has found: neither that the address is good nor that there are few of them.
 [[noreturn]] static void BecomeUrlOpener(int connection, void (*confine)()) {
     std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
-    std::signal(SIGCHLD, SIG_IGN);  // nobody waits for the openers
+    std::signal(SIGCHLD, SIG_DFL);  // openers are waited for
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) _exit(1);
     const pid_t starter = fork();
@@ -66,12 +95,15 @@ template <class Serve>
     if (starter == 0) {
         close(connection);
         close(ends[1]);
-        ServeUrls(ends[0], OpenWithDesktop);
+        ServeUrls(ends[0], OpenAndWait);
     }
     close(ends[0]);
     confine();
-    ServeUrls(connection, [ends](const char* url) {
-        if (IsOpenableUrl(url)) send(ends[1], url, std::strlen(url), MSG_NOSIGNAL);
+    UrlRate rate;
+    ServeUrls(connection, [&](const char* url) {
+        if (!IsOpenableUrl(url) || !rate.Take(MonotonicNanoseconds())) return;
+        // What the starter has no room for is not opened at all.
+        send(ends[1], url, std::strlen(url), MSG_NOSIGNAL | MSG_DONTWAIT);
     });
 }
 
@@ -99,22 +131,119 @@ void StopUrlOpener() {
     helper = -1;
 }
 
+static char LowerCase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+static bool StartsWith(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(),
+                      [](char a, char b) { return a == LowerCase(b); });
+}
+
+static int HexDigit(char c) {
+    const char lower = LowerCase(c);
+    if (lower >= '0' && lower <= '9') return lower - '0';
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// A name may hide behind %61ttach.
+static std::string Unescaped(std::string_view text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool escape = text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 &&
+                            HexDigit(text[i + 2]) >= 0;
+        plain += escape ? static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]))
+                        : text[i];
+        if (escape) i += 2;
+    }
+    return plain;
+}
+
+// Mail programs know it under several names, all of which begin the same.
+static bool AttachesFiles(std::string_view mail) {
+    const std::size_t question = mail.find('?');
+    if (question == std::string_view::npos) return false;
+    const std::string fields = Unescaped(mail.substr(question));
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const bool starts = fields[i] == '?' || fields[i] == '&' || fields[i] == ';';
+        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "attach")) return true;
+        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "x-attach")) return true;
+    }
+    return false;
+}
+
 bool IsOpenableUrl(std::string_view url) {
-    const auto startsWith = [url](std::string_view scheme) {
-        return url.size() > scheme.size() &&
-               std::equal(scheme.begin(), scheme.end(), url.begin(), [](char a, char b) {
-                   return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + 32) : b);
-               });
+    const auto hasScheme = [url](std::string_view scheme) {
+        return url.size() > scheme.size() && StartsWith(url, scheme);
     };
     if (url.size() > kLongestUrl) return false;
-    if (!startsWith("http://") && !startsWith("https://") && !startsWith("mailto:")) return false;
-    return std::none_of(url.begin(), url.end(),
-                        [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; });
+    if (std::any_of(url.begin(), url.end(),
+                    [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; })) {
+        return false;
+    }
+    if (hasScheme("mailto:")) return !AttachesFiles(url);
+    return hasScheme("http://") || hasScheme("https://");
+}
+
+bool UrlRate::Take(u64 now) {
+    // The oldest of the last ones is where the next will stand.
+    u64& oldest = taken[count % kMost];
+    if (count >= kMost && now - oldest < kRatePeriod) return false;
+    oldest = now;
+    ++count;
+    return true;
+}
+
+static constinit bool mustAsk = true;
+static constinit u32 refusals = 0;
+
+void AskBeforeUrls(bool ask) {
+    mustAsk = ask;
+    refusals = 0;
+}
+
+// Signs that look like others, or turn the direction of reading, are shown as what they are.
+static std::string ShownUrl(const std::string& url) {
+    std::string shown;
+    for (const char c : url) {
+        constexpr char kDigits[] = "0123456789ABCDEF";
+        const unsigned char byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            shown += c;
+        } else {
+            shown += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+        }
+    }
+    return shown.size() > kMostShown ? shown.substr(0, kMostShown) + "..." : shown;
+}
+
+// Once the player has agreed all addresses of the run are opened. Whoever refuses three times is
+// not asked a fourth time.
+static bool PlayerAgrees(const std::string& url) {
+    if (!mustAsk) return true;
+    if (refusals == kMostQuestions) return false;
+    constexpr int kOpen = 0;
+    constexpr int kCancel = 1;
+    const InsideDesktop inside;
+    const char* const title = GameWindowTitle();
+    mustAsk = ShowBox({title[0] != '\0' ? title : "MOXI",
+                       "Open " + ShownUrl(url) + " ?",
+                       {"Open", "Cancel"},
+                       kCancel},
+                      nullptr) != kOpen;
+    if (mustAsk) ++refusals;
+    return !mustAsk;
 }
 
 void OpenUrl(const std::string& utf8) {
+    static constinit UrlRate rate;
     if (!IsOpenableUrl(utf8)) return SystemLog("refused to open " + utf8);
-    if (helper < 0 || send(helper, utf8.data(), utf8.size(), MSG_NOSIGNAL) < 0) {
+    if (!rate.Take(MonotonicNanoseconds())) {
+        return SystemLog("refused to open " + utf8 + ": too many addresses in ten seconds");
+    }
+    if (!PlayerAgrees(utf8)) return SystemLog("not opened, as the player wishes: " + utf8);
+    if (helper < 0 || send(helper, utf8.data(), utf8.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
         SystemLog("cannot open " + utf8);
     }
 }

@@ -127,7 +127,7 @@ static std::string FromLatin1(const std::string& text) {
     return utf8;
 }
 
-std::optional<std::string> X11ClipboardText(unsigned long window, bool& own) {
+std::optional<std::string> X11ClipboardText(unsigned long window, bool othersToo, bool& own) {
     own = false;
     if (connection == nullptr || xcb_connection_has_error(connection) != 0) return std::nullopt;
     const xcb_atom_t clipboard = AtomOf("CLIPBOARD");
@@ -137,7 +137,7 @@ std::optional<std::string> X11ClipboardText(unsigned long window, bool& own) {
     // A program's windows have the same upper bits.
     const u32 program = ~xcb_get_setup(connection)->resource_id_mask;
     own = (owner->owner & program) == (static_cast<u32>(window) & program);
-    if (own) return std::nullopt;
+    if (own || !othersToo) return std::nullopt;
     transferEnd = std::chrono::steady_clock::now() + kLongestTransfer;
     if (std::optional<std::string> text = TakeAs(clipboard, AtomOf("UTF8_STRING"))) return text;
     const std::optional<std::string> text = TakeAs(clipboard, XCB_ATOM_STRING);

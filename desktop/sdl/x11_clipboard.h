@@ -12,5 +12,6 @@ void StartX11Clipboard(xcb_connection_t* connection);
 void StopX11Clipboard();
 
 // UTF-8. Nothing when there is no text, or when its owner is silent for a second or needs more than
-// ten. `own` is set, and nothing given, when it belongs to the program with this X window.
-std::optional<std::string> X11ClipboardText(unsigned long window, bool& own);
+// ten. `own` is set, and nothing given, when it belongs to the program with this X window. Others'
+// texts are left alone unless `othersToo`.
+std::optional<std::string> X11ClipboardText(unsigned long window, bool othersToo, bool& own);

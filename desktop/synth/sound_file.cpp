@@ -1,12 +1,9 @@
 #include "desktop/synth/sound_file.h"
 
 #include <SDL_audio.h>
-#include <SDL_mixer.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <memory>
 
 namespace {
 
@@ -21,8 +18,6 @@ bool StartsWith(std::span<const u8> file, const char* text) {
 bool IsWav(std::span<const u8> file) {
     return StartsWith(file, "RIFF") || StartsWith(file, "WAVE");
 }
-
-// --- WAV
 
 struct WavData {
     SDL_AudioSpec format = {};
@@ -75,53 +70,14 @@ bool DecodeWav(std::span<const u8> file, Sound& sound) {
     return true;
 }
 
-// --- The others
-
-u32 BigEndian(std::span<const u8> bytes, u32 count) {
-    u32 value = 0;
-    for (u32 i = 0; i < count; i++) value = value << 8 | bytes[i];
-    return value;
-}
-
-// The sample rate in an AIFF file's header; 0 for none.
-double AiffRate(std::span<const u8> file) {
-    for (size_t at = 12; at + 26 <= file.size();) {
-        const u32 size = BigEndian(file.subspan(at + 4), 4);
-        if (std::memcmp(file.data() + at, "COMM", 4) == 0) {
-            const int exponent = static_cast<int>(BigEndian(file.subspan(at + 16), 2)) - 0x3FFF;
-            return std::ldexp(static_cast<double>(BigEndian(file.subspan(at + 18), 4)),
-                              exponent - 31);
-        }
-        at += size_t{8} + size + size % 2;
+// Anything else would be for decoders that games have no use for, and no business to try out.
+bool LooksLikeSound(std::span<const u8> file, std::string& reason) {
+    if (file.empty()) {
+        reason = "the file is empty";
+    } else if (!IsWav(file)) {
+        reason = "not a WAV file";
     }
-    return 0;
-}
-
-// SDL_mixer multiplies the sizes of an AIFF file in 32 bits, and does not look at them before.
-bool IsTooMuchForMixer(std::span<const u8> file) {
-    if (StartsWith(file, "Crea")) return true;
-    if (!StartsWith(file, "FORM")) return false;
-    const double rate = AiffRate(file);
-    if (!(rate >= 1)) return true;
-    // Twice the channels, four times the bytes of a sample, and twice that to be on the safe side.
-    const double work = static_cast<double>(file.size()) * (kAudioRate / rate + 2) * 16;
-    return work > static_cast<double>(kLargestConversion);
-}
-
-bool DecodeWithMixer(std::span<const u8> file, Sound& sound) {
-    if (StartsWith(file, "MThd") || IsTooMuchForMixer(file)) {
-        SDL_SetError("not a sound file");
-        return false;
-    }
-    SDL_RWops* const stream = SDL_RWFromConstMem(file.data(), static_cast<int>(file.size()));
-    Mix_Chunk* const chunk = stream == nullptr ? nullptr : Mix_LoadWAV_RW(stream, 1);
-    if (chunk == nullptr) return false;
-    sound.samples.resize(chunk->alen / sizeof(i16) / kChannels * kChannels);
-    if (!sound.samples.empty()) {
-        std::memcpy(sound.samples.data(), chunk->abuf, sound.samples.size() * sizeof(i16));
-    }
-    Mix_FreeChunk(chunk);
-    return true;
+    return reason.empty();
 }
 
 bool Answer(bool done, std::string& reason) {
@@ -131,25 +87,16 @@ bool Answer(bool done, std::string& reason) {
 
 }  // namespace
 
-bool NeedsMixer(std::span<const u8> file) {
-    return !file.empty() && !IsWav(file);
-}
-
 bool DecodeSound(std::span<const u8> file, Sound& sound, std::string& reason) {
-    if (file.empty()) {
-        reason = "the file is empty";
-        return false;
-    }
+    reason.clear();
+    if (!LooksLikeSound(file, reason)) return false;
     SDL_ClearError();
-    return Answer(IsWav(file) ? DecodeWav(file, sound) : DecodeWithMixer(file, sound), reason);
+    return Answer(DecodeWav(file, sound), reason);
 }
 
 bool CheckSound(std::span<const u8> file, std::string& reason) {
-    if (NeedsMixer(file)) return true;
-    if (file.empty()) {
-        reason = "the file is empty";
-        return false;
-    }
+    reason.clear();
+    if (!LooksLikeSound(file, reason)) return false;
     SDL_ClearError();
     WavData wav;
     return Answer(LoadWav(file, wav), reason);

@@ -11,6 +11,8 @@
 
 #include "base/log.h"
 
+namespace fs = std::filesystem;
+
 struct Synth {
     fluid_settings_t* settings = nullptr;
     fluid_synth_t* synth = nullptr;
@@ -54,7 +56,6 @@ bool IsSoundFontName(const std::string& name) {
 }
 
 void AddFolders(std::vector<std::string>& found) {
-    namespace fs = std::filesystem;
     std::vector<std::string> defaults;
     std::vector<std::string> others;
     for (const char* const folder : kFolders) {
@@ -151,6 +152,9 @@ Synth* LoadSynth(const std::string& soundFontOption) {
     const std::vector<std::string> candidates = SoundFontCandidates(soundFontOption);
     if (synth->synth != nullptr) {
         for (const std::string& path : candidates) {
+            std::error_code error;
+            // At a pipe it would wait for somebody at the other end.
+            if (!fs::is_regular_file(path, error)) continue;
             if (fluid_synth_sfload(synth->synth, path.c_str(), 1) != FLUID_FAILED) {
                 return synth.release();
             }

@@ -1,4 +1,4 @@
-# bash completion for moxi, mxasm, mxdis and mxcc
+# bash completion for moxi, mxasm, mxdis, mxwasm and mxcc
 
 # Files and folders that begin with the current word; with a suffix only such files, and folders.
 _moxi_files() {
@@ -27,7 +27,7 @@ _moxi() {
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --soundfont --full-screen --headless
             --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
-            --render-audio --no-sandbox --debug --profile --watch --bundle --new --c" "$word"
+            --render-audio --no-sandbox --open-urls --data-limit --debug --profile --watch --bundle --new --c" "$word"
     else
         _moxi_files .MX "$word"
     fi
@@ -59,6 +59,21 @@ _mxdis() {
     fi
 }
 
+_mxwasm() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        -o | -S | --symbols | --lines) _moxi_files "" "$word"; return ;;
+        --memory | --stack | --heap) return ;;
+    esac
+    if [ "${word#-}" != "$word" ]; then
+        _moxi_options "-o -S --symbols --lines --memory --stack --heap --check-bounds --calls --wasm4
+            --identity --code-end --help --version" "$word"
+    else
+        _moxi_files .wasm "$word"
+    fi
+}
+
 _mxcc() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     COMPREPLY=()
@@ -77,4 +92,5 @@ _mxcc() {
 complete -F _moxi moxi
 complete -F _mxasm mxasm
 complete -F _mxdis mxdis
+complete -F _mxwasm mxwasm
 complete -F _mxcc mxcc

@@ -39,10 +39,23 @@ class DataFolder : public testing::Test {
         return RunProgram("/bin/sh", arguments, here);
     }
 
+    // As a user whom the system does not know and who has no home. Files of the run go to
+    // `temporary`.
+    ProgramResult RunWithoutHome(const Strings& options = {}) {
+        fs::create_directories(temporary);
+        for (const std::string& path : {folder.path, here, game, temporary}) {
+            fs::permissions(path, fs::perms{0777});
+        }
+        WriteTextFile(here + "/MAIN.MX", "not the game");
+        return Run("-u HOME -u XDG_DATA_HOME TMPDIR=" + temporary, options,
+                   "exec setpriv --reuid 54321 --regid 54321 --clear-groups ");
+    }
+
     static constexpr const char* kSave = "/Quillmoss Software/game/SAVE.DAT";
     TemporaryFolder folder;
     std::string here = folder.path + "/here";
     std::string game = folder.path + "/game";
+    std::string temporary = folder.path + "/tmp";
 };
 
 TEST_F(DataFolder, ATrailingSlashOfItsNameIsNotDoubled) {
@@ -93,14 +106,7 @@ TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
 
 TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
     if (getuid() != 0) GTEST_SKIP() << "only root can be somebody else";
-    const std::string temporary = folder.path + "/tmp";
-    fs::create_directories(temporary);
-    for (const std::string& path : {folder.path, here, game, temporary}) {
-        fs::permissions(path, fs::perms{0777});
-    }
-    WriteTextFile(here + "/MAIN.MX", "not the game");
-    const ProgramResult result = Run("-u HOME -u XDG_DATA_HOME TMPDIR=" + temporary, {},
-                                     "exec setpriv --reuid 54321 --regid 54321 --clear-groups ");
+    const ProgramResult result = RunWithoutHome();
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_TRUE(result.errors.starts_with("log: no home folder: saved data goes to " + temporary +
                                           "/moxi-"))
@@ -109,6 +115,17 @@ TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1);
     EXPECT_TRUE(fs::is_empty(temporary));
     EXPECT_FALSE(fs::exists(here + "/SAVE.DAT"));
+}
+
+TEST_F(DataFolder, WithoutAHomeAScreenshotHasNoPlaceAndIsRefused) {
+    if (getuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+    WriteTextFile(folder.path + "/script", "10 modifiers command shift\n20 key-down 01 \"S\"\n");
+    const ProgramResult result = RunWithoutHome({"--script", folder.path + "/script"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(
+        result.errors.ends_with("\nlog: screenshot: there is no home folder to keep it in\n"))
+        << result.errors;
+    EXPECT_EQ(std::distance(fs::directory_iterator(here), {}), 1);  // the module that is none
 }
 
 TEST_F(DataFolder, OneThatCannotBeMadeIsOneLineAtTheFirstWrite) {

@@ -129,7 +129,7 @@ TEST(Recording, OfTheOtherMenuKeysHoldsTheKeysAlone) {
     const std::string script =
         "10 modifiers command\n20 key-down 2E \"m\"\n30 restore\n40 minimize\n50 restore\n"
         "60 key-down 0D \"w\"\n70 close\n80 modifiers option\n90 key-down 24 \"\\x0D\"\n"
-        "100 key-down 24 \"\\x0D\"\n110 full-screen on\n";
+        "95 key-up 24 \"\\x0D\"\n100 key-down 24 \"\\x0D\"\n110 full-screen on\n";
     EXPECT_EQ(RecordAndPlayBack(Refusing(), script).script, script);
 }
 

@@ -322,6 +322,7 @@ TEST(HeardModules, TheMenusMuteSilencesUntilItIsChosenAgain) {
     heard.module.CallName(0, 0x0600, "A.WAV");
     heard.module.Event("500 modifiers shift command");
     heard.module.Event("500 key-down 2E \"M\"");
+    heard.module.Event("700 key-up 2E \"M\"");
     heard.module.Event("1000 key-down 2E \"M\"");
     heard.Play(1500);
     EXPECT_GT(Peak(Part(heard.recording, 0, 0.5)), 16000);

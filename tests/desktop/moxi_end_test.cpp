@@ -49,6 +49,27 @@ TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatShowsAMessage) {
     EXPECT_EQ(Messages().back(), kClose);
 }
 
+TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatWaitsForTheClipboard) {
+    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    Start();
+    WriteTextFile(folder.path + "/text", "theirs");
+    const pid_t owner =
+        StartProcess({"xclip", "-quiet", "-selection", "clipboard", folder.path + "/text"}, "");
+    EXPECT_TRUE(WaitUntil([] {
+        return OutputOf("timeout 5 xclip -selection clipboard -o 2>/dev/null") == "theirs";
+    }));
+    // It is asked, and does not answer.
+    kill(owner, SIGSTOP);
+    Shell("xdotool key 1");
+    EXPECT_TRUE(WaitForMessage("c 31 1 0"));
+    kill(session.server, SIGKILL);
+    EXPECT_EQ(WaitForExit(), 0);
+    EXPECT_EQ(Errors(), "log: the connection to the display is lost\n");
+    EXPECT_EQ(Messages().back(), kClose);
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+}
+
 TEST_F(MoxiWindow, ATerminationSignalAsksTheModuleAndTheNextEndsAtOnce) {
     Start();
     Cause("xdotool key v");
@@ -128,7 +149,7 @@ TEST_F(MoxiWindow, WebAddressesGoToTheDesktopsOpenerAndOthersAreRefused) {
     Shell("chmod +x " + bin + "/xdg-open");
     const std::string path = std::getenv("PATH");
     setenv("PATH", (bin + ":" + path).c_str(), 1);
-    Start();
+    Start({"--mute", "--open-urls"});
     setenv("PATH", path.c_str(), 1);
     Cause("xdotool key 4 key 3");
     EXPECT_TRUE(WaitUntil([this] {

@@ -149,7 +149,7 @@ inline void LayOutGame(const GameRun& run, const fs::path& game) {
             fs::create_directories(game / name);
         } else if (!run.replaced.contains(name)) {
             fs::create_directories((game / name).parent_path());
-            fs::create_symlink(entry.path(), game / name);
+            fs::copy(entry.path(), game / name, fs::copy_options::recursive);
         }
     }
     for (const auto& [name, content] : run.replaced) {

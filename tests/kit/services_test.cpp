@@ -35,6 +35,25 @@ TEST(Services, TheHeaderOfCIsMadeFromTheTable) {
         << "run mxservices and write its output to library/c/include/moxi/services.h";
 }
 
+TEST(Services, ThePageOfCIsMadeFromTheTable) {
+    EXPECT_EQ(ReadTextFile(kSource + "/docs/c-services.md"), ServicesPage())
+        << "run mxservices page and write its output to docs/c-services.md";
+}
+
+TEST(Services, ThePageOfCNamesAllFunctionsOfTheGameHeader) {
+    const std::string header = ReadTextFile(kSource + "/library/c/include/moxi/game.h");
+    const std::string page = ReadTextFile(kSource + "/docs/c.md");
+    static const std::regex kFunction("\\n[a-z_]+[ *]+(?:[a-z_]+ )?([a-z_]+)\\([^;)]*\\);");
+    int functions = 0;
+    for (std::sregex_iterator at(header.begin(), header.end(), kFunction), end; at != end; ++at) {
+        const std::string name = (*at)[1];
+        if (name == "moxi_game_message") continue;
+        ++functions;
+        EXPECT_NE(page.find("`" + name + "("), std::string::npos) << name;
+    }
+    EXPECT_GT(functions, 60);
+}
+
 TEST(Services, TheLibraryHasThemUnderTheirNames) {
     const std::map<std::string, i64> constants = Constants("");
     for (const Service& service : kServices) {

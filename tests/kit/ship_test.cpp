@@ -185,4 +185,18 @@ TEST(Shipping, AGameThatCannotBeCopiedLeavesNothingBehind) {
     EXPECT_EQ(place.Names(), "game");
 }
 
+TEST(Shipping, LinksOutOfTheGameAreRefused) {
+    const Workplace place;
+    WriteTextFile(place.folder.path + "/diary.txt", "dear diary");
+    fs::create_directories(place.folder.path + "/letters");
+    const std::string link = place.game + "/link";
+    for (const std::string target : {"../diary.txt", "../letters", "/etc/passwd"}) {
+        fs::create_symlink(target, link);
+        place.ExpectRefused(place.Ship("out", "game"), 1,
+                            link + ": a link that leads out of the game");
+        fs::remove(link);
+        EXPECT_FALSE(fs::exists(place.out));
+    }
+}
+
 }  // namespace

@@ -55,6 +55,8 @@ std::string ProgramPath(const std::string& program) {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
+    // Not in the state folder of whoever runs the tests.
+    setenv("XDG_STATE_HOME", (fs::path(errors).parent_path() / "state").c_str(), 0);
     execv(path.c_str(), argv.data());
     _exit(127);
 }

@@ -94,6 +94,9 @@ class ServiceTest : public ::testing::Test {
         return address;
     }
 
+    // Texts and buffers begin again where they began.
+    void ForgetTexts() { nextRoom = kFirstRoom; }
+
     // The bytes and a NUL.
     u32 Text(std::string_view text) {
         const u32 address = Room(static_cast<u32>(text.size()) + 1);
@@ -157,7 +160,8 @@ class ServiceTest : public ::testing::Test {
     }
 
     std::string root;
-    u32 nextRoom = 0x2000;
+    static constexpr u32 kFirstRoom = 0x2000;
+    u32 nextRoom = kFirstRoom;
     const SystemCalls originalCalls = systemCalls;
     const SysSlots originalSlots = sysSlots;
     const VmSlots originalVmSlots = vmSlots;

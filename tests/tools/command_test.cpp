@@ -190,4 +190,13 @@ TEST(Reference, TheCommittedPageIsTheGeneratedOne) {
         << "run mxref and write its output to docs/instruction-set.md";
 }
 
+TEST(Commands, ControlCharactersOfASourceReachNoTerminal) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/a.mxs", "        MOVE.L  R1, \x1B[2J\n");
+    const ProgramResult result = RunProgram("mxasm", {"a.mxs", "-o", "a.mx"}, folder.path);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("\\x1B[2J"), std::string::npos) << result.errors;
+    EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
+}
+
 }  // namespace

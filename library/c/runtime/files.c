@@ -23,15 +23,22 @@ typedef struct {
     listing list;        // of a folder that is being read
 } descriptor;
 
-static descriptor descriptors[kDescriptors] = {
+// Apart from the others, which are all zero and take no room in the module.
+static descriptor first[] = {
     {.use = kInput, .readable = true},
     {.use = kOutput, .writable = true},
     {.use = kOutput, .writable = true},
     {.use = kRootFolder, .readable = true, .name = (char*)""},
 };
+enum { kFirst = sizeof first / sizeof *first };
+static descriptor others[kDescriptors - kFirst];
+
+static descriptor* At(uint32_t fd) {
+    return fd < kFirst ? &first[fd] : &others[fd - kFirst];
+}
 
 static descriptor* Find(uint32_t fd) {
-    return fd < kDescriptors && descriptors[fd].use != kClosed ? &descriptors[fd] : NULL;
+    return fd < kDescriptors && At(fd)->use != kClosed ? At(fd) : NULL;
 }
 
 static descriptor* FindFile(uint32_t fd) {
@@ -45,11 +52,11 @@ static bool IsFolder(const descriptor* found) {
 
 static error TakeDescriptor(const descriptor* content, const char* name, uint32_t* fd) {
     for (uint32_t i = 0; i < kDescriptors; ++i) {
-        if (descriptors[i].use != kClosed) continue;
+        if (At(i)->use != kClosed) continue;
         char* const copy = strdup(name);
         if (copy == NULL) return __WASI_ERRNO_NOMEM;
-        descriptors[i] = *content;
-        descriptors[i].name = copy;
+        *At(i) = *content;
+        At(i)->name = copy;
         *fd = i;
         return __WASI_ERRNO_SUCCESS;
     }
@@ -164,9 +171,9 @@ error SYSTEM(fd_close)(uint32_t fd) {
 error SYSTEM(fd_renumber)(uint32_t from, uint32_t to) {
     if (Find(from) == NULL || Find(to) == NULL) return __WASI_ERRNO_BADF;
     if (from == to) return __WASI_ERRNO_SUCCESS;
-    Close(&descriptors[to]);
-    descriptors[to] = descriptors[from];
-    memset(&descriptors[from], 0, sizeof descriptors[from]);
+    Close(At(to));
+    *At(to) = *At(from);
+    memset(At(from), 0, sizeof *At(from));
     return __WASI_ERRNO_SUCCESS;
 }
 

@@ -1,0 +1,202 @@
+// What a game that means harm finds closed, through the program itself.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/support/headless_run.h"
+#include "tests/support/service_calls.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// A user with a download folder, and games of the name that the test gives them.
+struct User {
+    TemporaryFolder folder;
+    std::string home = folder.path + "/home";
+    std::string downloads = home + "/Downloads";
+
+    User() {
+        fs::create_directories(downloads);
+        WriteTextFile(downloads + "/tax.pdf", "taxes");
+    }
+
+    std::string Data(const std::string& name) const {
+        return home + "/.local/share/Quillmoss Software/" + name;
+    }
+
+    // A run as this user, with and without what the kernel offers.
+    ProgramResult Run(const std::string& game, const Strings& options = {}) const {
+        Strings arguments = {"-u",           "XDG_DATA_HOME",      "-u",        "XDG_STATE_HOME",
+                             "HOME=" + home, MOXI_BIN_DIR "/moxi", "--headless"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.push_back(game);
+        return RunProgram("/usr/bin/env", arguments, folder.path);
+    }
+};
+
+std::string ListOf(const std::string& name) {
+    return "<plist version=\"1.0\"><dict><key>ZULGameName</key><string>" + name +
+           "</string></dict></plist>";
+}
+
+// Writes `text` to a file of the data folder.
+void Write(ServiceCalls& calls, const std::string& name, const std::string& text) {
+    const u32 handle = calls.Call({"0x0000", calls.Text(name), "0x8302"});
+    calls.Call(
+        {"0x0003", ServiceCalls::Result(handle), calls.Text(text), std::to_string(text.size())});
+    calls.Call({"0x0008", ServiceCalls::Result(handle)});
+}
+
+constexpr const char* kUnlocked = "log: no sandbox: the game may do what you may do\n";
+
+TEST(LockedRoom, ABareModuleDeletesNothingBesideIt) {
+    for (const bool locked : {true, false}) {
+        const User user;
+        ServiceCalls calls;
+        calls.Call({"0x0005", calls.Text("tax.pdf")});
+        WriteGame(user.downloads, calls.Source());
+        const Strings options = locked ? Strings{} : Strings{"--no-sandbox"};
+        EXPECT_EQ(user.Run(user.downloads + "/MAIN.MX", options).errors, locked ? "" : kUnlocked);
+        EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
+        // The home folder itself is no game's own either.
+        WriteTextFile(user.home + "/notes.txt", "notes");
+        ServiceCalls more;
+        more.Call({"0x0005", more.Text("notes.txt")});
+        more.Call({"0x0005", more.Text("Downloads/tax.pdf")});
+        WriteGame(user.home, more.Source());
+        user.Run(user.home, options);
+        EXPECT_EQ(ReadTextFile(user.home + "/notes.txt"), "notes");
+        EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
+    }
+}
+
+TEST(LockedRoom, AGameDeletesItsOwnFiles) {
+    const User user;
+    const std::string game = user.downloads + "/game";
+    ServiceCalls calls;
+    calls.Call({"0x0005", calls.Text("OLD.DAT")});
+    WriteGame(game, calls.Source());
+    WriteTextFile(game + "/OLD.DAT", "old");
+    user.Run(game);
+    EXPECT_FALSE(fs::exists(game + "/OLD.DAT"));
+}
+
+TEST(LockedRoom, AnArchiveWhoseResourcesAreALinkIsRefusedInOneLine) {
+    const User user;
+    const std::string game = user.downloads + "/Trap.app";
+    fs::create_directories(game + "/Contents");
+    ServiceCalls calls;
+    calls.Call({"0x0005", calls.Text("tax.pdf")});
+    WriteGame(user.downloads, calls.Source());
+    fs::create_directory_symlink("../..", game + "/Contents/Resources");
+    const ProgramResult result = user.Run(game);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors, "moxi: " + game +
+                                 ": Contents/Resources is a link that leads out of the game's "
+                                 "folder\n");
+    EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
+}
+
+TEST(LockedRoom, AGameDoesNotTakeOverAnotherOfItsName) {
+    const User user;
+    // The victim has saved something; the thief has its name and plants a module.
+    ServiceCalls victim;
+    Write(victim, "SAVE.DAT", "mine");
+    WriteGame(user.downloads + "/victim", victim.Source());
+    WriteTextFile(user.downloads + "/victim/Info.plist", ListOf("Lands"));
+    EXPECT_EQ(user.Run(user.downloads + "/victim").errors, "");
+    ServiceCalls thief;
+    Write(thief, "MAIN.MX", "MOXI6 of the thief");
+    Write(thief, "SAVE.DAT", "stolen");
+    WriteGame(user.downloads + "/thief", thief.Source());
+    WriteTextFile(user.downloads + "/thief/Info.plist", ListOf("Lands"));
+    EXPECT_EQ(user.Run(user.downloads + "/thief").errors,
+              "log: the data folder \"Lands\" is another game's, this one's is \"Lands 2\"\n");
+    EXPECT_EQ(ReadTextFile(user.Data("Lands") + "/SAVE.DAT"), "mine");
+    EXPECT_FALSE(fs::exists(user.Data("Lands") + "/MAIN.MX"));
+    EXPECT_EQ(ReadTextFile(user.Data("Lands 2") + "/SAVE.DAT"), "stolen");
+    EXPECT_EQ(user.Run(user.downloads + "/victim").errors, "");
+}
+
+TEST(LockedRoom, NamesThatLeadElsewhereMakeNoFolderThere) {
+    for (const std::string name : {".", "..", "../..", "a/b", ".ssh", ""}) {
+        const User user;
+        ServiceCalls calls;
+        Write(calls, "SAVE.DAT", "saved");
+        WriteGame(user.downloads + "/game", calls.Source());
+        WriteTextFile(user.downloads + "/game/Info.plist", ListOf(name));
+        const ProgramResult result = user.Run(user.downloads + "/game");
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+        EXPECT_EQ(ReadTextFile(user.Data("game") + "/SAVE.DAT"), "saved") << name;
+    }
+}
+
+TEST(LockedRoom, NoNameMakesAFolderOutsideOfTheDataFolder) {
+    for (const bool made : {true, false}) {
+        const User user;
+        if (made) fs::create_directories(user.Data("game"));
+        ServiceCalls calls;
+        Write(calls, "x/../../evil/a.dat", "evil");
+        Write(calls, "../evil/a.dat", "evil");
+        Write(calls, "x/../../../evil/b/a.dat", "evil");
+        calls.Call({"0x0006", calls.Text("../evil")});
+        calls.Call({"0x0006", calls.Text("x/../../evil")});
+        WriteGame(user.downloads + "/game", calls.Source());
+        user.Run(user.downloads + "/game");
+        for (const auto& entry : fs::recursive_directory_iterator(user.folder.path)) {
+            EXPECT_NE(entry.path().filename(), "evil") << entry.path();
+        }
+    }
+}
+
+TEST(LockedRoom, TheDataFolderHoldsWhatTheOptionSays) {
+    const User user;
+    ServiceCalls calls;
+    Write(calls, "A.DAT", std::string(1500, 'x'));
+    Write(calls, "B.DAT", std::string(1500, 'x'));
+    WriteGame(user.downloads + "/game", calls.Source());
+    EXPECT_EQ(user.Run(user.downloads + "/game", {"--data-limit", "2K"}).errors,
+              "log: the data folder is full: it may hold 2048 bytes\n");
+    EXPECT_EQ(fs::file_size(user.Data("game") + "/A.DAT"), 1500u);
+    EXPECT_EQ(fs::file_size(user.Data("game") + "/B.DAT"), 548u);
+    const ProgramResult wrong = user.Run(user.downloads + "/game", {"--data-limit", "lots"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_EQ(wrong.errors, "moxi: --data-limit: no size in bytes, K, M, G or T: lots\n");
+}
+
+TEST(LockedRoom, ControlCharactersReachNoTerminal) {
+    const User user;
+    ServiceCalls calls;
+    calls.Call({"0x0711", calls.Text("http://a\x1B[2J\x07\x7F\\\n.")});
+    calls.Call({"0x0700", calls.Text("so\x1B]0;sorry\x07")});
+    WriteGame(user.downloads + "/game", calls.Source());
+    EXPECT_EQ(user.Run(user.downloads + "/game").errors,
+              "log: OpenURL http://a\\x1B[2J\\x07\\x7F\\\\\\n.\nfatal: so\\x1B]0;sorry\\x07\n");
+    EXPECT_EQ(user.Run("no\x1B[31m\ngame").errors,
+              "moxi: no\\x1B[31m game: there is no such game\n");
+}
+
+TEST(LockedRoom, APipeInPlaceOfAFileIsRefusedInOneLine) {
+    const User user;
+    const std::string game = user.downloads + "/game";
+    WriteGame(game, ServiceCalls().Source());
+    const std::string pipe = user.folder.path + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(user.Run(game, {"--script", pipe}).errors, "moxi: " + pipe + ": cannot be read\n");
+    EXPECT_EQ(user.Run(game, {"--script", "/dev/zero"}).errors,
+              "moxi: /dev/zero: cannot be read\n");
+    ASSERT_EQ(mkfifo((game + "/Info.plist").c_str(), 0600), 0);
+    EXPECT_EQ(user.Run(game).errors,
+              "log: " + game + "/Info.plist: no readable XML property list\n");
+    fs::remove(game + "/MAIN.MX");
+    ASSERT_EQ(mkfifo((game + "/MAIN.MX").c_str(), 0600), 0);
+    EXPECT_EQ(user.Run(game).status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+// How much the data folder may hold, through the file services.
+
+#include "sys/quota.h"
+
+#include "service_fixture.h"
+
+namespace {
+
+class Quota : public ServiceTest {
+  protected:
+    void SetUp() override {
+        ServiceTest::SetUp();
+        folders.dataLimit = 10000;
+        ResetQuota();
+    }
+    void TearDown() override {
+        folders.dataLimit = u64{1} << 30;
+        ServiceTest::TearDown();
+    }
+
+    // Opens, writes `count` bytes and closes; how many were written.
+    static u32 Put(const char* name, u32 count, u32 mode = kOpenCreate, u32 at = 0) {
+        const u32 file = OpenFile(name, mode);
+        EXPECT_NE(file, kNoFile) << name;
+        SeekFile(file, at, 0);
+        const std::string bytes(count, 'x');
+        const u32 written = WriteFile(file, bytes.data(), count);
+        CloseFile(file);
+        return written;
+    }
+    u64 Size(const std::string& name) const { return fs::file_size(DataPath(name)); }
+};
+
+TEST_F(Quota, AWriteThatPassesTheLimitComesShortAsOnAFullDisk) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Put("A.DAT", 6000), 6000u);
+    EXPECT_EQ(Put("B.DAT", 6000), 4000u);
+    EXPECT_EQ(Put("C.DAT", 1), 0u);
+    EXPECT_EQ(Size("A.DAT"), 6000u);
+    EXPECT_EQ(Size("B.DAT"), 4000u);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "log: the data folder is full: it may hold 10000 bytes\n");
+}
+
+TEST_F(Quota, ExactlyTheLimitFitsInManyWrites) {
+    for (u32 i = 0; i < 100; i++)
+        ASSERT_EQ(Put(("D/" + std::to_string(i)).c_str(), 100), 100u) << i;
+    EXPECT_EQ(Put("MORE", 1), 0u);
+}
+
+TEST_F(Quota, WhatIsWrittenOverTakesNoRoom) {
+    EXPECT_EQ(Put("A.DAT", 10000), 10000u);
+    EXPECT_EQ(Put("A.DAT", 5000, kOpenUpdate, 2000), 5000u);
+    EXPECT_EQ(Put("A.DAT", 5000, kOpenUpdate, 7000), 3000u);
+    EXPECT_EQ(Put("A.DAT", 9000), 9000u) << "emptied first";
+    EXPECT_EQ(Put("B.DAT", 9000), 1000u);
+}
+
+TEST_F(Quota, DeletingMakesRoom) {
+    EXPECT_EQ(Put("A.DAT", 9000), 9000u);
+    EXPECT_EQ(Put("B.DAT", 2000), 1000u);
+    DeleteFile("A.DAT");
+    EXPECT_EQ(Put("C.DAT", 10000), 9000u);
+}
+
+TEST_F(Quota, WhatLayThereBeforeCountsWithItsFolders) {
+    WriteTestFile(DataPath("OLD/DEEP/A.DAT"), std::string(7000, 'x'));
+    fs::create_symlink("OLD/DEEP/A.DAT", DataPath("LINK.DAT"));
+    EXPECT_EQ(Put("B.DAT", 5000), 3000u);
+}
+
+TEST_F(Quota, AFileWithAHoleHoldsWhatIsInItsBlocks) {
+    folders.dataLimit = 100000;
+    EXPECT_EQ(Put("HOLE.DAT", 10, kOpenCreate, 50000000), 10u);
+    EXPECT_GT(Size("HOLE.DAT"), 50000000u);
+    EXPECT_EQ(Put("A.DAT", 60000), 60000u);
+}
+
+TEST_F(Quota, RoomThatSomebodyElseMadeIsFoundAfterSomeTries) {
+    EXPECT_EQ(Put("A.DAT", 10000), 10000u);
+    const u32 file = OpenFile("B.DAT", kOpenCreate);
+    EXPECT_EQ(WriteFile(file, "x", 1), 0u);
+    fs::remove(DataPath("A.DAT"));
+    u32 written = 0;
+    for (u32 tries = 0; tries < 100; tries++) written += WriteFile(file, "x", 1);
+    CloseFile(file);
+    EXPECT_GT(written, 30u);
+}
+
+}  // namespace
