@@ -18,6 +18,7 @@ namespace {
 constexpr size_t kReserve = size_t{1} << 20;
 
 constinit void* reserve = nullptr;
+constinit bool isOut = false;
 constinit std::atomic<bool> isPrepared = false;
 std::thread::id mainThread;
 
@@ -32,6 +33,7 @@ std::thread::id mainThread;
     }
     std::free(reserve);
     reserve = nullptr;
+    isOut = true;
     ShowFatalMessage("Terminating: insufficient memory. So sorry.");
     EndProcess(1);
 }
@@ -82,6 +84,10 @@ void* realloc(void* memory, size_t size) noexcept {
 }
 }
 #endif
+
+bool MemoryIsOut() {
+    return isOut;
+}
 
 void PrepareForOutOfMemory() {
     mainThread = std::this_thread::get_id();

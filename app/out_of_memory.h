@@ -6,3 +6,6 @@
 
 // To be called first of all.
 void PrepareForOutOfMemory();
+
+// The run is ending because of it: nothing that can do without memory asks for any.
+bool MemoryIsOut();

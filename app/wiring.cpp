@@ -1,6 +1,7 @@
 #include "app/wiring.h"
 
 #include "app/finish.h"
+#include "app/out_of_memory.h"
 #include "audio/music.h"
 #include "audio/sound_group.h"
 #include "desktop/audio_out.h"
@@ -20,6 +21,7 @@
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
+#include "kit/fault_names.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -39,6 +41,9 @@ void WireRooms() {
     vmSlots.seekFile = SeekFile;
     vmSlots.lockFile = LockToWrite;
     vmSlots.closeFile = CloseFile;
+    vmSlots.beforeFatalMessage = [](std::string_view text) {
+        if (!MemoryIsOut()) NameFaultInDebugLog(text);
+    };
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;

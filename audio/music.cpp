@@ -25,7 +25,11 @@ constinit u64 endOfPiece = 0;  // nanoseconds
 void PlayMusic(const char* name) {
     StopMusic();
     const auto bytes = ReadResource(BuildPath(name, false), kLargestFile);
-    if (!bytes) return;
+    if (!bytes) {
+        // Nothing has been named where the first piece is asked for "again".
+        if (name[0] != '\0') SystemLog(FormatText("music %s: cannot be read", name));
+        return;
+    }
     SmfFile file;
     std::string reason;
     if (!ReadSmf(*bytes, file, reason)) {

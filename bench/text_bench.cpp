@@ -1,5 +1,6 @@
 // Draw Text against a plain Pango and Cairo draw of the same text: a label that was never drawn
-// before, one that was, and a paragraph that a module lays out line by line.
+// before, one that was, and a paragraph that a module lays out line by line. And the time for long
+// texts, which is to grow with their length whatever they are made of.
 
 #include <benchmark/benchmark.h>
 #include <pango/pangocairo.h>
@@ -23,8 +24,8 @@ namespace {
 constexpr u32 kImageSize = 8 << 20;
 constexpr u32 kBlock = 1024;
 constexpr u32 kText = 2048;
-constexpr i32 kFontSize = 19;  // what a box of height 20 gets
-constexpr u32 kBoxHeight = 20;
+constexpr i32 kFontSize = 19;  // what a box of height 23 gets: a line of 22.8
+constexpr u32 kBoxHeight = 23;
 constexpr u32 kParagraphWidth = 320;
 
 std::string NewLabel() {
@@ -93,6 +94,15 @@ void PlainNewLabel(benchmark::State& state) {
     }
 }
 
+// A label that needs two fonts.
+void PlainNewLabelWithAStar(benchmark::State& state) {
+    for (auto _ : state) {
+        const std::string text = "\xE2\x98\x85 " + NewLabel();
+        pango_layout_set_text(ThePlain().layout, text.data(), static_cast<int>(text.size()));
+        DrawPlain();
+    }
+}
+
 void PlainLaidOutLabel(benchmark::State& state) {
     pango_layout_set_text(ThePlain().layout, NewLabel().c_str(), -1);
     for (auto _ : state) DrawPlain();
@@ -132,6 +142,14 @@ void NewLabelOver(benchmark::State& state, u32 background) {
     for (auto _ : state) {
         SetText(NewLabel());
         benchmark::DoNotOptimize(Draw(kText, 400, 0, background));
+    }
+}
+
+void NewLabelWithAStar(benchmark::State& state) {
+    StartMachine();
+    for (auto _ : state) {
+        SetText("\xE2\x98\x85 " + NewLabel());
+        benchmark::DoNotOptimize(Draw(kText, 450, 0, kNoBackground));
     }
 }
 
@@ -176,6 +194,27 @@ void ParagraphNew(benchmark::State& state, u32 flags) {
     }
 }
 
+// A text of so many characters, drawn as a whole and cut where it leaves its box.
+void LongText(benchmark::State& state, const char* pattern, u32 flags) {
+    StartMachine();
+    const std::string_view characters = pattern;
+    std::string text;
+    i64 count = 0;
+    for (std::size_t i = 0; count < state.range(0); i = (i + 1) % characters.size()) {
+        if ((static_cast<u8>(characters[i]) & 0xC0) != 0x80) ++count;
+        if (count < state.range(0)) text += characters[i];
+    }
+    for (auto _ : state) {
+        // No two are the same, so that none is remembered.
+        SetText(std::to_string(++count) + text);
+        benchmark::DoNotOptimize(Draw(kText, 400, flags, kNoBackground));
+    }
+}
+
+void Steps(benchmark::internal::Benchmark* benchmark) {
+    benchmark->RangeMultiplier(10)->Range(1000, 100000)->Unit(benchmark::kMillisecond);
+}
+
 constexpr u32 kTransparent = 0;  // over what is there
 constexpr u32 kGrey = 0xFF808080;
 
@@ -183,6 +222,8 @@ BENCHMARK(PlainNewLabel);
 BENCHMARK_CAPTURE(NewLabelOver, screen, kTransparent);
 BENCHMARK_CAPTURE(NewLabelOver, colour, kGrey);
 BENCHMARK_CAPTURE(NewLabelOver, white, kNoBackground);
+BENCHMARK(PlainNewLabelWithAStar);
+BENCHMARK(NewLabelWithAStar);
 BENCHMARK(PlainLaidOutLabel);
 BENCHMARK_CAPTURE(SeenLabelOver, screen, kTransparent);
 BENCHMARK_CAPTURE(SeenLabelOver, colour, kGrey);
@@ -191,6 +232,18 @@ BENCHMARK_CAPTURE(ParagraphNew, drawn, kTextWrap | kTextCut);
 BENCHMARK_CAPTURE(ParagraphNew, measured, kTextWrap | kTextCut | kTextMeasureOnly);
 BENCHMARK_CAPTURE(ParagraphSeen, drawn, kTextWrap | kTextCut);
 BENCHMARK_CAPTURE(ParagraphSeen, measured, kTextWrap | kTextCut | kTextMeasureOnly);
+
+BENCHMARK_CAPTURE(LongText, letters, "We took the AVATAR. ", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, spaces, " ", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, tabs, "\t", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, marks, "\xCC\x81", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, scripts, "a\xD0\xAF\xE6\x97\xA5\xD7\x90 \xE2\x98\x85", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, arabic, "\xD8\xA8\xD8\xA7\xD9\x84 ", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, devanagari, "\xE0\xA4\xA8\xE0\xA4\xAE\xE0\xA5\x87 ", 0)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, tabs_cut, "\t", kTextCut)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, marks_cut, "\xCC\x81", kTextCut)->Apply(Steps);
+BENCHMARK_CAPTURE(LongText, scripts_cut, "a\xD0\xAF\xE6\x97\xA5\xD7\x90 \xE2\x98\x85", kTextCut)
+    ->Apply(Steps);
 
 }  // namespace
 

@@ -20,19 +20,20 @@ struct FontStyle {
     bool italic;
 };
 
-struct TextSize {
-    double width;
-    double height;  // from the highest ascender to the lowest descender of the fonts that are used
+// A line of a font, whatever text stands in it.
+struct TextLine {
+    double height;
+    double descent;  // how much of it lies below the baseline
 };
 
 struct TextFit {
     bool whole;            // the text is at most as wide as was asked
     std::size_t overflow;  // else: the byte at which the first character starts that is too much
-    double height;         // of the whole text, whatever fits
 };
 
 // How much of each pixel the glyphs cover, 0..255. Column 0 is where the text starts, row 0 the
-// first row below the baseline. Outside the picture nothing is covered.
+// first row below the baseline. Outside the picture nothing is covered; ink that is further than
+// eight font sizes from the baseline is left out.
 struct TextPicture {
     const u8* coverage;  // null when nothing is covered
     std::size_t stride;  // bytes from row to row
@@ -49,10 +50,10 @@ struct TextEngine {
     TextFont* (*makeFont)(FontStyle style, double size);
     void (*releaseFont)(TextFont* font);
 
-    // Where the font's glyphs end below the baseline, as a number of at most 0.
-    double (*descender)(const TextFont* font);
+    TextLine (*line)(const TextFont* font);
 
-    TextSize (*measure)(TextFont* font, std::string_view text);
+    // The width of a text.
+    double (*measure)(TextFont* font, std::string_view text);
 
     // Whether the text is at most `width` wide; if not, the first character with which the text up
     // to and with it measures more. The cost grows with what fits, not with the text.
@@ -67,11 +68,11 @@ struct TextEngine {
 inline constinit TextEngine textEngine = {
     .makeFont = [](FontStyle, double) -> TextFont* { return nullptr; },
     .releaseFont = [](TextFont*) {},
-    .descender = [](const TextFont*) { return 0.0; },
-    .measure = [](TextFont*, std::string_view) { return TextSize{}; },
+    .line = [](const TextFont*) { return TextLine{}; },
+    .measure = [](TextFont*, std::string_view) { return 0.0; },
     .fit =
         [](TextFont*, std::string_view, double) {
-            return TextFit{true, 0, 0};
+            return TextFit{true, 0};
         },
     .draw = [](TextFont*, std::string_view, bool, i32) { return TextPicture{}; },
 };

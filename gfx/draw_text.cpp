@@ -66,7 +66,7 @@ Line ChooseLine(const Request& request, std::string_view text, const TextFit& fi
 
 TextFit FitText(const Request& request, TextFont* font, std::string_view text) {
     if (request.Has(kTextCut | kTextWrap)) return textEngine.fit(font, text, request.width);
-    return {true, 0, textEngine.measure(font, text).height};
+    return {true, 0};
 }
 
 // --- Pixels of the text bitmap
@@ -198,11 +198,12 @@ u32 DrawValidText(const Request& r, i32 rows, TextFont* font, std::string_view t
         PaintFirstBackground(r, rows, 0);
         return 0;
     }
-    i32 width = Truncate(textEngine.measure(font, line.drawn).width);
-    if (r.Has(kTextItalic) && line.units > 0) width += rows / kSlantPart;
+    const i32 slant = r.Has(kTextItalic) && line.units > 0 ? rows / kSlantPart : 0;
+    const i32 width = Truncate(std::trunc(textEngine.measure(font, line.drawn)) + slant);
     // The baseline, counted from the text bitmap's bottom, lies on a whole row.
     const i32 bitmapRows = static_cast<i32>(textBitmap.height);
-    const i32 above = Truncate(bitmapRows - fit.height - textEngine.descender(font));
+    const TextLine fontLine = textEngine.line(font);
+    const i32 above = Truncate(bitmapRows - fontLine.height + fontLine.descent);
     const Drawing drawing = {r, rows,
                              textEngine.draw(font, line.drawn, r.Has(kTextUnderline),
                                              static_cast<i32>(textBitmap.width)),

@@ -76,15 +76,15 @@ FittedFont FitFont(const char* text, i32 maximalWidth, i32 maximalHeight, u32 fl
     const FontStyle style = StyleOf(flags);
     const i32 textHeight = static_cast<i32>(textBitmap.height);
     const double height = textHeight < maximalHeight ? textHeight / 2.0 : maximalHeight;
-    FittedFont fitted = {nullptr, height, {}};
+    FittedFont fitted = {nullptr, height};
     const auto make = [&](double size) {
         if (fitted.font != nullptr) textEngine.releaseFont(fitted.font);
         fitted.size = size;
         fitted.font = textEngine.makeFont(style, size);
-        fitted.measured = *text == 0 ? TextSize{} : textEngine.measure(fitted.font, text);
     };
     const auto fits = [&] {
-        return fitted.measured.width < maximalWidth && fitted.measured.height < height;
+        return *text == 0 || (textEngine.line(fitted.font).height < height &&
+                              textEngine.measure(fitted.font, text) < maximalWidth);
     };
     do {
         make(fitted.size + 1);

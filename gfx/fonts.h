@@ -32,7 +32,6 @@ extern i32 fontCacheHead;  // -1 when the cache is empty
 struct FittedFont {
     TextFont* font;  // the caller's to release
     double size;
-    TextSize measured;  // of the text at that size
 };
 
 // The largest whole-point size, searched from the maximal height (or half of the text bitmap's, if

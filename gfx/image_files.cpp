@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/log.h"
 #include "gfx/bitmap.h"
 #include "gfx/bmp.h"
 #include "gfx/png.h"
@@ -39,6 +40,10 @@ u32 UnusedHandles() {
 u32 LoadImage(const char* name) {
     u8 start[kProbeSize];
     const u32 file = OpenFile(name, kOpenRead);
+    if (file == kNoFile) {
+        SystemLog(FormatText("picture %s: cannot be read", name));
+        return 0;
+    }
     const u32 count = ReadFile(file, start, kProbeSize);
     CloseFile(file);
     if (count < kProbeSize) return 0;

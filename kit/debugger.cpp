@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -23,6 +24,8 @@ constinit bool started = false;   // the debugger, by the command line
 constinit bool greeted = false;   // the first stop has been made
 constinit bool talking = false;   // stopped
 constinit bool quitting = false;  // no more commands: the run ends where it can
+// What else wants to know of a fatal message.
+constinit decltype(vmSlots.beforeFatalMessage) beforeDebugger = [](std::string_view) {};
 
 std::string ReadSymbolsOfModule() {
     const std::string path = SymbolFile();
@@ -70,6 +73,7 @@ void OnInstruction() {
 
 // What the host reports outside of a message is none of the module's instructions' doing.
 void OnFatalMessage(std::string_view text) {
+    beforeDebugger(text);
     if (!inMX || talking || quitting) return;
     Say("fatal: " + MacRomanToUtf8(text));
     ShowLocation();
@@ -83,7 +87,7 @@ constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
 void StartDebugger() {
     started = true;
     debugHooks = &kHooks;
-    vmSlots.beforeFatalMessage = OnFatalMessage;
+    beforeDebugger = std::exchange(vmSlots.beforeFatalMessage, OnFatalMessage);
 }
 
 void CloseDebugger(int status) {

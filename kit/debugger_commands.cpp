@@ -129,6 +129,10 @@ After Break(const Arguments& arguments) {
     const std::string word = TakeWord(rest);
     if (word == "message") return BreakOn(StopKind::Message, StopKind::AnyMessage, rest);
     if (word == "sys") return BreakOn(StopKind::Service, StopKind::AnyService, rest);
+    if (word == "stack" && NothingIsLeft(rest)) {
+        WatchStack(true);
+        return After::Stay;
+    }
     if (word == "group") return BreakOn(StopKind::Group, StopKind::Group, rest);
     rest = arguments.rest;
     u32 address = rest.empty() ? HeaderLong(kHeaderPC) : 0;
@@ -159,6 +163,10 @@ After List(const Arguments& arguments) {
 After Delete(const Arguments& arguments) {
     if (arguments.rest == "all") {
         DeleteStopPoints();
+        return After::Stay;
+    }
+    if (arguments.rest == "stack") {
+        WatchStack(false);
         return After::Stay;
     }
     u32 number = 0;

@@ -18,6 +18,9 @@ constinit u32 nextNumber = 1;
 constinit u32 depth = 0;
 constinit bool first = false;
 
+constinit bool stackIsWatched = true;
+constinit bool stackWasLeft = false;
+
 enum class Way : u8 { Free, Step, Over, Out, Until };
 constinit Way way = Way::Free;
 constinit u32 stepsLeft = 0;
@@ -105,6 +108,26 @@ void CheckPoint(StopPoint& point, const std::optional<u32>& service,
     reasons.push_back(reason);
 }
 
+bool StackIsLeft() {
+    const u32 sp = HeaderLong(kHeaderSP);
+    return sp < HeaderLong(kHeaderStackLimit) || sp > HeaderLong(kHeaderStackTop);
+}
+
+// Where SP goes out of the stack, which is most often long before something comes of it.
+void CheckStack(std::vector<std::string>& reasons) {
+    const bool left = stackIsWatched && StackIsLeft();
+    if (left && !stackWasLeft) {
+        std::string reason = FormatText("SP has left the stack: 0x%8.8X is not in 0x%8.8X..0x%8.8X",
+                                        HeaderLong(kHeaderSP), HeaderLong(kHeaderStackLimit),
+                                        HeaderLong(kHeaderStackTop));
+        if (pcTraceCount != 0) {
+            reason += ", after " + Place(pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc);
+        }
+        reasons.push_back(reason);
+    }
+    stackWasLeft = left;
+}
+
 }  // namespace
 
 u32 AddStopPoint(StopKind kind, u32 value, const std::string& condition) {
@@ -115,6 +138,10 @@ u32 AddStopPoint(StopKind kind, u32 value, const std::string& condition) {
 
 bool DeleteStopPoint(u32 number) {
     return std::erase_if(points, [number](const StopPoint& p) { return p.number == number; }) != 0;
+}
+
+void WatchStack(bool watched) {
+    stackIsWatched = watched;
 }
 
 void DeleteStopPoints() {
@@ -200,6 +227,7 @@ bool IsStop(std::vector<std::string>& reasons) {
         const std::optional<u32> service = ServiceCommand();
         for (StopPoint& point : points) CheckPoint(point, service, reasons);
     }
+    CheckStack(reasons);
     const bool done = IsStepDone();
     return done || !reasons.empty();
 }

@@ -33,6 +33,8 @@ u32 AddStopPoint(StopKind kind, u32 value, const std::string& condition);
 // False when there is none of this number.
 bool DeleteStopPoint(u32 number);
 void DeleteStopPoints();
+// Whether the module stops where SP leaves the stack, which it does at first.
+void WatchStack(bool watched);
 const std::vector<StopPoint>& StopPoints();
 bool IsBreakpointAt(u32 address);
 // The user has changed memory: watchpoints take it as it is now.

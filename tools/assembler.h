@@ -17,7 +17,7 @@ struct AssembleOptions {
     bool wantListing = false;
 };
 
-// Where an error lies, or where a macro was called that led to it.
+// Where an error lies.
 struct AssembleNote {
     std::string file;
     u32 line = 0;    // from 1
@@ -27,8 +27,8 @@ struct AssembleNote {
 };
 
 struct AssembleError {
-    AssembleNote at;
-    std::vector<AssembleNote> calledFrom;  // innermost macro call first
+    AssembleNote at;                     // in the author's line, in no macro
+    std::vector<AssembleNote> inMacros;  // from the macro called there to the place itself
 };
 
 enum class SymbolKind : u8 { Code, Data, Bss, Constant };
@@ -55,7 +55,7 @@ AssembleResult Assemble(std::string_view source, const std::string& fileName,
                         const AssembleOptions& options = {});
 
 // One error as text: "FILE:LINE:COLUMN: error: what", the source line, a caret, and a note for
-// each macro call that led to it. Ends with a line feed.
+// each macro that leads to the place. Ends with a line feed.
 std::string FormatError(const AssembleError& error);
 std::string FormatErrors(const AssembleResult& result);
 

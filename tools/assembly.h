@@ -56,6 +56,7 @@ struct Frame {
     // The line being read, after substitution.
     std::string text;
     std::vector<u32> columns;
+    std::vector<u16> origins;  // SourcePosition::argument of each byte
 };
 
 // An open .if block.
@@ -97,6 +98,20 @@ struct Assertion {
     u64 sequence = 0;
 };
 
+// How many arguments a routine takes, as .arguments says.
+struct DeclaredArguments {
+    i64 count = 0;
+    SourcePosition position;
+};
+
+// A call that .invoked tells of, to be compared with what the routine takes.
+struct Invocation {
+    u32 routine = 0;  // symbol
+    i64 count = 0;
+    SourcePosition position;
+    u64 sequence = 0;
+};
+
 // A number for the header, such as .stack's.
 struct HeaderNumber {
     i64 fallback = 0;
@@ -128,6 +143,10 @@ struct Assembly {
     std::vector<Fixup> fixups;
     std::vector<HeaderPatch> headerPatches;
     std::vector<Assertion> assertions;
+    std::map<u32, DeclaredArguments> declaredArguments;  // by the routine's symbol
+    std::vector<Invocation> invocations;
+    // The errors about words that may turn out to be macros defined later, by the word.
+    std::multimap<std::string, size_t> unknownWords;
     HeaderNumber stackSize{65536, false, {}, 0};
     HeaderNumber heapSize{1048576, false, {}, 0};
     HeaderNumber versionMajor{6, false, {}, 0};
@@ -178,6 +197,30 @@ bool IsSkipping(const Assembly& assembly);
 void AssembleDirective(Assembly& assembly, const Line& line, Cursor& cursor);
 // False when the directive is none for data.
 bool AssembleData(Assembly& assembly, const std::string& name, Cursor& cursor);
+
+// --- Arguments of routines (invocations.cpp)
+
+// .arguments N: the routine at the latest label of the code takes N LONGs. Nothing where more than
+// its LINK stands between.
+void DeclareArguments(Assembly& assembly, Cursor& cursor);
+// .invoked ROUTINE, N: the routine is called with N LONGs.
+void NoteInvocation(Assembly& assembly, Cursor& cursor, const SourcePosition& position);
+// Reports each call with another number than its routine takes, where that is known.
+void CheckInvocations(Assembly& assembly);
+
+// --- Words that are nothing (suggestions.cpp)
+
+// "; did you mean 'MOVE'?" for a word that is nearly one that there is, else "".
+std::string Suggestion(const Assembly& assembly, std::string_view word);
+// A word before a directive was meant as a label.
+void ReportUnknownWord(Assembly& assembly, std::string_view word, const SourcePosition& position,
+                       bool standsBeforeDirective);
+// The macro has just been defined: says so of the uses before.
+void ExplainEarlierUses(Assembly& assembly, const Macro& macro);
+// "FILE:LINE", in the author's line.
+std::string PlaceInWords(const Sources& sources, const SourcePosition& position);
+// "1 argument", "3 arguments".
+std::string ArgumentsInWords(size_t count);
 
 // --- Statements (statement.cpp)
 

@@ -10,6 +10,12 @@ namespace mxasm {
 
 namespace {
 
+void ExpectEndOfList(Assembly& assembly, const Cursor& cursor) {
+    if (cursor.AtEnd()) return;
+    ReportHere(assembly, cursor,
+               "expected a comma or the end of the line, found " + Quoted(cursor.Now().text));
+}
+
 void AssembleValues(Assembly& assembly, Cursor& cursor, Slot slot) {
     do {
         if (cursor.Now().kind == TokenKind::String) {
@@ -25,13 +31,15 @@ void AssembleValues(Assembly& assembly, Cursor& cursor, Slot slot) {
         if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) return;
         if (!AddValue(assembly, slot, expression)) return;
     } while (cursor.Accept(","));
-    ExpectEnd(assembly, cursor);
+    ExpectEndOfList(assembly, cursor);
 }
 
 void AssembleTexts(Assembly& assembly, Cursor& cursor, bool withNul) {
     do {
         if (cursor.Now().kind != TokenKind::String) {
-            ReportHere(assembly, cursor, "expected a text in double quotes");
+            ReportHere(assembly, cursor,
+                       "expected a text in double quotes, found " +
+                           (cursor.AtEnd() ? "nothing" : Quoted(cursor.Now().text)));
             return;
         }
         std::string bytes = cursor.Now().bytes;
@@ -39,7 +47,7 @@ void AssembleTexts(Assembly& assembly, Cursor& cursor, bool withNul) {
         if (!AddText(assembly, bytes, PositionOf(cursor))) return;
         ++cursor.at;
     } while (cursor.Accept(","));
-    ExpectEnd(assembly, cursor);
+    ExpectEndOfList(assembly, cursor);
 }
 
 // The optional fill byte of .space and .align.

@@ -277,6 +277,8 @@ void AssembleDirective(Assembly& assembly, const Line& line, Cursor& cursor) {
     if (name == ".ASSERT") return AssembleAssertion(assembly, cursor);
     if (name == ".INCLUDE") return AssembleInclude(assembly, cursor);
     if (name == ".INCBIN") return AssembleBinary(assembly, cursor);
+    if (name == ".ARGUMENTS") return DeclareArguments(assembly, cursor);
+    if (name == ".INVOKED") return NoteInvocation(assembly, cursor, position);
     if (name == ".EXITM") {
         if (ExpectEnd(assembly, cursor)) LeaveMacro(assembly, position);
         return;
@@ -287,9 +289,10 @@ void AssembleDirective(Assembly& assembly, const Line& line, Cursor& cursor) {
         return;
     }
     if (!AssembleData(assembly, name, cursor)) {
+        const Token& token = cursor.tokens->at(cursor.at - 1);
         Report(assembly.sources, position,
-               Quoted(line.text.substr(cursor.tokens->at(cursor.at - 1).index, name.size())) +
-                   " is no directive");
+               Quoted(line.text.substr(token.index, name.size())) + " is no directive" +
+                   Suggestion(assembly, token.text));
     }
 }
 

@@ -443,6 +443,12 @@ bool IsMnemonic(const std::string& upperName) {
     return Mnemonics().contains(upperName);
 }
 
+std::vector<std::string> MnemonicNames() {
+    std::vector<std::string> names;
+    for (const auto& [name, mnemonic] : Mnemonics()) names.push_back(name);
+    return names;
+}
+
 bool EncodeInstruction(Sources& sources, SymbolTable& table, Cursor& cursor,
                        EncodedInstruction& out) {
     out = {};

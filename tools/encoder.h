@@ -21,6 +21,8 @@ struct EncodedInstruction {
 
 // Whether an upper-case name is a mnemonic.
 bool IsMnemonic(const std::string& upperName);
+// All of them, in any order.
+std::vector<std::string> MnemonicNames();
 
 // Parses one instruction; the cursor stands at the mnemonic and is left behind the last operand.
 // False when an error was reported.

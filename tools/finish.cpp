@@ -169,6 +169,7 @@ void Finish(Assembly& assembly, AssembleResult& result) {
         ResolveFixups(assembly);
         CheckConstants(assembly);
         CheckAssertions(assembly);
+        CheckInvocations(assembly);
         MakeFile(assembly, file);
     }
     result.errors = CollectErrors(assembly.sources);

@@ -41,6 +41,10 @@ std::string FirstWord(std::string_view text) {
 
 SourcePosition PositionIn(const Line& line, size_t index) {
     SourcePosition position = line.position;
+    if (line.arguments != nullptr && !line.arguments->empty()) {
+        // What is missing at the end of the line is missing in what stands there.
+        position.argument = (*line.arguments)[std::min(index, line.arguments->size() - 1)];
+    }
     if (line.columns == nullptr) {
         position.column = static_cast<u32>(index + 1);
     } else if (index < line.columns->size()) {

@@ -14,7 +14,8 @@ namespace mxasm {
 struct Line {
     std::string_view text;
     const std::vector<u32>* columns = nullptr;
-    SourcePosition position;  // column unused
+    const std::vector<u16>* arguments = nullptr;  // SourcePosition::argument of each byte
+    SourcePosition position;                      // column unused
 };
 
 // The source position of byte `index` (from 0) of a line.

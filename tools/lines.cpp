@@ -39,6 +39,7 @@ bool NextBodyLine(Assembly& assembly, Frame& frame, Line& line) {
     if (!Substitute(assembly, frame, body)) return false;
     line.text = frame.text;
     line.columns = frame.columns.empty() ? nullptr : &frame.columns;
+    line.arguments = &frame.origins;
     return true;
 }
 
@@ -47,6 +48,7 @@ bool NextFileLine(Assembly& assembly, Frame& frame, Line& line) {
     ++frame.next;
     line.text = SourceLine(file, frame.next);
     line.columns = nullptr;
+    line.arguments = nullptr;
     line.position = {frame.file, frame.next, 0, frame.expansion};
     SourcePosition position = line.position;
     position.column = 1;

@@ -30,8 +30,18 @@ size_t SkipQuoted(std::string_view text, size_t at) {
 }
 
 // Cuts text at commas outside of quotes, parentheses and brackets, up to a comment.
-std::vector<std::string> SplitArguments(std::string_view text) {
-    std::vector<std::string> parts;
+struct Argument {
+    std::string text;
+    size_t index = 0;  // of its first byte
+};
+
+std::vector<Argument> SplitArguments(std::string_view text) {
+    std::vector<Argument> parts;
+    const auto add = [&](size_t from, size_t to) {
+        const std::string_view part = Trim(text.substr(from, to - from));
+        parts.push_back({std::string(part),
+                         part.empty() ? from : static_cast<size_t>(part.data() - text.data())});
+    };
     int depth = 0;
     size_t start = 0;
     size_t at = 0;
@@ -40,13 +50,13 @@ std::vector<std::string> SplitArguments(std::string_view text) {
         if (c == '(' || c == '[') ++depth;
         if (c == ')' || c == ']') --depth;
         if (c == ',' && depth <= 0) {
-            parts.emplace_back(Trim(text.substr(start, at - start)));
+            add(start, at);
             start = at + 1;
         }
         at = SkipQuoted(text, at);
     }
-    const std::string_view last = Trim(text.substr(start, std::min(at, text.size()) - start));
-    if (!last.empty() || !parts.empty()) parts.emplace_back(last);
+    at = std::min(at, text.size());
+    if (!parts.empty() || !Trim(text.substr(start, at - start)).empty()) add(start, at);
     return parts;
 }
 
@@ -107,7 +117,9 @@ void EndMacroDefinition(Assembly& assembly) {
     const auto [entry, isNew] = assembly.macros.try_emplace(macro.name, macro);
     if (!isNew) {
         Report(assembly.sources, macro.position, "the macro is already defined");
+        return;
     }
+    ExplainEarlierUses(assembly, macro);
 }
 
 bool RoomForFrame(Assembly& assembly, const SourcePosition& position) {
@@ -153,8 +165,8 @@ void StartMacroDefinition(Assembly& assembly, const Line& line, Cursor& cursor) 
     macro.position = PositionOf(cursor);
     const size_t rest = token.index + token.text.size();
     bool good = true;
-    for (const std::string& text : SplitArguments(line.text.substr(rest))) {
-        good = good && ParseParameter(assembly, PositionIn(line, rest), text, macro);
+    for (const Argument& argument : SplitArguments(line.text.substr(rest))) {
+        good = good && ParseParameter(assembly, PositionIn(line, rest), argument.text, macro);
     }
     if (good) macro.name = std::string(token.text);
     StartCollecting(assembly, true, std::move(macro));
@@ -204,15 +216,20 @@ void CollectLine(Assembly& assembly, const Line& line) {
 void CallMacro(Assembly& assembly, const Macro& macro, const Line& line, Cursor& cursor) {
     const SourcePosition position = PositionOf(cursor);
     const Token& token = cursor.Now();
-    std::vector<std::string> arguments =
-        SplitArguments(line.text.substr(token.index + token.text.size()));
+    const size_t rest = token.index + token.text.size();
+    std::vector<std::string> arguments;
+    std::vector<SourcePosition> places;
+    for (Argument& argument : SplitArguments(line.text.substr(rest))) {
+        arguments.push_back(std::move(argument.text));
+        places.push_back(PositionIn(line, rest + argument.index));
+    }
     const size_t given = arguments.size();
     const size_t wanted = macro.parameters.size();
     const bool takesRest = wanted > 0 && macro.parameters.back().takesRest;
     if (given > wanted && !takesRest) {
         Report(assembly.sources, position,
-               "macro " + macro.name + " takes " + std::to_string(wanted) + " arguments, " +
-                   std::to_string(given) + " are given");
+               "macro " + macro.name + " takes " + ArgumentsInWords(wanted) + ", " +
+                   std::to_string(given) + (given == 1 ? " is given" : " are given"));
         return;
     }
     if (takesRest && given > wanted) {
@@ -240,7 +257,7 @@ void CallMacro(Assembly& assembly, const Macro& macro, const Line& line, Cursor&
     frame->from = position;
     frame->conditions = assembly.conditions.size();
     frame->expansion = static_cast<u32>(assembly.sources.expansions.size());
-    assembly.sources.expansions.push_back({position, &macro.name});
+    assembly.sources.expansions.push_back({position, &macro.name, std::move(places)});
     assembly.frames.push_back(std::move(frame));
 }
 
@@ -256,20 +273,23 @@ struct Output {
     void Copy(size_t index) {
         frame.text += body.text[index];
         frame.columns.push_back(ColumnAt(index));
+        frame.origins.push_back(0);
     }
-    void Insert(std::string_view text, size_t index) {
+    void Insert(std::string_view text, size_t index, size_t argument = 0) {
         frame.text += text;
         frame.columns.insert(frame.columns.end(), text.size(), ColumnAt(index));
+        frame.origins.insert(frame.origins.end(), text.size(),
+                             static_cast<u16>(std::min<size_t>(argument, 0xFFFF)));
     }
 };
 
-// The argument of the parameter called `name`, or null.
-const std::string* FindArgument(const Frame& frame, std::string_view name) {
-    if (frame.macro == nullptr) return nullptr;
+// Which argument, from 1, is that of the parameter called `name`; 0 when there is none.
+size_t FindArgument(const Frame& frame, std::string_view name) {
+    if (frame.macro == nullptr) return 0;
     for (size_t i = 0; i < frame.macro->parameters.size(); ++i) {
-        if (frame.macro->parameters[i].name == name) return &frame.arguments[i];
+        if (frame.macro->parameters[i].name == name) return i + 1;
     }
-    return nullptr;
+    return 0;
 }
 
 // Handles the backslash at `at`; returns the index behind what it stands for.
@@ -294,9 +314,9 @@ size_t SubstituteAt(Output& output, size_t at, bool inQuotes) {
     const std::string_view name = std::string_view(text).substr(at + 1, end - at - 1);
     // Within quotes the short escapes keep their meaning.
     const bool isEscape = inQuotes && (name == "n" || name == "r" || name == "t");
-    const std::string* argument = isEscape ? nullptr : FindArgument(frame, name);
-    if (argument != nullptr) {
-        output.Insert(*argument, at);
+    const size_t argument = isEscape ? 0 : FindArgument(frame, name);
+    if (argument != 0) {
+        output.Insert(frame.arguments[argument - 1], at, argument);
         return end;
     }
     output.Copy(at);
@@ -312,6 +332,7 @@ size_t SubstituteAt(Output& output, size_t at, bool inQuotes) {
 bool Substitute(Assembly& assembly, Frame& frame, const BodyLine& body) {
     frame.text.clear();
     frame.columns.clear();
+    frame.origins.clear();
     Output output{frame, body};
     char quote = '\0';
     size_t at = 0;

@@ -110,9 +110,11 @@ bool ParseOperand(Sources& sources, SymbolTable& table, Cursor& cursor, Operand&
     bool bad = false;
     if (ParseRegister(sources, table, cursor, out.reg, bad)) return true;
     if (bad) return false;
-    if (cursor.AtEnd()) return Fail(sources, cursor, "an operand is missing");
+    const std::string found = cursor.AtEnd() ? "nothing" : Quoted(cursor.Now().text);
     return Fail(sources, cursor,
-                "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value");
+                "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value; "
+                "found " +
+                    found);
 }
 
 }  // namespace mxasm

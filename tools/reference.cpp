@@ -354,7 +354,7 @@ From FP upward a frame is:
 | FP + 12 | the arguments, the first one lowest |
 
 `MODAL` pushes 140 bytes: the former modal chain, FP, the address of the next instruction, and `R0`
-to `R15`. The header word at 176 then holds SP. `EMOD` takes the latest of them back.
+to `R15`, but not the flags. The header word at 176 then holds SP. `EMOD` takes the latest of them back.
 )";
 
 std::string Notes() {

@@ -63,6 +63,14 @@ void ReportAndStop(Sources& sources, const SourcePosition& position, std::string
 
 namespace {
 
+constexpr std::ptrdiff_t kMaxNotes = 8;
+
+const SourcePosition& CallerOf(const MacroCall& call, const SourcePosition& inside) {
+    const size_t argument = inside.argument;
+    return argument != 0 && argument <= call.arguments.size() ? call.arguments[argument - 1]
+                                                              : call.from;
+}
+
 AssembleNote MakeNote(const Sources& sources, const SourcePosition& position, std::string text) {
     AssembleNote note;
     const SourceFile& file = sources.files[position.file];
@@ -76,6 +84,13 @@ AssembleNote MakeNote(const Sources& sources, const SourcePosition& position, st
 
 }  // namespace
 
+SourcePosition AuthorsPosition(const Sources& sources, SourcePosition position) {
+    while (position.expansion != 0) {
+        position = CallerOf(sources.expansions[position.expansion], position);
+    }
+    return position;
+}
+
 std::vector<AssembleError> CollectErrors(const Sources& sources) {
     std::vector<const PendingError*> order;
     for (const PendingError& error : sources.errors) order.push_back(&error);
@@ -85,13 +100,24 @@ std::vector<AssembleError> CollectErrors(const Sources& sources) {
     std::vector<AssembleError> errors;
     for (const PendingError* pending : order) {
         AssembleError error;
-        error.at = MakeNote(sources, pending->position, pending->text);
-        u32 expansion = pending->position.expansion;
-        while (expansion != 0 && error.calledFrom.size() < 8) {
-            const MacroCall& call = sources.expansions[expansion];
-            error.calledFrom.push_back(
-                MakeNote(sources, call.from, "called from here: macro " + *call.macro));
-            expansion = call.from.expansion;
+        error.at = MakeNote(sources, AuthorsPosition(sources, pending->position), pending->text);
+        // One mistake in an argument can be met at each place where the macro uses it.
+        const bool isKnown =
+            std::any_of(errors.begin(), errors.end(), [&error](const AssembleError& other) {
+                return other.at.file == error.at.file && other.at.line == error.at.line &&
+                       other.at.column == error.at.column && other.at.text == error.at.text;
+            });
+        if (isKnown) continue;
+        SourcePosition place = pending->position;
+        while (place.expansion != 0) {
+            const MacroCall& call = sources.expansions[place.expansion];
+            error.inMacros.push_back(MakeNote(sources, place, "in macro " + *call.macro));
+            place = CallerOf(call, place);
+        }
+        std::reverse(error.inMacros.begin(), error.inMacros.end());
+        // Of a macro that calls itself many times the last calls are left out, but for the place.
+        if (std::ssize(error.inMacros) > kMaxNotes) {
+            error.inMacros.erase(error.inMacros.begin() + kMaxNotes - 1, error.inMacros.end() - 1);
         }
         errors.push_back(std::move(error));
     }
@@ -198,7 +224,7 @@ void AppendNote(std::string& out, const AssembleNote& note, const char* kind) {
 std::string FormatError(const AssembleError& error) {
     std::string out;
     AppendNote(out, error.at, "error");
-    for (const AssembleNote& note : error.calledFrom) AppendNote(out, note, "note");
+    for (const AssembleNote& note : error.inMacros) AppendNote(out, note, "note");
     return out;
 }
 

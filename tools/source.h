@@ -34,6 +34,7 @@ struct SourcePosition {
     u32 line = 0;       // from 1
     u32 column = 0;     // from 1
     u32 expansion = 0;  // index of Sources::expansions; 0 is none
+    u32 argument = 0;  // of that call which the text came from, counted from 1; 0 is the body's own
 };
 
 struct SourceFile {
@@ -43,10 +44,11 @@ struct SourceFile {
     std::vector<size_t> lineStarts;
 };
 
-// A call of a macro, for the notes under an error.
+// A call of a macro: an error in its body is an error of the line that calls it.
 struct MacroCall {
     SourcePosition from;
     const std::string* macro = nullptr;
+    std::vector<SourcePosition> arguments;  // where each of those given stands
 };
 
 struct PendingError {
@@ -63,6 +65,10 @@ struct Sources {
     u64 totalBytes = 0;
     bool stopped = false;  // a limit was met or there are too many errors; nothing more is read
 };
+
+// The place in no macro that an error at `position` is shown at: the argument or the call in the
+// author's line.
+SourcePosition AuthorsPosition(const Sources& sources, SourcePosition position);
 
 // Adds a file's text and finds its lines. Returns its index.
 u32 AddSource(Sources& sources, std::string name, std::string path, std::string text);

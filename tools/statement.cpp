@@ -12,7 +12,8 @@ void ReportHere(Assembly& assembly, const Cursor& cursor, const std::string& wha
 
 bool ExpectEnd(Assembly& assembly, const Cursor& cursor) {
     if (cursor.AtEnd()) return true;
-    ReportHere(assembly, cursor, "unexpected " + Quoted(cursor.Now().text));
+    ReportHere(assembly, cursor,
+               "expected the end of the line, found " + Quoted(cursor.Now().text));
     return false;
 }
 
@@ -50,8 +51,7 @@ bool RoomForSymbol(Assembly& assembly, const SourcePosition& position) {
 void ReportDuplicate(Assembly& assembly, const Symbol& symbol, const SourcePosition& position) {
     std::string where = " is predefined";
     if (symbol.position.line != 0) {
-        where = " is already defined at " + assembly.sources.files[symbol.position.file].name +
-                ":" + std::to_string(symbol.position.line);
+        where = " is already defined at " + PlaceInWords(assembly.sources, symbol.position);
     }
     Report(assembly.sources, position, Quoted(symbol.name) + where);
 }
@@ -257,6 +257,19 @@ void AssembleConstant(Assembly& assembly, Cursor& cursor) {
     if (ExpectEnd(assembly, cursor)) DefineConstant(assembly, name, position, expression);
 }
 
+// A word that is nothing. Before a directive it was to be a label, and counts as one, so that its
+// uses are no errors as well.
+void AssembleUnknown(Assembly& assembly, const Line& line, Cursor& cursor) {
+    const Token& token = cursor.Now();
+    const Token& next = cursor.Next();
+    const bool standsBeforeDirective = next.kind == TokenKind::DotName && next.spaceBefore;
+    ReportUnknownWord(assembly, token.text, PositionOf(cursor), standsBeforeDirective);
+    if (!standsBeforeDirective) return;
+    DefineLabel(assembly, token, PositionOf(cursor));
+    ++cursor.at;
+    AssembleDirective(assembly, line, cursor);
+}
+
 void AssembleStatement(Assembly& assembly, const Line& line, Cursor& cursor) {
     const Token& token = cursor.Now();
     if (cursor.Next().kind == TokenKind::Punctuation && cursor.Next().text == "=") {
@@ -274,6 +287,10 @@ void AssembleStatement(Assembly& assembly, const Line& line, Cursor& cursor) {
     const auto macro = assembly.macros.find(std::string(token.text));
     if (macro != assembly.macros.end()) {
         CallMacro(assembly, macro->second, line, cursor);
+        return;
+    }
+    if (!IsMnemonic(UpperCase(token.text))) {
+        AssembleUnknown(assembly, line, cursor);
         return;
     }
     AssembleInstruction(assembly, cursor);

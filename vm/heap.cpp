@@ -54,9 +54,10 @@ inline void MoveToList(u32 handle, HeapList list) {
     EndProcess(1);
 }
 
-// Whether compaction may find something to do. As long as no block is freed, the blocks fill the
-// heap from the lowest one up to heapFree without a gap. An empty block, however, can change places
-// with its neighbour, since their order also depends on which was unlocked last.
+// Whether compaction may find something to do. As long as no block is freed and no lock brings an
+// unused record's old block back, the blocks fill the heap from the lowest one up to heapFree
+// without a gap. An empty block, however, can change places with its neighbour, since their order
+// also depends on which was unlocked last.
 constinit bool compactionIsDue = false;
 
 // Freed and allocated records in ascending address order. Each one belongs, the freed ones first,
@@ -93,11 +94,26 @@ struct Slide {
     u32 size = 0;
 };
 
-void Finish(Slide& slide) {
-    if (slide.size != 0) {
-        std::memmove(CheckedRange(slide.to, slide.size), CheckedRange(slide.from, slide.size),
-                     slide.size);
+// Copies as a loop from the lowest byte to the highest does. Upward into its own range that repeats
+// the `distance` bytes below the destination again and again.
+void CopyAscending(u32 to, u32 from, u32 size) {
+    const u8* const source = CheckedRange(from, size);
+    u8* const destination = CheckedRange(to, size);
+    const u32 distance = to - from;
+    if (to <= from || distance >= size) {
+        std::memmove(destination, source, size);
+        return;
     }
+    // What lies between source and destination's end repeats already, and doubles with each copy.
+    for (u32 copied = 0; copied < size;) {
+        const u32 step = std::min(distance + copied, size - copied);
+        std::memcpy(destination + copied, source, step);
+        copied += step;
+    }
+}
+
+void Finish(Slide& slide) {
+    if (slide.size != 0) CopyAscending(slide.to, slide.from, slide.size);
     slide.size = 0;
 }
 
@@ -118,8 +134,8 @@ void SlideBlocks() {
             continue;
         }
         if (record.offset != p) {
-            // Blocks overlap where a module has freed handles that it did not have; there a block
-            // can even move up, and only one after the other gives what each expects.
+            // Blocks overlap where a module has freed or locked handles that it did not have; there
+            // a block can even move up, and only one after the other gives what each expects.
             const bool goesOn = record.offset > p && slide.from > slide.to &&
                                 slide.from + slide.size == record.offset &&
                                 slide.to + slide.size == p;
@@ -207,6 +223,7 @@ u32 LockHeap(u32 handle) {
     }
     HeapRecord& record = heapPtrs[handle];
     if (record.lockCount == 0) {
+        if (record.list == HeapList::Unused) compactionIsDue = true;
         record.lockSP = Load<u32>(kHeaderSP);
         MoveToList(handle, HeapList::Locked);
     }

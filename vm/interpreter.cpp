@@ -42,6 +42,13 @@ void RunDebugged() {
     debugHooks->leave();
 }
 
+// The fast interpreter keeps addresses in 64 bits, and an operand beyond the last of 32 faults. An
+// image that fills its address space, its padding included, has addresses that go on at 0 instead.
+bool AddressesGoRound() {
+    constexpr u32 kPadding = 63;
+    return imageSize > 0xFFFFFFFF - kPadding;
+}
+
 void RunFast() {
     // Bits of the loaded flag byte that are no flags stay visible until the first write-back.
     if ((Load<u8>(kHeaderFlags) & ~(kOdd | kZero | kNeg)) != 0) {
@@ -59,6 +66,6 @@ void RunInterpreter() {
     } else if (instructionTrace != nullptr) {
         RunGuarded(RunPlain<true>);
     } else {
-        RunGuarded(kThreaded ? RunFast : RunPlain<false>);
+        RunGuarded(kThreaded && !AddressesGoRound() ? RunFast : RunPlain<false>);
     }
 }

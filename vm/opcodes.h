@@ -163,38 +163,39 @@ enum class Sizes : u8 {
 // Two-operand operations. X(enumerator, mnemonic, first number, sizes, flags set, effect)
 // Numbers 96..119 are illegal. "Flags set" says whether the three flags come from the result.
 
-#define MX_TWO_OPERAND_OPERATIONS(X)                                                           \
-    X(Divs, "DIVS", 0, Integer, false, "A = A / B, signed, truncating toward zero")            \
-    X(Mods, "MODS", 4, Integer, false, "A = remainder of signed A / B, sign of the dividend")  \
-    X(Asr, "ASR", 8, Integer, true,                                                            \
-      "A = A shifted right arithmetically by (byte at B) & 31 (QUAD: & 63)")                   \
-    X(Divu, "DIVU", 12, Integer, false, "A = A / B, unsigned")                                 \
-    X(Modu, "MODU", 16, Integer, false, "A = A mod B, unsigned")                               \
-    X(Lsr, "LSR", 20, Integer, true,                                                           \
-      "A = A shifted right logically by (byte at B) & 31 (QUAD: & 63)")                        \
-    X(Add, "ADD", 24, Integer, false, "A = A + B, wrapping")                                   \
-    X(Sub, "SUB", 28, Integer, true, "A = A - B, wrapping")                                    \
-    X(Cmp, "CMP", 32, Integer, true, "flags from A - B, wrapped; A unchanged")                 \
-    X(Mul, "MUL", 36, Integer, false, "A = low bits of A * B")                                 \
-    X(Test, "TEST", 40, Integer, true, "flags from A AND B; A unchanged")                      \
-    X(Lsl, "LSL", 44, Integer, true, "A = A shifted left by (byte at B) & 31 (QUAD: & 63)")    \
-    X(And, "AND", 48, Integer, true, "A = A AND B")                                            \
-    X(Or, "OR", 52, Integer, false, "A = A OR B")                                              \
-    X(Xor, "XOR", 56, Integer, true, "A = A XOR B")                                            \
-    X(Move, "MOVE", 60, Integer, false, "A = B")                                               \
-    X(Movez, "MOVEZ", 64, Integer, false, "the 8 bytes at A = B, zero-extended from its size") \
-    X(Fadd, "FADD", 68, Float, false, "A = A + B")                                             \
-    X(Fsub, "FSUB", 72, Float, false, "A = A - B; flags unchanged (note 2)")                   \
-    X(Fmul, "FMUL", 76, Float, false, "A = A * B")                                             \
-    X(Fdiv, "FDIV", 80, Float, false, "A = A / B")                                             \
-    X(Fcmp, "FCMP", 84, Float, false, "no effect (note 2)")                                    \
-    X(Lea, "LEA", 88, Any, false, "the LONG at A = the address B")                             \
-    X(Blockmove, "BLOCKMOVE", 92, Integer, false,                                              \
-      "copy (block count * size) bytes from B to A, overlap allowed")                          \
-    X(Pushblock, "PUSHBLOCK", 120, Integer, false,                                             \
-      "push n bytes from B; n = the BYTE (.B) or WORD (.W .L .Q) at A (note 3)")               \
-    X(Peekblock, "PEEKBLOCK", 124, Integer, false,                                             \
-      "copy n bytes from SP to B; n = the BYTE (.B) or WORD (.W .L .Q) at A")
+#define MX_TWO_OPERAND_OPERATIONS(X)                                                            \
+    X(Divs, "DIVS", 0, Integer, false, "A = A / B, signed, truncating toward zero")             \
+    X(Mods, "MODS", 4, Integer, false, "A = remainder of signed A / B, sign of the dividend")   \
+    X(Asr, "ASR", 8, Integer, true,                                                             \
+      "A = A shifted right arithmetically by (byte at B) & 31 (QUAD: & 63)")                    \
+    X(Divu, "DIVU", 12, Integer, false, "A = A / B, unsigned")                                  \
+    X(Modu, "MODU", 16, Integer, false, "A = A mod B, unsigned")                                \
+    X(Lsr, "LSR", 20, Integer, true,                                                            \
+      "A = A shifted right logically by (byte at B) & 31 (QUAD: & 63)")                         \
+    X(Add, "ADD", 24, Integer, false, "A = A + B, wrapping")                                    \
+    X(Sub, "SUB", 28, Integer, true, "A = A - B, wrapping")                                     \
+    X(Cmp, "CMP", 32, Integer, true, "flags from A - B, wrapped; A unchanged")                  \
+    X(Mul, "MUL", 36, Integer, false, "A = low bits of A * B")                                  \
+    X(Test, "TEST", 40, Integer, true, "flags from A AND B; A unchanged")                       \
+    X(Lsl, "LSL", 44, Integer, true, "A = A shifted left by (byte at B) & 31 (QUAD: & 63)")     \
+    X(And, "AND", 48, Integer, true, "A = A AND B")                                             \
+    X(Or, "OR", 52, Integer, false, "A = A OR B")                                               \
+    X(Xor, "XOR", 56, Integer, true, "A = A XOR B")                                             \
+    X(Move, "MOVE", 60, Integer, false, "A = B")                                                \
+    X(Movez, "MOVEZ", 64, Integer, false, "the 8 bytes at A = B, zero-extended from its size")  \
+    X(Fadd, "FADD", 68, Float, false, "A = A + B")                                              \
+    X(Fsub, "FSUB", 72, Float, false, "A = A - B; flags unchanged (note 2)")                    \
+    X(Fmul, "FMUL", 76, Float, false, "A = A * B")                                              \
+    X(Fdiv, "FDIV", 80, Float, false, "A = A / B")                                              \
+    X(Fcmp, "FCMP", 84, Float, false, "no effect (note 2)")                                     \
+    X(Lea, "LEA", 88, Any, false, "the LONG at A = the address B")                              \
+    X(Blockmove, "BLOCKMOVE", 92, Integer, false,                                               \
+      "copy (block count * size) bytes from B to A, overlap allowed; the count is the LONG at " \
+      "184")                                                                                    \
+    X(Pushblock, "PUSHBLOCK", 120, Integer, false,                                              \
+      "push n bytes from B; n = the BYTE (.B) or WORD (.W .L .Q) at A (notes 3, 7)")            \
+    X(Peekblock, "PEEKBLOCK", 124, Integer, false,                                              \
+      "copy n bytes from SP to B; n = the BYTE (.B) or WORD (.W .L .Q) at A (note 7)")
 
 // ---------------------------------------------------------------------------------------------
 // One-operand operations, same columns. Numbers 0 and 1 are the illegal sizes of FNEG; 28..31 and
@@ -254,10 +255,10 @@ enum class SingleOperands : u8 {
     X(Return, "RETURN", 596, Return, 4, "restore registers, drop the frame, return (note 6)")      \
     X(PushLongExt, "PUSH.L", 628, Long32, 8, "push a LONG")                                        \
     X(PushLong, "PUSH.L", 756, Short22, 4, "push a LONG")                                          \
-    X(Modal, "MODAL", 788, None, 4, "save the context and end the message")                        \
+    X(Modal, "MODAL", 788, None, 4, "save the context and end the message (note 8)")               \
     X(Callr, "CALLR", 852, CallRegister, 4, "CALL through a register")                             \
     X(PushQuadExt, "PUSH.Q", 884, Quad64, 12, "push a QUAD")                                       \
-    X(Emod, "EMOD", 916, None, 4, "resume after the latest MODAL")                                 \
+    X(Emod, "EMOD", 916, None, 4, "resume after the latest MODAL (note 8)")                        \
     X(PushQuad, "PUSH.Q", 1012, Short22, 4, "push a QUAD")
 
 // ---------------------------------------------------------------------------------------------
@@ -292,6 +293,18 @@ inline constexpr const char* kInstructionNotes[] = {
     "`DNEG` stores back only the low 32 bits of the negated value, which are the old ones.",
     "Out of range and not-a-number give 0x8000000000000000, and `DTOL` its low half.",
     "`RETURN` to address 0 ends the run.",
+    "`PUSHBLOCK` keeps 100 bytes above the stack limit (the LONG at 152) free, and `PEEKBLOCK` "
+    "reads "
+    "nothing at or above the stack top (the LONG at 144). Otherwise the message \"Stack overflow "
+    "at "
+    "0x%8.8X. Terminating. So sorry.\" ends the program, with MSG_END. They are the only "
+    "instructions "
+    "that look at the stack's bounds.",
+    "Without a context `EMOD` shows \"Illegal EMOD at 0x%8.8X\" and ends the message; its frame "
+    "stays "
+    "on the stack, and the program goes on with the next message. Neither `MODAL` nor `EMOD` saves "
+    "or "
+    "restores the flags.",
 };
 
 // ---------------------------------------------------------------------------------------------

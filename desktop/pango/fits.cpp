@@ -47,26 +47,22 @@ bool IsShort(const TextFont& font, std::string_view text, double width) {
 }  // namespace
 
 TextFit FitText(TextFont& font, std::string_view text, double width) {
-    const SimpleScript script = ScriptOfText(font, text);
-    const bool simple = script != SimpleScript::None;
     if (IsShort(font, text, width)) {
-        const TextSize size = FindLabel(font, text, false).size;
-        if (size.width <= width) return {true, 0, size.height};
+        if (FindLabel(font, text, false).width <= width) return {true, 0};
     }
     Kept& slot = SlotOf(font, text, width);
     std::size_t overflow = slot.overflow;
     if (slot.font != font.id || slot.width != width || !text.starts_with(slot.text)) {
-        overflow = simple ? FindSimpleOverflow(font, text, script, width)
-                          : FindLayoutOverflow(font, text, width);
+        const SimpleScript script = ScriptOfText(font, text);
+        overflow = script == SimpleScript::None ? FindLayoutOverflow(font, text, width)
+                                                : FindSimpleOverflow(font, text, script, width);
         if (overflow < kLongestKept) {
             slot = {font.id, width, overflow,
                     std::string(text.substr(0, CharacterEnd(text, overflow)))};
         }
     }
-    const bool whole = overflow == std::string_view::npos;
-    if (simple) return {whole, whole ? 0 : overflow, font.line.Height()};
-    if (whole) return {true, 0, MeasureLayout(font, text).height};
-    return {false, overflow, LayoutHeight(font, text, CharacterEnd(text, overflow))};
+    if (overflow == std::string_view::npos) return {true, 0};
+    return {false, overflow};
 }
 
 void ForgetFits() {

@@ -43,7 +43,8 @@ struct Entry {
 std::list<Entry> labels;
 std::unordered_map<Key, std::list<Entry>::iterator, HashKey> byKey;
 std::size_t keptBytes = 0;
-Label longLabel;
+// The last one that is too long to be kept with the others.
+Entry longLabel;
 
 void DropOldest() {
     const Entry& oldest = labels.back();
@@ -52,94 +53,26 @@ void DropOldest() {
     labels.pop_back();
 }
 
-TextSize MeasureText(TextFont& font, std::string_view text) {
+i64 MeasureText(TextFont& font, std::string_view text) {
     const SimpleScript script = ScriptOfText(font, text);
-    i32 width = 0;
-    if (script == SimpleScript::None) {
-        return MeasureRuns(font, text, width)
-                   ? TextSize{static_cast<double>(width) / PANGO_SCALE, font.line.Height()}
-                   : MeasureLayout(font, text);
-    }
-    return {static_cast<double>(Shape(font, text, script).width) / PANGO_SCALE, font.line.Height()};
+    if (script != SimpleScript::None) return SimpleWidth(font, text, script);
+    i64 width = 0;
+    return MeasureRuns(font, text, width) ? width : MeasureLayout(font, text);
 }
 
-struct PlacedGlyph {
-    u32 glyph;
-    i32 left, top;
-};
-
-// Glyphs are added a block of bytes at a time, so a picture's bytes end with room for one.
-using Block = u8 __attribute__((vector_size(kGlyphBlock)));
-
-// The sums of the bytes, at most 255 each.
-void AddBytes(u8* target, const u8* source) {
-    Block a;
-    Block b;
-    std::memcpy(&a, target, sizeof a);
-    std::memcpy(&b, source, sizeof b);
-    const Block sum = a + b;
-    const Block most = sum | reinterpret_cast<Block>(sum < a);
-    std::memcpy(target, &most, sizeof most);
+// Measures the text of a label that is new.
+void Measure(TextFont& font, std::string_view text, Label& label) {
+    label.width = static_cast<double>(MeasureText(font, text)) / PANGO_SCALE;
 }
 
-void AddGlyph(const GlyphPicture& from, const PlacedGlyph& glyph, const TextPicture& into,
-              std::vector<u8>& bytes) {
-    const i32 first = std::max(0, into.left - glyph.left);
-    const i32 end = std::min(from.width, into.left + into.width - glyph.left);
-    const bool isWhole = first == 0 && end == from.width;
-    const u8* source = from.coverage.data();
-    u8* target = bytes.data() + static_cast<std::ptrdiff_t>(glyph.top - into.top) * into.width +
-                 (glyph.left - into.left);
-    for (i32 row = 0; row < from.height; ++row, source += from.stride, target += into.width) {
-        if (isWhole) {
-            // What is beyond the glyph's width adds nothing to the bytes that follow.
-            for (std::size_t x = 0; x < from.stride; x += kGlyphBlock) {
-                AddBytes(target + x, source + x);
-            }
-            continue;
-        }
-        for (i32 x = first; x < end; ++x) {
-            target[x] = static_cast<u8>(std::min(255, target[x] + source[x]));
-        }
-    }
-}
-
-// The same picture that Cairo draws: glyphs on whole pixels, their coverage added.
 TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript script, i32 columns,
                        std::vector<u8>& bytes) {
     static std::vector<PlacedGlyph> placed;
-    const ShapedText& shaped = Shape(font, text, script);
     placed.clear();
-    i32 left = columns;
-    i32 right = 0;
-    i32 top = 0;
-    i32 bottom = 0;
-    for (const ShapedGlyph& glyph : shaped.glyphs) {
-        const GlyphPicture& picture = PictureOf(font, glyph.glyph);
-        if (picture.width == 0) continue;
-        const auto pixel = [](i32 units) {
-            return static_cast<i32>(std::floor(static_cast<double>(units) / PANGO_SCALE + 0.5));
-        };
-        const PlacedGlyph one = {glyph.glyph, pixel(glyph.x) + picture.left,
-                                 pixel(glyph.y) + picture.top};
-        if (one.left >= columns || one.left + picture.width <= 0) continue;
-        top = placed.empty() ? one.top : std::min(top, one.top);
-        bottom =
-            placed.empty() ? one.top + picture.height : std::max(bottom, one.top + picture.height);
-        left = std::min(left, one.left);
-        right = std::max(right, one.left + picture.width);
-        placed.push_back(one);
+    for (const ShapedGlyph& glyph : ShapeStart(font, text, script, columns).glyphs) {
+        placed.push_back(PlaceGlyph(font.pictures, glyph.glyph, glyph.x, glyph.y));
     }
-    if (placed.empty()) return {};
-    left = std::max(left, 0);
-    right = std::min(right, columns);
-    const TextPicture picture = {
-        nullptr, static_cast<std::size_t>(right - left), left, top, right - left, bottom - top};
-    bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kGlyphBlock, 0);
-    for (const PlacedGlyph& glyph : placed) {
-        AddGlyph(PictureOf(font, glyph.glyph), glyph, picture, bytes);
-    }
-    return picture;
+    return AddGlyphs(placed, columns, MostRows(font), bytes);
 }
 
 // Extends the picture so that it holds the underline, and draws that.
@@ -178,9 +111,14 @@ void AddUnderline(const TextFont& font, double width, i32 columns, TextPicture& 
 Label& FindLabel(TextFont& font, std::string_view text, bool underline) {
     const Key key = {font.id, underline, text};
     if (text.size() > kLongestText) {
-        longLabel = {};
-        longLabel.size = MeasureText(font, text);
-        return longLabel;
+        if (longLabel.font != font.id || longLabel.text != text) {
+            longLabel = {font.id, underline, std::string(text), {}};
+            Measure(font, text, longLabel.label);
+        }
+        // Its width is the same with an underline.
+        if (longLabel.underline != underline) longLabel.label.drawn = false;
+        longLabel.underline = underline;
+        return longLabel.label;
     }
     if (const auto found = byKey.find(key); found != byKey.end()) {
         labels.splice(labels.begin(), labels, found->second);
@@ -188,7 +126,7 @@ Label& FindLabel(TextFont& font, std::string_view text, bool underline) {
     }
     while (labels.size() >= kMostLabels || keptBytes > kMostBytes) DropOldest();
     labels.push_front({font.id, underline, std::string(text), {}});
-    labels.front().label.size = MeasureText(font, text);
+    Measure(font, text, labels.front().label);
     byKey.emplace(labels.front().GetKey(), labels.begin());
     return labels.front().label;
 }
@@ -199,14 +137,15 @@ void DrawLabel(TextFont& font, std::string_view text, bool underline, i32 column
                                                         std::min(label.columns, columns))) {
         return;
     }
-    const bool kept = &label != &longLabel;
+    const bool kept = &label != &longLabel.label;
     if (kept) keptBytes -= label.bytes.size();
     label.bytes.clear();
+    TrimGlyphPictures();
     const SimpleScript script = ScriptOfText(font, text);
     label.picture = script == SimpleScript::None
                         ? DrawLayout(font, text, columns, label.bytes)
                         : DrawSimple(font, text, script, columns, label.bytes);
-    if (underline) AddUnderline(font, label.size.width, columns, label.picture, label.bytes);
+    if (underline) AddUnderline(font, label.width, columns, label.picture, label.bytes);
     label.picture.coverage = label.bytes.empty() ? nullptr : label.bytes.data();
     label.columns = columns;
     label.drawn = label.bytes.size() <= kLargestPicture;

@@ -1,6 +1,6 @@
 #pragma once
-// The texts that were measured and drawn last, with their sizes and pictures: a game draws the same
-// labels again and again.
+// The texts that were measured and drawn last, with their widths and pictures: a game draws the
+// same labels again and again.
 
 #include <string_view>
 #include <vector>
@@ -8,7 +8,7 @@
 #include "desktop/pango/text_font.h"
 
 struct Label {
-    TextSize size;
+    double width;
     // Set when drawn: the picture for this many columns, its rows in `bytes`.
     bool drawn;
     i32 columns;

@@ -1,11 +1,10 @@
 #include "desktop/pango/layout_text.h"
 
 #include <algorithm>
-#include <cmath>
+#include <memory>
 #include <string>
 
-#include "desktop/pango/cairo_picture.h"
-#include "desktop/pango/simple_text.h"
+#include "desktop/pango/line_runs.h"
 
 namespace {
 
@@ -16,71 +15,9 @@ constexpr double kMargin = 4;
 // So many prefixes are measured one by one; the advances decide for the rest (a pile of combining
 // marks has thousands of prefixes of the same width).
 constexpr int kMeasuredPrefixes = 64;
-constexpr int kTabStop = 28 * PANGO_SCALE;
-constexpr std::string_view kNoRoom = "\xE2\x80\x8B";  // zero width space
-
-// Replaces what would break the line or show as a box: control characters but the tab, and the
-// line and paragraph separators.
-std::string OneLine(std::string_view text) {
-    std::string line;
-    line.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const u8 byte = static_cast<u8>(text[i]);
-        const u8 next = i + 1 < text.size() ? static_cast<u8>(text[i + 1]) : 0;
-        const u8 third = i + 2 < text.size() ? static_cast<u8>(text[i + 2]) : 0;
-        if ((byte < ' ' && byte != '\t') || byte == 0x7F) {
-            line += kNoRoom;
-        } else if (byte == 0xC2 && next < 0xA0) {
-            line += kNoRoom;
-            i += 1;
-        } else if (byte == 0xE2 && next == 0x80 && (third == 0xA8 || third == 0xA9)) {
-            line += kNoRoom;
-            i += 2;
-        } else {
-            line += text[i];
-        }
-    }
-    return line;
-}
-
-PangoLayout* NewLayout(const TextFont& font) {
-    PangoLayout* const layout = pango_layout_new(TextContext());
-    pango_layout_set_font_description(layout, font.description);
-    pango_layout_set_single_paragraph_mode(layout, TRUE);
-    PangoTabArray* const tabs = pango_tab_array_new(2, FALSE);
-    pango_tab_array_set_tab(tabs, 0, PANGO_TAB_LEFT, kTabStop);
-    pango_tab_array_set_tab(tabs, 1, PANGO_TAB_LEFT, 2 * kTabStop);
-    pango_layout_set_tabs(layout, tabs);
-    pango_tab_array_free(tabs);
-    return layout;
-}
-
-PangoLayoutLine* SetText(TextFont& font, std::string_view text) {
-    if (font.layout == nullptr) font.layout = NewLayout(font);
-    const std::string line = OneLine(text);
-    pango_layout_set_text(font.layout, line.data(), static_cast<int>(line.size()));
-    return pango_layout_get_line_readonly(font.layout, 0);
-}
-
-struct Measured {
-    i32 width;
-    LineHeight line;
-};
-
-Measured Measure(TextFont& font, std::string_view text) {
-    PangoRectangle logical;
-    pango_layout_line_get_extents(SetText(font, text), nullptr, &logical);
-    return {logical.width, {-logical.y, logical.height + logical.y}};
-}
-
-LineHeight Union(LineHeight a, LineHeight b) {
-    return {std::max(a.ascent, b.ascent), std::max(a.descent, b.descent)};
-}
-
-u32 Characters(std::string_view text) {
-    return static_cast<u32>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<u8>(c) & 0xC0) != 0x80; }));
-}
+// Of a longer prefix only the end is set anew, so many characters at least and at most.
+constexpr std::size_t kShortestEnd = 64;
+constexpr std::size_t kLongestEnd = 256;
 
 std::size_t CharacterEnd(std::string_view text, std::size_t index) {
     do {
@@ -96,113 +33,193 @@ std::size_t PrefixEnd(std::string_view text, std::size_t count) {
     return end;
 }
 
-// What each character of the laid out text adds to its width, in the order of the text.
-std::vector<i32> CharacterWidths(const PangoLayoutLine* line, std::string_view lineText) {
-    std::vector<i32> widths(Characters(lineText), 0);
-    std::vector<int> runWidths;
-    for (GSList* link = line->runs; link != nullptr; link = link->next) {
-        PangoGlyphItem* const run = static_cast<PangoGlyphItem*>(link->data);
-        const std::size_t first =
-            Characters(lineText.substr(0, static_cast<std::size_t>(run->item->offset)));
-        runWidths.assign(static_cast<std::size_t>(run->item->num_chars), 0);
-        pango_glyph_item_get_logical_widths(run, lineText.data(), runWidths.data());
-        for (std::size_t i = 0; i < runWidths.size() && first + i < widths.size(); ++i) {
-            widths[first + i] = runWidths[i];
-        }
+// Calls `take` with each part of a text, set, and where it starts.
+template <class Take>
+void ForEachPart(const TextFont& font, std::string_view text, PangoDirection direction, i64 start,
+                 const Take& take) {
+    while (!text.empty()) {
+        const std::string_view part = FirstPart(text);
+        LineOfRuns line;
+        SetRuns(font, part, direction, start, line);
+        if (!take(line, start)) return;
+        start += line.width;
+        text.remove_prefix(part.size());
     }
-    return widths;
 }
 
-// The fonts of the rest of a long text, found character by character without laying it out.
-LineHeight HeightOfRest(TextFont& font, std::string_view rest) {
-    LineHeight line = font.line;
-    while (!rest.empty()) {
-        const std::size_t end = CharacterEnd(rest, 0);
-        const std::string_view character = rest.substr(0, end);
-        rest.remove_prefix(end);
-        u32 key = 0;
-        for (const char c : character) key = key << 8 | static_cast<u8>(c);
-        const auto [place, isNew] = font.lineHeights.try_emplace(key, font.line);
-        if (isNew && ScriptOfText(font, character) == SimpleScript::None) {
-            place->second = Measure(font, character).line;
-        }
-        line = Union(line, place->second);
-    }
-    return line;
+// The width of a text that starts `start` into its line.
+i64 Measure(const TextFont& font, std::string_view text, PangoDirection direction, i64 start) {
+    i64 width = 0;
+    ForEachPart(font, text, direction, start, [&](const LineOfRuns& line, i64) {
+        width += line.width;
+        return true;
+    });
+    return width;
 }
 
-// The first character of `piece` with which it measures more than `limit`; npos when all of it
+// The text that was set last as one part: it is measured first and drawn next.
+struct LastLine {
+    u64 font = 0;
+    std::string text;
+    std::unique_ptr<LineOfRuns> line;
+};
+LastLine last;
+
+const LineOfRuns& SetAsOnePart(const TextFont& font, std::string_view text,
+                               PangoDirection direction) {
+    if (last.line == nullptr || last.font != font.id || last.text != text) {
+        last = {font.id, std::string(text), std::make_unique<LineOfRuns>()};
+        SetRuns(font, text, direction, 0, *last.line);
+    }
+    return *last.line;
+}
+
+bool IsOnePart(std::string_view text) {
+    return FirstPart(text).size() == text.size();
+}
+
+// A piece of a text, of which each character has its place: `bytes[i]` is where the i-th starts,
+// `before[i]` how wide the piece is up to it. Both have one more for the end.
+struct Piece {
+    std::string_view text;
+    PangoDirection direction;
+    std::vector<std::size_t> bytes;
+    std::vector<i64> before;
+
+    std::size_t Characters() const { return bytes.size() - 1; }
+    i64 Width() const { return before.back(); }
+};
+
+void AddWidths(const LineRun& run, const std::string& text, std::vector<int>& widths,
+               std::vector<i64>& before) {
+    widths.assign(static_cast<std::size_t>(run.item.num_chars), 0);
+    if (run.glyphs == nullptr) {
+        before.push_back(before.back() + run.width);
+        return;
+    }
+    PangoItem item = run.item;
+    PangoGlyphItem glyphs = {};
+    glyphs.item = &item;
+    glyphs.glyphs = run.glyphs;
+    pango_glyph_item_get_logical_widths(&glyphs, text.data(), widths.data());
+    for (const int width : widths) before.push_back(before.back() + width);
+}
+
+Piece SetPiece(const TextFont& font, std::string_view text, PangoDirection direction) {
+    Piece piece = {text, direction, {}, {0}};
+    for (std::size_t at = 0; at < text.size(); at = CharacterEnd(text, at)) {
+        piece.bytes.push_back(at);
+    }
+    piece.bytes.push_back(text.size());
+    std::vector<int> widths;
+    ForEachPart(font, text, direction, 0, [&](const LineOfRuns& line, i64) {
+        for (const LineRun& run : line.runs) AddWidths(run, line.text, widths, piece.before);
+        return true;
+    });
+    piece.before.resize(piece.bytes.size(), piece.before.back());
+    return piece;
+}
+
+// Where the end of a prefix can be set anew without what stands before it: behind a space, else
+// before any character.
+std::size_t StartOfEnd(const Piece& piece, std::size_t count) {
+    if (count <= kLongestEnd) return 0;
+    for (std::size_t i = count - kShortestEnd; i > count - kLongestEnd; --i) {
+        if (piece.text[piece.bytes[i] - 1] == ' ') return i;
+    }
+    return count - kLongestEnd;
+}
+
+// What the first `count` characters measure by themselves.
+i64 PrefixWidth(const TextFont& font, const Piece& piece, std::size_t count) {
+    const std::size_t from = StartOfEnd(piece, count);
+    const std::string_view end =
+        piece.text.substr(piece.bytes[from], piece.bytes[count] - piece.bytes[from]);
+    return piece.before[from] + Measure(font, end, piece.direction, piece.before[from]);
+}
+
+// The first character of the piece with which it measures more than `limit`; npos when all of it
 // fits.
-std::size_t FindOverflow(TextFont& font, std::string_view piece, const std::vector<i32>& widths,
-                         double limit) {
+std::size_t FindOverflow(const TextFont& font, const Piece& piece, double limit) {
     const double margin = kMargin * font.size * PANGO_SCALE;
-    double rough = 0;
     int measured = 0;
-    std::size_t start = 0;
-    for (const i32 width : widths) {
-        const std::size_t end = CharacterEnd(piece, start);
-        rough += width;
-        if (rough > limit - margin) {
-            const bool over = measured++ < kMeasuredPrefixes
-                                  ? Measure(font, piece.substr(0, end)).width > limit
-                                  : rough > limit;
-            if (over) return start;
-        }
-        start = end;
+    for (std::size_t i = 0; i < piece.Characters(); ++i) {
+        const double rough = static_cast<double>(piece.before[i + 1]);
+        if (rough <= limit - margin) continue;
+        const bool over = measured++ < kMeasuredPrefixes
+                              ? static_cast<double>(PrefixWidth(font, piece, i + 1)) > limit
+                              : rough > limit;
+        if (over) return piece.bytes[i];
     }
     return std::string_view::npos;
 }
 
-}  // namespace
-
-TextSize MeasureLayout(TextFont& font, std::string_view text) {
-    const Measured measured = Measure(font, text);
-    return {static_cast<double>(measured.width) / PANGO_SCALE, measured.line.Height()};
-}
-
-std::size_t FindLayoutOverflow(TextFont& font, std::string_view text, double width) {
-    const double limit = width * PANGO_SCALE;
-    std::size_t count = kFirstPiece;
-    while (true) {
-        const std::string_view piece = text.substr(0, PrefixEnd(text, count));
-        const bool all = piece.size() == text.size();
-        const i32 pieceWidth = Measure(font, piece).width;
-        if (all && pieceWidth <= limit) return std::string_view::npos;
-        if (all || pieceWidth > limit + kMargin * font.size * PANGO_SCALE) {
-            const std::vector<i32> widths = CharacterWidths(
-                pango_layout_get_line_readonly(font.layout, 0), pango_layout_get_text(font.layout));
-            const std::size_t overflow = FindOverflow(font, piece, widths, limit);
-            if (all || overflow != std::string_view::npos) return overflow;
+// Places the glyphs of a set text whose left end is at `x`.
+void PlaceRuns(TextFont& font, const LineOfRuns& line, i64 x, i32 columns,
+               std::vector<PlacedGlyph>& placed) {
+    // What is so far outside has no ink inside: glyphs reach not that far beyond their advance.
+    const i64 reach = static_cast<i64>(font.size * 32) * PANGO_SCALE;
+    const i64 right = i64{columns} * PANGO_SCALE + reach;
+    for (const LineRun* const run : VisualOrder(line)) {
+        const i64 end = x + run->width;
+        if (run->glyphs != nullptr && end >= -reach && x <= right) {
+            const auto [place, isNew] = font.others.try_emplace(run->item.analysis.font);
+            if (isNew) StartGlyphPictures(place->second, run->item.analysis.font);
+            for (int i = 0; i < run->glyphs->num_glyphs; ++i) {
+                const PangoGlyphInfo& glyph = run->glyphs->glyphs[i];
+                if (glyph.glyph != PANGO_GLYPH_EMPTY && x >= -reach && x <= right) {
+                    placed.push_back(PlaceGlyph(place->second, glyph.glyph,
+                                                x + glyph.geometry.x_offset,
+                                                glyph.geometry.y_offset));
+                }
+                x += glyph.geometry.width;
+            }
         }
-        count *= 2;
+        x = end;
     }
 }
 
-double LayoutHeight(TextFont& font, std::string_view text, std::size_t laidOut) {
-    return Union(Measure(font, text.substr(0, laidOut)).line,
-                 HeightOfRest(font, text.substr(laidOut)))
-        .Height();
+}  // namespace
+
+i64 MeasureLayout(const TextFont& font, std::string_view text) {
+    const PangoDirection direction = LineDirection(text);
+    return IsOnePart(text) ? SetAsOnePart(font, text, direction).width
+                           : Measure(font, text, direction, 0);
+}
+
+std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, double width) {
+    const double limit = width * PANGO_SCALE;
+    for (std::size_t count = kFirstPiece;; count *= 2) {
+        const std::string_view start = text.substr(0, PrefixEnd(text, count));
+        const bool all = start.size() == text.size();
+        const Piece piece = SetPiece(font, start, LineDirection(start));
+        const double pieceWidth = static_cast<double>(piece.Width());
+        if (all && pieceWidth <= limit) return std::string_view::npos;
+        if (all || pieceWidth > limit + kMargin * font.size * PANGO_SCALE) {
+            const std::size_t overflow = FindOverflow(font, piece, limit);
+            if (all || overflow != std::string_view::npos) return overflow;
+        }
+    }
 }
 
 TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::vector<u8>& bytes) {
-    PangoLayoutLine* const line = SetText(font, text);
-    PangoRectangle ink;
-    pango_layout_line_get_extents(line, &ink, nullptr);
-    const auto floorPixel = [](int units) {
-        return static_cast<i32>(std::floor(static_cast<double>(units) / PANGO_SCALE));
-    };
-    // Glyphs are put on whole pixels, which may move them by half of one.
-    const i32 left = std::max(0, floorPixel(ink.x) - 1);
-    const i32 top = floorPixel(ink.y) - 1;
-    const i32 right = std::min(columns, floorPixel(ink.x + ink.width) + 2);
-    const i32 bottom = floorPixel(ink.y + ink.height) + 2;
-    if (ink.width <= 0 || ink.height <= 0 || left >= right) return {};
-    const i32 width = right - left;
-    const i32 height = bottom - top;
-    bytes.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
-    DrawCoverage(bytes, static_cast<std::size_t>(width), width, height, [&](cairo_t* cairo) {
-        cairo_move_to(cairo, -left, -top);
-        pango_cairo_show_layout_line(cairo, line);
+    std::vector<PlacedGlyph> placed;
+    const PangoDirection direction = LineDirection(text);
+    if (IsOnePart(text)) {
+        PlaceRuns(font, SetAsOnePart(font, text, direction), 0, columns, placed);
+        return AddGlyphs(placed, columns, MostRows(font), bytes);
+    }
+    // A line from right to left begins at its right end.
+    const bool fromRight =
+        direction == PANGO_DIRECTION_RTL || direction == PANGO_DIRECTION_WEAK_RTL;
+    const i64 width = fromRight ? Measure(font, text, direction, 0) : 0;
+    ForEachPart(font, text, direction, 0, [&](const LineOfRuns& line, i64 start) {
+        PlaceRuns(font, line, fromRight ? width - start - line.width : start, columns, placed);
+        return fromRight || start + line.width <= i64{columns} * PANGO_SCALE * 2;
     });
-    return {bytes.data(), static_cast<std::size_t>(width), left, top, width, height};
+    return AddGlyphs(placed, columns, MostRows(font), bytes);
+}
+
+void ResetLayoutText() {
+    last = {};
 }

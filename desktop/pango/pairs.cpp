@@ -42,9 +42,9 @@ struct Setting {
     std::string_view text;
     SimpleScript script;
     ShapedText& shaped;
-    i32 x = 0;
+    i64 x = 0;
     std::size_t partStart = 0, partGlyphs = 0;
-    i32 partX = 0;
+    i64 partX = 0;
     bool unsafe = false;  // of the glyph that comes next
 
     // The kerning behind the character at `index`, 0 at the end of the text.
@@ -70,7 +70,7 @@ struct Setting {
         partGlyphs = shaped.glyphs.size();
         partX = x;
         shaped.glyphs.push_back(
-            {table.rules->glyphs[character], static_cast<u32>(index), x, 0, x, unsafe});
+            {table.rules->glyphs[character], static_cast<u32>(index), x, x, 0, unsafe});
         x += table.advances[character] + kerning;
         unsafe = kerning != 0;
         return true;
@@ -89,7 +89,7 @@ struct Setting {
         static ShapedText joined;
         ShapePart(font, text, partStart, withNext, script, joined);
         shaped.glyphs.resize(partGlyphs);
-        i32 width = joined.width;
+        i64 width = joined.width;
         bool nextUnsafe = false;
         for (const ShapedGlyph& glyph : joined.glyphs) {
             if (glyph.cluster >= end) {
@@ -98,7 +98,7 @@ struct Setting {
                 break;
             }
             shaped.glyphs.push_back(
-                {glyph.glyph, glyph.cluster, partX + glyph.x, glyph.y, partX + glyph.before,
+                {glyph.glyph, glyph.cluster, partX + glyph.x, partX + glyph.before, glyph.y,
                  shaped.glyphs.size() == partGlyphs ? firstUnsafe : glyph.unsafe});
         }
         x = partX + width;
@@ -127,7 +127,7 @@ bool SetByPairs(const TextFont& font, std::string_view text, SimpleScript script
     return true;
 }
 
-bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript script, i32& width) {
+bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript script, i64& width) {
     const PairTable* const table = TableOf(font, script);
     if (table == nullptr || !std::all_of(text.begin(), text.end(), IsPlain)) return false;
     width = 0;
@@ -158,6 +158,6 @@ void LearnPairs(const TextFont& font, std::string_view text, SimpleScript script
             next.glyph != table->rules->glyphs[b]) {
             continue;
         }
-        table->kerning[a][b] = next.before - glyph.before - table->advances[a];
+        table->kerning[a][b] = static_cast<i32>(next.before - glyph.before) - table->advances[a];
     }
 }

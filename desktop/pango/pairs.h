@@ -19,7 +19,7 @@ bool SetByPairs(const TextFont& font, std::string_view text, SimpleScript script
                 ShapedText& shaped);
 
 // The width of a text without joined pairs. False as above.
-bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript script, i32& width);
+bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript script, i64& width);
 
 // Takes the pairs of a text from what HarfBuzz made of it.
 void LearnPairs(const TextFont& font, std::string_view text, SimpleScript script,

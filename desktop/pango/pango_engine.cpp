@@ -2,6 +2,7 @@
 
 #include "desktop/pango/fits.h"
 #include "desktop/pango/labels.h"
+#include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 #include "desktop/pango/text_font.h"
 #include "desktop/pango/typeface.h"
@@ -9,12 +10,8 @@
 
 namespace {
 
-double Descender(const TextFont* font) {
-    return -static_cast<double>(font->line.descent) / PANGO_SCALE;
-}
-
-TextSize Measure(TextFont* font, std::string_view text) {
-    return FindLabel(*font, text, false).size;
+double Measure(TextFont* font, std::string_view text) {
+    return FindLabel(*font, text, false).width;
 }
 
 TextFit Fit(TextFont* font, std::string_view text, double width) {
@@ -33,7 +30,7 @@ void StartPangoText() {
     textEngine = {
         .makeFont = NewTextFont,
         .releaseFont = DeleteTextFont,
-        .descender = Descender,
+        .line = [](const TextFont* font) { return font->line; },
         .measure = Measure,
         .fit = Fit,
         .draw = Draw,
@@ -44,5 +41,6 @@ void ResetPangoText() {
     ForgetLabels();
     ForgetFits();
     ResetSimpleText();
+    ResetLayoutText();
     ResetTypefaces();
 }

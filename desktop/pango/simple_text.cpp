@@ -25,6 +25,9 @@ ShapedPiece piece;
 ShapedPiece whole;  // the text that was asked for as a whole last
 
 constexpr std::size_t kShortestPiece = 32;
+// Longer texts are measured in pieces of this size.
+constexpr std::size_t kPiece = 4096;
+constexpr std::size_t kPieceMargin = 64;
 constexpr double kLinesAhead = 4;
 constexpr double kUsualWidth = 0.5;  // of a character, in font sizes
 
@@ -64,14 +67,14 @@ void TakeGlyphs(ShapedText& shaped) {
     const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
     const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
     shaped.glyphs.resize(count);
-    i32 x = 0;
+    i64 x = 0;
     for (unsigned i = 0; i < count; ++i) {
         shaped.glyphs[i] = {
             infos[i].codepoint,
             infos[i].cluster,
             x + positions[i].x_offset,
-            -positions[i].y_offset,
             x,
+            -positions[i].y_offset,
             (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
         x += positions[i].x_advance;
     }
@@ -92,14 +95,14 @@ void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, s
     hb_shape(font.shaper, buffer, nullptr, 0);
 }
 
-i32 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
+i64 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
-    i32 known = 0;
+    i64 known = 0;
     if (MeasureByPairs(font, text.substr(from, to - from), script, known)) return known;
     FillBuffer(font, text, from, to, script);
     unsigned count = 0;
     const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    i32 width = 0;
+    i64 width = 0;
     for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
     return width;
 }
@@ -119,7 +122,7 @@ std::vector<ShapedGlyph>::const_iterator FirstGlyphOf(const ShapedText& shaped, 
 
 // What text.substr(0, end) measures, where `text` is shaped from its start to somewhere at or
 // after `end`: all but the glyphs that cutting there changes is taken as it is.
-i32 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, SimpleScript script,
+i64 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, SimpleScript script,
                 const ShapedText& shaped) {
     const SimpleScript cutScript = ScriptOfSimple(*font.face, text.substr(0, end));
     if (cutScript != script) return ShapedWidth(font, text, 0, end, cutScript);
@@ -142,7 +145,7 @@ bool CutPiece(std::size_t start) {
     std::vector<ShapedGlyph>& glyphs = piece.shaped.glyphs;
     const auto first = FirstGlyphOf(piece.shaped, start);
     if (first == glyphs.end() || first->cluster != start || first->unsafe) return false;
-    const i32 before = first->before;
+    const i64 before = first->before;
     glyphs.erase(glyphs.begin(), first);
     for (ShapedGlyph& glyph : glyphs) {
         glyph.cluster -= static_cast<u32>(start);
@@ -200,16 +203,52 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
     // Cutting changes the last few glyphs at most: up to a font size before the limit nothing can
     // be too wide.
     const double margin = font.size * PANGO_SCALE;
-    const auto near =
-        std::partition_point(shaped.glyphs.begin(), shaped.glyphs.end(),
-                             [&](const ShapedGlyph& g) { return g.before <= limit - margin; });
+    const auto near = std::partition_point(
+        shaped.glyphs.begin(), shaped.glyphs.end(),
+        [&](const ShapedGlyph& g) { return static_cast<double>(g.before) <= limit - margin; });
     std::size_t start = near == shaped.glyphs.begin() ? 0 : std::prev(near)->cluster;
     while (start < text.size()) {
         const std::size_t next = NextCharacter(text, start);
-        if (WidthBefore(font, text, next, piece.script, shaped) > limit) return start;
+        const i64 width = WidthBefore(font, text, next, piece.script, shaped);
+        if (static_cast<double>(width) > limit) return start;
         start = next;
     }
     return std::string_view::npos;
+}
+
+// The shaped text, as a whole.
+const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
+    if (!TakeFromPiece(font, text, script)) {
+        SetText(font, text, script, whole.shaped);
+    }
+    whole.font = font.id;
+    whole.text = text;
+    whole.script = script;
+    return whole.shaped;
+}
+
+// The end of the first `length` bytes of the text from `from` on, or of a character's bytes more.
+std::size_t PieceEnd(std::string_view text, std::size_t from, std::size_t length) {
+    if (length >= text.size() - from) return text.size();
+    return NextCharacter(text, from + length - 1);
+}
+
+// Of a piece that text follows: the glyph at which it is best cut off. What stands before and
+// behind it is then the same as uncut, but for glyphs that reach over the cut where it can be
+// nowhere else.
+const ShapedGlyph& CuttingGlyph(const ShapedText& shaped, std::size_t length) {
+    const ShapedGlyph* any = &shaped.glyphs.back();
+    for (std::size_t i = shaped.glyphs.size(); i-- > 1;) {
+        const ShapedGlyph& glyph = shaped.glyphs[i];
+        // Near the end the characters that follow count.
+        if (glyph.cluster + kPieceMargin > length) continue;
+        if (glyph.cluster < length / 2) break;
+        if (shaped.glyphs[i - 1].cluster == glyph.cluster) continue;
+        if (!glyph.unsafe) return glyph;
+        if (any == &shaped.glyphs.back()) any = &glyph;
+    }
+    return *any;
 }
 
 bool IsPlainAscii(std::string_view text) {
@@ -252,15 +291,32 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
     return script;
 }
 
-const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
-    if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
-    if (!TakeFromPiece(font, text, script)) {
-        SetText(font, text, script, whole.shaped);
+i64 SimpleWidth(const TextFont& font, std::string_view text, SimpleScript script) {
+    if (text.size() <= kPiece) return Shape(font, text, script).width;
+    static ShapedText part;
+    i64 width = 0;
+    std::size_t from = 0;
+    while (true) {
+        const std::size_t end = PieceEnd(text, from, kPiece);
+        SetText(font, text.substr(from, end - from), script, part);
+        if (end == text.size()) return width + part.width;
+        const ShapedGlyph& cut = CuttingGlyph(part, end - from);
+        if (cut.cluster == 0) return width + part.width;  // all of it is one glyph
+        width += cut.before;
+        from += cut.cluster;
     }
-    whole.font = font.id;
-    whole.text = text;
-    whole.script = script;
-    return whole.shaped;
+}
+
+const ShapedText& ShapeStart(const TextFont& font, std::string_view text, SimpleScript script,
+                             i32 columns) {
+    if (text.size() <= kPiece) return Shape(font, text, script);
+    // A font size further the end of the piece no longer counts.
+    const double needed = (columns + font.size) * PANGO_SCALE;
+    for (std::size_t length = kPiece;; length *= 2) {
+        const std::size_t end = PieceEnd(text, 0, length);
+        const ShapedText& shaped = Shape(font, text.substr(0, end), script);
+        if (end == text.size() || static_cast<double>(shaped.width) > needed) return shaped;
+    }
 }
 
 void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
@@ -269,7 +325,7 @@ void ShapePart(const TextFont& font, std::string_view text, std::size_t from, st
     TakeGlyphs(shaped);
 }
 
-bool MeasureRuns(const TextFont& font, std::string_view text, i32& width) {
+bool MeasureRuns(const TextFont& font, std::string_view text, i64& width) {
     width = 0;
     std::size_t start = 0;
     SimpleScript script = SimpleScript::None;
@@ -297,9 +353,10 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
     while (true) {
         if (!shaped) ShapePiece(font, text, script, length);
         const bool all = piece.text.size() == text.size();
-        if (all && piece.shaped.width <= limit) return std::string_view::npos;
+        const double pieceWidth = static_cast<double>(piece.shaped.width);
+        if (all && pieceWidth <= limit) return std::string_view::npos;
         // Near its end a piece is not shaped as the whole text is.
-        if (all || piece.shaped.width > limit + font.size * PANGO_SCALE) {
+        if (all || pieceWidth > limit + font.size * PANGO_SCALE) {
             const std::size_t overflow = FindOverflow(font, limit);
             if (all || overflow != std::string_view::npos) return overflow;
         }

@@ -11,22 +11,27 @@
 struct ShapedGlyph {
     u32 glyph;
     u32 cluster;  // byte at which its characters start; never decreasing
-    i32 x, y;     // where it is drawn, y downward
-    i32 before;   // advances of all glyphs before it
+    i64 x;        // where it is drawn
+    i64 before;   // advances of all glyphs before it
+    i32 y;        // downward
     bool unsafe;  // text cut before it would be shaped otherwise
 };
 
 struct ShapedText {
     std::vector<ShapedGlyph> glyphs;
-    i32 width = 0;
+    i64 width = 0;
 };
 
 // The script that the whole text has, Common when no character has one of its own, None when the
 // text is not simple in this font.
 SimpleScript ScriptOfText(const TextFont& font, std::string_view text);
 
-// The shaped text, valid until the next call of a function of this file.
-const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script);
+i64 SimpleWidth(const TextFont& font, std::string_view text, SimpleScript script);
+
+// The text shaped as far as it is needed to fill `columns` pixels, or all of it. Valid until the
+// next call of a function of this file.
+const ShapedText& ShapeStart(const TextFont& font, std::string_view text, SimpleScript script,
+                             i32 columns);
 
 // Shapes text[from, to), seen as the end of a text; clusters count from the text's start.
 void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
@@ -34,7 +39,7 @@ void ShapePart(const TextFont& font, std::string_view text, std::size_t from, st
 
 // The width of a text whose characters all have a script of their own, though not all the same:
 // a run for each. False when the text is another.
-bool MeasureRuns(const TextFont& font, std::string_view text, i32& width);
+bool MeasureRuns(const TextFont& font, std::string_view text, i64& width);
 
 // The byte at which the first character starts with which the text is wider than `width`; npos when
 // there is none.

@@ -2,6 +2,7 @@
 
 #include <fontconfig/fontconfig.h>
 #include <pango/pangofc-font.h>
+#include <pango/pangofc-fontmap.h>
 
 #include <algorithm>
 #include <array>
@@ -60,10 +61,32 @@ void RequireMemory() {
     ::operator delete(block);
 }
 
+// A text has one colour, so a font without colours goes before one with them wherever a character
+// is to be had from both.
+constexpr const char* kPlainFontsFirst =
+    "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"urn:fontconfig:fonts.dtd\"><fontconfig>"
+    "<match target=\"pattern\"><edit name=\"color\" mode=\"assign\" binding=\"strong\">"
+    "<bool>false</bool></edit></match></fontconfig>";
+
+// The current configuration with that rule, which it gets once.
+FcConfig* TextConfiguration() {
+    static FcConfig* known = nullptr;  // referenced, so that its address is no other one's
+    FcInit();                          // before Pango's own threads ask fontconfig for anything
+    FcConfig* const current = FcConfigGetCurrent();
+    if (current != known) {
+        FcConfigParseAndLoadFromMemory(current, reinterpret_cast<const FcChar8*>(kPlainFontsFirst),
+                                       FcFalse);
+        if (known != nullptr) FcConfigDestroy(known);
+        known = FcConfigReference(current);
+    }
+    return current;
+}
+
 void Start() {
     RequireMemory();
-    FcInit();  // before Pango's own threads ask fontconfig for anything
+    FcConfig* const configuration = TextConfiguration();
     fontMap = pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT);
+    pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(fontMap), configuration);
     pango_cairo_font_map_set_resolution(PANGO_CAIRO_FONT_MAP(fontMap), kResolution);
     context = pango_font_map_create_context(fontMap);
     pango_context_set_round_glyph_positions(context, FALSE);

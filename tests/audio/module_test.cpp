@@ -132,7 +132,9 @@ TEST(SoundModules, NamesThatDoNotBeginWithTheMusicFolderAreLookedUpAsGiven) {
     std::vector<u32> found;
     for (const u32 flag : flags) found.push_back(module.Of(flag));
     EXPECT_EQ(found, (std::vector<u32>{1, 1, 0, 0, 0}));
-    EXPECT_EQ(module.result.lines, Strings{});
+    EXPECT_EQ(module.result.lines, (Strings{"log: music A.MID: cannot be read",
+                                            "log: music ../SONGS/A.MID: cannot be read",
+                                            "log: music DATA.MID: cannot be read"}));
 }
 
 TEST(SoundModules, DamagedMusicGivesALineEach) {

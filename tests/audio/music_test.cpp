@@ -106,7 +106,7 @@ TEST_F(MusicRules, OtherNamesAreLookedUpAsGiven) {
     EXPECT_TRUE(musicPlaying);
     PlayNamedMusic("A.MID");
     EXPECT_FALSE(musicPlaying);
-    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(Log(), "log: music A.MID: cannot be read\n");
 }
 
 TEST_F(MusicRules, TheDataFolderHoldsNoMusic) {
@@ -149,7 +149,7 @@ TEST_F(MusicRules, AMissingPieceStopsTheOneThatPlays) {
     EXPECT_EQ(calls, (Calls{"start 1", "stop"}));
     position = UINT64_MAX;
     EXPECT_FALSE(PollMusic());
-    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(Log(), "log: music NONE.MID: cannot be read\n");
 }
 
 TEST_F(MusicRules, ADamagedPieceGivesALineAndDoesNotStart) {
@@ -186,7 +186,7 @@ TEST_F(MusicRules, FoldersAndPipesAreNoFiles) {
     EXPECT_EQ(SoundLength("MUSIC"), 0u);
     EXPECT_EQ(SoundLength("PIPE"), 0u);
     EXPECT_EQ(calls, Calls{});
-    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(Log(), "log: music MUSIC: cannot be read\nlog: music PIPE: cannot be read\n");
 }
 
 TEST_F(MusicRules, SoundsComeFromTheResourcesFolderAlone) {

@@ -382,13 +382,16 @@ TEST(SoundFonts, TheOptionStandsAlone) {
 }
 
 TEST(SoundFonts, TheListComesBeforeTheFolders) {
+    const std::string before = std::getenv("SDL_SOUNDFONTS");
+    unsetenv("SDL_SOUNDFONTS");
+    const std::vector<std::string> inFolders = SoundFontCandidates("");
     setenv("SDL_SOUNDFONTS", "/one/a.sf2:/two/b.sf3;;/three/c.sf2", 1);
     const std::vector<std::string> found = SoundFontCandidates("");
-    unsetenv("SDL_SOUNDFONTS");
+    setenv("SDL_SOUNDFONTS", before.c_str(), 1);
     ASSERT_GE(found.size(), 3u);
     EXPECT_EQ((std::vector<std::string>(found.begin(), found.begin() + 3)),
               (std::vector<std::string>{"/one/a.sf2", "/two/b.sf3", "/three/c.sf2"}));
-    EXPECT_EQ(std::vector<std::string>(found.begin() + 3, found.end()), SoundFontCandidates(""));
+    EXPECT_EQ(std::vector<std::string>(found.begin() + 3, found.end()), inFolders);
 }
 
 TEST(SoundFonts, OneThatIsNoneGivesALineAndNoSynthesiser) {

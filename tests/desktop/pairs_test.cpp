@@ -71,7 +71,7 @@ TEST_F(Pairs, GiveTheGlyphsAndPlacesThatTheWholeTextGives) {
             if (SetByPairs(*font, text, script, shaped)) {
                 ++set;
                 ExpectSame(*font, text, script, shaped);
-                i32 width = 0;
+                i64 width = 0;
                 if (MeasureByPairs(*font, text, script, width)) {
                     ShapedText whole;
                     ShapePart(*font, text, 0, text.size(), script, whole);

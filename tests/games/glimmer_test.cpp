@@ -609,7 +609,9 @@ TEST(Glimmer, AMissingPictureIsNamed) {
     GameRun run = RunOf(Events().Wait(50));
     run.replaced = {{"PICTURES/OWL.PNG", ""}};
     const GameResult result =
-        PlayGame(run, "fatal: Glimmer Hollow cannot read its picture PICTURES/OWL.PNG\n");
+        PlayGame(run,
+                 "log: picture PICTURES/OWL.PNG: cannot be read\n"
+                 "fatal: Glimmer Hollow cannot read its picture PICTURES/OWL.PNG\n");
     EXPECT_EQ(result.LongAt("steps"), 0u);
 }
 
@@ -630,7 +632,11 @@ TEST(Glimmer, MissingSoundsAndMusicHoldNothingUp) {
         .Return()
         .Note();
     run.events.Escape().Down(4).Return().Wait(200).Note();
-    EXPECT_EQ(PlayGame(run).Notes(), (std::vector<u32>{Play, Name}));
+    std::string missing;
+    for (const char* piece : {"TITLE", "NIGHT1", "DAWN", "NIGHT2", "FADE", "SCORES"}) {
+        missing += std::string("log: music ../MUSIC/") + piece + ".MID: cannot be read\n";
+    }
+    EXPECT_EQ(PlayGame(run, missing).Notes(), (std::vector<u32>{Play, Name}));
 }
 
 // --- For long

@@ -129,7 +129,12 @@ TEST_F(ImageFiles, AFileShorterThan20BytesOrWithNeitherSignatureLoadsAs0) {
     ExpectRefused(Load(std::string("\x89PNG\r\n\x1A\n", 8) + std::string(11, '\0')));
     ExpectRefused(Load(std::string(20, 'x')));
     ExpectRefused(Load("GIF89a" + std::string(50, '\0')));
-    ExpectRefused(LoadImage("missing"));
+}
+
+TEST_F(ImageFiles, AMissingPictureLoadsAs0AndLeavesALine) {
+    StandardError lines;
+    ExpectRefused(LoadImage("PICTURES/missing"));
+    EXPECT_EQ(lines.Text(), "log: picture PICTURES/missing: cannot be read\n");
 }
 
 TEST_F(ImageFiles, TheDataFolderGoesBeforeTheResources) {

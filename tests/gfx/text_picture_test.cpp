@@ -1,13 +1,17 @@
-// Pictures of Draw Text with the fonts of this machine, by their structure: what a new version of a
-// font package may not change.
+// Pictures of Draw Text with the usual fonts, by their structure: what a new version of a font
+// package may not change.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "desktop/pango/pango_engine.h"
 #include "gfx/draw_text.h"
+#include "gfx/fonts.h"
+#include "tests/support/font_set.h"
 #include "tests/support/gfx_fixture.h"
 
 namespace {
@@ -28,14 +32,23 @@ struct Ink {
 class TextPictures : public ::testing::Test {
   protected:
     void SetUp() override {
-        StartPangoText();
         StartGfxBench(1 << 20, 600, 300);
+        Use({kUrwFonts, kDejaVuFonts, kDevanagariFonts, kJapaneseFonts});
     }
     void TearDown() override {
         EmptyFontCache();
         EndGfxBench();
         ResetPangoText();
         textEngine = kNoEngine;
+    }
+
+    // From here on these fonts are installed and no others.
+    void Use(const std::vector<std::string>& folders) {
+        EmptyFontCache();
+        ResetPangoText();
+        installed.reset();
+        installed = std::make_unique<FontSet>(folders);
+        StartPangoText();
     }
 
     // Black on white at (100, 100), on a screen that is white everywhere.
@@ -64,7 +77,18 @@ class TextPictures : public ::testing::Test {
     }
     i32 Width() const { return static_cast<i32>(result >> 16); }
 
+    // What the box's first columns show.
+    static std::vector<u8> Columns(i32 count, i32 height) {
+        std::vector<u8> pixels;
+        for (i32 y = 100; y < 100 + height; ++y) {
+            const u8* const row = screenBitmap.pixels + (std::ptrdiff_t{y} * 600 + 100) * 4;
+            pixels.insert(pixels.end(), row, row + std::ptrdiff_t{count} * 4);
+        }
+        return pixels;
+    }
+
     u32 result = 0;
+    std::unique_ptr<FontSet> installed;
 };
 
 const u32 kStyles[] = {0, kTextTimes, kTextCourier};
@@ -87,6 +111,104 @@ TEST_F(TextPictures, LettersOfAllTwelveFontsStandOnOneBaselineInsideTheBox) {
             EXPECT_GT(capital.bottom, 100 + 30);
             EXPECT_LT(capital.bottom, 100 + 54);
             EXPECT_GE(capital.left, 99);
+        }
+    }
+}
+
+// A line is 1.2 sizes high and has to be less high than the box: 41 gives 49.2 and 42 gives 50.4;
+// 50 gives 60, which is not less than 60.
+TEST_F(TextPictures, ABoxGivesTheSameSizeInEveryStyleAndFont) {
+    const struct {
+        i32 height;
+        double size;
+    } boxes[] = {{50, 41}, {60, 49}, {61, 50}, {28, 23}, {20, 16}, {12, 9}, {256, 213}};
+    for (const bool urw : {true, false}) {
+        if (!urw) Use({kDejaVuFonts});
+        for (const u32 family : kStyles) {
+            for (const u32 weight : kWeights) {
+                for (const auto& box : boxes) {
+                    const FittedFont fitted =
+                        FitFont("\xD0\x8Dy", 2048, box.height, family | weight);
+                    EXPECT_EQ(fitted.size, box.size) << box.height;
+                    textEngine.releaseFont(fitted.font);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(TextPictures, CapitalsKeepTheirAccentsInEveryStyleAndFont) {
+    const struct {
+        const char* plain;
+        const char* accented;
+    } letters[] = {{"E", "\xC3\x89"}, {"U", "\xC3\x9C"},        {"O", "\xC3\x93"},
+                   {"Z", "\xC5\xB9"}, {"\xD0\x95", "\xD0\x81"}, {"\xD0\x98", "\xD0\x99"}};
+    for (const bool urw : {true, false}) {
+        if (!urw) Use({kDejaVuFonts});
+        for (const u32 family : kStyles) {
+            for (const u32 weight : kWeights) {
+                for (const u32 height : {60U, 24U}) {
+                    for (const auto& letter : letters) {
+                        SCOPED_TRACE(::testing::Message() << std::hex << (family | weight) << " "
+                                                          << letter.accented << std::dec << height);
+                        const Ink plain = Draw(letter.plain, family | weight, height);
+                        const Ink accented = Draw(letter.accented, family | weight, height);
+                        // An accent is at least a tenth of the size, and clear of the box's edge.
+                        EXPECT_LE(accented.top, plain.top - static_cast<i32>(height) / 15);
+                        EXPECT_GE(accented.top, 100);
+                        EXPECT_GT(accented.amount, plain.amount * 1.01);
+                        EXPECT_EQ(accented.bottom, plain.bottom);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_F(TextPictures, ALeaningWordStandsOnTheLineOfAnUprightOneAndIsAsLarge) {
+    for (const bool urw : {true, false}) {
+        if (!urw) Use({kDejaVuFonts});
+        for (const u32 family : kStyles) {
+            const Ink upright = Draw("H", family);
+            for (const u32 weight : kWeights) {
+                const Ink other = Draw("H", family | weight);
+                EXPECT_NEAR(other.top, upright.top, 1);
+                EXPECT_NEAR(other.bottom, upright.bottom, 1);
+            }
+        }
+    }
+}
+
+// The baseline of a box of 28 lies 256 - trunc(256 - 27.6 + 5.29) = 23 rows below its top.
+TEST_F(TextPictures, ASymbolFromAnotherFontMovesNothing) {
+    const Ink plain = Draw("Player gets joy", kTextUnderline, 28);
+    Draw("Player ", kTextUnderline, 28);
+    const i32 start = Width() - 1;
+    const std::vector<u8> alone = Columns(start, 28);
+    for (const char* text : {"Player \xE2\x98\x85 gets joy", "Player \xE6\x97\xA5 gets joy",
+                             "Player \xE0\xA4\xA8 gets joy", "Player \xD8\xA8 gets joy"}) {
+        const Ink mixed = Draw(text, kTextUnderline, 28);
+        EXPECT_EQ(Columns(start, 28), alone) << text;
+        EXPECT_EQ(mixed.bottom, plain.bottom) << text;
+    }
+    EXPECT_EQ(Draw("H", 0, 28).bottom, 100 + 23 - 1);
+    EXPECT_EQ(Draw("H\xE2\x98\x85", 0, 28).bottom, 100 + 23 - 1);
+}
+
+TEST_F(TextPictures, MarksBelowLettersOfOtherFontsAreDrawnInsideTheBox) {
+    const struct {
+        const char* plain;
+        const char* marked;
+    } letters[] = {{"\xE0\xA4\x95", "\xE0\xA4\x95\xE0\xA5\x83"},  // Devanagari ka, kri
+                   {"\xD8\xAF", "\xD8\xAF\xD9\x90"},              // Arabic dal, with a kasra
+                   {"\xC3\xA2", "\xE1\xBA\xAD"}};                 // a circumflex, dot below
+    for (const auto& letter : letters) {
+        for (const u32 height : {28U, 60U}) {
+            SCOPED_TRACE(letter.marked);
+            const Ink plain = Draw(letter.plain, 0, height);
+            const Ink marked = Draw(letter.marked, 0, height);
+            EXPECT_GE(marked.bottom, plain.bottom + static_cast<i32>(height) / 14);
+            EXPECT_LT(marked.bottom, 100 + static_cast<i32>(height));
         }
     }
 }

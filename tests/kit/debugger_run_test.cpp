@@ -117,6 +117,49 @@ block:  .long 0x0A00
     EXPECT_EQ(result.errors, "fatal: Unknown SYS command at 0x0000020C. Ack!\n");
 }
 
+// Four QUADs are 32 bytes, and the message's frame with the LINK has 28.
+const char* const kPopping = R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 0, 0               ; 200
+        POP.Q R1                ; 204
+        POP.Q R1                ; 208
+        POP.Q R1                ; 20C
+        POP.Q R1                ; 210
+        NOP                     ; 214
+        STOP                    ; 218
+)";
+
+TEST(Debugger, StopsWhereTheStackPointerLeavesTheStackAtItsTop) {
+    const Debugged game(kPopping);
+    EXPECT_EQ(game.Talk("c\ns\nq\n"),
+              "(moxi) c\n"
+              "SP has left the stack: 0x00001220 is not in 0x0000021C..0x0000121C, after 00000210 "
+              "<start+16>\n"
+              "=> 00000214 <start+20>  NOP\n"
+              "(moxi) s\n=> 00000218 <start+24>  STOP\n"
+              "(moxi) q\nthe run ends with status 0\n");
+    EXPECT_EQ(game.Talk("delete stack\nc\n"),
+              "(moxi) delete stack\n(moxi) c\nthe run ends with status 0\n");
+    EXPECT_NE(game.Talk("delete stack\nbreak stack\nc\nq\n").find("SP has left the stack"),
+              std::string::npos);
+}
+
+TEST(Debugger, StopsWhereTheStackPointerLeavesTheStackAtItsLimit) {
+    // Each call takes 16 bytes below the first SP, which is 24 bytes below the top: the 254th is at
+    // the limit + 8, and the LINK after it the first one below.
+    const Debugged game(R"(
+        .stack 4096
+        .heap 4096
+start:  LINK 4, 0               ; 200
+        CALL start              ; 204
+)");
+    const std::string talk = game.Talk("c\nq\n");
+    EXPECT_EQ(talk.find("(moxi) c\nSP has left the stack: 0x0000020"), 0u) << talk;
+    EXPECT_NE(talk.find(" is not in 0x0000020C..0x0000120C, after 0000020"), std::string::npos)
+        << talk;
+}
+
 TEST(Debugger, AJumpOutOfTheImageStopsWithTheInstructionsThatLedThere) {
     const Debugged game(R"(
         .stack 4096

@@ -11,6 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 const std::string kMinimal =
     "        .include \"moxi.inc\"\n"
     "start:  ON_MESSAGE handlers\n"
@@ -31,7 +33,7 @@ struct GameSource {
     }
 };
 
-std::vector<std::string> Lines(const AssembleResult& result) {
+std::vector<std::string> Texts(const AssembleResult& result) {
     std::vector<std::string> lines;
     for (const AssembleError& error : result.errors) lines.push_back(error.at.text);
     return lines;
@@ -150,7 +152,7 @@ TEST(LibraryMessages, HandlersOutOfOrderAreAnError) {
         "game.mxs", LibraryOptions());
     EXPECT_FALSE(result.ok);
     ASSERT_FALSE(result.errors.empty());
-    EXPECT_EQ(Lines(result).front(),
+    EXPECT_EQ(Texts(result).front(),
               "HANDLER MSG_CLOSE: the handlers stand in the order of their messages");
 }
 
@@ -201,6 +203,61 @@ TEST(LibraryRoutines, ArgumentsAndLocalsAreWhereTheirNamesSay) {
     EXPECT_EQ(result.Long(result.Label("kept") + 4), 13u);
 }
 
+// Assembles `lines` as the code and data of a game in the file game.mxs.
+Lines ErrorsOf(const std::string& lines) {
+    const AssembleResult result = Assemble(
+        "        .include \"moxi.inc\"\nstart:\n" + lines + "        .include \"moxi_code.inc\"\n",
+        "game.mxs", LibraryOptions());
+    Lines errors;
+    for (const AssembleError& error : result.errors) {
+        errors.push_back(error.at.file + ":" + std::to_string(error.at.line) + ":" +
+                         std::to_string(error.at.column) + ": " + error.at.text);
+    }
+    return errors;
+}
+
+TEST(LibraryErrors, AnInvokeWithAnotherNumberOfArgumentsIsOne) {
+    EXPECT_EQ(ErrorsOf("        INVOKE weigh, #1\n"
+                       "        INVOKE weigh, #1, #2\n"
+                       "        INVOKE plain, #1, #2\n"
+                       "        INVOKE none, #1\n"
+                       "        FUNCTION weigh, local\n"
+                       "        ARGUMENTS a, b\n"
+                       "        LEAVE\n"
+                       "plain:  ARGUMENTS c\n"
+                       "        LINK 0, 0\n"
+                       "        RETURN 0\n"
+                       "        FUNCTION none\n"
+                       "        LEAVE\n"),
+              (Lines{"game.mxs:3:9: 'weigh' takes 2 arguments (game.mxs:8), 1 is given",
+                     "game.mxs:5:9: 'plain' takes 1 argument (game.mxs:10), 2 are given",
+                     "game.mxs:6:9: 'none' takes 0 arguments (game.mxs:13), 1 is given"}));
+}
+
+TEST(LibraryErrors, AColourOutOfRangeIsOne) {
+    const std::string text = "red, green, blue and alpha are numbers from 0 to 255, not ";
+    EXPECT_EQ(ErrorsOf("COLOUR GOOD, 0, 255, 1 + 2, 0\n"
+                       "COLOUR RED, 256, 0, 0\n"
+                       "COLOUR ALPHA, 1, 2, 3, -1\n"
+                       "ELLIPSE_COLOUR BLUE, 1, 2, 3000\n"
+                       "        .data\n"
+                       "        GRADIENT 3, 0, 0, 0, 10, 20, 300\n"),
+              (Lines{"game.mxs:4:1: " + text + "256", "game.mxs:5:1: " + text + "-1",
+                     "game.mxs:6:1: " + text + "3000", "game.mxs:8:9: " + text + "300"}));
+}
+
+TEST(LibraryErrors, AWrongOperandStandsInTheGamesOwnLine) {
+    EXPECT_EQ(ErrorsOf("        RECTANGLE #SCREEN, 5, #5, #10, #10, #WHITE\n"),
+              Lines{"game.mxs:3:28: expected an operand: a register, [address], [Rn+offset], "
+                    "[FP+offset] or #value; found '5'"});
+    EXPECT_EQ(ErrorsOf("        INVOKE weigh, #1, R2, [R1\nweigh:  NOP\n"),
+              Lines{"game.mxs:3:23: expected +, - or ] here"});
+}
+
+TEST(LibraryErrors, AGameThatEndsWithItsDataGetsTheRoutinesAllTheSame) {
+    EXPECT_EQ(ErrorsOf("        STOP\n        .data\ntitle: .asciz \"odd\"\n"), Lines{});
+}
+
 // A lock that outlives its message would end the program.
 TEST(LibraryHeap, ALockOutlivesTheRoutinesThatAreCalledAndEndsWithItsOwn) {
     HeadlessRun run;
@@ -234,6 +291,72 @@ TEST(LibraryHeap, ALockOutlivesTheRoutinesThatAreCalledAndEndsWithItsOwn) {
     EXPECT_EQ(result.lines, std::vector<std::string>{});
     EXPECT_EQ(result.LongAt("value"), 77u);
     EXPECT_EQ(result.LongAt("before") - result.LongAt("after"), 100u);
+}
+
+// A module whose first message locks blocks and calls; `routines` holds `lock_low` and `lock_high`.
+HeadlessResult RunLocks(const std::string& handler, const std::string& routines) {
+    HeadlessRun run;
+    run.source =
+        "        .stack 16384\n        .heap 65536\n"
+        "        .include \"moxi.inc\"\n"
+        "start:  ON_MESSAGE handlers\n"
+        "        HANDLERS handlers\n"
+        "        HANDLER MSG_START1, on_start\n"
+        "        HANDLER MSG_START2, on_next\n"
+        "        END_HANDLERS\n"
+        "on_start:\n"
+        "        ALLOC #100\n        MOVE.L [low], R14\n"
+        "        ALLOC #100\n        MOVE.L [high], R14\n" +
+        handler +
+        "        DONE\n"
+        "on_next:\n"
+        "        STOP\n" +
+        routines +
+        "        .include \"moxi_code.inc\"\n"
+        "        .bss\nlow: .space 4\nhigh: .space 4\n";
+    return RunHeadless(run);
+}
+
+const std::vector<std::string> kStillLocked = {
+    "fatal: Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() needs to run!"};
+
+// The handler's own return could take back one of the two locks, not both.
+TEST(LibraryHeap, ALockEndsWithItsRoutineHoweverLittleThatHasOnItsStack) {
+    const char* const routines[][2] = {
+        {"        LINK 0, 0\n", "        RETURN 0\n"},
+        {"        LINK 8, 0\n", "        RETURN 0\n"},
+        {"        LINK 0, 1\n", "        RETURN 1\n"},
+        {"        LINK 12, 8\n", "        RETURN 8\n"},
+    };
+    for (const auto& [begin, end] : routines) {
+        for (const char* const arguments : {"", ", #1", ", #1, #2, #3"}) {
+            const std::string call = arguments;
+            const HeadlessResult result = RunLocks(
+                "        INVOKE lock_low" + call + "\n        INVOKE lock_high" + call + "\n",
+                std::string("lock_low:\n") + begin + "        LOCK [low]\n" + end + "lock_high:\n" +
+                    begin + "        LOCK [high]\n" + end);
+            EXPECT_EQ(result.lines, std::vector<std::string>{}) << begin << call;
+            EXPECT_EQ(result.status, 0) << begin << call;
+        }
+    }
+}
+
+TEST(LibraryHeap, ALockOutlivesTheReturnsOfRoutinesThatItsOwnCalls) {
+    // The last return of the message takes one lock back, so the one that is left over shows that
+    // both lasted until then.
+    const HeadlessResult result = RunLocks(
+        "        LOCK [low]\n        LOCK [high]\n"
+        "        INVOKE nothing\n        INVOKE nothing, #1, #2\n        BLOCK_ADDRESS [low]\n",
+        "nothing:\n        LINK 0, 0\n        RETURN 0\n");
+    EXPECT_EQ(result.lines, kStillLocked);
+}
+
+TEST(LibraryHeap, ALockUnderWhatIsPoppedAgainEndsWithTheNextCall) {
+    const HeadlessResult result = RunLocks(
+        "        PUSH.L #0\n        LOCK [low]\n        POP.L R0\n        INVOKE nothing\n"
+        "        LOCK [high]\n",
+        "nothing:\n        LINK 0, 0\n        RETURN 0\n");
+    EXPECT_EQ(result.lines, std::vector<std::string>{});
 }
 
 }  // namespace

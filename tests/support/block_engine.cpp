@@ -34,17 +34,16 @@ void ReleaseFont(TextFont* font) {
     delete font;
 }
 
-TextSize Measure(TextFont* font, std::string_view text) {
-    return {static_cast<double>(WidthOf(text)), font->size * blockEngine.heightFactor};
+TextLine Line(const TextFont* font) {
+    return {font->size * blockEngine.heightFactor, font->size / 4};
 }
 
-TextFit Fit(TextFont* font, std::string_view text, double width) {
-    const double height = font->size * blockEngine.heightFactor;
+TextFit Fit(TextFont*, std::string_view text, double width) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (!StartsCharacter(text[i])) continue;
-        if (WidthOf(text.substr(0, i + 1)) > width) return {false, i, height};
+        if (WidthOf(text.substr(0, i + 1)) > width) return {false, i};
     }
-    return {true, 0, height};
+    return {true, 0};
 }
 
 TextPicture Draw(TextFont*, std::string_view text, bool underline, i32 columns) {
@@ -80,8 +79,9 @@ void StartBlockEngine() {
     textEngine = {
         .makeFont = MakeFont,
         .releaseFont = ReleaseFont,
-        .descender = [](const TextFont* font) { return -font->size / 4; },
-        .measure = Measure,
+        .line = Line,
+        .measure = [](TextFont*,
+                      std::string_view text) { return static_cast<double>(WidthOf(text)); },
         .fit = Fit,
         .draw = Draw,
     };

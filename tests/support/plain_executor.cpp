@@ -53,6 +53,10 @@ struct State {
 
 u8* Range(Machine& m, u32 address, u64 count) {
     if (count == 0) return m.memory.data();
+    const u64 topStart = (u64{1} << 32) - m.top.size();
+    if (address >= topStart && u64{address} + count <= topStart + m.top.size()) {
+        return m.top.data() + (address - topStart);
+    }
     if (u64{address} + count > m.memory.size()) throw Halt{Outcome::MemoryFault};
     return m.memory.data() + address;
 }

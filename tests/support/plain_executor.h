@@ -27,6 +27,9 @@ const char* OutcomeName(Outcome outcome);
 
 struct Machine {
     std::vector<u8> memory;  // the image, filled up to a multiple of 64 bytes
+    // The last bytes of an image that fills the address space, of which `memory` is the start. What
+    // lies between them is never reached.
+    std::vector<u8> top;
     i32 modalDepth = 0;
     u32 pcPreJsr = 0;
     u32 runState = 0;

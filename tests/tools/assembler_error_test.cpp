@@ -20,10 +20,13 @@ const ErrorRow kErrors[] = {
     {" MOVE R1, R2\n", 1, 2, "MOVE needs a size: .B, .W, .L or .Q"},
     {" FADD.L R1, R2\n", 1, 6, "the size of FADD is .F or .D"},
     {" MOVE.L R1\n", 1, 11, "MOVE needs another operand"},
-    {" MOVE.L R1, R2 R3\n", 1, 16, "unexpected 'R3'"},
+    {" MOVE.L R1, R2 R3\n", 1, 16, "expected the end of the line, found 'R3'"},
     {" MOVE.L #1, R2\n", 1, 9, "the first operand cannot be an immediate"},
     {" MOVE.L R1, 5\n", 1, 13,
-     "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value"},
+     "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value; found '5'"},
+    {" MOVE.L R1,\n", 1, 12,
+     "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value; found "
+     "nothing"},
     {" MOVE.L R1, [R2*4]\n", 1, 16, "expected +, - or ] here"},
     {" MOVE.L R1, [x+R2]\n", 1, 16,
      "a register cannot stand in an expression; write [R3+...] or [FP+...]"},
@@ -75,6 +78,14 @@ const ErrorRow kErrors[] = {
      "a backslash stands for a macro parameter, \\@ or \\+; there is none of that name here"},
     {".byte `\n", 1, 7, "unexpected character '`'"},
     {"x y z\n", 1, 1, "'x' is no instruction or macro"},
+    {" MVOE.L R1, R2\n", 1, 2, "'MVOE' is no instruction or macro; did you mean 'MOVE'?"},
+    {".data\nx: asciz \"a\"\n", 2, 4, "'asciz' is no directive or macro; did you mean '.asciz'?"},
+    {".data\nx: .ascz \"a\"\n", 2, 4, "'.ascz' is no directive; did you mean '.asciz'?"},
+    {".data\n.long 1, 2 3\n", 2, 12, "expected a comma or the end of the line, found '3'"},
+    {".data\n.asciz \"a\" \"b\"\n", 2, 12,
+     "expected a comma or the end of the line, found '\"b\"'"},
+    {".macro DRAW a\nNOP\n.endm\nDRWA 1\n", 4, 1,
+     "'DRWA' is no instruction or macro; did you mean 'DRAW'?"},
 };
 
 TEST(AssemblerErrors, EachNamesItsPlaceAndReason) {
@@ -87,6 +98,16 @@ TEST(AssemblerErrors, EachNamesItsPlaceAndReason) {
         EXPECT_EQ(result.errors[0].at.line, row.line) << row.source;
         EXPECT_EQ(result.errors[0].at.column, row.column) << row.source;
     }
+}
+
+// The label counts all the same: its uses, before and behind it, are no errors.
+TEST(AssemblerErrors, ALabelWithoutItsColonIsOneError) {
+    const AssembleResult result =
+        Assemble("LEA R1, [title]\n.data\n.long title\ntitle .asciz \"x\"\n.long title\n", "t");
+    EXPECT_EQ(FormatErrors(result),
+              "t:4:1: error: 'title' is no directive or macro; a label ends with a colon\n"
+              "  title .asciz \"x\"\n"
+              "  ^\n");
 }
 
 TEST(AssemblerErrors, SeveralAreReportedInSourceOrder) {
@@ -103,7 +124,7 @@ TEST(AssemblerErrors, SeveralAreReportedInSourceOrder) {
 TEST(AssemblerErrors, TheCaretStandsUnderTabsAndManyByteCharacters) {
     const AssembleResult result = Assemble("\t.ascii \"\xC3\xA4\", 1\n", "t");
     EXPECT_EQ(FormatErrors(result),
-              "t:1:15: error: expected a text in double quotes\n"
+              "t:1:15: error: expected a text in double quotes, found '1'\n"
               "  \t.ascii \"\xC3\xA4\", 1\n"
               "  \t            ^\n");
 }

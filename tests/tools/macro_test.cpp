@@ -91,21 +91,79 @@ TEST(Macros, RepeatBlocksStandInMacros) {
               (Bytes{10, 11}));
 }
 
-TEST(Macros, ErrorsShowTheBodyAndTheCall) {
+TEST(Macros, ErrorsNameTheAuthorsLineFirstAndTheBodyBehindIt) {
     EXPECT_EQ(ErrorsOf(".macro M a\n  .byte \\a\n.endm\nNOP\n M 300\n"),
-              "t.mxs:2:9: error: 300 does not fit a BYTE (-128 to 255)\n"
-              "    .byte \\a\n"
-              "          ^\n"
-              "t.mxs:5:2: note: called from here: macro M\n"
+              "t.mxs:5:4: error: 300 does not fit a BYTE (-128 to 255)\n"
               "   M 300\n"
-              "   ^\n");
+              "     ^\n"
+              "t.mxs:2:9: note: in macro M\n"
+              "    .byte \\a\n"
+              "          ^\n");
+}
+
+// The second argument of OUTER is the first of INNER.
+TEST(Macros, AnErrorInAnArgumentStandsUnderItThroughSeveralMacros) {
+    EXPECT_EQ(ErrorsOf(".macro INNER v\n.byte \\v\n.endm\n"
+                       ".macro OUTER a, b\nINNER 1\nINNER \\b\n.endm\n"
+                       "x: OUTER 2,  999 ; too much\n"),
+              "t.mxs:8:14: error: 999 (0x3E7) does not fit a BYTE (-128 to 255)\n"
+              "  x: OUTER 2,  999 ; too much\n"
+              "               ^\n"
+              "t.mxs:6:7: note: in macro OUTER\n"
+              "  INNER \\b\n"
+              "        ^\n"
+              "t.mxs:2:7: note: in macro INNER\n"
+              "  .byte \\v\n"
+              "        ^\n");
+}
+
+TEST(Macros, AnErrorOfTheBodyItselfStandsUnderTheCall) {
+    EXPECT_EQ(ErrorsOf(".macro M\nMOVE.L R1\n.endm\n M\n"),
+              "t.mxs:4:2: error: MOVE needs another operand\n"
+              "   M\n"
+              "   ^\n"
+              "t.mxs:2:10: note: in macro M\n"
+              "  MOVE.L R1\n"
+              "           ^\n");
+}
+
+TEST(Macros, AnArgumentThatIsWrongInSeveralPlacesIsOneError) {
+    const AssembleResult result =
+        Assemble(".macro M a\n.byte \\a\n.byte \\a\n.endm\nM 300\nM 301\n", "t.mxs");
+    EXPECT_EQ(result.errors.size(), 2u);
+}
+
+TEST(Macros, OfManyCallsInOneAnotherTheFirstAndTheLastAreShown) {
+    const AssembleResult result = Assemble(
+        ".macro DOWN n\n.if \\n == 0\n.byte 300\n.else\nDOWN \\n-1\n.endif\n.endm\nDOWN 20\n",
+        "t.mxs");
+    ASSERT_EQ(result.errors.size(), 1u);
+    EXPECT_EQ(result.errors[0].at.line, 8u);
+    ASSERT_EQ(result.errors[0].inMacros.size(), 8u);
+    EXPECT_EQ(result.errors[0].inMacros[0].line, 5u);
+    EXPECT_EQ(result.errors[0].inMacros[7].line, 3u);
+}
+
+TEST(Macros, AUseBeforeTheDefinitionIsToldSo) {
+    EXPECT_EQ(
+        ErrorsOf("f: LATER 3\nLATER 4\n.macro LATER x\n.byte \\x\n.endm\nLATER 5\n"),
+        "t.mxs:1:4: error: 'LATER' is a macro that is defined later, at t.mxs:3; a macro must "
+        "stand before its use\n  f: LATER 3\n     ^\n"
+        "t.mxs:2:1: error: 'LATER' is a macro that is defined later, at t.mxs:3; a macro must "
+        "stand before its use\n  LATER 4\n  ^\n");
+}
+
+TEST(Macros, ASecondDefinitionOfANameNamesTheAuthorsLineOfTheFirst) {
+    EXPECT_NE(ErrorsOf(".macro DEF p\n\\p = 3\n.endm\nDEF foo\nNOP\nDEF foo\n")
+                  .find("t.mxs:6:5: error: 'foo' is already defined at t.mxs:4"),
+              std::string::npos);
 }
 
 TEST(Macros, WrongCallsAreErrors) {
     const std::string macro = ".macro M a, b\n.endm\n.macro N a\n.byte 1\n.endm\n";
     EXPECT_NE(ErrorsOf(macro + "M 1\n").find("t.mxs:6:1: error: macro M needs its argument 'b'"),
               std::string::npos);
-    EXPECT_NE(ErrorsOf(macro + "N 1, 2\n").find("macro N takes 1 arguments, 2 are given"),
+    EXPECT_NE(ErrorsOf(macro + "N 1, 2\n").find("macro N takes 1 argument, 2 are given"),
               std::string::npos);
     EXPECT_NE(ErrorsOf(macro + ".macro M\n.endm\n").find("the macro is already defined"),
               std::string::npos);

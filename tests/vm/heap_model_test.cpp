@@ -225,7 +225,7 @@ TEST_F(HeapModel, RandomOperationsLeaveTheHeapAsTheModelSays) {
                 Free(m, handle);
             } else if (choice < 82) {
                 const u32 handle = AnyHandle(random, highest);
-                if (ListOf(m, handle) == kUnused || ListOf(m, handle) == kFreed) continue;
+                if (ListOf(m, handle) == kUnused && !random.OneIn(5)) continue;
                 LockHeap(handle);
                 Lock(m, handle, sp);
             } else if (choice < 90) {

@@ -398,6 +398,61 @@ TEST_F(Heap, CompactionStartsAtTheLowestRecordsOffset) {
     ExpectSoundLists();
 }
 
+// What a module does that keeps a freed handle for longer than a message.
+TEST_F(Heap, ALockedUnusedHandleBringsItsOldBlockBackAndTheNextCompactionPlacesIt) {
+    AllocHeap(4);
+    const u32 a = AllocHeap(100);
+    const u32 b = AllocHeap(50);
+    const u32 c = AllocHeap(30);
+    for (u32 i = 0; i < 50; ++i) Store<u8>(kStart + 104 + i, static_cast<u8>(100 + i));
+    for (u32 i = 0; i < 30; ++i) Store<u8>(kStart + 154 + i, static_cast<u8>(1 + i));
+    FreeHeap(b);
+    CompactHeap();  // C slides down to 104, where B's record still points
+    EXPECT_EQ(LockHeap(b), kStart + 104);
+    UnlockHeap(b);
+    CompactHeap();
+    EXPECT_EQ(heapPtrs[a].offset, kStart + 4);
+    EXPECT_EQ(heapPtrs[c].offset, kStart + 104);
+    EXPECT_EQ(heapPtrs[b].offset, kStart + 134);
+    // B's 50 bytes go up by 30, the lowest first: the first 30 are C's, and the last 20 are copied
+    // from where C's first 20 have just been put.
+    for (u32 i = 0; i < 30; ++i) ASSERT_EQ(Load<u8>(kStart + 104 + i), 1 + i) << i;
+    for (u32 i = 0; i < 30; ++i) ASSERT_EQ(Load<u8>(kStart + 134 + i), 1 + i) << i;
+    for (u32 i = 0; i < 20; ++i) ASSERT_EQ(Load<u8>(kStart + 164 + i), 1 + i) << i;
+    EXPECT_EQ(GetHeapAdr(AllocHeap(1)), kStart + 184);
+    ExpectSoundLists();
+}
+
+TEST_F(Heap, ALockedUnusedHandleThatAReturnReleasesIsPlacedAsWell) {
+    AllocHeap(4);
+    const u32 a = AllocHeap(10);
+    const u32 b = AllocHeap(20);
+    FreeHeap(a);
+    CompactHeap();
+    LockHeap(a);
+    ReleaseFrameLocks(0xFFFFFFFF);
+    CompactHeap();
+    EXPECT_EQ(heapPtrs[b].offset, kStart + 4);
+    EXPECT_EQ(heapPtrs[a].offset, kStart + 24);
+    EXPECT_EQ(heapFree, kStart + 34);
+}
+
+TEST_F(Heap, ABlockThatMovesUpIntoItselfRepeatsTheBytesBeforeIt) {
+    AllocHeap(4);
+    const u32 stale = AllocHeap(1000);
+    const u32 kept = AllocHeap(3);
+    for (u32 i = 0; i < 3; ++i) Store<u8>(kStart + 1004 + i, static_cast<u8>(7 + i));
+    FreeHeap(stale);
+    CompactHeap();
+    LockHeap(stale);
+    UnlockHeap(stale);
+    CompactHeap();
+    EXPECT_EQ(heapPtrs[kept].offset, kStart + 4);
+    EXPECT_EQ(heapPtrs[stale].offset, kStart + 7);
+    for (u32 i = 0; i < 1003; ++i) ASSERT_EQ(Load<u8>(kStart + 4 + i), 7 + i % 3) << i;
+    EXPECT_EQ(Load<u8>(kStart + 1007), 0);
+}
+
 TEST_F(Heap, FreeingAFreedHandleMovesItToTheHeadOfTheFreedList) {
     AllocHeap(10);
     AllocHeap(10);

@@ -1,0 +1,63 @@
+#include "kit/fault_names.h"
+
+#include <filesystem>
+#include <string>
+
+#include "base/log.h"
+#include "kit/debugger_stops.h"
+#include "kit/module_memory.h"
+#include "kit/symbols.h"
+#include "vm/diagnostics.h"
+#include "vm/run_cycle.h"
+
+namespace {
+
+constexpr u32 kMostCallers = 8;
+
+constinit bool symbolsLookedFor = false;
+
+// Symbols that somebody has read before are those of the module, too.
+bool HasSymbols() {
+    if (SymbolCount() == 0 && !symbolsLookedFor) {
+        symbolsLookedFor = true;
+        std::error_code error;
+        if (!std::filesystem::exists(SymbolFile(), error)) return false;
+        const std::string wrong = LoadSymbols(SymbolFile());
+        if (!wrong.empty()) SystemLog(wrong);
+    }
+    return SymbolCount() != 0;
+}
+
+// "shoot+8", or the address where no routine is.
+std::string RoutineAt(u32 address) {
+    const bool isCode = address >= kHeaderSize && address < HeaderLong(kHeaderStackLimit);
+    const FunctionSymbol* const function = isCode ? FunctionSymbolAt(address) : nullptr;
+    if (function == nullptr) return FormatText("0x%8.8X", address);
+    if (address == function->address) return function->name;
+    return FormatText("%s+%u", function->name.c_str(), address - function->address);
+}
+
+std::string Callers() {
+    std::string callers;
+    Frame frame = CurrentFrame();
+    u32 inner = frame.linked ? frame.at - 4 : 0;
+    for (u32 count = 0; count < kMostCallers; ++count) {
+        const u32 caller = Peek<u32>(frame.at).value_or(0);
+        if (caller == 0) break;
+        callers += ", called from " + RoutineAt(caller);
+        // The stack grows downwards, so frames further out lie higher.
+        const u32 fp = frame.linked ? frame.callersFP : HeaderLong(kHeaderFP);
+        if (fp <= inner) break;
+        inner = fp;
+        frame = {fp + 4, Peek<u32>(fp).value_or(0), true};
+    }
+    return callers;
+}
+
+}  // namespace
+
+void NameFaultInDebugLog(std::string_view message) {
+    if (!inMX || !HasSymbols()) return;
+    const std::string text = MacRomanToUtf8(message.substr(0, message.find('\n')));
+    AppendDebugLog("fatal: " + text + " In " + RoutineAt(HeaderLong(kHeaderPC)) + Callers() + "\n");
+}
