@@ -34,6 +34,21 @@ inline u32 ReadModule(u32, void* buffer, u32 count) {
     return bytes;
 }
 
+// Replaces the module in the machine by the one whose bytes these are; false when it does not load.
+inline bool LoadModuleFile(const std::vector<u8>& bytes) {
+    ResetMachine();
+    ResetRunCycle();
+    moduleFile = bytes;
+    modulePosition = 0;
+    const VmSlots former = vmSlots;
+    vmSlots.openFile = [](const char*, u32) { return u32{1}; };
+    vmSlots.readFile = ReadModule;
+    vmSlots.closeFile = [](u32) {};
+    const bool loaded = LoadModule();
+    vmSlots = former;
+    return loaded;
+}
+
 // Replaces the module in the machine by the kernel whose source is at `path`. Empty on success,
 // else what is wrong.
 inline std::string LoadKernel(const std::string& path) {
@@ -43,18 +58,7 @@ inline std::string LoadKernel(const std::string& path) {
     if (!file) return path + ": cannot be read\n";
     const AssembleResult assembled = Assemble(source.str(), path);
     if (!assembled.ok) return FormatErrors(assembled);
-
-    ResetMachine();
-    ResetRunCycle();
-    moduleFile = assembled.bytes;
-    modulePosition = 0;
-    const VmSlots former = vmSlots;
-    vmSlots.openFile = [](const char*, u32) { return u32{1}; };
-    vmSlots.readFile = ReadModule;
-    vmSlots.closeFile = [](u32) {};
-    const bool loaded = LoadModule();
-    vmSlots = former;
-    return loaded ? "" : path + ": not loaded\n";
+    return LoadModuleFile(assembled.bytes) ? "" : path + ": not loaded\n";
 }
 
 // Sends a message with n as its first parameter; returns what the kernel left in R14.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -31,7 +32,8 @@ HeadlessRun RunOf(const CheckedProgram& program) {
 TEST(LibraryDocumentation, EveryMacroHasAnExampleAndALineInATable) {
     const std::string page = ReadTextFile(kPage);
     std::set<std::string> used;
-    for (const std::string& example : ExamplesOf(kPage)) {
+    for (std::string example : ExamplesOf(kPage)) {
+        std::replace(example.begin(), example.end(), ',', ' ');  // names may be arguments
         std::istringstream words(example);
         for (std::string word; words >> word;) used.insert(word);
     }

@@ -1,0 +1,191 @@
+#include "tests/wasm/calls.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "base/log.h"
+#include "bench/mx_kernel.h"
+#include "sys/dispatch.h"
+#include "tests/support/headless_run.h"
+#include "tests/support/vm_fixture.h"
+
+namespace moxi {
+
+namespace {
+
+// What the services of the translated module's own runtime do here.
+struct Bench {
+    std::string calls;
+    size_t position = 0;
+    std::vector<std::string> lines;
+};
+Bench bench;
+
+void Dispatch() {
+    const u32 block = Load<u32>(kHeaderR15);
+    switch (Load<u32>(block)) {
+        case 0x0009: Store<u32>(kHeaderR14, static_cast<u32>(bench.calls.size())); break;
+        case 0x0000:
+            bench.position = 0;
+            Store<u32>(kHeaderR14, 5);
+            break;
+        case 0x0002: {
+            const u32 count = std::min(Load<u32>(block + 12),
+                                       static_cast<u32>(bench.calls.size() - bench.position));
+            u8* const target = CheckedRange(Load<u32>(block + 8), count);
+            std::memcpy(target, bench.calls.data() + bench.position, count);
+            bench.position += count;
+            Store<u32>(kHeaderR14, count);
+            break;
+        }
+        case 0x0008: break;
+        case 0x030E: bench.lines.emplace_back(CheckedString(Load<u32>(block + 4))); break;
+        default: SysDispatch(); break;
+    }
+}
+
+std::string LogOfWabt(const std::string& name, const std::string& results) {
+    // "i32:4294967295, i64:5"
+    std::string line = name + " ->";
+    std::istringstream values(results);
+    for (std::string value; values >> value;) {
+        const bool isLong = value.starts_with("i64:");
+        const u64 bits = std::stoull(value.substr(4));
+        const auto shown = static_cast<unsigned long long>(bits);
+        line += isLong ? FormatText(" 0x%016llX", shown) : FormatText(" 0x%08llX", shown);
+    }
+    return line;
+}
+
+// wabt's words for a trap, and the log's.
+std::string TrapOfWabt(const std::string& error) {
+    static constexpr const char* kWords[][2] = {
+        {"unreachable executed", "unreachable"},
+        {"integer divide by zero", "integer divide by zero"},
+        {"integer overflow", "integer overflow"},
+        {"invalid conversion to integer", "invalid conversion to integer"},
+        {"undefined table index", "undefined element"},
+        {"uninitialized table element", "uninitialized element"},
+        {"indirect call signature mismatch", "indirect call type mismatch"},
+        {"call stack exhausted", "stack overflow"},
+        {"out of bounds memory access", "out of bounds memory access"},
+        {"out of bounds table access", "undefined element"},
+    };
+    for (const auto& [theirs, ours] : kWords) {
+        if (error.find(theirs) != std::string::npos) return std::string("Trap: ") + ours;
+    }
+    return "Trap: ? " + error;
+}
+
+}  // namespace
+
+TranslateOptions CallOptions() {
+    TranslateOptions options;
+    options.calls = true;
+    options.memory = 8 << 20;
+    options.stack = 1 << 20;
+    options.heap = 4 << 20;
+    options.libraryFolder = LibraryOptions().includeFolders[0];
+    return options;
+}
+
+CallsRun RunCalls(std::string_view wasm, const std::string& calls,
+                  const TranslateOptions& options) {
+    CallsRun run;
+    const Translation translation = Translate(wasm, options);
+    if (!translation.ok) {
+        run.errors = translation.errors;
+        if (run.errors.empty()) run.errors.emplace_back("refused without a word");
+        return run;
+    }
+    vmEvents = {};
+    bench = {calls, 0, {}};
+    if (!mx_kernel::LoadModuleFile(translation.bytes)) {
+        run.errors.emplace_back("not loaded");
+        return run;
+    }
+    vmSlots.sysDispatch = Dispatch;
+    moduleStarted = 1;
+    run.status = EndStatus([] { MXmsg(1, 0, 0, 0); });
+    run.lines = bench.lines;
+    run.fatals = vmEvents.messages;
+    return run;
+}
+
+std::string CallText(const std::vector<RandomModule::Call>& calls) {
+    std::string text;
+    for (const RandomModule::Call& call : calls) {
+        text += call.name;
+        for (size_t i = 0; i < call.arguments.size(); ++i) {
+            text += FormatText(" 0x%llX", static_cast<unsigned long long>(call.arguments[i]));
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules) {
+    const TemporaryFolder folder;
+    std::ostringstream script;
+    script << R"({"source_filename":"calls.wast","commands":[)";
+    for (size_t i = 0; i < modules.size(); ++i) {
+        const std::string file = std::to_string(i) + ".wasm";
+        WriteTextFile(folder.path + "/" + file, modules[i].bytes);
+        script << (i == 0 ? "" : ",") << R"({"type":"module","line":)" << i << R"(,"filename":")"
+               << file << "\"}";
+        for (const RandomModule::Call& call : modules[i].calls) {
+            script << R"(,{"type":"action","line":)" << i
+                   << R"(,"action":{"type":"invoke","field":")" << call.name << R"(","args":[)";
+            for (size_t a = 0; a < call.arguments.size(); ++a) {
+                script << (a == 0 ? "" : ",") << R"({"type":")"
+                       << (call.argumentTypes[a] == 'i' ? "i32" : "i64") << R"(","value":")"
+                       << call.arguments[a] << "\"}";
+            }
+            script << R"(]},"expected":[]})";
+        }
+    }
+    script << "]}";
+    WriteTextFile(folder.path + "/calls.json", script.str());
+    const ProgramResult result =
+        RunProgram("/usr/bin/spectest-interp", {"calls.json"}, folder.path);
+
+    std::vector<std::vector<std::string>> all(modules.size());
+    std::istringstream output(result.output);
+    std::string line;
+    for (size_t i = 0; i < modules.size(); ++i) {
+        bool ended = false;
+        for (const RandomModule::Call& call : modules[i].calls) {
+            const std::string start = call.name + "(";
+            while (std::getline(output, line) && !line.starts_with(start)) {
+            }
+            const size_t arrow = line.find(") =>");
+            if (arrow == std::string::npos) return {};
+            if (ended) continue;
+            const std::string rest = line.substr(arrow + 4);
+            ended = rest.starts_with(" error: ");
+            all[i].push_back(ended ? TrapOfWabt(rest) : LogOfWabt(call.name, rest));
+        }
+    }
+    return all;
+}
+
+std::string WasmOfText(const std::string& text, const std::vector<std::string>& options) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/module.wat", text);
+    std::vector<std::string> arguments = {"module.wat", "-o", "module.wasm"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramResult result = RunProgram("/usr/bin/wat2wasm", arguments, folder.path);
+    EXPECT_EQ(result.status, 0) << result.errors;
+    return result.status == 0 ? ReadTextFile(folder.path + "/module.wasm") : "";
+}
+
+std::string WithoutFunction(const std::string& line) {
+    if (!line.starts_with("Trap: ")) return line;
+    const size_t in = line.find(" in ", 6);
+    return line.substr(0, in);
+}
+
+}  // namespace moxi

@@ -1,0 +1,99 @@
+// Random modules in the machine and in wabt's interpreter. MOXI_WASM_MODULES says how many, and
+// MOXI_WASM_SEED from which one on; scripts/wasm-differential runs many.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/support/vm_fixture.h"
+#include "tests/wasm/calls.h"
+
+namespace moxi {
+namespace {
+
+u64 Wish(const char* name, u64 standard) {
+    const char* const text = std::getenv(name);
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : standard;
+}
+
+struct WasmDifferentialTest : VmTest {};
+
+// A division's own fault stands for both the line and the end.
+std::vector<std::string> Seen(const CallsRun& run) {
+    std::vector<std::string> lines;
+    for (const std::string& line : run.lines) lines.push_back(WithoutFunction(line));
+    for (const std::string& text : run.fatals) {
+        if (text.starts_with("Division error")) lines.push_back("Division error");
+    }
+    return lines;
+}
+
+bool Agree(const std::vector<std::string>& seen, const std::vector<std::string>& wanted) {
+    if (seen.size() != wanted.size()) return false;
+    for (size_t i = 0; i < seen.size(); ++i) {
+        if (seen[i] == wanted[i]) continue;
+        if (seen[i] != "Division error") return false;
+        if (wanted[i] != "Trap: integer divide by zero" && wanted[i] != "Trap: integer overflow") {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Report(u64 seed, const RandomModule& module, const CallsRun& run,
+            const std::vector<std::string>& seen, const std::vector<std::string>& wanted) {
+    std::string text = "module " + std::to_string(seed) +
+                       (module.anyAddress ? ", translated with checks of bounds\n" : "\n");
+    for (const std::string& error : run.errors) text += "error: " + error + "\n";
+    for (const std::string& fatal : run.fatals) text += "fatal: " + fatal + "\n";
+    for (size_t i = 0; i < std::max(seen.size(), wanted.size()); ++i) {
+        const std::string ours = i < seen.size() ? seen[i] : "(nothing)";
+        const std::string theirs = i < wanted.size() ? wanted[i] : "(nothing)";
+        if (ours != theirs) {
+            text += "  here  " + ours + "\n  there " + theirs + "\n  call  ";
+            text += i < module.calls.size() ? CallText({module.calls[i]}) : "\n";
+            break;
+        }
+    }
+    ADD_FAILURE() << text;
+    const char* const folder = std::getenv("MOXI_WASM_KEEP");
+    if (folder == nullptr) return;
+    const std::string path = std::string(folder) + "/" + std::to_string(seed);
+    std::ofstream(path + ".wasm", std::ios::binary) << module.bytes;
+    std::ofstream(path + ".txt") << CallText(module.calls);
+}
+
+TEST_F(WasmDifferentialTest, RandomModulesGiveWhatWabtsInterpreterGives) {
+    constexpr u64 kBatch = 500;
+    const u64 count = Wish("MOXI_WASM_MODULES", 10000);
+    const u64 first = Wish("MOXI_WASM_SEED", 1);
+    const StandardError quiet(true);  // the fatal messages
+    u64 traps = 0;
+    u32 wrong = 0;
+    for (u64 start = first; start < first + count && wrong < 20; start += kBatch) {
+        std::vector<RandomModule> modules;
+        for (u64 seed = start; seed < std::min(start + kBatch, first + count); ++seed) {
+            modules.push_back(MakeRandomModule(seed));
+        }
+        const std::vector<std::vector<std::string>> wanted = WabtLines(modules);
+        ASSERT_EQ(wanted.size(), modules.size()) << "from module " << start << " on";
+        for (size_t i = 0; i < modules.size(); ++i) {
+            TranslateOptions options = CallOptions();
+            options.checkBounds = modules[i].anyAddress;
+            const CallsRun run = RunCalls(modules[i].bytes, CallText(modules[i].calls), options);
+            const std::vector<std::string> seen = Seen(run);
+            traps += wanted[i].back().starts_with("Trap: ") ? 1 : 0;
+            if (!run.errors.empty() || !Agree(seen, wanted[i])) {
+                Report(start + i, modules[i], run, seen, wanted[i]);
+                ++wrong;
+            }
+        }
+    }
+    if (count >= 1000) {
+        EXPECT_GT(traps, count / 50);
+    }
+}
+
+}  // namespace
+}  // namespace moxi

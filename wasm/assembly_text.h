@@ -1,0 +1,14 @@
+#pragma once
+// A translated module as a source for mxasm, which makes the same file of it.
+
+#include <string>
+
+#include "wasm/encode.h"
+#include "wasm/translate.h"
+
+namespace moxi {
+
+// `result` is complete but for the text.
+std::string FormatAssembly(const Translation& result, const MachineCode& code);
+
+}  // namespace moxi

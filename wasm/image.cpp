@@ -1,0 +1,527 @@
+#include "wasm/image.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/bytes.h"
+#include "tools/assembler.h"
+#include "vm/machine.h"
+#include "wasm/assembly_text.h"
+#include "wasm/source_lines.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr u64 kPage = 65536;
+constexpr u64 kMaxCode = 16u << 20;         // what branches reach
+constexpr u64 kStackWindow = 16u << 20;     // the stack's room begins at a multiple of this
+constexpr u64 kStackReserve = 1u << 20;     // below it: for one frame, and for reporting
+constexpr u64 kHighestEnd = 0xFFFF0000;
+constexpr u64 kMemoryAlignment = 64;
+constexpr const char* kNoRoom = "the memory does not fit beside code, stack and heap into 4 GiB";
+
+// What a cartridge finds in its memory: palette, draw colours, no mouse yet.
+constexpr u8 kConsoleMemory[] = {
+    0,    0,    0,    0,     //
+    0xCF, 0xF8, 0xE0, 0,     // $00E0F8CF
+    0x6C, 0xC0, 0x86, 0,     // $0086C06C
+    0x50, 0x68, 0x30, 0,     // $00306850
+    0x21, 0x18, 0x07, 0,     // $00071821
+    0x03, 0x12,              // draw colours
+    0,    0,    0,    0,     // gamepads
+    0xFF, 0x7F, 0xFF, 0x7F,  // mouse
+};
+constexpr u64 kConsoleBytes = sizeof kConsoleMemory;
+
+u64 RoundUp(u64 value, u64 step) {
+    return (value + step - 1) / step * step;
+}
+
+// Where the parts of a module lie.
+struct Layout {
+    u64 dataAt = 0;    // the translator's own data
+    u64 memoryAt = 0;  // linear memory
+    u64 initialBytes = 0;
+    u64 reservedBytes = 0;
+};
+
+struct ImageBuilder {
+    ImageParts& parts;
+    const TranslateOptions& options;
+    Translation& result;
+    std::vector<Layout> layouts{};
+    u64 runtimeAt = 0;
+    u64 codeEnd = 0;
+    u64 memoryEnd = 0;
+    bool badData = false;
+    bool badElements = false;
+    AssembleResult runtime{};
+    std::vector<u32> routineAddresses{};
+
+    bool Fail(const std::string& text) {
+        result.errors.push_back(text);
+        return false;
+    }
+    const Module& FirstModule() const { return *parts.plans[0].module; }
+    u8* OwnData(const ModulePlan& plan, u64 offset) {
+        return result.bytes.data() + layouts[plan.number].dataAt + offset;
+    }
+    u64 ValueOf(const ModulePlan& plan, const ConstantExpression& expression) const {
+        // The one global that can be imported is linear memory's address.
+        const bool isAddress = expression.kind == ConstantExpression::Kind::Global;
+        return isAddress ? layouts[plan.number].memoryAt : expression.value;
+    }
+    // Calls f(segment, offset) for the active data segments up to the first that does not fit.
+    template <class F>
+    void ForEachSegment(const ModulePlan& plan, F f) const {
+        for (const DataSegment& segment : plan.module->data) {
+            if (segment.isPassive) continue;
+            const u64 offset = ValueOf(plan, segment.offset);
+            if (offset + segment.bytes.size() > layouts[plan.number].initialBytes) return;
+            if (!segment.bytes.empty()) f(segment, offset);
+        }
+    }
+
+    void SizeMemory(const ModulePlan& plan);
+    void CheckSegments(const ModulePlan& plan);
+    std::string RuntimeSource() const;
+    std::string CallsSource() const;
+    void DefineConstants(AssembleOptions& assemble) const;
+    void DefineEntry(AssembleOptions& assemble) const;
+    bool AssembleRuntime();
+    bool PlaceMemory();
+    bool LayDataSegments();
+    void FillCells(const ModulePlan& plan, u64& passiveAt);
+    void FillTables(const ModulePlan& plan);
+    void PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item);
+    void Patch();
+    bool WriteHeader();
+    void CollectFunctions(const ModulePlan& plan);
+    void CollectLines();
+    void CollectSymbols();
+    void Run();
+};
+
+void ImageBuilder::SizeMemory(const ModulePlan& plan) {
+    const Module& module = *plan.module;
+    Layout& layout = layouts[plan.number];
+    layout.initialBytes = module.hasMemory ? module.memory.minimum * kPage : 0;
+    layout.reservedBytes = layout.initialBytes;
+    if (!plan.canGrow) return;
+    layout.reservedBytes = std::max(layout.reservedBytes, options.memory / kPage * kPage);
+    if (module.memory.hasMaximum) {
+        layout.reservedBytes = std::min<u64>(layout.reservedBytes, module.memory.maximum * kPage);
+    }
+}
+
+// Segments that do not fit make the start trap, which is the module's business, not an error.
+void ImageBuilder::CheckSegments(const ModulePlan& plan) {
+    for (const ElementSegment& segment : plan.module->elements) {
+        if (segment.mode != ElementSegment::Mode::Active) continue;
+        badElements |= ValueOf(plan, segment.offset) + segment.items.size() > plan.tableSize;
+    }
+    for (const DataSegment& segment : plan.module->data) {
+        if (segment.isPassive) continue;
+        badData |= ValueOf(plan, segment.offset) + segment.bytes.size() >
+                   layouts[plan.number].initialBytes;
+    }
+}
+
+const char* LetterOf(ValueType type) {
+    switch (type) {
+        case ValueType::I32: return "i";
+        case ValueType::I64: return "I";
+        case ValueType::F32: return "f";
+        default: return "F";
+    }
+}
+
+std::string Quoted(const std::string& text) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string quoted = "\"";
+    for (const char c : text) {
+        const auto byte = static_cast<u8>(c);
+        if (byte < 32 || byte > 126 || c == '"' || c == '\\') {
+            quoted += "\\x";
+            quoted += kDigits[byte >> 4];
+            quoted += kDigits[byte & 15];
+        } else {
+            quoted += c;
+        }
+    }
+    return quoted + "\"";
+}
+
+// What wasm_calls needs: a routine for each exported function, and the list of them.
+std::string ImageBuilder::CallsSource() const {
+    const Module& module = FirstModule();
+    std::string list = "        .align 4\nwasm_exports:\n";
+    std::string rest;
+    u32 number = 0;
+    u64 cells = 1;
+    for (const Export& item : module.exports) {
+        if (item.kind != ExternalKind::Function) continue;
+        if (item.name.find('\0') != std::string::npos) continue;
+        const FunctionType& type = module.types[module.functions[item.index].type];
+        const std::string n = std::to_string(number++);
+        const u64 count = type.parameters.size();
+        cells = std::max<u64>({cells, count, type.results.size()});
+        list += "        .long wasm_name_" + n + ", wasm_call_" + n + ", wasm_in_" + n + ", wasm_out_" +
+                n + "\n";
+        rest += "wasm_call_" + n + ":\n        LINK 0, 0\n";
+        for (u64 i = count; i > kArgumentRegisters; --i) {
+            rest += "        PUSH.Q [wasm_arguments+" + std::to_string(8 * (i - 1)) + "]\n";
+        }
+        for (u64 i = 0; i < count && i < kArgumentRegisters; ++i) {
+            rest += "        MOVE.Q R" + std::to_string(i) + ", [wasm_arguments+" +
+                    std::to_string(8 * i) + "]\n";
+        }
+        const u64 pushed = count > kArgumentRegisters ? 8 * (count - kArgumentRegisters) : 0;
+        rest += "        CALL " + std::to_string(parts.functions[item.index]) + ", " +
+                std::to_string(pushed) + "\n";
+        for (u64 i = 0; i < type.results.size(); ++i) {
+            const std::string from =
+                i == 0 ? "R0" : "[DATA+" + std::to_string(kResultCells + 8 * (i - 1)) + "]";
+            rest += "        MOVE.Q [wasm_arguments+" + std::to_string(8 * i) + "], " + from + "\n";
+        }
+        rest += "        RETURN 0\nwasm_name_" + n + ": .asciz " + Quoted(item.name) + "\n";
+        const auto letters = [](const std::vector<ValueType>& types) {
+            std::string text;
+            for (const ValueType each : types) text += LetterOf(each);
+            return "\"" + text + "\"";
+        };
+        rest += "wasm_in_" + n + ": .asciz " + letters(type.parameters) + "\n";
+        rest += "wasm_out_" + n + ": .asciz " + letters(type.results) + "\n";
+    }
+    return list + "        .long 0\n" + rest + "        .align 8\nwasm_arguments: .space " +
+           std::to_string(8 * cells) + "\n";
+}
+
+std::string ImageBuilder::RuntimeSource() const {
+    std::string source = "        .include \"moxi/wasm_runtime.inc\"\n";
+    if (parts.entry == EntryKind::Calls) source += CallsSource();
+    source += "        .include \"moxi/wasm_math.inc\"\n";
+    return source;
+}
+
+// Where C keeps its stack pointer: a global of that name, else the first one if it can be that.
+u32 StackPointerCell(const ModulePlan& plan) {
+    const Module& module = *plan.module;
+    for (u64 i = 0; i < module.globalNames.size(); ++i) {
+        if (module.globalNames[i] == "__stack_pointer") return plan.globalCells[i];
+    }
+    const bool isFirst = !module.globals.empty() && module.globals[0].isMutable &&
+                         module.globals[0].type == ValueType::I32;
+    return isFirst ? plan.globalCells[0] : kBlockCell;
+}
+
+void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
+    const auto define = [&](const std::string& name, u64 value) {
+        assemble.definitions.emplace_back(name, static_cast<i64>(value));
+    };
+    define("DATA", layouts[0].dataAt);
+    define("MAX_PAGES", layouts[0].reservedBytes / kPage);
+    define("STACK_POINTER", layouts[0].dataAt + StackPointerCell(parts.plans[0]));
+    DefineEntry(assemble);
+    if (badElements) {
+        define("BAD_ELEMENTS", 1);
+    } else if (badData) {
+        define("BAD_DATA", 1);
+    }
+    for (const std::string& routine : parts.routines) define("NEED_" + routine, 1);
+}
+
+void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
+    const Module& module = FirstModule();
+    const auto define = [&](const char* name, i64 value) { assemble.definitions.emplace_back(name, value); };
+    const auto defineExport = [&](const char* name, const char* exported) {
+        const Export* const found = FindExport(module, exported, ExternalKind::Function);
+        if (found != nullptr) define(name, parts.functions[found->index]);
+    };
+    switch (parts.entry) {
+        case EntryKind::Messages:
+            define("ENTRY_MESSAGES", 1);
+            defineExport("F_MAIN", "moxi_message");
+            break;
+        case EntryKind::Program:
+            define("ENTRY_PROGRAM", 1);
+            defineExport("F_MAIN", "_start");
+            break;
+        case EntryKind::Calls: define("ENTRY_CALLS", 1); break;
+    }
+    if (parts.entry != EntryKind::Program) defineExport("F_INITIALIZE", "_initialize");
+    if (module.hasStart) define("F_START", parts.functions[module.start]);
+    if (parts.plans.size() > 1 && parts.plans[1].module->hasStart) {
+        define("F_CARTRIDGE", parts.functions[parts.plans[1].functionBase + parts.plans[1].module->start]);
+    }
+}
+
+bool ImageBuilder::AssembleRuntime() {
+    AssembleOptions assemble;
+    assemble.includeFolders = {options.libraryFolder};
+    DefineConstants(assemble);
+    const std::string source =
+        "        .space " + std::to_string(runtimeAt - kHeaderSize) + "\n" + RuntimeSource();
+    runtime = Assemble(source, "runtime", assemble);
+    if (!runtime.ok) return Fail("the runtime cannot be assembled: " + FormatErrors(runtime));
+    for (const std::string& routine : parts.routines) {
+        const u32 address = SymbolValue(runtime, routine);
+        if (address == 0xFFFFFFFF) return Fail("the runtime lacks " + routine);
+        routineAddresses.push_back(address);
+    }
+    return true;
+}
+
+// One memory behind the other, behind the code.
+bool ImageBuilder::PlaceMemory() {
+    u64 passive = 0;
+    for (const ModulePlan& plan : parts.plans) {
+        for (const DataSegment& segment : plan.module->data) {
+            if (segment.isPassive) passive += segment.bytes.size();
+        }
+    }
+    codeEnd = RoundUp(runtime.bytes.size() + passive, kMemoryAlignment);
+    memoryEnd = codeEnd;
+    for (const ModulePlan& plan : parts.plans) {
+        Layout& layout = layouts[plan.number];
+        if (options.identity && plan.number == 0) {
+            memoryEnd = std::max(codeEnd, layout.reservedBytes);
+            continue;
+        }
+        if (!plan.module->hasMemory) continue;
+        layout.memoryAt = memoryEnd;
+        memoryEnd += layout.reservedBytes;
+    }
+    result.codeEnd = static_cast<u32>(codeEnd);
+    result.memoryAddress = static_cast<u32>(layouts[0].memoryAt);
+    if (parts.plans.size() > 1) result.cartridgeAddress = static_cast<u32>(layouts[1].memoryAt);
+    return memoryEnd < kHighestEnd || Fail(kNoRoom);
+}
+
+// Active segments lie in the file, as far as they fit.
+bool ImageBuilder::LayDataSegments() {
+    u64 lowest = ~u64{0};
+    u64 highest = codeEnd;
+    for (const ModulePlan& plan : parts.plans) {
+        const u64 memoryAt = layouts[plan.number].memoryAt;
+        ForEachSegment(plan, [&](const DataSegment& segment, u64 offset) {
+            u64 used = segment.bytes.size();
+            while (used > 0 && segment.bytes[used - 1] == 0) --used;
+            lowest = std::min(lowest, offset);
+            if (used > 0) highest = std::max(highest, memoryAt + offset + used);
+        });
+        // A cartridge's memory is not all zero before it starts.
+        if (plan.number == 1) highest = std::max(highest, memoryAt + kConsoleBytes);
+    }
+    if (options.identity && lowest < codeEnd) {
+        return Fail("data begins at " + std::to_string(lowest) + ", the code ends at " +
+                    std::to_string(codeEnd) + ": link with --global-base=" + std::to_string(codeEnd) +
+                    " or more");
+    }
+    result.bytes = runtime.bytes;
+    result.bytes.resize(RoundUp(highest, 8));
+    for (const ModulePlan& plan : parts.plans) {
+        const u64 memoryAt = layouts[plan.number].memoryAt;
+        if (plan.number == 1) {
+            std::memcpy(result.bytes.data() + memoryAt, kConsoleMemory, kConsoleBytes);
+        }
+        // A segment of zeros still replaces what an earlier one put there.
+        ForEachSegment(plan, [&](const DataSegment& segment, u64 offset) {
+            if (memoryAt + offset >= highest) return;
+            std::memcpy(result.bytes.data() + memoryAt + offset, segment.bytes.data(),
+                        std::min<u64>(segment.bytes.size(), highest - memoryAt - offset));
+        });
+    }
+    return true;
+}
+
+void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
+    const Module& module = *plan.module;
+    const Layout& layout = layouts[plan.number];
+    std::memcpy(OwnData(plan, 0), plan.ownData.data(), plan.ownData.size());
+    StoreBytes(OwnData(plan, kPagesCell), static_cast<u32>(layout.initialBytes / kPage));
+    StoreBytes(OwnData(plan, kBaseCell), static_cast<u32>(layout.memoryAt));
+    StoreBytes(OwnData(plan, kLimitCell), layout.initialBytes);
+    for (u32 i = 0; i < module.globals.size(); ++i) {
+        StoreBytes(OwnData(plan, plan.globalCells[i]), ValueOf(plan, module.globals[i].initial));
+    }
+    for (u32 i = 0; i < module.data.size(); ++i) {
+        const DataSegment& segment = module.data[i];
+        if (!segment.isPassive) continue;
+        const u64 size = segment.bytes.size();
+        StoreBytes(OwnData(plan, plan.dataCells + 8 * i), static_cast<u32>(passiveAt));
+        StoreBytes(OwnData(plan, plan.dataCells + 8 * i + 4), static_cast<u32>(size));
+        if (size > 0) std::memcpy(result.bytes.data() + passiveAt, segment.bytes.data(), size);
+        passiveAt += size;
+    }
+}
+
+void ImageBuilder::PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item) {
+    if (item.kind != ConstantExpression::Kind::Function) {
+        StoreBytes(OwnData(plan, cell), u64{0});
+        return;
+    }
+    const u32 function = static_cast<u32>(item.value);
+    StoreBytes(OwnData(plan, cell), parts.functions[plan.functionBase + function]);
+    StoreBytes(OwnData(plan, cell + 4), plan.typeNumbers[plan.module->functions[function].type]);
+}
+
+void ImageBuilder::FillTables(const ModulePlan& plan) {
+    const Module& module = *plan.module;
+    for (u32 i = 0; i < module.elements.size(); ++i) {
+        const ElementSegment& segment = module.elements[i];
+        u64 cell = plan.elementItems[i];
+        if (segment.mode == ElementSegment::Mode::Declared) continue;
+        if (segment.mode == ElementSegment::Mode::Active) {
+            const u64 offset = ValueOf(plan, segment.offset);
+            if (offset + segment.items.size() > plan.tableSize) return;
+            cell = plan.tableCell + 8 * offset;
+        } else {
+            const u64 address = layouts[plan.number].dataAt + cell;
+            StoreBytes(OwnData(plan, plan.elementCells + 8 * i), static_cast<u32>(address));
+            StoreBytes(OwnData(plan, plan.elementCells + 8 * i + 4),
+                       static_cast<u32>(segment.items.size()));
+        }
+        for (u64 k = 0; k < segment.items.size(); ++k) PutEntry(plan, cell + 8 * k, segment.items[k]);
+    }
+}
+
+// Gives every word that waited for an address its value.
+void ImageBuilder::Patch() {
+    for (const Fixup& fixup : parts.code.fixups) {
+        u8* const at = result.bytes.data() + kHeaderSize + fixup.offset;
+        u32 value = LoadBytes<u32>(at);
+        switch (fixup.kind) {
+            case Fixup::Kind::Memory: value += static_cast<u32>(layouts[fixup.module].memoryAt); break;
+            case Fixup::Kind::Data: value += static_cast<u32>(layouts[fixup.module].dataAt); break;
+            case Fixup::Kind::Function: value = parts.functions[fixup.target]; break;
+            case Fixup::Kind::Routine: value = routineAddresses[fixup.target]; break;
+        }
+        StoreBytes(at, value);
+    }
+    // The first instruction goes to the entry.
+    StoreBytes(result.bytes.data() + kHeaderSize,
+               static_cast<u32>(Single::Jmp) | SymbolValue(runtime, "wasm_entry") >> 2 << 10);
+}
+
+bool ImageBuilder::WriteHeader() {
+    const u64 loaded = result.bytes.size();
+    const u64 stackFloor = RoundUp(std::max(memoryEnd, loaded) + kStackReserve, kStackWindow);
+    const u64 stackTop = stackFloor + options.stack;
+    const u64 limit = stackFloor - kStackReserve;
+    u8* const header = result.bytes.data();
+    std::memset(header, 0, kHeaderSize);
+    std::memcpy(header + kHeaderMagic, "MOXI6", 5);
+    header[kHeaderModuleMajor] = 6;
+    header[kHeaderModuleMinor] = 2;
+    StoreBytes(header + kHeaderLoadedLength, static_cast<u32>(loaded));
+    StoreBytes(header + kHeaderGlobalsSize, static_cast<u32>(limit - loaded));
+    StoreBytes(header + kHeaderStackSize, static_cast<u32>(stackTop - limit));
+    StoreBytes(header + kHeaderHeapSize, options.heap);
+    return stackTop + options.heap <= kHighestEnd || Fail(kNoRoom);
+}
+
+void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
+    const Module& module = *plan.module;
+    for (u32 i = 0; i < module.functions.size(); ++i) {
+        const u32 address = parts.functions[plan.functionBase + i];
+        if (address == 0) continue;
+        std::string name = module.functions[i].name;
+        if (name.empty()) name = "function_" + std::to_string(i);
+        result.symbols.push_back({address, true, std::move(name)});
+    }
+}
+
+// The lines of both modules, one entry where the line changes.
+void ImageBuilder::CollectLines() {
+    std::vector<SourceLines> sources;
+    for (const ModulePlan& plan : parts.plans) sources.push_back(ReadSourceLines(*plan.module));
+    std::vector<u32> firstFile;
+    for (const SourceLines& source : sources) {
+        firstFile.push_back(static_cast<u32>(result.files.size()));
+        result.files.insert(result.files.end(), source.files.begin(), source.files.end());
+    }
+    const auto add = [&](TranslatedLine line) {
+        if (line.line == 0 && result.lines.empty()) return;
+        if (!result.lines.empty()) {
+            TranslatedLine& last = result.lines.back();
+            if (last.line == line.line && (line.line == 0 || last.file == line.file)) return;
+            if (last.address == line.address) {
+                last = line;
+                return;
+            }
+        }
+        result.lines.push_back(line);
+    };
+    for (const OriginMark& mark : parts.code.origins) {
+        const SourceLine* const found = FindSourceLine(sources[mark.module], mark.origin);
+        TranslatedLine line{parts.code.base + mark.offset, 0, 0};
+        if (found != nullptr) {
+            line.line = found->line;
+            line.file = firstFile[mark.module] + found->file;
+        }
+        add(line);
+    }
+    add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
+}
+
+void ImageBuilder::CollectSymbols() {
+    for (const ModulePlan& plan : parts.plans) CollectFunctions(plan);
+    for (const AssembleSymbol& symbol : runtime.symbols) {
+        if (symbol.kind != SymbolKind::Code) continue;
+        result.symbols.push_back({static_cast<u32>(symbol.value), true, symbol.name});
+    }
+    const Layout& last = layouts.back();
+    if (parts.plans.back().module->hasMemory) {
+        result.symbols.push_back({static_cast<u32>(last.memoryAt), false, "wasm_memory"});
+    }
+    const Export* const frames = FindExport(FirstModule(), "wasm_frames", ExternalKind::Global);
+    if (frames != nullptr && parts.plans.size() > 1) {
+        const u64 offset = ValueOf(parts.plans[0], FirstModule().globals[frames->index].initial);
+        result.symbols.push_back(
+            {static_cast<u32>(layouts[0].memoryAt + offset), false, "wasm_frames"});
+    }
+    std::stable_sort(result.symbols.begin(), result.symbols.end(),
+                     [](const TranslatedSymbol& a, const TranslatedSymbol& b) {
+                         return a.address < b.address;
+                     });
+    CollectLines();
+}
+
+void ImageBuilder::Run() {
+    layouts.resize(parts.plans.size());
+    u64 at = kHeaderSize + parts.code.bytes.size();
+    for (const ModulePlan& plan : parts.plans) {
+        SizeMemory(plan);
+        layouts[plan.number].dataAt = RoundUp(at, 8);
+        at = layouts[plan.number].dataAt + plan.ownData.size();
+        CheckSegments(plan);
+    }
+    runtimeAt = RoundUp(at, 8);
+    if (runtimeAt > kMaxCode - kPage) {
+        Fail("the code is larger than the 16 MB that the machine's branches reach");
+        return;
+    }
+    if (!AssembleRuntime() || !PlaceMemory() || !LayDataSegments()) return;
+    std::memcpy(result.bytes.data() + kHeaderSize, parts.code.bytes.data(), parts.code.bytes.size());
+    u64 passiveAt = runtime.bytes.size();
+    for (const ModulePlan& plan : parts.plans) {
+        FillCells(plan, passiveAt);
+        FillTables(plan);
+    }
+    Patch();
+    if (!WriteHeader()) return;
+    CollectSymbols();
+    if (options.wantAssembly) result.assembly = FormatAssembly(result, parts.code);
+    result.codeBytes = static_cast<u32>(parts.code.bytes.size());
+    result.ok = true;
+}
+
+}  // namespace
+
+void BuildImage(ImageParts& parts, const TranslateOptions& options, Translation& result) {
+    ImageBuilder{parts, options, result}.Run();
+}
+
+}  // namespace moxi

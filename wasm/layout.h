@@ -1,0 +1,40 @@
+#pragma once
+// What the translated code and the runtime (library/moxi/wasm_runtime.inc) both know.
+
+#include "base/types.h"
+
+namespace moxi {
+
+// The translator's own data begins with these cells. The runtime knows them by the same numbers.
+constexpr u32 kPagesCell = 0;     // u32: the memory's size in pages
+constexpr u32 kBaseCell = 4;      // u32: its image address
+constexpr u32 kLimitCell = 8;     // u64: the memory's size in bytes
+constexpr u32 kBlockCell = 16;    // a service's parameter block of six words
+constexpr u32 kResultCells = 40;  // the second and further results of a call, 8 bytes each
+
+// What a trap is called in the log, in the order of their routines.
+#define WASM_TRAPS(X)                                                       \
+    X(Unreachable, "trap_unreachable", "unreachable")                       \
+    X(DivideByZero, "trap_divide", "integer divide by zero")                \
+    X(Overflow, "trap_overflow", "integer overflow")                        \
+    X(InvalidConversion, "trap_conversion", "invalid conversion to integer") \
+    X(UndefinedElement, "trap_undefined", "undefined element")              \
+    X(UninitializedElement, "trap_uninitialized", "uninitialized element")  \
+    X(TypeMismatch, "trap_type", "indirect call type mismatch")             \
+    X(StackOverflow, "trap_stack", "stack overflow")                        \
+    X(OutOfBounds, "trap_bounds", "out of bounds memory access")
+
+enum class Trap : u8 {
+#define X(name, label, text) name,
+    WASM_TRAPS(X)
+#undef X
+};
+
+inline constexpr const char* kTrapLabels[] = {
+#define X(name, label, text) label,
+    WASM_TRAPS(X)
+#undef X
+};
+constexpr u32 kTrapCount = sizeof kTrapLabels / sizeof kTrapLabels[0];
+
+}  // namespace moxi

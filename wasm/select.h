@@ -1,0 +1,154 @@
+#pragma once
+// Turns trees (tree.h) into instructions (code.h). One record for one function that is being
+// translated; the walk over its body is build.h's.
+
+#include <string>
+#include <vector>
+
+#include "wasm/code.h"
+#include "wasm/layout.h"
+#include "wasm/tree.h"
+
+namespace moxi {
+
+// What an imported function is.
+enum class Service : u8 { None, Sys, Setjmp, Longjmp, Stop, MemoryBase, CartridgeBase, Linked, Empty };
+
+struct ImportTarget {
+    Service service = Service::None;
+    u32 function = 0;  // of a Linked one: its number in the whole image
+};
+
+// What a module's translation shares.
+struct ModulePlan {
+    const Module* module = nullptr;
+    u32 number = 0;         // 0, or 1 of a module that is linked to another one
+    u32 functionBase = 0;   // what the number of a function counts from in the whole image
+    std::vector<ImportTarget> imports;  // of the imported functions
+    bool checkBounds = false;
+    bool canGrow = false;            // the module changes its memory's size
+    std::vector<u32> globalCells;    // where each global lies in the translator's own data
+    std::vector<u32> typeNumbers;    // a number for each type, equal for equal types
+    u32 tableCell = 0;               // 8 bytes an entry: address, number of the type
+    u32 tableSize = 0;
+    u32 dataCells = 0;               // 8 bytes for each data segment: address, size left
+    u32 elementCells = 0;            // likewise for each element segment
+    std::vector<u32> nameCells;      // names of functions, by their number; 0 where none is needed yet
+    std::vector<std::string>* routines = nullptr;  // of the runtime, by number, as they came to be needed
+    std::vector<u8> ownData;         // without what needs addresses
+    std::vector<u32> elementItems;      // where the entries of each passive element segment lie
+};
+
+// The number of a routine of the runtime.
+u32 RoutineNumber(ModulePlan& plan, const std::string& name);
+// Where a function's name lies in the translator's own data.
+u32 NameCell(ModulePlan& plan, u32 function);
+
+struct TrapPlace {
+    Trap trap = Trap::Unreachable;
+    u32 function = 0;
+    u32 label = 0;
+};
+
+struct Selector {
+    ModulePlan& plan;
+    FunctionCode& code;
+    Trees trees;
+    u32 function = 0;  // whose body is walked; a leaf's while it is built in
+    u8 depth = 0;      // of loops
+    u32 origin = 0;
+    std::vector<TrapPlace> traps;
+
+    // --- Instructions (select.cpp)
+    Variable NewVariable() { return code.variables++; }
+    u32 NewLabel() { return code.labels++; }
+    Instruction& Emit(const Instruction& instruction);
+    void Two(TwoOperand op, OperandSize size, const Operand& a, const Operand& b);
+    void One(OneOperand op, OperandSize size, const Operand& a);
+    void Branch(Condition condition, u32 label);
+    void TestBranch(Condition condition, OperandSize size, const Operand& a, u32 label);
+    void Jump(u32 label);
+    void Label(u32 label);
+    u32 TrapLabel(Trap trap);
+    // The code behind the function's end that reports its traps.
+    void EmitTraps();
+
+    // --- Values (select.cpp)
+
+    // The value as the source operand of an operation of that size: computed first where it is
+    // no constant, variable or memory.
+    Operand Source(NodeId id, OperandSize size);
+    // The variable that holds the value; a new one unless the tree is a variable itself.
+    Variable InVariable(NodeId id);
+    // A new variable with the value.
+    Variable InNewVariable(NodeId id);
+    // Computes the value into a variable. The tree may read that variable.
+    void Assign(Variable to, NodeId id);
+    // The same for a piece of memory of that size.
+    void AssignMemory(const Operand& to, OperandSize size, NodeId id);
+    // Copies an operand of a type into a variable, all 8 bytes of it.
+    void Put(Variable to, ValueType type, const Operand& from);
+    // Computes what may trap, and forgets the value.
+    void Discard(NodeId id);
+    void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);
+    bool BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b);
+    void Narrow(Variable to, OperandSize size, NodeId id);
+    bool CanNarrow(NodeId id, OperandSize size) const;
+    Operand NarrowSource(NodeId id, OperandSize size);
+    bool AssignSimple(Variable to, const Node& node);
+    bool AssignMask(Variable to, const Node& node);
+    void AssignPlain(Variable to, NodeId id);
+    void AssignSelect(Variable to, const Node& node);
+    void AssignFrom(Variable to, NodeId held, NodeId id);
+    void AssignRotate(Variable to, const Node& node, bool left);
+    void AssignRemainder(Variable to, const Node& node, OperandSize size);
+    void ClearUpper(Variable variable);
+
+    // --- Conditions (select_compare.cpp)
+
+    // Goes to the label if the value, an i32, is not 0, or with `sense` false if it is.
+    void BranchOn(NodeId id, bool sense, u32 label);
+    void AssignCondition(Variable to, NodeId id);
+    bool BranchOnCompare(const Node& node, bool sense, u32 label);
+    void BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label);
+    void BranchOnEqual(const Node& node, OperandSize size, bool sense, u32 label);
+    void BranchOnOrder(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
+                       u32 label);
+    void BranchOnSigns(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
+                       u32 label);
+
+    // --- Comparisons of floating-point numbers (select_float.cpp)
+
+    void BranchOnFloat(const Node& node, bool sense, u32 label);
+    void CompareWithConstant(Variable x, bool isNonNegative, bool isLong, u64 constant, u8 relation,
+                             u32 yes, u32 no);
+    void CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
+    void CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no);
+
+    // --- Floating point and conversions (select_convert.cpp)
+
+    // Computes what is not integer arithmetic. False when the operator is none of these.
+    bool AssignConversion(Variable to, const Node& node);
+    void AssignInPlace(Variable to, OneOperand op, OperandSize size, NodeId a);
+    void AssignTruncation(Variable to, const Node& node, const char* routine);
+    void AssignCopysign(Variable to, const Node& node);
+    void CallRoutine(const char* name, NodeId a, const NodeId* b);
+
+    // --- Memory (select_memory.cpp)
+
+    // The operand for `bytes` bytes at address + offset.
+    Operand Address(NodeId address, u64 offset, u32 bytes);
+    void AssignLoad(Variable to, const Node& node);
+    void Store(const MemoryOperator& row, NodeId address, u32 offset, NodeId value);
+    void CheckRange(Variable start, Variable count);
+    void MemoryCopy(NodeId to, NodeId from, NodeId count);
+    void MemoryFill(NodeId to, NodeId value, NodeId count);
+    void MemoryInit(u32 segment, NodeId to, NodeId from, NodeId count);
+    void TableMove(u32 cell, NodeId to, NodeId from, NodeId count);
+    Variable MemoryGrow(NodeId pages);
+};
+
+OperandSize SizeOf(ValueType type);
+OperandSize SizeOfBytes(u32 bytes);
+
+}  // namespace moxi

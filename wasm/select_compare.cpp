@@ -1,0 +1,260 @@
+// Comparisons. The machine compares by the sign of a wrapped difference, so an order of numbers that
+// may lie more than half the range apart has to be found out by their signs first.
+
+#include <utility>
+
+#include "wasm/select.h"
+
+namespace moxi {
+
+namespace {
+
+Condition Inverse(Condition condition) {
+    switch (condition) {
+        case Condition::Eq: return Condition::Ne;
+        case Condition::Ne: return Condition::Eq;
+        case Condition::Ge: return Condition::Lt;
+        case Condition::Gt: return Condition::Le;
+        case Condition::Le: return Condition::Gt;
+        case Condition::Lt: return Condition::Ge;
+        case Condition::Ev: return Condition::Od;
+        case Condition::Od: return Condition::Ev;
+    }
+    return condition;
+}
+
+// The condition for the operands exchanged.
+Condition Mirror(Condition condition) {
+    switch (condition) {
+        case Condition::Ge: return Condition::Le;
+        case Condition::Gt: return Condition::Lt;
+        case Condition::Le: return Condition::Ge;
+        case Condition::Lt: return Condition::Gt;
+        default: return condition;
+    }
+}
+
+struct Order {
+    bool isOrder = false;
+    OperandSize size = OperandSize::Long;
+    bool isSigned = true;
+    Condition condition = Condition::Lt;
+};
+
+Order OrderOf(Plain plain) {
+    constexpr OperandSize kLong = OperandSize::Long;
+    constexpr OperandSize kQuad = OperandSize::Quad;
+    switch (plain) {
+        case Plain::I32LtS: return {true, kLong, true, Condition::Lt};
+        case Plain::I32LtU: return {true, kLong, false, Condition::Lt};
+        case Plain::I32GtS: return {true, kLong, true, Condition::Gt};
+        case Plain::I32GtU: return {true, kLong, false, Condition::Gt};
+        case Plain::I32LeS: return {true, kLong, true, Condition::Le};
+        case Plain::I32LeU: return {true, kLong, false, Condition::Le};
+        case Plain::I32GeS: return {true, kLong, true, Condition::Ge};
+        case Plain::I32GeU: return {true, kLong, false, Condition::Ge};
+        case Plain::I64LtS: return {true, kQuad, true, Condition::Lt};
+        case Plain::I64LtU: return {true, kQuad, false, Condition::Lt};
+        case Plain::I64GtS: return {true, kQuad, true, Condition::Gt};
+        case Plain::I64GtU: return {true, kQuad, false, Condition::Gt};
+        case Plain::I64LeS: return {true, kQuad, true, Condition::Le};
+        case Plain::I64LeU: return {true, kQuad, false, Condition::Le};
+        case Plain::I64GeS: return {true, kQuad, true, Condition::Ge};
+        case Plain::I64GeU: return {true, kQuad, false, Condition::Ge};
+        default: return {};
+    }
+}
+
+// Whether the wrapped difference of two i32 has the sign of the true one.
+bool DifferenceFits(const Node& a, const Node& b) {
+    return a.high - b.low <= 2147483647LL && a.low - b.high >= -2147483648LL;
+}
+
+}  // namespace
+
+// The test of a value against zero, of memory or of a variable.
+void Selector::BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label) {
+    const Condition condition = sense ? Condition::Ne : Condition::Eq;
+    const Node node = trees[id];
+    const auto plain = static_cast<Plain>(node.code);
+    const bool isAnd = node.kind == NodeKind::Plain && (plain == Plain::I32And || plain == Plain::I64And);
+    if (isAnd) {
+        if (IsConstant(trees, node.b, 1)) {
+            TestBranch(sense ? Condition::Od : Condition::Ev, OperandSize::Byte,
+                       NarrowSource(node.a, OperandSize::Byte), label);
+            return;
+        }
+        const Operand b = Source(node.b, size);
+        Operand a = Source(node.a, size);
+        if (a.place == Place::Immediate) a = InRegister(InNewVariable(node.a));
+        Two(TwoOperand::Test, size, a, b);
+        Branch(condition, label);
+        return;
+    }
+    if (node.kind == NodeKind::Load) {
+        const u32 bytes = kOperators.memory[node.code].bytes;
+        TestBranch(condition, SizeOfBytes(bytes), Address(node.a, node.value, bytes), label);
+        return;
+    }
+    TestBranch(condition, size, InRegister(InVariable(id)), label);
+}
+
+void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32 label) {
+    const Condition condition = sense ? Condition::Eq : Condition::Ne;
+    NodeId first = node.a;
+    NodeId second = node.b;
+    if (IsConstant(trees, second, 0)) {
+        BranchOnZero(first, size, !sense, label);
+        return;
+    }
+    if (IsConstant(trees, first)) std::swap(first, second);
+    const Node& loaded = trees[first];
+    if (loaded.kind == NodeKind::Load && IsConstant(trees, second)) {
+        // A constant that a short value can have is compared where it lies.
+        const MemoryOperator& row = kOperators.memory[loaded.code];
+        const u64 value = trees[second].value;
+        if (!row.isSigned && row.bytes < 4 && value < u64{1} << (8 * row.bytes)) {
+            const Operand a = Address(loaded.a, loaded.value, row.bytes);
+            Two(TwoOperand::Cmp, SizeOfBytes(row.bytes), a, Number(static_cast<i64>(value)));
+            Branch(condition, label);
+            return;
+        }
+    }
+    Operand a = Source(first, size);
+    if (a.place == Place::Immediate) a = InRegister(InNewVariable(first));
+    const Operand b = Source(second, size);
+    Two(TwoOperand::Cmp, size, a, b);
+    Branch(condition, label);
+}
+
+// Signs first: where they differ they decide, where they agree the difference cannot wrap.
+void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool isSigned,
+                             Condition condition, u32 label) {
+    // Whether the branch is taken when the first is smaller, or larger.
+    const bool takenIfLess = condition == Condition::Lt || condition == Condition::Le;
+    // A number with its highest bit set is the smaller one as signed, the larger one as unsigned.
+    const bool takenIfFirstHasBit = takenIfLess == isSigned;
+    const Variable a = InVariable(first);
+    const u32 end = NewLabel();
+    if (IsConstant(trees, second)) {
+        const Operand b = Source(second, size);
+        const u64 value = trees[second].value;
+        const bool hasBit = size == OperandSize::Long ? (value >> 31 & 1) != 0 : value >> 63 != 0;
+        // The first one's bit differs from the constant's.
+        const bool taken = hasBit ? !takenIfFirstHasBit : takenIfFirstHasBit;
+        TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(a), taken ? label : end);
+        Two(TwoOperand::Cmp, size, InRegister(a), b);
+        Branch(condition, label);
+        Label(end);
+        return;
+    }
+    const Variable b = InVariable(second);
+    const u32 negative = NewLabel();
+    const u32 compare = NewLabel();
+    TestBranch(Condition::Lt, size, InRegister(a), negative);
+    TestBranch(Condition::Lt, size, InRegister(b), takenIfFirstHasBit ? end : label);
+    Label(compare);
+    Two(TwoOperand::Cmp, size, InRegister(a), InRegister(b));
+    Branch(condition, label);
+    Jump(end);
+    Label(negative);
+    TestBranch(Condition::Lt, size, InRegister(b), compare);
+    if (takenIfFirstHasBit) Jump(label);
+    Label(end);
+}
+
+void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool isSigned,
+                             Condition condition, u32 label) {
+    if (IsConstant(trees, first)) {
+        std::swap(first, second);
+        condition = Mirror(condition);
+    }
+    const bool isLong = size == OperandSize::Long;
+    if (isSigned && IsConstant(trees, second, 0)) {
+        const Node& node = trees[first];
+        if (node.kind == NodeKind::Load) {
+            const MemoryOperator& row = kOperators.memory[node.code];
+            if (row.isSigned || row.bytes == (isLong ? 4 : 8)) {
+                TestBranch(condition, SizeOfBytes(row.bytes),
+                           Address(node.a, node.value, row.bytes), label);
+                return;
+            }
+        }
+        TestBranch(condition, size, InRegister(InVariable(first)), label);
+        return;
+    }
+    const Node a = trees[first];
+    const Node b = trees[second];
+    const bool bothPositive = isLong && a.low >= 0 && b.low >= 0;
+    if ((isLong && isSigned && DifferenceFits(a, b)) || bothPositive) {
+        Operand left = Source(first, size);
+        if (left.place == Place::Immediate) left = InRegister(InNewVariable(first));
+        const Operand right = Source(second, size);
+        Two(TwoOperand::Cmp, size, left, right);
+        Branch(condition, label);
+        return;
+    }
+    if (isLong && !isSigned) {
+        // The upper halves are clear, so as 64 bits neither is negative.
+        Variable left = InVariable(first);
+        const Operand right = b.kind == NodeKind::Constant ? Number(static_cast<i64>(b.value))
+                                                           : InRegister(InVariable(second));
+        Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(left), right);
+        Branch(condition, label);
+        return;
+    }
+    BranchOnSigns(first, second, size, isSigned, condition, label);
+}
+
+bool Selector::BranchOnCompare(const Node& node, bool sense, u32 label) {
+    const auto plain = static_cast<Plain>(node.code);
+    switch (plain) {
+        case Plain::I32Eqz: BranchOn(node.a, !sense, label); return true;
+        case Plain::I64Eqz: BranchOnZero(node.a, OperandSize::Quad, !sense, label); return true;
+        case Plain::I32Eq: BranchOnEqual(node, OperandSize::Long, sense, label); return true;
+        case Plain::I32Ne: BranchOnEqual(node, OperandSize::Long, !sense, label); return true;
+        case Plain::I64Eq: BranchOnEqual(node, OperandSize::Quad, sense, label); return true;
+        case Plain::I64Ne: BranchOnEqual(node, OperandSize::Quad, !sense, label); return true;
+        default: break;
+    }
+    const Order order = OrderOf(plain);
+    if (order.isOrder) {
+        BranchOnOrder(node.a, node.b, order.size, order.isSigned,
+                      sense ? order.condition : Inverse(order.condition), label);
+        return true;
+    }
+    if (node.code >= static_cast<u8>(Plain::F32Eq) && node.code <= static_cast<u8>(Plain::F64Ge)) {
+        BranchOnFloat(node, sense, label);
+        return true;
+    }
+    return false;
+}
+
+void Selector::BranchOn(NodeId id, bool sense, u32 label) {
+    const Node node = trees[id];
+    if (node.kind == NodeKind::Constant) {
+        if ((static_cast<u32>(node.value) != 0) == sense) Jump(label);
+        return;
+    }
+    if (node.kind == NodeKind::Plain && BranchOnCompare(node, sense, label)) return;
+    BranchOnZero(id, OperandSize::Long, sense, label);
+}
+
+// A comparison as a number. What is left over for it is never anything else.
+void Selector::AssignCondition(Variable to, NodeId id) {
+    const Node node = trees[id];
+    if (IsPlain(trees, id, Plain::I32LtS) && IsConstant(trees, node.b, 0)) {
+        Assign(to, node.a);
+        Two(TwoOperand::Lsr, OperandSize::Long, InRegister(to), Number(31));
+        return;
+    }
+    const Variable result = ReadsVariable(trees, id, to) ? NewVariable() : to;
+    const u32 skip = NewLabel();
+    Put(result, ValueType::I32, Number(1));
+    BranchOn(id, true, skip);
+    Put(result, ValueType::I32, Number(0));
+    Label(skip);
+    if (result != to) Put(to, ValueType::I32, InRegister(result));
+}
+
+}  // namespace moxi

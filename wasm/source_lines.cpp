@@ -1,0 +1,300 @@
+#include "wasm/source_lines.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "wasm/cursor.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr u64 kMaxFiles = 65536;
+
+// Forms of the entries in the header of version 5.
+enum class Form : u64 {
+    Data2 = 0x05,
+    Data4 = 0x06,
+    Data8 = 0x07,
+    String = 0x08,
+    Data1 = 0x0B,
+    Strp = 0x0E,
+    Udata = 0x0F,
+    LineStrp = 0x1F,
+    Data16 = 0x1E,
+};
+constexpr u64 kContentPath = 1;
+constexpr u64 kContentDirectory = 2;
+
+struct Entry {
+    std::string path;
+    u64 directory = 0;
+};
+
+struct EntryFormat {
+    u64 content = 0;
+    u64 form = 0;
+};
+
+std::string_view SectionOf(const Module& module, std::string_view name) {
+    for (const CustomSection& section : module.custom) {
+        if (section.name == name) return section.bytes;
+    }
+    return {};
+}
+
+ByteCursor CursorOver(std::string_view bytes) {
+    const auto* const start = reinterpret_cast<const u8*>(bytes.data());
+    return {start, start + bytes.size(), nullptr};
+}
+
+std::string Text(ByteCursor& cursor) {
+    const u8* const start = cursor.at;
+    while (!cursor.AtEnd() && *cursor.at != 0) ++cursor.at;
+    std::string text(reinterpret_cast<const char*>(start), static_cast<size_t>(cursor.at - start));
+    cursor.Byte();
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) < 32) c = '?';
+    }
+    return text;
+}
+
+struct TableReader {
+    const Module& module;
+    SourceLines& result;
+    ByteCursor unit{};      // one unit of the table
+    u32 version = 0;
+    u32 lineRange = 1;
+    i32 lineBase = 0;
+    u32 opcodeBase = 1;
+    u32 step = 1;           // of addresses
+    std::vector<u8> operandCounts{};
+    std::vector<std::string> directories{};
+    std::vector<u32> files{};  // the unit's numbers to those of the result
+
+    u32 AddFile(const std::string& directory, const std::string& name);
+    std::string StringAt(std::string_view section, u64 offset) const;
+    Entry ReadEntry(const std::vector<EntryFormat>& formats);
+    std::vector<Entry> ReadEntries();
+    bool ReadNames();
+    bool ReadHeader();
+    void RunProgram();
+    void Run();
+};
+
+// A variable-length number whose size nobody has promised.
+u64 ReadLeb(ByteCursor& cursor) {
+    u64 value = 0;
+    for (u32 shift = 0;; shift += 7) {
+        const u8 byte = cursor.Byte();
+        if (shift < 64) value |= u64{byte & 0x7Fu} << shift;
+        if ((byte & 0x80) == 0) return value;
+    }
+}
+
+i64 ReadSignedLeb(ByteCursor& cursor) {
+    u64 value = 0;
+    for (u32 shift = 0;;) {
+        const u8 byte = cursor.Byte();
+        if (shift < 64) value |= u64{byte & 0x7Fu} << shift;
+        shift += 7;
+        if ((byte & 0x80) != 0) continue;
+        if (shift < 64 && (byte & 0x40) != 0) value |= ~u64{0} << shift;
+        return static_cast<i64>(value);
+    }
+}
+
+u16 ReadShort(ByteCursor& cursor) {
+    const u8 low = cursor.Byte();
+    return static_cast<u16>(low | cursor.Byte() << 8);
+}
+
+u32 TableReader::AddFile(const std::string& directory, const std::string& name) {
+    const bool isWhole = directory.empty() || (!name.empty() && name[0] == '/');
+    const std::string path = isWhole ? name : directory + "/" + name;
+    const auto found = std::find(result.files.begin(), result.files.end(), path);
+    if (found != result.files.end()) return static_cast<u32>(found - result.files.begin());
+    result.files.push_back(path);
+    return static_cast<u32>(result.files.size() - 1);
+}
+
+std::string TableReader::StringAt(std::string_view section, u64 offset) const {
+    if (offset >= section.size()) return {};
+    ByteCursor cursor = CursorOver(section.substr(offset));
+    return Text(cursor);
+}
+
+Entry TableReader::ReadEntry(const std::vector<EntryFormat>& formats) {
+    Entry entry;
+    for (const EntryFormat& format : formats) {
+        u64 number = 0;
+        std::string text;
+        switch (static_cast<Form>(format.form)) {
+            case Form::Data1: number = unit.Byte(); break;
+            case Form::Data2: number = ReadShort(unit); break;
+            case Form::Data4: number = unit.Word(); break;
+            case Form::Data8: number = unit.Quad(); break;
+            case Form::Data16: unit.Bytes(16); break;
+            case Form::Udata: number = ReadLeb(unit); break;
+            case Form::String: text = Text(unit); break;
+            case Form::Strp: text = StringAt(SectionOf(module, ".debug_str"), unit.Word()); break;
+            case Form::LineStrp:
+                text = StringAt(SectionOf(module, ".debug_line_str"), unit.Word());
+                break;
+            default: unit.Fail("unknown form"); break;
+        }
+        if (format.content == kContentPath) entry.path = text;
+        if (format.content == kContentDirectory) entry.directory = number;
+    }
+    return entry;
+}
+
+std::vector<Entry> TableReader::ReadEntries() {
+    std::vector<EntryFormat> formats(unit.Byte());
+    for (EntryFormat& format : formats) {
+        format.content = ReadLeb(unit);
+        format.form = ReadLeb(unit);
+    }
+    const u64 count = ReadLeb(unit);
+    std::vector<Entry> entries;
+    for (u64 i = 0; i < count && i < kMaxFiles && unit.failed == nullptr; ++i) {
+        entries.push_back(ReadEntry(formats));
+    }
+    return entries;
+}
+
+// The names of folders and files: lists of strings up to version 4, tables from version 5 on.
+bool TableReader::ReadNames() {
+    const auto folder = [&](u64 number) {
+        return number < directories.size() ? directories[number] : std::string();
+    };
+    if (version >= 5) {
+        for (const Entry& entry : ReadEntries()) directories.push_back(entry.path);
+        for (const Entry& entry : ReadEntries()) {
+            files.push_back(AddFile(entry.directory == 0 ? "" : folder(entry.directory), entry.path));
+        }
+        return unit.failed == nullptr;
+    }
+    directories.emplace_back();  // number 0 is where the compiler ran
+    for (std::string name = Text(unit); !name.empty(); name = Text(unit)) {
+        directories.push_back(name);
+        if (directories.size() > kMaxFiles) return false;
+    }
+    files.push_back(AddFile("", "?"));  // files count from 1
+    for (std::string name = Text(unit); !name.empty(); name = Text(unit)) {
+        const u64 directory = ReadLeb(unit);
+        ReadLeb(unit);
+        ReadLeb(unit);
+        files.push_back(AddFile(folder(directory), name));
+        if (files.size() > kMaxFiles) return false;
+    }
+    return unit.failed == nullptr;
+}
+
+bool TableReader::ReadHeader() {
+    version = ReadShort(unit);
+    if (version < 2 || version > 5) return false;
+    if (version >= 5) unit.Bytes(2);  // sizes of addresses and segments
+    const u32 headerLength = unit.Word();
+    if (headerLength > unit.Left()) return false;
+    const u8* const program = unit.at + headerLength;
+    step = unit.Byte();
+    if (version >= 4) unit.Byte();  // operations in an instruction
+    unit.Byte();                    // whether rows are statements to begin with
+    lineBase = static_cast<i8>(unit.Byte());
+    lineRange = unit.Byte();
+    opcodeBase = unit.Byte();
+    if (lineRange == 0 || opcodeBase == 0) return false;
+    for (u32 i = 1; i < opcodeBase; ++i) operandCounts.push_back(unit.Byte());
+    if (!ReadNames()) return false;
+    unit.at = program;
+    return unit.failed == nullptr;
+}
+
+void TableReader::RunProgram() {
+    u64 address = 0;
+    u64 file = 1;
+    i64 line = 1;
+    const auto add = [&](i64 number) {
+        const u64 offset = address + module.codeOffset;
+        if (offset > 0xFFFFFFFF) return;
+        const u32 known = file < files.size() ? files[file] : 0;
+        const bool isLine = number > 0 && file < files.size();
+        result.lines.push_back(
+            {static_cast<u32>(offset), isLine ? static_cast<u32>(number) : 0, known});
+    };
+    while (!unit.AtEnd()) {
+        const u8 opcode = unit.Byte();
+        if (opcode >= opcodeBase) {
+            const u32 special = opcode - opcodeBase;
+            address += u64{special / lineRange} * step;
+            line += lineBase + static_cast<i64>(special % lineRange);
+            add(line);
+            continue;
+        }
+        if (opcode == 0) {
+            const u64 length = ReadLeb(unit);
+            if (length == 0 || length > unit.Left()) return;
+            const u8* const end = unit.at + length;
+            const u8 extended = unit.Byte();
+            if (extended == 1) {  // the end of a sequence
+                add(0);
+                address = 0;
+                file = 1;
+                line = 1;
+            } else if (extended == 2) {
+                address = length >= 9 ? unit.Quad() : unit.Word();
+            }
+            unit.at = end;
+            continue;
+        }
+        switch (opcode) {
+            case 1: add(line); break;
+            case 2: address += ReadLeb(unit) * step; break;
+            case 3: line += ReadSignedLeb(unit); break;
+            case 4: file = ReadLeb(unit); break;
+            case 8: address += u64{(255 - opcodeBase) / lineRange} * step; break;
+            case 9: address += ReadShort(unit); break;
+            default:
+                for (u32 i = 0; i < operandCounts[opcode - 1]; ++i) ReadLeb(unit);
+                break;
+        }
+    }
+}
+
+void TableReader::Run() {
+    if (ReadHeader()) RunProgram();
+}
+
+}  // namespace
+
+SourceLines ReadSourceLines(const Module& module) {
+    SourceLines result;
+    ByteCursor section = CursorOver(SectionOf(module, ".debug_line"));
+    while (section.Left() > 4) {
+        const u32 length = section.Word();
+        const u8* const start = section.Bytes(length);
+        if (section.failed != nullptr) break;
+        TableReader reader{module, result};
+        reader.unit = {start, start + length, nullptr};
+        reader.Run();
+    }
+    // Where a sequence ends and another one begins, the beginning counts.
+    std::stable_sort(result.lines.begin(), result.lines.end(),
+                     [](const SourceLine& a, const SourceLine& b) {
+                         if (a.offset != b.offset) return a.offset < b.offset;
+                         return a.line == 0 && b.line != 0;
+                     });
+    return result;
+}
+
+const SourceLine* FindSourceLine(const SourceLines& lines, u32 offset) {
+    const auto after = std::upper_bound(
+        lines.lines.begin(), lines.lines.end(), offset,
+        [](u32 at, const SourceLine& line) { return at < line.offset; });
+    if (after == lines.lines.begin()) return nullptr;
+    const SourceLine& line = *(after - 1);
+    return line.line == 0 ? nullptr : &line;
+}
+
+}  // namespace moxi

@@ -1,0 +1,85 @@
+#pragma once
+// Values that have not been computed yet. WebAssembly's stack holds trees of operators while a
+// function is read; they become instructions when something needs them, with the place known where
+// the result has to go.
+
+#include <vector>
+
+#include "base/types.h"
+#include "wasm/code.h"
+#include "wasm/module.h"
+#include "wasm/operators.h"
+
+namespace moxi {
+
+using NodeId = u32;
+
+enum class NodeKind : u8 {
+    Constant,    // value: the bits
+    Local,       // value: the variable
+    Global,      // value: the global
+    Load,        // code: the row of the memory operators; a the address, value the offset
+    Plain,       // code: the operator; a, b
+    Select,      // c ? a : b
+    MemorySize,  // in pages
+};
+
+struct Node {
+    NodeKind kind = NodeKind::Constant;
+    u8 code = 0;
+    ValueType type = ValueType::I32;
+    bool readsMemory = false;
+    bool readsGlobals = false;
+    bool traps = false;      // may trap, so it must be computed even if nobody wants the value
+    bool isNonNegative = false;  // a float that is not below zero, or not a number
+    u8 depth = 0;
+    NodeId a = 0;
+    NodeId b = 0;
+    NodeId c = 0;
+    u64 value = 0;
+    u64 reads = 0;  // a bit for each variable modulo 64 that the tree reads
+    // What an i32 can be, as a signed number. Anything for other types.
+    i64 low = -2147483648LL;
+    i64 high = 2147483647LL;
+};
+
+struct Trees {
+    std::vector<Node> nodes;
+    bool checkBounds = false;  // then a load may trap
+
+    const Node& operator[](NodeId id) const { return nodes[id]; }
+    NodeId Add(const Node& node) {
+        nodes.push_back(node);
+        return static_cast<NodeId>(nodes.size() - 1);
+    }
+};
+
+NodeId MakeConstant(Trees& trees, ValueType type, u64 bits);
+NodeId MakeVariable(Trees& trees, ValueType type, Variable variable);
+NodeId MakeGlobal(Trees& trees, ValueType type, u32 global);
+NodeId MakeLoad(Trees& trees, u8 code, NodeId address, u32 offset);
+// An operator, simplified where its operands allow it. `b` is not looked at for unary ones.
+NodeId MakePlain(Trees& trees, u8 code, NodeId a, NodeId b);
+NodeId MakeSelect(Trees& trees, NodeId condition, NodeId a, NodeId b);
+NodeId MakeMemorySize(Trees& trees);
+
+bool ReadsVariable(const Trees& trees, NodeId id, Variable variable);
+bool SameTree(const Trees& trees, NodeId a, NodeId b);
+
+inline bool IsConstant(const Trees& trees, NodeId id) {
+    return trees[id].kind == NodeKind::Constant;
+}
+inline bool IsConstant(const Trees& trees, NodeId id, u64 bits) {
+    return trees[id].kind == NodeKind::Constant && trees[id].value == bits;
+}
+inline bool IsVariable(const Trees& trees, NodeId id) {
+    return trees[id].kind == NodeKind::Local;
+}
+inline bool IsLeaf(const Trees& trees, NodeId id) {
+    return IsConstant(trees, id) || IsVariable(trees, id);
+}
+inline bool IsPlain(const Trees& trees, NodeId id, Plain code) {
+    return trees[id].kind == NodeKind::Plain && trees[id].code == static_cast<u8>(code);
+}
+
+}  // namespace moxi
