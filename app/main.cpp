@@ -29,6 +29,7 @@
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "kit/debugger.h"
+#include "kit/new_game.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
@@ -133,6 +134,11 @@ int main(int argc, char** argv) {
     PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
+    if (!options.newGame.empty()) {
+        const NewGameResult made = MakeNewGame(options.newGame, options.newInC ? "c" : "assembly");
+        if (made.status != 0) RefuseCommandLine(made.problem);
+        return made.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
         PrintUsage();

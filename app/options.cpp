@@ -172,6 +172,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
+    CLI::Option* const newGame =
+        app.add_option("--new", options.newGame, "author's kit: begin a game in a new folder")
+            ->type_name("FOLDER")
+            ->check(filled);
+    app.add_flag("--c", options.newInC, "with --new: a game in C")->needs(newGame);
     app.set_version_flag("--version", kVersion);
     try {
         app.parse(argc, argv);

@@ -27,6 +27,8 @@ struct Options {
     std::string profile;
     bool watch = false;
     std::string bundle;
+    std::string newGame;  // the folder of a game to begin
+    bool newInC = false;
 };
 
 // What the command line asks for: a run, or an end with this status (help and version have been

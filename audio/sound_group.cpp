@@ -3,6 +3,7 @@
 #include "audio/music.h"
 #include "audio/sound.h"
 #include "sys/param.h"
+#include "sys/services.h"
 
 namespace {
 
@@ -21,12 +22,12 @@ void Music(u32 arguments) {
 }  // namespace
 
 void SysSoundGroup(u32 sub, u32 arguments) {
-    switch (sub) {
-        case 0: PlaySound(TextArgument(arguments, 0)); return;
-        case 1: Music(arguments); return;
-        case 2: StopMusic(); return;
-        case 3: SetResult(musicPlaying ? 1 : 0); return;
-        case 4: SetResult(SoundLength(TextArgument(arguments, 0))); return;
+    switch (kSoundServices | sub) {
+        case SYS_PLAY_SOUND: PlaySound(TextArgument(arguments, 0)); return;
+        case SYS_PLAY_MUSIC: Music(arguments); return;
+        case SYS_STOP_MUSIC: StopMusic(); return;
+        case SYS_MUSIC_PLAYING: SetResult(musicPlaying ? 1 : 0); return;
+        case SYS_SOUND_LENGTH: SetResult(SoundLength(TextArgument(arguments, 0))); return;
         default: return;
     }
 }

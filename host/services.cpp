@@ -16,6 +16,7 @@
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "sys/param.h"
+#include "sys/services.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
@@ -137,24 +138,24 @@ std::string DataFolder() {
     return path != nullptr ? path : "";
 }
 
-void CallWindowService(u32 sub, u32 a0) {
-    switch (sub) {
-        case 8: GetWindowGeometry(a0); break;
-        case 9: SetWindowGeometry(a0); break;
-        case 10: SetSizeResult(windowedWidth, windowedHeight); break;
-        case 11: SetWindowTitle(CheckedString(a0)); break;
-        case 16: desktop.setHandCursor(static_cast<u16>(a0) == kHandCursor); break;
+void CallWindowService(u32 command, u32 a0) {
+    switch (command) {
+        case SYS_GET_WINDOW: GetWindowGeometry(a0); break;
+        case SYS_SET_WINDOW: SetWindowGeometry(a0); break;
+        case SYS_WINDOWED_SIZE: SetSizeResult(windowedWidth, windowedHeight); break;
+        case SYS_WINDOW_TITLE: SetWindowTitle(CheckedString(a0)); break;
+        case SYS_SET_CURSOR: desktop.setHandCursor(static_cast<u16>(a0) == kHandCursor); break;
         default: SetSizeResult(screenBitmap.width, screenBitmap.height);
     }
 }
 
-void CallTextService(u32 sub, u32 a0) {
-    switch (sub) {
-        case 12: CopyText(a0, DataFolder()); break;
-        case 13: CopyText(a0, folders.bundle); break;
-        case 14: SetResult(GetVersion(a0)); break;
-        case 15: CopyText(a0, "Cmd"); break;
-        case 17: desktop.openUrl(MacRomanToUtf8(CheckedString(a0))); break;
+void CallTextService(u32 command, u32 a0) {
+    switch (command) {
+        case SYS_DATA_FOLDER: CopyText(a0, DataFolder()); break;
+        case SYS_BUNDLE_PATH: CopyText(a0, folders.bundle); break;
+        case SYS_VERSION: SetResult(GetVersion(a0)); break;
+        case SYS_COMMAND_KEY_NAME: CopyText(a0, "Cmd"); break;
+        case SYS_OPEN_WEB: desktop.openUrl(MacRomanToUtf8(CheckedString(a0))); break;
         default: CopyText(a0, "/");
     }
 }
@@ -172,29 +173,31 @@ std::string VersionText(const char* release, u32& packed) {
 }
 
 void SysHostGroup(u32 sub, u32 arguments) {
-    constexpr u32 kServices = 22;
-    if (sub >= kServices) {
+    const u32 command = kHostServices | sub;
+    if (command > SYS_WAIT) {
         ReportUnknownCommand();
         return;
     }
-    const u32 a0 = sub == 2 || sub == 10 || sub == 18 ? 0 : Argument(arguments, 0);
-    switch (sub) {
-        case 0: ShowFatalMessage(CheckedString(a0)); break;
-        case 1: GetEOL(a0, static_cast<i32>(Argument(arguments, 1))); break;
-        case 2: SetSizeResult(visibleWidth, visibleHeight); break;
-        case 3: SetResult(PeekKeyMessage(a0)); break;
-        case 4: SetResult(TakeLatestPointer(a0)); break;
-        case 5: GetClipboardText(a0, Argument(arguments, 1)); break;
-        case 6: desktop.setClipboardText(CheckedString(a0)); break;
-        case 7: break;
-        case 8:
-        case 9:
-        case 10:
-        case 11:
-        case 16:
-        case 18: CallWindowService(sub, a0); break;
-        case 19: SetResult(a0 & buttonsAndModifiers); break;
-        case 21: Delay(a0); break;
-        default: CallTextService(sub, a0);
+    const bool takesNothing =
+        command == SYS_VISIBLE_SIZE || command == SYS_WINDOWED_SIZE || command == SYS_SCREEN_SIZE;
+    const u32 a0 = takesNothing ? 0 : Argument(arguments, 0);
+    switch (command) {
+        case SYS_SHOW_MESSAGE: ShowFatalMessage(CheckedString(a0)); break;
+        case SYS_LINE_END: GetEOL(a0, static_cast<i32>(Argument(arguments, 1))); break;
+        case SYS_VISIBLE_SIZE: SetSizeResult(visibleWidth, visibleHeight); break;
+        case SYS_PEEK_KEY: SetResult(PeekKeyMessage(a0)); break;
+        case SYS_TAKE_POINTER: SetResult(TakeLatestPointer(a0)); break;
+        case SYS_READ_CLIPBOARD: GetClipboardText(a0, Argument(arguments, 1)); break;
+        case SYS_WRITE_CLIPBOARD: desktop.setClipboardText(CheckedString(a0)); break;
+        case SYS_NOTHING: break;
+        case SYS_GET_WINDOW:
+        case SYS_SET_WINDOW:
+        case SYS_WINDOWED_SIZE:
+        case SYS_WINDOW_TITLE:
+        case SYS_SET_CURSOR:
+        case SYS_SCREEN_SIZE: CallWindowService(command, a0); break;
+        case SYS_HELD_BUTTONS: SetResult(a0 & buttonsAndModifiers); break;
+        case SYS_WAIT: Delay(a0); break;
+        default: CallTextService(command, a0);
     }
 }

@@ -12,6 +12,7 @@
 #include "desktop/folders.h"
 #include "host/bundle.h"
 #include "host/plist.h"
+#include "kit/new_folder.h"
 #include "kit/ship_runtime.h"
 
 namespace fs = std::filesystem;
@@ -29,17 +30,6 @@ bool HoldsGame(const std::string& path) {
     if (!FindGame(path).empty()) return false;
     std::error_code error;
     return fs::is_regular_file(fs::path(folders.resources) / "MAIN.MX", error);
-}
-
-// Why the folder cannot be made, "" when it can.
-std::string WhyNotNew(const std::string& path) {
-    std::error_code error;
-    const fs::file_status status = fs::symlink_status(path, error);
-    if (status.type() == fs::file_type::not_found) return "";
-    if (status.type() != fs::file_type::directory) return "is there already";
-    if (!fs::is_empty(path, error))
-        return error ? error.message() : "is a folder that is not empty";
-    return "";
 }
 
 // Absolute and without links, as far as it exists; no "/" at the end.

@@ -7,6 +7,7 @@
 #include "sys/files.h"
 #include "sys/find.h"
 #include "sys/param.h"
+#include "sys/services.h"
 #include "vm/machine.h"
 
 namespace {
@@ -69,31 +70,31 @@ void SysFileGroup(u32 sub, u32 arguments) {
     FoundEntry entry = {};
     u32 time = 0;
     u32 kind = 0;
-    switch (sub) {
-        case 0: SetResult(OpenFile(text(0), number(1))); return;
-        case 1: SetResult(AtEndOfFile(number(0))); return;
-        case 2: Read(arguments); return;
-        case 3: Write(arguments); return;
-        case 4: SetResult(SeekFile(number(0), number(1), number(2))); return;
-        case 5: DeleteFile(text(0)); return;
-        case 6: SetResult(MakeFolder(text(0))); return;
-        case 7: RemoveFolder(text(0)); return;
-        case 8: CloseFile(number(0)); return;
-        case 9: SetResult(FileSize(text(0), &time, &kind)); return;
-        case 10: FileTime(arguments); return;
-        case 11: {
+    switch (kFileServices | sub) {
+        case SYS_FILE_OPEN: SetResult(OpenFile(text(0), number(1))); return;
+        case SYS_FILE_AT_END: SetResult(AtEndOfFile(number(0))); return;
+        case SYS_FILE_READ: Read(arguments); return;
+        case SYS_FILE_WRITE: Write(arguments); return;
+        case SYS_FILE_SEEK: SetResult(SeekFile(number(0), number(1), number(2))); return;
+        case SYS_FILE_DELETE: DeleteFile(text(0)); return;
+        case SYS_MAKE_FOLDER: SetResult(MakeFolder(text(0))); return;
+        case SYS_REMOVE_FOLDER: RemoveFolder(text(0)); return;
+        case SYS_FILE_CLOSE: CloseFile(number(0)); return;
+        case SYS_FILE_SIZE: SetResult(FileSize(text(0), &time, &kind)); return;
+        case SYS_FILE_TIME: FileTime(arguments); return;
+        case SYS_FIND_FIRST: {
             const bool found = FindFirst(text(0), &entry);
             StoreEntry(found, entry, number(1), number(2), number(3));
             return;
         }
-        case 12: {
+        case SYS_FIND_NEXT: {
             const bool found = FindNext(&entry);
             StoreEntry(found, entry, number(0), number(1), number(2));
             return;
         }
-        case 13: EndFind(); return;
-        case 14: Base64(arguments); return;
-        case 15: MoveFile(text(0), text(1)); return;
+        case SYS_END_FIND: EndFind(); return;
+        case SYS_FILE_WRITE_BASE64: Base64(arguments); return;
+        case SYS_FILE_MOVE: MoveFile(text(0), text(1)); return;
         default: ReportUnknownCommand();
     }
 }

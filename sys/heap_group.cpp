@@ -1,14 +1,15 @@
 #include "sys/heap_group.h"
 
 #include "sys/param.h"
+#include "sys/services.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 
 void SysHeapGroup(u32 sub, u32 arguments) {
-    switch (sub) {
-        case 0: SetResult(AllocHeap(Argument(arguments, 0))); return;
-        case 1: FreeHeap(Argument(arguments, 0)); return;
-        case 2: {
+    switch (kHeapServices | sub) {
+        case SYS_ALLOC: SetResult(AllocHeap(Argument(arguments, 0))); return;
+        case SYS_FREE: FreeHeap(Argument(arguments, 0)); return;
+        case SYS_LOCK: {
             // A lock taken through the service belongs to the caller of the module's small service
             // routine, not to that routine: 20 bytes up is where the caller's stack begins, so the
             // routine's own return does not release the lock.
@@ -20,8 +21,8 @@ void SysHeapGroup(u32 sub, u32 arguments) {
             SetResult(address);
             return;
         }
-        case 3: UnlockHeap(Argument(arguments, 0)); return;
-        case 4: SetResult(GetHeapAdr(Argument(arguments, 0))); return;
+        case SYS_UNLOCK: UnlockHeap(Argument(arguments, 0)); return;
+        case SYS_BLOCK_ADDRESS: SetResult(GetHeapAdr(Argument(arguments, 0))); return;
         default: return;
     }
 }

@@ -4,6 +4,7 @@
 
 #include "sys/dispatch.h"
 #include "sys/param.h"
+#include "sys/services.h"
 #include "sys/settings.h"
 #include "vm/machine.h"
 
@@ -32,24 +33,36 @@ void SysProfileGroup(u32 sub, u32 arguments) {
     // Names and texts are looked at only where there is something to do with them.
     const bool buffer = HasSettings();
     const bool section = HasCurrentSection();
-    switch (sub) {
-        case 0: SetResult(LoadSettings(text(0))); return;
-        case 1: SetResult(buffer ? SaveSettings(text(0)) : 0); return;
-        case 2: DiscardSettings(); return;
-        case 3: SetResult(buffer ? SelectSection(text(0)) : 0); return;
-        case 4: SetResult(section ? SelectKey(text(0)) : 0); return;
-        case 5: StoreNumber(number(0)); return;
-        case 6: StoreText(number(0), number(1), ReadString(number(1))); return;
-        case 7: SetResult(buffer ? AddSection(text(0)) : 0); return;
-        case 8: SetResult(section ? WriteRawValue(text(0), text(1)) : 0); return;
-        case 9: DeleteSection(); return;
-        case 10: SetResult(section ? DeleteKey(text(0)) : 0); return;
-        case 11: StoreText(number(0), number(1), NextSectionName(number(1))); return;
-        case 12: ClearSettings(); return;
-        case 13: SetResult(AtEndOfLine()); return;
-        case 14: SetResult(section ? AppendNumber(text(0), number(1), number(2)) : 0); return;
-        case 15: SetResult(section ? AppendString(text(0), text(1)) : 0); return;
-        case 16: StoreText(number(0), number(1), ReadRawLine(number(1))); return;
+    switch (kSettingsServices | sub) {
+        case SYS_SETTINGS_LOAD: SetResult(LoadSettings(text(0))); return;
+        case SYS_SETTINGS_SAVE: SetResult(buffer ? SaveSettings(text(0)) : 0); return;
+        case SYS_SETTINGS_DISCARD: DiscardSettings(); return;
+        case SYS_SETTINGS_SECTION: SetResult(buffer ? SelectSection(text(0)) : 0); return;
+        case SYS_SETTINGS_KEY: SetResult(section ? SelectKey(text(0)) : 0); return;
+        case SYS_SETTINGS_READ_NUMBER: StoreNumber(number(0)); return;
+        case SYS_SETTINGS_READ_STRING:
+            StoreText(number(0), number(1), ReadString(number(1)));
+            return;
+        case SYS_SETTINGS_ADD_SECTION: SetResult(buffer ? AddSection(text(0)) : 0); return;
+        case SYS_SETTINGS_WRITE_RAW:
+            SetResult(section ? WriteRawValue(text(0), text(1)) : 0);
+            return;
+        case SYS_SETTINGS_DELETE_SECTION: DeleteSection(); return;
+        case SYS_SETTINGS_DELETE_KEY: SetResult(section ? DeleteKey(text(0)) : 0); return;
+        case SYS_SETTINGS_NEXT_SECTION:
+            StoreText(number(0), number(1), NextSectionName(number(1)));
+            return;
+        case SYS_SETTINGS_CLEAR: ClearSettings(); return;
+        case SYS_SETTINGS_AT_END: SetResult(AtEndOfLine()); return;
+        case SYS_SETTINGS_APPEND_NUMBER:
+            SetResult(section ? AppendNumber(text(0), number(1), number(2)) : 0);
+            return;
+        case SYS_SETTINGS_APPEND_STRING:
+            SetResult(section ? AppendString(text(0), text(1)) : 0);
+            return;
+        case SYS_SETTINGS_READ_LINE:
+            StoreText(number(0), number(1), ReadRawLine(number(1)));
+            return;
         default: ReportUnknownCommand();
     }
 }

@@ -7,6 +7,7 @@
 #include "sys/dispatch.h"
 #include "sys/format.h"
 #include "sys/param.h"
+#include "sys/services.h"
 #include "sys/upper_case.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
@@ -99,19 +100,23 @@ i32 CompareBytes(u32 a, u32 b, u64 count) {
 void SysTextGroup(u32 sub, u32 arguments) {
     const auto number = [arguments](u32 index) { return Argument(arguments, index); };
     const auto count = [arguments](u32 index) { return CountArgument(arguments, index); };
-    switch (sub) {
-        case 0: FormattedAppend(arguments); return;
-        case 1: CopyString(number(0), number(1)); return;
-        case 2: PutString(EndOfString(number(0)), number(1)); return;
-        case 3: SetResult(EndOfString(number(0)) - number(0)); return;
-        case 4: SetResult(static_cast<u32>(CompareStrings(number(0), number(1)))); return;
-        case 5: UpperCase(number(0)); return;
+    switch (kTextServices | sub) {
+        case SYS_APPEND_FORMAT: FormattedAppend(arguments); return;
+        case SYS_COPY_STRING: CopyString(number(0), number(1)); return;
+        case SYS_APPEND_STRING: PutString(EndOfString(number(0)), number(1)); return;
+        case SYS_LENGTH: SetResult(EndOfString(number(0)) - number(0)); return;
+        case SYS_COMPARE_STRINGS:
+            SetResult(static_cast<u32>(CompareStrings(number(0), number(1))));
+            return;
+        case SYS_UPPER_CASE: UpperCase(number(0)); return;
         // Copying allows overlapping ranges too, which costs nothing.
-        case 10:
-        case 11: MoveBytes(number(0), number(1), count(2)); return;
-        case 12: FillBytes(number(0), number(1), count(2)); return;
-        case 13: SetResult(static_cast<u32>(CompareBytes(number(0), number(1), count(2)))); return;
-        case 14: SystemLog(TextArgument(arguments, 0)); return;
+        case SYS_COPY_BYTES:
+        case SYS_MOVE_BYTES: MoveBytes(number(0), number(1), count(2)); return;
+        case SYS_FILL_BYTES: FillBytes(number(0), number(1), count(2)); return;
+        case SYS_COMPARE_BYTES:
+            SetResult(static_cast<u32>(CompareBytes(number(0), number(1), count(2))));
+            return;
+        case SYS_DEBUG_PRINT: SystemLog(TextArgument(arguments, 0)); return;
         default: ReportUnknownCommand();
     }
 }

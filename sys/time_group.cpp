@@ -6,6 +6,7 @@
 #include "desktop/desktop.h"
 #include "sys/dispatch.h"
 #include "sys/param.h"
+#include "sys/services.h"
 #include "vm/machine.h"
 
 namespace {
@@ -48,13 +49,13 @@ void DateTimeText(char (&buffer)[kDateTimeTextSize]) {
 }
 
 void SysTimeGroup(u32 sub, u32 arguments) {
-    switch (sub) {
-        case 0: SetModuleTimer(Argument(arguments, 0)); return;
-        case 1:
+    switch (kTimeServices | sub) {
+        case SYS_TIMER: SetModuleTimer(Argument(arguments, 0)); return;
+        case SYS_MILLISECONDS:
             SetResult(static_cast<u32>(MilliSeconds()));
             desktop.clockWasRead();
             return;
-        case 2: {
+        case SYS_DATE_TIME: {
             char text[kDateTimeTextSize];
             DateTimeText(text);
             std::memcpy(CheckedRange(Argument(arguments, 0), sizeof text), text, sizeof text);

@@ -1,4 +1,4 @@
-# bash completion for moxi, mxasm and mxdis
+# bash completion for moxi, mxasm, mxdis and mxcc
 
 # Files and folders that begin with the current word; with a suffix only such files, and folders.
 _moxi_files() {
@@ -21,13 +21,13 @@ _moxi() {
         --run-ms | --date) return ;;
         --desktop) _moxi_options "1280x800 1920x1080 2560x1440" "$word"; return ;;
         --soundfont) _moxi_files "" "$word"; return ;;
-        --data-folder | --bundle | --script | --dump-image | --dump-screen | --dump-view | --trace | \
+        --data-folder | --bundle | --new | --script | --dump-image | --dump-screen | --dump-view | --trace | \
             --record | --render-audio | --profile) _moxi_files "" "$word"; return ;;
     esac
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --soundfont --full-screen --headless
             --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
-            --render-audio --no-sandbox --debug --profile --watch --bundle" "$word"
+            --render-audio --no-sandbox --debug --profile --watch --bundle --new --c" "$word"
     else
         _moxi_files .MX "$word"
     fi
@@ -59,6 +59,22 @@ _mxdis() {
     fi
 }
 
+_mxcc() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        -o | -I | --symbols | --lines) _moxi_files "" "$word"; return ;;
+        --memory | --stack | --heap) return ;;
+    esac
+    if [ "${word#-}" != "$word" ]; then
+        _moxi_options "-o -c -g -O2 -O3 -Os -I -D -l -L -Wall --symbols --lines --memory --stack --heap
+            --check-bounds --help --version" "$word"
+    else
+        _moxi_files "" "$word"
+    fi
+}
+
 complete -F _moxi moxi
 complete -F _mxasm mxasm
 complete -F _mxdis mxdis
+complete -F _mxcc mxcc

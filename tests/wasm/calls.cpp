@@ -94,8 +94,11 @@ TranslateOptions CallOptions() {
 
 CallsRun RunCalls(std::string_view wasm, const std::string& calls,
                   const TranslateOptions& options) {
+    return RunTranslated(Translate(wasm, options), calls);
+}
+
+CallsRun RunTranslated(const Translation& translation, const std::string& calls) {
     CallsRun run;
-    const Translation translation = Translate(wasm, options);
     if (!translation.ok) {
         run.errors = translation.errors;
         if (run.errors.empty()) run.errors.emplace_back("refused without a word");
@@ -127,7 +130,8 @@ std::string CallText(const std::vector<RandomModule::Call>& calls) {
     return text;
 }
 
-std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules) {
+std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules,
+                                                bool untilTrap) {
     const TemporaryFolder folder;
     std::ostringstream script;
     script << R"({"source_filename":"calls.wast","commands":[)";
@@ -163,7 +167,7 @@ std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>&
             }
             const size_t arrow = line.find(") =>");
             if (arrow == std::string::npos) return {};
-            if (ended) continue;
+            if (ended && untilTrap) continue;
             const std::string rest = line.substr(arrow + 4);
             ended = rest.starts_with(" error: ");
             all[i].push_back(ended ? TrapOfWabt(rest) : LogOfWabt(call.name, rest));

@@ -29,10 +29,14 @@ CallsRun RunCalls(std::string_view wasm, const std::string& calls,
 // "NAME 0x... 0x...\n" for each call.
 std::string CallText(const std::vector<RandomModule::Call>& calls);
 
+// The same for a module that has been translated.
+CallsRun RunTranslated(const Translation& translation, const std::string& calls);
+
 // What wabt's interpreter says to the calls of a row of modules: for each module the lines that the
-// log would get, up to and with the first trap ("Trap: WHAT"). All results are integers. A module
-// that it refuses has the one line "refused".
-std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules);
+// log would get, up to and with the first trap ("Trap: WHAT"), or for all calls, as if none had
+// ended the program. All results are integers. Nothing at all when it does not accept the modules.
+std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules,
+                                                bool untilTrap = true);
 
 // The binary form of a text, by wabt. A text that it refuses fails the running test.
 std::string WasmOfText(const std::string& text, const std::vector<std::string>& options = {});

@@ -1,0 +1,7 @@
+#pragma once
+// Folders that the kit makes for its user.
+
+#include <string>
+
+// Why the folder cannot be made, "" when it can: it is not there, or it is empty.
+std::string WhyNotNew(const std::string& path);

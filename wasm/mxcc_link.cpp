@@ -1,0 +1,221 @@
+#include "wasm/mxcc_link.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+#include <string_view>
+
+#include "base/types.h"
+#include "wasm/module.h"
+#include "wasm/mxcc_tools.h"
+#include "wasm/mxwasm_command.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr const char* kEntry = "moxi_message";
+// The C stack: as large as a thread's on the desktop. Its pages cost nothing before they are used.
+constexpr const char* kStackSize = "stack-size=8388608";
+// Where data begins in a module that is linked only to see how large its code gets.
+constexpr u32 kFirstBase = 65536;
+constexpr int kMostLinks = 5;
+
+// Functions of the compiler's library for numbers of 128 bits: `long double`.
+constexpr std::string_view kLongDoubleFunctions[] = {
+    "__addtf3",      "__subtf3",     "__multf3",    "__divtf3",    "__extenddftf2",
+    "__extendsftf2", "__trunctfdf2", "__floatsitf", "__floatditf", "__floatunsitf"};
+
+// What is known of a linked module.
+struct Linked {
+    bool ok = false;
+    bool livesOnMessages = false;
+    bool usesLongDouble = false;
+    bool usesSetjmp = false;
+};
+
+struct Shape {
+    bool livesOnMessages = true;
+    bool printsLongDouble = false;
+    u32 base = kFirstBase;
+};
+
+std::string ReadWholeFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// --- Linking
+
+// The runtime and what goes with it, in front of the C library.
+std::vector<std::string> KitArguments(const LinkPlan& plan, const Shape& shape) {
+    std::vector<std::string> list = {
+        plan.kit + "/lib/" + (shape.livesOnMessages ? "initialize.o" : "start.o"),
+        "-L" + plan.kit + "/lib",
+        "-lc++",
+        "-lc++abi",
+        "-lmoxi",
+        "-lwasi-emulated-signal",
+        "-lwasi-emulated-process-clocks",
+        "-lwasi-emulated-mman",
+        "-lwasi-emulated-getpid"};
+    if (shape.printsLongDouble) list.emplace_back("-lc-printscan-long-double");
+    return list;
+}
+
+std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& options,
+                                       const Shape& shape) {
+    std::vector<std::string> list = plan.arguments;
+    // The compiler puts the C library last.
+    const auto library = std::find(list.rbegin(), list.rend(), "-lc");
+    if (library != list.rend()) {
+        const std::vector<std::string> kit = KitArguments(plan, shape);
+        list.insert(std::prev(library.base()), kit.begin(), kit.end());
+    }
+    const auto hasStack = [](const std::string& text) { return text.starts_with("stack-size="); };
+    if (std::none_of(list.begin(), list.end(), hasStack)) {
+        list.insert(list.end(), {"-z", kStackSize});
+    }
+    list.insert(list.end(), {std::string("--export-if-defined=") + kEntry,
+                             "--global-base=" + std::to_string(shape.base)});
+    if (shape.livesOnMessages) list.emplace_back("--no-entry");
+    // The C library was compiled with debug information of its own. Names of functions stay.
+    if (!options.hasDebug) list.emplace_back("--strip-debug");
+    return list;
+}
+
+// The linker names files of the temporary folder; only their own names mean something.
+std::string Readable(std::string text, const LinkPlan& plan) {
+    const std::string prefix = plan.folder + "/";
+    for (size_t at; (at = text.find(prefix)) != std::string::npos;) text.erase(at, prefix.size());
+    return text;
+}
+
+void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
+    static const std::regex kNoMain("undefined symbol: (main|__main_argc_argv|__main_void)\n");
+    if (std::regex_search(errors, kNoMain)) {
+        std::cerr << "mxcc: the program has neither a main nor a moxi_message\n";
+        return;
+    }
+    std::cerr << Readable(errors, plan);
+}
+
+Linked Describe(const std::string& file) {
+    // The first text of a format that prints or reads a long double.
+    static const std::regex kFormat("%[-+ #0-9.*']*L[aAeEfFgG]");
+    const std::string bytes = ReadWholeFile(file);
+    Module module;
+    ModuleError error;
+    Linked linked;
+    if (!ReadModule(bytes, module, error)) {
+        std::cerr << "mxcc: the linked module cannot be read: " << error.text << "\n";
+        return linked;
+    }
+    linked.ok = true;
+    linked.livesOnMessages = FindExport(module, kEntry, ExternalKind::Function) != nullptr;
+    for (const Import& import : module.imports) {
+        if (import.module == "moxi" && import.name == "setjmp") linked.usesSetjmp = true;
+    }
+    for (const Function& function : module.functions) {
+        const auto* const end = std::end(kLongDoubleFunctions);
+        if (std::find(std::begin(kLongDoubleFunctions), end, function.name) != end) {
+            linked.usesLongDouble = true;
+        }
+    }
+    for (const DataSegment& segment : module.data) {
+        if (std::regex_search(segment.bytes.begin(), segment.bytes.end(), kFormat)) {
+            linked.usesLongDouble = true;
+        }
+    }
+    return linked;
+}
+
+Linked Link(const LinkPlan& plan, const MxccOptions& options, const Shape& shape,
+            const std::string& file) {
+    std::vector<std::string> command = {FindTool("wasm-ld")};
+    const std::vector<std::string> arguments = LinkArguments(plan, options, shape);
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.insert(command.end(), {"-o", file});
+    const ToolResult result = RunTool(command, true);
+    if (result.status != 0) {
+        ReportLinkErrors(plan, result.errors);
+        return {};
+    }
+    std::cerr << Readable(result.errors, plan);  // warnings
+    return Describe(file);
+}
+
+// --- Optimizing
+
+// A module that jumps back into its functions is left as the compiler made it: the optimizer does
+// not know that the call of setjmp can return again. Nor does it keep what a debugger needs.
+bool IsToBeOptimized(const MxccOptions& options, const Linked& linked) {
+    return !options.hasDebug && !linked.usesSetjmp && !options.level.empty() &&
+           options.level != "0";
+}
+
+bool Optimize(const MxccOptions& options, const std::string& file) {
+    const bool known = options.level.find_first_not_of("1234sz") == std::string::npos;
+    const ToolResult result =
+        RunTool({FindTool("wasm-opt"), file, "-O" + (known ? options.level : "3"), "-g",
+                 "--enable-bulk-memory", "--enable-sign-ext", "--enable-mutable-globals",
+                 "--enable-nontrapping-float-to-int", "--enable-multivalue", "-o", file},
+                true);
+    if (result.status != 0) std::cerr << result.errors;
+    return result.status == 0;
+}
+
+// --- Translating
+
+// Where the data may begin: the end of the code. 0 when it is not to be had.
+u32 CodeEnd(const LinkPlan& plan, const std::string& file) {
+    std::ostringstream end;
+    std::ostringstream errors;
+    const int status = RunMxwasm({file, "--identity", "--code-end"}, end, errors);
+    std::cerr << Readable(errors.str(), plan);
+    return status == 0 ? static_cast<u32>(std::strtoul(end.str().c_str(), nullptr, 10)) : 0;
+}
+
+bool Translate(const LinkPlan& plan, const MxccOptions& options, const std::string& file) {
+    std::vector<std::string> arguments = {file, "--identity", "-o", plan.output};
+    arguments.insert(arguments.end(), options.translator.begin(), options.translator.end());
+    std::ostringstream errors;
+    const int status = RunMxwasm(arguments, std::cout, errors);
+    std::cerr << Readable(errors.str(), plan);
+    return status == 0;
+}
+
+}  // namespace
+
+bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
+    const std::string file = plan.folder + "/module.wasm";
+    Shape shape;
+    // Where a main is, nothing is exported without it, and the first link is quick.
+    Linked linked = Link(plan, options, shape, file);
+    if (!linked.ok) return false;
+    if (!linked.livesOnMessages) {
+        shape.livesOnMessages = false;
+        linked = Link(plan, options, shape, file);
+    }
+    if (linked.ok && linked.usesLongDouble) {
+        shape.printsLongDouble = true;
+        linked = Link(plan, options, shape, file);
+    }
+    // The code's end depends a little on where the data is, so that it may take some links.
+    for (int links = 0; linked.ok && links < kMostLinks; ++links) {
+        if (IsToBeOptimized(options, linked) && !Optimize(options, file)) return false;
+        const u32 end = CodeEnd(plan, file);
+        if (end == 0) return false;
+        if (end <= shape.base && shape.base != kFirstBase) return Translate(plan, options, file);
+        shape.base = (end + end / 64 + 256 + 63) / 64 * 64;
+        linked = Link(plan, options, shape, file);
+    }
+    if (linked.ok) std::cerr << "mxcc: the code's end does not come to rest\n";
+    return false;
+}
+
+}  // namespace moxi
