@@ -23,9 +23,12 @@ enum {
     /* Often enough for sixty pictures a second, and seldom enough that the queue, from which one
        message is taken every 5 ms, empties beside keys and buttons. */
     kTimerMilliseconds = 8,
-    /* A game that cannot keep up goes slower from there on instead of ever faster. */
     kMostFramesAtOnce = 8,
-    kPictureDrawnSize = kScreenSize * kScreenSize,
+    /* A game that cannot keep up goes slower from there on instead of ever faster. */
+    kMostFramesBehind = 60,
+    kFramesPerMinute = 3600,
+    kGamepads = 4,
+    kNowhere = 0x7FFF, /* where the pointer is before it is known */
     kFileSize = 1024,
     kLongestLine = 1023,
 };
@@ -137,7 +140,6 @@ static void ShowPicture(void) {
 /* --- Keys and pointer */
 
 static unsigned char held[256];
-static int pointerKnown;
 
 /* Keys of one console button: player, bit, and the host's key codes. */
 struct Button {
@@ -160,15 +162,14 @@ static const struct Button kButtons[] = {
 };
 
 static void WriteGamepads(void) {
-    unsigned char pads[2] = {0, 0};
+    unsigned char pads[kGamepads] = {0, 0, 0, 0};
     for (u32 i = 0; i < sizeof kButtons / sizeof *kButtons; ++i) {
         const struct Button* const button = &kButtons[i];
         for (u32 k = 0; k < 4; ++k) {
             if (held[button->keys[k]]) pads[button->player] |= button->bit;
         }
     }
-    consoleMemory[kGamepadsAt] = pads[0];
-    consoleMemory[kGamepadsAt + 1] = pads[1];
+    __builtin_memcpy(consoleMemory + kGamepadsAt, pads, sizeof pads);
 }
 
 static int FloorDivide(int value, int by) {
@@ -183,44 +184,47 @@ static void WritePlace(u32 address, int value) {
 }
 
 static int pointerX, pointerY, buttons;
+static int pointerKnown; /* it has been over the picture */
+
+static int PointerColumn(void) {
+    return FloorDivide(pointerX - left, (int)scale);
+}
+
+static int PointerRow(void) {
+    return FloorDivide(pointerY - top, (int)scale);
+}
 
 static void WriteMouse(void) {
     consoleMemory[kMouseButtonsAt] = (unsigned char)buttons;
-    const int x = FloorDivide(pointerX - left, (int)scale);
-    const int y = FloorDivide(pointerY - top, (int)scale);
-    const int inside = x >= 0 && x < kScreenSize && y >= 0 && y < kScreenSize;
-    if (viewWidth != 0 && inside) pointerKnown = 1;
-    if (!pointerKnown) return;
-    WritePlace(kMouseXAt, x);
-    WritePlace(kMouseYAt, y);
+    WritePlace(kMouseXAt, pointerKnown ? PointerColumn() : kNowhere);
+    WritePlace(kMouseYAt, pointerKnown ? PointerRow() : kNowhere);
 }
 
-static void SetButtons(u32 word) {
-    buttons = (int)((word & 1) | (word & 2) | (word >> 4 & 1) << 2);
+static void TakePointer(int x, int y, u32 buttonWord) {
+    pointerX = x;
+    pointerY = y;
+    buttons = (int)((buttonWord & 3) | (buttonWord >> 4 & 1) << 2);
+    if (viewWidth == 0) return;
+    const int column = PointerColumn(), row = PointerRow();
+    if (column >= 0 && column < kScreenSize && row >= 0 && row < kScreenSize) pointerKnown = 1;
 }
-
-static void TakeButton(u32 word, u32 place) {
-    SetButtons(word);
-    pointerX = (short)place;
-    pointerY = (short)(place >> 16);
-}
-
-static int pointerSeen;
 
 static void TakeInput(u32 message, u32 p1, u32 p2, u32 p3) {
     if (message == kPointer) {
-        pointerX = (int)p1;
-        pointerY = (int)p2;
-        SetButtons(p3);
-        pointerSeen = 1;
-        return;
-    }
-    const int down = message == kDown;
-    if (p1 == 1 || p1 == 2 || p1 == 4) {
-        TakeButton(p2, p3);
-        pointerSeen = 1;
+        TakePointer((int)p1, (int)p2, p3);
+    } else if (p1 == 1 || p1 == 2 || p1 == 4) {
+        TakePointer((short)p3, (short)(p3 >> 16), p2);
     } else if (p1 < 256) {
-        held[p1] = (unsigned char)(p1 != 0 && down);
+        held[p1] = p1 != 0 && message == kDown;
+    }
+}
+
+/* What has happened already counts in the frames that come next: keys and pointer are taken from
+   the queue, up to a message that is not theirs. It does not fill up that way either. */
+static void TakeWaitingInput(void) {
+    struct Message waiting;
+    while (TakePointerMessage(&waiting) || TakeKeyMessage(&waiting)) {
+        TakeInput(waiting.command, waiting.p1, waiting.p2, waiting.p3);
     }
 }
 
@@ -285,7 +289,7 @@ static u32 countedFrom;
 
 static void RunFrame(void) {
     WriteGamepads();
-    if (pointerSeen) WriteMouse();
+    WriteMouse();
     if (started && (consoleMemory[kSystemFlagsAt] & 1) == 0) ClearPicture();
     if (!started) {
         started = 1;
@@ -295,24 +299,26 @@ static void RunFrame(void) {
     ++wasm_frames;
 }
 
-/* Runs every frame that is due: frame n at n / 60 s. */
+/* Runs the frames that are due, frame n at n / 60 s. After a halt of the whole desktop they are
+   made up for, a few with each picture. */
 static void RunDueFrames(void) {
+    TakeWaitingInput();
     const u32 now = MillisecondClock();
     u32 run = 0;
-    while ((now - countedFrom) * 3 >= nextFrame * 50) {
+    for (; run < kMostFramesAtOnce && (now - countedFrom) * 3 >= nextFrame * 50; ++run) {
         RunFrame();
         ++nextFrame;
-        if (++run == kMostFramesAtOnce) {
-            countedFrom = now;
-            nextFrame = 1;
-        }
-        /* A minute's worth is taken off, so that the products stay small. */
-        if (nextFrame >= 3600) {
-            nextFrame -= 3600;
-            countedFrom += 60000;
-        }
     }
     if (run == 0) return;
+    if ((now - countedFrom) * 3 >= (nextFrame + kMostFramesBehind) * 50) {
+        countedFrom = now;
+        nextFrame = 1;
+    }
+    /* A minute that has gone by is taken off, so that the products stay small. */
+    if (nextFrame >= 2 * kFramesPerMinute) {
+        nextFrame -= kFramesPerMinute;
+        countedFrom += 60000;
+    }
     PlayTones(MillisecondClock());
     ShowPicture();
 }

@@ -2,7 +2,7 @@
 
 #include "draw.h"
 
-__attribute__((import_module("moxi"), import_name("sys"))) long long CallHost(u32 block);
+__attribute__((import_module("moxi"), import_name("sys"))) long long CallHost(const void* block);
 __attribute__((import_module("moxi"), import_name("memory_base"))) u32 MemoryBase(void);
 
 /* Command words. */
@@ -18,12 +18,13 @@ enum {
     kScaledBlit = 0x0508,
     kCreateBitmap = 0x0513,
     kPlaySound = 0x0600,
+    kPeekKey = 0x0703,
+    kTakePointer = 0x0704,
     kGetDataFolder = 0x070C,
-    kGetBundlePath = 0x070D,
     kHeapAddress = 0x0904,
 };
 
-enum { kForReading = 0x8000, kNewFile = 0x8302, kPathSize = 1024 };
+enum { kForReading = 0x8000, kNewFile = 0x8302, kPathSize = 1024, kDeepestFolder = 64 };
 
 static u32 block[16];
 
@@ -40,7 +41,18 @@ static u32 Call(u32 command, u32 a, u32 b, u32 c) {
     block[1] = a;
     block[2] = b;
     block[3] = c;
-    return (u32)CallHost(Address(block));
+    return (u32)CallHost(block);
+}
+
+int TakePointerMessage(struct Message* message) {
+    Call(kTakePointer, Address(message), 0, 0);
+    return message->command == kPointer;
+}
+
+int TakeKeyMessage(struct Message* message) {
+    message->command = 1; /* the message is to be taken off */
+    Call(kPeekKey, Address(message), 0, 0);
+    return message->command == kDown || message->command == kUp;
 }
 
 u32 MillisecondClock(void) {
@@ -81,12 +93,8 @@ static u32 Append(char* out, u32 length, u32 size, const char* text) {
 void NameInDataFolder(const char* name, char* out, u32 size) {
     static char path[kPathSize];
     u32 length = 0;
-    /* Up from the resources, which are the folder of the game itself, to the root of all folders.
-     */
-    Call(kGetBundlePath, Address(path), 0, 0);
-    for (const char* at = path; *at; ++at) {
-        if (*at == '/' && at[1] != 0 && at[1] != '/') length = Append(out, length, size, "../");
-    }
+    /* Up to the root of all folders, from wherever: nothing lies above it. */
+    for (int i = 0; i < kDeepestFolder; ++i) length = Append(out, length, size, "../");
     Call(kGetDataFolder, Address(path), 0, 0);
     length = Append(out, length, size, path + 1);
     Append(out, length, size, name);
@@ -111,7 +119,7 @@ void EnlargeToScreen(u32 bitmap, u32 firstRow, u32 rows, int x, int y, u32 scale
                          rows * scale, bitmap, 0,      firstRow, kScreenSize,
                          rows,         0,      0};
     __builtin_memcpy(block, words, sizeof words);
-    CallHost(Address(block));
+    CallHost(block);
 }
 
 void FillScreen(int x, int y, int width, int height) {
@@ -119,5 +127,5 @@ void FillScreen(int x, int y, int width, int height) {
     const u32 words[] = {kRectangle, 0,           (u32)x,      (u32)y,
                          (u32)width, (u32)height, 0xFF000000u, 0xFF000000u};
     __builtin_memcpy(block, words, sizeof words);
-    CallHost(Address(block));
+    CallHost(block);
 }

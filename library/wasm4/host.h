@@ -10,6 +10,15 @@ enum { kStart2 = 2, kClose = 3, kEnd = 4, kSize = 9, kDown = 12, kUp = 13, kPoin
 
 void* PointerTo(u32 imageAddress);
 
+struct Message {
+    u32 command, p1, p2, p3;
+};
+
+/* The latest move of the pointer, and the next press or release, of those that wait in the queue
+   before any other message; 0 where there is none. Ticks before them are dropped. */
+int TakePointerMessage(struct Message* message);
+int TakeKeyMessage(struct Message* message);
+
 u32 MillisecondClock(void);
 void StartTimer(u32 milliseconds);
 void LogLine(const char* text);
@@ -18,7 +27,7 @@ void LogLine(const char* text);
 u32 ReadWholeFile(const char* name, void* to, u32 size);
 u32 WriteWholeFile(const char* name, const void* from, u32 size);
 
-/* The name by which the sound service, which looks below the resources, finds a file of the data
+/* The name by which the sound service, which starts from the resources, finds a file of the data
    folder. */
 void NameInDataFolder(const char* name, char* out, u32 size);
 void PlaySoundFile(const char* name);
