@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/cartridge.h"
 #include "app/finish.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
@@ -144,6 +145,7 @@ int main(int argc, char** argv) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    if (const std::optional<int> status = PrepareCartridge(options)) return *status;
     UseOwnFonts();
     if (!options.bundle.empty()) {
         const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
