@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/library_lines.h"
 #include "app/record.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
@@ -72,5 +74,7 @@ void Finish(int status) {
     CloseRecording();
     audioOut.shutDown();
     desktop.shutDown();
+    RemoveTemporaryFolder();
+    GiveBackStandardError();
     std::exit(status);
 }

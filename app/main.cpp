@@ -10,12 +10,14 @@
 
 #include "app/cartridge.h"
 #include "app/finish.h"
+#include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/signals.h"
+#include "app/temporary_folder.h"
 #include "app/trace.h"
 #include "app/wiring.h"
 #include "desktop/audio_out.h"
@@ -51,6 +53,16 @@ void LoadInterfaceFile() {
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
+}
+
+// A user without a home plays too, and what is saved lasts as long as the game.
+bool FindPlaceForData() {
+    if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
+    folders.support = MakeTemporaryFolder();
+    if (folders.support.empty()) return false;
+    SystemLog("no home folder: saved data goes to " + folders.support +
+              " and is removed at the end");
+    return true;
 }
 
 // A folder made by --bundle brings fonts and a SoundFont with it.
@@ -158,6 +170,7 @@ int main(int argc, char** argv) {
     if (options.watch) {
         if (const std::optional<int> status = WatchGame()) return *status;
     }
+    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }
@@ -173,8 +186,10 @@ int main(int argc, char** argv) {
     }
     if (options.debug) StartDebugger();
     PrepareSandbox(options);
+    TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {
+        GiveBackStandardError();
         std::fprintf(stderr, "moxi: %s\n", error.c_str());
         return 1;
     }
@@ -192,6 +207,7 @@ int main(int argc, char** argv) {
     LoadInterfaceFile();
     moxiAppDelegate::init();
     EnterSandbox(options);
+    TellLibraryLines();
     StartPatience();
     audioOut.prepare();
     desktop.runEventLoop();

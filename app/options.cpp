@@ -99,7 +99,10 @@ std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& h
 std::string Absolute(const std::string& path) {
     std::error_code error;
     if (path.empty()) return path;
-    return std::filesystem::absolute(path, error).lexically_normal().string();
+    std::string absolute = std::filesystem::absolute(path, error).lexically_normal().string();
+    // Without a trailing "/", but for the root.
+    if (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
+    return absolute;
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include "app/out_of_memory.h"
 
 #include <glib.h>
+#include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <string_view>
 #include <thread>
 
 #include "app/finish.h"
@@ -27,7 +28,8 @@ std::thread::id mainThread;
     if (!onMainThread || reserve == nullptr) {
         // A library's own thread cannot show the box, nor wait for the main thread, which may wait
         // for it; and without the reserve not even the end can be had in order.
-        std::fputs("fatal: Terminating: insufficient memory. So sorry.\n", stderr);
+        constexpr std::string_view kLine = "fatal: Terminating: insufficient memory. So sorry.\n";
+        [[maybe_unused]] const ssize_t written = write(errorDescriptor, kLine.data(), kLine.size());
         if (!onMainThread) WriteDumpsOfForcedEnd();
         std::_Exit(1);
     }

@@ -16,6 +16,7 @@ namespace {
 
 constexpr char kOpen = 'o';
 constexpr char kRemove = 'r';
+constexpr char kMakeNew = 'n';
 // One request is a letter and a path, in one packet.
 constexpr size_t kLongestRequest = 4097;
 
@@ -62,7 +63,8 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     }
     // A new user has no pictures folder yet.
     if (IsPicture(places, path)) mkdir(places.picturesFolder.c_str(), 0777);
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int existing = request[0] == kMakeNew ? O_EXCL : O_TRUNC;
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | existing | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
     if (file >= 0) close(file);
 }
@@ -121,6 +123,12 @@ std::FILE* OpenThroughHelper(const std::string& path) {
     return stream;
 }
 
+bool MakeNewThroughHelper(const std::string& path) {
+    const int file = Ask(kMakeNew, path);
+    if (file >= 0) close(file);
+    return file >= 0;
+}
+
 }  // namespace
 
 bool StartOutputHelper(const OutputPlaces& places) {
@@ -141,6 +149,7 @@ bool StartOutputHelper(const OutputPlaces& places) {
     outputFiles = {
         .open = OpenThroughHelper,
         .remove = [](const std::string& path) { Ask(kRemove, path); },
+        .makeNew = MakeNewThroughHelper,
     };
     return true;
 }

@@ -1,5 +1,8 @@
 #include "base/log.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -16,8 +19,11 @@ void WriteErrorLine(std::string_view prefix, std::string_view text) {
     }
     line += '\n';
     // One write for the whole line, so that lines of several threads do not mix.
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+    for (std::string_view rest = line; !rest.empty();) {
+        const ssize_t written = write(errorDescriptor, rest.data(), rest.size());
+        if (written < 0 && errno != EINTR) return;
+        if (written > 0) rest.remove_prefix(static_cast<size_t>(written));
+    }
 }
 
 void SystemLog(std::string_view text) {

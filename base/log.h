@@ -8,6 +8,10 @@
 // Any thread.
 void SystemLog(std::string_view text);
 
+// Where the lines go: standard error, or a copy of it while that is kept for libraries' lines
+// (app/library_lines.h).
+inline constinit int errorDescriptor = 2;
+
 // The same with another prefix than "log: ".
 void WriteErrorLine(std::string_view prefix, std::string_view text);
 

@@ -77,6 +77,8 @@ struct Desktop {
     // Makes the window, not yet shown, with this content rectangle.
     void (*createWindow)(WindowFrame content);
     void (*setWindowTitle)(const char* utf8);
+    // The icon of the window: R, G, B, A, rows top first. Null where windows have none.
+    void (*setWindowIcon)(const u8* pixels, u32 width, u32 height);
     void (*showWindow)();
     void (*closeWindow)();  // as the close button: desktopEvents.windowShouldClose decides
     void (*minimizeWindow)();
@@ -117,6 +119,10 @@ struct Desktop {
 
     // --- Services
 
+    // What the menu compares for a key with this text: the text itself where it is Latin, else the
+    // character that the key has without Shift in the first Latin layout that the user has, or on
+    // a US keyboard.
+    std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
@@ -135,6 +141,7 @@ inline constinit Desktop desktop = {
     .shutDown = [] {},
     .createWindow = [](WindowFrame) {},
     .setWindowTitle = [](const char*) {},
+    .setWindowIcon = nullptr,
     .showWindow = [] {},
     .closeWindow = [] {},
     .minimizeWindow = [] {},
@@ -154,6 +161,7 @@ inline constinit Desktop desktop = {
     .sleep = [](u64) {},
     .isMainThread = [] { return true; },
     .queueOnMain = [](void (*work)()) { work(); },
+    .latinText = [](u8, const std::string& text) { return text; },
     .clipboardText = [] { return std::optional<std::string>{}; },
     .setClipboardText = [](const std::string&) {},
     .setHandCursor = [](bool) {},

@@ -9,7 +9,7 @@ struct Folders {
     std::string resources;     // the folder that holds MAIN.MX
     std::string support;       // the user's application support folder; "" when there is none
     std::string dataOverride;  // takes the place of the data folder when not ""
-    std::string pictures;      // where the menu's screenshot goes
+    std::string pictures;      // where the menu's screenshot goes; "" when there is no such place
     std::string gameName;      // data folder name and window title
 };
 

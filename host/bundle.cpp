@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "desktop/folders.h"
+#include "host/home.h"
 #include "host/plist.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -64,23 +64,12 @@ std::string GameName(const fs::path& game, const fs::path& resources) {
     return game.stem();
 }
 
-std::string Variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
-
-std::string SupportFolder() {
-    std::string dataHome = Variable("XDG_DATA_HOME");
-    if (!dataHome.empty()) return dataHome;
-    const std::string home = Variable("HOME");
-    return home.empty() ? "" : home + "/.local/share";
-}
-
-// The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures.
+// The user's pictures folder as the desktop's user-dirs file names it, else ~/Pictures; "" for a
+// user without a home.
 std::string PicturesFolder() {
-    const std::string home = Variable("HOME");
-    const std::string config = Variable("XDG_CONFIG_HOME");
-    std::ifstream file((config.empty() ? home + "/.config" : config) + "/user-dirs.dirs");
+    const std::string home = HomeFolder();
+    if (home.empty()) return "";
+    std::ifstream file(BaseFolder("XDG_CONFIG_HOME", ".config") + "/user-dirs.dirs");
     const std::string key = "XDG_PICTURES_DIR=\"";
     for (std::string line; std::getline(file, line);) {
         if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') continue;
@@ -113,7 +102,7 @@ std::string FindGame(const std::string& game) {
     folders.bundle = path;
     folders.resources = resources;
     folders.gameName = GameName(path, resources);
-    folders.support = SupportFolder();
+    folders.support = BaseFolder("XDG_DATA_HOME", ".local/share");
     folders.pictures = PicturesFolder();
     return "";
 }

@@ -4,6 +4,8 @@
 
 #include "desktop/folders.h"
 #include "gfx/bitmap.h"
+#include "host/bundle.h"
+#include "host/icon.h"
 #include "host/keyboard.h"
 #include "host/queue.h"
 #include "host/slots.h"
@@ -75,6 +77,7 @@ void moxiAppDelegate::applicationDidFinishLaunching() {
     desktop.startTimer(kHostTickMicroseconds, OnHostTick);
     ScreenSetup();
     ++moduleStarted;
+    SetWindowIcon(OwnResource("moxi.png"));
     desktop.showWindow();
     dirtyTracking = true;
     startTime = MilliSeconds();

@@ -1,9 +1,12 @@
 #include "host/menu.h"
 
+#include <bitset>
 #include <cctype>
+#include <cerrno>
 #include <filesystem>
 #include <vector>
 
+#include "base/output_files.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "host/keyboard.h"
@@ -19,16 +22,26 @@ struct Action {
     void (*perform)();
 };
 
-// The view as a PNG in the user's pictures folder, named after the game and the time.
+// The view as a PNG in the user's pictures folder, named after the game and the time. A second one
+// within the second, or within the hour that the clock is put back by, gets a number.
 void SaveScreenshot() {
+    if (folders.pictures.empty()) {
+        SystemLog("screenshot: there is no home folder to keep it in");
+        return;
+    }
     const DateTime now = desktop.localDateTime();
-    const std::string path =
+    const std::string name =
         folders.pictures + "/" +
-        FormatText("MOXI %s %4.4u-%2.2u-%2.2u %2.2u.%2.2u.%2.2u.png", folders.gameName.c_str(),
+        FormatText("MOXI %s %4.4u-%2.2u-%2.2u %2.2u.%2.2u.%2.2u", folders.gameName.c_str(),
                    now.year, now.month, now.day, now.hour, now.minute, now.second);
     // A new user has none yet; in the sandbox it is made by the helper that opens the file.
     std::error_code error;
     std::filesystem::create_directory(folders.pictures, error);
+    constexpr u32 kMostOfASecond = 1000;
+    std::string path = name + ".png";
+    for (u32 i = 2; !outputFiles.makeNew(path) && errno == EEXIST && i < kMostOfASecond; ++i) {
+        path = name + FormatText(" %u.png", i);
+    }
     SystemLog(WriteScreenshot(path) ? "screenshot: " + path : "screenshot: cannot write " + path);
 }
 
@@ -49,6 +62,8 @@ struct MenuItem {
 };
 
 std::vector<MenuItem> menuItems;
+// Keys that the menu has taken and that are still held.
+constinit std::bitset<128> takenKeys;
 
 std::string LowerCase(std::string text) {
     for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -120,18 +135,33 @@ bool LoadMenu(const std::string& path, std::string& reason) {
     return true;
 }
 
-bool PerformKeyEquivalent(const std::string& text) {
+bool PerformKeyEquivalent(u8 code, const std::string& text) {
+    const size_t place = code & 127;
+    if (takenKeys.test(place)) return true;
     const u32 held = buttonsAndModifiers & (kShiftBit | kCommandBit | kOptionBit);
     const std::string key = LowerCase(text);
+    // Asked for only where it can matter: the layouts may have to be read for it.
+    const std::string latin =
+        held != 0 && !text.empty() ? LowerCase(desktop.latinText(code, text)) : key;
     for (const MenuItem& item : menuItems) {
-        if (!item.key.empty() && item.key == key && item.modifiers == held) {
-            item.perform();
-            return true;
-        }
+        if (item.key.empty() || item.modifiers != held) continue;
+        if (item.key != key && item.key != latin) continue;
+        takenKeys.set(place);
+        item.perform();
+        return true;
     }
     return false;
 }
 
+void ReleaseMenuKey(u8 code) {
+    takenKeys.reset(code & 127);
+}
+
+void ReleaseMenuKeys() {
+    takenKeys.reset();
+}
+
 void ResetMenu() {
     menuItems.clear();
+    takenKeys.reset();
 }

@@ -4,11 +4,17 @@
 
 #include <string>
 
+#include "base/types.h"
+
 // Loads the interface file. False when it is missing or broken; `reason` says why.
 bool LoadMenu(const std::string& path, std::string& reason);
 
-// Performs the action of the item whose key equivalent is this text with the modifier keys that
-// are held now; false when there is none.
-bool PerformKeyEquivalent(const std::string& text);
+// Performs the action of the item whose key equivalent is this key's text, or where that is not
+// Latin the key's Latin character, with the modifier keys that are held now; false when there is
+// none. A key that the menu has taken is the menu's until it is released, and does not repeat.
+bool PerformKeyEquivalent(u8 code, const std::string& text);
+void ReleaseMenuKey(u8 code);
+// Another modifier key has gone down: what comes is a new combination.
+void ReleaseMenuKeys();
 
 void ResetMenu();

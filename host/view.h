@@ -14,6 +14,8 @@ struct moxiView {
     static void drawRect(ViewRect rect);
     // The menu's key equivalents are taken before the module sees the key.
     static void keyDown(u8 code, const std::string& text);
+    static void keyUp(u8 code, const std::string& text);
+    static void flagsChanged(bool shift, bool command, bool option);
 };
 
 // Writes what the view shows as an RGB PNG; false when the file cannot be written.

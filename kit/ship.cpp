@@ -159,7 +159,7 @@ std::string WriteLauncher(const fs::path& folder) {
 }
 
 std::string CopyResources(const fs::path& share, const std::vector<std::string>& soundFonts) {
-    for (const char* const name : {"MainMenu.plist", "moxi.svg"}) {
+    for (const char* const name : {"MainMenu.plist", "moxi.svg", "moxi.png"}) {
         std::string problem = CopyOneFile(OwnResource(name), share / name);
         if (!problem.empty()) return problem;
     }

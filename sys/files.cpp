@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/log.h"
 #include "desktop/folders.h"
 #include "sys/dispatch.h"
 #include "sys/system_calls.h"
@@ -32,6 +33,7 @@ struct OpenStream {
 // Every slot at openCount or above is empty; slots below it may be.
 constinit OpenStream openFiles[kMaximalOpenFiles] = {};
 constinit u32 openCount = 0;
+constinit bool failedWriteIsTold = false;
 
 OpenStream* FindStream(u32 handle) {
     if (handle >= openCount || openFiles[handle].stream == nullptr) return nullptr;
@@ -45,6 +47,15 @@ bool Exists(const char* path) {
 
 std::FILE* OpenPath(const char* path, const char* mode) {
     return path == nullptr ? nullptr : systemCalls.open(path, mode);
+}
+
+// The module is told in the service's own way. The player, whose saved game it is, learns of the
+// first failure that lies in the folder and not in the name.
+void NoteFailedWrite(int error) {
+    const bool isFull = error == ENOSPC || error == EDQUOT || error == EIO;
+    if (failedWriteIsTold || (!isFull && access(dataFolder.c_str(), W_OK | X_OK) == 0)) return;
+    failedWriteIsTold = true;
+    SystemLog("data cannot be written to " + dataFolder + ": " + std::strerror(error));
 }
 
 u32 TakeHandle(std::FILE* stream, bool writable) {
@@ -70,7 +81,9 @@ void MakeFoldersOnPath(std::string path) {
     while (end < path.size()) {
         const std::size_t slash = path.find('/', end + 1);
         end = slash == std::string::npos ? path.size() : slash;
-        mkdir(path.substr(0, end).c_str(), 0777);
+        if (mkdir(path.substr(0, end).c_str(), 0777) != 0 && errno != EEXIST) {
+            return NoteFailedWrite(errno);
+        }
     }
 }
 
@@ -92,7 +105,7 @@ void InitFolders() {
     std::signal(SIGXFSZ, SIG_IGN);
     resourcesFolder = folders.resources + "/";
     dataFolder = DataFolder();
-    if (!dataFolder.empty()) dataFolder += "/";
+    if (!dataFolder.empty() && dataFolder.back() != '/') dataFolder += "/";
 }
 
 std::string DataFolder() {
@@ -131,6 +144,12 @@ const char* PathToWrite(const char* name) {
     return path;
 }
 
+std::FILE* OpenToWrite(const char* path, const char* mode) {
+    std::FILE* stream = systemCalls.open(path, mode);
+    if (stream == nullptr) NoteFailedWrite(errno);
+    return stream;
+}
+
 // Waits until no other start of the game is in the middle of the same file, but not for ever: that
 // one may have been halted.
 void Lock(u32 handle, int operation) {
@@ -155,8 +174,8 @@ u32 OpenFile(const char* name, u32 mode) {
     const char* path = PathToWrite(name);
     if (path == nullptr) return kNoFile;
     switch (mode) {
-        case kOpenUpdate: return TakeHandle(systemCalls.open(path, "r+be"), true);
-        case kOpenCreate: return TakeHandle(systemCalls.open(path, "w+be"), true);
+        case kOpenUpdate: return TakeHandle(OpenToWrite(path, "r+be"), true);
+        case kOpenCreate: return TakeHandle(OpenToWrite(path, "w+be"), true);
         default: return TakeHandle(systemCalls.open(path, "rbe"), false);
     }
 }
@@ -167,7 +186,7 @@ u32 OpenToReplace(const char* name) {
     if (path == nullptr) return kNoFile;
     // Not emptied before it is locked.
     std::FILE* stream = systemCalls.open(path, "r+be");
-    if (stream == nullptr) stream = systemCalls.open(path, "w+be");
+    if (stream == nullptr) stream = OpenToWrite(path, "w+be");
     const u32 handle = TakeHandle(stream, true);
     if (handle == kNoFile) return kNoFile;
     LockToWrite(handle);
@@ -193,7 +212,9 @@ u32 ReadFile(u32 handle, void* buffer, u32 count) {
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || data == nullptr) return 0;
-    return static_cast<u32>(systemCalls.write(data, count, file->stream));
+    const std::size_t written = systemCalls.write(data, count, file->stream);
+    if (written < count && file->writable) NoteFailedWrite(errno);
+    return static_cast<u32>(written);
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
@@ -271,7 +292,10 @@ u32 MakeFolder(const char* name) {
     sysSlots.beforeFileChange();
     const char* path = BuildPath(name, true);
     if (path == nullptr) return kNoFile;
-    return mkdir(path, 0777) == 0 || errno == EEXIST ? 0 : kNoFile;
+    if (mkdir(path, 0777) == 0 || errno == EEXIST) return 0;
+    // The data folder itself is not this service's to make.
+    if (errno != ENOENT) NoteFailedWrite(errno);
+    return kNoFile;
 }
 
 void RemoveFolder(const char* name) {
@@ -298,4 +322,5 @@ void ResetFiles() {
     while (openCount > 0) CloseFile(openCount - 1);
     dataFolder.clear();
     resourcesFolder.clear();
+    failedWriteIsTold = false;
 }

@@ -1,6 +1,7 @@
 #include "wasm/live.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace moxi {
 
@@ -44,14 +45,15 @@ struct Finder {
     std::vector<u64> out{};
     std::vector<u64> reads{};   // before it is written in the block
     std::vector<u64> writes{};
+    std::vector<u64> open{};       // the global variables that are alive where the walk is
     std::vector<u32> openEnd{};    // where the variable is last read, while it is alive; else 0
-    std::vector<Variable> alive{};
 
     void FindBlocks();
     void FindGlobals();
     void Solve();
     void Walk();
-    void WalkBlock(const Block& block, u64 index);
+    void OpenBlock(u64 index);
+    void WalkBlock(const Block& block);
     void Read(Variable variable, u32 position);
     void Write(Variable variable, u32 position);
     void WalkCall(const Instruction& instruction, u32 i);
@@ -147,12 +149,13 @@ void Finder::Solve() {
 void Finder::Read(Variable variable, u32 position) {
     if (openEnd[variable] != 0) return;
     openEnd[variable] = position + 1;
-    alive.push_back(variable);
+    if (global[variable] != kNone) open[global[variable] / 64] |= u64{1} << (global[variable] % 64);
 }
 
 void Finder::Write(Variable variable, u32 position) {
     const u32 end = openEnd[variable] != 0 ? openEnd[variable] : position + 1;
     openEnd[variable] = 0;
+    if (global[variable] != kNone) open[global[variable] / 64] &= ~(u64{1} << (global[variable] % 64));
     std::vector<Range>& list = result.ranges[variable];
     // Ranges come from the last one to the first.
     if (!list.empty() && list.back().from <= end) {
@@ -164,23 +167,32 @@ void Finder::Write(Variable variable, u32 position) {
 
 void Finder::WalkCall(const Instruction& instruction, u32 i) {
     if (instruction.isSetjmp) {
-        for (const Variable variable : alive) {
-            if (openEnd[variable] != 0 && variable >= kFirstVariable) {
-                result.crossesSetjmp.push_back(variable);
-            }
+        for (Variable variable = kFirstVariable; variable < code.variables; ++variable) {
+            if (openEnd[variable] != 0) result.crossesSetjmp.push_back(variable);
         }
     }
     for (Variable r = 0; r <= kLastCallerSaved; ++r) Write(r, 2 * i + 1);
     for (Variable r = 0; r < instruction.arguments; ++r) Read(r, 2 * i);
 }
 
-void Finder::WalkBlock(const Block& block, u64 index) {
-    alive.clear();
-    for (u32 bit = 0; bit < globals; ++bit) {
-        if ((out[index * words + bit / 64] >> (bit % 64) & 1) == 0) continue;
-        openEnd[variableOf[bit]] = 2 * block.end;
-        alive.push_back(variableOf[bit]);
+// What is alive both here and in the block that stands behind stays open; the rest begins or ends.
+void Finder::OpenBlock(u64 index) {
+    for (u64 w = 0; w < words; ++w) {
+        // Less than what flows in there, if something dead has been removed since.
+        const u64 behind = open[w];
+        const u64 here = out[index * words + w];
+        for (u64 bits = behind & ~here; bits != 0; bits &= bits - 1) {
+            Write(variableOf[64 * w + static_cast<u64>(std::countr_zero(bits))],
+                  2 * blocks[index + 1].first);
+        }
+        for (u64 bits = here & ~behind; bits != 0; bits &= bits - 1) {
+            Read(variableOf[64 * w + static_cast<u64>(std::countr_zero(bits))],
+                 2 * blocks[index].end - 1);
+        }
     }
+}
+
+void Finder::WalkBlock(const Block& block) {
     bool flagsAreWanted = false;
     for (u32 i = block.end; i-- > block.first;) {
         Instruction& instruction = code.instructions[i];
@@ -205,14 +217,18 @@ void Finder::WalkBlock(const Block& block, u64 index) {
             if (isRead) Read(variable, 2 * i);
         });
     }
-    for (const Variable variable : alive) {
-        if (openEnd[variable] != 0) Write(variable, 2 * block.first);
-    }
 }
 
 void Finder::Walk() {
     openEnd.assign(code.variables, 0);
-    for (u64 k = blocks.size(); k-- > 0;) WalkBlock(blocks[k], k);
+    open.assign(words, 0);
+    for (u64 k = blocks.size(); k-- > 0;) {
+        OpenBlock(k);
+        WalkBlock(blocks[k]);
+    }
+    for (Variable variable = 0; variable < code.variables; ++variable) {
+        if (openEnd[variable] != 0) Write(variable, 0);
+    }
     for (std::vector<Range>& list : result.ranges) std::reverse(list.begin(), list.end());
 }
 

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
+#include "desktop/us_layout.h"
 
 namespace {
 
@@ -416,6 +417,11 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     };
     desktop.isMainThread = [] { return true; };
     desktop.queueOnMain = [](void (*work)()) { state.mainQueue.push_back({state.now, work}); };
+    // No layouts are configured here.
+    desktop.latinText = [](u8 code, const std::string& text) {
+        const char us = UsCharacter(code);
+        return IsLatin(text) || us == 0 ? text : std::string(1, us);
+    };
     desktop.clipboardText = [] { return state.clipboard; };
     desktop.setClipboardText = [](const std::string& utf8) { state.clipboard = utf8; };
     desktop.setHandCursor = [](bool) {};

@@ -1,5 +1,7 @@
 #include "desktop/pango/pango_engine.h"
 
+#include <pango/pango.h>
+
 #include "desktop/pango/fits.h"
 #include "desktop/pango/labels.h"
 #include "desktop/pango/layout_text.h"
@@ -27,6 +29,9 @@ TextPicture Draw(TextFont* font, std::string_view text, bool underline, i32 colu
 }  // namespace
 
 void StartPangoText() {
+    // Pango keeps the language that it finds first. Taken before the locale is set, it is the same
+    // for every user, and so are the pictures. It is kept where the compiler cannot leave it out.
+    [[maybe_unused]] static const PangoLanguage* volatile language = pango_language_get_default();
     textEngine = {
         .makeFont = NewTextFont,
         .releaseFont = DeleteTextFont,

@@ -9,9 +9,11 @@
 #include "desktop/sdl/box_layout.h"
 #include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
+#include "desktop/sdl/native_display.h"
 #include "desktop/sdl/screens.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
+#include "desktop/sdl/wayland_side.h"
 #include "desktop/sdl/window.h"
 
 constexpr i32 kScreenMargin = 60;  // for the box's own title bar and the desktop's panels
@@ -22,20 +24,38 @@ namespace {
 struct Box {
     const BoxText* text = nullptr;
     BoxLayout layout;
-    SDL_Window* window = nullptr;
-    u32 windowId = 0;
-    int held = kNothingPressed;    // button under a mouse button that is down
-    int result = kNothingPressed;  // set once
+    SDL_Window* window = nullptr;       // its own; null for a box in the game's window
+    WaylandOverlay* overlay = nullptr;  // what shows a box in the game's window
+    SDL_Point place = {0, 0};           // of the box in the window that gets its events
+    u32 windowId = 0;                   // of that window
+    int focus = 0;                      // button that Return and Space press
+    int held = kNothingPressed;         // button under a mouse button that is down
+    int result = kNothingPressed;       // set once
 };
 }  // namespace
 
+static void Draw(const Box& box, cairo_surface_t* surface) {
+    DrawBox(surface, box.layout, box.text->message, box.text->buttons, box.focus, box.held);
+}
+
+static void DrawOverlay(const Box& box) {
+    cairo_surface_t* drawn =
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, box.layout.width, box.layout.height);
+    Draw(box, drawn);
+    DrawFrame(drawn);  // there is no title bar around it
+    ShowOverlay(box.overlay, cairo_image_surface_get_data(drawn), box.layout.width,
+                box.layout.height);
+    cairo_surface_destroy(drawn);
+}
+
 static void DrawBoxWindow(const Box& box) {
+    if (box.overlay != nullptr) return DrawOverlay(box);
     SDL_Surface* target = SDL_GetWindowSurface(box.window);
     if (target == nullptr) return;
     // A desktop that tiles windows may have made it larger.
     cairo_surface_t* drawn = cairo_image_surface_create(CAIRO_FORMAT_RGB24, std::max(target->w, 1),
                                                         std::max(target->h, 1));
-    DrawBox(drawn, box.layout, box.text->message, box.text->buttons, box.held);
+    Draw(box, drawn);
     // Cairo's words hold x, R, G, B from the top byte down.
     SDL_Surface* source = SDL_CreateRGBSurfaceWithFormatFrom(
         cairo_image_surface_get_data(drawn), cairo_image_surface_get_width(drawn),
@@ -54,6 +74,32 @@ static void GiveKeyboard(SDL_Window* window) {
     SDL_SetWindowInputFocus(window);
 }
 
+static SDL_Point PlaceInGameWindow(const Box& box) {
+    int width = 0;
+    int height = 0;
+    SDL_GetWindowSize(GameWindow(), &width, &height);
+    return {(width - box.layout.width) / 2, (height - box.layout.height) / 2};
+}
+
+// On Wayland a window cannot ask for the keyboard, and there are compositors that give it to nobody
+// when a box goes away that had it. A box in the game's own window takes it from nobody.
+static bool OpenBoxInGameWindow(Box& box) {
+    SDL_Window* const game = GameWindow();
+    if (game == nullptr || (SDL_GetWindowFlags(game) & SDL_WINDOW_SHOWN) == 0) return false;
+    int width = 0;
+    int height = 0;
+    SDL_GetWindowSize(game, &width, &height);
+    box.layout = LayOutBox(box.text->message, box.text->buttons, width, height);
+    box.place = PlaceInGameWindow(box);
+    // The window is there only once it has shown something.
+    if (IsMainThread()) ShowView();
+    box.overlay = OpenOverlay(game, box.place.x, box.place.y);
+    if (box.overlay == nullptr) return false;
+    box.windowId = SDL_GetWindowID(game);
+    DrawOverlay(box);
+    return true;
+}
+
 static bool OpenBoxWindow(Box& box) {
     SDL_Window* parent = GameWindow();
     SDL_Rect usable = {0, 0, 640, 400};
@@ -63,9 +109,11 @@ static bool OpenBoxWindow(Box& box) {
                            usable.h - kScreenMargin);
     const int x = usable.x + (usable.w - box.layout.width) / 2;
     const int y = usable.y + (usable.h - box.layout.height) / 2;
+    box.place = {0, 0};
     box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, box.layout.width,
                                   box.layout.height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
+    NameX11Window(box.window, box.text->title.c_str());
     box.windowId = SDL_GetWindowID(box.window);
     // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
     // when a box that belongs to it goes away.
@@ -76,6 +124,12 @@ static bool OpenBoxWindow(Box& box) {
     return true;
 }
 
+static void MoveFocus(Box& box, int step) {
+    const int buttons = static_cast<int>(box.text->buttons.size());
+    box.focus = (box.focus + step + buttons) % buttons;
+    DrawBoxWindow(box);
+}
+
 static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
     // A key that was down when the box came up presses nothing.
     if (event.repeat != 0) return;
@@ -83,15 +137,21 @@ static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
         case SDL_SCANCODE_RETURN:
         case SDL_SCANCODE_RETURN2:
         case SDL_SCANCODE_KP_ENTER:
-        case SDL_SCANCODE_SPACE: box.result = 0; break;
+        case SDL_SCANCODE_SPACE: box.result = box.focus; break;
         case SDL_SCANCODE_ESCAPE: box.result = box.text->cancelButton; break;
+        // The buttons stand from the right to the left.
+        case SDL_SCANCODE_LEFT:
+        case SDL_SCANCODE_UP: MoveFocus(box, 1); break;
+        case SDL_SCANCODE_RIGHT:
+        case SDL_SCANCODE_DOWN: MoveFocus(box, -1); break;
+        case SDL_SCANCODE_TAB: MoveFocus(box, (event.keysym.mod & KMOD_SHIFT) != 0 ? -1 : 1); break;
         default: break;
     }
 }
 
 static void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
     if (event.button != SDL_BUTTON_LEFT) return;
-    const int at = ButtonAt(box.layout, event.x, event.y);
+    const int at = ButtonAt(box.layout, event.x - box.place.x, event.y - box.place.y);
     if (event.state == SDL_PRESSED) {
         box.held = at;
     } else {
@@ -110,13 +170,25 @@ static void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
     }
 }
 
+// What the game's window hears of while it holds the box is the game's all the same.
+static bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
+    const bool isSized = event.event == SDL_WINDOWEVENT_SIZE_CHANGED;
+    if ((isSized || event.event == SDL_WINDOWEVENT_EXPOSED) && IsMainThread()) ShowView();
+    if (isSized) {
+        box.place = PlaceInGameWindow(box);
+        MoveOverlay(box.overlay, box.place.x, box.place.y);
+    }
+    if (event.event == SDL_WINDOWEVENT_CLOSE && IsMainThread()) box.result = box.text->cancelButton;
+    return false;
+}
+
 // The event is the box's own business, or input that a modal box keeps from the game.
 static bool TakeEvent(Box& box, const SDL_Event& event) {
     switch (event.type) {
         case SDL_KEYDOWN:
             if (event.key.windowID == box.windowId) HandleBoxKey(box, event.key);
             return true;
-        case SDL_KEYUP: return event.key.windowID == box.windowId;
+        case SDL_KEYUP: return box.window != nullptr && event.key.windowID == box.windowId;
         case SDL_TEXTINPUT:
         case SDL_TEXTEDITING:
         case SDL_MOUSEMOTION:
@@ -127,8 +199,9 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
         case SDL_MOUSEBUTTONUP:
             if (event.button.windowID != box.windowId) return false;
             HandleBoxButton(box, event.button);
-            return true;
+            return box.window != nullptr;
         case SDL_WINDOWEVENT:
+            if (box.window == nullptr) return HandleGameWindowEvent(box, event.window);
             if (event.window.windowID == box.windowId) {
                 HandleBoxWindowEvent(box, event.window);
                 return true;
@@ -162,12 +235,20 @@ static bool MustGiveUp() {
     return IsMainThread() && quitRequest == QuitRequest::Made;
 }
 
+static void CloseBox(Box& box) {
+    if (box.overlay != nullptr) return CloseOverlay(box.overlay);
+    const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
+    SDL_DestroyWindow(box.window);
+    // Not every desktop gives it back by itself.
+    if (hadKeyboard && GameWindow() != nullptr) GiveKeyboard(GameWindow());
+}
+
 int ShowBox(const BoxText& text, bool (*stop)()) {
     if (DisplayLoss() == Loss::Connection) return kNothingPressed;
     FcInit();
     Box box;
     box.text = &text;
-    if (!OpenBoxWindow(box)) return kNothingPressed;
+    if (!OpenBoxInGameWindow(box) && !OpenBoxWindow(box)) return kNothingPressed;
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
         if (MustGiveUp()) {
@@ -179,10 +260,7 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
         if (!TakeEvent(box, event)) forLater.push_back(event);
     }
     if (DisplayLoss() == Loss::Connection) return box.result;
-    const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
-    SDL_DestroyWindow(box.window);
-    // Not every desktop gives it back by itself.
-    if (hadKeyboard && GameWindow() != nullptr) GiveKeyboard(GameWindow());
+    CloseBox(box);
     for (SDL_Event& event : forLater) SDL_PushEvent(&event);
     return box.result;
 }

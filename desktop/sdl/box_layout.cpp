@@ -144,12 +144,12 @@ static void DrawSign(cairo_t* context, const Area& area) {
 }
 
 static void DrawButton(cairo_t* context, const Area& area, const std::string& text, double fontSize,
-                       bool pressed, bool isDefault) {
+                       bool pressed, bool hasFocus) {
     cairo_rectangle(context, area.x + 0.5, area.y + 0.5, area.width - 1, area.height - 1);
     SetColour(context, pressed ? kButtonPressed : kButtonFace);
     cairo_fill_preserve(context);
     SetColour(context, kButtonFrame);
-    cairo_set_line_width(context, isDefault ? 2 : 1);
+    cairo_set_line_width(context, hasFocus ? 3 : 1);
     cairo_stroke(context);
 
     PangoLayout* layout = NewText(context, text, fontSize, 0);
@@ -165,7 +165,7 @@ static void DrawButton(cairo_t* context, const Area& area, const std::string& te
 }
 
 void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::string& message,
-             const std::vector<std::string>& buttons, int pressed) {
+             const std::vector<std::string>& buttons, int focus, int pressed) {
     cairo_t* context = cairo_create(surface);
     SetColour(context, kBackground);
     cairo_paint(context);
@@ -184,8 +184,19 @@ void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::strin
 
     for (std::size_t i = 0; i < buttons.size(); ++i) {
         DrawButton(context, layout.buttons[i], buttons[i], layout.fontSize,
-                   static_cast<int>(i) == pressed, i == 0);
+                   static_cast<int>(i) == pressed, static_cast<int>(i) == focus);
     }
+    cairo_destroy(context);
+    cairo_surface_flush(surface);
+}
+
+void DrawFrame(cairo_surface_t* surface) {
+    cairo_t* context = cairo_create(surface);
+    SetColour(context, kButtonFrame);
+    cairo_set_line_width(context, 2);
+    cairo_rectangle(context, 1, 1, cairo_image_surface_get_width(surface) - 2,
+                    cairo_image_surface_get_height(surface) - 2);
+    cairo_stroke(context);
     cairo_destroy(context);
     cairo_surface_flush(surface);
 }

@@ -22,10 +22,13 @@ struct BoxLayout {
 BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& buttons, i32 widest,
                     i32 highest);
 
-// Draws the box on the whole of `surface`. `pressed` is the index of a button that is held down,
-// -1 for none.
+// Draws the box on the whole of `surface`. `focus` is the index of the button that the keyboard
+// presses, `pressed` that of one that is held down, -1 for none.
 void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::string& message,
-             const std::vector<std::string>& buttons, int pressed);
+             const std::vector<std::string>& buttons, int focus, int pressed);
+
+// Draws the edge of a box that has no title bar around it.
+void DrawFrame(cairo_surface_t* surface);
 
 // Index of the button at the point, -1 for none.
 int ButtonAt(const BoxLayout& layout, i32 x, i32 y);

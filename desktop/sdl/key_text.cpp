@@ -16,11 +16,6 @@ constexpr std::size_t kKeys = 128;
 static constinit std::optional<KeyPress> heldBack;
 // What each key was told with, for its release.
 static std::array<std::string, kKeys> pressedText;
-// What each key typed without Command, without and with Shift: the layout itself, as far as it has
-// shown itself.
-static std::array<std::array<std::string, 2>, kKeys> typedText;
-// The press before had no text: it may be a dead key, and the next text a composed one.
-static constinit bool afterTextlessPress = false;
 
 std::string Utf8(char32_t character) {
     const u32 c = static_cast<u32>(character);
@@ -93,9 +88,10 @@ static bool IsFixed(u8 code) {
     return ControlCharacter(code) != 0;
 }
 
+// The key's own character with Command held, whatever text a desktop makes of that; "" where the
+// layout has none, and without Command.
 static std::string TextWithCommand(const KeyPress& press) {
-    const std::string& typed = typedText[press.code][press.shift ? 1 : 0];
-    if (!typed.empty()) return typed;
+    if (!press.command) return "";
     if (!press.shift) return Utf8(press.plain);
     if (press.shifted != 0) return Utf8(press.shifted);
     return Utf8(ShiftedCharacter(press.plain));
@@ -104,7 +100,6 @@ static std::string TextWithCommand(const KeyPress& press) {
 static void TellKeyDown(const KeyPress& press, const std::string& text) {
     heldBack.reset();
     pressedText[press.code] = text;
-    afterTextlessPress = text.empty();
     Tell(desktopEvents.keyDown, press.code, text);
 }
 
@@ -121,8 +116,8 @@ void FinishKeyPress() {
     const KeyPress press = *heldBack;
     if (const char control = ControlCharacter(press.code)) {
         TellKeyDown(press, std::string(1, control));
-    } else if (press.command && press.plain != 0) {
-        TellKeyDown(press, TextWithCommand(press));
+    } else if (const std::string own = TextWithCommand(press); !own.empty()) {
+        TellKeyDown(press, own);
     } else if (const char keypad = KeypadControlCharacter(press.code)) {
         TellKeyDown(press, std::string(1, keypad));
     } else {
@@ -134,10 +129,8 @@ void TypeText(const std::string& text) {
     if (text.empty()) return;
     if (heldBack) {
         const KeyPress press = *heldBack;
-        if (!press.command && press.layoutText && !afterTextlessPress) {
-            typedText[press.code][press.shift ? 1 : 0] = text;
-        }
-        TellKeyDown(press, text);
+        const std::string own = TextWithCommand(press);
+        TellKeyDown(press, own.empty() ? text : own);
         return;
     }
     for (const std::string& piece : SplitText(text, kTextMessageBytes)) {
@@ -152,13 +145,11 @@ void ReleaseKey(u8 code) {
     Tell(desktopEvents.keyUp, code, text);
 }
 
-void ForgetLayout() {
-    typedText.fill({});
+bool KeyPressIsHeldBack() {
+    return heldBack.has_value();
 }
 
 void ResetKeyText() {
     heldBack.reset();
     pressedText.fill({});
-    afterTextlessPress = false;
-    ForgetLayout();
 }

@@ -11,8 +11,6 @@ struct KeyPress {
     u8 code = 0;           // positional virtual key code
     bool shift = false;    // held during the press
     bool command = false;  // held during the press
-    // Nothing else (Option, Caps Lock) bends the text: it is what the layout has on the key.
-    bool layoutText = false;
     // What the layout has on the key without and with Shift, 0 where that is not known.
     char32_t plain = 0;
     char32_t shifted = 0;
@@ -26,8 +24,8 @@ void TypeText(const std::string& text);
 void FinishKeyPress();
 // Tells the release with the text that the press had.
 void ReleaseKey(u8 code);
-// The user has chosen another layout.
-void ForgetLayout();
+// A press waits for its text.
+bool KeyPressIsHeldBack();
 void ResetKeyText();
 
 // Pieces of at most `limit` bytes, cut between characters. `limit` is at least 4.

@@ -4,12 +4,15 @@
 #include <SDL_video.h>
 
 #include <bitset>
-#include <string_view>
+#include <optional>
 
 #include "desktop/events.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/key_text.h"
+#include "desktop/sdl/layouts.h"
 #include "desktop/sdl/scancodes.h"
+#include "desktop/sdl/wayland_side.h"
+#include "desktop/sdl/x11_side.h"
 
 namespace {
 struct Modifiers {
@@ -61,15 +64,18 @@ static char32_t PlainCharacter(const SDL_Keysym& key) {
     return 0;
 }
 
-// Where Command keeps a text from coming on X11, the text that would have come is one that the
-// Control key turns into a control character. That is a digit on a French keyboard, which has its
-// digits above signs, and the slash on the keyboards that have it above a digit.
-static char32_t ShiftedDigit(char32_t digit) {
-    static const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
-    const bool isAzerty = SDL_GetKeyFromScancode(SDL_SCANCODE_Q) == SDLK_a;
-    if (isAzerty) return digit;
-    const char32_t us = ShiftedCharacter(digit);
-    return isX11 && us != '@' && us != '^' ? '/' : us;
+// The layout that is active now, unless the event says which one was.
+static KeyCharacters CharactersOf(const SDL_Keysym& key, u8 code, const X11KeyPress& x11) {
+    const auto known =
+        CharactersOnKey(code, x11.known ? std::optional<u32>(x11.group) : std::nullopt);
+    return known.value_or(KeyCharacters{PlainCharacter(key), 0});
+}
+
+// The press goes on from before the window got the keyboard, or from a box that has taken it.
+static bool IsForSomethingElse(const SDL_KeyboardEvent& event, u8 code, const X11KeyPress& x11) {
+    if (heldKeys.test(code)) return false;
+    const bool isShortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT)) != 0;
+    return event.repeat != 0 || (x11.heldBefore && isShortcut);
 }
 
 void HandleKeyDown(const SDL_KeyboardEvent& event) {
@@ -85,20 +91,23 @@ void HandleKeyDown(const SDL_KeyboardEvent& event) {
         FinishKeyPress();
         TellModifiers(modifiers);
     }
+    const X11KeyPress x11 = X11KeyPressOf(event);
+    if (IsForSomethingElse(event, code, x11)) return FinishKeyPress();
     heldKeys.set(code);
-    const char32_t plain = PlainCharacter(key);
-    const bool isDigitKey = key.sym >= SDLK_0 && key.sym <= SDLK_9;
+    // The layouts may have to be asked for, and without Command the text comes by itself.
+    const KeyCharacters characters =
+        modifiers.command ? CharactersOf(key, code, x11) : KeyCharacters{PlainCharacter(key), 0};
     PressKey({.code = code,
               .shift = modifiers.shift,
               .command = modifiers.command,
-              .layoutText = !modifiers.option && (key.mod & (KMOD_CAPS | KMOD_MODE)) == 0,
-              .plain = plain,
-              .shifted = isDigitKey ? ShiftedDigit(plain) : 0});
+              .plain = characters.plain,
+              .shifted = characters.shifted});
 }
 
 void HandleKeyUp(const SDL_KeyboardEvent& event) {
     const u8 code = VirtualKeyCode(event.keysym.scancode);
     FinishKeyPress();
+    TakeWaylandEvents();
     if (code == kNoKeyCode) return;
     if (IsModifierKey(code)) return TellModifiers(FromSdl(event.keysym.mod));
     // A release without a press belongs to a key that something else has seen go down.
@@ -109,10 +118,6 @@ void HandleKeyUp(const SDL_KeyboardEvent& event) {
 
 void HandleTextInput(const SDL_TextInputEvent& event) {
     TypeText(event.text);
-}
-
-void HandleKeymapChange() {
-    ForgetLayout();
 }
 
 void ReleaseHeldKeys() {

@@ -6,7 +6,6 @@
 void HandleKeyDown(const SDL_KeyboardEvent& event);
 void HandleKeyUp(const SDL_KeyboardEvent& event);
 void HandleTextInput(const SDL_TextInputEvent& event);
-void HandleKeymapChange();
 // The window has lost the keyboard: releases every key and modifier that the application holds.
 void ReleaseHeldKeys();
 void ResetSdlKeyboard();

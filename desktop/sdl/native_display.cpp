@@ -1,12 +1,15 @@
 #include "desktop/sdl/native_display.h"
 
 #include <SDL_syswm.h>
+#include <X11/Xatom.h>
 #include <X11/Xproto.h>
 #include <dlfcn.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
+#include <string_view>
 
 #include "base/log.h"
 
@@ -116,6 +119,26 @@ bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
     return true;
 }
 
+unsigned long XWindow(SDL_Window* window) {
+    SDL_SysWMinfo info;
+    return WindowInfo(window, SDL_SYSWM_X11, info) ? info.info.x11.window : 0;
+}
+
+void NameX11Window(SDL_Window* window, const char* utf8) {
+    SDL_SysWMinfo info;
+    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
+    static auto* const change = Loaded<decltype(XChangeProperty)>(kX11, "XChangeProperty");
+    static auto* const intern = Loaded<decltype(XInternAtom)>(kX11, "XInternAtom");
+    if (change == nullptr || intern == nullptr) return;
+    const std::string_view name = utf8;
+    const bool isAscii =
+        std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c < 0x7F; });
+    Display* display = info.info.x11.display;
+    const Atom type = isAscii ? XA_STRING : intern(display, "UTF8_STRING", False);
+    change(display, info.info.x11.window, XA_WM_NAME, type, 8, PropModeReplace,
+           reinterpret_cast<const unsigned char*>(utf8), static_cast<int>(name.size()));
+}
+
 #else
 
 void TakeX11Errors() {}
@@ -126,6 +149,10 @@ ServerWait WaitForX11(u64) {
 bool AskX11ForWindow(SDL_Window*, SDL_Rect&) {
     return false;
 }
+unsigned long XWindow(SDL_Window*) {
+    return 0;
+}
+void NameX11Window(SDL_Window*, const char*) {}
 
 #endif
 

@@ -36,5 +36,12 @@ ServerWait WaitForX11(u64 nanoseconds);
 // when there is no answer.
 bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content);
 
+// The X server's number of the window; 0 on other desktops.
+unsigned long XWindow(SDL_Window* window);
+
+// To be called after SDL has set a title: SDL gives the older of the two title properties the
+// locale's own encoding, which other programs do not understand.
+void NameX11Window(SDL_Window* window, const char* utf8);
+
 // The connection to the Wayland compositor is broken; false on other desktops.
 bool WaylandConnectionIsBroken(SDL_Window* window);

@@ -106,12 +106,11 @@ static void HandleEvent(const SDL_Event& event) {
     // A press waits for its own text alone.
     if (event.type != SDL_TEXTINPUT) FinishKeyPress();
     // Input comes to the window as it is then.
-    if (event.type != SDL_WINDOWEVENT) SettleWindow();
+    if (event.type != SDL_WINDOWEVENT && !KeyPressIsHeldBack()) SettleWindow();
     switch (event.type) {
         case SDL_KEYDOWN: HandleKeyDown(event.key); break;
         case SDL_KEYUP: HandleKeyUp(event.key); break;
         case SDL_TEXTINPUT: HandleTextInput(event.text); break;
-        case SDL_KEYMAPCHANGED: HandleKeymapChange(); break;
         case SDL_MOUSEBUTTONDOWN:
         case SDL_MOUSEBUTTONUP: HandleMouseButton(event.button); break;
         case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
@@ -174,7 +173,9 @@ static void HandleEvents(SDL_Event& event) {
     do {
         HandleEvent(event);
         ServeRequests();
-    } while (!ended && Nanoseconds() < until && SDL_PollEvent(&event) != 0);
+        // The text of a press has come with it, and would be no text of a key in the next turn.
+    } while (!ended && (Nanoseconds() < until || KeyPressIsHeldBack()) &&
+             SDL_PollEvent(&event) != 0);
     if (!ended) FinishKeyPress();
 }
 

@@ -1,9 +1,11 @@
 #include "desktop/sdl/sdl_desktop.h"
 
 #include <SDL.h>
+#include <langinfo.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +16,7 @@
 #include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
 #include "desktop/sdl/keyboard.h"
+#include "desktop/sdl/layouts.h"
 #include "desktop/sdl/mouse.h"
 #include "desktop/sdl/native_display.h"
 #include "desktop/sdl/run_loop.h"
@@ -23,7 +26,9 @@
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
+#include "desktop/sdl/wayland_side.h"
 #include "desktop/sdl/window.h"
+#include "desktop/sdl/x11_side.h"
 
 static void SetHints() {
     // The window's class has to be that of the desktop entry.
@@ -38,6 +43,14 @@ static void SetHints() {
     SDL_SetHint(SDL_HINT_IME_SHOW_UI, "1");
     SDL_SetHint(SDL_HINT_RENDER_VSYNC, "0");
     SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "nearest");
+}
+
+// Window titles beyond ASCII reach X11 in the encoding of the locale, so it has to be one that has
+// every character. Numbers and sorting stay as they are in C.
+static void UseUnicodeLocale() {
+    const auto isUnicode = [] { return std::string_view(nl_langinfo(CODESET)) == "UTF-8"; };
+    if (std::setlocale(LC_CTYPE, "") != nullptr && isUnicode()) return;
+    if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr) std::setlocale(LC_CTYPE, "C");
 }
 
 // SDL falls back silently to drivers that show nothing to anybody.
@@ -78,6 +91,8 @@ static void ShutDown() {
     if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
+    StopX11Side();
+    StopWaylandSide();
     SDL_Quit();
 }
 
@@ -92,6 +107,7 @@ static std::vector<Screen> ScreensNow() {
 
 bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     SetHints();
+    UseUnicodeLocale();
     if (!SurvivesStart()) {
         *error = "no display: the Wayland desktop has neither keyboard nor pointer";
         return false;
@@ -111,7 +127,10 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     // On X11 a window's surface goes to the server as it is, and only where it has changed.
-    if (std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+    if (std::string_view(driver) == "x11") {
+        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+        StartX11Side();
+    }
     BindGateToMainThread();
     ResetTimers();
     ResetSdlKeyboard();
@@ -126,6 +145,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .shutDown = ShutDown,
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,
+        .setWindowIcon = SetGameWindowIcon,
         .showWindow = ShowGameWindow,
         .closeWindow = RequestClose,
         .minimizeWindow = MinimizeGameWindow,
@@ -145,6 +165,11 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .sleep = SleepWithRedraw,
         .isMainThread = IsMainThread,
         .queueOnMain = QueueOnMain,
+        .latinText =
+            [](u8 code, const std::string& text) {
+                const InsideDesktop inside;
+                return LatinText(code, text);
+            },
         .clipboardText = ClipboardText,
         .setClipboardText = SetClipboardText,
         .setHandCursor = SetHandCursor,

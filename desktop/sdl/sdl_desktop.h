@@ -7,7 +7,8 @@
 //   timers       repeating timers with absolute deadlines
 //   window       the window, full screen, closing; geometry, geometry_tracker: what of it is told
 //   view         redraw requests and the texture that is shown
-//   keyboard     keys, with scancodes (positions) and key_text (characters)
+//   keyboard     keys, with scancodes (positions), key_text (characters) and layouts
+//   x11_side     what SDL does not ask the X server; wayland_side: the same of a compositor
 //   mouse        buttons, motion, wheel
 //   screens      screens and their changes, with x11_monitors
 //   services     clipboard, cursor, local time; url_opener: web addresses

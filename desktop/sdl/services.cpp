@@ -9,13 +9,23 @@
 
 #include "desktop/sdl/display_loss.h"
 #include "desktop/sdl/gate.h"
+#include "desktop/sdl/native_display.h"
+#include "desktop/sdl/window.h"
+#include "desktop/sdl/x11_clipboard.h"
 
 static constinit SDL_Cursor* handCursor = nullptr;
 static constinit SDL_Cursor* arrowCursor = nullptr;
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
-    if (DisplayLoss() != Loss::None || SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
+    if (DisplayLoss() != Loss::None) return std::nullopt;
+    if (const unsigned long window = XWindow(GameWindow())) {
+        // SDL takes no text in pieces, in which large ones come.
+        bool own = false;
+        std::optional<std::string> others = X11ClipboardText(window, own);
+        if (!own) return others;
+    }
+    if (SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
     char* text = SDL_GetClipboardText();
     if (text == nullptr) return std::nullopt;
     std::string result = text;

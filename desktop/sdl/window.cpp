@@ -2,8 +2,10 @@
 
 #include <SDL_keyboard.h>
 #include <SDL_mouse.h>
+#include <glib.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -21,9 +23,13 @@
 #include "desktop/sdl/timers.h"
 #include "desktop/sdl/view.h"
 #include "desktop/sdl/watchdog.h"
+#include "desktop/sdl/wayland_side.h"
+#include "desktop/sdl/x11_side.h"
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
+// How long after the borders the window itself may take to change.
+constexpr u64 kBordersNanoseconds = 30'000'000;
 constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
@@ -31,6 +37,7 @@ static constinit SDL_Window* window = nullptr;
 static std::string title;
 static constinit GeometryTracker tracker;     // content area
 static constinit Borders borders;             // all 0 where the desktop does not tell
+static constinit bool bordersHeld = false;    // others have come that are not told yet
 static constinit bool reported = false;       // the desktop has told of a change since we looked
 static constinit bool positionsExist = true;  // Wayland has none
 static constinit bool shown = false;
@@ -93,16 +100,34 @@ static Area ContentOnServer() {
     return {content.x, content.y, content.w, content.h};
 }
 
-// Borders are no news to the application: the content stays where it is.
-static void ReadBorders() {
+// Answers whether the frame has another place now though the content has stayed where it is. The
+// borders that a window has from the start are no news.
+static bool ReadBorders() {
+    const Borders before = borders;
     if (fullScreen) {
         borders = {};
-        return;
+        return false;
     }
     Borders now;
-    if (SDL_GetWindowBordersSize(window, &now.top, &now.left, &now.bottom, &now.right) == 0) {
-        borders = now;
+    std::array<i32, 4> sides;
+    if (AskX11ForBorders(XWindow(window), sides)) {
+        now = {.top = sides[2], .left = sides[0], .bottom = sides[3], .right = sides[1]};
+    } else if (SDL_GetWindowBordersSize(window, &now.top, &now.left, &now.bottom, &now.right) !=
+               0) {
+        return false;
     }
+    if (before != Borders{} && now != before) {
+        // Size and place change with the borders when a window is maximised, a little later. A
+        // frame of both, which the window never had, is told to nobody.
+        const u64 time = Nanoseconds();
+        if (!bordersHeld)
+            tracker.heldUntil = std::max(tracker.heldUntil, time + kBordersNanoseconds);
+        bordersHeld = true;
+        if (time < tracker.heldUntil) return false;
+    }
+    bordersHeld = false;
+    borders = now;
+    return before != Borders{} && (before.left != borders.left || before.bottom != borders.bottom);
 }
 
 static void TellChange(const GeometryChange& change) {
@@ -123,14 +148,33 @@ void CreateGameWindow(WindowFrame content) {
     window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
                               tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
     if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    NameX11Window(window, title.c_str());
     WatchDisplay(window);
+    StartWaylandSide(window);
     if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
 void SetGameWindowTitle(const char* utf8) {
     const InsideDesktop inside;
-    title = utf8;
-    if (window != nullptr) SDL_SetWindowTitle(window, utf8);
+    // Bytes that are no characters would keep the whole title from being set.
+    char* valid = g_utf8_make_valid(utf8, -1);
+    title = valid;
+    g_free(valid);
+    if (window == nullptr) return;
+    SDL_SetWindowTitle(window, title.c_str());
+    NameX11Window(window, title.c_str());
+}
+
+void SetGameWindowIcon(const u8* pixels, u32 width, u32 height) {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    // SDL only reads the pixels.
+    SDL_Surface* const icon = SDL_CreateRGBSurfaceWithFormatFrom(
+        const_cast<u8*>(pixels), static_cast<int>(width), static_cast<int>(height), 32,
+        static_cast<int>(width) * 4, SDL_PIXELFORMAT_RGBA32);
+    if (icon == nullptr) return;
+    SDL_SetWindowIcon(window, icon);
+    SDL_FreeSurface(icon);
 }
 
 void ShowGameWindow() {
@@ -271,12 +315,13 @@ static void LookAtWindow(u64 now) {
         }
         return;
     }
-    ReadBorders();
+    const bool isFrameMoved = ReadBorders();
     const Area before = tracker.known;
     // The window manager has had its time, and whatever it answers it has answered.
     const bool overdue = now >= NextObservation(tracker);
     const Area actual = overdue ? ContentOnServer() : ActualContent();
-    const GeometryChange change = ObserveGeometry(tracker, actual, now);
+    GeometryChange change = ObserveGeometry(tracker, actual, now);
+    change.moved = change.moved || isFrameMoved;
     if (change.resized) {
         const Area news = tracker.known;
         tracker.known = before;  // the live resize starts before the size has changed
@@ -295,6 +340,7 @@ void SettleWindow() {
     if (window == nullptr) return;
     const u64 now = Nanoseconds();
     if (owed && now >= owedFrom) GiveWhatIsOwed();
+    reported = X11BordersMayDiffer() || reported;
     if (!owed && (reported || now >= NextObservation(tracker))) LookAtWindow(now);
     if (window != nullptr) WatchLiveResize(now);
 }
@@ -358,5 +404,5 @@ void DestroyGameWindow() {
 
 void ForgetGameWindow() {
     window = nullptr;
-    owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+    bordersHeld = owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }

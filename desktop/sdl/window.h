@@ -9,6 +9,7 @@
 // Functions of the desktop record.
 void CreateGameWindow(WindowFrame content);
 void SetGameWindowTitle(const char* utf8);
+void SetGameWindowIcon(const u8* pixels, u32 width, u32 height);
 void ShowGameWindow();
 void MinimizeGameWindow();
 WindowFrame GameWindowFrame();

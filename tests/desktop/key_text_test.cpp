@@ -36,7 +36,7 @@ class KeyText : public testing::Test {
 };
 
 KeyPress Plain(u8 code) {
-    return {.code = code, .layoutText = true};
+    return {.code = code};
 }
 
 TEST_F(KeyText, TextThatFollowsAPressBelongsToIt) {
@@ -91,32 +91,36 @@ TEST_F(KeyText, TheReleaseOfADeadKeyHasNoText) {
 }
 
 TEST_F(KeyText, WithCommandHeldTheTextIsTheKeysOwnCharacter) {
-    PressKey({.code = 0x0C, .command = true, .layoutText = true, .plain = 'q'});
+    PressKey({.code = 0x0C, .command = true, .plain = 'q'});
     FinishKeyPress();
     Expect({"down12=q"});
 }
 
 TEST_F(KeyText, WithCommandAndShiftHeldTheTextIsTheShiftedCharacter) {
-    PressKey({.code = 0x2E, .shift = true, .command = true, .layoutText = true, .plain = 'm'});
+    PressKey({.code = 0x2E, .shift = true, .command = true, .plain = 'm'});
     FinishKeyPress();
     Expect({"down46=M"});
 }
 
-TEST_F(KeyText, WithCommandHeldALayoutThatHasShownItselfIsFollowed) {
-    PressKey({.code = 0x1A, .shift = true, .layoutText = true, .plain = '7'});
-    TypeText("/");
-    PressKey({.code = 0x1A, .shift = true, .command = true, .layoutText = true, .plain = '7'});
+TEST_F(KeyText, WithCommandHeldTheKeysCharacterCountsWhateverTextComes) {
+    PressKey({.code = 0x1A, .shift = true, .command = true, .plain = '7', .shifted = '/'});
+    TypeText("7");
     FinishKeyPress();
-    Expect({"down26=/", "down26=/"});
+    Expect({"down26=/"});
 }
 
-TEST_F(KeyText, AComposedCharacterIsNotTakenForTheLayouts) {
-    PressKey(Plain(0x18));
-    PressKey({.code = 0x0E, .layoutText = true, .plain = 'e'});
-    TypeText("\xC3\xA9");
-    PressKey({.code = 0x0E, .command = true, .layoutText = true, .plain = 'e'});
+TEST_F(KeyText, WhatAKeyHasTypedIsNotRememberedForCommand) {
+    PressKey(Plain(0x00));
+    TypeText("q");  // in a French layout
+    PressKey({.code = 0x00, .command = true, .plain = 'a'});
     FinishKeyPress();
-    Expect({"down24=", "down14=\xC3\xA9", "down14=e"});
+    Expect({"down0=q", "down0=a"});
+}
+
+TEST_F(KeyText, AKeyWithoutACharacterOfItsOwnHasTheTextThatComesWithCommandHeld) {
+    PressKey({.code = 0x18, .command = true});
+    TypeText("\xC2\xB4");
+    Expect({"down24=\xC2\xB4"});
 }
 
 TEST_F(KeyText, KeypadKeysWithoutTextAreTheirOtherMeaning) {

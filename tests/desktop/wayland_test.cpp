@@ -10,6 +10,7 @@
 #include "tests/desktop/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/desktop_session.h"
+#include "tests/support/x11_client.h"
 
 namespace {
 class Wayland : public testing::Test {
@@ -104,6 +105,132 @@ TEST_F(Wayland, AnAlertIsDismissedByAKey) {
     EXPECT_NE(probe.Log().back(), "dismissed");
     Xdotool("key Return");
     EXPECT_GE(probe.WaitFor("dismissed"), 0);
+}
+
+TEST_F(Wayland, AfterAnAlertKeysArriveWithoutAClick) {
+    StartProbe([](const std::string& text) {
+        if (text != "x") return;
+        desktop.alert("Something went wrong. So sorry.");
+        ProbeLog("dismissed");
+    });
+    for (const std::string key : {"Return", "space", "Escape"}) {
+        const std::size_t before = probe.Log().size();
+        Cause("key x");
+        Cause("key q");  // presses nothing, and does not reach the game
+        Xdotool("key " + key);
+        EXPECT_GE(probe.WaitFor("dismissed", before), 0) << key;
+        EXPECT_EQ(Cause("key a"), Lines{"key-down 00 \"a\""}) << key;
+    }
+}
+
+TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
+    StartProbe([](const std::string& text) {
+        if (text != "x") return;
+        desktop.alert("Something went wrong. So sorry.");
+        ProbeLog("dismissed");
+    });
+    Cause("key x");
+    const std::string picture = ::testing::TempDir() + "/wayland-alert.png";
+    const std::string server = "DISPLAY=" + session.xServer.display + " ";
+    OutputOf(server + "import -window root " + picture);
+    // The box's background is the light grey F1F1F1, which the scene has nowhere.
+    const std::string size = OutputOf("convert " + picture +
+                                      " -fill black +opaque '#F1F1F1' -trim -format '%w %h %O' "
+                                      "info: 2>&1");
+    int width = 0;
+    int height = 0;
+    int left = 0;
+    int top = 0;
+    ASSERT_EQ(std::sscanf(size.c_str(), "%d %d +%d+%d", &width, &height, &left, &top), 4) << size;
+    EXPECT_GT(width, 200);
+    EXPECT_GT(height, 80);
+    EXPECT_LT(width, 600);
+    EXPECT_LT(height, 300);
+    // The button lies 20 from the right and bottom edges of the box.
+    Xdotool("mousemove " + std::to_string(left + width - 40) + " " +
+            std::to_string(top + height - 35) + " sleep 0.1 click 1");
+    EXPECT_GE(probe.WaitFor("dismissed"), 0);
+    EXPECT_EQ(Cause("key a"), Lines{"key-down 00 \"a\""});
+}
+
+TEST_F(Wayland, TheBoxAboutABusyApplicationIsUsedByKeyboardAndLeavesTheKeyboardAlive) {
+    StartProbe([](const std::string& text) {
+        if (text != "z" && text != "y") return;
+        // Until it is ended, or for longer than the box needs to come.
+        const u64 until = desktop.nanoseconds() + (text == "z" ? 60 : 9) * 1'000'000'000ull;
+        while (desktop.nanoseconds() < until) {
+        }
+        ProbeLog("no longer busy");
+    });
+    const auto boxIsThere = [&] {
+        const std::string picture = ::testing::TempDir() + "/wayland-box.png";
+        OutputOf("DISPLAY=" + session.xServer.display + " import -window root " + picture);
+        return OutputOf("convert " + picture +
+                        " -fill black +opaque '#F1F1F1' -format '%[fx:mean>0]' info: 2>&1") == "1";
+    };
+    std::size_t before = probe.Log().size();
+    Xdotool("key y");
+    ASSERT_GE(probe.WaitFor("key-down", before), 0);
+    kill(probe.process, SIGTERM);
+    ASSERT_TRUE(WaitUntil(boxIsThere));
+    Xdotool("key Return");  // Wait
+    EXPECT_TRUE(WaitUntil([&] { return !boxIsThere(); }));
+    EXPECT_GE(probe.WaitFor("no longer busy", before), 0);
+    EXPECT_EQ(probe.WaitForExit(), 0);
+}
+
+TEST_F(Wayland, CommandTakesTheTextOfTheLayoutThatIsActive) {
+    // The compositor takes the layouts of the X server that it is shown on.
+    session.Stop();
+    ASSERT_TRUE(session.Start(1280, 800, "us,fr"));
+    StartProbe();
+    const std::string display = "DISPLAY=" + session.xServer.display + " ";
+    // Keys by their place, 38 is A in the first layout and Q in the second.
+    const auto press = [&](const std::vector<unsigned>& codes) {
+        const std::size_t before = probe.Log().size();
+        setenv("DISPLAY", session.xServer.display.c_str(), 1);
+        EXPECT_TRUE(PressX11Keys(codes));
+        unsetenv("DISPLAY");
+        probe.WaitForQuiet();
+        Lines lines = probe.Log(before);
+        std::erase_if(lines, [](const std::string& line) { return !line.starts_with("key-down"); });
+        return lines;
+    };
+    const auto use = [&](unsigned layout) {
+        setenv("DISPLAY", session.xServer.display.c_str(), 1);
+        UseX11Layout(layout);
+        unsetenv("DISPLAY");
+        probe.WaitForQuiet();
+    };
+    use(1);
+    EXPECT_EQ(press({38}), Lines{"key-down 00 \"q\""});
+    use(0);
+    EXPECT_EQ(press({38}), Lines{"key-down 00 \"a\""});
+    EXPECT_EQ(press({37, 38}), Lines{"key-down 00 \"a\""});
+    use(1);
+    EXPECT_EQ(press({37, 38}), Lines{"key-down 00 \"q\""});
+    EXPECT_EQ(press({37, 50, 10}), Lines{"key-down 12 \"1\""});
+    EXPECT_EQ(press({37, 10}), Lines{"key-down 12 \"&\""});
+}
+
+TEST_F(Wayland, ALongTextOfAnotherProgramComesWhole) {
+    if (!IsProgramInstalled("wl-copy")) GTEST_SKIP() << "wl-clipboard is missing";
+    StartProbe([](const std::string& text) {
+        if (text == "p") {
+            const std::string clip = desktop.clipboardText().value_or("none");
+            ProbeLog("clip " + std::to_string(clip.size()) + " " + clip.substr(0, 8) + " " +
+                     clip.substr(clip.size() - 8));
+        }
+    });
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/text", "beginning" + std::string(5'000'000, '.') + "the end.");
+    OutputOf("wl-copy --type text/plain\\;charset=utf-8 < " + folder.path +
+             "/text >/dev/null 2>&1");
+    // wl-copy has had a window of its own, and the keyboard.
+    Cause("click 1");
+    Cause("key p");
+    EXPECT_GE(probe.WaitFor("clip 5000017 beginnin the end."), 0)
+        << testing::PrintToString(probe.Log());
 }
 
 TEST_F(Wayland, ATerminationSignalQuits) {

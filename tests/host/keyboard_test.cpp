@@ -295,6 +295,41 @@ TEST(MenuKeys, CommandShiftSWritesAScreenshotIntoThePicturesFolder) {
     EXPECT_EQ(picture.Colour(0, 0, 1000, 600), 0x000000u);
 }
 
+TEST(MenuKeys, AHeldKeyIsTakenOnce) {
+    EXPECT_EQ(Played("10 modifiers option\n20 key-down 24 \"\\x0D\"\n21 key-down 24 \"\\x0D\"\n"
+                     "22 key-down 24 \"\\x0D\"\n"),
+              (Messages{{MSG_DOWN, 18, 0, 0},
+                        {MSG_SIZE, 1920, 1080, 0},
+                        {MSG_SIZE, 1920, 1080, 2},
+                        {MSG_SIZE, 1920, 1080, 2}}));
+}
+
+TEST(MenuKeys, ALetterThatIsNotLatinCountsAsTheOneOfAUsKeyboard) {
+    // Short i stands on the key of Q in Russian.
+    const HeadlessResult result =
+        Play({}, "10 modifiers command\n20 key-down 0C \"\\xD0\\xB9\"\n30 mouse-move 1 1\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(MessagesAfterStart(result), (Messages{{MSG_DOWN, 17, 0, 0}, {MSG_CLOSE}}));
+}
+
+TEST(MenuKeys, TwoScreenshotsWithinASecondAreTwoFiles) {
+    const TemporaryFolder home;
+    const char* const before = std::getenv("HOME");
+    const std::string homeBefore = before != nullptr ? before : "";
+    unsetenv("XDG_CONFIG_HOME");
+    setenv("HOME", home.path.c_str(), 1);
+    const HeadlessResult result = Play({},
+                                       "10 modifiers command shift\n2000 key-down 01 \"S\"\n"
+                                       "2010 key-up 01 \"S\"\n2020 key-down 01 \"S\"\n",
+                                       {"--date", "2031-02-03 04:05:06"});
+    setenv("HOME", homeBefore.c_str(), 1);
+    const std::string file = home.path + "/Pictures/MOXI game 2031-02-03 04.05.08";
+    EXPECT_EQ(result.lines, (Strings{"log: screenshot: " + file + ".png",
+                                     "log: screenshot: " + file + " 2.png"}));
+    EXPECT_EQ(ReadPicture(file + ".png").width, 1000u);
+    EXPECT_EQ(ReadPicture(file + " 2.png").width, 1000u);
+}
+
 TEST(MenuKeys, WithOtherModifiersTheModuleGetsTheKey) {
     EXPECT_EQ(Played("10 key-down 0C \"q\"\n20 modifiers shift command\n30 key-down 0C \"Q\"\n"
                      "40 modifiers command option\n50 key-down 0D \"w\"\n"),

@@ -112,10 +112,11 @@ void XSession::Stop() {
     manager = server = -1;
 }
 
-bool WaylandSession::Start(int width, int height) {
+bool WaylandSession::Start(int width, int height, const std::string& layouts) {
     if (!IsProgramInstalled("weston")) return false;
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
     if (!xServer.Start(size + "x24", false)) return false;
+    OutputOf("setxkbmap " + layouts);
     std::string pattern = (std::filesystem::temp_directory_path() / "moxi-wayland-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) return false;
     folder = pattern;

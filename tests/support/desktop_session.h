@@ -46,7 +46,8 @@ struct WaylandSession {
 
     // Starts both, with a runtime folder of their own, and points the environment at the
     // compositor; xdotool needs DISPLAY=`xServer.display`. False when something is missing.
-    bool Start(int width, int height);
+    // The keyboard layouts are setxkbmap's.
+    bool Start(int width, int height, const std::string& layouts = "us");
     void Stop();
 
     XSession xServer;

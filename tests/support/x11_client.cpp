@@ -1,5 +1,6 @@
 #include "x11_client.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <dlfcn.h>
@@ -84,6 +85,42 @@ bool PressX11Key(unsigned code) {
     const Connection x;
     return x.display != nullptr && SendKey(x.display, code, true) &&
            SendKey(x.display, code, false);
+}
+
+bool PressX11Keys(const std::vector<unsigned>& codes) {
+    const Connection x;
+    if (x.display == nullptr) return false;
+    for (const unsigned code : codes) {
+        if (!SendKey(x.display, code, true)) return false;
+    }
+    for (std::size_t i = codes.size(); i > 0; --i) SendKey(x.display, codes[i - 1], false);
+    return true;
+}
+
+void UseX11Layout(unsigned layout) {
+    const Connection x;
+    if (x.display == nullptr) return;
+    XkbLockGroup(x.display, XkbUseCoreKbd, layout);
+    XSync(x.display, False);
+}
+
+void MaximizeX11Window(unsigned long window, bool maximized) {
+    const Connection x;
+    if (x.display == nullptr) return;
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(x.display, "_NET_WM_STATE", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = maximized ? 1 : 0;
+    event.xclient.data.l[1] =
+        static_cast<long>(XInternAtom(x.display, "_NET_WM_STATE_MAXIMIZED_VERT", False));
+    event.xclient.data.l[2] =
+        static_cast<long>(XInternAtom(x.display, "_NET_WM_STATE_MAXIMIZED_HORZ", False));
+    event.xclient.data.l[3] = 2;  // the user's wish
+    XSendEvent(x.display, DefaultRootWindow(x.display), False,
+               SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XSync(x.display, False);
 }
 
 long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colour) {

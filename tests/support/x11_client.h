@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <vector>
+
 // Destroys a window of another program.
 void DestroyX11Window(unsigned long window);
 
@@ -18,6 +20,16 @@ long OtherX11Pixels(unsigned long window, int width, int height, unsigned colour
 
 // Presses and releases a key, as from the keyboard; X's number of the key. False without XTEST.
 bool PressX11Key(unsigned code);
+
+// Presses the keys one after the other and releases them in the opposite order. Unlike xdotool it
+// leaves the keyboard layout as it is.
+bool PressX11Keys(const std::vector<unsigned>& codes);
+
+// The layout that is active from now on, an index of those that setxkbmap has set.
+void UseX11Layout(unsigned layout);
+
+// Maximises a window of another program, or takes that back, as a click of the user would.
+void MaximizeX11Window(unsigned long window, bool maximized);
 
 // Presses a key and gives the nanoseconds until the window's pixel has another colour than this on
 // the screen; -1 when it has not within two seconds.

@@ -1,0 +1,12 @@
+#pragma once
+// A folder that takes the place of the user's own where a user has none.
+
+#include <string>
+
+// Makes a private folder below $TMPDIR or /tmp and gives its path, "" when that fails. Another
+// process removes it with all it holds as soon as this one has ended, however it ends. To be called
+// before there are threads and before the process restricts itself.
+std::string MakeTemporaryFolder();
+
+// Has the folder removed, and returns when it is gone. Nothing when none was made.
+void RemoveTemporaryFolder();

@@ -1,0 +1,121 @@
+// Where a game's data goes, through the program itself.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/support/headless_run.h"
+#include "tests/support/service_calls.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Strings = std::vector<std::string>;
+
+// A game that writes SAVE.DAT, in a folder whose current folder is another one.
+class DataFolder : public testing::Test {
+  protected:
+    void SetUp() override {
+        fs::create_directories(here);
+        fs::create_directories(game);
+        ServiceCalls calls;
+        const u32 handle = calls.Call({"0x0000", calls.Text("SAVE.DAT"), "0x8302"});
+        calls.Call({"0x0003", ServiceCalls::Result(handle), calls.Text("gone"), "4"});
+        calls.Call({"0x0008", ServiceCalls::Result(handle)});
+        calls.Call({"0x0000", calls.Text("MORE.DAT"), "0x8302"});
+        WriteGame(game, calls.Source());
+    }
+
+    // `environment` is what env takes: -u NAME and NAME=VALUE.
+    ProgramResult Run(const std::string& environment, const Strings& options = {},
+                      const std::string& user = "") {
+        Strings arguments = {"-c", user + "env " + environment + " \"$0\" \"$@\"",
+                             std::string(MOXI_BIN_DIR) + "/moxi", "--headless"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.push_back(game);
+        return RunProgram("/bin/sh", arguments, here);
+    }
+
+    static constexpr const char* kSave = "/Quillmoss Software/game/SAVE.DAT";
+    TemporaryFolder folder;
+    std::string here = folder.path + "/here";
+    std::string game = folder.path + "/game";
+};
+
+TEST_F(DataFolder, ATrailingSlashOfItsNameIsNotDoubled) {
+    ServiceCalls calls;
+    const std::string buffer = calls.Space(1024);
+    calls.Call({"0x070C", buffer});
+    const AssembleResult assembled = WriteGame(game, calls.Source());
+    const ProgramResult result =
+        Run("", {"--data-folder", folder.path + "/data/", "--dump-image", folder.path + "/image"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const std::string image = ReadTextFile(folder.path + "/image");
+    const u32 at = SymbolValue(assembled, buffer);
+    ASSERT_LT(at, image.size());
+    EXPECT_EQ(std::string(image.c_str() + at), folder.path + "/data/");
+}
+
+TEST_F(DataFolder, ItIsBelowXdgDataHomeElseBelowTheHome) {
+    EXPECT_EQ(Run("XDG_DATA_HOME=" + folder.path + "/x HOME=" + folder.path + "/h").errors, "");
+    EXPECT_EQ(ReadTextFile(folder.path + "/x" + kSave), "gone");
+    EXPECT_EQ(Run("-u XDG_DATA_HOME HOME=" + folder.path + "/h").errors, "");
+    EXPECT_EQ(ReadTextFile(folder.path + "/h/.local/share" + kSave), "gone");
+}
+
+TEST_F(DataFolder, ARelativeXdgDataHomeIsIgnored) {
+    EXPECT_EQ(Run("XDG_DATA_HOME=data HOME=" + folder.path + "/h").errors, "");
+    EXPECT_EQ(ReadTextFile(folder.path + "/h/.local/share" + kSave), "gone");
+    EXPECT_TRUE(fs::is_empty(here));
+}
+
+TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
+    if (getuid() != 0) GTEST_SKIP() << "the home of who runs this would be written to";
+    // What lies in the current folder is no module of the game's.
+    WriteTextFile(here + "/MAIN.MX", "not the game");
+    // Only read: nothing is written to the home of root.
+    ServiceCalls calls;
+    const std::string buffer = calls.Space(1024);
+    calls.Call({"0x070C", buffer});
+    const AssembleResult assembled = WriteGame(game, calls.Source());
+    const ProgramResult result =
+        Run("-u HOME -u XDG_DATA_HOME", {"--dump-image", folder.path + "/image"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    const std::string image = ReadTextFile(folder.path + "/image");
+    const u32 at = SymbolValue(assembled, buffer);
+    ASSERT_LT(at, image.size());
+    EXPECT_EQ(std::string(image.c_str() + at), "/root/.local/share/Quillmoss Software/game/");
+}
+
+TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
+    if (getuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+    const std::string temporary = folder.path + "/tmp";
+    fs::create_directories(temporary);
+    for (const std::string& path : {folder.path, here, game, temporary}) {
+        fs::permissions(path, fs::perms{0777});
+    }
+    WriteTextFile(here + "/MAIN.MX", "not the game");
+    const ProgramResult result = Run("-u HOME -u XDG_DATA_HOME TMPDIR=" + temporary, {},
+                                     "exec setpriv --reuid 54321 --regid 54321 --clear-groups ");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(result.errors.starts_with("log: no home folder: saved data goes to " + temporary +
+                                          "/moxi-"))
+        << result.errors;
+    EXPECT_TRUE(result.errors.ends_with(" and is removed at the end\n")) << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1);
+    EXPECT_TRUE(fs::is_empty(temporary));
+    EXPECT_FALSE(fs::exists(here + "/SAVE.DAT"));
+}
+
+TEST_F(DataFolder, OneThatCannotBeMadeIsOneLineAtTheFirstWrite) {
+    WriteTextFile(folder.path + "/file", "in the way");
+    const std::string data = folder.path + "/file/data";
+    EXPECT_EQ(Run("", {"--data-folder", data}).errors,
+              "log: data cannot be written to " + data + "/: Not a directory\n");
+}
+
+}  // namespace
