@@ -157,7 +157,8 @@ int TranslateApart(const Cartridge& cartridge, const std::string& key, bool rest
 
 std::optional<int> PrepareCartridge(Options& options) {
     if (!IsCartridge(options.game)) return std::nullopt;
-    Cartridge cartridge = {.path = options.game};
+    Cartridge cartridge;
+    cartridge.path = options.game;
     std::error_code error;
     if (fs::file_size(cartridge.path, error) > kLargestCartridge) {
         return Refuse(cartridge.path, error ? error.message() : "too large for a cartridge");

@@ -62,7 +62,8 @@ TEST_P(OwnCartridges, LeaveTheSameMemoryPictureAndTracesAsTheSecondImplementatio
 }
 
 INSTANTIATE_TEST_SUITE_P(Cartridges, OwnCartridges,
-                         testing::Values("shapes", "sprites", "words", "disk", "inputs", "tones"),
+                         testing::Values("shapes", "sprites", "words", "disk", "inputs", "tones",
+                                         "ferry"),
                          [](const auto& info) { return std::string(info.param); });
 
 TEST(CartridgeDrawing, ALineTakesTheStepsOfItsErrorTerm) {
@@ -96,11 +97,11 @@ TEST(CartridgeDrawing, AnOvalOfThreeByThreeIsACrossWithItsMiddleFilled) {
 }
 
 TEST(CartridgeDrawing, AnOvalWithoutOutlineColourTakesTheLastPaletteEntryAndFifteenDrawsNothing) {
-    const Played played =
-        Draw("(i32.store16 (i32.const 0x14) (i32.const 0x0002))"
-             "(call $oval (i32.const 10) (i32.const 10) (i32.const 3) (i32.const 3))"
-             "(i32.store16 (i32.const 0x14) (i32.const 0x00F2))"
-             "(call $oval (i32.const 50) (i32.const 50) (i32.const 9) (i32.const 9))");
+    const Played played = Draw(
+        "(i32.store16 (i32.const 0x14) (i32.const 0x0002))"
+        "(call $oval (i32.const 10) (i32.const 10) (i32.const 3) (i32.const 3))"
+        "(i32.store16 (i32.const 0x14) (i32.const 0x00F2))"
+        "(call $oval (i32.const 50) (i32.const 50) (i32.const 9) (i32.const 9))");
     EXPECT_EQ(WithValue(played, 1), (Points{{11, 11}}));
     EXPECT_EQ(WithValue(played, 3), (Points{{11, 10}, {10, 11}, {12, 11}, {11, 12}}));
 }

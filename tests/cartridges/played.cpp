@@ -43,8 +43,8 @@ const Game& Translated(const std::string& cartridge) {
     if (found != games.end()) return found->second;
     Game game = {Workshop() + "/game" + std::to_string(games.size()), {}};
     const std::string symbols = game.folder + ".sym";
-    const ProgramResult made = RunProgram(
-        "mxwasm", {"--wasm4", cartridge, "-o", game.folder + "/", "--symbols", symbols});
+    const ProgramResult made =
+        RunProgram("mxwasm", {"--wasm4", cartridge, "-o", game.folder + "/", "--symbols", symbols});
     EXPECT_EQ(made.status, 0) << made.errors;
     EXPECT_EQ(made.errors + made.output, "");
     for (const std::string& line : Lines(ReadTextFile(symbols))) {
@@ -160,13 +160,13 @@ std::string ViewProblem(const Played& played) {
             const i32 column = x < left ? -1 : (x - left) / scale;
             const i32 row = y < top ? -1 : (y - top) / scale;
             const bool inside = column >= 0 && column < 160 && row >= 0 && row < 160;
-            const u32 expected =
-                inside ? played.Word(4 + 4 * played.Pixel(static_cast<u32>(column),
-                                                          static_cast<u32>(row))) &
-                             0xFFFFFF
-                       : 0;
+            const u32 expected = inside ? played.Word(4 + 4 * played.Pixel(static_cast<u32>(column),
+                                                                           static_cast<u32>(row))) &
+                                              0xFFFFFF
+                                        : 0;
             const u32 shown = played.view.At(static_cast<u32>(x), static_cast<u32>(y));
-            if (shown != expected) return FormatText("%d, %d: %06X, not %06X", x, y, shown, expected);
+            if (shown != expected)
+                return FormatText("%d, %d: %06X, not %06X", x, y, shown, expected);
         }
     }
     return "";

@@ -22,7 +22,7 @@ struct Played {
 };
 
 struct Play {
-    std::string cartridge;  // path of a .wasm
+    std::string cartridge = "";  // path of a .wasm
     u32 milliseconds = 1000;
     std::string script = "";
     std::string dataFolder = "";            // "" for a new one
@@ -51,6 +51,6 @@ Modelled ModelCartridge(const std::string& cartridge, u32 frames,
 // Where two memories differ, in words; "" where they do not.
 std::string Difference(const std::vector<u8>& a, const std::vector<u8>& b);
 
-// Whether the picture, a multiple of its size, stands in the middle of the view and all around it is
-// black. Says where not.
+// Whether the picture, a multiple of its size, stands in the middle of the view and all around it
+// is black. Says where not.
 std::string ViewProblem(const Played& played);

@@ -45,8 +45,8 @@ TEST(CartridgeFrames, ThousandsOfKeysLoseNeitherFramesNorTheLastRelease) {
     std::string script;
     for (u32 i = 0; i < 3000; ++i) {
         const std::string time = std::to_string(100 + i * 2);
-        script += time + " key-down 07 \"x\"\n" + time + " mouse-move " + std::to_string(300 + i % 300) +
-                  " 300\n" + time + " key-up 07 \"x\"\n";
+        script += time + " key-down 07 \"x\"\n" + time + " mouse-move " +
+                  std::to_string(300 + i % 300) + " 300\n" + time + " key-up 07 \"x\"\n";
     }
     const Played played = PlayCartridge(
         {.cartridge = OwnCartridge("inputs"), .milliseconds = 30'000, .script = script});
@@ -73,13 +73,13 @@ TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
     const Played played =
         PlayCartridge({.cartridge = cartridge, .milliseconds = 700, .script = script});
     // The picture is three times as large and begins at 260, 60.
-    const Modelled model = ModelCartridge(
-        cartridge, played.frames,
-        {Input(frame(100), "22", "32"), Input(frame(150), "22", "33"),
-         Input(frame(203), "26", "80,0,80,0"), Input(frame(250), "22", "1"),
-         Input(frame(301), "26", "1,0,2,0,1"), Input(frame(333), "30", "3"),
-         Input(frame(401), "30", "2"), Input(frame(450), "23", "64"),
-         Input(frame(455), "23", "66"), Input(frame(500), "26", "172,255,179,0")});
+    const Modelled model =
+        ModelCartridge(cartridge, played.frames,
+                       {Input(frame(100), "22", "32"), Input(frame(150), "22", "33"),
+                        Input(frame(203), "26", "80,0,80,0"), Input(frame(250), "22", "1"),
+                        Input(frame(301), "26", "1,0,2,0,1"), Input(frame(333), "30", "3"),
+                        Input(frame(401), "30", "2"), Input(frame(450), "23", "64"),
+                        Input(frame(455), "23", "66"), Input(frame(500), "26", "172,255,179,0")});
     EXPECT_EQ(Difference(played.memory, model.memory), "");
     EXPECT_EQ(ViewProblem(played), "");
 }
@@ -96,9 +96,10 @@ TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
                              {"0C", 1, 2},    {"00", 1, 2},    {"01", 1, 0x10}, {"03", 1, 0x20},
                              {"0E", 1, 0x40}, {"02", 1, 0x80}};
     for (const Key& key : kKeys) {
-        const Played played = PlayCartridge({.cartridge = OwnCartridge("tones"),
-                                             .milliseconds = 300,
-                                             .script = "100 key-down " + std::string(key.code) + " \"k\"\n"});
+        const Played played =
+            PlayCartridge({.cartridge = OwnCartridge("tones"),
+                           .milliseconds = 300,
+                           .script = "100 key-down " + std::string(key.code) + " \"k\"\n"});
         EXPECT_EQ(played.memory[0x16 + key.pad], key.bits) << key.code;
         EXPECT_EQ(played.memory[0x17 - key.pad], 0) << key.code;
     }
@@ -110,7 +111,8 @@ TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
 
 TEST(CartridgeInput, ThePointerIsUnknownUntilItHasBeenOverThePicture) {
     const auto x = [](const std::string& script) {
-        return PlayCartridge({.cartridge = OwnCartridge("tones"), .milliseconds = 500, .script = script})
+        return PlayCartridge(
+                   {.cartridge = OwnCartridge("tones"), .milliseconds = 500, .script = script})
                    .Word(0x1A) &
                0xFFFF;
     };
@@ -163,11 +165,9 @@ TEST(CartridgeDisk, TheSavedBlockIsThereAtTheSecondStart) {
 }
 
 TEST(CartridgeTrace, EachCallIsALineOfTheLog) {
-    const Played played =
-        PlayCartridge({.cartridge = OwnCartridge("words"), .milliseconds = 50});
-    EXPECT_EQ(played.Logs(),
-              (std::vector<std::string>{"first line", "second line", "third\xC3\xA9",
-                                        "A -12 beef words 2.500000 100%"}));
+    const Played played = PlayCartridge({.cartridge = OwnCartridge("words"), .milliseconds = 50});
+    EXPECT_EQ(played.Logs(), (std::vector<std::string>{"first line", "second line", "third\xC3\xA9",
+                                                       "A -12 beef words 2.500000 100%"}));
 }
 
 // --- Start-up
@@ -191,10 +191,10 @@ TEST(CartridgeStart, AllWaysToBeginRunOnceInTheirOrder) {
 }
 
 TEST(CartridgeStart, ACartridgeMayHaveAMemoryOfItsOwnAndNothingElse) {
-    const Played played = PlayCartridge(
-        {.cartridge = CartridgeOfText("(module (memory (export \"memory\") 1)"
-                                      " (data (i32.const 0x14) \"\\21\\43\"))"),
-         .milliseconds = 200});
+    const Played played =
+        PlayCartridge({.cartridge = CartridgeOfText("(module (memory (export \"memory\") 1)"
+                                                    " (data (i32.const 0x14) \"\\21\\43\"))"),
+                       .milliseconds = 200});
     EXPECT_EQ(played.status, 0);
     EXPECT_EQ(played.frames, 13u);  // 0 to 12 sixtieths of a second
     // What is there before the first frame, and the data over it.
