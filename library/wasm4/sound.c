@@ -2,7 +2,7 @@
 
 /* Full scale is 32767: 15 % of it for a channel, 25 % for the triangle, which sounds softer. */
 enum { kFullVolume = 4915, kFullTriangle = 8191 };
-enum { kRiseSamples = 132, kShortRelease = 44 };
+enum { kShortRelease = 44 };
 enum { kTriangle = 2, kNoise = 3 };
 
 /* Frequencies are shares of 2^64 a sample, so that a phase wraps by itself. */
@@ -222,8 +222,8 @@ static void CatchUpNoise(struct Channel* channel, long long from) {
 
 static void RiseSlowly(int* samples, int count) {
     for (int i = 0; i < kRiseSamples && i < count; ++i) {
-        samples[2 * i] = samples[2 * i] * i / kRiseSamples;
-        samples[2 * i + 1] = samples[2 * i + 1] * i / kRiseSamples;
+        samples[2 * i] = samples[2 * i] * (i + 1) / kRiseSamples;
+        samples[2 * i + 1] = samples[2 * i + 1] * (i + 1) / kRiseSamples;
     }
 }
 

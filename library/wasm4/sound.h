@@ -6,6 +6,7 @@ enum {
     kSampleRate = 44100,
     kSamplesPerFrame = kSampleRate / 60,
     kChannels = 4,
+    kRiseSamples = 256,
     kLongestMixture = 60 * kSamplesPerFrame, /* samples of one mixture */
 };
 
@@ -18,6 +19,6 @@ void StartTone(long long now, unsigned frequency, unsigned duration, unsigned vo
 long long EndOfTones(void);
 
 /* Mixes `count` samples from `from` on, at most kLongestMixture, left and right by turns, as signed
-   16-bit numbers. Tones that began earlier rise within three milliseconds, so that nobody hears the
-   cut between what is still being played and this. */
+   16-bit numbers. Tones that began earlier rise within kRiseSamples, just as the host fades what
+   this takes the place of, so that nobody hears the cut. */
 void MixTones(long long from, int count, short* samples);
