@@ -69,32 +69,65 @@ void DrawVertical(int x, int y, int length) {
                Smaller(Near((long long)y + length), kScreenSize));
 }
 
+/* How many of a line's first `steps` steps along its longer side also go along the shorter one. */
+static unsigned long long ShortSteps(unsigned long long steps, unsigned long long longer,
+                                     unsigned long long shorter) {
+    const unsigned long long way = steps * shorter, half = longer / 2;
+    if (way <= half) return 0;
+    return (way - half) / longer + ((way - half) % longer != 0);
+}
+
+struct Line {
+    long long x, y, endX, endY, dx, dy;
+    int step;
+    long long error;
+};
+
+/* Takes the steps from far outside to the screen at once; nothing is drawn by them. */
+static void SkipToScreen(struct Line* line) {
+    const int flat = line->dx > line->dy;
+    long long steps = -line->y;
+    if (flat) steps = line->step > 0 ? -line->x : line->x - (kScreenSize - 1);
+    const long long longer = flat ? line->dx : line->dy;
+    if (steps <= 0) return;
+    if (steps > longer) steps = longer;
+    const long long aside =
+        (long long)ShortSteps((unsigned long long)steps, (unsigned long long)longer,
+                              (unsigned long long)(flat ? line->dy : line->dx));
+    const long long stepsX = flat ? steps : aside, stepsY = flat ? aside : steps;
+    line->x += line->step * stepsX;
+    line->y += stepsY;
+    /* The two products nearly cancel each other; what wraps, wraps back. */
+    line->error += (long long)((unsigned long long)stepsY * (unsigned long long)line->dx -
+                               (unsigned long long)stepsX * (unsigned long long)line->dy);
+}
+
+/* A line never comes back from below the screen, nor from the side that it goes to. */
+static int HasLeft(const struct Line* line) {
+    return line->y >= kScreenSize || (line->step > 0 ? line->x >= kScreenSize : line->x < 0);
+}
+
 void DrawLine(int x1, int y1, int x2, int y2) {
     const unsigned colour = DrawColours() & 15;
     if (colour == 0) return;
-    const unsigned value = (colour - 1) & 3;
-    long long x = x1, y = y1, endX = x2, endY = y2;
-    if (y > endY) {
-        x = x2, endX = x1;
-        y = y2, endY = y1;
-    }
-    const long long dx = endX > x ? endX - x : x - endX;
-    const long long dy = endY - y;
-    const int step = x < endX ? 1 : -1;
-    long long error = (dx > dy ? dx : -dy) / 2;
-    for (;;) {
-        SetPixelClipped(value, x, y);
-        if (x == endX && y == endY) return;
-        /* A line never comes back up: below the screen there is nothing more to draw. */
-        if (y >= kScreenSize) return;
-        const long long before = error;
-        if (before > -dx) {
-            error -= dy;
-            x += step;
+    struct Line line = {x1, y1, x2, y2, 0, 0, 0, 0};
+    if (y1 > y2) line = (struct Line){x2, y2, x1, y1, 0, 0, 0, 0};
+    line.dx = line.endX > line.x ? line.endX - line.x : line.x - line.endX;
+    line.dy = line.endY - line.y;
+    line.step = line.x < line.endX ? 1 : -1;
+    line.error = (line.dx > line.dy ? line.dx : -line.dy) / 2;
+    SkipToScreen(&line);
+    while (!HasLeft(&line)) {
+        SetPixelClipped((colour - 1) & 3, line.x, line.y);
+        if (line.x == line.endX && line.y == line.endY) return;
+        const long long before = line.error;
+        if (before > -line.dx) {
+            line.error -= line.dy;
+            line.x += line.step;
         }
-        if (before < dy) {
-            error += dx;
-            ++y;
+        if (before < line.dy) {
+            line.error += line.dx;
+            ++line.y;
         }
     }
 }

@@ -76,6 +76,19 @@ TEST(CartridgeDrawing, ALineUpwardsIsDrawnFromItsUpperEnd) {
               (Points{{0, 0}, {1, 0}, {2, 1}, {3, 1}}));
 }
 
+TEST(CartridgeDrawing, ALineFromOneEndOfAllNumbersToTheOtherIsDrawnAtOnce) {
+    Points row;
+    for (u32 x = 0; x < 160; ++x) row.insert({x, 7});
+    EXPECT_EQ(Drawn(Draw("(call $line (i32.const -2147483648) (i32.const 7)"
+                         " (i32.const 2147483647) (i32.const 7))")),
+              row);
+    Points diagonal;
+    for (u32 x = 0; x < 160; ++x) diagonal.insert({x, x});
+    EXPECT_EQ(Drawn(Draw("(call $line (i32.const -2147483648) (i32.const -2147483648)"
+                         " (i32.const 2147483647) (i32.const 2147483647))")),
+              diagonal);
+}
+
 TEST(CartridgeDrawing, StraightLinesEndAtTheEdgesOfTheScreen) {
     EXPECT_EQ(Drawn(Draw("(call $hline (i32.const 158) (i32.const 5) (i32.const 10))"
                          "(call $vline (i32.const 3) (i32.const -2) (i32.const 4))")),
