@@ -179,7 +179,11 @@ std::optional<int> PrepareCartridge(Options& options) {
         !fs::exists(cartridge.game / kModuleFile, error)) {
         fs::create_directories(cartridge.game, error);
         if (error) return Refuse(cartridge.game.string(), error.message());
-        if (const int status = TranslateApart(cartridge, key, options.sandbox)) return status;
+        if (const int status = TranslateApart(cartridge, key, options.sandbox)) {
+            // Nothing is left of what is no cartridge.
+            fs::remove_all(cartridge.place, error);
+            return status;
+        }
     }
     options.game = cartridge.game;
     return std::nullopt;

@@ -64,7 +64,7 @@ TEST_P(OwnCartridges, LeaveTheSameMemoryPictureAndTracesAsTheSecondImplementatio
 INSTANTIATE_TEST_SUITE_P(Cartridges, OwnCartridges,
                          testing::Values("shapes", "sprites", "words", "disk", "inputs", "tones",
                                          "ferry"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& one) { return std::string(one.param); });
 
 TEST(CartridgeDrawing, ALineTakesTheStepsOfItsErrorTerm) {
     EXPECT_EQ(Drawn(Draw("(call $line (i32.const 0) (i32.const 0) (i32.const 3) (i32.const 1))")),

@@ -153,7 +153,7 @@ std::string ViewProblem(const Played& played) {
     const i32 width = static_cast<i32>(played.view.width);
     const i32 height = static_cast<i32>(played.view.height);
     const i32 scale = std::max(1, std::min(width, height) / 160);
-    const i32 left = (width - 160 * scale) / 2;
+    const i32 left = (width - 160 * scale) / 2;  // below 0 in a small window
     const i32 top = (height - 160 * scale) / 2;
     for (i32 y = 0; y < height; ++y) {
         for (i32 x = 0; x < width; ++x) {

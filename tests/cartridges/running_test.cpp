@@ -44,7 +44,7 @@ TEST(CartridgeFrames, FiveMinutesAreEighteenThousand) {
 TEST(CartridgeFrames, ThousandsOfKeysLoseNeitherFramesNorTheLastRelease) {
     std::string script;
     for (u32 i = 0; i < 3000; ++i) {
-        const std::string time = std::to_string(100 + i * 2);
+        const std::string time = std::to_string(100 + i * 8);
         script += time + " key-down 07 \"x\"\n" + time + " mouse-move " +
                   std::to_string(300 + i % 300) + " 300\n" + time + " key-up 07 \"x\"\n";
     }
@@ -61,25 +61,23 @@ TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
     const std::string script =
         "100 key-down 7C \"\\x1D\"\n"
         "150 key-down 07 \"x\"\n"
-        "203 mouse-move 500 300\n"
         "250 key-up 7C \"\\x1D\"\n"
         "301 mouse-down 0 263 66\n"
         "333 mouse-down 1 263 66\n"
         "401 mouse-up 0 263 66\n"
         "450 key-down 0E \"e\"\n"
         "455 key-down 0C \"q\"\n"
-        "500 mouse-move 10 599\n";
+        "500 mouse-up 1 10 599\n";
     const auto frame = [&](u32 time) { return FramesBefore(cartridge, script, time); };
     const Played played =
         PlayCartridge({.cartridge = cartridge, .milliseconds = 700, .script = script});
     // The picture is three times as large and begins at 260, 60.
-    const Modelled model =
-        ModelCartridge(cartridge, played.frames,
-                       {Input(frame(100), "22", "32"), Input(frame(150), "22", "33"),
-                        Input(frame(203), "26", "80,0,80,0"), Input(frame(250), "22", "1"),
-                        Input(frame(301), "26", "1,0,2,0,1"), Input(frame(333), "30", "3"),
-                        Input(frame(401), "30", "2"), Input(frame(450), "23", "64"),
-                        Input(frame(455), "23", "66"), Input(frame(500), "26", "172,255,179,0")});
+    const Modelled model = ModelCartridge(
+        cartridge, played.frames,
+        {Input(frame(100), "22", "32"), Input(frame(150), "22", "33"), Input(frame(250), "22", "1"),
+         Input(frame(301), "26", "1,0,2,0,1"), Input(frame(333), "30", "3"),
+         Input(frame(401), "30", "2"), Input(frame(450), "23", "64"), Input(frame(455), "23", "66"),
+         Input(frame(500), "26", "172,255,179,0,0")});
     EXPECT_EQ(Difference(played.memory, model.memory), "");
     EXPECT_EQ(ViewProblem(played), "");
 }
@@ -110,16 +108,23 @@ TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
 }
 
 TEST(CartridgeInput, ThePointerIsUnknownUntilItHasBeenOverThePicture) {
-    const auto x = [](const std::string& script) {
-        return PlayCartridge(
-                   {.cartridge = OwnCartridge("tones"), .milliseconds = 500, .script = script})
-                   .Word(0x1A) &
-               0xFFFF;
+    // A move is passed on only while no other message waits; a hand makes many.
+    const auto x = [](const std::vector<std::string>& places) {
+        std::string script;
+        u32 time = 100;
+        for (const std::string& place : places) {
+            for (u32 i = 0; i < 20; ++i) {
+                script += std::to_string(time++) + " mouse-move " + place + "\n";
+            }
+        }
+        const Played played = PlayCartridge(
+            {.cartridge = OwnCartridge("tones"), .milliseconds = 500, .script = script});
+        return played.Word(0x1A) & 0xFFFF;
     };
-    EXPECT_EQ(x(""), 0x7FFFu);
-    EXPECT_EQ(x("100 mouse-move 10 300\n"), 0x7FFFu);
-    EXPECT_EQ(x("100 mouse-move 260 300\n"), 0u);
-    EXPECT_EQ(x("100 mouse-move 300 300\n150 mouse-move 257 300\n"), 0xFFFFu);
+    EXPECT_EQ(x({}), 0x7FFFu);
+    EXPECT_EQ(x({"10 300"}), 0x7FFFu);
+    EXPECT_EQ(x({"260 300"}), 0u);
+    EXPECT_EQ(x({"300 300", "257 300"}), 0xFFFFu);
 }
 
 // --- The window
@@ -133,7 +138,7 @@ TEST(CartridgeWindow, ThePictureIsAsManyTimesAsLargeAsFitsAndStandsInTheMiddle) 
                                                  .script = "200 resize " + size + "\n"});
             EXPECT_EQ(std::to_string(played.view.width) + " " + std::to_string(played.view.height),
                       size);
-            if (played.view.width >= 160) EXPECT_EQ(ViewProblem(played), "") << size;
+            EXPECT_EQ(ViewProblem(played), "") << size;
         }
     }
 }
@@ -196,7 +201,7 @@ TEST(CartridgeStart, ACartridgeMayHaveAMemoryOfItsOwnAndNothingElse) {
                                                     " (data (i32.const 0x14) \"\\21\\43\"))"),
                        .milliseconds = 200});
     EXPECT_EQ(played.status, 0);
-    EXPECT_EQ(played.frames, 13u);  // 0 to 12 sixtieths of a second
+    EXPECT_TRUE(played.frames == 12 || played.frames == 13) << played.frames;
     // What is there before the first frame, and the data over it.
     EXPECT_EQ(played.Word(0x04), 0xE0F8CFu);
     EXPECT_EQ(played.Word(0x08), 0x86C06Cu);
