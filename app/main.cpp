@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "app/call_filter.h"
+#include "app/cartridge.h"
 #include "app/finish.h"
 #include "app/library_lines.h"
 #include "app/options.h"
@@ -183,6 +184,7 @@ int main(int argc, char** argv) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    if (const std::optional<int> status = PrepareCartridge(options)) return *status;
     UseOwnFonts();
     if (!options.bundle.empty()) {
         const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));

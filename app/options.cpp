@@ -130,7 +130,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     RawOptions raw;
     const CLI::Validator filled(
         [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
-    app.add_option("GAME", options.game, "game folder, application bundle or MAIN.MX")
+    app.add_option("GAME", options.game,
+                   "game folder, application bundle, MAIN.MX or WASM-4 cartridge")
         ->check(filled);
     app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
         ->type_name("DIR")
