@@ -141,9 +141,7 @@ int TranslateCartridge(const Cartridge& cartridge, const std::string& key) {
 int TranslateApart(const Cartridge& cartridge, const std::string& key, bool restricted) {
     const pid_t child = fork();
     if (child == 0) {
-        if (restricted && SandboxObstacle().empty()) {
-            StartSandbox({.dataFolder = cartridge.place, .resourcesFolder = cartridge.place});
-        }
+        if (restricted) StartSandbox({.game = cartridge.path, .dataFolder = cartridge.place});
         _exit(TranslateCartridge(cartridge, key));
     }
     int status = 0;

@@ -10,6 +10,7 @@
 #include "audio/wav.h"
 #include "base/log.h"
 #include "desktop/audio_out.h"
+#include "desktop/folders.h"
 #include "sys/files.h"
 
 namespace {

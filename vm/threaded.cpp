@@ -16,10 +16,11 @@
 //
 // PC, SP and FP are parameters that stay in processor registers from handler to handler. SP and FP
 // are stored in the header when they change. PC and the flags are brought there only where someone
-// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastThreadedResult`.
-// Instructions that read or write the header other than through a register operand, and those that
-// leave the handlers, take the slow way, which is Execute (vm/execute.h) and its write-back. So
-// what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
+// can look; meanwhile PC is the newest entry of the trace, and the flags are those of
+// `lastThreadedResult`. Instructions that read or write the header other than through a register
+// operand, and those that leave the handlers, take the slow way, which is Execute (vm/execute.h)
+// and its write-back. So what an instruction itself writes over PC, SP, FP or the flags is lost, as
+// it has to be.
 //
 // A fault leaves the handlers at any point, where the parameters cannot be had. Therefore every
 // instruction stores its address in the trace and its number below it, always in the same place.
