@@ -280,13 +280,13 @@ TEST_F(Translator, CodeThatChangesAllTheTimeIsSoonLeftToTheInterpreter) {
         "start:  LINK 0, 0\n"
         "        MOVE.L R14, #0\n"
         "        MOVE.L R1, #1000000\n"
-        "@loop:  ADD.L R14, #0\n"
+        "@loop:  ADD.L R14, #0x12345\n"
         "        ADD.L [@loop + 4], #1\n"
         "        SUB.L R1, #1\n"
         "        BNE @loop\n"
         "        RETURN 0\n";
-    // 0 + 1 + ... + 999,999 = 499,999,500,000, of which 32 bits are kept.
-    EXPECT_EQ(RunSource(source, 0, {}), static_cast<u32>(499999500000));
+    // 1,000,000 times 0x12345, and 0 + 1 + ... + 999,999; of it 32 bits are kept.
+    EXPECT_EQ(RunSource(source, 0, {}), static_cast<u32>(1000000 * u64{0x12345} + 499999500000));
     EXPECT_LE(moxi::translatorCounts.regions, 20u);
 }
 
