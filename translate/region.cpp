@@ -14,7 +14,8 @@ namespace {
 constexpr u32 kLongestInstruction = 12;
 
 bool CanBeCode(u32 pc) {
-    return pc >= kHeaderSize && pc % 4 == 0 && u64{pc} + kLongestInstruction + 4 <= imageSize;
+    return pc >= kHeaderSize && pc % 4 == 0 &&
+           u64{pc} + kLongestInstruction + 4 <= std::min<u64>(imageSize, kMostCode);
 }
 
 struct Search {

@@ -21,6 +21,10 @@ struct Region {
 
 constexpr u32 kLargestRegion = 600;  // instructions
 
+// Branches reach 16 MB; calls and returns may go farther, and are interpreted there. What checks
+// operands in the frame relies on it that translated code ends here.
+constexpr u64 kMostCode = u64{16} << 20;
+
 // The region around the instruction at `entry`, which is a multiple of 4 of 512 or more. No
 // instructions when there is nothing to translate.
 Region FindRegion(u32 entry);

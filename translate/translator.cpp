@@ -30,8 +30,6 @@ namespace {
 constexpr size_t kCodeMemory = size_t{16} << 20;
 // The largest translation of a region: what does not fit any more makes everything begin anew.
 constexpr size_t kRegionRoom = size_t{256} << 10;
-// Branches reach 16 MB; calls and returns may go farther, and are interpreted there.
-constexpr u64 kMostCode = u64{16} << 20;
 
 // An operand in the frame is found without a thought of the end of the address space.
 constexpr u32 kLargestImage = 0xFFFE0000;
@@ -65,8 +63,15 @@ std::unordered_map<u32, TranslatedRegion*> regionAt;
 std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of their code
 // How often a look found an address; below 0 where it was not worth while.
 std::unordered_map<u32, i32> looks;
+// So many addresses are counted; what a module makes of its jumps takes no more memory than that.
+constexpr size_t kMostLooks = size_t{1} << 18;
 // So many looks later code is tried again that could not be translated.
 constexpr i32 kPause = 5000;
+// So many looks later code is tried again that has changed, and twice as many after each change: to
+// translate it takes as long as to interpret it a thousand times and more.
+constexpr i32 kPauseOfChanged = 1000;
+constexpr u32 kMostDoublings = 16;
+std::unordered_map<u32, u32> changesAt;
 
 // Going into translated code and out of it takes as long as the interpreter needs for some fifty
 // instructions. A region that is left again and again before it has executed so many blocks is not
@@ -145,9 +150,15 @@ const CodePlace* SettleInterrupted(void* context) {
         static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
     if (offset >= kCodeMemory) return nullptr;
     const u8* const at = translatedState.codeMemory + offset;
-    const TranslatedRegion* const region = RegionOf(at);
-    if (region == nullptr) return nullptr;
-    const CodePlace* const place = PlaceAt(*region, static_cast<size_t>(at - region->code));
+    const CodePlace* place = nullptr;
+    static CodePlace between;
+    if (const TranslatedRegion* const region = RegionOf(at)) {
+        place = PlaceAt(*region, static_cast<size_t>(at - region->code));
+    } else if (at >= shared.jump) {
+        // On the way from one place to another, whose address is in eax.
+        between.pc = static_cast<u32>(registers[REG_RAX]);
+        place = &between;
+    }
     if (place == nullptr) return nullptr;
     for (u32 number = 0; number < 16; ++number) {
         if (hostOf[number] == kNoHost) continue;
@@ -273,6 +284,7 @@ void ForgetEverything() {
     visited = nullptr;
     regionAt.clear();
     looks.clear();
+    changesAt.clear();
     codeUsed = 0;
     translatedState.floor = kHeaderSize;
     translatedState.pushFloor = kHeaderSize + kFloorRoom;
@@ -295,11 +307,9 @@ void NoteVisit(u32 place) {
 
 // The handler in which a run goes on that leaves translated code, with the place in the log in
 // place of the number of instructions, and for the word how many of the last block were executed.
-// What the interpreter and the services do may change the module's code.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     NoteVisit(static_cast<u32>(trace));
-    ++translatedState.generation;
     nextTranslationCheck = pcTraceCount + 1;
     executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
 }
@@ -347,6 +357,15 @@ void Forget(TranslatedRegion& region) {
         if (found == regionAt.end() || found->second != &region) continue;
         regionAt.erase(found);
         SetEntry(entry.pc, 0);
+    }
+}
+
+void PauseChanged(const TranslatedRegion& region) {
+    if (settings.threshold <= 1) return;
+    if (changesAt.size() > kMostLooks) changesAt.clear();
+    for (const auto& entry : region.entries) {
+        u32& changes = changesAt[entry.pc];
+        looks[entry.pc] = -(kPauseOfChanged << std::min(changes++, kMostDoublings));
     }
 }
 
@@ -421,6 +440,7 @@ TranslatedRegion* FindCurrent(u32 pc) {
         return region;
     }
     Forget(*region);
+    PauseChanged(*region);
     ++translatorCounts.changes;
     return nullptr;
 }
@@ -436,9 +456,12 @@ ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
 
 ThreadedHandler CodeAt(u32 pc, u64 trace) {
     nextTranslationCheck = trace + settings.interval;
+    // The interpreter and the services may have changed the module's code.
+    ++translatedState.generation;
     TranslatedRegion* region = FindCurrent(pc);
     if (region == nullptr) {
         if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
+        if (looks.size() > kMostLooks) looks.clear();
         i32& seen = looks[pc];
         if (++seen < settings.threshold) return nullptr;
         seen = 0;
