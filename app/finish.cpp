@@ -17,6 +17,7 @@
 #include "host/view.h"
 #include "kit/debugger.h"
 #include "kit/profile.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -58,6 +59,7 @@ void WriteDumps() {
 void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
+    moxi::SettleTranslatedRun();
     if (moduleStarted > 0) WriteDumps();
     EndLog();
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "app/call_filter.h"
+#include "app/cartridge.h"
 #include "app/finish.h"
 #include "app/library_lines.h"
 #include "app/options.h"
@@ -41,7 +42,10 @@
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
+#include "vm/slots.h"
+#include "vm/threaded.h"
 
 namespace {
 
@@ -118,6 +122,17 @@ void StartHelpers(const Options& options) {
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
 }
 
+// With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
+void StartTranslation() {
+    moxi::TranslatorOptions translator;
+    const char* const wish = std::getenv("MOXI_TRANSLATE");
+    if (wish != nullptr && std::string_view(wish) == "all") {
+        translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
+    }
+    if (!kThreaded || moxi::StartTranslator(translator)) return;
+    SystemLog("modules are interpreted: there is no memory to execute translations from");
+}
+
 // SDL can be told to write the sound to a file in place of a device.
 std::vector<std::string> SoundFiles(const Options& options) {
     const char* const driver = std::getenv("SDL_AUDIODRIVER");
@@ -169,6 +184,7 @@ int main(int argc, char** argv) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    if (const std::optional<int> status = PrepareCartridge(options)) return *status;
     UseOwnFonts();
     if (!options.bundle.empty()) {
         const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
@@ -205,6 +221,7 @@ int main(int argc, char** argv) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
+    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
     TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {

@@ -130,7 +130,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     RawOptions raw;
     const CLI::Validator filled(
         [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
-    app.add_option("GAME", options.game, "game folder, application bundle or MAIN.MX")
+    app.add_option("GAME", options.game,
+                   "game folder, application bundle, MAIN.MX or WASM-4 cartridge")
         ->check(filled);
     app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
         ->type_name("DIR")
@@ -179,6 +180,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
                                ->type_name("FILE")
                                ->check(filled));
     app.add_flag("--no-sandbox", options.unlocked, "do not restrict what the process may reach");
+    bool noTranslate = false;
+    app.add_flag("--no-translate", noTranslate, "run everything in the interpreter");
     app.add_flag("--open-urls", options.openUrls, "open addresses without asking");
     app.add_option("--data-limit", raw.dataLimit,
                    "how much the data folder may hold, 500M for one (default 1G)")
@@ -210,6 +213,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !options.unlocked && !options.debug;
+    options.translate = !noTranslate;
     for (const CLI::Option* const option : headlessOnly) {
         if (option->count() > 0 && !options.headless) {
             return RefuseCommandLine(option->get_name() + " needs --headless");

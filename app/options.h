@@ -27,6 +27,7 @@ struct Options {
     bool unlocked = false;
     bool openUrls = false;
     u64 dataLimit = u64{1} << 30;  // bytes
+    bool translate = true;
     // The author's kit.
     bool debug = false;
     std::string profile;

@@ -1,19 +1,25 @@
 // Times the machine on six kernels, each written for MX, in C++ and in Lua, checks that all
-// compute the same, and prints a table in Markdown.
+// compute the same, and prints a table in Markdown. MX is interpreted and translated. What an
+// indirect jump costs that the processor cannot foresee stands before the table: what an
+// interpreter takes depends on it most.
 //
 //   interpreter_bench [--runs N] [--update FILE] [KERNEL...]
 //
 // --update also replaces the table in FILE, between the two marker lines.
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <functional>
 #include <iostream>
+#include <optional>
+#include <utility>
 
 #include "bench/mx_kernel.h"
 #include "bench/native_kernels.h"
 #include "bench/table.h"
+#include "translate/translator.h"
 
 namespace {
 
@@ -30,7 +36,8 @@ struct Options {
 struct Result {
     const NativeKernel* kernel = nullptr;
     u64 instructions = 0;
-    double machine = 0.0;  // seconds, medians
+    double machine = 0.0;     // seconds, medians; interpreted
+    double translated = 0.0;  // 0 when there is no translator
     double native = 0.0;
     double lua = 0.0;  // 0 when Lua is not there
 };
@@ -79,18 +86,85 @@ u32 MeasureNative(int runs, Result& result) {
     return kernel.checksum(kernel.size);
 }
 
-u32 MeasureMachine(int runs, Result& result) {
-    const NativeKernel& kernel = *result.kernel;
+void LoadKernelOf(const NativeKernel& kernel) {
+    moxi::StopTranslator();
     const std::string error = mx_kernel::LoadKernel(kKernelFolder + kernel.name + ".mxs");
     if (!error.empty()) Fail(error);
-    const auto setup = [&] { mx_kernel::SendKernel(mx_kernel::kSetup, kernel.size); };
-    const auto run = [&] { mx_kernel::SendKernel(mx_kernel::kRun, kernel.size); };
-    setup();
+}
+
+void SetUpMachine(const NativeKernel& kernel) {
+    mx_kernel::SendKernel(mx_kernel::kSetup, kernel.size);
+}
+
+void RunMachine(const NativeKernel& kernel) {
+    mx_kernel::SendKernel(mx_kernel::kRun, kernel.size);
+}
+
+u32 MeasureMachine(int runs, Result& result) {
+    const NativeKernel& kernel = *result.kernel;
+    LoadKernelOf(kernel);
+    SetUpMachine(kernel);
     const u64 before = pcTraceCount;
-    run();
+    RunMachine(kernel);
     result.instructions = pcTraceCount - before;
-    result.machine = MedianTime(runs, setup, run);
+    result.machine = MedianTime(
+        runs, [&] { SetUpMachine(kernel); }, [&] { RunMachine(kernel); });
     return mx_kernel::SendKernel(mx_kernel::kChecksum, kernel.size);
+}
+
+// Nothing when there is no translator.
+std::optional<u32> MeasureTranslated(int runs, Result& result) {
+    const NativeKernel& kernel = *result.kernel;
+    LoadKernelOf(kernel);
+    if (!moxi::StartTranslator({})) return std::nullopt;
+    SetUpMachine(kernel);
+    RunMachine(kernel);
+    result.translated = MedianTime(
+        runs, [&] { SetUpMachine(kernel); }, [&] { RunMachine(kernel); });
+    const u32 checksum = mx_kernel::SendKernel(mx_kernel::kChecksum, kernel.size);
+    moxi::StopTranslator();
+    return checksum;
+}
+
+// --- The cost of a jump
+
+using Step = u64 (*)(u64 x);
+
+template <u64 kNumber>
+u64 StepTo(u64 x) {
+    x ^= x << 13;
+    x ^= x >> 7;
+    x ^= x << 17;
+    return x + kNumber;
+}
+
+constexpr u32 kSteps = 64;
+
+template <u64... kNumbers>
+constexpr std::array<Step, kSteps> Steps(std::integer_sequence<u64, kNumbers...>) {
+    return {&StepTo<kNumbers>...};
+}
+
+// Seconds for each call of a step, chosen at random.
+double StepTime(const std::array<Step, kSteps>& steps, int runs) {
+    constexpr u32 kCalls = 2000000;
+    u64 x = 88172645463325252;
+    const auto run = [&] {
+        for (u32 i = 0; i < kCalls; ++i) x = steps[x >> 20 & (kSteps - 1)](x);
+    };
+    const double seconds = MedianTime(
+        runs, [] {}, run);
+    if (x == 0) Fail("the random numbers have ended\n");
+    return seconds / kCalls;
+}
+
+// How much longer an indirect call takes whose target is random than one that goes to the same
+// place each time, in nanoseconds.
+double UnforeseenJump(int runs) {
+    const std::array<Step, kSteps> random = Steps(std::make_integer_sequence<u64, kSteps>{});
+    std::array<Step, kSteps> same;
+    same.fill(random[0]);
+    return (StepTime(random, runs) - StepTime(same, runs)) * 1e9;
 }
 
 std::string ShellQuoted(const std::string& text) {
@@ -125,6 +199,9 @@ Result Measure(const NativeKernel& kernel, int runs, bool withLua) {
     result.kernel = &kernel;
     const u32 wanted = MeasureNative(runs, result);
     ExpectChecksum(kernel, "MX", MeasureMachine(runs, result), wanted);
+    if (const std::optional<u32> checksum = MeasureTranslated(runs, result)) {
+        ExpectChecksum(kernel, "translated MX", *checksum, wanted);
+    }
     if (withLua) ExpectChecksum(kernel, "Lua", MeasureLua(runs, result), wanted);
     return result;
 }
@@ -164,6 +241,9 @@ double NsPerInstruction(const Result& result) {
 double RatioToNative(const Result& result) {
     return result.machine / result.native;
 }
+double TranslatedRatio(const Result& result) {
+    return result.translated / result.native;
+}
 double LuaRatio(const Result& result) {
     return result.lua / result.machine;
 }
@@ -174,29 +254,41 @@ std::string Format(const char* format, double value) {
     return text;
 }
 
-std::string Table(const std::vector<Result>& results, int runs, bool withLua) {
+std::string Number(double value) {
+    return Format("%.2f", value);
+}
+
+std::string Row(const Result& result) {
+    const bool isTranslated = result.translated > 0;
+    const bool hasLua = result.lua > 0;
+    std::string row = std::string("| ") + result.kernel->name;
+    for (const std::string& field :
+         {std::to_string(result.instructions), Number(result.machine * 1e3),
+          Number(NsPerInstruction(result)), isTranslated ? Number(result.translated * 1e3) : "-",
+          Number(result.native * 1e3), Number(RatioToNative(result)),
+          isTranslated ? Number(TranslatedRatio(result)) : "-",
+          hasLua ? Number(result.lua * 1e3) : "-", hasLua ? Number(LuaRatio(result)) : "-"}) {
+        row += " | " + field;
+    }
+    return row + " |\n";
+}
+
+std::string Table(const std::vector<Result>& results, int runs, double jump) {
     std::ostringstream out;
     out << "Processor: " << ProcessorName() << "; compiler: " << CompilerName() << "; medians of "
-        << runs << " runs, processor time.\n\n"
-        << "| Kernel | MX instructions | MX ms | ns per instruction | C++ ms | MX / C++ | "
-           "Lua 5.4 ms | Lua / MX |\n"
-        << "|---|---:|---:|---:|---:|---:|---:|---:|\n";
-    for (const Result& result : results) {
-        out << "| " << result.kernel->name << " | " << result.instructions << " | "
-            << Format("%.2f", result.machine * 1e3) << " | "
-            << Format("%.2f", NsPerInstruction(result)) << " | "
-            << Format("%.2f", result.native * 1e3) << " | " << Format("%.2f", RatioToNative(result))
-            << " | ";
-        if (withLua) {
-            out << Format("%.2f", result.lua * 1e3) << " | " << Format("%.2f", LuaRatio(result));
-        } else {
-            out << "- | -";
-        }
-        out << " |\n";
-    }
-    out << "| geometric mean | | | " << Format("%.2f", GeometricMean(results, NsPerInstruction))
-        << " | | " << Format("%.2f", GeometricMean(results, RatioToNative)) << " | | "
-        << (withLua ? Format("%.2f", GeometricMean(results, LuaRatio)) : "-") << " |\n";
+        << runs
+        << " runs, processor time. An indirect jump that cannot be foreseen: " << Number(jump)
+        << " ns.\n\n"
+        << "| Kernel | MX instructions | MX ms | ns per instruction | MX translated ms | C++ ms | "
+           "MX / C++ | translated / C++ | Lua 5.4 ms | Lua / MX |\n"
+        << "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+    for (const Result& result : results) out << Row(result);
+    const bool isTranslated = results.front().translated > 0;
+    const bool hasLua = results.front().lua > 0;
+    out << "| geometric mean | | | " << Number(GeometricMean(results, NsPerInstruction))
+        << " | | | " << Number(GeometricMean(results, RatioToNative)) << " | "
+        << (isTranslated ? Number(GeometricMean(results, TranslatedRatio)) : "-") << " | | "
+        << (hasLua ? Number(GeometricMean(results, LuaRatio)) : "-") << " |\n";
     return out.str();
 }
 
@@ -233,13 +325,14 @@ bool Chosen(const Options& options, const char* name) {
 int main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const bool withLua = HasLua();
+    const double jump = UnforeseenJump(options.runs);
     std::vector<Result> results;
     for (const NativeKernel& kernel : nativeKernels) {
         if (!Chosen(options, kernel.name)) continue;
         results.push_back(Measure(kernel, options.runs, withLua));
     }
     if (results.empty()) Fail("there is no such kernel\n");
-    const std::string table = Table(results, options.runs, withLua);
+    const std::string table = Table(results, options.runs, jump);
     std::cout << table;
     if (!options.update.empty()) Update(options.update, table);
     return 0;

@@ -12,8 +12,8 @@ namespace {
 constexpr size_t kLineLimit = 100;
 
 constexpr const char* kTop =
-    R"(// The services as functions, included by moxi.h. Made from sys/services.def by `mxservices`;
-// edit the table, not this file.
+    R"(// The services as functions, included by moxi.h. Made from sys/services.def by `mxservices`; edit
+// the table, not this file.
 // clang-format off
 #ifndef MOXI_SERVICES_H
 #define MOXI_SERVICES_H

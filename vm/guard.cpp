@@ -32,12 +32,15 @@ constinit bool handlersInstalled = false;
 struct sigaction previousSegv;
 struct sigaction previousBus;
 
-void OnFault(int signal, siginfo_t* info, void*) {
+void OnFault(int signal, siginfo_t* info, void* context) {
     const u8* const address = static_cast<const u8*>(info->si_addr);
     const bool ours =
         reservation != nullptr && address >= reservation && address < reservation + reservationSize;
     sigjmp_buf* const point = faultPoint;
-    if (ours && point != nullptr) siglongjmp(*point, 1);
+    if (ours && point != nullptr) {
+        if (beforeFault != nullptr) beforeFault(context);
+        siglongjmp(*point, 1);
+    }
     // Not the module's doing: the former handler takes the fault when the access is repeated.
     sigaction(signal, signal == SIGBUS ? &previousBus : &previousSegv, nullptr);
 }
@@ -80,6 +83,8 @@ std::string TraceLine() {
 }
 
 }  // namespace
+
+void (*beforeFault)(void* context) = nullptr;
 
 void MemoryFault() {
     EndWithFault("Memory fault at 0x%8.8X. Terminating. So sorry.");

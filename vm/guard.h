@@ -33,6 +33,10 @@ void CheckAccess(u32 address, u32 size);
 // May be nested.
 void RunGuarded(void (*run)());
 
+// Told of an access outside the image before its run is given up, in the signal's handler and with
+// the handler's ucontext_t: brings into the header what a run kept in the processor's registers.
+extern void (*beforeFault)(void* context);
+
 // The reservation. ReserveImage returns the address of an accessible, zero-filled block of `size`
 // bytes that starts on a multiple of 64 and ends (but for at most 63 bytes of padding) where the
 // inaccessible rest of the range begins; null when there is not enough memory.

@@ -87,5 +87,6 @@ bool LoadModule() {
     constexpr u8 kVersionStamp[] = {0, kHostMajor, kHostMinor, 1, 0};
     std::memcpy(image + kHeaderVersionStamp, kVersionStamp, sizeof kVersionStamp);
     AllocHeap(4);  // handle 0 stays the lowest block, and no module ever gets it
+    vmSlots.moduleLoaded();
     return true;
 }

@@ -23,6 +23,8 @@ struct VmSlots {
     // Waits until no other start of the game is writing the file.
     void (*lockFile)(u32 handle);
     void (*closeFile)(u32 handle);
+    // The module has been loaded; none of it has run.
+    void (*moduleLoaded)();
     // On the main thread, before a fatal message is shown: a debugger stops here.
     void (*beforeFatalMessage)(std::string_view text);
     // The one place where the process ends.
@@ -40,6 +42,7 @@ inline constinit VmSlots vmSlots = {
     .seekFile = [](u32, u32, u32) { return u32{0xFFFFFFFF}; },
     .lockFile = [](u32) {},
     .closeFile = [](u32) {},
+    .moduleLoaded = [] {},
     .beforeFatalMessage = [](std::string_view) {},
     .endProcess = [](int status) { std::exit(status); },
 };

@@ -16,15 +16,20 @@
 //
 // PC, SP and FP are parameters that stay in processor registers from handler to handler. SP and FP
 // are stored in the header when they change. PC and the flags are brought there only where someone
-// can look; meanwhile PC is the newest entry of the trace, and the flags are those of `lastResult`.
-// Instructions that read or write the header other than through a register operand, and those that
-// leave the handlers, take the slow way, which is Execute (vm/execute.h) and its write-back. So
-// what an instruction itself writes over PC, SP, FP or the flags is lost, as it has to be.
+// can look; meanwhile PC is the newest entry of the trace, and the flags are those of
+// `lastThreadedResult`. Instructions that read or write the header other than through a register
+// operand, and those that leave the handlers, take the slow way, which is Execute (vm/execute.h)
+// and its write-back. So what an instruction itself writes over PC, SP, FP or the flags is lost, as
+// it has to be.
 //
 // A fault leaves the handlers at any point, where the parameters cannot be had. Therefore every
 // instruction stores its address in the trace and its number below it, always in the same place.
 //
 // What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
+
+constinit i64 lastThreadedResult = 0;
+constinit u64 nextTranslationCheck = ~u64{0};
+ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
 
 namespace {
 
@@ -38,7 +43,7 @@ namespace {
 #define MX_TAIL_CALL return
 #endif
 
-using Handler = void (*)(MX_STATE_PARAMETERS);
+using Handler = ThreadedHandler;
 
 // The next handler is found by the low 16 bits of the instruction word: they hold the class, the
 // form, the operation and its size.
@@ -46,13 +51,11 @@ constexpr u32 kDispatchSize = 65536;
 static_assert(kDispatchTableSize == kDispatchSize * sizeof(Handler));
 Handler dispatchTable[kDispatchSize];
 
-// The newest result that set the flags, sign-extended from its size.
-constinit i64 lastResult = 0;
-// Whether `lastResult` is newer than the header's flags.
+// Whether `lastThreadedResult` is newer than the header's flags.
 constinit bool handlersRun = false;
 
 u8 FlagsOfLastResult() {
-    return FlagsOf(static_cast<u64>(lastResult));
+    return FlagsOf(static_cast<u64>(lastThreadedResult));
 }
 
 // Whether some result has these flags: a loaded header or a modal context can hold any byte.
@@ -89,13 +92,16 @@ template <class T>
                                                       kTableBelowImage)[w & 0xFFFF](MX_STATE); \
     } while (false)
 
-// Goes to the instruction at pc, wherever that is.
-#define MX_JUMP()                                  \
-    do {                                           \
-        if (pc < kHeaderSize) [[unlikely]] {       \
-            MX_TAIL_CALL JumpIntoHeader(MX_STATE); \
-        }                                          \
-        MX_NEXT();                                 \
+// Goes to the instruction at pc, wherever that is, and whoever executes it.
+#define MX_JUMP()                                         \
+    do {                                                  \
+        if (pc < kHeaderSize) [[unlikely]] {              \
+            MX_TAIL_CALL JumpIntoHeader(MX_STATE);        \
+        }                                                 \
+        if (trace >= nextTranslationCheck) [[unlikely]] { \
+            MX_TAIL_CALL AskForTranslation(MX_STATE);     \
+        }                                                 \
+        MX_NEXT();                                        \
     } while (false)
 
 // Rare instructions, and those that the fast way may not do.
@@ -129,12 +135,27 @@ struct SlowResult {
         WriteBack(cpu);
         if (outcome == Outcome::Leave) return {0, 0, true};
     } while (cpu.pc < kHeaderSize || !ComeFromResult(cpu.flags));
-    lastResult = ResultWithFlags(cpu.flags);
+    lastThreadedResult = ResultWithFlags(cpu.flags);
     handlersRun = true;
     return {cpu.sp, cpu.fp, false};
 }
 
 void JumpIntoHeader(MX_STATE_PARAMETERS);
+
+void ExecuteHere(MX_STATE_PARAMETERS) {
+    if (pc < kHeaderSize) [[unlikely]] {
+        MX_TAIL_CALL JumpIntoHeader(MX_STATE);
+    }
+    MX_NEXT();
+}
+
+void AskForTranslation(MX_STATE_PARAMETERS) {
+    const Handler translated = translatedCodeAt(static_cast<u32>(pc), trace);
+    if (translated != nullptr) {
+        MX_TAIL_CALL translated(MX_STATE);
+    }
+    MX_NEXT();
+}
 
 #define MX_GO_SLOWLY(isFetched)                                                                   \
     do {                                                                                          \
@@ -254,7 +275,7 @@ struct IntegerOf<3> {
 
 template <class T>
 [[gnu::always_inline]] inline void KeepFlagsOf(T value) {
-    lastResult = static_cast<SignedOf<T>>(value);
+    lastThreadedResult = static_cast<SignedOf<T>>(value);
 }
 
 // --- Two-operand operations
@@ -511,7 +532,7 @@ template <Condition kCondition>
 
 template <u32 kCondition>
 void FlagBranchHandler(MX_STATE_PARAMETERS) {
-    if (HoldsFor<static_cast<Condition>(kCondition)>(lastResult)) {
+    if (HoldsFor<static_cast<Condition>(kCondition)>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
     }
@@ -541,8 +562,8 @@ void TestBranchHandler(MX_STATE_PARAMETERS) {
         }
         MX_SLOW_IF(IsInHeader(e));
     }
-    lastResult = static_cast<SignedOf<T>>(Get<T>(base, e));
-    if (HoldsFor<static_cast<Condition>(BranchCondition(kWord))>(lastResult)) {
+    lastThreadedResult = static_cast<SignedOf<T>>(Get<T>(base, e));
+    if (HoldsFor<static_cast<Condition>(BranchCondition(kWord))>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
     }
@@ -621,7 +642,7 @@ void ReturnHandler(MX_STATE_PARAMETERS) {
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
     Put<u32>(base, kHeaderFP, static_cast<u32>(fp));
     pc = returnAddress;
-    MX_NEXT();
+    MX_JUMP();
 }
 
 // --- Stack pushes of constants
@@ -799,6 +820,8 @@ void CopyDispatchTable(u8* place) {
     std::memcpy(place, dispatchTable, sizeof dispatchTable);
 }
 
+const ThreadedHandler executeByInterpreter = ExecuteHere;
+
 void RunThreaded() {
     const Cpu cpu = ReadCpu();
     Put<u8>(image, kHeaderFlags, cpu.flags);
@@ -806,9 +829,13 @@ void RunThreaded() {
         JumpIntoHeader(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
         return;
     }
-    lastResult = ResultWithFlags(cpu.flags);
+    lastThreadedResult = ResultWithFlags(cpu.flags);
     handlersRun = true;
     Start(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
+}
+
+void NoteThreadedCount() {
+    Put<u32>(image - kCountBelowImage, 0, static_cast<u32>(pcTraceCount));
 }
 
 void SettleThreaded() {
@@ -821,7 +848,14 @@ void SettleThreaded() {
 
 #else
 
+constinit i64 lastThreadedResult = 0;
+constinit u64 nextTranslationCheck = ~u64{0};
+ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
+const ThreadedHandler executeByInterpreter = nullptr;
+
 void CopyDispatchTable(u8*) {}
+
+void NoteThreadedCount() {}
 
 void RunThreaded() {}
 

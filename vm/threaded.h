@@ -30,3 +30,24 @@ void RunThreaded();
 // After a fault: brings PC and the flags of the interrupted run into the header and the trace's
 // count up to date. Nothing to do where no handler was interrupted.
 void SettleThreaded();
+
+// --- Where translated code comes in and goes out (translate/translator.h)
+
+// A handler goes on with another one as its last act: image, PC, SP, FP, the number of instructions
+// executed so far, the instruction word.
+using ThreadedHandler = void (*)(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w);
+
+// At a jump, once `trace` has reached this, translatedCodeAt is asked where to go on.
+extern u64 nextTranslationCheck;
+
+// A handler that goes on in translated code at `pc`, or null. Sets nextTranslationCheck anew.
+extern ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace);
+
+// A handler that executes the instruction at PC by the interpreter, whatever is translated.
+extern const ThreadedHandler executeByInterpreter;
+
+// The newest result that set the flags, sign-extended from its size, while handlers run.
+extern i64 lastThreadedResult;
+
+// Says that pcTraceCount is right, where translated code has brought it up to date.
+void NoteThreadedCount();

@@ -172,16 +172,14 @@ bool ReadInput(const std::string& path, std::string& bytes, std::ostream& err) {
     return true;
 }
 
-// The output is a folder then, which is made where there is none.
-bool MakeGameFolder(Command& command, std::ostream& err) {
+// The folder of a cartridge's game is made when there is something to put into it.
+bool MakeGameFolder(const Command& command, std::ostream& err) {
+    const std::filesystem::path folder = std::filesystem::path(command.output).parent_path();
     std::error_code error;
-    std::filesystem::create_directories(command.output, error);
-    if (!std::filesystem::is_directory(command.output)) {
-        err << "mxwasm: " << command.output << ": no folder can be made there\n";
-        return false;
-    }
-    command.output = std::filesystem::path(command.output) / "MAIN.MX";
-    return true;
+    std::filesystem::create_directories(folder, error);
+    if (std::filesystem::is_directory(folder, error)) return true;
+    err << "mxwasm: " << folder.string() << ": no folder can be made there\n";
+    return false;
 }
 
 std::vector<std::string> Outputs(const Command& command) {
@@ -297,7 +295,9 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     }
     std::string wasm;
     std::string console;
-    if (command.isCartridge && !command.codeEnd && !MakeGameFolder(command, err)) return 1;
+    if (command.isCartridge && !command.codeEnd) {
+        command.output = std::filesystem::path(command.output) / "MAIN.MX";
+    }
     const bool isRead =
         ReadInput(command.input, wasm, err) &&
         (!command.isCartridge || ReadInput(ShareFolder() / "wasm4" / "console.wasm", console, err));
@@ -321,6 +321,7 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
         RemoveOutputs(command);
         return 1;
     }
+    if (command.isCartridge && !MakeGameFolder(command, err)) return 1;
     if (!WriteOutputs(command, translation, err)) {
         RemoveOutputs(command);
         return 1;

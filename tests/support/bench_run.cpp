@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "tests/support/vm_fixture.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
@@ -50,7 +51,12 @@ Outcome OutcomeOfEnd() {
     return StartsWith(last, "Division error") ? Outcome::DivisionError : Outcome::MemoryFault;
 }
 
-RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions& options) {
+// Everything is translated at its first execution.
+constexpr moxi::TranslatorOptions kTranslateAll = {
+    .interval = 0, .threshold = 1, .traceDepth = 250};
+
+RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOptions& options) {
+    const bool traced = engine == Engine::Traced;
     if (imageSize != bytes.size() && !AllocateImage(static_cast<u32>(bytes.size()))) {
         throw std::bad_alloc();
     }
@@ -69,6 +75,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions&
     RunResult result;
     instructionTrace = traced ? &kBudgetTrace : nullptr;
     instructionsLeft = options.budget;
+    if (engine == Engine::Translated) moxi::StartTranslator(kTranslateAll);
     try {
         RunInterpreter();
         result.outcome = OutcomeOfReturn(options.modalDepth);
@@ -79,6 +86,7 @@ RunResult RunOnHost(bool traced, const std::vector<u8>& bytes, const RunOptions&
         result.outcome = Outcome::BudgetSpent;
     }
     instructionTrace = nullptr;
+    moxi::StopTranslator();
     result.image.assign(image, image + bytes.size());
     result.messages = vmEvents.messages;
     if (vmFiles.contents.contains("debug.log")) result.debugLog = vmFiles.contents["debug.log"];
@@ -146,6 +154,7 @@ Picture BenchPicture() {
 const char* EngineName(Engine engine) {
     switch (engine) {
         case Engine::Fast: return "interpreter";
+        case Engine::Translated: return "translator";
         case Engine::Traced: return "traced interpreter";
         case Engine::Plain: return "plain executor";
     }
@@ -154,7 +163,7 @@ const char* EngineName(Engine engine) {
 
 RunResult RunOn(Engine engine, const std::vector<u8>& bytes, const RunOptions& options) {
     if (engine == Engine::Plain) return RunOnPlain(bytes, options);
-    return RunOnHost(engine == Engine::Traced, bytes, options);
+    return RunOnHost(engine, bytes, options);
 }
 
 std::string FieldName(u32 address) {
@@ -202,7 +211,7 @@ std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wante
 }
 
 void ExpectRun(const std::string& name, const Picture& before, const Expected& expected) {
-    for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         const RunResult result =
             RunOn(engine, before.bytes, {.modalDepth = expected.modalDepthBefore});
         const std::string where = name + " on the " + EngineName(engine);

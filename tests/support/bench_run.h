@@ -38,7 +38,7 @@ constexpr u32 RegisterAt(u32 r) {
 
 // --- Runs
 
-enum class Engine { Fast, Traced, Plain };
+enum class Engine { Fast, Translated, Traced, Plain };
 
 const char* EngineName(Engine engine);
 

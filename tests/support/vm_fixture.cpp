@@ -109,6 +109,7 @@ void EndVmBench() {
         .seekFile = [](u32, u32, u32) { return kNoFile; },
         .lockFile = [](u32) {},
         .closeFile = [](u32) {},
+        .moduleLoaded = [] {},
         .beforeFatalMessage = [](std::string_view) {},
         .endProcess = [](int status) { std::exit(status); },
     };

@@ -239,7 +239,7 @@ TEST_F(Control, CallPushesArgumentBytesAndReturnAddressAndRemembersItsAddressPlu
     after.Put(160, 2792, 4);
     after.Put(136, kTarget, 4);
     ExpectRun("CALL", before, {.after = after});
-    for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         EXPECT_EQ(RunOn(engine, before.bytes).pcPreJsr, 520u) << EngineName(engine);
     }
 }
@@ -357,7 +357,7 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
     before.Put(160, 2776, 4);
     before.Put(RegisterAt(0), 0, 8);
     before.Put(RegisterAt(13), 0x7777777788888888, 8);
-    for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes, {.budget = 100000});
         EXPECT_EQ(result.outcome, Outcome::Returned) << EngineName(engine);
         const Picture after{result.image};
@@ -543,7 +543,7 @@ TEST_F(Control, DebuglogAppendsTheStringsAtR15WithoutASeparator) {
     before.Put(RegisterAt(15), 0xFFFFFFFF00000000 | 1201, 8);
     before.Put(1201, 'a', 2);
     before.Put(1203, 'b', 2);
-    for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes);
         EXPECT_EQ(result.debugLog, "ab") << EngineName(engine);
         EXPECT_EQ(result.outcome, Outcome::Stopped) << EngineName(engine);
@@ -560,7 +560,7 @@ TEST_F(Control, DuringSysTheHeaderHoldsThePcOfTheSysAndTheCurrentSpFpAndFlags) {
     // SUB.L R1, R1 sets ZERO; PUSH.L #5; LINK 0, 0; SYS
     before.PutWords(kBenchCode,
                     {30u << 9 | 28 | 1u << 5 | 1u << 16, 756 | 5u << 10, 340, 276 | 0xFFFFFC00});
-    for (const Engine engine : {Engine::Fast, Engine::Traced}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced}) {
         RunOn(engine, before.bytes);
         EXPECT_EQ(seen.Get(136, 4), 524u) << EngineName(engine);
         EXPECT_EQ(seen.Get(160, 4), 2792u) << EngineName(engine);
@@ -581,7 +581,7 @@ TEST_F(Control, AServiceCannotChangePcSpFpAndFlagsButEverythingElse) {
     };
     Picture before = BenchPicture();
     before.PutWords(kBenchCode, {276, 404, 532, 532});
-    for (const Engine engine : {Engine::Fast, Engine::Traced}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced}) {
         Picture after = before;
         after.Put(193, 0x44, 1);
         after.Put(120, 0x55555555, 4);

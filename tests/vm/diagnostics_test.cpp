@@ -277,7 +277,8 @@ TEST_F(Faults, ABlockOperationThatFaultsChangesNothing) {
         Picture placed = before;
         placed.Put(160, block.sp, 4);
         placed.PutWords(kBenchCode, block.words);
-        for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+        for (const Engine engine :
+             {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
             const RunResult result = RunOn(engine, placed.bytes);
             EXPECT_EQ(result.outcome, Outcome::MemoryFault) << block.name;
             EXPECT_EQ(Differences(result.image, placed.bytes), "") << block.name;
@@ -373,7 +374,8 @@ TEST_F(Faults, ADivisionByZeroEndsTheHostAtEverySize) {
             before.PutWords(kBenchCode, {kNop, 28 | 3u << 5 | (first + size) << 9 | 5u << 16});
             Picture after = before;
             after.Put(136, 516, 4);
-            for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {
+            for (const Engine engine :
+                 {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
                 const RunResult result = RunOn(engine, before.bytes);
                 EXPECT_EQ(result.outcome, Outcome::DivisionError) << first << " " << size;
                 EXPECT_EQ(result.messages,
@@ -404,7 +406,7 @@ TEST_F(Faults, ADivisionByAQuickZeroHasFilledTheSlot) {
     before.PutWords(kBenchCode, {30 | 3u << 5 | 2u << 9});  // DIVS.L R3, #0
     Picture after = before;
     after.Put(256, 0, 4);
-    for (const Engine engine : {Engine::Fast, Engine::Plain}) {
+    for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes);
         EXPECT_EQ(result.outcome, Outcome::DivisionError);
         EXPECT_EQ(Differences(result.image, after.bytes), "");

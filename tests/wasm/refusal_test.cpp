@@ -51,7 +51,7 @@ std::string ModuleWithSection(u32 number, std::string_view content) {
 TEST(WasmRefusal, NamesWhatIsWrongWithTheFileAndWhere) {
     EXPECT_EQ(ErrorOf("\1asm"), "magic header not detected (offset 0x0)");
     EXPECT_EQ(ErrorOf(std::string("\0asm\2\0\0\0", 8)), "unknown binary version (offset 0x4)");
-    EXPECT_EQ(ErrorOf(std::string(kWasmHeader) + "\x01\x05\x00"), "unexpected end (offset 0xb)");
+    EXPECT_EQ(ErrorOf(std::string(kWasmHeader) + "\x01\x05"), "unexpected end (offset 0xa)");
     EXPECT_EQ(ErrorOf(ModuleWithSection(14, "")), "malformed section id (offset 0x8)");
     EXPECT_EQ(ErrorOf(ModuleWithSection(1, "\x01\x61")), "malformed function type (offset 0xb)");
     // The section says one byte more than its contents.
@@ -77,33 +77,33 @@ TEST(WasmRefusal, SectionsHaveAnOrder) {
 }
 
 TEST(WasmRefusal, NamesFunctionAndOffsetOfAWrongBody) {
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x6A")), "type mismatch (function 0, offset 0x16)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x6A")), "type mismatch (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x41\0", 2))),
-              "type mismatch (function 0, offset 0x18)");
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x0C\x01")), "unknown label (function 0, offset 0x16)");
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x10\x07")), "unknown function 7 (function 0, offset 0x16)");
+              "type mismatch (function 0, offset 0x19)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x0C\x01")), "unknown label (function 0, offset 0x17)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x10\x07")), "unknown function 7 (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x20\0\x1A", 3))),
-              "unknown local 0 (function 0, offset 0x16)");
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x05")), "unexpected else (function 0, offset 0x16)");
+              "unknown local 0 (function 0, offset 0x17)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x05")), "unexpected else (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x3F\0\x1A", 3))),
-              "unknown memory 0 (function 0, offset 0x16)");
+              "unknown memory 0 (function 0, offset 0x17)");
     // An end too many.
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x0B")), "section size mismatch (function 0, offset 0x17)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x0B")), "section size mismatch (function 0, offset 0x18)");
     // An opcode that there is not.
-    EXPECT_EQ(ErrorOf(ModuleWithBody("\x27")), "illegal opcode 0x27 (function 0, offset 0x16)");
+    EXPECT_EQ(ErrorOf(ModuleWithBody("\x27")), "illegal opcode 0x27 (function 0, offset 0x17)");
 }
 
 TEST(WasmRefusal, NamesTheFeatureThatIsNotSupported) {
     EXPECT_EQ(ErrorOf(ModuleWithBody("\xFD\x0F")),
-              "SIMD is not supported (function 0, offset 0x16)");
+              "SIMD is not supported (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\xFE\0", 2))),
-              "threads are not supported (atomic operator) (function 0, offset 0x16)");
+              "threads are not supported (atomic operator) (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\x06\x40\x0B")),
-              "exceptions are not supported (function 0, offset 0x16)");
+              "exceptions are not supported (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody(std::string("\x12\0", 2))),
-              "tail calls are not supported (function 0, offset 0x16)");
+              "tail calls are not supported (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\xD0\x70\x1A")),
-              "reference types are not supported (function 0, offset 0x16)");
+              "reference types are not supported (function 0, offset 0x17)");
     // A memory that is shared, and one of 64 bits.
     EXPECT_EQ(ErrorOf(ModuleWithSection(5, "\x01\x03\x01\x01")),
               "threads are not supported (shared memory) (offset 0xb)");

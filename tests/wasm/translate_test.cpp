@@ -11,14 +11,14 @@ namespace {
 struct WasmTranslateTest : VmTest {
     static std::vector<std::string> Lines(const std::string& text, const std::string& calls,
                                           const TranslateOptions& options = CallOptions()) {
-        const CallsRun run = RunCalls(WasmOfText(text), calls, options);
+        const CallsRun run = RunCalls(WasmOfText(text, {"--debug-names"}), calls, options);
         for (const std::string& error : run.errors) ADD_FAILURE() << error;
         return run.lines;
     }
     // What a call logs that traps, and that the machine ends with status 1.
     static std::string TrapOf(const std::string& text, const std::string& call,
                               const TranslateOptions& options = CallOptions()) {
-        const CallsRun run = RunCalls(WasmOfText(text), call, options);
+        const CallsRun run = RunCalls(WasmOfText(text, {"--debug-names"}), call, options);
         EXPECT_TRUE(run.errors.empty());
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.fatals.size(), 1u);
@@ -64,7 +64,8 @@ TEST_F(WasmTranslateTest, ALocalThatIsMaskedIntoItselfInALoop) {
 
 TEST_F(WasmTranslateTest, ValuesThatWaitKeepWhatTheyWere) {
     EXPECT_EQ(Lines(R"((module (memory 1) (global $g (mut i32) (i32.const 7))
-        (func $store (i32.store (i32.const 8) (i32.const 99)) (global.set $g (i32.const 8)))
+        (func $store (i32.store (i32.const 8) (i32.add (i32.load (i32.const 8)) (i32.const 99)))
+            (global.set $g (i32.add (global.get $g) (i32.const 1))))
         (func (export "local") (param i32) (result i32)
             (local.get 0) (local.set 0 (i32.const 1)) (i32.add (local.get 0)))
         (func (export "memory") (result i32)
@@ -78,8 +79,8 @@ TEST_F(WasmTranslateTest, ValuesThatWaitKeepWhatTheyWere) {
             (local.set 2 (local.get $t))
             (i32.add (i32.mul (local.get 0) (i32.const 100))
                      (i32.add (i32.mul (local.get 1) (i32.const 10)) (local.get 2))))))",
-                    "local 5\nmemory\nglobal\nswap 3 4\nturn 1 2 3\n"),
-              (Texts{"local -> 0x00000006", "memory -> 0x00000063", "global -> 0xFFFFFFFF",
+                    "local 5\nglobal\nmemory\nswap 3 4\nturn 1 2 3\n"),
+              (Texts{"local -> 0x00000006", "global -> 0xFFFFFFFF", "memory -> 0x00000129",
                      "swap -> 0x00000004 0x00000003", "turn -> 0x000000E7"}));
 }
 
@@ -216,9 +217,10 @@ TEST_F(WasmTranslateTest, TheStartFunctionRunsFirst) {
 }
 
 TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
-    EXPECT_EQ(Lines(R"((module (memory 1)
+    EXPECT_EQ(Lines(R"((module
         (import "moxi" "setjmp" (func $setjmp (param i32) (result i32)))
         (import "moxi" "longjmp" (func $longjmp (param i32 i32)))
+        (memory 1)
         (global $__stack_pointer (mut i32) (i32.const 4096))
         (func $deep (param i32 i32)
             (global.set $__stack_pointer (i32.const 1000))
@@ -292,7 +294,7 @@ TEST_F(WasmTranslateTest, BoundsAreExactWhereTheyAreChecked) {
         Lines(text, "load 65528\nstore 65535\ncopy 65536 0 0\ncopy 0 65530 6\ngrow\nload 65529\n",
               options),
         (Texts{"load -> 0x00000000", "store ->", "copy ->", "copy ->", "grow ->",
-               "load -> 0x00000000"}));
+               "load -> 0x00010000"}));
     EXPECT_EQ(TrapOf(text, "load 65529\n", options), "Trap: out of bounds memory access in f");
     EXPECT_EQ(TrapOf(text, "load 0xFFFFFFFF\n", options), "Trap: out of bounds memory access in f");
     EXPECT_EQ(TrapOf(text, "store 65536\n", options), "Trap: out of bounds memory access in s");

@@ -1,5 +1,5 @@
-// The services as functions, included by moxi.h. Made from sys/services.def by `mxservices`;
-// edit the table, not this file.
+// The services as functions, included by moxi.h. Made from sys/services.def by `mxservices`; edit
+// the table, not this file.
 // clang-format off
 #ifndef MOXI_SERVICES_H
 #define MOXI_SERVICES_H

@@ -1,0 +1,129 @@
+#include "translate/decode.h"
+
+#include "vm/machine.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr u32 kLastRegister = 15;
+
+bool IsFloatOperation(TwoOperand op) {
+    return op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp;
+}
+
+// An absolute operand in the header may see or change the machine's state.
+bool IsInHeader(Mode mode, u32 word) {
+    return mode == Mode::Absolute && word < kHeaderSize;
+}
+
+bool HasWord(Mode mode) {
+    return mode == Mode::Indexed || mode == Mode::Absolute || mode == Mode::Frame32 ||
+           mode == Mode::Immediate;
+}
+
+void DecodeTwoOperands(Instruction& in) {
+    for (const OperandForm& form : kTwoOperandForms) {
+        if (form.code == TwoOperandForm(in.w)) in.form = form;
+    }
+    const u32 number = TwoOperandNumber(in.w);
+    const u32 size = number & 3;
+    in.length = in.form.length + (in.form.b == Mode::Immediate && size == 3 ? 4 : 0);
+    const TwoOperand op = TwoOperandOf(in);
+    const bool known =
+        IsFloatOperation(op) ? size >= 2 : op <= TwoOperand::Movez || op == TwoOperand::Lea;
+    const u32 wordOfB = HasWord(in.form.a) ? in.words[1] : in.words[0];
+    const bool seesHeader = IsInHeader(in.form.a, in.words[0]) ||
+                            (op != TwoOperand::Lea && IsInHeader(in.form.b, wordOfB));
+    const bool isLegal =
+        known || op == TwoOperand::Blockmove || number >= 120 || (IsFloatOperation(op) && size < 2);
+    if (known && !seesHeader) {
+        in.flow = Flow::Next;
+    } else {
+        in.flow = isLegal ? Flow::Interpreter : Flow::End;
+    }
+}
+
+void DecodeOneOperand(Instruction& in) {
+    for (const OneOperandForm& form : kOneOperandForms) {
+        if (form.code == (in.w & 255)) {
+            in.mode = form.mode;
+            in.length = form.length;
+        }
+    }
+    const u32 number = OneOperandNumber(in.w);
+    const OneOperand op = OneOperandOf(in);
+    const u32 size = number & 3;
+    bool known = op <= OneOperand::Pea || (op >= OneOperand::Utof && op <= OneOperand::Dtol);
+    if (number < 4) known = op == OneOperand::Fneg;
+    if (op == OneOperand::Extz || op == OneOperand::Exts) known = size != 3;
+    // Unsigned numbers of 64 bits have no conversion of one instruction.
+    if (op == OneOperand::Utof || op == OneOperand::Utod) known = size != 3;
+    if (in.mode == Mode::Register && in.w >> 16 > kLastRegister) known = false;
+    if (op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) known = false;
+    const bool isIllegal = (number >= 28 && number < 32) || number >= 72;
+    in.flow = known ? Flow::Next : isIllegal ? Flow::End : Flow::Interpreter;
+}
+
+void DecodeTestBranch(Instruction& in) {
+    in.length = 8;
+    in.target = BranchTarget(in.w);
+    const auto mode = static_cast<TestOperand>(TestMode(in.w));
+    const bool needsRegister = mode == TestOperand::Register || mode == TestOperand::Indirect;
+    const bool known = needsRegister ? in.words[0] <= kLastRegister
+                                     : mode == TestOperand::Frame32 || in.words[0] >= kHeaderSize;
+    in.flow = known ? Flow::Branch : Flow::Interpreter;
+}
+
+void DecodeSingle(Instruction& in) {
+    for (const SingleInstruction& row : kSingleInstructions) {
+        if (row.code == (in.w & 1023)) in.length = row.length;
+    }
+    switch (SingleOf(in)) {
+        case Single::Jmp:
+            in.target = BranchTarget(in.w);
+            in.flow = Flow::Jump;
+            break;
+        case Single::Call:
+            in.target = in.words[0];
+            in.flow = Flow::Call;
+            break;
+        case Single::Callr: in.flow = Flow::CallThrough; break;
+        case Single::Return: in.flow = (in.w >> 10 & 15) < 15 ? Flow::Away : Flow::End; break;
+        case Single::Link: in.flow = (in.w >> 10 & 15) < 15 ? Flow::Next : Flow::Interpreter; break;
+        case Single::Stop: in.flow = Flow::End; break;
+        case Single::Sys:
+        case Single::Debuglog:
+        case Single::Modal:
+        case Single::ModalNotify:
+        case Single::Emod: in.flow = Flow::Interpreter; break;
+        default: in.flow = Flow::Next; break;
+    }
+}
+
+}  // namespace
+
+Instruction DecodeInstruction(u32 pc) {
+    Instruction in;
+    in.pc = pc;
+    in.w = Load<u32>(pc);
+    in.words[0] = Load<u32>(pc + 4);
+    in.words[1] = Load<u32>(pc + 8);
+    in.kind = ClassOf(in.w);
+    switch (in.kind) {
+        case InstructionClass::TwoOperands: DecodeTwoOperands(in); break;
+        case InstructionClass::OneOperand: DecodeOneOperand(in); break;
+        case InstructionClass::TestBranch: DecodeTestBranch(in); break;
+        case InstructionClass::FlagBranch:
+            in.target = BranchTarget(in.w);
+            in.flow = Flow::Branch;
+            break;
+        case InstructionClass::TableJump: in.flow = Flow::Away; break;
+        case InstructionClass::Single: DecodeSingle(in); break;
+        case InstructionClass::NoOperation: in.flow = Flow::Next; break;
+        default: in.flow = Flow::End;
+    }
+    return in;
+}
+
+}  // namespace moxi

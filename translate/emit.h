@@ -1,0 +1,59 @@
+#pragma once
+// Writes the processor's instructions for a region, and those that lead into translated code and
+// out of it. x86-64.
+
+#include <string>
+#include <vector>
+
+#include "translate/region.h"
+
+namespace moxi {
+
+// Where in translated code an instruction of the module begins.
+struct CodePlace {
+    u32 offset = 0;  // in the translation
+    u32 pc = 0;
+    u32 index = 0;  // in its block
+};
+
+// Where a block begins.
+struct BlockPlace {
+    u32 offset = 0;
+    u32 firstPlace = 0;  // of its instructions
+    u32 count = 0;
+};
+
+struct Translation {
+    std::vector<u8> code;
+    std::vector<CodePlace> places;   // by rising offset
+    std::vector<BlockPlace> blocks;  // likewise
+    struct Entry {
+        u32 pc = 0;
+        u32 offset = 0;
+    };
+    std::vector<Entry> entries;
+    u16 narrow = 0;  // a bit for each register that has to have its upper half clear
+};
+
+// The code that all regions share, and where it lies.
+struct SharedCode {
+    u8* enter = nullptr;  // a handler of the interpreter: goes on in translatedState.entered
+    u8* leave = nullptr;  // PC in eax, the number of executed instructions of the block in edx:
+                          // goes on in the interpreter
+    u8* leaveAfter = nullptr;  // the same when all of the block was executed
+    u8* arrive = nullptr;      // the same for want of a comparison with the module's code
+    u8* emptyStack = nullptr;  // forgets where calls go on
+    u8* jump = nullptr;        // PC in eax: goes on in its translation, or in the interpreter
+};
+
+// Writes the shared code for the address `base`, with the handlers in which runs go on that leave
+// or arrive.
+std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* arrivalHandler,
+                               SharedCode& shared);
+
+// Translates a region for the address `base`. The region is entered while `generation`, which has
+// to outlive it, is the state's. No code when it cannot be done.
+Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
+                       const u32* generation);
+
+}  // namespace moxi

@@ -1,0 +1,65 @@
+#pragma once
+// What translated code keeps where. All translated code agrees on it, so that it can jump to other
+// translated code as it stands.
+
+#include <array>
+
+#include "base/types.h"
+
+namespace moxi {
+
+// The processor's registers, by the numbers of the x86-64 encoding.
+//
+//   rbx  the image                        r14  the next place in the log of blocks
+//   r12  SP, r13 FP, upper halves clear   r15  the newest result that set flags, sign-extended
+//   r11  the record below                 rax, rcx, rdx  free within an instruction
+//   rsi, rdi, rbp, r8, r9, r10            six of the module's registers, all 64 bits
+//
+// A register of the module that is "narrow" in a region is written there by instructions alone that
+// leave its upper half clear, and the region is entered only while it is clear.
+constexpr u32 kHostRegisters = 6;
+constexpr std::array<u8, kHostRegisters> kHostNumbers = {6, 7, 5, 8, 9, 10};
+constexpr i32 kNoHost = -1;
+
+// What is pushed at a time.
+constexpr u32 kFloorRoom = 1024;
+
+// How much of the processor's stack calls may take, in bytes: RETURN finds there, by the
+// processor's own return, the code behind the CALL, and looks whether it is the one that is meant.
+constexpr i32 kHostStackSize = 65536;
+
+// The places of the log, so many that a byte counts them.
+constexpr u32 kLogSize = 256;
+
+// What translated code reads and writes besides the image.
+struct TranslatedState {
+    // For each address of code, 4 bytes at the address: the offset in the code memory at which its
+    // translation is entered, or 0.
+    u8* entries = nullptr;
+    u64 entriesSize = 0;  // bytes
+    u8* codeMemory = nullptr;
+    // Regions have been compared with the module's code since the interpreter ran last, if they
+    // hold this number.
+    u32 generation = 0;
+    // The end of the translated code in the image. What is stored below it, or not far above it by
+    // a push, may change that code, and is left to the interpreter.
+    u32 floor = 0;
+    u32 pushFloor = 0;  // kFloorRoom above it
+    // Where to go on when translated code is entered, and how many instructions had been executed.
+    u8* entered = nullptr;
+    u64 numberAtEntry = 0;
+    // The processor's stack as it was entered with, and how far calls may go.
+    u64 hostStack = 0;
+    u64 hostStackLimit = 0;
+    // Where a division keeps the address of its operand.
+    u64 kept = 0;
+    // The blocks that were executed last, by their offsets in the code memory, from place 0 on and
+    // around again. Place kLogSize - 1 is 0 until the log has come round.
+    u32 log[kLogSize] = {};
+};
+extern TranslatedState translatedState;
+
+// Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
+extern std::array<i32, 16> hostOf;
+
+}  // namespace moxi

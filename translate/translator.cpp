@@ -1,0 +1,513 @@
+#include "translate/translator.h"
+
+#include <pthread.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <span>
+#include <unordered_map>
+
+#include "translate/emit.h"
+#include "translate/state.h"
+#include "vm/guard.h"
+#include "vm/machine.h"
+#include "vm/threaded.h"
+
+namespace moxi {
+
+constinit TranslatedState translatedState;
+constinit std::array<i32, 16> hostOf = {};
+constinit TranslatorCounts translatorCounts;
+
+namespace {
+
+constexpr size_t kCodeMemory = size_t{16} << 20;
+// The largest translation of a region: what does not fit any more makes everything begin anew.
+constexpr size_t kRegionRoom = size_t{256} << 10;
+
+// An operand in the frame is found without a thought of the end of the address space.
+constexpr u32 kLargestImage = 0xFFFE0000;
+
+// A stretch of the module's code as it was when it was translated.
+struct Stretch {
+    u32 start = 0;
+    std::vector<u8> bytes;
+};
+
+struct TranslatedRegion {
+    u8* code = nullptr;
+    size_t size = 0;
+    std::vector<CodePlace> places;
+    std::vector<BlockPlace> blocks;
+    std::vector<Translation::Entry> entries;
+    std::vector<Stretch> stretches;
+    u32 generation = 0;  // that in which it was last compared with the module's code
+    u16 narrow = 0;
+    // Visits from the interpreter that ended soon, and others.
+    u32 shortVisits = 0;
+    u32 longVisits = 0;
+    u32 pause = 0;  // so many visits are not made
+};
+
+constinit TranslatorOptions settings;
+constinit SharedCode shared;
+constinit size_t codeUsed = 0;
+// By address of code: the region that is entered there.
+std::unordered_map<u32, TranslatedRegion*> regionAt;
+std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of their code
+// How often a look found an address; below 0 where it was not worth while.
+std::unordered_map<u32, i32> looks;
+// So many addresses are counted; what a module makes of its jumps takes no more memory than that.
+constexpr size_t kMostLooks = size_t{1} << 18;
+// So many looks later code is tried again that could not be translated.
+constexpr i32 kPause = 5000;
+// So many looks later code is tried again that has changed, and twice as many after each change: to
+// translate it takes as long as to interpret it a thousand times and more.
+constexpr i32 kPauseOfChanged = 1000;
+constexpr u32 kMostDoublings = 16;
+std::unordered_map<u32, u32> changesAt;
+
+// Going into translated code and out of it takes as long as the interpreter needs for some fifty
+// instructions. A region that is left again and again before it has executed so many blocks is not
+// entered for a while.
+constexpr u32 kShortVisit = 12;
+constexpr u32 kShortVisits = 100;
+constexpr u32 kMissedVisits = 20000;
+constinit TranslatedRegion* visited = nullptr;
+
+void MakeWritable(bool writable) {
+    mprotect(translatedState.codeMemory, kCodeMemory,
+             writable ? PROT_READ | PROT_WRITE : PROT_READ | PROT_EXEC);
+}
+
+// --- Faults
+
+// The place at or before an offset of a region's code.
+const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
+    const auto after =
+        std::upper_bound(region.places.begin(), region.places.end(), offset,
+                         [](size_t at, const CodePlace& place) { return at < place.offset; });
+    return after == region.places.begin() ? nullptr : &*(after - 1);
+}
+
+const TranslatedRegion* RegionOf(const u8* address) {
+    const auto after =
+        std::upper_bound(regions.begin(), regions.end(), address,
+                         [](const u8* at, const auto& region) { return at < region->code; });
+    if (after == regions.begin()) return nullptr;
+    const TranslatedRegion* const region = (after - 1)->get();
+    return address < region->code + region->size ? region : nullptr;
+}
+
+// The places of the instructions of the block that begins at an offset of the code memory.
+std::span<const CodePlace> BlockFrom(u32 offset) {
+    const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
+    if (region == nullptr) return {};
+    const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
+    const auto found =
+        std::lower_bound(region->blocks.begin(), region->blocks.end(), inside,
+                         [](const BlockPlace& block, u32 at) { return block.offset < at; });
+    if (found == region->blocks.end() || found->offset != inside) return {};
+    return std::span(region->places).subspan(found->firstPlace, found->count);
+}
+
+// Brings the PC trace up to date: the newest instructions are those of the logged blocks before
+// `place`, of the last block its first `executed`.
+void WriteTrace(u32 place, u32 executed) {
+    pcTraceCount = translatedState.numberAtEntry;
+    const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
+    const auto block = [place](u32 back) {
+        return BlockFrom(translatedState.log[(place - back) % kLogSize]);
+    };
+    // Back to the block with which there are enough.
+    u32 blocks = 0;
+    for (size_t found = 0; blocks < known && found < settings.traceDepth;) {
+        ++blocks;
+        found += blocks == 1 ? std::min<size_t>(executed, block(1).size()) : block(blocks).size();
+    }
+    for (; blocks > 0; --blocks) {
+        std::span<const CodePlace> places = block(blocks);
+        if (blocks == 1) places = places.first(std::min<size_t>(executed, places.size()));
+        for (const CodePlace& instruction : places) RecordPc(instruction.pc);
+    }
+}
+
+constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,
+                                      REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
+                                      REG_R12, REG_R13, REG_R14, REG_R15};
+
+// Where translated code was interrupted, or null: what the processor's registers held goes into the
+// header.
+const CodePlace* SettleInterrupted(void* context) {
+    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+    const u64 offset =
+        static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
+    if (offset >= kCodeMemory) return nullptr;
+    const u8* const at = translatedState.codeMemory + offset;
+    const CodePlace* place = nullptr;
+    static CodePlace between;
+    if (const TranslatedRegion* const region = RegionOf(at)) {
+        place = PlaceAt(*region, static_cast<size_t>(at - region->code));
+    } else if (at >= shared.jump) {
+        // On the way from one place to another, whose address is in eax.
+        between.pc = static_cast<u32>(registers[REG_RAX]);
+        place = &between;
+    }
+    if (place == nullptr) return nullptr;
+    for (u32 number = 0; number < 16; ++number) {
+        if (hostOf[number] == kNoHost) continue;
+        const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
+        Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
+    }
+    Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
+    Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
+    lastThreadedResult = registers[REG_R15];
+    return place;
+}
+
+void OnFaultInCode(void* context) {
+    const CodePlace* const place = SettleInterrupted(context);
+    if (place == nullptr) return;
+    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+    WriteTrace(static_cast<u32>(registers[REG_R14]), place->index + 1);
+    NoteThreadedCount();
+}
+
+// --- Another thread looks
+
+constexpr int kSettleSignal = SIGUSR2;
+pthread_t moduleThread;
+sem_t isSettled;
+
+void OnSettle(int, siginfo_t*, void* context) {
+    const CodePlace* const place = SettleInterrupted(context);
+    if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
+    sem_post(&isSettled);
+}
+
+void InstallSettling() {
+    static bool isInstalled = false;
+    moduleThread = pthread_self();
+    if (isInstalled) return;
+    isInstalled = true;
+    sem_init(&isSettled, 0, 0);
+    struct sigaction action = {};
+    action.sa_sigaction = OnSettle;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(kSettleSignal, &action, nullptr);
+}
+
+// --- Code memory
+
+bool MakeCodeMemory() {
+    if (translatedState.codeMemory != nullptr) return true;
+    void* const memory =
+        mmap(nullptr, kCodeMemory, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return false;
+    if (mprotect(memory, kCodeMemory, PROT_READ | PROT_EXEC) != 0) {
+        munmap(memory, kCodeMemory);
+        return false;
+    }
+    translatedState.codeMemory = static_cast<u8*>(memory);
+    return true;
+}
+
+void FreeEntries() {
+    if (translatedState.entries == nullptr) return;
+    munmap(translatedState.entries, translatedState.entriesSize);
+    translatedState.entries = nullptr;
+    translatedState.entriesSize = 0;
+}
+
+bool MakeEntries() {
+    FreeEntries();
+    const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
+    void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return false;
+    translatedState.entries = static_cast<u8*>(memory);
+    translatedState.entriesSize = size;
+    return true;
+}
+
+void SetEntry(u32 pc, u32 offset) {
+    if (u64{pc} + 4 <= translatedState.entriesSize) {
+        std::memcpy(translatedState.entries + pc, &offset, sizeof offset);
+    }
+}
+
+u32 EntryAt(u32 pc) {
+    u32 offset = 0;
+    if (pc % 4 == 0 && u64{pc} + 4 <= translatedState.entriesSize) {
+        std::memcpy(&offset, translatedState.entries + pc, sizeof offset);
+    }
+    return offset;
+}
+
+// Which of the module's registers live in the processor's: those that the region uses most.
+void ChooseHosts(const Region& region) {
+    std::array<u32, 16> uses = {};
+    for (const Instruction& in : region.instructions) {
+        if (in.kind == InstructionClass::TwoOperands) {
+            if (in.form.aField != Field::None && in.form.a != Mode::Quick)
+                ++uses[LowRegister(in.w)];
+            if (in.form.bField != Field::None && in.form.b != Mode::Quick) {
+                ++uses[in.form.bField == Field::High ? HighRegister(in.w) : LowRegister(in.w)];
+            }
+        } else if (in.kind == InstructionClass::OneOperand) {
+            if (in.mode == Mode::Register || in.mode == Mode::Indexed) ++uses[HighRegister(in.w)];
+        }
+    }
+    hostOf.fill(kNoHost);
+    for (u32 host = 0; host < kHostRegisters; ++host) {
+        u32 best = 0;
+        for (u32 number = 1; number < 16; ++number) {
+            const bool isFree = hostOf[number] == kNoHost;
+            if (isFree && (hostOf[best] != kNoHost || uses[number] > uses[best])) best = number;
+        }
+        hostOf[best] = static_cast<i32>(host);
+    }
+}
+
+void ForgetEverything() {
+    for (const auto& region : regions) {
+        for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
+    }
+    regions.clear();
+    visited = nullptr;
+    regionAt.clear();
+    looks.clear();
+    changesAt.clear();
+    codeUsed = 0;
+    translatedState.floor = kHeaderSize;
+    translatedState.pushFloor = kHeaderSize + kFloorRoom;
+}
+
+// --- Leaving
+
+TranslatedRegion* FindCurrent(u32 pc);
+ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
+
+// A visit ends at a place of the log.
+void NoteVisit(u32 place) {
+    if (visited == nullptr || settings.threshold <= 1) return;
+    const bool isShort = translatedState.log[kLogSize - 1] == 0 && place < kShortVisit;
+    ++(isShort ? visited->shortVisits : visited->longVisits);
+    if (visited->shortVisits < kShortVisits) return;
+    if (visited->longVisits < kShortVisits / 4) visited->pause = kMissedVisits;
+    visited->shortVisits = visited->longVisits = 0;
+}
+
+// The handler in which a run goes on that leaves translated code, with the place in the log in
+// place of the number of instructions, and for the word how many of the last block were executed.
+void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
+    WriteTrace(static_cast<u32>(trace), w);
+    NoteVisit(static_cast<u32>(trace));
+    nextTranslationCheck = pcTraceCount + 1;
+    executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
+}
+
+// The same for a run that comes to a region which has not been compared with the module's code
+// since.
+void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
+    WriteTrace(static_cast<u32>(trace), w);
+    TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
+    const ThreadedHandler enter =
+        region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
+    nextTranslationCheck = pcTraceCount + 1;
+    (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
+}
+
+// --- Regions
+
+std::vector<Stretch> StretchesOf(const Region& region) {
+    std::vector<Stretch> stretches;
+    u32 end = 0;
+    for (const Instruction& in : region.instructions) {
+        if (stretches.empty() || in.pc > end) {
+            stretches.push_back({in.pc, {}});
+            end = in.pc;
+        }
+        if (in.pc + in.length > end) {
+            const u8* const bytes = image;
+            auto& all = stretches.back().bytes;
+            all.insert(all.end(), bytes + end, bytes + in.pc + in.length);
+            end = in.pc + in.length;
+        }
+    }
+    return stretches;
+}
+
+bool IsUnchanged(const TranslatedRegion& region) {
+    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
+        return std::memcmp(image + s.start, s.bytes.data(), s.bytes.size()) == 0;
+    });
+}
+
+void Forget(TranslatedRegion& region) {
+    for (const auto& entry : region.entries) {
+        const auto found = regionAt.find(entry.pc);
+        if (found == regionAt.end() || found->second != &region) continue;
+        regionAt.erase(found);
+        SetEntry(entry.pc, 0);
+    }
+}
+
+void PauseChanged(const TranslatedRegion& region) {
+    if (settings.threshold <= 1) return;
+    if (changesAt.size() > kMostLooks) changesAt.clear();
+    for (const auto& entry : region.entries) {
+        u32& changes = changesAt[entry.pc];
+        looks[entry.pc] = -(kPauseOfChanged << std::min(changes++, kMostDoublings));
+    }
+}
+
+void SetFloor(const Region& region) {
+    const Instruction& last = region.instructions.back();
+    const u32 end = last.pc + last.length;
+    translatedState.floor = std::max(translatedState.floor, end);
+    translatedState.pushFloor = translatedState.floor + kFloorRoom;
+}
+
+TranslatedRegion* Translate(u32 pc) {
+    const Region region = FindRegion(pc);
+    if (region.instructions.empty()) return nullptr;
+    if (codeUsed + kRegionRoom > kCodeMemory) ForgetEverything();
+    if (regions.empty()) {
+        ChooseHosts(region);
+        MakeWritable(true);
+        const std::vector<u8> bytes =
+            EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
+                           reinterpret_cast<const void*>(OnArrival), shared);
+        std::memcpy(translatedState.codeMemory, bytes.data(), bytes.size());
+        MakeWritable(false);
+        codeUsed = (bytes.size() + 63) / 64 * 64;
+    }
+    u8* const base = translatedState.codeMemory + codeUsed;
+    regions.push_back(std::make_unique<TranslatedRegion>());
+    TranslatedRegion& made = *regions.back();
+    Translation translation = EmitRegion(region, base, shared, &made.generation);
+    if (translation.code.empty() || translation.code.size() > kRegionRoom) {
+        regions.pop_back();
+        return nullptr;
+    }
+    MakeWritable(true);
+    std::memcpy(base, translation.code.data(), translation.code.size());
+    MakeWritable(false);
+    codeUsed += (translation.code.size() + 63) / 64 * 64;
+
+    made.code = base;
+    made.size = translation.code.size();
+    made.places = std::move(translation.places);
+    made.blocks = std::move(translation.blocks);
+    made.entries = std::move(translation.entries);
+    made.stretches = StretchesOf(region);
+    made.narrow = translation.narrow;
+    for (const auto& entry : made.entries) {
+        if (regionAt.contains(entry.pc)) continue;
+        regionAt[entry.pc] = &made;
+        SetEntry(entry.pc, static_cast<u32>(base - translatedState.codeMemory) + entry.offset);
+    }
+    SetFloor(region);
+    ++translatorCounts.regions;
+    translatorCounts.instructions += region.instructions.size();
+    translatorCounts.bytes += made.size;
+    return &made;
+}
+
+bool NarrowHolds(u16 narrow) {
+    for (u32 number = 0; number < 16; ++number) {
+        if ((narrow >> number & 1) != 0 && Load<u32>(RegisterAddress(number) + 4) != 0)
+            return false;
+    }
+    return true;
+}
+
+// The region to enter at `pc`: one whose code is what it was. Null when there is none.
+TranslatedRegion* FindCurrent(u32 pc) {
+    const auto found = regionAt.find(pc);
+    if (found == regionAt.end()) return nullptr;
+    TranslatedRegion* const region = found->second;
+    if (region->generation == translatedState.generation || IsUnchanged(*region)) {
+        region->generation = translatedState.generation;
+        return region;
+    }
+    Forget(*region);
+    PauseChanged(*region);
+    ++translatorCounts.changes;
+    return nullptr;
+}
+
+// The handler that enters a region, or null when its narrow registers are not narrow.
+ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
+    if (!NarrowHolds(region.narrow)) return nullptr;
+    visited = &region;
+    translatedState.entered = translatedState.codeMemory + EntryAt(pc);
+    ++translatorCounts.entries;
+    return reinterpret_cast<ThreadedHandler>(shared.enter);
+}
+
+ThreadedHandler CodeAt(u32 pc, u64 trace) {
+    nextTranslationCheck = trace + settings.interval;
+    // The interpreter and the services may have changed the module's code.
+    ++translatedState.generation;
+    TranslatedRegion* region = FindCurrent(pc);
+    if (region == nullptr) {
+        if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
+        if (looks.size() > kMostLooks) looks.clear();
+        i32& seen = looks[pc];
+        if (++seen < settings.threshold) return nullptr;
+        seen = 0;
+        region = Translate(pc);
+        if (region == nullptr) {
+            looks[pc] = -kPause;
+            return nullptr;
+        }
+        region->generation = translatedState.generation;
+    }
+    if (region->pause > 0) {
+        --region->pause;
+        return nullptr;
+    }
+    return Enter(*region, pc);
+}
+
+}  // namespace
+
+bool StartTranslator(const TranslatorOptions& options) {
+    StopTranslator();
+    if (!kThreaded || image == nullptr || imageSize > kLargestImage) return false;
+    if (!MakeCodeMemory() || !MakeEntries()) return false;
+    settings = options;
+    ForgetEverything();
+    InstallSettling();
+    translatedCodeAt = CodeAt;
+    beforeFault = OnFaultInCode;
+    nextTranslationCheck = 0;
+    return true;
+}
+
+void SettleTranslatedRun() {
+    if (translatedCodeAt == nullptr || pthread_equal(pthread_self(), moduleThread) != 0) return;
+    timespec end = {};
+    clock_gettime(CLOCK_REALTIME, &end);
+    ++end.tv_sec;
+    if (pthread_kill(moduleThread, kSettleSignal) == 0) sem_timedwait(&isSettled, &end);
+}
+
+void StopTranslator() {
+    nextTranslationCheck = ~u64{0};
+    translatedCodeAt = nullptr;
+    beforeFault = nullptr;
+    ForgetEverything();
+    FreeEntries();
+}
+
+}  // namespace moxi
