@@ -270,11 +270,10 @@ TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
     const ProgramResult result = game.Run({"--no-sandbox"});
     EXPECT_EQ(result.status, 0);
     // Once, however many writes fail.
-    EXPECT_EQ(result.errors, "log: no sandbox: the game may do what you may do
-"
-                             "log: data cannot be written to " +
-                                 game.data + "/: No space left on device
-");
+    EXPECT_EQ(result.errors,
+              "log: no sandbox: the game may do what you may do\n"
+              "log: data cannot be written to " +
+                  game.data + "/: No space left on device\n");
     EXPECT_EQ(game.Result(opened), 0u);
     EXPECT_EQ(game.Result(written), 0u);
     EXPECT_EQ(game.Result(loaded), 1u);

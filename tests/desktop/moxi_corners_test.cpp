@@ -152,9 +152,8 @@ TEST_F(Corners, AKeyThatComesWithAWindowChangeIsAKeyAllTheSame) {
     const std::string window = OutputOf("xdotool getwindowfocus");
     for (const char* size : {"700 500", "720 520", "740 540"}) {
         const std::size_t before = probe.Log().size();
-        std::system(("xdotool key z sleep 0.2 windowsize " + window + " " + size +
-                     " sleep 0.2 key a sleep 0.1 key b")
-                        .c_str());
+        Shell("xdotool key z sleep 0.2 windowsize " + window + " " + size +
+              " sleep 0.2 key a sleep 0.1 key b");
         EXPECT_GE(probe.WaitFor("no longer busy", before), 0);
         probe.WaitForQuiet();
         const Lines lines = probe.Log(before);
@@ -188,13 +187,13 @@ TEST_F(Corners, ALongTextOfAnotherProgramComesWholeInPieces) {
     const std::string text = LongText();
     WriteTextFile(folder.path + "/text", text);
     OutputOf("xclip -selection clipboard -i " + folder.path + "/text >/dev/null 2>&1");
-    std::system("xdotool key p");
+    Shell("xdotool key p");
     EXPECT_GE(probe.WaitFor("clip " + Fingerprint(text)), 0) << testing::PrintToString(probe.Log());
     // Our own comes back, and after it another program's.
-    std::system("xdotool key c sleep 0.1 key p");
+    Shell("xdotool key c sleep 0.1 key p");
     EXPECT_GE(probe.WaitFor("clip " + Fingerprint("ours")), 0);
     CopyByOtherProgram("theirs");
-    std::system("xdotool key p");
+    Shell("xdotool key p");
     EXPECT_GE(probe.WaitFor("clip " + Fingerprint("theirs")), 0);
 }
 }  // namespace
