@@ -413,7 +413,12 @@ bool SameTree(const Trees& trees, NodeId a, NodeId b) {
     switch (left.kind) {
         case NodeKind::Load: return SameTree(trees, left.a, right.a);
         case NodeKind::Plain:
-            return SameTree(trees, left.a, right.a) && SameTree(trees, left.b, right.b);
+            if (!SameTree(trees, left.a, right.a)) return false;
+            // An operator with one operand names it twice; looking twice on every level would take
+            // for ever.
+            if (left.a == left.b || right.a == right.b)
+                return left.a == left.b && right.a == right.b;
+            return SameTree(trees, left.b, right.b);
         case NodeKind::Select:
             return SameTree(trees, left.a, right.a) && SameTree(trees, left.b, right.b) &&
                    SameTree(trees, left.c, right.c);

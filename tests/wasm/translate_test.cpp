@@ -236,6 +236,15 @@ TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
                      "try -> 0x00000001 0x00000000 0x00001000"}));
 }
 
+TEST_F(WasmTranslateTest, LongChainsOfOperatorsTakeNoTime) {
+    std::string chain = "(local.get 0)";
+    for (int i = 0; i < 40; ++i) chain = "(f64.neg " + chain + ")";
+    EXPECT_EQ(Lines("(module (func (export \"square\") (param f64) (result f64) (f64.mul " + chain +
+                        chain + ")))",
+                    "square 0x4008000000000000\n"),
+              (Texts{"square -> 0x4022000000000000"}));
+}
+
 // --- Traps
 
 TEST_F(WasmTranslateTest, EachTrapHasItsLine) {
