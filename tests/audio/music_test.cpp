@@ -106,7 +106,8 @@ TEST_F(MusicRules, OtherNamesAreLookedUpAsGiven) {
     EXPECT_FALSE(musicPlaying) << "what lies outside is not there";
     PlayNamedMusic("A.MID");
     EXPECT_FALSE(musicPlaying);
-    EXPECT_EQ(Log(), "log: music A.MID: cannot be read\n");
+    EXPECT_EQ(Log(),
+              "log: music ../OUTSIDE.MID: cannot be read\nlog: music A.MID: cannot be read\n");
 }
 
 TEST_F(MusicRules, TheDataFolderHoldsNoMusic) {
