@@ -67,7 +67,7 @@ fs::path CacheFolder() {
 std::string Hash(const std::string& bytes) {
     char* const text = g_compute_checksum_for_data(
         G_CHECKSUM_SHA256, reinterpret_cast<const guchar*>(bytes.data()), bytes.size());
-    const std::string hash = text;
+    std::string hash = text;
     g_free(text);
     return hash;
 }

@@ -66,6 +66,8 @@ void LoadInterfaceFile() {
 bool FindPlaceForData() {
     if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
     folders.support = MakeTemporaryFolder();
+    // A folder of this run alone needs no stamp.
+    folders.state.clear();
     if (folders.support.empty()) return false;
     SystemLog("no home folder: saved data goes to " + folders.support +
               " and is removed at the end");

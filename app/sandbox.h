@@ -19,7 +19,7 @@ struct SandboxPlaces {
     std::string dataFolder;  // or one above it; need not exist; "" is the current folder
     bool devices = false;    // there is a window, and there may be sound
     std::vector<std::string> readable = {};  // further files and folders
-    std::string stampFolder = "";            // written until the game's data folder is known
+    std::string stampFolder = {};            // written until the game's data folder is known
     std::vector<std::string> writable = {};  // further folders
     // Further files that are written; one that is missing is made.
     std::vector<std::string> files = {};

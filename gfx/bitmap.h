@@ -125,9 +125,9 @@ inline bool Reaches(const Selection& selection, const Area& area) {
     const WideInt firstRow = WideInt{area.top} * selection.stride;
     const WideInt lastRow = WideInt{area.bottom - 1} * selection.stride;
     const WideInt lowest =
-        selection.pixelAddress + std::min(firstRow, lastRow) + area.left * i64{kBytesPerPixel};
+        selection.pixelAddress + std::min(firstRow, lastRow) + WideInt{area.left} * kBytesPerPixel;
     const WideInt end =
-        selection.pixelAddress + std::max(firstRow, lastRow) + area.right * i64{kBytesPerPixel};
+        selection.pixelAddress + std::max(firstRow, lastRow) + WideInt{area.right} * kBytesPerPixel;
     return lowest >= 0 && end <= imageSize;
 }
 

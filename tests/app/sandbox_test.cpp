@@ -390,6 +390,7 @@ TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
         StartUrlOpener(FilterUrlHelperCalls);
         StartSandbox({.game = home.game, .dataFolder = home.data});
         TightenSandbox(home.data, home.game);
+        AskBeforeUrls(false);
         OpenUrl("https://example.org/");
         return 0;
     });
