@@ -40,7 +40,7 @@ std::string HomeFolder() {
 }
 
 std::string BaseFolder(const char* variable, const std::string& belowHome) {
-    const std::string folder = AbsoluteVariable(variable);
+    std::string folder = AbsoluteVariable(variable);
     if (!folder.empty()) return folder;
     const std::string home = HomeFolder();
     return home.empty() ? "" : home + "/" + belowHome;

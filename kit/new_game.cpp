@@ -57,9 +57,8 @@ std::string CopyTemplates(const fs::path& from, const fs::path& to, const std::s
     if (error) return from.string() + ": " + error.message();
     for (; entry != fs::directory_iterator(); entry.increment(error)) {
         const fs::path target = to / entry->path().filename();
-        const std::string problem = entry->is_directory()
-                                        ? CopyTemplates(entry->path(), target, name)
-                                        : CopyTemplate(entry->path(), target, name);
+        std::string problem = entry->is_directory() ? CopyTemplates(entry->path(), target, name)
+                                                    : CopyTemplate(entry->path(), target, name);
         if (!problem.empty()) return problem;
     }
     return error ? from.string() + ": " + error.message() : "";

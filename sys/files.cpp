@@ -189,7 +189,7 @@ std::string DataFolderOfAll() {
 }
 
 std::string DataFolder() {
-    const std::string all = DataFolderOfAll();
+    std::string all = DataFolderOfAll();
     if (all.empty() || !folders.dataOverride.empty()) return all;
     return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
