@@ -190,8 +190,13 @@ std::vector<std::string> LibraryPlaces() {
     AddList(places, Variable("SDL_SOUNDFONTS"));
     places.push_back(Variable("ICU_DATA"));
     places.push_back(Variable("TZDIR"));
-    // Reports of a build with sanitizers tell of the process's own memory and threads.
-    if (kCheckedAccess) places.emplace_back("/proc/self");
+    // Reports of a build with sanitizers tell of the process's own memory and threads, and what
+    // explains them reads the program.
+    if (kCheckedAccess) {
+        std::error_code error;
+        places.emplace_back("/proc/self");
+        places.push_back(std::filesystem::read_symlink("/proc/self/exe", error).string());
+    }
     return places;
 }
 

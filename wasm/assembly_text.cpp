@@ -134,12 +134,12 @@ void Writer::WriteData(u64 from) {
     while (from < end) {
         u64 zeros = from;
         while (zeros < end && result.bytes[zeros] == 0) ++zeros;
-        if (zeros - from >= 4 * kWordsPerLine || zeros == end) {
+        if (zeros - from >= u64{4} * kWordsPerLine || zeros == end) {
             text += "        .space  " + std::to_string(zeros - from) + "\n";
             from = zeros;
             continue;
         }
-        const u64 stop = std::min(end, from + 4 * kWordsPerLine);
+        const u64 stop = std::min(end, from + u64{4} * kWordsPerLine);
         text += "        .byte   ";
         for (u64 at = from; at < stop; ++at) {
             text += (at == from ? "" : ", ") + std::to_string(result.bytes[at]);

@@ -313,6 +313,7 @@ void Builder::BranchTable() {
             select.Branch(Condition::Ge, labelOf(fallback));
         }
         std::vector<u32> table;
+        table.reserve(depths.size());
         for (const u32 depth : depths) table.push_back(labelOf(depth));
         code.tables.push_back(std::move(table));
         const Variable scaled = select.NewVariable();

@@ -167,8 +167,8 @@ std::string ImageBuilder::CallsSource() const {
         const std::string n = std::to_string(number++);
         const u64 count = type.parameters.size();
         cells = std::max<u64>({cells, count, type.results.size()});
-        list += "        .long wasm_name_" + n + ", wasm_call_" + n + ", wasm_in_" + n +
-                ", wasm_out_" + n + "\n";
+        list.append("        .long wasm_name_").append(n).append(", wasm_call_").append(n);
+        list.append(", wasm_in_").append(n).append(", wasm_out_").append(n).append("\n");
         rest += "wasm_call_" + n + ":\n        LINK 0, 0\n";
         for (u64 i = count; i > kArgumentRegisters; --i) {
             rest += "        PUSH.Q [wasm_arguments+" + std::to_string(8 * (i - 1)) + "]\n";
@@ -418,7 +418,8 @@ bool ImageBuilder::WriteHeader() {
     const u64 limit = stackFloor - kStackReserve;
     u8* const header = result.bytes.data();
     std::memset(header, 0, kHeaderSize);
-    std::memcpy(header + kHeaderMagic, "MOXI6", 5);
+    constexpr u8 kMagic[] = {'M', 'O', 'X', 'I', '6'};
+    std::memcpy(header + kHeaderMagic, kMagic, sizeof kMagic);
     header[kHeaderModuleMajor] = 6;
     header[kHeaderModuleMinor] = 2;
     StoreBytes(header + kHeaderLoadedLength, static_cast<u32>(loaded));

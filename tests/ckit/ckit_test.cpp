@@ -232,10 +232,12 @@ TEST(CGame, ItsFunctionsDoWhatTheHeaderSays) {
     WriteTextFile(game.folder.path + "/script",
                   "300 key-down 00 \"a\"\n500 key-up 00 \"a\"\n600 mouse-down 0 250 300\n"
                   "610 mouse-up 0 250 300\n700 scroll 0 0.3 250 300\n1800 key-down 35 \"\\x1B\"\n");
+    const std::string missing = "picture NONE.PNG: cannot be read";
     EXPECT_EQ(game.Logs({"--script", "script", "--run-ms", "2500", "--dump-view", "view.png"}),
-              (Lines{"best 101", "a pressed, held 1", "typed a", "a released, held 0",
-                     "mouse 50 60", "wheel 3", "problems: 0"}));
-    EXPECT_EQ(game.Logs({"--run-ms", "200"}), Lines{"best 102"}) << "what was saved is there again";
+              (Lines{missing, missing, "best 101", "a pressed, held 1", "typed a",
+                     "a released, held 0", "mouse 50 60", "wheel 3", "problems: 0"}));
+    EXPECT_EQ(game.Logs({"--run-ms", "200"}), (Lines{missing, missing, "best 102"}))
+        << "what was saved is there again";
     // 1000 x 600 shows the canvas of 200 x 120 five times as large.
     const Picture view = ReadPicture(game.folder.path + "/view.png");
     EXPECT_EQ(view.At(5, 5), 0x182044u);
