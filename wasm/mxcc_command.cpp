@@ -60,7 +60,7 @@ int Fail(const std::string& problem) {
 // The compiler removes its objects when it has linked; a second name keeps them.
 std::string Kept(const std::string& argument, const std::string& folder) {
     if (!argument.starts_with(folder + "/")) return argument;
-    const std::string kept = argument.substr(0, argument.rfind('-')) + ".o";
+    std::string kept = argument.substr(0, argument.rfind('-')) + ".o";
     std::error_code error;
     fs::create_hard_link(argument, kept, error);
     if (!error) return kept;

@@ -24,7 +24,7 @@ std::string InPath(const std::string& name) {
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "/usr/bin:/bin" : path);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string file = (folder.empty() ? "." : folder) + "/" + name;
+        std::string file = (folder.empty() ? "." : folder) + "/" + name;
         std::error_code error;
         if (access(file.c_str(), X_OK) == 0 && fs::is_regular_file(file, error)) return file;
     }
@@ -51,6 +51,7 @@ int WaitFor(pid_t process) {
 
 std::vector<char*> Pointers(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
     pointers.push_back(nullptr);
     return pointers;

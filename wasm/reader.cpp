@@ -478,7 +478,7 @@ bool Reader::ReadData() {
         const u8* const bytes = cursor.Bytes(size);
         if (!Good()) return false;
         segment.bytes = {reinterpret_cast<const char*>(bytes), size};
-        module.data.push_back(std::move(segment));
+        module.data.push_back(segment);
     }
     return true;
 }

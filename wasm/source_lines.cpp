@@ -202,7 +202,7 @@ bool TableReader::ReadHeader() {
     step = unit.Byte();
     if (version >= 4) unit.Byte();  // operations in an instruction
     unit.Byte();                    // whether rows are statements to begin with
-    lineBase = static_cast<i8>(unit.Byte());
+    lineBase = static_cast<i32>(unit.Byte() ^ 0x80u) - 0x80;  // signed
     lineRange = unit.Byte();
     opcodeBase = unit.Byte();
     if (lineRange == 0 || opcodeBase == 0) return false;
