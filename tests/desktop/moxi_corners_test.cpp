@@ -39,6 +39,15 @@ TEST_F(MoxiWindow, LeavingTheWindowTellsNoPlaceWhereThePointerNeverWas) {
     }
 }
 
+// On a busy machine the window manager's news comes in pieces; what is told last has to be right.
+std::string LastMove(const Lines& news) {
+    std::string last;
+    for (const std::string& line : news) {
+        if (line.starts_with("8 ")) last = line;
+    }
+    return last;
+}
+
 TEST_F(MoxiWindow, TheFrameOfAMaximisedWindowIsTheOneThatItHas) {
     Start();
     const unsigned long window = std::stoul(Window());
@@ -49,7 +58,7 @@ TEST_F(MoxiWindow, TheFrameOfAMaximisedWindowIsTheOneThatItHas) {
     Lines news = Messages();
     news.erase(news.begin(), news.begin() + static_cast<std::ptrdiff_t>(before));
     ErasePointer(news);
-    EXPECT_EQ(news.front(), "8 0 0 0") << testing::PrintToString(news);
+    EXPECT_EQ(LastMove(news), "8 0 0 0") << testing::PrintToString(news);
     Lines told = Cause("xdotool key 7");
     EXPECT_TRUE(Contains(told, "708 0 0 578")) << testing::PrintToString(told);
     EXPECT_TRUE(Contains(told, "708 384 0 0")) << testing::PrintToString(told);
@@ -60,7 +69,7 @@ TEST_F(MoxiWindow, TheFrameOfAMaximisedWindowIsTheOneThatItHas) {
     news = Messages();
     news.erase(news.begin(), news.begin() + static_cast<std::ptrdiff_t>(before));
     ErasePointer(news);
-    EXPECT_EQ(news.front(), "8 63 5f 0") << testing::PrintToString(news);
+    EXPECT_EQ(LastMove(news), "8 63 5f 0") << testing::PrintToString(news);
     told = Cause("xdotool key 7");
     EXPECT_TRUE(Contains(told, "708 63 5f 3ea")) << testing::PrintToString(told);
     EXPECT_TRUE(Contains(told, "708 271 0 0")) << testing::PrintToString(told);
