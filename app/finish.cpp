@@ -15,7 +15,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/view.h"
-#include "kit/debugger.h"
+#include "kit/debugger/debugger.h"
 #include "kit/profile.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"

@@ -10,7 +10,7 @@
 
 #include "app/finish.h"
 #include "desktop/quit_request.h"
-#include "kit/debugger.h"
+#include "kit/debugger/debugger.h"
 #include "vm/guard.h"
 
 namespace {

@@ -13,6 +13,6 @@ void HandleSignals(unsigned patience);
 // holds for threads that begin later.
 void StartPatience();
 
-// With a debugger a SIGINT stops the module first: it makes a `stopRequest` (kit/debugger.h), and
-// only one that comes while there is one asks for the end.
+// With a debugger a SIGINT stops the module first: it makes a `stopRequest`
+// (kit/debugger/debugger.h), and only one that comes while there is one asks for the end.
 void LetInterruptsStop();

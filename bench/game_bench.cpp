@@ -24,7 +24,7 @@
 #include "bench/table.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 namespace fs = std::filesystem;
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/heap.h"
 #include "vm/loader.h"
 #include "vm/machine.h"

@@ -34,7 +34,7 @@
 #include "sys/find.h"
 #include "sys/settings.h"
 #include "sys/time_group.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

@@ -5,8 +5,8 @@
 #include <sstream>
 
 #include "fuzz/confine.h"
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
 #include "vm/machine.h"
 
 namespace {

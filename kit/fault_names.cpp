@@ -4,7 +4,7 @@
 #include <string>
 
 #include "base/log.h"
-#include "kit/debugger_stops.h"
+#include "kit/debugger/stops.h"
 #include "kit/module_memory.h"
 #include "kit/symbols.h"
 #include "vm/diagnostics.h"

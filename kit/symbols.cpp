@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "host/bundle.h"
-#include "tools/disassembler.h"
-#include "tools/source.h"
+#include "tools/asm/source.h"
+#include "tools/dis/disassembler.h"
 
 namespace {
 

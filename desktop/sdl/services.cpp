@@ -7,11 +7,11 @@
 
 #include <ctime>
 
-#include "desktop/sdl/display_loss.h"
-#include "desktop/sdl/gate.h"
-#include "desktop/sdl/native_display.h"
-#include "desktop/sdl/window.h"
-#include "desktop/sdl/x11_clipboard.h"
+#include "desktop/sdl/input/x11_clipboard.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/window.h"
 
 static constinit SDL_Cursor* handCursor = nullptr;
 static constinit SDL_Cursor* arrowCursor = nullptr;

@@ -13,9 +13,9 @@
 #include <ctime>
 
 #include "base/log.h"
-#include "desktop/sdl/alert.h"
-#include "desktop/sdl/gate.h"
-#include "desktop/sdl/window.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/window.h"
 
 constexpr std::size_t kLongestUrl = 8192;
 constexpr std::size_t kMostShown = 400;  // of an address, in the question

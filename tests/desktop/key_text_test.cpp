@@ -1,5 +1,5 @@
 // Joining key presses with their text.
-#include "desktop/sdl/key_text.h"
+#include "desktop/sdl/input/key_text.h"
 
 #include <gtest/gtest.h>
 

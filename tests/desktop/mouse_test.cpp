@@ -1,5 +1,5 @@
 // Wheel steps, button numbers, and which web addresses are opened.
-#include "desktop/sdl/mouse.h"
+#include "desktop/sdl/input/mouse.h"
 
 #include <gtest/gtest.h>
 

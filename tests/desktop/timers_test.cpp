@@ -1,5 +1,5 @@
 // The main thread's repeating timers.
-#include "desktop/sdl/timers.h"
+#include "desktop/sdl/loop/timers.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 struct HeadlessRun {
     std::string source;                            // MX assembly

@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Sections, names, expressions, data, the header, the listing and the symbol file.
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 #include <gtest/gtest.h>
 

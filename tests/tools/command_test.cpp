@@ -7,8 +7,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "tools/mxasm_command.h"
-#include "tools/mxdis_command.h"
+#include "tools/asm/mxasm_command.h"
+#include "tools/dis/mxdis_command.h"
 #include "tools/reference.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/encoding_rows.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/disassemble.h"
 
 namespace {

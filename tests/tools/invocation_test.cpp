@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "tests/tools/encoding_rows.h"
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
 #include "tools/module_file.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "tests/support/vm_fixture.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "translate/region.h"
 #include "vm/loader.h"
 #include "vm/machine.h"
