@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 struct Explorer {
@@ -197,3 +199,5 @@ CodeMap FindCode(const ModuleFile& module) {
     }
     return map;
 }
+
+}  // namespace moxi
