@@ -86,7 +86,11 @@ void UseOwnFonts() {
 }
 
 bool StartDesktop(const Options& options, std::string& error) {
-    const AudioOptions audio = {options.mute, options.soundfont, options.renderAudio};
+    const AudioOptions audio = {.mute = options.mute,
+                                .musicVolume = options.musicVolume,
+                                .soundVolume = options.soundVolume,
+                                .soundFont = options.soundfont,
+                                .renderFile = options.renderAudio};
     if (options.headless) {
         StartHeadlessDesktop(options.headlessOptions);
         StartHeadlessAudio(audio);
