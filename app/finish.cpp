@@ -22,6 +22,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 struct Dumps {
@@ -83,3 +85,5 @@ void Finish(int status) {
     GiveBackStandardError();
     std::exit(status);
 }
+
+}  // namespace moxi

@@ -47,6 +47,8 @@
 #include "vm/slots.h"
 #include "vm/threaded.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kWrongCommandLine = 2;
@@ -172,7 +174,7 @@ std::string FindGameAndData(const std::string& game) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
@@ -254,4 +256,10 @@ int main(int argc, char** argv) {
     audioOut.prepare();
     desktop.runEventLoop();
     EndProcess(0);
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

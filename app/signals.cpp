@@ -13,6 +13,8 @@
 #include "kit/debugger/debugger.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 constinit unsigned answerSeconds = 0;
@@ -85,3 +87,5 @@ void StartPatience() {
 void LetInterruptsStop() {
     interruptsStop = true;
 }
+
+}  // namespace moxi

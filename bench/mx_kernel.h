@@ -16,6 +16,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace mx_kernel {
 
 constexpr u32 kSetup = 1;
@@ -68,3 +70,5 @@ inline u32 SendKernel(u32 command, u32 n) {
 }
 
 }  // namespace mx_kernel
+
+}  // namespace moxi

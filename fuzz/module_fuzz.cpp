@@ -40,6 +40,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -377,3 +379,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     instructionTrace = nullptr;
     return 0;
 }
+
+}  // namespace moxi

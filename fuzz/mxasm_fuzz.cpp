@@ -8,6 +8,8 @@
 #include "tools/asm/assembler.h"
 #include "tools/dis/disassembler.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -42,3 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(again.ok && again.bytes == result.bytes);
     return 0;
 }
+
+}  // namespace moxi

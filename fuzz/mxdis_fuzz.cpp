@@ -10,6 +10,8 @@
 #include "tools/dis/disassembler.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -58,3 +60,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(again.ok && again.bytes == bytes);
     return 0;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/diagnostics.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostCallers = 8;
@@ -61,3 +63,5 @@ void NameFaultInDebugLog(std::string_view message) {
     const std::string text = MacRomanToUtf8(message.substr(0, message.find('\n')));
     AppendDebugLog("fatal: " + text + " In " + RoutineAt(HeaderLong(kHeaderPC)) + Callers() + "\n");
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "tools/asm/source.h"
 #include "tools/dis/disassembler.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kMostBytes = u64{64} << 20;
@@ -83,3 +85,5 @@ u32 NextFunctionSymbol(u32 address) {
     const auto above = FirstAbove(address);
     return above == functions.end() ? 0xFFFFFFFF : above->address;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 // --- Numbers
@@ -310,3 +312,5 @@ std::string FlagNames(u8 flags) {
     if ((flags & kNeg) != 0) names += 'N';
     return names.empty() ? "-" : names;
 }
+
+}  // namespace moxi

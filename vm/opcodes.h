@@ -32,6 +32,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // ---------------------------------------------------------------------------------------------
 // Field helpers
 
@@ -574,3 +576,5 @@ constexpr const SingleInstruction& FindSingle(u32 w) {
     }
     return kSingleInstructions[0];
 }
+
+}  // namespace moxi

@@ -30,6 +30,8 @@
 #include "desktop/sdl/window/window.h"
 #include "desktop/sdl/window/x11_side.h"
 
+namespace moxi {
+
 static void SetHints() {
     // The window's class has to be that of the desktop entry.
     setenv("SDL_VIDEO_X11_WMCLASS", "moxi", 1);
@@ -182,3 +184,5 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     LeaveGate();
     return true;
 }
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 static constinit SDL_Cursor* handCursor = nullptr;
 static constinit SDL_Cursor* arrowCursor = nullptr;
 
@@ -76,3 +78,5 @@ u64 Nanoseconds() {
     // In two parts, so that nothing overflows.
     return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
 }
+
+}  // namespace moxi

@@ -17,6 +17,8 @@
 #include "desktop/sdl/window/alert.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 constexpr std::size_t kLongestUrl = 8192;
 constexpr std::size_t kMostShown = 400;  // of an address, in the question
 constexpr u64 kRatePeriod = 10'000'000'000;
@@ -247,3 +249,5 @@ void OpenUrl(const std::string& utf8) {
         SystemLog("cannot open " + utf8);
     }
 }
+
+}  // namespace moxi

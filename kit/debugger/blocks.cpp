@@ -12,6 +12,8 @@
 #include "kit/module_memory.h"
 #include "vm/heap.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr i64 kMostPixels = i64{1} << 26;  // of a picture to be saved
@@ -184,3 +186,5 @@ void ShowQueue() {
         Say(DescribeMessage(message.command, message.p1, message.p2, message.p3));
     }
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // The totals and the blocks by address, at most `count` of them.
 void ShowHeap(u32 count);
 // One block. Says so when there is no such handle.
@@ -19,3 +21,5 @@ void SaveBitmap(u32 handle, const std::string& path);
 
 // The messages that wait, the next one first.
 void ShowQueue();
+
+}  // namespace moxi

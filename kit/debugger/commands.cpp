@@ -14,6 +14,8 @@
 #include "kit/symbols.h"
 #include "tools/asm/source.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostSteps = 1'000'000'000;
@@ -466,3 +468,5 @@ After ExecuteCommand(const std::string& line) {
     if (command->repeats) repeated = text;
     return command->run(arguments);
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 enum class After {
     Stay,    // the next command, please
     Resume,  // the module runs on
@@ -11,3 +13,5 @@ enum class After {
 
 // Executes one line. Whatever is wrong with it is one line of answer.
 After ExecuteCommand(const std::string& line);
+
+}  // namespace moxi

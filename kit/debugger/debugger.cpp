@@ -18,6 +18,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constinit bool started = false;   // the debugger, by the command line
@@ -93,3 +95,5 @@ void StartDebugger() {
 void CloseDebugger(int status) {
     if (started) Say(FormatText("the run ends with status %d", status));
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+namespace moxi {
+
 // The module stops at its first instruction, at the breakpoints that are set, and before a fatal
 // message is shown. Reads MAIN.SYM beside the MAIN.MX that will be loaded. To be called once the
 // rooms are wired and the game has been found.
@@ -16,3 +18,5 @@ static_assert(std::atomic<bool>::is_always_lock_free);
 
 // Says that the run ends. Nothing without a debugger.
 void CloseDebugger(int status);
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "kit/module_memory.h"
 #include "tools/asm/source.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostNesting = 64;
@@ -206,3 +208,5 @@ std::string TakeWord(std::string_view& text) {
 void SkipSpaces(std::string_view& text) {
     while (!text.empty() && (text[0] == ' ' || text[0] == '\t')) text.remove_prefix(1);
 }
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Takes an expression from the front of `text`. Returns what is wrong, or "".
 std::string TakeExpression(std::string_view& text, u32& value);
 
@@ -31,3 +33,5 @@ std::optional<u32> SpecialRegisterOfName(std::string_view name);
 std::string TakeWord(std::string_view& text);
 
 void SkipSpaces(std::string_view& text);
+
+}  // namespace moxi

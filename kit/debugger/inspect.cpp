@@ -9,6 +9,8 @@
 #include "kit/debugger/terminal.h"
 #include "kit/module_memory.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostArguments = 8;  // LONGs shown of a frame
@@ -234,3 +236,5 @@ u32 BytesOfSize(char size) {
         default: return 0;
     }
 }
+
+}  // namespace moxi

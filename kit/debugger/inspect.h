@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kMostShown = 100'000;  // rows of one answer
 
 // The instruction that is next, after the message if it is the message's first.
@@ -31,3 +33,5 @@ void ShowTrace(u32 count);
 
 // Bytes of an item of this size; 0 for no size.
 u32 BytesOfSize(char size);
+
+}  // namespace moxi

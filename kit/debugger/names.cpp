@@ -6,6 +6,8 @@
 #include "kit/symbols.h"
 #include "tools/dis/disassembler.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostOffset = 65535;  // from a name to a place that is called by it
@@ -63,3 +65,5 @@ AddressNamer InstructionNames() {
         return NameOfAddress(address);
     };
 }
+
+}  // namespace moxi

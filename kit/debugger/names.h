@@ -7,6 +7,8 @@
 
 #include "vm/disassemble.h"
 
+namespace moxi {
+
 // The value of a name: a symbol or a constant of the file, a message (MSG_TICK) or a place in the
 // header (HDR_RESULT).
 std::optional<u32> ValueOfName(std::string_view name);
@@ -29,3 +31,5 @@ std::string Place(u32 address);
 
 // Names the addresses of an instruction.
 AddressNamer InstructionNames();
+
+}  // namespace moxi

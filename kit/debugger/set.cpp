@@ -11,6 +11,8 @@
 #include "kit/module_memory.h"
 #include "tools/asm/source.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostFlags = 7;
@@ -127,3 +129,5 @@ std::string SetPlace(std::string_view text, char size) {
     }
     return {};
 }
+
+}  // namespace moxi

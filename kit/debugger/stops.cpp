@@ -8,6 +8,8 @@
 #include "kit/module_memory.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMessageArgument = 8;  // of the message's command, from the frame's return address
@@ -248,3 +250,5 @@ std::optional<u32> ServiceCommand() {
 u32 MessageDepth() {
     return depth;
 }
+
+}  // namespace moxi

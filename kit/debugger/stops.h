@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // --- Breakpoints
 
 enum class StopKind : u8 {
@@ -77,3 +79,5 @@ bool IsFirstOfMessage();
 std::optional<u32> ServiceCommand();
 // How many messages are being run: more than 1 while they are nested.
 u32 MessageDepth();
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "desktop/quit_request.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr const char* kPrompt = "(moxi)";
@@ -69,3 +71,5 @@ std::optional<std::string> ReadCommand() {
     if (!terminal) Say(line.empty() ? kPrompt : std::string(kPrompt) + " " + line);
     return line;
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+namespace moxi {
+
 // One line of an answer.
 void Say(const std::string& line);
 
@@ -11,3 +13,5 @@ void Say(const std::string& line);
 // written with the line behind it, so that a transcript reads like a session. Nothing at the end of
 // the input, and when a signal has asked for the end of the program meanwhile.
 std::optional<std::string> ReadCommand();
+
+}  // namespace moxi

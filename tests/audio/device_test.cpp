@@ -22,6 +22,8 @@
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kOcarina = 79;  // almost a sine
@@ -330,3 +332,5 @@ TEST(Mailboxes, ObjectsLiveWhileTheyAreUsedByTheOtherThread) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 
+namespace moxi {
+
 namespace {
 constexpr Area kScreen = {0, 0, 1920, 1080};
 
@@ -154,3 +156,5 @@ TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
     EXPECT_TRUE(change.resized);
 }
 }  // namespace
+
+}  // namespace moxi

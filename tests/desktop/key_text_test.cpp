@@ -5,6 +5,8 @@
 
 #include "desktop/events.h"
 
+namespace moxi {
+
 namespace {
 std::vector<std::string>* told = nullptr;
 
@@ -180,3 +182,5 @@ TEST(ShiftedCharacter, KnowsCapitalsAndTheSignsAboveTheUsKeys) {
     EXPECT_EQ(ShiftedCharacter(' '), U' ');
 }
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "desktop/sdl/url_opener.h"
 
+namespace moxi {
+
 namespace {
 TEST(Wheel, FractionsOfSmoothScrollingAddUpToNotches) {
     double leftOver = 0;
@@ -50,3 +52,5 @@ TEST(Url, OnlyWebAndMailAddressesAreOpened) {
     EXPECT_FALSE(IsOpenableUrl(""));
 }
 }  // namespace
+
+}  // namespace moxi

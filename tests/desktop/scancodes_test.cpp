@@ -8,6 +8,8 @@
 
 #include "host/keymap.h"
 
+namespace moxi {
+
 namespace {
 struct Key {
     SDL_Scancode scancode;
@@ -139,3 +141,5 @@ TEST(Scancodes, OnlyTheListedKeysHaveControlCharacters) {
     }
 }
 }  // namespace
+
+}  // namespace moxi

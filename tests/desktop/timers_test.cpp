@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace moxi {
+
 namespace {
 TEST(Timers, TheNextDeadlineKeepsThePhase) {
     EXPECT_EQ(NextDeadline(5000, 5000, 5000), 10000u);  // on time
@@ -67,3 +69,5 @@ TEST(Timers, AnIntervalOfNothingIsOneMicrosecond) {
     ResetTimers();
 }
 }  // namespace
+
+}  // namespace moxi

@@ -22,6 +22,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -470,3 +472,5 @@ TEST(Debugger, TakesTwoThousandRandomLines) {
 }
 
 }  // namespace
+
+}  // namespace moxi

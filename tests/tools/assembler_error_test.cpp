@@ -6,6 +6,8 @@
 
 #include "tools/asm/assembler.h"
 
+namespace moxi {
+
 namespace {
 
 struct ErrorRow {
@@ -235,3 +237,5 @@ TEST(HostileSource, SeededWordSaladIsRefusedOrAssembled) {
 }
 
 }  // namespace
+
+}  // namespace moxi

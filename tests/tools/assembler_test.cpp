@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+namespace moxi {
+
 namespace {
 
 AssembleResult Good(const std::string& source) {
@@ -287,3 +289,5 @@ TEST(Assembler, TheSymbolFileIsOrderedByValue) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "tools/dis/mxdis_command.h"
 #include "tools/reference.h"
 
+namespace moxi {
+
 namespace {
 
 struct Outcome {
@@ -191,3 +193,5 @@ TEST(Reference, TheCommittedPageIsTheGeneratedOne) {
 }
 
 }  // namespace
+
+}  // namespace moxi

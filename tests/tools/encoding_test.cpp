@@ -6,6 +6,8 @@
 #include "tools/asm/assembler.h"
 #include "vm/disassemble.h"
 
+namespace moxi {
+
 namespace {
 
 // The text with runs of blanks made one.
@@ -192,3 +194,5 @@ TEST(Disassembly, NamesTakeThePlaceOfAddresses) {
 }
 
 }  // namespace
+
+}  // namespace moxi

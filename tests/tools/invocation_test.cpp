@@ -4,6 +4,8 @@
 
 #include "tools/asm/assembler.h"
 
+namespace moxi {
+
 namespace {
 
 std::vector<std::string> ErrorsOf(const std::string& source) {
@@ -43,3 +45,5 @@ TEST(Invocations, WhatIsNoNumberIsAnError) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "tools/asm/assembler.h"
 
+namespace moxi {
+
 namespace {
 
 using Bytes = std::vector<u8>;
@@ -261,3 +263,5 @@ TEST(Files, WhatIsNoReadableFileIsAnError) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "tools/dis/disassembler.h"
 #include "tools/module_file.h"
 
+namespace moxi {
+
 namespace {
 
 using Bytes = std::vector<u8>;
@@ -310,3 +312,5 @@ TEST(SymbolFile, BadLinesAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "tools/asm/assembly.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -124,3 +126,5 @@ std::vector<u32> AssembleInstruction(std::string_view text) {
     }
     return words;
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct AssembleOptions {
     // Searched for .include and .incbin after the including file's own folder.
     std::vector<std::string> includeFolders;
@@ -67,3 +69,5 @@ std::string FormatSymbols(const AssembleResult& result);
 
 // The words of a single instruction without names, empty when `text` is no valid instruction.
 std::vector<u32> AssembleInstruction(std::string_view text);
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "tools/asm/encoder.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 // --- Where lines come from
@@ -259,3 +261,5 @@ std::string FormatListing(const Assembly& assembly, const std::vector<u8>& file,
                           const AssembleResult& result);
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -143,3 +145,5 @@ bool HandleCondition(Assembly& assembly, const Line& line, const std::string& wo
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "tools/asm/assembly.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -161,3 +163,5 @@ bool AssembleData(Assembly& assembly, const std::string& name, Cursor& cursor) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

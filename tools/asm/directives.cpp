@@ -5,6 +5,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -297,3 +299,5 @@ void AssembleDirective(Assembly& assembly, const Line& line, Cursor& cursor) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

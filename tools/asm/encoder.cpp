@@ -7,6 +7,8 @@
 #include "tools/asm/operand.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -467,3 +469,5 @@ bool EncodeInstruction(Sources& sources, SymbolTable& table, Cursor& cursor,
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

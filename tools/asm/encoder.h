@@ -3,6 +3,8 @@
 
 #include "tools/asm/patch.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 // A value that goes into one of the instruction's words.
@@ -30,3 +32,5 @@ bool EncodeInstruction(Sources& sources, SymbolTable& table, Cursor& cursor,
                        EncodedInstruction& out);
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include "tools/asm/symbols.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 SourcePosition PositionOf(const Cursor& cursor) {
@@ -188,3 +190,5 @@ bool ParseExpression(Sources& sources, SymbolTable& table, Cursor& cursor, Expre
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

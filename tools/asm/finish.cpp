@@ -8,6 +8,8 @@
 #include "tools/asm/assembly.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -184,3 +186,5 @@ void Finish(Assembly& assembly, AssembleResult& result) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

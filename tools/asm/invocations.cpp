@@ -3,6 +3,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -60,3 +62,5 @@ void CheckInvocations(Assembly& assembly) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+namespace moxi {
+
 namespace mxasm {
 
 bool IsNameStart(char c) {
@@ -261,3 +263,5 @@ bool Tokenize(Sources& sources, const Line& line, std::vector<Token>& tokens) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "tools/asm/source.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 // One line as it is assembled. A line made by a macro keeps the position of the body line it came
@@ -57,3 +59,5 @@ std::string UpperCase(std::string_view text);
 std::string FirstWord(std::string_view text);
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -113,3 +115,5 @@ void LeaveMacro(Assembly& assembly, const SourcePosition& position) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

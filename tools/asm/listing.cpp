@@ -7,6 +7,8 @@
 #include "base/bytes.h"
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -95,3 +97,5 @@ u32 SymbolValue(const AssembleResult& result, std::string_view name) {
     }
     return 0xFFFFFFFF;
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -360,3 +362,5 @@ bool Substitute(Assembly& assembly, Frame& frame, const BodyLine& body) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

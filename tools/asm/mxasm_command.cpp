@@ -10,6 +10,8 @@
 #include "tools/asm/assembler.h"
 #include "tools/asm/symbols.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr const char* kUsage =
@@ -239,3 +241,5 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
     }
     return 0;
 }
+
+}  // namespace moxi

@@ -5,5 +5,5 @@
 #include "tools/asm/mxasm_command.h"
 
 int main(int argc, char** argv) {
-    return RunMxasm({argv + 1, argv + argc}, std::cout, std::cerr);
+    return moxi::RunMxasm({argv + 1, argv + argc}, std::cout, std::cerr);
 }

@@ -1,5 +1,7 @@
 #include "tools/asm/operand.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -118,3 +120,5 @@ bool ParseOperand(Sources& sources, SymbolTable& table, Cursor& cursor, Operand&
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "tools/asm/symbols.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 enum class OperandKind : u8 { Register, Indexed, Absolute, Frame, Immediate };
@@ -27,3 +29,5 @@ bool ParseOperand(Sources& sources, SymbolTable& table, Cursor& cursor, Operand&
 bool ParseRegister(Sources& sources, SymbolTable& table, Cursor& cursor, u32& reg, bool& bad);
 
 }  // namespace mxasm
+
+}  // namespace moxi

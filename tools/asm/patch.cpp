@@ -7,6 +7,8 @@
 
 #include "base/bytes.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -140,3 +142,5 @@ std::string PutValue(Slot slot, const Value& value, u8* bytes) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "tools/asm/symbols.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 enum class Slot : u8 {
@@ -49,3 +51,5 @@ std::string PutValue(Slot slot, const Value& value, u8* bytes);
 i64 AsSignedLong(i64 value);
 
 }  // namespace mxasm
+
+}  // namespace moxi

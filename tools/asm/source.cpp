@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <memory>
 
+namespace moxi {
+
 namespace mxasm {
 
 u32 AddSource(Sources& sources, std::string name, std::string path, std::string text) {
@@ -233,3 +235,5 @@ std::string FormatErrors(const AssembleResult& result) {
     for (const AssembleError& error : result.errors) out += FormatError(error);
     return out;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "tools/asm/assembler.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 // --- Limits
@@ -98,3 +100,5 @@ std::optional<std::string> ReadWholeFile(const std::string& path, u64 limit, boo
 std::string Quoted(std::string_view text);
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 void ReportHere(Assembly& assembly, const Cursor& cursor, const std::string& what) {
@@ -329,3 +331,5 @@ void AssembleLine(Assembly& assembly, const Line& line) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

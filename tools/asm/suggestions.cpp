@@ -4,6 +4,8 @@
 
 #include "tools/asm/assembly.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 namespace {
@@ -92,3 +94,5 @@ std::string ArgumentsInWords(size_t count) {
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

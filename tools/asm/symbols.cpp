@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace moxi {
+
 namespace mxasm {
 
 u32 InternSymbol(SymbolTable& table, const std::string& name) {
@@ -325,3 +327,5 @@ void ReportValue(Sources& sources, SymbolTable& table, u64 sequence, const Value
 }
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 
 #include "tools/asm/lexer.h"
 
+namespace moxi {
+
 namespace mxasm {
 
 enum class Section : u8 { Code, Data, Bss };
@@ -180,3 +182,5 @@ int RegisterNumber(std::string_view name);
 bool IsReservedName(std::string_view name);
 
 }  // namespace mxasm
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr size_t kLeastText = 4;   // shorter texts are more likely numbers
@@ -88,3 +90,5 @@ DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine) 
     item.length = static_cast<u32>(count);
     return item;
 }
+
+}  // namespace moxi

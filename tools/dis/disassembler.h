@@ -10,6 +10,8 @@
 
 #include "tools/module_file.h"
 
+namespace moxi {
+
 // Names from a symbol file. As names of addresses, constants are left out.
 struct SymbolNames {
     std::map<u32, std::vector<std::string>> byAddress;
@@ -28,3 +30,5 @@ void WriteModuleListing(const ModuleFile& module, const SymbolNames& names, std:
 
 // A source that mxasm turns back into exactly these bytes.
 void WriteRawSource(const ModuleFile& module, std::ostream& out);
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "vm/disassemble.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kWordsPerLine = 4;
@@ -240,3 +242,5 @@ void WriteModuleListing(const ModuleFile& module, const SymbolNames& names, std:
     WriteBody(listing);
     WriteGlobals(listing);
 }
+
+}  // namespace moxi

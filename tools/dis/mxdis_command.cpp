@@ -5,6 +5,8 @@
 #include "tools/asm/source.h"
 #include "tools/dis/disassembler.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr const char* kUsage = "usage: mxdis [--raw] [--symbols FILE] MAIN.MX";
@@ -101,3 +103,5 @@ int RunMxdis(const std::vector<std::string>& arguments, std::ostream& out, std::
     if (!out) return Fail(err, "standard output", "cannot be written");
     return 0;
 }
+
+}  // namespace moxi

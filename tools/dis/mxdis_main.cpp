@@ -6,5 +6,5 @@
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
-    return RunMxdis({argv + 1, argv + argc}, std::cout, std::cerr);
+    return moxi::RunMxdis({argv + 1, argv + argc}, std::cout, std::cerr);
 }

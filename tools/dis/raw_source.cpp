@@ -12,6 +12,8 @@
 #include "vm/disassemble.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kWordsPerLine = 8;
@@ -117,3 +119,5 @@ void WriteRawSource(const ModuleFile& module, std::ostream& out) {
         }
     }
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 struct Explorer {
@@ -188,3 +190,5 @@ CodeMap FindCode(const ModuleFile& module) {
     }
     return map;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "tools/module_file.h"
 
+namespace moxi {
+
 enum class WordKind : u8 {
     Data,
     Instruction,  // first word of one
@@ -27,3 +29,5 @@ struct CodeMap {
 };
 
 CodeMap FindCode(const ModuleFile& module);
+
+}  // namespace moxi

@@ -22,6 +22,8 @@
 #include "desktop/synth/renderer.h"
 #include "desktop/synth/sound_file.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kBufferFrames = 512;
@@ -297,3 +299,5 @@ void StartSdlAudio(const AudioOptions& options) {
         .shutDown = ShutDown,
     };
 }
+
+}  // namespace moxi

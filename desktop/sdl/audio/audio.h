@@ -7,5 +7,9 @@
 
 #include "desktop/synth/options.h"
 
+namespace moxi {
+
 // Fills the audioOut record. No thread and no device exists before it is needed.
 void StartSdlAudio(const AudioOptions& options);
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 template <class T>
 class Mailbox {
   public:
@@ -50,3 +52,5 @@ class Mailbox {
     std::atomic<Letter*> newest = nullptr;
     std::atomic<u64> taken = 0;
 };
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "desktop/sdl/input/scancodes.h"
 #include "desktop/sdl/loop/gate.h"
 
+namespace moxi {
+
 constexpr std::size_t kTextMessageBytes = 8;
 constexpr std::size_t kKeys = 128;
 
@@ -153,3 +155,5 @@ void ResetKeyText() {
     heldBack.reset();
     pressedText.fill({});
 }
+
+}  // namespace moxi

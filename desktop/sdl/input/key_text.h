@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct KeyPress {
     u8 code = 0;           // positional virtual key code
     bool shift = false;    // held during the press
@@ -35,3 +37,5 @@ std::string Utf8(char32_t character);  // "" for 0 and for what is no character
 // The key's character with Shift, as far as it follows from the one without: capital letters, and
 // the US keyboard's other characters.
 char32_t ShiftedCharacter(char32_t plain);
+
+}  // namespace moxi

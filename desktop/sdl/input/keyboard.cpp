@@ -14,6 +14,8 @@
 #include "desktop/sdl/window/wayland_side.h"
 #include "desktop/sdl/window/x11_side.h"
 
+namespace moxi {
+
 namespace {
 struct Modifiers {
     bool shift = false;
@@ -135,3 +137,5 @@ void ResetSdlKeyboard() {
     heldKeys.reset();
     ResetKeyText();
 }
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "desktop/sdl/input/key_text.h"
 #include "desktop/us_layout.h"
 
+namespace moxi {
+
 namespace {
 struct KeyName {
     u8 code;
@@ -98,3 +100,5 @@ std::string LatinText(u8 code, const std::string& text) {
     const char us = UsCharacter(code);
     return hasOwn || us == 0 ? text : std::string(1, us);
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 struct xkb_keymap;
 
+namespace moxi {
+
 // Where the layouts come from: the X server, or the compositor.
 struct LayoutSource {
     xkb_keymap* (*keymap)();  // as it is now; null when there is none
@@ -30,3 +32,5 @@ std::optional<KeyCharacters> CharactersOnKey(u8 code, std::optional<u32> group);
 
 // Function of the desktop record.
 std::string LatinText(u8 code, const std::string& text);
+
+}  // namespace moxi

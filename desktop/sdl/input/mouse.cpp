@@ -7,6 +7,8 @@
 #include "desktop/events.h"
 #include "desktop/sdl/loop/gate.h"
 
+namespace moxi {
+
 static constinit u32 heldButtons = 0;  // bit n: button number n was told as pressed
 static constinit i32 pointerX = 0;
 static constinit i32 pointerY = 0;
@@ -89,3 +91,5 @@ void ResetSdlMouse() {
     pointerX = pointerY = 0;
     leftOverX = leftOverY = 0;
 }
+
+}  // namespace moxi

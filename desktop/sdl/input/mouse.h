@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 void HandleMouseButton(const SDL_MouseButtonEvent& event);
 void HandleMouseMotion(const SDL_MouseMotionEvent& event);
 void HandleMouseWheel(const SDL_MouseWheelEvent& event);
@@ -21,3 +23,5 @@ u32 ButtonNumber(u8 sdlButton);
 i32 WholeNotches(double& leftOver, double notches);
 // A notch is a delta of 0.1.
 double WheelDelta(i32 notches);
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <array>
 
+namespace moxi {
+
 namespace {
 struct Position {
     SDL_Scancode scancode;
@@ -219,3 +221,5 @@ char KeypadControlCharacter(u8 code) {
         default: return 0;
     }
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u8 kNoKeyCode = 0xFF;  // a key that the positional codes do not know
 
 u8 VirtualKeyCode(SDL_Scancode scancode);
@@ -14,3 +16,5 @@ u8 VirtualKeyCode(SDL_Scancode scancode);
 char ControlCharacter(u8 code);
 // The same for the keypad's digits and point, which are such keys while Num Lock is off.
 char KeypadControlCharacter(u8 code);
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace {
 template <class T>
 struct Free {
@@ -159,3 +161,5 @@ void StartX11Clipboard(xcb_connection_t* theConnection) {
 void StopX11Clipboard() {
     connection = nullptr;
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 struct xcb_connection_t;
 
+namespace moxi {
+
 // Main thread. The connection is used by nobody else while a text is taken.
 void StartX11Clipboard(xcb_connection_t* connection);
 void StopX11Clipboard();
@@ -15,3 +17,5 @@ void StopX11Clipboard();
 // ten. `own` is set, and nothing given, when it belongs to the program with this X window. Others'
 // texts are left alone unless `othersToo`.
 std::optional<std::string> X11ClipboardText(unsigned long window, bool othersToo, bool& own);
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 static constinit std::atomic<Loss> loss = Loss::None;
 static constinit std::atomic<u64> lossTime = 0;
 
@@ -39,3 +41,5 @@ bool NoteLostWayland() {
     NoteLoss(Loss::Connection);
     return true;
 }
+
+}  // namespace moxi

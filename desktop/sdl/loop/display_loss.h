@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 enum class Loss {
     None,
     Window,      // destroyed by another program; the display is still there
@@ -25,3 +27,5 @@ void LookWhetherWindowExists();
 
 // Notes a loss when the connection to a Wayland compositor is broken, and tells whether it is.
 bool NoteLostWayland();
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <mutex>
 #include <thread>
 
+namespace moxi {
+
 static std::mutex gate;
 static std::thread::id mainThread;
 static constinit bool inside = false;  // touched by the main thread alone
@@ -43,3 +45,5 @@ void LockGate() {
 void UnlockGate() {
     gate.unlock();
 }
+
+}  // namespace moxi

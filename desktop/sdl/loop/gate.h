@@ -5,6 +5,8 @@
 
 #include <utility>
 
+namespace moxi {
+
 // Main thread only. Nesting is counted by the objects below, not here.
 bool EnterGate();             // false: the main thread was inside already
 void LeaveGate();             // to be called by the main thread while it is inside
@@ -47,3 +49,5 @@ R Tell(R (*handler)(P...), A&&... arguments) {
     const OutsideDesktop outside;
     return handler(std::forward<A>(arguments)...);
 }
+
+}  // namespace moxi

@@ -25,6 +25,8 @@
 #include "desktop/sdl/window/view.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 // Events may keep timers and redraws waiting for so long.
 constexpr u64 kEventsNanoseconds = 10 * kNanosecondsPerMillisecond;
@@ -268,3 +270,5 @@ void SleepWithRedraw(u64 milliseconds) {
         std::this_thread::sleep_for(std::chrono::nanoseconds(std::min(until - now, kSleepSlice)));
     }
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Functions of the desktop record.
 void RunEventLoop();
 void RequestTerminate();
@@ -11,3 +13,5 @@ void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
 
 void StartRunLoop(bool fullScreenAfterLaunch);
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "desktop/sdl/loop/gate.h"
 
+namespace moxi {
+
 namespace {
 struct Timer {
     TimerId id;
@@ -59,3 +61,5 @@ void ResetTimers() {
     timers.clear();
     newestTimer = 0;
 }
+
+}  // namespace moxi

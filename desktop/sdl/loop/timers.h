@@ -4,6 +4,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 constexpr u64 kNever = ~u64{0};
 
 // The first point of the phase that `due` lies on which is later than `now`.
@@ -19,3 +21,5 @@ u64 EarliestDeadline();
 // together fire in the order in which they were started. Missed firings are skipped.
 bool FireDueTimer(u64 (*clock)());
 void ResetTimers();
+
+}  // namespace moxi

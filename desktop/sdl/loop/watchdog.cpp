@@ -21,6 +21,8 @@
 #include "desktop/sdl/window/view.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 constexpr u64 kBusyNanoseconds = 400'000'000;
 constexpr u64 kPatienceNanoseconds = 5'000'000'000;
 constexpr auto kLookInterval = std::chrono::milliseconds(200);
@@ -195,3 +197,5 @@ void StopWatchdog() {
     delete watchdog;
     watchdog = nullptr;
 }
+
+}  // namespace moxi

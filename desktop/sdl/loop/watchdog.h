@@ -1,4 +1,7 @@
 #pragma once
+
+namespace moxi {
+
 // A thread that keeps the window alive while a handler of the application, and with it the main
 // thread, is busy for long: it takes the desktop's events off the wire, so that the desktop does
 // not think the program dead, and keeps them for the main thread. And when the application has not
@@ -18,3 +21,5 @@ bool EndIsForced();
 // Main thread, around the question whether it may close.
 void NoteQuestion();
 void NoteAnswer();
+
+}  // namespace moxi

@@ -16,6 +16,8 @@
 #include "desktop/sdl/window/wayland_side.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 constexpr i32 kScreenMargin = 60;  // for the box's own title bar and the desktop's panels
 constexpr int kNothingPressed = -1;
 constexpr int kWaitMilliseconds = 50;
@@ -294,3 +296,5 @@ bool ShowAlertOrEnd(const std::string& utf8) {
     // Without a display nobody could ever press a button.
     return pressed == kEnd || endWasAsked || DisplayLoss() != Loss::None;
 }
+
+}  // namespace moxi

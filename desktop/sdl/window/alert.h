@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // desktop.alert: a warning sign, the text and the button "Sigh".
 void ShowAlert(const std::string& utf8);
 
@@ -24,3 +26,5 @@ struct BoxText {
 // `stop` (may be null), which is asked again and again, returns true. The caller is inside the
 // gate.
 int ShowBox(const BoxText& text, bool (*stop)());
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace moxi {
+
 constexpr i32 kMargin = 20;
 constexpr i32 kSignSize = 48;
 constexpr i32 kGap = 16;
@@ -211,3 +213,5 @@ int ButtonAt(const BoxLayout& layout, i32 x, i32 y) {
     }
     return -1;
 }
+
+}  // namespace moxi

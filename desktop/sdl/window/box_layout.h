@@ -9,6 +9,8 @@
 #include "base/types.h"
 #include "desktop/sdl/window/geometry.h"
 
+namespace moxi {
+
 struct BoxLayout {
     i32 width = 0;
     i32 height = 0;
@@ -32,3 +34,5 @@ void DrawFrame(cairo_surface_t* surface);
 
 // Index of the button at the point, -1 for none.
 int ButtonAt(const BoxLayout& layout, i32 x, i32 y);
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace moxi {
+
 WindowFrame FromArea(const Area& area, const Area& mainScreen) {
     const i32 bottom = mainScreen.y + mainScreen.height;
     return {area.x - mainScreen.x, bottom - (area.y + area.height), area.width, area.height};
@@ -56,3 +58,5 @@ Area TouchedPixels(const ViewRect& rect, ViewSize view) {
     const i32 top = static_cast<i32>(std::ceil(inside.y + inside.height));
     return {left, view.height - top, right - left, top - bottom};
 }
+
+}  // namespace moxi

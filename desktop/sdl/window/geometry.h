@@ -5,6 +5,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 // A rectangle in SDL's coordinates.
 struct Area {
     i32 x = 0;
@@ -37,3 +39,5 @@ ViewRect Joined(const ViewRect& a, const ViewRect& b);
 ViewRect Clipped(const ViewRect& rect, ViewSize view);
 // The pixels, rows top first, that `rect` touches, even in part; never outside the view.
 Area TouchedPixels(const ViewRect& rect, ViewSize view);
+
+}  // namespace moxi

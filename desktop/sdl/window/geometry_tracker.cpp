@@ -4,6 +4,8 @@
 
 #include "desktop/sdl/loop/timers.h"
 
+namespace moxi {
+
 static bool SamePosition(const Area& a, const Area& b) {
     return a.x == b.x && a.y + a.height == b.y + b.height;
 }
@@ -61,3 +63,5 @@ u64 NextObservation(const GeometryTracker& tracker) {
     for (const auto& each : tracker.outlived) next = std::min(next, each.until);
     return next;
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "desktop/sdl/window/geometry.h"
 
+namespace moxi {
+
 struct GeometryTracker {
     struct Outlived {
         Area area;
@@ -40,3 +42,5 @@ void HoldNews(GeometryTracker& tracker, u64 now);
 GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now);
 // When ObserveGeometry is to be called again without a report; kNever (timers.h) for never.
 u64 NextObservation(const GeometryTracker& tracker);
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 
 #include "base/log.h"
 
+namespace moxi {
+
 // A function of a library that SDL has loaded, if it has: a desktop without it needs none.
 template <class F>
 static F* Loaded(const char* library, const char* name) {
@@ -173,3 +175,5 @@ bool WaylandConnectionIsBroken(SDL_Window*) {
 }
 
 #endif
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Called on whichever thread meets the loss, from deep inside of the libraries: they may only note
 // it.
 struct DisplayLossHandlers {
@@ -45,3 +47,5 @@ void NameX11Window(SDL_Window* window, const char* utf8);
 
 // The connection to the Wayland compositor is broken; false on other desktops.
 bool WaylandConnectionIsBroken(SDL_Window* window);
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "desktop/sdl/window/window.h"
 #include "desktop/sdl/window/x11_monitors.h"
 
+namespace moxi {
+
 constexpr u64 kLookNanoseconds = 500'000'000;
 
 static constinit u64 nextLook = 0;
@@ -92,3 +94,5 @@ void TellScreenChanges() {
     knownScreens = std::move(areas);
     Tell(desktopEvents.screensChanged);
 }
+
+}  // namespace moxi

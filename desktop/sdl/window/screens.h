@@ -8,6 +8,8 @@
 #include "desktop/desktop.h"
 #include "desktop/sdl/window/geometry.h"
 
+namespace moxi {
+
 std::vector<Screen> Screens();
 // The main screen in SDL's coordinates.
 Area MainScreenArea();
@@ -19,3 +21,5 @@ void HandleDisplayEvent();
 // display event and twice a second, because not every change is reported.
 void TellScreenChanges();
 void StartScreens();
+
+}  // namespace moxi

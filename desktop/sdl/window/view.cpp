@@ -12,6 +12,8 @@
 #include "desktop/sdl/window/geometry.h"
 #include "desktop/sdl/window/window.h"
 
+namespace moxi {
+
 constexpr u32 kViewFormat = SDL_PIXELFORMAT_XBGR8888;  // in memory R, G, B, unused
 
 static constinit SDL_Window* window = nullptr;
@@ -183,3 +185,5 @@ void ShowNewPixels() {
     const Area area = std::exchange(newPixels, Area{});
     if (area.width > 0 && Prepare()) ShowArea(area);
 }
+
+}  // namespace moxi

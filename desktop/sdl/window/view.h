@@ -7,6 +7,8 @@
 
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 // Prepares showing pixels in `window`, which must outlive it. False when there is no way to.
 bool StartView(SDL_Window* window);
 void StopView();
@@ -25,3 +27,5 @@ void ShowViewFromOtherThread();
 void ShowNewPixels();
 // The graphics device has lost its textures.
 void ForgetTexture();
+
+}  // namespace moxi

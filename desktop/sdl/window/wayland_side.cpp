@@ -12,6 +12,8 @@
 
 #include "desktop/sdl/input/layouts.h"
 
+namespace moxi {
+
 static constinit wl_display* display = nullptr;
 static constinit wl_event_queue* queue = nullptr;
 static constinit wl_registry* registry = nullptr;
@@ -238,3 +240,5 @@ void CloseOverlay(WaylandOverlay* overlay) {
     TakeWaylandEvents();
     delete overlay;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Main thread, on Wayland only. The window is the one whose connection is used.
 void StartWaylandSide(SDL_Window* window);
 void StopWaylandSide();
@@ -22,3 +24,5 @@ void MoveOverlay(WaylandOverlay* overlay, i32 x, i32 y);
 // Shows the picture: x, R, G, B in words from the top byte down, rows top first and without gaps.
 void ShowOverlay(WaylandOverlay* overlay, const u8* pixels, i32 width, i32 height);
 void CloseOverlay(WaylandOverlay* overlay);
+
+}  // namespace moxi

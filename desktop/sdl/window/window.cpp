@@ -26,6 +26,8 @@
 #include "desktop/sdl/window/wayland_side.h"
 #include "desktop/sdl/window/x11_side.h"
 
+namespace moxi {
+
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
 // How long after the borders the window itself may take to change.
@@ -406,3 +408,5 @@ void ForgetGameWindow() {
     window = nullptr;
     bordersHeld = owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 // Functions of the desktop record.
 void CreateGameWindow(WindowFrame content);
 void SetGameWindowTitle(const char* utf8);
@@ -33,3 +35,5 @@ u64 NextSettling();
 void DestroyGameWindow();
 // When it has been lost: SDL would wait for ever for what the server says of a lost window.
 void ForgetGameWindow();
+
+}  // namespace moxi

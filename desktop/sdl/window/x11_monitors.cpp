@@ -3,11 +3,15 @@
 #include <SDL_loadso.h>
 #include <SDL_syswm.h>
 
-#ifdef SDL_VIDEO_DRIVER_X11
-
-#include <X11/extensions/Xrandr.h>
-
 #include <algorithm>
+
+#ifdef SDL_VIDEO_DRIVER_X11
+#include <X11/extensions/Xrandr.h>
+#endif
+
+namespace moxi {
+
+#ifdef SDL_VIDEO_DRIVER_X11
 
 namespace {
 // Loaded as SDL loads it, so that a desktop without X needs no X libraries.
@@ -70,3 +74,5 @@ std::vector<Monitor> X11Monitors(SDL_Window*) {
 }
 
 #endif
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Xlib has a Screen of its own, so this header stays clear of desktop.h.
 struct Monitor {
     i32 x = 0;
@@ -19,3 +21,5 @@ struct Monitor {
 // The primary monitor first. Empty where there is no X server behind `window`, where it does not
 // tell, or while all monitors are off.
 std::vector<Monitor> X11Monitors(SDL_Window* window);
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/x11_clipboard.h"
 
+namespace moxi {
+
 static constinit xcb_connection_t* connection = nullptr;
 
 // --- Layouts
@@ -181,3 +183,5 @@ void StopX11Side() {
     xcb_disconnect(connection);
     connection = nullptr;
 }
+
+}  // namespace moxi

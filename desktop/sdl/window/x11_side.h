@@ -9,6 +9,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Main thread, once SDL has started, on X11 only: connects and begins to look. Events that wait in
 // SDL's queue are lost.
 void StartX11Side();
@@ -27,3 +29,5 @@ struct X11KeyPress {
     bool heldBefore = false;  // the key was down before the window got the keyboard: a repetition
 };
 X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event);
+
+}  // namespace moxi

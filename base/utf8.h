@@ -1,9 +1,11 @@
 #pragma once
-// UTF-8 as Draw Text counts it.
+// UTF-8: what is valid, and how characters, UTF-16 units and steps of Draw Text are counted.
 
 #include <string_view>
 
 #include "base/types.h"
+
+namespace moxi {
 
 // Whether the bytes are UTF-8: no overlong form, no surrogate, nothing above U+10FFFF.
 bool IsUtf8(std::string_view text);
@@ -18,3 +20,5 @@ u32 CountUnits(std::string_view text);
 // continuation bytes that follow it; a byte that is no lead is a step without an advance, and the
 // end of the text ends the walk.
 u32 WalkCharacters(std::string_view text, u32 units);
+
+}  // namespace moxi

@@ -1,8 +1,10 @@
-#include "gfx/utf8.h"
+#include "base/utf8.h"
 
 #include <cstring>
 
 #include "base/bytes.h"
+
+namespace moxi {
 
 namespace {
 
@@ -78,3 +80,5 @@ u32 WalkCharacters(std::string_view text, u32 units) {
     }
     return static_cast<u32>(index);
 }
+
+}  // namespace moxi
