@@ -129,7 +129,7 @@ void ResetHost() {
 }
 
 void Run() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     HeadlessOptions options;
     options.screens = {{64, 48}};

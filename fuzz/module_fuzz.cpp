@@ -307,12 +307,12 @@ void PrepareFolders(const std::vector<u8>& module) {
 }
 
 void WireHost() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
-    static bool (*const screenIsDirty)() = vmSlots.screenIsDirty;
-    vmSlots.screenIsDirty = [] {
+    static bool (*const flushScreen)() = vmSlots.flushScreen;
+    vmSlots.flushScreen = [] {
         if (!inMX) messageInstructions = 0;
-        return screenIsDirty();
+        return flushScreen();
     };
     gfxSlots.stillRunning = [] { return ++drawingLooks < kDrawingLooks; };
     desktopEvents.screenshot = [](const std::string&) { return true; };

@@ -6,7 +6,10 @@
 
 #include "gfx/bitmap.h"
 #include "host/mouse.h"
+#include "host/services.h"
+#include "host/session.h"
 #include "host/timers.h"
+#include "host/view.h"
 #include "sys/time_group.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
