@@ -12,16 +12,13 @@
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/pango/pango_engine.h"
-#include "gfx/bitmap.h"
-#include "gfx/commands.h"
-#include "gfx/draw_text.h"
-#include "gfx/fonts.h"
-#include "gfx/image_files.h"
+#include "gfx/graphics_group.h"
+#include "gfx/slots.h"
 #include "host/delegate.h"
+#include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
 #include "host/queue.h"
-#include "host/services.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
@@ -82,10 +79,6 @@ void WireRooms(const Options& options) {
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
 
-    gfxSlots.drawText = DrawText;
-    gfxSlots.loadImage = LoadImage;
-    gfxSlots.saveImage = SaveImage;
-    gfxSlots.emptyFontCache = EmptyFontCache;
     gfxSlots.stillRunning = [] {
         if (desktop.endIsForced()) EndProcess(kForcedEnd);
         return true;

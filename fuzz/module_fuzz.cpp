@@ -22,6 +22,7 @@
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
+#include "gfx/screen.h"
 #include "gfx/slots.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"

@@ -5,6 +5,7 @@
 #include "audio/music.h"
 #include "desktop/folders.h"
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/bundle.h"
 #include "host/icon.h"
 #include "host/keyboard.h"

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/queue.h"
 #include "host/session.h"
 #include "host/view.h"

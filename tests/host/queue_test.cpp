@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "gfx/bitmap.h"
+#include "host/host_group.h"
 #include "host/mouse.h"
-#include "host/services.h"
 #include "host/session.h"
 #include "host/timers.h"
 #include "host/view.h"

@@ -1,4 +1,4 @@
-#include "host/services.h"
+#include "host/host_group.h"
 
 #include <sys/utsname.h>
 
