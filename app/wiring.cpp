@@ -38,7 +38,7 @@ namespace {
 // The user had to end a module that did not answer.
 constexpr int kForcedEnd = 1;
 
-constinit void (*launch)() = nullptr;
+constinit decltype(DesktopEvents::didFinishLaunching) launch = nullptr;
 
 void LaunchInFullScreen() {
     // The user's wish and not the program's: taken from the desktop before the launch puts the
