@@ -11,11 +11,12 @@
 #include "desktop/pango/pango_engine.h"
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
-#include "gfx/commands.h"
 #include "gfx/draw.h"
 #include "gfx/draw_text.h"
 #include "gfx/fonts.h"
+#include "gfx/graphics_group.h"
 #include "gfx/image_files.h"
+#include "gfx/screen.h"
 #include "gfx/slots.h"
 #include "sys/files.h"
 #include "vm/heap.h"
@@ -107,8 +108,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     InitFolders();
     AllocateImage(kImageSize);
     StartPangoText();
-    gfxSlots = {DrawText, LoadImage, SaveImage, EmptyFontCache,
-                [] { return ++looks < kDrawingLooks; }};
+    gfxSlots = {[] { return ++looks < kDrawingLooks; }};
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     return 0;
 }

@@ -152,7 +152,7 @@ void BeforeInstruction(u32 at) {
     const u32 w = Load<u32>(at);
     run.single.reset();
     if (ClassOf(w) != InstructionClass::Single) return;
-    run.single = static_cast<Single>(w & 1023);
+    run.single = SingleOf(w);
     run.modalDepthBefore = modalDepth;
     if (run.single == Single::Sys) {
         run.command = CommandAtHand();

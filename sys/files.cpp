@@ -393,6 +393,17 @@ void CloseFile(u32 handle) {
     while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) openCount--;
 }
 
+void AppendToDebugLog(std::string_view bytes) {
+    constexpr u32 kFromEnd = 2;
+    u32 file = OpenFile("debug.log", kOpenUpdate);
+    if (file == kNoFile) file = OpenFile("debug.log", kOpenCreate);
+    if (file == kNoFile) return;
+    LockToWrite(file);
+    SeekFile(file, 0, kFromEnd);
+    WriteFile(file, bytes.data(), static_cast<u32>(bytes.size()));
+    CloseFile(file);
+}
+
 u64 ReadableBytes(u32 handle, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || std::feof(file->stream) != 0) return 0;

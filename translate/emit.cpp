@@ -146,9 +146,9 @@ void EmitReturned(Emission& e, u32 next) {
 void EmitCall(Emission& e, const Instruction& in) {
     RequireStack(e, x86::r12d, 8, Use::Write);
     const bool isThrough = in.flow == Flow::CallThrough;
-    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(in.w >> 12 & 15), 2);
+    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(CallRegister(in.w)), 2);
     e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
-    e.a.mov(InStack(x86::r12, -4, 4), in.w >> 16);
+    e.a.mov(InStack(x86::r12, -4, 4), ArgumentBytes(in.w));
     e.a.mov(InStack(x86::r12, -8, 4), in.pc + in.length);
     e.a.sub(x86::r12d, 8);
     const Label hasRoom = e.a.newLabel();
@@ -167,8 +167,8 @@ void EmitCall(Emission& e, const Instruction& in) {
 }
 
 void EmitLink(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
-    const u32 room = 4 + (in.w >> 14) + 8 * count;
+    const u32 count = SavedRegisters(in.w);
+    const u32 room = 4 + LocalBytes(in.w) + 8 * count;
     RequireStack(e, x86::r12d, room, Use::Write);
     e.a.mov(InStack(x86::r12, -4, 4), x86::r13d);
     for (u32 i = 0; i < count; ++i) {
@@ -189,7 +189,7 @@ void EmitLink(Emission& e, const Instruction& in) {
 }
 
 void EmitReturn(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
+    const u32 count = SavedRegisters(in.w);
     RequireStack(e, x86::r13d, 0, Use::Read);
     const i32& locked = heapListHeads[static_cast<u32>(HeapList::Locked)];
     e.a.cmp(StateField(static_cast<size_t>(DistanceOf(locked)), 4), 0);
@@ -221,7 +221,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
 // --- Instructions
 
 void EmitSingle(Emission& e, const Instruction& in) {
-    switch (SingleOf(in)) {
+    switch (SingleOf(in.w)) {
         case Single::Nop: return;
         case Single::Jmp: GoTo(e, in.target); return;
         case Single::Call:
@@ -331,7 +331,7 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
         return writes && op != TwoOperand::Lea && SizeOf(in) == 3;
     }
     if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
-        number = in.w >> 16;
+        number = WideRegister(in.w);
         const OneOperand op = OneOperandOf(in);
         switch (op) {
             case OneOperand::Neg:

@@ -59,7 +59,7 @@ void CheckFrame(Emission& e) {
     for (u32 i = e.index; i < e.block.count; ++i) {
         const Instruction& in = e.region.instructions[e.block.first + i];
         AddFrameOffsets(in, low, high);
-        if (in.kind == InstructionClass::Single && SingleOf(in) == Single::Link) break;
+        if (in.kind == InstructionClass::Single && SingleOf(in.w) == Single::Link) break;
     }
     // FP + low lies at or above the floor, and FP + high does not wrap.
     const u32 room = 0xF0000000 - static_cast<u32>(high - low);

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -16,7 +15,6 @@
 #include "vm/diagnostics.h"
 #include "vm/interpreter.h"
 #include "vm/run_cycle.h"
-#include "vm/slots.h"
 
 namespace moxi {
 
@@ -26,8 +24,6 @@ constinit bool started = false;   // the debugger, by the command line
 constinit bool greeted = false;   // the first stop has been made
 constinit bool talking = false;   // stopped
 constinit bool quitting = false;  // no more commands: the run ends where it can
-// What else wants to know of a fatal message.
-constinit decltype(vmSlots.beforeFatalMessage) beforeDebugger = [](std::string_view) {};
 
 std::string ReadSymbolsOfModule() {
     const std::string path = SymbolFile();
@@ -73,15 +69,6 @@ void OnInstruction() {
     NoteInstruction();
 }
 
-// What the host reports outside of a message is none of the module's instructions' doing.
-void OnFatalMessage(std::string_view text) {
-    beforeDebugger(text);
-    if (!inMX || talking || quitting) return;
-    Say("fatal: " + MacRomanToUtf8(text));
-    ShowLocation();
-    Talk();
-}
-
 constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
 
 }  // namespace
@@ -89,7 +76,14 @@ constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
 void StartDebugger() {
     started = true;
     debugHooks = &kHooks;
-    beforeDebugger = std::exchange(vmSlots.beforeFatalMessage, OnFatalMessage);
+}
+
+void StopBeforeFatalMessage(std::string_view text) {
+    // What the host reports outside of a message is none of the module's instructions' doing.
+    if (!started || !inMX || talking || quitting) return;
+    Say("fatal: " + MacRomanToUtf8(text));
+    ShowLocation();
+    Talk();
 }
 
 void CloseDebugger(int status) {

@@ -36,7 +36,7 @@ u32 InstructionWord() {
 }
 
 bool IsSingle(u32 w, Single single) {
-    return (w & 1023) == static_cast<u32>(single);
+    return SingleOf(w) == single;
 }
 
 // A call comes back with the stack as it was, or with the arguments taken off. All others are done

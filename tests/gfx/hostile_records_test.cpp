@@ -8,10 +8,10 @@
 
 #include "desktop/folders.h"
 #include "desktop/pango/pango_engine.h"
-#include "gfx/commands.h"
 #include "gfx/draw.h"
 #include "gfx/draw_text.h"
 #include "gfx/fonts.h"
+#include "gfx/graphics_group.h"
 #include "gfx/image_files.h"
 #include "gfx/slots.h"
 #include "sys/files.h"
@@ -41,7 +41,7 @@ class HostileRecords : public ::testing::Test {
         folders.resources = folders.dataOverride = folder.path;
         InitFolders();
         StartPangoText();
-        gfxSlots = {DrawText, LoadImage, SaveImage, EmptyFontCache, [] { return false; }};
+        gfxSlots = {[] { return false; }};
         std::memcpy(image + kText, "A.BMP", 6);
         first = MakeBitmap(8, 8, 0x80402010);
         second = MakeBitmap(8, 8, 0xFF102030);

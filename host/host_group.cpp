@@ -1,4 +1,4 @@
-#include "host/services.h"
+#include "host/host_group.h"
 
 #include <sys/utsname.h>
 
@@ -12,6 +12,8 @@
 #include "host/delegate.h"
 #include "host/keyboard.h"
 #include "host/queue.h"
+#include "host/session.h"
+#include "host/view.h"
 #include "host/window.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
@@ -172,6 +174,22 @@ std::string VersionText(const char* release, u32& packed) {
     packed = major << 16 | minor << 24 | 1;
     return FormatText("MOXI %u.%u - Mac OS X %u.%u.%u", kHostMajor, kHostMinor, major, minor,
                       patch);
+}
+
+void Delay(u32 n) {
+    constexpr u64 kStepMilliseconds = 10;
+    if (n == 0) {
+        desktop.queueOnMain([] {
+            inputSuspended = true;
+            FlushDirtyRect();
+            inputSuspended = false;
+        });
+        return;
+    }
+    // The flag stays set after the sleep: only a later Delay(0) lets input in again.
+    inputSuspended = true;
+    FlushDirtyRect();
+    desktop.sleep(u64{n} * kStepMilliseconds);
 }
 
 void SysHostGroup(u32 sub, u32 arguments) {

@@ -2,7 +2,6 @@
 // Service group 5: the module's access to graphics.
 
 #include "base/types.h"
-#include "gfx/slots.h"
 
 namespace moxi {
 

@@ -1,10 +1,12 @@
-#include "gfx/commands.h"
+#include "gfx/graphics_group.h"
 
 #include "gfx/alpha.h"
 #include "gfx/bitmap.h"
 #include "gfx/blit.h"
 #include "gfx/colour.h"
 #include "gfx/draw.h"
+#include "gfx/draw_text.h"
+#include "gfx/image_files.h"
 #include "sys/dispatch.h"
 #include "sys/param.h"
 #include "sys/services.h"
@@ -27,7 +29,7 @@ void SysGraphicsGroup(u32 sub, u32 arguments) {
         case SYS_RECTANGLE:
             Rectangle(word(0), number(1), number(2), number(3), number(4), word(5), word(6));
             break;
-        case SYS_LOAD_IMAGE: SetResult(gfxSlots.loadImage(TextArgument(arguments, 0))); break;
+        case SYS_LOAD_IMAGE: SetResult(LoadImage(TextArgument(arguments, 0))); break;
         case SYS_BLIT:
             Blit(word(0), number(1), number(2), word(3), number(4), number(5), number(6), number(7),
                  word(8) != 0, number(9), number(10));
@@ -46,7 +48,7 @@ void SysGraphicsGroup(u32 sub, u32 arguments) {
         case SYS_SAVE_IMAGE:
             SetResult(word(2) > kLastFormat
                           ? 0
-                          : gfxSlots.saveImage(word(0), TextArgument(arguments, 1), word(2)));
+                          : SaveImage(word(0), TextArgument(arguments, 1), word(2)));
             break;
         case SYS_RGB_TO_HSV: SetResult(RgbToHsv(word(0))); break;
         case SYS_HSV_TO_RGB: SetResult(HsvToRgb(word(0))); break;
@@ -59,7 +61,7 @@ void SysGraphicsGroup(u32 sub, u32 arguments) {
             AdjustColours(word(0), number(1), number(2), number(3), number(4), number(5), number(6),
                           number(7), number(8));
             break;
-        case SYS_DRAW_TEXT: SetResult(gfxSlots.drawText(arguments)); break;
+        case SYS_DRAW_TEXT: SetResult(DrawText(arguments)); break;
         case SYS_HUE_SQUARE:
             HueSquare(word(0), number(1), number(2), number(3), number(4), word(5) & 0xFF);
             break;
