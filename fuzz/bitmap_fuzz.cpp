@@ -31,7 +31,7 @@ constexpr u32 kText = 700;
 constexpr u32 kPoints = 760;
 constexpr u32 kWords = 12;
 constexpr u32 kMostCommands = 16;
-constexpr u32 kDrawingLooks = 20;
+constexpr u32 kDrawingLooks = 2;
 
 struct RunEnded {};
 

@@ -83,7 +83,7 @@ void WalkEllipse(i32 x, i32 y, i32 w, i32 h, bool filled, const Sink& sink) {
     u32 e2 = aa / 4 + bb / 2 - (aa / 2) * halfHeight;
     u32 s = 0;
     while (bottom > top) {
-        if (!MayDraw(1)) return;
+        if (!MayDraw(kPixelsOfAStep)) return;
         bool fillRows = false;
         if (IsNegative(e2)) {
             e2 += p + s;

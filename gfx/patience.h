@@ -11,7 +11,8 @@
 
 constexpr u64 kPixelsBetweenQuestions = 1 << 22;  // some milliseconds
 
-// What a step costs that finds out where to draw: a copy of a tiling, a line.
+// What a step costs that finds out where to draw: a copy of a tiling, a line, a step around an
+// ellipse.
 constexpr u64 kPixelsOfAStep = 64;
 
 // Pixels drawn since the last question, by whichever command.

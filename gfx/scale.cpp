@@ -123,7 +123,7 @@ struct ScaleWork {
                 const i64 top = down.Edge(y - tileY);
                 const i64 bottom = down.Edge(y - tileY + 1);
                 for (i64 x = part.left; x < part.right; ++x) {
-                    if (!MayDraw(1)) return;
+                    if (!MayDraw(kPixelsOfAStep)) return;
                     const u32 colour = AverageAnyBox(
                         {across.Edge(x - tileX), top, across.Edge(x - tileX + 1), bottom});
                     if (AlphaOf(colour) == 0) continue;
