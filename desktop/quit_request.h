@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 enum class QuitRequest : int {
     None,
     Made,           // the application has not been asked yet
@@ -50,3 +52,5 @@ inline void NoteQuitAnswer() {
 
 static_assert(std::atomic<QuitRequest>::is_always_lock_free);
 static_assert(std::atomic<u64>::is_always_lock_free);
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 // One copy, or what the clip leaves of it: pixels of the destination and the distance to those of
@@ -191,3 +193,5 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
     }
     EndDSTSRC();
 }
+
+}  // namespace moxi

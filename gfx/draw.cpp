@@ -9,6 +9,8 @@
 #include "gfx/pixel.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 void FillArea(const Selection& selection, const Area& area, u32 colour) {
@@ -134,3 +136,5 @@ void GetBitmapInfo(u32 handle, u32 out) {
     for (u32 i = 0; i < 6; ++i) Store<i32>(out + 4 * i, words[i]);
     EndSRC();
 }
+
+}  // namespace moxi

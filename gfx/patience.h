@@ -9,6 +9,8 @@
 #include "gfx/bitmap.h"
 #include "gfx/slots.h"
 
+namespace moxi {
+
 constexpr u64 kPixelsBetweenQuestions = 1 << 22;  // some milliseconds
 
 // What a step costs that finds out where to draw: a copy of a tiling, a line, a step around an
@@ -57,3 +59,5 @@ void ForEachPiece(const Area& area, Visit visit) {
         }
     }
 }
+
+}  // namespace moxi

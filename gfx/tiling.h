@@ -7,6 +7,8 @@
 #include "gfx/bitmap.h"
 #include "gfx/patience.h"
 
+namespace moxi {
+
 struct Tiling {
     i64 x, y;           // of the first copy
     i64 width, height;  // of a copy, both positive
@@ -106,3 +108,5 @@ inline bool MayOverlap(const Area& source, const Area& target) {
     const Bytes b = BytesOf(dstSelection, target);
     return a.start < b.end && b.start < a.end;
 }
+
+}  // namespace moxi

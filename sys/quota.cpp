@@ -14,6 +14,8 @@
 #include "desktop/folders.h"
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace {
 
 // What a write may take beyond its bytes: the rest of a block, in a file with holes.
@@ -180,3 +182,5 @@ void ResetQuota() {
     isExact = entriesAreExact = false;
     refusals = entryRefusals = 0;
 }
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kOcarina = 79;  // almost a sine
@@ -431,3 +433,5 @@ TEST(SoundFonts, APipeInTheListIsPassedOver) {
 }
 
 }  // namespace
+
+}  // namespace moxi

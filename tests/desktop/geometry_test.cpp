@@ -1,10 +1,12 @@
 // Coordinates, redraw rectangles, and what counts as news of the window's geometry.
-#include "desktop/sdl/geometry.h"
+#include "desktop/sdl/window/geometry.h"
 
 #include <gtest/gtest.h>
 
-#include "desktop/sdl/geometry_tracker.h"
-#include "desktop/sdl/timers.h"
+#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/window/geometry_tracker.h"
+
+namespace moxi {
 
 namespace {
 constexpr Area kScreen = {0, 0, 1920, 1080};
@@ -202,3 +204,5 @@ TEST(FrameWatch, WhereFramesAreLargerThanTheirBordersOtherBordersAreHeldForAMome
         IsFrameChanging(watch, shadowed, kTitleBar, kContent, kSoon + kBordersNanoseconds));
 }
 }  // namespace
+
+}  // namespace moxi

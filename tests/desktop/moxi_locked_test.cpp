@@ -5,6 +5,8 @@
 #include "tests/desktop/moxi_window.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 
 // A module that does `work` once, when a key goes down, and lets itself be closed.
@@ -371,3 +373,5 @@ TEST(Urls, ThreeInTenSeconds) {
 }
 
 }  // namespace
+
+}  // namespace moxi

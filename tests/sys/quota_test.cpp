@@ -4,6 +4,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 class Quota : public ServiceTest {
@@ -149,3 +151,5 @@ TEST_F(Quota, AWayThatIsTooLongToBeFollowedIsFull) {
 }
 
 }  // namespace
+
+}  // namespace moxi
