@@ -142,16 +142,16 @@ struct SlowResult {
     return {cpu.sp, cpu.fp, false};
 }
 
-void JumpIntoHeader(MX_STATE_PARAMETERS);
+MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS);
 
-void ExecuteHere(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void ExecuteHere(MX_STATE_PARAMETERS) {
     if (pc < kHeaderSize) [[unlikely]] {
         MX_TAIL_CALL JumpIntoHeader(MX_STATE);
     }
     MX_NEXT();
 }
 
-void AskForTranslation(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void AskForTranslation(MX_STATE_PARAMETERS) {
     const Handler translated = translatedCodeAt(static_cast<u32>(pc), trace);
     if (translated != nullptr) {
         MX_TAIL_CALL translated(MX_STATE);
@@ -171,12 +171,12 @@ void AskForTranslation(MX_STATE_PARAMETERS) {
         MX_JUMP();                                                                                \
     } while (false)
 
-void Slow(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void Slow(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
     MX_GO_SLOWLY(true);
 }
 
-void JumpIntoHeader(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
     MX_GO_SLOWLY(false);
 }
@@ -349,7 +349,7 @@ constexpr bool SetsFlags(TwoOperand op) {
 }
 
 template <u32 kFormCode, u32 kNumber, u32 kLow>
-void TwoOperandHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
     constexpr OperandForm kForm = FindForm(kFormCode);
     constexpr u32 kSize = kNumber & 3;
     constexpr auto kOp = static_cast<TwoOperand>(kNumber & ~3u);
@@ -474,7 +474,7 @@ template <u32 kNumber, class T>
     } while (false)
 
 template <u32 kFormIndex, u32 kNumber>
-void OneOperandHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void OneOperandHandler(MX_STATE_PARAMETERS) {
     constexpr Mode kMode = kOneOperandForms[kFormIndex].mode;
     constexpr u32 kLength = kOneOperandForms[kFormIndex].length;
     constexpr auto kOp = static_cast<OneOperand>(kNumber & ~3u);
@@ -526,7 +526,7 @@ template <Condition kCondition>
 }
 
 template <u32 kCondition>
-void FlagBranchHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void FlagBranchHandler(MX_STATE_PARAMETERS) {
     if (HoldsFor<static_cast<Condition>(kCondition)>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
@@ -537,7 +537,7 @@ void FlagBranchHandler(MX_STATE_PARAMETERS) {
 
 // `kBits` are bits 3..9: operand mode, size and condition.
 template <u32 kBits>
-void TestBranchHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void TestBranchHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kWord = kBits << 3;
     constexpr auto kMode = static_cast<TestOperand>(TestMode(kWord));
     using T = typename IntegerOf<TestSize(kWord)>::Type;
@@ -566,19 +566,19 @@ void TestBranchHandler(MX_STATE_PARAMETERS) {
     MX_NEXT();
 }
 
-void TableJumpHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void TableJumpHandler(MX_STATE_PARAMETERS) {
     const u32 entry = BranchTarget(w) + Get<u32>(base, RegisterAddress(TableRegister(w)));
     MX_SLOW_IF(IsInHeader(entry));
     pc = Get<u32>(base, entry);
     MX_JUMP();
 }
 
-void JumpHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void JumpHandler(MX_STATE_PARAMETERS) {
     pc = BranchTarget(w);
     MX_JUMP();
 }
 
-void NoOperationHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void NoOperationHandler(MX_STATE_PARAMETERS) {
     pc += 4;
     MX_NEXT();
 }
@@ -586,7 +586,7 @@ void NoOperationHandler(MX_STATE_PARAMETERS) {
 // --- Calls and returns
 
 template <bool kThroughRegister>
-void CallHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void CallHandler(MX_STATE_PARAMETERS) {
     MX_SLOW_IF(IsLowStack(sp, 8));
     u32 target;
     if constexpr (kThroughRegister) {
@@ -607,7 +607,7 @@ void CallHandler(MX_STATE_PARAMETERS) {
 }
 
 template <u32 kRegisters>
-void LinkHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void LinkHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
     const u32 room = 4 + LocalBytes(w) + kSavedSize;
     MX_SLOW_IF(IsLowStack(sp, room));
@@ -622,7 +622,7 @@ void LinkHandler(MX_STATE_PARAMETERS) {
 }
 
 template <u32 kRegisters>
-void ReturnHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void ReturnHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
     // The host's return (to 0), locks to release, and a frame in the header are rare.
     MX_SLOW_IF(IsLowStack(fp, 0) || heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
@@ -643,7 +643,7 @@ void ReturnHandler(MX_STATE_PARAMETERS) {
 // --- Stack pushes of constants
 
 template <Single kInstruction>
-void PushConstantHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void PushConstantHandler(MX_STATE_PARAMETERS) {
     u32 length = 4;
     if constexpr (kInstruction == Single::PushWordExt) {
         MX_PUSH(u16, static_cast<u16>(KeepLoad(Get<u32>(base, pc + 4))));
@@ -804,7 +804,7 @@ void FillDispatchTable() {
 }
 
 // The first dispatch of a run.
-void Start(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void Start(MX_STATE_PARAMETERS) {
     MX_JUMP();
 }
 

@@ -3,12 +3,15 @@
 #include "desktop/synth/renderer.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "audio/score.h"
 #include "desktop/synth/sound_file.h"
+#include "tests/support/headless_run.h"
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
@@ -431,6 +434,32 @@ TEST(SoundFonts, OneThatIsNoneGivesALineAndNoSynthesiser) {
     EXPECT_EQ(LoadSynth("/no/such.sf2"), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "log: no music: /no/such.sf2: not a SoundFont\n");
+}
+
+TEST(SoundFonts, APipeAFolderOrADeviceIsNoneAndHaltsNothing) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path + "/pipe.sf2";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    std::filesystem::create_directory(folder.path + "/folder.sf2");
+    for (const std::string& path : {pipe, folder.path + "/folder.sf2", std::string("/dev/zero")}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(LoadSynth(path), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "log: no music: " + path + ": not a SoundFont\n");
+    }
+}
+
+TEST(SoundFonts, APipeInTheListIsPassedOver) {
+    const std::string before = std::getenv("SDL_SOUNDFONTS");
+    if (!std::filesystem::is_regular_file(before)) GTEST_SKIP() << "no SoundFont is installed";
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path + "/pipe.sf2";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    setenv("SDL_SOUNDFONTS", (pipe + ":" + before).c_str(), 1);
+    Synth* const synth = LoadSynth("");
+    setenv("SDL_SOUNDFONTS", before.c_str(), 1);
+    EXPECT_NE(synth, nullptr);
+    DeleteSynth(synth);
 }
 
 }  // namespace
