@@ -30,6 +30,7 @@ struct WrongEntry {
     u32 label = 0;
     Variable entry = 0;
     u32 function = 0;
+    u32 origin = 0;
 };
 
 struct Builder {
@@ -129,6 +130,7 @@ struct Builder {
     void SkipPrefixed();
     void Instruction();
     void Declare(const FunctionType& type);
+    void KeepFrameBase(const Function& function, u32 offset);
     void EmitWrongEntries();
     void Run(u32 index);
     void RunImport(u32 index, const FunctionType& type);
@@ -486,6 +488,7 @@ void Builder::CallService(const ImportTarget& target, const FunctionType& type) 
             select.CallRoutine("moxi_setjmp", Pop(), nullptr);
             code.instructions.back().isSetjmp = true;
             code.callsSetjmp = true;
+            ++epoch;  // control comes back here with what locals have become since
             const Variable result = select.NewVariable();
             select.Put(result, ValueType::I64, InRegister(kResultRegister));
             PushVariable(ValueType::I32, result);
@@ -552,7 +555,7 @@ void Builder::CallIndirect(u32 typeIndex) {
     select.Two(TwoOperand::Lsl, OperandSize::Long, InRegister(entry), Number(3));
     select.Two(TwoOperand::Cmp, OperandSize::Long, AtIndex(entry, Base::Data, plan.tableCell + 4),
                Number(plan.typeNumbers[typeIndex]));
-    wrongEntries.push_back({select.NewLabel(), entry, select.function});
+    wrongEntries.push_back({select.NewLabel(), entry, select.function, select.origin});
     select.Branch(Condition::Ne, wrongEntries.back().label);
     const Variable address = select.NewVariable();
     select.Put(address, ValueType::I32, AtIndex(entry, Base::Data, plan.tableCell));
@@ -890,9 +893,18 @@ void Builder::Declare(const FunctionType& type) {
     }
 }
 
+// Where the function's arguments lie in memory is of use only together with this local.
+void Builder::KeepFrameBase(const Function& function, u32 offset) {
+    if (function.isImported) return;
+    const DebugFunction* const known = FindDebugFunction(plan.debugFunctions, offset);
+    if (known == nullptr || known->frameBase >= locals.size()) return;
+    if (localTypes[known->frameBase] == ValueType::I32) code.frameBase = locals[known->frameBase];
+}
+
 void Builder::EmitWrongEntries() {
     for (const WrongEntry& wrong : wrongEntries) {
         select.function = wrong.function;
+        select.origin = wrong.origin;
         select.Label(wrong.label);
         select.Two(TwoOperand::Cmp, OperandSize::Long,
                    AtIndex(wrong.entry, Base::Data, plan.tableCell + 4), Number(0));
@@ -913,9 +925,13 @@ void Builder::Run(u32 index) {
     const Function& function = module.functions[index];
     const FunctionType& type = module.types[function.type];
     select.function = index;
+    const auto* const file = reinterpret_cast<const u8*>(module.bytes.data());
+    const u32 beginning = function.isImported ? 0 : static_cast<u32>(function.body - file);
+    select.origin = beginning;
     // The check for room on the stack, if the function calls others.
     select.Emit({});
     Declare(type);
+    KeepFrameBase(function, beginning);
     if (function.isImported) {
         RunImport(index, type);
         select.EmitTraps();
@@ -943,6 +959,7 @@ void Builder::Run(u32 index) {
         check.size = OperandSize::Byte;
         check.a = InFrame(2);
         select.function = index;
+        select.origin = beginning;
         check.target = select.TrapLabel(Trap::StackOverflow);
     }
     select.EmitTraps();

@@ -134,7 +134,9 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
         // Both are single instructions of the machine, or nearly so.
         "-msign-ext", "-mnontrapping-fptoint",
         // The C++ library for wasm is without them.
-        "-fno-exceptions"};
+        "-fno-exceptions",
+        // Where there are objects alone nobody needs what has to do with sources.
+        "-Wno-unused-command-line-argument"};
     if (!options.level.empty()) command.push_back("-O" + options.level);
     command.insert(command.end(), options.compiler.begin(), options.compiler.end());
     return command;

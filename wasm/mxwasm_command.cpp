@@ -262,6 +262,12 @@ std::string FormatLines(const Translation& translation) {
         if (line.line != 0) text += " " + translation.files[line.file];
         text += "\n";
     }
+    for (const TranslatedArgument& argument : translation.arguments) {
+        char start[64];
+        std::snprintf(start, sizeof start, "%08X argument %s %lld ", argument.function,
+                      argument.base.c_str(), static_cast<long long>(argument.offset));
+        text += start + argument.kind + " " + argument.name + "\n";
+    }
     return text;
 }
 
