@@ -478,9 +478,10 @@ void ImageBuilder::CollectArguments() {
         const std::string place = base.place.inRegister
                                       ? "R" + std::to_string(base.place.number)
                                       : "FP-" + std::to_string(8 * (base.place.number + 1));
+        const auto memory = static_cast<i64>(layouts[base.module].memoryAt);
         for (const DebugArgument& argument : base.function->arguments) {
             result.arguments.push_back(
-                {base.address, place, argument.offset, argument.kind, argument.name});
+                {base.address, place, argument.offset + memory, argument.kind, argument.name});
         }
     }
 }

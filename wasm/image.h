@@ -18,6 +18,7 @@ struct FrameBase {
     u32 address = 0;  // of the function
     Location place;
     const DebugFunction* function = nullptr;
+    u32 module = 0;
 };
 
 struct ImageParts {

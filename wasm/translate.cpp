@@ -143,7 +143,7 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
             const u32 body = static_cast<u32>(module.functions[i].body - start);
             parts.frameBases.push_back({parts.functions[plan.functionBase + i],
                                         allocation.locations[code.frameBase],
-                                        FindDebugFunction(plan.debugFunctions, body)});
+                                        FindDebugFunction(plan.debugFunctions, body), plan.number});
         }
     }
     return true;
