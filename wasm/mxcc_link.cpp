@@ -90,11 +90,14 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& 
     return list;
 }
 
-// The linker names files of the temporary folder; only their own names mean something.
+// The linker names files of the temporary folder; only their own names mean something. What it adds
+// to an error in further lines goes behind it.
 std::string Readable(std::string text, const LinkPlan& plan) {
     const std::string prefix = plan.folder + "/";
     for (size_t at; (at = text.find(prefix)) != std::string::npos;) text.erase(at, prefix.size());
-    return text;
+    static const std::regex kSecondName("-[0-9a-f]{6}\\.o\\.kept");
+    static const std::regex kFurtherLine("\n>>> ");
+    return std::regex_replace(std::regex_replace(text, kSecondName, ".o"), kFurtherLine, ", ");
 }
 
 void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
