@@ -265,8 +265,9 @@ bool Encoder::Run() {
     frameBytes = 8 * allocation.slots;
     if (frameBytes > kMaxFrame) return false;
     labels.assign(code.labels, 0);
+    u32 origin = code.instructions.front().origin;
+    out.origins.push_back({Here(), origin, out.module});
     Word(static_cast<u32>(Single::Link) | allocation.savedRegisters << 10 | frameBytes << 14);
-    u32 origin = 0;
     for (const Instruction& instruction : code.instructions) {
         if (instruction.origin != origin) {
             origin = instruction.origin;

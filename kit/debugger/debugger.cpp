@@ -10,6 +10,7 @@
 #include "kit/debugger/inspect.h"
 #include "kit/debugger/stops.h"
 #include "kit/debugger/terminal.h"
+#include "kit/lines.h"
 #include "kit/symbols.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -52,6 +53,9 @@ void Greet() {
     greeted = true;
     Say("The module stands before its first instruction; help lists the commands.");
     Say(ReadSymbolsOfModule());
+    const std::string wrong = LoadLinesOfGame();
+    if (!wrong.empty()) Say(wrong);
+    if (LineCount() != 0) Say(FormatText("%zu places of source lines from MAIN.LIN", LineCount()));
 }
 
 void OnInstruction() {
