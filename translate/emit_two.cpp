@@ -75,20 +75,12 @@ u64 ConstantOf(const Instruction& in, u32 size) {
     return Load<u64>(in.pc + first);
 }
 
-// The value of a quick or immediate source, which stands in the immediate slot as well.
-Place FillSlot(Emission& e, const Instruction& in, u32 size) {
+// The value of a quick or immediate source, which the immediate slot gets as well.
+Place ConstantPlace(Emission& e, const Instruction& in, u32 size) {
     Place place;
     place.kind = PlaceKind::Constant;
     place.constant = ConstantOf(in, size);
-    constexpr i32 kSlot = kImmediateSlot;
-    if (size != 3) {
-        e.a.mov(x86::dword_ptr(kImage, kSlot), static_cast<u32>(place.constant));
-    } else if (FitsSigned32(place.constant)) {
-        e.a.mov(x86::qword_ptr(kImage, kSlot), static_cast<i64>(place.constant));
-    } else {
-        e.a.mov(x86::rax, place.constant);
-        e.a.mov(x86::qword_ptr(kImage, kSlot), x86::rax);
-    }
+    FillSlot(e, place.constant, size);
     return place;
 }
 
@@ -118,8 +110,8 @@ Operand Source(Emission& e, const Place& b, u32 size) {
 }
 
 // The low 32 bits or all of a host register may be worked on as they are.
-bool IsDirect(const Emission& e, const Place& place, u32 size) {
-    return IsHost(place) && (size == 3 || (size == 2 && IsNarrow(e, place.number)));
+bool IsDirect(const Place& place, u32 size) {
+    return IsHost(place) && (size == 3 || (size == 2 && IsNarrow(place.number)));
 }
 
 void EmitMultiply(Emission& e, const x86::Gp& target, const Place& b, u32 size) {
@@ -142,7 +134,7 @@ void EmitOnRegister(Emission& e, TwoOperand op, const x86::Gp& target, const Pla
 
 void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
     const bool onlyCompares = !WritesA(op);
-    if (IsDirect(e, a, size) && !onlyCompares) {
+    if (IsDirect(a, size) && !onlyCompares) {
         const x86::Gp target = HostRegister(hostOf[a.number]);
         EmitOnRegister(e, op, target, b, size);
         if (SetsFlags(op)) KeepResult(e, target, size);
@@ -166,12 +158,12 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
     if (SetsFlags(op)) KeepResult(e, x86::rax, size);
     e.flagsFit = SetsFlags(op) && size >= 2;
     if (onlyCompares) return;
-    if (IsHost(a) && size == 2) e.flagsFit = e.flagsFit && IsNarrow(e, a.number);
+    if (IsHost(a) && size == 2) e.flagsFit = e.flagsFit && IsNarrow(a.number);
     StoreValue(e, a, x86::rax, size);
 }
 
 void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
-    if (IsDirect(e, a, size)) {
+    if (IsDirect(a, size)) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
     }
@@ -209,7 +201,7 @@ void EmitShift(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
     const bool isConstant = b.kind == PlaceKind::Constant;
     const u32 count = static_cast<u32>(b.constant) & (size == 3 ? 63u : 31u);
     if (!isConstant) LoadValue(e, x86::rcx, b, 0);
-    const bool direct = IsDirect(e, a, size);
+    const bool direct = IsDirect(a, size);
     const x86::Gp target = direct ? HostRegister(hostOf[a.number]) : x86::Gp(x86::rax);
     if (!direct && op == TwoOperand::Asr && size < 2) {
         LoadSigned(e, x86::rax, a, size);
@@ -349,7 +341,7 @@ void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
 }
 
 void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
-    if (IsConstant(in.form.b)) FillSlot(e, in, SizeOf(in));
+    if (IsConstant(in.form.b)) ConstantPlace(e, in, SizeOf(in));
     EmitAddress(e, in.form.b, NumberIn(in, in.form.bField), OffsetOf(in, in.form.b, WordOfB(in)),
                 x86::rcx);
     StoreValue(e, a, x86::rcx, 2);
@@ -368,7 +360,7 @@ void EmitTwoOperands(Emission& e, const Instruction& in) {
         return;
     }
     const Place b = IsConstant(in.form.b)
-                        ? FillSlot(e, in, size)
+                        ? ConstantPlace(e, in, size)
                         : PlaceFor(e, in.form.b, NumberIn(in, in.form.bField),
                                    OffsetOf(in, in.form.b, WordOfB(in)), x86::rcx, Use::Read);
     if (op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp) {

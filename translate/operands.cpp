@@ -1,7 +1,5 @@
 #include "translate/operands.h"
 
-#include <algorithm>
-
 #include "vm/machine.h"
 
 namespace moxi {
@@ -11,9 +9,6 @@ using namespace asmjit;
 namespace {
 
 constexpr i32 kFloorOffset = offsetof(TranslatedState, floor);
-
-// Frame operands farther from FP than this are looked at one by one.
-constexpr i32 kNearFrame = 65536;
 
 void Compare(Emission& e, const x86::Gp& address, Use use) {
     if (use == Use::Read) {
@@ -32,45 +27,23 @@ Place MemoryAt(const x86::Gp& address) {
     return place;
 }
 
-// The offsets from FP that an instruction uses.
-void AddFrameOffsets(const Instruction& in, i32& low, i32& high) {
-    const auto add = [&](u32 offset) {
-        const i32 signedOffset = static_cast<i32>(offset);
-        if (signedOffset < -kNearFrame || signedOffset > kNearFrame) return;
-        low = std::min(low, signedOffset);
-        high = std::max(high, signedOffset);
-    };
-    const auto near = static_cast<u32>(FrameOffset(in.w));
-    if (in.kind == InstructionClass::TwoOperands) {
-        if (in.form.a == Mode::Frame || in.form.b == Mode::Frame) add(near);
-        if (in.form.b == Mode::Frame32) add(in.words[0]);
-    } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Frame) {
-        add(near);
-    } else if (in.kind == InstructionClass::TestBranch &&
-               static_cast<TestOperand>(TestMode(in.w)) == TestOperand::Frame32) {
-        add(in.words[0]);
-    }
-}
-
 // One comparison for all operands in the frame up to the end of the block or the next LINK.
 void CheckFrame(Emission& e) {
-    i32 low = kNearFrame;
-    i32 high = -kNearFrame;
-    for (u32 i = e.index; i < e.block.count; ++i) {
-        const Instruction& in = e.region.instructions[e.block.first + i];
-        AddFrameOffsets(in, low, high);
-        if (in.kind == InstructionClass::Single && SingleOf(in) == Single::Link) break;
-    }
-    // FP + low lies at or above the floor, and FP + high does not wrap.
-    const u32 room = 0xF0000000 - static_cast<u32>(high - low);
-    e.a.lea(x86::eax, x86::ptr(x86::r13, low));
-    e.a.sub(x86::eax, x86::dword_ptr(kStateRegister, kFloorOffset));
-    e.a.cmp(x86::eax, room);
+    const i32 low = FrameUseFrom(e.region, e.block, e.index).low;
+    CompareFrame(e, low, x86::eax);
     e.a.jae(LeaveLabel(e));
-    e.safeFrame = low;
+    e.facts.frame = low;
 }
 
 }  // namespace
+
+void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {
+    // FP + low lies at or above the floor, and FP + kNearFrame does not wrap.
+    const u32 room = 0xF0000000 - static_cast<u32>(kNearFrame - low);
+    e.a.lea(scratch, x86::ptr(x86::r13, low));
+    e.a.sub(scratch, x86::dword_ptr(kStateRegister, kFloorOffset));
+    e.a.cmp(scratch, room);
+}
 
 Label LeaveLabel(Emission& e) {
     if (!e.leave.isValid()) {
@@ -112,7 +85,7 @@ Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
         Compare(e, scratch, use);
         return MemoryAt(scratch);
     }
-    if (signedOffset < e.safeFrame) CheckFrame(e);
+    if (signedOffset < e.facts.frame) CheckFrame(e);
     Place place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, x86::r13, 0, signedOffset);
@@ -144,8 +117,8 @@ bool IsHost(const Place& place) {
     return place.kind == PlaceKind::Register && hostOf[place.number] != kNoHost;
 }
 
-bool IsNarrow(const Emission& e, u32 number) {
-    return (e.narrow >> number & 1) != 0;
+bool IsNarrow(u32 number) {
+    return (narrowRegisters >> number & 1) != 0;
 }
 
 x86::Gp HostRegister(i32 host) {
@@ -209,7 +182,7 @@ void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) 
         return;
     }
     const x86::Gp whole = HostRegister(hostOf[place.number]);
-    if (size == 2 && !IsNarrow(e, place.number)) {
+    if (size == 2 && !IsNarrow(place.number)) {
         // Only the low half changes.
         e.a.xor_(from.r32(), whole.r32());
         e.a.xor_(whole, from.r64());
@@ -220,6 +193,24 @@ void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) 
 
 void StoreWhole(Emission& e, const Place& place, const x86::Gp& from) {
     e.a.emit(x86::Inst::kIdMov, OperandOf(place, 3), from.r64());
+}
+
+void FillSlot(Emission& e, u64 value, u32 size) {
+    if (size == 3) {
+        e.a.mov(x86::dword_ptr(kImage, kImmediateSlot + 4), static_cast<u32>(value >> 32));
+    }
+    e.fillsSlot = true;
+    e.slot = static_cast<u32>(value);
+}
+
+bool NeedsSlot(const Emission& e, u32 target) {
+    if (!e.fillsSlot) return false;
+    const int block = BlockAt(e.region, target);
+    return block < 0 || !e.startWithSlot[static_cast<size_t>(block)];
+}
+
+void StoreSlot(Emission& e) {
+    if (e.fillsSlot) e.a.mov(x86::dword_ptr(kImage, kImmediateSlot), e.slot);
 }
 
 void KeepResult(Emission& e, const x86::Gp& value, u32 size) {
