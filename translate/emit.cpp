@@ -128,8 +128,9 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
 // the processor's stack: most often it is the right one, and then neither it nor SP, which follows from
 // the instruction, has to wait for what the module's stack says.
 void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
-    e.a.mov(x86::rcx, returned);
-    e.a.cmp(x86::rax, x86::rcx);
+    const Label wanted = e.a.newLabel();
+    e.returns.push_back({wanted, returned});
+    e.a.cmp(x86::rax, x86::qword_ptr(wanted));
     e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
     e.a.pop(x86::rcx);
     e.a.cmp(x86::edx, x86::ecx);
@@ -175,6 +176,8 @@ void EmitLink(Emission& e, const Instruction& in) {
         const x86::Mem to = InStack(x86::r12, static_cast<i32>(8 * i - room), 8);
         if (hostOf[number] != kNoHost) {
             e.a.mov(to, HostRegister(hostOf[number]));
+        } else if (vectorOf[number] != kNoHost) {
+            e.a.movq(to, VectorRegister(vectorOf[number]));
         } else {
             e.a.mov(x86::rax, MemoryOf(RegisterPlace(number), 3));
             e.a.mov(to, x86::rax);
@@ -219,6 +222,8 @@ void EmitReturn(Emission& e, const Instruction& in) {
         const x86::Mem saved = InStack(x86::r12, static_cast<i32>(8 * i), 8);
         if (hostOf[number] != kNoHost) {
             e.a.mov(HostRegister(hostOf[number]), saved);
+        } else if (vectorOf[number] != kNoHost) {
+            e.a.movq(VectorRegister(vectorOf[number]), saved);
         } else {
             e.a.mov(x86::rcx, saved);
             e.a.mov(MemoryOf(RegisterPlace(number), 3), x86::rcx);
@@ -322,6 +327,15 @@ void EmitFullStacks(Emission& e) {
         e.a.bind(full.label);
         e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
         e.a.jmp(full.back);
+    }
+}
+
+// What returns are compared with.
+void EmitReturns(Emission& e) {
+    e.a.align(AlignMode::kData, 8);
+    for (const Emission::Return& expected : e.returns) {
+        e.a.bind(expected.label);
+        e.a.embedUInt64(expected.value);
     }
 }
 
@@ -438,9 +452,17 @@ constexpr x86::Gp kKept[] = {x86::rbx, x86::rbp, x86::r12, x86::r13, x86::r14, x
 // Into or out of the header's registers.
 void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
     for (u32 number = 0; number < 16; ++number) {
+        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
+        if (vectorOf[number] != kNoHost) {
+            const x86::Xmm vector = VectorRegister(vectorOf[number]);
+            if (isLoad) {
+                a.movq(vector, slot);
+            } else {
+                a.movq(slot, vector);
+            }
+        }
         if (hostOf[number] == kNoHost) continue;
         const x86::Gp host = HostRegister(hostOf[number]);
-        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
         if (isLoad) {
             a.mov(host, slot);
         } else {
@@ -586,6 +608,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     EmitFullStacks(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
+    EmitReturns(e);
     out.code = CodeOf(holder, base);
     return out;
 }

@@ -93,6 +93,12 @@ void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, 
     } else {
         LoadValue(e, x86::rax, place, size);
     }
+    if (isDouble && IsVector(place)) {
+        const x86::Xmm to = VectorRegister(vectorOf[place.number]);
+        e.a.pxor(to, to);
+        e.a.cvtsi2sd(to, x86::rax);
+        return;
+    }
     e.a.pxor(x86::xmm0, x86::xmm0);
     if (isDouble) {
         e.a.cvtsi2sd(x86::xmm0, x86::rax);

@@ -102,6 +102,10 @@ u32 SimpleInstruction(TwoOperand op) {
 
 // A source for an instruction whose other operand is a register of the size, 2 or 3.
 Operand Source(Emission& e, const Place& b, u32 size) {
+    if (IsVector(b)) {
+        LoadValue(e, x86::rcx, b, size);
+        return Sized(x86::rcx, size);
+    }
     if (b.kind != PlaceKind::Constant) return OperandOf(b, size);
     if (size == 2) return Imm(static_cast<i32>(b.constant));
     if (FitsSigned32(b.constant)) return Imm(static_cast<i64>(b.constant));
@@ -162,19 +166,56 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
     StoreValue(e, a, x86::rax, size);
 }
 
+// MOVE with a vector register, where that needs no general one. False when it was not done.
+bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
+    if (size < 2) return false;
+    if (IsVector(a)) {
+        const x86::Xmm to = VectorRegister(vectorOf[a.number]);
+        if (IsVector(b)) {
+            const x86::Xmm from = VectorRegister(vectorOf[b.number]);
+            if (size == 3) {
+                e.a.movaps(to, from);
+            } else {
+                e.a.movss(to, from);
+            }
+            return true;
+        }
+        if (size == 3 && b.kind == PlaceKind::Constant && b.constant == 0) {
+            e.a.xorps(to, to);
+            return true;
+        }
+        if (size == 3 && b.kind != PlaceKind::Constant) {
+            e.a.emit(x86::Inst::kIdMovq, to, OperandOf(b, 3));
+            return true;
+        }
+        LoadValue(e, x86::rax, b, size);
+        StoreValue(e, a, x86::rax, size);
+        return true;
+    }
+    if (!IsVector(b) || IsHost(a)) return false;
+    const x86::Xmm from = VectorRegister(vectorOf[b.number]);
+    if (size == 3) {
+        e.a.movq(MemoryOf(a, 3), from);
+    } else {
+        e.a.movd(MemoryOf(a, 2), from);
+    }
+    return true;
+}
+
 void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
     if (IsDirect(a, size)) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
     }
-    if (!IsHost(a) && b.kind == PlaceKind::Constant && (size < 3 || FitsSigned32(b.constant))) {
+    if (MoveByVector(e, a, b, size)) return;
+    if (!IsHost(a) && !IsVector(a) && b.kind == PlaceKind::Constant && (size < 3 || FitsSigned32(b.constant))) {
         const i64 value = size == 0   ? static_cast<i8>(b.constant)
                           : size == 1 ? static_cast<i16>(b.constant)
                                       : static_cast<i32>(b.constant);
         e.a.mov(MemoryOf(a, size), value);
         return;
     }
-    if (!IsHost(a) && IsHost(b)) {
+    if (!IsHost(a) && !IsVector(a) && IsHost(b)) {
         e.a.mov(MemoryOf(a, size), Sized(HostRegister(hostOf[b.number]), size));
         return;
     }
@@ -288,6 +329,9 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
 void LoadFloat(Emission& e, const x86::Xmm& to, const Place& place, u32 size) {
     if (place.kind == PlaceKind::Constant) {
         LoadValue(e, x86::rax, place, size);
+    } else if (IsVector(place)) {
+        e.a.movaps(to, VectorRegister(vectorOf[place.number]));
+        return;
     } else if (!IsHost(place)) {
         if (size == 2) {
             e.a.movss(to, MemoryOf(place, 2));
@@ -333,11 +377,21 @@ u32 FloatInstruction(TwoOperand op, u32 size) {
 }
 
 void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
-    LoadFloat(e, x86::xmm0, a, size);
-    LoadFloat(e, x86::xmm1, b, size);
+    x86::Xmm target = x86::xmm0;
+    x86::Xmm source = x86::xmm1;
+    if (IsVector(a)) {
+        target = VectorRegister(vectorOf[a.number]);
+    } else {
+        LoadFloat(e, target, a, size);
+    }
+    if (IsVector(b)) {
+        source = VectorRegister(vectorOf[b.number]);
+    } else {
+        LoadFloat(e, source, b, size);
+    }
     if (op == TwoOperand::Fcmp) return;
-    e.a.emit(FloatInstruction(op, size), x86::xmm0, x86::xmm1);
-    StoreFloat(e, a, x86::xmm0, size);
+    e.a.emit(FloatInstruction(op, size), target, source);
+    if (!IsVector(a)) StoreFloat(e, a, target, size);
 }
 
 void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {

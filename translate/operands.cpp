@@ -35,6 +35,34 @@ void CheckFrame(Emission& e) {
     e.facts.frame = low;
 }
 
+// Sign-extends a value of a size to 64 bits.
+void KeepExtended(Emission& e, const x86::Gp& to, const x86::Gp& value, u32 size) {
+    if (size < 2) {
+        e.a.movsx(to.r64(), Sized(value, size));
+    } else if (size == 2) {
+        e.a.movsxd(to.r64(), value.r32());
+    } else if (to.r64() != value.r64()) {
+        e.a.mov(to.r64(), value.r64());
+    }
+}
+
+// The rest of the vector register stays as it is. rdx is free, since the operand has no address.
+void StoreInVector(Emission& e, const x86::Xmm& to, const x86::Gp& from, u32 size) {
+    switch (size) {
+        case 0:
+            e.a.movq(x86::rdx, to);
+            e.a.mov(x86::dl, from.r8());
+            e.a.movq(to, x86::rdx);
+            return;
+        case 1: e.a.pinsrw(to, from.r32(), 0); return;
+        case 2:
+            e.a.movd(x86::xmm0, from.r32());
+            e.a.movss(to, x86::xmm0);
+            return;
+        default: e.a.movq(to, from.r64());
+    }
+}
+
 }  // namespace
 
 void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {
@@ -105,7 +133,7 @@ void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& to
                 e.a.lea(to.r32(), x86::ptr(HostRegister(host), offset));
                 return;
             }
-            e.a.mov(to.r32(), x86::dword_ptr(kImage, static_cast<i32>(RegisterAddress(number))));
+            LoadValue(e, to, RegisterPlace(number), 2);
             if (word != 0) e.a.add(to.r32(), offset);
             return;
         }
@@ -123,6 +151,14 @@ bool IsNarrow(u32 number) {
 
 x86::Gp HostRegister(i32 host) {
     return x86::gpq(kHostNumbers[static_cast<u32>(host)]);
+}
+
+bool IsVector(const Place& place) {
+    return place.kind == PlaceKind::Register && vectorOf[place.number] != kNoHost;
+}
+
+x86::Xmm VectorRegister(i32 vector) {
+    return x86::xmm(kFirstVector + static_cast<u32>(vector));
 }
 
 x86::Gp Sized(const x86::Gp& whole, u32 size) {
@@ -157,6 +193,16 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
         }
         return;
     }
+    if (IsVector(place)) {
+        const x86::Xmm from = VectorRegister(vectorOf[place.number]);
+        if (size == 3) {
+            e.a.movq(to.r64(), from);
+        } else {
+            e.a.movd(to.r32(), from);
+        }
+        if (size < 2) e.a.movzx(to.r32(), Sized(to, size));
+        return;
+    }
     const Operand operand = OperandOf(place, size);
     if (size < 2) {
         e.a.emit(x86::Inst::kIdMovzx, to.r32(), operand);
@@ -166,6 +212,11 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
 }
 
 void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
+    if (IsVector(place)) {
+        LoadValue(e, to, place, size);
+        KeepExtended(e, to, to, size);
+        return;
+    }
     const Operand operand = OperandOf(place, size);
     if (size < 2) {
         e.a.emit(x86::Inst::kIdMovsx, to.r64(), operand);
@@ -177,6 +228,10 @@ void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
 }
 
 void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) {
+    if (IsVector(place)) {
+        StoreInVector(e, VectorRegister(vectorOf[place.number]), from, size);
+        return;
+    }
     if (!IsHost(place)) {
         e.a.mov(MemoryOf(place, size), Sized(from, size));
         return;
@@ -192,6 +247,10 @@ void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) 
 }
 
 void StoreWhole(Emission& e, const Place& place, const x86::Gp& from) {
+    if (IsVector(place)) {
+        e.a.movq(VectorRegister(vectorOf[place.number]), from.r64());
+        return;
+    }
     e.a.emit(x86::Inst::kIdMov, OperandOf(place, 3), from.r64());
 }
 
@@ -214,12 +273,7 @@ void StoreSlot(Emission& e) {
 }
 
 void KeepResult(Emission& e, const x86::Gp& value, u32 size) {
-    switch (size) {
-        case 0:
-        case 1: e.a.movsx(x86::r15, Sized(value, size)); return;
-        case 2: e.a.movsxd(x86::r15, value.r32()); return;
-        default: e.a.mov(x86::r15, value.r64());
-    }
+    KeepExtended(e, x86::r15, value, size);
 }
 
 }  // namespace moxi

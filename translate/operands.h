@@ -57,6 +57,11 @@ struct Emission {
     // Where each block's code begins behind its note in the log, and its first place.
     std::vector<asmjit::Label> bodies;
     std::vector<u32> firstPlaces;
+    struct Return {
+        asmjit::Label label;
+        u64 value;
+    };
+    std::vector<Return> returns;
     // Calls that find no room on the processor's stack.
     struct FullStack {
         asmjit::Label label;
@@ -100,11 +105,14 @@ void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const asmjit::x86
 
 bool IsHost(const Place& place);
 bool IsNarrow(u32 number);
+bool IsVector(const Place& place);
+asmjit::x86::Xmm VectorRegister(i32 vector);
 // The host register of an index, 64 bits.
 asmjit::x86::Gp HostRegister(i32 host);
 // The same at a size of 0 to 3.
 asmjit::x86::Gp Sized(const asmjit::x86::Gp& whole, u32 size);
-// The place as an operand of the processor: memory, or the host register at the size.
+// The place as an operand of the processor: memory, or the host register at the size. Not for one in
+// a vector register.
 asmjit::Operand OperandOf(const Place& place, u32 size);
 asmjit::x86::Mem MemoryOf(const Place& place, u32 size);
 

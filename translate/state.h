@@ -14,11 +14,16 @@ namespace moxi {
 //   r12  SP, r13 FP, upper halves clear   r15  the newest result that set flags, sign-extended
 //   r11  the record below                 rax, rcx, rdx  free within an instruction
 //   rsi, rdi, rbp, r8, r9, r10            six of the module's registers, all 64 bits
+//   xmm4 to xmm15                         those of the module's registers that mostly hold
+//                                         floating-point numbers, in the lower 64 bits
+//   xmm0, xmm1                            free within an instruction
 //
 // A register of the module that is "narrow" has its upper half clear wherever translated code runs.
 constexpr u32 kHostRegisters = 6;
 constexpr std::array<u8, kHostRegisters> kHostNumbers = {6, 7, 5, 8, 9, 10};
 constexpr i32 kNoHost = -1;
+constexpr u32 kFirstVector = 4;
+constexpr u32 kVectors = 12;
 
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
@@ -64,6 +69,9 @@ extern TranslatedState translatedState;
 
 // Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
 extern std::array<i32, 16> hostOf;
+
+// Which of the registers from xmm4 on holds it, or kNoHost.
+extern std::array<i32, 16> vectorOf;
 
 // The registers, a bit for each, that are narrow.
 extern u16 narrowRegisters;

@@ -14,6 +14,7 @@
 #include <unordered_map>
 
 #include "translate/emit.h"
+#include "translate/homes.h"
 #include "translate/state.h"
 #include "vm/guard.h"
 #include "vm/heap.h"
@@ -24,6 +25,7 @@ namespace moxi {
 
 constinit TranslatedState translatedState;
 constinit std::array<i32, 16> hostOf = {};
+constinit std::array<i32, 16> vectorOf = {};
 constinit u16 narrowRegisters = 0;
 constinit TranslatorCounts translatorCounts;
 
@@ -87,6 +89,9 @@ constinit TranslatedRegion* visited = nullptr;
 constinit u16 wideRegisters = 0;
 constexpr u32 kMostRefusals = 50;
 constinit u32 refusals = 0;
+
+// How often all regions so far use each register.
+constinit RegisterUses registerUses;
 
 // The blocks of the log, from the newest on, that may have filled the immediate slot last where the
 // image does not have it.
@@ -196,6 +201,12 @@ const CodePlace* SettleInterrupted(void* context) {
         const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
         Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
     }
+    const auto& vectors = static_cast<const ucontext_t*>(context)->uc_mcontext.fpregs->_xmm;
+    for (u32 number = 0; number < 16; ++number) {
+        if (vectorOf[number] == kNoHost) continue;
+        const auto& held = vectors[kFirstVector + static_cast<u32>(vectorOf[number])];
+        Store<u64>(RegisterAddress(number), held.element[0] | u64{held.element[1]} << 32);
+    }
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
     lastThreadedResult = registers[REG_R15];
@@ -282,34 +293,22 @@ u32 EntryAt(u32 pc) {
     return offset;
 }
 
-// Which of the module's registers live in the processor's: those that the region uses most.
-void ChooseHosts(const Region& region) {
-    std::array<u32, 16> uses = {};
-    for (const Instruction& in : region.instructions) {
-        if (in.kind == InstructionClass::TwoOperands) {
-            if (in.form.aField != Field::None && in.form.a != Mode::Quick)
-                ++uses[LowRegister(in.w)];
-            if (in.form.bField != Field::None && in.form.b != Mode::Quick) {
-                ++uses[in.form.bField == Field::High ? HighRegister(in.w) : LowRegister(in.w)];
-            }
-        } else if (in.kind == InstructionClass::OneOperand) {
-            if (in.mode == Mode::Register || in.mode == Mode::Indexed) ++uses[HighRegister(in.w)];
-        }
-    }
-    hostOf.fill(kNoHost);
-    for (u32 host = 0; host < kHostRegisters; ++host) {
-        u32 best = 0;
-        for (u32 number = 1; number < 16; ++number) {
-            const bool isFree = hostOf[number] == kNoHost;
-            if (isFree && (hostOf[best] != kNoHost || uses[number] > uses[best])) best = number;
-        }
-        hostOf[best] = static_cast<i32>(host);
-    }
+void ChooseHosts() {
+    const Homes homes = HomesFor(registerUses);
+    hostOf = homes.hosts;
+    vectorOf = homes.vectors;
     narrowRegisters = 0;
     for (u32 number = 0; number < 16; ++number) {
         const bool isNarrow = hostOf[number] != kNoHost && (wideRegisters >> number & 1) == 0;
         if (isNarrow) narrowRegisters = static_cast<u16>(narrowRegisters | 1u << number);
     }
+}
+
+// Now and then, as more of the module has been seen, other registers may be the ones to hold.
+bool OtherHostsAreBetter() {
+    const auto count = static_cast<u32>(translatorCounts.regions);
+    const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
+    return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
 }
 
 void ForgetEverything() {
@@ -417,10 +416,14 @@ TranslatedRegion* Translate(u32 pc) {
     const Region region = FindRegion(pc);
     if (region.instructions.empty()) return nullptr;
     const u16 wide = WideRegisters(region);
-    if (codeUsed + kRegionRoom > kCodeMemory || (narrowRegisters & wide) != 0) ForgetEverything();
+    CountUses(region, registerUses);
+    if (codeUsed + kRegionRoom > kCodeMemory || (narrowRegisters & wide) != 0 ||
+        OtherHostsAreBetter()) {
+        ForgetEverything();
+    }
     wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
-        ChooseHosts(region);
+        ChooseHosts();
         MakeWritable(true);
         const std::vector<u8> bytes =
             EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
@@ -544,6 +547,7 @@ bool StartTranslator(const TranslatorOptions& options) {
     settings = options;
     ForgetEverything();
     wideRegisters = 0;
+    registerUses = {};
     refusals = 0;
     InstallSettling();
     translatedCodeAt = CodeAt;
