@@ -270,6 +270,7 @@ void EmitBlock(Emission& e, size_t number) {
     e.flagsFit = false;
     e.facts = e.before[number];
     e.fillsSlot = false;
+    e.reached.clear();
     e.a.bind(e.labels[number]);
     e.firstPlaces.push_back(static_cast<u32>(e.out.places.size()));
     EmitNote(e, {0, e.firstPlaces.back(), static_cast<u16>(e.block.count)});
@@ -286,6 +287,7 @@ void EmitBlock(Emission& e, size_t number) {
         e.out.places.back().fillsSlot = e.fillsSlot;
         e.out.places.back().slot = e.slot;
         e.facts = after;
+        KeepReached(e, in);
     }
     const Instruction& last = *e.in;
     // Who has returned has stored its own.
@@ -597,6 +599,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
     Emission e(a, region, shared, out, base);
+    for (const Instruction& in : region.instructions) e.end = std::max(e.end, in.pc + in.length);
     e.before = FindFacts(region);
     e.startWithSlot = StartWithSlot(region);
     for (size_t i = 0; i < region.blocks.size(); ++i) {

@@ -37,6 +37,8 @@ struct Translation {
         u32 offset = 0;
     };
     std::vector<Entry> entries;
+    // It writes without a look what has an address of its own, from here on.
+    u32 lowestWrite = ~u32{0};
 };
 
 // The code that all regions share, and where it lies.

@@ -1,5 +1,7 @@
 #include "translate/operands.h"
 
+#include <algorithm>
+
 #include "vm/machine.h"
 
 namespace moxi {
@@ -63,7 +65,29 @@ void StoreInVector(Emission& e, const x86::Xmm& to, const x86::Gp& from, u32 siz
     }
 }
 
+// Memory has been reached through the register at an offset not far below this one. An access has
+// succeeded there, so the image does not end before; and up to here the address does not wrap.
+bool WasReached(const Emission& e, u32 number, u32 offset, Use use) {
+    constexpr u32 kNear = 65536;
+    return std::any_of(e.reached.begin(), e.reached.end(), [&](const Emission::Reach& reach) {
+        return reach.number == number && offset - reach.offset <= kNear &&
+               (use == Use::Read || reach.use == Use::Write);
+    });
+}
+
 }  // namespace
+
+void KeepReached(Emission& e, const Instruction& in) {
+    e.reached.insert(e.reached.end(), e.reaching.begin(), e.reaching.end());
+    e.reaching.clear();
+    u32 written = 16;
+    if (in.kind == InstructionClass::TwoOperands && in.form.a == Mode::Register) {
+        written = LowRegister(in.w);
+    } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
+        written = in.w >> 16;
+    }
+    std::erase_if(e.reached, [&](const Emission::Reach& reach) { return reach.number == written; });
+}
 
 void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {
     // FP + low lies at or above the floor, and FP + kNearFrame does not wrap.
@@ -89,7 +113,10 @@ Place RegisterPlace(u32 number) {
 }
 
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
-    if (use == Use::Read && address < 0x80000000) {
+    // What lies above all code that is translated so far stays there, or the region is given up.
+    const bool isAbove = address >= std::max(translatedState.floor, e.end);
+    if (use == Use::Write && isAbove) e.out.lowestWrite = std::min(e.out.lowestWrite, address);
+    if ((use == Use::Read || isAbove) && address < 0x80000000) {
         Place place;
         place.kind = PlaceKind::Memory;
         place.memory = x86::ptr(kImage, static_cast<i32>(address));
@@ -102,7 +129,10 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
 
 Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
     EmitAddress(e, Mode::Indexed, number, offset, scratch);
-    Compare(e, scratch, use);
+    if (!WasReached(e, number, offset, use)) {
+        Compare(e, scratch, use);
+        e.reaching.push_back({number, offset, use});
+    }
     return MemoryAt(scratch);
 }
 

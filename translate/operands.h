@@ -15,6 +15,10 @@ namespace moxi {
 constexpr asmjit::x86::Gp kImage = asmjit::x86::rbx;
 constexpr asmjit::x86::Gp kStateRegister = asmjit::x86::r11;
 
+// What an operand is used for decides what its address is compared with: nothing is read below the
+// header's end, and nothing written below the end of translated code.
+enum class Use : u8 { Read, Write };
+
 // The writing of one region.
 struct Emission {
     asmjit::x86::Assembler& a;
@@ -25,7 +29,8 @@ struct Emission {
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
-    u32 index = 0;       // of the present instruction, in the block
+    u32 index = 0;                      // of the present instruction, in the block
+    u32 end = 0;                        // of the region's code
     // The processor's flags ZERO and SIGN are those of the newest result.
     bool flagsFit = false;
     // What is known before the present instruction, and at the beginning of each block.
@@ -37,6 +42,16 @@ struct Emission {
     u32 slot = 0;
     // The blocks that fill the slot before they can be left.
     std::vector<bool> startWithSlot;
+    // Through which registers memory was reached in this block, and at which offset: no lower one has to
+    // be compared again until the register changes. Found while an instruction is written, and known
+    // behind it.
+    struct Reach {
+        u32 number;
+        u32 offset;
+        Use use;
+    };
+    std::vector<Reach> reached;
+    std::vector<Reach> reaching;
     // Where the present instruction is left to the interpreter, if it can be.
     asmjit::Label leave;
     struct Departure {
@@ -90,9 +105,8 @@ struct Place {
     u64 constant = 0;
 };
 
-// What an operand is used for decides what its address is compared with: nothing is read below the
-// header's end, and nothing written below the end of translated code.
-enum class Use : u8 { Read, Write };
+// Behind an instruction, for the next one.
+void KeepReached(Emission& e, const Instruction& in);
 
 Place RegisterPlace(u32 number);
 Place AbsolutePlace(Emission& e, u32 address, const asmjit::x86::Gp& scratch, Use use);

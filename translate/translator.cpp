@@ -51,6 +51,7 @@ struct TranslatedRegion {
     std::vector<BlockPlace> blocks;
     std::vector<Translation::Entry> entries;
     std::vector<Stretch> stretches;
+    u32 lowestWrite = ~u32{0};
     u32 generation = 0;  // that in which it was last compared with the module's code
     // Visits from the interpreter that ended soon, and others.
     u32 shortVisits = 0;
@@ -410,6 +411,10 @@ void SetFloor(const Region& region) {
     const u32 end = last.pc + last.length;
     translatedState.floor = std::max(translatedState.floor, end);
     translatedState.pushFloor = translatedState.floor + kFloorRoom;
+    // Others have counted on what they write lying above it.
+    for (const auto& other : regions) {
+        if (other->lowestWrite < translatedState.floor) Forget(*other);
+    }
 }
 
 TranslatedRegion* Translate(u32 pc) {
@@ -451,6 +456,7 @@ TranslatedRegion* Translate(u32 pc) {
     made.blocks = std::move(translation.blocks);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
+    made.lowestWrite = translation.lowestWrite;
     for (const auto& entry : made.entries) {
         if (regionAt.contains(entry.pc)) continue;
         regionAt[entry.pc] = &made;
