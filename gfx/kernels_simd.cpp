@@ -14,6 +14,8 @@
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 
+namespace moxi {
+
 HWY_BEFORE_NAMESPACE();
 namespace HWY_NAMESPACE {
 namespace {
@@ -685,3 +687,5 @@ void ChooseKernels() {
 }
 
 #endif
+
+}  // namespace moxi
