@@ -8,7 +8,6 @@ from 0.
 import os
 import struct
 
-MUSIC = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "resources", "MUSIC")
 TICKS = 480
 STEPS = {"C": 0, "D": 2, "E": 4, "F": 5, "G": 7, "A": 9, "B": 11}
 KINDS = {"": (0, 4, 7), "m": (0, 3, 7), "7": (0, 4, 7, 10), "m7": (0, 3, 7, 10), "maj7": (0, 4, 7, 11),
@@ -188,7 +187,7 @@ class Piece:
         self.tempos.append((beat, tempo))
 
     def save(self):
-        folder = os.environ.get("GLIMMER_MUSIC", MUSIC)
+        folder = os.environ["ART_MUSIC"]
         os.makedirs(folder, exist_ok=True)
         head = [(0, 0, b"\xff\x03" + quantity(len(self.title)) + self.title.encode()),
                 (0, 0, b"\xff\x58\x04" + bytes((self.meter, 2, 24, 8)))]
