@@ -174,7 +174,21 @@ void game_title(const char* title) {
     moxi_window_title(title);
 }
 
+static void (*ending)(void);
+
+void game_ending(void (*call)(void)) {
+    ending = call;
+}
+
+// The window asks more than once.
+static void End(void) {
+    void (*const call)(void) = ending;
+    ending = NULL;
+    if (call != NULL) call();
+}
+
 void game_quit(void) {
+    End();
     moxi_stop();
 }
 
@@ -183,7 +197,7 @@ void game_quit(void) {
 __attribute__((export_name("moxi_message"))) int moxi_game_message(int message, int p1, int p2,
                                                                    int p3) {
     switch (message) {
-        case MOXI_MSG_CLOSE: return 1;
+        case MOXI_MSG_CLOSE: End(); return 1;
         case MOXI_MSG_SIZE: OnSize(p1, p2); break;
         case MOXI_MSG_MINIMIZE: isMinimized = p1 != 0; break;
         case MOXI_MSG_TICK: OnTick(); break;
