@@ -179,7 +179,8 @@ static int Main(int argc, char** argv) {
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
     if (!options.newGame.empty()) {
-        const NewGameResult made = MakeNewGame(options.newGame, options.newInC ? "c" : "assembly");
+        const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
+        const NewGameResult made = MakeNewGame(options.newGame, language);
         if (made.status != 0) RefuseCommandLine(made.problem);
         return made.status;
     }

@@ -66,8 +66,8 @@ static int GameTime(lua_State* L) {
     return 1;
 }
 
-// By way of exit, so that temporary files are removed. What the game has to do at its end is done with
-// the stack of the caller, which may be a coroutine.
+// By way of exit, so that temporary files are removed. What the game has to do at its end is done
+// with the stack of the caller, which may be a coroutine.
 static int GameQuit(lua_State* L) {
     EndGame(L);
     exit(0);
@@ -91,10 +91,10 @@ static int Key(lua_State* L) {
     return toupper((unsigned char)*text);
 }
 
-#define ASK(name, function, argument)         \
-    static int name(lua_State* L) {           \
+#define ASK(name, function, argument)           \
+    static int name(lua_State* L) {             \
         lua_pushboolean(L, function(argument)); \
-        return 1;                             \
+        return 1;                               \
     }
 
 ASK(KeyHeld, key_held, Key(L))
@@ -145,7 +145,8 @@ static int StopMusic(lua_State* L) {
 // --- Saved values
 
 static int SavedNumber(lua_State* L) {
-    lua_pushinteger(L, saved_number(luaL_checkstring(L, 1), lua_isnoneornil(L, 2) ? 0 : Whole(L, 2)));
+    lua_pushinteger(L,
+                    saved_number(luaL_checkstring(L, 1), lua_isnoneornil(L, 2) ? 0 : Whole(L, 2)));
     return 1;
 }
 
@@ -187,33 +188,47 @@ static int Chance(lua_State* L) {
 }
 
 static const luaL_Reg kFunctions[] = {
-    {"game_title", GameTitle},       {"game_canvas", GameCanvas},
-    {"game_width", GameWidth},       {"game_height", GameHeight},
-    {"game_time", GameTime},         {"game_quit", GameQuit},
-    {"game_ending", GameEnding},     {"key_held", KeyHeld},
-    {"key_pressed", KeyPressed},     {"key_released", KeyReleased},
-    {"typed_text", TypedText},       {"mouse_x", MouseX},
-    {"mouse_y", MouseY},             {"mouse_held", MouseHeld},
-    {"mouse_pressed", MousePressed}, {"mouse_released", MouseReleased},
-    {"mouse_wheel", MouseWheel},     {"play_sound", PlaySound},
-    {"play_music", PlayMusic},       {"stop_music", StopMusic},
-    {"saved_number", SavedNumber},   {"save_number", SaveNumber},
-    {"saved_text", SavedText},       {"save_text", SaveText},
-    {"random_seed", RandomSeed},     {"random_int", RandomInt},
-    {"random_float", RandomFloat},   {"chance", Chance},
+    {"game_title", GameTitle},
+    {"game_canvas", GameCanvas},
+    {"game_width", GameWidth},
+    {"game_height", GameHeight},
+    {"game_time", GameTime},
+    {"game_quit", GameQuit},
+    {"game_ending", GameEnding},
+    {"key_held", KeyHeld},
+    {"key_pressed", KeyPressed},
+    {"key_released", KeyReleased},
+    {"typed_text", TypedText},
+    {"mouse_x", MouseX},
+    {"mouse_y", MouseY},
+    {"mouse_held", MouseHeld},
+    {"mouse_pressed", MousePressed},
+    {"mouse_released", MouseReleased},
+    {"mouse_wheel", MouseWheel},
+    {"play_sound", PlaySound},
+    {"play_music", PlayMusic},
+    {"stop_music", StopMusic},
+    {"saved_number", SavedNumber},
+    {"save_number", SaveNumber},
+    {"saved_text", SavedText},
+    {"save_text", SaveText},
+    {"random_seed", RandomSeed},
+    {"random_int", RandomInt},
+    {"random_float", RandomFloat},
+    {"chance", Chance},
     {NULL, NULL},
 };
 
 static const constant kConstants[] = {
-    {"GAME_RATE", GAME_RATE},       {"KEY_BACKSPACE", KEY_BACKSPACE},
-    {"KEY_TAB", KEY_TAB},           {"KEY_RETURN", KEY_RETURN},
-    {"KEY_SHIFT", KEY_SHIFT},       {"KEY_CONTROL", KEY_CONTROL},
-    {"KEY_OPTION", KEY_OPTION},     {"KEY_ESCAPE", KEY_ESCAPE},
-    {"KEY_SPACE", KEY_SPACE},       {"KEY_LEFT", KEY_LEFT},
-    {"KEY_UP", KEY_UP},             {"KEY_RIGHT", KEY_RIGHT},
-    {"KEY_DOWN", KEY_DOWN},         {"KEY_DELETE", KEY_DELETE},
-    {"KEY_F1", KEY_F1},             {"MOUSE_LEFT", MOUSE_LEFT},
-    {"MOUSE_RIGHT", MOUSE_RIGHT},   {"MOUSE_MIDDLE", MOUSE_MIDDLE},
+    {"GAME_RATE", GAME_RATE},     {"KEY_BACKSPACE", KEY_BACKSPACE},
+    {"KEY_TAB", KEY_TAB},         {"KEY_RETURN", KEY_RETURN},
+    {"KEY_SHIFT", KEY_SHIFT},     {"KEY_CONTROL", KEY_CONTROL},
+    {"KEY_OPTION", KEY_OPTION},   {"KEY_ESCAPE", KEY_ESCAPE},
+    {"KEY_SPACE", KEY_SPACE},     {"KEY_LEFT", KEY_LEFT},
+    {"KEY_UP", KEY_UP},           {"KEY_RIGHT", KEY_RIGHT},
+    {"KEY_DOWN", KEY_DOWN},       {"KEY_DELETE", KEY_DELETE},
+    {"KEY_F1", KEY_F1},           {"MOUSE_LEFT", MOUSE_LEFT},
+    {"MOUSE_RIGHT", MOUSE_RIGHT}, {"MOUSE_MIDDLE", MOUSE_MIDDLE},
 };
 
 void AddGameFunctions(lua_State* L) {

@@ -1,5 +1,5 @@
-// The functions of moxi/game.h for Lua: pictures, sheets, sprites, tile maps. They are objects that are
-// given up when nothing holds them any more; what an object is made of, it holds.
+// The functions of moxi/game.h for Lua: pictures, sheets, sprites, tile maps. They are objects that
+// are given up when nothing holds them any more; what an object is made of, it holds.
 
 #include <stddef.h>
 #include <stdlib.h>
@@ -81,7 +81,8 @@ static picture* PushLoaded(lua_State* L, const char* name) {
         lua_gc(L, LUA_GCCOLLECT);
         *image = load_picture(name);
     }
-    if (image->bitmap == 0) lua_writestringerror("load_picture: %s: there is no such picture\n", name);
+    if (image->bitmap == 0)
+        lua_writestringerror("load_picture: %s: there is no such picture\n", name);
     return image;
 }
 
@@ -108,7 +109,8 @@ static void SplitLines(lua_State* L, int at) {
     lua_replace(L, at);
 }
 
-// The rows of a picture or a map, ended by a null pointer; `longest` gets the length of the longest.
+// The rows of a picture or a map, ended by a null pointer; `longest` gets the length of the
+// longest.
 static const char** Rows(lua_State* L, int at, int* count, int* longest) {
     SplitLines(L, at);
     *count = (int)luaL_len(L, at);
@@ -458,8 +460,8 @@ static int DrawMap(lua_State* L) {
 // The new place and the sides that were stopped.
 static int MoveInMap(lua_State* L) {
     float x = Number(L, 2), y = Number(L, 3);
-    const int sides = move_in_map(Map(L, 1), &x, &y, Number(L, 4), Number(L, 5), Number(L, 6),
-                                  Number(L, 7));
+    const int sides =
+        move_in_map(Map(L, 1), &x, &y, Number(L, 4), Number(L, 5), Number(L, 6), Number(L, 7));
     lua_pushnumber(L, (lua_Number)x);
     lua_pushnumber(L, (lua_Number)y);
     lua_pushinteger(L, sides);

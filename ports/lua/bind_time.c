@@ -31,9 +31,9 @@ static void Fire(int i) {
     CallLua(owner, 0, "a timer");
 }
 
-#define ONE(n)                   \
-    static void Fire##n(void) {  \
-        Fire(n);                 \
+#define ONE(n)                  \
+    static void Fire##n(void) { \
+        Fire(n);                \
     }
 #define EIGHT(n) ONE(n##0) ONE(n##1) ONE(n##2) ONE(n##3) ONE(n##4) ONE(n##5) ONE(n##6) ONE(n##7)
 // In the octal system, without which a number could not be put together of its digits.
@@ -46,7 +46,8 @@ EIGHT(05)
 EIGHT(06)
 EIGHT(07)
 
-#define NAMES(n) Fire##n##0, Fire##n##1, Fire##n##2, Fire##n##3, Fire##n##4, Fire##n##5, Fire##n##6, Fire##n##7
+#define NAMES(n) \
+    Fire##n##0, Fire##n##1, Fire##n##2, Fire##n##3, Fire##n##4, Fire##n##5, Fire##n##6, Fire##n##7
 static const timer_function kFire[kTimers] = {NAMES(00), NAMES(01), NAMES(02), NAMES(03),
                                               NAMES(04), NAMES(05), NAMES(06), NAMES(07)};
 
@@ -83,8 +84,8 @@ static int StopTimer(lua_State* L) {
     return 0;
 }
 
-// --- Tweens: of a table's field, which has no address. C changes a number here, and what it has become
-// is put into the field before each update.
+// --- Tweens: of a table's field, which has no address. C changes a number here, and what it has
+// become is put into the field before each update.
 
 enum { kTweens = 64 };
 
@@ -181,14 +182,18 @@ int PassTweens(lua_State* L) {
 }
 
 static const luaL_Reg kFunctions[] = {
-    {"after", After}, {"every", Every},           {"stop_timer", StopTimer},
-    {"tween", Tween}, {"is_tweening", IsTweening}, {"eased", Eased},
+    {"after", After},
+    {"every", Every},
+    {"stop_timer", StopTimer},
+    {"tween", Tween},
+    {"is_tweening", IsTweening},
+    {"eased", Eased},
     {NULL, NULL},
 };
 
 static const constant kConstants[] = {
-    {"EASE_NONE", EASE_NONE}, {"EASE_IN", EASE_IN},         {"EASE_OUT", EASE_OUT},
-    {"EASE_BOTH", EASE_BOTH}, {"EASE_BACK", EASE_BACK},     {"EASE_BOUNCE", EASE_BOUNCE},
+    {"EASE_NONE", EASE_NONE},     {"EASE_IN", EASE_IN},     {"EASE_OUT", EASE_OUT},
+    {"EASE_BOTH", EASE_BOTH},     {"EASE_BACK", EASE_BACK}, {"EASE_BOUNCE", EASE_BOUNCE},
     {"EASE_SPRING", EASE_SPRING},
 };
 

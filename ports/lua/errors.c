@@ -9,7 +9,7 @@
 
 enum { kRoom = 8192, kAround = 2 };
 
-static char what[64];      // what was being done
+static char what[64];       // what was being done
 static char report[kRoom];  // the error's text, then its traceback
 static bool failed;
 
@@ -22,8 +22,7 @@ int DescribeError(lua_State* L) {
         if (luaL_callmeta(L, 1, "__tostring") && lua_type(L, -1) == LUA_TSTRING) {
             message = lua_tostring(L, -1);
         } else {
-            message =
-                lua_pushfstring(L, "(error object is a %s value)", luaL_typename(L, 1));
+            message = lua_pushfstring(L, "(error object is a %s value)", luaL_typename(L, 1));
         }
     }
     luaL_traceback(L, L, message, 1);

@@ -1,6 +1,6 @@
-// The table `state` from one run to the next, for a game that sets `keep_state` to true. It lies in the
-// data folder as a program in Lua that makes it, run without any name it could do harm with: a line
-// for each table and for each value, so that tables may be shared or lie in themselves.
+// The table `state` from one run to the next, for a game that sets `keep_state` to true. It lies in
+// the data folder as a program in Lua that makes it, run without any name it could do harm with: a
+// line for each table and for each value, so that tables may be shared or lie in themselves.
 
 #include <math.h>
 #include <stdio.h>
@@ -84,9 +84,7 @@ static void WriteValue(lua_State* L, FILE* file, int at) {
     switch (lua_type(L, at)) {
         case LUA_TNUMBER: WriteNumber(L, file, at); break;
         case LUA_TBOOLEAN: fputs(lua_toboolean(L, at) ? "true" : "false", file); break;
-        case LUA_TTABLE:
-            fprintf(file, "t[" LUA_INTEGER_FMT "]", NumberOfTable(L, at));
-            break;
+        case LUA_TTABLE: fprintf(file, "t[" LUA_INTEGER_FMT "]", NumberOfTable(L, at)); break;
         default: {
             const char* const text = lua_tolstring(L, at, &length);
             WriteText(file, text, length);
@@ -103,8 +101,8 @@ static bool IsKept(lua_State* L, int key, int value) {
     return false;
 }
 
-// The list of tables grows while it is written. A table is made before it is named: first all values
-// go to a file's lines, whose tables make themselves by `t`.
+// The list of tables grows while it is written. A table is made before it is named: first all
+// values go to a file's lines, whose tables make themselves by `t`.
 static int WriteTables(lua_State* L) {
     FILE* const file = (FILE*)lua_touserdata(L, 2);
     lua_settop(L, 1);

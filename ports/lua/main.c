@@ -1,5 +1,5 @@
-// A game or a program in Lua: reads MAIN.LUA and calls its functions setup, update and draw. When it
-// has none of them it was a program, and is over when it has come to its end.
+// A game or a program in Lua: reads MAIN.LUA and calls its functions setup, update and draw. When
+// it has none of them it was a program, and is over when it has come to its end.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -25,7 +25,8 @@ bool CallLua(lua_State* L, int arguments, const char* what) {
             ReportError(what, text);
         } else {
             const char* const described = lua_tostring(L, -1);
-            ReportError(what, described == NULL ? "an error in the handling of an error" : described);
+            ReportError(what,
+                        described == NULL ? "an error in the handling of an error" : described);
         }
         lua_pop(L, 1);
     }
@@ -96,11 +97,13 @@ static void OnEnd(void) {
 void setup(void) {
     // There are no other programs: nowhere to look for them.
     setenv("PATH", "", 1);
-    game = lua_newstate(Allocate, NULL);
+    // Its memory comes from where ours does; with it come warnings and a last word of its own.
+    game = luaL_newstate();
     if (game == NULL) {
         ReportError(MAIN_FILE, "not enough memory");
         return;
     }
+    lua_setallocf(game, Allocate, NULL);
     WatchMemoryOf(game);
     game_ending(OnEnd);
     lua_pushcfunction(game, RunMainFile);

@@ -1,5 +1,5 @@
-// Lua's memory. When there is none left, Lua raises an error without a handler and without a word on
-// where that was; so the place is written down here, where nothing can be allocated any more.
+// Lua's memory. When there is none left, Lua raises an error without a handler and without a word
+// on where that was; so the place is written down here, where nothing can be allocated any more.
 
 #include <stdio.h>
 #include <stdlib.h>

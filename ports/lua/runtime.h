@@ -1,5 +1,5 @@
-// What the parts of the Lua runtime share. Lua itself is Debian's source as it is; these files make a
-// game or a program of it: MAIN.LUA among the resources.
+// What the parts of the Lua runtime share. Lua itself is Debian's source as it is; these files make
+// a game or a program of it: MAIN.LUA among the resources.
 #ifndef MOXI_LUA_RUNTIME_H
 #define MOXI_LUA_RUNTIME_H
 
@@ -12,8 +12,9 @@
 
 // --- main.c
 
-// Calls the function below its arguments on the stack, which leaves no results. An error becomes the
-// picture that is shown from then on, and false is returned. `what` names the call in that picture.
+// Calls the function below its arguments on the stack, which leaves no results. An error becomes
+// the picture that is shown from then on, and false is returned. `what` names the call in that
+// picture.
 bool CallLua(lua_State* L, int arguments, const char* what);
 
 // What has to be done when the game ends: the game's own function, the state, files that are open.

@@ -84,7 +84,8 @@ int mkstemp(char* template) {
 char* setlocale(int category, const char* name) {
     static char kOnly[] = "C";
     if (category < 0 || category > LC_ALL) return NULL;
-    const bool isOnly = name == NULL || *name == 0 || strcmp(name, kOnly) == 0 || strcmp(name, "POSIX") == 0;
+    const bool isOnly =
+        name == NULL || *name == 0 || strcmp(name, kOnly) == 0 || strcmp(name, "POSIX") == 0;
     return isOnly ? kOnly : NULL;
 }
 
