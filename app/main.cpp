@@ -150,7 +150,8 @@ using Status = std::optional<int>;
 // What needs no game to run, or makes one: a new game, a folder to ship, the game of a cartridge.
 Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
-        const NewGameResult made = MakeNewGame(options.newGame, options.newInC ? "c" : "assembly");
+        const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
+        const NewGameResult made = MakeNewGame(options.newGame, language);
         if (made.status != 0) RefuseCommandLine(made.problem);
         return made.status;
     }

@@ -208,7 +208,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
         ->type_name("FILE")
         ->check(filled);
-    app.add_flag("--watch", options.watch, "author's kit: start again when MAIN.MX changes");
+    app.add_flag("--watch", options.watch,
+                 "author's kit: start again when MAIN.MX or a .lua file changes");
     app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
@@ -216,7 +217,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         app.add_option("--new", options.newGame, "author's kit: begin a game in a new folder")
             ->type_name("FOLDER")
             ->check(filled);
-    app.add_flag("--c", options.newInC, "with --new: a game in C")->needs(newGame);
+    CLI::Option* const inC =
+        app.add_flag("--c", options.newInC, "with --new: a game in C")->needs(newGame);
+    app.add_flag("--lua", options.newInLua, "with --new: a game in Lua")
+        ->needs(newGame)
+        ->excludes(inC);
     app.set_version_flag("--version", kVersion);
     try {
         app.parse(argc, argv);

@@ -39,6 +39,7 @@ struct Options {
     std::string bundle;
     std::string newGame;  // the folder of a game to begin
     bool newInC = false;
+    bool newInLua = false;
 };
 
 // What the command line asks for: a run, or an end with this status (help and version have been
