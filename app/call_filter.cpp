@@ -21,6 +21,8 @@
 #include "base/types.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 // Enough for 96 files of the game, the libraries' own and a driver's many.
@@ -284,3 +286,5 @@ void LimitResources() {
         setrlimit(resource, &limit);
     }
 }
+
+}  // namespace moxi

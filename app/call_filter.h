@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Everything that a game's process never does once its window is there: starting programs, looking
 // into other processes, sockets but those of this machine, mounts, keys, and whatever else changes
 // the system. For all threads, and for good. Returns "" or why there is no filter.
@@ -16,3 +18,5 @@ void FilterUrlHelperCalls();
 
 // No core dumps, and bounds for open files and for the user's processes.
 void LimitResources();
+
+}  // namespace moxi

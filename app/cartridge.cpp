@@ -16,6 +16,8 @@
 #include "host/bundle.h"
 #include "wasm/translate.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -186,3 +188,5 @@ std::optional<int> PrepareCartridge(Options& options) {
     options.game = cartridge.game;
     return std::nullopt;
 }
+
+}  // namespace moxi

@@ -8,6 +8,10 @@
 
 #include "app/options.h"
 
+namespace moxi {
+
 // Where `options.game` is a cartridge, puts the folder of its translation in its place. Returns the
 // exit status when that fails; the reason has been written to standard error then.
 std::optional<int> PrepareCartridge(Options& options);
+
+}  // namespace moxi

@@ -15,12 +15,14 @@
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/view.h"
-#include "kit/debugger.h"
+#include "kit/debugger/debugger.h"
 #include "kit/profile.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
+
+namespace moxi {
 
 namespace {
 
@@ -83,3 +85,5 @@ void Finish(int status) {
     GiveBackStandardError();
     std::exit(status);
 }
+
+}  // namespace moxi

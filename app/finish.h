@@ -3,6 +3,8 @@
 
 #include "app/options.h"
 
+namespace moxi {
+
 // What the end has to write; kept from the command line.
 void PrepareFinish(const Options& options);
 
@@ -13,3 +15,5 @@ void Finish(int status);
 // Writes profile and dumps while the module is still busy and the process is ended from another
 // thread.
 void WriteDumpsOfForcedEnd();
+
+}  // namespace moxi

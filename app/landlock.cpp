@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstring>
 
+namespace moxi {
+
 namespace {
 
 // The rights by their numbers, of which the system's headers may lack the newer.
@@ -127,3 +129,5 @@ std::string LandlockRules::Restrict() const {
     }
     return "";
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // "" when the kernel can restrict a process, else why not.
 std::string LandlockObstacle();
 
@@ -38,3 +40,5 @@ class LandlockRules {
     int descriptor = -1;
     int error = 0;
 };
+
+}  // namespace moxi

@@ -20,6 +20,8 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
+namespace moxi {
+
 namespace {
 
 constexpr size_t kLongestLine = 4096;
@@ -113,3 +115,5 @@ void GiveBackStandardError() {
     close(pipeOfLines);
     pipeOfLines = -1;
 }
+
+}  // namespace moxi

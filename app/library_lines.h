@@ -1,4 +1,7 @@
 #pragma once
+
+namespace moxi {
+
 // What libraries write to standard error by themselves comes as lines of the system log, one for
 // one, so that nothing stands there but the program's own kinds of lines.
 
@@ -12,3 +15,5 @@ void TellLibraryLines();
 // Tells the rest; what libraries write afterwards goes to standard error as it is. Nothing when
 // there is nothing to give back.
 void GiveBackStandardError();
+
+}  // namespace moxi

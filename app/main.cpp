@@ -26,7 +26,7 @@
 #include "desktop/folders.h"
 #include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
-#include "desktop/sdl/audio.h"
+#include "desktop/sdl/audio/audio.h"
 #include "desktop/sdl/sdl_desktop.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
@@ -34,7 +34,7 @@
 #include "host/data_owner.h"
 #include "host/delegate.h"
 #include "host/menu.h"
-#include "kit/debugger.h"
+#include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
@@ -46,6 +46,8 @@
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
 #include "vm/threaded.h"
+
+namespace moxi {
 
 namespace {
 
@@ -172,7 +174,7 @@ std::string FindGameAndData(const std::string& game) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
     Options options;
     if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
@@ -254,4 +256,10 @@ int main(int argc, char** argv) {
     audioOut.prepare();
     desktop.runEventLoop();
     EndProcess(0);
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

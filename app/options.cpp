@@ -9,6 +9,8 @@
 #include "base/log.h"
 #include "base/read_file.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kWrongCommandLine = 2;
@@ -229,3 +231,5 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
 void PrintUsage() {
     std::fputs("usage: moxi [options] GAME (moxi --help lists the options)\n", stderr);
 }
+
+}  // namespace moxi

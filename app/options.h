@@ -7,6 +7,8 @@
 
 #include "desktop/headless/headless_desktop.h"
 
+namespace moxi {
+
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
     std::string game;  // "" when none was named
@@ -46,3 +48,5 @@ int RefuseCommandLine(const std::string& what);
 
 // The usage in one line, on standard error.
 void PrintUsage();
+
+}  // namespace moxi

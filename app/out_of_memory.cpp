@@ -13,6 +13,8 @@
 #include "vm/diagnostics.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 // Enough for the message and the dumps' own bookkeeping.
@@ -99,3 +101,5 @@ void PrepareForOutOfMemory() {
     g_log_set_handler("GLib", static_cast<GLogLevelFlags>(G_LOG_LEVEL_ERROR | G_LOG_FLAG_FATAL),
                       OnGlibError, nullptr);
 }
+
+}  // namespace moxi

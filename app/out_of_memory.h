@@ -1,4 +1,7 @@
 #pragma once
+
+namespace moxi {
+
 // What happens when the host itself gets no memory: on the main thread the run ends with a fatal
 // message and status 1, its dumps written. Another thread gives up the piece of work at hand when
 // an operator new of ours fails, and ends the run in the same way, but without the box, when a
@@ -9,3 +12,5 @@ void PrepareForOutOfMemory();
 
 // The run is ending because of it: nothing that can do without memory asks for any.
 bool MemoryIsOut();
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include "app/call_filter.h"
 #include "base/output_files.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr char kOpen = 'o';
@@ -161,3 +163,5 @@ void StopOutputHelper() {
     helper = -1;
     outputFiles = directFiles;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 // What the helper opens: these files, and pictures directly in this folder ("" for none).
 struct OutputPlaces {
     std::vector<std::string> files;
@@ -17,3 +19,5 @@ bool StartOutputHelper(const OutputPlaces& places);
 
 // Ends the helper; `outputFiles` opens by itself again.
 void StopOutputHelper();
+
+}  // namespace moxi

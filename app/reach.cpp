@@ -11,6 +11,8 @@
 #include "host/home.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 using Places = std::vector<std::string>;
@@ -241,3 +243,5 @@ std::vector<std::string> DriverCaches() {
     if (!home.empty()) places.push_back(home + "/.nv/GLCache");
     return places;
 }
+
+}  // namespace moxi

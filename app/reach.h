@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 // For every run.
 std::vector<std::string> LibraryPlaces();
 
@@ -17,3 +19,5 @@ std::vector<std::string> DesktopDevices();
 
 // What graphics drivers keep of their own work; only the start of a window writes there.
 std::vector<std::string> DriverCaches();
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "host/queue.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kNanosecondsPerMillisecond = 1000000;
@@ -259,3 +261,5 @@ void CloseRecording() {
     if (asked) desktop = innerDesktop;
     asked = false;
 }
+
+}  // namespace moxi

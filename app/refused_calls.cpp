@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstddef>
 
+namespace moxi {
+
 namespace {
 
 constexpr int kMostCalls = 512;
@@ -50,3 +52,5 @@ void TellRefusedCalls() {
     action.sa_flags = SA_SIGINFO | SA_NODEFER;
     sigaction(SIGSYS, &action, nullptr);
 }
+
+}  // namespace moxi

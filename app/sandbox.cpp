@@ -15,6 +15,8 @@
 #include "sys/beneath.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 SandboxPlaces places;
@@ -135,3 +137,5 @@ void DeleteInSandbox(int folder, const char* name) {
         SystemLog("no thread to delete a file");
     }
 }
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 struct SandboxPlaces {
     std::string game;        // what was named; read with all that is below
     std::string dataFolder;  // or one above it; need not exist; "" is the current folder
@@ -40,3 +42,5 @@ void NarrowSandbox();
 // Deletes a file that came with the game, a name beneath the open resources folder, with no more
 // rights than the process has once the data folder exists.
 void DeleteInSandbox(int folder, const char* name);
+
+}  // namespace moxi

@@ -10,8 +10,10 @@
 
 #include "app/finish.h"
 #include "desktop/quit_request.h"
-#include "kit/debugger.h"
+#include "kit/debugger/debugger.h"
 #include "vm/guard.h"
+
+namespace moxi {
 
 namespace {
 
@@ -85,3 +87,5 @@ void StartPatience() {
 void LetInterruptsStop() {
     interruptsStop = true;
 }
+
+}  // namespace moxi

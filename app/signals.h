@@ -1,4 +1,7 @@
 #pragma once
+
+namespace moxi {
+
 // The signals that ask a program to end, and those that must not end it.
 
 // SIGTERM and SIGINT: the first asks the application to quit, as the menu's quit item does, and the
@@ -13,6 +16,8 @@ void HandleSignals(unsigned patience);
 // holds for threads that begin later.
 void StartPatience();
 
-// With a debugger a SIGINT stops the module first: it makes a `stopRequest` (kit/debugger.h), and
-// only one that comes while there is one asks for the end.
+// With a debugger a SIGINT stops the module first: it makes a `stopRequest`
+// (kit/debugger/debugger.h), and only one that comes while there is one asks for the end.
 void LetInterruptsStop();
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+namespace moxi {
+
 namespace {
 
 constinit int lifeline = -1;  // our end of the pipe to the other process
@@ -57,3 +59,5 @@ void RemoveTemporaryFolder() {
     lifeline = -1;
     waitpid(remover, nullptr, 0);
 }
+
+}  // namespace moxi

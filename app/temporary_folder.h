@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Makes a private folder below $TMPDIR or /tmp and gives its path, "" when that fails. Another
 // process removes it with all it holds as soon as this one has ended, however it ends. To be called
 // before there are threads and before the process restricts itself.
@@ -10,3 +12,5 @@ std::string MakeTemporaryFolder();
 
 // Has the folder removed, and returns when it is gone. Nothing when none was made.
 void RemoveTemporaryFolder();
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kRegisters = 16;
@@ -87,3 +89,5 @@ void CloseTrace() {
     traceFile = nullptr;
     instructionTrace = nullptr;
 }
+
+}  // namespace moxi

@@ -4,8 +4,12 @@
 
 #include <string>
 
+namespace moxi {
+
 // Starts tracing into the file; false when it cannot be written.
 bool StartTrace(const std::string& path);
 
 // Completes the file; nothing when no trace is written.
 void CloseTrace();
+
+}  // namespace moxi

@@ -27,6 +27,8 @@
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 // The user had to end a module that did not answer.
 static constexpr int kForcedEnd = 1;
 
@@ -105,3 +107,5 @@ void WireRooms() {
         .screenshot = WriteScreenshot,
     };
 }
+
+}  // namespace moxi

@@ -1,4 +1,9 @@
 #pragma once
+
+namespace moxi {
+
 // Fills every function slot: how the rooms meet, on one page.
 
 void WireRooms();
+
+}  // namespace moxi

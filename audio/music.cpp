@@ -9,6 +9,8 @@
 #include "desktop/audio_out.h"
 #include "sys/files.h"
 
+namespace moxi {
+
 constinit bool musicPlaying = false;
 
 namespace {
@@ -68,3 +70,5 @@ void ResetMusic() {
     StopMusic();
     lastName[0] = '\0';
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // A piece was started and neither stopped nor finished.
 extern bool musicPlaying;
 
@@ -28,3 +30,5 @@ bool PollMusic();
 
 // For tests.
 void ResetMusic();
+
+}  // namespace moxi

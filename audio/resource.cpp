@@ -7,6 +7,8 @@
 
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace {
 
 bool ReadAll(int file, std::vector<u8>& bytes) {
@@ -35,3 +37,5 @@ std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit) {
     close(file);
     return bytes;
 }
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kNever = UINT64_MAX;
@@ -82,3 +84,5 @@ Score PrepareScore(const SmfFile& file) {
     }
     return {std::move(piece), clock.Nanoseconds()};
 }
+
+}  // namespace moxi

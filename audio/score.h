@@ -7,6 +7,8 @@
 #include "audio/smf.h"
 #include "desktop/audio_out.h"
 
+namespace moxi {
+
 struct Score {
     std::shared_ptr<const MusicPiece> piece;
     // The first nanosecond at which the position has reached the longest track's end and one beat
@@ -16,3 +18,5 @@ struct Score {
 
 // Times that do not fit are "never", the largest number.
 Score PrepareScore(const SmfFile& file);
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kHeaderChunkSize = 6;
@@ -212,3 +214,5 @@ bool ReadSmf(std::span<const u8> bytes, SmfFile& file, std::string& reason) {
                      [](const SmfEvent& a, const SmfEvent& b) { return a.tick < b.tick; });
     return true;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct SmfEvent {
     u64 tick = 0;   // since the start
     u32 value = 0;  // FF: microseconds a beat, never 0; F0: where the message starts in `sysex`
@@ -34,3 +36,5 @@ struct SmfFile {
 
 // False for a file that is damaged or none at all; `reason` says why in a few words.
 bool ReadSmf(std::span<const u8> bytes, SmfFile& file, std::string& reason);
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include "desktop/folders.h"
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr size_t kLargestFile = size_t{256} << 20;
@@ -53,3 +55,5 @@ u32 SoundLength(const char* name) {
     const auto header = ReadResource(BesideMusic(name), kWavHeaderSize);
     return header ? WavMilliseconds(*header) : 0;
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Plays the file once, in place of the sound that is playing. A file that cannot be read or
 // decoded ends that sound too, and gives a line in the system log.
 void PlaySound(const char* name);
@@ -10,3 +12,5 @@ void PlaySound(const char* name);
 // How long the sound lasts, in milliseconds and with a margin of 200, by its header; 0 for a file
 // that is missing or no uncompressed WAV file. A leading "../MUSIC" of the name loses its "../".
 u32 SoundLength(const char* name);
+
+}  // namespace moxi

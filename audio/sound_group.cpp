@@ -5,6 +5,8 @@
 #include "sys/param.h"
 #include "sys/services.h"
 
+namespace moxi {
+
 namespace {
 
 // In place of the address of a name.
@@ -31,3 +33,5 @@ void SysSoundGroup(u32 sub, u32 arguments) {
         default: return;
     }
 }
+
+}  // namespace moxi

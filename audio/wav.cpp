@@ -5,6 +5,8 @@
 
 #include "base/bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kFormatPosition = 20;
@@ -44,3 +46,5 @@ u32 WavMilliseconds(std::span<const u8> header) {
     return Milliseconds(LoadBytes<u32>(bytes + next + 4), LoadBytes<u16>(bytes + 22),
                         LoadBytes<u32>(bytes + 24), LoadBytes<u16>(bytes + 34));
 }
+
+}  // namespace moxi

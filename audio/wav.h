@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // So much of a file is looked at; a chunk that starts beyond it is not found.
 constexpr u32 kWavHeaderSize = 512;
 
@@ -12,3 +14,5 @@ constexpr u32 kWavHeaderSize = 512;
 // beyond kWavHeaderSize are not looked at). 0 for any other file, and when the format is followed
 // by anything but a "fact" chunk and then the data.
 u32 WavMilliseconds(std::span<const u8> header);
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 static_assert(std::endian::native == std::endian::little, "the machine's memory is used in place");
 
 // Reads a T at `bytes`. The caller guarantees sizeof(T) readable bytes.
@@ -22,3 +24,5 @@ template <class T>
 inline void StoreBytes(u8* bytes, T value) {
     std::memcpy(bytes, &value, sizeof value);
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMostLinesASecond = 1000;
@@ -121,3 +123,5 @@ std::string FormatText(const char* format, ...) {
     va_end(arguments);
     return text;
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+namespace moxi {
+
 // One line on standard error, "log: TEXT"; a line feed is written as \n, a backslash as \\ and any
 // other control character (a byte below 32, or 127) as \x1B: nothing in a text reaches the terminal
 // as a command. Any thread.
@@ -27,3 +29,5 @@ std::string WithoutControls(std::string_view text);
 
 // printf into a string, for messages with addresses and numbers.
 [[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string>
 
+namespace moxi {
+
 struct OutputFiles {
     // Makes the file, or empties it, for writing. Null when that fails.
     std::FILE* (*open)(const std::string& path);
@@ -27,3 +29,5 @@ inline constinit OutputFiles outputFiles = {
             return file != nullptr;
         },
 };
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+namespace moxi {
+
 namespace {
 
 std::string ReadOpenFile(int file, u64 most, std::string& bytes) {
@@ -36,3 +38,5 @@ std::string ReadWholeFile(const std::string& path, u64 most, std::string& bytes)
     close(file);
     return reason;
 }
+
+}  // namespace moxi

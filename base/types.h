@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace moxi {
+
 using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
@@ -16,3 +18,5 @@ using f32 = float;
 using f64 = double;
 
 static_assert(sizeof(f32) == 4 && sizeof(f64) == 8);
+
+}  // namespace moxi

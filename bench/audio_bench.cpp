@@ -22,6 +22,8 @@
 #include "sys/files.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -157,7 +159,7 @@ void TimeLoading() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     const f64 seconds = argc > 1 ? std::atof(argv[1]) : 10;
     const std::string file = LargePiece();
     TimeStarts(file);
@@ -166,4 +168,10 @@ int main(int argc, char** argv) {
     TimeCallback(file, seconds, false);
     TimeCallback(file, seconds, true);
     return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

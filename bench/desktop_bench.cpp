@@ -26,7 +26,9 @@
 #include "bench/table.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
+
+namespace moxi {
 
 namespace fs = std::filesystem;
 
@@ -172,10 +174,16 @@ Options ReadOptions(int argc, char** argv) {
     std::exit(1);
 }
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const std::string table = Measure(options);
     std::fputs(table.c_str(), stdout);
     if (!options.update.empty()) Update(options.update, table);
     return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

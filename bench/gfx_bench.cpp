@@ -32,6 +32,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr i32 kScreenWidth = 1920;
@@ -456,7 +458,7 @@ bool ReadOptions(int argc, char** argv) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     if (!AllocateImage(kImageBytes)) return 1;
     heapStart = kHeapStart;
     heapSize = kImageBytes - kHeapStart;
@@ -480,4 +482,10 @@ int main(int argc, char** argv) {
     RunScaling();
     RunColours();
     return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

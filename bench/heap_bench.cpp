@@ -12,6 +12,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kBlocks = 60000;
@@ -90,5 +92,7 @@ void MessageWithNothingToDo(benchmark::State& state) {
 BENCHMARK(MessageWithNothingToDo)->Unit(benchmark::kNanosecond);
 
 }  // namespace
+
+}  // namespace moxi
 
 BENCHMARK_MAIN();

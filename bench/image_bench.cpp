@@ -22,6 +22,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kWidth = 1024;
@@ -166,8 +168,15 @@ BENCHMARK_CAPTURE(SaveBench, bmp, "B.bmp", kFormatBmp)->Unit(benchmark::kMicrose
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     if (!folder.empty()) std::filesystem::remove_all(folder);
+    return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

@@ -21,6 +21,8 @@
 #include "bench/table.h"
 #include "translate/translator.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr const char* kBeginMarker = "<!-- interpreter_bench begins -->";
@@ -322,7 +324,7 @@ bool Chosen(const Options& options, const char* name) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const bool withLua = HasLua();
     const double jump = UnforeseenJump(options.runs);
@@ -336,4 +338,10 @@ int main(int argc, char** argv) {
     std::cout << table;
     if (!options.update.empty()) Update(options.update, table);
     return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

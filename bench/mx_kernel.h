@@ -9,12 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/heap.h"
 #include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
+
+namespace moxi {
 
 namespace mx_kernel {
 
@@ -68,3 +70,5 @@ inline u32 SendKernel(u32 command, u32 n) {
 }
 
 }  // namespace mx_kernel
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+namespace moxi {
+
 namespace {
 
 void NoSetup(u32) {}
@@ -212,3 +214,5 @@ const std::array<NativeKernel, 6> nativeKernels = {{
     {"matrix", kMaxSide, SetupMatrix, RunMatrix, ChecksumMatrix},
     {"quicksort", kMaxWords, SetupQuicksort, RunQuicksort, ChecksumQuicksort},
 }};
+
+}  // namespace moxi

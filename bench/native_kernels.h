@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct NativeKernel {
     const char* name;  // also the name of the MX and the Lua source
     u32 size;          // n of the benchmark
@@ -17,3 +19,5 @@ struct NativeKernel {
 // In the order in which they are reported. `n` may be smaller than `size`, with the restrictions
 // that the MX sources state.
 extern const std::array<NativeKernel, 6> nativeKernels;
+
+}  // namespace moxi

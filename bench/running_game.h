@@ -14,6 +14,8 @@
 
 #include "tests/support/desktop_session.h"
 
+namespace moxi {
+
 // Ends the benchmark; the program's name stands before the text.
 [[noreturn]] void Fail(const std::string& what);
 
@@ -77,3 +79,5 @@ struct RunningGame {
         return total;
     }
 };
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "sys/files.h"
 #include "sys/settings.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kSections = 2000;
@@ -88,8 +90,15 @@ BENCHMARK(ReadAndWrite10000Keys)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     const SettingsFolder folder;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <iterator>
 
+namespace moxi {
+
 bool UpdateTable(const std::string& path, const std::string& begin, const std::string& end,
                  const std::string& table) {
     std::ifstream in(path);
@@ -15,3 +17,5 @@ bool UpdateTable(const std::string& path, const std::string& begin, const std::s
     std::ofstream(path) << text;
     return true;
 }
+
+}  // namespace moxi

@@ -19,6 +19,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kImageSize = 8 << 20;
@@ -246,5 +248,7 @@ BENCHMARK_CAPTURE(LongText, scripts_cut, "a\xD0\xAF\xE6\x97\xA5\xD7\x90 \xE2\x98
     ->Apply(Steps);
 
 }  // namespace
+
+}  // namespace moxi
 
 BENCHMARK_MAIN();

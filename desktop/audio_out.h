@@ -9,6 +9,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kAudioRate =
     44100;  // frames a second, everywhere; a frame is a left and a right sample
 
@@ -56,3 +58,5 @@ inline constinit AudioOut audioOut = {
     .toggleMute = [] {},
     .shutDown = [] {},
 };
+
+}  // namespace moxi

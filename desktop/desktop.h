@@ -15,6 +15,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct ViewRect {
     double x = 0;
     double y = 0;
@@ -176,3 +178,5 @@ inline constinit Desktop desktop = {
             return false;
         },
 };
+
+}  // namespace moxi

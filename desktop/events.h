@@ -8,6 +8,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 struct DesktopEvents {
     // --- Application
     void (*didFinishLaunching)();
@@ -95,3 +97,5 @@ inline constinit DesktopEvents desktopEvents = {
     .post = [](u32, u32, u32, u32) {},
     .screenshot = [](const std::string&) { return false; },
 };
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct Folders {
     std::string bundle;     // the game as it was named on the command line
     std::string resources;  // the folder that holds MAIN.MX
@@ -23,3 +25,5 @@ struct Folders {
 };
 
 inline Folders folders;
+
+}  // namespace moxi

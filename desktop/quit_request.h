@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+namespace moxi {
+
 enum class QuitRequest : int {
     None,
     Made,           // the application has not been asked yet
@@ -29,3 +31,5 @@ inline void NoteQuitAnswer() {
 }
 
 static_assert(std::atomic<QuitRequest>::is_always_lock_free);
+
+}  // namespace moxi

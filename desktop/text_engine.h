@@ -12,6 +12,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 enum class FontFamily : u8 { Helvetica, Times, Courier };
 
 struct FontStyle {
@@ -76,3 +78,5 @@ inline constinit TextEngine textEngine = {
         },
     .draw = [](TextFont*, std::string_view, bool, i32) { return TextPicture{}; },
 };
+
+}  // namespace moxi

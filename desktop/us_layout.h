@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // The character of the key at a positional virtual key code without Shift; 0 for a key without one.
 constexpr char UsCharacter(u8 code) {
     // From code 00 on; blanks stand for the key beside the left Shift, which US keyboards lack, and
@@ -25,3 +27,5 @@ constexpr bool IsLatin(std::string_view text) {
     // U+1E00 to U+1EFF
     return text.size() > 1 && byte(0) == 0xE1 && byte(1) >= 0xB8 && byte(1) <= 0xBB;
 }
+
+}  // namespace moxi

@@ -22,6 +22,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kImageSize = 8192;
@@ -126,3 +128,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     }
     return 0;
 }
+
+}  // namespace moxi

@@ -29,6 +29,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -182,3 +184,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     Run();
     return 0;
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "fuzz/confine.h"
 #include "host/bundle.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -60,3 +62,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     if (!options.game.empty()) FindGame(options.game);
     return 0;
 }
+
+}  // namespace moxi

@@ -17,6 +17,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace confine {
 
 // The folder for files of this run.
@@ -91,3 +93,5 @@ inline void Confine(int argc, char** argv) {
 }
 
 }  // namespace confine
+
+}  // namespace moxi

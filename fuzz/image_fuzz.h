@@ -16,6 +16,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace image_fuzz {
 
 constexpr u32 kImageSize = 256 << 10;
@@ -72,3 +74,5 @@ inline void LoadFuzzedImage(const u8* data, std::size_t size) {
 }
 
 }  // namespace image_fuzz
+
+}  // namespace moxi

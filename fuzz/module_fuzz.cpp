@@ -34,11 +34,13 @@
 #include "sys/find.h"
 #include "sys/settings.h"
 #include "sys/time_group.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
+
+namespace moxi {
 
 namespace fs = std::filesystem;
 
@@ -377,3 +379,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     instructionTrace = nullptr;
     return 0;
 }
+
+}  // namespace moxi

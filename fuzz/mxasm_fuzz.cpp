@@ -5,8 +5,10 @@
 #include <sstream>
 
 #include "fuzz/confine.h"
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
+
+namespace moxi {
 
 namespace {
 
@@ -42,3 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(again.ok && again.bytes == result.bytes);
     return 0;
 }
+
+}  // namespace moxi

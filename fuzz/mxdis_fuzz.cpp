@@ -6,9 +6,11 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
 #include "vm/machine.h"
+
+namespace moxi {
 
 namespace {
 
@@ -58,3 +60,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(again.ok && again.bytes == bytes);
     return 0;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "tools/module_file.h"
 #include "wasm/translate.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -55,3 +57,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(translation.errors.empty() && ParseModule(translation.bytes, module).empty());
     return 0;
 }
+
+}  // namespace moxi

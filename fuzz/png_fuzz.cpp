@@ -2,7 +2,11 @@
 
 #include "fuzz/image_fuzz.h"
 
+namespace moxi {
+
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     image_fuzz::LoadFuzzedImage(data, size);
     return 0;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "desktop/headless/script.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -52,3 +54,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     if (ParseScreenSizes(text, sizes)) Require(!sizes.empty());
     return 0;
 }
+
+}  // namespace moxi

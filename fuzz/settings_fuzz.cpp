@@ -20,6 +20,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kImageSize = 0x8000;
@@ -120,3 +122,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     for (int steps = 0; steps < 200 && input.remaining_bytes() != 0; steps++) RunCommand(input);
     return 0;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "audio/score.h"
 #include "audio/smf.h"
 
+namespace moxi {
+
 namespace {
 
 void Require(bool holds) {
@@ -35,3 +37,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(score.end > 0);
     return 0;
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "audio/wav.h"
 
+namespace moxi {
+
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     // A copy of its own, so that a step beyond the end is seen.
     const std::vector<u8> header(data, data + size);
@@ -11,3 +13,5 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static_cast<void>(milliseconds);
     return 0;
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 #include "gfx/kernels.h"
 #include "gfx/pixel.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kAlphaMask = 0xFF000000;
@@ -55,3 +57,5 @@ u64 SetAlpha(u32 handle, i32 x, i32 y, i32 w, i32 h, i64 selector, u32 alpha) {
     EndSRC();
     return changed;
 }
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr DirtyRect kEmptyDirtyRect = {30000, 30000, -1, -1};
@@ -234,3 +236,5 @@ void ResetGraphics() {
     dirtyTracking = false;
     ResetLinePattern();
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "base/types.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 // --- Handles
 
 constexpr u32 kScreenBitmap = 0;
@@ -161,3 +163,5 @@ void ResetDirtyRect();
 
 // Releases the host bitmaps and sets the room's state to that of a new process. For tests.
 void ResetGraphics();
+
+}  // namespace moxi

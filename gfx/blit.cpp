@@ -10,6 +10,8 @@
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 // One copy, or what the clip leaves of it: pixels of the destination and the distance to those of
@@ -186,3 +188,5 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
     }
     EndDSTSRC();
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Lays the source rectangle over the destination at (x, y). With a right or bottom limit other than
 // 0 the copies go on side by side, downward in rows, while they start before the limit; each is cut
 // there. Inverting takes 255 - c for each colour byte of the source; with 0 < sourceX < right it
@@ -28,3 +30,5 @@ struct ScaledBlit {
 };
 
 void BlitScaled(const ScaledBlit& blit);
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "sys/files.h"
 #include "sys/system_calls.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kFileHeaderSize = 14;
@@ -250,3 +252,5 @@ u32 SaveBmp(u32 handle, const char* name) {
     EndSRC();
     return written ? 1 : 0;
 }
+
+}  // namespace moxi

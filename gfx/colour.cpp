@@ -9,6 +9,8 @@
 #include "gfx/pixel.h"
 #include "gfx/tiling.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kAlphaMask = 0xFF000000;
@@ -169,3 +171,5 @@ void AdjustColours(u32 handle, i32 x, i32 y, i32 w, i32 h, i32 hue, i32 saturati
     }
     EndSRC();
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 u32 RgbToHsv(u32 colour);
 
 // Hues of 252 and more with a saturation give black; the alpha is kept.
@@ -19,3 +21,5 @@ void HueSquare(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 hue);
 // and changes its values by contrast and then brightness, both in 255ths. Alpha stays.
 void AdjustColours(u32 handle, i32 x, i32 y, i32 w, i32 h, i32 hue, i32 saturation, i32 brightness,
                    i32 contrast);
+
+}  // namespace moxi

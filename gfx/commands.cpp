@@ -9,6 +9,8 @@
 #include "sys/param.h"
 #include "sys/services.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kLastFormat = 1;  // of image files: 0 is BMP, 1 is PNG
@@ -68,3 +70,5 @@ void SysGraphicsGroup(u32 sub, u32 arguments) {
         default: ReportUnknownCommand();
     }
 }
+
+}  // namespace moxi

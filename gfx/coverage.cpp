@@ -2,6 +2,8 @@
 
 #include "gfx/row_kernels.h"
 
+namespace moxi {
+
 void LayPicture(const HostBitmap& bitmap, const TextPicture& picture, i32 baseline, u32 colour,
                 const Area& area) {
     if (picture.coverage == nullptr) return;
@@ -17,3 +19,5 @@ void LayPicture(const HostBitmap& bitmap, const TextPicture& picture, i32 baseli
                static_cast<std::size_t>(covered.right - covered.left), opaque);
     }
 }
+
+}  // namespace moxi

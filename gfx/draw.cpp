@@ -8,6 +8,8 @@
 #include "gfx/pixel.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 void FillArea(const Selection& selection, const Area& area, u32 colour) {
@@ -129,3 +131,5 @@ void GetBitmapInfo(u32 handle, u32 out) {
     for (u32 i = 0; i < 6; ++i) Store<i32>(out + 4 * i, words[i]);
     EndSRC();
 }
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // The pixel word, 0 outside the bitmap. The clip does not matter.
 u32 GetPixel(u32 handle, i32 x, i32 y);
 
@@ -46,3 +48,5 @@ u32 SetLinePattern(u32 pattern);
 
 // Back to a solid line. For tests.
 void ResetLinePattern();
+
+}  // namespace moxi

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "base/utf8.h"
 #include "gfx/bitmap.h"
 #include "gfx/blit.h"
 #include "gfx/coverage.h"
@@ -11,8 +12,9 @@
 #include "gfx/pixel.h"
 #include "gfx/row_kernels.h"
 #include "gfx/tiling.h"
-#include "gfx/utf8.h"
 #include "sys/param.h"
+
+namespace moxi {
 
 namespace {
 
@@ -231,3 +233,5 @@ u32 DrawText(u32 block) {
     if (!IsUtf8(text)) return 0;
     return DrawValidText(request, rows, font, text);
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "base/types.h"
 #include "gfx/fonts.h"
 
+namespace moxi {
+
 constexpr u32 kTextCentred = 1U << 17;
 constexpr u32 kTextRight = 1U << 18;        // without kTextCentred
 constexpr u32 kTextCut = 1U << 29;          // too wide: cut after any character
@@ -21,3 +23,5 @@ constexpr u32 kNoBackground = 0xFFFFFFFF;
 // plus the bytes of the text that were used; 0 when nothing was drawn: an empty box (or one of
 // negative size), an empty text, one that is not UTF-8, one of which nothing fits.
 u32 DrawText(u32 block);
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 #include "gfx/slots.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kStepsBetweenQuestions = 1 << 16;
@@ -145,3 +147,5 @@ void Ellipse(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
     // The height is the width as well: modules have come to rely on the area redrawn.
     if (handle == kScreenBitmap) GrowDirtyRect(x, y, Plus(w, 1), Plus(w, 1));
 }
+
+}  // namespace moxi

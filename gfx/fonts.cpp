@@ -4,6 +4,8 @@
 
 #include "gfx/bitmap.h"
 
+namespace moxi {
+
 constinit FontEntry fontCache[kFontCacheSize] = {};
 constinit i32 fontCacheHead = -1;
 
@@ -122,3 +124,5 @@ void EmptyFontCache() {
     std::memset(static_cast<void*>(fontObjects), 0, sizeof fontObjects);
     MarkAllFree();
 }
+
+}  // namespace moxi

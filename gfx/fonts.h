@@ -5,6 +5,8 @@
 #include "base/types.h"
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 constexpr u32 kFontCacheSize = 100;
 
 // Style flags of Draw Text that choose the font. Courier goes before Times; neither is Helvetica.
@@ -44,3 +46,5 @@ TextFont* FontFor(i32 height, u32 flags);
 
 // Releases every font. Called when the text bitmap is made.
 void EmptyFontCache();
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kProbeSize = 20;  // a shorter file is no picture
@@ -80,3 +82,5 @@ u8* PixelsOfNewBitmap(u32 handle, u64 bytes) {
     const u32 pixelHandle = Load<u32>(GetHeapAdr(handle) + kRecordPixels);
     return CheckedRange(GetHeapAdr(pixelHandle), bytes);
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kFormatBmp = 0;
 constexpr u32 kFormatPng = 1;
 
@@ -24,3 +26,5 @@ bool BitmapFitsHeap(u32 width, u32 height);
 
 // The pixels of a bitmap that CreateBitmap has just made, `bytes` of them.
 u8* PixelsOfNewBitmap(u32 handle, u64 bytes);
+
+}  // namespace moxi

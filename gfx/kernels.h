@@ -12,6 +12,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr std::size_t kKernelBlock = 256;
 
 // Changes pixels whose masked word equals (or differs from) a value to (pixel & keep) | set.
@@ -92,3 +94,5 @@ extern const Kernels* kernels;
 std::vector<const Kernels*> AvailableKernels();
 
 void ChooseKernels();
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "gfx/kernels.h"
 #include "gfx/pixel.h"
 
+namespace moxi {
+
 // Constants of the vector loops, one 16-byte vector each.
 struct BlendBytes {
     alignas(16) u8 one[16], oneOrMost[16], most[16], alphaMask[16];
@@ -147,3 +149,5 @@ inline u32 AverageBox(const BoxColumn& column, const BoxRow& row) {
     }
     return average.Pixel();
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 
+namespace moxi {
+
 namespace {
 
 void Fill(u8* pixels, i64 stride, std::size_t count, std::size_t rows, u32 colour) {
@@ -81,3 +83,5 @@ const Kernels scalarKernels = {
     .hueRow = HueRow,
     .average = Average,
 };
+
+}  // namespace moxi

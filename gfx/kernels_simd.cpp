@@ -13,6 +13,8 @@
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 
+namespace moxi {
+
 HWY_BEFORE_NAMESPACE();
 namespace HWY_NAMESPACE {
 namespace {
@@ -684,3 +686,5 @@ void ChooseKernels() {
 }
 
 #endif
+
+}  // namespace moxi

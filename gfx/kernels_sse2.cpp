@@ -1,12 +1,17 @@
 // The blending loop for processors of the 64-bit x86 family that have nothing beyond its baseline,
 // SSE2, where the vector library has no code of its own. The other loops are the scalar ones.
 
-#if defined(__SSE2__)
+#include "gfx/kernels.h"
 
+#if defined(__SSE2__)
 #include <emmintrin.h>
 
-#include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
+#endif
+
+namespace moxi {
+
+#if defined(__SSE2__)
 
 namespace {
 
@@ -120,10 +125,10 @@ const Kernels* BaselineKernels() {
 
 #else
 
-#include "gfx/kernels.h"
-
 const Kernels* BaselineKernels() {
     return &scalarKernels;
 }
 
 #endif
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "gfx/pixel.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kSolidLine = 0xFFFFFFFF;
@@ -240,3 +242,5 @@ u32 SetLinePattern(u32 pattern) {
 void ResetLinePattern() {
     linePattern = kSolidLine;
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "gfx/bitmap.h"
 
+namespace moxi {
+
 struct LineEnds {
     i32 x1, y1, x2, y2;
 };
@@ -12,3 +14,5 @@ struct LineEnds {
 void RequireLine(const Selection& selection, const LineEnds& ends, u32& pattern);
 
 u32 LinePattern();
+
+}  // namespace moxi

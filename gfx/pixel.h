@@ -5,6 +5,8 @@
 #include "base/bytes.h"
 #include "base/types.h"
 
+namespace moxi {
+
 // value / 255 for 0 <= value <= 65535.
 constexpr u32 Div255(u32 value) {
     return (value * 0x8081U) >> 23;
@@ -52,3 +54,5 @@ inline void BlendPixelAt(u8* pixel, BlendColour blend) {
 constexpr u32 ExchangeRedBlue(u32 colour) {
     return (colour & 0xFF00FF00) | (colour & 0xFF) << 16 | (colour >> 16 & 0xFF);
 }
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include "sys/files.h"
 #include "sys/system_calls.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kLargestSide = 67108864;
@@ -133,3 +135,5 @@ u32 SavePng(u32 handle, const char* name) {
     EndSRC();
     return written ? 1 : 0;
 }
+
+}  // namespace moxi

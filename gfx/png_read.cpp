@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace moxi {
+
 bool ReadPng(std::string_view bytes, u32 largestSide, PngPicture& picture) {
     constexpr size_t kLargestChunk = 1 << 20;
     const std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> decoder(spng_ctx_new(0), spng_ctx_free);
@@ -23,3 +25,5 @@ bool ReadPng(std::string_view bytes, u32 largestSide, PngPicture& picture) {
     return spng_decode_image(decoder.get(), picture.pixels.data(), size, SPNG_FMT_RGBA8,
                              SPNG_DECODE_TRNS) == 0;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct PngPicture {
     u32 width = 0;
     u32 height = 0;
@@ -15,3 +17,5 @@ struct PngPicture {
 // False when the bytes are no PNG, or one that is broken or larger than `largestSide` in either
 // direction.
 bool ReadPng(std::string_view bytes, u32 largestSide, PngPicture& picture);
+
+}  // namespace moxi

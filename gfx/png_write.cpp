@@ -9,6 +9,8 @@
 
 #include "base/output_files.h"
 
+namespace moxi {
+
 namespace {
 
 // Rows without gaps, in the file's own pixel size.
@@ -61,3 +63,5 @@ bool WritePngFile(const std::string& path, const u8* pixels, u32 width, u32 heig
         spng_get_png_buffer(encoder.get(), &size, &error), std::free);
     return png != nullptr && error == 0 && WriteWholeFile(path, png.get(), size);
 }
+
+}  // namespace moxi

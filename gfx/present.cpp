@@ -9,6 +9,8 @@
 #include "gfx/bitmap.h"
 #include "vm/diagnostics.h"
 
+namespace moxi {
+
 namespace {
 
 // Truncation as the processor does it: what does not fit gives the most negative value.
@@ -155,3 +157,5 @@ PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 v
     DrawStretched(rect, source, viewHeight, view);
     return PresentResult::Drawn;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 // What the view shows: rows top first, 4 bytes a pixel in the order R, G, B, unused. White where
 // nothing was drawn yet.
 struct ViewBuffer {
@@ -31,3 +33,5 @@ void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height);
 // change, `viewHeight` its height now.
 PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 viewHeight,
                             ViewBuffer& view);
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "gfx/pixel.h"
 #include "gfx/row_kernels.h"
 
+namespace moxi {
+
 HWY_BEFORE_NAMESPACE();
 namespace HWY_NAMESPACE {
 namespace {
@@ -129,3 +131,5 @@ void CopyExchanged(u8* to, const u8* from, std::size_t count) {
 }
 
 #endif
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Lays a colour (alpha 255) over `count` pixels, each as far as its coverage byte says: with
 // coverage c a byte becomes (colour * c + old * (255 - c)) / 255.
 void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour);
@@ -14,3 +16,5 @@ bool IsOpaqueRow(const u8* pixels, std::size_t count);
 
 // Copies `count` pixels and exchanges bytes 0 and 2 of each.
 void CopyExchanged(u8* to, const u8* from, std::size_t count);
+
+}  // namespace moxi

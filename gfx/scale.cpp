@@ -12,6 +12,8 @@
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr i64 kUnit = 32;  // parts of a source pixel
@@ -219,3 +221,5 @@ void BlitScaled(const ScaledBlit& blit) {
                       GrowthTo(blit.bottom, blit.y, blit.height));
     }
 }
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct GfxSlots {
     // Commands of group 5 whose text engine and image codecs are wired in at start-up. Addresses
     // are module addresses; the results go to R14.
@@ -24,3 +26,5 @@ inline constinit GfxSlots gfxSlots = {
     .emptyFontCache = [] {},
     .stillRunning = [] { return true; },
 };
+
+}  // namespace moxi

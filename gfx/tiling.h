@@ -6,6 +6,8 @@
 
 #include "gfx/bitmap.h"
 
+namespace moxi {
+
 struct Tiling {
     i64 x, y;           // of the first copy
     i64 width, height;  // of a copy, both positive
@@ -104,3 +106,5 @@ inline bool MayOverlap(const Area& source, const Area& target) {
     const Bytes b = BytesOf(dstSelection, target);
     return a.start < b.end && b.start < a.end;
 }
+
+}  // namespace moxi

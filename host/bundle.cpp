@@ -13,6 +13,8 @@
 #include "sys/files.h"
 #include "vm/diagnostics.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -215,3 +217,5 @@ std::string OwnResource(const std::string& name) {
     if (fs::path path = own / "share" / "moxi" / name; Exists(path)) return path;
     return own.parent_path() / "share" / "moxi" / name;
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Fills in where the user's own folders lie, which no game has a say in. Before FindGame.
 void FindUserFolders();
 
@@ -29,3 +31,5 @@ std::string FindOwnGame();
 // The path of a file among the host's own resources: share/moxi/NAME beside the executable, where a
 // folder made by --bundle has it, else beside the executable's folder.
 std::string OwnResource(const std::string& name);
+
+}  // namespace moxi

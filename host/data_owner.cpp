@@ -16,6 +16,8 @@
 #include "desktop/folders.h"
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 // A stamp is a text file, named after the data folder's path, of lines in this order:
@@ -279,3 +281,5 @@ void ForgetDataFolder() {
     if (held >= 0) close(held);
     held = -1;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Makes the state folder, where stamps lie. To be called before the process restricts itself.
 void MakeStateFolder();
 
@@ -16,3 +18,5 @@ std::string ChooseDataFolder();
 
 // Lets go of what is held so that no other game takes the folder before it is made. For tests.
 void ForgetDataFolder();
+
+}  // namespace moxi

@@ -18,6 +18,8 @@
 #include "vm/loader.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 constinit u32 visibleWidth = 0;
 constinit u32 visibleHeight = 0;
 constinit u64 startTime = 0;
@@ -119,3 +121,5 @@ void ResetDelegate() {
     screenExists = false;
     desktopExtent = {};
 }
+
+}  // namespace moxi

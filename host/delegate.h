@@ -5,6 +5,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 extern u32 visibleWidth;  // the main screen's visible frame, as the screen set-up found it
 extern u32 visibleHeight;
 extern u64 startTime;  // milliseconds, at the end of start-up
@@ -22,3 +24,5 @@ struct moxiAppDelegate {
 };
 
 void ResetDelegate();
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <vector>
 
+namespace moxi {
+
 namespace {
 
 // What the variable says if it is an absolute path, without a trailing "/" but for the root; "" if
@@ -45,3 +47,5 @@ std::string BaseFolder(const char* variable, const std::string& belowHome) {
     const std::string home = HomeFolder();
     return home.empty() ? "" : home + "/" + belowHome;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "gfx/png_read.h"
 #include "host/plist.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -92,3 +94,5 @@ void SetWindowIcon(const std::string& fallback) {
     }
     desktop.setWindowIcon(picture.pixels.data(), picture.width, picture.height);
 }
+
+}  // namespace moxi

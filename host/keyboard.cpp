@@ -6,6 +6,8 @@
 #include "host/keymap.h"
 #include "host/queue.h"
 
+namespace moxi {
+
 constinit u32 buttonsAndModifiers = 0;
 
 namespace {
@@ -64,3 +66,5 @@ void ReleaseCommandKey() {
 void ResetKeyboard() {
     buttonsAndModifiers = 0;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // --- The button-and-modifier word
 
 constexpr u32 kLeftButtonBit = 0x0001;
@@ -30,3 +32,5 @@ void FlagsChanged(bool shift, bool command, bool option);
 void ReleaseCommandKey();
 
 void ResetKeyboard();
+
+}  // namespace moxi

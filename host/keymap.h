@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // For letters and digits the upper-case ASCII character, else a code of the module's fixed
 // numbering (Return 13, Escape 27, Shift 16, ...); 0 for a key without a code of its own.
 inline constexpr std::array<u8, 128> kKeyMap = {
@@ -21,3 +23,5 @@ inline constexpr std::array<u8, 128> kKeyMap = {
 constexpr u32 ModuleKeyCode(u8 virtualKey) {
     return kKeyMap[virtualKey & 127];
 }
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include "host/view.h"
 #include "vm/diagnostics.h"
 
+namespace moxi {
+
 namespace {
 
 struct Action {
@@ -165,3 +167,5 @@ void ResetMenu() {
     menuItems.clear();
     takenKeys.reset();
 }
+
+}  // namespace moxi

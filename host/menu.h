@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Loads the interface file. False when it is missing or broken; `reason` says why.
 bool LoadMenu(const std::string& path, std::string& reason);
 
@@ -18,3 +20,5 @@ void ReleaseMenuKey(u8 code);
 void ReleaseMenuKeys();
 
 void ResetMenu();
+
+}  // namespace moxi

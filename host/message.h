@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct Message {
     u32 command;
     u32 p1;
@@ -29,3 +31,5 @@ constexpr u32 MSG_PRESENTED = 16;
 constexpr u32 kSizeWindowed = 0;
 constexpr u32 kSizeFullScreen = 2;
 constexpr u32 kSizeFullScreenLeft = 3;
+
+}  // namespace moxi

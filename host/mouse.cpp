@@ -7,6 +7,8 @@
 #include "host/queue.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 constinit i32 pointerX = 0;
 constinit i32 pointerY = 0;
 
@@ -89,3 +91,5 @@ void ScrollWheel(double deltaX, double deltaY, i32 x, i32 y) {
 void ResetMouse() {
     pointerX = pointerY = 0;
 }
+
+}  // namespace moxi

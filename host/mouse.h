@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 extern i32 pointerX;  // the last position that any event had
 extern i32 pointerY;
 
@@ -15,3 +17,5 @@ void MouseMoved(i32 x, i32 y);
 void ScrollWheel(double deltaX, double deltaY, i32 x, i32 y);
 
 void ResetMouse();
+
+}  // namespace moxi

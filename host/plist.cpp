@@ -4,6 +4,8 @@
 
 #include "base/read_file.h"
 
+namespace moxi {
+
 // A list names a game or a menu.
 static constexpr u64 kLargestList = 16 << 20;
 
@@ -30,3 +32,5 @@ std::optional<std::string> PlistString(pugi::xml_node dictionary, const char* na
     if (!value || std::strcmp(value.name(), "string") != 0) return std::nullopt;
     return std::string(value.text().get());
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include <pugixml.hpp>
 #include <string>
 
+namespace moxi {
+
 // The top dictionary of a property list file; false, with nothing loaded, when the file cannot be
 // read or is not an XML property list.
 bool LoadPlist(const std::string& path, pugi::xml_document& document, pugi::xml_node& dictionary);
@@ -14,3 +16,5 @@ pugi::xml_node PlistValue(pugi::xml_node dictionary, const char* name);
 
 // The string value of a key; nothing when the key is missing or no string.
 std::optional<std::string> PlistString(pugi::xml_node dictionary, const char* name);
+
+}  // namespace moxi

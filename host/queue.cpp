@@ -8,6 +8,8 @@
 #include "vm/diagnostics.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 constinit bool inputSuspended = false;
 constinit bool launchComplete = false;
 constinit bool firstSizeSent = false;
@@ -134,3 +136,5 @@ void ResetQueue() {
     idleTicks = 0;
     EmptyQueue();
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "base/types.h"
 #include "host/message.h"
 
+namespace moxi {
+
 // --- State
 
 extern bool inputSuspended;  // input handlers drop their events, the queue delivers nothing
@@ -47,3 +49,5 @@ void FlushDirtyRect();
 void Delay(u32 n);
 
 void ResetQueue();
+
+}  // namespace moxi

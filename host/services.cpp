@@ -20,6 +20,8 @@
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kTitleBufferSize = 512;
@@ -201,3 +203,5 @@ void SysHostGroup(u32 sub, u32 arguments) {
         default: CallTextService(command, a0);
     }
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Sub-commands 0..21; a higher one is reported as unknown. `arguments` is the image address of the
 // first argument word.
 void SysHostGroup(u32 sub, u32 arguments);
@@ -13,3 +15,5 @@ void SysHostGroup(u32 sub, u32 arguments);
 // `release` ("12.6.1", "6.1.0-9-amd64"; a number that is missing counts as 0). `packed` becomes
 // major << 16 | minor << 24 | 1: modules compare the word as a whole.
 std::string VersionText(const char* release, u32& packed);
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace moxi {
+
 struct HostSlots {
     // Looks at the music's position; true when it has just reached its end.
     bool (*pollMusic)();
@@ -16,3 +18,5 @@ inline constinit HostSlots hostSlots = {
     .stopMusic = [] {},
     .toggleMute = [] {},
 };
+
+}  // namespace moxi

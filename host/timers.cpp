@@ -6,6 +6,8 @@
 #include "host/window.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kIdleTicksPerMessage = 16;
@@ -43,3 +45,5 @@ void OnModuleTimer() {
     if (launchComplete && firstSizeSent && QueueIsEmpty()) CheckForCollapse();
     if (!inMX && !inputSuspended) PostMessage(MSG_TICK, 0, 0, 0);
 }
+
+}  // namespace moxi

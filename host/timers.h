@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u64 kHostTickMicroseconds = 5000;
 
 // Every 5 ms: posts a pending size and, at every 16th idle tick, MSG_TICK; delivers one queued
@@ -11,3 +13,5 @@ void OnHostTick();
 
 // Every firing of the module timer: checks the window for collapse and posts MSG_TICK.
 void OnModuleTimer();
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 ViewBuffer viewBuffer;
 
 namespace {
@@ -71,3 +73,5 @@ void ResetView() {
     viewBuffer = {};
     knownHeight = 0;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "desktop/desktop.h"
 #include "gfx/present.h"
 
+namespace moxi {
+
 extern ViewBuffer viewBuffer;  // what the view shows
 
 struct moxiView {
@@ -22,3 +24,5 @@ struct moxiView {
 bool WriteScreenshot(const std::string& path);
 
 void ResetView();
+
+}  // namespace moxi

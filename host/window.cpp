@@ -7,6 +7,8 @@
 #include "vm/diagnostics.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr WindowGeometry kCreationGeometry = {100, 100, 1000, 600, false};
@@ -218,3 +220,5 @@ void moxiWindow::didEndLiveResizeNotification() {
     ReadFullScreenState();
     liveResize = false;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "base/types.h"
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 // Desktop points, origin bottom-left. x and y are signed where they are applied.
 struct WindowGeometry {
     u32 x;
@@ -54,3 +56,5 @@ struct moxiWindow {
     static void didEndLiveResizeNotification();
     static void didFrameChangeNotification();
 };
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "base/log.h"
 #include "sys/services.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr size_t kLineLimit = 100;
@@ -206,3 +208,5 @@ std::string ServicesPage() {
     }
     return page;
 }
+
+}  // namespace moxi

@@ -4,7 +4,11 @@
 
 #include <string>
 
+namespace moxi {
+
 // The whole files. A test holds those in the tree equal to them; `mxservices` and `mxservices page`
 // print them.
 std::string ServicesHeader();
 std::string ServicesPage();
+
+}  // namespace moxi

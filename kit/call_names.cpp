@@ -3,6 +3,8 @@
 #include "host/message.h"
 #include "sys/services.h"
 
+namespace moxi {
+
 namespace {
 
 struct Name {
@@ -47,3 +49,5 @@ std::optional<u32> MessageOfName(std::string_view name) {
     }
     return std::nullopt;
 }
+
+}  // namespace moxi

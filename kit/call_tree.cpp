@@ -8,6 +8,8 @@
 #include "kit/symbols.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 std::vector<CallNode> callNodes;
 std::vector<ProfiledFunction> profiledFunctions;
 
@@ -127,3 +129,5 @@ void ResetCallTree() {
     functionsByAddress.clear();
     nodesByCall.clear();
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct CallNode {
     u32 parent;  // kNoNode for the root of a way
     u32 function;
@@ -40,3 +42,5 @@ void SumCallTree();
 void WriteFoldedStacks(std::FILE* file);
 
 void ResetCallTree();
+
+}  // namespace moxi

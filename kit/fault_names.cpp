@@ -4,11 +4,13 @@
 #include <string>
 
 #include "base/log.h"
-#include "kit/debugger_stops.h"
+#include "kit/debugger/stops.h"
 #include "kit/module_memory.h"
 #include "kit/symbols.h"
 #include "vm/diagnostics.h"
 #include "vm/run_cycle.h"
+
+namespace moxi {
 
 namespace {
 
@@ -61,3 +63,5 @@ void NameFaultInDebugLog(std::string_view message) {
     const std::string text = MacRomanToUtf8(message.substr(0, message.find('\n')));
     AppendDebugLog("fatal: " + text + " In " + RoutineAt(HeaderLong(kHeaderPC)) + Callers() + "\n");
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "base/bytes.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 inline bool InImage(u32 address, u64 size) {
     return u64{address} + size <= imageSize;
 }
@@ -29,3 +31,5 @@ bool Poke(u32 address, T value) {
     StoreBytes<T>(image + address, value);
     return true;
 }
+
+}  // namespace moxi

@@ -8,6 +8,6 @@
 
 int main(int argc, char** argv) {
     const bool isPage = argc > 1 && std::string_view(argv[1]) == "page";
-    std::cout << (isPage ? ServicesPage() : ServicesHeader());
+    std::cout << (isPage ? moxi::ServicesPage() : moxi::ServicesHeader());
     return std::cout.flush() ? 0 : 1;
 }

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 std::string WhyNotNew(const std::string& path) {
@@ -13,3 +15,5 @@ std::string WhyNotNew(const std::string& path) {
         return error ? error.message() : "is a folder that is not empty";
     return "";
 }
+
+}  // namespace moxi

@@ -3,5 +3,9 @@
 
 #include <string>
 
+namespace moxi {
+
 // Why the folder cannot be made, "" when it can: it is not there, or it is empty.
 std::string WhyNotNew(const std::string& path);
+
+}  // namespace moxi

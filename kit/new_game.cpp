@@ -7,6 +7,8 @@
 #include "host/bundle.h"
 #include "kit/new_folder.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -78,3 +80,5 @@ NewGameResult MakeNewGame(const std::string& folder, const std::string& language
     if (problem.empty()) return {};
     return {kFailed, problem};
 }
+
+}  // namespace moxi

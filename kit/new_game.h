@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace moxi {
+
 struct NewGameResult {
     int status = 0;  // 0, or the exit status: 1 for a failure, 2 for a folder that cannot be used
     std::string problem;  // in one line, what is wrong and where
@@ -12,3 +14,5 @@ struct NewGameResult {
 // The folder must be new or empty. The game is called as the folder is. `language` is "c" or
 // "assembly", a folder of templates among the host's own resources.
 NewGameResult MakeNewGame(const std::string& folder, const std::string& language);
+
+}  // namespace moxi

@@ -20,6 +20,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -352,3 +354,5 @@ void CloseProfileOfBusyModule() {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Starts counting; from now on every instruction is executed the plain, slow way. The tables go to
 // `path`, the call stacks to `path`.folded. To be called after StartTrace. Returns "" or the file
 // that cannot be written.
@@ -22,3 +24,5 @@ void CloseProfile();
 // The same from another thread, while the module is busy: at its next instruction, or not at all
 // when none comes within a second.
 void CloseProfileOfBusyModule();
+
+}  // namespace moxi

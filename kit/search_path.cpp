@@ -8,6 +8,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace {
 
 template <class T>
@@ -132,3 +134,5 @@ std::string SetSearchPath(const std::string& program, const std::string& folder)
     const std::string problem = AddSearchPath(file, dynamic, folder);
     return problem.empty() && file.flush() ? "" : program + ": " + problem;
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // A library with a search path of its own would not look where the program looks: it has none
 // afterwards. A file that is no library stays as it is.
 void DropSearchPath(const std::string& library);
@@ -11,3 +13,5 @@ void DropSearchPath(const std::string& library);
 // been linked with a search path of the same length, which an installation has removed, or have
 // this one. Returns "" or what is wrong.
 std::string SetSearchPath(const std::string& program, const std::string& folder);
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include "kit/new_folder.h"
 #include "kit/ship_runtime.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -225,3 +227,5 @@ ShipResult ShipGame(std::string out, std::string game, const std::vector<std::st
     fs::remove_all(unfinished, error);
     return {kFailed, problem};
 }
+
+}  // namespace moxi

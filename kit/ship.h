@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 struct ShipResult {
     int status = 0;       // 0, or the exit status: 1 for a failure, 2 for paths that cannot be used
     std::string problem;  // in one line, what is wrong and where
@@ -21,3 +23,5 @@ struct ShipResult {
 // they are taken in either order. The first of `soundFonts` that can be read goes with the game. A
 // failure leaves nothing behind.
 ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts);
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 
 #include "kit/search_path.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -141,3 +143,5 @@ std::string CopyFonts(const std::string& folder) {
             "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n</fontconfig>\n";
     return file.flush() ? "" : folder + "/fonts.conf: cannot be written";
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 // Copies the program itself and the libraries that it has loaded, but for those that belong to the
 // machine: the C and C++ runtime and whatever speaks with the kernel's drivers and the display.
 // These functions return "" or what could not be copied.
@@ -13,3 +15,5 @@ std::string CopyFonts(const std::string& folder);
 
 // Copies one file and its permissions.
 std::string CopyOneFile(const std::string& from, const std::string& to);
+
+}  // namespace moxi

@@ -4,8 +4,10 @@
 #include <filesystem>
 
 #include "host/bundle.h"
-#include "tools/disassembler.h"
-#include "tools/source.h"
+#include "tools/asm/source.h"
+#include "tools/dis/disassembler.h"
+
+namespace moxi {
 
 namespace {
 
@@ -83,3 +85,5 @@ u32 NextFunctionSymbol(u32 address) {
     const auto above = FirstAbove(address);
     return above == functions.end() ? 0xFFFFFFFF : above->address;
 }
+
+}  // namespace moxi

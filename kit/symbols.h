@@ -8,6 +8,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Reads a symbol file in place of whatever was read before. Returns "", or in one line what is
 // wrong with which file; then the names so far stay.
 std::string LoadSymbols(const std::string& path);
@@ -43,3 +45,5 @@ const FunctionSymbol* FunctionSymbolAt(u32 address);
 
 // The first address above `address` where FunctionSymbolAt may answer otherwise.
 u32 NextFunctionSymbol(u32 address);
+
+}  // namespace moxi

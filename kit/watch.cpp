@@ -18,6 +18,8 @@
 #include "host/bundle.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -179,3 +181,5 @@ std::optional<int> WatchGame() {
         EndGame(game);
     }
 }
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -38,3 +40,5 @@ u32 WriteBase64(u32 handle, const u8* data, i32 length) {
     }
     return written;
 }
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr mode_t kFileMode = 0666;
@@ -300,3 +302,5 @@ int RenameBeneath(int folder, const char* oldName, const char* newName) {
 void ResolveNames(Resolution wanted) {
     resolution = wanted;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 
 #include <cstdio>
 
+namespace moxi {
+
 // Opens with the flags of open(2); what is made gets mode 0666. The descriptor is closed on exec.
 int OpenBeneath(int folder, const char* name, int flags);
 
@@ -34,3 +36,5 @@ int RenameBeneath(int folder, const char* oldName, const char* newName);
 // operating system does it, is what an author may ask for.
 enum class Resolution { Beneath, BeneathByWalking, Freely };
 void ResolveNames(Resolution wanted);
+
+}  // namespace moxi

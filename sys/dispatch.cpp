@@ -10,6 +10,8 @@
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 void SysDispatch() {
     const u32 block = Load<u32>(kHeaderR15);
     const u32 command = Load<u32>(block);
@@ -34,3 +36,5 @@ void SysDispatch() {
 void ReportUnknownCommand() {
     ShowFatalMessage(FormatText("Unknown SYS command at 0x%8.8X. Ack!", Load<u32>(kHeaderPC)));
 }
+
+}  // namespace moxi

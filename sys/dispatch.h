@@ -5,6 +5,8 @@
 #include "base/types.h"
 #include "sys/beneath.h"
 
+namespace moxi {
+
 // What this room needs from higher rooms: handlers of the groups that they own, the tick of the
 // module's periodic timer, and the sandbox. Written only by app/ and by tests. A handler gets the
 // sub-command (0..255) and the address of the first argument.
@@ -35,3 +37,5 @@ void SysDispatch();
 
 // Shows the failure message for a command that no handler knows; it names the SYS instruction.
 void ReportUnknownCommand();
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "sys/services.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 void Read(u32 arguments) {
@@ -98,3 +100,5 @@ void SysFileGroup(u32 sub, u32 arguments) {
         default: ReportUnknownCommand();
     }
 }
+
+}  // namespace moxi

@@ -19,6 +19,8 @@
 #include "sys/quota.h"
 #include "sys/system_calls.h"
 
+namespace moxi {
+
 namespace {
 
 // The studio's folder inside the user's application support folder.
@@ -493,3 +495,5 @@ void ResetFiles() {
     resourcesRoot.Set("");
     failedWriteIsTold = false;
 }
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Path and NUL of every file operation have to fit this many bytes.
 constexpr u32 kPathBufferSize = 1024;
 
@@ -119,3 +121,5 @@ void MoveFile(const char* oldName, const char* newName);
 
 // Closes every file and forgets the folders. For tests.
 void ResetFiles();
+
+}  // namespace moxi

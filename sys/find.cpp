@@ -11,6 +11,8 @@
 #include "sys/system_calls.h"
 #include "vm/diagnostics.h"
 
+namespace moxi {
+
 namespace {
 
 struct FindNode {
@@ -197,3 +199,5 @@ bool MatchWildcard(const char* name, const char* pattern) {
     while (*pattern == '*') pattern++;
     return *pattern == 0;
 }
+
+}  // namespace moxi

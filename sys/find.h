@@ -4,6 +4,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kAttributeFolder = 16;
 constexpr u32 kPatternBufferSize = 256;
 
@@ -28,3 +30,5 @@ void EndFind();
 // `name` matches `pattern` as a whole: "?" is any one byte, "*" any run, ASCII letters match in
 // either case.
 bool MatchWildcard(const char* name, const char* pattern);
+
+}  // namespace moxi

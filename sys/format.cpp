@@ -5,6 +5,8 @@
 
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 struct Conversion {
@@ -229,3 +231,5 @@ std::string FormatOneValue(const char* format, const FormatValue& value) {
     Format(sink, format, value);
     return text;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct FormatValue {
     enum class Kind { Number32, Number64, Text };
     Kind kind;
@@ -25,3 +27,5 @@ struct FormatValue {
 // enormous width before memory is spent on it. A text outside the image is a memory fault.
 u64 FormattedLength(const char* format, const FormatValue& value);
 std::string FormatOneValue(const char* format, const FormatValue& value);
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 void SysHeapGroup(u32 sub, u32 arguments) {
     switch (kHeapServices | sub) {
         case SYS_ALLOC: SetResult(AllocHeap(Argument(arguments, 0))); return;
@@ -26,3 +28,5 @@ void SysHeapGroup(u32 sub, u32 arguments) {
         default: return;
     }
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "base/types.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 constexpr u32 kFailed = 0xFFFFFFFF;
 
 // Argument `index`, counted from 0, of the block whose arguments start at `arguments`.
@@ -27,3 +29,5 @@ inline void SetResult(u32 value) {
 inline void SetResult64(u64 value) {
     Store<u64>(kHeaderR14, value);
 }
+
+}  // namespace moxi

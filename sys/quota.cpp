@@ -12,6 +12,8 @@
 #include "desktop/folders.h"
 #include "sys/files.h"
 
+namespace moxi {
+
 namespace {
 
 // What a write may take beyond its bytes: the rest of a block, in a file with holes.
@@ -124,3 +126,5 @@ void ResetQuota() {
     isExact = false;
     refusals = 0;
 }
+
+}  // namespace moxi

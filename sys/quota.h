@@ -8,6 +8,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // How many of `count` bytes may be written to the stream, which belongs to a file of the data
 // folder.
 u32 WritableBytes(std::FILE* stream, u32 count);
@@ -17,3 +19,5 @@ void NoteShrinking();
 
 // Measures anew before the next write. For tests, and when the folders change.
 void ResetQuota();
+
+}  // namespace moxi

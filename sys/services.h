@@ -9,6 +9,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // What a service is given and gives back. In C a handle is a number of its own name, and the
 // address of something a pointer to it.
 enum class ServiceType : u8 {
@@ -91,3 +93,5 @@ constexpr const Service* FindService(u32 command) {
                      [command](const Service& service) { return service.command == command; });
     return at == std::end(kServices) ? nullptr : at;
 }
+
+}  // namespace moxi

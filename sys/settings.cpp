@@ -7,6 +7,8 @@
 #include "sys/files.h"
 #include "sys/settings_buffer.h"
 
+namespace moxi {
+
 namespace {
 
 // A section's header in memory: "[", ten bytes that hold the checksum text in a file, "=", name,
@@ -513,3 +515,5 @@ u32 AtEndOfLine() {
 void ResetSettings() {
     DiscardSettings();
 }
+
+}  // namespace moxi

@@ -18,6 +18,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // A text that was read and the command's result: a length or kBadSettingsText.
 struct SettingsText {
     u32 result;
@@ -106,3 +108,5 @@ u32 AtEndOfLine();
 
 // Discards the buffer and all state. For tests.
 void ResetSettings();
+
+}  // namespace moxi

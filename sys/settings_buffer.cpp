@@ -6,6 +6,8 @@
 #include "base/bytes.h"
 #include "sys/system_calls.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kEmptyCapacity = 2048;
@@ -130,3 +132,5 @@ void ExchangeSettings(Place place, u8* bytes, std::size_t count) {
     if (place > capacity || count > kSlack) return;
     std::swap_ranges(bytes, bytes + count, block + place);
 }
+
+}  // namespace moxi

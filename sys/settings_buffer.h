@@ -11,6 +11,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 using Place = std::size_t;
 constexpr Place kNoPlace = static_cast<Place>(-1);
 
@@ -63,3 +65,5 @@ Place WriteSettings(Place place, const void* bytes, std::size_t count);
 // Exchanges `bytes` with what stands at `place` and leaves the text as long as it is: for changes
 // that are taken back at once. At most up to the zeros behind the capacity.
 void ExchangeSettings(Place place, u8* bytes, std::size_t count);
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "sys/settings.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 void StoreNumber(u32 address) {
@@ -66,3 +68,5 @@ void SysProfileGroup(u32 sub, u32 arguments) {
         default: ReportUnknownCommand();
     }
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "sys/beneath.h"
 
+namespace moxi {
+
 struct SystemCalls {
     // A name beneath an open folder, with the flags of open(2); null for what is neither a file nor
     // a folder.
@@ -33,3 +35,5 @@ inline constinit SystemCalls systemCalls = {
     .allocate = [](std::size_t size) { return std::malloc(size); },
     .release = [](void* block) { std::free(block); },
 };
+
+}  // namespace moxi

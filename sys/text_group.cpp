@@ -12,6 +12,8 @@
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 // A byte count of the module: signed, widened with its sign. A negative one is then larger than
@@ -120,3 +122,5 @@ void SysTextGroup(u32 sub, u32 arguments) {
         default: ReportUnknownCommand();
     }
 }
+
+}  // namespace moxi

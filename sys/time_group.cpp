@@ -9,6 +9,8 @@
 #include "sys/services.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constinit TimerId moduleTimer = 0;
@@ -68,3 +70,5 @@ void SysTimeGroup(u32 sub, u32 arguments) {
 void ResetTimeGroup() {
     moduleTimer = 0;
 }
+
+}  // namespace moxi

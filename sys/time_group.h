@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // 0 set periodic timer, 1 milliseconds, 2 date and time text; other sub-commands are ignored.
 void SysTimeGroup(u32 sub, u32 arguments);
 
@@ -22,3 +24,5 @@ void DateTimeText(char (&buffer)[kDateTimeTextSize]);
 
 // Forgets the timer without telling the desktop. For tests.
 void ResetTimeGroup();
+
+}  // namespace moxi

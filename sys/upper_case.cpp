@@ -4,6 +4,8 @@
 
 #include <climits>
 
+namespace moxi {
+
 std::optional<std::string> UpperCaseUtf8(std::string_view text) {
     if (text.empty()) return std::string();
     // Case mapping makes at most three units of one, and three bytes of a unit.
@@ -28,3 +30,5 @@ std::optional<std::string> UpperCaseUtf8(std::string_view text) {
     result.resize(static_cast<std::size_t>(bytes));
     return result;
 }
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -65,7 +67,7 @@ void ListFonts() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+static int Main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     // A test program that a test starts has what the test has given it.
     constexpr const char* kNamed = "MOXI_TEST_SURROUNDINGS";
@@ -75,4 +77,10 @@ int main(int argc, char** argv) {
     Set(kNamed, home.path);
     ListFonts();
     return RUN_ALL_TESTS();
+}
+
+}  // namespace moxi
+
+int main(int argc, char** argv) {
+    return moxi::Main(argc, argv);
 }

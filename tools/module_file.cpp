@@ -5,6 +5,8 @@
 #include "base/bytes.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 std::string ParseModule(std::vector<u8> bytes, ModuleFile& module) {
     module = {};
     module.bytes = std::move(bytes);
@@ -36,3 +38,5 @@ std::string ParseModule(std::vector<u8> bytes, ModuleFile& module) {
     }
     return {};
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct ModuleFile {
     std::vector<u8> bytes;  // the whole file; what lies beyond `loaded` is never loaded
     u32 loaded = 0;         // header, code and data
@@ -18,3 +20,5 @@ struct ModuleFile {
 
 // Takes the bytes of a file and reads its header. Returns what is wrong, or an empty text.
 std::string ParseModule(std::vector<u8> bytes, ModuleFile& module);
+
+}  // namespace moxi

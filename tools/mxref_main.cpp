@@ -5,6 +5,6 @@
 #include "tools/reference.h"
 
 int main() {
-    std::cout << InstructionSetPage();
+    std::cout << moxi::InstructionSetPage();
     return std::cout.flush() ? 0 : 1;
 }

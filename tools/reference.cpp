@@ -2,6 +2,8 @@
 
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr const char* kHead = R"(# The instruction set
@@ -372,3 +374,5 @@ std::string InstructionSetPage() {
     return kHead + Classes() + kModes + TwoOperandFormTable() + TwoOperandTable() +
            OneOperandFormTable() + OneOperandTable() + Branches() + Singles() + kFrames + Notes();
 }
+
+}  // namespace moxi

@@ -3,4 +3,8 @@
 
 #include <string>
 
+namespace moxi {
+
 std::string InstructionSetPage();
+
+}  // namespace moxi

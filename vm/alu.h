@@ -11,6 +11,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 template <class T>
 using SignedOf = std::make_signed_t<T>;
 
@@ -116,3 +118,5 @@ constexpr bool Holds(Condition condition, u8 flags) {
     }
     return false;
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "desktop/desktop.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kUpdateMode = 0x8002;
@@ -111,3 +113,5 @@ std::string MacRomanToUtf8(std::string_view text) {
     }
     return utf8;
 }
+
+}  // namespace moxi

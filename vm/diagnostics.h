@@ -7,6 +7,8 @@
 #include "base/log.h"
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kMessageBufferSize = 1024;
 
 // Shows `text` (8-bit Mac Roman, cut to 1,023 bytes) in the modal fatal message box and as
@@ -29,3 +31,5 @@ void AppendDebugLog(std::string_view bytes);
 
 // 8-bit Mac Roman text as UTF-8.
 std::string MacRomanToUtf8(std::string_view text);
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 namespace {
 
 const OperandForm* FindForm(u32 w) {
@@ -345,3 +347,5 @@ std::string FlagNames(u8 flags) {
     if ((flags & kNeg) != 0) names += 'N';
     return names.empty() ? "-" : names;
 }
+
+}  // namespace moxi

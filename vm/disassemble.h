@@ -12,6 +12,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kMaxInstructionWords = 4;
 
 // Bytes of the instruction that starts with the word w: 4, 8, 12 or 16. An illegal opcode has 4.
@@ -41,3 +43,5 @@ DisassembledInstruction DisassembleAt(std::span<const u8> memory, u32 address,
 
 // The flags that are set, as letters: O odd, Z zero, N negative; "-" for none.
 std::string FlagNames(u8 flags);
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kBlockReserve = 100;  // PUSHBLOCK keeps this much of the stack free
@@ -560,3 +562,5 @@ Outcome Execute(u32 w, Cpu& cpu) {
     }
     return IllegalOpcode(cpu.pc);
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // PC, SP, FP and the flags are kept in this record while the module runs, and written back to the
 // header after every instruction.
 struct Cpu {
@@ -25,3 +27,5 @@ Outcome Execute(u32 w, Cpu& cpu);
 
 // Writes the record to the header. An instruction that wrote there itself loses that write.
 void WriteBack(const Cpu& cpu);
+
+}  // namespace moxi

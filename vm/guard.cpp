@@ -14,6 +14,8 @@
 #include "vm/machine.h"
 #include "vm/threaded.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kAddressSpace = u64{1} << 32;
@@ -150,3 +152,5 @@ void ReleaseImage() {
     reservation = reservationBase = nullptr;
     reservationSize = accessibleSize = 0;
 }
+
+}  // namespace moxi

@@ -16,6 +16,8 @@
 #define MOXI_CHECKED_ACCESS 0
 #endif
 
+namespace moxi {
+
 inline constexpr bool kCheckedAccess = MOXI_CHECKED_ACCESS != 0;
 
 // Ends the host: one line with the newest trace addresses goes to debug.log, then the fatal
@@ -49,3 +51,5 @@ inline constexpr u64 kTraceBelowImage = 16384;
 inline constexpr u64 kTableBelowImage = 65536 + 65536 * 8;
 u8* ReserveImage(u32 size);
 void ReleaseImage();
+
+}  // namespace moxi

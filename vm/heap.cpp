@@ -7,6 +7,8 @@
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 constinit HeapRecord heapPtrs[kHeapHandles] = {};
 constinit i32 heapListHeads[4] = {-1, -1, -1, -1};
 constinit u32 heapFree = 0;
@@ -284,3 +286,5 @@ void CompactHeap() {
     }
     if (compactionIsDue || Head(HeapList::Allocated) < 0) SlideBlocks();
 }
+
+}  // namespace moxi

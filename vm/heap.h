@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kHeapHandles = 65536;
 constexpr u32 kNoHandle = 0xFFFFFFFF;
 
@@ -60,3 +62,5 @@ void ReleaseFrameLocks(u32 newSP);
 // Slides the live blocks down, in address order, and makes freed handles unused. Locks or host
 // pointers left over end the process with a fatal message.
 void CompactHeap();
+
+}  // namespace moxi

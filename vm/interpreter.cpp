@@ -5,6 +5,8 @@
 #include "vm/machine.h"
 #include "vm/threaded.h"
 
+namespace moxi {
+
 constinit const InstructionTrace* instructionTrace = nullptr;
 constinit const DebugHooks* debugHooks = nullptr;
 
@@ -69,3 +71,5 @@ void RunInterpreter() {
         RunGuarded(kThreaded && !AddressesGoRound() ? RunFast : RunPlain<false>);
     }
 }
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Runs until the module returns to address 0, stops, fails or enters a modal wait. Everything
 // travels in the header. An access outside the image or an impossible division ends the process.
 void RunInterpreter();
@@ -28,3 +30,5 @@ struct DebugHooks {
 
 // Null (the default) runs at full speed. The record must outlive its use.
 extern const DebugHooks* debugHooks;
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kReadMode = 0x8000;
@@ -90,3 +92,5 @@ bool LoadModule() {
     vmSlots.moduleLoaded();
     return true;
 }
+
+}  // namespace moxi

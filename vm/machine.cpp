@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace moxi {
+
 constinit u8* image = nullptr;
 constinit u32 imageSize = 0;
 constinit u32 heapStart = 0;
@@ -52,3 +54,5 @@ void ResetMachine() {
     modalDepth = 0;
     presentNotify = false;
 }
+
+}  // namespace moxi

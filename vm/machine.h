@@ -11,6 +11,8 @@
 #include "base/types.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 // --- State
 
 extern u8* image;      // first byte of the header
@@ -117,3 +119,5 @@ bool AllocateImage(u32 size);
 
 // Releases the image and sets the state of this file to that of a new process. For tests.
 void ResetMachine();
+
+}  // namespace moxi

@@ -31,6 +31,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // ---------------------------------------------------------------------------------------------
 // Field helpers
 
@@ -469,3 +471,5 @@ static_assert(EverySlotIsClaimedOnce(), "a dispatch slot is empty or claimed twi
 constexpr InstructionClass ClassOf(u32 w) {
     return opcode_tables::kClassTable.kinds[w & 1023];
 }
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 constinit bool inMX = false;
 constinit u32 runState = 0;
 constinit u32 heapHighWater = 0;
@@ -83,3 +85,5 @@ void ResetRunCycle() {
     heapHighWater = 0;
     moduleStarted = 0;
 }
+
+}  // namespace moxi

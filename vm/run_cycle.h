@@ -3,6 +3,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 extern bool inMX;          // a message is being run
 extern u32 runState;       // bit 0: the module asked to stop or failed; bit 1: the end is sent
 extern u32 heapHighWater;  // highest heapFree at the end of a run
@@ -23,3 +25,5 @@ i32 ForceMsg(u32 command, u32 p1, u32 p2, u32 p3);
 void DeliverQueuedMessage();
 
 void ResetRunCycle();
+
+}  // namespace moxi

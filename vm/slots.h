@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct VmSlots {
     void (*sysDispatch)();
     // The screen's dirty rectangle is not empty.
@@ -46,3 +48,5 @@ inline constinit VmSlots vmSlots = {
     .beforeFatalMessage = [](std::string_view) {},
     .endProcess = [](int status) { std::exit(status); },
 };
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 
+namespace moxi {
+
 #if MOXI_THREADED
 
 // How the machine's state is kept
@@ -862,3 +864,5 @@ void RunThreaded() {}
 void SettleThreaded() {}
 
 #endif
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 #define MOXI_THREADED 0
 #endif
 
+namespace moxi {
+
 inline constexpr bool kThreaded = MOXI_THREADED != 0;
 
 // The table of handlers lies below the image, as the trace does (vm/guard.h): what lies at a fixed
@@ -51,3 +53,5 @@ extern i64 lastThreadedResult;
 
 // Says that pcTraceCount is right, where translated code has brought it up to date.
 void NoteThreadedCount();
+
+}  // namespace moxi

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "base/bytes.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/disassemble.h"
 #include "vm/machine.h"
 

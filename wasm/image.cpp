@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "base/bytes.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/machine.h"
 #include "wasm/assembly_text.h"
 #include "wasm/source_lines.h"

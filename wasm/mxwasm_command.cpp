@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <ostream>
 
-#include "tools/source.h"
+#include "tools/asm/source.h"
 #include "wasm/translate.h"
 
 namespace moxi {

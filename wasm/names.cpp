@@ -1,5 +1,6 @@
 #include "wasm/names.h"
 
+#include "base/utf8.h"
 #include "wasm/cursor.h"
 
 namespace moxi {
@@ -39,31 +40,6 @@ void ReadSubsection(Module& module, u8 id, ByteCursor cursor) {
 }
 
 }  // namespace
-
-bool IsUtf8(std::string_view text) {
-    const auto byteAt = [&](u64 i) { return static_cast<u8>(text[i]); };
-    for (u64 i = 0; i < text.size();) {
-        const u8 first = byteAt(i);
-        if (first < 0x80) {
-            ++i;
-            continue;
-        }
-        const u32 length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-        if (first < 0xC2 || first > 0xF4 || i + length > text.size()) return false;
-        u32 code = first & (0x7Fu >> length);
-        for (u32 k = 1; k < length; ++k) {
-            const u8 next = byteAt(i + k);
-            if ((next & 0xC0) != 0x80) return false;
-            code = code << 6 | (next & 0x3F);
-        }
-        constexpr u32 kLowest[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (code < kLowest[length] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
-}
 
 void ReadNames(Module& module) {
     for (const CustomSection& section : module.custom) {

@@ -7,8 +7,6 @@
 
 namespace moxi {
 
-bool IsUtf8(std::string_view text);
-
 // Takes the names of functions and globals from the name section. A damaged one is left out from
 // where it is damaged: names do nothing but help people.
 void ReadNames(Module& module);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <set>
 
+#include "base/utf8.h"
 #include "wasm/cursor.h"
 #include "wasm/module.h"
 #include "wasm/names.h"

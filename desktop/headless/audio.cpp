@@ -11,6 +11,8 @@
 #include "desktop/synth/renderer.h"
 #include "desktop/synth/sound_file.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kNanosecondsPerMicrosecond = 1000;
@@ -132,3 +134,5 @@ void StartHeadlessAudio(const AudioOptions& options) {
         .shutDown = ShutDown,
     };
 }
+
+}  // namespace moxi

@@ -5,6 +5,10 @@
 
 #include "desktop/synth/options.h"
 
+namespace moxi {
+
 // Fills the audioOut record. To be called after StartHeadlessDesktop. A render file that cannot be
 // written gives a line in the system log.
 void StartHeadlessAudio(const AudioOptions& options);
+
+}  // namespace moxi

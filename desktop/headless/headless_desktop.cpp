@@ -9,6 +9,8 @@
 #include "desktop/quit_request.h"
 #include "desktop/us_layout.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kMicrosecondsPerMillisecond = 1000;
@@ -429,3 +431,5 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.alert = [](const std::string&) {};
     desktop.alertOrEnd = [](const std::string&) { return SignalIsWaiting(); };
 }
+
+}  // namespace moxi

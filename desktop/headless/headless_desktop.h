@@ -10,6 +10,8 @@
 #include "desktop/desktop.h"
 #include "desktop/headless/script.h"
 
+namespace moxi {
+
 struct HeadlessOptions {
     std::vector<ViewSize> screens = {{1920, 1080}};  // side by side, the main screen first
     std::vector<ScriptEvent> script;
@@ -20,3 +22,5 @@ struct HeadlessOptions {
 // Fills the desktop record with the headless desktop. Virtual time is 0 until the event loop has
 // delivered the launch.
 void StartHeadlessDesktop(const HeadlessOptions& options);
+
+}  // namespace moxi

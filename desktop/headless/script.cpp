@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <limits>
 
+namespace moxi {
+
 namespace {
 
 constexpr i64 kLargestSize = 32767;
@@ -379,3 +381,5 @@ std::string QuoteScriptText(const std::string& text) {
     }
     return quoted + '"';
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 enum class ScriptEventKind : u8 {
     KeyDown,
     KeyUp,
@@ -53,3 +55,5 @@ bool ParseScreenSizes(const std::string& text, std::vector<ViewSize>& sizes);
 
 // A text in double quotes with the script's escapes, for writing scripts.
 std::string QuoteScriptText(const std::string& text);
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kHeaderSize = 44;
@@ -56,3 +58,5 @@ bool CloseWav(WavWriter& writer) {
     writer.file = nullptr;
     return written;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct WavWriter {
     std::FILE* file = nullptr;
     u64 bytes = 0;  // of samples
@@ -20,3 +22,5 @@ void WriteWav(WavWriter& writer, const i16* samples, u32 frames);
 
 // Completes the header and closes. False when anything could not be written.
 bool CloseWav(WavWriter& writer);
+
+}  // namespace moxi

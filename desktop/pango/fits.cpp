@@ -8,6 +8,8 @@
 #include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kKept = 512;
@@ -68,3 +70,5 @@ TextFit FitText(TextFont& font, std::string_view text, double width) {
 void ForgetFits() {
     for (Kept& one : kept) one = {};
 }
+
+}  // namespace moxi

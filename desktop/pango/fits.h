@@ -6,6 +6,10 @@
 
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 TextFit FitText(TextFont& font, std::string_view text, double width);
 
 void ForgetFits();
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+namespace moxi {
+
 static std::string InHome(const char* name) {
     const char* const home = std::getenv("HOME");
     return home != nullptr ? std::string(home) + name : "";
@@ -43,3 +45,5 @@ std::vector<std::string> OwnFontPlaces() {
     FcConfigDestroy(config);
     return places;
 }
+
+}  // namespace moxi

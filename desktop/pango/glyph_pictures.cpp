@@ -11,6 +11,8 @@
 #include FT_OUTLINE_H
 #include FT_SYNTHESIS_H
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kMostBytes = 32 << 20;  // of all pictures
@@ -315,3 +317,5 @@ TextPicture AddGlyphs(const std::vector<PlacedGlyph>& glyphs, i32 columns, i32 r
     for (const PlacedGlyph& glyph : glyphs) AddGlyph(glyph, picture, bytes);
     return picture;
 }
+
+}  // namespace moxi

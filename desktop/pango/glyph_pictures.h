@@ -14,6 +14,8 @@
 #include "base/types.h"
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 // Rows of a glyph's coverage are made up to a multiple of this.
 constexpr std::size_t kGlyphBlock = 16;
 constexpr i32 kGlyphPhases = 4;  // places within a pixel
@@ -57,3 +59,5 @@ void TrimGlyphPictures();
 // baseline, at most. Its rows lie in `bytes`.
 TextPicture AddGlyphs(const std::vector<PlacedGlyph>& glyphs, i32 columns, i32 rows,
                       std::vector<u8>& bytes);
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kMostLabels = 512;
@@ -158,3 +160,5 @@ void ForgetLabels() {
     keptBytes = 0;
     longLabel = {};
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 struct Label {
     double width;
     // Set when drawn: the picture for this many columns, its rows in `bytes`.
@@ -22,3 +24,5 @@ Label& FindLabel(TextFont& font, std::string_view text, bool underline);
 void DrawLabel(TextFont& font, std::string_view text, bool underline, i32 columns, Label& label);
 
 void ForgetLabels();
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "desktop/pango/line_runs.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kFirstPiece = 32;  // characters
@@ -223,3 +225,5 @@ TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::
 void ResetLayoutText() {
     last = {};
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 // In 1/1024 pixel.
 i64 MeasureLayout(const TextFont& font, std::string_view text);
 
@@ -19,3 +21,5 @@ TextPicture DrawLayout(TextFont& font, std::string_view text, i32 columns, std::
 
 // Forgets what was set last.
 void ResetLayoutText();
+
+}  // namespace moxi

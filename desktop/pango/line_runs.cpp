@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace moxi {
+
 namespace {
 
 constexpr i64 kTabStop = i64{28} * PANGO_SCALE;
@@ -158,3 +160,5 @@ std::string_view FirstPart(std::string_view text) {
     while (at < end && g_unichar_ismark(g_utf8_get_char(at)) != FALSE) at = g_utf8_next_char(at);
     return text.substr(0, static_cast<std::size_t>(at - text.data()));
 }
+
+}  // namespace moxi

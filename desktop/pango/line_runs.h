@@ -11,6 +11,8 @@
 
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 // A part of a line in one font and direction; lengths in 1/1024 pixel.
 struct LineRun {
     PangoItem item;            // its analysis belongs to the line's items
@@ -44,3 +46,5 @@ std::vector<const LineRun*> VisualOrder(const LineOfRuns& line);
 
 // The first part of a text that is set at once, which is all of it when it is not long.
 std::string_view FirstPart(std::string_view text);
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace moxi {
+
 namespace {
 
 struct Deleter {
@@ -224,3 +226,5 @@ PairRules ReadPairRules(hb_face_t* face, hb_script_t script, hb_language_t langu
                    Reader{face, rules}.Read(plan.get());
     return rules;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 constexpr u32 kFirstPlain = ' ';
 constexpr u32 kPlainCharacters = '~' - ' ' + 1;
 
@@ -19,3 +21,5 @@ struct PairRules {
 
 // Reads the rules of a face for a script and language, as HarfBuzz applies them unasked.
 PairRules ReadPairRules(hb_face_t* face, hb_script_t script, hb_language_t language);
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+namespace moxi {
+
 namespace {
 
 constexpr i32 kUnknownPair = 0x7FFFFFFF;
@@ -161,3 +163,5 @@ void LearnPairs(const TextFont& font, std::string_view text, SimpleScript script
         table->kerning[a][b] = static_cast<i32>(next.before - glyph.before) - table->advances[a];
     }
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "desktop/pango/pair_rules.h"
 #include "desktop/pango/simple_text.h"
 
+namespace moxi {
+
 // What a font at its size does to pairs: how far the second one moves towards the first.
 struct PairTable {
     const PairRules* rules;
@@ -24,3 +26,5 @@ bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript sc
 // Takes the pairs of a text from what HarfBuzz made of it.
 void LearnPairs(const TextFont& font, std::string_view text, SimpleScript script,
                 const ShapedText& shaped);
+
+}  // namespace moxi

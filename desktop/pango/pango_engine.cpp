@@ -10,6 +10,8 @@
 #include "desktop/pango/typeface.h"
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 namespace {
 
 double Measure(TextFont* font, std::string_view text) {
@@ -49,3 +51,5 @@ void ResetPangoText() {
     ResetLayoutText();
     ResetTypefaces();
 }
+
+}  // namespace moxi

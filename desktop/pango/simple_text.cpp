@@ -8,6 +8,8 @@
 
 #include "desktop/pango/pairs.h"
 
+namespace moxi {
+
 namespace {
 
 hb_buffer_t* buffer = nullptr;
@@ -371,3 +373,5 @@ void ResetSimpleText() {
     if (buffer != nullptr) hb_buffer_destroy(buffer);
     buffer = nullptr;
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 // A shaped glyph; lengths in 1/1024 pixel from the start of the text.
 struct ShapedGlyph {
     u32 glyph;
@@ -48,3 +50,5 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
 
 // Forgets what was shaped last.
 void ResetSimpleText();
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "desktop/pango/pairs.h"
 
+namespace moxi {
+
 namespace {
 
 constinit u64 lastId = 0;
@@ -71,3 +73,5 @@ i32 MostRows(const TextFont& font) {
     constexpr double kSizes = 8;
     return static_cast<i32>(std::min(font.size * kSizes, 1e6)) + 1;
 }
+
+}  // namespace moxi

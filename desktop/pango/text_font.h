@@ -13,6 +13,8 @@
 #include "desktop/pango/typeface.h"
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 struct PairTable;  // pairs.h
 
 struct TextFont {
@@ -36,3 +38,5 @@ void DeleteTextFont(TextFont* font);
 
 // Ink is kept up to so many rows above and below the baseline.
 i32 MostRows(const TextFont& font);
+
+}  // namespace moxi

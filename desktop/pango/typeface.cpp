@@ -13,6 +13,8 @@
 
 #include "base/log.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kStyles = 12;
@@ -296,3 +298,5 @@ extern "C" const char* __lsan_default_options() {
     return "print_suppressions=0";
 }
 // NOLINTEND(bugprone-reserved-identifier)
+
+}  // namespace moxi

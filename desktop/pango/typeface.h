@@ -9,6 +9,8 @@
 #include "desktop/pango/pair_rules.h"
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 // Scripts whose text needs no more than one font and one direction. Characters of no script of
 // their own (digits, punctuation) go with any of them.
 enum class SimpleScript : u8 { Common, Latin, Greek, Cyrillic, None };
@@ -59,3 +61,5 @@ inline SimpleScript ScriptOf(const Typeface& face, u32 character) {
 
 // Forgets all typefaces and the context. For tests.
 void ResetTypefaces();
+
+}  // namespace moxi

@@ -12,23 +12,25 @@
 #include <string_view>
 
 #include "desktop/desktop.h"
-#include "desktop/sdl/alert.h"
-#include "desktop/sdl/display_loss.h"
-#include "desktop/sdl/gate.h"
-#include "desktop/sdl/keyboard.h"
-#include "desktop/sdl/layouts.h"
-#include "desktop/sdl/mouse.h"
-#include "desktop/sdl/native_display.h"
-#include "desktop/sdl/run_loop.h"
-#include "desktop/sdl/screens.h"
+#include "desktop/sdl/input/keyboard.h"
+#include "desktop/sdl/input/layouts.h"
+#include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/loop/run_loop.h"
+#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/services.h"
-#include "desktop/sdl/timers.h"
 #include "desktop/sdl/url_opener.h"
-#include "desktop/sdl/view.h"
-#include "desktop/sdl/watchdog.h"
-#include "desktop/sdl/wayland_side.h"
-#include "desktop/sdl/window.h"
-#include "desktop/sdl/x11_side.h"
+#include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/screens.h"
+#include "desktop/sdl/window/view.h"
+#include "desktop/sdl/window/wayland_side.h"
+#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/x11_side.h"
+
+namespace moxi {
 
 static void SetHints() {
     // The window's class has to be that of the desktop entry.
@@ -182,3 +184,5 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     LeaveGate();
     return true;
 }
+
+}  // namespace moxi

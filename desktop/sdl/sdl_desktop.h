@@ -17,6 +17,8 @@
 
 #include <string>
 
+namespace moxi {
+
 struct SdlOptions {
     bool fullScreen = false;    // enter full screen right after launch
     bool askBeforeUrls = true;  // before the first web address of the run is opened
@@ -26,3 +28,5 @@ struct SdlOptions {
 // sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
 // thread before any other thread exists.
 bool StartSdlDesktop(const SdlOptions& options, std::string* error);
+
+}  // namespace moxi

@@ -7,11 +7,13 @@
 
 #include <ctime>
 
-#include "desktop/sdl/display_loss.h"
-#include "desktop/sdl/gate.h"
-#include "desktop/sdl/native_display.h"
-#include "desktop/sdl/window.h"
-#include "desktop/sdl/x11_clipboard.h"
+#include "desktop/sdl/input/x11_clipboard.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/window.h"
+
+namespace moxi {
 
 static constinit SDL_Cursor* handCursor = nullptr;
 static constinit SDL_Cursor* arrowCursor = nullptr;
@@ -76,3 +78,5 @@ u64 Nanoseconds() {
     // In two parts, so that nothing overflows.
     return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
 }
+
+}  // namespace moxi

@@ -6,9 +6,13 @@
 
 #include "desktop/desktop.h"
 
+namespace moxi {
+
 std::optional<std::string> ClipboardText();
 void SetClipboardText(const std::string& utf8);
 void SetHandCursor(bool hand);
 void FreeCursors();
 DateTime LocalDateTime();
 u64 Nanoseconds();
+
+}  // namespace moxi

@@ -13,9 +13,11 @@
 #include <ctime>
 
 #include "base/log.h"
-#include "desktop/sdl/alert.h"
-#include "desktop/sdl/gate.h"
-#include "desktop/sdl/window.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/window.h"
+
+namespace moxi {
 
 constexpr std::size_t kLongestUrl = 8192;
 constexpr std::size_t kMostShown = 400;  // of an address, in the question
@@ -247,3 +249,5 @@ void OpenUrl(const std::string& utf8) {
         SystemLog("cannot open " + utf8);
     }
 }
+
+}  // namespace moxi

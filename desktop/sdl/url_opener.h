@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // The process that takes the addresses calls `confine` for itself; the one behind it, which starts
 // the opener, does not, since a browser has walls of its own to build.
 void StartUrlOpener(void (*confine)());
@@ -33,3 +35,5 @@ class UrlRate {
 
 // Refuses other texts, and too many of them, with a log line.
 void OpenUrl(const std::string& utf8);
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+namespace moxi {
+
 namespace {
 
 bool SoundsLikeMusic(const std::filesystem::path& name) {
@@ -23,3 +25,5 @@ bool HasMusic(const std::string& resources) {
     }
     return false;
 }
+
+}  // namespace moxi

@@ -3,5 +3,9 @@
 
 #include <string>
 
+namespace moxi {
+
 // The resources folder holds a MUSIC folder or a MIDI file, in any case of letters.
 bool HasMusic(const std::string& resources);
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace moxi {
+
 namespace {
 
 constexpr u64 kPatience = 2'000'000'000;
@@ -28,3 +30,5 @@ u64 MusicClockPosition(MusicClock& clock, u64 rendered, bool lost, u64 now) {
     }
     return clock.rendered + clock.lead;
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct MusicClock {
     u64 startedAt = 0;
     u64 askedAt = 0;
@@ -17,3 +19,5 @@ void RestartMusicClock(MusicClock& clock, u64 now);
 
 // `rendered` is how much of the piece has been rendered; `lost` says that nothing ever will be.
 u64 MusicClockPosition(MusicClock& clock, u64 rendered, bool lost, u64 now);
+
+}  // namespace moxi

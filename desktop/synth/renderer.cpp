@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace moxi {
+
 namespace {
 
 constexpr float kFullScale = 32768;
@@ -174,3 +176,5 @@ void Render(Renderer& renderer, i16* out, u32 frames) {
         frames -= now;
     }
 }
+
+}  // namespace moxi

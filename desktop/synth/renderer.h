@@ -7,6 +7,8 @@
 #include "desktop/audio_out.h"
 #include "desktop/synth/synth.h"
 
+namespace moxi {
+
 // What is cut off fades within these frames (6 ms), so that it does not click.
 constexpr u32 kFadeFrames = 256;
 
@@ -45,3 +47,5 @@ void SetSound(Renderer& renderer, const Sound* sound);
 
 // Renders the next `frames` frames into `out`, two samples each.
 void Render(Renderer& renderer, i16* out, u32 frames);
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace moxi {
+
 namespace {
 
 // What conversion may take in memory: half an hour of plain stereo, several times over.
@@ -101,3 +103,5 @@ bool CheckSound(std::span<const u8> file, std::string& reason) {
     WavData wav;
     return Answer(LoadWav(file, wav), reason);
 }
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 
 #include "base/log.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 struct Synth {
@@ -196,3 +198,5 @@ void PlayEvent(Synth& synth, const MusicPiece& piece, const MusicEvent& event) {
 void RenderStep(Synth& synth, float* left, float* right) {
     fluid_synth_write_float(synth.synth, kSynthStep, left, 0, 1, right, 0, 1);
 }
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "desktop/audio_out.h"
 
+namespace moxi {
+
 constexpr u32 kSynthStep = 64;  // frames
 
 struct Synth;
@@ -31,3 +33,5 @@ void PlayEvent(Synth& synth, const MusicPiece& piece, const MusicEvent& event);
 
 // The next kSynthStep frames, about -1..1.
 void RenderStep(Synth& synth, float* left, float* right);
+
+}  // namespace moxi

@@ -20,6 +20,8 @@
 
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 // The exit status of `body` in a process with the game's filter.
@@ -143,3 +145,5 @@ TEST(Limits, NoCoreIsDumpedAndFilesAndProcessesAreBounded) {
 }
 
 }  // namespace
+
+}  // namespace moxi

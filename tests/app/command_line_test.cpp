@@ -9,6 +9,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 // A game that does nothing and lets itself be closed.
@@ -363,3 +365,5 @@ TEST(CommandLine, TheRunTimeIsADecimalNumber) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -136,3 +138,5 @@ TEST_F(DataFolder, OneThatCannotBeMadeIsOneLineAtTheFirstWrite) {
 }
 
 }  // namespace
+
+}  // namespace moxi

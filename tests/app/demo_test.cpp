@@ -7,6 +7,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -163,3 +165,5 @@ TEST(Demo, EscapeEndsTheProgram) {
     const HeadlessResult ended = PlayDemo("200 key-down 35 \"\\x1B\"\n", "2000");
     EXPECT_LT(ended.LongAt("tick"), 15u);
 }
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "tests/support/desktop_session.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -115,3 +117,5 @@ TEST_F(DemoWindow, AClickMakesTheFigureWalkThere) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -19,6 +19,8 @@
 #include "tests/support/service_calls.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -389,3 +391,5 @@ TEST(Faults, TwoStartsOfAGameAtTheSameTimeLeaveWholeFiles) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -14,6 +14,8 @@
 
 #include "tests/support/hostile_game.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -578,3 +580,5 @@ INSTANTIATE_TEST_SUITE_P(Games, Hostile,
                          NameOf);
 
 }  // namespace
+
+}  // namespace moxi

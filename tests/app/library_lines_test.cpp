@@ -13,6 +13,8 @@
 #include "base/log.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 // What stands on standard error when a process has done this.
@@ -71,3 +73,5 @@ TEST(LibraryLines, MoreThanFitsBeforeAnybodyReadsHoldsNothingUp) {
 }
 
 }  // namespace
+
+}  // namespace moxi

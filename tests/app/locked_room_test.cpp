@@ -9,6 +9,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -200,3 +202,5 @@ TEST(LockedRoom, APipeInPlaceOfAFileIsRefusedInOneLine) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "tests/support/message_log.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -181,3 +183,5 @@ TEST(Recording, HoldsScreenshotsWithTheirFileNames) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -20,6 +20,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -400,3 +402,5 @@ TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
 }
 
 }  // namespace
+
+}  // namespace moxi

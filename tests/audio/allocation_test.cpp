@@ -15,6 +15,8 @@
 #endif
 #endif
 
+namespace moxi {
+
 #ifndef ALLOCATIONS_CANNOT_BE_COUNTED
 
 namespace {
@@ -93,3 +95,5 @@ TEST(AudioCallback, AllocatesNothing) {
 }  // namespace
 
 #endif
+
+}  // namespace moxi

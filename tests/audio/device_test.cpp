@@ -13,14 +13,16 @@
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
-#include "desktop/sdl/audio.h"
-#include "desktop/sdl/audio_mailbox.h"
+#include "desktop/sdl/audio/audio.h"
+#include "desktop/sdl/audio/audio_mailbox.h"
 #include "desktop/synth/game_music.h"
 #include "desktop/synth/music_clock.h"
 #include "desktop/synth/synth.h"
 #include "tests/support/headless_run.h"
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
+
+namespace moxi {
 
 namespace {
 
@@ -330,3 +332,5 @@ TEST(Mailboxes, ObjectsLiveWhileTheyAreUsedByTheOtherThread) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/listen.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -124,3 +126,5 @@ TEST(GameFiles, SoundsLastAsLongAsTheirHeaderSays) {
 }
 
 }  // namespace
+
+}  // namespace moxi

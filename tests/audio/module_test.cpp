@@ -7,6 +7,8 @@
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kOcarina = 79;  // almost a sine
@@ -364,3 +366,5 @@ TEST(HeardModules, AFileThatCannotBeWrittenGivesALine) {
 }
 
 }  // namespace
+
+}  // namespace moxi

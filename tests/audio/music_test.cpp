@@ -14,6 +14,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 std::vector<std::string> calls;
@@ -209,3 +211,5 @@ TEST_F(MusicRules, OnlyTheLengthOfASoundKnowsTheMusicFolder) {
 }
 
 }  // namespace
+
+}  // namespace moxi

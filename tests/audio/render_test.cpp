@@ -12,6 +12,8 @@
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr int kOcarina = 79;  // almost a sine
@@ -402,3 +404,5 @@ TEST(SoundFonts, OneThatIsNoneGivesALineAndNoSynthesiser) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "audio/score.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 std::span<const u8> AsBytes(const std::string& file) {
@@ -341,3 +343,5 @@ TEST(MidiReader, RandomTracksDoNoHarm) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 struct SoundModule {
     HeadlessRun run;  // resources, data and options may be added before Play
     HeadlessResult result;
@@ -76,3 +78,5 @@ blocks:
     std::string names;
     std::string data;
 };
+
+}  // namespace moxi

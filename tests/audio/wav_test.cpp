@@ -8,6 +8,8 @@
 
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 u32 Milliseconds(const std::string& file) {
@@ -131,3 +133,5 @@ TEST(SoundLength, RandomHeadersDoNoHarm) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "tests/cartridges/played.h"
 
+namespace moxi {
+
 namespace {
 
 using Points = std::set<std::pair<u32, u32>>;
@@ -149,3 +151,5 @@ TEST(CartridgeDrawing, TextHasInkOfColourOneOnAGroundOfColourTwo) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "base/log.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -171,3 +173,5 @@ std::string ViewProblem(const Played& played) {
     }
     return "";
 }
+
+}  // namespace moxi

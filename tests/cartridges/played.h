@@ -8,6 +8,8 @@
 #include "base/types.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 struct Played {
     int status = -1;
     u32 frames = 0;                  // calls of update
@@ -54,3 +56,5 @@ std::string Difference(const std::vector<u8>& a, const std::vector<u8>& b);
 // Whether the picture, a multiple of its size, stands in the middle of the view and all around it
 // is black. Says where not.
 std::string ViewProblem(const Played& played);
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "tests/support/headless_run.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -314,3 +316,5 @@ TEST_F(OneStep, WhatIsNoCartridgeIsRefusedInOneLine) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/listen.h"
 
+namespace moxi {
+
 namespace {
 
 Recording Listen(const std::string& name, u32 milliseconds) {
@@ -83,3 +85,5 @@ TEST(CartridgeSound, TheMixtureIsOneFileOfTheDataFolder) {
 }
 
 }  // namespace
+
+}  // namespace moxi

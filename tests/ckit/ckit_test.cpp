@@ -9,6 +9,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -286,3 +288,5 @@ TEST(CGame, ANewGameInAssemblyIsBuiltAndPlayed) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -126,3 +128,5 @@ TEST(FirstGameInC, TheClockEndsAndTheRecordIsKept) {
 }
 
 }  // namespace
+
+}  // namespace moxi

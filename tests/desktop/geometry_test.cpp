@@ -1,10 +1,12 @@
 // Coordinates, redraw rectangles, and what counts as news of the window's geometry.
-#include "desktop/sdl/geometry.h"
+#include "desktop/sdl/window/geometry.h"
 
 #include <gtest/gtest.h>
 
-#include "desktop/sdl/geometry_tracker.h"
-#include "desktop/sdl/timers.h"
+#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/window/geometry_tracker.h"
+
+namespace moxi {
 
 namespace {
 constexpr Area kScreen = {0, 0, 1920, 1080};
@@ -154,3 +156,5 @@ TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
     EXPECT_TRUE(change.resized);
 }
 }  // namespace
+
+}  // namespace moxi

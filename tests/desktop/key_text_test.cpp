@@ -1,9 +1,11 @@
 // Joining key presses with their text.
-#include "desktop/sdl/key_text.h"
+#include "desktop/sdl/input/key_text.h"
 
 #include <gtest/gtest.h>
 
 #include "desktop/events.h"
+
+namespace moxi {
 
 namespace {
 std::vector<std::string>* told = nullptr;
@@ -180,3 +182,5 @@ TEST(ShiftedCharacter, KnowsCapitalsAndTheSignsAboveTheUsKeys) {
     EXPECT_EQ(ShiftedCharacter(' '), U' ');
 }
 }  // namespace
+
+}  // namespace moxi

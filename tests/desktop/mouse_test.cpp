@@ -1,9 +1,11 @@
 // Wheel steps, button numbers, and which web addresses are opened.
-#include "desktop/sdl/mouse.h"
+#include "desktop/sdl/input/mouse.h"
 
 #include <gtest/gtest.h>
 
 #include "desktop/sdl/url_opener.h"
+
+namespace moxi {
 
 namespace {
 TEST(Wheel, FractionsOfSmoothScrollingAddUpToNotches) {
@@ -50,3 +52,5 @@ TEST(Url, OnlyWebAndMailAddressesAreOpened) {
     EXPECT_FALSE(IsOpenableUrl(""));
 }
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "tests/support/desktop_probe.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 TEST_F(MoxiWindow, TheTitleMayHaveCharactersOfEveryScript) {
     // En dash, bullet, quotation marks, a zero-width non-joiner, Tokyo.
@@ -206,3 +208,5 @@ TEST_F(Corners, ALongTextOfAnotherProgramComesWholeInPieces) {
     EXPECT_GE(probe.WaitFor("clip " + Fingerprint("theirs")), 0);
 }
 }  // namespace
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 #include "tests/support/sound_bytes.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 constexpr const char* kClose = "3 0 0 0";
 
@@ -205,3 +207,5 @@ TEST_F(MoxiWindow, HeadlessASignalThatABusyModuleDoesNotAnswerEndsItAfterAWhile)
     EXPECT_NE(ReadTextFile(profile + ".folded"), "");
 }
 }  // namespace
+
+}  // namespace moxi

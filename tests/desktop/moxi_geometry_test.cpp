@@ -3,6 +3,8 @@
 #include "tests/desktop/moxi_window.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 // The module asks for the frame 800 x 500 at 200, 150. The decorations are 1 left and right, 20
 // above and 5 below, so the content is 798 x 475.
@@ -113,3 +115,5 @@ TEST_F(MoxiWindow, ARedrawTouchesOnlyTheDirtyRectangle) {
     EXPECT_EQ(X11Pixel(window, 500, 300), 0x123456u);
 }
 }  // namespace
+
+}  // namespace moxi

@@ -1,6 +1,8 @@
 // Keyboard, mouse and clipboard as a person uses them, down to the messages of a module.
 #include "tests/desktop/moxi_window.h"
 
+namespace moxi {
+
 namespace {
 
 // What does not hang on whether a tick stood in the queue: a move that meets one is dropped, but
@@ -159,3 +161,5 @@ TEST_F(MoxiWindow, APlayedRecordingLeadsToTheSameMessagesAndTheSamePicture) {
     EXPECT_EQ(OutputOf("compare -metric AE " + real + " " + played + " null: 2>&1"), "0");
 }
 }  // namespace
+
+}  // namespace moxi

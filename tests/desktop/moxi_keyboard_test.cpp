@@ -2,6 +2,8 @@
 #include "tests/desktop/moxi_window.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 // The server's numbers of keys, which are places: the letters are those of a US keyboard.
 constexpr unsigned kKey1 = 10;
@@ -122,3 +124,5 @@ TEST_F(MoxiWindow, TheBoxAboutAModuleThatIsBusyIsUsedByKeyboardAlone) {
     EXPECT_EQ(Errors(), "log: ended by the user while it did not answer\n");
 }
 }  // namespace
+
+}  // namespace moxi

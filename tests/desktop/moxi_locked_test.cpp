@@ -4,6 +4,8 @@
 #include "desktop/sdl/url_opener.h"
 #include "tests/desktop/moxi_window.h"
 
+namespace moxi {
+
 namespace {
 
 // A module that does `work` once, when a key goes down, and lets itself be closed.
@@ -297,3 +299,5 @@ TEST(Urls, ThreeInTenSeconds) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -1,6 +1,8 @@
 // The real program in a real window: a module that writes its messages down, and the demo.
 #include "tests/desktop/moxi_window.h"
 
+namespace moxi {
+
 namespace {
 TEST_F(MoxiWindow, StartUpTellsSizeAndPlaceAndNothingElse) {
     Start();
@@ -163,3 +165,5 @@ TEST_F(MoxiWindow, AChangedMonitorEndsTheGame) {
     EXPECT_EQ(Messages().back(), "4 0 0 0");
 }
 }  // namespace
+
+}  // namespace moxi

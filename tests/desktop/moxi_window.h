@@ -19,6 +19,8 @@
 #include "tests/support/desktop_session.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 using Lines = std::vector<std::string>;
 
 constexpr int kLooks = 2000;  // 10 ms apart
@@ -190,3 +192,5 @@ class MoxiWindow : public testing::Test {
     std::string name;
     pid_t process = -1;
 };
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "desktop/pango/pango_engine.h"
 #include "desktop/pango/text_font.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr FontStyle kStyles[] = {
@@ -105,3 +107,5 @@ TEST_F(Pairs, AreNotKnownBeforeTheyWereSeen) {
 }
 
 }  // namespace
+
+}  // namespace moxi

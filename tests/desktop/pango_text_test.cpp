@@ -17,6 +17,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr FontStyle kHelvetica = {FontFamily::Helvetica, false, false};
@@ -488,3 +490,5 @@ TEST_F(PangoText, TheUsualFamiliesHaveMetricCompatibleFontsSoNothingIsReported) 
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -1,12 +1,14 @@
 // The positions of a PC keyboard's keys, told by what the module gets for them: its numbering is
 // that of the virtual keys 0x08 Backspace .. 0xDE apostrophe.
-#include "desktop/sdl/scancodes.h"
+#include "desktop/sdl/input/scancodes.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "host/keymap.h"
+
+namespace moxi {
 
 namespace {
 struct Key {
@@ -139,3 +141,5 @@ TEST(Scancodes, OnlyTheListedKeysHaveControlCharacters) {
     }
 }
 }  // namespace
+
+}  // namespace moxi

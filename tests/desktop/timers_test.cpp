@@ -1,9 +1,11 @@
 // The main thread's repeating timers.
-#include "desktop/sdl/timers.h"
+#include "desktop/sdl/loop/timers.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+namespace moxi {
 
 namespace {
 TEST(Timers, TheNextDeadlineKeepsThePhase) {
@@ -67,3 +69,5 @@ TEST(Timers, AnIntervalOfNothingIsOneMicrosecond) {
     ResetTimers();
 }
 }  // namespace
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
 
+namespace moxi {
+
 namespace {
 class Wayland : public testing::Test {
   protected:
@@ -313,3 +315,5 @@ TEST_F(Wayland, ALostCompositorEndsTheApplicationWhateverItAnswers) {
     EXPECT_EQ(lines, (Lines{"should-terminate", "will-terminate", "ended"}));
 }
 }  // namespace
+
+}  // namespace moxi

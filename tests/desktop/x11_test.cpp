@@ -12,6 +12,8 @@
 #include "tests/support/desktop_probe.h"
 #include "tests/support/desktop_session.h"
 
+namespace moxi {
+
 namespace {
 using Lines = std::vector<std::string>;
 
@@ -449,3 +451,5 @@ TEST(Display, WithoutADisplayTheStartIsRefusedWithAReason) {
     EXPECT_TRUE(probe.Log()[0].starts_with("error no display")) << probe.Log()[0];
 }
 }  // namespace
+
+}  // namespace moxi

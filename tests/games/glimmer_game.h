@@ -13,6 +13,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace glimmer {
 
 namespace fs = std::filesystem;
@@ -207,3 +209,5 @@ inline GameResult PlayGame(const Events& events) {
 constexpr const char* kClosed = "log: windowWillClose\n";
 
 }  // namespace glimmer
+
+}  // namespace moxi

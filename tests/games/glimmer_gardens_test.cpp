@@ -6,6 +6,8 @@
 #include "tests/games/glimmer_game.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 using namespace glimmer;
@@ -131,3 +133,5 @@ TEST(GlimmerGardens, EverythingCanBeReached) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include "tests/support/sound_bytes.h"
 #include "vm/guard.h"
 
+namespace moxi {
+
 namespace {
 
 using namespace glimmer;
@@ -654,3 +656,5 @@ TEST(Glimmer, ThePilotPlaysForMinutes) {
 }
 
 }  // namespace
+
+}  // namespace moxi

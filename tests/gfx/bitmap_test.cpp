@@ -12,6 +12,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 using Bitmaps = GfxTest;
@@ -257,3 +259,5 @@ TEST_F(Blits, AnEllipseThatNeverEndsAsksTheHost) {
 }
 
 }  // namespace
+
+}  // namespace moxi

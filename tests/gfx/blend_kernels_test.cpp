@@ -8,6 +8,8 @@
 #include "base/bytes.h"
 #include "gfx/kernels.h"
 
+namespace moxi {
+
 namespace {
 
 // Rows of pixels in which bytes 0 to 2 are each paired with every old byte: for one alpha, source
@@ -91,3 +93,5 @@ TEST(BlendKernels, EveryColourByteIsComposedExactlyAtEveryAlpha) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "base/types.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 class CallingModule {
   public:
     // A call with these arguments. "@name" passes the LONG at a label, for results of calls before;
@@ -59,3 +61,5 @@ class CallingModule {
     std::string code, data;
     int blocks = 0;
 };
+
+}  // namespace moxi

@@ -4,13 +4,15 @@
 
 #include <random>
 
+#include "base/utf8.h"
 #include "gfx/blit.h"
 #include "gfx/draw.h"
 #include "gfx/slots.h"
-#include "gfx/utf8.h"
 #include "tests/support/block_engine.h"
 #include "tests/support/gfx_fixture.h"
 #include "vm/heap.h"
+
+namespace moxi {
 
 namespace {
 
@@ -526,3 +528,5 @@ TEST_F(DrawTextTest, MakingTheTextBitmapEmptiesTheCacheAndReleasesItsFonts) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
@@ -69,3 +71,5 @@ TEST(GraphicsDocumentation, TheExamplesDrawThePicturesOnThePage) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "tests/gfx/calling_module.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kPolyline = 0x0500;
@@ -545,3 +547,5 @@ TEST(GraphicsModules, ALineToTheUpperLeftRedrawsTheRectangleWithoutItsFarEnd) {
 }
 
 }  // namespace
+
+}  // namespace moxi

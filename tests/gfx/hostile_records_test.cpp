@@ -20,6 +20,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kMost = 0x7FFFFFFF;
@@ -201,3 +203,5 @@ TEST_F(HostileRecords, EveryCommandOnEveryRecordEndsInOrderOrWithTheFault) {
 }
 
 }  // namespace
+
+}  // namespace moxi

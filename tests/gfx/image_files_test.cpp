@@ -17,6 +17,8 @@
 #include "tests/support/headless_run.h"
 #include "vm/heap.h"
 
+namespace moxi {
+
 namespace {
 
 void AddNumber(std::string& bytes, u32 value, u32 count) {
@@ -237,14 +239,14 @@ TEST_F(ImageFiles, ALongerInfoHeaderIsSkipped) {
 TEST_F(ImageFiles, HeightZeroGivesAnEmptyBitmap) {
     const u32 bitmap = Load(Bmp({.width = 7, .height = 0}, "zzzz"));
     ASSERT_NE(bitmap, 0U);
-    EXPECT_EQ(::Load<u32>(RecordAddress(bitmap) + kRecordWidth), 7U);
-    EXPECT_EQ(::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0U);
+    EXPECT_EQ(moxi::Load<u32>(RecordAddress(bitmap) + kRecordWidth), 7U);
+    EXPECT_EQ(moxi::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0U);
 }
 
 TEST_F(ImageFiles, FourBillionRowsOfNoPixelsAreAnEmptyBitmap) {
     const u32 bitmap = Load(Bmp({.width = 0, .height = 0xFFFFFFFF}, "zzzz"));
     ASSERT_NE(bitmap, 0U);
-    EXPECT_EQ(::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0xFFFFFFFF);
+    EXPECT_EQ(moxi::Load<u32>(RecordAddress(bitmap) + kRecordHeight), 0xFFFFFFFF);
 }
 
 // --- What fits the heap
@@ -558,3 +560,5 @@ TEST_F(ImageFiles, LargeBitmapsAreWrittenInManyPieces) {
 }
 
 }  // namespace
+
+}  // namespace moxi

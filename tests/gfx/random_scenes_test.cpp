@@ -20,6 +20,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kModuleBitmaps = 3;
@@ -192,19 +194,19 @@ class Scene {
             case 0:
                 return {"blend pixel",
                         [=, this] { BlendPixel(world, Open(handle), screen, x, y, fill); },
-                        [=] { ::BlendPixel(handle, x, y, fill); }};
+                        [=] { moxi::BlendPixel(handle, x, y, fill); }};
             case 1: return GetPixelOperation(handle, x, y);
             case 2: return LineOperation(handle, x, y);
             case 3:
                 return {
                     "rectangle",
                     [=, this] { Rectangle(world, Open(handle), screen, x, y, w, h, fill, frame); },
-                    [=] { ::Rectangle(handle, x, y, w, h, fill, frame); }};
+                    [=] { moxi::Rectangle(handle, x, y, w, h, fill, frame); }};
             case 4:
                 return {
                     "ellipse",
                     [=, this] { Ellipse(world, Open(handle), screen, x, y, w, h, fill, frame); },
-                    [=] { ::Ellipse(handle, x, y, w, h, fill, frame); }};
+                    [=] { moxi::Ellipse(handle, x, y, w, h, fill, frame); }};
             case 5: return ClipOperation(handle, x, y, w, h);
             case 6: {
                 const u32 pattern = Chance(50) ? 0xFFFFFFFF : Any();
@@ -221,7 +223,7 @@ class Scene {
                         },
                         [=] {
                             const i32 width = w >= 0 || hue % 2 == 0 ? w : -w;
-                            ::HueSquare(handle, x, y, width, h, hue);
+                            moxi::HueSquare(handle, x, y, width, h, hue);
                         }};
             }
             case 9: {
@@ -236,8 +238,8 @@ class Scene {
                 return {"adjust colours",
                         [=, this] { AdjustColours(world, Open(handle), screen, args); },
                         [=] {
-                            ::AdjustColours(handle, x, y, w, h, args.hue, args.sat, args.bright,
-                                            args.contrast);
+                            moxi::AdjustColours(handle, x, y, w, h, args.hue, args.sat, args.bright,
+                                                args.contrast);
                         }};
             }
             case 10:
@@ -249,7 +251,7 @@ class Scene {
     Operation GetPixelOperation(u32 handle, i32 x, i32 y) {
         const auto pixel = std::make_shared<u32>(0);
         return {"get pixel", [=, this] { *pixel = GetPixel(Open(handle), x, y); },
-                [=] { EXPECT_EQ(::GetPixel(handle, x, y), *pixel); }};
+                [=] { EXPECT_EQ(moxi::GetPixel(handle, x, y), *pixel); }};
     }
 
     Operation LineOperation(u32 handle, i32 x, i32 y) {
@@ -261,7 +263,7 @@ class Scene {
                 " to " + std::to_string(x2) + "," + std::to_string(y2) + " colour " +
                 std::to_string(colour),
             [=, this] { Line(world, Open(handle), handle == kScreenBitmap, x, y, x2, y2, colour); },
-            [=] { ::Line(handle, x, y, x2, y2, colour); }};
+            [=] { moxi::Line(handle, x, y, x2, y2, colour); }};
     }
 
     // Clips are tests' own arithmetic: they are set in both, the words saved are not looked at.
@@ -313,7 +315,7 @@ class Scene {
                     *count = SetAlpha(world, Open(handle), handle == kScreenBitmap, x, y, w, h,
                                       selector, alpha);
                 },
-                [=] { EXPECT_EQ(::SetAlpha(handle, x, y, w, h, selector, alpha), *count); }};
+                [=] { EXPECT_EQ(moxi::SetAlpha(handle, x, y, w, h, selector, alpha), *count); }};
     }
 
     Operation BlitOperation(u32 to) {
@@ -333,8 +335,8 @@ class Scene {
         if (args.invert && args.sx > 0 && args.sx < args.right) args.right = 0;
         return {"blit", [=, this] { Blit(world, Open(to), to == kScreenBitmap, Open(from), args); },
                 [=] {
-                    ::Blit(to, args.dx, args.dy, from, args.sx, args.sy, args.w, args.h,
-                           args.invert, args.right, args.bottom);
+                    moxi::Blit(to, args.dx, args.dy, from, args.sx, args.sy, args.w, args.h,
+                               args.invert, args.right, args.bottom);
                 }};
     }
 
@@ -417,3 +419,5 @@ TEST(RandomScenes, LargeBitmapsAreDrawnAsTheYardstickDrawsThem) {
 }
 
 }  // namespace
+
+}  // namespace moxi

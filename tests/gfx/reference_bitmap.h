@@ -8,6 +8,8 @@
 #include "base/bytes.h"
 #include "gfx/bitmap.h"
 
+namespace moxi {
+
 namespace reference {
 
 // Thrown where a primitive needs a byte outside the image.
@@ -110,3 +112,5 @@ inline u32 Blended(u32 old, u32 colour) {
 }
 
 }  // namespace reference
+
+}  // namespace moxi

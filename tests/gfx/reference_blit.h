@@ -3,6 +3,8 @@
 
 #include "tests/gfx/reference_bitmap.h"
 
+namespace moxi {
+
 namespace reference {
 
 struct BlitArguments {
@@ -158,3 +160,5 @@ inline u64 SetAlpha(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
 }
 
 }  // namespace reference
+
+}  // namespace moxi

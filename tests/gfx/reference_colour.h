@@ -5,6 +5,8 @@
 
 #include "tests/gfx/reference_bitmap.h"
 
+namespace moxi {
+
 namespace reference {
 
 // NaN, which a side of one pixel gives, becomes 0.
@@ -121,3 +123,5 @@ inline void AdjustColours(World& world, const Bitmap& bitmap, bool screen,
 }
 
 }  // namespace reference
+
+}  // namespace moxi

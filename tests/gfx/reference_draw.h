@@ -6,6 +6,8 @@
 
 #include "tests/gfx/reference_bitmap.h"
 
+namespace moxi {
+
 namespace reference {
 
 inline void BlendPixel(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 y, u32 colour) {
@@ -203,3 +205,5 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
 }
 
 }  // namespace reference
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include <random>
 #include <vector>
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kWidest = 70;
@@ -70,3 +72,5 @@ TEST(RowKernels, EveryPixelIsCopiedWithBytes0And2Exchanged) {
 }
 
 }  // namespace
+
+}  // namespace moxi

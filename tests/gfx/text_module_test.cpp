@@ -7,6 +7,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kLoadImage = 2;
@@ -260,3 +262,5 @@ TEST(ImageModule, RedSavedAsPngIsBlueWhenItIsLoadedAgain) {
 }
 
 }  // namespace
+
+}  // namespace moxi

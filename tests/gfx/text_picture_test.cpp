@@ -14,6 +14,8 @@
 #include "tests/support/font_set.h"
 #include "tests/support/gfx_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kBlock = 600;
@@ -301,3 +303,5 @@ TEST_F(TextPictures, CombiningMarksTakeNoRoom) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "gfx/present.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 using ViewBufferTest = VmTest;
@@ -22,3 +24,5 @@ TEST_F(ViewBufferTest, AViewThatNoMemoryHoldsEndsTheRunAndIsLeftAsItWas) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -16,6 +16,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -183,3 +185,5 @@ TEST_F(Bundle, AGameMayDeleteItsOwnFilesAndNotThoseOfAFolderItMerelyLiesIn) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -16,6 +16,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -205,3 +207,5 @@ TEST_F(DataOwner, AStampThatSaysNothingIsWrittenAnew) {
 }
 
 }  // namespace
+
+}  // namespace moxi

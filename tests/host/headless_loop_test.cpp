@@ -4,6 +4,8 @@
 
 #include "tests/support/message_log.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -133,3 +135,5 @@ TEST(HeadlessLoop, TwoRunsAreTheSameToTheByte) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include "host/services.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -76,3 +78,5 @@ TEST(HostDocumentation, EveryMessageHasItsRowAndItsSection) {
 }
 
 }  // namespace
+
+}  // namespace moxi

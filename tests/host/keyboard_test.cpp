@@ -12,6 +12,8 @@
 #include "tests/support/message_log.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -352,3 +354,5 @@ TEST(MenuKeys, TheKeyCountsByItsCharacterAndNotByItsPlace) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "host/keyboard.h"
 #include "tests/support/message_log.h"
 
+namespace moxi {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -187,3 +189,5 @@ TEST(Menu, WithoutItsFileTheProgramEndsWithAFatalMessageAndStatus1) {
 }
 
 }  // namespace
+
+}  // namespace moxi

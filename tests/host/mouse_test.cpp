@@ -6,6 +6,8 @@
 
 #include "tests/support/message_log.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -184,3 +186,5 @@ TEST(Mouse, AReleaseThatSuspendsInputIsNotFollowedByAPointerMessage) {
 }
 
 }  // namespace
+
+}  // namespace moxi

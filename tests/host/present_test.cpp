@@ -15,6 +15,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -303,3 +305,5 @@ TEST_F(ViewTest, TheWidthLimitLooksAtTheLow16BitsOfEachPart) {
 }
 
 }  // namespace
+
+}  // namespace moxi

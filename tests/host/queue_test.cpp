@@ -12,6 +12,8 @@
 #include "tests/support/message_log.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -519,3 +521,5 @@ TEST(DelayService, EventsThatFellIntoADelayComeAfterItAndAreDropped) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "tests/sys/service_module.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -456,3 +458,5 @@ TEST(HostServices, From22OnCommandsAreUnknown) {
 }
 
 }  // namespace
+
+}  // namespace moxi

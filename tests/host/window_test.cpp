@@ -13,6 +13,8 @@
 #include "tests/support/picture.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -604,3 +606,5 @@ TEST(ScreenChange, WhatTheModuleDrawsThenStillWorks) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace moxi {
+
 Debugged::Debugged(const std::string& source, bool symbols) {
     assembled = WriteGame(game, source);
     if (!symbols) return;
@@ -24,3 +26,5 @@ std::string Debugged::Talk(const std::string& commands,
     const size_t start = text.find("(moxi)");
     return start == std::string::npos ? "" : text.substr(start);
 }
+
+}  // namespace moxi

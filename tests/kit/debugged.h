@@ -6,6 +6,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 // Counts ticks by 3 with a function, and prints after each. The stack is 4,096 bytes: code and data
 // end at 0x264, the globals at 0x26C, so the stack and the heap begin at 0x26C and 0x126C.
 inline constexpr const char* kTicking = R"(
@@ -53,3 +55,5 @@ struct Debugged {
     std::string Talk(const std::string& commands,
                      const std::vector<std::string>& options = {}) const;
 };
+
+}  // namespace moxi

@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <random>
 
-#include "kit/debugger_commands.h"
-#include "kit/debugger_stops.h"
+#include "kit/debugger/commands.h"
+#include "kit/debugger/stops.h"
 #include "tests/kit/debugged.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/vm_fixture.h"
@@ -21,6 +21,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
+
+namespace moxi {
 
 namespace fs = std::filesystem;
 
@@ -470,3 +472,5 @@ TEST(Debugger, TakesTwoThousandRandomLines) {
 }
 
 }  // namespace
+
+}  // namespace moxi

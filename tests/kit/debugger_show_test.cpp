@@ -9,6 +9,8 @@
 #include "tests/kit/debugged.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -388,3 +390,5 @@ TEST(Debugger, SymbolsLieBesideTheModuleThatIsLoaded) {
 }
 
 }  // namespace
+
+}  // namespace moxi

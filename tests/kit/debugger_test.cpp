@@ -6,6 +6,8 @@
 
 #include "tests/kit/debugged.h"
 
+namespace moxi {
+
 namespace {
 
 TEST(Debugger, StopsBeforeTheFirstInstructionOfTheFirstMessage) {
@@ -351,3 +353,5 @@ TEST(Debugger, AbbreviationsAreUniqueBeginnings) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "tests/kit/debugged.h"
 
+namespace moxi {
+
 namespace {
 
 const char* const kFaulting = R"(
@@ -85,3 +87,5 @@ TEST(FaultNames, ABrokenStackHarmsNothing) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "kit/symbols.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 TEST(Symbols, AnAddressBelongsToTheFunctionBeforeIt) {
@@ -86,3 +88,5 @@ TEST(CallNames, ServicesAreCalledAsInTheDocumentation) {
 }
 
 }  // namespace
+
+}  // namespace moxi

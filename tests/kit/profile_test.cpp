@@ -10,6 +10,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 // Message 1: start 4, first 5, tail 1 and count 3 * 8 + 4, together 38 instructions.
@@ -201,3 +203,5 @@ TEST(Profile, AFileThatCannotBeWrittenIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace moxi

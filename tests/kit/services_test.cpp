@@ -13,6 +13,8 @@
 #include "kit/c_header.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -133,3 +135,5 @@ TEST(Services, TheConstantsOfCAreThoseOfTheLibrary) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -200,3 +202,5 @@ TEST(Shipping, LinksOutOfTheGameAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include "tests/support/desktop_session.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -142,3 +144,5 @@ TEST(Watch, TheEndOfTheRunIsTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 struct ExpectedResult {
     std::string line;
     std::string relation;
@@ -60,3 +62,5 @@ inline void ExpectCheckedResults(const CheckedProgram& program, const HeadlessRe
             << program.results[i].line << "\nis " << value << " (0x" << std::hex << value << ")";
     }
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 u32 LongOf(const std::string& bytes, size_t offset) {
@@ -145,3 +147,5 @@ TEST(FileFormats, PicturesSettingsAndTheLogAreAsThePageHasThem) {
 }
 
 }  // namespace
+
+}  // namespace moxi

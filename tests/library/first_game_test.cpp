@@ -6,6 +6,8 @@
 #include "tests/support/picture.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kNight = 0x141C3C;
@@ -166,3 +168,5 @@ TEST(FirstGame, TheRecordOfAnEarlierDayIsShown) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -11,6 +11,8 @@
 #include "tests/library/checked_examples.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -88,3 +90,5 @@ TEST(LibraryDocumentation, TheExamplesOfTheHeapGiveWhatTheySay) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 // Runs `code` in a module that includes the library; `room` is for its results.
@@ -185,3 +187,5 @@ TEST(LibraryNumbers, RandomNumbersFillTheirRangeEvenly) {
 }
 
 }  // namespace
+
+}  // namespace moxi

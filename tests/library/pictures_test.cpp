@@ -7,6 +7,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/picture.h"
 
+namespace moxi {
+
 namespace {
 
 // Draws with `code` on a white screen of 400 x 300 and returns the view.
@@ -237,3 +239,5 @@ TEST(LibraryPictures, ACentredLineLiesInTheMiddleAndANumberAtTheLeft) {
 }
 
 }  // namespace
+
+}  // namespace moxi

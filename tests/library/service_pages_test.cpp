@@ -6,6 +6,8 @@
 #include "tests/support/picture.h"
 #include "tests/support/sound_bytes.h"
 
+namespace moxi {
+
 namespace {
 
 const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
@@ -73,3 +75,5 @@ TEST(TextPage, TheExamplesWriteAParagraph) {
 }
 
 }  // namespace
+
+}  // namespace moxi

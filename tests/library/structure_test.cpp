@@ -7,6 +7,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -360,3 +362,5 @@ TEST(LibraryHeap, ALockUnderWhatIsPoppedAgainEndsWithTheNextCall) {
 }
 
 }  // namespace
+
+}  // namespace moxi

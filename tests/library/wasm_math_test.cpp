@@ -14,6 +14,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kRoom = 4096;  // operands in one message
@@ -278,11 +280,12 @@ struct WasmMathTest : VmTest {
         for (u32 r = 6; r < 12; ++r) Store<u64>(RegisterAddress(r), r * u64{0x1111111111111111});
         MXmsg(index, static_cast<u32>(rows.size()), 0, 0);
         for (u32 r = 6; r < 12; ++r) {
-            ASSERT_EQ(::Load<u64>(RegisterAddress(r)), r * u64{0x1111111111111111}) << routine.name;
+            ASSERT_EQ(moxi::Load<u64>(RegisterAddress(r)), r * u64{0x1111111111111111})
+                << routine.name;
         }
         for (u32 i = 0; i < rows.size(); ++i) {
             const auto [a, b] = rows[i];
-            const u64 got = ::Load<u64>(results + i * 8);
+            const u64 got = moxi::Load<u64>(results + i * 8);
             const u64 wanted = routine.wanted(a, b);
             const u32 wantedStatus = routine.withStatus ? routine.wantedStatus(a) : 0;
             const bool same =
@@ -291,7 +294,7 @@ struct WasmMathTest : VmTest {
             ASSERT_TRUE(same || useless) << routine.name << std::hex << " of 0x" << a << " and 0x"
                                          << b << " is 0x" << got << ", not 0x" << wanted;
             if (routine.withStatus) {
-                ASSERT_EQ(::Load<u64>(status + i * 8), wantedStatus)
+                ASSERT_EQ(moxi::Load<u64>(status + i * 8), wantedStatus)
                     << routine.name << std::hex << " of 0x" << a;
             }
         }
@@ -575,3 +578,5 @@ TEST_F(WasmMathTest, HighProductsAreThoseOf128Bits) {
 }
 
 }  // namespace
+
+}  // namespace moxi

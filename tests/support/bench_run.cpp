@@ -12,6 +12,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -228,3 +230,5 @@ void ExpectRun(const std::string& name, const Picture& before, const Expected& e
         EXPECT_EQ(result.runState, stops ? 1u : 0u) << where;
     }
 }
+
+}  // namespace moxi

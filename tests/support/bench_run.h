@@ -9,6 +9,8 @@
 #include "base/types.h"
 #include "tests/support/plain_executor.h"
 
+namespace moxi {
+
 // --- An image on paper
 
 // Bytes of an image that a test writes into before a run, or as it expects them after it.
@@ -86,3 +88,5 @@ struct Expected {
 // Runs `before` on all three engines and expects `expected` of each; a failure names the case, the
 // engine and the field.
 void ExpectRun(const std::string& name, const Picture& before, const Expected& expected);
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+namespace moxi {
+
 struct TextFont {
     double size;
 };
@@ -90,3 +92,5 @@ void StartBlockEngine() {
 void EndBlockEngine() {
     textEngine = kNoEngine;
 }
+
+}  // namespace moxi

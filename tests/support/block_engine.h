@@ -5,6 +5,8 @@
 
 #include "desktop/text_engine.h"
 
+namespace moxi {
+
 struct BlockEngine {
     double heightFactor = 1;  // of the line, in font sizes
     i32 rowsBelow = 0;        // further filled rows below the baseline
@@ -20,3 +22,5 @@ extern BlockEngine blockEngine;
 void StartBlockEngine();
 // Puts back the engine's harmless defaults.
 void EndBlockEngine();
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace {
 
 // Big-endian numbers, one after the other.
@@ -99,3 +101,5 @@ std::string ColourFont() {
     }
     return directory.bytes + bodies;
 }
+
+}  // namespace moxi

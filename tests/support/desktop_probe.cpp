@@ -16,6 +16,8 @@
 #include "desktop/events.h"
 #include "desktop/sdl/sdl_desktop.h"
 
+namespace moxi {
+
 bool probeMayClose = true;
 
 static int logDescriptor = -1;
@@ -255,3 +257,5 @@ int DesktopProbe::WaitForExit() {
     }
     return -1;
 }
+
+}  // namespace moxi

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 struct DesktopProbe {
     DesktopProbe() = default;
     DesktopProbe(const DesktopProbe&) = delete;
@@ -36,3 +38,5 @@ struct DesktopProbe {
 void ProbeLog(const std::string& line);
 // While this is false the probe refuses to close. In the probe's process.
 extern bool probeMayClose;
+
+}  // namespace moxi

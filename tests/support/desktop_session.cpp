@@ -14,6 +14,8 @@
 #include <fstream>
 #include <thread>
 
+namespace moxi {
+
 static void SleepMs(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
@@ -143,3 +145,5 @@ void WaylandSession::Stop() {
     if (!folder.empty()) std::filesystem::remove_all(folder);
     folder.clear();
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace moxi {
+
 // Runs a program found in PATH with standard error to `log` (none when empty); -1 when that fails.
 pid_t StartProcess(const std::vector<std::string>& arguments, const std::string& log);
 // Waits for its end: its exit status, or 128 + the signal.
@@ -54,3 +56,5 @@ struct WaylandSession {
     std::string folder;
     pid_t compositor = -1;
 };
+
+}  // namespace moxi

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+namespace moxi {
+
 namespace {
 
 std::string Alias(const std::string& family, const std::vector<std::string>& others) {
@@ -55,3 +57,5 @@ FontSet::~FontSet() {
     FcConfigSetCurrent(former);
     FcConfigDestroy(former);
 }
+
+}  // namespace moxi

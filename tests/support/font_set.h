@@ -9,6 +9,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 // Folders of the packages that scripts/setup installs for the tests.
 constexpr const char* kUrwFonts = "/usr/share/fonts/opentype/urw-base35";
 constexpr const char* kDejaVuFonts = "/usr/share/fonts/truetype/dejavu";
@@ -30,3 +32,5 @@ class FontSet {
     FcConfig* former;
     std::string formerFile;
 };
+
+}  // namespace moxi

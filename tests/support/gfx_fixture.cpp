@@ -5,6 +5,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 void StartGfxBench(u32 imageBytes, u32 screenWidth, u32 screenHeight) {
     StartVmBench();
     ResetGraphics();
@@ -46,3 +48,5 @@ void SetPixel(u32 handle, i32 x, i32 y, u32 pixel) {
     Store<u32>(PixelAddress(handle) + static_cast<u32>(y) * stride + 4 * static_cast<u32>(x),
                pixel);
 }
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include "gfx/bitmap.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 // An image of this size with a heap from kTestHeapStart on.
 constexpr u32 kTestHeapStart = 1024;
 
@@ -25,3 +27,5 @@ class GfxTest : public ::testing::Test {
     void SetUp() override { StartGfxBench(65536, 40, 30); }
     void TearDown() override { EndGfxBench(); }
 };
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include <iterator>
 #include <sstream>
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -238,3 +240,5 @@ std::string ProgramOfExamples(const std::vector<std::string>& examples) {
 void WriteTextFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
+
+}  // namespace moxi

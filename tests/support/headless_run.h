@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "base/types.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
+
+namespace moxi {
 
 struct HeadlessRun {
     std::string source;                            // MX assembly
@@ -81,3 +83,5 @@ std::vector<std::string> ExamplesOf(const std::string& page);
 // order, from the label `room` on.
 std::string ProgramOfExamples(const std::vector<std::string>& examples);
 void WriteTextFile(const std::string& path, const std::string& content);
+
+}  // namespace moxi

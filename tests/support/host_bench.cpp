@@ -18,6 +18,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 HostBench hostBench;
 
 namespace {
@@ -144,3 +146,5 @@ void StartModuleTimer() {
     Store<u32>(argument, 50);
     SysTimeGroup(0, argument);
 }
+
+}  // namespace moxi

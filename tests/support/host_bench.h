@@ -9,6 +9,8 @@
 #include "tests/support/message_log.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 struct HostBench {
     ViewSize view = {1000, 600};
     WindowFrame frame = {100, 100, 1000, 600};
@@ -46,3 +48,5 @@ Messages QueuedMessages();
 
 // Gives the module a timer of its own, so that posts are queued.
 void StartModuleTimer();
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include <cstring>
 #include <filesystem>
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -277,3 +279,5 @@ ProgramResult HostileGame::Run(Walls walls) {
     if (!expected.empty()) CheckAnswers(assembled);
     return result;
 }
+
+}  // namespace moxi

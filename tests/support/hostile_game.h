@@ -10,6 +10,8 @@
 #include "tests/support/headless_run.h"
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 // What the run has to do without.
 enum class Walls {
     All,           // as the tests' own user, on this kernel
@@ -75,3 +77,5 @@ class HostileGame {
     ServiceCalls calls;
     std::vector<std::pair<u32, u32>> expected;
 };
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr f64 kRate = 44100;
@@ -115,3 +117,5 @@ int StrongestKey(const Recording& recording, int lowest, int highest) {
     }
     return strongest;
 }
+
+}  // namespace moxi

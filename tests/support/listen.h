@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Stereo at 44,100 frames a second, left and right in turn.
 struct Recording {
     std::vector<i16> samples;
@@ -32,3 +34,5 @@ f64 Strength(const Recording& recording, f64 frequency);
 // The MIDI key whose frequency is the strongest among those from `lowest` to `highest`.
 int StrongestKey(const Recording& recording, int lowest = 36, int highest = 96);
 f64 KeyFrequency(int key);
+
+}  // namespace moxi

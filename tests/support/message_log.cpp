@@ -7,6 +7,8 @@
 
 #include "kit/call_names.h"
 
+namespace moxi {
+
 namespace {
 
 // Appends R1 as eight digits and a blank at R4.
@@ -140,3 +142,5 @@ Messages MessagesAfterStart(const HeadlessResult& result) {
     EXPECT_EQ(Messages(messages.begin(), rest), start);
     return {rest, messages.end()};
 }
+
+}  // namespace moxi

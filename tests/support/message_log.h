@@ -10,6 +10,8 @@
 #include "host/message.h"
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 // A message as the module got it. Prints as its name and hexadecimal words.
 struct LoggedMessage {
     u32 command = 0;
@@ -52,3 +54,5 @@ Messages LoggedMessages(const HeadlessResult& result);
 // MSG_START2, MSG_SIZE 1000 x 600, MSG_MOVE (100, 100) and the size once more from the first host
 // tick. Their absence fails the running test.
 Messages MessagesAfterStart(const HeadlessResult& result);
+
+}  // namespace moxi

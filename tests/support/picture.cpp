@@ -4,6 +4,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kNoColour = 0xFFFFFFFF;
@@ -44,3 +46,5 @@ Picture ReadPicture(const std::string& path) {
     spng_ctx_free(context);
     return picture;
 }
+
+}  // namespace moxi

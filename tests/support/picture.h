@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct Picture {
     u32 width = 0;
     u32 height = 0;
@@ -19,3 +21,5 @@ struct Picture {
 
 // An empty picture when the file is none. An alpha channel is left out.
 Picture ReadPicture(const std::string& path);
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace moxi {
+
 namespace plain {
 namespace {
 
@@ -740,3 +742,5 @@ Outcome Run(Machine& m, u64 budget) {
 }
 
 }  // namespace plain
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 namespace plain {
 
 enum class Outcome {
@@ -56,3 +58,5 @@ Machine MakeMachine(const std::vector<u8>& image);
 Outcome Run(Machine& machine, u64 budget);
 
 }  // namespace plain
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <iterator>
 
+namespace moxi {
+
 namespace {
 
 u64 Mix(u64 z) {
@@ -425,3 +427,5 @@ std::vector<u8> RandomProgram(u64 seed) {
     if (!p.random.OneIn(12)) Put(p, p.codeEnd - 4, 596 | p.random.Below(6) << 10, 4);
     return p.image;
 }
+
+}  // namespace moxi

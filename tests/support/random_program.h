@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // The same number sequence with every compiler and library.
 class Random {
   public:
@@ -22,3 +24,5 @@ class Random {
 // An image of a few thousand bytes: a message frame on the stack, code from 512 on, pointers and
 // numbers in the registers, random data.
 std::vector<u8> RandomProgram(u64 seed);
+
+}  // namespace moxi

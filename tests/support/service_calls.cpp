@@ -1,5 +1,7 @@
 #include "tests/support/service_calls.h"
 
+namespace moxi {
+
 u32 ServiceCalls::Call(const std::vector<std::string>& words) {
     const u32 number = calls++;
     const std::string block = "block" + std::to_string(number);
@@ -49,3 +51,5 @@ std::string ServiceCalls::Source(u32 heap) const {
            "        .data\n" +
            data + "        .align 4\nresults: .space " + std::to_string(4 * (calls + 1)) + "\n";
 }
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 class ServiceCalls {
   public:
     // Command word and arguments; each is a number or an expression of the assembler: a label made
@@ -32,3 +34,5 @@ class ServiceCalls {
     u32 calls = 0;
     u32 labels = 0;
 };
+
+}  // namespace moxi

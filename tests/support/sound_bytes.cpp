@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace moxi {
+
 namespace {
 
 std::string Little(u32 value, u32 count) {
@@ -89,3 +91,5 @@ std::string SineSamples(f64 frequency, u32 rate, u32 frames, f64 amplitude) {
     }
     return bytes;
 }
+
+}  // namespace moxi

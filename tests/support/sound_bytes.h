@@ -6,6 +6,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Bytes given as numbers.
 std::string Bytes(const std::vector<int>& values);
 
@@ -39,3 +41,5 @@ std::string Chunk(const std::string& id, const std::string& content);
 
 // 16-bit mono samples of a sine.
 std::string SineSamples(f64 frequency, u32 rate, u32 frames, f64 amplitude);
+
+}  // namespace moxi

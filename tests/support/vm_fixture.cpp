@@ -15,6 +15,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 VmEvents vmEvents;
 VmFiles vmFiles;
 
@@ -179,3 +181,5 @@ std::string StandardError::Text() {
         position += got;
     }
 }
+
+}  // namespace moxi

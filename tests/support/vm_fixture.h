@@ -10,6 +10,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 // Thrown by vmSlots.endProcess.
 struct ProcessEnded {
     int status;
@@ -74,3 +76,5 @@ int EndStatus(Run run) {
     }
     return -1;
 }
+
+}  // namespace moxi

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <chrono>
 
+namespace moxi {
+
 namespace {
 // A window may go while it is asked for: that is an answer, and no reason to end the tests.
 Display* Open() {
@@ -201,3 +203,5 @@ pid_t StartStrictManager(int largestWidth, int largestHeight) {
     close(ends[0]);
     return ready ? child : -1;
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace moxi {
+
 // Destroys a window of another program.
 void DestroyX11Window(unsigned long window);
 
@@ -39,3 +41,5 @@ long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colo
 // window be moved or sized at all. A process of its own that has taken over when this returns; -1
 // when there is another manager.
 pid_t StartStrictManager(int largestWidth, int largestHeight);
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include <random>
 #include <string>
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -202,3 +204,5 @@ TEST(BeneathBothWays, GiveTheSameAnswerForAnyName) {
 }
 
 }  // namespace
+
+}  // namespace moxi

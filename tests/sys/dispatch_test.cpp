@@ -1,5 +1,7 @@
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 struct SlotCall {
@@ -121,3 +123,5 @@ TEST_F(Dispatch, BadHeapHandlesAreReportedAndGiveMinusOne) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 namespace {
 
 const std::string kPage = MOXI_SOURCE_DIR "/docs/system-services.md";
@@ -50,3 +52,5 @@ TEST(Documentation, TheExamplesDoWhatTheTextSays) {
 }
 
 }  // namespace
+
+}  // namespace moxi

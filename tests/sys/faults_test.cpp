@@ -3,6 +3,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 enum Kind { kOpen, kRead, kWrite, kSeek, kAllocate, kKinds };
@@ -175,3 +177,5 @@ TEST_F(Faults, ALoadWhoseSeekFailsIsEmpty) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 class Files : public ServiceTest {
@@ -542,3 +544,5 @@ TEST_F(Files, SubCommandsFrom16AreUnknown) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 struct Found {
@@ -196,3 +198,5 @@ TEST(Wildcards, AManyStarredPatternEndsSoon) {
 }
 
 }  // namespace
+
+}  // namespace moxi

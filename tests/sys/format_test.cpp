@@ -6,6 +6,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 using Kind = FormatValue::Kind;
@@ -203,3 +205,5 @@ TEST_F(Format, AgreesWithTheCLibraryForEveryCombination) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -5,6 +5,8 @@
 
 #include "service_module.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kUntouched = 0x5A5A5A5A;
@@ -515,3 +517,5 @@ address: .space 4
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -4,6 +4,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 class Quota : public ServiceTest {
@@ -88,3 +90,5 @@ TEST_F(Quota, RoomThatSomebodyElseMadeIsFoundAfterSomeTries) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -25,6 +25,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace fs = std::filesystem;
 
 // Thrown in place of the process's end.
@@ -167,3 +169,5 @@ class ServiceTest : public ::testing::Test {
     const VmSlots originalVmSlots = vmSlots;
     const Desktop originalDesktop = desktop;
 };
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "tests/support/headless_run.h"
 
+namespace moxi {
+
 class ServiceModule {
   public:
     // Adds a call. Arguments are expressions of the assembler (numbers, labels) or Result(n).
@@ -80,3 +82,5 @@ class ServiceModule {
     u32 count = 0;
     u32 texts = 0;
 };
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 class SettingsTest : public ServiceTest {
   protected:
     u32 Load(std::string_view name) { return Call(0x0800, {Text(name)}); }
@@ -28,7 +30,7 @@ class SettingsTest : public ServiceTest {
         const u32 address = Room(4);
         Store<u32>(address, 0xEEEEEEEE);
         const u32 result = Call(0x0805, {address});
-        return std::to_string(result) + ":" + std::to_string(::Load<u32>(address));
+        return std::to_string(result) + ":" + std::to_string(moxi::Load<u32>(address));
     }
     std::string ReadString(u32 size = 100) { return ReadText(0x0806, size); }
     std::string NextSection(u32 size = 100) { return ReadText(0x080B, size); }
@@ -64,3 +66,5 @@ class SettingsTest : public ServiceTest {
         return text;
     }
 };
+
+}  // namespace moxi

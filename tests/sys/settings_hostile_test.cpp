@@ -7,6 +7,8 @@
 #include "settings_fixture.h"
 #include "sys/settings_buffer.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr std::size_t kMargin = 16384;
@@ -173,3 +175,5 @@ TEST_F(HostileSettings, WithoutMemoryAWriteChangesNothing) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 struct Line {
@@ -161,3 +163,5 @@ TEST_F(SettingsProperty, TheSameHoldsForEditsWithoutAReloadBetween) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -1,5 +1,7 @@
 #include "settings_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 class Settings : public SettingsTest {};
@@ -710,3 +712,5 @@ TEST_F(Settings, WithoutMemoryAWriteChangesNothing) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -3,6 +3,8 @@
 #include "service_fixture.h"
 #include "sys/upper_case.h"
 
+namespace moxi {
+
 namespace {
 
 class TextGroup : public ServiceTest {
@@ -269,3 +271,5 @@ TEST_F(TextGroup, OtherSubCommandsAreUnknown) {
 }
 
 }  // namespace
+
+}  // namespace moxi

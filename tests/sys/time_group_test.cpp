@@ -1,5 +1,7 @@
 #include "service_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 struct TimerStart {
@@ -110,3 +112,5 @@ TEST_F(TimeGroup, TheDateIs19CharactersAndANul) {
 }
 
 }  // namespace
+
+}  // namespace moxi

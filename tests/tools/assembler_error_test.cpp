@@ -4,7 +4,9 @@
 
 #include <random>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
+
+namespace moxi {
 
 namespace {
 
@@ -235,3 +237,5 @@ TEST(HostileSource, SeededWordSaladIsRefusedOrAssembled) {
 }
 
 }  // namespace
+
+}  // namespace moxi

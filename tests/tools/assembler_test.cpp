@@ -1,11 +1,13 @@
 // Sections, names, expressions, data, the header, the listing and the symbol file.
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>
+
+namespace moxi {
 
 namespace {
 
@@ -287,3 +289,5 @@ TEST(Assembler, TheSymbolFileIsOrderedByValue) {
 }
 
 }  // namespace
+
+}  // namespace moxi

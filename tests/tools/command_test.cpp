@@ -7,9 +7,11 @@
 #include <fstream>
 #include <sstream>
 
-#include "tools/mxasm_command.h"
-#include "tools/mxdis_command.h"
+#include "tools/asm/mxasm_command.h"
+#include "tools/dis/mxdis_command.h"
 #include "tools/reference.h"
+
+namespace moxi {
 
 namespace {
 
@@ -191,3 +193,5 @@ TEST(Reference, TheCommittedPageIsTheGeneratedOne) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -7,6 +7,8 @@
 
 #include "base/types.h"
 
+namespace moxi {
+
 struct EncodingRow {
     const char* text;
     std::vector<u32> words;
@@ -638,3 +640,5 @@ inline const EncodingRow kSinglesRows[] = {
     {"PUSH.Q #0x8000000000000000", {0x00000374, 0x00000000, 0x80000000}},
 };
 // clang-format on
+
+}  // namespace moxi

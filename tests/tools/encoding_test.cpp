@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/encoding_rows.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "vm/disassemble.h"
+
+namespace moxi {
 
 namespace {
 
@@ -192,3 +194,5 @@ TEST(Disassembly, NamesTakeThePlaceOfAddresses) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
+
+namespace moxi {
 
 namespace {
 
@@ -43,3 +45,5 @@ TEST(Invocations, WhatIsNoNumberIsAnError) {
 }
 
 }  // namespace
+
+}  // namespace moxi

@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
+
+namespace moxi {
 
 namespace {
 
@@ -261,3 +263,5 @@ TEST(Files, WhatIsNoReadableFileIsAnError) {
 }
 
 }  // namespace
+
+}  // namespace moxi

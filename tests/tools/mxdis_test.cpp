@@ -7,9 +7,11 @@
 #include <sstream>
 
 #include "tests/tools/encoding_rows.h"
-#include "tools/assembler.h"
-#include "tools/disassembler.h"
+#include "tools/asm/assembler.h"
+#include "tools/dis/disassembler.h"
 #include "tools/module_file.h"
+
+namespace moxi {
 
 namespace {
 
@@ -310,3 +312,5 @@ TEST(SymbolFile, BadLinesAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace moxi

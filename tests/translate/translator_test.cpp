@@ -11,13 +11,15 @@
 #include <thread>
 
 #include "tests/support/vm_fixture.h"
-#include "tools/assembler.h"
+#include "tools/asm/assembler.h"
 #include "translate/region.h"
 #include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 #include "vm/threaded.h"
+
+namespace moxi {
 
 namespace {
 
@@ -38,7 +40,7 @@ class Translator : public VmTest {
                          const moxi::TranslatorOptions& options) {
         Load(source, options);
         MXmsg(1, p1, 0, 0);
-        return ::Load<u32>(kHeaderR14);
+        return moxi::Load<u32>(kHeaderR14);
     }
 
     static void Load(const std::string& source, const moxi::TranslatorOptions& options) {
@@ -138,8 +140,8 @@ TEST_F(Translator, AFaultNamesTheInstructionAndLeavesTheRegistersAsTheyWere) {
         Load(source, translated ? moxi::TranslatorOptions{0, 1, 16} : moxi::TranslatorOptions{});
         if (!translated) moxi::StopTranslator();
         EXPECT_THROW(MXmsg(1, 0, 0, 0), ProcessEnded);
-        rounds[translated] = ::Load<u32>(RegisterAddress(2));
-        pcs[translated] = ::Load<u32>(kHeaderPC);
+        rounds[translated] = moxi::Load<u32>(RegisterAddress(2));
+        pcs[translated] = moxi::Load<u32>(kHeaderPC);
     }
     EXPECT_EQ(rounds[1], rounds[0]);
     EXPECT_EQ(pcs[1], pcs[0]);
@@ -167,9 +169,9 @@ TEST_F(Translator, AFaultsTraceNamesTheSixteenNewestInstructionsAcrossBlocksAndC
               " 0x00000208 0x00000228 0x0000022C 0x00000210 0x00000214 0x00000218"
               " 0x00000208 0x00000228 0x0000022C 0x00000210 0x00000214 0x00000218"
               " 0x0000021C 0x00000220\n");
-    EXPECT_EQ(::Load<u32>(kHeaderPC), 0x220u);
-    EXPECT_EQ(::Load<u32>(RegisterAddress(2)), 2u);
-    EXPECT_EQ(::Load<u32>(RegisterAddress(3)), 0xFFFFFFFCu);
+    EXPECT_EQ(moxi::Load<u32>(kHeaderPC), 0x220u);
+    EXPECT_EQ(moxi::Load<u32>(RegisterAddress(2)), 2u);
+    EXPECT_EQ(moxi::Load<u32>(RegisterAddress(3)), 0xFFFFFFFCu);
 }
 
 TEST_F(Translator, WhatAServiceWritesIntoRegistersAndCodeHoldsAtOnce) {
@@ -189,13 +191,13 @@ TEST_F(Translator, WhatAServiceWritesIntoRegistersAndCodeHoldsAtOnce) {
         "        RETURN 0\n";
     Load(source, kAll);
     vmSlots.sysDispatch = [] {
-        Store<u32>(RegisterAddress(2), 2 * ::Load<u32>(RegisterAddress(2)));
-        const u32 constant = ::Load<u32>(RegisterAddress(3)) + 4;
-        Store<u32>(constant, ::Load<u32>(constant) + 1);
+        Store<u32>(RegisterAddress(2), 2 * moxi::Load<u32>(RegisterAddress(2)));
+        const u32 constant = moxi::Load<u32>(RegisterAddress(3)) + 4;
+        Store<u32>(constant, moxi::Load<u32>(constant) + 1);
     };
     MXmsg(1, 0, 0, 0);
     // 10 times 0x10000, 1 + 2 + ... + 10, and 2 to the power of 10.
-    EXPECT_EQ(::Load<u32>(kHeaderR14), 0xA0000u + 55 + 1024);
+    EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 0xA0000u + 55 + 1024);
     EXPECT_GE(moxi::translatorCounts.changes, 1u);
 }
 
@@ -225,9 +227,9 @@ TEST_F(Translator, ARunInsideAServiceLeavesTheOuterOneAsItWas) {
         servicesRun = 0;
         vmSlots.sysDispatch = [] {
             ++servicesRun;
-            const u32 pc = ::Load<u32>(kHeaderPC);
-            const u32 sp = ::Load<u32>(kHeaderSP);
-            const u32 fp = ::Load<u32>(kHeaderFP);
+            const u32 pc = moxi::Load<u32>(kHeaderPC);
+            const u32 sp = moxi::Load<u32>(kHeaderSP);
+            const u32 fp = moxi::Load<u32>(kHeaderFP);
             MXmsg(2, 0, 0, 0);
             Store<u32>(kHeaderPC, pc);
             Store<u32>(kHeaderSP, sp);
@@ -236,7 +238,7 @@ TEST_F(Translator, ARunInsideAServiceLeavesTheOuterOneAsItWas) {
         const StandardError quiet(true);
         MXmsg(1, 0, 0, 0);
         EXPECT_EQ(servicesRun, 10u);
-        EXPECT_EQ(::Load<u32>(kHeaderR14), 10 * 5050u);
+        EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 10 * 5050u);
     }
 }
 
@@ -254,16 +256,16 @@ TEST_F(Translator, ARunThatDoesNotEndShowsItsRegistersToAnotherThread) {
         "        BEQ @loop\n"
         "        RETURN 0\n";
     Load(source, kAll);
-    const u32 limit = ::Load<u32>(kHeaderStackLimit);
+    const u32 limit = moxi::Load<u32>(kHeaderStackLimit);
     u32 first = 0;
     u32 second = 0;
     u32 pc = 0;
     std::thread other([&] {
         while (first == 0) {
             moxi::SettleTranslatedRun();
-            first = ::Load<u32>(RegisterAddress(1));
-            second = ::Load<u32>(RegisterAddress(2));
-            pc = ::Load<u32>(kHeaderPC);
+            first = moxi::Load<u32>(RegisterAddress(1));
+            second = moxi::Load<u32>(RegisterAddress(2));
+            pc = moxi::Load<u32>(kHeaderPC);
         }
         Store<u32>(limit, 1);
     });
@@ -300,3 +302,5 @@ TEST_F(Translator, CodeBeyondSixteenMegabytesIsInterpreted) {
     EXPECT_LT(region.instructions.back().pc, 0x1000000u);
     EXPECT_TRUE(moxi::FindRegion(0x1400000).instructions.empty());
 }
+
+}  // namespace moxi

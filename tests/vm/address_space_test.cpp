@@ -13,6 +13,8 @@
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -242,3 +244,5 @@ TEST_F(AddressSpace, EveryWayOfRunningAgreesAboutEveryInstructionThatReachesTheT
         }
     }
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -747,3 +749,5 @@ TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirs
     EXPECT_EQ(pcTraceCount, 1401u);
     EXPECT_EQ(pcTrace[1400 - 1024].pc, 520u);  // the newest lies where number 376 was
 }
+
+}  // namespace moxi

@@ -15,6 +15,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -412,3 +414,5 @@ TEST_F(Faults, ADivisionByAQuickZeroHasFilledTheSlot) {
         EXPECT_EQ(Differences(result.image, after.bytes), "");
     }
 }
+
+}  // namespace moxi

@@ -12,6 +12,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kStart = 2048;
@@ -248,3 +250,5 @@ TEST_F(HeapModel, RandomOperationsLeaveTheHeapAsTheModelSays) {
         }
     }
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 constexpr u32 kStart = 4096;
@@ -583,3 +585,5 @@ TEST_F(Heap, Handle65535IsGood) {
     UnlockHeap(65535);
     EXPECT_TRUE(vmEvents.messages.empty());
 }
+
+}  // namespace moxi

@@ -6,6 +6,8 @@
 #include "bench/mx_kernel.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 namespace {
 
 struct KernelsTest : VmTest {};
@@ -53,3 +55,5 @@ TEST_F(KernelsTest, QuicksortOrdersUnsignedWords) {
     ExpectChecksums("quicksort",
                     {{1, 1178692198}, {2, 1202011513}, {3, 1208909871}, {5000, 284086234}});
 }
+
+}  // namespace moxi

@@ -10,6 +10,8 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 
+namespace moxi {
+
 namespace {
 
 class Loader : public VmTest {
@@ -219,3 +221,5 @@ TEST_F(Loader, ALargeZeroFilledImageLoads) {
     EXPECT_EQ(Load<u64>((1u << 30) - 8), 0u);
     EXPECT_EQ(heapStart, 512u + (1u << 30) + 4096);
 }
+
+}  // namespace moxi

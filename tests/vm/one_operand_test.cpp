@@ -7,6 +7,8 @@
 #include "tests/support/bench_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -302,3 +304,5 @@ TEST_F(OneOperand, TheRegisterNumberIsNotMasked) {
     after.Put(136, 516, 4);
     ExpectRun("NEG.W of register 65", before, {.after = after});
 }
+
+}  // namespace moxi

@@ -13,6 +13,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -167,3 +169,5 @@ TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePla
         std::fprintf(stderr, "instructions: %llu\n", static_cast<unsigned long long>(instructions));
     }
 }
+
+}  // namespace moxi

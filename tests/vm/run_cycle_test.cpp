@@ -11,6 +11,8 @@
 #include "vm/machine.h"
 #include "vm/slots.h"
 
+namespace moxi {
+
 namespace {
 
 using Messages = std::vector<std::string>;
@@ -394,3 +396,5 @@ TEST_F(RunCycle, RegistersFpAndFlagsPersistBetweenMessages) {
     EXPECT_EQ(Load<u32>(8 + 8 * 3), 5u);
     EXPECT_EQ(Load<u8>(192), 2u);
 }
+
+}  // namespace moxi

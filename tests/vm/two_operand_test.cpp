@@ -7,6 +7,8 @@
 #include "tests/support/bench_run.h"
 #include "tests/support/vm_fixture.h"
 
+namespace moxi {
+
 using plain::Outcome;
 
 namespace {
@@ -581,3 +583,5 @@ TEST_F(TwoOperands, PeekblockCopiesAsManyBytesAsAHoldsToBInEveryForm) {
         }
     }
 }
+
+}  // namespace moxi

@@ -1,0 +1,274 @@
+#include "desktop/sdl/loop/run_loop.h"
+
+#include <SDL_events.h>
+#include <SDL_timer.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "base/log.h"
+#include "desktop/events.h"
+#include "desktop/quit_request.h"
+#include "desktop/sdl/input/key_text.h"
+#include "desktop/sdl/input/keyboard.h"
+#include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/loop/watchdog.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/screens.h"
+#include "desktop/sdl/window/view.h"
+#include "desktop/sdl/window/window.h"
+
+namespace moxi {
+
+constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
+// Events may keep timers and redraws waiting for so long.
+constexpr u64 kEventsNanoseconds = 10 * kNanosecondsPerMillisecond;
+constexpr u64 kLongestWait = 100 * kNanosecondsPerMillisecond;
+// How long after an event SDL is asked in every turn, and how often it is asked later.
+constexpr u64 kLivelyNanoseconds = 250 * kNanosecondsPerMillisecond;
+constexpr u64 kQuietNanoseconds = 50 * kNanosecondsPerMillisecond;
+constexpr u64 kSleepSlice = 10 * kNanosecondsPerMillisecond;
+
+static std::mutex workLock;
+static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
+static constinit u32 wakeEvent = 0;
+
+static constinit u64 quietFrom = 0;
+static constinit u64 nextPumping = 0;  // at the latest
+
+static constinit bool ended = false;
+static constinit bool closeRequested = false;
+static constinit bool enterFullScreen = false;
+
+void StartRunLoop(bool fullScreenAfterLaunch) {
+    static std::deque<void (*)()> work;
+    queuedWork = &work;
+    wakeEvent = SDL_RegisterEvents(1);
+    enterFullScreen = fullScreenAfterLaunch;
+}
+
+void RequestTerminate() {
+    quitRequest = QuitRequest::Made;
+}
+
+void RequestClose() {
+    closeRequested = true;
+}
+
+void QueueOnMain(void (*work)()) {
+    {
+        const std::lock_guard lock(workLock);
+        queuedWork->push_back(work);
+    }
+    if (IsMainThread()) return;
+    SDL_Event wake{};
+    wake.type = wakeEvent;
+    SDL_PushEvent(&wake);
+}
+
+static void RunOneQueued() {
+    void (*work)() = nullptr;
+    {
+        const std::lock_guard lock(workLock);
+        if (queuedWork->empty()) return;  // something nested in other work has run it
+        work = queuedWork->front();
+        queuedWork->pop_front();
+    }
+    Tell(work);
+}
+
+static bool IsForGameWindow(const SDL_Event& event) {
+    switch (event.type) {
+        case SDL_KEYDOWN:
+        case SDL_KEYUP: return event.key.windowID == 0 || IsGameWindow(event.key.windowID);
+        case SDL_TEXTINPUT: return event.text.windowID == 0 || IsGameWindow(event.text.windowID);
+        case SDL_MOUSEBUTTONDOWN:
+        case SDL_MOUSEBUTTONUP: return IsGameWindow(event.button.windowID);
+        case SDL_MOUSEMOTION: return IsGameWindow(event.motion.windowID);
+        case SDL_MOUSEWHEEL: return IsGameWindow(event.wheel.windowID);
+        case SDL_WINDOWEVENT: return IsGameWindow(event.window.windowID);
+        default: return true;
+    }
+}
+
+// SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
+static void HandleQuitEvent() {
+    if (!NoteLostWayland()) RequestTerminate();
+}
+
+static void HandleEvent(const SDL_Event& event) {
+    if (!IsForGameWindow(event)) return;
+    // A press waits for its own text alone.
+    if (event.type != SDL_TEXTINPUT) FinishKeyPress();
+    // Input comes to the window as it is then.
+    if (event.type != SDL_WINDOWEVENT && !KeyPressIsHeldBack()) SettleWindow();
+    switch (event.type) {
+        case SDL_KEYDOWN: HandleKeyDown(event.key); break;
+        case SDL_KEYUP: HandleKeyUp(event.key); break;
+        case SDL_TEXTINPUT: HandleTextInput(event.text); break;
+        case SDL_MOUSEBUTTONDOWN:
+        case SDL_MOUSEBUTTONUP: HandleMouseButton(event.button); break;
+        case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
+        case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
+        case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
+        case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
+        case SDL_RENDER_TARGETS_RESET:
+        case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
+        case SDL_QUIT: HandleQuitEvent(); break;
+        default: break;
+    }
+}
+
+// The end: the application's last word, then nothing more is delivered.
+static void End() {
+    Tell(desktopEvents.willTerminate);
+    ended = true;
+}
+
+static bool Ask(bool (*question)()) {
+    NoteQuestion();
+    const bool answer = Tell(question);
+    NoteAnswer();
+    return answer;
+}
+
+// The window is gone, so no answer can keep the application alive: it is told, and that is all.
+static void EndWithoutWindow() {
+    SystemLog(DisplayLoss() == Loss::Window ? "the window has been destroyed from outside"
+                                            : "the connection to the display is lost");
+    ForgetGameWindow();
+    Ask(desktopEvents.shouldTerminate);
+    End();
+}
+
+static void ServeRequests() {
+    if (ended) return;
+    if (DisplayLoss() != Loss::None) return EndWithoutWindow();
+    if (closeRequested) {
+        closeRequested = false;
+        if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
+            Tell(desktopEvents.windowWillClose);
+            DestroyGameWindow();
+            // The last window ends the application. It is asked once more, but with the window
+            // gone its answer cannot keep it alive.
+            Ask(desktopEvents.shouldTerminate);
+            return End();
+        }
+    }
+    QuitRequest made = QuitRequest::Made;
+    if (quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) {
+        const bool terminates = Ask(desktopEvents.shouldTerminate);
+        NoteQuitAnswer();
+        if (terminates) End();
+    }
+}
+
+static void HandleEvents(SDL_Event& event) {
+    const u64 until = Nanoseconds() + kEventsNanoseconds;
+    do {
+        HandleEvent(event);
+        ServeRequests();
+        // The text of a press has come with it, and would be no text of a key in the next turn.
+    } while (!ended && (Nanoseconds() < until || KeyPressIsHeldBack()) &&
+             SDL_PollEvent(&event) != 0);
+    if (!ended) FinishKeyPress();
+}
+
+static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
+    u64 now = Nanoseconds();
+    const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
+    const u64 milliseconds = wait / kNanosecondsPerMillisecond;
+    if (SDL_WaitEventTimeout(&event, static_cast<int>(milliseconds)) != 0) return true;
+    now = Nanoseconds();
+    // SDL waits for whole milliseconds; what remains is too short to be noticed by anyone who
+    // types, and too long to be burnt.
+    if (deadline > now && deadline - now < kNanosecondsPerMillisecond) {
+        std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
+    }
+    return false;
+}
+
+// SDL's own waiting asks the X server more than ten times in a turn. While nothing happens it is
+// enough to ask now and then: for what SDL does by the clock, and for what comes another way, such
+// as from an input method.
+static ServerWait WaitWithoutSdl(u64 deadline) {
+    const u64 now = Nanoseconds();
+    if (now >= nextPumping || SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_TRUE) {
+        return ServerWait::Unknown;
+    }
+    const u64 until = std::min(deadline, nextPumping);
+    return WaitForX11(until > now ? until - now : 0);
+}
+
+// Waits for an event until the deadline at the latest. Asks for events even when it is over.
+static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+    const ServerWait wait = WaitWithoutSdl(deadline);
+    if (wait == ServerWait::Silent) return false;
+    if (wait == ServerWait::Spoken) deadline = 0;
+    const bool found = WaitForSdlEvent(event, deadline);
+    const u64 now = Nanoseconds();
+    if (found) quietFrom = now + kLivelyNanoseconds;
+    nextPumping = now < quietFrom ? now : now + kQuietNanoseconds;
+    return found;
+}
+
+static std::size_t QueuedWorkCount() {
+    const std::lock_guard lock(workLock);
+    return queuedWork->size();
+}
+
+// When there is something to do though no event has come.
+static u64 NextTurn() {
+    if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
+    if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(), NextSettling());
+}
+
+void RunEventLoop() {
+    const InsideDesktop inside;
+    ended = false;
+    Tell(desktopEvents.didFinishLaunching);
+    if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
+    while (!ended) {
+        NoteTurn();
+        SDL_Event event;
+        if (WaitForEvent(event, NextTurn())) HandleEvents(event);
+        ServeRequests();
+        if (ended) break;
+        SettleWindow();
+        TellScreenChanges();
+        if (DisplayLoss() != Loss::None) continue;
+        // Work that queues more work comes again in the next turn.
+        for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
+        ServeRedraw();
+        ShowNewPixels();
+        // Timers stand still while the user drags the border: a module's ticks, which nobody takes
+        // from the queue meanwhile, would fill it before the new size, and in the end keep that
+        // out.
+        if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
+    }
+}
+
+void SleepWithRedraw(u64 milliseconds) {
+    const InsideDesktop inside;
+    const u64 until = Nanoseconds() + milliseconds * kNanosecondsPerMillisecond;
+    SettleWindow();
+    ServeRedraw();
+    for (;;) {
+        SDL_PumpEvents();
+        NotePumping();
+        const u64 now = Nanoseconds();
+        if (now >= until) break;
+        const OutsideDesktop outside;
+        std::this_thread::sleep_for(std::chrono::nanoseconds(std::min(until - now, kSleepSlice)));
+    }
+}
+
+}  // namespace moxi

@@ -1,0 +1,67 @@
+#include "desktop/sdl/window/geometry_tracker.h"
+
+#include <algorithm>
+
+#include "desktop/sdl/loop/timers.h"
+
+namespace moxi {
+
+static bool SamePosition(const Area& a, const Area& b) {
+    return a.x == b.x && a.y + a.height == b.y + b.height;
+}
+
+static bool SameCorner(const Area& a, const Area& b) {
+    return a.x == b.x && a.y == b.y;
+}
+
+static bool SameSize(const Area& a, const Area& b) {
+    return a.width == b.width && a.height == b.height;
+}
+
+static GeometryChange Compare(const Area& before, const Area& after) {
+    return {!SamePosition(before, after), !SameSize(before, after)};
+}
+
+GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now) {
+    const GeometryChange change = Compare(tracker.known, asked);
+    tracker.outlived.push_back({tracker.known, now + kEchoNanoseconds});
+    tracker.known = asked;
+    HoldNews(tracker, now);
+    return change;
+}
+
+void HoldNews(GeometryTracker& tracker, u64 now) {
+    tracker.heldUntil = now + kHoldNanoseconds;
+}
+
+GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now) {
+    if (now < tracker.heldUntil) return {};
+    tracker.heldUntil = 0;
+    std::erase_if(tracker.outlived, [now](const auto& each) { return each.until <= now; });
+
+    // Reports speak of the top-left corner, so that is what tells an old position.
+    Area news = tracker.known;
+    const auto isLate = [&tracker](const Area& area, bool (*same)(const Area&, const Area&)) {
+        return std::any_of(tracker.outlived.begin(), tracker.outlived.end(),
+                           [&](const auto& each) { return same(each.area, area); });
+    };
+    if (!SameSize(actual, tracker.known) && !isLate(actual, SameSize)) {
+        news.width = actual.width;
+        news.height = actual.height;
+    }
+    if (!SameCorner(actual, tracker.known) && !isLate(actual, SameCorner)) {
+        news.x = actual.x;
+        news.y = actual.y;
+    }
+    const GeometryChange change = Compare(tracker.known, news);
+    tracker.known = news;
+    return change;
+}
+
+u64 NextObservation(const GeometryTracker& tracker) {
+    u64 next = tracker.heldUntil != 0 ? tracker.heldUntil : kNever;
+    for (const auto& each : tracker.outlived) next = std::min(next, each.until);
+    return next;
+}
+
+}  // namespace moxi

@@ -1,0 +1,98 @@
+#include "desktop/sdl/window/screens.h"
+
+#include <SDL_video.h>
+
+#include "desktop/events.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/x11_monitors.h"
+
+namespace moxi {
+
+constexpr u64 kLookNanoseconds = 500'000'000;
+
+static constinit u64 nextLook = 0;
+static constinit std::vector<Area> knownScreens;  // as the application was told
+// As the X server told first and last. Once they differ the server knows better than SDL.
+static constinit std::vector<Area> firstMonitors;
+static constinit std::vector<Area> monitors;
+
+static Area FromRect(const SDL_Rect& rect) {
+    return {rect.x, rect.y, rect.w, rect.h};
+}
+
+static std::vector<Area> ScreenAreas() {
+    if (monitors != firstMonitors) return monitors;
+    std::vector<Area> areas;
+    for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
+        SDL_Rect bounds;
+        if (SDL_GetDisplayBounds(i, &bounds) == 0) areas.push_back(FromRect(bounds));
+    }
+    // No display at all just now: what was there will come back.
+    return areas.empty() ? knownScreens : areas;
+}
+
+Area MainScreenArea() {
+    const std::vector<Area> areas = ScreenAreas();
+    return areas.empty() ? Area{0, 0, 1920, 1080} : areas.front();
+}
+
+Area ScreenAreaOf(SDL_Window* window) {
+    SDL_Rect bounds;
+    const int index = window != nullptr ? SDL_GetWindowDisplayIndex(window) : -1;
+    if (index >= 0 && SDL_GetDisplayBounds(index, &bounds) == 0) return FromRect(bounds);
+    return MainScreenArea();
+}
+
+std::vector<Screen> Screens() {
+    const Area mainScreen = MainScreenArea();
+    std::vector<Screen> screens;
+    int index = 0;
+    for (const Area& area : ScreenAreas()) {
+        SDL_Rect usable;
+        const bool known =
+            monitors == firstMonitors && SDL_GetDisplayUsableBounds(index++, &usable) == 0;
+        screens.push_back(
+            {FromArea(area, mainScreen), FromArea(known ? FromRect(usable) : area, mainScreen)});
+    }
+    if (screens.empty()) {
+        const WindowFrame frame = FromArea(mainScreen, mainScreen);
+        screens.push_back({frame, frame});
+    }
+    return screens;
+}
+
+void StartScreens() {
+    firstMonitors.clear();
+    monitors.clear();
+    knownScreens.clear();
+    knownScreens = ScreenAreas();
+    nextLook = 0;
+}
+
+void HandleDisplayEvent() {
+    nextLook = 0;
+}
+
+void TellScreenChanges() {
+    const u64 now = Nanoseconds();
+    if (now < nextLook) return;
+    nextLook = now + kLookNanoseconds;
+    LookWhetherWindowExists();
+    std::vector<Area> seen;
+    for (const Monitor& monitor : X11Monitors(GameWindow())) {
+        seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
+    }
+    if (!seen.empty()) {
+        if (firstMonitors.empty()) firstMonitors = seen;
+        monitors = std::move(seen);
+    }
+    std::vector<Area> areas = ScreenAreas();
+    if (areas == knownScreens) return;
+    knownScreens = std::move(areas);
+    Tell(desktopEvents.screensChanged);
+}
+
+}  // namespace moxi

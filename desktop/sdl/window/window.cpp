@@ -1,0 +1,412 @@
+#include "desktop/sdl/window/window.h"
+
+#include <SDL_keyboard.h>
+#include <SDL_mouse.h>
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "base/log.h"
+#include "desktop/events.h"
+#include "desktop/sdl/input/keyboard.h"
+#include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/display_loss.h"
+#include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/loop/run_loop.h"
+#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/loop/watchdog.h"
+#include "desktop/sdl/services.h"
+#include "desktop/sdl/window/geometry_tracker.h"
+#include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/screens.h"
+#include "desktop/sdl/window/view.h"
+#include "desktop/sdl/window/wayland_side.h"
+#include "desktop/sdl/window/x11_side.h"
+
+namespace moxi {
+
+// How long a window manager may take to bring a window back from full screen before we place it.
+constexpr u64 kLeavingNanoseconds = 200'000'000;
+// How long after the borders the window itself may take to change.
+constexpr u64 kBordersNanoseconds = 30'000'000;
+constexpr i32 kLargestSize = 32767;
+constexpr u64 kLiveResizeNanoseconds = 30'000'000;
+
+static constinit SDL_Window* window = nullptr;
+static std::string title;
+static constinit GeometryTracker tracker;     // content area
+static constinit Borders borders;             // all 0 where the desktop does not tell
+static constinit bool bordersHeld = false;    // others have come that are not told yet
+static constinit bool reported = false;       // the desktop has told of a change since we looked
+static constinit bool positionsExist = true;  // Wayland has none
+static constinit bool shown = false;
+static constinit bool miniaturized = false;
+
+// What the application asked for and the desktop has not been given. Giving it can block for
+// 100 ms on X11, so it is done once in a turn of the loop and not at each request.
+static constinit bool owed = false;
+static constinit u64 owedFrom = 0;  // not before this time
+
+static constinit bool fullScreen = false;
+static constinit Area windowedContent;  // to come back to
+static constinit Borders windowedBorders;
+
+static constinit bool liveResize = false;
+static constinit u64 nextLiveLook = 0;
+
+SDL_Window* GameWindow() {
+    return window;
+}
+
+const char* GameWindowTitle() {
+    return title.c_str();
+}
+
+bool IsGameWindow(u32 sdlWindowId) {
+    return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
+}
+
+ViewSize CurrentViewSize() {
+    return {tracker.known.width, tracker.known.height};
+}
+
+bool IsFullScreen() {
+    return fullScreen;
+}
+
+WindowFrame GameWindowFrame() {
+    const InsideDesktop inside;
+    return FromArea(WithBorders(tracker.known, borders), MainScreenArea());
+}
+
+static Area ActualContent() {
+    Area area;
+    SDL_GetWindowPosition(window, &area.x, &area.y);
+    SDL_GetWindowSize(window, &area.width, &area.height);
+    if (!positionsExist) {
+        // The bottom-left corner stays where the application believes it to be.
+        area.x = tracker.known.x;
+        area.y = tracker.known.y + tracker.known.height - area.height;
+    }
+    return area;
+}
+
+// What the X server has. Not to be asked at any time: a window manager may be moving the window
+// about while it shows or hides it, and tells only when it has finished.
+static Area ContentOnServer() {
+    SDL_Rect content;
+    if (!AskX11ForWindow(window, content)) return ActualContent();
+    return {content.x, content.y, content.w, content.h};
+}
+
+// Answers whether the frame has another place now though the content has stayed where it is. The
+// borders that a window has from the start are no news.
+static bool ReadBorders() {
+    const Borders before = borders;
+    if (fullScreen) {
+        borders = {};
+        return false;
+    }
+    Borders now;
+    std::array<i32, 4> sides;
+    if (AskX11ForBorders(XWindow(window), sides)) {
+        now = {.top = sides[2], .left = sides[0], .bottom = sides[3], .right = sides[1]};
+    } else if (SDL_GetWindowBordersSize(window, &now.top, &now.left, &now.bottom, &now.right) !=
+               0) {
+        return false;
+    }
+    if (before != Borders{} && now != before) {
+        // Size and place change with the borders when a window is maximised, a little later. A
+        // frame of both, which the window never had, is told to nobody.
+        const u64 time = Nanoseconds();
+        if (!bordersHeld)
+            tracker.heldUntil = std::max(tracker.heldUntil, time + kBordersNanoseconds);
+        bordersHeld = true;
+        if (time < tracker.heldUntil) return false;
+    }
+    bordersHeld = false;
+    borders = now;
+    return before != Borders{} && (before.left != borders.left || before.bottom != borders.bottom);
+}
+
+static void TellChange(const GeometryChange& change) {
+    if (change.resized) RequestWholeRedraw();
+    if (change.moved) Tell(desktopEvents.windowDidMove);
+    if (!change.resized) return;
+    Tell(desktopEvents.viewFrameDidChange);
+    Tell(desktopEvents.windowDidResize);
+}
+
+void CreateGameWindow(WindowFrame content) {
+    const InsideDesktop inside;
+    if (window != nullptr) return;
+    tracker = {};
+    tracker.known = ToArea(content, MainScreenArea());
+    borders = {};
+    positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
+    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
+                              tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    NameX11Window(window, title.c_str());
+    WatchDisplay(window);
+    StartWaylandSide(window);
+    if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
+}
+
+void SetGameWindowTitle(const char* utf8) {
+    const InsideDesktop inside;
+    // Bytes that are no characters would keep the whole title from being set.
+    char* valid = g_utf8_make_valid(utf8, -1);
+    title = valid;
+    g_free(valid);
+    if (window == nullptr) return;
+    SDL_SetWindowTitle(window, title.c_str());
+    NameX11Window(window, title.c_str());
+}
+
+void SetGameWindowIcon(const u8* pixels, u32 width, u32 height) {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    // SDL only reads the pixels.
+    SDL_Surface* const icon = SDL_CreateRGBSurfaceWithFormatFrom(
+        const_cast<u8*>(pixels), static_cast<int>(width), static_cast<int>(height), 32,
+        static_cast<int>(width) * 4, SDL_PIXELFORMAT_RGBA32);
+    if (icon == nullptr) return;
+    SDL_SetWindowIcon(window, icon);
+    SDL_FreeSurface(icon);
+}
+
+void ShowGameWindow() {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    SDL_ShowWindow(window);
+    SDL_RaiseWindow(window);
+    if (shown) return;
+    shown = true;
+    StartWatchdog();
+    ReadBorders();
+    // Window managers put the frame where the content should be.
+    owed = true;
+    reported = true;
+    RequestWholeRedraw();
+}
+
+void MinimizeGameWindow() {
+    const InsideDesktop inside;
+    if (window != nullptr) SDL_MinimizeWindow(window);
+}
+
+void SetGameWindowFrame(WindowFrame frame) {
+    const InsideDesktop inside;
+    frame.width = std::clamp(frame.width, 1, kLargestSize);
+    frame.height = std::clamp(frame.height, 1, kLargestSize);
+    const Area area = ToArea(frame, MainScreenArea());
+    if (fullScreen) {
+        windowedContent = WithoutBorders(area, windowedBorders);
+        return;
+    }
+    const Area content = WithoutBorders(area, borders);
+    if (content == tracker.known && !owed) return;
+    const GeometryChange change = AskGeometry(tracker, content, Nanoseconds());
+    owed = true;
+    TellChange(change);
+}
+
+static void EnterFullScreen(bool byUs) {
+    Tell(desktopEvents.windowWillEnterFullScreen);
+    if (window == nullptr) return;
+    windowedContent = tracker.known;
+    windowedBorders = borders;
+    fullScreen = true;
+    owed = false;
+    borders = {};
+    const Area screen = ScreenAreaOf(window);
+    if (byUs) SDL_SetWindowFullscreen(window, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    TellChange(AskGeometry(tracker, screen, Nanoseconds()));
+    Tell(desktopEvents.windowDidEnterFullScreen);
+}
+
+static void LeaveFullScreen(bool byUs) {
+    Tell(desktopEvents.windowWillExitFullScreen);
+    if (window == nullptr) return;
+    fullScreen = false;
+    borders = windowedBorders;
+    if (byUs) SDL_SetWindowFullscreen(window, 0);
+    const u64 now = Nanoseconds();
+    owed = true;
+    owedFrom = now + kLeavingNanoseconds;
+    TellChange(AskGeometry(tracker, windowedContent, now));
+    Tell(desktopEvents.windowDidExitFullScreen);
+}
+
+void ToggleFullScreen() {
+    const InsideDesktop inside;
+    if (window == nullptr) return;
+    if (fullScreen) {
+        LeaveFullScreen(true);
+    } else {
+        EnterFullScreen(true);
+    }
+    reported = true;
+}
+
+static void GiveWhatIsOwed() {
+    owed = false;
+    reported = true;
+    if (fullScreen) return;
+    const Area actual = ActualContent();
+    const Area& wanted = tracker.known;
+    if (actual == wanted) return;
+    if ((SDL_GetWindowFlags(window) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(window);
+    if (actual.width != wanted.width || actual.height != wanted.height) {
+        SDL_SetWindowSize(window, wanted.width, wanted.height);
+    }
+    if (actual.x != wanted.x || actual.y != wanted.y) {
+        SDL_SetWindowPosition(window, wanted.x, wanted.y);
+    }
+    HoldNews(tracker, Nanoseconds());
+}
+
+// A resize that comes while a mouse button is held that we have not seen pressed is the user's at
+// the window's border. Wayland does not let us know.
+static void StartLiveResize() {
+    if (liveResize || fullScreen || AnyButtonHeld()) return;
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) return;
+    liveResize = true;
+    nextLiveLook = Nanoseconds() + kLiveResizeNanoseconds;
+    Tell(desktopEvents.windowWillStartLiveResize);
+}
+
+static void WatchLiveResize(u64 now) {
+    if (!liveResize || now < nextLiveLook) return;
+    nextLiveLook = now + kLiveResizeNanoseconds;
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) != 0) return;
+    liveResize = false;
+    Tell(desktopEvents.windowDidEndLiveResize);
+    RequestWholeRedraw();
+}
+
+// Where a window manager refuses what was asked for, SDL goes on believing in it, draws for it and
+// hears of no change.
+static void MakeSdlBelieve(const Area& actual) {
+    Area believed;
+    SDL_GetWindowPosition(window, &believed.x, &believed.y);
+    SDL_GetWindowSize(window, &believed.width, &believed.height);
+    if (believed == actual) return;
+    if (believed.width != actual.width || believed.height != actual.height) {
+        SDL_SetWindowSize(window, actual.width, actual.height);
+    }
+    if (positionsExist && (believed.x != actual.x || believed.y != actual.y)) {
+        SDL_SetWindowPosition(window, actual.x, actual.y);
+    }
+    RequestWholeRedraw();
+}
+
+static void LookAtWindow(u64 now) {
+    reported = false;
+    if (!shown || miniaturized) return;
+    const bool isFullScreen = (SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN) != 0;
+    if (isFullScreen != fullScreen) {
+        if (isFullScreen) {
+            EnterFullScreen(false);
+        } else {
+            LeaveFullScreen(false);
+        }
+        return;
+    }
+    const bool isFrameMoved = ReadBorders();
+    const Area before = tracker.known;
+    // The window manager has had its time, and whatever it answers it has answered.
+    const bool overdue = now >= NextObservation(tracker);
+    const Area actual = overdue ? ContentOnServer() : ActualContent();
+    GeometryChange change = ObserveGeometry(tracker, actual, now);
+    change.moved = change.moved || isFrameMoved;
+    if (change.resized) {
+        const Area news = tracker.known;
+        tracker.known = before;  // the live resize starts before the size has changed
+        StartLiveResize();
+        tracker.known = news;
+    }
+    if (overdue && tracker.known == actual) MakeSdlBelieve(actual);
+    TellChange(change);
+}
+
+bool IsInLiveResize() {
+    return liveResize;
+}
+
+void SettleWindow() {
+    if (window == nullptr) return;
+    const u64 now = Nanoseconds();
+    if (owed && now >= owedFrom) GiveWhatIsOwed();
+    reported = X11BordersMayDiffer() || reported;
+    if (!owed && (reported || now >= NextObservation(tracker))) LookAtWindow(now);
+    if (window != nullptr) WatchLiveResize(now);
+}
+
+u64 NextSettling() {
+    if (window == nullptr) return kNever;
+    u64 next = NextObservation(tracker);
+    if (owed) next = std::min(next, owedFrom);
+    if (liveResize) next = std::min(next, nextLiveLook);
+    return next;
+}
+
+static void SetMiniaturized(bool now) {
+    if (miniaturized == now) return;  // SDL reports some of them twice
+    miniaturized = now;
+    if (now) {
+        Tell(desktopEvents.windowDidMiniaturize);
+    } else {
+        RequestWholeRedraw();
+        Tell(desktopEvents.windowDidDeminiaturize);
+    }
+}
+
+void HandleWindowEvent(const SDL_WindowEvent& event) {
+    switch (event.event) {
+        case SDL_WINDOWEVENT_EXPOSED: RequestWholeRedraw(); break;
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+            RequestWholeRedraw();
+            reported = true;
+            break;
+        case SDL_WINDOWEVENT_SHOWN:
+        case SDL_WINDOWEVENT_MOVED:
+        case SDL_WINDOWEVENT_RESIZED:
+        case SDL_WINDOWEVENT_DISPLAY_CHANGED: reported = true; break;
+        case SDL_WINDOWEVENT_MAXIMIZED:
+        case SDL_WINDOWEVENT_RESTORED:
+            reported = true;
+            SetMiniaturized(false);
+            break;
+        case SDL_WINDOWEVENT_MINIMIZED: SetMiniaturized(true); break;
+        case SDL_WINDOWEVENT_FOCUS_GAINED:
+            // Not at start-up: a Wayland desktop without a keyboard does not survive it.
+            if (SDL_IsTextInputActive() != SDL_TRUE) SDL_StartTextInput();
+            Tell(desktopEvents.willBecomeActive);
+            break;
+        case SDL_WINDOWEVENT_FOCUS_LOST:
+            ReleaseHeldKeys();
+            ReleaseHeldButtons();
+            break;
+        case SDL_WINDOWEVENT_CLOSE: RequestClose(); break;
+        default: break;
+    }
+}
+
+void DestroyGameWindow() {
+    if (window == nullptr) return;
+    StopView();
+    SDL_DestroyWindow(window);
+    ForgetGameWindow();
+}
+
+void ForgetGameWindow() {
+    window = nullptr;
+    bordersHeld = owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+}
+
+}  // namespace moxi

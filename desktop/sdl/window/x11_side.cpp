@@ -1,0 +1,187 @@
+#include "desktop/sdl/window/x11_side.h"
+
+#include <SDL_syswm.h>
+#include <xcb/xcb.h>
+#include <xkbcommon/xkbcommon-x11.h>
+#include <xkbcommon/xkbcommon.h>
+
+#include <bitset>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "desktop/sdl/input/layouts.h"
+#include "desktop/sdl/input/x11_clipboard.h"
+
+namespace moxi {
+
+static constinit xcb_connection_t* connection = nullptr;
+
+// --- Layouts
+
+static constinit xkb_context* context = nullptr;
+static constinit xkb_keymap* keymap = nullptr;
+static constinit bool keymapIsOld = true;
+
+static xkb_keymap* Keymap() {
+    if (!keymapIsOld || context == nullptr) return keymap;
+    xkb_keymap_unref(keymap);
+    const i32 keyboard = xkb_x11_get_core_keyboard_device_id(connection);
+    keymap = keyboard < 0 ? nullptr
+                          : xkb_x11_keymap_new_from_device(context, connection, keyboard,
+                                                           XKB_KEYMAP_COMPILE_NO_FLAGS);
+    keymapIsOld = false;
+    return keymap;
+}
+
+static u32 ActiveGroup() {
+    if (Keymap() == nullptr) return 0;
+    const i32 keyboard = xkb_x11_get_core_keyboard_device_id(connection);
+    xkb_state* const state = xkb_x11_state_new_from_device(keymap, connection, keyboard);
+    if (state == nullptr) return 0;
+    const u32 group = xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_EFFECTIVE);
+    xkb_state_unref(state);
+    return group;
+}
+
+static constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
+
+static void StartLayouts() {
+    if (xkb_x11_setup_xkb_extension(
+            connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr) == 0) {
+        return;
+    }
+    context = xkb_context_new(static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES |
+                                                             XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
+    if (context != nullptr) UseLayoutSource(&kLayouts);
+}
+
+// --- Keys. Whoever takes events off the wire is inside the gate.
+
+// The word of a key event that SDL leaves to nobody says what the X event said.
+constexpr u32 kKnown = 1;
+constexpr u32 kHeldBefore = 2;
+constexpr u32 kGroupShift = 8;
+
+static std::bitset<256> heldBefore;     // by the server's number
+static constinit u32 keyWord = 0;       // of the key press that SDL is looking at
+static constinit bool leaving = false;  // SDL is looking at the pointer's leaving
+
+static void NoteHeldKeys() {
+    heldBefore.reset();
+    xcb_query_keymap_reply_t* const keys =
+        xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr);
+    if (keys == nullptr) return;
+    for (std::size_t key = 0; key < heldBefore.size(); ++key) {
+        heldBefore.set(key, (keys->keys[key / 8] >> (key % 8) & 1) != 0);
+    }
+    std::free(keys);
+}
+
+// --- Borders
+
+static constinit xcb_atom_t frameExtents = XCB_ATOM_NONE;
+static constinit bool bordersMayDiffer = false;
+
+static void StartBorders() {
+    constexpr std::string_view kName = "_NET_FRAME_EXTENTS";
+    xcb_intern_atom_reply_t* const atom = xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()),
+        nullptr);
+    if (atom != nullptr) frameExtents = atom->atom;
+    std::free(atom);
+}
+
+bool X11BordersMayDiffer() {
+    return std::exchange(bordersMayDiffer, false);
+}
+
+bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides) {
+    if (connection == nullptr || window == 0) return false;
+    xcb_get_property_reply_t* const reply =
+        xcb_get_property_reply(connection,
+                               xcb_get_property(connection, 0, static_cast<xcb_window_t>(window),
+                                                frameExtents, XCB_ATOM_CARDINAL, 0, 4),
+                               nullptr);
+    const bool known = reply != nullptr && reply->format == 32 && reply->value_len == 4;
+    if (known) {
+        std::memcpy(sides.data(), xcb_get_property_value(reply), sizeof sides);
+    }
+    std::free(reply);
+    return known;
+}
+
+// --- A look at the X events. Whoever takes events off the wire is inside the gate.
+
+static void LookAt(const XEvent& event) {
+    constexpr u32 kButtons = Button1Mask | Button2Mask | Button3Mask | Button4Mask | Button5Mask;
+    keyWord = 0;
+    leaving = false;
+    switch (event.type) {
+        case KeyPress: {
+            const u32 group = event.xkey.state >> 13 & 3;
+            const bool isHeld = heldBefore.test(event.xkey.keycode & 255);
+            keyWord = kKnown | (isHeld ? kHeldBefore : 0) | group << kGroupShift;
+            break;
+        }
+        case KeyRelease: heldBefore.reset(event.xkey.keycode & 255); break;
+        case FocusIn: NoteHeldKeys(); break;
+        case MappingNotify: keymapIsOld = true; break;
+        case PropertyNotify:
+            bordersMayDiffer = bordersMayDiffer || event.xproperty.atom == frameExtents;
+            break;
+        case LeaveNotify: leaving = (event.xcrossing.state & kButtons) == 0; break;
+        default: break;
+    }
+}
+
+static int Filter(void*, SDL_Event* event) {
+    switch (event->type) {
+        case SDL_SYSWMEVENT:
+            if (event->syswm.msg->subsystem == SDL_SYSWM_X11) {
+                LookAt(event->syswm.msg->msg.x11.event);
+            }
+            return 0;
+        case SDL_KEYDOWN: event->key.keysym.unused = keyWord; return 1;
+        // SDL tells of a move to the edge nearest to where the pointer is now, outside.
+        case SDL_MOUSEMOTION: return leaving ? 0 : 1;
+        default: return 1;
+    }
+}
+
+X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event) {
+    if (connection == nullptr) return {};  // SDL leaves the word as it happens to be
+    const u32 word = event.keysym.unused;
+    return {(word & kKnown) != 0, word >> kGroupShift, (word & kHeldBefore) != 0};
+}
+
+// --- Both
+
+void StartX11Side() {
+    if (connection != nullptr) return;
+    connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection) != 0) return StopX11Side();
+    StartLayouts();
+    StartBorders();
+    StartX11Clipboard(connection);
+    SDL_EventState(SDL_SYSWMEVENT, SDL_ENABLE);
+    SDL_SetEventFilter(Filter, nullptr);
+}
+
+void StopX11Side() {
+    if (connection == nullptr) return;
+    SDL_SetEventFilter(nullptr, nullptr);
+    StopX11Clipboard();
+    UseLayoutSource(nullptr);
+    xkb_keymap_unref(keymap);
+    xkb_context_unref(context);
+    keymap = nullptr;
+    context = nullptr;
+    keymapIsOld = true;
+    xcb_disconnect(connection);
+    connection = nullptr;
+}
+
+}  // namespace moxi

@@ -1,0 +1,33 @@
+#pragma once
+// A connection of our own to the X server, for what SDL does not ask: the keyboard layouts, the
+// keys that are down, and large texts on the clipboard. And a look at the X events before SDL makes
+// events of its own of them. No X headers here, which have names and macros for everything.
+
+#include <SDL_events.h>
+
+#include <array>
+
+#include "base/types.h"
+
+namespace moxi {
+
+// Main thread, once SDL has started, on X11 only: connects and begins to look. Events that wait in
+// SDL's queue are lost.
+void StartX11Side();
+void StopX11Side();
+
+// The window manager has told of borders since this was last asked.
+bool X11BordersMayDiffer();
+// Asks the X server for the borders around the window, which SDL learns of later than of the size.
+// Left, right, top, bottom; false where the window manager tells none.
+bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides);
+
+// What an X key press said and SDL does not tell.
+struct X11KeyPress {
+    bool known = false;       // else the press did not come from a key of the keyboard
+    u32 group = 0;            // the layout that was active
+    bool heldBefore = false;  // the key was down before the window got the keyboard: a repetition
+};
+X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event);
+
+}  // namespace moxi

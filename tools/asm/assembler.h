@@ -1,0 +1,73 @@
+#pragma once
+// The MX assembler as a library: text in, the bytes of a MAIN.MX out. docs/assembler.md is the
+// language's manual. Tests and tools assemble in-process; mxasm_command.h is the program.
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/types.h"
+
+namespace moxi {
+
+struct AssembleOptions {
+    // Searched for .include and .incbin after the including file's own folder.
+    std::vector<std::string> includeFolders;
+    // Constants that exist before the first line.
+    std::vector<std::pair<std::string, i64>> definitions;
+    bool wantListing = false;
+};
+
+// Where an error lies.
+struct AssembleNote {
+    std::string file;
+    u32 line = 0;    // from 1
+    u32 column = 0;  // from 1, in bytes
+    std::string text;
+    std::string sourceLine;
+};
+
+struct AssembleError {
+    AssembleNote at;                     // in the author's line, in no macro
+    std::vector<AssembleNote> inMacros;  // from the macro called there to the place itself
+};
+
+enum class SymbolKind : u8 { Code, Data, Bss, Constant };
+
+struct AssembleSymbol {
+    std::string name;  // a local label as "label@local"
+    SymbolKind kind = SymbolKind::Constant;
+    i64 value = 0;  // address or constant
+};
+
+struct AssembleResult {
+    bool ok = false;
+    std::vector<u8> bytes;                // the whole MAIN.MX; empty unless ok
+    std::vector<AssembleSymbol> symbols;  // by value, then by name; empty unless ok
+    std::string listing;                  // when asked for and ok
+    std::vector<AssembleError> errors;    // in source order
+    std::vector<std::string> filesRead;   // paths of the included files
+};
+
+// Assembles `source`. `fileName` is what messages call it; its folder is where included files are
+// looked for. Any bytes are welcome: bad input gives errors, never more than a bounded amount of
+// time and memory.
+AssembleResult Assemble(std::string_view source, const std::string& fileName,
+                        const AssembleOptions& options = {});
+
+// One error as text: "FILE:LINE:COLUMN: error: what", the source line, a caret, and a note for
+// each macro that leads to the place. Ends with a line feed.
+std::string FormatError(const AssembleError& error);
+std::string FormatErrors(const AssembleResult& result);
+
+// The value of a label or constant of a successful result, 0xFFFFFFFF when there is none.
+u32 SymbolValue(const AssembleResult& result, std::string_view name);
+
+// The symbol file: one line a symbol, "00000200 code start".
+std::string FormatSymbols(const AssembleResult& result);
+
+// The words of a single instruction without names, empty when `text` is no valid instruction.
+std::vector<u32> AssembleInstruction(std::string_view text);
+
+}  // namespace moxi

@@ -1,0 +1,245 @@
+#include "tools/asm/mxasm_command.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+
+#include "tools/asm/assembler.h"
+#include "tools/asm/symbols.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: mxasm SOURCE -o MAIN.MX [-l LISTING] [--symbols FILE] [-I FOLDER] [-D NAME[=VALUE]]";
+
+constexpr const char* kHelp =
+    "\n"
+    "Assembles SOURCE into a module image.\n"
+    "  -o MAIN.MX        the module image to write\n"
+    "  -l LISTING        write a listing: addresses, bytes and source\n"
+    "  --symbols FILE    write the labels and constants with their values\n"
+    "  -I FOLDER         also look here for included files\n"
+    "  -D NAME[=VALUE]   define a constant (1 when there is no value)\n"
+    "  --help, --version\n";
+
+struct Command {
+    std::string source;
+    std::string output;
+    std::string listing;
+    std::string symbols;
+    AssembleOptions options;
+    bool help = false;
+    bool version = false;
+};
+
+bool IsName(const std::string& text) {
+    if (text.empty() || !mxasm::IsNameStart(text[0])) return false;
+    for (const char c : text) {
+        if (!mxasm::IsNamePart(c)) return false;
+    }
+    return true;
+}
+
+bool ParseDefinition(const std::string& text, Command& command, std::string& wrong) {
+    const size_t equals = text.find('=');
+    const std::string name = text.substr(0, equals);
+    i64 value = 1;
+    bool good = IsName(name) && !mxasm::IsReservedName(name);
+    if (equals != std::string::npos) {
+        // The value is read as the assembler reads it.
+        const std::string number = text.substr(equals + 1);
+        const AssembleResult result = Assemble("value = " + number + "\n", "-D", AssembleOptions{});
+        good = good && result.ok && result.symbols.size() == 1;
+        if (good) value = result.symbols[0].value;
+    }
+    if (!good) wrong = "-D takes NAME or NAME=NUMBER, not '" + text + "'";
+    command.options.definitions.emplace_back(name, value);
+    return good;
+}
+
+// Takes the value of an option that may be given once.
+bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
+              std::string& wrong) {
+    if (!place.empty()) {
+        wrong = option + " is given twice";
+        return false;
+    }
+    if (value.empty()) {
+        wrong = option + " needs a file name";
+        return false;
+    }
+    place = value;
+    return true;
+}
+
+bool ParseCommand(const std::vector<std::string>& arguments, Command& command, std::string& wrong) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            command.help = true;
+            return true;
+        }
+        if (argument == "--version") {
+            command.version = true;
+            return true;
+        }
+        const bool takesValue = argument == "-o" || argument == "-l" || argument == "--symbols" ||
+                                argument == "-I" || argument == "-D";
+        if (!takesValue) {
+            if (argument.size() > 1 && argument[0] == '-') {
+                wrong = "unknown option " + argument;
+                return false;
+            }
+            if (!TakeOnce(command.source, "SOURCE", argument, wrong)) return false;
+            continue;
+        }
+        if (i + 1 >= arguments.size()) {
+            wrong = argument + " needs a value";
+            return false;
+        }
+        const std::string& value = arguments[++i];
+        bool good = true;
+        if (argument == "-o") good = TakeOnce(command.output, argument, value, wrong);
+        if (argument == "-l") good = TakeOnce(command.listing, argument, value, wrong);
+        if (argument == "--symbols") good = TakeOnce(command.symbols, argument, value, wrong);
+        if (argument == "-I") command.options.includeFolders.push_back(value);
+        if (argument == "-D") good = ParseDefinition(value, command, wrong);
+        if (!good) return false;
+    }
+    if (command.source.empty()) wrong = "SOURCE is missing";
+    if (wrong.empty() && command.output.empty()) wrong = "-o MAIN.MX is missing";
+    return wrong.empty();
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    if (std::filesystem::equivalent(a, b, error) && !error) return true;
+    return std::filesystem::absolute(a, error).lexically_normal() ==
+           std::filesystem::absolute(b, error).lexically_normal();
+}
+
+bool IsDevice(const std::string& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+}
+
+// The include library that was built or installed with this program.
+std::string LibraryFolder() {
+    std::error_code error;
+    const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
+    return own.parent_path().parent_path() / "share" / "moxi" / "library";
+}
+
+std::vector<std::string> Outputs(const Command& command) {
+    std::vector<std::string> outputs = {command.output};
+    if (!command.listing.empty()) outputs.push_back(command.listing);
+    if (!command.symbols.empty()) outputs.push_back(command.symbols);
+    return outputs;
+}
+
+// An output must not replace a file that is read, nor another output.
+bool CheckOutputs(const Command& command, const std::vector<std::string>& inputs,
+                  std::string& wrong) {
+    const std::vector<std::string> outputs = Outputs(command);
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        if (IsDevice(outputs[i])) continue;
+        for (const std::string& input : inputs) {
+            if (IsSameFile(outputs[i], input)) {
+                wrong = outputs[i] + " would overwrite a source file";
+                return false;
+            }
+        }
+        for (size_t j = 0; j < i; ++j) {
+            if (IsSameFile(outputs[i], outputs[j])) {
+                wrong = outputs[i] + " is named for two outputs";
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// After a failure nothing is left that could be taken for a result, not even of an earlier run.
+void RemoveOutputs(const Command& command) {
+    for (const std::string& path : Outputs(command)) {
+        std::error_code error;
+        if (std::filesystem::is_regular_file(path, error)) std::filesystem::remove(path, error);
+    }
+}
+
+bool WriteFile(const std::string& path, const void* bytes, size_t size, std::ostream& err) {
+    FILE* file = std::fopen(path.c_str(), "wb");
+    bool good = file != nullptr;
+    if (good) {
+        good = std::fwrite(bytes, 1, size, file) == size;
+        if (std::fclose(file) != 0) good = false;
+    }
+    if (!good) err << "mxasm: " << path << ": cannot be written: " << std::strerror(errno) << "\n";
+    return good;
+}
+
+bool WriteOutputs(const Command& command, const AssembleResult& result, std::ostream& err) {
+    if (!command.listing.empty() &&
+        !WriteFile(command.listing, result.listing.data(), result.listing.size(), err)) {
+        return false;
+    }
+    const std::string symbols = FormatSymbols(result);
+    if (!command.symbols.empty() &&
+        !WriteFile(command.symbols, symbols.data(), symbols.size(), err)) {
+        return false;
+    }
+    return WriteFile(command.output, result.bytes.data(), result.bytes.size(), err);
+}
+
+}  // namespace
+
+int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+    Command command;
+    std::string wrong;
+    const bool good = ParseCommand(arguments, command, wrong);
+    if (good && command.help) {
+        out << kUsage << "\n" << kHelp;
+        return 0;
+    }
+    if (good && command.version) {
+        out << "mxasm 6.2\n";
+        return 0;
+    }
+    if (!good || !CheckOutputs(command, {command.source}, wrong)) {
+        err << "mxasm: " << wrong << " (" << kUsage << ")\n";
+        return 2;
+    }
+    std::string why;
+    const std::optional<std::string> source =
+        mxasm::ReadWholeFile(command.source, mxasm::kMaxSourceFile, true, why);
+    if (!source) {
+        err << "mxasm: " << command.source << ": " << why << "\n";
+        RemoveOutputs(command);
+        return 1;
+    }
+    command.options.includeFolders.push_back(LibraryFolder());
+    command.options.wantListing = !command.listing.empty();
+    const AssembleResult result = Assemble(*source, command.source, command.options);
+    if (!CheckOutputs(command, result.filesRead, wrong)) {
+        err << "mxasm: " << wrong << "\n";
+        return 1;
+    }
+    if (!result.ok) {
+        err << FormatErrors(result);
+        RemoveOutputs(command);
+        return 1;
+    }
+    if (!WriteOutputs(command, result, err)) {
+        RemoveOutputs(command);
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace moxi

@@ -1,9 +1,0 @@
-// mxasm: assembles a source file into a module image.
-
-#include <iostream>
-
-#include "tools/mxasm_command.h"
-
-int main(int argc, char** argv) {
-    return RunMxasm({argv + 1, argv + argc}, std::cout, std::cerr);
-}
