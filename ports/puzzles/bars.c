@@ -198,7 +198,7 @@ static void DrawStatus(const char* notice) {
     }
     if (notice != NULL) {
         DrawTextIn(&window, kSans, unit, text, -1, theme.accent, notice);
-    } else if (midend_wants_statusbar(played->me)) {
+    } else if (midend_wants_statusbar(played->me) && played->status[0] != 0) {
         DrawTextIn(&window, kSans, unit, text, -1, theme.text, played->status);
     } else {
         DrawTextIn(&window, kSans, unit, text, -1, theme.faint, catalogue[playedIndex].objective);

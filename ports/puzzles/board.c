@@ -17,7 +17,7 @@ static moxi_colour Colour(const board* shown, int index) {
 static void Text(void* handle, int x, int y, int fonttype, int fontsize, int align, int colour,
                  const char* text) {
     board* const shown = handle;
-    const font face = fonttype == FONT_FIXED ? kMono : kSansBold;
+    const font face = fonttype == FONT_FIXED ? kMonoBold : kSansBold;
     if (align & (ALIGN_HCENTRE | ALIGN_HRIGHT)) {
         const int width = TextWidth(face, fontsize, text);
         x -= align & ALIGN_HCENTRE ? (width + 1) / 2 : width;
@@ -270,6 +270,10 @@ void RecolourBoard(board* shown) {
     shown->colours = GameColours(shown->played, shown, &shown->colourCount);
 }
 
+moxi_colour BoardGround(const board* shown) {
+    return Colour(shown, 0);
+}
+
 void MapBoard(board* shown) {
     MapSurface(&shown->picture);
 }
@@ -283,7 +287,7 @@ void FitBoard(board* shown, int width, int height) {
         NewSurface(&shown->picture, fittingWidth, fittingHeight);
     }
     Unclip(shown);
-    moxi_rectangle(shown->picture.bitmap, 0, 0, fittingWidth, fittingHeight, Colour(shown, 0),
+    moxi_rectangle(shown->picture.bitmap, 0, 0, fittingWidth, fittingHeight, BoardGround(shown),
                    MOXI_NO_FRAME);
     midend_force_redraw(shown->me);
     shown->dirty = (box){0, 0, fittingWidth, fittingHeight};

@@ -28,6 +28,8 @@ void FreeBoard(board* old);
 void RecolourBoard(board* shown);
 // Makes the puzzle as large as fits and draws all of it. It has to have a game.
 void FitBoard(board* shown, int width, int height);
+// What surrounds the puzzle where there is room.
+moxi_colour BoardGround(const board* shown);
 // Finds the pixels in a new message.
 void MapBoard(board* shown);
 // What has changed in the picture; empty when nothing has.

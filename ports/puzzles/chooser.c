@@ -20,6 +20,7 @@ static int scroll;               // pixels
 static bool showsCurrent;        // the current card has to be scrolled into view
 
 static surface pictures[kMostPuzzles];
+static moxi_colour grounds[kMostPuzzles];
 static int pictureWidth, pictureHeight;  // what they were made for
 
 // --- What is shown
@@ -124,6 +125,7 @@ static void MakePicture(int index) {
     midend_stop_anim(made->me);
     FitBoard(made, pictureWidth, pictureHeight);
     pictures[index] = made->picture;
+    grounds[index] = BoardGround(made);
     made->picture.bitmap = 0;
     FreeBoard(made);
 }
@@ -180,6 +182,8 @@ static void DrawCard(int place) {
     DrawHighlightedCard(card, place == current);
     surface* const picture = &pictures[index];
     if (picture->bitmap != 0) {
+        FillRounded(&window, inner.left, inner.top, inner.right - inner.left,
+                    inner.bottom - inner.top, unit / 3, grounds[index]);
         CopySurface(&window, (inner.left + inner.right - picture->width) / 2,
                     (inner.top + inner.bottom - picture->height) / 2, picture,
                     (box){0, 0, picture->width, picture->height});

@@ -54,7 +54,8 @@ void MapPlay(void) {
 }
 
 static void Draw(void) {
-    FillBox((box){0, 0, window.width, window.height}, theme.ground);
+    FillBox((box){0, 0, window.width, window.height},
+            played != NULL ? BoardGround(played) : theme.ground);
     if (HasBoard()) {
         TakeDirty(played);
         CopySurface(&window, place.left, place.top, &played->picture,

@@ -51,10 +51,12 @@ static void AddCell(int row, int column, int middle, int rise) {
 static void AddWithinRow(int row, int x, int end, int rise) {
     const int width = (bounds.right - bounds.left) * kOne;
     if (rise == 0) return;
-    // What lies left of the bounds counts in whole at their border; what lies right not at all.
+    // What lies left of the bounds counts in whole at their border.
     if (x < 0 && end < 0) x = end = 0;
-    if (x > width && end > width) return;
     if (x > width || end > width) {
+        // What lies right of the bounds adds nothing, but the row is covered up to there.
+        lastTouched[row] = bounds.right - bounds.left;
+        if (x > width && end > width) return;
         const int outside = (x > width ? x : end) - width;
         rise -= (int)((int64_t)rise * outside / abs(end - x));
         if (x > width) x = width;

@@ -21,6 +21,7 @@ static uint32_t StyleOf(font face) {
         case kSansBold: return MOXI_TEXT_BOLD;
         case kSansItalic: return MOXI_TEXT_ITALIC;
         case kMono: return MOXI_TEXT_COURIER;
+        case kMonoBold: return MOXI_TEXT_COURIER | MOXI_TEXT_BOLD;
         default: return MOXI_TEXT_PLAIN;
     }
 }

@@ -6,7 +6,7 @@
 
 #include "pixels.h"
 
-typedef enum { kSans, kSansBold, kSansItalic, kMono, kFonts } font;
+typedef enum { kSans, kSansBold, kSansItalic, kMono, kMonoBold, kFonts } font;
 
 // How wide a text is; 0 for sizes that nobody could read.
 int TextWidth(font face, int size, const char* text);
