@@ -187,7 +187,7 @@ static void DrawStatus(const char* notice) {
     drawn.status = HasBoard() ? midend_status(played->me) : 0;
     played->statusChanged = false;
     if (notice == NULL && drawn.status != 0) {
-        const char* const state = drawn.status > 0 ? "Solved" : "Lost";
+        const char* const state = drawn.status > 0 ? "Solved" : "Game over";
         const int width = TextWidth(kSansBold, unit, state) + unit;
         const box mark = {text.right - width, all.top + unit / 3, text.right,
                           all.bottom - unit / 3};

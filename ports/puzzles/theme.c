@@ -109,25 +109,30 @@ static void Darken(const float* rgb, float* made) {
 
 typedef struct {
     const char* name;
-    const char* kept;  // indices of colours, separated by spaces; "all"
+    const char* colours;  // "3 5=20A0F0": 3 is kept, 5 is another
 } exception;
 
 #include "dark.inc"
 
-static const char* KeptColours(const char* name) {
+static const char* ExceptionsOf(const char* name) {
     for (size_t i = 0; i < sizeof exceptions / sizeof *exceptions; ++i) {
-        if (strcmp(exceptions[i].name, name) == 0) return exceptions[i].kept;
+        if (strcmp(exceptions[i].name, name) == 0) return exceptions[i].colours;
     }
     return "";
 }
 
-static bool IsKept(const char* kept, int index) {
-    if (strcmp(kept, "all") == 0) return true;
-    while (*kept != 0) {
+// Whether a colour is an exception; if it is another one, it is written.
+static bool IsException(const char* list, int index, float* colour) {
+    while (*list != 0) {
         char* end;
-        if (strtol(kept, &end, 10) == index) return true;
-        if (end == kept) return false;
-        kept = end;
+        const bool found = strtol(list, &end, 10) == index;
+        if (end == list) return false;
+        if (found && *end == '=') {
+            const long other = strtol(end + 1, NULL, 16);
+            for (int i = 0; i < 3; ++i) colour[i] = (float)(other >> (16 - 8 * i) & 255) / 255;
+        }
+        if (found) return true;
+        list = end + strcspn(end, " ");
     }
     return false;
 }
@@ -142,10 +147,10 @@ static void DarkColours(const game* played, frontend* fe, float* colours, int co
     game_mkhighlight(fe, plain, 0, 1, 2);
     Darken(plain, bevel);
     game_mkhighlight_specific(fe, bevel, 0, 1, 2);
-    const char* const kept = KeptColours(played->name);
+    const char* const list = ExceptionsOf(played->name);
     for (int i = 0; i < count; ++i) {
         float* const colour = colours + 3 * i;
-        if (IsKept(kept, i)) continue;
+        if (IsException(list, i, colour)) continue;
         if (Same(colour, plain + 3)) {
             memcpy(colour, bevel + 3, 3 * sizeof *colour);
         } else if (Same(colour, plain + 6)) {
