@@ -276,8 +276,10 @@ static void OpenBelow(menu* opened, int action) {
 
 void OpenTypes(void) {
     menu* const made = NewMenu();
+    // In this order: the first call makes what the second one looks into.
+    const struct preset_menu* const presets = midend_get_presets(played->me, NULL);
     const int current = midend_which_preset(played->me);
-    AddPresets(made, midend_get_presets(played->me, NULL), current);
+    AddPresets(made, presets, current);
     if (played->played->can_configure) {
         AddLine(made);
         AddEntry(made, "Custom\xE2\x80\xA6", "Ctrl+E", kActSettings,

@@ -17,12 +17,16 @@ ITALIC, TYPED, PLAIN = '\x01', '\x02', '\x03'
 class Manual:
     def __init__(self, text):
         self.names = {}  # of chapters and sections, by their keywords
+        self.links = {}  # of what the text refers to, by their keywords
         self.words = {'-': '\u2013'}
         self.pages = {}
         for block in re.split(r'\n\s*\n', text):
             match = re.match(r'\\[CHA]\{([\w-]+)\}\s*(.*)', block.strip(), re.S)
             if match:
                 self.names[match.group(1)] = match.group(2)
+            match = re.match(r'\\B\{([\w-]+)\}\s*\\W\{([^}]*)\}', block.strip())
+            if match:
+                self.links[match.group(1)] = match.group(2)
             match = re.match(r'\\define\{(\w+)\}\s*(\S+)', block.strip())
             if match:
                 self.words[match.group(1)] = re.sub(
@@ -62,6 +66,8 @@ class Manual:
             return '\u2018' + self.inline(inner) + '\u2019', at
         if name == 'cq':
             return '\u2018' + TYPED + self.inline(inner) + PLAIN + '\u2019', at
+        if name == 'k' and inner in self.links:
+            return '(' + TYPED + self.links[inner] + PLAIN + ')', at
         if name == 'k':
             title = self.inline(self.names.get(inner, inner))
             return '\u201c' + re.sub('[\x01-\x03]', '', title) + '\u201d', at

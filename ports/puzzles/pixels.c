@@ -49,16 +49,6 @@ void SetClip(surface* target, box clip) {
     target->clip = clip;
 }
 
-// --- Colours
-
-moxi_colour Mixed(moxi_colour first, moxi_colour second, int part) {
-    const uint32_t low = 0x00FF00FFu;
-    const uint32_t keep = (uint32_t)(256 - part), take = (uint32_t)part;
-    const uint32_t redBlue = ((first & low) * keep + (second & low) * take) >> 8;
-    const uint32_t green = ((first >> 8 & low) * keep + (second >> 8 & low) * take) >> 8;
-    return (redBlue & low) | (green & 0xFFu) << 8 | 0xFF000000u;
-}
-
 // --- Rectangles
 
 void FillRectangle(surface* target, int x, int y, int width, int height, moxi_colour colour) {
@@ -71,7 +61,9 @@ void FillRectangle(surface* target, int x, int y, int width, int height, moxi_co
     }
     for (int row = area.top; row < area.bottom; ++row) {
         moxi_colour* at = target->pixels + row * target->stride + area.left;
-        for (int i = 0; i < across; ++i) at[i] = colour;
+        int i = 0;
+        for (; i + 4 <= across; i += 4) at[i] = at[i + 1] = at[i + 2] = at[i + 3] = colour;
+        for (; i < across; ++i) at[i] = colour;
     }
 }
 
@@ -86,38 +78,43 @@ void TintRectangle(surface* target, int x, int y, int width, int height, moxi_co
 
 // --- Lines
 
-// Blends onto a pixel of a line along x, or along y when `steep`: then the axes have changed places.
-static void Dot(surface* target, bool steep, int along, int across, moxi_colour colour, int part) {
-    const int x = steep ? across : along, y = steep ? along : across;
-    const box* const clip = &target->clip;
-    if (x < clip->left || x >= clip->right || y < clip->top || y >= clip->bottom) return;
-    moxi_colour* const at = target->pixels + y * target->stride + x;
-    *at = part >= 256 ? colour : Mixed(*at, colour, part);
-}
-
 static int RootOf(int64_t number) {
     return (int)__builtin_sqrtf((float)number);
 }
 
+static void Blend(moxi_colour* at, moxi_colour colour, int part) {
+    *at = part >= 256 ? colour : Mixed(*at, colour, part);
+}
+
 // At each step along the longer axis the line covers a stretch of the other axis: as long as the
 // slope makes it for a width of one pixel. 1/65536 of a pixel keep it straight over long ways.
+// When it is steep, the axes have changed places.
 static void SlopedLine(surface* target, bool steep, int from, int to, int start, int end,
                        moxi_colour colour) {
+    const box* const clip = &target->clip;
     const int64_t rise = end - start, run = to - from;
     const int64_t slope = (rise << 16) / run;
     const int64_t stretch = ((int64_t)RootOf((rise * rise + run * run) * 4096) << 16) / (run * 64);
-    const int low = steep ? target->clip.top : target->clip.left;
-    const int high = steep ? target->clip.bottom : target->clip.right;
+    const int low = steep ? clip->top : clip->left, high = steep ? clip->bottom : clip->right;
+    const int least = steep ? clip->left : clip->top, most = steep ? clip->right : clip->bottom;
     const int first = from > low ? from : low, last = to < high - 1 ? to : high - 1;
-    int64_t middle = ((int64_t)start << 16) + 0x8000 + slope * (first - from);
-    for (int along = first; along <= last; ++along, middle += slope) {
-        const int64_t top = middle - stretch / 2, bottom = middle + stretch / 2;
+    const int acrossStep = steep ? 1 : target->stride, alongStep = steep ? target->stride : 1;
+    int64_t top = ((int64_t)start << 16) + 0x8000 + slope * (first - from) - stretch / 2;
+    moxi_colour* base = target->pixels + first * alongStep;
+    for (int along = first; along <= last; ++along, top += slope, base += alongStep) {
+        const int64_t bottom = top + stretch;
         const int firstCell = (int)(top >> 16), lastCell = (int)(bottom >> 16);
-        Dot(target, steep, along, firstCell, colour, 256 - (int)((top & 0xFFFF) >> 8));
-        for (int cell = firstCell + 1; cell < lastCell; ++cell) {
-            Dot(target, steep, along, cell, colour, 256);
+        moxi_colour* at = base + firstCell * acrossStep;
+        if (firstCell >= least && firstCell < most) {
+            Blend(at, colour, 256 - (int)((top & 0xFFFF) >> 8));
         }
-        Dot(target, steep, along, lastCell, colour, (int)((bottom & 0xFFFF) >> 8));
+        for (int cell = firstCell + 1; cell < lastCell; ++cell) {
+            at += acrossStep;
+            if (cell >= least && cell < most) *at = colour;
+        }
+        if (lastCell >= least && lastCell < most) {
+            Blend(at + acrossStep, colour, (int)((bottom & 0xFFFF) >> 8));
+        }
     }
 }
 
@@ -143,7 +140,11 @@ void DrawMask(surface* target, int x, int y, const uint8_t* mask, int width, int
         moxi_colour* const line = target->pixels + row * target->stride;
         for (int i = area.left; i < area.right; ++i) {
             const int part = cover[i];
-            if (part == 0) continue;
+            if (part == 0) {
+                // Most of a text's box is empty.
+                while (i + 4 < area.right && cover[i + 1] == 0 && cover[i + 2] == 0) i += 2;
+                continue;
+            }
             line[i] = part == 255 ? colour : Mixed(line[i], colour, part + (part >> 7));
         }
     }

@@ -20,6 +20,15 @@ typedef struct {
     box clip;  // nothing outside of it is drawn
 } surface;
 
+// Mixes two colours: a part of 0 to 256 of the second.
+static inline moxi_colour Mixed(moxi_colour first, moxi_colour second, int part) {
+    const uint32_t low = 0x00FF00FFu;
+    const uint32_t keep = (uint32_t)(256 - part), take = (uint32_t)part;
+    const uint32_t redBlue = ((first & low) * keep + (second & low) * take) >> 8;
+    const uint32_t green = ((first >> 8 & low) * keep + (second >> 8 & low) * take) >> 8;
+    return (redBlue & low) | (green & 0xFFu) << 8 | 0xFF000000u;
+}
+
 // Makes a surface of at least 1 x 1; its pixels are undefined until they are drawn.
 void NewSurface(surface* made, int width, int height);
 void FreeSurface(surface* old);
@@ -54,8 +63,5 @@ void DrawMask(surface* target, int x, int y, const uint8_t* mask, int width, int
               moxi_colour colour);
 // Copies a rectangle of one surface to a place of another, within the clip.
 void CopySurface(surface* target, int x, int y, const surface* from, box part);
-
-// Mixes two colours: a part of 0 to 256 of the second.
-moxi_colour Mixed(moxi_colour first, moxi_colour second, int part);
 
 #endif
