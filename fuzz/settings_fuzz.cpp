@@ -17,6 +17,7 @@
 #include "sys/settings.h"
 #include "sys/settings_buffer.h"
 #include "sys/system_calls.h"
+#include "vm/guard.h"
 #include "vm/machine.h"
 #include "vm/slots.h"
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/types.h"
+#include "tools/asm/errors.h"
 
 namespace moxi {
 
@@ -17,20 +18,6 @@ struct AssembleOptions {
     // Constants that exist before the first line.
     std::vector<std::pair<std::string, i64>> definitions;
     bool wantListing = false;
-};
-
-// Where an error lies.
-struct AssembleNote {
-    std::string file;
-    u32 line = 0;    // from 1
-    u32 column = 0;  // from 1, in bytes
-    std::string text;
-    std::string sourceLine;
-};
-
-struct AssembleError {
-    AssembleNote at;                     // in the author's line, in no macro
-    std::vector<AssembleNote> inMacros;  // from the macro called there to the place itself
 };
 
 enum class SymbolKind : u8 { Code, Data, Bss, Constant };
