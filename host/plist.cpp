@@ -7,7 +7,11 @@
 namespace moxi {
 
 // A list names a game or a menu.
-static constexpr u64 kLargestList = 16 << 20;
+namespace {
+
+constexpr u64 kLargestList = 16 << 20;
+
+}  // namespace
 
 bool LoadPlist(const std::string& path, pugi::xml_document& document, pugi::xml_node& dictionary) {
     std::string bytes;
