@@ -6,9 +6,9 @@
 
 namespace moxi {
 
-// A list names a game or a menu.
 namespace {
 
+// A list names a game or a menu.
 constexpr u64 kLargestList = 16 << 20;
 
 }  // namespace
