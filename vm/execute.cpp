@@ -11,8 +11,6 @@
 
 namespace moxi {
 
-constinit u32 runState = 0;
-
 namespace {
 
 constexpr u32 kBlockReserve = 100;  // PUSHBLOCK keeps this much of the stack free

@@ -15,6 +15,7 @@ constinit u64 pcTraceCount = 0;
 constinit u32 pcPreJsr = 0;
 constinit i32 modalDepth = 0;
 constinit bool presentNotify = false;
+constinit u32 runState = 0;
 
 u8* CheckedRange(u32 address, u64 size) {
     if (size != 0 && size > u64{imageSize} - (address < imageSize ? address : imageSize)) {

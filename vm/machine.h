@@ -52,6 +52,11 @@ extern i32 modalDepth;
 // Set by MODAL.N: the next real redraw happens even during a message and posts MSG_PRESENTED.
 extern bool presentNotify;
 
+extern u32 runState;  // bit 0: the module asked to stop or failed; bit 1: the end is sent
+
+constexpr u32 kRunStop = 1;
+constexpr u32 kRunEnding = 2;
+
 // --- Header offsets
 
 constexpr u32 kHeaderSize = 512;

@@ -2,7 +2,7 @@
 // Delivery of one message to the module, and the end of the program.
 
 #include "base/types.h"
-#include "vm/execute.h"
+#include "vm/machine.h"
 
 namespace moxi {
 
