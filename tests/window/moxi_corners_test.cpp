@@ -1,7 +1,7 @@
 // Corners of window, clipboard and pointer that a person meets sooner or later.
 #include "desktop/desktop.h"
 #include "desktop/events.h"
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/x11_client.h"
 

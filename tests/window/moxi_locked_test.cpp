@@ -2,7 +2,7 @@
 // lines, a look at what other programs copy.
 
 #include "desktop/sdl/url_opener.h"
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 
