@@ -17,6 +17,7 @@
 #include "sys/files.h"
 #include "tests/support/gfx_fixture.h"
 #include "tests/support/headless_run.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 

@@ -1,4 +1,5 @@
 #include "service_fixture.h"
+#include "vm/guard.h"
 
 namespace moxi {
 

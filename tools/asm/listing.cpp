@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "base/bytes.h"
+#include "tools/asm/assembler.h"
 #include "tools/asm/assembly.h"
 
 namespace moxi {
