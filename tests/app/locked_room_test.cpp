@@ -223,7 +223,7 @@ TEST(LockedRoom, HeadlessEveryLineOfAFloodIsWritten) {
     const std::string game = user.downloads + "/game";
     WriteGame(game, R"(
         .code
-        MOVE.L  R2, #5000
+start:  MOVE.L  R2, #5000
 @more:  MOVE.L  R15, #block
         SYS
         SUB.L   R2, #1
