@@ -7,17 +7,19 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "desktop/pango/pango_engine.h"
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
-#include "gfx/commands.h"
 #include "gfx/draw.h"
 #include "gfx/draw_text.h"
 #include "gfx/fonts.h"
+#include "gfx/graphics_group.h"
 #include "gfx/image_files.h"
-#include "gfx/slots.h"
+#include "gfx/screen.h"
 #include "sys/files.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/slots.h"
@@ -101,8 +103,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     InitFolders();
     AllocateImage(kImageSize);
     StartPangoText();
-    gfxSlots = {DrawText, LoadImage, SaveImage, EmptyFontCache,
-                [] { return ++looks < kDrawingLooks; }};
+    desktop.endIsForced = [] { return ++looks >= kDrawingLooks; };
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     return 0;
 }

@@ -16,6 +16,7 @@
 #include "desktop/headless/headless_desktop.h"
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
@@ -24,6 +25,7 @@
 #include "host/view.h"
 #include "host/window.h"
 #include "sys/files.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -129,7 +131,7 @@ void ResetHost() {
 }
 
 void Run() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     HeadlessOptions options;
     options.screens = {{64, 48}};

@@ -15,6 +15,7 @@
 #include "app/wiring.h"
 #include "audio/music.h"
 #include "desktop/audio_out.h"
+#include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
 #include "desktop/headless/audio.h"
@@ -22,7 +23,7 @@
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
-#include "gfx/slots.h"
+#include "gfx/screen.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"
 #include "host/menu.h"
@@ -35,6 +36,7 @@
 #include "sys/settings.h"
 #include "sys/time_group.h"
 #include "tools/asm/assembler.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -307,14 +309,14 @@ void PrepareFolders(const std::vector<u8>& module) {
 }
 
 void WireHost() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
-    static bool (*const screenIsDirty)() = vmSlots.screenIsDirty;
-    vmSlots.screenIsDirty = [] {
+    static bool (*const flushScreen)() = vmSlots.flushScreen;
+    vmSlots.flushScreen = [] {
         if (!inMX) messageInstructions = 0;
-        return screenIsDirty();
+        return flushScreen();
     };
-    gfxSlots.stillRunning = [] { return ++drawingLooks < kDrawingLooks; };
+    desktop.endIsForced = [] { return ++drawingLooks >= kDrawingLooks; };
     desktopEvents.screenshot = [](const std::string&) { return true; };
 }
 

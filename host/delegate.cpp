@@ -2,13 +2,15 @@
 
 #include <algorithm>
 
+#include "audio/music.h"
 #include "desktop/folders.h"
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/bundle.h"
 #include "host/icon.h"
 #include "host/keyboard.h"
 #include "host/queue.h"
-#include "host/slots.h"
+#include "host/session.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
@@ -39,6 +41,15 @@ constinit ViewSize desktopExtent = {};
     EndProcess(0);
 }
 
+bool LoadModuleOfGame() {
+    const u32 file = OpenModule("MAIN.MX");
+    if (file == kNoFile) return LoadModule({});
+    const bool loaded =
+        LoadModule([file](void* bytes, u32 count) { return ReadFile(file, bytes, count); });
+    CloseFile(file);
+    return loaded;
+}
+
 void ScreenSetup() {
     if (screenExists) EndForScreenChange();
     desktopExtent = ComputeDesktopExtent();
@@ -57,15 +68,6 @@ void ScreenSetup() {
 
 }  // namespace
 
-ViewSize ComputeDesktopExtent() {
-    ViewSize extent;
-    for (const Screen& screen : desktop.screens()) {
-        extent.width += screen.frame.width;
-        extent.height = std::max(extent.height, screen.frame.height);
-    }
-    return extent;
-}
-
 void moxiAppDelegate::init() {
     desktop.createWindow({100, 100, 1000, 600});
     desktop.setWindowTitle(folders.gameName.c_str());
@@ -73,7 +75,7 @@ void moxiAppDelegate::init() {
 
 void moxiAppDelegate::applicationDidFinishLaunching() {
     InitFolders();
-    if (!LoadModule()) EndProcess(1);
+    if (!LoadModuleOfGame()) EndProcess(1);
     ++moduleStarted;
     moxiView::init();
     desktop.startTimer(kHostTickMicroseconds, OnHostTick);
@@ -101,7 +103,7 @@ bool moxiAppDelegate::applicationShouldTerminate() {
 }
 
 void moxiAppDelegate::applicationWillTerminate() {
-    hostSlots.stopMusic();
+    StopMusic();
 }
 
 void moxiAppDelegate::applicationWillBecomeActive() {

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "base/output_files.h"
+#include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "host/keyboard.h"
 #include "host/plist.h"
-#include "host/slots.h"
 #include "host/view.h"
 #include "vm/diagnostics.h"
 
@@ -52,7 +52,7 @@ constexpr Action kActions[] = {
     {"performClose:", [] { desktop.closeWindow(); }},
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
     {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
-    {"toggleMute:", [] { hostSlots.toggleMute(); }},
+    {"toggleMute:", [] { audioOut.toggleMute(); }},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
 };
 
@@ -161,6 +161,22 @@ void ReleaseMenuKey(u8 code) {
 
 void ReleaseMenuKeys() {
     takenKeys.reset();
+}
+
+void moxiView::keyDown(u8 code, const std::string& text) {
+    if (!PerformKeyEquivalent(code, text)) KeyDown(code, text);
+}
+
+void moxiView::keyUp(u8 code, const std::string& text) {
+    ReleaseMenuKey(code);
+    KeyUp(code, text);
+}
+
+void moxiView::flagsChanged(bool shift, bool command, bool option) {
+    const u32 now =
+        (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
+    if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
+    FlagsChanged(shift, command, option);
 }
 
 void ResetMenu() {

@@ -1,8 +1,9 @@
 #include "host/timers.h"
 
+#include "audio/music.h"
 #include "desktop/desktop.h"
 #include "host/queue.h"
-#include "host/slots.h"
+#include "host/session.h"
 #include "host/window.h"
 #include "vm/run_cycle.h"
 
@@ -11,10 +12,10 @@ namespace moxi {
 namespace {
 
 constexpr u32 kIdleTicksPerMessage = 16;
-constexpr u32 kCollapsedWidth = 10;
+constexpr u32 kCollapsedWindow = 10;
 
 void CheckForCollapse() {
-    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWidth)) return;
+    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWindow)) return;
     // The minimum-size rule turns this into its default frame.
     requestedGeometry = {.x = 100,
                          .y = 500,
@@ -38,7 +39,7 @@ void OnHostTick() {
         }
         DeliverQueuedMessage();
     }
-    if (hostSlots.pollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
+    if (PollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
 }
 
 void OnModuleTimer() {

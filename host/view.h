@@ -14,11 +14,15 @@ struct moxiView {
     static void init();
     static void frameDidChange();
     static void drawRect(ViewRect rect);
-    // The menu's key equivalents are taken before the module sees the key.
+    // In host/menu: its key equivalents are taken before the module sees the key.
     static void keyDown(u8 code, const std::string& text);
     static void keyUp(u8 code, const std::string& text);
     static void flagsChanged(bool shift, bool command, bool option);
 };
+
+// Asks for a redraw of the screen's dirty rectangle, which becomes empty; false when it was. Called
+// on another thread it has the main thread do so, later.
+bool FlushDirtyRect();
 
 // Writes what the view shows as an RGB PNG; false when the file cannot be written.
 bool WriteScreenshot(const std::string& path);

@@ -23,9 +23,6 @@ namespace moxi {
 
 namespace {
 
-// The studio's folder inside the user's application support folder.
-constexpr const char* kStudioFolder = "Quillmoss Software";
-
 // One of the two folders that names are resolved in. It is opened when it is first needed and stays
 // open: names are looked up beneath what is open here.
 struct Root {
@@ -189,18 +186,6 @@ void InitFolders() {
     ResetQuota();
     const std::string data = DataFolder();
     dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
-}
-
-std::string DataFolderOfAll() {
-    if (!folders.dataOverride.empty()) return folders.dataOverride;
-    // Without a support folder the data lies in the process's current folder.
-    return folders.support.empty() ? "" : folders.support + "/" + kStudioFolder;
-}
-
-std::string DataFolder() {
-    std::string all = DataFolderOfAll();
-    if (all.empty() || !folders.dataOverride.empty()) return all;
-    return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
 
 const char* BesideMusic(const char* name) {
@@ -399,6 +384,17 @@ void CloseFile(u32 handle) {
     systemCalls.close(file->stream);
     *file = {};
     while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) openCount--;
+}
+
+void AppendToDebugLog(std::string_view bytes) {
+    constexpr u32 kFromEnd = 2;
+    u32 file = OpenFile("debug.log", kOpenUpdate);
+    if (file == kNoFile) file = OpenFile("debug.log", kOpenCreate);
+    if (file == kNoFile) return;
+    LockToWrite(file);
+    SeekFile(file, 0, kFromEnd);
+    WriteFile(file, bytes.data(), static_cast<u32>(bytes.size()));
+    CloseFile(file);
 }
 
 u64 ReadableBytes(u32 handle, u32 count) {

@@ -5,8 +5,10 @@
 // buffer, or that leads out of the folder, names nothing that exists.
 
 #include <string>
+#include <string_view>
 
 #include "base/types.h"
+#include "sys/data_folder.h"
 
 namespace moxi {
 
@@ -29,13 +31,6 @@ constexpr u32 kKindFolder = 2;
 
 // Works out the folder names from `folders`. Called once at start-up, before the module is loaded.
 void InitFolders();
-
-// The game's data folder as `folders` has it, without a trailing "/"; "" is the current folder. It
-// need not exist.
-std::string DataFolder();
-
-// The folder that all games' data folders lie in, or the one data folder that was named.
-std::string DataFolderOfAll();
 
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its
 // "../": the music lies beside the other files. Null when the path does not fit. The text is valid
@@ -74,6 +69,11 @@ u32 OpenToReplace(const char* name);
 // it) under a lock. Closing the file ends the lock.
 void LockToRead(u32 handle);
 void LockToWrite(u32 handle);
+
+// Appends the bytes to debug.log in the data folder, which is opened, locked and closed each time,
+// so that lines of two starts of the game do not mix. A file that cannot be opened or made drops
+// them.
+void AppendToDebugLog(std::string_view bytes);
 
 // Reads up to `count` bytes and returns how many arrived: 0 for a bad handle, a null buffer, or
 // when a read has hit the end already.

@@ -209,13 +209,6 @@ constexpr u32 ExtensionWords(Mode mode, u32 size) {
     }
 }
 
-constexpr OperandForm FormOf(u32 code) {
-    for (const OperandForm& form : kTwoOperandForms) {
-        if (form.code == code) return form;
-    }
-    return {};
-}
-
 // Stands for bits 5..8 of the word in handlers that are for any value of them.
 constexpr u32 kAnyLow = 16;
 
@@ -357,7 +350,7 @@ constexpr bool SetsFlags(TwoOperand op) {
 
 template <u32 kFormCode, u32 kNumber, u32 kLow>
 MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
-    constexpr OperandForm kForm = FormOf(kFormCode);
+    constexpr OperandForm kForm = FindForm(kFormCode);
     constexpr u32 kSize = kNumber & 3;
     constexpr auto kOp = static_cast<TwoOperand>(kNumber & ~3u);
     constexpr u32 kWordsA = ExtensionWords(kForm.a, kSize);
@@ -490,7 +483,7 @@ MOXI_UNTRACKED void OneOperandHandler(MX_STATE_PARAMETERS) {
 
     u32 e;
     if constexpr (kMode == Mode::Register) {
-        e = RegisterAddress(w >> 16);  // not masked
+        e = RegisterAddress(WideRegister(w));
         MX_SLOW_IF(e > RegisterAddress(15));
     } else {
         e = AddressOf<kMode, Field::High, 4>(base, pc, fp, w);
@@ -597,7 +590,7 @@ MOXI_UNTRACKED void CallHandler(MX_STATE_PARAMETERS) {
     MX_SLOW_IF(IsLowStack(sp, 8));
     u32 target;
     if constexpr (kThroughRegister) {
-        target = Get<u32>(base, RegisterAddress(w >> 12 & 15));
+        target = Get<u32>(base, RegisterAddress(CallRegister(w)));
     } else {
         target = Get<u32>(base, pc + 4);
     }
@@ -605,7 +598,7 @@ MOXI_UNTRACKED void CallHandler(MX_STATE_PARAMETERS) {
     pcPreJsr = static_cast<u32>(pc) + 4;
     sp -= 8;
     // Two pushes: the argument byte count, which may fault, and below it the return address.
-    Put<u32>(base, sp + 4, w >> 16);
+    Put<u32>(base, sp + 4, ArgumentBytes(w));
     asm volatile("" : : : "memory");  // in this order
     Put<u32>(base, sp, static_cast<u32>(pc) + (kThroughRegister ? 4 : 8));
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
@@ -616,7 +609,7 @@ MOXI_UNTRACKED void CallHandler(MX_STATE_PARAMETERS) {
 template <u32 kRegisters>
 MOXI_UNTRACKED void LinkHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
-    const u32 room = 4 + (w >> 14) + kSavedSize;
+    const u32 room = 4 + LocalBytes(w) + kSavedSize;
     MX_SLOW_IF(IsLowStack(sp, room));
     Put<u32>(base, sp - 4, static_cast<u32>(fp));
     fp = sp - 4;
@@ -679,7 +672,7 @@ MOXI_UNTRACKED void PushConstantHandler(MX_STATE_PARAMETERS) {
 // value: the operations of most instructions, at the sizes that modules mostly use.
 template <u32 kFormCode>
 constexpr bool IsHot(u32 number) {
-    constexpr OperandForm kForm = FormOf(kFormCode);
+    constexpr OperandForm kForm = FindForm(kFormCode);
     if (kForm.aField != Field::Low && kForm.bField != Field::Low) return false;
     const auto op = static_cast<TwoOperand>(number & ~3u);
     if (IsFloat(op)) {
@@ -737,7 +730,7 @@ void FillOneOperand(std::integer_sequence<u32, kIndexes...>) {
     static constexpr std::array<Handler, 128> kRows[] = {OneOperandRow<kIndexes>(Numbers{})...};
     for (u32 w = 0; w < kDispatchSize; ++w) {
         for (u32 i = 0; i < kOneOperandForms.size(); ++i) {
-            if ((w & 255) == kOneOperandForms[i].code) {
+            if (OneOperandFormCode(w) == kOneOperandForms[i].code) {
                 dispatchTable[w] = kRows[i][OneOperandNumber(w)];
             }
         }
@@ -768,13 +761,13 @@ Handler SingleHandler(u32 w) {
     using Counts = std::make_integer_sequence<u32, 16>;
     static constexpr std::array<Handler, 16> kLinks = LinkRow(Counts{});
     static constexpr std::array<Handler, 16> kReturns = ReturnRow(Counts{});
-    switch (static_cast<Single>(w & 1023)) {
+    switch (SingleOf(w)) {
         case Single::Jmp: return JumpHandler;
         case Single::Nop: return NoOperationHandler;
         case Single::Call: return CallHandler<false>;
         case Single::Callr: return CallHandler<true>;
-        case Single::Link: return kLinks[w >> 10 & 15];
-        case Single::Return: return kReturns[w >> 10 & 15];
+        case Single::Link: return kLinks[SavedRegisters(w)];
+        case Single::Return: return kReturns[SavedRegisters(w)];
         case Single::PushWordExt:
         case Single::PushWordExt2: return PushConstantHandler<Single::PushWordExt>;
         case Single::PushWord:

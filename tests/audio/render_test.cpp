@@ -248,6 +248,36 @@ TEST_F(Rendering, ASecondPlaySoundBeforeTheFirstSoundEndsCutsTheFirstOneOff) {
     EXPECT_EQ(Peak(Part(after, 0.5, 1)), 0);
 }
 
+TEST_F(Rendering, AtASoundVolumeOf50EverySampleIsHalfAsLarge) {
+    const Sound sound = {{20000, -20000, 1000, 2, -32768, 32766}};
+    StartVolumes(renderer, 0, 50);
+    SetSound(renderer, &sound);
+    std::vector<i16> heard = Hear(0.01).samples;
+    heard.resize(8);
+    EXPECT_EQ(heard, (std::vector<i16>{10000, -10000, 500, 1, -16384, 16383, 0, 0}));
+}
+
+TEST_F(Rendering, AMusicVolumeOf0LeavesTheSoundAsItIs) {
+    const auto piece = Piece(Notes({60, 64}));
+    const Sound sound = Decode(SineFile(1000, 0.25, 1.0));
+    StartVolumes(renderer, 0, 100);
+    SetMusic(renderer, piece.get());
+    SetSound(renderer, &sound);
+    const Recording heard = Hear(0.5);
+    EXPECT_EQ(Part(heard, 0, 0.25).samples, sound.samples);
+    EXPECT_EQ(Peak(Part(heard, 0.25, 0.5)), 0);
+}
+
+TEST_F(Rendering, AVolumeThatChangesGlidesThere) {
+    const Sound sound = {std::vector<i16>(20000, 10000)};
+    SetSound(renderer, &sound);
+    Hear(0.01);
+    renderer.soundVolume.target = 0.5F;
+    const Recording after = Hear(0.1);
+    EXPECT_LT(LargestStep(after), 50);
+    EXPECT_EQ(after.samples.back(), 5000);
+}
+
 TEST_F(Rendering, StoppingASoundDoesNotClick) {
     const Sound sound = Decode(SineFile(200, 2, 0.9));
     SetSound(renderer, &sound);

@@ -8,6 +8,7 @@
 #include "tests/support/vm_fixture.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -71,7 +72,6 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     presentNotify = false;
     runState = 0;
     vmEvents.messages.clear();
-    vmEvents.fileCalls.clear();
     vmFiles.contents.erase("debug.log");
 
     RunResult result;

@@ -21,6 +21,7 @@
 #include "sys/settings.h"
 #include "sys/system_calls.h"
 #include "sys/time_group.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/slots.h"
@@ -59,11 +60,7 @@ class ServiceTest : public ::testing::Test {
         Store<u32>(kHeaderPC, 0x0000ABCD);
         fatalMessages.clear();
         desktop.alert = [](const std::string& text) { fatalMessages.push_back(text); };
-        vmSlots.openFile = OpenFile;
-        vmSlots.readFile = ReadFile;
-        vmSlots.writeFile = WriteFile;
-        vmSlots.seekFile = SeekFile;
-        vmSlots.closeFile = CloseFile;
+        vmSlots.appendDebugLog = AppendToDebugLog;
         vmSlots.endProcess = [](int status) { throw ProcessEnded{status}; };
     }
 

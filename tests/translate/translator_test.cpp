@@ -13,6 +13,7 @@
 #include "tests/support/vm_fixture.h"
 #include "tools/asm/assembler.h"
 #include "translate/region.h"
+#include "vm/guard.h"
 #include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -49,7 +50,7 @@ class Translator : public VmTest {
         ResetMachine();
         ResetRunCycle();
         vmFiles.contents["MAIN.MX"].assign(assembled.bytes.begin(), assembled.bytes.end());
-        ASSERT_TRUE(LoadModule());
+        ASSERT_TRUE(LoadTestModule());
         ASSERT_TRUE(moxi::StartTranslator(options));
     }
 };
