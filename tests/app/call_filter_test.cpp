@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
@@ -16,8 +17,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <string>
 #include <thread>
 
+#include "app/refused_calls.h"
+#include "base/log.h"
 #include "vm/guard.h"
 
 namespace moxi {
@@ -123,6 +127,57 @@ TEST(CallFilter, HoldsForThreadsThatWereThereBefore) {
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
+}
+
+// Only builds for debugging tell of it.
+TEST(CallFilter, ARefusedCallIsToldOnceWhereItIsTold) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(StatusInFilter([] {
+                  return Refused(socket(AF_INET, SOCK_STREAM, 0)) +
+                         Refused(socket(AF_INET, SOCK_DGRAM, 0)) + Refused(unshare(0));
+              }),
+              0);
+    std::string told;
+    if (kTellRefusedCalls) {
+        for (const long call : {SYS_socket, SYS_unshare}) {
+            told +=
+                FormatText("log: refused system call %04lX\n", static_cast<unsigned long>(call));
+        }
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), told);
+}
+
+// The exit status of `body` in a process with a helper's filter.
+int StatusInHelper(void (*filter)(), int (*body)()) {
+    const pid_t child = fork();
+    if (child == 0) {
+        filter();
+        _exit(body());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST(CallFilter, TheHelpersMayDoLittleMoreThanRead) {
+    if (kCheckedAccess) GTEST_SKIP() << "the reports of a checked build take more";
+    for (void (*const filter)() : {FilterOutputHelperCalls, FilterUrlHelperCalls}) {
+        EXPECT_EQ(StatusInHelper(filter,
+                                 [] {
+                                     int refused = Refused(socket(AF_UNIX, SOCK_STREAM, 0));
+                                     refused += Refused(syscall(SYS_fork));
+                                     refused += Refused(syscall(SYS_execve, "/bin/true", 0, 0));
+                                     refused += Refused(kill(getppid(), 0));
+                                     refused += Refused(rename("/no", "/where"));
+                                     refused += Refused(chmod("/nowhere", 0777));
+                                     return refused;
+                                 }),
+                  0);
+    }
+    // Only one of them opens files.
+    constexpr auto kOpens = [] { return open("/dev/null", O_RDONLY | O_CLOEXEC) >= 0 ? 1 : 0; };
+    EXPECT_EQ(StatusInHelper(FilterOutputHelperCalls, kOpens), 1);
+    EXPECT_EQ(StatusInHelper(FilterUrlHelperCalls, kOpens), 0);
 }
 
 TEST(Limits, NoCoreIsDumpedAndFilesAndProcessesAreBounded) {

@@ -218,6 +218,26 @@ TEST(LockedRoom, APipeInPlaceOfAFileIsRefusedInOneLine) {
     EXPECT_EQ(user.Run(game).status, 1);
 }
 
+TEST(LockedRoom, HeadlessEveryLineOfAFloodIsWritten) {
+    const User user;
+    const std::string game = user.downloads + "/game";
+    WriteGame(game, R"(
+        .code
+start:  MOVE.L  R2, #5000
+@more:  MOVE.L  R15, #block
+        SYS
+        SUB.L   R2, #1
+        TBNE.L  R2, @more
+        STOP
+        .data
+block:  .long   0x0711, url
+url:    .asciz  "file:///x"
+)");
+    const std::string errors = user.Run(game).errors;
+    // 5,000 at each of the two messages of the start.
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 10000);
+}
+
 }  // namespace
 
 }  // namespace moxi

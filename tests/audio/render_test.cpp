@@ -410,6 +410,19 @@ TEST(SoundFiles, AnEmptySoundIsSilence) {
     EXPECT_TRUE(Decode(WavFile({}, "")).samples.empty());
 }
 
+// Decoders of other formats, of which the library has many, are no part of what a game can reach.
+TEST(SoundFiles, OnlyWavFilesComeToADecoder) {
+    const std::string rest(4096, '\0');
+    for (const char* const start :
+         {"OggS", "fLaC", "ID3", "\xFF\xFB\x90", "MThd", "FORM....AIFF", "Creative Voice File\x1A",
+          "Extended Module: ", "IMPM", "SCRM", "MUS\x1A", "\x1F\x8B", "opus", "wvpk", "RIFX"}) {
+        Sound sound;
+        std::string reason;
+        EXPECT_FALSE(DecodeSound(AsBytes(start + rest), sound, reason)) << start;
+        EXPECT_EQ(reason, "not a WAV file") << start;
+    }
+}
+
 // --- SoundFonts
 
 TEST(SoundFonts, TheOptionStandsAlone) {

@@ -120,6 +120,14 @@ TEST_F(MoxiLocked, TheThirdBoxOfAMessageOffersTheEnd) {
     EXPECT_TRUE(Errors().ends_with(kEnded)) << Errors();
 }
 
+TEST_F(MoxiLocked, TheEndIsInReachOfTheMouse) {
+    ShowBoxes(3);
+    EndInBox(window);
+    EXPECT_EQ(WaitForExit(), 1);
+    EXPECT_EQ(Texts(), 3u);
+    EXPECT_TRUE(Errors().ends_with(kEnded)) << Errors();
+}
+
 TEST_F(MoxiLocked, ARequestToCloseThatWaitsIsServedAfterTheBox) {
     ShowBoxes(3);
     // As the window's close button; the module is in the middle of a message and cannot be asked.
