@@ -137,6 +137,9 @@ TEST(CPrograms, InOneModuleGiveTheChecksumsThatTheyGiveOnThisComputer) {
         std::string lines;
         std::istringstream logged(run.errors);
         for (std::string line; std::getline(logged, line);) {
+            // The host may have a word of its own.
+            if (line.find("checksum") == std::string::npos && !line.starts_with("fatal: "))
+                continue;
             lines += (line.starts_with("log: ") ? line.substr(5) : line) + "\n";
         }
         EXPECT_EQ(lines, wanted) << "programs from " << seed << " on";
