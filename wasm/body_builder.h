@@ -16,7 +16,6 @@ struct BlockFrame {
     Opcode opcode = Opcode::Block;
     u32 label = kNoLabel;  // where a branch goes; none for the function itself
     u32 elseLabel = kNoLabel;
-    u32 number = 0;       // of this one, and of the two halves of an if, never used again
     bool isUsed = false;  // by a branch
     u64 height = 0;       // of the stack below the parameters
     BlockType type;
@@ -42,22 +41,16 @@ struct BodyBuilder {
     std::vector<BlockFrame> frames{};
     std::vector<Variable> locals{};
     std::vector<ValueType> localTypes{};
-    // What is known of a local's value since its last assignment, until control comes together; of
-    // one that is assigned in one place only, wherever that place comes before: to the end of the
-    // block that it stands in.
+    // What is known of a local's value since its last assignment, until control comes together.
     struct Fact {
         u32 epoch = 0;
-        u32 frames = 0;  // the depth of that block, and its number; 0 for other locals
-        u32 frameNumber = 0;
         bool isNonNegative = false;
         i64 low = 0;
         i64 high = 0;
     };
     std::vector<Fact> facts{};  // by local
     u32 epoch = 1;
-    u32 frameNumbers = 0;
-    std::vector<u8> assignments{};  // by local: in how many places, at most 2
-    std::vector<bool> isLocal{};    // by variable: may be assigned again while a tree waits
+    std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
     bool reachable = true;
     u32 deadDepth = 0;  // blocks begun in code that is never reached
@@ -124,12 +117,6 @@ struct BodyBuilder {
     void Variables(u8 opcode);
     void SetLocal(u32 number, NodeId value);
     void PushLocal(u32 number);
-    void CountAssignments(u64 parameters);
-    bool Holds(const Fact& fact) const {
-        if (fact.epoch == epoch) return true;
-        return fact.frames != 0 && fact.frames <= frames.size() &&
-               frames[fact.frames - 1].number == fact.frameNumber;
-    }
     void Join(u32 label) {
         select.Label(label);
         ++epoch;  // what is known need not hold on the other ways to here

@@ -1,7 +1,5 @@
 #include "wasm/build.h"
 
-#include <algorithm>
-
 #include "wasm/body_builder.h"
 
 namespace moxi {
@@ -9,11 +7,7 @@ namespace moxi {
 void BodyBuilder::PushLocal(u32 number) {
     PushVariable(localTypes[number], locals[number]);
     const Fact& fact = facts[number];
-    if (!Holds(fact)) return;
-    if (localTypes[number] == ValueType::I32 && fact.low == fact.high) {
-        stack.back() = MakeConstant(select.trees, ValueType::I32, static_cast<u32>(fact.low));
-        return;
-    }
+    if (fact.epoch != epoch) return;
     Node& node = select.trees.nodes[stack.back()];
     node.isNonNegative = fact.isNonNegative;
     node.low = fact.low;
@@ -24,13 +18,7 @@ void BodyBuilder::SetLocal(u32 number, NodeId value) {
     SettleTrapsBefore(value);
     SettleReaders(locals[number]);
     const Node& node = select.trees[value];
-    const bool isOnly = assignments[number] == 1;
-    facts[number] = {epoch,
-                     isOnly ? static_cast<u32>(frames.size()) : 0,
-                     frames.back().number,
-                     node.isNonNegative,
-                     node.low,
-                     node.high};
+    facts[number] = {epoch, node.isNonNegative, node.low, node.high};
     select.Assign(locals[number], value);
 }
 
@@ -315,26 +303,6 @@ void BodyBuilder::Instruction() {
     }
 }
 
-// Looks over the body for the locals that are assigned in one place only. Arguments have been
-// assigned before.
-void BodyBuilder::CountAssignments(u64 parameters) {
-    assignments.assign(localTypes.size(), 0);
-    std::fill_n(assignments.begin(), parameters, u8{1});
-    const ByteCursor beginning = cursor;
-    while (!cursor.AtEnd()) {
-        const u8 opcode = cursor.Byte();
-        const auto named = static_cast<Opcode>(opcode);
-        if (named == Opcode::LocalSet || named == Opcode::LocalTee) {
-            u8& count = assignments[cursor.Unsigned32()];
-            count = std::min<u8>(2, count + 1);
-        } else {
-            Skip(opcode);
-        }
-    }
-    deadDepth = 0;
-    cursor = beginning;
-}
-
 // Makes the locals and takes the arguments.
 void BodyBuilder::Declare(const FunctionType& type) {
     localTypes = type.parameters;
@@ -403,7 +371,6 @@ void BodyBuilder::Run(u32 index) {
         return;
     }
     cursor = {function.body, function.end, nullptr};
-    CountAssignments(type.parameters.size());
     BlockFrame whole;
     whole.type.results = ListOf(type.results);
     frames.push_back(std::move(whole));

@@ -194,7 +194,6 @@ void BodyBuilder::BranchTable() {
 void BodyBuilder::Begin(Opcode opcode) {
     BlockFrame frame;
     frame.opcode = opcode;
-    frame.number = ++frameNumbers;
     ReadBlockType(module, cursor, frame.type);
     NodeId condition = 0;
     if (opcode == Opcode::If) condition = Pop();
@@ -236,7 +235,6 @@ void BodyBuilder::Else() {
     }
     Join(frame.elseLabel);
     frame.elseLabel = kNoLabel;
-    frame.number = ++frameNumbers;
     stack.resize(frame.height);
     stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());
     reachable = true;

@@ -121,14 +121,6 @@ void SetPlainRange(const Trees& trees, Node& node) {
         case Plain::I32Shl:
         case Plain::I32ShrS:
         case Plain::I32ShrU: RangeOfShift(node, code, a, b); return;
-        case Plain::I32DivS:
-            if (b.kind == NodeKind::Constant && b.low > 0)
-                SetRange(node, a.low / b.low, a.high / b.low);
-            return;
-        case Plain::I32RemS:
-            if (b.kind == NodeKind::Constant && b.low > 0)
-                SetRange(node, a.low >= 0 ? 0 : 1 - b.low, b.low - 1);
-            return;
         case Plain::I32DivU:
             if (a.low >= 0 && b.low >= 0) SetRange(node, 0, a.high);
             return;
