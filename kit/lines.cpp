@@ -186,7 +186,7 @@ bool SplitLineName(std::string_view text, std::string& file, u32& line) {
 
 std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addresses) {
     u32 number = 0;
-    const std::string wrong = FindFile(file, number);
+    std::string wrong = FindFile(file, number);
     if (!wrong.empty()) return wrong;
     u32 nearest = 0xFFFFFFFF;
     for (const CodeLine& each : known.lines) {

@@ -190,10 +190,10 @@ Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
         case 0x19: value.number = 1; break;                                       // flag_present
         case 0x1A: value.text = text(ReadLeb(cursor)); break;                     // strx
         case 0x1B: value.number = address(ReadLeb(cursor)); break;                // addrx
-        case 0x1D: cursor.Word(); break;                                          // strp_sup
         case 0x1E: cursor.Bytes(16); break;                                       // data16
+        case 0x1C:                                                                // ref_sup4
+        case 0x1D:                                                                // strp_sup
         case 0x1F: cursor.Word(); break;                                          // line_strp
-        case 0x1C: cursor.Word(); break;                                          // ref_sup4
         case 0x24: cursor.Quad(); break;                                          // ref_sup8
         case 0x25:
         case 0x26:

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "tests/support/headless_run.h"
+#include "wasm/translate.h"
 
 namespace moxi {
 namespace {
@@ -80,6 +83,31 @@ TEST(CDebug, AFatalLineNamesFunctionFileAndLine) {
         ExpectPart(run.errors, "log: Trap: unreachable in ");
         ExpectPart(ReadTextFile(program.folder.path + "/data/debug.log"), " (main.c:10)");
         ExpectPart(ReadTextFile(program.folder.path + "/profile.txt"), "  main.c:11\n");
+    }
+}
+
+// Whatever stands in the sections of debugging information, a module is translated or refused as it
+// would be without.
+TEST(CDebug, DamagedInformationHarmsNothing) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/main.c", kProgram);
+    std::mt19937_64 random(815);
+    for (const char* const version : {"-gdwarf-4", "-gdwarf-5"}) {
+        ASSERT_EQ(RunProgram("mxcc", {"-c", version, "main.c"}, folder.path).errors, "");
+        const std::string whole = ReadTextFile(folder.path + "/main.o");
+        const std::vector<std::string> before = Translate(whole, {}).errors;
+        const size_t first = whole.find(".debug_");
+        ASSERT_NE(first, std::string::npos);
+        for (u32 i = 0; i < 1500; ++i) {
+            std::string damaged = whole;
+            for (u64 changes = 1 + random() % 8; changes > 0; --changes) {
+                const size_t at = first + random() % (whole.size() - first);
+                const u64 kind = random() % 3;
+                damaged[at] = static_cast<char>(kind == 0 ? 0xFF : kind == 1 ? 0x80 : random());
+            }
+            const std::vector<std::string> errors = Translate(damaged, {}).errors;
+            EXPECT_TRUE(errors == before || errors.size() == 1) << i;
+        }
     }
 }
 

@@ -69,7 +69,7 @@ TEST(DebuggerLines, TheModuleRunsToALineOrToTheNextOne) {
               "(moxi) line\n"
               "game/main.c:6\n"
               "=> 00000230 <start+48>  MOVE.L   [ticks], R13\n"
-              "(moxi) \n"
+              "(moxi)\n"
               "message 11 MSG_TICK: 0x0, 0x0, 0x0\n"
               "game/main.c:3\n"
               "=> 00000200 <start>  LINK     0, 2\n" +

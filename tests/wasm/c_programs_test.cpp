@@ -1,10 +1,13 @@
 // Random C programs, compiled for this computer and by mxcc: their checksums are the same.
 // MOXI_C_PROGRAMS says how many, and MOXI_C_SEED from which one on; scripts/c-differential runs
-// many.
+// many. Each is a module of its own, at one of four levels of optimization; as many more are in
+// modules of twenty, without optimization, which makes them cheap.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <sstream>
 
 #include "tests/support/headless_run.h"
 #include "vm/guard.h"
@@ -37,6 +40,11 @@ std::string WithoutLong(const std::string& program) {
 
 const std::vector<std::string> kOptions = {"-w", "-I/usr/include/csmith", "program.c", "-o"};
 
+std::vector<std::string> Csmith(u64 seed) {
+    return {"--seed", std::to_string(seed), "--max-funcs", "5", "--max-block-depth",
+            "3",      "--no-argc"};
+}
+
 // The checksum that the program prints, "" for one that takes too long.
 std::string NativeChecksum(const std::string& folder, const std::string& level) {
     std::vector<std::string> arguments = {level};
@@ -62,6 +70,82 @@ std::string MachineChecksum(const std::string& folder, const std::string& level)
     return at == std::string::npos ? run.errors : run.errors.substr(at + 5);
 }
 
+// Twenty programs in one, which runs those that its arguments name.
+struct Bundle {
+    static constexpr u64 kPrograms = 20;
+    TemporaryFolder folder;
+    std::vector<std::string> files;
+
+    explicit Bundle(u64 first) {
+        std::string driver = "#include <stdio.h>\n#include <stdlib.h>\n";
+        std::string cases;
+        for (u64 i = 0; i < kPrograms; ++i) {
+            const std::string number = std::to_string(i);
+            const std::string main = "main_" + number;
+            const ProgramResult made =
+                RunProgram("/usr/bin/csmith", Csmith(first + i), folder.path);
+            EXPECT_EQ(made.status, 0) << made.errors;
+            files.push_back("program" + number + ".c");
+            WriteTextFile(folder.path + "/" + files.back(),
+                          "#define main " + main + "\n" + WithoutLong(made.output));
+            driver += "int " + main + "(void);\n";
+            cases += "        case " + number + ": " + main + "(); break;\n";
+        }
+        files.emplace_back("driver.c");
+        WriteTextFile(folder.path + "/driver.c", driver +
+                                                     "int main(int count, char** texts) {\n"
+                                                     "    for (int i = 1; i < count; ++i) {\n"
+                                                     "        printf(\"%s: \", texts[i]);\n"
+                                                     "        switch (atoi(texts[i])) {\n" +
+                                                     cases +
+                                                     "        }\n    }\n    return 0;\n}\n");
+    }
+    ProgramResult Compile(const std::string& compiler, const std::string& output) const {
+        std::vector<std::string> arguments = {"-O0", "-w", "-I/usr/include/csmith", "-o", output};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        return RunProgram(compiler, arguments, folder.path);
+    }
+    // Runs each by itself here: one line "3: checksum = ..." for each that ends within a second of
+    // the processor's time.
+    std::string RunHere(std::string& numbers) const {
+        std::string lines;
+        for (u64 i = 0; i < kPrograms; ++i) {
+            const std::string number = std::to_string(i);
+            const ProgramResult run =
+                RunProgram("/usr/bin/prlimit", {"--cpu=1", "./program", number}, folder.path);
+            if (run.status != 0) continue;
+            lines += run.output;
+            numbers += number + "\n";
+        }
+        return lines;
+    }
+};
+
+TEST(CPrograms, InOneModuleGiveTheChecksumsThatTheyGiveOnThisComputer) {
+    const u64 count = Wish("MOXI_C_PROGRAMS", kCheckedAccess ? 20 : 160);
+    const u64 first = Wish("MOXI_C_SEED", 1) + 1000000;
+    for (u64 seed = first; seed < first + count; seed += Bundle::kPrograms) {
+        const Bundle bundle(seed);
+        ASSERT_EQ(bundle.Compile("/usr/bin/clang", "program").errors, "");
+        ASSERT_EQ(bundle.Compile("mxcc", "game/").errors, "");
+        std::string numbers;
+        const std::string wanted = bundle.RunHere(numbers);
+        EXPECT_GE(std::count(numbers.begin(), numbers.end(), '\n'), 10);
+        WriteTextFile(bundle.folder.path + "/game/ARGS.TXT", numbers);
+        const ProgramResult run =
+            RunProgram("moxi", {"--headless", "--data-folder", "data", "game"}, bundle.folder.path);
+        std::string lines;
+        std::istringstream logged(run.errors);
+        for (std::string line; std::getline(logged, line);) {
+            // The host may have a word of its own.
+            if (line.find("checksum") == std::string::npos && !line.starts_with("fatal: "))
+                continue;
+            lines += (line.starts_with("log: ") ? line.substr(5) : line) + "\n";
+        }
+        EXPECT_EQ(lines, wanted) << "programs from " << seed << " on";
+    }
+}
+
 TEST(CPrograms, GiveTheChecksumsThatTheyGiveOnThisComputer) {
     static const char* const kLevels[] = {"-O0", "-O1", "-O2", "-Os"};
     // The sanitizers look at mxcc and the machine, which a few programs keep busy for long.
@@ -70,10 +154,7 @@ TEST(CPrograms, GiveTheChecksumsThatTheyGiveOnThisComputer) {
     u64 compared = 0;
     for (u64 seed = first; seed < first + count; ++seed) {
         const TemporaryFolder folder;
-        const ProgramResult made = RunProgram("/usr/bin/csmith",
-                                              {"--seed", std::to_string(seed), "--max-funcs", "5",
-                                               "--max-block-depth", "3", "--no-argc"},
-                                              folder.path);
+        const ProgramResult made = RunProgram("/usr/bin/csmith", Csmith(seed), folder.path);
         ASSERT_EQ(made.status, 0) << made.errors;
         WriteTextFile(folder.path + "/program.c", WithoutLong(made.output));
         const std::string level = kLevels[seed % std::size(kLevels)];

@@ -180,7 +180,8 @@ TEST_F(WasmCommand, WithIdentityMemoryIsTheImageItself) {
     std::string moved = kModule;
     moved.replace(moved.find("const 100"), 9, "const " + std::to_string(codeEnd));
     Write(moved);
-    EXPECT_EQ(Logs({"--identity"}, "load " + std::to_string(codeEnd) + "\nload 0\n"),
+    EXPECT_EQ(Logs({"--identity"}, "load " + std::to_string(codeEnd) + "\nload " +
+                                       std::to_string(kHeaderMagic) + "\n"),
               "log: load -> 0x74786574\nlog: load -> 0x49584F4D\n");  // "text", "MOXI"
     EXPECT_EQ(Image().substr(codeEnd), std::string("text\0\0\0\0", 8));
 }

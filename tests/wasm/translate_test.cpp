@@ -110,6 +110,38 @@ TEST_F(WasmTranslateTest, BlocksWithParametersAndResults) {
                      "both -> 0x00000007"}));
 }
 
+TEST_F(WasmTranslateTest, ALocalAssignedInOnePlaceIsKnownOnlyWhereThatPlaceComesBefore) {
+    EXPECT_EQ(Lines(R"((module (memory 1) (data (i32.const 101) "\01\02\03")
+        (func (export "skipped") (param i32) (result i32) (local $x i32)
+            (block $b (br_if $b (local.get 0)) (local.set $x (i32.const 7)))
+            (local.get $x))
+        (func (export "late") (param $n i32) (result i32) (local $x i32) (local $s i32)
+            (loop $l
+                (local.set $s (i32.add (i32.mul (local.get $s) (i32.const 10)) (local.get $x)))
+                (local.set $x (i32.const 3))
+                (br_if $l (local.tee $n (i32.sub (local.get $n) (i32.const 1)))))
+            (local.get $s))
+        (func (export "either") (param i32) (result i32) (local $x i32)
+            (if (local.get 0) (then (local.set $x (i32.const 5))))
+            (local.get $x))
+        (func (export "other") (param i32) (result i32) (local $x i32)
+            (if (result i32) (local.get 0)
+                (then (local.set $x (i32.const 5)) (local.get $x))
+                (else (local.get $x))))
+        (func (export "inside") (param $n i32) (result i32) (local $x i32) (local $s i32)
+            (local.set $x (i32.const 100))
+            (loop $l
+                (local.set $s (i32.add (local.get $s)
+                    (i32.load8_u (i32.add (local.get $n) (local.get $x)))))
+                (br_if $l (local.tee $n (i32.sub (local.get $n) (i32.const 1)))))
+            (local.get $s))))",
+                    "skipped 0\nskipped 1\nlate 1\nlate 3\neither 0\neither 1\nother 0\nother 1\n"
+                    "inside 3\n"),
+              (Texts{"skipped -> 0x00000007", "skipped -> 0x00000000", "late -> 0x00000000",
+                     "late -> 0x00000021", "either -> 0x00000000", "either -> 0x00000005",
+                     "other -> 0x00000000", "other -> 0x00000005", "inside -> 0x00000006"}));
+}
+
 TEST_F(WasmTranslateTest, TablesOfBranches) {
     const char* const text = R"((module
         (func (export "few") (param i32) (result i32)
