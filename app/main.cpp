@@ -45,7 +45,6 @@
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
-#include "vm/threaded.h"
 
 namespace moxi {
 
@@ -128,13 +127,21 @@ void StartHelpers(const Options& options) {
 
 // With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
 void StartTranslation() {
-    moxi::TranslatorOptions translator;
+    TranslatorOptions translator;
     const char* const wish = std::getenv("MOXI_TRANSLATE");
     if (wish != nullptr && std::string_view(wish) == "all") {
         translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
     }
-    if (!kThreaded || moxi::StartTranslator(translator)) return;
-    SystemLog("modules are interpreted: there is no memory to execute translations from");
+    switch (StartTranslator(translator)) {
+        case TranslatorStart::Running:
+        case TranslatorStart::Unsupported: return;
+        case TranslatorStart::ImageTooLarge:
+            SystemLog("modules are interpreted: the image is too large to translate its code");
+            return;
+        case TranslatorStart::NoMemory:
+            SystemLog("modules are interpreted: there is no memory to execute translations from");
+            return;
+    }
 }
 
 // SDL can be told to write the sound to a file in place of a device.
