@@ -135,18 +135,18 @@ void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     e.a.pop(x86::rcx);
     e.a.cmp(x86::edx, x86::ecx);
     e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
-    e.a.lea(x86::r12d, x86::ptr(x86::r13, static_cast<i32>(12 + (in.w >> 16))));
+    e.a.lea(x86::r12d, x86::ptr(x86::r13, static_cast<i32>(12 + ArgumentBytes(in.w))));
     e.a.mov(x86::r13d, x86::ecx);
 }
 
 void EmitCall(Emission& e, const Instruction& in) {
     RequireRoom(e, 8);
     const bool isThrough = in.flow == Flow::CallThrough;
-    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(in.w >> 12 & 15), 2);
+    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(CallRegister(in.w)), 2);
     const int block = isThrough ? -1 : BlockAt(e.region, in.target);
     if (isThrough || NeedsSlot(e, in.target)) StoreSlot(e);
     const u32 next = in.pc + in.length;
-    const u64 returned = next | u64{in.w >> 16} << 32;
+    const u64 returned = next | u64{ArgumentBytes(in.w)} << 32;
     e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
     e.a.mov(x86::rcx, returned);
     e.a.mov(InStack(x86::r12, -8, 8), x86::rcx);
@@ -167,7 +167,7 @@ void EmitCall(Emission& e, const Instruction& in) {
 }
 
 void EmitLink(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
+    const u32 count = SavedRegisters(in.w);
     const u32 room = PushedBy(in);
     RequireRoom(e, room);
     e.a.mov(InStack(x86::r12, -4, 4), x86::r13d);
@@ -208,7 +208,7 @@ void RequireNarrowReturn(Emission& e, u32 count) {
 // Hands to where it comes back: in rax the address, with the bytes of arguments in the upper half,
 // in edx FP of the caller, in r13 that of the called.
 void EmitReturn(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
+    const u32 count = SavedRegisters(in.w);
     if (count != 0) RequireStack(e);
     const Place frame = FramePlace(e, 0, x86::rdx, Use::Read);
     e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
@@ -237,7 +237,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
 // --- Instructions
 
 void EmitSingle(Emission& e, const Instruction& in) {
-    switch (SingleOf(in)) {
+    switch (SingleOf(in.w)) {
         case Single::Nop: return;
         case Single::Jmp: GoTo(e, in.target); return;
         case Single::Call:
@@ -422,7 +422,7 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
         return writes && op != TwoOperand::Lea && SizeOf(in) == 3;
     }
     if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
-        number = in.w >> 16;
+        number = WideRegister(in.w);
         const OneOperand op = OneOperandOf(in);
         switch (op) {
             case OneOperand::Neg:

@@ -11,7 +11,7 @@ namespace {
 
 Place PlaceOfOperand(Emission& e, const Instruction& in, Use use) {
     switch (in.mode) {
-        case Mode::Register: return RegisterPlace(in.w >> 16);
+        case Mode::Register: return RegisterPlace(WideRegister(in.w));
         case Mode::Indexed: return PointerPlace(e, HighRegister(in.w), in.words[0], x86::rdx, use);
         case Mode::Absolute: return AbsolutePlace(e, in.words[0], x86::rdx, use);
         default: return FramePlace(e, static_cast<u32>(FrameOffset(in.w)), x86::rdx, use);
@@ -44,7 +44,7 @@ void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
 }
 
 void EmitPushAddress(Emission& e, const Instruction& in) {
-    const u32 number = in.mode == Mode::Register ? in.w >> 16 : HighRegister(in.w);
+    const u32 number = in.mode == Mode::Register ? WideRegister(in.w) : HighRegister(in.w);
     const u32 word = in.mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : in.words[0];
     RequireRoom(e, 4);
     EmitAddress(e, in.mode, number, word, x86::rax);
@@ -192,7 +192,7 @@ void EmitOneOperand(Emission& e, const Instruction& in) {
 void EmitPushConstant(Emission& e, const Instruction& in) {
     u32 bytes = 4;
     u64 value = static_cast<u64>(i64{static_cast<i32>(in.w) >> 10});
-    switch (SingleOf(in)) {
+    switch (SingleOf(in.w)) {
         case Single::PushWordExt:
         case Single::PushWordExt2:
             bytes = 2;

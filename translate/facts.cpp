@@ -25,8 +25,8 @@ u32 PushedOperand(const Instruction& in) {
 }
 
 u32 PushedConstant(const Instruction& in) {
-    switch (SingleOf(in)) {
-        case Single::Link: return 4 + (in.w >> 14) + 8 * (in.w >> 10 & 15);
+    switch (SingleOf(in.w)) {
+        case Single::Link: return 4 + LocalBytes(in.w) + 8 * SavedRegisters(in.w);
         case Single::Call:
         case Single::Callr: return 8;
         case Single::PushWordExt:
@@ -43,7 +43,7 @@ u32 PushedConstant(const Instruction& in) {
 
 bool IsLink(const Instruction& in) {
     return in.flow == Flow::Next && in.kind == InstructionClass::Single &&
-           SingleOf(in) == Single::Link;
+           SingleOf(in.w) == Single::Link;
 }
 
 u32 PoppedBy(const Instruction& in) {
@@ -200,7 +200,7 @@ FrameRange FrameUse(const Instruction& in) {
     } else if (in.kind == InstructionClass::TestBranch &&
                static_cast<TestOperand>(TestMode(in.w)) == TestOperand::Frame32) {
         range.Add(static_cast<i32>(in.words[0]));
-    } else if (in.kind == InstructionClass::Single && SingleOf(in) == Single::Return) {
+    } else if (in.kind == InstructionClass::Single && SingleOf(in.w) == Single::Return) {
         range.Add(0);
     }
     return range;

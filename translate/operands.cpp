@@ -84,7 +84,7 @@ void KeepReached(Emission& e, const Instruction& in) {
     if (in.kind == InstructionClass::TwoOperands && in.form.a == Mode::Register) {
         written = LowRegister(in.w);
     } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
-        written = in.w >> 16;
+        written = WideRegister(in.w);
     }
     std::erase_if(e.reached, [&](const Emission::Reach& reach) { return reach.number == written; });
 }

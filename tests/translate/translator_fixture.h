@@ -8,7 +8,6 @@
 #include "tests/support/vm_fixture.h"
 #include "tools/asm/assembler.h"
 #include "translate/translator.h"
-#include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/threaded.h"
@@ -40,7 +39,7 @@ class Translator : public VmTest {
         ResetMachine();
         ResetRunCycle();
         vmFiles.contents["MAIN.MX"].assign(assembled.bytes.begin(), assembled.bytes.end());
-        ASSERT_TRUE(LoadModule());
+        ASSERT_TRUE(LoadTestModule());
         ASSERT_EQ(StartTranslator(options), TranslatorStart::Running);
     }
 };
