@@ -28,7 +28,6 @@
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
-#include "vm/threaded.h"
 
 namespace moxi {
 
@@ -51,8 +50,16 @@ void StartTranslation() {
     if (wish != nullptr && std::string_view(wish) == "all") {
         translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
     }
-    if (!kThreaded || StartTranslator(translator)) return;
-    SystemLog("modules are interpreted: there is no memory to execute translations from");
+    switch (StartTranslator(translator)) {
+        case TranslatorStart::Running:
+        case TranslatorStart::Unsupported: return;
+        case TranslatorStart::ImageTooLarge:
+            SystemLog("modules are interpreted: the image is too large to translate its code");
+            return;
+        case TranslatorStart::NoMemory:
+            SystemLog("modules are interpreted: there is no memory to execute translations from");
+            return;
+    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Times the machine on six kernels, each written for MX, in C++ and in Lua, checks that all
-// compute the same, and prints a table in Markdown. MX is interpreted and translated. What an
-// indirect jump costs that the processor cannot foresee stands before the table: what an
+// compute the same, and prints a table in Markdown. MX is interpreted and translated. Node.js runs
+// the C++ kernels as wasm, compiled by its optimizing compiler and by its baseline compiler alone.
+// What an indirect jump costs that the processor cannot foresee stands before the table: what an
 // interpreter takes depends on it most.
 //
 //   interpreter_bench [--runs N] [--update FILE] [KERNEL...]
@@ -41,7 +42,9 @@ struct Result {
     double machine = 0.0;     // seconds, medians; interpreted
     double translated = 0.0;  // 0 when there is no translator
     double native = 0.0;
-    double lua = 0.0;  // 0 when Lua is not there
+    double lua = 0.0;   // 0 when Lua is not there
+    double node = 0.0;  // 0 when Node.js is not there
+    double nodeBaseline = 0.0;
 };
 
 // Processor time: what other programs take meanwhile does not count, as in Lua's os.clock.
@@ -118,7 +121,7 @@ u32 MeasureMachine(int runs, Result& result) {
 std::optional<u32> MeasureTranslated(int runs, Result& result) {
     const NativeKernel& kernel = *result.kernel;
     LoadKernelOf(kernel);
-    if (!moxi::StartTranslator({})) return std::nullopt;
+    if (StartTranslator({}) != TranslatorStart::Running) return std::nullopt;
     SetUpMachine(kernel);
     RunMachine(kernel);
     result.translated = MedianTime(
@@ -179,24 +182,65 @@ bool HasLua() {
     return std::system("command -v lua5.4 >/dev/null 2>&1") == 0;
 }
 
-u32 MeasureLua(int runs, Result& result) {
-    const NativeKernel& kernel = *result.kernel;
-    const std::string command = "lua5.4 " + ShellQuoted(kKernelFolder + "harness.lua") + " " +
-                                ShellQuoted(kKernelFolder + kernel.name + ".lua") + " " +
-                                std::to_string(kernel.size) + " " + std::to_string(runs);
+// The median of the seconds that a command prints, line by line, behind a checksum.
+double MeasureCommand(const std::string& command, u32& checksum) {
     FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) Fail("lua5.4 cannot be started\n");
-    unsigned checksum = 0;
-    if (std::fscanf(pipe, "%u", &checksum) != 1) Fail(command + " printed no checksum\n");
+    if (pipe == nullptr) Fail(command + " cannot be started\n");
+    unsigned first = 0;
+    if (std::fscanf(pipe, "%u", &first) != 1) Fail(command + " printed no checksum\n");
+    checksum = first;
     std::vector<double> times;
     double seconds = 0.0;
     while (std::fscanf(pipe, "%lf", &seconds) == 1) times.push_back(seconds);
     if (pclose(pipe) != 0 || times.empty()) Fail(command + " failed\n");
-    result.lua = Median(times);
+    return Median(times);
+}
+
+u32 MeasureLua(int runs, Result& result) {
+    const NativeKernel& kernel = *result.kernel;
+    u32 checksum = 0;
+    result.lua = MeasureCommand("lua5.4 " + ShellQuoted(kKernelFolder + "harness.lua") + " " +
+                                    ShellQuoted(kKernelFolder + kernel.name + ".lua") + " " +
+                                    std::to_string(kernel.size) + " " + std::to_string(runs),
+                                checksum);
     return checksum;
 }
 
-Result Measure(const NativeKernel& kernel, int runs, bool withLua) {
+#ifdef MOXI_WASM_KERNELS
+constexpr const char* kWasmKernels = MOXI_WASM_KERNELS;
+#else
+constexpr const char* kWasmKernels = nullptr;
+#endif
+
+// "v18.20.4"; empty when there is no Node.js or no kernel for it.
+std::string NodeVersion() {
+    if (kWasmKernels == nullptr) return {};
+    FILE* pipe = popen("node --version 2>/dev/null", "r");
+    if (pipe == nullptr) return {};
+    char version[64] = "";
+    const bool isRead = std::fscanf(pipe, "%63s", version) == 1;
+    return pclose(pipe) == 0 && isRead ? version : "";
+}
+
+// As its optimizing compiler makes it, or by its baseline compiler alone.
+u32 MeasureNode(int runs, bool isBaseline, Result& result) {
+    const auto number = result.kernel - nativeKernels.data();
+    u32 checksum = 0;
+    (isBaseline ? result.nodeBaseline : result.node) =
+        MeasureCommand(std::string(isBaseline ? "node --liftoff-only " : "node ") +
+                           ShellQuoted(kKernelFolder + "harness.mjs") + " " +
+                           ShellQuoted(kWasmKernels) + " " + std::to_string(number) + " " +
+                           std::to_string(result.kernel->size) + " " + std::to_string(runs),
+                       checksum);
+    return checksum;
+}
+
+struct Others {
+    bool hasLua = false;
+    std::string node;  // its version; empty when it is not there
+};
+
+Result Measure(const NativeKernel& kernel, int runs, const Others& others) {
     Result result;
     result.kernel = &kernel;
     const u32 wanted = MeasureNative(runs, result);
@@ -204,7 +248,11 @@ Result Measure(const NativeKernel& kernel, int runs, bool withLua) {
     if (const std::optional<u32> checksum = MeasureTranslated(runs, result)) {
         ExpectChecksum(kernel, "translated MX", *checksum, wanted);
     }
-    if (withLua) ExpectChecksum(kernel, "Lua", MeasureLua(runs, result), wanted);
+    if (others.hasLua) ExpectChecksum(kernel, "Lua", MeasureLua(runs, result), wanted);
+    if (!others.node.empty()) {
+        ExpectChecksum(kernel, "wasm", MeasureNode(runs, false, result), wanted);
+        ExpectChecksum(kernel, "wasm", MeasureNode(runs, true, result), wanted);
+    }
     return result;
 }
 
@@ -240,15 +288,17 @@ double GeometricMean(const std::vector<Result>& results,
 double NsPerInstruction(const Result& result) {
     return result.machine * 1e9 / static_cast<double>(result.instructions);
 }
-double RatioToNative(const Result& result) {
-    return result.machine / result.native;
-}
-double TranslatedRatio(const Result& result) {
-    return result.translated / result.native;
-}
-double LuaRatio(const Result& result) {
-    return result.lua / result.machine;
-}
+
+// The times of a table's row, and by what they are shown.
+struct Column {
+    const char* name;
+    double Result::*seconds;
+};
+constexpr Column kColumns[] = {{"MX", &Result::machine},
+                               {"translated", &Result::translated},
+                               {"Node.js", &Result::node},
+                               {"its baseline", &Result::nodeBaseline},
+                               {"Lua 5.4", &Result::lua}};
 
 std::string Format(const char* format, double value) {
     char text[64];
@@ -261,36 +311,48 @@ std::string Number(double value) {
 }
 
 std::string Row(const Result& result) {
-    const bool isTranslated = result.translated > 0;
-    const bool hasLua = result.lua > 0;
-    std::string row = std::string("| ") + result.kernel->name;
-    for (const std::string& field :
-         {std::to_string(result.instructions), Number(result.machine * 1e3),
-          Number(NsPerInstruction(result)), isTranslated ? Number(result.translated * 1e3) : "-",
-          Number(result.native * 1e3), Number(RatioToNative(result)),
-          isTranslated ? Number(TranslatedRatio(result)) : "-",
-          hasLua ? Number(result.lua * 1e3) : "-", hasLua ? Number(LuaRatio(result)) : "-"}) {
-        row += " | " + field;
+    std::string row = std::string("| ") + result.kernel->name + " | " +
+                      std::to_string(result.instructions) + " | " +
+                      Number(NsPerInstruction(result)) + " | " + Number(result.native * 1e3);
+    for (const Column& column : kColumns) {
+        const double seconds = result.*column.seconds;
+        row += " | " + (seconds > 0 ? Number(seconds * 1e3) : "-");
+    }
+    for (const Column& column : kColumns) {
+        const double seconds = result.*column.seconds;
+        row += " | " + (seconds > 0 ? Number(seconds / result.native) : "-");
     }
     return row + " |\n";
 }
 
-std::string Table(const std::vector<Result>& results, int runs, double jump) {
+std::string MeanRow(const std::vector<Result>& results) {
+    std::string row =
+        "| geometric mean | | " + Number(GeometricMean(results, NsPerInstruction)) + " | ";
+    for (size_t i = 0; i < std::size(kColumns); ++i) row += " | ";
+    for (const Column& column : kColumns) {
+        const auto ratio = [&column](const Result& result) {
+            return result.*column.seconds / result.native;
+        };
+        const bool isThere = results.front().*column.seconds > 0;
+        row += " | " + (isThere ? Number(GeometricMean(results, ratio)) : "-");
+    }
+    return row + " |\n";
+}
+
+std::string Table(const std::vector<Result>& results, int runs, double jump, const Others& others) {
     std::ostringstream out;
-    out << "Processor: " << ProcessorName() << "; compiler: " << CompilerName() << "; medians of "
-        << runs
+    out << "Processor: " << ProcessorName() << "; compiler: " << CompilerName()
+        << (others.node.empty() ? "" : "; Node.js " + others.node) << "; medians of " << runs
         << " runs, processor time. An indirect jump that cannot be foreseen: " << Number(jump)
         << " ns.\n\n"
-        << "| Kernel | MX instructions | MX ms | ns per instruction | MX translated ms | C++ ms | "
-           "MX / C++ | translated / C++ | Lua 5.4 ms | Lua / MX |\n"
-        << "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+        << "| Kernel | MX instructions | ns per instruction | C++ ms";
+    for (const Column& column : kColumns) out << " | " << column.name << " ms";
+    for (const Column& column : kColumns) out << " | " << column.name << " / C++";
+    out << " |\n|---|---:|---:|---:";
+    for (size_t i = 0; i < 2 * std::size(kColumns); ++i) out << "|---:";
+    out << "|\n";
     for (const Result& result : results) out << Row(result);
-    const bool isTranslated = results.front().translated > 0;
-    const bool hasLua = results.front().lua > 0;
-    out << "| geometric mean | | | " << Number(GeometricMean(results, NsPerInstruction))
-        << " | | | " << Number(GeometricMean(results, RatioToNative)) << " | "
-        << (isTranslated ? Number(GeometricMean(results, TranslatedRatio)) : "-") << " | | "
-        << (hasLua ? Number(GeometricMean(results, LuaRatio)) : "-") << " |\n";
+    out << MeanRow(results);
     return out.str();
 }
 
@@ -326,15 +388,15 @@ bool Chosen(const Options& options, const char* name) {
 
 static int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
-    const bool withLua = HasLua();
+    const Others others = {HasLua(), NodeVersion()};
     const double jump = UnforeseenJump(options.runs);
     std::vector<Result> results;
     for (const NativeKernel& kernel : nativeKernels) {
         if (!Chosen(options, kernel.name)) continue;
-        results.push_back(Measure(kernel, options.runs, withLua));
+        results.push_back(Measure(kernel, options.runs, others));
     }
     if (results.empty()) Fail("there is no such kernel\n");
-    const std::string table = Table(results, options.runs, jump);
+    const std::string table = Table(results, options.runs, jump, others);
     std::cout << table;
     if (!options.update.empty()) Update(options.update, table);
     return 0;

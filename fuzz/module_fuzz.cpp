@@ -3,6 +3,9 @@
 // module's files lie in a folder of the run's own. A message ends the run when it has taken too
 // many instructions.
 //
+// Compiled with MOXI_FUZZ_TRANSLATED, without sanitizers, an input whose messages all end is then
+// run once more with everything translated.
+//
 // The input is read from its end, as FuzzedDataProvider does: choices first, then the bytes that
 // become the module's code and data.
 
@@ -36,6 +39,7 @@
 #include "sys/settings.h"
 #include "sys/time_group.h"
 #include "tools/asm/assembler.h"
+#include "translate/translator.h"
 #include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
@@ -345,7 +349,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
+namespace {
+
+// False when a message, or the process, has been ended.
+bool RunInput(const u8* data, size_t size, bool isTranslated) {
     FuzzedDataProvider input(data, size);
     ResetHost();
     WireHost();
@@ -371,14 +378,36 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         setWindowFrame(frame);
     };
     messageInstructions = runInstructions = drawingLooks = 0;
-    instructionTrace = &kBudget;
+    bool hasEnded = false;
+    if (!isTranslated) instructionTrace = &kBudget;
+#ifdef MOXI_FUZZ_TRANSLATED
+    if (isTranslated) {
+        vmSlots.moduleLoaded = [] {
+            StartTranslator({.interval = 0, .threshold = 1, .traceDepth = 16});
+        };
+    }
+#endif
     try {
         moxiAppDelegate::init();
         desktop.runEventLoop();
     } catch (const RunEnded&) {
-        // The end of the process in real life.
+        hasEnded = true;  // the end of the process in real life
     }
     instructionTrace = nullptr;
+    return !hasEnded;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
+    const bool wentOn = RunInput(data, size, false);
+#ifdef MOXI_FUZZ_TRANSLATED
+    if (wentOn) RunInput(data, size, true);
+    StopTranslator();
+    vmSlots.moduleLoaded = [] {};
+#else
+    static_cast<void>(wentOn);
+#endif
     return 0;
 }
 

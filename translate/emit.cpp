@@ -124,9 +124,9 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
     return x86::Mem(kImage, pointer, 0, offset, size);
 }
 
-// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP that the call had lies on
-// the processor's stack: most often it is the right one, and then neither it nor SP, which follows from
-// the instruction, has to wait for what the module's stack says.
+// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP that the call had
+// lies on the processor's stack: most often it is the right one, and then neither it nor SP, which
+// follows from the instruction, has to wait for what the module's stack says.
 void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     const Label wanted = e.a.newLabel();
     e.returns.push_back({wanted, returned});
@@ -205,8 +205,8 @@ void RequireNarrowReturn(Emission& e, u32 count) {
     e.a.jnz(LeaveLabel(e));
 }
 
-// Hands to where it comes back: in rax the address, with the bytes of arguments in the upper half, in
-// edx FP of the caller, in r13 that of the called.
+// Hands to where it comes back: in rax the address, with the bytes of arguments in the upper half,
+// in edx FP of the caller, in r13 that of the called.
 void EmitReturn(Emission& e, const Instruction& in) {
     const u32 count = SavedRegisters(in.w);
     if (count != 0) RequireStack(e);

@@ -13,9 +13,9 @@ namespace moxi {
 struct CodePlace {
     u32 offset = 0;  // in the translation
     u32 pc = 0;
-    u32 slot = 0;          // what its block has put into the immediate slot so far, itself included,
+    u32 slot = 0;  // what its block has put into the immediate slot so far, itself included,
     bool fillsSlot = false;  // if it has; the image may not have it yet
-    u16 index = 0;         // in its block
+    u16 index = 0;           // in its block
 };
 
 // Where a block begins.
@@ -49,8 +49,8 @@ struct SharedCode {
     u8* leaveAfter = nullptr;  // the same when all of the block was executed
     u8* arrive = nullptr;      // the same for want of a comparison with the module's code
     u8* emptyStack = nullptr;  // forgets where calls go on
-    // A RETURN has come to another place than the call that left its own on the processor's stack, or
-    // with another FP. The first with FP of the call still there.
+    // A RETURN has come to another place than the call that left its own on the processor's stack,
+    // or with another FP. The first with FP of the call still there.
     u8* strayReturn = nullptr;
     u8* strayFrame = nullptr;
     u8* jump = nullptr;  // PC in eax: goes on in its translation, or in the interpreter

@@ -208,7 +208,8 @@ void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
         return;
     }
     if (MoveByVector(e, a, b, size)) return;
-    if (!IsHost(a) && !IsVector(a) && b.kind == PlaceKind::Constant && (size < 3 || FitsSigned32(b.constant))) {
+    if (!IsHost(a) && !IsVector(a) && b.kind == PlaceKind::Constant &&
+        (size < 3 || FitsSigned32(b.constant))) {
         const i64 value = size == 0   ? static_cast<i8>(b.constant)
                           : size == 1 ? static_cast<i16>(b.constant)
                                       : static_cast<i32>(b.constant);

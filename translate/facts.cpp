@@ -13,8 +13,8 @@ namespace {
 constexpr i32 kAnyFrame = std::numeric_limits<i32>::min();
 constexpr i32 kMostStack = static_cast<i32>(kFloorRoom);
 
-// A loop that pushes more in each round has nothing known about its stack; it is found out after so many
-// rounds of the search.
+// A loop that pushes more in each round has nothing known about its stack; it is found out after so
+// many rounds of the search.
 constexpr u32 kMostRounds = 8;
 
 u32 PushedOperand(const Instruction& in) {

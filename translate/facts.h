@@ -1,6 +1,6 @@
 #pragma once
-// What is known where a block begins, so that it need not be compared again: how far below FP and SP the
-// module's memory may be written.
+// What is known where a block begins, so that it need not be compared again: how far below FP and
+// SP the module's memory may be written.
 
 #include <limits>
 #include <vector>
@@ -23,7 +23,8 @@ struct Facts {
     bool operator==(const Facts&) const = default;
 };
 
-// The offsets from FP, not farther than kNearFrame, that an instruction uses. None while low > high.
+// The offsets from FP, not farther than kNearFrame, that an instruction uses. None while low >
+// high.
 struct FrameRange {
     i32 low = kNearFrame;
     i32 high = -kNearFrame;
@@ -38,15 +39,15 @@ FrameRange FrameUseFrom(const Region& region, const Block& block, u32 index);
 // How many bytes an instruction pushes, or LINK makes room for; 0 when it does nothing of that.
 u32 PushedBy(const Instruction& in);
 
-// What holds behind an instruction of a block when `facts` hold before it and what it needs has been
-// compared. A CALL leaves what its target finds.
+// What holds behind an instruction of a block when `facts` hold before it and what it needs has
+// been compared. A CALL leaves what its target finds.
 Facts FactsAfter(const Region& region, const Block& block, u32 index, Facts facts);
 
 // What holds where a CALL comes back to, as `facts` hold before it.
 Facts FactsReturned(const Facts& facts);
 
-// For each block what holds wherever other blocks of the region go on in it; where it is entered from
-// elsewhere this has to be compared.
+// For each block what holds wherever other blocks of the region go on in it; where it is entered
+// from elsewhere this has to be compared.
 std::vector<Facts> FindFacts(const Region& region);
 
 }  // namespace moxi

@@ -7,8 +7,8 @@
 
 namespace moxi {
 
-// How often each register is used, uses in loops weighing more: as a whole number or an address, and as
-// a floating-point number.
+// How often each register is used, uses in loops weighing more: as a whole number or an address,
+// and as a floating-point number.
 struct RegisterUses {
     std::array<u64, 16> whole = {};
     std::array<u64, 16> floating = {};

@@ -29,22 +29,22 @@ struct Emission {
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
-    u32 index = 0;                      // of the present instruction, in the block
-    u32 end = 0;                        // of the region's code
+    u32 index = 0;  // of the present instruction, in the block
+    u32 end = 0;    // of the region's code
     // The processor's flags ZERO and SIGN are those of the newest result.
     bool flagsFit = false;
     // What is known before the present instruction, and at the beginning of each block.
     Facts facts;
     std::vector<Facts> before;
-    // What the block has put into the immediate slot so far. The image gets it only where a block goes
-    // on that may be left without putting something there itself.
+    // What the block has put into the immediate slot so far. The image gets it only where a block
+    // goes on that may be left without putting something there itself.
     bool fillsSlot = false;
     u32 slot = 0;
     // The blocks that fill the slot before they can be left.
     std::vector<bool> startWithSlot;
-    // Through which registers memory was reached in this block, and at which offset: no lower one has to
-    // be compared again until the register changes. Found while an instruction is written, and known
-    // behind it.
+    // Through which registers memory was reached in this block, and at which offset: no lower one
+    // has to be compared again until the register changes. Found while an instruction is written,
+    // and known behind it.
     struct Reach {
         u32 number;
         u32 offset;
@@ -89,7 +89,8 @@ struct Emission {
         : a(assembler), region(translated), shared(common), out(result), base(address) {}
 };
 
-// Compares whether operands in the frame from `low` on lie above all translated code: "below" if so.
+// Compares whether operands in the frame from `low` on lie above all translated code: "below" if
+// so.
 void CompareFrame(Emission& e, i32 low, const asmjit::x86::Gp& scratch);
 
 // The label at which the interpreter takes the present instruction over; nothing of it may have
@@ -125,8 +126,8 @@ asmjit::x86::Xmm VectorRegister(i32 vector);
 asmjit::x86::Gp HostRegister(i32 host);
 // The same at a size of 0 to 3.
 asmjit::x86::Gp Sized(const asmjit::x86::Gp& whole, u32 size);
-// The place as an operand of the processor: memory, or the host register at the size. Not for one in
-// a vector register.
+// The place as an operand of the processor: memory, or the host register at the size. Not for one
+// in a vector register.
 asmjit::Operand OperandOf(const Place& place, u32 size);
 asmjit::x86::Mem MemoryOf(const Place& place, u32 size);
 

@@ -29,8 +29,8 @@ constexpr u32 kVectors = 12;
 constexpr u32 kFloorRoom = 1024;
 
 // How much of the processor's stack calls may take, in bytes: RETURN finds there, by the
-// processor's own return, the code behind the CALL, and that finds below it the FP that it had. They
-// look whether these are what the module's stack says.
+// processor's own return, the code behind the CALL, and that finds below it the FP that it had.
+// They look whether these are what the module's stack says.
 constexpr i32 kHostStackSize = 65536;
 
 // The places of the log, so many that a byte counts them.
@@ -56,8 +56,8 @@ struct TranslatedState {
     // The processor's stack as it was entered with, and how far calls may go.
     u64 hostStack = 0;
     u64 hostStackLimit = 0;
-    // RETURN to an address below this is left to the interpreter: to the header, and every one while
-    // there are locks to release.
+    // RETURN to an address below this is left to the interpreter: to the header, and every one
+    // while there are locks to release.
     u32 leastReturn = 0;
     // Where a division keeps the address of its operand.
     u64 kept = 0;

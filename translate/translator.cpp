@@ -4,6 +4,7 @@
 #include <semaphore.h>
 #include <sys/mman.h>
 #include <ucontext.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -57,6 +58,7 @@ struct TranslatedRegion {
     u32 shortVisits = 0;
     u32 longVisits = 0;
     u32 pause = 0;  // so many visits are not made
+    u32 nextPause = 0;
 };
 
 constinit TranslatorOptions settings;
@@ -82,11 +84,15 @@ std::unordered_map<u32, u32> changesAt;
 // entered for a while.
 constexpr u32 kShortVisit = 12;
 constexpr u32 kShortVisits = 100;
-constexpr u32 kMissedVisits = 20000;
+// So many visits are then missed, and twice as many each time that it has not become better: what
+// is in the way may be code that has no translation yet.
+constexpr u32 kFewestMissed = 250;
+constexpr u32 kMostMissed = 20000;
 constinit TranslatedRegion* visited = nullptr;
 
 // Registers that are not to be narrow: translated code writes all of them, or they were not narrow
-// when it was about to be entered, as often as this. (The interpreter's code may fill them for good.)
+// when it was about to be entered, as often as this. (The interpreter's code may fill them for
+// good.)
 constinit u16 wideRegisters = 0;
 constexpr u32 kMostRefusals = 50;
 constinit u32 refusals = 0;
@@ -98,9 +104,15 @@ constinit RegisterUses registerUses;
 // image does not have it.
 constexpr size_t kSlotBlocks = 2;
 
-void MakeWritable(bool writable) {
-    mprotect(translatedState.codeMemory, kCodeMemory,
-             writable ? PROT_READ | PROT_WRITE : PROT_READ | PROT_EXEC);
+// Puts bytes into the code memory, which is not executable meanwhile where they come to lie.
+void Write(u8* to, const std::vector<u8>& bytes) {
+    const auto page = static_cast<u64>(sysconf(_SC_PAGESIZE));
+    const u64 start = static_cast<u64>(to - translatedState.codeMemory) / page * page;
+    const u64 end = static_cast<u64>(to - translatedState.codeMemory) + bytes.size();
+    const u64 size = std::min<u64>((end + page - 1) / page * page, kCodeMemory) - start;
+    mprotect(translatedState.codeMemory + start, size, PROT_READ | PROT_WRITE);
+    std::memcpy(to, bytes.data(), bytes.size());
+    mprotect(translatedState.codeMemory + start, size, PROT_READ | PROT_EXEC);
 }
 
 // --- Faults
@@ -140,8 +152,9 @@ Logged LoggedAt(u32 offset) {
             found->executedBefore};
 }
 
-// The newest instructions, those of each block together, the newest first: those of the logged blocks
-// before `place`, of the last block its first `executed`. As many as `wanted`, if so many are known.
+// The newest instructions, those of each block together, the newest first: those of the logged
+// blocks before `place`, of the last block its first `executed`. As many as `wanted`, if so many
+// are known.
 std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, size_t wanted) {
     const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
     std::vector<std::span<const CodePlace>> newest;
@@ -156,7 +169,8 @@ std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, si
 }
 
 // The immediate slot gets what the newest instruction that has one has put there, if the image does
-// not have it: a block stores it only where one may follow that does not begin with such an instruction.
+// not have it: a block stores it only where one may follow that does not begin with such an
+// instruction.
 void BringSlot(const std::vector<std::span<const CodePlace>>& newest) {
     for (size_t i = 0; i < newest.size() && i < kSlotBlocks; ++i) {
         if (newest[i].empty() || !newest[i].back().fillsSlot) continue;
@@ -228,9 +242,20 @@ constexpr int kSettleSignal = SIGUSR2;
 pthread_t moduleThread;
 sem_t isSettled;
 
+// As far as the log already tells of the block that was interrupted.
+void SettleSlot(const void* context, const CodePlace* at) {
+    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+    const u32 place = static_cast<u32>(registers[REG_R14]);
+    const Logged newest = LoggedAt(translatedState.log[(place - 1) % kLogSize]);
+    const bool isInside = !newest.places.empty() && at >= newest.places.data() &&
+                          at < newest.places.data() + newest.places.size();
+    if (isInside) BringSlot(NewestPlaces(place, at->index + 1, 0));
+}
+
 void OnSettle(int, siginfo_t*, void* context) {
     const CodePlace* const place = SettleInterrupted(context);
     if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
+    if (place != nullptr) SettleSlot(context, place);
     sem_post(&isSettled);
 }
 
@@ -270,8 +295,9 @@ void FreeEntries() {
 }
 
 bool MakeEntries() {
-    FreeEntries();
     const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
+    if (size == translatedState.entriesSize) return true;
+    FreeEntries();
     void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED) return false;
@@ -338,7 +364,9 @@ void NoteVisit(u32 place) {
     const bool isShort = translatedState.log[kLogSize - 1] == 0 && place < kShortVisit;
     ++(isShort ? visited->shortVisits : visited->longVisits);
     if (visited->shortVisits < kShortVisits) return;
-    if (visited->longVisits < kShortVisits / 4) visited->pause = kMissedVisits;
+    const bool isGood = visited->longVisits >= kShortVisits / 4;
+    visited->pause = visited->nextPause =
+        isGood ? 0 : std::clamp(2 * visited->nextPause, kFewestMissed, kMostMissed);
     visited->shortVisits = visited->longVisits = 0;
 }
 
@@ -429,12 +457,10 @@ TranslatedRegion* Translate(u32 pc) {
     wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
         ChooseHosts();
-        MakeWritable(true);
         const std::vector<u8> bytes =
             EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
                            reinterpret_cast<const void*>(OnArrival), shared);
-        std::memcpy(translatedState.codeMemory, bytes.data(), bytes.size());
-        MakeWritable(false);
+        Write(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
     u8* const base = translatedState.codeMemory + codeUsed;
@@ -445,9 +471,7 @@ TranslatedRegion* Translate(u32 pc) {
         regions.pop_back();
         return nullptr;
     }
-    MakeWritable(true);
-    std::memcpy(base, translation.code.data(), translation.code.size());
-    MakeWritable(false);
+    Write(base, translation.code);
     codeUsed += (translation.code.size() + 63) / 64 * 64;
 
     made.code = base;
@@ -546,10 +570,11 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
 
 }  // namespace
 
-bool StartTranslator(const TranslatorOptions& options) {
+TranslatorStart StartTranslator(const TranslatorOptions& options) {
     StopTranslator();
-    if (!kThreaded || image == nullptr || imageSize > kLargestImage) return false;
-    if (!MakeCodeMemory() || !MakeEntries()) return false;
+    if (!kThreaded || image == nullptr) return TranslatorStart::Unsupported;
+    if (imageSize > kLargestImage) return TranslatorStart::ImageTooLarge;
+    if (!MakeCodeMemory() || !MakeEntries()) return TranslatorStart::NoMemory;
     settings = options;
     ForgetEverything();
     wideRegisters = 0;
@@ -559,7 +584,7 @@ bool StartTranslator(const TranslatorOptions& options) {
     translatedCodeAt = CodeAt;
     beforeFault = OnFaultInCode;
     nextTranslationCheck = 0;
-    return true;
+    return TranslatorStart::Running;
 }
 
 void SettleTranslatedRun() {
@@ -575,7 +600,6 @@ void StopTranslator() {
     translatedCodeAt = nullptr;
     beforeFault = nullptr;
     ForgetEverything();
-    FreeEntries();
 }
 
 }  // namespace moxi

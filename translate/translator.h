@@ -15,9 +15,15 @@ struct TranslatorOptions {
     u32 traceDepth = 16;
 };
 
-// Lets the interpreter of the loaded image translate. An earlier image's code is forgotten. False
-// when there is no memory to execute from; the interpreter then goes on by itself.
-bool StartTranslator(const TranslatorOptions& options);
+// Lets the interpreter of the loaded image translate. An earlier image's code is forgotten. Unless
+// it is running then, the interpreter goes on by itself.
+enum class TranslatorStart {
+    Running,
+    Unsupported,    // this processor, or a build that interprets alone
+    ImageTooLarge,  // less than 128 KB smaller than the address space
+    NoMemory,       // to execute from
+};
+TranslatorStart StartTranslator(const TranslatorOptions& options);
 
 // The interpreter goes on by itself from the next message on.
 void StopTranslator();

@@ -77,7 +77,7 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     RunResult result;
     instructionTrace = traced ? &kBudgetTrace : nullptr;
     instructionsLeft = options.budget;
-    if (engine == Engine::Translated) moxi::StartTranslator(kTranslateAll);
+    if (engine == Engine::Translated) StartTranslator(kTranslateAll);
     try {
         RunInterpreter();
         result.outcome = OutcomeOfReturn(options.modalDepth);

@@ -36,9 +36,10 @@ namespace {
 constexpr u32 kCode = 512;
 
 struct Program {
-    explicit Program(u64 seed) : random(seed) {}
+    Program(u64 seed, ProgramKind wanted) : random(seed), kind(wanted) {}
 
     Random random;
+    ProgramKind kind;
     std::vector<u8> image;
     u32 codeEnd = 0;  // data from here on
     u32 stackLimit = 0;
@@ -66,6 +67,12 @@ u32 DataAddress(Program& p) {
 // An address as a module would use it, and now and then as it would not.
 u32 Address(Program& p) {
     const u32 size = static_cast<u32>(p.image.size());
+    if (p.kind == ProgramKind::SelfChanging && p.random.OneIn(3)) {
+        return p.random.Between(kCode, p.codeEnd - 8);
+    }
+    if (p.kind == ProgramKind::Faulting && p.random.OneIn(12)) {
+        return p.random.OneIn(2) ? size - 10 + p.random.Below(12) : p.random.Between(500, 516);
+    }
     switch (p.random.Below(40)) {
         case 0: return p.random.OneIn(5) ? static_cast<u32>(p.random.Next()) : DataAddress(p);
         case 1: return p.random.OneIn(4) ? size - 16 + p.random.Below(96) : DataAddress(p);
@@ -324,6 +331,10 @@ void EmitCallOrFrame(Program& p) {
 }
 
 void EmitInstruction(Program& p) {
+    if (p.kind == ProgramKind::Services && p.random.OneIn(8)) {
+        Emit(p, 276);  // SYS
+        return;
+    }
     const u32 choice = p.random.Below(200);
     if (choice < 100) {
         EmitTwoOperands(p);
@@ -363,6 +374,7 @@ void FillRegisters(Program& p) {
     for (u32 r = 0; r < 16; ++r) {
         const bool pointer = r < 6 || r == 15;
         u64 value = pointer ? DataAddress(p) : Number(p);
+        if (pointer && p.kind != ProgramKind::Any && p.random.OneIn(2)) value = Address(p);
         if (pointer && p.random.OneIn(3)) value |= p.random.Next() << 32;
         if (p.random.OneIn(12)) value = Target(p);
         if (p.random.OneIn(10)) value = p.random.Between(120, 264);  // the header's words
@@ -377,6 +389,7 @@ void FillHeader(Program& p) {
     u32 sp = p.stackTop - 24 - p.random.Below(64);
     // A stack in the header: pushes and calls write over PC, SP, FP and the flags.
     if (p.random.OneIn(25)) sp = p.random.Between(130, 300);
+    if (p.kind == ProgramKind::Faulting && p.random.OneIn(4)) sp = p.random.Between(500, 1600);
     Put(p, 136, kCode, 4);
     Put(p, 144, p.stackTop, 4);
     Put(p, 152, p.stackLimit, 4);
@@ -401,8 +414,8 @@ void FillHeader(Program& p) {
 
 }  // namespace
 
-std::vector<u8> RandomProgram(u64 seed) {
-    Program p(seed);
+std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
+    Program p(seed, kind);
     const u32 codeSize = 4 * p.random.Between(8, 200);
     const u32 dataSize = p.random.Between(256, 1024);
     const u32 stackSize = p.random.Between(700, 1500);

@@ -21,8 +21,16 @@ class Random {
     u64 state;
 };
 
+// What a program does more often than others.
+enum class ProgramKind {
+    Any,
+    Services,      // SYS everywhere
+    SelfChanging,  // stores into its own code
+    Faulting,      // operands near both ends of the image, and stacks near the lower one
+};
+
 // An image of a few thousand bytes: a message frame on the stack, code from 512 on, pointers and
 // numbers in the registers, random data.
-std::vector<u8> RandomProgram(u64 seed);
+std::vector<u8> RandomProgram(u64 seed, ProgramKind kind = ProgramKind::Any);
 
 }  // namespace moxi

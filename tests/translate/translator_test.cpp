@@ -5,55 +5,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <fstream>
 #include <string>
 #include <thread>
 
-#include "tests/support/vm_fixture.h"
-#include "tools/asm/assembler.h"
+#include "tests/translate/translator_fixture.h"
 #include "translate/region.h"
 #include "vm/guard.h"
-#include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
-#include "vm/threaded.h"
 
 namespace moxi {
 
 namespace {
-
-class Translator : public VmTest {
-  protected:
-    void SetUp() override {
-        VmTest::SetUp();
-        if (!kThreaded) GTEST_SKIP() << "this build interprets alone";
-        moxi::translatorCounts = {};
-    }
-    void TearDown() override {
-        moxi::StopTranslator();
-        VmTest::TearDown();
-    }
-
-    // Runs a message of a module made of `source`; gives back R14.
-    static u32 RunSource(const std::string& source, u32 p1,
-                         const moxi::TranslatorOptions& options) {
-        Load(source, options);
-        MXmsg(1, p1, 0, 0);
-        return moxi::Load<u32>(kHeaderR14);
-    }
-
-    static void Load(const std::string& source, const moxi::TranslatorOptions& options) {
-        const AssembleResult assembled = Assemble(source, "test.mxs");
-        ASSERT_TRUE(assembled.ok) << FormatErrors(assembled);
-        ResetMachine();
-        ResetRunCycle();
-        vmFiles.contents["MAIN.MX"].assign(assembled.bytes.begin(), assembled.bytes.end());
-        ASSERT_TRUE(LoadTestModule());
-        ASSERT_TRUE(moxi::StartTranslator(options));
-    }
-};
 
 // The sum of 1 to p1.
 const std::string kSum =
@@ -65,8 +30,6 @@ const std::string kSum =
     "        SUB.L R1, #1\n"
     "        BNE @loop\n"
     "        RETURN 0\n";
-
-constexpr moxi::TranslatorOptions kAll = {.interval = 0, .threshold = 1, .traceDepth = 16};
 
 u32 servicesRun = 0;
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/support/bench_run.h"
+#include "tests/support/compare_runs.h"
 #include "tests/support/random_program.h"
 #include "tests/support/vm_fixture.h"
 #include "vm/diagnostics.h"
@@ -52,60 +53,6 @@ void PlainService(plain::Machine& m) {
     m.memory = std::move(picture.bytes);
 }
 
-std::string LastInstructions(const RunResult& result) {
-    std::string text = "  last instructions:";
-    const size_t count = result.trace.size();
-    for (size_t i = count < 6 ? 0 : count - 6; i < count; ++i) {
-        const u32 at = result.trace[i];
-        text += FormatText(" 0x%8.8X", at);
-        if (u64{at} + 4 <= result.image.size()) {
-            text += FormatText(":%8.8X", static_cast<u32>(Picture{result.image}.Get(at, 4)));
-        }
-    }
-    return text + "\n";
-}
-
-// Which of the registers a RETURN had restored when it faulted, or how much of its frame a LINK or
-// a MODAL had stored, is nobody's business.
-bool MayStopHalfWay(const RunResult& result) {
-    const u32 at = result.trace.empty() ? 0 : result.trace.back();
-    if (result.outcome != Outcome::MemoryFault || u64{at} + 4 > result.image.size()) return false;
-    const u64 code = Picture{result.image}.Get(at, 4) & 1023;
-    return code == 340 || code == 596 || code == 788 || code == 148 || code == 916;
-}
-
-// Translated code keeps the newest addresses of the trace alone: more of them than anyone prints.
-void KeepNewest(std::vector<u32>& trace) {
-    constexpr size_t kKept = 250;
-    if (trace.size() > kKept) trace.erase(trace.begin(), trace.end() - kKept);
-}
-
-// What is different about two runs of one program; empty when nothing is.
-std::string Compare(const RunResult& got, const RunResult& wanted) {
-    std::string text;
-    if (got.outcome != wanted.outcome) {
-        text += FormatText("  it ended with %s, expected %s\n", plain::OutcomeName(got.outcome),
-                           plain::OutcomeName(wanted.outcome));
-    }
-    if (got.messages != wanted.messages) {
-        text += FormatText(
-            "  messages: got %zu, last \"%s\", expected %zu, last \"%s\"\n", got.messages.size(),
-            got.messages.empty() ? "" : got.messages.back().c_str(), wanted.messages.size(),
-            wanted.messages.empty() ? "" : wanted.messages.back().c_str());
-    }
-    if (got.debugLog != wanted.debugLog) text += "  the debug logs differ\n";
-    if (got.modalDepth != wanted.modalDepth) text += "  the modal depths differ\n";
-    if (got.presentNotify != wanted.presentNotify) text += "  the present-notify flags differ\n";
-    if (got.runState != wanted.runState) text += "  the run states differ\n";
-    if (got.pcPreJsr != wanted.pcPreJsr) text += "  PCpreJSR differs\n";
-    if (!MayStopHalfWay(wanted)) text += Differences(got.image, wanted.image);
-    if (wanted.outcome != Outcome::BudgetSpent && got.trace != wanted.trace) {
-        text += "  the PC traces differ\n";
-    }
-    if (!text.empty()) text += LastInstructions(wanted);
-    return text;
-}
-
 }  // namespace
 
 TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePlainExecutor) {
@@ -132,15 +79,15 @@ TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePla
             }
             // A program may well end with the very last instruction of the budget.
             if (wanted.outcome != Outcome::BudgetSpent) ++options.budget;
-            std::string difference = Compare(RunOn(Engine::Traced, program, options), wanted);
+            std::string difference = CompareRuns(RunOn(Engine::Traced, program, options), wanted);
             // Only a program that is known to end runs without a budget.
             if (difference.empty() && wanted.outcome != Outcome::BudgetSpent) {
-                difference = Compare(RunOn(Engine::Fast, program, options), wanted);
+                difference = CompareRuns(RunOn(Engine::Fast, program, options), wanted);
                 if (difference.empty()) {
                     RunResult translated = RunOn(Engine::Translated, program, options);
                     RunResult shortened = wanted;
                     for (RunResult* result : {&translated, &shortened}) KeepNewest(result->trace);
-                    difference = Compare(translated, shortened);
+                    difference = CompareRuns(translated, shortened);
                     if (!difference.empty()) difference = "translated:\n" + difference;
                 }
             }

@@ -6,8 +6,8 @@ namespace moxi {
 
 constinit TranslatorCounts translatorCounts;
 
-bool StartTranslator(const TranslatorOptions&) {
-    return false;
+TranslatorStart StartTranslator(const TranslatorOptions&) {
+    return TranslatorStart::Unsupported;
 }
 
 void StopTranslator() {}

@@ -1,0 +1,178 @@
+// What is rare: stacks that reach into code, images that nearly fill the address space, modal
+// waits, locks that a RETURN has to release, and runs that are watched.
+
+#include <cstring>
+#include <string>
+
+#include "tests/support/bench_run.h"
+#include "tests/support/compare_runs.h"
+#include "tests/translate/translator_fixture.h"
+#include "vm/heap.h"
+#include "vm/interpreter.h"
+#include "vm/slots.h"
+
+namespace moxi {
+
+namespace {
+
+u32 instructionsSeen = 0;
+
+constexpr InstructionTrace kCounting = {[](u32) { ++instructionsSeen; }, [](u32) {}};
+
+// Code that calls itself and never returns.
+Picture Recursion(u32 sp) {
+    Picture picture = BenchPicture();
+    picture.PutWords(kBenchCode, {84 | 4 << 16, kBenchCode});  // CALL itself, 4 bytes of arguments
+    picture.Put(160, sp, 4);
+    return picture;
+}
+
+}  // namespace
+
+TEST_F(Translator, AStackThatRunsIntoTheCodeEndsAsOnThePlainExecutor) {
+    // Pushes its way down over its own code: what it then executes are pushed addresses.
+    for (const u32 sp : {2800u, 1601u, 1538u, 700u, 530u, 520u, 513u}) {
+        const Picture picture = Recursion(sp);
+        const RunOptions options = {.budget = 100000};
+        const RunResult wanted = RunOn(Engine::Plain, picture.bytes, options);
+        ASSERT_NE(wanted.outcome, plain::Outcome::BudgetSpent);
+        RunResult got = RunOn(Engine::Translated, picture.bytes, options);
+        RunResult shortened = wanted;
+        for (RunResult* const result : {&got, &shortened}) KeepNewest(result->trace);
+        EXPECT_EQ(CompareRuns(got, shortened), "") << "from SP " << sp;
+    }
+}
+
+TEST_F(Translator, AnImageThatFillsTheAddressSpaceIsInterpretedAndOneALittleSmallerIsNot) {
+    MakeImage(0xFFFF0000, 0xFFF00000, 0xFFFE0000);
+    EXPECT_EQ(StartTranslator(kAll), TranslatorStart::ImageTooLarge);
+    // Sums 1 to 100 in a frame near the end of the image, with the counter on the stack.
+    const AssembleResult assembled = Assemble(
+        "        .stack 4096\n"
+        "start:  LINK 16, 2\n"
+        "        MOVE.L [FP-8], #100\n"
+        "        MOVE.L R14, #0\n"
+        "@loop:  ADD.L R14, [FP-8]\n"
+        "        PUSH.L R14\n"
+        "        POP.L R13\n"
+        "        SUB.L [FP-8], #1\n"
+        "        BNE @loop\n"
+        "        RETURN 2\n",
+        "test.mxs");
+    ASSERT_TRUE(assembled.ok) << FormatErrors(assembled);
+    MakeImage(0xFFFD0000, 0xFFF00000, 0xFFFCFF00);
+    std::memcpy(image + kEntryPoint, assembled.bytes.data() + kEntryPoint,
+                assembled.bytes.size() - kEntryPoint);
+    ASSERT_EQ(StartTranslator(kAll), TranslatorStart::Running);
+    MXmsg(1, 0, 0, 0);
+    EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 5050u);
+    EXPECT_EQ(moxi::Load<u32>(kHeaderSP), 0xFFFCFF00u);
+    EXPECT_GE(translatorCounts.regions, 1u);
+}
+
+TEST_F(Translator, AModalWaitInTranslatedCodeGoesOnWithTheRegistersItHad) {
+    // Message 1 sums 1 to 1,000 into R14, counts in R2, and waits; message 2 spoils both and ends
+    // the wait; what comes behind it adds R2.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R2, #0\n"
+        "        CMP.L [FP+12], #2\n"
+        "        BEQ @end\n"
+        "        MOVE.L R1, #1000\n"
+        "@loop:  ADD.L R14, R1\n"
+        "        ADD.L R2, #1\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        MODAL\n"
+        "        ADD.L R14, R2\n"
+        "        RETURN 0\n"
+        "@end:   EMOD\n";
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        Load(source, options);
+        const u32 sp = moxi::Load<u32>(kHeaderSP);
+        MXmsg(1, 0, 0, 0);
+        EXPECT_EQ(modalDepth, 1);
+        MXmsg(2, 0, 0, 0);
+        EXPECT_EQ(modalDepth, 0);
+        EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 500500u + 1000u);
+        EXPECT_EQ(moxi::Load<u32>(kHeaderSP), sp);
+    }
+}
+
+TEST_F(Translator, ALockThatAFrameTookIsReleasedByItsReturn) {
+    // The leaf locks a block by the service; 50 times.
+    const std::string source =
+        "        .stack 4096\n"
+        "        .heap 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R1, #50\n"
+        "@loop:  CALL @leaf\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "@leaf:  LINK 0, 0\n"
+        "        SYS\n"
+        "        RETURN 0\n";
+    static u32 handle = 0;
+    static u32 lockedBefore = 0;
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        Load(source, options);
+        handle = AllocHeap(16);
+        lockedBefore = 0;
+        vmSlots.sysDispatch = [] {
+            if (heapPtrs[handle].lockCount != 0) ++lockedBefore;
+            LockHeap(handle);
+        };
+        MXmsg(1, 0, 0, 0);
+        EXPECT_EQ(lockedBefore, 0u);
+        EXPECT_EQ(heapPtrs[handle].lockCount, 0u);
+        EXPECT_LT(heapListHeads[static_cast<u32>(HeapList::Locked)], 0);
+    }
+}
+
+TEST_F(Translator, ARunThatIsWatchedIsNotTranslated) {
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #1000\n"
+        "@loop:  SUB.L R14, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n";
+    Load(source, kAll);
+    instructionsSeen = 0;
+    instructionTrace = &kCounting;
+    MXmsg(1, 0, 0, 0);
+    instructionTrace = nullptr;
+    // LINK, MOVE, RETURN, and 1,000 rounds of two.
+    EXPECT_EQ(instructionsSeen, 2003u);
+    EXPECT_EQ(translatorCounts.entries, 0u);
+}
+
+TEST_F(Translator, WhatAConstantLeftInTheSlotIsThereWhenAServiceLooks) {
+    // A block without a constant follows one with a constant; the service is called from the
+    // second.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R2, #3\n"
+        "        MOVE.L R1, #40\n"
+        "@loop:  ADD.L R3, #0x1234567\n"
+        "        BNE @next\n"
+        "@next:  MOVE.L R4, R3\n"
+        "        SYS\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n";
+    static u32 wrong = 0;
+    wrong = 0;
+    Load(source, kAll);
+    vmSlots.sysDispatch = [] {
+        if (moxi::Load<u32>(256) != 0x1234567) ++wrong;
+    };
+    MXmsg(1, 0, 0, 0);
+    EXPECT_EQ(wrong, 0u);
+}
+
+}  // namespace moxi

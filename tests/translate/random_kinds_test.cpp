@@ -1,0 +1,146 @@
+// Random programs of every kind end translated as they do on the plain executor: with services in
+// between that change registers and code, with stores into their own code, with accesses near both
+// ends of the image, and while another thread looks again and again. MOXI_RANDOM_PROGRAMS sets how
+// many, MOXI_RANDOM_SEED the first seed.
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/bench_run.h"
+#include "tests/support/compare_runs.h"
+#include "tests/support/random_program.h"
+#include "tests/support/vm_fixture.h"
+#include "translate/translator.h"
+#include "vm/diagnostics.h"
+#include "vm/machine.h"
+#include "vm/slots.h"
+#include "vm/threaded.h"
+
+namespace moxi {
+
+using plain::Outcome;
+
+namespace {
+
+class RandomKinds : public VmTest {};
+
+constexpr u64 kPrograms = 12000;
+constexpr u64 kBudget = 600;
+constexpr ProgramKind kKinds[] = {ProgramKind::Any, ProgramKind::Services,
+                                  ProgramKind::SelfChanging, ProgramKind::Faulting};
+
+u64 NumberFromEnvironment(const char* name, u64 otherwise) {
+    const char* const text = std::getenv(name);
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+// What the service of a program does follows from the registers that it finds: it writes over one
+// of them, over an instruction's upper half, over the immediate slot, and over what must be lost.
+template <class Get, class Put>
+void Disturb(Get get, Put put) {
+    u64 number = get(136, 4) * 0x9E3779B97F4A7C15 + get(160, 4) + get(168, 4) * 3 + get(192, 1);
+    for (u32 r = 0; r < 16; ++r) number = (number ^ get(RegisterAt(r), 8)) * 0xBF58476D1CE4E5B9;
+    number ^= number >> 29;
+    put(RegisterAt(14), number, 4);
+    if (number % 3 == 0) put(RegisterAt(static_cast<u32>(6 + number / 8 % 8)), number * 77, 8);
+    if (number % 5 < 2)
+        put(static_cast<u32>(514 + 4 * (number / 64 % 150)), number / 8192 % 65536, 2);
+    if (number % 7 == 0) put(256, number, 8);
+    for (const u32 address : {136u, 160u, 168u}) put(address, number, 4);
+    put(192, number & 255, 1);
+}
+
+void HostDisturbs() {
+    Disturb(
+        [](u32 address, u32 size) {
+            return size == 8   ? Load<u64>(address)
+                   : size == 4 ? Load<u32>(address)
+                               : u64{Load<u8>(address)};
+        },
+        [](u32 address, u64 value, u32 size) {
+            std::memcpy(CheckedRange(address, size), &value, size);
+        });
+}
+
+void PlainDisturbs(plain::Machine& m) {
+    Picture picture{std::move(m.memory)};
+    Disturb([&picture](u32 address, u32 size) { return picture.Get(address, size); },
+            [&picture](u32 address, u64 value, u32 size) {
+                picture.Put(address, size == 8 ? value : value & ((u64{1} << 8 * size) - 1), size);
+            });
+    m.memory = std::move(picture.bytes);
+}
+
+struct Case {
+    u64 seed = 0;
+    std::vector<u8> program;
+};
+
+// Images of one size follow each other: a new one takes longer than a program.
+std::vector<Case> CasesFrom(u64 seed, u64 count) {
+    std::vector<Case> cases;
+    for (u64 i = 0; i < count; ++i) {
+        cases.push_back({seed + i, RandomProgram(seed + i, kKinds[(seed + i) % 4])});
+    }
+    std::stable_sort(cases.begin(), cases.end(), [](const Case& a, const Case& b) {
+        return a.program.size() < b.program.size();
+    });
+    return cases;
+}
+
+// What differs; empty when nothing does or the program does not end.
+std::string RunCase(const Case& one, std::atomic<u64>& instructions) {
+    RunOptions options{.budget = kBudget, .modalDepth = static_cast<i32>(one.seed % 3)};
+    options.plainSys = PlainDisturbs;
+    RunResult wanted = RunOn(Engine::Plain, one.program, options);
+    instructions += wanted.trace.size();
+    if (wanted.nansMet || wanted.outcome == Outcome::BudgetSpent) return {};
+    RunResult got = RunOn(Engine::Translated, one.program, options);
+    for (RunResult* result : {&got, &wanted}) KeepNewest(result->trace);
+    return CompareRuns(got, wanted);
+}
+
+}  // namespace
+
+TEST_F(RandomKinds, EndTranslatedAsOnThePlainExecutor) {
+    if (!kThreaded) GTEST_SKIP() << "this build interprets alone";
+    const u64 programs = NumberFromEnvironment("MOXI_RANDOM_PROGRAMS", kPrograms);
+    const u64 firstSeed = NumberFromEnvironment("MOXI_RANDOM_SEED", 1);
+    vmSlots.sysDispatch = HostDisturbs;
+    std::string report;
+    u64 failures = 0;
+    std::atomic<u64> instructions = 0;
+    std::atomic<bool> isDone = false;
+    const StandardError quiet(true);
+    // The first run makes the present thread the one that is looked at.
+    RunCase({firstSeed, RandomProgram(firstSeed)}, instructions);
+    std::thread looker([&isDone] {
+        while (!isDone) {
+            SettleTranslatedRun();
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    });
+    constexpr u64 kBatch = 4000;
+    for (u64 done = 0; done < programs && failures < 5; done += kBatch) {
+        for (const Case& one :
+             CasesFrom(firstSeed + done, std::min<u64>(kBatch, programs - done))) {
+            const std::string difference = RunCase(one, instructions);
+            if (difference.empty()) continue;
+            ++failures;
+            report += FormatText("seed %llu:\n", static_cast<unsigned long long>(one.seed));
+            report += difference;
+        }
+    }
+    isDone = true;
+    looker.join();
+    EXPECT_EQ(failures, 0u) << report;
+    EXPECT_GT(instructions, 10 * programs);
+}
+
+}  // namespace moxi
