@@ -36,7 +36,8 @@ unsigned player_wish(void) {
     unsigned wish = mouse_wish();
     if (key_held(KEY_LEFT) || key_held('A')) wish |= WISH_LEFT;
     if (key_held(KEY_RIGHT) || key_held('D')) wish |= WISH_RIGHT;
-    if (key_held(KEY_SPACE) || key_held(KEY_UP) || key_held('W') || key_held('Z')) wish |= WISH_JUMP;
+    if (key_held(KEY_SPACE) || key_held(KEY_UP) || key_held('W') || key_held('Z'))
+        wish |= WISH_JUMP;
     return wish;
 }
 

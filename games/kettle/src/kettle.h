@@ -46,7 +46,7 @@ typedef enum { FOE_SLUG, FOE_BEE, FOE_FROG } foe_kind;
 typedef struct {
     float x, y, speed_x, speed_y;  // x, y: the middle of its feet
     float home_x, home_y;
-    short kind, since;   // since: updates in this state
+    short kind, since;  // since: updates in this state
     bool flat, onGround, faces_left;
 } foe;
 
@@ -63,7 +63,14 @@ typedef struct {
     bool onGround, faces_left, held_jump, can_puff, rising;
 } kettle;
 
-typedef enum { THING_SUGAR, THING_LEAF, THING_STOVE, THING_CUP, THING_CUSHION, THING_SIGN } thing_kind;
+typedef enum {
+    THING_SUGAR,
+    THING_LEAF,
+    THING_STOVE,
+    THING_CUP,
+    THING_CUSHION,
+    THING_SIGN
+} thing_kind;
 
 typedef struct {
     short x, y;  // the middle of its lower side
@@ -79,6 +86,7 @@ typedef struct {
     float home_x, home_y;              // where it begins again
     int updates, sugar, leaves, hearts, spills;
     int pouring;  // updates since the cup was reached
+    bool is_thought;  // the pilot's copy
     unsigned events;
     float event_x, event_y;
 } world;
@@ -109,15 +117,17 @@ unsigned pilot_wish(const world* now);
 void load_pictures(void);
 void reset_view(const world* now);
 void update_view(const world* now);
-void draw_backdrop(int place, float drift);
+void draw_backdrop(int place, float drift, float height);
 void draw_world(const world* now);
 void draw_hud(const world* now);
+const char* clock_text(int updates);  // holds until the next call
 void draw_hero_at(float x, float y, int cell, bool flipped);
-void draw_panel(int width, int height, int* x, int* y);
+int draw_panel(int width, int height);
+void draw_leaves(float x, float y, int found);
 
 extern font letters;
-extern picture logo, leaf_found, no_leaf;
-extern sheet sugar_cells, leaf_cells, cup_cells;
+extern picture logo;
+extern sheet sugar_cells, cup_cells;
 
 #define INK RGB(36, 26, 46)
 #define CREAM RGB(255, 246, 220)

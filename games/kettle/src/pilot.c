@@ -16,13 +16,13 @@ typedef struct {
 } plan;
 
 static const plan kWays[WAYS] = {
-    {WISH_RIGHT, 0, 0, 0, 0},    {WISH_RIGHT, 1, 22, 0, 0}, {WISH_RIGHT, 1, 7, 0, 0},
+    {WISH_RIGHT, 0, 0, 0, 0},    {WISH_RIGHT, 1, 22, 0, 0},  {WISH_RIGHT, 1, 7, 0, 0},
     {WISH_RIGHT, 1, 22, 26, 44}, {WISH_RIGHT, 12, 34, 0, 0}, {0, 0, 0, 0, 0},
-    {0, 1, 22, 26, 44},          {0, 1, 22, 0, 0},          {WISH_LEFT, 0, 0, 0, 0},
+    {0, 1, 22, 26, 44},          {0, 1, 22, 0, 0},           {WISH_LEFT, 0, 0, 0, 0},
     {WISH_LEFT, 1, 22, 0, 0},    {WISH_LEFT, 1, 22, 26, 44}, {WISH_LEFT, 12, 34, 0, 0},
     {WISH_RIGHT, 1, 22, 36, 44}};
 
-static int ways_left[MOST_CELLS];            // steps from each cell to the cup
+static int ways_left[MOST_CELLS];           // steps from each cell to the cup
 static unsigned char in_reach[MOST_CELLS];  // a jump from somewhere gets there
 static int columns, rows;
 static const plan* chosen;
@@ -45,7 +45,8 @@ static void find_reach(void) {
     for (int i = 0; i < columns * rows; ++i) {
         const int x = i % columns, y = i / columns, tile = tile_at(&here.map, x, y);
         const char letter = letter_at(&here.map, x, y);
-        if (tile >= 0 && here.map.solid[tile] != TILE_OPEN && !is_blocked(x, y - 1)) reach(x, y, 4, 5);
+        if (tile >= 0 && here.map.solid[tile] != TILE_OPEN && !is_blocked(x, y - 1))
+            reach(x, y, 4, 5);
         if (letter == 'S') reach(x, y + 1, 3, 9);
         if (letter == 'H') reach(x + 1, y, 8, 5);
         if (letter == 'V') reach(x + 1, y + 2, 2, 10);
@@ -94,11 +95,12 @@ static void explore(void) {
 
 // In pixels, and between the cells as well.
 static int way_from(float x, float y) {
-    int least = FAR_OFF;
+    int least = FAR_OFF * TILE;
     const int column = (int)x / TILE, row = (int)y / TILE;
     for (int v = row - 1; v <= row + 1; ++v) {
         for (int u = column - 1; u <= column + 1; ++u) {
             if (u < 0 || v < 0 || u >= columns || v >= rows) continue;
+            if (v < row && row < rows && !in_reach[row * columns + column]) continue;
             const int off = abs((int)x - u * TILE - 8) + abs((int)y - v * TILE - 8);
             const int way = ways_left[v * columns + u] * TILE + off;
             if (way < least) least = way;
@@ -110,8 +112,8 @@ static int way_from(float x, float y) {
 // --- What would happen
 
 static unsigned wish_of(const plan* way, int update) {
-    const bool held = (update >= way->from && update < way->to) ||
-                      (update >= way->again && update < way->until);
+    const bool held =
+        (update >= way->from && update < way->to) || (update >= way->again && update < way->until);
     return way->direction | (held ? WISH_JUMP : 0);
 }
 
@@ -135,6 +137,7 @@ static const plan* best_plan(const world* now) {
     int values[WAYS], best = 0, best_value = 1 << 30;
     for (int i = 0; i < WAYS; ++i) {
         ends[i] = *now;
+        ends[i].is_thought = true;
         play_on(&ends[i], &kWays[i]);
         values[i] = value_of(&ends[i], now);
     }

@@ -43,28 +43,18 @@ static void add_saucer(world* begun, bool upright, int column, int row) {
     begun->saucers[here.saucers_count++] = (saucer){x, y, x, y, upright};
 }
 
+// Letters stand in the order of their kinds.
 static void place(world* begun, char letter, int column, int row) {
-    switch (letter) {
-        case '@':
-            begun->home_x = (float)(column * TILE + 3);
-            begun->home_y = (float)((row + 1) * TILE - HERO_HEIGHT);
-            break;
-        case 'o':
-            add_thing(THING_SUGAR, column, row);
-            ++here.sugar_count;
-            break;
-        case '*': add_thing(THING_LEAF, column, row); break;
-        case 'C': add_thing(THING_STOVE, column, row); break;
-        case 'G': add_thing(THING_CUP, column, row); break;
-        case 'S': add_thing(THING_CUSHION, column, row); break;
-        case 'i': add_thing(THING_SIGN, column, row); break;
-        case 's': add_foe(begun, FOE_SLUG, column, row); break;
-        case 'b': add_foe(begun, FOE_BEE, column, row); break;
-        case 'f': add_foe(begun, FOE_FROG, column, row); break;
-        case 'H': add_saucer(begun, false, column, row); break;
-        case 'V': add_saucer(begun, true, column, row); break;
-        default: break;
-    }
+    static const char kThings[] = "o*CGSi", kFoes[] = "sbf";
+    if (letter == ' ' || letter == '#') return;
+    const char *const thing_at = strchr(kThings, letter), *const foe_at = strchr(kFoes, letter);
+    if (thing_at != NULL) add_thing((thing_kind)(thing_at - kThings), column, row);
+    if (foe_at != NULL) add_foe(begun, (foe_kind)(foe_at - kFoes), column, row);
+    if (letter == 'o') ++here.sugar_count;
+    if (letter == 'H' || letter == 'V') add_saucer(begun, letter == 'V', column, row);
+    if (letter != '@') return;
+    begun->home_x = (float)(column * TILE + 3);
+    begun->home_y = (float)((row + 1) * TILE - HERO_HEIGHT);
 }
 
 static bool is_ground(int column, int row) {
@@ -131,7 +121,8 @@ void load_level(int number, world* begun) {
 
 bool is_blocked(int column, int row) {
     const int tile = tile_at(&here.map, column, row);
-    return column < 0 || column >= here.map.width || (tile >= 0 && here.map.solid[tile] == TILE_SOLID);
+    return column < 0 || column >= here.map.width ||
+           (tile >= 0 && here.map.solid[tile] == TILE_SOLID);
 }
 
 static void tell(world* now, unsigned event, float x, float y) {
@@ -268,10 +259,16 @@ static void step_hero(world* now, unsigned wish) {
 
 // --- Saucers and foes
 
+// What is far off does not move; while the pilot thinks, what it cannot meet.
+static bool is_asleep(const world* now, float x, float y) {
+    const float most = now->is_thought ? 120 : 300;
+    return fabsf(x - now->hero.x) > most || fabsf(y - now->hero.y) > most;
+}
+
 static void step_saucers(world* now) {
     for (int i = 0; i < here.saucers_count; ++i) {
         saucer* const one = &now->saucers[i];
-        if (fabsf(one->home_x - now->hero.x) > 320 || fabsf(one->home_y - now->hero.y) > 320) continue;
+        if (is_asleep(now, one->home_x, one->home_y)) continue;
         const float way = SAUCER_WAY * sinf((float)now->updates * 0.021f + one->home_x * 0.01f);
         one->x = one->home_x + (one->upright ? 0 : way);
         one->y = one->home_y + (one->upright ? way : 0);
@@ -338,10 +335,7 @@ static void meet(world* now, foe* one) {
 static void step_foes(world* now) {
     for (int i = 0; i < here.foes_count; ++i) {
         foe* const one = &now->foes[i];
-        // What is far off sleeps.
-        if (fabsf(one->x - now->hero.x) > 240 || fabsf(one->y - now->hero.y) > 200 || (one->flat && one->since > FLAT)) {
-            continue;
-        }
+        if (is_asleep(now, one->x, one->y) || (one->flat && one->since > FLAT)) continue;
         ++one->since;
         if (one->flat) continue;
         if (one->kind == FOE_SLUG) step_slug(one);
