@@ -86,7 +86,6 @@ typedef struct {
     float home_x, home_y;              // where it begins again
     int updates, sugar, leaves, hearts, spills;
     int pouring;  // updates since the cup was reached
-    bool is_thought;  // the pilot's copy
     unsigned events;
     float event_x, event_y;
 } world;

@@ -137,7 +137,6 @@ static const plan* best_plan(const world* now) {
     int values[WAYS], best = 0, best_value = 1 << 30;
     for (int i = 0; i < WAYS; ++i) {
         ends[i] = *now;
-        ends[i].is_thought = true;
         play_on(&ends[i], &kWays[i]);
         values[i] = value_of(&ends[i], now);
     }

@@ -259,10 +259,9 @@ static void step_hero(world* now, unsigned wish) {
 
 // --- Saucers and foes
 
-// What is far off does not move; while the pilot thinks, what it cannot meet.
+// What is far off does not move.
 static bool is_asleep(const world* now, float x, float y) {
-    const float most = now->is_thought ? 120 : 300;
-    return fabsf(x - now->hero.x) > most || fabsf(y - now->hero.y) > most;
+    return fabsf(x - now->hero.x) > 300 || fabsf(y - now->hero.y) > 300;
 }
 
 static void step_saucers(world* now) {
