@@ -10,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -19,6 +18,7 @@
 #include "bench/mx_kernel.h"
 #include "bench/native_kernels.h"
 #include "bench/table.h"
+#include "bench/timing.h"
 #include "translate/translator.h"
 
 namespace moxi {
@@ -43,30 +43,6 @@ struct Result {
     double native = 0.0;
     double lua = 0.0;  // 0 when Lua is not there
 };
-
-// Processor time: what other programs take meanwhile does not count, as in Lua's os.clock.
-double Now() {
-    timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
-
-double MedianTime(int runs, const std::function<void()>& setup, const std::function<void()>& run) {
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        setup();
-        const double start = Now();
-        run();
-        times.push_back(Now() - start);
-    }
-    return Median(times);
-}
 
 [[noreturn]] void Fail(const std::string& what) {
     std::cerr << "interpreter_bench: " << what;
@@ -169,12 +145,6 @@ double UnforeseenJump(int runs) {
     return (StepTime(random, runs) - StepTime(same, runs)) * 1e9;
 }
 
-std::string ShellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
 bool HasLua() {
     return std::system("command -v lua5.4 >/dev/null 2>&1") == 0;
 }
@@ -184,14 +154,9 @@ u32 MeasureLua(int runs, Result& result) {
     const std::string command = "lua5.4 " + ShellQuoted(kKernelFolder + "harness.lua") + " " +
                                 ShellQuoted(kKernelFolder + kernel.name + ".lua") + " " +
                                 std::to_string(kernel.size) + " " + std::to_string(runs);
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) Fail("lua5.4 cannot be started\n");
-    unsigned checksum = 0;
-    if (std::fscanf(pipe, "%u", &checksum) != 1) Fail(command + " printed no checksum\n");
-    std::vector<double> times;
-    double seconds = 0.0;
-    while (std::fscanf(pipe, "%lf", &seconds) == 1) times.push_back(seconds);
-    if (pclose(pipe) != 0 || times.empty()) Fail(command + " failed\n");
+    u32 checksum = 0;
+    const std::vector<double> times = TimesOf(command, checksum);
+    if (times.empty()) Fail(command + " failed\n");
     result.lua = Median(times);
     return checksum;
 }
@@ -209,18 +174,6 @@ Result Measure(const NativeKernel& kernel, int runs, bool withLua) {
 }
 
 // --- The table
-
-std::string ProcessorName() {
-    std::ifstream file("/proc/cpuinfo");
-    std::string line;
-    while (std::getline(file, line)) {
-        const std::size_t colon = line.find(": ");
-        if (line.starts_with("model name") && colon != std::string::npos) {
-            return line.substr(colon + 2);
-        }
-    }
-    return "unknown";
-}
 
 std::string CompilerName() {
 #if defined(__clang__)

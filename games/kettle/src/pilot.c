@@ -30,7 +30,6 @@ static int since, nearest, stuck;
 static level* known;
 
 // --- How far it is
-
 static void reach(int column, int row, int sideways, int up) {
     for (int y = row - up; y < row; ++y) {
         for (int x = column - sideways; x <= column + sideways; ++x) {
@@ -110,7 +109,6 @@ static int way_from(float x, float y) {
 }
 
 // --- What would happen
-
 static unsigned wish_of(const plan* way, int update) {
     const bool held =
         (update >= way->from && update < way->to) || (update >= way->again && update < way->until);

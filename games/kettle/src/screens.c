@@ -9,10 +9,8 @@ enum { LINE = 15, CARD = 74, IDLE = 600 };
 
 screen_kind screen;
 static screen_kind came_from;
-static int chosen, age, idle, finished_best;
+static int chosen, age, idle, finished_best, next_level = -1;
 static float curtain;  // 1: all is dark
-static int next_level = -1;
-static bool found_new;
 
 static const char* const kMusic[LEVELS] = {"MUSIC/MEADOW.MID", "MUSIC/WOODS.MID", "MUSIC/FROST.MID",
                                            "MUSIC/SUMMIT.MID"};
@@ -30,16 +28,13 @@ static const struct {
               [SCREEN_DONE] = {122, "On we go\nOnce more"},
               [SCREEN_END] = {0, NULL}};
 
-static const char* on_or_off(bool on) {
-    return on ? "on" : "off";
-}
-
 // An item of the screen that is on; null behind the last.
 static const char* item(int number) {
     static char text[128];
+    static const char* const kOn[] = {"off", "on"};
     if (kMenus[screen].items == NULL) return NULL;
-    snprintf(text, sizeof text, kMenus[screen].items, on_or_off(music_on), on_or_off(sound_on),
-             on_or_off(shake_on), on_or_off(game_is_full_screen()));
+    snprintf(text, sizeof text, kMenus[screen].items, kOn[music_on], kOn[sound_on], kOn[shake_on],
+             kOn[game_is_full_screen()]);
     const char* found = strtok(text, "\n");
     while (number-- > 0 && found != NULL) found = strtok(NULL, "\n");
     return found;
@@ -63,6 +58,9 @@ void go(screen_kind next) {
         if (next == SCREEN_LEVELS) chosen = next_level >= 0 && next_level < LEVELS ? next_level : 0;
     }
     if (next == SCREEN_END) want_music("MUSIC/END.MID");
+#ifdef PILOT
+    if (next == SCREEN_END) game_quit();
+#endif
 }
 
 void begin_level(int number) {
@@ -77,7 +75,6 @@ void begin_level(int number) {
 }
 
 // --- Choices
-
 static void choose_title(void) {
     static const screen_kind kNext[] = {SCREEN_LEVELS, SCREEN_KEYS, SCREEN_OPTIONS};
     if (chosen == 0) next_level = opened - 1;
@@ -178,11 +175,9 @@ static void update_menu(void) {
 }
 
 // --- Play
-
 static void finish_level(void) {
     record* const kept = &records[here.number];
     finished_best = kept->best;
-    found_new = (current.leaves & ~kept->leaves) != 0;
     if (kept->best == 0 || current.updates < kept->best) kept->best = current.updates;
     kept->leaves |= current.leaves;
     if (opened < here.number + 2 && here.number + 1 < LEVELS) opened = here.number + 2;
@@ -208,8 +203,9 @@ static void update_play(void) {
     if (key_pressed(KEY_ESCAPE) || key_pressed('P')) go(SCREEN_PAUSE);
 }
 
-void update_screen(void) {
+void update(void) {
     ++age;
+    if (key_pressed(KEY_F1 + 10)) game_full_screen(!game_is_full_screen());
     if (screen == SCREEN_PLAY) {
         update_play();
         return;
@@ -222,7 +218,6 @@ void update_screen(void) {
 }
 
 // --- Drawing
-
 static void title_words(int y, const char* text) {
     text_align(ALIGN_CENTRE);
     draw_words(&letters, VIEW_WIDTH / 2, (float)y, AMBER, "%s", text);
@@ -329,11 +324,7 @@ static void draw_done(void) {
     draw_words(&letters, (float)x, (float)(y + 74), CREAM, "Sugar %d of %d", current.sugar,
                here.sugar_count);
     draw_words(&letters, (float)x, (float)(y + 86), MIST,
-               found_new             ? "new leaves found"
-               : current.spills == 0 ? "not a drop spilt"
-               : current.spills == 1 ? "spilt once"
-                                     : "spilt %d times",
-               current.spills);
+               current.spills == 0 ? "not a drop spilt" : "spilt: %d", current.spills);
     draw_items();
 }
 
@@ -368,7 +359,7 @@ static void draw_choice(int width, int height, const char* title) {
     draw_items();
 }
 
-void draw_screen(void) {
+void draw(void) {
     clear_screen(INK);
     const bool over_play =
         screen == SCREEN_PLAY || screen == SCREEN_PAUSE || screen == SCREEN_DONE ||

@@ -40,7 +40,6 @@ void load_pictures(void) {
 }
 
 // --- Steam
-
 static void steam(float x, float y, int count, float spread) {
     for (int i = 0; i < count; ++i) {
         const float sideways = random_float(-spread, spread), up = random_float(-12, 30);
@@ -50,7 +49,6 @@ static void steam(float x, float y, int count, float spread) {
 }
 
 // --- What follows the kettle
-
 static float look_ahead, stand_y, strides, landed;
 static int still;
 
@@ -102,7 +100,6 @@ void update_view(const world* now) {
 }
 
 // --- Drawing
-
 // `height`: how far above the lowest that can be seen.
 void draw_backdrop(int place, float drift, float height) {
     static const float kParts[] = {0, 0.12f, 0.25f, 0.45f}, kRises[] = {0, 0.04f, 0.08f, 0.14f};

@@ -17,7 +17,6 @@ const char* const level_names[LEVELS] = {"Morning Meadow", "Amber Woods", "Frost
                                          "The Summit"};
 
 // --- Loading
-
 static void add_thing(thing_kind kind, int column, int row) {
     if (here.things_count >= MOST_THINGS) return;
     thing* const made = &here.things[here.things_count++];
@@ -48,7 +47,7 @@ static void place(world* begun, char letter, int column, int row) {
     static const char kThings[] = "o*CGSi", kFoes[] = "sbf";
     if (letter == ' ' || letter == '#') return;
     const char *const thing_at = strchr(kThings, letter), *const foe_at = strchr(kFoes, letter);
-    if (thing_at != NULL) add_thing((thing_kind)(thing_at - kThings), column, row);
+    if (thing_at != NULL) add_thing((int)(thing_at - kThings), column, row);
     if (foe_at != NULL) add_foe(begun, (foe_kind)(foe_at - kFoes), column, row);
     if (letter == 'o') ++here.sugar_count;
     if (letter == 'H' || letter == 'V') add_saucer(begun, letter == 'V', column, row);
@@ -113,12 +112,10 @@ void load_level(int number, world* begun) {
     }
     begun->hearts = HEARTS;
     begun->hero = (kettle){.x = begun->home_x, .y = begun->home_y, .riding = -1};
-    memset(begun->taken, 0, sizeof begun->taken);
     camera_bounds((float)(here.map.width * TILE), (float)(here.map.height * TILE));
 }
 
 // --- The hero
-
 bool is_blocked(int column, int row) {
     const int tile = tile_at(&here.map, column, row);
     return column < 0 || column >= here.map.width ||
@@ -131,15 +128,11 @@ static void tell(world* now, unsigned event, float x, float y) {
     now->event_y = y;
 }
 
-static void start_again(world* now) {
-    now->hero = (kettle){.x = now->home_x, .y = now->home_y, .riding = -1, .safe = SAFE};
-}
-
 static void spill(world* now) {
     ++now->spills;
     tell(now, EVENT_SPILL, now->hero.x, now->hero.y);
     if (--now->hearts <= 0) now->hearts = HEARTS;
-    start_again(now);
+    now->hero = (kettle){.x = now->home_x, .y = now->home_y, .riding = -1, .safe = SAFE};
 }
 
 static void hurt(world* now, float push) {
@@ -193,10 +186,8 @@ static void jump(world* now, unsigned wish) {
         hero->can_puff = false;
         tell(now, EVENT_PUFF, hero->x + HERO_WIDTH / 2, hero->y + HERO_HEIGHT);
     }
-    if (!held || hero->speed_y >= 0) {
-        if (hero->speed_y < 0 && !held && hero->rising) hero->speed_y += kCut - kRise;
-        if (hero->speed_y >= 0) hero->rising = false;
-    }
+    if (hero->speed_y < 0 && !held && hero->rising) hero->speed_y += kCut - kRise;
+    if (hero->speed_y >= 0) hero->rising = false;
     if (hero->buffer > 0) --hero->buffer;
     if (hero->coyote > 0) --hero->coyote;
 }
@@ -258,7 +249,6 @@ static void step_hero(world* now, unsigned wish) {
 }
 
 // --- Saucers and foes
-
 // What is far off does not move.
 static bool is_asleep(const world* now, float x, float y) {
     return fabsf(x - now->hero.x) > 300 || fabsf(y - now->hero.y) > 300;
@@ -345,7 +335,6 @@ static void step_foes(world* now) {
 }
 
 // --- Things
-
 static void touch(world* now, const thing* one, unsigned char* taken) {
     kettle* const hero = &now->hero;
     switch (one->kind) {

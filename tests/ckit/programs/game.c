@@ -94,14 +94,14 @@ static void Ledges(void) {
     free_map(&made);
     made = load_map(&tiles, "MAP.TXT", "#", "#");
     CHECK(made.width == 4 && made.height == 3 && tile_at(&made, 1, 2) == 0);
-    CHECK(letter_at(&made, 2, 0) == 'x' && letter_at(&made, 3, 1) == ' ');
+    CHECK(letter_at(&made, 2, 0) == 'x' && letter_at(&made, 3, 2) == ' ');
     free_map(&made);
     CHECK(load_map(&tiles, "NONE.TXT", "", "").width == 0);
 }
 
 // Letters of 2, 3 and no columns: ! " and the space.
 static void Words(void) {
-    static const char* const kRows[] = {"....w...wwww", "...ww...w.w.", NULL};
+    static const char* const kRows[] = {"....w...wwww", "....w...w.w.", NULL};
     static const ink kInks[] = {{'w', WHITE}};
     font letters = make_font(make_picture(kRows, kInks, 1), 4, 2);
     CHECK(letters.widths[0] == 2 && letters.widths[1] == 1 && letters.widths[2] == 4);
