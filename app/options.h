@@ -14,6 +14,8 @@ struct Options {
     std::string game;  // "" when none was named
     std::string dataFolder;
     bool mute = false;
+    u32 musicVolume = 100;  // percent of the amplitude
+    u32 soundVolume = 100;
     std::string soundfont;
     bool fullScreen = false;
     bool headless = false;
@@ -37,6 +39,7 @@ struct Options {
     std::string bundle;
     std::string newGame;  // the folder of a game to begin
     bool newInC = false;
+    bool newInLua = false;
 };
 
 // What the command line asks for: a run, or an end with this status (help and version have been

@@ -66,6 +66,16 @@ std::string CopyTemplates(const fs::path& from, const fs::path& to, const std::s
     return error ? from.string() + ": " + error.message() : "";
 }
 
+// A game in Lua is a folder as it stands: the runtime goes into it, with its licence.
+std::string CopyLuaRuntime(const fs::path& to) {
+    for (const char* const name : {"MAIN.MX", "LUA-LICENCE.txt"}) {
+        std::error_code error;
+        fs::copy_file(OwnResource(std::string("lua/") + name), to / name, error);
+        if (error) return (to / name).string() + ": " + error.message();
+    }
+    return "";
+}
+
 }  // namespace
 
 NewGameResult MakeNewGame(const std::string& folder, const std::string& language) {
@@ -75,8 +85,14 @@ NewGameResult MakeNewGame(const std::string& folder, const std::string& language
     std::error_code error;
     fs::path path = fs::absolute(folder, error).lexically_normal();
     if (!path.has_filename()) path = path.parent_path();
-    const std::string problem =
+    if (language == "lua" && !fs::exists(OwnResource("lua/MAIN.MX"), error)) {
+        return {kFailed,
+                OwnResource("lua/MAIN.MX") +
+                    ": the Lua runtime is missing: it is made where the source of Lua can be had"};
+    }
+    std::string problem =
         CopyTemplates(OwnResource("new/" + language), path, path.filename().string());
+    if (problem.empty() && language == "lua") problem = CopyLuaRuntime(path);
     if (problem.empty()) return {};
     return {kFailed, problem};
 }

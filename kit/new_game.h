@@ -1,6 +1,7 @@
 #pragma once
-// `moxi --new FOLDER [--c]`: a folder with the source of a small game, a script that builds it and
-// a game folder, to begin a game of one's own with.
+// `moxi --new FOLDER [--c|--lua]`: a folder with the source of a small game, a script that builds it
+// and a game folder, to begin a game of one's own with. A game in Lua is not built: the folder itself
+// is the game, with Lua's runtime in it.
 
 #include <string>
 
@@ -11,8 +12,8 @@ struct NewGameResult {
     std::string problem;  // in one line, what is wrong and where
 };
 
-// The folder must be new or empty. The game is called as the folder is. `language` is "c" or
-// "assembly", a folder of templates among the host's own resources.
+// The folder must be new or empty. The game is called as the folder is. `language` is "c",
+// "lua" or "assembly", a folder of templates among the host's own resources.
 NewGameResult MakeNewGame(const std::string& folder, const std::string& language);
 
 }  // namespace moxi

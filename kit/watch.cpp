@@ -11,7 +11,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
+#include <utility>
 
 #include "base/bytes.h"
 #include "base/log.h"
@@ -69,12 +71,12 @@ std::string WhyNoModule(const std::string& path) {
 }
 
 // What has become of the file since the game was started.
-class Watched {
+class WatchedModule {
   public:
-    Watched() : path(ModulePath()), seen(StampOf(path)) {}
+    WatchedModule() : path(ModulePath()), seen(StampOf(path)) {}
 
     // Whether there is a new module to start. To be asked again and again.
-    bool HasNewModule() {
+    bool HasChanged() {
         path = ModulePath();
         const Stamp now = StampOf(path);
         if (now == seen) return false;
@@ -96,6 +98,69 @@ class Watched {
     Stamp seen;
     Stamp latest;
     Clock::time_point since;
+};
+
+// --- Sources that the game itself reads: the .lua files beside a MAIN.LUA, and in the folders
+// there
+
+using Stamps = std::map<std::string, Stamp>;  // by name, from the game's folder on
+
+bool IsSource(const std::filesystem::path& name) {
+    const std::string extension = name.extension().string();
+    return extension == ".lua" || extension == ".LUA";
+}
+
+Stamps StampsOfSources() {
+    const std::filesystem::path folder = std::filesystem::path(ModulePath()).parent_path();
+    Stamps stamps;
+    std::error_code error;
+    if (!std::filesystem::exists(folder / "MAIN.LUA", error)) return stamps;
+    std::filesystem::recursive_directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::recursive_directory_iterator();
+         entry.increment(error)) {
+        const std::filesystem::path& path = entry->path();
+        if (IsSource(path))
+            stamps[path.lexically_relative(folder).string()] = StampOf(path.string());
+    }
+    return stamps;
+}
+
+// The first name that is not the same in both.
+std::string FirstDifference(const Stamps& before, const Stamps& now) {
+    auto old = before.begin();
+    for (const auto& [name, stamp] : now) {
+        if (old == before.end() || old->first > name) return name;  // a new one
+        if (old->first < name || !(old->second == stamp)) return old->first;
+        ++old;
+    }
+    return old == before.end() ? "" : old->first;
+}
+
+class WatchedSources {
+  public:
+    WatchedSources() : seen(StampsOfSources()), latest(seen) {}
+
+    // The name of a file that has changed and is not being written any more, "" while there is
+    // none.
+    std::string Changed() {
+        Stamps now = StampsOfSources();
+        const bool isAtRest = now == latest;
+        latest = std::move(now);
+        return isAtRest ? FirstDifference(seen, latest) : "";
+    }
+
+  private:
+    Stamps seen;
+    Stamps latest;
+};
+
+// All that a game is started again for.
+struct Watched {
+    WatchedModule module;
+    WatchedSources sources;
+
+    // The name of what has changed, "" while nothing has.
+    std::string Changed() { return module.HasChanged() ? "MAIN.MX" : sources.Changed(); }
 };
 
 // --- The process
@@ -146,11 +211,13 @@ void EndGame(pid_t game) {
     waitpid(game, nullptr, 0);
 }
 
-// The status of a game that has ended by itself, nothing when there is a new module.
-std::optional<int> WatchRun(pid_t game, Watched& file) {
+// The status of a game that has ended by itself; nothing when something has changed, whose name is
+// put into `changed`.
+std::optional<int> WatchRun(pid_t game, Watched& files, std::string& changed) {
     for (;;) {
         if (const std::optional<int> status = StatusOf(game)) return status;
-        if (file.HasNewModule()) return std::nullopt;
+        changed = files.Changed();
+        if (!changed.empty()) return std::nullopt;
         WaitOnce(game, kLook);
     }
 }
@@ -163,7 +230,8 @@ std::optional<int> WatchGame() {
     sigprocmask(SIG_BLOCK, &signals, &before);
     const pid_t watcher = getpid();
     for (;;) {
-        Watched file;
+        Watched files;
+        std::string changed;
         const pid_t game = fork();
         if (game < 0) {
             SystemLog(std::string("--watch: ") + std::strerror(errno));
@@ -176,8 +244,8 @@ std::optional<int> WatchGame() {
             sigprocmask(SIG_SETMASK, &before, nullptr);
             return std::nullopt;
         }
-        if (const std::optional<int> status = WatchRun(game, file)) return status;
-        SystemLog("MAIN.MX has changed, the game starts again");
+        if (const std::optional<int> status = WatchRun(game, files, changed)) return status;
+        SystemLog(changed + " has changed, the game starts again");
         EndGame(game);
     }
 }

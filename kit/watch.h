@@ -1,6 +1,6 @@
 #pragma once
 // `moxi --watch GAME`: the game runs in a process of its own and is started again whenever its
-// MAIN.MX changes on disk.
+// MAIN.MX changes on disk, or one of the .lua files of a game in Lua.
 
 #include <optional>
 

@@ -446,7 +446,7 @@ error SYSTEM(path_create_directory)(uint32_t folder, const char* path, size_t le
     problem = CheckParent(name);
     if (problem != __WASI_ERRNO_SUCCESS) return problem;
     MakeFoldersTo(name);
-    return moxi_make_folder(name) == 0 ? __WASI_ERRNO_SUCCESS : __WASI_ERRNO_ACCES;
+    return MakeFolder(name) ? __WASI_ERRNO_SUCCESS : __WASI_ERRNO_ACCES;
 }
 
 error SYSTEM(path_remove_directory)(uint32_t folder, const char* path, size_t length) {

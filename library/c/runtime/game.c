@@ -196,7 +196,21 @@ static void SwitchFullScreen(void) {
     moxi_set_window(&window);
 }
 
+static void (*ending)(void);
+
+void game_ending(void (*call)(void)) {
+    ending = call;
+}
+
+// The window asks more than once.
+static void End(void) {
+    void (*const call)(void) = ending;
+    ending = NULL;
+    if (call != NULL) call();
+}
+
 void game_quit(void) {
+    End();
     moxi_stop();
 }
 
@@ -222,7 +236,7 @@ __attribute__((export_name("moxi_message"))) int moxi_game_message(int message, 
                                                                    int p3) {
     switch (message) {
         case MOXI_MSG_START1: setup_window(); break;
-        case MOXI_MSG_CLOSE: return 1;
+        case MOXI_MSG_CLOSE: End(); return 1;
         case MOXI_MSG_SIZE: OnSize(p1, p2); break;
         case MOXI_MSG_MINIMIZE: isMinimized = p1 != 0; break;
         case MOXI_MSG_TICK: OnTick(); break;

@@ -85,12 +85,30 @@ bool LiesInDataFolder(const char* name) {
     return file != MOXI_NO_FILE;
 }
 
+// The data folder itself comes with the first file in it, and no folder can be made before.
+static bool MakeDataFolder(void) {
+    static const char kFirstFile[] = "FIRST.TMP";
+    static bool tried;
+    if (tried || LookUp(kFirstFile).kind != kNothing) return false;
+    tried = true;
+    const moxi_file file = moxi_file_open(kFirstFile, MOXI_FILE_NEW);
+    if (file == MOXI_NO_FILE) return false;
+    moxi_file_close(file);
+    moxi_file_delete(kFirstFile);
+    return true;
+}
+
+bool MakeFolder(const char* name) {
+    if (moxi_make_folder(name) == 0) return true;
+    return MakeDataFolder() && moxi_make_folder(name) == 0;
+}
+
 void MakeFoldersTo(const char* name) {
     char part[kNameSize];
     strcpy(part, name);
     for (char* slash = strchr(part, '/'); slash != NULL; slash = strchr(slash + 1, '/')) {
         *slash = 0;
-        moxi_make_folder(part);
+        MakeFolder(part);
         *slash = '/';
     }
 }

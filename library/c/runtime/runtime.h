@@ -55,6 +55,9 @@ error CheckParent(const char* name);
 // Whether the data folder has such a file.
 bool LiesInDataFolder(const char* name);
 
+// Makes a folder in the data folder; whether it was made.
+bool MakeFolder(const char* name);
+
 // Makes the folders on the way to a name in the data folder, as far as the resources have them.
 void MakeFoldersTo(const char* name);
 

@@ -2,6 +2,8 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <locale.h>
+#include <stdbool.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -75,6 +77,16 @@ int mkstemps(char* template, int suffix) {
 
 int mkstemp(char* template) {
     return mkstemps(template, 0);
+}
+
+// --- There is one locale. The C library takes any name for one.
+
+char* setlocale(int category, const char* name) {
+    static char kOnly[] = "C";
+    if (category < 0 || category > LC_ALL) return NULL;
+    const bool isOnly =
+        name == NULL || *name == 0 || strcmp(name, kOnly) == 0 || strcmp(name, "POSIX") == 0;
+    return isOnly ? kOnly : NULL;
 }
 
 // --- There is no other program to run.

@@ -59,6 +59,10 @@ float game_time(void);
 // Ends the game.
 void game_quit(void);
 
+// Calls a function when the game ends, once, whether by game_quit or by its window: the place to
+// save.
+void game_ending(void (*call)(void));
+
 // --- Keys: KEY_LEFT, 'A', '7'. Pressed and released are true in one update each.
 
 bool key_held(int key);

@@ -1,0 +1,75 @@
+// What the parts of the Lua runtime share. Lua itself is Debian's source as it is; these files make
+// a game or a program of it: MAIN.LUA among the resources.
+#ifndef MOXI_LUA_RUNTIME_H
+#define MOXI_LUA_RUNTIME_H
+
+#include <lauxlib.h>
+#include <lua.h>
+#include <lualib.h>
+#include <moxi/game.h>
+
+#define MAIN_FILE "MAIN.LUA"
+
+// --- main.c
+
+// Calls the function below its arguments on the stack, which leaves no results. An error becomes
+// the picture that is shown from then on, and false is returned. `what` names the call in that
+// picture.
+bool CallLua(lua_State* L, int arguments, const char* what);
+
+// What has to be done when the game ends: the game's own function, the state, files that are open.
+// Harmless when called again.
+void EndGame(lua_State* L);
+
+// --- memory.c: Lua's memory, and the place in the program where it ran out
+
+void* Allocate(void* context, void* block, size_t old, size_t wanted);
+void WatchMemoryOf(lua_State* L);
+// The calls that were open when memory could last not be had, as a traceback; "" if that never was.
+const char* PlaceOfNoMemory(void);
+
+// --- errors.c
+
+// Handles an error's object: a text with its place and the calls that led there.
+int DescribeError(lua_State* L);
+// Writes an error to the log and keeps it to be shown.
+void ReportError(const char* what, const char* text);
+bool HasFailed(void);
+void DrawError(void);
+
+// --- keep.c: the table `state`, from run to run
+
+// Whether the game asks for it.
+bool KeepsState(lua_State* L);
+// Puts what the last run left into the table. Raises no error; what cannot be read is left.
+void LoadState(lua_State* L);
+void SaveState(lua_State* L);
+
+// --- The functions of moxi/game.h, a table for each of its sections
+
+void AddGameFunctions(lua_State* L);   // bind_game.c: game, input, sound, saved values, chance
+void AddTimeFunctions(lua_State* L);   // bind_time.c: timers and tweens
+void AddDrawFunctions(lua_State* L);   // bind_draw.c: colours, shapes, text, camera
+void AddThingFunctions(lua_State* L);  // bind_things.c: pictures, sheets, sprites, maps
+
+// Calls the function that the game gave to game_ending.
+void CallEnding(lua_State* L);
+
+// What was changed over time since the last update, into the tables that it belongs to.
+int PassTweens(lua_State* L);
+
+typedef struct {
+    const char* name;
+    lua_Integer value;
+} constant;
+
+void AddConstants(lua_State* L, const constant* list, size_t count);
+
+// Arguments.
+float Number(lua_State* L, int at);
+float NumberOr(lua_State* L, int at, float otherwise);
+// Whole numbers of 32 bits; fractions are rounded down.
+int Whole(lua_State* L, int at);
+colour Colour(lua_State* L, int at);
+
+#endif

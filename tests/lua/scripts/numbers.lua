@@ -1,0 +1,46 @@
+-- Whole and broken numbers, and how they are written.
+local function show(...) print(...) end
+show(1, 1.0, -0.0, 0.0, 1e15, 1e16, 1e100, 2^53, 2^63, -2^63, 1/0, -1/0)
+show(string.format("%s", 0/0 ~= 0/0))
+show(3 // 2, 3.0 // 2, -3 // 2, 3 // -2, -3.5 // 2, 1 // 0.0, -1 // 0.0, 5 % 3, -5 % 3, 5 % -3, 5.5 % -2, -5.5 % 2)
+show(5 % math.huge, -5 % math.huge, 5 % -math.huge, -5 % -math.huge)
+show(pcall(function() return 1 // 0 end))
+show(pcall(function() return 1 % 0 end))
+show(math.mininteger // -1, math.mininteger % -1, math.maxinteger + 1 == math.mininteger)
+show(7 / 2, 4 / 2, 2 ^ 10, 10 // 0.3)
+show(1 << 62, 1 << 63, 1 << 64, 1 >> 1, -1 >> 1, -1 >> 63, -1 << 65, 1 << -1, ~0, 5 & 3.0, 5 | 8, 5 ~ 1)
+show(pcall(function() return 1 & 1.5 end))
+show(pcall(function() return 1 & "a" end))
+show(pcall(function() return 2^63 | 0 end))
+show("10" + 5, "0x10" + 0, "1e1" + 0, " 7 " * 2, "3" // 1, "0x1p4" + 0, 10 .. 20)
+show(pcall(function() return "abc" + 1 end))
+show(pcall(function() return {} + 1 end))
+show(0x7fffffffffffffff, 0xffffffffffffffff, 0x1ffffffffffffffff, 9223372036854775807, 9223372036854775808, -9223372036854775808)
+show(0x.8p1, 0xA.8, 0x1p-1074, 0x1.fffffffffffffp1023, 1e-320, 4.9e-324, 2.5e-324, 1e308 * 10)
+show(tonumber("10", 2), tonumber("zz", 36), tonumber("-ff", 16), tonumber("8", 8), tonumber("1e1", 16), tonumber(" 11 ", 2), tonumber("7fffffffffffffff", 16), tonumber("ffffffffffffffff", 16))
+for _, text in ipairs{"", " ", "0x", "1e", "1e+", "0x1p", ".", "5.", ".5", "1 2", "1_0", "inf", "nan", "0x.p1", "1e5000", "-0", "+1", "--1", "\t12\n", "12\0", "0b1", "1..2", "0x1.8", "1f", "٣"} do
+    show(("%q"):format(text), tonumber(text))
+end
+show(math.type(1), math.type(1.0), math.type("1"), math.tointeger(3.0), math.tointeger(3.5), math.tointeger("8"), math.tointeger(2^63))
+show(math.floor(3.7), math.floor(-3.7), math.ceil(3.2), math.ceil(-3.2), math.floor(1e300), math.fmod(7, 3), math.fmod(-7, 3), math.fmod(7, -3), math.fmod(7.5, 2), math.modf(3.7))
+show(math.modf(-3.7)) show(math.modf(1/0)) show(math.modf(5))
+show(pcall(math.fmod, 1, 0)) show(math.fmod(1, 0.0) ~= math.fmod(1, 0.0)) show(math.fmod(math.mininteger, -1))
+show(math.ult(1, -1), math.abs(math.mininteger), math.abs(-5.5), math.max(1, 2.5, -1), math.min(3, 1.0))
+show(math.sqrt(2), math.sin(1), math.cos(1), math.tan(1), math.asin(1), math.acos(0), math.atan(1), math.atan(1, -1), math.atan(-0.0, -1), math.exp(1), math.log(10), math.log(8, 2), math.log(100, 10), math.log(2, 3))
+show(math.pi, math.huge, math.maxinteger, math.mininteger)
+show(1 == 1.0, math.maxinteger + 0.0 == math.maxinteger, 2^53 == 2^53 + 1, 1 < 1.5, math.maxinteger < 2^63, math.maxinteger + 0.0 < math.maxinteger, "a" < "b", "Z" < "a", "" < "a", "a\0b" < "a\0c")
+show(pcall(function() return 1 < "2" end)) show(pcall(function() return {} < {} end)) show(pcall(function() return nil > 1 end))
+local t = {} t[1.0] = "a" t[2^53] = "b" show(t[1], t[2^53|0], next({[3.0] = 1}))
+show(pcall(function() t[0/0] = 1 end)) show(pcall(function() t[nil] = 1 end))
+for i = 1, 3 do io.write(i, " ") end for i = 3, 1, -1 do io.write(i, " ") end for i = 1.0, 2, 0.5 do io.write(i, " ") end
+for i = math.maxinteger - 1, math.maxinteger do io.write(i, " ") end for i = 1, 0 do io.write("never") end
+for i = math.mininteger, math.mininteger + 1 do io.write(i, " ") end for i = 1, math.huge do if i > 3 then break end io.write(i, " ") end print()
+show(pcall(function() for i = 1, 10, 0 do end end)) show(pcall(function() for i = "a", 10 do end end)) show(pcall(function() for i = 1, {} do end end))
+math.randomseed(42) local a, b, c = math.random(1, 100), math.random(), math.random(0)
+show(a, b, c, math.random(5), math.random(-3, 3)) show(pcall(math.random, 2, 1)) show(pcall(math.random, 1, 2, 3)) show(pcall(math.random, 0.5))
+math.randomseed(1, 2) show(math.random(math.mininteger, math.maxinteger)) show(select("#", math.randomseed(7)))
+for e = -5, 25, 3 do local x = 1.2345678901234567 * 10 ^ e io.write(x, " ", string.format("%.14g|%.17g|%g|%e|%f|%.0f|%.3f|%10.2f|%-12.4e|%+g|% g|%#g|%05g", x, x, x, x, x, x, x, x, x, x, x, x, x), "\n") end
+for _, x in ipairs{0.1, -0.1, 1/3, 2^-1022, 123456789.125, 0.5, 1.5, 2.5, 1e22, 1e23, 1.7976931348623157e308} do print(string.format("%a %A %.3a %.0a %20a", x, x, x, x, x) :gsub("0x0%.", "0x0."), x, string.format("%.99f", x):sub(1, 60)) end
+show(string.format("%a %a %a %a", 0.0, -0.0, 1/0, -1/0)) show(string.format("%f %g %e %.20g", 1/0, -1/0, 1/0, 1/0)) show(string.format("%5.1f|%-8.3f|%+.2f|%08.3f", 3.14159, 2.71828, 1, -1.5))
+show(string.format("%d %5d %-5d| %05d %+d % d %.3d %x %X %#x %o %#o %c%c", 42, 42, 42, 42, 42, 42, 7, 255, 255, 255, 8, 8, 65, 66)) show(string.format("%i %u", 3.0, 7) == "3 7" or "other")
+show(string.format("%x %d", -1, -1)) show(pcall(string.format, "%d", 1.5)) show(pcall(string.format, "%d", "1.5")) show(string.format("%d", "10")) show(pcall(string.format, "%d", "x"))
