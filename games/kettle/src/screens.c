@@ -346,7 +346,7 @@ static void draw_end(void) {
     }
     title_words(18, "The tea is still hot");
     text_align(ALIGN_CENTRE);
-    draw_words(&letters, VIEW_WIDTH / 2, 38, CREAM,
+    draw_words(&letters, VIEW_WIDTH / 2 - 46, 38, CREAM,
                "All the way up, and the cup is full.\nTwo friends, a moon, and time to talk.");
     draw_words(&letters, VIEW_WIDTH / 2, 144, INK,
                "Golden leaves %d of %d      Best times together %d:%02d", leaves, LEVELS * LEAVES,
