@@ -129,14 +129,14 @@ static void play_on(world* copy, const plan* way) {
     for (int i = 0; i < HORIZON && copy->spills == spills; ++i) step_world(copy, wish_of(way, i));
 }
 
-// The best that can follow: from each end once more, for the better half of them.
-static const plan* best_plan(const world* now) {
+// The best that can follow: from the best three ends once more. A whim gives others a chance.
+static const plan* best_plan(const world* now, int whim) {
     static world ends[WAYS], after;
     int values[WAYS], best = 0, best_value = 1 << 30;
     for (int i = 0; i < WAYS; ++i) {
         ends[i] = *now;
         play_on(&ends[i], &kWays[i]);
-        values[i] = value_of(&ends[i], now);
+        values[i] = value_of(&ends[i], now) + random_int(0, whim);
     }
     for (int i = 0; i < WAYS; ++i) {
         int better = 0;
@@ -166,8 +166,8 @@ unsigned pilot_wish(const world* now) {
     // In the air the plan is played to its end, on the ground only its beginning.
     const bool whole = chosen != NULL && chosen->to > 0 && !now->hero.onGround;
     if (chosen == NULL || since >= HORIZON || (since >= HOLD && !whole)) {
-        chosen = ++stuck * HOLD > STUCK ? &kWays[random_int(0, WAYS - 1)] : best_plan(now);
-        if (stuck * HOLD > STUCK + 60) stuck = 0;
+        chosen = best_plan(now, ++stuck * HOLD > STUCK ? 4000 : 0);
+        if (stuck * HOLD > STUCK + 120) stuck = 0;
         since = 0;
     }
     return wish_of(chosen, since++);
