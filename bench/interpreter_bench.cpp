@@ -11,7 +11,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -20,6 +19,7 @@
 #include "bench/mx_kernel.h"
 #include "bench/native_kernels.h"
 #include "bench/table.h"
+#include "bench/timing.h"
 #include "translate/translator.h"
 
 namespace moxi {
@@ -46,30 +46,6 @@ struct Result {
     double node = 0.0;  // 0 when Node.js is not there
     double nodeBaseline = 0.0;
 };
-
-// Processor time: what other programs take meanwhile does not count, as in Lua's os.clock.
-double Now() {
-    timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
-
-double MedianTime(int runs, const std::function<void()>& setup, const std::function<void()>& run) {
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        setup();
-        const double start = Now();
-        run();
-        times.push_back(Now() - start);
-    }
-    return Median(times);
-}
 
 [[noreturn]] void Fail(const std::string& what) {
     std::cerr << "interpreter_bench: " << what;
@@ -172,27 +148,14 @@ double UnforeseenJump(int runs) {
     return (StepTime(random, runs) - StepTime(same, runs)) * 1e9;
 }
 
-std::string ShellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
 bool HasLua() {
     return std::system("command -v lua5.4 >/dev/null 2>&1") == 0;
 }
 
 // The median of the seconds that a command prints, line by line, behind a checksum.
 double MeasureCommand(const std::string& command, u32& checksum) {
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) Fail(command + " cannot be started\n");
-    unsigned first = 0;
-    if (std::fscanf(pipe, "%u", &first) != 1) Fail(command + " printed no checksum\n");
-    checksum = first;
-    std::vector<double> times;
-    double seconds = 0.0;
-    while (std::fscanf(pipe, "%lf", &seconds) == 1) times.push_back(seconds);
-    if (pclose(pipe) != 0 || times.empty()) Fail(command + " failed\n");
+    const std::vector<double> times = TimesOf(command, checksum);
+    if (times.empty()) Fail(command + " failed\n");
     return Median(times);
 }
 
@@ -215,11 +178,7 @@ constexpr const char* kWasmKernels = nullptr;
 // "v18.20.4"; empty when there is no Node.js or no kernel for it.
 std::string NodeVersion() {
     if (kWasmKernels == nullptr) return {};
-    FILE* pipe = popen("node --version 2>/dev/null", "r");
-    if (pipe == nullptr) return {};
-    char version[64] = "";
-    const bool isRead = std::fscanf(pipe, "%63s", version) == 1;
-    return pclose(pipe) == 0 && isRead ? version : "";
+    return FirstLineOf("node --version 2>/dev/null");
 }
 
 // As its optimizing compiler makes it, or by its baseline compiler alone.
@@ -257,18 +216,6 @@ Result Measure(const NativeKernel& kernel, int runs, const Others& others) {
 }
 
 // --- The table
-
-std::string ProcessorName() {
-    std::ifstream file("/proc/cpuinfo");
-    std::string line;
-    while (std::getline(file, line)) {
-        const std::size_t colon = line.find(": ");
-        if (line.starts_with("model name") && colon != std::string::npos) {
-            return line.substr(colon + 2);
-        }
-    }
-    return "unknown";
-}
 
 std::string CompilerName() {
 #if defined(__clang__)

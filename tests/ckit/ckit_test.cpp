@@ -234,11 +234,13 @@ TEST(CGame, ItsFunctionsDoWhatTheHeaderSays) {
     WriteTextFile(game.folder.path + "/script",
                   "300 key-down 00 \"a\"\n500 key-up 00 \"a\"\n600 mouse-down 0 250 300\n"
                   "610 mouse-up 0 250 300\n700 scroll 0 0.3 250 300\n1800 key-down 35 \"\\x1B\"\n");
+    WriteTextFile(game.game + "/MAP.TXT", "  x\r\n####\r\n #\n");
     const std::string missing = "picture NONE.PNG: cannot be read";
+    const std::string noMap = "map NONE.TXT: cannot be read";
     EXPECT_EQ(game.Logs({"--script", "script", "--run-ms", "2500", "--dump-view", "view.png"}),
-              (Lines{missing, missing, "best 101", "a pressed, held 1", "typed a",
+              (Lines{missing, missing, noMap, "best 101", "a pressed, held 1", "typed a",
                      "a released, held 0", "mouse 50 60", "wheel 3", "problems: 0"}));
-    EXPECT_EQ(game.Logs({"--run-ms", "200"}), (Lines{missing, missing, "best 102"}))
+    EXPECT_EQ(game.Logs({"--run-ms", "200"}), (Lines{missing, missing, noMap, "best 102"}))
         << "what was saved is there again";
     // 1000 x 600 shows the canvas of 200 x 120 five times as large.
     const Picture view = ReadPicture(game.folder.path + "/view.png");
@@ -246,6 +248,7 @@ TEST(CGame, ItsFunctionsDoWhatTheHeaderSays) {
     EXPECT_EQ(view.At(50, 50), 0xDE3C3Cu) << "the camera is at 200, 0";
     EXPECT_EQ(view.At(149, 149), 0xDE3C3Cu);
     EXPECT_EQ(view.At(150, 150), 0x182044u);
+    EXPECT_EQ(view.Colour(100, 150, 20, 20), 0xFACD50u) << "moves by half of the camera's way";
     // Half white on navy: 255 * 128 / 255 + (24, 32, 68) * 127 / 255.
     EXPECT_EQ(view.At(525, 275), 0x8B8FA1u);
     EXPECT_EQ(view.At(750, 250), 0xFACD50u);

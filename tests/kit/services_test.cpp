@@ -10,6 +10,7 @@
 #include <regex>
 #include <sstream>
 
+#include "kit/bindings.h"
 #include "kit/c_header.h"
 #include "tests/support/headless_run.h"
 
@@ -40,6 +41,15 @@ TEST(Services, TheHeaderOfCIsMadeFromTheTable) {
 TEST(Services, ThePageOfCIsMadeFromTheTable) {
     EXPECT_EQ(ReadTextFile(kSource + "/docs/c-services.md"), ServicesPage())
         << "run mxservices page and write its output to docs/c-services.md";
+}
+
+TEST(Services, TheBindingsOfOtherLanguagesAreMadeFromTheTable) {
+    EXPECT_EQ(ReadTextFile(kSource + "/library/rust/src/sys.rs"), RustServices())
+        << "run mxservices rust and write its output to library/rust/src/sys.rs";
+    EXPECT_EQ(ReadTextFile(kSource + "/library/assemblyscript/services.ts"),
+              AssemblyScriptServices())
+        << "run mxservices assemblyscript and write its output to "
+           "library/assemblyscript/services.ts";
 }
 
 TEST(Services, ThePageOfCNamesAllFunctionsOfTheGameHeader) {

@@ -56,4 +56,14 @@ TEST_F(KernelsTest, QuicksortOrdersUnsignedWords) {
                     {{1, 1178692198}, {2, 1202011513}, {3, 1208909871}, {5000, 284086234}});
 }
 
+// Python's list.insert and list.pop.
+TEST_F(KernelsTest, ListFindsItsNodesAndPutsThemInFront) {
+    ExpectChecksums("list", {{2000, 2273468013u}, {20000, 467354028u}});
+}
+
+// Python's regular expressions.
+TEST_F(KernelsTest, StateTellsNumbersFromWhatIsNone) {
+    ExpectChecksums("state", {{1000, 452107981u}, {100000, 154197264u}});
+}
+
 }  // namespace moxi

@@ -1,6 +1,6 @@
-// Little Kettle: a kettle carries hot tea up the mountain, to a friend's cup. This file is what
-// moxi/game.h calls; world.c is the game, view.c its pictures, screens.c what is around it, pilot.c
-// plays by itself, store.c keeps and sounds.
+// Little Kettle: a kettle carries hot tea up the mountain, to a friend's cup. This file
+// begins it and takes the input; world.c is the game, view.c its pictures, screens.c what is around
+// it, pilot.c plays by itself, store.c keeps and sounds.
 
 #include "kettle.h"
 
@@ -36,15 +36,7 @@ unsigned player_wish(void) {
     unsigned wish = mouse_wish();
     if (key_held(KEY_LEFT) || key_held('A')) wish |= WISH_LEFT;
     if (key_held(KEY_RIGHT) || key_held('D')) wish |= WISH_RIGHT;
-    if (key_held(KEY_SPACE) || key_held(KEY_UP) || key_held('W') || key_held('Z')) wish |= WISH_JUMP;
+    if (key_held(KEY_SPACE) || key_held(KEY_UP) || key_held('W') || key_held('Z'))
+        wish |= WISH_JUMP;
     return wish;
-}
-
-void update(void) {
-    if (key_pressed(KEY_F1 + 10)) game_full_screen(!game_is_full_screen());
-    update_screen();
-}
-
-void draw(void) {
-    draw_screen();
 }

@@ -6,40 +6,18 @@
 #include <moxi/game.h>
 #include <stdio.h>
 
-enum {
-    VIEW_WIDTH = 320,
-    VIEW_HEIGHT = 180,
-    TILE = 16,
-    LEVELS = 4,
-    LEAVES = 3,
-    HEARTS = 3,
-    MOST_FOES = 48,
-    MOST_SAUCERS = 24,
-    MOST_THINGS = 256,
-    HERO_WIDTH = 10,
-    HERO_HEIGHT = 15
-};
+enum { VIEW_WIDTH = 320, VIEW_HEIGHT = 180, TILE = 16, HERO_WIDTH = 10, HERO_HEIGHT = 15 };
+enum { LEVELS = 4, LEAVES = 3, HEARTS = 3 };
+enum { MOST_FOES = 48, MOST_SAUCERS = 24, MOST_THINGS = 256 };
 
 // --- world.c: a level and all that happens in it
-
 // What the player wants in an update.
 enum { WISH_LEFT = 1, WISH_RIGHT = 2, WISH_JUMP = 4 };
 
 // What an update has brought, for sounds and steam.
-enum {
-    EVENT_JUMP = 1,
-    EVENT_PUFF = 2,
-    EVENT_LAND = 4,
-    EVENT_SUGAR = 8,
-    EVENT_LEAF = 16,
-    EVENT_STOMP = 32,
-    EVENT_HURT = 64,
-    EVENT_SPILL = 128,
-    EVENT_BOUNCE = 256,
-    EVENT_STOVE = 512,
-    EVENT_CUP = 1024,
-    EVENT_HEART = 2048
-};
+enum { EVENT_JUMP = 1, EVENT_PUFF = 2, EVENT_LAND = 4, EVENT_SUGAR = 8, EVENT_LEAF = 16 };
+enum { EVENT_STOMP = 32, EVENT_HURT = 64, EVENT_SPILL = 128, EVENT_BOUNCE = 256 };
+enum { EVENT_STOVE = 512, EVENT_CUP = 1024, EVENT_HEART = 2048 };
 
 typedef enum { FOE_SLUG, FOE_BEE, FOE_FROG } foe_kind;
 
@@ -63,14 +41,8 @@ typedef struct {
     bool onGround, faces_left, held_jump, can_puff, rising;
 } kettle;
 
-typedef enum {
-    THING_SUGAR,
-    THING_LEAF,
-    THING_STOVE,
-    THING_CUP,
-    THING_CUSHION,
-    THING_SIGN
-} thing_kind;
+enum { THING_SUGAR, THING_LEAF, THING_STOVE, THING_CUP, THING_CUSHION, THING_SIGN };
+typedef int thing_kind;
 
 typedef struct {
     short x, y;  // the middle of its lower side
@@ -107,24 +79,24 @@ void step_world(world* now, unsigned wish);
 bool is_blocked(int column, int row);
 
 // --- pilot.c: plays by itself, by trying out what would happen
-
 void reset_pilot(void);
 unsigned pilot_wish(const world* now);
 
 // --- view.c: what a level looks like
-
 void load_pictures(void);
 void reset_view(const world* now);
 void update_view(const world* now);
-void draw_backdrop(int place, float drift);
+void draw_backdrop(int place, float drift, float height);
 void draw_world(const world* now);
 void draw_hud(const world* now);
+const char* clock_text(int updates);  // holds until the next call
 void draw_hero_at(float x, float y, int cell, bool flipped);
-void draw_panel(int width, int height, int* x, int* y);
+int draw_panel(int width, int height);
+void draw_leaves(float x, float y, int found);
 
 extern font letters;
-extern picture logo, leaf_found, no_leaf;
-extern sheet sugar_cells, leaf_cells, cup_cells;
+extern picture logo;
+extern sheet sugar_cells, cup_cells;
 
 #define INK RGB(36, 26, 46)
 #define CREAM RGB(255, 246, 220)
@@ -133,7 +105,6 @@ extern sheet sugar_cells, leaf_cells, cup_cells;
 #define MIST RGB(170, 160, 190)
 
 // --- store.c: what is kept
-
 typedef struct {
     int best;    // updates, 0 never finished
     int leaves;  // a bit each
@@ -151,26 +122,15 @@ void want_music(const char* name);
 void switch_music(void);
 
 // --- screens.c
-
-typedef enum {
-    SCREEN_TITLE,
-    SCREEN_LEVELS,
-    SCREEN_KEYS,
-    SCREEN_OPTIONS,
-    SCREEN_PLAY,
-    SCREEN_PAUSE,
-    SCREEN_DONE,
-    SCREEN_END
-} screen_kind;
+enum { SCREEN_TITLE, SCREEN_LEVELS, SCREEN_KEYS, SCREEN_OPTIONS };
+enum { SCREEN_PLAY = SCREEN_OPTIONS + 1, SCREEN_PAUSE, SCREEN_DONE, SCREEN_END };
+typedef int screen_kind;
 
 extern screen_kind screen;
 void go(screen_kind next);
 void begin_level(int number);
-void update_screen(void);
-void draw_screen(void);
 
 // --- kettle.c
-
 extern world current;
 extern bool piloted;  // the pilot plays
 unsigned player_wish(void);

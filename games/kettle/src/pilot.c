@@ -16,13 +16,13 @@ typedef struct {
 } plan;
 
 static const plan kWays[WAYS] = {
-    {WISH_RIGHT, 0, 0, 0, 0},    {WISH_RIGHT, 1, 22, 0, 0}, {WISH_RIGHT, 1, 7, 0, 0},
+    {WISH_RIGHT, 0, 0, 0, 0},    {WISH_RIGHT, 1, 22, 0, 0},  {WISH_RIGHT, 1, 7, 0, 0},
     {WISH_RIGHT, 1, 22, 26, 44}, {WISH_RIGHT, 12, 34, 0, 0}, {0, 0, 0, 0, 0},
-    {0, 1, 22, 26, 44},          {0, 1, 22, 0, 0},          {WISH_LEFT, 0, 0, 0, 0},
+    {0, 1, 22, 26, 44},          {0, 1, 22, 0, 0},           {WISH_LEFT, 0, 0, 0, 0},
     {WISH_LEFT, 1, 22, 0, 0},    {WISH_LEFT, 1, 22, 26, 44}, {WISH_LEFT, 12, 34, 0, 0},
     {WISH_RIGHT, 1, 22, 36, 44}};
 
-static int ways_left[MOST_CELLS];            // steps from each cell to the cup
+static int ways_left[MOST_CELLS];           // steps from each cell to the cup
 static unsigned char in_reach[MOST_CELLS];  // a jump from somewhere gets there
 static int columns, rows;
 static const plan* chosen;
@@ -30,7 +30,6 @@ static int since, nearest, stuck;
 static level* known;
 
 // --- How far it is
-
 static void reach(int column, int row, int sideways, int up) {
     for (int y = row - up; y < row; ++y) {
         for (int x = column - sideways; x <= column + sideways; ++x) {
@@ -45,7 +44,8 @@ static void find_reach(void) {
     for (int i = 0; i < columns * rows; ++i) {
         const int x = i % columns, y = i / columns, tile = tile_at(&here.map, x, y);
         const char letter = letter_at(&here.map, x, y);
-        if (tile >= 0 && here.map.solid[tile] != TILE_OPEN && !is_blocked(x, y - 1)) reach(x, y, 4, 5);
+        if (tile >= 0 && here.map.solid[tile] != TILE_OPEN && !is_blocked(x, y - 1))
+            reach(x, y, 4, 5);
         if (letter == 'S') reach(x, y + 1, 3, 9);
         if (letter == 'H') reach(x + 1, y, 8, 5);
         if (letter == 'V') reach(x + 1, y + 2, 2, 10);
@@ -94,11 +94,12 @@ static void explore(void) {
 
 // In pixels, and between the cells as well.
 static int way_from(float x, float y) {
-    int least = FAR_OFF;
+    int least = FAR_OFF * TILE;
     const int column = (int)x / TILE, row = (int)y / TILE;
     for (int v = row - 1; v <= row + 1; ++v) {
         for (int u = column - 1; u <= column + 1; ++u) {
             if (u < 0 || v < 0 || u >= columns || v >= rows) continue;
+            if (v < row && row < rows && !in_reach[row * columns + column]) continue;
             const int off = abs((int)x - u * TILE - 8) + abs((int)y - v * TILE - 8);
             const int way = ways_left[v * columns + u] * TILE + off;
             if (way < least) least = way;
@@ -108,10 +109,9 @@ static int way_from(float x, float y) {
 }
 
 // --- What would happen
-
 static unsigned wish_of(const plan* way, int update) {
-    const bool held = (update >= way->from && update < way->to) ||
-                      (update >= way->again && update < way->until);
+    const bool held =
+        (update >= way->from && update < way->to) || (update >= way->again && update < way->until);
     return way->direction | (held ? WISH_JUMP : 0);
 }
 
@@ -129,14 +129,14 @@ static void play_on(world* copy, const plan* way) {
     for (int i = 0; i < HORIZON && copy->spills == spills; ++i) step_world(copy, wish_of(way, i));
 }
 
-// The best that can follow: from each end once more, for the better half of them.
-static const plan* best_plan(const world* now) {
+// The best that can follow: from the best three ends once more. A whim gives others a chance.
+static const plan* best_plan(const world* now, int whim) {
     static world ends[WAYS], after;
     int values[WAYS], best = 0, best_value = 1 << 30;
     for (int i = 0; i < WAYS; ++i) {
         ends[i] = *now;
         play_on(&ends[i], &kWays[i]);
-        values[i] = value_of(&ends[i], now);
+        values[i] = value_of(&ends[i], now) + random_int(0, whim);
     }
     for (int i = 0; i < WAYS; ++i) {
         int better = 0;
@@ -166,8 +166,8 @@ unsigned pilot_wish(const world* now) {
     // In the air the plan is played to its end, on the ground only its beginning.
     const bool whole = chosen != NULL && chosen->to > 0 && !now->hero.onGround;
     if (chosen == NULL || since >= HORIZON || (since >= HOLD && !whole)) {
-        chosen = ++stuck * HOLD > STUCK ? &kWays[random_int(0, WAYS - 1)] : best_plan(now);
-        if (stuck * HOLD > STUCK + 60) stuck = 0;
+        chosen = best_plan(now, ++stuck * HOLD > STUCK ? 4000 : 0);
+        if (stuck * HOLD > STUCK + 120) stuck = 0;
         since = 0;
     }
     return wish_of(chosen, since++);

@@ -5,70 +5,45 @@
 
 #include "kettle.h"
 
-enum { MOST_ITEMS = 7, LINE = 15, IDLE = 600 };
+enum { LINE = 15, CARD = 74, IDLE = 600 };
 
 screen_kind screen;
 static screen_kind came_from;
-static int chosen, age, idle, finished_best;
+static int chosen, age, idle, finished_best, next_level = -1;
 static float curtain;  // 1: all is dark
-static int next_level = -1;
-static bool found_new;
 
-typedef struct {
-    int count, top;
-    char items[MOST_ITEMS][36];
-} menu;
+static const char* const kMusic[LEVELS] = {"MUSIC/MEADOW.MID", "MUSIC/WOODS.MID", "MUSIC/FROST.MID",
+                                           "MUSIC/SUMMIT.MID"};
 
-static const char* const kMusic[LEVELS] = {"MUSIC/MEADOW.MID", "MUSIC/WOODS.MID",
-                                           "MUSIC/FROST.MID", "MUSIC/SUMMIT.MID"};
+// What can be chosen on a screen, a line each, and where the first line stands.
+static const struct {
+    int top;
+    const char* items;
+} kMenus[] = {[SCREEN_TITLE] = {98, "Play\nHow to play\nOptions\nLeave"},
+              [SCREEN_KEYS] = {148, "Back"},
+              [SCREEN_OPTIONS] = {52,
+                                  "Music: %s\nSounds: %s\nShaking: %s\nFull screen: %s\n"
+                                  "Forget all records\nBack"},
+              [SCREEN_PAUSE] = {68, "Go on\nBegin again\nOptions\nLeave the level"},
+              [SCREEN_DONE] = {122, "On we go\nOnce more"},
+              [SCREEN_END] = {0, NULL}};
 
-static void add_item(menu* list, const char* text) {
-    snprintf(list->items[list->count++], sizeof list->items[0], "%s", text);
+// An item of the screen that is on; null behind the last.
+static const char* item(int number) {
+    static char text[128];
+    static const char* const kOn[] = {"off", "on"};
+    if (kMenus[screen].items == NULL) return NULL;
+    snprintf(text, sizeof text, kMenus[screen].items, kOn[music_on], kOn[sound_on], kOn[shake_on],
+             kOn[game_is_full_screen()]);
+    const char* found = strtok(text, "\n");
+    while (number-- > 0 && found != NULL) found = strtok(NULL, "\n");
+    return found;
 }
 
-static void add_switch(menu* list, const char* text, bool on) {
-    snprintf(list->items[list->count++], sizeof list->items[0], "%s: %s", text, on ? "on" : "off");
-}
-
-// What can be chosen on the screen that is on, and where it stands.
-static menu menu_of(void) {
-    menu list = {0, 0, {{0}}};
-    list.top = 68;
-    switch (screen) {
-        case SCREEN_TITLE:
-            list.top = 98;
-            add_item(&list, opened > 1 ? "Go on" : "Play");
-            add_item(&list, "How to play");
-            add_item(&list, "Options");
-            add_item(&list, "Leave");
-            break;
-        case SCREEN_OPTIONS:
-            list.top = 52;
-            add_switch(&list, "Music", music_on);
-            add_switch(&list, "Sounds", sound_on);
-            add_switch(&list, "Shaking", shake_on);
-            add_switch(&list, "Full screen", game_is_full_screen());
-            add_item(&list, "Forget all records");
-            add_item(&list, "Back");
-            break;
-        case SCREEN_PAUSE:
-            add_item(&list, "Go on");
-            add_item(&list, "Begin again");
-            add_item(&list, "Options");
-            add_item(&list, "Leave the level");
-            break;
-        case SCREEN_KEYS:
-            list.top = 148;
-            add_item(&list, "Back");
-            break;
-        case SCREEN_DONE:
-            list.top = 122;
-            add_item(&list, "On we go");
-            add_item(&list, "Once more");
-            break;
-        default: break;
-    }
-    return list;
+static int items(void) {
+    int count = 0;
+    while (item(count) != NULL) ++count;
+    return screen == SCREEN_LEVELS ? opened : count;
 }
 
 void go(screen_kind next) {
@@ -83,6 +58,9 @@ void go(screen_kind next) {
         if (next == SCREEN_LEVELS) chosen = next_level >= 0 && next_level < LEVELS ? next_level : 0;
     }
     if (next == SCREEN_END) want_music("MUSIC/END.MID");
+#ifdef PILOT
+    if (next == SCREEN_END) game_quit();
+#endif
 }
 
 void begin_level(int number) {
@@ -97,17 +75,13 @@ void begin_level(int number) {
 }
 
 // --- Choices
-
 static void choose_title(void) {
-    switch (chosen) {
-        case 0:
-            next_level = opened - 1;
-            go(SCREEN_LEVELS);
-            break;
-        case 1: go(SCREEN_KEYS); break;
-        case 2: go(SCREEN_OPTIONS); break;
-        default: game_quit(); break;
-    }
+    static const screen_kind kNext[] = {SCREEN_LEVELS, SCREEN_KEYS, SCREEN_OPTIONS};
+    if (chosen == 0) next_level = opened - 1;
+    if (chosen < 3)
+        go(kNext[chosen]);
+    else
+        game_quit();
 }
 
 static void choose_option(void) {
@@ -123,16 +97,20 @@ static void choose_option(void) {
 }
 
 static void choose_pause(void) {
-    if (chosen == 0) screen = SCREEN_PLAY;
-    else if (chosen == 1) begin_level(here.number);
-    else if (chosen == 2) go(SCREEN_OPTIONS);
-    else go(SCREEN_LEVELS);
+    switch (chosen) {
+        case 0: screen = SCREEN_PLAY; break;
+        case 1: begin_level(here.number); break;
+        case 2: go(SCREEN_OPTIONS); break;
+        default: go(SCREEN_LEVELS); break;
+    }
 }
 
 static void choose_done(void) {
-    if (chosen == 1) begin_level(here.number);
-    else if (here.number + 1 < LEVELS) begin_level(here.number + 1);
-    else go(SCREEN_END);
+    const int next = here.number + 1 - chosen;
+    if (next < LEVELS)
+        begin_level(next);
+    else
+        go(SCREEN_END);
 }
 
 static void choose(void) {
@@ -150,15 +128,14 @@ static void choose(void) {
 }
 
 static void back(void) {
-    switch (screen) {
-        case SCREEN_LEVELS: go(SCREEN_TITLE); break;
-        case SCREEN_PAUSE: screen = SCREEN_PLAY; break;
-        case SCREEN_DONE: go(SCREEN_LEVELS); break;
-        case SCREEN_END: go(SCREEN_TITLE); break;
-        case SCREEN_KEYS:
-        case SCREEN_OPTIONS: go(came_from); break;
-        default: break;
-    }
+    if (screen == SCREEN_PAUSE)
+        screen = SCREEN_PLAY;
+    else if (screen == SCREEN_DONE)
+        go(SCREEN_LEVELS);
+    else if (screen == SCREEN_KEYS || screen == SCREEN_OPTIONS)
+        go(came_from);
+    else if (screen != SCREEN_TITLE)
+        go(SCREEN_TITLE);
 }
 
 static void step_to(int place) {
@@ -169,33 +146,28 @@ static void step_to(int place) {
 }
 
 // Which item or card the pointer is on, -1 none.
-static int pointed(const menu* list) {
+static int pointed(int count) {
     const float x = mouse_x(), y = mouse_y();
-    if (screen == SCREEN_LEVELS) {
-        for (int i = 0; i < opened; ++i) {
-            if (boxes_touch(x, y, 1, 1, 14 + (float)i * 74, 46, 70, 100)) return i;
-        }
-        return -1;
-    }
-    const int place = (int)floorf((y - (float)list->top + 4) / LINE);
-    const bool inside = place >= 0 && place < list->count && fabsf(x - VIEW_WIDTH / 2) < 70;
-    return inside ? place : -1;
+    int place = (int)floorf((y - (float)kMenus[screen].top + 4) / LINE);
+    if (screen == SCREEN_LEVELS) place = y > 44 && y < 148 ? (int)floorf((x - 12) / CARD) : -1;
+    const bool beside = screen != SCREEN_LEVELS && fabsf(x - VIEW_WIDTH / 2) > 70;
+    return place < 0 || place >= count || beside ? -1 : place;
 }
 
 static void update_menu(void) {
     static float last_x, last_y;
-    const menu list = menu_of();
-    const int count = screen == SCREEN_LEVELS ? opened : list.count;
-    const bool next = key_pressed(KEY_DOWN) || key_pressed(KEY_RIGHT) || key_pressed('S') || key_pressed('D');
-    const bool previous = key_pressed(KEY_UP) || key_pressed(KEY_LEFT) || key_pressed('W') || key_pressed('A');
+    const int count = items(), place = pointed(count);
+    const bool next =
+        key_pressed(KEY_DOWN) || key_pressed(KEY_RIGHT) || key_pressed('S') || key_pressed('D');
+    const bool previous =
+        key_pressed(KEY_UP) || key_pressed(KEY_LEFT) || key_pressed('W') || key_pressed('A');
     if (next && count > 0) step_to((chosen + 1) % count);
     if (previous && count > 0) step_to((chosen + count - 1) % count);
-    const int place = pointed(&list);
     if (place >= 0 && (mouse_x() != last_x || mouse_y() != last_y)) step_to(place);
     last_x = mouse_x();
     last_y = mouse_y();
-    const bool keyed = key_pressed(KEY_RETURN) || key_pressed(KEY_SPACE);
-    if (keyed || (mouse_pressed(MOUSE_LEFT) && (place >= 0 || screen == SCREEN_END))) {
+    const bool clicked = mouse_pressed(MOUSE_LEFT) && (place >= 0 || screen == SCREEN_END);
+    if (key_pressed(KEY_RETURN) || key_pressed(KEY_SPACE) || clicked) {
         choose();
     } else if (key_pressed(KEY_ESCAPE) || mouse_pressed(MOUSE_RIGHT)) {
         back();
@@ -203,11 +175,9 @@ static void update_menu(void) {
 }
 
 // --- Play
-
 static void finish_level(void) {
     record* const kept = &records[here.number];
     finished_best = kept->best;
-    found_new = (current.leaves & ~kept->leaves) != 0;
     if (kept->best == 0 || current.updates < kept->best) kept->best = current.updates;
     kept->leaves |= current.leaves;
     if (opened < here.number + 2 && here.number + 1 < LEVELS) opened = here.number + 2;
@@ -233,8 +203,9 @@ static void update_play(void) {
     if (key_pressed(KEY_ESCAPE) || key_pressed('P')) go(SCREEN_PAUSE);
 }
 
-void update_screen(void) {
+void update(void) {
     ++age;
+    if (key_pressed(KEY_F1 + 10)) game_full_screen(!game_is_full_screen());
     if (screen == SCREEN_PLAY) {
         update_play();
         return;
@@ -247,7 +218,6 @@ void update_screen(void) {
 }
 
 // --- Drawing
-
 static void title_words(int y, const char* text) {
     text_align(ALIGN_CENTRE);
     draw_words(&letters, VIEW_WIDTH / 2, (float)y, AMBER, "%s", text);
@@ -256,22 +226,21 @@ static void title_words(int y, const char* text) {
 }
 
 static void draw_items(void) {
-    const menu list = menu_of();
     text_align(ALIGN_CENTRE);
-    for (int i = 0; i < list.count; ++i) {
-        const float y = (float)(list.top + i * LINE);
-        const bool lit = i == chosen;
-        const float half = (float)words_width(&letters, "%s", list.items[i]) / 2;
-        if (lit) {
+    for (int i = 0; i < items(); ++i) {
+        const float y = (float)(kMenus[screen].top + i * LINE);
+        const char* const text = item(i);
+        const float half = (float)words_width(&letters, "%s", text) / 2;
+        if (i == chosen) {
             draw_box(VIEW_WIDTH / 2 - half - 16, y - 3, half * 2 + 32, 13, faded(COPPER, 0.9f));
             draw_cell(&sugar_cells, age / 8 % 4, VIEW_WIDTH / 2 - half - 14, y - 3, false);
         }
-        draw_words(&letters, VIEW_WIDTH / 2, y, lit ? INK : CREAM, "%s", list.items[i]);
+        draw_words(&letters, VIEW_WIDTH / 2, y, i == chosen ? INK : CREAM, "%s", text);
     }
 }
 
 static void draw_title(void) {
-    draw_backdrop(0, (float)age * 0.8f);
+    draw_backdrop(0, (float)age * 0.8f, 0);
     const float bob = sinf((float)age * 0.04f) * 2;
     draw_picture(&logo, (float)(VIEW_WIDTH - logo.width) / 2 + 8, 14 + bob);
     draw_hero_at(66, 62 + fabsf(sinf((float)age * 0.09f)) * -14, 4 + age / 7 % 4, false);
@@ -279,14 +248,17 @@ static void draw_title(void) {
     draw_frame(99, 91, 122, 68, COPPER);
     draw_items();
     text_align(ALIGN_CENTRE);
-    draw_words(&letters, VIEW_WIDTH / 2, 168, CREAM, "A pot of tea, a mountain, and a friend at the top");
+    draw_words(&letters, VIEW_WIDTH / 2, 168, CREAM,
+               "A pot of tea, a mountain, and a friend at the top");
 }
 
 static void draw_card(int number) {
-    const float x = 14 + (float)number * 74, y = 46;
+    const float x = 14 + (float)number * CARD, y = 46;
     const bool open = number < opened, lit = number == chosen;
-    static const colour kSkies[LEVELS] = {SKY, RGB(217, 115, 138), RGB(176, 208, 236), RGB(60, 52, 120)};
-    static const colour kGrounds[LEVELS] = {RGB(124, 198, 86), RGB(232, 151, 58), RGB(215, 235, 247), RGB(92, 103, 174)};
+    static const colour kSkies[LEVELS] = {SKY, RGB(217, 115, 138), RGB(176, 208, 236),
+                                          RGB(60, 52, 120)};
+    static const colour kGrounds[LEVELS] = {RGB(124, 198, 86), RGB(232, 151, 58),
+                                            RGB(215, 235, 247), RGB(92, 103, 174)};
     const float up = lit ? -2 - fabsf(sinf((float)age * 0.08f)) * 2 : 0;
     draw_box(x + 2, y + 3, 70, 100, faded(INK, 0.5f));
     draw_box(x, y + up, 70, 100, lit ? COPPER : RGB(90, 62, 84));
@@ -300,19 +272,15 @@ static void draw_card(int number) {
     }
     if (lit) draw_hero_at(x + 24, y + 11 + up, 4 + age / 7 % 4, false);
     const char* const space = strchr(level_names[number], ' ');
-    draw_words(&letters, x + 35, y + 48 + up, CREAM, "%.*s\n%s", (int)(space - level_names[number]), level_names[number], space + 1);
-    for (int i = 0; i < LEAVES; ++i) {
-        const float left = x + 12 + (float)i * 16;
-        if (records[number].leaves >> i & 1) draw_cell(&leaf_cells, 0, left, y + 67 + up, false);
-        else draw_picture(&no_leaf, left, y + 67 + up);
-    }
+    draw_words(&letters, x + 35, y + 48 + up, CREAM, "%.*s\n%s", (int)(space - level_names[number]),
+               level_names[number], space + 1);
+    draw_leaves(x + 12, y + 67 + up, records[number].leaves);
     const int best = records[number].best;
-    if (best > 0) draw_words(&letters, x + 35, y + 86 + up, AMBER, "%d:%02d.%d", best / 3600, best / 60 % 60, best / 6 % 10);
-    else draw_words(&letters, x + 35, y + 86 + up, MIST, "-:--");
+    draw_words(&letters, x + 35, y + 86 + up, AMBER, "%s", best > 0 ? clock_text(best) : "-:--");
 }
 
 static void draw_levels(void) {
-    draw_backdrop(chosen, (float)age * 0.5f);
+    draw_backdrop(chosen, (float)age * 0.5f, 0);
     draw_box(0, 0, VIEW_WIDTH, VIEW_HEIGHT, faded(INK, 0.45f));
     title_words(20, "Where to?");
     for (int i = 0; i < LEVELS; ++i) draw_card(i);
@@ -327,8 +295,7 @@ static void draw_keys(void) {
                                             {"right mouse button", "jump"},
                                             {"Escape or P", "pause"},
                                             {"F11", "full screen"}};
-    int x, y;
-    draw_panel(292, 160, &x, &y);
+    const int x = VIEW_WIDTH / 2, y = draw_panel(292, 160);
     title_words(y + 12, "How to play");
     for (int i = 0; i < 6; ++i) {
         text_align(ALIGN_RIGHT);
@@ -338,26 +305,26 @@ static void draw_keys(void) {
     }
     text_align(ALIGN_CENTRE);
     draw_words(&letters, (float)x, (float)(y + 107), MIST,
-               "25 lumps of sugar mend a heart. Each place hides three\ngolden tea leaves. Stoves keep your place.");
+               "25 lumps of sugar mend a heart. Each place hides three\ngolden tea leaves. Stoves "
+               "keep your place.");
     draw_items();
 }
 
 static void draw_done(void) {
-    int x, y;
-    draw_panel(220, 148, &x, &y);
+    const int x = VIEW_WIDTH / 2, y = draw_panel(220, 148);
     title_words(y + 12, level_names[here.number]);
     const int gone = current.updates;
-    draw_words(&letters, (float)x, (float)(y + 30), CREAM, "%d:%02d.%d", gone / 3600, gone / 60 % 60, gone / 6 % 10);
-    if (finished_best == 0 || gone < finished_best) draw_words(&letters, (float)x, (float)(y + 41), AMBER, "your best time");
-    else draw_words(&letters, (float)x, (float)(y + 41), MIST, "best %d:%02d.%d", finished_best / 3600, finished_best / 60 % 60, finished_best / 6 % 10);
-    for (int i = 0; i < LEAVES; ++i) {
-        const float left = (float)(x - 26 + i * 18);
-        // They come in one after the other.
-        if (current.leaves >> i & 1 && age > 20 + i * 14) draw_cell(&leaf_cells, age / 7 % 4, left, (float)(y + 54), false);
-        else draw_picture(&no_leaf, left, (float)(y + 54));
-    }
-    draw_words(&letters, (float)x, (float)(y + 74), CREAM, "Sugar %d of %d", current.sugar, here.sugar_count);
-    draw_words(&letters, (float)x, (float)(y + 86), MIST, found_new ? "new leaves found" : current.spills == 0 ? "not a drop spilt" : current.spills == 1 ? "spilt once" : "spilt %d times", current.spills);
+    draw_words(&letters, (float)x, (float)(y + 30), CREAM, "%s", clock_text(gone));
+    const bool better = finished_best == 0 || gone < finished_best;
+    draw_words(&letters, (float)x, (float)(y + 41), better ? AMBER : MIST, "%s%s",
+               better ? "your best time" : "best ", better ? "" : clock_text(finished_best));
+    // They come in one after the other.
+    const int shown = age < 20 ? 0 : age < 34 ? 1 : age < 48 ? 3 : 7;
+    draw_leaves((float)x - 24, (float)(y + 54), current.leaves & shown);
+    draw_words(&letters, (float)x, (float)(y + 74), CREAM, "Sugar %d of %d", current.sugar,
+               here.sugar_count);
+    draw_words(&letters, (float)x, (float)(y + 86), MIST,
+               current.spills == 0 ? "not a drop spilt" : "spilt: %d", current.spills);
     draw_items();
 }
 
@@ -367,32 +334,41 @@ static void draw_end(void) {
         total += records[i].best;
         for (int k = 0; k < LEAVES; ++k) leaves += records[i].leaves >> k & 1;
     }
-    draw_backdrop(3, (float)age * 0.3f);
+    draw_backdrop(3, (float)age * 0.3f, 0);
     draw_cell(&cup_cells, 1, 170, 100, false);
     draw_hero_at(132, 108, age / 30 % 8 == 7 ? 2 : age / 30 % 2, false);
     draw_box(0, 131, VIEW_WIDTH, 49, RGB(143, 159, 224));
     draw_box(0, 131, VIEW_WIDTH, 2, RGB(201, 212, 255));
     for (int i = 0; i < 5; ++i) {
         const float rise = fmodf((float)age * 0.25f + (float)i * 9, 45);
-        draw_disc(186 + sinf(rise * 0.2f + (float)i) * 4, 106 - rise, 2 + rise * 0.06f, faded(WHITE, 0.6f - rise * 0.013f));
+        draw_disc(186 + sinf(rise * 0.2f + (float)i) * 4, 106 - rise, 2 + rise * 0.06f,
+                  faded(WHITE, 0.6f - rise * 0.013f));
     }
     title_words(18, "The tea is still hot");
     text_align(ALIGN_CENTRE);
-    draw_words(&letters, VIEW_WIDTH / 2, 38, CREAM, "All the way up, and the cup is full.\nTwo friends, a moon, and time to talk.");
-    draw_words(&letters, VIEW_WIDTH / 2, 144, INK, "Golden leaves %d of %d      Best times together %d:%02d", leaves, LEVELS * LEAVES, total / 3600, total / 60 % 60);
+    draw_words(&letters, VIEW_WIDTH / 2 - 46, 38, CREAM,
+               "All the way up, and the cup is full.\nTwo friends, a moon, and time to talk.");
+    draw_words(&letters, VIEW_WIDTH / 2, 144, INK,
+               "Golden leaves %d of %d      Best times together %d:%02d", leaves, LEVELS * LEAVES,
+               total / 3600, total / 60 % 60);
     draw_words(&letters, VIEW_WIDTH / 2, 162, INK, "Return goes home");
 }
 
-void draw_screen(void) {
-    int x, y;
+static void draw_choice(int width, int height, const char* title) {
+    title_words(draw_panel(width, height) + 12, title);
+    draw_items();
+}
+
+void draw(void) {
     clear_screen(INK);
-    const bool over_play = screen == SCREEN_PLAY || screen == SCREEN_PAUSE || screen == SCREEN_DONE ||
-                           ((screen == SCREEN_OPTIONS || screen == SCREEN_KEYS) && came_from == SCREEN_PAUSE);
+    const bool over_play =
+        screen == SCREEN_PLAY || screen == SCREEN_PAUSE || screen == SCREEN_DONE ||
+        ((screen == SCREEN_OPTIONS || screen == SCREEN_KEYS) && came_from == SCREEN_PAUSE);
     if (over_play) {
         draw_world(&current);
         draw_hud(&current);
     } else if (screen == SCREEN_OPTIONS || screen == SCREEN_KEYS) {
-        draw_backdrop(0, (float)age * 0.8f);
+        draw_backdrop(0, (float)age * 0.8f, 0);
     }
     switch (screen) {
         case SCREEN_TITLE: draw_title(); break;
@@ -400,16 +376,8 @@ void draw_screen(void) {
         case SCREEN_KEYS: draw_keys(); break;
         case SCREEN_DONE: draw_done(); break;
         case SCREEN_END: draw_end(); break;
-        case SCREEN_PAUSE:
-            draw_panel(150, 100, &x, &y);
-            title_words(y + 12, "Pause");
-            draw_items();
-            break;
-        case SCREEN_OPTIONS:
-            draw_panel(180, 132, &x, &y);
-            title_words(y + 11, "Options");
-            draw_items();
-            break;
+        case SCREEN_PAUSE: draw_choice(150, 100, "Pause"); break;
+        case SCREEN_OPTIONS: draw_choice(180, 132, "Options"); break;
         default: break;
     }
     if (screen == SCREEN_PLAY && piloted && age / 40 % 2 == 0) {

@@ -17,7 +17,6 @@ const char* const level_names[LEVELS] = {"Morning Meadow", "Amber Woods", "Frost
                                          "The Summit"};
 
 // --- Loading
-
 static void add_thing(thing_kind kind, int column, int row) {
     if (here.things_count >= MOST_THINGS) return;
     thing* const made = &here.things[here.things_count++];
@@ -43,28 +42,18 @@ static void add_saucer(world* begun, bool upright, int column, int row) {
     begun->saucers[here.saucers_count++] = (saucer){x, y, x, y, upright};
 }
 
+// Letters stand in the order of their kinds.
 static void place(world* begun, char letter, int column, int row) {
-    switch (letter) {
-        case '@':
-            begun->home_x = (float)(column * TILE + 3);
-            begun->home_y = (float)((row + 1) * TILE - HERO_HEIGHT);
-            break;
-        case 'o':
-            add_thing(THING_SUGAR, column, row);
-            ++here.sugar_count;
-            break;
-        case '*': add_thing(THING_LEAF, column, row); break;
-        case 'C': add_thing(THING_STOVE, column, row); break;
-        case 'G': add_thing(THING_CUP, column, row); break;
-        case 'S': add_thing(THING_CUSHION, column, row); break;
-        case 'i': add_thing(THING_SIGN, column, row); break;
-        case 's': add_foe(begun, FOE_SLUG, column, row); break;
-        case 'b': add_foe(begun, FOE_BEE, column, row); break;
-        case 'f': add_foe(begun, FOE_FROG, column, row); break;
-        case 'H': add_saucer(begun, false, column, row); break;
-        case 'V': add_saucer(begun, true, column, row); break;
-        default: break;
-    }
+    static const char kThings[] = "o*CGSi", kFoes[] = "sbf";
+    if (letter == ' ' || letter == '#') return;
+    const char *const thing_at = strchr(kThings, letter), *const foe_at = strchr(kFoes, letter);
+    if (thing_at != NULL) add_thing((int)(thing_at - kThings), column, row);
+    if (foe_at != NULL) add_foe(begun, (foe_kind)(foe_at - kFoes), column, row);
+    if (letter == 'o') ++here.sugar_count;
+    if (letter == 'H' || letter == 'V') add_saucer(begun, letter == 'V', column, row);
+    if (letter != '@') return;
+    begun->home_x = (float)(column * TILE + 3);
+    begun->home_y = (float)((row + 1) * TILE - HERO_HEIGHT);
 }
 
 static bool is_ground(int column, int row) {
@@ -123,15 +112,14 @@ void load_level(int number, world* begun) {
     }
     begun->hearts = HEARTS;
     begun->hero = (kettle){.x = begun->home_x, .y = begun->home_y, .riding = -1};
-    memset(begun->taken, 0, sizeof begun->taken);
     camera_bounds((float)(here.map.width * TILE), (float)(here.map.height * TILE));
 }
 
 // --- The hero
-
 bool is_blocked(int column, int row) {
     const int tile = tile_at(&here.map, column, row);
-    return column < 0 || column >= here.map.width || (tile >= 0 && here.map.solid[tile] == TILE_SOLID);
+    return column < 0 || column >= here.map.width ||
+           (tile >= 0 && here.map.solid[tile] == TILE_SOLID);
 }
 
 static void tell(world* now, unsigned event, float x, float y) {
@@ -140,15 +128,11 @@ static void tell(world* now, unsigned event, float x, float y) {
     now->event_y = y;
 }
 
-static void start_again(world* now) {
-    now->hero = (kettle){.x = now->home_x, .y = now->home_y, .riding = -1, .safe = SAFE};
-}
-
 static void spill(world* now) {
     ++now->spills;
     tell(now, EVENT_SPILL, now->hero.x, now->hero.y);
     if (--now->hearts <= 0) now->hearts = HEARTS;
-    start_again(now);
+    now->hero = (kettle){.x = now->home_x, .y = now->home_y, .riding = -1, .safe = SAFE};
 }
 
 static void hurt(world* now, float push) {
@@ -202,10 +186,8 @@ static void jump(world* now, unsigned wish) {
         hero->can_puff = false;
         tell(now, EVENT_PUFF, hero->x + HERO_WIDTH / 2, hero->y + HERO_HEIGHT);
     }
-    if (!held || hero->speed_y >= 0) {
-        if (hero->speed_y < 0 && !held && hero->rising) hero->speed_y += kCut - kRise;
-        if (hero->speed_y >= 0) hero->rising = false;
-    }
+    if (hero->speed_y < 0 && !held && hero->rising) hero->speed_y += kCut - kRise;
+    if (hero->speed_y >= 0) hero->rising = false;
     if (hero->buffer > 0) --hero->buffer;
     if (hero->coyote > 0) --hero->coyote;
 }
@@ -267,11 +249,15 @@ static void step_hero(world* now, unsigned wish) {
 }
 
 // --- Saucers and foes
+// What is far off does not move.
+static bool is_asleep(const world* now, float x, float y) {
+    return fabsf(x - now->hero.x) > 300 || fabsf(y - now->hero.y) > 300;
+}
 
 static void step_saucers(world* now) {
     for (int i = 0; i < here.saucers_count; ++i) {
         saucer* const one = &now->saucers[i];
-        if (fabsf(one->home_x - now->hero.x) > 320 || fabsf(one->home_y - now->hero.y) > 320) continue;
+        if (is_asleep(now, one->home_x, one->home_y)) continue;
         const float way = SAUCER_WAY * sinf((float)now->updates * 0.021f + one->home_x * 0.01f);
         one->x = one->home_x + (one->upright ? 0 : way);
         one->y = one->home_y + (one->upright ? way : 0);
@@ -338,10 +324,7 @@ static void meet(world* now, foe* one) {
 static void step_foes(world* now) {
     for (int i = 0; i < here.foes_count; ++i) {
         foe* const one = &now->foes[i];
-        // What is far off sleeps.
-        if (fabsf(one->x - now->hero.x) > 240 || fabsf(one->y - now->hero.y) > 200 || (one->flat && one->since > FLAT)) {
-            continue;
-        }
+        if (is_asleep(now, one->x, one->y) || (one->flat && one->since > FLAT)) continue;
         ++one->since;
         if (one->flat) continue;
         if (one->kind == FOE_SLUG) step_slug(one);
@@ -352,7 +335,6 @@ static void step_foes(world* now) {
 }
 
 // --- Things
-
 static void touch(world* now, const thing* one, unsigned char* taken) {
     kettle* const hero = &now->hero;
     switch (one->kind) {

@@ -127,6 +127,7 @@ float game_time(void) {
 static void Update(void) {
     UpdateTimers();
     UpdateTweens();
+    UpdateSpecks();
     update();
     UpdateCamera();
     ++updates;

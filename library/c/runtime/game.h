@@ -22,6 +22,10 @@ alignment TextAlignment(void);
 void UpdateTweens(void);
 void UpdateTimers(void);
 
+// --- game_specks.c
+
+void UpdateSpecks(void);
+
 // --- game_camera.c
 
 void UpdateCamera(void);

@@ -24,8 +24,8 @@ font make_font(picture letters, int cell_width, int cell_height) {
     const moxi_pixels dots = moxi_lock_pixels(letters.bitmap);
     for (int i = 0; i < kCount && i < made.cells.count; ++i) {
         const int left = i % made.cells.columns * cell_width;
-        const int width = WidthOfCell(&dots, left, i / made.cells.columns * cell_height,
-                                      cell_width, cell_height);
+        const int width =
+            WidthOfCell(&dots, left, i / made.cells.columns * cell_height, cell_width, cell_height);
         made.widths[i] = (unsigned char)(width > 0 ? width : cell_width / 2);
     }
     moxi_unlock_pixels(dots);

@@ -77,6 +77,41 @@ static void Maps(void) {
     CHECK(move_in_map(&map, &x, &y, 2, 2, -20, 0) == HIT_LEFT && x == 0);
 }
 
+// A ledge stops what falls onto it, and neither what rises through it nor what walks past.
+static void Ledges(void) {
+    static const char* const kRows[] = {"@   ", "    ", "====", "    ", "####", NULL};
+    tile_map made = make_map(&tiles, kRows, "#=", "#");
+    made.solid[1] = TILE_LEDGE;
+    CHECK(letter_at(&made, 0, 0) == '@' && letter_at(&made, 1, 2) == '=');
+    CHECK(letter_at(&made, -1, 0) == ' ' && letter_at(&made, 0, 5) == ' ');
+    CHECK(!solid_at(&made, 1, 9) && solid_at(&made, 1, 17));
+    float x = 1, y = 13;
+    CHECK(move_in_map(&made, &x, &y, 2, 2, 0, -9) == 0 && y == 4);
+    CHECK(move_in_map(&made, &x, &y, 2, 2, 0, 9) == HIT_BOTTOM && y == 6);
+    y = 9;
+    CHECK(move_in_map(&made, &x, &y, 2, 2, 5, 0) == 0 && x == 6);
+    CHECK(move_in_map(&made, &x, &y, 2, 2, 0, 9) == HIT_BOTTOM && y == 14);
+    free_map(&made);
+    made = load_map(&tiles, "MAP.TXT", "#", "#");
+    CHECK(made.width == 4 && made.height == 3 && tile_at(&made, 1, 2) == 0);
+    CHECK(letter_at(&made, 2, 0) == 'x' && letter_at(&made, 3, 2) == ' ');
+    free_map(&made);
+    CHECK(load_map(&tiles, "NONE.TXT", "", "").width == 0);
+}
+
+// Letters of 2, 3 and no columns: ! " and the space.
+static void Words(void) {
+    static const char* const kRows[] = {"....w...wwww", "....w...w.w.", NULL};
+    static const ink kInks[] = {{'w', WHITE}};
+    font letters = make_font(make_picture(kRows, kInks, 1), 4, 2);
+    CHECK(letters.widths[0] == 2 && letters.widths[1] == 1 && letters.widths[2] == 4);
+    // Each is followed by a pixel of room but the last: 1 + 1 + 4 + 1 + 2.
+    CHECK(words_width(&letters, "!\" ") == 9 && words_width(&letters, "%s", "") == 0);
+    CHECK(words_width(&letters, "!\n\"") == 4);
+    picture red = tinted(&letters.cells.image, RED);
+    CHECK(moxi_get_pixel(red.bitmap, 4, 0) == RED && moxi_get_pixel(red.bitmap, 0, 0) == 0);
+}
+
 static void Sprites(void) {
     sprite a = make_sprite(&tiles, 0, 0);
     sprite b = make_sprite(&tiles, 3, 0);
@@ -109,6 +144,8 @@ void setup(void) {
     Chance();
     Pictures();
     Maps();
+    Ledges();
+    Words();
     Sprites();
     Saved();
     tween(&moved, 20, 0.5f, EASE_NONE);
@@ -143,6 +180,10 @@ void draw(void) {
     clear_screen(NAVY);
     draw_box(210, 10, 20, 20, RED);
     draw_cell(&tiles, 0, 250, 10, false);
+    // Half of the camera's 200 pixels: at 20 on the canvas.
+    camera_part(0.5f);
+    draw_box(120, 30, 4, 4, GOLD);
+    camera_part(1);
     camera_off();
     draw_box(100, 50, 10, 10, RGBA(255, 255, 255, 128));
     draw_frame(150, 50, 20, 20, GOLD);

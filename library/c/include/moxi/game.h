@@ -212,8 +212,7 @@ font make_font(picture letters, int cell_width, int cell_height);
 // In lines at each \n, aligned as text_align says.
 __attribute__((format(printf, 5, 6))) void draw_words(font* letters, float x, float y, colour fill,
                                                       const char* format, ...);
-__attribute__((format(printf, 2, 3))) int words_width(const font* letters, const char* format,
-                                                      ...);
+__attribute__((format(printf, 2, 3))) int words_width(const font* letters, const char* format, ...);
 
 // --- Sprites: things that move and are animated
 
@@ -292,6 +291,28 @@ void camera_off(void);
 // What follows moves by a part of the camera's way, so that it seems to be far off: 0.5 half of it,
 // 1 all of it again.
 void camera_part(float part);
+
+// A picture over and over from the left to the right, moved by a part of the camera's way and by
+// `drift`: hills far behind, clouds. y counts from the canvas's top.
+void draw_far(picture* image, float part, float drift, float y);
+
+// --- Specks: steam, dust, sparks. They move by themselves and fade; 256 at a time.
+
+typedef struct {
+    float x, y;
+    float speed_x, speed_y;  // pixels in a second
+    float fall;              // what its speed downwards gains in a second
+    float size, growth;      // pixels, and in a second
+    float seconds;           // how long it is there
+    colour fill;
+    bool round;  // a disc that fades, else a square that shrinks
+} speck;
+
+void add_speck(speck one);
+// So many in all directions.
+void burst(float x, float y, int count, float speed, colour fill);
+void draw_specks(void);
+void clear_specks(void);
 
 // --- Changes over time
 
