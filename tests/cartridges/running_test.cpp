@@ -83,6 +83,7 @@ TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
          Input(frame(401), "30", "2"), Input(frame(450), "23", "64"), Input(frame(455), "23", "66"),
          Input(frame(500), "26", "172,255,179,0,0")});
     EXPECT_EQ(Difference(played.memory, model.memory), "");
+    EXPECT_EQ(ViewProblem(played), "");
 }
 
 TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
