@@ -22,7 +22,7 @@
 #include "app/wiring.h"
 #include "base/log.h"
 #include "desktop/audio_out.h"
-#include "desktop/events.h"
+#include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
@@ -40,12 +40,8 @@
 #include "kit/ship.h"
 #include "kit/watch.h"
 #include "sys/beneath.h"
-#include "sys/dispatch.h"
 #include "sys/files.h"
-#include "translate/translator.h"
 #include "vm/diagnostics.h"
-#include "vm/slots.h"
-#include "vm/threaded.h"
 
 namespace moxi {
 
@@ -86,7 +82,11 @@ void UseOwnFonts() {
 }
 
 bool StartDesktop(const Options& options, std::string& error) {
-    const AudioOptions audio = {options.mute, options.soundfont, options.renderAudio};
+    const AudioOptions audio = {.mute = options.mute,
+                                .musicVolume = options.musicVolume,
+                                .soundVolume = options.soundVolume,
+                                .soundFont = options.soundfont,
+                                .renderFile = options.renderAudio};
     if (options.headless) {
         StartHeadlessDesktop(options.headlessOptions);
         StartHeadlessAudio(audio);
@@ -126,17 +126,6 @@ void StartHelpers(const Options& options) {
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
 }
 
-// With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
-void StartTranslation() {
-    moxi::TranslatorOptions translator;
-    const char* const wish = std::getenv("MOXI_TRANSLATE");
-    if (wish != nullptr && std::string_view(wish) == "all") {
-        translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
-    }
-    if (!kThreaded || moxi::StartTranslator(translator)) return;
-    SystemLog("modules are interpreted: there is no memory to execute translations from");
-}
-
 // SDL can be told to write the sound to a file in place of a device.
 std::vector<std::string> SoundFiles(const Options& options) {
     const char* const driver = std::getenv("SDL_AUDIODRIVER");
@@ -148,36 +137,18 @@ std::vector<std::string> SoundFiles(const Options& options) {
     return {file != nullptr ? file : "sdlaudio.raw"};
 }
 
-// From here on, before the first byte of the game is read, no more is reached than this.
-void EnterSandbox(const Options& options) {
-    if (options.unlocked) {
-        SystemLog("no sandbox: the game may do what you may do");
-        ResolveNames(Resolution::Freely);
-    }
-    if (!options.sandbox) return;
-    StartHelpers(options);
-    StartSandbox({.game = GameFolder(options.game),
-                  .dataFolder = DataFolderOfAll(),
-                  .devices = !options.headless,
-                  .readable = {options.soundfont},
-                  .stampFolder = options.dataFolder.empty() ? folders.state : "",
-                  .files = SoundFiles(options)});
-    sysSlots.beforeFileChange = NarrowSandbox;
-    sysSlots.deleteResource = DeleteInSandbox;
-}
-
 std::string FindGameAndData(const std::string& game) {
     std::string problem = FindGame(game);
     if (problem.empty()) problem = ChooseDataFolder();
     return problem;
 }
 
-}  // namespace
+// --- The stages of a run. A status ends the program with it; what is wrong has been said.
 
-static int Main(int argc, char** argv) {
-    PrepareForOutOfMemory();
-    Options options;
-    if (const std::optional<int> status = ParseCommandLine(argc, argv, options)) return *status;
+using Status = std::optional<int>;
+
+// What needs no game to run, or makes one: a new game, a folder to ship, the game of a cartridge.
+Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
         const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
         const NewGameResult made = MakeNewGame(options.newGame, language);
@@ -189,13 +160,17 @@ static int Main(int argc, char** argv) {
         PrintUsage();
         return kWrongCommandLine;
     }
-    if (const std::optional<int> status = PrepareCartridge(options)) return *status;
+    if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
-    if (!options.bundle.empty()) {
-        const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
-        if (shipped.status != 0) RefuseCommandLine(shipped.problem);
-        return shipped.status;
-    }
+    if (options.bundle.empty()) return {};
+    const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
+    if (shipped.status != 0) RefuseCommandLine(shipped.problem);
+    return shipped.status;
+}
+
+// Where the user's folders lie, and with --watch the process that watches. Nothing has been read of
+// the game yet, but by that process.
+Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
     if (!missing.empty()) return RefuseCommandLine(missing);
     FindUserFolders();
@@ -203,45 +178,62 @@ static int Main(int argc, char** argv) {
     folders.dataLimit = options.dataLimit;
     if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
     if (folders.dataOverride.empty()) MakeStateFolder();
-    if (options.watch) {
-        // The process that watches looks at the game by itself.
-        const std::string unwatchable = FindGameAndData(options.game);
-        if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
-        if (const std::optional<int> status = WatchGame()) return *status;
+    if (!options.watch) return {};
+    const std::string unwatchable = FindGameAndData(options.game);
+    if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
+    return WatchGame();
+}
+
+// From here on, before the first byte of the game is read, no more is reached than this. The helper
+// processes, which reach more, start before, and so before there are threads.
+Status EnterSandbox(Options& options) {
+    if (options.unlocked) {
+        SystemLog("no sandbox: the game may do what you may do");
+        ResolveNames(Resolution::Freely);
     }
-    EnterSandbox(options);
+    if (options.sandbox) {
+        StartHelpers(options);
+        StartSandbox({.game = GameFolder(options.game),
+                      .dataFolder = DataFolderOfAll(),
+                      .devices = !options.headless,
+                      .readable = {options.soundfont},
+                      .stampFolder = options.dataFolder.empty() ? folders.state : "",
+                      .files = SoundFiles(options)});
+    }
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseCommandLine(unusable);
+    return {};
+}
+
+// What looks on while the module runs, then the slots, which some of it stands behind.
+Status WireProgram(Options& options) {
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");
     }
     if (!options.profile.empty()) {
+        // It takes the trace's place before each instruction, and calls it.
         const std::string unwritable = StartProfile(options.profile);
         if (!unwritable.empty()) return RefuseCommandLine(unwritable + ": cannot be written");
         NameProfile();
     }
-    WireRooms();
-    PrepareFinish(options);
     if (!options.record.empty() && !StartRecording(options.record)) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
     if (options.debug) StartDebugger();
-    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
+    PrepareFinish(options);
+    WireRooms(options);
+    return {};
+}
+
+// The window or the script, sound, signals, the menu. The libraries of the desktop have started
+// their threads by the end of it, so the sandbox can tighten; the module has not been read.
+Status OpenDesktop(Options& options) {
     TakeLibraryLines();
     std::string error;
     if (!StartDesktop(options, error)) {
         GiveBackStandardError();
         std::fprintf(stderr, "moxi: %s\n", WithoutControls(error).c_str());
         return 1;
-    }
-    if (options.fullScreen) {
-        static void (*const launch)() = desktopEvents.didFinishLaunching;
-        // The user's wish, as it were, and not the program's: a recording has it.
-        static void (*const toggleFullScreen)() = desktop.toggleFullScreen;
-        desktopEvents.didFinishLaunching = [] {
-            launch();
-            toggleFullScreen();
-        };
     }
     if (options.debug) LetInterruptsStop();
     HandleSignals(options.headless ? kHeadlessPatience : 0);
@@ -255,9 +247,30 @@ static int Main(int argc, char** argv) {
     TellLibraryLines();
     StartPatience();
     audioOut.prepare();
+    return {};
+}
+
+// Each stage needs what those above it have done.
+constexpr Status (*kStages[])(Options&) = {
+    ServeTheKit,    // the command line may ask for something else than a run
+    ChooseFolders,  // places, as far as they are known without a look at the game
+    EnterSandbox,   // then the game may be looked at
+    WireProgram,    // then the rooms can call one another
+    OpenDesktop,    // then something can happen
+};
+
+int Main(int argc, char** argv) {
+    PrepareForOutOfMemory();
+    Options options;
+    if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
+    for (const auto stage : kStages) {
+        if (const Status status = stage(options)) return *status;
+    }
     desktop.runEventLoop();
     EndProcess(0);
 }
+
+}  // namespace
 
 }  // namespace moxi
 

@@ -66,6 +66,15 @@ std::string CheckMilliseconds(const std::string& text) {
     return "Value " + text + " not in range 0 to " + std::to_string(kMost);
 }
 
+// A percentage in decimal digits.
+std::string CheckVolume(const std::string& text) {
+    u32 value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error == std::errc() && stop == end && value <= 100) return "";
+    return "Value " + text + " not in range 0 to 100";
+}
+
 // A number of bytes, with K, M, G or T a power of 1,024 as many.
 bool ParseSize(const std::string& text, u64& bytes) {
     constexpr std::string_view kUnits = "KMGT";
@@ -139,6 +148,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->type_name("DIR")
         ->check(filled);
     app.add_flag("--mute", options.mute, "no sound device is opened");
+    app.add_option("--music-volume", options.musicVolume, "how loud music is, 0 to 100")
+        ->type_name("N")
+        ->check(CLI::Validator(CheckVolume, ""));
+    app.add_option("--sound-volume", options.soundVolume, "how loud sounds are, 0 to 100")
+        ->type_name("N")
+        ->check(CLI::Validator(CheckVolume, ""));
     app.add_option("--soundfont", options.soundfont, "SoundFont for MIDI")
         ->type_name("FILE")
         ->check(filled);

@@ -14,6 +14,8 @@ struct Options {
     std::string game;  // "" when none was named
     std::string dataFolder;
     bool mute = false;
+    u32 musicVolume = 100;  // percent of the amplitude
+    u32 soundVolume = 100;
     std::string soundfont;
     bool fullScreen = false;
     bool headless = false;

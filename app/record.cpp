@@ -9,6 +9,7 @@
 #include "desktop/events.h"
 #include "desktop/headless/script.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "vm/run_cycle.h"
 
 namespace moxi {
@@ -30,9 +31,11 @@ constinit bool fullScreenChanges = false;
 constinit bool asked = false;           // this record has taken the desktop's functions over
 constinit bool quitIsOurs = false;      // the program has asked to quit,
 constinit bool closeIsOurs = false;     // to close the window,
+constinit bool closes = false;          // the window is about to be closed
 constinit bool minimizeIsOurs = false;  // to minimise it, and the desktop answers later
 
 void Write(const std::string& event) {
+    if (recordFile == nullptr) return;
     const u64 elapsed = desktop.nanoseconds() - launchTime;
     std::fprintf(recordFile, "%llu %s\n",
                  static_cast<unsigned long long>(elapsed / kNanosecondsPerMillisecond),
@@ -91,21 +94,22 @@ void NoteOwnChanges() {
     };
 }
 
-void RecordApplicationEvents() {
-    desktopEvents.didFinishLaunching = [] {
+void RecordApplicationEvents(DesktopEvents& events) {
+    events.didFinishLaunching = [] {
         launchTime = desktop.nanoseconds();
         NoteOwnChanges();
         inner.didFinishLaunching();
     };
-    desktopEvents.willBecomeActive = [] {
+    events.willBecomeActive = [] {
         Write("activate");
         inner.willBecomeActive();
     };
-    desktopEvents.shouldTerminate = [] {
-        if (!TakeWish(quitIsOurs)) Write("quit");
+    events.shouldTerminate = [] {
+        // The end of the application that follows a close is part of it.
+        if (!closes && !TakeWish(quitIsOurs)) Write("quit");
         return inner.shouldTerminate();
     };
-    desktopEvents.screensChanged = [] {
+    events.screensChanged = [] {
         std::string sizes;
         for (const Screen& screen : desktop.screens()) {
             sizes += FormatText("%s%dx%d", sizes.empty() ? "" : ",", screen.frame.width,
@@ -114,34 +118,32 @@ void RecordApplicationEvents() {
         Write("screens " + sizes);
         inner.screensChanged();
     };
-    desktopEvents.clipboardDidChange = [](const std::string& text) {
+    events.clipboardDidChange = [](const std::string& text) {
         Write("clipboard " + QuoteScriptText(text));
         inner.clipboardDidChange(text);
     };
-    desktopEvents.expose = [](ViewRect rect) {
+    events.expose = [](ViewRect rect) {
         Write("expose " + Decimal(rect.x) + " " + Decimal(rect.y) + " " + Decimal(rect.width) +
               " " + Decimal(rect.height));
         inner.expose(rect);
     };
-    desktopEvents.screenshot = [](const std::string& path) {
+    events.screenshot = [](const std::string& path) {
         Write("screenshot " + QuoteScriptText(path));
         return inner.screenshot(path);
     };
-    desktopEvents.post = [](u32 command, u32 p1, u32 p2, u32 p3) {
+    events.post = [](u32 command, u32 p1, u32 p2, u32 p3) {
         Write(FormatText("post %u 0x%X 0x%X 0x%X", command, p1, p2, p3));
         inner.post(command, p1, p2, p3);
     };
 }
 
-void RecordWindowEvents() {
-    desktopEvents.windowShouldClose = [] {
+void RecordWindowEvents(DesktopEvents& events) {
+    events.windowShouldClose = [] {
         if (!TakeWish(closeIsOurs)) Write("close");
-        const bool closes = inner.windowShouldClose();
-        // The end of the application that follows a close is part of it.
-        if (closes) desktopEvents.shouldTerminate = inner.shouldTerminate;
+        closes = inner.windowShouldClose();
         return closes;
     };
-    desktopEvents.windowDidMove = [] {
+    events.windowDidMove = [] {
         if (IsUsersChange()) {
             const WindowFrame frame = desktop.windowFrame();
             Write(FormatText("move %d %d", frame.x, frame.y));
@@ -149,87 +151,87 @@ void RecordWindowEvents() {
         inner.windowDidMove();
     };
     // The resize that follows a change of the view's frame is part of it.
-    desktopEvents.viewFrameDidChange = [] {
+    events.viewFrameDidChange = [] {
         if (IsUsersChange()) {
             const ViewSize size = desktop.viewSize();
             Write(FormatText("resize %d %d", size.width, size.height));
         }
         inner.viewFrameDidChange();
     };
-    desktopEvents.windowDidMiniaturize = [] {
+    events.windowDidMiniaturize = [] {
         if (!TakeWish(minimizeIsOurs)) Write("minimize");
         inner.windowDidMiniaturize();
     };
-    desktopEvents.windowDidDeminiaturize = [] {
+    events.windowDidDeminiaturize = [] {
         minimizeIsOurs = false;
         Write("restore");
         inner.windowDidDeminiaturize();
     };
-    desktopEvents.windowWillEnterFullScreen = [] {
+    events.windowWillEnterFullScreen = [] {
         if (ownChanges == 0) Write("full-screen on");
         fullScreenChanges = true;
         inner.windowWillEnterFullScreen();
     };
-    desktopEvents.windowDidEnterFullScreen = [] {
+    events.windowDidEnterFullScreen = [] {
         fullScreenChanges = false;
         inner.windowDidEnterFullScreen();
     };
-    desktopEvents.windowWillExitFullScreen = [] {
+    events.windowWillExitFullScreen = [] {
         if (ownChanges == 0) Write("full-screen off");
         fullScreenChanges = true;
         inner.windowWillExitFullScreen();
     };
-    desktopEvents.windowDidExitFullScreen = [] {
+    events.windowDidExitFullScreen = [] {
         fullScreenChanges = false;
         inner.windowDidExitFullScreen();
     };
-    desktopEvents.windowWillStartLiveResize = [] {
+    events.windowWillStartLiveResize = [] {
         Write("live-resize-start");
         inner.windowWillStartLiveResize();
     };
-    desktopEvents.windowDidEndLiveResize = [] {
+    events.windowDidEndLiveResize = [] {
         Write("live-resize-end");
         inner.windowDidEndLiveResize();
     };
 }
 
-void RecordInputEvents() {
-    desktopEvents.keyDown = [](u8 code, const std::string& text) {
+void RecordInputEvents(DesktopEvents& events) {
+    events.keyDown = [](u8 code, const std::string& text) {
         Write(FormatText("key-down %2.2X ", code) + QuoteScriptText(text));
         inner.keyDown(code, text);
     };
-    desktopEvents.keyUp = [](u8 code, const std::string& text) {
+    events.keyUp = [](u8 code, const std::string& text) {
         Write(FormatText("key-up %2.2X ", code) + QuoteScriptText(text));
         inner.keyUp(code, text);
     };
-    desktopEvents.flagsChanged = [](bool shift, bool command, bool option) {
+    events.flagsChanged = [](bool shift, bool command, bool option) {
         Write(FormatText("modifiers%s%s%s", shift ? " shift" : "", command ? " command" : "",
                          option ? " option" : ""));
         inner.flagsChanged(shift, command, option);
     };
-    desktopEvents.mouseDown = [](u32 button, i32 x, i32 y, i32 clicks) {
+    events.mouseDown = [](u32 button, i32 x, i32 y, i32 clicks) {
         Write(FormatText("mouse-down %u %d %d %d", button, x, y, clicks));
         inner.mouseDown(button, x, y, clicks);
     };
-    desktopEvents.mouseUp = [](u32 button, i32 x, i32 y) {
+    events.mouseUp = [](u32 button, i32 x, i32 y) {
         Write(FormatText("mouse-up %u %d %d", button, x, y));
         inner.mouseUp(button, x, y);
     };
-    desktopEvents.mouseMoved = [](i32 x, i32 y) {
+    events.mouseMoved = [](i32 x, i32 y) {
         if (MoveIsTold()) Write(FormatText("mouse-move %d %d", x, y));
         inner.mouseMoved(x, y);
     };
-    desktopEvents.mouseDragged = [](u32 button, i32 x, i32 y) {
+    events.mouseDragged = [](u32 button, i32 x, i32 y) {
         if (MoveIsTold()) Write(FormatText("mouse-drag %u %d %d", button, x, y));
         inner.mouseDragged(button, x, y);
     };
-    desktopEvents.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
+    events.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
         Write("scroll " + Decimal(deltaX) + " " + Decimal(deltaY) + FormatText(" %d %d", x, y));
         inner.scrollWheel(deltaX, deltaY, x, y);
     };
     // Text without a key press has no event of its own in a script; as a posted message it
     // reaches the module the same way.
-    desktopEvents.textInput = [](const std::string& text) {
+    events.textInput = [](const std::string& text) {
         u8 bytes[8] = {};
         for (size_t i = 0; i < text.size() && i < sizeof bytes; ++i) {
             bytes[i] = static_cast<u8>(text[i]);
@@ -245,19 +247,23 @@ void RecordInputEvents() {
 
 bool StartRecording(const std::string& path) {
     recordFile = outputFiles.open(path);
-    if (recordFile == nullptr) return false;
-    inner = desktopEvents;
-    RecordApplicationEvents();
-    RecordWindowEvents();
-    RecordInputEvents();
-    return true;
+    return recordFile != nullptr;
+}
+
+DesktopEvents Recorded(const DesktopEvents& handlers) {
+    if (recordFile == nullptr) return handlers;
+    inner = handlers;
+    DesktopEvents events = handlers;
+    RecordApplicationEvents(events);
+    RecordWindowEvents(events);
+    RecordInputEvents(events);
+    return events;
 }
 
 void CloseRecording() {
     if (recordFile == nullptr) return;
     std::fclose(recordFile);
     recordFile = nullptr;
-    desktopEvents = inner;
     if (asked) desktop = innerDesktop;
     asked = false;
 }

@@ -3,13 +3,17 @@
 
 #include <string>
 
+#include "desktop/events.h"
+
 namespace moxi {
 
-// Starts recording: from now on every desktop event is written before it is delivered, unless the
-// program itself has caused it or it is a move that will be dropped. Played back, the script leads
-// to the same messages. To be called after the rooms are wired and before the event loop. False
-// when the file cannot be written.
+// Opens the file of the script; false when it cannot be written.
 bool StartRecording(const std::string& path);
+
+// The handlers, each writing its event before it is delivered, unless the program itself has caused
+// it or it is a move that will be dropped. Played back, the script leads to the same messages. The
+// handlers themselves when nothing is recorded.
+DesktopEvents Recorded(const DesktopEvents& handlers);
 
 // Completes the file; nothing when nothing is recorded.
 void CloseRecording();

@@ -30,6 +30,7 @@ void OnEndRequest(int signal) {
     firstSignal = signal;
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
+    quitSignalTime = SignalClock();
     quitIsBySignal = true;
     quitRequest = QuitRequest::Made;
     if (answerSeconds > 0) alarm(answerSeconds);

@@ -1,69 +1,84 @@
 #include "app/wiring.h"
 
+#include <cstdlib>
+#include <string_view>
+
 #include "app/finish.h"
 #include "app/out_of_memory.h"
+#include "app/record.h"
+#include "app/sandbox.h"
 #include "audio/music.h"
 #include "audio/sound_group.h"
-#include "desktop/audio_out.h"
+#include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/pango/pango_engine.h"
-#include "gfx/bitmap.h"
-#include "gfx/commands.h"
-#include "gfx/draw_text.h"
-#include "gfx/fonts.h"
-#include "gfx/image_files.h"
+#include "gfx/graphics_group.h"
+#include "gfx/slots.h"
 #include "host/delegate.h"
+#include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
 #include "host/queue.h"
-#include "host/services.h"
-#include "host/slots.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
+#include "kit/debugger/debugger.h"
 #include "kit/fault_names.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
+#include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
+#include "vm/threaded.h"
 
 namespace moxi {
 
-// The user had to end a module that did not answer.
-static constexpr int kForcedEnd = 1;
+namespace {
 
-void WireRooms() {
+// The user had to end a module that did not answer.
+constexpr int kForcedEnd = 1;
+
+constinit decltype(DesktopEvents::didFinishLaunching) launch = nullptr;
+
+void LaunchInFullScreen() {
+    // The user's wish and not the program's: taken from the desktop before the launch puts the
+    // recording's own functions there, it is recorded.
+    void (*const toggleFullScreen)() = desktop.toggleFullScreen;
+    launch();
+    toggleFullScreen();
+}
+
+// With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
+void StartTranslation() {
+    TranslatorOptions translator;
+    const char* const wish = std::getenv("MOXI_TRANSLATE");
+    if (wish != nullptr && std::string_view(wish) == "all") {
+        translator = {.interval = 0, .threshold = 1, .traceDepth = 1023};
+    }
+    if (!kThreaded || StartTranslator(translator)) return;
+    SystemLog("modules are interpreted: there is no memory to execute translations from");
+}
+
+}  // namespace
+
+void WireRooms(const Options& options) {
     vmSlots.sysDispatch = SysDispatch;
-    vmSlots.screenIsDirty = [] { return dirtyRect.left < dirtyRect.right; };
-    vmSlots.flushDirtyRect = FlushDirtyRect;
-    vmSlots.takeQueuedMessage = TakeQueuedMessage;
-    // The machine reads nothing but its module.
-    vmSlots.openFile = [](const char* name, u32 mode) {
-        return mode == kOpenRead ? OpenModule(name) : OpenFile(name, mode);
-    };
-    vmSlots.readFile = ReadFile;
-    vmSlots.writeFile = WriteFile;
-    vmSlots.seekFile = SeekFile;
-    vmSlots.lockFile = LockToWrite;
-    vmSlots.closeFile = CloseFile;
+    vmSlots.flushScreen = FlushDirtyRect;
+    vmSlots.appendDebugLog = AppendToDebugLog;
     vmSlots.beforeFatalMessage = [](std::string_view text) {
         if (!MemoryIsOut()) NameFaultInDebugLog(text);
+        StopBeforeFatalMessage(text);
     };
+    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;
     sysSlots.soundGroup = SysSoundGroup;
     sysSlots.hostGroup = SysHostGroup;
     sysSlots.onTimer = OnModuleTimer;
+    sysSlots.beforeFileChange = NarrowSandbox;
+    sysSlots.deleteResource = DeleteInSandbox;
 
-    hostSlots.pollMusic = PollMusic;
-    hostSlots.stopMusic = StopMusic;
-    hostSlots.toggleMute = [] { audioOut.toggleMute(); };
-
-    gfxSlots.drawText = DrawText;
-    gfxSlots.loadImage = LoadImage;
-    gfxSlots.saveImage = SaveImage;
-    gfxSlots.emptyFontCache = EmptyFontCache;
     gfxSlots.stillRunning = [] {
         if (desktop.endIsForced()) EndProcess(kForcedEnd);
         return true;
@@ -71,7 +86,7 @@ void WireRooms() {
 
     StartPangoText();
 
-    desktopEvents = {
+    desktopEvents = Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
         .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
@@ -105,7 +120,10 @@ void WireRooms() {
         .expose = moxiView::drawRect,
         .post = PostMessage,
         .screenshot = WriteScreenshot,
-    };
+    });
+    if (!options.fullScreen) return;
+    launch = desktopEvents.didFinishLaunching;
+    desktopEvents.didFinishLaunching = LaunchInFullScreen;
 }
 
 }  // namespace moxi

@@ -1,9 +1,10 @@
 #pragma once
+// Fills every function slot: how the rooms meet, on one page. Nothing else writes one but tests.
+
+#include "app/options.h"
 
 namespace moxi {
 
-// Fills every function slot: how the rooms meet, on one page.
-
-void WireRooms();
+void WireRooms(const Options& options);
 
 }  // namespace moxi

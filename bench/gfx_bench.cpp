@@ -27,6 +27,7 @@
 #include "gfx/colour.h"
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
+#include "gfx/screen.h"
 #include "tests/gfx/reference_blit.h"
 #include "tests/gfx/reference_colour.h"
 #include "vm/heap.h"

@@ -14,7 +14,6 @@
 #include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
-#include "vm/slots.h"
 
 namespace moxi {
 
@@ -24,31 +23,17 @@ constexpr u32 kSetup = 1;
 constexpr u32 kRun = 2;
 constexpr u32 kChecksum = 3;
 
-// The module file that the loader reads.
-inline std::vector<u8> moduleFile;
-inline u32 modulePosition = 0;
-
-inline u32 ReadModule(u32, void* buffer, u32 count) {
-    const u32 rest = static_cast<u32>(moduleFile.size()) - modulePosition;
-    const u32 bytes = std::min(count, rest);
-    std::memcpy(buffer, moduleFile.data() + modulePosition, bytes);
-    modulePosition += bytes;
-    return bytes;
-}
-
 // Replaces the module in the machine by the one whose bytes these are; false when it does not load.
 inline bool LoadModuleFile(const std::vector<u8>& bytes) {
     ResetMachine();
     ResetRunCycle();
-    moduleFile = bytes;
-    modulePosition = 0;
-    const VmSlots former = vmSlots;
-    vmSlots.openFile = [](const char*, u32) { return u32{1}; };
-    vmSlots.readFile = ReadModule;
-    vmSlots.closeFile = [](u32) {};
-    const bool loaded = LoadModule();
-    vmSlots = former;
-    return loaded;
+    std::size_t position = 0;
+    return LoadModule([&](void* to, u32 count) {
+        const std::size_t taken = std::min<std::size_t>(count, bytes.size() - position);
+        std::memcpy(to, bytes.data() + position, taken);
+        position += taken;
+        return static_cast<u32>(taken);
+    });
 }
 
 // Replaces the module in the machine by the kernel whose source is at `path`. Empty on success,

@@ -15,7 +15,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/draw_text.h"
 #include "gfx/kernels.h"
-#include "gfx/slots.h"
+#include "gfx/screen.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 
@@ -123,7 +123,6 @@ void StartMachine() {
     AllocHeap(4);
     ChooseKernels();
     StartPangoText();
-    gfxSlots.emptyFontCache = EmptyFontCache;
     CreateScreenBitmap(1920, 1080);
 }
 

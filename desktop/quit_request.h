@@ -3,6 +3,9 @@
 // each step and ask the application, as for the menu's quit item.
 
 #include <atomic>
+#include <ctime>
+
+#include "base/types.h"
 
 namespace moxi {
 
@@ -19,9 +22,26 @@ inline constinit std::atomic<QuitRequest> quitRequest = QuitRequest::None;
 // before the request.
 inline constinit std::atomic<bool> quitIsBySignal = false;
 
+// When it did, in nanoseconds of the steady clock. Written before the request.
+inline constinit std::atomic<u64> quitSignalTime = 0;
+
+inline u64 SignalClock() {
+    constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);  // a signal handler may do that
+    return static_cast<u64>(now.tv_sec) * kNanosecondsPerSecond + static_cast<u64>(now.tv_nsec);
+}
+
 // A signal asks for the end, and has not been answered.
 inline bool SignalIsWaiting() {
     return quitIsBySignal && quitRequest != QuitRequest::None;
+}
+
+// How long work that may be abandoned lets a signal wait for its answer.
+constexpr u64 kSignalPatienceNanoseconds = 500'000'000;
+
+inline bool SignalHasWaitedLong() {
+    return SignalIsWaiting() && SignalClock() - quitSignalTime >= kSignalPatienceNanoseconds;
 }
 
 // After the answer; a signal that came while it was given is a request of its own.
@@ -31,5 +51,6 @@ inline void NoteQuitAnswer() {
 }
 
 static_assert(std::atomic<QuitRequest>::is_always_lock_free);
+static_assert(std::atomic<u64>::is_always_lock_free);
 
 }  // namespace moxi

@@ -16,6 +16,7 @@
 #include "desktop/headless/headless_desktop.h"
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
@@ -129,7 +130,7 @@ void ResetHost() {
 }
 
 void Run() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     HeadlessOptions options;
     options.screens = {{64, 48}};

@@ -22,6 +22,7 @@
 #include "fuzz/confine.h"
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
+#include "gfx/screen.h"
 #include "gfx/slots.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"
@@ -307,12 +308,12 @@ void PrepareFolders(const std::vector<u8>& module) {
 }
 
 void WireHost() {
-    WireRooms();
+    WireRooms({.translate = false});
     vmSlots.endProcess = [](int) { throw RunEnded(); };
-    static bool (*const screenIsDirty)() = vmSlots.screenIsDirty;
-    vmSlots.screenIsDirty = [] {
+    static bool (*const flushScreen)() = vmSlots.flushScreen;
+    vmSlots.flushScreen = [] {
         if (!inMX) messageInstructions = 0;
-        return screenIsDirty();
+        return flushScreen();
     };
     gfxSlots.stillRunning = [] { return ++drawingLooks < kDrawingLooks; };
     desktopEvents.screenshot = [](const std::string&) { return true; };

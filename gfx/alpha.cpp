@@ -2,6 +2,7 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
+#include "gfx/patience.h"
 #include "gfx/pixel.h"
 
 namespace moxi {
@@ -45,10 +46,9 @@ u64 SetAlpha(u32 handle, i32 x, i32 y, i32 w, i32 h, i64 selector, u32 alpha) {
     if (!area.Empty()) {
         RequireArea(srcSelection, area);
         const Replacement replacement = MakeReplacement(selector, (alpha & 0xFF) << 24);
-        for (i64 row = area.top; row < area.bottom; ++row) {
-            changed += kernels->replace(PixelAt(srcSelection, area.left, row),
-                                        static_cast<std::size_t>(width), replacement);
-        }
+        ForEachPiece(area, [&](i64 x1, i64 row, std::size_t count) {
+            changed += kernels->replace(PixelAt(srcSelection, x1, row), count, replacement);
+        });
     }
     if (handle == kScreenBitmap) {
         GrowDirtyRect(static_cast<i32>(left), static_cast<i32>(top), static_cast<i32>(width),

@@ -1,12 +1,7 @@
 #include "gfx/bitmap.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 
-#include "gfx/draw.h"
-#include "gfx/kernels.h"
-#include "gfx/slots.h"
 #include "vm/diagnostics.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
@@ -19,13 +14,6 @@ constexpr DirtyRect kEmptyDirtyRect = {30000, 30000, -1, -1};
 // No image is large enough for a record here, so a record address never set is a memory fault.
 constexpr u32 kNoRecord = 0xFFFFFFFF;
 constexpr Selection kNoSelection = {kNoBitmap, false, kNoRecord, nullptr, 0, 0, 0, 0, 0, 0, 0, 0};
-constexpr u32 kPixelAlignment = 64;
-constexpr u32 kOpaqueBlack = 0xFF000000;
-
-// The text bitmap holds the tallest line of text: 256 rows, more on very high screens.
-constexpr u32 kTextRows = 256;
-constexpr u32 kTallScreen = 3840;
-constexpr u32 kTallScreenPart = 15;
 
 }  // namespace
 
@@ -37,28 +25,6 @@ constinit DirtyRect dirtyRect = kEmptyDirtyRect;
 constinit bool dirtyTracking = false;
 
 namespace {
-
-// What calloc gave for each host bitmap; the pixels start a little later.
-constinit void* screenBlock = nullptr;
-constinit void* textBlock = nullptr;
-
-bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
-    std::free(block);
-    bitmap = {};
-    // calloc leaves large blocks untouched until they are used: nobody waits for the text bitmap.
-    const u64 size = u64{width} * kBytesPerPixel * height;
-    block = std::calloc(1, size + kPixelAlignment);
-    if (block == nullptr) return false;
-    void* pixels = block;
-    std::size_t space = size + kPixelAlignment;
-    bitmap.pixels = static_cast<u8*>(std::align(kPixelAlignment, size, pixels, space));
-    bitmap.width = width;
-    bitmap.height = height;
-    bitmap.stride = width * kBytesPerPixel;
-    bitmap.clipWidth = static_cast<i32>(width);
-    bitmap.clipHeight = static_cast<i32>(height);
-    return true;
-}
 
 void ReadHostBitmap(Selection& selection) {
     const HostBitmap& bitmap = selection.handle == kScreenBitmap ? screenBitmap : textBitmap;
@@ -114,19 +80,6 @@ void Release(Selection& selection) {
 }
 
 }  // namespace
-
-bool CreateScreenBitmap(u32 width, u32 height) {
-    const u32 screenWidth = width & 0xFFFF;
-    const u32 screenHeight = height & 0xFFFF;
-    if (!CreateHostBitmap(screenWidth, screenHeight, screenBitmap, screenBlock)) return false;
-    const u32 textHeight = screenHeight < kTallScreen ? kTextRows : screenHeight / kTallScreenPart;
-    if (!CreateHostBitmap(screenWidth, textHeight, textBitmap, textBlock)) return false;
-    gfxSlots.emptyFontCache();
-    ChooseKernels();
-    Rectangle(kScreenBitmap, 0, 0, static_cast<i32>(screenWidth), static_cast<i32>(screenHeight),
-              kOpaqueBlack, 0);
-    return true;
-}
 
 u32 CreateBitmap(u32 width, u32 height) {
     const u32 stride = width * kBytesPerPixel;
@@ -226,15 +179,11 @@ void ResetDirtyRect() {
     dirtyRect = kEmptyDirtyRect;
 }
 
-void ResetGraphics() {
-    std::free(screenBlock);
-    std::free(textBlock);
-    screenBlock = textBlock = nullptr;
+void ResetBitmaps() {
     screenBitmap = textBitmap = {};
     dstSelection = srcSelection = kNoSelection;
     dirtyRect = kEmptyDirtyRect;
     dirtyTracking = false;
-    ResetLinePattern();
 }
 
 }  // namespace moxi

@@ -41,11 +41,6 @@ struct HostBitmap {
 extern HostBitmap screenBitmap;
 extern HostBitmap textBitmap;
 
-// Makes the screen bitmap (each size is taken as its low 16 bits), then the text bitmap, empties
-// the font cache and fills the screen with opaque black. False when there is not enough memory; the
-// caller shows the message. Former bitmaps are released.
-bool CreateScreenBitmap(u32 width, u32 height);
-
 // --- Module bitmaps
 
 // A bitmap record and its pixel block in the module's heap; the pixels are not cleared. Returns the
@@ -161,7 +156,7 @@ void ResetDirtyRect();
 
 // --- Life
 
-// Releases the host bitmaps and sets the room's state to that of a new process. For tests.
-void ResetGraphics();
+// Sets the state of this file to that of a new process; the host bitmaps' memory is gfx/screen's.
+void ResetBitmaps();
 
 }  // namespace moxi

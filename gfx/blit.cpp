@@ -6,6 +6,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
+#include "gfx/patience.h"
 #include "gfx/slots.h"
 #include "gfx/tiling.h"
 #include "vm/guard.h"
@@ -34,9 +35,7 @@ bool AreSeparate() {
     return srcSelection.host != dstSelection.host;
 }
 
-void CopyArea(const Copy& copy, bool invert) {
-    if (copy.target.Empty()) return;
-    const Area& target = copy.target;
+void CopyBand(const Copy& copy, const Area& target, bool invert) {
     u8* to = PixelAt(dstSelection, target.left, target.top);
     const u8* from =
         PixelAt(srcSelection, target.left + copy.toSourceX, target.top + copy.toSourceY);
@@ -56,6 +55,11 @@ void CopyArea(const Copy& copy, bool invert) {
     }
 }
 
+void CopyArea(const Copy& copy, bool invert) {
+    if (copy.target.Empty()) return;
+    ForEachBand(copy.target, [&](const Area& band) { CopyBand(copy, band, invert); });
+}
+
 // What a copy takes from a host bitmap: beyond it everything is transparent.
 Area WithinSource(const Copy& copy) {
     return Intersect(copy.target,
@@ -68,6 +72,7 @@ template <class Visit>
 void VisitShownPixels(const Copy& copy, Visit visit) {
     for (i64 y = copy.target.top; y < copy.target.bottom; ++y) {
         for (i64 x = copy.target.left; x < copy.target.right; ++x) {
+            if (!MayDraw(1)) return;
             const u32 source =
                 LoadBytes<u32>(PixelAt(srcSelection, x + copy.toSourceX, y + copy.toSourceY));
             if (AlphaOf(source) == 0) continue;
@@ -105,7 +110,7 @@ bool IsNarrowTiling(const BlitWork& work) {
 }
 
 void RunNarrowTiling(const BlitWork& work) {
-    for (i64 y = work.visible.top; y < work.visible.bottom; ++y) {
+    for (i64 y = work.visible.top; y < work.visible.bottom && MayDraw(kPixelsOfAStep); ++y) {
         const Area row = {work.visible.left, y, work.visible.right, y + 1};
         ForEachTile(work.tiling, row, [&](i64 tileX, i64 tileY, const Area& part) {
             CopyArea({part, work.sourceX - tileX, work.sourceY - tileY}, work.invert);

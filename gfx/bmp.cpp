@@ -1,4 +1,4 @@
-#include "gfx/bmp.h"
+// BMP files.
 
 #include <algorithm>
 #include <array>

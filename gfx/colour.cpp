@@ -6,6 +6,7 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
+#include "gfx/patience.h"
 #include "gfx/pixel.h"
 #include "gfx/tiling.h"
 
@@ -67,6 +68,7 @@ void PaintArea(const Area& area, const SquareSide& across, const SquareSide& dow
             moving[i] = OrZero(1 - saturation * hue.slope);
         }
         for (i64 y = area.top; y < area.bottom; ++y) {
+            if (!MayDraw(count)) return;
             kernels->hueRow(PixelAt(dstSelection, left, y), {low.data(), moving.data()}, count,
                             OrZero(down.Level(y)), hue.order);
         }
@@ -90,7 +92,7 @@ void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hueByte) 
         PaintArea(area, across, down, hue);
         return;
     }
-    for (i64 y = area.top; y < area.bottom; ++y) {
+    for (i64 y = area.top; y < area.bottom && MayDraw(kPixelsOfAStep); ++y) {
         PaintArea({area.left, y, area.right, y + 1}, across, down, hue);
     }
 }
@@ -159,10 +161,9 @@ void AdjustColours(u32 handle, i32 x, i32 y, i32 w, i32 h, i32 hue, i32 saturati
     if (!area.Empty()) {
         RequireArea(srcSelection, area);
         const Adjustment adjustment = {hue, saturation, brightness, contrast};
-        for (i64 row = area.top; row < area.bottom; ++row) {
-            kernels->adjust(PixelAt(srcSelection, area.left, row),
-                            static_cast<std::size_t>(area.right - area.left), adjustment);
-        }
+        ForEachPiece(area, [&](i64 left, i64 row, std::size_t count) {
+            kernels->adjust(PixelAt(srcSelection, left, row), count, adjustment);
+        });
         if (handle == kScreenBitmap) {
             GrowDirtyRect(static_cast<i32>(area.left), static_cast<i32>(area.top),
                           static_cast<i32>(area.right - area.left),

@@ -5,6 +5,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
 #include "gfx/line.h"
+#include "gfx/patience.h"
 #include "gfx/pixel.h"
 #include "vm/machine.h"
 
@@ -15,9 +16,11 @@ namespace {
 void FillArea(const Selection& selection, const Area& area, u32 colour) {
     if (area.Empty()) return;
     RequireArea(selection, area);
-    kernels->fill(PixelAt(selection, area.left, area.top), selection.stride,
-                  static_cast<std::size_t>(area.right - area.left),
-                  static_cast<std::size_t>(area.bottom - area.top), colour);
+    ForEachBand(area, [&](const Area& band) {
+        kernels->fill(PixelAt(selection, band.left, band.top), selection.stride,
+                      static_cast<std::size_t>(band.right - band.left),
+                      static_cast<std::size_t>(band.bottom - band.top), colour);
+    });
 }
 
 i32 Add(i32 a, i32 b) {
@@ -60,9 +63,11 @@ void Polyline(u32 handle, u32 points, u32 count, u32 colour) {
     Selection selection;
     if (PeekModuleBitmap(handle, selection)) {
         u32 pattern = LinePattern();
-        for (u32 i = 0; i + 1 < count; ++i) RequireLine(selection, ends(i), pattern);
+        for (u32 i = 0; i + 1 < count && MayDraw(kPixelsOfAStep); ++i) {
+            RequireLine(selection, ends(i), pattern);
+        }
     }
-    for (u32 i = 0; i + 1 < count; ++i) {
+    for (u32 i = 0; i + 1 < count && MayDraw(kPixelsOfAStep); ++i) {
         const LineEnds line = ends(i);
         Line(handle, line.x1, line.y1, line.x2, line.y2, colour);
     }

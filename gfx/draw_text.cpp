@@ -7,7 +7,6 @@
 #include "base/utf8.h"
 #include "gfx/bitmap.h"
 #include "gfx/blit.h"
-#include "gfx/coverage.h"
 #include "gfx/kernels.h"
 #include "gfx/pixel.h"
 #include "gfx/row_kernels.h"
@@ -110,6 +109,26 @@ void RequireReadable(u32 handle, const Area& area) {
 }
 
 // --- Drawing
+
+// Lays the colour's bytes 0-2 over the pixels of `area` as far as the picture covers them: with
+// coverage c each byte becomes (colour * c + old * (255 - c)) / 255, alpha with 255 for the colour.
+// The picture's column 0 and row 0 lie at column 0 and row `baseline` of the bitmap; the area lies
+// in the bitmap.
+void LayPicture(const HostBitmap& bitmap, const TextPicture& picture, i32 baseline, u32 colour,
+                const Area& area) {
+    if (picture.coverage == nullptr) return;
+    const i64 top = i64{baseline} + picture.top;
+    const Area covered = Intersect(
+        area, {picture.left, top, i64{picture.left} + picture.width, top + picture.height});
+    if (covered.Empty()) return;
+    const u32 opaque = colour | 0xFF000000;
+    for (i64 y = covered.top; y < covered.bottom; ++y) {
+        LayRow(bitmap.pixels + y * bitmap.stride + covered.left * i64{kBytesPerPixel},
+               picture.coverage + (y - top) * static_cast<i64>(picture.stride) +
+                   (covered.left - picture.left),
+               static_cast<std::size_t>(covered.right - covered.left), opaque);
+    }
+}
 
 struct Drawing {
     const Request& request;

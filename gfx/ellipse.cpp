@@ -10,15 +10,13 @@
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
+#include "gfx/patience.h"
 #include "gfx/pixel.h"
-#include "gfx/slots.h"
 #include "vm/guard.h"
 
 namespace moxi {
 
 namespace {
-
-constexpr u32 kStepsBetweenQuestions = 1 << 16;
 
 i32 Plus(i32 a, i32 b) {
     return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
@@ -37,7 +35,7 @@ struct Painter {
 
     void Fill(i32 left, i32 right, i32 y) const {
         const Area span = Intersect({left, y, i64{right} + 1, i64{y} + 1}, clip);
-        if (span.Empty()) return;
+        if (span.Empty() || !MayDraw(static_cast<u64>(span.right - span.left))) return;
         kernels->fill(PixelAt(selection, span.left, y), 0,
                       static_cast<std::size_t>(span.right - span.left), 1, fillColour);
     }
@@ -86,9 +84,8 @@ void WalkEllipse(i32 x, i32 y, i32 w, i32 h, bool filled, const Sink& sink) {
     u32 e1 = bb / 4 + aa / 2 - m;
     u32 e2 = aa / 4 + bb / 2 - (aa / 2) * halfHeight;
     u32 s = 0;
-    u32 steps = 0;
     while (bottom > top) {
-        if (++steps % kStepsBetweenQuestions == 0 && !gfxSlots.stillRunning()) return;
+        if (!MayDraw(kPixelsOfAStep)) return;
         bool fillRows = false;
         if (IsNegative(e2)) {
             e2 += p + s;

@@ -5,8 +5,6 @@
 
 #include "base/log.h"
 #include "gfx/bitmap.h"
-#include "gfx/bmp.h"
-#include "gfx/png.h"
 #include "sys/files.h"
 #include "vm/heap.h"
 #include "vm/machine.h"

@@ -7,6 +7,7 @@
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
 #include "gfx/line.h"
+#include "gfx/patience.h"
 #include "gfx/pixel.h"
 #include "vm/guard.h"
 
@@ -37,16 +38,22 @@ struct Walk {
 
 template <class Visit>
 void WalkLine(Walk walk, Visit visit) {
-    for (; walk.count > 0; --walk.count) {
-        visit(walk.x, walk.y);
-        walk.x += walk.majorX;
-        walk.y += walk.majorY;
-        if (walk.error >= 1) {
-            walk.x += walk.minorX;
-            walk.y += walk.minorY;
-            walk.error += walk.errorStep;
-        } else {
-            walk.error += walk.errorStay;
+    constexpr i64 kMostSteps = 4096;
+    while (walk.count > 0) {
+        const i64 steps = std::min(walk.count, kMostSteps);
+        if (!MayDraw(static_cast<u64>(steps))) return;
+        walk.count -= steps;
+        for (i64 step = 0; step < steps; ++step) {
+            visit(walk.x, walk.y);
+            walk.x += walk.majorX;
+            walk.y += walk.majorY;
+            if (walk.error >= 1) {
+                walk.x += walk.minorX;
+                walk.y += walk.minorY;
+                walk.error += walk.errorStep;
+            } else {
+                walk.error += walk.errorStay;
+            }
         }
     }
 }
@@ -88,6 +95,7 @@ void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
     }
     const BlendColour blend = PrepareBlend(colour);
     if (walk.majorX == 1 && walk.minorY == 0 && linePattern == kSolidLine) {
+        if (!MayDraw(static_cast<u64>(walk.count))) return;
         kernels->fill(PixelAt(selection, walk.x, walk.y), 0, static_cast<std::size_t>(walk.count),
                       1, colour);
         return;

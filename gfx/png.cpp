@@ -1,4 +1,4 @@
-#include "gfx/png.h"
+// PNG files of the module.
 
 #include <spng.h>
 

@@ -8,7 +8,7 @@
 #include "gfx/blit.h"
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
-#include "gfx/slots.h"
+#include "gfx/patience.h"
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
@@ -18,8 +18,8 @@ namespace {
 
 constexpr i64 kUnit = 32;  // parts of a source pixel
 constexpr int kUnitBits = 5;
-constexpr u32 kStepsBetweenQuestions = 1 << 16;
 constexpr i64 kColumns = i64{kBoxColumns};  // worked out at a time
+constexpr i64 kMostCells = i64{1} << 20;    // of one box, else it is worked out step by step
 
 i32 Wrapped(u32 word) {
     return static_cast<i32>(word);
@@ -48,7 +48,8 @@ struct Axis {
     i64 EndPixel(i64 end) const {
         return std::max((Edge(end) - 1) >> kUnitBits, Edge(end - 1) >> kUnitBits) + 1;
     }
-    i64 LargestSpan() const { return i64{sourceSize} * kUnit / size + 1; }
+    // Source pixels that a destination position touches, at most.
+    i64 LargestSpan() const { return i64{sourceSize} / size + 2; }
 };
 
 // The pixels that [start, end) touches and the weights of the first and the last.
@@ -102,6 +103,7 @@ u32 AverageAnyBox(const Box& box) {
     for (i64 y = present.top; y < present.bottom; ++y) {
         const i64 height = std::min((y + 1) * kUnit, box.bottom) - std::max(y * kUnit, box.top);
         for (i64 x = present.left; x < present.right; ++x) {
+            if (!MayDraw(1)) return 0;
             const i64 width = std::min((x + 1) * kUnit, box.right) - std::max(x * kUnit, box.left);
             average.Add(LoadBytes<u32>(PixelAt(srcSelection, x, y)),
                         static_cast<u64>(width * height));
@@ -118,14 +120,12 @@ struct ScaleWork {
     // Every visible pixel in the order of drawing; `write` is false for a rehearsal that only
     // faults where the drawing would. A record may claim a bitmap of 2^62 pixels.
     void DrawPixels(bool write) const {
-        u32 steps = 0;
-        bool abandoned = false;
         ForEachTile(tiling, visible, [&](i64 tileX, i64 tileY, const Area& part) {
-            for (i64 y = part.top; y < part.bottom && !abandoned; ++y) {
+            for (i64 y = part.top; y < part.bottom; ++y) {
                 const i64 top = down.Edge(y - tileY);
                 const i64 bottom = down.Edge(y - tileY + 1);
-                for (i64 x = part.left; x < part.right && !abandoned; ++x) {
-                    if (++steps % kStepsBetweenQuestions == 0) abandoned = !gfxSlots.stillRunning();
+                for (i64 x = part.left; x < part.right; ++x) {
+                    if (!MayDraw(kPixelsOfAStep)) return;
                     const u32 colour = AverageAnyBox(
                         {across.Edge(x - tileX), top, across.Edge(x - tileX + 1), bottom});
                     if (AlphaOf(colour) == 0) continue;
@@ -140,6 +140,7 @@ struct ScaleWork {
     void DrawRows() const {
         ForEachTile(tiling, visible, [&](i64 tileX, i64 tileY, const Area& part) {
             for (i64 left = part.left; left < part.right; left += kColumns) {
+                if (!MayDraw(kPixelsOfAStep)) return;
                 DrawColumns(left, std::min(left + kColumns, part.right), tileX, tileY, part);
             }
         });
@@ -161,6 +162,8 @@ struct ScaleWork {
             columns.parts.middle[i] = kUnit / span;
             columns.parts.last[i] = cells.last / span;
         }
+        const u64 sourceColumns =
+            static_cast<u64>(across.EndPixel(right - tileX) - firstPixel) + count;
         // Loops over several columns at a time read on to a whole number of them.
         std::fill(columns.parts.first + count, std::end(columns.parts.first), 0.0);
         std::fill(columns.parts.middle + count, std::end(columns.parts.middle), 0.0);
@@ -168,6 +171,7 @@ struct ScaleWork {
         for (i64 y = part.top; y < part.bottom; ++y) {
             const i64 start = down.Edge(y - tileY);
             const Cells bands = SplitIntoCells(start, down.Edge(y - tileY + 1));
+            if (!MayDraw((bands.count + 1) * sourceColumns)) return;
             const BoxRow row = {PixelAt(srcSelection, firstPixel, start >> kUnitBits),
                                 srcSelection.stride,
                                 bands.count,
@@ -184,6 +188,8 @@ void RunScaledBlit(const ScaleWork& work) {
     if (work.visible.Empty()) return;
     bool simple = work.across.IsRegular() && work.down.IsRegular() &&
                   Reaches(dstSelection, work.visible) && RowsAreApart(dstSelection, work.visible);
+    // Of a regular axis, so that the product fits.
+    simple = simple && work.down.LargestSpan() * work.across.LargestSpan() <= kMostCells;
     if (simple) {
         const Area part = VisiblePart(work.tiling, work.visible);
         const Area source = {work.across.FirstPixel(part.left), work.down.FirstPixel(part.top),

@@ -32,6 +32,13 @@ bool IsFolder(const fs::path& path) {
     return fs::is_directory(path, error);
 }
 
+// A folder that somebody may have named as a game. A link of the module's name that leads to one is
+// an archive's, and whoever opens the module names the folder that the link lies in.
+bool IsGameFolder(const fs::path& path) {
+    std::error_code error;
+    return IsFolder(path) && !(path.filename() == kModuleFile && fs::is_symlink(path, error));
+}
+
 // Absolute, without "." and ".." and without a trailing "/".
 fs::path Clean(const std::string& name) {
     std::error_code error;
@@ -161,7 +168,7 @@ void FindUserFolders() {
 
 std::string GameFolder(const std::string& game) {
     const fs::path path = Clean(game);
-    return IsFolder(path) ? path : path.parent_path();
+    return IsGameFolder(path) ? path : path.parent_path();
 }
 
 std::string WhyNoGame(const std::string& game) {
@@ -170,7 +177,7 @@ std::string WhyNoGame(const std::string& game) {
     const fs::file_status status = fs::status(path, error);
     if (status.type() == fs::file_type::not_found) return game + ": there is no such game";
     if (!fs::status_known(status)) return game + ": " + error.message();
-    if (!IsFolder(path) && path.filename() != kModuleFile) {
+    if (!IsGameFolder(path) && path.filename() != kModuleFile) {
         return game + ": neither a folder nor a MAIN.MX";
     }
     const bool canBeRead = access(GameFolder(game).c_str(), R_OK | X_OK) == 0;
@@ -191,7 +198,7 @@ std::string FindGame(const std::string& game) {
     }
     folders.bundle = path;
     folders.resources = resources;
-    const bool isModule = !IsFolder(Clean(game));
+    const bool isModule = !IsGameFolder(Clean(game));
     folders.deletableResources = !isModule && IsGamesOwn(path, resources);
     folders.gameName = GameName(path, information);
     return "";

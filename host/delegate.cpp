@@ -2,13 +2,15 @@
 
 #include <algorithm>
 
+#include "audio/music.h"
 #include "desktop/folders.h"
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/bundle.h"
 #include "host/icon.h"
 #include "host/keyboard.h"
 #include "host/queue.h"
-#include "host/slots.h"
+#include "host/session.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
@@ -37,6 +39,15 @@ constinit ViewSize desktopExtent = {};
     ShowFatalMessage("Screen change: game ending, restart game");
     ForceMsg(MSG_END, 0, 0, 0);
     EndProcess(0);
+}
+
+bool LoadModuleOfGame() {
+    const u32 file = OpenModule("MAIN.MX");
+    if (file == kNoFile) return LoadModule({});
+    const bool loaded =
+        LoadModule([file](void* bytes, u32 count) { return ReadFile(file, bytes, count); });
+    CloseFile(file);
+    return loaded;
 }
 
 void ScreenSetup() {
@@ -73,7 +84,7 @@ void moxiAppDelegate::init() {
 
 void moxiAppDelegate::applicationDidFinishLaunching() {
     InitFolders();
-    if (!LoadModule()) EndProcess(1);
+    if (!LoadModuleOfGame()) EndProcess(1);
     ++moduleStarted;
     moxiView::init();
     desktop.startTimer(kHostTickMicroseconds, OnHostTick);
@@ -101,7 +112,7 @@ bool moxiAppDelegate::applicationShouldTerminate() {
 }
 
 void moxiAppDelegate::applicationWillTerminate() {
-    hostSlots.stopMusic();
+    StopMusic();
 }
 
 void moxiAppDelegate::applicationWillBecomeActive() {

@@ -5,6 +5,7 @@
 #include "base/bytes.h"
 #include "host/keymap.h"
 #include "host/queue.h"
+#include "host/session.h"
 
 namespace moxi {
 

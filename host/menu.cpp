@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "base/output_files.h"
+#include "desktop/audio_out.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "host/keyboard.h"
 #include "host/plist.h"
-#include "host/slots.h"
 #include "host/view.h"
 #include "vm/diagnostics.h"
 
@@ -52,7 +52,7 @@ constexpr Action kActions[] = {
     {"performClose:", [] { desktop.closeWindow(); }},
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
     {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
-    {"toggleMute:", [] { hostSlots.toggleMute(); }},
+    {"toggleMute:", [] { audioOut.toggleMute(); }},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
 };
 

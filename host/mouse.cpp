@@ -5,6 +5,7 @@
 
 #include "host/keyboard.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "vm/run_cycle.h"
 
 namespace moxi {

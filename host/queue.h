@@ -8,19 +8,6 @@
 
 namespace moxi {
 
-// --- State
-
-extern bool inputSuspended;  // input handlers drop their events, the queue delivers nothing
-extern bool launchComplete;
-extern bool firstSizeSent;  // window notifications post nothing before
-extern bool pendingSize;    // the host tick is to post one MSG_SIZE with the saved size
-extern i32 savedWidth;
-extern i32 savedHeight;
-extern bool liveResize;
-extern u32 idleTicks;  // host ticks that found the queue empty
-
-// --- The ring
-
 constexpr u32 kQueueSlots = 1024;  // one slot always stays unused
 
 bool QueueIsEmpty();
@@ -30,8 +17,8 @@ void DropQueueHead();
 // How many messages wait, and the one that comes after `index` others.
 u32 QueueLength();
 const Message& QueuedMessage(u32 index);
-// Takes the oldest message off; false when there is none or delivery is suspended.
-bool TakeQueuedMessage(u32 words[4]);
+// Delivers the oldest message to the module; nothing when there is none or delivery is suspended.
+void DeliverQueuedMessage();
 void EmptyQueue();
 // Gives a waiting MSG_SIZE this size; false when none waits.
 bool UpdateQueuedSize(u32 width, u32 height);
@@ -40,14 +27,5 @@ bool UpdateQueuedSize(u32 width, u32 height);
 // while input is suspended during a run, and before the module is started. A full ring keeps its
 // 1,023 oldest messages and loses the new one.
 void PostMessage(u32 command, u32 p1, u32 p2, u32 p3);
-
-// Asks the view to redraw the screen's dirty rectangle, which becomes empty. Any thread.
-void FlushDirtyRect();
-
-// Halts the module for n * 10 ms with input suspended and the screen flushed; Delay(0) flushes
-// later on the main queue and lets input in again.
-void Delay(u32 n);
-
-void ResetQueue();
 
 }  // namespace moxi

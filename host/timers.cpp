@@ -1,8 +1,9 @@
 #include "host/timers.h"
 
+#include "audio/music.h"
 #include "desktop/desktop.h"
 #include "host/queue.h"
-#include "host/slots.h"
+#include "host/session.h"
 #include "host/window.h"
 #include "vm/run_cycle.h"
 
@@ -38,7 +39,7 @@ void OnHostTick() {
         }
         DeliverQueuedMessage();
     }
-    if (hostSlots.pollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
+    if (PollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
 }
 
 void OnModuleTimer() {

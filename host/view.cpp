@@ -1,9 +1,13 @@
 #include "host/view.h"
 
+#include <algorithm>
+
+#include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/keyboard.h"
 #include "host/menu.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "host/window.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -61,6 +65,22 @@ void moxiView::flagsChanged(bool shift, bool command, bool option) {
         (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
     if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
     FlagsChanged(shift, command, option);
+}
+
+bool FlushDirtyRect() {
+    if (!desktop.isMainThread()) {
+        desktop.queueOnMain([] { FlushDirtyRect(); });
+        return false;
+    }
+    if (dirtyRect.left >= dirtyRect.right) return false;
+    const i32 top = std::max(dirtyRect.top, 0);
+    const double height = static_cast<double>(dirtyRect.bottom) - top;
+    const ViewRect rect = {static_cast<double>(dirtyRect.left),
+                           static_cast<double>(desktop.viewSize().height) - dirtyRect.bottom,
+                           static_cast<double>(dirtyRect.right) - dirtyRect.left, height};
+    ResetDirtyRect();
+    desktop.requestRedraw(rect);
+    return true;
 }
 
 bool WriteScreenshot(const std::string& path) {

@@ -20,6 +20,10 @@ struct moxiView {
     static void flagsChanged(bool shift, bool command, bool option);
 };
 
+// Asks for a redraw of the screen's dirty rectangle, which becomes empty; false when it was. Called
+// on another thread it has the main thread do so, later.
+bool FlushDirtyRect();
+
 // Writes what the view shows as an RGB PNG; false when the file cannot be written.
 bool WriteScreenshot(const std::string& path);
 

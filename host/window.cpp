@@ -4,6 +4,8 @@
 
 #include "host/delegate.h"
 #include "host/queue.h"
+#include "host/session.h"
+#include "host/view.h"
 #include "vm/diagnostics.h"
 #include "vm/run_cycle.h"
 

@@ -8,12 +8,14 @@
 #include <map>
 #include <optional>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "base/log.h"
 #include "base/output_files.h"
 #include "kit/call_names.h"
 #include "kit/call_tree.h"
+#include "kit/lines.h"
 #include "kit/module_memory.h"
 #include "kit/symbols.h"
 #include "vm/interpreter.h"
@@ -84,6 +86,14 @@ std::map<u32, Service> services;
 std::map<u32, MessageCount> messages;
 u64 instructions = 0;
 nanoseconds inInterpreter{};
+// Instructions by file and line, and where those of the code at hand are counted.
+std::unordered_map<u64, u64> lineCounts;
+struct LineAtHand {
+    u64* count = nullptr;  // null for code of no line
+    u32 start = 0;
+    u32 end = 0;
+};
+constinit LineAtHand lineAtHand;
 
 // --- Runs and their instructions
 
@@ -131,6 +141,17 @@ void FindLeaf(Run& run, u32 at) {
     run.rangeEnd = NextFunctionSymbol(at);
 }
 
+void CountLine(u32 at) {
+    if (LineCount() == 0) return;
+    if (at < lineAtHand.start || at >= lineAtHand.end) {
+        const CodeLine* const line = LineAt(at);
+        u64* const count =
+            line == nullptr ? nullptr : &lineCounts[u64{line->file} << 32 | line->line];
+        lineAtHand = {count, at, NextLine(at)};
+    }
+    if (lineAtHand.count != nullptr) ++*lineAtHand.count;
+}
+
 u32 CommandAtHand() {
     return Peek<u32>(Load<u32>(kHeaderR15)).value_or(kNoCommand);
 }
@@ -147,12 +168,13 @@ void BeforeInstruction(u32 at) {
     DropReturnedFrames(run);
     if (at < run.rangeStart || at >= run.rangeEnd) FindLeaf(run, at);
     ++callNodes[run.leaf].own;
+    CountLine(at);
     ++run.instructions;
     ++instructions;
     const u32 w = Load<u32>(at);
     run.single.reset();
     if (ClassOf(w) != InstructionClass::Single) return;
-    run.single = static_cast<Single>(w & 1023);
+    run.single = SingleOf(w);
     run.modalDepthBefore = modalDepth;
     if (run.single == Single::Sys) {
         run.command = CommandAtHand();
@@ -264,6 +286,22 @@ void WriteFunctions() {
     }
 }
 
+void WriteLines() {
+    if (LineCount() == 0) return;
+    std::vector<std::pair<u64, u64>> sorted(lineCounts.begin(), lineCounts.end());
+    std::sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) {
+        return a.second != b.second ? a.second > b.second : a.first < b.first;
+    });
+    std::fputs("\nLines: instructions of their own\n", tableFile);
+    std::fputs("         own      %  line\n", tableFile);
+    for (const auto& [line, count] : sorted) {
+        if (count == 0) continue;
+        const std::string& file = NameOfFile(static_cast<u32>(line >> 32));
+        std::fprintf(tableFile, "%12llu %6.2f  %s:%u\n", Number(count), Percent(count),
+                     file.c_str(), static_cast<u32>(line));
+    }
+}
+
 std::string CommandText(u32 command) {
     if (command == kNoCommand) return "-        no parameter block";
     const std::string_view name = ServiceName(command);
@@ -325,8 +363,10 @@ void NameProfile() {
     if (tableFile == nullptr) return;
     const std::string file = SymbolFile();
     std::error_code error;
-    if (!std::filesystem::exists(file, error)) return;
-    if (const std::string problem = LoadSymbols(file); !problem.empty()) SystemLog(problem);
+    if (std::filesystem::exists(file, error)) {
+        if (const std::string problem = LoadSymbols(file); !problem.empty()) SystemLog(problem);
+    }
+    if (const std::string problem = LoadLinesOfGame(); !problem.empty()) SystemLog(problem);
 }
 
 void CloseProfile() {
@@ -340,6 +380,7 @@ void CloseProfile() {
     SumCallTree();
     WriteTotals();
     WriteFunctions();
+    WriteLines();
     WriteServices();
     WriteMessages();
     WriteFoldedStacks(foldedFile);

@@ -1,7 +1,7 @@
 #pragma once
 // Counts where a module's instructions go: by function, by call stack, by service and by message.
 // Exact counts, from every executed instruction; functions by the module's symbols where there are
-// any, else by the addresses that calls lead to.
+// any, else by the addresses that calls lead to; by source line where MAIN.LIN tells of them.
 
 #include <string>
 

@@ -1,12 +1,7 @@
 #include "sys/dispatch.h"
 
-#include "sys/file_group.h"
-#include "sys/heap_group.h"
 #include "sys/param.h"
 #include "sys/services.h"
-#include "sys/settings_group.h"
-#include "sys/text_group.h"
-#include "sys/time_group.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
 
@@ -24,7 +19,7 @@ void SysDispatch() {
         case kGraphicsServices: sysSlots.graphicsGroup(sub, arguments); return;
         case kSoundServices: sysSlots.soundGroup(sub, arguments); return;
         case kHostServices: sysSlots.hostGroup(sub, arguments); return;
-        case kSettingsServices: SysProfileGroup(sub, arguments); return;
+        case kSettingsServices: SysSettingsGroup(sub, arguments); return;
         case kHeapServices: SysHeapGroup(sub, arguments); return;
         // Reserved groups: nothing happens, and R14 keeps its value.
         case 0x0100:

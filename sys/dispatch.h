@@ -35,6 +35,15 @@ inline constinit SysSlots sysSlots = {
 // command has one, is in R14 afterwards. A block outside the image is a memory fault.
 void SysDispatch();
 
+// The groups of this room, sys/..._group.cpp: `sub` is the sub-command (0..255), `arguments` the
+// address of the first argument. A sub-command without a service is reported as unknown, but by the
+// groups of time and heap, which ignore it.
+void SysFileGroup(u32 sub, u32 arguments);
+void SysTimeGroup(u32 sub, u32 arguments);
+void SysTextGroup(u32 sub, u32 arguments);
+void SysSettingsGroup(u32 sub, u32 arguments);
+void SysHeapGroup(u32 sub, u32 arguments);
+
 // Shows the failure message for a command that no handler knows; it names the SYS instruction.
 void ReportUnknownCommand();
 

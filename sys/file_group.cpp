@@ -1,4 +1,4 @@
-#include "sys/file_group.h"
+// Service group 0: files and folders.
 
 #include <cstring>
 

@@ -140,6 +140,12 @@ u32 TakeHandle(std::FILE* stream, bool writable) {
     return openCount++;
 }
 
+// The name is there, or there is room for it.
+bool IsThereOrMayBe(const char* name) {
+    struct stat status;
+    return MayMakeEntry() || StatIn(name, true, status);
+}
+
 // Makes every missing folder on the way to the data folder, outermost first.
 void MakeDataFolder() {
     const std::string& path = dataRoot.path;
@@ -167,7 +173,8 @@ void MakeParentFolders(const std::string& name) {
         StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
         return;
     for (std::size_t at = name.find('/'); at != std::string::npos; at = name.find('/', at + 1)) {
-        MakeFolderBeneath(folder, name.substr(0, at).c_str());
+        const std::string parent = name.substr(0, at);
+        if (IsThereOrMayBe(parent.c_str())) MakeFolderBeneath(folder, parent.c_str());
     }
 }
 
@@ -276,6 +283,7 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
     if (known == nullptr) return nullptr;
+    if ((flags & O_CREAT) != 0 && !IsThereOrMayBe(known)) return nullptr;
     std::FILE* stream = OpenIn(name, true, flags);
     if (stream == nullptr) {
         MakeParentFolders(known);
@@ -393,6 +401,17 @@ void CloseFile(u32 handle) {
     while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) openCount--;
 }
 
+void AppendToDebugLog(std::string_view bytes) {
+    constexpr u32 kFromEnd = 2;
+    u32 file = OpenFile("debug.log", kOpenUpdate);
+    if (file == kNoFile) file = OpenFile("debug.log", kOpenCreate);
+    if (file == kNoFile) return;
+    LockToWrite(file);
+    SeekFile(file, 0, kFromEnd);
+    WriteFile(file, bytes.data(), static_cast<u32>(bytes.size()));
+    CloseFile(file);
+}
+
 u64 ReadableBytes(u32 handle, u32 count) {
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || std::feof(file->stream) != 0) return 0;
@@ -460,6 +479,7 @@ u32 MakeFolder(const char* name) {
         return *known == 0 && folder < 0 ? mkdir(dataRoot.path.c_str(), 0777)
                                          : MakeFolderBeneath(folder, known);
     };
+    if (!IsThereOrMayBe(known)) return kNoFile;
     if (In(dataRoot, make) == 0 || errno == EEXIST) return 0;
     // The data folder itself is not this service's to make.
     if (errno != ENOENT && errno != EBADF) NoteFailedWrite(errno);
@@ -470,6 +490,7 @@ void RemoveFolder(const char* name) {
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
     if (known == nullptr) return;
+    NoteShrinking();
     In(dataRoot, [known](int folder) { return RemoveFolderBeneath(folder, known); });
 }
 

@@ -5,6 +5,7 @@
 // buffer, or that leads out of the folder, names nothing that exists.
 
 #include <string>
+#include <string_view>
 
 #include "base/types.h"
 
@@ -74,6 +75,11 @@ u32 OpenToReplace(const char* name);
 // it) under a lock. Closing the file ends the lock.
 void LockToRead(u32 handle);
 void LockToWrite(u32 handle);
+
+// Appends the bytes to debug.log in the data folder, which is opened, locked and closed each time,
+// so that lines of two starts of the game do not mix. A file that cannot be opened or made drops
+// them.
+void AppendToDebugLog(std::string_view bytes);
 
 // Reads up to `count` bytes and returns how many arrived: 0 for a bad handle, a null buffer, or
 // when a read has hit the end already.

@@ -1,5 +1,6 @@
-#include "sys/heap_group.h"
+// Service group 9: the module's heap.
 
+#include "sys/dispatch.h"
 #include "sys/param.h"
 #include "sys/services.h"
 #include "vm/heap.h"

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "desktop/folders.h"
@@ -19,8 +21,13 @@ namespace {
 // What a write may take beyond its bytes: the rest of a block, in a file with holes.
 constexpr u64 kBlock = 4096;
 constexpr u64 kStatBlock = 512;
-// Nobody nests folders so deeply but to make the measuring fail.
-constexpr u32 kDeepest = 64;
+// Nobody nests folders so deeply but to make the measuring fail; more than that counts as full.
+constexpr std::size_t kLongestPath = 4000;
+constexpr u64 kFull = u64{1} << 61;
+
+// An entry takes room in the file system that is not the file's: one for each block, and enough
+// where little may be held.
+constexpr u64 kFewestEntries = 1024;
 
 // Somebody else may have made room: so often a full folder is measured anew.
 constexpr u32 kRefusalsBetweenLooks = 64;
@@ -32,42 +39,70 @@ constinit u64 held = kNotMeasured;
 constinit bool isExact = false;
 constinit u32 refusals = 0;
 
+// The same for files and folders.
+constinit u64 entries = kNotMeasured;
+constinit bool entriesAreExact = false;
+constinit u32 entryRefusals = 0;
+
 u64 HeldBy(const struct stat& status) {
     if (!S_ISREG(status.st_mode)) return 0;
     return std::min(static_cast<u64>(status.st_size),
                     static_cast<u64>(status.st_blocks) * kStatBlock);
 }
 
-// Adds what a folder holds, until there is more than the limit anyway. Takes over the descriptor.
-void Measure(int folder, u32 depth, u64& sum) {
-    DIR* const entries = folder < 0 ? nullptr : fdopendir(folder);
-    if (entries == nullptr) {
+struct Contents {
+    u64 bytes;
+    u64 entries;
+};
+
+// Adds what lies in one folder and names the folders among it. Takes over the descriptor.
+void MeasureFolder(int folder, const std::string& path, Contents& sum,
+                   std::vector<std::string>& below) {
+    DIR* const list = folder < 0 ? nullptr : fdopendir(folder);
+    if (list == nullptr) {
         if (folder >= 0) close(folder);
         return;
     }
-    while (const dirent* const entry = readdir(entries)) {
+    while (const dirent* const entry = readdir(list)) {
         const std::string name = entry->d_name;
         struct stat status;
         if (name == "." || name == ".." ||
-            fstatat(dirfd(entries), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            fstatat(dirfd(list), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             continue;
         }
-        sum += HeldBy(status);
-        if (sum > folders.dataLimit) break;
-        if (!S_ISDIR(status.st_mode) || depth == kDeepest) continue;
-        Measure(
-            openat(dirfd(entries), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC),
-            depth + 1, sum);
+        sum.bytes += HeldBy(status);
+        ++sum.entries;
+        if (S_ISDIR(status.st_mode)) below.push_back(path.empty() ? name : path + "/" + name);
     }
-    closedir(entries);
+    closedir(list);
 }
 
-u64 MeasureDataFolder() {
+Contents MeasureDataFolder() {
     const std::string folder = DataFolder();
-    u64 sum = 0;
-    Measure(open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), 0,
-            sum);
+    const int root = open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    Contents sum = {0, 0};
+    if (root < 0) return sum;
+    std::vector<std::string> waiting = {""};
+    while (!waiting.empty()) {
+        const std::string path = std::move(waiting.back());
+        waiting.pop_back();
+        if (path.size() >= kLongestPath) {
+            sum = {kFull, kFull};
+            break;
+        }
+        const int opened = openat(root, path.empty() ? "." : path.c_str(),
+                                  O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        MeasureFolder(opened, path, sum, waiting);
+    }
+    close(root);
     return sum;
+}
+
+void Measure() {
+    const Contents contents = MeasureDataFolder();
+    held = contents.bytes;
+    entries = contents.entries;
+    isExact = entriesAreExact = true;
 }
 
 struct Growth {
@@ -108,7 +143,7 @@ u32 WritableBytes(std::FILE* stream, u32 count) {
         isExact = false;
         return count;
     }
-    if (!isExact) held = MeasureDataFolder();
+    if (!isExact) Measure();
     const Growth growth = GrowthBy(stream, count);
     isExact = growth.isExact;
     const u64 room = held < most ? most - held : 0;
@@ -116,15 +151,36 @@ u32 WritableBytes(std::FILE* stream, u32 count) {
     return growth.bytes <= room ? count : Refuse(count - (growth.bytes - room));
 }
 
+u64 MostEntries() {
+    return std::max(folders.dataLimit / kBlock, kFewestEntries);
+}
+
+bool MayMakeEntry() {
+    const u64 most = MostEntries();
+    if (entries >= most && !entriesAreExact) Measure();
+    if (entries < most) {
+        ++entries;
+        entriesAreExact = false;  // it may be there already
+        return true;
+    }
+    if (entryRefusals == 0) {
+        SystemLog(FormatText("the data folder is full: it may hold %llu files and folders",
+                             static_cast<unsigned long long>(most)));
+    }
+    if (++entryRefusals % kRefusalsBetweenLooks == 0) entriesAreExact = false;
+    return false;
+}
+
 void NoteShrinking() {
-    isExact = false;
+    isExact = entriesAreExact = false;
 }
 
 void ResetQuota() {
     // Not measured before it is needed for the first time.
     held = kNotMeasured;
-    isExact = false;
-    refusals = 0;
+    entries = kNotMeasured;
+    isExact = entriesAreExact = false;
+    refusals = entryRefusals = 0;
 }
 
 }  // namespace moxi

@@ -1,4 +1,4 @@
-#include "sys/settings_group.h"
+// Service group 8: settings files.
 
 #include <cstring>
 
@@ -29,7 +29,7 @@ void StoreText(u32 address, u32 size, const SettingsText& text) {
 
 }  // namespace
 
-void SysProfileGroup(u32 sub, u32 arguments) {
+void SysSettingsGroup(u32 sub, u32 arguments) {
     const auto number = [arguments](u32 index) { return Argument(arguments, index); };
     const auto text = [arguments](u32 index) { return TextArgument(arguments, index); };
     // Names and texts are looked at only where there is something to do with them.

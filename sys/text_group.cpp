@@ -1,4 +1,4 @@
-#include "sys/text_group.h"
+// Service group 3: strings, bytes and formatted text.
 
 #include <cstring>
 #include <optional>

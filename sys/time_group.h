@@ -5,9 +5,6 @@
 
 namespace moxi {
 
-// 0 set periodic timer, 1 milliseconds, 2 date and time text; other sub-commands are ignored.
-void SysTimeGroup(u32 sub, u32 arguments);
-
 // The module has a periodic timer.
 bool ModuleTimerRuns();
 

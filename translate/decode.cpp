@@ -23,9 +23,7 @@ bool HasWord(Mode mode) {
 }
 
 void DecodeTwoOperands(Instruction& in) {
-    for (const OperandForm& form : kTwoOperandForms) {
-        if (form.code == TwoOperandForm(in.w)) in.form = form;
-    }
+    in.form = FindForm(in.w);
     const u32 number = TwoOperandNumber(in.w);
     const u32 size = number & 3;
     in.length = in.form.length + (in.form.b == Mode::Immediate && size == 3 ? 4 : 0);
@@ -35,22 +33,17 @@ void DecodeTwoOperands(Instruction& in) {
     const u32 wordOfB = HasWord(in.form.a) ? in.words[1] : in.words[0];
     const bool seesHeader = IsInHeader(in.form.a, in.words[0]) ||
                             (op != TwoOperand::Lea && IsInHeader(in.form.b, wordOfB));
-    const bool isLegal =
-        known || op == TwoOperand::Blockmove || number >= 120 || (IsFloatOperation(op) && size < 2);
     if (known && !seesHeader) {
         in.flow = Flow::Next;
     } else {
-        in.flow = isLegal ? Flow::Interpreter : Flow::End;
+        in.flow = IsLegalTwoOperand(in.w) ? Flow::Interpreter : Flow::End;
     }
 }
 
 void DecodeOneOperand(Instruction& in) {
-    for (const OneOperandForm& form : kOneOperandForms) {
-        if (form.code == (in.w & 255)) {
-            in.mode = form.mode;
-            in.length = form.length;
-        }
-    }
+    const OneOperandForm& form = FindOneOperandForm(in.w);
+    in.mode = form.mode;
+    in.length = form.length;
     const u32 number = OneOperandNumber(in.w);
     const OneOperand op = OneOperandOf(in);
     const u32 size = number & 3;
@@ -59,10 +52,10 @@ void DecodeOneOperand(Instruction& in) {
     if (op == OneOperand::Extz || op == OneOperand::Exts) known = size != 3;
     // Unsigned numbers of 64 bits have no conversion of one instruction.
     if (op == OneOperand::Utof || op == OneOperand::Utod) known = size != 3;
-    if (in.mode == Mode::Register && in.w >> 16 > kLastRegister) known = false;
+    if (in.mode == Mode::Register && WideRegister(in.w) > kLastRegister) known = false;
     if (op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) known = false;
-    const bool isIllegal = (number >= 28 && number < 32) || number >= 72;
-    in.flow = known ? Flow::Next : isIllegal ? Flow::End : Flow::Interpreter;
+    const bool isLegal = IsLegalOneOperand(in.w);
+    in.flow = known ? Flow::Next : isLegal ? Flow::Interpreter : Flow::End;
 }
 
 void DecodeTestBranch(Instruction& in) {
@@ -76,10 +69,8 @@ void DecodeTestBranch(Instruction& in) {
 }
 
 void DecodeSingle(Instruction& in) {
-    for (const SingleInstruction& row : kSingleInstructions) {
-        if (row.code == (in.w & 1023)) in.length = row.length;
-    }
-    switch (SingleOf(in)) {
+    in.length = FindSingle(in.w).length;
+    switch (SingleOf(in.w)) {
         case Single::Jmp:
             in.target = BranchTarget(in.w);
             in.flow = Flow::Jump;
@@ -89,8 +80,10 @@ void DecodeSingle(Instruction& in) {
             in.flow = Flow::Call;
             break;
         case Single::Callr: in.flow = Flow::CallThrough; break;
-        case Single::Return: in.flow = (in.w >> 10 & 15) < 15 ? Flow::Away : Flow::End; break;
-        case Single::Link: in.flow = (in.w >> 10 & 15) < 15 ? Flow::Next : Flow::Interpreter; break;
+        case Single::Return: in.flow = SavedRegisters(in.w) < 15 ? Flow::Away : Flow::End; break;
+        case Single::Link:
+            in.flow = SavedRegisters(in.w) < 15 ? Flow::Next : Flow::Interpreter;
+            break;
         case Single::Stop: in.flow = Flow::End; break;
         case Single::Sys:
         case Single::Debuglog:

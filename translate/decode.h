@@ -41,9 +41,6 @@ constexpr OneOperand OneOperandOf(const Instruction& instruction) {
     const u32 number = OneOperandNumber(instruction.w);
     return static_cast<OneOperand>(number < 4 ? number : number & ~3u);
 }
-constexpr Single SingleOf(const Instruction& instruction) {
-    return static_cast<Single>(instruction.w & 1023);
-}
 
 // The size, 0 to 3, of an instruction with one or two operands.
 constexpr u32 SizeOf(const Instruction& instruction) {

@@ -1,10 +1,10 @@
 #include "translate/emit.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
 #include "translate/emit_operations.h"
-#include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/threaded.h"
 
@@ -27,8 +27,20 @@ x86::Mem StateField(size_t offset, u32 size) {
 
 // --- Where blocks go on
 
+// Behind the target's note in the log, where that was made already.
+void GoToNoted(Emission& e, u32 target) {
+    const int block = BlockAt(e.region, target);
+    if (block >= 0) {
+        e.a.jmp(e.bodies[static_cast<size_t>(block)]);
+    } else {
+        e.a.mov(x86::eax, target);
+        e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+    }
+}
+
 void GoTo(Emission& e, u32 target) {
     const int block = BlockAt(e.region, target);
+    if (NeedsSlot(e, target)) StoreSlot(e);
     if (block >= 0) {
         e.a.jmp(e.labels[static_cast<size_t>(block)]);
     } else {
@@ -37,19 +49,13 @@ void GoTo(Emission& e, u32 target) {
     }
 }
 
-x86::Mem LogPlace() {
-    return x86::dword_ptr(kStateRegister, x86::r14, 2,
-                          static_cast<i32>(offsetof(TranslatedState, log)));
-}
-
-// Notes the block in the log of blocks.
-void EmitNote(Emission& e, size_t number) {
-    const u32 offset =
-        static_cast<u32>(e.base - translatedState.codeMemory) + static_cast<u32>(e.a.offset());
-    e.out.blocks.push_back({static_cast<u32>(e.a.offset()), static_cast<u32>(e.out.places.size()),
-                            e.region.blocks[number].count});
-    e.firstPlace = static_cast<u32>(e.out.places.size());
-    e.a.mov(LogPlace(), offset);
+// Notes in the log what follows, of which `place` tells.
+void EmitNote(Emission& e, BlockPlace place) {
+    place.offset = static_cast<u32>(e.a.offset());
+    e.out.blocks.push_back(place);
+    e.a.mov(x86::dword_ptr(kStateRegister, x86::r14, 2,
+                           static_cast<i32>(offsetof(TranslatedState, log))),
+            static_cast<u32>(e.base - translatedState.codeMemory) + place.offset);
     e.a.inc(x86::r14b);
 }
 
@@ -80,13 +86,13 @@ void EmitBranch(Emission& e, const Instruction& in) {
     }
     const int block = BlockAt(e.region, in.target);
     const bool isLast = e.index + 1 == e.block.count;
-    if (block >= 0 && isLast) {
+    if (block >= 0 && isLast && !NeedsSlot(e, in.target)) {
         e.a.j(CodeOf(condition), e.labels[static_cast<size_t>(block)]);
         return;
     }
     const Label side = e.a.newLabel();
     e.a.j(CodeOf(condition), side);
-    e.sideExits.push_back({side, in.target, e.firstPlace, e.index + 1});
+    e.sideExits.push_back({side, in.target, e.index + 1, e.fillsSlot, e.slot});
     e.flagsFit = !isParity;
 }
 
@@ -108,6 +114,7 @@ void EmitTableJump(Emission& e, const Instruction& in) {
     const Place entry =
         PointerPlace(e, TableRegister(in.w), BranchTarget(in.w), x86::rdx, Use::Read);
     e.a.mov(x86::eax, MemoryOf(entry, 2));
+    StoreSlot(e);
     e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
 }
 
@@ -117,111 +124,120 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
     return x86::Mem(kImage, pointer, 0, offset, size);
 }
 
-// Leaves when a narrow register is not; the block has been executed.
-void RequireNarrow(Emission& e) {
-    bool isFirst = true;
-    for (u32 number = 0; number < 16; ++number) {
-        if (!IsNarrow(e, number)) continue;
-        const x86::Gp host = HostRegister(hostOf[number]);
-        if (isFirst) {
-            e.a.mov(x86::rcx, host);
-        } else {
-            e.a.or_(x86::rcx, host);
-        }
-        isFirst = false;
-    }
-    if (isFirst) return;
-    e.a.shr(x86::rcx, 32);
-    e.a.jnz(reinterpret_cast<u64>(e.shared.leaveAfter));
-}
-
-// Where a RETURN comes back to, with the address that it found in eax.
-void EmitReturned(Emission& e, u32 next) {
-    e.a.cmp(x86::eax, next);
-    e.a.jne(reinterpret_cast<u64>(e.shared.jump));
-    RequireNarrow(e);
-    GoTo(e, next);
+// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP that the call had lies on
+// the processor's stack: most often it is the right one, and then neither it nor SP, which follows from
+// the instruction, has to wait for what the module's stack says.
+void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
+    const Label wanted = e.a.newLabel();
+    e.returns.push_back({wanted, returned});
+    e.a.cmp(x86::rax, x86::qword_ptr(wanted));
+    e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
+    e.a.pop(x86::rcx);
+    e.a.cmp(x86::edx, x86::ecx);
+    e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
+    e.a.lea(x86::r12d, x86::ptr(x86::r13, static_cast<i32>(12 + ArgumentBytes(in.w))));
+    e.a.mov(x86::r13d, x86::ecx);
 }
 
 void EmitCall(Emission& e, const Instruction& in) {
-    RequireStack(e, x86::r12d, 8, Use::Write);
+    RequireRoom(e, 8);
     const bool isThrough = in.flow == Flow::CallThrough;
-    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(in.w >> 12 & 15), 2);
-    e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
-    e.a.mov(InStack(x86::r12, -4, 4), in.w >> 16);
-    e.a.mov(InStack(x86::r12, -8, 4), in.pc + in.length);
-    e.a.sub(x86::r12d, 8);
-    const Label hasRoom = e.a.newLabel();
-    e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
-    e.a.ja(hasRoom);
-    e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
-    e.a.bind(hasRoom);
+    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(CallRegister(in.w)), 2);
     const int block = isThrough ? -1 : BlockAt(e.region, in.target);
+    if (isThrough || NeedsSlot(e, in.target)) StoreSlot(e);
+    const u32 next = in.pc + in.length;
+    const u64 returned = next | u64{ArgumentBytes(in.w)} << 32;
+    e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
+    e.a.mov(x86::rcx, returned);
+    e.a.mov(InStack(x86::r12, -8, 8), x86::rcx);
+    e.a.sub(x86::r12d, 8);
+    const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel()};
+    e.fullStacks.push_back(full);
+    e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
+    e.a.jbe(full.label);
+    e.a.bind(full.back);
+    e.a.push(x86::r13);
     if (block >= 0) {
         e.a.call(e.labels[static_cast<size_t>(block)]);
     } else {
         if (!isThrough) e.a.mov(x86::eax, in.target);
         e.a.call(reinterpret_cast<u64>(e.shared.jump));
     }
-    EmitReturned(e, in.pc + in.length);
+    EmitReturned(e, in, returned);
 }
 
 void EmitLink(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
-    const u32 room = 4 + (in.w >> 14) + 8 * count;
-    RequireStack(e, x86::r12d, room, Use::Write);
+    const u32 count = SavedRegisters(in.w);
+    const u32 room = PushedBy(in);
+    RequireRoom(e, room);
     e.a.mov(InStack(x86::r12, -4, 4), x86::r13d);
     for (u32 i = 0; i < count; ++i) {
         const u32 number = 14 - count + i;
         const x86::Mem to = InStack(x86::r12, static_cast<i32>(8 * i - room), 8);
         if (hostOf[number] != kNoHost) {
             e.a.mov(to, HostRegister(hostOf[number]));
+        } else if (vectorOf[number] != kNoHost) {
+            e.a.movq(to, VectorRegister(vectorOf[number]));
         } else {
             e.a.mov(x86::rax, MemoryOf(RegisterPlace(number), 3));
             e.a.mov(to, x86::rax);
         }
     }
-    e.a.lea(x86::r13, x86::ptr(x86::r12, -4));
+    e.a.lea(x86::r13d, x86::ptr(x86::r12, -4));
     e.a.sub(x86::r12d, room);
-    // What was stored at the new SP - and FP, as nothing lies beyond the image - is above all code,
-    // and so is what lies between.
-    e.safeFrame = 4 - static_cast<i32>(room);
 }
 
-void EmitReturn(Emission& e, const Instruction& in) {
-    const u32 count = in.w >> 10 & 15;
-    RequireStack(e, x86::r13d, 0, Use::Read);
-    const i32& locked = heapListHeads[static_cast<u32>(HeapList::Locked)];
-    e.a.cmp(StateField(static_cast<size_t>(DistanceOf(locked)), 4), 0);
-    e.a.jge(LeaveLabel(e));
-    if (count != 0) RequireStack(e, x86::r12d, 0, Use::Read);
-    e.a.mov(x86::eax, InStack(x86::r13, 4, 4));
-    e.a.cmp(x86::eax, kHeaderSize);
-    e.a.jb(LeaveLabel(e));
-    // What cannot be read is found out before anything has changed.
-    e.a.mov(x86::ecx, InStack(x86::r13, 8, 4));
-    if (count != 0) e.a.cmp(InStack(x86::r12, static_cast<i32>(8 * count - 1), 1), 0);
-    e.a.mov(x86::edx, InStack(x86::r13, 0, 4));
+// Leaves when RETURN would bring more than 32 bits into a narrow register.
+void RequireNarrowReturn(Emission& e, u32 count) {
+    bool isFirst = true;
     for (u32 i = 0; i < count; ++i) {
+        if (!IsNarrow(14 - count + i)) continue;
+        const x86::Mem upper = InStack(x86::r12, static_cast<i32>(8 * i + 4), 4);
+        if (isFirst) {
+            e.a.mov(x86::ecx, upper);
+        } else {
+            e.a.or_(x86::ecx, upper);
+        }
+        isFirst = false;
+    }
+    if (isFirst) return;
+    e.a.test(x86::ecx, x86::ecx);
+    e.a.jnz(LeaveLabel(e));
+}
+
+// Hands to where it comes back: in rax the address, with the bytes of arguments in the upper half, in
+// edx FP of the caller, in r13 that of the called.
+void EmitReturn(Emission& e, const Instruction& in) {
+    const u32 count = SavedRegisters(in.w);
+    if (count != 0) RequireStack(e);
+    const Place frame = FramePlace(e, 0, x86::rdx, Use::Read);
+    e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
+    e.a.cmp(x86::eax, StateField(offsetof(TranslatedState, leastReturn), 4));
+    e.a.jb(LeaveLabel(e));
+    // What cannot be read is found out before anything has changed: from the highest address down.
+    RequireNarrowReturn(e, count);
+    e.a.mov(x86::edx, MemoryOf(frame, 2));
+    for (u32 i = count; i-- > 0;) {
         const u32 number = 14 - count + i;
         const x86::Mem saved = InStack(x86::r12, static_cast<i32>(8 * i), 8);
         if (hostOf[number] != kNoHost) {
             e.a.mov(HostRegister(hostOf[number]), saved);
+        } else if (vectorOf[number] != kNoHost) {
+            e.a.movq(VectorRegister(vectorOf[number]), saved);
         } else {
-            e.a.movq(x86::xmm0, saved);
-            e.a.movq(MemoryOf(RegisterPlace(number), 3), x86::xmm0);
+            e.a.mov(x86::rcx, saved);
+            e.a.mov(MemoryOf(RegisterPlace(number), 3), x86::rcx);
         }
     }
-    e.a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
-    e.a.mov(x86::r13d, x86::edx);
-    // Calls have left on the processor's stack where they go on, if eax is what they expect.
+    StoreSlot(e);
+    // Calls have left on the processor's stack where they go on, if rax is what they expect.
     e.a.ret();
 }
 
 // --- Instructions
 
 void EmitSingle(Emission& e, const Instruction& in) {
-    switch (SingleOf(in)) {
+    switch (SingleOf(in.w)) {
         case Single::Nop: return;
         case Single::Jmp: GoTo(e, in.target); return;
         case Single::Call:
@@ -252,35 +268,76 @@ void EmitInstruction(Emission& e, const Instruction& in) {
 void EmitBlock(Emission& e, size_t number) {
     e.block = e.region.blocks[number];
     e.flagsFit = false;
-    e.safeFrame = kNoSafeFrame;
+    e.facts = e.before[number];
+    e.fillsSlot = false;
+    e.reached.clear();
     e.a.bind(e.labels[number]);
-    EmitNote(e, number);
+    e.firstPlaces.push_back(static_cast<u32>(e.out.places.size()));
+    EmitNote(e, {0, e.firstPlaces.back(), static_cast<u16>(e.block.count)});
+    e.a.bind(e.bodies[number]);
     for (e.index = 0; e.index < e.block.count; ++e.index) {
         const Instruction& in = e.region.instructions[e.block.first + e.index];
         e.in = &in;
         e.leave.reset();
-        e.out.places.push_back({static_cast<u32>(e.a.offset()), in.pc, e.index});
+        const Facts after = FactsAfter(e.region, e.block, e.index, e.facts);
+        CodePlace place = {static_cast<u32>(e.a.offset()), in.pc};
+        place.index = static_cast<u16>(e.index);
+        e.out.places.push_back(place);
         EmitInstruction(e, in);
+        e.out.places.back().fillsSlot = e.fillsSlot;
+        e.out.places.back().slot = e.slot;
+        e.facts = after;
+        KeepReached(e, in);
     }
     const Instruction& last = *e.in;
-    const bool goesOn = last.flow == Flow::Next || last.flow == Flow::Branch;
-    if (!goesOn) return;
+    // Who has returned has stored its own.
+    if (last.flow == Flow::Call || last.flow == Flow::CallThrough) e.fillsSlot = false;
+    if (last.flow == Flow::Jump || last.flow == Flow::Away || last.flow == Flow::Interpreter ||
+        last.flow == Flow::End) {
+        return;
+    }
     const u32 next = last.pc + last.length;
-    const bool follows = number + 1 < e.region.blocks.size() &&
-                         BlockAt(e.region, next) == static_cast<int>(number + 1);
-    if (!follows) GoTo(e, next);
+    const bool follows = BlockAt(e.region, next) == static_cast<int>(number + 1);
+    if (!follows) {
+        GoTo(e, next);
+    } else if (NeedsSlot(e, next)) {
+        StoreSlot(e);
+    }
 }
 
 // The log is told how much of its block was executed.
 void EmitSideExits(Emission& e) {
     for (const Emission::SideExit& side : e.sideExits) {
         e.a.bind(side.label);
-        const u32 offset = static_cast<u32>(e.a.offset());
-        e.out.blocks.push_back({offset, side.firstPlace, side.executed});
-        e.a.dec(x86::r14b);
-        e.a.mov(LogPlace(), static_cast<u32>(e.base - translatedState.codeMemory) + offset);
-        e.a.inc(x86::r14b);
-        GoTo(e, side.target);
+        BlockPlace place;
+        place.executedBefore = static_cast<u16>(side.executed);
+        const int block = BlockAt(e.region, side.target);
+        if (block >= 0) {
+            place.firstPlace = e.firstPlaces[static_cast<size_t>(block)];
+            place.count = static_cast<u16>(e.region.blocks[static_cast<size_t>(block)].count);
+        }
+        EmitNote(e, place);
+        e.fillsSlot = side.fillsSlot;
+        e.slot = side.slot;
+        if (NeedsSlot(e, side.target)) StoreSlot(e);
+        GoToNoted(e, side.target);
+    }
+}
+
+void EmitFullStacks(Emission& e) {
+    for (const Emission::FullStack& full : e.fullStacks) {
+        e.a.bind(full.label);
+        e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
+        e.a.jmp(full.back);
+    }
+}
+
+// What returns are compared with.
+void EmitReturns(Emission& e) {
+    e.a.align(AlignMode::kData, 8);
+    for (const Emission::Return& expected : e.returns) {
+        e.a.bind(expected.label);
+        e.a.embedUInt64(expected.value);
     }
 }
 
@@ -296,27 +353,61 @@ void EmitDepartures(Emission& e) {
 // --- The entries of a region
 
 // Where other code comes in: rdx the block, eax its address. Regions that were not compared with
-// the module's code since the interpreter ran are left, and those whose narrow registers are not
-// narrow.
-void EmitEntryCheck(Emission& e, const Label& check, const u32* generation) {
+// the module's code since the interpreter ran are left, and those for which the facts do not hold.
+void EmitEntryCheck(Emission& e, const Label& check, const Facts& facts, const u32* generation) {
     e.a.bind(check);
     e.a.mov(x86::rcx, reinterpret_cast<u64>(generation));
     e.a.mov(x86::ecx, x86::dword_ptr(x86::rcx));
     e.a.cmp(x86::ecx, StateField(offsetof(TranslatedState, generation), 4));
     e.a.jne(reinterpret_cast<u64>(e.shared.arrive));
-    RequireNarrow(e);
+    if (facts.frame != kNoFrame) {
+        CompareFrame(e, facts.frame, x86::ecx);
+        e.a.jae(reinterpret_cast<u64>(e.shared.leaveAfter));
+    }
+    if (facts.stack != kNoStack) {
+        e.a.cmp(x86::r12d, StateField(offsetof(TranslatedState, pushFloor), 4));
+        e.a.jb(reinterpret_cast<u64>(e.shared.leaveAfter));
+    }
     e.a.jmp(x86::rdx);
 }
 
 void EmitEntries(Emission& e, const u32* generation) {
-    const Label check = e.a.newLabel();
+    struct Check {
+        Facts facts;
+        Label label;
+    };
+    std::vector<Check> checks;
     for (size_t i = 0; i < e.region.blocks.size(); ++i) {
         const u32 pc = e.region.instructions[e.region.blocks[i].first].pc;
         e.out.entries.push_back({pc, static_cast<u32>(e.a.offset())});
+        Facts facts = e.before[i];
+        if (facts.stack != kNoStack) facts.stack = kFloorRoom;
+        auto check = std::find_if(checks.begin(), checks.end(),
+                                  [&facts](const Check& at) { return at.facts == facts; });
+        if (check == checks.end()) {
+            checks.push_back({facts, e.a.newLabel()});
+            check = checks.end() - 1;
+        }
         e.a.lea(x86::rdx, x86::ptr(e.labels[i]));
-        e.a.jmp(check);
+        e.a.jmp(check->label);
     }
-    EmitEntryCheck(e, check, generation);
+    for (const Check& check : checks) EmitEntryCheck(e, check.label, check.facts, generation);
+}
+
+// The blocks that fill the immediate slot before any branch.
+std::vector<bool> StartWithSlot(const Region& region) {
+    std::vector<bool> start;
+    for (const Block& block : region.blocks) {
+        bool fills = false;
+        for (u32 i = 0; i < block.count && !fills; ++i) {
+            const Instruction& in = region.instructions[block.first + i];
+            if (in.flow != Flow::Next) break;
+            fills = in.kind == InstructionClass::TwoOperands &&
+                    (in.form.b == Mode::Quick || in.form.b == Mode::Immediate);
+        }
+        start.push_back(fills);
+    }
+    return start;
 }
 
 // --- Which registers stay narrow
@@ -331,7 +422,7 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
         return writes && op != TwoOperand::Lea && SizeOf(in) == 3;
     }
     if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
-        number = in.w >> 16;
+        number = WideRegister(in.w);
         const OneOperand op = OneOperandOf(in);
         switch (op) {
             case OneOperand::Neg:
@@ -349,36 +440,6 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
     return false;
 }
 
-// A bit for each register that an operand may name.
-u16 UsedRegisters(const Instruction& in) {
-    u32 used = 0;
-    if (in.kind == InstructionClass::TwoOperands) {
-        used = 1u << LowRegister(in.w) | 1u << HighRegister(in.w);
-    } else if (in.kind == InstructionClass::OneOperand) {
-        used = 1u << HighRegister(in.w);
-    } else if (in.kind == InstructionClass::TestBranch) {
-        used = 1u << (in.words[0] & 15);
-    }
-    return static_cast<u16>(used);
-}
-
-u16 NarrowRegisters(const Region& region) {
-    u16 used = 0;
-    for (const Instruction& in : region.instructions) {
-        used = static_cast<u16>(used | UsedRegisters(in));
-    }
-    u16 narrow = 0;
-    for (u32 number = 0; number < 16; ++number) {
-        const bool isHere = hostOf[number] != kNoHost && (used >> number & 1) != 0;
-        if (isHere) narrow = static_cast<u16>(narrow | 1u << number);
-    }
-    for (const Instruction& in : region.instructions) {
-        u32 number = 0;
-        if (WritesWholeRegister(in, number)) narrow = static_cast<u16>(narrow & ~(1u << number));
-    }
-    return narrow;
-}
-
 std::vector<u8> CodeOf(CodeHolder& holder, u8* base) {
     holder.flatten();
     holder.resolveUnresolvedLinks();
@@ -393,9 +454,17 @@ constexpr x86::Gp kKept[] = {x86::rbx, x86::rbp, x86::r12, x86::r13, x86::r14, x
 // Into or out of the header's registers.
 void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
     for (u32 number = 0; number < 16; ++number) {
+        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
+        if (vectorOf[number] != kNoHost) {
+            const x86::Xmm vector = VectorRegister(vectorOf[number]);
+            if (isLoad) {
+                a.movq(vector, slot);
+            } else {
+                a.movq(slot, vector);
+            }
+        }
         if (hostOf[number] == kNoHost) continue;
         const x86::Gp host = HostRegister(hostOf[number]);
-        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
         if (isLoad) {
             a.mov(host, slot);
         } else {
@@ -405,7 +474,8 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
 }
 
 // A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
-void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack) {
+void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
+               const Label& strayReturn) {
     for (const x86::Gp& kept : kKept) a.push(kept);
     a.sub(x86::rsp, 8);
     a.mov(kImage, x86::rdi);
@@ -421,8 +491,8 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack) {
     a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
     MoveHostRegisters(a, true);
     a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);
-    a.lea(x86::rax, x86::ptr(x86::rsp, -kHostStackSize));
-    a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rax);
+    a.lea(x86::rcx, x86::ptr(x86::rsp, -kHostStackSize));
+    a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rcx);
     const Label underflow = a.newLabel();
     const Label begin = a.newLabel();
     a.jmp(begin);
@@ -430,6 +500,12 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack) {
     a.bind(underflow);
     a.lea(x86::rcx, x86::ptr(underflow));
     a.push(x86::rcx);
+    a.bind(strayReturn);
+    a.mov(x86::rcx, x86::rax);
+    a.shr(x86::rcx, 32);
+    a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
+    a.mov(x86::r13d, x86::edx);
+    a.mov(x86::eax, x86::eax);
     a.jmp(jump);
     // Forgets all calls, but for the return to whom called this.
     a.bind(emptyStack);
@@ -477,6 +553,15 @@ void EmitJump(x86::Assembler& a, const Label& leave) {
 
 }  // namespace
 
+u16 WideRegisters(const Region& region) {
+    u16 wide = 0;
+    for (const Instruction& in : region.instructions) {
+        u32 number = 0;
+        if (WritesWholeRegister(in, number)) wide = static_cast<u16>(wide | 1u << number);
+    }
+    return wide;
+}
+
 std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* arrivalHandler,
                                SharedCode& shared) {
     CodeHolder holder;
@@ -486,7 +571,11 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     shared.enter = base + a.offset();
     const Label jump = a.newLabel();
     const Label emptyStack = a.newLabel();
-    EmitEnter(a, jump, emptyStack);
+    const Label strayReturn = a.newLabel();
+    EmitEnter(a, jump, emptyStack, strayReturn);
+    shared.strayFrame = base + a.offset();
+    a.add(x86::rsp, 8);
+    a.jmp(strayReturn);
     shared.leaveAfter = base + a.offset();
     a.bind(leave);
     a.mov(x86::edx, -1);
@@ -499,6 +588,7 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     a.bind(jump);
     EmitJump(a, leave);
     shared.emptyStack = base + holder.labelOffset(emptyStack);
+    shared.strayReturn = base + holder.labelOffset(strayReturn);
     return CodeOf(holder, base);
 }
 
@@ -508,14 +598,20 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     CodeHolder holder;
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
-    out.narrow = NarrowRegisters(region);
     Emission e(a, region, shared, out, base);
-    e.narrow = out.narrow;
-    for (size_t i = 0; i < region.blocks.size(); ++i) e.labels.push_back(a.newLabel());
+    for (const Instruction& in : region.instructions) e.end = std::max(e.end, in.pc + in.length);
+    e.before = FindFacts(region);
+    e.startWithSlot = StartWithSlot(region);
+    for (size_t i = 0; i < region.blocks.size(); ++i) {
+        e.labels.push_back(a.newLabel());
+        e.bodies.push_back(a.newLabel());
+    }
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
     EmitSideExits(e);
+    EmitFullStacks(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
+    EmitReturns(e);
     out.code = CodeOf(holder, base);
     return out;
 }

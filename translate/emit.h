@@ -13,14 +13,19 @@ namespace moxi {
 struct CodePlace {
     u32 offset = 0;  // in the translation
     u32 pc = 0;
-    u32 index = 0;  // in its block
+    u32 slot = 0;          // what its block has put into the immediate slot so far, itself included,
+    bool fillsSlot = false;  // if it has; the image may not have it yet
+    u16 index = 0;         // in its block
 };
 
 // Where a block begins.
 struct BlockPlace {
     u32 offset = 0;
     u32 firstPlace = 0;  // of its instructions
-    u32 count = 0;
+    u16 count = 0;
+    // Of the block before it in the log no more than so many instructions were executed.
+    u16 executedBefore = kAllExecuted;
+    static constexpr u16 kAllExecuted = 0xFFFF;
 };
 
 struct Translation {
@@ -32,7 +37,8 @@ struct Translation {
         u32 offset = 0;
     };
     std::vector<Entry> entries;
-    u16 narrow = 0;  // a bit for each register that has to have its upper half clear
+    // It writes without a look what has an address of its own, from here on.
+    u32 lowestWrite = ~u32{0};
 };
 
 // The code that all regions share, and where it lies.
@@ -43,13 +49,20 @@ struct SharedCode {
     u8* leaveAfter = nullptr;  // the same when all of the block was executed
     u8* arrive = nullptr;      // the same for want of a comparison with the module's code
     u8* emptyStack = nullptr;  // forgets where calls go on
-    u8* jump = nullptr;        // PC in eax: goes on in its translation, or in the interpreter
+    // A RETURN has come to another place than the call that left its own on the processor's stack, or
+    // with another FP. The first with FP of the call still there.
+    u8* strayReturn = nullptr;
+    u8* strayFrame = nullptr;
+    u8* jump = nullptr;  // PC in eax: goes on in its translation, or in the interpreter
 };
 
 // Writes the shared code for the address `base`, with the handlers in which runs go on that leave
 // or arrive.
 std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* arrivalHandler,
                                SharedCode& shared);
+
+// The registers, a bit for each, of which a region writes all 64 bits: they cannot be narrow.
+u16 WideRegisters(const Region& region);
 
 // Translates a region for the address `base`. The region is entered while `generation`, which has
 // to outlive it, is the state's. No code when it cannot be done.

@@ -1,3 +1,5 @@
+#include <cstddef>
+
 #include "translate/emit_operations.h"
 #include "vm/machine.h"
 
@@ -9,7 +11,7 @@ namespace {
 
 Place PlaceOfOperand(Emission& e, const Instruction& in, Use use) {
     switch (in.mode) {
-        case Mode::Register: return RegisterPlace(in.w >> 16);
+        case Mode::Register: return RegisterPlace(WideRegister(in.w));
         case Mode::Indexed: return PointerPlace(e, HighRegister(in.w), in.words[0], x86::rdx, use);
         case Mode::Absolute: return AbsolutePlace(e, in.words[0], x86::rdx, use);
         default: return FramePlace(e, static_cast<u32>(FrameOffset(in.w)), x86::rdx, use);
@@ -29,15 +31,22 @@ u32 PushedBytes(u32 size) {
 
 void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
     const Place place = PlaceOfOperand(e, in, Use::Read);
-    RequireStack(e, x86::r12d, PushedBytes(size), Use::Write);
+    RequireRoom(e, PushedBytes(size));
+    if (IsHost(place) && size >= 2) {
+        const i32 bytes = 1 << size;
+        e.a.mov(x86::Mem(kImage, x86::r12, 0, -bytes, static_cast<u32>(bytes)),
+                Sized(HostRegister(hostOf[place.number]), size));
+        e.a.sub(x86::r12d, bytes);
+        return;
+    }
     LoadValue(e, x86::rax, place, size);
     EmitPush(e, PushedBytes(size));
 }
 
 void EmitPushAddress(Emission& e, const Instruction& in) {
-    const u32 number = in.mode == Mode::Register ? in.w >> 16 : HighRegister(in.w);
+    const u32 number = in.mode == Mode::Register ? WideRegister(in.w) : HighRegister(in.w);
     const u32 word = in.mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : in.words[0];
-    RequireStack(e, x86::r12d, 4, Use::Write);
+    RequireRoom(e, 4);
     EmitAddress(e, in.mode, number, word, x86::rax);
     EmitPush(e, 4);
 }
@@ -45,7 +54,7 @@ void EmitPushAddress(Emission& e, const Instruction& in) {
 void EmitPop(Emission& e, const Instruction& in, u32 size) {
     const Place place = PlaceOfOperand(e, in, Use::Write);
     const u32 bytes = PushedBytes(size);
-    RequireStack(e, x86::r12d, 0, Use::Read);
+    RequireStack(e);
     const x86::Mem from(kImage, x86::r12, 0, 0, bytes);
     if (bytes == 2) {
         e.a.movzx(x86::eax, from);
@@ -83,6 +92,12 @@ void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, 
         LoadSigned(e, x86::rax, place, size);
     } else {
         LoadValue(e, x86::rax, place, size);
+    }
+    if (isDouble && IsVector(place)) {
+        const x86::Xmm to = VectorRegister(vectorOf[place.number]);
+        e.a.pxor(to, to);
+        e.a.cvtsi2sd(to, x86::rax);
+        return;
     }
     e.a.pxor(x86::xmm0, x86::xmm0);
     if (isDouble) {
@@ -124,16 +139,22 @@ void EmitConversion(Emission& e, OneOperand op, const Place& place) {
 
 }  // namespace
 
-void RequireStack(Emission& e, const x86::Gp& pointer, u32 room, Use use) {
-    // Pushes are small or made in pieces; the floor has room for the largest piece above the code.
-    if (use == Use::Read) {
-        e.a.cmp(pointer, kHeaderSize);
-    } else if (room <= kFloorRoom) {
-        e.a.cmp(pointer, x86::dword_ptr(kStateRegister, offsetof(TranslatedState, pushFloor)));
+void RequireRoom(Emission& e, u32 room) {
+    if (e.facts.stack >= static_cast<i32>(room)) return;
+    if (room <= kFloorRoom) {
+        e.a.cmp(x86::r12d, x86::dword_ptr(kStateRegister, offsetof(TranslatedState, pushFloor)));
     } else {
-        e.a.jmp(LeaveLabel(e));
-        return;
+        e.a.mov(x86::ecx, x86::r12d);
+        e.a.sub(x86::ecx, room);
+        e.a.jb(LeaveLabel(e));
+        e.a.cmp(x86::ecx, x86::dword_ptr(kStateRegister, offsetof(TranslatedState, floor)));
     }
+    e.a.jb(LeaveLabel(e));
+}
+
+void RequireStack(Emission& e) {
+    if (e.facts.stack >= 0) return;
+    e.a.cmp(x86::r12d, kHeaderSize);
     e.a.jb(LeaveLabel(e));
 }
 
@@ -171,7 +192,7 @@ void EmitOneOperand(Emission& e, const Instruction& in) {
 void EmitPushConstant(Emission& e, const Instruction& in) {
     u32 bytes = 4;
     u64 value = static_cast<u64>(i64{static_cast<i32>(in.w) >> 10});
-    switch (SingleOf(in)) {
+    switch (SingleOf(in.w)) {
         case Single::PushWordExt:
         case Single::PushWordExt2:
             bytes = 2;
@@ -190,7 +211,7 @@ void EmitPushConstant(Emission& e, const Instruction& in) {
         case Single::PushQuad: bytes = 8; break;
         default: break;
     }
-    RequireStack(e, x86::r12d, bytes, Use::Write);
+    RequireRoom(e, bytes);
     if (bytes == 8) {
         e.a.mov(x86::rax, value);
     } else {

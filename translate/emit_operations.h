@@ -9,8 +9,9 @@ void EmitTwoOperands(Emission& e, const Instruction& in);
 void EmitOneOperand(Emission& e, const Instruction& in);
 void EmitPushConstant(Emission& e, const Instruction& in);
 
-// Leaves the instruction to the interpreter when `pointer` lies below `room` bytes above the floor
-// for writes, or the header's end for reads.
-void RequireStack(Emission& e, const asmjit::x86::Gp& pointer, u32 room, Use use);
+// Leave the instruction to the interpreter when less than `room` bytes below SP may be written, or
+// when SP lies in the header.
+void RequireRoom(Emission& e, u32 room);
+void RequireStack(Emission& e);
 
 }  // namespace moxi

@@ -75,20 +75,12 @@ u64 ConstantOf(const Instruction& in, u32 size) {
     return Load<u64>(in.pc + first);
 }
 
-// The value of a quick or immediate source, which stands in the immediate slot as well.
-Place FillSlot(Emission& e, const Instruction& in, u32 size) {
+// The value of a quick or immediate source, which the immediate slot gets as well.
+Place ConstantPlace(Emission& e, const Instruction& in, u32 size) {
     Place place;
     place.kind = PlaceKind::Constant;
     place.constant = ConstantOf(in, size);
-    constexpr i32 kSlot = kImmediateSlot;
-    if (size != 3) {
-        e.a.mov(x86::dword_ptr(kImage, kSlot), static_cast<u32>(place.constant));
-    } else if (FitsSigned32(place.constant)) {
-        e.a.mov(x86::qword_ptr(kImage, kSlot), static_cast<i64>(place.constant));
-    } else {
-        e.a.mov(x86::rax, place.constant);
-        e.a.mov(x86::qword_ptr(kImage, kSlot), x86::rax);
-    }
+    FillSlot(e, place.constant, size);
     return place;
 }
 
@@ -110,6 +102,10 @@ u32 SimpleInstruction(TwoOperand op) {
 
 // A source for an instruction whose other operand is a register of the size, 2 or 3.
 Operand Source(Emission& e, const Place& b, u32 size) {
+    if (IsVector(b)) {
+        LoadValue(e, x86::rcx, b, size);
+        return Sized(x86::rcx, size);
+    }
     if (b.kind != PlaceKind::Constant) return OperandOf(b, size);
     if (size == 2) return Imm(static_cast<i32>(b.constant));
     if (FitsSigned32(b.constant)) return Imm(static_cast<i64>(b.constant));
@@ -118,8 +114,8 @@ Operand Source(Emission& e, const Place& b, u32 size) {
 }
 
 // The low 32 bits or all of a host register may be worked on as they are.
-bool IsDirect(const Emission& e, const Place& place, u32 size) {
-    return IsHost(place) && (size == 3 || (size == 2 && IsNarrow(e, place.number)));
+bool IsDirect(const Place& place, u32 size) {
+    return IsHost(place) && (size == 3 || (size == 2 && IsNarrow(place.number)));
 }
 
 void EmitMultiply(Emission& e, const x86::Gp& target, const Place& b, u32 size) {
@@ -142,7 +138,7 @@ void EmitOnRegister(Emission& e, TwoOperand op, const x86::Gp& target, const Pla
 
 void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
     const bool onlyCompares = !WritesA(op);
-    if (IsDirect(e, a, size) && !onlyCompares) {
+    if (IsDirect(a, size) && !onlyCompares) {
         const x86::Gp target = HostRegister(hostOf[a.number]);
         EmitOnRegister(e, op, target, b, size);
         if (SetsFlags(op)) KeepResult(e, target, size);
@@ -166,23 +162,60 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
     if (SetsFlags(op)) KeepResult(e, x86::rax, size);
     e.flagsFit = SetsFlags(op) && size >= 2;
     if (onlyCompares) return;
-    if (IsHost(a) && size == 2) e.flagsFit = e.flagsFit && IsNarrow(e, a.number);
+    if (IsHost(a) && size == 2) e.flagsFit = e.flagsFit && IsNarrow(a.number);
     StoreValue(e, a, x86::rax, size);
 }
 
+// MOVE with a vector register, where that needs no general one. False when it was not done.
+bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
+    if (size < 2) return false;
+    if (IsVector(a)) {
+        const x86::Xmm to = VectorRegister(vectorOf[a.number]);
+        if (IsVector(b)) {
+            const x86::Xmm from = VectorRegister(vectorOf[b.number]);
+            if (size == 3) {
+                e.a.movaps(to, from);
+            } else {
+                e.a.movss(to, from);
+            }
+            return true;
+        }
+        if (size == 3 && b.kind == PlaceKind::Constant && b.constant == 0) {
+            e.a.xorps(to, to);
+            return true;
+        }
+        if (size == 3 && b.kind != PlaceKind::Constant) {
+            e.a.emit(x86::Inst::kIdMovq, to, OperandOf(b, 3));
+            return true;
+        }
+        LoadValue(e, x86::rax, b, size);
+        StoreValue(e, a, x86::rax, size);
+        return true;
+    }
+    if (!IsVector(b) || IsHost(a)) return false;
+    const x86::Xmm from = VectorRegister(vectorOf[b.number]);
+    if (size == 3) {
+        e.a.movq(MemoryOf(a, 3), from);
+    } else {
+        e.a.movd(MemoryOf(a, 2), from);
+    }
+    return true;
+}
+
 void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
-    if (IsDirect(e, a, size)) {
+    if (IsDirect(a, size)) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
     }
-    if (!IsHost(a) && b.kind == PlaceKind::Constant && (size < 3 || FitsSigned32(b.constant))) {
+    if (MoveByVector(e, a, b, size)) return;
+    if (!IsHost(a) && !IsVector(a) && b.kind == PlaceKind::Constant && (size < 3 || FitsSigned32(b.constant))) {
         const i64 value = size == 0   ? static_cast<i8>(b.constant)
                           : size == 1 ? static_cast<i16>(b.constant)
                                       : static_cast<i32>(b.constant);
         e.a.mov(MemoryOf(a, size), value);
         return;
     }
-    if (!IsHost(a) && IsHost(b)) {
+    if (!IsHost(a) && !IsVector(a) && IsHost(b)) {
         e.a.mov(MemoryOf(a, size), Sized(HostRegister(hostOf[b.number]), size));
         return;
     }
@@ -209,7 +242,7 @@ void EmitShift(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
     const bool isConstant = b.kind == PlaceKind::Constant;
     const u32 count = static_cast<u32>(b.constant) & (size == 3 ? 63u : 31u);
     if (!isConstant) LoadValue(e, x86::rcx, b, 0);
-    const bool direct = IsDirect(e, a, size);
+    const bool direct = IsDirect(a, size);
     const x86::Gp target = direct ? HostRegister(hostOf[a.number]) : x86::Gp(x86::rax);
     if (!direct && op == TwoOperand::Asr && size < 2) {
         LoadSigned(e, x86::rax, a, size);
@@ -296,6 +329,9 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
 void LoadFloat(Emission& e, const x86::Xmm& to, const Place& place, u32 size) {
     if (place.kind == PlaceKind::Constant) {
         LoadValue(e, x86::rax, place, size);
+    } else if (IsVector(place)) {
+        e.a.movaps(to, VectorRegister(vectorOf[place.number]));
+        return;
     } else if (!IsHost(place)) {
         if (size == 2) {
             e.a.movss(to, MemoryOf(place, 2));
@@ -341,15 +377,25 @@ u32 FloatInstruction(TwoOperand op, u32 size) {
 }
 
 void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
-    LoadFloat(e, x86::xmm0, a, size);
-    LoadFloat(e, x86::xmm1, b, size);
+    x86::Xmm target = x86::xmm0;
+    x86::Xmm source = x86::xmm1;
+    if (IsVector(a)) {
+        target = VectorRegister(vectorOf[a.number]);
+    } else {
+        LoadFloat(e, target, a, size);
+    }
+    if (IsVector(b)) {
+        source = VectorRegister(vectorOf[b.number]);
+    } else {
+        LoadFloat(e, source, b, size);
+    }
     if (op == TwoOperand::Fcmp) return;
-    e.a.emit(FloatInstruction(op, size), x86::xmm0, x86::xmm1);
-    StoreFloat(e, a, x86::xmm0, size);
+    e.a.emit(FloatInstruction(op, size), target, source);
+    if (!IsVector(a)) StoreFloat(e, a, target, size);
 }
 
 void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
-    if (IsConstant(in.form.b)) FillSlot(e, in, SizeOf(in));
+    if (IsConstant(in.form.b)) ConstantPlace(e, in, SizeOf(in));
     EmitAddress(e, in.form.b, NumberIn(in, in.form.bField), OffsetOf(in, in.form.b, WordOfB(in)),
                 x86::rcx);
     StoreValue(e, a, x86::rcx, 2);
@@ -368,7 +414,7 @@ void EmitTwoOperands(Emission& e, const Instruction& in) {
         return;
     }
     const Place b = IsConstant(in.form.b)
-                        ? FillSlot(e, in, size)
+                        ? ConstantPlace(e, in, size)
                         : PlaceFor(e, in.form.b, NumberIn(in, in.form.bField),
                                    OffsetOf(in, in.form.b, WordOfB(in)), x86::rcx, Use::Read);
     if (op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp) {

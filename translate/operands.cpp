@@ -12,9 +12,6 @@ namespace {
 
 constexpr i32 kFloorOffset = offsetof(TranslatedState, floor);
 
-// Frame operands farther from FP than this are looked at one by one.
-constexpr i32 kNearFrame = 65536;
-
 void Compare(Emission& e, const x86::Gp& address, Use use) {
     if (use == Use::Read) {
         e.a.cmp(address.r32(), kHeaderSize);
@@ -32,45 +29,73 @@ Place MemoryAt(const x86::Gp& address) {
     return place;
 }
 
-// The offsets from FP that an instruction uses.
-void AddFrameOffsets(const Instruction& in, i32& low, i32& high) {
-    const auto add = [&](u32 offset) {
-        const i32 signedOffset = static_cast<i32>(offset);
-        if (signedOffset < -kNearFrame || signedOffset > kNearFrame) return;
-        low = std::min(low, signedOffset);
-        high = std::max(high, signedOffset);
-    };
-    const auto near = static_cast<u32>(FrameOffset(in.w));
-    if (in.kind == InstructionClass::TwoOperands) {
-        if (in.form.a == Mode::Frame || in.form.b == Mode::Frame) add(near);
-        if (in.form.b == Mode::Frame32) add(in.words[0]);
-    } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Frame) {
-        add(near);
-    } else if (in.kind == InstructionClass::TestBranch &&
-               static_cast<TestOperand>(TestMode(in.w)) == TestOperand::Frame32) {
-        add(in.words[0]);
+// One comparison for all operands in the frame up to the end of the block or the next LINK.
+void CheckFrame(Emission& e) {
+    const i32 low = FrameUseFrom(e.region, e.block, e.index).low;
+    CompareFrame(e, low, x86::eax);
+    e.a.jae(LeaveLabel(e));
+    e.facts.frame = low;
+}
+
+// Sign-extends a value of a size to 64 bits.
+void KeepExtended(Emission& e, const x86::Gp& to, const x86::Gp& value, u32 size) {
+    if (size < 2) {
+        e.a.movsx(to.r64(), Sized(value, size));
+    } else if (size == 2) {
+        e.a.movsxd(to.r64(), value.r32());
+    } else if (to.r64() != value.r64()) {
+        e.a.mov(to.r64(), value.r64());
     }
 }
 
-// One comparison for all operands in the frame up to the end of the block or the next LINK.
-void CheckFrame(Emission& e) {
-    i32 low = kNearFrame;
-    i32 high = -kNearFrame;
-    for (u32 i = e.index; i < e.block.count; ++i) {
-        const Instruction& in = e.region.instructions[e.block.first + i];
-        AddFrameOffsets(in, low, high);
-        if (in.kind == InstructionClass::Single && SingleOf(in) == Single::Link) break;
+// The rest of the vector register stays as it is. rdx is free, since the operand has no address.
+void StoreInVector(Emission& e, const x86::Xmm& to, const x86::Gp& from, u32 size) {
+    switch (size) {
+        case 0:
+            e.a.movq(x86::rdx, to);
+            e.a.mov(x86::dl, from.r8());
+            e.a.movq(to, x86::rdx);
+            return;
+        case 1: e.a.pinsrw(to, from.r32(), 0); return;
+        case 2:
+            e.a.movd(x86::xmm0, from.r32());
+            e.a.movss(to, x86::xmm0);
+            return;
+        default: e.a.movq(to, from.r64());
     }
-    // FP + low lies at or above the floor, and FP + high does not wrap.
-    const u32 room = 0xF0000000 - static_cast<u32>(high - low);
-    e.a.lea(x86::eax, x86::ptr(x86::r13, low));
-    e.a.sub(x86::eax, x86::dword_ptr(kStateRegister, kFloorOffset));
-    e.a.cmp(x86::eax, room);
-    e.a.jae(LeaveLabel(e));
-    e.safeFrame = low;
+}
+
+// Memory has been reached through the register at an offset not far below this one. An access has
+// succeeded there, so the image does not end before; and up to here the address does not wrap.
+bool WasReached(const Emission& e, u32 number, u32 offset, Use use) {
+    constexpr u32 kNear = 65536;
+    return std::any_of(e.reached.begin(), e.reached.end(), [&](const Emission::Reach& reach) {
+        return reach.number == number && offset - reach.offset <= kNear &&
+               (use == Use::Read || reach.use == Use::Write);
+    });
 }
 
 }  // namespace
+
+void KeepReached(Emission& e, const Instruction& in) {
+    e.reached.insert(e.reached.end(), e.reaching.begin(), e.reaching.end());
+    e.reaching.clear();
+    u32 written = 16;
+    if (in.kind == InstructionClass::TwoOperands && in.form.a == Mode::Register) {
+        written = LowRegister(in.w);
+    } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Register) {
+        written = WideRegister(in.w);
+    }
+    std::erase_if(e.reached, [&](const Emission::Reach& reach) { return reach.number == written; });
+}
+
+void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {
+    // FP + low lies at or above the floor, and FP + kNearFrame does not wrap.
+    const u32 room = 0xF0000000 - static_cast<u32>(kNearFrame - low);
+    e.a.lea(scratch, x86::ptr(x86::r13, low));
+    e.a.sub(scratch, x86::dword_ptr(kStateRegister, kFloorOffset));
+    e.a.cmp(scratch, room);
+}
 
 Label LeaveLabel(Emission& e) {
     if (!e.leave.isValid()) {
@@ -88,7 +113,10 @@ Place RegisterPlace(u32 number) {
 }
 
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
-    if (use == Use::Read && address < 0x80000000) {
+    // What lies above all code that is translated so far stays there, or the region is given up.
+    const bool isAbove = address >= std::max(translatedState.floor, e.end);
+    if (use == Use::Write && isAbove) e.out.lowestWrite = std::min(e.out.lowestWrite, address);
+    if ((use == Use::Read || isAbove) && address < 0x80000000) {
         Place place;
         place.kind = PlaceKind::Memory;
         place.memory = x86::ptr(kImage, static_cast<i32>(address));
@@ -101,7 +129,10 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
 
 Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
     EmitAddress(e, Mode::Indexed, number, offset, scratch);
-    Compare(e, scratch, use);
+    if (!WasReached(e, number, offset, use)) {
+        Compare(e, scratch, use);
+        e.reaching.push_back({number, offset, use});
+    }
     return MemoryAt(scratch);
 }
 
@@ -112,7 +143,7 @@ Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
         Compare(e, scratch, use);
         return MemoryAt(scratch);
     }
-    if (signedOffset < e.safeFrame) CheckFrame(e);
+    if (signedOffset < e.facts.frame) CheckFrame(e);
     Place place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, x86::r13, 0, signedOffset);
@@ -132,7 +163,7 @@ void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& to
                 e.a.lea(to.r32(), x86::ptr(HostRegister(host), offset));
                 return;
             }
-            e.a.mov(to.r32(), x86::dword_ptr(kImage, static_cast<i32>(RegisterAddress(number))));
+            LoadValue(e, to, RegisterPlace(number), 2);
             if (word != 0) e.a.add(to.r32(), offset);
             return;
         }
@@ -144,12 +175,20 @@ bool IsHost(const Place& place) {
     return place.kind == PlaceKind::Register && hostOf[place.number] != kNoHost;
 }
 
-bool IsNarrow(const Emission& e, u32 number) {
-    return (e.narrow >> number & 1) != 0;
+bool IsNarrow(u32 number) {
+    return (narrowRegisters >> number & 1) != 0;
 }
 
 x86::Gp HostRegister(i32 host) {
     return x86::gpq(kHostNumbers[static_cast<u32>(host)]);
+}
+
+bool IsVector(const Place& place) {
+    return place.kind == PlaceKind::Register && vectorOf[place.number] != kNoHost;
+}
+
+x86::Xmm VectorRegister(i32 vector) {
+    return x86::xmm(kFirstVector + static_cast<u32>(vector));
 }
 
 x86::Gp Sized(const x86::Gp& whole, u32 size) {
@@ -184,6 +223,16 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
         }
         return;
     }
+    if (IsVector(place)) {
+        const x86::Xmm from = VectorRegister(vectorOf[place.number]);
+        if (size == 3) {
+            e.a.movq(to.r64(), from);
+        } else {
+            e.a.movd(to.r32(), from);
+        }
+        if (size < 2) e.a.movzx(to.r32(), Sized(to, size));
+        return;
+    }
     const Operand operand = OperandOf(place, size);
     if (size < 2) {
         e.a.emit(x86::Inst::kIdMovzx, to.r32(), operand);
@@ -193,6 +242,11 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
 }
 
 void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
+    if (IsVector(place)) {
+        LoadValue(e, to, place, size);
+        KeepExtended(e, to, to, size);
+        return;
+    }
     const Operand operand = OperandOf(place, size);
     if (size < 2) {
         e.a.emit(x86::Inst::kIdMovsx, to.r64(), operand);
@@ -204,12 +258,16 @@ void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
 }
 
 void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) {
+    if (IsVector(place)) {
+        StoreInVector(e, VectorRegister(vectorOf[place.number]), from, size);
+        return;
+    }
     if (!IsHost(place)) {
         e.a.mov(MemoryOf(place, size), Sized(from, size));
         return;
     }
     const x86::Gp whole = HostRegister(hostOf[place.number]);
-    if (size == 2 && !IsNarrow(e, place.number)) {
+    if (size == 2 && !IsNarrow(place.number)) {
         // Only the low half changes.
         e.a.xor_(from.r32(), whole.r32());
         e.a.xor_(whole, from.r64());
@@ -219,16 +277,33 @@ void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) 
 }
 
 void StoreWhole(Emission& e, const Place& place, const x86::Gp& from) {
+    if (IsVector(place)) {
+        e.a.movq(VectorRegister(vectorOf[place.number]), from.r64());
+        return;
+    }
     e.a.emit(x86::Inst::kIdMov, OperandOf(place, 3), from.r64());
 }
 
-void KeepResult(Emission& e, const x86::Gp& value, u32 size) {
-    switch (size) {
-        case 0:
-        case 1: e.a.movsx(x86::r15, Sized(value, size)); return;
-        case 2: e.a.movsxd(x86::r15, value.r32()); return;
-        default: e.a.mov(x86::r15, value.r64());
+void FillSlot(Emission& e, u64 value, u32 size) {
+    if (size == 3) {
+        e.a.mov(x86::dword_ptr(kImage, kImmediateSlot + 4), static_cast<u32>(value >> 32));
     }
+    e.fillsSlot = true;
+    e.slot = static_cast<u32>(value);
+}
+
+bool NeedsSlot(const Emission& e, u32 target) {
+    if (!e.fillsSlot) return false;
+    const int block = BlockAt(e.region, target);
+    return block < 0 || !e.startWithSlot[static_cast<size_t>(block)];
+}
+
+void StoreSlot(Emission& e) {
+    if (e.fillsSlot) e.a.mov(x86::dword_ptr(kImage, kImmediateSlot), e.slot);
+}
+
+void KeepResult(Emission& e, const x86::Gp& value, u32 size) {
+    KeepExtended(e, x86::r15, value, size);
 }
 
 }  // namespace moxi

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "translate/emit.h"
+#include "translate/facts.h"
 #include "translate/state.h"
 
 namespace moxi {
@@ -14,7 +15,9 @@ namespace moxi {
 constexpr asmjit::x86::Gp kImage = asmjit::x86::rbx;
 constexpr asmjit::x86::Gp kStateRegister = asmjit::x86::r11;
 
-constexpr i32 kNoSafeFrame = 0x7FFFFFFF;
+// What an operand is used for decides what its address is compared with: nothing is read below the
+// header's end, and nothing written below the end of translated code.
+enum class Use : u8 { Read, Write };
 
 // The writing of one region.
 struct Emission {
@@ -26,13 +29,29 @@ struct Emission {
     std::vector<asmjit::Label> labels;  // of the blocks
     const Instruction* in = nullptr;    // the present instruction
     Block block;
-    u32 index = 0;       // of the present instruction, in the block
-    u32 firstPlace = 0;  // of the block
-    u16 narrow = 0;
+    u32 index = 0;                      // of the present instruction, in the block
+    u32 end = 0;                        // of the region's code
     // The processor's flags ZERO and SIGN are those of the newest result.
     bool flagsFit = false;
-    // Operands in the frame from this offset on are known to lie above all code.
-    i32 safeFrame = kNoSafeFrame;
+    // What is known before the present instruction, and at the beginning of each block.
+    Facts facts;
+    std::vector<Facts> before;
+    // What the block has put into the immediate slot so far. The image gets it only where a block goes
+    // on that may be left without putting something there itself.
+    bool fillsSlot = false;
+    u32 slot = 0;
+    // The blocks that fill the slot before they can be left.
+    std::vector<bool> startWithSlot;
+    // Through which registers memory was reached in this block, and at which offset: no lower one has to
+    // be compared again until the register changes. Found while an instruction is written, and known
+    // behind it.
+    struct Reach {
+        u32 number;
+        u32 offset;
+        Use use;
+    };
+    std::vector<Reach> reached;
+    std::vector<Reach> reaching;
     // Where the present instruction is left to the interpreter, if it can be.
     asmjit::Label leave;
     struct Departure {
@@ -45,15 +64,33 @@ struct Emission {
     struct SideExit {
         asmjit::Label label;
         u32 target;
-        u32 firstPlace;  // of the block
         u32 executed;
+        bool fillsSlot;
+        u32 slot;
     };
     std::vector<SideExit> sideExits;
+    // Where each block's code begins behind its note in the log, and its first place.
+    std::vector<asmjit::Label> bodies;
+    std::vector<u32> firstPlaces;
+    struct Return {
+        asmjit::Label label;
+        u64 value;
+    };
+    std::vector<Return> returns;
+    // Calls that find no room on the processor's stack.
+    struct FullStack {
+        asmjit::Label label;
+        asmjit::Label back;
+    };
+    std::vector<FullStack> fullStacks;
 
     Emission(asmjit::x86::Assembler& assembler, const Region& translated, const SharedCode& common,
              Translation& result, u8* address)
         : a(assembler), region(translated), shared(common), out(result), base(address) {}
 };
+
+// Compares whether operands in the frame from `low` on lie above all translated code: "below" if so.
+void CompareFrame(Emission& e, i32 low, const asmjit::x86::Gp& scratch);
 
 // The label at which the interpreter takes the present instruction over; nothing of it may have
 // been done, but for the immediate slot.
@@ -68,9 +105,8 @@ struct Place {
     u64 constant = 0;
 };
 
-// What an operand is used for decides what its address is compared with: nothing is read below the
-// header's end, and nothing written below the end of translated code.
-enum class Use : u8 { Read, Write };
+// Behind an instruction, for the next one.
+void KeepReached(Emission& e, const Instruction& in);
 
 Place RegisterPlace(u32 number);
 Place AbsolutePlace(Emission& e, u32 address, const asmjit::x86::Gp& scratch, Use use);
@@ -82,12 +118,15 @@ Place FramePlace(Emission& e, u32 offset, const asmjit::x86::Gp& scratch, Use us
 void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const asmjit::x86::Gp& to);
 
 bool IsHost(const Place& place);
-bool IsNarrow(const Emission& e, u32 number);
+bool IsNarrow(u32 number);
+bool IsVector(const Place& place);
+asmjit::x86::Xmm VectorRegister(i32 vector);
 // The host register of an index, 64 bits.
 asmjit::x86::Gp HostRegister(i32 host);
 // The same at a size of 0 to 3.
 asmjit::x86::Gp Sized(const asmjit::x86::Gp& whole, u32 size);
-// The place as an operand of the processor: memory, or the host register at the size.
+// The place as an operand of the processor: memory, or the host register at the size. Not for one in
+// a vector register.
 asmjit::Operand OperandOf(const Place& place, u32 size);
 asmjit::x86::Mem MemoryOf(const Place& place, u32 size);
 
@@ -99,6 +138,12 @@ void LoadSigned(Emission& e, const asmjit::x86::Gp& to, const Place& place, u32 
 void StoreValue(Emission& e, const Place& place, const asmjit::x86::Gp& from, u32 size);
 // All 64 bits.
 void StoreWhole(Emission& e, const Place& place, const asmjit::x86::Gp& from);
+
+// What a quick or immediate source has put into the immediate slot.
+void FillSlot(Emission& e, u64 value, u32 size);
+// The image gets what the slot has to hold, unless the block at `target` fills it first.
+bool NeedsSlot(const Emission& e, u32 target);
+void StoreSlot(Emission& e);
 
 // Sets the newest result from a value of a size.
 void KeepResult(Emission& e, const asmjit::x86::Gp& value, u32 size);

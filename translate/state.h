@@ -14,18 +14,23 @@ namespace moxi {
 //   r12  SP, r13 FP, upper halves clear   r15  the newest result that set flags, sign-extended
 //   r11  the record below                 rax, rcx, rdx  free within an instruction
 //   rsi, rdi, rbp, r8, r9, r10            six of the module's registers, all 64 bits
+//   xmm4 to xmm15                         those of the module's registers that mostly hold
+//                                         floating-point numbers, in the lower 64 bits
+//   xmm0, xmm1                            free within an instruction
 //
-// A register of the module that is "narrow" in a region is written there by instructions alone that
-// leave its upper half clear, and the region is entered only while it is clear.
+// A register of the module that is "narrow" has its upper half clear wherever translated code runs.
 constexpr u32 kHostRegisters = 6;
 constexpr std::array<u8, kHostRegisters> kHostNumbers = {6, 7, 5, 8, 9, 10};
 constexpr i32 kNoHost = -1;
+constexpr u32 kFirstVector = 4;
+constexpr u32 kVectors = 12;
 
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
 
 // How much of the processor's stack calls may take, in bytes: RETURN finds there, by the
-// processor's own return, the code behind the CALL, and looks whether it is the one that is meant.
+// processor's own return, the code behind the CALL, and that finds below it the FP that it had. They
+// look whether these are what the module's stack says.
 constexpr i32 kHostStackSize = 65536;
 
 // The places of the log, so many that a byte counts them.
@@ -51,6 +56,9 @@ struct TranslatedState {
     // The processor's stack as it was entered with, and how far calls may go.
     u64 hostStack = 0;
     u64 hostStackLimit = 0;
+    // RETURN to an address below this is left to the interpreter: to the header, and every one while
+    // there are locks to release.
+    u32 leastReturn = 0;
     // Where a division keeps the address of its operand.
     u64 kept = 0;
     // The blocks that were executed last, by their offsets in the code memory, from place 0 on and
@@ -61,5 +69,11 @@ extern TranslatedState translatedState;
 
 // Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
 extern std::array<i32, 16> hostOf;
+
+// Which of the registers from xmm4 on holds it, or kNoHost.
+extern std::array<i32, 16> vectorOf;
+
+// The registers, a bit for each, that are narrow.
+extern u16 narrowRegisters;
 
 }  // namespace moxi

@@ -14,8 +14,10 @@
 #include <unordered_map>
 
 #include "translate/emit.h"
+#include "translate/homes.h"
 #include "translate/state.h"
 #include "vm/guard.h"
+#include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/threaded.h"
 
@@ -23,6 +25,8 @@ namespace moxi {
 
 constinit TranslatedState translatedState;
 constinit std::array<i32, 16> hostOf = {};
+constinit std::array<i32, 16> vectorOf = {};
+constinit u16 narrowRegisters = 0;
 constinit TranslatorCounts translatorCounts;
 
 namespace {
@@ -47,8 +51,8 @@ struct TranslatedRegion {
     std::vector<BlockPlace> blocks;
     std::vector<Translation::Entry> entries;
     std::vector<Stretch> stretches;
+    u32 lowestWrite = ~u32{0};
     u32 generation = 0;  // that in which it was last compared with the module's code
-    u16 narrow = 0;
     // Visits from the interpreter that ended soon, and others.
     u32 shortVisits = 0;
     u32 longVisits = 0;
@@ -81,6 +85,19 @@ constexpr u32 kShortVisits = 100;
 constexpr u32 kMissedVisits = 20000;
 constinit TranslatedRegion* visited = nullptr;
 
+// Registers that are not to be narrow: translated code writes all of them, or they were not narrow
+// when it was about to be entered, as often as this. (The interpreter's code may fill them for good.)
+constinit u16 wideRegisters = 0;
+constexpr u32 kMostRefusals = 50;
+constinit u32 refusals = 0;
+
+// How often all regions so far use each register.
+constinit RegisterUses registerUses;
+
+// The blocks of the log, from the newest on, that may have filled the immediate slot last where the
+// image does not have it.
+constexpr size_t kSlotBlocks = 2;
+
 void MakeWritable(bool writable) {
     mprotect(translatedState.codeMemory, kCodeMemory,
              writable ? PROT_READ | PROT_WRITE : PROT_READ | PROT_EXEC);
@@ -105,8 +122,13 @@ const TranslatedRegion* RegionOf(const u8* address) {
     return address < region->code + region->size ? region : nullptr;
 }
 
-// The places of the instructions of the block that begins at an offset of the code memory.
-std::span<const CodePlace> BlockFrom(u32 offset) {
+// What stands in the log, or nothing that can be found.
+struct Logged {
+    std::span<const CodePlace> places;  // the instructions of the block
+    u32 executedBefore = BlockPlace::kAllExecuted;
+};
+
+Logged LoggedAt(u32 offset) {
     const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
     if (region == nullptr) return {};
     const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
@@ -114,27 +136,42 @@ std::span<const CodePlace> BlockFrom(u32 offset) {
         std::lower_bound(region->blocks.begin(), region->blocks.end(), inside,
                          [](const BlockPlace& block, u32 at) { return block.offset < at; });
     if (found == region->blocks.end() || found->offset != inside) return {};
-    return std::span(region->places).subspan(found->firstPlace, found->count);
+    return {std::span(region->places).subspan(found->firstPlace, found->count),
+            found->executedBefore};
 }
 
-// Brings the PC trace up to date: the newest instructions are those of the logged blocks before
-// `place`, of the last block its first `executed`.
+// The newest instructions, those of each block together, the newest first: those of the logged blocks
+// before `place`, of the last block its first `executed`. As many as `wanted`, if so many are known.
+std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, size_t wanted) {
+    const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
+    std::vector<std::span<const CodePlace>> newest;
+    size_t found = 0;
+    for (u32 back = 1; back <= known && (found < wanted || newest.size() < 2); ++back) {
+        const Logged logged = LoggedAt(translatedState.log[(place - back) % kLogSize]);
+        newest.push_back(logged.places.first(std::min<size_t>(executed, logged.places.size())));
+        found += newest.back().size();
+        executed = logged.executedBefore;
+    }
+    return newest;
+}
+
+// The immediate slot gets what the newest instruction that has one has put there, if the image does
+// not have it: a block stores it only where one may follow that does not begin with such an instruction.
+void BringSlot(const std::vector<std::span<const CodePlace>>& newest) {
+    for (size_t i = 0; i < newest.size() && i < kSlotBlocks; ++i) {
+        if (newest[i].empty() || !newest[i].back().fillsSlot) continue;
+        Store<u32>(kImmediateSlot, newest[i].back().slot);
+        return;
+    }
+}
+
+// Brings the PC trace up to date, and the immediate slot.
 void WriteTrace(u32 place, u32 executed) {
     pcTraceCount = translatedState.numberAtEntry;
-    const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
-    const auto block = [place](u32 back) {
-        return BlockFrom(translatedState.log[(place - back) % kLogSize]);
-    };
-    // Back to the block with which there are enough.
-    u32 blocks = 0;
-    for (size_t found = 0; blocks < known && found < settings.traceDepth;) {
-        ++blocks;
-        found += blocks == 1 ? std::min<size_t>(executed, block(1).size()) : block(blocks).size();
-    }
-    for (; blocks > 0; --blocks) {
-        std::span<const CodePlace> places = block(blocks);
-        if (blocks == 1) places = places.first(std::min<size_t>(executed, places.size()));
-        for (const CodePlace& instruction : places) RecordPc(instruction.pc);
+    const auto newest = NewestPlaces(place, executed, settings.traceDepth);
+    BringSlot(newest);
+    for (size_t i = newest.size(); i-- > 0;) {
+        for (const CodePlace& instruction : newest[i]) RecordPc(instruction.pc);
     }
 }
 
@@ -164,6 +201,12 @@ const CodePlace* SettleInterrupted(void* context) {
         if (hostOf[number] == kNoHost) continue;
         const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
         Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
+    }
+    const auto& vectors = static_cast<const ucontext_t*>(context)->uc_mcontext.fpregs->_xmm;
+    for (u32 number = 0; number < 16; ++number) {
+        if (vectorOf[number] == kNoHost) continue;
+        const auto& held = vectors[kFirstVector + static_cast<u32>(vectorOf[number])];
+        Store<u64>(RegisterAddress(number), held.element[0] | u64{held.element[1]} << 32);
     }
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
@@ -251,29 +294,22 @@ u32 EntryAt(u32 pc) {
     return offset;
 }
 
-// Which of the module's registers live in the processor's: those that the region uses most.
-void ChooseHosts(const Region& region) {
-    std::array<u32, 16> uses = {};
-    for (const Instruction& in : region.instructions) {
-        if (in.kind == InstructionClass::TwoOperands) {
-            if (in.form.aField != Field::None && in.form.a != Mode::Quick)
-                ++uses[LowRegister(in.w)];
-            if (in.form.bField != Field::None && in.form.b != Mode::Quick) {
-                ++uses[in.form.bField == Field::High ? HighRegister(in.w) : LowRegister(in.w)];
-            }
-        } else if (in.kind == InstructionClass::OneOperand) {
-            if (in.mode == Mode::Register || in.mode == Mode::Indexed) ++uses[HighRegister(in.w)];
-        }
+void ChooseHosts() {
+    const Homes homes = HomesFor(registerUses);
+    hostOf = homes.hosts;
+    vectorOf = homes.vectors;
+    narrowRegisters = 0;
+    for (u32 number = 0; number < 16; ++number) {
+        const bool isNarrow = hostOf[number] != kNoHost && (wideRegisters >> number & 1) == 0;
+        if (isNarrow) narrowRegisters = static_cast<u16>(narrowRegisters | 1u << number);
     }
-    hostOf.fill(kNoHost);
-    for (u32 host = 0; host < kHostRegisters; ++host) {
-        u32 best = 0;
-        for (u32 number = 1; number < 16; ++number) {
-            const bool isFree = hostOf[number] == kNoHost;
-            if (isFree && (hostOf[best] != kNoHost || uses[number] > uses[best])) best = number;
-        }
-        hostOf[best] = static_cast<i32>(host);
-    }
+}
+
+// Now and then, as more of the module has been seen, other registers may be the ones to hold.
+bool OtherHostsAreBetter() {
+    const auto count = static_cast<u32>(translatorCounts.regions);
+    const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
+    return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
 }
 
 void ForgetEverything() {
@@ -286,6 +322,7 @@ void ForgetEverything() {
     looks.clear();
     changesAt.clear();
     codeUsed = 0;
+    narrowRegisters = 0;
     translatedState.floor = kHeaderSize;
     translatedState.pushFloor = kHeaderSize + kFloorRoom;
 }
@@ -374,14 +411,24 @@ void SetFloor(const Region& region) {
     const u32 end = last.pc + last.length;
     translatedState.floor = std::max(translatedState.floor, end);
     translatedState.pushFloor = translatedState.floor + kFloorRoom;
+    // Others have counted on what they write lying above it.
+    for (const auto& other : regions) {
+        if (other->lowestWrite < translatedState.floor) Forget(*other);
+    }
 }
 
 TranslatedRegion* Translate(u32 pc) {
     const Region region = FindRegion(pc);
     if (region.instructions.empty()) return nullptr;
-    if (codeUsed + kRegionRoom > kCodeMemory) ForgetEverything();
+    const u16 wide = WideRegisters(region);
+    CountUses(region, registerUses);
+    if (codeUsed + kRegionRoom > kCodeMemory || (narrowRegisters & wide) != 0 ||
+        OtherHostsAreBetter()) {
+        ForgetEverything();
+    }
+    wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
-        ChooseHosts(region);
+        ChooseHosts();
         MakeWritable(true);
         const std::vector<u8> bytes =
             EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
@@ -409,7 +456,7 @@ TranslatedRegion* Translate(u32 pc) {
     made.blocks = std::move(translation.blocks);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
-    made.narrow = translation.narrow;
+    made.lowestWrite = translation.lowestWrite;
     for (const auto& entry : made.entries) {
         if (regionAt.contains(entry.pc)) continue;
         regionAt[entry.pc] = &made;
@@ -420,14 +467,6 @@ TranslatedRegion* Translate(u32 pc) {
     translatorCounts.instructions += region.instructions.size();
     translatorCounts.bytes += made.size;
     return &made;
-}
-
-bool NarrowHolds(u16 narrow) {
-    for (u32 number = 0; number < 16; ++number) {
-        if ((narrow >> number & 1) != 0 && Load<u32>(RegisterAddress(number) + 4) != 0)
-            return false;
-    }
-    return true;
 }
 
 // The region to enter at `pc`: one whose code is what it was. Null when there is none.
@@ -445,11 +484,37 @@ TranslatedRegion* FindCurrent(u32 pc) {
     return nullptr;
 }
 
-// The handler that enters a region, or null when its narrow registers are not narrow.
+// The narrow registers that are not, a bit for each.
+u16 WrongRegisters() {
+    u16 wrong = 0;
+    for (u32 number = 0; number < 16; ++number) {
+        const bool isNarrow = (narrowRegisters >> number & 1) != 0;
+        if (isNarrow && Load<u32>(RegisterAddress(number) + 4) != 0) {
+            wrong = static_cast<u16>(wrong | 1u << number);
+        }
+    }
+    return wrong;
+}
+
+// Whether all narrow registers are. Those that are not again and again are given up.
+bool NarrowHolds() {
+    const u16 wrong = WrongRegisters();
+    if (wrong == 0) return true;
+    if (++refusals >= (settings.threshold <= 1 ? 2 : kMostRefusals)) {
+        refusals = 0;
+        wideRegisters = static_cast<u16>(wideRegisters | wrong);
+        ForgetEverything();
+    }
+    return false;
+}
+
+// The handler that enters a region, or null when a narrow register is not.
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
-    if (!NarrowHolds(region.narrow)) return nullptr;
+    if (!NarrowHolds()) return nullptr;
     visited = &region;
     translatedState.entered = translatedState.codeMemory + EntryAt(pc);
+    const bool isLocked = heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0;
+    translatedState.leastReturn = isLocked ? ~u32{0} : kHeaderSize;
     ++translatorCounts.entries;
     return reinterpret_cast<ThreadedHandler>(shared.enter);
 }
@@ -487,6 +552,9 @@ bool StartTranslator(const TranslatorOptions& options) {
     if (!MakeCodeMemory() || !MakeEntries()) return false;
     settings = options;
     ForgetEverything();
+    wideRegisters = 0;
+    registerUses = {};
+    refusals = 0;
     InstallSettling();
     translatedCodeAt = CodeAt;
     beforeFault = OnFaultInCode;

@@ -14,11 +14,6 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kUpdateMode = 0x8002;
-constexpr u32 kCreateMode = 0x8302;
-constexpr u32 kNoFile = 0xFFFFFFFF;
-constexpr u32 kFromEnd = 2;
-
 // Code points of the characters 0x80..0xFF. The C library's converter has another delta and
 // another private character, and needs files that a small system lacks.
 constexpr u16 kMacRomanUpperHalf[128] = {
@@ -81,13 +76,7 @@ void CountBoxesAnew() {
 }
 
 void AppendDebugLog(std::string_view bytes) {
-    u32 file = vmSlots.openFile("debug.log", kUpdateMode);
-    if (file == kNoFile) file = vmSlots.openFile("debug.log", kCreateMode);
-    if (file == kNoFile) return;
-    vmSlots.lockFile(file);
-    vmSlots.seekFile(file, 0, kFromEnd);
-    vmSlots.writeFile(file, bytes.data(), static_cast<u32>(bytes.size()));
-    vmSlots.closeFile(file);
+    vmSlots.appendDebugLog(bytes);
 }
 
 void EndProcess(int status) {

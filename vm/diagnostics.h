@@ -22,8 +22,8 @@ void ShowFatalMessage(std::string_view text);
 // from its window.
 void CountBoxesAnew();
 
-// Appends the bytes to debug.log in the data folder, which is opened and closed each time. A file
-// that cannot be opened or made drops them.
+// Appends the bytes to debug.log in the data folder. A file that cannot be opened or made drops
+// them.
 void AppendDebugLog(std::string_view bytes);
 
 // Ends the process through vmSlots.endProcess.

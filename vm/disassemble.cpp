@@ -14,37 +14,6 @@ namespace moxi {
 
 namespace {
 
-const OperandForm* FindForm(u32 w) {
-    for (const OperandForm& form : kTwoOperandForms) {
-        if (form.code == TwoOperandForm(w)) return &form;
-    }
-    return nullptr;
-}
-
-const OneOperandForm* FindOneForm(u32 w) {
-    for (const OneOperandForm& form : kOneOperandForms) {
-        if (form.code == (w & 255)) return &form;
-    }
-    return nullptr;
-}
-
-// The row whose group of numbers holds `number`, or null. A group is up to the next multiple of 4.
-template <size_t kCount>
-const Operation* FindOperation(const Operation (&rows)[kCount], u32 number) {
-    for (const Operation& row : rows) {
-        const u32 end = row.sizes == Sizes::Single ? row.first + 1u : (row.first & ~3u) + 4;
-        if (number >= row.first && number < end) return &row;
-    }
-    return nullptr;
-}
-
-const SingleInstruction* FindSingle(u32 w) {
-    for (const SingleInstruction& row : kSingleInstructions) {
-        if (row.code == (w & 1023)) return &row;
-    }
-    return nullptr;
-}
-
 // --- Numbers
 
 std::string Hex(u64 value) {
@@ -179,10 +148,10 @@ std::string TwoOperandInstruction(Writer& writer) {
     if (operation->sizes == Sizes::Float && size < 2) {
         return Raw(writer.words, "floating point of an illegal size");
     }
-    const OperandForm& form = *FindForm(w);
+    const OperandForm& form = FindForm(w);
     std::string a;
     const bool isPush = operation->first == static_cast<u8>(TwoOperand::Pushblock);
-    if (isPush && form.code == 5) {
+    if (isPush && form.code == kCountInWordForm) {
         a = "#" + std::to_string(writer.Word());  // the count itself
     } else {
         a = TwoOperandText(writer, *operation, form.a, form.aField, size);
@@ -195,16 +164,16 @@ std::string OneOperandInstruction(Writer& writer) {
     const u32 w = writer.words[0];
     const u32 number = OneOperandNumber(w);
     const Operation* operation = FindOperation(kOneOperandOperations, number);
-    if (operation == nullptr && number < 2) {
-        return Raw(writer.words, "floating point of an illegal size");
+    if (operation == nullptr) {
+        return Raw(writer.words,
+                   IsLegalOneOperand(w) ? "floating point of an illegal size" : "illegal opcode");
     }
-    if (operation == nullptr) return Raw(writer.words, "illegal opcode");
     if (operation->sizes == Sizes::ByteToLong && (number & 3) == 3) {
         return Raw(writer.words, "no operation");
     }
     const std::string head = Padded(operation->mnemonic + Suffix(*operation, number));
-    const Mode mode = FindOneForm(w)->mode;
-    if (mode == Mode::Register) return head + Register(w >> 16);
+    const Mode mode = FindOneOperandForm(w).mode;
+    if (mode == Mode::Register) return head + Register(WideRegister(w));
     return head + TwoOperandText(writer, *operation, mode, Field::High, number & 3);
 }
 
@@ -243,12 +212,12 @@ std::string SingleInstructionText(Writer& writer, const SingleInstruction& singl
             return head + writer.Address(BranchTarget(w), AddressUse::Code);
         case SingleOperands::CallTarget:
             return head + writer.Address(writer.Word(), AddressUse::Code) + ", " +
-                   std::to_string(w >> 16);
+                   std::to_string(ArgumentBytes(w));
         case SingleOperands::CallRegister:
-            return head + Register((w >> 12) & 15) + ", " + std::to_string(w >> 16);
+            return head + Register(CallRegister(w)) + ", " + std::to_string(ArgumentBytes(w));
         case SingleOperands::Link:
-            return head + std::to_string(w >> 14) + ", " + std::to_string((w >> 10) & 15);
-        case SingleOperands::Return: return head + std::to_string((w >> 10) & 15);
+            return head + std::to_string(LocalBytes(w)) + ", " + std::to_string(SavedRegisters(w));
+        case SingleOperands::Return: return head + std::to_string(SavedRegisters(w));
         case SingleOperands::Word32: {
             const auto value = static_cast<i32>(writer.Word());
             const bool fits = value >= -32768 && value <= 65535;
@@ -290,7 +259,7 @@ std::string Text(Writer& writer) {
                 table == 0 ? std::string() : "+" + writer.Address(table, AddressUse::Memory);
             return Padded("JMP") + "[" + Register(TableRegister(w)) + offset + "]";
         }
-        case InstructionClass::Single: return SingleInstructionText(writer, *FindSingle(w));
+        case InstructionClass::Single: return SingleInstructionText(writer, FindSingle(w));
         case InstructionClass::NoOperation: return Raw(writer.words, "no operation");
         case InstructionClass::Illegal:
         case InstructionClass::None: break;
@@ -303,19 +272,15 @@ std::string Text(Writer& writer) {
 u32 InstructionLength(u32 w) {
     switch (ClassOf(w)) {
         case InstructionClass::TwoOperands: {
-            if (FindOperation(kTwoOperandOperations, TwoOperandNumber(w)) == nullptr) return 4;
-            const OperandForm& form = *FindForm(w);
+            if (!IsLegalTwoOperand(w)) return 4;
+            const OperandForm& form = FindForm(w);
             const bool isQuad = (TwoOperandNumber(w) & 3) == 3;
             return form.length + (form.b == Mode::Immediate && isQuad ? 4u : 0u);
         }
-        case InstructionClass::OneOperand: {
-            const u32 number = OneOperandNumber(w);
-            const bool exists =
-                number < 2 || FindOperation(kOneOperandOperations, number) != nullptr;
-            return exists ? FindOneForm(w)->length : 4;
-        }
+        case InstructionClass::OneOperand:
+            return IsLegalOneOperand(w) ? FindOneOperandForm(w).length : 4;
         case InstructionClass::TestBranch: return 8;
-        case InstructionClass::Single: return FindSingle(w)->length;
+        case InstructionClass::Single: return FindSingle(w).length;
         default: return 4;
     }
 }

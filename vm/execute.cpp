@@ -112,15 +112,8 @@ struct Decoder {
     }
 };
 
-constexpr std::array<OperandForm, 32> BuildFormTable() {
-    std::array<OperandForm, 32> table{};
-    for (const OperandForm& form : kTwoOperandForms) table[form.code] = form;
-    return table;
-}
-constexpr std::array<OperandForm, 32> kFormTable = BuildFormTable();
-
 Operands DecodeTwoOperands(u32 w, const Cpu& cpu) {
-    const OperandForm& form = kFormTable[TwoOperandForm(w)];
+    const OperandForm& form = FindForm(w);
     Decoder decoder{w, cpu.fp, cpu.pc + 4};
     const u32 a = decoder.Address(form.a, form.aField);
     const u32 b = decoder.Address(form.b, form.bField);
@@ -212,10 +205,8 @@ u32 BlockLength(const Operands& at, u32 size) {
 }
 
 Outcome PushBlock(u32 w, const Operands& at, Cpu& cpu) {
-    constexpr u32 kAbsoluteIndexedForm = 5;
-    const u32 n = TwoOperandForm(w) == kAbsoluteIndexedForm
-                      ? at.a  // the first extension word itself
-                      : BlockLength(at, TwoOperandNumber(w) & 3);
+    const u32 n = TwoOperandForm(w) == kCountInWordForm ? at.a  // the first extension word itself
+                                                        : BlockLength(at, TwoOperandNumber(w) & 3);
     if (u64{n} + Load<u32>(kHeaderStackLimit) + kBlockReserve > cpu.sp) {
         return StackOverflow(cpu.pc);
     }
@@ -363,10 +354,10 @@ Outcome ApplyOneOperand(u32 number, u32 e, Cpu& cpu) {
 Outcome OneOperandInstruction(u32 w, Cpu& cpu) {
     u32 next = cpu.pc + 4;
     u32 e = 0;
-    switch (w & 255) {
-        case 108: e = Load<u32>(next) + RegisterLow(HighRegister(w)), next += 4; break;
-        case 172: e = cpu.fp + static_cast<u32>(FrameOffset(w)); break;
-        case 212: e = RegisterAddress(w >> 16); break;
+    switch (OneOperandFormCode(w)) {
+        case kIndexedForm: e = Load<u32>(next) + RegisterLow(HighRegister(w)), next += 4; break;
+        case kFrameForm: e = cpu.fp + static_cast<u32>(FrameOffset(w)); break;
+        case kRegisterForm: e = RegisterAddress(WideRegister(w)); break;
         default: e = Load<u32>(next), next += 4;
     }
     if (ApplyOneOperand(OneOperandNumber(w), e, cpu) == Outcome::Leave) return Outcome::Leave;
@@ -417,23 +408,23 @@ void TestAndBranch(u32 w, Cpu& cpu) {
 
 void Call(u32 w, u32 target, u32 length, Cpu& cpu) {
     pcPreJsr = cpu.pc + 4;
-    Push<u32>(cpu, w >> 16);
+    Push<u32>(cpu, ArgumentBytes(w));
     Push<u32>(cpu, cpu.pc + length);
     cpu.pc = target;
 }
 
 void Link(u32 w, Cpu& cpu) {
-    const u32 savedSize = 8 * (w >> 10 & 15);
+    const u32 savedSize = 8 * SavedRegisters(w);
     Push<u32>(cpu, cpu.fp);
     cpu.fp = cpu.sp;
-    cpu.sp = cpu.fp - ((w >> 14) + savedSize);
+    cpu.sp = cpu.fp - (LocalBytes(w) + savedSize);
     std::memmove(CheckedRange(cpu.sp, savedSize), image + kFirstSavedRegisterEnd - savedSize,
                  savedSize);
     cpu.pc += 4;
 }
 
 Outcome Return(u32 w, Cpu& cpu) {
-    const u32 savedSize = 8 * (w >> 10 & 15);
+    const u32 savedSize = 8 * SavedRegisters(w);
     std::memmove(image + kFirstSavedRegisterEnd - savedSize, CheckedRange(cpu.sp, savedSize),
                  savedSize);
     const u32 oldFP = Load<u32>(cpu.fp);
@@ -480,14 +471,14 @@ Outcome LeaveModal(Cpu& cpu) {
 
 Outcome SingleInstructionAt(u32 w, Cpu& cpu) {
     const u32 at = cpu.pc;
-    switch (static_cast<Single>(w & 1023)) {
+    switch (SingleOf(w)) {
         case Single::Debuglog:
             AppendDebugLog(CheckedString(Load<u32>(kHeaderR15)));
             cpu.pc += 4;
             break;
         case Single::Jmp: cpu.pc = BranchTarget(w); break;
         case Single::Call: Call(w, Load<u32>(at + 4), 8, cpu); break;
-        case Single::Callr: Call(w, RegisterLow(w >> 12 & 15), 4, cpu); break;
+        case Single::Callr: Call(w, RegisterLow(CallRegister(w)), 4, cpu); break;
         case Single::PushWordExt:
         case Single::PushWordExt2:
             Push<u16>(cpu, static_cast<u16>(KeepLoad(Load<u32>(at + 4))));

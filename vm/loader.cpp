@@ -1,5 +1,7 @@
 #include "vm/loader.h"
 
+#include <string>
+
 #include "base/bytes.h"
 #include "vm/diagnostics.h"
 #include "vm/heap.h"
@@ -10,8 +12,6 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kReadMode = 0x8000;
-constexpr u32 kNoFile = 0xFFFFFFFF;
 constexpr u16 kGeneration6 = 0x0036;  // the digit "6" and a zero byte
 constexpr u8 kHostMajor = 6;
 constexpr u8 kHostMinor = 2;
@@ -19,15 +19,13 @@ constexpr u8 kHostMinor = 2;
 // The header is read here first; the image points at it until its block exists.
 constinit u8 headerBuffer[kHeaderSize] = {};
 
-bool Refuse(u32 file, const char* message) {
+bool Refuse(const char* message) {
     ShowFatalMessage(message);
-    vmSlots.closeFile(file);
     return false;
 }
 
-bool RefuseSilently(u32 file, const std::string& reason) {
+bool RefuseSilently(const std::string& reason) {
     SystemLog(reason);
-    vmSlots.closeFile(file);
     return false;
 }
 
@@ -44,19 +42,13 @@ bool IsTooNew() {
 
 }  // namespace
 
-bool LoadModule() {
-    const u32 file = vmSlots.openFile("MAIN.MX", kReadMode);
-    if (file == kNoFile) {
-        ShowFatalMessage("MAIN.MX file not found");
-        return false;
-    }
-    if (vmSlots.readFile(file, headerBuffer, kHeaderSize) < kHeaderSize) {
-        return Refuse(file, "Error reading .MX file");
-    }
+bool LoadModule(const ModuleReader& read) {
+    if (!read) return Refuse("MAIN.MX file not found");
+    if (read(headerBuffer, kHeaderSize) < kHeaderSize) return Refuse("Error reading .MX file");
     image = headerBuffer;
     imageSize = kHeaderSize;
-    if (!IsMoxi6()) return Refuse(file, "Not a MOXI 6 .MX file");
-    if (IsTooNew()) return Refuse(file, "Mismatched MOXI.EXE and MAIN.MX files");
+    if (!IsMoxi6()) return Refuse("Not a MOXI 6 .MX file");
+    if (IsTooNew()) return Refuse("Mismatched MOXI.EXE and MAIN.MX files");
 
     const u32 loadedLength = LoadBytes<u32>(headerBuffer + kHeaderLoadedLength);
     const u32 globalsSize = LoadBytes<u32>(headerBuffer + kHeaderGlobalsSize);
@@ -70,21 +62,21 @@ bool LoadModule() {
 
     const u64 total = u64{loadedLength} + globalsSize + stackSize + heapSize;
     if (total > 0xFFFFFFFF || !AllocateImage(static_cast<u32>(total))) {
-        return Refuse(file, "Error allocating .MX memory");
+        return Refuse("Error allocating .MX memory");
     }
     if (loadedLength < kHeaderSize) {
-        return RefuseSilently(file, FormatText("MAIN.MX: the loaded length %u is below the "
-                                               "header's 512 bytes",
-                                               loadedLength));
+        return RefuseSilently(
+            FormatText("MAIN.MX: the loaded length %u is below the "
+                       "header's 512 bytes",
+                       loadedLength));
     }
     std::memcpy(image, headerBuffer, kHeaderSize);
     const u32 bodySize = loadedLength - kHeaderSize;
-    const u32 bodyRead = bodySize == 0 ? 0 : vmSlots.readFile(file, image + kHeaderSize, bodySize);
+    const u32 bodyRead = bodySize == 0 ? 0 : read(image + kHeaderSize, bodySize);
     if (bodyRead < bodySize) {
-        return RefuseSilently(file, FormatText("MAIN.MX: the file ends after %u of %u bytes",
-                                               kHeaderSize + bodyRead, loadedLength));
+        return RefuseSilently(FormatText("MAIN.MX: the file ends after %u of %u bytes",
+                                         kHeaderSize + bodyRead, loadedLength));
     }
-    vmSlots.closeFile(file);
     // Globals, stack and heap are zero: the block comes zero-filled and only the body was read.
     constexpr u8 kVersionStamp[] = {0, kHostMajor, kHostMinor, 1, 0};
     std::memcpy(image + kHeaderVersionStamp, kVersionStamp, sizeof kVersionStamp);

@@ -28,6 +28,7 @@
 //  +-----------------------------+-----------------------------+
 
 #include <array>
+#include <cstddef>
 
 #include "base/types.h"
 
@@ -42,8 +43,16 @@ constexpr u32 TwoOperandForm(u32 w) {
 constexpr u32 TwoOperandNumber(u32 w) {
     return (w >> 9) & 127;
 }
+constexpr u32 OneOperandFormCode(u32 w) {
+    return w & 255;
+}
 constexpr u32 OneOperandNumber(u32 w) {
     return (w >> 8) & 127;
+}
+// The register of a one-operand instruction in register form: all of the upper half, not masked
+// (note 1).
+constexpr u32 WideRegister(u32 w) {
+    return w >> 16;
 }
 constexpr u32 LowRegister(u32 w) {
     return (w >> 5) & 15;
@@ -76,6 +85,18 @@ constexpr u32 TestSize(u32 w) {
 constexpr u32 TableRegister(u32 w) {
     return (w >> 6) & 15;
 }
+constexpr u32 CallRegister(u32 w) {
+    return (w >> 12) & 15;
+}
+constexpr u32 ArgumentBytes(u32 w) {
+    return w >> 16;
+}  // of both calls
+constexpr u32 SavedRegisters(u32 w) {
+    return (w >> 10) & 15;
+}  // of LINK and RETURN
+constexpr u32 LocalBytes(u32 w) {
+    return w >> 14;
+}  // of LINK
 
 constexpr u32 kImmediateSlot = 256;
 
@@ -104,13 +125,16 @@ struct OperandForm {
     u8 length;  // bytes; a QUAD immediate adds 4
 };
 
+// The form in which PUSHBLOCK takes its count from the instruction itself (note 3).
+constexpr u8 kCountInWordForm = 5;
+
 // Extension words follow in the order A's, then B's. Every pair of an A and a B mode has exactly
 // one form; a source in the frame is Frame32 only where bits 16..31 already hold A's offset.
 inline constexpr std::array<OperandForm, 24> kTwoOperandForms = {{
     {1, Mode::Indexed, Field::Low, Mode::Quick, Field::High, 8},
     {2, Mode::Indexed, Field::Low, Mode::Register, Field::High, 8},
     {3, Mode::Absolute, Field::None, Mode::Frame, Field::None, 8},
-    {5, Mode::Absolute, Field::None, Mode::Indexed, Field::Low, 12},
+    {kCountInWordForm, Mode::Absolute, Field::None, Mode::Indexed, Field::Low, 12},
     {6, Mode::Indexed, Field::Low, Mode::Absolute, Field::None, 12},
     {7, Mode::Frame, Field::None, Mode::Immediate, Field::None, 8},
     {9, Mode::Indexed, Field::Low, Mode::Frame, Field::None, 8},
@@ -139,11 +163,16 @@ struct OneOperandForm {
     u8 length;
 };
 
+constexpr u8 kIndexedForm = 108;  // register in bits 16..19
+constexpr u8 kFrameForm = 172;
+constexpr u8 kRegisterForm = 212;  // register in bits 16..31
+constexpr u8 kAbsoluteForm = 236;
+
 inline constexpr std::array<OneOperandForm, 4> kOneOperandForms = {{
-    {108, Mode::Indexed, 8},   // register in bits 16..19
-    {172, Mode::Frame, 4},     //
-    {212, Mode::Register, 4},  // the register number is all of bits 16..31, not masked (note 1)
-    {236, Mode::Absolute, 8},  //
+    {kIndexedForm, Mode::Indexed, 8},
+    {kFrameForm, Mode::Frame, 4},
+    {kRegisterForm, Mode::Register, 4},
+    {kAbsoluteForm, Mode::Absolute, 8},
 }};
 
 // ---------------------------------------------------------------------------------------------
@@ -264,7 +293,12 @@ enum class SingleOperands : u8 {
     X(PushQuad, "PUSH.Q", 1012, Short22, 4, "push a QUAD")
 
 // ---------------------------------------------------------------------------------------------
-// Branch conditions. X(enumerator, suffix, number, meaning)
+// Branches
+
+constexpr u16 kTableJumpCode = 12;   // low six bits of w
+constexpr u16 kFlagBranchCode = 52;  // low seven bits
+
+// Conditions. X(enumerator, suffix, number, meaning)
 
 #define MX_CONDITIONS(X)                   \
     X(Eq, "EQ", 0, "ZERO")                 \
@@ -415,8 +449,8 @@ inline constexpr ClassRow kClassRows[] = {
     {7, 0, InstructionClass::TestBranch},
     {31, 4, InstructionClass::Illegal},
     {31, 31, InstructionClass::NoOperation},
-    {63, 12, InstructionClass::TableJump},
-    {127, 52, InstructionClass::FlagBranch},
+    {63, kTableJumpCode, InstructionClass::TableJump},
+    {127, kFlagBranchCode, InstructionClass::FlagBranch},
     {1023, 300, InstructionClass::NoOperation},
     {1023, 556, InstructionClass::NoOperation},
     {1023, 660, InstructionClass::NoOperation},
@@ -466,10 +500,81 @@ constexpr bool EverySlotIsClaimedOnce() {
 }
 static_assert(EverySlotIsClaimedOnce(), "a dispatch slot is empty or claimed twice");
 
+constexpr std::array<OperandForm, 32> BuildFormTable() {
+    std::array<OperandForm, 32> table{};
+    for (const OperandForm& form : kTwoOperandForms) table[form.code] = form;
+    return table;
+}
+
+inline constexpr std::array<OperandForm, 32> kFormTable = BuildFormTable();
+
 }  // namespace opcode_tables
 
 constexpr InstructionClass ClassOf(u32 w) {
     return opcode_tables::kClassTable.kinds[w & 1023];
+}
+
+// ---------------------------------------------------------------------------------------------
+// Rows of the tables, for a word of their class
+
+constexpr const OperandForm& FindForm(u32 w) {
+    return opcode_tables::kFormTable[TwoOperandForm(w)];
+}
+
+// The form of a pair of modes, or null: two operands cannot both be immediate, for instance.
+constexpr const OperandForm* FindForm(Mode a, Mode b) {
+    for (const OperandForm& form : kTwoOperandForms) {
+        if (form.a == a && form.b == b) return &form;
+    }
+    return nullptr;
+}
+
+constexpr const OneOperandForm& FindOneOperandForm(u32 w) {
+    for (const OneOperandForm& form : kOneOperandForms) {
+        if (form.code == OneOperandFormCode(w)) return form;
+    }
+    return kOneOperandForms[0];
+}
+
+// The code of a mode that one-operand instructions have.
+constexpr u8 OneOperandCode(Mode mode) {
+    for (const OneOperandForm& form : kOneOperandForms) {
+        if (form.mode == mode) return form.code;
+    }
+    return 0;
+}
+
+// The row whose group of numbers holds `number`; null for an illegal one. A group goes up to the
+// next multiple of 4.
+template <std::size_t kCount>
+constexpr const Operation* FindOperation(const Operation (&rows)[kCount], u32 number) {
+    for (const Operation& row : rows) {
+        const u32 end = row.sizes == Sizes::Single ? row.first + 1u : (row.first & ~3u) + 4;
+        if (number >= row.first && number < end) return &row;
+    }
+    return nullptr;
+}
+
+constexpr bool IsLegalTwoOperand(u32 w) {
+    return FindOperation(kTwoOperandOperations, TwoOperandNumber(w)) != nullptr;
+}
+
+// Numbers below FNEG's are its illegal sizes: they report that and go on.
+constexpr bool IsLegalOneOperand(u32 w) {
+    const u32 number = OneOperandNumber(w);
+    return number < static_cast<u32>(OneOperand::Fneg) ||
+           FindOperation(kOneOperandOperations, number) != nullptr;
+}
+
+constexpr Single SingleOf(u32 w) {
+    return static_cast<Single>(w & 1023);
+}
+
+constexpr const SingleInstruction& FindSingle(u32 w) {
+    for (const SingleInstruction& row : kSingleInstructions) {
+        if (row.code == (w & 1023)) return row;
+    }
+    return kSingleInstructions[0];
 }
 
 }  // namespace moxi

@@ -34,7 +34,8 @@ void PushMessageFrame(u32 sp, u32 command, u32 p1, u32 p2, u32 p3) {
 
 i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3) {
     if (inMX) SystemLog("inMX MXmsg");
-    while (vmSlots.screenIsDirty()) vmSlots.flushDirtyRect();
+    while (vmSlots.flushScreen()) {
+    }
     inMX = true;
     // inMX stays set here: the process is about to end and no later message is run.
     if (command != kMessageEnd && (runState & kRunEnding) != 0) return 0;
@@ -53,7 +54,7 @@ i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3) {
     inMX = false;
 
     if (runState == 0) {
-        if (vmSlots.screenIsDirty()) vmSlots.flushDirtyRect();
+        vmSlots.flushScreen();
     } else if (runState == kRunStop) {
         runState = kRunStop | kRunEnding;
         ForceMsg(kMessageEnd, 0, 0, 0);
@@ -69,13 +70,6 @@ i32 ForceMsg(u32 command, u32 p1, u32 p2, u32 p3) {
     }
     if (moduleStarted == 0) return 0;
     return static_cast<i8>(MXmsg(command, p1, p2, p3));
-}
-
-void DeliverQueuedMessage() {
-    u32 message[4];
-    if (vmSlots.takeQueuedMessage(message)) {
-        MXmsg(message[0], message[1], message[2], message[3]);
-    }
 }
 
 void ResetRunCycle() {

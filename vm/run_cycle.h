@@ -21,9 +21,6 @@ i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3);
 // a message runs it reports a bad call and delivers all the same.
 i32 ForceMsg(u32 command, u32 p1, u32 p2, u32 p3);
 
-// Delivers the oldest queued message, if there is one and delivery is not suspended.
-void DeliverQueuedMessage();
-
 void ResetRunCycle();
 
 }  // namespace moxi

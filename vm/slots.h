@@ -1,6 +1,6 @@
 #pragma once
-// What the machine needs from higher rooms: function slots with harmless defaults, written only by
-// app/ and by tests.
+// What the machine needs from higher rooms: function slots with harmless defaults, which only
+// app/wiring.cpp and tests fill.
 
 #include <cstdlib>
 #include <string_view>
@@ -10,21 +10,12 @@
 namespace moxi {
 
 struct VmSlots {
+    // Runs the service that the parameter block at R15 asks for.
     void (*sysDispatch)();
-    // The screen's dirty rectangle is not empty.
-    bool (*screenIsDirty)();
-    void (*flushDirtyRect)();
-    // Takes the next message off the queue; false when there is none or delivery is suspended.
-    bool (*takeQueuedMessage)(u32 message[4]);
-    // File services. Handles are 32-bit, 0xFFFFFFFF is none; `name` is relative to the game's
-    // folders. Modes are 0x8000 read, 0x8002 update, 0x8302 create or truncate.
-    u32 (*openFile)(const char* name, u32 mode);
-    u32 (*readFile)(u32 handle, void* buffer, u32 count);
-    u32 (*writeFile)(u32 handle, const void* data, u32 count);
-    u32 (*seekFile)(u32 handle, u32 offset, u32 origin);
-    // Waits until no other start of the game is writing the file.
-    void (*lockFile)(u32 handle);
-    void (*closeFile)(u32 handle);
+    // Has what changed of the screen redrawn; false when nothing did.
+    bool (*flushScreen)();
+    // Appends bytes to debug.log in the data folder, or drops them where that cannot be.
+    void (*appendDebugLog)(std::string_view bytes);
     // The module has been loaded; none of it has run.
     void (*moduleLoaded)();
     // On the main thread, before a fatal message is shown: a debugger stops here.
@@ -33,20 +24,15 @@ struct VmSlots {
     void (*endProcess)(int status);  // does not return
 };
 
-inline constinit VmSlots vmSlots = {
+inline constexpr VmSlots kEmptyVmSlots = {
     .sysDispatch = [] {},
-    .screenIsDirty = [] { return false; },
-    .flushDirtyRect = [] {},
-    .takeQueuedMessage = [](u32*) { return false; },
-    .openFile = [](const char*, u32) { return u32{0xFFFFFFFF}; },
-    .readFile = [](u32, void*, u32) { return u32{0}; },
-    .writeFile = [](u32, const void*, u32) { return u32{0}; },
-    .seekFile = [](u32, u32, u32) { return u32{0xFFFFFFFF}; },
-    .lockFile = [](u32) {},
-    .closeFile = [](u32) {},
+    .flushScreen = [] { return false; },
+    .appendDebugLog = [](std::string_view) {},
     .moduleLoaded = [] {},
     .beforeFatalMessage = [](std::string_view) {},
     .endProcess = [](int status) { std::exit(status); },
 };
+
+inline constinit VmSlots vmSlots = kEmptyVmSlots;
 
 }  // namespace moxi

@@ -142,16 +142,16 @@ struct SlowResult {
     return {cpu.sp, cpu.fp, false};
 }
 
-void JumpIntoHeader(MX_STATE_PARAMETERS);
+MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS);
 
-void ExecuteHere(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void ExecuteHere(MX_STATE_PARAMETERS) {
     if (pc < kHeaderSize) [[unlikely]] {
         MX_TAIL_CALL JumpIntoHeader(MX_STATE);
     }
     MX_NEXT();
 }
 
-void AskForTranslation(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void AskForTranslation(MX_STATE_PARAMETERS) {
     const Handler translated = translatedCodeAt(static_cast<u32>(pc), trace);
     if (translated != nullptr) {
         MX_TAIL_CALL translated(MX_STATE);
@@ -171,12 +171,12 @@ void AskForTranslation(MX_STATE_PARAMETERS) {
         MX_JUMP();                                                                                \
     } while (false)
 
-void Slow(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void Slow(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
     MX_GO_SLOWLY(true);
 }
 
-void JumpIntoHeader(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
     MX_GO_SLOWLY(false);
 }
@@ -207,13 +207,6 @@ constexpr u32 ExtensionWords(Mode mode, u32 size) {
         case Mode::Immediate: return size == 3 ? 2 : 1;
         default: return 0;
     }
-}
-
-constexpr OperandForm FormOf(u32 code) {
-    for (const OperandForm& form : kTwoOperandForms) {
-        if (form.code == code) return form;
-    }
-    return {};
 }
 
 // Stands for bits 5..8 of the word in handlers that are for any value of them.
@@ -356,8 +349,8 @@ constexpr bool SetsFlags(TwoOperand op) {
 }
 
 template <u32 kFormCode, u32 kNumber, u32 kLow>
-void TwoOperandHandler(MX_STATE_PARAMETERS) {
-    constexpr OperandForm kForm = FormOf(kFormCode);
+MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
+    constexpr OperandForm kForm = FindForm(kFormCode);
     constexpr u32 kSize = kNumber & 3;
     constexpr auto kOp = static_cast<TwoOperand>(kNumber & ~3u);
     constexpr u32 kWordsA = ExtensionWords(kForm.a, kSize);
@@ -481,7 +474,7 @@ template <u32 kNumber, class T>
     } while (false)
 
 template <u32 kFormIndex, u32 kNumber>
-void OneOperandHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void OneOperandHandler(MX_STATE_PARAMETERS) {
     constexpr Mode kMode = kOneOperandForms[kFormIndex].mode;
     constexpr u32 kLength = kOneOperandForms[kFormIndex].length;
     constexpr auto kOp = static_cast<OneOperand>(kNumber & ~3u);
@@ -490,7 +483,7 @@ void OneOperandHandler(MX_STATE_PARAMETERS) {
 
     u32 e;
     if constexpr (kMode == Mode::Register) {
-        e = RegisterAddress(w >> 16);  // not masked
+        e = RegisterAddress(WideRegister(w));
         MX_SLOW_IF(e > RegisterAddress(15));
     } else {
         e = AddressOf<kMode, Field::High, 4>(base, pc, fp, w);
@@ -533,7 +526,7 @@ template <Condition kCondition>
 }
 
 template <u32 kCondition>
-void FlagBranchHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void FlagBranchHandler(MX_STATE_PARAMETERS) {
     if (HoldsFor<static_cast<Condition>(kCondition)>(lastThreadedResult)) {
         pc = BranchTarget(w);
         MX_JUMP();
@@ -544,7 +537,7 @@ void FlagBranchHandler(MX_STATE_PARAMETERS) {
 
 // `kBits` are bits 3..9: operand mode, size and condition.
 template <u32 kBits>
-void TestBranchHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void TestBranchHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kWord = kBits << 3;
     constexpr auto kMode = static_cast<TestOperand>(TestMode(kWord));
     using T = typename IntegerOf<TestSize(kWord)>::Type;
@@ -573,19 +566,19 @@ void TestBranchHandler(MX_STATE_PARAMETERS) {
     MX_NEXT();
 }
 
-void TableJumpHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void TableJumpHandler(MX_STATE_PARAMETERS) {
     const u32 entry = BranchTarget(w) + Get<u32>(base, RegisterAddress(TableRegister(w)));
     MX_SLOW_IF(IsInHeader(entry));
     pc = Get<u32>(base, entry);
     MX_JUMP();
 }
 
-void JumpHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void JumpHandler(MX_STATE_PARAMETERS) {
     pc = BranchTarget(w);
     MX_JUMP();
 }
 
-void NoOperationHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void NoOperationHandler(MX_STATE_PARAMETERS) {
     pc += 4;
     MX_NEXT();
 }
@@ -593,11 +586,11 @@ void NoOperationHandler(MX_STATE_PARAMETERS) {
 // --- Calls and returns
 
 template <bool kThroughRegister>
-void CallHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void CallHandler(MX_STATE_PARAMETERS) {
     MX_SLOW_IF(IsLowStack(sp, 8));
     u32 target;
     if constexpr (kThroughRegister) {
-        target = Get<u32>(base, RegisterAddress(w >> 12 & 15));
+        target = Get<u32>(base, RegisterAddress(CallRegister(w)));
     } else {
         target = Get<u32>(base, pc + 4);
     }
@@ -605,7 +598,7 @@ void CallHandler(MX_STATE_PARAMETERS) {
     pcPreJsr = static_cast<u32>(pc) + 4;
     sp -= 8;
     // Two pushes: the argument byte count, which may fault, and below it the return address.
-    Put<u32>(base, sp + 4, w >> 16);
+    Put<u32>(base, sp + 4, ArgumentBytes(w));
     asm volatile("" : : : "memory");  // in this order
     Put<u32>(base, sp, static_cast<u32>(pc) + (kThroughRegister ? 4 : 8));
     Put<u32>(base, kHeaderSP, static_cast<u32>(sp));
@@ -614,9 +607,9 @@ void CallHandler(MX_STATE_PARAMETERS) {
 }
 
 template <u32 kRegisters>
-void LinkHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void LinkHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
-    const u32 room = 4 + (w >> 14) + kSavedSize;
+    const u32 room = 4 + LocalBytes(w) + kSavedSize;
     MX_SLOW_IF(IsLowStack(sp, room));
     Put<u32>(base, sp - 4, static_cast<u32>(fp));
     fp = sp - 4;
@@ -629,7 +622,7 @@ void LinkHandler(MX_STATE_PARAMETERS) {
 }
 
 template <u32 kRegisters>
-void ReturnHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void ReturnHandler(MX_STATE_PARAMETERS) {
     constexpr u32 kSavedSize = 8 * kRegisters;
     // The host's return (to 0), locks to release, and a frame in the header are rare.
     MX_SLOW_IF(IsLowStack(fp, 0) || heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0);
@@ -650,7 +643,7 @@ void ReturnHandler(MX_STATE_PARAMETERS) {
 // --- Stack pushes of constants
 
 template <Single kInstruction>
-void PushConstantHandler(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void PushConstantHandler(MX_STATE_PARAMETERS) {
     u32 length = 4;
     if constexpr (kInstruction == Single::PushWordExt) {
         MX_PUSH(u16, static_cast<u16>(KeepLoad(Get<u32>(base, pc + 4))));
@@ -679,7 +672,7 @@ void PushConstantHandler(MX_STATE_PARAMETERS) {
 // value: the operations of most instructions, at the sizes that modules mostly use.
 template <u32 kFormCode>
 constexpr bool IsHot(u32 number) {
-    constexpr OperandForm kForm = FormOf(kFormCode);
+    constexpr OperandForm kForm = FindForm(kFormCode);
     if (kForm.aField != Field::Low && kForm.bField != Field::Low) return false;
     const auto op = static_cast<TwoOperand>(number & ~3u);
     if (IsFloat(op)) {
@@ -737,7 +730,7 @@ void FillOneOperand(std::integer_sequence<u32, kIndexes...>) {
     static constexpr std::array<Handler, 128> kRows[] = {OneOperandRow<kIndexes>(Numbers{})...};
     for (u32 w = 0; w < kDispatchSize; ++w) {
         for (u32 i = 0; i < kOneOperandForms.size(); ++i) {
-            if ((w & 255) == kOneOperandForms[i].code) {
+            if (OneOperandFormCode(w) == kOneOperandForms[i].code) {
                 dispatchTable[w] = kRows[i][OneOperandNumber(w)];
             }
         }
@@ -768,13 +761,13 @@ Handler SingleHandler(u32 w) {
     using Counts = std::make_integer_sequence<u32, 16>;
     static constexpr std::array<Handler, 16> kLinks = LinkRow(Counts{});
     static constexpr std::array<Handler, 16> kReturns = ReturnRow(Counts{});
-    switch (static_cast<Single>(w & 1023)) {
+    switch (SingleOf(w)) {
         case Single::Jmp: return JumpHandler;
         case Single::Nop: return NoOperationHandler;
         case Single::Call: return CallHandler<false>;
         case Single::Callr: return CallHandler<true>;
-        case Single::Link: return kLinks[w >> 10 & 15];
-        case Single::Return: return kReturns[w >> 10 & 15];
+        case Single::Link: return kLinks[SavedRegisters(w)];
+        case Single::Return: return kReturns[SavedRegisters(w)];
         case Single::PushWordExt:
         case Single::PushWordExt2: return PushConstantHandler<Single::PushWordExt>;
         case Single::PushWord:
@@ -811,7 +804,7 @@ void FillDispatchTable() {
 }
 
 // The first dispatch of a run.
-void Start(MX_STATE_PARAMETERS) {
+MOXI_UNTRACKED void Start(MX_STATE_PARAMETERS) {
     MX_JUMP();
 }
 

@@ -203,6 +203,7 @@ void Allocator::Run() {
     // What is alive across setjmp may be wanted again whenever control comes back there.
     const u32 end = 2 * static_cast<u32>(code.instructions.size());
     for (const Variable variable : live.crossesSetjmp) live.ranges[variable] = {{0, end}};
+    if (code.frameBase != 0) live.ranges[code.frameBase] = {{0, end}};
     leader.resize(code.variables);
     std::iota(leader.begin(), leader.end(), 0u);
     result.locations.resize(code.variables);

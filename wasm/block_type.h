@@ -33,8 +33,11 @@ inline bool SameTypes(const TypeList& a, const TypeList& b) {
 inline const char* ReadBlockType(const Module& module, ByteCursor& cursor, BlockType& type) {
     static constexpr ValueType kSingle[] = {ValueType::F64, ValueType::F32, ValueType::I64,
                                             ValueType::I32};  // 0x7C..0x7F
+    const u8* const start = cursor.at;
     const i64 number = cursor.Signed33();
     if (cursor.failed != nullptr) return nullptr;
+    // What is no index is a single byte, not a number that could have more of them.
+    if (number < 0 && cursor.at - start > 1) return "malformed block type";
     if (number == -64) return nullptr;  // 0x40: nothing in, nothing out
     if (number < 0) {
         const i64 byte = number + 128;

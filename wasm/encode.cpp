@@ -164,13 +164,10 @@ void Encoder::TwoWords(TwoOperand op, OperandSize size, Resolved a, Resolved b) 
 }
 
 void Encoder::OneWord(OneOperand op, OperandSize size, const Resolved& a) {
-    const u32 number = (static_cast<u32>(op) + static_cast<u32>(size)) << 8;
-    switch (a.mode) {
-        case Mode::Register: Word(212 | number | a.reg << 16); break;
-        case Mode::Frame: Word(172 | number | static_cast<u32>(a.value) << 16); break;
-        case Mode::Indexed: Word(108 | number | a.reg << 16); break;
-        default: Word(236 | number); break;
-    }
+    u32 word = OneOperandCode(a.mode) | (static_cast<u32>(op) + static_cast<u32>(size)) << 8;
+    if (a.mode == Mode::Register || a.mode == Mode::Indexed) word |= a.reg << 16;
+    if (a.mode == Mode::Frame) word |= static_cast<u32>(a.value) << 16;
+    Word(word);
     Extension(a, size);
 }
 
@@ -206,7 +203,7 @@ void Encoder::EncodeCallRegister(const Instruction& instruction) {
 void Encoder::EncodeTableJump(const Instruction& instruction) {
     const u32 reg = RegisterOf(instruction.a.variable, kFirstScratch);
     tableJumps.emplace_back(Here(), instruction.target);
-    Word(12 | reg << 6);
+    Word(kTableJumpCode | reg << 6);
 }
 
 void Encoder::Encode(const Instruction& instruction) {
@@ -268,8 +265,9 @@ bool Encoder::Run() {
     frameBytes = 8 * allocation.slots;
     if (frameBytes > kMaxFrame) return false;
     labels.assign(code.labels, 0);
+    u32 origin = code.instructions.front().origin;
+    out.origins.push_back({Here(), origin, out.module});
     Word(static_cast<u32>(Single::Link) | allocation.savedRegisters << 10 | frameBytes << 14);
-    u32 origin = 0;
     for (const Instruction& instruction : code.instructions) {
         if (instruction.origin != origin) {
             origin = instruction.origin;

@@ -7,7 +7,6 @@
 #include "tools/asm/assembler.h"
 #include "vm/machine.h"
 #include "wasm/assembly_text.h"
-#include "wasm/source_lines.h"
 
 namespace moxi {
 
@@ -99,6 +98,7 @@ struct ImageBuilder {
     bool WriteHeader();
     void CollectFunctions(const ModulePlan& plan);
     void CollectLines();
+    void CollectArguments();
     void CollectSymbols();
     void Run();
 };
@@ -442,12 +442,11 @@ void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
 
 // The lines of both modules, one entry where the line changes.
 void ImageBuilder::CollectLines() {
-    std::vector<SourceLines> sources;
-    for (const ModulePlan& plan : parts.plans) sources.push_back(ReadSourceLines(*plan.module));
     std::vector<u32> firstFile;
-    for (const SourceLines& source : sources) {
+    for (const ModulePlan& plan : parts.plans) {
+        const std::vector<std::string>& files = plan.sources.files;
         firstFile.push_back(static_cast<u32>(result.files.size()));
-        result.files.insert(result.files.end(), source.files.begin(), source.files.end());
+        result.files.insert(result.files.end(), files.begin(), files.end());
     }
     const auto add = [&](TranslatedLine line) {
         if (line.line == 0 && result.lines.empty()) return;
@@ -462,7 +461,8 @@ void ImageBuilder::CollectLines() {
         result.lines.push_back(line);
     };
     for (const OriginMark& mark : parts.code.origins) {
-        const SourceLine* const found = FindSourceLine(sources[mark.module], mark.origin);
+        const SourceLine* const found =
+            FindSourceLine(parts.plans[mark.module].sources, mark.origin);
         TranslatedLine line{parts.code.base + mark.offset, 0, 0};
         if (found != nullptr) {
             line.line = found->line;
@@ -471,6 +471,19 @@ void ImageBuilder::CollectLines() {
         add(line);
     }
     add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
+}
+
+void ImageBuilder::CollectArguments() {
+    for (const FrameBase& base : parts.frameBases) {
+        const std::string place = base.place.inRegister
+                                      ? "R" + std::to_string(base.place.number)
+                                      : "FP-" + std::to_string(8 * (base.place.number + 1));
+        const auto memory = static_cast<i64>(layouts[base.module].memoryAt);
+        for (const DebugArgument& argument : base.function->arguments) {
+            result.arguments.push_back(
+                {base.address, place, argument.offset + memory, argument.kind, argument.name});
+        }
+    }
 }
 
 void ImageBuilder::CollectSymbols() {
@@ -493,6 +506,7 @@ void ImageBuilder::CollectSymbols() {
         result.symbols.begin(), result.symbols.end(),
         [](const TranslatedSymbol& a, const TranslatedSymbol& b) { return a.address < b.address; });
     CollectLines();
+    CollectArguments();
 }
 
 void ImageBuilder::Run() {

@@ -13,12 +13,21 @@ namespace moxi {
 
 enum class EntryKind : u8 { Messages, Program, Calls };
 
+// Where a function keeps the base of its frame, from which its arguments count.
+struct FrameBase {
+    u32 address = 0;  // of the function
+    Location place;
+    const DebugFunction* function = nullptr;
+    u32 module = 0;
+};
+
 struct ImageParts {
     std::vector<ModulePlan> plans;  // of one module, or of two that are linked
     MachineCode code;
     std::vector<u32> functions;  // image addresses by number in the whole image, 0 without code
     std::vector<std::string> routines;
     EntryKind entry = EntryKind::Program;
+    std::vector<FrameBase> frameBases;
 };
 
 // Makes the file. What is wrong goes to `result.errors`.

@@ -134,23 +134,37 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
         // Both are single instructions of the machine, or nearly so.
         "-msign-ext", "-mnontrapping-fptoint",
         // The C++ library for wasm is without them.
-        "-fno-exceptions"};
+        "-fno-exceptions",
+        // Where there are objects alone nobody needs what has to do with sources.
+        "-Wno-unused-command-line-argument"};
     if (!options.level.empty()) command.push_back("-O" + options.level);
     command.insert(command.end(), options.compiler.begin(), options.compiler.end());
     return command;
 }
 
-// Runs the compiler. To people at a terminal it shows the source with its errors; others get a line
-// for each error, without the lines that count them.
+// A line for each error and each warning, without what counts them, tells how a file came to be
+// read, or adds something to the line before.
+void SayErrors(const std::string& errors) {
+    static const std::regex kNoError(
+        "[0-9]+ (warning|error)s?( and [0-9]+ errors?)? generated\\.|"
+        "In file included from .*|[^ ]*: note: .*");
+    constexpr const char* kNoInput = "clang: error: no input files";
+    std::istringstream lines(errors);
+    bool said = false;
+    for (std::string line; std::getline(lines, line);) {
+        // A file that is missing has been told of already.
+        if (std::regex_match(line, kNoError) || (said && line == kNoInput)) continue;
+        std::cerr << line << "\n";
+        said = true;
+    }
+}
+
+// Runs the compiler. To people at a terminal it shows the source with its errors.
 bool RunCompiler(std::vector<std::string> command, const std::vector<std::string>& variables = {}) {
     if (isatty(STDERR_FILENO) == 1) return RunTool(command, false, variables).status == 0;
-    static const std::regex kCount("[0-9]+ (warning|error)s?( and [0-9]+ errors?)? generated\\.");
     command.insert(command.begin() + 1, "-fno-caret-diagnostics");
     const ToolResult result = RunTool(command, true, variables);
-    std::istringstream lines(result.errors);
-    for (std::string line; std::getline(lines, line);) {
-        if (!std::regex_match(line, kCount)) std::cerr << line << "\n";
-    }
+    SayErrors(result.errors);
     return result.status == 0;
 }
 

@@ -90,11 +90,14 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& 
     return list;
 }
 
-// The linker names files of the temporary folder; only their own names mean something.
+// The linker names files of the temporary folder; only their own names mean something. What it adds
+// to an error in further lines goes behind it.
 std::string Readable(std::string text, const LinkPlan& plan) {
     const std::string prefix = plan.folder + "/";
     for (size_t at; (at = text.find(prefix)) != std::string::npos;) text.erase(at, prefix.size());
-    return text;
+    static const std::regex kSecondName("-[0-9a-f]{6}\\.o\\.kept");
+    static const std::regex kFurtherLine("\n>>> ");
+    return std::regex_replace(std::regex_replace(text, kSecondName, ".o"), kFurtherLine, ", ");
 }
 
 void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
@@ -174,10 +177,15 @@ bool Optimize(const MxccOptions& options, const std::string& file) {
 // --- Translating
 
 // Where the data may begin: the end of the code. 0 when it is not to be had.
-u32 CodeEnd(const LinkPlan& plan, const std::string& file) {
+u32 CodeEnd(const LinkPlan& plan, const MxccOptions& options, const std::string& file) {
     std::ostringstream end;
     std::ostringstream errors;
-    const int status = RunMxwasm({file, "--identity", "--code-end"}, end, errors);
+    std::vector<std::string> arguments = {file, "--identity", "--code-end"};
+    const auto& given = options.translator;
+    if (std::find(given.begin(), given.end(), "--check-bounds") != given.end()) {
+        arguments.emplace_back("--check-bounds");  // the one option that makes other code
+    }
+    const int status = RunMxwasm(arguments, end, errors);
     std::cerr << Readable(errors.str(), plan);
     return status == 0 ? static_cast<u32>(std::strtoul(end.str().c_str(), nullptr, 10)) : 0;
 }
@@ -210,7 +218,7 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
     // The code's end depends a little on where the data is, so that it may take some links.
     for (int links = 0; linked.ok && links < kMostLinks; ++links) {
         if (IsToBeOptimized(options, linked) && !Optimize(options, file)) return false;
-        const u32 end = CodeEnd(plan, file);
+        const u32 end = CodeEnd(plan, options, file);
         if (end == 0) return false;
         if (end <= shape.base && shape.base != kFirstBase) return Translate(plan, options, file);
         shape.base = (end + 63) / 64 * 64 + kSlack * static_cast<u32>(links);

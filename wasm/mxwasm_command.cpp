@@ -1,13 +1,13 @@
 #include "wasm/mxwasm_command.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <ostream>
 
 #include "tools/asm/source.h"
+#include "tools/outputs.h"
 #include "wasm/translate.h"
 
 namespace moxi {
@@ -154,13 +154,6 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
     return wrong.empty();
 }
 
-// What was built or installed with this program.
-std::filesystem::path ShareFolder() {
-    std::error_code error;
-    const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
-    return own.parent_path().parent_path() / "share" / "moxi";
-}
-
 bool ReadInput(const std::string& path, std::string& bytes, std::ostream& err) {
     std::string why;
     std::optional<std::string> read = mxasm::ReadWholeFile(path, kMaxModule, true, why);
@@ -191,57 +184,6 @@ std::vector<std::string> Outputs(const Command& command) {
     return outputs;
 }
 
-bool IsSameFile(const std::string& a, const std::string& b) {
-    std::error_code error;
-    if (std::filesystem::equivalent(a, b, error) && !error) return true;
-    return std::filesystem::absolute(a, error).lexically_normal() ==
-           std::filesystem::absolute(b, error).lexically_normal();
-}
-
-bool IsDevice(const std::string& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-}
-
-bool CheckOutputs(const Command& command, std::string& wrong) {
-    const std::vector<std::string> outputs = Outputs(command);
-    for (size_t i = 0; i < outputs.size(); ++i) {
-        if (IsDevice(outputs[i])) continue;
-        if (IsSameFile(outputs[i], command.input)) {
-            wrong = outputs[i] + " would overwrite the input";
-            return false;
-        }
-        for (size_t k = 0; k < i; ++k) {
-            if (IsSameFile(outputs[i], outputs[k])) {
-                wrong = outputs[i] + " is named for two outputs";
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-// After a failure nothing is left that could be taken for a result, not even of an earlier run.
-void RemoveOutputs(const Command& command) {
-    for (const std::string& path : Outputs(command)) {
-        std::error_code error;
-        if (std::filesystem::is_regular_file(path, error)) std::filesystem::remove(path, error);
-    }
-}
-
-bool WriteFile(const std::string& path, const void* bytes, size_t size, std::ostream& err) {
-    if (path.empty()) return true;
-    FILE* const file = std::fopen(path.c_str(), "wb");
-    bool good = file != nullptr;
-    if (good) {
-        good = std::fwrite(bytes, 1, size, file) == size;
-        if (std::fclose(file) != 0) good = false;
-    }
-    if (!good) err << "mxwasm: " << path << ": cannot be written: " << std::strerror(errno) << "\n";
-    return good;
-}
-
 std::string FormatSymbolFile(const Translation& translation) {
     std::string text;
     for (const TranslatedSymbol& symbol : translation.symbols) {
@@ -262,17 +204,24 @@ std::string FormatLines(const Translation& translation) {
         if (line.line != 0) text += " " + translation.files[line.file];
         text += "\n";
     }
+    for (const TranslatedArgument& argument : translation.arguments) {
+        char start[64];
+        std::snprintf(start, sizeof start, "%08X argument %s %lld ", argument.function,
+                      argument.base.c_str(), static_cast<long long>(argument.offset));
+        text += start + argument.kind + " " + argument.name + "\n";
+    }
     return text;
 }
 
 bool WriteOutputs(const Command& command, const Translation& translation, std::ostream& err) {
     const std::string symbols = FormatSymbolFile(translation);
     const std::string lines = FormatLines(translation);
-    const std::string& assembly = translation.assembly;
-    return WriteFile(command.symbols, symbols.data(), symbols.size(), err) &&
-           WriteFile(command.lines, lines.data(), lines.size(), err) &&
-           WriteFile(command.assembly, assembly.data(), assembly.size(), err) &&
-           WriteFile(command.output, translation.bytes.data(), translation.bytes.size(), err);
+    const auto write = [&](const std::string& path, const auto& bytes) {
+        return WriteOutput("mxwasm", path, bytes.data(), bytes.size(), err);
+    };
+    return write(command.symbols, symbols) && write(command.lines, lines) &&
+           write(command.assembly, translation.assembly) &&
+           write(command.output, translation.bytes);
 }
 
 }  // namespace
@@ -289,7 +238,8 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
         out << "mxwasm 6.2\n";
         return 0;
     }
-    if (!good || !CheckOutputs(command, wrong)) {
+    if (good) wrong = ConflictOfOutputs(Outputs(command), {command.input}, "the input");
+    if (!wrong.empty()) {
         err << "mxwasm: " << wrong << " (" << kUsage << ")\n";
         return 1;
     }
@@ -298,14 +248,14 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     if (command.isCartridge && !command.codeEnd) {
         command.output = std::filesystem::path(command.output) / "MAIN.MX";
     }
-    const bool isRead =
-        ReadInput(command.input, wasm, err) &&
-        (!command.isCartridge || ReadInput(ShareFolder() / "wasm4" / "console.wasm", console, err));
+    const bool isRead = ReadInput(command.input, wasm, err) &&
+                        (!command.isCartridge ||
+                         ReadInput(ToolShareFolder() + "/wasm4/console.wasm", console, err));
     if (!isRead) {
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
-    command.options.libraryFolder = ShareFolder() / "library";
+    command.options.libraryFolder = ToolShareFolder() + "/library";
     command.options.wantAssembly = !command.assembly.empty();
     if (command.isCartridge) command.options.cartridge = wasm;
     const Translation translation =
@@ -318,12 +268,12 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
         for (const std::string& error : translation.errors) {
             err << "mxwasm: " << command.input << ": " << error << "\n";
         }
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
     if (command.isCartridge && !MakeGameFolder(command, err)) return 1;
     if (!WriteOutputs(command, translation, err)) {
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
     return 0;

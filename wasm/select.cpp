@@ -144,16 +144,20 @@ void Selector::Label(u32 label) {
 }
 
 u32 Selector::TrapLabel(Trap trap) {
+    // Each line has its own, so that a debugger can tell which one it was.
+    const SourceLine* const line = FindSourceLine(plan.sources, origin);
     for (const TrapPlace& place : traps) {
-        if (place.trap == trap && place.function == function) return place.label;
+        if (place.trap == trap && place.function == function && place.line == line)
+            return place.label;
     }
-    traps.push_back({trap, function, NewLabel()});
+    traps.push_back({trap, function, line, origin, NewLabel()});
     return traps.back().label;
 }
 
 void Selector::EmitTraps() {
     depth = 0;
     for (const TrapPlace& place : traps) {
+        origin = place.origin;
         Label(place.label);
         Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceResult),
             Number(NameCell(plan, place.function), Base::Data));

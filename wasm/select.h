@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "wasm/code.h"
+#include "wasm/debug_info.h"
 #include "wasm/layout.h"
+#include "wasm/source_lines.h"
 #include "wasm/tree.h"
 
 namespace moxi {
@@ -48,6 +50,8 @@ struct ModulePlan {
         nullptr;                    // of the runtime, by number, as they came to be needed
     std::vector<u8> ownData;        // without what needs addresses
     std::vector<u32> elementItems;  // where the entries of each passive element segment lie
+    SourceLines sources;            // of the module; empty without debug information
+    std::vector<DebugFunction> debugFunctions;
 };
 
 // The number of a routine of the runtime.
@@ -58,6 +62,8 @@ u32 NameCell(ModulePlan& plan, u32 function);
 struct TrapPlace {
     Trap trap = Trap::Unreachable;
     u32 function = 0;
+    const SourceLine* line = nullptr;  // whose trap it is, where lines are known
+    u32 origin = 0;
     u32 label = 0;
 };
 

@@ -1,9 +1,8 @@
 #include "wasm/source_lines.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "wasm/cursor.h"
+#include "wasm/dwarf.h"
 
 namespace moxi {
 
@@ -36,32 +35,11 @@ struct EntryFormat {
     u64 form = 0;
 };
 
-std::string_view SectionOf(const Module& module, std::string_view name) {
-    for (const CustomSection& section : module.custom) {
-        if (section.name == name) return section.bytes;
-    }
-    return {};
-}
-
-ByteCursor CursorOver(std::string_view bytes) {
-    const auto* const start = reinterpret_cast<const u8*>(bytes.data());
-    return {start, start + bytes.size(), nullptr};
-}
-
-std::string Text(ByteCursor& cursor) {
-    const u8* const start = cursor.at;
-    while (!cursor.AtEnd() && *cursor.at != 0) ++cursor.at;
-    std::string text(reinterpret_cast<const char*>(start), static_cast<size_t>(cursor.at - start));
-    cursor.Byte();
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < 32) c = '?';
-    }
-    return text;
-}
-
 struct TableReader {
     const Module& module;
     SourceLines& result;
+    std::string_view strings;
+    std::string_view lineStrings;
     ByteCursor unit{};  // one unit of the table
     u32 version = 0;
     u32 lineRange = 1;
@@ -73,7 +51,6 @@ struct TableReader {
     std::vector<u32> files{};  // the unit's numbers to those of the result
 
     u32 AddFile(const std::string& directory, const std::string& name);
-    std::string StringAt(std::string_view section, u64 offset) const;
     Entry ReadEntry(const std::vector<EntryFormat>& formats);
     std::vector<Entry> ReadEntries();
     bool ReadNames();
@@ -82,33 +59,6 @@ struct TableReader {
     void Run();
 };
 
-// A variable-length number whose size nobody has promised.
-u64 ReadLeb(ByteCursor& cursor) {
-    u64 value = 0;
-    for (u32 shift = 0;; shift += 7) {
-        const u8 byte = cursor.Byte();
-        if (shift < 64) value |= u64{byte & 0x7Fu} << shift;
-        if ((byte & 0x80) == 0) return value;
-    }
-}
-
-i64 ReadSignedLeb(ByteCursor& cursor) {
-    u64 value = 0;
-    for (u32 shift = 0;;) {
-        const u8 byte = cursor.Byte();
-        if (shift < 64) value |= u64{byte & 0x7Fu} << shift;
-        shift += 7;
-        if ((byte & 0x80) != 0) continue;
-        if (shift < 64 && (byte & 0x40) != 0) value |= ~u64{0} << shift;
-        return static_cast<i64>(value);
-    }
-}
-
-u16 ReadShort(ByteCursor& cursor) {
-    const u8 low = cursor.Byte();
-    return static_cast<u16>(low | cursor.Byte() << 8);
-}
-
 u32 TableReader::AddFile(const std::string& directory, const std::string& name) {
     const bool isWhole = directory.empty() || (!name.empty() && name[0] == '/');
     const std::string path = isWhole ? name : directory + "/" + name;
@@ -116,12 +66,6 @@ u32 TableReader::AddFile(const std::string& directory, const std::string& name) 
     if (found != result.files.end()) return static_cast<u32>(found - result.files.begin());
     result.files.push_back(path);
     return static_cast<u32>(result.files.size() - 1);
-}
-
-std::string TableReader::StringAt(std::string_view section, u64 offset) const {
-    if (offset >= section.size()) return {};
-    ByteCursor cursor = CursorOver(section.substr(offset));
-    return Text(cursor);
 }
 
 Entry TableReader::ReadEntry(const std::vector<EntryFormat>& formats) {
@@ -136,11 +80,9 @@ Entry TableReader::ReadEntry(const std::vector<EntryFormat>& formats) {
             case Form::Data8: number = unit.Quad(); break;
             case Form::Data16: unit.Bytes(16); break;
             case Form::Udata: number = ReadLeb(unit); break;
-            case Form::String: text = Text(unit); break;
-            case Form::Strp: text = StringAt(SectionOf(module, ".debug_str"), unit.Word()); break;
-            case Form::LineStrp:
-                text = StringAt(SectionOf(module, ".debug_line_str"), unit.Word());
-                break;
+            case Form::String: text = ReadDwarfText(unit); break;
+            case Form::Strp: text = DwarfTextAt(strings, unit.Word()); break;
+            case Form::LineStrp: text = DwarfTextAt(lineStrings, unit.Word()); break;
             default: unit.Fail("unknown form"); break;
         }
         if (format.content == kContentPath) entry.path = text;
@@ -177,12 +119,12 @@ bool TableReader::ReadNames() {
         return unit.failed == nullptr;
     }
     directories.emplace_back();  // number 0 is where the compiler ran
-    for (std::string name = Text(unit); !name.empty(); name = Text(unit)) {
+    for (std::string name = ReadDwarfText(unit); !name.empty(); name = ReadDwarfText(unit)) {
         directories.push_back(name);
         if (directories.size() > kMaxFiles) return false;
     }
     files.push_back(AddFile("", "?"));  // files count from 1
-    for (std::string name = Text(unit); !name.empty(); name = Text(unit)) {
+    for (std::string name = ReadDwarfText(unit); !name.empty(); name = ReadDwarfText(unit)) {
         const u64 directory = ReadLeb(unit);
         ReadLeb(unit);
         ReadLeb(unit);
@@ -276,7 +218,8 @@ SourceLines ReadSourceLines(const Module& module) {
         const u32 length = section.Word();
         const u8* const start = section.Bytes(length);
         if (section.failed != nullptr) break;
-        TableReader reader{module, result};
+        TableReader reader{module, result, SectionOf(module, ".debug_str"),
+                           SectionOf(module, ".debug_line_str")};
         reader.unit = {start, start + length, nullptr};
         reader.Run();
     }

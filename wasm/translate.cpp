@@ -138,6 +138,13 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
                              " is larger than the machine can address");
             return false;
         }
+        if (code.frameBase != 0) {
+            const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
+            const u32 body = static_cast<u32>(module.functions[i].body - start);
+            parts.frameBases.push_back({parts.functions[plan.functionBase + i],
+                                        allocation.locations[code.frameBase],
+                                        FindDebugFunction(plan.debugFunctions, body), plan.number});
+        }
     }
     return true;
 }
@@ -188,6 +195,8 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
         plan.number = i;
         plan.functionBase = i == 0 ? 0 : static_cast<u32>(modules[0].functions.size());
         plan.routines = &parts.routines;
+        plan.sources = ReadSourceLines(modules[i]);
+        plan.debugFunctions = ReadDebugFunctions(modules[i]);
         parts.plans.push_back(std::move(plan));
     }
     if (isLinked) {

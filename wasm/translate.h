@@ -36,6 +36,15 @@ struct TranslatedLine {
     u32 file = 0;  // index into Translation::files
 };
 
+// An argument of a function, in memory at the value of `base` plus the offset.
+struct TranslatedArgument {
+    u32 function = 0;  // its address
+    std::string base;  // "R7", or "FP-16" for the LONG there
+    i64 offset = 0;
+    std::string kind;  // i8 u8 i16 u16 i32 u32 i64 u64 f32 f64 bool char pointer, or block
+    std::string name;
+};
+
 struct Translation {
     bool ok = false;
     std::vector<std::string> errors;  // one line each, without the file's name
@@ -43,7 +52,8 @@ struct Translation {
     std::vector<TranslatedSymbol> symbols;
     std::vector<TranslatedLine> lines;  // ascending
     std::vector<std::string> files;
-    std::string assembly;      // when asked for
+    std::vector<TranslatedArgument> arguments;  // by function, in their order
+    std::string assembly;                       // when asked for
     u32 codeEnd = 0;           // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;     // image address of linear memory's first byte
     u32 cartridgeAddress = 0;  // the same of the cartridge's

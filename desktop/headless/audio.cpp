@@ -115,7 +115,8 @@ void StartHeadlessAudio(const AudioOptions& options) {
     audio = {};
     audio.options = options;
     audio.renderer.muted = options.mute;
-    audio.renderer.volume = options.mute ? 0 : 1;
+    if (options.mute) audio.renderer.volume = {.target = 0, .now = 0};
+    StartVolumes(audio.renderer, options.musicVolume, options.soundVolume);
     if (!options.renderFile.empty() && !OpenWav(audio.writer, options.renderFile)) {
         SystemLog(options.renderFile + ": cannot be written");
     }

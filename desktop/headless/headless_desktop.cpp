@@ -391,7 +391,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.runEventLoop = RunEventLoop;
     desktop.terminate = Terminate;
     // Nobody can be offered to wait, so a termination signal ends what never ends by itself.
-    desktop.endIsForced = [] { return quitRequest == QuitRequest::Made; };
+    desktop.endIsForced = SignalHasWaitedLong;
     desktop.shutDown = [] {};
     desktop.createWindow = [](WindowFrame content) { state.frame = content; };
     desktop.setWindowTitle = [](const char*) {};

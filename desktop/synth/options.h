@@ -3,10 +3,15 @@
 
 #include <string>
 
+#include "base/types.h"
+
 namespace moxi {
 
 struct AudioOptions {
-    bool mute = false;       // no device is opened
+    bool mute = false;  // no device is opened
+    u32 musicVolume =
+        100;  // percent of the amplitude, 0 to 100; the player's own, no module sees it
+    u32 soundVolume = 100;
     std::string soundFont;   // "" looks for one
     std::string renderFile;  // headless: where to write what would have been heard; "" for nowhere
 };

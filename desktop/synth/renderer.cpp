@@ -21,6 +21,16 @@ struct Mix {
     float right[kSynthStep] = {};
 };
 
+// The factor of the next frame.
+float Next(Volume& volume) {
+    if (volume.now < volume.target) {
+        volume.now = std::min(volume.target, volume.now + kVolumeStep);
+    } else if (volume.now > volume.target) {
+        volume.now = std::max(volume.target, volume.now - kVolumeStep);
+    }
+    return volume.now;
+}
+
 // --- Sources. Each adds its next frames to the mix.
 
 void RenderSynthStep(Renderer& renderer) {
@@ -42,8 +52,9 @@ void AddMusic(Renderer& renderer, Mix& mix, u32 frames) {
     for (u32 i = 0; i < frames; i++) {
         if (renderer.stepUsed == kSynthStep) RenderSynthStep(renderer);
         if (renderer.synth != nullptr) {
-            mix.left[i] += renderer.step[0][renderer.stepUsed];
-            mix.right[i] += renderer.step[1][renderer.stepUsed];
+            const float volume = Next(renderer.musicVolume);
+            mix.left[i] += volume * renderer.step[0][renderer.stepUsed];
+            mix.right[i] += volume * renderer.step[1][renderer.stepUsed];
         }
         renderer.stepUsed++;
     }
@@ -54,8 +65,9 @@ void AddSound(Renderer& renderer, Mix& mix, u32 frames) {
     const std::vector<i16>& samples = renderer.sound->samples;
     for (u32 i = 0; i < frames && 2 * renderer.soundFrame + 1 < samples.size(); i++) {
         const i16* const frame = samples.data() + 2 * renderer.soundFrame++;
-        mix.left[i] += static_cast<float>(frame[0]) / kFullScale;
-        mix.right[i] += static_cast<float>(frame[1]) / kFullScale;
+        const float volume = Next(renderer.soundVolume) / kFullScale;
+        mix.left[i] += volume * static_cast<float>(frame[0]);
+        mix.right[i] += volume * static_cast<float>(frame[1]);
     }
 }
 
@@ -89,14 +101,11 @@ void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
 // --- The mix as a whole
 
 void ApplyVolume(Renderer& renderer, Mix& mix, u32 frames) {
-    const float target = renderer.muted ? 0 : 1;
+    renderer.volume.target = renderer.muted ? 0 : 1;
     for (u32 i = 0; i < frames; i++) {
-        if (renderer.volume < target)
-            renderer.volume = std::min(target, renderer.volume + kVolumeStep);
-        if (renderer.volume > target)
-            renderer.volume = std::max(target, renderer.volume - kVolumeStep);
-        mix.left[i] *= renderer.volume;
-        mix.right[i] *= renderer.volume;
+        const float volume = Next(renderer.volume);
+        mix.left[i] *= volume;
+        mix.right[i] *= volume;
     }
 }
 
@@ -141,6 +150,15 @@ bool MusicWaits(const Renderer& renderer) {
 }
 
 }  // namespace
+
+void StartVolumes(Renderer& renderer, u32 music, u32 sound) {
+    const auto at = [](u32 percent) {
+        const float factor = static_cast<float>(std::min(percent, 100U)) / 100;
+        return Volume{.target = factor, .now = factor};
+    };
+    renderer.musicVolume = at(music);
+    renderer.soundVolume = at(sound);
+}
 
 void SetMusic(Renderer& renderer, const MusicPiece* piece) {
     if (renderer.piece != nullptr && renderer.synth != nullptr) {

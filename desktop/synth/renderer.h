@@ -17,10 +17,18 @@ struct Sound {
     std::vector<i16> samples;
 };
 
+// A volume on its way to where it was set: at once it would click.
+struct Volume {
+    float target = 1;  // 0 to 1, a factor of the amplitude
+    float now = 1;
+};
+
 struct Renderer {
     Synth* synth = nullptr;      // null: the music advances in silence
     bool synthIsComing = false;  // the music waits at its start until the synthesiser is there
     bool muted = false;
+    Volume musicVolume;
+    Volume soundVolume;
 
     // --- For the renderer alone
     const MusicPiece* piece = nullptr;
@@ -36,9 +44,12 @@ struct Renderer {
     u32 fadeUsed = kFadeFrames;
     float fade[2][kFadeFrames] = {};
 
-    float volume = 1;  // on its way to 0 or 1 as `muted` says
-    float gain = 1;    // of the limiter
+    Volume volume;   // of the whole: 0 or 1 as `muted` says
+    float gain = 1;  // of the limiter
 };
+
+// The volumes of the player's choice, 0 to 100 percent of the amplitude, from the start of a run.
+void StartVolumes(Renderer& renderer, u32 music, u32 sound);
 
 // Cuts what is playing and plays `piece`; null stops. The piece must live until another call.
 void SetMusic(Renderer& renderer, const MusicPiece* piece);

@@ -8,8 +8,10 @@
 #include "kit/debugger/inspect.h"
 #include "kit/debugger/names.h"
 #include "kit/debugger/set.h"
+#include "kit/debugger/source.h"
 #include "kit/debugger/stops.h"
 #include "kit/debugger/terminal.h"
+#include "kit/lines.h"
 #include "kit/module_memory.h"
 #include "kit/symbols.h"
 #include "tools/asm/source.h"
@@ -24,6 +26,7 @@ constexpr u32 kShownItems = 16;
 constexpr u32 kShownInstructions = 10;
 constexpr u32 kShownTrace = 16;
 constexpr u32 kShownBlocks = 40;
+constexpr u32 kShownSource = 11;
 
 // The last command of those that an empty line repeats.
 std::string repeated;
@@ -126,8 +129,33 @@ After BreakOn(StopKind one, StopKind every, std::string_view rest) {
     return AddAndDescribe(any ? every : one, value, condition);
 }
 
+// "main.c:12" at the front, as addresses of its code. False where there is no such thing; what is
+// wrong with one is said, and there are no addresses then.
+bool TakeLine(std::string_view& rest, std::vector<u32>& addresses) {
+    const std::string_view word = rest.substr(0, rest.find_first_of(" \t"));
+    std::string file;
+    u32 line = 0;
+    if (!SplitLineName(word, file, line)) return false;
+    rest.remove_prefix(word.size());
+    SkipSpaces(rest);
+    const std::string wrong = FindLine(file, line, addresses);
+    if (!wrong.empty()) Say(wrong);
+    return true;
+}
+
+After BreakAtLine(const std::vector<u32>& addresses, std::string_view rest) {
+    std::string condition;
+    if (addresses.empty() || !TakeCondition(rest, condition)) return After::Stay;
+    for (const u32 address : addresses) {
+        if (IsAddress(address)) AddAndDescribe(StopKind::Address, address, condition);
+    }
+    return After::Stay;
+}
+
 After Break(const Arguments& arguments) {
     std::string_view rest = arguments.rest;
+    std::vector<u32> addresses;
+    if (TakeLine(rest, addresses)) return BreakAtLine(addresses, rest);
     const std::string word = TakeWord(rest);
     if (word == "message") return BreakOn(StopKind::Message, StopKind::AnyMessage, rest);
     if (word == "sys") return BreakOn(StopKind::Service, StopKind::AnyService, rest);
@@ -207,8 +235,20 @@ After Finish(const Arguments& arguments) {
     return After::Resume;
 }
 
+After Line(const Arguments& arguments) {
+    if (LineCount() == 0) return Refuse("no lines are known; there is no MAIN.LIN");
+    return RunCounted(arguments, RunLines);
+}
+
 After Until(const Arguments& arguments) {
     u32 address = 0;
+    std::string_view rest = arguments.rest;
+    std::vector<u32> addresses;
+    if (TakeLine(rest, addresses)) {
+        if (addresses.empty() || !NothingIsLeft(rest)) return After::Stay;
+        RunUntil(addresses.front());
+        return After::Resume;
+    }
     if (!TakeOnlyValue(arguments.rest, address) || !IsAddress(address)) return After::Stay;
     RunUntil(address);
     return After::Resume;
@@ -270,6 +310,31 @@ After Assembly(const Arguments& arguments) {
     std::string_view rest = arguments.rest;
     if (!rest.empty() && !TakeValue(rest, address)) return After::Stay;
     if (TakeCount(rest, kShownInstructions, kMostShown, count)) ShowInstructions(address, count);
+    return After::Stay;
+}
+
+// The lines around the one that runs, around FILE:LINE, or around an address's.
+After Source(const Arguments& arguments) {
+    std::string_view rest = arguments.rest;
+    const u32 pc = HeaderLong(kHeaderPC);
+    u32 address = pc;
+    u32 count = 0;
+    std::string file;
+    u32 line = 0;
+    const std::string_view word = rest.substr(0, rest.find_first_of(" \t"));
+    if (SplitLineName(word, file, line)) {
+        std::vector<u32> addresses;
+        rest.remove_prefix(word.size());
+        const std::string wrong = FindLine(file, line, addresses);
+        if (addresses.empty()) return Refuse(wrong);
+        address = addresses.front();
+    } else if (!rest.empty() && !TakeValue(rest, address)) {
+        return After::Stay;
+    }
+    if (!TakeCount(rest, kShownSource, kMostShown, count)) return After::Stay;
+    const CodeLine* const known = LineAt(address);
+    if (known == nullptr) return Refuse("no line is known of " + Place(address));
+    ShowSource(FileOfLine(*known), line != 0 ? line : known->line, count, pc);
     return After::Stay;
 }
 
@@ -338,8 +403,8 @@ After Set(const Arguments& arguments) {
 After Help(const Arguments& arguments);
 
 constexpr Command kCommands[] = {
-    {"break", "b", Break, "[ADDRESS | message [M] | sys [COMMAND] | group G] [if E]",
-     "stop before an instruction, a message or a service"},
+    {"break", "b", Break, "[ADDRESS | FILE:LINE | message [M] | sys [COMMAND] | group G] [if E]",
+     "stop before an instruction, a source line, a message or a service"},
     {"watch", "w", Watch, "ADDRESS [if E]", "stop when the LONG there changes"},
     {"list", "l", List, "", "the breakpoints and watchpoints"},
     {"delete", "d", Delete, "NUMBER | all", "delete them"},
@@ -347,7 +412,8 @@ constexpr Command kCommands[] = {
     {"step", "s", Step, "[COUNT]", "run one instruction, into calls", true},
     {"over", "o n next", Over, "[COUNT]", "run one instruction, calls as a whole", true},
     {"finish", "f out", Finish, "", "run to the caller, or to the next message", true},
-    {"until", "u", Until, "ADDRESS", "run to there"},
+    {"line", "", Line, "[COUNT]", "run to another source line, calls as a whole", true},
+    {"until", "u", Until, "ADDRESS | FILE:LINE", "run to there"},
     {"quit", "q", Quit, "", "end the run"},
     {"registers", "r", Registers, "[Rn]", "the registers, or one in every reading"},
     {"print", "p", Print, "E", "the value of an expression"},
@@ -357,6 +423,7 @@ constexpr Command kCommands[] = {
      false, true},
     {"text", "x", Text, "ADDRESS", "the string there"},
     {"assembly", "a", Assembly, "[ADDRESS [COUNT]]", "instructions"},
+    {"source", "", Source, "[FILE:LINE | ADDRESS] [COUNT]", "source lines"},
     {"trace", "t", Trace, "[COUNT]", "the instructions executed last"},
     {"backtrace", "k bt", Frames, "[COUNT]", "the frames of the calls, from the inside out"},
     {"where", "", Where, "", "the next instruction once more"},
@@ -421,7 +488,8 @@ After Help(const Arguments& arguments) {
         Say("  " + Usage(command));
         Say("        " + std::string(command.what));
     }
-    Say("An empty line repeats continue, step, over or finish. E: numbers, names, registers,");
+    Say("An empty line repeats continue, step, over, line or finish. E: numbers, names, "
+        "registers,");
     Say("[ADDRESS], + - == != < <= > >= and parentheses.");
     return After::Stay;
 }

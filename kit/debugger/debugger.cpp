@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -11,12 +10,12 @@
 #include "kit/debugger/inspect.h"
 #include "kit/debugger/stops.h"
 #include "kit/debugger/terminal.h"
+#include "kit/lines.h"
 #include "kit/symbols.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
 #include "vm/interpreter.h"
 #include "vm/run_cycle.h"
-#include "vm/slots.h"
 
 namespace moxi {
 
@@ -26,8 +25,6 @@ constinit bool started = false;   // the debugger, by the command line
 constinit bool greeted = false;   // the first stop has been made
 constinit bool talking = false;   // stopped
 constinit bool quitting = false;  // no more commands: the run ends where it can
-// What else wants to know of a fatal message.
-constinit decltype(vmSlots.beforeFatalMessage) beforeDebugger = [](std::string_view) {};
 
 std::string ReadSymbolsOfModule() {
     const std::string path = SymbolFile();
@@ -56,6 +53,9 @@ void Greet() {
     greeted = true;
     Say("The module stands before its first instruction; help lists the commands.");
     Say(ReadSymbolsOfModule());
+    const std::string wrong = LoadLinesOfGame();
+    if (!wrong.empty()) Say(wrong);
+    if (LineCount() != 0) Say(FormatText("%zu places of source lines from MAIN.LIN", LineCount()));
 }
 
 void OnInstruction() {
@@ -73,15 +73,6 @@ void OnInstruction() {
     NoteInstruction();
 }
 
-// What the host reports outside of a message is none of the module's instructions' doing.
-void OnFatalMessage(std::string_view text) {
-    beforeDebugger(text);
-    if (!inMX || talking || quitting) return;
-    Say("fatal: " + MacRomanToUtf8(text));
-    ShowLocation();
-    Talk();
-}
-
 constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
 
 }  // namespace
@@ -89,7 +80,14 @@ constexpr DebugHooks kHooks = {NoteMessageBegin, OnInstruction, NoteMessageEnd};
 void StartDebugger() {
     started = true;
     debugHooks = &kHooks;
-    beforeDebugger = std::exchange(vmSlots.beforeFatalMessage, OnFatalMessage);
+}
+
+void StopBeforeFatalMessage(std::string_view text) {
+    // What the host reports outside of a message is none of the module's instructions' doing.
+    if (!started || !inMX || talking || quitting) return;
+    Say("fatal: " + MacRomanToUtf8(text));
+    ShowLocation();
+    Talk();
 }
 
 void CloseDebugger(int status) {

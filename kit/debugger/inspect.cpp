@@ -5,9 +5,11 @@
 
 #include "base/log.h"
 #include "kit/debugger/names.h"
+#include "kit/debugger/source.h"
 #include "kit/debugger/stops.h"
 #include "kit/debugger/terminal.h"
 #include "kit/module_memory.h"
+#include "kit/symbols.h"
 
 namespace moxi {
 
@@ -53,9 +55,16 @@ std::string Arguments(u32 address, u32 bytes, bool message) {
     return text;
 }
 
+// The instruction that has called: the return address may be another function's already.
+u32 CallBefore(u32 returnAddress) {
+    return returnAddress - 4;
+}
+
 // Says what a frame holds. False at the message's frame and where the chain is broken.
-bool ShowFrame(u32 number, u32 pc, const Frame& frame, u32& caller) {
-    const std::string head = FormatText("#%u  ", number) + Place(pc);
+bool ShowFrame(u32 number, u32 pc, const Frame& frame, const FrameRegisters& registers,
+               u32& caller) {
+    const u32 at = number == 0 ? pc : CallBefore(pc);
+    const std::string head = FormatText("#%u  ", number) + Place(pc) + AtLine(at);
     const std::optional<u32> returnAddress = Peek<u32>(frame.at);
     const std::optional<u32> bytes = Peek<u32>(frame.at + 4);
     if (!returnAddress || !bytes) {
@@ -64,9 +73,12 @@ bool ShowFrame(u32 number, u32 pc, const Frame& frame, u32& caller) {
     }
     caller = *returnAddress;
     const std::string pointer = frame.linked ? FormatText("  FP=0x%8.8X", frame.at - 4) : "";
-    const std::string returns = caller == 0 ? "" : ", returns to " + Place(caller);
+    const std::string returns =
+        caller == 0 ? "" : ", returns to " + Place(caller) + AtLine(CallBefore(caller));
     Say(head + pointer + returns);
-    Say("    " + Arguments(frame.at + 8, *bytes, caller == 0));
+    const std::string named =
+        frame.linked ? NamedArguments(at, frame.at - 4, registers) : std::string();
+    Say("    " + (named.empty() ? Arguments(frame.at + 8, *bytes, caller == 0) : named));
     return caller != 0;
 }
 
@@ -102,6 +114,7 @@ void ShowLocation() {
         const std::string nested = MessageDepth() > 1 ? ", within another message" : "";
         Say(Arguments(at, kMessageArguments, true) + nested);
     }
+    ShowLine(pc);
     Say("=> " + Place(pc) + "  " + NextInstruction());
 }
 
@@ -139,15 +152,18 @@ void ShowFrames(u32 count) {
     u32 pc = HeaderLong(kHeaderPC);
     if (pc == 0) return Say("no function runs");
     u32 fp = frame.linked ? frame.at - 4 : 0;
+    FrameRegisters registers = RegistersNow();
     for (u32 number = 0; number < count; ++number) {
         u32 caller = 0;
-        if (!ShowFrame(number, pc, frame, caller)) return;
+        if (!ShowFrame(number, pc, frame, registers, caller)) return;
         // The stack grows downwards, so frames further out lie higher.
         const u32 next = frame.linked ? frame.callersFP : HeaderLong(kHeaderFP);
         if (next <= fp) {
             Say(FormatText("the chain of frames is broken: 0x%8.8X follows 0x%8.8X", next, fp));
             return;
         }
+        const FunctionSymbol* const function = FunctionSymbolAt(number == 0 ? pc : CallBefore(pc));
+        if (frame.linked && function != nullptr) Unwind(registers, function->address, fp);
         pc = caller;
         fp = next;
         frame = {fp + 4, Peek<u32>(fp).value_or(0), true};

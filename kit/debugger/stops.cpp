@@ -5,6 +5,8 @@
 #include "base/log.h"
 #include "kit/debugger/expression.h"
 #include "kit/debugger/names.h"
+#include "kit/debugger/source.h"
+#include "kit/lines.h"
 #include "kit/module_memory.h"
 #include "vm/opcodes.h"
 
@@ -23,7 +25,7 @@ constinit bool first = false;
 constinit bool stackIsWatched = true;
 constinit bool stackWasLeft = false;
 
-enum class Way : u8 { Free, Step, Over, Out, Until };
+enum class Way : u8 { Free, Step, Over, Out, Until, Line };
 constinit Way way = Way::Free;
 constinit u32 stepsLeft = 0;
 constinit u32 until = 0;
@@ -36,7 +38,7 @@ u32 InstructionWord() {
 }
 
 bool IsSingle(u32 w, Single single) {
-    return (w & 1023) == static_cast<u32>(single);
+    return SingleOf(w) == single;
 }
 
 // A call comes back with the stack as it was, or with the arguments taken off. All others are done
@@ -53,16 +55,39 @@ bool HasComeBack() {
     return first || HeaderLong(kHeaderSP) >= wantedSP;
 }
 
+// The line that a step by lines has begun on.
+constinit u32 stepLine = 0;
+constinit u32 stepFile = 0;
+
+void NoteLine() {
+    const CodeLine* const line = LineAt(HeaderLong(kHeaderPC));
+    stepLine = line == nullptr ? 0 : line->line;
+    stepFile = line == nullptr ? 0 : line->file;
+}
+
+// Code without lines is passed over; the beginning of a message is always something new.
+bool IsOtherLine() {
+    const CodeLine* const line = LineAt(HeaderLong(kHeaderPC));
+    if (first) return true;
+    return line != nullptr && (line->line != stepLine || line->file != stepFile);
+}
+
 bool IsStepDone() {
     switch (way) {
         case Way::Free: return false;
         case Way::Step: return --stepsLeft == 0;
         case Way::Until: return HeaderLong(kHeaderPC) == until;
         case Way::Out: return HasComeBack();
-        case Way::Over: break;
+        case Way::Over:
+        case Way::Line: break;
     }
     if (!HasComeBack()) return false;
+    if (way == Way::Line && !IsOtherLine()) {
+        PlanStepOver();
+        return false;
+    }
     if (--stepsLeft == 0) return true;
+    if (way == Way::Line) NoteLine();
     PlanStepOver();
     return false;
 }
@@ -91,7 +116,8 @@ std::string Reason(const StopPoint& point, u32 now) {
     if (point.kind != StopKind::Watch) return line;
     line += ": " + Place(point.value) + FormatText(": 0x%X, was 0x%X", now, point.last);
     if (pcTraceCount == 0) return line;
-    return line + ", after " + Place(pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc);
+    const u32 last = pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc;
+    return line + ", after " + Place(last) + AtLine(last);
 }
 
 void CheckPoint(StopPoint& point, const std::optional<u32>& service,
@@ -167,7 +193,7 @@ void RenewWatchpoints() {
 std::string DescribeStopPoint(const StopPoint& point) {
     std::string what;
     switch (point.kind) {
-        case StopKind::Address: what = "at " + Place(point.value); break;
+        case StopKind::Address: what = "at " + Place(point.value) + AtLine(point.value); break;
         case StopKind::Message: what = MessageWithName(point.value); break;
         case StopKind::AnyMessage: what = "every message"; break;
         case StopKind::Service: what = FormatText("sys 0x%4.4X", point.value); break;
@@ -199,6 +225,13 @@ void RunSteps(u32 count) {
 void RunStepsOver(u32 count) {
     way = Way::Over;
     stepsLeft = count;
+    PlanStepOver();
+}
+
+void RunLines(u32 count) {
+    way = Way::Line;
+    stepsLeft = count;
+    NoteLine();
     PlanStepOver();
 }
 

@@ -61,6 +61,7 @@ Frame CurrentFrame();
 void RunFreely();
 void RunSteps(u32 count);      // into calls
 void RunStepsOver(u32 count);  // calls count as one
+void RunLines(u32 count);      // to another source line, calls passed over
 void RunOut();                 // to the function's caller, or to the next message
 void RunUntil(u32 address);
 

@@ -127,6 +127,13 @@ TEST(CommandLine, ValuesAreChecked) {
     for (const char* const time : {"-1", "x", "1.5", ""}) {
         ExpectRefusedInOneLine(game.Run({"--headless", "--run-ms", time, game.path}));
     }
+    for (const char* const volume : {"-1", "101", "x", "50%", "1.5", ""}) {
+        ExpectRefusedInOneLine(game.Run({"--headless", "--music-volume", volume, game.path}));
+        ExpectRefusedInOneLine(game.Run({"--headless", "--sound-volume", volume, game.path}));
+    }
+    EXPECT_EQ(
+        game.Run({"--headless", "--music-volume", "0", "--sound-volume", "100", game.path}).status,
+        0);
 }
 
 TEST(CommandLine, AMissingGameIsRefused) {

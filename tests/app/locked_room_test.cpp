@@ -105,6 +105,23 @@ TEST(LockedRoom, AnArchiveWhoseResourcesAreALinkIsRefusedInOneLine) {
     EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
 }
 
+// Whoever opens the module of an unpacked archive has not named the folder above.
+TEST(LockedRoom, AModuleThatIsALinkToAFolderMakesThatFolderNoGame) {
+    const User user;
+    const std::string game = user.downloads + "/trap";
+    fs::create_directories(game);
+    ServiceCalls calls;
+    calls.Call({"0x0005", calls.Text("tax.pdf")});
+    WriteGame(user.downloads, calls.Source());
+    fs::create_directory_symlink("..", game + "/MAIN.MX");
+    const ProgramResult result = user.Run(game + "/MAIN.MX");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors, "moxi: " + game +
+                                 "/MAIN.MX: MAIN.MX is a link that leads out of the game's "
+                                 "folder\n");
+    EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
+}
+
 TEST(LockedRoom, AGameDoesNotTakeOverAnotherOfItsName) {
     const User user;
     // The victim has saved something; the thief has its name and plants a module.

@@ -266,6 +266,35 @@ TEST(HeardModules, SoundsAreHeardWhenTheyArePlayedAndTheNewCutsTheOld) {
     EXPECT_EQ(Peak(Part(heard.recording, 0.951, 2)), 0);
 }
 
+// A game plays what it has made itself: a name that leads out of the resources to its data folder
+// is looked up there, as the file services look up a name.
+TEST(HeardModules, ASoundInTheDataFolderIsHeardByTheWayThere) {
+    for (const char* const name : {"../data/OWN/A.WAV", "./.././data//OWN/../OWN/A.WAV"}) {
+        Heard heard;
+        heard.module.run.data["OWN/A.WAV"] = Sine(440, 1, 0.5);
+        heard.module.CallName(0, 0x0600, name);
+        heard.Play(500);
+        EXPECT_NEAR(Strength(Part(heard.recording, 0.1, 0.4), 440), 0.5, 0.01) << name;
+        EXPECT_EQ(heard.module.result.lines, Strings{}) << name;
+    }
+}
+
+TEST(HeardModules, OtherWaysOutOfTheResourcesLeadToNoSound) {
+    for (const std::string name :
+         {"../data", "../data/", "../database/A.WAV", "../data/../data.wav", "../outside.wav",
+          "A.WAV", "../data/NONE.WAV"}) {
+        Heard heard;
+        heard.module.run.data["A.WAV"] = Sine(440, 1, 0.5);
+        heard.module.run.beside["database/A.WAV"] = Sine(440, 1, 0.5);
+        heard.module.run.beside["data.wav"] = Sine(440, 1, 0.5);
+        heard.module.run.beside["outside.wav"] = Sine(440, 1, 0.5);
+        heard.module.CallName(0, 0x0600, name);
+        heard.Play(100);
+        EXPECT_EQ(Peak(heard.recording), 0) << name;
+        EXPECT_EQ(heard.module.result.lines, Strings{"log: sound " + name + ": cannot be read"});
+    }
+}
+
 TEST(HeardModules, ASoundThatIsMissingEndsTheOneThatPlays) {
     Heard heard;
     heard.module.run.resources["A.WAV"] = Sine(440, 2, 0.5);

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "audio/sound.h"
+#include "audio/sound_group.h"
 #include "desktop/audio_out.h"
 #include "desktop/folders.h"
 #include "sys/files.h"

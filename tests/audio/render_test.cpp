@@ -3,12 +3,15 @@
 #include "desktop/synth/renderer.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "audio/score.h"
 #include "desktop/synth/sound_file.h"
+#include "tests/support/headless_run.h"
 #include "tests/support/listen.h"
 #include "tests/support/sound_bytes.h"
 
@@ -245,6 +248,36 @@ TEST_F(Rendering, ASecondPlaySoundBeforeTheFirstSoundEndsCutsTheFirstOneOff) {
     EXPECT_EQ(Peak(Part(after, 0.5, 1)), 0);
 }
 
+TEST_F(Rendering, AtASoundVolumeOf50EverySampleIsHalfAsLarge) {
+    const Sound sound = {{20000, -20000, 1000, 2, -32768, 32766}};
+    StartVolumes(renderer, 0, 50);
+    SetSound(renderer, &sound);
+    std::vector<i16> heard = Hear(0.01).samples;
+    heard.resize(8);
+    EXPECT_EQ(heard, (std::vector<i16>{10000, -10000, 500, 1, -16384, 16383, 0, 0}));
+}
+
+TEST_F(Rendering, AMusicVolumeOf0LeavesTheSoundAsItIs) {
+    const auto piece = Piece(Notes({60, 64}));
+    const Sound sound = Decode(SineFile(1000, 0.25, 1.0));
+    StartVolumes(renderer, 0, 100);
+    SetMusic(renderer, piece.get());
+    SetSound(renderer, &sound);
+    const Recording heard = Hear(0.5);
+    EXPECT_EQ(Part(heard, 0, 0.25).samples, sound.samples);
+    EXPECT_EQ(Peak(Part(heard, 0.25, 0.5)), 0);
+}
+
+TEST_F(Rendering, AVolumeThatChangesGlidesThere) {
+    const Sound sound = {std::vector<i16>(20000, 10000)};
+    SetSound(renderer, &sound);
+    Hear(0.01);
+    renderer.soundVolume.target = 0.5F;
+    const Recording after = Hear(0.1);
+    EXPECT_LT(LargestStep(after), 50);
+    EXPECT_EQ(after.samples.back(), 5000);
+}
+
 TEST_F(Rendering, StoppingASoundDoesNotClick) {
     const Sound sound = Decode(SineFile(200, 2, 0.9));
     SetSound(renderer, &sound);
@@ -401,6 +434,32 @@ TEST(SoundFonts, OneThatIsNoneGivesALineAndNoSynthesiser) {
     EXPECT_EQ(LoadSynth("/no/such.sf2"), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "log: no music: /no/such.sf2: not a SoundFont\n");
+}
+
+TEST(SoundFonts, APipeAFolderOrADeviceIsNoneAndHaltsNothing) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path + "/pipe.sf2";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    std::filesystem::create_directory(folder.path + "/folder.sf2");
+    for (const std::string& path : {pipe, folder.path + "/folder.sf2", std::string("/dev/zero")}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(LoadSynth(path), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "log: no music: " + path + ": not a SoundFont\n");
+    }
+}
+
+TEST(SoundFonts, APipeInTheListIsPassedOver) {
+    const std::string before = std::getenv("SDL_SOUNDFONTS");
+    if (!std::filesystem::is_regular_file(before)) GTEST_SKIP() << "no SoundFont is installed";
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path + "/pipe.sf2";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    setenv("SDL_SOUNDFONTS", (pipe + ":" + before).c_str(), 1);
+    Synth* const synth = LoadSynth("");
+    setenv("SDL_SOUNDFONTS", before.c_str(), 1);
+    EXPECT_NE(synth, nullptr);
+    DeleteSynth(synth);
 }
 
 }  // namespace

@@ -155,6 +155,54 @@ TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
     EXPECT_FALSE(change.moved);
     EXPECT_TRUE(change.resized);
 }
+
+// --- Frames. A window of 1000 x 600 at 100, 200 with borders of 20, 1, 4 and 1, which is maximised
+// on a screen of 1400 x 900 and then has a title bar alone.
+
+constexpr Borders kBorders = {.top = 20, .left = 1, .bottom = 4, .right = 1};
+constexpr Borders kTitleBar = {.top = 20, .left = 0, .bottom = 0, .right = 0};
+constexpr Area kContent = {100, 200, 1000, 600};
+constexpr Area kFrame = {99, 180, 1002, 624};
+constexpr Area kWholeScreen = {0, 0, 1400, 900};
+constexpr Area kMaximised = {0, 20, 1400, 880};
+
+TEST(FrameWatch, AFrameThatFitsItsContentIsAtRest) {
+    FrameWatch watch;
+    EXPECT_FALSE(IsFrameChanging(watch, {kContent, kBorders, kFrame}, kBorders, kContent, kSoon));
+    EXPECT_EQ(NextFrameLook(watch), kNever);
+}
+
+TEST(FrameWatch, NoPartOfAChangeIsToldBeforeTheLast) {
+    FrameWatch watch{.framesFit = true};
+    const auto changes = [&](const Placement& placement, const Area& reported, u64 now) {
+        return IsFrameChanging(watch, placement, kBorders, reported, now);
+    };
+    EXPECT_TRUE(changes({kContent, kBorders, kWholeScreen}, kContent, kSoon));
+    EXPECT_EQ(NextFrameLook(watch), kSoon + kFrameLookNanoseconds);
+    EXPECT_TRUE(changes({kMaximised, kBorders, kWholeScreen}, kMaximised, 100 * kSoon));
+    // All is done and the report of the new content is on its way.
+    EXPECT_TRUE(changes({kMaximised, kTitleBar, kWholeScreen}, kContent, 900 * kSoon));
+    EXPECT_FALSE(changes({kMaximised, kTitleBar, kWholeScreen}, kMaximised, 901 * kSoon));
+    EXPECT_EQ(NextFrameLook(watch), kNever);
+}
+
+TEST(FrameWatch, AFrameThatDoesNotComeToFitIsWaitedForOnce) {
+    FrameWatch watch{.framesFit = true};
+    const Placement rolledUp = {kContent, kBorders, {99, 180, 1002, 20}};
+    EXPECT_TRUE(IsFrameChanging(watch, rolledUp, kBorders, kContent, kSoon));
+    EXPECT_FALSE(IsFrameChanging(watch, rolledUp, kBorders, kContent, kSoon + kFrameNanoseconds));
+    EXPECT_FALSE(IsFrameChanging(watch, rolledUp, kBorders, kContent, kLater));
+}
+
+TEST(FrameWatch, WhereFramesAreLargerThanTheirBordersOtherBordersAreHeldForAMoment) {
+    FrameWatch watch;
+    const Placement shadowed = {kContent, kBorders, {79, 160, 1042, 664}};
+    EXPECT_FALSE(IsFrameChanging(watch, shadowed, kBorders, kContent, kSoon));
+    EXPECT_TRUE(IsFrameChanging(watch, shadowed, kTitleBar, kContent, kSoon));
+    EXPECT_EQ(NextFrameLook(watch), kSoon + kFrameLookNanoseconds);
+    EXPECT_FALSE(
+        IsFrameChanging(watch, shadowed, kTitleBar, kContent, kSoon + kBordersNanoseconds));
+}
 }  // namespace
 
 }  // namespace moxi

@@ -3,6 +3,7 @@
 
 #include "desktop/sdl/url_opener.h"
 #include "tests/desktop/moxi_window.h"
+#include "tests/support/x11_client.h"
 
 namespace moxi {
 
@@ -123,9 +124,16 @@ TEST_F(MoxiLocked, ARequestToCloseThatWaitsIsServedAfterTheBox) {
     ShowBoxes(3);
     // As the window's close button; the module is in the middle of a message and cannot be asked.
     const std::string box = WaitForBox();
-    Shell("xdotool windowclose " + window + " || true");
-    (void)box;
+    ASSERT_NE(box, "");
+    CloseX11Window(std::stoul(window));
+    // "Sigh" does not end by itself.
+    ASSERT_TRUE(WaitUntil([&] {
+        OutputOf("xdotool windowfocus --sync " + box +
+                 " 2>/dev/null && xdotool key --clearmodifiers Return; sleep 0.2");
+        return Errors().ends_with(kEnded) || Texts() > 3;
+    }));
     EXPECT_EQ(WaitForExit(), 1);
+    EXPECT_EQ(Texts(), 3u);
     EXPECT_TRUE(Errors().ends_with(kEnded)) << Errors();
 }
 
@@ -144,6 +152,72 @@ TEST_F(MoxiLocked, HeadlessOneSignalEndsItToo) {
     kill(process, SIGTERM);
     EXPECT_EQ(WaitForExit(), 1);
     EXPECT_TRUE(Errors().ends_with(kEnded));
+}
+
+// --- Drawing for days: a bitmap whose record says that 2^31 rows lie on one another is filled
+
+constexpr const char* kDrawsForDays = R"(
+        PUSH.L  #0x8302
+        PUSH.L  #file
+        PUSH.L  #0x0000
+        CALL    service, 12
+        PUSH.L  #8
+        PUSH.L  #8
+        PUSH.L  #0x0513
+        CALL    service, 12
+        MOVE.L  R2, R14
+        PUSH.L  R2
+        PUSH.L  #0x0902
+        CALL    service, 8
+        MOVE.L  R3, R14
+        MOVE.L  [R3+4], #0x7FFFFFFF
+        MOVE.L  [R3+8], #0
+        MOVE.L  [R3+24], #0x7FFFFFFF
+        PUSH.L  #0
+        PUSH.L  #0x80FFFFFF
+        PUSH.L  #0x7FFFFFFF
+        PUSH.L  #8
+        PUSH.L  #0
+        PUSH.L  #0
+        PUSH.L  R2
+        PUSH.L  #0x0501
+        CALL    service, 32
+)";
+constexpr const char* kFile = "file:   .asciz  \"DRAWING\"\n";
+
+TEST_F(MoxiLocked, OneSignalEndsADrawingOfDays) {
+    WriteGame(game, OnKey(kDrawsForDays, kFile));
+    Start();
+    Shell("xdotool key a");
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(folder.path + "/data/DRAWING"); }));
+    kill(process, SIGTERM);
+    EXPECT_EQ(WaitForExit(), 1);
+    EXPECT_EQ(Errors(), "");
+}
+
+TEST_F(MoxiLocked, HeadlessOneSignalEndsADrawingOfDaysWithItsDumps) {
+    WriteGame(game, OnKey(kDrawsForDays, kFile));
+    WriteTextFile(folder.path + "/script", "10 key-down 00 \"a\"\n");
+    const std::string dump = folder.path + "/image";
+    Launch({"--headless", "--script", folder.path + "/script", "--dump-image", dump});
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(folder.path + "/data/DRAWING"); }));
+    kill(process, SIGTERM);
+    EXPECT_EQ(WaitForExit(), 1);
+    EXPECT_NE(ReadTextFile(dump), "");
+}
+
+TEST_F(MoxiLocked, ADrawingOfDaysIsEndedFromTheBoxThatTheClosingBrings) {
+    WriteGame(game, OnKey(kDrawsForDays, kFile));
+    const std::string dump = folder.path + "/image";
+    Start({"--mute", "--dump-image", dump});
+    window = Window();
+    Shell("xdotool key a");
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(folder.path + "/data/DRAWING"); }));
+    Shell("xdotool windowactivate " + window + " key alt+F4");
+    EndInBox(window);
+    EXPECT_EQ(WaitForExit(), 1);
+    EXPECT_EQ(Errors(), "log: ended by the user while it did not answer\n");
+    EXPECT_NE(ReadTextFile(dump), "");
 }
 
 // --- Addresses

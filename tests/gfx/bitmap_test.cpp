@@ -1,12 +1,13 @@
 // Bitmaps, selections and the dirty rectangle, called directly.
 
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 
 #include "gfx/alpha.h"
 #include "gfx/blit.h"
 #include "gfx/colour.h"
-#include "gfx/commands.h"
 #include "gfx/draw.h"
+#include "gfx/graphics_group.h"
 #include "gfx/slots.h"
 #include "tests/support/gfx_fixture.h"
 #include "vm/heap.h"

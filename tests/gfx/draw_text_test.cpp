@@ -7,7 +7,7 @@
 #include "base/utf8.h"
 #include "gfx/blit.h"
 #include "gfx/draw.h"
-#include "gfx/slots.h"
+#include "gfx/screen.h"
 #include "tests/support/block_engine.h"
 #include "tests/support/gfx_fixture.h"
 #include "vm/heap.h"
@@ -517,7 +517,6 @@ TEST_F(DrawTextTest, The101stDistinctPairEvictsTheLeastRecentlyUsedFont) {
 }
 
 TEST_F(DrawTextTest, MakingTheTextBitmapEmptiesTheCacheAndReleasesItsFonts) {
-    gfxSlots.emptyFontCache = EmptyFontCache;
     Draw("a", {});
     Draw("a", {.height = 30});
     ASSERT_TRUE(CreateScreenBitmap(400, 300));

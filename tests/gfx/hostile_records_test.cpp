@@ -8,10 +8,10 @@
 
 #include "desktop/folders.h"
 #include "desktop/pango/pango_engine.h"
-#include "gfx/commands.h"
 #include "gfx/draw.h"
 #include "gfx/draw_text.h"
 #include "gfx/fonts.h"
+#include "gfx/graphics_group.h"
 #include "gfx/image_files.h"
 #include "gfx/slots.h"
 #include "sys/files.h"
@@ -41,7 +41,7 @@ class HostileRecords : public ::testing::Test {
         folders.resources = folders.dataOverride = folder.path;
         InitFolders();
         StartPangoText();
-        gfxSlots = {DrawText, LoadImage, SaveImage, EmptyFontCache, [] { return false; }};
+        gfxSlots = {[] { return false; }};
         std::memcpy(image + kText, "A.BMP", 6);
         first = MakeBitmap(8, 8, 0x80402010);
         second = MakeBitmap(8, 8, 0xFF102030);
@@ -122,6 +122,48 @@ TEST_F(HostileRecords, RowsFarBeyondTheClipWrapToNoPixelOfTheImage) {
     EXPECT_FALSE(Run(5, {first, 0, kMost, 8, kMost, kMost, 0, 0x80}));
 }
 
+// --- Drawing that would take days: 2^31 rows of 8 pixels that all lie on one another
+
+TEST_F(HostileRecords, DrawingThatTakesDaysAsksWhetherToGoOn) {
+    static u32 questions;
+    gfxSlots.stillRunning = [] {
+        ++questions;
+        return false;
+    };
+    constexpr u32 kColour = 0x80402010;
+    struct Case {
+        const char* what;
+        u32 sub;
+        std::vector<u32> arguments;
+        u32 pattern = 0xFFFFFFFF;
+    };
+    const Case cases[] = {
+        {"line", 0, {first, kPoints, 2, kColour}},
+        {"dashed line", 0, {first, kPoints, 2, kColour}, 0xAAAAAAAA},
+        {"filled rectangle", 1, {first, 0, 0, 8, kMost, kColour, 0}},
+        {"framed rectangle", 1, {first, 0, 0, 8, kMost, 0, kColour}},
+        {"copy", 3, {first, 0, 0, first, 0, 0, 8, kMost, 0, 0, 0}},
+        {"copies of one pixel", 3, {first, 0, 0, second, 0, 0, 1, 1, 0, 8, kMost}},
+        {"alpha", 5, {first, 0, 0, 8, kMost, 0xFFFFFFFF, 0xFFFFFFFF, 9}},
+        {"scaled copies", 8, {first, 0, 0, 2, 2, second, 0, 0, 4, 4, 8, kMost}},
+        {"large boxes", 8, {second, 0, 0, 4, 1, first, 0, 0, 8, 1 << 25, 0, 0}},
+        {"larger boxes", 8, {second, 0, 0, 4, 1, first, 0, 0, 8, 1 << 30, 0, 0}},
+        {"colours", 15, {first, 0, 0, 8, kMost, 1, 2, 3, 4}},
+        {"hue square", 17, {first, 0, 0, 8, kMost, 100}},
+        {"ellipse", 18, {first, 0, 0, 11, 65537, kColour, kColour}},
+    };
+    for (const Case& each : cases) {
+        Restore();
+        Spoil({8, kMost, 0, 0, 0, 8, kMost, pixels});
+        const u32 corners[] = {0, 0, 0, kMost};
+        for (u32 i = 0; i < 4; ++i) Store<u32>(kPoints + 4 * i, corners[i]);
+        SetLinePattern(each.pattern);
+        questions = 0;
+        EXPECT_TRUE(Run(each.sub, each.arguments)) << each.what;
+        EXPECT_GE(questions, 1u) << each.what;
+    }
+}
+
 // --- Everything times everything
 
 class Chooser {
@@ -135,10 +177,8 @@ class Chooser {
         return Of({0, 1, 2, 7, 8, 9, 40, 0xFFFF, 0x10000, 0x3FFFFFFF, 0x40000000, kMost - 1, kMost,
                    kLeast, kLeast + 1, 0xC0000000, 0xFFFFFFF8, 0xFFFFFFFE, 0xFFFFFFFF});
     }
-    // Not 0: rows that all lie on one another can be drawn for days, which is no harm but the
-    // game's own.
     u32 Stride() {
-        return Of({32, 0xFFFFFFE0, 160, 0x10000, 0xFFFF0000, 0x3FFFFFFF, 0x40000000, 0xC0000000,
+        return Of({0, 32, 0xFFFFFFE0, 160, 0x10000, 0xFFFF0000, 0x3FFFFFFF, 0x40000000, 0xC0000000,
                    kMost, kLeast, kMost - 3, kLeast + 4});
     }
 

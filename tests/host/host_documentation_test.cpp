@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/services.h"
+#include "host/host_group.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {

@@ -7,7 +7,9 @@
 #include <algorithm>
 
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "host/view.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"

@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "gfx/bitmap.h"
+#include "host/host_group.h"
 #include "host/mouse.h"
+#include "host/session.h"
 #include "host/timers.h"
+#include "host/view.h"
 #include "sys/time_group.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"

@@ -1,6 +1,6 @@
 // Group 7: what the module gets from the desktop and from the host.
 
-#include "host/services.h"
+#include "host/host_group.h"
 
 #include <gtest/gtest.h>
 

@@ -8,6 +8,7 @@
 #include "gfx/bitmap.h"
 #include "host/delegate.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
 #include "tests/support/picture.h"

@@ -71,7 +71,6 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     presentNotify = false;
     runState = 0;
     vmEvents.messages.clear();
-    vmEvents.fileCalls.clear();
     vmFiles.contents.erase("debug.log");
 
     RunResult result;

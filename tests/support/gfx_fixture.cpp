@@ -1,6 +1,7 @@
 #include "tests/support/gfx_fixture.h"
 
 #include "gfx/kernels.h"
+#include "gfx/screen.h"
 #include "gfx/slots.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
@@ -18,8 +19,7 @@ void StartGfxBench(u32 imageBytes, u32 screenWidth, u32 screenHeight) {
 
 void EndGfxBench() {
     ResetGraphics();
-    gfxSlots = GfxSlots{[](u32) { return u32{0}; }, [](const char*) { return u32{0}; },
-                        [](u32, const char*, u32) { return u32{0}; }, [] {}, [] { return true; }};
+    gfxSlots = {[] { return true; }};
     kernels = &scalarKernels;
     EndVmBench();
 }

@@ -171,6 +171,7 @@ HeadlessResult RunHeadlessImage(const HeadlessRun& run, const std::vector<u8>& m
         WriteTextFile((game / "MAIN.MX").string(), std::string(module.begin(), module.end()));
     }
     WriteFiles(game, run.resources);
+    WriteFiles(folder.path, run.beside);
     if (!run.data.empty()) WriteFiles(data, run.data);
 
     std::vector<std::string> arguments = {"--headless", "--data-folder", data.string(),

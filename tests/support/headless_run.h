@@ -17,6 +17,7 @@ struct HeadlessRun {
     std::vector<std::string> options;              // further options of moxi
     std::map<std::string, std::string> resources;  // further files of the game, name -> content
     std::map<std::string, std::string> data;       // files in the data folder before the run
+    std::map<std::string, std::string> beside;     // files beside both, which are no game's
 };
 
 struct HeadlessResult {

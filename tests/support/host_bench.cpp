@@ -1,19 +1,20 @@
 #include "tests/support/host_bench.h"
 
 #include "gfx/bitmap.h"
+#include "gfx/screen.h"
 #include "gfx/slots.h"
 #include "host/delegate.h"
+#include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
 #include "host/queue.h"
-#include "host/services.h"
+#include "host/session.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
 #include "sys/dispatch.h"
 #include "sys/time_group.h"
 #include "vm/heap.h"
-#include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
@@ -85,7 +86,8 @@ void EmptyDesktop() {
 }
 
 void ResetHost() {
-    ResetQueue();
+    ResetSession();
+    EmptyQueue();
     ResetWindow();
     ResetDelegate();
     ResetKeyboard();
@@ -106,11 +108,9 @@ void HostTest::SetUp() {
     const AssembleResult module = Assemble(kModule, "bench.mxs");
     ASSERT_TRUE(module.ok) << FormatErrors(module);
     vmFiles.contents["MAIN.MX"] = std::string(module.bytes.begin(), module.bytes.end());
-    ASSERT_TRUE(LoadModule());
+    ASSERT_TRUE(LoadTestModule());
     countAddress = SymbolValue(module, "count");
-    vmSlots.screenIsDirty = [] { return dirtyRect.left < dirtyRect.right; };
-    vmSlots.flushDirtyRect = FlushDirtyRect;
-    vmSlots.takeQueuedMessage = TakeQueuedMessage;
+    vmSlots.flushScreen = FlushDirtyRect;
     moduleStarted = 2;
     launchComplete = firstSizeSent = true;
 }

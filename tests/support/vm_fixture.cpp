@@ -11,6 +11,7 @@
 #include "vm/diagnostics.h"
 #include "vm/heap.h"
 #include "vm/interpreter.h"
+#include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 #include "vm/slots.h"
@@ -22,61 +23,8 @@ VmFiles vmFiles;
 
 namespace {
 
-constexpr u32 kReadMode = 0x8000;
-constexpr u32 kUpdateMode = 0x8002;
-constexpr u32 kCreateMode = 0x8302;
-constexpr u32 kNoFile = 0xFFFFFFFF;
-
-struct OpenFile {
-    std::string name;
-    size_t position = 0;
-};
-
-std::map<u32, OpenFile> openFiles;
-u32 nextFile = 0;
-
-u32 OpenTestFile(const char* name, u32 mode) {
-    vmEvents.fileCalls.push_back(FormatText("open %s 0x%X", name, mode));
-    if (vmFiles.refuseAll) return kNoFile;
-    if (mode == kCreateMode) {
-        vmFiles.contents[name] = "";
-    } else if ((mode != kReadMode && mode != kUpdateMode) || !vmFiles.contents.contains(name)) {
-        return kNoFile;
-    }
-    openFiles[nextFile] = {name, 0};
-    return nextFile++;
-}
-
-u32 ReadTestFile(u32 handle, void* buffer, u32 count) {
-    OpenFile& file = openFiles.at(handle);
-    vmEvents.fileCalls.push_back(FormatText("read %s %u", file.name.c_str(), count));
-    const std::string& contents = vmFiles.contents[file.name];
-    const size_t left = contents.size() - std::min(file.position, contents.size());
-    const size_t taken = std::min({left, size_t{count}, size_t{vmFiles.shortRead}});
-    if (taken != 0) std::memcpy(buffer, contents.data() + file.position, taken);
-    file.position += taken;
-    return static_cast<u32>(taken);
-}
-
-u32 WriteTestFile(u32 handle, const void* data, u32 count) {
-    OpenFile& file = openFiles.at(handle);
-    std::string& contents = vmFiles.contents[file.name];
-    if (contents.size() < file.position + count) contents.resize(file.position + count);
-    if (count != 0) std::memcpy(contents.data() + file.position, data, count);
-    file.position += count;
-    return count;
-}
-
-u32 SeekTestFile(u32 handle, u32 offset, u32 origin) {
-    OpenFile& file = openFiles.at(handle);
-    const size_t bases[3] = {0, file.position, vmFiles.contents[file.name].size()};
-    file.position = bases[origin] + offset;
-    return static_cast<u32>(file.position);
-}
-
-void CloseTestFile(u32 handle) {
-    vmEvents.fileCalls.push_back("close " + openFiles.at(handle).name);
-    openFiles.erase(handle);
+void AppendToTestLog(std::string_view bytes) {
+    if (!vmFiles.refuseAll) vmFiles.contents["debug.log"] += bytes;
 }
 
 void PutLong(std::string& bytes, size_t offset, u32 value) {
@@ -87,12 +35,7 @@ void PutLong(std::string& bytes, size_t offset, u32 value) {
 
 void StartVmBench() {
     EndVmBench();
-    vmSlots.flushDirtyRect = [] { ++vmEvents.flushes; };
-    vmSlots.openFile = OpenTestFile;
-    vmSlots.readFile = ReadTestFile;
-    vmSlots.writeFile = WriteTestFile;
-    vmSlots.seekFile = SeekTestFile;
-    vmSlots.closeFile = CloseTestFile;
+    vmSlots.appendDebugLog = AppendToTestLog;
     vmSlots.endProcess = [](int status) { throw ProcessEnded{status}; };
     desktop.alert = [](const std::string& text) { vmEvents.messages.push_back(text); };
 }
@@ -100,30 +43,27 @@ void StartVmBench() {
 void EndVmBench() {
     instructionTrace = nullptr;
     debugHooks = nullptr;
-    vmSlots = VmSlots{
-        .sysDispatch = [] {},
-        .screenIsDirty = [] { return false; },
-        .flushDirtyRect = [] {},
-        .takeQueuedMessage = [](u32*) { return false; },
-        .openFile = [](const char*, u32) { return kNoFile; },
-        .readFile = [](u32, void*, u32) { return u32{0}; },
-        .writeFile = [](u32, const void*, u32) { return u32{0}; },
-        .seekFile = [](u32, u32, u32) { return kNoFile; },
-        .lockFile = [](u32) {},
-        .closeFile = [](u32) {},
-        .moduleLoaded = [] {},
-        .beforeFatalMessage = [](std::string_view) {},
-        .endProcess = [](int status) { std::exit(status); },
-    };
+    vmSlots = kEmptyVmSlots;
     desktop.alert = [](const std::string&) {};
     vmEvents = {};
     vmFiles = {};
-    openFiles.clear();
-    nextFile = 0;
     ResetMachine();
     ResetRunCycle();
     heapPointerCount = 0;
     InitHeapTable();
+}
+
+bool LoadTestModule() {
+    if (!vmFiles.contents.contains("MAIN.MX")) return LoadModule({});
+    size_t position = 0;
+    return LoadModule([&position](void* bytes, u32 count) {
+        vmEvents.reads.push_back(count);
+        const std::string& file = vmFiles.contents["MAIN.MX"];
+        const size_t taken = std::min<size_t>(file.size() - position, count);
+        if (taken != 0) std::memcpy(bytes, file.data() + position, taken);
+        position += taken;
+        return static_cast<u32>(taken);
+    });
 }
 
 std::string ModuleHeader(u32 loadedLength, u32 globals, u32 stack, u32 heap) {

@@ -19,16 +19,14 @@ struct ProcessEnded {
 
 // What the tests' slots have caught since the start of the test.
 struct VmEvents {
-    std::vector<std::string> messages;   // texts of the fatal message box
-    std::vector<std::string> fileCalls;  // "open NAME MODE", "close NAME", ...
-    u32 flushes = 0;
+    std::vector<std::string> messages;  // texts of the fatal message box
+    std::vector<u32> reads;             // how many bytes the loader asked for, each time
 };
 
-// Files in memory, by name.
+// Files in memory, by name: MAIN.MX for the loader, and debug.log.
 struct VmFiles {
     std::map<std::string, std::string> contents;
-    bool refuseAll = false;      // nothing can be opened
-    u32 shortRead = 0xFFFFFFFF;  // a read brings at most so many bytes
+    bool refuseAll = false;  // there is no debug.log and none can be made
 };
 
 extern VmEvents vmEvents;
@@ -38,6 +36,9 @@ extern VmFiles vmFiles;
 void StartVmBench();
 // Puts the slots' defaults back and releases the image.
 void EndVmBench();
+
+// Loads MAIN.MX out of `vmFiles`.
+bool LoadTestModule();
 
 // The 512 header bytes of a module that the loader accepts, version 6.2.
 std::string ModuleHeader(u32 loadedLength, u32 globals, u32 stack, u32 heap);

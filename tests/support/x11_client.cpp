@@ -131,6 +131,20 @@ void MaximizeX11Window(unsigned long window, bool maximized) {
     XSync(x.display, False);
 }
 
+void CloseX11Window(unsigned long window) {
+    const Connection x;
+    if (x.display == nullptr) return;
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(x.display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(x.display, "WM_DELETE_WINDOW", False));
+    event.xclient.data.l[1] = CurrentTime;
+    XSendEvent(x.display, window, False, NoEventMask, &event);
+    XSync(x.display, False);
+}
+
 long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colour) {
     using Clock = std::chrono::steady_clock;
     const Connection connection;

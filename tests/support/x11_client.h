@@ -33,6 +33,9 @@ void UseX11Layout(unsigned layout);
 // Maximises a window of another program, or takes that back, as a click of the user would.
 void MaximizeX11Window(unsigned long window, bool maximized);
 
+// Asks a window to close, as the window manager does for its button.
+void CloseX11Window(unsigned long window);
+
 // Presses a key and gives the nanoseconds until the window's pixel has another colour than this on
 // the screen; -1 when it has not within two seconds.
 long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colour);

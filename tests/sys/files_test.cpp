@@ -543,6 +543,33 @@ TEST_F(Files, SubCommandsFrom16AreUnknown) {
     EXPECT_EQ(fatalMessages.size(), 2u);
 }
 
+// --- debug.log
+
+TEST_F(Files, TwoDebugLogStringsAAndBLeaveAbAtTheEndOfTheFile) {
+    std::ofstream(DataPath("debug.log")) << "old ";
+    AppendToDebugLog("a");
+    AppendToDebugLog("b");
+    EXPECT_EQ(ReadTestFile(DataPath("debug.log")), "old ab");
+}
+
+TEST_F(Files, WhenDebugLogDoesNotExistItIsCreatedByTheFirstLineWritten) {
+    AppendToDebugLog("first");
+    EXPECT_EQ(ReadTestFile(DataPath("debug.log")), "first");
+}
+
+TEST_F(Files, DebugLogStaysOpenAfterNoLineSoThatAllHandlesAreLeft) {
+    for (u32 i = 0; i < 2 * kMaximalOpenFiles; ++i) AppendToDebugLog("x");
+    EXPECT_EQ(ReadTestFile(DataPath("debug.log")),
+              std::string(std::size_t{2} * kMaximalOpenFiles, 'x'));
+    EXPECT_EQ(OpenFile("debug.log", kOpenRead), kMaximalOpenFiles - 1);
+}
+
+TEST_F(Files, ADebugLogThatCannotBeOpenedDropsTheLine) {
+    fs::create_directories(DataPath("debug.log"));
+    AppendToDebugLog("lost");
+    EXPECT_TRUE(fs::is_empty(DataPath("debug.log")));
+}
+
 }  // namespace
 
 }  // namespace moxi

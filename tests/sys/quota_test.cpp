@@ -89,6 +89,67 @@ TEST_F(Quota, RoomThatSomebodyElseMadeIsFoundAfterSomeTries) {
     EXPECT_GT(written, 30u);
 }
 
+// --- Entries: 1,024 at least
+
+TEST_F(Quota, EmptyFilesAndFoldersAreBoundedInNumber) {
+    testing::internal::CaptureStderr();
+    for (u32 i = 0; i < 512; ++i) {
+        const std::string name = "D/" + std::to_string(i);
+        ASSERT_EQ(i % 2 == 0 ? Put(name.c_str(), 0) : MakeFolder(name.c_str()), 0u) << i;
+    }
+    // With D they are 513.
+    for (u32 i = 513; i < 1024; ++i) ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    EXPECT_EQ(OpenFile("MORE", kOpenCreate), kNoFile);
+    EXPECT_EQ(MakeFolder("MORE"), kNoFile);
+    EXPECT_EQ(OpenFile("NEW/MORE", kOpenCreate), kNoFile);
+    EXPECT_FALSE(fs::exists(DataPath("NEW")));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "log: the data folder is full: it may hold 1024 files and folders\n");
+    // What is there stays in use, and what goes makes room.
+    EXPECT_EQ(Put("600", 9), 9u);
+    EXPECT_EQ(MakeFolder("D/1"), 0u);
+    DeleteFile("601");
+    RemoveFolder("D/3");
+    EXPECT_EQ(Put("MORE", 0), 0u);
+    EXPECT_EQ(MakeFolder("MORE FOLDERS"), 0u);
+    EXPECT_EQ(OpenFile("STILL MORE", kOpenCreate), kNoFile);
+}
+
+TEST_F(Quota, AFileThatIsWrittenAgainAndAgainIsOne) {
+    for (u32 i = 0; i < 3000; ++i) ASSERT_EQ(Put("SAVE", 0), 0u) << i;
+}
+
+TEST_F(Quota, ALargerFolderMayHoldMoreFiles) {
+    folders.dataLimit = u64{1} << 30;
+    EXPECT_EQ(MostEntries(), 262144u);
+}
+
+TEST_F(Quota, NoFolderIsTooDeepToBeCounted) {
+    std::string way;
+    for (u32 i = 0; i < 200; ++i) way += "a/";
+    EXPECT_EQ(Put((way + "A.DAT").c_str(), 9000), 9000u);
+    EXPECT_EQ(Put("B.DAT", 1000), 1000u);
+    DeleteFile("B.DAT");
+    EXPECT_EQ(Put("C.DAT", 2000), 1000u);
+}
+
+TEST_F(Quota, AWayThatIsTooLongToBeFollowedIsFull) {
+    folders.dataLimit = u64{1} << 30;
+    // Of parts that each have a name short enough, put into one another.
+    std::string way;
+    for (u32 i = 0; i < 4; ++i) way += std::string(200, 'a') + "/";
+    for (u32 part = 0; part < 6; ++part) {
+        EXPECT_EQ(MakeFolder("P"), 0u);
+        EXPECT_EQ(Put(("P/" + way + "A.DAT").c_str(), 0), 0u);
+        MoveFile("TOP", ("P/" + way + "TOP").c_str());
+        MoveFile("P", "TOP");
+    }
+    ResetQuota();
+    EXPECT_EQ(OpenFile("B.DAT", kOpenCreate), kNoFile);
+    // The test's own tidying up goes by names.
+    EXPECT_EQ(std::system(("rm -rf '" + DataPath("TOP") + "'").c_str()), 0);
+}
+
 }  // namespace
 
 }  // namespace moxi

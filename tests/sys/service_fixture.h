@@ -59,11 +59,7 @@ class ServiceTest : public ::testing::Test {
         Store<u32>(kHeaderPC, 0x0000ABCD);
         fatalMessages.clear();
         desktop.alert = [](const std::string& text) { fatalMessages.push_back(text); };
-        vmSlots.openFile = OpenFile;
-        vmSlots.readFile = ReadFile;
-        vmSlots.writeFile = WriteFile;
-        vmSlots.seekFile = SeekFile;
-        vmSlots.closeFile = CloseFile;
+        vmSlots.appendDebugLog = AppendToDebugLog;
         vmSlots.endProcess = [](int status) { throw ProcessEnded{status}; };
     }
 

@@ -49,7 +49,7 @@ class Translator : public VmTest {
         ResetMachine();
         ResetRunCycle();
         vmFiles.contents["MAIN.MX"].assign(assembled.bytes.begin(), assembled.bytes.end());
-        ASSERT_TRUE(LoadModule());
+        ASSERT_TRUE(LoadTestModule());
         ASSERT_TRUE(moxi::StartTranslator(options));
     }
 };

@@ -135,37 +135,6 @@ TEST_F(Diagnostics,
 }
 
 // ---------------------------------------------------------------------------------------------
-// debug.log
-
-TEST_F(Diagnostics, TwoDebugLogStringsAAndBLeaveAbAtTheEndOfTheFile) {
-    vmFiles.contents["debug.log"] = "old ";
-    AppendDebugLog("a");
-    AppendDebugLog("b");
-    EXPECT_EQ(vmFiles.contents["debug.log"], "old ab");
-}
-
-TEST_F(Diagnostics, WhenDebugLogDoesNotExistItIsCreatedByTheFirstLineWritten) {
-    AppendDebugLog("first");
-    EXPECT_EQ(vmFiles.contents["debug.log"], "first");
-    EXPECT_EQ(vmEvents.fileCalls,
-              (Messages{"open debug.log 0x8002", "open debug.log 0x8302", "close debug.log"}));
-}
-
-TEST_F(Diagnostics, TheFileIsOpenedAndClosedForEveryLine) {
-    vmFiles.contents["debug.log"] = "";
-    AppendDebugLog("a");
-    AppendDebugLog("b");
-    EXPECT_EQ(vmEvents.fileCalls, (Messages{"open debug.log 0x8002", "close debug.log",
-                                            "open debug.log 0x8002", "close debug.log"}));
-}
-
-TEST_F(Diagnostics, ADebugLogThatCannotBeOpenedDropsTheLine) {
-    vmFiles.refuseAll = true;
-    AppendDebugLog("lost");
-    EXPECT_TRUE(vmFiles.contents.empty());
-}
-
-// ---------------------------------------------------------------------------------------------
 // Memory faults
 
 TEST_F(Faults, AnAccessBeyondTheImageEndsTheHostWithThePcTraceLineAndStatus1) {

@@ -565,8 +565,12 @@ TEST_F(Heap, ABadHandleToUnlockHeapWritesNoLogLine) {
 
 TEST_F(Heap, TheLogLineIsWrittenBeforeTheMessageIsShown) {
     vmFiles.contents["debug.log"] = "old\n";
-    static size_t logSize = 0;
-    vmSlots.closeFile = [](u32) { logSize = vmEvents.messages.size(); };
+    static size_t logSize;
+    logSize = 1;
+    vmSlots.appendDebugLog = [](std::string_view bytes) {
+        vmFiles.contents["debug.log"] += bytes;
+        logSize = vmEvents.messages.size();
+    };
     FreeHeap(65536);
     EXPECT_EQ(logSize, 0u);
     EXPECT_EQ(vmFiles.contents["debug.log"],

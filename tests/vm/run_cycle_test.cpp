@@ -54,10 +54,11 @@ class RunCycle : public VmTest {
         seen.clear();
         dirtyLeft = 0;
         flushes = 0;
-        vmSlots.screenIsDirty = [] { return dirtyLeft > 0; };
-        vmSlots.flushDirtyRect = [] {
+        vmSlots.flushScreen = [] {
+            if (dirtyLeft <= 0) return false;
             --dirtyLeft;
             ++flushes;
+            return true;
         };
         vmSlots.sysDispatch = [] {
             const u32 fp = Load<u32>(168);
@@ -259,7 +260,6 @@ TEST_F(RunCycle, TheDirtyRectangleIsFlushedUntilEmptyBeforeTheRunAndOnceAfterIt)
 TEST_F(RunCycle, AStoppedProgramIsNotFlushedAgain) {
     Code({kLink, kSys, kStop});
     vmSlots.sysDispatch = [] { seen.push_back({Load<u32>(Load<u32>(168) + 12), 0, 0, 0, 0, 0}); };
-    vmSlots.screenIsDirty = [] { return false; };
     EXPECT_EQ(EndStatus([] { MXmsg(9, 0, 0, 0); }), 0);
     EXPECT_EQ(flushes, 0);
 }
@@ -364,23 +364,6 @@ TEST_F(RunCycle, AModalWaitEndsTheMessageAndEmodGoesOnAfterIt) {
     // The context is used up: the next EMOD fails.
     MXmsg(2, 0, 0, 0);
     EXPECT_EQ(vmEvents.messages, Messages{"Illegal EMOD at 0x00000220"});
-}
-
-TEST_F(RunCycle, AQueuedMessageIsDelivered) {
-    static int left = 0;
-    left = 1;
-    vmSlots.takeQueuedMessage = [](u32* message) {
-        if (left-- <= 0) return false;
-        for (u32 i = 0; i < 4; ++i) message[i] = 14 + i;
-        return true;
-    };
-    DeliverQueuedMessage();
-    DeliverQueuedMessage();
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].command, 14u);
-    EXPECT_EQ(seen[0].p1, 15u);
-    EXPECT_EQ(seen[0].p2, 16u);
-    EXPECT_EQ(seen[0].p3, 17u);
 }
 
 TEST_F(RunCycle, RegistersFpAndFlagsPersistBetweenMessages) {

@@ -80,6 +80,41 @@ std::string TrapOfWabt(const std::string& error) {
     return "Trap: ? " + error;
 }
 
+// Calls what calls.json says and prints a line for each: the results, or the trap in our words.
+const char* const kNodeScript = R"js(
+const fs = require('fs');
+const words = [
+  [/^unreachable/, 'unreachable'],
+  [/(divide|remainder) by zero/, 'integer divide by zero'],
+  [/divide result unrepresentable/, 'integer overflow'],
+  [/float unrepresentable/, 'conversion'],
+  [/table (index|access|element).*out of bounds|table index is out of bounds/, 'undefined element'],
+  [/null function or function signature/, 'signature'],
+  [/indirect call signature|signature mismatch/, 'signature'],
+  [/memory access out of bounds/, 'out of bounds memory access'],
+  [/call stack size/, 'stack overflow'],
+];
+const shown = (value) => typeof value === 'bigint'
+  ? ' 0x' + BigInt.asUintN(64, value).toString(16).toUpperCase().padStart(16, '0')
+  : ' 0x' + (value >>> 0).toString(16).toUpperCase().padStart(8, '0');
+const lines = [];
+for (const {file, calls} of JSON.parse(fs.readFileSync('calls.json'))) {
+  const exported = new WebAssembly.Instance(new WebAssembly.Module(fs.readFileSync(file))).exports;
+  for (const [name, types, ...texts] of calls) {
+    const values = texts.map((text, i) => types[i] === 'I' ? BigInt(text) : Number(text) | 0);
+    try {
+      const result = exported[name](...values);
+      const all = result === undefined ? [] : Array.isArray(result) ? result : [result];
+      lines.push(name + ' ->' + all.map(shown).join(''));
+    } catch (error) {
+      const word = words.find(([pattern]) => pattern.test(error.message));
+      lines.push('Trap: ' + (word ? word[1] : '? ' + error.message));
+    }
+  }
+}
+fs.writeSync(1, lines.join('\n') + '\n');
+)js";
+
 }  // namespace
 
 TranslateOptions CallOptions() {
@@ -174,6 +209,54 @@ std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>&
         }
     }
     return all;
+}
+
+std::vector<std::vector<std::string>> NodeLines(const std::vector<RandomModule>& modules,
+                                                bool untilTrap) {
+    const TemporaryFolder folder;
+    std::ostringstream calls;
+    calls << "[";
+    for (size_t i = 0; i < modules.size(); ++i) {
+        const std::string file = std::to_string(i) + ".wasm";
+        WriteTextFile(folder.path + "/" + file, modules[i].bytes);
+        calls << (i == 0 ? "" : ",") << R"({"file":")" << file << R"(","calls":[)";
+        const char* comma = "";
+        for (const RandomModule::Call& call : modules[i].calls) {
+            calls << comma << R"([")" << call.name << R"(",")" << call.argumentTypes << '"';
+            for (const u64 argument : call.arguments) calls << ",\"" << argument << '"';
+            calls << "]";
+            comma = ",";
+        }
+        calls << "]}";
+    }
+    calls << "]";
+    WriteTextFile(folder.path + "/calls.json", calls.str());
+    WriteTextFile(folder.path + "/calls.js", kNodeScript);
+    const ProgramResult result = RunProgram("/usr/bin/node", {"calls.js"}, folder.path);
+    EXPECT_EQ(result.errors, "");
+    std::vector<std::vector<std::string>> all(modules.size());
+    std::istringstream output(result.output);
+    for (size_t i = 0; i < modules.size(); ++i) {
+        bool ended = false;
+        for (size_t k = 0; k < modules[i].calls.size(); ++k) {
+            std::string line;
+            if (!std::getline(output, line)) return {};
+            if (ended && untilTrap) continue;
+            ended = line.starts_with("Trap: ");
+            all[i].push_back(line);
+        }
+    }
+    return all;
+}
+
+bool SameTrap(const std::string& ofNode, const std::string& trap) {
+    if (ofNode == "Trap: conversion") {
+        return trap == "Trap: invalid conversion to integer" || trap == "Trap: integer overflow";
+    }
+    if (ofNode == "Trap: signature") {
+        return trap == "Trap: uninitialized element" || trap == "Trap: indirect call type mismatch";
+    }
+    return ofNode == trap;
 }
 
 std::string WasmOfText(const std::string& text, const std::vector<std::string>& options) {

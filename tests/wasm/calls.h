@@ -38,6 +38,11 @@ CallsRun RunTranslated(const Translation& translation, const std::string& calls)
 std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>& modules,
                                                 bool untilTrap = true);
 
+// The same by Node.js. It has one word for two traps each: SameTrap tells whether they fit.
+std::vector<std::vector<std::string>> NodeLines(const std::vector<RandomModule>& modules,
+                                                bool untilTrap = true);
+bool SameTrap(const std::string& ofNode, const std::string& trap);
+
 // The binary form of a text, by wabt. A text that it refuses fails the running test.
 std::string WasmOfText(const std::string& text, const std::vector<std::string>& options = {});
 

@@ -1,6 +1,6 @@
 // Every numeric operator with all pairs of corner values, its operands from everywhere: arguments,
 // memory, constants on either side, its result used as a value and as a condition. What is right
-// comes from wabt's interpreter.
+// comes from wabt's interpreter, and Node.js says the same.
 
 #include <gtest/gtest.h>
 
@@ -307,12 +307,28 @@ struct WasmOperatorsTest : VmTest {
     u64 tried = 0;
     u64 trapped = 0;
 
+    // Node.js says the same as wabt's interpreter.
+    static void CompareWithNode(const NumericOperator& op, const RandomModule& module,
+                                const std::vector<std::string>& wanted) {
+        const std::vector<std::vector<std::string>> all = NodeLines({module}, false);
+        ASSERT_EQ(all.size(), 1u) << op.name;
+        for (size_t i = 0; i < wanted.size(); ++i) {
+            const std::string& theirs = all[0][i];
+            const bool same = theirs.starts_with("Trap: ")
+                                  ? SameTrap(theirs, wanted[i])
+                                  : SameLine(op, module.calls[i], theirs, wanted[i]);
+            EXPECT_TRUE(same) << op.name << ": " << CallText({module.calls[i]}) << "  wabt "
+                              << wanted[i] << "\n  Node " << theirs;
+        }
+    }
+
     void Check(const NumericOperator& op) {
         const RandomModule module = OperatorModule(op).Finish();
         const std::vector<std::vector<std::string>> all = WabtLines({module}, false);
         ASSERT_EQ(all.size(), 1u) << op.name;
         const std::vector<std::string>& wanted = all[0];
         ASSERT_EQ(wanted.size(), module.calls.size()) << op.name;
+        CompareWithNode(op, module, wanted);
         const Translation translation = Translate(module.bytes, CallOptions());
         ASSERT_TRUE(translation.ok) << op.name << ": " << translation.errors[0];
 
@@ -355,7 +371,7 @@ struct WasmOperatorsTest : VmTest {
     }
 };
 
-TEST_F(WasmOperatorsTest, EveryPairOfCornersGivesWhatWabtsInterpreterGives) {
+TEST_F(WasmOperatorsTest, EveryPairOfCornersGivesWhatWabtsInterpreterAndNodeGive) {
     const StandardError quiet(true);
     for (const NumericOperator& op : NumericOperators()) Check(op);
     EXPECT_GT(tried, 200000u);

@@ -1,8 +1,8 @@
 #include "tests/wasm/random_module.h"
 
 #include <algorithm>
-#include <random>
 
+#include "tests/support/random_program.h"
 #include "tests/wasm/module_bytes.h"
 #include "tests/wasm/operators.h"
 
@@ -43,7 +43,7 @@ class Maker {
   private:
     // --- Choices
 
-    u32 Below(u32 limit) { return static_cast<u32>(random() % limit); }
+    u32 Below(u32 limit) { return static_cast<u32>(random.Next() % limit); }
     bool Chance(u32 percent) { return Below(100) < percent; }
     char AnyType() { return kTypes[Below(4)]; }
     std::string AnyTypes(u32 most) {
@@ -123,7 +123,7 @@ class Maker {
             0x000FFFFFFFFFFFFF, 0x0010000000000000, 0x7FEFFFFFFFFFFFFF, 0x41E0000000000000,
             0xC1E0000000200000, 0x43E0000000000000, 0x43F0000000000000, 0x4330000000000001,
             0x3690000000000000, 0x380FFFFFE0000000, 0x47EFFFFFF0000000, 0x3FD5555555555555};
-        const u64 any = random();
+        const u64 any = random.Next();
         if (type == 'i' || type == 'I') {
             const u64 bits = Chance(30)   ? Below(16)
                              : Chance(60) ? kInteresting[Below(std::size(kInteresting))]
@@ -264,7 +264,7 @@ class Maker {
     u32 Address(u32 size, u32 depth) {
         Value('i', depth);
         if (result.anyAddress && Chance(4)) {
-            return Chance(50) ? Below(0x30000) : static_cast<u32>(random());
+            return Chance(50) ? Below(0x30000) : static_cast<u32>(random.Next());
         }
         Constant('i', Chance(50) ? 0x3FF : 0x3F8);
         Op(0x71);
@@ -1134,7 +1134,7 @@ class Maker {
 
     std::string AnyText(u32 size) {
         std::string text;
-        for (u32 i = 0; i < size; ++i) text.push_back(static_cast<char>(random()));
+        for (u32 i = 0; i < size; ++i) text.push_back(static_cast<char>(random.Next()));
         return text;
     }
 
@@ -1159,7 +1159,7 @@ class Maker {
 
     static constexpr u32 kEmpty = 0xFFFFFFFF;
 
-    std::mt19937_64 random;
+    Random random;
     RandomModule result;
     std::vector<Signature> signatures;
     std::vector<u32> functions;  // their signatures

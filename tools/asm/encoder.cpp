@@ -173,13 +173,6 @@ Mode ModeOf(OperandKind kind) {
     return Mode::Immediate;
 }
 
-const OperandForm* FindForm(Mode a, Mode b) {
-    for (const OperandForm& form : kTwoOperandForms) {
-        if (form.a == a && form.b == b) return &form;
-    }
-    return nullptr;
-}
-
 bool CheckRegister(const Encoder& encoder, const Operand& operand) {
     const bool hasRegister =
         operand.kind == OperandKind::Register || operand.kind == OperandKind::Indexed;
@@ -313,10 +306,7 @@ bool EncodeOne(Encoder& encoder, const Operation& operation) {
     }
     EncodedInstruction& out = encoder.out;
     const Mode mode = ModeOf(operand.kind);
-    for (const OneOperandForm& form : kOneOperandForms) {
-        if (form.mode == mode) out.words[0] = form.code;
-    }
-    out.words[0] |= (operation.first + size) << 8;
+    out.words[0] = OneOperandCode(mode) | (operation.first + size) << 8;
     out.count = 1;
     PlaceOperand(encoder, operand, mode, Field::High, size, false);
     return true;
@@ -338,7 +328,7 @@ bool NoSuffix(const Encoder& encoder) {
 
 bool EncodeBranch(Encoder& encoder, u32 condition) {
     if (!NoSuffix(encoder)) return false;
-    encoder.out.words[0] = 52 | condition << 7;
+    encoder.out.words[0] = kFlagBranchCode | condition << 7;
     encoder.out.count = 1;
     return ParseValue(encoder, Slot::Target, 0);
 }
@@ -389,7 +379,7 @@ bool EncodeJump(Encoder& encoder) {
     if (operand.kind != OperandKind::Indexed || operand.reg > 15) {
         return encoder.Fail(operand.position, "a jump through memory is JMP [Rn+table]");
     }
-    out.words[0] = 12 | operand.reg << 6;
+    out.words[0] = kTableJumpCode | operand.reg << 6;
     if (operand.hasValue) encoder.Add(Slot::Target, 0, operand.value);
     return true;
 }

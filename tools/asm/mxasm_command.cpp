@@ -1,14 +1,10 @@
 #include "tools/asm/mxasm_command.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <memory>
 #include <ostream>
 
 #include "tools/asm/assembler.h"
 #include "tools/asm/symbols.h"
+#include "tools/outputs.h"
 
 namespace moxi {
 
@@ -116,26 +112,6 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
     return wrong.empty();
 }
 
-bool IsSameFile(const std::string& a, const std::string& b) {
-    std::error_code error;
-    if (std::filesystem::equivalent(a, b, error) && !error) return true;
-    return std::filesystem::absolute(a, error).lexically_normal() ==
-           std::filesystem::absolute(b, error).lexically_normal();
-}
-
-bool IsDevice(const std::string& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-}
-
-// The include library that was built or installed with this program.
-std::string LibraryFolder() {
-    std::error_code error;
-    const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
-    return own.parent_path().parent_path() / "share" / "moxi" / "library";
-}
-
 std::vector<std::string> Outputs(const Command& command) {
     std::vector<std::string> outputs = {command.output};
     if (!command.listing.empty()) outputs.push_back(command.listing);
@@ -143,58 +119,13 @@ std::vector<std::string> Outputs(const Command& command) {
     return outputs;
 }
 
-// An output must not replace a file that is read, nor another output.
-bool CheckOutputs(const Command& command, const std::vector<std::string>& inputs,
-                  std::string& wrong) {
-    const std::vector<std::string> outputs = Outputs(command);
-    for (size_t i = 0; i < outputs.size(); ++i) {
-        if (IsDevice(outputs[i])) continue;
-        for (const std::string& input : inputs) {
-            if (IsSameFile(outputs[i], input)) {
-                wrong = outputs[i] + " would overwrite a source file";
-                return false;
-            }
-        }
-        for (size_t j = 0; j < i; ++j) {
-            if (IsSameFile(outputs[i], outputs[j])) {
-                wrong = outputs[i] + " is named for two outputs";
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-// After a failure nothing is left that could be taken for a result, not even of an earlier run.
-void RemoveOutputs(const Command& command) {
-    for (const std::string& path : Outputs(command)) {
-        std::error_code error;
-        if (std::filesystem::is_regular_file(path, error)) std::filesystem::remove(path, error);
-    }
-}
-
-bool WriteFile(const std::string& path, const void* bytes, size_t size, std::ostream& err) {
-    FILE* file = std::fopen(path.c_str(), "wb");
-    bool good = file != nullptr;
-    if (good) {
-        good = std::fwrite(bytes, 1, size, file) == size;
-        if (std::fclose(file) != 0) good = false;
-    }
-    if (!good) err << "mxasm: " << path << ": cannot be written: " << std::strerror(errno) << "\n";
-    return good;
-}
-
 bool WriteOutputs(const Command& command, const AssembleResult& result, std::ostream& err) {
-    if (!command.listing.empty() &&
-        !WriteFile(command.listing, result.listing.data(), result.listing.size(), err)) {
-        return false;
-    }
     const std::string symbols = FormatSymbols(result);
-    if (!command.symbols.empty() &&
-        !WriteFile(command.symbols, symbols.data(), symbols.size(), err)) {
-        return false;
-    }
-    return WriteFile(command.output, result.bytes.data(), result.bytes.size(), err);
+    const auto write = [&](const std::string& path, const auto& bytes) {
+        return WriteOutput("mxasm", path, bytes.data(), bytes.size(), err);
+    };
+    return write(command.listing, result.listing) && write(command.symbols, symbols) &&
+           write(command.output, result.bytes);
 }
 
 }  // namespace
@@ -211,7 +142,9 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
         out << "mxasm 6.2\n";
         return 0;
     }
-    if (!good || !CheckOutputs(command, {command.source}, wrong)) {
+    constexpr const char* kSources = "a source file";
+    if (good) wrong = ConflictOfOutputs(Outputs(command), {command.source}, kSources);
+    if (!wrong.empty()) {
         err << "mxasm: " << wrong << " (" << kUsage << ")\n";
         return 2;
     }
@@ -220,23 +153,24 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
         mxasm::ReadWholeFile(command.source, mxasm::kMaxSourceFile, true, why);
     if (!source) {
         err << "mxasm: " << command.source << ": " << why << "\n";
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
-    command.options.includeFolders.push_back(LibraryFolder());
+    command.options.includeFolders.push_back(ToolShareFolder() + "/library");
     command.options.wantListing = !command.listing.empty();
     const AssembleResult result = Assemble(*source, command.source, command.options);
-    if (!CheckOutputs(command, result.filesRead, wrong)) {
+    wrong = ConflictOfOutputs(Outputs(command), result.filesRead, kSources);
+    if (!wrong.empty()) {
         err << "mxasm: " << wrong << "\n";
         return 1;
     }
     if (!result.ok) {
         err << FormatErrors(result);
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
     if (!WriteOutputs(command, result, err)) {
-        RemoveOutputs(command);
+        RemoveOutputs(Outputs(command));
         return 1;
     }
     return 0;

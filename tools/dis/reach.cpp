@@ -1,6 +1,5 @@
 #include "tools/dis/reach.h"
 
-#include <algorithm>
 #include <deque>
 #include <optional>
 #include <span>
@@ -38,17 +37,10 @@ void AddLabel(Explorer& explorer, u32 address, LabelKind kind) {
 bool MayBeCode(const Explorer& explorer, u32 address) {
     if (address % 4 != 0 || !explorer.HasRoom(address, 4)) return false;
     const u32 w = explorer.Word(address);
-    if (ClassOf(w) == InstructionClass::Illegal) return false;
-    // An illegal operation's length is 4 although its form is longer.
     const InstructionClass kind = ClassOf(w);
-    if (kind == InstructionClass::TwoOperands) {
-        const u32 number = TwoOperandNumber(w);
-        if (number >= 96 && number < 120) return false;
-    }
-    if (kind == InstructionClass::OneOperand) {
-        const u32 number = OneOperandNumber(w);
-        if ((number >= 28 && number < 32) || number >= 72) return false;
-    }
+    if (kind == InstructionClass::Illegal) return false;
+    if (kind == InstructionClass::TwoOperands && !IsLegalTwoOperand(w)) return false;
+    if (kind == InstructionClass::OneOperand && !IsLegalOneOperand(w)) return false;
     const u32 length = InstructionLength(w);
     if (!explorer.HasRoom(address, length)) return false;
     // Zeros are room, not code, though they would execute.
@@ -66,35 +58,34 @@ void NoteMemory(Explorer& explorer, u32 address) {
 }
 
 void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
-    const auto* const form =
-        std::find_if(kTwoOperandForms.begin(), kTwoOperandForms.end(),
-                     [&](const OperandForm& row) { return row.code == TwoOperandForm(w); });
+    const OperandForm& form = FindForm(w);
     u32 extension = address + 4;
     const bool isBlockCount =
-        (TwoOperandNumber(w) & ~3u) == static_cast<u32>(TwoOperand::Pushblock) && form->code == 5;
-    if (form->a == Mode::Absolute && !isBlockCount) {
+        (TwoOperandNumber(w) & ~3u) == static_cast<u32>(TwoOperand::Pushblock) &&
+        form.code == kCountInWordForm;
+    if (form.a == Mode::Absolute && !isBlockCount) {
         NoteMemory(explorer, explorer.Word(extension));
     }
-    const bool aHasWord = form->a == Mode::Absolute || form->a == Mode::Indexed;
+    const bool aHasWord = form.a == Mode::Absolute || form.a == Mode::Indexed;
     if (aHasWord) extension += 4;
-    if (form->b == Mode::Absolute) NoteMemory(explorer, explorer.Word(extension));
-    if (form->a != Mode::Register) return;
+    if (form.b == Mode::Absolute) NoteMemory(explorer, explorer.Word(extension));
+    if (form.a != Mode::Register) return;
     std::optional<u32>& held = explorer.held[LowRegister(w)];
     held.reset();
     const u32 operation = TwoOperandNumber(w) & ~3u;
     const u32 size = TwoOperandNumber(w) & 3;
     const bool takesAddress =
-        operation == static_cast<u32>(TwoOperand::Lea) && form->b == Mode::Absolute;
-    const bool takesNumber = form->b == Mode::Immediate && size == 2 &&
+        operation == static_cast<u32>(TwoOperand::Lea) && form.b == Mode::Absolute;
+    const bool takesNumber = form.b == Mode::Immediate && size == 2 &&
                              (operation == static_cast<u32>(TwoOperand::Move) ||
                               operation == static_cast<u32>(TwoOperand::Movez));
     if (takesAddress || takesNumber) held = explorer.Word(extension);
 }
 
 void NoteOneOperand(Explorer& explorer, u32 address, u32 w) {
-    const u32 form = w & 255;
-    if (form == 236) NoteMemory(explorer, explorer.Word(address + 4));
-    if (form == 212 && (w >> 16) < 16) explorer.held[w >> 16].reset();
+    const Mode mode = FindOneOperandForm(w).mode;
+    if (mode == Mode::Absolute) NoteMemory(explorer, explorer.Word(address + 4));
+    if (mode == Mode::Register && WideRegister(w) < 16) explorer.held[WideRegister(w)].reset();
 }
 
 void ForgetRegisters(Explorer& explorer) {
@@ -103,14 +94,14 @@ void ForgetRegisters(Explorer& explorer) {
 
 // Takes in a single instruction. False when the next one is not executed after it.
 bool NoteSingle(Explorer& explorer, u32 address, u32 w) {
-    switch (static_cast<Single>(w & 1023)) {
+    switch (SingleOf(w)) {
         case Single::Jmp: Follow(explorer, BranchTarget(w), LabelKind::Branch); return false;
         case Single::Call:
             Follow(explorer, explorer.Word(address + 4), LabelKind::Call);
             ForgetRegisters(explorer);
             return true;
         case Single::Callr: {
-            const std::optional<u32> target = explorer.held[(w >> 12) & 15];
+            const std::optional<u32> target = explorer.held[CallRegister(w)];
             if (target) Follow(explorer, *target, LabelKind::Call);
             ForgetRegisters(explorer);
             return true;

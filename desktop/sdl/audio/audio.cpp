@@ -288,6 +288,7 @@ void ShutDown() {
 void StartSdlAudio(const AudioOptions& options) {
     audio = new AudioState{};
     audio->options = options;
+    StartVolumes(audio->renderer, options.musicVolume, options.soundVolume);
     audioOut = {
         .prepare = Prepare,
         .startMusic = StartMusic,

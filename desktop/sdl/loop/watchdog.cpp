@@ -119,6 +119,8 @@ static void EndByForce() {
 }
 
 bool EndIsForced() {
+    // Whoever sends a signal does not look at a box.
+    if (SignalHasWaitedLong()) return true;
     ForcedEnd wanted = ForcedEnd::Wanted;
     return forcedEnd.compare_exchange_strong(wanted, ForcedEnd::Taken);
 }

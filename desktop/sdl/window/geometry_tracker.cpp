@@ -59,9 +59,40 @@ GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64
 }
 
 u64 NextObservation(const GeometryTracker& tracker) {
-    u64 next = tracker.heldUntil != 0 ? tracker.heldUntil : kNever;
+    if (tracker.heldUntil != 0) return tracker.heldUntil;
+    u64 next = kNever;
     for (const auto& each : tracker.outlived) next = std::min(next, each.until);
     return next;
 }
 
+static bool IsInPieces(FrameWatch& watch, const Placement& placement, const Borders& known,
+                       const Area& reported) {
+    const bool fits = WithBorders(placement.content, placement.borders) == placement.frame;
+    watch.framesFit = watch.framesFit || fits;
+    const bool differs = placement.borders != known;
+    if (!watch.framesFit) return differs;
+    // Reports of the content come later than the borders can be asked for.
+    return !fits || (differs && reported != placement.content);
+}
+
+bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
+                     const Area& reported, u64 now) {
+    if (!IsInPieces(watch, placement, known, reported)) {
+        watch.waitUntil = 0;
+        return false;
+    }
+    if (watch.waitUntil == 0) {
+        watch.waitUntil = now + (watch.framesFit ? kFrameNanoseconds : kBordersNanoseconds);
+    }
+    watch.nextLook = std::min(now + kFrameLookNanoseconds, watch.waitUntil);
+    if (now < watch.waitUntil) return true;
+    // A window that is rolled up has a frame like that for as long as it pleases the user.
+    watch.framesFit = false;
+    watch.waitUntil = 0;
+    return false;
+}
+
+u64 NextFrameLook(const FrameWatch& watch) {
+    return watch.waitUntil != 0 ? watch.nextLook : kNever;
+}
 }  // namespace moxi

@@ -43,4 +43,33 @@ GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64
 // When ObserveGeometry is to be called again without a report; kNever (timers.h) for never.
 u64 NextObservation(const GeometryTracker& tracker);
 
+// Where the window manager has the window, as of one moment.
+struct Placement {
+    Area content;
+    Borders borders;  // around it, as the window manager says
+    Area frame;       // the window that the content lies in, if only in itself
+};
+
+// A window manager changes frame, content and borders one after the other, and on a busy machine
+// much can happen between. What is to be seen meanwhile is neither the window before nor the one
+// after; frames that fit their content tell when it is over.
+struct FrameWatch {
+    bool framesFit = false;  // they do with this window manager, and did at last
+    u64 waitUntil = 0;       // a change is under way; 0 when none is
+    u64 nextLook = 0;        // meaningful with waitUntil
+};
+
+// How long a window manager may take from the first part of a change to the last.
+constexpr u64 kFrameNanoseconds = 1'000'000'000;
+// The same where frames are no evidence, being larger than what is to be seen of them.
+constexpr u64 kBordersNanoseconds = 30'000'000;
+constexpr u64 kFrameLookNanoseconds = 5'000'000;
+
+// Whether a change is under way and had better not be told: `known` are the borders that have been
+// told, `reported` the content that the desktop's reports speak of. When it is, ask again at
+// NextFrameLook or earlier.
+bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
+                     const Area& reported, u64 now);
+// kNever (timers.h) when no change is under way.
+u64 NextFrameLook(const FrameWatch& watch);
 }  // namespace moxi

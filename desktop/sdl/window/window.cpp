@@ -5,9 +5,9 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/log.h"
 #include "desktop/events.h"
@@ -30,16 +30,14 @@ namespace moxi {
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
-// How long after the borders the window itself may take to change.
-constexpr u64 kBordersNanoseconds = 30'000'000;
 constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit SDL_Window* window = nullptr;
 static std::string title;
-static constinit GeometryTracker tracker;     // content area
-static constinit Borders borders;             // all 0 where the desktop does not tell
-static constinit bool bordersHeld = false;    // others have come that are not told yet
+static constinit GeometryTracker tracker;  // content area
+static constinit Borders borders;          // all 0 where the desktop does not tell
+static constinit FrameWatch frames;
 static constinit bool reported = false;       // the desktop has told of a change since we looked
 static constinit bool positionsExist = true;  // Wayland has none
 static constinit bool shown = false;
@@ -102,34 +100,23 @@ static Area ContentOnServer() {
     return {content.x, content.y, content.w, content.h};
 }
 
+static bool AskForPlacement(Placement& placement) {
+    X11Placement asked;
+    if (!AskX11ForPlacement(XWindow(window), asked)) return false;
+    const auto [x, y, width, height] = asked.content;
+    const auto [outerX, outerY, outerWidth, outerHeight] = asked.frame;
+    const auto [left, right, top, bottom] = asked.borders;
+    placement = {.content = {x, y, width, height},
+                 .borders = {.top = top, .left = left, .bottom = bottom, .right = right},
+                 .frame = {outerX, outerY, outerWidth, outerHeight}};
+    return true;
+}
+
 // Answers whether the frame has another place now though the content has stayed where it is. The
 // borders that a window has from the start are no news.
-static bool ReadBorders() {
-    const Borders before = borders;
-    if (fullScreen) {
-        borders = {};
-        return false;
-    }
-    Borders now;
-    std::array<i32, 4> sides;
-    if (AskX11ForBorders(XWindow(window), sides)) {
-        now = {.top = sides[2], .left = sides[0], .bottom = sides[3], .right = sides[1]};
-    } else if (SDL_GetWindowBordersSize(window, &now.top, &now.left, &now.bottom, &now.right) !=
-               0) {
-        return false;
-    }
-    if (before != Borders{} && now != before) {
-        // Size and place change with the borders when a window is maximised, a little later. A
-        // frame of both, which the window never had, is told to nobody.
-        const u64 time = Nanoseconds();
-        if (!bordersHeld)
-            tracker.heldUntil = std::max(tracker.heldUntil, time + kBordersNanoseconds);
-        bordersHeld = true;
-        if (time < tracker.heldUntil) return false;
-    }
-    bordersHeld = false;
-    borders = now;
-    return before != Borders{} && (before.left != borders.left || before.bottom != borders.bottom);
+static bool TakeBorders(const Borders& now) {
+    const Borders before = std::exchange(borders, now);
+    return before != Borders{} && (before.left != now.left || before.bottom != now.bottom);
 }
 
 static void TellChange(const GeometryChange& change) {
@@ -187,7 +174,8 @@ void ShowGameWindow() {
     if (shown) return;
     shown = true;
     StartWatchdog();
-    ReadBorders();
+    Placement placement;
+    if (AskForPlacement(placement)) TakeBorders(placement.borders);
     // Window managers put the frame where the content should be.
     owed = true;
     reported = true;
@@ -317,7 +305,14 @@ static void LookAtWindow(u64 now) {
         }
         return;
     }
-    const bool isFrameMoved = ReadBorders();
+    bool isFrameMoved = false;
+    Placement placement;
+    if (!fullScreen && AskForPlacement(placement)) {
+        const bool isChange = borders != Borders{};
+        if (isChange && now < tracker.heldUntil) return;
+        if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) return;
+        isFrameMoved = TakeBorders(placement.borders);
+    }
     const Area before = tracker.known;
     // The window manager has had its time, and whatever it answers it has answered.
     const bool overdue = now >= NextObservation(tracker);
@@ -343,13 +338,14 @@ void SettleWindow() {
     const u64 now = Nanoseconds();
     if (owed && now >= owedFrom) GiveWhatIsOwed();
     reported = X11BordersMayDiffer() || reported;
-    if (!owed && (reported || now >= NextObservation(tracker))) LookAtWindow(now);
+    const u64 nextLook = std::min(NextObservation(tracker), NextFrameLook(frames));
+    if (!owed && (reported || now >= nextLook)) LookAtWindow(now);
     if (window != nullptr) WatchLiveResize(now);
 }
 
 u64 NextSettling() {
     if (window == nullptr) return kNever;
-    u64 next = NextObservation(tracker);
+    u64 next = std::min(NextObservation(tracker), NextFrameLook(frames));
     if (owed) next = std::min(next, owedFrom);
     if (liveResize) next = std::min(next, nextLiveLook);
     return next;
@@ -406,7 +402,8 @@ void DestroyGameWindow() {
 
 void ForgetGameWindow() {
     window = nullptr;
-    bordersHeld = owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+    frames = {};
+    owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }
 
 }  // namespace moxi

@@ -98,18 +98,55 @@ bool X11BordersMayDiffer() {
     return std::exchange(bordersMayDiffer, false);
 }
 
-bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides) {
-    if (connection == nullptr || window == 0) return false;
-    xcb_get_property_reply_t* const reply =
-        xcb_get_property_reply(connection,
-                               xcb_get_property(connection, 0, static_cast<xcb_window_t>(window),
-                                                frameExtents, XCB_ATOM_CARDINAL, 0, 4),
-                               nullptr);
-    const bool known = reply != nullptr && reply->format == 32 && reply->value_len == 4;
-    if (known) {
-        std::memcpy(sides.data(), xcb_get_property_value(reply), sizeof sides);
+// The child of the root that the window lies in, or is.
+static xcb_window_t FrameOf(xcb_window_t window) {
+    for (;;) {
+        xcb_query_tree_reply_t* const tree =
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr);
+        if (tree == nullptr) return XCB_NONE;
+        const xcb_window_t parent = tree->parent;
+        const bool isTop = parent == tree->root || parent == XCB_NONE;
+        std::free(tree);
+        if (isTop) return window;
+        window = parent;
     }
-    std::free(reply);
+}
+
+static bool HasFourNumbers(const xcb_get_property_reply_t* reply, std::array<i32, 4>& numbers) {
+    if (reply == nullptr || reply->format != 32 || reply->value_len != 4) return false;
+    std::memcpy(numbers.data(), xcb_get_property_value(reply), sizeof numbers);
+    return true;
+}
+
+bool AskX11ForPlacement(unsigned long window, X11Placement& placement) {
+    if (connection == nullptr || window == 0) return false;
+    const auto content = static_cast<xcb_window_t>(window);
+    const xcb_window_t frame = FrameOf(content);
+    if (frame == XCB_NONE) return false;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    // What is asked for in one piece has to be of one moment.
+    xcb_grab_server(connection);
+    const auto ofContent = xcb_get_geometry(connection, content);
+    const auto ofCorner = xcb_translate_coordinates(connection, content, root, 0, 0);
+    const auto ofFrame = xcb_get_geometry(connection, frame);
+    const auto ofBorders =
+        xcb_get_property(connection, 0, content, frameExtents, XCB_ATOM_CARDINAL, 0, 4);
+    xcb_ungrab_server(connection);
+    auto* const size = xcb_get_geometry_reply(connection, ofContent, nullptr);
+    auto* const corner = xcb_translate_coordinates_reply(connection, ofCorner, nullptr);
+    auto* const outer = xcb_get_geometry_reply(connection, ofFrame, nullptr);
+    auto* const sides = xcb_get_property_reply(connection, ofBorders, nullptr);
+    const bool known = size != nullptr && corner != nullptr && outer != nullptr &&
+                       HasFourNumbers(sides, placement.borders);
+    if (known) {
+        const i32 line = 2 * outer->border_width;
+        placement.content = {corner->dst_x, corner->dst_y, size->width, size->height};
+        placement.frame = {outer->x, outer->y, outer->width + line, outer->height + line};
+    }
+    for (void* const reply : {static_cast<void*>(size), static_cast<void*>(corner),
+                              static_cast<void*>(outer), static_cast<void*>(sides)}) {
+        std::free(reply);
+    }
     return known;
 }
 

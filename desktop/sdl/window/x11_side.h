@@ -18,9 +18,15 @@ void StopX11Side();
 
 // The window manager has told of borders since this was last asked.
 bool X11BordersMayDiffer();
-// Asks the X server for the borders around the window, which SDL learns of later than of the size.
-// Left, right, top, bottom; false where the window manager tells none.
-bool AskX11ForBorders(unsigned long window, std::array<i32, 4>& sides);
+// Where the window is, as of one moment: x, y, width, height.
+struct X11Placement {
+    std::array<i32, 4> content;
+    std::array<i32, 4> frame;    // of the window manager's window around it
+    std::array<i32, 4> borders;  // left, right, top, bottom, as the window manager tells them
+};
+// Asks the X server, since SDL learns of the borders later than of the size. False where the window
+// manager tells of none.
+bool AskX11ForPlacement(unsigned long window, X11Placement& placement);
 
 // What an X key press said and SDL does not tell.
 struct X11KeyPress {

@@ -6,12 +6,11 @@ source, so a rerun gives the same pixels.
 import math
 import os
 import struct
-import zlib
 from contextlib import contextmanager
 
 import cairo
 
-PICTURES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "resources", "PICTURES")
+from png import write_png
 
 NIGHT = "#0b1026"
 DUSK = "#10243c"
@@ -207,28 +206,8 @@ def straight_rows(surface):
         yield b"".join([table[word] for word in words])
 
 
-def write_png(path, width, height, rows):
-    """8-bit RGBA with straight alpha; of two row filters the one that packs better is taken."""
-    rows = list(rows)
-    plain = b"".join(b"\0" + row for row in rows)
-    upward, before = [], bytes(width * 4)
-    for row in rows:
-        upward.append(b"\2" + bytes([(a - b) & 255 for a, b in zip(row, before)]))
-        before = row
-    packed = min((zlib.compress(raw, 9) for raw in (plain, b"".join(upward))), key=len)
-
-    def chunk(kind, body):
-        check = zlib.crc32(kind + body)
-        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", check)
-
-    header = struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)
-    with open(path, "wb") as file:
-        file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", packed)
-                   + chunk(b"IEND", b""))
-
-
 def save(surface, name, folder=None):
-    folder = folder or os.environ.get("GLIMMER_PICTURES", PICTURES)
+    folder = folder or os.environ["ART_PICTURES"]
     os.makedirs(folder, exist_ok=True)
     write_png(os.path.join(folder, name), surface.get_width(), surface.get_height(),
               straight_rows(surface))

@@ -273,7 +273,7 @@ class Rerun(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
-        places = {"GLIMMER_" + kind: os.path.join(cls.folder.name, kind) for kind in ("PICTURES", "MUSIC", "SOUNDS")}
+        places = {"ART_" + kind: os.path.join(cls.folder.name, kind) for kind in ("PICTURES", "MUSIC", "SOUNDS")}
         parts = [subprocess.Popen([os.path.join(HERE, "make"), part], env={**os.environ, **places})
                  for part in ("pictures", "music", "sounds")]
         cls.status = [part.wait() for part in parts]

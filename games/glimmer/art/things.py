@@ -9,7 +9,7 @@ from canvas import *
 
 def write_lights():
     """The glows and the night are plain formulas of the distance, written without cairo."""
-    folder = os.environ.get("GLIMMER_PICTURES", PICTURES)
+    folder = os.environ["ART_PICTURES"]
     os.makedirs(folder, exist_ok=True)
 
     def disc(name, size, colour_at, alpha_at):

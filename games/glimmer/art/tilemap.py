@@ -22,7 +22,7 @@ CORNERS = ((0, 0), (1, 0), (0, 1), (1, 1))
 
 
 def main():
-    tiles = cairo.ImageSurface.create_from_png(os.path.join(PICTURES, "TILES.PNG"))
+    tiles = cairo.ImageSurface.create_from_png(os.path.join(os.environ["ART_PICTURES"], "TILES.PNG"))
     frame = int(sys.argv[3]) if len(sys.argv) > 3 else 0
     scale = int(sys.argv[2]) if len(sys.argv) > 2 else 1
     surface, ctx = picture(960 * scale, 576 * scale)

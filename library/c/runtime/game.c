@@ -118,6 +118,7 @@ static uint32_t lastReading;
 static uint32_t owed;  // milliseconds and their 60ths: an update is due for each 1,000
 static uint32_t updates;
 static int viewWidth, viewHeight;
+static enum { kAsItIs, kWindowed, kFull } fullScreenWanted;
 
 float game_time(void) {
     return (float)updates * GAME_STEP;
@@ -141,21 +142,6 @@ static void Show(void) {
     Present(viewWidth, viewHeight);
 }
 
-// A game that was held up does not hurry for long to catch up.
-static void OnTick(void) {
-    const uint32_t reading = moxi_milliseconds();
-    const uint32_t gone = reading - lastReading;
-    lastReading = reading;
-    if (!isSetUp || isMinimized) return;
-    owed += (gone < 1000 ? gone : 1000) * GAME_RATE;
-    for (int i = 0; i < kMostUpdates && owed >= 1000; ++i) {
-        owed -= 1000;
-        Update();
-    }
-    if (owed >= 1000) owed %= 1000;
-    Show();
-}
-
 static void OnSize(int width, int height) {
     viewWidth = width;
     viewHeight = height;
@@ -172,6 +158,41 @@ static void OnSize(int width, int height) {
 
 void game_title(const char* title) {
     moxi_window_title(title);
+}
+
+// A program that has one of its own replaces it.
+__attribute__((weak)) void setup_window(void) {}
+
+// In the middle of what the desktop leaves free.
+void game_window(int width, int height) {
+    const moxi_size room = moxi_visible_size();
+    moxi_window window = {0};
+    window.width = width < room.width ? width : room.width;
+    window.height = height < room.height ? height : room.height;
+    window.x = (room.width - window.width) / 2;
+    window.y = (room.height - window.height) / 2;
+    moxi_set_window(&window);
+}
+
+bool game_is_full_screen(void) {
+    moxi_window window;
+    moxi_get_window(&window);
+    return window.full_screen != 0;
+}
+
+void game_full_screen(bool full) {
+    fullScreenWanted = full ? kFull : kWindowed;
+}
+
+// Not at once: before the first size has come, full screen is lost again.
+static void SwitchFullScreen(void) {
+    const int wanted = fullScreenWanted;
+    fullScreenWanted = kAsItIs;
+    moxi_window window;
+    moxi_get_window(&window);
+    if (wanted == kAsItIs || (window.full_screen != 0) == (wanted == kFull)) return;
+    window.full_screen = wanted == kFull;
+    moxi_set_window(&window);
 }
 
 static void (*ending)(void);
@@ -192,11 +213,28 @@ void game_quit(void) {
     moxi_stop();
 }
 
+// A game that was held up does not hurry for long to catch up.
+static void OnTick(void) {
+    const uint32_t reading = moxi_milliseconds();
+    const uint32_t gone = reading - lastReading;
+    lastReading = reading;
+    if (!isSetUp || isMinimized) return;
+    if (fullScreenWanted != kAsItIs) SwitchFullScreen();
+    owed += (gone < 1000 ? gone : 1000) * GAME_RATE;
+    for (int i = 0; i < kMostUpdates && owed >= 1000; ++i) {
+        owed -= 1000;
+        Update();
+    }
+    if (owed >= 1000) owed %= 1000;
+    Show();
+}
+
 // Exported under the name that the machine looks for, but defined under another: a program without
 // a game must not find it in the library.
 __attribute__((export_name("moxi_message"))) int moxi_game_message(int message, int p1, int p2,
                                                                    int p3) {
     switch (message) {
+        case MOXI_MSG_START1: setup_window(); break;
         case MOXI_MSG_CLOSE: End(); return 1;
         case MOXI_MSG_SIZE: OnSize(p1, p2); break;
         case MOXI_MSG_MINIMIZE: isMinimized = p1 != 0; break;

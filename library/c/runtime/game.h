@@ -14,6 +14,8 @@ void Present(int width, int height);
 void ToCanvas(int* x, int* y);
 // The window's size has changed.
 void SetViewSize(int width, int height);
+void FreePicture(picture* image);
+alignment TextAlignment(void);
 
 // --- game_time.c: one update's worth of tweens and timers
 

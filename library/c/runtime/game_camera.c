@@ -4,7 +4,12 @@
 
 static float atX, atY, boundWidth, boundHeight;
 static float shakePixels, shakeSeconds, shakeLeft;
-static int drawnX, drawnY;  // of the picture that is being drawn
+static float seenX, seenY;  // of the picture that is being drawn
+static int drawnX, drawnY;  // the same for what is drawn next
+
+static int Rounded(float number) {
+    return (int)__builtin_floorf(number + 0.5f);
+}
 
 static float Limited(float at, float world, float shown) {
     if (world <= 0) return at;
@@ -52,21 +57,20 @@ void camera_off(void) {
     drawnX = drawnY = 0;
 }
 
+void camera_part(float part) {
+    drawnX = Rounded(seenX * part);
+    drawnY = Rounded(seenY * part);
+}
+
 void UpdateCamera(void) {
     shakeLeft = shakeLeft > GAME_STEP ? shakeLeft - GAME_STEP : 0;
 }
 
-static int Rounded(float number) {
-    return (int)__builtin_floorf(number + 0.5f);
-}
-
 void CameraOn(void) {
-    drawnX = Rounded(atX);
-    drawnY = Rounded(atY);
-    if (shakeLeft <= 0) return;
-    const float shake = shakePixels * shakeLeft / shakeSeconds;
-    drawnX = Rounded(atX + random_float(-shake, shake));
-    drawnY = Rounded(atY + random_float(-shake, shake));
+    const float shake = shakeLeft > 0 ? shakePixels * shakeLeft / shakeSeconds : 0;
+    seenX = atX + (shake > 0 ? random_float(-shake, shake) : 0);
+    seenY = atY + (shake > 0 ? random_float(-shake, shake) : 0);
+    camera_part(1);
 }
 
 int OnCanvasX(float x) {

@@ -256,7 +256,7 @@ picture make_picture(const char* const* rows, const ink* inks, int ink_count) {
     return made;
 }
 
-static void FreePicture(picture* image) {
+void FreePicture(picture* image) {
     if (image->bitmap != 0) moxi_free_bitmap(image->bitmap);
     if (image->flipped != 0) moxi_free_bitmap(image->flipped);
 }
@@ -275,6 +275,27 @@ picture enlarged(picture small, int factor) {
     moxi_unlock_pixels(from);
     FreePicture(&small);
     return large;
+}
+
+static colour Premultiplied(colour fill, uint32_t alpha) {
+    const uint32_t red = Channel(fill, 0) * alpha / 255, green = Channel(fill, 8) * alpha / 255;
+    return RGBA(red, green, Channel(fill, 16) * alpha / 255, alpha);
+}
+
+picture tinted(const picture* image, colour fill) {
+    if (image->bitmap == 0) return (picture){0, 0, 0, 0};
+    const picture made = NewPicture(image->width, image->height);
+    const moxi_pixels from = moxi_lock_pixels(image->bitmap);
+    const moxi_pixels to = moxi_lock_pixels(made.bitmap);
+    for (int y = 0; y < image->height; ++y) {
+        for (int x = 0; x < image->width; ++x) {
+            to.pixels[y * to.stride + x] =
+                Premultiplied(fill, Channel(from.pixels[y * from.stride + x], 24));
+        }
+    }
+    moxi_unlock_pixels(to);
+    moxi_unlock_pixels(from);
+    return made;
 }
 
 // The picture's mirror image, made when it is first asked for.
@@ -330,4 +351,8 @@ void draw_cell(sheet* cells, int index, float x, float y, bool flipped) {
     if (flipped) left = cells->image.width - left - cells->cell_width;
     Copy(flipped ? Flipped(&cells->image) : cells->image.bitmap, x, y, left,
          row * cells->cell_height, cells->cell_width, cells->cell_height);
+}
+
+alignment TextAlignment(void) {
+    return aligned;
 }

@@ -1,5 +1,6 @@
 // Sprites and tile maps of a game.
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -47,29 +48,100 @@ bool sprites_touch(const sprite* a, const sprite* b, float margin) {
 
 // --- Tile maps
 
+// A place for each row's letters; false without memory, and the map is empty then.
+static bool MakeRoom(tile_map* map) {
+    const size_t count = (size_t)(map->width * map->height);
+    map->cells = (unsigned char*)calloc(count + 1, 1);
+    map->letters = (char*)malloc(count + 1);
+    if (map->cells != NULL && map->letters != NULL) {
+        memset(map->letters, ' ', count);
+        return true;
+    }
+    free(map->cells);
+    free(map->letters);
+    map->cells = NULL;
+    map->letters = NULL;
+    map->width = map->height = 0;
+    return false;
+}
+
+static void SetRow(tile_map* map, int row, const char* text, int length, const char* letters) {
+    memcpy(map->letters + row * map->width, text, (size_t)length);
+    for (int column = 0; column < length; ++column) {
+        const char* const place = strchr(letters, text[column]);
+        if (place != NULL) set_tile(map, column, row, (int)(place - letters));
+    }
+}
+
+static void SetSolid(tile_map* map, const char* letters, const char* solid) {
+    for (; *solid != 0; ++solid) {
+        const char* const place = strchr(letters, *solid);
+        if (place != NULL) map->solid[(place - letters) & 255] = TILE_SOLID;
+    }
+}
+
 tile_map make_map(sheet* tiles, const char* const* rows, const char* letters, const char* solid) {
     tile_map map = {.tiles = tiles};
     for (; rows[map.height] != NULL; ++map.height) {
         const int length = (int)strlen(rows[map.height]);
         if (length > map.width) map.width = length;
     }
-    map.cells = (unsigned char*)calloc((size_t)(map.width * map.height) + 1, 1);
-    if (map.cells == NULL) map.width = map.height = 0;
+    if (!MakeRoom(&map)) return map;
     for (int row = 0; row < map.height; ++row) {
-        for (int column = 0; rows[row][column] != 0; ++column) {
-            const char* const place = strchr(letters, rows[row][column]);
-            if (place != NULL) set_tile(&map, column, row, (int)(place - letters));
+        SetRow(&map, row, rows[row], (int)strlen(rows[row]), letters);
+    }
+    SetSolid(&map, letters, solid);
+    return map;
+}
+
+// The whole file with a NUL behind it, to be freed. Null: it cannot be read.
+static char* ReadText(const char* name) {
+    FILE* const file = fopen(name, "rb");
+    if (file == NULL) return NULL;
+    fseek(file, 0, SEEK_END);
+    const long size = ftell(file);
+    rewind(file);
+    char* const text = (char*)malloc((size_t)size + 1);
+    if (text != NULL) text[fread(text, 1, (size_t)size, file)] = 0;
+    fclose(file);
+    return text;
+}
+
+// The length of a line without its end, which may have a CR.
+static int LineLength(const char* line) {
+    return (int)strcspn(line, "\r\n");
+}
+
+static const char* NextLine(const char* line) {
+    line += LineLength(line);
+    if (*line == '\r') ++line;
+    return *line == '\n' ? line + 1 : line;
+}
+
+tile_map load_map(sheet* tiles, const char* name, const char* letters, const char* solid) {
+    tile_map map = {.tiles = tiles};
+    char* const text = ReadText(name);
+    if (text == NULL) {
+        fprintf(stderr, "map %s: cannot be read\n", name);
+        return map;
+    }
+    for (const char* line = text; *line != 0; line = NextLine(line), ++map.height) {
+        if (LineLength(line) > map.width) map.width = LineLength(line);
+    }
+    if (MakeRoom(&map)) {
+        const char* line = text;
+        for (int row = 0; row < map.height; ++row, line = NextLine(line)) {
+            SetRow(&map, row, line, LineLength(line), letters);
         }
+        SetSolid(&map, letters, solid);
     }
-    for (; *solid != 0; ++solid) {
-        const char* const place = strchr(letters, *solid);
-        if (place != NULL) map.solid[(place - letters) & 255] = 1;
-    }
+    free(text);
     return map;
 }
 
 void free_map(tile_map* map) {
     free(map->cells);
+    free(map->letters);
     memset(map, 0, sizeof *map);
 }
 
@@ -79,6 +151,10 @@ static bool IsOnMap(const tile_map* map, int column, int row) {
 
 int tile_at(const tile_map* map, int column, int row) {
     return IsOnMap(map, column, row) ? map->cells[row * map->width + column] - 1 : -1;
+}
+
+char letter_at(const tile_map* map, int column, int row) {
+    return IsOnMap(map, column, row) ? map->letters[row * map->width + column] : ' ';
 }
 
 void set_tile(tile_map* map, int column, int row, int tile) {
@@ -95,10 +171,15 @@ static int RowOf(const tile_map* map, float y) {
     return (int)__builtin_floorf(y / (float)map->tiles->cell_height);
 }
 
-static bool IsSolid(const tile_map* map, int column, int row) {
-    if (column < 0 || column >= map->width) return true;
+// TILE_... of a place.
+static int KindAt(const tile_map* map, int column, int row) {
+    if (column < 0 || column >= map->width) return TILE_SOLID;
     const int tile = tile_at(map, column, row);
-    return tile >= 0 && map->solid[tile] != 0;
+    return tile >= 0 ? map->solid[tile] : TILE_OPEN;
+}
+
+static bool IsSolid(const tile_map* map, int column, int row) {
+    return KindAt(map, column, row) == TILE_SOLID;
 }
 
 bool solid_at(const tile_map* map, float x, float y) {
@@ -131,10 +212,11 @@ static bool ColumnIsSolid(const tile_map* map, int column, float y, float height
     return false;
 }
 
-static bool RowIsSolid(const tile_map* map, int row, float x, float width) {
+static bool RowStops(const tile_map* map, int row, float x, float width, bool falling) {
     const int last = ColumnOf(map, x + width - kEdge);
     for (int column = ColumnOf(map, x); column <= last; ++column) {
-        if (IsSolid(map, column, row)) return true;
+        const int kind = KindAt(map, column, row);
+        if (kind == TILE_SOLID || (falling && kind == TILE_LEDGE)) return true;
     }
     return false;
 }
@@ -168,14 +250,14 @@ static int MoveUpOrDown(const tile_map* map, float x, float* y, float width, flo
     if (dy > 0) {
         const int last = RowOf(map, *y + height + dy - kEdge);
         for (int row = RowOf(map, *y + height - kEdge) + 1; row <= last; ++row) {
-            if (!RowIsSolid(map, row, x, width)) continue;
+            if (!RowStops(map, row, x, width, true)) continue;
             *y = (float)row * size - height;
             return HIT_BOTTOM;
         }
     } else if (dy < 0) {
         const int last = RowOf(map, *y + dy);
         for (int row = RowOf(map, *y) - 1; row >= last; --row) {
-            if (!RowIsSolid(map, row, x, width)) continue;
+            if (!RowStops(map, row, x, width, false)) continue;
             *y = (float)(row + 1) * size;
             return HIT_TOP;
         }

@@ -26,6 +26,9 @@ void setup(void);
 void update(void);
 void draw(void);
 
+// If you like: runs before there is a window, and is the place for game_window alone.
+void setup_window(void);
+
 // --- The game
 
 #define GAME_RATE 60                  // updates in a second
@@ -33,6 +36,14 @@ void draw(void);
 
 // The window's title.
 void game_title(const char* title);
+
+// How large the window is at first, if the screen has room for it. In setup_window; later it is the
+// player's.
+void game_window(int width, int height);
+
+// Full screen, from the next update on.
+void game_full_screen(bool full);
+bool game_is_full_screen(void);
 
 // Draws on a picture of this size, which is shown as large as the window allows, in whole multiples
 // if it can be. Without it the game draws on the window itself, whose size may change at any time.
@@ -165,6 +176,9 @@ picture make_picture(const char* const* rows, const ink* inks, int ink_count);
 // Each pixel as a square of `factor` by `factor`. The old picture is given up.
 picture enlarged(picture small, int factor);
 
+// A new picture of the same shape in one colour: a shadow, or white for what was hit.
+picture tinted(const picture* image, colour fill);
+
 void draw_picture(picture* image, float x, float y);
 void draw_flipped(picture* image, float x, float y);
 
@@ -179,6 +193,27 @@ typedef struct {
 sheet load_sheet(const char* name, int cell_width, int cell_height);
 sheet make_sheet(picture image, int cell_width, int cell_height);
 void draw_cell(sheet* cells, int index, float x, float y, bool flipped);
+
+// --- Fonts of pixels: a sheet with the characters from the space to ~, as wide as they are drawn
+
+typedef struct {
+    sheet cells;
+    unsigned char widths[95];  // of the characters, in pixels
+    struct {
+        colour fill;
+        picture image;
+    } inks[8];  // the colours that were drawn with last
+    int next_ink;
+} font;
+
+// White letters on nothing. A pixel of room is left between them; a space is half a cell.
+font load_font(const char* name, int cell_width, int cell_height);
+font make_font(picture letters, int cell_width, int cell_height);
+// In lines at each \n, aligned as text_align says.
+__attribute__((format(printf, 5, 6))) void draw_words(font* letters, float x, float y, colour fill,
+                                                      const char* format, ...);
+__attribute__((format(printf, 2, 3))) int words_width(const font* letters, const char* format,
+                                                      ...);
 
 // --- Sprites: things that move and are animated
 
@@ -205,17 +240,29 @@ bool boxes_touch(float x0, float y0, float width0, float height0, float x1, floa
 
 // --- Tile maps
 
+enum {
+    TILE_OPEN,   // stops nothing
+    TILE_SOLID,  // stops everything
+    TILE_LEDGE   // stops what falls onto it
+};
+
 typedef struct {
     sheet* tiles;
-    int width, height;     // tiles
-    unsigned char* cells;  // the tile of each place and 1; 0 is empty
-    unsigned char solid[256];
+    int width, height;         // tiles
+    unsigned char* cells;      // the tile of each place and 1; 0 is empty
+    char* letters;             // what the rows say at each place
+    unsigned char solid[256];  // TILE_... of each tile
 } tile_map;
 
 // A row a text; a letter's place in `letters` is its tile, and others are empty. Letters of `solid`
 // stop what moves. The rows end with a null pointer.
 tile_map make_map(sheet* tiles, const char* const* rows, const char* letters, const char* solid);
+// The same with rows from a text file of the game. Without the file: a map of 0 by 0.
+tile_map load_map(sheet* tiles, const char* name, const char* letters, const char* solid);
 void free_map(tile_map* map);
+// The letter that the rows have at a column and a row, ' ' outside of them: where a hero starts or
+// a coin lies.
+char letter_at(const tile_map* map, int column, int row);
 // The tile at a column and a row, -1 empty.
 int tile_at(const tile_map* map, int column, int row);
 void set_tile(tile_map* map, int column, int row, int tile);
@@ -242,6 +289,9 @@ float camera_x(void);
 float camera_y(void);
 // What follows is drawn without it, until the next draw.
 void camera_off(void);
+// What follows moves by a part of the camera's way, so that it seems to be far off: 0.5 half of it,
+// 1 all of it again.
+void camera_part(float part);
 
 // --- Changes over time
 

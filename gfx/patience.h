@@ -1,0 +1,63 @@
+#pragma once
+// A record may say that 2^62 pixels lie on one another, and a blit may be made of as many copies of
+// one pixel. Such drawing takes days; it asks now and then whether it is to go on, so that the run
+// can be ended.
+
+#include <algorithm>
+
+#include "base/types.h"
+#include "gfx/bitmap.h"
+#include "gfx/slots.h"
+
+namespace moxi {
+
+constexpr u64 kPixelsBetweenQuestions = 1 << 22;  // some milliseconds
+
+// What a step costs that finds out where to draw: a copy of a tiling, a line, a step around an
+// ellipse.
+constexpr u64 kPixelsOfAStep = 64;
+
+// Pixels drawn since the last question, by whichever command.
+inline constinit u64 pixelsUnasked = 0;
+
+// Said before every piece of work whose length the module chooses, with the pixels that it touches
+// or what takes as long. False: the drawing is to be abandoned, and everybody who asks again before
+// it is over hears the same.
+inline bool MayDraw(u64 pixels) {
+    pixelsUnasked += pixels;
+    if (pixelsUnasked < kPixelsBetweenQuestions) [[likely]]
+        return true;
+    if (!gfxSlots.stillRunning()) {
+        pixelsUnasked = kPixelsBetweenQuestions;
+        return false;
+    }
+    pixelsUnasked = 0;
+    return true;
+}
+
+// The area from the top down in bands of whole rows, each announced.
+template <class Visit>
+void ForEachBand(const Area& area, Visit visit) {
+    const i64 width = area.right - area.left;
+    const i64 most = std::max<i64>(i64{kPixelsBetweenQuestions} / std::max<i64>(width, 1), 1);
+    for (i64 top = area.top; top < area.bottom; top += most) {
+        const Area band = {area.left, top, area.right, std::min(top + most, area.bottom)};
+        if (!MayDraw(static_cast<u64>(width * (band.bottom - band.top)))) return;
+        visit(band);
+    }
+}
+
+// The same in pieces of rows, for work on one pixel after the other.
+template <class Visit>
+void ForEachPiece(const Area& area, Visit visit) {
+    constexpr i64 kMost = 1 << 16;
+    for (i64 y = area.top; y < area.bottom; ++y) {
+        for (i64 left = area.left; left < area.right; left += kMost) {
+            const i64 count = std::min(kMost, area.right - left);
+            if (!MayDraw(static_cast<u64>(count))) return;
+            visit(left, y, static_cast<std::size_t>(count));
+        }
+    }
+}
+
+}  // namespace moxi

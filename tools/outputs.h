@@ -1,0 +1,25 @@
+#pragma once
+// The files that a tool's command line names for its results.
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace moxi {
+
+// What was built or installed with this program: `share/moxi` beside its own folder.
+std::string ToolShareFolder();
+
+// An output must replace neither a file that is read nor another output. "" or what is wrong;
+// `inputs` are called `what` then ("the input").
+std::string ConflictOfOutputs(const std::vector<std::string>& outputs,
+                              const std::vector<std::string>& inputs, const std::string& what);
+
+// After a failure nothing is left that could be taken for a result, not even of an earlier run.
+void RemoveOutputs(const std::vector<std::string>& outputs);
+
+// Writes a file; nothing where the path is empty. False after a line "TOOL: PATH: ...".
+bool WriteOutput(const char* tool, const std::string& path, const void* bytes, size_t size,
+                 std::ostream& err);
+
+}  // namespace moxi

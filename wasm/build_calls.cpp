@@ -1,0 +1,154 @@
+// Calls in a function's body: of functions, through the table, of what is imported.
+
+#include <algorithm>
+
+#include "wasm/body_builder.h"
+
+namespace moxi {
+
+namespace {
+
+OperandSize SizeOfNode(const Trees& trees, NodeId id) {
+    return SizeOf(trees[id].type);
+}
+
+}  // namespace
+
+// Takes the arguments from the stack: the first ones to the registers, the rest is pushed.
+void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& pushed) {
+    const u32 count = static_cast<u32>(type.parameters.size());
+    const u64 first = stack.size() - count;
+    std::vector<Operand> values(count);
+    for (u32 i = 0; i < count; ++i) {
+        const NodeId id = stack[first + i];
+        const bool stays = IsConstant(select.trees, id) && i < kArgumentRegisters;
+        values[i] = stays ? select.Source(id, SizeOfNode(select.trees, id))
+                          : InRegister(select.InVariable(id));
+    }
+    stack.resize(first);
+    registers = std::min(count, kArgumentRegisters);
+    pushed = 8 * (count - registers);
+    for (u32 i = count; i > registers; --i) {
+        select.One(OneOperand::Push, OperandSize::Quad, values[i - 1]);
+    }
+    for (u32 i = 0; i < registers; ++i) select.Put(i, type.parameters[i], values[i]);
+}
+
+void BodyBuilder::TakeResults(const FunctionType& type) {
+    for (u32 i = 0; i < type.results.size(); ++i) {
+        const Variable result = select.NewVariable();
+        const Operand from = i == 0 ? InRegister(kResultRegister)
+                                    : AtAddress(Base::Data, kResultCells + 8 * (i - 1));
+        select.Put(result, ValueType::I64, from);
+        PushVariable(type.results[i], result);
+    }
+}
+
+void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& type) {
+    moxi::Instruction instruction;
+    instruction.kind = Kind::CallRoutine;
+    const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
+    switch (target.service) {
+        case Service::None: break;
+        case Service::Linked: CallFunction(target.function, type); return;
+        case Service::Empty:
+            for (u64 i = 0; i < type.parameters.size(); ++i) select.Discard(Pop());
+            return;
+        case Service::Sys: {
+            const Operand block = argument(Pop());
+            // LEA adds where linear memory lies.
+            select.Two(TwoOperand::Lea, OperandSize::Byte, InRegister(kServiceBlock),
+                       AtIndex(block.variable, Base::Memory, 0));
+            instruction.kind = Kind::Service;
+            select.Emit(instruction);
+            const Variable result = select.NewVariable();
+            select.Put(result, ValueType::I64, InRegister(kServiceResult));
+            PushVariable(ValueType::I64, result);
+            return;
+        }
+        case Service::Setjmp: {
+            select.CallRoutine("moxi_setjmp", Pop(), nullptr);
+            code.instructions.back().isSetjmp = true;
+            code.callsSetjmp = true;
+            ++epoch;  // control comes back here with what locals have become since
+            const Variable result = select.NewVariable();
+            select.Put(result, ValueType::I64, InRegister(kResultRegister));
+            PushVariable(ValueType::I32, result);
+            return;
+        }
+        case Service::Longjmp: {
+            const NodeId value = Pop();
+            const NodeId buffer = Pop();
+            select.CallRoutine("moxi_longjmp", buffer, &value);
+            return;
+        }
+        case Service::Stop:
+            instruction.target = RoutineNumber(plan, "moxi_stop");
+            select.Emit(instruction);
+            return;
+        case Service::MemoryBase:
+        case Service::CartridgeBase: {
+            const bool isOwn = target.service == Service::MemoryBase;
+            const Variable result = select.NewVariable();
+            select.Put(result, ValueType::I32, Number(0, isOwn ? Base::Memory : Base::Cartridge));
+            PushVariable(ValueType::I32, result);
+            return;
+        }
+    }
+}
+
+void BodyBuilder::CallFunction(u32 number, const FunctionType& type) {
+    moxi::Instruction call;
+    call.kind = Kind::Call;
+    u32 registers = 0;
+    PassArguments(type, registers, call.pushed);
+    call.arguments = static_cast<u8>(registers);
+    call.target = number;
+    select.Emit(call);
+    TakeResults(type);
+}
+
+void BodyBuilder::Call(u32 callee) {
+    const Function& function = module.functions[callee];
+    const FunctionType& type = module.types[function.type];
+    SettleForCall();
+    code.hasCalls = true;
+    if (function.isImported) {
+        CallService(plan.imports[callee], type);
+    } else {
+        CallFunction(plan.functionBase + callee, type);
+    }
+}
+
+void BodyBuilder::CallIndirect(u32 typeIndex) {
+    const FunctionType& type = module.types[typeIndex];
+    const NodeId index = Pop();
+    SettleForCall();
+    code.hasCalls = true;
+    // The arguments come first: what they do goes before a trap of the call.
+    for (u64 i = stack.size() - type.parameters.size(); i < stack.size(); ++i) {
+        if (select.trees[stack[i]].traps) Settle(stack[i]);
+    }
+    const Variable number = select.InVariable(index);
+    select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), Number(plan.tableSize));
+    select.Branch(Condition::Ge, select.TrapLabel(Trap::UndefinedElement));
+    const Variable entry = select.NewVariable();
+    select.Put(entry, ValueType::I32, InRegister(number));
+    select.Two(TwoOperand::Lsl, OperandSize::Long, InRegister(entry), Number(3));
+    select.Two(TwoOperand::Cmp, OperandSize::Long, AtIndex(entry, Base::Data, plan.tableCell + 4),
+               Number(plan.typeNumbers[typeIndex]));
+    wrongEntries.push_back({select.NewLabel(), entry, select.function, select.origin});
+    select.Branch(Condition::Ne, wrongEntries.back().label);
+    const Variable address = select.NewVariable();
+    select.Put(address, ValueType::I32, AtIndex(entry, Base::Data, plan.tableCell));
+    moxi::Instruction call;
+    call.kind = Kind::CallRegister;
+    u32 registers = 0;
+    PassArguments(type, registers, call.pushed);
+    call.arguments = static_cast<u8>(registers);
+    call.a = InRegister(address);
+    select.Emit(call);
+    TakeResults(type);
+}
+
+}  // namespace moxi

@@ -1,0 +1,410 @@
+#include "wasm/debug_info.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+
+#include "wasm/dwarf.h"
+
+namespace moxi {
+
+namespace {
+
+enum class Tag : u64 {
+    FormalParameter = 0x05,
+    CompileUnit = 0x11,
+    Typedef = 0x16,
+    BaseType = 0x24,
+    ConstType = 0x26,
+    Enumeration = 0x04,
+    Pointer = 0x0F,
+    Reference = 0x10,
+    Subprogram = 0x2E,
+    Volatile = 0x35,
+    Restrict = 0x37,
+    RvalueReference = 0x42,
+    Atomic = 0x47,
+};
+
+enum class Attribute : u64 {
+    Location = 0x02,
+    Name = 0x03,
+    ByteSize = 0x0B,
+    LowPc = 0x11,
+    HighPc = 0x12,
+    Encoding = 0x3E,
+    FrameBase = 0x40,
+    Type = 0x49,
+    StrOffsetsBase = 0x72,
+    AddrBase = 0x73,
+};
+
+constexpr u64 kImplicitConst = 0x21;
+constexpr u64 kIndirect = 0x16;
+constexpr u32 kMostTypeSteps = 16;  // a chain of names for types that is longer goes in a ring
+constexpr u64 kMostArguments = 64;  // of a function
+
+struct Field {
+    u64 attribute = 0;
+    u64 form = 0;
+    i64 constant = 0;
+};
+
+struct Abbreviation {
+    u64 tag = 0;
+    bool hasChildren = false;
+    std::vector<Field> fields;
+};
+using Abbreviations = std::unordered_map<u64, Abbreviation>;
+
+// A form's value: a number, a text or a piece of the section.
+struct Value {
+    u64 number = 0;
+    std::string text;
+    std::string_view block;
+    bool isOffset = false;  // counts from another attribute
+};
+
+// An entry, as far as it matters here.
+struct Entry {
+    u64 tag = 0;
+    bool isEnd = false;  // of the children of an entry
+    bool hasChildren = false;
+    std::string name;
+    u64 low = 0;
+    u64 high = 0;
+    bool hasCode = false;
+    u64 type = 0;  // from the unit's start; 0 for none
+    u64 encoding = 0;
+    u64 bytes = 0;
+    std::string_view location;
+    std::string_view frameBase;
+};
+
+// What the units of a module share.
+struct Shared {
+    const Module& module;
+    std::string_view abbreviations = SectionOf(module, ".debug_abbrev");
+    std::string_view strings = SectionOf(module, ".debug_str");
+    std::string_view stringOffsets = SectionOf(module, ".debug_str_offsets");
+    std::string_view addresses = SectionOf(module, ".debug_addr");
+    std::map<u64, Abbreviations> tables{};  // by their offsets
+    // The tables lie one behind the other. If they lie in each other, somebody wants us to read
+    // for ever.
+    u64 left = 2 * abbreviations.size();
+    std::vector<DebugFunction> functions{};
+};
+
+struct UnitReader {
+    Shared& shared;
+    std::string_view unit;  // with its header
+    u32 version = 0;
+    u32 addressBytes = 4;
+    u64 stringsBase = 8;
+    u64 addressesBase = 8;
+    const Abbreviations* table = nullptr;
+
+    Value ReadValue(ByteCursor& cursor, u64 form, i64 constant) const;
+    void TakeField(Entry& entry, const Field& field, const Value& value);
+    bool ReadEntry(ByteCursor& cursor, Entry& entry);
+    std::string KindOf(u64 type);
+    void Run();
+    void Walk(ByteCursor cursor);
+};
+
+Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
+    Abbreviations table;
+    if (offset >= shared.abbreviations.size()) return table;
+    ByteCursor cursor = CursorOver(shared.abbreviations.substr(offset, shared.left));
+    const u64 whole = cursor.Left();
+    for (u64 code = ReadLeb(cursor); code != 0; code = ReadLeb(cursor)) {
+        Abbreviation row;
+        row.tag = ReadLeb(cursor);
+        row.hasChildren = cursor.Byte() != 0;
+        for (;;) {
+            Field field;
+            field.attribute = ReadLeb(cursor);
+            field.form = ReadLeb(cursor);
+            if (field.form == kImplicitConst) field.constant = ReadSignedLeb(cursor);
+            if (field.attribute == 0 && field.form == 0) break;
+            row.fields.push_back(field);
+        }
+        if (cursor.failed != nullptr) break;
+        table.emplace(code, std::move(row));
+    }
+    shared.left -= whole - cursor.Left();
+    return table;
+}
+
+u64 NumberOf(ByteCursor& cursor, u32 bytes) {
+    u64 value = 0;
+    for (u32 i = 0; i < bytes; ++i) value |= u64{cursor.Byte()} << (8 * i);
+    return value;
+}
+
+std::string_view Block(ByteCursor& cursor, u64 size) {
+    const u8* const at = cursor.Bytes(size);
+    if (cursor.failed != nullptr) return {};
+    return {reinterpret_cast<const char*>(at), size};
+}
+
+// The word number `index` of a table of words.
+u64 WordAt(std::string_view section, u64 base, u64 index) {
+    if (base > section.size() || index >= (section.size() - base) / 4) return 0;
+    ByteCursor cursor = CursorOver(section.substr(base + 4 * index));
+    return cursor.Word();
+}
+
+Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
+    Value value;
+    const auto text = [&](u64 index) {
+        return DwarfTextAt(shared.strings, WordAt(shared.stringOffsets, stringsBase, index));
+    };
+    const auto address = [&](u64 index) { return WordAt(shared.addresses, addressesBase, index); };
+    switch (form) {
+        case 0x01: value.number = NumberOf(cursor, addressBytes); break;              // addr
+        case 0x03: value.block = Block(cursor, NumberOf(cursor, 2)); break;           // block2
+        case 0x04: value.block = Block(cursor, NumberOf(cursor, 4)); break;           // block4
+        case 0x05:                                                                    // data2
+        case 0x12: value.number = NumberOf(cursor, 2), value.isOffset = true; break;  // ref2
+        case 0x06:                                                                    // data4
+        case 0x13:                                                                    // ref4
+        case 0x17: value.number = NumberOf(cursor, 4), value.isOffset = true; break;  // sec_offset
+        case 0x07:                                                                    // data8
+        case 0x14:                                                                    // ref8
+        case 0x20: value.number = NumberOf(cursor, 8), value.isOffset = true; break;  // ref_sig8
+        case 0x08: value.text = ReadDwarfText(cursor); break;                         // string
+        case 0x09:                                                                    // block
+        case 0x18: value.block = Block(cursor, ReadLeb(cursor)); break;               // exprloc
+        case 0x0A: value.block = Block(cursor, NumberOf(cursor, 1)); break;           // block1
+        case 0x0B:                                                                    // data1
+        case 0x0C:                                                                    // flag
+        case 0x11: value.number = NumberOf(cursor, 1), value.isOffset = true; break;  // ref1
+        case 0x0D: value.number = static_cast<u64>(ReadSignedLeb(cursor)); break;     // sdata
+        case 0x0E: value.text = DwarfTextAt(shared.strings, cursor.Word()); break;
+        case 0x0F:                                                                // udata
+        case 0x15:                                                                // ref_udata
+        case 0x22:                                                                // loclistx
+        case 0x23: value.number = ReadLeb(cursor), value.isOffset = true; break;  // rnglistx
+        case 0x10: cursor.Bytes(version <= 2 ? addressBytes : 4); break;          // ref_addr
+        case 0x19: value.number = 1; break;                                       // flag_present
+        case 0x1A: value.text = text(ReadLeb(cursor)); break;                     // strx
+        case 0x1B: value.number = address(ReadLeb(cursor)); break;                // addrx
+        case 0x1D: cursor.Word(); break;                                          // strp_sup
+        case 0x1E: cursor.Bytes(16); break;                                       // data16
+        case 0x1F: cursor.Word(); break;                                          // line_strp
+        case 0x1C: cursor.Word(); break;                                          // ref_sup4
+        case 0x24: cursor.Quad(); break;                                          // ref_sup8
+        case 0x25:
+        case 0x26:
+        case 0x27:
+        case 0x28: value.text = text(NumberOf(cursor, static_cast<u32>(form - 0x24))); break;
+        case 0x29:
+        case 0x2A:
+        case 0x2B:
+        case 0x2C: value.number = address(NumberOf(cursor, static_cast<u32>(form - 0x28))); break;
+        case kImplicitConst: value.number = static_cast<u64>(constant); break;
+        default: cursor.Fail("unknown form"); break;
+    }
+    return value;
+}
+
+void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value) {
+    switch (static_cast<Attribute>(field.attribute)) {
+        case Attribute::Name: entry.name = value.text; break;
+        case Attribute::Location: entry.location = value.block; break;
+        case Attribute::FrameBase: entry.frameBase = value.block; break;
+        case Attribute::ByteSize: entry.bytes = value.number; break;
+        case Attribute::Encoding: entry.encoding = value.number; break;
+        case Attribute::Type: entry.type = value.number; break;
+        case Attribute::LowPc:
+            entry.low = value.number;
+            entry.hasCode = true;
+            break;
+        case Attribute::HighPc:
+            // A length, unless it is an address like the lower one.
+            entry.high = value.isOffset ? entry.low + value.number : value.number;
+            break;
+        case Attribute::StrOffsetsBase:
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) stringsBase = value.number;
+            break;
+        case Attribute::AddrBase:
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) addressesBase = value.number;
+            break;
+    }
+}
+
+// False where nothing more makes sense.
+bool UnitReader::ReadEntry(ByteCursor& cursor, Entry& entry) {
+    entry = {};
+    const u64 code = ReadLeb(cursor);
+    if (cursor.failed != nullptr) return false;
+    entry.isEnd = code == 0;
+    if (entry.isEnd) return true;
+    const auto row = table->find(code);
+    if (row == table->end()) return false;
+    entry.tag = row->second.tag;
+    entry.hasChildren = row->second.hasChildren;
+    for (const Field& field : row->second.fields) {
+        u64 form = field.form;
+        if (form == kIndirect) form = ReadLeb(cursor);
+        TakeField(entry, field, ReadValue(cursor, form, field.constant));
+        if (cursor.failed != nullptr) return false;
+    }
+    return true;
+}
+
+std::string KindOfBase(const Entry& entry) {
+    constexpr u64 kBoolean = 2;
+    constexpr u64 kFloat = 4;
+    constexpr u64 kSigned = 5;
+    constexpr u64 kSignedChar = 6;
+    constexpr u64 kUnsigned = 7;
+    constexpr u64 kUnsignedChar = 8;
+    const bool isUsual =
+        entry.bytes == 1 || entry.bytes == 2 || entry.bytes == 4 || entry.bytes == 8;
+    if (!isUsual) return "block";
+    const std::string bits = std::to_string(8 * entry.bytes);
+    switch (entry.encoding) {
+        case kBoolean: return entry.bytes == 1 ? "bool" : "u" + bits;
+        case kFloat: return entry.bytes >= 4 ? "f" + bits : "block";
+        case kSignedChar:
+        case kUnsignedChar:
+            if (entry.name == "char") return "char";
+            return (entry.encoding == kSignedChar ? "i" : "u") + bits;
+        case kSigned: return "i" + bits;
+        case kUnsigned: return "u" + bits;
+        default: return "block";
+    }
+}
+
+// What a type is when all its names are taken away.
+std::string UnitReader::KindOf(u64 type) {
+    for (u32 steps = 0; steps < kMostTypeSteps && type != 0 && type < unit.size(); ++steps) {
+        ByteCursor cursor = CursorOver(unit.substr(type));
+        Entry entry;
+        if (!ReadEntry(cursor, entry) || entry.isEnd) break;
+        switch (static_cast<Tag>(entry.tag)) {
+            case Tag::BaseType: return KindOfBase(entry);
+            case Tag::Pointer:
+            case Tag::Reference:
+            case Tag::RvalueReference: return "pointer";
+            case Tag::Enumeration: return entry.bytes == 4 || entry.bytes == 0 ? "i32" : "block";
+            case Tag::Typedef:
+            case Tag::ConstType:
+            case Tag::Volatile:
+            case Tag::Restrict:
+            case Tag::Atomic: type = entry.type; break;
+            default: return "block";
+        }
+    }
+    return "block";
+}
+
+// The local that an expression names as the base of a frame: DW_OP_WASM_location 0, number,
+// DW_OP_stack_value.
+bool LocalOf(std::string_view expression, u32& local) {
+    ByteCursor cursor = CursorOver(expression);
+    if (cursor.Byte() != 0xED || cursor.Byte() != 0) return false;
+    const u64 number = ReadLeb(cursor);
+    if (cursor.failed != nullptr || number > 0xFFFFFFFF) return false;
+    local = static_cast<u32>(number);
+    return cursor.AtEnd() || cursor.Byte() == 0x9F;
+}
+
+// DW_OP_fbreg offset, and nothing else.
+bool OffsetOf(std::string_view expression, i64& offset) {
+    ByteCursor cursor = CursorOver(expression);
+    if (cursor.Byte() != 0x91) return false;
+    offset = ReadSignedLeb(cursor);
+    return cursor.failed == nullptr && cursor.AtEnd() && offset >= -0x80000000LL &&
+           offset <= 0x7FFFFFFF;
+}
+
+void UnitReader::Walk(ByteCursor cursor) {
+    const Module& module = shared.module;
+    Entry entry;
+    u32 depth = 0;
+    u32 functionDepth = 0;  // of the arguments of the function at hand; 0 outside of one
+    while (!cursor.AtEnd() && ReadEntry(cursor, entry)) {
+        if (entry.isEnd) {
+            if (depth == 0) return;
+            --depth;
+            if (depth < functionDepth) functionDepth = 0;
+            continue;
+        }
+        const auto tag = static_cast<Tag>(entry.tag);
+        if (tag == Tag::Subprogram && entry.hasCode && entry.hasChildren) {
+            DebugFunction function;
+            const u64 from = entry.low + module.codeOffset;
+            const u64 to = entry.high + module.codeOffset;
+            const bool isGood = entry.low != 0 && from < to && to <= module.bytes.size() &&
+                                LocalOf(entry.frameBase, function.frameBase);
+            functionDepth = isGood ? depth + 1 : 0;
+            function.from = static_cast<u32>(from);
+            function.to = static_cast<u32>(to);
+            if (isGood) shared.functions.push_back(std::move(function));
+        } else if (tag == Tag::FormalParameter && functionDepth != 0 && depth == functionDepth) {
+            DebugArgument argument;
+            DebugFunction& function = shared.functions.back();
+            if (OffsetOf(entry.location, argument.offset) && !entry.name.empty() &&
+                function.arguments.size() < kMostArguments) {
+                argument.name = entry.name;
+                argument.kind = KindOf(entry.type);
+                function.arguments.push_back(std::move(argument));
+            }
+        }
+        if (entry.hasChildren) ++depth;
+    }
+}
+
+void UnitReader::Run() {
+    ByteCursor cursor = CursorOver(unit);
+    cursor.Word();  // the length
+    version = ReadShort(cursor);
+    u64 abbreviations = 0;
+    if (version >= 5) {
+        if (cursor.Byte() != 1) return;  // of a kind that holds no code
+        addressBytes = cursor.Byte();
+        abbreviations = cursor.Word();
+    } else {
+        abbreviations = cursor.Word();
+        addressBytes = cursor.Byte();
+    }
+    if (cursor.failed != nullptr || version < 2 || version > 5) return;
+    if (addressBytes != 4 && addressBytes != 8) return;
+    const auto [found, isNew] = shared.tables.try_emplace(abbreviations);
+    if (isNew) found->second = ReadAbbreviations(shared, abbreviations);
+    table = &found->second;
+    Walk(cursor);
+}
+
+}  // namespace
+
+std::vector<DebugFunction> ReadDebugFunctions(const Module& module) {
+    Shared shared{module};
+    const std::string_view section = SectionOf(module, ".debug_info");
+    for (u64 at = 0; at + 4 < section.size();) {
+        ByteCursor cursor = CursorOver(section.substr(at));
+        const u64 size = u64{cursor.Word()} + 4;
+        if (size > section.size() - at) break;
+        UnitReader{shared, section.substr(at, size)}.Run();
+        at += size;
+    }
+    std::vector<DebugFunction> result = std::move(shared.functions);
+    std::erase_if(result, [](const DebugFunction& each) { return each.arguments.empty(); });
+    std::stable_sort(result.begin(), result.end(),
+                     [](const auto& a, const auto& b) { return a.from < b.from; });
+    return result;
+}
+
+const DebugFunction* FindDebugFunction(const std::vector<DebugFunction>& functions, u32 offset) {
+    const auto after =
+        std::upper_bound(functions.begin(), functions.end(), offset,
+                         [](u32 at, const DebugFunction& function) { return at < function.from; });
+    if (after == functions.begin()) return nullptr;
+    const DebugFunction& function = *(after - 1);
+    return offset < function.to ? &function : nullptr;
+}
+
+}  // namespace moxi
