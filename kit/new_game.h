@@ -1,7 +1,7 @@
 #pragma once
-// `moxi --new FOLDER [--c|--lua]`: a folder with the source of a small game, a script that builds it
-// and a game folder, to begin a game of one's own with. A game in Lua is not built: the folder itself
-// is the game, with Lua's runtime in it.
+// `moxi --new FOLDER [--c|--lua]`: a folder with the source of a small game, a script that builds
+// it and a game folder, to begin a game of one's own with. A game in Lua is not built: the folder
+// itself is the game, with Lua's runtime in it.
 
 #include <string>
 

@@ -27,7 +27,7 @@ _moxi() {
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --soundfont --full-screen --headless
             --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
-            --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --new --c" "$word"
+            --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --new --c --lua" "$word"
     else
         _moxi_files .MX "$word"
     fi

@@ -76,13 +76,12 @@ static int PictureField(lua_State* L) {
 static picture* PushLoaded(lua_State* L, const char* name) {
     picture* const image = (picture*)NewObject(L, kPicture, sizeof *image, 0);
     *image = load_picture(name);
-    if (image->bitmap == 0) {
-        // The heap may be full of pictures that nobody holds any more.
+    // The heap may be full of pictures that nobody holds any more. Of a file that is missing the
+    // host has told.
+    if (image->bitmap == 0 && moxi_file_size(name) != UINT32_MAX) {
         lua_gc(L, LUA_GCCOLLECT);
         *image = load_picture(name);
     }
-    if (image->bitmap == 0)
-        lua_writestringerror("load_picture: %s: there is no such picture\n", name);
     return image;
 }
 

@@ -20,8 +20,8 @@ bool LuaTemporaryName(char* name);
 #define LUA_TMPNAMBUFSIZE 32
 #define lua_tmpnam(name, failed) ((failed) = !LuaTemporaryName(name))
 
-// A stream that is not open for writing or reading says so: this C library gives no reason, and that of
-// something earlier would be told.
+// A stream that is not open for writing or reading says so: this C library gives no reason, and
+// that of something earlier would be told.
 #include <stdio.h>
 size_t LuaWrite(const void* data, size_t size, size_t count, FILE* file);
 size_t LuaRead(void* data, size_t size, size_t count, FILE* file);

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 
 #include "tests/cartridges/played.h"
@@ -33,8 +34,10 @@ std::string Input(u32 frame, const std::string& address, const std::string& byte
 TEST(CartridgeFrames, TheFirstOneRunsAtTheStartAndThenSixtyASecond) {
     const std::string cartridge = OwnCartridge("tones");
     EXPECT_EQ(PlayCartridge({.cartridge = cartridge, .milliseconds = 0}).frames, 1u);
-    const u32 minute = PlayCartridge({.cartridge = cartridge, .milliseconds = 60'000}).frames;
-    EXPECT_TRUE(minute == 3600 || minute == 3601) << minute;
+    const u32 seconds = kCheckedAccess ? 5 : 60;
+    const u32 frames =
+        PlayCartridge({.cartridge = cartridge, .milliseconds = seconds * 1000}).frames;
+    EXPECT_TRUE(frames == seconds * 60 || frames == seconds * 60 + 1) << frames;
 }
 
 TEST(CartridgeFrames, FiveMinutesAreEighteenThousand) {
@@ -46,20 +49,25 @@ TEST(CartridgeFrames, FiveMinutesAreEighteenThousand) {
 }
 
 TEST(CartridgeFrames, ThousandsOfKeysLoseNeitherFramesNorTheLastRelease) {
+    const u32 count = kCheckedAccess ? 300 : 3000;
+    const u32 seconds = kCheckedAccess ? 4 : 30;
     std::string script;
-    for (u32 i = 0; i < 3000; ++i) {
+    for (u32 i = 0; i < count; ++i) {
         const std::string time = std::to_string(100 + i * 8);
         script += time + " key-down 07 \"x\"\n" + time + " mouse-move " +
                   std::to_string(300 + i % 300) + " 300\n" + time + " key-up 07 \"x\"\n";
     }
     const Played played = PlayCartridge(
-        {.cartridge = OwnCartridge("inputs"), .milliseconds = 30'000, .script = script});
-    EXPECT_TRUE(played.frames == 1800 || played.frames == 1801) << played.frames;
+        {.cartridge = OwnCartridge("inputs"), .milliseconds = seconds * 1000, .script = script});
+    EXPECT_TRUE(played.frames == seconds * 60 || played.frames == seconds * 60 + 1)
+        << played.frames;
     EXPECT_EQ(played.memory[0x16], 0);
 }
 
 // --- Input
 
+// The run ends between two frames: what a frame draws at the very end of a run is not shown any
+// more.
 TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
     const std::string cartridge = OwnCartridge("inputs");
     const std::string script =
@@ -74,7 +82,7 @@ TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
         "500 mouse-up 1 10 599\n";
     const auto frame = [&](u32 time) { return FramesBefore(cartridge, script, time); };
     const Played played =
-        PlayCartridge({.cartridge = cartridge, .milliseconds = 700, .script = script});
+        PlayCartridge({.cartridge = cartridge, .milliseconds = 705, .script = script});
     // The picture is three times as large and begins at 260, 60.
     const Modelled model = ModelCartridge(
         cartridge, played.frames,
@@ -83,6 +91,7 @@ TEST(CartridgeInput, KeysOfBothPlayersAndThePointerReachTheNextFrame) {
          Input(frame(401), "30", "2"), Input(frame(450), "23", "64"), Input(frame(455), "23", "66"),
          Input(frame(500), "26", "172,255,179,0,0")});
     EXPECT_EQ(Difference(played.memory, model.memory), "");
+    EXPECT_EQ(ViewProblem(played), "");
 }
 
 TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
@@ -96,7 +105,10 @@ TEST(CartridgeInput, EachKeyOfTheTwoPlayersHasItsBit) {
                              {"7C", 0, 0x20}, {"7E", 0, 0x40}, {"7D", 0, 0x80}, {"30", 1, 1},
                              {"0C", 1, 2},    {"00", 1, 2},    {"01", 1, 0x10}, {"03", 1, 0x20},
                              {"0E", 1, 0x40}, {"02", 1, 0x80}};
-    for (const Key& key : kKeys) {
+    // Where each access is checked a run takes long, and a few of them show as much.
+    const size_t step = kCheckedAccess ? 7 : 1;
+    for (size_t i = 0; i < std::size(kKeys); i += step) {
+        const Key& key = kKeys[i];
         const Played played =
             PlayCartridge({.cartridge = OwnCartridge("tones"),
                            .milliseconds = 300,
@@ -134,7 +146,8 @@ TEST(CartridgeInput, ThePointerIsUnknownUntilItHasBeenOverThePicture) {
 
 TEST(CartridgeWindow, ThePictureIsAsManyTimesAsLargeAsFitsAndStandsInTheMiddle) {
     const std::string sizes[] = {"160 160", "161 330", "330 500", "479 900", "100 300", "1600 801"};
-    for (const std::string& size : sizes) {
+    for (size_t i = 0; i < std::size(sizes); i += kCheckedAccess ? 3 : 1) {
+        const std::string& size = sizes[i];
         for (const char* const name : {"shapes", "tones"}) {
             const Played played = PlayCartridge({.cartridge = OwnCartridge(name),
                                                  .milliseconds = 400,

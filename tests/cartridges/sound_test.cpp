@@ -58,6 +58,21 @@ TEST(CartridgeSound, EachChannelHasItsPitchLevelAndSide) {
     EXPECT_EQ(Peak(Part(all, 7.2, 7.5)), 0);
 }
 
+TEST(CartridgeSound, AToneRisesToItsPeakFallsToItsLevelAndFades) {
+    const Recording all = Listen("envelope", 3000);
+    // Half seconds from 0.5 on: up to 4,915, down to 40 % of it, which is 1,966, there, to 0. Each
+    // place is looked at for 10 ms, in which the level changes by 98 at most; a tone may be 12 ms
+    // late.
+    const auto level = [&](f64 time) { return Peak(Part(all, time - 0.005, time + 0.005)); };
+    EXPECT_EQ(level(0.45), 0);
+    EXPECT_NEAR(level(0.75), 2457, 220);
+    EXPECT_NEAR(level(1.01), 4915, 120);
+    EXPECT_NEAR(level(1.25), 3440, 140);
+    EXPECT_NEAR(level(1.75), 1966, 2);
+    EXPECT_NEAR(level(2.25), 983, 100);
+    EXPECT_EQ(level(2.6), 0);
+}
+
 TEST(CartridgeSound, ACutFromOneMixtureToTheNextIsNotHeard) {
     const Recording right = Side(Listen("held", 3000), 1);
     // 220 Hz at 8,191: 163 from one sample to the next, as loud at the cuts as between them. A cut

@@ -1,0 +1,1 @@
+local n = 2000000 local s = {} for i = 1, n do s[i] = true end for i = 2, n do if s[i] then for j = i * i, n, i do s[j] = false end end end local c = 0 for i = 2, n do if s[i] then c = c + 1 end end print(c)
