@@ -131,8 +131,8 @@ static void DrawTurn(box area, int side, moxi_colour ink) {
     DrawThickLine(&window, width, x + size * 6 / 10, y - rise / 2, x + size, y + rise / 3, ink);
     DrawThickLine(&window, width, x + size, y + rise / 3, x + size * 6 / 10, y + rise * 3 / 2, ink);
     DrawThickLine(&window, width, x + size * 6 / 10, y + rise * 3 / 2, x, y + rise * 3 / 2, ink);
-    const int head[] = {x - size * 13 / 10, y - rise / 2, x - size * 5 / 10, y - rise * 3 / 2,
-                        x - size * 5 / 10,  y + rise / 2};
+    const int head[] = {x - size * 13 / 10, y - rise / 2,      x - size * 5 / 10,
+                        y - rise * 3 / 2,   x - size * 5 / 10, y + rise / 2};
     FillPolygon(&window, head, 3, ink);
 }
 

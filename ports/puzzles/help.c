@@ -243,9 +243,9 @@ static void Draw(void) {
         DrawButton(TabBox(i), i == 0 ? catalogue[puzzle].name : labels[i],
                    i == pageNumber ? kButtonAccent : kButtonPlain);
     }
-    DrawScrollBar((box){window.width - unit * 3 / 4, Top() + 2, window.width - unit / 4,
-                        window.height - 2},
-                  contentHeight, window.height - Top(), scroll);
+    DrawScrollBar(
+        (box){window.width - unit * 3 / 4, Top() + 2, window.width - unit / 4, window.height - 2},
+        contentHeight, window.height - Top(), scroll);
 }
 
 static bool dragsBar;
@@ -297,7 +297,9 @@ static bool Key(int code, int held) {
         case MOXI_KEY_PAGE_DOWN: ScrollTo(scroll + screen); return true;
         case MOXI_KEY_HOME: ScrollTo(0); return true;
         case MOXI_KEY_END: ScrollTo(contentHeight); return true;
-        case MOXI_KEY_TAB: ShowPage(pageNumber + 1 < kPages ? pageNumber + 1 : puzzle < 0); return true;
+        case MOXI_KEY_TAB:
+            ShowPage(pageNumber + 1 < kPages ? pageNumber + 1 : puzzle < 0);
+            return true;
         default: return false;
     }
 }
