@@ -95,6 +95,11 @@ static void LayOutKeys(void) {
     if (width > 5 * unit) width = 5 * unit;
     const int fitting = window.width / width > 0 ? window.width / width : 1;
     const int rows = (keyCount + fitting - 1) / fitting, across = (keyCount + rows - 1) / rows;
+    // In a small window the puzzle needs the room.
+    if (rows * height > window.height / 5) {
+        keyCount = 0;
+        return;
+    }
     keysTop = StatusTop() - rows * height - unit / 4;
     const int left = (window.width - across * width) / 2;
     for (int i = 0; i < keyCount; ++i) {

@@ -210,7 +210,8 @@ static void DrawPage(void) {
 // --- The view
 
 static box TabBox(int index) {
-    static const int widths[kPages + 1] = {10, 9, 7, 6};
+    static const int ample[kPages + 1] = {10, 9, 7, 6}, scant[kPages + 1] = {7, 7, 5, 5};
+    const int* const widths = window.width > 34 * unit ? ample : scant;
     int left = unit / 2;
     for (int i = puzzle >= 0 ? 0 : 1; i < index; ++i) left += widths[i] * unit;
     if (index == kPages) left = window.width - widths[kPages] * unit - unit / 2;
