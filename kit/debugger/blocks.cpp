@@ -7,6 +7,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "kit/debugger/names.h"
 #include "kit/debugger/terminal.h"
 #include "kit/module_memory.h"
