@@ -1,9 +1,8 @@
 #pragma once
-
-namespace moxi {
-
 // What libraries write to standard error by themselves comes as lines of the system log, one for
 // one, so that nothing stands there but the program's own kinds of lines.
+
+namespace moxi {
 
 // Libraries' lines are kept from here on. What the program itself writes (base/log.h) is not
 // touched.

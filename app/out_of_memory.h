@@ -1,11 +1,10 @@
 #pragma once
-
-namespace moxi {
-
 // What happens when the host itself gets no memory: on the main thread the run ends with a fatal
 // message and status 1, its dumps written. Another thread gives up the piece of work at hand when
 // an operator new of ours fails, and ends the run in the same way, but without the box, when a
 // small allocation of a C library does.
+
+namespace moxi {
 
 // To be called first of all.
 void PrepareForOutOfMemory();

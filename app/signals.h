@@ -1,8 +1,7 @@
 #pragma once
+// The signals that ask a program to end, and those that must not end it.
 
 namespace moxi {
-
-// The signals that ask a program to end, and those that must not end it.
 
 // SIGTERM and SIGINT: the first asks the application to quit, as the menu's quit item does, and the
 // application may refuse; the next one ends the process at once. With `patience` (seconds, 0 for

@@ -13,7 +13,6 @@
 #include "desktop/events.h"
 #include "desktop/pango/pango_engine.h"
 #include "gfx/graphics_group.h"
-#include "gfx/slots.h"
 #include "host/delegate.h"
 #include "host/host_group.h"
 #include "host/keyboard.h"
@@ -34,9 +33,6 @@
 namespace moxi {
 
 namespace {
-
-// The user had to end a module that did not answer.
-constexpr int kForcedEnd = 1;
 
 constinit decltype(DesktopEvents::didFinishLaunching) launch = nullptr;
 
@@ -79,11 +75,6 @@ void WireRooms(const Options& options) {
     sysSlots.beforeFileChange = NarrowSandbox;
     sysSlots.deleteResource = DeleteInSandbox;
 
-    gfxSlots.stillRunning = [] {
-        if (desktop.endIsForced()) EndProcess(kForcedEnd);
-        return true;
-    };
-
     StartPangoText();
 
     desktopEvents = Recorded({
@@ -105,7 +96,11 @@ void WireRooms(const Options& options) {
         .windowDidExitFullScreen = moxiWindow::didExitFullScreenNotification,
         .windowWillStartLiveResize = moxiWindow::willStartLiveResizeNotification,
         .windowDidEndLiveResize = moxiWindow::didEndLiveResizeNotification,
-        .viewFrameDidChange = moxiView::frameDidChange,
+        .viewFrameDidChange =
+            [] {
+                moxiView::frameDidChange();
+                moxiWindow::didFrameChangeNotification();
+            },
         .drawRect = moxiView::drawRect,
         .keyDown = moxiView::keyDown,
         .keyUp = moxiView::keyUp,

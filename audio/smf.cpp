@@ -36,14 +36,14 @@ struct Reader {
 
     u32 BigEndian(u32 count) {
         u32 value = 0;
-        for (u32 i = 0; i < count; i++) value = value << 8 | Byte();
+        for (u32 i = 0; i < count; ++i) value = value << 8 | Byte();
         return value;
     }
 
     // A variable-length number, 7 bits a byte, at most 4 bytes.
     u32 Variable() {
         u32 value = 0;
-        for (u32 i = 0; i < 4; i++) {
+        for (u32 i = 0; i < 4; ++i) {
             const u8 byte = Byte();
             value = value << 7 | (byte & 0x7F);
             if (byte < 0x80) return value;
@@ -207,7 +207,7 @@ bool ReadSmf(std::span<const u8> bytes, SmfFile& file, std::string& reason) {
         if (reader.bad) return refuse("the file ends before its last track");
         if (!IsChunk(chunkId, "MTrk")) continue;
         if (!ReadTrack(chunk, file)) return refuse("a damaged track");
-        found++;
+        ++found;
     }
     // The sort keeps the order of what happens at the same tick.
     std::stable_sort(file.events.begin(), file.events.end(),

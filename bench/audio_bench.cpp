@@ -39,9 +39,9 @@ f64 Milliseconds(Clock::duration time) {
 // 16 tracks of chords, drums and controllers, 200 KB, some 10 minutes: far more than a game has.
 std::string LargePiece() {
     std::vector<std::string> tracks;
-    for (int channel = 0; channel < 16; channel++) {
+    for (int channel = 0; channel < 16; ++channel) {
         std::string events = Bytes({0, 0xC0 | channel, channel * 7});
-        for (int i = 0; events.size() < kFileSize / 16 - 30; i++) {
+        for (int i = 0; events.size() < kFileSize / 16 - 30; ++i) {
             const int key = 40 + (i * 5 + channel) % 40;
             events += NoteOn(0, key, 70, channel) + NoteOn(0, key + 4, 60, channel);
             events += Bytes({0, 0xB0 | channel, 10, i % 128});
@@ -73,7 +73,7 @@ void TimeStarts(const std::string& file) {
     InitFolders();
     std::ofstream(folder + "/LARGE.MID", std::ios::binary) << file;
     Times times;
-    for (int i = 0; i < 200; i++) {
+    for (int i = 0; i < 200; ++i) {
         const auto start = Clock::now();
         PlayMusic("LARGE.MID");
         times.all.push_back(Milliseconds(Clock::now() - start));
@@ -97,14 +97,14 @@ Callback RenderInTime(Renderer& renderer, f64 seconds) {
         std::chrono::duration<f64, std::milli>(kBufferMilliseconds));
     const int buffers = static_cast<int>(seconds * 1000 / kBufferMilliseconds);
     auto due = Clock::now();
-    for (int i = 0; i < buffers; i++) {
+    for (int i = 0; i < buffers; ++i) {
         std::this_thread::sleep_until(due);
         const auto start = Clock::now();
         Render(renderer, buffer.data(), kBufferFrames);
         const auto end = Clock::now();
         result.times.all.push_back(Milliseconds(end - start));
         due += period;
-        if (end > due) result.late++;
+        if (end > due) ++result.late;
     }
     return result;
 }

@@ -30,6 +30,7 @@
 #include "gfx/screen.h"
 #include "tests/gfx/reference_blit.h"
 #include "tests/gfx/reference_colour.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 

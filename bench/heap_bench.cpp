@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/bytes.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

@@ -19,6 +19,7 @@
 #include "gfx/image_files.h"
 #include "gfx/kernels.h"
 #include "sys/files.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 

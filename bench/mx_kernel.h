@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tools/asm/assembler.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/loader.h"
 #include "vm/machine.h"

@@ -36,9 +36,9 @@ struct SettingsFolder {
         folders.dataOverride = path;
         InitFolders();
         std::ofstream file(path + "/BIG.INI", std::ios::binary);
-        for (u32 section = 0; section < kSections; section++) {
+        for (u32 section = 0; section < kSections; ++section) {
             file << "[0x00000000=" << SectionName(section) << "]\n";
-            for (u32 key = 0; key < kKeys; key++) {
+            for (u32 key = 0; key < kKeys; ++key) {
                 file << KeyName(key) << "= " << section * key << " \"text " << key << "\"\n";
             }
         }
@@ -70,7 +70,7 @@ void ReadAndWrite10000Keys(benchmark::State& state) {
     LoadSettings("BIG.INI");
     u32 seed = 1;
     while (state.KeepRunning()) {
-        for (u32 access = 0; access < kAccesses; access++) {
+        for (u32 access = 0; access < kAccesses; ++access) {
             SelectSection(SectionName(Random(seed, kSections)));
             const std::string key = KeyName(Random(seed, kKeys));
             if (access % 2 == 0) {

@@ -16,6 +16,7 @@
 #include "gfx/draw_text.h"
 #include "gfx/kernels.h"
 #include "gfx/screen.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 

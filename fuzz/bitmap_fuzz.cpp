@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "desktop/pango/pango_engine.h"
 #include "fuzz/confine.h"
@@ -17,8 +18,8 @@
 #include "gfx/graphics_group.h"
 #include "gfx/image_files.h"
 #include "gfx/screen.h"
-#include "gfx/slots.h"
 #include "sys/files.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/slots.h"
@@ -102,7 +103,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     InitFolders();
     AllocateImage(kImageSize);
     StartPangoText();
-    gfxSlots = {[] { return ++looks < kDrawingLooks; }};
+    desktop.endIsForced = [] { return ++looks >= kDrawingLooks; };
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     return 0;
 }

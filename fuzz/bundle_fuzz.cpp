@@ -25,6 +25,7 @@
 #include "host/view.h"
 #include "host/window.h"
 #include "sys/files.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

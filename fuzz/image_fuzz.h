@@ -13,6 +13,7 @@
 #include "gfx/image_files.h"
 #include "sys/files.h"
 #include "sys/system_calls.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 

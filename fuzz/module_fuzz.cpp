@@ -15,6 +15,7 @@
 #include "app/wiring.h"
 #include "audio/music.h"
 #include "desktop/audio_out.h"
+#include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/folders.h"
 #include "desktop/headless/audio.h"
@@ -23,7 +24,6 @@
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
 #include "gfx/screen.h"
-#include "gfx/slots.h"
 #include "host/delegate.h"
 #include "host/keyboard.h"
 #include "host/menu.h"
@@ -36,6 +36,7 @@
 #include "sys/settings.h"
 #include "sys/time_group.h"
 #include "tools/asm/assembler.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
@@ -315,7 +316,7 @@ void WireHost() {
         if (!inMX) messageInstructions = 0;
         return flushScreen();
     };
-    gfxSlots.stillRunning = [] { return ++drawingLooks < kDrawingLooks; };
+    desktop.endIsForced = [] { return ++drawingLooks >= kDrawingLooks; };
     desktopEvents.screenshot = [](const std::string&) { return true; };
 }
 

@@ -17,6 +17,7 @@
 #include "sys/settings.h"
 #include "sys/settings_buffer.h"
 #include "sys/system_calls.h"
+#include "vm/guard.h"
 #include "vm/machine.h"
 #include "vm/slots.h"
 
@@ -82,7 +83,7 @@ void RunCommand(FuzzedDataProvider& input) {
     }
     Store<u32>(kHeaderR15, kBlock);
     Store<u32>(kBlock, 0x0800 + sub);
-    for (u32 i = 0; i < 3; i++) Store<u32>(kBlock + 4 + 4 * i, arguments[i]);
+    for (u32 i = 0; i < 3; ++i) Store<u32>(kBlock + 4 + 4 * i, arguments[i]);
     try {
         SysDispatch();
     } catch (const ProcessEnded&) {
@@ -119,7 +120,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     std::memset(image, 0, kImageSize);
     Store<u8>(kFirstText, 'x');
     LoadSettings("FILE.INI");
-    for (int steps = 0; steps < 200 && input.remaining_bytes() != 0; steps++) RunCommand(input);
+    for (int steps = 0; steps < 200 && input.remaining_bytes() != 0; ++steps) RunCommand(input);
     return 0;
 }
 

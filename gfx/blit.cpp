@@ -7,7 +7,6 @@
 #include "gfx/kernels.h"
 #include "gfx/kernels_pixel.h"
 #include "gfx/patience.h"
-#include "gfx/slots.h"
 #include "gfx/tiling.h"
 #include "vm/guard.h"
 
@@ -72,7 +71,7 @@ template <class Visit>
 void VisitShownPixels(const Copy& copy, Visit visit) {
     for (i64 y = copy.target.top; y < copy.target.bottom; ++y) {
         for (i64 x = copy.target.left; x < copy.target.right; ++x) {
-            if (!MayDraw(1)) return;
+            NoteDrawing(1);
             const u32 source =
                 LoadBytes<u32>(PixelAt(srcSelection, x + copy.toSourceX, y + copy.toSourceY));
             if (AlphaOf(source) == 0) continue;
@@ -110,7 +109,8 @@ bool IsNarrowTiling(const BlitWork& work) {
 }
 
 void RunNarrowTiling(const BlitWork& work) {
-    for (i64 y = work.visible.top; y < work.visible.bottom && MayDraw(kPixelsOfAStep); ++y) {
+    for (i64 y = work.visible.top; y < work.visible.bottom; ++y) {
+        NoteDrawing(kPixelsOfAStep);
         const Area row = {work.visible.left, y, work.visible.right, y + 1};
         ForEachTile(work.tiling, row, [&](i64 tileX, i64 tileY, const Area& part) {
             CopyArea({part, work.sourceX - tileX, work.sourceY - tileY}, work.invert);
@@ -158,8 +158,11 @@ bool RunOneCopy(const Area& visible, i64 toSourceX, i64 toSourceY, bool invert) 
 }
 
 // The copies go on beyond the limit, where they draw nothing, until the host ends.
-void PlaceCopiesForever() {
-    while (gfxSlots.stillRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+[[noreturn]] void PlaceCopiesForever() {
+    for (;;) {
+        AskWhetherToEnd();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 }  // namespace

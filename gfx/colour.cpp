@@ -68,7 +68,7 @@ void PaintArea(const Area& area, const SquareSide& across, const SquareSide& dow
             moving[i] = OrZero(1 - saturation * hue.slope);
         }
         for (i64 y = area.top; y < area.bottom; ++y) {
-            if (!MayDraw(count)) return;
+            NoteDrawing(count);
             kernels->hueRow(PixelAt(dstSelection, left, y), {low.data(), moving.data()}, count,
                             OrZero(down.Level(y)), hue.order);
         }
@@ -92,7 +92,8 @@ void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hueByte) 
         PaintArea(area, across, down, hue);
         return;
     }
-    for (i64 y = area.top; y < area.bottom && MayDraw(kPixelsOfAStep); ++y) {
+    for (i64 y = area.top; y < area.bottom; ++y) {
+        NoteDrawing(kPixelsOfAStep);
         PaintArea({area.left, y, area.right, y + 1}, across, down, hue);
     }
 }

@@ -4,7 +4,6 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/kernels.h"
-#include "gfx/line.h"
 #include "gfx/patience.h"
 #include "gfx/pixel.h"
 #include "vm/machine.h"
@@ -63,11 +62,13 @@ void Polyline(u32 handle, u32 points, u32 count, u32 colour) {
     Selection selection;
     if (PeekModuleBitmap(handle, selection)) {
         u32 pattern = LinePattern();
-        for (u32 i = 0; i + 1 < count && MayDraw(kPixelsOfAStep); ++i) {
+        for (u32 i = 0; i + 1 < count; ++i) {
+            NoteDrawing(kPixelsOfAStep);
             RequireLine(selection, ends(i), pattern);
         }
     }
-    for (u32 i = 0; i + 1 < count && MayDraw(kPixelsOfAStep); ++i) {
+    for (u32 i = 0; i + 1 < count; ++i) {
+        NoteDrawing(kPixelsOfAStep);
         const LineEnds line = ends(i);
         Line(handle, line.x1, line.y1, line.x2, line.y2, colour);
     }

@@ -10,6 +10,7 @@
 // draws nothing. Addresses are module addresses.
 
 #include "base/types.h"
+#include "gfx/bitmap.h"
 
 namespace moxi {
 
@@ -48,5 +49,18 @@ u32 SetLinePattern(u32 pattern);
 
 // Back to a solid line. For tests.
 void ResetLinePattern();
+
+// --- For operations that draw several lines and look first whether all of them stay in the image
+
+struct LineEnds {
+    i32 x1, y1, x2, y2;
+};
+
+// Ends the host with a memory fault where drawing the line would leave the image. `pattern` starts
+// as LinePattern() and goes on as the lines' pattern would.
+void RequireLine(const Selection& selection, const LineEnds& ends, u32& pattern);
+
+// The mask as it stands.
+u32 LinePattern();
 
 }  // namespace moxi

@@ -35,7 +35,8 @@ struct Painter {
 
     void Fill(i32 left, i32 right, i32 y) const {
         const Area span = Intersect({left, y, i64{right} + 1, i64{y} + 1}, clip);
-        if (span.Empty() || !MayDraw(static_cast<u64>(span.right - span.left))) return;
+        if (span.Empty()) return;
+        NoteDrawing(static_cast<u64>(span.right - span.left));
         kernels->fill(PixelAt(selection, span.left, y), 0,
                       static_cast<std::size_t>(span.right - span.left), 1, fillColour);
     }
@@ -85,7 +86,7 @@ void WalkEllipse(i32 x, i32 y, i32 w, i32 h, bool filled, const Sink& sink) {
     u32 e2 = aa / 4 + bb / 2 - (aa / 2) * halfHeight;
     u32 s = 0;
     while (bottom > top) {
-        if (!MayDraw(kPixelsOfAStep)) return;
+        NoteDrawing(kPixelsOfAStep);
         bool fillRows = false;
         if (IsNegative(e2)) {
             e2 += p + s;

@@ -6,7 +6,6 @@
 #include "gfx/bitmap.h"
 #include "gfx/draw.h"
 #include "gfx/kernels.h"
-#include "gfx/line.h"
 #include "gfx/patience.h"
 #include "gfx/pixel.h"
 #include "vm/guard.h"
@@ -41,7 +40,7 @@ void WalkLine(Walk walk, Visit visit) {
     constexpr i64 kMostSteps = 4096;
     while (walk.count > 0) {
         const i64 steps = std::min(walk.count, kMostSteps);
-        if (!MayDraw(static_cast<u64>(steps))) return;
+        NoteDrawing(static_cast<u64>(steps));
         walk.count -= steps;
         for (i64 step = 0; step < steps; ++step) {
             visit(walk.x, walk.y);
@@ -95,7 +94,7 @@ void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
     }
     const BlendColour blend = PrepareBlend(colour);
     if (walk.majorX == 1 && walk.minorY == 0 && linePattern == kSolidLine) {
-        if (!MayDraw(static_cast<u64>(walk.count))) return;
+        NoteDrawing(static_cast<u64>(walk.count));
         kernels->fill(PixelAt(selection, walk.x, walk.y), 0, static_cast<std::size_t>(walk.count),
                       1, colour);
         return;

@@ -1,13 +1,14 @@
 #pragma once
 // A record may say that 2^62 pixels lie on one another, and a blit may be made of as many copies of
-// one pixel. Such drawing takes days; it asks now and then whether it is to go on, so that the run
-// can be ended.
+// one pixel. Such drawing takes days; it asks now and then whether the run
+// is to end.
 
 #include <algorithm>
 
 #include "base/types.h"
+#include "desktop/desktop.h"
 #include "gfx/bitmap.h"
-#include "gfx/slots.h"
+#include "vm/diagnostics.h"
 
 namespace moxi {
 
@@ -20,19 +21,19 @@ constexpr u64 kPixelsOfAStep = 64;
 // Pixels drawn since the last question, by whichever command.
 inline constinit u64 pixelsUnasked = 0;
 
+// The run ends here when the user no longer waits for it.
+inline void AskWhetherToEnd() {
+    if (desktop.endIsForced()) EndProcess(kForcedEnd);
+}
+
 // Said before every piece of work whose length the module chooses, with the pixels that it touches
-// or what takes as long. False: the drawing is to be abandoned, and everybody who asks again before
-// it is over hears the same.
-inline bool MayDraw(u64 pixels) {
+// or what takes as long.
+inline void NoteDrawing(u64 pixels) {
     pixelsUnasked += pixels;
     if (pixelsUnasked < kPixelsBetweenQuestions) [[likely]]
-        return true;
-    if (!gfxSlots.stillRunning()) {
-        pixelsUnasked = kPixelsBetweenQuestions;
-        return false;
-    }
+        return;
     pixelsUnasked = 0;
-    return true;
+    AskWhetherToEnd();
 }
 
 // The area from the top down in bands of whole rows, each announced.
@@ -42,7 +43,7 @@ void ForEachBand(const Area& area, Visit visit) {
     const i64 most = std::max<i64>(i64{kPixelsBetweenQuestions} / std::max<i64>(width, 1), 1);
     for (i64 top = area.top; top < area.bottom; top += most) {
         const Area band = {area.left, top, area.right, std::min(top + most, area.bottom)};
-        if (!MayDraw(static_cast<u64>(width * (band.bottom - band.top)))) return;
+        NoteDrawing(static_cast<u64>(width * (band.bottom - band.top)));
         visit(band);
     }
 }
@@ -54,7 +55,7 @@ void ForEachPiece(const Area& area, Visit visit) {
     for (i64 y = area.top; y < area.bottom; ++y) {
         for (i64 left = area.left; left < area.right; left += kMost) {
             const i64 count = std::min(kMost, area.right - left);
-            if (!MayDraw(static_cast<u64>(count))) return;
+            NoteDrawing(static_cast<u64>(count));
             visit(left, y, static_cast<std::size_t>(count));
         }
     }

@@ -103,7 +103,7 @@ u32 AverageAnyBox(const Box& box) {
     for (i64 y = present.top; y < present.bottom; ++y) {
         const i64 height = std::min((y + 1) * kUnit, box.bottom) - std::max(y * kUnit, box.top);
         for (i64 x = present.left; x < present.right; ++x) {
-            if (!MayDraw(1)) return 0;
+            NoteDrawing(1);
             const i64 width = std::min((x + 1) * kUnit, box.right) - std::max(x * kUnit, box.left);
             average.Add(LoadBytes<u32>(PixelAt(srcSelection, x, y)),
                         static_cast<u64>(width * height));
@@ -125,7 +125,7 @@ struct ScaleWork {
                 const i64 top = down.Edge(y - tileY);
                 const i64 bottom = down.Edge(y - tileY + 1);
                 for (i64 x = part.left; x < part.right; ++x) {
-                    if (!MayDraw(kPixelsOfAStep)) return;
+                    NoteDrawing(kPixelsOfAStep);
                     const u32 colour = AverageAnyBox(
                         {across.Edge(x - tileX), top, across.Edge(x - tileX + 1), bottom});
                     if (AlphaOf(colour) == 0) continue;
@@ -140,7 +140,7 @@ struct ScaleWork {
     void DrawRows() const {
         ForEachTile(tiling, visible, [&](i64 tileX, i64 tileY, const Area& part) {
             for (i64 left = part.left; left < part.right; left += kColumns) {
-                if (!MayDraw(kPixelsOfAStep)) return;
+                NoteDrawing(kPixelsOfAStep);
                 DrawColumns(left, std::min(left + kColumns, part.right), tileX, tileY, part);
             }
         });
@@ -171,7 +171,7 @@ struct ScaleWork {
         for (i64 y = part.top; y < part.bottom; ++y) {
             const i64 start = down.Edge(y - tileY);
             const Cells bands = SplitIntoCells(start, down.Edge(y - tileY + 1));
-            if (!MayDraw((bands.count + 1) * sourceColumns)) return;
+            NoteDrawing((bands.count + 1) * sourceColumns);
             const BoxRow row = {PixelAt(srcSelection, firstPixel, start >> kUnitBits),
                                 srcSelection.stride,
                                 bands.count,

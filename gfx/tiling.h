@@ -44,7 +44,7 @@ void ForEachTile(const Tiling& tiling, const Area& visible, Visit visit) {
     const i64 firstY = visible.top - (visible.top - tiling.y) % tiling.height;
     for (i64 y = firstY; y < visible.bottom; y += tiling.height) {
         for (i64 x = firstX; x < visible.right; x += tiling.width) {
-            if (!MayDraw(kPixelsOfAStep)) return;
+            NoteDrawing(kPixelsOfAStep);
             visit(x, y, Intersect({x, y, x + tiling.width, y + tiling.height}, visible));
         }
     }

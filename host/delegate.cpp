@@ -68,15 +68,6 @@ void ScreenSetup() {
 
 }  // namespace
 
-ViewSize ComputeDesktopExtent() {
-    ViewSize extent;
-    for (const Screen& screen : desktop.screens()) {
-        extent.width += screen.frame.width;
-        extent.height = std::max(extent.height, screen.frame.height);
-    }
-    return extent;
-}
-
 void moxiAppDelegate::init() {
     desktop.createWindow({100, 100, 1000, 600});
     desktop.setWindowTitle(folders.gameName.c_str());

@@ -11,9 +11,6 @@ extern u32 visibleWidth;  // the main screen's visible frame, as the screen set-
 extern u32 visibleHeight;
 extern u64 startTime;  // milliseconds, at the end of start-up
 
-// The sum of all screens' widths and the greatest screen height.
-ViewSize ComputeDesktopExtent();
-
 struct moxiAppDelegate {
     static void init();
     static void applicationDidFinishLaunching();

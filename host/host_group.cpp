@@ -137,7 +137,7 @@ u32 GetVersion(u32 address) {
     return packed;
 }
 
-std::string DataFolder() {
+std::string DataFolderWithSlash() {
     const char* const path = BuildPath("", true);
     return path != nullptr ? path : "";
 }
@@ -155,7 +155,7 @@ void CallWindowService(u32 command, u32 a0) {
 
 void CallTextService(u32 command, u32 a0) {
     switch (command) {
-        case SYS_DATA_FOLDER: CopyText(a0, DataFolder()); break;
+        case SYS_DATA_FOLDER: CopyText(a0, DataFolderWithSlash()); break;
         case SYS_BUNDLE_PATH: CopyText(a0, folders.bundle); break;
         case SYS_VERSION: SetResult(GetVersion(a0)); break;
         case SYS_COMMAND_KEY_NAME: CopyText(a0, "Cmd"); break;

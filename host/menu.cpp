@@ -163,6 +163,22 @@ void ReleaseMenuKeys() {
     takenKeys.reset();
 }
 
+void moxiView::keyDown(u8 code, const std::string& text) {
+    if (!PerformKeyEquivalent(code, text)) KeyDown(code, text);
+}
+
+void moxiView::keyUp(u8 code, const std::string& text) {
+    ReleaseMenuKey(code);
+    KeyUp(code, text);
+}
+
+void moxiView::flagsChanged(bool shift, bool command, bool option) {
+    const u32 now =
+        (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
+    if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
+    FlagsChanged(shift, command, option);
+}
+
 void ResetMenu() {
     menuItems.clear();
     takenKeys.reset();

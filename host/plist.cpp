@@ -6,8 +6,12 @@
 
 namespace moxi {
 
+namespace {
+
 // A list names a game or a menu.
-static constexpr u64 kLargestList = 16 << 20;
+constexpr u64 kLargestList = 16 << 20;
+
+}  // namespace
 
 bool LoadPlist(const std::string& path, pugi::xml_document& document, pugi::xml_node& dictionary) {
     std::string bytes;

@@ -12,10 +12,10 @@ namespace moxi {
 namespace {
 
 constexpr u32 kIdleTicksPerMessage = 16;
-constexpr u32 kCollapsedWidth = 10;
+constexpr u32 kCollapsedWindow = 10;
 
 void CheckForCollapse() {
-    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWidth)) return;
+    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWindow)) return;
     // The minimum-size rule turns this into its default frame.
     requestedGeometry = {.x = 100,
                          .y = 500,

@@ -4,11 +4,8 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
-#include "host/keyboard.h"
-#include "host/menu.h"
 #include "host/queue.h"
 #include "host/session.h"
-#include "host/window.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"
 
@@ -34,7 +31,6 @@ void moxiView::frameDidChange() {
         ResizeViewBuffer(viewBuffer, size.width, size.height);
     }
     knownHeight = size.height;
-    moxiWindow::didFrameChangeNotification();
 }
 
 void moxiView::drawRect(ViewRect rect) {
@@ -49,22 +45,6 @@ void moxiView::drawRect(ViewRect rect) {
         presentNotify = false;
         PostMessage(MSG_PRESENTED, 0, 0, 0);
     }
-}
-
-void moxiView::keyDown(u8 code, const std::string& text) {
-    if (!PerformKeyEquivalent(code, text)) KeyDown(code, text);
-}
-
-void moxiView::keyUp(u8 code, const std::string& text) {
-    ReleaseMenuKey(code);
-    KeyUp(code, text);
-}
-
-void moxiView::flagsChanged(bool shift, bool command, bool option) {
-    const u32 now =
-        (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
-    if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
-    FlagsChanged(shift, command, option);
 }
 
 bool FlushDirtyRect() {

@@ -14,7 +14,7 @@ struct moxiView {
     static void init();
     static void frameDidChange();
     static void drawRect(ViewRect rect);
-    // The menu's key equivalents are taken before the module sees the key.
+    // In host/menu: its key equivalents are taken before the module sees the key.
     static void keyDown(u8 code, const std::string& text);
     static void keyUp(u8 code, const std::string& text);
     static void flagsChanged(bool shift, bool command, bool option);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "host/delegate.h"
 #include "host/queue.h"
 #include "host/session.h"
 #include "host/view.h"
@@ -16,7 +15,7 @@ namespace {
 constexpr WindowGeometry kCreationGeometry = {100, 100, 1000, 600, false};
 constexpr u32 kMinimumWidth = 600;
 constexpr u32 kMinimumHeight = 400;
-constexpr i32 kCollapsedWidth = 20;
+constexpr i32 kLeastWidthAfterFullScreen = 20;
 
 constinit u16 reportedWidth = 1000;  // the last size sent by the frame-change handler
 constinit u16 reportedHeight = 600;
@@ -84,6 +83,15 @@ constinit bool fullScreenTransition = false;
 constinit bool miniaturized = false;
 constinit bool programmaticResize = false;
 constinit bool titleGuard = false;
+
+ViewSize ComputeDesktopExtent() {
+    ViewSize extent;
+    for (const Screen& screen : desktop.screens()) {
+        extent.width += screen.frame.width;
+        extent.height = std::max(extent.height, screen.frame.height);
+    }
+    return extent;
+}
 
 void ApplyWindowGeometry() {
     if (requestedGeometry.width == 0 || requestedGeometry.height == 0) {
@@ -203,7 +211,7 @@ void moxiWindow::willExitFullScreenNotification() {}
 
 void moxiWindow::didExitFullScreenNotification() {
     ReadFullScreenState();
-    if (desktop.viewSize().width < kCollapsedWidth) {
+    if (desktop.viewSize().width < kLeastWidthAfterFullScreen) {
         const ViewSize extent = ComputeDesktopExtent();
         const i32 margin = extent.height * 15 / 100;
         desktop.setWindowFrame(

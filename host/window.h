@@ -29,6 +29,9 @@ extern bool titleGuard;          // the same, while the title is set
 
 // --- Operations
 
+// The sum of all screens' widths and the greatest screen height.
+ViewSize ComputeDesktopExtent();
+
 // Makes the window asked for real: a zero size takes the last good geometry, a size below
 // 600 x 400 becomes 600 x 400 at (30, 20). Nothing is applied before the launch is complete.
 void ApplyWindowGeometry();

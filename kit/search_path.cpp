@@ -24,7 +24,7 @@ bool WriteAt(std::fstream& file, u64 offset, const T& value) {
     return static_cast<bool>(file.write(reinterpret_cast<const char*>(&value), sizeof value));
 }
 
-std::fstream OpenFile(const std::string& path) {
+std::fstream OpenProgram(const std::string& path) {
     return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary);
 }
 
@@ -114,7 +114,7 @@ std::string AddSearchPath(std::fstream& file, Dynamic& dynamic, const std::strin
 }  // namespace
 
 void DropSearchPath(const std::string& library) {
-    std::fstream file = OpenFile(library);
+    std::fstream file = OpenProgram(library);
     Dynamic dynamic;
     if (!ReadDynamic(file, dynamic)) return;
     for (const i64 tag : {i64{DT_RUNPATH}, i64{DT_RPATH}}) {
@@ -127,7 +127,7 @@ void DropSearchPath(const std::string& library) {
 }
 
 std::string SetSearchPath(const std::string& program, const std::string& folder) {
-    std::fstream file = OpenFile(program);
+    std::fstream file = OpenProgram(program);
     Dynamic dynamic;
     if (!ReadDynamic(file, dynamic)) return program + ": no program";
     if (dynamic.Find(DT_RPATH) != nullptr) return "";

@@ -53,7 +53,7 @@ struct Descriptor {
 
 // A name is relative to the folder, also with a "/" at its start.
 const char* Relative(const char* name) {
-    while (*name == '/') name++;
+    while (*name == '/') ++name;
     return *name == 0 ? "." : name;
 }
 

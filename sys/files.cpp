@@ -23,9 +23,6 @@ namespace moxi {
 
 namespace {
 
-// The studio's folder inside the user's application support folder.
-constexpr const char* kStudioFolder = "Quillmoss Software";
-
 // One of the two folders that names are resolved in. It is opened when it is first needed and stays
 // open: names are looked up beneath what is open here.
 struct Root {
@@ -189,18 +186,6 @@ void InitFolders() {
     ResetQuota();
     const std::string data = DataFolder();
     dataRoot.Set(data.empty() || data.back() == '/' ? data : data + "/");
-}
-
-std::string DataFolderOfAll() {
-    if (!folders.dataOverride.empty()) return folders.dataOverride;
-    // Without a support folder the data lies in the process's current folder.
-    return folders.support.empty() ? "" : folders.support + "/" + kStudioFolder;
-}
-
-std::string DataFolder() {
-    std::string all = DataFolderOfAll();
-    if (all.empty() || !folders.dataOverride.empty()) return all;
-    return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
 
 const char* BesideMusic(const char* name) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/types.h"
+#include "sys/data_folder.h"
 
 namespace moxi {
 
@@ -30,13 +31,6 @@ constexpr u32 kKindFolder = 2;
 
 // Works out the folder names from `folders`. Called once at start-up, before the module is loaded.
 void InitFolders();
-
-// The game's data folder as `folders` has it, without a trailing "/"; "" is the current folder. It
-// need not exist.
-std::string DataFolder();
-
-// The folder that all games' data folders lie in, or the one data folder that was named.
-std::string DataFolderOfAll();
 
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its
 // "../": the music lies beside the other files. Null when the path does not fit. The text is valid

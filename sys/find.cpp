@@ -38,15 +38,15 @@ constexpr u8 Lowered(char c) {
 
 bool SameName(const char* a, const char* b) {
     while (*a != 0 && Lowered(*a) == Lowered(*b)) {
-        a++;
-        b++;
+        ++a;
+        ++b;
     }
     return *a == 0 && *b == 0;
 }
 
 u32 HashSlot(const char* name) {
     u32 hash = 2166136261u;
-    for (; *name != 0; name++) hash = (hash ^ Lowered(*name)) * 16777619u;
+    for (; *name != 0; ++name) hash = (hash ^ Lowered(*name)) * 16777619u;
     return (hash ^ (hash >> 16)) % kHashSlots;
 }
 
@@ -136,7 +136,7 @@ void ListFolder(const char* name, bool inDataFolder) {
         if (node == nullptr) continue;
         node->next = found;
         found = node;
-        count++;
+        ++count;
     }
     closedir(folder);
     found = TakeSorted(found, count);
@@ -187,8 +187,8 @@ bool MatchWildcard(const char* name, const char* pattern) {
             starPattern = ++pattern;
             starName = name;
         } else if (*pattern != 0 && (*pattern == '?' || Lowered(*pattern) == Lowered(*name))) {
-            pattern++;
-            name++;
+            ++pattern;
+            ++name;
         } else if (starPattern != nullptr) {
             pattern = starPattern;
             name = ++starName;

@@ -43,7 +43,7 @@ void PutRun(Sink& sink, char c, u64 count) {
 // Reads digits at `p` and moves it past them.
 u64 ParseCount(const char*& p, bool& representable) {
     u64 count = 0;
-    for (; *p >= '0' && *p <= '9'; p++) {
+    for (; *p >= '0' && *p <= '9'; ++p) {
         count = count * 10 + static_cast<u64>(*p - '0');
         if (count > INT_MAX) {
             count = INT_MAX;
@@ -56,7 +56,7 @@ u64 ParseCount(const char*& p, bool& representable) {
 Conversion ParseConversion(const char* percent) {
     Conversion conversion;
     const char* p = percent + 1;
-    for (;; p++) {
+    for (;; ++p) {
         if (*p == '-') {
             conversion.left = true;
         } else if (*p == '+') {
@@ -74,25 +74,25 @@ Conversion ParseConversion(const char* percent) {
     conversion.width = ParseCount(p, conversion.representable);
     if (*p == '*') {
         conversion.representable = false;
-        p++;
+        ++p;
     }
     if (*p == '.') {
-        p++;
+        ++p;
         conversion.hasPrecision = true;
         conversion.precision = ParseCount(p, conversion.representable);
         if (*p == '*') {
             conversion.representable = false;
-            p++;
+            ++p;
         }
     }
     const char* const modifier = p;
     if (*p == 'h' || *p == 'l')
         p += p[1] == *p ? 2 : 1;
     else if (*p == 'j' || *p == 'z' || *p == 't')
-        p++;
+        ++p;
     conversion.modifier = {modifier, static_cast<std::size_t>(p - modifier)};
     conversion.type = *p;
-    if (*p != 0) p++;
+    if (*p != 0) ++p;
     conversion.length = static_cast<std::size_t>(p - percent);
     return conversion;
 }

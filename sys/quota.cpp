@@ -12,7 +12,7 @@
 
 #include "base/log.h"
 #include "desktop/folders.h"
-#include "sys/files.h"
+#include "sys/data_folder.h"
 
 namespace moxi {
 

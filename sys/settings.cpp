@@ -130,7 +130,7 @@ int DigitValue(u8 c) {
 ParsedNumber ParseNumber(Place place) {
     place = SkipBlanks(place);
     const bool negative = SettingsByte(place) == '-';
-    if (negative) place++;
+    if (negative) ++place;
     if (DigitValue(SettingsByte(place)) > 9) return {false, 0, place};
     u32 base = 10;
     if (SettingsByte(place) == '0') {
@@ -142,7 +142,7 @@ ParsedNumber ParseNumber(Place place) {
         }
     }
     u32 value = 0;
-    for (;; place++) {
+    for (;; ++place) {
         const u32 digit = static_cast<u32>(DigitValue(SettingsByte(place)));
         if (digit >= base) break;
         value = value * base + digit;
@@ -160,7 +160,7 @@ u32 Checksum(Place section, u64 length) {
     for (; i + 4 <= length; i += 4) sum += LoadBytes<u32>(bytes + i);
     u32 tail = 0;
     // The sign of a trailing byte fills the upper bits: files carry sums that were made this way.
-    for (; i < length; i++) tail = tail << 8 | static_cast<u32>(i32{static_cast<i8>(bytes[i])});
+    for (; i < length; ++i) tail = tail << 8 | static_cast<u32>(i32{static_cast<i8>(bytes[i])});
     return sum + tail;
 }
 
@@ -168,12 +168,12 @@ u32 Checksum(Place section, u64 length) {
 Place ScanSectionEnd(Place section) {
     Place place = section + kHeaderEquals;
     bool quoted = false;
-    for (;; place++) {
+    for (;; ++place) {
         const u8 c = SettingsByte(place);
         if (c == 0 || (c == '[' && !quoted)) return place;
         if (c == '"') quoted = !quoted;
         // Only a backslash before a quote counts; one before a backslash does not.
-        if (quoted && c == '\\' && SettingsByte(place + 1) == '"') place++;
+        if (quoted && c == '\\' && SettingsByte(place + 1) == '"') ++place;
     }
 }
 
@@ -383,7 +383,7 @@ SettingsText NextSectionName(u32 size) {
     currentSection = next;
     position = kNoPlace;
     std::string name;
-    for (Place place = next + kHeaderName;; place++) {
+    for (Place place = next + kHeaderName;; ++place) {
         const u8 c = SettingsByte(place);
         if (c == ']' && name.size() < size) return {static_cast<u32>(name.size()), name};
         if (c == ']' || c == 0 || u64{name.size()} + 1 >= size) return {kBadSettingsText, name};
@@ -466,7 +466,7 @@ SettingsText ReadString(u32 size) {
     if (SettingsByte(position) != '"') return {0, {}};
     std::string text;
     Place place = position + 1;
-    for (;; place++) {
+    for (;; ++place) {
         u8 c = SettingsByte(place);
         if (c == '"') break;
         if (u64{text.size()} + 1 >= size) return {kBadSettingsText, text};
@@ -497,7 +497,7 @@ SettingsText ReadRawLine(u32 size) {
     std::string line;
     Place place = position;
     while (!EndsLine(SettingsByte(place)) && u64{line.size()} + 1 < size) {
-        if (SettingsByte(place) == '\\' && SettingsByte(place + 1) != 0) place++;
+        if (SettingsByte(place) == '\\' && SettingsByte(place + 1) != 0) ++place;
         line += static_cast<char>(SettingsByte(place++));
     }
     const bool whole = IsLineEnd(SettingsByte(place)) && size != 0;

@@ -65,7 +65,7 @@ void CopyString(u32 destination, u32 source) {
 i32 CompareStrings(u32 a, u32 b) {
     const u32 higher = a > b ? a : b;
     const u32 room = higher < imageSize ? imageSize - higher : 0;
-    for (u32 i = 0; i < room; i++) {
+    for (u32 i = 0; i < room; ++i) {
         const i32 first = image[a + i];
         const i32 second = image[b + i];
         if (first != second) return first - second;

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "base/types.h"
-#include "vm/guard.h"
+#include "vm/fault.h"
 #include "vm/machine.h"
 #include "vm/opcodes.h"
 

@@ -36,7 +36,6 @@ constinit char messageBuffer[kMessageBufferSize] = {};
 constinit std::atomic<u32> smFLAG = 0;
 
 constexpr u32 kBoxesWithoutEnd = 2;
-constexpr int kForcedEnd = 1;
 constinit u32 boxesOfMessage = 0;
 
 void ShowMessageBuffer() {

@@ -26,6 +26,9 @@ void CountBoxesAnew();
 // them.
 void AppendDebugLog(std::string_view bytes);
 
+// The status of a run that the user had to end because the module did not answer.
+constexpr int kForcedEnd = 1;
+
 // Ends the process through vmSlots.endProcess.
 [[noreturn]] void EndProcess(int status);
 

@@ -7,10 +7,11 @@
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/opcodes.h"
-#include "vm/run_cycle.h"
 #include "vm/slots.h"
 
 namespace moxi {
+
+constinit u32 runState = 0;
 
 namespace {
 

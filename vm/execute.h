@@ -16,6 +16,11 @@ struct Cpu {
     u8 flags;
 };
 
+extern u32 runState;  // bit 0: the module asked to stop or failed; bit 1: the end is sent
+
+constexpr u32 kRunStop = 1;
+constexpr u32 kRunEnding = 2;
+
 enum class Outcome : u8 { Continue, Leave };
 
 // The record as the header has it.

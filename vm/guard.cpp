@@ -84,36 +84,14 @@ std::string TraceLine() {
     EndProcess(1);
 }
 
-}  // namespace
-
-void (*beforeFault)(void* context) = nullptr;
-
-void MemoryFault() {
-    EndWithFault("Memory fault at 0x%8.8X. Terminating. So sorry.");
+void ReleaseImage() {
+    if (reservation == nullptr) return;
+    munmap(reservationBase, static_cast<u64>(reservation - reservationBase) + reservationSize);
+    reservation = reservationBase = nullptr;
+    reservationSize = accessibleSize = 0;
 }
 
-void DivisionError() {
-    EndWithFault("Division error at 0x%8.8X. Terminating. So sorry.");
-}
-
-void CheckAccess(u32 address, u32 size) {
-    if (u64{address} + size > accessibleSize) MemoryFault();
-}
-
-void RunGuarded(void (*run)()) {
-    struct Outer {
-        sigjmp_buf* const point = faultPoint;
-        ~Outer() { faultPoint = point; }
-    } outer;
-    sigjmp_buf here;
-    if (sigsetjmp(here, 0) != 0) {
-        faultPoint = outer.point;
-        MemoryFault();
-    }
-    faultPoint = &here;
-    run();
-}
-
+// An accessible, zero-filled block in a new reservation, or null.
 u8* ReserveImage(u32 size) {
     ReleaseImage();
     InstallHandlers();
@@ -146,11 +124,50 @@ u8* ReserveImage(u32 size) {
     return block;
 }
 
-void ReleaseImage() {
-    if (reservation == nullptr) return;
-    munmap(reservationBase, static_cast<u64>(reservation - reservationBase) + reservationSize);
-    reservation = reservationBase = nullptr;
-    reservationSize = accessibleSize = 0;
+}  // namespace
+
+void (*beforeFault)(void* context) = nullptr;
+
+void MemoryFault() {
+    EndWithFault("Memory fault at 0x%8.8X. Terminating. So sorry.");
+}
+
+void DivisionError() {
+    EndWithFault("Division error at 0x%8.8X. Terminating. So sorry.");
+}
+
+void CheckAccess(u32 address, u32 size) {
+    if (u64{address} + size > accessibleSize) MemoryFault();
+}
+
+void RunGuarded(void (*run)()) {
+    struct Outer {
+        sigjmp_buf* const point = faultPoint;
+        ~Outer() { faultPoint = point; }
+    } outer;
+    sigjmp_buf here;
+    if (sigsetjmp(here, 0) != 0) {
+        faultPoint = outer.point;
+        MemoryFault();
+    }
+    faultPoint = &here;
+    run();
+}
+
+bool AllocateImage(u32 size) {
+    u8* const block = ReserveImage(size);
+    if (block == nullptr) return false;
+    TraceEntry* const trace = reinterpret_cast<TraceEntry*>(block - kTraceBelowImage);
+    std::copy_n(firstTrace, kPcTraceSize, trace);
+    pcTrace = trace;
+    image = block;
+    imageSize = size;
+    return true;
+}
+
+void ResetMachine() {
+    ReleaseImage();
+    ResetMachineState();
 }
 
 }  // namespace moxi

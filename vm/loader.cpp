@@ -4,6 +4,7 @@
 
 #include "base/bytes.h"
 #include "vm/diagnostics.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/slots.h"

@@ -9,8 +9,7 @@ constinit u32 imageSize = 0;
 constinit u32 heapStart = 0;
 constinit u32 heapSize = 0;
 
-// The trace of a machine without an image.
-static constinit TraceEntry firstTrace[kPcTraceSize] = {};
+constinit TraceEntry firstTrace[kPcTraceSize] = {};
 constinit TraceEntry* pcTrace = firstTrace;
 constinit u64 pcTraceCount = 0;
 constinit u32 pcPreJsr = 0;
@@ -32,19 +31,7 @@ const char* CheckedString(u32 address) {
     return reinterpret_cast<const char*>(text);
 }
 
-bool AllocateImage(u32 size) {
-    u8* const block = ReserveImage(size);
-    if (block == nullptr) return false;
-    TraceEntry* const trace = reinterpret_cast<TraceEntry*>(block - kTraceBelowImage);
-    std::copy_n(firstTrace, kPcTraceSize, trace);
-    pcTrace = trace;
-    image = block;
-    imageSize = size;
-    return true;
-}
-
-void ResetMachine() {
-    ReleaseImage();
+void ResetMachineState() {
     pcTrace = firstTrace;
     image = nullptr;
     imageSize = heapStart = heapSize = 0;

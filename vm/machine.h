@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "base/types.h"
-#include "vm/guard.h"
+#include "vm/fault.h"
 
 namespace moxi {
 
@@ -27,13 +27,21 @@ constexpr u32 kPcTraceSize = 1024;
 struct TraceEntry {
     u32 pc;  // the instruction's address
 };
-extern TraceEntry* pcTrace;  // below the image, once there is one
+extern TraceEntry* pcTrace;                  // below the image, once there is one
+extern TraceEntry firstTrace[kPcTraceSize];  // before that
 extern u64 pcTraceCount;
 
 // The instruction at `pc` becomes the newest entry.
 inline void RecordPc(u32 pc) {
     pcTrace[pcTraceCount++ % kPcTraceSize] = {pc};
 }
+
+// Below the image lies what the interpreter reaches from its start: how many instructions have been
+// executed (the low 32 bits), the trace, and below that, not writable, the table of handlers. No
+// address of a module leads there, for they are offsets upwards.
+inline constexpr u64 kCountBelowImage = 64;
+inline constexpr u64 kTraceBelowImage = 16384;
+inline constexpr u64 kTableBelowImage = 65536 + 65536 * 8;
 
 // Address after the last call instruction, printed by LockHeap's failure line.
 extern u32 pcPreJsr;
@@ -111,13 +119,7 @@ u8* CheckedRange(u32 address, u64 size);
 // The NUL-terminated text at `address`. A text without a NUL inside the image is a memory fault.
 const char* CheckedString(u32 address);
 
-// --- Life
-
-// Reserves the range, puts a zero-filled image of `size` bytes into it and sets `image` and
-// `imageSize`. False when there is not enough memory. A former image is released.
-bool AllocateImage(u32 size);
-
-// Releases the image and sets the state of this file to that of a new process. For tests.
-void ResetMachine();
+// Sets the state of this file, but for the image's memory, to that of a new process.
+void ResetMachineState();
 
 }  // namespace moxi

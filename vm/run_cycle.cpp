@@ -11,7 +11,6 @@
 namespace moxi {
 
 constinit bool inMX = false;
-constinit u32 runState = 0;
 constinit u32 heapHighWater = 0;
 constinit i32 moduleStarted = 0;
 

@@ -2,16 +2,13 @@
 // Delivery of one message to the module, and the end of the program.
 
 #include "base/types.h"
+#include "vm/execute.h"
 
 namespace moxi {
 
 extern bool inMX;          // a message is being run
-extern u32 runState;       // bit 0: the module asked to stop or failed; bit 1: the end is sent
 extern u32 heapHighWater;  // highest heapFree at the end of a run
 extern i32 moduleStarted;  // 0: no message may be forced yet
-
-constexpr u32 kRunStop = 1;
-constexpr u32 kRunEnding = 2;
 
 // Pushes the frame, runs the interpreter, compacts the heap, flushes the screen and returns the
 // result byte, sign-extended; 0 when the message was refused because the process is ending.

@@ -3,7 +3,7 @@
 // the dispatch of the next instruction.
 
 #include "base/types.h"
-#include "vm/guard.h"
+#include "vm/fault.h"
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
 // addresses are left to the guard: optimised builds without sanitizers only. The others do not even

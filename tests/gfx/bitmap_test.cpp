@@ -1,6 +1,7 @@
 // Bitmaps, selections and the dirty rectangle, called directly.
 
 #include "gfx/bitmap.h"
+#include "desktop/desktop.h"
 #include "gfx/screen.h"
 
 #include "gfx/alpha.h"
@@ -8,7 +9,6 @@
 #include "gfx/colour.h"
 #include "gfx/draw.h"
 #include "gfx/graphics_group.h"
-#include "gfx/slots.h"
 #include "tests/support/gfx_fixture.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
@@ -231,14 +231,14 @@ TEST_F(Blits, WithoutSizeNothingIsWrittenAndTheScreenStillGrowsDirty) {
 TEST_F(Blits, EndlessInvertedCopiesAskTheHostAndEndWithIt) {
     static int questions;
     questions = 0;
-    gfxSlots.stillRunning = [] { return ++questions < 3; };
+    desktop.endIsForced = [] { return ++questions == 3; };
     const u32 bitmap = MakeBitmap(4, 1, 0xFF102030);
-    Blit(0, 0, 0, bitmap, 1, 0, 2, 1, true, 7, 9);
+    EXPECT_EQ(EndStatus([bitmap] { Blit(0, 0, 0, bitmap, 1, 0, 2, 1, true, 7, 9); }), 1);
     EXPECT_EQ(questions, 3);
+    dstSelection.handle = srcSelection.handle = kNoBitmap;
     EXPECT_EQ(GetPixel(0, 6, 0), 0xFFEFDFCF);
     EXPECT_EQ(GetPixel(0, 7, 0), 0xFF000000);
     EXPECT_EQ(GetPixel(0, 0, 1), 0xFF000000);  // the next row of copies is never begun
-    EXPECT_EQ(heapPointerCount, 0);
 }
 
 TEST_F(Blits, InvertedCopiesEndAfterOneWhenTheSourceStartsAtOrBeyondTheLimit) {
@@ -249,14 +249,8 @@ TEST_F(Blits, InvertedCopiesEndAfterOneWhenTheSourceStartsAtOrBeyondTheLimit) {
 }
 
 TEST_F(Blits, AnEllipseThatNeverEndsAsksTheHost) {
-    static bool asked;
-    asked = false;
-    gfxSlots.stillRunning = [] {
-        asked = true;
-        return false;
-    };
-    Ellipse(0, 0, 0, 11, 65537, 0, 0xFFFFFFFF);
-    EXPECT_TRUE(asked);
+    desktop.endIsForced = [] { return true; };
+    EXPECT_EQ(EndStatus([] { Ellipse(0, 0, 0, 11, 65537, 0, 0xFFFFFFFF); }), 1);
 }
 
 }  // namespace

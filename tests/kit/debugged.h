@@ -1,6 +1,8 @@
 #pragma once
 // A game with its symbol file, run in the debugger with commands on standard input.
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
@@ -54,6 +56,24 @@ struct Debugged {
     // What was said after the greeting and the first stop, which takes four lines.
     std::string Talk(const std::string& commands,
                      const std::vector<std::string>& options = {}) const;
+};
+
+// A debugger that is fed line by line.
+struct Interactive {
+    const Debugged& game;
+    std::string output = game.folder.path + "/talk";
+    std::string input = game.folder.path + "/fifo";
+    pid_t process = -1;
+    int pipe = -1;
+
+    Interactive(const Debugged& debugged, const std::string& options);
+    ~Interactive();
+    Interactive(const Interactive&) = delete;
+    Interactive& operator=(const Interactive&) = delete;
+
+    void Enter(const std::string& line) const;
+    bool WaitFor(const std::string& text) const;
+    int WaitForExit();
 };
 
 }  // namespace moxi

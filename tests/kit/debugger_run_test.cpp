@@ -1,10 +1,9 @@
-// The debugger and the run: how it ends, faults, signals, a terminal, a window, messages within
-// messages, and commands that are none.
+// The debugger and the run: how it ends, faults, signals, a terminal, messages within messages, and
+// commands that are none.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -226,51 +225,6 @@ TEST(Debugger, LeavesTheRunAsItWouldBeWithoutIt) {
 
 // --- Signals, and a terminal
 
-// A debugger that is fed line by line.
-struct Interactive {
-    const Debugged& game;
-    std::string output = game.folder.path + "/talk";
-    std::string input = game.folder.path + "/fifo";
-    pid_t process = -1;
-    int pipe = -1;
-
-    explicit Interactive(const Debugged& debugged, const std::string& options) : game(debugged) {
-        EXPECT_EQ(mkfifo(input.c_str(), 0600), 0);
-        const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
-        process = StartProcess({"sh", "-c",
-                                "exec '" + moxi + "' --debug --mute " + options +
-                                    " --data-folder '" + game.folder.path + "/data' '" + game.game +
-                                    "' < '" + input + "' > '" + output + "'"},
-                               game.folder.path + "/errors");
-        pipe = open(input.c_str(), O_WRONLY | O_CLOEXEC);
-    }
-    ~Interactive() {
-        if (pipe >= 0) close(pipe);
-        if (process > 0) StopProcess(process);
-    }
-    Interactive(const Interactive&) = delete;
-    Interactive& operator=(const Interactive&) = delete;
-
-    void Enter(const std::string& line) const {
-        const std::string text = line + "\n";
-        EXPECT_EQ(write(pipe, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    }
-    bool WaitFor(const std::string& text) const {
-        for (int turn = 0; turn < 2000; ++turn) {
-            if (ReadTextFile(output).find(text) != std::string::npos) return true;
-            usleep(10000);
-        }
-        ADD_FAILURE() << text << " was not said: " << ReadTextFile(output)
-                      << ReadTextFile(game.folder.path + "/errors");
-        return false;
-    }
-    int WaitForExit() {
-        const int status = ExitStatusOf(process);
-        process = -1;
-        return status;
-    }
-};
-
 constexpr const char* kEndless = R"(
         .stack 4096
         .heap 4096
@@ -334,28 +288,6 @@ TEST(Debugger, AsksATerminalWithAPromptAndLeavesTheEchoToIt) {
         text.ends_with("LINK     0, 2\n(moxi) 5 = 0x00000005\n(moxi) \n"
                        "the run ends with status 0\n"))
         << text;
-}
-
-TEST(Debugger, WorksWithAWindow) {
-    if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
-    XSession desktop;
-    ASSERT_TRUE(desktop.Start("1400x900x24"));
-    const Debugged game(kTicking);
-    Interactive session(game, "");
-    ASSERT_TRUE(session.WaitFor("=> 00000200 <start>"));
-    session.Enter("b add");
-    session.Enter("c");
-    ASSERT_TRUE(session.WaitFor("breakpoint 1\n=> 00000248 <add>  LINK     8, 0\n"));
-    session.Enter("k");
-    ASSERT_TRUE(session.WaitFor("#1  00000230 <start+48>"));
-    session.Enter("save 0 " + game.folder.path + "/screen.png");
-    ASSERT_TRUE(session.WaitFor("screen.png: 1400 x 900\n"));
-    session.Enter("c");
-    ASSERT_TRUE(
-        session.WaitFor("(moxi) c\nbreakpoint 1\n=> 00000248 <add>  LINK     8, 0\n(moxi) k"));
-    session.Enter("q");
-    EXPECT_EQ(session.WaitForExit(), 0);
-    EXPECT_EQ(ReadTextFile(game.folder.path + "/errors"), "log: hi\\n\n");
 }
 
 // --- Messages within a message

@@ -8,6 +8,7 @@
 #include "tests/support/vm_fixture.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

@@ -1,8 +1,8 @@
 #include "tests/support/gfx_fixture.h"
 
+#include "desktop/desktop.h"
 #include "gfx/kernels.h"
 #include "gfx/screen.h"
-#include "gfx/slots.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 
@@ -19,7 +19,7 @@ void StartGfxBench(u32 imageBytes, u32 screenWidth, u32 screenHeight) {
 
 void EndGfxBench() {
     ResetGraphics();
-    gfxSlots = {[] { return true; }};
+    desktop.endIsForced = [] { return false; };
     kernels = &scalarKernels;
     EndVmBench();
 }

@@ -2,7 +2,6 @@
 
 #include "gfx/bitmap.h"
 #include "gfx/screen.h"
-#include "gfx/slots.h"
 #include "host/delegate.h"
 #include "host/host_group.h"
 #include "host/keyboard.h"

@@ -9,6 +9,7 @@
 
 #include "desktop/desktop.h"
 #include "vm/diagnostics.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/interpreter.h"
 #include "vm/loader.h"

@@ -21,6 +21,7 @@
 #include "sys/settings.h"
 #include "sys/system_calls.h"
 #include "sys/time_group.h"
+#include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/slots.h"

@@ -13,6 +13,7 @@
 #include "tests/support/vm_fixture.h"
 #include "tools/asm/assembler.h"
 #include "translate/region.h"
+#include "vm/guard.h"
 #include "vm/loader.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

@@ -9,6 +9,7 @@
 #include "tests/support/bench_run.h"
 #include "tests/support/vm_fixture.h"
 #include "vm/diagnostics.h"
+#include "vm/guard.h"
 #include "vm/interpreter.h"
 #include "vm/machine.h"
 #include "vm/run_cycle.h"

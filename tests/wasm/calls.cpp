@@ -11,6 +11,7 @@
 #include "sys/dispatch.h"
 #include "tests/support/headless_run.h"
 #include "tests/support/vm_fixture.h"
+#include "vm/slots.h"
 
 namespace moxi {
 

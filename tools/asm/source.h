@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/asm/assembler.h"
+#include "tools/asm/records.h"
 
 namespace moxi {
 

@@ -46,7 +46,7 @@ typedef enum { FOE_SLUG, FOE_BEE, FOE_FROG } foe_kind;
 typedef struct {
     float x, y, speed_x, speed_y;  // x, y: the middle of its feet
     float home_x, home_y;
-    short kind, since;   // since: updates in this state
+    short kind, since;  // since: updates in this state
     bool flat, onGround, faces_left;
 } foe;
 
@@ -63,7 +63,14 @@ typedef struct {
     bool onGround, faces_left, held_jump, can_puff, rising;
 } kettle;
 
-typedef enum { THING_SUGAR, THING_LEAF, THING_STOVE, THING_CUP, THING_CUSHION, THING_SIGN } thing_kind;
+typedef enum {
+    THING_SUGAR,
+    THING_LEAF,
+    THING_STOVE,
+    THING_CUP,
+    THING_CUSHION,
+    THING_SIGN
+} thing_kind;
 
 typedef struct {
     short x, y;  // the middle of its lower side

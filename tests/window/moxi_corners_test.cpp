@@ -6,7 +6,7 @@
 
 #include "desktop/desktop.h"
 #include "desktop/events.h"
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/x11_client.h"
 

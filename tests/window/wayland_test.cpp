@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "desktop/desktop.h"
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"

@@ -1,5 +1,5 @@
 // The real program in a real window: a module that writes its messages down, and the demo.
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

@@ -2,8 +2,8 @@
 // lines, a look at what other programs copy.
 
 #include "desktop/sdl/url_opener.h"
-#include "tests/desktop/moxi_window.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

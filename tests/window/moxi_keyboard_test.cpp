@@ -1,5 +1,5 @@
 // Keys of the menu and keys with Command held, in every layout, as a person presses them.
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 #include "tests/support/x11_client.h"
 
 namespace moxi {

@@ -1,5 +1,5 @@
 // Keyboard, mouse and clipboard as a person uses them, down to the messages of a module.
-#include "tests/desktop/moxi_window.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 
