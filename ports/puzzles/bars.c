@@ -95,6 +95,11 @@ static void LayOutKeys(void) {
     if (width > 5 * unit) width = 5 * unit;
     const int fitting = window.width / width > 0 ? window.width / width : 1;
     const int rows = (keyCount + fitting - 1) / fitting, across = (keyCount + rows - 1) / rows;
+    // In a small window the puzzle needs the room.
+    if (rows * height > window.height / 5) {
+        keyCount = 0;
+        return;
+    }
     keysTop = StatusTop() - rows * height - unit / 4;
     const int left = (window.width - across * width) / 2;
     for (int i = 0; i < keyCount; ++i) {
@@ -131,8 +136,8 @@ static void DrawTurn(box area, int side, moxi_colour ink) {
     DrawThickLine(&window, width, x + size * 6 / 10, y - rise / 2, x + size, y + rise / 3, ink);
     DrawThickLine(&window, width, x + size, y + rise / 3, x + size * 6 / 10, y + rise * 3 / 2, ink);
     DrawThickLine(&window, width, x + size * 6 / 10, y + rise * 3 / 2, x, y + rise * 3 / 2, ink);
-    const int head[] = {x - size * 13 / 10, y - rise / 2, x - size * 5 / 10, y - rise * 3 / 2,
-                        x - size * 5 / 10,  y + rise / 2};
+    const int head[] = {x - size * 13 / 10, y - rise / 2,      x - size * 5 / 10,
+                        y - rise * 3 / 2,   x - size * 5 / 10, y + rise / 2};
     FillPolygon(&window, head, 3, ink);
 }
 

@@ -241,8 +241,10 @@ void deactivate_timer(frontend* fe) {
 void StepBoard(board* shown) {
     if (!shown->timed) return;
     const uint32_t now = moxi_milliseconds();
-    const uint32_t gone = now - shown->lastTime;
+    uint32_t gone = now - shown->lastTime;
     shown->lastTime = now;
+    // The window was minimised, or the machine asleep: nobody played.
+    if (gone > 1000) gone = 1000;
     midend_timer(shown->me, (float)gone / 1000);
 }
 

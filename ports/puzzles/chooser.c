@@ -108,8 +108,10 @@ static void ScrollTo(int wanted) {
 
 static void ShowCurrent(void) {
     const box card = CardBox(current);
-    if (card.top < HeaderHeight() + unit / 4) ScrollTo(scroll + card.top - HeaderHeight() - unit / 2);
-    if (card.bottom > window.height - unit / 4) ScrollTo(scroll + card.bottom - window.height + unit);
+    if (card.top < HeaderHeight() + unit / 4)
+        ScrollTo(scroll + card.top - HeaderHeight() - unit / 2);
+    if (card.bottom > window.height - unit / 4)
+        ScrollTo(scroll + card.bottom - window.height + unit);
 }
 
 // --- Pictures: made one after the other, so that the chooser is there at once

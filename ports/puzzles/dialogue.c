@@ -15,7 +15,7 @@ static int itemCount;
 static field fields[kMostItems];
 static const char* (*acceptItems)(config_item* items);
 static char problem[256];
-static int focus;  // an item, or behind them the two buttons
+static int focus;   // an item, or behind them the two buttons
 static int scroll;  // rows that have gone out at the top
 static int fieldDrag = -1;
 
@@ -115,8 +115,7 @@ static void OpenChoices(int index) {
     openedItem = index;
     for (int i = 0; i < ChoiceCount(&items[index]); ++i) {
         ChoiceName(&items[index], i, name, sizeof name);
-        AddEntry(choices, name, "", i,
-                 i == items[index].u.choices.selected ? kEntryChecked : 0);
+        AddEntry(choices, name, "", i, i == items[index].u.choices.selected ? kEntryChecked : 0);
     }
     const box area = ControlBox(index);
     OpenMenu(choices, area.left, area.bottom, area.right - area.left, Chosen);

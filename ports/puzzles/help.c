@@ -210,7 +210,8 @@ static void DrawPage(void) {
 // --- The view
 
 static box TabBox(int index) {
-    static const int widths[kPages + 1] = {10, 9, 7, 6};
+    static const int ample[kPages + 1] = {10, 9, 7, 6}, scant[kPages + 1] = {7, 7, 5, 5};
+    const int* const widths = window.width > 34 * unit ? ample : scant;
     int left = unit / 2;
     for (int i = puzzle >= 0 ? 0 : 1; i < index; ++i) left += widths[i] * unit;
     if (index == kPages) left = window.width - widths[kPages] * unit - unit / 2;
@@ -243,9 +244,9 @@ static void Draw(void) {
         DrawButton(TabBox(i), i == 0 ? catalogue[puzzle].name : labels[i],
                    i == pageNumber ? kButtonAccent : kButtonPlain);
     }
-    DrawScrollBar((box){window.width - unit * 3 / 4, Top() + 2, window.width - unit / 4,
-                        window.height - 2},
-                  contentHeight, window.height - Top(), scroll);
+    DrawScrollBar(
+        (box){window.width - unit * 3 / 4, Top() + 2, window.width - unit / 4, window.height - 2},
+        contentHeight, window.height - Top(), scroll);
 }
 
 static bool dragsBar;
@@ -297,7 +298,9 @@ static bool Key(int code, int held) {
         case MOXI_KEY_PAGE_DOWN: ScrollTo(scroll + screen); return true;
         case MOXI_KEY_HOME: ScrollTo(0); return true;
         case MOXI_KEY_END: ScrollTo(contentHeight); return true;
-        case MOXI_KEY_TAB: ShowPage(pageNumber + 1 < kPages ? pageNumber + 1 : puzzle < 0); return true;
+        case MOXI_KEY_TAB:
+            ShowPage(pageNumber + 1 < kPages ? pageNumber + 1 : puzzle < 0);
+            return true;
         default: return false;
     }
 }

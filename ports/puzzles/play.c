@@ -15,7 +15,7 @@ board* played;
 int playedIndex = -1;
 
 static bool hasGame;
-static box place;  // where the picture is on the window
+static box place;       // where the picture is on the window
 static int heldButton;  // LEFT_BUTTON and so on while it is held on the puzzle, else 0
 static int dialogueKind;
 
@@ -186,8 +186,8 @@ static void Paste(void) {
     char* start = text;
     start += strspn(start, " \t\r\n");
     start[strcspn(start, " \t\r\n")] = 0;
-    const char* const wrong = *start == 0 ? "The clipboard holds no game."
-                                          : midend_game_id(played->me, start);
+    const char* const wrong =
+        *start == 0 ? "The clipboard holds no game." : midend_game_id(played->me, start);
     if (wrong != NULL) {
         OpenNotice("Paste a game", wrong, "OK", NULL);
     } else {

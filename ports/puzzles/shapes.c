@@ -100,7 +100,8 @@ static void AddWithinRow(int row, int x, int end, int rise) {
     while (at < right) {
         const int column = at >> 8;
         const int next = (column + 1) * kOne < right ? (column + 1) * kOne : right;
-        const int sum = next == right ? rise : (int)((int64_t)rise * (next - left) / (right - left));
+        const int sum =
+            next == right ? rise : (int)((int64_t)rise * (next - left) / (right - left));
         AddCell(row, column, (at + next) / 2 - column * kOne, sum - done);
         done = sum;
         at = next;
@@ -219,8 +220,7 @@ static void FillBetween(surface* target, int left, int top, int right, int botto
     }
 }
 
-void DrawThickLine(surface* target, int width, int x0, int y0, int x1, int y1,
-                   moxi_colour colour) {
+void DrawThickLine(surface* target, int width, int x0, int y0, int x1, int y1, moxi_colour colour) {
     const int half = width / 2;
     if (x0 == x1 || y0 == y1) {
         const int left = x0 < x1 ? x0 : x1, top = y0 < y1 ? y0 : y1;

@@ -160,8 +160,8 @@ void DrawCheck(box area, bool on, bool focused) {
 
 void DrawStar(int x, int y, int size, bool filled, moxi_colour colour) {
     // Points of a star of radius 1000, from the top one on.
-    static const int shape[20] = {0,    -1000, 235, -324, 951,  -309, 380,  124, 588,  809,
-                                  0,    400,   -588, 809, -380, 124,  -951, -309, -235, -324};
+    static const int shape[20] = {0, -1000, 235,  -324, 951,  -309, 380,  124,  588,  809,
+                                  0, 400,   -588, 809,  -380, 124,  -951, -309, -235, -324};
     int points[20];
     for (int i = 0; i < 20; ++i) {
         points[i] = (i % 2 == 0 ? x : y) * kOne + shape[i] * size * kOne / 2000;

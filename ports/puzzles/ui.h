@@ -20,8 +20,8 @@ typedef struct {
     void (*closed)(void);
 } view;
 
-extern surface window;       // what the screen shows
-extern int unit;             // size of the front end's letters; everything else goes by it
+extern surface window;  // what the screen shows
+extern int unit;        // size of the front end's letters; everything else goes by it
 extern int pointerX, pointerY;
 
 void OpenView(const view* opened);  // on top
