@@ -35,11 +35,11 @@ std::string Debugged::Talk(const std::string& commands,
 Interactive::Interactive(const Debugged& debugged, const std::string& options) : game(debugged) {
     EXPECT_EQ(mkfifo(input.c_str(), 0600), 0);
     const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
-    process = StartProcess({"sh", "-c",
-                            "exec '" + moxi + "' --debug --mute " + options + " --data-folder '" +
-                                game.folder.path + "/data' '" + game.game + "' < '" + input +
-                                "' > '" + output + "'"},
-                           game.folder.path + "/errors");
+    process = StartProcess(
+        {"sh", "-c",
+         "exec '" + moxi + "' --debug --mute " + options + " --data-folder '" + game.folder.path +
+             "/data' '" + game.game + "' < '" + input + "' > '" + output + "'"},
+        game.folder.path + "/errors");
     pipe = open(input.c_str(), O_WRONLY | O_CLOEXEC);
 }
 

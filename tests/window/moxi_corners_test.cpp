@@ -6,9 +6,9 @@
 
 #include "desktop/desktop.h"
 #include "desktop/events.h"
-#include "tests/window/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

@@ -1,8 +1,8 @@
 // How a game ends from outside, in a real window and headless: signals, a lost display, the box
 // that offers an end. And what must not end it.
-#include "tests/window/moxi_window.h"
 #include "tests/support/sound_bytes.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

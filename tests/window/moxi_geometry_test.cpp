@@ -1,7 +1,7 @@
 // Whose change of the window's geometry it is: what the module asked for must not come back to it,
 // what the user did at the same moment must, and so must what the desktop made of a request.
-#include "tests/window/moxi_window.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

@@ -1,6 +1,6 @@
 // Keys of the menu and keys with Command held, in every layout, as a person presses them.
-#include "tests/window/moxi_window.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 

@@ -7,10 +7,10 @@
 #include <cstdlib>
 
 #include "desktop/desktop.h"
-#include "tests/window/moxi_window.h"
 #include "tests/support/desktop_probe.h"
 #include "tests/support/desktop_session.h"
 #include "tests/support/x11_client.h"
+#include "tests/window/moxi_window.h"
 
 namespace moxi {
 
