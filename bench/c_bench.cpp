@@ -91,7 +91,7 @@ double Time(const NativeKernel& kernel, const Loader& load, bool translated, Che
             double& instructions) {
     StopTranslator();
     load();
-    if (translated && !StartTranslator({})) return 0;
+    if (translated && StartTranslator({}) != TranslatorStart::Running) return 0;
     Send(mx_kernel::kSetup, kernel.size);
     const u64 before = pcTraceCount;
     Send(mx_kernel::kRun, kernel.size);
