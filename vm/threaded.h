@@ -7,8 +7,9 @@
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
 // addresses are left to the guard: optimised builds without sanitizers only. The others do not even
-// compile the handlers, of which there are thousands.
-#if defined(__OPTIMIZE__) && !MOXI_CHECKED_ACCESS
+// compile the handlers, of which there are thousands. The build says which it is, not the compiler:
+// tests are compiled without optimising and must see the same.
+#if MOXI_OPTIMIZED && !MOXI_CHECKED_ACCESS
 #define MOXI_THREADED 1
 #else
 #define MOXI_THREADED 0
