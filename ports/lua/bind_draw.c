@@ -1,4 +1,4 @@
-// The functions of moxi/game.h for Lua: colours, shapes, text, the camera.
+// The functions of moxi/game.h for Lua: colours, shapes, text, the camera, specks.
 
 #include <string.h>
 
@@ -80,8 +80,7 @@ static int TextAlign(lua_State* L) {
     return 0;
 }
 
-// The text at `at`, with whatever follows it put in as by string.format.
-static const char* Text(lua_State* L, int at) {
+const char* Text(lua_State* L, int at) {
     const int last = lua_gettop(L);
     if (last <= at) return luaL_tolstring(L, at, NULL);
     luaL_checkstring(L, at);
@@ -145,6 +144,65 @@ static int CameraOff(lua_State* L) {
     return 0;
 }
 
+static int CameraPart(lua_State* L) {
+    camera_part(Number(L, 1));
+    return 0;
+}
+
+static int DrawFar(lua_State* L) {
+    draw_far(Picture(L, 1), Number(L, 2), Number(L, 3), Number(L, 4));
+    return 0;
+}
+
+// --- Specks: a table with the fields of one; what it does not have is 0
+
+static float SpeckField(lua_State* L, const char* name) {
+    const int type = lua_getfield(L, 1, name);
+    int isNumber = 1;
+    const lua_Number number = type == LUA_TNIL ? 0 : lua_tonumberx(L, -1, &isNumber);
+    if (!isNumber) luaL_error(L, "a speck's '%s' is a number", name);
+    lua_pop(L, 1);
+    return (float)number;
+}
+
+static int AddSpeck(lua_State* L) {
+    luaL_checktype(L, 1, LUA_TTABLE);
+    speck one = {.x = SpeckField(L, "x"),
+                 .y = SpeckField(L, "y"),
+                 .speed_x = SpeckField(L, "speed_x"),
+                 .speed_y = SpeckField(L, "speed_y"),
+                 .fall = SpeckField(L, "fall"),
+                 .size = SpeckField(L, "size"),
+                 .growth = SpeckField(L, "growth"),
+                 .seconds = SpeckField(L, "seconds")};
+    lua_getfield(L, 1, "fill");
+    if (!lua_isinteger(L, -1)) return luaL_error(L, "a speck's 'fill' is a colour");
+    one.fill = (colour)lua_tointeger(L, -1);
+    lua_getfield(L, 1, "round");
+    one.round = lua_toboolean(L, -1);
+    add_speck(one);
+    return 0;
+}
+
+static int Burst(lua_State* L) {
+    const int count = Whole(L, 3);
+    // There is no room for more.
+    burst(Number(L, 1), Number(L, 2), count < 256 ? count : 256, Number(L, 4), Colour(L, 5));
+    return 0;
+}
+
+static int DrawSpecks(lua_State* L) {
+    (void)L;
+    draw_specks();
+    return 0;
+}
+
+static int ClearSpecks(lua_State* L) {
+    (void)L;
+    clear_specks();
+    return 0;
+}
+
 static const luaL_Reg kFunctions[] = {
     {"RGB", Rgb},
     {"RGBA", Rgba},
@@ -168,6 +226,12 @@ static const luaL_Reg kFunctions[] = {
     {"camera_x", CameraX},
     {"camera_y", CameraY},
     {"camera_off", CameraOff},
+    {"camera_part", CameraPart},
+    {"draw_far", DrawFar},
+    {"add_speck", AddSpeck},
+    {"burst", Burst},
+    {"draw_specks", DrawSpecks},
+    {"clear_specks", ClearSpecks},
     {NULL, NULL},
 };
 

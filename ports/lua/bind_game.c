@@ -43,6 +43,25 @@ static int GameTitle(lua_State* L) {
     return 0;
 }
 
+static int GameWindow(lua_State* L) {
+    const int width = Whole(L, 1), height = Whole(L, 2);
+    luaL_argcheck(L, width >= 1, 1, "a window has at least one pixel");
+    luaL_argcheck(L, height >= 1, 2, "a window has at least one pixel");
+    game_window(width, height);
+    return 0;
+}
+
+static int GameFullScreen(lua_State* L) {
+    luaL_checkany(L, 1);
+    game_full_screen(lua_toboolean(L, 1));
+    return 0;
+}
+
+static int GameIsFullScreen(lua_State* L) {
+    lua_pushboolean(L, game_is_full_screen());
+    return 1;
+}
+
 static int GameCanvas(lua_State* L) {
     const int width = Whole(L, 1), height = Whole(L, 2);
     luaL_argcheck(L, width <= 4096, 1, "a canvas has at most 4096 pixels a side");
@@ -189,6 +208,9 @@ static int Chance(lua_State* L) {
 
 static const luaL_Reg kFunctions[] = {
     {"game_title", GameTitle},
+    {"game_window", GameWindow},
+    {"game_full_screen", GameFullScreen},
+    {"game_is_full_screen", GameIsFullScreen},
     {"game_canvas", GameCanvas},
     {"game_width", GameWidth},
     {"game_height", GameHeight},

@@ -12,22 +12,21 @@ static const char kSheet[] = "sheet";
 static const char kSprite[] = "sprite";
 static const char kMap[] = "map";
 
-static void* NewObject(lua_State* L, const char* type, size_t size, int held) {
+void* NewObject(lua_State* L, const char* type, size_t size, int held) {
     void* const object = lua_newuserdatauv(L, size, held);
     memset(object, 0, size);
     luaL_setmetatable(L, type);
     return object;
 }
 
-// The object on top of the stack holds what lies at `at`.
-static void Hold(lua_State* L, int slot, int at) {
+void Hold(lua_State* L, int slot, int at) {
     lua_pushvalue(L, at);
     lua_setiuservalue(L, -2, slot);
 }
 
 // --- Room. Bitmaps lie in the machine's heap, of which Lua's collector knows nothing.
 
-static void NeedRoom(lua_State* L, int width, int height) {
+void NeedRoom(lua_State* L, int width, int height) {
     if (width < 1 || height < 1) return;
     if (width <= 32767 && height <= 32767) {
         for (int tries = 0; tries < 2; ++tries) {
@@ -48,7 +47,7 @@ static void NeedMirror(lua_State* L, const picture* image) {
 
 // --- Pictures
 
-static picture* Picture(lua_State* L, int at) {
+picture* Picture(lua_State* L, int at) {
     return (picture*)luaL_checkudata(L, at, kPicture);
 }
 
@@ -73,7 +72,7 @@ static int PictureField(lua_State* L) {
     return 1;
 }
 
-static picture* PushLoaded(lua_State* L, const char* name) {
+picture* PushLoaded(lua_State* L, const char* name) {
     picture* const image = (picture*)NewObject(L, kPicture, sizeof *image, 0);
     *image = load_picture(name);
     // The heap may be full of pictures that nobody holds any more. Of a file that is missing the
@@ -184,6 +183,15 @@ static int Enlarged(lua_State* L) {
     NeedRoom(L, small->width * factor, small->height * factor + small->height);
     picture* const image = (picture*)NewObject(L, kPicture, sizeof *image, 0);
     *image = enlarged(CopyOf(small), factor);
+    return 1;
+}
+
+static int Tinted(lua_State* L) {
+    const picture* const shape = Picture(L, 1);
+    const colour fill = Colour(L, 2);
+    NeedRoom(L, shape->width, shape->height);
+    picture* const image = (picture*)NewObject(L, kPicture, sizeof *image, 0);
+    *image = tinted(shape, fill);
     return 1;
 }
 
@@ -433,6 +441,24 @@ static int MakeMap(lua_State* L) {
     return 1;
 }
 
+// Of a file that is missing a line in the log tells.
+static int LoadMap(lua_State* L) {
+    sheet* const tiles = Sheet(L, 1);
+    const char* const name = luaL_checkstring(L, 2);
+    const char* const letters = luaL_checkstring(L, 3);
+    const char* const solid = luaL_optstring(L, 4, "");
+    tile_map* const map = (tile_map*)NewObject(L, kMap, sizeof *map, 1);
+    *map = load_map(tiles, name, letters, solid);
+    Hold(L, 1, 1);
+    return 1;
+}
+
+static int LetterAt(lua_State* L) {
+    const char letter = letter_at(Map(L, 1), Whole(L, 2), Whole(L, 3));
+    lua_pushlstring(L, &letter, 1);
+    return 1;
+}
+
 static int TileAt(lua_State* L) {
     lua_pushinteger(L, tile_at(Map(L, 1), Whole(L, 2), Whole(L, 3)));
     return 1;
@@ -473,6 +499,7 @@ static const luaL_Reg kFunctions[] = {
     {"load_picture", LoadPicture},
     {"make_picture", MakePicture},
     {"enlarged", Enlarged},
+    {"tinted", Tinted},
     {"draw_picture", DrawPicture},
     {"draw_flipped", DrawFlipped},
     {"load_sheet", LoadSheet},
@@ -485,7 +512,9 @@ static const luaL_Reg kFunctions[] = {
     {"sprites_touch", SpritesTouch},
     {"boxes_touch", BoxesTouch},
     {"make_map", MakeMap},
+    {"load_map", LoadMap},
     {"free_map", FreeMap},
+    {"letter_at", LetterAt},
     {"tile_at", TileAt},
     {"set_tile", SetTile},
     {"solid_at", SolidAt},
@@ -501,8 +530,8 @@ static const constant kConstants[] = {
     {"HIT_BOTTOM", HIT_BOTTOM},
 };
 
-static void AddType(lua_State* L, const char* name, lua_CFunction index, lua_CFunction newIndex,
-                    lua_CFunction collect) {
+void AddType(lua_State* L, const char* name, lua_CFunction index, lua_CFunction newIndex,
+             lua_CFunction collect) {
     luaL_newmetatable(L, name);
     lua_pushcfunction(L, index);
     lua_setfield(L, -2, "__index");

@@ -67,6 +67,7 @@ static int RunMainFile(lua_State* L) {
     AddTimeFunctions(L);
     AddDrawFunctions(L);
     AddThingFunctions(L);
+    AddFontFunctions(L);
     if (luaL_loadfile(L, MAIN_FILE) != LUA_OK) return lua_error(L);
     lua_call(L, PushArguments(L), 0);
     return 0;

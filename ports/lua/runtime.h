@@ -49,8 +49,9 @@ void SaveState(lua_State* L);
 
 void AddGameFunctions(lua_State* L);   // bind_game.c: game, input, sound, saved values, chance
 void AddTimeFunctions(lua_State* L);   // bind_time.c: timers and tweens
-void AddDrawFunctions(lua_State* L);   // bind_draw.c: colours, shapes, text, camera
+void AddDrawFunctions(lua_State* L);   // bind_draw.c: colours, shapes, text, camera, specks
 void AddThingFunctions(lua_State* L);  // bind_things.c: pictures, sheets, sprites, maps
+void AddFontFunctions(lua_State* L);   // bind_fonts.c: fonts of pixels
 
 // Calls the function that the game gave to game_ending.
 void CallEnding(lua_State* L);
@@ -71,5 +72,23 @@ float NumberOr(lua_State* L, int at, float otherwise);
 // Whole numbers of 32 bits; fractions are rounded down.
 int Whole(lua_State* L, int at);
 colour Colour(lua_State* L, int at);
+picture* Picture(lua_State* L, int at);
+// The text at `at`, with whatever follows it put in as by string.format.
+const char* Text(lua_State* L, int at);
+
+// --- Objects: bind_things.c
+
+// A type's fields, what sets them and what gives an object up; the last two may be null.
+void AddType(lua_State* L, const char* name, lua_CFunction index, lua_CFunction newIndex,
+             lua_CFunction collect);
+// Pushes an object, all zero, that can hold `held` others.
+void* NewObject(lua_State* L, const char* type, size_t size, int held);
+// The object on top of the stack holds what lies at `at`.
+void Hold(lua_State* L, int slot, int at);
+// Raises an error when the machine's heap has no room for a bitmap of this size, even after what
+// nobody holds any more has been given up.
+void NeedRoom(lua_State* L, int width, int height);
+// Pushes a picture from a file: 0 by 0 when it cannot be read.
+picture* PushLoaded(lua_State* L, const char* name);
 
 #endif

@@ -44,10 +44,14 @@ std::set<std::string> NamesOfHeader() {
     };
     collect(R"(\n[a-z_][a-z_ *]*[ *]([a-z_]+)\((?!\())");
     collect(R"(int ([a-z_]+)\(int size, const char)");
-    collect(R"(void (draw_text)\()");
+    collect(R"(int ([a-z_]+)\(const font\*)");
+    collect(R"(void (draw_text|draw_words)\()");
     collect(R"(\b((?:KEY|MOUSE|EASE|ALIGN|HIT)_[A-Z0-9]+)\b)");
     collect(R"(#define ([A-Z]+(?:_RATE|_STEP)?)[ (])");
-    for (const char* const own : {"setup", "update", "draw", "moxi_game_message", "MOXI_GAME_H"}) {
+    // MAIN.LUA is read when the window is there: nothing of the game can run before, and
+    // game_window is called in setup.
+    for (const char* const own :
+         {"setup", "setup_window", "update", "draw", "moxi_game_message", "MOXI_GAME_H"}) {
         names.erase(own);
     }
     return names;
@@ -56,9 +60,10 @@ std::set<std::string> NamesOfHeader() {
 TEST(LuaGame, HasEveryFunctionAndConstantOfTheHeader) {
     NEEDS_LUA();
     const std::set<std::string> names = NamesOfHeader();
-    for (const char* const name : {"game_title", "draw_text", "text_width", "load_picture", "tween",
-                                   "move_in_map", "after", "save_text", "KEY_F1", "RGB", "GOLD",
-                                   "EASE_SPRING", "HIT_BOTTOM", "GAME_STEP", "saved_text"}) {
+    for (const char* const name :
+         {"game_title", "draw_text", "text_width", "load_picture", "tween", "move_in_map", "after",
+          "save_text", "KEY_F1", "RGB", "GOLD", "EASE_SPRING", "HIT_BOTTOM", "GAME_STEP",
+          "saved_text", "draw_words", "words_width"}) {
         EXPECT_TRUE(names.contains(name)) << name;
     }
     EXPECT_GT(names.size(), 120u);
@@ -122,6 +127,98 @@ TEST(LuaGame, PicturesSheetsSpritesAndMapsAreObjects) {
                "picture NONE.PNG: cannot be read", "0",
                "false\tbad argument #2 to 'make_picture' (colours are named by one letter each)",
                "still room"}));
+}
+
+TEST(LuaGame, MapsAreReadFromFilesAndPicturesAreTinted) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        local cells = make_sheet(make_picture("ggnn\nggnn\n", {g = GOLD, n = NAVY}), 2, 2)
+        local map = load_map(cells, "level.txt", "ab", "b")
+        print(map.width, map.height, tile_at(map, 2, 0), solid_at(map, 5, 1), map.tiles == cells)
+        print(letter_at(map, 0, 0), letter_at(map, 0, 1), letter_at(map, 2, 1) == " ", letter_at(map, 9, 9) == " ")
+        print(load_map(cells, "none.txt", "a").width)
+        print(pcall(letter_at, cells, 0, 0))
+        local shadow = tinted(cells.image, TEAL)
+        print(shadow.width, shadow.height, tinted(load_picture("NONE.PNG"), TEAL).width)
+        function setup() game_canvas(200, 120) end
+        function draw() clear_screen(BLACK) camera_at(80, 0) draw_picture(shadow, 80, 0)
+            camera_part(0.5) draw_box(140, 20, 10, 10, GOLD)
+            draw_far(enlarged(cells.image, 2), 0.5, 1, 60) end)");
+    game.Write("level.txt", "h b\r\na");
+    EXPECT_EQ(game.Play(),
+              (Lines{"3\t2\t1\ttrue\ttrue", "h\ta\ttrue\ttrue", "map none.txt: cannot be read", "0",
+                     "false\tbad argument #1 to 'letter_at' (map expected, got sheet)",
+                     "picture NONE.PNG: cannot be read", "4\t2\t0"}));
+    const Picture view = game.View();
+    EXPECT_EQ(view.Colour(0, 0, 20, 10), kTeal);
+    EXPECT_EQ(view.Colour(500, 100, 50, 50), kGold) << "140 less the half of 80";
+    // The camera has gone 40 and the drift is 1: 41 of a picture of 8 begins with its second
+    // column.
+    EXPECT_EQ(view.Colour(0, 300, 15, 20), kGold);
+    EXPECT_EQ(view.Colour(15, 300, 20, 20), kNavy);
+    EXPECT_EQ(view.Colour(35, 300, 20, 20), kGold);
+}
+
+TEST(LuaGame, FontsOfPixelsWriteInColoursOfTheirOwn) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        -- A space, then ! of one column and " of three.
+        local letters = make_picture("....w...www.\n....w...www.\n", {w = WHITE})
+        local font = make_font(letters, 4, 2)
+        letters = nil collectgarbage()
+        print(font.cell_width, font.cell_height, words_width(font, "!\""), words_width(font, "! !\n%s", "!"))
+        print(words_width(load_font("NONE.PNG", 4, 2), "!"))
+        print(pcall(make_font, make_picture("w", {w = WHITE}), 0, 1))
+        print(pcall(draw_words, 1, 0, 0, RED, "!"))
+        function setup() game_canvas(200, 120) end
+        function draw() clear_screen(NAVY)
+            for i = 1, 20 do draw_words(font, 50, 50, RGB(i, i, i), "!") end
+            draw_words(font, 10, 10, GOLD, "!%s\n!", '"')
+            text_align(ALIGN_RIGHT) draw_words(font, 100, 10, TEAL, '"') end)");
+    EXPECT_EQ(
+        game.Play(),
+        (Lines{"4\t2\t5\t6", "picture NONE.PNG: cannot be read", "0",
+               "false\tbad argument #2 to 'make_font' (a letter's cell has 1 to 255 pixels a side)",
+               "false\tbad argument #1 to 'draw_words' (font expected, got number)"}));
+    const Picture view = game.View();
+    EXPECT_EQ(view.Colour(50, 50, 5, 20), kGold) << "one above the other";
+    EXPECT_EQ(view.Colour(55, 50, 5, 10), kNavy);
+    EXPECT_EQ(view.Colour(60, 50, 15, 10), kGold);
+    EXPECT_EQ(view.Colour(485, 50, 15, 10), kTeal);
+    EXPECT_EQ(view.At(502, 52), kNavy);
+    EXPECT_EQ(view.Colour(250, 250, 5, 10), 0x141414u);
+}
+
+TEST(LuaGame, SpecksMoveAndAreGone) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        function setup()
+            game_canvas(200, 120)
+            add_speck {x = 100, y = 60, size = 10, seconds = 1000, fill = GOLD}
+            add_speck {x = 20, y = 60, speed_x = 60, size = 10, seconds = 0.1, fill = TEAL}
+            print(pcall(add_speck, {x = "far", fill = GOLD})) print(pcall(add_speck, {}))
+            burst(150, 60, 100, 5, ORANGE)
+            after(0.9, function() clear_specks() burst(150, 60, 0, 5, ORANGE) end)
+        end
+        function draw() clear_screen(NAVY) draw_specks() end)");
+    EXPECT_EQ(game.Play(),
+              (Lines{"false\ta speck's 'x' is a number", "false\ta speck's 'fill' is a colour"}));
+    Picture view = game.View();
+    EXPECT_EQ(view.Colour(475, 275, 50, 50), kGold);
+    EXPECT_EQ(view.Colour(0, 0, 470, 600), kNavy) << "its time is over";
+    game.Play("", 1500);
+    EXPECT_EQ(game.View().Colour(0, 0, 1000, 600), kNavy);
+}
+
+TEST(LuaGame, TheWindowHasTheSizeThatSetupAsksFor) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        local calls = 0
+        function setup() game_window(700, 500) print(game_is_full_screen(), calls) end
+        function draw() calls = calls + 1 end
+        after(0.2, function() print(game_width(), game_height()) game_full_screen(true) end)
+        after(0.4, function() print(game_is_full_screen()) game_quit() end))");
+    EXPECT_EQ(game.Play("", 2000), (Lines{"false\t0", "700\t500", "true"}));
 }
 
 TEST(LuaGame, TimersAndTweensCallAndChange) {
