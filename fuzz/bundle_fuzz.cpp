@@ -22,6 +22,7 @@
 #include "host/delegate.h"
 #include "host/menu.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "host/view.h"
 #include "host/window.h"
 #include "sys/files.h"
@@ -124,7 +125,8 @@ void ResetHost() {
     ResetMenu();
     ResetView();
     ResetWindow();
-    ResetQueue();
+    ResetSession();
+    EmptyQueue();
     ResetDelegate();
     ResetRunCycle();
     ResetMachine();

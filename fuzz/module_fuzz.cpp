@@ -32,6 +32,7 @@
 #include "host/menu.h"
 #include "host/mouse.h"
 #include "host/queue.h"
+#include "host/session.h"
 #include "host/view.h"
 #include "host/window.h"
 #include "sys/files.h"
@@ -290,7 +291,8 @@ void ResetHost() {
     ResetMouse();
     ResetView();
     ResetWindow();
-    ResetQueue();
+    ResetSession();
+    EmptyQueue();
     ResetDelegate();
     ResetRunCycle();
     ResetMachine();
@@ -320,7 +322,6 @@ void WireHost() {
         if (!inMX) messageInstructions = 0;
         return flushScreen();
     };
-    desktop.endIsForced = [] { return ++drawingLooks >= kDrawingLooks; };
     desktopEvents.screenshot = [](const std::string&) { return true; };
 }
 
@@ -366,6 +367,7 @@ bool RunInput(const u8* data, size_t size, bool isTranslated) {
     PrepareFolders(raw ? MakeRawModule(input) : MakeModule(input));
     StartHeadlessDesktop(options);
     StartHeadlessAudio({});
+    desktop.endIsForced = [] { return ++drawingLooks >= kDrawingLooks; };
     // Showing half a million pixels after each message would take all the time.
     static void (*const createWindow)(WindowFrame) = desktop.createWindow;
     desktop.createWindow = [](WindowFrame content) {
