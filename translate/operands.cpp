@@ -43,7 +43,7 @@ void KeepExtended(Emission& e, const x86::Gp& to, const x86::Gp& value, u32 size
         e.a.movsx(to.r64(), Sized(value, size));
     } else if (size == 2) {
         e.a.movsxd(to.r64(), value.r32());
-    } else if (to.r64() != value.r64()) {
+    } else if (to.id() != value.id()) {
         e.a.mov(to.r64(), value.r64());
     }
 }

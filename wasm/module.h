@@ -85,6 +85,8 @@ struct CustomSection {
     std::string_view bytes;
 };
 
+// There is one of it, in the order of the file.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Module {
     std::string_view bytes;  // the whole file
     std::vector<FunctionType> types;
