@@ -141,7 +141,7 @@ TEST(CallFilter, ARefusedCallIsToldOnceWhereItIsTold) {
     if (kTellRefusedCalls) {
         for (const long call : {SYS_socket, SYS_unshare}) {
             told +=
-                FormatText("log: refused system call %04lX\n", static_cast<unsigned long>(call));
+                FormatText("log: refused system call %04lu\n", static_cast<unsigned long>(call));
         }
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), told);
