@@ -125,8 +125,9 @@ std::string ScriptFunction(const Service& service) {
     for (size_t i = 0; i < ArgumentCount(service); ++i) {
         const ServiceArgument& argument = service.arguments[i];
         const std::string type = argument.type == ServiceType::Wide ? "i64" : "u32";
-        text += "  store<" + type + ">(words, <" + type + ">" + std::string(argument.name) + ", " +
-                std::to_string(place) + ");\n";
+        const std::string name(argument.name);
+        text += FormatText("  store<%s>(words, <%s>%s, %u);\n", type.c_str(), type.c_str(),
+                           name.c_str(), place);
         place += argument.type == ServiceType::Wide ? 8 : 4;
     }
     if (result == "void") return text + "  sys(words);\n}\n";

@@ -72,7 +72,11 @@ void MeasureFolder(int folder, const std::string& path, Contents& sum,
         }
         sum.bytes += HeldBy(status);
         ++sum.entries;
-        if (S_ISDIR(status.st_mode)) below.push_back(path.empty() ? name : path + "/" + name);
+        if (!S_ISDIR(status.st_mode)) continue;
+        std::string inside = path;
+        if (!inside.empty()) inside += '/';
+        inside += name;
+        below.push_back(std::move(inside));
     }
     closedir(list);
 }
