@@ -5,9 +5,19 @@ import { debug_print } from "./services";
 
 export * from "./services";
 
-/** The address of a text as services take it. It holds as long as the result is kept. */
+// An address alone keeps nothing alive, so the newest texts stay pinned: a counter and their addresses.
+@lazy const pinned: usize = memory.data(68);
+
+/** The address of a text as services take it. It holds until 16 more texts have been made. */
 export function text(value: string): usize {
-  return changetype<usize>(String.UTF8.encode(value, true));
+  const address = changetype<usize>(String.UTF8.encode(value, true));
+  const count = load<u32>(pinned);
+  const slot = pinned + 4 + 4 * (count & 15);
+  if (count > 15) __unpin(load<u32>(slot));
+  store<u32>(slot, <u32>__pin(address));
+  // 16 to 31 from then on, so that it never comes back to a beginning.
+  store<u32>(pinned, count < 31 ? count + 1 : 16);
+  return address;
 }
 
 /** A colour, opaque unless alpha says otherwise. */
