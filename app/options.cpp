@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "base/read_file.h"
+#include "base/version.h"
 
 namespace moxi {
 
@@ -16,7 +17,6 @@ namespace {
 constexpr int kWrongCommandLine = 2;
 // A day of events, one a millisecond.
 constexpr u64 kLargestScript = u64{4} << 30;
-constexpr const char* kVersion = "moxi 6.2";
 
 std::string OneLine(std::string text) {
     for (char& c : text) {
@@ -222,7 +222,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_flag("--lua", options.newInLua, "with --new: a game in Lua")
         ->needs(newGame)
         ->excludes(inC);
-    app.set_version_flag("--version", kVersion);
+    app.set_version_flag("--version", std::string("moxi ") + kVersionText);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/version.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "gfx/bitmap.h"
@@ -28,8 +29,6 @@ namespace {
 
 constexpr u32 kTitleBufferSize = 512;
 constexpr u16 kHandCursor = 2;
-constexpr u32 kHostMajor = 6;
-constexpr u32 kHostMinor = 2;
 
 constinit char titleBuffer[kTitleBufferSize] = {};
 
@@ -172,8 +171,7 @@ std::string VersionText(const char* release, u32& packed) {
     u32 patch = 0;
     std::sscanf(release, "%u.%u.%u", &major, &minor, &patch);
     packed = major << 16 | minor << 24 | 1;
-    return FormatText("MOXI %u.%u - Mac OS X %u.%u.%u", kHostMajor, kHostMinor, major, minor,
-                      patch);
+    return FormatText("MOXI %s - Mac OS X %u.%u.%u", kVersionText, major, minor, patch);
 }
 
 void Delay(u32 n) {

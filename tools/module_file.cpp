@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/bytes.h"
+#include "base/version.h"
 #include "vm/machine.h"
 
 namespace moxi {
@@ -21,9 +22,10 @@ std::string ParseModule(std::vector<u8> bytes, ModuleFile& module) {
     }
     module.major = header[kHeaderModuleMajor];
     module.minor = header[kHeaderModuleMinor];
-    if (module.major > 6 || (module.major == 6 && module.minor > 2)) {
+    if (module.major > kMajorVersion ||
+        (module.major == kMajorVersion && module.minor > kMinorVersion)) {
         return "made for version " + std::to_string(module.major) + "." +
-               std::to_string(module.minor) + ", which is newer than 6.2";
+               std::to_string(module.minor) + ", which is newer than " + kVersionText;
     }
     module.loaded = LoadBytes<u32>(header + kHeaderLoadedLength);
     module.globals = LoadBytes<u32>(header + kHeaderGlobalsSize);

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/version.h"
+
 namespace moxi {
 
 namespace fs = std::filesystem;
@@ -24,6 +26,16 @@ bool IsDevice(const std::string& path) {
 }
 
 }  // namespace
+
+bool AnswerAboutTool(const char* tool, const std::string& help, bool isHelpAsked,
+                     bool isVersionAsked, std::ostream& out) {
+    if (isHelpAsked) {
+        out << help;
+    } else if (isVersionAsked) {
+        out << tool << ' ' << kVersionText << '\n';
+    }
+    return isHelpAsked || isVersionAsked;
+}
 
 std::string ToolShareFolder() {
     std::error_code error;

@@ -1,11 +1,16 @@
 #pragma once
-// The files that a tool's command line names for its results.
+// What the command lines of the tools share: what they say of themselves, and the files that they
+// name for their results.
 
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace moxi {
+
+// Prints what --help and --version ask a tool for; false when it was asked for neither.
+bool AnswerAboutTool(const char* tool, const std::string& help, bool isHelpAsked,
+                     bool isVersionAsked, std::ostream& out);
 
 // What was built or installed with this program: `share/moxi` beside its own folder.
 std::string ToolShareFolder();

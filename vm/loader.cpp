@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/bytes.h"
+#include "base/version.h"
 #include "vm/diagnostics.h"
 #include "vm/guard.h"
 #include "vm/heap.h"
@@ -14,8 +15,6 @@ namespace moxi {
 namespace {
 
 constexpr u16 kGeneration6 = 0x0036;  // the digit "6" and a zero byte
-constexpr u8 kHostMajor = 6;
-constexpr u8 kHostMinor = 2;
 
 // The header is read here first; the image points at it until its block exists.
 constinit u8 headerBuffer[kHeaderSize] = {};
@@ -38,7 +37,7 @@ bool IsMoxi6() {
 bool IsTooNew() {
     const u8 major = headerBuffer[kHeaderModuleMajor];
     const u8 minor = headerBuffer[kHeaderModuleMinor];
-    return major > kHostMajor || (major == kHostMajor && minor > kHostMinor);
+    return major > kMajorVersion || (major == kMajorVersion && minor > kMinorVersion);
 }
 
 }  // namespace
@@ -79,7 +78,7 @@ bool LoadModule(const ModuleReader& read) {
                                          kHeaderSize + bodyRead, loadedLength));
     }
     // Globals, stack and heap are zero: the block comes zero-filled and only the body was read.
-    constexpr u8 kVersionStamp[] = {0, kHostMajor, kHostMinor, 1, 0};
+    constexpr u8 kVersionStamp[] = {0, kMajorVersion, kMinorVersion, 1, 0};
     std::memcpy(image + kHeaderVersionStamp, kVersionStamp, sizeof kVersionStamp);
     AllocHeap(4);  // handle 0 stays the lowest block, and no module ever gets it
     vmSlots.moduleLoaded();

@@ -11,6 +11,7 @@
 #include <regex>
 #include <sstream>
 
+#include "tools/outputs.h"
 #include "wasm/mxcc_link.h"
 #include "wasm/mxcc_options.h"
 #include "wasm/mxcc_tools.h"
@@ -217,14 +218,9 @@ int RunMxcc(const std::vector<std::string>& arguments) {
     }
     MxccOptions options = ReadMxccOptions(arguments);
     if (!options.problem.empty()) return Fail(options.problem);
-    if (options.help) {
-        std::cout << kUsage << "\n" << kHelp;
+    if (AnswerAboutTool("mxcc", std::string(kUsage) + "\n" + kHelp, options.help, options.version,
+                        std::cout))
         return 0;
-    }
-    if (options.version) {
-        std::cout << "mxcc 6.2\n";
-        return 0;
-    }
     if (arguments.empty()) return Fail(std::string("no file; ") + kUsage);
     const std::string missing = MissingTool(options);
     if (!missing.empty()) return Fail(missing);

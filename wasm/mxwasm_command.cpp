@@ -230,14 +230,9 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     Command command;
     std::string wrong;
     const bool good = ParseCommand(arguments, command, wrong);
-    if (good && command.help) {
-        out << kUsage << "\n" << kHelp;
+    if (good && AnswerAboutTool("mxwasm", std::string(kUsage) + "\n" + kHelp, command.help,
+                                command.version, out))
         return 0;
-    }
-    if (good && command.version) {
-        out << "mxwasm 6.2\n";
-        return 0;
-    }
     if (good) wrong = ConflictOfOutputs(Outputs(command), {command.input}, "the input");
     if (!wrong.empty()) {
         err << "mxwasm: " << wrong << " (" << kUsage << ")\n";

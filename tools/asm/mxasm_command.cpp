@@ -134,14 +134,9 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
     Command command;
     std::string wrong;
     const bool good = ParseCommand(arguments, command, wrong);
-    if (good && command.help) {
-        out << kUsage << "\n" << kHelp;
+    if (good && AnswerAboutTool("mxasm", std::string(kUsage) + "\n" + kHelp, command.help,
+                                command.version, out))
         return 0;
-    }
-    if (good && command.version) {
-        out << "mxasm 6.2\n";
-        return 0;
-    }
     constexpr const char* kSources = "a source file";
     if (good) wrong = ConflictOfOutputs(Outputs(command), {command.source}, kSources);
     if (!wrong.empty()) {

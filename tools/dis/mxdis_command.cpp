@@ -4,6 +4,7 @@
 
 #include "tools/asm/source.h"
 #include "tools/dis/disassembler.h"
+#include "tools/outputs.h"
 
 namespace moxi {
 
@@ -71,14 +72,9 @@ int RunMxdis(const std::vector<std::string>& arguments, std::ostream& out, std::
         err << "mxdis: " << wrong << " (" << kUsage << ")\n";
         return 2;
     }
-    if (command.help) {
-        out << kUsage << "\n" << kHelp;
+    if (AnswerAboutTool("mxdis", std::string(kUsage) + "\n" + kHelp, command.help, command.version,
+                        out))
         return 0;
-    }
-    if (command.version) {
-        out << "mxdis 6.2\n";
-        return 0;
-    }
     std::string why;
     const u64 limit = mxasm::kMaxSection + 512;
     const std::optional<std::string> bytes = mxasm::ReadWholeFile(command.module, limit, true, why);
