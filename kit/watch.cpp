@@ -115,7 +115,8 @@ Stamps StampsOfSources() {
     Stamps stamps;
     std::error_code error;
     if (!std::filesystem::exists(folder / "MAIN.LUA", error)) return stamps;
-    std::filesystem::recursive_directory_iterator entry(folder, error);
+    std::filesystem::recursive_directory_iterator entry(
+        folder, std::filesystem::directory_options::skip_permission_denied, error);
     for (; !error && entry != std::filesystem::recursive_directory_iterator();
          entry.increment(error)) {
         const std::filesystem::path& path = entry->path();

@@ -140,7 +140,7 @@ u32 TakeHandle(std::FILE* stream, bool writable) {
 // The name is there, or there is room for it.
 bool IsThereOrMayBe(const char* name) {
     struct stat status;
-    return MayMakeEntry() || StatIn(name, true, status);
+    return StatIn(name, true, status) || MayMakeEntry();
 }
 
 // Makes every missing folder on the way to the data folder, outermost first.

@@ -164,7 +164,7 @@ bool MayMakeEntry() {
     if (entries >= most && !entriesAreExact) Measure();
     if (entries < most) {
         ++entries;
-        entriesAreExact = false;  // it may be there already
+        entriesAreExact = false;  // it may not come about
         return true;
     }
     if (entryRefusals == 0) {

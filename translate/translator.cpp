@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <ctime>
@@ -592,7 +593,11 @@ void SettleTranslatedRun() {
     timespec end = {};
     clock_gettime(CLOCK_REALTIME, &end);
     ++end.tv_sec;
-    if (pthread_kill(moduleThread, kSettleSignal) == 0) sem_timedwait(&isSettled, &end);
+    while (sem_trywait(&isSettled) == 0) {
+    }  // the late answer to an earlier call
+    if (pthread_kill(moduleThread, kSettleSignal) != 0) return;
+    while (sem_timedwait(&isSettled, &end) != 0 && errno == EINTR) {
+    }
 }
 
 void StopTranslator() {

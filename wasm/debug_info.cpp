@@ -26,6 +26,9 @@ enum class Tag : u64 {
     Atomic = 0x47,
 };
 
+// Fields of no bytes cost time for every entry. Compilers write some ten.
+constexpr size_t kMostFields = 64;
+
 enum class Attribute : u64 {
     Location = 0x02,
     Name = 0x03,
@@ -127,6 +130,7 @@ Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
             field.form = ReadLeb(cursor);
             if (field.form == kImplicitConst) field.constant = ReadSignedLeb(cursor);
             if (field.attribute == 0 && field.form == 0) break;
+            if (row.fields.size() == kMostFields) cursor.Fail("too many fields");
             row.fields.push_back(field);
         }
         if (cursor.failed != nullptr) break;

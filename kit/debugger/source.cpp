@@ -79,7 +79,10 @@ std::string ValueAt(u32 address, const std::string& kind) {
         return value ? FormatText("%.9g", f64{*value}) : "outside the image";
     }
     if (kind == "f64") return Shown<f64>(address, "%.17g");
-    if (kind == "bool") return Peek<u8>(address).value_or(0) != 0 ? "true" : "false";
+    if (kind == "bool") {
+        const std::optional<u8> value = Peek<u8>(address);
+        return !value ? "outside the image" : *value != 0 ? "true" : "false";
+    }
     if (kind == "char") return Character(address);
     if (kind == "pointer") return Shown<u32>(address, "0x%X");
     return FormatText("(at 0x%8.8X)", address);

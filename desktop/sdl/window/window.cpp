@@ -312,6 +312,8 @@ static void LookAtWindow(u64 now) {
         if (isChange && now < tracker.heldUntil) return;
         if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) return;
         isFrameMoved = TakeBorders(placement.borders);
+    } else {
+        frames.waitUntil = 0;
     }
     const Area before = tracker.known;
     // The window manager has had its time, and whatever it answers it has answered.
@@ -333,19 +335,24 @@ bool IsInLiveResize() {
     return liveResize;
 }
 
+// Where nobody would look nothing is waited for; what ends that is reported.
+static u64 NextLook() {
+    if (!shown || miniaturized) return kNever;
+    return std::min(NextObservation(tracker), NextFrameLook(frames));
+}
+
 void SettleWindow() {
     if (window == nullptr) return;
     const u64 now = Nanoseconds();
     if (owed && now >= owedFrom) GiveWhatIsOwed();
     reported = X11BordersMayDiffer() || reported;
-    const u64 nextLook = std::min(NextObservation(tracker), NextFrameLook(frames));
-    if (!owed && (reported || now >= nextLook)) LookAtWindow(now);
+    if (!owed && (reported || now >= NextLook())) LookAtWindow(now);
     if (window != nullptr) WatchLiveResize(now);
 }
 
 u64 NextSettling() {
     if (window == nullptr) return kNever;
-    u64 next = std::min(NextObservation(tracker), NextFrameLook(frames));
+    u64 next = NextLook();
     if (owed) next = std::min(next, owedFrom);
     if (liveResize) next = std::min(next, nextLiveLook);
     return next;
