@@ -11,7 +11,7 @@
 #define STATE_FILE "STATE.LUA"
 
 bool KeepsState(lua_State* L) {
-    lua_getglobal(L, "keep_state");
+    Global(L, "keep_state");
     const bool keeps = lua_toboolean(L, -1);
     lua_pop(L, 1);
     return keeps;
@@ -136,7 +136,7 @@ static void WriteState(lua_State* L) {
     }
     const int top = lua_gettop(L);
     lua_pushcfunction(L, WriteTables);
-    lua_getglobal(L, "state");
+    Global(L, "state");
     lua_pushlightuserdata(L, file);
     const bool written = lua_pcall(L, 2, 0, 0) == LUA_OK;
     if (!written) fprintf(stderr, "keep_state: %s\n", lua_tostring(L, -1));
@@ -146,7 +146,7 @@ static void WriteState(lua_State* L) {
 }
 
 void SaveState(lua_State* L) {
-    const bool isTable = lua_getglobal(L, "state") == LUA_TTABLE;
+    const bool isTable = Global(L, "state") == LUA_TTABLE;
     lua_pop(L, 1);
     if (KeepsState(L) && isTable) WriteState(L);
 }
@@ -167,7 +167,7 @@ static int ReadTables(lua_State* L) {
     lua_newtable(L);
     if (lua_setupvalue(L, -2, 1) == NULL) lua_pop(L, 1);
     lua_newtable(L);
-    if (lua_getglobal(L, "state") != LUA_TTABLE) {
+    if (Global(L, "state") != LUA_TTABLE) {
         lua_pop(L, 1);
         lua_newtable(L);
         lua_pushvalue(L, -1);

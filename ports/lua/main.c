@@ -73,8 +73,16 @@ static int RunMainFile(lua_State* L) {
     return 0;
 }
 
+int Global(lua_State* L, const char* name) {
+    lua_pushglobaltable(L);
+    lua_pushstring(L, name);
+    lua_rawget(L, -2);
+    lua_remove(L, -2);
+    return lua_type(L, -1);
+}
+
 static bool HasFunction(lua_State* L, const char* name) {
-    const bool found = lua_getglobal(L, name) == LUA_TFUNCTION;
+    const bool found = Global(L, name) == LUA_TFUNCTION;
     lua_pop(L, 1);
     return found;
 }
@@ -87,7 +95,7 @@ static void EndProgram(lua_State* L) {
 
 static void CallGlobal(const char* name) {
     if (!HasFunction(game, name)) return;
-    lua_getglobal(game, name);
+    Global(game, name);
     CallLua(game, 0, name);
 }
 
@@ -120,7 +128,7 @@ void setup(void) {
 
 static int RunUpdate(lua_State* L) {
     PassTweens(L);
-    if (lua_getglobal(L, "update") != LUA_TFUNCTION) return 0;
+    if (Global(L, "update") != LUA_TFUNCTION) return 0;
     lua_pushnumber(L, 1.0 / GAME_RATE);
     lua_call(L, 1, 0);
     return 0;

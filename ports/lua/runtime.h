@@ -12,6 +12,9 @@
 
 // --- main.c
 
+// Pushes a global as it is, without what a metatable of _G would do; gives its type.
+int Global(lua_State* L, const char* name);
+
 // Calls the function below its arguments on the stack, which leaves no results. An error becomes
 // the picture that is shown from then on, and false is returned. `what` names the call in that
 // picture.

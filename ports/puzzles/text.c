@@ -176,7 +176,7 @@ int FittingBytes(font face, int size, const char* text, int width) {
 
 void DrawTextIn(surface* target, font face, int size, box area, int where, moxi_colour colour,
                 const char* text) {
-    char shortened[512];
+    char shortened[512 + 4];  // the most that FittingBytes gives, an ellipsis, a NUL
     const int room = area.right - area.left;
     if (room <= 0) return;
     int width = TextWidth(face, size, text);

@@ -57,6 +57,15 @@ std::set<std::string> NamesOfHeader() {
     return names;
 }
 
+TEST(LuaGame, AProgramThatRefusesUndefinedGlobalsNeedsNoUpdate) {
+    NEEDS_LUA();
+    EXPECT_EQ(LuaGame("setmetatable(_G, {__index = function(_, n) error(n) end})\n"
+                      "local drawn = false\n"
+                      "function draw() if not drawn then print('drawn') end drawn = true end")
+                  .Play(),
+              Lines{"drawn"});
+}
+
 TEST(LuaGame, HasEveryFunctionAndConstantOfTheHeader) {
     NEEDS_LUA();
     const std::set<std::string> names = NamesOfHeader();
