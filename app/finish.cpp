@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/complaint.h"
 #include "app/library_lines.h"
 #include "app/record.h"
 #include "app/temporary_folder.h"
@@ -74,6 +75,7 @@ void Finish(int status) {
     // A failure while the end is being written ends at once.
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
+    if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

@@ -7,8 +7,10 @@
 #include <string_view>
 #include <utility>
 
+#include "app/archive.h"
 #include "app/call_filter.h"
 #include "app/cartridge.h"
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/library_lines.h"
 #include "app/options.h"
@@ -36,6 +38,7 @@
 #include "host/menu.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
+#include "kit/pack.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
@@ -147,7 +150,8 @@ std::string FindGameAndData(const std::string& game) {
 
 using Status = std::optional<int>;
 
-// What needs no game to run, or makes one: a new game, a folder to ship, the game of a cartridge.
+// What needs no game to run, or makes one: a new game, an archive or a folder to ship, the game of
+// an archive or of a cartridge.
 Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
         const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
@@ -155,15 +159,23 @@ Status ServeTheKit(Options& options) {
         if (made.status != 0) RefuseCommandLine(made.problem);
         return made.status;
     }
+    if (!options.pack.empty()) {
+        const PackResult packed = PackGame(options.pack[0], options.pack[1], options.withSymbols);
+        if (packed.status != 0) RefuseCommandLine(packed.problem);
+        return packed.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    const std::string unusable = PrepareArchive(options);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
+    const ShipResult shipped =
+        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }
@@ -172,7 +184,7 @@ Status ServeTheKit(Options& options) {
 // the game yet, but by that process.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
-    if (!missing.empty()) return RefuseCommandLine(missing);
+    if (!missing.empty()) return RefuseGame(options, missing);
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     folders.dataLimit = options.dataLimit;
@@ -201,7 +213,7 @@ Status EnterSandbox(Options& options) {
                       .files = SoundFiles(options)});
     }
     const std::string unusable = FindGameAndData(options.game);
-    if (!unusable.empty()) return RefuseCommandLine(unusable);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
     return {};
 }
 
@@ -261,6 +273,7 @@ constexpr Status (*kStages[])(Options&) = {
 
 int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
+    NoteTerminal();
     Options options;
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
     for (const auto stage : kStages) {

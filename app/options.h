@@ -37,7 +37,9 @@ struct Options {
     std::string profile;
     bool watch = false;
     std::string bundle;
-    std::string newGame;  // the folder of a game to begin
+    std::vector<std::string> pack;  // the game to pack and the archive to make
+    bool withSymbols = false;       // --bundle and --pack take the module's symbols along
+    std::string newGame;            // the folder of a game to begin
     bool newInC = false;
     bool newInLua = false;
 };

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/out_of_memory.h"
 #include "app/record.h"
@@ -69,6 +70,7 @@ void WireRooms(const Options& options) {
     vmSlots.flushScreen = FlushDirtyRect;
     vmSlots.appendDebugLog = AppendToDebugLog;
     vmSlots.beforeFatalMessage = [](std::string_view text) {
+        NoteFatalMessage();
         if (!MemoryIsOut()) NameFaultInDebugLog(text);
         StopBeforeFatalMessage(text);
     };
