@@ -6,6 +6,7 @@
 
 #include "app/complaint.h"
 #include "app/library_lines.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -76,6 +77,7 @@ void Finish(int status) {
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
     if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
+    RecordPlayEnd();
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

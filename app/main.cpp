@@ -16,6 +16,7 @@
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/sandbox.h"
 #include "app/signals.h"
@@ -119,8 +120,9 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
 
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
-void StartHelpers(const Options& options) {
+void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
+    outputs.files.insert(outputs.files.end(), recordFiles.begin(), recordFiles.end());
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = folders.pictures;
@@ -169,6 +171,7 @@ Status ServeTheKit(Options& options) {
         PrintUsage();
         return kWrongCommandLine;
     }
+    options.named = options.game;
     const std::string unusable = PrepareArchive(options);
     if (!unusable.empty()) return RefuseGame(options, unusable);
     if (const Status status = PrepareCartridge(options)) return status;
@@ -203,8 +206,9 @@ Status EnterSandbox(Options& options) {
         SystemLog("no sandbox: the game may do what you may do");
         ResolveNames(Resolution::Freely);
     }
+    const std::vector<std::string> recordFiles = PreparePlayRecord(options);
     if (options.sandbox) {
-        StartHelpers(options);
+        StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),
                       .dataFolder = DataFolderOfAll(),
                       .devices = !options.headless,
@@ -253,6 +257,7 @@ Status OpenDesktop(Options& options) {
     if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
+    RecordPlayBegin();
     if (options.sandbox) {
         TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
     }

@@ -11,7 +11,8 @@ namespace moxi {
 
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
-    std::string game;  // "" when none was named
+    std::string game;   // "" when none was named
+    std::string named;  // what was named in its place: an archive or a cartridge
     std::string dataFolder;
     bool mute = false;
     u32 musicVolume = 100;  // percent of the amplitude
