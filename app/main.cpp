@@ -37,6 +37,7 @@
 #include "host/data_owner.h"
 #include "host/delegate.h"
 #include "host/menu.h"
+#include "host/preferences.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/pack.h"
@@ -87,8 +88,9 @@ void UseOwnFonts() {
 
 bool StartDesktop(const Options& options, std::string& error) {
     const AudioOptions audio = {.mute = options.mute,
-                                .musicVolume = options.musicVolume,
-                                .soundVolume = options.soundVolume,
+                                .muted = preferences.mute,
+                                .musicVolume = preferences.musicVolume,
+                                .soundVolume = preferences.soundVolume,
                                 .soundFont = options.soundfont,
                                 .renderFile = options.renderAudio};
     if (options.headless) {
@@ -96,7 +98,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({.askBeforeUrls = !options.openUrls}, &error)) return false;
+    if (!StartSdlDesktop({.askBeforeUrls = preferences.askBeforeOpening}, &error)) return false;
     StartSdlAudio(audio);
     return true;
 }
@@ -122,10 +124,11 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
 // may not do later.
 void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
-    outputs.files.insert(outputs.files.end(), recordFiles.begin(), recordFiles.end());
+    outputs.ownFiles = recordFiles;
+    if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
-        outputs.picturesFolder = folders.pictures;
+        outputs.picturesFolder = ScreenshotFolder();
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
@@ -199,6 +202,25 @@ Status ChooseFolders(Options& options) {
     return WatchGame();
 }
 
+// A headless run is the same for everybody, so it knows of no preferences but those it is given.
+std::string ChosenPreferenceFile(const Options& options) {
+    if (options.headless || !options.preferences.empty()) return options.preferences;
+    return UsersPreferenceFile();
+}
+
+// What the command line says wins for this run.
+void ApplyPreferences(const Options& options) {
+    ChoosePreferencesOf(folders.gameName);
+    if (options.musicVolume) {
+        SetPreferenceForRun("music-volume", std::to_string(*options.musicVolume));
+    }
+    if (options.soundVolume) {
+        SetPreferenceForRun("sound-volume", std::to_string(*options.soundVolume));
+    }
+    if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
+    if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+}
+
 // From here on, before the first byte of the game is read, no more is reached than this. The helper
 // processes, which reach more, start before, and so before there are threads.
 Status EnterSandbox(Options& options) {
@@ -207,6 +229,7 @@ Status EnterSandbox(Options& options) {
         ResolveNames(Resolution::Freely);
     }
     const std::vector<std::string> recordFiles = PreparePlayRecord(options);
+    ReadPreferences(ChosenPreferenceFile(options));
     if (options.sandbox) {
         StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),
@@ -218,6 +241,7 @@ Status EnterSandbox(Options& options) {
     }
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseGame(options, unusable);
+    ApplyPreferences(options);
     return {};
 }
 

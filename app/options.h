@@ -15,8 +15,9 @@ struct Options {
     std::string named;  // what was named in its place: an archive or a cartridge
     std::string dataFolder;
     bool mute = false;
-    u32 musicVolume = 100;  // percent of the amplitude
-    u32 soundVolume = 100;
+    std::optional<u32> musicVolume;  // percent of the amplitude; else as the preferences say
+    std::optional<u32> soundVolume;
+    std::string preferences;  // a file of preferences in the place of the user's
     std::string soundfont;
     bool fullScreen = false;
     bool headless = false;

@@ -93,7 +93,8 @@ void RecordPlayBegin() {
 void RecordPlayEnd() {
     if (game.path.empty() || moduleStarted == 0) return;
     const auto time = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
-    game.seconds += static_cast<u64>(time.count());
+    // The same game may have been played in another window meanwhile.
+    game.seconds = ReadPlayed(game.path).seconds + static_cast<u64>(time.count());
     WritePlayed(game);
     const SmallPicture small = PictureOfView();
     if (small.pixels.empty() || IsBlank(small)) return;

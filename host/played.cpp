@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <filesystem>
 #include <sstream>
 
@@ -130,8 +129,10 @@ void MakePlayedFolder() {
 
 PlayedGame ReadPlayed(const std::string& path) {
     PlayedGame game;
+    std::string text;
     const std::string file = PlayedFile(path);
-    if (file.empty() || !ReadRecord(file, game) || game.path != path) game = {};
+    const bool read = !file.empty() && ReadOwnFile(file, kLargestRecord, text);
+    if (!read || !ParsePlayed(text, game) || game.path != path) game = {};
     game.path = path;
     return game;
 }
@@ -157,12 +158,7 @@ std::vector<PlayedGame> ReadAllPlayed() {
 
 bool WritePlayed(const PlayedGame& game) {
     const std::string path = PlayedFile(game.path);
-    if (path.empty()) return false;
-    std::FILE* const file = outputFiles.open(path);
-    if (file == nullptr) return false;
-    const std::string text = TextOfPlayed(game);
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    return std::fclose(file) == 0 && written;
+    return !path.empty() && ReplaceFile(path, TextOfPlayed(game));
 }
 
 }  // namespace moxi

@@ -44,7 +44,8 @@ std::string PlayedPicture(const std::string& path);
 // Makes the folder that they lie in. To be called before the process restricts itself.
 void MakePlayedFolder();
 
-// The record of the game at this path; where there is none, one with the path alone.
+// The record of the game at this path, read through `outputFiles`; where there is none, one with
+// the path alone.
 PlayedGame ReadPlayed(const std::string& path);
 
 // All records, in the order of their paths.

@@ -40,6 +40,9 @@ struct HeadlessState {
     std::deque<QueuedWork> mainQueue;
     std::vector<Timer> timers;
     TimerId lastTimer = 0;
+    bool held = false;   // no timer fires, and for the game time stands still,
+    u64 heldSince = 0;
+    u64 heldBefore = 0;  // as it did for so long in all
 
     WindowFrame frame;
     WindowFrame frameBeforeFullScreen;
@@ -291,6 +294,7 @@ Timer* EarliestTimer() {
 }
 
 bool FireDueTimer(u64 limit) {
+    if (state.held) return false;
     const Timer* const timer = EarliestTimer();
     if (timer == nullptr || timer->due > limit) return false;
     const TimerId id = timer->id;
@@ -307,7 +311,8 @@ bool FireDueTimer(u64 limit) {
 bool JumpToNext() {
     u64 next = UINT64_MAX;
     if (state.nextEvent < state.options.script.size()) next = EventTime(state.nextEvent);
-    if (const Timer* const timer = EarliestTimer()) next = std::min(next, timer->due);
+    const Timer* const timer = EarliestTimer();
+    if (timer != nullptr && !state.held) next = std::min(next, timer->due);
     if (next > state.end) return false;
     state.now = std::max(state.now, next);
     return true;
@@ -339,6 +344,24 @@ void RunEventLoop() {
 }
 
 // --- Time
+
+// What the clock says to the game.
+u64 GameTime() {
+    return (state.held ? state.heldSince : state.now) - state.heldBefore;
+}
+
+// What was due is due so much later.
+void HoldGame(bool held) {
+    if (held == state.held) return;
+    state.held = held;
+    if (held) {
+        state.heldSince = state.now;
+        return;
+    }
+    const u64 time = state.now - state.heldSince;
+    state.heldBefore += time;
+    for (Timer& timer : state.timers) timer.due += time;
+}
 
 TimerId StartTimer(u64 microseconds, void (*handler)()) {
     const u64 interval = std::max<u64>(microseconds, 1);
@@ -408,12 +431,17 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.toggleFullScreen = ToggleFullScreen;
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
+    desktop.windowPixels = [] { return desktop.viewSize(); };
+    // Whoever draws a surface keeps it for screenshots.
+    desktop.presentSurface = [](const u8*, ViewSize) {};
+    desktop.hideSurface = [] { RequestRedraw(WholeView()); };
     desktop.screens = Screens;
-    desktop.nanoseconds = [] { return state.now * 1000; };
+    desktop.nanoseconds = [] { return GameTime() * 1000; };
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
     desktop.stopTimer = StopTimer;
+    desktop.holdGame = HoldGame;
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };
@@ -428,6 +456,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.setClipboardText = [](const std::string& utf8) { state.clipboard = utf8; };
     desktop.setHandCursor = [](bool) {};
     desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
+    desktop.askBeforeUrls = [](bool) {};
     desktop.alert = [](const std::string&) {};
     desktop.alertOrEnd = [](const std::string&) { return SignalIsWaiting(); };
 }

@@ -102,6 +102,10 @@ static TimerId StartTimer(u64 microseconds, void (*handler)()) {
     return StartTimerAt(Nanoseconds(), microseconds, handler);
 }
 
+static void HoldGame(bool held) {
+    held ? HoldTimers(Nanoseconds()) : LetTimersGo(Nanoseconds());
+}
+
 static std::vector<Screen> ScreensNow() {
     const InsideDesktop inside;
     return Screens();
@@ -159,12 +163,16 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .toggleFullScreen = ToggleFullScreen,
         .requestRedraw = RequestRedraw,
         .presentView = PresentView,
+        .windowPixels = CurrentViewSize,
+        .presentSurface = PresentSurface,
+        .hideSurface = HideSurface,
         .screens = ScreensNow,
-        .nanoseconds = Nanoseconds,
+        .nanoseconds = [] { return TimeWithoutHolds(Nanoseconds()); },
         .clockWasRead = [] {},
         .localDateTime = LocalDateTime,
         .startTimer = StartTimer,
         .stopTimer = StopTimer,
+        .holdGame = HoldGame,
         .sleep = SleepWithRedraw,
         .isMainThread = IsMainThread,
         .queueOnMain = QueueOnMain,
@@ -177,6 +185,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .setClipboardText = SetClipboardText,
         .setHandCursor = SetHandCursor,
         .openUrl = OpenUrl,
+        .askBeforeUrls = AskBeforeUrls,
         .alert = ShowAlert,
         .alertOrEnd = ShowAlertOrEnd,
     };

@@ -18,6 +18,9 @@ struct Timer {
 
 static constinit std::vector<Timer> timers;
 static constinit TimerId newestTimer = 0;
+static constinit bool held = false;
+static constinit u64 heldSince = 0;
+static constinit u64 heldBefore = 0;  // in all
 
 u64 NextDeadline(u64 due, u64 interval, u64 now) {
     if (now < due) return due;
@@ -41,12 +44,12 @@ static std::vector<Timer>::iterator EarliestTimer() {
 
 u64 EarliestDeadline() {
     const auto timer = EarliestTimer();
-    return timer == timers.end() ? kNever : timer->due;
+    return held || timer == timers.end() ? kNever : timer->due;
 }
 
 bool FireDueTimer(u64 (*clock)()) {
     const auto timer = EarliestTimer();
-    if (timer == timers.end() || clock() < timer->due) return false;
+    if (held || timer == timers.end() || clock() < timer->due) return false;
 
     const TimerId id = timer->id;
     Tell(timer->handler);
@@ -57,8 +60,27 @@ bool FireDueTimer(u64 (*clock)()) {
     return true;
 }
 
+void HoldTimers(u64 now) {
+    if (held) return;
+    held = true;
+    heldSince = now;
+}
+
+void LetTimersGo(u64 now) {
+    if (!held) return;
+    held = false;
+    heldBefore += now - heldSince;
+    for (Timer& each : timers) each.due += now - heldSince;
+}
+
+u64 TimeWithoutHolds(u64 now) {
+    return (held ? heldSince : now) - heldBefore;
+}
+
 void ResetTimers() {
     timers.clear();
+    held = false;
+    heldSince = heldBefore = 0;
     newestTimer = 0;
 }
 

@@ -20,6 +20,11 @@ u64 EarliestDeadline();
 // Calls the handler of the timer that is due first, if it is due at clock(); timers that are due
 // together fire in the order in which they were started. Missed firings are skipped.
 bool FireDueTimer(u64 (*clock)());
+// While timers are held none fires; when they go on, each does so from where it was.
+void HoldTimers(u64 now);
+void LetTimersGo(u64 now);
+// What the clock says at `now` when the time for which timers were held is left out.
+u64 TimeWithoutHolds(u64 now);
 void ResetTimers();
 
 }  // namespace moxi

@@ -19,6 +19,7 @@ constexpr u32 kViewFormat = SDL_PIXELFORMAT_XBGR8888;  // in memory R, G, B, unu
 static constinit SDL_Window* window = nullptr;
 static constinit ViewRect requested;  // empty when nothing is
 static constinit Area newPixels;      // drawn and not yet shown; empty when width is 0
+static constinit bool surfaceIsShown = false;  // the host's own
 
 // With a surface:
 static constinit bool hasSurface = false;
@@ -132,8 +133,7 @@ static Area Union(const Area& a, const Area& b) {
             std::max(a.y + a.height, b.y + b.height) - top};
 }
 
-void PresentView(ViewPixels view, ViewRect rect) {
-    const InsideDesktop inside;
+static void Present(ViewPixels view, ViewRect rect) {
     if (view.pixels == nullptr || !Prepare()) return;
     // The window may still have, or have again, another size than the application knows.
     const ViewSize room = hasSurface ? ViewSize{surface->w, surface->h} : textureSize;
@@ -152,6 +152,24 @@ void PresentView(ViewPixels view, ViewRect rect) {
         SDL_UpdateTexture(texture, &target, pixels, view.width * 4);
     }
     newPixels = Union(newPixels, area);
+}
+
+void PresentView(ViewPixels view, ViewRect rect) {
+    const InsideDesktop inside;
+    if (!surfaceIsShown) Present(view, rect);
+}
+
+void PresentSurface(const u8* pixels, ViewSize size) {
+    const InsideDesktop inside;
+    surfaceIsShown = true;
+    Present({pixels, size.width, size.height},
+            {0, 0, static_cast<double>(size.width), static_cast<double>(size.height)});
+}
+
+void HideSurface() {
+    const InsideDesktop inside;
+    surfaceIsShown = false;
+    RequestWholeRedraw();
 }
 
 static void ShowArea(const Area& area) {

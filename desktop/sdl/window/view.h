@@ -19,6 +19,9 @@ bool RedrawIsWaiting();
 // Has the application draw what was requested, and shows it; false when nothing waits.
 bool ServeRedraw();
 void PresentView(ViewPixels view, ViewRect rect);
+// The host's own surface in the view's place, until it is hidden.
+void PresentSurface(const u8* pixels, ViewSize size);
+void HideSurface();
 // Shows once more what was drawn last.
 void ShowView();
 // The same, on a thread that has the gate and is not the main thread, where that is possible.
