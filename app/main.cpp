@@ -19,6 +19,7 @@
 #include "app/play_record.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/shelf.h"
 #include "app/signals.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -171,7 +172,9 @@ Status ServeTheKit(Options& options) {
     }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
+        if (CanOpenShelf(options)) RunShelf(options);
         PrintUsage();
+        ListShelf(options);
         return kWrongCommandLine;
     }
     options.named = options.game;
@@ -304,6 +307,7 @@ int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
     NoteTerminal();
     Options options;
+    options.arguments.assign(argv, argv + argc);
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
     for (const auto stage : kStages) {
         if (const Status status = stage(options)) return *status;

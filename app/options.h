@@ -11,6 +11,7 @@ namespace moxi {
 
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
+    std::vector<std::string> arguments;  // all of the command line
     std::string game;   // "" when none was named
     std::string named;  // what was named in its place: an archive or a cartridge
     std::string dataFolder;
@@ -25,6 +26,7 @@ struct Options {
     std::string dumpImage;
     std::string dumpScreen;
     std::string dumpView;
+    std::string dumpUi;
     std::string trace;
     std::string record;
     std::string renderAudio;

@@ -122,6 +122,7 @@ void WireRooms(const Options& options) {
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .fileDropped = [](const std::string&) {},
         .clipboardDidChange = [](const std::string&) {},
         .expose = moxiView::drawRect,
         .post = PostMessage,

@@ -51,6 +51,8 @@ struct DesktopEvents {
     void (*mouseMoved)(i32 x, i32 y);
     void (*mouseDragged)(u32 button, i32 x, i32 y);
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
+    // The user has dropped a file or folder on the window.
+    void (*fileDropped)(const std::string& path);
 
     // --- Scripts
     // Another program has put this text on the clipboard, where desktop.clipboardText finds it.
@@ -92,6 +94,7 @@ inline constinit DesktopEvents desktopEvents = {
     .mouseMoved = [](i32, i32) {},
     .mouseDragged = [](u32, i32, i32) {},
     .scrollWheel = [](double, double, i32, i32) {},
+    .fileDropped = [](const std::string&) {},
     .clipboardDidChange = [](const std::string&) {},
     .expose = [](ViewRect) {},
     .post = [](u32, u32, u32, u32) {},

@@ -31,6 +31,7 @@ enum class ScriptEventKind : u8 {
     Quit,
     Screens,
     Clipboard,
+    Drop,
     Post,
     Screenshot,
 };
