@@ -12,6 +12,7 @@
 #include "app/call_filter.h"
 #include "app/landlock.h"
 #include "app/reach.h"
+#include "base/log.h"
 #include "desktop/folders.h"
 #include "host/bundle.h"
 #include "host/game_info.h"
@@ -84,6 +85,8 @@ void SendGame(int pipe, const GameToRead& game) {
 [[noreturn]] void ReadAndSend(int pipe, const std::vector<GameToRead>& games, bool restricted) {
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
+    // What is wrong with a game is said when it is played.
+    errorDescriptor = nowhere;
     if (restricted) {
         LimitResources();
         LandlockRules rules(true);

@@ -141,6 +141,12 @@ bool IsCartridgeName(const fs::path& path) {
     return path.extension() == ".wasm";
 }
 
+bool Keep(const PlayedGame& game) {
+    MakeStateFolder();
+    MakePlayedFolder();
+    return WritePlayed(game);
+}
+
 std::string Add(const std::string& path) {
     Options named = options;
     named.game = path;
@@ -161,13 +167,13 @@ std::string Add(const std::string& path) {
     PlayedGame game = ReadPlayed(real);
     game.files = fs::canonical(named.game, error);
     game.removed = false;
-    return WritePlayed(game) ? "" : folders.state + ": cannot be written";
+    return Keep(game) ? "" : folders.state + ": cannot be written";
 }
 
 void Remove(const std::string& path) {
     PlayedGame game = ReadPlayed(path);
     game.removed = true;
-    WritePlayed(game);
+    if (!Keep(game)) SystemLog(folders.state + ": cannot be written");
 }
 
 std::string Play(const std::string& path) {
@@ -248,8 +254,6 @@ void RunShelf(const Options& chosen) {
     options = chosen;
     command = chosen.arguments;
     FindUserFolders();
-    MakeStateFolder();
-    MakePlayedFolder();
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
     ReadPreferences(options.preferences.empty() ? usersFile : options.preferences);
     ChooseLanguage();

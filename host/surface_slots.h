@@ -14,7 +14,7 @@ enum class SurfaceInputKind : u8 { KeyDown, Text, PointerMove, PointerDown, Poin
 // with the origin at its top-left corner.
 struct SurfaceInput {
     SurfaceInputKind kind = SurfaceInputKind::PointerMove;
-    u8 code = 0;       // keys: the positional virtual key code
+    u8 code = 0;            // keys: the positional virtual key code
     std::string text = {};  // keys: what the key types, "" for none; texts: the text
     bool shift = false;
     bool command = false;

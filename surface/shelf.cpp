@@ -20,6 +20,7 @@ namespace {
 
 constexpr const char* kSearch = "search";
 constexpr const char* kAdd = "add-game";
+constexpr size_t kAtEnd = SIZE_MAX;
 constexpr Colour kGround = {17, 19, 24};
 // How often is looked whether the game that was started has ended.
 constexpr u64 kLookMicroseconds = 100'000;
@@ -34,6 +35,7 @@ struct Shelf {
     bool adding = false;
     std::string path;     // in the field, while adding
     std::string problem;  // with it
+    size_t caret = 0;     // in the field that has the focus, or beyond its end
     std::string playing;  // the game's name
     TimerId look = 0;
     Surface surface;
@@ -68,11 +70,11 @@ std::string FootText() {
 
 void AddHead(Surface& surface, double margin) {
     constexpr double kButton = 150;
-    Control& search = AddControl(surface, Role::Field, kSearch, "");
+    Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
     search.part = Part::Head;
     search.value = shelf.search;
-    search.caret = shelf.search.size();
-    search.detail = Words("Search");
+    search.caret = std::min(shelf.caret, shelf.search.size());
+    search.detail = search.name;
     const double right = surface.width - margin;
     const double most = right - kButton - margin - 110;
     const double width = std::min(320.0, std::max(most, 80.0));
@@ -117,8 +119,10 @@ void BuildGrid(ViewSize size) {
 
 void Build(ViewSize size) {
     if (shelf.adding) {
-        return BuildAddGame(shelf.surface, size.width, size.height, ScaleOf(size), shelf.path,
-                            shelf.problem);
+        BuildAddGame(shelf.surface, size.width, size.height, ScaleOf(size), shelf.path,
+                     shelf.problem);
+        FindControl(shelf.surface, kPathField)->caret = std::min(shelf.caret, shelf.path.size());
+        return;
     }
     BuildGrid(size);
 }
@@ -200,6 +204,7 @@ void OpenAdding(const std::string& path) {
     shelf.problem.clear();
     shelf.surface.scroll = 0;
     shelf.surface.focus = kPathField;
+    shelf.caret = kAtEnd;
 }
 
 void CloseAdding() {
@@ -242,6 +247,7 @@ void DoInGrid(const Want& want) {
             return;
         case WantKind::Type:
             shelf.surface.focus = kSearch;
+            shelf.caret = kAtEnd;
             if (want.text.empty() || static_cast<u8>(want.text[0]) < ' ') return;
             return Search(shelf.search + want.text);
         case WantKind::Leave:
@@ -261,6 +267,7 @@ void DoInAdding(const Want& want) {
             shelf.path = want.id;
             shelf.surface.scroll = 0;
             if (want.id.back() != '/') return AddGame(shelf.path);
+            shelf.caret = kAtEnd;
             shelf.surface.focus = kPathField;
             return;
         case WantKind::Change:
@@ -279,6 +286,7 @@ bool CompletePath(const SurfaceInput& input) {
     const std::string completed = Completed(shelf.path);
     if (completed == shelf.path) return false;
     shelf.path = completed;
+    shelf.caret = kAtEnd;
     return true;
 }
 
@@ -289,6 +297,8 @@ void Take(SurfaceInput input) {
     input.option = shelf.option;
     if (!CompletePath(input)) {
         const Want want = HandleInput(shelf.surface, input);
+        const Control* const focused = FindControl(shelf.surface, shelf.surface.focus);
+        shelf.caret = focused != nullptr && focused->role == Role::Field ? focused->caret : kAtEnd;
         if (want.kind != WantKind::Nothing) shelf.message.clear();
         if (shelf.adding) {
             DoInAdding(want);

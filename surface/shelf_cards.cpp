@@ -89,7 +89,8 @@ std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
     std::vector<const ShelfGame*> found;
     for (const ShelfGame& game : games) {
         const PlayedGame& record = game.record;
-        const std::string text = Folded(record.name + "\n" + record.author + "\n" + record.path);
+        const std::string text = Folded(record.name + "\n" + record.author + "\n" +
+                                        record.path.substr(record.path.rfind('/') + 1));
         std::istringstream words(Folded(search));
         bool hasAll = true;
         for (std::string word; words >> word;) hasAll = hasAll && text.find(word) < text.size();
@@ -100,8 +101,7 @@ std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
 
 std::string PlayedTime(u64 seconds) {
     if (seconds == 0) return "";
-    const u64 minutes = seconds / 60;
-    if (minutes == 0) return Words("less than a minute");
+    const u64 minutes = std::max<u64>(seconds / 60, 1);
     const std::string rest = Filled(Words("%1 min"), std::to_string(minutes % 60));
     if (minutes < 60) return rest;
     const std::string hours = Filled(Words("%1 h"), std::to_string(minutes / 60));

@@ -17,11 +17,11 @@ struct ShelfGame {
     std::shared_ptr<const Picture> picture;  // the game's own, or of its last run; null for none
 };
 
-// Those whose name, author or path has all words of `search`, whatever the case.
+// Those whose name, author or file name has all words of `search`, whatever the case.
 std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
                                        const std::string& search);
 
-// "2 h 5 min"; "" for nothing.
+// "2 h 5 min", at least a minute; "" for nothing.
 std::string PlayedTime(u64 seconds);
 // "today", "yesterday", "5 days ago", then the date; "" for a game that was never played.
 std::string PlayedDay(u64 lastPlayed, const DateTime& now);
