@@ -14,6 +14,7 @@
 #include "desktop/pango/pango_engine.h"
 #include "gfx/graphics_group.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
 #include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
@@ -112,12 +113,14 @@ void WireRooms(const Options& options) {
         .keyDown = moxiView::keyDown,
         .keyUp = moxiView::keyUp,
         .textInput = TextInput,
-        .flagsChanged = moxiView::flagsChanged,
+        .flagsChanged = FlagsChangedBesidePad,
         .mouseDown = MouseDown,
         .mouseUp = MouseUp,
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .padButton = PadButtonChanged,
+        .padAxis = PadAxisChanged,
         .clipboardDidChange = [](const std::string&) {},
         .expose = moxiView::drawRect,
         .post = PostMessage,

@@ -7,6 +7,7 @@
 
 #include "base/types.h"
 #include "desktop/desktop.h"
+#include "desktop/pad.h"
 
 namespace moxi {
 
@@ -51,6 +52,10 @@ struct DesktopEvents {
     void (*mouseMoved)(i32 x, i32 y);
     void (*mouseDragged)(u32 button, i32 x, i32 y);
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
+    // Only what changes. A pad that is taken away, or a window that loses the keyboard, has let go
+    // of everything.
+    void (*padButton)(PadButton button, bool down);
+    void (*padAxis)(PadAxis axis, double value);  // -1..1
 
     // --- Scripts
     // Another program has put this text on the clipboard, where desktop.clipboardText finds it.
@@ -92,6 +97,8 @@ inline constinit DesktopEvents desktopEvents = {
     .mouseMoved = [](i32, i32) {},
     .mouseDragged = [](u32, i32, i32) {},
     .scrollWheel = [](double, double, i32, i32) {},
+    .padButton = [](PadButton, bool) {},
+    .padAxis = [](PadAxis, double) {},
     .clipboardDidChange = [](const std::string&) {},
     .expose = [](ViewRect) {},
     .post = [](u32, u32, u32, u32) {},

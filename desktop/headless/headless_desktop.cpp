@@ -208,6 +208,12 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::MouseMove:
         case ScriptEventKind::MouseDrag:
         case ScriptEventKind::Scroll: PlayMouseEvent(event); break;
+        case ScriptEventKind::PadButton:
+            desktopEvents.padButton(event.padButton, event.down);
+            break;
+        case ScriptEventKind::PadAxis:
+            desktopEvents.padAxis(event.padAxis, event.deltas[0]);
+            break;
         case ScriptEventKind::Resize:
             ChangeFrame({state.frame.x, state.frame.y, Number(event, 0), Number(event, 1)});
             break;
@@ -426,6 +432,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     };
     desktop.clipboardText = [] { return state.clipboard; };
     desktop.setClipboardText = [](const std::string& utf8) { state.clipboard = utf8; };
+    desktop.movePointer = [](i32, i32) {};
     desktop.setHandCursor = [](bool) {};
     desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
     desktop.alert = [](const std::string&) {};

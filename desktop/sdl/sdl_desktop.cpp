@@ -175,6 +175,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
             },
         .clipboardText = ClipboardText,
         .setClipboardText = SetClipboardText,
+        .movePointer = MovePointer,
         .setHandCursor = SetHandCursor,
         .openUrl = OpenUrl,
         .alert = ShowAlert,
