@@ -15,6 +15,7 @@
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/run_loop.h"

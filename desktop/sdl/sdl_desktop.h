@@ -4,6 +4,7 @@
 //
 //   gate.h       which thread may talk to SDL just now
 //   run_loop     events, queued work, redraws and timers, in turn
+//   clock        the monotonic time
 //   timers       repeating timers with absolute deadlines
 //   window       the window, full screen, closing; geometry, geometry_tracker: what of it is told
 //   view         redraw requests and the texture that is shown

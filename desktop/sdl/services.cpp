@@ -3,7 +3,6 @@
 #include <SDL_clipboard.h>
 #include <SDL_mouse.h>
 #include <SDL_stdinc.h>
-#include <SDL_timer.h>
 
 #include <ctime>
 
@@ -70,13 +69,6 @@ DateTime LocalDateTime() {
     return {static_cast<u32>(local.tm_year + 1900), static_cast<u32>(local.tm_mon + 1),
             static_cast<u32>(local.tm_mday),        static_cast<u32>(local.tm_hour),
             static_cast<u32>(local.tm_min),         static_cast<u32>(local.tm_sec)};
-}
-
-u64 Nanoseconds() {
-    static const u64 frequency = SDL_GetPerformanceFrequency();
-    const u64 counter = SDL_GetPerformanceCounter();
-    // In two parts, so that nothing overflows.
-    return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
 }
 
 }  // namespace moxi

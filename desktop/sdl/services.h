@@ -13,6 +13,5 @@ void SetClipboardText(const std::string& utf8);
 void SetHandCursor(bool hand);
 void FreeCursors();
 DateTime LocalDateTime();
-u64 Nanoseconds();
 
 }  // namespace moxi

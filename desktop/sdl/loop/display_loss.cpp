@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/window.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/gate.h"
 
 namespace moxi {

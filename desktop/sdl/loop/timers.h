@@ -6,8 +6,6 @@
 
 namespace moxi {
 
-constexpr u64 kNever = ~u64{0};
-
 // The first point of the phase that `due` lies on which is later than `now`.
 u64 NextDeadline(u64 due, u64 interval, u64 now);
 
@@ -15,7 +13,7 @@ u64 NextDeadline(u64 due, u64 interval, u64 now);
 TimerId StartTimerAt(u64 now, u64 microseconds, void (*handler)());
 void StopTimer(TimerId timer);  // 0 and unknown timers are ignored
 
-// Deadline of the timer that is due first, kNever when there is none.
+// Deadline of the timer that is due first, kNever (clock.h) when there is none.
 u64 EarliestDeadline();
 // Calls the handler of the timer that is due first, if it is due at clock(); timers that are due
 // together fire in the order in which they were started. Missed firings are skipped.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/loop/clock.h"
 
 namespace moxi {
 

@@ -3,9 +3,9 @@
 #include <SDL_video.h>
 
 #include "desktop/events.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/services.h"
 #include "desktop/sdl/window/window.h"
 #include "desktop/sdl/window/x11_monitors.h"
 
