@@ -14,6 +14,7 @@
 //   screens      screens and their changes, with x11_monitors
 //   services     clipboard, cursor, local time; url_opener: web addresses
 //   alert        the modal box that we draw ourselves
+//   turns        what the main thread notes down for the watchdog
 //   watchdog     keeps the window alive while the module is busy for seconds
 
 #include <string>

@@ -19,7 +19,7 @@
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/timers.h"
-#include "desktop/sdl/loop/watchdog.h"
+#include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"

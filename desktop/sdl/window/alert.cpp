@@ -8,7 +8,7 @@
 #include "desktop/quit_request.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/watchdog.h"
+#include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/box_layout.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
