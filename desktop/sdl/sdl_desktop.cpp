@@ -24,6 +24,7 @@
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"

@@ -6,7 +6,8 @@
 //   run_loop     events, queued work, redraws and timers, in turn
 //   clock        the monotonic time
 //   timers       repeating timers with absolute deadlines
-//   window       the window, full screen, closing; geometry, geometry_tracker: what of it is told
+//   game_window  its handle, title and icon
+//   window       geometry, full screen, closing; geometry, geometry_tracker: what of it is told
 //   view         redraw requests and the texture that is shown
 //   keyboard     keys, with scancodes (positions), key_text (characters) and layouts
 //   x11_side     what SDL does not ask the X server; wayland_side: the same of a compositor

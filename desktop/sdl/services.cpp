@@ -9,8 +9,8 @@
 #include "desktop/sdl/input/x11_clipboard.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
@@ -20,13 +20,13 @@ static constinit SDL_Cursor* arrowCursor = nullptr;
 // What the user copies in other programs is no business of a game that plays in the background.
 // Wayland holds the same by itself.
 static bool HasKeyboard() {
-    return (SDL_GetWindowFlags(GameWindow()) & SDL_WINDOW_INPUT_FOCUS) != 0;
+    return (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_INPUT_FOCUS) != 0;
 }
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
     if (DisplayLoss() != Loss::None) return std::nullopt;
-    if (const unsigned long window = XWindow(GameWindow())) {
+    if (const unsigned long window = XWindow(gameWindow)) {
         // SDL takes no text in pieces, in which large ones come.
         bool own = false;
         std::optional<std::string> others = X11ClipboardText(window, HasKeyboard(), own);

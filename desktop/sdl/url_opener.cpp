@@ -10,13 +10,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include "base/log.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/alert.h"
-#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/game_window.h"
 
 namespace moxi {
 

@@ -20,6 +20,7 @@
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/loop/turns.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
@@ -153,7 +154,7 @@ static void ServeRequests() {
     if (DisplayLoss() != Loss::None) return EndWithoutWindow();
     if (closeRequested) {
         closeRequested = false;
-        if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
+        if (gameWindow != nullptr && Ask(desktopEvents.windowShouldClose)) {
             Tell(desktopEvents.windowWillClose);
             DestroyGameWindow();
             // The last window ends the application. It is asked once more, but with the window

@@ -19,8 +19,8 @@
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/view.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
