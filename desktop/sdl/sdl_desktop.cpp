@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "desktop/desktop.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
@@ -152,7 +153,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .setWindowTitle = SetGameWindowTitle,
         .setWindowIcon = SetGameWindowIcon,
         .showWindow = ShowGameWindow,
-        .closeWindow = RequestClose,
+        .closeWindow = [] { closeRequested = true; },
         .minimizeWindow = MinimizeGameWindow,
         .windowFrame = GameWindowFrame,
         .setWindowFrame = SetGameWindowFrame,

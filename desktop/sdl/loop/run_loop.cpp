@@ -45,7 +45,6 @@ static constinit u64 quietFrom = 0;
 static constinit u64 nextPumping = 0;  // at the latest
 
 static constinit bool ended = false;
-static constinit bool closeRequested = false;
 static constinit bool enterFullScreen = false;
 
 void StartRunLoop(bool fullScreenAfterLaunch) {
@@ -57,10 +56,6 @@ void StartRunLoop(bool fullScreenAfterLaunch) {
 
 void RequestTerminate() {
     quitRequest = QuitRequest::Made;
-}
-
-void RequestClose() {
-    closeRequested = true;
 }
 
 void QueueOnMain(void (*work)()) {

@@ -8,7 +8,6 @@ namespace moxi {
 // Functions of the desktop record.
 void RunEventLoop();
 void RequestTerminate();
-void RequestClose();
 void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
 

@@ -10,12 +10,12 @@
 
 #include "base/log.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/run_loop.h"
 #include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/geometry_tracker.h"
@@ -358,7 +358,7 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
             ReleaseHeldKeys();
             ReleaseHeldButtons();
             break;
-        case SDL_WINDOWEVENT_CLOSE: RequestClose(); break;
+        case SDL_WINDOWEVENT_CLOSE: closeRequested = true; break;
         default: break;
     }
 }
