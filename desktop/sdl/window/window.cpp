@@ -105,7 +105,7 @@ static bool TakeBorders(const Borders& now) {
 }
 
 static void TellChange(const GeometryChange& change) {
-    if (change.resized) RequestWholeRedraw();
+    if (change.resized) ResizeView(CurrentViewSize());
     if (change.moved) Tell(desktopEvents.windowDidMove);
     if (!change.resized) return;
     Tell(desktopEvents.viewFrameDidChange);
@@ -126,7 +126,8 @@ void CreateGameWindow(WindowFrame content) {
     NameX11Window(gameWindow, GameWindowTitle());
     WatchDisplay(gameWindow);
     StartWaylandSide(gameWindow);
-    if (!StartView(gameWindow)) SystemLog(std::string("no renderer: ") + SDL_GetError());
+    if (!StartView(gameWindow, CurrentViewSize()))
+        SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
 void ShowGameWindow() {
