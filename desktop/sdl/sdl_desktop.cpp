@@ -101,6 +101,13 @@ static void ShutDown() {
     SDL_Quit();
 }
 
+// The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
+// may hang in the module already.
+static void ShowWindow() {
+    ShowGameWindow();
+    if (gameWindow != nullptr) StartWatchdog();
+}
+
 static TimerId StartTimer(u64 microseconds, void (*handler)()) {
     return StartTimerAt(Nanoseconds(), microseconds, handler);
 }
@@ -152,7 +159,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,
         .setWindowIcon = SetGameWindowIcon,
-        .showWindow = ShowGameWindow,
+        .showWindow = ShowWindow,
         .closeWindow = [] { closeRequested = true; },
         .minimizeWindow = MinimizeGameWindow,
         .windowFrame = GameWindowFrame,

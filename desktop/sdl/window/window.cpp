@@ -16,7 +16,6 @@
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 #include "desktop/sdl/window/native_display.h"
@@ -137,7 +136,6 @@ void ShowGameWindow() {
     SDL_RaiseWindow(gameWindow);
     if (shown) return;
     shown = true;
-    StartWatchdog();
     Placement placement;
     if (AskForPlacement(placement)) TakeBorders(placement.borders);
     // Window managers put the frame where the content should be.
