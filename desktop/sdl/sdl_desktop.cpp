@@ -117,7 +117,7 @@ static std::vector<Screen> ScreensNow() {
     return Screens();
 }
 
-bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
+bool StartSdlDesktop(std::string* error) {
     SetHints();
     UseUnicodeLocale();
     if (!SurvivesStart()) {
@@ -125,7 +125,6 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     StartUrlOpener([] {});
-    AskBeforeUrls(options.askBeforeUrls);
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -149,7 +148,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
     ResetSdlKeyboard();
     ResetSdlMouse();
     StartScreens();
-    StartRunLoop(options.fullScreen);
+    StartRunLoop();
 
     desktop = {
         .runEventLoop = RunEventLoop,

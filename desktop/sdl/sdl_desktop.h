@@ -22,14 +22,9 @@
 
 namespace moxi {
 
-struct SdlOptions {
-    bool fullScreen = false;    // enter full screen right after launch
-    bool askBeforeUrls = true;  // before the first web address of the run is opened
-};
-
 // Connects to the display and fills `desktop`. Where no display can be reached it returns false,
 // sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
 // thread before any other thread exists.
-bool StartSdlDesktop(const SdlOptions& options, std::string* error);
+bool StartSdlDesktop(std::string* error);
 
 }  // namespace moxi

@@ -45,13 +45,11 @@ static constinit u64 quietFrom = 0;
 static constinit u64 nextPumping = 0;  // at the latest
 
 static constinit bool ended = false;
-static constinit bool enterFullScreen = false;
 
-void StartRunLoop(bool fullScreenAfterLaunch) {
+void StartRunLoop() {
     static std::deque<void (*)()> work;
     queuedWork = &work;
     wakeEvent = SDL_RegisterEvents(1);
-    enterFullScreen = fullScreenAfterLaunch;
 }
 
 void RequestTerminate() {
@@ -231,7 +229,6 @@ void RunEventLoop() {
     const InsideDesktop inside;
     ended = false;
     Tell(desktopEvents.didFinishLaunching);
-    if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
     while (!ended) {
         NoteTurn();
         SDL_Event event;

@@ -11,6 +11,6 @@ void RequestTerminate();
 void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
 
-void StartRunLoop(bool fullScreenAfterLaunch);
+void StartRunLoop();
 
 }  // namespace moxi
