@@ -1,6 +1,6 @@
 #pragma once
-// What the main thread notes down of its turns, so that the watchdog can tell a program that is busy
-// from one that is well. Written by the main thread, read by any.
+// What the main thread notes down of its turns, so that the watchdog can tell a program that is
+// busy from one that is well. Written by the main thread, read by any.
 
 #include "base/types.h"
 
