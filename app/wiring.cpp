@@ -90,6 +90,7 @@ void WireRooms(const Options& options) {
         .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
         .willBecomeActive = moxiAppDelegate::applicationWillBecomeActive,
+        .didResignActive = [] {},
         .screensChanged = moxiAppDelegate::screenParametersDidChange,
         .willEndByForce = WriteDumpsOfForcedEnd,
         .windowShouldClose = moxiWindow::windowShouldClose,

@@ -17,6 +17,7 @@ struct DesktopEvents {
     bool (*shouldTerminate)();
     void (*willTerminate)();
     void (*willBecomeActive)();
+    void (*didResignActive)();  // the window has lost the keyboard, and everything held is released
     void (*screensChanged)();
     // The user ends the program while the application is busy in a handler and does not answer.
     // Comes from another thread, and the process ends when it returns.
@@ -72,6 +73,7 @@ inline constinit DesktopEvents desktopEvents = {
     .shouldTerminate = [] { return true; },
     .willTerminate = [] {},
     .willBecomeActive = [] {},
+    .didResignActive = [] {},
     .screensChanged = [] {},
     .willEndByForce = [] {},
     .windowShouldClose = [] { return true; },

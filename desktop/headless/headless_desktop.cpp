@@ -210,6 +210,7 @@ void PlayEvent(const ScriptEvent& event) {
             if (state.fullScreen) ToggleFullScreen();
             break;
         case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
+        case ScriptEventKind::Deactivate: desktopEvents.didResignActive(); break;
         case ScriptEventKind::Expose:
             // The rectangle goes to the view at once, and as it stands.
             desktopEvents.expose(

@@ -288,6 +288,7 @@ void ReadArguments(LineReader& line, ScriptEvent& event) {
         case ScriptEventKind::Minimize:
         case ScriptEventKind::Restore:
         case ScriptEventKind::Activate:
+        case ScriptEventKind::Deactivate:
         case ScriptEventKind::Close:
         case ScriptEventKind::Quit: break;
     }
@@ -317,6 +318,7 @@ constexpr EventName kEventNames[] = {
     {"restore", ScriptEventKind::Restore},
     {"full-screen", ScriptEventKind::FullScreenOn},
     {"activate", ScriptEventKind::Activate},
+    {"deactivate", ScriptEventKind::Deactivate},
     {"expose", ScriptEventKind::Expose},
     {"close", ScriptEventKind::Close},
     {"quit", ScriptEventKind::Quit},

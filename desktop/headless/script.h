@@ -29,6 +29,7 @@ enum class ScriptEventKind : u8 {
     FullScreenOn,
     FullScreenOff,
     Activate,
+    Deactivate,
     Expose,
     Close,
     Quit,

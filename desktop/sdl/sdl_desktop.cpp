@@ -17,6 +17,7 @@
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -96,6 +97,7 @@ static void ShutDown() {
     if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
+    StopPads();
     StopX11Side();
     StopWaylandSide();
     SDL_Quit();
@@ -142,6 +144,7 @@ bool StartSdlDesktop(std::string* error) {
     BindGateToMainThread();
     ResetSdlKeyboard();
     ResetSdlMouse();
+    StartPads();
     StartScreens();
     StartRunLoop();
 

@@ -10,7 +10,7 @@
 #include "desktop/events.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/game_window.h"
 
 namespace moxi {
 
@@ -47,11 +47,11 @@ void HandleMouseButton(const SDL_MouseButtonEvent& event) {
 
 void MovePointer(i32 x, i32 y) {
     const InsideDesktop inside;
-    if (GameWindow() == nullptr || DisplayLoss() != Loss::None) return;
+    if (gameWindow == nullptr || DisplayLoss() != Loss::None) return;
     pointerX = x;
     pointerY = y;
     moved = true;
-    SDL_WarpMouseInWindow(GameWindow(), x, y);
+    SDL_WarpMouseInWindow(gameWindow, x, y);
 }
 
 void HandleMouseMotion(const SDL_MouseMotionEvent& event) {

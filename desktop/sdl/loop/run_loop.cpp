@@ -16,6 +16,7 @@
 #include "desktop/sdl/input/key_text.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -235,7 +236,8 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
+    const u64 next = std::min(NextSettling(), NextPadLook());
+    return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
 }
 
 void RunEventLoop() {
@@ -249,6 +251,7 @@ void RunEventLoop() {
         ServeRequests();
         if (ended) break;
         SettleWindow();
+        LookAtPads(Nanoseconds());
         TellScreenChanges();
         if (DisplayLoss() != Loss::None) continue;
         // Work that queues more work comes again in the next turn.

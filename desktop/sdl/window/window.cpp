@@ -15,6 +15,7 @@
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -355,6 +356,8 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
         case SDL_WINDOWEVENT_FOCUS_LOST:
             ReleaseHeldKeys();
             ReleaseHeldButtons();
+            ReleasePads();
+            Tell(desktopEvents.didResignActive);
             break;
         case SDL_WINDOWEVENT_CLOSE: closeRequested = true; break;
         default: break;
