@@ -33,6 +33,8 @@
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
+#include "host/key_map.h"
 #include "host/menu.h"
 #include "host/preferences.h"
 #include "kit/debugger/debugger.h"
@@ -94,7 +96,8 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({.askBeforeUrls = preferences.askBeforeOpening}, &error)) return false;
+    if (!StartSdlDesktop(&error)) return false;
+    AskBeforeUrls(preferences.askBeforeOpening);
     StartSdlAudio(audio);
     return true;
 }
@@ -204,6 +207,8 @@ void ApplyPreferences(const Options& options) {
     }
     if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
     if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+    UseKeyMap(preferences.keyMap);
+    UsePadMap(preferences.padMap);
 }
 
 // From here on, before the first byte of the game is read, no more is reached than this. The helper

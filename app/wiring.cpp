@@ -14,6 +14,7 @@
 #include "desktop/pango/pango_engine.h"
 #include "gfx/graphics_group.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
 #include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
@@ -91,6 +92,7 @@ void WireRooms(const Options& options) {
         .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
         .willBecomeActive = moxiAppDelegate::applicationWillBecomeActive,
+        .didResignActive = [] {},
         .screensChanged = moxiAppDelegate::screenParametersDidChange,
         .willEndByForce = WriteDumpsOfForcedEnd,
         .windowShouldClose = moxiWindow::windowShouldClose,
@@ -114,12 +116,14 @@ void WireRooms(const Options& options) {
         .keyDown = moxiView::keyDown,
         .keyUp = moxiView::keyUp,
         .textInput = TextInput,
-        .flagsChanged = moxiView::flagsChanged,
+        .flagsChanged = FlagsChangedBesidePad,
         .mouseDown = MouseDown,
         .mouseUp = MouseUp,
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .padButton = PadButtonChanged,
+        .padAxis = PadAxisChanged,
         .clipboardDidChange = [](const std::string&) {},
         .expose = moxiView::drawRect,
         .post = PostMessage,

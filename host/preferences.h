@@ -63,7 +63,7 @@ void ChoosePreferencesOf(const std::string& game);
 // is told no other place later. "" when there is no such place.
 std::string ScreenshotFolder();
 
-// --- Single ones, by the names that they have in the file: "music-volume", "key.W", "pad.a". A
+// --- Single ones, by the names that they have in the file: "music-volume", "key.w", "pad.a". A
 // value is as in the file, too.
 
 // False, and nothing changes, when there is no such name or it cannot have this value.

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "desktop/sdl/loop/timers.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 
 namespace moxi {

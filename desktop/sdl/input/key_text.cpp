@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "desktop/control_characters.h"
 #include "desktop/events.h"
 #include "desktop/sdl/input/scancodes.h"
 #include "desktop/sdl/loop/gate.h"
