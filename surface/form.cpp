@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kWidest = 640;
 constexpr double kHighest = 620;
+constexpr double kLeastForHeadAndFoot = 280;
 constexpr double kRowGap = 2;
 constexpr double kTabHeight = 32;
 constexpr double kTitleHeight = 44;
@@ -127,6 +128,10 @@ double LayOutBody(Surface& surface, double width) {
 
 void LayOutForm(Surface& surface) {
     const double margin = Margin(surface);
+    // Where there is hardly any room everything scrolls.
+    if (surface.height - 2 * margin < kLeastForHeadAndFoot) {
+        for (Control& control : surface.controls) control.part = Part::Body;
+    }
     Box frame = {0, 0, std::min(kWidest, surface.width - 2 * margin), 0};
     frame.x = (surface.width - frame.width) / 2;
     const double padding = Padding(frame);
