@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "desktop/common/date_time.h"
 #include "desktop/desktop.h"
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
@@ -20,7 +21,6 @@
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/run_loop.h"
-#include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/url_opener.h"
@@ -90,7 +90,7 @@ static void ShutDown() {
         StopWatchdog();
     }
     const InsideDesktop inside;
-    ResetTimers();
+    StopTimers();
     StopUrlOpener();
     // SDL waits for ever for what the server says of a window that is lost.
     if (DisplayLoss() != Loss::None) return;
@@ -106,10 +106,6 @@ static void ShutDown() {
 static void ShowWindow() {
     ShowGameWindow();
     if (gameWindow != nullptr) StartWatchdog();
-}
-
-static TimerId StartTimer(u64 microseconds, void (*handler)()) {
-    return StartTimerAt(Nanoseconds(), microseconds, handler);
 }
 
 static std::vector<Screen> ScreensNow() {
@@ -144,7 +140,6 @@ bool StartSdlDesktop(std::string* error) {
         StartX11Side();
     }
     BindGateToMainThread();
-    ResetTimers();
     ResetSdlKeyboard();
     ResetSdlMouse();
     StartScreens();
@@ -171,7 +166,7 @@ bool StartSdlDesktop(std::string* error) {
         .screens = ScreensNow,
         .nanoseconds = Nanoseconds,
         .clockWasRead = [] {},
-        .localDateTime = LocalDateTime,
+        .localDateTime = [] { return DateOf(LocalParts()); },
         .startTimer = StartTimer,
         .stopTimer = StopTimer,
         .sleep = SleepWithRedraw,

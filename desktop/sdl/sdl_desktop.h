@@ -5,7 +5,6 @@
 //   gate.h       which thread may talk to SDL just now
 //   run_loop     events, queued work, redraws and timers, in turn
 //   clock        the monotonic time
-//   timers       repeating timers with absolute deadlines
 //   game_window  its handle, title and icon
 //   window       geometry, full screen, closing; geometry, geometry_tracker: what of it is told
 //   view         redraw requests and the texture that is shown
@@ -13,7 +12,7 @@
 //   x11_side     what SDL does not ask the X server; wayland_side: the same of a compositor
 //   mouse        buttons, motion, wheel
 //   screens      screens and their changes, with x11_monitors
-//   services     clipboard, cursor, local time; url_opener: web addresses
+//   services     clipboard, cursor; url_opener: web addresses
 //   alert        the modal box that we draw ourselves
 //   turns        what the main thread notes down for the watchdog
 //   watchdog     keeps the window alive while the module is busy for seconds

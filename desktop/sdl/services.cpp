@@ -4,8 +4,6 @@
 #include <SDL_mouse.h>
 #include <SDL_stdinc.h>
 
-#include <ctime>
-
 #include "desktop/sdl/input/x11_clipboard.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -60,15 +58,6 @@ void FreeCursors() {
         if (*cursor != nullptr) SDL_FreeCursor(*cursor);
         *cursor = nullptr;
     }
-}
-
-DateTime LocalDateTime() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    return {static_cast<u32>(local.tm_year + 1900), static_cast<u32>(local.tm_mon + 1),
-            static_cast<u32>(local.tm_mday),        static_cast<u32>(local.tm_hour),
-            static_cast<u32>(local.tm_min),         static_cast<u32>(local.tm_sec)};
 }
 
 }  // namespace moxi

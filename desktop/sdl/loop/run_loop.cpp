@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "base/log.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/key_text.h"
@@ -18,7 +19,6 @@
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
@@ -44,6 +44,7 @@ static constinit u32 wakeEvent = 0;
 static constinit u64 quietFrom = 0;
 static constinit u64 nextPumping = 0;  // at the latest
 
+static constinit Timers timers;  // in nanoseconds
 static constinit bool ended = false;
 
 void StartRunLoop() {
@@ -65,6 +66,18 @@ void QueueOnMain(void (*work)()) {
     SDL_Event wake{};
     wake.type = wakeEvent;
     SDL_PushEvent(&wake);
+}
+
+TimerId StartTimer(u64 microseconds, void (*handler)()) {
+    return StartTimer(timers, Nanoseconds(), std::max<u64>(microseconds, 1) * 1000, handler);
+}
+
+void StopTimer(TimerId timer) {
+    StopTimer(timers, timer);
+}
+
+void StopTimers() {
+    timers.running.clear();
 }
 
 static void RunOneQueued() {
@@ -222,7 +235,7 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(), NextSettling());
+    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
 }
 
 void RunEventLoop() {
@@ -245,7 +258,7 @@ void RunEventLoop() {
         // Timers stand still while the user drags the border: a module's ticks, which nobody takes
         // from the queue meanwhile, would fill it before the new size, and in the end keep that
         // out.
-        if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
+        if (!IsInLiveResize()) FireDueTimer(timers, Nanoseconds(), Nanoseconds, Tell<void>);
     }
 }
 

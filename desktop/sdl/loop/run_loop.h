@@ -1,7 +1,7 @@
 #pragma once
 // The main thread's turns: events, queued work, the waiting redraw, due timers.
 
-#include "base/types.h"
+#include "desktop/desktop.h"
 
 namespace moxi {
 
@@ -10,7 +10,11 @@ void RunEventLoop();
 void RequestTerminate();
 void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
+TimerId StartTimer(u64 microseconds, void (*handler)());
+void StopTimer(TimerId timer);
 
 void StartRunLoop();
+// No timer fires any more.
+void StopTimers();
 
 }  // namespace moxi

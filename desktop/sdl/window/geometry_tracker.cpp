@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "desktop/sdl/loop/clock.h"
+#include "desktop/common/timers.h"
 
 namespace moxi {
 

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "desktop/common/rectangles.h"
 #include "desktop/events.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/geometry.h"
@@ -61,8 +62,7 @@ void RequestRedraw(ViewRect rect) {
 }
 
 void RequestWholeRedraw() {
-    RequestRedraw(
-        {0, 0, static_cast<double>(viewSize.width), static_cast<double>(viewSize.height)});
+    RequestRedraw(WholeView(viewSize));
 }
 
 void ResizeView(ViewSize size) {
@@ -71,13 +71,13 @@ void ResizeView(ViewSize size) {
 }
 
 bool RedrawIsWaiting() {
-    return (requested.width > 0 && requested.height > 0) || newPixels.width > 0;
+    return !IsEmpty(requested) || newPixels.width > 0;
 }
 
 bool ServeRedraw() {
     const ViewRect rect = Clipped(requested, viewSize);
     requested = {};
-    if (rect.width <= 0 || rect.height <= 0) return false;
+    if (IsEmpty(rect)) return false;
     Tell(desktopEvents.drawRect, rect);
     ShowNewPixels();
     return true;

@@ -9,6 +9,8 @@
 #include <utility>
 
 #include "base/log.h"
+#include "desktop/common/rectangles.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
@@ -28,7 +30,6 @@ namespace moxi {
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
-constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
 static constinit GeometryTracker tracker;  // content area
@@ -151,9 +152,7 @@ void MinimizeGameWindow() {
 
 void SetGameWindowFrame(WindowFrame frame) {
     const InsideDesktop inside;
-    frame.width = std::clamp(frame.width, 1, kLargestSize);
-    frame.height = std::clamp(frame.height, 1, kLargestSize);
-    const Area area = ToArea(frame, MainScreenArea());
+    const Area area = ToArea(WithinLimits(frame), MainScreenArea());
     if (fullScreen) {
         windowedContent = WithoutBorders(area, windowedBorders);
         return;
