@@ -13,8 +13,6 @@ namespace moxi {
 
 namespace {
 
-hb_buffer_t* buffer = nullptr;
-
 // The piece of text that was shaped last. A module that lays out a paragraph line by line asks for
 // the rest of the same text next.
 struct ShapedPiece {
@@ -43,55 +41,16 @@ SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
     return SimpleScript::Common;
 }
 
-void TakeGlyphs(ShapedText& shaped) {
-    unsigned count = 0;
-    const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
-    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    shaped.glyphs.resize(count);
-    i64 x = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        shaped.glyphs[i] = {
-            infos[i].codepoint,
-            infos[i].cluster,
-            x + positions[i].x_offset,
-            x,
-            -positions[i].y_offset,
-            (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
-        x += positions[i].x_advance;
-    }
-    shaped.width = x;
-}
-
-// Shapes text[from, to), seen as the end of a text.
-void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
-                SimpleScript script) {
-    if (buffer == nullptr) buffer = hb_buffer_create();
-    hb_buffer_clear_contents(buffer);
-    hb_buffer_add_utf8(buffer, text.data(), static_cast<int>(to), static_cast<unsigned>(from),
-                       static_cast<int>(to - from));
-    const ScriptSettings& settings = font.face->scripts[static_cast<u32>(script)];
-    hb_buffer_set_direction(buffer, HB_DIRECTION_LTR);
-    hb_buffer_set_script(buffer, settings.script);
-    hb_buffer_set_language(buffer, settings.language);
-    hb_shape(font.shaper, buffer, nullptr, 0);
-}
-
 i64 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
     i64 known = 0;
     if (MeasureByPairs(font, text.substr(from, to - from), script, known)) return known;
-    FillBuffer(font, text, from, to, script);
-    unsigned count = 0;
-    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    i64 width = 0;
-    for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
-    return width;
+    return PartWidth(font, text, from, to, script);
 }
 
 void SetText(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped) {
     if (SetByPairs(font, text, script, shaped)) return;
-    FillBuffer(font, text, 0, text.size(), script);
-    TakeGlyphs(shaped);
+    ShapePart(font, text, 0, text.size(), script, shaped);
     LearnPairs(font, text, script, shaped);
 }
 
@@ -300,12 +259,6 @@ const ShapedText& ShapeStart(const TextFont& font, std::string_view text, Simple
     }
 }
 
-void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
-               SimpleScript script, ShapedText& shaped) {
-    FillBuffer(font, text, from, to, script);
-    TakeGlyphs(shaped);
-}
-
 bool MeasureRuns(const TextFont& font, std::string_view text, i64& width) {
     width = 0;
     std::size_t start = 0;
@@ -349,8 +302,7 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
 void ResetSimpleText() {
     piece = {};
     whole = {};
-    if (buffer != nullptr) hb_buffer_destroy(buffer);
-    buffer = nullptr;
+    ResetShaping();
 }
 
 }  // namespace moxi
