@@ -37,6 +37,8 @@
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
+#include "host/key_map.h"
 #include "host/menu.h"
 #include "host/preferences.h"
 #include "kit/debugger/debugger.h"
@@ -45,6 +47,7 @@
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
+#include "surface/words.h"
 #include "sys/beneath.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -99,7 +102,8 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({.askBeforeUrls = preferences.askBeforeOpening}, &error)) return false;
+    if (!StartSdlDesktop(&error)) return false;
+    AskBeforeUrls(preferences.askBeforeOpening);
     StartSdlAudio(audio);
     return true;
 }
@@ -107,8 +111,9 @@ bool StartDesktop(const Options& options, std::string& error) {
 // Every file that an option or the script names.
 std::vector<std::string> OutputFilesOf(const Options& options) {
     std::vector<std::string> files;
-    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView,
-                                    options.trace, options.record, options.renderAudio}) {
+    for (const std::string& path :
+         {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi, options.trace,
+          options.record, options.renderAudio}) {
         if (!path.empty()) files.push_back(path);
     }
     if (!options.profile.empty()) {
@@ -222,6 +227,8 @@ void ApplyPreferences(const Options& options) {
     }
     if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
     if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+    UseKeyMap(preferences.keyMap);
+    UsePadMap(preferences.padMap);
 }
 
 // From here on, before the first byte of the game is read, no more is reached than this. The helper
@@ -306,6 +313,7 @@ constexpr Status (*kStages[])(Options&) = {
 int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
     NoteTerminal();
+    ChooseLanguage();
     Options options;
     options.arguments.assign(argv, argv + argc);
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;

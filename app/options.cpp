@@ -191,10 +191,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--dump-view", options.dumpView, "at exit: what the view shows as a PNG")
         ->type_name("FILE")
         ->check(filled);
-    app.add_option("--dump-ui", options.dumpUi,
-                   "at exit: the controls of the host's own surface, as text")
-        ->type_name("FILE")
-        ->check(filled);
+    headlessOnly.push_back(
+        app.add_option("--dump-ui", options.dumpUi,
+                       "headless: at exit, the controls of the panel or the shelf, as text")
+            ->type_name("FILE")
+            ->check(filled));
     app.add_option("--trace", options.trace, "write each executed instruction, as text")
         ->type_name("FILE")
         ->check(filled);

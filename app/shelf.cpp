@@ -30,7 +30,7 @@
 #include "host/played.h"
 #include "host/preferences.h"
 #include "surface/shelf.h"
-#include "surface/words.h"
+#include "surface/shown.h"
 #include "vm/diagnostics.h"
 #include "vm/slots.h"
 
@@ -210,7 +210,7 @@ void WriteText(const std::string& path, const std::string& text) {
 }
 
 void WriteShelfDumps() {
-    if (!options.dumpUi.empty()) WriteText(options.dumpUi, DumpShelf());
+    if (!options.dumpUi.empty()) WriteText(options.dumpUi, DumpShownControls());
     if (!options.dumpView.empty() && !WriteShelfPicture(options.dumpView)) {
         SystemLog(options.dumpView + ": cannot be written");
     }
@@ -256,7 +256,6 @@ void RunShelf(const Options& chosen) {
     FindUserFolders();
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
     ReadPreferences(options.preferences.empty() ? usersFile : options.preferences);
-    ChooseLanguage();
     StartPangoText();
     vmSlots.endProcess = End;
     shelfSlots = {

@@ -141,6 +141,9 @@ struct Desktop {
     std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
+    // Puts the pointer that the user sees over this point of the view, where the desktop lets it. No
+    // event tells of it.
+    void (*movePointer)(i32 x, i32 y);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
     void (*openUrl)(const std::string& utf8);
     // Whether the user is asked before the first address of a run is opened.
@@ -189,6 +192,7 @@ inline constinit Desktop desktop = {
     .latinText = [](u8, const std::string& text) { return text; },
     .clipboardText = [] { return std::optional<std::string>{}; },
     .setClipboardText = [](const std::string&) {},
+    .movePointer = [](i32, i32) {},
     .setHandCursor = [](bool) {},
     .openUrl = [](const std::string&) {},
     .askBeforeUrls = [](bool) {},

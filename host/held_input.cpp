@@ -2,22 +2,27 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace moxi {
 
 namespace {
 
 constexpr u32 kButtons = 32;
+// Sticks that nobody touches stand up to so far from the middle.
+constexpr double kPadAtRest = 0.2;
 
 enum class Holder : u8 { Nobody, Game, Host };
 
 struct Key {
     Holder holder = Holder::Nobody;
-    std::string text;  // of the press
+    PlayedKey played;  // of the press
 };
 
 std::array<Key, 128> keys;
 constinit std::array<Holder, kButtons> buttons = {};
+constinit std::array<Holder, kPadButtonCount> padButtons = {};
+constinit std::array<Holder, kPadAxisCount> padAxes = {};
 constinit Modifiers modifiers;
 constinit i32 pointerAtX = 0;
 constinit i32 pointerAtY = 0;
@@ -46,14 +51,18 @@ bool KeyIsHeld(u8 code) {
     return keys[code & 127].holder != Holder::Nobody;
 }
 
-bool NoteKeyDown(u8 code, const std::string& text, bool forGame) {
+bool NoteKeyDown(u8 code, const PlayedKey& played, bool forGame) {
     Key& key = keys[code & 127];
-    key.text = text;
+    key.played = played;
     return TakePress(key.holder, forGame);
 }
 
-bool NoteKeyUp(u8 code) {
-    return TakeRelease(keys[code & 127].holder);
+std::optional<PlayedKey> NoteKeyUp(u8 code, const std::string& text) {
+    Key& key = keys[code & 127];
+    const bool pressed = key.holder == Holder::Game;
+    if (!TakeRelease(key.holder)) return {};
+    if (!pressed || key.played.code == code) return PlayedKey{code, text};
+    return key.played;
 }
 
 bool NoteMouseDown(u32 button, bool forGame) {
@@ -62,6 +71,17 @@ bool NoteMouseDown(u32 button, bool forGame) {
 
 bool NoteMouseUp(u32 button) {
     return TakeRelease(ButtonHolder(button));
+}
+
+bool NotePadButton(PadButton button, bool down, bool forGame) {
+    Holder& holder = padButtons[static_cast<u32>(button)];
+    return down ? TakePress(holder, forGame) : TakeRelease(holder);
+}
+
+// A stick that is let go and moved again is the game's.
+bool NotePadAxis(PadAxis axis, double value, bool forGame) {
+    Holder& holder = padAxes[static_cast<u32>(axis)];
+    return std::fabs(value) < kPadAtRest ? TakeRelease(holder) : TakePress(holder, forGame);
 }
 
 void NotePointer(i32 x, i32 y) {
@@ -78,10 +98,21 @@ Modifiers HeldModifiers() {
 }
 
 void ReleaseHeldInput(const DesktopEvents& game) {
+    // The pad's keys go with it.
+    for (u32 button = 0; button < kPadButtonCount; ++button) {
+        if (padButtons[button] != Holder::Game) continue;
+        padButtons[button] = Holder::Host;
+        game.padButton(static_cast<PadButton>(button), false);
+    }
+    for (u32 axis = 0; axis < kPadAxisCount; ++axis) {
+        if (padAxes[axis] != Holder::Game) continue;
+        padAxes[axis] = Holder::Host;
+        game.padAxis(static_cast<PadAxis>(axis), 0);
+    }
     for (u32 code = 0; code < keys.size(); ++code) {
         if (keys[code].holder != Holder::Game) continue;
         keys[code].holder = Holder::Host;
-        game.keyUp(static_cast<u8>(code), keys[code].text);
+        game.keyUp(keys[code].played.code, keys[code].played.text);
     }
     for (u32 button = 0; button < kButtons; ++button) {
         if (buttons[button] != Holder::Game) continue;
@@ -96,6 +127,8 @@ void ReleaseHeldInput(const DesktopEvents& game) {
 void ResetHeldInput() {
     keys = {};
     buttons = {};
+    padButtons = {};
+    padAxes = {};
     modifiers = {};
     pointerAtX = pointerAtY = 0;
 }

@@ -6,10 +6,13 @@
 
 #include "desktop/audio_out.h"
 #include "desktop/desktop.h"
+#include "host/gamepad.h"
 #include "host/held_input.h"
+#include "host/key_map.h"
 #include "host/keyboard.h"
 #include "host/menu.h"
 #include "host/message.h"
+#include "host/preferences.h"
 #include "host/queue.h"
 #include "host/session.h"
 #include "host/surface_slots.h"
@@ -129,15 +132,22 @@ void GiveToSurface(const SurfaceInput& input) {
     if (surfaceSlots.isOpen()) surfaceSlots.input(input);
 }
 
+// The player's own keys are no business of the menu's keys, nor of the pad's, which has its own
+// map.
+PlayedKey Played(u8 code, const std::string& text) {
+    const Modifiers held = HeldModifiers();
+    return padIsActing || held.command ? PlayedKey{code, text} : PlayedAs(code, text, held.shift);
+}
+
 void KeyDownAtGate(u8 code, const std::string& text) {
     const bool repeats = KeyIsHeld(code);
     if (IsPanelKey(code, text, ModifierBits())) {
         if (repeats) return;
-        NoteKeyDown(code, text, false);
+        NoteKeyDown(code, {code, text}, false);
         return surfaceSlots.togglePanel();
     }
-    const bool forGame = NoteKeyDown(code, text, !IsPaused());
-    if (forGame) return game.keyDown(code, text);
+    const PlayedKey played = Played(code, text);
+    if (NoteKeyDown(code, played, !IsPaused())) return game.keyDown(played.code, played.text);
     if (!IsPaused() || (!repeats && PerformMenuKey(code, text, ModifierBits()))) return;
     SurfaceInput input = Input(SurfaceInputKind::KeyDown, 0, 0);
     input.code = code;
@@ -148,7 +158,7 @@ void KeyDownAtGate(u8 code, const std::string& text) {
 void GateKeys(DesktopEvents& gate) {
     gate.keyDown = KeyDownAtGate;
     gate.keyUp = [](u8 code, const std::string& text) {
-        if (NoteKeyUp(code)) game.keyUp(code, text);
+        if (const auto key = NoteKeyUp(code, text)) game.keyUp(key->code, key->text);
     };
     gate.textInput = [](const std::string& text) {
         if (!IsPaused()) return game.textInput(text);
@@ -194,6 +204,33 @@ void GateMouse(DesktopEvents& gate) {
         SurfaceInput input = Input(SurfaceInputKind::Wheel, x, y);
         input.wheel = deltaY * 10;
         GiveToSurface(input);
+    };
+}
+
+// --- The gamepad. While the game is paused it makes keys for the surface.
+
+bool OpensPanel(PadButton button) {
+    const auto chosen = preferences.padMap.find(std::string(NameOf(button)));
+    const bool isChosen = chosen != preferences.padMap.end();
+    return (isChosen ? chosen->second : DefaultPadAction(NameOf(button))) == "panel";
+}
+
+void GatePad(DesktopEvents& gate) {
+    gate.padButton = [](PadButton button, bool down) {
+        if (OpensPanel(button)) {
+            if (down) surfaceSlots.togglePanel();
+        } else if (NotePadButton(button, down, !IsPaused())) {
+            game.padButton(button, down);
+        } else {
+            PadButtonChanged(button, down);
+        }
+    };
+    gate.padAxis = [](PadAxis axis, double value) {
+        if (NotePadAxis(axis, value, !IsPaused()) && !IsPaused()) {
+            game.padAxis(axis, value);
+        } else {
+            PadAxisChanged(axis, value);
+        }
     };
 }
 
@@ -314,6 +351,7 @@ DesktopEvents Gated(const DesktopEvents& handlers) {
     DesktopEvents gate = handlers;
     GateKeys(gate);
     GateMouse(gate);
+    GatePad(gate);
     GateWindow(gate);
     GateTheRest(gate);
     return gate;

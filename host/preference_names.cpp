@@ -3,6 +3,8 @@
 #include <charconv>
 
 #include "base/log.h"
+#include "host/gamepad.h"
+#include "host/key_names.h"
 
 namespace moxi {
 
@@ -123,7 +125,7 @@ const Row* RowOf(std::string_view name) {
     return nullptr;
 }
 
-// "key.W" and "pad.a": the map, and the name in it. Null for other names.
+// "key.w" and "pad.a": the map, and the name in it. Null for other names.
 template <class Record>
 auto* MapOf(Record& of, std::string_view& name) {
     decltype(&of.keyMap) map = nullptr;
@@ -131,6 +133,17 @@ auto* MapOf(Record& of, std::string_view& name) {
     if (name.substr(0, 4) == "pad.") map = &of.padMap;
     if (map != nullptr) name.remove_prefix(4);
     return map;
+}
+
+// "" or what is wrong with what the player has chosen for a key, or for a control of the gamepad.
+std::string WhyNoKeyChoice(std::string_view key, std::string_view as) {
+    if (!KeyNamed(key)) return ": there is no such key";
+    return KeyNamed(as) ? "" : " has to be the name of a key";
+}
+
+std::string WhyNoPadChoice(std::string_view control, std::string_view action) {
+    if (!IsPadControl(control)) return ": a gamepad has no such control";
+    return IsPadAction(action) ? "" : " has to be the name of a key or of another action";
 }
 
 }  // namespace
@@ -143,7 +156,9 @@ std::string ReadPreference(Preferences& into, std::string_view name, std::string
     }
     auto* const map = MapOf(into, name);
     if (map == nullptr || name.empty()) return "there is no preference " + whole;
-    if (value.empty()) return whole + " has to be the name of a key";
+    const std::string problem =
+        map == &into.keyMap ? WhyNoKeyChoice(name, value) : WhyNoPadChoice(name, value);
+    if (!problem.empty()) return whole + problem;
     (*map)[std::string(name)] = value;
     return "";
 }

@@ -7,11 +7,13 @@
 #include "desktop/events.h"
 #include "gfx/png_write.h"
 #include "host/bundle.h"
+#include "host/gamepad.h"
 #include "host/icon.h"
 #include "host/preferences.h"
 #include "host/surface_slots.h"
 #include "surface/add_game.h"
 #include "surface/shapes.h"
+#include "surface/shown.h"
 #include "surface/words.h"
 
 namespace moxi {
@@ -28,7 +30,6 @@ constexpr u8 kTabKey = 0x30;
 constexpr u8 kReturnKey = 0x24;
 
 struct Shelf {
-    bool open = false;
     std::vector<ShelfGame> games;
     std::string search;
     std::string message;  // in the place of what is said of a game
@@ -148,7 +149,7 @@ void Draw() {
     FillBox(shelf.canvas, shelf.canvas.clip, kGround);
     PaintSurface(shelf.surface, shelf.canvas);
     if (!shelf.playing.empty()) PaintPlaying();
-    desktop.presentSurface(shelf.canvas.pixels.data(), size);
+    ShowSurface(shelf.surface, shelf.canvas);
 }
 
 // --- What the player wants
@@ -358,6 +359,8 @@ DesktopEvents ShelfEvents() {
         constexpr double kDeltaOfNotch = 0.1;
         Take({.kind = SurfaceInputKind::Wheel, .x = x, .y = y, .wheel = deltaY / kDeltaOfNotch});
     };
+    events.padButton = PadButtonChanged;
+    events.padAxis = PadAxisChanged;
     events.fileDropped = [](const std::string& path) {
         if (!shelf.playing.empty()) return;
         shelf.message.clear();
@@ -371,18 +374,10 @@ DesktopEvents ShelfEvents() {
 }  // namespace
 
 void StartShelf() {
-    shelf.open = true;
     desktopEvents = ShelfEvents();
+    UseSurfacePadMap(true);
     desktop.createWindow({100, 100, 1000, 600});
     desktop.setWindowTitle("MOXI");
-}
-
-bool ShelfIsOpen() {
-    return shelf.open;
-}
-
-std::string DumpShelf() {
-    return DumpControls(shelf.surface);
 }
 
 bool WriteShelfPicture(const std::string& path) {

@@ -33,11 +33,6 @@ inline constinit ShelfSlots shelfSlots = {
 // Fills `desktopEvents`, and makes the window, which the launch shows.
 void StartShelf();
 
-// Whether there is one.
-bool ShelfIsOpen();
-
-// The controls as text.
-std::string DumpShelf();
 // What it shows, as an RGB PNG; false when the file cannot be written.
 bool WriteShelfPicture(const std::string& path);
 

@@ -1,17 +1,23 @@
 #include "desktop/sdl/input/mouse.h"
 
+#include <SDL_mouse.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "desktop/events.h"
+#include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/game_window.h"
 
 namespace moxi {
 
 static constinit u32 heldButtons = 0;  // bit n: button number n was told as pressed
 static constinit i32 pointerX = 0;
 static constinit i32 pointerY = 0;
+static constinit bool moved = false;  // by MovePointer, which the desktop still has to report
 static constinit double leftOverX = 0;
 static constinit double leftOverY = 0;
 
@@ -39,7 +45,17 @@ void HandleMouseButton(const SDL_MouseButtonEvent& event) {
     }
 }
 
+void MovePointer(i32 x, i32 y) {
+    const InsideDesktop inside;
+    if (gameWindow == nullptr || DisplayLoss() != Loss::None) return;
+    pointerX = x;
+    pointerY = y;
+    moved = true;
+    SDL_WarpMouseInWindow(gameWindow, x, y);
+}
+
 void HandleMouseMotion(const SDL_MouseMotionEvent& event) {
+    if (std::exchange(moved, false) && event.x == pointerX && event.y == pointerY) return;
     pointerX = event.x;
     pointerY = event.y;
     if (heldButtons == 0) {
@@ -89,6 +105,7 @@ bool AnyButtonHeld() {
 void ResetSdlMouse() {
     heldButtons = 0;
     pointerX = pointerY = 0;
+    moved = false;
     leftOverX = leftOverY = 0;
 }
 
