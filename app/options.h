@@ -18,6 +18,7 @@ struct Options {
     u32 soundVolume = 100;
     std::string soundfont;
     bool fullScreen = false;
+    std::string scale;  // "" when none was named; else one that preferences take, too
     bool headless = false;
     HeadlessOptions headlessOptions;
     std::string dumpImage;

@@ -51,7 +51,10 @@ constexpr Action kActions[] = {
     {"terminate:", [] { desktop.terminate(); }},
     {"performClose:", [] { desktop.closeWindow(); }},
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
-    {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
+    {"toggleFullScreen:",
+     [] {
+         if (!desktop.toggleFittedScreen()) desktop.toggleFullScreen();
+     }},
     {"toggleMute:", [] { audioOut.toggleMute(); }},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
 };

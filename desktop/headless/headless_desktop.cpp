@@ -356,6 +356,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.viewSize = SizeOfView;
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
+    desktop.setViewScale = [](const ViewScale&) {};
+    desktop.toggleFittedScreen = [] { return false; };
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.screens = Screens;

@@ -164,6 +164,8 @@ bool StartSdlDesktop(std::string* error) {
         .viewSize = CurrentViewSize,
         .isFullScreen = IsFullScreen,
         .toggleFullScreen = ToggleFullScreen,
+        .setViewScale = SetViewScale,
+        .toggleFittedScreen = ToggleFittedScreen,
         .requestRedraw = RequestRedraw,
         .presentView = PresentView,
         .screens = ScreensNow,

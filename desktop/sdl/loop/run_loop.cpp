@@ -113,6 +113,7 @@ static void HandleQuitEvent() {
 
 static void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) return;
+    if (HandlePadEvent(event)) return;
     // A press waits for its own text alone.
     if (event.type != SDL_TEXTINPUT) FinishKeyPress();
     // Input comes to the window as it is then.
