@@ -33,7 +33,11 @@
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
+#include "host/key_map.h"
 #include "host/menu.h"
+#include "host/preferences.h"
+#include "host/view_scale.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/profile.h"
@@ -83,8 +87,9 @@ void UseOwnFonts() {
 
 bool StartDesktop(const Options& options, std::string& error) {
     const AudioOptions audio = {.mute = options.mute,
-                                .musicVolume = options.musicVolume,
-                                .soundVolume = options.soundVolume,
+                                .muted = preferences.mute,
+                                .musicVolume = preferences.musicVolume,
+                                .soundVolume = preferences.soundVolume,
                                 .soundFont = options.soundfont,
                                 .renderFile = options.renderAudio};
     if (options.headless) {
@@ -93,7 +98,8 @@ bool StartDesktop(const Options& options, std::string& error) {
         return true;
     }
     if (!StartSdlDesktop(&error)) return false;
-    AskBeforeUrls(!options.openUrls);
+    AskBeforeUrls(preferences.askBeforeOpening);
+    desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
 }
@@ -119,9 +125,10 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
 // may not do later.
 void StartHelpers(const Options& options) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
+    if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
-        outputs.picturesFolder = folders.pictures;
+        outputs.picturesFolder = ScreenshotFolder();
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
@@ -185,6 +192,28 @@ Status ChooseFolders(Options& options) {
     return WatchGame();
 }
 
+// A headless run is the same for everybody, so it knows of no preferences but those it is given.
+std::string ChosenPreferenceFile(const Options& options) {
+    if (options.headless || !options.preferences.empty()) return options.preferences;
+    return UsersPreferenceFile();
+}
+
+// What the command line says wins for this run.
+void ApplyPreferences(const Options& options) {
+    ChoosePreferencesOf(folders.gameName);
+    if (options.musicVolume) {
+        SetPreferenceForRun("music-volume", std::to_string(*options.musicVolume));
+    }
+    if (options.soundVolume) {
+        SetPreferenceForRun("sound-volume", std::to_string(*options.soundVolume));
+    }
+    if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
+    if (!options.scale.empty()) SetPreferenceForRun("scale", options.scale);
+    if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+    UseKeyMap(preferences.keyMap);
+    UsePadMap(preferences.padMap);
+}
+
 // From here on, before the first byte of the game is read, no more is reached than this. The helper
 // processes, which reach more, start before, and so before there are threads.
 Status EnterSandbox(Options& options) {
@@ -192,6 +221,7 @@ Status EnterSandbox(Options& options) {
         SystemLog("no sandbox: the game may do what you may do");
         ResolveNames(Resolution::Freely);
     }
+    ReadPreferences(ChosenPreferenceFile(options));
     if (options.sandbox) {
         StartHelpers(options);
         StartSandbox({.game = GameFolder(options.game),
@@ -203,6 +233,7 @@ Status EnterSandbox(Options& options) {
     }
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseCommandLine(unusable);
+    ApplyPreferences(options);
     return {};
 }
 

@@ -164,6 +164,10 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--sound-volume", options.soundVolume, "how loud sounds are, 0 to 100")
         ->type_name("N")
         ->check(CLI::Validator(CheckVolume, ""));
+    app.add_option("--preferences", options.preferences,
+                   "use FILE for the panel's preferences (headless: else none)")
+        ->type_name("FILE")
+        ->check(filled);
     app.add_option("--soundfont", options.soundfont, "SoundFont for MIDI")
         ->type_name("FILE")
         ->check(filled);
@@ -258,6 +262,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         options.headlessOptions.runMilliseconds = std::stoull(raw.runMilliseconds);
     }
     options.dataFolder = Absolute(options.dataFolder);
+    options.preferences = Absolute(options.preferences);
     return ReadHeadlessOptions(raw, options.headlessOptions);
 }
 

@@ -14,8 +14,9 @@ struct Options {
     std::string game;  // "" when none was named
     std::string dataFolder;
     bool mute = false;
-    u32 musicVolume = 100;  // percent of the amplitude
-    u32 soundVolume = 100;
+    std::optional<u32> musicVolume;  // percent of the amplitude; else as the preferences say
+    std::optional<u32> soundVolume;
+    std::string preferences;  // a file of preferences in the place of the user's
     std::string soundfont;
     bool fullScreen = false;
     std::string scale;  // "" when none was named; else one that preferences take, too

@@ -18,6 +18,8 @@
 #include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
+#include "host/pause.h"
+#include "host/preferences.h"
 #include "host/queue.h"
 #include "host/timers.h"
 #include "host/view.h"
@@ -85,7 +87,7 @@ void WireRooms(const Options& options) {
 
     StartPangoText();
 
-    desktopEvents = Recorded({
+    desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
         .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
@@ -126,8 +128,8 @@ void WireRooms(const Options& options) {
         .expose = moxiView::drawRect,
         .post = PostMessage,
         .screenshot = WriteScreenshot,
-    });
-    if (!options.fullScreen) return;
+    }));
+    if (!preferences.fullScreen) return;
     launch = desktopEvents.didFinishLaunching;
     desktopEvents.didFinishLaunching = LaunchInFullScreen;
 }

@@ -119,6 +119,17 @@ struct Desktop {
     // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
     void (*presentView)(ViewPixels view, ViewRect rect);
 
+    // --- The host's own surfaces, in the view's place
+
+    // What such a surface fills: the whole content of the window, in the screen's own pixels. While
+    // one is shown, pointer positions in events are its pixels.
+    ViewSize (*windowPixels)();
+    // Shows the surface: rows top first, 4 bytes a pixel in the order R, G, B, unused. What
+    // presentView brings meanwhile is not seen.
+    void (*presentSurface)(const u8* pixels, ViewSize size);
+    // The view again, which is asked to be drawn as a whole.
+    void (*hideSurface)();
+
     // --- Screens
 
     std::vector<Screen> (*screens)();  // the main screen first; never empty
@@ -134,6 +145,9 @@ struct Desktop {
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
     void (*stopTimer)(TimerId timer);  // 0 is ignored
+    // While the game is held no timer fires and `nanoseconds` stands still. When it goes on, both do
+    // so from where they were.
+    void (*holdGame)(bool held);
     // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
     void (*sleep)(u64 milliseconds);
 
@@ -155,6 +169,8 @@ struct Desktop {
     void (*movePointer)(i32 x, i32 y);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
     void (*openUrl)(const std::string& utf8);
+    // Whether the user is asked before the first address of a run is opened.
+    void (*askBeforeUrls)(bool ask);
     // Shows a modal box with a warning sign, the text and the button "Sigh"; returns when it is
     // dismissed. The text has been written to standard error already.
     void (*alert)(const std::string& utf8);
@@ -185,12 +201,16 @@ inline constinit Desktop desktop = {
     .toggleFittedScreen = [] { return false; },
     .requestRedraw = [](ViewRect) {},
     .presentView = [](ViewPixels, ViewRect) {},
+    .windowPixels = [] { return desktop.viewSize(); },
+    .presentSurface = [](const u8*, ViewSize) {},
+    .hideSurface = [] {},
     .screens = [] { return std::vector<Screen>{Screen{}}; },
     .nanoseconds = [] { return u64{0}; },
     .clockWasRead = [] {},
     .localDateTime = [] { return DateTime{}; },
     .startTimer = [](u64, void (*)()) { return TimerId{0}; },
     .stopTimer = [](TimerId) {},
+    .holdGame = [](bool) {},
     .sleep = [](u64) {},
     .isMainThread = [] { return true; },
     .queueOnMain = [](void (*work)()) { work(); },
@@ -200,6 +220,7 @@ inline constinit Desktop desktop = {
     .movePointer = [](i32, i32) {},
     .setHandCursor = [](bool) {},
     .openUrl = [](const std::string&) {},
+    .askBeforeUrls = [](bool) {},
     .alert = [](const std::string&) {},
     .alertOrEnd =
         [](const std::string& utf8) {

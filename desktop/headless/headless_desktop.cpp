@@ -360,12 +360,19 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.toggleFittedScreen = [] { return false; };
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
+    desktop.windowPixels = [] { return desktop.viewSize(); };
+    // Whoever draws a surface keeps it for screenshots.
+    desktop.presentSurface = [](const u8*, ViewSize) {};
+    desktop.hideSurface = [] { RequestRedraw(WholeView(desktop.viewSize())); };
     desktop.screens = Screens;
-    desktop.nanoseconds = [] { return state.now * 1000; };
+    desktop.nanoseconds = [] { return TimeWithoutHolds(state.timers, state.now) * 1000; };
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
     desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
+    desktop.holdGame = [](bool held) {
+        held ? HoldTimers(state.timers, state.now) : LetTimersGo(state.timers, state.now);
+    };
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };
@@ -381,6 +388,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.movePointer = [](i32, i32) {};
     desktop.setHandCursor = [](bool) {};
     desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
+    desktop.askBeforeUrls = [](bool) {};
     desktop.alert = [](const std::string&) {};
     desktop.alertOrEnd = [](const std::string&) { return SignalIsWaiting(); };
 }

@@ -77,6 +77,14 @@ void StopTimer(TimerId timer) {
     StopTimer(timers, timer);
 }
 
+void HoldGame(bool held) {
+    held ? HoldTimers(timers, Nanoseconds()) : LetTimersGo(timers, Nanoseconds());
+}
+
+u64 GameNanoseconds() {
+    return TimeWithoutHolds(timers, Nanoseconds());
+}
+
 void StopTimers() {
     timers.running.clear();
 }

@@ -28,6 +28,8 @@ static constinit i32 steps = 1;
 static constinit bool smooth = false;
 static constinit ViewRect requested;  // empty when nothing is
 static constinit Area newPixels;      // drawn and not yet shown; empty when width is 0
+static constinit bool surfaceIsShown = false;  // the host's own
+static constinit ViewSize pictureSize;         // of it
 
 // With a surface:
 static constinit bool hasSurface = false;
@@ -39,7 +41,9 @@ static constinit SDL_Renderer* renderer = nullptr;
 static constinit SDL_Texture* texture = nullptr;  // the whole view
 static constinit ViewSize textureSize;
 
+// The host's own surface is drawn for the window's pixels.
 static bool IsEnlarged() {
+    if (surfaceIsShown) return false;
     return fitting != Fitting::Steps || steps != 1;
 }
 
@@ -160,6 +164,7 @@ static ViewSize Room() {
 }
 
 static Area PlaceOfView(ViewSize room) {
+    if (surfaceIsShown) return {0, 0, pictureSize.width, pictureSize.height};
     // Where a point is SDL's, a pixel may be less.
     const i32 density = std::max(room.width / WindowSize().width, 1);
     return PlaceIn(room, viewSize, fitting, steps * density);
@@ -170,6 +175,7 @@ Point ViewPoint(Point inWindow, bool nearest) {
     const ViewSize room = Room();
     const Area whole = {0, 0, WindowSize().width, WindowSize().height};
     const Point pixel = PicturePoint(inWindow, whole, room);
+    if (surfaceIsShown) return pixel;
     Point point = PicturePoint(pixel, PlaceOfView(room), viewSize);
     const bool isInWindow =
         pixel.x >= 0 && pixel.y >= 0 && pixel.x < room.width && pixel.y < room.height;
@@ -238,7 +244,7 @@ static Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
 // --- The texture, of the view's size; white where nothing has been drawn.
 
 static bool PrepareTexture() {
-    const ViewSize size = viewSize;
+    const ViewSize size = surfaceIsShown ? pictureSize : viewSize;
     if (renderer == nullptr || size.width <= 0 || size.height <= 0) return false;
     if (texture != nullptr && textureSize.width == size.width &&
         textureSize.height == size.height) {
@@ -279,8 +285,7 @@ static Area Within(Area area, ViewSize room) {
     return area;
 }
 
-void PresentView(ViewPixels view, ViewRect rect) {
-    const InsideDesktop inside;
+static void Present(ViewPixels view, ViewRect rect) {
     if (view.pixels == nullptr || !Prepare()) return;
     Area area = TouchedPixels(rect, {view.width, view.height});
     if (hasSurface && IsEnlarged()) {
@@ -301,6 +306,30 @@ void PresentView(ViewPixels view, ViewRect rect) {
         SDL_UpdateTexture(texture, &target, pixels, view.width * 4);
     }
     newPixels = Union(newPixels, area);
+}
+
+void PresentView(ViewPixels view, ViewRect rect) {
+    const InsideDesktop inside;
+    if (!surfaceIsShown) Present(view, rect);
+}
+
+void PresentSurface(const u8* pixels, ViewSize size) {
+    const InsideDesktop inside;
+    surfaceIsShown = true;
+    pictureSize = size;
+    Present({pixels, size.width, size.height}, WholeView(size));
+}
+
+void HideSurface() {
+    const InsideDesktop inside;
+    surfaceIsShown = false;
+    shownPlace = {};
+    RequestWholeRedraw();
+}
+
+ViewSize WindowPixels() {
+    const InsideDesktop inside;
+    return window != nullptr ? Room() : viewSize;
 }
 
 static void ShowTexture() {

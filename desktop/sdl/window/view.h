@@ -32,6 +32,11 @@ bool RedrawIsWaiting();
 // Has the application draw what was requested, and shows it; false when nothing waits.
 bool ServeRedraw();
 void PresentView(ViewPixels view, ViewRect rect);
+// The host's own surface in the view's place, until it is hidden.
+void PresentSurface(const u8* pixels, ViewSize size);
+void HideSurface();
+// The window's content in the screen's own pixels.
+ViewSize WindowPixels();
 // Shows once more what was drawn last.
 void ShowView();
 // The same, on a thread that has the gate and is not the main thread, where that is possible.
