@@ -36,6 +36,8 @@ struct WindowFrame {
 struct ViewSize {
     i32 width = 0;
     i32 height = 0;
+
+    bool operator==(const ViewSize&) const = default;
 };
 
 struct Screen {
