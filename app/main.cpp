@@ -43,6 +43,7 @@
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
+#include "surface/words.h"
 #include "sys/beneath.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -107,8 +108,9 @@ bool StartDesktop(const Options& options, std::string& error) {
 // Every file that an option or the script names.
 std::vector<std::string> OutputFilesOf(const Options& options) {
     std::vector<std::string> files;
-    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView,
-                                    options.trace, options.record, options.renderAudio}) {
+    for (const std::string& path :
+         {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi, options.trace,
+          options.record, options.renderAudio}) {
         if (!path.empty()) files.push_back(path);
     }
     if (!options.profile.empty()) {
@@ -293,6 +295,7 @@ constexpr Status (*kStages[])(Options&) = {
 
 int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
+    ChooseLanguage();
     Options options;
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
     for (const auto stage : kStages) {

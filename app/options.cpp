@@ -203,6 +203,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--dump-view", options.dumpView, "at exit: what the view shows as a PNG")
         ->type_name("FILE")
         ->check(filled);
+    headlessOnly.push_back(
+        app.add_option("--dump-ui", options.dumpUi,
+                       "headless: at exit, the controls of the panel that is open, as text")
+            ->type_name("FILE")
+            ->check(filled));
     app.add_option("--trace", options.trace, "write each executed instruction, as text")
         ->type_name("FILE")
         ->check(filled);

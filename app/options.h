@@ -25,6 +25,7 @@ struct Options {
     std::string dumpImage;
     std::string dumpScreen;
     std::string dumpView;
+    std::string dumpUi;
     std::string trace;
     std::string record;
     std::string renderAudio;

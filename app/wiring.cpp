@@ -21,11 +21,13 @@
 #include "host/pause.h"
 #include "host/preferences.h"
 #include "host/queue.h"
+#include "host/surface_slots.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
 #include "kit/debugger/debugger.h"
 #include "kit/fault_names.h"
+#include "surface/panel.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "translate/translator.h"
@@ -86,6 +88,16 @@ void WireRooms(const Options& options) {
     sysSlots.deleteResource = DeleteInSandbox;
 
     StartPangoText();
+
+    StartPanel({.noSound = options.mute});
+    surfaceSlots = {
+        .togglePanel = TogglePanel,
+        .close = ClosePanel,
+        .isOpen = PanelIsOpen,
+        .input = PanelInput,
+        .draw = DrawPanel,
+    };
+    padSlots.openPanel = TogglePanel;
 
     desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,

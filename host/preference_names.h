@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/preferences.h"
+#include "host/preference_record.h"
 
 namespace moxi {
 

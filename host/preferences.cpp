@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 #include "base/log.h"
 #include "base/output_files.h"

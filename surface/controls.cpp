@@ -69,6 +69,8 @@ double SurfaceScale(i32 width, i32 height, bool largeText) {
 }
 
 void BeginControls(Surface& surface, i32 width, i32 height, double scale) {
+    const Control* const focused = FindControl(surface, surface.focus);
+    surface.caret = focused != nullptr ? focused->caret : std::string::npos;
     surface.controls.clear();
     surface.scale = scale;
     surface.width = width / scale;
@@ -92,6 +94,11 @@ void EndControls(Surface& surface) {
             surface.focus = control.id;
             break;
         }
+    }
+    for (Control& control : surface.controls) {
+        const bool isFocused = control.id == surface.focus;
+        control.caret =
+            std::min(isFocused ? surface.caret : std::string::npos, control.value.size());
     }
     ClampScroll(surface);
 }

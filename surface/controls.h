@@ -64,6 +64,7 @@ struct Surface {
     std::string hot;         // under the pointer
     std::string grabbed;     // pressed by the pointer
     bool showsFocus = true;  // the keyboard was used last
+    size_t caret = 0;        // of the focused field, while controls are made anew
 };
 
 enum class WantKind : u8 {

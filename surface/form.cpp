@@ -9,7 +9,8 @@ namespace moxi {
 namespace {
 
 constexpr double kWidest = 640;
-constexpr double kHighest = 620;
+constexpr double kHighest = 470;
+constexpr double kLeastForHeadAndFoot = 280;
 constexpr double kRowGap = 2;
 constexpr double kTabHeight = 32;
 constexpr double kTitleHeight = 44;
@@ -127,6 +128,10 @@ double LayOutBody(Surface& surface, double width) {
 
 void LayOutForm(Surface& surface) {
     const double margin = Margin(surface);
+    // Where there is hardly any room everything scrolls.
+    if (surface.height - 2 * margin < kLeastForHeadAndFoot) {
+        for (Control& control : surface.controls) control.part = Part::Body;
+    }
     Box frame = {0, 0, std::min(kWidest, surface.width - 2 * margin), 0};
     frame.x = (surface.width - frame.width) / 2;
     const double padding = Padding(frame);
@@ -139,7 +144,8 @@ void LayOutForm(Surface& surface) {
     const bool titled = most > 260;
     const double head = (titled ? kTitleHeight : padding) + tabs + 8;
     const double around = head + foot + (foot > 0 ? 2 * padding : padding);
-    frame.height = std::min(most, around + surface.bodyHeight);
+    // The same for every page, so that tabs stay where they are.
+    frame.height = most;
     frame.y = (surface.height - frame.height) / 2;
     surface.frame = frame;
     surface.titleBox = titled ? Box{frame.x + padding, frame.y, inner, kTitleHeight} : Box{};

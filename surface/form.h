@@ -6,8 +6,7 @@
 
 namespace moxi {
 
-// To be called after the last AddControl; ends the list. Needs no more room than 200 x 150 units,
-// and takes no more than it needs.
+// To be called after the last AddControl; ends the list. 200 x 150 units are room enough.
 void LayOutForm(Surface& surface);
 
 }  // namespace moxi

@@ -10,7 +10,7 @@ namespace moxi {
 
 namespace {
 
-constexpr Colour kPanel = {24, 27, 33, 0.97};
+constexpr Colour kPanel = {24, 27, 33};
 constexpr Colour kPanelEdge = {58, 64, 76};
 constexpr Colour kText = {233, 236, 241};
 constexpr Colour kQuietText = {160, 168, 181};
