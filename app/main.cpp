@@ -41,6 +41,7 @@
 #include "host/key_map.h"
 #include "host/menu.h"
 #include "host/preferences.h"
+#include "host/view_scale.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/pack.h"
@@ -104,6 +105,7 @@ bool StartDesktop(const Options& options, std::string& error) {
     }
     if (!StartSdlDesktop(&error)) return false;
     AskBeforeUrls(preferences.askBeforeOpening);
+    desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
 }
@@ -228,6 +230,7 @@ void ApplyPreferences(const Options& options) {
         SetPreferenceForRun("sound-volume", std::to_string(*options.soundVolume));
     }
     if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
+    if (!options.scale.empty()) SetPreferenceForRun("scale", options.scale);
     if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
     UseKeyMap(preferences.keyMap);
     UsePadMap(preferences.padMap);

@@ -75,6 +75,16 @@ std::string CheckVolume(const std::string& text) {
     return "Value " + text + " not in range 0 to 100";
 }
 
+// A number of steps, or "fit".
+std::string CheckScale(const std::string& text) {
+    constexpr u32 kMost = 16;
+    u32 value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    const bool isNumber = error == std::errc() && stop == end && value >= 1 && value <= kMost;
+    return isNumber || text == "fit" ? "" : "Value " + text + " is neither 1 to 16 nor fit";
+}
+
 // A number of bytes, with K, M, G or T a power of 1,024 as many.
 bool ParseSize(const std::string& text, u64& bytes) {
     constexpr std::string_view kUnits = "KMGT";
@@ -163,6 +173,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->type_name("FILE")
         ->check(filled);
     app.add_flag("--full-screen", options.fullScreen, "start in full screen");
+    app.add_option("--scale", options.scale, "enlarge the view, 1 to 16 times or to fit the screen")
+        ->type_name("N|fit")
+        ->check(CLI::Validator(CheckScale, ""));
     app.add_flag("--headless", options.headless, "no window, no sound device, virtual clock");
     std::vector<CLI::Option*> headlessOnly;
     headlessOnly.push_back(

@@ -21,6 +21,7 @@ struct Options {
     std::string preferences;  // a file of preferences in the place of the user's
     std::string soundfont;
     bool fullScreen = false;
+    std::string scale;  // "" when none was named; else one that preferences take, too
     bool headless = false;
     HeadlessOptions headlessOptions;
     std::string dumpImage;

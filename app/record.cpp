@@ -106,6 +106,11 @@ void RecordApplicationEvents(DesktopEvents& events) {
         Write("activate");
         inner.willBecomeActive();
     };
+    // Told only to a game that stands still for it.
+    events.didResignActive = [] {
+        Write("deactivate");
+        inner.didResignActive();
+    };
     events.shouldTerminate = [] {
         // The end of the application that follows a close is part of it.
         if (!closes && !TakeWish(quitIsOurs)) Write("quit");

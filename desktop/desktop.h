@@ -29,11 +29,15 @@ struct WindowFrame {
     i32 y = 0;
     i32 width = 0;
     i32 height = 0;
+
+    bool operator==(const WindowFrame&) const = default;
 };
 
 struct ViewSize {
     i32 width = 0;
     i32 height = 0;
+
+    bool operator==(const ViewSize&) const = default;
 };
 
 struct Screen {
@@ -55,6 +59,21 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
+};
+
+// How much larger the view is shown than it is. The application goes by the view's own size.
+struct ViewScale {
+    enum class Kind : u8 {
+        Automatic,     // as the desktop's density asks for
+        Steps,         // by `steps`
+        Fit,           // to the whole screen, in whole steps, with bars where there is room left
+        FitFractions,  // the same up to the screen's edge
+    };
+    Kind kind = Kind::Automatic;
+    i32 steps = 1;
+    bool smooth = false;  // pixels are mixed where they meet; else each stays a square
+
+    bool operator==(const ViewScale&) const = default;
 };
 
 using TimerId = u32;  // 0 means no timer
@@ -91,6 +110,12 @@ struct Desktop {
     ViewSize (*viewSize)();
     bool (*isFullScreen)();
     void (*toggleFullScreen)();
+    // May be called before there is a window. The screens keep the sizes that they have with the
+    // first one.
+    void (*setViewScale)(const ViewScale& scale);
+    // The user's wish for the whole screen or a window, where the view is fitted to it: that is
+    // nothing that the application sees. False where it is not fitted.
+    bool (*toggleFittedScreen)();
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
     // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
@@ -174,6 +199,8 @@ inline constinit Desktop desktop = {
     .viewSize = [] { return ViewSize{}; },
     .isFullScreen = [] { return false; },
     .toggleFullScreen = [] {},
+    .setViewScale = [](const ViewScale&) {},
+    .toggleFittedScreen = [] { return false; },
     .requestRedraw = [](ViewRect) {},
     .presentView = [](ViewPixels, ViewRect) {},
     .windowPixels = [] { return desktop.viewSize(); },

@@ -65,7 +65,10 @@ constexpr Action kActions[] = {
     {"terminate:", [] { desktop.terminate(); }},
     {"performClose:", [] { desktop.closeWindow(); }},
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
-    {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
+    {"toggleFullScreen:",
+     [] {
+         if (!desktop.toggleFittedScreen()) desktop.toggleFullScreen();
+     }},
     {"toggleMute:", ToggleMute},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
 };

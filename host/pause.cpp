@@ -309,6 +309,15 @@ void GateTheRest(DesktopEvents& gate) {
         owedMessages.push_back({command, p1, p2, p3});
     };
     gate.shouldTerminate = [] { return AskGame(game.shouldTerminate); };
+    gate.didResignActive = [] {
+        if (!preferences.pauseWhenInactive) return;
+        game.didResignActive();
+        Pause(PauseReason::Inactive);
+    };
+    gate.willBecomeActive = [] {
+        Resume(PauseReason::Inactive);
+        game.willBecomeActive();
+    };
     gate.screensChanged = [] {
         surfaceSlots.close();
         Resume(PauseReason::Inactive);

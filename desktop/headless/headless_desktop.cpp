@@ -357,6 +357,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.viewSize = SizeOfView;
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
+    desktop.setViewScale = [](const ViewScale&) {};
+    desktop.toggleFittedScreen = [] { return false; };
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.windowPixels = [] { return desktop.viewSize(); };
@@ -369,12 +371,9 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
     desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
-<<<<<<< HEAD
     desktop.holdGame = [](bool held) {
         held ? HoldTimers(state.timers, state.now) : LetTimersGo(state.timers, state.now);
     };
-=======
->>>>>>> main
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };

@@ -155,11 +155,12 @@ TEST_F(MoxiWindow, APadOfTheKernelIsHeardInTheSandbox) {
         ioctl(device, UI_SET_KEYBIT, button);
     }
     ioctl(device, UI_SET_EVBIT, EV_ABS);
-    for (const u16 axis : {ABS_X, ABS_Y, ABS_Z, ABS_RX, ABS_RY, ABS_RZ, ABS_HAT0X, ABS_HAT0Y}) {
+    for (const int axis : {ABS_X, ABS_Y, ABS_Z, ABS_RX, ABS_RY, ABS_RZ, ABS_HAT0X, ABS_HAT0Y}) {
         const i32 most = axis == ABS_HAT0X || axis == ABS_HAT0Y ? 1 : 32767;
         uinput_abs_setup range = {};
-        range.code = axis;
-        range.absinfo = {.minimum = axis == ABS_Z || axis == ABS_RZ ? 0 : -most, .maximum = most};
+        range.code = static_cast<u16>(axis);
+        range.absinfo.minimum = axis == ABS_Z || axis == ABS_RZ ? 0 : -most;
+        range.absinfo.maximum = most;
         ioctl(device, UI_ABS_SETUP, &range);
     }
     ioctl(device, UI_DEV_SETUP, &setup);

@@ -94,7 +94,7 @@ void RemovePad(SDL_JoystickID id) {
     std::erase_if(pads, [id](const Pad& pad) { return pad.id == id; });
 }
 
-void HandlePadEvent(const SDL_Event& event) {
+void TakePadEvent(const SDL_Event& event) {
     switch (event.type) {
         case SDL_CONTROLLERDEVICEADDED: AddPad(event.cdevice.which); break;
         case SDL_CONTROLLERDEVICEREMOVED: RemovePad(event.cdevice.which); break;
@@ -146,9 +146,15 @@ void LookAtPads(u64 now) {
     // Taken here, so that none of them comes between a key and its text.
     SDL_Event event;
     while (started && SDL_PeepEvents(&event, 1, SDL_GETEVENT, kFirstPadEvent, kLastPadEvent) > 0) {
-        HandlePadEvent(event);
+        TakePadEvent(event);
     }
     nextLook = now + (pads.empty() ? kNoPadNanoseconds : kPadNanoseconds);
+}
+
+bool HandlePadEvent(const SDL_Event& event) {
+    if (event.type < kFirstPadEvent || event.type > kLastPadEvent) return false;
+    TakePadEvent(event);
+    return true;
 }
 
 u64 NextPadLook() {
