@@ -447,7 +447,7 @@ void SetFloor(const Region& region) {
 }
 
 TranslatedRegion* Translate(u32 pc) {
-    const Region region = FindRegion(pc);
+    const Region region = FindRegion(pc, [](u32 at) { return regionAt.contains(at); });
     if (region.instructions.empty()) return nullptr;
     const u16 wide = WideRegisters(region);
     CountUses(region, registerUses);
