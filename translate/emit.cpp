@@ -341,6 +341,21 @@ void EmitReturns(Emission& e) {
     }
 }
 
+void EmitLowWrites(Emission& e) {
+    static_assert(kCoverWindow == 64);
+    for (const Emission::LowWrite& low : e.lowWrites) {
+        e.a.bind(low.label);
+        e.a.mov(x86::eax, low.address.r32());
+        e.a.shr(x86::eax, 2);
+        e.a.add(x86::rax, StateField(offsetof(TranslatedState, covered), 8));
+        e.a.cmp(x86::qword_ptr(x86::rax), 0);
+        e.a.jne(low.leave);
+        e.a.cmp(x86::qword_ptr(x86::rax, 8), 0);
+        e.a.je(low.back);
+        e.a.jmp(low.leave);
+    }
+}
+
 void EmitDepartures(Emission& e) {
     for (const Emission::Departure& departure : e.departures) {
         e.a.bind(departure.label);
@@ -599,7 +614,6 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
     Emission e(a, region, shared, out, base);
-    for (const Instruction& in : region.instructions) e.end = std::max(e.end, in.pc + in.length);
     e.before = FindFacts(region);
     e.startWithSlot = StartWithSlot(region);
     for (size_t i = 0; i < region.blocks.size(); ++i) {
@@ -609,6 +623,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
     EmitSideExits(e);
     EmitFullStacks(e);
+    EmitLowWrites(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
     EmitReturns(e);

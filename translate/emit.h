@@ -37,8 +37,9 @@ struct Translation {
         u32 offset = 0;
     };
     std::vector<Entry> entries;
-    // It writes without a look what has an address of its own, from here on.
-    u32 lowestWrite = ~u32{0};
+    // It writes without a look at these addresses, 8 bytes at most, where there was no translated
+    // code.
+    std::vector<u32> writes;
 };
 
 // The code that all regions share, and where it lies.

@@ -147,7 +147,86 @@ TEST_F(Translator, ARunThatIsWatchedIsNotTranslated) {
     instructionTrace = nullptr;
     // LINK, MOVE, RETURN, and 1,000 rounds of two.
     EXPECT_EQ(instructionsSeen, 2003u);
-    EXPECT_EQ(translatorCounts.entries, 0u);
+    EXPECT_EQ(translatorCounts.entries, 250u);
+}
+
+TEST_F(Translator, AVariableBetweenFunctionsIsWrittenWithoutLeavingTranslatedCode) {
+    // 100,000 times by its address, through a register, and in place; the sum of it all is
+    // 3 * (0 + ... + 99,999) + 100,000 in 32 bits.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #100000\n"
+        "@loop:  SUB.L R1, #1\n"
+        "        CALL step\n"
+        "        TST.L R1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "one:    .long 0\n"
+        "two:    .long 0\n"
+        "        .long 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0\n"
+        "step:   LINK 0, 0\n"
+        "        MOVE.L [one], R1\n"
+        "        LEA R2, [two]\n"
+        "        MOVE.L [R2], R1\n"
+        "        ADD.L [one], R1\n"
+        "        ADD.L [one], #1\n"
+        "        ADD.L R14, [one]\n"
+        "        ADD.L R14, [R2]\n"
+        "        RETURN 0\n";
+    EXPECT_EQ(RunSource(source, 0, {}), static_cast<u32>(u64{3} * 4999950000 + 100000));
+    EXPECT_LE(translatorCounts.entries, 20u);
+}
+
+TEST_F(Translator, CodeThatIsTranslatedLaterIsNotWrittenOverWithoutALook) {
+    // The loop writes over the constant that `add` adds before it calls it, at first 1,000 times
+    // while nothing has called it: 1,000 + 1,001 + ... + 9,999.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #0\n"
+        "@loop:  MOVE.L [added + 4], R1\n"
+        "        CMP.L R1, #1000\n"
+        "        BLT @next\n"
+        "        LEA R2, [add]\n"
+        "        CALLR R2, 0\n"
+        "@next:  ADD.L R1, #1\n"
+        "        CMP.L R1, #10000\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "add:    LINK 0, 0\n"
+        "added:  ADD.L R14, #0x12345\n"
+        "        RETURN 0\n";
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        EXPECT_EQ(RunSource(source, 0, options), 49495500u);
+    }
+}
+
+TEST_F(Translator, WhatTranslatedCodeGoesToAgainAndAgainIsTranslated) {
+    // A jump through a table to 16 places, each of which goes on by the same jump: nothing but
+    // translated code ever goes to them. 125,000 times 0 + 1 + ... + 15.
+    std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #0\n"
+        "        MOVE.L R2, #2000000\n"
+        "next:   SUB.L R2, #1\n"
+        "        BEQ end\n"
+        "        ADD.L R1, #4\n"
+        "        AND.L R1, #60\n"
+        "        JMP [R1+table]\n"
+        "end:    RETURN 0\n";
+    std::string table = "table:  .long place0";
+    for (u32 i = 0; i < 16; ++i) {
+        const std::string number = std::to_string(i);
+        source += "place" + number + ": ADD.L R14, #" + number + "\n JMP next\n";
+        if (i > 0) table += ", place" + number;
+    }
+    EXPECT_EQ(RunSource(source + table + "\n", 0, {}), 15000000u);
+    EXPECT_LE(translatorCounts.entries, 250u);
 }
 
 TEST_F(Translator, WhatAConstantLeftInTheSlotIsThereWhenAServiceLooks) {
