@@ -12,9 +12,15 @@ bool IsFloatOperation(TwoOperand op) {
     return op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp;
 }
 
-// An absolute operand in the header may see or change the machine's state.
+// An absolute operand in the header may see or change the machine's state. The count of block
+// moves is nothing but memory.
 bool IsInHeader(Mode mode, u32 word) {
-    return mode == Mode::Absolute && word < kHeaderSize;
+    return mode == Mode::Absolute && word < kHeaderSize && word != kHeaderBlockCount;
+}
+
+bool IsInMemory(Mode mode) {
+    return mode == Mode::Indexed || mode == Mode::Absolute || mode == Mode::Frame ||
+           mode == Mode::Frame32;
 }
 
 bool HasWord(Mode mode) {
@@ -28,8 +34,11 @@ void DecodeTwoOperands(Instruction& in) {
     const u32 size = number & 3;
     in.length = in.form.length + (in.form.b == Mode::Immediate && size == 3 ? 4 : 0);
     const TwoOperand op = TwoOperandOf(in);
-    const bool known =
-        IsFloatOperation(op) ? size >= 2 : op <= TwoOperand::Movez || op == TwoOperand::Lea;
+    const bool isBlockMove =
+        op == TwoOperand::Blockmove && IsInMemory(in.form.a) && IsInMemory(in.form.b);
+    const bool known = IsFloatOperation(op)
+                           ? size >= 2
+                           : op <= TwoOperand::Movez || op == TwoOperand::Lea || isBlockMove;
     const u32 wordOfB = HasWord(in.form.a) ? in.words[1] : in.words[0];
     const bool seesHeader = IsInHeader(in.form.a, in.words[0]) ||
                             (op != TwoOperand::Lea && IsInHeader(in.form.b, wordOfB));

@@ -119,7 +119,7 @@ Place RegisterPlace(u32 number) {
 
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
     // When code is translated there later the region is given up.
-    const bool isFree = use == Use::Write && !IsCovered(address);
+    const bool isFree = use == Use::Write && (!IsCovered(address) || address == kHeaderBlockCount);
     if (isFree) e.out.writes.push_back(address);
     if ((use == Use::Read || isFree) && address < 0x80000000) {
         Place place;

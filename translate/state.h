@@ -47,8 +47,8 @@ struct TranslatedState {
     u8* entries = nullptr;
     u64 entriesSize = 0;  // bytes
     u8* codeMemory = nullptr;
-    // Regions have been compared with the module's code since the interpreter ran last, if they
-    // hold this number.
+    // Regions are what the module's code is, since they have been compared with it after the
+    // interpreter ran last or are watched, if they hold this number or a higher one.
     u32 generation = 0;
     // The end of the translated code in the image. What is pushed below it, or not far above it,
     // or stored in the frame there, may change that code, and is left to the interpreter.

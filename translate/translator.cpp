@@ -21,6 +21,7 @@
 #include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
+#include "vm/page_watch.h"
 #include "vm/threaded.h"
 
 namespace moxi {
@@ -62,12 +63,15 @@ struct TranslatedRegion {
     std::vector<Stretch> stretches;
     std::vector<u32> writes;  // as Translation's
     u32 generation = 0;       // that in which it was last compared with the module's code
+    bool isWatched = false;   // nobody has written into its pages: its generation is kAlwaysCurrent
     // Visits from the interpreter that ended soon, and others.
     u32 shortVisits = 0;
     u32 longVisits = 0;
     u32 pause = 0;  // so many visits are not made
     u32 nextPause = 0;
 };
+
+constexpr u32 kAlwaysCurrent = ~u32{0};
 
 // For how many instructions of the newest block were executed.
 constexpr u32 kAllExecuted = ~u32{0};
@@ -434,6 +438,21 @@ void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
+// BLOCKMOVE, called by translated code. False when it touches what only the interpreter may touch:
+// then nothing has been done. A fault in here could not tell where the module is.
+bool MoveBlock(u32 to, u32 from, u32 size) {
+    const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
+    if (bytes == 0) return true;
+    if (std::min(to, from) < kHeaderSize || std::max(to, from) + bytes > imageSize) return false;
+    if (to < translatedState.floor) {
+        const u8* const covered = translatedState.covered;
+        const u64 end = std::min<u64>(to + bytes, translatedState.floor);
+        if (std::memchr(covered + to / 4, 1, (end + 3) / 4 - to / 4) != nullptr) return false;
+    }
+    std::memmove(image + to, image + from, bytes);
+    return true;
+}
+
 // --- Regions
 
 std::vector<Stretch> StretchesOf(const Region& region) {
@@ -452,6 +471,21 @@ std::vector<Stretch> StretchesOf(const Region& region) {
         }
     }
     return stretches;
+}
+
+bool AllWatched(const TranslatedRegion& region) {
+    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
+        return ArePagesWatched(s.start, s.start + static_cast<u32>(s.bytes.size()));
+    });
+}
+
+void Watch(TranslatedRegion& region) {
+    bool isWatched = true;
+    for (const Stretch& s : region.stretches) {
+        isWatched = WatchPages(s.start, s.start + static_cast<u32>(s.bytes.size())) && isWatched;
+    }
+    region.isWatched = isWatched;
+    region.generation = isWatched ? kAlwaysCurrent : translatedState.generation;
 }
 
 bool IsUnchanged(const TranslatedRegion& region) {
@@ -505,9 +539,11 @@ TranslatedRegion* Translate(u32 pc) {
     wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
         ChooseHosts();
-        const std::vector<u8> bytes =
-            EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
-                           reinterpret_cast<const void*>(OnArrival), shared);
+        const std::vector<u8> bytes = EmitSharedCode(
+            translatedState.codeMemory,
+            {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
+             reinterpret_cast<const void*>(MoveBlock)},
+            shared);
         Write(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
@@ -529,6 +565,7 @@ TranslatedRegion* Translate(u32 pc) {
     made.blocks = std::move(translation.blocks);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
+    Watch(made);
     made.writes = std::move(translation.writes);
     for (const auto& entry : made.entries) {
         if (regionAt.contains(entry.pc)) continue;
@@ -542,12 +579,33 @@ TranslatedRegion* Translate(u32 pc) {
     return &made;
 }
 
+// Regions of whose pages one was written are compared from now on.
+void LetWrittenGo() {
+    if (!WasWatchedPageWritten()) return;
+    for (const auto& region : regions) {
+        if (!region->isWatched || AllWatched(*region)) continue;
+        region->isWatched = false;
+        region->generation = 0;
+    }
+}
+
+// The interpreter and the services may have changed the module's code.
+void BeginGeneration() {
+    LetWrittenGo();
+    if (++translatedState.generation < kAlwaysCurrent) return;
+    translatedState.generation = 1;
+    for (const auto& region : regions) {
+        if (!region->isWatched) region->generation = 0;
+    }
+}
+
 // The region to enter at `pc`: one whose code is what it was. Null when there is none.
 TranslatedRegion* FindCurrent(u32 pc) {
     const auto found = regionAt.find(pc);
     if (found == regionAt.end()) return nullptr;
     TranslatedRegion* const region = found->second;
-    if (region->generation == translatedState.generation || IsUnchanged(*region)) {
+    if (region->generation >= translatedState.generation) return region;
+    if (IsUnchanged(*region)) {
         region->generation = translatedState.generation;
         return region;
     }
@@ -606,14 +664,12 @@ TranslatedRegion* TranslateAfter(u32 pc, i32 count) {
         looks[pc] = -kPause;
         return nullptr;
     }
-    region->generation = translatedState.generation;
     return region;
 }
 
 ThreadedHandler CodeAt(u32 pc, u64 trace) {
     nextTranslationCheck = trace + settings.interval;
-    // The interpreter and the services may have changed the module's code.
-    ++translatedState.generation;
+    BeginGeneration();
     TranslatedRegion* region = FindCurrent(pc);
     if (region == nullptr) region = TranslateAfter(pc, kLook);
     if (region == nullptr) return nullptr;
@@ -636,6 +692,7 @@ TranslatorStart StartTranslator(const TranslatorOptions& options) {
     wideRegisters = 0;
     registerUses = {};
     refusals = 0;
+    StartWatching();
     InstallSettling();
     translatedCodeAt = CodeAt;
     beforeFault = OnFaultInCode;
@@ -659,6 +716,7 @@ void StopTranslator() {
     nextTranslationCheck = ~u64{0};
     translatedCodeAt = nullptr;
     beforeFault = nullptr;
+    StopWatching();
     ForgetEverything();
 }
 
