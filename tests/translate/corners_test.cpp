@@ -229,6 +229,101 @@ TEST_F(Translator, WhatTranslatedCodeGoesToAgainAndAgainIsTranslated) {
     EXPECT_LE(translatorCounts.entries, 250u);
 }
 
+namespace {
+
+// A loop of 3,000 rounds far from the header, on a page of its own; each adds a constant and calls
+// a service, and the first 1,000 and the last have different ones.
+const std::string kFarLoop =
+    "        .stack 4096\n"
+    "start:  LINK 0, 0\n"
+    "        MOVE.L R14, #0\n"
+    "        MOVE.L R13, #0\n"
+    "        JMP far\n"
+    "        .space 0x8000\n"
+    "far:    MOVE.L R1, #3000\n"
+    "@loop:  ADD.L R13, #0x12345\n"
+    "        SYS\n"
+    "        SUB.L R1, #1\n"
+    "        BNE @loop\n"
+    "        MOVE.L R14, R13\n"
+    "        RETURN 0\n";
+
+u32 farServices = 0;
+
+}  // namespace
+
+TEST_F(Translator, CodeOnAWatchedPageThatAServiceChangesIsSeenAsItIsNow) {
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        Load(kFarLoop, options);
+        farServices = 0;
+        vmSlots.sysDispatch = [] {
+            // The constant stands 12 bytes behind the loop's first instruction.
+            if (++farServices == 1000) Store<u32>(0x8000 + 0x200 + 16 + 12, 7);
+        };
+        MXmsg(1, 0, 0, 0);
+        EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 1000 * 0x12345u + 2000 * 7u);
+        EXPECT_GE(translatorCounts.changes, 1u);
+    }
+}
+
+TEST_F(Translator, DataOnAPageOfCodeAreWrittenByServicesWithoutACrawl) {
+    // The service writes what lies behind the code: the code stays as it is.
+    Load(kFarLoop + "        .long 0, 0, 0, 0\n", {});
+    vmSlots.sysDispatch = [] { Store<u32>(0x8000 + 0x200 + 16 + 12 + 24, ++farServices); };
+    MXmsg(1, 0, 0, 0);
+    EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 3000 * 0x12345u);
+    EXPECT_EQ(translatorCounts.changes, 0u);
+    EXPECT_LE(translatorCounts.regions, 5u);
+}
+
+TEST_F(Translator, ABlockMoveStaysInTranslatedCode) {
+    // 1,000 times: a block of 10 words to the stack's end and on from there; the first one grows.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 96, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #1000\n"
+        "        MOVE.L [184], #10\n"
+        "@loop:  ADD.L [from], #3\n"
+        "        BLOCKMOVE.L [FP-40], [from]\n"
+        "        BLOCKMOVE.L [to], [FP-40]\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        MOVE.L R14, [to]\n"
+        "        ADD.L R14, [to + 36]\n"
+        "        RETURN 0\n"
+        "from:   .long 1, 2, 3, 4, 5, 6, 7, 8, 9, 10\n"
+        "to:     .long 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 77\n";
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        translatorCounts = {};
+        // 1 + 3,000, and the last word of the ten.
+        EXPECT_EQ(RunSource(source, 0, options), 3001u + 10);
+        EXPECT_LE(translatorCounts.entries, 20u);
+    }
+}
+
+TEST_F(Translator, ABlockMoveOverCodeIsDoneByTheInterpreter) {
+    // Every round puts one of two instructions over the one at `here`: 500 times 1 and 500 times 2.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #1000\n"
+        "        MOVE.L R2, #0\n"
+        "        MOVE.L [184], #1\n"
+        "loop:   XOR.L R2, #4\n"
+        "        BLOCKMOVE.L [here], [R2+ways]\n"
+        "here:   NOP\n"
+        "        SUB.L R1, #1\n"
+        "        BNE loop\n"
+        "        RETURN 0\n"
+        "ways:   ADD.L R14, #1\n"
+        "        ADD.L R14, #2\n";
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        EXPECT_EQ(RunSource(source, 0, options), 1500u);
+    }
+}
+
 TEST_F(Translator, WhatAConstantLeftInTheSlotIsThereWhenAServiceLooks) {
     // A block without a constant follows one with a constant; the service is called from the
     // second.
