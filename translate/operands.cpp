@@ -117,7 +117,19 @@ Place RegisterPlace(u32 number) {
     return place;
 }
 
+// The registers at an address, which is read as memory. They may lie across two.
+void StoreRegistersAt(Emission& e, u32 address) {
+    const u32 first = (address - kHeaderRegisters) / 8;
+    for (u32 number = first; number < std::min(first + 2, 16u); ++number) {
+        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
+        if (hostOf[number] != kNoHost) e.a.mov(slot, HostRegister(hostOf[number]));
+        if (vectorOf[number] != kNoHost) e.a.movq(slot, VectorRegister(vectorOf[number]));
+        if (address % 8 == 0) return;
+    }
+}
+
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
+    if (address < kHeaderPC) StoreRegistersAt(e, address);
     // When code is translated there later the region is given up.
     const bool isFree = use == Use::Write && (!IsCovered(address) || address == kHeaderBlockCount);
     if (isFree) e.out.writes.push_back(address);

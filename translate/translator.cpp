@@ -87,6 +87,9 @@ std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of
 // not worth while. A look counts as much as so many others:
 std::unordered_map<u32, i32> looks;
 constexpr i32 kLook = 10;
+// The number of the instruction from which on the interpreter has run, or at which the last look
+// was.
+constinit u64 interpretedFrom = 0;
 // So many addresses are counted; what a module makes of its jumps takes no more memory than that.
 constexpr size_t kMostLooks = size_t{1} << 18;
 // So many looks later code is tried again that could not be translated.
@@ -423,6 +426,7 @@ void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     NoteVisit(static_cast<u32>(trace));
     const ThreadedHandler enter = w == kAllExecuted ? OnMiss(static_cast<u32>(pc)) : nullptr;
+    interpretedFrom = pcTraceCount;
     nextTranslationCheck = pcTraceCount + 1;
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
@@ -434,6 +438,7 @@ void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
     const ThreadedHandler enter =
         region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
+    interpretedFrom = pcTraceCount;
     nextTranslationCheck = pcTraceCount + 1;
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
@@ -669,9 +674,12 @@ TranslatedRegion* TranslateAfter(u32 pc, i32 count) {
 
 ThreadedHandler CodeAt(u32 pc, u64 trace) {
     nextTranslationCheck = trace + settings.interval;
+    // A look soon after translated code was left counts less.
+    const bool isSoon = trace - interpretedFrom < settings.interval / 2;
+    interpretedFrom = trace;
     BeginGeneration();
     TranslatedRegion* region = FindCurrent(pc);
-    if (region == nullptr) region = TranslateAfter(pc, kLook);
+    if (region == nullptr) region = TranslateAfter(pc, isSoon ? 1 : kLook);
     if (region == nullptr) return nullptr;
     if (region->pause > 0) {
         --region->pause;

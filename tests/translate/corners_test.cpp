@@ -324,6 +324,43 @@ TEST_F(Translator, ABlockMoveOverCodeIsDoneByTheInterpreter) {
     }
 }
 
+TEST_F(Translator, ARegisterReadByItsAddressIsWhatItIsNow) {
+    // R1 to R4 live in the processor's registers, R5 is a floating-point number; their halves and
+    // bytes are read at 8 + 8 * number, and one QUAD across two of them.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.Q R1, #0\n"
+        "        MOVE.Q R2, #0x100000000\n"
+        "        MOVE.Q R5, #0\n"
+        "        STOD.L R5\n"
+        "        MOVE.L R3, #1\n"
+        "        STOD.L R3\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R4, #1000\n"
+        "@loop:  ADD.L R1, #1\n"
+        "        ADD.Q R2, #0x100000000\n"
+        "        FADD.D R5, R3\n"
+        "        TBNE.L [20], @on\n"
+        "        ADD.L R14, #100\n"
+        "@on:    CMP.L [20], #1\n"
+        "        BEQ @next\n"
+        "        ADD.B R14, [16]\n"
+        "        SUB.L R14, #0\n"
+        "@next:  SUB.L R4, #1\n"
+        "        BNE @loop\n"
+        "        MOVE.L R14, [28]\n"
+        "        ADD.L R14, [52]\n"
+        "        ADD.Q R14, [20]\n"
+        "        RETURN 0\n";
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        translatorCounts = {};
+        // R2's upper half is 1001; that of the double 1000, 0x408F4000; [20] is R1's upper half, 0.
+        EXPECT_EQ(RunSource(source, 0, options), 1001u + 0x408F4000u);
+        EXPECT_LE(translatorCounts.entries, 20u);
+    }
+}
+
 TEST_F(Translator, WhatAConstantLeftInTheSlotIsThereWhenAServiceLooks) {
     // A block without a constant follows one with a constant; the service is called from the
     // second.
