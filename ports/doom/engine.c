@@ -17,11 +17,12 @@
 #include "i_video.h"
 #include "m_argv.h"
 #include "m_config.h"
+#include "m_menu.h"
 #include "m_misc.h"
 #include "r_main.h"
 #include "v_video.h"
 
-enum { kZoneSize = 16 << 20 };
+enum { kZoneSize = 16 << 20, kWholeWidth = 10 };
 
 boolean HasArgument(const char* name) {
     return M_CheckParm(name) > 0;
@@ -47,6 +48,8 @@ void StartEngine(int count, char** arguments) {
     myargv[count + 1] = noFurtherData;
     M_SetExeDir();
     RequireData();
+    // All of the window's width, unless the settings say otherwise.
+    screenblocks = kWholeWidth;
     D_DoomMain();
 }
 
@@ -142,8 +145,9 @@ boolean I_GetMemoryValue(unsigned int offset, void* value, int size) {
 
 // --- Texts of the start
 
+// No terminal: lines alone, and no bars that grow.
 boolean I_ConsoleStdout(void) {
-    return true;
+    return false;
 }
 
 void I_PrintBanner(const char* text) {

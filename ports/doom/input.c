@@ -100,8 +100,9 @@ void KeyUp(int code) {
 enum { kWheelUp = 1 << 3, kWheelDown = 1 << 4 };
 enum {
     kEdge = 24,          // pixels at the window's sides
-    kEdgeTurn = 14,      // and how fast the player turns while the pointer is there
+    kEdgeTurn = 50,      // and how fast the player turns while the pointer is there
     kEdgeTics = 70,      // after the last move of the mouse
+    kReach = 4,          // a window's width is most of a turn
     kLongestMove = 200,  // more is a pointer that has come back at another place
 };
 
@@ -174,7 +175,7 @@ static bool IsPlaying(void) {
 void GatherInput(void) {
     PostPress();
     if (IsPlaying() && usemouse) {
-        const int x = Accelerated(movedX) + EdgeTurn();
+        const int x = Accelerated(movedX * kReach) + EdgeTurn();
         const int y = novert ? 0 : -Accelerated(movedY);
         event_t event = {.type = ev_mouse, .data1 = held, .data2 = x, .data3 = y};
         if (x != 0 || y != 0) D_PostEvent(&event);

@@ -12,7 +12,8 @@
 #include "engine.h"
 #include "i_timer.h"
 
-enum { kTick = 5, kWidth = 960, kHeight = 720, kMostArguments = 64, kDeepestFolder = 64 };
+// The host delivers a message every 5 ms: every other one is left for input.
+enum { kTick = 10, kWidth = 960, kHeight = 720, kMostArguments = 64, kDeepestFolder = 64 };
 
 static bool isStarted, isMinimized;
 
@@ -115,16 +116,19 @@ static void SetWindow(void) {
 static void OnTick(void) {
     static int lastTic = -1;
     if (!isStarted || isMinimized) return;
-    const int tic = I_GetTime();
-    if (tic == lastTic && !singletics) return;
-    lastTic = tic;
+    if (I_GetTime() == lastTic && !singletics) return;
     D_RunFrame();
+    lastTic = I_GetTime();
+}
+
+// Buttons have codes that no key has.
+static bool IsButton(int code) {
+    return code == MOXI_BUTTON_LEFT || code == MOXI_BUTTON_RIGHT || code == MOXI_BUTTON_MIDDLE ||
+           code >= MOXI_BUTTON_FOURTH;
 }
 
 static void OnDown(int p1, int p2) {
-    const bool isButton = p1 == MOXI_BUTTON_LEFT || p1 == MOXI_BUTTON_RIGHT ||
-                          p1 == MOXI_BUTTON_MIDDLE || p1 >= MOXI_BUTTON_FOURTH;
-    if (isButton) {
+    if (IsButton(p1)) {
         ButtonDown(p1, p2);
     } else {
         KeyDown(p1);
@@ -132,9 +136,7 @@ static void OnDown(int p1, int p2) {
 }
 
 static void OnUp(int p1) {
-    const bool isButton = p1 == MOXI_BUTTON_LEFT || p1 == MOXI_BUTTON_RIGHT ||
-                          p1 == MOXI_BUTTON_MIDDLE || p1 >= MOXI_BUTTON_FOURTH;
-    if (isButton) {
+    if (IsButton(p1)) {
         ButtonUp(p1);
     } else {
         KeyUp(p1);
@@ -143,9 +145,7 @@ static void OnUp(int p1) {
 
 static void OnSize(int width, int height) {
     SetView(width, height);
-    if (!isStarted) {
-        Start();
-    }
+    if (!isStarted) Start();
 }
 
 int moxi_message(int message, int p1, int p2, int p3) {

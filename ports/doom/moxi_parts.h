@@ -8,7 +8,7 @@
 
 // aspect_ratio_correct: pixels a fifth higher than wide never, where the picture gets no smaller by it,
 // always.
-enum { kNever, kWhereItFits, kAlways, kPixelShapes };
+enum { kNever, kWhereItFits, kAlways };
 
 // --- video.c
 void SetView(int width, int height);

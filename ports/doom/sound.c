@@ -44,7 +44,9 @@ typedef struct {
 
 static channel channels[kChannels];
 static bool mustMix, isPlaying;
-static int mixture[2 * kLongestMixture];
+// The two sides of a sample added up in one number: the left one counts 2^32, and a negative right one
+// borrows from it.
+static int64_t mixture[kLongestMixture];
 
 static struct {
     char riff[4];
@@ -130,16 +132,15 @@ int I_StartSound(sfxinfo_t* sound, int number, int volume, int side, int pitch) 
 
 static void MixChannel(const channel* it, unsigned from, unsigned count, bool rises) {
     const byte* const samples = it->samples;
-    const int left = it->left, right = it->right;
-    unsigned at = (unsigned)((uint64_t)from * it->step);
     const unsigned step = it->step;
-    for (unsigned i = 0; i < count; ++i, at += step) {
-        int sample = samples[at >> 16] - 128;
-        // What goes on is cut a little before or behind where the last mixture has come to.
-        if (rises && i < kRise) sample = sample * (int)i / kRise;
-        mixture[2 * i] += sample * left;
-        mixture[2 * i + 1] += sample * right;
+    const int64_t both = ((int64_t)it->left << 32) + it->right;
+    unsigned at = (unsigned)((uint64_t)from * step);
+    unsigned i = 0;
+    // What goes on is cut a little before or behind where the last mixture has come to.
+    for (; rises && i < count && i < kRise; ++i, at += step) {
+        mixture[i] += (samples[at >> 16] - 128) * (int)i / kRise * both;
     }
+    for (; i < count; ++i, at += step) mixture[i] += (samples[at >> 16] - 128) * both;
 }
 
 // The number of samples until all is over.
@@ -152,7 +153,7 @@ static unsigned MixChannels(uint32_t now) {
         unsigned count = Length(it) - from;
         if (count > kLongestMixture) count = kLongestMixture;
         if (count > length) {
-            memset(mixture + 2 * length, 0, (count - length) * 2 * sizeof *mixture);
+            memset(mixture + length, 0, (count - length) * sizeof *mixture);
             length = count;
         }
         MixChannel(it, from, count, !it->isNew);
@@ -161,10 +162,15 @@ static unsigned MixChannels(uint32_t now) {
     return length;
 }
 
+static int16_t Cut(int value) {
+    return (int16_t)(value > 32767 ? 32767 : value < -32768 ? -32768 : value);
+}
+
 static void PlayMixture(unsigned length) {
-    for (unsigned i = 0; i < 2 * length; ++i) {
-        const int value = mixture[i];
-        wav.samples[i] = (int16_t)(value > 32767 ? 32767 : value < -32768 ? -32768 : value);
+    for (unsigned i = 0; i < length; ++i) {
+        const int right = (int)mixture[i];
+        wav.samples[2 * i] = Cut((int)((mixture[i] - right) >> 32));
+        wav.samples[2 * i + 1] = Cut(right);
     }
     const uint32_t size = 4 * length;
     wav.dataSize = size;
@@ -176,16 +182,14 @@ void I_UpdateSound(void) {
     if (!mustMix) return;
     mustMix = false;
     unsigned length = MixChannels(moxi_milliseconds());
+    if (length == 0 && !isPlaying) return;
+    isPlaying = length > 0;
     // The last one was stopped: a moment's silence takes its place.
-    if (length == 0 && isPlaying) {
+    if (length == 0) {
         length = kRise;
-        memset(mixture, 0, kRise * 2 * sizeof *mixture);
-        isPlaying = false;
-        PlayMixture(length);
-    } else if (length > 0) {
-        isPlaying = true;
-        PlayMixture(length);
+        memset(mixture, 0, kRise * sizeof *mixture);
     }
+    PlayMixture(length);
 }
 
 // --- What the engine asks for

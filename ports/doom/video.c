@@ -26,8 +26,8 @@ int aspect_ratio_correct = kWhereItFits;
 int png_screenshots = 1;
 unsigned int joywait;
 
-static pixel_t buffer[SCREENWIDTH * SCREENHEIGHT];
-static pixel_t shown[SCREENWIDTH * SCREENHEIGHT];  // what the window has
+static _Alignas(8) pixel_t buffer[SCREENWIDTH * SCREENHEIGHT];
+static _Alignas(8) pixel_t shown[SCREENWIDTH * SCREENHEIGHT];  // what the window has
 static moxi_colour colours[kColours];
 static byte reds[kColours], greens[kColours], blues[kColours];
 static bool mustShowAll;
@@ -35,8 +35,8 @@ static bool mustShowAll;
 static moxi_bitmap picture;
 static int viewWidth, viewHeight;
 
-// Where the picture is: rows are SCREENHEIGHT or kTallRows, each `scale` pixels high; where the window is
-// smaller than the picture, it is as large as fits and scale is 0.
+// Where the picture is: rows are SCREENHEIGHT or kTallRows, each `scale` pixels high; 0 where it is as large
+// as fits, in a window that is smaller or of another shape.
 static struct {
     int x, y, width, height, rows, scale;
 } place;
@@ -47,40 +47,6 @@ static int Smaller(int a, int b) {
 
 static int StepsOf(int rows) {
     return Smaller(viewWidth / SCREENWIDTH, viewHeight / rows);
-}
-
-static void PlacePicture(void) {
-    const int square = StepsOf(SCREENHEIGHT), tall = StepsOf(kTallRows);
-    const bool isTall =
-        aspect_ratio_correct == kAlways || (aspect_ratio_correct == kWhereItFits && tall >= square);
-    place.rows = isTall ? kTallRows : SCREENHEIGHT;
-    place.scale = isTall ? tall : square;
-    if (place.scale > 0) {
-        place.width = SCREENWIDTH * place.scale;
-        place.height = place.rows * place.scale;
-    } else {
-        place.width = Smaller(viewWidth, viewHeight * SCREENWIDTH / place.rows);
-        place.height = Smaller(viewHeight, viewWidth * place.rows / SCREENWIDTH);
-    }
-    place.x = (viewWidth - place.width) / 2;
-    place.y = (viewHeight - place.height) / 2;
-    moxi_rectangle(MOXI_SCREEN, 0, 0, viewWidth, viewHeight, MOXI_BLACK, MOXI_BLACK);
-    mustShowAll = true;
-}
-
-void SetView(int width, int height) {
-    viewWidth = width;
-    viewHeight = height;
-    PlacePicture();
-}
-
-int ViewWidth(void) {
-    return viewWidth;
-}
-
-void ChangePixelShape(void) {
-    aspect_ratio_correct = (aspect_ratio_correct + 1) % kPixelShapes;
-    PlacePicture();
 }
 
 // --- The bitmap
@@ -126,8 +92,12 @@ static void ColourTallRows(const moxi_pixels* pixels, int first, int last) {
     }
 }
 
-// Rows first to last of the picture onto the window.
+// Rows first to last of the picture onto the window; all of them where it is made smaller.
 static void ShowRows(int first, int last) {
+    if (place.scale == 0) {
+        first = 0;
+        last = SCREENHEIGHT - 1;
+    }
     if (place.rows == kTallRows) {
         first = first / 5 * 6;
         last = last / 5 * 6 + 5;
@@ -152,8 +122,49 @@ static void ShowRows(int first, int last) {
     }
 }
 
+static void PlacePicture(void) {
+    const int square = StepsOf(SCREENHEIGHT), tall = StepsOf(kTallRows);
+    const bool isTall =
+        aspect_ratio_correct == kAlways || (aspect_ratio_correct == kWhereItFits && tall >= square);
+    place.rows = isTall ? kTallRows : SCREENHEIGHT;
+    // In whole steps, unless that would make a picture that is wanted tall much smaller.
+    place.scale = isTall && tall < square ? 0 : square;
+    if (place.scale > 0) {
+        place.width = SCREENWIDTH * place.scale;
+        place.height = place.rows * place.scale;
+    } else {
+        place.width = Smaller(viewWidth, viewHeight * SCREENWIDTH / place.rows);
+        place.height = Smaller(viewHeight, viewWidth * place.rows / SCREENWIDTH);
+    }
+    place.x = (viewWidth - place.width) / 2;
+    place.y = (viewHeight - place.height) / 2;
+    moxi_rectangle(MOXI_SCREEN, 0, 0, viewWidth, viewHeight, MOXI_BLACK, MOXI_BLACK);
+    if (picture != 0) ShowRows(0, SCREENHEIGHT - 1);
+}
+
+void SetView(int width, int height) {
+    viewWidth = width;
+    viewHeight = height;
+    PlacePicture();
+}
+
+int ViewWidth(void) {
+    return viewWidth;
+}
+
+void ChangePixelShape(void) {
+    aspect_ratio_correct = place.rows == kTallRows ? kNever : kAlways;
+    PlacePicture();
+}
+
+// Eight pixels at a time.
 static bool RowChanged(int row) {
-    return memcmp(buffer + row * SCREENWIDTH, shown + row * SCREENWIDTH, SCREENWIDTH) != 0;
+    const uint64_t* const a = (const uint64_t*)(buffer + row * SCREENWIDTH);
+    const uint64_t* const b = (const uint64_t*)(shown + row * SCREENWIDTH);
+    for (int i = 0; i < SCREENWIDTH / 8; ++i) {
+        if (a[i] != b[i]) return true;
+    }
+    return false;
 }
 
 void I_FinishUpdate(void) {
@@ -166,11 +177,7 @@ void I_FinishUpdate(void) {
     mustShowAll = false;
     memcpy(shown + first * SCREENWIDTH, buffer + first * SCREENWIDTH,
            (size_t)(last - first + 1) * SCREENWIDTH);
-    if (place.scale > 0) {
-        ShowRows(first, last);
-    } else {
-        ShowRows(0, SCREENHEIGHT - 1);
-    }
+    ShowRows(first, last);
 }
 
 // --- What the engine asks for
