@@ -199,6 +199,55 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
     }
 }
 
+// --- Sizes
+
+// The view in units, and the pixels of two of them. A window below 600 x 400 has half a pixel for a
+// unit; one with room for 800 x 450 units of two pixels has two, and so on.
+TEST_F(GlimmerRules, AUnitHasAsManyPixelsAsTheWindowHasRoomFor) {
+    struct Case {
+        const char* size;
+        u32 zoom, width, height;
+    };
+    for (const Case& c : {Case{"600 400", 2, 600, 400}, Case{"599 400", 1, 1198, 800},
+                          Case{"300 200", 1, 600, 400}, Case{"1280 800", 2, 1280, 800},
+                          Case{"1920 1080", 4, 960, 540}, Case{"2561 1440", 6, 854, 480},
+                          Case{"3840 2160", 8, 960, 540}}) {
+        GameRun run = RunOf(Events().Line(std::string("resize ") + c.size).Wait(60));
+        run.desktop = "4000x2300";
+        run.milliseconds = run.events.now;  // large pictures take long
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("zoom"), c.zoom) << c.size;
+        EXPECT_EQ(result.LongAt("view_width"), c.width) << c.size;
+        EXPECT_EQ(result.LongAt("view_height"), c.height) << c.size;
+    }
+}
+
+// The first garden has 30 x 22 cells of 48 units.
+TEST_F(GlimmerRules, TheGardenIsLargerThanALargeWindow) {
+    for (const u32 pixels : {2u, 4u}) {
+        GameRun run;
+        const std::string width = std::to_string(960 * pixels);
+        const std::string height = std::to_string(540 * pixels);
+        run.desktop = "4000x2300";
+        run.events.Return().Line("resize " + width + " " + height).Wait(60);
+        run.milliseconds = run.events.now;
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("tile_side"), 48 * pixels);
+        EXPECT_GT(30 * result.LongAt("tile_side"), result.LongAt("screen_width"));
+        EXPECT_GT(22 * result.LongAt("tile_side"), result.LongAt("screen_height"));
+    }
+}
+
+// In 1920 x 1080, the options' button of the title's five: that of 960 x 540 units, twice as far.
+TEST_F(GlimmerRules, ThePointerFitsInEveryZoom) {
+    GameRun run;
+    run.desktop = "2000x1200";
+    run.events.Line("resize 1920 1080").Wait(100).Click(2 * 480, 2 * 340).Note();
+    run.events.Line("resize 300 200").Wait(100).Click(25, 25, 1).Note();
+    const GameResult result = PlayGame(run);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{Options, Title}));
+}
+
 // --- Settings
 
 TEST_F(GlimmerRules, OptionsAreKeptForTheNextRun) {
