@@ -89,7 +89,7 @@ TEST(Glimmer, EveryScreenIsReachedAndLeftByKeys) {
     events.Down(5).Return().Note().Escape().Note();                          // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
     events.Return().Return().Note();                          // all lines, the next night
-    events.Press(kKeyP, "p").Note().Down(4).Return().Note();  // given up
+    events.Press(kKeyP, "p").Note().GiveUp().Note();  // given up
     events.Wait(2450).Note().Return().Note();                 // a name, high scores
     events.Escape().Note();
     const GameResult result = PlayGame(events);
@@ -110,7 +110,7 @@ TEST_F(GlimmerRules, EveryScreenIsReachedAndLeftByMouse) {
     events.Click(10, 10, 1).Note().Click(300, 119).Note();           // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
     events.Click(300, 340).Click(300, 340).Note();  // all lines, the next night
-    events.Click(580, 20).Click(300, 331).Note();   // given up
+    events.Click(580, 20).Click(300, 331).Click(300, 301).Note();  // given up, yes
     events.Wait(2450).Note().Click(300, 300).Note().Click(300, 340).Note();
     const GameResult result = PlayGame(events);
     EXPECT_EQ(result.Notes(),
@@ -130,6 +130,31 @@ TEST_F(GlimmerRules, AWindowThatIsMinimisedPauses) {
     events.Line("minimize").Wait(50).Note().Line("restore").Wait(50);
     events.Return().Note().Line("minimize").Wait(50).Line("restore").Wait(50).Note();
     EXPECT_EQ(PlayGame(events).Notes(), (std::vector<u32>{Title, Play, Pause}));
+}
+
+TEST_F(GlimmerRules, GivingUpAsksFirstAndNoIsTheButtonThatIsChosen) {
+    Events events;
+    events.Return().Escape().Down(4).Return().Note().Return().Note();  // no
+    events.Return().Note().Escape().Note();                            // asked again, and Escape
+    events.Return().Down().Return().Note();                            // yes
+    const GameResult result = PlayGame(events);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{AskGiveUp, Pause, AskGiveUp, Pause, Over}));
+}
+
+// A minute is 3,600 steps.
+TEST_F(GlimmerRules, PlayPausesAMinuteAfterTheLatestKey) {
+    Events events;
+    events.Return().Poke("intro_steps", 0).Wait(100);
+    Events away = events;
+    away.Poke("idle_steps", 3590).Wait(100).Note().Wait(200).Note();
+    EXPECT_EQ(PlayGame(away).Notes(), (std::vector<u32>{Play, Pause}));
+    // A key that is held is one, and so is any that is pressed.
+    Events flying = events;
+    flying.Line("key-down 7C \"\\x1D\"").Poke("idle_steps", 3590).Wait(400).Note();
+    EXPECT_EQ(PlayGame(flying).Notes(), std::vector<u32>{Play});
+    Events pressing = events;
+    pressing.Poke("idle_steps", 3590).Wait(50).Press(kKeyM, "m").Wait(400).Note();
+    EXPECT_EQ(PlayGame(pressing).Notes(), std::vector<u32>{Play});
 }
 
 TEST_F(GlimmerRules, EscapeOnTheTitleChoosesQuitAndReturnQuits) {
@@ -182,6 +207,7 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
         events.Poke("banner_text", At("awake_text")).Poke("banner_steps", 90);
         events.Poke("lantern_lit", 1).Poke("glow", 500).Call("draw_and_note").Wait(20);
         show(Pause);
+        show(AskGiveUp);
         events.Call("options_from_pause").Call("draw_and_note");
         show(Dawn);
         events.Poke("dawn_shown", 5).Poke("menu", At("dawn_menu")).Call("draw_and_note");
@@ -194,8 +220,8 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
         events.Line("resize 620 440").Wait(40).Call("draw_and_note");
         run.milliseconds = events.now + 20;
         const GameResult result = PlayGame(run);
-        EXPECT_EQ(result.LongAt("notes"), 17u) << size;
-        EXPECT_EQ(result.Notes("noted_holes"), std::vector<u32>(17, 0)) << size;
+        EXPECT_EQ(result.LongAt("notes"), 18u) << size;
+        EXPECT_EQ(result.Notes("noted_holes"), std::vector<u32>(18, 0)) << size;
     }
 }
 
@@ -353,7 +379,7 @@ TEST(Glimmer, BrokenSettingsDoNoHarm) {
 
 TEST_F(GlimmerRules, AScoreAmongTheEightBestAsksForANameAndTakesItsPlace) {
     Events events;
-    events.Return().Poke("score", 5500).Poke("seed", 0xABC).Escape().Down(4).Return().Wait(2450);
+    events.Return().Poke("score", 5500).Poke("seed", 0xABC).Escape().GiveUp().Wait(2450);
     events.Note().Backspace(4);  // one more than there are letters
     for (const char* letter : {"Z", "o", "\xC3\xAB", " ", "\xE8\x9B\x8D", "\xF0\x9F\x8C\x99"}) {
         events.Press("00", letter);
@@ -386,7 +412,7 @@ TEST_F(GlimmerRules, AScoreAmongTheEightBestAsksForANameAndTakesItsPlace) {
 
 TEST_F(GlimmerRules, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
     Events events;
-    events.Return().Poke("score", 700).Escape().Down(4).Return().Wait(2450).Backspace(7);
+    events.Return().Poke("score", 700).Escape().GiveUp().Wait(2450).Backspace(7);
     Events longName = events;
     for (int i = 0; i < 9; ++i) longName.Press("00", "\xE8\x9B\x8D");  // three bytes each
     longName.Press("00", "x");
@@ -396,7 +422,7 @@ TEST_F(GlimmerRules, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
 
 TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
     Events over;
-    over.Return().Poke("score", 700).Escape().Down(4).Return();
+    over.Return().Poke("score", 700).Escape().GiveUp();
     Events name = over;
     name.Wait(2450).Note().Press("00", "s");
     const Places once = {{700, "Firefly"}};
@@ -410,7 +436,7 @@ TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
 
 TEST_F(GlimmerRules, AScoreBelowTheEightBestAsksForNoName) {
     GameRun run = RunOf(
-        Events().Return().Poke("score", 900).Escape().Down(4).Return().Wait(2450).Note().Escape());
+        Events().Return().Poke("score", 900).Escape().GiveUp().Wait(2450).Note().Escape());
     run.data = {{kSettings, EightScores()}};
     const GameResult result = PlayGame(run);
     EXPECT_EQ(result.Notes(), std::vector<u32>{Over});
@@ -476,7 +502,7 @@ TEST_F(GlimmerRules, ClosingTheWindowKeepsTheRunAndNothingElseDoes) {
     const GameResult demo =
         PlayGame(RunOf(Events().Poke("idle_steps", 419).Wait(100).Line("close")), kClosed);
     EXPECT_EQ(demo.data.count(kSavedRun), 0u);
-    GameRun over = RunOf(Events().Return().Escape().Down(4).Return().Line("close"));
+    GameRun over = RunOf(Events().Return().Escape().GiveUp().Line("close"));
     over.data = closed.data;  // the run before is dropped with the new one
     EXPECT_EQ(PlayGame(over, kClosed).data.count(kSavedRun), 0u);
 }
@@ -607,7 +633,7 @@ TEST_F(GlimmerRules, TheMusicFollowsTheGame) {
     for (const u32 glow : {700u, 1400u, 1600u}) events.Poke("glow", glow).Wait(50).Note();
     events.Poke("leaving_steps", 1).Wait(50).Note();  // dawn
     events.Return().Return().Note();                  // the second night
-    events.Escape().Note().Down(4).Return().Note();   // pause, over
+    events.Escape().Note().GiveUp().Note();           // pause, over
     const GameResult result = PlayGame(events);
     std::vector<std::string> music;
     for (const u32 piece : result.Notes("noted_music")) {
@@ -639,7 +665,7 @@ TEST_F(GlimmerRules, MusicLoopsUnlessItIsAnEnd) {
     EXPECT_GT(Loudness(Part(title, 2.3, 2.7)), 0.01);
     // Sounds off, so that the music alone is heard.
     const Recording over =
-        hear(Events().Poke("option_sounds", 0).Return().Escape().Down(4).Return().Wait(2000));
+        hear(Events().Poke("option_sounds", 0).Return().Escape().GiveUp().Wait(2000));
     EXPECT_LT(Peak(Part(over, 2.4, 3.0)), 30);
 }
 
@@ -682,7 +708,7 @@ TEST(Glimmer, MissingSoundsAndMusicHoldNothingUp) {
         .Return()
         .Return()
         .Note();
-    run.events.Escape().Down(4).Return().Wait(200).Note();
+    run.events.Escape().GiveUp().Wait(200).Note();
     std::string missing;
     for (const char* piece : {"TITLE", "NIGHT1", "DAWN", "NIGHT2", "FADE", "SCORES"}) {
         missing += std::string("log: music ../MUSIC/") + piece + ".MID: cannot be read\n";
