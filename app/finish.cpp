@@ -75,7 +75,7 @@ void WriteDumps() {
 void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
-    moxi::SettleTranslatedRun();
+    SettleTranslatedRun();
     if (moduleStarted > 0) WriteDumps();
     EndLog();
 }
