@@ -16,6 +16,7 @@
 #include "gfx/png_write.h"
 #include "host/preferences.h"
 #include "host/view.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/profile.h"
 #include "surface/shown.h"
@@ -87,6 +88,7 @@ void Finish(int status) {
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
     SavePreferences();
+    if (moduleStarted > 0) SaveWindowPlace();
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

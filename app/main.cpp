@@ -38,6 +38,7 @@
 #include "host/menu.h"
 #include "host/preferences.h"
 #include "host/view_scale.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/profile.h"
@@ -123,11 +124,20 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
     return files;
 }
 
+// Where the places of windows are kept. Runs that are the same for everybody have none, and so have
+// those whose data somebody keeps elsewhere, and views that fill the screen.
+std::string WindowPlaceFile(const Options& options) {
+    if (options.headless || !options.dataFolder.empty() || folders.state.empty()) return "";
+    return folders.state + "/windows";
+}
+
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
 void StartHelpers(const Options& options) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
+    const std::string places = WindowPlaceFile(options);
+    if (!places.empty()) outputs.ownFiles.push_back(places);
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = ScreenshotFolder();
@@ -236,6 +246,9 @@ Status EnterSandbox(Options& options) {
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseCommandLine(unusable);
     ApplyPreferences(options);
+    const bool isFitted = preferences.scale >= kScaleFit;
+    ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
+                    folders.dataName.empty() ? folders.gameName : folders.dataName);
     return {};
 }
 
