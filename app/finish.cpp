@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/complaint.h"
 #include "app/library_lines.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -74,7 +76,7 @@ void WriteDumps() {
 void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
-    moxi::SettleTranslatedRun();
+    SettleTranslatedRun();
     if (moduleStarted > 0) WriteDumps();
     EndLog();
 }
@@ -87,6 +89,8 @@ void Finish(int status) {
     // A failure while the end is being written ends at once.
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
+    if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
+    RecordPlayEnd();
     SavePreferences();
     if (moduleStarted > 0) SaveWindowPlace();
     CloseProfile();

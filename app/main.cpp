@@ -7,15 +7,19 @@
 #include <string_view>
 #include <utility>
 
+#include "app/archive.h"
 #include "app/call_filter.h"
 #include "app/cartridge.h"
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/shelf.h"
 #include "app/signals.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -41,6 +45,7 @@
 #include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
+#include "kit/pack.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
@@ -133,8 +138,9 @@ std::string WindowPlaceFile(const Options& options) {
 
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
-void StartHelpers(const Options& options) {
+void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
+    outputs.ownFiles = recordFiles;
     if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
     const std::string places = WindowPlaceFile(options);
     if (!places.empty()) outputs.ownFiles.push_back(places);
@@ -167,7 +173,8 @@ std::string FindGameAndData(const std::string& game) {
 
 using Status = std::optional<int>;
 
-// What needs no game to run, or makes one: a new game, a folder to ship, the game of a cartridge.
+// What needs no game to run, or makes one: a new game, an archive or a folder to ship, the game of
+// an archive or of a cartridge.
 Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
         const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
@@ -175,15 +182,26 @@ Status ServeTheKit(Options& options) {
         if (made.status != 0) RefuseCommandLine(made.problem);
         return made.status;
     }
+    if (!options.pack.empty()) {
+        const PackResult packed = PackGame(options.pack[0], options.pack[1], options.withSymbols);
+        if (packed.status != 0) RefuseCommandLine(packed.problem);
+        return packed.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
+        if (CanOpenShelf(options)) RunShelf(options);
         PrintUsage();
+        ListShelf(options);
         return kWrongCommandLine;
     }
+    options.named = options.game;
+    const std::string unusable = PrepareArchive(options);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
+    const ShipResult shipped =
+        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }
@@ -192,7 +210,7 @@ Status ServeTheKit(Options& options) {
 // the game yet, but by that process.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
-    if (!missing.empty()) return RefuseCommandLine(missing);
+    if (!missing.empty()) return RefuseGame(options, missing);
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     folders.dataLimit = options.dataLimit;
@@ -233,9 +251,10 @@ Status EnterSandbox(Options& options) {
         SystemLog("no sandbox: the game may do what you may do");
         ResolveNames(Resolution::Freely);
     }
+    const std::vector<std::string> recordFiles = PreparePlayRecord(options);
     ReadPreferences(ChosenPreferenceFile(options));
     if (options.sandbox) {
-        StartHelpers(options);
+        StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),
                       .dataFolder = DataFolderOfAll(),
                       .devices = !options.headless,
@@ -244,7 +263,7 @@ Status EnterSandbox(Options& options) {
                       .files = SoundFiles(options)});
     }
     const std::string unusable = FindGameAndData(options.game);
-    if (!unusable.empty()) return RefuseCommandLine(unusable);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
     ApplyPreferences(options);
     const bool isFitted = preferences.scale >= kScaleFit;
     ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
@@ -288,6 +307,7 @@ Status OpenDesktop(Options& options) {
     if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
+    RecordPlayBegin();
     if (options.sandbox) {
         TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
     }
@@ -308,8 +328,10 @@ constexpr Status (*kStages[])(Options&) = {
 
 int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
+    NoteTerminal();
     ChooseLanguage();
     Options options;
+    options.arguments.assign(argv, argv + argc);
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
     for (const auto stage : kStages) {
         if (const Status status = stage(options)) return *status;

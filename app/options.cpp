@@ -151,8 +151,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     RawOptions raw;
     const CLI::Validator filled(
         [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
-    app.add_option("GAME", options.game,
-                   "game folder, application bundle, MAIN.MX or WASM-4 cartridge")
+    app.add_option(
+           "GAME", options.game,
+           "game folder, application bundle, MAIN.MX, archive (.mxz, .zip) or WASM-4 cartridge")
         ->check(filled);
     app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
         ->type_name("DIR")
@@ -205,7 +206,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->check(filled);
     headlessOnly.push_back(
         app.add_option("--dump-ui", options.dumpUi,
-                       "headless: at exit, the controls of the panel that is open, as text")
+                       "headless: at exit, the controls of the panel or the shelf, as text")
             ->type_name("FILE")
             ->check(filled));
     app.add_option("--trace", options.trace, "write each executed instruction, as text")
@@ -235,6 +236,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
+    app.add_option("--pack", options.pack, "author's kit: make an archive, OUT, with GAME")
+        ->type_name("GAME OUT")
+        ->expected(2)
+        ->check(filled);
+    CLI::Option* const symbols = app.add_flag("--with-symbols", options.withSymbols,
+                                              "with --bundle and --pack: MAIN.SYM too");
     CLI::Option* const newGame =
         app.add_option("--new", options.newGame, "author's kit: begin a game in a new folder")
             ->type_name("FOLDER")
@@ -254,6 +261,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     }
     if (!raw.dataLimit.empty() && !ParseSize(raw.dataLimit, options.dataLimit)) {
         return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
+    }
+    if (symbols->count() > 0 && options.pack.empty() && options.bundle.empty()) {
+        return RefuseCommandLine("--with-symbols needs --bundle or --pack");
     }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !options.unlocked && !options.debug;

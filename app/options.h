@@ -11,7 +11,9 @@ namespace moxi {
 
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
-    std::string game;  // "" when none was named
+    std::vector<std::string> arguments;  // all of the command line
+    std::string game;   // "" when none was named
+    std::string named;  // what was named in its place: an archive or a cartridge
     std::string dataFolder;
     bool mute = false;
     std::optional<u32> musicVolume;  // percent of the amplitude; else as the preferences say
@@ -40,7 +42,9 @@ struct Options {
     std::string profile;
     bool watch = false;
     std::string bundle;
-    std::string newGame;  // the folder of a game to begin
+    std::vector<std::string> pack;  // the game to pack and the archive to make
+    bool withSymbols = false;       // --bundle and --pack take the module's symbols along
+    std::string newGame;            // the folder of a game to begin
     bool newInC = false;
     bool newInLua = false;
 };

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/out_of_memory.h"
 #include "app/record.h"
@@ -77,6 +78,7 @@ void WireRooms(const Options& options) {
     vmSlots.flushScreen = FlushDirtyRect;
     vmSlots.appendDebugLog = AppendToDebugLog;
     vmSlots.beforeFatalMessage = [](std::string_view text) {
+        NoteFatalMessage();
         if (!MemoryIsOut()) NameFaultInDebugLog(text);
         StopBeforeFatalMessage(text);
     };
@@ -145,6 +147,7 @@ void WireRooms(const Options& options) {
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .fileDropped = [](const std::string&) {},
         .padButton = PadButtonChanged,
         .padAxis = PadAxisChanged,
         .clipboardDidChange = [](const std::string&) {},

@@ -53,6 +53,8 @@ struct DesktopEvents {
     void (*mouseMoved)(i32 x, i32 y);
     void (*mouseDragged)(u32 button, i32 x, i32 y);
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
+    // The user has dropped a file or folder on the window.
+    void (*fileDropped)(const std::string& path);
     // Only what changes. A pad that is taken away, or a window that loses the keyboard, has let go
     // of everything.
     void (*padButton)(PadButton button, bool down);
@@ -99,6 +101,7 @@ inline constinit DesktopEvents desktopEvents = {
     .mouseMoved = [](i32, i32) {},
     .mouseDragged = [](u32, i32, i32) {},
     .scrollWheel = [](double, double, i32, i32) {},
+    .fileDropped = [](const std::string&) {},
     .padButton = [](PadButton, bool) {},
     .padAxis = [](PadAxis, double) {},
     .clipboardDidChange = [](const std::string&) {},

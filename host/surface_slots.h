@@ -14,8 +14,8 @@ enum class SurfaceInputKind : u8 { KeyDown, Text, PointerMove, PointerDown, Poin
 // with the origin at its top-left corner.
 struct SurfaceInput {
     SurfaceInputKind kind = SurfaceInputKind::PointerMove;
-    u8 code = 0;       // keys: the positional virtual key code
-    std::string text;  // keys: what the key types, "" for none; texts: the text
+    u8 code = 0;            // keys: the positional virtual key code
+    std::string text = {};  // keys: what the key types, "" for none; texts: the text
     bool shift = false;
     bool command = false;
     bool option = false;

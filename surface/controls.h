@@ -43,6 +43,7 @@ struct Control {
     u32 percent = 0;  // of a slider
     bool on = false;  // a check; the chosen tab or row
     bool enabled = true;
+    bool card = false;  // a row whose picture stands above its texts
     Part part = Part::Body;
     Box box = {};
     std::vector<std::string> lines = {};  // of a note, and of a name that needs several

@@ -146,7 +146,40 @@ void PaintTab(const Painter& painter, const Control& control, const Box& place) 
     }
 }
 
+// The picture as large as it fits into the box, in the middle.
+void PaintPicture(const Painter& painter, const Box& box, const Picture& picture) {
+    if (picture.width <= 0 || picture.height <= 0) return;
+    const double scale = std::min(box.width / picture.width, box.height / picture.height);
+    const double width = picture.width * scale;
+    const double height = picture.height * scale;
+    DrawPicture(painter.canvas,
+                painter.Pixels({box.x + (box.width - width) / 2, box.y + (box.height - height) / 2,
+                                width, height}),
+                picture);
+}
+
+void PaintCard(const Painter& painter, const Control& control, const Box& place) {
+    const bool hot = Is(painter.surface.hot, control);
+    painter.Round(place, kRadius, hot ? kHotFill : kRowFill);
+    constexpr double kTexts = 68;
+    constexpr double kEdge = 8;
+    const Box box = {place.x + kEdge, place.y + kEdge, place.width - 2 * kEdge,
+                     place.height - kTexts - kEdge};
+    if (control.picture != nullptr) PaintPicture(painter, box, *control.picture);
+    const double x = place.x + kEdge + 2;
+    const double width = place.width - 2 * kEdge - 4;
+    double y = place.y + place.height - kTexts + 4;
+    painter.Text({x, y, width, 22}, {.size = kTextSize, .bold = true}, control.name, kText);
+    y += 22;
+    if (!control.value.empty()) {
+        painter.Text({x, y, width, 18}, {.size = kSmallTextSize}, control.value, kQuietText);
+        y += 18;
+    }
+    painter.Text({x, y, width, 18}, {.size = kSmallTextSize}, control.detail, kQuietText);
+}
+
 void PaintRow(const Painter& painter, const Control& control, const Box& place) {
+    if (control.card) return PaintCard(painter, control, place);
     if (control.on || Is(painter.surface.hot, control)) {
         painter.Round(place, kRadius, control.on ? kHotFill : kRowFill);
     }

@@ -226,6 +226,7 @@ void PlayEvent(const ScriptEvent& event) {
             state.clipboard = event.text;
             desktopEvents.clipboardDidChange(event.text);
             break;
+        case ScriptEventKind::Drop: desktopEvents.fileDropped(event.text); break;
         case ScriptEventKind::Post:
             desktopEvents.post(
                 static_cast<u32>(event.numbers[0]), static_cast<u32>(event.numbers[1]),

@@ -282,6 +282,7 @@ void ReadArguments(LineReader& line, ScriptEvent& event) {
                 event.numbers[i] = line.MessageWord(kNames[i]);
             }
             break;
+        case ScriptEventKind::Drop:
         case ScriptEventKind::Screenshot: event.text = line.File(); break;
         case ScriptEventKind::LiveResizeStart:
         case ScriptEventKind::LiveResizeEnd:
@@ -325,6 +326,7 @@ constexpr EventName kEventNames[] = {
     {"screens", ScriptEventKind::Screens},
     {"clipboard", ScriptEventKind::Clipboard},
     {"post", ScriptEventKind::Post},
+    {"drop", ScriptEventKind::Drop},
     {"screenshot", ScriptEventKind::Screenshot},
 };
 

@@ -35,6 +35,7 @@ enum class ScriptEventKind : u8 {
     Quit,
     Screens,
     Clipboard,
+    Drop,
     Post,
     Screenshot,
 };

@@ -23,8 +23,8 @@
 namespace moxi {
 
 // Connects to the display and fills `desktop`. Where no display can be reached it returns false,
-// sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
-// thread before any other thread exists.
+// sets `error` to one line that says why, and leaves `desktop` as it was. The calling thread is the
+// main thread from then on. It is the only one before: helper processes are copied from here.
 bool StartSdlDesktop(std::string* error);
 
 }  // namespace moxi

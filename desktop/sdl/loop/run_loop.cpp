@@ -110,6 +110,7 @@ static bool IsForGameWindow(const SDL_Event& event) {
         case SDL_MOUSEMOTION: return IsGameWindow(event.motion.windowID);
         case SDL_MOUSEWHEEL: return IsGameWindow(event.wheel.windowID);
         case SDL_WINDOWEVENT: return IsGameWindow(event.window.windowID);
+        case SDL_DROPFILE: return event.drop.windowID == 0 || IsGameWindow(event.drop.windowID);
         default: return true;
     }
 }
@@ -117,6 +118,14 @@ static bool IsForGameWindow(const SDL_Event& event) {
 // SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
 static void HandleQuitEvent() {
     if (!NoteLostWayland()) RequestTerminate();
+}
+
+static void HandleDrop(const SDL_DropEvent& event) {
+    const std::string path = event.file != nullptr ? event.file : "";
+    SDL_free(event.file);
+    if (path.empty()) return;
+    const OutsideDesktop outside;
+    desktopEvents.fileDropped(path);
 }
 
 static void HandleEvent(const SDL_Event& event) {
@@ -135,6 +144,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
         case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
         case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
+        case SDL_DROPFILE: HandleDrop(event.drop); break;
         case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
