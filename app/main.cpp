@@ -42,6 +42,7 @@
 #include "host/menu.h"
 #include "host/preferences.h"
 #include "host/view_scale.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/pack.h"
@@ -128,12 +129,21 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
     return files;
 }
 
+// Where the places of windows are kept. Runs that are the same for everybody have none, and so have
+// those whose data somebody keeps elsewhere, and views that fill the screen.
+std::string WindowPlaceFile(const Options& options) {
+    if (options.headless || !options.dataFolder.empty() || folders.state.empty()) return "";
+    return folders.state + "/windows";
+}
+
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
 void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     outputs.ownFiles = recordFiles;
     if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
+    const std::string places = WindowPlaceFile(options);
+    if (!places.empty()) outputs.ownFiles.push_back(places);
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = ScreenshotFolder();
@@ -255,6 +265,9 @@ Status EnterSandbox(Options& options) {
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseGame(options, unusable);
     ApplyPreferences(options);
+    const bool isFitted = preferences.scale >= kScaleFit;
+    ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
+                    folders.dataName.empty() ? folders.gameName : folders.dataName);
     return {};
 }
 
