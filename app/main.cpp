@@ -200,8 +200,10 @@ Status ServeTheKit(Options& options) {
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped =
-        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
+    const ShipResult shipped = ShipGame(options.bundle, options.game,
+                                        {.soundFonts = SoundFontCandidates(options.soundfont),
+                                         .wholeSoundFont = !options.soundfont.empty(),
+                                         .symbols = options.withSymbols});
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }

@@ -35,4 +35,8 @@ std::string FindOwnGame();
 // folder made by --bundle has it, else beside the executable's folder.
 std::string OwnResource(const std::string& name);
 
+// The path of a library that is given to shipped games in the place of the system's own of that
+// name: in lib/moxi beside the executable's folder.
+std::string OwnLibrary(const std::string& name);
+
 }  // namespace moxi
