@@ -1,6 +1,6 @@
 #pragma once
 // Plays Glimmer Hollow headless by event scripts, in a module that tests can reach into
-// (tests/modules/glimmer_check.mxs), and reads its variables afterwards.
+// (tests/games/glimmer_check.mxs), and reads its variables afterwards.
 
 #include <gtest/gtest.h>
 
@@ -32,8 +32,7 @@ inline const AssembleResult& Module(bool pilot = false) {
         AssembleOptions options = LibraryOptions();
         options.includeFolders.insert(options.includeFolders.begin(), kSources.string());
         if (withPilot) options.definitions.emplace_back("PILOT", 1);
-        const std::string source =
-            std::string(MOXI_SOURCE_DIR) + "/tests/modules/glimmer_check.mxs";
+        const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/games/glimmer_check.mxs";
         AssembleResult result = Assemble(ReadTextFile(source), source, options);
         EXPECT_TRUE(result.ok) << FormatErrors(result);
         return result;
