@@ -88,9 +88,9 @@ TEST(Glimmer, EveryScreenIsReachedAndLeftByKeys) {
     events.Escape().Note().Down().Return().Note();                           // pause, options
     events.Down(6).Return().Note().Escape().Note();                          // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
-    events.Return().Return().Note();                          // all lines, the next night
+    events.Return().Return().Note();                  // all lines, the next night
     events.Press(kKeyP, "p").Note().GiveUp().Note();  // given up
-    events.Wait(2450).Note().Return().Note();                 // a name, high scores
+    events.Wait(2450).Note().Return().Note();         // a name, high scores
     events.Escape().Note();
     const GameResult result = PlayGame(events);
     EXPECT_EQ(result.Notes(), (std::vector<u32>{Title, Scores, Title, Options, Title, Help, Title,
@@ -109,7 +109,7 @@ TEST_F(GlimmerRules, EveryScreenIsReachedAndLeftByMouse) {
     events.Click(580, 20).Note().Click(300, 172).Note();             // pause button, options
     events.Click(10, 10, 1).Note().Click(300, 119).Note();           // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
-    events.Click(300, 340).Click(300, 340).Note();  // all lines, the next night
+    events.Click(300, 340).Click(300, 340).Note();                 // all lines, the next night
     events.Click(580, 20).Click(300, 331).Click(300, 301).Note();  // given up, yes
     events.Wait(2450).Note().Click(300, 300).Note().Click(300, 340).Note();
     const GameResult result = PlayGame(events);
@@ -235,10 +235,10 @@ TEST_F(GlimmerRules, AUnitHasAsManyPixelsAsTheWindowHasRoomFor) {
         const char* size;
         u32 zoom, width, height;
     };
-    for (const Case& c : {Case{"600 400", 2, 600, 400}, Case{"599 400", 1, 1198, 800},
-                          Case{"300 200", 1, 600, 400}, Case{"1280 800", 2, 1280, 800},
-                          Case{"1920 1080", 4, 960, 540}, Case{"2561 1440", 6, 854, 480},
-                          Case{"3840 2160", 8, 960, 540}}) {
+    for (const Case& c :
+         {Case{"600 400", 2, 600, 400}, Case{"599 400", 1, 1198, 800}, Case{"300 200", 1, 600, 400},
+          Case{"1280 800", 2, 1280, 800}, Case{"1920 1080", 4, 960, 540},
+          Case{"2561 1440", 6, 854, 480}, Case{"3840 2160", 8, 960, 540}}) {
         GameRun run = RunOf(Events().Line(std::string("resize ") + c.size).Wait(60));
         run.desktop = "4000x2300";
         run.milliseconds = run.events.now;  // large pictures take long
@@ -290,7 +290,8 @@ u32 FoeField(const GameResult& result, u32 kind, const std::string& field) {
     return 0;
 }
 
-// A run that begins with this night, without its introduction and without foes of that kind or less.
+// A run that begins with this night, without its introduction and without foes of that kind or
+// less.
 Events NightWithout(u32 night, u32 seed, u32 highestKind, u32 foes) {
     Events events;
     events.Poke("option_first", night).Poke("next_seed", seed).Call("start_new");
@@ -383,14 +384,15 @@ TEST_F(GlimmerRules, AGustOfTheOrchardPushesTheFirefly) {
     EXPECT_EQ(PlayGame(still).LongAt("gust_steps"), 0u);  // the marsh has no wind
 }
 
-// A speed of 4 pixels a step is gone after 60 steps over grass: 4 * 0.895^60 is below 0.006. Over ice
-// 4 * 0.97^60 is 0.64.
+// A speed of 4 pixels a step is gone after 60 steps over grass: 4 * 0.895^60 is below 0.006. Over
+// ice 4 * 0.97^60 is 0.64.
 TEST_F(GlimmerRules, OverTheIceOfTheGroveTheFireflyGlides) {
     const auto glide = [](u32 night) {
         Events events = NightWithout(night, 77, 5, 24);
         for (u32 cell = 0; cell < 1024; ++cell) {
             events.text += std::to_string(events.now) + " post 100 " +
-                           std::to_string(At("cells") + 4 * cell) + " 33686018 0\n";  // ponds all over
+                           std::to_string(At("cells") + 4 * cell) +
+                           " 33686018 0\n";  // ponds all over
         }
         events.Poke("hero_vx", 4 * kPixel).Call("play_steps", 60).Poke("scene", Pause);
         return PlayGame(events).LongAt("hero_vx");
@@ -618,8 +620,8 @@ TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
 }
 
 TEST_F(GlimmerRules, AScoreBelowTheEightBestAsksForNoName) {
-    GameRun run = RunOf(
-        Events().Return().Poke("score", 900).Escape().GiveUp().Wait(2450).Note().Escape());
+    GameRun run =
+        RunOf(Events().Return().Poke("score", 900).Escape().GiveUp().Wait(2450).Note().Escape());
     run.data = {{kSettings, EightScores()}};
     const GameResult result = PlayGame(run);
     EXPECT_EQ(result.Notes(), std::vector<u32>{Over});
@@ -828,8 +830,8 @@ TEST_F(GlimmerRules, TheMusicFollowsTheGame) {
     EXPECT_EQ(result.Notes("noted_loops"), (std::vector<u32>{1, 1, 1, 1, 1, 1, 0, 1, 1, 0}));
 }
 
-// A title of half a second, which is heard again and again; a sad end that is heard once, and then the
-// music of the high scores.
+// A title of half a second, which is heard again and again; a sad end that is heard once, and then
+// the music of the high scores.
 TEST_F(GlimmerRules, MusicLoopsUnlessItIsAnEndAndNeverStops) {
     if (!fs::exists("/usr/share/sounds/sf2") && !fs::exists("/usr/share/soundfonts")) {
         GTEST_SKIP() << "no SoundFont is installed";
