@@ -11,18 +11,22 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "desktop/common/date_time.h"
 #include "desktop/desktop.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/run_loop.h"
-#include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
@@ -87,19 +91,23 @@ static void ShutDown() {
         StopWatchdog();
     }
     const InsideDesktop inside;
-    ResetTimers();
+    StopTimers();
     StopUrlOpener();
     // SDL waits for ever for what the server says of a window that is lost.
     if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
+    StopPads();
     StopX11Side();
     StopWaylandSide();
     SDL_Quit();
 }
 
-static TimerId StartTimer(u64 microseconds, void (*handler)()) {
-    return StartTimerAt(Nanoseconds(), microseconds, handler);
+// The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
+// may hang in the module already.
+static void ShowWindow() {
+    ShowGameWindow();
+    if (gameWindow != nullptr) StartWatchdog();
 }
 
 static std::vector<Screen> ScreensNow() {
@@ -107,7 +115,7 @@ static std::vector<Screen> ScreensNow() {
     return Screens();
 }
 
-bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
+bool StartSdlDesktop(std::string* error) {
     SetHints();
     UseUnicodeLocale();
     if (!SurvivesStart()) {
@@ -115,7 +123,6 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     StartUrlOpener([] {});
-    AskBeforeUrls(options.askBeforeUrls);
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -135,11 +142,11 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         StartX11Side();
     }
     BindGateToMainThread();
-    ResetTimers();
     ResetSdlKeyboard();
     ResetSdlMouse();
+    StartPads();
     StartScreens();
-    StartRunLoop(options.fullScreen);
+    StartRunLoop();
 
     desktop = {
         .runEventLoop = RunEventLoop,
@@ -149,22 +156,28 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,
         .setWindowIcon = SetGameWindowIcon,
-        .showWindow = ShowGameWindow,
-        .closeWindow = RequestClose,
+        .showWindow = ShowWindow,
+        .closeWindow = [] { closeRequested = true; },
         .minimizeWindow = MinimizeGameWindow,
         .windowFrame = GameWindowFrame,
         .setWindowFrame = SetGameWindowFrame,
         .viewSize = CurrentViewSize,
         .isFullScreen = IsFullScreen,
         .toggleFullScreen = ToggleFullScreen,
+        .setViewScale = SetViewScale,
+        .toggleFittedScreen = ToggleFittedScreen,
         .requestRedraw = RequestRedraw,
         .presentView = PresentView,
+        .windowPixels = WindowPixels,
+        .presentSurface = PresentSurface,
+        .hideSurface = HideSurface,
         .screens = ScreensNow,
-        .nanoseconds = Nanoseconds,
+        .nanoseconds = GameNanoseconds,
         .clockWasRead = [] {},
-        .localDateTime = LocalDateTime,
+        .localDateTime = [] { return DateOf(LocalParts()); },
         .startTimer = StartTimer,
         .stopTimer = StopTimer,
+        .holdGame = HoldGame,
         .sleep = SleepWithRedraw,
         .isMainThread = IsMainThread,
         .queueOnMain = QueueOnMain,
@@ -175,8 +188,10 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
             },
         .clipboardText = ClipboardText,
         .setClipboardText = SetClipboardText,
+        .movePointer = MovePointer,
         .setHandCursor = SetHandCursor,
         .openUrl = OpenUrl,
+        .askBeforeUrls = AskBeforeUrls,
         .alert = ShowAlert,
         .alertOrEnd = ShowAlertOrEnd,
     };

@@ -10,16 +10,18 @@
 #include <thread>
 
 #include "base/log.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/key_text.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/timers.h"
-#include "desktop/sdl/loop/watchdog.h"
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/loop/turns.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
@@ -43,23 +45,17 @@ static constinit u32 wakeEvent = 0;
 static constinit u64 quietFrom = 0;
 static constinit u64 nextPumping = 0;  // at the latest
 
+static constinit Timers timers;  // in nanoseconds
 static constinit bool ended = false;
-static constinit bool closeRequested = false;
-static constinit bool enterFullScreen = false;
 
-void StartRunLoop(bool fullScreenAfterLaunch) {
+void StartRunLoop() {
     static std::deque<void (*)()> work;
     queuedWork = &work;
     wakeEvent = SDL_RegisterEvents(1);
-    enterFullScreen = fullScreenAfterLaunch;
 }
 
 void RequestTerminate() {
     quitRequest = QuitRequest::Made;
-}
-
-void RequestClose() {
-    closeRequested = true;
 }
 
 void QueueOnMain(void (*work)()) {
@@ -71,6 +67,29 @@ void QueueOnMain(void (*work)()) {
     SDL_Event wake{};
     wake.type = wakeEvent;
     SDL_PushEvent(&wake);
+}
+
+TimerId StartTimer(u64 microseconds, void (*handler)()) {
+    return StartTimer(timers, Nanoseconds(), std::max<u64>(microseconds, 1) * 1000, handler);
+}
+
+void StopTimer(TimerId timer) {
+    StopTimer(timers, timer);
+}
+
+<<<<<<< HEAD
+void HoldGame(bool held) {
+    held ? HoldTimers(timers, Nanoseconds()) : LetTimersGo(timers, Nanoseconds());
+}
+
+u64 GameNanoseconds() {
+    return TimeWithoutHolds(timers, Nanoseconds());
+}
+
+=======
+>>>>>>> main
+void StopTimers() {
+    timers.running.clear();
 }
 
 static void RunOneQueued() {
@@ -94,6 +113,7 @@ static bool IsForGameWindow(const SDL_Event& event) {
         case SDL_MOUSEMOTION: return IsGameWindow(event.motion.windowID);
         case SDL_MOUSEWHEEL: return IsGameWindow(event.wheel.windowID);
         case SDL_WINDOWEVENT: return IsGameWindow(event.window.windowID);
+        case SDL_DROPFILE: return event.drop.windowID == 0 || IsGameWindow(event.drop.windowID);
         default: return true;
     }
 }
@@ -103,8 +123,17 @@ static void HandleQuitEvent() {
     if (!NoteLostWayland()) RequestTerminate();
 }
 
+static void HandleDrop(const SDL_DropEvent& event) {
+    const std::string path = event.file != nullptr ? event.file : "";
+    SDL_free(event.file);
+    if (path.empty()) return;
+    const OutsideDesktop outside;
+    desktopEvents.fileDropped(path);
+}
+
 static void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) return;
+    if (HandlePadEvent(event)) return;
     // A press waits for its own text alone.
     if (event.type != SDL_TEXTINPUT) FinishKeyPress();
     // Input comes to the window as it is then.
@@ -118,6 +147,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
         case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
         case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
+        case SDL_DROPFILE: HandleDrop(event.drop); break;
         case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
@@ -153,7 +183,7 @@ static void ServeRequests() {
     if (DisplayLoss() != Loss::None) return EndWithoutWindow();
     if (closeRequested) {
         closeRequested = false;
-        if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
+        if (gameWindow != nullptr && Ask(desktopEvents.windowShouldClose)) {
             Tell(desktopEvents.windowWillClose);
             DestroyGameWindow();
             // The last window ends the application. It is asked once more, but with the window
@@ -228,14 +258,18 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(), NextSettling());
+<<<<<<< HEAD
+    const u64 next = std::min(NextSettling(), NextPadLook());
+    return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
+=======
+    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
+>>>>>>> main
 }
 
 void RunEventLoop() {
     const InsideDesktop inside;
     ended = false;
     Tell(desktopEvents.didFinishLaunching);
-    if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
     while (!ended) {
         NoteTurn();
         SDL_Event event;
@@ -243,6 +277,7 @@ void RunEventLoop() {
         ServeRequests();
         if (ended) break;
         SettleWindow();
+        LookAtPads(Nanoseconds());
         TellScreenChanges();
         if (DisplayLoss() != Loss::None) continue;
         // Work that queues more work comes again in the next turn.
@@ -252,7 +287,7 @@ void RunEventLoop() {
         // Timers stand still while the user drags the border: a module's ticks, which nobody takes
         // from the queue meanwhile, would fill it before the new size, and in the end keep that
         // out.
-        if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
+        if (!IsInLiveResize()) FireDueTimer(timers, Nanoseconds(), Nanoseconds, Tell<void>);
     }
 }
 

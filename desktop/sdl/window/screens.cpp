@@ -1,12 +1,13 @@
 #include "desktop/sdl/window/screens.h"
+#include "desktop/sdl/window/points.h"
 
 #include <SDL_video.h>
 
 #include "desktop/events.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/services.h"
-#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/x11_monitors.h"
 
 namespace moxi {
@@ -54,11 +55,11 @@ std::vector<Screen> Screens() {
         SDL_Rect usable;
         const bool known =
             monitors == firstMonitors && SDL_GetDisplayUsableBounds(index++, &usable) == 0;
-        screens.push_back(
-            {FromArea(area, mainScreen), FromArea(known ? FromRect(usable) : area, mainScreen)});
+        screens.push_back({ScreenFrameOf(area, mainScreen),
+                           ScreenFrameOf(known ? FromRect(usable) : area, mainScreen)});
     }
     if (screens.empty()) {
-        const WindowFrame frame = FromArea(mainScreen, mainScreen);
+        const WindowFrame frame = ScreenFrameOf(mainScreen, mainScreen);
         screens.push_back({frame, frame});
     }
     return screens;
@@ -82,7 +83,7 @@ void TellScreenChanges() {
     nextLook = now + kLookNanoseconds;
     LookWhetherWindowExists();
     std::vector<Area> seen;
-    for (const Monitor& monitor : X11Monitors(GameWindow())) {
+    for (const Monitor& monitor : X11Monitors(gameWindow)) {
         seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
     }
     if (!seen.empty()) {

@@ -2,25 +2,28 @@
 
 #include <SDL_keyboard.h>
 #include <SDL_mouse.h>
-#include <glib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "base/log.h"
+#include "desktop/common/rectangles.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/run_loop.h"
-#include "desktop/sdl/loop/timers.h"
-#include "desktop/sdl/loop/watchdog.h"
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 #include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/points.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
 #include "desktop/sdl/window/wayland_side.h"
@@ -30,11 +33,8 @@ namespace moxi {
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
-constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
-static constinit SDL_Window* window = nullptr;
-static std::string title;
 static constinit GeometryTracker tracker;  // content area
 static constinit Borders borders;          // all 0 where the desktop does not tell
 static constinit FrameWatch frames;
@@ -55,20 +55,22 @@ static constinit Borders windowedBorders;
 static constinit bool liveResize = false;
 static constinit u64 nextLiveLook = 0;
 
-SDL_Window* GameWindow() {
-    return window;
-}
+// A fitted view keeps its size whatever becomes of the window. The application has the frame that
+// it asked for, and does not see that the window fills the screen.
+static constinit ViewScale scale;
+static constinit bool fitted = false;
+static constinit WindowFrame fittedFrame;
+static constinit bool onWholeScreen = false;
+static constinit ViewSize viewSizeTold;  // to the application, or asked for by it
 
-const char* GameWindowTitle() {
-    return title.c_str();
-}
-
-bool IsGameWindow(u32 sdlWindowId) {
-    return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
+// In full screen of its own the application has all of the screen's pixels.
+static bool IsFittedNow() {
+    return fitted && !fullScreen;
 }
 
 ViewSize CurrentViewSize() {
-    return {tracker.known.width, tracker.known.height};
+    if (IsFittedNow()) return {fittedFrame.width, fittedFrame.height};
+    return ViewOf(tracker.known);
 }
 
 bool IsFullScreen() {
@@ -77,13 +79,14 @@ bool IsFullScreen() {
 
 WindowFrame GameWindowFrame() {
     const InsideDesktop inside;
-    return FromArea(WithBorders(tracker.known, borders), MainScreenArea());
+    if (IsFittedNow()) return fittedFrame;
+    return FrameOf(tracker.known, borders, MainScreenArea());
 }
 
 static Area ActualContent() {
     Area area;
-    SDL_GetWindowPosition(window, &area.x, &area.y);
-    SDL_GetWindowSize(window, &area.width, &area.height);
+    SDL_GetWindowPosition(gameWindow, &area.x, &area.y);
+    SDL_GetWindowSize(gameWindow, &area.width, &area.height);
     if (!positionsExist) {
         // The bottom-left corner stays where the application believes it to be.
         area.x = tracker.known.x;
@@ -96,13 +99,13 @@ static Area ActualContent() {
 // about while it shows or hides it, and tells only when it has finished.
 static Area ContentOnServer() {
     SDL_Rect content;
-    if (!AskX11ForWindow(window, content)) return ActualContent();
+    if (!AskX11ForWindow(gameWindow, content)) return ActualContent();
     return {content.x, content.y, content.w, content.h};
 }
 
 static bool AskForPlacement(Placement& placement) {
     X11Placement asked;
-    if (!AskX11ForPlacement(XWindow(window), asked)) return false;
+    if (!AskX11ForPlacement(XWindow(gameWindow), asked)) return false;
     const auto [x, y, width, height] = asked.content;
     const auto [outerX, outerY, outerWidth, outerHeight] = asked.frame;
     const auto [left, right, top, bottom] = asked.borders;
@@ -119,85 +122,180 @@ static bool TakeBorders(const Borders& now) {
     return before != Borders{} && (before.left != now.left || before.bottom != now.bottom);
 }
 
-static void TellChange(const GeometryChange& change) {
-    if (change.resized) RequestWholeRedraw();
-    if (change.moved) Tell(desktopEvents.windowDidMove);
-    if (!change.resized) return;
+static void TellSize() {
     Tell(desktopEvents.viewFrameDidChange);
     Tell(desktopEvents.windowDidResize);
 }
 
+// Shows the view as it has to be now, and answers whether it has another size.
+static bool FitViewNow() {
+    const ViewSize before = viewSizeTold;
+    viewSizeTold = CurrentViewSize();
+    const Fitting fitting = !IsFittedNow()                                ? Fitting::Steps
+                            : scale.kind == ViewScale::Kind::FitFractions ? Fitting::Fractions
+                                                                          : Fitting::Whole;
+    FitView(fitting, pointSize, scale.smooth);
+    ResizeView(viewSizeTold);
+    return before.width != viewSizeTold.width || before.height != viewSizeTold.height;
+}
+
+static void TellChange(const GeometryChange& change) {
+    // A fitted view stays where and as large as the application wants it.
+    const bool resized = change.resized && FitViewNow();
+    if (change.moved && !IsFittedNow()) Tell(desktopEvents.windowDidMove);
+    if (resized) TellSize();
+}
+
 void CreateGameWindow(WindowFrame content) {
     const InsideDesktop inside;
-    if (window != nullptr) return;
+    if (gameWindow != nullptr) return;
     tracker = {};
-    tracker.known = ToArea(content, MainScreenArea());
     borders = {};
+    fittedFrame = content;
+    tracker.known = ContentOf(content, borders, MainScreenArea());
     positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
-    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
-                              tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
-    if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
-    NameX11Window(window, title.c_str());
-    WatchDisplay(window);
-    StartWaylandSide(window);
-    if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
+    gameWindow = SDL_CreateWindow(
+        GameWindowTitle(), tracker.known.x, tracker.known.y, tracker.known.width,
+        tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
+    if (gameWindow == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    FitViewNow();
+    if (!StartView(gameWindow, CurrentViewSize())) {
+        SystemLog(std::string("no renderer: ") + SDL_GetError());
+    }
+    NameX11Window(gameWindow, GameWindowTitle());
+    WatchDisplay(gameWindow);
+    StartWaylandSide(gameWindow);
 }
 
-void SetGameWindowTitle(const char* utf8) {
-    const InsideDesktop inside;
-    // Bytes that are no characters would keep the whole title from being set.
-    char* valid = g_utf8_make_valid(utf8, -1);
-    title = valid;
-    g_free(valid);
-    if (window == nullptr) return;
-    SDL_SetWindowTitle(window, title.c_str());
-    NameX11Window(window, title.c_str());
+// --- The scale
+
+static i32 StepsOf(const ViewScale& wanted) {
+    switch (wanted.kind) {
+        case ViewScale::Kind::Steps: return std::max(wanted.steps, 1);
+        case ViewScale::Kind::Automatic:
+            // A Wayland compositor enlarges by itself.
+            if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") return 1;
+            return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"),
+                             MainScreenArea());
+        case ViewScale::Kind::Fit:
+        case ViewScale::Kind::FitFractions: return 1;
+    }
+    return 1;
 }
 
-void SetGameWindowIcon(const u8* pixels, u32 width, u32 height) {
+static bool IsFitting(const ViewScale& wanted) {
+    return wanted.kind == ViewScale::Kind::Fit || wanted.kind == ViewScale::Kind::FitFractions;
+}
+
+static void UseWholeScreen(bool use) {
+    if (onWholeScreen == use) return;
+    onWholeScreen = use;
+    // In full screen of the application's own it is there already, and stays.
+    if (fullScreen) return;
+    SDL_SetWindowFullscreen(gameWindow, use ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+    const u64 now = Nanoseconds();
+    if (use) {
+        windowedContent = tracker.known;
+        windowedBorders = borders;
+        borders = {};
+        AskGeometry(tracker, ScreenAreaOf(gameWindow), now);
+        owed = false;
+    } else {
+        borders = windowedBorders;
+        AskGeometry(tracker, windowedContent, now);
+        owed = true;
+        owedFrom = now + kLeavingNanoseconds;
+    }
+    reported = true;
+    RequestWholeRedraw();
+}
+
+bool ToggleFittedScreen() {
     const InsideDesktop inside;
-    if (window == nullptr) return;
-    // SDL only reads the pixels.
-    SDL_Surface* const icon = SDL_CreateRGBSurfaceWithFormatFrom(
-        const_cast<u8*>(pixels), static_cast<int>(width), static_cast<int>(height), 32,
-        static_cast<int>(width) * 4, SDL_PIXELFORMAT_RGBA32);
-    if (icon == nullptr) return;
-    SDL_SetWindowIcon(window, icon);
-    SDL_FreeSurface(icon);
+    if (gameWindow == nullptr || !IsFittedNow()) return false;
+    UseWholeScreen(!onWholeScreen);
+    return true;
+}
+
+// The view keeps its size, and the window takes another one.
+static void ResizeWindowToView(const WindowFrame& frame) {
+    if (fullScreen || gameWindow == nullptr) return;
+    const Area content = ContentOf(frame, borders, MainScreenArea());
+    Area& target = onWholeScreen ? windowedContent : tracker.known;
+    if (onWholeScreen) {
+        target = content;
+        return;
+    }
+    AskGeometry(tracker, content, Nanoseconds());
+    owed = true;
+}
+
+void SetViewScale(const ViewScale& wanted) {
+    const InsideDesktop inside;
+    if (gameWindow != nullptr && wanted == scale) return;
+    const WindowFrame frame = GameWindowFrame();
+    scale = wanted;
+    pointSize = StepsOf(wanted);
+    if (gameWindow == nullptr) {
+        screenPointSize = pointSize;
+        fitted = IsFitting(wanted);
+        return;
+    }
+    const bool wasFitted = fitted;
+    fitted = IsFitting(wanted);
+    if (fitted && !wasFitted) {
+        fittedFrame =
+            fullScreen ? FrameOf(windowedContent, windowedBorders, MainScreenArea()) : frame;
+        if (shown) UseWholeScreen(true);
+    }
+    if (!fitted) {
+        UseWholeScreen(false);
+        ResizeWindowToView(wasFitted ? fittedFrame : frame);
+    }
+    // In full screen of its own the application has more or fewer points now.
+    if (FitViewNow()) TellSize();
 }
 
 void ShowGameWindow() {
     const InsideDesktop inside;
-    if (window == nullptr) return;
-    SDL_ShowWindow(window);
-    SDL_RaiseWindow(window);
+    if (gameWindow == nullptr) return;
+    SDL_ShowWindow(gameWindow);
+    SDL_RaiseWindow(gameWindow);
     if (shown) return;
     shown = true;
-    StartWatchdog();
     Placement placement;
     if (AskForPlacement(placement)) TakeBorders(placement.borders);
     // Window managers put the frame where the content should be.
     owed = true;
     reported = true;
     RequestWholeRedraw();
+    if (fitted) UseWholeScreen(true);
 }
 
 void MinimizeGameWindow() {
     const InsideDesktop inside;
-    if (window != nullptr) SDL_MinimizeWindow(window);
+    if (gameWindow != nullptr) SDL_MinimizeWindow(gameWindow);
 }
 
 void SetGameWindowFrame(WindowFrame frame) {
     const InsideDesktop inside;
-    frame.width = std::clamp(frame.width, 1, kLargestSize);
-    frame.height = std::clamp(frame.height, 1, kLargestSize);
-    const Area area = ToArea(frame, MainScreenArea());
-    if (fullScreen) {
-        windowedContent = WithoutBorders(area, windowedBorders);
+    frame = WithinLimits(frame);
+    if (fitted) {
+        const bool moved = frame.x != fittedFrame.x || frame.y != fittedFrame.y;
+        fittedFrame = frame;
+        if (fullScreen) return;
+        if (moved) Tell(desktopEvents.windowDidMove);
+        if (FitViewNow()) TellSize();
         return;
     }
-    const Area content = WithoutBorders(area, borders);
-    if (content == tracker.known && !owed) return;
+    if (fullScreen) {
+        windowedContent = ContentOf(frame, windowedBorders, MainScreenArea());
+        return;
+    }
+    const Area content = ContentOf(frame, borders, MainScreenArea());
+    // Pixels that make up no point are left alone.
+    const bool isTheSame = FrameOf(content, borders, MainScreenArea()) == GameWindowFrame();
+    if (isTheSame && !owed) return;
     const GeometryChange change = AskGeometry(tracker, content, Nanoseconds());
     owed = true;
     TellChange(change);
@@ -205,34 +303,44 @@ void SetGameWindowFrame(WindowFrame frame) {
 
 static void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillEnterFullScreen);
-    if (window == nullptr) return;
-    windowedContent = tracker.known;
-    windowedBorders = borders;
+    if (gameWindow == nullptr) return;
+    if (!onWholeScreen) {
+        windowedContent = tracker.known;
+        windowedBorders = borders;
+    }
     fullScreen = true;
     owed = false;
     borders = {};
-    const Area screen = ScreenAreaOf(window);
-    if (byUs) SDL_SetWindowFullscreen(window, SDL_WINDOW_FULLSCREEN_DESKTOP);
-    TellChange(AskGeometry(tracker, screen, Nanoseconds()));
+    const Area screen = ScreenAreaOf(gameWindow);
+    if (byUs && !onWholeScreen) SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    const GeometryChange change = AskGeometry(tracker, screen, Nanoseconds());
+    // The view of a fitted window is another one now, whatever becomes of the window.
+    TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
 
 static void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillExitFullScreen);
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     fullScreen = false;
+    if (onWholeScreen) {
+        TellChange({.moved = false, .resized = true});
+        Tell(desktopEvents.windowDidExitFullScreen);
+        return;
+    }
     borders = windowedBorders;
-    if (byUs) SDL_SetWindowFullscreen(window, 0);
+    if (byUs) SDL_SetWindowFullscreen(gameWindow, 0);
     const u64 now = Nanoseconds();
     owed = true;
     owedFrom = now + kLeavingNanoseconds;
-    TellChange(AskGeometry(tracker, windowedContent, now));
+    const GeometryChange change = AskGeometry(tracker, windowedContent, now);
+    TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidExitFullScreen);
 }
 
 void ToggleFullScreen() {
     const InsideDesktop inside;
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     if (fullScreen) {
         LeaveFullScreen(true);
     } else {
@@ -244,16 +352,16 @@ void ToggleFullScreen() {
 static void GiveWhatIsOwed() {
     owed = false;
     reported = true;
-    if (fullScreen) return;
+    if (fullScreen || onWholeScreen) return;
     const Area actual = ActualContent();
     const Area& wanted = tracker.known;
     if (actual == wanted) return;
-    if ((SDL_GetWindowFlags(window) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(window);
+    if ((SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(gameWindow);
     if (actual.width != wanted.width || actual.height != wanted.height) {
-        SDL_SetWindowSize(window, wanted.width, wanted.height);
+        SDL_SetWindowSize(gameWindow, wanted.width, wanted.height);
     }
     if (actual.x != wanted.x || actual.y != wanted.y) {
-        SDL_SetWindowPosition(window, wanted.x, wanted.y);
+        SDL_SetWindowPosition(gameWindow, wanted.x, wanted.y);
     }
     HoldNews(tracker, Nanoseconds());
 }
@@ -261,7 +369,7 @@ static void GiveWhatIsOwed() {
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
 // the window's border. Wayland does not let us know.
 static void StartLiveResize() {
-    if (liveResize || fullScreen || AnyButtonHeld()) return;
+    if (liveResize || fullScreen || fitted || AnyButtonHeld()) return;
     if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) return;
     liveResize = true;
     nextLiveLook = Nanoseconds() + kLiveResizeNanoseconds;
@@ -281,14 +389,14 @@ static void WatchLiveResize(u64 now) {
 // hears of no change.
 static void MakeSdlBelieve(const Area& actual) {
     Area believed;
-    SDL_GetWindowPosition(window, &believed.x, &believed.y);
-    SDL_GetWindowSize(window, &believed.width, &believed.height);
+    SDL_GetWindowPosition(gameWindow, &believed.x, &believed.y);
+    SDL_GetWindowSize(gameWindow, &believed.width, &believed.height);
     if (believed == actual) return;
     if (believed.width != actual.width || believed.height != actual.height) {
-        SDL_SetWindowSize(window, actual.width, actual.height);
+        SDL_SetWindowSize(gameWindow, actual.width, actual.height);
     }
     if (positionsExist && (believed.x != actual.x || believed.y != actual.y)) {
-        SDL_SetWindowPosition(window, actual.x, actual.y);
+        SDL_SetWindowPosition(gameWindow, actual.x, actual.y);
     }
     RequestWholeRedraw();
 }
@@ -296,9 +404,13 @@ static void MakeSdlBelieve(const Area& actual) {
 static void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) return;
-    const bool isFullScreen = (SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN) != 0;
-    if (isFullScreen != fullScreen) {
-        if (isFullScreen) {
+    const bool isFullScreen = (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_FULLSCREEN) != 0;
+    if (isFullScreen != (fullScreen || onWholeScreen)) {
+        if (IsFittedNow()) {
+            // The window manager's doing, which is nothing that the application sees.
+            onWholeScreen = !isFullScreen;
+            UseWholeScreen(isFullScreen);
+        } else if (isFullScreen) {
             EnterFullScreen(false);
         } else {
             LeaveFullScreen(false);
@@ -307,7 +419,7 @@ static void LookAtWindow(u64 now) {
     }
     bool isFrameMoved = false;
     Placement placement;
-    if (!fullScreen && AskForPlacement(placement)) {
+    if (!fullScreen && !onWholeScreen && AskForPlacement(placement)) {
         const bool isChange = borders != Borders{};
         if (isChange && now < tracker.heldUntil) return;
         if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) return;
@@ -342,16 +454,16 @@ static u64 NextLook() {
 }
 
 void SettleWindow() {
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     const u64 now = Nanoseconds();
     if (owed && now >= owedFrom) GiveWhatIsOwed();
     reported = X11BordersMayDiffer() || reported;
     if (!owed && (reported || now >= NextLook())) LookAtWindow(now);
-    if (window != nullptr) WatchLiveResize(now);
+    if (gameWindow != nullptr) WatchLiveResize(now);
 }
 
 u64 NextSettling() {
-    if (window == nullptr) return kNever;
+    if (gameWindow == nullptr) return kNever;
     u64 next = NextLook();
     if (owed) next = std::min(next, owedFrom);
     if (liveResize) next = std::min(next, nextLiveLook);
@@ -394,23 +506,25 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
         case SDL_WINDOWEVENT_FOCUS_LOST:
             ReleaseHeldKeys();
             ReleaseHeldButtons();
+            ReleasePads();
+            Tell(desktopEvents.didResignActive);
             break;
-        case SDL_WINDOWEVENT_CLOSE: RequestClose(); break;
+        case SDL_WINDOWEVENT_CLOSE: closeRequested = true; break;
         default: break;
     }
 }
 
 void DestroyGameWindow() {
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     StopView();
-    SDL_DestroyWindow(window);
+    SDL_DestroyWindow(gameWindow);
     ForgetGameWindow();
 }
 
 void ForgetGameWindow() {
-    window = nullptr;
+    gameWindow = nullptr;
     frames = {};
-    owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+    owed = reported = shown = miniaturized = liveResize = fullScreen = onWholeScreen = false;
 }
 
 }  // namespace moxi
