@@ -27,7 +27,7 @@ std::string NameInDataFolder(const std::string& path) {
     return isInside ? plain.substr(data.size()) : "";
 }
 
-std::optional<std::vector<u8>> ReadData(const std::string& name, u32 most) {
+std::optional<std::vector<u8> > ReadData(const std::string& name, u32 most) {
     const u32 file = OpenFile(name.c_str(), kOpenRead);
     if (file == kNoFile) return std::nullopt;
     std::vector<u8> bytes(std::min<u64>(ReadableBytes(file, most), most));
@@ -37,7 +37,7 @@ std::optional<std::vector<u8>> ReadData(const std::string& name, u32 most) {
 }
 
 // The first bytes of a sound, `most` at most.
-std::optional<std::vector<u8>> ReadSound(const char* name, u32 most) {
+std::optional<std::vector<u8> > ReadSound(const char* name, u32 most) {
     const std::string own = NameInDataFolder(folders.resources + "/" + name);
     return own.empty() ? ReadResource(name, most) : ReadData(own, most);
 }

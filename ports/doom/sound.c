@@ -1,7 +1,7 @@
-// Sounds. The engine plays up to eight at a time, each with a volume and a side; the host plays one file.
-// So what is still to be heard of them all is mixed into a file of the data folder whenever one begins
-// or is stopped, and that file takes the place of the one before. When more begin than there are channels,
-// the engine's priorities tell which ones give way.
+// Sounds. The engine plays up to eight at a time, each with a volume and a side; the host plays one
+// file. So what is still to be heard of them all is mixed into a file of the data folder whenever
+// one begins or is stopped, and that file takes the place of the one before. When more begin than
+// there are channels, the engine's priorities tell which ones give way.
 
 #include "moxi_parts.h"
 
@@ -36,16 +36,16 @@ int snd_sfxdevice = SNDDEVICE_SB;
 typedef struct {
     const byte* samples;  // NULL: nothing is played
     unsigned count;
-    unsigned step;       // samples for one of the mixture, in parts of kOne
-    uint32_t start;      // by the clock
-    int left, right;     // 0 to 255
+    unsigned step;    // samples for one of the mixture, in parts of kOne
+    uint32_t start;   // by the clock
+    int left, right;  // 0 to 255
     bool isNew;
 } channel;
 
 static channel channels[kChannels];
 static bool mustMix, isPlaying;
-// The two sides of a sample added up in one number: the left one counts 2^32, and a negative right one
-// borrows from it.
+// The two sides of a sample added up in one number: the left one counts 2^32, and a negative right
+// one borrows from it.
 static int64_t mixture[kLongestMixture];
 
 static struct {

@@ -1,5 +1,5 @@
-// The shooter as a player has it, and in step with itself where it is no game of moxi's. It is no part of
-// the build: the first of these tests that runs builds it, and the others find it.
+// The shooter as a player has it, and in step with itself where it is no game of moxi's. It is no
+// part of the build: the first of these tests that runs builds it, and the others find it.
 
 #include <gtest/gtest.h>
 
@@ -33,8 +33,8 @@ const std::string kEscape = R"(35 "\x1B")", kReturn = R"(24 "\x0D")", kA = R"(00
                   kF10 = R"(6D "\x10")";
 
 std::string Press(int time, const std::string& key) {
-    return std::to_string(time) + " key-down " + key + "\n" + std::to_string(time + 80) + " key-up " +
-           key + "\n";
+    return std::to_string(time) + " key-down " + key + "\n" + std::to_string(time + 80) +
+           " key-up " + key + "\n";
 }
 
 constexpr int kPlaying = 4500;  // when the level of StartLevel is there
@@ -150,7 +150,8 @@ TEST_F(Doom, ALevelIsPlayedSavedAndLoadedAgain) {
     const std::string again = ReadTextFile(data + "/doomsav0.dsg");
     ASSERT_GT(saved.size(), 10000u);
     ASSERT_GT(again.size(), 10000u);
-    // Behind a name of 24 bytes and a version of 16: skill, chapter, level; behind the players, time.
+    // Behind a name of 24 bytes and a version of 16: skill, chapter, level; behind the players,
+    // time.
     EXPECT_EQ(again.substr(40, 3), saved.substr(40, 3));
     EXPECT_GT(again.substr(47, 3), saved.substr(47, 3));
 }
