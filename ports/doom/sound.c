@@ -19,7 +19,7 @@
 enum {
     kRate = 22050,
     kChannels = 8,
-    kLongestMixture = kRate * 6,
+    kLongestMixture = kRate * 8,
     kLumpHeader = 24,  // the rate and the length stand in the first 8 bytes; 16 samples are padding
     kLumpPadding = 32,
     kShortestLump = 49,
@@ -134,7 +134,7 @@ static void MixChannel(const channel* it, unsigned from, unsigned count, bool ri
     const byte* const samples = it->samples;
     const unsigned step = it->step;
     const int64_t both = ((int64_t)it->left << 32) + it->right;
-    unsigned at = (unsigned)((uint64_t)from * step);
+    uint64_t at = (uint64_t)from * step;
     unsigned i = 0;
     // What goes on is cut a little before or behind where the last mixture has come to.
     for (; rises && i < count && i < kRise; ++i, at += step) {
