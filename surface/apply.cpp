@@ -5,6 +5,7 @@
 #include "host/gamepad.h"
 #include "host/key_map.h"
 #include "host/preferences.h"
+#include "host/view_scale.h"
 
 namespace moxi {
 
@@ -12,6 +13,7 @@ void ApplyPreferences() {
     audioOut.setVolumes(preferences.musicVolume, preferences.soundVolume);
     audioOut.setMuted(preferences.mute);
     desktop.askBeforeUrls(preferences.askBeforeOpening);
+    desktop.setViewScale(ViewScaleOf(preferences));
     UseKeyMap(preferences.keyMap);
     UsePadMap(preferences.padMap);
 }

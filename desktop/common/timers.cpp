@@ -29,20 +29,12 @@ static const Timers::Timer* EarliestTimer(const Timers& timers) {
 
 u64 EarliestDeadline(const Timers& timers) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-<<<<<<< HEAD
     return timer == nullptr || timers.held ? kNever : timer->due;
-=======
-    return timer == nullptr ? kNever : timer->due;
->>>>>>> main
 }
 
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)())) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-<<<<<<< HEAD
     if (timers.held || timer == nullptr || now < timer->due) return false;
-=======
-    if (timer == nullptr || now < timer->due) return false;
->>>>>>> main
 
     const TimerId id = timer->id;
     call(timer->handler);
@@ -53,7 +45,6 @@ bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*h
     return true;
 }
 
-<<<<<<< HEAD
 void HoldTimers(Timers& timers, u64 now) {
     if (timers.held) return;
     timers.held = true;
@@ -72,6 +63,4 @@ u64 TimeWithoutHolds(const Timers& timers, u64 now) {
     return (timers.held ? timers.heldSince : now) - timers.heldBefore;
 }
 
-=======
->>>>>>> main
 }  // namespace moxi

@@ -20,13 +20,10 @@ struct Timers {
 
     std::vector<Timer> running;
     TimerId newest = 0;
-<<<<<<< HEAD
 
     bool held = false;
     u64 heldSince = 0;
     u64 heldBefore = 0;  // for how long in all
-=======
->>>>>>> main
 };
 
 // The first point of the phase that `due` lies on which is later than `now`.
@@ -44,7 +41,6 @@ u64 EarliestDeadline(const Timers& timers);
 // after the handler has run are skipped.
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)()));
 
-<<<<<<< HEAD
 // While timers are held none of them fires, and none is due. When they go on, each does so from
 // where it was.
 void HoldTimers(Timers& timers, u64 now);
@@ -52,6 +48,4 @@ void LetTimersGo(Timers& timers, u64 now);
 // `now` for whom the time for which the timers were held has not passed.
 u64 TimeWithoutHolds(const Timers& timers, u64 now);
 
-=======
->>>>>>> main
 }  // namespace moxi

@@ -371,12 +371,9 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
     desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
-<<<<<<< HEAD
     desktop.holdGame = [](bool held) {
         held ? HoldTimers(state.timers, state.now) : LetTimersGo(state.timers, state.now);
     };
-=======
->>>>>>> main
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };

@@ -6,11 +6,8 @@
 #include <string_view>
 #include <utility>
 
-<<<<<<< HEAD
-#include "desktop/control_characters.h"
-=======
 #include "base/utf8.h"
->>>>>>> main
+#include "desktop/control_characters.h"
 #include "desktop/events.h"
 #include "desktop/sdl/input/scancodes.h"
 #include "desktop/sdl/loop/gate.h"

@@ -77,7 +77,6 @@ void StopTimer(TimerId timer) {
     StopTimer(timers, timer);
 }
 
-<<<<<<< HEAD
 void HoldGame(bool held) {
     held ? HoldTimers(timers, Nanoseconds()) : LetTimersGo(timers, Nanoseconds());
 }
@@ -86,8 +85,6 @@ u64 GameNanoseconds() {
     return TimeWithoutHolds(timers, Nanoseconds());
 }
 
-=======
->>>>>>> main
 void StopTimers() {
     timers.running.clear();
 }
@@ -258,12 +255,8 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-<<<<<<< HEAD
     const u64 next = std::min(NextSettling(), NextPadLook());
     return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
-=======
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
->>>>>>> main
 }
 
 void RunEventLoop() {
