@@ -35,7 +35,7 @@ int RefuseGame(const Options& options, const std::string& what) {
     }
     TakeLibraryLines();
     std::string error;
-    if (StartSdlDesktop({}, &error)) {
+    if (StartSdlDesktop(&error)) {
         desktop.alert(WithoutControls(what));
         desktop.shutDown();
     }

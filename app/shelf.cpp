@@ -222,7 +222,7 @@ bool OpenDesktopOfShelf() {
         return true;
     }
     std::string error;
-    return StartSdlDesktop({}, &error);
+    return StartSdlDesktop(&error);
 }
 
 [[noreturn]] void End(int status) {
