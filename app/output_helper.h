@@ -11,6 +11,9 @@ namespace moxi {
 struct OutputPlaces {
     std::vector<std::string> files;
     std::string picturesFolder;
+    // Files of the host's own: read, and replaced whole. Their folders are made when they are
+    // missing.
+    std::vector<std::string> ownFiles = {};
 };
 
 // Starts the helper and points `outputFiles` at it; nothing without places. The helper is a copy of

@@ -295,6 +295,18 @@ TEST(HeardModules, OtherWaysOutOfTheResourcesLeadToNoSound) {
     }
 }
 
+TEST(HeardModules, MusicInTheDataFolderIsHeardByTheWayThere) {
+    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    Heard heard;
+    heard.module.run.data["OWN.MID"] = Beats(8, 69);
+    heard.module.CallName(0, 0x0601, "../data/OWN.MID");
+    heard.module.Call(700, 0x0601, kReplay);
+    heard.Play(1500);
+    EXPECT_EQ(StrongestKey(Part(heard.recording, 0.1, 0.6)), 69);
+    EXPECT_EQ(StrongestKey(Part(heard.recording, 0.8, 1.5)), 69);
+    EXPECT_EQ(heard.module.result.lines, Strings{});
+}
+
 TEST(HeardModules, ASoundThatIsMissingEndsTheOneThatPlays) {
     Heard heard;
     heard.module.run.resources["A.WAV"] = Sine(440, 2, 0.5);

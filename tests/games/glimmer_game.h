@@ -24,7 +24,7 @@ inline const fs::path kSources = fs::path(MOXI_SOURCE_DIR) / "games" / "glimmer"
 // The game leaves 40 and 80 points of it free: its view is 600 x 400.
 constexpr const char* kDesktop = "640x480";
 
-enum Scene : u32 { Title, Play, Pause, Dawn, Over, Name, Scores, Options, Help };
+enum Scene : u32 { Title, Play, Pause, Dawn, Over, Name, Scores, Options, Help, AskGiveUp };
 
 // Assembled once; with `pilot` the firefly plays every run by itself.
 inline const AssembleResult& Module(bool pilot = false) {
@@ -80,6 +80,8 @@ struct Events {
         for (; times > 0; --times) Press("7E", "\\x1E");
         return *this;
     }
+    // From pause: the last of five buttons, and yes.
+    Events& GiveUp() { return Down(4).Return().Down().Return(); }
     Events& Backspace(int times) {
         for (; times > 0; --times) Press("33", "\\x7F");
         return *this;
