@@ -338,13 +338,13 @@ void UnitReader::Walk(ByteCursor cursor) {
             continue;
         }
         const auto tag = static_cast<Tag>(entry.tag);
-        if (tag == Tag::Subprogram && entry.hasCode && entry.hasChildren) {
+        if (tag == Tag::Subprogram && entry.hasCode) {
             DebugFunction function;
             const u64 from = entry.low + module.codeOffset;
             const u64 to = entry.high + module.codeOffset;
             const bool isGood = entry.low != 0 && from < to && to <= module.bytes.size() &&
                                 LocalOf(entry.frameBase, function.frameBase);
-            functionDepth = isGood ? depth + 1 : 0;
+            functionDepth = isGood && entry.hasChildren ? depth + 1 : 0;
             function.from = static_cast<u32>(from);
             function.to = static_cast<u32>(to);
             if (isGood) shared.functions.push_back(std::move(function));
@@ -396,7 +396,6 @@ std::vector<DebugFunction> ReadDebugFunctions(const Module& module) {
         at += size;
     }
     std::vector<DebugFunction> result = std::move(shared.functions);
-    std::erase_if(result, [](const DebugFunction& each) { return each.arguments.empty(); });
     std::stable_sort(result.begin(), result.end(),
                      [](const auto& a, const auto& b) { return a.from < b.from; });
     return result;

@@ -24,8 +24,8 @@ struct DebugFunction {
     std::vector<DebugArgument> arguments;
 };
 
-// The functions with arguments in memory, by `from` ascending. What optimized code keeps elsewhere
-// is left out. Damaged information is read as far as it makes sense.
+// The functions whose frame has a base in a local, with their arguments in memory, by `from`
+// ascending. What optimized code keeps elsewhere is left out. Damaged information is read as far as it makes sense.
 std::vector<DebugFunction> ReadDebugFunctions(const Module& module);
 
 // The one whose code has that offset; null where none is known.

@@ -104,10 +104,15 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
     plan.nameCells.assign(module.functions.size(), 0);
 }
 
-// Imported functions get code only where their address is wanted.
-std::vector<bool> WantedFunctions(const Module& module) {
+// Imported functions, and those that are built in where they are called, get code of their own only
+// where their address is wanted.
+std::vector<bool> WantedFunctions(const ModulePlan& plan) {
+    const Module& module = *plan.module;
     std::vector<bool> wanted(module.functions.size(), true);
     std::fill(wanted.begin(), wanted.begin() + module.importedFunctions, false);
+    for (u64 i = 0; i < wanted.size(); ++i) {
+        if (plan.leaves[i].isOne) wanted[i] = false;
+    }
     for (const ElementSegment& segment : module.elements) {
         for (const ConstantExpression& item : segment.items) {
             if (item.kind == ConstantExpression::Kind::Function) wanted[item.value] = true;
@@ -123,7 +128,7 @@ std::vector<bool> WantedFunctions(const Module& module) {
 bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::string>& errors) {
     const Module& module = *plan.module;
     parts.code.module = plan.number;
-    const std::vector<bool> wanted = WantedFunctions(module);
+    const std::vector<bool> wanted = WantedFunctions(plan);
     for (u32 i = 0; i < module.functions.size(); ++i) {
         if (!wanted[i]) continue;
         FunctionCode code = BuildFunction(plan, i);
@@ -197,6 +202,7 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
         plan.routines = &parts.routines;
         plan.sources = ReadSourceLines(modules[i]);
         plan.debugFunctions = ReadDebugFunctions(modules[i]);
+        plan.leaves = FindSmallLeaves(modules[i], plan.debugFunctions);
         parts.plans.push_back(std::move(plan));
     }
     if (isLinked) {
