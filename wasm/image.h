@@ -7,7 +7,7 @@
 
 #include "wasm/encode.h"
 #include "wasm/select.h"
-#include "wasm/translate.h"
+#include "wasm/translation.h"
 
 namespace moxi {
 
