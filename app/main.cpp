@@ -92,7 +92,8 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop({.askBeforeUrls = !options.openUrls}, &error)) return false;
+    if (!StartSdlDesktop(&error)) return false;
+    AskBeforeUrls(!options.openUrls);
     StartSdlAudio(audio);
     return true;
 }

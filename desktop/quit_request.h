@@ -1,6 +1,7 @@
 #pragma once
-// A request to quit, which a termination signal may make too. Both event loops look at it before
-// each step and ask the application, as for the menu's quit item.
+// Requests to end, which an event loop looks at before each step: to quit, which a termination
+// signal may make too and for which the application is asked as for the menu's quit item, and to
+// close the window.
 
 #include <atomic>
 #include <ctime>
@@ -17,6 +18,9 @@ enum class QuitRequest : int {
 
 // Written by a signal handler, so it has to be free of locks.
 inline constinit std::atomic<QuitRequest> quitRequest = QuitRequest::None;
+
+// The close button, or the application's own wish. Main thread.
+inline constinit bool closeRequested = false;
 
 // Whether a signal has made the request: whoever sends one does not wait for a player. Written
 // before the request.

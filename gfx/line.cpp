@@ -126,7 +126,7 @@ i64 FirstWithMinorSteps(i64 steps, i64 major, i64 minor) {
     return static_cast<i64>((needed + WideInt{2} * minor - 1) / (WideInt{2} * minor));
 }
 
-struct Axis {
+struct ClippedAxis {
     i64 start, length, step, low, high;  // low and high: the clip's first and last position
     // The number of steps after which the axis enters the clip, and leaves it.
     i64 Enter() const { return step > 0 ? low - start : start - high; }
@@ -134,7 +134,7 @@ struct Axis {
 };
 
 // The part of a diagonal inside the clip.
-Walk ClipDiagonal(const Axis& major, const Axis& minor, bool xIsMajor) {
+Walk ClipDiagonal(const ClippedAxis& major, const ClippedAxis& minor, bool xIsMajor) {
     const i64 first = std::max(
         {i64{0}, major.Enter(), FirstWithMinorSteps(minor.Enter(), major.length, minor.length)});
     i64 end = std::min(major.length + 1, major.Leave());
@@ -182,8 +182,8 @@ bool MakeWalk(const Selection& selection, i32 x1, i32 y1, i32 x2, i32 y2, Walk& 
     if (x1 != x2 && y1 != y2) {
         const i64 dx = i64{x2} - x1;
         const i64 dy = i64{y2} - y1;
-        const Axis x = {x1, std::abs(dx), dx > 0 ? 1 : -1, clip.left, clip.right - 1};
-        const Axis y = {y1, std::abs(dy), dy > 0 ? 1 : -1, clip.top, clip.bottom - 1};
+        const ClippedAxis x = {x1, std::abs(dx), dx > 0 ? 1 : -1, clip.left, clip.right - 1};
+        const ClippedAxis y = {y1, std::abs(dy), dy > 0 ? 1 : -1, clip.top, clip.bottom - 1};
         const bool xIsMajor = x.length >= y.length;
         walk = ClipDiagonal(xIsMajor ? x : y, xIsMajor ? y : x, xIsMajor);
         growth = {x1, y1, Difference(x2, x1), Difference(y2, y1)};

@@ -26,7 +26,7 @@ i32 Wrapped(u32 word) {
 }
 
 // One axis of the mapping. Its products wrap as 32-bit words.
-struct Axis {
+struct ScaledAxis {
     i32 source, sourceSize, size;
 
     // Where destination position `index` begins in the source, in units.
@@ -115,7 +115,7 @@ u32 AverageAnyBox(const Box& box) {
 struct ScaleWork {
     Tiling tiling;
     Area visible;
-    Axis across, down;
+    ScaledAxis across, down;
 
     // Every visible pixel in the order of drawing; `write` is false for a rehearsal that only
     // faults where the drawing would. A record may claim a bitmap of 2^62 pixels.

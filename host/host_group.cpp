@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "base/mac_roman.h"
+#include "base/utf8.h"
 #include "base/version.h"
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
@@ -86,20 +88,12 @@ u32 TakeLatestPointer(u32 address) {
     return found ? 1 : 0;
 }
 
-bool ContinuesCharacter(char c) {
-    return (static_cast<u8>(c) & 0xC0) == 0x80;
-}
-
 // A text that is too long is cut at a character boundary.
 void GetClipboardText(u32 address, u32 size) {
     if (size == 0) return;
     std::string text = desktop.clipboardText().value_or("");
     text.resize(std::strlen(text.c_str()));  // the module's texts end at the first NUL
-    if (text.size() > size - 1) {
-        size_t length = size - 1;
-        while (length > 0 && ContinuesCharacter(text[length])) --length;
-        text.resize(length);
-    }
+    if (text.size() > size - 1) text.resize(CharacterStart(text, size - 1));
     CopyText(address, text);
 }
 

@@ -37,4 +37,17 @@ std::optional<std::string> PlistString(pugi::xml_node dictionary, const char* na
     return std::string(value.text().get());
 }
 
+std::string EscapedXml(const std::string& text) {
+    std::string escaped;
+    for (const char c : text) {
+        switch (c) {
+            case '&': escaped += "&amp;"; break;
+            case '<': escaped += "&lt;"; break;
+            case '>': escaped += "&gt;"; break;
+            default: escaped += c;
+        }
+    }
+    return escaped;
+}
+
 }  // namespace moxi

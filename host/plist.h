@@ -17,4 +17,7 @@ pugi::xml_node PlistValue(pugi::xml_node dictionary, const char* name);
 // The string value of a key; nothing when the key is missing or no string.
 std::optional<std::string> PlistString(pugi::xml_node dictionary, const char* name);
 
+// The text as the value of an element.
+std::string EscapedXml(const std::string& text);
+
 }  // namespace moxi

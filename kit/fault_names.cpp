@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "base/mac_roman.h"
 #include "kit/debugger/stops.h"
 #include "kit/lines.h"
 #include "kit/module_memory.h"

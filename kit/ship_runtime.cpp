@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/plist.h"
 #include "kit/search_path.h"
 
 namespace moxi {
@@ -81,18 +82,6 @@ FoundFont FindFont(const char* family, int weight, int slant) {
     return font;
 }
 
-std::string EscapeXml(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&': escaped += "&amp;"; break;
-            case '<': escaped += "&lt;"; break;
-            default: escaped += c;
-        }
-    }
-    return escaped;
-}
-
 }  // namespace
 
 std::string CopyOneFile(const std::string& from, const std::string& to) {
@@ -132,7 +121,7 @@ std::string CopyFonts(const std::string& folder) {
         }
         aliases += "  <alias binding=\"same\"><family>" + std::string(family) +
                    "</family><prefer><family>" +
-                   EscapeXml(FindFont(family, FC_WEIGHT_NORMAL, FC_SLANT_ROMAN).family) +
+                   EscapedXml(FindFont(family, FC_WEIGHT_NORMAL, FC_SLANT_ROMAN).family) +
                    "</family></prefer></alias>\n";
     }
     std::ofstream file(folder + "/fonts.conf");

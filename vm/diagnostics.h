@@ -32,7 +32,4 @@ constexpr int kForcedEnd = 1;
 // Ends the process through vmSlots.endProcess.
 [[noreturn]] void EndProcess(int status);
 
-// 8-bit Mac Roman text as UTF-8.
-std::string MacRomanToUtf8(std::string_view text);
-
 }  // namespace moxi

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <ctime>
 #include <deque>
+#include <utility>
 
 #include "base/log.h"
+#include "desktop/common/date_time.h"
+#include "desktop/common/rectangles.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
 #include "desktop/us_layout.h"
@@ -16,14 +20,6 @@ namespace {
 constexpr u64 kMicrosecondsPerMillisecond = 1000;
 constexpr u64 kClockReadingMicroseconds = 50;
 constexpr u64 kDefaultRunMilliseconds = 1000;
-constexpr i32 kLargestSize = 32767;
-
-struct Timer {
-    TimerId id;
-    u64 interval;  // microseconds
-    u64 due;
-    void (*handler)();
-};
 
 struct QueuedWork {
     u64 queuedAt;
@@ -38,15 +34,14 @@ struct HeadlessState {
 
     size_t nextEvent = 0;
     std::deque<QueuedWork> mainQueue;
-    std::vector<Timer> timers;
-    TimerId lastTimer = 0;
+    Timers timers;  // in microseconds
 
     WindowFrame frame;
     WindowFrame frameBeforeFullScreen;
     bool shown = false;
     bool fullScreen = false;
     bool miniaturized = false;
-    std::optional<ViewRect> redraw;  // the requests joined
+    ViewRect redraw;  // the requests joined; empty when there is none
     u64 redrawRequestedAt = 0;
 
     std::optional<std::string> clipboard;
@@ -57,49 +52,32 @@ HeadlessState state;
 
 // --- Redraws
 
-ViewRect WholeView() {
-    return {0, 0, static_cast<double>(state.frame.width), static_cast<double>(state.frame.height)};
+ViewSize SizeOfView() {
+    return {state.frame.width, state.frame.height};
 }
 
 void RequestRedraw(ViewRect rect) {
-    if (!(rect.width > 0 && rect.height > 0)) return;
-    if (!state.redraw) {
-        state.redraw = rect;
-        state.redrawRequestedAt = state.now;
-        return;
-    }
-    const ViewRect& waiting = *state.redraw;
-    const double left = std::min(waiting.x, rect.x);
-    const double bottom = std::min(waiting.y, rect.y);
-    const double right = std::max(waiting.x + waiting.width, rect.x + rect.width);
-    const double top = std::max(waiting.y + waiting.height, rect.y + rect.height);
-    state.redraw = ViewRect{left, bottom, right - left, top - bottom};
+    if (IsEmpty(rect)) return;
+    if (IsEmpty(state.redraw)) state.redrawRequestedAt = state.now;
+    state.redraw = Joined(state.redraw, rect);
 }
 
 void ServeRedraw() {
-    const ViewRect waiting = *state.redraw;
-    state.redraw.reset();
-    const double left = std::max(waiting.x, 0.0);
-    const double bottom = std::max(waiting.y, 0.0);
-    const double right = std::min<double>(waiting.x + waiting.width, state.frame.width);
-    const double top = std::min<double>(waiting.y + waiting.height, state.frame.height);
-    if (left < right && bottom < top) {
-        desktopEvents.drawRect({left, bottom, right - left, top - bottom});
-    }
+    const ViewRect rect = Clipped(std::exchange(state.redraw, {}), SizeOfView());
+    if (!IsEmpty(rect)) desktopEvents.drawRect(rect);
 }
 
 // --- The window
 
 // Sets the frame and tells of what changed, in the order move, frame change, resize.
 void ChangeFrame(WindowFrame frame) {
-    frame.width = std::clamp(frame.width, 1, kLargestSize);
-    frame.height = std::clamp(frame.height, 1, kLargestSize);
+    frame = WithinLimits(frame);
     const WindowFrame before = state.frame;
     state.frame = frame;
     const bool resized = before.width != frame.width || before.height != frame.height;
     if (before.x != frame.x || before.y != frame.y) desktopEvents.windowDidMove();
     if (resized) {
-        if (state.shown) RequestRedraw(WholeView());
+        if (state.shown) RequestRedraw(WholeView(SizeOfView()));
         desktopEvents.viewFrameDidChange();
         desktopEvents.windowDidResize();
     }
@@ -277,37 +255,21 @@ bool RunQueuedWork() {
 }
 
 bool ServeDueRedraw() {
-    if (!state.redraw || state.redrawRequestedAt > state.end) return false;
+    if (IsEmpty(state.redraw) || state.redrawRequestedAt > state.end) return false;
     ServeRedraw();
     return true;
 }
 
-// The timer with the earliest due time; of equal ones the first started, which is the host tick.
-Timer* EarliestTimer() {
-    const auto earliest =
-        std::min_element(state.timers.begin(), state.timers.end(),
-                         [](const Timer& a, const Timer& b) { return a.due < b.due; });
-    return earliest == state.timers.end() ? nullptr : &*earliest;
-}
-
-bool FireDueTimer(u64 limit) {
-    const Timer* const timer = EarliestTimer();
-    if (timer == nullptr || timer->due > limit) return false;
-    const TimerId id = timer->id;
-    timer->handler();
-    // The handler may have stopped its own timer or started others.
-    for (Timer& fired : state.timers) {
-        if (fired.id != id || fired.due > state.now) continue;
-        fired.due += ((state.now - fired.due) / fired.interval + 1) * fired.interval;
-    }
-    return true;
+bool FireTimer(u64 limit) {
+    return FireDueTimer(
+        state.timers, limit, [] { return state.now; }, [](void (*handler)()) { handler(); });
 }
 
 // Passes time up to the next event or timer; false when none is left before the end.
 bool JumpToNext() {
-    u64 next = UINT64_MAX;
+    u64 next = kNever;
     if (state.nextEvent < state.options.script.size()) next = EventTime(state.nextEvent);
-    if (const Timer* const timer = EarliestTimer()) next = std::min(next, timer->due);
+    next = std::min(next, EarliestDeadline(state.timers));
     if (next > state.end) return false;
     state.now = std::max(state.now, next);
     return true;
@@ -329,7 +291,7 @@ void RunEventLoop() {
         // What was due at or before the end still happens, also when the module's own waiting
         // has carried the time beyond it.
         const u64 limit = std::min(state.now, state.end);
-        if (PlayDueEvent(limit) || RunQueuedWork() || ServeDueRedraw() || FireDueTimer(limit)) {
+        if (PlayDueEvent(limit) || RunQueuedWork() || ServeDueRedraw() || FireTimer(limit)) {
             continue;
         }
         if (!JumpToNext()) break;
@@ -341,13 +303,7 @@ void RunEventLoop() {
 // --- Time
 
 TimerId StartTimer(u64 microseconds, void (*handler)()) {
-    const u64 interval = std::max<u64>(microseconds, 1);
-    state.timers.push_back({++state.lastTimer, interval, state.now + interval, handler});
-    return state.lastTimer;
-}
-
-void StopTimer(TimerId timer) {
-    std::erase_if(state.timers, [timer](const Timer& candidate) { return candidate.id == timer; });
+    return StartTimer(state.timers, state.now, microseconds, handler);
 }
 
 DateTime LocalDateTime() {
@@ -356,25 +312,12 @@ DateTime LocalDateTime() {
         state.dateAtStart + static_cast<std::time_t>(state.now / kMicrosecondsPerSecond);
     std::tm parts = {};
     gmtime_r(&time, &parts);
-    return {static_cast<u32>(parts.tm_year + 1900), static_cast<u32>(parts.tm_mon + 1),
-            static_cast<u32>(parts.tm_mday),        static_cast<u32>(parts.tm_hour),
-            static_cast<u32>(parts.tm_min),         static_cast<u32>(parts.tm_sec)};
+    return DateOf(parts);
 }
 
 // The start's local date and time, kept as if it were UTC, so that virtual time passes evenly.
 std::time_t DateAtStart(const std::optional<DateTime>& date) {
-    std::tm parts = {};
-    if (date) {
-        parts.tm_year = static_cast<int>(date->year) - 1900;
-        parts.tm_mon = static_cast<int>(date->month) - 1;
-        parts.tm_mday = static_cast<int>(date->day);
-        parts.tm_hour = static_cast<int>(date->hour);
-        parts.tm_min = static_cast<int>(date->minute);
-        parts.tm_sec = static_cast<int>(date->second);
-    } else {
-        const std::time_t real = std::time(nullptr);
-        localtime_r(&real, &parts);
-    }
+    std::tm parts = date ? PartsOf(*date) : LocalParts();
     return timegm(&parts);
 }
 
@@ -397,13 +340,13 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.setWindowTitle = [](const char*) {};
     desktop.showWindow = [] {
         state.shown = true;
-        RequestRedraw(WholeView());
+        RequestRedraw(WholeView(SizeOfView()));
     };
     desktop.closeWindow = CloseWindow;
     desktop.minimizeWindow = [] { SetMiniaturized(true); };
     desktop.windowFrame = [] { return state.frame; };
     desktop.setWindowFrame = SetWindowFrame;
-    desktop.viewSize = [] { return ViewSize{state.frame.width, state.frame.height}; };
+    desktop.viewSize = SizeOfView;
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
     desktop.requestRedraw = RequestRedraw;
@@ -413,7 +356,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
-    desktop.stopTimer = StopTimer;
+    desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };

@@ -6,11 +6,12 @@
 #include <cstdio>
 #include <limits>
 
+#include "desktop/common/rectangles.h"
+
 namespace moxi {
 
 namespace {
 
-constexpr i64 kLargestSize = 32767;
 constexpr i64 kLargestKeyCode = 0x7F;
 constexpr i64 kLatestTime = i64{1} << 40;  // ms; some decades
 

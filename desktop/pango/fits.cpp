@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "base/utf8.h"
 #include "desktop/pango/labels.h"
 #include "desktop/pango/layout_text.h"
 #include "desktop/pango/simple_text.h"
@@ -30,13 +31,6 @@ Kept& SlotOf(const TextFont& font, std::string_view text, double width) {
     const std::size_t hash = std::hash<std::string_view>()(text.substr(0, kHashedBytes)) ^
                              (font.id + std::bit_cast<u64>(width)) * 0x9E3779B97F4A7C15;
     return kept[(hash ^ hash >> 32) % kKept];
-}
-
-std::size_t CharacterEnd(std::string_view text, std::size_t index) {
-    do {
-        ++index;
-    } while (index < text.size() && (static_cast<u8>(text[index]) & 0xC0) == 0x80);
-    return index;
 }
 
 // So short that it may well fit as a whole.

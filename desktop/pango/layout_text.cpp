@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "base/utf8.h"
 #include "desktop/pango/line_runs.h"
 
 namespace moxi {
@@ -20,13 +21,6 @@ constexpr int kMeasuredPrefixes = 64;
 // Of a longer prefix only the end is set anew, so many characters at least and at most.
 constexpr std::size_t kShortestEnd = 64;
 constexpr std::size_t kLongestEnd = 256;
-
-std::size_t CharacterEnd(std::string_view text, std::size_t index) {
-    do {
-        ++index;
-    } while (index < text.size() && (static_cast<u8>(text[index]) & 0xC0) == 0x80);
-    return index;
-}
 
 // The byte at which the first `count` characters end.
 std::size_t PrefixEnd(std::string_view text, std::size_t count) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/utf8.h"
+
 namespace moxi {
 
 namespace {
@@ -154,8 +156,7 @@ std::string_view FirstPart(std::string_view text) {
     if (space != std::string_view::npos && space > kLongestPart - kPartsEnd) {
         return text.substr(0, space + 1);
     }
-    const char* at = text.data() + kLongestPart;
-    while ((static_cast<u8>(*at) & 0xC0) == 0x80) --at;
+    const char* at = text.data() + CharacterStart(text, kLongestPart);
     const char* const end = text.data() + std::min(text.size(), kMostMarksInPart);
     while (at < end && g_unichar_ismark(g_utf8_get_char(at)) != FALSE) at = g_utf8_next_char(at);
     return text.substr(0, static_cast<std::size_t>(at - text.data()));

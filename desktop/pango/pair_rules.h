@@ -19,6 +19,15 @@ struct PairRules {
     bool joined[kPlainCharacters][kPlainCharacters];
 };
 
+constexpr i32 kUnknownPair = 0x7FFFFFFF;
+
+// What a font at its size does to pairs: how far the second one moves towards the first.
+struct PairTable {
+    const PairRules* rules;
+    i32 advances[kPlainCharacters];
+    i32 kerning[kPlainCharacters][kPlainCharacters];  // kUnknownPair until seen
+};
+
 // Reads the rules of a face for a script and language, as HarfBuzz applies them unasked.
 PairRules ReadPairRules(hb_face_t* face, hb_script_t script, hb_language_t language);
 

@@ -7,7 +7,6 @@ namespace moxi {
 
 namespace {
 
-constexpr i32 kUnknownPair = 0x7FFFFFFF;
 constexpr std::size_t kMostJoined = 64;  // characters that are shaped together
 
 // Null when the face cannot be used by pairs.

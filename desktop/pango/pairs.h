@@ -4,17 +4,9 @@
 
 #include <string_view>
 
-#include "desktop/pango/pair_rules.h"
-#include "desktop/pango/simple_text.h"
+#include "desktop/pango/shaping.h"
 
 namespace moxi {
-
-// What a font at its size does to pairs: how far the second one moves towards the first.
-struct PairTable {
-    const PairRules* rules;
-    i32 advances[kPlainCharacters];
-    i32 kerning[kPlainCharacters][kPlainCharacters];  // kUnknownPair until seen
-};
 
 // Sets a text. False when it has a character or pair that is not known; `shaped` is then undefined.
 bool SetByPairs(const TextFont& font, std::string_view text, SimpleScript script,

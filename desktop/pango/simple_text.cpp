@@ -6,13 +6,12 @@
 #include <iterator>
 #include <string>
 
+#include "base/utf8.h"
 #include "desktop/pango/pairs.h"
 
 namespace moxi {
 
 namespace {
-
-hb_buffer_t* buffer = nullptr;
 
 // The piece of text that was shaped last. A module that lays out a paragraph line by line asks for
 // the rest of the same text next.
@@ -33,86 +32,25 @@ constexpr std::size_t kPieceMargin = 64;
 constexpr double kLinesAhead = 4;
 constexpr double kUsualWidth = 0.5;  // of a character, in font sizes
 
-u32 DecodeAt(std::string_view text, std::size_t& index) {
-    const u8 lead = static_cast<u8>(text[index]);
-    if (lead < 0x80) {
-        index += 1;
-        return lead;
-    }
-    const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    u32 character = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        character = character << 6 | (static_cast<u8>(text[index + i]) & 0x3FU);
-    }
-    index += length;
-    return character;
-}
-
-std::size_t NextCharacter(std::string_view text, std::size_t index) {
-    do {
-        ++index;
-    } while (index < text.size() && (static_cast<u8>(text[index]) & 0xC0) == 0x80);
-    return index;
-}
-
 // The script of characters that all are simple in the font's face.
 SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
     for (std::size_t i = 0; i < text.size();) {
-        const SimpleScript script = ScriptOf(face, DecodeAt(text, i));
+        const SimpleScript script = ScriptOf(face, NextCharacter(text, i));
         if (script != SimpleScript::Common) return script;
     }
     return SimpleScript::Common;
-}
-
-void TakeGlyphs(ShapedText& shaped) {
-    unsigned count = 0;
-    const hb_glyph_info_t* const infos = hb_buffer_get_glyph_infos(buffer, &count);
-    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    shaped.glyphs.resize(count);
-    i64 x = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        shaped.glyphs[i] = {
-            infos[i].codepoint,
-            infos[i].cluster,
-            x + positions[i].x_offset,
-            x,
-            -positions[i].y_offset,
-            (hb_glyph_info_get_glyph_flags(&infos[i]) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0};
-        x += positions[i].x_advance;
-    }
-    shaped.width = x;
-}
-
-// Shapes text[from, to), seen as the end of a text.
-void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
-                SimpleScript script) {
-    if (buffer == nullptr) buffer = hb_buffer_create();
-    hb_buffer_clear_contents(buffer);
-    hb_buffer_add_utf8(buffer, text.data(), static_cast<int>(to), static_cast<unsigned>(from),
-                       static_cast<int>(to - from));
-    const ScriptSettings& settings = font.face->scripts[static_cast<u32>(script)];
-    hb_buffer_set_direction(buffer, HB_DIRECTION_LTR);
-    hb_buffer_set_script(buffer, settings.script);
-    hb_buffer_set_language(buffer, settings.language);
-    hb_shape(font.shaper, buffer, nullptr, 0);
 }
 
 i64 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
     i64 known = 0;
     if (MeasureByPairs(font, text.substr(from, to - from), script, known)) return known;
-    FillBuffer(font, text, from, to, script);
-    unsigned count = 0;
-    const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
-    i64 width = 0;
-    for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
-    return width;
+    return PartWidth(font, text, from, to, script);
 }
 
 void SetText(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped) {
     if (SetByPairs(font, text, script, shaped)) return;
-    FillBuffer(font, text, 0, text.size(), script);
-    TakeGlyphs(shaped);
+    ShapePart(font, text, 0, text.size(), script, shaped);
     LearnPairs(font, text, script, shaped);
 }
 
@@ -173,7 +111,7 @@ bool ReusePiece(const TextFont& font, std::string_view text, SimpleScript script
 void ShapePiece(const TextFont& font, std::string_view text, SimpleScript script,
                 std::size_t length) {
     std::size_t end = std::min(length, text.size());
-    while (end < text.size() && (static_cast<u8>(text[end]) & 0xC0) == 0x80) ++end;
+    while (end < text.size() && IsContinuation(text[end])) ++end;
     piece.font = font.id;
     piece.address = reinterpret_cast<std::uintptr_t>(text.data());
     piece.text = text.substr(0, end);
@@ -210,7 +148,7 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
         [&](const ShapedGlyph& g) { return static_cast<double>(g.before) <= limit - margin; });
     std::size_t start = near == shaped.glyphs.begin() ? 0 : std::prev(near)->cluster;
     while (start < text.size()) {
-        const std::size_t next = NextCharacter(text, start);
+        const std::size_t next = CharacterEnd(text, start);
         const i64 width = WidthBefore(font, text, next, piece.script, shaped);
         if (static_cast<double>(width) > limit) return start;
         start = next;
@@ -233,7 +171,7 @@ const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScrip
 // The end of the first `length` bytes of the text from `from` on, or of a character's bytes more.
 std::size_t PieceEnd(std::string_view text, std::size_t from, std::size_t length) {
     if (length >= text.size() - from) return text.size();
-    return NextCharacter(text, from + length - 1);
+    return CharacterEnd(text, from + length - 1);
 }
 
 // Of a piece that text follows: the glyph at which it is best cut off. What stands before and
@@ -284,7 +222,7 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
     }
     SimpleScript script = SimpleScript::Common;
     for (std::size_t i = 0; i < text.size();) {
-        const SimpleScript one = ScriptOf(face, DecodeAt(text, i));
+        const SimpleScript one = ScriptOf(face, NextCharacter(text, i));
         if (one == SimpleScript::None) return SimpleScript::None;
         if (one == SimpleScript::Common || one == script) continue;
         if (script != SimpleScript::Common) return SimpleScript::None;
@@ -321,19 +259,13 @@ const ShapedText& ShapeStart(const TextFont& font, std::string_view text, Simple
     }
 }
 
-void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
-               SimpleScript script, ShapedText& shaped) {
-    FillBuffer(font, text, from, to, script);
-    TakeGlyphs(shaped);
-}
-
 bool MeasureRuns(const TextFont& font, std::string_view text, i64& width) {
     width = 0;
     std::size_t start = 0;
     SimpleScript script = SimpleScript::None;
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t at = i;
-        const SimpleScript one = ScriptOf(*font.face, DecodeAt(text, i));
+        const SimpleScript one = ScriptOf(*font.face, NextCharacter(text, i));
         if (one == SimpleScript::None || one == SimpleScript::Common) return false;
         if (at > 0 && one != script) {
             width += ShapedWidth(font, text, start, at, script);
@@ -370,8 +302,7 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
 void ResetSimpleText() {
     piece = {};
     whole = {};
-    if (buffer != nullptr) hb_buffer_destroy(buffer);
-    buffer = nullptr;
+    ResetShaping();
 }
 
 }  // namespace moxi

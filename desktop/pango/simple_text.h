@@ -3,26 +3,10 @@
 // result as a Pango layout in a fraction of its time.
 
 #include <string_view>
-#include <vector>
 
-#include "desktop/pango/text_font.h"
+#include "desktop/pango/shaping.h"
 
 namespace moxi {
-
-// A shaped glyph; lengths in 1/1024 pixel from the start of the text.
-struct ShapedGlyph {
-    u32 glyph;
-    u32 cluster;  // byte at which its characters start; never decreasing
-    i64 x;        // where it is drawn
-    i64 before;   // advances of all glyphs before it
-    i32 y;        // downward
-    bool unsafe;  // text cut before it would be shaped otherwise
-};
-
-struct ShapedText {
-    std::vector<ShapedGlyph> glyphs;
-    i64 width = 0;
-};
 
 // The script that the whole text has, Common when no character has one of its own, None when the
 // text is not simple in this font.
@@ -34,10 +18,6 @@ i64 SimpleWidth(const TextFont& font, std::string_view text, SimpleScript script
 // next call of a function of this file.
 const ShapedText& ShapeStart(const TextFont& font, std::string_view text, SimpleScript script,
                              i32 columns);
-
-// Shapes text[from, to), seen as the end of a text; clusters count from the text's start.
-void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
-               SimpleScript script, ShapedText& shaped);
 
 // The width of a text whose characters all have a script of their own, though not all the same:
 // a run for each. False when the text is another.

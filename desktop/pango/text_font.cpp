@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "desktop/pango/pairs.h"
-
 namespace moxi {
 
 namespace {

@@ -15,8 +15,6 @@
 
 namespace moxi {
 
-struct PairTable;  // pairs.h
-
 struct TextFont {
     u64 id;  // never used again for another font
     const Typeface* face;

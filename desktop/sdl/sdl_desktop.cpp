@@ -11,18 +11,21 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "desktop/common/date_time.h"
 #include "desktop/desktop.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/loop/run_loop.h"
-#include "desktop/sdl/loop/timers.h"
 #include "desktop/sdl/loop/watchdog.h"
 #include "desktop/sdl/services.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
@@ -87,7 +90,7 @@ static void ShutDown() {
         StopWatchdog();
     }
     const InsideDesktop inside;
-    ResetTimers();
+    StopTimers();
     StopUrlOpener();
     // SDL waits for ever for what the server says of a window that is lost.
     if (DisplayLoss() != Loss::None) return;
@@ -98,8 +101,11 @@ static void ShutDown() {
     SDL_Quit();
 }
 
-static TimerId StartTimer(u64 microseconds, void (*handler)()) {
-    return StartTimerAt(Nanoseconds(), microseconds, handler);
+// The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
+// may hang in the module already.
+static void ShowWindow() {
+    ShowGameWindow();
+    if (gameWindow != nullptr) StartWatchdog();
 }
 
 static std::vector<Screen> ScreensNow() {
@@ -107,7 +113,7 @@ static std::vector<Screen> ScreensNow() {
     return Screens();
 }
 
-bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
+bool StartSdlDesktop(std::string* error) {
     SetHints();
     UseUnicodeLocale();
     if (!SurvivesStart()) {
@@ -115,7 +121,6 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         return false;
     }
     StartUrlOpener([] {});
-    AskBeforeUrls(options.askBeforeUrls);
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         *error = std::string("no display: ") + SDL_GetError();
@@ -135,11 +140,10 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         StartX11Side();
     }
     BindGateToMainThread();
-    ResetTimers();
     ResetSdlKeyboard();
     ResetSdlMouse();
     StartScreens();
-    StartRunLoop(options.fullScreen);
+    StartRunLoop();
 
     desktop = {
         .runEventLoop = RunEventLoop,
@@ -149,8 +153,8 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .createWindow = CreateGameWindow,
         .setWindowTitle = SetGameWindowTitle,
         .setWindowIcon = SetGameWindowIcon,
-        .showWindow = ShowGameWindow,
-        .closeWindow = RequestClose,
+        .showWindow = ShowWindow,
+        .closeWindow = [] { closeRequested = true; },
         .minimizeWindow = MinimizeGameWindow,
         .windowFrame = GameWindowFrame,
         .setWindowFrame = SetGameWindowFrame,
@@ -162,7 +166,7 @@ bool StartSdlDesktop(const SdlOptions& options, std::string* error) {
         .screens = ScreensNow,
         .nanoseconds = Nanoseconds,
         .clockWasRead = [] {},
-        .localDateTime = LocalDateTime,
+        .localDateTime = [] { return DateOf(LocalParts()); },
         .startTimer = StartTimer,
         .stopTimer = StopTimer,
         .sleep = SleepWithRedraw,

@@ -4,29 +4,26 @@
 //
 //   gate.h       which thread may talk to SDL just now
 //   run_loop     events, queued work, redraws and timers, in turn
-//   timers       repeating timers with absolute deadlines
-//   window       the window, full screen, closing; geometry, geometry_tracker: what of it is told
+//   clock        the monotonic time
+//   game_window  its handle, title and icon
+//   window       geometry, full screen, closing; geometry, geometry_tracker: what of it is told
 //   view         redraw requests and the texture that is shown
 //   keyboard     keys, with scancodes (positions), key_text (characters) and layouts
 //   x11_side     what SDL does not ask the X server; wayland_side: the same of a compositor
 //   mouse        buttons, motion, wheel
 //   screens      screens and their changes, with x11_monitors
-//   services     clipboard, cursor, local time; url_opener: web addresses
+//   services     clipboard, cursor; url_opener: web addresses
 //   alert        the modal box that we draw ourselves
+//   turns        what the main thread notes down for the watchdog
 //   watchdog     keeps the window alive while the module is busy for seconds
 
 #include <string>
 
 namespace moxi {
 
-struct SdlOptions {
-    bool fullScreen = false;    // enter full screen right after launch
-    bool askBeforeUrls = true;  // before the first web address of the run is opened
-};
-
 // Connects to the display and fills `desktop`. Where no display can be reached it returns false,
 // sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
 // thread before any other thread exists.
-bool StartSdlDesktop(const SdlOptions& options, std::string* error);
+bool StartSdlDesktop(std::string* error);
 
 }  // namespace moxi

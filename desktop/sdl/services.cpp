@@ -3,15 +3,12 @@
 #include <SDL_clipboard.h>
 #include <SDL_mouse.h>
 #include <SDL_stdinc.h>
-#include <SDL_timer.h>
-
-#include <ctime>
 
 #include "desktop/sdl/input/x11_clipboard.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
@@ -21,13 +18,13 @@ static constinit SDL_Cursor* arrowCursor = nullptr;
 // What the user copies in other programs is no business of a game that plays in the background.
 // Wayland holds the same by itself.
 static bool HasKeyboard() {
-    return (SDL_GetWindowFlags(GameWindow()) & SDL_WINDOW_INPUT_FOCUS) != 0;
+    return (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_INPUT_FOCUS) != 0;
 }
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
     if (DisplayLoss() != Loss::None) return std::nullopt;
-    if (const unsigned long window = XWindow(GameWindow())) {
+    if (const unsigned long window = XWindow(gameWindow)) {
         // SDL takes no text in pieces, in which large ones come.
         bool own = false;
         std::optional<std::string> others = X11ClipboardText(window, HasKeyboard(), own);
@@ -61,22 +58,6 @@ void FreeCursors() {
         if (*cursor != nullptr) SDL_FreeCursor(*cursor);
         *cursor = nullptr;
     }
-}
-
-DateTime LocalDateTime() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    return {static_cast<u32>(local.tm_year + 1900), static_cast<u32>(local.tm_mon + 1),
-            static_cast<u32>(local.tm_mday),        static_cast<u32>(local.tm_hour),
-            static_cast<u32>(local.tm_min),         static_cast<u32>(local.tm_sec)};
-}
-
-u64 Nanoseconds() {
-    static const u64 frequency = SDL_GetPerformanceFrequency();
-    const u64 counter = SDL_GetPerformanceCounter();
-    // In two parts, so that nothing overflows.
-    return counter / frequency * 1'000'000'000 + counter % frequency * 1'000'000'000 / frequency;
 }
 
 }  // namespace moxi

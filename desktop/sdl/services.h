@@ -1,10 +1,10 @@
 #pragma once
-// Clipboard, cursor and the local time.
+// Clipboard and cursor.
 
 #include <optional>
 #include <string>
 
-#include "desktop/desktop.h"
+#include "base/types.h"
 
 namespace moxi {
 
@@ -12,7 +12,5 @@ std::optional<std::string> ClipboardText();
 void SetClipboardText(const std::string& utf8);
 void SetHandCursor(bool hand);
 void FreeCursors();
-DateTime LocalDateTime();
-u64 Nanoseconds();
 
 }  // namespace moxi

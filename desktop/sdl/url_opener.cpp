@@ -10,12 +10,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include "base/log.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/alert.h"
-#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/game_window.h"
 
 namespace moxi {
 
@@ -55,19 +55,13 @@ static pid_t OpenWithDesktop(char* url) {
     return child;
 }
 
-static u64 MonotonicNanoseconds() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<u64>(now.tv_sec) * 1'000'000'000 + static_cast<u64>(now.tv_nsec);
-}
-
 // One opening at a time. An opener that has become the browser itself runs on, and is not waited
 // for any longer.
 static void OpenAndWait(char* url) {
-    const u64 until = MonotonicNanoseconds() + kLongestOpening;
+    const u64 until = Nanoseconds() + kLongestOpening;
     const pid_t opener = OpenWithDesktop(url);
     if (opener < 0) return;
-    while (waitpid(opener, nullptr, WNOHANG) == 0 && MonotonicNanoseconds() < until) {
+    while (waitpid(opener, nullptr, WNOHANG) == 0 && Nanoseconds() < until) {
         usleep(20'000);
     }
 }
@@ -103,7 +97,7 @@ template <class Serve>
     confine();
     UrlRate rate;
     ServeUrls(connection, [&](const char* url) {
-        if (!IsOpenableUrl(url) || !rate.Take(MonotonicNanoseconds())) return;
+        if (!IsOpenableUrl(url) || !rate.Take(Nanoseconds())) return;
         // What the starter has no room for is not opened at all.
         send(ends[1], url, std::strlen(url), MSG_NOSIGNAL | MSG_DONTWAIT);
     });
@@ -241,7 +235,7 @@ static bool PlayerAgrees(const std::string& url) {
 void OpenUrl(const std::string& utf8) {
     static constinit UrlRate rate;
     if (!IsOpenableUrl(utf8)) return SystemLog("refused to open " + utf8);
-    if (!rate.Take(MonotonicNanoseconds())) {
+    if (!rate.Take(Nanoseconds())) {
         return SystemLog("refused to open " + utf8 + ": too many addresses in ten seconds");
     }
     if (!PlayerAgrees(utf8)) return SystemLog("not opened, as the player wishes: " + utf8);

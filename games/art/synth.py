@@ -9,6 +9,8 @@ import random
 import struct
 import wave
 
+from midi import pitch
+
 RATE = 44100
 PEAK = 0.5  # -6 dB
 
@@ -18,9 +20,7 @@ def silence(seconds):
 
 
 def hertz(name):
-    steps = {"C": 0, "D": 2, "E": 4, "F": 5, "G": 7, "A": 9, "B": 11}
-    key = 12 * (int(name[-1]) + 1) + steps[name[0]] + name.count("#") - name[1:].count("b")
-    return 440 * 2 ** ((key - 69) / 12)
+    return 440 * 2 ** ((pitch(name) - 69) / 12)
 
 
 def envelope(t, length, attack, curve):

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "base/mac_roman.h"
 #include "desktop/folders.h"
 #include "kit/debugger/commands.h"
 #include "kit/debugger/inspect.h"

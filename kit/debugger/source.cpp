@@ -125,10 +125,9 @@ FrameRegisters RegistersNow() {
 // LINK has saved R(14-n)..R13 below the locals.
 void Unwind(FrameRegisters& registers, u32 function, u32 fp) {
     const u32 link = Peek<u32>(function).value_or(0);
-    if ((link & 1023) != static_cast<u32>(Single::Link)) return;
-    const u32 count = link >> 10 & 15;
-    if (count > 14) return;
-    const u32 saved = fp - (link >> 14) - 8 * count;
+    const u32 count = SavedRegisters(link);
+    if (SingleOf(link) != Single::Link || count > 14) return;
+    const u32 saved = fp - LocalBytes(link) - 8 * count;
     for (u32 i = 0; i < count; ++i) registers.places[14 - count + i] = saved + 8 * i;
 }
 

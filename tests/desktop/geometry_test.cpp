@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "desktop/sdl/loop/timers.h"
+#include "desktop/common/rectangles.h"
+#include "desktop/common/timers.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 
 namespace moxi {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "desktop/pango/pango_engine.h"
+#include "desktop/pango/simple_text.h"
 #include "desktop/pango/text_font.h"
 
 namespace moxi {

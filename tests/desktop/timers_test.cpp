@@ -1,5 +1,5 @@
-// The main thread's repeating timers.
-#include "desktop/sdl/loop/timers.h"
+// The desktops' repeating timers.
+#include "desktop/common/timers.h"
 
 #include <gtest/gtest.h>
 
@@ -16,57 +16,62 @@ TEST(Timers, TheNextDeadlineKeepsThePhase) {
     EXPECT_EQ(NextDeadline(5000, 5000, 4000), 5000u);    // not due yet
 }
 
+Timers timers;
 u64 fakeNow = 0;
 std::string fired;
 
+bool Fire() {
+    return FireDueTimer(
+        timers, fakeNow, [] { return fakeNow; }, [](void (*handler)()) { handler(); });
+}
+
 TEST(Timers, FireInTheOrderOfTheirDeadlinesAndSkipWhatWasMissed) {
-    ResetTimers();
+    timers = {};
     fakeNow = 0;
     fired.clear();
-    const auto clock = [] { return fakeNow; };
-    StartTimerAt(0, 5, [] { fired += 'a'; });  // every 5,000 ns
-    StartTimerAt(0, 10, [] { fired += 'b'; });
-    EXPECT_FALSE(FireDueTimer(clock));
-    EXPECT_EQ(EarliestDeadline(), 5000u);
+    StartTimer(timers, 0, 5000, [] { fired += 'a'; });
+    StartTimer(timers, 0, 10000, [] { fired += 'b'; });
+    EXPECT_FALSE(Fire());
+    EXPECT_EQ(EarliestDeadline(timers), 5000u);
     fakeNow = 5000;
-    EXPECT_TRUE(FireDueTimer(clock));
-    EXPECT_FALSE(FireDueTimer(clock));
+    EXPECT_TRUE(Fire());
+    EXPECT_FALSE(Fire());
     fakeNow = 10000;  // both are due: the one that was started first comes first
-    EXPECT_TRUE(FireDueTimer(clock));
-    EXPECT_TRUE(FireDueTimer(clock));
-    EXPECT_FALSE(FireDueTimer(clock));
+    EXPECT_TRUE(Fire());
+    EXPECT_TRUE(Fire());
+    EXPECT_FALSE(Fire());
     EXPECT_EQ(fired, "aab");
     fakeNow = 41000;
-    while (FireDueTimer(clock)) {
+    while (Fire()) {
     }
     EXPECT_EQ(fired, "aabab");
-    EXPECT_EQ(EarliestDeadline(), 45000u);
-    ResetTimers();
+    EXPECT_EQ(EarliestDeadline(timers), 45000u);
+    timers = {};
 }
 
 TimerId ownTimer = 0;
 
 TEST(Timers, AHandlerMayStopItsOwnTimer) {
-    ResetTimers();
+    timers = {};
     fakeNow = 0;
     fired.clear();
-    ownTimer = StartTimerAt(0, 1, [] {
+    ownTimer = StartTimer(timers, 0, 1000, [] {
         fired += 'x';
-        StopTimer(ownTimer);
+        StopTimer(timers, ownTimer);
     });
     fakeNow = 1000;
-    EXPECT_TRUE(FireDueTimer([] { return fakeNow; }));
-    EXPECT_EQ(EarliestDeadline(), kNever);
-    StopTimer(0);
-    StopTimer(12345);
+    EXPECT_TRUE(Fire());
+    EXPECT_EQ(EarliestDeadline(timers), kNever);
+    StopTimer(timers, 0);
+    StopTimer(timers, 12345);
     EXPECT_EQ(fired, "x");
 }
 
-TEST(Timers, AnIntervalOfNothingIsOneMicrosecond) {
-    ResetTimers();
-    StartTimerAt(0, 0, [] {});
-    EXPECT_EQ(EarliestDeadline(), 1000u);
-    ResetTimers();
+TEST(Timers, AnIntervalOfNothingIsOne) {
+    timers = {};
+    StartTimer(timers, 0, 0, [] {});
+    EXPECT_EQ(EarliestDeadline(timers), 1u);
+    timers = {};
 }
 }  // namespace
 

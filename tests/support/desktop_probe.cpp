@@ -179,7 +179,7 @@ static void FillEvents() {
 [[noreturn]] static void RunProbe() {
     FillEvents();
     std::string error;
-    if (!StartSdlDesktop({}, &error)) {
+    if (!StartSdlDesktop(&error)) {
         ProbeLog("error " + error);
         _exit(1);
     }

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/mac_roman.h"
 #include "desktop/desktop.h"
 #include "tests/support/bench_run.h"
 #include "tests/support/vm_fixture.h"

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/utf8.h"
+
 namespace moxi {
 
 namespace mxasm {
@@ -208,7 +210,7 @@ void AppendSourceLine(std::string& out, const AssembleNote& note) {
         const char c = i - start < shown.size() ? shown[i - start] : ' ';
         if (c == '\t') {
             out += '\t';
-        } else if ((static_cast<u8>(c) & 0xC0) != 0x80) {
+        } else if (!IsContinuation(c)) {
             out += ' ';
         }
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/utf8.h"
 #include "desktop/events.h"
 #include "desktop/sdl/input/scancodes.h"
 #include "desktop/sdl/loop/gate.h"
@@ -20,25 +21,8 @@ static constinit std::optional<KeyPress> heldBack;
 static std::array<std::string, kKeys> pressedText;
 
 std::string Utf8(char32_t character) {
-    const u32 c = static_cast<u32>(character);
     std::string text;
-    const auto add = [&text](u32 byte) { text.push_back(static_cast<char>(byte)); };
-    if (c == 0 || c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) return text;
-    if (c < 0x80) {
-        add(c);
-    } else if (c < 0x800) {
-        add(0xC0 | c >> 6);
-        add(0x80 | (c & 63));
-    } else if (c < 0x10000) {
-        add(0xE0 | c >> 12);
-        add(0x80 | (c >> 6 & 63));
-        add(0x80 | (c & 63));
-    } else {
-        add(0xF0 | c >> 18);
-        add(0x80 | (c >> 12 & 63));
-        add(0x80 | (c >> 6 & 63));
-        add(0x80 | (c & 63));
-    }
+    if (character != 0) AppendUtf8(text, character);
     return text;
 }
 
@@ -74,11 +58,7 @@ std::vector<std::string> SplitText(const std::string& utf8, std::size_t limit) {
     std::size_t start = 0;
     while (start < utf8.size()) {
         std::size_t end = std::min(start + limit, utf8.size());
-        const auto continues = [&utf8](std::size_t at) {
-            return at < utf8.size() && (static_cast<unsigned char>(utf8[at]) & 0xC0) == 0x80;
-        };
-        std::size_t cut = end;
-        while (cut > start && continues(cut)) --cut;
+        const std::size_t cut = CharacterStart(utf8, end);
         if (cut > start) end = cut;  // else the text is no UTF-8, and any place is as good
         pieces.push_back(utf8.substr(start, end - start));
         start = end;

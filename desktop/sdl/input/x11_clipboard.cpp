@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/types.h"
+#include "base/utf8.h"
 
 namespace moxi {
 
@@ -121,11 +122,7 @@ static std::optional<std::string> TakeAs(xcb_atom_t selection, xcb_atom_t target
 
 static std::string FromLatin1(const std::string& text) {
     std::string utf8;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x80) utf8 += static_cast<char>(0xC0 | byte >> 6);
-        utf8 += static_cast<char>(byte >= 0x80 ? 0x80 | (byte & 63) : byte);
-    }
+    for (const char c : text) AppendUtf8(utf8, static_cast<u8>(c));
     return utf8;
 }
 

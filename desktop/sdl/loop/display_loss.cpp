@@ -2,9 +2,9 @@
 
 #include <atomic>
 
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/loop/clock.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
@@ -33,11 +33,11 @@ void WatchDisplay(SDL_Window* window) {
 
 void LookWhetherWindowExists() {
     SDL_Rect content;
-    if (loss == Loss::None) AskX11ForWindow(GameWindow(), content);
+    if (loss == Loss::None) AskX11ForWindow(gameWindow, content);
 }
 
 bool NoteLostWayland() {
-    if (!WaylandConnectionIsBroken(GameWindow())) return false;
+    if (!WaylandConnectionIsBroken(gameWindow)) return false;
     NoteLoss(Loss::Connection);
     return true;
 }

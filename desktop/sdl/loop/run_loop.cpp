@@ -10,16 +10,17 @@
 #include <thread>
 
 #include "base/log.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/key_text.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/timers.h"
-#include "desktop/sdl/loop/watchdog.h"
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/loop/turns.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
@@ -43,23 +44,17 @@ static constinit u32 wakeEvent = 0;
 static constinit u64 quietFrom = 0;
 static constinit u64 nextPumping = 0;  // at the latest
 
+static constinit Timers timers;  // in nanoseconds
 static constinit bool ended = false;
-static constinit bool closeRequested = false;
-static constinit bool enterFullScreen = false;
 
-void StartRunLoop(bool fullScreenAfterLaunch) {
+void StartRunLoop() {
     static std::deque<void (*)()> work;
     queuedWork = &work;
     wakeEvent = SDL_RegisterEvents(1);
-    enterFullScreen = fullScreenAfterLaunch;
 }
 
 void RequestTerminate() {
     quitRequest = QuitRequest::Made;
-}
-
-void RequestClose() {
-    closeRequested = true;
 }
 
 void QueueOnMain(void (*work)()) {
@@ -71,6 +66,18 @@ void QueueOnMain(void (*work)()) {
     SDL_Event wake{};
     wake.type = wakeEvent;
     SDL_PushEvent(&wake);
+}
+
+TimerId StartTimer(u64 microseconds, void (*handler)()) {
+    return StartTimer(timers, Nanoseconds(), std::max<u64>(microseconds, 1) * 1000, handler);
+}
+
+void StopTimer(TimerId timer) {
+    StopTimer(timers, timer);
+}
+
+void StopTimers() {
+    timers.running.clear();
 }
 
 static void RunOneQueued() {
@@ -153,7 +160,7 @@ static void ServeRequests() {
     if (DisplayLoss() != Loss::None) return EndWithoutWindow();
     if (closeRequested) {
         closeRequested = false;
-        if (GameWindow() != nullptr && Ask(desktopEvents.windowShouldClose)) {
+        if (gameWindow != nullptr && Ask(desktopEvents.windowShouldClose)) {
             Tell(desktopEvents.windowWillClose);
             DestroyGameWindow();
             // The last window ends the application. It is asked once more, but with the window
@@ -228,14 +235,13 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(), NextSettling());
+    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
 }
 
 void RunEventLoop() {
     const InsideDesktop inside;
     ended = false;
     Tell(desktopEvents.didFinishLaunching);
-    if (enterFullScreen && !IsFullScreen()) ToggleFullScreen();
     while (!ended) {
         NoteTurn();
         SDL_Event event;
@@ -252,7 +258,7 @@ void RunEventLoop() {
         // Timers stand still while the user drags the border: a module's ticks, which nobody takes
         // from the queue meanwhile, would fill it before the new size, and in the end keep that
         // out.
-        if (!IsInLiveResize()) FireDueTimer(Nanoseconds);
+        if (!IsInLiveResize()) FireDueTimer(timers, Nanoseconds(), Nanoseconds, Tell<void>);
     }
 }
 

@@ -1,17 +1,20 @@
 #pragma once
 // The main thread's turns: events, queued work, the waiting redraw, due timers.
 
-#include "base/types.h"
+#include "desktop/desktop.h"
 
 namespace moxi {
 
 // Functions of the desktop record.
 void RunEventLoop();
 void RequestTerminate();
-void RequestClose();
 void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
+TimerId StartTimer(u64 microseconds, void (*handler)());
+void StopTimer(TimerId timer);
 
-void StartRunLoop(bool fullScreenAfterLaunch);
+void StartRunLoop();
+// No timer fires any more.
+void StopTimers();
 
 }  // namespace moxi

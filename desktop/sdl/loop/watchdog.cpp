@@ -14,12 +14,13 @@
 #include "base/log.h"
 #include "desktop/events.h"
 #include "desktop/quit_request.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/alert.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/view.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
@@ -38,31 +39,10 @@ static std::mutex stopLock;
 static std::condition_variable stopChange;
 static constinit std::atomic<bool> stopping = false;
 
-static constinit std::atomic<u64> lastPumping = 0;
-static constinit std::atomic<u64> lastTurn = 0;
 namespace {
 enum class ForcedEnd { No, Wanted, Taken, Refused };
 }  // namespace
 static constinit std::atomic<ForcedEnd> forcedEnd = ForcedEnd::No;
-static constinit std::atomic<u64> questionSince = 0;  // 0: nothing is being asked
-
-void NotePumping() {
-    lastPumping = Nanoseconds();
-}
-
-void NoteTurn() {
-    const u64 now = Nanoseconds();
-    lastPumping = now;
-    lastTurn = now;
-}
-
-void NoteQuestion() {
-    questionSince = Nanoseconds();
-}
-
-void NoteAnswer() {
-    questionSince = 0;
-}
 
 namespace {
 // What waits in SDL's queue.
@@ -99,7 +79,7 @@ static Waiting LookAtQueue() {
 static u64 turnAtBox = 0;
 
 static bool IsTurningAgain() {
-    return lastTurn != turnAtBox;
+    return LastTurn() != turnAtBox;
 }
 
 // Work that never ends by itself asks whether it has been ended, and then the main thread ends the
@@ -126,7 +106,7 @@ bool EndIsForced() {
 }
 
 static void OfferToEnd() {
-    turnAtBox = lastTurn;
+    turnAtBox = LastTurn();
     const std::string name = GameWindowTitle()[0] != '\0' ? GameWindowTitle() : "MOXI";
     const BoxText text = {name,
                           name +
@@ -143,24 +123,25 @@ static void Watch(Request& request) {
     const u64 now = Nanoseconds();
     if (DisplayLoss() != Loss::None) {
         // There is no window left to ask in. The application gets the same time to come back.
-        if (now - DisplayLossTime() < kPatienceNanoseconds || now - lastTurn < kPatienceNanoseconds)
+        if (now - DisplayLossTime() < kPatienceNanoseconds ||
+            now - LastTurn() < kPatienceNanoseconds)
             return;
         SystemLog("ended while it did not answer, with its window gone");
         desktopEvents.willEndByForce();
         _exit(1);
     }
-    if (now - lastPumping < kBusyNanoseconds && now - lastTurn < kPatienceNanoseconds) return;
+    if (now - LastPumping() < kBusyNanoseconds && now - LastTurn() < kPatienceNanoseconds) return;
     if (!TryLockGate()) return;  // the main thread is here itself, and well
     SDL_PumpEvents();
     const Waiting waiting = LookAtQueue();
     if (waiting.exposed) ShowViewFromOtherThread();
     if (waiting.closeRequests < request.count) request = {};  // they have been taken
     if (waiting.closeRequests > request.count) request = {waiting.closeRequests, now, 0};
-    const u64 question = questionSince;
+    const u64 question = QuestionSince();
     const bool isOverdue = request.since != 0 && now - request.since > kPatienceNanoseconds;
     const bool isStuck = question != 0 && question != request.question && now > question &&
                          now - question > kPatienceNanoseconds;
-    if ((isOverdue || isStuck) && now - lastTurn > kPatienceNanoseconds) {
+    if ((isOverdue || isStuck) && now - LastTurn() > kPatienceNanoseconds) {
         OfferToEnd();
         // The user will say when there is too much waiting: with another request to close.
         request.since = 0;

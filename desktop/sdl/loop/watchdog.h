@@ -12,14 +12,7 @@ namespace moxi {
 void StartWatchdog();  // main thread; nothing when it runs already
 void StopWatchdog();   // main thread, outside the gate
 
-// Main thread: it has just taken events off the wire itself.
-void NotePumping();
-// Main thread: events are being handled again, so nothing waits unanswered.
-void NoteTurn();
 // Function of the desktop record: true once the user has chosen to end the program.
 bool EndIsForced();
-// Main thread, around the question whether it may close.
-void NoteQuestion();
-void NoteAnswer();
 
 }  // namespace moxi

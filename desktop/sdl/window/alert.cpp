@@ -8,13 +8,13 @@
 #include "desktop/quit_request.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/watchdog.h"
+#include "desktop/sdl/loop/turns.h"
 #include "desktop/sdl/window/box_layout.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
 #include "desktop/sdl/window/wayland_side.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
@@ -79,14 +79,14 @@ static void GiveKeyboard(SDL_Window* window) {
 static SDL_Point PlaceInGameWindow(const Box& box) {
     int width = 0;
     int height = 0;
-    SDL_GetWindowSize(GameWindow(), &width, &height);
+    SDL_GetWindowSize(gameWindow, &width, &height);
     return {(width - box.layout.width) / 2, (height - box.layout.height) / 2};
 }
 
 // On Wayland a window cannot ask for the keyboard, and there are compositors that give it to nobody
 // when a box goes away that had it. A box in the game's own window takes it from nobody.
 static bool OpenBoxInGameWindow(Box& box) {
-    SDL_Window* const game = GameWindow();
+    SDL_Window* const game = gameWindow;
     if (game == nullptr || (SDL_GetWindowFlags(game) & SDL_WINDOW_SHOWN) == 0) return false;
     int width = 0;
     int height = 0;
@@ -103,7 +103,7 @@ static bool OpenBoxInGameWindow(Box& box) {
 }
 
 static bool OpenBoxWindow(Box& box) {
-    SDL_Window* parent = GameWindow();
+    SDL_Window* parent = gameWindow;
     SDL_Rect usable = {0, 0, 640, 400};
     const int display = parent != nullptr ? std::max(SDL_GetWindowDisplayIndex(parent), 0) : 0;
     SDL_GetDisplayUsableBounds(display, &usable);
@@ -242,7 +242,7 @@ static void CloseBox(Box& box) {
     const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
     SDL_DestroyWindow(box.window);
     // Not every desktop gives it back by itself.
-    if (hadKeyboard && GameWindow() != nullptr) GiveKeyboard(GameWindow());
+    if (hadKeyboard && gameWindow != nullptr) GiveKeyboard(gameWindow);
 }
 
 // Events that the box has kept for the game, among them one that asks it to end.

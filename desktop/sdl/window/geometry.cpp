@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "desktop/common/rectangles.h"
+
 namespace moxi {
 
 WindowFrame FromArea(const Area& area, const Area& mainScreen) {
@@ -25,28 +27,6 @@ Area WithBorders(const Area& content, const Borders& borders) {
     return {content.x - borders.left, content.y - borders.top,
             content.width + borders.left + borders.right,
             content.height + borders.top + borders.bottom};
-}
-
-static bool IsEmpty(const ViewRect& rect) {
-    return !(rect.width > 0 && rect.height > 0);
-}
-
-ViewRect Joined(const ViewRect& a, const ViewRect& b) {
-    if (IsEmpty(a)) return b;
-    if (IsEmpty(b)) return a;
-    const double left = std::min(a.x, b.x);
-    const double bottom = std::min(a.y, b.y);
-    const double right = std::max(a.x + a.width, b.x + b.width);
-    const double top = std::max(a.y + a.height, b.y + b.height);
-    return {left, bottom, right - left, top - bottom};
-}
-
-ViewRect Clipped(const ViewRect& rect, ViewSize view) {
-    const double left = std::max(rect.x, 0.0);
-    const double bottom = std::max(rect.y, 0.0);
-    const double right = std::min(rect.x + rect.width, static_cast<double>(view.width));
-    const double top = std::min(rect.y + rect.height, static_cast<double>(view.height));
-    return {left, bottom, std::max(right - left, 0.0), std::max(top - bottom, 0.0)};
 }
 
 Area TouchedPixels(const ViewRect& rect, ViewSize view) {

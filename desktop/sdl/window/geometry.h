@@ -33,10 +33,6 @@ Area ToArea(const WindowFrame& frame, const Area& mainScreen);
 Area WithoutBorders(const Area& frame, const Borders& borders);
 Area WithBorders(const Area& content, const Borders& borders);
 
-// Both rectangles in one; an empty one adds nothing.
-ViewRect Joined(const ViewRect& a, const ViewRect& b);
-// What of `rect` lies in the view; width or height is 0 when nothing does.
-ViewRect Clipped(const ViewRect& rect, ViewSize view);
 // The pixels, rows top first, that `rect` touches, even in part; never outside the view.
 Area TouchedPixels(const ViewRect& rect, ViewSize view);
 

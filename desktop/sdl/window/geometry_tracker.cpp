@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "desktop/sdl/loop/timers.h"
+#include "desktop/common/timers.h"
 
 namespace moxi {
 

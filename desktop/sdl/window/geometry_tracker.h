@@ -40,7 +40,7 @@ GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now)
 void HoldNews(GeometryTracker& tracker, u64 now);
 // The desktop shows `actual`. Answers what is news, and `known` then holds it.
 GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now);
-// When ObserveGeometry is to be called again without a report; kNever (timers.h) for never.
+// When ObserveGeometry is to be called again without a report; kNever (common/timers.h) for never.
 u64 NextObservation(const GeometryTracker& tracker);
 
 // Where the window manager has the window, as of one moment.
@@ -70,6 +70,6 @@ constexpr u64 kFrameLookNanoseconds = 5'000'000;
 // NextFrameLook or earlier.
 bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
                      const Area& reported, u64 now);
-// kNever (timers.h) when no change is under way.
+// kNever (common/timers.h) when no change is under way.
 u64 NextFrameLook(const FrameWatch& watch);
 }  // namespace moxi

@@ -3,10 +3,10 @@
 #include <SDL_video.h>
 
 #include "desktop/events.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/services.h"
-#include "desktop/sdl/window/window.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/x11_monitors.h"
 
 namespace moxi {
@@ -82,7 +82,7 @@ void TellScreenChanges() {
     nextLook = now + kLookNanoseconds;
     LookWhetherWindowExists();
     std::vector<Area> seen;
-    for (const Monitor& monitor : X11Monitors(GameWindow())) {
+    for (const Monitor& monitor : X11Monitors(gameWindow)) {
         seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
     }
     if (!seen.empty()) {

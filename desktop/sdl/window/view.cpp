@@ -7,16 +7,17 @@
 #include <utility>
 #include <vector>
 
+#include "desktop/common/rectangles.h"
 #include "desktop/events.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/geometry.h"
-#include "desktop/sdl/window/window.h"
 
 namespace moxi {
 
 constexpr u32 kViewFormat = SDL_PIXELFORMAT_XBGR8888;  // in memory R, G, B, unused
 
 static constinit SDL_Window* window = nullptr;
+static constinit ViewSize viewSize;   // as the application knows it
 static constinit ViewRect requested;  // empty when nothing is
 static constinit Area newPixels;      // drawn and not yet shown; empty when width is 0
 
@@ -29,8 +30,9 @@ static constinit SDL_Renderer* renderer = nullptr;
 static constinit SDL_Texture* texture = nullptr;  // the whole view
 static constinit ViewSize textureSize;
 
-bool StartView(SDL_Window* shownIn) {
+bool StartView(SDL_Window* shownIn, ViewSize size) {
     window = shownIn;
+    viewSize = size;
     hasSurface = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
     if (hasSurface) return true;
     // Never with vertical sync: presenting would halt the event loop for up to a frame.
@@ -60,18 +62,22 @@ void RequestRedraw(ViewRect rect) {
 }
 
 void RequestWholeRedraw() {
-    const ViewSize size = CurrentViewSize();
-    RequestRedraw({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)});
+    RequestRedraw(WholeView(viewSize));
+}
+
+void ResizeView(ViewSize size) {
+    viewSize = size;
+    RequestWholeRedraw();
 }
 
 bool RedrawIsWaiting() {
-    return (requested.width > 0 && requested.height > 0) || newPixels.width > 0;
+    return !IsEmpty(requested) || newPixels.width > 0;
 }
 
 bool ServeRedraw() {
-    const ViewRect rect = Clipped(requested, CurrentViewSize());
+    const ViewRect rect = Clipped(requested, viewSize);
     requested = {};
-    if (rect.width <= 0 || rect.height <= 0) return false;
+    if (IsEmpty(rect)) return false;
     Tell(desktopEvents.drawRect, rect);
     ShowNewPixels();
     return true;
@@ -99,7 +105,7 @@ static void DrawOnSurface(const u8* pixels, int pitch, const Area& area) {
 // --- The texture, of the view's size; white where nothing has been drawn.
 
 static bool PrepareTexture() {
-    const ViewSize size = CurrentViewSize();
+    const ViewSize size = viewSize;
     if (renderer == nullptr || size.width <= 0 || size.height <= 0) return false;
     if (texture != nullptr && textureSize.width == size.width &&
         textureSize.height == size.height) {

@@ -9,12 +9,15 @@
 
 namespace moxi {
 
-// Prepares showing pixels in `window`, which must outlive it. False when there is no way to.
-bool StartView(SDL_Window* window);
+// Prepares showing pixels in `window`, which must outlive it, in a view of this size. False when
+// there is no way to.
+bool StartView(SDL_Window* window, ViewSize size);
 void StopView();
 
 void RequestRedraw(ViewRect rect);
 void RequestWholeRedraw();
+// The view has this size from now on, and is to be drawn anew.
+void ResizeView(ViewSize size);
 bool RedrawIsWaiting();
 // Has the application draw what was requested, and shows it; false when nothing waits.
 bool ServeRedraw();

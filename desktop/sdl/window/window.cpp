@@ -2,7 +2,6 @@
 
 #include <SDL_keyboard.h>
 #include <SDL_mouse.h>
-#include <glib.h>
 
 #include <algorithm>
 #include <string>
@@ -10,15 +9,16 @@
 #include <utility>
 
 #include "base/log.h"
+#include "desktop/common/rectangles.h"
+#include "desktop/common/timers.h"
 #include "desktop/events.h"
+#include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
-#include "desktop/sdl/loop/run_loop.h"
-#include "desktop/sdl/loop/timers.h"
-#include "desktop/sdl/loop/watchdog.h"
-#include "desktop/sdl/services.h"
+#include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 #include "desktop/sdl/window/native_display.h"
 #include "desktop/sdl/window/screens.h"
@@ -30,11 +30,8 @@ namespace moxi {
 
 // How long a window manager may take to bring a window back from full screen before we place it.
 constexpr u64 kLeavingNanoseconds = 200'000'000;
-constexpr i32 kLargestSize = 32767;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
-static constinit SDL_Window* window = nullptr;
-static std::string title;
 static constinit GeometryTracker tracker;  // content area
 static constinit Borders borders;          // all 0 where the desktop does not tell
 static constinit FrameWatch frames;
@@ -55,18 +52,6 @@ static constinit Borders windowedBorders;
 static constinit bool liveResize = false;
 static constinit u64 nextLiveLook = 0;
 
-SDL_Window* GameWindow() {
-    return window;
-}
-
-const char* GameWindowTitle() {
-    return title.c_str();
-}
-
-bool IsGameWindow(u32 sdlWindowId) {
-    return window != nullptr && SDL_GetWindowID(window) == sdlWindowId;
-}
-
 ViewSize CurrentViewSize() {
     return {tracker.known.width, tracker.known.height};
 }
@@ -82,8 +67,8 @@ WindowFrame GameWindowFrame() {
 
 static Area ActualContent() {
     Area area;
-    SDL_GetWindowPosition(window, &area.x, &area.y);
-    SDL_GetWindowSize(window, &area.width, &area.height);
+    SDL_GetWindowPosition(gameWindow, &area.x, &area.y);
+    SDL_GetWindowSize(gameWindow, &area.width, &area.height);
     if (!positionsExist) {
         // The bottom-left corner stays where the application believes it to be.
         area.x = tracker.known.x;
@@ -96,13 +81,13 @@ static Area ActualContent() {
 // about while it shows or hides it, and tells only when it has finished.
 static Area ContentOnServer() {
     SDL_Rect content;
-    if (!AskX11ForWindow(window, content)) return ActualContent();
+    if (!AskX11ForWindow(gameWindow, content)) return ActualContent();
     return {content.x, content.y, content.w, content.h};
 }
 
 static bool AskForPlacement(Placement& placement) {
     X11Placement asked;
-    if (!AskX11ForPlacement(XWindow(window), asked)) return false;
+    if (!AskX11ForPlacement(XWindow(gameWindow), asked)) return false;
     const auto [x, y, width, height] = asked.content;
     const auto [outerX, outerY, outerWidth, outerHeight] = asked.frame;
     const auto [left, right, top, bottom] = asked.borders;
@@ -120,7 +105,7 @@ static bool TakeBorders(const Borders& now) {
 }
 
 static void TellChange(const GeometryChange& change) {
-    if (change.resized) RequestWholeRedraw();
+    if (change.resized) ResizeView(CurrentViewSize());
     if (change.moved) Tell(desktopEvents.windowDidMove);
     if (!change.resized) return;
     Tell(desktopEvents.viewFrameDidChange);
@@ -129,51 +114,29 @@ static void TellChange(const GeometryChange& change) {
 
 void CreateGameWindow(WindowFrame content) {
     const InsideDesktop inside;
-    if (window != nullptr) return;
+    if (gameWindow != nullptr) return;
     tracker = {};
     tracker.known = ToArea(content, MainScreenArea());
     borders = {};
     positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
-    window = SDL_CreateWindow(title.c_str(), tracker.known.x, tracker.known.y, tracker.known.width,
-                              tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
-    if (window == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
-    NameX11Window(window, title.c_str());
-    WatchDisplay(window);
-    StartWaylandSide(window);
-    if (!StartView(window)) SystemLog(std::string("no renderer: ") + SDL_GetError());
-}
-
-void SetGameWindowTitle(const char* utf8) {
-    const InsideDesktop inside;
-    // Bytes that are no characters would keep the whole title from being set.
-    char* valid = g_utf8_make_valid(utf8, -1);
-    title = valid;
-    g_free(valid);
-    if (window == nullptr) return;
-    SDL_SetWindowTitle(window, title.c_str());
-    NameX11Window(window, title.c_str());
-}
-
-void SetGameWindowIcon(const u8* pixels, u32 width, u32 height) {
-    const InsideDesktop inside;
-    if (window == nullptr) return;
-    // SDL only reads the pixels.
-    SDL_Surface* const icon = SDL_CreateRGBSurfaceWithFormatFrom(
-        const_cast<u8*>(pixels), static_cast<int>(width), static_cast<int>(height), 32,
-        static_cast<int>(width) * 4, SDL_PIXELFORMAT_RGBA32);
-    if (icon == nullptr) return;
-    SDL_SetWindowIcon(window, icon);
-    SDL_FreeSurface(icon);
+    gameWindow =
+        SDL_CreateWindow(GameWindowTitle(), tracker.known.x, tracker.known.y, tracker.known.width,
+                         tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    if (gameWindow == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    NameX11Window(gameWindow, GameWindowTitle());
+    WatchDisplay(gameWindow);
+    StartWaylandSide(gameWindow);
+    if (!StartView(gameWindow, CurrentViewSize()))
+        SystemLog(std::string("no renderer: ") + SDL_GetError());
 }
 
 void ShowGameWindow() {
     const InsideDesktop inside;
-    if (window == nullptr) return;
-    SDL_ShowWindow(window);
-    SDL_RaiseWindow(window);
+    if (gameWindow == nullptr) return;
+    SDL_ShowWindow(gameWindow);
+    SDL_RaiseWindow(gameWindow);
     if (shown) return;
     shown = true;
-    StartWatchdog();
     Placement placement;
     if (AskForPlacement(placement)) TakeBorders(placement.borders);
     // Window managers put the frame where the content should be.
@@ -184,14 +147,12 @@ void ShowGameWindow() {
 
 void MinimizeGameWindow() {
     const InsideDesktop inside;
-    if (window != nullptr) SDL_MinimizeWindow(window);
+    if (gameWindow != nullptr) SDL_MinimizeWindow(gameWindow);
 }
 
 void SetGameWindowFrame(WindowFrame frame) {
     const InsideDesktop inside;
-    frame.width = std::clamp(frame.width, 1, kLargestSize);
-    frame.height = std::clamp(frame.height, 1, kLargestSize);
-    const Area area = ToArea(frame, MainScreenArea());
+    const Area area = ToArea(WithinLimits(frame), MainScreenArea());
     if (fullScreen) {
         windowedContent = WithoutBorders(area, windowedBorders);
         return;
@@ -205,24 +166,24 @@ void SetGameWindowFrame(WindowFrame frame) {
 
 static void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillEnterFullScreen);
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     windowedContent = tracker.known;
     windowedBorders = borders;
     fullScreen = true;
     owed = false;
     borders = {};
-    const Area screen = ScreenAreaOf(window);
-    if (byUs) SDL_SetWindowFullscreen(window, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    const Area screen = ScreenAreaOf(gameWindow);
+    if (byUs) SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
     TellChange(AskGeometry(tracker, screen, Nanoseconds()));
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
 
 static void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillExitFullScreen);
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     fullScreen = false;
     borders = windowedBorders;
-    if (byUs) SDL_SetWindowFullscreen(window, 0);
+    if (byUs) SDL_SetWindowFullscreen(gameWindow, 0);
     const u64 now = Nanoseconds();
     owed = true;
     owedFrom = now + kLeavingNanoseconds;
@@ -232,7 +193,7 @@ static void LeaveFullScreen(bool byUs) {
 
 void ToggleFullScreen() {
     const InsideDesktop inside;
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     if (fullScreen) {
         LeaveFullScreen(true);
     } else {
@@ -248,12 +209,12 @@ static void GiveWhatIsOwed() {
     const Area actual = ActualContent();
     const Area& wanted = tracker.known;
     if (actual == wanted) return;
-    if ((SDL_GetWindowFlags(window) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(window);
+    if ((SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(gameWindow);
     if (actual.width != wanted.width || actual.height != wanted.height) {
-        SDL_SetWindowSize(window, wanted.width, wanted.height);
+        SDL_SetWindowSize(gameWindow, wanted.width, wanted.height);
     }
     if (actual.x != wanted.x || actual.y != wanted.y) {
-        SDL_SetWindowPosition(window, wanted.x, wanted.y);
+        SDL_SetWindowPosition(gameWindow, wanted.x, wanted.y);
     }
     HoldNews(tracker, Nanoseconds());
 }
@@ -281,14 +242,14 @@ static void WatchLiveResize(u64 now) {
 // hears of no change.
 static void MakeSdlBelieve(const Area& actual) {
     Area believed;
-    SDL_GetWindowPosition(window, &believed.x, &believed.y);
-    SDL_GetWindowSize(window, &believed.width, &believed.height);
+    SDL_GetWindowPosition(gameWindow, &believed.x, &believed.y);
+    SDL_GetWindowSize(gameWindow, &believed.width, &believed.height);
     if (believed == actual) return;
     if (believed.width != actual.width || believed.height != actual.height) {
-        SDL_SetWindowSize(window, actual.width, actual.height);
+        SDL_SetWindowSize(gameWindow, actual.width, actual.height);
     }
     if (positionsExist && (believed.x != actual.x || believed.y != actual.y)) {
-        SDL_SetWindowPosition(window, actual.x, actual.y);
+        SDL_SetWindowPosition(gameWindow, actual.x, actual.y);
     }
     RequestWholeRedraw();
 }
@@ -296,7 +257,7 @@ static void MakeSdlBelieve(const Area& actual) {
 static void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) return;
-    const bool isFullScreen = (SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN) != 0;
+    const bool isFullScreen = (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     if (isFullScreen != fullScreen) {
         if (isFullScreen) {
             EnterFullScreen(false);
@@ -342,16 +303,16 @@ static u64 NextLook() {
 }
 
 void SettleWindow() {
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     const u64 now = Nanoseconds();
     if (owed && now >= owedFrom) GiveWhatIsOwed();
     reported = X11BordersMayDiffer() || reported;
     if (!owed && (reported || now >= NextLook())) LookAtWindow(now);
-    if (window != nullptr) WatchLiveResize(now);
+    if (gameWindow != nullptr) WatchLiveResize(now);
 }
 
 u64 NextSettling() {
-    if (window == nullptr) return kNever;
+    if (gameWindow == nullptr) return kNever;
     u64 next = NextLook();
     if (owed) next = std::min(next, owedFrom);
     if (liveResize) next = std::min(next, nextLiveLook);
@@ -395,20 +356,20 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
             ReleaseHeldKeys();
             ReleaseHeldButtons();
             break;
-        case SDL_WINDOWEVENT_CLOSE: RequestClose(); break;
+        case SDL_WINDOWEVENT_CLOSE: closeRequested = true; break;
         default: break;
     }
 }
 
 void DestroyGameWindow() {
-    if (window == nullptr) return;
+    if (gameWindow == nullptr) return;
     StopView();
-    SDL_DestroyWindow(window);
+    SDL_DestroyWindow(gameWindow);
     ForgetGameWindow();
 }
 
 void ForgetGameWindow() {
-    window = nullptr;
+    gameWindow = nullptr;
     frames = {};
     owed = reported = shown = miniaturized = liveResize = fullScreen = false;
 }

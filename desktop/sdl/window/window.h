@@ -1,5 +1,5 @@
 #pragma once
-// The one window: geometry, full screen, minimising, closing.
+// The one window (game_window.h): geometry, full screen, minimising, closing.
 
 #include <SDL_events.h>
 
@@ -10,8 +10,6 @@ namespace moxi {
 
 // Functions of the desktop record.
 void CreateGameWindow(WindowFrame content);
-void SetGameWindowTitle(const char* utf8);
-void SetGameWindowIcon(const u8* pixels, u32 width, u32 height);
 void ShowGameWindow();
 void MinimizeGameWindow();
 WindowFrame GameWindowFrame();
@@ -21,10 +19,6 @@ bool IsFullScreen();
 // Between windowWillStartLiveResize and windowDidEndLiveResize.
 bool IsInLiveResize();
 void ToggleFullScreen();
-
-SDL_Window* GameWindow();  // null before it is made and after it has been closed
-const char* GameWindowTitle();
-bool IsGameWindow(u32 sdlWindowId);
 
 void HandleWindowEvent(const SDL_WindowEvent& event);
 // Gives the desktop what the application asked for, tells the application what the desktop did.

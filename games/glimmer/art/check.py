@@ -2,12 +2,12 @@
 import filecmp
 import os
 import struct
-import subprocess
 import sys
 import tempfile
 import unittest
-import wave
 import zlib
+
+import checks
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 RESOURCES = os.path.join(HERE, "..", "resources")
@@ -253,37 +253,27 @@ class Music(unittest.TestCase):
             self.assertTrue(least <= seconds <= most, (name, seconds))
 
 
-class Sounds(unittest.TestCase):
+class Sounds(checks.SoundsCase):
     def test_sounds_have_their_form_their_level_and_silent_ends(self):
         names = sorted(os.listdir(os.path.join(RESOURCES, "SOUNDS")))
         self.assertEqual(names, sorted(name + ".WAV" for name in SOUNDS))
         for name, seconds in SOUNDS.items():
-            with wave.open(os.path.join(RESOURCES, "SOUNDS", name + ".WAV")) as file:
-                form = (file.getnchannels(), file.getsampwidth(), file.getframerate())
-                count = file.getnframes()
-                samples = struct.unpack("<%dh" % count, file.readframes(count))
-            self.assertEqual(form, (1, 2, 44100), name)
-            self.assertAlmostEqual(count / 44100, seconds, delta=.001, msg=name)
-            # Between a quarter and a half of full scale.
-            self.assertTrue(8191 <= max(map(abs, samples)) <= 16384, name)
-            self.assertEqual((samples[0], samples[-1]), (0, 0), name)
+            samples = self.check_sound(os.path.join(RESOURCES, "SOUNDS", name + ".WAV"))
+            self.assertAlmostEqual(len(samples) / 44100, seconds, delta=.001, msg=name)
 
 
 class Rerun(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
-        places = {"ART_" + kind: os.path.join(cls.folder.name, kind) for kind in ("PICTURES", "MUSIC", "SOUNDS")}
-        parts = [subprocess.Popen([os.path.join(HERE, "make"), part], env={**os.environ, **places})
-                 for part in ("pictures", "music", "sounds")]
-        cls.status = [part.wait() for part in parts]
+        cls.made = checks.rerun(HERE, cls.folder.name, ("PICTURES", "MUSIC", "SOUNDS"))
 
     @classmethod
     def tearDownClass(cls):
         cls.folder.cleanup()
 
     def test_a_rerun_gives_the_same_music_and_sounds(self):
-        self.assertEqual(self.status, [0, 0, 0])
+        self.assertTrue(self.made)
         for kind in ("MUSIC", "SOUNDS"):
             for name in os.listdir(os.path.join(RESOURCES, kind)):
                 old = os.path.join(RESOURCES, kind, name)

@@ -2,10 +2,10 @@
 import filecmp
 import os
 import struct
-import subprocess
 import tempfile
 import unittest
-import wave
+
+import checks
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 RESOURCES = os.path.join(HERE, "..", "resources")
@@ -24,7 +24,7 @@ def names(kind):
     return sorted(os.listdir(os.path.join(RESOURCES, kind)))
 
 
-class Files(unittest.TestCase):
+class Files(checks.SoundsCase):
     def test_every_picture_is_there_in_its_size_and_no_other(self):
         self.assertEqual(names("PICTURES"), sorted(name + ".PNG" for name in SIZES))
         for name, size in SIZES.items():
@@ -40,12 +40,7 @@ class Files(unittest.TestCase):
 
     def test_sounds_have_their_form_their_level_and_silent_ends(self):
         for name in SOUNDS:
-            with wave.open(os.path.join(RESOURCES, "SOUNDS", name + ".WAV")) as file:
-                self.assertEqual((file.getnchannels(), file.getsampwidth(), file.getframerate()), (1, 2, 44100), name)
-                count = file.getnframes()
-                samples = struct.unpack("<%dh" % count, file.readframes(count))
-            self.assertTrue(8191 <= max(map(abs, samples)) <= 16384, name)
-            self.assertEqual((samples[0], samples[-1]), (0, 0), name)
+            self.check_sound(os.path.join(RESOURCES, "SOUNDS", name + ".WAV"))
 
     def test_levels_have_one_start_one_cup_and_three_leaves(self):
         for name in ("1.TXT", "2.TXT", "3.TXT", "4.TXT"):
@@ -59,10 +54,7 @@ class Rerun(unittest.TestCase):
     def test_a_rerun_gives_the_same_files(self):
         with tempfile.TemporaryDirectory() as folder:
             kinds = ("PICTURES", "MUSIC", "SOUNDS", "LEVELS")
-            places = {"ART_" + kind: os.path.join(folder, kind) for kind in kinds}
-            parts = [subprocess.Popen([os.path.join(HERE, "make"), kind.lower()], env={**os.environ, **places})
-                     for kind in kinds]
-            self.assertEqual([part.wait() for part in parts], [0, 0, 0, 0])
+            self.assertTrue(checks.rerun(HERE, folder, kinds))
             for kind in kinds:
                 old, new = os.path.join(RESOURCES, kind), os.path.join(folder, kind)
                 same, different, failed = filecmp.cmpfiles(old, new, os.listdir(old), shallow=False)

@@ -202,8 +202,6 @@ def write_marks():
         cell.text(0, 0, HEART, colours)
         cells.append(cell)
     sheet(cells, 2).save("HEARTS")
-    small = Grid(24, 16)
-    small.text(0, 1, SUGAR, {"k": INK, "w": "#ffffff", "v": "#f2f6fa", "g": "#a9bcd0", "s": "#cfdae6"})
     # A leaf that was not found, for lists.
     grey = Grid(16, 16)
     grey.text(1, 1, LEAF, {"k": INK, "G": "#4a4058", "g": "#443a52", "d": "#3a3146", "Y": "#5d526c", "y": "#3a3146"})

@@ -1,0 +1,40 @@
+#pragma once
+// Repeating timers with absolute deadlines. Times are in whatever unit the desktop keeps its own
+// in.
+
+#include <vector>
+
+#include "desktop/desktop.h"
+
+namespace moxi {
+
+constexpr u64 kNever = ~u64{0};  // a time that does not come
+
+struct Timers {
+    struct Timer {
+        TimerId id;
+        u64 interval;
+        u64 due;
+        void (*handler)();
+    };
+
+    std::vector<Timer> running;
+    TimerId newest = 0;
+};
+
+// The first point of the phase that `due` lies on which is later than `now`.
+u64 NextDeadline(u64 due, u64 interval, u64 now);
+
+// `now` is the time of the start; the first firing is due one interval later. No interval is taken
+// for one of 1.
+TimerId StartTimer(Timers& timers, u64 now, u64 interval, void (*handler)());
+void StopTimer(Timers& timers, TimerId timer);  // 0 and unknown timers are ignored
+
+// Deadline of the timer that is due first, kNever when there is none.
+u64 EarliestDeadline(const Timers& timers);
+// Hands the handler of the timer that is due first to `call`, if it is due at `now`; timers that
+// are due together fire in the order in which they were started. Firings that `clock` finds missed
+// after the handler has run are skipped.
+bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)()));
+
+}  // namespace moxi
