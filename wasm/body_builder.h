@@ -139,7 +139,7 @@ struct BodyBuilder {
     void Skip(u8 opcode);
     void Instruction();
     void Declare(const FunctionType& type);
-    void KeepFrameBase(const Function& function, u32 offset);
+    void WatchLocals(const Function& function, u32 offset);
     void EmitWrongEntries();
     void Run(u32 index);
     void RunImport(u32 index, const FunctionType& type);

@@ -280,12 +280,21 @@ void BodyBuilder::Declare(const FunctionType& type) {
     }
 }
 
-// Where the function's arguments lie in memory is of use only together with this local.
-void BodyBuilder::KeepFrameBase(const Function& function, u32 offset) {
+// What a debugger can find only together with these locals.
+void BodyBuilder::WatchLocals(const Function& function, u32 offset) {
     if (function.isImported) return;
     const DebugFunction* const known = FindDebugFunction(plan.debugFunctions, offset);
-    if (known == nullptr || known->arguments.empty() || known->frameBase >= scope.locals.size()) return;
-    if (scope.types[known->frameBase] == ValueType::I32) code.frameBase = scope.locals[known->frameBase];
+    if (known == nullptr) return;
+    bool usesFrame = false;
+    for (const DebugVariable& variable : known->variables) {
+        for (const DebugPlace& place : variable.places) {
+            if (place.kind == DebugPlace::Kind::Frame) usesFrame = true;
+            if (place.kind == DebugPlace::Kind::Local) code.watched = scope.locals;
+        }
+    }
+    if (!usesFrame || known->frameBase >= scope.locals.size()) return;
+    if (scope.types[known->frameBase] == ValueType::I32)
+        code.frameBase = scope.locals[known->frameBase];
 }
 
 void BodyBuilder::EmitWrongEntries() {
@@ -318,7 +327,7 @@ void BodyBuilder::Run(u32 index) {
     // The check for room on the stack, if the function calls others.
     select.Emit({});
     Declare(type);
-    KeepFrameBase(function, beginning);
+    WatchLocals(function, beginning);
     if (function.isImported) {
         RunImport(index, type);
         select.EmitTraps();

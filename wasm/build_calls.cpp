@@ -132,8 +132,8 @@ void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type,
     for (u64 i = 0; i < count; ++i) {
         const NodeId id = stack[first + i];
         const Node node = select.trees[id];
-        const bool canWait = !leaf.isWritten[i] && !node.readsMemory && !node.readsGlobals &&
-                             !node.traps;
+        const bool canWait =
+            !leaf.isWritten[i] && !node.readsMemory && !node.readsGlobals && !node.traps;
         const bool isOnce = leaf.reads[i] == 0 || (leaf.reads[i] == 1 && !leaf.loops);
         if (canWait && (isOnce || IsLeaf(select.trees, id))) {
             inner.bound[i] = id + 1;

@@ -29,7 +29,8 @@ struct LeafFinder {
         if (locals > kMostLocals) return false;
         const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
         const u32 offset = static_cast<u32>(function.body - start);
-        return FindDebugFunction(debugFunctions, offset) == nullptr;
+        const DebugFunction* const known = FindDebugFunction(debugFunctions, offset);
+        return known == nullptr || known->frameBase == kNoLocal;
     }
     u32 CostOf(u32 index, u32 depth);
     u32 Walk(const Function& function, SmallLeaf& leaf, u32 depth);

@@ -11,9 +11,9 @@ namespace moxi {
 
 struct SmallLeaf {
     bool isOne = false;
-    bool branches = false;       // anywhere but at its end
+    bool branches = false;  // anywhere but at its end
     bool loops = false;
-    std::vector<u32> reads;      // how often each local is read
+    std::vector<u32> reads;  // how often each local is read
     std::vector<bool> isWritten;
 };
 

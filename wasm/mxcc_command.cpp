@@ -147,7 +147,8 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
 // anything.
 bool IsNote(const std::string& line) {
     const size_t note = line.find(": note: ");
-    return note != std::string::npos && line.find("error: ") > note && line.find("warning: ") > note;
+    return note != std::string::npos && line.find("error: ") > note &&
+           line.find("warning: ") > note;
 }
 
 // A line for each error and each warning, without what counts them, tells how a file came to be

@@ -36,13 +36,24 @@ struct TranslatedLine {
     u32 file = 0;  // index into Translation::files
 };
 
-// An argument of a function, in memory at the value of `base` plus the offset.
-struct TranslatedArgument {
-    u32 function = 0;  // its address
-    std::string base;  // "R7", or "FP-16" for the LONG there
+// Where a variable is while the program is at the addresses from `from` up to `to`.
+struct TranslatedPlace {
+    u32 from = 0;
+    u32 to = 0;
+    std::string text;       // "R7", "FP-16", or "#5" for the number
+    bool isMemory = false;  // then the text is a base, and the variable lies at base + offset
     i64 offset = 0;
+};
+
+// An argument or a variable of a function. At addresses without a place it is not known.
+struct TranslatedVariable {
+    u32 function = 0;  // its address
+    bool isArgument = true;
+    u32 from = 0;  // where a variable of a block means something
+    u32 to = 0;
     std::string kind;  // i8 u8 i16 u16 i32 u32 i64 u64 f32 f64 bool char pointer, or block
     std::string name;
+    std::vector<TranslatedPlace> places;
 };
 
 struct Translation {
@@ -52,7 +63,7 @@ struct Translation {
     std::vector<TranslatedSymbol> symbols;
     std::vector<TranslatedLine> lines;  // ascending
     std::vector<std::string> files;
-    std::vector<TranslatedArgument> arguments;  // by function, in their order
+    std::vector<TranslatedVariable> variables;  // by function, in their order
     std::string assembly;                       // when asked for
     u32 codeEnd = 0;           // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;     // image address of linear memory's first byte

@@ -1179,7 +1179,7 @@ class Maker {
     std::vector<Signature> signatures;
     std::vector<u32> functions;   // their signatures
     std::vector<bool> smallOnes;  // of those that are made
-    std::string globals;         // their types
+    std::string globals;          // their types
     u32 immutableFrom = 0;
     std::vector<std::pair<std::string, u32>> exports;
     bool hasMemory = true;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/log.h"
 #include "tests/support/vm_fixture.h"
 #include "tests/wasm/calls.h"
 
