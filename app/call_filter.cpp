@@ -261,8 +261,8 @@ void LoadForHelper(Filter& filter) {
 void FilterOutputHelperCalls() {
     Filter filter(SCMP_ACT_ERRNO(EPERM));
     AddCallsOfHelper(filter);
-    for (const char* const name :
-         {"open", "openat", "unlink", "unlinkat", "mkdir", "mkdirat", "ftruncate"}) {
+    for (const char* const name : {"open", "openat", "unlink", "unlinkat", "mkdir", "mkdirat",
+                                   "ftruncate", "rename", "renameat", "renameat2", "fsync"}) {
         filter.Add(SCMP_ACT_ALLOW, name);
     }
     LoadForHelper(filter);

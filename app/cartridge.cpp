@@ -1,7 +1,5 @@
 #include "app/cartridge.h"
 
-#include <glib.h>
-#include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +12,8 @@
 #include "app/sandbox.h"
 #include "base/log.h"
 #include "host/bundle.h"
+#include "host/checksum.h"
+#include "host/home.h"
 #include "wasm/translate.h"
 
 namespace moxi {
@@ -54,33 +54,13 @@ bool IsCartridge(const fs::path& path) {
     return path.extension() == ".wasm" || ReadFileOrNothing(path, kWasmStart.size()) == kWasmStart;
 }
 
-// "" when there is none.
-fs::path CacheFolder() {
-    const char* const cache = std::getenv("XDG_CACHE_HOME");
-    if (cache != nullptr && *cache == '/') return cache;
-    const char* home = std::getenv("HOME");
-    if (home == nullptr || *home != '/') {
-        const passwd* const user = getpwuid(getuid());
-        home = user != nullptr ? user->pw_dir : nullptr;
-    }
-    return home != nullptr && *home == '/' ? fs::path(home) / ".cache" : fs::path();
-}
-
-std::string Hash(const std::string& bytes) {
-    char* const text = g_compute_checksum_for_data(
-        G_CHECKSUM_SHA256, reinterpret_cast<const guchar*>(bytes.data()), bytes.size());
-    std::string hash = text;
-    g_free(text);
-    return hash;
-}
-
 // Another cartridge, console or program has another key.
 std::string KeyOf(const Cartridge& cartridge) {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
     const auto changed = fs::last_write_time(program, error).time_since_epoch().count();
-    return Hash(cartridge.bytes) + " " + Hash(cartridge.console) + " " + std::to_string(changed) +
-           " " + std::to_string(fs::file_size(program, error)) + "\n";
+    return HashOfText(cartridge.bytes) + " " + HashOfText(cartridge.console) + " " +
+           std::to_string(changed) + " " + std::to_string(fs::file_size(program, error)) + "\n";
 }
 
 // The last part of the path without its extension, where that can name a game.
@@ -168,11 +148,11 @@ std::optional<int> PrepareCartridge(Options& options) {
     const std::string console = OwnResource("wasm4/console.wasm");
     cartridge.console = ReadFileOrNothing(console);
     if (cartridge.console.empty()) return Refuse(console, "cannot be read");
-    const fs::path cache = CacheFolder();
+    const fs::path cache = BaseFolder("XDG_CACHE_HOME", ".cache");
     if (cache.empty()) return Refuse(cartridge.path, "there is no cache folder to translate it to");
     constexpr size_t kFolderName = 16;
     const std::string real = fs::canonical(cartridge.path, error).string();
-    cartridge.place = cache / "moxi" / "cartridges" / Hash(real).substr(0, kFolderName);
+    cartridge.place = cache / "moxi" / "cartridges" / HashOfText(real).substr(0, kFolderName);
     cartridge.game = cartridge.place / NameOf(cartridge.path);
     const std::string key = KeyOf(cartridge);
     if (ReadFileOrNothing(cartridge.place / "KEY") != key ||

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "app/complaint.h"
 #include "app/library_lines.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -14,9 +16,11 @@
 #include "desktop/desktop.h"
 #include "gfx/bitmap.h"
 #include "gfx/png_write.h"
+#include "host/preferences.h"
 #include "host/view.h"
 #include "kit/debugger/debugger.h"
 #include "kit/profile.h"
+#include "surface/shown.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
@@ -30,6 +34,7 @@ struct Dumps {
     std::string image;
     std::string screen;
     std::string view;
+    std::string controls;
 };
 
 Dumps dumps;
@@ -46,6 +51,14 @@ bool WriteImage(const std::string& path) {
     return std::fclose(file) == 0 && written;
 }
 
+bool WriteControls(const std::string& path) {
+    std::FILE* const file = outputFiles.open(path);
+    if (file == nullptr) return false;
+    const std::string text = DumpShownControls();
+    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    return std::fclose(file) == 0 && written;
+}
+
 void WriteDumps() {
     if (!dumps.image.empty() && !WriteImage(dumps.image)) Report(dumps.image);
     if (!dumps.screen.empty() && screenBitmap.pixels != nullptr &&
@@ -54,6 +67,7 @@ void WriteDumps() {
         Report(dumps.screen);
     }
     if (!dumps.view.empty() && !WriteScreenshot(dumps.view)) Report(dumps.view);
+    if (!dumps.controls.empty() && !WriteControls(dumps.controls)) Report(dumps.controls);
 }
 
 }  // namespace
@@ -61,19 +75,22 @@ void WriteDumps() {
 void WriteDumpsOfForcedEnd() {
     if (finishing.exchange(true)) return;
     CloseProfileOfBusyModule();
-    moxi::SettleTranslatedRun();
+    SettleTranslatedRun();
     if (moduleStarted > 0) WriteDumps();
     EndLog();
 }
 
 void PrepareFinish(const Options& options) {
-    dumps = {options.dumpImage, options.dumpScreen, options.dumpView};
+    dumps = {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi};
 }
 
 void Finish(int status) {
     // A failure while the end is being written ends at once.
     if (finishing.exchange(true)) std::_Exit(status);
     if (moduleStarted > 0) WriteDumps();
+    if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
+    RecordPlayEnd();
+    SavePreferences();
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

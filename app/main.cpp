@@ -7,15 +7,19 @@
 #include <string_view>
 #include <utility>
 
+#include "app/archive.h"
 #include "app/call_filter.h"
 #include "app/cartridge.h"
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/library_lines.h"
 #include "app/options.h"
 #include "app/out_of_memory.h"
 #include "app/output_helper.h"
+#include "app/play_record.h"
 #include "app/record.h"
 #include "app/sandbox.h"
+#include "app/shelf.h"
 #include "app/signals.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
@@ -33,12 +37,18 @@
 #include "host/bundle.h"
 #include "host/data_owner.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
+#include "host/key_map.h"
 #include "host/menu.h"
+#include "host/preferences.h"
+#include "host/view_scale.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
+#include "kit/pack.h"
 #include "kit/profile.h"
 #include "kit/ship.h"
 #include "kit/watch.h"
+#include "surface/words.h"
 #include "sys/beneath.h"
 #include "sys/files.h"
 #include "vm/diagnostics.h"
@@ -83,8 +93,9 @@ void UseOwnFonts() {
 
 bool StartDesktop(const Options& options, std::string& error) {
     const AudioOptions audio = {.mute = options.mute,
-                                .musicVolume = options.musicVolume,
-                                .soundVolume = options.soundVolume,
+                                .muted = preferences.mute,
+                                .musicVolume = preferences.musicVolume,
+                                .soundVolume = preferences.soundVolume,
                                 .soundFont = options.soundfont,
                                 .renderFile = options.renderAudio};
     if (options.headless) {
@@ -93,7 +104,8 @@ bool StartDesktop(const Options& options, std::string& error) {
         return true;
     }
     if (!StartSdlDesktop(&error)) return false;
-    AskBeforeUrls(!options.openUrls);
+    AskBeforeUrls(preferences.askBeforeOpening);
+    desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
 }
@@ -101,8 +113,9 @@ bool StartDesktop(const Options& options, std::string& error) {
 // Every file that an option or the script names.
 std::vector<std::string> OutputFilesOf(const Options& options) {
     std::vector<std::string> files;
-    for (const std::string& path : {options.dumpImage, options.dumpScreen, options.dumpView,
-                                    options.trace, options.record, options.renderAudio}) {
+    for (const std::string& path :
+         {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi, options.trace,
+          options.record, options.renderAudio}) {
         if (!path.empty()) files.push_back(path);
     }
     if (!options.profile.empty()) {
@@ -117,11 +130,13 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
 
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
-void StartHelpers(const Options& options) {
+void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
+    outputs.ownFiles = recordFiles;
+    if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
-        outputs.picturesFolder = folders.pictures;
+        outputs.picturesFolder = ScreenshotFolder();
     }
     if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
     if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
@@ -148,7 +163,8 @@ std::string FindGameAndData(const std::string& game) {
 
 using Status = std::optional<int>;
 
-// What needs no game to run, or makes one: a new game, a folder to ship, the game of a cartridge.
+// What needs no game to run, or makes one: a new game, an archive or a folder to ship, the game of
+// an archive or of a cartridge.
 Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
         const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
@@ -156,15 +172,26 @@ Status ServeTheKit(Options& options) {
         if (made.status != 0) RefuseCommandLine(made.problem);
         return made.status;
     }
+    if (!options.pack.empty()) {
+        const PackResult packed = PackGame(options.pack[0], options.pack[1], options.withSymbols);
+        if (packed.status != 0) RefuseCommandLine(packed.problem);
+        return packed.status;
+    }
     if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
+        if (CanOpenShelf(options)) RunShelf(options);
         PrintUsage();
+        ListShelf(options);
         return kWrongCommandLine;
     }
+    options.named = options.game;
+    const std::string unusable = PrepareArchive(options);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped = ShipGame(options.bundle, options.game, SoundFontCandidates(""));
+    const ShipResult shipped =
+        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }
@@ -173,7 +200,7 @@ Status ServeTheKit(Options& options) {
 // the game yet, but by that process.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
-    if (!missing.empty()) return RefuseCommandLine(missing);
+    if (!missing.empty()) return RefuseGame(options, missing);
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     folders.dataLimit = options.dataLimit;
@@ -185,6 +212,28 @@ Status ChooseFolders(Options& options) {
     return WatchGame();
 }
 
+// A headless run is the same for everybody, so it knows of no preferences but those it is given.
+std::string ChosenPreferenceFile(const Options& options) {
+    if (options.headless || !options.preferences.empty()) return options.preferences;
+    return UsersPreferenceFile();
+}
+
+// What the command line says wins for this run.
+void ApplyPreferences(const Options& options) {
+    ChoosePreferencesOf(folders.gameName);
+    if (options.musicVolume) {
+        SetPreferenceForRun("music-volume", std::to_string(*options.musicVolume));
+    }
+    if (options.soundVolume) {
+        SetPreferenceForRun("sound-volume", std::to_string(*options.soundVolume));
+    }
+    if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
+    if (!options.scale.empty()) SetPreferenceForRun("scale", options.scale);
+    if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+    UseKeyMap(preferences.keyMap);
+    UsePadMap(preferences.padMap);
+}
+
 // From here on, before the first byte of the game is read, no more is reached than this. The helper
 // processes, which reach more, start before, and so before there are threads.
 Status EnterSandbox(Options& options) {
@@ -192,8 +241,10 @@ Status EnterSandbox(Options& options) {
         SystemLog("no sandbox: the game may do what you may do");
         ResolveNames(Resolution::Freely);
     }
+    const std::vector<std::string> recordFiles = PreparePlayRecord(options);
+    ReadPreferences(ChosenPreferenceFile(options));
     if (options.sandbox) {
-        StartHelpers(options);
+        StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),
                       .dataFolder = DataFolderOfAll(),
                       .devices = !options.headless,
@@ -202,7 +253,8 @@ Status EnterSandbox(Options& options) {
                       .files = SoundFiles(options)});
     }
     const std::string unusable = FindGameAndData(options.game);
-    if (!unusable.empty()) return RefuseCommandLine(unusable);
+    if (!unusable.empty()) return RefuseGame(options, unusable);
+    ApplyPreferences(options);
     return {};
 }
 
@@ -242,6 +294,7 @@ Status OpenDesktop(Options& options) {
     if (!options.headless) LimitLog();
     LoadInterfaceFile();
     moxiAppDelegate::init();
+    RecordPlayBegin();
     if (options.sandbox) {
         TightenSandbox(DataFolder(), folders.deletableResources ? folders.resources : "");
     }
@@ -262,7 +315,10 @@ constexpr Status (*kStages[])(Options&) = {
 
 int Main(int argc, char** argv) {
     PrepareForOutOfMemory();
+    NoteTerminal();
+    ChooseLanguage();
     Options options;
+    options.arguments.assign(argv, argv + argc);
     if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
     for (const auto stage : kStages) {
         if (const Status status = stage(options)) return *status;

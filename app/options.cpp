@@ -75,6 +75,16 @@ std::string CheckVolume(const std::string& text) {
     return "Value " + text + " not in range 0 to 100";
 }
 
+// A number of steps, or "fit".
+std::string CheckScale(const std::string& text) {
+    constexpr u32 kMost = 16;
+    u32 value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    const bool isNumber = error == std::errc() && stop == end && value >= 1 && value <= kMost;
+    return isNumber || text == "fit" ? "" : "Value " + text + " is neither 1 to 16 nor fit";
+}
+
 // A number of bytes, with K, M, G or T a power of 1,024 as many.
 bool ParseSize(const std::string& text, u64& bytes) {
     constexpr std::string_view kUnits = "KMGT";
@@ -141,8 +151,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     RawOptions raw;
     const CLI::Validator filled(
         [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
-    app.add_option("GAME", options.game,
-                   "game folder, application bundle, MAIN.MX or WASM-4 cartridge")
+    app.add_option(
+           "GAME", options.game,
+           "game folder, application bundle, MAIN.MX, archive (.mxz, .zip) or WASM-4 cartridge")
         ->check(filled);
     app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
         ->type_name("DIR")
@@ -154,10 +165,17 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--sound-volume", options.soundVolume, "how loud sounds are, 0 to 100")
         ->type_name("N")
         ->check(CLI::Validator(CheckVolume, ""));
+    app.add_option("--preferences", options.preferences,
+                   "use FILE for the panel's preferences (headless: else none)")
+        ->type_name("FILE")
+        ->check(filled);
     app.add_option("--soundfont", options.soundfont, "SoundFont for MIDI")
         ->type_name("FILE")
         ->check(filled);
     app.add_flag("--full-screen", options.fullScreen, "start in full screen");
+    app.add_option("--scale", options.scale, "enlarge the view, 1 to 16 times or to fit the screen")
+        ->type_name("N|fit")
+        ->check(CLI::Validator(CheckScale, ""));
     app.add_flag("--headless", options.headless, "no window, no sound device, virtual clock");
     std::vector<CLI::Option*> headlessOnly;
     headlessOnly.push_back(
@@ -186,6 +204,11 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--dump-view", options.dumpView, "at exit: what the view shows as a PNG")
         ->type_name("FILE")
         ->check(filled);
+    headlessOnly.push_back(
+        app.add_option("--dump-ui", options.dumpUi,
+                       "headless: at exit, the controls of the panel or the shelf, as text")
+            ->type_name("FILE")
+            ->check(filled));
     app.add_option("--trace", options.trace, "write each executed instruction, as text")
         ->type_name("FILE")
         ->check(filled);
@@ -213,6 +236,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
         ->type_name("OUT")
         ->check(filled);
+    app.add_option("--pack", options.pack, "author's kit: make an archive, OUT, with GAME")
+        ->type_name("GAME OUT")
+        ->expected(2)
+        ->check(filled);
+    CLI::Option* const symbols = app.add_flag("--with-symbols", options.withSymbols,
+                                              "with --bundle and --pack: MAIN.SYM too");
     CLI::Option* const newGame =
         app.add_option("--new", options.newGame, "author's kit: begin a game in a new folder")
             ->type_name("FOLDER")
@@ -233,6 +262,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     if (!raw.dataLimit.empty() && !ParseSize(raw.dataLimit, options.dataLimit)) {
         return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
     }
+    if (symbols->count() > 0 && options.pack.empty() && options.bundle.empty()) {
+        return RefuseCommandLine("--with-symbols needs --bundle or --pack");
+    }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !options.unlocked && !options.debug;
     options.translate = !noTranslate;
@@ -245,6 +277,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         options.headlessOptions.runMilliseconds = std::stoull(raw.runMilliseconds);
     }
     options.dataFolder = Absolute(options.dataFolder);
+    options.preferences = Absolute(options.preferences);
     return ReadHeadlessOptions(raw, options.headlessOptions);
 }
 

@@ -11,18 +11,23 @@ namespace moxi {
 
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
-    std::string game;  // "" when none was named
+    std::vector<std::string> arguments;  // all of the command line
+    std::string game;   // "" when none was named
+    std::string named;  // what was named in its place: an archive or a cartridge
     std::string dataFolder;
     bool mute = false;
-    u32 musicVolume = 100;  // percent of the amplitude
-    u32 soundVolume = 100;
+    std::optional<u32> musicVolume;  // percent of the amplitude; else as the preferences say
+    std::optional<u32> soundVolume;
+    std::string preferences;  // a file of preferences in the place of the user's
     std::string soundfont;
     bool fullScreen = false;
+    std::string scale;  // "" when none was named; else one that preferences take, too
     bool headless = false;
     HeadlessOptions headlessOptions;
     std::string dumpImage;
     std::string dumpScreen;
     std::string dumpView;
+    std::string dumpUi;
     std::string trace;
     std::string record;
     std::string renderAudio;
@@ -37,7 +42,9 @@ struct Options {
     std::string profile;
     bool watch = false;
     std::string bundle;
-    std::string newGame;  // the folder of a game to begin
+    std::vector<std::string> pack;  // the game to pack and the archive to make
+    bool withSymbols = false;       // --bundle and --pack take the module's symbols along
+    std::string newGame;            // the folder of a game to begin
     bool newInC = false;
     bool newInLua = false;
 };

@@ -6,7 +6,8 @@
 
 namespace moxi {
 
-// To be called first of all.
+// Puts the reserve aside that the end of a run needs. Before it a lack of memory ends the process
+// as the C++ library has it, without a word.
 void PrepareForOutOfMemory();
 
 // The run is ending because of it: nothing that can do without memory asks for any.

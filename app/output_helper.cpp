@@ -20,6 +20,8 @@ namespace {
 constexpr char kOpen = 'o';
 constexpr char kRemove = 'r';
 constexpr char kMakeNew = 'n';
+constexpr char kRead = 'f';
+constexpr char kPutInPlace = 'p';
 // One request is a letter and a path, in one packet.
 constexpr size_t kLongestRequest = 4097;
 
@@ -34,9 +36,30 @@ bool IsPicture(const OutputPlaces& places, const std::string& path) {
            path.find('/', folder.size()) == std::string::npos;
 }
 
-bool IsPermitted(const OutputPlaces& places, const std::string& path) {
-    return std::find(places.files.begin(), places.files.end(), path) != places.files.end() ||
-           IsPicture(places, path);
+bool IsOneOf(const std::vector<std::string>& files, const std::string& path) {
+    return std::find(files.begin(), files.end(), path) != files.end();
+}
+
+bool IsOwn(const OutputPlaces& places, const std::string& path) {
+    return std::any_of(places.ownFiles.begin(), places.ownFiles.end(), [&](const std::string& own) {
+        return path == own || path == NewFileOf(own);
+    });
+}
+
+bool IsPermitted(const OutputPlaces& places, char what, const std::string& path) {
+    switch (what) {
+        case kRead:
+        case kPutInPlace: return IsOneOf(places.ownFiles, path);
+        default:
+            return IsOneOf(places.files, path) || IsPicture(places, path) || IsOwn(places, path);
+    }
+}
+
+// A new user has neither the folder of all programs' settings nor ours in it.
+void MakeFolderOf(const std::string& path) {
+    const std::string folder = path.substr(0, path.find_last_of('/'));
+    mkdir(folder.substr(0, folder.find_last_of('/')).c_str(), 0700);
+    mkdir(folder.c_str(), 0700);
 }
 
 // The answer to a request: its error number, and with it the open file.
@@ -60,14 +83,20 @@ void Answer(int connection, int error, int file) {
 
 void Serve(int connection, const OutputPlaces& places, const char* request, size_t size) {
     const std::string path(request + 1, size - 1);
-    if (!IsPermitted(places, path)) return Answer(connection, EACCES, -1);
-    if (request[0] == kRemove) {
+    const char what = request[0];
+    if (!IsPermitted(places, what, path)) return Answer(connection, EACCES, -1);
+    if (what == kRemove) {
         return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);
+    }
+    if (what == kPutInPlace) {
+        return Answer(connection, PutNewFileInPlace(path) ? 0 : errno, -1);
     }
     // A new user has no pictures folder yet.
     if (IsPicture(places, path)) mkdir(places.picturesFolder.c_str(), 0777);
-    const int existing = request[0] == kMakeNew ? O_EXCL : O_TRUNC;
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | existing | O_CLOEXEC, 0666);
+    if (what != kRead && IsOwn(places, path)) MakeFolderOf(path);
+    const int writing = O_WRONLY | O_CREAT | (what == kMakeNew ? O_EXCL : O_TRUNC);
+    const int file =
+        open(path.c_str(), (what == kRead ? O_RDONLY | O_NONBLOCK : writing) | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
     if (file >= 0) close(file);
 }
@@ -119,12 +148,24 @@ int Ask(char what, const std::string& path) {
     return file;
 }
 
-std::FILE* OpenThroughHelper(const std::string& path) {
-    const int file = Ask(kOpen, path);
+std::FILE* Stream(int file, const char* mode) {
     if (file < 0) return nullptr;
-    std::FILE* const stream = fdopen(file, "wb");
+    std::FILE* const stream = fdopen(file, mode);
     if (stream == nullptr) close(file);
     return stream;
+}
+
+std::FILE* OpenThroughHelper(const std::string& path) {
+    return Stream(Ask(kOpen, path), "wb");
+}
+
+std::FILE* ReadThroughHelper(const std::string& path) {
+    return Stream(Ask(kRead, path), "rb");
+}
+
+bool PutInPlaceThroughHelper(const std::string& path) {
+    Ask(kPutInPlace, path);
+    return errno == 0;
 }
 
 bool MakeNewThroughHelper(const std::string& path) {
@@ -136,7 +177,9 @@ bool MakeNewThroughHelper(const std::string& path) {
 }  // namespace
 
 bool StartOutputHelper(const OutputPlaces& places) {
-    if (helper >= 0 || (places.files.empty() && places.picturesFolder.empty())) return true;
+    const bool needed =
+        !places.files.empty() || !places.picturesFolder.empty() || !places.ownFiles.empty();
+    if (helper >= 0 || !needed) return true;
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
     const pid_t child = fork();
@@ -154,6 +197,8 @@ bool StartOutputHelper(const OutputPlaces& places) {
         .open = OpenThroughHelper,
         .remove = [](const std::string& path) { Ask(kRemove, path); },
         .makeNew = MakeNewThroughHelper,
+        .read = ReadThroughHelper,
+        .putInPlace = PutInPlaceThroughHelper,
     };
     return true;
 }

@@ -11,10 +11,14 @@ namespace moxi {
 struct OutputPlaces {
     std::vector<std::string> files;
     std::string picturesFolder;
+    // Files of the host's own: read, and replaced whole. Their folders are made when they are
+    // missing.
+    std::vector<std::string> ownFiles = {};
 };
 
-// Starts the helper and points `outputFiles` at it; nothing without places. To be called before
-// the process is restricted or has threads. False when there can be no helper.
+// Starts the helper and points `outputFiles` at it; nothing without places. The helper is a copy of
+// this process with the rights of the moment, so it is made before the sandbox and before threads.
+// False when there can be no helper.
 bool StartOutputHelper(const OutputPlaces& places);
 
 // Ends the helper; `outputFiles` opens by itself again.

@@ -104,11 +104,23 @@ constexpr const char* kDesktop[] = {
 };
 
 constexpr const char* kDevices[] = {
-    "/dev/snd",        "/dev/dri",         "/dev/nvidia0",
-    "/dev/nvidia1",    "/dev/nvidiactl",   "/dev/nvidia-modeset",
-    "/dev/nvidia-uvm", "/dev/nvidia-caps", "/dev/nvhost-ctrl",
-    "/dev/nvmap",      "/dev/mali0",       "/dev/kgsl-3d0",
-    "/dev/kfd",        "/dev/dma_heap",    "/dev/udmabuf",
+    "/dev/snd",
+    "/dev/dri",
+    "/dev/nvidia0",
+    "/dev/nvidia1",
+    "/dev/nvidiactl",
+    "/dev/nvidia-modeset",
+    "/dev/nvidia-uvm",
+    "/dev/nvidia-caps",
+    "/dev/nvhost-ctrl",
+    "/dev/nvmap",
+    "/dev/mali0",
+    "/dev/kgsl-3d0",
+    "/dev/kfd",
+    "/dev/dma_heap",
+    "/dev/udmabuf",
+    // Gamepads, also those that are connected later.
+    "/dev/input",
 };
 
 // --- Places in the user's home folder
@@ -210,8 +222,9 @@ std::vector<std::string> DesktopPlaces() {
     places.push_back(BaseFolder("XDG_DATA_HOME", ".local/share") + "/icons");
     places.push_back(Cache() + "/ibus");
     for (const std::string& cache : DriverCaches()) places.push_back(cache);
-    for (const char* const variable : {"XAUTHORITY", "XCOMPOSEFILE", "XENVIRONMENT", "PULSE_COOKIE",
-                                       "PULSE_CLIENTCONFIG", "PIPEWIRE_CONFIG_DIR"}) {
+    for (const char* const variable :
+         {"XAUTHORITY", "XCOMPOSEFILE", "XENVIRONMENT", "PULSE_COOKIE", "PULSE_CLIENTCONFIG",
+          "PIPEWIRE_CONFIG_DIR", "SDL_GAMECONTROLLERCONFIG_FILE"}) {
         places.push_back(Variable(variable));
     }
     for (const char* const list : {"XCURSOR_PATH", "LIBGL_DRIVERS_PATH", "ALSA_CONFIG_PATH",

@@ -8,6 +8,7 @@
 #include "desktop/desktop.h"
 #include "desktop/events.h"
 #include "desktop/headless/script.h"
+#include "host/gamepad.h"
 #include "host/queue.h"
 #include "host/session.h"
 #include "vm/run_cycle.h"
@@ -35,7 +36,8 @@ constinit bool closes = false;          // the window is about to be closed
 constinit bool minimizeIsOurs = false;  // to minimise it, and the desktop answers later
 
 void Write(const std::string& event) {
-    if (recordFile == nullptr) return;
+    // The pad's own events stand for the keys that become of them.
+    if (recordFile == nullptr || padIsActing) return;
     const u64 elapsed = desktop.nanoseconds() - launchTime;
     std::fprintf(recordFile, "%llu %s\n",
                  static_cast<unsigned long long>(elapsed / kNanosecondsPerMillisecond),
@@ -103,6 +105,11 @@ void RecordApplicationEvents(DesktopEvents& events) {
     events.willBecomeActive = [] {
         Write("activate");
         inner.willBecomeActive();
+    };
+    // Told only to a game that stands still for it.
+    events.didResignActive = [] {
+        Write("deactivate");
+        inner.didResignActive();
     };
     events.shouldTerminate = [] {
         // The end of the application that follows a close is part of it.
@@ -228,6 +235,14 @@ void RecordInputEvents(DesktopEvents& events) {
     events.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
         Write("scroll " + Decimal(deltaX) + " " + Decimal(deltaY) + FormatText(" %d %d", x, y));
         inner.scrollWheel(deltaX, deltaY, x, y);
+    };
+    events.padButton = [](PadButton button, bool down) {
+        Write("pad-button " + std::string(NameOf(button)) + (down ? " down" : " up"));
+        inner.padButton(button, down);
+    };
+    events.padAxis = [](PadAxis axis, double value) {
+        Write("pad-axis " + std::string(NameOf(axis)) + " " + Decimal(value));
+        inner.padAxis(axis, value);
     };
     // Text without a key press has no event of its own in a script; as a posted message it
     // reaches the module the same way.

@@ -35,8 +35,7 @@ void StartSandbox(const SandboxPlaces& places);
 // start of programs, no network. Files of the resources folder may still be deleted, or not.
 void TightenSandbox(const std::string& dataFolder, const std::string& deletable);
 
-// To be called before anything changes in the data folder. Narrows the restriction as soon as the
-// folder exists.
+// For sysSlots.beforeFileChange: narrows the restriction as soon as the data folder exists.
 void NarrowSandbox();
 
 // Deletes a file that came with the game, a name beneath the open resources folder, with no more

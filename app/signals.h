@@ -8,11 +8,11 @@ namespace moxi {
 // none) the first ends it too when the application has not answered by then, profile and dumps
 // written: without a window there is nobody who could be offered to wait.
 // SIGPIPE is ignored: a sound server or a terminal that goes away is no reason to end.
-// To be called once desktop and helper processes have been started.
+// Processes that were started before, such as helpers, have the signals as they were.
 void HandleSignals(unsigned patience);
 
-// Starts the thread that ends the process then. To be called once the sandbox has been entered: it
-// holds for threads that begin later.
+// Starts the thread that ends the process then. A thread has the sandbox of the moment at which it
+// begins, so main starts this one last.
 void StartPatience();
 
 // With a debugger a SIGINT stops the module first: it makes a `stopRequest`

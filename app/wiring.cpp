@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "app/complaint.h"
 #include "app/finish.h"
 #include "app/out_of_memory.h"
 #include "app/record.h"
@@ -14,15 +15,20 @@
 #include "desktop/pango/pango_engine.h"
 #include "gfx/graphics_group.h"
 #include "host/delegate.h"
+#include "host/gamepad.h"
 #include "host/host_group.h"
 #include "host/keyboard.h"
 #include "host/mouse.h"
+#include "host/pause.h"
+#include "host/preferences.h"
 #include "host/queue.h"
+#include "host/surface_slots.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
 #include "kit/debugger/debugger.h"
 #include "kit/fault_names.h"
+#include "surface/panel.h"
 #include "sys/dispatch.h"
 #include "sys/files.h"
 #include "translate/translator.h"
@@ -69,6 +75,7 @@ void WireRooms(const Options& options) {
     vmSlots.flushScreen = FlushDirtyRect;
     vmSlots.appendDebugLog = AppendToDebugLog;
     vmSlots.beforeFatalMessage = [](std::string_view text) {
+        NoteFatalMessage();
         if (!MemoryIsOut()) NameFaultInDebugLog(text);
         StopBeforeFatalMessage(text);
     };
@@ -84,11 +91,22 @@ void WireRooms(const Options& options) {
 
     StartPangoText();
 
-    desktopEvents = Recorded({
+    StartPanel({.noSound = options.mute});
+    surfaceSlots = {
+        .togglePanel = TogglePanel,
+        .close = ClosePanel,
+        .isOpen = PanelIsOpen,
+        .input = PanelInput,
+        .draw = DrawPanel,
+    };
+    padSlots.openPanel = TogglePanel;
+
+    desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
         .shouldTerminate = moxiAppDelegate::applicationShouldTerminate,
         .willTerminate = moxiAppDelegate::applicationWillTerminate,
         .willBecomeActive = moxiAppDelegate::applicationWillBecomeActive,
+        .didResignActive = [] {},
         .screensChanged = moxiAppDelegate::screenParametersDidChange,
         .willEndByForce = WriteDumpsOfForcedEnd,
         .windowShouldClose = moxiWindow::windowShouldClose,
@@ -112,18 +130,21 @@ void WireRooms(const Options& options) {
         .keyDown = moxiView::keyDown,
         .keyUp = moxiView::keyUp,
         .textInput = TextInput,
-        .flagsChanged = moxiView::flagsChanged,
+        .flagsChanged = FlagsChangedBesidePad,
         .mouseDown = MouseDown,
         .mouseUp = MouseUp,
         .mouseMoved = MouseMoved,
         .mouseDragged = [](u32, i32 x, i32 y) { MouseMoved(x, y); },
         .scrollWheel = ScrollWheel,
+        .fileDropped = [](const std::string&) {},
+        .padButton = PadButtonChanged,
+        .padAxis = PadAxisChanged,
         .clipboardDidChange = [](const std::string&) {},
         .expose = moxiView::drawRect,
         .post = PostMessage,
         .screenshot = WriteScreenshot,
-    });
-    if (!options.fullScreen) return;
+    }));
+    if (!preferences.fullScreen) return;
     launch = desktopEvents.didFinishLaunching;
     desktopEvents.didFinishLaunching = LaunchInFullScreen;
 }

@@ -26,7 +26,7 @@ constinit u64 endOfPiece = 0;  // nanoseconds
 
 void PlayMusic(const char* name) {
     StopMusic();
-    const auto bytes = ReadResource(BesideMusic(name), kLargestFile);
+    const auto bytes = ReadPlayed(BesideMusic(name), kLargestFile);
     if (!bytes) {
         // Nothing has been named where the first piece is asked for "again".
         if (name[0] != '\0') SystemLog(FormatText("music %s: cannot be read", name));

@@ -4,7 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <string>
 
+#include "desktop/folders.h"
+#include "sys/data_folder.h"
 #include "sys/files.h"
 
 namespace moxi {
@@ -23,6 +27,24 @@ bool ReadAll(int file, std::vector<u8>& bytes) {
     return true;
 }
 
+// Empty for a path that does not lead into the data folder, else the rest of it there.
+std::string NameInDataFolder(const std::string& path) {
+    const std::string data = std::filesystem::path(DataFolder()).lexically_normal().string() + "/";
+    const std::string plain = std::filesystem::path(path).lexically_normal().string();
+    const bool isInside = data.size() > 1 && data[0] == '/' && plain.starts_with(data);
+    return isInside ? plain.substr(data.size()) : "";
+}
+
+std::optional<std::vector<u8>> ReadData(const std::string& name, size_t limit) {
+    const u32 file = OpenFile(name.c_str(), kOpenRead);
+    if (file == kNoFile) return std::nullopt;
+    const u32 most = static_cast<u32>(std::min<size_t>(limit, 0xFFFFFFFF));
+    std::vector<u8> bytes(std::min<size_t>(ReadableBytes(file, most), most));
+    bytes.resize(ReadFile(file, bytes.data(), static_cast<u32>(bytes.size())));
+    CloseFile(file);
+    return bytes;
+}
+
 }  // namespace
 
 std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit) {
@@ -36,6 +58,11 @@ std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit) {
     }
     close(file);
     return bytes;
+}
+
+std::optional<std::vector<u8>> ReadPlayed(const char* name, size_t limit) {
+    const std::string own = NameInDataFolder(folders.resources + "/" + name);
+    return own.empty() ? ReadResource(name, limit) : ReadData(own, limit);
 }
 
 }  // namespace moxi

@@ -1,11 +1,5 @@
 #include "audio/sound_group.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "audio/music.h"
 #include "audio/resource.h"
 #include "audio/wav.h"
@@ -21,24 +15,6 @@ namespace moxi {
 namespace {
 
 constexpr size_t kLargestFile = size_t{256} << 20;
-
-// A sound that the game itself has made lies in its data folder: a name that leads there, out of
-// the resources, gives the rest of the name within it. Empty for all other names.
-std::string NameInDataFolder(const std::string& path) {
-    const std::string data = std::filesystem::path(DataFolder()).lexically_normal().string() + "/";
-    const std::string plain = std::filesystem::path(path).lexically_normal().string();
-    const bool isInside = data.size() > 1 && data[0] == '/' && plain.starts_with(data);
-    return isInside ? plain.substr(data.size()) : "";
-}
-
-std::optional<std::vector<u8>> ReadData(const std::string& name) {
-    const u32 file = OpenFile(name.c_str(), kOpenRead);
-    if (file == kNoFile) return std::nullopt;
-    std::vector<u8> bytes(std::min<u64>(ReadableBytes(file, kLargestFile), kLargestFile));
-    bytes.resize(ReadFile(file, bytes.data(), static_cast<u32>(bytes.size())));
-    CloseFile(file);
-    return bytes;
-}
 
 // In place of the address of a name.
 constexpr u32 kReplay = 0xFFFFFFFE;
@@ -56,8 +32,7 @@ void Music(u32 arguments) {
 
 void PlaySound(const char* name) {
     // The name is looked up as it stands: "../MUSIC" is shortened for the other services alone.
-    const std::string own = NameInDataFolder(folders.resources + "/" + name);
-    const auto bytes = own.empty() ? ReadResource(name, kLargestFile) : ReadData(own);
+    const auto bytes = ReadPlayed(name, kLargestFile);
     if (!bytes) {
         audioOut.stopSound();
         SystemLog(FormatText("sound %s: cannot be read", name));
@@ -67,7 +42,7 @@ void PlaySound(const char* name) {
 }
 
 u32 SoundLength(const char* name) {
-    const auto header = ReadResource(BesideMusic(name), kWavHeaderSize);
+    const auto header = ReadPlayed(BesideMusic(name), kWavHeaderSize);
     return header ? WavMilliseconds(*header) : 0;
 }
 

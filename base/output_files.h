@@ -1,12 +1,15 @@
 #pragma once
-// The files that the user asked for while a game runs: dumps, screenshots, reports. They lie
-// anywhere, also where the running process may not write by itself, so they are opened through
-// this record. Files of the game never go this way.
+// The files that the user asked for while a game runs: dumps, screenshots, reports, and what the
+// host keeps of its own. They lie anywhere, also where the running process may not write by itself,
+// so they are opened through this record. Files of the game never go this way.
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <string>
+#include <string_view>
+
+#include "base/types.h"
 
 namespace moxi {
 
@@ -16,7 +19,17 @@ struct OutputFiles {
     void (*remove)(const std::string& path);
     // Makes the file, empty, where there is nothing of that name; else false, and errno is EEXIST.
     bool (*makeNew)(const std::string& path);
+    // Opens one of the host's own files for reading. Null when that fails.
+    std::FILE* (*read)(const std::string& path);
+    // Puts the file at NewFileOf(path) in the place of the one at `path`, for good; false when that
+    // fails, and the old one stays.
+    bool (*putInPlace)(const std::string& path);
 };
+
+// Where a file is written before it takes the place of the one at `path`.
+std::string NewFileOf(const std::string& path);
+// What putInPlace does, where the process may.
+bool PutNewFileInPlace(const std::string& path);
 
 // Written by app/output_helper.cpp and by tests.
 inline constinit OutputFiles outputFiles = {
@@ -28,6 +41,16 @@ inline constinit OutputFiles outputFiles = {
             if (file != nullptr) std::fclose(file);
             return file != nullptr;
         },
+    .read = [](const std::string& path) { return std::fopen(path.c_str(), "rbe"); },
+    .putInPlace = PutNewFileInPlace,
 };
+
+// Writes `contents` to the file whole or not at all: whoever reads it, or finds it after a power
+// cut, has the old contents or the new ones. False when it cannot be written.
+bool ReplaceFile(const std::string& path, std::string_view contents);
+
+// Reads one of the host's own files; false when there is none, or when it is larger than `most`
+// bytes.
+bool ReadOwnFile(const std::string& path, u64 most, std::string& contents);
 
 }  // namespace moxi

@@ -66,7 +66,7 @@ double Load(const RunningGame& game, int seconds) {
 }
 
 std::string MakeMessageModule(const std::string& folder) {
-    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
+    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/window/messages.mxs";
     std::ifstream file(source);
     std::ostringstream text;
     text << file.rdbuf();

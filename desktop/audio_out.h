@@ -42,7 +42,11 @@ struct AudioOut {
     // gives a line in the system log, which mentions `name`.
     void (*playSound)(const std::string& name, const std::vector<u8>& file);
     void (*stopSound)();
-    void (*toggleMute)();
+    // What the player has chosen; no module sees it. Volumes are percent of the amplitude, 0 to 100.
+    void (*setMuted)(bool muted);
+    void (*setVolumes)(u32 music, u32 sound);
+    // The music and the sound wait where they are, and go on from there.
+    void (*setPaused)(bool paused);
     // Stops all sound and releases the device; called once, before desktop.shutDown.
     void (*shutDown)();
 };
@@ -55,7 +59,9 @@ inline constinit AudioOut audioOut = {
     .musicPosition = [] { return u64{0}; },
     .playSound = [](const std::string&, const std::vector<u8>&) {},
     .stopSound = [] {},
-    .toggleMute = [] {},
+    .setMuted = [](bool) {},
+    .setVolumes = [](u32, u32) {},
+    .setPaused = [](bool) {},
     .shutDown = [] {},
 };
 

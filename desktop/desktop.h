@@ -29,11 +29,15 @@ struct WindowFrame {
     i32 y = 0;
     i32 width = 0;
     i32 height = 0;
+
+    bool operator==(const WindowFrame&) const = default;
 };
 
 struct ViewSize {
     i32 width = 0;
     i32 height = 0;
+
+    bool operator==(const ViewSize&) const = default;
 };
 
 struct Screen {
@@ -55,6 +59,21 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
+};
+
+// How much larger the view is shown than it is. The application goes by the view's own size.
+struct ViewScale {
+    enum class Kind : u8 {
+        Automatic,     // as the desktop's density asks for
+        Steps,         // by `steps`
+        Fit,           // to the whole screen, in whole steps, with bars where there is room left
+        FitFractions,  // the same up to the screen's edge
+    };
+    Kind kind = Kind::Automatic;
+    i32 steps = 1;
+    bool smooth = false;  // pixels are mixed where they meet; else each stays a square
+
+    bool operator==(const ViewScale&) const = default;
 };
 
 using TimerId = u32;  // 0 means no timer
@@ -91,10 +110,27 @@ struct Desktop {
     ViewSize (*viewSize)();
     bool (*isFullScreen)();
     void (*toggleFullScreen)();
+    // May be called before there is a window. The screens keep the sizes that they have with the
+    // first one.
+    void (*setViewScale)(const ViewScale& scale);
+    // The user's wish for the whole screen or a window, where the view is fitted to it: that is
+    // nothing that the application sees. False where it is not fitted.
+    bool (*toggleFittedScreen)();
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
     // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
     void (*presentView)(ViewPixels view, ViewRect rect);
+
+    // --- The host's own surfaces, in the view's place
+
+    // What such a surface fills: the whole content of the window, in the screen's own pixels. While
+    // one is shown, pointer positions in events are its pixels.
+    ViewSize (*windowPixels)();
+    // Shows the surface: rows top first, 4 bytes a pixel in the order R, G, B, unused. What
+    // presentView brings meanwhile is not seen.
+    void (*presentSurface)(const u8* pixels, ViewSize size);
+    // The view again, which is asked to be drawn as a whole.
+    void (*hideSurface)();
 
     // --- Screens
 
@@ -111,6 +147,9 @@ struct Desktop {
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
     void (*stopTimer)(TimerId timer);  // 0 is ignored
+    // While the game is held no timer fires and `nanoseconds` stands still. When it goes on, both do
+    // so from where they were.
+    void (*holdGame)(bool held);
     // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
     void (*sleep)(u64 milliseconds);
 
@@ -127,8 +166,13 @@ struct Desktop {
     std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
+    // Puts the pointer that the user sees over this point of the view, where the desktop lets it. No
+    // event tells of it.
+    void (*movePointer)(i32 x, i32 y);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
     void (*openUrl)(const std::string& utf8);
+    // Whether the user is asked before the first address of a run is opened.
+    void (*askBeforeUrls)(bool ask);
     // Shows a modal box with a warning sign, the text and the button "Sigh"; returns when it is
     // dismissed. The text has been written to standard error already.
     void (*alert)(const std::string& utf8);
@@ -155,22 +199,30 @@ inline constinit Desktop desktop = {
     .viewSize = [] { return ViewSize{}; },
     .isFullScreen = [] { return false; },
     .toggleFullScreen = [] {},
+    .setViewScale = [](const ViewScale&) {},
+    .toggleFittedScreen = [] { return false; },
     .requestRedraw = [](ViewRect) {},
     .presentView = [](ViewPixels, ViewRect) {},
+    .windowPixels = [] { return desktop.viewSize(); },
+    .presentSurface = [](const u8*, ViewSize) {},
+    .hideSurface = [] {},
     .screens = [] { return std::vector<Screen>{Screen{}}; },
     .nanoseconds = [] { return u64{0}; },
     .clockWasRead = [] {},
     .localDateTime = [] { return DateTime{}; },
     .startTimer = [](u64, void (*)()) { return TimerId{0}; },
     .stopTimer = [](TimerId) {},
+    .holdGame = [](bool) {},
     .sleep = [](u64) {},
     .isMainThread = [] { return true; },
     .queueOnMain = [](void (*work)()) { work(); },
     .latinText = [](u8, const std::string& text) { return text; },
     .clipboardText = [] { return std::optional<std::string>{}; },
     .setClipboardText = [](const std::string&) {},
+    .movePointer = [](i32, i32) {},
     .setHandCursor = [](bool) {},
     .openUrl = [](const std::string&) {},
+    .askBeforeUrls = [](bool) {},
     .alert = [](const std::string&) {},
     .alertOrEnd =
         [](const std::string& utf8) {

@@ -7,6 +7,7 @@
 
 #include "base/types.h"
 #include "desktop/desktop.h"
+#include "desktop/pad.h"
 
 namespace moxi {
 
@@ -16,6 +17,7 @@ struct DesktopEvents {
     bool (*shouldTerminate)();
     void (*willTerminate)();
     void (*willBecomeActive)();
+    void (*didResignActive)();  // the window has lost the keyboard, and everything held is released
     void (*screensChanged)();
     // The user ends the program while the application is busy in a handler and does not answer.
     // Comes from another thread, and the process ends when it returns.
@@ -51,6 +53,12 @@ struct DesktopEvents {
     void (*mouseMoved)(i32 x, i32 y);
     void (*mouseDragged)(u32 button, i32 x, i32 y);
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
+    // The user has dropped a file or folder on the window.
+    void (*fileDropped)(const std::string& path);
+    // Only what changes. A pad that is taken away, or a window that loses the keyboard, has let go
+    // of everything.
+    void (*padButton)(PadButton button, bool down);
+    void (*padAxis)(PadAxis axis, double value);  // -1..1
 
     // --- Scripts
     // Another program has put this text on the clipboard, where desktop.clipboardText finds it.
@@ -67,6 +75,7 @@ inline constinit DesktopEvents desktopEvents = {
     .shouldTerminate = [] { return true; },
     .willTerminate = [] {},
     .willBecomeActive = [] {},
+    .didResignActive = [] {},
     .screensChanged = [] {},
     .willEndByForce = [] {},
     .windowShouldClose = [] { return true; },
@@ -92,6 +101,9 @@ inline constinit DesktopEvents desktopEvents = {
     .mouseMoved = [](i32, i32) {},
     .mouseDragged = [](u32, i32, i32) {},
     .scrollWheel = [](double, double, i32, i32) {},
+    .fileDropped = [](const std::string&) {},
+    .padButton = [](PadButton, bool) {},
+    .padAxis = [](PadAxis, double) {},
     .clipboardDidChange = [](const std::string&) {},
     .expose = [](ViewRect) {},
     .post = [](u32, u32, u32, u32) {},

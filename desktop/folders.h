@@ -10,6 +10,7 @@ namespace moxi {
 
 struct Folders {
     std::string bundle;     // the game as it was named on the command line
+    std::string archive;    // the archive that the game came in; "" for none
     std::string resources;  // the folder that holds MAIN.MX
     // A game may delete its own files, but nothing of a folder that it merely lies in.
     bool deletableResources = true;

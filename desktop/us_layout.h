@@ -18,6 +18,16 @@ constexpr char UsCharacter(u8 code) {
     return kCharacters[code];
 }
 
+// The same with Shift.
+constexpr char UsShiftedCharacter(u8 code) {
+    constexpr std::string_view kPlain = "123465=97-80]['\\,/.;`";
+    constexpr std::string_view kShifted = "!@#$^%+(&_*)}{\"|<?>:~";
+    const char plain = UsCharacter(code);
+    if (plain >= 'a' && plain <= 'z') return static_cast<char>(plain - 'a' + 'A');
+    const std::size_t place = plain != 0 ? kPlain.find(plain) : kPlain.npos;
+    return place != kPlain.npos ? kShifted[place] : plain;
+}
+
 // The text begins with a character that Latin keyboards have: ASCII, or a Latin letter with an
 // accent. UTF-8; true for no text.
 constexpr bool IsLatin(std::string_view text) {

@@ -1,7 +1,7 @@
 #pragma once
-// A record may say that 2^62 pixels lie on one another, and a blit may be made of as many copies of
-// one pixel. Such drawing takes days; it asks now and then whether the run
-// is to end.
+// Drawing that takes days: a bitmap's record may say that 2^62 pixels lie on one another, and a
+// blit may be made of as many copies of one pixel. Such work asks now and then whether the run is
+// to end.
 
 #include <algorithm>
 
@@ -14,8 +14,8 @@ namespace moxi {
 
 constexpr u64 kPixelsBetweenQuestions = 1 << 22;  // some milliseconds
 
-// What a step costs that finds out where to draw: a copy of a tiling, a line, a step around an
-// ellipse.
+// Finding out where to draw costs, too: for each copy of a tiling, each line and each step around
+// an ellipse as much as so many pixels.
 constexpr u64 kPixelsOfAStep = 64;
 
 // Pixels drawn since the last question, by whichever command.
@@ -26,8 +26,8 @@ inline void AskWhetherToEnd() {
     if (desktop.endIsForced()) EndProcess(kForcedEnd);
 }
 
-// Said before every piece of work whose length the module chooses, with the pixels that it touches
-// or what takes as long.
+// Comes before every piece of work whose length the module chooses, with the number of pixels that
+// it touches, or that take as long.
 inline void NoteDrawing(u64 pixels) {
     pixelsUnasked += pixels;
     if (pixelsUnasked < kPixelsBetweenQuestions) [[likely]]

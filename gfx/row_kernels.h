@@ -1,5 +1,7 @@
 #pragma once
 // Inner loops of text and images over a row of pixels, as vector code where the processor has it.
+// They are not in the record of gfx/kernels.h: they are short enough that the vector library's own
+// plain code serves processors without vectors, and nobody chooses between sets of them.
 
 #include <cstddef>
 

@@ -171,6 +171,10 @@ std::string GameFolder(const std::string& game) {
     return IsGameFolder(path) ? path : path.parent_path();
 }
 
+bool HoldsModule(const std::string& folder) {
+    return Exists(ResourcesFolder(folder) / kModuleFile);
+}
+
 std::string WhyNoGame(const std::string& game) {
     const fs::path path = Clean(game);
     std::error_code error;
@@ -199,7 +203,9 @@ std::string FindGame(const std::string& game) {
     folders.bundle = path;
     folders.resources = resources;
     const bool isModule = !IsGameFolder(Clean(game));
-    folders.deletableResources = !isModule && IsGamesOwn(path, resources);
+    // What was unpacked stays as it is in the archive.
+    folders.deletableResources =
+        !isModule && folders.archive.empty() && IsGamesOwn(path, resources);
     folders.gameName = GameName(path, information);
     return "";
 }

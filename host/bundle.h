@@ -11,6 +11,9 @@ void FindUserFolders();
 // The folder that a game at this path has, without a look into it.
 std::string GameFolder(const std::string& game);
 
+// Whether there is a MAIN.MX where a game in this folder has it.
+bool HoldsModule(const std::string& folder);
+
 // "", or what is wrong with a path that leads to no game or to none that can be read. Looks into no
 // file.
 std::string WhyNoGame(const std::string& game);

@@ -1,7 +1,6 @@
 #include "host/data_owner.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,10 +9,10 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 #include "base/log.h"
 #include "desktop/folders.h"
+#include "host/checksum.h"
 #include "sys/files.h"
 
 namespace moxi {
@@ -46,36 +45,6 @@ struct Owner {
 
 constinit int held = -1;
 
-// --- Hashes
-
-using Checksum = std::unique_ptr<GChecksum, void (*)(GChecksum*)>;
-
-Checksum NewChecksum() {
-    return {g_checksum_new(G_CHECKSUM_SHA256), g_checksum_free};
-}
-
-std::string HashOfText(const std::string& text) {
-    const Checksum sum = NewChecksum();
-    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(text.data()),
-                      static_cast<gssize>(text.size()));
-    return g_checksum_get_string(sum.get());
-}
-
-std::string HashOfFile(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0) return "";
-    const Checksum sum = NewChecksum();
-    u8 part[65536];
-    ssize_t count = 0;
-    struct stat status;
-    const bool isFile = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-    while (isFile && (count = read(file, part, sizeof part)) > 0) {
-        g_checksum_update(sum.get(), part, count);
-    }
-    close(file);
-    return isFile && count == 0 ? g_checksum_get_string(sum.get()) : "";
-}
-
 // --- The game
 
 std::string StateOf(const std::string& path) {
@@ -92,8 +61,9 @@ std::string OwnModule() {
 
 Owner ThisGame() {
     std::error_code error;
-    const fs::path real = fs::canonical(folders.bundle, error);
-    return {WithoutControls(error ? folders.bundle : real.string()), "", StateOf(OwnModule())};
+    const std::string& named = folders.archive.empty() ? folders.bundle : folders.archive;
+    const fs::path real = fs::canonical(named, error);
+    return {WithoutControls(error ? named : real.string()), "", StateOf(OwnModule())};
 }
 
 // --- Stamps

@@ -7,7 +7,8 @@
 
 namespace moxi {
 
-// Makes the state folder, where stamps lie. To be called before the process restricts itself.
+// Makes the state folder, where stamps lie, while the process is still free to do so: a stage of
+// main that comes before the sandbox.
 void MakeStateFolder();
 
 // Finds the data folder of the game in `folders`: the one that carries its name, or where that is

@@ -12,6 +12,8 @@
 #include "desktop/folders.h"
 #include "host/keyboard.h"
 #include "host/plist.h"
+#include "host/preferences.h"
+#include "host/surface_slots.h"
 #include "host/view.h"
 #include "vm/diagnostics.h"
 
@@ -27,18 +29,19 @@ struct Action {
 // The view as a PNG in the user's pictures folder, named after the game and the time. A second one
 // within the second, or within the hour that the clock is put back by, gets a number.
 void SaveScreenshot() {
-    if (folders.pictures.empty()) {
+    const std::string folder = ScreenshotFolder();
+    if (folder.empty()) {
         SystemLog("screenshot: there is no home folder to keep it in");
         return;
     }
     const DateTime now = desktop.localDateTime();
     const std::string name =
-        folders.pictures + "/" +
+        folder + "/" +
         FormatText("MOXI %s %4.4u-%2.2u-%2.2u %2.2u.%2.2u.%2.2u", folders.gameName.c_str(),
                    now.year, now.month, now.day, now.hour, now.minute, now.second);
     // A new user has none yet; in the sandbox it is made by the helper that opens the file.
     std::error_code error;
-    std::filesystem::create_directory(folders.pictures, error);
+    std::filesystem::create_directory(folder, error);
     constexpr u32 kMostOfASecond = 1000;
     std::string path = name + ".png";
     for (u32 i = 2; !outputFiles.makeNew(path) && errno == EEXIST && i < kMostOfASecond; ++i) {
@@ -47,12 +50,26 @@ void SaveScreenshot() {
     SystemLog(WriteScreenshot(path) ? "screenshot: " + path : "screenshot: cannot write " + path);
 }
 
+// For this run: what is saved is chosen in the panel.
+void ToggleMute() {
+    SetPreferenceForRun("mute", preferences.mute ? "no" : "yes");
+    audioOut.setMuted(preferences.mute);
+}
+
+void TogglePanel() {
+    surfaceSlots.togglePanel();
+}
+
 constexpr Action kActions[] = {
+    {"showPreferences:", TogglePanel},
     {"terminate:", [] { desktop.terminate(); }},
     {"performClose:", [] { desktop.closeWindow(); }},
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
-    {"toggleFullScreen:", [] { desktop.toggleFullScreen(); }},
-    {"toggleMute:", [] { audioOut.toggleMute(); }},
+    {"toggleFullScreen:",
+     [] {
+         if (!desktop.toggleFittedScreen()) desktop.toggleFullScreen();
+     }},
+    {"toggleMute:", ToggleMute},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
 };
 
@@ -114,6 +131,19 @@ bool ParseItem(pugi::xml_node dictionary, MenuItem& item, std::string& reason) {
     return true;
 }
 
+// The item that has this key equivalent; null when there is none.
+const MenuItem* ItemOfKey(u8 code, const std::string& text, u32 modifiers) {
+    const std::string key = LowerCase(text);
+    // Asked for only where it can matter: the layouts may have to be read for it.
+    const std::string latin =
+        modifiers != 0 && !text.empty() ? LowerCase(desktop.latinText(code, text)) : key;
+    for (const MenuItem& item : menuItems) {
+        if (item.key.empty() || item.modifiers != modifiers) continue;
+        if (item.key == key || item.key == latin) return &item;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 bool LoadMenu(const std::string& path, std::string& reason) {
@@ -141,18 +171,23 @@ bool PerformKeyEquivalent(u8 code, const std::string& text) {
     const size_t place = code & 127;
     if (takenKeys.test(place)) return true;
     const u32 held = buttonsAndModifiers & (kShiftBit | kCommandBit | kOptionBit);
-    const std::string key = LowerCase(text);
-    // Asked for only where it can matter: the layouts may have to be read for it.
-    const std::string latin =
-        held != 0 && !text.empty() ? LowerCase(desktop.latinText(code, text)) : key;
-    for (const MenuItem& item : menuItems) {
-        if (item.key.empty() || item.modifiers != held) continue;
-        if (item.key != key && item.key != latin) continue;
-        takenKeys.set(place);
-        item.perform();
-        return true;
-    }
-    return false;
+    if (!PerformMenuKey(code, text, held)) return false;
+    takenKeys.set(place);
+    return true;
+}
+
+bool PerformMenuKey(u8 code, const std::string& text, u32 modifiers) {
+    const MenuItem* const item = ItemOfKey(code, text, modifiers);
+    if (item == nullptr) return false;
+    item->perform();
+    return true;
+}
+
+bool IsPanelKey(u8 code, const std::string& text, u32 modifiers) {
+    // Without modifier keys it would be a key of the game: that is decided at once.
+    if (modifiers == 0) return false;
+    const MenuItem* const item = ItemOfKey(code, text, modifiers);
+    return item != nullptr && item->perform == TogglePanel;
 }
 
 void ReleaseMenuKey(u8 code) {

@@ -11,6 +11,7 @@ namespace {
 constinit Message slots[kQueueSlots] = {};
 constinit u32 head = 0;  // next slot to deliver
 constinit u32 tail = 0;  // next slot to fill
+constinit u64 delivered = 0;
 
 u32 NextSlot(u32 slot) {
     return (slot + 1) % kQueueSlots;
@@ -38,7 +39,12 @@ const Message& QueueHead() {
 }
 
 void DropQueueHead() {
+    ++delivered;
     head = NextSlot(head);
+}
+
+u64 MessagesTaken() {
+    return delivered;
 }
 
 u32 QueueLength() {

@@ -14,6 +14,8 @@ bool QueueIsEmpty();
 // The oldest message; the queue must not be empty.
 const Message& QueueHead();
 void DropQueueHead();
+// How many messages have left the queue.
+u64 MessagesTaken();
 // How many messages wait, and the one that comes after `index` others.
 u32 QueueLength();
 const Message& QueuedMessage(u32 index);

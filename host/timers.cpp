@@ -2,6 +2,7 @@
 
 #include "audio/music.h"
 #include "desktop/desktop.h"
+#include "host/pause.h"
 #include "host/queue.h"
 #include "host/session.h"
 #include "host/window.h"
@@ -40,6 +41,7 @@ void OnHostTick() {
         DeliverQueuedMessage();
     }
     if (PollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
+    StandStillWhenTold();
 }
 
 void OnModuleTimer() {

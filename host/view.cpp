@@ -12,6 +12,7 @@
 namespace moxi {
 
 ViewBuffer viewBuffer;
+ViewPixels surfacePixels;
 
 namespace {
 
@@ -64,13 +65,18 @@ bool FlushDirtyRect() {
 }
 
 bool WriteScreenshot(const std::string& path) {
-    return WritePngFile(path, viewBuffer.pixels.data(), static_cast<u32>(viewBuffer.width),
-                        static_cast<u32>(viewBuffer.height), 4 * static_cast<u32>(viewBuffer.width),
+    ViewPixels shown = surfacePixels;
+    if (shown.pixels == nullptr) {
+        shown = {viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height};
+    }
+    const u32 width = static_cast<u32>(shown.width);
+    return WritePngFile(path, shown.pixels, width, static_cast<u32>(shown.height), 4 * width,
                         PngFormat::RgbFrom4);
 }
 
 void ResetView() {
     viewBuffer = {};
+    surfacePixels = {};
     knownHeight = 0;
 }
 

@@ -10,6 +10,10 @@ namespace moxi {
 
 extern ViewBuffer viewBuffer;  // what the view shows
 
+// What a surface of the host's shows in the view's place, for screenshots; no pixels when none
+// does.
+extern ViewPixels surfacePixels;
+
 struct moxiView {
     static void init();
     static void frameDidChange();

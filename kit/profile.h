@@ -8,14 +8,15 @@
 namespace moxi {
 
 // Starts counting; from now on every instruction is executed the plain, slow way. The tables go to
-// `path`, the call stacks to `path`.folded. To be called after StartTrace. Returns "" or the file
-// that cannot be written.
+// `path`, the call stacks to `path`.folded. A trace that has been started goes on; the profile
+// takes its place before each instruction and calls it. Returns "" or the file that cannot be
+// written.
 std::string StartProfile(const std::string& path);
 
 // The file of the call stacks.
 std::string FoldedProfile(const std::string& path);
 
-// Reads the game's symbols; to be called once its folders are known and before the module runs.
+// Reads the symbols of the game in `folders`.
 void NameProfile();
 
 // Writes the files and stops counting; nothing when no profile is made.

@@ -20,8 +20,9 @@ struct ShipResult {
 };
 
 // Of the two paths one is a game and the other the folder to make, which must be new or empty, so
-// they are taken in either order. The first of `soundFonts` that can be read goes with the game. A
-// failure leaves nothing behind.
-ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts);
+// they are taken in either order. The first of `soundFonts` that can be read goes with the game,
+// its MAIN.SYM only with `symbols`. A failure leaves nothing behind.
+ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts,
+                    bool symbols);
 
 }  // namespace moxi

@@ -6,9 +6,9 @@
 
 namespace moxi {
 
-// To be called when the game has been found and before there are threads. Returns nothing in each
-// process that is to run the game; in this one the exit status for the last run, once it has ended
-// by itself or has been asked to end.
+// Watches the game in `folders`. Returns nothing in each process that is to run the game, a copy of
+// this one, which may have no other threads yet; in this one the exit status for the last run, once
+// it has ended by itself or has been asked to end.
 std::optional<int> WatchGame();
 
 }  // namespace moxi

@@ -9,6 +9,7 @@
 #include "sys/param.h"
 #include "sys/services.h"
 #include "vm/machine.h"
+#include "vm/page_watch.h"
 
 namespace moxi {
 
@@ -22,7 +23,9 @@ void Read(u32 arguments) {
     // that the file has must fit the image.
     const u64 room = address < imageSize ? imageSize - address : 0;
     const u64 touched = count <= room ? count : ReadableBytes(handle, count);
-    SetResult(ReadFile(handle, CheckedRange(address, touched), count));
+    u8* const bytes = CheckedRange(address, touched);
+    LetPagesGo(bytes, touched);
+    SetResult(ReadFile(handle, bytes, count));
 }
 
 void Write(u32 arguments) {

@@ -29,7 +29,7 @@ constexpr u32 kKindFolder = 2;
 
 // --- Folders
 
-// Works out the folder names from `folders`. Called once at start-up, before the module is loaded.
+// Works out the folder names from `folders`.
 void InitFolders();
 
 // The full path of `name` in the data or the resources folder. A leading "../MUSIC" loses its

@@ -18,8 +18,7 @@ u32 WritableBytes(std::FILE* stream, u32 count);
 // 1,024.
 u64 MostEntries();
 
-// Whether one more may be made. To be asked where one may be missing; the first false of a run has
-// a log line.
+// Whether one more may be made, which counts as made then. The first false of a run has a log line.
 bool MayMakeEntry();
 
 // Something in the data folder has become shorter or has gone.

@@ -12,9 +12,21 @@ bool IsFloatOperation(TwoOperand op) {
     return op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp;
 }
 
-// An absolute operand in the header may see or change the machine's state.
+// An absolute operand in the header may see or change the machine's state. The count of block
+// moves is nothing but memory.
 bool IsInHeader(Mode mode, u32 word) {
-    return mode == Mode::Absolute && word < kHeaderSize;
+    return mode == Mode::Absolute && word < kHeaderSize && word != kHeaderBlockCount;
+}
+
+// The same for an operand of so many bytes that is only read: the registers may be.
+bool IsReadInHeader(Mode mode, u32 word, u32 bytes) {
+    const bool isInRegisters = word >= kHeaderRegisters && word + bytes <= kHeaderPC;
+    return IsInHeader(mode, word) && !isInRegisters;
+}
+
+bool IsInMemory(Mode mode) {
+    return mode == Mode::Indexed || mode == Mode::Absolute || mode == Mode::Frame ||
+           mode == Mode::Frame32;
 }
 
 bool HasWord(Mode mode) {
@@ -28,11 +40,17 @@ void DecodeTwoOperands(Instruction& in) {
     const u32 size = number & 3;
     in.length = in.form.length + (in.form.b == Mode::Immediate && size == 3 ? 4 : 0);
     const TwoOperand op = TwoOperandOf(in);
-    const bool known =
-        IsFloatOperation(op) ? size >= 2 : op <= TwoOperand::Movez || op == TwoOperand::Lea;
+    const bool isBlockMove =
+        op == TwoOperand::Blockmove && IsInMemory(in.form.a) && IsInMemory(in.form.b);
+    const bool known = IsFloatOperation(op)
+                           ? size >= 2
+                           : op <= TwoOperand::Movez || op == TwoOperand::Lea || isBlockMove;
     const u32 wordOfB = HasWord(in.form.a) ? in.words[1] : in.words[0];
-    const bool seesHeader = IsInHeader(in.form.a, in.words[0]) ||
-                            (op != TwoOperand::Lea && IsInHeader(in.form.b, wordOfB));
+    const bool readsA = op == TwoOperand::Cmp || op == TwoOperand::Test || op == TwoOperand::Fcmp;
+    const bool seesHeader =
+        (readsA ? IsReadInHeader(in.form.a, in.words[0], 1u << size)
+                : IsInHeader(in.form.a, in.words[0])) ||
+        (op != TwoOperand::Lea && IsReadInHeader(in.form.b, wordOfB, 1u << size));
     if (known && !seesHeader) {
         in.flow = Flow::Next;
     } else {
@@ -53,7 +71,9 @@ void DecodeOneOperand(Instruction& in) {
     // Unsigned numbers of 64 bits have no conversion of one instruction.
     if (op == OneOperand::Utof || op == OneOperand::Utod) known = size != 3;
     if (in.mode == Mode::Register && WideRegister(in.w) > kLastRegister) known = false;
-    if (op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) known = false;
+    const bool reads = op == OneOperand::Tst || op == OneOperand::Push;
+    if (reads && IsReadInHeader(in.mode, in.words[0], 1u << size)) known = false;
+    if (!reads && op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) known = false;
     const bool isLegal = IsLegalOneOperand(in.w);
     in.flow = known ? Flow::Next : isLegal ? Flow::Interpreter : Flow::End;
 }
@@ -63,8 +83,10 @@ void DecodeTestBranch(Instruction& in) {
     in.target = BranchTarget(in.w);
     const auto mode = static_cast<TestOperand>(TestMode(in.w));
     const bool needsRegister = mode == TestOperand::Register || mode == TestOperand::Indirect;
-    const bool known = needsRegister ? in.words[0] <= kLastRegister
-                                     : mode == TestOperand::Frame32 || in.words[0] >= kHeaderSize;
+    const bool known = needsRegister
+                           ? in.words[0] <= kLastRegister
+                           : mode == TestOperand::Frame32 ||
+                                 !IsReadInHeader(Mode::Absolute, in.words[0], 1u << TestSize(in.w));
     in.flow = known ? Flow::Branch : Flow::Interpreter;
 }
 

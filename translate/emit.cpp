@@ -341,6 +341,21 @@ void EmitReturns(Emission& e) {
     }
 }
 
+void EmitLowWrites(Emission& e) {
+    static_assert(kCoverWindow == 64);
+    for (const Emission::LowWrite& low : e.lowWrites) {
+        e.a.bind(low.label);
+        e.a.mov(x86::eax, low.address.r32());
+        e.a.shr(x86::eax, 2);
+        e.a.add(x86::rax, StateField(offsetof(TranslatedState, covered), 8));
+        e.a.cmp(x86::qword_ptr(x86::rax), 0);
+        e.a.jne(low.leave);
+        e.a.cmp(x86::qword_ptr(x86::rax, 8), 0);
+        e.a.je(low.back);
+        e.a.jmp(low.leave);
+    }
+}
+
 void EmitDepartures(Emission& e) {
     for (const Emission::Departure& departure : e.departures) {
         e.a.bind(departure.label);
@@ -359,7 +374,7 @@ void EmitEntryCheck(Emission& e, const Label& check, const Facts& facts, const u
     e.a.mov(x86::rcx, reinterpret_cast<u64>(generation));
     e.a.mov(x86::ecx, x86::dword_ptr(x86::rcx));
     e.a.cmp(x86::ecx, StateField(offsetof(TranslatedState, generation), 4));
-    e.a.jne(reinterpret_cast<u64>(e.shared.arrive));
+    e.a.jb(reinterpret_cast<u64>(e.shared.arrive));
     if (facts.frame != kNoFrame) {
         CompareFrame(e, facts.frame, x86::ecx);
         e.a.jae(reinterpret_cast<u64>(e.shared.leaveAfter));
@@ -538,6 +553,25 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.jmp(x86::rax);
 }
 
+// The module's registers wait in the header, where they may be looked at meanwhile. Translated code
+// runs with 8 bytes more on the processor's stack than a multiple of 16, of which the call of this
+// makes the multiple that a call of a host's routine needs.
+void EmitMoveBlock(x86::Assembler& a, const void* moveBlock) {
+    MoveHostRegisters(a, false);
+    a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
+    a.mov(x86::dword_ptr(kImage, kHeaderSP), x86::r12d);
+    a.mov(x86::dword_ptr(kImage, kHeaderFP), x86::r13d);
+    a.mov(x86::edi, x86::edx);
+    a.mov(x86::esi, x86::ecx);
+    a.mov(x86::edx, x86::eax);
+    a.mov(x86::rax, reinterpret_cast<u64>(moveBlock));
+    a.call(x86::rax);
+    a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
+    MoveHostRegisters(a, true);
+    a.test(x86::al, x86::al);
+    a.ret();
+}
+
 void EmitJump(x86::Assembler& a, const Label& leave) {
     a.test(x86::al, 3);
     a.jnz(leave);
@@ -562,8 +596,7 @@ u16 WideRegisters(const Region& region) {
     return wide;
 }
 
-std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* arrivalHandler,
-                               SharedCode& shared) {
+std::vector<u8> EmitSharedCode(u8* base, const HostRoutines& host, SharedCode& shared) {
     CodeHolder holder;
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
@@ -580,13 +613,15 @@ std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* a
     a.bind(leave);
     a.mov(x86::edx, -1);
     shared.leave = base + a.offset();
-    EmitLeave(a, leaveHandler);
+    EmitLeave(a, host.leave);
     shared.arrive = base + a.offset();
     a.mov(x86::edx, -1);
-    EmitLeave(a, arrivalHandler);
+    EmitLeave(a, host.arrive);
     shared.jump = base + a.offset();
     a.bind(jump);
     EmitJump(a, leave);
+    shared.moveBlock = base + a.offset();
+    EmitMoveBlock(a, host.moveBlock);
     shared.emptyStack = base + holder.labelOffset(emptyStack);
     shared.strayReturn = base + holder.labelOffset(strayReturn);
     return CodeOf(holder, base);
@@ -599,7 +634,6 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
     x86::Assembler a(&holder);
     Emission e(a, region, shared, out, base);
-    for (const Instruction& in : region.instructions) e.end = std::max(e.end, in.pc + in.length);
     e.before = FindFacts(region);
     e.startWithSlot = StartWithSlot(region);
     for (size_t i = 0; i < region.blocks.size(); ++i) {
@@ -609,6 +643,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
     EmitSideExits(e);
     EmitFullStacks(e);
+    EmitLowWrites(e);
     EmitDepartures(e);
     EmitEntries(e, generation);
     EmitReturns(e);

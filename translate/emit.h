@@ -37,8 +37,9 @@ struct Translation {
         u32 offset = 0;
     };
     std::vector<Entry> entries;
-    // It writes without a look what has an address of its own, from here on.
-    u32 lowestWrite = ~u32{0};
+    // It writes without a look at these addresses, 8 bytes at most, where there was no translated
+    // code.
+    std::vector<u32> writes;
 };
 
 // The code that all regions share, and where it lies.
@@ -53,19 +54,26 @@ struct SharedCode {
     // or with another FP. The first with FP of the call still there.
     u8* strayReturn = nullptr;
     u8* strayFrame = nullptr;
-    u8* jump = nullptr;  // PC in eax: goes on in its translation, or in the interpreter
+    u8* jump = nullptr;       // PC in eax: goes on in its translation, or in the interpreter
+    u8* moveBlock = nullptr;  // called with what MoveBlock gets in edx, ecx, eax: "zero" when the
+                              // interpreter has to do it
 };
 
-// Writes the shared code for the address `base`, with the handlers in which runs go on that leave
-// or arrive.
-std::vector<u8> EmitSharedCode(u8* base, const void* leaveHandler, const void* arrivalHandler,
-                               SharedCode& shared);
+// What shared code goes on in, or calls.
+struct HostRoutines {
+    const void* leave = nullptr;      // the handler in which runs go on that leave
+    const void* arrive = nullptr;     // and of those that arrive
+    const void* moveBlock = nullptr;  // of the type of MoveBlock
+};
+
+// Writes the shared code for the address `base`.
+std::vector<u8> EmitSharedCode(u8* base, const HostRoutines& host, SharedCode& shared);
 
 // The registers, a bit for each, of which a region writes all 64 bits: they cannot be narrow.
 u16 WideRegisters(const Region& region);
 
 // Translates a region for the address `base`. The region is entered while `generation`, which has
-// to outlive it, is the state's. No code when it cannot be done.
+// to outlive it, is not below the state's. No code when it cannot be done.
 Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
                        const u32* generation);
 

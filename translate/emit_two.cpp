@@ -402,10 +402,24 @@ void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
     StoreValue(e, a, x86::rcx, 2);
 }
 
+void EmitBlockMove(Emission& e, const Instruction& in) {
+    EmitAddress(e, in.form.a, NumberIn(in, in.form.aField), OffsetOf(in, in.form.a, in.words[0]),
+                x86::rdx);
+    EmitAddress(e, in.form.b, NumberIn(in, in.form.bField), OffsetOf(in, in.form.b, WordOfB(in)),
+                x86::rcx);
+    e.a.mov(x86::eax, SizeOf(in));
+    e.a.call(reinterpret_cast<u64>(e.shared.moveBlock));
+    e.a.jz(LeaveLabel(e));
+}
+
 }  // namespace
 
 void EmitTwoOperands(Emission& e, const Instruction& in) {
     const TwoOperand op = TwoOperandOf(in);
+    if (op == TwoOperand::Blockmove) {
+        EmitBlockMove(e, in);
+        return;
+    }
     const u32 size = SizeOf(in);
     const Place a =
         PlaceFor(e, in.form.a, NumberIn(in, in.form.aField), OffsetOf(in, in.form.a, in.words[0]),

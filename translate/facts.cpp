@@ -191,6 +191,7 @@ FrameRange FrameUse(const Instruction& in) {
     FrameRange range;
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) return range;
     if (in.kind == InstructionClass::TwoOperands) {
+        if (TwoOperandOf(in) == TwoOperand::Blockmove) return range;
         // LEA takes the address of B, wherever that is.
         const Mode b = TwoOperandOf(in) == TwoOperand::Lea ? Mode::Register : in.form.b;
         if (in.form.a == Mode::Frame || b == Mode::Frame) range.Add(FrameOffset(in.w));

@@ -15,10 +15,14 @@ constexpr i32 kFloorOffset = offsetof(TranslatedState, floor);
 void Compare(Emission& e, const x86::Gp& address, Use use) {
     if (use == Use::Read) {
         e.a.cmp(address.r32(), kHeaderSize);
-    } else {
-        e.a.cmp(address.r32(), x86::dword_ptr(kStateRegister, kFloorOffset));
+        e.a.jb(LeaveLabel(e));
+        return;
     }
-    e.a.jb(LeaveLabel(e));
+    const Emission::LowWrite low = {e.a.newLabel(), e.a.newLabel(), LeaveLabel(e), address};
+    e.a.cmp(address.r32(), x86::dword_ptr(kStateRegister, kFloorOffset));
+    e.a.jb(low.label);
+    e.a.bind(low.back);
+    e.lowWrites.push_back(low);
 }
 
 // The address stands in a whole register, its upper half clear.
@@ -68,9 +72,10 @@ void StoreInVector(Emission& e, const x86::Xmm& to, const x86::Gp& from, u32 siz
 // Memory has been reached through the register at an offset not far below this one. An access has
 // succeeded there, so the image does not end before; and up to here the address does not wrap.
 bool WasReached(const Emission& e, u32 number, u32 offset, Use use) {
-    constexpr u32 kNear = 65536;
+    // What is written has to lie within what was found free of translated code.
+    const u32 near = use == Use::Read ? 65536 : kCoverWindow - 3 - 8;
     return std::any_of(e.reached.begin(), e.reached.end(), [&](const Emission::Reach& reach) {
-        return reach.number == number && offset - reach.offset <= kNear &&
+        return reach.number == number && offset - reach.offset <= near &&
                (use == Use::Read || reach.use == Use::Write);
     });
 }
@@ -112,11 +117,23 @@ Place RegisterPlace(u32 number) {
     return place;
 }
 
+// The registers at an address, which is read as memory. They may lie across two.
+void StoreRegistersAt(Emission& e, u32 address) {
+    const u32 first = (address - kHeaderRegisters) / 8;
+    for (u32 number = first; number < std::min(first + 2, 16u); ++number) {
+        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
+        if (hostOf[number] != kNoHost) e.a.mov(slot, HostRegister(hostOf[number]));
+        if (vectorOf[number] != kNoHost) e.a.movq(slot, VectorRegister(vectorOf[number]));
+        if (address % 8 == 0) return;
+    }
+}
+
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
-    // What lies above all code that is translated so far stays there, or the region is given up.
-    const bool isAbove = address >= std::max(translatedState.floor, e.end);
-    if (use == Use::Write && isAbove) e.out.lowestWrite = std::min(e.out.lowestWrite, address);
-    if ((use == Use::Read || isAbove) && address < 0x80000000) {
+    if (address < kHeaderPC) StoreRegistersAt(e, address);
+    // When code is translated there later the region is given up.
+    const bool isFree = use == Use::Write && (!IsCovered(address) || address == kHeaderBlockCount);
+    if (isFree) e.out.writes.push_back(address);
+    if ((use == Use::Read || isFree) && address < 0x80000000) {
         Place place;
         place.kind = PlaceKind::Memory;
         place.memory = x86::ptr(kImage, static_cast<i32>(address));

@@ -16,7 +16,7 @@ constexpr asmjit::x86::Gp kImage = asmjit::x86::rbx;
 constexpr asmjit::x86::Gp kStateRegister = asmjit::x86::r11;
 
 // What an operand is used for decides what its address is compared with: nothing is read below the
-// header's end, and nothing written below the end of translated code.
+// header's end, and nothing written where translated code was made.
 enum class Use : u8 { Read, Write };
 
 // The writing of one region.
@@ -30,7 +30,6 @@ struct Emission {
     const Instruction* in = nullptr;    // the present instruction
     Block block;
     u32 index = 0;  // of the present instruction, in the block
-    u32 end = 0;    // of the region's code
     // The processor's flags ZERO and SIGN are those of the newest result.
     bool flagsFit = false;
     // What is known before the present instruction, and at the beginning of each block.
@@ -60,6 +59,14 @@ struct Emission {
         u32 executed;  // of the block's instructions
     };
     std::vector<Departure> departures;
+    // Writes below the end of translated code: they go on where no such code is covered by them.
+    struct LowWrite {
+        asmjit::Label label;
+        asmjit::Label back;
+        asmjit::Label leave;
+        asmjit::x86::Gp address;
+    };
+    std::vector<LowWrite> lowWrites;
     // A branch out of the middle of a block.
     struct SideExit {
         asmjit::Label label;

@@ -22,6 +22,10 @@ struct Search {
     std::unordered_map<u32, Instruction> found;
     std::set<u32> leaders;
     std::vector<u32> waiting;
+    IsTranslated isTranslated = nullptr;
+    u32 repeated = 0;
+
+    bool IsRepeated(u32 pc) const { return isTranslated != nullptr && isTranslated(pc); }
 
     void Reach(u32 pc) {
         if (!CanBeCode(pc)) return;
@@ -31,7 +35,10 @@ struct Search {
 
     // Follows the code from a leader to where it goes elsewhere.
     void Follow(u32 pc) {
+        bool isRepeated = false;
         while (CanBeCode(pc) && !found.contains(pc) && found.size() < kLargestRegion) {
+            isRepeated = isRepeated || IsRepeated(pc);
+            if (isRepeated && ++repeated > kMostRepeated) return;
             const Instruction in = DecodeInstruction(pc);
             found.emplace(pc, in);
             const u32 next = pc + in.length;
@@ -62,8 +69,9 @@ bool GoesOn(const Instruction& in) {
 
 }  // namespace
 
-Region FindRegion(u32 entry) {
+Region FindRegion(u32 entry, IsTranslated isTranslated) {
     Search search;
+    search.isTranslated = isTranslated;
     search.Reach(entry);
     for (size_t i = 0; i < search.waiting.size(); ++i) search.Follow(search.waiting[i]);
 

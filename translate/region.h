@@ -20,14 +20,18 @@ struct Region {
 };
 
 constexpr u32 kLargestRegion = 600;  // instructions
+constexpr u32 kMostRepeated = 100;
 
 // Branches reach 16 MB; calls and returns may go farther, and are interpreted there. What checks
 // operands in the frame relies on it that translated code ends here.
 constexpr u64 kMostCode = u64{16} << 20;
 
 // The region around the instruction at `entry`, which is a multiple of 4 of 512 or more. No
-// instructions when there is nothing to translate.
-Region FindRegion(u32 entry);
+// instructions when there is nothing to translate. Of what `isTranslated` says begins a block that
+// has its translation already, it has no more than kMostRepeated instructions: a large function
+// that is entered at a hundred places is not to be translated a hundred times.
+using IsTranslated = bool (*)(u32 pc);
+Region FindRegion(u32 entry, IsTranslated isTranslated = nullptr);
 
 // The index of the block that begins at `pc`, or -1.
 int BlockAt(const Region& region, u32 pc);

@@ -25,6 +25,10 @@ constexpr i32 kNoHost = -1;
 constexpr u32 kFirstVector = 4;
 constexpr u32 kVectors = 12;
 
+// Where the end of translated code lies above what is written through a register, so many bytes
+// from there on must not be covered.
+constexpr u32 kCoverWindow = 64;
+
 // What is pushed at a time.
 constexpr u32 kFloorRoom = 1024;
 
@@ -43,13 +47,17 @@ struct TranslatedState {
     u8* entries = nullptr;
     u64 entriesSize = 0;  // bytes
     u8* codeMemory = nullptr;
-    // Regions have been compared with the module's code since the interpreter ran last, if they
-    // hold this number.
+    // Regions are what the module's code is, since they have been compared with it after the
+    // interpreter ran last or are watched, if they hold this number or a higher one.
     u32 generation = 0;
-    // The end of the translated code in the image. What is stored below it, or not far above it by
-    // a push, may change that code, and is left to the interpreter.
+    // The end of the translated code in the image. What is pushed below it, or not far above it,
+    // or stored in the frame there, may change that code, and is left to the interpreter.
     u32 floor = 0;
     u32 pushFloor = 0;  // kFloorRoom above it
+    // For each 4 bytes of the image up to kMostCode a byte: whether translated code was made of
+    // them, or they belong to the header. What is stored there by other ways is left to the
+    // interpreter, too.
+    u8* covered = nullptr;
     // Where to go on when translated code is entered, and how many instructions had been executed.
     u8* entered = nullptr;
     u64 numberAtEntry = 0;
@@ -66,6 +74,9 @@ struct TranslatedState {
     u32 log[kLogSize] = {};
 };
 extern TranslatedState translatedState;
+
+// Whether translated code was made of any of the 8 bytes at an address, or they are the header's.
+bool IsCovered(u32 address);
 
 // Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
 extern std::array<i32, 16> hostOf;

@@ -21,6 +21,7 @@
 #include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
+#include "vm/page_watch.h"
 #include "vm/threaded.h"
 
 namespace moxi {
@@ -30,6 +31,13 @@ constinit std::array<i32, 16> hostOf = {};
 constinit std::array<i32, 16> vectorOf = {};
 constinit u16 narrowRegisters = 0;
 constinit TranslatorCounts translatorCounts;
+
+bool IsCovered(u32 address) {
+    if (address < kHeaderSize) return true;
+    if (address >= translatedState.entriesSize) return false;
+    const u8* const first = translatedState.covered + address / 4;
+    return std::any_of(first, first + 3, [](u8 covered) { return covered != 0; });
+}
 
 namespace {
 
@@ -53,8 +61,9 @@ struct TranslatedRegion {
     std::vector<BlockPlace> blocks;
     std::vector<Translation::Entry> entries;
     std::vector<Stretch> stretches;
-    u32 lowestWrite = ~u32{0};
-    u32 generation = 0;  // that in which it was last compared with the module's code
+    std::vector<u32> writes;  // as Translation's
+    u32 generation = 0;       // that in which it was last compared with the module's code
+    bool isWatched = false;   // nobody has written into its pages: its generation is kAlwaysCurrent
     // Visits from the interpreter that ended soon, and others.
     u32 shortVisits = 0;
     u32 longVisits = 0;
@@ -62,21 +71,32 @@ struct TranslatedRegion {
     u32 nextPause = 0;
 };
 
+constexpr u32 kAlwaysCurrent = ~u32{0};
+
+// For how many instructions of the newest block were executed.
+constexpr u32 kAllExecuted = ~u32{0};
+
 constinit TranslatorOptions settings;
 constinit SharedCode shared;
 constinit size_t codeUsed = 0;
+constinit u32 coveredEnd = kHeaderSize;
 // By address of code: the region that is entered there.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
 std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of their code
-// How often a look found an address; below 0 where it was not worth while.
+// How often a look found an address, or translated code went there in vain; below 0 where it was
+// not worth while. A look counts as much as so many others:
 std::unordered_map<u32, i32> looks;
+constexpr i32 kLook = 10;
+// The number of the instruction from which on the interpreter has run, or at which the last look
+// was.
+constinit u64 interpretedFrom = 0;
 // So many addresses are counted; what a module makes of its jumps takes no more memory than that.
 constexpr size_t kMostLooks = size_t{1} << 18;
 // So many looks later code is tried again that could not be translated.
-constexpr i32 kPause = 5000;
+constexpr i32 kPause = kLook * 5000;
 // So many looks later code is tried again that has changed, and twice as many after each change: to
 // translate it takes as long as to interpret it a thousand times and more.
-constexpr i32 kPauseOfChanged = 1000;
+constexpr i32 kPauseOfChanged = kLook * 1000;
 constexpr u32 kMostDoublings = 16;
 std::unordered_map<u32, u32> changesAt;
 
@@ -288,10 +308,16 @@ bool MakeCodeMemory() {
     return true;
 }
 
+// The table of entries, and that of what is covered, which is read a little beyond its end.
+u64 TablesSize(u64 entriesSize) {
+    return entriesSize + entriesSize / 4 + kCoverWindow;
+}
+
 void FreeEntries() {
     if (translatedState.entries == nullptr) return;
-    munmap(translatedState.entries, translatedState.entriesSize);
+    munmap(translatedState.entries, TablesSize(translatedState.entriesSize));
     translatedState.entries = nullptr;
+    translatedState.covered = nullptr;
     translatedState.entriesSize = 0;
 }
 
@@ -299,11 +325,13 @@ bool MakeEntries() {
     const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
     if (size == translatedState.entriesSize) return true;
     FreeEntries();
-    void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+    void* const memory = mmap(nullptr, TablesSize(size), PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED) return false;
     translatedState.entries = static_cast<u8*>(memory);
     translatedState.entriesSize = size;
+    translatedState.covered = translatedState.entries + size;
+    std::fill_n(translatedState.covered, kHeaderSize / 4, u8{1});
     return true;
 }
 
@@ -339,7 +367,19 @@ bool OtherHostsAreBetter() {
     return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
 }
 
+void Cover(const Region& region) {
+    for (const Instruction& in : region.instructions) {
+        std::fill_n(translatedState.covered + in.pc / 4, in.length / 4, u8{1});
+        coveredEnd = std::max(coveredEnd, in.pc + in.length);
+    }
+}
+
 void ForgetEverything() {
+    if (coveredEnd > kHeaderSize) {
+        std::fill(translatedState.covered + kHeaderSize / 4,
+                  translatedState.covered + coveredEnd / 4, u8{0});
+    }
+    coveredEnd = kHeaderSize;
     for (const auto& region : regions) {
         for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
     }
@@ -357,6 +397,7 @@ void ForgetEverything() {
 // --- Leaving
 
 TranslatedRegion* FindCurrent(u32 pc);
+TranslatedRegion* TranslateAfter(u32 pc, i32 count);
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
 
 // A visit ends at a place of the log.
@@ -371,13 +412,23 @@ void NoteVisit(u32 place) {
     visited->shortVisits = visited->longVisits = 0;
 }
 
+// Translated code goes to a place that has no translation. Nobody else would count it: the next
+// look is at the next jump.
+ThreadedHandler OnMiss(u32 pc) {
+    if (EntryAt(pc) != 0) return nullptr;  // there is one, but it may not be entered now
+    TranslatedRegion* const region = TranslateAfter(pc, 1);
+    return region != nullptr ? Enter(*region, pc) : nullptr;
+}
+
 // The handler in which a run goes on that leaves translated code, with the place in the log in
 // place of the number of instructions, and for the word how many of the last block were executed.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     NoteVisit(static_cast<u32>(trace));
+    const ThreadedHandler enter = w == kAllExecuted ? OnMiss(static_cast<u32>(pc)) : nullptr;
+    interpretedFrom = pcTraceCount;
     nextTranslationCheck = pcTraceCount + 1;
-    executeByInterpreter(base, pc, sp, fp, pcTraceCount, 0);
+    (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
 // The same for a run that comes to a region which has not been compared with the module's code
@@ -387,8 +438,24 @@ void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
     const ThreadedHandler enter =
         region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
+    interpretedFrom = pcTraceCount;
     nextTranslationCheck = pcTraceCount + 1;
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
+}
+
+// BLOCKMOVE, called by translated code. False when it touches what only the interpreter may touch:
+// then nothing has been done. A fault in here could not tell where the module is.
+bool MoveBlock(u32 to, u32 from, u32 size) {
+    const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
+    if (bytes == 0) return true;
+    if (std::min(to, from) < kHeaderSize || std::max(to, from) + bytes > imageSize) return false;
+    if (to < translatedState.floor) {
+        const u8* const covered = translatedState.covered;
+        const u64 end = std::min<u64>(to + bytes, translatedState.floor);
+        if (std::memchr(covered + to / 4, 1, (end + 3) / 4 - to / 4) != nullptr) return false;
+    }
+    std::memmove(image + to, image + from, bytes);
+    return true;
 }
 
 // --- Regions
@@ -409,6 +476,21 @@ std::vector<Stretch> StretchesOf(const Region& region) {
         }
     }
     return stretches;
+}
+
+bool AllWatched(const TranslatedRegion& region) {
+    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
+        return ArePagesWatched(s.start, s.start + static_cast<u32>(s.bytes.size()));
+    });
+}
+
+void Watch(TranslatedRegion& region) {
+    bool isWatched = true;
+    for (const Stretch& s : region.stretches) {
+        isWatched = WatchPages(s.start, s.start + static_cast<u32>(s.bytes.size())) && isWatched;
+    }
+    region.isWatched = isWatched;
+    region.generation = isWatched ? kAlwaysCurrent : translatedState.generation;
 }
 
 bool IsUnchanged(const TranslatedRegion& region) {
@@ -440,14 +522,18 @@ void SetFloor(const Region& region) {
     const u32 end = last.pc + last.length;
     translatedState.floor = std::max(translatedState.floor, end);
     translatedState.pushFloor = translatedState.floor + kFloorRoom;
-    // Others have counted on what they write lying above it.
+    // Others may write into it without a look.
+    const u32 start = region.instructions.front().pc;
     for (const auto& other : regions) {
-        if (other->lowestWrite < translatedState.floor) Forget(*other);
+        const bool writesThere =
+            std::any_of(other->writes.begin(), other->writes.end(),
+                        [&](u32 at) { return at + 8 > start && at < end && IsCovered(at); });
+        if (writesThere) Forget(*other);
     }
 }
 
 TranslatedRegion* Translate(u32 pc) {
-    const Region region = FindRegion(pc);
+    const Region region = FindRegion(pc, [](u32 at) { return regionAt.contains(at); });
     if (region.instructions.empty()) return nullptr;
     const u16 wide = WideRegisters(region);
     CountUses(region, registerUses);
@@ -458,12 +544,15 @@ TranslatedRegion* Translate(u32 pc) {
     wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
         ChooseHosts();
-        const std::vector<u8> bytes =
-            EmitSharedCode(translatedState.codeMemory, reinterpret_cast<const void*>(OnLeave),
-                           reinterpret_cast<const void*>(OnArrival), shared);
+        const std::vector<u8> bytes = EmitSharedCode(
+            translatedState.codeMemory,
+            {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
+             reinterpret_cast<const void*>(MoveBlock)},
+            shared);
         Write(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
+    Cover(region);
     u8* const base = translatedState.codeMemory + codeUsed;
     regions.push_back(std::make_unique<TranslatedRegion>());
     TranslatedRegion& made = *regions.back();
@@ -481,7 +570,8 @@ TranslatedRegion* Translate(u32 pc) {
     made.blocks = std::move(translation.blocks);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
-    made.lowestWrite = translation.lowestWrite;
+    Watch(made);
+    made.writes = std::move(translation.writes);
     for (const auto& entry : made.entries) {
         if (regionAt.contains(entry.pc)) continue;
         regionAt[entry.pc] = &made;
@@ -494,12 +584,33 @@ TranslatedRegion* Translate(u32 pc) {
     return &made;
 }
 
+// Regions of whose pages one was written are compared from now on.
+void LetWrittenGo() {
+    if (!WasWatchedPageWritten()) return;
+    for (const auto& region : regions) {
+        if (!region->isWatched || AllWatched(*region)) continue;
+        region->isWatched = false;
+        region->generation = 0;
+    }
+}
+
+// The interpreter and the services may have changed the module's code.
+void BeginGeneration() {
+    LetWrittenGo();
+    if (++translatedState.generation < kAlwaysCurrent) return;
+    translatedState.generation = 1;
+    for (const auto& region : regions) {
+        if (!region->isWatched) region->generation = 0;
+    }
+}
+
 // The region to enter at `pc`: one whose code is what it was. Null when there is none.
 TranslatedRegion* FindCurrent(u32 pc) {
     const auto found = regionAt.find(pc);
     if (found == regionAt.end()) return nullptr;
     TranslatedRegion* const region = found->second;
-    if (region->generation == translatedState.generation || IsUnchanged(*region)) {
+    if (region->generation >= translatedState.generation) return region;
+    if (IsUnchanged(*region)) {
         region->generation = translatedState.generation;
         return region;
     }
@@ -544,24 +655,32 @@ ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
     return reinterpret_cast<ThreadedHandler>(shared.enter);
 }
 
+// Translates the code at `pc`, and what goes on from there, when that has been asked for often
+// enough. Null when it was not, or when it cannot be done.
+TranslatedRegion* TranslateAfter(u32 pc, i32 count) {
+    if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
+    if (looks.size() > kMostLooks) looks.clear();
+    i32& seen = looks[pc];
+    seen += settings.threshold <= 1 ? kLook : count;
+    if (seen < settings.threshold * kLook) return nullptr;
+    seen = 0;
+    TranslatedRegion* const region = Translate(pc);
+    if (region == nullptr) {
+        looks[pc] = -kPause;
+        return nullptr;
+    }
+    return region;
+}
+
 ThreadedHandler CodeAt(u32 pc, u64 trace) {
     nextTranslationCheck = trace + settings.interval;
-    // The interpreter and the services may have changed the module's code.
-    ++translatedState.generation;
+    // A look soon after translated code was left counts less.
+    const bool isSoon = trace - interpretedFrom < settings.interval / 2;
+    interpretedFrom = trace;
+    BeginGeneration();
     TranslatedRegion* region = FindCurrent(pc);
-    if (region == nullptr) {
-        if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
-        if (looks.size() > kMostLooks) looks.clear();
-        i32& seen = looks[pc];
-        if (++seen < settings.threshold) return nullptr;
-        seen = 0;
-        region = Translate(pc);
-        if (region == nullptr) {
-            looks[pc] = -kPause;
-            return nullptr;
-        }
-        region->generation = translatedState.generation;
-    }
+    if (region == nullptr) region = TranslateAfter(pc, isSoon ? 1 : kLook);
+    if (region == nullptr) return nullptr;
     if (region->pause > 0) {
         --region->pause;
         return nullptr;
@@ -581,6 +700,7 @@ TranslatorStart StartTranslator(const TranslatorOptions& options) {
     wideRegisters = 0;
     registerUses = {};
     refusals = 0;
+    StartWatching();
     InstallSettling();
     translatedCodeAt = CodeAt;
     beforeFault = OnFaultInCode;
@@ -604,6 +724,7 @@ void StopTranslator() {
     nextTranslationCheck = ~u64{0};
     translatedCodeAt = nullptr;
     beforeFault = nullptr;
+    StopWatching();
     ForgetEverything();
 }
 

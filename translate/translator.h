@@ -10,7 +10,7 @@ struct TranslatorOptions {
     // Instructions executed between two looks at where the module is.
     u32 interval = 1000;
     // Looks that find an address before its code is translated.
-    i32 threshold = 2;
+    i32 threshold = 16;
     // How many of the newest entries of the PC trace are always complete.
     u32 traceDepth = 16;
 };

@@ -12,6 +12,7 @@
 #include "base/bytes.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
+#include "vm/page_watch.h"
 #include "vm/threaded.h"
 
 namespace moxi {
@@ -35,6 +36,7 @@ struct sigaction previousSegv;
 struct sigaction previousBus;
 
 void OnFault(int signal, siginfo_t* info, void* context) {
+    if (signal == SIGSEGV && LetPageGo(info->si_addr)) return;
     const u8* const address = static_cast<const u8*>(info->si_addr);
     const bool ours =
         reservation != nullptr && address >= reservation && address < reservation + reservationSize;

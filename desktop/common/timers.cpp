@@ -29,12 +29,12 @@ static const Timers::Timer* EarliestTimer(const Timers& timers) {
 
 u64 EarliestDeadline(const Timers& timers) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-    return timer == nullptr ? kNever : timer->due;
+    return timer == nullptr || timers.held ? kNever : timer->due;
 }
 
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)())) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-    if (timer == nullptr || now < timer->due) return false;
+    if (timers.held || timer == nullptr || now < timer->due) return false;
 
     const TimerId id = timer->id;
     call(timer->handler);
@@ -43,6 +43,24 @@ bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*h
         if (each.id == id) each.due = NextDeadline(each.due, each.interval, clock());
     }
     return true;
+}
+
+void HoldTimers(Timers& timers, u64 now) {
+    if (timers.held) return;
+    timers.held = true;
+    timers.heldSince = now;
+}
+
+void LetTimersGo(Timers& timers, u64 now) {
+    if (!timers.held) return;
+    timers.held = false;
+    const u64 time = now - timers.heldSince;
+    timers.heldBefore += time;
+    for (Timers::Timer& each : timers.running) each.due += time;
+}
+
+u64 TimeWithoutHolds(const Timers& timers, u64 now) {
+    return (timers.held ? timers.heldSince : now) - timers.heldBefore;
 }
 
 }  // namespace moxi

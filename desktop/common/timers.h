@@ -20,6 +20,10 @@ struct Timers {
 
     std::vector<Timer> running;
     TimerId newest = 0;
+
+    bool held = false;
+    u64 heldSince = 0;
+    u64 heldBefore = 0;  // for how long in all
 };
 
 // The first point of the phase that `due` lies on which is later than `now`.
@@ -36,5 +40,12 @@ u64 EarliestDeadline(const Timers& timers);
 // are due together fire in the order in which they were started. Firings that `clock` finds missed
 // after the handler has run are skipped.
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)()));
+
+// While timers are held none of them fires, and none is due. When they go on, each does so from
+// where it was.
+void HoldTimers(Timers& timers, u64 now);
+void LetTimersGo(Timers& timers, u64 now);
+// `now` for whom the time for which the timers were held has not passed.
+u64 TimeWithoutHolds(const Timers& timers, u64 now);
 
 }  // namespace moxi

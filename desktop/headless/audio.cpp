@@ -94,10 +94,16 @@ void PlaySound(const std::string& name, const std::vector<u8>& file) {
     SetHeardSound(std::move(sound));
 }
 
-void ToggleMute() {
+void SetMuted(bool muted) {
     if (!IsRendering()) return;
     CatchUp();
-    audio.renderer.muted = audio.options.mute || !audio.renderer.muted;
+    audio.renderer.muted = audio.options.mute || muted;
+}
+
+void ChooseVolumes(u32 music, u32 sound) {
+    if (!IsRendering()) return;
+    CatchUp();
+    SetVolumes(audio.renderer, music, sound);
 }
 
 void ShutDown() {
@@ -114,8 +120,8 @@ void ShutDown() {
 void StartHeadlessAudio(const AudioOptions& options) {
     audio = {};
     audio.options = options;
-    audio.renderer.muted = options.mute;
-    if (options.mute) audio.renderer.volume = {.target = 0, .now = 0};
+    audio.renderer.muted = options.mute || options.muted;
+    if (audio.renderer.muted) audio.renderer.volume = {.target = 0, .now = 0};
     StartVolumes(audio.renderer, options.musicVolume, options.soundVolume);
     if (!options.renderFile.empty() && !OpenWav(audio.writer, options.renderFile)) {
         SystemLog(options.renderFile + ": cannot be written");
@@ -131,7 +137,10 @@ void StartHeadlessAudio(const AudioOptions& options) {
         .musicPosition = [] { return desktop.nanoseconds() - audio.musicStarted; },
         .playSound = PlaySound,
         .stopSound = [] { SetHeardSound({}); },
-        .toggleMute = ToggleMute,
+        .setMuted = SetMuted,
+        .setVolumes = ChooseVolumes,
+        // The game's clock stands still meanwhile, and what is rendered follows it.
+        .setPaused = [](bool) {},
         .shutDown = ShutDown,
     };
 }

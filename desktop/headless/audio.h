@@ -7,7 +7,7 @@
 
 namespace moxi {
 
-// Fills the audioOut record. To be called after StartHeadlessDesktop. A render file that cannot be
+// Fills the audioOut record; sound goes by the clock of `desktop`. A render file that cannot be
 // written gives a line in the system log.
 void StartHeadlessAudio(const AudioOptions& options);
 

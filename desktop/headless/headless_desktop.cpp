@@ -186,6 +186,12 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::MouseMove:
         case ScriptEventKind::MouseDrag:
         case ScriptEventKind::Scroll: PlayMouseEvent(event); break;
+        case ScriptEventKind::PadButton:
+            desktopEvents.padButton(event.padButton, event.down);
+            break;
+        case ScriptEventKind::PadAxis:
+            desktopEvents.padAxis(event.padAxis, event.deltas[0]);
+            break;
         case ScriptEventKind::Resize:
             ChangeFrame({state.frame.x, state.frame.y, Number(event, 0), Number(event, 1)});
             break;
@@ -204,6 +210,7 @@ void PlayEvent(const ScriptEvent& event) {
             if (state.fullScreen) ToggleFullScreen();
             break;
         case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
+        case ScriptEventKind::Deactivate: desktopEvents.didResignActive(); break;
         case ScriptEventKind::Expose:
             // The rectangle goes to the view at once, and as it stands.
             desktopEvents.expose(
@@ -219,6 +226,7 @@ void PlayEvent(const ScriptEvent& event) {
             state.clipboard = event.text;
             desktopEvents.clipboardDidChange(event.text);
             break;
+        case ScriptEventKind::Drop: desktopEvents.fileDropped(event.text); break;
         case ScriptEventKind::Post:
             desktopEvents.post(
                 static_cast<u32>(event.numbers[0]), static_cast<u32>(event.numbers[1]),
@@ -349,14 +357,23 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.viewSize = SizeOfView;
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
+    desktop.setViewScale = [](const ViewScale&) {};
+    desktop.toggleFittedScreen = [] { return false; };
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
+    desktop.windowPixels = [] { return desktop.viewSize(); };
+    // Whoever draws a surface keeps it for screenshots.
+    desktop.presentSurface = [](const u8*, ViewSize) {};
+    desktop.hideSurface = [] { RequestRedraw(WholeView(desktop.viewSize())); };
     desktop.screens = Screens;
-    desktop.nanoseconds = [] { return state.now * 1000; };
+    desktop.nanoseconds = [] { return TimeWithoutHolds(state.timers, state.now) * 1000; };
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
     desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
+    desktop.holdGame = [](bool held) {
+        held ? HoldTimers(state.timers, state.now) : LetTimersGo(state.timers, state.now);
+    };
     desktop.sleep = [](u64 milliseconds) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };
@@ -369,8 +386,10 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     };
     desktop.clipboardText = [] { return state.clipboard; };
     desktop.setClipboardText = [](const std::string& utf8) { state.clipboard = utf8; };
+    desktop.movePointer = [](i32, i32) {};
     desktop.setHandCursor = [](bool) {};
     desktop.openUrl = [](const std::string& utf8) { SystemLog("OpenURL " + utf8); };
+    desktop.askBeforeUrls = [](bool) {};
     desktop.alert = [](const std::string&) {};
     desktop.alertOrEnd = [](const std::string&) { return SignalIsWaiting(); };
 }

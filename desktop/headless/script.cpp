@@ -46,9 +46,14 @@ class LineReader {
 
     std::string_view Word(const char* what) {
         if (rest.empty()) throw LineError{std::string(what) + " is missing"};
+        return Take(Peek().size());
+    }
+
+    // The word that comes next, "" at the end.
+    std::string_view Peek() const {
         size_t length = 0;
         while (length < rest.size() && !IsBlank(rest[length])) ++length;
-        return Take(length);
+        return rest.substr(0, length);
     }
 
     i64 Integer(const char* what, i64 least, i64 most) {
@@ -208,6 +213,28 @@ void ReadFullScreen(LineReader& line, ScriptEvent& event) {
     event.kind = word == "on" ? ScriptEventKind::FullScreenOn : ScriptEventKind::FullScreenOff;
 }
 
+void ReadPadButton(LineReader& line, ScriptEvent& event) {
+    const std::string_view name = line.Word("the button");
+    const auto button = PadButtonNamed(name);
+    if (!button) throw LineError{"unknown button: " + std::string(name)};
+    event.padButton = *button;
+    const std::string_view word = line.Word("down or up");
+    if (word != "down" && word != "up") {
+        throw LineError{"pad-button takes down or up, not " + std::string(word)};
+    }
+    event.down = word == "down";
+}
+
+void ReadPadAxis(LineReader& line, ScriptEvent& event) {
+    const std::string_view name = line.Word("the axis");
+    const auto axis = PadAxisNamed(name);
+    if (!axis) throw LineError{"unknown axis: " + std::string(name)};
+    event.padAxis = *axis;
+    const std::string value(line.Peek());
+    event.deltas[0] = line.Decimal("the value");
+    if (std::abs(event.deltas[0]) > 1) throw LineError{"the value is not -1 to 1: " + value};
+}
+
 void ReadArguments(LineReader& line, ScriptEvent& event) {
     switch (event.kind) {
         case ScriptEventKind::KeyDown:
@@ -226,6 +253,8 @@ void ReadArguments(LineReader& line, ScriptEvent& event) {
             event.deltas[1] = line.Decimal("DY");
             ReadPoint(line, event.numbers);
             break;
+        case ScriptEventKind::PadButton: ReadPadButton(line, event); break;
+        case ScriptEventKind::PadAxis: ReadPadAxis(line, event); break;
         case ScriptEventKind::Resize:
             event.numbers[0] = line.Integer("the width", 1, kLargestSize);
             event.numbers[1] = line.Integer("the height", 1, kLargestSize);
@@ -253,12 +282,14 @@ void ReadArguments(LineReader& line, ScriptEvent& event) {
                 event.numbers[i] = line.MessageWord(kNames[i]);
             }
             break;
+        case ScriptEventKind::Drop:
         case ScriptEventKind::Screenshot: event.text = line.File(); break;
         case ScriptEventKind::LiveResizeStart:
         case ScriptEventKind::LiveResizeEnd:
         case ScriptEventKind::Minimize:
         case ScriptEventKind::Restore:
         case ScriptEventKind::Activate:
+        case ScriptEventKind::Deactivate:
         case ScriptEventKind::Close:
         case ScriptEventKind::Quit: break;
     }
@@ -278,6 +309,8 @@ constexpr EventName kEventNames[] = {
     {"mouse-move", ScriptEventKind::MouseMove},
     {"mouse-drag", ScriptEventKind::MouseDrag},
     {"scroll", ScriptEventKind::Scroll},
+    {"pad-button", ScriptEventKind::PadButton},
+    {"pad-axis", ScriptEventKind::PadAxis},
     {"resize", ScriptEventKind::Resize},
     {"live-resize-start", ScriptEventKind::LiveResizeStart},
     {"live-resize-end", ScriptEventKind::LiveResizeEnd},
@@ -286,12 +319,14 @@ constexpr EventName kEventNames[] = {
     {"restore", ScriptEventKind::Restore},
     {"full-screen", ScriptEventKind::FullScreenOn},
     {"activate", ScriptEventKind::Activate},
+    {"deactivate", ScriptEventKind::Deactivate},
     {"expose", ScriptEventKind::Expose},
     {"close", ScriptEventKind::Close},
     {"quit", ScriptEventKind::Quit},
     {"screens", ScriptEventKind::Screens},
     {"clipboard", ScriptEventKind::Clipboard},
     {"post", ScriptEventKind::Post},
+    {"drop", ScriptEventKind::Drop},
     {"screenshot", ScriptEventKind::Screenshot},
 };
 

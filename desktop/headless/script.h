@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "desktop/desktop.h"
+#include "desktop/pad.h"
 
 namespace moxi {
 
@@ -17,6 +18,8 @@ enum class ScriptEventKind : u8 {
     MouseMove,
     MouseDrag,
     Scroll,
+    PadButton,
+    PadAxis,
     Resize,
     LiveResizeStart,
     LiveResizeEnd,
@@ -26,11 +29,13 @@ enum class ScriptEventKind : u8 {
     FullScreenOn,
     FullScreenOff,
     Activate,
+    Deactivate,
     Expose,
     Close,
     Quit,
     Screens,
     Clipboard,
+    Drop,
     Post,
     Screenshot,
 };
@@ -40,10 +45,13 @@ struct ScriptEvent {
     ScriptEventKind kind = ScriptEventKind::Activate;
     std::string text;       // key text, clipboard text or file name
     i64 numbers[4] = {};    // codes, buttons, positions and sizes, in the order of the line
-    double deltas[4] = {};  // scroll: DX DY; expose: X Y W H
+    double deltas[4] = {};  // scroll: DX DY; expose: X Y W H; pad-axis: the value
     bool shift = false;     // modifiers
     bool command = false;
     bool option = false;
+    PadButton padButton = PadButton::A;
+    PadAxis padAxis = PadAxis::LeftX;
+    bool down = false;  // pad-button
     std::vector<ViewSize> screens;
 };
 

@@ -17,6 +17,7 @@
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -96,6 +97,7 @@ static void ShutDown() {
     if (DisplayLoss() != Loss::None) return;
     DestroyGameWindow();
     FreeCursors();
+    StopPads();
     StopX11Side();
     StopWaylandSide();
     SDL_Quit();
@@ -142,6 +144,7 @@ bool StartSdlDesktop(std::string* error) {
     BindGateToMainThread();
     ResetSdlKeyboard();
     ResetSdlMouse();
+    StartPads();
     StartScreens();
     StartRunLoop();
 
@@ -161,14 +164,20 @@ bool StartSdlDesktop(std::string* error) {
         .viewSize = CurrentViewSize,
         .isFullScreen = IsFullScreen,
         .toggleFullScreen = ToggleFullScreen,
+        .setViewScale = SetViewScale,
+        .toggleFittedScreen = ToggleFittedScreen,
         .requestRedraw = RequestRedraw,
         .presentView = PresentView,
+        .windowPixels = WindowPixels,
+        .presentSurface = PresentSurface,
+        .hideSurface = HideSurface,
         .screens = ScreensNow,
-        .nanoseconds = Nanoseconds,
+        .nanoseconds = GameNanoseconds,
         .clockWasRead = [] {},
         .localDateTime = [] { return DateOf(LocalParts()); },
         .startTimer = StartTimer,
         .stopTimer = StopTimer,
+        .holdGame = HoldGame,
         .sleep = SleepWithRedraw,
         .isMainThread = IsMainThread,
         .queueOnMain = QueueOnMain,
@@ -179,8 +188,10 @@ bool StartSdlDesktop(std::string* error) {
             },
         .clipboardText = ClipboardText,
         .setClipboardText = SetClipboardText,
+        .movePointer = MovePointer,
         .setHandCursor = SetHandCursor,
         .openUrl = OpenUrl,
+        .askBeforeUrls = AskBeforeUrls,
         .alert = ShowAlert,
         .alertOrEnd = ShowAlertOrEnd,
     };

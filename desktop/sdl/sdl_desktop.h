@@ -7,10 +7,11 @@
 //   clock        the monotonic time
 //   game_window  its handle, title and icon
 //   window       geometry, full screen, closing; geometry, geometry_tracker: what of it is told
-//   view         redraw requests and the texture that is shown
+//   view         redraw requests and what is shown, enlarged as points say; enlarge does it without
+//                a graphics processor
 //   keyboard     keys, with scancodes (positions), key_text (characters) and layouts
 //   x11_side     what SDL does not ask the X server; wayland_side: the same of a compositor
-//   mouse        buttons, motion, wheel
+//   mouse        buttons, motion, wheel; pads: gamepads
 //   screens      screens and their changes, with x11_monitors
 //   services     clipboard, cursor; url_opener: web addresses
 //   alert        the modal box that we draw ourselves
@@ -22,8 +23,8 @@
 namespace moxi {
 
 // Connects to the display and fills `desktop`. Where no display can be reached it returns false,
-// sets `error` to one line that says why, and leaves `desktop` as it was. To be called on the main
-// thread before any other thread exists.
+// sets `error` to one line that says why, and leaves `desktop` as it was. The calling thread is the
+// main thread from then on. It is the only one before: helper processes are copied from here.
 bool StartSdlDesktop(std::string* error);
 
 }  // namespace moxi

@@ -8,7 +8,8 @@
 namespace moxi {
 
 struct AudioOptions {
-    bool mute = false;  // no device is opened
+    bool mute = false;   // no device is opened
+    bool muted = false;  // nothing is heard until it is switched off
     u32 musicVolume =
         100;  // percent of the amplitude, 0 to 100; the player's own, no module sees it
     u32 soundVolume = 100;

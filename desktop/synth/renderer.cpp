@@ -101,7 +101,7 @@ void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
 // --- The mix as a whole
 
 void ApplyVolume(Renderer& renderer, Mix& mix, u32 frames) {
-    renderer.volume.target = renderer.muted ? 0 : 1;
+    renderer.volume.target = renderer.muted || renderer.paused ? 0 : 1;
     for (u32 i = 0; i < frames; i++) {
         const float volume = Next(renderer.volume);
         mix.left[i] *= volume;
@@ -149,15 +149,28 @@ bool MusicWaits(const Renderer& renderer) {
     return renderer.synth == nullptr && renderer.synthIsComing;
 }
 
+// What waits has to be silent first.
+bool AllWaits(const Renderer& renderer) {
+    return renderer.paused && renderer.volume.now <= 0;
+}
+
+float Factor(u32 percent) {
+    return static_cast<float>(std::min(percent, 100U)) / 100;
+}
+
 }  // namespace
 
 void StartVolumes(Renderer& renderer, u32 music, u32 sound) {
     const auto at = [](u32 percent) {
-        const float factor = static_cast<float>(std::min(percent, 100U)) / 100;
-        return Volume{.target = factor, .now = factor};
+        return Volume{.target = Factor(percent), .now = Factor(percent)};
     };
     renderer.musicVolume = at(music);
     renderer.soundVolume = at(sound);
+}
+
+void SetVolumes(Renderer& renderer, u32 music, u32 sound) {
+    renderer.musicVolume.target = Factor(music);
+    renderer.soundVolume.target = Factor(sound);
 }
 
 void SetMusic(Renderer& renderer, const MusicPiece* piece) {
@@ -182,9 +195,11 @@ void Render(Renderer& renderer, i16* out, u32 frames) {
     while (frames > 0) {
         const u32 now = std::min(frames, kSynthStep);
         Mix mix;
-        if (renderer.piece != nullptr && !MusicWaits(renderer)) AddMusic(renderer, mix, now);
-        if (renderer.sound != nullptr) AddSound(renderer, mix, now);
-        AddFade(renderer, mix, now);
+        if (!AllWaits(renderer)) {
+            if (renderer.piece != nullptr && !MusicWaits(renderer)) AddMusic(renderer, mix, now);
+            if (renderer.sound != nullptr) AddSound(renderer, mix, now);
+            AddFade(renderer, mix, now);
+        }
         ApplyVolume(renderer, mix, now);
         Limit(renderer, mix, now);
         for (u32 i = 0; i < now; i++) {

@@ -27,6 +27,7 @@ struct Renderer {
     Synth* synth = nullptr;      // null: the music advances in silence
     bool synthIsComing = false;  // the music waits at its start until the synthesiser is there
     bool muted = false;
+    bool paused = false;  // music and sound wait where they are
     Volume musicVolume;
     Volume soundVolume;
 
@@ -44,12 +45,15 @@ struct Renderer {
     u32 fadeUsed = kFadeFrames;
     float fade[2][kFadeFrames] = {};
 
-    Volume volume;   // of the whole: 0 or 1 as `muted` says
+    Volume volume;   // of the whole: 0 or 1 as `muted` and `paused` say
     float gain = 1;  // of the limiter
 };
 
 // The volumes of the player's choice, 0 to 100 percent of the amplitude, from the start of a run.
 void StartVolumes(Renderer& renderer, u32 music, u32 sound);
+
+// The same later, on the way to where they are set.
+void SetVolumes(Renderer& renderer, u32 music, u32 sound);
 
 // Cuts what is playing and plays `piece`; null stops. The piece must live until another call.
 void SetMusic(Renderer& renderer, const MusicPiece* piece);

@@ -1,11 +1,12 @@
 # bash completion for moxi, mxasm, mxdis, mxwasm and mxcc
 
-# Files and folders that begin with the current word; with a suffix only such files, and folders.
+# _moxi_files SUFFIXES WORD: files and folders that begin with the word; with suffixes, which stand
+# between "|", only such files, and folders.
 _moxi_files() {
-    local name
+    local name suffixes="*@($1)"
     compopt -o filenames 2>/dev/null
     while IFS= read -r name; do
-        if [ -z "${1-}" ] || [ -d "$name" ] || [ "${name%"$1"}" != "$name" ]; then COMPREPLY+=("$name"); fi
+        if [ -z "$1" ] || [ -d "$name" ] || [[ $name == $suffixes ]]; then COMPREPLY+=("$name"); fi
     done < <(compgen -f -- "$2")
 }
 
@@ -21,15 +22,15 @@ _moxi() {
         --run-ms | --date | --data-limit | --music-volume | --sound-volume) return ;;
         --desktop) _moxi_options "1280x800 1920x1080 2560x1440" "$word"; return ;;
         --soundfont) _moxi_files "" "$word"; return ;;
-        --data-folder | --bundle | --new | --script | --dump-image | --dump-screen | --dump-view | --trace | \
+        --data-folder | --bundle | --pack | --new | --script | --dump-image | --dump-screen | --dump-view | --trace | \
             --record | --render-audio | --profile) _moxi_files "" "$word"; return ;;
     esac
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --soundfont --full-screen --headless
             --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
-            --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --new --c --lua" "$word"
+            --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --pack --with-symbols --new --c --lua" "$word"
     else
-        _moxi_files .MX "$word"
+        _moxi_files ".MX|.mxz|.zip|.wasm" "$word"
     fi
 }
 

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
@@ -23,11 +23,11 @@ class DataFolder : public testing::Test {
     void SetUp() override {
         fs::create_directories(here);
         fs::create_directories(game);
-        ServiceCalls calls;
-        const u32 handle = calls.Call({"0x0000", calls.Text("SAVE.DAT"), "0x8302"});
-        calls.Call({"0x0003", ServiceCalls::Result(handle), calls.Text("gone"), "4"});
-        calls.Call({"0x0008", ServiceCalls::Result(handle)});
-        calls.Call({"0x0000", calls.Text("MORE.DAT"), "0x8302"});
+        CallingModule calls;
+        const u32 handle = calls.Call(SYS_FILE_OPEN, {calls.Text("SAVE.DAT"), "0x8302"});
+        calls.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), calls.Text("gone"), "4"});
+        calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
+        calls.Call(SYS_FILE_OPEN, {calls.Text("MORE.DAT"), "0x8302"});
         WriteGame(game, calls.Source());
     }
 
@@ -61,9 +61,9 @@ class DataFolder : public testing::Test {
 };
 
 TEST_F(DataFolder, ATrailingSlashOfItsNameIsNotDoubled) {
-    ServiceCalls calls;
-    const std::string buffer = calls.Space(1024);
-    calls.Call({"0x070C", buffer});
+    CallingModule calls;
+    const std::string buffer = calls.Room(1024);
+    calls.Call(SYS_DATA_FOLDER, {buffer});
     const AssembleResult assembled = WriteGame(game, calls.Source());
     const ProgramResult result =
         Run("", {"--data-folder", folder.path + "/data/", "--dump-image", folder.path + "/image"});
@@ -92,9 +92,9 @@ TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
     // What lies in the current folder is no module of the game's.
     WriteTextFile(here + "/MAIN.MX", "not the game");
     // Only read: nothing is written to the home of root.
-    ServiceCalls calls;
-    const std::string buffer = calls.Space(1024);
-    calls.Call({"0x070C", buffer});
+    CallingModule calls;
+    const std::string buffer = calls.Room(1024);
+    calls.Call(SYS_DATA_FOLDER, {buffer});
     const AssembleResult assembled = WriteGame(game, calls.Source());
     const ProgramResult result =
         Run("-u HOME -u XDG_DATA_HOME", {"--dump-image", folder.path + "/image"});

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 const fs::path kSources = fs::path(MOXI_SOURCE_DIR) / "demo";
-const fs::path kGoldenRun = fs::path(MOXI_SOURCE_DIR) / "tests" / "runs" / "demo";
+const fs::path kGoldenRun = fs::path(MOXI_SOURCE_DIR) / "tests" / "app" / "demo_run";
 const fs::path kDemoGame = fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "demo";
 
 void ExpectSamePicture(const fs::path& gotPath, const fs::path& wantedPath) {

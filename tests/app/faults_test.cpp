@@ -15,8 +15,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 #include "vm/guard.h"
 
 namespace moxi {
@@ -36,7 +36,7 @@ struct Game {
     std::string data = folder.path + "/data";
     u32 results = 0;  // the address of the first
 
-    explicit Game(const ServiceCalls& calls) { Make(Assemble(calls.Source(), "calls.mxs")); }
+    explicit Game(const CallingModule& calls) { Make(Assemble(calls.Source(), "calls.mxs")); }
     explicit Game(const std::string& source) { Make(Assemble(source, "game.mxs")); }
     void Make(const AssembleResult& assembled) {
         EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
@@ -48,7 +48,7 @@ struct Game {
         fs::copy(seeds + "wav/plain", path + "/A.WAV");
         fs::copy(seeds + "png/plain", path + "/A.PNG");
         fs::copy(seeds + "settings/two_sections", path + "/S.INI");
-        results = SymbolValue(assembled, "results");
+        results = SymbolValue(assembled, CallingModule::kResults);
     }
 
     ProgramResult Run(Strings options = {}, const std::string& program = "moxi") const {
@@ -63,51 +63,51 @@ struct Game {
     u32 Result(u32 call) const {
         const std::string image = ReadTextFile(folder.path + "/image");
         u32 value = 0;
-        if (image.size() < results + 4 * call + 4) return 0x5A5A5A5A;
-        std::memcpy(&value, image.data() + results + 4 * call, 4);
+        if (image.size() < results + CallingModule::kResultSize * call + 4) return 0x5A5A5A5A;
+        std::memcpy(&value, image.data() + results + CallingModule::kResultSize * call, 4);
         return value;
     }
 };
 
 // One of everything that takes memory of the host.
-ServiceCalls EveryService() {
-    ServiceCalls calls;
+CallingModule EveryService() {
+    CallingModule calls;
     const std::string name = calls.Text("SAVE/A.DAT");
-    const u32 handle = calls.Call({"0x0000", name, "0x8302"});
-    calls.Call({"0x0003", ServiceCalls::Result(handle), calls.Text("text"), "4"});
-    calls.Call({"0x000E", ServiceCalls::Result(handle), calls.Text("Man"), "3"});
-    calls.Call({"0x0008", ServiceCalls::Result(handle)});
-    const std::string found = calls.Space(1024);
-    calls.Call({"0x000B", calls.Text("*"), found, "0", "0"});
-    calls.Call({"0x000C", found, "0", "0"});
-    calls.Call({"0x000F", name, calls.Text("SAVE/B.DAT")});
-    calls.Call({"0x0006", calls.Text("SAVE/C")});
-    calls.Call({"0x0005", calls.Text("SAVE/B.DAT")});
-    calls.Call({"0x0800", calls.Text("S.INI")});
-    calls.Call({"0x0807", calls.Text("Section")});
-    calls.Call({"0x080F", calls.Text("Key"), calls.Text(std::string(3000, 'x'))});
-    calls.Call({"0x0801", calls.Text("S.INI")});
-    calls.Call({"0x0300", found, calls.Text("%d"), "4", "7"});
-    calls.Call({"0x030E", calls.Text("a line of the log")});
-    const u32 image = calls.Graphics(2, {calls.Text("A.PNG")});
-    calls.Graphics(8, {"0", "0", "0", "50", "50", ServiceCalls::Result(image), "0", "0", "3", "2",
-                       "1000", "1000"});
-    calls.Graphics(9, {ServiceCalls::Result(image), calls.Text("B.PNG"), "1"});
-    calls.Graphics(9, {ServiceCalls::Result(image), calls.Text("B.BMP"), "0"});
-    calls.Graphics(0, {"0", found, "8", "0xFF00FF00"});
-    calls.Graphics(16,
-                   {"0", calls.Text("Some words"), "5", "5", "200", "30", "0", "0", "0xFF102030"});
-    calls.Graphics(15, {"0", "0", "0", "40", "40", "10", "20", "30", "40"});
-    calls.Graphics(18, {"0", "0", "0", "40", "40", "0xFF0000FF", "0xFF00FF00"});
-    calls.Call({"0x0600", calls.Text("A.WAV")});
-    calls.Call({"0x0601", calls.Text("../MUSIC/A.MID")});
-    calls.Call({"0x0604", calls.Text("A.WAV")});
-    calls.Call({"0x0200", "50"});
-    calls.Call({"0x0706", calls.Text("clipboard")});
-    calls.Call({"0x0705", found, "100"});
-    calls.Call({"0x070B", calls.Text("A title")});
-    calls.Call({"0x0711", calls.Text("https://example.org/")});
-    calls.Call({"0x0715", "1"});
+    const u32 handle = calls.Call(SYS_FILE_OPEN, {name, "0x8302"});
+    calls.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), calls.Text("text"), "4"});
+    calls.Call(SYS_FILE_WRITE_BASE64, {CallingModule::Result(handle), calls.Text("Man"), "3"});
+    calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
+    const std::string found = calls.Room(1024);
+    calls.Call(SYS_FIND_FIRST, {calls.Text("*"), found, "0", "0"});
+    calls.Call(SYS_FIND_NEXT, {found, "0", "0"});
+    calls.Call(SYS_FILE_MOVE, {name, calls.Text("SAVE/B.DAT")});
+    calls.Call(SYS_MAKE_FOLDER, {calls.Text("SAVE/C")});
+    calls.Call(SYS_FILE_DELETE, {calls.Text("SAVE/B.DAT")});
+    calls.Call(SYS_SETTINGS_LOAD, {calls.Text("S.INI")});
+    calls.Call(SYS_SETTINGS_ADD_SECTION, {calls.Text("Section")});
+    calls.Call(SYS_SETTINGS_APPEND_STRING, {calls.Text("Key"), calls.Text(std::string(3000, 'x'))});
+    calls.Call(SYS_SETTINGS_SAVE, {calls.Text("S.INI")});
+    calls.Call(SYS_APPEND_FORMAT, {found, calls.Text("%d"), "4", "7"});
+    calls.Call(SYS_DEBUG_PRINT, {calls.Text("a line of the log")});
+    const u32 image = calls.Call(SYS_LOAD_IMAGE, {calls.Text("A.PNG")});
+    calls.Call(SYS_SCALED_BLIT, {"0", "0", "0", "50", "50", CallingModule::Result(image), "0", "0",
+                                 "3", "2", "1000", "1000"});
+    calls.Call(SYS_SAVE_IMAGE, {CallingModule::Result(image), calls.Text("B.PNG"), "1"});
+    calls.Call(SYS_SAVE_IMAGE, {CallingModule::Result(image), calls.Text("B.BMP"), "0"});
+    calls.Call(SYS_POLYLINE, {"0", found, "8", "0xFF00FF00"});
+    calls.Call(SYS_DRAW_TEXT,
+               {"0", calls.Text("Some words"), "5", "5", "200", "30", "0", "0", "0xFF102030"});
+    calls.Call(SYS_ADJUST_COLOURS, {"0", "0", "0", "40", "40", "10", "20", "30", "40"});
+    calls.Call(SYS_ELLIPSE, {"0", "0", "0", "40", "40", "0xFF0000FF", "0xFF00FF00"});
+    calls.Call(SYS_PLAY_SOUND, {calls.Text("A.WAV")});
+    calls.Call(SYS_PLAY_MUSIC, {calls.Text("../MUSIC/A.MID")});
+    calls.Call(SYS_SOUND_LENGTH, {calls.Text("A.WAV")});
+    calls.Call(SYS_TIMER, {"50"});
+    calls.Call(SYS_WRITE_CLIPBOARD, {calls.Text("clipboard")});
+    calls.Call(SYS_READ_CLIPBOARD, {found, "100"});
+    calls.Call(SYS_WINDOW_TITLE, {calls.Text("A title")});
+    calls.Call(SYS_OPEN_WEB, {calls.Text("https://example.org/")});
+    calls.Call(SYS_WAIT, {"1"});
     return calls;
 }
 
@@ -197,14 +197,16 @@ TEST(Faults, ANamedPipeIsNoFile) {
 // --- The data folder
 
 TEST(Faults, WhereNothingCanBeWrittenEveryWriteSaysSo) {
-    ServiceCalls calls;
-    const u32 opened = calls.Call({"0x0000", calls.Text("SAVE/A.DAT"), "0x8302"});
-    const u32 written = calls.Call({"0x0003", ServiceCalls::Result(opened), calls.Text("x"), "1"});
-    const u32 made = calls.Call({"0x0006", calls.Text("SAVE")});
-    const u32 loaded = calls.Call({"0x0800", calls.Text("S.INI")});
-    const u32 saved = calls.Call({"0x0801", calls.Text("S.INI")});
-    const u32 image = calls.Graphics(2, {calls.Text("A.PNG")});
-    const u32 stored = calls.Graphics(9, {ServiceCalls::Result(image), calls.Text("B.PNG"), "1"});
+    CallingModule calls;
+    const u32 opened = calls.Call(SYS_FILE_OPEN, {calls.Text("SAVE/A.DAT"), "0x8302"});
+    const u32 written =
+        calls.Call(SYS_FILE_WRITE, {CallingModule::Result(opened), calls.Text("x"), "1"});
+    const u32 made = calls.Call(SYS_MAKE_FOLDER, {calls.Text("SAVE")});
+    const u32 loaded = calls.Call(SYS_SETTINGS_LOAD, {calls.Text("S.INI")});
+    const u32 saved = calls.Call(SYS_SETTINGS_SAVE, {calls.Text("S.INI")});
+    const u32 image = calls.Call(SYS_LOAD_IMAGE, {calls.Text("A.PNG")});
+    const u32 stored =
+        calls.Call(SYS_SAVE_IMAGE, {CallingModule::Result(image), calls.Text("B.PNG"), "1"});
     const Game game(calls);
     // Nobody, not even root, makes a folder there.
     const ProgramResult result = game.Run({"--data-folder", "/proc/moxi-data"});
@@ -221,20 +223,22 @@ TEST(Faults, WhereNothingCanBeWrittenEveryWriteSaysSo) {
 }
 
 TEST(Faults, OnAFullDiskAWriteComesShort) {
-    ServiceCalls calls;
-    const u32 opened = calls.Call({"0x0000", calls.Text("A.DAT"), "0x8302"});
-    const std::string bytes = calls.Space(20000);
-    const u32 first = calls.Call({"0x0003", ServiceCalls::Result(opened), bytes, "4096"});
-    const u32 second = calls.Call({"0x0003", ServiceCalls::Result(opened), bytes, "20000"});
-    const u32 third = calls.Call({"0x0003", ServiceCalls::Result(opened), bytes, "1"});
-    calls.Call({"0x0800", calls.Text("S.INI")});
-    calls.Call({"0x0807", calls.Text("Long")});
+    CallingModule calls;
+    const u32 opened = calls.Call(SYS_FILE_OPEN, {calls.Text("A.DAT"), "0x8302"});
+    const std::string bytes = calls.Room(20000);
+    const u32 first = calls.Call(SYS_FILE_WRITE, {CallingModule::Result(opened), bytes, "4096"});
+    const u32 second = calls.Call(SYS_FILE_WRITE, {CallingModule::Result(opened), bytes, "20000"});
+    const u32 third = calls.Call(SYS_FILE_WRITE, {CallingModule::Result(opened), bytes, "1"});
+    calls.Call(SYS_SETTINGS_LOAD, {calls.Text("S.INI")});
+    calls.Call(SYS_SETTINGS_ADD_SECTION, {calls.Text("Long")});
     for (int i = 0; i < 4; ++i) {
-        calls.Call({"0x080F", calls.Text("K"), calls.Text(std::string(3000, 'x'))});
+        calls.Call(SYS_SETTINGS_APPEND_STRING,
+                   {calls.Text("K"), calls.Text(std::string(3000, 'x'))});
     }
-    const u32 saved = calls.Call({"0x0801", calls.Text("NEW.INI")});
-    const u32 image = calls.Graphics(19, {"200", "200"});
-    const u32 stored = calls.Graphics(9, {ServiceCalls::Result(image), calls.Text("B.BMP"), "0"});
+    const u32 saved = calls.Call(SYS_SETTINGS_SAVE, {calls.Text("NEW.INI")});
+    const u32 image = calls.Call(SYS_NEW_BITMAP, {"200", "200"});
+    const u32 stored =
+        calls.Call(SYS_SAVE_IMAGE, {CallingModule::Result(image), calls.Text("B.BMP"), "0"});
     const Game game(calls);
     fs::create_directories(game.data);
     rlimit before;
@@ -259,11 +263,12 @@ TEST(Faults, OnAFullDiskAWriteComesShort) {
 
 TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-    ServiceCalls calls;
-    const u32 opened = calls.Call({"0x0000", calls.Text("A.DAT"), "0x8002"});
-    const u32 written = calls.Call({"0x0003", ServiceCalls::Result(opened), calls.Text("x"), "1"});
-    const u32 loaded = calls.Call({"0x0800", calls.Text("S.INI")});
-    const u32 saved = calls.Call({"0x0801", calls.Text("A.DAT")});
+    CallingModule calls;
+    const u32 opened = calls.Call(SYS_FILE_OPEN, {calls.Text("A.DAT"), "0x8002"});
+    const u32 written =
+        calls.Call(SYS_FILE_WRITE, {CallingModule::Result(opened), calls.Text("x"), "1"});
+    const u32 loaded = calls.Call(SYS_SETTINGS_LOAD, {calls.Text("S.INI")});
+    const u32 saved = calls.Call(SYS_SETTINGS_SAVE, {calls.Text("A.DAT")});
     const Game game(calls);
     fs::create_directories(game.data);
     fs::create_symlink("/dev/full", game.data + "/A.DAT");
@@ -285,23 +290,23 @@ TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
 // --- The resources folder
 
 TEST(Faults, AGameOutlivesItsResourcesFolder) {
-    ServiceCalls calls;
+    CallingModule calls;
     // Reading the terminal waits until the folder is gone.
-    calls.Call({"0x0000", calls.Text("READY"), "0x8302"});
-    const u32 terminal = calls.Call({"0x0000", calls.Text("TERMINAL"), "0x8000"});
-    const std::string buffer = calls.Space(1024);
-    const u32 waited = calls.Call({"0x0002", ServiceCalls::Result(terminal), buffer, "4"});
-    const u32 opened = calls.Call({"0x0000", calls.Text("S.INI"), "0x8000"});
-    const u32 sized = calls.Call({"0x0009", calls.Text("A.WAV")});
-    const u32 found = calls.Call({"0x000B", calls.Text("*.WAV"), buffer, "0", "0"});
-    const u32 image = calls.Graphics(2, {calls.Text("A.PNG")});
-    const u32 loaded = calls.Call({"0x0800", calls.Text("S.INI")});
-    const u32 length = calls.Call({"0x0604", calls.Text("A.WAV")});
-    calls.Call({"0x0600", calls.Text("A.WAV")});
-    calls.Call({"0x0601", calls.Text("../MUSIC/A.MID")});
-    const u32 playing = calls.Call({"0x0603"});
-    calls.Call({"0x0005", calls.Text("A.WAV")});
-    const u32 written = calls.Call({"0x0000", calls.Text("A.DAT"), "0x8302"});
+    calls.Call(SYS_FILE_OPEN, {calls.Text("READY"), "0x8302"});
+    const u32 terminal = calls.Call(SYS_FILE_OPEN, {calls.Text("TERMINAL"), "0x8000"});
+    const std::string buffer = calls.Room(1024);
+    const u32 waited = calls.Call(SYS_FILE_READ, {CallingModule::Result(terminal), buffer, "4"});
+    const u32 opened = calls.Call(SYS_FILE_OPEN, {calls.Text("S.INI"), "0x8000"});
+    const u32 sized = calls.Call(SYS_FILE_SIZE, {calls.Text("A.WAV")});
+    const u32 found = calls.Call(SYS_FIND_FIRST, {calls.Text("*.WAV"), buffer, "0", "0"});
+    const u32 image = calls.Call(SYS_LOAD_IMAGE, {calls.Text("A.PNG")});
+    const u32 loaded = calls.Call(SYS_SETTINGS_LOAD, {calls.Text("S.INI")});
+    const u32 length = calls.Call(SYS_SOUND_LENGTH, {calls.Text("A.WAV")});
+    calls.Call(SYS_PLAY_SOUND, {calls.Text("A.WAV")});
+    calls.Call(SYS_PLAY_MUSIC, {calls.Text("../MUSIC/A.MID")});
+    const u32 playing = calls.Call(SYS_MUSIC_PLAYING);
+    calls.Call(SYS_FILE_DELETE, {calls.Text("A.WAV")});
+    const u32 written = calls.Call(SYS_FILE_OPEN, {calls.Text("A.DAT"), "0x8302"});
     const Game game(calls);
     fs::create_directories(game.data);
     const int end = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -347,7 +352,7 @@ std::string SaverSource(char letter, int rounds) {
         "        MOVE.L R15, #.I clear\n        SYS\n"
         "        MOVE.L R15, #.I section\n        SYS\n"
         "        MOVE.L R15, #.I raw\n        SYS\n"
-        "        MOVE.L R15, #.I save\n        SYS\n        ADD.L [results+4], R14\n"
+        "        MOVE.L R15, #.I save\n        SYS\n        ADD.L [results+8], R14\n"
         "        MOVE.L R15, #.I line\n        DEBUGLOG\n"
         "        SUB.L R12, #1\n        BNE again\n"
         "done:   MOVE.B [HDR_RESULT], #1\n        RETURN 2\n        .data\n        .align 4\n"
@@ -356,7 +361,7 @@ std::string SaverSource(char letter, int rounds) {
         "file:   .byte \"SET.INI\", 0\nname:   .byte \"S\", 0\nkey:    .byte \"K\", 0\n"
         "line:   .byte \"a whole line\", 10, 0\nvalue:  .byte \"";
     source += std::string(letter == 'a' ? 800 : 300, letter);
-    return source + "\", 0\n        .align 4\nresults: .long 0, 0\n";
+    return source + "\", 0\n        .align 4\nresults: .long 0, 0, 0, 0\n";
 }
 
 TEST(Faults, TwoStartsOfAGameAtTheSameTimeLeaveWholeFiles) {

@@ -33,10 +33,10 @@ void PrintTo(const Attack& attack, std::ostream* out) {
 }
 
 void WriteAndClose(HostileGame& game, const std::string& name, const std::string& text) {
-    const u32 handle = game.Call({"0x0000", game.Text(name), "0x8302"});
-    game.Call(
-        {"0x0003", ServiceCalls::Result(handle), game.Text(text), std::to_string(text.size())});
-    game.Call({"0x0008", ServiceCalls::Result(handle)});
+    const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text(name), "0x8302"});
+    game.Call(SYS_FILE_WRITE,
+              {CallingModule::Result(handle), game.Text(text), std::to_string(text.size())});
+    game.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
 }
 
 // --- Reading what is none of its business
@@ -50,7 +50,8 @@ constexpr Attack kReading[] = {
      }},
     {"ReadsAPrivateKeyBeforeThereIsADataFolder",
      [](HostileGame& game) {
-         game.Expect(kNone, {"0x0000", game.Text(HostileGame::ToHome(".ssh/id_rsa")), "0x8000"});
+         game.Expect(kNone, SYS_FILE_OPEN,
+                     {game.Text(HostileGame::ToHome(".ssh/id_rsa")), "0x8000"});
          game.ExpectNothingAt(HostileGame::GameToHome(".ssh/id_rsa"));
      }},
     {"ReadsByAnAbsoluteName",
@@ -94,28 +95,28 @@ constexpr Attack kReading[] = {
     {"ListsTheHomeFolder",
      [](HostileGame& game) {
          game.MakeData();
-         const std::string name = game.Space(1024);
+         const std::string name = game.Room(1024);
          for (const std::string& pattern :
               {HostileGame::ToHome("*"), HostileGame::GameToHome("*"), std::string("../*"),
                std::string("../../*"), kUp + "/*", std::string("/*/../*")}) {
-             game.Expect(kNone, {"0x000B", game.Text(pattern), name, "0", "0"});
+             game.Expect(kNone, SYS_FIND_FIRST, {game.Text(pattern), name, "0", "0"});
          }
      }},
     {"AsksWhetherFoldersExist",
      [](HostileGame& game) {
          game.MakeData();
-         game.Expect(kNone, {"0x0006", game.Text(HostileGame::ToHome(".ssh"))});
-         game.Expect(kNone, {"0x0006", game.Text("..")});
-         game.Expect(kNone, {"0x0006", game.Text("../..")});
-         game.Expect(kNone, {"0x0009", game.Text("..")});
-         game.Expect(kNone, {"0x0009", game.Text("../game")});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text(HostileGame::ToHome(".ssh"))});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text("..")});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text("../..")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("..")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("../game")});
      }},
     {"LeavesAndComesBack",
      [](HostileGame& game) {
          WriteTextFile(game.MakeData() + "/A.DAT", "inside");
-         game.Expect(6, {"0x0009", game.Text("A.DAT")});
-         game.Expect(kNone, {"0x0009", game.Text("../game/A.DAT")});
-         game.Expect(kNone, {"0x0009", game.Text("SAVE/../../game/A.DAT")});
+         game.Expect(6, SYS_FILE_SIZE, {game.Text("A.DAT")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("../game/A.DAT")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("SAVE/../../game/A.DAT")});
      }},
     {"TakesTheMusicsWayOut",
      [](HostileGame& game) {
@@ -125,8 +126,8 @@ constexpr Attack kReading[] = {
      }},
     {"PlaysAFileOfTheUser",
      [](HostileGame& game) {
-         game.Call({"0x0600", game.Text("../beside.txt")});
-         game.Call({"0x0600", game.Text("../MUSIC/../beside.txt")});
+         game.Call(SYS_PLAY_SOUND, {game.Text("../beside.txt")});
+         game.Call(SYS_PLAY_SOUND, {game.Text("../MUSIC/../beside.txt")});
          game.lastLine = "log: sound ../beside.txt: cannot be read";
      }},
 };
@@ -164,62 +165,64 @@ constexpr Attack kWriting[] = {
     {"MakesFoldersOutside",
      [](HostileGame& game) {
          game.MakeData();
-         game.Expect(kNone, {"0x0006", game.Text(HostileGame::ToHome("FOLDER"))});
-         game.Expect(kNone, {"0x0006", game.Text("SAVE/../../FOLDER")});
-         game.Expect(kNone, {"0x0000", game.Text(HostileGame::ToHome("NEW/NEW.DAT")), "0x8302"});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text(HostileGame::ToHome("FOLDER"))});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text("SAVE/../../FOLDER")});
+         game.Expect(kNone, SYS_FILE_OPEN,
+                     {game.Text(HostileGame::ToHome("NEW/NEW.DAT")), "0x8302"});
      }},
     {"MakesFoldersOutsideBeforeThereIsADataFolder",
      [](HostileGame& game) {
-         game.Expect(kNone, {"0x0000", game.Text("x/../../evil/A.DAT"), "0x8302"});
-         game.Expect(kNone, {"0x0000", game.Text("../evil/A.DAT"), "0x8302"});
-         game.Expect(kNone, {"0x0000", game.Text("x/../../../../../evil/A.DAT"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("x/../../evil/A.DAT"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("../evil/A.DAT"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("x/../../../../../evil/A.DAT"), "0x8302"});
      }},
     {"RemovesAFolderOutside",
      [](HostileGame& game) {
          game.MakeData();
-         game.Call({"0x0007", game.Text(HostileGame::ToHome("empty"))});
-         game.Call({"0x0007", game.Text(HostileGame::GameToHome("empty"))});
-         game.Call({"0x0007", game.Text("..")});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text(HostileGame::ToHome("empty"))});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text(HostileGame::GameToHome("empty"))});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text("..")});
      }},
     {"RemovesItsDataFolder",
      [](HostileGame& game) {
          game.MakeData();
-         game.Call({"0x0007", game.Text("")});
-         game.Call({"0x0007", game.Text(".")});
-         game.Call({"0x0007", game.Text("/")});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text("")});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text(".")});
+         game.Call(SYS_REMOVE_FOLDER, {game.Text("/")});
          WriteAndClose(game, "A.DAT", "still");
-         game.Expect(5, {"0x0009", game.Text("A.DAT")});
+         game.Expect(5, SYS_FILE_SIZE, {game.Text("A.DAT")});
      }},
     {"DeletesWhatIsOutside",
      [](HostileGame& game) {
          for (const std::string& name :
               {HostileGame::ToHome("diary.txt"), HostileGame::GameToHome("diary.txt"),
                std::string("../beside.txt"), game.Home() + "/diary.txt"}) {
-             game.Call({"0x0005", game.Text(name)});
+             game.Call(SYS_FILE_DELETE, {game.Text(name)});
          }
      }},
     {"MovesADiaryIn",
      [](HostileGame& game) {
          game.MakeData();
-         game.Call({"0x000F", game.Text(HostileGame::ToHome("diary.txt")), game.Text("MINE.TXT")});
-         game.Expect(kNone, {"0x0009", game.Text("MINE.TXT")});
+         game.Call(SYS_FILE_MOVE,
+                   {game.Text(HostileGame::ToHome("diary.txt")), game.Text("MINE.TXT")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("MINE.TXT")});
      }},
     {"MovesAFileOut",
      [](HostileGame& game) {
          WriteAndClose(game, "A.DAT", "bad");
-         game.Call({"0x000F", game.Text("A.DAT"), game.Text(HostileGame::ToHome("bad.sh"))});
-         game.Call({"0x000F", game.Text("A.DAT"), game.Text("../bad.sh")});
-         game.Expect(3, {"0x0009", game.Text("A.DAT")});
+         game.Call(SYS_FILE_MOVE, {game.Text("A.DAT"), game.Text(HostileGame::ToHome("bad.sh"))});
+         game.Call(SYS_FILE_MOVE, {game.Text("A.DAT"), game.Text("../bad.sh")});
+         game.Expect(3, SYS_FILE_SIZE, {game.Text("A.DAT")});
      }},
     {"MovesAFileFromFolderToFolder",
      [](HostileGame& game) {
          WriteAndClose(game, "A/A.DAT", "moved");
-         game.Call({"0x0006", game.Text("B")});
-         game.Call({"0x000F", game.Text("A/A.DAT"), game.Text("B/B.DAT")});
-         game.Expect(5, {"0x0009", game.Text("B/B.DAT")});
-         game.Expect(kNone, {"0x0009", game.Text("A/A.DAT")});
-         game.Call({"0x000F", game.Text("B/B.DAT"), game.Text("B/C.DAT")});
-         game.Expect(5, {"0x0009", game.Text("B/C.DAT")});
+         game.Call(SYS_MAKE_FOLDER, {game.Text("B")});
+         game.Call(SYS_FILE_MOVE, {game.Text("A/A.DAT"), game.Text("B/B.DAT")});
+         game.Expect(5, SYS_FILE_SIZE, {game.Text("B/B.DAT")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("A/A.DAT")});
+         game.Call(SYS_FILE_MOVE, {game.Text("B/B.DAT"), game.Text("B/C.DAT")});
+         game.Expect(5, SYS_FILE_SIZE, {game.Text("B/C.DAT")});
      }},
     {"WritesOverItsOwnFiles",
      [](HostileGame& game) {
@@ -248,13 +251,13 @@ constexpr Attack kLinks[] = {
          fs::create_directory_symlink(game.Home(), game.MakeData() + "/LINK");
          game.ExpectNothingAt("LINK/diary.txt");
          game.ExpectUntouched("LINK/diary.txt");
-         game.Expect(kNone, {"0x0006", game.Text("LINK/FOLDER")});
-         game.Expect(kNone, {"0x000B", game.Text("LINK/*"), game.Space(1024), "0", "0"});
+         game.Expect(kNone, SYS_MAKE_FOLDER, {game.Text("LINK/FOLDER")});
+         game.Expect(kNone, SYS_FIND_FIRST, {game.Text("LINK/*"), game.Room(1024), "0", "0"});
      }},
     {"FollowsALinkToNothingYet",
      [](HostileGame& game) {
          fs::create_symlink(game.Home() + "/.profile", game.MakeData() + "/LINK");
-         game.Expect(kNone, {"0x0000", game.Text("LINK"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("LINK"), "0x8302"});
      }},
     {"FollowsALinkAmongItsFiles",
      [](HostileGame& game) {
@@ -262,7 +265,7 @@ constexpr Attack kLinks[] = {
          fs::create_directory_symlink("../home", game.Game() + "/LINK");
          game.ExpectNothingAt("LINK.TXT", Listed::Yes);
          game.ExpectNothingAt("LINK/.ssh/id_rsa");
-         game.Call({"0x0005", game.Text("LINK/diary.txt")});
+         game.Call(SYS_FILE_DELETE, {game.Text("LINK/diary.txt")});
      }},
     {"FollowsAChainOfLinks",
      [](HostileGame& game) {
@@ -283,46 +286,46 @@ constexpr Attack kLinks[] = {
      [](HostileGame& game) {
          fs::create_directories(game.Game() + "/A");
          fs::create_symlink("../SHIPPED.DAT", game.Game() + "/A/LINK");
-         game.Expect(7, {"0x0009", game.Text("A/LINK")});
-         game.Expect(7, {"0x0009", game.Text("A/../A/./LINK")});
+         game.Expect(7, SYS_FILE_SIZE, {game.Text("A/LINK")});
+         game.Expect(7, SYS_FILE_SIZE, {game.Text("A/../A/./LINK")});
      }},
     {"ListsThroughALink",
      [](HostileGame& game) {
          fs::create_directory_symlink(game.Home() + "/.ssh", game.MakeData() + "/KEYS");
-         const std::string attribute = game.Space(4);
-         game.Expect(0, {"0x000B", game.Text("KEYS"), game.Space(1024), attribute, "0"});
+         const std::string attribute = game.Room(4);
+         game.Expect(0, SYS_FIND_FIRST, {game.Text("KEYS"), game.Room(1024), attribute, "0"});
          // A name that leads nowhere is no folder.
-         const u32 handle = game.Call({"0x0000", game.Text("OUT"), "0x8302"});
-         game.Call({"0x0003", ServiceCalls::Result(handle), attribute, "4"});
-         game.Expect(kNone, {"0x000B", game.Text("KEYS/*"), game.Space(1024), "0", "0"});
+         const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text("OUT"), "0x8302"});
+         game.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), attribute, "4"});
+         game.Expect(kNone, SYS_FIND_FIRST, {game.Text("KEYS/*"), game.Room(1024), "0", "0"});
      }},
     {"WritesThroughAHardLink",
      [](HostileGame& game) {
          fs::create_hard_link(game.Home() + "/diary.txt", game.MakeData() + "/HARD.TXT");
          game.changes = {game.Home() + "/diary.txt"};  // it loses a name; the test looks below
-         const u32 handle = game.Expect(0, {"0x0000", game.Text("HARD.TXT"), "0x8002"});
-         game.Expect(4, {"0x0003", ServiceCalls::Result(handle), game.Text("gone"), "4"});
-         game.Call({"0x0008", ServiceCalls::Result(handle)});
+         const u32 handle = game.Expect(0, SYS_FILE_OPEN, {game.Text("HARD.TXT"), "0x8002"});
+         game.Expect(4, SYS_FILE_WRITE, {CallingModule::Result(handle), game.Text("gone"), "4"});
+         game.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
          WriteAndClose(game, "HARD.TXT", "gone again");
      }},
     {"DeletesAHardLink",
      [](HostileGame& game) {
          fs::create_hard_link(game.Home() + "/diary.txt", game.MakeData() + "/HARD.TXT");
          game.changes = {game.Home() + "/diary.txt"};
-         game.Call({"0x0005", game.Text("HARD.TXT")});
-         game.Expect(kNone, {"0x0009", game.Text("HARD.TXT")});
+         game.Call(SYS_FILE_DELETE, {game.Text("HARD.TXT")});
+         game.Expect(kNone, SYS_FILE_SIZE, {game.Text("HARD.TXT")});
      }},
     {"LetsTheFaultsLogFollowALink",
      [](HostileGame& game) {
          fs::create_symlink(game.Home() + "/.bashrc", game.MakeData() + "/debug.log");
-         game.Call({"0x0003", "0", "0xFFFFFFF0", "100"});
-         game.Call({"0x0706", "0xFFFFFFF0"});
+         game.Call(SYS_FILE_WRITE, {"0", "0xFFFFFFF0", "100"});
+         game.Call(SYS_WRITE_CLIPBOARD, {"0xFFFFFFF0"});
          game.status = 1;
      }},
     {"LinksItsModuleToAnotherFile",
      [](HostileGame& game) {
          fs::create_symlink(game.Home() + "/diary.txt", game.MakeData() + "/MAIN.MX");
-         game.Expect(7, {"0x0009", game.Text("SHIPPED.DAT")});
+         game.Expect(7, SYS_FILE_SIZE, {game.Text("SHIPPED.DAT")});
      }},
 };
 
@@ -355,23 +358,23 @@ constexpr Attack kNames[] = {
          for (int i = 0; i < 400; ++i) way += "../";
          game.ExpectNothingAt(way + "etc/passwd");
          game.ExpectNothingAt(std::string(1000, '/') + "etc/passwd");
-         game.Expect(kNone, {"0x0000", game.Text(std::string(300, 'x')), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text(std::string(300, 'x')), "0x8302"});
      }},
     {"MakesADeepTree",
      [](HostileGame& game) {
          std::string name;
          for (int i = 0; i < 200; ++i) name += "a/";
-         const u32 handle = game.Expect(0, {"0x0000", game.Text(name + "A.DAT"), "0x8302"});
-         game.Expect(3, {"0x0003", ServiceCalls::Result(handle), game.Text("abc"), "3"});
-         game.Expect(3, {"0x0009", game.Text(name + "A.DAT")});
+         const u32 handle = game.Expect(0, SYS_FILE_OPEN, {game.Text(name + "A.DAT"), "0x8302"});
+         game.Expect(3, SYS_FILE_WRITE, {CallingModule::Result(handle), game.Text("abc"), "3"});
+         game.Expect(3, SYS_FILE_SIZE, {game.Text(name + "A.DAT")});
      }},
     {"OpensEveryHandle",
      [](HostileGame& game) {
          for (u32 i = 0; i < 96; ++i) {
-             game.Expect(i, {"0x0000", game.Text("SHIPPED.DAT"), "0x8000"});
+             game.Expect(i, SYS_FILE_OPEN, {game.Text("SHIPPED.DAT"), "0x8000"});
          }
-         game.Expect(kNone, {"0x0000", game.Text("SHIPPED.DAT"), "0x8000"});
-         game.Expect(kNone, {"0x0000", game.Text("A.DAT"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("SHIPPED.DAT"), "0x8000"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("A.DAT"), "0x8302"});
      }},
 };
 
@@ -392,32 +395,32 @@ constexpr Attack kNoFiles[] = {
          mkfifo((game.Game() + "/PIPE").c_str(), 0666);
          mkfifo((game.MakeData() + "/PIPE2").c_str(), 0666);
          for (const char* const name : {"PIPE", "PIPE2"}) {
-             game.Expect(kNone, {"0x0000", game.Text(name), "0x8000"});
-             game.Expect(kNone, {"0x0009", game.Text(name)});
-             game.Expect(0, {"0x0502", game.Text(name)});
-             game.Call({"0x0600", game.Text(name)});
-             game.Call({"0x0601", game.Text(name)});
+             game.Expect(kNone, SYS_FILE_OPEN, {game.Text(name), "0x8000"});
+             game.Expect(kNone, SYS_FILE_SIZE, {game.Text(name)});
+             game.Expect(0, SYS_LOAD_IMAGE, {game.Text(name)});
+             game.Call(SYS_PLAY_SOUND, {game.Text(name)});
+             game.Call(SYS_PLAY_MUSIC, {game.Text(name)});
          }
-         game.Expect(kNone, {"0x0000", game.Text("PIPE2"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("PIPE2"), "0x8302"});
      }},
     {"OpensASocket",
      [](HostileGame& game) {
          MakeSocket(game.Game() + "/SOCKET");
-         game.Expect(kNone, {"0x0000", game.Text("SOCKET"), "0x8000"});
-         game.Call({"0x0601", game.Text("SOCKET")});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("SOCKET"), "0x8000"});
+         game.Call(SYS_PLAY_MUSIC, {game.Text("SOCKET")});
      }},
     {"TakesAFolderForAFile",
      [](HostileGame& game) {
          fs::create_directories(game.MakeData() + "/FOLDER");
-         game.Expect(kNone, {"0x0000", game.Text("FOLDER"), "0x8302"});
-         game.Expect(kNone, {"0x0000", game.Text("FOLDER"), "0x8002"});
-         game.Expect(0, {"0x0502", game.Text("FOLDER")});
-         game.Expect(0, {"0x0801", game.Text("FOLDER")});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("FOLDER"), "0x8302"});
+         game.Expect(kNone, SYS_FILE_OPEN, {game.Text("FOLDER"), "0x8002"});
+         game.Expect(0, SYS_LOAD_IMAGE, {game.Text("FOLDER")});
+         game.Expect(0, SYS_SETTINGS_SAVE, {game.Text("FOLDER")});
      }},
     {"HasAPipeForAModule",
      [](HostileGame& game) {
          mkfifo((game.MakeData() + "/MAIN.MX").c_str(), 0666);
-         game.Expect(7, {"0x0009", game.Text("SHIPPED.DAT")});
+         game.Expect(7, SYS_FILE_SIZE, {game.Text("SHIPPED.DAT")});
      }},
 };
 
@@ -426,31 +429,31 @@ constexpr Attack kNoFiles[] = {
 constexpr Attack kSizes[] = {
     {"ReadsFourGigabytes",
      [](HostileGame& game) {
-         const u32 handle = game.Call({"0x0000", game.Text("MAIN.MX"), "0x8000"});
-         game.Call({"0x0002", ServiceCalls::Result(handle), "0xFFFFFFF0", "0xFFFFFFFF"});
+         const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text("MAIN.MX"), "0x8000"});
+         game.Call(SYS_FILE_READ, {CallingModule::Result(handle), "0xFFFFFFF0", "0xFFFFFFFF"});
          game.status = 1;
      }},
     {"WritesFourGigabytes",
      [](HostileGame& game) {
-         const u32 handle = game.Call({"0x0000", game.Text("A.DAT"), "0x8302"});
-         game.Call({"0x0003", ServiceCalls::Result(handle), "512", "0xFFFFFFFF"});
+         const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text("A.DAT"), "0x8302"});
+         game.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), "512", "0xFFFFFFFF"});
          game.status = 1;
      }},
     {"WritesAcrossTheEndOfAddresses",
      [](HostileGame& game) {
-         const u32 handle = game.Call({"0x0000", game.Text("A.DAT"), "0x8302"});
-         game.Call({"0x0003", ServiceCalls::Result(handle), "0xFFFFFF00", "0x200"});
+         const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text("A.DAT"), "0x8302"});
+         game.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), "0xFFFFFF00", "0x200"});
          game.status = 1;
      }},
     {"EncodesFourGigabytes",
      [](HostileGame& game) {
-         const u32 handle = game.Call({"0x0000", game.Text("A.DAT"), "0x8302"});
-         game.Call({"0x000E", ServiceCalls::Result(handle), "512", "0x7FFFFFFF"});
+         const u32 handle = game.Call(SYS_FILE_OPEN, {game.Text("A.DAT"), "0x8302"});
+         game.Call(SYS_FILE_WRITE_BASE64, {CallingModule::Result(handle), "512", "0x7FFFFFFF"});
          game.status = 1;
      }},
     {"NamesTextBeyondTheImage",
      [](HostileGame& game) {
-         game.Call({"0x0000", "0xFFFFFFFF", "0x8000"});
+         game.Call(SYS_FILE_OPEN, {"0xFFFFFFFF", "0x8000"});
          game.status = 1;
      }},
     {"HasAParameterBlockBeyondTheImage",
@@ -478,8 +481,8 @@ constexpr Attack kSizes[] = {
      }},
     {"MakesBitmapsBeyondTheHeap",
      [](HostileGame& game) {
-         game.Call({"0x0513", "0xFFFF", "0xFFFF"});
-         game.Call({"0x0513", "0xFFFFFFFF", "0xFFFFFFFF"});
+         game.Call(SYS_NEW_BITMAP, {"0xFFFF", "0xFFFF"});
+         game.Call(SYS_NEW_BITMAP, {"0xFFFFFFFF", "0xFFFFFFFF"});
          game.status = 1;
          game.lastLine = "fatal: Terminating: insufficient Heap space. So sorry.";
      }},
@@ -490,21 +493,21 @@ constexpr Attack kSizes[] = {
 constexpr Attack kHost[] = {
     {"OpensALocalAddress",
      [](HostileGame& game) {
-         game.Call({"0x0711", game.Text("file:///etc/passwd")});
-         game.Call({"0x0711", game.Text("javascript:alert(1)")});
+         game.Call(SYS_OPEN_WEB, {game.Text("file:///etc/passwd")});
+         game.Call(SYS_OPEN_WEB, {game.Text("javascript:alert(1)")});
          game.lastLine = "log: OpenURL file:///etc/passwd";
      }},
     {"PutsATextWithoutEndOnTheClipboard",
      [](HostileGame& game) {
-         game.Call({"0x0706", "0xFFFFFFF0"});
+         game.Call(SYS_WRITE_CLIPBOARD, {"0xFFFFFFF0"});
          game.status = 1;
      }},
     {"SavesAndLoadsOutside",
      [](HostileGame& game) {
-         game.Expect(0, {"0x0800", game.Text(HostileGame::GameToHome("diary.txt"))});
-         game.Expect(1, {"0x0807", game.Text("evil")});
-         game.Expect(0, {"0x0801", game.Text(HostileGame::ToHome(".bashrc"))});
-         game.Expect(0, {"0x0801", game.Text("../../evil.ini")});
+         game.Expect(0, SYS_SETTINGS_LOAD, {game.Text(HostileGame::GameToHome("diary.txt"))});
+         game.Expect(1, SYS_SETTINGS_ADD_SECTION, {game.Text("evil")});
+         game.Expect(0, SYS_SETTINGS_SAVE, {game.Text(HostileGame::ToHome(".bashrc"))});
+         game.Expect(0, SYS_SETTINGS_SAVE, {game.Text("../../evil.ini")});
      }},
 };
 
@@ -514,21 +517,21 @@ void CallAtRandom(HostileGame& game) {
     const auto any = [&random](u32 count) { return static_cast<u32>(random() % count); };
     const std::string up = game.Text(HostileGame::ToHome(".bashrc"));
     const std::string file = game.Text("A/B.DAT");
-    const std::string room = game.Space(4096);
+    const std::string room = game.Room(4096);
     // Sub-commands that may go on for ever by design, and the waiting, are left out.
     constexpr std::array<u32, 10> kMost = {16, 6, 12, 5, 3, 20, 5, 21, 17, 4};
     for (int i = 0; i < 60; ++i) {
         const u32 group = any(kMost.size());
         const u32 sub = any(kMost[group]);
         if (group == 5 && (sub == 3 || sub == 8 || sub == 0x12)) continue;
-        std::vector<std::string> words = {std::to_string(group << 8 | sub)};
+        std::vector<std::string> words;
         for (int word = 0; word < 11; ++word) {
             const std::string kValues[] = {up,   file, room,         room,
                                            room, "1",  "0x80000000", std::to_string(any(100))};
             // The wildest values end most runs at once, so they are rare.
             words.push_back(any(40) == 0 ? "0xFFFFFFFF" : kValues[any(8)]);
         }
-        game.Call(words);
+        game.Call(group << 8 | sub, words);
     }
     game.status = -1;
 }

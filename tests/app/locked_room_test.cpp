@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
@@ -48,11 +48,11 @@ std::string ListOf(const std::string& name) {
 }
 
 // Writes `text` to a file of the data folder.
-void Write(ServiceCalls& calls, const std::string& name, const std::string& text) {
-    const u32 handle = calls.Call({"0x0000", calls.Text(name), "0x8302"});
-    calls.Call(
-        {"0x0003", ServiceCalls::Result(handle), calls.Text(text), std::to_string(text.size())});
-    calls.Call({"0x0008", ServiceCalls::Result(handle)});
+void Write(CallingModule& calls, const std::string& name, const std::string& text) {
+    const u32 handle = calls.Call(SYS_FILE_OPEN, {calls.Text(name), "0x8302"});
+    calls.Call(SYS_FILE_WRITE,
+               {CallingModule::Result(handle), calls.Text(text), std::to_string(text.size())});
+    calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
 }
 
 constexpr const char* kUnlocked = "log: no sandbox: the game may do what you may do\n";
@@ -60,17 +60,17 @@ constexpr const char* kUnlocked = "log: no sandbox: the game may do what you may
 TEST(LockedRoom, ABareModuleDeletesNothingBesideIt) {
     for (const bool locked : {true, false}) {
         const User user;
-        ServiceCalls calls;
-        calls.Call({"0x0005", calls.Text("tax.pdf")});
+        CallingModule calls;
+        calls.Call(SYS_FILE_DELETE, {calls.Text("tax.pdf")});
         WriteGame(user.downloads, calls.Source());
         const Strings options = locked ? Strings{} : Strings{"--no-sandbox"};
         EXPECT_EQ(user.Run(user.downloads + "/MAIN.MX", options).errors, locked ? "" : kUnlocked);
         EXPECT_EQ(ReadTextFile(user.downloads + "/tax.pdf"), "taxes");
         // The home folder itself is no game's own either.
         WriteTextFile(user.home + "/notes.txt", "notes");
-        ServiceCalls more;
-        more.Call({"0x0005", more.Text("notes.txt")});
-        more.Call({"0x0005", more.Text("Downloads/tax.pdf")});
+        CallingModule more;
+        more.Call(SYS_FILE_DELETE, {more.Text("notes.txt")});
+        more.Call(SYS_FILE_DELETE, {more.Text("Downloads/tax.pdf")});
         WriteGame(user.home, more.Source());
         user.Run(user.home, options);
         EXPECT_EQ(ReadTextFile(user.home + "/notes.txt"), "notes");
@@ -81,8 +81,8 @@ TEST(LockedRoom, ABareModuleDeletesNothingBesideIt) {
 TEST(LockedRoom, AGameDeletesItsOwnFiles) {
     const User user;
     const std::string game = user.downloads + "/game";
-    ServiceCalls calls;
-    calls.Call({"0x0005", calls.Text("OLD.DAT")});
+    CallingModule calls;
+    calls.Call(SYS_FILE_DELETE, {calls.Text("OLD.DAT")});
     WriteGame(game, calls.Source());
     WriteTextFile(game + "/OLD.DAT", "old");
     user.Run(game);
@@ -93,8 +93,8 @@ TEST(LockedRoom, AnArchiveWhoseResourcesAreALinkIsRefusedInOneLine) {
     const User user;
     const std::string game = user.downloads + "/Trap.app";
     fs::create_directories(game + "/Contents");
-    ServiceCalls calls;
-    calls.Call({"0x0005", calls.Text("tax.pdf")});
+    CallingModule calls;
+    calls.Call(SYS_FILE_DELETE, {calls.Text("tax.pdf")});
     WriteGame(user.downloads, calls.Source());
     fs::create_directory_symlink("../..", game + "/Contents/Resources");
     const ProgramResult result = user.Run(game);
@@ -110,8 +110,8 @@ TEST(LockedRoom, AModuleThatIsALinkToAFolderMakesThatFolderNoGame) {
     const User user;
     const std::string game = user.downloads + "/trap";
     fs::create_directories(game);
-    ServiceCalls calls;
-    calls.Call({"0x0005", calls.Text("tax.pdf")});
+    CallingModule calls;
+    calls.Call(SYS_FILE_DELETE, {calls.Text("tax.pdf")});
     WriteGame(user.downloads, calls.Source());
     fs::create_directory_symlink("..", game + "/MAIN.MX");
     const ProgramResult result = user.Run(game + "/MAIN.MX");
@@ -125,12 +125,12 @@ TEST(LockedRoom, AModuleThatIsALinkToAFolderMakesThatFolderNoGame) {
 TEST(LockedRoom, AGameDoesNotTakeOverAnotherOfItsName) {
     const User user;
     // The victim has saved something; the thief has its name and plants a module.
-    ServiceCalls victim;
+    CallingModule victim;
     Write(victim, "SAVE.DAT", "mine");
     WriteGame(user.downloads + "/victim", victim.Source());
     WriteTextFile(user.downloads + "/victim/Info.plist", ListOf("Lands"));
     EXPECT_EQ(user.Run(user.downloads + "/victim").errors, "");
-    ServiceCalls thief;
+    CallingModule thief;
     Write(thief, "MAIN.MX", "MOXI6 of the thief");
     Write(thief, "SAVE.DAT", "stolen");
     WriteGame(user.downloads + "/thief", thief.Source());
@@ -146,7 +146,7 @@ TEST(LockedRoom, AGameDoesNotTakeOverAnotherOfItsName) {
 TEST(LockedRoom, NamesThatLeadElsewhereMakeNoFolderThere) {
     for (const std::string name : {".", "..", "../..", "a/b", ".ssh", ""}) {
         const User user;
-        ServiceCalls calls;
+        CallingModule calls;
         Write(calls, "SAVE.DAT", "saved");
         WriteGame(user.downloads + "/game", calls.Source());
         WriteTextFile(user.downloads + "/game/Info.plist", ListOf(name));
@@ -160,12 +160,12 @@ TEST(LockedRoom, NoNameMakesAFolderOutsideOfTheDataFolder) {
     for (const bool made : {true, false}) {
         const User user;
         if (made) fs::create_directories(user.Data("game"));
-        ServiceCalls calls;
+        CallingModule calls;
         Write(calls, "x/../../evil/a.dat", "evil");
         Write(calls, "../evil/a.dat", "evil");
         Write(calls, "x/../../../evil/b/a.dat", "evil");
-        calls.Call({"0x0006", calls.Text("../evil")});
-        calls.Call({"0x0006", calls.Text("x/../../evil")});
+        calls.Call(SYS_MAKE_FOLDER, {calls.Text("../evil")});
+        calls.Call(SYS_MAKE_FOLDER, {calls.Text("x/../../evil")});
         WriteGame(user.downloads + "/game", calls.Source());
         user.Run(user.downloads + "/game");
         for (const auto& entry : fs::recursive_directory_iterator(user.folder.path)) {
@@ -176,7 +176,7 @@ TEST(LockedRoom, NoNameMakesAFolderOutsideOfTheDataFolder) {
 
 TEST(LockedRoom, TheDataFolderHoldsWhatTheOptionSays) {
     const User user;
-    ServiceCalls calls;
+    CallingModule calls;
     Write(calls, "A.DAT", std::string(1500, 'x'));
     Write(calls, "B.DAT", std::string(1500, 'x'));
     WriteGame(user.downloads + "/game", calls.Source());
@@ -191,9 +191,9 @@ TEST(LockedRoom, TheDataFolderHoldsWhatTheOptionSays) {
 
 TEST(LockedRoom, ControlCharactersReachNoTerminal) {
     const User user;
-    ServiceCalls calls;
-    calls.Call({"0x0711", calls.Text("http://a\x1B[2J\x07\x7F\\\n.")});
-    calls.Call({"0x0700", calls.Text("so\x1B]0;sorry\x07")});
+    CallingModule calls;
+    calls.Call(SYS_OPEN_WEB, {calls.Text("http://a\x1B[2J\x07\x7F\\\n.")});
+    calls.Call(SYS_SHOW_MESSAGE, {calls.Text("so\x1B]0;sorry\x07")});
     WriteGame(user.downloads + "/game", calls.Source());
     EXPECT_EQ(user.Run(user.downloads + "/game").errors,
               "log: OpenURL http://a\\x1B[2J\\x07\\x7F\\\\\\n.\nfatal: so\\x1B]0;sorry\\x07\n");
@@ -204,7 +204,7 @@ TEST(LockedRoom, ControlCharactersReachNoTerminal) {
 TEST(LockedRoom, APipeInPlaceOfAFileIsRefusedInOneLine) {
     const User user;
     const std::string game = user.downloads + "/game";
-    WriteGame(game, ServiceCalls().Source());
+    WriteGame(game, CallingModule().Source());
     const std::string pipe = user.folder.path + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(user.Run(game, {"--script", pipe}).errors, "moxi: " + pipe + ": cannot be read\n");

@@ -11,8 +11,8 @@
 #include <map>
 #include <random>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
@@ -60,14 +60,14 @@ constexpr std::array kNames = {"Lands", ".", "..", "../../.ssh", "", ".hidden", 
 
 // What a game tries that has been let in: reading, deleting and writing beside itself.
 std::string Module() {
-    ServiceCalls calls;
+    CallingModule calls;
     for (const char* const name :
          {"tax.pdf", "../tax.pdf", "../../tax.pdf", "A.DAT", "../../../tax.pdf"}) {
         const std::string text = calls.Text(name);
-        calls.Call({"0x0005", text});
-        const u32 handle = calls.Call({"0x0000", text, "0x8302"});
-        calls.Call({"0x0003", ServiceCalls::Result(handle), text, "4"});
-        calls.Call({"0x0008", ServiceCalls::Result(handle)});
+        calls.Call(SYS_FILE_DELETE, {text});
+        const u32 handle = calls.Call(SYS_FILE_OPEN, {text, "0x8302"});
+        calls.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), text, "4"});
+        calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
     }
     return calls.Source();
 }

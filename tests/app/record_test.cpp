@@ -92,6 +92,24 @@ TEST(Recording, OfAHeadlessRunIsTheScriptThatItPlayed) {
     EXPECT_EQ(RecordAndPlayBack(Refusing(), script).script, script);
 }
 
+TEST(Recording, OfAPadHoldsTheButtonsAndSticksAndNotTheKeysThatTheyBecome) {
+    const std::string script =
+        "10 pad-button a down\n"
+        "20 pad-button a up\n"
+        "30 pad-axis leftx -0.75\n"
+        "800 pad-axis leftx 0\n"
+        "810 pad-button rightshoulder down\n"
+        "820 pad-axis rightx 0.5\n"
+        "900 pad-axis rightx 0\n"
+        "910 pad-button rightshoulder up\n";
+    const Recorded recorded = RecordAndPlayBack({}, script);
+    EXPECT_EQ(recorded.script, script);
+    // Left repeats while it is held: at 30, 530, 563 ... 794.
+    EXPECT_EQ(std::count(recorded.messages.begin(), recorded.messages.end(),
+                         LoggedMessage{MSG_DOWN, 37, 1, 0}),
+              10);
+}
+
 TEST(Recording, PlayedBackGivesTheSameMessagesToAModuleWithATimer) {
     LoggingModule module = Refusing();
     module.timer = 30;

@@ -17,8 +17,8 @@
 #include "app/output_helper.h"
 #include "base/output_files.h"
 #include "desktop/sdl/url_opener.h"
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
@@ -48,7 +48,7 @@ struct Home {
 
     // The results of the calls, as the image at the end holds them; the dump itself goes through
     // the helper process.
-    std::vector<u32> Play(const ServiceCalls& calls, const Strings& options = {},
+    std::vector<u32> Play(const CallingModule& calls, const Strings& options = {},
                           const std::string& script = "") {
         const AssembleResult assembled = WriteGame(game, calls.Source());
         Strings arguments = {"--headless", "--data-folder", data, "--dump-image", "image"};
@@ -62,7 +62,8 @@ struct Home {
         EXPECT_EQ(program.status, 0) << program.errors;
         const std::string image = ReadTextFile(folder.path + "/image");
         std::vector<u32> results;
-        for (u32 at = SymbolValue(assembled, "results"); at + 4 <= image.size(); at += 4) {
+        for (u32 at = SymbolValue(assembled, CallingModule::kResults); at + 4 <= image.size();
+             at += CallingModule::kResultSize) {
             u32 value = 0;
             std::memcpy(&value, image.data() + at, 4);
             results.push_back(value);
@@ -82,17 +83,17 @@ class Sandbox : public testing::Test {
     }
 
     // Opens for writing (made or emptied), writes "gone" and closes. Results 0 and 1.
-    static void Overwrite(ServiceCalls& calls, const std::string& name) {
-        const u32 handle = calls.Call({"0x0000", calls.Text(name), "0x8302"});
-        calls.Call({"0x0003", ServiceCalls::Result(handle), calls.Text("gone"), "4"});
-        calls.Call({"0x0008", ServiceCalls::Result(handle)});
+    static void Overwrite(CallingModule& calls, const std::string& name) {
+        const u32 handle = calls.Call(SYS_FILE_OPEN, {calls.Text(name), "0x8302"});
+        calls.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), calls.Text("gone"), "4"});
+        calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
     }
 
     Home home;
 };
 
 TEST_F(Sandbox, AModuleCannotOverwriteAFileInTheHomeFolder) {
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "../diary.txt");
     Overwrite(calls, "SAVE/GAME1.DAT");
     const std::vector<u32> results = home.Play(calls);
@@ -106,14 +107,14 @@ TEST_F(Sandbox, AModuleCannotOverwriteAFileInTheHomeFolder) {
 
 TEST_F(Sandbox, AModuleCannotOverwriteItWhereTheDataFolderIsAlreadyThere) {
     fs::create_directories(home.data);
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "../diary.txt");
     EXPECT_EQ(home.Play(calls)[0], kNone);
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
 }
 
 TEST_F(Sandbox, WithoutTheSandboxTheOperatingSystemLetsItThrough) {
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "../diary.txt");
     const std::vector<u32> results = home.Play(calls, {"--no-sandbox"});
     EXPECT_EQ(results[0], 0u);
@@ -123,9 +124,9 @@ TEST_F(Sandbox, WithoutTheSandboxTheOperatingSystemLetsItThrough) {
 
 TEST_F(Sandbox, WhatLiesOutsideAnswersAsIfItWereNotThere) {
     fs::create_directories(home.data);
-    ServiceCalls calls;
-    calls.Call({"0x0009", calls.Text("../diary.txt")});
-    calls.Call({"0x0000", calls.Text("../diary.txt"), "0x8000"});
+    CallingModule calls;
+    calls.Call(SYS_FILE_SIZE, {calls.Text("../diary.txt")});
+    calls.Call(SYS_FILE_OPEN, {calls.Text("../diary.txt"), "0x8000"});
     const std::vector<u32> results = home.Play(calls);
     EXPECT_EQ(results[0], kNone);
     EXPECT_EQ(results[1], kNone);
@@ -134,15 +135,15 @@ TEST_F(Sandbox, WhatLiesOutsideAnswersAsIfItWereNotThere) {
 TEST_F(Sandbox, NoServiceChangesAnythingOutside) {
     for (const bool made : {false, true}) {
         if (made) fs::create_directories(home.data + "/HERE");
-        ServiceCalls calls;
-        calls.Call({"0x0005", calls.Text("../diary.txt")});
-        calls.Call({"0x0005", calls.Text("../beside.txt")});  // beside the game's own folder
-        calls.Call({"0x0006", calls.Text("../FOLDER")});
-        calls.Call({"0x0007", calls.Text("../empty")});
-        calls.Call({"0x000F", calls.Text("../diary.txt"), calls.Text("STOLEN.TXT")});
-        calls.Call({"0x0000", calls.Text("../NEW/NEW.DAT"), "0x8302"});
-        calls.Call({"0x0800", calls.Text("NONE.INI")});
-        calls.Call({"0x0801", calls.Text("../diary.txt")});
+        CallingModule calls;
+        calls.Call(SYS_FILE_DELETE, {calls.Text("../diary.txt")});
+        calls.Call(SYS_FILE_DELETE, {calls.Text("../beside.txt")});  // beside the game's own folder
+        calls.Call(SYS_MAKE_FOLDER, {calls.Text("../FOLDER")});
+        calls.Call(SYS_REMOVE_FOLDER, {calls.Text("../empty")});
+        calls.Call(SYS_FILE_MOVE, {calls.Text("../diary.txt"), calls.Text("STOLEN.TXT")});
+        calls.Call(SYS_FILE_OPEN, {calls.Text("../NEW/NEW.DAT"), "0x8302"});
+        calls.Call(SYS_SETTINGS_LOAD, {calls.Text("NONE.INI")});
+        calls.Call(SYS_SETTINGS_SAVE, {calls.Text("../diary.txt")});
         fs::create_directories(home.path + "/empty");
         const std::vector<u32> results = home.Play(calls);
         EXPECT_EQ(results[2], kNone);
@@ -162,7 +163,7 @@ TEST_F(Sandbox, ALinkOutOfTheDataFolderLeadsToNothingThatCanBeWritten) {
     fs::create_directories(home.data);
     fs::create_symlink(home.diary, home.data + "/LINK.TXT");
     fs::create_directory_symlink(home.path, home.data + "/LINK");
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "LINK.TXT");
     Overwrite(calls, "LINK/diary.txt");
     Overwrite(calls, "LINK/NEW.TXT");
@@ -178,8 +179,8 @@ TEST_F(Sandbox, AFileOfTheGameCanStillBeDeleted) {
     for (const bool made : {false, true}) {
         if (made) fs::create_directories(home.data);
         WriteTextFile(home.game + "/SHIPPED.DAT", "shipped");
-        ServiceCalls calls;
-        calls.Call({"0x0005", calls.Text("SHIPPED.DAT")});
+        CallingModule calls;
+        calls.Call(SYS_FILE_DELETE, {calls.Text("SHIPPED.DAT")});
         home.Play(calls);
         EXPECT_FALSE(fs::exists(home.game + "/SHIPPED.DAT"));
         EXPECT_EQ(fs::exists(home.data), made);
@@ -187,29 +188,29 @@ TEST_F(Sandbox, AFileOfTheGameCanStillBeDeleted) {
 }
 
 TEST_F(Sandbox, FilesMoveFromFolderToFolderInsideTheDataFolder) {
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "A/ONE.DAT");
-    calls.Call({"0x0006", calls.Text("B")});
-    calls.Call({"0x000F", calls.Text("A/ONE.DAT"), calls.Text("B/TWO.DAT")});
-    calls.Call({"0x0007", calls.Text("A")});
+    calls.Call(SYS_MAKE_FOLDER, {calls.Text("B")});
+    calls.Call(SYS_FILE_MOVE, {calls.Text("A/ONE.DAT"), calls.Text("B/TWO.DAT")});
+    calls.Call(SYS_REMOVE_FOLDER, {calls.Text("A")});
     home.Play(calls);
     EXPECT_EQ(ReadTextFile(home.data + "/B/TWO.DAT"), "gone");
     EXPECT_FALSE(fs::exists(home.data + "/A"));
 }
 
 TEST_F(Sandbox, AStartAloneMakesNoDataFolder) {
-    ServiceCalls calls;
-    calls.Call({"0x0006", calls.Text("SAVE")});
+    CallingModule calls;
+    calls.Call(SYS_MAKE_FOLDER, {calls.Text("SAVE")});
     EXPECT_EQ(home.Play(calls)[0], kNone) << "only the last level is made";
     EXPECT_FALSE(fs::exists(home.data));
 }
 
 TEST_F(Sandbox, TwoRunsOfAGameWithoutADataFolderBothWrite) {
-    ServiceCalls first;
+    CallingModule first;
     Overwrite(first, "ONE.DAT");
-    ServiceCalls second;
+    CallingModule second;
     // The folder appears while the game runs: the other start of the game has made it.
-    second.Call({"0x0005", second.Text("ABSENT")});
+    second.Call(SYS_FILE_DELETE, {second.Text("ABSENT")});
     Overwrite(second, "TWO.DAT");
     home.Play(first);
     const std::vector<u32> results = home.Play(second);
@@ -219,8 +220,8 @@ TEST_F(Sandbox, TwoRunsOfAGameWithoutADataFolderBothWrite) {
 }
 
 TEST_F(Sandbox, EveryOptionThatNamesAFileStillWritesIt) {
-    ServiceCalls calls;
-    calls.Call({"0x0005", calls.Text("ABSENT")});
+    CallingModule calls;
+    calls.Call(SYS_FILE_DELETE, {calls.Text("ABSENT")});
     const Strings options = {"--dump-screen",  "screen.png", "--dump-view", "view.png",
                              "--trace",        "trace",      "--record",    "record",
                              "--render-audio", "sound.wav"};
@@ -233,14 +234,14 @@ TEST_F(Sandbox, EveryOptionThatNamesAFileStillWritesIt) {
 }
 
 TEST_F(Sandbox, AFileThatAnOptionNamesAndThatCannotBeWrittenIsToldOfAsBefore) {
-    ServiceCalls calls;
-    calls.Call({"0x0005", calls.Text("ABSENT")});
+    CallingModule calls;
+    calls.Call(SYS_FILE_DELETE, {calls.Text("ABSENT")});
     home.Play(calls, {"--dump-view", "absent/view.png"});
     EXPECT_EQ(home.program.errors, "log: absent/view.png: cannot be written\n");
 }
 
 TEST_F(Sandbox, AFileBesideADumpIsNotOpenToTheModule) {
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "../../beside.txt");
     Overwrite(calls, "../../image");
     const std::vector<u32> results = home.Play(calls);
@@ -253,7 +254,7 @@ TEST_F(Sandbox, AGameThatNamesItselfAfterAFolderAboveGetsNothingThere) {
     WriteTextFile(home.game + "/Info.plist",
                   "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
                   "<key>ZULGameName</key><string>../..</string></dict></plist>");
-    ServiceCalls calls;
+    CallingModule calls;
     Overwrite(calls, "diary.txt");
     WriteGame(home.game, calls.Source());
     const std::string support = home.path + "/share";

@@ -162,7 +162,7 @@ TEST_F(AudioDevice, WithMuteNoDeviceIsOpened) {
     audioOut.prepare();
     audioOut.startMusic(LongNote(60));
     audioOut.playSound("A.WAV", Sine(1000, 1));
-    audioOut.toggleMute();
+    audioOut.setMuted(true);
     ASSERT_TRUE(WaitFor([] { return audioOut.musicPosition() > kSecond / 10; }));
     audioOut.shutDown();
     EXPECT_EQ(Log(), "");
@@ -180,8 +180,8 @@ TEST_F(AudioDevice, ASoundThatCannotBeDecodedGivesALine) {
     Start("dummy");
     audioOut.playSound("BAD.WAV", {'R', 'I', 'F', 'F'});
     audioOut.stopSound();
-    audioOut.toggleMute();
-    audioOut.toggleMute();
+    audioOut.setMuted(true);
+    audioOut.setMuted(false);
     audioOut.shutDown();
     const std::string log = Log();
     EXPECT_EQ(log.rfind("log: sound BAD.WAV: ", 0), 0u) << log;

@@ -32,7 +32,7 @@ std::string Sine(f64 frequency, f64 seconds, f64 amplitude) {
 u32 DonesUntil(u32 milliseconds, const std::string& file, u32 start = 0) {
     SoundModule module;
     module.run.resources["MUSIC/A.MID"] = file;
-    module.CallName(start, 0x0601, "../MUSIC/A.MID");
+    module.CallName(start, SYS_PLAY_MUSIC, "../MUSIC/A.MID");
     module.Play(milliseconds);
     EXPECT_EQ(module.result.status, 0);
     EXPECT_EQ(module.result.lines, Strings{});
@@ -68,8 +68,8 @@ TEST(SoundModules, TheEndFollowsTheTempoMap) {
 
 TEST(SoundModules, ReplayingBeforeAnyNameWasGivenPlaysTheEmptyName) {
     SoundModule module;
-    module.Call(0, 0x0601, kReplay);
-    const u32 flag = module.Call(0, 0x0603);
+    module.Call(0, SYS_PLAY_MUSIC, kReplay);
+    const u32 flag = module.Call(0, SYS_MUSIC_PLAYING);
     module.Play(5000);
     EXPECT_EQ(module.result.status, 0);
     EXPECT_EQ(module.result.lines, Strings{});
@@ -80,11 +80,11 @@ TEST(SoundModules, ReplayingBeforeAnyNameWasGivenPlaysTheEmptyName) {
 TEST(SoundModules, TheFlagIs1AfterASuccessfulStartAnd0AfterTheEnd) {
     SoundModule module;
     module.run.resources["A.MID"] = Beats(1);
-    const u32 before = module.Call(0, 0x0603);
-    const u32 start = module.CallName(0, 0x0601, "A.MID");
-    const u32 after = module.Call(0, 0x0603);
-    const u32 last = module.Call(999, 0x0603);
-    const u32 done = module.Call(1001, 0x0603);
+    const u32 before = module.Call(0, SYS_MUSIC_PLAYING);
+    const u32 start = module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
+    const u32 after = module.Call(0, SYS_MUSIC_PLAYING);
+    const u32 last = module.Call(999, SYS_MUSIC_PLAYING);
+    const u32 done = module.Call(1001, SYS_MUSIC_PLAYING);
     module.Play(2000);
     EXPECT_EQ(module.Of(before), 0u);
     EXPECT_EQ(module.Of(start), SoundModule::kUntouched);
@@ -95,12 +95,12 @@ TEST(SoundModules, TheFlagIs1AfterASuccessfulStartAnd0AfterTheEnd) {
 }
 
 TEST(SoundModules, BothWaysToStopReportNoEnd) {
-    for (const u32 command : {0x0601u, 0x0602u}) {
+    for (const u32 command : {SYS_PLAY_MUSIC, SYS_STOP_MUSIC}) {
         SoundModule module;
         module.run.resources["A.MID"] = Beats(1);
-        module.CallName(0, 0x0601, "A.MID");
+        module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
         const u32 stop = module.Call(500, command, kStop);
-        const u32 flag = module.Call(500, 0x0603);
+        const u32 flag = module.Call(500, SYS_MUSIC_PLAYING);
         module.Play(3000);
         EXPECT_EQ(module.Of(stop), SoundModule::kUntouched);
         EXPECT_EQ(module.Of(flag), 0u);
@@ -111,9 +111,9 @@ TEST(SoundModules, BothWaysToStopReportNoEnd) {
 TEST(SoundModules, ReplayingStartsAnewAndCountsFromThere) {
     SoundModule module;
     module.run.resources["A.MID"] = Beats(1);
-    module.CallName(0, 0x0601, "A.MID");
-    module.Call(900, 0x0601, kReplay);
-    const u32 flag = module.Call(1899, 0x0603);
+    module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
+    module.Call(900, SYS_PLAY_MUSIC, kReplay);
+    const u32 flag = module.Call(1899, SYS_MUSIC_PLAYING);
     module.Play(1900);
     EXPECT_EQ(module.Of(flag), 1u);
     EXPECT_EQ(module.Dones(), 1u);
@@ -127,8 +127,8 @@ TEST(SoundModules, NamesThatDoNotBeginWithTheMusicFolderAreLookedUpAsGiven) {
     Strings names = {"SONGS/A.MID", "../MUSICBOX.MID", "A.MID", "../SONGS/A.MID", "DATA.MID"};
     std::vector<u32> flags;
     for (const std::string& name : names) {
-        module.CallName(0, 0x0601, name);
-        flags.push_back(module.Call(0, 0x0603));
+        module.CallName(0, SYS_PLAY_MUSIC, name);
+        flags.push_back(module.Call(0, SYS_MUSIC_PLAYING));
     }
     module.Play(100);
     std::vector<u32> found;
@@ -145,9 +145,9 @@ TEST(SoundModules, DamagedMusicGivesALineEach) {
     module.run.resources["RANDOM.MID"] = "MThd and then nothing of the kind";
     module.run.resources["SHORT.MID"] = Beats(4).substr(0, 30);
     for (const char* name : {"EMPTY.MID", "RANDOM.MID", "SHORT.MID"}) {
-        module.CallName(0, 0x0601, name);
+        module.CallName(0, SYS_PLAY_MUSIC, name);
     }
-    const u32 flag = module.Call(0, 0x0603);
+    const u32 flag = module.Call(0, SYS_MUSIC_PLAYING);
     module.Play(100);
     EXPECT_EQ(module.Of(flag), 0u);
     EXPECT_EQ(module.result.lines,
@@ -168,13 +168,13 @@ TEST(SoundModules, TheLengthOfSounds) {
     module.run.resources["MUSIC/M.WAV"] = WavFile({}, "", 88200);
     module.run.resources["TEXT.WAV"] = "no sound at all";
     module.run.data["DATA.WAV"] = WavFile({}, "", 88200);
-    const u32 stereo = module.CallName(0, 0x0604, "STEREO.WAV");
-    const u32 bytes = module.CallName(0, 0x0604, "BYTES.WAV");
-    const u32 fact = module.CallName(0, 0x0604, "FACT.WAV");
-    const u32 music = module.CallName(0, 0x0604, "../MUSIC/M.WAV");
-    const u32 text = module.CallName(0, 0x0604, "TEXT.WAV");
-    const u32 missing = module.CallName(0, 0x0604, "NONE.WAV");
-    const u32 data = module.CallName(0, 0x0604, "DATA.WAV");
+    const u32 stereo = module.CallName(0, SYS_SOUND_LENGTH, "STEREO.WAV");
+    const u32 bytes = module.CallName(0, SYS_SOUND_LENGTH, "BYTES.WAV");
+    const u32 fact = module.CallName(0, SYS_SOUND_LENGTH, "FACT.WAV");
+    const u32 music = module.CallName(0, SYS_SOUND_LENGTH, "../MUSIC/M.WAV");
+    const u32 text = module.CallName(0, SYS_SOUND_LENGTH, "TEXT.WAV");
+    const u32 missing = module.CallName(0, SYS_SOUND_LENGTH, "NONE.WAV");
+    const u32 data = module.CallName(0, SYS_SOUND_LENGTH, "DATA.WAV");
     module.Play(10);
     EXPECT_EQ(module.Of(stereo), 1200u);
     EXPECT_EQ(module.Of(bytes), 700u);
@@ -190,9 +190,9 @@ TEST(SoundModules, ASoundThatCannotBePlayedGivesALine) {
     SoundModule module;
     module.run.resources["GOOD.WAV"] = Sine(440, 0.1, 0.5);
     module.run.resources["BAD.WAV"] = "RIFF1234WAVEfmt ";
-    const u32 good = module.CallName(0, 0x0600, "GOOD.WAV");
-    module.CallName(0, 0x0600, "BAD.WAV");
-    module.CallName(0, 0x0600, "NONE.WAV");
+    const u32 good = module.CallName(0, SYS_PLAY_SOUND, "GOOD.WAV");
+    module.CallName(0, SYS_PLAY_SOUND, "BAD.WAV");
+    module.CallName(0, SYS_PLAY_SOUND, "NONE.WAV");
     module.Play(10);
     EXPECT_EQ(module.result.status, 0);
     EXPECT_EQ(module.Of(good), SoundModule::kUntouched);
@@ -215,7 +215,7 @@ TEST(SoundModules, UnknownCommandsAreIgnored) {
 }
 
 TEST(SoundModules, ANameOutsideTheImageIsAMemoryFault) {
-    for (const u32 command : {0x0600u, 0x0601u, 0x0604u}) {
+    for (const u32 command : {SYS_PLAY_SOUND, SYS_PLAY_MUSIC, SYS_SOUND_LENGTH}) {
         SoundModule module;
         module.Call(0, command, "0xFFFFFFFD");
         module.Play(10);
@@ -256,8 +256,8 @@ TEST(HeardModules, SoundsAreHeardWhenTheyArePlayedAndTheNewCutsTheOld) {
     Heard heard;
     heard.module.run.resources["A.WAV"] = Sine(440, 2, 0.5);
     heard.module.run.resources["B.WAV"] = Sine(1000, 0.25, 0.5);
-    heard.module.CallName(200, 0x0600, "A.WAV");
-    heard.module.CallName(700, 0x0600, "B.WAV");
+    heard.module.CallName(200, SYS_PLAY_SOUND, "A.WAV");
+    heard.module.CallName(700, SYS_PLAY_SOUND, "B.WAV");
     heard.Play(2000);
     EXPECT_NEAR(FirstSound(heard.recording, 200), 0.2, 0.001);
     EXPECT_NEAR(Strength(Part(heard.recording, 0.2, 0.7), 440), 0.5, 0.01);
@@ -272,7 +272,7 @@ TEST(HeardModules, ASoundInTheDataFolderIsHeardByTheWayThere) {
     for (const char* const name : {"../data/OWN/A.WAV", "./.././data//OWN/../OWN/A.WAV"}) {
         Heard heard;
         heard.module.run.data["OWN/A.WAV"] = Sine(440, 1, 0.5);
-        heard.module.CallName(0, 0x0600, name);
+        heard.module.CallName(0, SYS_PLAY_SOUND, name);
         heard.Play(500);
         EXPECT_NEAR(Strength(Part(heard.recording, 0.1, 0.4), 440), 0.5, 0.01) << name;
         EXPECT_EQ(heard.module.result.lines, Strings{}) << name;
@@ -288,18 +288,30 @@ TEST(HeardModules, OtherWaysOutOfTheResourcesLeadToNoSound) {
         heard.module.run.beside["database/A.WAV"] = Sine(440, 1, 0.5);
         heard.module.run.beside["data.wav"] = Sine(440, 1, 0.5);
         heard.module.run.beside["outside.wav"] = Sine(440, 1, 0.5);
-        heard.module.CallName(0, 0x0600, name);
+        heard.module.CallName(0, SYS_PLAY_SOUND, name);
         heard.Play(100);
         EXPECT_EQ(Peak(heard.recording), 0) << name;
         EXPECT_EQ(heard.module.result.lines, Strings{"log: sound " + name + ": cannot be read"});
     }
 }
 
+TEST(HeardModules, MusicInTheDataFolderIsHeardByTheWayThere) {
+    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    Heard heard;
+    heard.module.run.data["OWN.MID"] = Beats(8, 69);
+    heard.module.CallName(0, 0x0601, "../data/OWN.MID");
+    heard.module.Call(700, 0x0601, kReplay);
+    heard.Play(1500);
+    EXPECT_EQ(StrongestKey(Part(heard.recording, 0.1, 0.6)), 69);
+    EXPECT_EQ(StrongestKey(Part(heard.recording, 0.8, 1.5)), 69);
+    EXPECT_EQ(heard.module.result.lines, Strings{});
+}
+
 TEST(HeardModules, ASoundThatIsMissingEndsTheOneThatPlays) {
     Heard heard;
     heard.module.run.resources["A.WAV"] = Sine(440, 2, 0.5);
-    heard.module.CallName(0, 0x0600, "A.WAV");
-    heard.module.CallName(500, 0x0600, "NONE.WAV");
+    heard.module.CallName(0, SYS_PLAY_SOUND, "A.WAV");
+    heard.module.CallName(500, SYS_PLAY_SOUND, "NONE.WAV");
     heard.Play(1000);
     EXPECT_GT(Peak(Part(heard.recording, 0.4, 0.5)), 16000);
     EXPECT_EQ(Peak(Part(heard.recording, 0.51, 1)), 0);
@@ -309,10 +321,10 @@ TEST(HeardModules, MusicStartsStopsAndStartsAgainWhenItIsTold) {
     if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
     Heard heard;
     heard.module.run.resources["A.MID"] = Beats(8, 69);
-    heard.module.CallName(250, 0x0601, "A.MID");
-    heard.module.Call(1250, 0x0602);
-    heard.module.Call(1750, 0x0601, kReplay);
-    heard.module.Call(1750, 0x0601, kReplay);
+    heard.module.CallName(250, SYS_PLAY_MUSIC, "A.MID");
+    heard.module.Call(1250, SYS_STOP_MUSIC);
+    heard.module.Call(1750, SYS_PLAY_MUSIC, kReplay);
+    heard.module.Call(1750, SYS_PLAY_MUSIC, kReplay);
     heard.Play(2500);
     EXPECT_NEAR(FirstSound(heard.recording, 500), 0.25, 0.03);
     EXPECT_EQ(StrongestKey(Part(heard.recording, 0.3, 1.2)), 69);
@@ -326,7 +338,7 @@ TEST(HeardModules, TheMusicIsSilentAfterItsEnd) {
     // The note is never ended by the piece itself.
     heard.module.run.resources["A.MID"] =
         MidiFile(0, 96, {Bytes({0, 0xC0, kOcarina}) + NoteOn(0, 60) + EndOfTrack(96)});
-    heard.module.CallName(0, 0x0601, "A.MID");
+    heard.module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
     heard.Play(2000);
     EXPECT_GT(Peak(Part(heard.recording, 0.9, 1)), 500);
     EXPECT_EQ(Peak(Part(heard.recording, 1.01, 2)), 0);
@@ -338,9 +350,9 @@ TEST(HeardModules, EveryRunSoundsTheSame) {
         Heard heard;
         heard.module.run.resources["A.MID"] = Beats(3, 64);
         heard.module.run.resources["A.WAV"] = WavFile({.rate = 22050}, Sine(300, 1, 0.8));
-        heard.module.CallName(17, 0x0601, "A.MID");
-        heard.module.CallName(503, 0x0600, "A.WAV");
-        heard.module.Call(1101, 0x0601, kReplay);
+        heard.module.CallName(17, SYS_PLAY_MUSIC, "A.MID");
+        heard.module.CallName(503, SYS_PLAY_SOUND, "A.WAV");
+        heard.module.Call(1101, SYS_PLAY_MUSIC, kReplay);
         heard.Play(2000);
         return heard.recording.samples;
     };
@@ -350,7 +362,7 @@ TEST(HeardModules, EveryRunSoundsTheSame) {
 TEST(HeardModules, TheMenusMuteSilencesUntilItIsChosenAgain) {
     Heard heard;
     heard.module.run.resources["A.WAV"] = Sine(440, 3, 0.5);
-    heard.module.CallName(0, 0x0600, "A.WAV");
+    heard.module.CallName(0, SYS_PLAY_SOUND, "A.WAV");
     heard.module.Event("500 modifiers shift command");
     heard.module.Event("500 key-down 2E \"M\"");
     heard.module.Event("700 key-up 2E \"M\"");
@@ -366,8 +378,8 @@ TEST(HeardModules, WithMuteNothingIsHeardAndTheMusicStillEnds) {
     heard.module.run.resources["A.MID"] = Beats(1);
     heard.module.run.resources["A.WAV"] = Sine(440, 1, 0.5);
     heard.module.run.options = {"--mute"};
-    heard.module.CallName(0, 0x0601, "A.MID");
-    heard.module.CallName(0, 0x0600, "A.WAV");
+    heard.module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
+    heard.module.CallName(0, SYS_PLAY_SOUND, "A.WAV");
     heard.Play(1000);
     EXPECT_EQ(Peak(heard.recording), 0);
     EXPECT_EQ(heard.module.Dones(), 1u);
@@ -378,8 +390,8 @@ TEST(HeardModules, WithoutASoundFontThereIsALineSoundsAreHeardAndTheMusicEnds) {
     heard.module.run.resources["A.MID"] = Beats(1);
     heard.module.run.resources["A.WAV"] = Sine(440, 1, 0.5);
     heard.module.run.options = {"--soundfont", "no-such.sf2"};
-    heard.module.CallName(0, 0x0601, "A.MID");
-    heard.module.CallName(0, 0x0600, "A.WAV");
+    heard.module.CallName(0, SYS_PLAY_MUSIC, "A.MID");
+    heard.module.CallName(0, SYS_PLAY_SOUND, "A.WAV");
     heard.Play(1000);
     EXPECT_NEAR(Strength(Part(heard.recording, 0, 1), 440), 0.5, 0.01);
     EXPECT_EQ(heard.module.Dones(), 1u);

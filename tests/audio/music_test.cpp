@@ -210,6 +210,13 @@ TEST_F(MusicRules, OnlyTheLengthOfASoundKnowsTheMusicFolder) {
     EXPECT_EQ(SoundLength("A.WAV"), 0u);
 }
 
+TEST_F(MusicRules, ASoundInTheDataFolderHasALengthByTheWayThere) {
+    WriteTextFile(folders.dataOverride + "/OWN.WAV", WavFile({}, "", 88200));
+    EXPECT_EQ(SoundLength("../data/OWN.WAV"), 1200u);
+    EXPECT_EQ(SoundLength("../data/NONE.WAV"), 0u);
+    EXPECT_EQ(SoundLength("OWN.WAV"), 0u);
+}
+
 }  // namespace
 
 }  // namespace moxi

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "sys/services.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {

@@ -6,6 +6,7 @@
 
 #include <set>
 
+#include "desktop/control_characters.h"
 #include "host/keymap.h"
 
 namespace moxi {

@@ -1,6 +1,6 @@
 #pragma once
 // Plays Glimmer Hollow headless by event scripts, in a module that tests can reach into
-// (tests/modules/glimmer_check.mxs), and reads its variables afterwards.
+// (tests/games/glimmer_check.mxs), and reads its variables afterwards.
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ inline const fs::path kSources = fs::path(MOXI_SOURCE_DIR) / "games" / "glimmer"
 // The game leaves 40 and 80 points of it free: its view is 600 x 400.
 constexpr const char* kDesktop = "640x480";
 
-enum Scene : u32 { Title, Play, Pause, Dawn, Over, Name, Scores, Options, Help };
+enum Scene : u32 { Title, Play, Pause, Dawn, Over, Name, Scores, Options, Help, AskGiveUp };
 
 // Assembled once; with `pilot` the firefly plays every run by itself.
 inline const AssembleResult& Module(bool pilot = false) {
@@ -32,8 +32,7 @@ inline const AssembleResult& Module(bool pilot = false) {
         AssembleOptions options = LibraryOptions();
         options.includeFolders.insert(options.includeFolders.begin(), kSources.string());
         if (withPilot) options.definitions.emplace_back("PILOT", 1);
-        const std::string source =
-            std::string(MOXI_SOURCE_DIR) + "/tests/modules/glimmer_check.mxs";
+        const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/games/glimmer_check.mxs";
         AssembleResult result = Assemble(ReadTextFile(source), source, options);
         EXPECT_TRUE(result.ok) << FormatErrors(result);
         return result;
@@ -81,6 +80,8 @@ struct Events {
         for (; times > 0; --times) Press("7E", "\\x1E");
         return *this;
     }
+    // From pause: the last of five buttons, and yes.
+    Events& GiveUp() { return Down(4).Return().Down().Return(); }
     Events& Backspace(int times) {
         for (; times > 0; --times) Press("33", "\\x7F");
         return *this;

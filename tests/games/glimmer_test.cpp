@@ -89,7 +89,7 @@ TEST(Glimmer, EveryScreenIsReachedAndLeftByKeys) {
     events.Down(5).Return().Note().Escape().Note();                          // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
     events.Return().Return().Note();                          // all lines, the next night
-    events.Press(kKeyP, "p").Note().Down(4).Return().Note();  // given up
+    events.Press(kKeyP, "p").Note().GiveUp().Note();  // given up
     events.Wait(2450).Note().Return().Note();                 // a name, high scores
     events.Escape().Note();
     const GameResult result = PlayGame(events);
@@ -110,7 +110,7 @@ TEST_F(GlimmerRules, EveryScreenIsReachedAndLeftByMouse) {
     events.Click(10, 10, 1).Note().Click(300, 119).Note();           // back, and on
     events.Poke("intro_steps", 0).Poke("leaving_steps", 1).Wait(50).Note();  // the lantern is lit
     events.Click(300, 340).Click(300, 340).Note();  // all lines, the next night
-    events.Click(580, 20).Click(300, 331).Note();   // given up
+    events.Click(580, 20).Click(300, 331).Click(300, 301).Note();  // given up, yes
     events.Wait(2450).Note().Click(300, 300).Note().Click(300, 340).Note();
     const GameResult result = PlayGame(events);
     EXPECT_EQ(result.Notes(),
@@ -130,6 +130,31 @@ TEST_F(GlimmerRules, AWindowThatIsMinimisedPauses) {
     events.Line("minimize").Wait(50).Note().Line("restore").Wait(50);
     events.Return().Note().Line("minimize").Wait(50).Line("restore").Wait(50).Note();
     EXPECT_EQ(PlayGame(events).Notes(), (std::vector<u32>{Title, Play, Pause}));
+}
+
+TEST_F(GlimmerRules, GivingUpAsksFirstAndNoIsTheButtonThatIsChosen) {
+    Events events;
+    events.Return().Escape().Down(4).Return().Note().Return().Note();  // no
+    events.Return().Note().Escape().Note();                            // asked again, and Escape
+    events.Return().Down().Return().Note();                            // yes
+    const GameResult result = PlayGame(events);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{AskGiveUp, Pause, AskGiveUp, Pause, Over}));
+}
+
+// A minute is 3,600 steps.
+TEST_F(GlimmerRules, PlayPausesAMinuteAfterTheLatestKey) {
+    Events events;
+    events.Return().Poke("intro_steps", 0).Wait(100);
+    Events away = events;
+    away.Poke("idle_steps", 3590).Wait(100).Note().Wait(200).Note();
+    EXPECT_EQ(PlayGame(away).Notes(), (std::vector<u32>{Play, Pause}));
+    // A key that is held is one, and so is any that is pressed.
+    Events flying = events;
+    flying.Line("key-down 7C \"\\x1D\"").Poke("idle_steps", 3590).Wait(400).Note();
+    EXPECT_EQ(PlayGame(flying).Notes(), std::vector<u32>{Play});
+    Events pressing = events;
+    pressing.Poke("idle_steps", 3590).Wait(50).Press(kKeyM, "m").Wait(400).Note();
+    EXPECT_EQ(PlayGame(pressing).Notes(), std::vector<u32>{Play});
 }
 
 TEST_F(GlimmerRules, EscapeOnTheTitleChoosesQuitAndReturnQuits) {
@@ -182,6 +207,7 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
         events.Poke("banner_text", At("awake_text")).Poke("banner_steps", 90);
         events.Poke("lantern_lit", 1).Poke("glow", 500).Call("draw_and_note").Wait(20);
         show(Pause);
+        show(AskGiveUp);
         events.Call("options_from_pause").Call("draw_and_note");
         show(Dawn);
         events.Poke("dawn_shown", 5).Poke("menu", At("dawn_menu")).Call("draw_and_note");
@@ -194,9 +220,58 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
         events.Line("resize 620 440").Wait(40).Call("draw_and_note");
         run.milliseconds = events.now + 20;
         const GameResult result = PlayGame(run);
-        EXPECT_EQ(result.LongAt("notes"), 17u) << size;
-        EXPECT_EQ(result.Notes("noted_holes"), std::vector<u32>(17, 0)) << size;
+        EXPECT_EQ(result.LongAt("notes"), 18u) << size;
+        EXPECT_EQ(result.Notes("noted_holes"), std::vector<u32>(18, 0)) << size;
     }
+}
+
+// --- Sizes
+
+// The view in units, and the pixels of two of them. A window below 600 x 400 has half a pixel for a
+// unit; one with room for 800 x 450 units of two pixels has two, and so on.
+TEST_F(GlimmerRules, AUnitHasAsManyPixelsAsTheWindowHasRoomFor) {
+    struct Case {
+        const char* size;
+        u32 zoom, width, height;
+    };
+    for (const Case& c : {Case{"600 400", 2, 600, 400}, Case{"599 400", 1, 1198, 800},
+                          Case{"300 200", 1, 600, 400}, Case{"1280 800", 2, 1280, 800},
+                          Case{"1920 1080", 4, 960, 540}, Case{"2561 1440", 6, 854, 480},
+                          Case{"3840 2160", 8, 960, 540}}) {
+        GameRun run = RunOf(Events().Line(std::string("resize ") + c.size).Wait(60));
+        run.desktop = "4000x2300";
+        run.milliseconds = run.events.now;  // large pictures take long
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("zoom"), c.zoom) << c.size;
+        EXPECT_EQ(result.LongAt("view_width"), c.width) << c.size;
+        EXPECT_EQ(result.LongAt("view_height"), c.height) << c.size;
+    }
+}
+
+// The first garden has 30 x 22 cells of 48 units.
+TEST_F(GlimmerRules, TheGardenIsLargerThanALargeWindow) {
+    for (const u32 pixels : {2u, 4u}) {
+        GameRun run;
+        const std::string width = std::to_string(960 * pixels);
+        const std::string height = std::to_string(540 * pixels);
+        run.desktop = "4000x2300";
+        run.events.Return().Line("resize " + width + " " + height).Wait(60);
+        run.milliseconds = run.events.now;
+        const GameResult result = PlayGame(run);
+        EXPECT_EQ(result.LongAt("tile_side"), 48 * pixels);
+        EXPECT_GT(30 * result.LongAt("tile_side"), result.LongAt("screen_width"));
+        EXPECT_GT(22 * result.LongAt("tile_side"), result.LongAt("screen_height"));
+    }
+}
+
+// In 1920 x 1080, the options' button of the title's five: that of 960 x 540 units, twice as far.
+TEST_F(GlimmerRules, ThePointerFitsInEveryZoom) {
+    GameRun run;
+    run.desktop = "2000x1200";
+    run.events.Line("resize 1920 1080").Wait(100).Click(2 * 480, 2 * 340).Note();
+    run.events.Line("resize 300 200").Wait(100).Click(25, 25, 1).Note();
+    const GameResult result = PlayGame(run);
+    EXPECT_EQ(result.Notes(), (std::vector<u32>{Options, Title}));
 }
 
 // --- Settings
@@ -304,7 +379,7 @@ TEST(Glimmer, BrokenSettingsDoNoHarm) {
 
 TEST_F(GlimmerRules, AScoreAmongTheEightBestAsksForANameAndTakesItsPlace) {
     Events events;
-    events.Return().Poke("score", 5500).Poke("seed", 0xABC).Escape().Down(4).Return().Wait(2450);
+    events.Return().Poke("score", 5500).Poke("seed", 0xABC).Escape().GiveUp().Wait(2450);
     events.Note().Backspace(4);  // one more than there are letters
     for (const char* letter : {"Z", "o", "\xC3\xAB", " ", "\xE8\x9B\x8D", "\xF0\x9F\x8C\x99"}) {
         events.Press("00", letter);
@@ -337,7 +412,7 @@ TEST_F(GlimmerRules, AScoreAmongTheEightBestAsksForANameAndTakesItsPlace) {
 
 TEST_F(GlimmerRules, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
     Events events;
-    events.Return().Poke("score", 700).Escape().Down(4).Return().Wait(2450).Backspace(7);
+    events.Return().Poke("score", 700).Escape().GiveUp().Wait(2450).Backspace(7);
     Events longName = events;
     for (int i = 0; i < 9; ++i) longName.Press("00", "\xE8\x9B\x8D");  // three bytes each
     longName.Press("00", "x");
@@ -347,7 +422,7 @@ TEST_F(GlimmerRules, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
 
 TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
     Events over;
-    over.Return().Poke("score", 700).Escape().Down(4).Return();
+    over.Return().Poke("score", 700).Escape().GiveUp();
     Events name = over;
     name.Wait(2450).Note().Press("00", "s");
     const Places once = {{700, "Firefly"}};
@@ -361,7 +436,7 @@ TEST_F(GlimmerRules, ClosingTheWindowEntersTheScoreOfARunThatIsOver) {
 
 TEST_F(GlimmerRules, AScoreBelowTheEightBestAsksForNoName) {
     GameRun run = RunOf(
-        Events().Return().Poke("score", 900).Escape().Down(4).Return().Wait(2450).Note().Escape());
+        Events().Return().Poke("score", 900).Escape().GiveUp().Wait(2450).Note().Escape());
     run.data = {{kSettings, EightScores()}};
     const GameResult result = PlayGame(run);
     EXPECT_EQ(result.Notes(), std::vector<u32>{Over});
@@ -427,7 +502,7 @@ TEST_F(GlimmerRules, ClosingTheWindowKeepsTheRunAndNothingElseDoes) {
     const GameResult demo =
         PlayGame(RunOf(Events().Poke("idle_steps", 419).Wait(100).Line("close")), kClosed);
     EXPECT_EQ(demo.data.count(kSavedRun), 0u);
-    GameRun over = RunOf(Events().Return().Escape().Down(4).Return().Line("close"));
+    GameRun over = RunOf(Events().Return().Escape().GiveUp().Line("close"));
     over.data = closed.data;  // the run before is dropped with the new one
     EXPECT_EQ(PlayGame(over, kClosed).data.count(kSavedRun), 0u);
 }
@@ -558,7 +633,7 @@ TEST_F(GlimmerRules, TheMusicFollowsTheGame) {
     for (const u32 glow : {700u, 1400u, 1600u}) events.Poke("glow", glow).Wait(50).Note();
     events.Poke("leaving_steps", 1).Wait(50).Note();  // dawn
     events.Return().Return().Note();                  // the second night
-    events.Escape().Note().Down(4).Return().Note();   // pause, over
+    events.Escape().Note().GiveUp().Note();           // pause, over
     const GameResult result = PlayGame(events);
     std::vector<std::string> music;
     for (const u32 piece : result.Notes("noted_music")) {
@@ -590,7 +665,7 @@ TEST_F(GlimmerRules, MusicLoopsUnlessItIsAnEnd) {
     EXPECT_GT(Loudness(Part(title, 2.3, 2.7)), 0.01);
     // Sounds off, so that the music alone is heard.
     const Recording over =
-        hear(Events().Poke("option_sounds", 0).Return().Escape().Down(4).Return().Wait(2000));
+        hear(Events().Poke("option_sounds", 0).Return().Escape().GiveUp().Wait(2000));
     EXPECT_LT(Peak(Part(over, 2.4, 3.0)), 30);
 }
 
@@ -633,7 +708,7 @@ TEST(Glimmer, MissingSoundsAndMusicHoldNothingUp) {
         .Return()
         .Return()
         .Note();
-    run.events.Escape().Down(4).Return().Wait(200).Note();
+    run.events.Escape().GiveUp().Wait(200).Note();
     std::string missing;
     for (const char* piece : {"TITLE", "NIGHT1", "DAWN", "NIGHT2", "FADE", "SCORES"}) {
         missing += std::string("log: music ../MUSIC/") + piece + ".MID: cannot be read\n";

@@ -21,6 +21,7 @@ const std::string kSources = MOXI_SOURCE_DIR "/games/kettle/";
 // The picture of 320 x 180 is shown twice as large, below 60 rows of black.
 constexpr const char* kDesktop = "640x480";
 constexpr u32 kCopper = 0xF09C5C;
+constexpr u32 kHeart = 0xF25F5C;
 
 struct Keys {
     std::string text;
@@ -90,7 +91,8 @@ struct Played {
         for (u32 card = 0; card < 4; ++card) {
             if (isCopper(14 + 74 * card, 90)) return "levels " + std::to_string(card + 1);
         }
-        return "play";
+        // The first heart, which is whole as long as the game goes on.
+        return seen.At(14, 60 + 14) == kHeart ? "play" : "none of them";
     }
     // The number of a line of the saved values, -1 none.
     int Saved(const std::string& key) const {

@@ -3,29 +3,11 @@
 #include <gtest/gtest.h>
 #include <spng.h>
 
-#include "tests/gfx/calling_module.h"
+#include "tests/support/calling_module.h"
 
 namespace moxi {
 
 namespace {
-
-constexpr u32 kPolyline = 0x0500;
-constexpr u32 kRectangle = 0x0501;
-constexpr u32 kBlit = 0x0503;
-constexpr u32 kFreeBitmap = 0x0504;
-constexpr u32 kSetAlpha = 0x0505;
-constexpr u32 kBlendPixel = 0x0507;
-constexpr u32 kScaledBlit = 0x0508;
-constexpr u32 kSaveImage = 0x0509;
-constexpr u32 kRgbToHsv = 0x050A;
-constexpr u32 kHsvToRgb = 0x050B;
-constexpr u32 kGetBitmapInfo = 0x050C;
-constexpr u32 kSetClip = 0x050D;
-constexpr u32 kSetLinePattern = 0x050E;
-constexpr u32 kAdjustColours = 0x050F;
-constexpr u32 kHueSquare = 0x0511;
-constexpr u32 kEllipse = 0x0512;
-constexpr u32 kCreateBitmap = 0x0513;
 
 const std::string kScreen = "0";
 const std::string kKeep = "0xFFFFFFFF";
@@ -34,9 +16,9 @@ const std::string kKeep = "0xFFFFFFFF";
 
 TEST(GraphicsModules, BlittingABitmapOntoItselfLocksAndUnlocksItOnce) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"4", "4"}, "bitmap");
-    module.Call(kRectangle, {"@bitmap", "0", "0", "4", "4", "0xFF112233", "0"});
-    module.Call(kBlit, {"@bitmap", "2", "2", "@bitmap", "0", "0", "2", "2", "0", "0", "0"});
+    module.Call(SYS_NEW_BITMAP, {"4", "4"}, "bitmap");
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "4", "4", "0xFF112233", "0"});
+    module.Call(SYS_BLIT, {"@bitmap", "2", "2", "@bitmap", "0", "0", "2", "2", "0", "0", "0"});
     module.Pixel("@bitmap", 3, 3, "pixel");
     const HeadlessResult run = module.Run();
     // A lock left over would end the run at the compaction after the message.
@@ -47,8 +29,8 @@ TEST(GraphicsModules, BlittingABitmapOntoItselfLocksAndUnlocksItOnce) {
 
 TEST(GraphicsModules, FreeingTheScreenBitmapDoesNothing) {
     CallingModule module;
-    module.Call(kFreeBitmap, {kScreen});
-    module.Call(kRectangle, {kScreen, "3", "4", "2", "2", "0xFF010203", "0"});
+    module.Call(SYS_FREE_BITMAP, {kScreen});
+    module.Call(SYS_RECTANGLE, {kScreen, "3", "4", "2", "2", "0xFF010203", "0"});
     module.Pixel(kScreen, 4, 5, "pixel");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 0);
@@ -58,7 +40,7 @@ TEST(GraphicsModules, FreeingTheScreenBitmapDoesNothing) {
 u32 TextBitmapRows(const std::string& desktop) {
     CallingModule module;
     module.Data("info: .space 24");
-    module.Call(kGetBitmapInfo, {"0xFFFFFFFE", "info"});
+    module.Call(SYS_BITMAP_INFO, {"0xFFFFFFFE", "info"});
     const HeadlessResult run = module.Run({"--desktop", desktop});
     EXPECT_EQ(run.LongAt("info"), 64U);
     return run.Long(run.Label("info") + 4);
@@ -95,13 +77,13 @@ TEST(GraphicsModules, ABadHandleIsReportedAndThenAMemoryFault) {
 
 TEST(GraphicsModules, ARecordWithoutPixelsIsReportedAndDrawnOnTheFirstBlock) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"1", "1"}, "bitmap");
-    module.Call(0x0902, {"@bitmap"}, "record");
+    module.Call(SYS_NEW_BITMAP, {"1", "1"}, "bitmap");
+    module.Call(SYS_LOCK, {"@bitmap"}, "record");
     module.Code("MOVE.L R2, [record]");
     module.Code("MOVE.L [R2+28], #0");
-    module.Call(0x0903, {"@bitmap"});
-    module.Call(kRectangle, {"@bitmap", "0", "0", "1", "1", "0xFF445566", "0"});
-    module.Call(0x0904, {"0"}, "firstBlock");
+    module.Call(SYS_UNLOCK, {"@bitmap"});
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "1", "1", "0xFF445566", "0"});
+    module.Call(SYS_BLOCK_ADDRESS, {"0"}, "firstBlock");
     module.Code("MOVE.L R2, [firstBlock]");
     module.Code("MOVE.L R3, [R2]");
     module.Data("content: .long 0");
@@ -113,18 +95,18 @@ TEST(GraphicsModules, ARecordWithoutPixelsIsReportedAndDrawnOnTheFirstBlock) {
 
 TEST(GraphicsModules, ARecordThatLeadsOutOfTheImageIsAMemoryFaultAndDrawsNothing) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"4", "4"}, "bitmap");
-    module.Call(kRectangle, {"@bitmap", "0", "0", "4", "4", "0xFF000001", "0"});
-    module.Call(0x0902, {"@bitmap"}, "record");
+    module.Call(SYS_NEW_BITMAP, {"4", "4"}, "bitmap");
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "4", "4", "0xFF000001", "0"});
+    module.Call(SYS_LOCK, {"@bitmap"}, "record");
     module.Code("MOVE.L R2, [record]");
     module.Code("MOVE.L [R2+4], #0x7FFFFFFF");
     module.Code("MOVE.L [R2+24], #0x7FFFFFFF");
     module.Code("MOVE.L R3, [R2+28]");
     module.Data("pixels: .long 0");
     module.Code("MOVE.L [pixels], R3");
-    module.Call(0x0904, {"@pixels"}, "address");
-    module.Call(0x0903, {"@bitmap"});
-    module.Call(kRectangle, {"@bitmap", "0", "0", "4", "0x7FFFFFFF", "0xFF000002", "0"});
+    module.Call(SYS_BLOCK_ADDRESS, {"@pixels"}, "address");
+    module.Call(SYS_UNLOCK, {"@bitmap"});
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "4", "0x7FFFFFFF", "0xFF000002", "0"});
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 1);
     ASSERT_EQ(run.Fatals().size(), 1U);
@@ -135,11 +117,11 @@ TEST(GraphicsModules, ARecordThatLeadsOutOfTheImageIsAMemoryFaultAndDrawsNothing
 
 TEST(GraphicsModules, BlendPixelWithAlpha0ChangesNothingAndWith255SetsTheColour) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"2", "1"}, "bitmap");
-    module.Call(kSetAlpha, {"@bitmap", "0", "0", "2", "1", "0xFFFFFFFE", "0xFFFFFFFF", "0"});
-    module.Call(kRectangle, {"@bitmap", "0", "0", "2", "1", "0xFF0A141E", "0"});
-    module.Call(kBlendPixel, {"@bitmap", "0", "0", "0x00FFFFFF"});
-    module.Call(kBlendPixel, {"@bitmap", "1", "0", "0xFF332211"});
+    module.Call(SYS_NEW_BITMAP, {"2", "1"}, "bitmap");
+    module.Call(SYS_SET_ALPHA, {"@bitmap", "0", "0", "2", "1", "0xFFFFFFFE", "0xFFFFFFFF", "0"});
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "2", "1", "0xFF0A141E", "0"});
+    module.Call(SYS_BLEND_PIXEL, {"@bitmap", "0", "0", "0x00FFFFFF"});
+    module.Call(SYS_BLEND_PIXEL, {"@bitmap", "1", "0", "0xFF332211"});
     module.Pixel("@bitmap", 0, 0, "left");
     module.Pixel("@bitmap", 1, 0, "right");
     const HeadlessResult run = module.Run();
@@ -149,8 +131,8 @@ TEST(GraphicsModules, BlendPixelWithAlpha0ChangesNothingAndWith255SetsTheColour)
 
 TEST(GraphicsModules, BlendPixelDividesEveryProductOnItsOwn) {
     CallingModule module;
-    module.Call(kRectangle, {kScreen, "0", "0", "1", "1", "0xFFC86432", "0"});
-    module.Call(kBlendPixel, {kScreen, "0", "0", "0x80FF8001"});
+    module.Call(SYS_RECTANGLE, {kScreen, "0", "0", "1", "1", "0xFFC86432", "0"});
+    module.Call(SYS_BLEND_PIXEL, {kScreen, "0", "0", "0x80FF8001"});
     module.Pixel(kScreen, 0, 0, "pixel");
     const HeadlessResult run = module.Run();
     // Red 1*128/255 + 50*127/255 = 0 + 24, green 64 + 49, blue 128 + 99, alpha 64 + 127.
@@ -160,8 +142,8 @@ TEST(GraphicsModules, BlendPixelDividesEveryProductOnItsOwn) {
 TEST(GraphicsModules, APatternOfAlternatingBitsPlotsEveryOtherPositionFromTheFirst) {
     CallingModule module;
     module.Data("points: .long 0, 0, 5, 0");
-    module.Call(kSetLinePattern, {"0xAAAAAAAA"}, "former");
-    module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
+    module.Call(SYS_LINE_PATTERN, {"0xAAAAAAAA"}, "former");
+    module.Call(SYS_POLYLINE, {kScreen, "points", "2", "0xFFFFFFFF"});
     for (int x = 0; x < 6; ++x) module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.LongAt("former"), 0xFFFFFFFF);
@@ -173,8 +155,8 @@ TEST(GraphicsModules, APatternOfAlternatingBitsPlotsEveryOtherPositionFromTheFir
 TEST(GraphicsModules, PatternZeroPlotsNothing) {
     CallingModule module;
     module.Data("points: .long 0, 0, 5, 3");
-    module.Call(kSetLinePattern, {"0"});
-    module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
+    module.Call(SYS_LINE_PATTERN, {"0"});
+    module.Call(SYS_POLYLINE, {kScreen, "points", "2", "0xFFFFFFFF"});
     module.Pixel(kScreen, 0, 0, "first");
     module.Pixel(kScreen, 5, 3, "last");
     const HeadlessResult run = module.Run();
@@ -185,9 +167,9 @@ TEST(GraphicsModules, PatternZeroPlotsNothing) {
 TEST(GraphicsModules, AFivePixelLineWithPattern80000000PlotsItsFirstPixelAndLeaves10) {
     CallingModule module;
     module.Data("points: .long 7, 2, 11, 2");
-    module.Call(kSetLinePattern, {"0x80000000"});
-    module.Call(kPolyline, {kScreen, "points", "2", "0xFF00FF00"});
-    module.Call(kSetLinePattern, {"0xFFFFFFFF"}, "pattern");
+    module.Call(SYS_LINE_PATTERN, {"0x80000000"});
+    module.Call(SYS_POLYLINE, {kScreen, "points", "2", "0xFF00FF00"});
+    module.Call(SYS_LINE_PATTERN, {"0xFFFFFFFF"}, "pattern");
     module.Pixel(kScreen, 7, 2, "first");
     module.Pixel(kScreen, 8, 2, "second");
     const HeadlessResult run = module.Run();
@@ -199,7 +181,7 @@ TEST(GraphicsModules, AFivePixelLineWithPattern80000000PlotsItsFirstPixelAndLeav
 TEST(GraphicsModules, APolylineOfOnePointDrawsNothing) {
     CallingModule module;
     module.Data("points: .long 1, 1");
-    module.Call(kPolyline, {kScreen, "points", "1", "0xFFFFFFFF"});
+    module.Call(SYS_POLYLINE, {kScreen, "points", "1", "0xFFFFFFFF"});
     module.Pixel(kScreen, 1, 1, "pixel");
     EXPECT_EQ(module.Run().LongAt("pixel"), 0xFF000000);
 }
@@ -207,7 +189,7 @@ TEST(GraphicsModules, APolylineOfOnePointDrawsNothing) {
 TEST(GraphicsModules, APolylineOfNoPointsIsAMemoryFault) {
     CallingModule module;
     module.Data("points: .long 1, 1, 2, 2");
-    module.Call(kPolyline, {kScreen, "points", "0", "0xFFFFFFFF"});
+    module.Call(SYS_POLYLINE, {kScreen, "points", "0", "0xFFFFFFFF"});
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 1);
     ASSERT_EQ(run.Fatals().size(), 1U);
@@ -216,7 +198,7 @@ TEST(GraphicsModules, APolylineOfNoPointsIsAMemoryFault) {
 
 TEST(GraphicsModules, AFramedRectangleOfOnePixelBlendsItFourTimes) {
     CallingModule module;
-    module.Call(kRectangle, {kScreen, "5", "5", "1", "1", "0", "0x80FFFFFF"});
+    module.Call(SYS_RECTANGLE, {kScreen, "5", "5", "1", "1", "0", "0x80FFFFFF"});
     module.Pixel(kScreen, 5, 5, "pixel");
     const HeadlessResult run = module.Run();
     // Colours 0 -> 128 -> 128+63 -> 128+95 -> 128+111; alpha 255 -> 64+127 -> 64+95 -> 64+79 ->
@@ -226,7 +208,7 @@ TEST(GraphicsModules, AFramedRectangleOfOnePixelBlendsItFourTimes) {
 
 TEST(GraphicsModules, AnEllipseWithoutWidthDrawsAVerticalLineInTheOutlineColourAsItStands) {
     CallingModule module;
-    module.Call(kEllipse, {kScreen, "10", "10", "0", "6", "0", "0xFF0000FF"});
+    module.Call(SYS_ELLIPSE, {kScreen, "10", "10", "0", "6", "0", "0xFF0000FF"});
     module.Pixel(kScreen, 10, 10, "top");
     module.Pixel(kScreen, 10, 16, "bottom");
     module.Pixel(kScreen, 10, 17, "below");
@@ -240,7 +222,7 @@ TEST(GraphicsModules, AnEllipseWithoutWidthDrawsAVerticalLineInTheOutlineColourA
 
 TEST(GraphicsModules, AnEllipseExchangesRedAndBlue) {
     CallingModule module;
-    module.Call(kEllipse, {kScreen, "10", "10", "9", "9", "0xFF102030", "0xFF405060"});
+    module.Call(SYS_ELLIPSE, {kScreen, "10", "10", "9", "9", "0xFF102030", "0xFF405060"});
     module.Pixel(kScreen, 14, 10, "outline");
     module.Pixel(kScreen, 14, 14, "inside");
     const HeadlessResult run = module.Run();
@@ -252,9 +234,9 @@ TEST(GraphicsModules, AClipStartingBeyondTheWidthStartsAtItAndIsEmpty) {
     CallingModule module;
     module.Data("old: .space 16");
     module.Data("info: .space 24");
-    module.Call(kCreateBitmap, {"20", "10"}, "bitmap");
-    module.Call(kSetClip, {"@bitmap", "25", "3", "5", "100", "old"});
-    module.Call(kGetBitmapInfo, {"@bitmap", "info"});
+    module.Call(SYS_NEW_BITMAP, {"20", "10"}, "bitmap");
+    module.Call(SYS_SET_CLIP, {"@bitmap", "25", "3", "5", "100", "old"});
+    module.Call(SYS_BITMAP_INFO, {"@bitmap", "info"});
     const HeadlessResult run = module.Run();
     const u32 old = run.Label("old");
     EXPECT_EQ(run.Long(old), 0U);
@@ -280,20 +262,18 @@ TEST(GraphicsModules, ThePixelLeftOfTheBitmapIs0) {
 TEST(GraphicsModules, SubCommand20IsReportedAndLeavesTheResultAlone) {
     CallingModule module;
     module.Code("MOVE.Q R14, #0x1122334455667788");
-    module.Call(0x0514, {}, "result");
-    module.Code("MOVE.Q [whole], R14");
-    module.Data("whole: .quad 0");
+    const u32 call = module.Call(0x0514);
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 0);
     ASSERT_EQ(run.Fatals().size(), 1U);
     EXPECT_EQ(run.Fatals()[0].rfind("Unknown SYS command at 0x", 0), 0U);
-    EXPECT_EQ(run.Quad(run.Label("whole")), 0x1122334455667788U);
+    EXPECT_EQ(module.QuadOf(call), 0x112233445A5A5A5AU);
 }
 
 TEST(GraphicsModules, SavingInAnotherFormatGives0AndWritesNoFile) {
     CallingModule module;
     module.Data("name: .asciz \"picture\"");
-    module.Call(kSaveImage, {kScreen, "name", "2"}, "result");
+    module.Call(SYS_SAVE_IMAGE, {kScreen, "name", "2"}, "result");
     module.Code("MOVE.L [again], R14");
     module.Data("again: .long 1");
     const HeadlessResult run = module.Run();
@@ -304,9 +284,9 @@ TEST(GraphicsModules, SavingInAnotherFormatGives0AndWritesNoFile) {
 
 TEST(GraphicsModules, SetAlphaStoresItsCountInAllOfTheResult) {
     CallingModule module;
-    module.Call(kRectangle, {kScreen, "0", "0", "3", "2", "0xFF00FF00", "0"});
+    module.Call(SYS_RECTANGLE, {kScreen, "0", "0", "3", "2", "0xFF00FF00", "0"});
     module.Code("MOVE.Q R14, #-1");
-    module.Call(kSetAlpha, {kScreen, "0", "0", "3", "2", "0xFFFFFFFF", "0xFFFFFFFF", "0x180"});
+    module.Call(SYS_SET_ALPHA, {kScreen, "0", "0", "3", "2", "0xFFFFFFFF", "0xFFFFFFFF", "0x180"});
     module.Code("MOVE.Q [count], R14");
     module.Data("count: .quad 0");
     module.Pixel(kScreen, 0, 0, "pixel");
@@ -319,16 +299,16 @@ TEST(GraphicsModules, SetAlphaStoresItsCountInAllOfTheResult) {
 
 TEST(GraphicsModules, AlphaOfABlitAddsUpTo255) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"1", "1"}, "source");
-    module.Call(kCreateBitmap, {"2", "1"}, "target");
+    module.Call(SYS_NEW_BITMAP, {"1", "1"}, "source");
+    module.Call(SYS_NEW_BITMAP, {"2", "1"}, "target");
     for (const char* bitmap : {"@source", "@target"}) {
-        module.Call(kRectangle, {bitmap, "0", "0", "2", "1", "0xFF000000", "0"});
+        module.Call(SYS_RECTANGLE, {bitmap, "0", "0", "2", "1", "0xFF000000", "0"});
     }
     const std::string all = "0xFFFFFFFF";
-    module.Call(kSetAlpha, {"@source", "0", "0", "1", "1", all, all, "128"});
-    module.Call(kSetAlpha, {"@target", "0", "0", "1", "1", all, all, "200"});
-    module.Call(kSetAlpha, {"@target", "1", "0", "1", "1", all, all, "100"});
-    module.Call(kBlit, {"@target", "0", "0", "@source", "0", "0", "1", "1", "0", "2", "0"});
+    module.Call(SYS_SET_ALPHA, {"@source", "0", "0", "1", "1", all, all, "128"});
+    module.Call(SYS_SET_ALPHA, {"@target", "0", "0", "1", "1", all, all, "200"});
+    module.Call(SYS_SET_ALPHA, {"@target", "1", "0", "1", "1", all, all, "100"});
+    module.Call(SYS_BLIT, {"@target", "0", "0", "@source", "0", "0", "1", "1", "0", "2", "0"});
     module.Pixel("@target", 0, 0, "left");
     module.Pixel("@target", 1, 0, "right");
     const HeadlessResult run = module.Run();
@@ -338,12 +318,12 @@ TEST(GraphicsModules, AlphaOfABlitAddsUpTo255) {
 
 TEST(GraphicsModules, ARightLimitOfTwoWidthsAndThreeCutsTheThirdCopyToThreePixels) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"5", "1"}, "source");
+    module.Call(SYS_NEW_BITMAP, {"5", "1"}, "source");
     for (int x = 0; x < 5; ++x) {
-        module.Call(kRectangle, {"@source", std::to_string(x), "0", "1", "1",
-                                 std::to_string(0xFF000001 + static_cast<u32>(x)), "0"});
+        module.Call(SYS_RECTANGLE, {"@source", std::to_string(x), "0", "1", "1",
+                                    std::to_string(0xFF000001 + static_cast<u32>(x)), "0"});
     }
-    module.Call(kBlit, {kScreen, "10", "0", "@source", "0", "0", "5", "1", "0", "23", "0"});
+    module.Call(SYS_BLIT, {kScreen, "10", "0", "@source", "0", "0", "5", "1", "0", "23", "0"});
     for (int x = 10; x < 24; ++x) module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
     module.Pixel(kScreen, 10, 1, "below");
     const HeadlessResult run = module.Run();
@@ -357,9 +337,9 @@ TEST(GraphicsModules, ARightLimitOfTwoWidthsAndThreeCutsTheThirdCopyToThreePixel
 
 TEST(GraphicsModules, AnInvertedBlitInvertsTheColourAndMakesOneCopyInEachRowOfCopies) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"2", "1"}, "source");
-    module.Call(kRectangle, {"@source", "0", "0", "2", "1", "0xFF102030", "0"});
-    module.Call(kBlit, {kScreen, "0", "0", "@source", "0", "0", "2", "1", "1", "0", "2"});
+    module.Call(SYS_NEW_BITMAP, {"2", "1"}, "source");
+    module.Call(SYS_RECTANGLE, {"@source", "0", "0", "2", "1", "0xFF102030", "0"});
+    module.Call(SYS_BLIT, {kScreen, "0", "0", "@source", "0", "0", "2", "1", "1", "0", "2"});
     module.Pixel(kScreen, 1, 1, "second");
     module.Pixel(kScreen, 2, 0, "beside");
     const HeadlessResult run = module.Run();
@@ -369,9 +349,9 @@ TEST(GraphicsModules, AnInvertedBlitInvertsTheColourAndMakesOneCopyInEachRowOfCo
 
 TEST(GraphicsModules, ScalingAUniformBitmapGivesItsColourEverywhere) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"4", "4"}, "source");
-    module.Call(kRectangle, {"@source", "0", "0", "4", "4", "0xFF7B2D43", "0"});
-    module.Call(kScaledBlit,
+    module.Call(SYS_NEW_BITMAP, {"4", "4"}, "source");
+    module.Call(SYS_RECTANGLE, {"@source", "0", "0", "4", "4", "0xFF7B2D43", "0"});
+    module.Call(SYS_SCALED_BLIT,
                 {kScreen, "8", "8", "3", "3", "@source", "0", "0", "4", "4", "0", "0"});
     for (int i = 0; i < 9; ++i) {
         module.Pixel(kScreen, 8 + i % 3, 8 + i / 3, "pixel" + std::to_string(i));
@@ -386,10 +366,10 @@ TEST(GraphicsModules, ScalingAUniformBitmapGivesItsColourEverywhere) {
 
 TEST(GraphicsModules, ScalingTwoPixelsToOneAddsTruncatedHalves) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"2", "1"}, "source");
-    module.Call(kRectangle, {"@source", "0", "0", "1", "1", "0xFF000065", "0"});
-    module.Call(kRectangle, {"@source", "1", "0", "1", "1", "0xFF000033", "0"});
-    module.Call(kScaledBlit,
+    module.Call(SYS_NEW_BITMAP, {"2", "1"}, "source");
+    module.Call(SYS_RECTANGLE, {"@source", "0", "0", "1", "1", "0xFF000065", "0"});
+    module.Call(SYS_RECTANGLE, {"@source", "1", "0", "1", "1", "0xFF000033", "0"});
+    module.Call(SYS_SCALED_BLIT,
                 {kScreen, "0", "0", "1", "1", "@source", "0", "0", "2", "1", "0", "0"});
     module.Pixel(kScreen, 0, 0, "pixel");
     // 101 / 2 = 50 and 51 / 2 = 25; the alpha is 255 in both and so stays, without truncation.
@@ -398,7 +378,7 @@ TEST(GraphicsModules, ScalingTwoPixelsToOneAddsTruncatedHalves) {
 
 TEST(GraphicsModules, SetAlphaCountsNothingWhereTheAlphaIsAlreadyTheNewOne) {
     CallingModule module;
-    module.Call(kSetAlpha, {kScreen, "0", "0", "9", "9", "0xFFFFFFFF", "0xFFFFFFFF", "255"},
+    module.Call(SYS_SET_ALPHA, {kScreen, "0", "0", "9", "9", "0xFFFFFFFF", "0xFFFFFFFF", "255"},
                 "count");
     module.Code("MOVE.L [again], R14");
     module.Data("again: .long 1");
@@ -407,10 +387,11 @@ TEST(GraphicsModules, SetAlphaCountsNothingWhereTheAlphaIsAlreadyTheNewOne) {
 
 TEST(GraphicsModules, SetAlphaIsNotShortenedByWhatTheClipCutsOffOnTheLeft) {
     CallingModule module;
-    module.Call(kSetClip, {kScreen, "20", "0", "15", "5", "0"});
-    module.Call(kSetAlpha, {kScreen, "15", "0", "10", "1", "0xFFFFFFFF", "0xFFFFFFFF", "9"},
+    module.Call(SYS_SET_CLIP, {kScreen, "20", "0", "15", "5", "0"});
+    module.Call(SYS_SET_ALPHA, {kScreen, "15", "0", "10", "1", "0xFFFFFFFF", "0xFFFFFFFF", "9"},
                 "count");
-    module.Call(kSetAlpha, {kScreen, "28", "1", "10", "1", "0xFFFFFFFF", "0xFFFFFFFF", "9"}, "cut");
+    module.Call(SYS_SET_ALPHA, {kScreen, "28", "1", "10", "1", "0xFFFFFFFF", "0xFFFFFFFF", "9"},
+                "cut");
     module.Pixel(kScreen, 19, 0, "before");
     module.Pixel(kScreen, 20, 0, "first");
     module.Pixel(kScreen, 29, 0, "last");
@@ -426,8 +407,8 @@ TEST(GraphicsModules, SetAlphaIsNotShortenedByWhatTheClipCutsOffOnTheLeft) {
 
 TEST(GraphicsModules, SetAlphaWritesAKeyColourWithRedAndBlueExchanged) {
     CallingModule module;
-    module.Call(kRectangle, {kScreen, "0", "0", "2", "1", "0xFF0000F0", "0"});
-    module.Call(kSetAlpha, {kScreen, "0", "0", "9", "9", "0x000000F0", "0", "7"}, "count");
+    module.Call(SYS_RECTANGLE, {kScreen, "0", "0", "2", "1", "0xFF0000F0", "0"});
+    module.Call(SYS_SET_ALPHA, {kScreen, "0", "0", "9", "9", "0x000000F0", "0", "7"}, "count");
     module.Pixel(kScreen, 1, 0, "pixel");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.LongAt("count"), 2U);
@@ -436,16 +417,17 @@ TEST(GraphicsModules, SetAlphaWritesAKeyColourWithRedAndBlueExchanged) {
 
 TEST(GraphicsModules, ASourceBeyondTheScreenIsTransparentAndOneBeyondTheImageAFault) {
     CallingModule module;
-    module.Call(kCreateBitmap, {"2", "1"}, "bitmap");
-    module.Call(kRectangle, {"@bitmap", "0", "0", "2", "1", "0xFF0000F0", "0"});
-    module.Call(kBlit, {"@bitmap", "0", "0", kScreen, "1919", "0", "2", "1", "0", "0", "0"});
+    module.Call(SYS_NEW_BITMAP, {"2", "1"}, "bitmap");
+    module.Call(SYS_RECTANGLE, {"@bitmap", "0", "0", "2", "1", "0xFF0000F0", "0"});
+    module.Call(SYS_BLIT, {"@bitmap", "0", "0", kScreen, "1919", "0", "2", "1", "0", "0", "0"});
     module.Pixel("@bitmap", 0, 0, "left");
     module.Pixel("@bitmap", 1, 0, "right");
     // Cut by the clip, the rest of a huge source is not needed.
-    module.Call(kBlit, {"@bitmap", "1", "0", "@bitmap", "0", "0", "90000000", "1", "0", "0", "0"});
+    module.Call(SYS_BLIT,
+                {"@bitmap", "1", "0", "@bitmap", "0", "0", "90000000", "1", "0", "0", "0"});
     module.Data("reached: .long 0");
     module.Code("MOVE.L [reached], #1");
-    module.Call(kBlit, {kScreen, "0", "0", "@bitmap", "90000000", "0", "1", "1", "0", "0", "0"});
+    module.Call(SYS_BLIT, {kScreen, "0", "0", "@bitmap", "90000000", "0", "1", "1", "0", "0", "0"});
     module.Code("MOVE.L [reached], #2");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.status, 1);
@@ -458,8 +440,8 @@ TEST(GraphicsModules, ASourceBeyondTheScreenIsTransparentAndOneBeyondTheImageAFa
 
 TEST(GraphicsModules, RgbToHsvOfPureBlueAndOfGrey) {
     CallingModule module;
-    module.Call(kRgbToHsv, {"0x00FF0000"}, "blue");
-    module.Call(kRgbToHsv, {"0xFF808080"}, "grey");
+    module.Call(SYS_RGB_TO_HSV, {"0x00FF0000"}, "blue");
+    module.Call(SYS_RGB_TO_HSV, {"0xFF808080"}, "grey");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.LongAt("blue"), 0x00FFFFA8U);
     EXPECT_EQ(run.LongAt("grey"), 0xFF800000);
@@ -467,9 +449,9 @@ TEST(GraphicsModules, RgbToHsvOfPureBlueAndOfGrey) {
 
 TEST(GraphicsModules, HsvToRgbOfAHueOf252IsBlackWithItsAlpha) {
     CallingModule module;
-    module.Call(kHsvToRgb, {"0x7FFFFFFC"}, "beyond");
-    module.Call(kHsvToRgb, {"0x7FFFFF00"}, "red");
-    module.Call(kHsvToRgb, {"0x40FFFFA8"}, "blue");
+    module.Call(SYS_HSV_TO_RGB, {"0x7FFFFFFC"}, "beyond");
+    module.Call(SYS_HSV_TO_RGB, {"0x7FFFFF00"}, "red");
+    module.Call(SYS_HSV_TO_RGB, {"0x40FFFFA8"}, "blue");
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.LongAt("beyond"), 0x7F000000U);
     EXPECT_EQ(run.LongAt("red"), 0x7F0000FFU);
@@ -478,10 +460,10 @@ TEST(GraphicsModules, HsvToRgbOfAHueOf252IsBlackWithItsAlpha) {
 
 TEST(GraphicsModules, AdjustingColoursWithEverythingKeptMovesThemBetweenRedAndBlue) {
     CallingModule module;
-    module.Call(kRectangle, {kScreen, "0", "0", "1", "1", "0xFFFF0000", "0"});
-    module.Call(kRectangle, {kScreen, "1", "0", "1", "1", "0xFF0000FF", "0"});
-    module.Call(kRectangle, {kScreen, "2", "0", "1", "1", "0xFF5A5A5A", "0"});
-    module.Call(kAdjustColours, {kScreen, "0", "0", "3", "1", kKeep, kKeep, "0", "0"});
+    module.Call(SYS_RECTANGLE, {kScreen, "0", "0", "1", "1", "0xFFFF0000", "0"});
+    module.Call(SYS_RECTANGLE, {kScreen, "1", "0", "1", "1", "0xFF0000FF", "0"});
+    module.Call(SYS_RECTANGLE, {kScreen, "2", "0", "1", "1", "0xFF5A5A5A", "0"});
+    module.Call(SYS_ADJUST_COLOURS, {kScreen, "0", "0", "3", "1", kKeep, kKeep, "0", "0"});
     module.Pixel(kScreen, 0, 0, "blue");
     module.Pixel(kScreen, 1, 0, "red");
     module.Pixel(kScreen, 2, 0, "grey");
@@ -493,9 +475,9 @@ TEST(GraphicsModules, AdjustingColoursWithEverythingKeptMovesThemBetweenRedAndBl
 
 TEST(GraphicsModules, AHueSquareWithNegativeHeightHasItsFullValueInTheTopRow) {
     CallingModule module;
-    module.Call(kHueSquare, {kScreen, "0", "0", "4", "-4", "0"});
-    module.Call(kHueSquare, {kScreen, "10", "0", "4", "4", "0"});
-    module.Call(kHueSquare, {kScreen, "20", "0", "1", "1", "0"});
+    module.Call(SYS_HUE_SQUARE, {kScreen, "0", "0", "4", "-4", "0"});
+    module.Call(SYS_HUE_SQUARE, {kScreen, "10", "0", "4", "4", "0"});
+    module.Call(SYS_HUE_SQUARE, {kScreen, "20", "0", "1", "1", "0"});
     module.Pixel(kScreen, 0, 0, "top");
     module.Pixel(kScreen, 0, 3, "bottom");
     module.Pixel(kScreen, 13, 3, "saturated");
@@ -529,7 +511,7 @@ TEST(GraphicsModules, ALineToTheUpperLeftRedrawsTheRectangleWithoutItsFarEnd) {
     // line's first pixel is drawn but not shown.
     CallingModule module;
     module.Data("points: .long 10, 10, 6, 4");
-    module.Call(kPolyline, {kScreen, "points", "2", "0xFFFFFFFF"});
+    module.Call(SYS_POLYLINE, {kScreen, "points", "2", "0xFFFFFFFF"});
     module.Pixel(kScreen, 10, 10, "first");
     const TemporaryFolder folder;
     HeadlessRun run;

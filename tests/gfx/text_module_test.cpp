@@ -4,19 +4,12 @@
 
 #include <string>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
 namespace {
-
-constexpr u32 kLoadImage = 2;
-constexpr u32 kGetPixel = 6;
-constexpr u32 kSaveImage = 9;
-constexpr u32 kGetBitmapInfo = 12;
-constexpr u32 kDrawText = 16;
-constexpr u32 kCreateBitmap = 19;
 
 constexpr const char* kWrap = "0x40000000";
 constexpr const char* kCut = "0x20000000";
@@ -34,23 +27,21 @@ struct TextBox {
     std::string destination = "0";
 };
 
-u32 AddText(ServiceCalls& module, const std::string& text, const TextBox& box) {
-    return module.Graphics(kDrawText, {box.destination, module.Text(text), box.x, box.y, box.width,
+u32 AddText(CallingModule& module, const std::string& text, const TextBox& box) {
+    return module.Call(SYS_DRAW_TEXT, {box.destination, module.Text(text), box.x, box.y, box.width,
                                        box.height, box.flags, box.background, kGreen});
 }
 
 class ModuleRun {
   public:
-    explicit ModuleRun(const ServiceCalls& module, HeadlessRun run = {}) {
+    explicit ModuleRun(const CallingModule& module, HeadlessRun run = {}) {
         run.source = module.Source();
         run.options = {"--run-ms", "0"};
         result = RunHeadless(run);
         EXPECT_EQ(result.status, 0);
         EXPECT_TRUE(result.Fatals().empty());
     }
-    u32 Of(u32 command) const {
-        return result.Long(result.Label(ServiceCalls::ResultsLabel()) + 4 * command);
-    }
+    u32 Of(u32 command) const { return result.LongAt(CallingModule::ResultLabel(command)); }
     HeadlessResult result;
 };
 
@@ -62,7 +53,7 @@ u32 BytesOf(u32 result) {
 }
 
 TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
-    ServiceCalls module;
+    CallingModule module;
     // Courier: all characters are as wide as each other.
     const u32 one = AddText(module, "a", {.flags = kCourier});
     const u32 four = AddText(module, "ab c", {.flags = kCourier});
@@ -70,7 +61,7 @@ TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
     const u32 width = WidthOf(measured.Of(four));
     EXPECT_NEAR(width, WidthOf(measured.Of(one)) * 4, 4);
 
-    ServiceCalls again;
+    CallingModule again;
     const u32 three = AddText(again, "ab ", {.flags = kCourier});
     const u32 wrapped =
         AddText(again, "ab cd", {.width = std::to_string(width + 1), .flags = kCourierWrap});
@@ -80,7 +71,7 @@ TEST(TextModule, AWordWrappedLineOfFiveCharactersOfWhichFourFitUsesTwoBytes) {
 }
 
 TEST(TextModule, WordWrapWithoutASpaceDrawsOnlyTheFirstCharacterAndReports0Bytes) {
-    ServiceCalls module;
+    CallingModule module;
     const u32 first = AddText(module, "W", {});
     const u32 wrapped = AddText(module, "WWWWWWWW", {.width = "60", .flags = kWrap});
     ModuleRun run(module);
@@ -89,11 +80,11 @@ TEST(TextModule, WordWrapWithoutASpaceDrawsOnlyTheFirstCharacterAndReports0Bytes
 }
 
 TEST(TextModule, MeasureOnlyReturnsWidthAndBytesWithoutTouchingTheDestination) {
-    ServiceCalls module;
+    CallingModule module;
     const u32 measured = AddText(module, "Some text", {.flags = kMeasure});
-    const u32 untouched = module.Graphics(kGetPixel, {"0", "10", "20"});
+    const u32 untouched = module.Call(SYS_GET_PIXEL, {"0", "10", "20"});
     const u32 drawn = AddText(module, "Some text", {});
-    const u32 touched = module.Graphics(kGetPixel, {"0", "10", "20"});
+    const u32 touched = module.Call(SYS_GET_PIXEL, {"0", "10", "20"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(measured), run.Of(drawn));
     EXPECT_EQ(BytesOf(run.Of(measured)), 9U);
@@ -102,7 +93,7 @@ TEST(TextModule, MeasureOnlyReturnsWidthAndBytesWithoutTouchingTheDestination) {
 }
 
 TEST(TextModule, ATextOfMultiByteCharactersReturnsTheByteCount) {
-    ServiceCalls module;
+    CallingModule module;
     const u32 german = AddText(module, "\xC3\xA4\xC3\xB6\xC3\xBC", {});
     const u32 euro = AddText(module, "\xE2\x82\xAC", {});
     const u32 cut = AddText(module, "\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4",
@@ -116,7 +107,7 @@ TEST(TextModule, ATextOfMultiByteCharactersReturnsTheByteCount) {
 }
 
 TEST(TextModule, The101stDistinctPairEvictsAFontAndEveryTextComesOutAsBefore) {
-    ServiceCalls module;
+    CallingModule module;
     std::vector<u32> first;
     std::vector<u32> second;
     for (u32 height = 10; height < 120; height += 1) {
@@ -135,7 +126,7 @@ TEST(TextModule, The101stDistinctPairEvictsAFontAndEveryTextComesOutAsBefore) {
 }
 
 TEST(TextModule, EmptyAndBrokenTextsGive0) {
-    ServiceCalls module;
+    CallingModule module;
     const u32 before = AddText(module, "x", {});
     const u32 results[] = {
         AddText(module, "", {}),
@@ -151,20 +142,20 @@ TEST(TextModule, EmptyAndBrokenTextsGive0) {
 }
 
 TEST(TextModule, ATextInAModuleBitmapIsOpaqueWhereItLies) {
-    ServiceCalls module;
-    const u32 bitmap = module.Graphics(kCreateBitmap, {"100", "40"});
-    const std::string handle = ServiceCalls::Result(bitmap);
+    CallingModule module;
+    const u32 bitmap = module.Call(SYS_NEW_BITMAP, {"100", "40"});
+    const std::string handle = CallingModule::Result(bitmap);
     AddText(module, "Ag", {.x = "5", .y = "5", .background = "0x00804020", .destination = handle});
-    const u32 inside = module.Graphics(kGetPixel, {handle, "5", "5"});
-    const u32 outside = module.Graphics(kGetPixel, {handle, "4", "5"});
+    const u32 inside = module.Call(SYS_GET_PIXEL, {handle, "5", "5"});
+    const u32 outside = module.Call(SYS_GET_PIXEL, {handle, "4", "5"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(inside), 0xFF804020);
     EXPECT_EQ(run.Of(outside), 0U);
 }
 
 TEST(TextModule, ATextThatRunsOutOfTheImageIsAMemoryFault) {
-    ServiceCalls module;
-    module.Graphics(kDrawText, {"0", "0x7FFFFFFF", "0", "0", "100", "20", "0", kRed, kGreen});
+    CallingModule module;
+    module.Call(SYS_DRAW_TEXT, {"0", "0x7FFFFFFF", "0", "0", "100", "20", "0", kRed, kGreen});
     HeadlessRun run;
     run.source = module.Source();
     EXPECT_EQ(RunHeadless(run).status, 1);
@@ -186,16 +177,16 @@ std::string OnePixelBmp(u32 bits, u32 compression) {
 }
 
 TEST(ImageModule, FilesThatAreNoPicturesLoadAs0) {
-    ServiceCalls module;
+    CallingModule module;
     const u32 results[] = {
-        module.Graphics(kLoadImage, {module.Text("SHORT")}),
-        module.Graphics(kLoadImage, {module.Text("NEITHER")}),
-        module.Graphics(kLoadImage, {module.Text("BITS16")}),
-        module.Graphics(kLoadImage, {module.Text("RLE")}),
-        module.Graphics(kLoadImage, {module.Text("MISSING")}),
+        module.Call(SYS_LOAD_IMAGE, {module.Text("SHORT")}),
+        module.Call(SYS_LOAD_IMAGE, {module.Text("NEITHER")}),
+        module.Call(SYS_LOAD_IMAGE, {module.Text("BITS16")}),
+        module.Call(SYS_LOAD_IMAGE, {module.Text("RLE")}),
+        module.Call(SYS_LOAD_IMAGE, {module.Text("MISSING")}),
     };
-    const u32 good = module.Graphics(kLoadImage, {module.Text("PICTURES/GOOD")});
-    const u32 pixel = module.Graphics(kGetPixel, {ServiceCalls::Result(good), "0", "0"});
+    const u32 good = module.Call(SYS_LOAD_IMAGE, {module.Text("PICTURES/GOOD")});
+    const u32 pixel = module.Call(SYS_GET_PIXEL, {CallingModule::Result(good), "0", "0"});
     HeadlessRun files;
     files.resources = {{"SHORT", std::string("BM") + std::string(17, 'x')},
                        {"NEITHER", std::string(100, 'x')},
@@ -215,13 +206,13 @@ TEST(ImageModule, A24BitBmpOfWidth3UsesAFileRowStrideOf12Bytes) {
     file[22] = 2;
     file += std::string("\x01\x02\x03\x04\x05\x06\x07\x08\x09zzz", 12);
     file += std::string("\x11\x12\x13\x14\x15\x16\x17\x18\x19zzz", 12);
-    ServiceCalls module;
-    const u32 bitmap = module.Graphics(kLoadImage, {module.Text("A.BMP")});
-    const std::string handle = ServiceCalls::Result(bitmap);
-    const u32 top = module.Graphics(kGetPixel, {handle, "0", "0"});
-    const u32 bottom = module.Graphics(kGetPixel, {handle, "2", "1"});
-    const std::string info = module.Space(24);
-    module.Graphics(kGetBitmapInfo, {handle, info});
+    CallingModule module;
+    const u32 bitmap = module.Call(SYS_LOAD_IMAGE, {module.Text("A.BMP")});
+    const std::string handle = CallingModule::Result(bitmap);
+    const u32 top = module.Call(SYS_GET_PIXEL, {handle, "0", "0"});
+    const u32 bottom = module.Call(SYS_GET_PIXEL, {handle, "2", "1"});
+    const std::string info = module.Room(24);
+    module.Call(SYS_BITMAP_INFO, {handle, info});
     HeadlessRun files;
     files.data = {{"A.BMP", file}};
     ModuleRun run(module, files);
@@ -232,25 +223,25 @@ TEST(ImageModule, A24BitBmpOfWidth3UsesAFileRowStrideOf12Bytes) {
 }
 
 TEST(ImageModule, SaveWithFormat2Returns0WithoutTouchingTheFileSystem) {
-    ServiceCalls module;
-    const u32 saved = module.Graphics(kSaveImage, {"0", module.Text("A"), "2"});
+    CallingModule module;
+    const u32 saved = module.Call(SYS_SAVE_IMAGE, {"0", module.Text("A"), "2"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(saved), 0U);
     EXPECT_TRUE(run.result.data.empty());
 }
 
 TEST(ImageModule, RedSavedAsPngIsBlueWhenItIsLoadedAgain) {
-    ServiceCalls module;
-    const u32 bitmap = module.Graphics(kCreateBitmap, {"1", "1"});
-    const std::string handle = ServiceCalls::Result(bitmap);
-    module.Graphics(7, {handle, "0", "0", kRed});
-    const u32 saved = module.Graphics(kSaveImage, {handle, module.Text("SHOTS/A.PNG"), "1"});
-    const u32 kept = module.Graphics(kGetPixel, {handle, "0", "0"});
-    const u32 loaded = module.Graphics(kLoadImage, {module.Text("SHOTS/A.PNG")});
-    const u32 pixel = module.Graphics(kGetPixel, {ServiceCalls::Result(loaded), "0", "0"});
-    const u32 savedBmp = module.Graphics(kSaveImage, {handle, module.Text("A.BMP"), "0"});
-    const u32 loadedBmp = module.Graphics(kLoadImage, {module.Text("A.BMP")});
-    const u32 pixelBmp = module.Graphics(kGetPixel, {ServiceCalls::Result(loadedBmp), "0", "0"});
+    CallingModule module;
+    const u32 bitmap = module.Call(SYS_NEW_BITMAP, {"1", "1"});
+    const std::string handle = CallingModule::Result(bitmap);
+    module.Call(SYS_BLEND_PIXEL, {handle, "0", "0", kRed});
+    const u32 saved = module.Call(SYS_SAVE_IMAGE, {handle, module.Text("SHOTS/A.PNG"), "1"});
+    const u32 kept = module.Call(SYS_GET_PIXEL, {handle, "0", "0"});
+    const u32 loaded = module.Call(SYS_LOAD_IMAGE, {module.Text("SHOTS/A.PNG")});
+    const u32 pixel = module.Call(SYS_GET_PIXEL, {CallingModule::Result(loaded), "0", "0"});
+    const u32 savedBmp = module.Call(SYS_SAVE_IMAGE, {handle, module.Text("A.BMP"), "0"});
+    const u32 loadedBmp = module.Call(SYS_LOAD_IMAGE, {module.Text("A.BMP")});
+    const u32 pixelBmp = module.Call(SYS_GET_PIXEL, {CallingModule::Result(loadedBmp), "0", "0"});
     ModuleRun run(module);
     EXPECT_EQ(run.Of(saved), 1U);
     EXPECT_EQ(run.Of(kept), 0xFF0000FF);

@@ -7,9 +7,9 @@
 #include "desktop/sdl/url_opener.h"
 #include "host/keyboard.h"
 #include "host/window.h"
+#include "tests/support/calling_module.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
-#include "tests/sys/service_module.h"
 #include "vm/machine.h"
 
 namespace moxi {
@@ -35,19 +35,19 @@ std::string BytesAt(const HeadlessResult& result, const std::string& name, u32 c
 // --- Texts and versions
 
 TEST(HostServices, ShowMessageShowsTheTextAndReturns) {
-    ServiceModule module;
+    CallingModule module;
     // A line feed, a backslash, and the byte 8E, which is an e with an acute accent.
-    const u32 shown = module.Call(0x0700, {module.Text("one\ntwo \\ \x8E")});
-    const u32 next = module.Call(0x0700, {module.Text("")});
+    const u32 shown = module.Call(SYS_SHOW_MESSAGE, {module.Text("one\ntwo \\ \x8E")});
+    const u32 next = module.Call(SYS_SHOW_MESSAGE, {module.Text("")});
     EXPECT_EQ(module.Run().lines, (Strings{"fatal: one\\ntwo \\\\ \xC3\xA9", "fatal: "}));
     EXPECT_EQ(module.Of(shown), kUntouched);
     EXPECT_EQ(module.Of(next), kUntouched);
 }
 
 TEST(HostServices, GetEolWritesCarriageReturnAndLineFeed) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(4);
-    const u32 call = module.Call(0x0701, {room, "3"});
+    const u32 call = module.Call(SYS_LINE_END, {room, "3"});
     const HeadlessResult& result = module.Run();
     EXPECT_EQ(result.lines, Strings{});
     EXPECT_EQ(result.TextAt(room), "\r\n");
@@ -56,9 +56,9 @@ TEST(HostServices, GetEolWritesCarriageReturnAndLineFeed) {
 
 TEST(HostServices, GetEolReportsABufferThatIsTooSmallAndWritesAllTheSame) {
     for (const char* const size : {"2", "0", "-1"}) {
-        ServiceModule module;
+        CallingModule module;
         const std::string room = module.Text("abcd");
-        const u32 call = module.Call(0x0701, {room, size});
+        const u32 call = module.Call(SYS_LINE_END, {room, size});
         const HeadlessResult& result = module.Run();
         EXPECT_EQ(result.lines, Strings{"fatal: GetEOL: buffer too small"});
         EXPECT_EQ(BytesAt(result, room, 5), std::string("\r\n\0d\0", 5));
@@ -67,11 +67,11 @@ TEST(HostServices, GetEolReportsABufferThatIsTooSmallAndWritesAllTheSame) {
 }
 
 TEST(HostServices, TheCommandKeysNameAndThePathSeparator) {
-    ServiceModule module;
+    CallingModule module;
     const std::string name = module.Text("xxxxxx");
     const std::string separator = module.Text("xxxxxx");
-    const u32 first = module.Call(0x070F, {name});
-    const u32 second = module.Call(0x0714, {separator});
+    const u32 first = module.Call(SYS_COMMAND_KEY_NAME, {name});
+    const u32 second = module.Call(SYS_PATH_SEPARATOR, {separator});
     const HeadlessResult& result = module.Run();
     EXPECT_EQ(BytesAt(result, name, 6), std::string("Cmd\0xx", 6));
     EXPECT_EQ(BytesAt(result, separator, 6), std::string("/\0xxxx", 6));
@@ -96,9 +96,9 @@ TEST(HostServices, TheVersionTakesTheFirstThreeNumbersOfTheRelease) {
 }
 
 TEST(HostServices, GetVersionIsThatOfTheKernel) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(100);
-    const u32 call = module.Call(0x070E, {room});
+    const u32 call = module.Call(SYS_VERSION, {room});
     const HeadlessResult& result = module.Run();
     u32 packed = 0;
     const std::string release = ReadTextFile("/proc/sys/kernel/osrelease");
@@ -107,11 +107,11 @@ TEST(HostServices, GetVersionIsThatOfTheKernel) {
 }
 
 TEST(HostServices, TheFoldersAreGivenWithTheirTrailingSlashOnlyForTheData) {
-    ServiceModule module;
+    CallingModule module;
     const std::string data = module.Room(1024);
     const std::string bundle = module.Room(1024);
-    const u32 first = module.Call(0x070C, {data});
-    const u32 second = module.Call(0x070D, {bundle});
+    const u32 first = module.Call(SYS_DATA_FOLDER, {data});
+    const u32 second = module.Call(SYS_BUNDLE_PATH, {bundle});
     const HeadlessResult& result = module.Run();
     const std::string game = result.TextAt(bundle);
     ASSERT_GT(game.size(), 5u);
@@ -125,11 +125,11 @@ TEST(HostServices, TheFoldersAreGivenWithTheirTrailingSlashOnlyForTheData) {
 // --- Sizes
 
 TEST(HostServices, SizesOfScreensFillAllOfTheResult) {
-    ServiceModule module;
+    CallingModule module;
     module.run.options = {"--desktop", "1024x768,800x900"};
-    const u32 visible = module.Call(0x0702);
-    const u32 windowed = module.Call(0x070A);
-    const u32 screen = module.Call(0x0712);
+    const u32 visible = module.Call(SYS_VISIBLE_SIZE);
+    const u32 windowed = module.Call(SYS_WINDOWED_SIZE);
+    const u32 screen = module.Call(SYS_SCREEN_SIZE);
     module.Run();
     EXPECT_EQ(module.QuadOf(visible), 1024u | u64{768} << 32);
     EXPECT_EQ(module.QuadOf(windowed), 1000u | u64{600} << 32);
@@ -137,11 +137,11 @@ TEST(HostServices, SizesOfScreensFillAllOfTheResult) {
 }
 
 TEST(HostServices, OtherResultsLeaveTheUpperHalfOfTheResultRegister) {
-    ServiceModule module;
+    CallingModule module;
     module.Code("  MOVE.Q R14, #0x1122334400000000");
     const std::string room = module.Room(4);
-    const u32 eol = module.Call(0x0701, {room, "3"});
-    const u32 buttons = module.Call(0x0713, {"-1"});
+    const u32 eol = module.Call(SYS_LINE_END, {room, "3"});
+    const u32 buttons = module.Call(SYS_HELD_BUTTONS, {"-1"});
     module.Run();
     EXPECT_EQ(module.QuadOf(eol), 0x1122334400000002u);
     EXPECT_EQ(module.QuadOf(buttons), 0x1122334400000000u);
@@ -150,11 +150,11 @@ TEST(HostServices, OtherResultsLeaveTheUpperHalfOfTheResultRegister) {
 // --- The window
 
 TEST(HostServices, AWindowOf300By200Becomes600By400At30And20) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(20);
     module.Code("  .data\nwanted: .long 10, 10, 300, 200, 0\n  .code");
-    const u32 set = module.Call(0x0709, {"wanted"});
-    const u32 get = module.Call(0x0708, {room});
+    const u32 set = module.Call(SYS_SET_WINDOW, {"wanted"});
+    const u32 get = module.Call(SYS_GET_WINDOW, {room});
     const HeadlessResult& result = module.Run();
     EXPECT_EQ(WordsAt(result, room, 5), (Words{30, 20, 600, 400, 0}));
     EXPECT_EQ(WordsAt(result, "wanted", 5), (Words{10, 10, 300, 200, 0}));
@@ -163,11 +163,11 @@ TEST(HostServices, AWindowOf300By200Becomes600By400At30And20) {
 }
 
 TEST(HostServices, AnyFullScreenWordButZeroIsFullScreen) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(20);
     module.Code("  .data\nwanted: .long 10, 10, 700, 500, 0x80000000\n  .code");
-    module.Call(0x0709, {"wanted"});
-    module.Call(0x0708, {room});
+    module.Call(SYS_SET_WINDOW, {"wanted"});
+    module.Call(SYS_GET_WINDOW, {room});
     EXPECT_EQ(WordsAt(module.Run(), room, 5), (Words{10, 10, 700, 500, 1}));
 }
 
@@ -255,8 +255,8 @@ TEST(Clipboard, AHugeSizeIsNoFaultWhenTheTextFits) {
 // --- Web addresses, cursor, title
 
 TEST(HostServices, OpenUrlIsLoggedHeadlessAndOpensNothing) {
-    ServiceModule module;
-    const u32 call = module.Call(0x0711, {module.Text("https://example.org/a?b=c\x8E")});
+    CallingModule module;
+    const u32 call = module.Call(SYS_OPEN_WEB, {module.Text("https://example.org/a?b=c\x8E")});
     EXPECT_EQ(module.Run().lines, Strings{"log: OpenURL https://example.org/a?b=c\xC3\xA9"});
     EXPECT_EQ(module.Of(call), kUntouched);
 }
@@ -438,15 +438,15 @@ TEST(TakeLatestPointer, OfTicksAloneAndOfAnEmptyQueueIs0) {
 // --- The rest
 
 TEST(HostServices, SevenDoesNothing) {
-    ServiceModule module;
-    const u32 call = module.Call(0x0707, {"0xFFFFFFFF"});
+    CallingModule module;
+    const u32 call = module.Call(SYS_NOTHING, {"0xFFFFFFFF"});
     EXPECT_EQ(module.Run().lines, Strings{});
     EXPECT_EQ(module.Of(call), kUntouched);
 }
 
 TEST(HostServices, From22OnCommandsAreUnknown) {
     for (const u32 command : {0x0716u, 0x0717u, 0x07FFu}) {
-        ServiceModule module;
+        CallingModule module;
         const u32 call = module.Call(command);
         const HeadlessResult& result = module.Run();
         char line[64];

@@ -170,6 +170,13 @@ static void FillEvents() {
         ProbeLog("mouse-drag" + Numbers({static_cast<double>(button), static_cast<double>(x),
                                          static_cast<double>(y)}));
     };
+    desktopEvents.didResignActive = [] { ProbeLog("inactive"); };
+    desktopEvents.padButton = [](PadButton button, bool down) {
+        ProbeLog("pad-button " + std::string(NameOf(button)) + (down ? " down" : " up"));
+    };
+    desktopEvents.padAxis = [](PadAxis axis, double value) {
+        ProbeLog("pad-axis " + std::string(NameOf(axis)) + Numbers({value}));
+    };
     desktopEvents.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
         ProbeLog("scroll" +
                  Numbers({deltaX, deltaY, static_cast<double>(x), static_cast<double>(y)}));

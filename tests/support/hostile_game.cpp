@@ -145,46 +145,46 @@ std::string HostileGame::MakeData() {
     return data;
 }
 
-u32 HostileGame::Expect(u32 answer, const std::vector<std::string>& words) {
-    const u32 call = calls.Call(words);
+u32 HostileGame::Expect(u32 answer, u32 command, const std::vector<std::string>& arguments) {
+    const u32 call = calls.Call(command, arguments);
     expected.emplace_back(call, answer);
     return call;
 }
 
 void HostileGame::ExpectNothingAt(const std::string& name, Listed listed) {
     const std::string text = Text(name);
-    Expect(kNone, {"0x0000", text, "0x8000"});
-    Expect(kNone, {"0x0000", text, "0x8002"});
-    Expect(kNone, {"0x0000", text, "0"});
-    Expect(kNone, {"0x0009", text});
-    Expect(kNone, {"0x000A", text});
-    Expect(listed == Listed::Yes ? 0 : kNone, {"0x000B", text, Space(1024), "0", "0"});
-    Expect(0, {"0x0502", text});
-    Expect(0, {"0x0604", text});
-    Expect(0, {"0x0800", text});
-    Call({"0x0600", text});
-    Call({"0x0601", text});
-    Expect(0, {"0x0603"});
+    Expect(kNone, SYS_FILE_OPEN, {text, "0x8000"});
+    Expect(kNone, SYS_FILE_OPEN, {text, "0x8002"});
+    Expect(kNone, SYS_FILE_OPEN, {text, "0"});
+    Expect(kNone, SYS_FILE_SIZE, {text});
+    Expect(kNone, SYS_FILE_TIME, {text});
+    Expect(listed == Listed::Yes ? 0 : kNone, SYS_FIND_FIRST, {text, Room(1024), "0", "0"});
+    Expect(0, SYS_LOAD_IMAGE, {text});
+    Expect(0, SYS_SOUND_LENGTH, {text});
+    Expect(0, SYS_SETTINGS_LOAD, {text});
+    Call(SYS_PLAY_SOUND, {text});
+    Call(SYS_PLAY_MUSIC, {text});
+    Expect(0, SYS_MUSIC_PLAYING);
 }
 
 void HostileGame::ExpectUntouched(const std::string& name) {
     const std::string text = Text(name);
-    const u32 handle = Expect(kNone, {"0x0000", text, "0x8302"});
-    Expect(0, {"0x0003", ServiceCalls::Result(handle), text, "4"});
-    Expect(kNone, {"0x0000", text, "0x8002"});
-    Call({"0x0005", text});
-    Call({"0x0007", text});
-    const u32 own = Call({"0x0000", Text("OWN.DAT"), "0x8302"});
-    Call({"0x0008", ServiceCalls::Result(own)});
-    Call({"0x000F", text, Text("STOLEN.DAT")});
-    Expect(kNone, {"0x0009", Text("STOLEN.DAT")});
-    Call({"0x000F", Text("OWN.DAT"), text});
-    Expect(0, {"0x0009", Text("OWN.DAT")});
-    Expect(0, {"0x0800", Text("NONE.INI")});
-    Expect(0, {"0x0801", text});
-    const u32 bitmap = Call({"0x0513", "2", "2"});
-    Expect(0, {"0x0509", ServiceCalls::Result(bitmap), text, "0"});
-    Expect(0, {"0x0509", ServiceCalls::Result(bitmap), text, "1"});
+    const u32 handle = Expect(kNone, SYS_FILE_OPEN, {text, "0x8302"});
+    Expect(0, SYS_FILE_WRITE, {CallingModule::Result(handle), text, "4"});
+    Expect(kNone, SYS_FILE_OPEN, {text, "0x8002"});
+    Call(SYS_FILE_DELETE, {text});
+    Call(SYS_REMOVE_FOLDER, {text});
+    const u32 own = Call(SYS_FILE_OPEN, {Text("OWN.DAT"), "0x8302"});
+    Call(SYS_FILE_CLOSE, {CallingModule::Result(own)});
+    Call(SYS_FILE_MOVE, {text, Text("STOLEN.DAT")});
+    Expect(kNone, SYS_FILE_SIZE, {Text("STOLEN.DAT")});
+    Call(SYS_FILE_MOVE, {Text("OWN.DAT"), text});
+    Expect(0, SYS_FILE_SIZE, {Text("OWN.DAT")});
+    Expect(0, SYS_SETTINGS_LOAD, {Text("NONE.INI")});
+    Expect(0, SYS_SETTINGS_SAVE, {text});
+    const u32 bitmap = Call(SYS_NEW_BITMAP, {"2", "2"});
+    Expect(0, SYS_SAVE_IMAGE, {CallingModule::Result(bitmap), text, "0"});
+    Expect(0, SYS_SAVE_IMAGE, {CallingModule::Result(bitmap), text, "1"});
 }
 
 void HostileGame::SetModuleBytes(const std::string& module) {
@@ -247,10 +247,10 @@ ProgramResult HostileGame::Start(Walls walls) const {
 
 void HostileGame::CheckAnswers(const AssembleResult& assembled) const {
     const std::string image = ReadTextFile(root.path + "/run.image");
-    const u32 results = SymbolValue(assembled, ServiceCalls::ResultsLabel());
+    const u32 results = SymbolValue(assembled, CallingModule::kResults);
     for (const auto& [call, answer] : expected) {
         u32 value = 0;
-        const size_t at = results + 4 * size_t{call};
+        const size_t at = results + CallingModule::kResultSize * size_t{call};
         ASSERT_LE(at + 4, image.size()) << "no result of call " << call;
         std::memcpy(&value, image.data() + at, 4);
         EXPECT_EQ(value, answer) << "call " << call;

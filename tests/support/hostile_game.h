@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
-#include "tests/support/service_calls.h"
 
 namespace moxi {
 
@@ -39,11 +39,13 @@ class HostileGame {
 
     // --- What the module does
 
-    u32 Call(const std::vector<std::string>& words) { return calls.Call(words); }
+    u32 Call(u32 command, const std::vector<std::string>& arguments = {}) {
+        return calls.Call(command, arguments);
+    }
     // The same, and what the service has to answer.
-    u32 Expect(u32 answer, const std::vector<std::string>& words);
+    u32 Expect(u32 answer, u32 command, const std::vector<std::string>& arguments = {});
     std::string Text(const std::string& text) { return calls.Text(text); }
-    std::string Space(u32 size) { return calls.Space(size); }
+    std::string Room(u32 size) { return calls.Room(size); }
     // Every service that opens, measures or plays a name, or lists it, finds nothing.
     void ExpectNothingAt(const std::string& name, Listed listed = Listed::No);
     // No service that writes, makes, moves or deletes a name changes anything.
@@ -74,7 +76,7 @@ class HostileGame {
     std::string data;
     std::string source;
     std::string bytes;
-    ServiceCalls calls;
+    CallingModule calls;
     std::vector<std::pair<u32, u32>> expected;
 };
 

@@ -3,20 +3,20 @@
 
 #include <gtest/gtest.h>
 
-#include "service_module.h"
+#include "tests/support/calling_module.h"
 
 namespace moxi {
 
 namespace {
 
-constexpr u32 kUntouched = 0x5A5A5A5A;
+constexpr u32 kUntouched = CallingModule::kUntouched;
 constexpr u32 kMinusOne = 0xFFFFFFFF;
 using Strings = std::vector<std::string>;
 
 // --- Dispatch
 
 TEST(ServiceModules, GroupsOneAndFourLeaveR14Alone) {
-    ServiceModule module;
+    CallingModule module;
     const u32 first = module.Call(0x0100);
     const u32 second = module.Call(0x04FF);
     module.Run();
@@ -26,7 +26,7 @@ TEST(ServiceModules, GroupsOneAndFourLeaveR14Alone) {
 }
 
 TEST(ServiceModules, Command0A00NamesTheAddressOfTheSysInstruction) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(0x0A00);
     module.Run();
     char text[64];
@@ -38,7 +38,7 @@ TEST(ServiceModules, Command0A00NamesTheAddressOfTheSysInstruction) {
 }
 
 TEST(ServiceModules, Command0307IsUnknownAlthoughLaterOnesAreValid) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(0x0307);
     module.Run();
     EXPECT_EQ(module.result.Fatals().size(), 1u);
@@ -46,7 +46,7 @@ TEST(ServiceModules, Command0307IsUnknownAlthoughLaterOnesAreValid) {
 }
 
 TEST(ServiceModules, Command0203IsIgnoredSilently) {
-    ServiceModule module;
+    CallingModule module;
     module.Call(0x0203);
     module.Run();
     EXPECT_EQ(module.result.Fatals(), Strings{});
@@ -54,8 +54,8 @@ TEST(ServiceModules, Command0203IsIgnoredSilently) {
 }
 
 TEST(ServiceModules, AnUnalignedParameterBlockWorks) {
-    ServiceModule module;
-    module.Call(0x0303, {module.Text("abc")});
+    CallingModule module;
+    module.Call(SYS_LENGTH, {module.Text("abc")});
     module.Run();
     EXPECT_EQ(module.result.Label("block0") % 4, 1u);
     EXPECT_EQ(module.Of(0), 3u);
@@ -64,47 +64,47 @@ TEST(ServiceModules, AnUnalignedParameterBlockWorks) {
 // --- Text
 
 TEST(ServiceModules, MinusOneIsAppendedToScore) {
-    ServiceModule module;
+    CallingModule module;
     const std::string text = module.Room(40);
-    module.Call(0x0301, {text, module.Text("Score: ")});
-    const u32 append = module.Call(0x0300, {text, module.Text("%d"), "4", "0xFFFFFFFF"});
+    module.Call(SYS_COPY_STRING, {text, module.Text("Score: ")});
+    const u32 append = module.Call(SYS_APPEND_FORMAT, {text, module.Text("%d"), "4", "0xFFFFFFFF"});
     module.Run();
     EXPECT_EQ(module.Of(append), 2u);
     EXPECT_EQ(module.result.TextAt(text), "Score: -1");
 }
 
 TEST(ServiceModules, AStringIsAppendedByFormat) {
-    ServiceModule module;
+    CallingModule module;
     const std::string text = module.Room(40);
-    module.Call(0x0300, {text, module.Text("%s"), "1", module.Text("abc")});
+    module.Call(SYS_APPEND_FORMAT, {text, module.Text("%s"), "1", module.Text("abc")});
     module.Run();
     EXPECT_EQ(module.Of(0), 3u);
     EXPECT_EQ(module.result.TextAt(text), "abc");
 }
 
 TEST(ServiceModules, CopyStringWithEqualAddressesLeavesTheStringAsItIs) {
-    ServiceModule module;
+    CallingModule module;
     const std::string text = module.Text("as it is");
-    module.Call(0x0301, {text, text});
+    module.Call(SYS_COPY_STRING, {text, text});
     module.Run();
     EXPECT_EQ(module.result.TextAt(text), "as it is");
 }
 
 TEST(ServiceModules, FillBytesWith141FillsWith41) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(8);
-    module.Call(0x030C, {room, "0x141", "5"});
+    module.Call(SYS_FILL_BYTES, {room, "0x141", "5"});
     module.Run();
     EXPECT_EQ(module.result.TextAt(room), "AAAAA");
 }
 
 TEST(ServiceModules, UpperCasingSharpSMakesTheStringLonger) {
-    ServiceModule module;
+    CallingModule module;
     const std::string room = module.Room(40);
-    module.Call(0x0301, {room, module.Text("stra\xC3\x9F"
-                                           "e \xEF\xAC\x81 \xCF\x82 \xC4\xB1")});
-    module.Call(0x0305, {room});
-    const u32 length = module.Call(0x0303, {room});
+    module.Call(SYS_COPY_STRING, {room, module.Text("stra\xC3\x9F"
+                                                    "e \xEF\xAC\x81 \xCF\x82 \xC4\xB1")});
+    module.Call(SYS_UPPER_CASE, {room});
+    const u32 length = module.Call(SYS_LENGTH, {room});
     module.run.options = {};
     module.Run();
     EXPECT_EQ(module.result.TextAt(room), "STRASSE FI \xCE\xA3 I");
@@ -114,12 +114,12 @@ TEST(ServiceModules, UpperCasingSharpSMakesTheStringLonger) {
 // --- Files
 
 TEST(ServiceModules, ReadOnlyOpenPrefersTheDataFolder) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["A"] = "data";
     module.run.resources["A"] = "resources";
-    const u32 open = module.Call(0x0000, {module.Text("A"), "0x8000"});
+    const u32 open = module.Call(SYS_FILE_OPEN, {module.Text("A"), "0x8000"});
     const std::string buffer = module.Room(20);
-    const u32 read = module.Call(0x0002, {ServiceModule::Result(open), buffer, "20"});
+    const u32 read = module.Call(SYS_FILE_READ, {CallingModule::Result(open), buffer, "20"});
     module.Run();
     EXPECT_EQ(module.Of(open), 0u);
     EXPECT_EQ(module.Of(read), 4u);
@@ -127,12 +127,13 @@ TEST(ServiceModules, ReadOnlyOpenPrefersTheDataFolder) {
 }
 
 TEST(ServiceModules, UpdateOfAShippedFileFailsAfterMakingItsFolders) {
-    ServiceModule module;
+    CallingModule module;
     module.run.resources["S/T/A"] = "resources";
-    const u32 open = module.Call(0x0000, {module.Text("S/T/A"), "0x8002"});
+    const u32 open = module.Call(SYS_FILE_OPEN, {module.Text("S/T/A"), "0x8002"});
     // The folder exists now: a file can be made in it, and it is a folder that a find reports.
     const std::string attribute = module.Room(4);
-    const u32 find = module.Call(0x000B, {module.Text("S/*"), module.Room(100), attribute, "0"});
+    const u32 find =
+        module.Call(SYS_FIND_FIRST, {module.Text("S/*"), module.Room(100), attribute, "0"});
     module.Run();
     EXPECT_EQ(module.Of(open), kMinusOne);
     EXPECT_EQ(module.Of(find), 0u);
@@ -141,41 +142,41 @@ TEST(ServiceModules, UpdateOfAShippedFileFailsAfterMakingItsFolders) {
 }
 
 TEST(ServiceModules, CreateMakesTheFoldersOfItsName) {
-    ServiceModule module;
-    const u32 open = module.Call(0x0000, {module.Text("A/B/C.DAT"), "0x8302"});
-    module.Call(0x0003, {ServiceModule::Result(open), module.Text("xyz"), "3"});
-    module.Call(0x0008, {ServiceModule::Result(open)});
+    CallingModule module;
+    const u32 open = module.Call(SYS_FILE_OPEN, {module.Text("A/B/C.DAT"), "0x8302"});
+    module.Call(SYS_FILE_WRITE, {CallingModule::Result(open), module.Text("xyz"), "3"});
+    module.Call(SYS_FILE_CLOSE, {CallingModule::Result(open)});
     module.Run();
     EXPECT_EQ(module.result.data.at("A/B/C.DAT"), "xyz");
 }
 
 TEST(ServiceModules, HandlesAreReusedFromTheTopDown) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["A"] = "x";
     const std::string name = module.Text("A");
     std::vector<u32> opens;
     opens.reserve(5);
-    for (int i = 0; i < 3; i++) opens.push_back(module.Call(0x0000, {name, "0x8000"}));
-    module.Call(0x0008, {"1"});
-    opens.push_back(module.Call(0x0000, {name, "0x8000"}));
-    module.Call(0x0008, {"3"});
-    module.Call(0x0008, {"2"});
-    opens.push_back(module.Call(0x0000, {name, "0x8000"}));
+    for (int i = 0; i < 3; i++) opens.push_back(module.Call(SYS_FILE_OPEN, {name, "0x8000"}));
+    module.Call(SYS_FILE_CLOSE, {"1"});
+    opens.push_back(module.Call(SYS_FILE_OPEN, {name, "0x8000"}));
+    module.Call(SYS_FILE_CLOSE, {"3"});
+    module.Call(SYS_FILE_CLOSE, {"2"});
+    opens.push_back(module.Call(SYS_FILE_OPEN, {name, "0x8000"}));
     module.Run();
     const u32 expected[] = {0, 1, 2, 3, 1};
     for (u32 i = 0; i < 5; i++) EXPECT_EQ(module.Of(opens[i]), expected[i]) << i;
 }
 
 TEST(ServiceModules, AFindYieldsANameOfBothFoldersOnce) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["X.SAV"] = "1";
     module.run.resources["X.SAV"] = "2";
     const std::string name = module.Room(100);
     const std::string attribute = module.Room(4);
     const std::string folder = module.Room(4);
-    const u32 first = module.Call(0x000B, {module.Text("*.SAV"), name, attribute, folder});
-    const u32 next = module.Call(0x000C, {name, attribute, folder});
-    module.Call(0x000D);
+    const u32 first = module.Call(SYS_FIND_FIRST, {module.Text("*.SAV"), name, attribute, folder});
+    const u32 next = module.Call(SYS_FIND_NEXT, {name, attribute, folder});
+    module.Call(SYS_END_FIND);
     module.Run();
     EXPECT_EQ(module.Of(first), 0u);
     EXPECT_EQ(module.Of(next), kMinusOne);
@@ -185,16 +186,17 @@ TEST(ServiceModules, AFindYieldsANameOfBothFoldersOnce) {
 }
 
 TEST(ServiceModules, MusicNamesLoseTheirParentFolder) {
-    ServiceModule module;
+    CallingModule module;
     module.run.resources["MUSICBOX.DAT"] = "box";
     module.run.resources["MUSIC/A.MID"] = "midi!";
     module.run.data["SAVED"] = "the data folder exists";
-    const u32 box = module.Call(0x0009, {module.Text("../MUSICBOX.DAT")});
-    const u32 piece = module.Call(0x0009, {module.Text("../MUSIC/A.MID")});
+    const u32 box = module.Call(SYS_FILE_SIZE, {module.Text("../MUSICBOX.DAT")});
+    const u32 piece = module.Call(SYS_FILE_SIZE, {module.Text("../MUSIC/A.MID")});
     // The name of exactly ../MUSIC is the music folder: made in the data folder, it is found there.
-    const u32 made = module.Call(0x0006, {module.Text("../MUSIC")});
+    const u32 made = module.Call(SYS_MAKE_FOLDER, {module.Text("../MUSIC")});
     const std::string folder = module.Room(4);
-    const u32 find = module.Call(0x000B, {module.Text("MUSI?"), module.Room(100), "0", folder});
+    const u32 find =
+        module.Call(SYS_FIND_FIRST, {module.Text("MUSI?"), module.Room(100), "0", folder});
     module.Run();
     EXPECT_EQ(module.Of(box), 3u);
     EXPECT_EQ(module.Of(piece), 5u);
@@ -204,11 +206,11 @@ TEST(ServiceModules, MusicNamesLoseTheirParentFolder) {
 }
 
 TEST(ServiceModules, Base64OfManAndOfM) {
-    ServiceModule module;
-    const u32 open = module.Call(0x0000, {module.Text("OUT"), "0x8302"});
-    const u32 man = module.Call(0x000E, {"@0", module.Text("Man"), "3"});
-    const u32 m = module.Call(0x000E, {"@0", module.Text("M"), "1"});
-    const u32 none = module.Call(0x000E, {"@0", "0", "0"});
+    CallingModule module;
+    const u32 open = module.Call(SYS_FILE_OPEN, {module.Text("OUT"), "0x8302"});
+    const u32 man = module.Call(SYS_FILE_WRITE_BASE64, {"@0", module.Text("Man"), "3"});
+    const u32 m = module.Call(SYS_FILE_WRITE_BASE64, {"@0", module.Text("M"), "1"});
+    const u32 none = module.Call(SYS_FILE_WRITE_BASE64, {"@0", "0", "0"});
     module.Run();
     EXPECT_EQ(module.Of(open), 0u);
     EXPECT_EQ(module.Of(man), 4u);
@@ -218,9 +220,9 @@ TEST(ServiceModules, Base64OfManAndOfM) {
 }
 
 TEST(ServiceModules, TheTimeOfAMissingFileFillsAllOfR14) {
-    ServiceModule module;
+    CallingModule module;
     module.Code("  MOVE.Q R14, #0x7777777700000000");
-    const u32 time = module.Call(0x000A, {module.Text("NONE")});
+    const u32 time = module.Call(SYS_FILE_TIME, {module.Text("NONE")});
     module.Run();
     EXPECT_EQ(module.QuadOf(time), 0x00000000FFFFFFFFu);
 }
@@ -228,21 +230,21 @@ TEST(ServiceModules, TheTimeOfAMissingFileFillsAllOfR14) {
 // --- Settings
 
 TEST(ServiceModules, NumbersAppendedInThreeStylesAreReadBack) {
-    ServiceModule module;
+    CallingModule module;
     const std::string key = module.Text("K");
     const std::string number = module.Room(12);
-    module.Call(0x0800, {module.Text("SET.INI")});
-    module.Call(0x0807, {module.Text("S")});
-    module.Call(0x080E, {key, "5", "0"});
-    module.Call(0x080E, {key, "31", "2"});
-    module.Call(0x080E, {key, "15", "1"});
-    const u32 select = module.Call(0x0804, {key});
-    const u32 before = module.Call(0x080D);
-    module.Call(0x0805, {number});
-    module.Call(0x0805, {number + "+4"});
-    module.Call(0x0805, {number + "+8"});
-    const u32 after = module.Call(0x080D);
-    const u32 save = module.Call(0x0801, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_ADD_SECTION, {module.Text("S")});
+    module.Call(SYS_SETTINGS_APPEND_NUMBER, {key, "5", "0"});
+    module.Call(SYS_SETTINGS_APPEND_NUMBER, {key, "31", "2"});
+    module.Call(SYS_SETTINGS_APPEND_NUMBER, {key, "15", "1"});
+    const u32 select = module.Call(SYS_SETTINGS_KEY, {key});
+    const u32 before = module.Call(SYS_SETTINGS_AT_END);
+    module.Call(SYS_SETTINGS_READ_NUMBER, {number});
+    module.Call(SYS_SETTINGS_READ_NUMBER, {number + "+4"});
+    module.Call(SYS_SETTINGS_READ_NUMBER, {number + "+8"});
+    const u32 after = module.Call(SYS_SETTINGS_AT_END);
+    const u32 save = module.Call(SYS_SETTINGS_SAVE, {module.Text("SET.INI")});
     module.Run();
     EXPECT_EQ(module.Of(select), 1u);
     EXPECT_EQ(module.Of(before), 0u);
@@ -256,16 +258,16 @@ TEST(ServiceModules, NumbersAppendedInThreeStylesAreReadBack) {
 }
 
 TEST(ServiceModules, AStringWithAQuoteIsReadBack) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["SET.INI"] = "[0x00000000=S]\nK= 1\n";
     const std::string key = module.Text("K");
     const std::string buffer = module.Room(20);
-    module.Call(0x0800, {module.Text("SET.INI")});
-    const u32 append = module.Call(0x080F, {key, module.Text("a\"b")});
-    module.Call(0x0804, {key});
-    module.Call(0x0805, {module.Room(4)});
-    const u32 read = module.Call(0x0806, {buffer, "20"});
-    module.Call(0x0801, {module.Text("OUT.INI")});
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    const u32 append = module.Call(SYS_SETTINGS_APPEND_STRING, {key, module.Text("a\"b")});
+    module.Call(SYS_SETTINGS_KEY, {key});
+    module.Call(SYS_SETTINGS_READ_NUMBER, {module.Room(4)});
+    const u32 read = module.Call(SYS_SETTINGS_READ_STRING, {buffer, "20"});
+    module.Call(SYS_SETTINGS_SAVE, {module.Text("OUT.INI")});
     module.Run();
     EXPECT_EQ(module.Of(append), 1u);
     EXPECT_EQ(module.Of(read), 3u);
@@ -274,10 +276,10 @@ TEST(ServiceModules, AStringWithAQuoteIsReadBack) {
 }
 
 TEST(ServiceModules, AFileWithAWrongChecksumIsSavedWithItsTrueOne) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["SET.INI"] = "[0x00000000=S]\n";
-    const u32 load = module.Call(0x0800, {module.Text("SET.INI")});
-    const u32 save = module.Call(0x0801, {module.Text("SET.INI")});
+    const u32 load = module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    const u32 save = module.Call(SYS_SETTINGS_SAVE, {module.Text("SET.INI")});
     module.Run();
     EXPECT_EQ(module.Of(load), 1u);
     EXPECT_EQ(module.Of(save), 1u);
@@ -285,48 +287,48 @@ TEST(ServiceModules, AFileWithAWrongChecksumIsSavedWithItsTrueOne) {
 }
 
 TEST(ServiceModules, KeyKeDoesNotMatchTheLineKey) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["SET.INI"] = "[0x00000000=S]\nKey=1\n";
-    module.Call(0x0800, {module.Text("SET.INI")});
-    const u32 part = module.Call(0x0804, {module.Text("Ke")});
-    const u32 whole = module.Call(0x0804, {module.Text("Key")});
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    const u32 part = module.Call(SYS_SETTINGS_KEY, {module.Text("Ke")});
+    const u32 whole = module.Call(SYS_SETTINGS_KEY, {module.Text("Key")});
     module.Run();
     EXPECT_EQ(module.Of(part), 0u);
     EXPECT_EQ(module.Of(whole), 1u);
 }
 
 TEST(ServiceModules, ASectionNameWithABracketCannotBeSelected) {
-    ServiceModule module;
-    module.Call(0x0800, {module.Text("SET.INI")});
-    const u32 add = module.Call(0x0807, {module.Text("a]b")});
-    const u32 select = module.Call(0x0803, {module.Text("a]b")});
+    CallingModule module;
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    const u32 add = module.Call(SYS_SETTINGS_ADD_SECTION, {module.Text("a]b")});
+    const u32 select = module.Call(SYS_SETTINGS_SECTION, {module.Text("a]b")});
     module.Run();
     EXPECT_EQ(module.Of(add), 1u);
     EXPECT_EQ(module.Of(select), 0u);
 }
 
 TEST(ServiceModules, AnEmptyLineAfterAKeyIsReplacedByAnAppendedValue) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["SET.INI"] = "[0x00000000=S]\nK= 1\n\nL= 2\n";
     const std::string key = module.Text("K");
-    module.Call(0x0800, {module.Text("SET.INI")});
-    module.Call(0x080E, {key, "5", "0"});
-    module.Call(0x0804, {key});
-    module.Call(0x0805, {module.Room(4)});
-    const u32 end = module.Call(0x080D);
-    module.Call(0x0801, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_APPEND_NUMBER, {key, "5", "0"});
+    module.Call(SYS_SETTINGS_KEY, {key});
+    module.Call(SYS_SETTINGS_READ_NUMBER, {module.Room(4)});
+    const u32 end = module.Call(SYS_SETTINGS_AT_END);
+    module.Call(SYS_SETTINGS_SAVE, {module.Text("SET.INI")});
     module.Run();
     EXPECT_EQ(module.Of(end), 1u) << "reading the key afterwards does not see it";
     EXPECT_EQ(module.result.data.at("SET.INI").substr(11), "=S]\nK= 1\n 5\nL= 2\n");
 }
 
 TEST(ServiceModules, TheGapOfANewStringIsKeptTooSmall) {
-    ServiceModule module;
+    CallingModule module;
     module.run.data["SET.INI"] = "[0x00000000=A]\n[0x00000000=B]\nV= 2\n";
-    module.Call(0x0800, {module.Text("SET.INI")});
-    module.Call(0x080F, {module.Text("K"), module.Text("abc")});
-    const u32 next = module.Call(0x0803, {module.Text("B")});
-    module.Call(0x0801, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_LOAD, {module.Text("SET.INI")});
+    module.Call(SYS_SETTINGS_APPEND_STRING, {module.Text("K"), module.Text("abc")});
+    const u32 next = module.Call(SYS_SETTINGS_SECTION, {module.Text("B")});
+    module.Call(SYS_SETTINGS_SAVE, {module.Text("SET.INI")});
     module.Run();
     EXPECT_EQ(module.Of(next), 0u) << "its header has been overwritten";
     EXPECT_EQ(module.result.data.at("SET.INI").substr(11), "=A]\nK= \"abc\"\n");
@@ -468,10 +470,10 @@ times:  .space 80
 }
 
 TEST(ServiceModules, TheDateComesFromTheDesktop) {
-    ServiceModule module;
+    CallingModule module;
     module.run.options = {"--date", "2024-03-07 09:05:41"};
     const std::string buffer = module.Room(20);
-    module.Call(0x0202, {buffer});
+    module.Call(SYS_DATE_TIME, {buffer});
     module.Run();
     EXPECT_EQ(module.result.TextAt(buffer), "2024-03-07 09:05:41");
     EXPECT_EQ(module.Of(0), kUntouched);

@@ -115,6 +115,13 @@ TEST_F(Quota, EmptyFilesAndFoldersAreBoundedInNumber) {
     EXPECT_EQ(OpenFile("STILL MORE", kOpenCreate), kNoFile);
 }
 
+TEST_F(Quota, AFileInAFolderThatIsJustFullIsWrittenAgainWithoutAWord) {
+    for (u32 i = 0; i < 1024; ++i) ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Put("600", 9), 9u);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(Quota, AFileThatIsWrittenAgainAndAgainIsOne) {
     for (u32 i = 0; i < 3000; ++i) ASSERT_EQ(Put("SAVE", 0), 0u) << i;
 }

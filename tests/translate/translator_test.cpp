@@ -256,6 +256,18 @@ TEST_F(Translator, CodeThatChangesAllTheTimeIsSoonLeftToTheInterpreter) {
     EXPECT_LE(moxi::translatorCounts.regions, 20u);
 }
 
+TEST_F(Translator, WhatIsTranslatedAlreadyIsNotTranslatedOnceMoreWithAllThatFollows) {
+    // A jump to 300 instructions that do nothing, and a RETURN.
+    MakeImage(0x10000, 0x8000, 0xF000);
+    Store<u32>(0x200, 44 | 0x400 / 4 << 10);
+    for (u32 i = 0; i < 300; ++i) Store<u32>(0x400 + 4 * i, static_cast<u32>(Single::Nop));
+    Store<u32>(0x400 + 4 * 300, static_cast<u32>(Single::Return));
+    EXPECT_EQ(FindRegion(0x200).instructions.size(), 302u);
+    const Region region = FindRegion(0x200, [](u32 pc) { return pc == 0x400; });
+    EXPECT_EQ(region.instructions.size(), 1u + kMostRepeated);
+    EXPECT_EQ(BlockAt(region, 0x400), 1);
+}
+
 TEST_F(Translator, CodeBeyondSixteenMegabytesIsInterpreted) {
     MakeImage(0x1800000, 0x1700000, 0x1780000);
     Store<u32>(0x200, static_cast<u32>(Single::Call));

@@ -1,6 +1,6 @@
 #pragma once
 // The real program in a real window on an X server of its own, with a module that writes its
-// messages down (tests/modules/messages.mxs).
+// messages down (tests/window/messages.mxs).
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -61,7 +61,7 @@ inline Lines MessagesIn(const std::string& path) {
 
 // Makes the game "Message Log" in a folder and gives its path.
 inline std::string MakeMessageLog(const std::string& folder) {
-    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/modules/messages.mxs";
+    const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/window/messages.mxs";
     const AssembleResult assembled = Assemble(ReadTextFile(source), source);
     EXPECT_TRUE(assembled.ok) << FormatErrors(assembled);
     const std::string game = folder + "/Message Log";

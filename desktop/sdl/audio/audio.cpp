@@ -69,6 +69,9 @@ struct AudioState {
     Mailbox<MusicLetter> music;  // from the main thread
     Mailbox<Sound> sound;        // from the worker
     std::atomic<bool> muted = false;
+    std::atomic<bool> paused = false;
+    std::atomic<u32> musicVolume = 100;  // percent
+    std::atomic<u32> soundVolume = 100;
     std::atomic<u64> progress = 0;  // low bits of the music's number, then its frames
 
     // --- The callback
@@ -91,6 +94,9 @@ void RenderAudio(void* user, u8* stream, int size) {
     renderer.synth = synth == Stage::Ready ? state.synth : nullptr;
     renderer.synthIsComing = synth == Stage::NotYet;
     renderer.muted = state.muted.load(std::memory_order_relaxed);
+    renderer.paused = state.paused.load(std::memory_order_relaxed);
+    SetVolumes(renderer, state.musicVolume.load(std::memory_order_relaxed),
+               state.soundVolume.load(std::memory_order_relaxed));
     state.music.Take([&state](const MusicLetter& letter, u64 number) {
         SetMusic(state.renderer, letter.piece.get());
         state.renderedMusic = number;
@@ -254,8 +260,17 @@ void StopSound() {
     if (audio->worker.joinable()) QueueSound({.name = {}, .file = {}, .stop = true});
 }
 
-void ToggleMute() {
-    audio->muted = !audio->muted;
+void SetMuted(bool muted) {
+    audio->muted = muted;
+}
+
+void ChooseVolumes(u32 music, u32 sound) {
+    audio->musicVolume = music;
+    audio->soundVolume = sound;
+}
+
+void SetPaused(bool paused) {
+    audio->paused = paused;
 }
 
 void ShutDown() {
@@ -289,6 +304,9 @@ void StartSdlAudio(const AudioOptions& options) {
     audio = new AudioState{};
     audio->options = options;
     StartVolumes(audio->renderer, options.musicVolume, options.soundVolume);
+    ChooseVolumes(options.musicVolume, options.soundVolume);
+    audio->muted = options.muted;
+    if (options.muted) audio->renderer.volume = {.target = 0, .now = 0};
     audioOut = {
         .prepare = Prepare,
         .startMusic = StartMusic,
@@ -296,7 +314,9 @@ void StartSdlAudio(const AudioOptions& options) {
         .musicPosition = MusicPosition,
         .playSound = PlaySound,
         .stopSound = StopSound,
-        .toggleMute = ToggleMute,
+        .setMuted = SetMuted,
+        .setVolumes = ChooseVolumes,
+        .setPaused = SetPaused,
         .shutDown = ShutDown,
     };
 }

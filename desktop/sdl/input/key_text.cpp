@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/utf8.h"
+#include "desktop/control_characters.h"
 #include "desktop/events.h"
 #include "desktop/sdl/input/scancodes.h"
 #include "desktop/sdl/loop/gate.h"

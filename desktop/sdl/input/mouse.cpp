@@ -1,19 +1,33 @@
 #include "desktop/sdl/input/mouse.h"
 
+#include <SDL_mouse.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "desktop/events.h"
+#include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/game_window.h"
+#include "desktop/sdl/window/view.h"
 
 namespace moxi {
 
 static constinit u32 heldButtons = 0;  // bit n: button number n was told as pressed
 static constinit i32 pointerX = 0;
 static constinit i32 pointerY = 0;
+static constinit bool moved = false;  // by MovePointer, which the desktop still has to report
 static constinit double leftOverX = 0;
 static constinit double leftOverY = 0;
+
+static void SetPointer(i32 x, i32 y) {
+    // A drag leaves the window, and the view with it; over the bars the pointer is at the edge.
+    const Point place = ViewPoint({x, y}, heldButtons == 0);
+    pointerX = place.x;
+    pointerY = place.y;
+}
 
 u32 ButtonNumber(u8 sdlButton) {
     switch (sdlButton) {
@@ -28,8 +42,9 @@ void HandleMouseButton(const SDL_MouseButtonEvent& event) {
     if (event.button == 0) return;
     const u32 button = ButtonNumber(event.button);
     const u32 bit = 1u << button;
-    pointerX = event.x;
-    pointerY = event.y;
+    // A bar beside the view is nothing that can be pressed.
+    if (event.state == SDL_PRESSED && !IsOnView(event.x, event.y)) return;
+    SetPointer(event.x, event.y);
     if (event.state == SDL_PRESSED) {
         heldButtons |= bit;
         Tell(desktopEvents.mouseDown, button, pointerX, pointerY, std::max<i32>(event.clicks, 1));
@@ -39,9 +54,21 @@ void HandleMouseButton(const SDL_MouseButtonEvent& event) {
     }
 }
 
+void MovePointer(i32 x, i32 y) {
+    const InsideDesktop inside;
+    if (gameWindow == nullptr || DisplayLoss() != Loss::None) return;
+    pointerX = x;
+    pointerY = y;
+    moved = true;
+    const Point place = WindowPoint({x, y});
+    SDL_WarpMouseInWindow(gameWindow, place.x, place.y);
+}
+
 void HandleMouseMotion(const SDL_MouseMotionEvent& event) {
-    pointerX = event.x;
-    pointerY = event.y;
+    const Point before = {pointerX, pointerY};
+    SetPointer(event.x, event.y);
+    const bool stays = before == Point{pointerX, pointerY};
+    if (std::exchange(moved, false) && stays) return;
     if (heldButtons == 0) {
         Tell(desktopEvents.mouseMoved, pointerX, pointerY);
     } else {
@@ -64,8 +91,7 @@ double WheelDelta(i32 notches) {
 }
 
 void HandleMouseWheel(const SDL_MouseWheelEvent& event) {
-    pointerX = event.mouseX;
-    pointerY = event.mouseY;
+    SetPointer(event.mouseX, event.mouseY);
     // SDL counts to the right; the desktop's delta is positive when what is seen moves right, so
     // when the wheel goes left.
     const i32 x = WholeNotches(leftOverX, -static_cast<double>(event.preciseX));
@@ -89,6 +115,7 @@ bool AnyButtonHeld() {
 void ResetSdlMouse() {
     heldButtons = 0;
     pointerX = pointerY = 0;
+    moved = false;
     leftOverX = leftOverY = 0;
 }
 

@@ -13,6 +13,8 @@ void HandleMouseWheel(const SDL_MouseWheelEvent& event);
 // The window has lost the pointer's buttons: releases every one that the application holds.
 void ReleaseHeldButtons();
 bool AnyButtonHeld();
+// Function of the desktop record.
+void MovePointer(i32 x, i32 y);
 void ResetSdlMouse();
 
 // desktop.h's number of an SDL button: 0 left, 1 right, 2 middle, 3 and up the others.

@@ -9,7 +9,7 @@ namespace moxi {
 
 // Main thread only. Nesting is counted by the objects below, not here.
 bool EnterGate();             // false: the main thread was inside already
-void LeaveGate();             // to be called by the main thread while it is inside
+void LeaveGate();             // the main thread is inside
 bool MainThreadIsInside();    // main thread only
 void BindGateToMainThread();  // start-up: the calling thread is the main thread, and inside
 bool IsMainThread();          // any thread

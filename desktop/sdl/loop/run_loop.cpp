@@ -16,6 +16,7 @@
 #include "desktop/sdl/input/key_text.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
@@ -76,6 +77,14 @@ void StopTimer(TimerId timer) {
     StopTimer(timers, timer);
 }
 
+void HoldGame(bool held) {
+    held ? HoldTimers(timers, Nanoseconds()) : LetTimersGo(timers, Nanoseconds());
+}
+
+u64 GameNanoseconds() {
+    return TimeWithoutHolds(timers, Nanoseconds());
+}
+
 void StopTimers() {
     timers.running.clear();
 }
@@ -101,6 +110,7 @@ static bool IsForGameWindow(const SDL_Event& event) {
         case SDL_MOUSEMOTION: return IsGameWindow(event.motion.windowID);
         case SDL_MOUSEWHEEL: return IsGameWindow(event.wheel.windowID);
         case SDL_WINDOWEVENT: return IsGameWindow(event.window.windowID);
+        case SDL_DROPFILE: return event.drop.windowID == 0 || IsGameWindow(event.drop.windowID);
         default: return true;
     }
 }
@@ -110,8 +120,17 @@ static void HandleQuitEvent() {
     if (!NoteLostWayland()) RequestTerminate();
 }
 
+static void HandleDrop(const SDL_DropEvent& event) {
+    const std::string path = event.file != nullptr ? event.file : "";
+    SDL_free(event.file);
+    if (path.empty()) return;
+    const OutsideDesktop outside;
+    desktopEvents.fileDropped(path);
+}
+
 static void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) return;
+    if (HandlePadEvent(event)) return;
     // A press waits for its own text alone.
     if (event.type != SDL_TEXTINPUT) FinishKeyPress();
     // Input comes to the window as it is then.
@@ -125,6 +144,7 @@ static void HandleEvent(const SDL_Event& event) {
         case SDL_MOUSEMOTION: HandleMouseMotion(event.motion); break;
         case SDL_MOUSEWHEEL: HandleMouseWheel(event.wheel); break;
         case SDL_WINDOWEVENT: HandleWindowEvent(event.window); break;
+        case SDL_DROPFILE: HandleDrop(event.drop); break;
         case SDL_DISPLAYEVENT: HandleDisplayEvent(); break;
         case SDL_RENDER_TARGETS_RESET:
         case SDL_RENDER_DEVICE_RESET: ForgetTexture(); break;
@@ -235,7 +255,8 @@ static std::size_t QueuedWorkCount() {
 static u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
     if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
-    return IsInLiveResize() ? NextSettling() : std::min(EarliestDeadline(timers), NextSettling());
+    const u64 next = std::min(NextSettling(), NextPadLook());
+    return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
 }
 
 void RunEventLoop() {
@@ -249,6 +270,7 @@ void RunEventLoop() {
         ServeRequests();
         if (ended) break;
         SettleWindow();
+        LookAtPads(Nanoseconds());
         TellScreenChanges();
         if (DisplayLoss() != Loss::None) continue;
         // Work that queues more work comes again in the next turn.

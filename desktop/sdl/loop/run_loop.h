@@ -16,5 +16,7 @@ void StopTimer(TimerId timer);
 void StartRunLoop();
 // No timer fires any more.
 void StopTimers();
+void HoldGame(bool held);
+u64 GameNanoseconds();  // without the time for which the game was held
 
 }  // namespace moxi

@@ -15,9 +15,9 @@ struct DisplayLossHandlers {
     void (*connectionLost)();
 };
 
-// To be called before SDL starts: from then on a failed request does not end the process. SDL puts
-// the handler that it found back before it closes its connections, and only then the last errors
-// come in, of wake-ups that it sent to a window that was just destroyed.
+// From now on a failed request does not end the process. SDL has to find this handler when it
+// starts, because it puts the one that it found back before it closes its connections, and only
+// then the last errors come in, of wake-ups that it sent to a window that was just destroyed.
 void TakeX11Errors();
 
 // From here on the loss of this window, or of its connection, is told to the handlers. Nothing on
@@ -41,8 +41,8 @@ bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content);
 // The X server's number of the window; 0 on other desktops.
 unsigned long XWindow(SDL_Window* window);
 
-// To be called after SDL has set a title: SDL gives the older of the two title properties the
-// locale's own encoding, which other programs do not understand.
+// Mends a title that SDL has set: SDL gives the older of the two title properties the locale's own
+// encoding, which other programs do not understand.
 void NameX11Window(SDL_Window* window, const char* utf8);
 
 // The connection to the Wayland compositor is broken; false on other desktops.

@@ -1,4 +1,5 @@
 #include "desktop/sdl/window/screens.h"
+#include "desktop/sdl/window/points.h"
 
 #include <SDL_video.h>
 
@@ -54,11 +55,11 @@ std::vector<Screen> Screens() {
         SDL_Rect usable;
         const bool known =
             monitors == firstMonitors && SDL_GetDisplayUsableBounds(index++, &usable) == 0;
-        screens.push_back(
-            {FromArea(area, mainScreen), FromArea(known ? FromRect(usable) : area, mainScreen)});
+        screens.push_back({ScreenFrameOf(area, mainScreen),
+                           ScreenFrameOf(known ? FromRect(usable) : area, mainScreen)});
     }
     if (screens.empty()) {
-        const WindowFrame frame = FromArea(mainScreen, mainScreen);
+        const WindowFrame frame = ScreenFrameOf(mainScreen, mainScreen);
         screens.push_back({frame, frame});
     }
     return screens;

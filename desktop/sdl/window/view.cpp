@@ -1,8 +1,11 @@
 #include "desktop/sdl/window/view.h"
 
+#include <SDL_hints.h>
 #include <SDL_render.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -10,33 +13,88 @@
 #include "desktop/common/rectangles.h"
 #include "desktop/events.h"
 #include "desktop/sdl/loop/gate.h"
+#include "desktop/sdl/window/enlarge.h"
 #include "desktop/sdl/window/geometry.h"
+#include "desktop/sdl/window/points.h"
 
 namespace moxi {
 
 constexpr u32 kViewFormat = SDL_PIXELFORMAT_XBGR8888;  // in memory R, G, B, unused
 
 static constinit SDL_Window* window = nullptr;
-static constinit ViewSize viewSize;   // as the application knows it
+static constinit ViewSize viewSize;  // as the application knows it
+static constinit Fitting fitting = Fitting::Steps;
+static constinit i32 steps = 1;
+static constinit bool smooth = false;
 static constinit ViewRect requested;  // empty when nothing is
 static constinit Area newPixels;      // drawn and not yet shown; empty when width is 0
+static constinit bool surfaceIsShown = false;  // the host's own
+static constinit ViewSize pictureSize;         // of it
 
 // With a surface:
 static constinit bool hasSurface = false;
 static constinit SDL_Surface* surface = nullptr;  // SDL's; another one after each change of size
+static constinit Area shownPlace;                 // of the view, when it was drawn last
 
 // With a texture:
 static constinit SDL_Renderer* renderer = nullptr;
 static constinit SDL_Texture* texture = nullptr;  // the whole view
 static constinit ViewSize textureSize;
 
+// The host's own surface is drawn for the window's pixels.
+static bool IsEnlarged() {
+    if (surfaceIsShown) return false;
+    return fitting != Fitting::Steps || steps != 1;
+}
+
+// --- The graphics processor, where there is one. What does its work on the processor itself is
+// slower than doing it here.
+
+static bool ThereIsADevice() {
+    // Whoever names a renderer gets it.
+    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) return true;
+    constexpr const char* kDevices[] = {"/dev/dri/renderD128", "/dev/dri/renderD129",
+                                        "/dev/nvidiactl", "/dev/mali0", "/dev/kgsl-3d0"};
+    return std::any_of(std::begin(kDevices), std::end(kDevices),
+                       [](const char* device) { return access(device, R_OK | W_OK) == 0; });
+}
+
+static bool RendererIsAProcessors() {
+    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) return false;
+    constexpr unsigned kRendererName = 0x1F01;  // GL_RENDERER
+    using GetString = const unsigned char*(unsigned);
+    auto* const getString = reinterpret_cast<GetString*>(SDL_GL_GetProcAddress("glGetString"));
+    const unsigned char* const text = getString != nullptr ? getString(kRendererName) : nullptr;
+    if (text == nullptr) return true;
+    const std::string_view name = reinterpret_cast<const char*>(text);
+    constexpr std::string_view kSoftware[] = {"llvmpipe", "softpipe", "swrast", "Software"};
+    return std::any_of(std::begin(kSoftware), std::end(kSoftware), [name](std::string_view each) {
+        return name.find(each) != std::string_view::npos;
+    });
+}
+
+static void StartRenderer(u32 flags) {
+    // Never with vertical sync: presenting would halt the event loop for up to a frame.
+    renderer = SDL_CreateRenderer(window, -1, flags);
+}
+
+static bool StartGraphicsProcessor() {
+    if (!ThereIsADevice()) return false;
+    StartRenderer(SDL_RENDERER_ACCELERATED);
+    if (renderer == nullptr) return false;
+    if (!RendererIsAProcessors()) return true;
+    SDL_DestroyRenderer(renderer);
+    renderer = nullptr;
+    return false;
+}
+
 bool StartView(SDL_Window* shownIn, ViewSize size) {
     window = shownIn;
     viewSize = size;
-    hasSurface = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
+    const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
+    hasSurface = isX11 && !(IsEnlarged() && StartGraphicsProcessor());
     if (hasSurface) return true;
-    // Never with vertical sync: presenting would halt the event loop for up to a frame.
-    renderer = SDL_CreateRenderer(window, -1, 0);
+    if (renderer == nullptr) StartRenderer(0);
     return renderer != nullptr;
 }
 
@@ -55,6 +113,7 @@ void StopView() {
     window = nullptr;
     requested = {};
     newPixels = {};
+    shownPlace = {};
 }
 
 void RequestRedraw(ViewRect rect) {
@@ -67,6 +126,13 @@ void RequestWholeRedraw() {
 
 void ResizeView(ViewSize size) {
     viewSize = size;
+    RequestWholeRedraw();
+}
+
+void FitView(Fitting newFitting, i32 newSteps, bool isSmooth) {
+    fitting = newFitting;
+    steps = newSteps;
+    smooth = isSmooth;
     RequestWholeRedraw();
 }
 
@@ -83,15 +149,80 @@ bool ServeRedraw() {
     return true;
 }
 
-// --- The surface. A new one is white where nothing has been drawn.
+// --- Where the view is. SDL's points are pixels but on Wayland, with a high density.
+
+static ViewSize WindowSize() {
+    ViewSize size;
+    SDL_GetWindowSize(window, &size.width, &size.height);
+    return {std::max(size.width, 1), std::max(size.height, 1)};
+}
+
+static ViewSize Room() {
+    ViewSize size = WindowSize();
+    if (renderer != nullptr) SDL_GetRendererOutputSize(renderer, &size.width, &size.height);
+    return {std::max(size.width, 1), std::max(size.height, 1)};
+}
+
+static Area PlaceOfView(ViewSize room) {
+    if (surfaceIsShown) return {0, 0, pictureSize.width, pictureSize.height};
+    // Where a point is SDL's, a pixel may be less.
+    const i32 density = std::max(room.width / WindowSize().width, 1);
+    return PlaceIn(room, viewSize, fitting, steps * density);
+}
+
+Point ViewPoint(Point inWindow, bool nearest) {
+    if (window == nullptr) return inWindow;
+    const ViewSize room = Room();
+    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    const Point pixel = PicturePoint(inWindow, whole, room);
+    if (surfaceIsShown) return pixel;
+    Point point = PicturePoint(pixel, PlaceOfView(room), viewSize);
+    const bool isInWindow =
+        pixel.x >= 0 && pixel.y >= 0 && pixel.x < room.width && pixel.y < room.height;
+    if (nearest && isInWindow && IsEnlarged()) {
+        point.x = std::clamp(point.x, 0, std::max(viewSize.width - 1, 0));
+        point.y = std::clamp(point.y, 0, std::max(viewSize.height - 1, 0));
+    }
+    return point;
+}
+
+Point WindowPoint(Point inView) {
+    if (window == nullptr) return inView;
+    const ViewSize room = Room();
+    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    return PicturePoint(RoomPoint(inView, PlaceOfView(room), viewSize),
+                        {0, 0, room.width, room.height}, {whole.width, whole.height});
+}
+
+bool IsOnView(i32 x, i32 y) {
+    if (!IsEnlarged()) return true;
+    const Point point = ViewPoint({x, y}, false);
+    return point.x >= 0 && point.y >= 0 && point.x < viewSize.width && point.y < viewSize.height;
+}
+
+// --- The surface. A new one is white where nothing has been drawn, and has black bars around a
+// view that is enlarged.
+
+static void Clear(const Area& place) {
+    const SDL_Rect view = {place.x, place.y, place.width, place.height};
+    if (IsEnlarged()) SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
+    SDL_FillRect(surface, IsEnlarged() ? &view : nullptr, 0xFFFFFFFF);
+    shownPlace = place;
+    newPixels = {0, 0, surface->w, surface->h};
+}
 
 static bool PrepareSurface() {
     SDL_Surface* current = SDL_GetWindowSurface(window);
-    if (current != surface) {
-        surface = current;
-        if (surface != nullptr) SDL_FillRect(surface, nullptr, 0xFFFFFFFF);
+    const bool isNew = current != surface;
+    surface = current;
+    if (surface == nullptr || surface->format->BytesPerPixel != 4) return false;
+    const Area place = PlaceOfView({surface->w, surface->h});
+    if (isNew || (IsEnlarged() && place != shownPlace)) {
+        Clear(place);
+        // What was drawn before at another place is gone.
+        if (IsEnlarged()) RequestWholeRedraw();
     }
-    return surface != nullptr && surface->format->BytesPerPixel == 4;
+    return true;
 }
 
 static void DrawOnSurface(const u8* pixels, int pitch, const Area& area) {
@@ -102,10 +233,18 @@ static void DrawOnSurface(const u8* pixels, int pitch, const Area& area) {
                       target, surface->pitch);
 }
 
+// Enlarged, over `shownPlace`.
+static Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
+    const u32 format = surface->format->format;
+    const TargetPicture target = {static_cast<u8*>(surface->pixels), surface->w, surface->h,
+                                  surface->pitch, format != kViewFormat};
+    return Enlarge({view.pixels, view.width, view.height}, target, shownPlace, area, smooth);
+}
+
 // --- The texture, of the view's size; white where nothing has been drawn.
 
 static bool PrepareTexture() {
-    const ViewSize size = viewSize;
+    const ViewSize size = surfaceIsShown ? pictureSize : viewSize;
     if (renderer == nullptr || size.width <= 0 || size.height <= 0) return false;
     if (texture != nullptr && textureSize.width == size.width &&
         textureSize.height == size.height) {
@@ -138,14 +277,23 @@ static Area Union(const Area& a, const Area& b) {
             std::max(a.y + a.height, b.y + b.height) - top};
 }
 
-void PresentView(ViewPixels view, ViewRect rect) {
-    const InsideDesktop inside;
-    if (view.pixels == nullptr || !Prepare()) return;
-    // The window may still have, or have again, another size than the application knows.
-    const ViewSize room = hasSurface ? ViewSize{surface->w, surface->h} : textureSize;
-    Area area = TouchedPixels(rect, {view.width, view.height});
+// As far as the window is there: it may still have, or have again, another size than the
+// application knows.
+static Area Within(Area area, ViewSize room) {
     area.width = std::min(area.width, room.width - area.x);
     area.height = std::min(area.height, room.height - area.y);
+    return area;
+}
+
+static void Present(ViewPixels view, ViewRect rect) {
+    if (view.pixels == nullptr || !Prepare()) return;
+    Area area = TouchedPixels(rect, {view.width, view.height});
+    if (hasSurface && IsEnlarged()) {
+        const bool fits = view.width == viewSize.width && view.height == viewSize.height;
+        if (fits && area.width > 0) newPixels = Union(newPixels, EnlargeOnSurface(view, area));
+        return;
+    }
+    area = Within(area, hasSurface ? ViewSize{surface->w, surface->h} : textureSize);
     if (area.width <= 0 || area.height <= 0) return;
 
     const std::size_t row = static_cast<std::size_t>(view.width) * 4;
@@ -160,18 +308,46 @@ void PresentView(ViewPixels view, ViewRect rect) {
     newPixels = Union(newPixels, area);
 }
 
-static void ShowArea(const Area& area) {
-    if (hasSurface) {
-        const SDL_Rect changed = {area.x, area.y, std::min(area.width, surface->w - area.x),
-                                  std::min(area.height, surface->h - area.y)};
-        if (changed.w > 0 && changed.h > 0) SDL_UpdateWindowSurfaceRects(window, &changed, 1);
-        return;
-    }
-    const SDL_Rect target = {0, 0, textureSize.width, textureSize.height};
-    SDL_SetRenderDrawColor(renderer, 255, 255, 255, 255);
+void PresentView(ViewPixels view, ViewRect rect) {
+    const InsideDesktop inside;
+    if (!surfaceIsShown) Present(view, rect);
+}
+
+void PresentSurface(const u8* pixels, ViewSize size) {
+    const InsideDesktop inside;
+    surfaceIsShown = true;
+    pictureSize = size;
+    Present({pixels, size.width, size.height}, WholeView(size));
+}
+
+void HideSurface() {
+    const InsideDesktop inside;
+    surfaceIsShown = false;
+    shownPlace = {};
+    RequestWholeRedraw();
+}
+
+ViewSize WindowPixels() {
+    const InsideDesktop inside;
+    return window != nullptr ? Room() : viewSize;
+}
+
+static void ShowTexture() {
+    const Area place = PlaceOfView(Room());
+    const SDL_Rect target = {place.x, place.y, place.width, place.height};
+    const u8 bar = IsEnlarged() ? 0 : 255;
+    SDL_SetTextureScaleMode(texture, smooth ? SDL_ScaleModeLinear : SDL_ScaleModeNearest);
+    SDL_SetRenderDrawColor(renderer, bar, bar, bar, 255);
     SDL_RenderClear(renderer);
     SDL_RenderCopy(renderer, texture, nullptr, &target);
     SDL_RenderPresent(renderer);
+}
+
+static void ShowArea(const Area& area) {
+    if (!hasSurface) return ShowTexture();
+    const SDL_Rect changed = {area.x, area.y, std::min(area.width, surface->w - area.x),
+                              std::min(area.height, surface->h - area.y)};
+    if (changed.w > 0 && changed.h > 0) SDL_UpdateWindowSurfaceRects(window, &changed, 1);
 }
 
 void ShowView() {

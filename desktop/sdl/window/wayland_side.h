@@ -11,7 +11,8 @@ namespace moxi {
 // Main thread, on Wayland only. The window is the one whose connection is used.
 void StartWaylandSide(SDL_Window* window);
 void StopWaylandSide();
-// Takes what has come for this side. To be called now and then, so that it does not pile up.
+// Takes what has come for this side, which would pile up otherwise. Every key that is let go does
+// it.
 void TakeWaylandEvents();
 
 // A picture over a part of a window, which goes on getting the keyboard and the pointer there.

@@ -4,6 +4,7 @@
 #include <SDL_mouse.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,12 +16,14 @@
 #include "desktop/quit_request.h"
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/geometry_tracker.h"
 #include "desktop/sdl/window/native_display.h"
+#include "desktop/sdl/window/points.h"
 #include "desktop/sdl/window/screens.h"
 #include "desktop/sdl/window/view.h"
 #include "desktop/sdl/window/wayland_side.h"
@@ -52,8 +55,22 @@ static constinit Borders windowedBorders;
 static constinit bool liveResize = false;
 static constinit u64 nextLiveLook = 0;
 
+// A fitted view keeps its size whatever becomes of the window. The application has the frame that
+// it asked for, and does not see that the window fills the screen.
+static constinit ViewScale scale;
+static constinit bool fitted = false;
+static constinit WindowFrame fittedFrame;
+static constinit bool onWholeScreen = false;
+static constinit ViewSize viewSizeTold;  // to the application, or asked for by it
+
+// In full screen of its own the application has all of the screen's pixels.
+static bool IsFittedNow() {
+    return fitted && !fullScreen;
+}
+
 ViewSize CurrentViewSize() {
-    return {tracker.known.width, tracker.known.height};
+    if (IsFittedNow()) return {fittedFrame.width, fittedFrame.height};
+    return ViewOf(tracker.known);
 }
 
 bool IsFullScreen() {
@@ -62,7 +79,8 @@ bool IsFullScreen() {
 
 WindowFrame GameWindowFrame() {
     const InsideDesktop inside;
-    return FromArea(WithBorders(tracker.known, borders), MainScreenArea());
+    if (IsFittedNow()) return fittedFrame;
+    return FrameOf(tracker.known, borders, MainScreenArea());
 }
 
 static Area ActualContent() {
@@ -104,30 +122,138 @@ static bool TakeBorders(const Borders& now) {
     return before != Borders{} && (before.left != now.left || before.bottom != now.bottom);
 }
 
-static void TellChange(const GeometryChange& change) {
-    if (change.resized) ResizeView(CurrentViewSize());
-    if (change.moved) Tell(desktopEvents.windowDidMove);
-    if (!change.resized) return;
+static void TellSize() {
     Tell(desktopEvents.viewFrameDidChange);
     Tell(desktopEvents.windowDidResize);
+}
+
+// Shows the view as it has to be now, and answers whether it has another size.
+static bool FitViewNow() {
+    const ViewSize before = viewSizeTold;
+    viewSizeTold = CurrentViewSize();
+    const Fitting fitting = !IsFittedNow()                                ? Fitting::Steps
+                            : scale.kind == ViewScale::Kind::FitFractions ? Fitting::Fractions
+                                                                          : Fitting::Whole;
+    FitView(fitting, pointSize, scale.smooth);
+    ResizeView(viewSizeTold);
+    return before.width != viewSizeTold.width || before.height != viewSizeTold.height;
+}
+
+static void TellChange(const GeometryChange& change) {
+    // A fitted view stays where and as large as the application wants it.
+    const bool resized = change.resized && FitViewNow();
+    if (change.moved && !IsFittedNow()) Tell(desktopEvents.windowDidMove);
+    if (resized) TellSize();
 }
 
 void CreateGameWindow(WindowFrame content) {
     const InsideDesktop inside;
     if (gameWindow != nullptr) return;
     tracker = {};
-    tracker.known = ToArea(content, MainScreenArea());
     borders = {};
+    fittedFrame = content;
+    tracker.known = ContentOf(content, borders, MainScreenArea());
     positionsExist = std::string_view(SDL_GetCurrentVideoDriver()) != "wayland";
-    gameWindow =
-        SDL_CreateWindow(GameWindowTitle(), tracker.known.x, tracker.known.y, tracker.known.width,
-                         tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE);
+    gameWindow = SDL_CreateWindow(
+        GameWindowTitle(), tracker.known.x, tracker.known.y, tracker.known.width,
+        tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
     if (gameWindow == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    FitViewNow();
+    if (!StartView(gameWindow, CurrentViewSize())) {
+        SystemLog(std::string("no renderer: ") + SDL_GetError());
+    }
     NameX11Window(gameWindow, GameWindowTitle());
     WatchDisplay(gameWindow);
     StartWaylandSide(gameWindow);
-    if (!StartView(gameWindow, CurrentViewSize()))
-        SystemLog(std::string("no renderer: ") + SDL_GetError());
+}
+
+// --- The scale
+
+static i32 StepsOf(const ViewScale& wanted) {
+    switch (wanted.kind) {
+        case ViewScale::Kind::Steps: return std::max(wanted.steps, 1);
+        case ViewScale::Kind::Automatic:
+            // A Wayland compositor enlarges by itself.
+            if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") return 1;
+            return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"),
+                             MainScreenArea());
+        case ViewScale::Kind::Fit:
+        case ViewScale::Kind::FitFractions: return 1;
+    }
+    return 1;
+}
+
+static bool IsFitting(const ViewScale& wanted) {
+    return wanted.kind == ViewScale::Kind::Fit || wanted.kind == ViewScale::Kind::FitFractions;
+}
+
+static void UseWholeScreen(bool use) {
+    if (onWholeScreen == use) return;
+    onWholeScreen = use;
+    // In full screen of the application's own it is there already, and stays.
+    if (fullScreen) return;
+    SDL_SetWindowFullscreen(gameWindow, use ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+    const u64 now = Nanoseconds();
+    if (use) {
+        windowedContent = tracker.known;
+        windowedBorders = borders;
+        borders = {};
+        AskGeometry(tracker, ScreenAreaOf(gameWindow), now);
+        owed = false;
+    } else {
+        borders = windowedBorders;
+        AskGeometry(tracker, windowedContent, now);
+        owed = true;
+        owedFrom = now + kLeavingNanoseconds;
+    }
+    reported = true;
+    RequestWholeRedraw();
+}
+
+bool ToggleFittedScreen() {
+    const InsideDesktop inside;
+    if (gameWindow == nullptr || !IsFittedNow()) return false;
+    UseWholeScreen(!onWholeScreen);
+    return true;
+}
+
+// The view keeps its size, and the window takes another one.
+static void ResizeWindowToView(const WindowFrame& frame) {
+    if (fullScreen || gameWindow == nullptr) return;
+    const Area content = ContentOf(frame, borders, MainScreenArea());
+    Area& target = onWholeScreen ? windowedContent : tracker.known;
+    if (onWholeScreen) {
+        target = content;
+        return;
+    }
+    AskGeometry(tracker, content, Nanoseconds());
+    owed = true;
+}
+
+void SetViewScale(const ViewScale& wanted) {
+    const InsideDesktop inside;
+    if (gameWindow != nullptr && wanted == scale) return;
+    const WindowFrame frame = GameWindowFrame();
+    scale = wanted;
+    pointSize = StepsOf(wanted);
+    if (gameWindow == nullptr) {
+        screenPointSize = pointSize;
+        fitted = IsFitting(wanted);
+        return;
+    }
+    const bool wasFitted = fitted;
+    fitted = IsFitting(wanted);
+    if (fitted && !wasFitted) {
+        fittedFrame =
+            fullScreen ? FrameOf(windowedContent, windowedBorders, MainScreenArea()) : frame;
+        if (shown) UseWholeScreen(true);
+    }
+    if (!fitted) {
+        UseWholeScreen(false);
+        ResizeWindowToView(wasFitted ? fittedFrame : frame);
+    }
+    // In full screen of its own the application has more or fewer points now.
+    if (FitViewNow()) TellSize();
 }
 
 void ShowGameWindow() {
@@ -143,6 +269,7 @@ void ShowGameWindow() {
     owed = true;
     reported = true;
     RequestWholeRedraw();
+    if (fitted) UseWholeScreen(true);
 }
 
 void MinimizeGameWindow() {
@@ -152,13 +279,23 @@ void MinimizeGameWindow() {
 
 void SetGameWindowFrame(WindowFrame frame) {
     const InsideDesktop inside;
-    const Area area = ToArea(WithinLimits(frame), MainScreenArea());
-    if (fullScreen) {
-        windowedContent = WithoutBorders(area, windowedBorders);
+    frame = WithinLimits(frame);
+    if (fitted) {
+        const bool moved = frame.x != fittedFrame.x || frame.y != fittedFrame.y;
+        fittedFrame = frame;
+        if (fullScreen) return;
+        if (moved) Tell(desktopEvents.windowDidMove);
+        if (FitViewNow()) TellSize();
         return;
     }
-    const Area content = WithoutBorders(area, borders);
-    if (content == tracker.known && !owed) return;
+    if (fullScreen) {
+        windowedContent = ContentOf(frame, windowedBorders, MainScreenArea());
+        return;
+    }
+    const Area content = ContentOf(frame, borders, MainScreenArea());
+    // Pixels that make up no point are left alone.
+    const bool isTheSame = FrameOf(content, borders, MainScreenArea()) == GameWindowFrame();
+    if (isTheSame && !owed) return;
     const GeometryChange change = AskGeometry(tracker, content, Nanoseconds());
     owed = true;
     TellChange(change);
@@ -167,14 +304,18 @@ void SetGameWindowFrame(WindowFrame frame) {
 static void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillEnterFullScreen);
     if (gameWindow == nullptr) return;
-    windowedContent = tracker.known;
-    windowedBorders = borders;
+    if (!onWholeScreen) {
+        windowedContent = tracker.known;
+        windowedBorders = borders;
+    }
     fullScreen = true;
     owed = false;
     borders = {};
     const Area screen = ScreenAreaOf(gameWindow);
-    if (byUs) SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
-    TellChange(AskGeometry(tracker, screen, Nanoseconds()));
+    if (byUs && !onWholeScreen) SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    const GeometryChange change = AskGeometry(tracker, screen, Nanoseconds());
+    // The view of a fitted window is another one now, whatever becomes of the window.
+    TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
 
@@ -182,12 +323,18 @@ static void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillExitFullScreen);
     if (gameWindow == nullptr) return;
     fullScreen = false;
+    if (onWholeScreen) {
+        TellChange({.moved = false, .resized = true});
+        Tell(desktopEvents.windowDidExitFullScreen);
+        return;
+    }
     borders = windowedBorders;
     if (byUs) SDL_SetWindowFullscreen(gameWindow, 0);
     const u64 now = Nanoseconds();
     owed = true;
     owedFrom = now + kLeavingNanoseconds;
-    TellChange(AskGeometry(tracker, windowedContent, now));
+    const GeometryChange change = AskGeometry(tracker, windowedContent, now);
+    TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidExitFullScreen);
 }
 
@@ -205,7 +352,7 @@ void ToggleFullScreen() {
 static void GiveWhatIsOwed() {
     owed = false;
     reported = true;
-    if (fullScreen) return;
+    if (fullScreen || onWholeScreen) return;
     const Area actual = ActualContent();
     const Area& wanted = tracker.known;
     if (actual == wanted) return;
@@ -222,7 +369,7 @@ static void GiveWhatIsOwed() {
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
 // the window's border. Wayland does not let us know.
 static void StartLiveResize() {
-    if (liveResize || fullScreen || AnyButtonHeld()) return;
+    if (liveResize || fullScreen || fitted || AnyButtonHeld()) return;
     if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) return;
     liveResize = true;
     nextLiveLook = Nanoseconds() + kLiveResizeNanoseconds;
@@ -258,8 +405,12 @@ static void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) return;
     const bool isFullScreen = (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_FULLSCREEN) != 0;
-    if (isFullScreen != fullScreen) {
-        if (isFullScreen) {
+    if (isFullScreen != (fullScreen || onWholeScreen)) {
+        if (IsFittedNow()) {
+            // The window manager's doing, which is nothing that the application sees.
+            onWholeScreen = !isFullScreen;
+            UseWholeScreen(isFullScreen);
+        } else if (isFullScreen) {
             EnterFullScreen(false);
         } else {
             LeaveFullScreen(false);
@@ -268,7 +419,7 @@ static void LookAtWindow(u64 now) {
     }
     bool isFrameMoved = false;
     Placement placement;
-    if (!fullScreen && AskForPlacement(placement)) {
+    if (!fullScreen && !onWholeScreen && AskForPlacement(placement)) {
         const bool isChange = borders != Borders{};
         if (isChange && now < tracker.heldUntil) return;
         if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) return;
@@ -355,6 +506,8 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
         case SDL_WINDOWEVENT_FOCUS_LOST:
             ReleaseHeldKeys();
             ReleaseHeldButtons();
+            ReleasePads();
+            Tell(desktopEvents.didResignActive);
             break;
         case SDL_WINDOWEVENT_CLOSE: closeRequested = true; break;
         default: break;
@@ -371,7 +524,7 @@ void DestroyGameWindow() {
 void ForgetGameWindow() {
     gameWindow = nullptr;
     frames = {};
-    owed = reported = shown = miniaturized = liveResize = fullScreen = false;
+    owed = reported = shown = miniaturized = liveResize = fullScreen = onWholeScreen = false;
 }
 
 }  // namespace moxi

@@ -19,6 +19,8 @@ bool IsFullScreen();
 // Between windowWillStartLiveResize and windowDidEndLiveResize.
 bool IsInLiveResize();
 void ToggleFullScreen();
+void SetViewScale(const ViewScale& wanted);
+bool ToggleFittedScreen();
 
 void HandleWindowEvent(const SDL_WindowEvent& event);
 // Gives the desktop what the application asked for, tells the application what the desktop did.

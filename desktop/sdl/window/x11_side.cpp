@@ -118,6 +118,28 @@ static bool HasFourNumbers(const xcb_get_property_reply_t* reply, std::array<i32
     return true;
 }
 
+std::string X11Resource(const std::string& name) {
+    if (connection == nullptr) return "";
+    constexpr u32 kLongest = 1 << 16;  // in words
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    auto* const reply =
+        xcb_get_property_reply(connection,
+                               xcb_get_property(connection, 0, root, XCB_ATOM_RESOURCE_MANAGER,
+                                                XCB_ATOM_STRING, 0, kLongest),
+                               nullptr);
+    if (reply == nullptr) return "";
+    // Lines "name:<blanks>value".
+    std::string text = "\n";
+    text.append(static_cast<const char*>(xcb_get_property_value(reply)),
+                static_cast<std::size_t>(xcb_get_property_value_length(reply)));
+    std::free(reply);
+    const std::size_t line = text.find("\n" + name + ":");
+    if (line == std::string::npos) return "";
+    const std::size_t start = text.find_first_not_of(" \t", line + name.size() + 2);
+    if (start == std::string::npos) return "";
+    return text.substr(start, text.find('\n', start) - start);
+}
+
 bool AskX11ForPlacement(unsigned long window, X11Placement& placement) {
     if (connection == nullptr || window == 0) return false;
     const auto content = static_cast<xcb_window_t>(window);

@@ -6,6 +6,7 @@
 #include <SDL_events.h>
 
 #include <array>
+#include <string>
 
 #include "base/types.h"
 
@@ -27,6 +28,9 @@ struct X11Placement {
 // Asks the X server, since SDL learns of the borders later than of the size. False where the window
 // manager tells of none.
 bool AskX11ForPlacement(unsigned long window, X11Placement& placement);
+
+// The value of a resource of the server, such as "Xft.dpi"; "" for none.
+std::string X11Resource(const std::string& name);
 
 // What an X key press said and SDL does not tell.
 struct X11KeyPress {

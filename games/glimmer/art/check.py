@@ -15,7 +15,7 @@ RESOURCES = os.path.join(HERE, "..", "resources")
 SIZES = {
     "TILES": (384, 384), "HERO": (256, 512), "GLOW": (192, 192), "GLOWBLUE": (96, 96), "SPARK": (256, 32),
     "GOLD": (256, 32), "BAT": (384, 48), "SPIDER": (192, 48), "OWL": (512, 160), "PETAL": (320, 40),
-    "BERRY": (160, 40), "LANTERN": (320, 96), "PUFF": (512, 64), "TWINKLE": (192, 24), "DARK": (1024, 1024),
+    "BERRY": (160, 40), "LANTERN": (320, 96), "PUFF": (512, 64), "TWINKLE": (192, 24), "DARK": (512, 512),
     "LOGO": (760, 220), "SKY": (1280, 800), "HILLS": (1280, 420), "TREES": (1280, 520), "MEADOW": (1280, 180),
     "PANEL": (96, 96), "BUTTON": (288, 48), "ICONS": (256, 32), "ICON": (128, 128), "KEYS": (192, 96)}
 # The open tiles that go with a row of masked ones.
@@ -154,12 +154,14 @@ class Pictures(unittest.TestCase):
                 self.assertEqual(tiles.at(x + 24, y), tiles.at(24, 0), (first, mask))
 
     def test_the_night_is_clear_to_30_percent_and_darkest_from_the_rim_on(self):
+        # The left upper quarter of a round of 1024.
         dark = self.all["DARK"]
-        self.assertEqual(dark.at(512, 512), (0, 0, 0, 0))
-        self.assertEqual(dark.at(512 + 150, 512)[3], 0)
+        self.assertEqual(dark.at(511, 511), (0, 0, 0, 0))
+        self.assertEqual(dark.at(511 - 150, 511)[3], 0)
         # Half way, at 65 %: smoothstep(1/2) is 1/2.
-        self.assertAlmostEqual(dark.at(512 + 332, 512)[3], 107, delta=1)
-        self.assertEqual(dark.at(0, 512)[3], 214)
+        self.assertAlmostEqual(dark.at(511 - 332, 511)[3], 107, delta=1)
+        self.assertEqual(dark.at(0, 511)[3], 214)
+        self.assertEqual(dark.at(511, 0)[3], 214)
         self.assertEqual(dark.at(0, 0), (6, 9, 26, 214))
 
     def test_the_glows_fade_to_nothing_at_the_rim(self):

@@ -12,17 +12,18 @@ def write_lights():
     folder = os.environ["ART_PICTURES"]
     os.makedirs(folder, exist_ok=True)
 
-    def disc(name, size, colour_at, alpha_at):
-        middle = (size - 1) / 2
+    def disc(name, size, colour_at, alpha_at, part=None):
+        """part: how many rows and columns of it the picture has, if not all."""
+        middle, part = (size - 1) / 2, part or size
         rows = []
-        for y in range(size):
+        for y in range(part):
             row = bytearray()
-            for x in range(size):
+            for x in range(part):
                 distance = math.hypot(x - middle, y - middle) / (size / 2)
                 alpha = round(alpha_at(distance))
                 row += bytes((*colour_at(distance), alpha)) if alpha else b"\0\0\0\0"
             rows.append(bytes(row))
-        write_png(os.path.join(folder, name), size, size, rows)
+        write_png(os.path.join(folder, name), part, part, rows)
 
     def fade(t):
         t = min(1.0, max(0.0, t))
@@ -38,7 +39,7 @@ def write_lights():
 
     disc("GLOW.PNG", 192, warm, lambda t: 150 * fade(1 - t) ** 1.5)
     disc("GLOWBLUE.PNG", 96, cool, lambda t: 110 * fade(1 - t) ** 1.5)
-    disc("DARK.PNG", 1024, lambda t: (6, 9, 26), lambda t: 214 * fade((t - .3) / .7))
+    disc("DARK.PNG", 1024, lambda t: (6, 9, 26), lambda t: 214 * fade((t - .3) / .7), 512)
 
 
 def draw_sparkle(ctx, x, y, size, turn, colours):

@@ -1,0 +1,24 @@
+#pragma once
+// What is wrong with a game, said where somebody sees it: always in one line on standard error, and
+// in a box where that is no terminal and there is a display, as with a double click.
+
+#include <string>
+
+#include "app/options.h"
+
+namespace moxi {
+
+// To be called at the start, before standard error is anything else's.
+void NoteTerminal();
+
+// Reports in one line why a game cannot be played, and in a box where nobody sees the line. To be
+// called before the desktop is there. Returns the exit status for it, 2.
+int RefuseGame(const Options& options, const std::string& what);
+
+// The same at the end of a run that a module has not let start. The line has been written.
+void TellOfDamagedModule();
+
+// A fatal message has been shown; it said what is wrong.
+void NoteFatalMessage();
+
+}  // namespace moxi

@@ -1,0 +1,12 @@
+#pragma once
+// Lays the controls of a surface out as a form: a panel in the middle with a title and tabs at its
+// head, rows that scroll, and buttons at its foot.
+
+#include "surface/controls.h"
+
+namespace moxi {
+
+// To be called after the last AddControl; ends the list. 200 x 150 units are room enough.
+void LayOutForm(Surface& surface);
+
+}  // namespace moxi

@@ -1,0 +1,152 @@
+#include "surface/panel.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/log.h"
+#include "desktop/desktop.h"
+#include "host/gamepad.h"
+#include "host/pause.h"
+#include "host/preferences.h"
+#include "host/view.h"
+#include "surface/panel_pages.h"
+#include "surface/shown.h"
+
+namespace moxi {
+
+namespace {
+
+// How dark the game's last picture is behind the panel.
+constexpr double kDarkness = 0.6;
+
+struct Panel {
+    bool open = false;
+    PanelState state;
+    Surface surface;
+    ViewSize size;    // in pixels, as laid out
+    Canvas backdrop;  // the game's last picture, darkened
+    Canvas canvas;
+};
+
+Panel panel;
+
+// The game's last picture, as large as it fits, in the middle.
+void DrawBackdrop(Canvas& canvas, ViewSize size) {
+    ResizeCanvas(canvas, size.width, size.height);
+    const ViewBuffer& view = viewBuffer;
+    if (view.width <= 0 || view.height <= 0) return;
+    const double scale =
+        std::max(1.0, std::min(double(size.width) / view.width, double(size.height) / view.height));
+    const i32 left = static_cast<i32>((size.width - view.width * scale) / 2);
+    const i32 top = static_cast<i32>((size.height - view.height * scale) / 2);
+    for (i32 y = std::max(top, 0); y < size.height; ++y) {
+        const i32 row = static_cast<i32>((y - top) / scale);
+        if (row >= view.height) break;
+        for (i32 x = std::max(left, 0); x < size.width; ++x) {
+            const i32 column = static_cast<i32>((x - left) / scale);
+            if (column >= view.width) break;
+            const u8* const from =
+                view.pixels.data() + 4 * (static_cast<size_t>(row) * view.width + column);
+            std::copy_n(from, 4,
+                        canvas.pixels.data() + 4 * (static_cast<size_t>(y) * size.width + x));
+        }
+    }
+    Darken(canvas, kDarkness);
+}
+
+void LayOut() {
+    const ViewSize size = desktop.windowPixels();
+    const bool resized = size.width != panel.size.width || size.height != panel.size.height;
+    panel.size = size;
+    if (resized) DrawBackdrop(panel.backdrop, size);
+    BeginControls(panel.surface, size.width, size.height,
+                  SurfaceScale(size.width, size.height, preferences.largeText));
+    AddPanelControls(panel.surface, panel.state);
+    if (resized) {
+        const Control* const focused = FindControl(panel.surface, panel.surface.focus);
+        if (focused != nullptr) Reveal(panel.surface, *focused);
+    }
+}
+
+void Open() {
+    if (!Pause(PauseReason::Panel)) return;
+    UseSurfacePadMap(true);
+    const PanelState kept = panel.state;
+    panel.open = true;
+    panel.surface = {};
+    panel.state = {.page = kept.page, .scope = kept.scope, .noSound = kept.noSound};
+    OpenPage(panel.state, kept.page);
+    panel.size = {};
+    LayOut();
+    RequestSurfaceRedraw();
+}
+
+// What a redraw would show anew.
+struct Seen {
+    std::string focus;
+    std::string hot;
+    std::string grabbed;
+    double scroll;
+    bool showsFocus;
+    bool operator==(const Seen&) const = default;
+};
+
+Seen SeenNow() {
+    const Surface& surface = panel.surface;
+    return {surface.focus, surface.hot, surface.grabbed, surface.scroll, surface.showsFocus};
+}
+
+}  // namespace
+
+void StartPanel(const PanelOptions& options) {
+    panel.state.noSound = options.noSound;
+}
+
+void TogglePanel() {
+    if (panel.open) return ClosePanel();
+    Open();
+}
+
+void ClosePanel() {
+    if (!panel.open) return;
+    panel.open = false;
+    SavePreferences();
+    UseSurfacePadMap(false);
+    HideSurfaces();
+    panel.canvas = {};
+    panel.backdrop = {};
+    Resume(PauseReason::Panel);
+}
+
+bool PanelIsOpen() {
+    return panel.open;
+}
+
+void PanelInput(const SurfaceInput& input) {
+    const bool isKey = input.kind == SurfaceInputKind::KeyDown;
+    if (isKey && TakeCapturedKey(panel.state, input.code)) {
+        LayOut();
+        return RequestSurfaceRedraw();
+    }
+    const Seen before = SeenNow();
+    const Want want = HandleInput(panel.surface, input);
+    if (!ServeWant(panel.surface, panel.state, want)) return ClosePanel();
+    // A press elsewhere takes the question back.
+    if (want.kind == WantKind::Nothing && SeenNow() == before && !isKey) return;
+    LayOut();
+    RequestSurfaceRedraw();
+}
+
+void DrawPanel() {
+    const ViewSize size = desktop.windowPixels();
+    if (size.width != panel.size.width || size.height != panel.size.height) LayOut();
+    panel.canvas = panel.backdrop;
+    PaintSurface(panel.surface, panel.canvas);
+    ShowSurface(panel.surface, panel.canvas);
+}
+
+void ResetPanel() {
+    panel = {};
+}
+
+}  // namespace moxi

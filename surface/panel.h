@@ -1,0 +1,24 @@
+#pragma once
+// The panel: the player's preferences over the paused game. What is changed holds at once, and is
+// saved when the panel closes.
+
+#include "host/surface_slots.h"
+
+namespace moxi {
+
+struct PanelOptions {
+    bool noSound = false;  // the run has no sound device, whatever the player chooses
+};
+
+void StartPanel(const PanelOptions& options);
+
+// What surfaceSlots stands for (host/surface_slots.h).
+void TogglePanel();
+void ClosePanel();
+bool PanelIsOpen();
+void PanelInput(const SurfaceInput& input);
+void DrawPanel();
+
+void ResetPanel();
+
+}  // namespace moxi

@@ -1,0 +1,390 @@
+#include "surface/shelf.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "desktop/desktop.h"
+#include "desktop/events.h"
+#include "gfx/png_write.h"
+#include "host/bundle.h"
+#include "host/gamepad.h"
+#include "host/icon.h"
+#include "host/preferences.h"
+#include "host/surface_slots.h"
+#include "surface/add_game.h"
+#include "surface/shapes.h"
+#include "surface/shown.h"
+#include "surface/words.h"
+
+namespace moxi {
+
+namespace {
+
+constexpr const char* kSearch = "search";
+constexpr const char* kAdd = "add-game";
+constexpr size_t kAtEnd = SIZE_MAX;
+constexpr Colour kGround = {17, 19, 24};
+// How often is looked whether the game that was started has ended.
+constexpr u64 kLookMicroseconds = 100'000;
+constexpr u8 kTabKey = 0x30;
+constexpr u8 kReturnKey = 0x24;
+
+struct Shelf {
+    std::vector<ShelfGame> games;
+    std::string search;
+    std::string message;  // in the place of what is said of a game
+    bool adding = false;
+    std::string path;     // in the field, while adding
+    std::string problem;  // with it
+    size_t caret = 0;     // in the field that has the focus, or beyond its end
+    std::string playing;  // the game's name
+    TimerId look = 0;
+    Surface surface;
+    Canvas canvas;
+    bool shift = false;
+    bool command = false;
+    bool option = false;
+};
+
+Shelf shelf;
+
+double ScaleOf(ViewSize size) {
+    return SurfaceScale(size.width, size.height, preferences.largeText);
+}
+
+const ShelfGame* GameOf(const std::string& path) {
+    const auto found =
+        std::find_if(shelf.games.begin(), shelf.games.end(),
+                     [&path](const ShelfGame& game) { return game.record.path == path; });
+    return found != shelf.games.end() ? &*found : nullptr;
+}
+
+// --- Controls
+
+std::string FootText() {
+    if (!shelf.message.empty()) return shelf.message;
+    const ShelfGame* const game = GameOf(shelf.surface.focus);
+    const std::string about = game != nullptr ? AboutGame(*game) : "";
+    if (!about.empty()) return about;
+    return Words("Return plays, Delete takes a game off the shelf, typing searches");
+}
+
+void AddHead(Surface& surface, double margin) {
+    constexpr double kButton = 150;
+    Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
+    search.part = Part::Head;
+    search.value = shelf.search;
+    search.caret = std::min(shelf.caret, shelf.search.size());
+    search.detail = search.name;
+    const double right = surface.width - margin;
+    const double most = right - kButton - margin - 110;
+    const double width = std::min(320.0, std::max(most, 80.0));
+    search.box = {right - kButton - 4 - width, margin, width, kControlHeight};
+    Control& add = AddControl(surface, Role::Button, kAdd, Words("Add a game..."));
+    add.part = Part::Head;
+    add.box = {right - kButton, margin + 2, kButton, kControlHeight - 4};
+    surface.title = Words("Games");
+    surface.titleBox = {margin + 4, margin, std::max(search.box.x - margin - 4, 0.0),
+                        kControlHeight};
+}
+
+void BuildGrid(ViewSize size) {
+    Surface& surface = shelf.surface;
+    BeginControls(surface, size.width, size.height, ScaleOf(size));
+    const double margin = surface.width < 500 ? 8 : 16;
+    constexpr double kFoot = 30;
+    AddHead(surface, margin);
+    surface.frame = {};
+    const double top = margin + kControlHeight + 10;
+    surface.view = {margin, top, surface.width - 2 * margin - 6,
+                    std::max(surface.height - top - kFoot, 20.0)};
+    const std::vector<const ShelfGame*> games = GamesFor(shelf.games, shelf.search);
+    AddCards(surface, games, desktop.localDateTime());
+    if (games.empty()) {
+        Control& none = AddControl(
+            surface, Role::Note, "none",
+            shelf.games.empty()
+                ? Words("There is no game yet. Drop a game's folder or archive on this window.")
+                : Words("No game has these words."));
+        none.lines = WrapText({.size = kSmallTextSize}, none.name, surface.view.width - 2 * kPad);
+        none.box = {0, 0, surface.view.width, 80};
+        surface.bodyHeight = 80;
+    }
+    EndControls(surface);
+    Control& foot = AddControl(surface, Role::Label, "about", FootText());
+    foot.part = Part::Foot;
+    foot.lines = {foot.name};
+    foot.box = {margin - kPad + 4, surface.height - kFoot,
+                surface.width - 2 * margin + 2 * kPad - 8, kFoot};
+}
+
+void Build(ViewSize size) {
+    if (shelf.adding) {
+        BuildAddGame(shelf.surface, size.width, size.height, ScaleOf(size), shelf.path,
+                     shelf.problem);
+        FindControl(shelf.surface, kPathField)->caret = std::min(shelf.caret, shelf.path.size());
+        return;
+    }
+    BuildGrid(size);
+}
+
+void PaintPlaying() {
+    const Surface& surface = shelf.surface;
+    Darken(shelf.canvas, 0.6);
+    std::string text = Words("Playing %1");
+    text.replace(text.find("%1"), 2, shelf.playing);
+    const double s = surface.scale;
+    const TextLook look = {.size = kTitleSize * s, .bold = true};
+    const double room = shelf.canvas.width - 40 * s;
+    const double width = std::min(TextWidth(look, text), room);
+    DrawText(shelf.canvas, (shelf.canvas.width - width) / 2, shelf.canvas.height / 2.0, room, look,
+             text, {255, 255, 255});
+}
+
+void Draw() {
+    const ViewSize size = desktop.windowPixels();
+    if (size.width <= 0 || size.height <= 0) return;
+    Build(size);
+    ResizeCanvas(shelf.canvas, size.width, size.height);
+    FillBox(shelf.canvas, shelf.canvas.clip, kGround);
+    PaintSurface(shelf.surface, shelf.canvas);
+    if (!shelf.playing.empty()) PaintPlaying();
+    ShowSurface(shelf.surface, shelf.canvas);
+}
+
+// --- What the player wants
+
+void ReadGames() {
+    shelf.games = shelfSlots.games();
+}
+
+void LookForEnd() {
+    if (shelfSlots.isPlaying()) return;
+    desktop.stopTimer(shelf.look);
+    shelf.look = 0;
+    shelf.playing.clear();
+    ReadGames();
+    shelf.surface.scroll = 0;
+    desktop.showWindow();
+    Draw();
+}
+
+void Play(const ShelfGame& game) {
+    shelf.message = shelfSlots.play(game.record.path);
+    if (!shelf.message.empty() || !shelfSlots.isPlaying()) return;
+    shelf.playing = game.record.name;
+    shelf.look = desktop.startTimer(kLookMicroseconds, LookForEnd);
+}
+
+void Remove(const ShelfGame& game) {
+    std::string message = Words("%1 is off the shelf. Its files are where they were.");
+    const size_t at = message.find("%1");
+    if (at != std::string::npos) message.replace(at, 2, game.record.name);
+    // The focus goes to the game beside it.
+    const auto& controls = shelf.surface.controls;
+    std::string next;
+    for (size_t i = 0; i < controls.size(); ++i) {
+        if (controls[i].id != game.record.path) continue;
+        if (i + 1 < controls.size() && controls[i + 1].card) next = controls[i + 1].id;
+        if (next.empty() && i > 0 && controls[i - 1].card) next = controls[i - 1].id;
+    }
+    shelfSlots.remove(game.record.path);
+    shelf.surface.focus = next;
+    shelf.message = message;
+    ReadGames();
+}
+
+void Search(const std::string& text) {
+    shelf.search = text;
+    shelf.surface.scroll = 0;
+}
+
+void OpenAdding(const std::string& path) {
+    shelf.adding = true;
+    shelf.path = path;
+    shelf.problem.clear();
+    shelf.surface.scroll = 0;
+    shelf.surface.focus = kPathField;
+    shelf.caret = kAtEnd;
+}
+
+void CloseAdding() {
+    shelf.adding = false;
+    shelf.surface.scroll = 0;
+    shelf.surface.focus = kAdd;
+}
+
+void AddGame(const std::string& path) {
+    const std::string plain = PlainPath(path);
+    shelf.problem = shelfSlots.add(plain);
+    if (!shelf.problem.empty()) {
+        if (!shelf.adding) shelf.message = shelf.problem;
+        return;
+    }
+    CloseAdding();
+    shelf.search.clear();
+    shelf.message.clear();
+    ReadGames();
+    std::error_code error;
+    shelf.surface.focus = std::filesystem::canonical(plain, error);
+}
+
+const ShelfGame* FirstFound() {
+    const std::vector<const ShelfGame*> found = GamesFor(shelf.games, shelf.search);
+    return found.empty() ? nullptr : found.front();
+}
+
+void DoInGrid(const Want& want) {
+    const ShelfGame* game = GameOf(want.id);
+    switch (want.kind) {
+        case WantKind::Press:
+            if (want.id == kAdd) return OpenAdding("~/");
+            if (want.id == kSearch) game = FirstFound();
+            if (game != nullptr) Play(*game);
+            return;
+        case WantKind::Change: return Search(FindControl(shelf.surface, kSearch)->value);
+        case WantKind::Delete:
+            if (game != nullptr) Remove(*game);
+            return;
+        case WantKind::Type:
+            shelf.surface.focus = kSearch;
+            shelf.caret = kAtEnd;
+            if (want.text.empty() || static_cast<u8>(want.text[0]) < ' ') return;
+            return Search(shelf.search + want.text);
+        case WantKind::Leave:
+            Search("");
+            shelf.surface.focus.clear();
+            return;
+        case WantKind::Nothing: return;
+    }
+}
+
+void DoInAdding(const Want& want) {
+    switch (want.kind) {
+        case WantKind::Press:
+            if (want.id == kCancelButton) return CloseAdding();
+            if (want.id == kAddButton || want.id == kPathField) return AddGame(shelf.path);
+            // A completion: a folder is gone into, a file is added.
+            shelf.path = want.id;
+            shelf.surface.scroll = 0;
+            if (want.id.back() != '/') return AddGame(shelf.path);
+            shelf.caret = kAtEnd;
+            shelf.surface.focus = kPathField;
+            return;
+        case WantKind::Change:
+            shelf.path = FindControl(shelf.surface, kPathField)->value;
+            shelf.problem.clear();
+            return;
+        case WantKind::Leave: return CloseAdding();
+        default: return;
+    }
+}
+
+// The Tab key in the field goes on with the path, as in a terminal.
+bool CompletePath(const SurfaceInput& input) {
+    const bool isTab = input.kind == SurfaceInputKind::KeyDown && input.code == kTabKey;
+    if (!shelf.adding || !isTab || input.shift || shelf.surface.focus != kPathField) return false;
+    const std::string completed = Completed(shelf.path);
+    if (completed == shelf.path) return false;
+    shelf.path = completed;
+    shelf.caret = kAtEnd;
+    return true;
+}
+
+void Take(SurfaceInput input) {
+    if (!shelf.playing.empty()) return;
+    input.shift = shelf.shift;
+    input.command = shelf.command;
+    input.option = shelf.option;
+    if (!CompletePath(input)) {
+        const Want want = HandleInput(shelf.surface, input);
+        const Control* const focused = FindControl(shelf.surface, shelf.surface.focus);
+        shelf.caret = focused != nullptr && focused->role == Role::Field ? focused->caret : kAtEnd;
+        if (want.kind != WantKind::Nothing) shelf.message.clear();
+        if (shelf.adding) {
+            DoInAdding(want);
+        } else {
+            DoInGrid(want);
+        }
+    }
+    Draw();
+}
+
+// --- Events
+
+void Key(u8 code, const std::string& text) {
+    // The menu's key equivalents that a shelf has.
+    if (shelf.command && (text == "q" || text == "Q")) return desktop.terminate();
+    if (shelf.command && (text == "w" || text == "W")) return desktop.closeWindow();
+    if (shelf.option && code == kReturnKey) return desktop.toggleFullScreen();
+    Take({.kind = SurfaceInputKind::KeyDown, .code = code, .text = text});
+}
+
+void Launch() {
+    ReadGames();
+    SetWindowIcon(OwnResource("moxi.png"));
+    desktop.showWindow();
+    Draw();
+}
+
+DesktopEvents ShelfEvents() {
+    DesktopEvents events = desktopEvents;
+    events.didFinishLaunching = Launch;
+    events.windowDidResize = [] { Draw(); };
+    events.viewFrameDidChange = [] { Draw(); };
+    events.drawRect = [](ViewRect) { Draw(); };
+    events.expose = [](ViewRect) { Draw(); };
+    events.keyDown = Key;
+    events.textInput = [](const std::string& text) {
+        Take({.kind = SurfaceInputKind::Text, .text = text});
+    };
+    events.flagsChanged = [](bool shift, bool command, bool option) {
+        shelf.shift = shift;
+        shelf.command = command;
+        shelf.option = option;
+    };
+    events.mouseDown = [](u32 button, i32 x, i32 y, i32) {
+        Take({.kind = SurfaceInputKind::PointerDown, .x = x, .y = y, .button = button});
+    };
+    events.mouseUp = [](u32 button, i32 x, i32 y) {
+        Take({.kind = SurfaceInputKind::PointerUp, .x = x, .y = y, .button = button});
+    };
+    events.mouseMoved = [](i32 x, i32 y) {
+        Take({.kind = SurfaceInputKind::PointerMove, .x = x, .y = y});
+    };
+    events.mouseDragged = [](u32, i32 x, i32 y) {
+        Take({.kind = SurfaceInputKind::PointerMove, .x = x, .y = y});
+    };
+    events.scrollWheel = [](double, double deltaY, i32 x, i32 y) {
+        constexpr double kDeltaOfNotch = 0.1;
+        Take({.kind = SurfaceInputKind::Wheel, .x = x, .y = y, .wheel = deltaY / kDeltaOfNotch});
+    };
+    events.padButton = PadButtonChanged;
+    events.padAxis = PadAxisChanged;
+    events.fileDropped = [](const std::string& path) {
+        if (!shelf.playing.empty()) return;
+        shelf.message.clear();
+        AddGame(path);
+        Draw();
+    };
+    events.screenshot = WriteShelfPicture;
+    return events;
+}
+
+}  // namespace
+
+void StartShelf() {
+    desktopEvents = ShelfEvents();
+    UseSurfacePadMap(true);
+    desktop.createWindow({100, 100, 1000, 600});
+    desktop.setWindowTitle("MOXI");
+}
+
+bool WriteShelfPicture(const std::string& path) {
+    const Canvas& canvas = shelf.canvas;
+    return WritePngFile(path, canvas.pixels.data(), static_cast<u32>(canvas.width),
+                        static_cast<u32>(canvas.height), 4 * static_cast<u32>(canvas.width),
+                        PngFormat::RgbFrom4);
+}
+
+}  // namespace moxi

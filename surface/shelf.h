@@ -1,0 +1,39 @@
+#pragma once
+// The shelf: a window with the player's games, in the place of a game's own. It runs in the same
+// event loop and takes the desktop's events instead of a game.
+
+#include <string>
+#include <vector>
+
+#include "surface/shelf_cards.h"
+
+namespace moxi {
+
+// What the shelf cannot do by itself. app/shelf fills the record.
+struct ShelfSlots {
+    std::vector<ShelfGame> (*games)();
+    // Puts a game there, or back. Returns "" or what is wrong with the path.
+    std::string (*add)(const std::string& path);
+    // Takes it off. Nothing is deleted on the disk.
+    void (*remove)(const std::string& path);
+    // Starts a game in a process of its own. Returns "" or why not.
+    std::string (*play)(const std::string& path);
+    // Whether that process still runs.
+    bool (*isPlaying)();
+};
+
+inline constinit ShelfSlots shelfSlots = {
+    .games = [] { return std::vector<ShelfGame>{}; },
+    .add = [](const std::string&) { return std::string(); },
+    .remove = [](const std::string&) {},
+    .play = [](const std::string&) { return std::string(); },
+    .isPlaying = [] { return false; },
+};
+
+// Fills `desktopEvents`, and makes the window, which the launch shows.
+void StartShelf();
+
+// What it shows, as an RGB PNG; false when the file cannot be written.
+bool WriteShelfPicture(const std::string& path);
+
+}  // namespace moxi

@@ -1,0 +1,293 @@
+// The shelf of games, by scripts: what stands on it, and what keys, pointer and drops do.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/checksum.h"
+#include "surface/add_game.h"
+#include "surface/shelf_cards.h"
+#include "tests/support/headless_run.h"
+#include "tests/support/zip_bytes.h"
+
+namespace moxi {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A user's home. Games of the build folder stand on every shelf, so tests look for their own.
+class Shelf : public testing::Test {
+  protected:
+    void SetUp() override {
+        MakeGame(games + "/Pond", "Pond", "Anna");
+        MakeGame(games + "/Meadow", "Meadow", "Berta");
+    }
+    // A game of nothing, with an information file.
+    static void MakeGame(const std::string& path, const std::string& name,
+                         const std::string& author) {
+        WriteGame(path,
+                  "        .stack 4096\n        .heap 4096\n        .code\n"
+                  "        LINK 0, 0\n        RETURN 0\n");
+        WriteTextFile(path + "/Info.plist",
+                      "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                      "<key>ZULGameName</key><string>" +
+                          name + "</string><key>ZULGameAuthor</key><string>" + author +
+                          "</string><key>ZULGameLicence</key><string>Free of " + name +
+                          "</string></dict></plist>");
+    }
+    ProgramResult Run(std::vector<std::string> options) const {
+        std::vector<std::string> all = {"-u",
+                                        "XDG_CACHE_HOME",
+                                        "-u",
+                                        "XDG_STATE_HOME",
+                                        "HOME=" + home.path,
+                                        MOXI_BIN_DIR "/moxi"};
+        all.insert(all.end(), options.begin(), options.end());
+        return RunProgram("/usr/bin/env", all, home.path);
+    }
+    // The shelf's controls after this script. What it logged is in `logged`.
+    std::vector<std::string> After(const std::string& script) {
+        WriteTextFile(home.path + "/script", script);
+        const ProgramResult result =
+            Run({"--headless", "--date", "2026-07-10 12:00:00", "--desktop", "1280x800", "--script",
+                 "script", "--dump-ui", "ui"});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.output, "");
+        logged = result.errors;
+        std::istringstream text(ReadTextFile(home.path + "/ui"));
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(text, line);) lines.push_back(line);
+        return lines;
+    }
+    // The first line with this in it.
+    static std::string LineWith(const std::vector<std::string>& lines, const std::string& what) {
+        for (const std::string& line : lines) {
+            if (line.find(what) != std::string::npos) return line;
+        }
+        return "";
+    }
+    static int Cards(const std::vector<std::string>& lines) {
+        return static_cast<int>(std::count_if(lines.begin(), lines.end(), [](const auto& line) {
+            return line.rfind("row ", 0) == 0;
+        }));
+    }
+    std::string RecordFile(const std::string& path) const {
+        return home.path + "/.local/state/moxi/games/" + HashOfText(path).substr(0, 32) + ".txt";
+    }
+    void Record(const std::string& path, const std::string& lines) const {
+        fs::create_directories(home.path + "/.local/state/moxi/games");
+        WriteTextFile(RecordFile(path), "moxi game 1\npath = " + path + "\n" + lines);
+    }
+    // Keys are pressed and released at 100 ms, 200 ms, ...
+    static std::string Keys(const std::vector<std::string>& keys) {
+        std::string script;
+        int time = 0;
+        for (const std::string& key : keys) {
+            time += 100;
+            script += std::to_string(time) + " key-down " + key + "\n" + std::to_string(time + 10) +
+                      " key-up " + key + "\n";
+        }
+        return script;
+    }
+
+    TemporaryFolder home;
+    std::string games = home.path + "/.local/share/moxi/games";
+    std::string logged;
+};
+
+TEST_F(Shelf, InstalledGamesStandOnItWithNameAndAuthor) {
+    const auto lines = After("");
+    EXPECT_EQ(lines.at(0), "surface \"Games\" 1000x600");
+    EXPECT_NE(LineWith(lines, "row " + games +
+                                  "/Pond \"Pond\" value \"Anna\" detail "
+                                  "\"Not played yet\""),
+              "");
+    EXPECT_NE(LineWith(lines, "\"Meadow\" value \"Berta\""), "");
+    EXPECT_NE(LineWith(lines, "/share/moxi/demo \"MOXI Demo\""), "");
+    // Nothing has been written.
+    EXPECT_FALSE(fs::exists(home.path + "/.local/state"));
+}
+
+TEST_F(Shelf, GamesThatWerePlayedLastComeFirst) {
+    // 2026-07-10 06:00 and 2026-07-05 06:00 UTC.
+    Record(games + "/Pond", "played = 1783663200\nseconds = 7500\n");
+    Record(games + "/Meadow", "played = 1783231200\nseconds = 59\n");
+    const auto lines = After("");
+    EXPECT_NE(lines.at(3).find("\"Pond\" value \"Anna\" detail \"today, 2 h 5 min\""),
+              std::string::npos)
+        << lines.at(3);
+    EXPECT_NE(lines.at(4).find("detail \"5 days ago, 1 min\""), std::string::npos) << lines.at(4);
+    EXPECT_NE(lines.at(3).find(" focused"), std::string::npos);
+    EXPECT_NE(LineWith(lines, "label about \"Licence: Free of Pond\""), "");
+}
+
+TEST_F(Shelf, ReturnPlaysAndArrowsChoose) {
+    Record(games + "/Pond", "played = 2\n");
+    Record(games + "/Meadow", "played = 1\n");
+    After(Keys({"24 \"\\x0D\"", "7C \"\\x1C\"", "24 \"\\x0D\""}));
+    EXPECT_EQ(logged, "log: play " + games + "/Pond\nlog: play " + games + "/Meadow\n");
+    After("100 mouse-down 0 300 120\n150 mouse-up 0 300 120\n");
+    EXPECT_EQ(logged, "log: play " + games + "/Meadow\n");
+}
+
+TEST_F(Shelf, TypingSearchesReturnPlaysTheFirstAndEscapeEndsIt) {
+    auto lines = After(Keys({"23 \"p\"", "1F \"o\"", "2D \"n\""}));
+    EXPECT_EQ(Cards(lines), 1);
+    EXPECT_NE(LineWith(lines, "field search \"Search\" value \"pon\""), "");
+    EXPECT_NE(LineWith(lines, "\"Pond\""), "");
+    After(Keys({"0B \"b\"", "0E \"e\"", "0F \"r\"", "11 \"t\"", "24 \"\\x0D\""}));
+    EXPECT_EQ(logged, "log: play " + games + "/Meadow\n");  // by its author
+    lines = After(Keys({"06 \"z\"", "06 \"z\"", "06 \"z\""}));
+    EXPECT_EQ(Cards(lines), 0);
+    EXPECT_NE(LineWith(lines, "note none"), "");
+    lines = After(Keys({"06 \"z\"", "06 \"z\"", "35 \"\\x1B\""}));
+    EXPECT_GE(Cards(lines), 3);
+}
+
+TEST_F(Shelf, DeleteTakesAGameOffTheShelfAndNotFromTheDisk) {
+    Record(games + "/Pond", "played = 2\nseconds = 60\n");
+    auto lines = After(Keys({"75 \"\\x7F\""}));
+    EXPECT_EQ(LineWith(lines, "\"Pond\""), "");
+    EXPECT_NE(LineWith(lines, "Pond is off the shelf"), "");
+    EXPECT_TRUE(fs::exists(games + "/Pond/MAIN.MX"));
+    // It is remembered, with what is known of it.
+    EXPECT_EQ(LineWith(After(""), "\"Pond\""), "");
+    EXPECT_NE(ReadTextFile(RecordFile(games + "/Pond")).find("seconds = 60\nshelf = no\n"),
+              std::string::npos);
+    // Who adds it has it back.
+    lines = After("100 drop \"" + games + "/Pond\"\n");
+    EXPECT_NE(LineWith(lines, "\"Pond\" value \"Anna\" detail \"1970-01-01, 1 min\""), "");
+}
+
+TEST_F(Shelf, FoldersAndArchivesDroppedOnTheWindowAreAdded) {
+    MakeGame(home.path + "/Downloads/Night", "Night", "Clara");
+    WriteTextFile(home.path + "/Downloads/Day.mxz",
+                  ZipOf({{"MAIN.MX", ReadTextFile(games + "/Pond/MAIN.MX")},
+                         {"Info.plist", ReadTextFile(games + "/Meadow/Info.plist")}}));
+    WriteTextFile(home.path + "/letter.zip", ZipOf({{"letter.txt", "dear"}}));
+    fs::create_directory(home.path + "/empty");
+    auto lines = After("100 drop \"" + home.path + "/Downloads/Night\"\n200 drop \"" + home.path +
+                       "/Downloads/Day.mxz\"\n");
+    EXPECT_NE(LineWith(lines, "Downloads/Night \"Night\" value \"Clara\""), "");
+    EXPECT_NE(LineWith(lines, "Downloads/Day.mxz \"Meadow\" value \"Berta\""), "");
+    lines = After("100 drop \"" + home.path + "/letter.zip\"\n");
+    EXPECT_NE(LineWith(lines, "letter.zip: there is no game in it"), "");
+    lines = After("100 drop \"" + home.path + "/empty\"\n");
+    EXPECT_NE(LineWith(lines, "empty: there is no game in it"), "");
+    lines = After("");
+    EXPECT_NE(LineWith(lines, "Downloads/Night \"Night\""), "");
+    EXPECT_EQ(LineWith(lines, "letter"), "");
+    // One that has gone is not shown, and comes back with its folder.
+    fs::rename(home.path + "/Downloads", home.path + "/Elsewhere");
+    EXPECT_EQ(LineWith(After(""), "Night"), "");
+    fs::rename(home.path + "/Elsewhere", home.path + "/Downloads");
+    EXPECT_NE(LineWith(After(""), "\"Night\""), "");
+}
+
+TEST_F(Shelf, AGameIsAddedByItsPathWithCompletion) {
+    MakeGame(home.path + "/Toys/Night", "Night", "Clara");
+    const std::string open = "100 mouse-down 0 900 35\n110 mouse-up 0 900 35\n";
+    auto lines = After(open);
+    EXPECT_EQ(lines.at(0), "surface \"Add a game\" 1000x600");
+    EXPECT_NE(LineWith(lines, "field path"), "");
+    EXPECT_NE(LineWith(lines, "row " + home.path + "/Toys/ "), "");
+    const std::string type = open +
+                             "200 key-down 11 \"T\"\n210 key-up 11 \"T\"\n"
+                             "300 key-down 30 \"\\x09\"\n310 key-up 30 \"\\x09\"\n"
+                             "400 key-down 30 \"\\x09\"\n410 key-up 30 \"\\x09\"\n";
+    lines = After(type);
+    EXPECT_NE(LineWith(lines, "value \"" + home.path + "/Toys/Night/\""), "");
+    lines = After(type + "500 key-down 24 \"\\x0D\"\n510 key-up 24 \"\\x0D\"\n");
+    EXPECT_NE(LineWith(lines, "\"Night\" value \"Clara\""), "");
+    EXPECT_NE(LineWith(lines, "/Toys/Night \"Night\"").find(" focused"), std::string::npos);
+    lines = After(open + "500 key-down 24 \"\\x0D\"\n510 key-up 24 \"\\x0D\"\n");
+    EXPECT_NE(LineWith(lines, "note problem \"" + home.path + ": there is no game in it\""), "");
+    lines = After(open + "500 key-down 35 \"\\x1B\"\n510 key-up 35 \"\\x1B\"\n");
+    EXPECT_EQ(lines.at(0), "surface \"Games\" 1000x600");
+}
+
+TEST_F(Shelf, HostileGamesStandOnItAsFarAsTheyCanBeRead) {
+    // An icon that is a link to elsewhere, one that is no picture, and texts with controls.
+    WriteTextFile(home.path + "/secret.png",
+                  ReadTextFile(MOXI_SOURCE_DIR "/packaging/desktop/moxi.png"));
+    fs::create_symlink(home.path + "/secret.png", games + "/Pond/ICON.PNG");
+    WriteTextFile(games + "/Meadow/ICON.PNG", "no picture");
+    MakeGame(games + "/Odd", "O\x01\ndd", "A\nB");
+    WriteTextFile(games + "/Meadow/Info.plist", "<plist><dict><key>ZULGameName</key>");
+    const auto lines = After("");
+    EXPECT_NE(LineWith(lines, "\"Pond\""), "");
+    EXPECT_NE(LineWith(lines, "games/Meadow \"Meadow\""), "");
+    EXPECT_NE(LineWith(lines, "games/Odd "), "");
+    EXPECT_EQ(logged, "");
+}
+
+TEST_F(Shelf, EveryControlIsInSightAtTheSmallestSizeAndAtLargeOnes) {
+    for (const std::string size : {"600 400", "1280 800", "3840 2160", "300 200"}) {
+        const auto lines = After("100 resize " + size + "\n");
+        for (const char* const id : {"field search", "button add-game", "\"Pond\""}) {
+            const std::string line = LineWith(lines, id);
+            ASSERT_NE(line, "") << size;
+            EXPECT_EQ(line.find(" at -"), std::string::npos) << line;
+        }
+    }
+}
+
+TEST_F(Shelf, WithoutADisplayTheUsageIsPrintedAndTheListOfGames) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, {"--headless"}, {"--headless", "--run-ms", "5"}}) {
+        const ProgramResult result = Run(options);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.errors, "usage: moxi [options] GAME (moxi --help lists the options)\n");
+        EXPECT_NE(result.output.find("Pond\t" + games + "/Pond\n"), std::string::npos);
+    }
+    EXPECT_FALSE(fs::exists(home.path + "/.local/state"));
+}
+
+TEST(ShelfTexts, TimesAndDays) {
+    EXPECT_EQ(PlayedTime(0), "");
+    EXPECT_EQ(PlayedTime(1), "1 min");
+    EXPECT_EQ(PlayedTime(3599), "59 min");
+    EXPECT_EQ(PlayedTime(3600), "1 h");
+    EXPECT_EQ(PlayedTime(360'060), "100 h 1 min");
+    // 2026-03-01 00:30 UTC, seen from days after it; the tests' zone is UTC.
+    constexpr u64 kPlayed = 1772325000;
+    const auto day = [](u32 month, u32 number, u32 year = 2026) {
+        return PlayedDay(kPlayed, {.year = year, .month = month, .day = number});
+    };
+    EXPECT_EQ(PlayedDay(0, {}), "");
+    EXPECT_EQ(day(3, 1), "today");
+    EXPECT_EQ(day(3, 2), "yesterday");
+    EXPECT_EQ(day(3, 14), "13 days ago");
+    EXPECT_EQ(day(3, 15), "2026-03-01");
+    EXPECT_EQ(day(3, 1, 2027), "2026-03-01");
+    EXPECT_EQ(day(2, 28), "2026-03-01");  // the clock was wrong then, or is now
+}
+
+TEST(ShelfTexts, CompletionsAreFoldersAndFilesThatCanBeGames) {
+    const TemporaryFolder folder;
+    for (const char* const name : {"pond", "poem", ".hidden"}) {
+        fs::create_directory(folder.path + "/" + name);
+    }
+    for (const char* const name : {"po.mxz", "po.txt", "po.zip", "MAIN.MX", "cart.wasm"}) {
+        WriteTextFile(folder.path + "/" + name, "");
+    }
+    const std::string at = folder.path + "/";
+    EXPECT_EQ(CompletionsOf(at + "po"),
+              (std::vector<std::string>{at + "po.mxz", at + "po.zip", at + "poem/", at + "pond/"}));
+    EXPECT_EQ(CompletionsOf(at).size(), 6u);
+    EXPECT_EQ(CompletionsOf(at + "."), std::vector<std::string>{at + ".hidden/"});
+    EXPECT_EQ(CompletionsOf("po").size(), 0u);
+    EXPECT_EQ(Completed(at + "p"), at + "po");
+    EXPECT_EQ(Completed(at + "pon"), at + "pond/");
+    EXPECT_EQ(Completed(at + "x"), at + "x");
+    EXPECT_EQ(PlainPath(at), folder.path);
+}
+
+}  // namespace
+
+}  // namespace moxi

@@ -1,0 +1,62 @@
+// The shelf in a real window: games are started from it, and it comes back.
+
+#include "tests/window/moxi_window.h"
+
+namespace moxi {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class ShelfWindow : public MoxiWindow {
+  protected:
+    void Open(const Lines& options = {"--mute"}) {
+        Lines arguments = {"env", "HOME=" + folder.path, "XDG_STATE_HOME=" + folder.path + "/state",
+                           "XDG_DATA_HOME=" + folder.path + "/share",
+                           std::string(MOXI_BIN_DIR) + "/moxi"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        process = StartProcess(arguments, folder.path + "/errors");
+    }
+    bool WaitForWindow(const std::string& title) {
+        name = title;
+        return WaitUntil([this] { return !Window().empty(); });
+    }
+};
+
+TEST_F(ShelfWindow, ReturnPlaysAGameInAProcessOfItsOwnAndTheShelfComesBack) {
+    fs::create_directories(folder.path + "/share/moxi/games");
+    fs::copy(game, folder.path + "/share/moxi/games/Message Log", fs::copy_options::recursive);
+    Open();
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    Shell("sleep 0.5; xdotool windowactivate --sync " + Window() +
+          " type --delay 50 'message'; sleep 0.3; xdotool key Return");
+    ASSERT_TRUE(WaitForWindow("Message Log")) << Errors();
+    // The shelf waits meanwhile: what is typed is the game's.
+    Shell("sleep 1.2; xdotool windowactivate --sync " + Window() + " key ctrl+q");
+    ASSERT_TRUE(WaitUntil([this] { return Window().empty(); }));
+    ASSERT_TRUE(WaitForWindow("MOXI"));
+    const std::string record = OutputOf("cat " + folder.path + "/state/moxi/games/*.txt");
+    EXPECT_NE(record.find("name = Message Log\n"), std::string::npos) << record;
+    EXPECT_EQ(record.find("seconds = 0\n"), std::string::npos) << record;
+    // It has the keyboard again.
+    ASSERT_TRUE(WaitUntil([this] {
+        OutputOf("xdotool windowactivate --sync " + Window() + " key ctrl+q 2>&1; sleep 0.3");
+        return Window().empty();
+    }));
+    EXPECT_EQ(WaitForExit(), 0);
+}
+
+TEST_F(ShelfWindow, WithoutADisplayThatCanBeReachedItIsTheUsage) {
+    Open({"--mute"});
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    Shell("sleep 0.3; xdotool windowactivate --sync " + Window() + " key alt+F4");
+    EXPECT_EQ(WaitForExit(), 0);
+    const ProgramResult result =
+        RunProgram("/usr/bin/env", {"DISPLAY=:99999", "HOME=" + folder.path, MOXI_BIN_DIR "/moxi"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors, "usage: moxi [options] GAME (moxi --help lists the options)\n");
+}
+
+}  // namespace
+
+}  // namespace moxi
