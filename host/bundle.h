@@ -5,7 +5,7 @@
 
 namespace moxi {
 
-// Fills in where the user's own folders lie, which no game has a say in. Before FindGame.
+// Fills in where the user's own folders lie, which no game has a say in. FindGame looks at them.
 void FindUserFolders();
 
 // The folder that a game at this path has, without a look into it.
