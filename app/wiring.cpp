@@ -91,7 +91,7 @@ void WireRooms(const Options& options) {
 
     StartPangoText();
 
-    StartPanel({.noSound = options.mute});
+    StartPanel({.noSound = options.mute, .moves = !options.headless});
     surfaceSlots = {
         .togglePanel = TogglePanel,
         .close = ClosePanel,
