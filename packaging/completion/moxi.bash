@@ -29,7 +29,7 @@ _moxi() {
     if [ "${word#-}" != "$word" ]; then
         _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --soundfont --full-screen
             --scale --headless --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace
-            --record --preferences --dump-ui" "$word"
+            --record --preferences --dump-ui
             --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --pack --with-symbols --new --c --lua" "$word"
     else
         _moxi_files ".MX|.mxz|.zip|.wasm" "$word"
