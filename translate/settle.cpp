@@ -96,7 +96,7 @@ const CodePlace* SettleInterrupted(void* context) {
     static CodePlace between;
     if (const TranslatedRegion* const region = RegionOf(at)) {
         place = PlaceAt(*region, static_cast<size_t>(at - region->code));
-    } else if (at >= settling.jump) {
+    } else if (at >= settling.jump && at < settling.jumpEnd) {
         // On the way from one place to another, whose address is in eax.
         between.pc = static_cast<u32>(registers[REG_RAX]);
         place = &between;
