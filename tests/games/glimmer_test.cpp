@@ -389,11 +389,7 @@ TEST_F(GlimmerRules, AGustOfTheOrchardPushesTheFirefly) {
 TEST_F(GlimmerRules, OverTheIceOfTheGroveTheFireflyGlides) {
     const auto glide = [](u32 night) {
         Events events = NightWithout(night, 77, 5, 24);
-        for (u32 cell = 0; cell < 1024; ++cell) {
-            events.text += std::to_string(events.now) + " post 100 " +
-                           std::to_string(At("cells") + 4 * cell) +
-                           " 33686018 0\n";  // ponds all over
-        }
+        events.Call("flood");
         events.Poke("hero_vx", 4 * kPixel).Call("play_steps", 60).Poke("scene", Pause);
         return PlayGame(events).LongAt("hero_vx");
     };
@@ -424,7 +420,7 @@ TEST_F(GlimmerRules, TheShadeFliesTheWayOfTheFirefly) {
 TEST_F(GlimmerRules, TheTwelfthLanternBringsTheMorning) {
     Events events;
     events.Poke("option_first", 12).Return().Poke("intro_steps", 0).Poke("score", 1000);
-    events.Poke("glow", 500).Poke("leaving_steps", 1).Wait(30).Note();
+    events.Poke("leaving_steps", 30).Poke("glow", 500).Wait(600).Note();
     Events rest = events;
     rest.Down().Return().Note().Return().Note();
     const GameResult rested = PlayGame(rest);
