@@ -397,24 +397,28 @@ TEST_F(GlimmerRules, OverTheIceOfTheGroveTheFireflyGlides) {
     EXPECT_LT(glide(3), kPixel / 100);
 }
 
-// It is where the firefly was 200 steps ago.
+// It is where the firefly was 200 steps ago: 150 steps after a leap of 300 pixels still where that
+// was before, and 230 steps after it, or some more for the time between, at its new place, where it
+// touches.
 TEST_F(GlimmerRules, TheShadeFliesTheWayOfTheFirefly) {
     const u32 kShade = 5;
-    Events events = NightWithout(9, 77, 0, 0);
-    events.Call("play_steps", 1).Poke("scene", Pause);
-    const GameResult start = PlayGame(events);
+    const GameResult start = PlayGame(NightWithout(9, 77, 0, 0).Poke("scene", Pause));
     const u32 record = FoeField(start, kShade, "foe_kind");
-    // All others are gone, and the shade comes at once.
+    const u32 before = start.LongAt("hero_x");
+    const u32 after = before + 300 * kPixel;
     const auto fly = [&](u32 steps) {
         Events flight = NightWithout(9, 77, 5, 24);
-        flight.Post(100, record + At("foe_kind"), kShade).Post(100, record + At("foe_wait"), 250);
-        flight.Poke("hero_vx", 4 * kPixel).Poke("glow", 3600);
-        return PlayGame(flight.Call("play_steps", steps).Poke("scene", Pause));
+        flight.Post(100, record + At("foe_kind"), kShade).Post(100, record + At("foe_wait"), 200);
+        flight.Call("play_steps", 100).Poke("hero_x", after).Call("play_steps", steps);
+        return PlayGame(flight.Poke("scene", Pause));
     };
-    const GameResult early = fly(60);
-    const GameResult late = fly(260);
-    EXPECT_EQ(late.Long(record + At("foe_x")), early.LongAt("hero_x"));
-    EXPECT_EQ(late.Long(record + At("foe_y")), early.LongAt("hero_y"));
+    const GameResult early = fly(150);
+    EXPECT_EQ(early.LongAt("hero_x"), after);
+    EXPECT_EQ(early.Long(record + At("foe_x")), before);
+    EXPECT_EQ(early.LongAt("hearts"), 3u);
+    const GameResult late = fly(230);
+    EXPECT_EQ(late.Long(record + At("foe_x")), after);
+    EXPECT_EQ(late.LongAt("hearts"), 2u);
 }
 
 TEST_F(GlimmerRules, TheTwelfthLanternBringsTheMorning) {

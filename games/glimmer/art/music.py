@@ -13,8 +13,8 @@ CYMBAL, WOOD_HIGH, WOOD_LOW = 49, 76, 77
 
 # How much of the difference between soft and loud a piece keeps. All were heard to have an RMS of about
 # -18 dB of full scale and peaks below -1 dB.
-SOFTNESS = {"TITLE": .35, "NIGHT1": .3, "NIGHT2": .35, "MARSH": .55, "EMBER": .6, "FROST": .7, "HOLLOW": .5,
-            "MORNING": .9, "DANGER": .3, "DAWN": .6, "FADE": .45, "SCORES": .4}
+SOFTNESS = {"TITLE": .35, "NIGHT1": .1, "NIGHT2": .42, "MARSH": .55, "EMBER": .6, "FROST": .7, "HOLLOW": .45,
+            "MORNING": .9, "DANGER": .2, "DAWN": .75, "FADE": .45, "SCORES": .35}
 
 
 def Piece(name, title, tempo, meter, chart, loops=True):
