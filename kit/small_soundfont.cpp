@@ -318,12 +318,34 @@ std::set<u32> WantedPresets(const SoundFont& font, const UsedPrograms& used) {
 void AddPrograms(const SmfFile& file, UsedPrograms& used) {
     // A system exclusive message can make any channel one of percussion.
     const bool mayChange = !file.sysex.empty();
+    // A channel plays program 0 until it chooses another.
+    u32 programs[16] = {};
     for (const SmfEvent& event : file.events) {
-        if ((event.status & 0xF0) != 0xC0) continue;
+        u32& program = programs[event.status & 15];
+        if ((event.status & 0xF0) == 0xC0) program = event.data1;
+        if ((event.status & 0xF0) != 0x90 || event.data2 == 0) continue;
         const bool isPercussion = (event.status & 15) == kPercussionChannel;
-        if (isPercussion || mayChange) used.percussion.insert(event.data1);
-        if (!isPercussion || mayChange) used.melodic.insert(event.data1);
+        if (isPercussion || mayChange) used.percussion.insert(program);
+        if (!isPercussion || mayChange) used.melodic.insert(program);
     }
+}
+
+// Programs that a SoundFont does not have are played by program 0.
+void AddSubstitutes(const SoundFont& font, UsedPrograms& used) {
+    const auto has = [&font](bool percussion, u32 program) {
+        const Table& heads = font.presets.heads;
+        for (u32 preset = 0; preset + 1 < heads.Rows(); ++preset) {
+            const bool isPercussion = heads.Get16(preset, 22) == kPercussionBank;
+            if (isPercussion == percussion && heads.Get16(preset, 20) == program) return true;
+        }
+        return false;
+    };
+    const auto lacks = [&has](bool percussion, const std::set<u32>& programs) {
+        return std::any_of(programs.begin(), programs.end(),
+                           [&](u32 program) { return !has(percussion, program); });
+    };
+    if (lacks(false, used.melodic)) used.melodic.insert(0);
+    if (lacks(true, used.percussion)) used.percussion.insert(0);
 }
 
 }  // namespace
@@ -346,9 +368,11 @@ UsedPrograms ProgramsOfMusic(const std::string& folder) {
     return used;
 }
 
-std::string CutSoundFont(const std::string& bytes, const UsedPrograms& used, std::string& small) {
+std::string CutSoundFont(const std::string& bytes, const UsedPrograms& wanted, std::string& small) {
     SoundFont font;
     if (!ReadSoundFont(bytes, font)) return "damaged, or no SoundFont";
+    UsedPrograms used = wanted;
+    AddSubstitutes(font, used);
     const std::set<u32> presets = WantedPresets(font, used);
     const std::set<u32> instruments = LinksOf(font.presets, presets);
     if (!instruments.empty() && *instruments.rbegin() + 1 >= font.instruments.heads.Rows()) {

@@ -10,11 +10,10 @@
 
 namespace moxi {
 
-// What pieces choose: program numbers of melodic and of percussion channels. A channel plays
-// program 0 until it chooses another.
+// What pieces play: the program numbers of notes on melodic and on percussion channels.
 struct UsedPrograms {
-    std::set<u32> melodic = {0};
-    std::set<u32> percussion = {0};
+    std::set<u32> melodic = {};
+    std::set<u32> percussion = {};
     u32 pieces = 0;
 };
 
