@@ -34,6 +34,14 @@ u32 Size32(const std::string& bytes, size_t at) {
     return value;
 }
 
+Keys KeysOf(std::initializer_list<size_t> numbers) {
+    Keys keys;
+    for (const size_t number : numbers) keys.set(number);
+    return keys;
+}
+
+const Keys kAllKeys = ~Keys();
+
 // How many rows of so many bytes a table has, without the closing one.
 u32 Rows(const std::string& bytes, const std::string& table, u32 rowSize) {
     const size_t at = bytes.rfind(table);
@@ -51,28 +59,43 @@ TEST(SmallSoundFont, ProgramsAreThoseOfAllPiecesInTheGame) {
     WriteTextFile(folder.path + "/MUSIC/broken.mid", "MThd");
     const UsedPrograms used = ProgramsOfMusic(folder.path);
     EXPECT_EQ(used.pieces, 2u);
-    EXPECT_EQ(used.melodic, (std::set<u32>{40, 41}));
-    EXPECT_EQ(used.percussion, (std::set<u32>{25}));
+    EXPECT_EQ(used.melodic, (std::map<u32, Keys>{{40, KeysOf({0x40})}, {41, KeysOf({0x40})}}));
+    EXPECT_EQ(used.percussion, (std::map<u32, Keys>{{25, KeysOf({0x24})}}));
     // A message to the whole synthesiser may make any channel one of percussion.
     WriteTextFile(folder.path + "/MUSIC/b.mid",
                   Piece(std::string("\0\xF0\x05\x7E\x7F\x09\x01\xF7\0\xC2\x07", 11) +
                         std::string("\0\x92\x40\x40", 4)));
-    EXPECT_EQ(ProgramsOfMusic(folder.path).percussion, (std::set<u32>{7, 25}));
+    EXPECT_EQ(ProgramsOfMusic(folder.path).percussion,
+              (std::map<u32, Keys>{{7, kAllKeys}, {25, KeysOf({0x24})}}));
 }
 
 TEST(SmallSoundFont, HoldsThePresetsThatAreChosen) {
     const std::string whole = ReadTextFile(kSoundFont);
     ASSERT_GT(whole.size(), 5'000'000u);
     std::string small;
-    ASSERT_EQ(CutSoundFont(whole, {.melodic = {0, 73}, .percussion = {0}}, small), "");
+    ASSERT_EQ(
+        CutSoundFont(whole,
+                     {.melodic = {{0, kAllKeys}, {73, kAllKeys}}, .percussion = {{0, kAllKeys}}},
+                     small),
+        "");
     // The grand piano, the flute, the standard kit.
     EXPECT_EQ(Rows(small, "phdr", 38), 3u);
     EXPECT_LT(Rows(small, "shdr", 46), Rows(whole, "shdr", 46) / 2);
     EXPECT_LT(small.size(), 2'500'000u);
     EXPECT_EQ(Size32(small, 4) + 8, small.size());
+    // With one drum of the kit.
+    std::string drum;
+    ASSERT_EQ(CutSoundFont(whole, {.percussion = {{0, KeysOf({38})}}}, drum), "");
+    EXPECT_EQ(Rows(drum, "phdr", 38), 1u);
+    EXPECT_LE(Rows(drum, "shdr", 46), 4u);
+    EXPECT_GE(Rows(drum, "shdr", 46), 1u);
     // What has been cut can be cut again, to the same.
     std::string again;
-    ASSERT_EQ(CutSoundFont(small, {.melodic = {0, 73}, .percussion = {0}}, again), "");
+    ASSERT_EQ(
+        CutSoundFont(small,
+                     {.melodic = {{0, kAllKeys}, {73, kAllKeys}}, .percussion = {{0, kAllKeys}}},
+                     again),
+        "");
     EXPECT_EQ(again, small);
 }
 
@@ -101,7 +124,7 @@ TEST(SmallSoundFont, AGameSoundsTheSame) {
 
 TEST(SmallSoundFont, DamagedSoundFontsAreRefusedOrCut) {
     std::string base;
-    const UsedPrograms used = {.melodic = {73}, .percussion = {200}};
+    const UsedPrograms used = {.melodic = {{73, kAllKeys}}};
     ASSERT_EQ(CutSoundFont(ReadTextFile(kSoundFont), used, base), "");
     std::string small;
     EXPECT_EQ(CutSoundFont("", used, small), "damaged, or no SoundFont");
