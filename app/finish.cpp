@@ -18,6 +18,7 @@
 #include "gfx/png_write.h"
 #include "host/preferences.h"
 #include "host/view.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/profile.h"
 #include "surface/shown.h"
@@ -91,6 +92,7 @@ void Finish(int status) {
     if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
     RecordPlayEnd();
     SavePreferences();
+    if (moduleStarted > 0) SaveWindowPlace();
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

@@ -42,6 +42,7 @@
 #include "host/menu.h"
 #include "host/preferences.h"
 #include "host/view_scale.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/new_game.h"
 #include "kit/pack.h"
@@ -128,12 +129,21 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
     return files;
 }
 
+// Where the places of windows are kept. Runs that are the same for everybody have none, and so have
+// those whose data somebody keeps elsewhere, and views that fill the screen.
+std::string WindowPlaceFile(const Options& options) {
+    if (options.headless || !options.dataFolder.empty() || folders.state.empty()) return "";
+    return folders.state + "/windows";
+}
+
 // Before there are threads and before anything is restricted: the processes that do what this one
 // may not do later.
 void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     outputs.ownFiles = recordFiles;
     if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
+    const std::string places = WindowPlaceFile(options);
+    if (!places.empty()) outputs.ownFiles.push_back(places);
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = ScreenshotFolder();
@@ -190,14 +200,16 @@ Status ServeTheKit(Options& options) {
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped =
-        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
+    const ShipResult shipped = ShipGame(options.bundle, options.game,
+                                        {.soundFonts = SoundFontCandidates(options.soundfont),
+                                         .wholeSoundFont = !options.soundfont.empty(),
+                                         .symbols = options.withSymbols});
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }
 
-// Where the user's folders lie, and with --watch the process that watches. Nothing has been read of
-// the game yet, but by that process.
+// Where the user's folders lie, and with --watch the process that watches the game. Nothing else
+// has read anything of the game yet.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
     if (!missing.empty()) return RefuseGame(options, missing);
@@ -234,8 +246,8 @@ void ApplyPreferences(const Options& options) {
     UsePadMap(preferences.padMap);
 }
 
-// From here on, before the first byte of the game is read, no more is reached than this. The helper
-// processes, which reach more, start before, and so before there are threads.
+// Restricts the process, before the first byte of the game is read. The helper processes, which
+// may reach more, are made before that; a process can be copied only while it has one thread.
 Status EnterSandbox(Options& options) {
     if (options.unlocked) {
         SystemLog("no sandbox: the game may do what you may do");
@@ -255,10 +267,14 @@ Status EnterSandbox(Options& options) {
     const std::string unusable = FindGameAndData(options.game);
     if (!unusable.empty()) return RefuseGame(options, unusable);
     ApplyPreferences(options);
+    const bool isFitted = preferences.scale >= kScaleFit;
+    ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
+                    folders.dataName.empty() ? folders.gameName : folders.dataName);
     return {};
 }
 
-// What looks on while the module runs, then the slots, which some of it stands behind.
+// What follows the module while it runs: trace, profile, recording, debugger. Then the slots, some
+// of which lead to these.
 Status WireProgram(Options& options) {
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");

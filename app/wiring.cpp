@@ -26,6 +26,7 @@
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
+#include "host/window_place.h"
 #include "kit/debugger/debugger.h"
 #include "kit/fault_names.h"
 #include "surface/panel.h"
@@ -40,13 +41,15 @@ namespace moxi {
 namespace {
 
 constinit decltype(DesktopEvents::didFinishLaunching) launch = nullptr;
+constinit bool startInFullScreen = false;
 
-void LaunchInFullScreen() {
+void LaunchAsThePlayerWants() {
     // The user's wish and not the program's: taken from the desktop before the launch puts the
     // recording's own functions there, it is recorded.
-    void (*const toggleFullScreen)() = desktop.toggleFullScreen;
+    const Desktop plain = desktop;
     launch();
-    toggleFullScreen();
+    RestoreWindowPlace(plain.setWindowFrame);
+    if (startInFullScreen) plain.toggleFullScreen();
 }
 
 // With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
@@ -99,7 +102,6 @@ void WireRooms(const Options& options) {
         .input = PanelInput,
         .draw = DrawPanel,
     };
-    padSlots.openPanel = TogglePanel;
 
     desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
@@ -110,12 +112,20 @@ void WireRooms(const Options& options) {
         .screensChanged = moxiAppDelegate::screenParametersDidChange,
         .willEndByForce = WriteDumpsOfForcedEnd,
         .windowShouldClose = moxiWindow::windowShouldClose,
-        .windowWillClose = moxiWindow::windowWillClose,
+        .windowWillClose =
+            [] {
+                NoteLastWindowPlace();
+                moxiWindow::windowWillClose();
+            },
         .windowDidResize = moxiWindow::didResizeNotification,
         .windowDidMove = moxiWindow::didMoveNotification,
         .windowDidMiniaturize = moxiWindow::didMiniaturizeNotification,
         .windowDidDeminiaturize = moxiWindow::didDeminiaturizeNotification,
-        .windowWillEnterFullScreen = moxiWindow::willEnterFullScreenNotification,
+        .windowWillEnterFullScreen =
+            [] {
+                NoteWindowPlace();
+                moxiWindow::willEnterFullScreenNotification();
+            },
         .windowDidEnterFullScreen = moxiWindow::didEnterFullScreenNotification,
         .windowWillExitFullScreen = moxiWindow::willExitFullScreenNotification,
         .windowDidExitFullScreen = moxiWindow::didExitFullScreenNotification,
@@ -144,9 +154,11 @@ void WireRooms(const Options& options) {
         .post = PostMessage,
         .screenshot = WriteScreenshot,
     }));
-    if (!preferences.fullScreen) return;
+    // A fitted view is on the whole screen as it is.
+    startInFullScreen =
+        preferences.fullScreen && (options.headless || preferences.scale < kScaleFit);
     launch = desktopEvents.didFinishLaunching;
-    desktopEvents.didFinishLaunching = LaunchInFullScreen;
+    desktopEvents.didFinishLaunching = LaunchAsThePlayerWants;
 }
 
 }  // namespace moxi

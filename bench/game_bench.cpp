@@ -1,6 +1,7 @@
 // What Glimmer Hollow costs: the game in a window of 1280 x 800 on an X server of its own (Xvfb
-// with openbox), while the firefly flies by itself. moxi has one processor core for itself, the X
-// server another one, where there are two.
+// with openbox), while the firefly flies by itself; and the same fitted to a screen of 3840 x 2160,
+// which has no graphics processor. moxi has one processor core for itself, the X server another
+// one, where there are two.
 //
 //   game_bench [--seconds N] [--update FILE]
 //
@@ -17,6 +18,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -129,21 +131,29 @@ struct WindowFigures {
     double load = 0;        // of one core, in percent
 };
 
-WindowFigures MeasureWindow(const Options& options) {
+// How the game is shown: the screen, and what the file of preferences says.
+struct Setting {
+    const char* screen;
+    const char* preferences;
+};
+
+WindowFigures MeasureWindow(const Options& options, const Setting& setting) {
     XSession session;
-    if (!session.Start("1400x900x24")) Fail("Xvfb, openbox or xdotool is missing");
+    if (!session.Start(setting.screen)) Fail("Xvfb, openbox or xdotool is missing");
     Pin(session.server, 1);
     Pin(session.manager, 1);
     const Folder folder;
     const MeasuredGame measured = MakeGame(folder.path);
     const std::string image = folder.path + "/image";
+    const std::string preferences = folder.path + "/preferences";
+    std::ofstream(preferences) << setting.preferences;
     double seconds = 0;
     double processor = 0;
     {
-        const RunningGame game(
-            {"taskset", "-c", "0", std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder",
-             folder.path + "/data", "--dump-image", image, measured.folder},
-            kTitle);
+        const RunningGame game({"taskset", "-c", "0", std::string(MOXI_BIN_DIR) + "/moxi", "--mute",
+                                "--data-folder", folder.path + "/data", "--preferences",
+                                preferences, "--dump-image", image, measured.folder},
+                               kTitle);
         SleepMs(kUntilDemoMs);
         const auto start = std::chrono::steady_clock::now();
         const double before = game.ProcessorTime();
@@ -203,7 +213,7 @@ std::string Row(const char* format, auto... values) {
 }
 
 std::string Measure(const Options& options) {
-    const WindowFigures window = MeasureWindow(options);
+    const WindowFigures window = MeasureWindow(options, {"1400x900x24", ""});
     const double headless = MeasureHeadless(options);
     const std::string processor =
         OutputOf("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1");
@@ -214,6 +224,20 @@ std::string Measure(const Options& options) {
     table += Row("| processor time of a picture | %.2f ms | < 16.67 ms |\n", window.msPerFrame);
     table += Row("| share of one core | %.1f %% | |\n", window.load);
     table += Row("| real time of a picture, headless | %.2f ms | |\n", headless);
+    constexpr Setting kLarge[] = {
+        {"3840x2160x24", "scale = 2\n"},
+        {"3840x2160x24", "scale = fit-fractional\n"},
+        {"3840x2160x24", "scale = fit-fractional\nfilter = smooth\n"},
+    };
+    constexpr const char* kNames[] = {"by 2 steps, 2560 x 1600", "by 2.7, 3456 x 2160, sharp",
+                                      "by 2.7, 3456 x 2160, smooth"};
+    for (std::size_t i = 0; i < std::size(kLarge); ++i) {
+        const WindowFigures large = MeasureWindow(options, kLarge[i]);
+        table += Row("| enlarged %s: pictures a second | %.1f | 60 |\n", kNames[i],
+                     large.framesPerSecond);
+        table += Row("| enlarged %s: processor time of a picture | %.2f ms | < 16.67 ms |\n",
+                     kNames[i], large.msPerFrame);
+    }
     return table;
 }
 

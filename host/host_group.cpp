@@ -108,6 +108,7 @@ void GetWindowGeometry(u32 address) {
 void SetWindowGeometry(u32 address) {
     u32 words[5];
     std::memcpy(words, CheckedRange(address, sizeof words), sizeof words);
+    modulePlacesWindow = true;
     requestedGeometry = {words[0], words[1], words[2], words[3], words[4] != 0};
     ApplyWindowGeometry();
 }

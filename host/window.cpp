@@ -83,6 +83,7 @@ constinit bool fullScreenTransition = false;
 constinit bool miniaturized = false;
 constinit bool programmaticResize = false;
 constinit bool titleGuard = false;
+constinit bool modulePlacesWindow = false;
 
 ViewSize ComputeDesktopExtent() {
     ViewSize extent;
@@ -131,7 +132,7 @@ void ResetWindow() {
     reportedWidth = 1000;
     reportedHeight = 600;
     fullScreenTransition = miniaturized = programmaticResize = titleGuard = false;
-    fullScreenState = frameChangeRuns = false;
+    fullScreenState = frameChangeRuns = modulePlacesWindow = false;
 }
 
 bool moxiWindow::windowShouldClose() {

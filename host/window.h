@@ -25,6 +25,7 @@ extern u32 windowedHeight;
 extern bool fullScreenTransition;  // from before full screen is entered until it is left
 extern bool miniaturized;
 extern bool programmaticResize;  // while set, window notifications post nothing
+extern bool modulePlacesWindow;  // the module has asked for a geometry
 extern bool titleGuard;          // the same, while the title is set
 
 // --- Operations

@@ -70,20 +70,6 @@ bool ParseSize(const std::string& text, u64 highest, u64& size) {
     return at == text.size() && value <= highest;
 }
 
-bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
-              std::string& wrong) {
-    if (!place.empty()) {
-        wrong = option + " is given twice";
-        return false;
-    }
-    if (value.empty()) {
-        wrong = option + " needs a file name";
-        return false;
-    }
-    place = value;
-    return true;
-}
-
 bool TakeSize(const std::string& option, const std::string& value, u64 highest, u64& size,
               std::string& wrong) {
     if (ParseSize(value, highest, size)) return true;

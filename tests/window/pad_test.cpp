@@ -113,7 +113,9 @@ TEST_F(Pads, APadThatIsConnectedLaterIsFoundAndHeard) {
 TEST_F(Pads, APadThatIsTakenAwayHasLetGoOfEverything) {
     Connect();
     EXPECT_EQ(Press("a x"), (Lines{"pad-button a down", "pad-axis leftx -1"}));
-    EXPECT_EQ(Press("q"), (Lines{"pad-button a up", "pad-axis leftx 0"}));
+    Lines released = Press("q");
+    std::sort(released.begin(), released.end());
+    EXPECT_EQ(released, (Lines{"pad-axis leftx 0", "pad-button a up"}));
 }
 
 TEST_F(Pads, TwoPadsAreOne) {
