@@ -206,7 +206,7 @@ void SetFloor(const Region& region) {
 }
 
 TranslatedRegion* Translate(u32 pc) {
-    const Region region = FindRegion(pc, [](u32 at) { return regionAt.contains(at); });
+    const Region region = FindRegion(pc, [](u32 at) { return EntryAt(at) != 0; });
     if (region.instructions.empty()) return nullptr;
     const u16 wide = WideRegisters(region);
     CountUses(region, registerUses);
@@ -222,6 +222,8 @@ TranslatedRegion* Translate(u32 pc) {
             {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
              reinterpret_cast<const void*>(MoveBlock)},
             shared);
+        settling.jump = shared.jump;
+        settling.jumpEnd = shared.moveBlock;
         WriteCode(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
