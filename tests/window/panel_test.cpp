@@ -13,17 +13,17 @@ class MoxiPanel : public MoxiWindow {
 
 TEST_F(MoxiPanel, ControlAndCommaOpenItOverThePausedGameWhichGoesOnAfterwards) {
     Start({"--mute", "--preferences", folder.path + "/preferences"});
-    const std::string game = Picture();
+    const std::string plain = Picture();
     // Control is Command, which the game gets and is then told to be up; the comma is not its own.
     EXPECT_EQ(Cause("xdotool key --clearmodifiers ctrl+comma"), (Lines{"c 11 0 0", "d 11 0 0"}));
-    EXPECT_TRUE(WaitUntil([&] { return Picture() != game; }));
+    EXPECT_TRUE(WaitUntil([&] { return Picture() != plain; }));
     // Keys and clicks are the panel's: on the music's slider two steps down.
     EXPECT_EQ(CauseAll("xdotool key a key Tab key Left key Left mousemove 600 400 click 3"),
               Lines{});
     EXPECT_EQ(Preferences(), "");
     EXPECT_EQ(CauseAll("xdotool key Escape"), Lines{});
     EXPECT_TRUE(WaitUntil([&] { return Preferences() == "music-volume = 90\n"; })) << Preferences();
-    EXPECT_TRUE(WaitUntil([&] { return Picture() == game; }));
+    EXPECT_TRUE(WaitUntil([&] { return Picture() == plain; }));
     EXPECT_EQ(Type("a"), (Lines{"c 41 1 0", "e 61 0 0"}));
 }
 
