@@ -12,8 +12,8 @@ namespace moxi {
 // There is one of it.  NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Options {
     std::vector<std::string> arguments;  // all of the command line
-    std::string game;   // "" when none was named
-    std::string named;  // what was named in its place: an archive or a cartridge
+    std::string game;                    // "" when none was named
+    std::string named;                   // what was named in its place: an archive or a cartridge
     std::string dataFolder;
     bool mute = false;
     std::optional<u32> musicVolume;  // percent of the amplitude; else as the preferences say
