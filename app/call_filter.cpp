@@ -163,9 +163,10 @@ class Filter {
   public:
     explicit Filter(u32 otherwise) : context(seccomp_init(otherwise)) {
         if (context == nullptr) return;
-        // Calls in the way of another processor.
+        // Calls that are made in the manner of another processor, such as the 32-bit ones.
         seccomp_attr_set(context, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_ERRNO(EPERM));
-        // The filter is no reason to slow down the interpreter's own code.
+        // Without this flag the kernel turns speculation past stores off for a process with a
+        // filter, which slows the interpreter down.
         seccomp_attr_set(context, SCMP_FLTATR_CTL_SSB, 1);
         seccomp_attr_set(context, SCMP_FLTATR_CTL_OPTIMIZE, 2);
         seccomp_attr_set(context, SCMP_FLTATR_CTL_TSYNC, 1);

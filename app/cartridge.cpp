@@ -14,6 +14,7 @@
 #include "host/bundle.h"
 #include "host/checksum.h"
 #include "host/home.h"
+#include "host/plist.h"
 #include "wasm/translate.h"
 
 namespace moxi {
@@ -71,18 +72,9 @@ std::string NameOf(const fs::path& path) {
 }
 
 std::string PropertyList(const std::string& name) {
-    std::string text;
-    for (const char c : name) {
-        switch (c) {
-            case '&': text += "&amp;"; break;
-            case '<': text += "&lt;"; break;
-            case '>': text += "&gt;"; break;
-            default: text += c; break;
-        }
-    }
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
            "<key>ZULGameName</key><string>" +
-           text + "</string>\n</dict></plist>\n";
+           EscapedXml(name) + "</string>\n</dict></plist>\n";
 }
 
 // Whoever starts the game meanwhile sees the old file or the new one.
@@ -99,10 +91,10 @@ bool ReplaceFile(const fs::path& path, std::string_view bytes) {
 }
 
 int TranslateCartridge(const Cartridge& cartridge, const std::string& key) {
-    moxi::TranslateOptions options;
+    TranslateOptions options;
     options.cartridge = cartridge.bytes;
     options.libraryFolder = OwnResource("library");
-    const moxi::Translation made = moxi::Translate(cartridge.console, options);
+    const Translation made = Translate(cartridge.console, options);
     if (!made.ok) {
         for (const std::string& error : made.errors) Refuse(cartridge.path, error);
         return kFailed;

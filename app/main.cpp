@@ -200,14 +200,16 @@ Status ServeTheKit(Options& options) {
     if (const Status status = PrepareCartridge(options)) return status;
     UseOwnFonts();
     if (options.bundle.empty()) return {};
-    const ShipResult shipped =
-        ShipGame(options.bundle, options.game, SoundFontCandidates(""), options.withSymbols);
+    const ShipResult shipped = ShipGame(options.bundle, options.game,
+                                        {.soundFonts = SoundFontCandidates(options.soundfont),
+                                         .wholeSoundFont = !options.soundfont.empty(),
+                                         .symbols = options.withSymbols});
     if (shipped.status != 0) RefuseCommandLine(shipped.problem);
     return shipped.status;
 }
 
-// Where the user's folders lie, and with --watch the process that watches. Nothing has been read of
-// the game yet, but by that process.
+// Where the user's folders lie, and with --watch the process that watches the game. Nothing else
+// has read anything of the game yet.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
     if (!missing.empty()) return RefuseGame(options, missing);
@@ -244,8 +246,8 @@ void ApplyPreferences(const Options& options) {
     UsePadMap(preferences.padMap);
 }
 
-// From here on, before the first byte of the game is read, no more is reached than this. The helper
-// processes, which reach more, start before, and so before there are threads.
+// Restricts the process, before the first byte of the game is read. The helper processes, which
+// may reach more, are made before that; a process can be copied only while it has one thread.
 Status EnterSandbox(Options& options) {
     if (options.unlocked) {
         SystemLog("no sandbox: the game may do what you may do");
@@ -271,7 +273,8 @@ Status EnterSandbox(Options& options) {
     return {};
 }
 
-// What looks on while the module runs, then the slots, which some of it stands behind.
+// What follows the module while it runs: trace, profile, recording, debugger. Then the slots, some
+// of which lead to these.
 Status WireProgram(Options& options) {
     if (!options.trace.empty() && !StartTrace(options.trace)) {
         return RefuseCommandLine(options.trace + ": cannot be written");

@@ -77,7 +77,8 @@ void* malloc(size_t size) noexcept {
 }
 
 void* calloc(size_t count, size_t size) noexcept {
-    // A product that wraps gets nothing by right.
+    // A product that wraps is more than there is, so null is the right answer and no lack of
+    // memory.
     size_t bytes = 0;
     if (__builtin_mul_overflow(count, size, &bytes)) bytes = 0;
     return Checked(PlainCalloc(count, size), bytes);

@@ -27,7 +27,7 @@ void SetResult(void* context, long result) {
 #endif
 }
 
-// In a handler of a signal, so by hand.
+// This runs in a signal handler, where the C library's formatting is not allowed.
 void Tell(int call) {
     char line[] = "log: refused system call 0000\n";
     char* digit = line + sizeof line - 3;

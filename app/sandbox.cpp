@@ -126,7 +126,8 @@ void DeleteInSandbox(int folder, const char* name) {
         UnlinkBeneath(folder, name);
         return;
     }
-    // A restriction holds for a thread, so one that lives no longer than this can have it.
+    // A restriction holds for a thread, and for good: so this is done by a thread that ends with
+    // it.
     try {
         std::thread([folder, name] {
             LandlockRules rules(false);

@@ -102,7 +102,6 @@ void WireRooms(const Options& options) {
         .input = PanelInput,
         .draw = DrawPanel,
     };
-    padSlots.openPanel = TogglePanel;
 
     desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,

@@ -11,7 +11,8 @@ namespace moxi {
 namespace {
 
 constexpr DirtyRect kEmptyDirtyRect = {30000, 30000, -1, -1};
-// No image is large enough for a record here, so a record address never set is a memory fault.
+// The record while none has been selected: an address beyond every image, so that its use is a
+// memory fault.
 constexpr u32 kNoRecord = 0xFFFFFFFF;
 constexpr Selection kNoSelection = {kNoBitmap, false, kNoRecord, nullptr, 0, 0, 0, 0, 0, 0, 0, 0};
 

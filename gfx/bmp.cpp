@@ -99,7 +99,7 @@ struct Rows {
 
 Rows RowsOf(const Headers& headers) {
     u64 imageSize = headers.imageSize;
-    // Of 24-bit rows, whatever the picture has.
+    // A header without an image size counts as one of a 24-bit picture, whatever the picture has.
     const u64 usualStride = (u64{headers.width} * 3 + 3) / 4 * 4;
     if (imageSize == 0) imageSize = usualStride * headers.height;
     const bool withAlpha = headers.bitsPerPixel > 24;

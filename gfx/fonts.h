@@ -15,7 +15,8 @@ constexpr u32 kTextBold = 1U << 22;
 constexpr u32 kTextTimes = 1U << 24;
 constexpr u32 kTextItalic = 1U << 27;
 constexpr u32 kTextUnderline = 1U << 28;
-// What makes a cached font another one. The underline does, though its font is the same.
+// Two texts share an entry of the cache where these are equal. The underline counts, though it
+// does not change the font.
 constexpr u32 kFontStyleFlags = 0x19600000;
 static_assert(kFontStyleFlags ==
               (kTextCourier | kTextBold | kTextTimes | kTextItalic | kTextUnderline));

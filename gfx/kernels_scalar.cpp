@@ -59,7 +59,8 @@ void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRo
 
 }  // namespace
 
-// Here, where the vector loops' compiler does not see the values.
+// Defined in this file, so that the compiler does not see the values when it compiles the vector
+// loops: it would make them anew from numbers within each loop.
 constinit const BlendBytes blendBytes = {
     {1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0},
     {1, 0, 1, 0, 1, 0, 1, 255, 1, 0, 1, 0, 1, 0, 1, 255},

@@ -77,8 +77,8 @@ constexpr bool kPartialAccess = HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
     hn::BlendedStore(v, hn::FirstN(d32, count), d32, reinterpret_cast<u32*>(pixels));
 }
 
-// Constants of the blending loops, in registers from the start: made from numbers within the loop,
-// which compilers prefer when they know them, they would cost as much as the arithmetic.
+// Constants of the blending loops, loaded into registers before the loop. Compilers that know the
+// values make them from numbers within the loop, which costs as much as the arithmetic.
 struct BlendConstants {
     V16 one, oneOrMost, most;
     V32 alphaMask;

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zip.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "host/bundle.h"
+#include "host/zip_library.h"
 
 namespace moxi {
 
@@ -25,14 +25,19 @@ namespace {
 constexpr const char* kModuleFile = "MAIN.MX";
 constexpr std::string_view kArchiveStart("PK\3\4", 4);
 
+constexpr const char* kNoLibrary = "libzip, which opens archives, is not installed";
+
+// Loaded by whoever calls from outside.
+constinit const ZipLibrary* zip = nullptr;
+
 using Archive = std::unique_ptr<zip_t, void (*)(zip_t*)>;
 using Entry = std::unique_ptr<zip_file_t, int (*)(zip_file_t*)>;
 
 std::string ErrorText(int code) {
     zip_error_t error;
-    zip_error_init_with_code(&error, code);
-    std::string text = zip_error_strerror(&error);
-    zip_error_fini(&error);
+    zip->error_init_with_code(&error, code);
+    std::string text = zip->error_strerror(&error);
+    zip->error_fini(&error);
     return text;
 }
 
@@ -67,7 +72,7 @@ std::string WhyNoName(const std::string& name, const ArchiveLimits& limits) {
 std::string WhyNoKind(zip_t* archive, zip_uint64_t index, bool isFolder) {
     zip_uint8_t system = 0;
     zip_uint32_t attributes = 0;
-    if (zip_file_get_external_attributes(archive, index, 0, &system, &attributes) != 0) {
+    if (zip->file_get_external_attributes(archive, index, 0, &system, &attributes) != 0) {
         return "its attributes cannot be read";
     }
     const mode_t kind = attributes >> 16 & S_IFMT;
@@ -82,7 +87,7 @@ std::string WhyNotReadable(const zip_stat_t& about) {
     if ((about.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && about.encryption_method != ZIP_EM_NONE) {
         return "encrypted";
     }
-    if (zip_compression_method_supported(about.comp_method, 0) == 0) {
+    if (zip->compression_method_supported(about.comp_method, 0) == 0) {
         return "compressed in an unknown way";
     }
     return "";
@@ -92,8 +97,8 @@ std::string WhyNotReadable(const zip_stat_t& about) {
 std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& limits,
                       PackedFile& file) {
     zip_stat_t about;
-    if (zip_stat_index(archive, index, 0, &about) != 0 || (about.valid & ZIP_STAT_NAME) == 0) {
-        return "entry " + std::to_string(index + 1) + ": " + zip_strerror(archive);
+    if (zip->stat_index(archive, index, 0, &about) != 0 || (about.valid & ZIP_STAT_NAME) == 0) {
+        return "entry " + std::to_string(index + 1) + ": " + zip->strerror(archive);
     }
     file.index = index;
     file.name = about.name;
@@ -119,7 +124,7 @@ std::string WhyTooLarge(u64 bytes, u64 archiveBytes, const ArchiveLimits& limits
 // All names, before anything is written.
 std::string ReadEntries(zip_t* archive, u64 archiveBytes, const ArchiveLimits& limits,
                         std::vector<PackedFile>& files) {
-    const zip_int64_t count = zip_get_num_entries(archive, 0);
+    const zip_int64_t count = zip->get_num_entries(archive, 0);
     if (count < 0 || static_cast<u64>(count) > limits.entries) {
         return "it has more than " + std::to_string(limits.entries) + " entries";
     }
@@ -148,7 +153,7 @@ std::string CopyOut(zip_file_t* entry, int out, u64 size) {
     u8 part[65536];
     u64 written = 0;
     zip_int64_t count = 0;
-    while ((count = zip_fread(entry, part, sizeof part)) > 0) {
+    while ((count = zip->fread(entry, part, sizeof part)) > 0) {
         written += static_cast<u64>(count);
         if (written > size) return "larger than it says";
         const u8* at = part;
@@ -159,7 +164,8 @@ std::string CopyOut(zip_file_t* entry, int out, u64 size) {
             count -= done;
         }
     }
-    if (count < 0) return std::string("damaged: ") + zip_error_strerror(zip_file_get_error(entry));
+    if (count < 0)
+        return std::string("damaged: ") + zip->error_strerror(zip->file_get_error(entry));
     return written == size ? "" : "damaged: it ends early";
 }
 
@@ -169,8 +175,8 @@ std::string UnpackFile(zip_t* archive, const PackedFile& file, const fs::path& f
     fs::create_directories(file.isFolder ? path : path.parent_path(), error);
     if (error) return error.message();
     if (file.isFolder) return "";
-    const Entry entry(zip_fopen_index(archive, file.index, 0), zip_fclose);
-    if (entry == nullptr) return std::string("damaged: ") + zip_strerror(archive);
+    const Entry entry(zip->fopen_index(archive, file.index, 0), zip->fclose);
+    if (entry == nullptr) return std::string("damaged: ") + zip->strerror(archive);
     const int out = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (out < 0) return std::strerror(errno);
     std::string problem = CopyOut(entry.get(), out, file.size);
@@ -193,19 +199,19 @@ constexpr zip_uint16_t kDosTime = 0;
 constexpr zip_uint16_t kDosDate = 1 << 5 | 1;
 
 std::string AddFile(zip_t* archive, const fs::path& path, const std::string& name) {
-    zip_source_t* const source = zip_source_file(archive, path.c_str(), 0, -1);
-    if (source == nullptr) return name + ": " + zip_strerror(archive);
-    const zip_int64_t index = zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8);
+    zip_source_t* const source = zip->source_file(archive, path.c_str(), 0, -1);
+    if (source == nullptr) return name + ": " + zip->strerror(archive);
+    const zip_int64_t index = zip->file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8);
     if (index < 0) {
-        zip_source_free(source);
-        return name + ": " + zip_strerror(archive);
+        zip->source_free(source);
+        return name + ": " + zip->strerror(archive);
     }
     const zip_uint64_t at = static_cast<zip_uint64_t>(index);
     const zip_int32_t method = IsPackedAlready(path) ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
-    zip_set_file_compression(archive, at, method, method == ZIP_CM_DEFLATE ? 9 : 0);
-    zip_file_set_dostime(archive, at, kDosTime, kDosDate, 0);
+    zip->set_file_compression(archive, at, method, method == ZIP_CM_DEFLATE ? 9 : 0);
+    zip->file_set_dostime(archive, at, kDosTime, kDosDate, 0);
     constexpr zip_uint32_t kPlainFile = static_cast<zip_uint32_t>(S_IFREG | 0644) << 16;
-    zip_file_set_external_attributes(archive, at, 0, ZIP_OPSYS_UNIX, kPlainFile);
+    zip->file_set_external_attributes(archive, at, 0, ZIP_OPSYS_UNIX, kPlainFile);
     return "";
 }
 
@@ -238,13 +244,15 @@ bool IsArchive(const std::string& name) {
 }
 
 std::string UnpackArchive(int file, const std::string& folder, const ArchiveLimits& limits) {
+    zip = LoadZipLibrary();
+    if (zip == nullptr) return kNoLibrary;
     struct stat status;
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return "no file";
     const u64 archiveBytes = static_cast<u64>(status.st_size);
     if (archiveBytes > limits.archiveBytes) return "too large for an archive of a game";
     int code = 0;
     const int copy = dup(file);
-    const Archive archive(copy >= 0 ? zip_fdopen(copy, 0, &code) : nullptr, zip_discard);
+    const Archive archive(copy >= 0 ? zip->fdopen(copy, 0, &code) : nullptr, zip->discard);
     if (archive == nullptr) {
         if (copy >= 0) close(copy);
         return "damaged, or no archive: " + ErrorText(code);
@@ -261,13 +269,15 @@ std::string UnpackArchive(int file, const std::string& folder, const ArchiveLimi
 
 std::string WriteArchive(const std::string& folder, const std::string& path,
                          const ArchiveLimits& limits) {
+    zip = LoadZipLibrary();
+    if (zip == nullptr) return kNoLibrary;
     std::vector<std::string> names;
     if (std::string problem = FilesBelow(folder, names); !problem.empty()) return problem;
     if (names.size() > limits.entries) {
         return "more than " + std::to_string(limits.entries) + " files, which no moxi would unpack";
     }
     int code = 0;
-    Archive archive(zip_open(path.c_str(), ZIP_CREATE | ZIP_EXCL, &code), zip_discard);
+    Archive archive(zip->open(path.c_str(), ZIP_CREATE | ZIP_EXCL, &code), zip->discard);
     if (archive == nullptr) return ErrorText(code);
     u64 bytes = 0;
     for (const std::string& name : names) {
@@ -279,7 +289,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
         if (!problem.empty()) return problem;
     }
     if (bytes > limits.bytes) return WhyTooLarge(bytes, 0, limits);
-    if (zip_close(archive.get()) != 0) return zip_strerror(archive.get());
+    if (zip->close(archive.get()) != 0) return zip->strerror(archive.get());
     // It is gone with the closing; what is discarded is one that failed.
     archive.release();  // NOLINT(bugprone-unused-return-value)
     return "";

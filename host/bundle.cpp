@@ -231,4 +231,8 @@ std::string OwnResource(const std::string& name) {
     return own.parent_path() / "share" / "moxi" / name;
 }
 
+std::string OwnLibrary(const std::string& name) {
+    return ExecutableFolder().parent_path() / "lib" / "moxi" / name;
+}
+
 }  // namespace moxi

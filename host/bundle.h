@@ -5,7 +5,7 @@
 
 namespace moxi {
 
-// Fills in where the user's own folders lie, which no game has a say in. Before FindGame.
+// Fills in where the user's own folders lie, which no game has a say in. FindGame looks at them.
 void FindUserFolders();
 
 // The folder that a game at this path has, without a look into it.
@@ -34,5 +34,9 @@ std::string FindOwnGame();
 // The path of a file among the host's own resources: share/moxi/NAME beside the executable, where a
 // folder made by --bundle has it, else beside the executable's folder.
 std::string OwnResource(const std::string& name);
+
+// The path of a library that is given to shipped games in the place of the system's own of that
+// name: in lib/moxi beside the executable's folder.
+std::string OwnLibrary(const std::string& name);
 
 }  // namespace moxi

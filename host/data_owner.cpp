@@ -27,8 +27,8 @@ namespace fs = std::filesystem;
 //     module SHA-256
 //     file SIZE SECONDS.NANOSECONDS INODE
 //
-// Whoever runs the game holds it under a shared lock. The last line spares the host to read the
-// whole module at every start.
+// Every run of the game holds a shared lock on it. Thanks to the last line the host need not read
+// the whole module at every start.
 
 namespace {
 
@@ -159,8 +159,8 @@ Found LookAt(const std::string& folder, Owner& game, bool claim) {
     const int file = OpenStamp(folder, claim ? O_CREAT : 0);
     if (file < 0) {
         if (errno != ENOENT || claim) return Found::NoStamp;
-        // A folder of before there were stamps is the first game's that comes for it, but not with
-        // a module in it: who knows whose that is.
+        // A folder from before there were stamps goes to the first game that asks for it, but not
+        // with a module in it, since nobody knows whose that is.
         if (!made) return Found::End;
         return Exists(folder + "/" + kModuleFile) ? Found::Other : Found::Free;
     }

@@ -9,6 +9,7 @@
 #include "desktop/events.h"
 #include "host/key_names.h"
 #include "host/mouse.h"
+#include "host/surface_slots.h"
 #include "host/view.h"
 
 namespace moxi {
@@ -329,7 +330,7 @@ void Press(u32 control) {
         case ActionKind::Command:
         case ActionKind::Option: TellModifiers(); break;
         case ActionKind::Mouse: desktopEvents.mouseDown(action.code, pointerX, pointerY, 1); break;
-        case ActionKind::Panel: padSlots.openPanel(); break;
+        case ActionKind::Panel: surfaceSlots.togglePanel(); break;
         case ActionKind::None:
         case ActionKind::Pointer: break;
     }

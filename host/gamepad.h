@@ -11,12 +11,6 @@
 
 namespace moxi {
 
-// Called for a control that has the action "panel". Harmless until app/wiring fills it.
-struct PadSlots {
-    void (*openPanel)();
-};
-inline constinit PadSlots padSlots = {[] {}};
-
 // While the events of a key or of the pointer come from here: a recording holds the pad's own.
 extern bool padIsActing;
 

@@ -96,6 +96,7 @@ constexpr Row Switch(const char* name) {
             [](const Preferences& p) { return YesOrNo(p.*member); }};
 }
 
+constexpr size_t kLongestName = 60;
 constexpr std::string_view kScreenshotFolder = "screenshot-folder";
 
 constexpr Row kRows[] = {
@@ -149,7 +150,8 @@ std::string WhyNoPadChoice(std::string_view control, std::string_view action) {
 }  // namespace
 
 std::string ReadPreference(Preferences& into, std::string_view name, std::string_view value) {
-    const std::string whole(name);
+    // As much of it as a line of the log can take.
+    const std::string whole(name.substr(0, kLongestName));
     if (const Row* const row = RowOf(name)) {
         const std::string expected = row->read(into, value);
         return expected.empty() ? "" : whole + " has to be " + expected;

@@ -118,7 +118,7 @@ void Complain(const Lines& lines) {
         Preferences scratch;
         if (line.kind == LineKind::Broken) problem = "cannot be understood: " + Quoted(lines[i]);
         if (line.kind == LineKind::Value) {
-            problem = Quoted(ReadPreference(scratch, line.name, line.value));
+            problem = ReadPreference(scratch, line.name, line.value);
             if (problem.empty() && section != "" && !CanBeOfOneGame(line.name)) {
                 problem = std::string(line.name) + " is for all games alike";
             }

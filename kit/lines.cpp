@@ -21,7 +21,7 @@ constexpr u64 kMostBytes = u64{64} << 20;
 struct Lines {
     std::vector<CodeLine> lines;  // ascending
     std::vector<std::string> files;
-    std::vector<CodeArgument> arguments;  // ascending by function
+    std::vector<CodeVariable> variables;  // ascending by function
 };
 Lines known;
 
@@ -40,34 +40,60 @@ std::string_view TakeField(std::string_view& text) {
     return field;
 }
 
-// "R7", or "FP-16" for the LONG there.
-bool TakeBase(std::string_view text, CodeArgument& argument) {
-    if (text.starts_with("FP-")) {
-        argument.reg = kInFrame;
-        if (!TakeNumber(text.substr(3), argument.slot) || argument.slot < 0) return false;
-        argument.slot = -argument.slot;
-        return true;
+// "R7", "FP-16" for what is there, "#5" for the number; of what lies in memory a base of that kind,
+// or "0", and an offset.
+bool TakePlace(std::string_view text, CodePlace& place) {
+    const std::string_view base = TakeField(text);
+    place.kind = CodePlace::Kind::Number;
+    if (base.starts_with("FP-")) {
+        place.kind = CodePlace::Kind::Frame;
+        if (!TakeNumber(base.substr(3), place.slot) || place.slot < 0) return false;
+        place.slot = -place.slot;
+    } else if (base.starts_with('R')) {
+        place.kind = CodePlace::Kind::Register;
+        if (!TakeNumber(base.substr(1), place.reg) || place.reg >= 16) return false;
+    } else if (place.isMemory ? base != "0" : !base.starts_with('#')) {
+        return false;
     }
-    argument.slot = 0;
-    return text.starts_with('R') && TakeNumber(text.substr(1), argument.reg) && argument.reg < 16;
+    if (place.isMemory) return TakeNumber(text, place.number);
+    if (place.kind == CodePlace::Kind::Number && !TakeNumber(base.substr(1), place.number))
+        return false;
+    return text.empty();
+}
+
+// 000003A0 argument i32 count
+// 000003A0 variable 000003C0 000003E0 i32 i
+bool TakeVariable(u32 function, bool isArgument, std::string_view text, Lines& read) {
+    CodeVariable variable{function, isArgument, 0, 0xFFFFFFFF, "", "", {}};
+    if (!isArgument && (!TakeNumber(TakeField(text), variable.from, 16) ||
+                        !TakeNumber(TakeField(text), variable.to, 16))) {
+        return false;
+    }
+    variable.kind = std::string(TakeField(text));
+    variable.name = std::string(text);
+    if (variable.kind.empty() || variable.name.empty()) return false;
+    read.variables.push_back(std::move(variable));
+    return true;
 }
 
 // 000003A0 12 main.c
 // 000003A0 0
-// 000003A0 argument R12 -4 i32 count
+// 000003A0 argument i32 count
+// 000003A8 value 000003B0 R7
+// 000003B0 memory 000003C0 FP-16 -4
 bool ReadLine(std::string_view text, Lines& read, std::map<std::string, u32, std::less<>>& files) {
     u32 address = 0;
     if (!TakeNumber(TakeField(text), address, 16)) return false;
     const std::string_view what = TakeField(text);
-    if (what == "argument") {
-        CodeArgument argument{};
-        argument.function = address;
-        if (!TakeBase(TakeField(text), argument)) return false;
-        if (!TakeNumber(TakeField(text), argument.offset)) return false;
-        argument.kind = std::string(TakeField(text));
-        argument.name = std::string(text);
-        if (argument.kind.empty() || argument.name.empty()) return false;
-        read.arguments.push_back(std::move(argument));
+    if (what == "argument" || what == "variable")
+        return TakeVariable(address, what == "argument", text, read);
+    if (what == "value" || what == "memory") {
+        CodePlace place{};
+        place.from = address;
+        place.isMemory = what == "memory";
+        if (!TakeNumber(TakeField(text), place.to, 16) || !TakePlace(text, place)) return false;
+        if (read.variables.empty()) return false;
+        read.variables.back().places.push_back(place);
         return true;
     }
     CodeLine line{address, 0, 0};
@@ -95,7 +121,7 @@ std::string ReadAll(const std::string& text, Lines& read) {
     }
     std::stable_sort(read.lines.begin(), read.lines.end(),
                      [](const auto& a, const auto& b) { return a.address < b.address; });
-    std::stable_sort(read.arguments.begin(), read.arguments.end(),
+    std::stable_sort(read.variables.begin(), read.variables.end(),
                      [](const auto& a, const auto& b) { return a.function < b.function; });
     return "";
 }
@@ -209,10 +235,12 @@ std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addres
     return "";
 }
 
-std::vector<CodeArgument> ArgumentsOf(u32 function) {
-    const auto [first, last] = std::equal_range(
-        known.arguments.begin(), known.arguments.end(), CodeArgument{function, 0, 0, 0, "", ""},
-        [](const auto& a, const auto& b) { return a.function < b.function; });
+std::vector<CodeVariable> VariablesOf(u32 function) {
+    const auto first = std::lower_bound(
+        known.variables.begin(), known.variables.end(), function,
+        [](const CodeVariable& variable, u32 address) { return variable.function < address; });
+    auto last = first;
+    while (last != known.variables.end() && last->function == function) ++last;
     return {first, last};
 }
 

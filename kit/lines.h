@@ -1,5 +1,5 @@
 #pragma once
-// Which source lines a module's code comes from, and where its functions have their arguments: what
+// Which source lines a module's code comes from, and where its functions have their variables: what
 // `mxcc --lines` and `mxwasm --lines` wrote, for those who look into the module while it runs.
 
 #include <string>
@@ -53,21 +53,34 @@ bool SplitLineName(std::string_view text, std::string& file, u32& line);
 // with, where its arguments are. Returns what is wrong, or "".
 std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addresses);
 
-// --- Arguments
+// --- Variables
 
-// In memory, at the LONG of a register or of the frame plus an offset.
-struct CodeArgument {
+// Where a variable is while the program is at the addresses from `from` up to `to`: it is what a
+// register or a QUAD of the frame holds, or a number, or it lies in memory at the LONG of the
+// register or of the frame plus an offset.
+struct CodePlace {
+    u32 from;
+    u32 to;
+    enum class Kind : u8 { Register, Frame, Number } kind;
+    bool isMemory;
+    u32 reg;
+    i32 slot;    // from FP
+    i64 number;  // that of a Number, or the offset
+};
+
+// An argument or a variable of a function.
+struct CodeVariable {
     u32 function;  // its address
-    u32 reg;       // of kInFrame: the frame's LONG at `slot`
-    i32 slot;      // from FP
-    i32 offset;
+    bool isArgument;
+    u32 from;  // where a variable means something
+    u32 to;
     std::string kind;  // i8 u8 i16 u16 i32 u32 i64 u64 f32 f64 bool char pointer, or block
     std::string name;
+    std::vector<CodePlace> places;  // at other addresses it is not known
 };
-constexpr u32 kInFrame = 16;
 
 // Those of the function that begins there, in their order.
-std::vector<CodeArgument> ArgumentsOf(u32 function);
+std::vector<CodeVariable> VariablesOf(u32 function);
 
 // From here on a function's arguments are at their places; the function's own address where
 // nothing is known.

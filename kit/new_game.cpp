@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "host/bundle.h"
+#include "host/plist.h"
 #include "kit/new_folder.h"
 
 namespace moxi {
@@ -21,17 +22,10 @@ constexpr std::string_view kPlaceOfName = "@NAME@";
 std::string NameFor(const std::string& name, bool isXml) {
     std::string text;
     for (const char c : name) {
-        if (isXml && c == '&') {
-            text += "&amp;";
-        } else if (isXml && c == '<') {
-            text += "&lt;";
-        } else if (static_cast<unsigned char>(c) < ' ' || (!isXml && (c == '"' || c == '\\'))) {
-            text += ' ';
-        } else {
-            text += c;
-        }
+        const bool isQuote = !isXml && (c == '"' || c == '\\');
+        text += static_cast<unsigned char>(c) < ' ' || isQuote ? ' ' : c;
     }
-    return text;
+    return isXml ? EscapedXml(text) : text;
 }
 
 std::string CopyTemplate(const fs::path& from, const fs::path& to, const std::string& name) {

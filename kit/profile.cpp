@@ -159,7 +159,7 @@ u32 CommandAtHand() {
 void BeforeInstruction(u32 at) {
     if (otherTrace != nullptr) otherTrace->before(at);
     if (IsMessageFrame(at)) {
-        // A run that is still there has been left in a way of its own, unless a service is running.
+        // A run that is still noted has ended in some unusual way, unless a service is running.
         if (!runs.empty() && runs.back().single != Single::Sys) EndRun();
         StartRun();
     }
@@ -232,7 +232,7 @@ void AfterInstruction(u32 at) {
     }
 }
 
-// Between two instructions nothing is half done.
+// Between two instructions all counts are complete.
 void AfterInstructionOfAll(u32 at) {
     AfterInstruction(at);
     if (closeRequest == CloseRequest::Made) {

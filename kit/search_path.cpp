@@ -2,7 +2,9 @@
 
 #include <elf.h>
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -123,6 +125,28 @@ void DropSearchPath(const std::string& library) {
         // An entry that means nothing in a library.
         entry->value.d_tag = DT_DEBUG;
         WriteAt(file, entry->offset, entry->value);
+    }
+}
+
+void DropSymbols(const std::string& program) {
+    Elf64_Ehdr header;
+    u64 end = 0;
+    {
+        std::fstream file = OpenProgram(program);
+        Dynamic dynamic;
+        if (!ReadDynamic(file, dynamic) || !ReadAt(file, 0, header)) return;
+        for (const Elf64_Phdr& segment : dynamic.segments) {
+            end = std::max(end, segment.p_offset + segment.p_filesz);
+        }
+        // Sections are for linkers and debuggers; their list goes too.
+        header.e_shoff = 0;
+        header.e_shnum = 0;
+        header.e_shstrndx = 0;
+        if (!WriteAt(file, 0, header)) return;
+    }
+    std::error_code error;
+    if (end < std::filesystem::file_size(program, error) && !error) {
+        std::filesystem::resize_file(program, end, error);
     }
 }
 

@@ -14,4 +14,8 @@ void DropSearchPath(const std::string& library);
 // this one. Returns "" or what is wrong.
 std::string SetSearchPath(const std::string& program, const std::string& folder);
 
+// Takes the names of functions and variables out of a program: whatever lies behind what is loaded.
+// A file that is no program stays as it is.
+void DropSymbols(const std::string& program);
+
 }  // namespace moxi

@@ -6,11 +6,14 @@
 #include <fstream>
 #include <vector>
 
+#include "base/read_file.h"
 #include "desktop/folders.h"
 #include "host/bundle.h"
 #include "kit/game_files.h"
 #include "kit/new_folder.h"
+#include "kit/ship_licences.h"
 #include "kit/ship_runtime.h"
+#include "kit/small_soundfont.h"
 
 namespace moxi {
 
@@ -53,36 +56,59 @@ std::string WriteLauncher(const fs::path& folder) {
     return "";
 }
 
-std::string CopyResources(const fs::path& share, const std::vector<std::string>& soundFonts) {
+// The SoundFont as it is, or with what the game's music plays. Without any music there may still be
+// pieces that the game makes itself, so nothing is cut then.
+std::string CopySoundFont(const std::string& from, const std::string& to, bool whole) {
+    std::string bytes;
+    std::string small;
+    constexpr u64 kLargestToCut = u64{256} << 20;
+    const UsedPrograms used = ProgramsOfMusic(folders.resources);
+    if (whole || used.pieces == 0 || !ReadWholeFile(from, kLargestToCut, bytes).empty() ||
+        !CutSoundFont(bytes, used, small).empty()) {
+        return CopyOneFile(from, to);
+    }
+    std::ofstream file(to, std::ios::binary);
+    file.write(small.data(), static_cast<std::streamsize>(small.size()));
+    return file.flush() ? "" : to + ": cannot be written";
+}
+
+std::string CopyResources(const fs::path& share, const ShipWishes& wishes,
+                          std::vector<std::string>& copied) {
     for (const char* const name : {"MainMenu.plist", "moxi.svg", "moxi.png"}) {
         std::string problem = CopyOneFile(OwnResource(name), share / name);
         if (!problem.empty()) return problem;
     }
+    std::error_code error;
+    fs::copy(OwnResource("locale"), share / "locale", fs::copy_options::recursive, error);
     // Without a SoundFont a game is played without music, here as there.
-    for (const std::string& soundFont : soundFonts) {
-        if (CopyOneFile(soundFont, share / "soundfont.sf2").empty()) break;
+    for (const std::string& soundFont : wishes.soundFonts) {
+        if (!CopySoundFont(soundFont, share / "soundfont.sf2", wishes.wholeSoundFont).empty()) {
+            continue;
+        }
+        copied.push_back(soundFont);
+        break;
     }
-    return CopyFonts(share / "fonts");
+    return CopyFonts(share / "fonts", copied);
 }
 
-std::string FillFolder(const fs::path& folder, const std::vector<std::string>& soundFonts,
-                       bool symbols) {
+std::string FillFolder(const fs::path& folder, const ShipWishes& wishes) {
     const fs::path share = folder / "share" / "moxi";
     std::error_code error;
     fs::create_directories(share / "fonts", error);
     fs::create_directories(folder / "lib" / "moxi", error);
     if (error) return folder.string() + ": " + error.message();
-    std::string problem = CopyGameFiles(folder, symbols);
-    if (problem.empty()) problem = CopyProgram(folder / "moxi", folder / "lib" / "moxi");
-    if (problem.empty()) problem = CopyResources(share, soundFonts);
+    std::vector<std::string> copied;
+    std::string problem = CopyGameFiles(folder, wishes.symbols);
+    if (problem.empty()) problem = CopyProgram(folder / "moxi", folder / "lib" / "moxi", copied);
+    if (problem.empty()) problem = CopyResources(share, wishes, copied);
+    if (problem.empty()) problem = CopyLicencesOf(copied, folder / "licences");
     if (problem.empty()) problem = WriteLauncher(folder);
     return problem;
 }
 
 }  // namespace
 
-ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts,
-                    bool symbols) {
+ShipResult ShipGame(std::string out, std::string game, const ShipWishes& wishes) {
     if (!HoldsGame(game) && HoldsGame(out)) std::swap(out, game);
     if (const std::string problem = FindGame(game); !problem.empty()) return {kUnusable, problem};
     if (!HoldsGame(game)) return {kUnusable, game + ": there is no MAIN.MX in it"};
@@ -102,7 +128,7 @@ ShipResult ShipGame(std::string out, std::string game, const std::vector<std::st
     if (!fs::create_directory(unfinished, error)) {
         return {kFailed, out + ": " + (error ? error.message() : "cannot be made")};
     }
-    std::string problem = FillFolder(unfinished, soundFonts, symbols);
+    std::string problem = FillFolder(unfinished, wishes);
     if (problem.empty()) {
         fs::rename(unfinished, folder, error);
         if (!error) return {};

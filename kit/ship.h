@@ -7,6 +7,7 @@
 //     OUT/Resources/       the game's files
 //     OUT/lib/moxi/        libraries, found by the program's own search path
 //     OUT/share/moxi/      the host's resources, fonts, SoundFont
+//     OUT/licences/        those of libraries, fonts and SoundFont
 //     OUT/NAME.desktop     a launcher
 
 #include <string>
@@ -14,15 +15,19 @@
 
 namespace moxi {
 
+struct ShipWishes {
+    std::vector<std::string> soundFonts;  // the first that can be read goes with the game
+    bool wholeSoundFont = false;          // not only what the game's music plays
+    bool symbols = false;                 // MAIN.SYM and MAIN.LIN too
+};
+
 struct ShipResult {
     int status = 0;       // 0, or the exit status: 1 for a failure, 2 for paths that cannot be used
     std::string problem;  // in one line, what is wrong and where
 };
 
 // Of the two paths one is a game and the other the folder to make, which must be new or empty, so
-// they are taken in either order. The first of `soundFonts` that can be read goes with the game,
-// its MAIN.SYM only with `symbols`. A failure leaves nothing behind.
-ShipResult ShipGame(std::string out, std::string game, const std::vector<std::string>& soundFonts,
-                    bool symbols);
+// they are taken in either order. A failure leaves nothing behind.
+ShipResult ShipGame(std::string out, std::string game, const ShipWishes& wishes);
 
 }  // namespace moxi

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/bundle.h"
 #include "host/plist.h"
 #include "kit/search_path.h"
 
@@ -52,6 +53,13 @@ std::vector<fs::path> LoadedLibraries() {
     return paths;
 }
 
+// A library of the same name that is made for this, where there is one.
+fs::path SmallestOf(const fs::path& library) {
+    const fs::path own = OwnLibrary(library.filename());
+    std::error_code error;
+    return fs::is_regular_file(own, error) ? own : library;
+}
+
 // Beside the program; the program is linked with this one, which an installation takes out.
 constexpr const char* kSearchPath = "$ORIGIN/lib/moxi";
 
@@ -90,14 +98,17 @@ std::string CopyOneFile(const std::string& from, const std::string& to) {
     return error ? from + ": " + error.message() : "";
 }
 
-std::string CopyProgram(const std::string& program, const std::string& libraryFolder) {
+std::string CopyProgram(const std::string& program, const std::string& libraryFolder,
+                        std::vector<std::string>& copied) {
     std::string problem = CopyOneFile("/proc/self/exe", program);
     if (problem.empty()) problem = SetSearchPath(program, kSearchPath);
+    DropSymbols(program);
     for (const fs::path& library : LoadedLibraries()) {
         if (!problem.empty()) return problem;
         const fs::path copy = fs::path(libraryFolder) / library.filename();
-        problem = CopyOneFile(library, copy);
+        problem = CopyOneFile(SmallestOf(library), copy);
         if (!problem.empty()) return problem;
+        copied.push_back(library);
         std::error_code error;
         fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
         DropSearchPath(copy);
@@ -105,7 +116,7 @@ std::string CopyProgram(const std::string& program, const std::string& libraryFo
     return problem;
 }
 
-std::string CopyFonts(const std::string& folder) {
+std::string CopyFonts(const std::string& folder, std::vector<std::string>& copied) {
     FcInit();
     std::string aliases;
     for (const char* const family : {"Helvetica", "Times", "Courier"}) {
@@ -117,6 +128,7 @@ std::string CopyFonts(const std::string& folder) {
                 if (std::string problem = CopyOneFile(font.file, copy); !problem.empty()) {
                     return problem;
                 }
+                copied.push_back(font.file);
             }
         }
         aliases += "  <alias binding=\"same\"><family>" + std::string(family) +

@@ -367,7 +367,7 @@ u32 SeekFile(u32 handle, u32 offset, u32 origin) {
     constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
     const OpenStream* file = FindStream(handle);
     if (file == nullptr || origin > 2) return kNoFile;
-    // The offset is widened without sign: there is no way back but from the start.
+    // The offset is widened without sign, so the only way back is from the start.
     if (systemCalls.seek(file->stream, off_t{offset}, kOrigins[origin]) != 0) return kNoFile;
     return static_cast<u32>(ftello(file->stream));
 }

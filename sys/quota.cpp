@@ -21,15 +21,15 @@ namespace {
 // What a write may take beyond its bytes: the rest of a block, in a file with holes.
 constexpr u64 kBlock = 4096;
 constexpr u64 kStatBlock = 512;
-// Nobody nests folders so deeply but to make the measuring fail; more than that counts as full.
+// Only somebody who wants the measuring to fail nests folders this deeply; more counts as full.
 constexpr std::size_t kLongestPath = 4000;
 constexpr u64 kFull = u64{1} << 61;
 
-// An entry takes room in the file system that is not the file's: one for each block, and enough
-// where little may be held.
+// A file or folder takes room besides its contents, so their number is bounded, too: one for each
+// block that the folder may hold, and enough of them where it may hold little.
 constexpr u64 kFewestEntries = 1024;
 
-// Somebody else may have made room: so often a full folder is measured anew.
+// After so many refusals a full folder is measured anew, since somebody else may have made room.
 constexpr u32 kRefusalsBetweenLooks = 64;
 
 // What the data folder holds at most. It is exact after it has been measured, until writes have

@@ -446,7 +446,7 @@ u32 AppendString(std::string_view key, std::string_view text) {
     if (!HasCurrentSection()) return 0;
     const std::string value = Quoted(text);
     const u64 escapes = value.size() - text.size() - 3;
-    // Too small by the text and two bytes, and kept so.
+    // Too small by the text's length and two bytes: files and modules rely on what that overwrites.
     AppendValue(key, value, key.size() + 3 + escapes);
     return 1;
 }

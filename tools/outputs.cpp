@@ -37,6 +37,20 @@ bool AnswerAboutTool(const char* tool, const std::string& help, bool isHelpAsked
     return isHelpAsked || isVersionAsked;
 }
 
+bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
+              std::string& wrong) {
+    if (!place.empty()) {
+        wrong = option + " is given twice";
+        return false;
+    }
+    if (value.empty()) {
+        wrong = option + " needs a file name";
+        return false;
+    }
+    place = value;
+    return true;
+}
+
 std::string ToolShareFolder() {
     std::error_code error;
     const fs::path own = fs::read_symlink("/proc/self/exe", error);

@@ -12,6 +12,11 @@ namespace moxi {
 bool AnswerAboutTool(const char* tool, const std::string& help, bool isHelpAsked,
                      bool isVersionAsked, std::ostream& out);
 
+// Takes a file name that may be given once. False, with what is `wrong` with the command line,
+// where it is given again or is empty.
+bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
+              std::string& wrong);
+
 // What was built or installed with this program: `share/moxi` beside its own folder.
 std::string ToolShareFolder();
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "translate/emit_operations.h"
+#include "translate/operands.h"
 #include "vm/machine.h"
 #include "vm/threaded.h"
 
@@ -13,17 +14,6 @@ namespace moxi {
 using namespace asmjit;
 
 namespace {
-
-// The variables of the machine that translated code reaches by their distance from the state.
-template <class T>
-i32 DistanceOf(const T& variable) {
-    return static_cast<i32>(reinterpret_cast<intptr_t>(&variable) -
-                            reinterpret_cast<intptr_t>(&translatedState));
-}
-
-x86::Mem StateField(size_t offset, u32 size) {
-    return x86::Mem(kStateRegister, static_cast<i32>(offset), size);
-}
 
 // --- Where blocks go on
 
@@ -455,136 +445,6 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
     return false;
 }
 
-std::vector<u8> CodeOf(CodeHolder& holder, u8* base) {
-    holder.flatten();
-    holder.resolveUnresolvedLinks();
-    holder.relocateToBase(reinterpret_cast<u64>(base));
-    std::vector<u8> bytes(holder.codeSize());
-    holder.copyFlattenedData(bytes.data(), bytes.size());
-    return bytes;
-}
-
-constexpr x86::Gp kKept[] = {x86::rbx, x86::rbp, x86::r12, x86::r13, x86::r14, x86::r15};
-
-// Into or out of the header's registers.
-void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
-    for (u32 number = 0; number < 16; ++number) {
-        const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
-        if (vectorOf[number] != kNoHost) {
-            const x86::Xmm vector = VectorRegister(vectorOf[number]);
-            if (isLoad) {
-                a.movq(vector, slot);
-            } else {
-                a.movq(slot, vector);
-            }
-        }
-        if (hostOf[number] == kNoHost) continue;
-        const x86::Gp host = HostRegister(hostOf[number]);
-        if (isLoad) {
-            a.mov(host, slot);
-        } else {
-            a.mov(slot, host);
-        }
-    }
-}
-
-// A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
-void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
-               const Label& strayReturn) {
-    for (const x86::Gp& kept : kKept) a.push(kept);
-    a.sub(x86::rsp, 8);
-    a.mov(kImage, x86::rdi);
-    a.mov(x86::eax, x86::esi);
-    a.mov(x86::r12d, x86::edx);
-    a.mov(x86::r13d, x86::ecx);
-    a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
-    // The run's number goes on from here when it leaves; an unused last place says that the log has
-    // not come round.
-    a.mov(StateField(offsetof(TranslatedState, numberAtEntry), 8), x86::r8);
-    a.xor_(x86::r14d, x86::r14d);
-    a.mov(StateField(offsetof(TranslatedState, log) + size_t{4} * (kLogSize - 1), 4), 0);
-    a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
-    MoveHostRegisters(a, true);
-    a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);
-    a.lea(x86::rcx, x86::ptr(x86::rsp, -kHostStackSize));
-    a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rcx);
-    const Label underflow = a.newLabel();
-    const Label begin = a.newLabel();
-    a.jmp(begin);
-    // A RETURN of a call that the interpreter made, or that was forgotten.
-    a.bind(underflow);
-    a.lea(x86::rcx, x86::ptr(underflow));
-    a.push(x86::rcx);
-    a.bind(strayReturn);
-    a.mov(x86::rcx, x86::rax);
-    a.shr(x86::rcx, 32);
-    a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
-    a.mov(x86::r13d, x86::edx);
-    a.mov(x86::eax, x86::eax);
-    a.jmp(jump);
-    // Forgets all calls, but for the return to whom called this.
-    a.bind(emptyStack);
-    a.pop(x86::rcx);
-    a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
-    a.lea(x86::rdx, x86::ptr(underflow));
-    a.push(x86::rdx);
-    a.jmp(x86::rcx);
-    a.bind(begin);
-    a.lea(x86::rcx, x86::ptr(underflow));
-    a.push(x86::rcx);
-    a.jmp(StateField(offsetof(TranslatedState, entered), 8));
-}
-
-void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
-    MoveHostRegisters(a, false);
-    a.mov(x86::r9d, x86::edx);
-    a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
-    a.mov(x86::dword_ptr(kImage, kHeaderSP), x86::r12d);
-    a.mov(x86::dword_ptr(kImage, kHeaderFP), x86::r13d);
-    a.mov(x86::rdi, kImage);
-    a.mov(x86::esi, x86::eax);
-    a.mov(x86::edx, x86::r12d);
-    a.mov(x86::ecx, x86::r13d);
-    a.mov(x86::r8d, x86::r14d);
-    a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
-    a.add(x86::rsp, 8);
-    for (size_t i = std::size(kKept); i-- > 0;) a.pop(kKept[i]);
-    a.mov(x86::rax, reinterpret_cast<u64>(leaveHandler));
-    a.jmp(x86::rax);
-}
-
-// The module's registers wait in the header, where they may be looked at meanwhile. Translated code
-// runs with 8 bytes more on the processor's stack than a multiple of 16, of which the call of this
-// makes the multiple that a call of a host's routine needs.
-void EmitMoveBlock(x86::Assembler& a, const void* moveBlock) {
-    MoveHostRegisters(a, false);
-    a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
-    a.mov(x86::dword_ptr(kImage, kHeaderSP), x86::r12d);
-    a.mov(x86::dword_ptr(kImage, kHeaderFP), x86::r13d);
-    a.mov(x86::edi, x86::edx);
-    a.mov(x86::esi, x86::ecx);
-    a.mov(x86::edx, x86::eax);
-    a.mov(x86::rax, reinterpret_cast<u64>(moveBlock));
-    a.call(x86::rax);
-    a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
-    MoveHostRegisters(a, true);
-    a.test(x86::al, x86::al);
-    a.ret();
-}
-
-void EmitJump(x86::Assembler& a, const Label& leave) {
-    a.test(x86::al, 3);
-    a.jnz(leave);
-    a.cmp(x86::rax, StateField(offsetof(TranslatedState, entriesSize), 8));
-    a.jae(leave);
-    a.mov(x86::rcx, StateField(offsetof(TranslatedState, entries), 8));
-    a.mov(x86::ecx, x86::dword_ptr(x86::rcx, x86::rax));
-    a.test(x86::ecx, x86::ecx);
-    a.jz(leave);
-    a.add(x86::rcx, StateField(offsetof(TranslatedState, codeMemory), 8));
-    a.jmp(x86::rcx);
-}
-
 }  // namespace
 
 u16 WideRegisters(const Region& region) {
@@ -594,37 +454,6 @@ u16 WideRegisters(const Region& region) {
         if (WritesWholeRegister(in, number)) wide = static_cast<u16>(wide | 1u << number);
     }
     return wide;
-}
-
-std::vector<u8> EmitSharedCode(u8* base, const HostRoutines& host, SharedCode& shared) {
-    CodeHolder holder;
-    holder.init(Environment::host(), reinterpret_cast<u64>(base));
-    x86::Assembler a(&holder);
-    const Label leave = a.newLabel();
-    shared.enter = base + a.offset();
-    const Label jump = a.newLabel();
-    const Label emptyStack = a.newLabel();
-    const Label strayReturn = a.newLabel();
-    EmitEnter(a, jump, emptyStack, strayReturn);
-    shared.strayFrame = base + a.offset();
-    a.add(x86::rsp, 8);
-    a.jmp(strayReturn);
-    shared.leaveAfter = base + a.offset();
-    a.bind(leave);
-    a.mov(x86::edx, -1);
-    shared.leave = base + a.offset();
-    EmitLeave(a, host.leave);
-    shared.arrive = base + a.offset();
-    a.mov(x86::edx, -1);
-    EmitLeave(a, host.arrive);
-    shared.jump = base + a.offset();
-    a.bind(jump);
-    EmitJump(a, leave);
-    shared.moveBlock = base + a.offset();
-    EmitMoveBlock(a, host.moveBlock);
-    shared.emptyStack = base + holder.labelOffset(emptyStack);
-    shared.strayReturn = base + holder.labelOffset(strayReturn);
-    return CodeOf(holder, base);
 }
 
 Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "translate/code_memory.h"
 #include "vm/machine.h"
 
 namespace moxi {
@@ -92,6 +93,19 @@ void KeepReached(Emission& e, const Instruction& in) {
         written = WideRegister(in.w);
     }
     std::erase_if(e.reached, [&](const Emission::Reach& reach) { return reach.number == written; });
+}
+
+x86::Mem StateField(size_t offset, u32 size) {
+    return x86::Mem(kStateRegister, static_cast<i32>(offset), size);
+}
+
+std::vector<u8> CodeOf(CodeHolder& holder, u8* base) {
+    holder.flatten();
+    holder.resolveUnresolvedLinks();
+    holder.relocateToBase(reinterpret_cast<u64>(base));
+    std::vector<u8> bytes(holder.codeSize());
+    holder.copyFlattenedData(bytes.data(), bytes.size());
+    return bytes;
 }
 
 void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {

@@ -6,9 +6,10 @@
 
 #include <vector>
 
-#include "translate/emit.h"
 #include "translate/facts.h"
+#include "translate/region.h"
 #include "translate/state.h"
+#include "translate/translation.h"
 
 namespace moxi {
 
@@ -95,6 +96,17 @@ struct Emission {
              Translation& result, u8* address)
         : a(assembler), region(translated), shared(common), out(result), base(address) {}
 };
+
+// A field of the state as an operand of the processor, and what lies so far from it.
+asmjit::x86::Mem StateField(size_t offset, u32 size);
+template <class T>
+i32 DistanceOf(const T& variable) {
+    return static_cast<i32>(reinterpret_cast<intptr_t>(&variable) -
+                            reinterpret_cast<intptr_t>(&translatedState));
+}
+
+// The bytes of what was written, for the address that it was written for.
+std::vector<u8> CodeOf(asmjit::CodeHolder& holder, u8* base);
 
 // Compares whether operands in the frame from `low` on lie above all translated code: "below" if
 // so.

@@ -75,9 +75,6 @@ struct TranslatedState {
 };
 extern TranslatedState translatedState;
 
-// Whether translated code was made of any of the 8 bytes at an address, or they are the header's.
-bool IsCovered(u32 address);
-
 // Which host register (an index of kHostNumbers) holds a register of the module, or kNoHost.
 extern std::array<i32, 16> hostOf;
 

@@ -1,23 +1,17 @@
 #include "translate/translator.h"
 
-#include <pthread.h>
-#include <semaphore.h>
-#include <sys/mman.h>
-#include <ucontext.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <ctime>
 #include <memory>
-#include <span>
 #include <unordered_map>
 
+#include "translate/code_memory.h"
 #include "translate/emit.h"
+#include "translate/emit_shared.h"
 #include "translate/homes.h"
+#include "translate/settle.h"
 #include "translate/state.h"
+#include "translate/translated_region.h"
 #include "vm/guard.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
@@ -26,63 +20,24 @@
 
 namespace moxi {
 
-constinit TranslatedState translatedState;
 constinit std::array<i32, 16> hostOf = {};
 constinit std::array<i32, 16> vectorOf = {};
 constinit u16 narrowRegisters = 0;
 constinit TranslatorCounts translatorCounts;
 
-bool IsCovered(u32 address) {
-    if (address < kHeaderSize) return true;
-    if (address >= translatedState.entriesSize) return false;
-    const u8* const first = translatedState.covered + address / 4;
-    return std::any_of(first, first + 3, [](u8 covered) { return covered != 0; });
-}
-
 namespace {
 
-constexpr size_t kCodeMemory = size_t{16} << 20;
 // The largest translation of a region: what does not fit any more makes everything begin anew.
 constexpr size_t kRegionRoom = size_t{256} << 10;
 
 // An operand in the frame is found without a thought of the end of the address space.
 constexpr u32 kLargestImage = 0xFFFE0000;
 
-// A stretch of the module's code as it was when it was translated.
-struct Stretch {
-    u32 start = 0;
-    std::vector<u8> bytes;
-};
-
-struct TranslatedRegion {
-    u8* code = nullptr;
-    size_t size = 0;
-    std::vector<CodePlace> places;
-    std::vector<BlockPlace> blocks;
-    std::vector<Translation::Entry> entries;
-    std::vector<Stretch> stretches;
-    std::vector<u32> writes;  // as Translation's
-    u32 generation = 0;       // that in which it was last compared with the module's code
-    bool isWatched = false;   // nobody has written into its pages: its generation is kAlwaysCurrent
-    // Visits from the interpreter that ended soon, and others.
-    u32 shortVisits = 0;
-    u32 longVisits = 0;
-    u32 pause = 0;  // so many visits are not made
-    u32 nextPause = 0;
-};
-
-constexpr u32 kAlwaysCurrent = ~u32{0};
-
-// For how many instructions of the newest block were executed.
-constexpr u32 kAllExecuted = ~u32{0};
-
 constinit TranslatorOptions settings;
 constinit SharedCode shared;
 constinit size_t codeUsed = 0;
-constinit u32 coveredEnd = kHeaderSize;
 // By address of code: the region that is entered there.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
-std::vector<std::unique_ptr<TranslatedRegion>> regions;  // by rising address of their code
 // How often a look found an address, or translated code went there in vain; below 0 where it was
 // not worth while. A look counts as much as so many others:
 std::unordered_map<u32, i32> looks;
@@ -121,234 +76,6 @@ constinit u32 refusals = 0;
 // How often all regions so far use each register.
 constinit RegisterUses registerUses;
 
-// The blocks of the log, from the newest on, that may have filled the immediate slot last where the
-// image does not have it.
-constexpr size_t kSlotBlocks = 2;
-
-// Puts bytes into the code memory, which is not executable meanwhile where they come to lie.
-void Write(u8* to, const std::vector<u8>& bytes) {
-    const auto page = static_cast<u64>(sysconf(_SC_PAGESIZE));
-    const u64 start = static_cast<u64>(to - translatedState.codeMemory) / page * page;
-    const u64 end = static_cast<u64>(to - translatedState.codeMemory) + bytes.size();
-    const u64 size = std::min<u64>((end + page - 1) / page * page, kCodeMemory) - start;
-    mprotect(translatedState.codeMemory + start, size, PROT_READ | PROT_WRITE);
-    std::memcpy(to, bytes.data(), bytes.size());
-    mprotect(translatedState.codeMemory + start, size, PROT_READ | PROT_EXEC);
-}
-
-// --- Faults
-
-// The place at or before an offset of a region's code.
-const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
-    const auto after =
-        std::upper_bound(region.places.begin(), region.places.end(), offset,
-                         [](size_t at, const CodePlace& place) { return at < place.offset; });
-    return after == region.places.begin() ? nullptr : &*(after - 1);
-}
-
-const TranslatedRegion* RegionOf(const u8* address) {
-    const auto after =
-        std::upper_bound(regions.begin(), regions.end(), address,
-                         [](const u8* at, const auto& region) { return at < region->code; });
-    if (after == regions.begin()) return nullptr;
-    const TranslatedRegion* const region = (after - 1)->get();
-    return address < region->code + region->size ? region : nullptr;
-}
-
-// What stands in the log, or nothing that can be found.
-struct Logged {
-    std::span<const CodePlace> places;  // the instructions of the block
-    u32 executedBefore = BlockPlace::kAllExecuted;
-};
-
-Logged LoggedAt(u32 offset) {
-    const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
-    if (region == nullptr) return {};
-    const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
-    const auto found =
-        std::lower_bound(region->blocks.begin(), region->blocks.end(), inside,
-                         [](const BlockPlace& block, u32 at) { return block.offset < at; });
-    if (found == region->blocks.end() || found->offset != inside) return {};
-    return {std::span(region->places).subspan(found->firstPlace, found->count),
-            found->executedBefore};
-}
-
-// The newest instructions, those of each block together, the newest first: those of the logged
-// blocks before `place`, of the last block its first `executed`. As many as `wanted`, if so many
-// are known.
-std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, size_t wanted) {
-    const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
-    std::vector<std::span<const CodePlace>> newest;
-    size_t found = 0;
-    for (u32 back = 1; back <= known && (found < wanted || newest.size() < 2); ++back) {
-        const Logged logged = LoggedAt(translatedState.log[(place - back) % kLogSize]);
-        newest.push_back(logged.places.first(std::min<size_t>(executed, logged.places.size())));
-        found += newest.back().size();
-        executed = logged.executedBefore;
-    }
-    return newest;
-}
-
-// The immediate slot gets what the newest instruction that has one has put there, if the image does
-// not have it: a block stores it only where one may follow that does not begin with such an
-// instruction.
-void BringSlot(const std::vector<std::span<const CodePlace>>& newest) {
-    for (size_t i = 0; i < newest.size() && i < kSlotBlocks; ++i) {
-        if (newest[i].empty() || !newest[i].back().fillsSlot) continue;
-        Store<u32>(kImmediateSlot, newest[i].back().slot);
-        return;
-    }
-}
-
-// Brings the PC trace up to date, and the immediate slot.
-void WriteTrace(u32 place, u32 executed) {
-    pcTraceCount = translatedState.numberAtEntry;
-    const auto newest = NewestPlaces(place, executed, settings.traceDepth);
-    BringSlot(newest);
-    for (size_t i = newest.size(); i-- > 0;) {
-        for (const CodePlace& instruction : newest[i]) RecordPc(instruction.pc);
-    }
-}
-
-constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,
-                                      REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
-                                      REG_R12, REG_R13, REG_R14, REG_R15};
-
-// Where translated code was interrupted, or null: what the processor's registers held goes into the
-// header.
-const CodePlace* SettleInterrupted(void* context) {
-    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    const u64 offset =
-        static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
-    if (offset >= kCodeMemory) return nullptr;
-    const u8* const at = translatedState.codeMemory + offset;
-    const CodePlace* place = nullptr;
-    static CodePlace between;
-    if (const TranslatedRegion* const region = RegionOf(at)) {
-        place = PlaceAt(*region, static_cast<size_t>(at - region->code));
-    } else if (at >= shared.jump) {
-        // On the way from one place to another, whose address is in eax.
-        between.pc = static_cast<u32>(registers[REG_RAX]);
-        place = &between;
-    }
-    if (place == nullptr) return nullptr;
-    for (u32 number = 0; number < 16; ++number) {
-        if (hostOf[number] == kNoHost) continue;
-        const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
-        Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
-    }
-    const auto& vectors = static_cast<const ucontext_t*>(context)->uc_mcontext.fpregs->_xmm;
-    for (u32 number = 0; number < 16; ++number) {
-        if (vectorOf[number] == kNoHost) continue;
-        const auto& held = vectors[kFirstVector + static_cast<u32>(vectorOf[number])];
-        Store<u64>(RegisterAddress(number), held.element[0] | u64{held.element[1]} << 32);
-    }
-    Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
-    Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
-    lastThreadedResult = registers[REG_R15];
-    return place;
-}
-
-void OnFaultInCode(void* context) {
-    const CodePlace* const place = SettleInterrupted(context);
-    if (place == nullptr) return;
-    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    WriteTrace(static_cast<u32>(registers[REG_R14]), place->index + 1);
-    NoteThreadedCount();
-}
-
-// --- Another thread looks
-
-constexpr int kSettleSignal = SIGUSR2;
-pthread_t moduleThread;
-sem_t isSettled;
-
-// As far as the log already tells of the block that was interrupted.
-void SettleSlot(const void* context, const CodePlace* at) {
-    const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    const u32 place = static_cast<u32>(registers[REG_R14]);
-    const Logged newest = LoggedAt(translatedState.log[(place - 1) % kLogSize]);
-    const bool isInside = !newest.places.empty() && at >= newest.places.data() &&
-                          at < newest.places.data() + newest.places.size();
-    if (isInside) BringSlot(NewestPlaces(place, at->index + 1, 0));
-}
-
-void OnSettle(int, siginfo_t*, void* context) {
-    const CodePlace* const place = SettleInterrupted(context);
-    if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
-    if (place != nullptr) SettleSlot(context, place);
-    sem_post(&isSettled);
-}
-
-void InstallSettling() {
-    static bool isInstalled = false;
-    moduleThread = pthread_self();
-    if (isInstalled) return;
-    isInstalled = true;
-    sem_init(&isSettled, 0, 0);
-    struct sigaction action = {};
-    action.sa_sigaction = OnSettle;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    sigaction(kSettleSignal, &action, nullptr);
-}
-
-// --- Code memory
-
-bool MakeCodeMemory() {
-    if (translatedState.codeMemory != nullptr) return true;
-    void* const memory =
-        mmap(nullptr, kCodeMemory, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (memory == MAP_FAILED) return false;
-    if (mprotect(memory, kCodeMemory, PROT_READ | PROT_EXEC) != 0) {
-        munmap(memory, kCodeMemory);
-        return false;
-    }
-    translatedState.codeMemory = static_cast<u8*>(memory);
-    return true;
-}
-
-// The table of entries, and that of what is covered, which is read a little beyond its end.
-u64 TablesSize(u64 entriesSize) {
-    return entriesSize + entriesSize / 4 + kCoverWindow;
-}
-
-void FreeEntries() {
-    if (translatedState.entries == nullptr) return;
-    munmap(translatedState.entries, TablesSize(translatedState.entriesSize));
-    translatedState.entries = nullptr;
-    translatedState.covered = nullptr;
-    translatedState.entriesSize = 0;
-}
-
-bool MakeEntries() {
-    const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
-    if (size == translatedState.entriesSize) return true;
-    FreeEntries();
-    void* const memory = mmap(nullptr, TablesSize(size), PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (memory == MAP_FAILED) return false;
-    translatedState.entries = static_cast<u8*>(memory);
-    translatedState.entriesSize = size;
-    translatedState.covered = translatedState.entries + size;
-    std::fill_n(translatedState.covered, kHeaderSize / 4, u8{1});
-    return true;
-}
-
-void SetEntry(u32 pc, u32 offset) {
-    if (u64{pc} + 4 <= translatedState.entriesSize) {
-        std::memcpy(translatedState.entries + pc, &offset, sizeof offset);
-    }
-}
-
-u32 EntryAt(u32 pc) {
-    u32 offset = 0;
-    if (pc % 4 == 0 && u64{pc} + 4 <= translatedState.entriesSize) {
-        std::memcpy(&offset, translatedState.entries + pc, sizeof offset);
-    }
-    return offset;
-}
-
 void ChooseHosts() {
     const Homes homes = HomesFor(registerUses);
     hostOf = homes.hosts;
@@ -367,19 +94,8 @@ bool OtherHostsAreBetter() {
     return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
 }
 
-void Cover(const Region& region) {
-    for (const Instruction& in : region.instructions) {
-        std::fill_n(translatedState.covered + in.pc / 4, in.length / 4, u8{1});
-        coveredEnd = std::max(coveredEnd, in.pc + in.length);
-    }
-}
-
 void ForgetEverything() {
-    if (coveredEnd > kHeaderSize) {
-        std::fill(translatedState.covered + kHeaderSize / 4,
-                  translatedState.covered + coveredEnd / 4, u8{0});
-    }
-    coveredEnd = kHeaderSize;
+    UncoverEverything();
     for (const auto& region : regions) {
         for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
     }
@@ -449,55 +165,12 @@ bool MoveBlock(u32 to, u32 from, u32 size) {
     const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
     if (bytes == 0) return true;
     if (std::min(to, from) < kHeaderSize || std::max(to, from) + bytes > imageSize) return false;
-    if (to < translatedState.floor) {
-        const u8* const covered = translatedState.covered;
-        const u64 end = std::min<u64>(to + bytes, translatedState.floor);
-        if (std::memchr(covered + to / 4, 1, (end + 3) / 4 - to / 4) != nullptr) return false;
-    }
+    if (AreCovered(to, bytes)) return false;
     std::memmove(image + to, image + from, bytes);
     return true;
 }
 
 // --- Regions
-
-std::vector<Stretch> StretchesOf(const Region& region) {
-    std::vector<Stretch> stretches;
-    u32 end = 0;
-    for (const Instruction& in : region.instructions) {
-        if (stretches.empty() || in.pc > end) {
-            stretches.push_back({in.pc, {}});
-            end = in.pc;
-        }
-        if (in.pc + in.length > end) {
-            const u8* const bytes = image;
-            auto& all = stretches.back().bytes;
-            all.insert(all.end(), bytes + end, bytes + in.pc + in.length);
-            end = in.pc + in.length;
-        }
-    }
-    return stretches;
-}
-
-bool AllWatched(const TranslatedRegion& region) {
-    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
-        return ArePagesWatched(s.start, s.start + static_cast<u32>(s.bytes.size()));
-    });
-}
-
-void Watch(TranslatedRegion& region) {
-    bool isWatched = true;
-    for (const Stretch& s : region.stretches) {
-        isWatched = WatchPages(s.start, s.start + static_cast<u32>(s.bytes.size())) && isWatched;
-    }
-    region.isWatched = isWatched;
-    region.generation = isWatched ? kAlwaysCurrent : translatedState.generation;
-}
-
-bool IsUnchanged(const TranslatedRegion& region) {
-    return std::all_of(region.stretches.begin(), region.stretches.end(), [](const Stretch& s) {
-        return std::memcmp(image + s.start, s.bytes.data(), s.bytes.size()) == 0;
-    });
-}
 
 void Forget(TranslatedRegion& region) {
     for (const auto& entry : region.entries) {
@@ -549,10 +222,10 @@ TranslatedRegion* Translate(u32 pc) {
             {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
              reinterpret_cast<const void*>(MoveBlock)},
             shared);
-        Write(translatedState.codeMemory, bytes);
+        WriteCode(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
-    Cover(region);
+    for (const Instruction& in : region.instructions) Cover(in.pc, in.length);
     u8* const base = translatedState.codeMemory + codeUsed;
     regions.push_back(std::make_unique<TranslatedRegion>());
     TranslatedRegion& made = *regions.back();
@@ -561,7 +234,7 @@ TranslatedRegion* Translate(u32 pc) {
         regions.pop_back();
         return nullptr;
     }
-    Write(base, translation.code);
+    WriteCode(base, translation.code);
     codeUsed += (translation.code.size() + 63) / 64 * 64;
 
     made.code = base;
@@ -694,8 +367,9 @@ TranslatorStart StartTranslator(const TranslatorOptions& options) {
     StopTranslator();
     if (!kThreaded || image == nullptr) return TranslatorStart::Unsupported;
     if (imageSize > kLargestImage) return TranslatorStart::ImageTooLarge;
-    if (!MakeCodeMemory() || !MakeEntries()) return TranslatorStart::NoMemory;
+    if (!MakeCodeMemory() || !MakeTables()) return TranslatorStart::NoMemory;
     settings = options;
+    settling.traceDepth = options.traceDepth;
     ForgetEverything();
     wideRegisters = 0;
     registerUses = {};
@@ -709,15 +383,7 @@ TranslatorStart StartTranslator(const TranslatorOptions& options) {
 }
 
 void SettleTranslatedRun() {
-    if (translatedCodeAt == nullptr || pthread_equal(pthread_self(), moduleThread) != 0) return;
-    timespec end = {};
-    clock_gettime(CLOCK_REALTIME, &end);
-    ++end.tv_sec;
-    while (sem_trywait(&isSettled) == 0) {
-    }  // the late answer to an earlier call
-    if (pthread_kill(moduleThread, kSettleSignal) != 0) return;
-    while (sem_timedwait(&isSettled, &end) != 0 && errno == EINTR) {
-    }
+    if (translatedCodeAt != nullptr) SettleModuleThread();
 }
 
 void StopTranslator() {

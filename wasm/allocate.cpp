@@ -208,6 +208,7 @@ void Allocator::Run() {
     std::iota(leader.begin(), leader.end(), 0u);
     result.locations.resize(code.variables);
     for (u32 r = 0; r < kFirstVariable; ++r) result.locations[r] = {true, r};
+    for (const Variable variable : code.watched) result.watched.push_back(live.ranges[variable]);
     CollectWeights();
     Join();
     CollectHints();

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "wasm/code.h"
+#include "wasm/live.h"
 
 namespace moxi {
 
@@ -15,7 +16,9 @@ struct Location {
 struct Allocation {
     std::vector<Location> locations;  // by variable
     u32 slots = 0;                    // of the frame
-    u32 savedRegisters = 0;           // R13, R12 and so on: how many the function has to keep
+    // Where each of FunctionCode::watched has its value, at the positions of live.h.
+    std::vector<std::vector<Range>> watched;
+    u32 savedRegisters = 0;  // R13, R12 and so on: how many the function has to keep
 };
 
 // Removes instructions whose results nobody reads, joins variables that are copies of each other,

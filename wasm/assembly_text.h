@@ -4,7 +4,7 @@
 #include <string>
 
 #include "wasm/encode.h"
-#include "wasm/translate.h"
+#include "wasm/translation.h"
 
 namespace moxi {
 

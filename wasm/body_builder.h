@@ -31,24 +31,34 @@ struct WrongEntry {
     u32 origin = 0;
 };
 
+// What is known of a local's value since its last assignment, until control comes together.
+struct Fact {
+    u32 epoch = 0;
+    bool isNonNegative = false;
+    i64 low = 0;
+    i64 high = 0;
+};
+
+// The function whose body is walked: the one that is built, or a leaf in it.
+struct Scope {
+    ByteCursor cursor{};
+    u64 base = 0;  // its own frame in BodyBuilder::frames
+    std::vector<Variable> locals{};
+    std::vector<ValueType> types{};
+    std::vector<Fact> facts{};  // by local
+    // The argument that a leaf's parameter stands for, plus 1; 0 where the local is a variable.
+    std::vector<NodeId> bound{};
+};
+
 struct BodyBuilder {
     ModulePlan& plan;
     const Module& module;
     FunctionCode& code;
     Selector select;
-    ByteCursor cursor{};
     std::vector<NodeId> stack{};
     std::vector<BlockFrame> frames{};
-    std::vector<Variable> locals{};
-    std::vector<ValueType> localTypes{};
-    // What is known of a local's value since its last assignment, until control comes together.
-    struct Fact {
-        u32 epoch = 0;
-        bool isNonNegative = false;
-        i64 low = 0;
-        i64 high = 0;
-    };
-    std::vector<Fact> facts{};  // by local
+    Scope scope{};
+    ByteCursor& cursor = scope.cursor;
     u32 epoch = 1;
     std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
@@ -112,6 +122,8 @@ struct BodyBuilder {
     void CallIndirect(u32 typeIndex);
     void CallService(const ImportTarget& target, const FunctionType& type);
     void CallFunction(u32 number, const FunctionType& type);
+    void BuildIn(u32 leaf);
+    void BindArguments(const SmallLeaf& leaf, const FunctionType& type, Scope& inner);
 
     // --- The rest
     void Variables(u8 opcode);
@@ -125,10 +137,9 @@ struct BodyBuilder {
     void Memory(const MemoryOperator& row, u8 opcode);
     void Prefixed();
     void Skip(u8 opcode);
-    void SkipPrefixed();
     void Instruction();
     void Declare(const FunctionType& type);
-    void KeepFrameBase(const Function& function, u32 offset);
+    void WatchLocals(const Function& function, u32 offset);
     void EmitWrongEntries();
     void Run(u32 index);
     void RunImport(u32 index, const FunctionType& type);

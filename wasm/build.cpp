@@ -1,12 +1,17 @@
 #include "wasm/build.h"
 
 #include "wasm/body_builder.h"
+#include "wasm/skip_operands.h"
 
 namespace moxi {
 
 void BodyBuilder::PushLocal(u32 number) {
-    PushVariable(localTypes[number], locals[number]);
-    const Fact& fact = facts[number];
+    if (scope.bound[number] != 0) {
+        stack.push_back(scope.bound[number] - 1);
+        return;
+    }
+    PushVariable(scope.types[number], scope.locals[number]);
+    const Fact& fact = scope.facts[number];
     if (fact.epoch != epoch) return;
     Node& node = select.trees.nodes[stack.back()];
     node.isNonNegative = fact.isNonNegative;
@@ -16,10 +21,10 @@ void BodyBuilder::PushLocal(u32 number) {
 
 void BodyBuilder::SetLocal(u32 number, NodeId value) {
     SettleTrapsBefore(value);
-    SettleReaders(locals[number]);
+    SettleReaders(scope.locals[number]);
     const Node& node = select.trees[value];
-    facts[number] = {epoch, node.isNonNegative, node.low, node.high};
-    select.Assign(locals[number], value);
+    scope.facts[number] = {epoch, node.isNonNegative, node.low, node.high};
+    select.Assign(scope.locals[number], value);
 }
 
 void BodyBuilder::SetGlobal(u32 number, NodeId value) {
@@ -127,63 +132,11 @@ void BodyBuilder::Prefixed() {
     }
 }
 
-void BodyBuilder::SkipPrefixed() {
-    const u32 number = cursor.Unsigned32();
-    switch (static_cast<enum Prefixed>(number)) {
-        case Prefixed::MemoryInit:
-        case Prefixed::MemoryCopy:
-        case Prefixed::TableInit:
-        case Prefixed::TableCopy:
-            cursor.Unsigned32();
-            cursor.Unsigned32();
-            break;
-        case Prefixed::DataDrop:
-        case Prefixed::MemoryFill:
-        case Prefixed::ElemDrop: cursor.Unsigned32(); break;
-    }
-}
-
 // Goes over an instruction that is never reached.
 void BodyBuilder::Skip(u8 opcode) {
-    if (kOperators.memory[opcode].text != nullptr) {
-        cursor.Unsigned32();
-        cursor.Unsigned32();
-        return;
-    }
-    switch (static_cast<Opcode>(opcode)) {
-        case Opcode::Block:
-        case Opcode::Loop:
-        case Opcode::If:
-            cursor.Signed33();
-            ++deadDepth;
-            break;
-        case Opcode::Br:
-        case Opcode::BrIf:
-        case Opcode::Call:
-        case Opcode::LocalGet:
-        case Opcode::LocalSet:
-        case Opcode::LocalTee:
-        case Opcode::GlobalGet:
-        case Opcode::GlobalSet:
-        case Opcode::MemorySize:
-        case Opcode::MemoryGrow: cursor.Unsigned32(); break;
-        case Opcode::BrTable: {
-            const u32 count = cursor.Unsigned32();
-            for (u64 i = 0; i <= count; ++i) cursor.Unsigned32();
-            break;
-        }
-        case Opcode::CallIndirect:
-        case Opcode::SelectTyped:
-            cursor.Unsigned32();
-            cursor.Unsigned32();
-            break;
-        case Opcode::I32Const:
-        case Opcode::I64Const: cursor.Signed64(); break;
-        case Opcode::F32Const: cursor.Word(); break;
-        case Opcode::F64Const: cursor.Quad(); break;
-        case Opcode::Prefix: SkipPrefixed(); break;
-        default: break;
-    }
+    const auto named = static_cast<Opcode>(opcode);
+    if (named == Opcode::Block || named == Opcode::Loop || named == Opcode::If) ++deadDepth;
+    SkipOperands(cursor, opcode);
 }
 
 void BodyBuilder::Instruction() {
@@ -305,33 +258,43 @@ void BodyBuilder::Instruction() {
 
 // Makes the locals and takes the arguments.
 void BodyBuilder::Declare(const FunctionType& type) {
-    localTypes = type.parameters;
+    scope.types = type.parameters;
     const Function& function = module.functions[select.function];
     for (const Locals& run : function.locals)
-        localTypes.insert(localTypes.end(), run.count, run.type);
-    for (u32 i = 0; i < localTypes.size(); ++i) {
-        locals.push_back(select.NewVariable());
-        MarkLocal(locals.back());
+        scope.types.insert(scope.types.end(), run.count, run.type);
+    for (u32 i = 0; i < scope.types.size(); ++i) {
+        scope.locals.push_back(select.NewVariable());
+        MarkLocal(scope.locals.back());
     }
-    facts.resize(locals.size());
+    scope.facts.resize(scope.locals.size());
+    scope.bound.resize(scope.locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
-        select.Put(locals[i], ValueType::I64, InRegister(i));
+        select.Put(scope.locals[i], ValueType::I64, InRegister(i));
     }
     for (u32 i = kArgumentRegisters; i < type.parameters.size(); ++i) {
-        select.Put(locals[i], ValueType::I64, InFrame(12 + 8 * i64{i - kArgumentRegisters}));
+        select.Put(scope.locals[i], ValueType::I64, InFrame(12 + 8 * i64{i - kArgumentRegisters}));
     }
     // Those that are written before they are read lose this again.
-    for (u64 i = type.parameters.size(); i < locals.size(); ++i) {
-        select.Put(locals[i], ValueType::I64, Number(0));
+    for (u64 i = type.parameters.size(); i < scope.locals.size(); ++i) {
+        select.Put(scope.locals[i], ValueType::I64, Number(0));
     }
 }
 
-// Where the function's arguments lie in memory is of use only together with this local.
-void BodyBuilder::KeepFrameBase(const Function& function, u32 offset) {
+// What a debugger can find only together with these locals.
+void BodyBuilder::WatchLocals(const Function& function, u32 offset) {
     if (function.isImported) return;
     const DebugFunction* const known = FindDebugFunction(plan.debugFunctions, offset);
-    if (known == nullptr || known->frameBase >= locals.size()) return;
-    if (localTypes[known->frameBase] == ValueType::I32) code.frameBase = locals[known->frameBase];
+    if (known == nullptr) return;
+    bool usesFrame = false;
+    for (const DebugVariable& variable : known->variables) {
+        for (const DebugPlace& place : variable.places) {
+            if (place.kind == DebugPlace::Kind::Frame) usesFrame = true;
+            if (place.kind == DebugPlace::Kind::Local) code.watched = scope.locals;
+        }
+    }
+    if (!usesFrame || known->frameBase >= scope.locals.size()) return;
+    if (scope.types[known->frameBase] == ValueType::I32)
+        code.frameBase = scope.locals[known->frameBase];
 }
 
 void BodyBuilder::EmitWrongEntries() {
@@ -348,7 +311,7 @@ void BodyBuilder::EmitWrongEntries() {
 
 // An imported function with code of its own, for those who call it by address.
 void BodyBuilder::RunImport(u32 index, const FunctionType& type) {
-    for (u32 i = 0; i < locals.size(); ++i) PushVariable(localTypes[i], locals[i]);
+    for (u32 i = 0; i < scope.locals.size(); ++i) PushVariable(scope.types[i], scope.locals[i]);
     code.hasCalls = plan.imports[index].service == Service::Linked;
     CallService(plan.imports[index], type);
     Return();
@@ -364,7 +327,7 @@ void BodyBuilder::Run(u32 index) {
     // The check for room on the stack, if the function calls others.
     select.Emit({});
     Declare(type);
-    KeepFrameBase(function, beginning);
+    WatchLocals(function, beginning);
     if (function.isImported) {
         RunImport(index, type);
         select.EmitTraps();

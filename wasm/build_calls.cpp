@@ -111,6 +111,10 @@ void BodyBuilder::CallFunction(u32 number, const FunctionType& type) {
 void BodyBuilder::Call(u32 callee) {
     const Function& function = module.functions[callee];
     const FunctionType& type = module.types[function.type];
+    if (plan.leaves[callee].isOne) {
+        BuildIn(callee);
+        return;
+    }
     SettleForCall();
     code.hasCalls = true;
     if (function.isImported) {
@@ -118,6 +122,72 @@ void BodyBuilder::Call(u32 callee) {
     } else {
         CallFunction(plan.functionBase + callee, type);
     }
+}
+
+// Takes a leaf's arguments from the stack. What can be computed later just as well is not computed
+// now: it may become part of an operand, or nobody wants it.
+void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type, Scope& inner) {
+    const u64 count = type.parameters.size();
+    const u64 first = stack.size() - count;
+    for (u64 i = 0; i < count; ++i) {
+        const NodeId id = stack[first + i];
+        const Node node = select.trees[id];
+        const bool canWait =
+            !leaf.isWritten[i] && !node.readsMemory && !node.readsGlobals && !node.traps;
+        const bool isOnce = leaf.reads[i] == 0 || (leaf.reads[i] == 1 && !leaf.loops);
+        if (canWait && (isOnce || IsLeaf(select.trees, id))) {
+            inner.bound[i] = id + 1;
+            continue;
+        }
+        inner.locals[i] = select.InNewVariable(id);
+        if (leaf.isWritten[i]) MarkLocal(inner.locals[i]);
+        inner.facts[i] = {epoch, node.isNonNegative, node.low, node.high};
+    }
+    stack.resize(first);
+}
+
+// Walks over a leaf's body in place of calling it. What may trap is computed under the name of the
+// function whose it is.
+void BodyBuilder::BuildIn(u32 callee) {
+    const Function& function = module.functions[callee];
+    const FunctionType& type = module.types[function.type];
+    const SmallLeaf& leaf = plan.leaves[callee];
+    SettleTraps();
+    Scope inner;
+    inner.types = type.parameters;
+    for (const Locals& run : function.locals)
+        inner.types.insert(inner.types.end(), run.count, run.type);
+    inner.locals.resize(inner.types.size());
+    inner.facts.resize(inner.types.size());
+    inner.bound.resize(inner.types.size());
+    BindArguments(leaf, type, inner);
+    if (leaf.branches) SettleAll();
+    for (u64 i = type.parameters.size(); i < inner.types.size(); ++i) {
+        if (!leaf.isWritten[i]) {
+            inner.bound[i] = MakeConstant(select.trees, inner.types[i], 0) + 1;
+            continue;
+        }
+        inner.locals[i] = select.NewVariable();
+        MarkLocal(inner.locals[i]);
+        select.Put(inner.locals[i], ValueType::I64, Number(0));
+    }
+    BlockFrame frame;
+    frame.label = select.NewLabel();
+    frame.height = stack.size();
+    frame.type.results = ListOf(type.results);
+    for (u64 i = 0; i < type.results.size(); ++i) frame.variables.push_back(select.NewVariable());
+    inner.base = frames.size();
+    inner.cursor = {function.body, function.end, nullptr};
+    frames.push_back(std::move(frame));
+    std::swap(scope, inner);
+    const u32 caller = select.function;
+    const u32 origin = select.origin;
+    select.function = callee;
+    while (frames.size() > scope.base) Instruction();
+    if (reachable) SettleTraps();
+    select.function = caller;
+    select.origin = origin;
+    std::swap(scope, inner);
 }
 
 void BodyBuilder::CallIndirect(u32 typeIndex) {

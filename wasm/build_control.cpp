@@ -77,6 +77,11 @@ void BodyBuilder::MoveTo(const std::vector<Variable>& variables) {
 }
 
 void BodyBuilder::Return() {
+    const bool isBuiltIn = !frames.empty() && frames[scope.base].label != kNoLabel;
+    if (isBuiltIn) {
+        BranchTo(frames.size() - 1 - scope.base);
+        return;
+    }
     const std::vector<ValueType>& results =
         module.types[module.functions[select.function].type].results;
     const u64 count = results.size();

@@ -103,7 +103,8 @@ struct FunctionCode {
     std::vector<std::vector<u32>> tables;  // labels of jump tables
     u32 variables = kFirstVariable;
     u32 labels = 0;
-    Variable frameBase = 0;  // keeps its place throughout, for the debugger; 0 for none
+    Variable frameBase = 0;         // keeps its place throughout, for the debugger; 0 for none
+    std::vector<Variable> watched;  // the locals, where a debugger wants to know of them
     bool callsSetjmp = false;
     bool hasCalls = false;
 };

@@ -12,6 +12,7 @@ namespace {
 
 enum class Tag : u64 {
     FormalParameter = 0x05,
+    LexicalBlock = 0x0B,
     CompileUnit = 0x11,
     Typedef = 0x16,
     BaseType = 0x24,
@@ -20,6 +21,7 @@ enum class Tag : u64 {
     Pointer = 0x0F,
     Reference = 0x10,
     Subprogram = 0x2E,
+    Variable = 0x34,
     Volatile = 0x35,
     Restrict = 0x37,
     RvalueReference = 0x42,
@@ -35,17 +37,20 @@ enum class Attribute : u64 {
     ByteSize = 0x0B,
     LowPc = 0x11,
     HighPc = 0x12,
+    ConstValue = 0x1C,
     Encoding = 0x3E,
     FrameBase = 0x40,
     Type = 0x49,
     StrOffsetsBase = 0x72,
     AddrBase = 0x73,
+    LoclistsBase = 0x8C,
 };
 
 constexpr u64 kImplicitConst = 0x21;
 constexpr u64 kIndirect = 0x16;
-constexpr u32 kMostTypeSteps = 16;  // a chain of names for types that is longer goes in a ring
-constexpr u64 kMostArguments = 64;  // of a function
+constexpr u32 kMostTypeSteps = 16;   // a chain of names for types that is longer goes in a ring
+constexpr u64 kMostVariables = 256;  // of a function
+constexpr u32 kMostBlocks = 64;      // of a function, one in the other
 
 struct Field {
     u64 attribute = 0;
@@ -66,6 +71,7 @@ struct Value {
     std::string text;
     std::string_view block;
     bool isOffset = false;  // counts from another attribute
+    bool isIndex = false;   // into a table of offsets
 };
 
 // An entry, as far as it matters here.
@@ -80,8 +86,11 @@ struct Entry {
     u64 type = 0;  // from the unit's start; 0 for none
     u64 encoding = 0;
     u64 bytes = 0;
-    std::string_view location;
+    Value location;
+    bool hasLocation = false;
     std::string_view frameBase;
+    bool hasNumber = false;  // it is this number
+    i64 number = 0;
 };
 
 // What the units of a module share.
@@ -95,6 +104,7 @@ struct Shared {
     // The tables lie one behind the other. If they lie in each other, somebody wants us to read
     // for ever.
     u64 left = 2 * abbreviations.size();
+    u64 listsLeft = 0;  // the same of lists of places
     std::vector<DebugFunction> functions{};
 };
 
@@ -105,12 +115,16 @@ struct UnitReader {
     u32 addressBytes = 4;
     u64 stringsBase = 8;
     u64 addressesBase = 8;
+    u64 listsBase = 12;
+    u64 unitBase = 0;
     const Abbreviations* table = nullptr;
 
     Value ReadValue(ByteCursor& cursor, u64 form, i64 constant) const;
     void TakeField(Entry& entry, const Field& field, const Value& value);
     bool ReadEntry(ByteCursor& cursor, Entry& entry);
     std::string KindOf(u64 type);
+    std::vector<DebugPlace> PlacesOf(const Entry& entry);
+    void TakeVariable(const Entry& entry, u32 from, u32 to);
     void Run();
     void Walk(ByteCursor cursor);
 };
@@ -152,19 +166,14 @@ std::string_view Block(ByteCursor& cursor, u64 size) {
     return {reinterpret_cast<const char*>(at), size};
 }
 
-// The word number `index` of a table of words.
-u64 WordAt(std::string_view section, u64 base, u64 index) {
-    if (base > section.size() || index >= (section.size() - base) / 4) return 0;
-    ByteCursor cursor = CursorOver(section.substr(base + 4 * index));
-    return cursor.Word();
-}
-
 Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
     Value value;
     const auto text = [&](u64 index) {
-        return DwarfTextAt(shared.strings, WordAt(shared.stringOffsets, stringsBase, index));
+        return DwarfTextAt(shared.strings, DwarfWordAt(shared.stringOffsets, stringsBase, index));
     };
-    const auto address = [&](u64 index) { return WordAt(shared.addresses, addressesBase, index); };
+    const auto address = [&](u64 index) {
+        return DwarfWordAt(shared.addresses, addressesBase, index);
+    };
     switch (form) {
         case 0x01: value.number = NumberOf(cursor, addressBytes); break;              // addr
         case 0x03: value.block = Block(cursor, NumberOf(cursor, 2)); break;           // block2
@@ -188,8 +197,8 @@ Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
         case 0x0E: value.text = DwarfTextAt(shared.strings, cursor.Word()); break;
         case 0x0F:                                                                // udata
         case 0x15:                                                                // ref_udata
-        case 0x22:                                                                // loclistx
         case 0x23: value.number = ReadLeb(cursor), value.isOffset = true; break;  // rnglistx
+        case 0x22: value.number = ReadLeb(cursor), value.isIndex = true; break;   // loclistx
         case 0x10: cursor.Bytes(version <= 2 ? addressBytes : 4); break;          // ref_addr
         case 0x19: value.number = 1; break;                                       // flag_present
         case 0x1A: value.text = text(ReadLeb(cursor)); break;                     // strx
@@ -216,7 +225,14 @@ Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
 void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value) {
     switch (static_cast<Attribute>(field.attribute)) {
         case Attribute::Name: entry.name = value.text; break;
-        case Attribute::Location: entry.location = value.block; break;
+        case Attribute::Location:
+            entry.location = value;
+            entry.hasLocation = true;
+            break;
+        case Attribute::ConstValue:
+            entry.hasNumber = value.block.empty() && value.text.empty();
+            entry.number = static_cast<i64>(value.number);
+            break;
         case Attribute::FrameBase: entry.frameBase = value.block; break;
         case Attribute::ByteSize: entry.bytes = value.number; break;
         case Attribute::Encoding: entry.encoding = value.number; break;
@@ -234,6 +250,9 @@ void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value)
             break;
         case Attribute::AddrBase:
             if (entry.tag == static_cast<u64>(Tag::CompileUnit)) addressesBase = value.number;
+            break;
+        case Attribute::LoclistsBase:
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) listsBase = value.number;
             break;
     }
 }
@@ -305,58 +324,89 @@ std::string UnitReader::KindOf(u64 type) {
     return "block";
 }
 
-// The local that an expression names as the base of a frame: DW_OP_WASM_location 0, number,
-// DW_OP_stack_value.
-bool LocalOf(std::string_view expression, u32& local) {
-    ByteCursor cursor = CursorOver(expression);
-    if (cursor.Byte() != 0xED || cursor.Byte() != 0) return false;
-    const u64 number = ReadLeb(cursor);
-    if (cursor.failed != nullptr || number > 0xFFFFFFFF) return false;
-    local = static_cast<u32>(number);
-    return cursor.AtEnd() || cursor.Byte() == 0x9F;
+std::vector<DebugPlace> UnitReader::PlacesOf(const Entry& entry) {
+    DebugPlace place;
+    if (entry.hasNumber) {
+        place.kind = DebugPlace::Kind::Number;
+        place.value = entry.number;
+        return {place};
+    }
+    if (!entry.hasLocation) return {};
+    const Value& where = entry.location;
+    if (!where.isOffset && !where.isIndex) {
+        if (ReadPlace(where.block, place)) return {place};
+        return {};
+    }
+    PlaceLists lists{
+        version,          SectionOf(shared.module, version >= 5 ? ".debug_loclists" : ".debug_loc"),
+        shared.addresses, addressesBase,
+        unitBase,         shared.module.codeOffset};
+    const u64 offset = where.isIndex ? listsBase + DwarfWordAt(lists.lists, listsBase, where.number)
+                                     : where.number;
+    return ReadPlaceList(lists, offset, shared.listsLeft);
 }
 
-// DW_OP_fbreg offset, and nothing else.
-bool OffsetOf(std::string_view expression, i64& offset) {
-    ByteCursor cursor = CursorOver(expression);
-    if (cursor.Byte() != 0x91) return false;
-    offset = ReadSignedLeb(cursor);
-    return cursor.failed == nullptr && cursor.AtEnd() && offset >= -0x80000000LL &&
-           offset <= 0x7FFFFFFF;
+void UnitReader::TakeVariable(const Entry& entry, u32 from, u32 to) {
+    DebugFunction& function = shared.functions.back();
+    if (entry.name.empty() || function.variables.size() >= kMostVariables) return;
+    DebugVariable variable;
+    variable.name = entry.name;
+    variable.kind = KindOf(entry.type);
+    variable.isArgument = entry.tag == static_cast<u64>(Tag::FormalParameter);
+    variable.from = from;
+    variable.to = to;
+    variable.places = PlacesOf(entry);
+    function.variables.push_back(std::move(variable));
+}
+
+// The function of an entry, if its code is part of the module.
+bool TakeFunction(const Entry& entry, const Module& module, DebugFunction& function) {
+    const u64 from = entry.low + module.codeOffset;
+    const u64 to = entry.high + module.codeOffset;
+    if (entry.low == 0 || from >= to || to > module.bytes.size()) return false;
+    function.from = static_cast<u32>(from);
+    function.to = static_cast<u32>(to);
+    DebugPlace base;
+    if (ReadPlace(entry.frameBase, base) && base.kind == DebugPlace::Kind::Local) {
+        function.frameBase = static_cast<u32>(base.value);
+    }
+    return true;
 }
 
 void UnitReader::Walk(ByteCursor cursor) {
     const Module& module = shared.module;
+    struct Block {
+        u32 depth = 0;
+        u32 from = 0;
+        u32 to = 0;
+    };
+    std::vector<Block> blocks;  // those that the walk is in; the first is the function
     Entry entry;
     u32 depth = 0;
-    u32 functionDepth = 0;  // of the arguments of the function at hand; 0 outside of one
     while (!cursor.AtEnd() && ReadEntry(cursor, entry)) {
         if (entry.isEnd) {
             if (depth == 0) return;
             --depth;
-            if (depth < functionDepth) functionDepth = 0;
+            while (!blocks.empty() && depth < blocks.back().depth) blocks.pop_back();
             continue;
         }
         const auto tag = static_cast<Tag>(entry.tag);
-        if (tag == Tag::Subprogram && entry.hasCode && entry.hasChildren) {
+        if (tag == Tag::CompileUnit) unitBase = entry.low;
+        if (tag == Tag::Subprogram && entry.hasCode) {
+            blocks.clear();
             DebugFunction function;
-            const u64 from = entry.low + module.codeOffset;
-            const u64 to = entry.high + module.codeOffset;
-            const bool isGood = entry.low != 0 && from < to && to <= module.bytes.size() &&
-                                LocalOf(entry.frameBase, function.frameBase);
-            functionDepth = isGood ? depth + 1 : 0;
-            function.from = static_cast<u32>(from);
-            function.to = static_cast<u32>(to);
-            if (isGood) shared.functions.push_back(std::move(function));
-        } else if (tag == Tag::FormalParameter && functionDepth != 0 && depth == functionDepth) {
-            DebugArgument argument;
-            DebugFunction& function = shared.functions.back();
-            if (OffsetOf(entry.location, argument.offset) && !entry.name.empty() &&
-                function.arguments.size() < kMostArguments) {
-                argument.name = entry.name;
-                argument.kind = KindOf(entry.type);
-                function.arguments.push_back(std::move(argument));
+            if (TakeFunction(entry, module, function)) {
+                shared.functions.push_back(std::move(function));
+                if (entry.hasChildren) blocks.push_back({depth + 1, 0, 0xFFFFFFFF});
             }
+        } else if (!blocks.empty() && tag == Tag::FormalParameter) {
+            if (depth == blocks.front().depth) TakeVariable(entry, 0, 0xFFFFFFFF);
+        } else if (!blocks.empty() && tag == Tag::Variable) {
+            TakeVariable(entry, blocks.back().from, blocks.back().to);
+        } else if (!blocks.empty() && tag == Tag::LexicalBlock && entry.hasCode &&
+                   entry.hasChildren && blocks.size() < kMostBlocks) {
+            blocks.push_back({depth + 1, static_cast<u32>(entry.low + module.codeOffset),
+                              static_cast<u32>(entry.high + module.codeOffset)});
         }
         if (entry.hasChildren) ++depth;
     }
@@ -387,6 +437,8 @@ void UnitReader::Run() {
 
 std::vector<DebugFunction> ReadDebugFunctions(const Module& module) {
     Shared shared{module};
+    shared.listsLeft =
+        4 * (SectionOf(module, ".debug_loc").size() + SectionOf(module, ".debug_loclists").size());
     const std::string_view section = SectionOf(module, ".debug_info");
     for (u64 at = 0; at + 4 < section.size();) {
         ByteCursor cursor = CursorOver(section.substr(at));
@@ -396,7 +448,6 @@ std::vector<DebugFunction> ReadDebugFunctions(const Module& module) {
         at += size;
     }
     std::vector<DebugFunction> result = std::move(shared.functions);
-    std::erase_if(result, [](const DebugFunction& each) { return each.arguments.empty(); });
     std::stable_sort(result.begin(), result.end(),
                      [](const auto& a, const auto& b) { return a.from < b.from; });
     return result;

@@ -37,6 +37,12 @@ std::string DwarfTextAt(std::string_view section, u64 offset) {
     return ReadDwarfText(cursor);
 }
 
+u64 DwarfWordAt(std::string_view section, u64 base, u64 index) {
+    if (base > section.size() || index >= (section.size() - base) / 4) return 0;
+    ByteCursor cursor = CursorOver(section.substr(base + 4 * index));
+    return cursor.Word();
+}
+
 u64 ReadLeb(ByteCursor& cursor) {
     u64 value = 0;
     for (u32 shift = 0;; shift += 7) {

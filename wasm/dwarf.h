@@ -19,6 +19,9 @@ std::string ReadDwarfText(ByteCursor& cursor);
 // The same at an offset of a section; of a text without an end the beginning.
 std::string DwarfTextAt(std::string_view section, u64 offset);
 
+// Word `index` of a table of words that begins at `base`; 0 beyond its end.
+u64 DwarfWordAt(std::string_view section, u64 base, u64 index);
+
 // Variable-length numbers whose size nobody has promised: what is beyond 64 bits is lost.
 u64 ReadLeb(ByteCursor& cursor);
 i64 ReadSignedLeb(ByteCursor& cursor);

@@ -268,13 +268,16 @@ bool Encoder::Run() {
     u32 origin = code.instructions.front().origin;
     out.origins.push_back({Here(), origin, out.module});
     Word(static_cast<u32>(Single::Link) | allocation.savedRegisters << 10 | frameBytes << 14);
+    out.places.clear();
     for (const Instruction& instruction : code.instructions) {
         if (instruction.origin != origin) {
             origin = instruction.origin;
             out.origins.push_back({Here(), origin, out.module});
         }
+        out.places.push_back(Here());
         Encode(instruction);
     }
+    out.places.push_back(Here());
     EncodeTables();
     PatchJumps();
     return true;

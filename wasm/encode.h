@@ -42,6 +42,7 @@ struct MachineCode {
     std::vector<Fixup> fixups;
     std::vector<OriginMark> origins;
     std::vector<CodeTable> tables;
+    std::vector<u32> places;  // of the last function's instructions, and where the last one ends
 };
 
 // Appends a function. False where its frame is larger than the machine can address.

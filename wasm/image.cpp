@@ -98,7 +98,7 @@ struct ImageBuilder {
     bool WriteHeader();
     void CollectFunctions(const ModulePlan& plan);
     void CollectLines();
-    void CollectArguments();
+    void CollectVariables();
     void CollectSymbols();
     void Run();
 };
@@ -473,15 +473,12 @@ void ImageBuilder::CollectLines() {
     add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
 }
 
-void ImageBuilder::CollectArguments() {
-    for (const FrameBase& base : parts.frameBases) {
-        const std::string place = base.place.inRegister
-                                      ? "R" + std::to_string(base.place.number)
-                                      : "FP-" + std::to_string(8 * (base.place.number + 1));
-        const auto memory = static_cast<i64>(layouts[base.module].memoryAt);
-        for (const DebugArgument& argument : base.function->arguments) {
-            result.arguments.push_back(
-                {base.address, place, argument.offset + memory, argument.kind, argument.name});
+void ImageBuilder::CollectVariables() {
+    for (FunctionVariables& function : parts.variables) {
+        const auto memory = static_cast<i64>(layouts[function.module].memoryAt);
+        for (TranslatedVariable& variable : function.variables) {
+            for (TranslatedPlace& place : variable.places) place.offset += memory;
+            result.variables.push_back(std::move(variable));
         }
     }
 }
@@ -506,7 +503,7 @@ void ImageBuilder::CollectSymbols() {
         result.symbols.begin(), result.symbols.end(),
         [](const TranslatedSymbol& a, const TranslatedSymbol& b) { return a.address < b.address; });
     CollectLines();
-    CollectArguments();
+    CollectVariables();
 }
 
 void ImageBuilder::Run() {

@@ -7,18 +7,16 @@
 
 #include "wasm/encode.h"
 #include "wasm/select.h"
-#include "wasm/translate.h"
+#include "wasm/translation.h"
 
 namespace moxi {
 
 enum class EntryKind : u8 { Messages, Program, Calls };
 
-// Where a function keeps the base of its frame, from which its arguments count.
-struct FrameBase {
-    u32 address = 0;  // of the function
-    Location place;
-    const DebugFunction* function = nullptr;
+// The variables of a function. Offsets in memory count from where the module's memory begins.
+struct FunctionVariables {
     u32 module = 0;
+    std::vector<TranslatedVariable> variables;
 };
 
 struct ImageParts {
@@ -27,7 +25,7 @@ struct ImageParts {
     std::vector<u32> functions;  // image addresses by number in the whole image, 0 without code
     std::vector<std::string> routines;
     EntryKind entry = EntryKind::Program;
-    std::vector<FrameBase> frameBases;
+    std::vector<FunctionVariables> variables;
 };
 
 // Makes the file. What is wrong goes to `result.errors`.

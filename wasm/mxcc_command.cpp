@@ -143,18 +143,27 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
     return command;
 }
 
+// Whether the line only adds to an error. Names of files may have blanks, and an error may quote
+// anything.
+bool IsNote(const std::string& line) {
+    const size_t note = line.find(": note: ");
+    return note != std::string::npos && line.find("error: ") > note &&
+           line.find("warning: ") > note;
+}
+
 // A line for each error and each warning, without what counts them, tells how a file came to be
 // read, or adds something to the line before.
 void SayErrors(const std::string& errors) {
     static const std::regex kNoError(
         "[0-9]+ (warning|error)s?( and [0-9]+ errors?)? generated\\.|"
-        "In file included from .*|[^ ]*: note: .*");
+        "In file included from .*");
     constexpr const char* kNoInput = "clang: error: no input files";
     std::istringstream lines(errors);
     bool said = false;
     for (std::string line; std::getline(lines, line);) {
         // A file that is missing has been told of already.
-        if (std::regex_match(line, kNoError) || (said && line == kNoInput)) continue;
+        if (IsNote(line) || std::regex_match(line, kNoError)) continue;
+        if (said && line == kNoInput) continue;
         std::cerr << line << "\n";
         said = true;
     }

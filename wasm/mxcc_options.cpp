@@ -26,9 +26,9 @@ bool Contains(const std::array<const char*, kCount>& list, std::string_view text
     return std::find(list.begin(), list.end(), text) != list.end();
 }
 
-class Reader {
+class OptionReader {
   public:
-    explicit Reader(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+    explicit OptionReader(const std::vector<std::string>& arguments) : arguments_(arguments) {}
 
     MxccOptions Read() {
         while (next_ < arguments_.size() && options_.problem.empty()) ReadOne(arguments_[next_++]);
@@ -99,7 +99,7 @@ class Reader {
 }  // namespace
 
 MxccOptions ReadMxccOptions(const std::vector<std::string>& arguments) {
-    return Reader(arguments).Read();
+    return OptionReader(arguments).Read();
 }
 
 }  // namespace moxi

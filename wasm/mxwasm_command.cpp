@@ -70,20 +70,6 @@ bool ParseSize(const std::string& text, u64 highest, u64& size) {
     return at == text.size() && value <= highest;
 }
 
-bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
-              std::string& wrong) {
-    if (!place.empty()) {
-        wrong = option + " is given twice";
-        return false;
-    }
-    if (value.empty()) {
-        wrong = option + " needs a file name";
-        return false;
-    }
-    place = value;
-    return true;
-}
-
 bool TakeSize(const std::string& option, const std::string& value, u64 highest, u64& size,
               std::string& wrong) {
     if (ParseSize(value, highest, size)) return true;
@@ -195,6 +181,27 @@ std::string FormatSymbolFile(const Translation& translation) {
     return text;
 }
 
+// A line for the variable, and one for each of its places.
+std::string FormatVariable(const TranslatedVariable& variable) {
+    char start[96];
+    std::snprintf(start, sizeof start, "%08X %s ", variable.function,
+                  variable.isArgument ? "argument" : "variable");
+    std::string text = start;
+    if (!variable.isArgument) {
+        std::snprintf(start, sizeof start, "%08X %08X ", variable.from, variable.to);
+        text += start;
+    }
+    text += variable.kind + " " + variable.name + "\n";
+    for (const TranslatedPlace& place : variable.places) {
+        std::snprintf(start, sizeof start, "%08X %s %08X ", place.from,
+                      place.isMemory ? "memory" : "value", place.to);
+        text += start + place.text;
+        if (place.isMemory) text += " " + std::to_string(place.offset);
+        text += "\n";
+    }
+    return text;
+}
+
 std::string FormatLines(const Translation& translation) {
     std::string text;
     for (const TranslatedLine& line : translation.lines) {
@@ -204,11 +211,8 @@ std::string FormatLines(const Translation& translation) {
         if (line.line != 0) text += " " + translation.files[line.file];
         text += "\n";
     }
-    for (const TranslatedArgument& argument : translation.arguments) {
-        char start[64];
-        std::snprintf(start, sizeof start, "%08X argument %s %lld ", argument.function,
-                      argument.base.c_str(), static_cast<long long>(argument.offset));
-        text += start + argument.kind + " " + argument.name + "\n";
+    for (const TranslatedVariable& variable : translation.variables) {
+        text += FormatVariable(variable);
     }
     return text;
 }

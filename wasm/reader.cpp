@@ -34,7 +34,7 @@ enum class SectionId : u8 {
     DataCount,
 };
 
-struct Reader {
+struct ModuleReader {
     Module& module;
     ModuleError& error;
     ByteCursor cursor;
@@ -147,7 +147,7 @@ struct Reader {
     bool ReadAll();
 };
 
-bool Reader::FunctionIndex(u32& index) {
+bool ModuleReader::FunctionIndex(u32& index) {
     const u8* const at = cursor.at;
     index = cursor.Unsigned32();
     if (!Good()) return false;
@@ -156,7 +156,7 @@ bool Reader::FunctionIndex(u32& index) {
 }
 
 // A constant expression of a type, up to and with its `end`.
-bool Reader::ReadConstant(ConstantExpression& expression, ValueType type) {
+bool ModuleReader::ReadConstant(ConstantExpression& expression, ValueType type) {
     const u8* const at = cursor.at;
     const u8 code = cursor.Byte();
     expression.kind = ConstantExpression::Kind::Value;
@@ -208,7 +208,7 @@ bool Reader::ReadConstant(ConstantExpression& expression, ValueType type) {
 }
 
 // An element given as an expression: ref.func or ref.null.
-bool Reader::ReadReference(ConstantExpression& expression) {
+bool ModuleReader::ReadReference(ConstantExpression& expression) {
     const u8* const at = cursor.at;
     const u8 code = cursor.Byte();
     if (code == 0xD2) {
@@ -229,7 +229,7 @@ bool Reader::ReadReference(ConstantExpression& expression) {
     return end == static_cast<u8>(Opcode::End) || Fail("constant expression required", at);
 }
 
-bool Reader::ReadTypes() {
+bool ModuleReader::ReadTypes() {
     u32 count = 0;
     if (!Count(count)) return false;
     module.types.resize(count);
@@ -249,7 +249,7 @@ bool Reader::ReadTypes() {
     return true;
 }
 
-bool Reader::ReadImports() {
+bool ModuleReader::ReadImports() {
     u32 count = 0;
     if (!Count(count)) return false;
     for (u32 i = 0; i < count; ++i) {
@@ -295,7 +295,7 @@ bool Reader::ReadImports() {
     return true;
 }
 
-bool Reader::ReadFunctions() {
+bool ModuleReader::ReadFunctions() {
     u32 count = 0;
     if (!Count(count)) return false;
     for (u32 i = 0; i < count; ++i) {
@@ -310,7 +310,7 @@ bool Reader::ReadFunctions() {
     return true;
 }
 
-bool Reader::ReadGlobals() {
+bool ModuleReader::ReadGlobals() {
     u32 count = 0;
     if (!Count(count)) return false;
     for (u32 i = 0; i < count; ++i) {
@@ -321,7 +321,7 @@ bool Reader::ReadGlobals() {
     return true;
 }
 
-bool Reader::ReadExports() {
+bool ModuleReader::ReadExports() {
     u32 count = 0;
     if (!Count(count)) return false;
     std::set<std::string> names;
@@ -353,14 +353,14 @@ bool Reader::ReadExports() {
     return true;
 }
 
-bool Reader::ReadStart() {
+bool ModuleReader::ReadStart() {
     module.hasStart = true;
     if (!FunctionIndex(module.start)) return false;
     const FunctionType& type = module.types[module.functions[module.start].type];
     return (type.parameters.empty() && type.results.empty()) || Fail("start function");
 }
 
-bool Reader::ReadElement(ElementSegment& segment) {
+bool ModuleReader::ReadElement(ElementSegment& segment) {
     const u8* const at = cursor.at;
     const u32 flags = cursor.Unsigned32();
     if (!Good()) return false;
@@ -402,7 +402,7 @@ bool Reader::ReadElement(ElementSegment& segment) {
     return true;
 }
 
-bool Reader::ReadElements() {
+bool ModuleReader::ReadElements() {
     u32 count = 0;
     if (!Count(count)) return false;
     module.elements.resize(count);
@@ -410,7 +410,7 @@ bool Reader::ReadElements() {
                        [this](ElementSegment& segment) { return ReadElement(segment); });
 }
 
-bool Reader::ReadBody(Function& function) {
+bool ModuleReader::ReadBody(Function& function) {
     const u32 size = cursor.Unsigned32();
     const u8* const at = cursor.Bytes(size);
     if (!Good()) return false;
@@ -441,7 +441,7 @@ bool Reader::ReadBody(Function& function) {
     return true;
 }
 
-bool Reader::ReadCode() {
+bool ModuleReader::ReadCode() {
     module.codeOffset = static_cast<u32>(cursor.at - start);
     if (!Count(codeCount)) return false;
     const u64 declared = module.functions.size() - module.importedFunctions;
@@ -454,7 +454,7 @@ bool Reader::ReadCode() {
     return true;
 }
 
-bool Reader::ReadData() {
+bool ModuleReader::ReadData() {
     u32 count = 0;
     if (!Count(count)) return false;
     if (module.hasDataCount && count != module.dataCount) {
@@ -484,7 +484,7 @@ bool Reader::ReadData() {
     return true;
 }
 
-bool Reader::ReadSection(SectionId id) {
+bool ModuleReader::ReadSection(SectionId id) {
     switch (id) {
         case SectionId::Custom: {
             CustomSection section;
@@ -534,7 +534,7 @@ u32 OrderOf(u8 id) {
     return 2u * id;
 }
 
-bool Reader::ReadAll() {
+bool ModuleReader::ReadAll() {
     const ByteCursor file = cursor;
     if (cursor.Left() < 4 || cursor.Word() != 0x6D736100)
         return Fail("magic header not detected", start);
@@ -585,7 +585,7 @@ const Export* FindExport(const Module& module, std::string_view name, ExternalKi
 bool ReadModule(std::string_view bytes, Module& module, ModuleError& error) {
     module.bytes = bytes;
     const u8* const start = reinterpret_cast<const u8*>(bytes.data());
-    Reader reader{module, error, {start, start + bytes.size(), nullptr}, start, {}, {}, 0};
+    ModuleReader reader{module, error, {start, start + bytes.size(), nullptr}, start, {}, {}, 0};
     if (!reader.ReadAll()) return false;
     ReadNames(module);
     return true;

@@ -8,6 +8,7 @@
 #include "wasm/code.h"
 #include "wasm/debug_info.h"
 #include "wasm/layout.h"
+#include "wasm/leaves.h"
 #include "wasm/source_lines.h"
 #include "wasm/tree.h"
 
@@ -52,6 +53,7 @@ struct ModulePlan {
     std::vector<u32> elementItems;  // where the entries of each passive element segment lie
     SourceLines sources;            // of the module; empty without debug information
     std::vector<DebugFunction> debugFunctions;
+    std::vector<SmallLeaf> leaves;  // by function
 };
 
 // The number of a routine of the runtime.

@@ -4,6 +4,7 @@
 
 #include "wasm/allocate.h"
 #include "wasm/build.h"
+#include "wasm/debug_values.h"
 #include "wasm/encode.h"
 #include "wasm/image.h"
 #include "wasm/link.h"
@@ -15,7 +16,8 @@ namespace {
 
 constexpr u32 kFirstCode = 512;
 constexpr u32 kMaxTable = 1u << 20;
-constexpr u32 kMaxName = 1023;  // what the line of a trap has room for
+constexpr u64 kMostSteps = 200u << 20;  // to find where variables are
+constexpr u32 kMaxName = 1023;          // what the line of a trap has room for
 
 bool HasType(const FunctionType& type, const std::vector<ValueType>& parameters,
              const std::vector<ValueType>& results) {
@@ -104,10 +106,15 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
     plan.nameCells.assign(module.functions.size(), 0);
 }
 
-// Imported functions get code only where their address is wanted.
-std::vector<bool> WantedFunctions(const Module& module) {
+// Imported functions, and those that are built in where they are called, get code of their own only
+// where their address is wanted.
+std::vector<bool> WantedFunctions(const ModulePlan& plan) {
+    const Module& module = *plan.module;
     std::vector<bool> wanted(module.functions.size(), true);
     std::fill(wanted.begin(), wanted.begin() + module.importedFunctions, false);
+    for (u64 i = 0; i < wanted.size(); ++i) {
+        if (plan.leaves[i].isOne) wanted[i] = false;
+    }
     for (const ElementSegment& segment : module.elements) {
         for (const ConstantExpression& item : segment.items) {
             if (item.kind == ConstantExpression::Kind::Function) wanted[item.value] = true;
@@ -123,9 +130,16 @@ std::vector<bool> WantedFunctions(const Module& module) {
 bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::string>& errors) {
     const Module& module = *plan.module;
     parts.code.module = plan.number;
-    const std::vector<bool> wanted = WantedFunctions(module);
+    const std::vector<bool> wanted = WantedFunctions(plan);
+    const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
+    u64 steps = kMostSteps;
     for (u32 i = 0; i < module.functions.size(); ++i) {
         if (!wanted[i]) continue;
+        const u8* const body = module.functions[i].body;
+        const DebugFunction* const known =
+            body == nullptr
+                ? nullptr
+                : FindDebugFunction(plan.debugFunctions, static_cast<u32>(body - start));
         FunctionCode code = BuildFunction(plan, i);
         Straighten(code);
         UseLowHalves(code);
@@ -138,12 +152,10 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
                              " is larger than the machine can address");
             return false;
         }
-        if (code.frameBase != 0) {
-            const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
-            const u32 body = static_cast<u32>(module.functions[i].body - start);
-            parts.frameBases.push_back({parts.functions[plan.functionBase + i],
-                                        allocation.locations[code.frameBase],
-                                        FindDebugFunction(plan.debugFunctions, body), plan.number});
+        if (known != nullptr) {
+            parts.variables.push_back(
+                {plan.number, FindVariables(*known, code, allocation, parts.code,
+                                            parts.functions[plan.functionBase + i], steps)});
         }
     }
     return true;
@@ -197,6 +209,7 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
         plan.routines = &parts.routines;
         plan.sources = ReadSourceLines(modules[i]);
         plan.debugFunctions = ReadDebugFunctions(modules[i]);
+        plan.leaves = FindSmallLeaves(modules[i], plan.debugFunctions);
         parts.plans.push_back(std::move(plan));
     }
     if (isLinked) {

@@ -1,64 +1,11 @@
 #pragma once
 // A WebAssembly module into a MAIN.MX, as a library; mxwasm_command.h is the program.
 
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include "base/types.h"
+#include "wasm/translation.h"
 
 namespace moxi {
-
-struct TranslateOptions {
-    u64 memory = 64u << 20;  // what the memory may grow to, in bytes
-    u32 stack = 4u << 20;    // for calls, at most kMaxStack
-    u32 heap = 96u << 20;    // for the blocks of the heap service
-    bool checkBounds = false;
-    bool calls = false;          // a module without an entry is called by CALL.TXT
-    bool identity = false;       // linear memory is the image itself
-    std::string_view cartridge;  // a second module, linked to the first one (link.h)
-    bool wantAssembly = false;
-    std::string libraryFolder;  // where moxi/wasm_runtime.inc lies
-};
-
-constexpr u32 kMaxStack = 7u << 20;
-
-struct TranslatedSymbol {
-    u32 address = 0;
-    bool isCode = true;
-    std::string name;
-};
-
-// From `address` on the code comes from that line; line 0 is no line at all.
-struct TranslatedLine {
-    u32 address = 0;
-    u32 line = 0;
-    u32 file = 0;  // index into Translation::files
-};
-
-// An argument of a function, in memory at the value of `base` plus the offset.
-struct TranslatedArgument {
-    u32 function = 0;  // its address
-    std::string base;  // "R7", or "FP-16" for the LONG there
-    i64 offset = 0;
-    std::string kind;  // i8 u8 i16 u16 i32 u32 i64 u64 f32 f64 bool char pointer, or block
-    std::string name;
-};
-
-struct Translation {
-    bool ok = false;
-    std::vector<std::string> errors;  // one line each, without the file's name
-    std::vector<u8> bytes;            // the whole MAIN.MX
-    std::vector<TranslatedSymbol> symbols;
-    std::vector<TranslatedLine> lines;  // ascending
-    std::vector<std::string> files;
-    std::vector<TranslatedArgument> arguments;  // by function, in their order
-    std::string assembly;                       // when asked for
-    u32 codeEnd = 0;           // with `identity`: where the module's data may begin
-    u32 memoryAddress = 0;     // image address of linear memory's first byte
-    u32 cartridgeAddress = 0;  // the same of the cartridge's
-    u32 codeBytes = 0;         // of the translated functions
-};
 
 // Any bytes are welcome: what is malformed or not supported is refused in `errors`.
 Translation Translate(std::string_view wasm, const TranslateOptions& options);

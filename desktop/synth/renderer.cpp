@@ -78,8 +78,7 @@ void AddFade(Renderer& renderer, Mix& mix, u32 frames) {
     }
 }
 
-// Takes the next frames of a source out of the future, fades them out and keeps them to be mixed
-// in.
+// Renders what the source would have played next, fades that out and keeps it to be mixed in.
 void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
     for (float(&side)[kFadeFrames] : renderer.fade) {
         // What is left of an earlier end goes on.

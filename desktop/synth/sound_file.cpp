@@ -72,7 +72,7 @@ bool DecodeWav(std::span<const u8> file, Sound& sound) {
     return true;
 }
 
-// Anything else would be for decoders that games have no use for, and no business to try out.
+// Other formats would reach decoders that no game needs, and that a hostile file is kept from.
 bool LooksLikeSound(std::span<const u8> file, std::string& reason) {
     if (file.empty()) {
         reason = "the file is empty";

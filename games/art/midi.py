@@ -52,13 +52,19 @@ class Part:
         if channel != DRUMS:
             self.events.append((0, 1, bytes((0xC0 | channel, program))))
 
+    def raised(self, value):
+        """What is soft comes nearer to what is loud, the more the smaller the piece's `softness` is."""
+        return 127 * (min(value, 127) / 127) ** self.piece.softness
+
     def control(self, beat, number, value):
+        if number in (7, 11):  # volume and expression
+            value = round(self.raised(value))
         self.events.append((round(beat * TICKS), 2, bytes((0xB0 | self.channel, number, value))))
 
     def note(self, beat, length, key, velocity):
         end = min(beat + length, self.piece.end)
         if end > beat:
-            loud = max(1, min(127, round(velocity)))
+            loud = max(1, round(self.raised(velocity)))
             self.sounding.append((round(beat * TICKS), round(end * TICKS), key, loud))
 
     def all_events(self):
@@ -161,7 +167,8 @@ class Piece:
     """A player stops a piece one beat after its last track has ended, and a game starts it again
     then; so a looping piece ends its tracks a beat before the bar line and comes round in time."""
 
-    def __init__(self, name, title, tempo, meter, chart, loops=True):
+    def __init__(self, name, title, tempo, meter, chart, loops=True, softness=1.0):
+        self.softness = softness
         self.name, self.title, self.tempo, self.meter = name, title, tempo, meter
         self.chart = [bar.split(":") for bar in chart.split()]
         self.bars = len(self.chart)

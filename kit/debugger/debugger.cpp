@@ -84,7 +84,7 @@ void StartDebugger() {
 }
 
 void StopBeforeFatalMessage(std::string_view text) {
-    // What the host reports outside of a message is none of the module's instructions' doing.
+    // Outside of a message the host reports what no instruction of the module has done.
     if (!started || !inMX || talking || quitting) return;
     Say("fatal: " + MacRomanToUtf8(text));
     ShowLocation();

@@ -79,6 +79,9 @@ bool ShowFrame(u32 number, u32 pc, const Frame& frame, const FrameRegisters& reg
     const std::string named =
         frame.linked ? NamedArguments(at, frame.at - 4, registers) : std::string();
     Say("    " + (named.empty() ? Arguments(frame.at + 8, *bytes, caller == 0) : named));
+    const std::string variables =
+        frame.linked ? NamedVariables(at, frame.at - 4, registers) : std::string();
+    if (!variables.empty()) Say("    variables: " + variables);
     return caller != 0;
 }
 

@@ -1,10 +1,13 @@
 #include "kit/debugger/source.h"
 
+#include <algorithm>
+#include <bit>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <sstream>
 
+#include "base/bytes.h"
 #include "base/log.h"
 #include "host/bundle.h"
 #include "kit/debugger/terminal.h"
@@ -52,40 +55,52 @@ std::string TextOfLine(const std::string& file, u32 line) {
     return line >= 1 && line <= lines.size() ? lines[line - 1] : "";
 }
 
-template <class T>
-std::string Shown(u32 address, const char* format) {
-    const std::optional<T> value = Peek<T>(address);
-    return value ? FormatText(format, *value) : "outside the image";
+std::string Character(u8 value) {
+    const bool isSeen = value >= 32 && value < 127;
+    return isSeen ? FormatText("%u '%c'", value, value) : FormatText("%u", value);
 }
 
-std::string Character(u32 address) {
-    const std::optional<u8> value = Peek<u8>(address);
-    if (!value) return "outside the image";
-    const bool isSeen = *value >= 32 && *value < 127;
-    return isSeen ? FormatText("%u '%c'", *value, *value) : FormatText("%u", *value);
+u32 BytesOf(const std::string& kind) {
+    if (kind == "i8" || kind == "u8" || kind == "bool" || kind == "char") return 1;
+    if (kind == "i16" || kind == "u16") return 2;
+    return kind == "i64" || kind == "u64" || kind == "f64" ? 8 : 4;
 }
+
+// The first bytes of `bits` as a value of that kind.
+std::string TextOf(u64 bits, const std::string& kind) {
+    if (kind == "i8") return FormatText("%d", static_cast<i8>(bits));
+    if (kind == "u8") return FormatText("%u", static_cast<u8>(bits));
+    if (kind == "i16") return FormatText("%d", static_cast<i16>(bits));
+    if (kind == "u16") return FormatText("%u", static_cast<u16>(bits));
+    if (kind == "i32") return FormatText("%d", static_cast<i32>(bits));
+    if (kind == "u32") return FormatText("%u", static_cast<u32>(bits));
+    if (kind == "i64") return FormatText("%ld", static_cast<i64>(bits));
+    if (kind == "u64") return FormatText("%lu", bits);
+    if (kind == "f32") return FormatText("%.9g", f64{std::bit_cast<f32>(static_cast<u32>(bits))});
+    if (kind == "f64") return FormatText("%.17g", std::bit_cast<f64>(bits));
+    if (kind == "bool") return (bits & 0xFF) != 0 ? "true" : "false";
+    if (kind == "char") return Character(static_cast<u8>(bits));
+    return FormatText("0x%X", static_cast<u32>(bits));
+}
+
+bool IsKnownKind(const std::string& kind) {
+    static constexpr const char* kKinds[] = {"i8",  "u8",  "i16", "u16",  "i32",  "u32",    "i64",
+                                             "u64", "f32", "f64", "bool", "char", "pointer"};
+    return std::find(std::begin(kKinds), std::end(kKinds), kind) != std::end(kKinds);
+}
+
+constexpr const char* kOutside = "outside the image";
 
 std::string ValueAt(u32 address, const std::string& kind) {
-    if (kind == "i8") return Shown<i8>(address, "%d");
-    if (kind == "u8") return Shown<u8>(address, "%u");
-    if (kind == "i16") return Shown<i16>(address, "%d");
-    if (kind == "u16") return Shown<u16>(address, "%u");
-    if (kind == "i32") return Shown<i32>(address, "%d");
-    if (kind == "u32") return Shown<u32>(address, "%u");
-    if (kind == "i64") return Shown<i64>(address, "%ld");
-    if (kind == "u64") return Shown<u64>(address, "%lu");
-    if (kind == "f32") {
-        const std::optional<f32> value = Peek<f32>(address);
-        return value ? FormatText("%.9g", f64{*value}) : "outside the image";
+    if (!IsKnownKind(kind)) return FormatText("(at 0x%8.8X)", address);
+    u8 bytes[8] = {};
+    const u32 count = BytesOf(kind);
+    for (u32 i = 0; i < count; ++i) {
+        const std::optional<u8> byte = Peek<u8>(address + i);
+        if (!byte) return kOutside;
+        bytes[i] = *byte;
     }
-    if (kind == "f64") return Shown<f64>(address, "%.17g");
-    if (kind == "bool") {
-        const std::optional<u8> value = Peek<u8>(address);
-        return !value ? "outside the image" : *value != 0 ? "true" : "false";
-    }
-    if (kind == "char") return Character(address);
-    if (kind == "pointer") return Shown<u32>(address, "0x%X");
-    return FormatText("(at 0x%8.8X)", address);
+    return TextOf(LoadBytes<u64>(bytes), kind);
 }
 
 }  // namespace
@@ -131,20 +146,43 @@ void Unwind(FrameRegisters& registers, u32 function, u32 fp) {
     for (u32 i = 0; i < count; ++i) registers.places[14 - count + i] = saved + 8 * i;
 }
 
-std::string NamedArguments(u32 pc, u32 fp, const FrameRegisters& registers) {
+namespace {
+
+std::string ValueOf(const CodeVariable& variable, u32 pc, u32 fp, const FrameRegisters& registers) {
+    const auto place =
+        std::find_if(variable.places.begin(), variable.places.end(),
+                     [pc](const CodePlace& each) { return each.from <= pc && pc < each.to; });
+    if (place == variable.places.end()) return "not known here";
+    const bool isNumber = place->kind == CodePlace::Kind::Number;
+    if (isNumber && !place->isMemory) return TextOf(static_cast<u64>(place->number), variable.kind);
+    if (isNumber) return ValueAt(static_cast<u32>(place->number), variable.kind);
+    const u32 at = place->kind == CodePlace::Kind::Frame ? fp + static_cast<u32>(place->slot)
+                                                         : registers.places[place->reg];
+    if (!place->isMemory) return ValueAt(at, variable.kind);
+    const std::optional<u32> base = Peek<u32>(at);
+    return base ? ValueAt(*base + static_cast<u32>(place->number), variable.kind) : kOutside;
+}
+
+std::string Named(u32 pc, u32 fp, const FrameRegisters& registers, bool arguments) {
     const FunctionSymbol* const function = FunctionSymbolAt(pc);
     if (function == nullptr || pc < BodyOf(function->address)) return "";
     std::string text;
-    for (const CodeArgument& argument : ArgumentsOf(function->address)) {
-        const u32 place = argument.reg == kInFrame ? fp + static_cast<u32>(argument.slot)
-                                                   : registers.places[argument.reg];
-        const std::optional<u32> base = Peek<u32>(place);
-        const std::string value =
-            base ? ValueAt(*base + static_cast<u32>(argument.offset), argument.kind)
-                 : "outside the image";
-        text += (text.empty() ? "" : ", ") + argument.name + "=" + value;
+    for (const CodeVariable& variable : VariablesOf(function->address)) {
+        if (variable.isArgument != arguments || pc < variable.from || pc >= variable.to) continue;
+        const std::string value = ValueOf(variable, pc, fp, registers);
+        text += (text.empty() ? "" : ", ") + variable.name + "=" + value;
     }
     return text;
+}
+
+}  // namespace
+
+std::string NamedArguments(u32 pc, u32 fp, const FrameRegisters& registers) {
+    return Named(pc, fp, registers, true);
+}
+
+std::string NamedVariables(u32 pc, u32 fp, const FrameRegisters& registers) {
+    return Named(pc, fp, registers, false);
 }
 
 }  // namespace moxi

@@ -30,4 +30,7 @@ void Unwind(FrameRegisters& registers, u32 function, u32 fp);
 // "count=3, name=0x1A20"; "" where nothing is known, or the arguments are not in their places yet.
 std::string NamedArguments(u32 pc, u32 fp, const FrameRegisters& registers);
 
+// The same of the variables that mean something there.
+std::string NamedVariables(u32 pc, u32 fp, const FrameRegisters& registers);
+
 }  // namespace moxi

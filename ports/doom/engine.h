@@ -1,5 +1,5 @@
-// What the pieces of the glue have of each other. The engine's own i_*.h tell of the rest: whatever they
-// declare is defined here in place of the engine's files for a desktop.
+// What the pieces of the glue have of each other. The engine's own i_*.h tell of the rest: whatever
+// they declare is defined here in place of the engine's files for a desktop.
 #ifndef DOOM_ENGINE_H
 #define DOOM_ENGINE_H
 
@@ -13,8 +13,8 @@ void D_RunFrame(void);
 
 // --- engine.c
 
-// Everything until the first picture. `arguments` are those of a command line, without a name before
-// them; a line of "not enough data" ends the program.
+// Everything until the first picture. `arguments` are those of a command line, without a name
+// before them; a line of "not enough data" ends the program.
 void StartEngine(int count, char** arguments);
 // In place of the engine's endless loop: what it does before its first round. start.h leads there.
 void StartLoop(const char* description);

@@ -12,6 +12,7 @@
 #include "i_timer.h"
 #include "i_video.h"
 #include "m_config.h"
+#include "m_controls.h"
 #include "m_menu.h"
 
 int vanilla_keyboard_mapping = 1;
@@ -27,24 +28,42 @@ typedef struct {
 } keyRow;
 
 static const keyRow keyRows[] = {
-    {MOXI_KEY_BACKSPACE, KEY_BACKSPACE}, {MOXI_KEY_TAB, KEY_TAB},
-    {MOXI_KEY_RETURN, KEY_ENTER},        {MOXI_KEY_SHIFT, KEY_RSHIFT},
-    {MOXI_KEY_COMMAND, KEY_RCTRL},       {MOXI_KEY_OPTION, KEY_RALT},
-    {MOXI_KEY_CAPS_LOCK, KEY_CAPSLOCK},  {MOXI_KEY_ESCAPE, KEY_ESCAPE},
-    {MOXI_KEY_SPACE, ' '},               {MOXI_KEY_PAGE_UP, KEY_PGUP},
-    {MOXI_KEY_PAGE_DOWN, KEY_PGDN},      {MOXI_KEY_END, KEY_END},
-    {MOXI_KEY_HOME, KEY_HOME},           {MOXI_KEY_LEFT, KEY_LEFTARROW},
-    {MOXI_KEY_UP, KEY_UPARROW},          {MOXI_KEY_RIGHT, KEY_RIGHTARROW},
-    {MOXI_KEY_DOWN, KEY_DOWNARROW},      {MOXI_KEY_INSERT, KEY_INS},
-    {MOXI_KEY_DELETE, KEY_DEL},          {MOXI_KEY_PAD_TIMES, KEYP_MULTIPLY},
-    {MOXI_KEY_PAD_PLUS, KEYP_PLUS},      {MOXI_KEY_PAD_MINUS, KEYP_MINUS},
-    {MOXI_KEY_PAD_POINT, KEYP_PERIOD},   {MOXI_KEY_PAD_DIVIDE, KEYP_DIVIDE},
-    {MOXI_KEY_F1 + 10, KEY_F11},         {MOXI_KEY_NUM_LOCK, KEY_NUMLOCK},
-    {MOXI_KEY_SEMICOLON, ';'},           {MOXI_KEY_EQUALS, KEY_EQUALS},
-    {MOXI_KEY_COMMA, ','},               {MOXI_KEY_MINUS, KEY_MINUS},
-    {MOXI_KEY_PERIOD, '.'},              {MOXI_KEY_SLASH, '/'},
-    {MOXI_KEY_BACKQUOTE, '`'},           {MOXI_KEY_OPEN, '['},
-    {MOXI_KEY_BACKSLASH, '\\'},          {MOXI_KEY_CLOSE, ']'},
+    {MOXI_KEY_BACKSPACE, KEY_BACKSPACE},
+    {MOXI_KEY_TAB, KEY_TAB},
+    {MOXI_KEY_RETURN, KEY_ENTER},
+    {MOXI_KEY_SHIFT, KEY_RSHIFT},
+    {MOXI_KEY_COMMAND, KEY_RCTRL},
+    {MOXI_KEY_OPTION, KEY_RALT},
+    {MOXI_KEY_CAPS_LOCK, KEY_CAPSLOCK},
+    {MOXI_KEY_ESCAPE, KEY_ESCAPE},
+    {MOXI_KEY_SPACE, ' '},
+    {MOXI_KEY_PAGE_UP, KEY_PGUP},
+    {MOXI_KEY_PAGE_DOWN, KEY_PGDN},
+    {MOXI_KEY_END, KEY_END},
+    {MOXI_KEY_HOME, KEY_HOME},
+    {MOXI_KEY_LEFT, KEY_LEFTARROW},
+    {MOXI_KEY_UP, KEY_UPARROW},
+    {MOXI_KEY_RIGHT, KEY_RIGHTARROW},
+    {MOXI_KEY_DOWN, KEY_DOWNARROW},
+    {MOXI_KEY_INSERT, KEY_INS},
+    {MOXI_KEY_DELETE, KEY_DEL},
+    {MOXI_KEY_PAD_TIMES, KEYP_MULTIPLY},
+    {MOXI_KEY_PAD_PLUS, KEYP_PLUS},
+    {MOXI_KEY_PAD_MINUS, KEYP_MINUS},
+    {MOXI_KEY_PAD_POINT, KEYP_PERIOD},
+    {MOXI_KEY_PAD_DIVIDE, KEYP_DIVIDE},
+    {MOXI_KEY_F1 + 10, KEY_F11},
+    {MOXI_KEY_NUM_LOCK, KEY_NUMLOCK},
+    {MOXI_KEY_SEMICOLON, ';'},
+    {MOXI_KEY_EQUALS, KEY_EQUALS},
+    {MOXI_KEY_COMMA, ','},
+    {MOXI_KEY_MINUS, KEY_MINUS},
+    {MOXI_KEY_PERIOD, '.'},
+    {MOXI_KEY_SLASH, '/'},
+    {MOXI_KEY_BACKQUOTE, '`'},
+    {MOXI_KEY_OPEN, '['},
+    {MOXI_KEY_BACKSLASH, '\\'},
+    {MOXI_KEY_CLOSE, ']'},
     {MOXI_KEY_QUOTE, '\''},
 };
 
@@ -185,7 +204,11 @@ void GatherInput(void) {
 
 // --- What the engine asks for
 
+// Called before the settings are read: what stands here holds until they say otherwise.
 void I_BindInputVariables(void) {
+    mousebspeed = -1;
+    mousebnextweapon = 3;
+    mousebprevweapon = 4;
     M_BindFloatVariable("mouse_acceleration", &mouse_acceleration);
     M_BindIntVariable("mouse_threshold", &mouse_threshold);
     M_BindIntVariable("vanilla_keyboard_mapping", &vanilla_keyboard_mapping);

@@ -6,8 +6,8 @@
 // behind it: see engine.h
 #include <moxi.h>
 
-// aspect_ratio_correct: pixels a fifth higher than wide never, where the picture gets no smaller by it,
-// always.
+// aspect_ratio_correct: pixels a fifth higher than wide never, where the picture gets no smaller by
+// it, always.
 enum { kNever, kWhereItFits, kAlways };
 
 // --- video.c
@@ -27,8 +27,8 @@ void PointerAt(int x, int y);
 void MusicDone(void);
 
 // --- main.c
-// The name of a file in the data folder for the services of sounds and music, which look in the game's
-// own folder. It holds until the next call.
+// The name of a file in the data folder for the services of sounds and music, which look in the
+// game's own folder. It holds until the next call.
 const char* PlayedName(const char* file);
 bool WriteData(const char* name, const void* bytes, size_t size);
 

@@ -1,7 +1,7 @@
-// Sounds. The engine plays up to eight at a time, each with a volume and a side; the host plays one file.
-// So what is still to be heard of them all is mixed into a file of the data folder whenever one begins
-// or is stopped, and that file takes the place of the one before. When more begin than there are channels,
-// the engine's priorities tell which ones give way.
+// Sounds. The engine plays up to eight at a time, each with a volume and a side; the host plays one
+// file. So what is still to be heard of them all is mixed into a file of the data folder whenever
+// one begins or is stopped, and that file takes the place of the one before. When more begin than
+// there are channels, the engine's priorities tell which ones give way.
 
 #include "moxi_parts.h"
 
@@ -19,7 +19,7 @@
 enum {
     kRate = 22050,
     kChannels = 8,
-    kLongestMixture = kRate * 6,
+    kLongestMixture = kRate * 8,
     kLumpHeader = 24,  // the rate and the length stand in the first 8 bytes; 16 samples are padding
     kLumpPadding = 32,
     kShortestLump = 49,
@@ -36,16 +36,16 @@ int snd_sfxdevice = SNDDEVICE_SB;
 typedef struct {
     const byte* samples;  // NULL: nothing is played
     unsigned count;
-    unsigned step;       // samples for one of the mixture, in parts of kOne
-    uint32_t start;      // by the clock
-    int left, right;     // 0 to 255
+    unsigned step;    // samples for one of the mixture, in parts of kOne
+    uint32_t start;   // by the clock
+    int left, right;  // 0 to 255
     bool isNew;
 } channel;
 
 static channel channels[kChannels];
 static bool mustMix, isPlaying;
-// The two sides of a sample added up in one number: the left one counts 2^32, and a negative right one
-// borrows from it.
+// The two sides of a sample added up in one number: the left one counts 2^32, and a negative right
+// one borrows from it.
 static int64_t mixture[kLongestMixture];
 
 static struct {
@@ -134,7 +134,7 @@ static void MixChannel(const channel* it, unsigned from, unsigned count, bool ri
     const byte* const samples = it->samples;
     const unsigned step = it->step;
     const int64_t both = ((int64_t)it->left << 32) + it->right;
-    unsigned at = (unsigned)((uint64_t)from * step);
+    uint64_t at = (uint64_t)from * step;
     unsigned i = 0;
     // What goes on is cut a little before or behind where the last mixture has come to.
     for (; rises && i < count && i < kRise; ++i, at += step) {

@@ -1,4 +1,5 @@
-// A checksum of the game's state in every second of it, so that two builds of the engine can be compared.
+// A checksum of the game's state in every second of it, so that two builds of the engine can be
+// compared.
 
 #include <stdint.h>
 #include <stdio.h>

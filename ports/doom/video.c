@@ -1,5 +1,5 @@
-// The engine's picture, 320 by 200 bytes, on the window: the bytes' colours go into a bitmap of the same
-// size, which the host enlarges. Only rows that have changed are looked at again.
+// The engine's picture, 320 by 200 bytes, on the window: the bytes' colours go into a bitmap of the
+// same size, which the host enlarges. Only rows that have changed are looked at again.
 
 #include "moxi_parts.h"
 
@@ -13,7 +13,8 @@
 #include "tables.h"
 #include "v_video.h"
 
-// With the picture's pixels as high as they are on the screens that it was made for, it has 240 rows.
+// With the picture's pixels as high as they are on the screens that it was made for, it has 240
+// rows.
 enum { kTallRows = 240, kColours = 256 };
 
 // Settings that others read
@@ -35,11 +36,9 @@ static bool mustShowAll;
 static moxi_bitmap picture;
 static int viewWidth, viewHeight;
 
-// Where the picture is: rows are SCREENHEIGHT or kTallRows, each `scale` pixels high; 0 where it is as large
-// as fits, in a window that is smaller or of another shape.
-static struct {
-    int x, y, width, height, rows, scale;
-} place;
+// Where the picture is: rows are SCREENHEIGHT or kTallRows, each `scale` pixels high; 0 where it is
+// as large as fits, in a window that is smaller or of another shape.
+static struct { int x, y, width, height, rows, scale; } place;
 
 static int Smaller(int a, int b) {
     return a < b ? a : b;
@@ -75,8 +74,8 @@ static void MixRows(moxi_colour* out, const pixel_t* first, const pixel_t* secon
     }
 }
 
-// Five rows become six. Row n of the six covers 5/6 of a row from 5n/6 on: of it n/5 lies in row n - 1
-// and the rest in row n.
+// Five rows become six. Row n of the six covers 5/6 of a row from 5n/6 on: of it n/5 lies in row n
+// - 1 and the rest in row n.
 static void ColourTallRows(const moxi_pixels* pixels, int first, int last) {
     for (int row = first; row <= last; ++row) {
         const int within = row % 6;

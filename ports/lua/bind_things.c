@@ -11,6 +11,7 @@ static const char kPicture[] = "picture";
 static const char kSheet[] = "sheet";
 static const char kSprite[] = "sprite";
 static const char kMap[] = "map";
+static const char kSolid[] = "solid tiles";
 
 void* NewObject(lua_State* L, const char* type, size_t size, int held) {
     void* const object = lua_newuserdatauv(L, size, held);
@@ -107,11 +108,15 @@ static void SplitLines(lua_State* L, int at) {
     lua_replace(L, at);
 }
 
+enum { kMostRows = 32767 };
+
 // The rows of a picture or a map, ended by a null pointer; `longest` gets the length of the
 // longest.
 static const char** Rows(lua_State* L, int at, int* count, int* longest) {
     SplitLines(L, at);
-    *count = (int)luaL_len(L, at);
+    const lua_Integer all = luaL_len(L, at);
+    luaL_argcheck(L, all >= 0 && all <= kMostRows, at, "there are too many rows");
+    *count = (int)all;
     const char** const rows =
         (const char**)lua_newuserdatauv(L, ((size_t)*count + 1) * sizeof *rows, 0);
     *longest = 0;
@@ -422,10 +427,38 @@ static int MapField(lua_State* L) {
         lua_pushinteger(L, map->height);
     } else if (strcmp(name, "tiles") == 0) {
         lua_getiuservalue(L, 1, 1);
+    } else if (strcmp(name, "solid") == 0) {
+        NewObject(L, kSolid, 1, 1);
+        Hold(L, 1, 1);
     } else {
         return luaL_error(L, "a map has no '%s'", name);
     }
     return 1;
+}
+
+// map.solid: of each tile what it stops.
+static unsigned char* SolidTile(lua_State* L) {
+    luaL_checkudata(L, 1, kSolid);
+    const int tile = Whole(L, 2);
+    luaL_argcheck(L, tile >= 0 && tile < 255, 2, "a tile is 0 to 254");
+    lua_getiuservalue(L, 1, 1);
+    tile_map* const map = (tile_map*)luaL_checkudata(L, -1, kMap);
+    if (map->tiles == NULL) luaL_error(L, "this map has been freed");
+    lua_pop(L, 1);
+    return &map->solid[tile];
+}
+
+static int SolidOfTile(lua_State* L) {
+    lua_pushinteger(L, *SolidTile(L));
+    return 1;
+}
+
+static int SetSolidOfTile(lua_State* L) {
+    const int kind = Whole(L, 3);
+    luaL_argcheck(L, kind >= TILE_OPEN && kind <= TILE_LEDGE, 3,
+                  "a tile is TILE_OPEN, TILE_SOLID or TILE_LEDGE");
+    *SolidTile(L) = (unsigned char)kind;
+    return 0;
 }
 
 static int MakeMap(lua_State* L) {
@@ -524,9 +557,8 @@ static const luaL_Reg kFunctions[] = {
 };
 
 static const constant kConstants[] = {
-    {"HIT_LEFT", HIT_LEFT},
-    {"HIT_RIGHT", HIT_RIGHT},
-    {"HIT_TOP", HIT_TOP},
+    {"TILE_OPEN", TILE_OPEN},   {"TILE_SOLID", TILE_SOLID}, {"TILE_LEDGE", TILE_LEDGE},
+    {"HIT_LEFT", HIT_LEFT},     {"HIT_RIGHT", HIT_RIGHT},   {"HIT_TOP", HIT_TOP},
     {"HIT_BOTTOM", HIT_BOTTOM},
 };
 
@@ -554,6 +586,7 @@ void AddThingFunctions(lua_State* L) {
     AddType(L, kSheet, SheetField, NULL, FreeSheet);
     AddType(L, kSprite, SpriteField, SetSpriteField, NULL);
     AddType(L, kMap, MapField, NULL, FreeMap);
+    AddType(L, kSolid, SolidOfTile, SetSolidOfTile, NULL);
     lua_pushglobaltable(L);
     luaL_setfuncs(L, kFunctions, 0);
     lua_pop(L, 1);

@@ -123,11 +123,26 @@ static void CheckField(lua_State* L) {
     luaL_checkany(L, 2);
 }
 
+// What the field is now; only a number can change little by little.
+static float FieldNumber(lua_State* L) {
+    lua_pushvalue(L, 2);
+    lua_gettable(L, 1);
+    if (lua_type(L, -1) != LUA_TNUMBER) {
+        const char* const type = luaL_typename(L, -1);
+        return (float)luaL_error(L, "the field '%s' is no number but a %s",
+                                 luaL_tolstring(L, 2, NULL), type);
+    }
+    const float number = (float)lua_tonumber(L, -1);
+    lua_pop(L, 1);
+    return number;
+}
+
 static int Tween(lua_State* L) {
     CheckField(L);
     luaL_checknumber(L, 3);
     const float seconds = Number(L, 4);
     const ease kind = (ease)luaL_optinteger(L, 5, EASE_NONE);
+    const float now = seconds > 0 ? FieldNumber(L) : 0;
     change* place = Find(L);
     if (place != NULL) Release(L, place);
     for (int i = 0; place == NULL && i < kTweens; ++i) {
@@ -139,10 +154,7 @@ static int Tween(lua_State* L) {
         lua_settable(L, 1);
         return 0;
     }
-    lua_pushvalue(L, 2);
-    lua_gettable(L, 1);
-    place->number = Number(L, 4);
-    lua_pop(L, 1);
+    place->number = now;
     tween(&place->number, Number(L, 3), seconds, kind);
     place->end = luaL_ref(L, LUA_REGISTRYINDEX);
     place->key = luaL_ref(L, LUA_REGISTRYINDEX);

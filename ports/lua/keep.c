@@ -9,6 +9,7 @@
 #include "runtime.h"
 
 #define STATE_FILE "STATE.LUA"
+#define NEXT_FILE "STATE.NEW"
 
 bool KeepsState(lua_State* L) {
     Global(L, "keep_state");
@@ -128,8 +129,9 @@ static int WriteTables(lua_State* L) {
     return 0;
 }
 
+// The new file is complete before the old one goes: what was kept stays where the disk is full.
 static void WriteState(lua_State* L) {
-    FILE* const file = fopen(STATE_FILE, "wb");
+    FILE* const file = fopen(NEXT_FILE, "wb");
     if (file == NULL) {
         fputs("keep_state: " STATE_FILE " cannot be written\n", stderr);
         return;
@@ -138,11 +140,20 @@ static void WriteState(lua_State* L) {
     lua_pushcfunction(L, WriteTables);
     Global(L, "state");
     lua_pushlightuserdata(L, file);
-    const bool written = lua_pcall(L, 2, 0, 0) == LUA_OK;
+    bool written = lua_pcall(L, 2, 0, 0) == LUA_OK;
     if (!written) fprintf(stderr, "keep_state: %s\n", lua_tostring(L, -1));
     lua_settop(L, top);
-    fclose(file);
-    if (!written) remove(STATE_FILE);
+    const bool failed = ferror(file) != 0;
+    if (fclose(file) != 0 || failed) {
+        if (written) fputs("keep_state: " STATE_FILE " cannot be written\n", stderr);
+        written = false;
+    }
+    if (written) {
+        remove(STATE_FILE);
+        rename(NEXT_FILE, STATE_FILE);
+    } else {
+        remove(NEXT_FILE);
+    }
 }
 
 void SaveState(lua_State* L) {
@@ -183,7 +194,9 @@ static int ReadTables(lua_State* L) {
 }
 
 void LoadState(lua_State* L) {
-    FILE* const file = fopen(STATE_FILE, "rb");
+    FILE* file = fopen(STATE_FILE, "rb");
+    // The run may have ended between the old file and the new one.
+    if (file == NULL && rename(NEXT_FILE, STATE_FILE) == 0) file = fopen(STATE_FILE, "rb");
     if (file == NULL) return;
     fclose(file);
     lua_pushcfunction(L, ReadTables);

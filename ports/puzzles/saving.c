@@ -52,9 +52,20 @@ static bool ReplaceFile(const char* path, const memory* contents) {
     FILE* const file = fopen(next, "wb");
     if (file == NULL) return false;
     const size_t written = fwrite(contents->bytes, 1, contents->length, file);
-    if (fclose(file) != 0 || written != contents->length) return false;
+    if (fclose(file) != 0 || written != contents->length) {
+        remove(next);
+        return false;
+    }
     remove(path);
     return rename(next, path) == 0;
+}
+
+// A disk that is full stays so for many moves: one line is enough.
+static void TellUnsaved(const char* path) {
+    static bool told;
+    if (!told)
+        fprintf(stderr, "%s cannot be written: what changes from now on is not kept\n", path);
+    told = true;
 }
 
 static bool ReadEither(const char* path, memory* into) {
@@ -93,6 +104,7 @@ void SaveGame(board* played, int index) {
         lastSaved = saved;
         lastIndex = index;
     } else {
+        TellUnsaved(path);
         free(saved.bytes);
     }
 }
@@ -191,6 +203,6 @@ void SavePreferences(void) {
     for (int i = 0; i < gamecount; ++i) {
         if (kept.favourite[i]) AddLine(&made, "favourite", catalogue[i].id);
     }
-    ReplaceFile(kPreferences, &made);
+    if (!ReplaceFile(kPreferences, &made)) TellUnsaved(kPreferences);
     free(made.bytes);
 }

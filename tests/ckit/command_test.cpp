@@ -99,6 +99,13 @@ TEST_F(CCommand, AnErrorIsOneLineWhereverItIs) {
     ExpectError({"note.c", "-o", "OUT"},
                 "note.c:2:30: error: too many arguments to function call, expected single argument "
                 "'a', have 2 arguments\n");
+    fs::create_directory(folder.path + "/with blanks");
+    Write("with blanks/note.c", "int f(int a) { return a; }\nint main(void) { return f(); }\n");
+    ExpectError({"with blanks/note.c", "-o", "OUT"},
+                "with blanks/note.c:2:27: error: too few arguments to function call, single "
+                "argument 'a' was not specified\n");
+    Write("quoted.c", "#error what: note: this is no note\nint main(void) { return 0; }\n");
+    ExpectError({"quoted.c", "-o", "OUT"}, "quoted.c:1:2: error: what: note: this is no note\n");
     Write("two.c", "int x = ;\nint y = ;\n");
     ExpectError({"two.c", "-o", "OUT"},
                 "two.c:1:9: error: expected expression\ntwo.c:2:9: error: expected expression\n");

@@ -29,10 +29,26 @@ const char* const kProgram =
     "    return down(2, 4000000000u) + all;\n"  // 16
     "}\n";
 
+const char* const kLoop =
+    "#include <stdio.h>\n"                                                      // 1
+    "__attribute__((noinline)) static int helper(int x, int y, double d) {\n"   // 2
+    "    int z = x * 3;\n"                                                      // 3
+    "    for (int i = 0; i < y; ++i) {\n"                                       // 4
+    "        z += z ^ i;\n"                                                     // 5
+    "        printf(\"%d %f\\n\", z, d);\n"                                     // 6
+    "    }\n"                                                                   // 7
+    "    return z;\n"                                                           // 8
+    "}\n"                                                                       // 9
+    "int main(void) {\n"                                                        // 10
+    "    static int calls = 12;\n"                                              // 11
+    "    int lost = calls * 2;\n"                                               // 12
+    "    return helper(4, 3, 0.5) + helper(++calls, 1, 2.5) * (lost == 77);\n"  // 13
+    "}\n";
+
 struct Compiled {
     TemporaryFolder folder;
-    explicit Compiled(const std::vector<std::string>& more) {
-        WriteTextFile(folder.path + "/main.c", kProgram);
+    explicit Compiled(const std::vector<std::string>& more, const char* text = kProgram) {
+        WriteTextFile(folder.path + "/main.c", text);
         std::vector<std::string> arguments = {"-g",      "main.c",       "-o",
                                               "game/",   "--symbols",    "game/MAIN.SYM",
                                               "--lines", "game/MAIN.LIN"};
@@ -71,6 +87,32 @@ TEST(CDebug, TheFramesOfARecursionHaveTheirOwnArguments) {
     ExpectPart(said, "#3  ");
     ExpectPart(said, " <__original_main");
     ExpectPart(said, " at main.c:16  FP=0x");
+}
+
+TEST(CDebug, VariablesHaveTheirValues) {
+    const Compiled program({}, kLoop);
+    const std::string said =
+        program.Debug("b main.c:6\nc\nbt 2\nc\nbt 1\nd 1\nb main.c:8\nc\nbt 1\nq\n");
+    // 12 + (12 ^ 0) is 24, 24 + (24 ^ 1) is 49, 49 + (49 ^ 2) is 100.
+    ExpectPart(said, "    x=4, y=3, d=0.5\n    variables: z=24, i=0\n");
+    ExpectPart(said, "    variables: calls=12, lost=24\n");
+    ExpectPart(said, "    x=4, y=3, d=0.5\n    variables: z=49, i=1\n");
+    // Behind the loop there is no i.
+    ExpectPart(said, "    x=4, y=3, d=0.5\n    variables: z=100\n");
+}
+
+// Compilers tell of what they keep in locals of wasm, and those lie in registers for as long as
+// somebody wants them.
+TEST(CDebug, OptimizedCodeSaysWhereAVariableIsNotKnown) {
+    for (const char* const version : {"-gdwarf-4", "-gdwarf-5"}) {
+        const Compiled program({"-O2", version}, kLoop);
+        const std::string said =
+            program.Debug("b main.c:2\nc\nbt 2\nc\nbt 1\nd 1\nb main.c:8\nc\nbt 1\nq\n");
+        ExpectPart(said, "    x=4, y=3, d=0.5\n    variables: z=not known here\n");
+        ExpectPart(said, ", lost=not known here\n");
+        ExpectPart(said, "    x=13, y=1, d=2.5\n    variables: z=not known here\n");
+        ExpectPart(said, "    x=not known here, y=not known here, d=not known here\n");
+    }
 }
 
 TEST(CDebug, AFatalLineNamesFunctionFileAndLine) {

@@ -23,8 +23,8 @@ class Rust : public testing::Test {
         if (!std::filesystem::exists(kCompiler)) GTEST_SKIP() << "rustc is not installed";
     }
 
-    // The listing whose first line is "// NAME: ...", as a game folder.
-    void Build(const std::string& name, std::vector<std::string> options = {}) const {
+    // The listing whose first line is "// NAME: ...".
+    static std::string Listing(const std::string& name) {
         std::istringstream page(ReadTextFile(MOXI_SOURCE_DIR "/docs/rust.md"));
         std::string text;
         bool inside = false;
@@ -33,6 +33,12 @@ class Rust : public testing::Test {
             if (line.starts_with("// " + name + ":")) inside = true;
             if (inside) text += line + "\n";
         }
+        return text;
+    }
+
+    // A program as a game folder.
+    void Build(const std::string& name, const std::string& text,
+               std::vector<std::string> options = {}) const {
         WriteTextFile(folder.path + "/" + name, text);
         options.insert(options.begin(), {std::string("RUSTC=") + kCompiler, "PATH=/usr/bin:/bin",
                                          MOXI_BIN_DIR "/../share/moxi/rust/build"});
@@ -56,7 +62,7 @@ class Rust : public testing::Test {
 };
 
 TEST_F(Rust, AGameIsBuiltAndPlayed) {
-    Build("catch.rs");
+    Build("catch.rs", Listing("catch.rs"));
     const ProgramResult still = Play("");
     EXPECT_EQ(still.status, 0);
     EXPECT_EQ(still.errors, "");
@@ -70,8 +76,19 @@ TEST_F(Rust, AGameIsBuiltAndPlayed) {
     EXPECT_EQ(Seen(22, 110), 0x182044u);
 }
 
+TEST_F(Rust, AGameMayCallTheMacroAsItLikes) {
+    std::string text = Listing("catch.rs");
+    const std::string usual = "moxi::game!(Catch);";
+    const size_t at = text.find(usual);
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, usual.size(), "use moxi::game as play;\nplay!(Catch);");
+    Build("catch.rs", text);
+    EXPECT_EQ(Play("").errors, "");
+    EXPECT_EQ(Seen(91, 110), kOrange);
+}
+
 TEST_F(Rust, AProgramWithTheLibraryAnswersMessages) {
-    Build("words.rs", {"--std"});
+    Build("words.rs", Listing("words.rs"), {"--std"});
     const ProgramResult run = Play("");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.errors, "log: cup: 2\nlog: hill: 1\nlog: tea: 1\nlog: the: 3\n");

@@ -24,7 +24,19 @@ inline const fs::path kSources = fs::path(MOXI_SOURCE_DIR) / "games" / "glimmer"
 // The game leaves 40 and 80 points of it free: its view is 600 x 400.
 constexpr const char* kDesktop = "640x480";
 
-enum Scene : u32 { Title, Play, Pause, Dawn, Over, Name, Scores, Options, Help, AskGiveUp };
+enum Scene : u32 {
+    Title,
+    Play,
+    Pause,
+    Dawn,
+    Over,
+    Name,
+    Scores,
+    Options,
+    Help,
+    AskGiveUp,
+    Morning
+};
 
 // Assembled once; with `pilot` the firefly plays every run by itself.
 inline const AssembleResult& Module(bool pilot = false) {
@@ -57,6 +69,7 @@ inline u32 At(const std::string& name, bool pilot = false) {
 struct Events {
     std::string text;
     u32 now = 200;
+    bool pilot = false;  // for the module whose runs the firefly plays by itself
 
     Events& Line(const std::string& event) {
         text += std::to_string(now) + " " + event + "\n";
@@ -97,8 +110,12 @@ struct Events {
              std::to_string(p2) + " 0");
         return Wait(10);
     }
-    Events& Poke(const std::string& variable, u32 value) { return Post(100, At(variable), value); }
-    Events& Call(const std::string& routine, u32 r0 = 0) { return Post(101, At(routine), r0); }
+    Events& Poke(const std::string& variable, u32 value) {
+        return Post(100, At(variable, pilot), value);
+    }
+    Events& Call(const std::string& routine, u32 r0 = 0) {
+        return Post(101, At(routine, pilot), r0);
+    }
     // Notes the scene and the holes of its picture.
     Events& Note() { return Call("note").Wait(10); }
 };

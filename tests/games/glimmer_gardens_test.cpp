@@ -101,8 +101,10 @@ void CheckNight(const Night& night, u32 number) {
     for (const u32 cell : things) EXPECT_EQ(night.Cell(cell), kGrass);
     EXPECT_EQ(night.Cell(CellOf(night.Field("lantern_x"), night.Field("lantern_y"))), kGrass);
     const std::vector<u32> foes = CellsOf(night, "foes", "foe", 24, 65536);
-    ASSERT_EQ(foes.size(),
-              std::min(number + 1, 9u) + std::min(number, 8u) + std::min(number / 2, 3u));
+    ASSERT_EQ(foes.size(), std::min(number + 1, 9u) + std::min(number, 8u) +
+                               std::min(number / 2, 3u) +
+                               (number < 3 ? 0 : std::min(number / 3, 3u)) +  // wisps
+                               (number < 9 ? 0 : 1));                         // a shade
     for (const u32 cell : foes) EXPECT_EQ(night.Cell(cell), kGrass);
 }
 

@@ -9,6 +9,7 @@
 #include "desktop/events.h"
 #include "host/key_names.h"
 #include "host/mouse.h"
+#include "host/surface_slots.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
 
@@ -270,12 +271,12 @@ TEST_F(PlayersPad, OnAnOwnSurfaceTheMapIsFixed) {
 TEST_F(PlayersPad, AControlCanOpenThePanelAndTheGuideButtonDoes) {
     static int opened = 0;
     opened = 0;
-    padSlots.openPanel = [] { ++opened; };
+    surfaceSlots.togglePanel = [] { ++opened; };
     UsePadMap({{"back", "panel"}});
     PadButtonChanged(PadButton::Back, true);
     PadButtonChanged(PadButton::Back, false);
     PadButtonChanged(PadButton::Guide, true);
-    padSlots = {[] {}};
+    surfaceSlots.togglePanel = [] {};
     EXPECT_EQ(opened, 2);
     EXPECT_EQ(told, Strings{});
 }

@@ -96,32 +96,33 @@ TEST_F(PreferenceFiles, AGamesOwnSectionHoldsForThatGameAlone) {
 }
 
 TEST_F(PreferenceFiles, OfABrokenFileWhatCanBeReadIsReadAndEachOtherLineIsToldInOne) {
-    EXPECT_EQ(Read("music-volume = 101\n"
-                   "sound-volume = 30\n"
-                   "volume = 3\n"
-                   "what is this\n"
-                   "[games]\n"
-                   "mute = yes\n"
-                   "[game Kettle]\n"
-                   "mute = maybe\n"
-                   "scale = 17\n"
-                   "scale = 2\n"
-                   "screenshot-folder = /tmp\n"
-                   "key.w = nowhere\n"
-                   "key.ww = up\n"
-                   "pad.a =\n"
-                   "pad.q = up\n"),
-              "log: FILE:1: music-volume has to be a number from 0 to 100\n"
-              "log: FILE:3: there is no preference volume\n"
-              "log: FILE:4: cannot be understood: what is this\n"
-              "log: FILE:5: cannot be understood: [games]\n"
-              "log: FILE:8: mute has to be yes or no\n"
-              "log: FILE:9: scale has to be automatic, fit, fit-fractional or a numbe...\n"
-              "log: FILE:11: screenshot-folder is for all games alike\n"
-              "log: FILE:12: key.w has to be the name of a key\n"
-              "log: FILE:13: key.ww: there is no such key\n"
-              "log: FILE:14: pad.a has to be the name of a key or of another action\n"
-              "log: FILE:15: pad.q: a gamepad has no such control\n");
+    EXPECT_EQ(
+        Read("music-volume = 101\n"
+             "sound-volume = 30\n"
+             "volume = 3\n"
+             "what is this\n"
+             "[games]\n"
+             "mute = yes\n"
+             "[game Kettle]\n"
+             "mute = maybe\n"
+             "scale = 17\n"
+             "scale = 2\n"
+             "screenshot-folder = /tmp\n"
+             "key.w = nowhere\n"
+             "key.ww = up\n"
+             "pad.a =\n"
+             "pad.q = up\n"),
+        "log: FILE:1: music-volume has to be a number from 0 to 100\n"
+        "log: FILE:3: there is no preference volume\n"
+        "log: FILE:4: cannot be understood: what is this\n"
+        "log: FILE:5: cannot be understood: [games]\n"
+        "log: FILE:8: mute has to be yes or no\n"
+        "log: FILE:9: scale has to be automatic, fit, fit-fractional or a number from 1 to 16\n"
+        "log: FILE:11: screenshot-folder is for all games alike\n"
+        "log: FILE:12: key.w has to be the name of a key\n"
+        "log: FILE:13: key.ww: there is no such key\n"
+        "log: FILE:14: pad.a has to be the name of a key or of another action\n"
+        "log: FILE:15: pad.q: a gamepad has no such control\n");
     EXPECT_EQ(preferences.soundVolume, 30u);
     EXPECT_EQ(preferences.scale, 2u);
     EXPECT_FALSE(preferences.mute);
@@ -207,7 +208,9 @@ TEST_F(PreferenceFiles, ForgettingOnePutsBackWhatHoldsOtherwise) {
 }
 
 TEST_F(PreferenceFiles, ForgettingAllLeavesCommentsAndOtherGamesAlone) {
-    Read("# mine\nscale = 2\nkey.w = up\nnews = 7\n[game Kettle]\nscale = fit\n[game Drift]\nscale = 4\n");
+    Read(
+        "# mine\nscale = 2\nkey.w = up\nnews = 7\n[game Kettle]\nscale = fit\n[game Drift]\nscale "
+        "= 4\n");
     ForgetAllPreferences(AllGames);
     SavePreferences();
     EXPECT_EQ(Text(), "# mine\nnews = 7\n[game Kettle]\nscale = fit\n[game Drift]\nscale = 4\n");
@@ -234,7 +237,7 @@ TEST_F(PreferenceFiles, AGameWithAnOddNameHasItsSection) {
     ChoosePreferencesOf("Odd]\n[game Drift");
     SetPreference(ThisGame, "mute", "yes");
     SavePreferences();
-    EXPECT_EQ(Text(), "[game Odd]\\n[game Drift]\nmute = yes\n");
+    EXPECT_EQ(Text(), "[game Odd]\\x0A[game Drift]\nmute = yes\n");
     Read(Text());
     EXPECT_FALSE(preferences.mute);
     ChoosePreferencesOf("Odd]\n[game Drift");

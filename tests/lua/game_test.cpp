@@ -138,6 +138,25 @@ TEST(LuaGame, PicturesSheetsSpritesAndMapsAreObjects) {
                "still room"}));
 }
 
+TEST(LuaGame, ATileOfAMapStopsWhatItIsToldTo) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        local cells = make_sheet(make_picture("ggnn\nggnn\n", {g = GOLD, n = NAVY}), 2, 2)
+        local map = make_map(cells, {"    ", "aaaa"}, "a", "a")
+        print(TILE_OPEN, TILE_SOLID, TILE_LEDGE, map.solid[0], map.solid[1])
+        -- Up from below: a ledge lets it pass, a solid tile does not.
+        print(move_in_map(map, 2, 4, 1, 1, 0, -3))
+        map.solid[0] = TILE_LEDGE print(map.solid[0], move_in_map(map, 2, 4, 1, 1, 0, -3))
+        print(pcall(function() map.solid[0] = 3 end)) print(pcall(function() return map.solid[255] end))
+        local solid = map.solid free_map(map) print(pcall(function() return solid[0] end)))");
+    EXPECT_EQ(game.Play(),
+              (Lines{"0\t1\t2\t1\t0", "2.0\t4.0\t4", "2\t2.0\t1.0\t0",
+                     "false\tMAIN.LUA:8: bad argument #3 to 'newindex' (a tile is TILE_OPEN, "
+                     "TILE_SOLID or TILE_LEDGE)",
+                     "false\tMAIN.LUA:8: bad argument #2 to 'index' (a tile is 0 to 254)",
+                     "false\tMAIN.LUA:9: this map has been freed"}));
+}
+
 TEST(LuaGame, MapsAreReadFromFilesAndPicturesAreTinted) {
     NEEDS_LUA();
     const LuaGame game(R"(
@@ -319,6 +338,19 @@ TEST(LuaErrors, ShowTheLineMarked) {
     EXPECT_EQ(marked, 21u);
 }
 
+TEST(LuaErrors, NameWhatIsWrong) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        local function try(...) print(select(2, pcall(...))) end
+        try(tween, {x = "a"}, "x", 1, 1)
+        try(tween, {}, "y", 1, 1)
+        local cells = make_sheet(make_picture({"ab"}, {a = RED, b = BLUE}), 1, 1)
+        try(make_map, cells, setmetatable({}, {__len = function() return 1 << 40 end}), "a"))");
+    EXPECT_EQ(game.Play(), (Lines{"the field 'x' is no number but a string",
+                                  "the field 'y' is no number but a nil",
+                                  "bad argument #2 to 'make_map' (there are too many rows)"}));
+}
+
 TEST(LuaErrors, EscapeEndsTheGame) {
     NEEDS_LUA();
     const LuaGame game("function update() error('x', 0) end game_ending(print)");
@@ -349,6 +381,23 @@ TEST(LuaState, IsThereAgainWhenItIsAskedFor) {
     EXPECT_EQ(game.Play("300 close\n"), (Lines{"1\tdefault\ta", "\"b\"c\ttrue\ttrue", left}));
     game.Write("MAIN.LUA", "state = {count = 7} function setup() print(state.count) end");
     EXPECT_EQ(game.Play("300 close\n"), Lines{"7"});
+}
+
+TEST(LuaState, WhatWasKeptStaysWhereTheNextDoesNotFit) {
+    NEEDS_LUA();
+    const LuaGame game(R"(
+        keep_state = true
+        state = {text = "small"}
+        function setup() print(#state.text) state.text = ("x"):rep(100000) end
+        function draw() end)");
+    fs::create_directory(game.data);
+    const std::string before = "local t = ...\nt[1][\"text\"] = \"kept\"\n";
+    WriteTextFile(game.data + "/STATE.LUA", before);
+    EXPECT_EQ(game.Play("300 close\n", 500, "10K"),
+              (Lines{"4", "the data folder is full: it may hold 10240 bytes",
+                     "keep_state: STATE.LUA cannot be written"}));
+    EXPECT_EQ(ReadTextFile(game.data + "/STATE.LUA"), before);
+    EXPECT_FALSE(fs::exists(game.data + "/STATE.NEW"));
 }
 
 TEST(LuaState, ABrokenFileIsToldOf) {

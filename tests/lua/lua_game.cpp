@@ -23,13 +23,14 @@ void LuaGame::Write(const std::string& name, const std::string& text) const {
     WriteTextFile(game + "/" + name, text);
 }
 
-Lines LuaGame::Play(const std::string& script, unsigned milliseconds) const {
+Lines LuaGame::Play(const std::string& script, unsigned milliseconds,
+                    const std::string& dataLimit) const {
     WriteTextFile(folder.path + "/script", script);
-    const ProgramResult run =
-        RunProgram("moxi",
-                   {"--headless", "--data-folder", data, "--script", "script", "--run-ms",
-                    std::to_string(milliseconds), "--dump-view", "view.png", game},
-                   folder.path);
+    const ProgramResult run = RunProgram(
+        "moxi",
+        {"--headless", "--data-folder", data, "--script", "script", "--run-ms",
+         std::to_string(milliseconds), "--dump-view", "view.png", "--data-limit", dataLimit, game},
+        folder.path);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "");
     Lines lines;

@@ -29,7 +29,8 @@ struct LuaGame {
 
     void Write(const std::string& name, const std::string& text) const;
     // What is logged, and other lines as they are. `script` is a script of events.
-    Lines Play(const std::string& script = "", unsigned milliseconds = 500) const;
+    Lines Play(const std::string& script = "", unsigned milliseconds = 500,
+               const std::string& dataLimit = "1G") const;
     // The view at the end of the last run.
     Picture View() const;
 };

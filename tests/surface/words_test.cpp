@@ -85,10 +85,10 @@ std::string PanelIn(const std::vector<std::pair<const char*, const char*>>& vari
     WriteGame(folder.path + "/game", LoggingModule().Source());
     WriteTextFile(folder.path + "/script",
                   "10 modifiers command\n20 key-down 2B \",\"\n30 screenshot shot.png\n");
-    RunProgram("moxi",
-               {"--headless", "--script", "script", "--dump-ui", "ui", "--data-folder", "data",
-                "game"},
-               folder.path);
+    RunProgram(
+        "moxi",
+        {"--headless", "--script", "script", "--dump-ui", "ui", "--data-folder", "data", "game"},
+        folder.path);
     for (const auto& [name, value] : variables) unsetenv(name);
     const std::string controls = ReadTextFile(folder.path + "/ui");
     return controls.substr(0, controls.find(" at "));

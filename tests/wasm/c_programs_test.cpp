@@ -1,7 +1,7 @@
 // Random C programs, compiled for this computer and by mxcc: their checksums are the same.
 // MOXI_C_PROGRAMS says how many, and MOXI_C_SEED from which one on; scripts/c-differential runs
-// many. Each is a module of its own, at one of four levels of optimization; as many more are in
-// modules of twenty, without optimization, which makes them cheap.
+// many. They are in modules of twenty, which makes them cheap, every other module without
+// optimization, the rest at one of three levels. A few more are modules of their own.
 
 #include <gtest/gtest.h>
 
@@ -100,8 +100,9 @@ struct Bundle {
                                                      cases +
                                                      "        }\n    }\n    return 0;\n}\n");
     }
-    ProgramResult Compile(const std::string& compiler, const std::string& output) const {
-        std::vector<std::string> arguments = {"-O0", "-w", "-I/usr/include/csmith", "-o", output};
+    ProgramResult Compile(const std::string& compiler, const std::string& level,
+                          const std::string& output) const {
+        std::vector<std::string> arguments = {level, "-w", "-I/usr/include/csmith", "-o", output};
         arguments.insert(arguments.end(), files.begin(), files.end());
         return RunProgram(compiler, arguments, folder.path);
     }
@@ -122,12 +123,14 @@ struct Bundle {
 };
 
 TEST(CPrograms, InOneModuleGiveTheChecksumsThatTheyGiveOnThisComputer) {
-    const u64 count = Wish("MOXI_C_PROGRAMS", kCheckedAccess ? 20 : 160);
+    static const char* const kLevels[] = {"-O0", "-O2", "-O0", "-Os", "-O0", "-O1"};
+    const u64 count = Wish("MOXI_C_PROGRAMS", kCheckedAccess ? 20 : 180);
     const u64 first = Wish("MOXI_C_SEED", 1) + 1000000;
     for (u64 seed = first; seed < first + count; seed += Bundle::kPrograms) {
+        const std::string level = kLevels[seed / Bundle::kPrograms % std::size(kLevels)];
         const Bundle bundle(seed);
-        ASSERT_EQ(bundle.Compile("/usr/bin/clang", "program").errors, "");
-        ASSERT_EQ(bundle.Compile("mxcc", "game/").errors, "");
+        ASSERT_EQ(bundle.Compile("/usr/bin/clang", level, "program").errors, "");
+        ASSERT_EQ(bundle.Compile("mxcc", level, "game/").errors, "");
         std::string numbers;
         const std::string wanted = bundle.RunHere(numbers);
         EXPECT_GE(std::count(numbers.begin(), numbers.end(), '\n'), 10);
@@ -142,14 +145,14 @@ TEST(CPrograms, InOneModuleGiveTheChecksumsThatTheyGiveOnThisComputer) {
                 continue;
             lines += (line.starts_with("log: ") ? line.substr(5) : line) + "\n";
         }
-        EXPECT_EQ(lines, wanted) << "programs from " << seed << " on";
+        EXPECT_EQ(lines, wanted) << "programs from " << seed << " on with " << level;
     }
 }
 
 TEST(CPrograms, GiveTheChecksumsThatTheyGiveOnThisComputer) {
     static const char* const kLevels[] = {"-O0", "-O1", "-O2", "-Os"};
     // The sanitizers look at mxcc and the machine, which a few programs keep busy for long.
-    const u64 count = Wish("MOXI_C_PROGRAMS", kCheckedAccess ? 4 : 40);
+    const u64 count = std::max<u64>(kCheckedAccess ? 4 : 20, Wish("MOXI_C_PROGRAMS", 0) / 50);
     const u64 first = Wish("MOXI_C_SEED", 1);
     u64 compared = 0;
     for (u64 seed = first; seed < first + count; ++seed) {

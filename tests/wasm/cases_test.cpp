@@ -108,7 +108,7 @@ TEST_P(WasmCasesTest, DoWhatWabtsInterpreterSays) {
 
 INSTANTIATE_TEST_SUITE_P(Files, WasmCasesTest,
                          ::testing::Values("traps.wat", "control.wat", "memory.wat", "bounds.wat",
-                                           "bulk.wat", "tables.wat", "globals.wat"),
+                                           "bulk.wat", "tables.wat", "globals.wat", "leaves.wat"),
                          [](const auto& file) {
                              const std::string name = file.param;
                              return name.substr(0, name.find('.'));

@@ -6,6 +6,7 @@
 #include "tests/support/vm_fixture.h"
 #include "tests/wasm/calls.h"
 #include "tests/wasm/module_bytes.h"
+#include "wasm/debug_info.h"
 
 namespace moxi {
 namespace {
@@ -180,6 +181,44 @@ TEST_F(WasmLimitsTest, AMemoryWithoutAMaximumGrowsWithinItsReserve) {
     EXPECT_EQ(run.lines,
               (std::vector<std::string>{"f -> 0x00000001", "f -> 0x00000001", "f -> 0xFFFFFFFF",
                                         "f -> 0x00000009", "f -> 0xFFFFFFFF", "f -> 0x0000000A"}));
+}
+
+// A module with an entry of DWARF for its function that has so many fields, all but two of no
+// bytes.
+std::string ModuleWithFields(u32 fields) {
+    WasmBytes body;
+    body.Raw(std::string_view("\0\x0B", 2));
+    WasmBytes file;
+    file.bytes = ModuleOf("", "", body);
+    WasmBytes section;
+    section.Text(".debug_abbrev");
+    section.Raw(
+        std::string_view("\1\x2E\0\x11\x01\x12\x06", 7));  // a function, its low and high address
+    for (u32 i = 2; i < fields; ++i) section.Raw("\x3F\x19");  // external, a flag that is present
+    section.Raw(std::string_view("\0\0\0", 3));
+    file.Section(0, section);
+    section = {};
+    section.Text(".debug_info");
+    section.Fixed(16, 4);
+    section.Fixed(4, 2);
+    section.Fixed(0, 4);
+    section.Byte(4);
+    section.Byte(1);
+    section.Fixed(1, 4);
+    section.Fixed(2, 4);
+    file.Section(0, section);
+    return file.bytes;
+}
+
+TEST_F(WasmLimitsTest, AnEntryOfDebugInformationHas64FieldsAtMost) {
+    for (const u32 fields : {2u, 64u, 65u, 100000u}) {
+        const std::string wasm = ModuleWithFields(fields);
+        Module module;
+        ModuleError error;
+        ASSERT_TRUE(ReadModule(wasm, module, error)) << error.text;
+        EXPECT_EQ(ReadDebugFunctions(module).size(), fields <= 64 ? 1u : 0u) << fields;
+        EXPECT_TRUE(Translate(wasm, CallOptions()).ok);
+    }
 }
 
 }  // namespace

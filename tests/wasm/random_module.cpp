@@ -410,7 +410,7 @@ class Maker {
         const u32 type = functions[function];
         const std::string parameters = signatures[type].parameters;
         Arguments(parameters, depth);
-        if (hasTable && Chance(35)) {
+        if (hasTable && !isSmall && Chance(35)) {
             // Most of the time the entry is one of this type.
             std::vector<u32> fitting;
             for (u32 i = 0; i < tableSize; ++i) {
@@ -434,10 +434,15 @@ class Maker {
         Op(0x10, function);
     }
 
+    // Small functions use no fuel, so they call only small ones that came before.
+    bool MayCall(u32 function) const {
+        return !isSmall || (function < smallOnes.size() && smallOnes[function]);
+    }
+
     void Called(char type, u32 depth) {
         std::vector<u32> fitting;
         for (u32 i = 0; i < functions.size(); ++i) {
-            if (signatures[functions[i]].results.find(type) != std::string::npos) {
+            if (MayCall(i) && signatures[functions[i]].results.find(type) != std::string::npos) {
                 fitting.push_back(i);
             }
         }
@@ -450,6 +455,7 @@ class Maker {
 
     void CallForNothing(u32 depth) {
         const u32 function = Below(static_cast<u32>(functions.size()));
+        if (!MayCall(function)) return;
         Invoke(function, depth - 1);
         const std::string results = signatures[functions[function]].results;
         for (size_t i = results.size(); i-- > 0;) {
@@ -871,16 +877,25 @@ class Maker {
         current = signatures[functions[index]];
         // Each type has a local at least; parameters first.
         locals = current.parameters;
+        isSmall = Chance(40);
         std::string own = kTypes;
-        own += AnyTypes(6);
+        if (!isSmall) own += AnyTypes(6);
         locals += own;
         counters.clear();
         code = {};
-        budget = 20 + Below(Chance(10) ? 400 : 90);
         labels = {{current.results}};
-        UseFuel();
-        Statements(6, 5);
-        Arguments(current.results, 4);
+        if (isSmall) {
+            budget = 1 + Below(7);
+            Statements(2, 3);
+            Arguments(current.results, 3);
+        } else {
+            budget = 20 + Below(Chance(10) ? 400 : 90);
+            UseFuel();
+            Statements(6, 5);
+            Arguments(current.results, 4);
+        }
+        smallOnes.push_back(isSmall);
+        isSmall = false;
         Op(0x0B);
         WasmBytes body;
         const u32 count = static_cast<u32>(locals.size() - current.parameters.size());
@@ -1162,8 +1177,9 @@ class Maker {
     Random random;
     RandomModule result;
     std::vector<Signature> signatures;
-    std::vector<u32> functions;  // their signatures
-    std::string globals;         // their types
+    std::vector<u32> functions;   // their signatures
+    std::vector<bool> smallOnes;  // of those that are made
+    std::string globals;          // their types
     u32 immutableFrom = 0;
     std::vector<std::pair<std::string, u32>> exports;
     bool hasMemory = true;
@@ -1182,7 +1198,8 @@ class Maker {
     std::string locals;
     std::vector<u32> counters;
     std::vector<Label> labels;
-    size_t scanEnd = 0;  // the label behind the innermost scan
+    bool isSmall = false;  // small enough to be built in where it is called
+    size_t scanEnd = 0;    // the label behind the innermost scan
     u32 budget = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/log.h"
 #include "tests/support/vm_fixture.h"
 #include "tests/wasm/calls.h"
 
@@ -266,6 +267,49 @@ TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
                     "try 5 0\ntry 0 0\n"),
               (Texts{"try -> 0x00000005 0x0000000F 0x00001000",
                      "try -> 0x00000001 0x00000000 0x00001000"}));
+}
+
+// The functions with code of their own.
+Texts FunctionsOf(const std::string& text) {
+    const Translation translation = Translate(WasmOfText(text, {"--debug-names"}), CallOptions());
+    EXPECT_TRUE(translation.ok);
+    Texts names;
+    for (const TranslatedSymbol& symbol : translation.symbols) {
+        if (symbol.isCode && symbol.name.starts_with("f_")) names.push_back(symbol.name);
+    }
+    return names;
+}
+
+TEST_F(WasmTranslateTest, SmallLeavesAreBuiltInAndHaveCodeOnlyWhereTheirAddressIsWanted) {
+    EXPECT_EQ(FunctionsOf(R"((module
+        (table 1 funcref) (elem (i32.const 0) $f_table)
+        (func $f_leaf (param i32) (result i32) (i32.add (local.get 0) (i32.const 1)))
+        (func $f_over (param i32) (result i32) (call $f_leaf (call $f_leaf (local.get 0))))
+        (func $f_table (param i32) (result i32) (i32.sub (i32.const 9) (local.get 0)))
+        (func $f_itself (param i32) (if (local.get 0)
+            (then (call $f_itself (i32.sub (local.get 0) (i32.const 1))))))
+        (func $f_export (export "f") (param i32) (result i32)
+            (call $f_itself (local.get 0))
+            (i32.add (call $f_table (call $f_over (local.get 0))) (call $f_leaf (local.get 0))))))"),
+              (Texts{"f_table", "f_itself", "f_export"}));
+}
+
+TEST_F(WasmTranslateTest, AThousandFunctionsThatCallEachTheNextAreTranslated) {
+    // From either end: who calls whom is looked at before anything is built in.
+    for (const bool upwards : {true, false}) {
+        std::string text = "(module";
+        for (u32 i = 0; i < 1000; ++i) {
+            const u32 next = upwards ? i + 1 : i - 1;
+            const bool isLast = upwards ? i == 999 : i == 0;
+            text += "(func (param i32) (result i32) (i32.add (i32.const 1) ";
+            text += isLast ? "(local.get 0)" : FormatText("(call %u (local.get 0))", next);
+            text += "))";
+        }
+        text += "(func (export \"f\") (param i32) (result i32) (call ";
+        text += upwards ? "0" : "999";
+        text += " (local.get 0))))";
+        EXPECT_EQ(Lines(text, "f 5\n"), (Texts{"f -> 0x000003ED"}));
+    }
 }
 
 TEST_F(WasmTranslateTest, LongChainsOfOperatorsTakeNoTime) {

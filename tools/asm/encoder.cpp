@@ -88,7 +88,8 @@ bool IsRealSuffix(const std::string& suffix) {
     return suffix == "F" || suffix == "D";
 }
 
-// Moving bits about is the same for both kinds of numbers, so these take .F and .D as well.
+// Instructions that only move bits treat integers and floating-point numbers alike, so .F and .D
+// are accepted, too.
 bool TakesRealSuffix(const std::string& name) {
     return name == "MOVE" || name == "PUSH" || name == "POP";
 }

@@ -243,6 +243,7 @@ bool ScanToken(Scanner& scan, Token& token) {
 
 bool Tokenize(Sources& sources, const Line& line, std::vector<Token>& tokens) {
     tokens.clear();
+    tokens.reserve(16);  // as many as most lines have
     Scanner scan{sources, line, line.text};
     for (;;) {
         const size_t before = scan.at;

@@ -58,21 +58,6 @@ bool ParseDefinition(const std::string& text, Command& command, std::string& wro
     return good;
 }
 
-// Takes the value of an option that may be given once.
-bool TakeOnce(std::string& place, const std::string& option, const std::string& value,
-              std::string& wrong) {
-    if (!place.empty()) {
-        wrong = option + " is given twice";
-        return false;
-    }
-    if (value.empty()) {
-        wrong = option + " needs a file name";
-        return false;
-    }
-    place = value;
-    return true;
-}
-
 bool ParseCommand(const std::vector<std::string>& arguments, Command& command, std::string& wrong) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];

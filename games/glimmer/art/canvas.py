@@ -3,6 +3,7 @@
 Everything is drawn with cairo at its final size. Nothing reads a clock or an unseeded random
 source, so a rerun gives the same pixels.
 """
+import colorsys
 import math
 import os
 import struct
@@ -44,8 +45,31 @@ def mix(a, b, t):
     return "#%02x%02x%02x" % tuple(parts)
 
 
+_tone = None
+
+
+@contextmanager
+def toned(tone):
+    """Everything is drawn in other colours for as long as the block lasts: a list of
+    hues in degrees, from and to, the hue that they get, and factors of saturation and value."""
+    global _tone
+    before, _tone = _tone, tone
+    yield
+    _tone = before
+
+
+def shown(colour):
+    red, green, blue = rgb(colour)
+    for first, last, hue, saturation, value in _tone or ():
+        h, s, v = colorsys.rgb_to_hsv(red, green, blue)
+        if first <= h * 360 < last and s > .08:
+            return colorsys.hsv_to_rgb((hue + (h * 360 - (first + last) / 2) * .25) % 360 / 360,
+                                       min(1, s * saturation), min(1, v * value))
+    return red, green, blue
+
+
 def ink(ctx, colour, alpha=1.0):
-    ctx.set_source_rgba(*rgb(colour), alpha)
+    ctx.set_source_rgba(*shown(colour), alpha)
 
 
 def fill(ctx, colour, alpha=1.0, keep=False):
@@ -95,14 +119,14 @@ def radial(x, y, radius, stops, fx=None, fy=None):
     """A radial gradient; stops are (offset, colour, alpha), the focus may lie off the centre."""
     pattern = cairo.RadialGradient(x if fx is None else fx, y if fy is None else fy, 0, x, y, radius)
     for offset, colour, alpha in stops:
-        pattern.add_color_stop_rgba(offset, *rgb(colour), alpha)
+        pattern.add_color_stop_rgba(offset, *shown(colour), alpha)
     return pattern
 
 
 def linear(x0, y0, x1, y1, stops):
     pattern = cairo.LinearGradient(x0, y0, x1, y1)
     for offset, colour, alpha in stops:
-        pattern.add_color_stop_rgba(offset, *rgb(colour), alpha)
+        pattern.add_color_stop_rgba(offset, *shown(colour), alpha)
     return pattern
 
 

@@ -1,5 +1,6 @@
-"""The music of Glimmer Hollow, written out: TITLE, NIGHT1, NIGHT2, DANGER, DAWN, FADE, SCORES."""
-from midi import DRUMS, Piece
+"""The music of Glimmer Hollow, written out: TITLE, NIGHT1, NIGHT2, MARSH, EMBER, FROST, HOLLOW, MORNING,
+DANGER, DAWN, FADE, SCORES."""
+from midi import DRUMS, Piece as AnyPiece
 
 # General MIDI programs.
 CELESTA, GLOCKENSPIEL, VIBRAPHONE, MARIMBA = 8, 9, 11, 12
@@ -9,6 +10,15 @@ CLARINET, FLUTE, PAN_FLUTE = 71, 73, 75
 # Drums.
 KICK, STICK, HAT, LOW_TOM, TAMBOURINE, SHAKER, TRIANGLE = 36, 37, 42, 45, 54, 70, 81
 CYMBAL, WOOD_HIGH, WOOD_LOW = 49, 76, 77
+
+# How much of the difference between soft and loud a piece keeps. All were heard to have an RMS of about
+# -18 dB of full scale and peaks below -1 dB.
+SOFTNESS = {"TITLE": .35, "NIGHT1": .3, "NIGHT2": .35, "MARSH": .55, "EMBER": .6, "FROST": .7, "HOLLOW": .5,
+            "MORNING": .9, "DANGER": .3, "DAWN": .6, "FADE": .45, "SCORES": .4}
+
+
+def Piece(name, title, tempo, meter, chart, loops=True):
+    return AnyPiece(name, title, tempo, meter, chart, loops, SOFTNESS[name])
 
 
 def title():
@@ -183,6 +193,166 @@ def night_two():
     piece.save()
 
 
+def marsh():
+    """Mist over water, in G minor: a pan flute, a vibraphone answers."""
+    piece = Piece("MARSH", "Lights on the Water", 96, 4,
+                  "Gm Eb Bb F Gm Cm D D  Eb Bb Cm Gm Ab Eb D D  Gm Eb Bb F Gm Cm D D")
+    lead = piece.part(0, PAN_FLUTE, 122, 56, 80, 98)
+    vibes = piece.part(1, VIBRAPHONE, 124, 78, 80, 92)
+    harp = piece.part(2, HARP, 112, 80, 70, 80)
+    bass = piece.part(3, BASS, 114, 64, 30, 92)
+    strings = piece.part(4, SLOW_STRINGS, 122, 52, 80, 78)
+    drums = piece.part(DRUMS, 0, 127, 64, 50, 90)
+
+    tune = ("D5/1.5 Bb4/.5 G4/1 A4/1 G5/1.5 F5/.5 Eb5/1 Bb4/1 F5/1 D5/1 Bb4/1 C5/1 A4/2 C5/1 F5/1 "
+            "G5/1.5 A5/.5 Bb5/1 G5/1 G5/1 Eb5/1 C5/1 Eb5/1 F#5/1.5 E5/.5 D5/1 A4/1 D5/3 r/1")
+    lead.write(0, tune, .95, .97)
+    vibes.write(8, "G5/2 Bb5/1 G5/1 F5/2 D5/2 Eb5/1 G5/1 C6/1 G5/1 D5/3 r/1 "
+                   "C6/1.5 Bb5/.5 Ab5/1 Eb5/1 G5/2 Eb5/1 Bb4/1 A5/1 F#5/1 D5/1 F#5/1 A5/3 r/1", 1.0, 1.0)
+    lead.write(16, tune, 1.0, .97)
+    vibes.write(16, "r/2 D6/.5 Bb5/.5 G5/1 r/4 r/2 D6/.5 F5/.5 Bb5/1 r/4 r/2 G5/.5 D6/.5 Bb5/1 r/4 "
+                    "r/2 A5/.5 D6/.5 F#5/1 r/4", .8, 1.0)
+    harp.arpeggio(0, 8, 43, "02434243", .5, .85, 1.6)
+    harp.arpeggio(8, 16, 43, "02132413", .5, .9, 1.6)
+    harp.arpeggio(16, 24, 43, "02454245", .5, .95, 1.6, 7)
+    bass.bass(0, 8, 31, "r---5---", .5, .9)
+    bass.bass(8, 24, 31, "r--r5-r-", .5, .98)
+    strings.pad(0, 24, 55, .85)
+    for first in (0, 8, 16):
+        strings.swell(first, first + 8, 70, 112)
+    drums.beat(4, 23, SHAKER, "4.3.4.23", .5, .75)
+    drums.beat(8, 23, WOOD_LOW, "..3....3", .5, .7)
+    drums.beat(0, 24, TRIANGLE, "3.......", .5, .5)
+    piece.save()
+
+
+def ember():
+    """A dance of leaves, in D: clarinet and plucked strings."""
+    piece = Piece("EMBER", "Leaves on the Wind", 120, 4,
+                  "Dm C Dm G Dm F C Am  F C Gm Dm Bb F C A  Dm C Dm G Dm F C Am")
+    lead = piece.part(0, CLARINET, 120, 58, 60, 98)
+    marimba = piece.part(1, MARIMBA, 124, 76, 60, 92)
+    plucked = piece.part(2, PIZZICATO, 127, 80, 50, 84)
+    bass = piece.part(3, BASS, 116, 64, 30, 94)
+    strings = piece.part(4, STRINGS, 84, 50, 70, 72)
+    drums = piece.part(DRUMS, 0, 127, 64, 40, 94)
+
+    tune = ("D5/.5 E5/.5 F5/1 A5/1 F5/1 E5/1 G5/.5 E5/.5 C5/2 D5/.5 E5/.5 F5/1 D5/1 A4/1 B4/1 D5/1 G5/2 "
+            "A5/1 F5/.5 A5/.5 D6/1 A5/1 C6/1.5 A5/.5 F5/1 A5/1 G5/1 E5/1 C5/1 E5/1 A4/3 r/1")
+    answer = ("A5/1 C6/1 A5/1 F5/1 G5/1.5 A5/.5 G5/1 E5/1 Bb5/1 A5/.5 G5/.5 D5/1 G5/1 F5/2 D5/2 "
+              "D6/1 C6/.5 Bb5/.5 F5/1 Bb5/1 A5/1.5 C6/.5 A5/1 F5/1 G5/1 E5/.5 G5/.5 C6/1 G5/1 C#6/1 A5/1 E5/1 r/1")
+    lead.write(0, tune, .95, .92)
+    marimba.write(8, answer, 1.0, .9)
+    lead.write(16, tune, 1.0, .92)
+    marimba.write(16, tune, .75, .8)
+    plucked.chords_on(0, 8, 53, "x.xxx.x.", .5, .8)
+    plucked.chords_on(8, 16, 53, "x.xxX.xx", .5, .86)
+    plucked.chords_on(16, 23, 53, "x.xxX.xx", .5, .9)
+    bass.bass(0, 8, 33, "r-5-r-5-", .5, .9)
+    bass.bass(8, 24, 33, "r.5.r.58", .5, .98)
+    strings.pad(8, 16, 57, .85)
+    strings.pad(16, 24, 57, .8)
+    strings.swell(8, 16, 70, 110)
+    drums.beat(0, 23, TAMBOURINE, "4.2.5.23", .5, .75)
+    drums.beat(4, 23, KICK, "6...5...", .5, .8)
+    drums.beat(8, 23, STICK, "..5...5.", .5, .7)
+    piece.save()
+
+
+def frost():
+    """Bells over ice, in E minor: celesta and harp in three."""
+    piece = Piece("FROST", "Bells of Ice", 92, 3,
+                  "Em C G D Em C Am B  G D Em C Am Em B B  Em C G D Am C B B")
+    celesta = piece.part(0, CELESTA, 127, 58, 90, 112)
+    bells = piece.part(1, GLOCKENSPIEL, 118, 84, 90, 84)
+    harp = piece.part(2, HARP, 122, 76, 80, 92)
+    strings = piece.part(3, SLOW_STRINGS, 127, 50, 80, 86)
+    bass = piece.part(4, BASS, 116, 64, 40, 92)
+    cello = piece.part(5, CELLO, 100, 46, 70, 82)
+
+    celesta.write(0, "B5/1 G5/1 E5/1 E5/2 G5/1 D6/1 B5/1 G5/1 A5/2 F#5/1 "
+                     "G5/1 B5/1 E6/1 E6/1.5 D6/.5 C6/1 C6/1 A5/1 E5/1 F#5/2 r/1", .95)
+    celesta.write(8, "D6/2 B5/1 A5/2 D6/1 B5/1 E6/1 G6/1 E6/2 C6/1 "
+                     "C6/1 E6/1 A5/1 B5/2 G5/1 F#5/1 A5/1 B5/1 D#6/2 r/1", 1.0)
+    celesta.write(16, "E6/1 B5/1 G5/1 G5/2 E5/1 B5/1 D6/1 G5/1 F#5/2 A5/1 "
+                      "E6/1 C6/1 A5/1 G5/2 C6/1 B5/1 F#5/1 D#5/1 B4/2 r/1", .98)
+    bells.write(8, "r/2 G6/1 r/3 r/2 E6/1 r/3 r/2 A6/1 r/3 r/2 B6/1 r/2 F#6/1", .8)
+    bells.write(16, "r/2 E6/1 r/3 r/2 D6/1 r/3 r/2 E6/1 r/3 r/2 F#6/1 r/3", .8)
+    harp.arpeggio(0, 8, 45, "024342", .5, .85, 2.0)
+    harp.arpeggio(8, 16, 45, "024565", .5, .95, 2.0, 7)
+    harp.arpeggio(16, 24, 45, "024342", .5, .9, 2.0)
+    strings.pad(0, 24, 57, .85)
+    for first in (0, 8, 16):
+        strings.swell(first, first + 8, 72, 116)
+    bass.bass(0, 24, 28, "r--", 1, .95)
+    cello.write(8, "B2/3 A2/3 G2/3 G2/3 A2/3 B2/3 F#2/3 B2/3", .9, .98)
+    cello.write(16, "E3/3 C3/3 D3/3 D3/3 C3/3 E3/3 F#3/3 B2/3", .9, .98)
+    piece.save()
+
+
+def hollow():
+    """Old roots, in C minor: it hurries, for something follows."""
+    piece = Piece("HOLLOW", "The Old Hollow", 132, 4,
+                  "Cm Cm Ab G Cm Fm G G  Ab Eb Fm Cm Db Ab G G  Cm Bb Ab G Fm Cm G G")
+    lead = piece.part(0, CLARINET, 118, 58, 60, 96)
+    horn = piece.part(1, HORN, 108, 46, 70, 84)
+    plucked = piece.part(2, PIZZICATO, 127, 78, 50, 78)
+    bass = piece.part(3, BASS, 114, 64, 30, 90)
+    tremolo = piece.part(4, TREMOLO, 104, 52, 70, 72)
+    timpani = piece.part(5, TIMPANI, 108, 64, 60, 80)
+    drums = piece.part(DRUMS, 0, 127, 64, 40, 86)
+
+    lead.write(0, "G5/1 Eb5/.5 C5/.5 D5/1 Eb5/1 C5/3 r/1 C6/1 Ab5/.5 C6/.5 Eb6/1 C6/1 B5/2 G5/1 D5/1 "
+                  "Eb5/1 G5/1 C6/1 Eb6/1 C6/1.5 Ab5/.5 F5/1 Ab5/1 G5/1 B5/1 D6/1 B5/1 G5/3 r/1", .95, .94)
+    horn.write(8, "C5/2 Eb5/1 C5/1 Bb4/2 G4/2 Ab4/1 C5/1 F5/1 C5/1 Eb5/2 C5/1 G4/1 "
+                  "F5/1.5 Eb5/.5 Db5/1 Ab4/1 C5/2 Ab4/1 Eb4/1 D5/1 B4/1 G4/1 B4/1 D5/3 r/1", 1.0, .97)
+    lead.write(16, "Eb6/1 D6/.5 C6/.5 G5/1 C6/1 D6/1 Bb5/1 F5/2 C6/1 Ab5/.5 C6/.5 Eb6/1 C6/1 B5/2 D6/1 G5/1 "
+                   "Ab5/1 F5/1 C5/1 F5/1 G5/1 Eb5/1 C5/1 Eb5/1 D5/1 G5/1 B5/1 D6/1 G5/2 r/2", 1.0, .94)
+    plucked.arpeggio(0, 8, 55, "01213121", .5, .85, .7)
+    plucked.arpeggio(8, 16, 55, "02132413", .5, .9, .7)
+    plucked.arpeggio(16, 24, 55, "0123432101234321", .25, .8, .8)
+    bass.bass(0, 8, 33, "r.rr.r5r", .5, .9)
+    bass.bass(8, 24, 33, "r.rr.r58", .5, .98)
+    tremolo.pad(0, 24, 53, .85)
+    for first in (0, 8, 16):
+        tremolo.swell(first, first + 8, 70, 112)
+    for bar, text in ((7, "G2/1 r/1 G2/1 G2/1"), (15, "G2/1 G2/1 G2/.5 G2/.5 G2/1"), (22, "G2/1 r/1 G2/1 G2/1")):
+        timpani.write(bar, text, .9)
+    drums.beat(0, 23, WOOD_HIGH, "5...4...", .5, .65)
+    drums.beat(0, 23, KICK, "6..4.5..", .5, .8)
+    drums.beat(8, 23, HAT, "43534353", .5, .7)
+    drums.beat(16, 23, STICK, "..6...6.", .5, .75)
+    piece.save()
+
+
+def morning():
+    """The sun is up, in G: everybody."""
+    piece = Piece("MORNING", "Morning in the Hollow", 104, 4, "G C G D Em C D G  C D Bm Em Am D G G")
+    flute = piece.part(0, FLUTE, 122, 58, 80, 100)
+    horn = piece.part(1, HORN, 100, 46, 80, 84)
+    harp = piece.part(2, HARP, 112, 78, 80, 84)
+    strings = piece.part(3, STRINGS, 92, 52, 80, 80)
+    bass = piece.part(4, BASS, 112, 64, 30, 90)
+    bells = piece.part(5, GLOCKENSPIEL, 120, 86, 90, 80)
+    drums = piece.part(DRUMS, 0, 122, 64, 50, 84)
+
+    flute.write(0, "B5/1.5 A5/.5 G5/1 D5/1 E5/1 G5/1 C6/2 B5/1 D6/1 G6/1 D6/1 A5/3 r/1 "
+                   "G5/1 B5/1 E6/1 B5/1 C6/1.5 D6/.5 E6/1 C6/1 D6/1 A5/1 F#5/1 A5/1 G5/3 r/1", .95)
+    flute.write(8, "E6/2 C6/1 G5/1 F#6/2 D6/1 A5/1 D6/1 B5/1 F#5/1 B5/1 G5/2 B5/1 E6/1 "
+                   "C6/1 A5/1 E5/1 A5/1 F#5/1 A5/1 D6/1 F#6/1 G6/2 D6/1 B5/1 G5/3 r/1", 1.0)
+    horn.write(8, "G4/4 A4/4 B4/4 B4/4 C5/4 A4/4 B4/4 G4/3 r/1", .9, .98)
+    bells.write(8, "r/3 G6/1 r/3 A6/1 r/3 F#6/1 r/3 B6/1 r/3 E6/1 r/3 D7/1 G6/.5 B6/.5 D7/1 r/2 r/4", .8)
+    harp.arpeggio(0, 8, 43, "02434243", .5, .9, 1.8)
+    harp.arpeggio(8, 15, 43, "0123456701234567", .25, .8, 2, 8)
+    strings.pad(0, 16, 59, .85, 4)
+    strings.swell(0, 8, 70, 104)
+    strings.swell(8, 16, 84, 120)
+    bass.bass(0, 16, 31, "r--r5-r-", .5, .95)
+    drums.beat(4, 15, TAMBOURINE, "4.2.4.23", .5, .75)
+    drums.beat(8, 9, CYMBAL, "4...", 1, .6)
+    piece.save()
+
+
 def danger():
     """Short of breath, in D minor: a ticking clock and trembling strings."""
     piece = Piece("DANGER", "The Glow Fades", 144, 4, "Dm Dm Eb Dm Gm Dm Bb A Dm Eb A A")
@@ -301,6 +471,11 @@ def main():
     title()
     night_one()
     night_two()
+    marsh()
+    ember()
+    frost()
+    hollow()
+    morning()
     danger()
     dawn()
     fade()

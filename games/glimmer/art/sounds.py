@@ -44,6 +44,10 @@ def write_trouble():
         tone(sound, start, length, pitch, volume, .05, 1.2, ((1, 1), (2, .16), (3, .06)), pitch * .88, .006, 6)
         breath(sound, start, length, volume * .1, pitch * 1.1, pitch, 13, .05, 1.2, .06)
     save("OWL", sound)
+    sound = silence(2.2)
+    breath(sound, 0, 1.5, .8, 260, 900, 15, .7, 1.2, .3)
+    breath(sound, .7, 1.5, .7, 900, 320, 16, .5, 1.4, .3)
+    save("WIND", sound, .34)
 
 
 def write_milestones():

@@ -1,4 +1,4 @@
-"""The ground of the garden: TILES, 48x48 each, in eight rows of eight.
+"""The ground of the gardens: TILES, MARSH, EMBER, FROST and HOLLOW, 48x48 each, in eight rows of eight.
 
 Row 0 is grass. Rows 1 and 2 are thicket, rows 3 and 4 ponds, rows 5 and 6 the same ponds with the
 ripples moved. The 16 thickets and ponds go by a mask of the neighbours that are of their own kind:
@@ -19,6 +19,38 @@ from canvas import *
 
 SIZE = 48
 GRASS = "#234b40"
+
+
+class Kind:
+    """A kind of garden. Tones are those of `toned`, the rest is told where it is drawn."""
+
+    def __init__(self, name, grass=(), leaves=(), water=(), bush="rosette", frozen=False, finds=None, petals="#e09ae0"):
+        self.name, self.grass, self.leaves, self.water, self.bush = name, grass, leaves, water, bush
+        self.frozen, self.finds, self.petals = frozen, finds or ("blue", "white", "mushrooms", "litter"), petals
+
+
+GREEN = (90, 185)
+KINDS = (
+    Kind("TILES"),
+    Kind("MARSH", [(*GREEN, 196, .95, .92)], [(*GREEN, 92, .62, 1.12)], [(180, 260, 222, 1.05, .82)], "reeds",
+         finds=("reeds", "white", "mushrooms", "pebbles"), petals="#d9c27a"),
+    Kind("EMBER", [(*GREEN, 62, .62, 1.0)], [(*GREEN, 20, 1.12, 1.3)], [(180, 260, 196, .62, .86)],
+         finds=("leaves", "asters", "leaves", "litter"), petals="#ffd36e"),
+    Kind("FROST", [(*GREEN, 208, .44, 1.72)], [(*GREEN, 186, .52, 1.5)], [(180, 260, 200, .44, 1.62), (60, 180, 205, .3, 1.5)],
+         "needles", True, finds=("snow", "crystals", "snow", "pebbles"), petals="#eef6ff"),
+    Kind("HOLLOW", [(*GREEN, 262, .62, .86)], [(*GREEN, 300, .8, 1.2)], [(180, 260, 164, .9, 1.06)], "caps",
+         finds=("mushrooms", "lights", "mushrooms", "lights"), petals="#8fe8ff"))
+kind = KINDS[0]
+
+
+def in_tone(tone):
+    """Draws in the present kind's tone of that name."""
+    def wrap(draw):
+        def drawn(*arguments):
+            with toned(getattr(kind, tone)):
+                draw(*arguments)
+        return drawn
+    return wrap
 NORTH, EAST, SOUTH, WEST = 1, 2, 4, 8
 
 # Grass blades over the edges, the same on opposite sides and on every tile: x, y, length, lean.
@@ -32,6 +64,7 @@ def blade(ctx, x, y, length, lean, colour, alpha):
     stroke(ctx, colour, 1.3, alpha)
 
 
+@in_tone("grass")
 def draw_grass(ctx, seed):
     ink(ctx, GRASS)
     ctx.rectangle(0, 0, SIZE, SIZE)
@@ -112,17 +145,99 @@ def draw_litter(ctx):
         stroke(ctx, "#f0c890", .6, .45)
 
 
+BLUE_PLACES = ((15, 17, 4.6), (30, 14, 3.6), (33, 31, 4.8), (19, 33, 3.8))
+WHITE_PLACES = ((17, 14, 4), (33, 19, 4.8), (14, 30, 4.8), (29, 34, 3.8))
+
+
+def draw_leaves(ctx, seed):
+    """Fallen leaves."""
+    chance = random.Random(seed)
+    for _ in range(9):
+        x, y, angle = chance.uniform(13, 35), chance.uniform(13, 35), chance.uniform(0, 6.3)
+        with placed(ctx, x + .8, y + 1.2):
+            leaf(ctx, 0, 0, 8, 5, angle)
+            fill(ctx, "#0b1f1c", .35)
+        leaf(ctx, x, y, 8, 5, angle)
+        fill(ctx, chance.choice(("#d0702c", "#e0a03c", "#a8402c", "#8c5a30")), .95, True)
+        stroke(ctx, "#4a2418", .7, .7)
+
+
+def draw_snow(ctx, seed):
+    """Small drifts, each with its shade."""
+    chance = random.Random(seed)
+    for x, y, size in ((16, 17, 5.5), (30, 15, 4.2), (32, 31, 6), (18, 33, 4.4)):
+        x, y = x + chance.uniform(-2, 2), y + chance.uniform(-2, 2)
+        oval(ctx, x + .8, y + 1.8, size * 1.15, size * .6)
+        fill(ctx, "#22344c", .4)
+        oval(ctx, x, y, size * 1.15, size * .7)
+        ctx.set_source(radial(x, y, size * 1.3, [(0, "#f4f8ff", 1), (1, "#a8c0dc", 1)], x - 1.5, y - 2))
+        ctx.fill()
+
+
+def draw_crystals(ctx):
+    for x, y, size, lean in ((17, 22, 8, -.3), (21, 21, 10, .1), (26, 23, 7, .5), (32, 35, 7, .2), (35, 34, 5, .6)):
+        oval(ctx, x + 1, y + 1, size * .4, size * .18)
+        fill(ctx, "#22344c", .45)
+        with placed(ctx, x, y, lean):
+            for side, colour in ((-1, "#d8f2ff"), (1, "#7db6e0")):
+                ctx.move_to(0, 0)
+                ctx.line_to(side * size * .26, -size * .2)
+                ctx.line_to(side * size * .2, -size * .8)
+                ctx.line_to(0, -size * 1.15)
+                ctx.close_path()
+                fill(ctx, colour, .95)
+
+
+def draw_lights(ctx, seed):
+    """Buds that shine."""
+    chance = random.Random(seed)
+    for x, y in ((15, 18), (29, 14), (34, 29), (20, 33), (26, 24)):
+        x, y = x + chance.uniform(-2, 2), y + chance.uniform(-2, 2)
+        glow(ctx, x, y, 8, "#5ff0d0", .5)
+        for angle in (-2.2, -.9):
+            leaf(ctx, x, y + 2, 5, 2.6, angle)
+            fill(ctx, "#3a6a7a", .9)
+        oval(ctx, x, y, 1.9)
+        ctx.set_source(radial(x, y, 2, [(0, "#ffffff", 1), (1, "#6ff0d8", 1)]))
+        ctx.fill()
+
+
+def draw_bulrushes(ctx):
+    for x, y, height, lean in ((15, 34, 17, -1.5), (19, 35, 20, .5), (23, 34, 15, 2.5), (31, 26, 15, -1), (35, 27, 12, 1.5)):
+        ctx.move_to(x, y)
+        ctx.curve_to(x, y - height * .5, x + lean * .5, y - height * .8, x + lean, y - height)
+        stroke(ctx, "#12302a", 2.2, .7, True)
+        stroke(ctx, "#8aa860", 1.2)
+        oval(ctx, x + lean, y - height + 2.5, 1.6, 3.2)
+        fill(ctx, "#8a5a38", 1, True)
+        stroke(ctx, "#3a2418", .7, .8)
+
+
+def draw_pebbles(ctx):
+    for x, y, rx, ry in ((15, 20, 4.6, 3.4), (21, 23, 3, 2.2), (33, 30, 4.2, 3.2), (29, 34, 2.4, 1.8), (31, 15, 2.8, 2.1)):
+        oval(ctx, x + .8, y + 1.4, rx, ry)
+        fill(ctx, "#0b1f1c", .4)
+        oval(ctx, x, y, rx, ry)
+        ctx.set_source(radial(x, y, rx * 1.3, [(0, "#9aaab8", 1), (1, "#4a5c70", 1)], x - rx * .4, y - ry * .4))
+        ctx.fill_preserve()
+        stroke(ctx, "#1c2a34", .8, .8)
+
+
+FINDS = {"blue": lambda ctx, seed: draw_flowers(ctx, "#7fb2f5", "#ffe9a8", BLUE_PLACES, 5),
+         "white": lambda ctx, seed: draw_flowers(ctx, "#eef2ff", AMBER, WHITE_PLACES, 6),
+         "asters": lambda ctx, seed: draw_flowers(ctx, "#c88ae0", "#ffd36e", WHITE_PLACES, 8),
+         "mushrooms": lambda ctx, seed: draw_mushrooms(ctx),
+         "litter": lambda ctx, seed: draw_litter(ctx),
+         "pebbles": lambda ctx, seed: draw_pebbles(ctx),
+         "reeds": lambda ctx, seed: draw_bulrushes(ctx),
+         "crystals": lambda ctx, seed: draw_crystals(ctx),
+         "leaves": draw_leaves, "snow": draw_snow, "lights": draw_lights}
+
+
 def draw_meadow_tile(ctx, index):
     draw_grass(ctx, 100 + (index if index < 4 else index % 4))
-    if index == 4:
-        draw_flowers(ctx, "#7fb2f5", "#ffe9a8", ((15, 17, 4.6), (30, 14, 3.6), (33, 31, 4.8),
-                                                 (19, 33, 3.8)), 5)
-    elif index == 5:
-        draw_flowers(ctx, "#eef2ff", AMBER, ((17, 14, 4), (33, 19, 4.8), (14, 30, 4.8), (29, 34, 3.8)), 6)
-    elif index == 6:
-        draw_mushrooms(ctx)
-    elif index == 7:
-        draw_litter(ctx)
+    if index >= 4:
+        FINDS[kind.finds[index - 4]](ctx, index)
 
 
 # Thicket -------------------------------------------------------------------------------------
@@ -144,14 +259,43 @@ OPEN_THICKETS = (((11.5, 11, 9.4, .12), (35, 35.5, 9, -.1)),
 DEEP = "#0d2b28"
 
 
+# Rings of a bush from the outermost inwards: leaves, how far out they begin, their length and width.
+BUSHES = {"rosette": ((11, .42, .62, .42), (8, .16, .6, .4), (5, 0, .42, .3)),
+          "reeds": ((13, .3, .72, .16), (10, .1, .7, .15), (7, 0, .55, .13)),
+          "needles": ((16, .4, .62, .14), (12, .18, .62, .14), (8, 0, .5, .12)),
+          "caps": ((7, .52, .44, .5), (5, .2, .44, .5), (1, 0, .4, .44))}
+
+
+def draw_caps(ctx, x, y, size, chance):
+    """Round caps in place of leaves, with pale spots."""
+    oval(ctx, x, y, size)
+    fill(ctx, "#123a30")
+    for count, far, radius in ((6, .62, .36), (4, .3, .38), (1, 0, .4)):
+        first = chance.uniform(0, 6)
+        for k in range(count):
+            angle = first + 2 * math.pi * k / count
+            cx, cy, r = x + size * far * math.cos(angle), y + size * far * math.sin(angle), size * radius
+            oval(ctx, cx, cy, r)
+            ctx.set_source(radial(cx, cy, r * 1.1, [(0, "#6fbf80", 1), (.7, "#2a7a58", 1), (1, "#14402f", 1)],
+                                  cx - r * .35, cy - r * .4))
+            ctx.fill_preserve()
+            stroke(ctx, "#0c2a20", .7, .8)
+            for dx, dy in ((-.3, -.2), (.3, .1), (0, .45)):
+                oval(ctx, cx + dx * r, cy + dy * r, r * .13)
+                fill(ctx, "#8fe8ff", .8)
+
+
+@in_tone("leaves")
 def clump(ctx, x, y, size, seed, lighter=0.0):
-    """A rosette of leaves seen from above, lit from the north-west."""
+    """A bush seen from above, lit from the north-west."""
     chance = random.Random(seed)
+    if kind.bush == "caps":
+        draw_caps(ctx, x, y, size, chance)
+        return
     oval(ctx, x, y, size)
     ctx.set_source(radial(x, y, size, [(0, "#1e5244", 1), (.8, "#174237", 1), (1, "#0d2b28", 1)]))
     ctx.fill()
-    for ring, (count, far, length, width) in enumerate(((11, .42, .62, .42), (8, .16, .6, .4),
-                                                       (5, 0, .42, .3))):
+    for ring, (count, far, length, width) in enumerate(BUSHES[kind.bush]):
         first = chance.uniform(0, 6)
         for k in range(count):
             angle = first + 2 * math.pi * k / count + chance.uniform(-.15, .15)
@@ -196,9 +340,10 @@ def draw_thicket_ground(ctx, mask):
         fill(shade_ctx, "#04100f", .75)
     ctx.set_source_surface(soften(shade, (1, 2, 1)), -SIZE, -SIZE)
     ctx.paint()
-    outline(ctx, mask, 9, 12, 12, 6)
-    fill(ctx, DEEP, 1, True)
-    stroke(ctx, "#081c1b", 1.5, .9)
+    with toned(kind.leaves):
+        outline(ctx, mask, 9, 12, 12, 6)
+        fill(ctx, DEEP, 1, True)
+        stroke(ctx, "#081c1b", 1.5, .9)
 
 
 def draw_rims(ctx, mask):
@@ -240,13 +385,18 @@ def draw_thicket(ctx, mask):
     draw_common_clumps(ctx, mask)
     if mask in (3, 8, 12):
         for x, y in ((16, 18), (32, 15), (30, 31)):
-            flower(ctx, x, y, 2.6, 5, "#e09ae0", AMBER, mask)
+            flower(ctx, x, y, 2.6, 5, kind.petals, AMBER, mask)
 
 
-def draw_open_thicket(ctx, index):
+@in_tone("leaves")
+def draw_deep(ctx):
     ink(ctx, DEEP)
     ctx.rectangle(0, 0, SIZE, SIZE)
     ctx.fill()
+
+
+def draw_open_thicket(ctx, index):
+    draw_deep(ctx)
     for _, x, y in CORNERS:
         clump(ctx, abs(x - 12), abs(y - 12), 10, 110 + x + y)
         clump(ctx, x + 2, y - 1, 10.5, 100)
@@ -327,6 +477,13 @@ def pond_outline(ctx, mask, inset):
 
 def draw_pond(ctx, mask, frame):
     draw_grass(ctx, 100)
+    with toned(kind.water):
+        draw_water(ctx, mask, frame)
+    if not kind.frozen:
+        draw_reeds(ctx, mask, frame)
+
+
+def draw_water(ctx, mask, frame):
     # Damp grass, earth, a lit rim, wet earth.
     for inset, colour, alpha in ((BANK - 2.6, "#183a33", .8), (BANK - 1.6, "#3c4a38", 1),
                                  (BANK - .9, "#7e7d57", 1), (BANK + .6, "#2c4a50", 1)):
@@ -352,11 +509,13 @@ def draw_pond(ctx, mask, frame):
         if chance.random() < .6:
             draw_ripple(ctx, x + chance.uniform(-2, 2), y + chance.uniform(-3, 3), chance.uniform(3, 5), frame)
     ctx.restore()
+    if kind.frozen:
+        return
     for x, y, size, gap in {3: ((17, 30, 5.2, 1.2), (24, 36, 3.4, .4)), 12: ((31, 19, 5, 2.6),)}.get(mask, ()):
         draw_lily_pad(ctx, x, y, size, gap, frame)
-    draw_reeds(ctx, mask, frame)
 
 
+@in_tone("water")
 def draw_open_pond(ctx, lily, frame):
     ink(ctx, WATER)
     ctx.rectangle(0, 0, SIZE, SIZE)
@@ -367,10 +526,20 @@ def draw_open_pond(ctx, lily, frame):
     for x, y, size in ((9, 9, 4), (16, 19, 3), (35, 16, 6), (10.5, 41, 5.5), (40, 29, 3), (33, 40, 4.5)):
         if not lily or y < 24:
             draw_ripple(ctx, x, y, size, frame)
-    if lily:
+    if lily and kind.frozen:
+        draw_cracks(ctx)
+    elif lily:
         draw_lily_pad(ctx, 34.5, 35, 6.2, .4, frame)
         draw_lily_pad(ctx, 16, 39, 4.2, 2.4, frame)
         flower(ctx, 33 + .8 * frame, 33.5, 4, 7, "#f6c6ea", "#fff1c4", .2)
+
+
+def draw_cracks(ctx):
+    for points in (((29, 31), (34, 34), (36, 40)), ((34, 34), (41, 32)), ((12, 33), (17, 38), (15, 43)), ((17, 38), (22, 37))):
+        ctx.move_to(*points[0])
+        for point in points[1:]:
+            ctx.line_to(*point)
+        stroke(ctx, "#e8f6ff", 1, .7)
 
 
 def draw_lily_pad(ctx, x, y, size, gap, frame):
@@ -388,6 +557,11 @@ def draw_lily_pad(ctx, x, y, size, gap, frame):
 
 def draw_ripple(ctx, x, y, size, frame):
     """A wavelet with its shade, which keeps to a quarter. Some go east while the others go west."""
+    if kind.frozen:
+        ctx.move_to(x - size, y + size * .4)
+        ctx.line_to(x + size, y - size * .4)
+        stroke(ctx, "#f4fbff", 1.2, .3)
+        return
     odd = int(x + y) % 2
     x += (2 * frame - 1) * (1 - 2 * odd)
     size *= .75 if odd == frame else 1
@@ -416,7 +590,7 @@ def draw_reeds(ctx, mask, frame):
         fill(ctx, "#8a5a38")
 
 
-def main():
+def write_tiles():
     surface, ctx = picture(8 * SIZE, 8 * SIZE)
     for index in range(64):
         with cell(ctx, index, 8, SIZE, SIZE):
@@ -430,7 +604,13 @@ def main():
                 draw_open_pond(ctx, index >= 60, index % 2)
             else:
                 draw_open_thicket(ctx, {56: 0, 57: 1, 62: 2, 63: 3}[index])
-    save(surface, "TILES.PNG")
+    save(surface, kind.name + ".PNG")
+
+
+def main():
+    global kind
+    for kind in KINDS:
+        write_tiles()
 
 
 if __name__ == "__main__":

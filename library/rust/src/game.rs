@@ -179,6 +179,13 @@ pub trait Game {
 #[macro_export]
 macro_rules! game {
     ($game:ty) => {
+        extern "C" {
+            fn moxi_game_message(message: i32, p1: i32, p2: i32, p3: i32) -> i32;
+        }
+        // The build script asks for this name, and with it comes the loop of the game.
+        #[no_mangle]
+        #[allow(non_upper_case_globals)]
+        pub static moxi_game_entry: unsafe extern "C" fn(i32, i32, i32, i32) -> i32 = moxi_game_message;
         static mut THE_GAME: Option<$game> = None;
         #[no_mangle]
         pub extern "C" fn setup() {

@@ -1,5 +1,5 @@
-// The same engine for the machine that builds it, without pictures, input and sound: it plays demos, so
-// that what it says of the game's state can be compared.
+// The same engine for the machine that builds it, without pictures, input and sound: it plays
+// demos, so that what it says of the game's state can be compared.
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,0 +1,25 @@
+#pragma once
+// Functions so small that their body takes the place of a call.
+
+#include <vector>
+
+#include "base/types.h"
+#include "wasm/debug_info.h"
+#include "wasm/module.h"
+
+namespace moxi {
+
+struct SmallLeaf {
+    bool isOne = false;
+    bool branches = false;  // anywhere but at its end
+    bool loops = false;
+    std::vector<u32> reads;  // how often each local is read
+    std::vector<bool> isWritten;
+};
+
+// One for each function. A leaf's calls, if it has any, are of such functions alone. Where a
+// debugger is to show arguments, in code that was compiled for that, calls stay calls.
+std::vector<SmallLeaf> FindSmallLeaves(const Module& module,
+                                       const std::vector<DebugFunction>& debugFunctions);
+
+}  // namespace moxi
