@@ -30,10 +30,15 @@ const OutputFiles directFiles = outputFiles;
 
 // --- The helper
 
+// The player chooses the folder in a file that this process writes too, so names alone keep it to
+// pictures there.
 bool IsPicture(const OutputPlaces& places, const std::string& path) {
-    const std::string folder = places.picturesFolder + "/";
-    return !places.picturesFolder.empty() && path.rfind(folder, 0) == 0 &&
-           path.find('/', folder.size()) == std::string::npos;
+    const std::string start = places.picturesFolder + "/MOXI ";
+    constexpr std::string_view kEnd = ".png";
+    return !places.picturesFolder.empty() && path.rfind(start, 0) == 0 &&
+           path.find('/', start.size()) == std::string::npos &&
+           path.size() >= start.size() + kEnd.size() &&
+           path.compare(path.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
 }
 
 bool IsOneOf(const std::vector<std::string>& files, const std::string& path) {

@@ -7,7 +7,8 @@
 
 namespace moxi {
 
-// What the helper opens: these files, and pictures directly in this folder ("" for none).
+// What the helper opens: these files, and pictures named "MOXI ....png" directly in this
+// folder ("" for none).
 struct OutputPlaces {
     std::vector<std::string> files;
     std::string picturesFolder;

@@ -94,7 +94,7 @@ void WireRooms(const Options& options) {
 
     StartPangoText();
 
-    StartPanel({.noSound = options.mute});
+    StartPanel({.noSound = options.mute, .moves = !options.headless});
     surfaceSlots = {
         .togglePanel = TogglePanel,
         .close = ClosePanel,

@@ -31,8 +31,9 @@ struct WindowNews {
     bool frameChanged = false;
     bool resized = false;
     bool fullScreenBefore = false;
-    i32 miniaturized = 0;  // times, less the times that it came back
-    i32 liveResizes = 0;   // begun, less those ended
+    bool changesFullScreen = false;  // has begun to, and the end is still to come
+    i32 miniaturized = 0;            // times, less the times that it came back
+    i32 liveResizes = 0;             // begun, less those ended
 };
 
 constinit u32 reasons = 0;  // bits
@@ -64,7 +65,7 @@ void TellWindowNews() {
     if (told.moved) game.windowDidMove();
     if (told.frameChanged) game.viewFrameDidChange();
     if (told.resized) game.windowDidResize();
-    if (toggled) {
+    if (toggled && !told.changesFullScreen) {
         fullScreen ? game.windowDidEnterFullScreen() : game.windowDidExitFullScreen();
     }
     if (told.miniaturized > 0) game.windowDidMiniaturize();
@@ -252,9 +253,10 @@ void CountAndTellLater() {
 }
 
 // What is left to tell after the pause is in the difference between then and now.
-template <void (*DesktopEvents::*handler)()>
+template <bool begins, void (*DesktopEvents::*handler)()>
 void TellUnlessPaused() {
-    if (!IsPaused()) (game.*handler)();
+    if (!IsPaused()) return (game.*handler)();
+    news.changesFullScreen = begins;
 }
 
 void GateWindow(DesktopEvents& gate) {
@@ -270,10 +272,13 @@ void GateWindow(DesktopEvents& gate) {
         CountAndTellLater<&WindowNews::liveResizes, 1, &DesktopEvents::windowWillStartLiveResize>;
     gate.windowDidEndLiveResize =
         CountAndTellLater<&WindowNews::liveResizes, -1, &DesktopEvents::windowDidEndLiveResize>;
-    gate.windowWillEnterFullScreen = TellUnlessPaused<&DesktopEvents::windowWillEnterFullScreen>;
-    gate.windowDidEnterFullScreen = TellUnlessPaused<&DesktopEvents::windowDidEnterFullScreen>;
-    gate.windowWillExitFullScreen = TellUnlessPaused<&DesktopEvents::windowWillExitFullScreen>;
-    gate.windowDidExitFullScreen = TellUnlessPaused<&DesktopEvents::windowDidExitFullScreen>;
+    gate.windowWillEnterFullScreen =
+        TellUnlessPaused<true, &DesktopEvents::windowWillEnterFullScreen>;
+    gate.windowDidEnterFullScreen =
+        TellUnlessPaused<false, &DesktopEvents::windowDidEnterFullScreen>;
+    gate.windowWillExitFullScreen =
+        TellUnlessPaused<true, &DesktopEvents::windowWillExitFullScreen>;
+    gate.windowDidExitFullScreen = TellUnlessPaused<false, &DesktopEvents::windowDidExitFullScreen>;
     gate.windowShouldClose = [] { return AskGame(game.windowShouldClose); };
 }
 

@@ -1,6 +1,7 @@
 #include "surface/panel.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 #include "base/log.h"
@@ -21,6 +22,8 @@ constexpr double kDarkness = 0.6;
 
 struct Panel {
     bool open = false;
+    bool moves = false;
+    std::chrono::steady_clock::time_point openedAt;
     PanelState state;
     Surface surface;
     ViewSize size;    // in pixels, as laid out
@@ -31,7 +34,7 @@ struct Panel {
 Panel panel;
 
 // The game's last picture, as large as it fits, in the middle.
-void DrawBackdrop(Canvas& canvas, ViewSize size) {
+void DrawGame(Canvas& canvas, ViewSize size) {
     ResizeCanvas(canvas, size.width, size.height);
     const ViewBuffer& view = viewBuffer;
     if (view.width <= 0 || view.height <= 0) return;
@@ -51,7 +54,31 @@ void DrawBackdrop(Canvas& canvas, ViewSize size) {
                         canvas.pixels.data() + 4 * (static_cast<size_t>(y) * size.width + x));
         }
     }
+}
+
+void DrawBackdrop(Canvas& canvas, ViewSize size) {
+    DrawGame(canvas, size);
     Darken(canvas, kDarkness);
+}
+
+// How much of the panel is to be seen, 0 to 1. The desktop's own clock stands still meanwhile.
+double Shown() {
+    if (!panel.moves || preferences.reducedMotion) return 1;
+    constexpr double kFadeSeconds = 0.12;
+    const std::chrono::duration<double> since = std::chrono::steady_clock::now() - panel.openedAt;
+    return std::clamp(since.count() / kFadeSeconds, 0.0, 1.0);
+}
+
+// Mingles the drawn panel with the game's picture.
+void FadeIn(double part) {
+    Canvas game;
+    DrawGame(game, panel.size);
+    const u32 drawn = static_cast<u32>(part * 256);
+    for (size_t i = 0; i < game.pixels.size(); ++i) {
+        panel.canvas.pixels[i] =
+            static_cast<u8>((panel.canvas.pixels[i] * drawn + game.pixels[i] * (256 - drawn)) >> 8);
+    }
+    RequestSurfaceRedraw();
 }
 
 void LayOut() {
@@ -73,6 +100,7 @@ void Open() {
     UseSurfacePadMap(true);
     const PanelState kept = panel.state;
     panel.open = true;
+    panel.openedAt = std::chrono::steady_clock::now();
     panel.surface = {};
     panel.state = {.page = kept.page, .scope = kept.scope, .noSound = kept.noSound};
     OpenPage(panel.state, kept.page);
@@ -100,6 +128,7 @@ Seen SeenNow() {
 
 void StartPanel(const PanelOptions& options) {
     panel.state.noSound = options.noSound;
+    panel.moves = options.moves;
 }
 
 void TogglePanel() {
@@ -142,6 +171,7 @@ void DrawPanel() {
     if (size.width != panel.size.width || size.height != panel.size.height) LayOut();
     panel.canvas = panel.backdrop;
     PaintSurface(panel.surface, panel.canvas);
+    if (const double part = Shown(); part < 1) FadeIn(part);
     ShowSurface(panel.surface, panel.canvas);
 }
 

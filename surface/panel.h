@@ -8,6 +8,7 @@ namespace moxi {
 
 struct PanelOptions {
     bool noSound = false;  // the run has no sound device, whatever the player chooses
+    bool moves = false;    // it may fade in, which takes time that a headless run has not
 };
 
 void StartPanel(const PanelOptions& options);

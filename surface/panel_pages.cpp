@@ -87,6 +87,10 @@ std::string NextOf(const char* const (&values)[n], const std::string& now, i32 s
     return values[(at + n + static_cast<size_t>(step)) % n];
 }
 
+bool IsFitted() {
+    return preferences.scale == kScaleFit || preferences.scale == kScaleFitFractional;
+}
+
 // --- Pages
 
 void AddScope(Surface& surface, const PanelState& state) {
@@ -105,8 +109,10 @@ void AddSoundPage(Surface& surface, const PanelState& state) {
 }
 
 void AddPicturePage(Surface& surface, const PanelState& state) {
-    // Also changed by its key, which does not save it.
-    AddSwitch(surface, state, "full-screen", Words("Full screen")).on = desktop.isFullScreen();
+    Control& fullScreen = AddSwitch(surface, state, "full-screen", Words("Full screen"));
+    // Also changed by its key, which does not save it. A view that is fitted to the screen is no
+    // full screen for the game.
+    if (!IsFitted()) fullScreen.on = desktop.isFullScreen();
     AddChoice(surface, "scale", Words("Scale"), ScaleLabel(ShownText(state, "scale")));
     AddChoice(surface, "filter", Words("Scaling filter"),
               ShownText(state, "filter") == "sharp" ? Words("Sharp") : Words("Smooth"));
@@ -240,6 +246,11 @@ bool Set(const PanelState& state, const std::string& name, const std::string& va
     return isSet;
 }
 
+void SetFullScreen(bool wanted) {
+    if (desktop.toggleFittedScreen()) return;
+    if (desktop.isFullScreen() != wanted) desktop.toggleFullScreen();
+}
+
 void ServeChange(Surface& surface, PanelState& state, const Want& want) {
     const Control* const control = FindControl(surface, want.id);
     if (control == nullptr) return;
@@ -257,9 +268,7 @@ void ServeChange(Surface& surface, PanelState& state, const Want& want) {
         Set(state, want.id, std::to_string(control->percent));
     } else if (control->role == Role::Check) {
         Set(state, want.id, control->on ? "yes" : "no");
-        if (want.id == "full-screen" && desktop.isFullScreen() != control->on) {
-            desktop.toggleFullScreen();
-        }
+        if (want.id == "full-screen") SetFullScreen(control->on);
     }
 }
 

@@ -23,12 +23,12 @@ _moxi() {
         --scale) _moxi_options "fit 1 2 3 4" "$word"; return ;;
         --desktop) _moxi_options "1280x800 1920x1080 2560x1440" "$word"; return ;;
         --soundfont) _moxi_files "" "$word"; return ;;
-        --data-folder | --bundle | --pack | --new | --script | --dump-image | --dump-screen | --dump-view | --trace | \
+        --data-folder | --bundle | --pack | --new | --script | --dump-image | --dump-screen | --dump-view | --dump-ui | --trace | --preferences | \
             --record | --render-audio | --profile) _moxi_files "" "$word"; return ;;
     esac
     if [ "${word#-}" != "$word" ]; then
-        _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --soundfont --full-screen --scale --headless
-            --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace --record
+        _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --preferences --soundfont --full-screen --scale --headless
+            --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --dump-ui --trace --record
             --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --pack --with-symbols --new --c --lua" "$word"
     else
         _moxi_files ".MX|.mxz|.zip|.wasm" "$word"

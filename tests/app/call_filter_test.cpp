@@ -168,13 +168,15 @@ TEST(CallFilter, TheHelpersMayDoLittleMoreThanRead) {
                                      refused += Refused(syscall(SYS_fork));
                                      refused += Refused(syscall(SYS_execve, "/bin/true", 0, 0));
                                      refused += Refused(kill(getppid(), 0));
-                                     refused += Refused(rename("/no", "/where"));
+                                     refused += Refused(symlink("/no", "/where"));
                                      refused += Refused(chmod("/nowhere", 0777));
                                      return refused;
                                  }),
                   0);
     }
-    // Only one of them opens files.
+    // Only one of them opens files, and puts new ones in the place of others.
+    EXPECT_EQ(StatusInHelper(FilterUrlHelperCalls, [] { return Refused(rename("/no", "/where")); }),
+              0);
     constexpr auto kOpens = [] { return open("/dev/null", O_RDONLY | O_CLOEXEC) >= 0 ? 1 : 0; };
     EXPECT_EQ(StatusInHelper(FilterOutputHelperCalls, kOpens), 1);
     EXPECT_EQ(StatusInHelper(FilterUrlHelperCalls, kOpens), 0);

@@ -366,12 +366,14 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     };
     const int status = StatusOf([&] {
         if (!StartOutputHelper({{dump}, pictures})) return 100;
-        if (!opens(dump) || !opens(pictures + "/a.png")) return 101;
+        if (!opens(dump) || !opens(pictures + "/MOXI a.png")) return 101;
         if (opens(home.diary) || opens(home.path + "/./dump")) return 102;
         if (opens(pictures + "/../b.png") || opens(pictures + "/deeper/b.png")) return 103;
+        if (opens(pictures + "/MOXI /../b.png") || opens(pictures + "/MOXI a.sh")) return 106;
+        if (opens(pictures + "/a.png")) return 107;
         if (opens(std::string(5000, 'x')) || opens("")) return 104;
         outputFiles.remove(home.diary);
-        outputFiles.remove(pictures + "/a.png");
+        outputFiles.remove(pictures + "/MOXI a.png");
         StopOutputHelper();
         return opens(home.path + "/direct") ? 0 : 105;
     });
@@ -379,8 +381,30 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     EXPECT_EQ(ReadTextFile(dump), "text");
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
     EXPECT_EQ(ReadTextFile(home.path + "/direct"), "text");
-    EXPECT_FALSE(fs::exists(pictures + "/a.png"));
+    EXPECT_FALSE(fs::exists(pictures + "/MOXI a.png"));
     EXPECT_FALSE(fs::exists(home.folder.path + "/b.png"));
+}
+
+TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
+    const Home home;
+    const std::string own = home.path + "/config/moxi/preferences";
+    const int status = StatusOf([&] {
+        if (!StartOutputHelper({{}, "", {own}})) return 100;
+        std::string text;
+        if (ReadOwnFile(own, 100, text)) return 101;
+        // The folders are made with it.
+        if (!ReplaceFile(own, "first") || !ReplaceFile(own, "second")) return 102;
+        if (!ReadOwnFile(own, 100, text) || text != "second") return 103;
+        if (ReadOwnFile(own, 5, text)) return 104;
+        if (ReadOwnFile(home.diary, 100, text)) return 105;
+        if (ReplaceFile(home.diary, "mine") || outputFiles.putInPlace(home.diary)) return 106;
+        if (ReplaceFile(own + ".new", "mine")) return 107;
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadTextFile(own), "second");
+    EXPECT_FALSE(fs::exists(NewFileOf(own)));
+    EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
 }
 
 TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {

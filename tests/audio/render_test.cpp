@@ -272,10 +272,37 @@ TEST_F(Rendering, AVolumeThatChangesGlidesThere) {
     const Sound sound = {std::vector<i16>(20000, 10000)};
     SetSound(renderer, &sound);
     Hear(0.01);
-    renderer.soundVolume.target = 0.5F;
+    SetVolumes(renderer, 100, 50);
     const Recording after = Hear(0.1);
     EXPECT_LT(LargestStep(after), 50);
     EXPECT_EQ(after.samples.back(), 5000);
+}
+
+TEST_F(Rendering, WhatIsPausedFadesWaitsAndGoesOnFromWhereItWas) {
+    const auto piece = Piece(Notes({60, 64}));
+    const Sound sound = {std::vector<i16>(60000, 10000)};
+    SetMusic(renderer, piece.get());
+    SetSound(renderer, &sound);
+    Hear(0.01);  // 441 frames
+    renderer.musicVolume = {.target = 0, .now = 0};
+    renderer.paused = true;
+    const Recording fading = Hear(0.1);
+    EXPECT_LT(LargestStep(fading), 50);
+    EXPECT_EQ(fading.samples.back(), 0);
+    // The fade lasts for 256 frames; what is begun of a step of 64 is used up.
+    EXPECT_GE(renderer.soundFrame, 441u + 256);
+    EXPECT_LE(renderer.soundFrame, 441u + 256 + 64);
+    const u64 music = renderer.musicFrame;
+    const size_t waiting = renderer.soundFrame;
+    EXPECT_EQ(Peak(Hear(1)), 0);
+    EXPECT_EQ(renderer.soundFrame, waiting);
+    EXPECT_EQ(renderer.musicFrame, music);
+    renderer.paused = false;
+    const Recording after = Hear(0.1);
+    EXPECT_LT(LargestStep(after), 50);
+    EXPECT_EQ(after.samples.back(), 10000);
+    EXPECT_EQ(renderer.soundFrame, waiting + 4410);
+    EXPECT_EQ(renderer.musicFrame, music + 4410);
 }
 
 TEST_F(Rendering, StoppingASoundDoesNotClick) {

@@ -67,6 +67,34 @@ TEST(Timers, AHandlerMayStopItsOwnTimer) {
     EXPECT_EQ(fired, "x");
 }
 
+TEST(Timers, WhileTheyAreHeldNoneFiresAndLaterTheyGoOnFromWhereTheyWere) {
+    timers = {};
+    fired.clear();
+    StartTimer(timers, 0, 1000, [] { fired += 'x'; });
+    fakeNow = 1000;
+    EXPECT_TRUE(Fire());
+    HoldTimers(timers, 1400);
+    EXPECT_EQ(EarliestDeadline(timers), kNever);
+    EXPECT_EQ(TimeWithoutHolds(timers, 9000), 1400u);
+    fakeNow = 9000;
+    EXPECT_FALSE(Fire());
+    LetTimersGo(timers, 9000);
+    // 600 were left.
+    EXPECT_EQ(EarliestDeadline(timers), 9600u);
+    EXPECT_EQ(TimeWithoutHolds(timers, 9600), 2000u);
+    fakeNow = 9600;
+    EXPECT_TRUE(Fire());
+    EXPECT_FALSE(Fire());
+    EXPECT_EQ(EarliestDeadline(timers), 10600u);
+    // A second time holds count together.
+    HoldTimers(timers, 10000);
+    LetTimersGo(timers, 10100);
+    LetTimersGo(timers, 10200);
+    EXPECT_EQ(TimeWithoutHolds(timers, 10200), 2500u);
+    EXPECT_EQ(fired, "xx");
+    timers = {};
+}
+
 TEST(Timers, AnIntervalOfNothingIsOne) {
     timers = {};
     StartTimer(timers, 0, 0, [] {});

@@ -260,7 +260,7 @@ TEST(Canvas, RoundsCornersAndDrawsBordersInside) {
     FillRoundBox(canvas, {0, 0, 20, 20}, 10, {255, 255, 255});
     EXPECT_EQ(PixelOf(canvas, 0, 0).red, 0);
     EXPECT_EQ(PixelOf(canvas, 10, 10).red, 255);
-    EXPECT_EQ(PixelOf(canvas, 10, 0).red, 255);
+    EXPECT_EQ(PixelOf(canvas, 10, 1).red, 255);
     ResizeCanvas(canvas, 20, 20);
     DrawRoundBorder(canvas, {2, 2, 16, 16}, 0, 2, {255, 255, 255});
     EXPECT_EQ(PixelOf(canvas, 10, 1).red, 0);
