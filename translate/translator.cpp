@@ -87,11 +87,14 @@ void ChooseHosts() {
     }
 }
 
-// Now and then, as more of the module has been seen, other registers may be the ones to hold.
+// Now and then, as more of the module has been seen, other registers may be so much better to hold
+// that everything is worth another translation.
 bool OtherHostsAreBetter() {
     const auto count = static_cast<u32>(translatorCounts.regions);
     const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
-    return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
+    if (!isTime) return false;
+    const u64 now = UsesServed(registerUses, {hostOf, vectorOf});
+    return UsesServed(registerUses, HomesFor(registerUses)) > now + now / 8;
 }
 
 void ForgetEverything() {
