@@ -72,7 +72,7 @@ std::vector<std::string> PreparePlayRecord(const Options& options) {
         return {};
     }
     MakePlayedFolder();
-    game = ReadPlayed(path);
+    game = ReadPlayedGame(path);
     game.files = fs::canonical(options.game, error);
     return {PlayedFile(path), PlayedPicture(path)};
 }
@@ -87,15 +87,15 @@ void RecordPlayBegin() {
     game.source = info.source;
     game.lastPlayed = static_cast<u64>(std::time(nullptr));
     game.removed = false;
-    WritePlayed(game);
+    WritePlayedGame(game);
 }
 
 void RecordPlayEnd() {
     if (game.path.empty() || moduleStarted == 0) return;
     const auto time = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
     // The same game may have been played in another window meanwhile.
-    game.seconds = ReadPlayed(game.path).seconds + static_cast<u64>(time.count());
-    WritePlayed(game);
+    game.seconds = ReadPlayedGame(game.path).seconds + static_cast<u64>(time.count());
+    WritePlayedGame(game);
     const SmallPicture small = PictureOfView();
     if (small.pixels.empty() || IsBlank(small)) return;
     WritePngFile(PlayedPicture(game.path), small.pixels.data(), small.width, small.height,

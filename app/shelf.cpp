@@ -144,7 +144,7 @@ bool IsCartridgeName(const fs::path& path) {
 bool Keep(const PlayedGame& game) {
     MakeStateFolder();
     MakePlayedFolder();
-    return WritePlayed(game);
+    return WritePlayedGame(game);
 }
 
 std::string Add(const std::string& path) {
@@ -164,14 +164,14 @@ std::string Add(const std::string& path) {
     const std::string real = fs::canonical(path, error);
     if (problem.empty() && error) problem = path + ": " + error.message();
     if (!problem.empty()) return WithoutControls(problem);
-    PlayedGame game = ReadPlayed(real);
+    PlayedGame game = ReadPlayedGame(real);
     game.files = fs::canonical(named.game, error);
     game.removed = false;
     return Keep(game) ? "" : folders.state + ": cannot be written";
 }
 
 void Remove(const std::string& path) {
-    PlayedGame game = ReadPlayed(path);
+    PlayedGame game = ReadPlayedGame(path);
     game.removed = true;
     if (!Keep(game)) SystemLog(folders.state + ": cannot be written");
 }

@@ -127,7 +127,7 @@ void MakePlayedFolder() {
     if (!folder.empty()) mkdir(folder.c_str(), 0700);
 }
 
-PlayedGame ReadPlayed(const std::string& path) {
+PlayedGame ReadPlayedGame(const std::string& path) {
     PlayedGame game;
     std::string text;
     const std::string file = PlayedFile(path);
@@ -156,7 +156,7 @@ std::vector<PlayedGame> ReadAllPlayed() {
     return games;
 }
 
-bool WritePlayed(const PlayedGame& game) {
+bool WritePlayedGame(const PlayedGame& game) {
     const std::string path = PlayedFile(game.path);
     return !path.empty() && ReplaceFile(path, TextOfPlayed(game));
 }

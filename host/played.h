@@ -46,12 +46,12 @@ void MakePlayedFolder();
 
 // The record of the game at this path, read through `outputFiles`; where there is none, one with
 // the path alone.
-PlayedGame ReadPlayed(const std::string& path);
+PlayedGame ReadPlayedGame(const std::string& path);
 
 // All records, in the order of their paths.
 std::vector<PlayedGame> ReadAllPlayed();
 
 // Writes a record, through `outputFiles`. False when it cannot be written.
-bool WritePlayed(const PlayedGame& game);
+bool WritePlayedGame(const PlayedGame& game);
 
 }  // namespace moxi

@@ -53,6 +53,21 @@ std::vector<fs::path> LoadedLibraries() {
     return paths;
 }
 
+// Libraries that only another one uses, which is left out.
+struct Follower {
+    std::string_view library;
+    const char* of;
+};
+constexpr Follower kFollowers[] = {{"libdb-5.3", "libjack.so.0"}, {"libtinfo", "libreadline.so.8"}};
+
+bool IsFollower(const std::string& name) {
+    const std::string_view stem = std::string_view(name).substr(0, name.find(".so"));
+    std::error_code error;
+    return std::any_of(std::begin(kFollowers), std::end(kFollowers), [&](const Follower& follower) {
+        return stem == follower.library && fs::is_regular_file(OwnLibrary(follower.of), error);
+    });
+}
+
 // A library of the same name that is made for this, where there is one.
 fs::path SmallestOf(const fs::path& library) {
     const fs::path own = OwnLibrary(library.filename());
@@ -105,6 +120,7 @@ std::string CopyProgram(const std::string& program, const std::string& libraryFo
     DropSymbols(program);
     for (const fs::path& library : LoadedLibraries()) {
         if (!problem.empty()) return problem;
+        if (IsFollower(library.filename())) continue;
         const fs::path copy = fs::path(libraryFolder) / library.filename();
         problem = CopyOneFile(SmallestOf(library), copy);
         if (!problem.empty()) return problem;

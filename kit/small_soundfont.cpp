@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <map>
+#include <set>
 #include <span>
 
 #include "audio/smf.h"
@@ -28,6 +28,7 @@ constexpr u32 kPercussionBank = 128;
 constexpr u32 kPercussionChannel = 9;
 constexpr u16 kInstrument = 41;
 constexpr u16 kSample = 53;
+constexpr u16 kKeyRange = 43;
 constexpr u16 kRomSample = 0x8000;
 constexpr u16 kMonoSample = 1;
 // Players read a few points beyond a sample's end.
@@ -189,20 +190,42 @@ bool ReadSoundFont(const std::string& bytes, SoundFont& font) {
 
 using Kept = std::map<u32, u32>;  // old index -> new one
 
+using Heard = std::map<u32, Keys>;  // what is kept, with the keys that it is heard through
+
+// The keys that a bag is for.
+Keys RangeOf(const Layer& layer, u32 bag) {
+    Keys keys = ~Keys();
+    for (u32 row = layer.bags.Get16(bag, 0); row < layer.bags.Get16(bag + 1, 0); ++row) {
+        if (layer.generators.Get16(row, 0) != kKeyRange) continue;
+        const u32 range = layer.generators.Get16(row, 2);
+        for (u32 key = 0; key < keys.size(); ++key) {
+            if (key < (range & 255) || key > range >> 8) keys.reset(key);
+        }
+    }
+    return keys;
+}
+
 // What the kept heads of a layer name in the layer below.
-std::set<u32> LinksOf(const Layer& layer, const std::set<u32>& heads) {
-    std::set<u32> links;
-    for (const u32 head : heads) {
+Heard LinksOf(const Layer& layer, const Heard& heads) {
+    Heard links;
+    for (const auto& [head, keys] : heads) {
         for (u32 bag = layer.heads.Get16(head, layer.bagOffset);
              bag < layer.heads.Get16(head + 1, layer.bagOffset); ++bag) {
+            const Keys heard = keys & RangeOf(layer, bag);
             for (u32 row = layer.bags.Get16(bag, 0); row < layer.bags.Get16(bag + 1, 0); ++row) {
-                if (layer.generators.Get16(row, 0) == layer.link) {
-                    links.insert(layer.generators.Get16(row, 2));
+                if (heard.any() && layer.generators.Get16(row, 0) == layer.link) {
+                    links[layer.generators.Get16(row, 2)] |= heard;
                 }
             }
         }
     }
     return links;
+}
+
+std::set<u32> IndicesOf(const Heard& heard) {
+    std::set<u32> indices;
+    for (const auto& [index, keys] : heard) indices.insert(index);
+    return indices;
 }
 
 Kept Numbered(const std::set<u32>& indices) {
@@ -212,7 +235,7 @@ Kept Numbered(const std::set<u32>& indices) {
 }
 
 // The layer with these heads alone, its links by the new numbers.
-Layer CutLayer(const Layer& layer, const std::set<u32>& heads, const Kept& below) {
+Layer CutLayer(const Layer& layer, const Heard& heads, const Kept& below) {
     Layer cut = layer;
     cut.heads.bytes.clear();
     cut.bags.bytes.clear();
@@ -222,12 +245,13 @@ Layer CutLayer(const Layer& layer, const std::set<u32>& heads, const Kept& below
         Append16(cut.bags.bytes, static_cast<u32>(cut.generators.Rows()));
         Append16(cut.bags.bytes, static_cast<u32>(cut.modulators.Rows()));
     };
-    for (const u32 head : heads) {
+    for (const auto& [head, keys] : heads) {
         std::string row = layer.heads.Row(head);
         Put16(row, layer.bagOffset, static_cast<u32>(cut.bags.Rows()));
         cut.heads.bytes += row;
         for (u32 bag = layer.heads.Get16(head, layer.bagOffset);
              bag < layer.heads.Get16(head + 1, layer.bagOffset); ++bag) {
+            if ((keys & RangeOf(layer, bag)).none()) continue;
             closeBag();
             for (u32 at = layer.bags.Get16(bag, 0); at < layer.bags.Get16(bag + 1, 0); ++at) {
                 std::string generator = layer.generators.Row(at);
@@ -302,15 +326,15 @@ std::string Written(const SoundFont& font) {
                                ChunkOf("LIST", tables));
 }
 
-std::set<u32> WantedPresets(const SoundFont& font, const UsedPrograms& used) {
-    std::set<u32> wanted;
+Heard WantedPresets(const SoundFont& font, const UsedPrograms& used) {
+    Heard wanted;
     const Table& heads = font.presets.heads;
     for (u32 preset = 0; preset + 1 < heads.Rows(); ++preset) {
         const u32 program = heads.Get16(preset, 20);
         const bool isPercussion = heads.Get16(preset, 22) == kPercussionBank;
-        if ((isPercussion ? used.percussion : used.melodic).count(program) > 0) {
-            wanted.insert(preset);
-        }
+        const std::map<u32, Keys>& programs = isPercussion ? used.percussion : used.melodic;
+        const auto found = programs.find(program);
+        if (found != programs.end()) wanted.insert({preset, found->second});
     }
     return wanted;
 }
@@ -318,11 +342,39 @@ std::set<u32> WantedPresets(const SoundFont& font, const UsedPrograms& used) {
 void AddPrograms(const SmfFile& file, UsedPrograms& used) {
     // A system exclusive message can make any channel one of percussion.
     const bool mayChange = !file.sysex.empty();
+    // A channel plays program 0 until it chooses another.
+    u32 programs[16] = {};
     for (const SmfEvent& event : file.events) {
-        if ((event.status & 0xF0) != 0xC0) continue;
+        u32& program = programs[event.status & 15];
+        if ((event.status & 0xF0) == 0xC0) program = event.data1;
+        if ((event.status & 0xF0) != 0x90 || event.data2 == 0) continue;
         const bool isPercussion = (event.status & 15) == kPercussionChannel;
-        if (isPercussion || mayChange) used.percussion.insert(event.data1);
-        if (!isPercussion || mayChange) used.melodic.insert(event.data1);
+        // One can also move all keys.
+        Keys keys;
+        keys.set(event.data1);
+        if (mayChange) keys.set();
+        if (isPercussion || mayChange) used.percussion[program] |= keys;
+        if (!isPercussion || mayChange) used.melodic[program] |= keys;
+    }
+}
+
+// Programs that a SoundFont does not have are played by program 0.
+void AddSubstitutes(const SoundFont& font, UsedPrograms& used) {
+    const auto has = [&font](bool percussion, u32 program) {
+        const Table& heads = font.presets.heads;
+        for (u32 preset = 0; preset + 1 < heads.Rows(); ++preset) {
+            const bool isPercussion = heads.Get16(preset, 22) == kPercussionBank;
+            if (isPercussion == percussion && heads.Get16(preset, 20) == program) return true;
+        }
+        return false;
+    };
+    for (const bool percussion : {false, true}) {
+        std::map<u32, Keys>& programs = percussion ? used.percussion : used.melodic;
+        Keys substituted;
+        for (const auto& [program, keys] : programs) {
+            if (!has(percussion, program)) substituted |= keys;
+        }
+        if (substituted.any()) programs[0] |= substituted;
     }
 }
 
@@ -346,15 +398,17 @@ UsedPrograms ProgramsOfMusic(const std::string& folder) {
     return used;
 }
 
-std::string CutSoundFont(const std::string& bytes, const UsedPrograms& used, std::string& small) {
+std::string CutSoundFont(const std::string& bytes, const UsedPrograms& wanted, std::string& small) {
     SoundFont font;
     if (!ReadSoundFont(bytes, font)) return "damaged, or no SoundFont";
-    const std::set<u32> presets = WantedPresets(font, used);
-    const std::set<u32> instruments = LinksOf(font.presets, presets);
-    if (!instruments.empty() && *instruments.rbegin() + 1 >= font.instruments.heads.Rows()) {
+    UsedPrograms used = wanted;
+    AddSubstitutes(font, used);
+    const Heard presets = WantedPresets(font, used);
+    const Heard instruments = LinksOf(font.presets, presets);
+    if (!instruments.empty() && instruments.rbegin()->first + 1 >= font.instruments.heads.Rows()) {
         return "damaged: an instrument is missing";
     }
-    std::set<u32> samples = LinksOf(font.instruments, instruments);
+    std::set<u32> samples = IndicesOf(LinksOf(font.instruments, instruments));
     if (!samples.empty() && *samples.rbegin() + 1 >= font.samples.Rows()) {
         return "damaged: a sample is missing";
     }
@@ -362,7 +416,7 @@ std::string CutSoundFont(const std::string& bytes, const UsedPrograms& used, std
     const Kept kept = Numbered(samples);
     SoundFont cut;
     cut.info = font.info;
-    cut.presets = CutLayer(font.presets, presets, Numbered(instruments));
+    cut.presets = CutLayer(font.presets, presets, Numbered(IndicesOf(instruments)));
     cut.instruments = CutLayer(font.instruments, instruments, kept);
     cut.samples.rowSize = kSampleSize;
     for (const u32 sample : samples) {

@@ -2,7 +2,8 @@
 // A SoundFont with no more in it than a game's music plays: the instruments of the presets that its
 // pieces choose, with their samples. What they sound like stays the same.
 
-#include <set>
+#include <bitset>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,11 +11,13 @@
 
 namespace moxi {
 
-// What pieces choose: program numbers of melodic and of percussion channels. A channel plays
-// program 0 until it chooses another.
+using Keys = std::bitset<128>;
+
+// What pieces play: the keys of notes by their program numbers, on melodic and on percussion
+// channels.
 struct UsedPrograms {
-    std::set<u32> melodic = {0};
-    std::set<u32> percussion = {0};
+    std::map<u32, Keys> melodic = {};
+    std::map<u32, Keys> percussion = {};
     u32 pieces = 0;
 };
 
@@ -22,7 +25,8 @@ struct UsedPrograms {
 UsedPrograms ProgramsOfMusic(const std::string& folder);
 
 // Makes `small` of a SoundFont's bytes. Presets of every bank with these programs are kept, so that
-// a choice of banks finds what it found. Returns "" or what is wrong with the SoundFont.
+// a choice of banks finds what it found, but for what no played key is heard through. Returns "" or
+// what is wrong with the SoundFont.
 std::string CutSoundFont(const std::string& bytes, const UsedPrograms& used, std::string& small);
 
 }  // namespace moxi

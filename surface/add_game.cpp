@@ -81,7 +81,6 @@ void BuildAddGame(Surface& surface, i32 width, i32 height, double scale, const s
     Control& field =
         AddControl(surface, Role::Field, kPathField, Words("A game's folder, archive or file"));
     field.value = path;
-    field.caret = path.size();
     if (!problem.empty()) AddControl(surface, Role::Note, "problem", problem);
     size_t count = 0;
     for (const std::string& completion : CompletionsOf(path)) {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kWidest = 640;
 constexpr double kHighest = 470;
-constexpr double kLeastForHeadAndFoot = 280;
+constexpr double kLeastForHeadAndFoot = 250;
 constexpr double kRowGap = 2;
 constexpr double kTabHeight = 32;
 constexpr double kTitleHeight = 44;
@@ -114,10 +114,24 @@ void LayOutBodyControl(Control& control, double y, double width) {
     }
 }
 
+// Tabs stand beside each other here, too.
 double LayOutBody(Surface& surface, double width) {
     double y = 0;
+    double x = 0;
     for (Control& control : surface.controls) {
         if (control.part != Part::Body) continue;
+        if (control.role == Role::Tab) {
+            const double tab = std::min(TabWidth(control), width);
+            if (x > 0 && x + tab > width) {
+                x = 0;
+                y += kTabHeight + kRowGap;
+            }
+            control.box = {x, y, tab, kTabHeight};
+            x += tab + 4;
+            continue;
+        }
+        if (x > 0) y += kTabHeight + 8;
+        x = 0;
         LayOutBodyControl(control, y, width);
         y += control.box.height + kRowGap;
     }

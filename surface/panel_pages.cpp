@@ -278,7 +278,9 @@ bool HasPrefix(const std::string& text, std::string_view prefix) {
 
 bool ServePress(Surface& surface, PanelState& state, const std::string& id) {
     for (const PageName& page : kPages) {
-        if (id == page.id) OpenPage(state, page.page);
+        if (id != page.id) continue;
+        OpenPage(state, page.page);
+        surface.scroll = 0;
     }
     const bool resets = id == "reset";
     if (resets && state.asksReset) {

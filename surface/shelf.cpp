@@ -22,7 +22,6 @@ namespace {
 
 constexpr const char* kSearch = "search";
 constexpr const char* kAdd = "add-game";
-constexpr size_t kAtEnd = SIZE_MAX;
 constexpr Colour kGround = {17, 19, 24};
 // How often is looked whether the game that was started has ended.
 constexpr u64 kLookMicroseconds = 100'000;
@@ -36,7 +35,6 @@ struct Shelf {
     bool adding = false;
     std::string path;     // in the field, while adding
     std::string problem;  // with it
-    size_t caret = 0;     // in the field that has the focus, or beyond its end
     std::string playing;  // the game's name
     TimerId look = 0;
     Surface surface;
@@ -74,7 +72,6 @@ void AddHead(Surface& surface, double margin) {
     Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
     search.part = Part::Head;
     search.value = shelf.search;
-    search.caret = std::min(shelf.caret, shelf.search.size());
     search.detail = search.name;
     const double right = surface.width - margin;
     const double most = right - kButton - margin - 110;
@@ -120,10 +117,8 @@ void BuildGrid(ViewSize size) {
 
 void Build(ViewSize size) {
     if (shelf.adding) {
-        BuildAddGame(shelf.surface, size.width, size.height, ScaleOf(size), shelf.path,
-                     shelf.problem);
-        FindControl(shelf.surface, kPathField)->caret = std::min(shelf.caret, shelf.path.size());
-        return;
+        return BuildAddGame(shelf.surface, size.width, size.height, ScaleOf(size), shelf.path,
+                            shelf.problem);
     }
     BuildGrid(size);
 }
@@ -194,6 +189,12 @@ void Remove(const ShelfGame& game) {
     ReadGames();
 }
 
+// Its text is gone on with at the end.
+void FocusField(const char* id) {
+    shelf.surface.focus = id;
+    if (Control* const field = FindControl(shelf.surface, id)) field->caret = std::string::npos;
+}
+
 void Search(const std::string& text) {
     shelf.search = text;
     shelf.surface.scroll = 0;
@@ -204,8 +205,7 @@ void OpenAdding(const std::string& path) {
     shelf.path = path;
     shelf.problem.clear();
     shelf.surface.scroll = 0;
-    shelf.surface.focus = kPathField;
-    shelf.caret = kAtEnd;
+    FocusField(kPathField);
 }
 
 void CloseAdding() {
@@ -247,8 +247,7 @@ void DoInGrid(const Want& want) {
             if (game != nullptr) Remove(*game);
             return;
         case WantKind::Type:
-            shelf.surface.focus = kSearch;
-            shelf.caret = kAtEnd;
+            FocusField(kSearch);
             if (want.text.empty() || static_cast<u8>(want.text[0]) < ' ') return;
             return Search(shelf.search + want.text);
         case WantKind::Leave:
@@ -268,8 +267,7 @@ void DoInAdding(const Want& want) {
             shelf.path = want.id;
             shelf.surface.scroll = 0;
             if (want.id.back() != '/') return AddGame(shelf.path);
-            shelf.caret = kAtEnd;
-            shelf.surface.focus = kPathField;
+            FocusField(kPathField);
             return;
         case WantKind::Change:
             shelf.path = FindControl(shelf.surface, kPathField)->value;
@@ -287,7 +285,7 @@ bool CompletePath(const SurfaceInput& input) {
     const std::string completed = Completed(shelf.path);
     if (completed == shelf.path) return false;
     shelf.path = completed;
-    shelf.caret = kAtEnd;
+    FocusField(kPathField);
     return true;
 }
 
@@ -298,8 +296,6 @@ void Take(SurfaceInput input) {
     input.option = shelf.option;
     if (!CompletePath(input)) {
         const Want want = HandleInput(shelf.surface, input);
-        const Control* const focused = FindControl(shelf.surface, shelf.surface.focus);
-        shelf.caret = focused != nullptr && focused->role == Role::Field ? focused->caret : kAtEnd;
         if (want.kind != WantKind::Nothing) shelf.message.clear();
         if (shelf.adding) {
             DoInAdding(want);

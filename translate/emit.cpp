@@ -373,7 +373,7 @@ void EmitEntryCheck(Emission& e, const Label& check, const Facts& facts, const u
         e.a.cmp(x86::r12d, StateField(offsetof(TranslatedState, pushFloor), 4));
         e.a.jb(reinterpret_cast<u64>(e.shared.leaveAfter));
     }
-    e.a.jmp(x86::rdx);
+    JumpUntracked(e.a, x86::rdx);
 }
 
 void EmitEntries(Emission& e, const u32* generation) {

@@ -76,11 +76,11 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
     a.lea(x86::rdx, x86::ptr(underflow));
     a.push(x86::rdx);
-    a.jmp(x86::rcx);
+    JumpUntracked(a, x86::rcx);
     a.bind(begin);
     a.lea(x86::rcx, x86::ptr(underflow));
     a.push(x86::rcx);
-    a.jmp(StateField(offsetof(TranslatedState, entered), 8));
+    JumpUntracked(a, StateField(offsetof(TranslatedState, entered), 8));
 }
 
 void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
@@ -98,7 +98,7 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.add(x86::rsp, 8);
     for (size_t i = std::size(kKept); i-- > 0;) a.pop(kKept[i]);
     a.mov(x86::rax, reinterpret_cast<u64>(leaveHandler));
-    a.jmp(x86::rax);
+    JumpUntracked(a, x86::rax);
 }
 
 // The module's registers wait in the header, where they may be looked at meanwhile. Translated code
@@ -130,7 +130,7 @@ void EmitJump(x86::Assembler& a, const Label& leave) {
     a.test(x86::ecx, x86::ecx);
     a.jz(leave);
     a.add(x86::rcx, StateField(offsetof(TranslatedState, codeMemory), 8));
-    a.jmp(x86::rcx);
+    JumpUntracked(a, x86::rcx);
 }
 
 }  // namespace

@@ -96,4 +96,13 @@ Homes HomesFor(const RegisterUses& uses) {
     return homes;
 }
 
+u64 UsesServed(const RegisterUses& uses, const Homes& homes) {
+    u64 served = 0;
+    for (u32 number = 0; number < 16; ++number) {
+        if (homes.hosts[number] != kNoHost) served += uses.whole[number];
+        if (homes.vectors[number] != kNoHost) served += uses.floating[number];
+    }
+    return served;
+}
+
 }  // namespace moxi

@@ -24,4 +24,7 @@ struct Homes {
 };
 Homes HomesFor(const RegisterUses& uses);
 
+// How many of the uses these homes serve.
+u64 UsesServed(const RegisterUses& uses, const Homes& homes);
+
 }  // namespace moxi

@@ -99,6 +99,11 @@ x86::Mem StateField(size_t offset, u32 size) {
     return x86::Mem(kStateRegister, static_cast<i32>(offset), size);
 }
 
+void JumpUntracked(x86::Assembler& a, const Operand& to) {
+    a.db(0x3E);
+    a.emit(x86::Inst::kIdJmp, to);
+}
+
 std::vector<u8> CodeOf(CodeHolder& holder, u8* base) {
     holder.flatten();
     holder.resolveUnresolvedLinks();

@@ -105,6 +105,9 @@ i32 DistanceOf(const T& variable) {
                             reinterpret_cast<intptr_t>(&translatedState));
 }
 
+// A jump to where no mark for control-flow protection stands: the module has no say in where.
+void JumpUntracked(asmjit::x86::Assembler& a, const asmjit::Operand& to);
+
 // The bytes of what was written, for the address that it was written for.
 std::vector<u8> CodeOf(asmjit::CodeHolder& holder, u8* base);
 

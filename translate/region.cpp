@@ -1,8 +1,8 @@
 #include "translate/region.h"
 
 #include <algorithm>
-#include <set>
-#include <unordered_map>
+#include <array>
+#include <utility>
 
 #include "vm/machine.h"
 
@@ -18,9 +18,29 @@ bool CanBeCode(u32 pc) {
            u64{pc} + kLongestInstruction + 4 <= std::min<u64>(imageSize, kMostCode);
 }
 
+// A set of addresses, no more than some hundreds. A table of the library's would take a third of
+// the time that translating takes.
+class Addresses {
+  public:
+    bool Contains(u32 pc) const { return slots[SlotOf(pc)] == pc; }
+    void Insert(u32 pc) { slots[SlotOf(pc)] = pc; }
+
+  private:
+    static constexpr size_t kSlots = 2048;
+    static_assert(kSlots > 2 * kLargestRegion);
+    // The slot that holds the address, or that would.
+    size_t SlotOf(u32 pc) const {
+        size_t slot = pc / 4 % kSlots;
+        while (slots[slot] != 0 && slots[slot] != pc) slot = (slot + 1) % kSlots;
+        return slot;
+    }
+    std::array<u32, kSlots> slots = {};
+};
+
 struct Search {
-    std::unordered_map<u32, Instruction> found;
-    std::set<u32> leaders;
+    Addresses found;
+    std::vector<Instruction> instructions;
+    std::vector<u32> leaders;
     std::vector<u32> waiting;
     IsTranslated isTranslated = nullptr;
     u32 repeated = 0;
@@ -29,18 +49,19 @@ struct Search {
 
     void Reach(u32 pc) {
         if (!CanBeCode(pc)) return;
-        leaders.insert(pc);
-        if (!found.contains(pc)) waiting.push_back(pc);
+        leaders.push_back(pc);
+        if (!found.Contains(pc)) waiting.push_back(pc);
     }
 
     // Follows the code from a leader to where it goes elsewhere.
     void Follow(u32 pc) {
         bool isRepeated = false;
-        while (CanBeCode(pc) && !found.contains(pc) && found.size() < kLargestRegion) {
+        while (CanBeCode(pc) && !found.Contains(pc) && instructions.size() < kLargestRegion) {
             isRepeated = isRepeated || IsRepeated(pc);
             if (isRepeated && ++repeated > kMostRepeated) return;
             const Instruction in = DecodeInstruction(pc);
-            found.emplace(pc, in);
+            found.Insert(pc);
+            instructions.push_back(in);
             const u32 next = pc + in.length;
             switch (in.flow) {
                 case Flow::Next: pc = next; continue;
@@ -59,7 +80,7 @@ struct Search {
             }
         }
         // What begins in the middle of code that was found begins a block there.
-        if (found.contains(pc)) leaders.insert(pc);
+        if (found.Contains(pc)) leaders.push_back(pc);
     }
 };
 
@@ -76,30 +97,29 @@ Region FindRegion(u32 entry, IsTranslated isTranslated) {
     for (size_t i = 0; i < search.waiting.size(); ++i) search.Follow(search.waiting[i]);
 
     Region region;
-    for (const auto& [pc, instruction] : search.found) region.instructions.push_back(instruction);
+    region.instructions = std::move(search.instructions);
+    std::sort(search.leaders.begin(), search.leaders.end());
     std::sort(region.instructions.begin(), region.instructions.end(),
               [](const Instruction& a, const Instruction& b) { return a.pc < b.pc; });
     const auto& all = region.instructions;
     for (u32 i = 0; i < all.size(); ++i) {
-        const bool follows = i > 0 && GoesOn(all[i - 1]) &&
-                             all[i - 1].pc + all[i - 1].length == all[i].pc &&
-                             !search.leaders.contains(all[i].pc);
+        const bool follows =
+            i > 0 && GoesOn(all[i - 1]) && all[i - 1].pc + all[i - 1].length == all[i].pc &&
+            !std::binary_search(search.leaders.begin(), search.leaders.end(), all[i].pc);
         if (follows) {
             ++region.blocks.back().count;
         } else {
             region.blocks.push_back({i, 1});
+            region.starts.push_back(all[i].pc);
         }
     }
     return region;
 }
 
 int BlockAt(const Region& region, u32 pc) {
-    const auto& all = region.instructions;
-    const auto found =
-        std::lower_bound(region.blocks.begin(), region.blocks.end(), pc,
-                         [&all](const Block& block, u32 at) { return all[block.first].pc < at; });
-    if (found == region.blocks.end() || all[found->first].pc != pc) return -1;
-    return static_cast<int>(found - region.blocks.begin());
+    const auto found = std::lower_bound(region.starts.begin(), region.starts.end(), pc);
+    if (found == region.starts.end() || *found != pc) return -1;
+    return static_cast<int>(found - region.starts.begin());
 }
 
 }  // namespace moxi

@@ -5,6 +5,7 @@
 #include <ucontext.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -27,12 +28,18 @@ namespace {
 // image does not have it.
 constexpr size_t kSlotBlocks = 2;
 
-// The place at or before an offset of a region's code.
+// The place at or before an offset of a region's code. What notes a block in the log belongs to the
+// block's first instruction.
 const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
-    const auto after =
-        std::upper_bound(region.places.begin(), region.places.end(), offset,
-                         [](size_t at, const CodePlace& place) { return at < place.offset; });
-    return after == region.places.begin() ? nullptr : &*(after - 1);
+    const auto isBefore = [](size_t at, const auto& one) { return at < one.offset; };
+    const auto& places = region.places;
+    const auto& blocks = region.blocks;
+    const auto place = std::upper_bound(places.begin(), places.end(), offset, isBefore);
+    const auto block = std::upper_bound(blocks.begin(), blocks.end(), offset, isBefore);
+    const bool isInNote = block != blocks.begin() && (block - 1)->count > 0 &&
+                          (place == places.begin() || (place - 1)->offset < (block - 1)->offset);
+    if (isInNote) return &places[(block - 1)->firstPlace];
+    return place == places.begin() ? nullptr : &*(place - 1);
 }
 
 // What stands in the log, or nothing that can be found.
@@ -96,7 +103,7 @@ const CodePlace* SettleInterrupted(void* context) {
     static CodePlace between;
     if (const TranslatedRegion* const region = RegionOf(at)) {
         place = PlaceAt(*region, static_cast<size_t>(at - region->code));
-    } else if (at >= settling.jump) {
+    } else if (at >= settling.jump && at < settling.jumpEnd) {
         // On the way from one place to another, whose address is in eax.
         between.pc = static_cast<u32>(registers[REG_RAX]);
         place = &between;
@@ -122,6 +129,9 @@ const CodePlace* SettleInterrupted(void* context) {
 constexpr int kSettleSignal = SIGUSR2;
 pthread_t moduleThread;
 sem_t isSettled;
+std::atomic<bool> wasInCode = false;
+// It may be found between two places: then it is asked again.
+constexpr int kTries = 5;
 
 // As far as the log already tells of the block that was interrupted.
 void SettleSlot(const void* context, const CodePlace* at) {
@@ -137,6 +147,7 @@ void OnSettle(int, siginfo_t*, void* context) {
     const CodePlace* const place = SettleInterrupted(context);
     if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
     if (place != nullptr) SettleSlot(context, place);
+    wasInCode = place != nullptr;
     sem_post(&isSettled);
 }
 
@@ -179,8 +190,13 @@ void SettleModuleThread() {
     ++end.tv_sec;
     while (sem_trywait(&isSettled) == 0) {
     }  // the late answer to an earlier call
-    if (pthread_kill(moduleThread, kSettleSignal) != 0) return;
-    while (sem_timedwait(&isSettled, &end) != 0 && errno == EINTR) {
+    wasInCode = false;
+    for (int i = 0; i < kTries && !wasInCode; ++i) {
+        if (pthread_kill(moduleThread, kSettleSignal) != 0) return;
+        int waited = 0;
+        while ((waited = sem_timedwait(&isSettled, &end)) != 0 && errno == EINTR) {
+        }
+        if (waited != 0) return;
     }
 }
 

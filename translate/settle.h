@@ -6,11 +6,13 @@
 
 namespace moxi {
 
-// How many of the newest entries of the PC trace are complete, and where the code begins in which
-// the run is on its way to the address in eax.
+// How many of the newest entries of the PC trace are complete, and where the code lies in which the
+// run is on its way to the address in eax. In the shared code behind it the header has the module's
+// registers, and the processor's hold something else.
 struct Settling {
     u32 traceDepth = 16;
     const u8* jump = nullptr;
+    const u8* jumpEnd = nullptr;
 };
 extern Settling settling;
 

@@ -87,11 +87,14 @@ void ChooseHosts() {
     }
 }
 
-// Now and then, as more of the module has been seen, other registers may be the ones to hold.
+// Now and then, as more of the module has been seen, other registers may be so much better to hold
+// that everything is worth another translation.
 bool OtherHostsAreBetter() {
     const auto count = static_cast<u32>(translatorCounts.regions);
     const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
-    return isTime && HomesFor(registerUses) != Homes{hostOf, vectorOf};
+    if (!isTime) return false;
+    const u64 now = UsesServed(registerUses, {hostOf, vectorOf});
+    return UsesServed(registerUses, HomesFor(registerUses)) > now + now / 8;
 }
 
 void ForgetEverything() {
@@ -206,7 +209,7 @@ void SetFloor(const Region& region) {
 }
 
 TranslatedRegion* Translate(u32 pc) {
-    const Region region = FindRegion(pc, [](u32 at) { return regionAt.contains(at); });
+    const Region region = FindRegion(pc, [](u32 at) { return EntryAt(at) != 0; });
     if (region.instructions.empty()) return nullptr;
     const u16 wide = WideRegisters(region);
     CountUses(region, registerUses);
@@ -222,6 +225,8 @@ TranslatedRegion* Translate(u32 pc) {
             {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
              reinterpret_cast<const void*>(MoveBlock)},
             shared);
+        settling.jump = shared.jump;
+        settling.jumpEnd = shared.moveBlock;
         WriteCode(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }

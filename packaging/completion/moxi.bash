@@ -27,8 +27,9 @@ _moxi() {
             --record | --render-audio | --profile) _moxi_files "" "$word"; return ;;
     esac
     if [ "${word#-}" != "$word" ]; then
-        _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --preferences --soundfont --full-screen --scale --headless
-            --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --dump-ui --trace --record
+        _moxi_options "--help --version --data-folder --mute --music-volume --sound-volume --soundfont --full-screen
+            --scale --headless --desktop --script --run-ms --date --dump-image --dump-screen --dump-view --trace
+            --record --preferences --dump-ui
             --render-audio --no-sandbox --no-translate --open-urls --data-limit --debug --profile --watch --bundle --pack --with-symbols --new --c --lua" "$word"
     else
         _moxi_files ".MX|.mxz|.zip|.wasm" "$word"

@@ -26,6 +26,10 @@ void PointerAt(int x, int y);
 // --- music.c
 void MusicDone(void);
 
+// --- midi_volume.c: the MIDI file with another volume, 1 to 127, which is to be freed; NULL where
+// there is no memory or the file is none.
+void* WithVolume(const void* midi, size_t size, int volume, size_t* newSize);
+
 // --- main.c
 // The name of a file in the data folder for the services of sounds and music, which look in the
 // game's own folder. It holds until the next call.

@@ -18,11 +18,17 @@ typedef struct {
     size_t size;
 } piece;
 
-static bool isRepeated, isWanted, isPaused;
-static bool isSilent;  // the volume is 0
+static bool isRepeated, isPaused;
+static int volume = 127;
+static const piece* wanted;  // what is played, or would be
 
+// From its start: the service knows no other place.
 static void Play(void) {
-    if (isWanted && !isSilent && !isPaused) moxi_play_music(PlayedName(kFile));
+    if (wanted == NULL || volume == 0 || isPaused) return;
+    size_t size;
+    void* const midi = WithVolume(wanted->bytes, wanted->size, volume, &size);
+    if (midi != NULL && WriteData(kFile, midi, size)) moxi_play_music(PlayedName(kFile));
+    free(midi);
 }
 
 // Pieces are MIDI files, or scores of a form of the game's own.
@@ -66,20 +72,17 @@ void I_UnRegisterSong(void* song) {
 }
 
 void I_PlaySong(void* song, boolean looping) {
-    const piece* const made = song;
-    if (made == NULL || !WriteData(kFile, made->bytes, made->size)) return;
-    isWanted = true;
+    wanted = song;
     isPaused = false;
     isRepeated = looping;
     Play();
 }
 
 void I_StopSong(void) {
-    isWanted = false;
+    wanted = NULL;
     moxi_stop_music();
 }
 
-// The service cannot go on in the middle of a piece.
 void I_PauseSong(void) {
     isPaused = true;
     moxi_stop_music();
@@ -90,20 +93,23 @@ void I_ResumeSong(void) {
     if (!moxi_music_playing()) Play();
 }
 
-void I_SetMusicVolume(int volume) {
-    const bool wasSilent = isSilent;
-    isSilent = volume == 0;
-    if (isSilent && !wasSilent) moxi_stop_music();
-    if (!isSilent && wasSilent) Play();
+void I_SetMusicVolume(int wantedVolume) {
+    if (volume == wantedVolume) return;
+    volume = wantedVolume;
+    if (volume == 0) moxi_stop_music();
+    Play();
 }
 
 boolean I_MusicIsPlaying(void) {
-    return isWanted;
+    return wanted != NULL;
 }
 
 void MusicDone(void) {
-    if (!isRepeated) isWanted = false;
-    Play();
+    if (isRepeated) {
+        moxi_play_music(MOXI_MUSIC_AGAIN);
+    } else {
+        wanted = NULL;
+    }
 }
 
 void I_InitMusic(void) {}

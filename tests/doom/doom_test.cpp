@@ -169,7 +169,12 @@ TEST_F(Doom, MusicAndAShotAreFilesOfTheDataFolder) {
     const std::string shot = std::to_string(kPlaying) + " modifiers command\n" +
                              std::to_string(kPlaying + 300) + " modifiers\n";
     Play("640 400", StartLevel() + shot, kPlaying + 1000);
-    EXPECT_EQ(ReadTextFile(data + "/MUSIC.MID").substr(0, 4), "MThd");
+    const std::string music = ReadTextFile(data + "/MUSIC.MID");
+    EXPECT_EQ(music.substr(0, 4), "MThd");
+    // At first the volume is 8 of 15, or 64 of 127: of the usual 100 of a channel 70 are left,
+    // since 100 * sqrt(64 / 127) is 70.99.
+    const std::string ownTrack("MTrk\0\0\0\x44\0\xB0\x07\x46\0\xB1\x07\x46", 16);
+    EXPECT_EQ(music.substr(14, 16), ownTrack);
     const std::string sound = ReadTextFile(data + "/SOUND.WAV");
     EXPECT_EQ(sound.substr(0, 4), "RIFF");
     // 16 bits, two sides, 22,050 samples a second: a shot lasts more than a fifth of one.

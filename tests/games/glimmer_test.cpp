@@ -389,11 +389,7 @@ TEST_F(GlimmerRules, AGustOfTheOrchardPushesTheFirefly) {
 TEST_F(GlimmerRules, OverTheIceOfTheGroveTheFireflyGlides) {
     const auto glide = [](u32 night) {
         Events events = NightWithout(night, 77, 5, 24);
-        for (u32 cell = 0; cell < 1024; ++cell) {
-            events.text += std::to_string(events.now) + " post 100 " +
-                           std::to_string(At("cells") + 4 * cell) +
-                           " 33686018 0\n";  // ponds all over
-        }
+        events.Call("flood");
         events.Poke("hero_vx", 4 * kPixel).Call("play_steps", 60).Poke("scene", Pause);
         return PlayGame(events).LongAt("hero_vx");
     };
@@ -401,30 +397,34 @@ TEST_F(GlimmerRules, OverTheIceOfTheGroveTheFireflyGlides) {
     EXPECT_LT(glide(3), kPixel / 100);
 }
 
-// It is where the firefly was 200 steps ago.
+// It is where the firefly was 200 steps ago: 150 steps after a leap of 300 pixels still where that
+// was before, and 230 steps after it, or some more for the time between, at its new place, where it
+// touches.
 TEST_F(GlimmerRules, TheShadeFliesTheWayOfTheFirefly) {
     const u32 kShade = 5;
-    Events events = NightWithout(9, 77, 0, 0);
-    events.Call("play_steps", 1).Poke("scene", Pause);
-    const GameResult start = PlayGame(events);
+    const GameResult start = PlayGame(NightWithout(9, 77, 0, 0).Poke("scene", Pause));
     const u32 record = FoeField(start, kShade, "foe_kind");
-    // All others are gone, and the shade comes at once.
+    const u32 before = start.LongAt("hero_x");
+    const u32 after = before + 300 * kPixel;
     const auto fly = [&](u32 steps) {
         Events flight = NightWithout(9, 77, 5, 24);
-        flight.Post(100, record + At("foe_kind"), kShade).Post(100, record + At("foe_wait"), 250);
-        flight.Poke("hero_vx", 4 * kPixel).Poke("glow", 3600);
-        return PlayGame(flight.Call("play_steps", steps).Poke("scene", Pause));
+        flight.Post(100, record + At("foe_kind"), kShade).Post(100, record + At("foe_wait"), 200);
+        flight.Call("play_steps", 100).Poke("hero_x", after).Call("play_steps", steps);
+        return PlayGame(flight.Poke("scene", Pause));
     };
-    const GameResult early = fly(60);
-    const GameResult late = fly(260);
-    EXPECT_EQ(late.Long(record + At("foe_x")), early.LongAt("hero_x"));
-    EXPECT_EQ(late.Long(record + At("foe_y")), early.LongAt("hero_y"));
+    const GameResult early = fly(150);
+    EXPECT_EQ(early.LongAt("hero_x"), after);
+    EXPECT_EQ(early.Long(record + At("foe_x")), before);
+    EXPECT_EQ(early.LongAt("hearts"), 3u);
+    const GameResult late = fly(230);
+    EXPECT_EQ(late.Long(record + At("foe_x")), after);
+    EXPECT_EQ(late.LongAt("hearts"), 2u);
 }
 
 TEST_F(GlimmerRules, TheTwelfthLanternBringsTheMorning) {
     Events events;
     events.Poke("option_first", 12).Return().Poke("intro_steps", 0).Poke("score", 1000);
-    events.Poke("glow", 500).Poke("leaving_steps", 1).Wait(30).Note();
+    events.Poke("leaving_steps", 30).Poke("glow", 500).Wait(600).Note();
     Events rest = events;
     rest.Down().Return().Note().Return().Note();
     const GameResult rested = PlayGame(rest);
@@ -861,6 +861,23 @@ TEST_F(GlimmerRules, MusicLoopsUnlessItIsAnEndAndNeverStops) {
     const GameResult result = play(over);
     EXPECT_EQ(result.Text(result.Notes("noted_music").back()), "../MUSIC/SCORES.MID");
     EXPECT_EQ(result.Notes("noted_loops").back(), 1u);
+}
+
+// Of full scale -18 dB are 0.126, -22 dB 0.0794 and -14 dB 0.1995; -1 dB is a sample of 29,204.
+TEST_F(GlimmerRules, TheMusicOfPlayIsLoudEnoughAndHasRoomForSounds) {
+    if (!fs::exists("/usr/share/sounds/sf2") && !fs::exists("/usr/share/soundfonts")) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
+    const TemporaryFolder folder;
+    GameRun run;
+    run.events.Poke("option_sounds", 0).Poke("option_first", 5).Return();
+    run.events.Poke("intro_steps", 0).Poke("grace_steps", 100000).Wait(12000);
+    run.options = {"--render-audio", folder.path + "/heard.wav"};
+    PlayGame(run);
+    const Recording heard = Part(ReadRecording(folder.path + "/heard.wav"), 1.0, 12.0);
+    EXPECT_GT(Loudness(heard), 0.0794);
+    EXPECT_LT(Loudness(heard), 0.1995);
+    EXPECT_LT(Peak(heard), 29204);
 }
 
 // The length of a sound has a margin of 200 ms. COUNT.WAV has 5,292 bytes of 16-bit mono at 44,100

@@ -44,8 +44,8 @@ TEST_F(Played, ARecordIsATextThatComesBack) {
               "moxi game 1\npath = /games/Pond.mxz\nfiles = /cache/Pond\nname = Pond = \xC3\xBC\n"
               "author = Anna\nlicence = MIT\nsource = https://example.org\nplayed = 1795351060\n"
               "seconds = 1234\nshelf = no\n");
-    ASSERT_TRUE(WritePlayed(game));
-    const PlayedGame back = ReadPlayed("/games/Pond.mxz");
+    ASSERT_TRUE(WritePlayedGame(game));
+    const PlayedGame back = ReadPlayedGame("/games/Pond.mxz");
     EXPECT_EQ(TextOfPlayed(back), TextOfPlayed(game));
     ASSERT_EQ(ReadAllPlayed().size(), 1u);
     EXPECT_EQ(ReadAllPlayed()[0].name, "Pond = \xC3\xBC");
@@ -54,7 +54,7 @@ TEST_F(Played, ARecordIsATextThatComesBack) {
 TEST_F(Played, PathsWithLineFeedsAndBackslashesComeBack) {
     PlayedGame game;
     game.path = "/a\nb\\n";
-    ASSERT_TRUE(WritePlayed(game));
+    ASSERT_TRUE(WritePlayedGame(game));
     EXPECT_EQ(ReadAllPlayed().at(0).path, "/a\nb\\n");
 }
 
@@ -77,7 +77,7 @@ TEST_F(Played, BrokenFilesAreGamesThatWereNotPlayed) {
     PlayedGame game;
     game.path = "/games/pond";
     game.seconds = 5;
-    ASSERT_TRUE(WritePlayed(game));
+    ASSERT_TRUE(WritePlayedGame(game));
     const std::string games = folder.path + "/games";
     WriteTextFile(games + "/letter.txt", "dear Anna");
     fs::copy_file(PlayedFile("/games/pond"), games + "/copy.txt");
@@ -86,15 +86,15 @@ TEST_F(Played, BrokenFilesAreGamesThatWereNotPlayed) {
     ASSERT_EQ(ReadAllPlayed().size(), 1u);
     WriteTextFile(PlayedFile("/games/pond"), "");
     EXPECT_EQ(ReadAllPlayed().size(), 0u);
-    EXPECT_EQ(ReadPlayed("/games/pond").path, "/games/pond");
-    EXPECT_EQ(ReadPlayed("/games/pond").seconds, 0u);
+    EXPECT_EQ(ReadPlayedGame("/games/pond").path, "/games/pond");
+    EXPECT_EQ(ReadPlayedGame("/games/pond").seconds, 0u);
 }
 
 TEST_F(Played, WithoutAStateFolderNothingIsKept) {
     folders.state.clear();
     PlayedGame game;
     game.path = "/games/pond";
-    EXPECT_FALSE(WritePlayed(game));
+    EXPECT_FALSE(WritePlayedGame(game));
     EXPECT_EQ(ReadAllPlayed().size(), 0u);
     EXPECT_EQ(PlayedPicture("/games/pond"), "");
 }

@@ -14,7 +14,8 @@ RESOURCES = os.path.join(HERE, "..", "resources")
 
 SIZES = {
     "TILES": (384, 384), "MARSH": (384, 384), "EMBER": (384, 384), "FROST": (384, 384), "HOLLOW": (384, 384),
-    "WISP": (384, 48), "SHADE": (256, 64), "LEAF": (192, 24), "MORNING": (1280, 800), "HERO": (256, 512), "GLOW": (192, 192), "GLOWBLUE": (96, 96), "SPARK": (256, 32),
+    "WISP": (384, 48), "SHADE": (256, 64), "LEAF": (192, 24), "MORNING": (1280, 800), "HERO": (256, 512),
+    "GLOW": (192, 192), "GLOWBLUE": (96, 96), "SPARK": (256, 32),
     "GOLD": (256, 32), "BAT": (384, 48), "SPIDER": (192, 48), "OWL": (512, 160), "PETAL": (320, 40),
     "BERRY": (160, 40), "LANTERN": (320, 96), "PUFF": (512, 64), "TWINKLE": (192, 24), "DARK": (512, 512),
     "LOGO": (760, 220), "SKY": (1280, 800), "HILLS": (1280, 420), "TREES": (1280, 520), "MEADOW": (1280, 180),

@@ -11,10 +11,10 @@ CLARINET, FLUTE, PAN_FLUTE = 71, 73, 75
 KICK, STICK, HAT, LOW_TOM, TAMBOURINE, SHAKER, TRIANGLE = 36, 37, 42, 45, 54, 70, 81
 CYMBAL, WOOD_HIGH, WOOD_LOW = 49, 76, 77
 
-# How much of the difference between soft and loud a piece keeps. All were heard to have an RMS of about
-# -18 dB of full scale and peaks below -1 dB.
-SOFTNESS = {"TITLE": .35, "NIGHT1": .3, "NIGHT2": .35, "MARSH": .55, "EMBER": .6, "FROST": .7, "HOLLOW": .5,
-            "MORNING": .9, "DANGER": .3, "DAWN": .6, "FADE": .45, "SCORES": .4}
+# How much of the difference between soft and loud a piece keeps, so that each has an RMS of -20 to -17 dB
+# of full scale and peaks below -1 dB.
+SOFTNESS = {"TITLE": .35, "NIGHT1": .13, "NIGHT2": .5, "MARSH": .55, "EMBER": .6, "FROST": .7, "HOLLOW": .45,
+            "MORNING": .9, "DANGER": .2, "DAWN": .75, "FADE": .45, "SCORES": .35}
 
 
 def Piece(name, title, tempo, meter, chart, loops=True):
@@ -74,7 +74,7 @@ def night_one():
                   "F Dm Bb C F Am Bb C7  F Dm Gm C Am Dm Gm:C7 F  "
                   "Dm Am Bb F Gm Dm Eb C7  F Bb F C Dm Bb C7 F:C7")
     marimba = piece.part(0, MARIMBA, 127, 60, 60, 105)
-    plucked = piece.part(1, PIZZICATO, 104, 78, 60, 78)
+    plucked = piece.part(1, PIZZICATO, 40, 78, 60, 78)
     bass = piece.part(2, BASS, 110, 64, 30, 90)
     clarinet = piece.part(3, CLARINET, 98, 52, 70, 88)
     strings = piece.part(4, SLOW_STRINGS, 114, 64, 80, 70)

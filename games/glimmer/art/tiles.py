@@ -24,7 +24,8 @@ GRASS = "#234b40"
 class Kind:
     """A kind of garden. Tones are those of `toned`, the rest is told where it is drawn."""
 
-    def __init__(self, name, grass=(), leaves=(), water=(), bush="rosette", frozen=False, finds=None, petals="#e09ae0"):
+    def __init__(self, name, grass=(), leaves=(), water=(), bush="rosette", frozen=False, finds=None,
+                 petals="#e09ae0"):
         self.name, self.grass, self.leaves, self.water, self.bush = name, grass, leaves, water, bush
         self.frozen, self.finds, self.petals = frozen, finds or ("blue", "white", "mushrooms", "litter"), petals
 
@@ -36,8 +37,9 @@ KINDS = (
          finds=("reeds", "white", "mushrooms", "pebbles"), petals="#d9c27a"),
     Kind("EMBER", [(*GREEN, 62, .62, 1.0)], [(*GREEN, 20, 1.12, 1.3)], [(180, 260, 196, .62, .86)],
          finds=("leaves", "asters", "leaves", "litter"), petals="#ffd36e"),
-    Kind("FROST", [(*GREEN, 208, .44, 1.72)], [(*GREEN, 186, .52, 1.5)], [(180, 260, 200, .44, 1.62), (60, 180, 205, .3, 1.5)],
-         "needles", True, finds=("snow", "crystals", "snow", "pebbles"), petals="#eef6ff"),
+    Kind("FROST", [(*GREEN, 208, .44, 1.72)], [(*GREEN, 186, .52, 1.5)],
+         [(180, 260, 200, .44, 1.62), (60, 180, 205, .3, 1.5)], "needles", True,
+         finds=("snow", "crystals", "snow", "pebbles"), petals="#eef6ff"),
     Kind("HOLLOW", [(*GREEN, 262, .62, .86)], [(*GREEN, 300, .8, 1.2)], [(180, 260, 164, .9, 1.06)], "caps",
          finds=("mushrooms", "lights", "mushrooms", "lights"), petals="#8fe8ff"))
 kind = KINDS[0]
@@ -203,7 +205,8 @@ def draw_lights(ctx, seed):
 
 
 def draw_bulrushes(ctx):
-    for x, y, height, lean in ((15, 34, 17, -1.5), (19, 35, 20, .5), (23, 34, 15, 2.5), (31, 26, 15, -1), (35, 27, 12, 1.5)):
+    for x, y, height, lean in ((15, 34, 17, -1.5), (19, 35, 20, .5), (23, 34, 15, 2.5), (31, 26, 15, -1),
+                               (35, 27, 12, 1.5)):
         ctx.move_to(x, y)
         ctx.curve_to(x, y - height * .5, x + lean * .5, y - height * .8, x + lean, y - height)
         stroke(ctx, "#12302a", 2.2, .7, True)
@@ -214,7 +217,8 @@ def draw_bulrushes(ctx):
 
 
 def draw_pebbles(ctx):
-    for x, y, rx, ry in ((15, 20, 4.6, 3.4), (21, 23, 3, 2.2), (33, 30, 4.2, 3.2), (29, 34, 2.4, 1.8), (31, 15, 2.8, 2.1)):
+    for x, y, rx, ry in ((15, 20, 4.6, 3.4), (21, 23, 3, 2.2), (33, 30, 4.2, 3.2), (29, 34, 2.4, 1.8),
+                         (31, 15, 2.8, 2.1)):
         oval(ctx, x + .8, y + 1.4, rx, ry)
         fill(ctx, "#0b1f1c", .4)
         oval(ctx, x, y, rx, ry)
@@ -535,7 +539,8 @@ def draw_open_pond(ctx, lily, frame):
 
 
 def draw_cracks(ctx):
-    for points in (((29, 31), (34, 34), (36, 40)), ((34, 34), (41, 32)), ((12, 33), (17, 38), (15, 43)), ((17, 38), (22, 37))):
+    for points in (((29, 31), (34, 34), (36, 40)), ((34, 34), (41, 32)), ((12, 33), (17, 38), (15, 43)),
+                   ((17, 38), (22, 37))):
         ctx.move_to(*points[0])
         for point in points[1:]:
             ctx.line_to(*point)
