@@ -71,7 +71,7 @@ bool TakeVariable(u32 function, bool isArgument, std::string_view text, Lines& r
     }
     variable.kind = std::string(TakeField(text));
     variable.name = std::string(text);
-    if (variable.kind.empty() || variable.name.empty()) return false;
+    if (!IsKindOfValue(variable.kind) || variable.name.empty()) return false;
     read.variables.push_back(std::move(variable));
     return true;
 }
@@ -233,6 +233,13 @@ std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addres
         addresses.push_back(each.address == function ? BodyOf(function) : each.address);
     }
     return "";
+}
+
+bool IsKindOfValue(std::string_view kind) {
+    static constexpr std::string_view kKinds[] = {"i8",   "u8",   "i16",     "u16",  "i32",
+                                                  "u32",  "i64",  "u64",     "f32",  "f64",
+                                                  "bool", "char", "pointer", "block"};
+    return std::find(std::begin(kKinds), std::end(kKinds), kind) != std::end(kKinds);
 }
 
 std::vector<CodeVariable> VariablesOf(u32 function) {

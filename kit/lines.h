@@ -79,6 +79,9 @@ struct CodeVariable {
     std::vector<CodePlace> places;  // at other addresses it is not known
 };
 
+// Whether values are of that kind, or "block" for what is shown by its address alone.
+bool IsKindOfValue(std::string_view kind);
+
 // Those of the function that begins there, in their order.
 std::vector<CodeVariable> VariablesOf(u32 function);
 

@@ -83,16 +83,10 @@ std::string TextOf(u64 bits, const std::string& kind) {
     return FormatText("0x%X", static_cast<u32>(bits));
 }
 
-bool IsKnownKind(const std::string& kind) {
-    static constexpr const char* kKinds[] = {"i8",  "u8",  "i16", "u16",  "i32",  "u32",    "i64",
-                                             "u64", "f32", "f64", "bool", "char", "pointer"};
-    return std::find(std::begin(kKinds), std::end(kKinds), kind) != std::end(kKinds);
-}
-
 constexpr const char* kOutside = "outside the image";
 
 std::string ValueAt(u32 address, const std::string& kind) {
-    if (!IsKnownKind(kind)) return FormatText("(at 0x%8.8X)", address);
+    if (kind == "block") return FormatText("(at 0x%8.8X)", address);
     u8 bytes[8] = {};
     const u32 count = BytesOf(kind);
     for (u32 i = 0; i < count; ++i) {

@@ -18,8 +18,10 @@ const char* const kLines =
     "00000248 10 other.c\n"
     "0000024C 11 other.c\n"
     "00000258 0\n"
-    "00000200 argument R12 605 i32 ticks\n"
-    "00000200 argument R12 605 u8 low byte\n";
+    "00000200 argument i32 ticks\n"
+    "00000200 memory 00000300 R12 605\n"
+    "00000200 argument u8 low byte\n"
+    "00000200 memory 00000300 R12 605\n";
 
 std::string Session(const Debugged& game, const std::string& commands) {
     WriteTextFile(game.game + "/MAIN.LIN", kLines);
@@ -123,9 +125,19 @@ TEST(DebuggerLines, WithoutAFileThereAreNone) {
 TEST(DebuggerLines, ABrokenFileIsSaidInALine) {
     const Debugged game(kTicking);
     for (const char* const broken :
-         {"00000200 3\n", "00000200 0 main.c\n", "x 3 main.c\n", "00000200 argument R16 0 i32 a\n",
-          "00000200 argument FP-x 0 i32 a\n", "00000200 argument R1 0 i32\n", "nonsense\n"}) {
+         {"00000200 3\n", "00000200 0 main.c\n", "x 3 main.c\n", "00000200 argument i33 a\n",
+          "00000200 argument i32\n", "00000200 value 00000300 R1\n", "nonsense\n",
+          "00000200 variable 00000300 i32 a\n"}) {
         WriteTextFile(game.game + "/MAIN.LIN", std::string("00000200 3 main.c\n") + broken);
+        const std::string output = game.Run("quit\n").output;
+        EXPECT_NE(output.find("/MAIN.LIN: line 2: no line of code\n"), std::string::npos)
+            << broken << output;
+    }
+    for (const char* const broken :
+         {"00000200 value 00000300 R16\n", "00000200 value 00000300 FP-x\n",
+          "00000200 value 00000300 5\n", "00000200 value 00000300 R1 4\n",
+          "00000200 memory 00000300 R1\n", "00000200 memory 00000300 #5 0\n"}) {
+        WriteTextFile(game.game + "/MAIN.LIN", std::string("00000200 argument i32 a\n") + broken);
         const std::string output = game.Run("quit\n").output;
         EXPECT_NE(output.find("/MAIN.LIN: line 2: no line of code\n"), std::string::npos)
             << broken << output;
