@@ -42,7 +42,8 @@ struct AudioOut {
     // gives a line in the system log, which mentions `name`.
     void (*playSound)(const std::string& name, const std::vector<u8>& file);
     void (*stopSound)();
-    // What the player has chosen; no module sees it. Volumes are percent of the amplitude, 0 to 100.
+    // What the player has chosen; no module sees it. Volumes are percent of the amplitude, 0 to
+    // 100.
     void (*setMuted)(bool muted);
     void (*setVolumes)(u32 music, u32 sound);
     // The music and the sound wait where they are, and go on from there.

@@ -147,8 +147,8 @@ struct Desktop {
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
     void (*stopTimer)(TimerId timer);  // 0 is ignored
-    // While the game is held no timer fires and `nanoseconds` stands still. When it goes on, both do
-    // so from where they were.
+    // While the game is held no timer fires and `nanoseconds` stands still. When it goes on, both
+    // do so from where they were.
     void (*holdGame)(bool held);
     // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
     void (*sleep)(u64 milliseconds);
@@ -166,8 +166,8 @@ struct Desktop {
     std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
-    // Puts the pointer that the user sees over this point of the view, where the desktop lets it. No
-    // event tells of it.
+    // Puts the pointer that the user sees over this point of the view, where the desktop lets it.
+    // No event tells of it.
     void (*movePointer)(i32 x, i32 y);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
     void (*openUrl)(const std::string& utf8);

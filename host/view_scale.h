@@ -13,9 +13,7 @@ inline ViewScale ViewScaleOf(const Preferences& chosen) {
         case kScaleAutomatic: break;
         case kScaleFit: scale.kind = ViewScale::Kind::Fit; break;
         case kScaleFitFractional: scale.kind = ViewScale::Kind::FitFractions; break;
-        default:
-            scale.kind = ViewScale::Kind::Steps;
-            scale.steps = static_cast<i32>(chosen.scale);
+        default: scale.kind = ViewScale::Kind::Steps; scale.steps = static_cast<i32>(chosen.scale);
     }
     return scale;
 }

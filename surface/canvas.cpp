@@ -71,7 +71,9 @@ void DrawByDistance(Canvas& canvas, const Box& box, double radius, Colour colour
 struct FontKey {
     double size;
     bool bold;
-    auto operator<=>(const FontKey&) const = default;
+    bool operator<(const FontKey& other) const {
+        return size != other.size ? size < other.size : bold < other.bold;
+    }
 };
 
 // A few sizes are in use at a time; they change with the window's size.
@@ -200,8 +202,10 @@ void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture) {
         for (i32 x = area.left; x < area.right; ++x) {
             u32 sums[4] = {};
             for (i32 sample = 0; sample < samples * samples; ++sample) {
-                const double across = (x + (sample % samples + 0.5) / samples - box.x) * acrossStep;
-                const double down = (y + (sample / samples + 0.5) / samples - box.y) * downStep;
+                const i32 aside = sample % samples;
+                const i32 below = sample / samples;
+                const double across = (x + (aside + 0.5) / samples - box.x) * acrossStep;
+                const double down = (y + (below + 0.5) / samples - box.y) * downStep;
                 const i32 column = std::clamp(static_cast<i32>(across), 0, picture.width - 1);
                 const i32 row = std::clamp(static_cast<i32>(down), 0, picture.height - 1);
                 const u8* const from =

@@ -27,7 +27,7 @@ class Addresses {
 
   private:
     static constexpr size_t kSlots = 2048;
-    static_assert(kSlots > 2 * kLargestRegion);
+    static_assert(kSlots > size_t{2} * kLargestRegion);
     // The slot that holds the address, or that would.
     size_t SlotOf(u32 pc) const {
         size_t slot = pc / 4 % kSlots;

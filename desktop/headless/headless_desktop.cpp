@@ -189,9 +189,7 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::PadButton:
             desktopEvents.padButton(event.padButton, event.down);
             break;
-        case ScriptEventKind::PadAxis:
-            desktopEvents.padAxis(event.padAxis, event.deltas[0]);
-            break;
+        case ScriptEventKind::PadAxis: desktopEvents.padAxis(event.padAxis, event.deltas[0]); break;
         case ScriptEventKind::Resize:
             ChangeFrame({state.frame.x, state.frame.y, Number(event, 0), Number(event, 1)});
             break;

@@ -113,6 +113,24 @@ TEST(CommandLine, OptionsForHeadlessRunsAreRefusedWithoutIt) {
                   "moxi: --render-audio needs --headless\n");
 }
 
+TEST(CommandLine, AScaleIsANumberOfStepsOrFit) {
+    const Game game;
+    for (const char* const scale : {"1", "16", "fit"}) {
+        const ProgramResult result =
+            game.Run({"--headless", "--scale", scale, "--dump-view", "v.png", game.path});
+        EXPECT_EQ(result.status, 0) << scale << result.errors;
+        EXPECT_EQ(result.errors, "") << scale;
+        // A headless run enlarges nothing: 1000 x 600.
+        EXPECT_EQ(ReadTextFile(game.folder.path + "/v.png").substr(16, 8),
+                  std::string("\x00\x00\x03\xE8\x00\x00\x02\x58", 8));
+    }
+    for (const char* const scale : {"0", "17", "-1", "2.5", "2x", "Fit", "fit-fractional", ""}) {
+        const ProgramResult result = game.Run({"--headless", "--scale", scale, game.path});
+        EXPECT_EQ(result.status, 2) << scale;
+        ExpectRefusedInOneLine(result);
+    }
+}
+
 TEST(CommandLine, ValuesAreChecked) {
     const Game game;
     for (const char* const sizes : {"640", "640x", "x480", "0x480", "640x32768", "640x480,",

@@ -127,6 +127,65 @@ TEST(Gamepad, TriggersDoNothingUnlessThePlayerSaysWhat) {
     EXPECT_EQ(Played("10 pad-axis lefttrigger 1\n20 pad-axis lefttrigger 0\n"), Messages{});
 }
 
+// --- With preferences
+
+HeadlessResult PlayedWith(const std::string& preferences, const LoggingModule& module,
+                          const std::string& script) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/preferences", preferences);
+    HeadlessResult result =
+        Play(module, script, {"--preferences", folder.path + "/preferences", "--run-ms", "3000"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.lines, Strings{});
+    return result;
+}
+
+TEST(Gamepad, TheMapOfThePreferencesHoldsForTheGame) {
+    EXPECT_EQ(MessagesAfterStart(PlayedWith("pad.a = space\npad.lefttrigger = z\n", {},
+                                            "10 pad-button a down\n20 pad-button a up\n"
+                                            "30 pad-axis lefttrigger 1\n"
+                                            "40 pad-axis lefttrigger 0\n")),
+              (Messages{{MSG_DOWN, 32, 1, 0},
+                        {MSG_CHAR, 32, 0, 0},
+                        {MSG_UP, 32, 1, 0},
+                        {MSG_DOWN, 0x5A, 1, 0},
+                        {MSG_CHAR, 0x7A, 0, 0},
+                        {MSG_UP, 0x5A, 1, 0}}));
+}
+
+// How many ticks a module with a timer of 10 ms has had in three seconds, of which two are spent
+// without the keyboard.
+long Ticks(const std::string& preferences) {
+    LoggingModule module;
+    module.timer = 10;
+    module.ticks = true;
+    const Messages messages =
+        LoggedMessages(PlayedWith(preferences, module, "500 deactivate\n2500 activate\n"));
+    return std::count(messages.begin(), messages.end(), LoggedMessage{MSG_TICK, 0, 0, 0});
+}
+
+TEST(Pausing, AGameWithoutTheKeyboardStandsStillIfThePlayerWantsItSo) {
+    const long always = Ticks("");
+    const long waiting = Ticks("pause-when-inactive = yes\n");
+    // One second of three, without one tick more for the time that was left out.
+    EXPECT_GT(always, 280);
+    EXPECT_GT(waiting, always / 3 - 10);
+    EXPECT_LT(waiting, always / 3 + 10);
+}
+
+TEST(Pausing, WhatIsHeldIsReleasedBeforeTheGameStandsStill) {
+    const HeadlessResult result = PlayedWith("pause-when-inactive = yes\n", {},
+                                             "10 key-down 00 \"a\"\n20 pad-axis leftx 1\n"
+                                             "30 deactivate\n100 key-up 00 \"a\"\n"
+                                             "120 key-down 01 \"s\"\n200 activate\n");
+    EXPECT_EQ(MessagesAfterStart(result), (Messages{{MSG_DOWN, 0x41, 1, 0},
+                                                    {MSG_CHAR, 0x61, 0, 0},
+                                                    {MSG_DOWN, 39, 1, 0},
+                                                    {MSG_CHAR, 0x1D, 0, 0},
+                                                    {MSG_UP, 39, 1, 0},
+                                                    {MSG_UP, 0x41, 1, 0}}));
+}
+
 // --- What the player chooses, on the bench
 
 std::vector<std::string> told;

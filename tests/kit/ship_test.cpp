@@ -67,7 +67,8 @@ TEST(Shipping, ADemoPutElsewhereShowsTheSamePicture) {
     const ProgramResult result = place.Ship(place.out, kDemo);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
-    EXPECT_EQ(place.Names(place.out), "Info.plist MOXI Demo.desktop Resources lib licences moxi share");
+    EXPECT_EQ(place.Names(place.out),
+              "Info.plist MOXI Demo.desktop Resources lib licences moxi share");
     const std::string moved = place.folder.path + "/else where";
     fs::create_directory(moved);
     fs::rename(place.out, moved + "/My Game");

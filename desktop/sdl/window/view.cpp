@@ -26,8 +26,8 @@ static constinit ViewSize viewSize;  // as the application knows it
 static constinit Fitting fitting = Fitting::Steps;
 static constinit i32 steps = 1;
 static constinit bool smooth = false;
-static constinit ViewRect requested;  // empty when nothing is
-static constinit Area newPixels;      // drawn and not yet shown; empty when width is 0
+static constinit ViewRect requested;           // empty when nothing is
+static constinit Area newPixels;               // drawn and not yet shown; empty when width is 0
 static constinit bool surfaceIsShown = false;  // the host's own
 static constinit ViewSize pictureSize;         // of it
 
