@@ -265,6 +265,12 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     if (symbols->count() > 0 && options.pack.empty() && options.bundle.empty()) {
         return RefuseCommandLine("--with-symbols needs --bundle or --pack");
     }
+    if (newGame->count() > 0 && options.newGame.starts_with('-')) {
+        return RefuseCommandLine("--new: no folder's name: " + options.newGame);
+    }
+    if (newGame->count() > 0 && !options.game.empty()) {
+        return RefuseCommandLine("--new makes one folder and takes no GAME: " + options.game);
+    }
     // The debugger writes where its user says while the game runs.
     options.sandbox = !options.unlocked && !options.debug;
     options.translate = !noTranslate;

@@ -113,6 +113,21 @@ TEST(CommandLine, OptionsForHeadlessRunsAreRefusedWithoutIt) {
                   "moxi: --render-audio needs --headless\n");
 }
 
+TEST(CommandLine, ANewGameTakesAFolderAndNothingElse) {
+    const Game game;
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"--new", "--lua"},
+                                               {"--new", "q", "extra"},
+                                               {"--new", "q", "--lua", "extra"},
+                                               {"--new", "--c", "q"}}) {
+        const ProgramResult result = game.Run(arguments);
+        EXPECT_EQ(result.status, 2) << arguments.back();
+        ExpectRefusedInOneLine(result);
+    }
+    EXPECT_FALSE(std::filesystem::exists(game.folder.path + "/q"));
+    EXPECT_FALSE(std::filesystem::exists(game.folder.path + "/--lua"));
+}
+
 TEST(CommandLine, AScaleIsANumberOfStepsOrFit) {
     const Game game;
     for (const char* const scale : {"1", "16", "fit"}) {
