@@ -235,6 +235,7 @@ TEST(CGame, ItsFunctionsDoWhatTheHeaderSays) {
                   "300 key-down 00 \"a\"\n500 key-up 00 \"a\"\n600 mouse-down 0 250 300\n"
                   "610 mouse-up 0 250 300\n700 scroll 0 0.3 250 300\n1800 key-down 35 \"\\x1B\"\n");
     WriteTextFile(game.game + "/MAP.TXT", "  x\r\n####\r\n #\n");
+    WriteTextFile(game.game + "/HUGE.TXT", std::string(65536, '#') + std::string(65536, '\n'));
     const std::string missing = "picture NONE.PNG: cannot be read";
     const std::string noMap = "map NONE.TXT: cannot be read";
     EXPECT_EQ(game.Logs({"--script", "script", "--run-ms", "2500", "--dump-view", "view.png"}),

@@ -48,11 +48,14 @@ bool sprites_touch(const sprite* a, const sprite* b, float margin) {
 
 // --- Tile maps
 
-// A place for each row's letters; false without memory, and the map is empty then.
+// A place for each row's letters; false without memory, and the map is empty then. A short text with one
+// long line and many empty ones may ask for more places than 32 bits count.
 static bool MakeRoom(tile_map* map) {
-    const size_t count = (size_t)(map->width * map->height);
-    map->cells = (unsigned char*)calloc(count + 1, 1);
-    map->letters = (char*)malloc(count + 1);
+    const uint64_t places = (uint64_t)map->width * (uint64_t)map->height;
+    const size_t count = (size_t)places;
+    const bool fits = places < UINT32_MAX / 2;
+    map->cells = fits ? (unsigned char*)calloc(count + 1, 1) : NULL;
+    map->letters = fits ? (char*)malloc(count + 1) : NULL;
     if (map->cells != NULL && map->letters != NULL) {
         memset(map->letters, ' ', count);
         return true;
@@ -98,10 +101,9 @@ tile_map make_map(sheet* tiles, const char* const* rows, const char* letters, co
 static char* ReadText(const char* name) {
     FILE* const file = fopen(name, "rb");
     if (file == NULL) return NULL;
-    fseek(file, 0, SEEK_END);
-    const long size = ftell(file);
+    const long size = fseek(file, 0, SEEK_END) == 0 ? ftell(file) : -1;
     rewind(file);
-    char* const text = (char*)malloc((size_t)size + 1);
+    char* const text = size < 0 ? NULL : (char*)malloc((size_t)size + 1);
     if (text != NULL) text[fread(text, 1, (size_t)size, file)] = 0;
     fclose(file);
     return text;

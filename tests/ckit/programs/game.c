@@ -97,6 +97,9 @@ static void Ledges(void) {
     CHECK(letter_at(&made, 2, 0) == 'x' && letter_at(&made, 3, 2) == ' ');
     free_map(&made);
     CHECK(load_map(&tiles, "NONE.TXT", "", "").width == 0);
+    // A line of 65,536 letters and as many lines: more places than there are addresses.
+    made = load_map(&tiles, "HUGE.TXT", "#", "#");
+    CHECK(made.width == 0 && made.height == 0 && tile_at(&made, 0, 0) == -1);
 }
 
 // Letters of 2, 3 and no columns: ! " and the space.
