@@ -78,7 +78,9 @@ struct FontKey {
 
 // A few sizes are in use at a time; they change with the window's size.
 constexpr size_t kMostFonts = 16;
-std::map<FontKey, TextFont*> fonts;
+// Never destroyed: at the end of the process the fonts are the text engine's to forget, whose own
+// state may be gone by then.
+std::map<FontKey, TextFont*>& fonts = *new std::map<FontKey, TextFont*>;
 
 TextFont* FontOf(const TextLook& look) {
     const FontKey key = {std::max(1.0, std::round(look.size * 4) / 4), look.bold};

@@ -7,6 +7,7 @@
 // All lengths are units: pixels of the surface divided by its scale. Boxes of controls that scroll
 // count from the top of what scrolls.
 
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,9 +53,9 @@ struct Control {
 
 struct Surface {
     std::string title;
-    std::vector<Control> controls;
-    double scale = 1;  // pixels a unit
-    double width = 0;  // of the whole
+    std::deque<Control> controls;  // a control stays where it is when others are added
+    double scale = 1;              // pixels a unit
+    double width = 0;              // of the whole
     double height = 0;
     Box frame;     // what is drawn as a panel; empty for none
     Box titleBox;  // where the title stands; empty for nowhere
@@ -90,6 +91,7 @@ double SurfaceScale(i32 width, i32 height, bool largeText);
 
 // Begins a new list of controls; focus and scroll stay. The size is in pixels.
 void BeginControls(Surface& surface, i32 width, i32 height, double scale);
+// The control may be filled in until the next list begins.
 Control& AddControl(Surface& surface, Role role, const std::string& id, const std::string& name);
 // Ends it, when all boxes are set: the focus is where it was, or on the first control.
 void EndControls(Surface& surface);
