@@ -215,6 +215,17 @@ std::string AddFile(zip_t* archive, const fs::path& path, const std::string& nam
     return "";
 }
 
+// "" or why the new archive would be refused where it is opened.
+std::string WhyNotUnpacked(const fs::path& path, u64 bytes, const ArchiveLimits& limits) {
+    std::error_code error;
+    const u64 archiveBytes = fs::file_size(path, error);
+    if (error) return error.message();
+    std::string problem = WhyTooLarge(bytes, archiveBytes, limits);
+    if (archiveBytes > limits.archiveBytes) problem = "too large for an archive of a game";
+    if (!problem.empty()) fs::remove(path, error);
+    return problem;
+}
+
 // The names of all files below a folder, in order.
 std::string FilesBelow(const fs::path& folder, std::vector<std::string>& names) {
     std::error_code error;
@@ -292,7 +303,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
     if (zip->close(archive.get()) != 0) return zip->strerror(archive.get());
     // It is gone with the closing; what is discarded is one that failed.
     archive.release();  // NOLINT(bugprone-unused-return-value)
-    return "";
+    return WhyNotUnpacked(path, bytes, limits);
 }
 
 std::string GameInFolder(const std::string& folder, std::string& problem) {

@@ -184,6 +184,21 @@ TEST(Archive, TheSameFilesGiveTheSameArchiveAndComeBackWhole) {
     EXPECT_EQ(WriteArchive(files, folder.path + "/one"), "File already exists");
 }
 
+TEST(Archive, WhatWouldNotBeUnpackedIsNotWritten) {
+    const TemporaryFolder folder;
+    const std::string files = folder.path + "/files";
+    fs::create_directories(files);
+    WriteTextFile(files + "/MAIN.MX", std::string(1 << 20, '\0'));
+    const std::string out = folder.path + "/out";
+    EXPECT_EQ(WriteArchive(files, out, {.smallBytes = 1000}),
+              "unpacked it is more than 100 times as large");
+    EXPECT_FALSE(fs::exists(out));
+    EXPECT_EQ(WriteArchive(files, out, {.archiveBytes = 100}),
+              "too large for an archive of a game");
+    EXPECT_FALSE(fs::exists(out));
+    EXPECT_EQ(WriteArchive(files, out), "");
+}
+
 TEST(Archive, TheGameIsTheFolderItselfOrTheOneFolderWithAGame) {
     const TemporaryFolder folder;
     std::string problem;
