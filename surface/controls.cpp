@@ -149,7 +149,8 @@ std::string DumpControls(const Surface& surface) {
     for (const Control& control : surface.controls) {
         const Box place = PlaceOf(surface, control);
         text += RoleName(control.role);
-        text += " " + (control.id.empty() ? "-" : WithoutControls(control.id)) + " " + Quote(control.name);
+        text += " " + (control.id.empty() ? "-" : WithoutControls(control.id)) + " " +
+                Quote(control.name);
         const std::string value = ShownValue(control);
         if (!value.empty()) text += " value " + Quote(value);
         if (!control.detail.empty()) text += " detail " + Quote(control.detail);
