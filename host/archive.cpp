@@ -25,6 +25,7 @@ namespace {
 constexpr const char* kModuleFile = "MAIN.MX";
 constexpr std::string_view kArchiveStart("PK\3\4", 4);
 
+constexpr size_t kLongestQuote = 200;
 constexpr const char* kNoLibrary = "libzip, which opens archives, is not installed";
 
 // Loaded by whoever calls from outside.
@@ -108,7 +109,11 @@ std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& l
     if (problem.empty()) problem = WhyNoKind(archive, index, file.isFolder);
     if (problem.empty() && !file.isFolder) problem = WhyNotReadable(about);
     file.size = file.isFolder ? 0 : about.size;
-    return problem.empty() ? "" : std::string(about.name) + ": " + problem;
+    if (problem.empty()) return "";
+    // A line that says what is wrong has no room for the whole of a long name.
+    const std::string_view name = about.name;
+    return std::string(name.substr(0, kLongestQuote)) + (name.size() > kLongestQuote ? "..." : "") +
+           ": " + problem;
 }
 
 std::string WhyTooLarge(u64 bytes, u64 archiveBytes, const ArchiveLimits& limits) {

@@ -73,8 +73,9 @@ TEST(Archive, NamesThatLeadOutOfTheFolderAreRefusedBeforeAnythingIsWritten) {
     EXPECT_EQ(ProblemWith({{"./b", "x"}}), "./b: a name with an empty part");
     EXPECT_EQ(ProblemWith({{"", "x"}}), ": an entry without a name");
     EXPECT_EQ(ProblemWith({{"a\nb", "x"}}), "a\nb: a name with control characters");
-    const std::string longName(1025, 'n');
-    EXPECT_EQ(ProblemWith({{longName, "x"}}), longName + ": the name is too long");
+    // What is wrong is seen, however long the name is.
+    EXPECT_EQ(ProblemWith({{std::string(1025, 'n'), "x"}}),
+              std::string(200, 'n') + "...: the name is too long");
 }
 
 TEST(Archive, LinksPipesAndDevicesAreRefused) {
