@@ -16,6 +16,7 @@
 #include <iterator>
 #include <vector>
 
+#include "app/call_filter.h"
 #include "app/sandbox.h"
 #include "base/log.h"
 #include "desktop/folders.h"
@@ -93,7 +94,10 @@ std::string UnpackApart(int file, const std::string& path, const fs::path& folde
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
-        if (restricted) StartSandbox({.game = path, .dataFolder = folder});
+        if (restricted) {
+            StartSandbox({.game = path, .dataFolder = folder});
+            FilterGameCalls();
+        }
         const rlimit memory = {kMostMemory, kMostMemory};
         if (!kCheckedAccess) setrlimit(RLIMIT_DATA, &memory);
         const std::string problem = UnpackArchive(file, folder);

@@ -162,7 +162,8 @@ size_t ReadSome(const std::vector<GameToRead>& games, bool restricted, GameRead*
     if (count < games.size()) read[count] = {};
     close(ends[0]);
     if (child > 0) {
-        if (count < games.size()) kill(child, SIGKILL);
+        // Also where it has told all: nobody waits for one that a game has taken over.
+        kill(child, SIGKILL);
         while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
         }
     }

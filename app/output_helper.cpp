@@ -89,6 +89,8 @@ void Answer(int connection, int error, int file) {
 void Serve(int connection, const OutputPlaces& places, const char* request, size_t size) {
     const std::string path(request + 1, size - 1);
     const char what = request[0];
+    // The system's calls would end the name at its first null, behind what has been looked at.
+    if (path.find('\0') != std::string::npos) return Answer(connection, EACCES, -1);
     if (!IsPermitted(places, what, path)) return Answer(connection, EACCES, -1);
     if (what == kRemove) {
         return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);

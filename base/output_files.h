@@ -30,6 +30,8 @@ struct OutputFiles {
 std::string NewFileOf(const std::string& path);
 // What putInPlace does, where the process may.
 bool PutNewFileInPlace(const std::string& path);
+// What read does, where the process may. Never waits.
+std::FILE* OpenOwnFile(const std::string& path);
 
 // Written by app/output_helper.cpp and by tests.
 inline constinit OutputFiles outputFiles = {
@@ -41,7 +43,7 @@ inline constinit OutputFiles outputFiles = {
             if (file != nullptr) std::fclose(file);
             return file != nullptr;
         },
-    .read = [](const std::string& path) { return std::fopen(path.c_str(), "rbe"); },
+    .read = OpenOwnFile,
     .putInPlace = PutNewFileInPlace,
 };
 
@@ -49,8 +51,8 @@ inline constinit OutputFiles outputFiles = {
 // cut, has the old contents or the new ones. False when it cannot be written.
 bool ReplaceFile(const std::string& path, std::string_view contents);
 
-// Reads one of the host's own files; false when there is none, or when it is larger than `most`
-// bytes.
+// Reads one of the host's own files; false when there is none (errno is ENOENT then), when it is no
+// plain file, or larger than `most` bytes.
 bool ReadOwnFile(const std::string& path, u64 most, std::string& contents);
 
 }  // namespace moxi

@@ -25,6 +25,7 @@ namespace {
 constexpr const char* kModuleFile = "MAIN.MX";
 constexpr std::string_view kArchiveStart("PK\3\4", 4);
 
+constexpr size_t kLongestQuote = 200;
 constexpr const char* kNoLibrary = "libzip, which opens archives, is not installed";
 
 // Loaded by whoever calls from outside.
@@ -108,7 +109,11 @@ std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& l
     if (problem.empty()) problem = WhyNoKind(archive, index, file.isFolder);
     if (problem.empty() && !file.isFolder) problem = WhyNotReadable(about);
     file.size = file.isFolder ? 0 : about.size;
-    return problem.empty() ? "" : std::string(about.name) + ": " + problem;
+    if (problem.empty()) return "";
+    // A line that says what is wrong has no room for the whole of a long name.
+    const std::string_view name = about.name;
+    return std::string(name.substr(0, kLongestQuote)) + (name.size() > kLongestQuote ? "..." : "") +
+           ": " + problem;
 }
 
 std::string WhyTooLarge(u64 bytes, u64 archiveBytes, const ArchiveLimits& limits) {
@@ -215,6 +220,17 @@ std::string AddFile(zip_t* archive, const fs::path& path, const std::string& nam
     return "";
 }
 
+// "" or why the new archive would be refused where it is opened.
+std::string WhyNotUnpacked(const fs::path& path, u64 bytes, const ArchiveLimits& limits) {
+    std::error_code error;
+    const u64 archiveBytes = fs::file_size(path, error);
+    if (error) return error.message();
+    std::string problem = WhyTooLarge(bytes, archiveBytes, limits);
+    if (archiveBytes > limits.archiveBytes) problem = "too large for an archive of a game";
+    if (!problem.empty()) fs::remove(path, error);
+    return problem;
+}
+
 // The names of all files below a folder, in order.
 std::string FilesBelow(const fs::path& folder, std::vector<std::string>& names) {
     std::error_code error;
@@ -292,7 +308,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
     if (zip->close(archive.get()) != 0) return zip->strerror(archive.get());
     // It is gone with the closing; what is discarded is one that failed.
     archive.release();  // NOLINT(bugprone-unused-return-value)
-    return "";
+    return WhyNotUnpacked(path, bytes, limits);
 }
 
 std::string GameInFolder(const std::string& folder, std::string& problem) {

@@ -29,7 +29,8 @@ bool IsArchive(const std::string& path);
 std::string UnpackArchive(int file, const std::string& folder, const ArchiveLimits& limits = {});
 
 // Writes all files below `folder` into a new archive, in the order of their names and with the same
-// date for each, so that the same files give the same archive. Returns "" or what is wrong.
+// date for each, so that the same files give the same archive. Returns "" or what is wrong: what
+// UnpackArchive would refuse is not made.
 std::string WriteArchive(const std::string& folder, const std::string& path,
                          const ArchiveLimits& limits = {});
 

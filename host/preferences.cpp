@@ -1,6 +1,7 @@
 #include "host/preferences.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -70,8 +71,10 @@ Line ParseLine(std::string_view text) {
         if (text.substr(0, kGame.size()) != kGame || text.back() != ']') {
             return {.kind = LineKind::Broken};
         }
-        return {.kind = LineKind::Heading,
-                .name = Trimmed(text.substr(kGame.size(), text.size() - kGame.size() - 1))};
+        const std::string_view game =
+            Trimmed(text.substr(kGame.size(), text.size() - kGame.size() - 1));
+        // Without a name it would be the section of all games.
+        return {.kind = game.empty() ? LineKind::Broken : LineKind::Heading, .name = game};
     }
     const size_t equals = text.find('=');
     if (equals == std::string_view::npos) return {.kind = LineKind::Broken};
@@ -310,7 +313,11 @@ bool SavePreferences() {
     }
     // Another game may have written it meanwhile.
     std::string text;
-    ReadOwnFile(state.path, kLargestFile, text);
+    if (!ReadOwnFile(state.path, kLargestFile, text) && errno != ENOENT) {
+        // Nothing takes the place of what is there and cannot be kept.
+        SystemLog(state.path + ": cannot be read");
+        return false;
+    }
     Lines lines = SplitLines(text);
     for (const Edit& edit : state.edits) Apply(lines, edit);
     text.clear();

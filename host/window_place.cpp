@@ -37,12 +37,13 @@ std::vector<std::string> LinesOf(const std::string& text) {
 // The frame and the name of a line; false for a line that is none.
 bool ReadLine(const std::string& line, WindowFrame& frame, std::string& name) {
     int end = 0;
-    if (std::sscanf(line.c_str(), "%d %d %d %d %n", &frame.x, &frame.y, &frame.width, &frame.height,
+    if (std::sscanf(line.c_str(), "%d %d %d %d%n", &frame.x, &frame.y, &frame.width, &frame.height,
                     &end) != 4 ||
-        end == 0) {
+        line[static_cast<size_t>(end)] != ' ') {
         return false;
     }
-    name = line.substr(static_cast<size_t>(end));
+    // Names may begin with blanks.
+    name = line.substr(static_cast<size_t>(end) + 1);
     const auto isSide = [](i32 side) { return side >= kLeastSide && side <= kMostSide; };
     return !name.empty() && isSide(frame.width) && isSide(frame.height);
 }

@@ -31,13 +31,14 @@ const char* RoleName(Role role) {
     return "";
 }
 
+// Names of games come from anywhere and may hold line feeds; each control has one line.
 std::string Quote(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {
         if (c == '"' || c == '\\') quoted += '\\';
         quoted += c;
     }
-    return quoted + "\"";
+    return WithoutControls(quoted) + "\"";
 }
 
 std::string ShownValue(const Control& control) {
@@ -148,7 +149,8 @@ std::string DumpControls(const Surface& surface) {
     for (const Control& control : surface.controls) {
         const Box place = PlaceOf(surface, control);
         text += RoleName(control.role);
-        text += " " + (control.id.empty() ? "-" : control.id) + " " + Quote(control.name);
+        text += " " + (control.id.empty() ? "-" : WithoutControls(control.id)) + " " +
+                Quote(control.name);
         const std::string value = ShownValue(control);
         if (!value.empty()) text += " value " + Quote(value);
         if (!control.detail.empty()) text += " detail " + Quote(control.detail);

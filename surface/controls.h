@@ -110,6 +110,7 @@ Want HandleInput(Surface& surface, const SurfaceInput& input);
 void PaintSurface(const Surface& surface, Canvas& canvas);
 
 // The controls as text, one a line: role, id, name, value, place in pixels, state.
+// Control characters are written as \x0A.
 std::string DumpControls(const Surface& surface);
 
 }  // namespace moxi

@@ -371,6 +371,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
         if (opens(pictures + "/../b.png") || opens(pictures + "/deeper/b.png")) return 103;
         if (opens(pictures + "/MOXI /../b.png") || opens(pictures + "/MOXI a.sh")) return 106;
         if (opens(pictures + "/a.png")) return 107;
+        if (opens(pictures + "/MOXI a.sh" + std::string(1, '\0') + ".png")) return 108;
         if (opens(std::string(5000, 'x')) || opens("")) return 104;
         outputFiles.remove(home.diary);
         outputFiles.remove(pictures + "/MOXI a.png");
@@ -383,6 +384,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     EXPECT_EQ(ReadTextFile(home.path + "/direct"), "text");
     EXPECT_FALSE(fs::exists(pictures + "/MOXI a.png"));
     EXPECT_FALSE(fs::exists(home.folder.path + "/b.png"));
+    EXPECT_FALSE(fs::exists(pictures + "/MOXI a.sh"));
 }
 
 TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
@@ -405,6 +407,23 @@ TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
     EXPECT_EQ(ReadTextFile(own), "second");
     EXPECT_FALSE(fs::exists(NewFileOf(own)));
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+}
+
+TEST(OutputHelper, APipeInThePlaceOfAFileOfTheHostsOwnHoldsNothingUp) {
+    const Home home;
+    const std::string own = home.path + "/preferences";
+    ASSERT_EQ(mkfifo(own.c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(NewFileOf(own).c_str(), 0600), 0);
+    const int status = StatusOf([&] {
+        std::string text;
+        if (ReadOwnFile(own, 100, text)) return 100;
+        if (!StartOutputHelper({{}, "", {own}})) return 101;
+        if (ReadOwnFile(own, 100, text)) return 102;
+        if (!ReplaceFile(own, "mine")) return 103;
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadTextFile(own), "mine");
 }
 
 TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {

@@ -30,6 +30,15 @@ class Played : public testing::Test {
     TemporaryFolder folder;
 };
 
+TEST_F(Played, APipeInThePlaceOfARecordIsNotWaitedFor) {
+    ASSERT_EQ(mkfifo(PlayedFile("/games/Pond").c_str(), 0600), 0);
+    PlayedGame game = ReadPlayedGame("/games/Pond");
+    EXPECT_EQ(game.seconds, 0u);
+    game.seconds = 7;
+    EXPECT_TRUE(WritePlayedGame(game));
+    EXPECT_EQ(ReadPlayedGame("/games/Pond").seconds, 7u);
+}
+
 TEST_F(Played, ARecordIsATextThatComesBack) {
     const PlayedGame game = {.path = "/games/Pond.mxz",
                              .files = "/cache/Pond",

@@ -183,6 +183,23 @@ TEST_F(PreferenceFiles, WhatAnotherGameHasSavedMeanwhileStays) {
     EXPECT_TRUE(preferences.largeText);
 }
 
+TEST_F(PreferenceFiles, AFileThatHasGrownTooLargeMeanwhileStaysWhole) {
+    Read("mute = yes\n");
+    SetPreference(AllGames, "mute", "no");
+    const std::string large = "# " + std::string(2 << 20, 'x') + "\nlarge-text = yes\n";
+    WriteTextFile(path, large);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(SavePreferences());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "log: " + path + ": cannot be read\n");
+    EXPECT_EQ(Text(), large);
+}
+
+TEST_F(PreferenceFiles, AHeadingWithoutANameIsNobodys) {
+    EXPECT_EQ(Read("music-volume = 80\n[game  ]\nmusic-volume = 10\n"),
+              "log: FILE:2: cannot be understood: [game  ]\n");
+    EXPECT_EQ(preferences.musicVolume, 80u);
+}
+
 TEST_F(PreferenceFiles, AValueThatThereIsNotChangesNothing) {
     Read("");
     EXPECT_FALSE(SetPreference(AllGames, "music-volume", "101"));

@@ -31,6 +31,13 @@ TEST(WindowPlace, LinesThatAreNoneAreLeftOut) {
     }
 }
 
+TEST(WindowPlace, ANameMayBeginWithBlanks) {
+    const std::string places = "1 2 600 400   Drift\n";
+    EXPECT_EQ(FindPlace(places, "  Drift"), (WindowFrame{1, 2, 600, 400}));
+    EXPECT_EQ(FindPlace(places, "Drift"), std::nullopt);
+    EXPECT_EQ(WithPlace(places, "  Drift", WindowFrame{9, 8, 800, 600}), "9 8 800 600   Drift\n");
+}
+
 TEST(WindowPlace, ANewPlaceTakesTheOldOnesAndAllOthersStay) {
     const std::string places = "1 2 600 400 Drift\n3 4 700 500 Other\n";
     EXPECT_EQ(WithPlace(places, "Drift", WindowFrame{9, -8, 800, 600}),

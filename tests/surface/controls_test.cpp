@@ -198,6 +198,15 @@ TEST_F(Controls, AreDumpedOneALine) {
               "field field \"The field\" value \"a\xC3\xA4z\" at 0,240 200x40 out-of-view\n");
 }
 
+TEST_F(Controls, ALineFeedInANameBeginsNoLine) {
+    BeginControls(surface, 200, 200, 1);
+    AddControl(surface, Role::Row, "/games/a\nb", "Pond\nbutton \"x\\").box = {0, 0, 100, 20};
+    EndControls(surface);
+    EXPECT_EQ(DumpControls(surface),
+              "surface \"Test\" 200x200\n"
+              "row /games/a\\x0Ab \"Pond\\x0Abutton \\\"x\\\\\" at 0,0 100x20 focused\n");
+}
+
 TEST_F(Controls, AListThatIsMadeAnewKeepsFocusAndCaret) {
     Focus(surface, "field");
     Press(kLeft);
