@@ -171,7 +171,7 @@ WindowFigures MeasureWindow(const Options& options, const Setting& setting) {
         processor = game.ProcessorTime() - before;
         seconds = passed.count();
         PressX11Key(kMarkKey);
-        SleepMs(300);
+        SleepMs(2000);  // large pictures may keep the key waiting
     }
     if (LongAt(image, measured.marks) != 2) {
         Fail(Row("the game took the measuring key %u times instead of twice, with the preferences ",

@@ -149,8 +149,8 @@ struct Desktop {
     // The same for the host's own surfaces: such a timer goes on while the game is held.
     TimerId (*startSurfaceTimer)(u64 microseconds, void (*handler)());
     void (*stopTimer)(TimerId timer);  // of either kind; 0 is ignored
-    // While the game is held no timer of its own fires and `nanoseconds` stands still. When it goes on, both
-    // do so from where they were.
+    // While the game is held no timer of its own fires and `nanoseconds` stands still. When it goes
+    // on, both do so from where they were.
     void (*holdGame)(bool held);
     // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
     void (*sleep)(u64 milliseconds);
