@@ -146,9 +146,11 @@ struct Desktop {
     // Calls `handler` on the main thread every `microseconds` (at least 1), first after one
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
-    void (*stopTimer)(TimerId timer);  // 0 is ignored
-    // While the game is held no timer fires and `nanoseconds` stands still. When it goes on, both
-    // do so from where they were.
+    // The same for the host's own surfaces: such a timer goes on while the game is held.
+    TimerId (*startSurfaceTimer)(u64 microseconds, void (*handler)());
+    void (*stopTimer)(TimerId timer);  // of either kind; 0 is ignored
+    // While the game is held no timer of its own fires and `nanoseconds` stands still. When it goes
+    // on, both do so from where they were.
     void (*holdGame)(bool held);
     // Halts the module for `milliseconds`; waiting redraws may be shown meanwhile.
     void (*sleep)(u64 milliseconds);
@@ -211,6 +213,7 @@ inline constinit Desktop desktop = {
     .clockWasRead = [] {},
     .localDateTime = [] { return DateTime{}; },
     .startTimer = [](u64, void (*)()) { return TimerId{0}; },
+    .startSurfaceTimer = [](u64, void (*)()) { return TimerId{0}; },
     .stopTimer = [](TimerId) {},
     .holdGame = [](bool) {},
     .sleep = [](u64) {},

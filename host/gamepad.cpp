@@ -213,6 +213,12 @@ void StopRepeating() {
     repeatingKey.reset();
 }
 
+// While a surface is open the game's timers may be held.
+TimerId StartRepeatTimer(u64 microseconds, void (*handler)()) {
+    return onSurface ? desktop.startSurfaceTimer(microseconds, handler)
+                     : desktop.startTimer(microseconds, handler);
+}
+
 void RepeatKey() {
     if (!repeatingKey) return;
     const Acting acting;
@@ -222,9 +228,9 @@ void RepeatKey() {
 void StartRepeating(u8 code) {
     StopRepeating();
     repeatingKey = code;
-    repeatTimer = desktop.startTimer(kRepeatDelayMicroseconds, [] {
+    repeatTimer = StartRepeatTimer(kRepeatDelayMicroseconds, [] {
         StopTimer(repeatTimer);
-        repeatTimer = desktop.startTimer(kRepeatMicroseconds, RepeatKey);
+        repeatTimer = StartRepeatTimer(kRepeatMicroseconds, RepeatKey);
         RepeatKey();
     });
 }
@@ -413,15 +419,18 @@ std::string DefaultPadAction(std::string_view control) {
 }
 
 void UsePadMap(const std::map<std::string, std::string>& choices) {
-    ReleasePad();
-    gameActions = TableOf(kDefaults);
+    ActionTable actions = TableOf(kDefaults);
     for (const auto& [name, chosen] : choices) {
         const u32 control = ControlNamed(name);
         const auto action = ActionNamed(chosen);
         if (control == kNoControl || !action) continue;
         if (action->kind == ActionKind::Pointer && !IsDirection(control)) continue;
-        gameActions[control] = *action;
+        actions[control] = *action;
     }
+    // It is told again with every other preference, which no held control must notice.
+    if (actions == gameActions) return;
+    ReleasePad();
+    gameActions = actions;
 }
 
 void UseSurfacePadMap(bool use) {

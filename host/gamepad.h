@@ -30,7 +30,8 @@ bool IsPadAction(std::string_view name);
 // What the control does unless the player says otherwise.
 std::string DefaultPadAction(std::string_view control);
 
-// The player's choices by the names above; what is none is left out. Lets go of everything held.
+// The player's choices by the names above; what is none is left out. Another map than before lets
+// go of everything held.
 void UsePadMap(const std::map<std::string, std::string>& choices);
 // While the host shows something of its own the pad moves about in that, whatever the player has
 // chosen for the game. Lets go of everything held.

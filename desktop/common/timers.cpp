@@ -9,9 +9,9 @@ u64 NextDeadline(u64 due, u64 interval, u64 now) {
     return due + ((now - due) / interval + 1) * interval;
 }
 
-TimerId StartTimer(Timers& timers, u64 now, u64 interval, void (*handler)()) {
+TimerId StartTimer(Timers& timers, u64 now, u64 interval, void (*handler)(), TimerOwner owner) {
     interval = std::max<u64>(interval, 1);
-    timers.running.push_back({++timers.newest, interval, now + interval, handler});
+    timers.running.push_back({++timers.newest, interval, now + interval, handler, owner});
     return timers.newest;
 }
 
@@ -19,22 +19,25 @@ void StopTimer(Timers& timers, TimerId timer) {
     std::erase_if(timers.running, [timer](const Timers::Timer& each) { return each.id == timer; });
 }
 
-// Of timers that are due together the first, which has been started first.
+// Of timers that are due together the first, which has been started first; null when every one is
+// held.
 static const Timers::Timer* EarliestTimer(const Timers& timers) {
-    const auto earliest = std::min_element(
-        timers.running.begin(), timers.running.end(),
-        [](const Timers::Timer& a, const Timers::Timer& b) { return a.due < b.due; });
-    return earliest == timers.running.end() ? nullptr : &*earliest;
+    const Timers::Timer* earliest = nullptr;
+    for (const Timers::Timer& each : timers.running) {
+        if (timers.held && each.owner == TimerOwner::Game) continue;
+        if (earliest == nullptr || each.due < earliest->due) earliest = &each;
+    }
+    return earliest;
 }
 
 u64 EarliestDeadline(const Timers& timers) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-    return timer == nullptr || timers.held ? kNever : timer->due;
+    return timer == nullptr ? kNever : timer->due;
 }
 
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)())) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-    if (timers.held || timer == nullptr || now < timer->due) return false;
+    if (timer == nullptr || now < timer->due) return false;
 
     const TimerId id = timer->id;
     call(timer->handler);
@@ -56,7 +59,9 @@ void LetTimersGo(Timers& timers, u64 now) {
     timers.held = false;
     const u64 time = now - timers.heldSince;
     timers.heldBefore += time;
-    for (Timers::Timer& each : timers.running) each.due += time;
+    for (Timers::Timer& each : timers.running) {
+        if (each.owner == TimerOwner::Game) each.due += time;
+    }
 }
 
 u64 TimeWithoutHolds(const Timers& timers, u64 now) {

@@ -368,6 +368,9 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
     desktop.startTimer = StartTimer;
+    desktop.startSurfaceTimer = [](u64 microseconds, void (*handler)()) {
+        return StartTimer(state.timers, state.now, microseconds, handler, TimerOwner::Host);
+    };
     desktop.stopTimer = [](TimerId timer) { StopTimer(state.timers, timer); };
     desktop.holdGame = [](bool held) {
         held ? HoldTimers(state.timers, state.now) : LetTimersGo(state.timers, state.now);

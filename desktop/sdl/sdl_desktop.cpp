@@ -176,6 +176,7 @@ bool StartSdlDesktop(std::string* error) {
         .clockWasRead = [] {},
         .localDateTime = [] { return DateOf(LocalParts()); },
         .startTimer = StartTimer,
+        .startSurfaceTimer = StartSurfaceTimer,
         .stopTimer = StopTimer,
         .holdGame = HoldGame,
         .sleep = SleepWithRedraw,

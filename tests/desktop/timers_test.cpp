@@ -95,6 +95,29 @@ TEST(Timers, WhileTheyAreHeldNoneFiresAndLaterTheyGoOnFromWhereTheyWere) {
     timers = {};
 }
 
+TEST(Timers, TheHostsOwnGoOnWhileThoseOfTheGameAreHeld) {
+    timers = {};
+    fired.clear();
+    StartTimer(timers, 0, 300, [] { fired += 'g'; });
+    StartTimer(
+        timers, 0, 500, [] { fired += 'h'; }, TimerOwner::Host);
+    HoldTimers(timers, 100);
+    EXPECT_EQ(EarliestDeadline(timers), 500u);
+    fakeNow = 500;
+    EXPECT_TRUE(Fire());
+    EXPECT_FALSE(Fire());
+    EXPECT_EQ(EarliestDeadline(timers), 1000u);
+    LetTimersGo(timers, 600);
+    // 200 were left of the game's; the host's kept its phase.
+    EXPECT_EQ(EarliestDeadline(timers), 800u);
+    fakeNow = 1000;
+    EXPECT_TRUE(Fire());
+    EXPECT_TRUE(Fire());
+    EXPECT_FALSE(Fire());
+    EXPECT_EQ(fired, "hgh");
+    timers = {};
+}
+
 TEST(Timers, AnIntervalOfNothingIsOne) {
     timers = {};
     StartTimer(timers, 0, 0, [] {});

@@ -224,6 +224,25 @@ TEST(PanelAndGame, TheGamepadOpensItMovesInItAndIsReleasedFirst) {
     EXPECT_EQ(session.recording, "100 pad-button dpleft down\n300 pad-button dpleft up\n");
 }
 
+TEST(PanelAndGame, AHeldDirectionRepeatsThereAlthoughTheGamesTimersAreHeld) {
+    // Down to the music's slider; left at 500 moves it by 5, and again at 1000, 1033 and 1066.
+    const std::string script = At(300, "pad-button guide down\n# pad-button guide up") +
+                               At(400, "pad-button dpdown down\n# pad-button dpdown up") +
+                               At(500, "pad-button dpleft down") +
+                               At(1080, "pad-button dpleft up") +
+                               At(1300, "pad-button b down\n# pad-button b up");
+    EXPECT_EQ(PlaySession(script).preferences, "music-volume = 80\n");
+    EXPECT_EQ(PlaySession(script, WithTimer()).preferences, "music-volume = 80\n");
+    // The stick likewise; and with the panel closed nothing goes on.
+    const std::string stick = At(300, "pad-button guide down\n# pad-button guide up") +
+                              At(400, "pad-button dpdown down\n# pad-button dpdown up") +
+                              At(500, "pad-axis leftx -1") +
+                              At(1010, "pad-button b down\n# pad-button b up");
+    const Session session = PlaySession(stick);
+    EXPECT_EQ(session.preferences, "music-volume = 90\n");
+    EXPECT_EQ(Told(session), Messages{});
+}
+
 // --- Choices
 
 TEST(PanelChoices, ASliderIsMovedByKeysAndSavedWhenThePanelCloses) {

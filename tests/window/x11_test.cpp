@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <utility>
 
 #include "desktop/desktop.h"
 #include "tests/support/desktop_probe.h"
@@ -360,6 +362,39 @@ TEST_F(X11, AlertsAreDismissedByReturnSpaceEscapeAndTheButton) {
     // The button lies 20 from the right and bottom edges of the box.
     Run("eval $(xdotool getwindowfocus getwindowgeometry --shell); "
         "xdotool mousemove --window $WINDOW $((WIDTH - 40)) $((HEIGHT - 35)) click 1");
+    EXPECT_GE(probe.WaitFor("dismissed", before), 0);
+}
+
+TEST_F(X11, OnAScreenWithAHighDensityAnAlertIsTwiceAsLarge) {
+    const auto alert = [](const std::string& text) {
+        if (text != "x") return;
+        desktop.alert("Something went wrong. So sorry.");
+        ProbeLog("dismissed");
+    };
+    StartProbe(alert);
+    const auto openedBox = [&] {
+        Run("xdotool key x");
+        probe.WaitForQuiet();
+        std::istringstream size(
+            OutputOf("eval $(xdotool getwindowfocus getwindowgeometry --shell); "
+                     "echo $WIDTH $HEIGHT"));
+        std::pair<int, int> box;
+        size >> box.first >> box.second;
+        return box;
+    };
+    const auto [width, height] = openedBox();
+    Run("xdotool key Return");
+    EXPECT_GE(probe.WaitFor("dismissed"), 0);
+    // It is read when the box opens.
+    Run("echo 'Xft.dpi: 192' | xrdb -merge");
+    const std::size_t before = probe.Log().size();
+    const auto [wide, high] = openedBox();
+    // Letters are placed on pixels, which are half as large for them.
+    EXPECT_NEAR(wide, 2 * width, 8);
+    EXPECT_NEAR(high, 2 * height, 8);
+    // The button lies 40 from the right and bottom edges.
+    Run("eval $(xdotool getwindowfocus getwindowgeometry --shell); "
+        "xdotool mousemove --window $WINDOW $((WIDTH - 80)) $((HEIGHT - 70)) click 1");
     EXPECT_GE(probe.WaitFor("dismissed", before), 0);
 }
 

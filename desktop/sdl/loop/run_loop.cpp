@@ -73,6 +73,11 @@ TimerId StartTimer(u64 microseconds, void (*handler)()) {
     return StartTimer(timers, Nanoseconds(), std::max<u64>(microseconds, 1) * 1000, handler);
 }
 
+TimerId StartSurfaceTimer(u64 microseconds, void (*handler)()) {
+    return StartTimer(timers, Nanoseconds(), std::max<u64>(microseconds, 1) * 1000, handler,
+                      TimerOwner::Host);
+}
+
 void StopTimer(TimerId timer) {
     StopTimer(timers, timer);
 }

@@ -11,6 +11,7 @@ void RequestTerminate();
 void SleepWithRedraw(u64 milliseconds);
 void QueueOnMain(void (*work)());  // any thread
 TimerId StartTimer(u64 microseconds, void (*handler)());
+TimerId StartSurfaceTimer(u64 microseconds, void (*handler)());
 void StopTimer(TimerId timer);
 
 void StartRunLoop();

@@ -91,7 +91,7 @@ static bool OpenBoxInGameWindow(Box& box) {
     int width = 0;
     int height = 0;
     SDL_GetWindowSize(game, &width, &height);
-    box.layout = LayOutBox(box.text->message, box.text->buttons, width, height);
+    box.layout = LayOutBox(box.text->message, box.text->buttons, width, height, 1);
     box.place = PlaceInGameWindow(box);
     // The window is there only once it has shown something.
     if (IsMainThread()) ShowView();
@@ -108,12 +108,13 @@ static bool OpenBoxWindow(Box& box) {
     const int display = parent != nullptr ? std::max(SDL_GetWindowDisplayIndex(parent), 0) : 0;
     SDL_GetDisplayUsableBounds(display, &usable);
     box.layout = LayOutBox(box.text->message, box.text->buttons, usable.w - kScreenMargin,
-                           usable.h - kScreenMargin);
-    const int x = usable.x + (usable.w - box.layout.width) / 2;
-    const int y = usable.y + (usable.h - box.layout.height) / 2;
+                           usable.h - kScreenMargin, DesktopDensity({0, 0, usable.w, usable.h}));
+    const int width = box.layout.width * box.layout.scale;
+    const int height = box.layout.height * box.layout.scale;
+    const int x = usable.x + (usable.w - width) / 2;
+    const int y = usable.y + (usable.h - height) / 2;
     box.place = {0, 0};
-    box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, box.layout.width,
-                                  box.layout.height, SDL_WINDOW_HIDDEN);
+    box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, width, height, SDL_WINDOW_HIDDEN);
     if (box.window == nullptr) return false;
     NameX11Window(box.window, box.text->title.c_str());
     box.windowId = SDL_GetWindowID(box.window);

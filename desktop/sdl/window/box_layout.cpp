@@ -93,9 +93,13 @@ static BoxLayout LayOut(cairo_t* context, const std::string& message,
 }
 
 BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& buttons, i32 widest,
-                    i32 highest) {
+                    i32 highest, i32 scale) {
+    widest /= scale;
+    highest /= scale;
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
     cairo_t* context = cairo_create(surface);
+    // Text is measured as it will be drawn, since its widths depend on that.
+    cairo_scale(context, scale, scale);
     BoxLayout box;
     for (i32 size = kLargestFont; size >= kSmallestFont; --size) {
         box = LayOut(context, message, buttons, widest, size);
@@ -110,6 +114,7 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
         for (Area& button : box.buttons) button.y -= excess;
         box.height = highest;
     }
+    box.scale = scale;
     return box;
 }
 
@@ -169,6 +174,7 @@ static void DrawButton(cairo_t* context, const Area& area, const std::string& te
 void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::string& message,
              const std::vector<std::string>& buttons, int focus, int pressed) {
     cairo_t* context = cairo_create(surface);
+    cairo_scale(context, layout.scale, layout.scale);
     SetColour(context, kBackground);
     cairo_paint(context);
     DrawSign(context, layout.sign);
@@ -204,6 +210,8 @@ void DrawFrame(cairo_surface_t* surface) {
 }
 
 int ButtonAt(const BoxLayout& layout, i32 x, i32 y) {
+    x /= layout.scale;
+    y /= layout.scale;
     for (std::size_t i = 0; i < layout.buttons.size(); ++i) {
         const Area& button = layout.buttons[i];
         if (x >= button.x && x < button.x + button.width && y >= button.y &&

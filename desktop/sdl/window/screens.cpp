@@ -1,14 +1,19 @@
 #include "desktop/sdl/window/screens.h"
-#include "desktop/sdl/window/points.h"
 
 #include <SDL_video.h>
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
 
 #include "desktop/events.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
 #include "desktop/sdl/loop/gate.h"
 #include "desktop/sdl/window/game_window.h"
+#include "desktop/sdl/window/points.h"
 #include "desktop/sdl/window/x11_monitors.h"
+#include "desktop/sdl/window/x11_side.h"
 
 namespace moxi {
 
@@ -94,6 +99,11 @@ void TellScreenChanges() {
     if (areas == knownScreens) return;
     knownScreens = std::move(areas);
     Tell(desktopEvents.screensChanged);
+}
+
+i32 DesktopDensity(const Area& mainScreen) {
+    if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") return 1;
+    return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"), mainScreen);
 }
 
 }  // namespace moxi

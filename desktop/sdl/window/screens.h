@@ -22,4 +22,9 @@ void HandleDisplayEvent();
 void TellScreenChanges();
 void StartScreens();
 
+// Pixels of a side of what the desktop takes for one of a plain screen: 1 or more, no more than
+// leaves room for the smallest window of a game on a screen of this size. On Wayland it is 1, since
+// the compositor enlarges by itself.
+i32 DesktopDensity(const Area& mainScreen);
+
 }  // namespace moxi

@@ -172,11 +172,7 @@ void CreateGameWindow(WindowFrame content) {
 static i32 StepsOf(const ViewScale& wanted) {
     switch (wanted.kind) {
         case ViewScale::Kind::Steps: return std::max(wanted.steps, 1);
-        case ViewScale::Kind::Automatic:
-            // A Wayland compositor enlarges by itself.
-            if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") return 1;
-            return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"),
-                             MainScreenArea());
+        case ViewScale::Kind::Automatic: return DesktopDensity(MainScreenArea());
         case ViewScale::Kind::Fit:
         case ViewScale::Kind::FitFractions: return 1;
     }
