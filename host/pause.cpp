@@ -232,7 +232,8 @@ void GatePad(DesktopEvents& gate) {
         if (NotePadAxis(axis, value, !IsPaused()) && !IsPaused()) {
             game.padAxis(axis, value);
         } else {
-            PadAxisChanged(axis, value);
+            // A stick that the surface has had does nothing in the game before it is let go.
+            PadAxisChanged(axis, IsPaused() ? value : 0);
         }
     };
 }

@@ -247,6 +247,19 @@ TEST(PanelAndGame, WhatATriggerReleasesByOpeningItIsRecorded) {
               "300 pad-axis lefttrigger 0\n300 key-up 0D \"w\"\n");
 }
 
+TEST(PanelAndGame, AStickThatThePanelHadMovesNothingUntilItIsLetGo) {
+    const std::string script =
+        At(300, "pad-button guide down\n# pad-button guide up") + At(400, "pad-axis rightx 1") +
+        At(500, kEscapeKey) + At(600, "pad-axis rightx 0.9") + At(1000, "pad-axis rightx 0") +
+        At(1200, "pad-button rightshoulder down\n# pad-button rightshoulder up");
+    const Session session = PlaySession(script);
+    const Session again = PlaySession(session.recording, {}, "", 1800);
+    EXPECT_EQ(again.messages, session.messages);
+    EXPECT_EQ(again.result.image, session.result.image);
+    EXPECT_EQ(session.recording,
+              "1000 pad-button rightshoulder down\n1000 pad-button rightshoulder up\n");
+}
+
 // --- Choices
 
 TEST(PanelChoices, ASliderIsMovedByKeysAndSavedWhenThePanelCloses) {
