@@ -326,6 +326,8 @@ void Press(u32 control) {
     const bool isNew = action.kind != ActionKind::None && !Holds(action);
     held[control] = action;
     if (!isNew) return;
+    // What is released for the panel may be the keyboard's, and belongs into a recording.
+    if (action.kind == ActionKind::Panel) return surfaceSlots.togglePanel();
     const Acting acting;
     switch (action.kind) {
         case ActionKind::Key:
@@ -336,9 +338,9 @@ void Press(u32 control) {
         case ActionKind::Command:
         case ActionKind::Option: TellModifiers(); break;
         case ActionKind::Mouse: desktopEvents.mouseDown(action.code, pointerX, pointerY, 1); break;
-        case ActionKind::Panel: surfaceSlots.togglePanel(); break;
         case ActionKind::None:
-        case ActionKind::Pointer: break;
+        case ActionKind::Pointer:
+        case ActionKind::Panel: break;
     }
 }
 

@@ -38,7 +38,8 @@ struct WindowNews {
 
 constinit u32 reasons = 0;  // bits
 constinit bool standing = false;
-constinit u64 standsAt = 0;  // how many messages have to have left the queue
+constinit bool releasing = false;  // what is held, when the pause begins
+constinit u64 standsAt = 0;        // how many messages have to have left the queue
 constinit WindowNews news;
 constinit ViewRect owedRedraw;  // empty when none is
 std::vector<Message> owedMessages;
@@ -169,7 +170,8 @@ void GateKeys(DesktopEvents& gate) {
     };
     gate.flagsChanged = [](bool shift, bool command, bool option) {
         NoteModifiers({shift, command, option});
-        if (!IsPaused()) game.flagsChanged(shift, command, option);
+        // The pad lets go of its modifier keys by way of here.
+        if (!IsPaused() || releasing) game.flagsChanged(shift, command, option);
     };
 }
 
@@ -230,7 +232,8 @@ void GatePad(DesktopEvents& gate) {
         if (NotePadAxis(axis, value, !IsPaused()) && !IsPaused()) {
             game.padAxis(axis, value);
         } else {
-            PadAxisChanged(axis, value);
+            // A stick that the surface has had does nothing in the game before it is let go.
+            PadAxisChanged(axis, IsPaused() ? value : 0);
         }
     };
 }
@@ -338,7 +341,9 @@ bool Pause(PauseReason reason) {
     reasons |= Bit(reason);
     if (!first) return true;
     news = {.fullScreenBefore = desktop.isFullScreen()};
+    releasing = true;
     ReleaseHeldInput(game);
+    releasing = false;
     // One that waits already is delivered before them, in its own time.
     standsAt = MessagesTaken() + QueueLength();
     StandStillWhenTold();

@@ -243,6 +243,42 @@ TEST(PanelAndGame, AHeldDirectionRepeatsThereAlthoughTheGamesTimersAreHeld) {
     EXPECT_EQ(Told(session), Messages{});
 }
 
+TEST(PanelAndGame, AModifierKeyOfTheGamepadIsReleasedFirst) {
+    const std::string script =
+        At(100, "pad-button x down") + At(300, "pad-button guide down\n# pad-button guide up") +
+        At(400, "pad-button x up") + At(1300, kEscapeKey) + At(1400, Key("00", "a"));
+    const Session session = PlaySession(script, {}, "pad.x = shift\n");
+    EXPECT_EQ(session.controls, "");
+    EXPECT_EQ(Told(session), (Messages{{MSG_DOWN, 0x10, 0, 0},
+                                       {MSG_UP, 0x10, 0, 0},
+                                       {MSG_DOWN, 0x41, 1, 0},
+                                       {MSG_CHAR, 0x61, 0, 0},
+                                       {MSG_UP, 0x41, 1, 0}}));
+}
+
+TEST(PanelAndGame, WhatATriggerReleasesByOpeningItIsRecorded) {
+    const std::string script = At(100, "key-down 0D \"w\"") +
+                               At(300, "pad-axis lefttrigger 1\n# pad-axis lefttrigger 0") +
+                               At(400, "key-up 0D \"w\"") + At(1300, kEscapeKey);
+    const Session session = PlaySession(script, {}, "pad.lefttrigger = panel\n");
+    EXPECT_EQ(session.recording,
+              "100 key-down 0D \"w\"\n300 pad-axis lefttrigger 1\n"
+              "300 pad-axis lefttrigger 0\n300 key-up 0D \"w\"\n");
+}
+
+TEST(PanelAndGame, AStickThatThePanelHadMovesNothingUntilItIsLetGo) {
+    const std::string script =
+        At(300, "pad-button guide down\n# pad-button guide up") + At(400, "pad-axis rightx 1") +
+        At(500, kEscapeKey) + At(600, "pad-axis rightx 0.9") + At(1000, "pad-axis rightx 0") +
+        At(1200, "pad-button rightshoulder down\n# pad-button rightshoulder up");
+    const Session session = PlaySession(script);
+    const Session again = PlaySession(session.recording, {}, "", 1800);
+    EXPECT_EQ(again.messages, session.messages);
+    EXPECT_EQ(again.result.image, session.result.image);
+    EXPECT_EQ(session.recording,
+              "1000 pad-button rightshoulder down\n1000 pad-button rightshoulder up\n");
+}
+
 // --- Choices
 
 TEST(PanelChoices, ASliderIsMovedByKeysAndSavedWhenThePanelCloses) {
