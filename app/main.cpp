@@ -191,7 +191,8 @@ Status ServeTheKit(Options& options) {
     if (options.game.empty()) {
         if (CanOpenShelf(options)) RunShelf(options);
         PrintUsage();
-        ListShelf(options);
+        // A headless run is the same for everybody: it knows of no player's games.
+        if (!options.headless) ListShelf(options);
         return kWrongCommandLine;
     }
     options.named = options.game;

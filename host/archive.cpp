@@ -300,7 +300,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
         std::error_code error;
         bytes += fs::file_size(fs::path(folder) / name, error);
         std::string problem = WhyNoName(name, limits);
-        if (!problem.empty()) return name + ": " + problem;
+        if (!problem.empty()) return problem.insert(0, name + ": ");
         problem = AddFile(archive.get(), fs::path(folder) / name, name);
         if (!problem.empty()) return problem;
     }

@@ -41,7 +41,7 @@ std::string HashOfFile(int file) {
 std::string HashOfFile(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0) return "";
-    const std::string hash = HashOfFile(file);
+    std::string hash = HashOfFile(file);
     close(file);
     return hash;
 }
