@@ -184,8 +184,7 @@ TEST(CommandLine, AFileThatIsNoModuleIsRefused) {
 TEST(CommandLine, WithoutAGameTheUsageIsPrinted) {
     const ProgramResult result = RunProgram("moxi", {"--headless"});
     EXPECT_EQ(result.status, 2);
-    // The games of the build folder are listed.
-    EXPECT_NE(result.output.find("MOXI Demo\t"), std::string::npos);
+    EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.errors.rfind("usage: moxi", 0), 0u) << result.errors;
 }
 
