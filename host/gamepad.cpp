@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
+#include <span>
 
 #include "desktop/desktop.h"
 #include "desktop/events.h"
@@ -83,69 +84,41 @@ struct Choice {
     std::string_view action;
 };
 
-// A confirms and X is the other key of most games; both sides of the pad point and click.
-constexpr Choice kDefaults[] = {
-    {"a", "return"},
-    {"b", "escape"},
-    {"x", "space"},
-    {"y", "tab"},
-    {"back", "escape"},
-    {"guide", "panel"},
-    {"start", "return"},
-    {"rightstick", "mouse-left"},
-    {"rightshoulder", "mouse-left"},
-    {"leftshoulder", "mouse-right"},
-    {"dpup", "up"},
-    {"dpdown", "down"},
-    {"dpleft", "left"},
-    {"dpright", "right"},
-    {"leftx-", "left"},
-    {"leftx+", "right"},
-    {"lefty-", "up"},
-    {"lefty+", "down"},
-    {"rightx-", "pointer"},
-    {"rightx+", "pointer"},
-    {"righty-", "pointer"},
+// A confirms and X is the other key of most games.
+constexpr Choice kEverywhere[] = {
+    {"a", "return"},     {"b", "escape"},    {"x", "space"},       {"y", "tab"},
+    {"back", "escape"},  {"guide", "panel"}, {"start", "return"},  {"dpup", "up"},
+    {"dpdown", "down"},  {"dpleft", "left"}, {"dpright", "right"}, {"leftx-", "left"},
+    {"leftx+", "right"}, {"lefty-", "up"},   {"lefty+", "down"},
+};
+
+// Both sides of the pad point and click.
+constexpr Choice kInGames[] = {
+    {"rightstick", "mouse-left"}, {"rightshoulder", "mouse-left"}, {"leftshoulder", "mouse-right"},
+    {"rightx-", "pointer"},       {"rightx+", "pointer"},          {"righty-", "pointer"},
     {"righty+", "pointer"},
 };
 
 // The host's own surfaces know these keys.
 constexpr Choice kOnSurfaces[] = {
-    {"a", "return"},
-    {"b", "escape"},
-    {"x", "space"},
-    {"y", "tab"},
-    {"back", "escape"},
-    {"guide", "panel"},
-    {"start", "return"},
-    {"dpup", "up"},
-    {"dpdown", "down"},
-    {"dpleft", "left"},
-    {"dpright", "right"},
-    {"leftx-", "left"},
-    {"leftx+", "right"},
-    {"lefty-", "up"},
-    {"lefty+", "down"},
-    {"rightx-", "left"},
-    {"rightx+", "right"},
-    {"righty-", "page-up"},
-    {"righty+", "page-down"},
-    {"rightshoulder", "page-down"},
-    {"leftshoulder", "page-up"},
+    {"rightx-", "left"},      {"rightx+", "right"},           {"righty-", "page-up"},
+    {"righty+", "page-down"}, {"rightshoulder", "page-down"}, {"leftshoulder", "page-up"},
 };
 
-template <std::size_t n>
-ActionTable TableOf(const Choice (&choices)[n]) {
+// What is so everywhere, and these.
+ActionTable TableOf(std::span<const Choice> choices) {
     ActionTable table;
-    for (const Choice& choice : choices) {
+    const auto add = [&table](const Choice& choice) {
         table[ControlNamed(choice.control)] = ActionNamed(choice.action).value();
-    }
+    };
+    for (const Choice& choice : kEverywhere) add(choice);
+    for (const Choice& choice : choices) add(choice);
     return table;
 }
 
 // --- State
 
-ActionTable gameActions = TableOf(kDefaults);
+ActionTable gameActions = TableOf(kInGames);
 const ActionTable surfaceActions = TableOf(kOnSurfaces);
 constinit bool onSurface = false;
 
@@ -414,14 +387,17 @@ bool IsPadAction(std::string_view name) {
 }
 
 std::string DefaultPadAction(std::string_view control) {
-    for (const Choice& choice : kDefaults) {
-        if (choice.control == control) return std::string(choice.action);
+    const std::span<const Choice> tables[] = {kEverywhere, kInGames};
+    for (const std::span<const Choice> choices : tables) {
+        for (const Choice& choice : choices) {
+            if (choice.control == control) return std::string(choice.action);
+        }
     }
     return "none";
 }
 
 void UsePadMap(const std::map<std::string, std::string>& choices) {
-    ActionTable actions = TableOf(kDefaults);
+    ActionTable actions = TableOf(kInGames);
     for (const auto& [name, chosen] : choices) {
         const u32 control = ControlNamed(name);
         const auto action = ActionNamed(chosen);
@@ -449,7 +425,7 @@ void ReleasePad() {
 void ResetGamepad() {
     repeatTimer = pointerTimer = 0;
     repeatingKey.reset();
-    gameActions = TableOf(kDefaults);
+    gameActions = TableOf(kInGames);
     onSurface = padIsActing = false;
     pressed = {};
     held = {};

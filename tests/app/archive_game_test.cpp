@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/players_home.h"
 #include "tests/support/zip_bytes.h"
 
 namespace moxi {
@@ -22,24 +23,9 @@ struct Player {
     std::string game = home.path + "/game";
     std::string cache = home.path + "/.cache/moxi/archives";
 
-    Player() {
-        WriteGame(game, R"(
-        .stack 4096
-        .heap 4096
-        .code
-        LINK 0, 0
-        RETURN 0
-)");
-    }
-    ProgramResult Run(std::vector<std::string> arguments) const {
-        std::vector<std::string> all = {"-u",
-                                        "XDG_CACHE_HOME",
-                                        "-u",
-                                        "XDG_STATE_HOME",
-                                        "HOME=" + home.path,
-                                        MOXI_BIN_DIR "/moxi"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return RunProgram("/usr/bin/env", all, home.path);
+    Player() { WriteGame(game, kGameThatDoesNothing); }
+    ProgramResult Run(const std::vector<std::string>& arguments) const {
+        return RunAtHome(home.path, arguments);
     }
     ProgramResult Play(const std::string& name) const {
         return Run({"--headless", "--run-ms", "20", name});

@@ -12,6 +12,7 @@
 #include "surface/add_game.h"
 #include "surface/shelf_cards.h"
 #include "tests/support/headless_run.h"
+#include "tests/support/players_home.h"
 #include "tests/support/zip_bytes.h"
 
 namespace moxi {
@@ -40,15 +41,8 @@ class Shelf : public testing::Test {
                           "</string><key>ZULGameLicence</key><string>Free of " + name +
                           "</string></dict></plist>");
     }
-    ProgramResult Run(std::vector<std::string> options) const {
-        std::vector<std::string> all = {"-u",
-                                        "XDG_CACHE_HOME",
-                                        "-u",
-                                        "XDG_STATE_HOME",
-                                        "HOME=" + home.path,
-                                        MOXI_BIN_DIR "/moxi"};
-        all.insert(all.end(), options.begin(), options.end());
-        return RunProgram("/usr/bin/env", all, home.path);
+    ProgramResult Run(const std::vector<std::string>& options) const {
+        return RunAtHome(home.path, options);
     }
     // The shelf's controls after this script. What it logged is in `logged`.
     std::vector<std::string> After(const std::string& script) {

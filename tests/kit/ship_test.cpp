@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/players_home.h"
 
 namespace moxi {
 
@@ -25,15 +26,7 @@ struct Workplace {
     std::string game = folder.path + "/game";
     std::string out = folder.path + "/out";
 
-    Workplace() {
-        WriteGame(game, R"(
-        .stack 4096
-        .heap 4096
-        .code
-        LINK 0, 0
-        RETURN 0
-)");
-    }
+    Workplace() { WriteGame(game, kGameThatDoesNothing); }
     ProgramResult Ship(const std::string& first, const std::string& second) const {
         return RunProgram("moxi", {"--bundle", first, second}, folder.path);
     }
