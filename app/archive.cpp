@@ -61,18 +61,26 @@ std::string ContentsOf(const fs::path& folder) {
     fs::recursive_directory_iterator entry(folder, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
         struct stat status;
-        if (lstat(entry->path().c_str(), &status) != 0) return "";
-        if (S_ISDIR(status.st_mode)) continue;
+        if (lstat(entry->path().c_str(), &status) != 0) {
+            return "";
+        }
+        if (S_ISDIR(status.st_mode)) {
+            continue;
+        }
         lines.push_back(entry->path().string() +
                         FormatText(" %o %lld %lld.%9.9ld\n", status.st_mode,
                                    static_cast<long long>(status.st_size),
                                    static_cast<long long>(status.st_mtim.tv_sec),
                                    status.st_mtim.tv_nsec));
     }
-    if (error) return "";
+    if (error) {
+        return "";
+    }
     std::sort(lines.begin(), lines.end());
     std::string text;
-    for (const std::string& line : lines) text += line.substr(folder.string().size());
+    for (const std::string& line : lines) {
+        text += line.substr(folder.string().size());
+    }
     return HashOfText(text);
 }
 
@@ -90,7 +98,9 @@ bool IsWhole(const Place& place) {
 std::string UnpackApart(int file, const std::string& path, const fs::path& folder,
                         bool restricted) {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return std::strerror(errno);
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return std::strerror(errno);
+    }
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
@@ -99,7 +109,9 @@ std::string UnpackApart(int file, const std::string& path, const fs::path& folde
             FilterGameCalls();
         }
         const rlimit memory = {kMostMemory, kMostMemory};
-        if (!kCheckedAccess) setrlimit(RLIMIT_DATA, &memory);
+        if (!kCheckedAccess) {
+            setrlimit(RLIMIT_DATA, &memory);
+        }
         const std::string problem = UnpackArchive(file, folder);
         const ssize_t told = write(ends[1], problem.data(), problem.size());
         _exit(problem.empty() && told == 0 ? 0 : 1);
@@ -115,7 +127,9 @@ std::string UnpackApart(int file, const std::string& path, const fs::path& folde
     close(ends[0]);
     int status = 0;
     const bool ended = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
-    if (ended && WEXITSTATUS(status) == 0) return "";
+    if (ended && WEXITSTATUS(status) == 0) {
+        return "";
+    }
     return ended && size > 0 ? std::string(text, static_cast<size_t>(size)) : "cannot be unpacked";
 }
 
@@ -123,7 +137,9 @@ std::string UnpackApart(int file, const std::string& path, const fs::path& folde
 std::string TakePlace(const fs::path& unfinished, const Place& place) {
     std::error_code error;
     fs::rename(unfinished, place.own, error);
-    if (!error || IsWhole(place)) return "";
+    if (!error || IsWhole(place)) {
+        return "";
+    }
     // What stands there is damaged.
     const fs::path old = unfinished.string() + "-old";
     fs::rename(place.own, old, error);
@@ -140,7 +156,9 @@ void RemoveOld(const fs::path& all) {
         const bool isUnfinished = entry.path().filename().string().rfind(kUnfinished, 0) == 0;
         const auto used =
             fs::last_write_time(isUnfinished ? entry.path() : entry.path() / kContents, error);
-        if (error || now - used < (isUnfinished ? kUnfinishedKept : kKept)) continue;
+        if (error || now - used < (isUnfinished ? kUnfinishedKept : kKept)) {
+            continue;
+        }
         fs::remove_all(entry.path(), error);
     }
 }
@@ -168,14 +186,20 @@ std::string Unpack(int file, const std::string& path, const Place& place, bool r
 // Finds the archive's place in the cache and fills it where that has not been done.
 std::string FindUnpacked(int file, const Options& options, Place& place) {
     struct stat status;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return "no file";
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return "no file";
+    }
     if (static_cast<u64>(status.st_size) > ArchiveLimits().archiveBytes) {
         return "too large for an archive of a game";
     }
     const std::string hash = HashOfFile(file);
-    if (hash.empty() || lseek(file, 0, SEEK_SET) != 0) return "cannot be read";
+    if (hash.empty() || lseek(file, 0, SEEK_SET) != 0) {
+        return "cannot be read";
+    }
     const std::string cache = BaseFolder("XDG_CACHE_HOME", ".cache");
-    if (cache.empty()) return "there is no cache folder to unpack it to";
+    if (cache.empty()) {
+        return "there is no cache folder to unpack it to";
+    }
     const std::string name = fs::path(options.game).filename();
     constexpr size_t kKeyDigits = 32;
     place.all = fs::path(cache) / "moxi" / "archives";
@@ -183,7 +207,9 @@ std::string FindUnpacked(int file, const Options& options, Place& place) {
     place.folder = place.own / name;
     if (!IsWhole(place)) {
         std::string problem = Unpack(file, options.game, place, options.sandbox);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
     std::error_code error;
     fs::last_write_time(place.own / kContents, fs::file_time_type::clock::now(), error);
@@ -193,15 +219,23 @@ std::string FindUnpacked(int file, const Options& options, Place& place) {
 }  // namespace
 
 std::string PrepareArchive(Options& options) {
-    if (!IsArchive(options.game)) return "";
+    if (!IsArchive(options.game)) {
+        return "";
+    }
     const int file = open(options.game.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0) return options.game + ": " + std::strerror(errno);
+    if (file < 0) {
+        return options.game + ": " + std::strerror(errno);
+    }
     Place place;
     std::string problem = FindUnpacked(file, options, place);
     close(file);
-    if (!problem.empty()) return options.game + ": " + problem;
+    if (!problem.empty()) {
+        return options.game + ": " + problem;
+    }
     const std::string game = GameInFolder(place.folder, problem);
-    if (!problem.empty()) return options.game + ": " + problem;
+    if (!problem.empty()) {
+        return options.game + ": " + problem;
+    }
     std::error_code error;
     folders.archive = fs::canonical(options.game, error);
     options.game = game;

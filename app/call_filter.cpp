@@ -162,7 +162,9 @@ scmp_arg_cmp HasBits(u32 argument, u64 mask, u64 value) {
 class Filter {
   public:
     explicit Filter(u32 otherwise) : context(seccomp_init(otherwise)) {
-        if (context == nullptr) return;
+        if (context == nullptr) {
+            return;
+        }
         // Calls that are made in the manner of another processor, such as the 32-bit ones.
         seccomp_attr_set(context, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_ERRNO(EPERM));
         // Without this flag the kernel turns speculation past stores off for a process with a
@@ -172,7 +174,9 @@ class Filter {
         seccomp_attr_set(context, SCMP_FLTATR_CTL_TSYNC, 1);
     }
     ~Filter() {
-        if (context != nullptr) seccomp_release(context);
+        if (context != nullptr) {
+            seccomp_release(context);
+        }
     }
     Filter(const Filter&) = delete;
     Filter& operator=(const Filter&) = delete;
@@ -183,13 +187,17 @@ class Filter {
     // The same where one argument fits.
     void Add(u32 action, const char* name, std::initializer_list<scmp_arg_cmp> conditions) {
         const int number = seccomp_syscall_resolve_name(name);
-        if (context == nullptr || number == __NR_SCMP_ERROR) return;
+        if (context == nullptr || number == __NR_SCMP_ERROR) {
+            return;
+        }
         seccomp_rule_add_array(context, action, number, static_cast<u32>(conditions.size()),
                                conditions.begin());
     }
 
     std::string Load() {
-        if (context == nullptr) return "no memory";
+        if (context == nullptr) {
+            return "no memory";
+        }
         const int result = seccomp_load(context);
         return result == 0 ? "" : std::strerror(-result);
     }
@@ -210,7 +218,9 @@ void RefuseSignals(Filter& filter) {
 // Threads may be made, processes not. What asks for threads in the newer way is told to take the
 // older one, whose flags a filter can see.
 void RefuseProcesses(Filter& filter) {
-    if (kCheckedAccess) return;
+    if (kCheckedAccess) {
+        return;
+    }
     filter.Add(RefusedAction(), "clone", {HasBits(0, CLONE_THREAD, 0)});
     filter.Add(SCMP_ACT_ERRNO(ENOSYS), "clone3");
 }
@@ -218,10 +228,14 @@ void RefuseProcesses(Filter& filter) {
 }  // namespace
 
 std::string FilterGameCalls() {
-    if (kTellRefusedCalls) TellRefusedCalls();
+    if (kTellRefusedCalls) {
+        TellRefusedCalls();
+    }
     Filter filter(SCMP_ACT_ALLOW);
     for (const char* const name : kRefused) {
-        if (!IsNeededByReports(name)) filter.Add(RefusedAction(), name);
+        if (!IsNeededByReports(name)) {
+            filter.Add(RefusedAction(), name);
+        }
     }
     for (const char* const call : {"socket", "socketpair"}) {
         filter.Add(RefusedAction(), call, {IsNot(0, AF_UNIX)});
@@ -252,7 +266,9 @@ void AddCallsOfHelper(Filter& filter) {
 
 void LoadForHelper(Filter& filter) {
     // The reports of a checked build take more than a helper does.
-    if (kCheckedAccess) return;
+    if (kCheckedAccess) {
+        return;
+    }
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     filter.Load();
 }
@@ -281,7 +297,9 @@ void LimitResources() {
     for (const auto& [resource, most] :
          {std::pair{RLIMIT_NOFILE, kMostOpenFiles}, std::pair{RLIMIT_NPROC, kMostProcesses}}) {
         rlimit limit = {};
-        if (getrlimit(resource, &limit) != 0) continue;
+        if (getrlimit(resource, &limit) != 0) {
+            continue;
+        }
         limit.rlim_cur = std::min(limit.rlim_cur, most);
         limit.rlim_max = limit.rlim_cur;
         setrlimit(resource, &limit);

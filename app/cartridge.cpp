@@ -51,7 +51,9 @@ int Refuse(const std::string& path, const std::string& why) {
 
 bool IsCartridge(const fs::path& path) {
     std::error_code error;
-    if (!fs::is_regular_file(path, error) || path.filename() == kModuleFile) return false;
+    if (!fs::is_regular_file(path, error) || path.filename() == kModuleFile) {
+        return false;
+    }
     return path.extension() == ".wasm" || ReadFileOrNothing(path, kWasmStart.size()) == kWasmStart;
 }
 
@@ -67,7 +69,9 @@ std::string KeyOf(const Cartridge& cartridge) {
 // The last part of the path without its extension, where that can name a game.
 std::string NameOf(const fs::path& path) {
     std::string name = path.stem().string();
-    if (name.empty() || name[0] == '.') name = "cartridge";
+    if (name.empty() || name[0] == '.') {
+        name = "cartridge";
+    }
     return name;
 }
 
@@ -84,8 +88,12 @@ bool ReplaceFile(const fs::path& path, std::string_view bytes) {
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
     std::error_code error;
-    if (file) fs::rename(part, path, error);
-    if (file && !error) return true;
+    if (file) {
+        fs::rename(part, path, error);
+    }
+    if (file && !error) {
+        return true;
+    }
     fs::remove(part, error);
     return false;
 }
@@ -96,7 +104,9 @@ int TranslateCartridge(const Cartridge& cartridge, const std::string& key) {
     options.libraryFolder = OwnResource("library");
     const Translation made = Translate(cartridge.console, options);
     if (!made.ok) {
-        for (const std::string& error : made.errors) Refuse(cartridge.path, error);
+        for (const std::string& error : made.errors) {
+            Refuse(cartridge.path, error);
+        }
         return kFailed;
     }
     const std::string_view module(reinterpret_cast<const char*>(made.bytes.data()),
@@ -115,7 +125,9 @@ int TranslateCartridge(const Cartridge& cartridge, const std::string& key) {
 int TranslateApart(const Cartridge& cartridge, const std::string& key, bool restricted) {
     const pid_t child = fork();
     if (child == 0) {
-        if (restricted) StartSandbox({.game = cartridge.path, .dataFolder = cartridge.place});
+        if (restricted) {
+            StartSandbox({.game = cartridge.path, .dataFolder = cartridge.place});
+        }
         _exit(TranslateCartridge(cartridge, key));
     }
     int status = 0;
@@ -128,7 +140,9 @@ int TranslateApart(const Cartridge& cartridge, const std::string& key, bool rest
 }  // namespace
 
 std::optional<int> PrepareCartridge(Options& options) {
-    if (!IsCartridge(options.game)) return std::nullopt;
+    if (!IsCartridge(options.game)) {
+        return std::nullopt;
+    }
     Cartridge cartridge;
     cartridge.path = options.game;
     std::error_code error;
@@ -136,12 +150,18 @@ std::optional<int> PrepareCartridge(Options& options) {
         return Refuse(cartridge.path, error ? error.message() : "too large for a cartridge");
     }
     cartridge.bytes = ReadFileOrNothing(cartridge.path);
-    if (cartridge.bytes.empty()) return Refuse(cartridge.path, "empty, or it cannot be read");
+    if (cartridge.bytes.empty()) {
+        return Refuse(cartridge.path, "empty, or it cannot be read");
+    }
     const std::string console = OwnResource("wasm4/console.wasm");
     cartridge.console = ReadFileOrNothing(console);
-    if (cartridge.console.empty()) return Refuse(console, "cannot be read");
+    if (cartridge.console.empty()) {
+        return Refuse(console, "cannot be read");
+    }
     const fs::path cache = BaseFolder("XDG_CACHE_HOME", ".cache");
-    if (cache.empty()) return Refuse(cartridge.path, "there is no cache folder to translate it to");
+    if (cache.empty()) {
+        return Refuse(cartridge.path, "there is no cache folder to translate it to");
+    }
     constexpr size_t kFolderName = 16;
     const std::string real = fs::canonical(cartridge.path, error).string();
     cartridge.place = cache / "moxi" / "cartridges" / HashOfText(real).substr(0, kFolderName);
@@ -150,7 +170,9 @@ std::optional<int> PrepareCartridge(Options& options) {
     if (ReadFileOrNothing(cartridge.place / "KEY") != key ||
         !fs::exists(cartridge.game / kModuleFile, error)) {
         fs::create_directories(cartridge.game, error);
-        if (error) return Refuse(cartridge.game.string(), error.message());
+        if (error) {
+            return Refuse(cartridge.game.string(), error.message());
+        }
         if (const int status = TranslateApart(cartridge, key, options.sandbox)) {
             // Nothing is left of what is no cartridge.
             fs::remove_all(cartridge.place, error);

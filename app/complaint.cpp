@@ -44,7 +44,9 @@ int RefuseGame(const Options& options, const std::string& what) {
 }
 
 void TellOfDamagedModule() {
-    if (hasTerminal || fatalMessageShown) return;
+    if (hasTerminal || fatalMessageShown) {
+        return;
+    }
     desktop.alert(WithoutControls(folders.gameName) +
                   ": the game's MAIN.MX is damaged or not complete.");
 }

@@ -47,37 +47,51 @@ void Report(const std::string& path) {
 
 bool WriteImage(const std::string& path) {
     std::FILE* const file = outputFiles.open(path);
-    if (file == nullptr) return false;
+    if (file == nullptr) {
+        return false;
+    }
     const bool written = std::fwrite(image, 1, imageSize, file) == imageSize;
     return std::fclose(file) == 0 && written;
 }
 
 bool WriteControls(const std::string& path) {
     std::FILE* const file = outputFiles.open(path);
-    if (file == nullptr) return false;
+    if (file == nullptr) {
+        return false;
+    }
     const std::string text = DumpShownControls();
     const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
     return std::fclose(file) == 0 && written;
 }
 
 void WriteDumps() {
-    if (!dumps.image.empty() && !WriteImage(dumps.image)) Report(dumps.image);
+    if (!dumps.image.empty() && !WriteImage(dumps.image)) {
+        Report(dumps.image);
+    }
     if (!dumps.screen.empty() && screenBitmap.pixels != nullptr &&
         !WritePngFile(dumps.screen, screenBitmap.pixels, screenBitmap.width, screenBitmap.height,
                       screenBitmap.stride, PngFormat::Rgba)) {
         Report(dumps.screen);
     }
-    if (!dumps.view.empty() && !WriteScreenshot(dumps.view)) Report(dumps.view);
-    if (!dumps.controls.empty() && !WriteControls(dumps.controls)) Report(dumps.controls);
+    if (!dumps.view.empty() && !WriteScreenshot(dumps.view)) {
+        Report(dumps.view);
+    }
+    if (!dumps.controls.empty() && !WriteControls(dumps.controls)) {
+        Report(dumps.controls);
+    }
 }
 
 }  // namespace
 
 void WriteDumpsOfForcedEnd() {
-    if (finishing.exchange(true)) return;
+    if (finishing.exchange(true)) {
+        return;
+    }
     CloseProfileOfBusyModule();
     SettleTranslatedRun();
-    if (moduleStarted > 0) WriteDumps();
+    if (moduleStarted > 0) {
+        WriteDumps();
+    }
     EndLog();
 }
 
@@ -87,12 +101,20 @@ void PrepareFinish(const Options& options) {
 
 void Finish(int status) {
     // A failure while the end is being written ends at once.
-    if (finishing.exchange(true)) std::_Exit(status);
-    if (moduleStarted > 0) WriteDumps();
-    if (moduleStarted == 0 && status == 1) TellOfDamagedModule();
+    if (finishing.exchange(true)) {
+        std::_Exit(status);
+    }
+    if (moduleStarted > 0) {
+        WriteDumps();
+    }
+    if (moduleStarted == 0 && status == 1) {
+        TellOfDamagedModule();
+    }
     RecordPlayEnd();
     SavePreferences();
-    if (moduleStarted > 0) SaveWindowPlace();
+    if (moduleStarted > 0) {
+        SaveWindowPlace();
+    }
     CloseProfile();
     CloseTrace();
     CloseDebugger(status);

@@ -32,7 +32,9 @@ void Send(int pipe, const void* bytes, size_t size) {
     const char* at = static_cast<const char*>(bytes);
     while (size > 0) {
         const ssize_t count = write(pipe, at, size);
-        if (count <= 0) _exit(1);
+        if (count <= 0) {
+            _exit(1);
+        }
         at += count;
         size -= static_cast<size_t>(count);
     }
@@ -51,7 +53,9 @@ void SendText(int pipe, const std::string& text) {
 // The picture in the means of squares of whole pixels.
 PngPicture Smaller(const PngPicture& picture) {
     const u32 step = (std::max(picture.width, picture.height) + kLargestSide - 1) / kLargestSide;
-    if (step <= 1) return picture;
+    if (step <= 1) {
+        return picture;
+    }
     PngPicture small = {picture.width / step, picture.height / step, {}};
     for (u32 y = 0; y < small.height; ++y) {
         for (u32 x = 0; x < small.width; ++x) {
@@ -59,9 +63,13 @@ PngPicture Smaller(const PngPicture& picture) {
             for (u32 row = y * step; row < (y + 1) * step; ++row) {
                 const u8* const pixels =
                     picture.pixels.data() + 4 * (size_t{row} * picture.width + size_t{x} * step);
-                for (u32 i = 0; i < 4 * step; ++i) sums[i % 4] += pixels[i];
+                for (u32 i = 0; i < 4 * step; ++i) {
+                    sums[i % 4] += pixels[i];
+                }
             }
-            for (const u32 sum : sums) small.pixels.push_back(static_cast<u8>(sum / (step * step)));
+            for (const u32 sum : sums) {
+                small.pixels.push_back(static_cast<u8>(sum / (step * step)));
+            }
         }
     }
     return small;
@@ -75,7 +83,9 @@ void SendGame(int pipe, const GameToRead& game) {
     SendText(pipe, info.licence);
     SendText(pipe, info.source);
     PngPicture picture;
-    if (!(found && ReadGameIcon(picture)) && !ReadIconFile(game.picture, picture)) picture = {};
+    if (!(found && ReadGameIcon(picture)) && !ReadIconFile(game.picture, picture)) {
+        picture = {};
+    }
     picture = Smaller(picture);
     SendNumber(pipe, picture.width);
     SendNumber(pipe, picture.height);
@@ -84,13 +94,17 @@ void SendGame(int pipe, const GameToRead& game) {
 
 [[noreturn]] void ReadAndSend(int pipe, const std::vector<GameToRead>& games, bool restricted) {
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(nowhere, stream);
+    }
     // What is wrong with a game is said when it is played.
     errorDescriptor = nowhere;
     if (restricted) {
         LimitResources();
         LandlockRules rules(true);
-        for (const std::string& place : LibraryPlaces()) rules.PermitReading(place);
+        for (const std::string& place : LibraryPlaces()) {
+            rules.PermitReading(place);
+        }
         for (const GameToRead& game : games) {
             rules.PermitReading(game.files);
             rules.PermitReading(game.picture);
@@ -98,7 +112,9 @@ void SendGame(int pipe, const GameToRead& game) {
         rules.Restrict();
         FilterGameCalls();
     }
-    for (const GameToRead& game : games) SendGame(pipe, game);
+    for (const GameToRead& game : games) {
+        SendGame(pipe, game);
+    }
     _exit(0);
 }
 
@@ -110,9 +126,13 @@ bool Receive(int pipe, void* bytes, size_t size) {
     while (size > 0) {
         pollfd wait = {.fd = pipe, .events = POLLIN, .revents = 0};
         const int ready = poll(&wait, 1, kPatienceMilliseconds);
-        if (ready < 0 && errno == EINTR) continue;
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
         const ssize_t count = ready > 0 ? read(pipe, at, size) : 0;
-        if (count <= 0) return false;
+        if (count <= 0) {
+            return false;
+        }
         at += count;
         size -= static_cast<size_t>(count);
     }
@@ -121,7 +141,9 @@ bool Receive(int pipe, void* bytes, size_t size) {
 
 bool ReceiveText(int pipe, std::string& text) {
     u32 size = 0;
-    if (!Receive(pipe, &size, sizeof size) || size > kLongestText) return false;
+    if (!Receive(pipe, &size, sizeof size) || size > kLongestText) {
+        return false;
+    }
     text.resize(size);
     return Receive(pipe, text.data(), size);
 }
@@ -133,10 +155,14 @@ bool ReceivePicture(int pipe, std::shared_ptr<const Picture>& picture) {
         width > kLargestSide || height > kLargestSide) {
         return false;
     }
-    if (width == 0 || height == 0) return true;
+    if (width == 0 || height == 0) {
+        return true;
+    }
     Picture read = {static_cast<i32>(width), static_cast<i32>(height), {}};
     read.pixels.resize(size_t{4} * width * height);
-    if (!Receive(pipe, read.pixels.data(), read.pixels.size())) return false;
+    if (!Receive(pipe, read.pixels.data(), read.pixels.size())) {
+        return false;
+    }
     picture = std::make_shared<const Picture>(std::move(read));
     return true;
 }
@@ -150,7 +176,9 @@ bool ReceiveGame(int pipe, GameRead& game) {
 // Reads from the first game on; where the process ends early or says nothing, up to that game.
 size_t ReadSome(const std::vector<GameToRead>& games, bool restricted, GameRead* read) {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return 0;
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return 0;
+    }
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
@@ -158,8 +186,12 @@ size_t ReadSome(const std::vector<GameToRead>& games, bool restricted, GameRead*
     }
     close(ends[1]);
     size_t count = 0;
-    while (child > 0 && count < games.size() && ReceiveGame(ends[0], read[count])) ++count;
-    if (count < games.size()) read[count] = {};
+    while (child > 0 && count < games.size() && ReceiveGame(ends[0], read[count])) {
+        ++count;
+    }
+    if (count < games.size()) {
+        read[count] = {};
+    }
     close(ends[0]);
     if (child > 0) {
         // Also where it has told all: nobody waits for one that a game has taken over.

@@ -47,21 +47,31 @@ long Version() {
 
 u64 KnownFileRights() {
     u64 rights = kMoveBetween - 1;
-    if (Version() >= 2) rights |= kMoveBetween;
-    if (Version() >= 3) rights |= kTruncateFile;
-    if (Version() >= 5) rights |= kDeviceCommand;
+    if (Version() >= 2) {
+        rights |= kMoveBetween;
+    }
+    if (Version() >= 3) {
+        rights |= kTruncateFile;
+    }
+    if (Version() >= 5) {
+        rights |= kDeviceCommand;
+    }
     return rights;
 }
 
 size_t HandledSize() {
-    if (Version() >= 6) return sizeof(Handled);
+    if (Version() >= 6) {
+        return sizeof(Handled);
+    }
     return Version() >= 4 ? offsetof(Handled, scoped) : offsetof(Handled, network);
 }
 
 }  // namespace
 
 std::string LandlockObstacle() {
-    if (Version() >= 1) return "";
+    if (Version() >= 1) {
+        return "";
+    }
     errno = 0;
     syscall(SYS_landlock_create_ruleset, nullptr, size_t{0}, LANDLOCK_CREATE_RULESET_VERSION);
     return errno == ENOSYS || errno == EOPNOTSUPP ? "the kernel offers no Landlock"
@@ -77,21 +87,29 @@ LandlockRules::LandlockRules(bool network) {
                              .network = network ? kBindTcp | kConnectTcp : 0,
                              .scoped = kScopeSignal};
     descriptor = static_cast<int>(syscall(SYS_landlock_create_ruleset, &handled, HandledSize(), 0));
-    if (descriptor < 0) error = errno;
+    if (descriptor < 0) {
+        error = errno;
+    }
 }
 
 LandlockRules::~LandlockRules() {
-    if (descriptor >= 0) close(descriptor);
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
 }
 
 void LandlockRules::Permit(const std::string& path, u64 rights) {
     const int place = path.empty() ? -1 : open(path.c_str(), O_PATH | O_CLOEXEC);
-    if (place < 0) return;
+    if (place < 0) {
+        return;
+    }
     struct stat status;
     landlock_path_beneath_attr rule = {};
     if (fstat(place, &status) == 0) {
         rule.allowed_access = rights & KnownFileRights();
-        if (!S_ISDIR(status.st_mode)) rule.allowed_access &= kForFiles;
+        if (!S_ISDIR(status.st_mode)) {
+            rule.allowed_access &= kForFiles;
+        }
         rule.parent_fd = place;
     }
     if (rule.allowed_access != 0) {
@@ -122,7 +140,9 @@ void LandlockRules::PermitDevice(const std::string& path) {
 }
 
 std::string LandlockRules::Restrict() const {
-    if (descriptor < 0) return std::strerror(error);
+    if (descriptor < 0) {
+        return std::strerror(error);
+    }
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
         syscall(SYS_landlock_restrict_self, descriptor, 0) != 0) {
         return std::strerror(errno);

@@ -32,7 +32,9 @@ std::thread teller;
 std::string unfinished;  // the beginning of a line; of the thread while there is one
 
 void TellLine() {
-    if (!unfinished.empty()) SystemLog(unfinished);
+    if (!unfinished.empty()) {
+        SystemLog(unfinished);
+    }
     unfinished.clear();
 }
 
@@ -41,10 +43,16 @@ void TellWhatHasCome() {
     char bytes[1024];
     for (;;) {
         const ssize_t count = read(pipeOfLines, bytes, sizeof bytes);
-        if (count <= 0) return;
+        if (count <= 0) {
+            return;
+        }
         for (ssize_t i = 0; i < count; ++i) {
-            if (bytes[i] == '\n' || unfinished.size() >= kLongestLine) TellLine();
-            if (bytes[i] != '\n') unfinished += bytes[i];
+            if (bytes[i] == '\n' || unfinished.size() >= kLongestLine) {
+                TellLine();
+            }
+            if (bytes[i] != '\n') {
+                unfinished += bytes[i];
+            }
         }
     }
 }
@@ -52,8 +60,12 @@ void TellWhatHasCome() {
 void TellUntilStopped() {
     pollfd sources[] = {{pipeOfLines, POLLIN, 0}, {stop, POLLIN, 0}};
     while (sources[1].revents == 0) {
-        if (poll(sources, 2, -1) < 0 && errno != EINTR) return;
-        if (sources[0].revents == 0) continue;
+        if (poll(sources, 2, -1) < 0 && errno != EINTR) {
+            return;
+        }
+        if (sources[0].revents == 0) {
+            continue;
+        }
         try {
             TellWhatHasCome();
         } catch (const std::bad_alloc&) {
@@ -66,7 +78,9 @@ void TellUntilStopped() {
 void OnAbort(int) {
     char bytes[1024];
     for (ssize_t count = 0; (count = read(pipeOfLines, bytes, sizeof bytes)) > 0;) {
-        if (write(errorDescriptor, bytes, static_cast<size_t>(count)) < 0) break;
+        if (write(errorDescriptor, bytes, static_cast<size_t>(count)) < 0) {
+            break;
+        }
     }
     std::signal(SIGABRT, SIG_DFL);
     raise(SIGABRT);
@@ -78,7 +92,9 @@ void TakeLibraryLines() {
     int ends[2];
     const int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     // Nobody waits where there is no room: what nobody reads in time is lost.
-    if (own < 0 || pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    if (own < 0 || pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        return;
+    }
     dup2(ends[1], STDERR_FILENO);
     close(ends[1]);
     pipeOfLines = ends[0];
@@ -91,9 +107,13 @@ void TakeLibraryLines() {
 }
 
 void TellLibraryLines() {
-    if (pipeOfLines < 0) return;
+    if (pipeOfLines < 0) {
+        return;
+    }
     stop = eventfd(0, EFD_CLOEXEC);
-    if (stop < 0) return;
+    if (stop < 0) {
+        return;
+    }
     // Where there is no room for a thread the lines come at the end.
     try {
         teller = std::thread(TellUntilStopped);
@@ -103,7 +123,9 @@ void TellLibraryLines() {
 }
 
 void GiveBackStandardError() {
-    if (pipeOfLines < 0) return;
+    if (pipeOfLines < 0) {
+        return;
+    }
     std::signal(SIGABRT, SIG_DFL);
     dup2(errorDescriptor, STDERR_FILENO);
     if (teller.joinable()) {

@@ -65,7 +65,9 @@ constexpr unsigned kHeadlessPatience = 5;
 void LoadInterfaceFile() {
     std::string reason;
     const std::string path = OwnResource("MainMenu.plist");
-    if (LoadMenu(path, reason)) return;
+    if (LoadMenu(path, reason)) {
+        return;
+    }
     SystemLog(path + ": " + reason);
     ShowFatalMessage("Failed loading MainMenu. Terminating. So sorry!");
     EndProcess(1);
@@ -73,11 +75,15 @@ void LoadInterfaceFile() {
 
 // A user without a home plays too, and what is saved lasts as long as the game.
 bool FindPlaceForData() {
-    if (!folders.dataOverride.empty() || !folders.support.empty()) return true;
+    if (!folders.dataOverride.empty() || !folders.support.empty()) {
+        return true;
+    }
     folders.support = MakeTemporaryFolder();
     // A folder of this run alone needs no stamp.
     folders.state.clear();
-    if (folders.support.empty()) return false;
+    if (folders.support.empty()) {
+        return false;
+    }
     SystemLog("no home folder: saved data goes to " + folders.support +
               " and is removed at the end");
     return true;
@@ -88,7 +94,9 @@ void UseOwnFonts() {
     for (const auto& [variable, name] : {std::pair{"FONTCONFIG_FILE", "fonts/fonts.conf"},
                                          std::pair{"SDL_SOUNDFONTS", "soundfont.sf2"}}) {
         const std::string path = OwnResource(name);
-        if (access(path.c_str(), R_OK) == 0) setenv(variable, path.c_str(), 0);
+        if (access(path.c_str(), R_OK) == 0) {
+            setenv(variable, path.c_str(), 0);
+        }
     }
 }
 
@@ -104,7 +112,9 @@ bool StartDesktop(const Options& options, std::string& error) {
         StartHeadlessAudio(audio);
         return true;
     }
-    if (!StartSdlDesktop(&error)) return false;
+    if (!StartSdlDesktop(&error)) {
+        return false;
+    }
     AskBeforeUrls(preferences.askBeforeOpening);
     desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
@@ -117,14 +127,18 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
     for (const std::string& path :
          {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi, options.trace,
           options.record, options.renderAudio}) {
-        if (!path.empty()) files.push_back(path);
+        if (!path.empty()) {
+            files.push_back(path);
+        }
     }
     if (!options.profile.empty()) {
         files.push_back(options.profile);
         files.push_back(FoldedProfile(options.profile));
     }
     for (const ScriptEvent& event : options.headlessOptions.script) {
-        if (event.kind == ScriptEventKind::Screenshot) files.push_back(event.text);
+        if (event.kind == ScriptEventKind::Screenshot) {
+            files.push_back(event.text);
+        }
     }
     return files;
 }
@@ -132,7 +146,9 @@ std::vector<std::string> OutputFilesOf(const Options& options) {
 // Where the places of windows are kept. Runs that are the same for everybody have none, and so have
 // those whose data somebody keeps elsewhere, and views that fill the screen.
 std::string WindowPlaceFile(const Options& options) {
-    if (options.headless || !options.dataFolder.empty() || folders.state.empty()) return "";
+    if (options.headless || !options.dataFolder.empty() || folders.state.empty()) {
+        return "";
+    }
     return folders.state + "/windows";
 }
 
@@ -141,15 +157,23 @@ std::string WindowPlaceFile(const Options& options) {
 void StartHelpers(const Options& options, const std::vector<std::string>& recordFiles) {
     OutputPlaces outputs = {.files = OutputFilesOf(options), .picturesFolder = ""};
     outputs.ownFiles = recordFiles;
-    if (!PreferenceFile().empty()) outputs.ownFiles.push_back(PreferenceFile());
+    if (!PreferenceFile().empty()) {
+        outputs.ownFiles.push_back(PreferenceFile());
+    }
     const std::string places = WindowPlaceFile(options);
-    if (!places.empty()) outputs.ownFiles.push_back(places);
+    if (!places.empty()) {
+        outputs.ownFiles.push_back(places);
+    }
     // The menu's screenshots, which a script of keys can ask for too.
     if (!options.headless || !options.headlessOptions.script.empty()) {
         outputs.picturesFolder = ScreenshotFolder();
     }
-    if (!StartOutputHelper(outputs)) SystemLog("no helper process: files cannot be dumped");
-    if (!options.headless) StartUrlOpener(FilterUrlHelperCalls);
+    if (!StartOutputHelper(outputs)) {
+        SystemLog("no helper process: files cannot be dumped");
+    }
+    if (!options.headless) {
+        StartUrlOpener(FilterUrlHelperCalls);
+    }
 }
 
 // SDL can be told to write the sound to a file in place of a device.
@@ -165,7 +189,9 @@ std::vector<std::string> SoundFiles(const Options& options) {
 
 std::string FindGameAndData(const std::string& game) {
     std::string problem = FindGame(game);
-    if (problem.empty()) problem = ChooseDataFolder();
+    if (problem.empty()) {
+        problem = ChooseDataFolder();
+    }
     return problem;
 }
 
@@ -179,33 +205,51 @@ Status ServeTheKit(Options& options) {
     if (!options.newGame.empty()) {
         const char* const language = options.newInC ? "c" : options.newInLua ? "lua" : "assembly";
         const NewGameResult made = MakeNewGame(options.newGame, language);
-        if (made.status != 0) RefuseCommandLine(made.problem);
+        if (made.status != 0) {
+            RefuseCommandLine(made.problem);
+        }
         return made.status;
     }
     if (!options.pack.empty()) {
         const PackResult packed = PackGame(options.pack[0], options.pack[1], options.withSymbols);
-        if (packed.status != 0) RefuseCommandLine(packed.problem);
+        if (packed.status != 0) {
+            RefuseCommandLine(packed.problem);
+        }
         return packed.status;
     }
-    if (options.game.empty()) options.game = FindOwnGame();
     if (options.game.empty()) {
-        if (CanOpenShelf(options)) RunShelf(options);
+        options.game = FindOwnGame();
+    }
+    if (options.game.empty()) {
+        if (CanOpenShelf(options)) {
+            RunShelf(options);
+        }
         PrintUsage();
         // A headless run is the same for everybody: it knows of no player's games.
-        if (!options.headless) ListShelf(options);
+        if (!options.headless) {
+            ListShelf(options);
+        }
         return kWrongCommandLine;
     }
     options.named = options.game;
     const std::string unusable = PrepareArchive(options);
-    if (!unusable.empty()) return RefuseGame(options, unusable);
-    if (const Status status = PrepareCartridge(options)) return status;
+    if (!unusable.empty()) {
+        return RefuseGame(options, unusable);
+    }
+    if (const Status status = PrepareCartridge(options)) {
+        return status;
+    }
     UseOwnFonts();
-    if (options.bundle.empty()) return {};
+    if (options.bundle.empty()) {
+        return {};
+    }
     const ShipResult shipped = ShipGame(options.bundle, options.game,
                                         {.soundFonts = SoundFontCandidates(options.soundfont),
                                          .wholeSoundFont = !options.soundfont.empty(),
                                          .symbols = options.withSymbols});
-    if (shipped.status != 0) RefuseCommandLine(shipped.problem);
+    if (shipped.status != 0) {
+        RefuseCommandLine(shipped.problem);
+    }
     return shipped.status;
 }
 
@@ -213,21 +257,33 @@ Status ServeTheKit(Options& options) {
 // has read anything of the game yet.
 Status ChooseFolders(Options& options) {
     const std::string missing = WhyNoGame(options.game);
-    if (!missing.empty()) return RefuseGame(options, missing);
+    if (!missing.empty()) {
+        return RefuseGame(options, missing);
+    }
     FindUserFolders();
     folders.dataOverride = options.dataFolder;
     folders.dataLimit = options.dataLimit;
-    if (!FindPlaceForData()) return RefuseCommandLine("there is no folder for the game's data");
-    if (folders.dataOverride.empty()) MakeStateFolder();
-    if (!options.watch) return {};
+    if (!FindPlaceForData()) {
+        return RefuseCommandLine("there is no folder for the game's data");
+    }
+    if (folders.dataOverride.empty()) {
+        MakeStateFolder();
+    }
+    if (!options.watch) {
+        return {};
+    }
     const std::string unwatchable = FindGameAndData(options.game);
-    if (!unwatchable.empty()) return RefuseCommandLine(unwatchable);
+    if (!unwatchable.empty()) {
+        return RefuseCommandLine(unwatchable);
+    }
     return WatchGame();
 }
 
 // A headless run is the same for everybody, so it knows of no preferences but those it is given.
 std::string ChosenPreferenceFile(const Options& options) {
-    if (options.headless || !options.preferences.empty()) return options.preferences;
+    if (options.headless || !options.preferences.empty()) {
+        return options.preferences;
+    }
     return UsersPreferenceFile();
 }
 
@@ -240,9 +296,15 @@ void ApplyPreferences(const Options& options) {
     if (options.soundVolume) {
         SetPreferenceForRun("sound-volume", std::to_string(*options.soundVolume));
     }
-    if (options.fullScreen) SetPreferenceForRun("full-screen", "yes");
-    if (!options.scale.empty()) SetPreferenceForRun("scale", options.scale);
-    if (options.openUrls) SetPreferenceForRun("ask-before-opening", "no");
+    if (options.fullScreen) {
+        SetPreferenceForRun("full-screen", "yes");
+    }
+    if (!options.scale.empty()) {
+        SetPreferenceForRun("scale", options.scale);
+    }
+    if (options.openUrls) {
+        SetPreferenceForRun("ask-before-opening", "no");
+    }
     UseKeyMap(preferences.keyMap);
     UsePadMap(preferences.padMap);
 }
@@ -266,7 +328,9 @@ Status EnterSandbox(Options& options) {
                       .files = SoundFiles(options)});
     }
     const std::string unusable = FindGameAndData(options.game);
-    if (!unusable.empty()) return RefuseGame(options, unusable);
+    if (!unusable.empty()) {
+        return RefuseGame(options, unusable);
+    }
     ApplyPreferences(options);
     const bool isFitted = preferences.scale >= kScaleFit;
     ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
@@ -283,13 +347,17 @@ Status WireProgram(Options& options) {
     if (!options.profile.empty()) {
         // It takes the trace's place before each instruction, and calls it.
         const std::string unwritable = StartProfile(options.profile);
-        if (!unwritable.empty()) return RefuseCommandLine(unwritable + ": cannot be written");
+        if (!unwritable.empty()) {
+            return RefuseCommandLine(unwritable + ": cannot be written");
+        }
         NameProfile();
     }
     if (!options.record.empty() && !StartRecording(options.record)) {
         return RefuseCommandLine(options.record + ": cannot be written");
     }
-    if (options.debug) StartDebugger();
+    if (options.debug) {
+        StartDebugger();
+    }
     PrepareFinish(options);
     WireRooms(options);
     return {};
@@ -305,10 +373,14 @@ Status OpenDesktop(Options& options) {
         std::fprintf(stderr, "moxi: %s\n", WithoutControls(error).c_str());
         return 1;
     }
-    if (options.debug) LetInterruptsStop();
+    if (options.debug) {
+        LetInterruptsStop();
+    }
     HandleSignals(options.headless ? kHeadlessPatience : 0);
     // Whoever reads a headless run's log wants every line.
-    if (!options.headless) LimitLog();
+    if (!options.headless) {
+        LimitLog();
+    }
     LoadInterfaceFile();
     moxiAppDelegate::init();
     RecordPlayBegin();
@@ -336,9 +408,13 @@ int Main(int argc, char** argv) {
     ChooseLanguage();
     Options options;
     options.arguments.assign(argv, argv + argc);
-    if (const Status status = ParseCommandLine(argc, argv, options)) return *status;
+    if (const Status status = ParseCommandLine(argc, argv, options)) {
+        return *status;
+    }
     for (const auto stage : kStages) {
-        if (const Status status = stage(options)) return *status;
+        if (const Status status = stage(options)) {
+            return *status;
+        }
     }
     desktop.runEventLoop();
     EndProcess(0);

@@ -20,9 +20,13 @@ constexpr u64 kLargestScript = u64{4} << 30;
 
 std::string OneLine(std::string text) {
     for (char& c : text) {
-        if (c == '\n' || c == '\r') c = ' ';
+        if (c == '\n' || c == '\r') {
+            c = ' ';
+        }
     }
-    while (!text.empty() && text.back() == ' ') text.pop_back();
+    while (!text.empty() && text.back() == ' ') {
+        text.pop_back();
+    }
     return WithoutControls(text);
 }
 
@@ -44,7 +48,9 @@ bool ParseDate(const std::string& text, DateTime& date) {
                        TwoDigits(text, 2, year) && TwoDigits(text, 5, date.month) &&
                        TwoDigits(text, 8, date.day) && TwoDigits(text, 11, date.hour) &&
                        TwoDigits(text, 14, date.minute) && TwoDigits(text, 17, date.second);
-    if (!shape) return false;
+    if (!shape) {
+        return false;
+    }
     date.year = century * 100 + year;
     constexpr u32 kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     if (date.month < 1 || date.month > 12 || date.hour > 23 || date.minute > 59 ||
@@ -62,7 +68,9 @@ std::string CheckMilliseconds(const std::string& text) {
     u64 value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error == std::errc() && stop == end && value <= kMost) return "";
+    if (error == std::errc() && stop == end && value <= kMost) {
+        return "";
+    }
     return "Value " + text + " not in range 0 to " + std::to_string(kMost);
 }
 
@@ -71,7 +79,9 @@ std::string CheckVolume(const std::string& text) {
     u32 value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error == std::errc() && stop == end && value <= 100) return "";
+    if (error == std::errc() && stop == end && value <= 100) {
+        return "";
+    }
     return "Value " + text + " not in range 0 to 100";
 }
 
@@ -90,12 +100,20 @@ bool ParseSize(const std::string& text, u64& bytes) {
     constexpr std::string_view kUnits = "KMGT";
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, bytes);
-    if (error != std::errc()) return false;
-    if (stop == end) return true;
+    if (error != std::errc()) {
+        return false;
+    }
+    if (stop == end) {
+        return true;
+    }
     const std::size_t unit = kUnits.find(static_cast<char>(*stop & ~0x20));
-    if (unit == std::string_view::npos || stop + 1 != end) return false;
+    if (unit == std::string_view::npos || stop + 1 != end) {
+        return false;
+    }
     const u32 shift = 10 * (static_cast<u32>(unit) + 1);
-    if (bytes > ~u64{0} >> shift) return false;
+    if (bytes > ~u64{0} >> shift) {
+        return false;
+    }
     bytes <<= shift;
     return true;
 }
@@ -120,22 +138,30 @@ std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& h
         }
         headless.date = date;
     }
-    if (raw.script.empty()) return std::nullopt;
+    if (raw.script.empty()) {
+        return std::nullopt;
+    }
     std::string text;
     if (!ReadWholeFile(raw.script, kLargestScript, text).empty()) {
         return RefuseCommandLine(raw.script + ": cannot be read");
     }
     const std::string error = ParseScript(text, headless.script);
-    if (!error.empty()) return RefuseCommandLine(raw.script + ":" + error);
+    if (!error.empty()) {
+        return RefuseCommandLine(raw.script + ":" + error);
+    }
     return std::nullopt;
 }
 
 std::string Absolute(const std::string& path) {
     std::error_code error;
-    if (path.empty()) return path;
+    if (path.empty()) {
+        return path;
+    }
     std::string absolute = std::filesystem::absolute(path, error).lexically_normal().string();
     // Without a trailing "/", but for the root.
-    if (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
+    if (absolute.size() > 1 && absolute.back() == '/') {
+        absolute.pop_back();
+    }
     return absolute;
 }
 

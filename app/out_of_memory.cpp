@@ -32,7 +32,9 @@ std::thread::id mainThread;
         // for it; and without the reserve not even the end can be had in order.
         constexpr std::string_view kLine = "fatal: Terminating: insufficient memory. So sorry.\n";
         [[maybe_unused]] const ssize_t written = write(errorDescriptor, kLine.data(), kLine.size());
-        if (!onMainThread) WriteDumpsOfForcedEnd();
+        if (!onMainThread) {
+            WriteDumpsOfForcedEnd();
+        }
         std::_Exit(1);
     }
     std::free(reserve);
@@ -43,7 +45,9 @@ std::thread::id mainThread;
 }
 
 void OnOutOfMemory() {
-    if (std::this_thread::get_id() != mainThread) throw std::bad_alloc();
+    if (std::this_thread::get_id() != mainThread) {
+        throw std::bad_alloc();
+    }
     EndWithoutMemory();
 }
 
@@ -58,7 +62,9 @@ constexpr size_t kLarge = size_t{1} << 20;
 
 // C libraries that do not look at what they get for a few bytes would write through a null pointer.
 [[maybe_unused]] void* Checked(void* memory, size_t size) {
-    if (memory == nullptr && size > 0 && size < kLarge && isPrepared) EndWithoutMemory();
+    if (memory == nullptr && size > 0 && size < kLarge && isPrepared) {
+        EndWithoutMemory();
+    }
     return memory;
 }
 
@@ -80,7 +86,9 @@ void* calloc(size_t count, size_t size) noexcept {
     // A product that wraps is more than there is, so null is the right answer and no lack of
     // memory.
     size_t bytes = 0;
-    if (__builtin_mul_overflow(count, size, &bytes)) bytes = 0;
+    if (__builtin_mul_overflow(count, size, &bytes)) {
+        bytes = 0;
+    }
     return Checked(PlainCalloc(count, size), bytes);
 }
 

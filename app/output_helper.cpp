@@ -90,8 +90,12 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     const std::string path(request + 1, size - 1);
     const char what = request[0];
     // The system's calls would end the name at its first null, behind what has been looked at.
-    if (path.find('\0') != std::string::npos) return Answer(connection, EACCES, -1);
-    if (!IsPermitted(places, what, path)) return Answer(connection, EACCES, -1);
+    if (path.find('\0') != std::string::npos) {
+        return Answer(connection, EACCES, -1);
+    }
+    if (!IsPermitted(places, what, path)) {
+        return Answer(connection, EACCES, -1);
+    }
     if (what == kRemove) {
         return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);
     }
@@ -99,23 +103,33 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
         return Answer(connection, PutNewFileInPlace(path) ? 0 : errno, -1);
     }
     // A new user has no pictures folder yet.
-    if (IsPicture(places, path)) mkdir(places.picturesFolder.c_str(), 0777);
-    if (what != kRead && IsOwn(places, path)) MakeFolderOf(path);
+    if (IsPicture(places, path)) {
+        mkdir(places.picturesFolder.c_str(), 0777);
+    }
+    if (what != kRead && IsOwn(places, path)) {
+        MakeFolderOf(path);
+    }
     const int writing = O_WRONLY | O_CREAT | (what == kMakeNew ? O_EXCL : O_TRUNC);
     const int file =
         open(path.c_str(), (what == kRead ? O_RDONLY | O_NONBLOCK : writing) | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
-    if (file >= 0) close(file);
+    if (file >= 0) {
+        close(file);
+    }
 }
 
 // Until the other end is closed. Signals that ask for an end are the game's to answer.
 [[noreturn]] void ServeRequests(int connection, const OutputPlaces& places) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_IGN);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        std::signal(signal, SIG_IGN);
+    }
     FilterOutputHelperCalls();
     char request[kLongestRequest];
     for (;;) {
         const ssize_t size = recv(connection, request, sizeof request, 0);
-        if (size <= 0) _exit(0);
+        if (size <= 0) {
+            _exit(0);
+        }
         Serve(connection, places, request, static_cast<size_t>(size));
     }
 }
@@ -129,7 +143,9 @@ int Ask(char what, const std::string& path) {
         errno = ENAMETOOLONG;
         return -1;
     }
-    if (send(helper, request.data(), request.size(), MSG_NOSIGNAL) < 0) return -1;
+    if (send(helper, request.data(), request.size(), MSG_NOSIGNAL) < 0) {
+        return -1;
+    }
     int error = 0;
     iovec part = {&error, sizeof error};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
@@ -156,9 +172,13 @@ int Ask(char what, const std::string& path) {
 }
 
 std::FILE* Stream(int file, const char* mode) {
-    if (file < 0) return nullptr;
+    if (file < 0) {
+        return nullptr;
+    }
     std::FILE* const stream = fdopen(file, mode);
-    if (stream == nullptr) close(file);
+    if (stream == nullptr) {
+        close(file);
+    }
     return stream;
 }
 
@@ -177,7 +197,9 @@ bool PutInPlaceThroughHelper(const std::string& path) {
 
 bool MakeNewThroughHelper(const std::string& path) {
     const int file = Ask(kMakeNew, path);
-    if (file >= 0) close(file);
+    if (file >= 0) {
+        close(file);
+    }
     return file >= 0;
 }
 
@@ -186,9 +208,13 @@ bool MakeNewThroughHelper(const std::string& path) {
 bool StartOutputHelper(const OutputPlaces& places) {
     const bool needed =
         !places.files.empty() || !places.picturesFolder.empty() || !places.ownFiles.empty();
-    if (helper >= 0 || !needed) return true;
+    if (helper >= 0 || !needed) {
+        return true;
+    }
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        return false;
+    }
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
@@ -211,7 +237,9 @@ bool StartOutputHelper(const OutputPlaces& places) {
 }
 
 void StopOutputHelper() {
-    if (helper >= 0) close(helper);
+    if (helper >= 0) {
+        close(helper);
+    }
     helper = -1;
     outputFiles = directFiles;
 }

@@ -47,9 +47,13 @@ SmallPicture PictureOfView() {
             for (u32 row = y * step; row < (y + 1) * step; ++row) {
                 const u8* const pixels =
                     viewBuffer.pixels.data() + 4 * (size_t{row} * width + size_t{x} * step);
-                for (u32 i = 0; i < 4 * step; ++i) sums[i % 4] += pixels[i];
+                for (u32 i = 0; i < 4 * step; ++i) {
+                    sums[i % 4] += pixels[i];
+                }
             }
-            for (const u32 sum : sums) small.pixels.push_back(static_cast<u8>(sum / (step * step)));
+            for (const u32 sum : sums) {
+                small.pixels.push_back(static_cast<u8>(sum / (step * step)));
+            }
         }
     }
     return small;
@@ -58,7 +62,9 @@ SmallPicture PictureOfView() {
 // A game that has cleared its window at its end has nothing to show.
 bool IsBlank(const SmallPicture& picture) {
     for (size_t at = 0; at < picture.pixels.size(); at += 4) {
-        if (std::memcmp(&picture.pixels[at], picture.pixels.data(), 3) != 0) return false;
+        if (std::memcmp(&picture.pixels[at], picture.pixels.data(), 3) != 0) {
+            return false;
+        }
     }
     return true;
 }
@@ -79,7 +85,9 @@ std::vector<std::string> PreparePlayRecord(const Options& options) {
 
 void RecordPlayBegin() {
     begin = Clock::now();
-    if (game.path.empty()) return;
+    if (game.path.empty()) {
+        return;
+    }
     const GameInfo info = InfoOfGame();
     game.name = folders.gameName;
     game.author = info.author;
@@ -91,13 +99,17 @@ void RecordPlayBegin() {
 }
 
 void RecordPlayEnd() {
-    if (game.path.empty() || moduleStarted == 0) return;
+    if (game.path.empty() || moduleStarted == 0) {
+        return;
+    }
     const auto time = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
     // The same game may have been played in another window meanwhile.
     game.seconds = ReadPlayedGame(game.path).seconds + static_cast<u64>(time.count());
     WritePlayedGame(game);
     const SmallPicture small = PictureOfView();
-    if (small.pixels.empty() || IsBlank(small)) return;
+    if (small.pixels.empty() || IsBlank(small)) {
+        return;
+    }
     WritePngFile(PlayedPicture(game.path), small.pixels.data(), small.width, small.height,
                  4 * small.width, PngFormat::RgbFrom4);
 }

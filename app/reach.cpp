@@ -155,15 +155,21 @@ void Add(Places& places, const char* const (&names)[n]) {
 
 template <size_t n>
 void AddBelow(Places& places, const std::string& folder, const char* const (&names)[n]) {
-    if (folder.empty()) return;
-    for (const char* const name : names) places.push_back(folder + "/" + name);
+    if (folder.empty()) {
+        return;
+    }
+    for (const char* const name : names) {
+        places.push_back(folder + "/" + name);
+    }
 }
 
 // The files and folders of a list that is separated by ":".
 void AddList(Places& places, const std::string& list) {
     for (size_t start = 0; start < list.size();) {
         const size_t end = std::min(list.find(':', start), list.size());
-        if (end > start && list[start] == '/') places.push_back(list.substr(start, end - start));
+        if (end > start && list[start] == '/') {
+            places.push_back(list.substr(start, end - start));
+        }
         start = end + 1;
     }
 }
@@ -173,12 +179,18 @@ void AddLibraryFolders(Places& places) {
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void* list) {
             const std::filesystem::path path = info->dlpi_name;
-            if (!path.is_absolute()) return 0;
+            if (!path.is_absolute()) {
+                return 0;
+            }
             Places& found = *static_cast<Places*>(list);
             const std::string folder = path.parent_path().lexically_normal();
             // Where the system's libraries are, and many follow each other in one folder.
-            if (folder.rfind("/usr/lib", 0) == 0 || folder.rfind("/lib", 0) == 0) return 0;
-            if (found.empty() || found.back() != folder) found.push_back(folder);
+            if (folder.rfind("/usr/lib", 0) == 0 || folder.rfind("/lib", 0) == 0) {
+                return 0;
+            }
+            if (found.empty() || found.back() != folder) {
+                found.push_back(folder);
+            }
             return 0;
         },
         &places);
@@ -189,7 +201,9 @@ void AddFonts(Places& places) {
     places.push_back(BaseFolder("XDG_DATA_HOME", ".local/share") + "/fonts");
     places.push_back(Config() + "/fontconfig");
     places.push_back(Cache() + "/fontconfig");
-    for (const std::string& place : OwnFontPlaces()) places.push_back(place);
+    for (const std::string& place : OwnFontPlaces()) {
+        places.push_back(place);
+    }
 }
 
 }  // namespace
@@ -221,7 +235,9 @@ std::vector<std::string> DesktopPlaces() {
     AddBelow(places, Config(), kDesktopOfConfig);
     places.push_back(BaseFolder("XDG_DATA_HOME", ".local/share") + "/icons");
     places.push_back(Cache() + "/ibus");
-    for (const std::string& cache : DriverCaches()) places.push_back(cache);
+    for (const std::string& cache : DriverCaches()) {
+        places.push_back(cache);
+    }
     for (const char* const variable :
          {"XAUTHORITY", "XCOMPOSEFILE", "XENVIRONMENT", "PULSE_COOKIE", "PULSE_CLIENTCONFIG",
           "PIPEWIRE_CONFIG_DIR", "SDL_GAMECONTROLLERCONFIG_FILE"}) {
@@ -251,9 +267,13 @@ std::vector<std::string> DriverCaches() {
                                        "radv_builtin_shaders"};
     AddBelow(places, Cache(), kCaches);
     const std::string chosen = Variable("MESA_SHADER_CACHE_DIR");
-    if (!chosen.empty()) places.push_back(chosen);
+    if (!chosen.empty()) {
+        places.push_back(chosen);
+    }
     const std::string home = HomeFolder();
-    if (!home.empty()) places.push_back(home + "/.nv/GLCache");
+    if (!home.empty()) {
+        places.push_back(home + "/.nv/GLCache");
+    }
     return places;
 }
 

@@ -37,7 +37,9 @@ constinit bool minimizeIsOurs = false;  // to minimise it, and the desktop answe
 
 void Write(const std::string& event) {
     // The pad's own events stand for the keys that become of them.
-    if (recordFile == nullptr || padIsActing) return;
+    if (recordFile == nullptr || padIsActing) {
+        return;
+    }
     const u64 elapsed = desktop.nanoseconds() - launchTime;
     std::fprintf(recordFile, "%llu %s\n",
                  static_cast<unsigned long long>(elapsed / kNanosecondsPerMillisecond),
@@ -113,7 +115,9 @@ void RecordApplicationEvents(DesktopEvents& events) {
     };
     events.shouldTerminate = [] {
         // The end of the application that follows a close is part of it.
-        if (!closes && !TakeWish(quitIsOurs)) Write("quit");
+        if (!closes && !TakeWish(quitIsOurs)) {
+            Write("quit");
+        }
         return inner.shouldTerminate();
     };
     events.screensChanged = [] {
@@ -146,7 +150,9 @@ void RecordApplicationEvents(DesktopEvents& events) {
 
 void RecordWindowEvents(DesktopEvents& events) {
     events.windowShouldClose = [] {
-        if (!TakeWish(closeIsOurs)) Write("close");
+        if (!TakeWish(closeIsOurs)) {
+            Write("close");
+        }
         closes = inner.windowShouldClose();
         return closes;
     };
@@ -166,7 +172,9 @@ void RecordWindowEvents(DesktopEvents& events) {
         inner.viewFrameDidChange();
     };
     events.windowDidMiniaturize = [] {
-        if (!TakeWish(minimizeIsOurs)) Write("minimize");
+        if (!TakeWish(minimizeIsOurs)) {
+            Write("minimize");
+        }
         inner.windowDidMiniaturize();
     };
     events.windowDidDeminiaturize = [] {
@@ -175,7 +183,9 @@ void RecordWindowEvents(DesktopEvents& events) {
         inner.windowDidDeminiaturize();
     };
     events.windowWillEnterFullScreen = [] {
-        if (ownChanges == 0) Write("full-screen on");
+        if (ownChanges == 0) {
+            Write("full-screen on");
+        }
         fullScreenChanges = true;
         inner.windowWillEnterFullScreen();
     };
@@ -184,7 +194,9 @@ void RecordWindowEvents(DesktopEvents& events) {
         inner.windowDidEnterFullScreen();
     };
     events.windowWillExitFullScreen = [] {
-        if (ownChanges == 0) Write("full-screen off");
+        if (ownChanges == 0) {
+            Write("full-screen off");
+        }
         fullScreenChanges = true;
         inner.windowWillExitFullScreen();
     };
@@ -225,11 +237,15 @@ void RecordInputEvents(DesktopEvents& events) {
         inner.mouseUp(button, x, y);
     };
     events.mouseMoved = [](i32 x, i32 y) {
-        if (MoveIsTold()) Write(FormatText("mouse-move %d %d", x, y));
+        if (MoveIsTold()) {
+            Write(FormatText("mouse-move %d %d", x, y));
+        }
         inner.mouseMoved(x, y);
     };
     events.mouseDragged = [](u32 button, i32 x, i32 y) {
-        if (MoveIsTold()) Write(FormatText("mouse-drag %u %d %d", button, x, y));
+        if (MoveIsTold()) {
+            Write(FormatText("mouse-drag %u %d %d", button, x, y));
+        }
         inner.mouseDragged(button, x, y);
     };
     events.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
@@ -266,7 +282,9 @@ bool StartRecording(const std::string& path) {
 }
 
 DesktopEvents Recorded(const DesktopEvents& handlers) {
-    if (recordFile == nullptr) return handlers;
+    if (recordFile == nullptr) {
+        return handlers;
+    }
     inner = handlers;
     DesktopEvents events = handlers;
     RecordApplicationEvents(events);
@@ -276,10 +294,14 @@ DesktopEvents Recorded(const DesktopEvents& handlers) {
 }
 
 void CloseRecording() {
-    if (recordFile == nullptr) return;
+    if (recordFile == nullptr) {
+        return;
+    }
     std::fclose(recordFile);
     recordFile = nullptr;
-    if (asked) desktop = innerDesktop;
+    if (asked) {
+        desktop = innerDesktop;
+    }
     asked = false;
 }
 

@@ -40,7 +40,9 @@ void Tell(int call) {
 
 void OnRefusedCall(int, siginfo_t* info, void* context) {
     const int call = info->si_syscall;
-    if (call >= 0 && call < kMostCalls && !told[call].exchange(true)) Tell(call);
+    if (call >= 0 && call < kMostCalls && !told[call].exchange(true)) {
+        Tell(call);
+    }
     SetResult(context, -EPERM);
 }
 

@@ -61,8 +61,12 @@ void AddInstalled(const fs::path& folder, std::map<std::string, PlayedGame>& gam
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
         std::error_code missing;
         const std::string path = fs::canonical(entry->path(), missing);
-        if (missing || games.count(path) > 0) continue;
-        if (!HoldsModule(path) && !IsArchive(path)) continue;
+        if (missing || games.count(path) > 0) {
+            continue;
+        }
+        if (!HoldsModule(path) && !IsArchive(path)) {
+            continue;
+        }
         games[path].path = path;
     }
 }
@@ -72,7 +76,9 @@ std::vector<std::string> DataFolders() {
     const char* const listed = std::getenv("XDG_DATA_DIRS");
     std::istringstream list(listed != nullptr && *listed != '\0' ? listed
                                                                  : "/usr/local/share:/usr/share");
-    for (std::string folder; std::getline(list, folder, ':');) all.push_back(folder);
+    for (std::string folder; std::getline(list, folder, ':');) {
+        all.push_back(folder);
+    }
     std::erase_if(all,
                   [](const std::string& folder) { return folder.empty() || folder[0] != '/'; });
     return all;
@@ -80,19 +86,27 @@ std::vector<std::string> DataFolders() {
 
 bool IsThere(const PlayedGame& game) {
     std::error_code error;
-    if (fs::is_directory(game.path, error)) return HoldsModule(game.path);
+    if (fs::is_directory(game.path, error)) {
+        return HoldsModule(game.path);
+    }
     return fs::is_regular_file(game.path, error);
 }
 
 // By their paths: those on record, and those that are installed.
 std::map<std::string, PlayedGame> AllGames() {
     std::map<std::string, PlayedGame> games;
-    for (const PlayedGame& game : ReadAllPlayed()) games[game.path] = game;
-    for (const std::string& folder : DataFolders()) AddInstalled(folder + "/moxi/games", games);
+    for (const PlayedGame& game : ReadAllPlayed()) {
+        games[game.path] = game;
+    }
+    for (const std::string& folder : DataFolders()) {
+        AddInstalled(folder + "/moxi/games", games);
+    }
     AddInstalled(OwnResource("games"), games);
     std::error_code error;
     const std::string demo = fs::canonical(OwnResource("demo"), error);
-    if (!error && HoldsModule(demo)) games[demo].path = demo;
+    if (!error && HoldsModule(demo)) {
+        games[demo].path = demo;
+    }
     std::erase_if(games,
                   [](const auto& entry) { return entry.second.removed || !IsThere(entry.second); });
     return games;
@@ -101,7 +115,9 @@ std::map<std::string, PlayedGame> AllGames() {
 // The folder to read of: an archive's or a cartridge's is in the cache, if it still is.
 std::string FilesOf(const PlayedGame& game) {
     std::error_code error;
-    if (fs::is_directory(game.path, error)) return game.path;
+    if (fs::is_directory(game.path, error)) {
+        return game.path;
+    }
     return HoldsModule(game.files) ? game.files : "";
 }
 
@@ -112,7 +128,9 @@ ShelfGame OnShelf(PlayedGame record, const GameRead& read) {
         record.licence = read.licence;
         record.source = read.source;
     }
-    if (record.name.empty()) record.name = fs::path(record.path).stem();
+    if (record.name.empty()) {
+        record.name = fs::path(record.path).stem();
+    }
     return {record, read.picture};
 }
 
@@ -126,7 +144,9 @@ std::vector<ShelfGame> Games() {
     }
     const std::vector<GameRead> read = ReadGames(toRead, options.sandbox);
     std::vector<ShelfGame> games;
-    for (size_t i = 0; i < records.size(); ++i) games.push_back(OnShelf(records[i], read[i]));
+    for (size_t i = 0; i < records.size(); ++i) {
+        games.push_back(OnShelf(records[i], read[i]));
+    }
     std::stable_sort(games.begin(), games.end(), [](const ShelfGame& a, const ShelfGame& b) {
         const u64 playedA = a.record.lastPlayed;
         const u64 playedB = b.record.lastPlayed;
@@ -162,8 +182,12 @@ std::string Add(const std::string& path) {
     }
     std::error_code error;
     const std::string real = fs::canonical(path, error);
-    if (problem.empty() && error) problem = path + ": " + error.message();
-    if (!problem.empty()) return WithoutControls(problem);
+    if (problem.empty() && error) {
+        problem = path + ": " + error.message();
+    }
+    if (!problem.empty()) {
+        return WithoutControls(problem);
+    }
     PlayedGame game = ReadPlayedGame(real);
     game.files = fs::canonical(named.game, error);
     game.removed = false;
@@ -173,7 +197,9 @@ std::string Add(const std::string& path) {
 void Remove(const std::string& path) {
     PlayedGame game = ReadPlayedGame(path);
     game.removed = true;
-    if (!Keep(game)) SystemLog(folders.state + ": cannot be written");
+    if (!Keep(game)) {
+        SystemLog(folders.state + ": cannot be written");
+    }
 }
 
 std::string Play(const std::string& path) {
@@ -184,17 +210,23 @@ std::string Play(const std::string& path) {
     std::vector<std::string> words = command;
     words.push_back(path);
     std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
     arguments.push_back(nullptr);
     const int error =
         posix_spawn(&player, "/proc/self/exe", nullptr, nullptr, arguments.data(), environ);
-    if (error == 0) return "";
+    if (error == 0) {
+        return "";
+    }
     player = -1;
     return path + ": " + std::strerror(error);
 }
 
 bool IsPlaying() {
-    if (player > 0 && waitpid(player, nullptr, WNOHANG) != 0) player = -1;
+    if (player > 0 && waitpid(player, nullptr, WNOHANG) != 0) {
+        player = -1;
+    }
     return player > 0;
 }
 
@@ -210,7 +242,9 @@ void WriteText(const std::string& path, const std::string& text) {
 }
 
 void WriteShelfDumps() {
-    if (!options.dumpUi.empty()) WriteText(options.dumpUi, DumpShownControls());
+    if (!options.dumpUi.empty()) {
+        WriteText(options.dumpUi, DumpShownControls());
+    }
     if (!options.dumpView.empty() && !WriteShelfPicture(options.dumpView)) {
         SystemLog(options.dumpView + ": cannot be written");
     }
@@ -236,8 +270,12 @@ bool OpenDesktopOfShelf() {
 }  // namespace
 
 bool CanOpenShelf(const Options& chosen) {
-    if (!chosen.bundle.empty() || chosen.watch) return false;
-    if (chosen.headless) return !chosen.dumpUi.empty();
+    if (!chosen.bundle.empty() || chosen.watch) {
+        return false;
+    }
+    if (chosen.headless) {
+        return !chosen.dumpUi.empty();
+    }
     return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY");
 }
 
@@ -261,7 +299,9 @@ void RunShelf(const Options& chosen) {
     shelfSlots = {
         .games = Games, .add = Add, .remove = Remove, .play = Play, .isPlaying = IsPlaying};
     TakeLibraryLines();
-    if (!OpenDesktopOfShelf()) return GiveBackStandardError();
+    if (!OpenDesktopOfShelf()) {
+        return GiveBackStandardError();
+    }
     HandleSignals(options.headless ? kHeadlessPatience : 0);
     StartShelf();
     TellLibraryLines();

@@ -26,19 +26,27 @@ constinit std::atomic<bool> threadWaits = false;
 // --- Handlers: nothing here but what a signal handler may do.
 
 void OnEndRequest(int signal) {
-    if (signal == SIGINT && interruptsStop && !stopRequest.exchange(true)) return;
+    if (signal == SIGINT && interruptsStop && !stopRequest.exchange(true)) {
+        return;
+    }
     firstSignal = signal;
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
     quitSignalTime = SignalClock();
     quitIsBySignal = true;
     quitRequest = QuitRequest::Made;
-    if (answerSeconds > 0) alarm(answerSeconds);
+    if (answerSeconds > 0) {
+        alarm(answerSeconds);
+    }
 }
 
 void OnAlarm(int) {
-    if (quitRequest == QuitRequest::None) return;  // it has been refused
-    if (!threadWaits) raise(firstSignal);
+    if (quitRequest == QuitRequest::None) {
+        return;  // it has been refused
+    }
+    if (!threadWaits) {
+        raise(firstSignal);
+    }
     sem_post(&patienceIsOver);
 }
 
@@ -56,7 +64,9 @@ void Handle(int signal, void (*handler)(int)) {
     action.sa_flags = SA_RESTART;
     // Neither handler may see the other one half done.
     sigemptyset(&action.sa_mask);
-    for (const int other : {SIGTERM, SIGINT, SIGALRM}) sigaddset(&action.sa_mask, other);
+    for (const int other : {SIGTERM, SIGINT, SIGALRM}) {
+        sigaddset(&action.sa_mask, other);
+    }
     sigaction(signal, &action, nullptr);
 }
 
@@ -76,7 +86,9 @@ void HandleSignals(unsigned patience) {
 void StartPatience() {
     // The leak check at the end of a build with sanitizers cannot stop another thread in the
     // sandbox, and says so.
-    if (answerSeconds == 0 || kCheckedAccess) return;
+    if (answerSeconds == 0 || kCheckedAccess) {
+        return;
+    }
     try {
         std::thread(EndWhenPatienceIsOver).detach();
         threadWaits = true;

@@ -18,7 +18,9 @@ constinit pid_t remover = 0;
 
 // Signals that ask for an end are the game's to answer.
 [[noreturn]] void RemoveAfterwards(int connection, const std::string& folder) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) std::signal(signal, SIG_IGN);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        std::signal(signal, SIG_IGN);
+    }
     // A byte is the orderly end. Without one the pipe ends, once the game's other processes, which
     // hold it open too, have ended as well.
     char byte = 0;
@@ -36,7 +38,9 @@ std::string MakeTemporaryFolder() {
     std::string folder = chosen != nullptr && chosen[0] == '/' ? chosen : "/tmp";
     folder += "/moxi-XXXXXX";
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return "";
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return "";
+    }
     remover = mkdtemp(folder.data()) != nullptr ? fork() : -1;
     if (remover == 0) {
         close(ends[1]);
@@ -44,7 +48,9 @@ std::string MakeTemporaryFolder() {
     }
     close(ends[0]);
     lifeline = ends[1];
-    if (remover > 0) return folder;
+    if (remover > 0) {
+        return folder;
+    }
     rmdir(folder.c_str());
     close(lifeline);
     lifeline = -1;
@@ -52,9 +58,13 @@ std::string MakeTemporaryFolder() {
 }
 
 void RemoveTemporaryFolder() {
-    if (lifeline < 0) return;
+    if (lifeline < 0) {
+        return;
+    }
     const char end = 0;
-    if (write(lifeline, &end, 1) != 1) return;
+    if (write(lifeline, &end, 1) != 1) {
+        return;
+    }
     close(lifeline);
     lifeline = -1;
     waitpid(remover, nullptr, 0);

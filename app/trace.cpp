@@ -57,9 +57,15 @@ void AfterInstruction(u32 address) {
                 FormatText(" R%u=0x%llX", r, static_cast<unsigned long long>(after.registers[r]));
         }
     }
-    if (after.sp != before.sp) changes += FormatText(" SP=0x%X", after.sp);
-    if (after.fp != before.fp) changes += FormatText(" FP=0x%X", after.fp);
-    if (after.flags != before.flags) changes += " flags=" + FlagNames(after.flags);
+    if (after.sp != before.sp) {
+        changes += FormatText(" SP=0x%X", after.sp);
+    }
+    if (after.fp != before.fp) {
+        changes += FormatText(" FP=0x%X", after.fp);
+    }
+    if (after.flags != before.flags) {
+        changes += " flags=" + FlagNames(after.flags);
+    }
     if (changes.empty()) {
         std::fprintf(traceFile, "%8.8X  %s\n", address, instruction.c_str());
     } else {
@@ -74,13 +80,17 @@ constexpr InstructionTrace kTrace = {BeforeInstruction, AfterInstruction};
 
 bool StartTrace(const std::string& path) {
     traceFile = outputFiles.open(path);
-    if (traceFile == nullptr) return false;
+    if (traceFile == nullptr) {
+        return false;
+    }
     instructionTrace = &kTrace;
     return true;
 }
 
 void CloseTrace() {
-    if (traceFile == nullptr) return;
+    if (traceFile == nullptr) {
+        return;
+    }
     // The instruction that ended the process stands without its changes.
     if (instructionRuns) {
         std::fprintf(traceFile, "%8.8X  %s\n", instructionAddress, instruction.c_str());

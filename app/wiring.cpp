@@ -49,7 +49,9 @@ void LaunchAsThePlayerWants() {
     const Desktop plain = desktop;
     launch();
     RestoreWindowPlace(plain.setWindowFrame);
-    if (startInFullScreen) plain.toggleFullScreen();
+    if (startInFullScreen) {
+        plain.toggleFullScreen();
+    }
 }
 
 // With MOXI_TRANSLATE=all, for tests, nothing is interpreted that can be translated.
@@ -79,10 +81,14 @@ void WireRooms(const Options& options) {
     vmSlots.appendDebugLog = AppendToDebugLog;
     vmSlots.beforeFatalMessage = [](std::string_view text) {
         NoteFatalMessage();
-        if (!MemoryIsOut()) NameFaultInDebugLog(text);
+        if (!MemoryIsOut()) {
+            NameFaultInDebugLog(text);
+        }
         StopBeforeFatalMessage(text);
     };
-    if (options.translate) vmSlots.moduleLoaded = StartTranslation;
+    if (options.translate) {
+        vmSlots.moduleLoaded = StartTranslation;
+    }
     vmSlots.endProcess = Finish;
 
     sysSlots.graphicsGroup = SysGraphicsGroup;

@@ -29,7 +29,9 @@ void PlayMusic(const char* name) {
     const auto bytes = ReadPlayed(BesideMusic(name), kLargestFile);
     if (!bytes) {
         // Nothing has been named where the first piece is asked for "again".
-        if (name[0] != '\0') SystemLog(FormatText("music %s: cannot be read", name));
+        if (name[0] != '\0') {
+            SystemLog(FormatText("music %s: cannot be read", name));
+        }
         return;
     }
     SmfFile file;
@@ -56,12 +58,16 @@ void ReplayMusic() {
 }
 
 void StopMusic() {
-    if (musicPlaying) audioOut.stopMusic();
+    if (musicPlaying) {
+        audioOut.stopMusic();
+    }
     musicPlaying = false;
 }
 
 bool PollMusic() {
-    if (!musicPlaying || audioOut.musicPosition() < endOfPiece) return false;
+    if (!musicPlaying || audioOut.musicPosition() < endOfPiece) {
+        return false;
+    }
     StopMusic();
     return true;
 }

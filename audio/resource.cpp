@@ -19,8 +19,12 @@ bool ReadAll(int file, std::vector<u8>& bytes) {
     size_t got = 0;
     while (got < bytes.size()) {
         const ssize_t count = read(file, bytes.data() + got, bytes.size() - got);
-        if (count < 0) return false;
-        if (count == 0) break;
+        if (count < 0) {
+            return false;
+        }
+        if (count == 0) {
+            break;
+        }
         got += static_cast<size_t>(count);
     }
     bytes.resize(got);
@@ -37,7 +41,9 @@ std::string NameInDataFolder(const std::string& path) {
 
 std::optional<std::vector<u8>> ReadData(const std::string& name, size_t limit) {
     const u32 file = OpenFile(name.c_str(), kOpenRead);
-    if (file == kNoFile) return std::nullopt;
+    if (file == kNoFile) {
+        return std::nullopt;
+    }
     const u32 most = static_cast<u32>(std::min<size_t>(limit, 0xFFFFFFFF));
     std::vector<u8> bytes(std::min<size_t>(ReadableBytes(file, most), most));
     bytes.resize(ReadFile(file, bytes.data(), static_cast<u32>(bytes.size())));
@@ -49,12 +55,16 @@ std::optional<std::vector<u8>> ReadData(const std::string& name, size_t limit) {
 
 std::optional<std::vector<u8>> ReadResource(const char* name, size_t limit) {
     const int file = OpenResource(name);
-    if (file < 0) return std::nullopt;
+    if (file < 0) {
+        return std::nullopt;
+    }
     std::optional<std::vector<u8>> bytes;
     struct stat status;
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
         bytes.emplace(std::min(limit, static_cast<size_t>(status.st_size)));
-        if (!ReadAll(file, *bytes)) bytes.reset();
+        if (!ReadAll(file, *bytes)) {
+            bytes.reset();
+        }
     }
     close(file);
     return bytes;

@@ -31,7 +31,9 @@ struct TickClock {
         }
         microseconds += units / division;
         rest = units % division;
-        if (microseconds > kLatest) microseconds = kLatest;
+        if (microseconds > kLatest) {
+            microseconds = kLatest;
+        }
     }
 
     void AdvanceTo(u64 to) {
@@ -41,7 +43,9 @@ struct TickClock {
 
     // The frame that is being played at this time.
     u64 Frame() const {
-        if (microseconds >= kLatest) return kNever;
+        if (microseconds >= kLatest) {
+            return kNever;
+        }
         // 44,100 frames a second are 441 in 10,000 microseconds.
         static_assert(kAudioRate == 44100);
         return (microseconds * 441 + rest * 441 / division) / 10'000;
@@ -49,7 +53,9 @@ struct TickClock {
 
     // Rounded up: a position has reached this time when it is no less.
     u64 Nanoseconds() const {
-        if (microseconds >= kLatest) return kNever;
+        if (microseconds >= kLatest) {
+            return kNever;
+        }
         return microseconds * 1000 + (rest * 1000 + division - 1) / division;
     }
 };
@@ -67,7 +73,9 @@ Score PrepareScore(const SmfFile& file) {
     for (const SmfEvent& event : file.events) {
         clock.AdvanceTo(event.tick);
         if (event.status == 0xFF) {
-            if (!file.realTime) clock.tempo = event.value;
+            if (!file.realTime) {
+                clock.tempo = event.value;
+            }
         } else {
             piece->events.push_back({.frame = clock.Frame(),
                                      .sysex = event.status == 0xF0 ? event.value : 0,

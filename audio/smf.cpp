@@ -36,7 +36,9 @@ struct Reader {
 
     u32 BigEndian(u32 count) {
         u32 value = 0;
-        for (u32 i = 0; i < count; ++i) value = value << 8 | Byte();
+        for (u32 i = 0; i < count; ++i) {
+            value = value << 8 | Byte();
+        }
         return value;
     }
 
@@ -46,7 +48,9 @@ struct Reader {
         for (u32 i = 0; i < 4; ++i) {
             const u8 byte = Byte();
             value = value << 7 | (byte & 0x7F);
-            if (byte < 0x80) return value;
+            if (byte < 0x80) {
+                return value;
+            }
         }
         bad = true;
         return 0;
@@ -94,7 +98,9 @@ struct Track {
 
 void EmitSysex(Track& track, std::span<const u8> message) {
     const bool plain = std::all_of(message.begin(), message.end(), [](u8 b) { return b < 0x80; });
-    if (!plain || message.empty() || message.size() > kLongestSysex) return;
+    if (!plain || message.empty() || message.size() > kLongestSysex) {
+        return;
+    }
     const u32 start = static_cast<u32>(track.file.sysex.size());
     track.file.sysex.push_back(static_cast<u8>(message.size()));
     track.file.sysex.insert(track.file.sysex.end(), message.begin(), message.end());
@@ -104,7 +110,9 @@ void EmitSysex(Track& track, std::span<const u8> message) {
 // A packet: F0 starts a message, F7 continues one. A message is complete when its last byte is F7.
 void ReadSysex(Track& track, u8 status) {
     const std::span<const u8> packet = track.reader.Take(track.reader.Variable());
-    if (track.reader.bad) return;
+    if (track.reader.bad) {
+        return;
+    }
     if (status == kSysexStart) {
         track.pendingSysex.clear();
     } else if (track.pendingSysex.empty()) {
@@ -116,7 +124,9 @@ void ReadSysex(Track& track, u8 status) {
         track.pendingSysex.insert(track.pendingSysex.end(), packet.begin(),
                                   packet.begin() + static_cast<std::ptrdiff_t>(kept));
     }
-    if (packet.empty() || packet.back() != kSysexEnd) return;
+    if (packet.empty() || packet.back() != kSysexEnd) {
+        return;
+    }
     if (track.pendingSysex.back() == kSysexEnd) {
         track.pendingSysex.pop_back();
         EmitSysex(track, track.pendingSysex);
@@ -128,7 +138,9 @@ void ReadSysex(Track& track, u8 status) {
 bool ReadMeta(Track& track) {
     const u8 type = track.reader.Byte();
     const std::span<const u8> data = track.reader.Take(track.reader.Variable());
-    if (track.reader.bad || type == kMetaEndOfTrack) return false;
+    if (track.reader.bad || type == kMetaEndOfTrack) {
+        return false;
+    }
     if (type == kMetaTempo && data.size() >= 3) {
         const u32 tempo = static_cast<u32>(data[0] << 16 | data[1] << 8 | data[2]);
         // Beats that take no time would never end.
@@ -143,7 +155,9 @@ void ReadChannelMessage(Track& track, u8 status, u8 data1) {
     const u8 kind = status & 0xF0;
     const bool oneByte = kind == 0xC0 || kind == 0xD0;
     const u8 data2 = oneByte ? u8{0} : track.reader.Byte();
-    if (track.reader.bad || data1 >= 0x80 || data2 >= 0x80) return;
+    if (track.reader.bad || data1 >= 0x80 || data2 >= 0x80) {
+        return;
+    }
     track.file.events.push_back(
         {.tick = track.tick, .status = status, .data1 = data1, .data2 = data2});
 }
@@ -154,10 +168,14 @@ bool ReadEvent(Track& track) {
     Reader& reader = track.reader;
     track.tick += reader.Variable();
     const u8 first = reader.Byte();
-    if (reader.bad) return false;
+    if (reader.bad) {
+        return false;
+    }
     if (first < 0x80) {
         reader.bad = track.runningStatus == 0;
-        if (!reader.bad) ReadChannelMessage(track, track.runningStatus, first);
+        if (!reader.bad) {
+            ReadChannelMessage(track, track.runningStatus, first);
+        }
         return !reader.bad;
     }
     if (first < kSysexStart) {
@@ -165,9 +183,13 @@ bool ReadEvent(Track& track) {
         ReadChannelMessage(track, first, reader.Byte());
         return !reader.bad;
     }
-    if (first == kMeta) return ReadMeta(track);
+    if (first == kMeta) {
+        return ReadMeta(track);
+    }
     reader.bad = first != kSysexStart && first != kSysexEnd;
-    if (!reader.bad) ReadSysex(track, first);
+    if (!reader.bad) {
+        ReadSysex(track, first);
+    }
     return !reader.bad;
 }
 
@@ -189,7 +211,9 @@ bool ReadSmf(std::span<const u8> bytes, SmfFile& file, std::string& reason) {
     };
     Reader reader = {.bytes = bytes};
     const std::span<const u8> id = reader.Take(4);
-    if (reader.bad || !IsChunk(id, "MThd")) return refuse("not a MIDI file");
+    if (reader.bad || !IsChunk(id, "MThd")) {
+        return refuse("not a MIDI file");
+    }
     const u32 headerSize = reader.BigEndian(4);
     const u32 format = reader.BigEndian(2);
     const u32 trackCount = reader.BigEndian(2);
@@ -197,16 +221,24 @@ bool ReadSmf(std::span<const u8> bytes, SmfFile& file, std::string& reason) {
     if (reader.bad || headerSize < kHeaderChunkSize || format > kMaximalFormat) {
         return refuse("a MIDI header of no known form");
     }
-    if (!ReadDivision(division, file)) return refuse("a time division of no known form");
+    if (!ReadDivision(division, file)) {
+        return refuse("a time division of no known form");
+    }
     reader.Take(headerSize - kHeaderChunkSize);
 
     file.events.reserve(bytes.size() / 4);
     for (u32 found = 0; found < trackCount;) {
         const std::span<const u8> chunkId = reader.Take(4);
         const std::span<const u8> chunk = reader.Take(reader.BigEndian(4));
-        if (reader.bad) return refuse("the file ends before its last track");
-        if (!IsChunk(chunkId, "MTrk")) continue;
-        if (!ReadTrack(chunk, file)) return refuse("a damaged track");
+        if (reader.bad) {
+            return refuse("the file ends before its last track");
+        }
+        if (!IsChunk(chunkId, "MTrk")) {
+            continue;
+        }
+        if (!ReadTrack(chunk, file)) {
+            return refuse("a damaged track");
+        }
         ++found;
     }
     // The sort keeps the order of what happens at the same tick.

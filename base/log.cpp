@@ -35,7 +35,9 @@ void AppendEscaped(std::string& line, char c) {
 }
 
 void TellDropped() {
-    if (droppedLines == 0) return;
+    if (droppedLines == 0) {
+        return;
+    }
     WriteErrorLine("log: ", std::to_string(droppedLines) + " lines of the log were left out");
     droppedLines = 0;
 }
@@ -43,7 +45,9 @@ void TellDropped() {
 // Whether one more line may be written now. What has been left out is told before the next one.
 bool HasRoom() {
     const std::lock_guard lock(limitLock);
-    if (!limited) return true;
+    if (!limited) {
+        return true;
+    }
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     if (now.tv_sec != second) {
@@ -77,13 +81,19 @@ void WriteErrorLine(std::string_view prefix, std::string_view text) {
     // One write for the whole line, so that lines of several threads do not mix.
     for (std::string_view rest = line; !rest.empty();) {
         const ssize_t written = write(errorDescriptor, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) return;
-        if (written > 0) rest.remove_prefix(static_cast<size_t>(written));
+        if (written < 0 && errno != EINTR) {
+            return;
+        }
+        if (written > 0) {
+            rest.remove_prefix(static_cast<size_t>(written));
+        }
     }
 }
 
 void SystemLog(std::string_view text) {
-    if (HasRoom()) WriteErrorLine("log: ", text);
+    if (HasRoom()) {
+        WriteErrorLine("log: ", text);
+    }
 }
 
 void LimitLog() {

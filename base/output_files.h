@@ -40,7 +40,9 @@ inline constinit OutputFiles outputFiles = {
     .makeNew =
         [](const std::string& path) {
             std::FILE* const file = std::fopen(path.c_str(), "wbxe");
-            if (file != nullptr) std::fclose(file);
+            if (file != nullptr) {
+                std::fclose(file);
+            }
             return file != nullptr;
         },
     .read = OpenOwnFile,

@@ -11,25 +11,43 @@ namespace {
 // How many leading bytes are below 0x80, in steps of eight.
 std::size_t AsciiBlocks(const u8* bytes, std::size_t size) {
     std::size_t i = 0;
-    while (i + 8 <= size && (LoadBytes<u64>(bytes + i) & 0x8080808080808080) == 0) i += 8;
+    while (i + 8 <= size && (LoadBytes<u64>(bytes + i) & 0x8080808080808080) == 0) {
+        i += 8;
+    }
     return i;
 }
 
 // The length of the well-formed sequence at `bytes`, 0 when it is not one.
 std::size_t SequenceLength(const u8* bytes, std::size_t size) {
     const u8 lead = bytes[0];
-    if (lead < 0x80) return 1;
-    if (lead < 0xC2 || lead > 0xF4) return 0;
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return 0;
+    }
     const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (size < length) return 0;
+    if (size < length) {
+        return 0;
+    }
     for (std::size_t i = 1; i < length; ++i) {
-        if (!IsContinuation(static_cast<char>(bytes[i]))) return 0;
+        if (!IsContinuation(static_cast<char>(bytes[i]))) {
+            return 0;
+        }
     }
     const u8 second = bytes[1];
-    if (lead == 0xE0 && second < 0xA0) return 0;  // overlong
-    if (lead == 0xED && second > 0x9F) return 0;  // surrogate
-    if (lead == 0xF0 && second < 0x90) return 0;  // overlong
-    if (lead == 0xF4 && second > 0x8F) return 0;  // above U+10FFFF
+    if (lead == 0xE0 && second < 0xA0) {
+        return 0;  // overlong
+    }
+    if (lead == 0xED && second > 0x9F) {
+        return 0;  // surrogate
+    }
+    if (lead == 0xF0 && second < 0x90) {
+        return 0;  // overlong
+    }
+    if (lead == 0xF4 && second > 0x8F) {
+        return 0;  // above U+10FFFF
+    }
     return length;
 }
 
@@ -40,9 +58,13 @@ bool IsUtf8(std::string_view text) {
     std::size_t i = 0;
     while (i < text.size()) {
         i += AsciiBlocks(bytes + i, text.size() - i);
-        if (i == text.size()) break;
+        if (i == text.size()) {
+            break;
+        }
         const std::size_t length = SequenceLength(bytes + i, text.size() - i);
-        if (length == 0) return false;
+        if (length == 0) {
+            return false;
+        }
         i += length;
     }
     return true;
@@ -55,9 +77,13 @@ std::size_t CharacterLength(std::string_view text, std::size_t index) {
 
 void AppendUtf8(std::string& text, u32 character) {
     const u32 c = character;
-    if (c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) return;
+    if (c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) {
+        return;
+    }
     const auto add = [&text](u32 byte) { text.push_back(static_cast<char>(byte)); };
-    if (c < 0x80) return add(c);
+    if (c < 0x80) {
+        return add(c);
+    }
     if (c < 0x800) {
         add(0xC0 | c >> 6);
     } else if (c < 0x10000) {
@@ -84,10 +110,14 @@ u32 WalkCharacters(std::string_view text, u32 units) {
     std::size_t index = 0;
     for (; units > 0 && index < text.size(); --units) {
         const u8 lead = static_cast<u8>(text[index]);
-        if (IsContinuation(text[index]) || lead >= 0xF8) break;  // no later step gets on either
+        if (IsContinuation(text[index]) || lead >= 0xF8) {
+            break;  // no later step gets on either
+        }
         std::size_t length = CharacterLength(text, index);
         ++index;
-        while (--length > 0 && index < text.size() && IsContinuation(text[index])) ++index;
+        while (--length > 0 && index < text.size() && IsContinuation(text[index])) {
+            ++index;
+        }
     }
     return static_cast<u32>(index);
 }

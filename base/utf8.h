@@ -20,7 +20,9 @@ inline bool IsContinuation(char byte) {
 // Where the character that `index` lies in begins; `index` may be the text's end. In bytes that are
 // no UTF-8 this is a byte that continues none, or the start.
 inline std::size_t CharacterStart(std::string_view text, std::size_t index) {
-    while (index > 0 && index < text.size() && IsContinuation(text[index])) --index;
+    while (index > 0 && index < text.size() && IsContinuation(text[index])) {
+        --index;
+    }
     return index;
 }
 

@@ -46,7 +46,9 @@ std::string LargePiece() {
             events += NoteOn(0, key, 70, channel) + NoteOn(0, key + 4, 60, channel);
             events += Bytes({0, 0xB0 | channel, 10, i % 128});
             events += NoteOff(24, key, channel) + NoteOff(0, key + 4, channel);
-            if (i % 50 == 0) events += Tempo(0, 400'000 + 100 * static_cast<u32>(i));
+            if (i % 50 == 0) {
+                events += Tempo(0, 400'000 + 100 * static_cast<u32>(i));
+            }
         }
         tracks.push_back(events + EndOfTrack(96));
     }
@@ -68,7 +70,9 @@ struct Times {
 
 void TimeStarts(const std::string& file) {
     std::string folder = std::filesystem::temp_directory_path() / "moxi-bench-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) std::abort();
+    if (mkdtemp(folder.data()) == nullptr) {
+        std::abort();
+    }
     folders.resources = folder;
     InitFolders();
     std::ofstream(folder + "/LARGE.MID", std::ios::binary) << file;
@@ -77,7 +81,9 @@ void TimeStarts(const std::string& file) {
         const auto start = Clock::now();
         PlayMusic("LARGE.MID");
         times.all.push_back(Milliseconds(Clock::now() - start));
-        if (!musicPlaying) std::abort();
+        if (!musicPlaying) {
+            std::abort();
+        }
     }
     std::filesystem::remove_all(folder);
     const std::string note = "(" + std::to_string(file.size()) + " bytes)";
@@ -104,7 +110,9 @@ Callback RenderInTime(Renderer& renderer, f64 seconds) {
         const auto end = Clock::now();
         result.times.all.push_back(Milliseconds(end - start));
         due += period;
-        if (end > due) ++result.late;
+        if (end > due) {
+            ++result.late;
+        }
     }
     return result;
 }
@@ -112,11 +120,14 @@ Callback RenderInTime(Renderer& renderer, f64 seconds) {
 void TimeCallback(const std::string& file, f64 seconds, bool besideTheMachine) {
     SmfFile smf;
     std::string reason;
-    if (!ReadSmf({reinterpret_cast<const u8*>(file.data()), file.size()}, smf, reason))
+    if (!ReadSmf({reinterpret_cast<const u8*>(file.data()), file.size()}, smf, reason)) {
         std::abort();
+    }
     const Score score = PrepareScore(smf);
     Synth* const synth = LoadSynth("");
-    if (synth == nullptr) return;
+    if (synth == nullptr) {
+        return;
+    }
     Renderer renderer;
     renderer.synth = synth;
     SetMusic(renderer, score.piece.get());
@@ -135,7 +146,9 @@ void TimeCallback(const std::string& file, f64 seconds, bool besideTheMachine) {
         const std::string path =
             std::string(MOXI_SOURCE_DIR "/bench/kernels/") + kernel.name + ".mxs";
         const std::string error = mx_kernel::LoadKernel(path);
-        if (!error.empty()) std::printf("%s", error.c_str());
+        if (!error.empty()) {
+            std::printf("%s", error.c_str());
+        }
         while (!ended && error.empty()) {
             mx_kernel::SendKernel(mx_kernel::kSetup, kernel.size);
             mx_kernel::SendKernel(mx_kernel::kRun, kernel.size);

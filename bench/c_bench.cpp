@@ -46,7 +46,9 @@ std::string work;  // a folder for what is compiled
 }
 
 void Do(const std::string& command) {
-    if (std::system(command.c_str()) != 0) Fail(command + " failed");
+    if (std::system(command.c_str()) != 0) {
+        Fail(command + " failed");
+    }
 }
 
 // What mxcc does, but for the C library, which the kernels do without: Node.js takes the same file.
@@ -91,11 +93,15 @@ double Time(const NativeKernel& kernel, const Loader& load, bool translated, Che
             double& instructions) {
     StopTranslator();
     load();
-    if (translated && StartTranslator({}) != TranslatorStart::Running) return 0;
+    if (translated && StartTranslator({}) != TranslatorStart::Running) {
+        return 0;
+    }
     Send(mx_kernel::kSetup, kernel.size);
     const u64 before = pcTraceCount;
     Send(mx_kernel::kRun, kernel.size);
-    if (!translated) instructions = static_cast<double>(pcTraceCount - before);
+    if (!translated) {
+        instructions = static_cast<double>(pcTraceCount - before);
+    }
     const double seconds = MedianTime(
         runs, [&] { Send(mx_kernel::kSetup, kernel.size); },
         [&] { Send(mx_kernel::kRun, kernel.size); });
@@ -110,8 +116,12 @@ double TimeProgram(const NativeKernel& kernel, const std::string& program) {
     u32 checksum = 0;
     const std::vector<double> times =
         TimesOf(program + " " + std::to_string(kernel.size) + " " + std::to_string(runs), checksum);
-    if (times.empty()) Fail(program + " failed");
-    if (checksum != kernel.checksum(kernel.size)) Fail(program + ": another checksum");
+    if (times.empty()) {
+        Fail(program + " failed");
+    }
+    if (checksum != kernel.checksum(kernel.size)) {
+        Fail(program + ": another checksum");
+    }
     return Median(times);
 }
 
@@ -123,11 +133,15 @@ Result Measure(const NativeKernel& kernel) {
     result.native = MedianTime(
         runs, [&] { kernel.setup(kernel.size); }, [&] { kernel.run(kernel.size); });
     const Loader inC = [&] {
-        if (!mx_kernel::LoadModuleFile(ReadModule(base + ".MX"))) Fail(base + ".MX: not loaded");
+        if (!mx_kernel::LoadModuleFile(ReadModule(base + ".MX"))) {
+            Fail(base + ".MX: not loaded");
+        }
     };
     const Loader byHand = [&] {
         const std::string error = mx_kernel::LoadKernel(kKernelFolder + kernel.name + ".mxs");
-        if (!error.empty()) Fail(error);
+        if (!error.empty()) {
+            Fail(error);
+        }
     };
     double unused = 0;
     result.interpreted = Time(kernel, inC, false, ChecksumOfC, result.instructions);
@@ -151,7 +165,9 @@ std::string Number(double value) {
 
 std::string Row(const std::string& name, const std::vector<double>& values) {
     std::string row = "| " + name;
-    for (const double value : values) row += " | " + (value > 0 ? Number(value) : "-");
+    for (const double value : values) {
+        row += " | " + (value > 0 ? Number(value) : "-");
+    }
     return row + " |\n";
 }
 
@@ -178,10 +194,14 @@ std::string Table(const std::vector<Result>& results) {
                                             r.translated / r.node,
                                             r.lua / r.interpreted,
                                             r.translated > 0 ? r.lua / r.translated : 0};
-        for (size_t i = 0; i < sums.size(); ++i) sums[i] += std::log(ratios[i]);
+        for (size_t i = 0; i < sums.size(); ++i) {
+            sums[i] += std::log(ratios[i]);
+        }
         table += Row(r.name, ratios);
     }
-    for (double& sum : sums) sum = std::exp(sum / static_cast<double>(results.size()));
+    for (double& sum : sums) {
+        sum = std::exp(sum / static_cast<double>(results.size()));
+    }
     return table + Row("geometric mean", sums);
 }
 
@@ -200,10 +220,14 @@ static int Main(int argc, char** argv) {
         }
     }
     char folder[] = "/tmp/c_bench.XXXXXX";
-    if (mkdtemp(folder) == nullptr) Fail("no folder can be made in /tmp");
+    if (mkdtemp(folder) == nullptr) {
+        Fail("no folder can be made in /tmp");
+    }
     work = folder;
     std::vector<Result> results;
-    for (const NativeKernel& kernel : nativeCKernels) results.push_back(Measure(kernel));
+    for (const NativeKernel& kernel : nativeCKernels) {
+        results.push_back(Measure(kernel));
+    }
     fs::remove_all(work);
     const std::string table = Table(results);
     std::cout << table;

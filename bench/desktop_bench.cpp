@@ -71,7 +71,9 @@ std::string MakeMessageModule(const std::string& folder) {
     std::ostringstream text;
     text << file.rdbuf();
     const AssembleResult assembled = Assemble(text.str(), source);
-    if (!assembled.ok) Fail(FormatErrors(assembled));
+    if (!assembled.ok) {
+        Fail(FormatErrors(assembled));
+    }
     const std::string game = folder + "/Bench";
     fs::create_directory(game);
     std::ofstream(game + "/MAIN.MX", std::ios::binary)
@@ -88,7 +90,9 @@ std::vector<double> KeyToScreen(const RunningGame& game) {
         PaintX11Window(game.window, kDrawnX, kDrawnY, 30, 40, kOtherColour);
         SleepMs(20 + static_cast<int>(random() % 20));  // at any moment of the ticks
         const long taken = KeyToPixel(game.window, kDrawKey, kDrawnX, kDrawnY, kOtherColour);
-        if (taken < 0) Fail("a key press does not reach the screen");
+        if (taken < 0) {
+            Fail("a key press does not reach the screen");
+        }
         times.push_back(static_cast<double>(taken) / 1e6);
     }
     std::sort(times.begin(), times.end());
@@ -99,7 +103,9 @@ long TouchedPixels(const RunningGame& game) {
     PaintX11Window(game.window, 0, 0, kWindowWidth, kWindowHeight, kOtherColour);
     SleepMs(200);
     const long before = OtherX11Pixels(game.window, kWindowWidth, kWindowHeight, kOtherColour);
-    if (before != 0) Fail("the window redraws itself");
+    if (before != 0) {
+        Fail("the window redraws itself");
+    }
     PressX11Key(kDrawKey);
     SleepMs(200);
     return OtherX11Pixels(game.window, kWindowWidth, kWindowHeight, kOtherColour);
@@ -117,7 +123,9 @@ std::string Processor() {
 
 std::string Measure(const Options& options) {
     XSession session;
-    if (!session.Start("1400x900x24")) Fail("Xvfb, openbox or xdotool is missing");
+    if (!session.Start("1400x900x24")) {
+        Fail("Xvfb, openbox or xdotool is missing");
+    }
     const Folder folder;
     double still = 0;
     long touched = 0;
@@ -178,7 +186,9 @@ static int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const std::string table = Measure(options);
     std::fputs(table.c_str(), stdout);
-    if (!options.update.empty()) Update(options.update, table);
+    if (!options.update.empty()) {
+        Update(options.update, table);
+    }
     return 0;
 }
 

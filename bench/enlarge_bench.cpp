@@ -17,7 +17,9 @@ constexpr i32 kScreenHeight = 2160;
 
 void EnlargePicture(benchmark::State& state, i32 width, i32 height, bool smooth) {
     std::vector<u8> source(std::size_t{1280} * 800 * 4);
-    for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<u8>(i * 7);
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        source[i] = static_cast<u8>(i * 7);
+    }
     std::vector<u8> screen(std::size_t{kScreenWidth} * kScreenHeight * 4);
     const TargetPicture target = {screen.data(), kScreenWidth, kScreenHeight, kScreenWidth * 4,
                                   true};

@@ -92,7 +92,9 @@ MeasuredGame MakeGame(const std::string& folder) {
         sources.string(),
         (fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "library").string()};
     const AssembleResult assembled = Assemble(kMeasuredGame, "measured.mxs", options);
-    if (!assembled.ok) Fail(FormatErrors(assembled));
+    if (!assembled.ok) {
+        Fail(FormatErrors(assembled));
+    }
     const fs::path game = fs::path(folder) / kTitle;
     fs::create_directory(game);
     // No links: a game may not read what lies beside its folder.
@@ -147,7 +149,9 @@ struct Setting {
 
 WindowFigures MeasureWindow(const Options& options, const Setting& setting) {
     XSession session;
-    if (!session.Start(setting.screen)) Fail("Xvfb, openbox or xdotool is missing");
+    if (!session.Start(setting.screen)) {
+        Fail("Xvfb, openbox or xdotool is missing");
+    }
     Pin(session.server, 1);
     Pin(session.manager, 1);
     const Folder folder;
@@ -202,7 +206,9 @@ HeadlessRun PlayHeadless(const MeasuredGame& measured, const std::string& folder
                       "--data-folder", folder + "/data", "--dump-image", image, "--run-ms",
                       std::to_string(seconds * 1000), measured.folder},
                      "");
-    if (process < 0) Fail("moxi does not start");
+    if (process < 0) {
+        Fail("moxi does not start");
+    }
     waitpid(process, nullptr, 0);
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
     return {passed.count(), static_cast<double>(LongAt(image, measured.frames))};
@@ -216,7 +222,9 @@ double MeasureHeadless(const Options& options) {
     const int first = kUntilDemoMs / 1000;
     const HeadlessRun before = PlayHeadless(measured, folder.path, first);
     const HeadlessRun after = PlayHeadless(measured, folder.path, first + options.seconds);
-    if (after.frames <= before.frames) Fail("the game draws nothing");
+    if (after.frames <= before.frames) {
+        Fail("the game draws nothing");
+    }
     return (after.seconds - before.seconds) * 1000 / (after.frames - before.frames);
 }
 

@@ -79,22 +79,30 @@ double Median(std::vector<double> values) {
 
 double TimeBatch(const std::function<void()>& work, int repeats) {
     const double start = Now();
-    for (int i = 0; i < repeats; ++i) work();
+    for (int i = 0; i < repeats; ++i) {
+        work();
+    }
     return (Now() - start) / repeats;
 }
 
 int RepeatsFor(const std::function<void()>& work) {
     work();
     int repeats = 1;
-    while (TimeBatch(work, repeats) * repeats < kBatchSeconds) repeats *= 2;
+    while (TimeBatch(work, repeats) * repeats < kBatchSeconds) {
+        repeats *= 2;
+    }
     return repeats;
 }
 
 void Run(const Case& test) {
-    if (test.name.find(filter) == std::string::npos) return;
+    if (test.name.find(filter) == std::string::npos) {
+        return;
+    }
     const int ownRepeats = RepeatsFor(test.work);
     std::vector<int> repeats;
-    for (const Contender& other : test.others) repeats.push_back(RepeatsFor(other.work));
+    for (const Contender& other : test.others) {
+        repeats.push_back(RepeatsFor(other.work));
+    }
     std::vector<double> own;
     std::vector<std::vector<double>> ratios(test.others.size());
     for (int round = 0; round < rounds; ++round) {
@@ -108,7 +116,9 @@ void Run(const Case& test) {
         const double ratio = Median(ratios[i]);
         std::printf("%s %.2f x %s", i == 0 ? "" : ",", ratio, test.others[i].name.c_str());
         for (const Goal& goal : test.goals) {
-            if (goal.against != test.others[i].name) continue;
+            if (goal.against != test.others[i].name) {
+                continue;
+            }
             std::printf(" (goal %.2f%s)", goal.ratio, ratio >= goal.ratio ? "" : ", MISSED");
         }
     }
@@ -240,12 +250,18 @@ void RunBlits() {
             if (named.kind == Kind::RandomAlpha && size == 256) {
                 goals = {{"pixman", 1.6}, {"memcpy", 0.35}};
             }
-            if (named.kind == Kind::RandomAlpha && size == 32) goals = {{"pixman", 1.6}};
+            if (named.kind == Kind::RandomAlpha && size == 32) {
+                goals = {{"pixman", 1.6}};
+            }
             if (named.kind == Kind::Opaque && size == 256) {
                 goals = {{"pixman", 1.3}, {"memcpy", 0.6}};
             }
-            if (named.kind == Kind::Transparent) goals = {{"memcpy", 1.0}};
-            if (named.kind == Kind::Disc && size == 256) goals = {{"pixman", 1.9}};
+            if (named.kind == Kind::Transparent) {
+                goals = {{"memcpy", 1.0}};
+            }
+            if (named.kind == Kind::Disc && size == 256) {
+                goals = {{"pixman", 1.9}};
+            }
             Run({std::string(named.name) + (size != 0 ? " " + std::to_string(size) : " full"),
                  work,
                  {Memcpy(picture, width, height, x, y), Pixman(picture, width, height, x, y),
@@ -304,11 +320,15 @@ void RunFills() {
 
 void RunShapes() {
     const auto lines = [] {
-        for (i32 i = 0; i < 64; ++i) Line(0, 10, 10 + i, 500, 900 - 12 * i, 0x80FFC040);
+        for (i32 i = 0; i < 64; ++i) {
+            Line(0, 10, 10 + i, 500, 900 - 12 * i, 0x80FFC040);
+        }
     };
     Run({"64 diagonal lines", lines, {Scalar(lines)}, {}});
     const auto straight = [] {
-        for (i32 i = 0; i < 64; ++i) Line(0, 10, 10 + i, 500, 10 + i, 0x80FFC040);
+        for (i32 i = 0; i < 64; ++i) {
+            Line(0, 10, 10 + i, 500, 10 + i, 0x80FFC040);
+        }
     };
     Run({"64 horizontal lines", straight, {Scalar(straight)}, {}});
     const auto ellipse = [] { Ellipse(0, 100, 100, 256, 200, 0x80FFC040, 0xFFFFFFFF); };
@@ -332,7 +352,9 @@ void RunScaling() {
             PIXMAN_KERNEL_BOX, 4, 4);
         pixman_image_set_filter(source, PIXMAN_FILTER_SEPARABLE_CONVOLUTION, parameters, count);
         std::vector<Goal> goals;
-        if (goal) goals = {{"pixman box", 4.0}};
+        if (goal) {
+            goals = {{"pixman box", 4.0}};
+        }
         Run({"scaled " + std::to_string(from) + " to " + std::to_string(to),
              work,
              {{"pixman box",
@@ -359,7 +381,9 @@ Contender Yardstick(i32 size,
     };
     const auto scene = std::make_shared<Scene>();
     std::mt19937 random(3);
-    for (i32 i = 0; i < size * size * 4; ++i) scene->bytes.push_back(static_cast<u8>(random()));
+    for (i32 i = 0; i < size * size * 4; ++i) {
+        scene->bytes.push_back(static_cast<u8>(random()));
+    }
     return {
         "yardstick", [=] {
             work(scene->world, {&scene->bytes, true, 0, size, size, 4 * size, 0, 0, size, size});
@@ -395,7 +419,9 @@ void RunColours() {
     const auto fresh = [=] {
         std::mt19937 random(3);
         u32* const pixels = PixelsOf(colours);
-        for (i32 i = 0; i < 256 * 256; ++i) pixels[i] = static_cast<u32>(random());
+        for (i32 i = 0; i < 256 * 256; ++i) {
+            pixels[i] = static_cast<u32>(random());
+        }
     };
     fresh();
     const auto keep = [=] { AdjustColours(colours, 0, 0, 256, 256, -1, -1, 0, 0); };
@@ -461,13 +487,19 @@ bool ReadOptions(int argc, char** argv) {
 }  // namespace
 
 static int Main(int argc, char** argv) {
-    if (!AllocateImage(kImageBytes)) return 1;
+    if (!AllocateImage(kImageBytes)) {
+        return 1;
+    }
     heapStart = kHeapStart;
     heapSize = kImageBytes - kHeapStart;
     InitHeapTable();
     AllocHeap(4);
-    if (!CreateScreenBitmap(kScreenWidth, kScreenHeight)) return 1;
-    if (!ReadOptions(argc, argv)) return 2;
+    if (!CreateScreenBitmap(kScreenWidth, kScreenHeight)) {
+        return 1;
+    }
+    if (!ReadOptions(argc, argv)) {
+        return 2;
+    }
     pixmanScreen =
         pixman_image_create_bits(PIXMAN_a8b8g8r8, kScreenWidth, kScreenHeight,
                                  reinterpret_cast<u32*>(screenBitmap.pixels), 4 * kScreenWidth);

@@ -30,7 +30,9 @@ u32 NextSize() {
 // An image whose module returns at once from every message.
 void MakeMachine() {
     const u32 heap = kEntryPoint + 64 + kStack;
-    if (!AllocateImage(heap + kHeapBytes + (4 << 20))) std::abort();
+    if (!AllocateImage(heap + kHeapBytes + (4 << 20))) {
+        std::abort();
+    }
     heapStart = heap;
     heapSize = imageSize - heap;
     Store<u32>(kHeaderSP, heapStart);
@@ -57,7 +59,9 @@ void CompactionWithEveryTenthBlockFreed(benchmark::State& state) {
         state.PauseTiming();
         MakeMachine();
         const std::vector<u32> handles = FillHeap();
-        for (u32 i = 0; i < kBlocks; i += 10) FreeHeap(handles[i]);
+        for (u32 i = 0; i < kBlocks; i += 10) {
+            FreeHeap(handles[i]);
+        }
         state.ResumeTiming();
         CompactHeap();
     }
@@ -81,14 +85,18 @@ BENCHMARK(MemmoveOfTheSameBytes)->Unit(benchmark::kMillisecond)->Iterations(9);
 void CompactionWithNothingFreed(benchmark::State& state) {
     MakeMachine();
     FillHeap();
-    for (auto _ : state) CompactHeap();
+    for (auto _ : state) {
+        CompactHeap();
+    }
 }
 BENCHMARK(CompactionWithNothingFreed)->Unit(benchmark::kMicrosecond);
 
 void MessageWithNothingToDo(benchmark::State& state) {
     MakeMachine();
     FillHeap();
-    for (auto _ : state) MXmsg(2, 0, 0, 0);
+    for (auto _ : state) {
+        MXmsg(2, 0, 0, 0);
+    }
 }
 BENCHMARK(MessageWithNothingToDo)->Unit(benchmark::kNanosecond);
 

@@ -41,9 +41,13 @@ u8* PixelsOf(u32 handle) {
 
 // A picture like a game's: flat parts, gradients and noise.
 void Start() {
-    if (picture != 0) return;
+    if (picture != 0) {
+        return;
+    }
     folder = (std::filesystem::temp_directory_path() / "moxi-bench-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) std::abort();
+    if (mkdtemp(folder.data()) == nullptr) {
+        std::abort();
+    }
     folders.resources = folder;
     folders.dataOverride = folder;
     InitFolders();
@@ -83,7 +87,9 @@ void LoadBench(benchmark::State& state, const char* name) {
     Start();
     for (auto _ : state) {
         const u32 handle = LoadImage(name);
-        if (handle == 0) std::abort();
+        if (handle == 0) {
+            std::abort();
+        }
         FreeBitmap(handle);
         CompactHeap();
     }
@@ -91,7 +97,9 @@ void LoadBench(benchmark::State& state, const char* name) {
 
 void SaveBench(benchmark::State& state, const char* name, u32 format) {
     Start();
-    for (auto _ : state) benchmark::DoNotOptimize(SaveImage(picture, name, format));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(SaveImage(picture, name, format));
+    }
 }
 
 // Open, decode into memory, close.
@@ -153,7 +161,9 @@ void PlainBmpSave(benchmark::State& state) {
     const std::string path = folder + "/plain.bmp";
     for (auto _ : state) {
         const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (write(file, PixelsOf(picture), kBytes) != static_cast<ssize_t>(kBytes)) std::abort();
+        if (write(file, PixelsOf(picture), kBytes) != static_cast<ssize_t>(kBytes)) {
+            std::abort();
+        }
         close(file);
     }
 }
@@ -172,7 +182,9 @@ BENCHMARK_CAPTURE(SaveBench, bmp, "B.bmp", kFormatBmp)->Unit(benchmark::kMicrose
 static int Main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    if (!folder.empty()) std::filesystem::remove_all(folder);
+    if (!folder.empty()) {
+        std::filesystem::remove_all(folder);
+    }
     return 0;
 }
 

@@ -53,7 +53,9 @@ struct Result {
 }
 
 void ExpectChecksum(const NativeKernel& kernel, const char* language, u32 got, u32 wanted) {
-    if (got == wanted) return;
+    if (got == wanted) {
+        return;
+    }
     Fail(std::string(kernel.name) + ": the checksum in " + language + " is " + std::to_string(got) +
          ", in C++ " + std::to_string(wanted) + "\n");
 }
@@ -70,7 +72,9 @@ u32 MeasureNative(int runs, Result& result) {
 void LoadKernelOf(const NativeKernel& kernel) {
     moxi::StopTranslator();
     const std::string error = mx_kernel::LoadKernel(kKernelFolder + kernel.name + ".mxs");
-    if (!error.empty()) Fail(error);
+    if (!error.empty()) {
+        Fail(error);
+    }
 }
 
 void SetUpMachine(const NativeKernel& kernel) {
@@ -97,7 +101,9 @@ u32 MeasureMachine(int runs, Result& result) {
 std::optional<u32> MeasureTranslated(int runs, Result& result) {
     const NativeKernel& kernel = *result.kernel;
     LoadKernelOf(kernel);
-    if (StartTranslator({}) != TranslatorStart::Running) return std::nullopt;
+    if (StartTranslator({}) != TranslatorStart::Running) {
+        return std::nullopt;
+    }
     SetUpMachine(kernel);
     RunMachine(kernel);
     result.translated = MedianTime(
@@ -131,11 +137,15 @@ double StepTime(const std::array<Step, kSteps>& steps, int runs) {
     constexpr u32 kCalls = 2000000;
     u64 x = 88172645463325252;
     const auto run = [&] {
-        for (u32 i = 0; i < kCalls; ++i) x = steps[x >> 20 & (kSteps - 1)](x);
+        for (u32 i = 0; i < kCalls; ++i) {
+            x = steps[x >> 20 & (kSteps - 1)](x);
+        }
     };
     const double seconds = MedianTime(
         runs, [] {}, run);
-    if (x == 0) Fail("the random numbers have ended\n");
+    if (x == 0) {
+        Fail("the random numbers have ended\n");
+    }
     return seconds / kCalls;
 }
 
@@ -155,7 +165,9 @@ bool HasLua() {
 // The median of the seconds that a command prints, line by line, behind a checksum.
 double MeasureCommand(const std::string& command, u32& checksum) {
     const std::vector<double> times = TimesOf(command, checksum);
-    if (times.empty()) Fail(command + " failed\n");
+    if (times.empty()) {
+        Fail(command + " failed\n");
+    }
     return Median(times);
 }
 
@@ -177,7 +189,9 @@ constexpr const char* kWasmKernels = nullptr;
 
 // "v18.20.4"; empty when there is no Node.js or no kernel for it.
 std::string NodeVersion() {
-    if (kWasmKernels == nullptr) return {};
+    if (kWasmKernels == nullptr) {
+        return {};
+    }
     return FirstLineOf("node --version 2>/dev/null");
 }
 
@@ -207,7 +221,9 @@ Result Measure(const NativeKernel& kernel, int runs, const Others& others) {
     if (const std::optional<u32> checksum = MeasureTranslated(runs, result)) {
         ExpectChecksum(kernel, "translated MX", *checksum, wanted);
     }
-    if (others.hasLua) ExpectChecksum(kernel, "Lua", MeasureLua(runs, result), wanted);
+    if (others.hasLua) {
+        ExpectChecksum(kernel, "Lua", MeasureLua(runs, result), wanted);
+    }
     if (!others.node.empty()) {
         ExpectChecksum(kernel, "wasm", MeasureNode(runs, false, result), wanted);
         ExpectChecksum(kernel, "wasm", MeasureNode(runs, true, result), wanted);
@@ -228,7 +244,9 @@ std::string CompilerName() {
 double GeometricMean(const std::vector<Result>& results,
                      const std::function<double(const Result&)>& value) {
     double sum = 0.0;
-    for (const Result& result : results) sum += std::log(value(result));
+    for (const Result& result : results) {
+        sum += std::log(value(result));
+    }
     return std::exp(sum / static_cast<double>(results.size()));
 }
 
@@ -275,7 +293,9 @@ std::string Row(const Result& result) {
 std::string MeanRow(const std::vector<Result>& results) {
     std::string row =
         "| geometric mean | | " + Number(GeometricMean(results, NsPerInstruction)) + " | ";
-    for (size_t i = 0; i < std::size(kColumns); ++i) row += " | ";
+    for (size_t i = 0; i < std::size(kColumns); ++i) {
+        row += " | ";
+    }
     for (const Column& column : kColumns) {
         const auto ratio = [&column](const Result& result) {
             return result.*column.seconds / result.native;
@@ -293,12 +313,20 @@ std::string Table(const std::vector<Result>& results, int runs, double jump, con
         << " runs, processor time. An indirect jump that cannot be foreseen: " << Number(jump)
         << " ns.\n\n"
         << "| Kernel | MX instructions | ns per instruction | C++ ms";
-    for (const Column& column : kColumns) out << " | " << column.name << " ms";
-    for (const Column& column : kColumns) out << " | " << column.name << " / C++";
+    for (const Column& column : kColumns) {
+        out << " | " << column.name << " ms";
+    }
+    for (const Column& column : kColumns) {
+        out << " | " << column.name << " / C++";
+    }
     out << " |\n|---|---:|---:|---:";
-    for (size_t i = 0; i < 2 * std::size(kColumns); ++i) out << "|---:";
+    for (size_t i = 0; i < 2 * std::size(kColumns); ++i) {
+        out << "|---:";
+    }
     out << "|\n";
-    for (const Result& result : results) out << Row(result);
+    for (const Result& result : results) {
+        out << Row(result);
+    }
     out << MeanRow(results);
     return out.str();
 }
@@ -339,13 +367,19 @@ static int Main(int argc, char** argv) {
     const double jump = UnforeseenJump(options.runs);
     std::vector<Result> results;
     for (const NativeKernel& kernel : nativeKernels) {
-        if (!Chosen(options, kernel.name)) continue;
+        if (!Chosen(options, kernel.name)) {
+            continue;
+        }
         results.push_back(Measure(kernel, options.runs, others));
     }
-    if (results.empty()) Fail("there is no such kernel\n");
+    if (results.empty()) {
+        Fail("there is no such kernel\n");
+    }
     const std::string table = Table(results, options.runs, jump, others);
     std::cout << table;
-    if (!options.update.empty()) Update(options.update, table);
+    if (!options.update.empty()) {
+        Update(options.update, table);
+    }
     return 0;
 }
 

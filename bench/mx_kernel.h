@@ -43,9 +43,13 @@ inline std::string LoadKernel(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream source;
     source << file.rdbuf();
-    if (!file) return path + ": cannot be read\n";
+    if (!file) {
+        return path + ": cannot be read\n";
+    }
     const AssembleResult assembled = Assemble(source.str(), path);
-    if (!assembled.ok) return FormatErrors(assembled);
+    if (!assembled.ok) {
+        return FormatErrors(assembled);
+    }
     return LoadModuleFile(assembled.bytes) ? "" : path + ": not loaded\n";
 }
 

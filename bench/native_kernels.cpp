@@ -29,18 +29,26 @@ void RunSieve(u32 n) {
     flags[0] = 0;
     flags[1] = 0;
     for (u32 i = 2; i * i < n; ++i) {
-        if (flags[i] == 0) continue;
-        for (u32 k = i * i; k < n; k += i) flags[k] = 0;
+        if (flags[i] == 0) {
+            continue;
+        }
+        for (u32 k = i * i; k < n; k += i) {
+            flags[k] = 0;
+        }
     }
     u32 count = 0;
-    for (u32 i = 0; i < n; ++i) count += flags[i];
+    for (u32 i = 0; i < n; ++i) {
+        count += flags[i];
+    }
     primeCount = count;
 }
 
 u32 ChecksumSieve(u32 n) {
     u32 sum = primeCount;
     for (u32 i = 0; i < n; ++i) {
-        if (flags[i] != 0) sum += i;
+        if (flags[i] != 0) {
+            sum += i;
+        }
     }
     return sum;
 }
@@ -83,7 +91,9 @@ void RunCrc(u32 n) {
     }
     const u8* bytes = reinterpret_cast<const u8*>(crcData);
     u32 crc = 0xFFFFFFFF;
-    for (u32 i = 0; i < n; ++i) crc = (crc >> 8) ^ crcTable[(crc ^ bytes[i]) & 255];
+    for (u32 i = 0; i < n; ++i) {
+        crc = (crc >> 8) ^ crcTable[(crc ^ bytes[i]) & 255];
+    }
     crcResult = ~crc;
 }
 
@@ -103,7 +113,9 @@ u32 Iterate(double cr, double ci) {
     for (u32 i = 0; i < kMaxIterations; ++i) {
         const double zr2 = zr * zr;
         const double zi2 = zi * zi;
-        if (zr2 + zi2 > 4.0) return i;
+        if (zr2 + zi2 > 4.0) {
+            return i;
+        }
         const double product = zi * zr;
         zr = (zr2 - zi2) + cr;
         zi = (product + product) + ci;
@@ -116,12 +128,16 @@ void RunMandelbrot(u32 n) {
     u32* next = iterations;
     for (u32 row = 0; row < n; ++row) {
         const double ci = row * step - 1.5;
-        for (u32 column = 0; column < n; ++column) *next++ = Iterate(column * step - 2.0, ci);
+        for (u32 column = 0; column < n; ++column) {
+            *next++ = Iterate(column * step - 2.0, ci);
+        }
     }
 }
 
 u32 Fold(u32 hash, const u32* words, u32 count) {
-    for (u32 i = 0; i < count; ++i) hash = hash * 31 + words[i];
+    for (u32 i = 0; i < count; ++i) {
+        hash = hash * 31 + words[i];
+    }
     return hash;
 }
 
@@ -148,7 +164,9 @@ void RunMatrix(u32 n) {
     for (u32 i = 0; i < n; ++i) {
         for (u32 j = 0; j < n; ++j) {
             u32 sum = 0;
-            for (u32 k = 0; k < n; ++k) sum += m.a[i][k] * m.b[k][j];
+            for (u32 k = 0; k < n; ++k) {
+                sum += m.a[i][k] * m.b[k][j];
+            }
             m.c[i][j] = sum;
         }
     }
@@ -156,7 +174,9 @@ void RunMatrix(u32 n) {
 
 u32 ChecksumMatrix(u32 n) {
     u32 hash = 0;
-    for (u32 i = 0; i < n; ++i) hash = Fold(hash, m.c[i], n);
+    for (u32 i = 0; i < n; ++i) {
+        hash = Fold(hash, m.c[i], n);
+    }
     return hash;
 }
 
@@ -179,7 +199,9 @@ void Sort(u32* first, u32* last) {
             do {
                 --right;
             } while (*right > pivot);
-            if (left >= right) break;
+            if (left >= right) {
+                break;
+            }
             std::swap(*left, *right);
         }
         if (right - first <= last - right) {

@@ -28,7 +28,9 @@ struct Folder {
     Folder() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "moxi-bench-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) Fail("no temporary folder");
+        if (mkdtemp(pattern.data()) == nullptr) {
+            Fail("no temporary folder");
+        }
         path = pattern;
     }
     ~Folder() {
@@ -52,7 +54,9 @@ struct RunningGame {
             SleepMs(20);
             found = OutputOf("xdotool search --onlyvisible --name '^" + title + "$' 2>/dev/null");
         }
-        if (found.empty()) Fail("the window of " + title + " does not appear");
+        if (found.empty()) {
+            Fail("the window of " + title + " does not appear");
+        }
         window = std::stoul(found);
         OutputOf("xdotool windowactivate --sync " + found);
         SleepMs(1000);
@@ -63,7 +67,9 @@ struct RunningGame {
 
     // Ends it in order.
     void Stop() {
-        if (process > 0) StopProcess(process);
+        if (process > 0) {
+            StopProcess(process);
+        }
         process = -1;
     }
 

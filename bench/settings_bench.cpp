@@ -32,7 +32,9 @@ struct SettingsFolder {
     std::string path = std::filesystem::temp_directory_path() / "moxi-bench-XXXXXX";
 
     SettingsFolder() {
-        if (mkdtemp(path.data()) == nullptr) std::abort();
+        if (mkdtemp(path.data()) == nullptr) {
+            std::abort();
+        }
         folders.dataOverride = path;
         InitFolders();
         std::ofstream file(path + "/BIG.INI", std::ios::binary);
@@ -57,12 +59,16 @@ u32 Random(u32& seed, u32 limit) {
 }
 
 void Load(benchmark::State& state) {
-    while (state.KeepRunning()) benchmark::DoNotOptimize(LoadSettings("BIG.INI"));
+    while (state.KeepRunning()) {
+        benchmark::DoNotOptimize(LoadSettings("BIG.INI"));
+    }
 }
 
 void Save(benchmark::State& state) {
     LoadSettings("BIG.INI");
-    while (state.KeepRunning()) benchmark::DoNotOptimize(SaveSettings("OUT.INI"));
+    while (state.KeepRunning()) {
+        benchmark::DoNotOptimize(SaveSettings("OUT.INI"));
+    }
 }
 
 // Half of the accesses read a number and a string, half replace a line.

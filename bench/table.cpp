@@ -11,7 +11,9 @@ bool UpdateTable(const std::string& path, const std::string& begin, const std::s
     std::string text(std::istreambuf_iterator<char>(in), {});
     const std::size_t from = text.find(begin);
     const std::size_t to = text.find(end);
-    if (from == std::string::npos || to == std::string::npos || to < from) return false;
+    if (from == std::string::npos || to == std::string::npos || to < from) {
+        return false;
+    }
     const std::size_t after = from + begin.size();
     text.replace(after, to - after, "\n" + table);
     std::ofstream(path) << text;

@@ -43,7 +43,9 @@ std::string Paragraph() {
         "It was late when the last of the travellers came down from the hills and asked for a "
         "bed. ";
     std::string text;
-    while (text.size() < 2000) text += kWords;
+    while (text.size() < 2000) {
+        text += kWords;
+    }
     text.resize(2000);
     return text;
 }
@@ -108,14 +110,18 @@ void PlainNewLabelWithAStar(benchmark::State& state) {
 
 void PlainLaidOutLabel(benchmark::State& state) {
     pango_layout_set_text(ThePlain().layout, NewLabel().c_str(), -1);
-    for (auto _ : state) DrawPlain();
+    for (auto _ : state) {
+        DrawPlain();
+    }
 }
 
 // --- Draw Text
 
 void StartMachine() {
     static bool started = false;
-    if (started) return;
+    if (started) {
+        return;
+    }
     started = true;
     AllocateImage(kImageSize);
     heapStart = 1 << 20;
@@ -130,7 +136,9 @@ void StartMachine() {
 u32 Draw(u32 text, u32 width, u32 flags, u32 background) {
     const u32 words[9] = {kScreenBitmap, text,  100,        100,       width,
                           kBoxHeight,    flags, background, 0xFF102030};
-    for (u32 i = 0; i < 9; ++i) Store<u32>(kBlock + 4 * i, words[i]);
+    for (u32 i = 0; i < 9; ++i) {
+        Store<u32>(kBlock + 4 * i, words[i]);
+    }
     return DrawText(kBlock);
 }
 
@@ -158,7 +166,9 @@ void NewLabelWithAStar(benchmark::State& state) {
 void SeenLabelOver(benchmark::State& state, u32 background) {
     StartMachine();
     SetText(NewLabel());
-    for (auto _ : state) benchmark::DoNotOptimize(Draw(kText, 400, 0, background));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Draw(kText, 400, 0, background));
+    }
 }
 
 void LayOutParagraph(u32 flags, const std::string& paragraph) {
@@ -166,16 +176,22 @@ void LayOutParagraph(u32 flags, const std::string& paragraph) {
     u32 address = kText;
     while (image[address] != 0) {
         const u32 used = Draw(address, kParagraphWidth, flags, 0) & 0xFFFF;
-        if (used == 0) break;
+        if (used == 0) {
+            break;
+        }
         address += used;
-        if (image[address] == ' ') ++address;
+        if (image[address] == ' ') {
+            ++address;
+        }
     }
 }
 
 void ParagraphSeen(benchmark::State& state, u32 flags) {
     StartMachine();
     const std::string paragraph = Paragraph();
-    for (auto _ : state) LayOutParagraph(flags, paragraph);
+    for (auto _ : state) {
+        LayOutParagraph(flags, paragraph);
+    }
 }
 
 void ParagraphNew(benchmark::State& state, u32 flags) {
@@ -187,7 +203,9 @@ void ParagraphNew(benchmark::State& state, u32 flags) {
         state.PauseTiming();
         u32 value = ++count * 2654435761U;
         for (char& c : paragraph) {
-            if (c == ' ') continue;
+            if (c == ' ') {
+                continue;
+            }
             value = value * 1664525 + 1013904223;
             c = static_cast<char>('a' + (value >> 24) % 26);
         }
@@ -203,8 +221,12 @@ void LongText(benchmark::State& state, const char* pattern, u32 flags) {
     std::string text;
     i64 count = 0;
     for (std::size_t i = 0; count < state.range(0); i = (i + 1) % characters.size()) {
-        if ((static_cast<u8>(characters[i]) & 0xC0) != 0x80) ++count;
-        if (count < state.range(0)) text += characters[i];
+        if ((static_cast<u8>(characters[i]) & 0xC0) != 0x80) {
+            ++count;
+        }
+        if (count < state.range(0)) {
+            text += characters[i];
+        }
     }
     for (auto _ : state) {
         // No two are the same, so that none is remembered.

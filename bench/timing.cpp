@@ -33,29 +33,43 @@ double MedianTime(int runs, const std::function<void()>& setup, const std::funct
 
 std::vector<double> TimesOf(const std::string& command, u32& checksum) {
     FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return {};
+    if (pipe == nullptr) {
+        return {};
+    }
     std::vector<double> times;
     const bool isRead = std::fscanf(pipe, "%u", &checksum) == 1;
     double seconds = 0.0;
-    while (isRead && std::fscanf(pipe, "%lf", &seconds) == 1) times.push_back(seconds);
-    if (pclose(pipe) != 0) times.clear();
+    while (isRead && std::fscanf(pipe, "%lf", &seconds) == 1) {
+        times.push_back(seconds);
+    }
+    if (pclose(pipe) != 0) {
+        times.clear();
+    }
     return times;
 }
 
 std::string ShellQuoted(const std::string& text) {
     std::string quoted = "'";
-    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
     return quoted + "'";
 }
 
 std::string FirstLineOf(const std::string& command) {
     FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return "";
+    if (pipe == nullptr) {
+        return "";
+    }
     char line[256] = {};
     const bool isRead = std::fgets(line, sizeof line, pipe) != nullptr;
-    if (pclose(pipe) != 0 || !isRead) return "";
+    if (pclose(pipe) != 0 || !isRead) {
+        return "";
+    }
     std::string text = line;
-    while (!text.empty() && text.back() == '\n') text.pop_back();
+    while (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
     return text;
 }
 

@@ -40,8 +40,12 @@ double ProcessorSeconds() {
 void LoadImage(const std::string& folder) {
     std::ifstream file(folder + "/MAIN.MX", std::ios::binary);
     const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
-    if (bytes.size() < kHeaderSize) Fail(folder + " has no MAIN.MX");
-    if (!AllocateImage(static_cast<u32>(bytes.size() + 65536))) Fail("no memory");
+    if (bytes.size() < kHeaderSize) {
+        Fail(folder + " has no MAIN.MX");
+    }
+    if (!AllocateImage(static_cast<u32>(bytes.size() + 65536))) {
+        Fail("no memory");
+    }
     std::memcpy(image, bytes.data(), bytes.size());
 }
 
@@ -50,9 +54,13 @@ std::vector<u32> NamedCode(const std::string& folder) {
     std::vector<u32> places;
     std::string address, kind, name;
     while (file >> address >> kind >> name) {
-        if (kind == "code") places.push_back(static_cast<u32>(std::stoul(address, nullptr, 16)));
+        if (kind == "code") {
+            places.push_back(static_cast<u32>(std::stoul(address, nullptr, 16)));
+        }
     }
-    if (places.empty()) Fail(folder + " has no symbols of code");
+    if (places.empty()) {
+        Fail(folder + " has no symbols of code");
+    }
     return places;
 }
 
@@ -73,13 +81,21 @@ Result TranslateAll(const std::vector<u32>& places, const SharedCode& shared) {
     u8* const base = translatedState.codeMemory + 4096;
     const double start = ProcessorSeconds();
     for (const u32 place : places) {
-        if (begun.contains(place)) continue;
+        if (begun.contains(place)) {
+            continue;
+        }
         const Region region = FindRegion(place, [](u32 pc) { return begun.contains(pc); });
-        if (region.instructions.empty()) continue;
+        if (region.instructions.empty()) {
+            continue;
+        }
         const Translation made = EmitRegion(region, base, shared, &generation);
-        for (const Translation::Entry& entry : made.entries) begun.insert(entry.pc);
+        for (const Translation::Entry& entry : made.entries) {
+            begun.insert(entry.pc);
+        }
         result.instructions += region.instructions.size();
-        for (const Instruction& in : region.instructions) result.moduleBytes += in.length;
+        for (const Instruction& in : region.instructions) {
+            result.moduleBytes += in.length;
+        }
         result.codeBytes += made.code.size();
         result.tableBytes += made.places.size() * sizeof(CodePlace) +
                              made.blocks.size() * sizeof(BlockPlace) +
@@ -94,9 +110,13 @@ Result TranslateAll(const std::vector<u32>& places, const SharedCode& shared) {
 int TranslatorBench(int runs, const std::string& folder) {
     LoadImage(folder);
     const std::vector<u32> places = NamedCode(folder);
-    if (!MakeCodeMemory() || !MakeTables()) Fail("no memory to execute from");
+    if (!MakeCodeMemory() || !MakeTables()) {
+        Fail("no memory to execute from");
+    }
     RegisterUses uses;
-    for (const u32 place : places) CountUses(FindRegion(place), uses);
+    for (const u32 place : places) {
+        CountUses(FindRegion(place), uses);
+    }
     const Homes homes = HomesFor(uses);
     hostOf = homes.hosts;
     vectorOf = homes.vectors;

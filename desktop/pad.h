@@ -60,14 +60,18 @@ constexpr std::string_view NameOf(PadAxis axis) {
 
 constexpr std::optional<PadButton> PadButtonNamed(std::string_view name) {
     for (u32 i = 0; i < kPadButtonCount; ++i) {
-        if (kPadButtonNames[i] == name) return static_cast<PadButton>(i);
+        if (kPadButtonNames[i] == name) {
+            return static_cast<PadButton>(i);
+        }
     }
     return std::nullopt;
 }
 
 constexpr std::optional<PadAxis> PadAxisNamed(std::string_view name) {
     for (u32 i = 0; i < kPadAxisCount; ++i) {
-        if (kPadAxisNames[i] == name) return static_cast<PadAxis>(i);
+        if (kPadAxisNames[i] == name) {
+            return static_cast<PadAxis>(i);
+        }
     }
     return std::nullopt;
 }

@@ -51,7 +51,9 @@ inline bool SignalHasWaitedLong() {
 // After the answer; a signal that came while it was given is a request of its own.
 inline void NoteQuitAnswer() {
     QuitRequest answered = QuitRequest::BeingAnswered;
-    if (quitRequest.compare_exchange_strong(answered, QuitRequest::None)) quitIsBySignal = false;
+    if (quitRequest.compare_exchange_strong(answered, QuitRequest::None)) {
+        quitIsBySignal = false;
+    }
 }
 
 static_assert(std::atomic<QuitRequest>::is_always_lock_free);

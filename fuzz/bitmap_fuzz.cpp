@@ -50,7 +50,9 @@ void StartMachine() {
     heapPointerCount = 0;
     InitHeapTable();
     AllocHeap(4);
-    if (!CreateScreenBitmap(40, 30)) std::abort();
+    if (!CreateScreenBitmap(40, 30)) {
+        std::abort();
+    }
     std::memcpy(image + kText, "A.BMP", 6);
     SetLinePattern(0xFFFFFFFF);
     looks = 0;
@@ -80,18 +82,32 @@ u32 Stride(FuzzedDataProvider& input) {
 void Spoil(FuzzedDataProvider& input, u32 handle) {
     const u32 record = heapPtrs[handle].offset;
     const u32 pixels = Load<u32>(record + kRecordPixels);
-    for (u32 i = 0; i < 8; ++i) Store<u32>(record + 4 * i, Word(input, handle));
+    for (u32 i = 0; i < 8; ++i) {
+        Store<u32>(record + 4 * i, Word(input, handle));
+    }
     Store<u32>(record + kRecordStride, Stride(input));
-    if (input.ConsumeIntegralInRange<u32>(0, 7) != 0) Store<u32>(record + kRecordPixels, pixels);
+    if (input.ConsumeIntegralInRange<u32>(0, 7) != 0) {
+        Store<u32>(record + kRecordPixels, pixels);
+    }
 }
 
 void RunCommand(FuzzedDataProvider& input, u32 handle) {
     command = input.ConsumeIntegralInRange<u32>(0, 20);
-    for (u32 i = 0; i < kWords; ++i) Store<u32>(kBlock + 4 * i, Word(input, handle));
-    for (u32 i = 0; i < 8; ++i) Store<u32>(kPoints + 4 * i, Word(input, handle));
-    if (input.ConsumeIntegralInRange<u32>(0, 3) != 0) Store<u32>(kBlock, handle);
-    if (command == 2) Store<u32>(kBlock, kText);
-    if (command == 9 || command == 16) Store<u32>(kBlock + 4, kText);
+    for (u32 i = 0; i < kWords; ++i) {
+        Store<u32>(kBlock + 4 * i, Word(input, handle));
+    }
+    for (u32 i = 0; i < 8; ++i) {
+        Store<u32>(kPoints + 4 * i, Word(input, handle));
+    }
+    if (input.ConsumeIntegralInRange<u32>(0, 3) != 0) {
+        Store<u32>(kBlock, handle);
+    }
+    if (command == 2) {
+        Store<u32>(kBlock, kText);
+    }
+    if (command == 9 || command == 16) {
+        Store<u32>(kBlock + 4, kText);
+    }
     RunGuarded([] { SysGraphicsGroup(command, kBlock); });
 }
 
@@ -115,7 +131,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
         const u32 handle = CreateBitmap(8, 8);
         CreateBitmap(8, 8);
         for (u32 i = 0; i < kMostCommands && input.remaining_bytes() != 0; ++i) {
-            if (i == 0 || input.ConsumeBool()) Spoil(input, handle);
+            if (i == 0 || input.ConsumeBool()) {
+                Spoil(input, handle);
+            }
             RunCommand(input, handle);
         }
     } catch (const RunEnded&) {

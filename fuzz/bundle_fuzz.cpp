@@ -47,7 +47,9 @@ constinit u32 instructions = 0;
 
 constexpr InstructionTrace kBudget = {
     [](u32) {
-        if (++instructions > kMostInstructions) throw RunEnded();
+        if (++instructions > kMostInstructions) {
+            throw RunEnded();
+        }
     },
     [](u32) {},
 };
@@ -87,7 +89,9 @@ std::string Module(FuzzedDataProvider& input) {
 
 std::string Content(FuzzedDataProvider& input, const std::string& place) {
     const bool usual = input.ConsumeIntegralInRange<u32>(0, 3) != 0;
-    if (usual && place.ends_with("MAIN.MX")) return Module(input);
+    if (usual && place.ends_with("MAIN.MX")) {
+        return Module(input);
+    }
     if (usual && place.ends_with(".plist")) {
         return "<plist version=\"1.0\"><dict><key>ZULGameName</key><string>" +
                input.ConsumeRandomLengthString(40) + "</string></dict></plist>";
@@ -99,12 +103,16 @@ void AddThing(FuzzedDataProvider& input) {
     const std::string place = input.PickValueInArray(kPlaces);
     const fs::path path = fs::path(Game()) / place;
     std::error_code error;
-    if (fs::symlink_status(path, error).type() != fs::file_type::not_found) return;
+    if (fs::symlink_status(path, error).type() != fs::file_type::not_found) {
+        return;
+    }
     // Not through a link that leads out of here.
     fs::path parent = path.parent_path();
     fs::create_directories(parent, error);
     const fs::path real = fs::canonical(parent, error);
-    if (error || real.string().rfind(confine::folder, 0) != 0) return;
+    if (error || real.string().rfind(confine::folder, 0) != 0) {
+        return;
+    }
     switch (input.ConsumeIntegralInRange<u32>(0, 5)) {
         case 0: fs::create_symlink(input.PickValueInArray(kTargets), path, error); break;
         case 1: mkfifo(path.c_str(), 0600); break;
@@ -167,7 +175,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     ResetHost();
     fs::create_directories(Game());
     std::ofstream(confine::folder + "/secret.txt") << "secret";
-    for (u32 i = 0; i < kMostThings && input.remaining_bytes() != 0; ++i) AddThing(input);
+    for (u32 i = 0; i < kMostThings && input.remaining_bytes() != 0; ++i) {
+        AddThing(input);
+    }
     folders = {};
     folders.support = confine::folder + "/share";
     folders.state = confine::folder + "/state/moxi";
@@ -176,15 +186,21 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     LoadMenu(Game() + "/MainMenu.plist", reason);
     ResetMenu();
     const bool bare = input.ConsumeBool();
-    if (!FindGame(bare ? Game() + "/MAIN.MX" : Game()).empty()) return 0;
+    if (!FindGame(bare ? Game() + "/MAIN.MX" : Game()).empty()) {
+        return 0;
+    }
     // Whatever was found lies in the game.
     const fs::path resources = fs::canonical(folders.resources, error);
-    if (resources.string().rfind(Game(), 0) != 0) std::abort();
+    if (resources.string().rfind(Game(), 0) != 0) {
+        std::abort();
+    }
     if (folders.gameName.empty() || folders.gameName[0] == '.' ||
         folders.gameName.find('/') != std::string::npos) {
         std::abort();
     }
-    if (!ChooseDataFolder().empty()) std::abort();
+    if (!ChooseDataFolder().empty()) {
+        std::abort();
+    }
     Run();
     return 0;
 }

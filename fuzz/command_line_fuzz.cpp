@@ -14,7 +14,9 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -46,9 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
             arguments.back() += c;
         }
     }
-    if (arguments.size() > 64) return 0;
+    if (arguments.size() > 64) {
+        return 0;
+    }
     std::vector<const char*> argv;
-    for (const std::string& argument : arguments) argv.push_back(argument.c_str());
+    for (const std::string& argument : arguments) {
+        argv.push_back(argument.c_str());
+    }
     Options options;
     const std::optional<int> status =
         ParseCommandLine(static_cast<int>(argv.size()), argv.data(), options);
@@ -59,7 +65,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Require(options.headless ||
             (options.headlessOptions.script.empty() && !options.headlessOptions.runMilliseconds));
     Require(!options.headlessOptions.screens.empty());
-    if (!options.game.empty()) FindGame(options.game);
+    if (!options.game.empty()) {
+        FindGame(options.game);
+    }
     return 0;
 }
 

@@ -28,7 +28,9 @@ inline void Permit(int rules, const std::string& path, u64 rights) {
     constexpr u64 kFileRights = 1 << 0 | 1 << 1 | 1 << 2 | 1 << 14;
     const int place = open(path.c_str(), O_PATH | O_CLOEXEC);
     struct stat status;
-    if (place < 0 || fstat(place, &status) != 0) return;
+    if (place < 0 || fstat(place, &status) != 0) {
+        return;
+    }
     landlock_path_beneath_attr rule = {};
     rule.allowed_access = S_ISDIR(status.st_mode) ? rights : rights & kFileRights;
     rule.parent_fd = place;
@@ -39,7 +41,9 @@ inline void Permit(int rules, const std::string& path, u64 rights) {
 // The fuzzer ends in many ways, so another process waits for its end.
 inline void RemoveAtEnd() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0 || fork() != 0) return;
+    if (pipe2(ends, O_CLOEXEC) != 0 || fork() != 0) {
+        return;
+    }
     close(ends[1]);
     char byte = 0;
     while (read(ends[0], &byte, 1) > 0) {
@@ -52,7 +56,9 @@ inline void RemoveAtEnd() {
 // To be called from LLVMFuzzerInitialize.
 inline void Confine(int argc, char** argv) {
     std::string pattern = "/dev/shm/moxi-fuzz-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        std::abort();
+    }
     folder = pattern;
     RemoveAtEnd();
 
@@ -75,7 +81,9 @@ inline void Confine(int argc, char** argv) {
     }
     Permit(rules, "/dev/null", kRead | 1 << 1);
     // Files to start from.
-    if (const char* const files = std::getenv("MOXI_FUZZ_FILES")) Permit(rules, files, kRead);
+    if (const char* const files = std::getenv("MOXI_FUZZ_FILES")) {
+        Permit(rules, files, kRead);
+    }
     Permit(rules, folder, kEverything);
     Permit(rules, std::filesystem::read_symlink("/proc/self/exe").parent_path(), kReadAndRun);
     for (int i = 1; i < argc; ++i) {
@@ -88,7 +96,9 @@ inline void Confine(int argc, char** argv) {
         }
     }
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    if (syscall(SYS_landlock_restrict_self, rules, 0) != 0) std::abort();
+    if (syscall(SYS_landlock_restrict_self, rules, 0) != 0) {
+        std::abort();
+    }
     close(rules);
 }
 

@@ -28,8 +28,9 @@ inline std::size_t fileSize = 0;
 
 inline std::FILE* OpenMemory(int, const char*, int) {
     const int file = memfd_create("image", MFD_CLOEXEC);
-    if (file < 0 || write(file, fileBytes, fileSize) != static_cast<ssize_t>(fileSize))
+    if (file < 0 || write(file, fileBytes, fileSize) != static_cast<ssize_t>(fileSize)) {
         std::abort();
+    }
     lseek(file, 0, SEEK_SET);
     return fdopen(file, "rb");
 }
@@ -51,13 +52,17 @@ inline void StartMachine() {
 }
 
 inline void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 // Loads the bytes as an image file. A bitmap that comes back must lie in the heap, and without one
 // the heap must be as free as before. The handle is freed again.
 inline void LoadFuzzedImage(const u8* data, std::size_t size) {
-    if (size == 0) return;
+    if (size == 0) {
+        return;
+    }
     StartMachine();
     fileBytes = data;
     fileSize = size;

@@ -88,10 +88,14 @@ constexpr u32 kMarks[] = {0x11111111, 0x22222222};
 
 Template MakeTemplate(const char* text) {
     Template made = {AssembleInstruction(text), {}};
-    if (made.words.empty()) std::abort();
+    if (made.words.empty()) {
+        std::abort();
+    }
     for (const u32 mark : kMarks) {
         for (size_t i = 1; i < made.words.size(); ++i) {
-            if (made.words[i] == mark) made.places.push_back(i);
+            if (made.words[i] == mark) {
+                made.places.push_back(i);
+            }
         }
     }
     return made;
@@ -102,17 +106,26 @@ struct Module {
 
     u32 Address() const { return static_cast<u32>(bytes.size()); }
     void Long(u32 value) {
-        for (u32 shift = 0; shift < 32; shift += 8)
+        for (u32 shift = 0; shift < 32; shift += 8) {
             bytes.push_back(static_cast<u8>(value >> shift));
+        }
     }
     void Put(u32 at, u32 value) {
-        for (u32 i = 0; i < 4; ++i) bytes[at + i] = static_cast<u8>(value >> (8 * i));
+        for (u32 i = 0; i < 4; ++i) {
+            bytes[at + i] = static_cast<u8>(value >> (8 * i));
+        }
     }
     void Add(const Template& code, u32 first = 0, u32 second = 0) {
         std::vector<u32> words = code.words;
-        if (!code.places.empty()) words[code.places[0]] = first;
-        if (code.places.size() > 1) words[code.places[1]] = second;
-        for (const u32 word : words) Long(word);
+        if (!code.places.empty()) {
+            words[code.places[0]] = first;
+        }
+        if (code.places.size() > 1) {
+            words[code.places[1]] = second;
+        }
+        for (const u32 word : words) {
+            Long(word);
+        }
     }
 };
 
@@ -181,7 +194,9 @@ std::vector<u8> MakeModule(FuzzedDataProvider& input) {
     const u32 globals = input.ConsumeIntegralInRange<u32>(0x4000, 0x20000);
     constexpr u32 kCodeAt = kTextsAt + kTextSize * u32{std::size(kTexts)};
     module.Add(MakeTemplate(("JMP " + std::to_string(kCodeAt)).c_str()));
-    while (module.Address() < kTextsAt) module.bytes.push_back(0);
+    while (module.Address() < kTextsAt) {
+        module.bytes.push_back(0);
+    }
     for (const char* const text : kTexts) {
         std::string padded = text;
         padded.resize(kTextSize);
@@ -190,7 +205,9 @@ std::vector<u8> MakeModule(FuzzedDataProvider& input) {
     // The globals begin where the file ends, which is not known yet.
     constexpr u32 kFileEnd = 0x8000;
     std::vector<u32> rooms;
-    for (u32 i = 0; i < 8; ++i) rooms.push_back(kFileEnd + i * 0x700);
+    for (u32 i = 0; i < 8; ++i) {
+        rooms.push_back(kFileEnd + i * 0x700);
+    }
     module.Add(code.link);
     module.Add(code.result);
     const u32 pieces = input.ConsumeIntegralInRange<u32>(0, 24);
@@ -218,15 +235,20 @@ std::vector<u8> MakeModule(FuzzedDataProvider& input) {
 // Bytes as they come, but for what makes the loader read on; the sizes stay small.
 std::vector<u8> MakeRawModule(FuzzedDataProvider& input) {
     std::vector<u8> bytes = input.ConsumeRemainingBytes<u8>();
-    if (bytes.size() < kHeaderSize) return bytes;
+    if (bytes.size() < kHeaderSize) {
+        return bytes;
+    }
     for (const u32 field : {kHeaderGlobalsSize, kHeaderStackSize, kHeaderHeapSize}) {
         bytes[field + 3] &= 0x80;
-        if (bytes[field + 3] == 0) bytes[field + 2] &= 0x0F;
+        if (bytes[field + 3] == 0) {
+            bytes[field + 2] &= 0x0F;
+        }
     }
     if (bytes[kHeaderLoadedLength + 3] == 0 && bytes[kHeaderLoadedLength + 2] == 0xFF) {
         const u32 size = static_cast<u32>(bytes.size());
-        for (u32 i = 0; i < 4; ++i)
+        for (u32 i = 0; i < 4; ++i) {
             bytes[kHeaderLoadedLength + i] = static_cast<u8>(size >> (8 * i));
+        }
     }
     return bytes;
 }
@@ -238,20 +260,32 @@ ScriptEvent MakeEvent(FuzzedDataProvider& input, u64 time) {
     event.milliseconds = time;
     event.kind = static_cast<ScriptEventKind>(
         input.ConsumeIntegralInRange<u32>(0, static_cast<u32>(ScriptEventKind::Post)));
-    for (i64& number : event.numbers) number = input.ConsumeIntegralInRange<i64>(-3, 500);
-    for (double& delta : event.deltas) delta = input.ConsumeIntegralInRange<i32>(-200, 200) / 10.0;
+    for (i64& number : event.numbers) {
+        number = input.ConsumeIntegralInRange<i64>(-3, 500);
+    }
+    for (double& delta : event.deltas) {
+        delta = input.ConsumeIntegralInRange<i32>(-200, 200) / 10.0;
+    }
     if (event.kind == ScriptEventKind::KeyDown || event.kind == ScriptEventKind::KeyUp) {
         event.numbers[0] &= 0x7F;
         event.text = input.ConsumeRandomLengthString(6);
     }
-    if (event.kind == ScriptEventKind::Clipboard) event.text = input.ConsumeRandomLengthString(20);
-    if (event.kind == ScriptEventKind::Resize) {
-        for (i64& number : event.numbers) number = 1 + (number & 0x3F);
+    if (event.kind == ScriptEventKind::Clipboard) {
+        event.text = input.ConsumeRandomLengthString(20);
     }
-    if (event.kind == ScriptEventKind::Screens) event.screens = {{64, 48}, {32, 48}};
+    if (event.kind == ScriptEventKind::Resize) {
+        for (i64& number : event.numbers) {
+            number = 1 + (number & 0x3F);
+        }
+    }
+    if (event.kind == ScriptEventKind::Screens) {
+        event.screens = {{64, 48}, {32, 48}};
+    }
     if (event.kind == ScriptEventKind::Quit || event.kind == ScriptEventKind::Screens) {
         // These end most runs, so they are rare.
-        if (!input.ConsumeBool()) event.kind = ScriptEventKind::Post;
+        if (!input.ConsumeBool()) {
+            event.kind = ScriptEventKind::Post;
+        }
     }
     return event;
 }
@@ -265,7 +299,9 @@ std::vector<ScriptEvent> MakeScript(FuzzedDataProvider& input) {
                          : 0;
     std::mt19937 random(input.ConsumeIntegral<u32>());
     std::vector<u8> bytes(size_t{more} * kBytesPerEvent);
-    for (u8& byte : bytes) byte = static_cast<u8>(random());
+    for (u8& byte : bytes) {
+        byte = static_cast<u8>(random());
+    }
     FuzzedDataProvider seeded(bytes.data(), bytes.size());
     u64 time = 0;
     for (u32 i = 0; i < own + more; ++i) {
@@ -309,7 +345,9 @@ void PrepareFolders(const std::vector<u8>& module) {
     fs::remove_all(folders.dataOverride, error);
     // What a module has put beside its folder goes too.
     for (const auto& entry : fs::directory_iterator(confine::folder)) {
-        if (entry.path() != folders.resources) fs::remove_all(entry.path(), error);
+        if (entry.path() != folders.resources) {
+            fs::remove_all(entry.path(), error);
+        }
     }
     WriteBytes(folders.resources + "/MAIN.MX", module);
 }
@@ -319,7 +357,9 @@ void WireHost() {
     vmSlots.endProcess = [](int) { throw RunEnded(); };
     static bool (*const flushScreen)() = vmSlots.flushScreen;
     vmSlots.flushScreen = [] {
-        if (!inMX) messageInstructions = 0;
+        if (!inMX) {
+            messageInstructions = 0;
+        }
         return flushScreen();
     };
     desktopEvents.screenshot = [](const std::string&) { return true; };
@@ -381,7 +421,9 @@ bool RunInput(const u8* data, size_t size, bool isTranslated) {
     };
     messageInstructions = runInstructions = drawingLooks = 0;
     bool hasEnded = false;
-    if (!isTranslated) instructionTrace = &kBudget;
+    if (!isTranslated) {
+        instructionTrace = &kBudget;
+    }
 #ifdef MOXI_FUZZ_TRANSLATED
     if (isTranslated) {
         vmSlots.moduleLoaded = [] {
@@ -404,7 +446,9 @@ bool RunInput(const u8* data, size_t size, bool isTranslated) {
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     const bool wentOn = RunInput(data, size, false);
 #ifdef MOXI_FUZZ_TRANSLATED
-    if (wentOn) RunInput(data, size, true);
+    if (wentOn) {
+        RunInput(data, size, true);
+    }
     StopTranslator();
     vmSlots.moduleLoaded = [] {};
 #else

@@ -13,7 +13,9 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -37,7 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     FormatSymbols(result);
     ModuleFile module;
     Require(ParseModule(result.bytes, module).empty());
-    if (result.bytes.size() > 1 << 16) return 0;  // long and without news
+    if (result.bytes.size() > 1 << 16) {
+        return 0;  // long and without news
+    }
     std::ostringstream raw;
     WriteRawSource(module, raw);
     const AssembleResult again = Assemble(raw.str(), "again.mxs");

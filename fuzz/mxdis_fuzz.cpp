@@ -15,12 +15,16 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 // Most inputs are to get past the check of the header.
 void MakeHeader(std::vector<u8>& bytes) {
-    if (bytes.size() < kHeaderSize) bytes.resize(kHeaderSize);
+    if (bytes.size() < kHeaderSize) {
+        bytes.resize(kHeaderSize);
+    }
     const u8 magic[] = {'M', 'O', 'X', 'I', '6', 0};
     std::copy(std::begin(magic), std::end(magic), bytes.begin() + kHeaderMagic);
     bytes[kHeaderModuleMajor] = 6;
@@ -50,7 +54,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         return 0;
     }
     SymbolNames names;
-    if (!ParseSymbolFile(symbols, names).empty()) names = {};
+    if (!ParseSymbolFile(symbols, names).empty()) {
+        names = {};
+    }
     std::ostringstream listing;
     WriteModuleListing(module, names, listing);
     Require(!listing.str().empty());

@@ -15,7 +15,9 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 std::string ChangedModule(FuzzedDataProvider& input) {

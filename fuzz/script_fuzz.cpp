@@ -10,7 +10,9 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 void CheckEvent(const ScriptEvent& event) {
@@ -25,9 +27,13 @@ void CheckEvent(const ScriptEvent& event) {
         Require(event.numbers[0] >= 1 && event.numbers[0] <= 32767);
         Require(event.numbers[1] >= 1 && event.numbers[1] <= 32767);
     }
-    if (event.kind == ScriptEventKind::Screens) Require(!event.screens.empty());
+    if (event.kind == ScriptEventKind::Screens) {
+        Require(!event.screens.empty());
+    }
     Require(event.text.find('\0') == std::string::npos);
-    if (event.kind != ScriptEventKind::Clipboard) return;
+    if (event.kind != ScriptEventKind::Clipboard) {
+        return;
+    }
     std::vector<ScriptEvent> again;
     Require(ParseScript("0 clipboard " + QuoteScriptText(event.text), again).empty());
     Require(again.size() == 1 && again[0].text == event.text);
@@ -51,7 +57,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         Require(error.find('\n') == std::string::npos);
     }
     std::vector<ViewSize> sizes;
-    if (ParseScreenSizes(text, sizes)) Require(!sizes.empty());
+    if (ParseScreenSizes(text, sizes)) {
+        Require(!sizes.empty());
+    }
     return 0;
 }
 

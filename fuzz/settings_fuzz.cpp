@@ -83,13 +83,17 @@ void RunCommand(FuzzedDataProvider& input) {
     }
     Store<u32>(kHeaderR15, kBlock);
     Store<u32>(kBlock, 0x0800 + sub);
-    for (u32 i = 0; i < 3; ++i) Store<u32>(kBlock + 4 + 4 * i, arguments[i]);
+    for (u32 i = 0; i < 3; ++i) {
+        Store<u32>(kBlock + 4 + 4 * i, arguments[i]);
+    }
     try {
         SysDispatch();
     } catch (const ProcessEnded&) {
         // A memory fault of the module: its own doing, and the end of the process in real life.
     }
-    if (sub == 1) file = saved;
+    if (sub == 1) {
+        file = saved;
+    }
     if (HasSettingsBuffer() &&
         (SettingsTextEnd() >= SettingsCapacity() || SettingsByte(SettingsTextEnd()) != 0)) {
         std::abort();
@@ -120,7 +124,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     std::memset(image, 0, kImageSize);
     Store<u8>(kFirstText, 'x');
     LoadSettings("FILE.INI");
-    for (int steps = 0; steps < 200 && input.remaining_bytes() != 0; ++steps) RunCommand(input);
+    for (int steps = 0; steps < 200 && input.remaining_bytes() != 0; ++steps) {
+        RunCommand(input);
+    }
     return 0;
 }
 

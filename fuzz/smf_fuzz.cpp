@@ -11,7 +11,9 @@ namespace moxi {
 namespace {
 
 void Require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -30,7 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         Require(event.frame >= frame && event.status >= 0x80 && event.status <= 0xF0);
         Require(event.data1 < 0x80 && event.data2 < 0x80);
         frame = event.frame;
-        if (event.status != 0xF0) continue;
+        if (event.status != 0xF0) {
+            continue;
+        }
         const std::vector<u8>& pool = score.piece->sysex;
         Require(event.sysex < pool.size() && pool.size() - event.sysex > pool[event.sysex]);
     }

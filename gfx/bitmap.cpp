@@ -67,7 +67,9 @@ void Select(Selection& selection, u32 handle, const char* alreadyStarted, const 
     const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
     CheckedRange(record, kRecordSize);
     const u32 pixelHandle = Load<u32>(record + kRecordPixels);
-    if (pixelHandle == 0) ShowFatalMessage(noPixels);
+    if (pixelHandle == 0) {
+        ShowFatalMessage(noPixels);
+    }
     ReadRecord(selection, record, static_cast<u32>(LockHeapPtr(pixelHandle) - image));
 }
 
@@ -88,18 +90,24 @@ u32 CreateBitmap(u32 width, u32 height) {
     const u32 pixelHandle = AllocHeap(stride * height);
     const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
     const u32 words[8] = {width, height, stride, 0, 0, width, height, pixelHandle};
-    for (u32 i = 0; i < 8; ++i) Store<u32>(record + 4 * i, words[i]);
+    for (u32 i = 0; i < 8; ++i) {
+        Store<u32>(record + 4 * i, words[i]);
+    }
     UnlockHeapPtr(handle);
     return handle;
 }
 
 void FreeBitmap(u32 handle) {
-    if (handle == kScreenBitmap) return;
+    if (handle == kScreenBitmap) {
+        return;
+    }
     const u32 record = static_cast<u32>(LockHeapPtr(handle) - image);
     CheckedRange(record, kRecordSize);
     const u32 pixelHandle = Load<u32>(record + kRecordPixels);
     UnlockHeapPtr(handle);
-    if (pixelHandle != 0) FreeHeap(pixelHandle);
+    if (pixelHandle != 0) {
+        FreeHeap(pixelHandle);
+    }
     FreeHeap(handle);
 }
 
@@ -127,22 +135,32 @@ void StartDSTSRC(u32 source, u32 destination) {
     }
     const u32 formerRecord = srcSelection.record;
     srcSelection = dstSelection;
-    if (srcSelection.host) srcSelection.record = formerRecord;
+    if (srcSelection.host) {
+        srcSelection.record = formerRecord;
+    }
 }
 
 void EndDSTSRC() {
     const bool shared = dstSelection.handle == srcSelection.handle;
-    if (!shared) EndSRC();
+    if (!shared) {
+        EndSRC();
+    }
     EndDST();
     srcSelection.handle = kNoBitmap;
 }
 
 bool PeekModuleBitmap(u32 handle, Selection& selection) {
-    if (handle == kScreenBitmap || handle >= kHeapHandles) return false;
+    if (handle == kScreenBitmap || handle >= kHeapHandles) {
+        return false;
+    }
     const u32 record = heapPtrs[handle].offset;
-    if (u64{record} + kRecordSize > imageSize) return false;
+    if (u64{record} + kRecordSize > imageSize) {
+        return false;
+    }
     const u32 pixelHandle = Load<u32>(record + kRecordPixels);
-    if (pixelHandle >= kHeapHandles) return false;
+    if (pixelHandle >= kHeapHandles) {
+        return false;
+    }
     selection = kNoSelection;
     selection.handle = handle;
     ReadRecord(selection, record, heapPtrs[pixelHandle].offset);
@@ -158,11 +176,15 @@ Selection PeekHostBitmap(u32 handle) {
 }
 
 void RequireArea(const Selection& selection, const Area& area) {
-    if (!area.Empty() && !Reaches(selection, area)) MemoryFault();
+    if (!area.Empty() && !Reaches(selection, area)) {
+        MemoryFault();
+    }
 }
 
 void GrowDirtyRect(i32 x, i32 y, i32 w, i32 h) {
-    if (!dirtyTracking) return;
+    if (!dirtyTracking) {
+        return;
+    }
     // Sums wrap: the rectangle comes from the module and may be anything.
     const auto add = [](i32 a, i32 b) {
         return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));

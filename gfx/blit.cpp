@@ -55,7 +55,9 @@ void CopyBand(const Copy& copy, const Area& target, bool invert) {
 }
 
 void CopyArea(const Copy& copy, bool invert) {
-    if (copy.target.Empty()) return;
+    if (copy.target.Empty()) {
+        return;
+    }
     ForEachBand(copy.target, [&](const Area& band) { CopyBand(copy, band, invert); });
 }
 
@@ -74,7 +76,9 @@ void VisitShownPixels(const Copy& copy, Visit visit) {
             NoteDrawing(1);
             const u32 source =
                 LoadBytes<u32>(PixelAt(srcSelection, x + copy.toSourceX, y + copy.toSourceY));
-            if (AlphaOf(source) == 0) continue;
+            if (AlphaOf(source) == 0) {
+                continue;
+            }
             RequireArea(dstSelection, {x, y, x + 1, y + 1});
             visit(PixelAt(dstSelection, x, y), source);
         }
@@ -91,7 +95,9 @@ struct BlitWork {
     void ForEachCopy(Visit visit) const {
         ForEachTile(tiling, visible, [&](i64 x, i64 y, const Area& part) {
             Copy copy = {part, sourceX - x, sourceY - y};
-            if (srcSelection.host) copy.target = WithinSource(copy);
+            if (srcSelection.host) {
+                copy.target = WithinSource(copy);
+            }
             visit(copy);
         });
     }
@@ -102,8 +108,12 @@ struct BlitWork {
 constexpr i64 kNarrowCopy = 256;
 
 bool IsNarrowTiling(const BlitWork& work) {
-    if (work.tiling.width >= kNarrowCopy || work.tiling.IsFirstCopy(work.visible)) return false;
-    if (!RowsAreApart(dstSelection, work.visible)) return false;
+    if (work.tiling.width >= kNarrowCopy || work.tiling.IsFirstCopy(work.visible)) {
+        return false;
+    }
+    if (!RowsAreApart(dstSelection, work.visible)) {
+        return false;
+    }
     const Area source = Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY);
     return Reaches(srcSelection, source) && !MayOverlap(source, work.visible);
 }
@@ -119,7 +129,9 @@ void RunNarrowTiling(const BlitWork& work) {
 }
 
 void RunBlit(const BlitWork& work) {
-    if (work.visible.Empty()) return;
+    if (work.visible.Empty()) {
+        return;
+    }
     if (!srcSelection.host) {
         RequireArea(srcSelection,
                     Moved(VisiblePart(work.tiling, work.visible), work.sourceX, work.sourceY));
@@ -147,12 +159,20 @@ void RunBlit(const BlitWork& work) {
 
 // The way of nearly all blits: one copy. False when the destination is not reached.
 bool RunOneCopy(const Area& visible, i64 toSourceX, i64 toSourceY, bool invert) {
-    if (visible.Empty()) return true;
+    if (visible.Empty()) {
+        return true;
+    }
     const Area source = Moved(visible, toSourceX, toSourceY);
-    if (!srcSelection.host) RequireArea(srcSelection, source);
-    if (!Reaches(dstSelection, visible)) return false;
+    if (!srcSelection.host) {
+        RequireArea(srcSelection, source);
+    }
+    if (!Reaches(dstSelection, visible)) {
+        return false;
+    }
     Copy copy = {visible, toSourceX, toSourceY};
-    if (srcSelection.host) copy.target = WithinSource(copy);
+    if (srcSelection.host) {
+        copy.target = WithinSource(copy);
+    }
     CopyArea(copy, invert);
     return true;
 }
@@ -180,8 +200,12 @@ void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i
                                  i64{sourceY} - y, invert);
     if (!empty && !done) {
         Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
-        if (invert && !endless) tiling.right = std::min(tiling.right, i64{x} + width);
-        if (endless) tiling.bottom = std::min(tiling.bottom, i64{y} + height);
+        if (invert && !endless) {
+            tiling.right = std::min(tiling.right, i64{x} + width);
+        }
+        if (endless) {
+            tiling.bottom = std::min(tiling.bottom, i64{y} + height);
+        }
         RunBlit(
             {tiling, Intersect(tiling.Extent(), ClipArea(dstSelection)), sourceX, sourceY, invert});
     }

@@ -38,7 +38,9 @@ struct SystemBlock {
     // Makes it `size` bytes and keeps the first `used`; false when there is not enough memory.
     bool Grow(std::size_t used, std::size_t size) {
         u8* const larger = static_cast<u8*>(systemCalls.allocate(std::max<std::size_t>(size, 1)));
-        if (larger == nullptr) return false;
+        if (larger == nullptr) {
+            return false;
+        }
         std::copy(bytes, bytes + used, larger);
         systemCalls.release(bytes);
         bytes = larger;
@@ -59,11 +61,15 @@ struct Headers {
 
 // Reads and drops bytes; false when the file ends before.
 bool SkipBytes(u32 file, u32 count) {
-    if (ReadableBytes(file, count) < count) return false;
+    if (ReadableBytes(file, count) < count) {
+        return false;
+    }
     u8 dropped[4096];
     while (count > 0) {
         const u32 part = std::min<u32>(count, sizeof dropped);
-        if (ReadFile(file, dropped, part) < part) return false;
+        if (ReadFile(file, dropped, part) < part) {
+            return false;
+        }
         count -= part;
     }
     return true;
@@ -71,8 +77,12 @@ bool SkipBytes(u32 file, u32 count) {
 
 bool ReadHeaders(u32 file, Headers& headers) {
     u8 start[kFileHeaderSize];
-    if (ReadFile(file, start, kFileHeaderSize) < kFileHeaderSize) return false;
-    if (start[0] != 'B' || start[1] != 'M') return false;
+    if (ReadFile(file, start, kFileHeaderSize) < kFileHeaderSize) {
+        return false;
+    }
+    if (start[0] != 'B' || start[1] != 'M') {
+        return false;
+    }
     headers.fileSize = LoadBytes<u32>(start + 2);
     headers.pixelOffset = LoadBytes<u32>(start + 10);
     // The info header is everything before the pixels. Fields that it is too short for are 0.
@@ -101,7 +111,9 @@ Rows RowsOf(const Headers& headers) {
     u64 imageSize = headers.imageSize;
     // A header without an image size counts as one of a 24-bit picture, whatever the picture has.
     const u64 usualStride = (u64{headers.width} * 3 + 3) / 4 * 4;
-    if (imageSize == 0) imageSize = usualStride * headers.height;
+    if (imageSize == 0) {
+        imageSize = usualStride * headers.height;
+    }
     const bool withAlpha = headers.bitsPerPixel > 24;
     return {headers.height == 0 ? 0 : imageSize / headers.height,
             u64{headers.width} * (withAlpha ? 4 : 3), withAlpha};
@@ -112,13 +124,21 @@ Rows RowsOf(const Headers& headers) {
 bool ReadPixelData(u32 file, u32 count, u32 kept, SystemBlock& block) {
     u32 size = std::min(kept, kFirstBlock);
     u32 used = 0;
-    if (!block.Grow(0, size)) return false;
+    if (!block.Grow(0, size)) {
+        return false;
+    }
     while (true) {
-        if (ReadFile(file, block.bytes + used, size - used) < size - used) return false;
+        if (ReadFile(file, block.bytes + used, size - used) < size - used) {
+            return false;
+        }
         used = size;
-        if (used == kept) break;
+        if (used == kept) {
+            break;
+        }
         size = static_cast<u32>(std::min<u64>(kept, u64{size} * 2));
-        if (!block.Grow(used, size)) return false;
+        if (!block.Grow(used, size)) {
+            return false;
+        }
     }
     return SkipBytes(file, count - kept);
 }
@@ -136,7 +156,9 @@ void ConvertRow(u8* to, const u8* from, u32 width, bool withAlpha) {
 // Rows that the data does not hold whole are made up with zero bytes.
 void ConvertPicture(u8* pixels, const Headers& headers, const Rows& rows, const u8* data,
                     u64 size) {
-    if (headers.width == 0) return;  // any number of empty rows
+    if (headers.width == 0) {
+        return;  // any number of empty rows
+    }
     std::vector<u8> cutRow;
     for (u32 row = 0; row < headers.height; ++row) {
         u8* const to = pixels + u64{headers.height - 1 - row} * headers.width * kBytesPerPixel;
@@ -146,7 +168,9 @@ void ConvertPicture(u8* pixels, const Headers& headers, const Rows& rows, const 
             continue;
         }
         cutRow.assign(rows.bytes, 0);
-        if (start < size) std::copy(data + start, data + size, cutRow.begin());
+        if (start < size) {
+            std::copy(data + start, data + size, cutRow.begin());
+        }
         ConvertRow(to, cutRow.data(), headers.width, rows.withAlpha);
     }
 }
@@ -179,7 +203,9 @@ bool WriteAll(u32 file, const u8* bytes, u32 count) {
 
 // Rows from the bottom up, several in each write.
 bool WriteRows(u32 file, const Selection& selection) {
-    if (selection.height <= 0 || selection.stride <= 0) return true;
+    if (selection.height <= 0 || selection.stride <= 0) {
+        return true;
+    }
     const u32 stride = static_cast<u32>(selection.stride);
     const std::size_t pixels = std::min<std::size_t>(
         stride / kBytesPerPixel, static_cast<u32>(std::max(0, selection.width)));
@@ -195,7 +221,9 @@ bool WriteRows(u32 file, const Selection& selection) {
             CopyExchanged(to, from, pixels);
             std::copy(from + pixels * kBytesPerPixel, from + stride, to + pixels * kBytesPerPixel);
         }
-        if (!WriteAll(file, piece.data(), static_cast<u32>(bottom - top) * stride)) return false;
+        if (!WriteAll(file, piece.data(), static_cast<u32>(bottom - top) * stride)) {
+            return false;
+        }
         bottom = top;
     }
     return true;
@@ -204,7 +232,9 @@ bool WriteRows(u32 file, const Selection& selection) {
 // Faults unless whole rows of `stride` bytes lie in the image.
 void RequireRows(const Selection& selection) {
     RequireArea(selection, BitmapArea(selection));
-    if (selection.host || selection.height <= 0 || selection.stride <= 0) return;
+    if (selection.host || selection.height <= 0 || selection.stride <= 0) {
+        return;
+    }
     CheckedRange(selection.pixelAddress,
                  static_cast<u64>(selection.stride) * static_cast<u64>(selection.height));
 }
@@ -214,10 +244,16 @@ void RequireRows(const Selection& selection) {
 u32 LoadBmp(const char* name) {
     const FileCloser file = {OpenFile(name, kOpenRead)};
     Headers headers;
-    if (!ReadHeaders(file.handle, headers)) return 0;
-    if (headers.bitsPerPixel < 24 || headers.compression != 0) return 0;
+    if (!ReadHeaders(file.handle, headers)) {
+        return 0;
+    }
+    if (headers.bitsPerPixel < 24 || headers.compression != 0) {
+        return 0;
+    }
     const u32 handle = CreateBitmapIfItFits(headers.width, headers.height);
-    if (handle == 0) return 0;
+    if (handle == 0) {
+        return 0;
+    }
     const Rows rows = RowsOf(headers);
     const u32 count = headers.fileSize - headers.pixelOffset;
     const u64 used = headers.height == 0 ? 0 : rows.stride * (headers.height - 1) + rows.bytes;
@@ -239,7 +275,9 @@ u32 LoadBmp(const char* name) {
 
 u32 SaveBmp(u32 handle, const char* name) {
     const FileCloser file = {OpenToReplace(name)};
-    if (file.handle == kNoFile) return 0;
+    if (file.handle == kNoFile) {
+        return 0;
+    }
     StartSRC(handle);
     u8 headers[kHeadersSize];
     MakeHeaders(headers, srcSelection);

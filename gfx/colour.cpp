@@ -77,7 +77,9 @@ void PaintArea(const Area& area, const SquareSide& across, const SquareSide& dow
 
 void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hueByte) {
     i32 turn = kSquareHueStart - static_cast<i32>(hueByte);
-    if (turn < 0) turn += kHueCircle;
+    if (turn < 0) {
+        turn += kHueCircle;
+    }
     const f64 position = turn / kHueSteps;
     const u32 sector = static_cast<u32>(std::floor(position));
     const f64 f = position - sector;
@@ -85,7 +87,9 @@ void PaintSquare(const SquareSide& across, const SquareSide& down, u32 hueByte) 
     const Area area =
         Intersect({across.start, down.start, across.start + across.size, down.start + down.size},
                   ClipArea(dstSelection));
-    if (area.Empty()) return;
+    if (area.Empty()) {
+        return;
+    }
     RequireArea(dstSelection, area);
     const Hue hue = {slope, kSquareOrder[sector]};
     if (RowsAreApart(dstSelection, area)) {
@@ -106,7 +110,9 @@ u32 RgbToHsv(u32 colour) {
     const f64 highest = std::max({r, g, b});
     const f64 d = highest - std::min({r, g, b});
     const u32 value = Whole(highest * 255.0);
-    if (d == 0) return (colour & kAlphaMask) | value << 16;
+    if (d == 0) {
+        return (colour & kAlphaMask) | value << 16;
+    }
     f64 hue = 0;
     if (r == highest) {
         hue = (g - b) / d;
@@ -115,8 +121,12 @@ u32 RgbToHsv(u32 colour) {
     } else {
         hue = (b - r) / d + 2;
     }
-    if (hue < 0) hue += 6;
-    if (hue >= 6) hue -= 6;
+    if (hue < 0) {
+        hue += 6;
+    }
+    if (hue >= 6) {
+        hue -= 6;
+    }
     const u32 saturation = Whole(d / highest * 255.0);
     return (colour & kAlphaMask) + (value << 16) + (saturation << 8) + Whole(hue * kHueSteps);
 }
@@ -126,10 +136,14 @@ u32 HsvToRgb(u32 hsv) {
     const f64 value = ByteOf(hsv, 2) / 255.0;
     const f64 s = ByteOf(hsv, 1) / 255.0;
     const u32 v = Whole(value * 255.0);
-    if (s == 0) return alpha | PackBytes(v, v, v, 0);
+    if (s == 0) {
+        return alpha | PackBytes(v, v, v, 0);
+    }
     const f64 position = ByteOf(hsv, 0) / kHueSteps;
     const f64 sector = std::floor(position);
-    if (sector > 5) return alpha;
+    if (sector > 5) {
+        return alpha;
+    }
     const f64 f = position - sector;
     const u32 p = Whole((1 - s) * value * 255);
     const u32 q = Whole((1 - s * f) * value * 255);

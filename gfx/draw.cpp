@@ -13,7 +13,9 @@ namespace moxi {
 namespace {
 
 void FillArea(const Selection& selection, const Area& area, u32 colour) {
-    if (area.Empty()) return;
+    if (area.Empty()) {
+        return;
+    }
     RequireArea(selection, area);
     ForEachBand(area, [&](const Area& band) {
         kernels->fill(PixelAt(selection, band.left, band.top), selection.stride,
@@ -46,11 +48,15 @@ void BlendPixel(u32 handle, i32 x, i32 y, u32 colour) {
         BlendPixelAt(PixelAt(srcSelection, x, y), PrepareBlend(colour));
     }
     EndSRC();
-    if (handle == kScreenBitmap) GrowDirtyRect(x, y, 1, 1);
+    if (handle == kScreenBitmap) {
+        GrowDirtyRect(x, y, 1, 1);
+    }
 }
 
 void Polyline(u32 handle, u32 points, u32 count, u32 colour) {
-    if (count == 1) return;
+    if (count == 1) {
+        return;
+    }
     // A count of 0 wraps; no image holds that many points.
     const u64 pointCount = count == 0 ? u64{1} << 32 : count;
     CheckedRange(points, pointCount * 8);
@@ -83,7 +89,9 @@ void Rectangle(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
     Selection selection;
     if (framed && PeekModuleBitmap(handle, selection)) {
         u32 pattern = LinePattern();
-        for (const LineEnds& side : sides) RequireLine(selection, side, pattern);
+        for (const LineEnds& side : sides) {
+            RequireLine(selection, side, pattern);
+        }
     }
     if (AlphaOf(fill) != 0) {
         StartDST(handle);
@@ -93,9 +101,13 @@ void Rectangle(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
         EndDST();
     }
     if (framed) {
-        for (const LineEnds& side : sides) Line(handle, side.x1, side.y1, side.x2, side.y2, frame);
+        for (const LineEnds& side : sides) {
+            Line(handle, side.x1, side.y1, side.x2, side.y2, frame);
+        }
     }
-    if (handle == kScreenBitmap) GrowDirtyRect(x, y, w, h);
+    if (handle == kScreenBitmap) {
+        GrowDirtyRect(x, y, w, h);
+    }
 }
 
 void SetClip(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 save) {
@@ -134,7 +146,9 @@ void GetBitmapInfo(u32 handle, u32 out) {
     CheckedRange(out, 24);
     const i32 words[6] = {srcSelection.width, srcSelection.height,    srcSelection.clipX,
                           srcSelection.clipY, srcSelection.clipWidth, srcSelection.clipHeight};
-    for (u32 i = 0; i < 6; ++i) Store<i32>(out + 4 * i, words[i]);
+    for (u32 i = 0; i < 6; ++i) {
+        Store<i32>(out + 4 * i, words[i]);
+    }
     EndSRC();
 }
 

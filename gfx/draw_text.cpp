@@ -47,26 +47,36 @@ Line CutAtCharacter(std::string_view text, std::size_t overflow) {
 }
 
 Line CutAtSpace(std::string_view text, std::size_t overflow, bool cutWithoutSpace) {
-    if (overflow == 0) return kNothing;
+    if (overflow == 0) {
+        return kNothing;
+    }
     // The overflowing character itself may be the space.
     const std::size_t space = text.substr(0, overflow + 1).rfind(' ');
     const std::size_t last = space == std::string_view::npos ? 0 : space;
-    if (last == 0 && cutWithoutSpace) return CutAtCharacter(text, overflow);
+    if (last == 0 && cutWithoutSpace) {
+        return CutAtCharacter(text, overflow);
+    }
     // Ends with the space, which is left for the next line; without one the first character is
     // drawn, and none is used.
     const std::string_view drawn = text.substr(0, last + CharacterLength(text, last));
-    if (drawn == " ") return kNothing;
+    if (drawn == " ") {
+        return kNothing;
+    }
     return {drawn, CountUnits(text.substr(0, last))};
 }
 
 Line ChooseLine(const Request& request, std::string_view text, const TextFit& fit) {
-    if (fit.whole) return {text, CountUnits(text)};
+    if (fit.whole) {
+        return {text, CountUnits(text)};
+    }
     return request.Has(kTextWrap) ? CutAtSpace(text, fit.overflow, request.Has(kTextCut))
                                   : CutAtCharacter(text, fit.overflow);
 }
 
 TextFit FitText(const Request& request, TextFont* font, std::string_view text) {
-    if (request.Has(kTextCut | kTextWrap)) return textEngine.fit(font, text, request.width);
+    if (request.Has(kTextCut | kTextWrap)) {
+        return textEngine.fit(font, text, request.width);
+    }
     return {true, 0};
 }
 
@@ -74,7 +84,9 @@ TextFit FitText(const Request& request, TextFont* font, std::string_view text) {
 
 void FillColumns(i64 left, i64 right, i32 rows, u32 colour) {
     right = std::min(right, i64{textBitmap.width});
-    if (left >= right) return;
+    if (left >= right) {
+        return;
+    }
     kernels->fill(textBitmap.pixels + left * i64{kBytesPerPixel}, textBitmap.stride,
                   static_cast<std::size_t>(right - left), static_cast<std::size_t>(rows),
                   colour | 0xFF000000);
@@ -84,13 +96,17 @@ void MakeOpaque(i64 columns, i32 rows) {
     columns = std::min(columns, i64{textBitmap.width});
     for (i32 y = 0; y < rows; ++y) {
         u8* const row = textBitmap.pixels + static_cast<std::size_t>(y) * textBitmap.stride;
-        for (i64 x = 0; x < columns; ++x) row[x * kBytesPerPixel + 3] = 255;
+        for (i64 x = 0; x < columns; ++x) {
+            row[x * kBytesPerPixel + 3] = 255;
+        }
     }
 }
 
 // Whether every pixel of a part of the bitmap is opaque, so that a copy of it covers everything.
 bool IsOpaque(u32 handle, const Area& area) {
-    if (handle == kTextBitmap) return false;  // it is what is being drawn on
+    if (handle == kTextBitmap) {
+        return false;  // it is what is being drawn on
+    }
     StartSRC(handle);
     bool opaque = Reaches(srcSelection, area);
     for (i64 y = area.top; opaque && y < area.bottom; ++y) {
@@ -104,7 +120,9 @@ bool IsOpaque(u32 handle, const Area& area) {
 // Faults where reading the area for a copy would.
 void RequireReadable(u32 handle, const Area& area) {
     StartSRC(handle);
-    if (!srcSelection.host) RequireArea(srcSelection, area);
+    if (!srcSelection.host) {
+        RequireArea(srcSelection, area);
+    }
     EndSRC();
 }
 
@@ -116,11 +134,15 @@ void RequireReadable(u32 handle, const Area& area) {
 // in the bitmap.
 void LayPicture(const HostBitmap& bitmap, const TextPicture& picture, i32 baseline, u32 colour,
                 const Area& area) {
-    if (picture.coverage == nullptr) return;
+    if (picture.coverage == nullptr) {
+        return;
+    }
     const i64 top = i64{baseline} + picture.top;
     const Area covered = Intersect(
         area, {picture.left, top, i64{picture.left} + picture.width, top + picture.height});
-    if (covered.Empty()) return;
+    if (covered.Empty()) {
+        return;
+    }
     const u32 opaque = colour | 0xFF000000;
     for (i64 y = covered.top; y < covered.bottom; ++y) {
         LayRow(bitmap.pixels + y * bitmap.stride + covered.left * i64{kBytesPerPixel},
@@ -181,8 +203,12 @@ Placement Place(const Request& r, i32 width) {
     const auto moved = [&](i32 by) {
         return static_cast<i32>(static_cast<u32>(r.x) + static_cast<u32>(by));
     };
-    if (r.Has(kTextCentred)) return {moved((r.width - width) / 2), width};
-    if (r.Has(kTextRight)) return {moved(r.width - width), width};
+    if (r.Has(kTextCentred)) {
+        return {moved((r.width - width) / 2), width};
+    }
+    if (r.Has(kTextRight)) {
+        return {moved(r.width - width), width};
+    }
     return {r.x, std::min(r.width, width)};
 }
 
@@ -204,7 +230,9 @@ void DrawSecondAndCopy(const Drawing& drawing, const Placement& place) {
              0);
     }
     drawing.LayText(TextBitmapArea());
-    if (hidden < columns) MakeOpaque(columns, drawing.rows);
+    if (hidden < columns) {
+        MakeOpaque(columns, drawing.rows);
+    }
     Blit(r.destination, place.x, r.y, kTextBitmap, 0, 0, place.width, drawing.rows, false, 0, 0);
 }
 
@@ -245,11 +273,17 @@ u32 DrawText(u32 block) {
                              number(4),          number(5),         Argument(block, 6),
                              Argument(block, 7), Argument(block, 8)};
     const i32 rows = std::min(request.height, static_cast<i32>(textBitmap.height));
-    if (request.width <= 0 || rows <= 0) return 0;
+    if (request.width <= 0 || rows <= 0) {
+        return 0;
+    }
     const std::string_view text = TextArgument(block, 1);
-    if (text.empty()) return 0;
+    if (text.empty()) {
+        return 0;
+    }
     TextFont* const font = FontFor(rows, request.flags);
-    if (!IsUtf8(text)) return 0;
+    if (!IsUtf8(text)) {
+        return 0;
+    }
     return DrawValidText(request, rows, font, text);
 }
 

@@ -35,13 +35,17 @@ struct Painter {
 
     void Fill(i32 left, i32 right, i32 y) const {
         const Area span = Intersect({left, y, i64{right} + 1, i64{y} + 1}, clip);
-        if (span.Empty()) return;
+        if (span.Empty()) {
+            return;
+        }
         NoteDrawing(static_cast<u64>(span.right - span.left));
         kernels->fill(PixelAt(selection, span.left, y), 0,
                       static_cast<std::size_t>(span.right - span.left), 1, fillColour);
     }
     void Outline(i32 x, i32 y) const {
-        if (Intersect({x, y, i64{x} + 1, i64{y} + 1}, clip).Empty()) return;
+        if (Intersect({x, y, i64{x} + 1, i64{y} + 1}, clip).Empty()) {
+            return;
+        }
         BlendPixelAt(PixelAt(selection, x, y), outlineColour);
     }
 };
@@ -69,10 +73,14 @@ void WalkEllipse(i32 x, i32 y, i32 w, i32 h, bool filled, const Sink& sink) {
 
     const auto outlinePair = [&](i32 row) {
         sink.Outline(left, row);
-        if (left != right) sink.Outline(right, row);
+        if (left != right) {
+            sink.Outline(right, row);
+        }
     };
     outlinePair(top);
-    if (bottom != top) outlinePair(bottom);
+    if (bottom != top) {
+        outlinePair(bottom);
+    }
 
     const u32 doubledWidth = static_cast<u32>(w) - 1 - static_cast<u32>(evenWidth);
     const u32 doubledHeight = static_cast<u32>(h) - 1 - static_cast<u32>(evenHeight);
@@ -114,10 +122,16 @@ void WalkEllipse(i32 x, i32 y, i32 w, i32 h, bool filled, const Sink& sink) {
         }
         if (fillRows) {
             sink.Fill(Plus(left, 1), Plus(right, -1), top);
-            if (top != bottom) sink.Fill(Plus(left, 1), Plus(right, -1), bottom);
+            if (top != bottom) {
+                sink.Fill(Plus(left, 1), Plus(right, -1), bottom);
+            }
         }
-        if (bottom >= top) outlinePair(top);
-        if (bottom > top) outlinePair(bottom);
+        if (bottom >= top) {
+            outlinePair(top);
+        }
+        if (bottom > top) {
+            outlinePair(bottom);
+        }
     }
 }
 
@@ -143,7 +157,9 @@ void Ellipse(u32 handle, i32 x, i32 y, i32 w, i32 h, u32 fill, u32 frame) {
     }
     EndDST();
     // The height is the width as well: modules have come to rely on the area redrawn.
-    if (handle == kScreenBitmap) GrowDirtyRect(x, y, Plus(w, 1), Plus(w, 1));
+    if (handle == kScreenBitmap) {
+        GrowDirtyRect(x, y, Plus(w, 1), Plus(w, 1));
+    }
 }
 
 }  // namespace moxi

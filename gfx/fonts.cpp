@@ -38,13 +38,17 @@ void Unlink(i32 index) {
     } else {
         fontCacheHead = entry.next;
     }
-    if (entry.next >= 0) Entry(entry.next).previous = entry.previous;
+    if (entry.next >= 0) {
+        Entry(entry.next).previous = entry.previous;
+    }
 }
 
 void PutAtHead(i32 index) {
     Entry(index).previous = -1;
     Entry(index).next = fontCacheHead;
-    if (fontCacheHead >= 0) Entry(fontCacheHead).previous = index;
+    if (fontCacheHead >= 0) {
+        Entry(fontCacheHead).previous = index;
+    }
     fontCacheHead = index;
 }
 
@@ -63,7 +67,9 @@ i32 TakeEntry() {
         return tail;
     }
     i32 free = 0;
-    while (Entry(free).size != -1) ++free;
+    while (Entry(free).size != -1) {
+        ++free;
+    }
     return free;
 }
 
@@ -80,7 +86,9 @@ FittedFont FitFont(const char* text, i32 maximalWidth, i32 maximalHeight, u32 fl
     const double height = textHeight < maximalHeight ? textHeight / 2.0 : maximalHeight;
     FittedFont fitted = {nullptr, height};
     const auto make = [&](double size) {
-        if (fitted.font != nullptr) textEngine.releaseFont(fitted.font);
+        if (fitted.font != nullptr) {
+            textEngine.releaseFont(fitted.font);
+        }
         fitted.size = size;
         fitted.font = textEngine.makeFont(style, size);
     };
@@ -102,9 +110,13 @@ FittedFont FitFont(const char* text, i32 maximalWidth, i32 maximalHeight, u32 fl
 TextFont* FontFor(i32 height, u32 flags) {
     const i32 style = static_cast<i32>(flags & kFontStyleFlags);
     // Before the first text bitmap the entries are zero, not free.
-    if (fontCacheHead < 0) MarkAllFree();
+    if (fontCacheHead < 0) {
+        MarkAllFree();
+    }
     for (i32 i = fontCacheHead; i >= 0; i = Entry(i).next) {
-        if (Entry(i).size != height || Entry(i).style != style) continue;
+        if (Entry(i).size != height || Entry(i).style != style) {
+            continue;
+        }
         if (i != fontCacheHead) {
             Unlink(i);
             PutAtHead(i);
@@ -120,7 +132,9 @@ TextFont* FontFor(i32 height, u32 flags) {
 }
 
 void EmptyFontCache() {
-    for (i32 i = fontCacheHead; i >= 0; i = Entry(i).next) textEngine.releaseFont(fontObjects[i]);
+    for (i32 i = fontCacheHead; i >= 0; i = Entry(i).next) {
+        textEngine.releaseFont(fontObjects[i]);
+    }
     std::memset(static_cast<void*>(fontObjects), 0, sizeof fontObjects);
     MarkAllFree();
 }

@@ -23,7 +23,9 @@ i32 ReusableBlock(u32 size, i32 taken) {
     for (i32 i = heapListHeads[static_cast<u32>(HeapList::Freed)]; i >= 0;
          i = heapPtrs[static_cast<u32>(i)].next) {
         const u32 blockSize = heapPtrs[static_cast<u32>(i)].size;
-        if (i != taken && size <= blockSize && blockSize < limit) return i;
+        if (i != taken && size <= blockSize && blockSize < limit) {
+            return i;
+        }
     }
     return -1;
 }
@@ -31,7 +33,9 @@ i32 ReusableBlock(u32 size, i32 taken) {
 // The number of unused handles, counted no further than 2.
 u32 UnusedHandles() {
     const i32 first = heapListHeads[static_cast<u32>(HeapList::Unused)];
-    if (first < 0) return 0;
+    if (first < 0) {
+        return 0;
+    }
     return heapPtrs[static_cast<u32>(first)].next < 0 ? 1 : 2;
 }
 
@@ -46,9 +50,15 @@ u32 LoadImage(const char* name) {
     }
     const u32 count = ReadFile(file, start, kProbeSize);
     CloseFile(file);
-    if (count < kProbeSize) return 0;
-    if (start[0] == 'B' && start[1] == 'M') return LoadBmp(name);
-    if (std::memcmp(start, kPngSignature, sizeof kPngSignature) == 0) return LoadPng(name);
+    if (count < kProbeSize) {
+        return 0;
+    }
+    if (start[0] == 'B' && start[1] == 'M') {
+        return LoadBmp(name);
+    }
+    if (std::memcmp(start, kPngSignature, sizeof kPngSignature) == 0) {
+        return LoadPng(name);
+    }
     return 0;
 }
 
@@ -63,7 +73,9 @@ u32 SaveImage(u32 handle, const char* name, u32 format) {
 bool BitmapFitsHeap(u32 width, u32 height) {
     const u64 row = u64{width} * kBytesPerPixel;
     const u64 room = u64{heapStart} + heapSize - heapFree;
-    if (height != 0 && row > 0xFFFFFFFF / height) return false;
+    if (height != 0 && row > 0xFFFFFFFF / height) {
+        return false;
+    }
     const u32 size = static_cast<u32>(row * height);
     const i32 record = ReusableBlock(kRecordSize, -1);
     const bool reusesPixels = ReusableBlock(size, record) >= 0;

@@ -20,7 +20,9 @@ extern const BlendBytes blendBytes;
 template <bool kInverted>
 inline void BlitPixel(u8* to, u32 source) {
     const u32 a = AlphaOf(source);
-    if (a == 0) return;
+    if (a == 0) {
+        return;
+    }
     const u32 colour = kInverted ? source ^ 0x00FFFFFF : source;
     const u32 old = LoadBytes<u32>(to);
     const auto mix = [&](u32 index) {
@@ -30,13 +32,17 @@ inline void BlitPixel(u8* to, u32 source) {
 }
 
 inline void ComposePixel(u8* to, u32 colour) {
-    if (AlphaOf(colour) != 0) BlendPixelAt(to, PrepareBlend(colour));
+    if (AlphaOf(colour) != 0) {
+        BlendPixelAt(to, PrepareBlend(colour));
+    }
 }
 
 inline bool ReplacePixel(u8* pixel, const Replacement& replacement) {
     const u32 word = LoadBytes<u32>(pixel);
     const bool equal = (word & replacement.mask) == replacement.value;
-    if (equal != replacement.whenEqual) return false;
+    if (equal != replacement.whenEqual) {
+        return false;
+    }
     StoreBytes<u32>(pixel, (word & replacement.keep) | replacement.set);
     return true;
 }
@@ -48,20 +54,28 @@ struct HueSaturation {
 // Byte 2 is the primary at hue 0, the sixths are 85 / 2 wide and everything truncates.
 inline HueSaturation AnalysePixel(i32 b0, i32 b1, i32 b2, i32 highest, i32 lowest) {
     const i32 d = highest - lowest;
-    if (d == 0) return {0, 0};
+    if (d == 0) {
+        return {0, 0};
+    }
     const i32 c0 = (highest - b0) * 255 / d;
     const i32 c1 = (highest - b1) * 255 / d;
     const i32 c2 = (highest - b2) * 255 / d;
     const i32 saturation = d * 255 / highest;
-    if (b2 == highest) return {(c0 - c1) / 6, saturation};
-    if (b1 == highest) return {(c2 - c0) / 6 + 85, saturation};
+    if (b2 == highest) {
+        return {(c0 - c1) / 6, saturation};
+    }
+    if (b1 == highest) {
+        return {(c2 - c0) / 6 + 85, saturation};
+    }
     return {(c1 - c2) / 6 + 171, saturation};
 }
 
 // Byte 0 is the primary at hue 0, the sixths are 42 wide. The divisor of a rising byte differs from
 // that of a falling one, and neither matches the analysis; modules know the bytes that come out.
 inline u32 SynthesisePixel(u32 hue, u32 s, u32 value) {
-    if (s == 0) return PackBytes(value, value, value, 0);
+    if (s == 0) {
+        return PackBytes(value, value, value, 0);
+    }
     const u32 sector = hue < 252 ? hue / 42 : 0;
     const u32 f = hue % 42;
     const u32 fall = (62730 - 6 * f * s) * value / 62730;
@@ -85,8 +99,12 @@ inline i32 AdjustValue(i32 value, i32 brightness, i32 contrast) {
     const auto sum = [](i32 a, i32 b) {
         return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
     };
-    if (contrast != 0) value = sum(value, PartOf255(value - 128, contrast));
-    if (brightness != 0) value = sum(value, PartOf255(value, brightness));
+    if (contrast != 0) {
+        value = sum(value, PartOf255(value - 128, contrast));
+    }
+    if (brightness != 0) {
+        value = sum(value, PartOf255(value, brightness));
+    }
     return std::clamp(value, 0, 255);
 }
 
@@ -124,7 +142,9 @@ struct BoxAverage {
 
     void Add(u32 pixel, u64 weight) {
         different |= pixel ^ firstPixel;
-        for (u32 i = 0; i < 4; ++i) sums[i] += ByteOf(pixel, i) * weight / area;
+        for (u32 i = 0; i < 4; ++i) {
+            sums[i] += ByteOf(pixel, i) * weight / area;
+        }
     }
     u32 Channel(u32 i) const {
         return ByteOf(different, i) == 0 ? ByteOf(firstPixel, i)
@@ -137,7 +157,9 @@ struct BoxAverage {
 inline u32 AverageBox(const BoxColumn& column, const BoxRow& row) {
     const u8* line = row.pixels + column.offset;
     const u32 firstPixel = LoadBytes<u32>(line);
-    if (column.cells * row.bands <= 1) return firstPixel;
+    if (column.cells * row.bands <= 1) {
+        return firstPixel;
+    }
     BoxAverage average = {firstPixel, u64{column.width} * row.height};
     for (u32 band = 0; band < row.bands; ++band, line += row.stride) {
         const u32 bandHeight = band == 0 ? row.first : (band + 1 == row.bands ? row.last : 32);

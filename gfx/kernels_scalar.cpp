@@ -13,9 +13,13 @@ void Fill(u8* pixels, i64 stride, std::size_t count, std::size_t rows, u32 colou
     const BlendColour blend = PrepareBlend(colour);
     for (; rows != 0; --rows, pixels += stride) {
         if (AlphaOf(colour) == 255) {
-            for (std::size_t i = 0; i < count; ++i) StoreBytes<u32>(pixels + 4 * i, colour);
+            for (std::size_t i = 0; i < count; ++i) {
+                StoreBytes<u32>(pixels + 4 * i, colour);
+            }
         } else {
-            for (std::size_t i = 0; i < count; ++i) BlendPixelAt(pixels + 4 * i, blend);
+            for (std::size_t i = 0; i < count; ++i) {
+                BlendPixelAt(pixels + 4 * i, blend);
+            }
         }
     }
 }
@@ -31,7 +35,9 @@ void Blend(u8* to, i64 toStride, const u8* from, i64 fromStride, std::size_t cou
 }
 
 void Compose(u8* to, const u32* colours, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) ComposePixel(to + 4 * i, colours[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+        ComposePixel(to + 4 * i, colours[i]);
+    }
 }
 
 u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
@@ -43,7 +49,9 @@ u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
 }
 
 void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
-    for (std::size_t i = 0; i < count; ++i) AdjustPixel(row + 4 * i, adjustment);
+    for (std::size_t i = 0; i < count; ++i) {
+        AdjustPixel(row + 4 * i, adjustment);
+    }
 }
 
 void HueRow(u8* row, const HueColumns& columns, std::size_t count, f64 value,
@@ -54,7 +62,9 @@ void HueRow(u8* row, const HueColumns& columns, std::size_t count, f64 value,
 }
 
 void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRow& row) {
-    for (std::size_t i = 0; i < count; ++i) out[i] = AverageBox(columns.columns[i], row);
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = AverageBox(columns.columns[i], row);
+    }
 }
 
 }  // namespace

@@ -137,7 +137,9 @@ HWY_INLINE V32 MixByParity(V32 source, V32 old, const BlendConstants& constants)
         return hn::MulHigh(hn::BitCast(d16, hn::TableLookupBytesOr0(bytes, order)), factor);
     };
     const auto join = [](V16 even, V16 odd, V8 own) {
-        if constexpr (kAddAlpha) odd = hn::OddEven(hn::BitCast(d16, own), odd);
+        if constexpr (kAddAlpha) {
+            odd = hn::OddEven(hn::BitCast(d16, own), odd);
+        }
         return hn::OddEven(hn::BitCast(d8, odd), hn::BitCast(d8, hn::ShiftRight<8>(even)));
     };
     const V8 added = join(times(colour, constants.evenTwice, part),
@@ -195,7 +197,9 @@ template <bool kInverted>
 HWY_INLINE void BlendFirst(u8* to, const u8* from, std::size_t count,
                            const BlendConstants& constants) {
     const V32 source = LoadFirst(from, count);
-    if (AllTransparent(source, constants)) return;
+    if (AllTransparent(source, constants)) {
+        return;
+    }
     StoreFirst(Mix<kInverted, true>(source, LoadFirst(to, count), constants), to, count);
 }
 
@@ -219,20 +223,30 @@ HWY_INLINE void BlendBlock(u8* to, const u8* from, const BlendConstants& constan
     const V32 s2 = kFour ? LoadPixels(from + 2 * step) : s0;
     const V32 s3 = kFour ? LoadPixels(from + 3 * step) : s1;
     if (firstAlpha == 0) {
-        if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) return;
+        if (AllTransparent(hn::Or(hn::Or(s0, s1), hn::Or(s2, s3)), constants)) {
+            return;
+        }
     } else if (firstAlpha == 255) {
         if (AllOpaque(hn::And(hn::And(s0, s1), hn::And(s2, s3)), constants)) {
             StorePixels(Shown<kInverted>(s0), to);
             StorePixels(Shown<kInverted>(s1), to + step);
-            if constexpr (kFour) StorePixels(Shown<kInverted>(s2), to + 2 * step);
-            if constexpr (kFour) StorePixels(Shown<kInverted>(s3), to + 3 * step);
+            if constexpr (kFour) {
+                StorePixels(Shown<kInverted>(s2), to + 2 * step);
+            }
+            if constexpr (kFour) {
+                StorePixels(Shown<kInverted>(s3), to + 3 * step);
+            }
             return;
         }
     }
     BlendOne<kInverted>(to, s0, constants);
     BlendOne<kInverted>(to + step, s1, constants);
-    if constexpr (kFour) BlendOne<kInverted>(to + 2 * step, s2, constants);
-    if constexpr (kFour) BlendOne<kInverted>(to + 3 * step, s3, constants);
+    if constexpr (kFour) {
+        BlendOne<kInverted>(to + 2 * step, s2, constants);
+    }
+    if constexpr (kFour) {
+        BlendOne<kInverted>(to + 3 * step, s3, constants);
+    }
 }
 
 template <bool kInverted>
@@ -245,10 +259,14 @@ HWY_INLINE void BlendRow(u8* to, const u8* from, const RowParts& parts,
     }
     for (; i != parts.vectors; i += step) {
         const V32 source = LoadPixels(from + i);
-        if (AllTransparent(source, constants)) continue;
+        if (AllTransparent(source, constants)) {
+            continue;
+        }
         BlendOne<kInverted>(to + i, source, constants);
     }
-    if (parts.pixels == 0) return;
+    if (parts.pixels == 0) {
+        return;
+    }
     if constexpr (kPartialAccess) {
         BlendFirst<kInverted>(to + i, from + i, parts.pixels, constants);
     } else {
@@ -275,17 +293,23 @@ void Compose(u8* to, const u32* colours, std::size_t count) {
     const std::size_t lanes = hn::Lanes(d32);
     for (; count >= lanes; count -= lanes, to += 4 * lanes, colours += lanes) {
         const V32 source = hn::LoadU(d32, colours);
-        if (AllTransparent(source, constants)) continue;
+        if (AllTransparent(source, constants)) {
+            continue;
+        }
         StorePixels(Mix<false, false>(source, LoadPixelsOnce(to), constants), to);
     }
-    for (; count != 0; --count, to += 4, ++colours) ComposePixel(to, *colours);
+    for (; count != 0; --count, to += 4, ++colours) {
+        ComposePixel(to, *colours);
+    }
 }
 
 HWY_INLINE void FillOpaqueRow(u8* row, std::size_t count, u32 colour) {
     const std::size_t lanes = hn::Lanes(d32);
     const V32 v = hn::Set(d32, colour);
     if (count < lanes) {
-        for (; count != 0; --count, row += 4) StoreBytes<u32>(row, colour);
+        for (; count != 0; --count, row += 4) {
+            StoreBytes<u32>(row, colour);
+        }
         return;
     }
     // The last vector overlaps the one before it: storing the same bytes twice does no harm.
@@ -296,7 +320,9 @@ HWY_INLINE void FillOpaqueRow(u8* row, std::size_t count, u32 colour) {
         StorePixels(v, row + 8 * lanes);
         StorePixels(v, row + 12 * lanes);
     }
-    for (; count >= lanes; count -= lanes, row += 4 * lanes) StorePixels(v, row);
+    for (; count >= lanes; count -= lanes, row += 4 * lanes) {
+        StorePixels(v, row);
+    }
     StorePixels(v, last);
 }
 
@@ -320,27 +346,37 @@ HWY_INLINE void FillRow(u8* row, std::size_t count, BlendColour blend) {
     for (; count >= lanes; count -= lanes, row += 4 * lanes) {
         StorePixels(FillMix(LoadPixelsOnce(row), part, factor), row);
     }
-    if (count == 0) return;
+    if (count == 0) {
+        return;
+    }
     if constexpr (kPartialAccess) {
         StoreFirst(FillMix(LoadFirst(row, count), part, factor), row, count);
     } else {
-        for (; count != 0; --count, row += 4) BlendPixelAt(row, blend);
+        for (; count != 0; --count, row += 4) {
+            BlendPixelAt(row, blend);
+        }
     }
 }
 
 void Fill(u8* pixels, i64 stride, std::size_t count, std::size_t rows, u32 colour) {
     const u32 a = AlphaOf(colour);
-    if (a == 0) return;
+    if (a == 0) {
+        return;
+    }
     if (stride == static_cast<i64>(4 * count)) {
         count *= rows;
         rows = 1;
     }
     if (a == 255) {
-        for (; rows != 0; --rows, pixels += stride) FillOpaqueRow(pixels, count, colour);
+        for (; rows != 0; --rows, pixels += stride) {
+            FillOpaqueRow(pixels, count, colour);
+        }
         return;
     }
     const BlendColour blend = PrepareBlend(colour);
-    for (; rows != 0; --rows, pixels += stride) FillRow(pixels, count, blend);
+    for (; rows != 0; --rows, pixels += stride) {
+        FillRow(pixels, count, blend);
+    }
 }
 
 u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
@@ -356,11 +392,15 @@ u64 Replace(u8* row, std::size_t count, const Replacement& replacement) {
         const V32 equal = hn::VecFromMask(d32, hn::Eq(hn::And(old, mask), value));
         const auto chosen = hn::MaskFromVec(hn::Xor(equal, flip));
         const std::size_t hits = hn::CountTrue(d32, chosen);
-        if (hits == 0) continue;
+        if (hits == 0) {
+            continue;
+        }
         changed += hits;
         StorePixels(hn::IfThenElse(chosen, hn::Or(hn::And(old, keep), set), old), row);
     }
-    for (; count != 0; --count, row += 4) changed += ReplacePixel(row, replacement) ? 1 : 0;
+    for (; count != 0; --count, row += 4) {
+        changed += ReplacePixel(row, replacement) ? 1 : 0;
+    }
     return changed;
 }
 
@@ -490,14 +530,20 @@ void Adjust(u8* row, std::size_t count, const Adjustment& adjustment) {
         if (adjustment.hue < 0 || adjustment.saturation < 0) {
             const VF d = hn::Sub(highest, hn::Min(b0, hn::Min(b1, b2)));
             const HueLanes own = Analyse(b0, b1, b2, highest, d);
-            if (adjustment.hue < 0) hue = WholeLanes(own.hue);
-            if (adjustment.saturation < 0) saturation = WholeLanes(own.saturation);
+            if (adjustment.hue < 0) {
+                hue = WholeLanes(own.hue);
+            }
+            if (adjustment.saturation < 0) {
+                saturation = WholeLanes(own.saturation);
+            }
         }
         const VF value = AdjustValues(highest, adjustment);
         const V32 colour = Synthesise(hue, saturation, value);
         StorePixels(hn::Or(colour, hn::And(old, hn::Set(d32, kAlphaMask))), row);
     }
-    for (; count != 0; --count, row += 4) AdjustPixel(row, adjustment);
+    for (; count != 0; --count, row += 4) {
+        AdjustPixel(row, adjustment);
+    }
 }
 
 // --- The box average, a pixel's four bytes in four lanes
@@ -553,10 +599,14 @@ struct BoxSum {
     }
     HWY_INLINE void AddBand(const u8* line, u32 cells, const Shares& shares, std::size_t i) {
         Add(line, shares.first[i]);
-        if (cells == 1) return;
+        if (cells == 1) {
+            return;
+        }
         const u8* const last = line + std::size_t{4} * (cells - 1);
         const u32 middle = shares.middle[i];
-        for (const u8* cell = line + 4; cell != last; cell += 4) Add(cell, middle);
+        for (const u8* cell = line + 4; cell != last; cell += 4) {
+            Add(cell, middle);
+        }
         Add(last, shares.last[i]);
     }
     // No sum exceeds 255: the weights add up to the area.
@@ -578,8 +628,12 @@ void Average(u32* out, const BoxColumns& columns, std::size_t count, const BoxRo
     if (row.bands > 0) {
         const f64 height = row.height;
         MakeShares(columns.parts, count, row.first / height, first);
-        if (row.bands > 1) MakeShares(columns.parts, count, row.last / height, last);
-        if (row.bands > 2) MakeShares(columns.parts, count, 32 / height, middle);
+        if (row.bands > 1) {
+            MakeShares(columns.parts, count, row.last / height, last);
+        }
+        if (row.bands > 2) {
+            MakeShares(columns.parts, count, 32 / height, middle);
+        }
     }
     for (std::size_t i = 0; i < count; ++i) {
         const BoxColumn& column = columns.columns[i];
@@ -636,7 +690,9 @@ void HueRow(u8* row, const HueColumns& columns, std::size_t count, f64 value,
             hn::BitCast(words, hn::TableLookupBytesOr0(hn::BitCast(wordBytes, both), order8));
         hn::StoreU(hn::BitCast(wordBytes, hn::Or(base, placed)), wordBytes, row + 4 * i);
     }
-    for (; i < count; ++i) HuePixel(row + 4 * i, columns.low[i], columns.moving[i], value, order);
+    for (; i < count; ++i) {
+        HuePixel(row + 4 * i, columns.low[i], columns.moving[i], value, order);
+    }
 }
 
 const Kernels* Table() {

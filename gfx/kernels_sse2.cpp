@@ -76,7 +76,9 @@ void BlendSixteen(u8* to, const u8* from) {
     const __m128i s3 = LoadBlock(from + 48);
     if (firstAlpha == 0) {
         const __m128i any = _mm_or_si128(_mm_or_si128(s0, s1), _mm_or_si128(s2, s3));
-        if (HasOnlyAlpha(any, 0)) return;
+        if (HasOnlyAlpha(any, 0)) {
+            return;
+        }
     } else if (firstAlpha == 255 && !kInverted) {
         const __m128i all = _mm_and_si128(_mm_and_si128(s0, s1), _mm_and_si128(s2, s3));
         if (HasOnlyAlpha(all, 255)) {
@@ -95,8 +97,12 @@ void BlendSixteen(u8* to, const u8* from) {
 
 template <bool kInverted>
 void BlendRow(u8* to, const u8* from, std::size_t count) {
-    for (; count >= 16; count -= 16, to += 64, from += 64) BlendSixteen<kInverted>(to, from);
-    for (; count >= 4; count -= 4, to += 16, from += 16) MixAt<kInverted>(to, LoadBlock(from));
+    for (; count >= 16; count -= 16, to += 64, from += 64) {
+        BlendSixteen<kInverted>(to, from);
+    }
+    for (; count >= 4; count -= 4, to += 16, from += 16) {
+        MixAt<kInverted>(to, LoadBlock(from));
+    }
     for (; count != 0; --count, to += 4, from += 4) {
         BlitPixel<kInverted>(to, LoadBytes<u32>(from));
     }

@@ -70,19 +70,25 @@ Area BoxAround(const Walk& walk, const Area& clip) {
 
 // Faults where plotting the positions of a walk would leave the image.
 void RequireWalk(const Selection& selection, const Walk& walk, u32& pattern) {
-    if (walk.count <= 0) return;
+    if (walk.count <= 0) {
+        return;
+    }
     if (Reaches(selection, BoxAround(walk, ClipArea(selection)))) {
         pattern = std::rotl(pattern, static_cast<int>(walk.count % 32));
         return;
     }
     WalkLine(walk, [&](i64 x, i64 y) {
-        if (TakePatternBit(pattern)) RequireArea(selection, {x, y, x + 1, y + 1});
+        if (TakePatternBit(pattern)) {
+            RequireArea(selection, {x, y, x + 1, y + 1});
+        }
     });
 }
 
 // Draws the positions of a walk, all of which may be plotted.
 void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
-    if (walk.count <= 0) return;
+    if (walk.count <= 0) {
+        return;
+    }
     if (!Reaches(selection, BoxAround(walk, ClipArea(selection)))) {
         if (selection.host) {
             // Only a single point gets here, in a row that the bitmap does not have.
@@ -101,7 +107,9 @@ void PlotWalk(const Selection& selection, const Walk& walk, u32 colour) {
     }
     u32 pattern = linePattern;
     WalkLine(walk, [&](i64 x, i64 y) {
-        if (TakePatternBit(pattern)) BlendPixelAt(PixelAt(selection, x, y), blend);
+        if (TakePatternBit(pattern)) {
+            BlendPixelAt(PixelAt(selection, x, y), blend);
+        }
     });
     linePattern = pattern;
 }
@@ -114,14 +122,18 @@ struct Run {
 };
 
 Run CutRun(i64 start, i64 end, i64 low, i64 high) {
-    if (start <= end) return {std::max(start, low), std::min(end, high), 1};
+    if (start <= end) {
+        return {std::max(start, low), std::min(end, high), 1};
+    }
     return {std::min(start, high), std::max(end, low), -1};
 }
 
 // Position i of a diagonal has made (2 * minor * i + major - 1) / (2 * major) minor steps; the
 // first position that has made at least `steps` of them.
 i64 FirstWithMinorSteps(i64 steps, i64 major, i64 minor) {
-    if (steps <= 0) return 0;
+    if (steps <= 0) {
+        return 0;
+    }
     const WideInt needed = WideInt{2} * major * steps - major + 1;
     return static_cast<i64>((needed + WideInt{2} * minor - 1) / (WideInt{2} * minor));
 }
@@ -144,7 +156,9 @@ Walk ClipDiagonal(const ClippedAxis& major, const ClippedAxis& minor, bool xIsMa
     } else {
         end = std::min(end, FirstWithMinorSteps(minorLeave, major.length, minor.length));
     }
-    if (first >= end) return {};
+    if (first >= end) {
+        return {};
+    }
     const WideInt reached = WideInt{2} * minor.length * first;
     const i64 minorSteps =
         static_cast<i64>((reached + major.length - 1) / (WideInt{2} * major.length));
@@ -188,18 +202,24 @@ bool MakeWalk(const Selection& selection, i32 x1, i32 y1, i32 x2, i32 y2, Walk& 
         walk = ClipDiagonal(xIsMajor ? x : y, xIsMajor ? y : x, xIsMajor);
         growth = {x1, y1, Difference(x2, x1), Difference(y2, y1)};
     } else if (x1 != x2) {
-        if (!rowInside) return false;
+        if (!rowInside) {
+            return false;
+        }
         const Run run = CutRun(x1, x2, clip.left, clip.right - 1);
         walk = {run.start, y1, run.step, 0, 0, 0, 0, 0, 0, run.Count()};
         growth = {static_cast<i32>(run.start), y1, Difference(run.end, run.start), 1};
     } else if (y1 != y2) {
-        if (!columnInside) return false;
+        if (!columnInside) {
+            return false;
+        }
         const Run run = CutRun(y1, y2, clip.top, clip.bottom - 1);
         walk = {x1, run.start, 0, run.step, 0, 0, 0, 0, 0, run.Count()};
         growth = {x1, static_cast<i32>(run.start), 1, Difference(run.end, run.start)};
     } else {
         // A single point is not tested against the clip's rows.
-        if (!columnInside) return false;
+        if (!columnInside) {
+            return false;
+        }
         walk = {x1, y1, 0, 0, 0, 0, 0, 0, 0, 1};
         growth = {x1, y1, 1, 0};
     }
@@ -210,7 +230,9 @@ bool DrawLine(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, Growth& gr
     StartDST(handle);
     Walk walk = {};
     const bool drawn = MakeWalk(dstSelection, x1, y1, x2, y2, walk, growth);
-    if (drawn) PlotWalk(dstSelection, walk, colour);
+    if (drawn) {
+        PlotWalk(dstSelection, walk, colour);
+    }
     EndDST();
     return drawn;
 }
@@ -225,7 +247,9 @@ void LineWithoutGrowth(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour) {
 void Line(u32 handle, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour) {
     Growth growth = {};
     const bool drawn = DrawLine(handle, x1, y1, x2, y2, colour, growth);
-    if (drawn && handle == kScreenBitmap) GrowDirtyRect(growth.x, growth.y, growth.w, growth.h);
+    if (drawn && handle == kScreenBitmap) {
+        GrowDirtyRect(growth.x, growth.y, growth.w, growth.h);
+    }
 }
 
 void RequireLine(const Selection& selection, const LineEnds& ends, u32& pattern) {

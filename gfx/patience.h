@@ -23,15 +23,18 @@ inline constinit u64 pixelsUnasked = 0;
 
 // The run ends here when the user no longer waits for it.
 inline void AskWhetherToEnd() {
-    if (desktop.endIsForced()) EndProcess(kForcedEnd);
+    if (desktop.endIsForced()) {
+        EndProcess(kForcedEnd);
+    }
 }
 
 // Comes before every piece of work whose length the module chooses, with the number of pixels that
 // it touches, or that take as long.
 inline void NoteDrawing(u64 pixels) {
     pixelsUnasked += pixels;
-    if (pixelsUnasked < kPixelsBetweenQuestions) [[likely]]
+    if (pixelsUnasked < kPixelsBetweenQuestions) [[likely]] {
         return;
+    }
     pixelsUnasked = 0;
     AskWhetherToEnd();
 }

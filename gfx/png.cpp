@@ -39,7 +39,9 @@ struct Picture {
 };
 
 int ReadStream(spng_ctx*, void* user, void* destination, size_t length) {
-    if (length == 0) return 0;
+    if (length == 0) {
+        return 0;
+    }
     const u32 file = *static_cast<const u32*>(user);
     const u32 count = static_cast<u32>(length);
     return ReadFile(file, destination, count) == count ? 0 : SPNG_IO_EOF;
@@ -51,13 +53,21 @@ bool Decode(spng_ctx* decoder, Picture& picture) {
     spng_set_image_limits(decoder, kLargestSide, kLargestSide);
     spng_set_chunk_limits(decoder, kLargestChunk, kMostChunkBytes);
     spng_ihdr header;
-    if (spng_get_ihdr(decoder, &header) != 0) return false;
+    if (spng_get_ihdr(decoder, &header) != 0) {
+        return false;
+    }
     spng_plte palette;
     const int paletteResult = spng_get_plte(decoder, &palette);
-    if (paletteResult != 0 && paletteResult != SPNG_ECHUNKAVAIL) return false;
+    if (paletteResult != 0 && paletteResult != SPNG_ECHUNKAVAIL) {
+        return false;
+    }
     std::size_t size = 0;
-    if (spng_decoded_image_size(decoder, SPNG_FMT_RGBA8, &size) != 0) return false;
-    if (!BitmapFitsHeap(header.width, header.height)) return false;
+    if (spng_decoded_image_size(decoder, SPNG_FMT_RGBA8, &size) != 0) {
+        return false;
+    }
+    if (!BitmapFitsHeap(header.width, header.height)) {
+        return false;
+    }
     picture.width = header.width;
     picture.height = header.height;
     picture.pixels.reset(static_cast<u8*>(systemCalls.allocate(size)));
@@ -73,9 +83,13 @@ bool Encode(spng_ctx* encoder, const Selection& selection) {
     header.height = static_cast<u32>(selection.height);
     header.bit_depth = 8;
     header.color_type = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
-    if (spng_set_ihdr(encoder, &header) != 0) return false;
+    if (spng_set_ihdr(encoder, &header) != 0) {
+        return false;
+    }
     // The rows are taken as one block without gaps.
-    if (selection.stride != selection.width * i64{kBytesPerPixel}) return false;
+    if (selection.stride != selection.width * i64{kBytesPerPixel}) {
+        return false;
+    }
     if (spng_encode_image(encoder, nullptr, 0, SPNG_FMT_PNG,
                           SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE) != 0) {
         return false;
@@ -95,9 +109,13 @@ bool WriteEncoded(spng_ctx* encoder, const char* name) {
     int error = 0;
     const std::unique_ptr<void, void (*)(void*)> bytes(spng_get_png_buffer(encoder, &size, &error),
                                                        std::free);
-    if (bytes == nullptr || error != 0) return false;
+    if (bytes == nullptr || error != 0) {
+        return false;
+    }
     const u32 file = OpenToReplace(name);
-    if (file == kNoFile) return false;
+    if (file == kNoFile) {
+        return false;
+    }
     const bool written = WriteFile(file, bytes.get(), static_cast<u32>(size)) == size;
     CloseFile(file);
     return written;
@@ -107,7 +125,9 @@ bool WriteEncoded(spng_ctx* encoder, const char* name) {
 
 u32 LoadPng(const char* name) {
     u32 file = OpenFile(name, kOpenRead);
-    if (file == kNoFile) return 0;
+    if (file == kNoFile) {
+        return 0;
+    }
     Picture picture;
     {
         const Context decoder(spng_ctx_new(0));
@@ -115,7 +135,9 @@ u32 LoadPng(const char* name) {
                              spng_set_png_stream(decoder.get(), ReadStream, &file) == 0 &&
                              Decode(decoder.get(), picture);
         CloseFile(file);
-        if (!decoded) return 0;
+        if (!decoded) {
+            return 0;
+        }
     }
     const u32 handle = CreateBitmap(picture.width, picture.height);
     const u64 bytes = u64{picture.width} * picture.height * kBytesPerPixel;

@@ -9,7 +9,9 @@ namespace moxi {
 bool ReadPng(std::string_view bytes, u32 largestSide, PngPicture& picture) {
     constexpr size_t kLargestChunk = 1 << 20;
     const std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> decoder(spng_ctx_new(0), spng_ctx_free);
-    if (decoder == nullptr) return false;
+    if (decoder == nullptr) {
+        return false;
+    }
     spng_set_image_limits(decoder.get(), largestSide, largestSide);
     spng_set_chunk_limits(decoder.get(), kLargestChunk, kLargestChunk);
     spng_ihdr header;

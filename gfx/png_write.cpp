@@ -29,10 +29,14 @@ std::vector<u8> PackRows(const u8* pixels, u32 width, u32 height, u32 stride, u3
 
 bool WriteWholeFile(const std::string& path, const void* data, size_t size) {
     std::FILE* const file = outputFiles.open(path);
-    if (file == nullptr) return false;
+    if (file == nullptr) {
+        return false;
+    }
     const bool written = std::fwrite(data, 1, size, file) == size;
     const bool closed = std::fclose(file) == 0;
-    if (!written || !closed) outputFiles.remove(path);
+    if (!written || !closed) {
+        outputFiles.remove(path);
+    }
     return written && closed;
 }
 
@@ -40,19 +44,25 @@ bool WriteWholeFile(const std::string& path, const void* data, size_t size) {
 
 bool WritePngFile(const std::string& path, const u8* pixels, u32 width, u32 height, u32 stride,
                   PngFormat format) {
-    if (width == 0 || height == 0) return false;
+    if (width == 0 || height == 0) {
+        return false;
+    }
     const bool alpha = format == PngFormat::Rgba;
     const std::vector<u8> rows = PackRows(pixels, width, height, stride, alpha ? 4 : 3);
     const std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> encoder(spng_ctx_new(SPNG_CTX_ENCODER),
                                                                  spng_ctx_free);
-    if (encoder == nullptr) return false;
+    if (encoder == nullptr) {
+        return false;
+    }
     spng_set_option(encoder.get(), SPNG_ENCODE_TO_BUFFER, 1);
     spng_ihdr header = {};
     header.width = width;
     header.height = height;
     header.bit_depth = 8;
     header.color_type = alpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
-    if (spng_set_ihdr(encoder.get(), &header) != 0) return false;
+    if (spng_set_ihdr(encoder.get(), &header) != 0) {
+        return false;
+    }
     if (spng_encode_image(encoder.get(), rows.data(), rows.size(), SPNG_FMT_PNG,
                           SPNG_ENCODE_FINALIZE) != 0) {
         return false;

@@ -16,15 +16,25 @@ namespace {
 // Truncation as the processor does it: what does not fit gives the most negative value.
 i32 Truncate(double value) {
     constexpr double kLimit = 2147483648.0;
-    if (!(value > -kLimit - 1 && value < kLimit)) return INT32_MIN;
+    if (!(value > -kLimit - 1 && value < kLimit)) {
+        return INT32_MIN;
+    }
     return static_cast<i32>(value);
 }
 
 void MergeIntoDirtyRect(const ViewRect& rect) {
-    if (rect.x < dirtyRect.left) dirtyRect.left = Truncate(rect.x);
-    if (rect.y < dirtyRect.top) dirtyRect.top = Truncate(rect.y);
-    if (dirtyRect.right < rect.x + rect.width) dirtyRect.right = Truncate(rect.x + rect.width);
-    if (dirtyRect.bottom < rect.y + rect.height) dirtyRect.bottom = Truncate(rect.y + rect.height);
+    if (rect.x < dirtyRect.left) {
+        dirtyRect.left = Truncate(rect.x);
+    }
+    if (rect.y < dirtyRect.top) {
+        dirtyRect.top = Truncate(rect.y);
+    }
+    if (dirtyRect.right < rect.x + rect.width) {
+        dirtyRect.right = Truncate(rect.x + rect.width);
+    }
+    if (dirtyRect.bottom < rect.y + rect.height) {
+        dirtyRect.bottom = Truncate(rect.y + rect.height);
+    }
 }
 
 // The first pixel whose centre lies at or above `edge`, kept within 0..limit.
@@ -76,7 +86,9 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
     for (i32 row = firstRow; row < endRow; ++row) {
         const double down = (row + 0.5 - top) * source.height / destination.height;
         const double sourceRow = std::floor(source.y + down);
-        if (!(sourceRow >= 0 && sourceRow < screenBitmap.height)) continue;
+        if (!(sourceRow >= 0 && sourceRow < screenBitmap.height)) {
+            continue;
+        }
         const u8* const from = ScreenRow(static_cast<i64>(sourceRow));
         u8* const to = view.pixels.data() + 4 * (static_cast<i64>(row) * view.width);
         if (oneToOne) {
@@ -90,7 +102,9 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
         for (i32 column = firstColumn; column < endColumn; ++column) {
             const double across = (column + 0.5 - destination.x) * source.width / destination.width;
             const double sourceColumn = std::floor(source.x + across);
-            if (!(sourceColumn >= 0 && sourceColumn < screenBitmap.width)) continue;
+            if (!(sourceColumn >= 0 && sourceColumn < screenBitmap.width)) {
+                continue;
+            }
             DrawPixel(to + i64{column} * 4, from + 4 * static_cast<i64>(sourceColumn));
         }
     }
@@ -137,7 +151,9 @@ PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 v
         SystemLog(FormatText("return dr w=%f h=%f", rect.width, rect.height));
         return PresentResult::Empty;
     }
-    if (rect.y + rect.height > knownHeight) rect.height = knownHeight - rect.y;
+    if (rect.y + rect.height > knownHeight) {
+        rect.height = knownHeight - rect.y;
+    }
 
     ViewRect source = {rect.x, viewHeight - (rect.y + rect.height), rect.width, rect.height};
     if (ReachesPast(source.x, source.width, screenBitmap.width)) {

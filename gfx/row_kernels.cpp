@@ -47,7 +47,9 @@ HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour, std::size_
     const V16 old = hn::BitCast(d16, hn::LoadU(d8, pixels));
     // The coverage in both 16-bit lanes of its pixel.
     auto once = hn::PromoteTo(d32, hn::LoadU(dCoverage, coverage));
-    if (done != 0) once = hn::IfThenZeroElse(hn::FirstN(d32, done), once);
+    if (done != 0) {
+        once = hn::IfThenZeroElse(hn::FirstN(d32, done), once);
+    }
     const V16 cover = hn::BitCast(d16, hn::Or(once, hn::ShiftLeft<16>(once)));
     const V16 low = hn::Set(d16, 0x00FF);
     const V16 rest = hn::Sub(low, cover);
@@ -65,7 +67,9 @@ void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const std::size_t step = hn::Lanes(d32);
-    for (; x + step <= count; x += step) LayVector(pixels + x * 4, coverage + x, colour, 0);
+    for (; x + step <= count; x += step) {
+        LayVector(pixels + x * 4, coverage + x, colour, 0);
+    }
     if (x != 0 && x != count) {
         // The last vector reaches back over pixels that are done; coverage of 0 leaves them alone.
         const std::size_t last = count - step;
@@ -89,9 +93,13 @@ bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
         lanes = hn::And(lanes, hn::BitCast(d32, hn::LoadU(d8, pixels + x * 4)));
     }
     const auto alpha = hn::Set(d32, 0xFF000000);
-    if (!hn::AllTrue(d32, hn::Eq(hn::And(lanes, alpha), alpha))) return false;
+    if (!hn::AllTrue(d32, hn::Eq(hn::And(lanes, alpha), alpha))) {
+        return false;
+    }
 #endif
-    for (; x < count; ++x) all &= LoadBytes<u32>(pixels + x * 4);
+    for (; x < count; ++x) {
+        all &= LoadBytes<u32>(pixels + x * 4);
+    }
     return AlphaOf(all) == 255;
 }
 

@@ -58,7 +58,9 @@ struct Cells {
 };
 
 Cells SplitIntoCells(i64 start, i64 end) {
-    if (end <= start) return {0, 0, 0, 0};
+    if (end <= start) {
+        return {0, 0, 0, 0};
+    }
     const u32 count = static_cast<u32>(((end - 1) >> kUnitBits) - (start >> kUnitBits) + 1);
     const i64 firstEnd = ((start >> kUnitBits) + 1) << kUnitBits;
     const i64 lastStart = ((end - 1) >> kUnitBits) << kUnitBits;
@@ -76,7 +78,9 @@ struct Box {
 u32 CheckedPixel(i64 x, i64 y) {
     const Area pixel = {x, y, x + 1, y + 1};
     if (!Reaches(srcSelection, pixel)) {
-        if (srcSelection.host) return 0;
+        if (srcSelection.host) {
+            return 0;
+        }
         MemoryFault();
     }
     return LoadBytes<u32>(PixelAt(srcSelection, x, y));
@@ -84,21 +88,29 @@ u32 CheckedPixel(i64 x, i64 y) {
 
 u32 AverageAnyBox(const Box& box) {
     const u32 firstPixel = CheckedPixel(box.left >> kUnitBits, box.top >> kUnitBits);
-    if (box.top >= box.bottom || box.right <= box.left) return firstPixel;
+    if (box.top >= box.bottom || box.right <= box.left) {
+        return firstPixel;
+    }
     const u64 area =
         static_cast<u64>(box.right - box.left) * static_cast<u64>(box.bottom - box.top);
     const Area cells = {box.left >> kUnitBits, box.top >> kUnitBits,
                         ((box.right - 1) >> kUnitBits) + 1, ((box.bottom - 1) >> kUnitBits) + 1};
-    if (!srcSelection.host) RequireArea(srcSelection, cells);
+    if (!srcSelection.host) {
+        RequireArea(srcSelection, cells);
+    }
     BoxAverage average = {firstPixel, area};
     Area present = cells;
     if (srcSelection.host) {
         present = Intersect(cells, BitmapArea(srcSelection));
         // What lies beyond is transparent black and adds nothing.
-        if (present.Empty()) return 0;
+        if (present.Empty()) {
+            return 0;
+        }
         const bool whole = present.left == cells.left && present.right == cells.right &&
                            present.top == cells.top && present.bottom == cells.bottom;
-        if (!whole) average.different = firstPixel;
+        if (!whole) {
+            average.different = firstPixel;
+        }
     }
     for (i64 y = present.top; y < present.bottom; ++y) {
         const i64 height = std::min((y + 1) * kUnit, box.bottom) - std::max(y * kUnit, box.top);
@@ -128,9 +140,13 @@ struct ScaleWork {
                     NoteDrawing(kPixelsOfAStep);
                     const u32 colour = AverageAnyBox(
                         {across.Edge(x - tileX), top, across.Edge(x - tileX + 1), bottom});
-                    if (AlphaOf(colour) == 0) continue;
+                    if (AlphaOf(colour) == 0) {
+                        continue;
+                    }
                     RequireArea(dstSelection, {x, y, x + 1, y + 1});
-                    if (write) ComposePixel(PixelAt(dstSelection, x, y), colour);
+                    if (write) {
+                        ComposePixel(PixelAt(dstSelection, x, y), colour);
+                    }
                 }
             }
         });
@@ -185,7 +201,9 @@ struct ScaleWork {
 };
 
 void RunScaledBlit(const ScaleWork& work) {
-    if (work.visible.Empty()) return;
+    if (work.visible.Empty()) {
+        return;
+    }
     bool simple = work.across.IsRegular() && work.down.IsRegular() &&
                   Reaches(dstSelection, work.visible) && RowsAreApart(dstSelection, work.visible);
     // Of a regular axis, so that the product fits.
@@ -208,7 +226,9 @@ void RunScaledBlit(const ScaleWork& work) {
 }  // namespace
 
 void BlitScaled(const ScaledBlit& blit) {
-    if (blit.width < 1 || blit.height < 1 || blit.sourceWidth < 1 || blit.sourceHeight < 1) return;
+    if (blit.width < 1 || blit.height < 1 || blit.sourceWidth < 1 || blit.sourceHeight < 1) {
+        return;
+    }
     if (blit.width == blit.sourceWidth && blit.height == blit.sourceHeight) {
         Blit(blit.destination, blit.x, blit.y, blit.source, blit.sourceX, blit.sourceY, blit.width,
              blit.height, false, blit.right, blit.bottom);

@@ -30,7 +30,9 @@ bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
     // calloc leaves large blocks untouched until they are used: nobody waits for the text bitmap.
     const u64 size = u64{width} * kBytesPerPixel * height;
     block = std::calloc(1, size + kPixelAlignment);
-    if (block == nullptr) return false;
+    if (block == nullptr) {
+        return false;
+    }
     void* pixels = block;
     std::size_t space = size + kPixelAlignment;
     bitmap.pixels = static_cast<u8*>(std::align(kPixelAlignment, size, pixels, space));
@@ -47,9 +49,13 @@ bool CreateHostBitmap(u32 width, u32 height, HostBitmap& bitmap, void*& block) {
 bool CreateScreenBitmap(u32 width, u32 height) {
     const u32 screenWidth = width & 0xFFFF;
     const u32 screenHeight = height & 0xFFFF;
-    if (!CreateHostBitmap(screenWidth, screenHeight, screenBitmap, screenBlock)) return false;
+    if (!CreateHostBitmap(screenWidth, screenHeight, screenBitmap, screenBlock)) {
+        return false;
+    }
     const u32 textHeight = screenHeight < kTallScreen ? kTextRows : screenHeight / kTallScreenPart;
-    if (!CreateHostBitmap(screenWidth, textHeight, textBitmap, textBlock)) return false;
+    if (!CreateHostBitmap(screenWidth, textHeight, textBitmap, textBlock)) {
+        return false;
+    }
     EmptyFontCache();
     ChooseKernels();
     Rectangle(kScreenBitmap, 0, 0, static_cast<i32>(screenWidth), static_cast<i32>(screenHeight),

@@ -35,7 +35,9 @@ inline Tiling MakeTiling(i32 x, i32 y, i32 width, i32 height, i32 right, i32 bot
 // Calls visit(tileX, tileY, part) for each copy with a part in the visible area, across, then down.
 template <class Visit>
 void ForEachTile(const Tiling& tiling, const Area& visible, Visit visit) {
-    if (visible.Empty()) return;
+    if (visible.Empty()) {
+        return;
+    }
     if (tiling.IsFirstCopy(visible)) {
         visit(tiling.x, tiling.y, visible);
         return;

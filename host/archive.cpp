@@ -53,17 +53,31 @@ struct PackedFile {
 
 // "" or why a name can be no file's of a game.
 std::string WhyNoName(const std::string& name, const ArchiveLimits& limits) {
-    if (name.empty()) return "an entry without a name";
-    if (name.size() > limits.nameBytes) return "the name is too long";
-    if (name[0] == '/') return "an absolute name";
-    if (name.find('\\') != std::string::npos) return "a name with a backslash";
+    if (name.empty()) {
+        return "an entry without a name";
+    }
+    if (name.size() > limits.nameBytes) {
+        return "the name is too long";
+    }
+    if (name[0] == '/') {
+        return "an absolute name";
+    }
+    if (name.find('\\') != std::string::npos) {
+        return "a name with a backslash";
+    }
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; };
-    if (std::any_of(name.begin(), name.end(), isControl)) return "a name with control characters";
+    if (std::any_of(name.begin(), name.end(), isControl)) {
+        return "a name with control characters";
+    }
     for (size_t start = 0; start <= name.size();) {
         const size_t end = std::min(name.find('/', start), name.size());
         const std::string_view part = std::string_view(name).substr(start, end - start);
-        if (part == "..") return "the name leads out of the folder";
-        if (part.empty() || part == ".") return "a name with an empty part";
+        if (part == "..") {
+            return "the name leads out of the folder";
+        }
+        if (part.empty() || part == ".") {
+            return "a name with an empty part";
+        }
         start = end + 1;
     }
     return "";
@@ -77,14 +91,18 @@ std::string WhyNoKind(zip_t* archive, zip_uint64_t index, bool isFolder) {
         return "its attributes cannot be read";
     }
     const mode_t kind = attributes >> 16 & S_IFMT;
-    if (kind == S_IFLNK) return "a link";
+    if (kind == S_IFLNK) {
+        return "a link";
+    }
     const bool fits = kind == 0 || kind == (isFolder ? S_IFDIR : S_IFREG);
     return fits ? "" : "neither a file nor a folder";
 }
 
 std::string WhyNotReadable(const zip_stat_t& about) {
     constexpr zip_uint64_t kNeeded = ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD;
-    if ((about.valid & kNeeded) != kNeeded) return "its size is not known";
+    if ((about.valid & kNeeded) != kNeeded) {
+        return "its size is not known";
+    }
     if ((about.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && about.encryption_method != ZIP_EM_NONE) {
         return "encrypted";
     }
@@ -104,12 +122,20 @@ std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& l
     file.index = index;
     file.name = about.name;
     file.isFolder = !file.name.empty() && file.name.back() == '/';
-    if (file.isFolder) file.name.pop_back();
+    if (file.isFolder) {
+        file.name.pop_back();
+    }
     std::string problem = WhyNoName(file.name, limits);
-    if (problem.empty()) problem = WhyNoKind(archive, index, file.isFolder);
-    if (problem.empty() && !file.isFolder) problem = WhyNotReadable(about);
+    if (problem.empty()) {
+        problem = WhyNoKind(archive, index, file.isFolder);
+    }
+    if (problem.empty() && !file.isFolder) {
+        problem = WhyNotReadable(about);
+    }
     file.size = file.isFolder ? 0 : about.size;
-    if (problem.empty()) return "";
+    if (problem.empty()) {
+        return "";
+    }
     // A line that says what is wrong has no room for the whole of a long name.
     const std::string_view name = about.name;
     return std::string(name.substr(0, kLongestQuote)) + (name.size() > kLongestQuote ? "..." : "") +
@@ -140,7 +166,9 @@ std::string ReadEntries(zip_t* archive, u64 archiveBytes, const ArchiveLimits& l
         if (std::string problem = ReadEntry(archive, index, limits, file); !problem.empty()) {
             return problem;
         }
-        if (!names.insert(file.name).second) return file.name + ": there are two of this name";
+        if (!names.insert(file.name).second) {
+            return file.name + ": there are two of this name";
+        }
         // One at a time, so that no sum is too large for its type.
         bytes += std::min(file.size, limits.bytes + 1);
         if (std::string problem = WhyTooLarge(bytes, archiveBytes, limits); !problem.empty()) {
@@ -160,17 +188,22 @@ std::string CopyOut(zip_file_t* entry, int out, u64 size) {
     zip_int64_t count = 0;
     while ((count = zip->fread(entry, part, sizeof part)) > 0) {
         written += static_cast<u64>(count);
-        if (written > size) return "larger than it says";
+        if (written > size) {
+            return "larger than it says";
+        }
         const u8* at = part;
         while (count > 0) {
             const ssize_t done = write(out, at, static_cast<size_t>(count));
-            if (done < 0) return std::strerror(errno);
+            if (done < 0) {
+                return std::strerror(errno);
+            }
             at += done;
             count -= done;
         }
     }
-    if (count < 0)
+    if (count < 0) {
         return std::string("damaged: ") + zip->error_strerror(zip->file_get_error(entry));
+    }
     return written == size ? "" : "damaged: it ends early";
 }
 
@@ -178,14 +211,24 @@ std::string UnpackFile(zip_t* archive, const PackedFile& file, const fs::path& f
     const fs::path path = folder / file.name;
     std::error_code error;
     fs::create_directories(file.isFolder ? path : path.parent_path(), error);
-    if (error) return error.message();
-    if (file.isFolder) return "";
+    if (error) {
+        return error.message();
+    }
+    if (file.isFolder) {
+        return "";
+    }
     const Entry entry(zip->fopen_index(archive, file.index, 0), zip->fclose);
-    if (entry == nullptr) return std::string("damaged: ") + zip->strerror(archive);
+    if (entry == nullptr) {
+        return std::string("damaged: ") + zip->strerror(archive);
+    }
     const int out = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (out < 0) return std::strerror(errno);
+    if (out < 0) {
+        return std::strerror(errno);
+    }
     std::string problem = CopyOut(entry.get(), out, file.size);
-    if (close(out) != 0 && problem.empty()) problem = std::strerror(errno);
+    if (close(out) != 0 && problem.empty()) {
+        problem = std::strerror(errno);
+    }
     return problem;
 }
 
@@ -194,7 +237,9 @@ std::string UnpackFile(zip_t* archive, const PackedFile& file, const fs::path& f
 // Data that packing makes no smaller is kept as it is.
 bool IsPackedAlready(const fs::path& path) {
     std::string extension = path.extension();
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : extension) {
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
     constexpr std::string_view kPacked[] = {".png", ".ogg", ".mp3", ".jpg", ".gz", ".zip"};
     return std::find(std::begin(kPacked), std::end(kPacked), extension) != std::end(kPacked);
 }
@@ -205,7 +250,9 @@ constexpr zip_uint16_t kDosDate = 1 << 5 | 1;
 
 std::string AddFile(zip_t* archive, const fs::path& path, const std::string& name) {
     zip_source_t* const source = zip->source_file(archive, path.c_str(), 0, -1);
-    if (source == nullptr) return name + ": " + zip->strerror(archive);
+    if (source == nullptr) {
+        return name + ": " + zip->strerror(archive);
+    }
     const zip_int64_t index = zip->file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8);
     if (index < 0) {
         zip->source_free(source);
@@ -224,10 +271,16 @@ std::string AddFile(zip_t* archive, const fs::path& path, const std::string& nam
 std::string WhyNotUnpacked(const fs::path& path, u64 bytes, const ArchiveLimits& limits) {
     std::error_code error;
     const u64 archiveBytes = fs::file_size(path, error);
-    if (error) return error.message();
+    if (error) {
+        return error.message();
+    }
     std::string problem = WhyTooLarge(bytes, archiveBytes, limits);
-    if (archiveBytes > limits.archiveBytes) problem = "too large for an archive of a game";
-    if (!problem.empty()) fs::remove(path, error);
+    if (archiveBytes > limits.archiveBytes) {
+        problem = "too large for an archive of a game";
+    }
+    if (!problem.empty()) {
+        fs::remove(path, error);
+    }
     return problem;
 }
 
@@ -236,7 +289,9 @@ std::string FilesBelow(const fs::path& folder, std::vector<std::string>& names) 
     std::error_code error;
     fs::recursive_directory_iterator entry(folder, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (!entry->is_regular_file(error)) continue;
+        if (!entry->is_regular_file(error)) {
+            continue;
+        }
         names.push_back(entry->path().lexically_relative(folder).string());
     }
     std::sort(names.begin(), names.end());
@@ -248,12 +303,18 @@ std::string FilesBelow(const fs::path& folder, std::vector<std::string>& names) 
 bool IsArchive(const std::string& name) {
     const fs::path path = name;
     std::error_code error;
-    if (path.filename() == kModuleFile || !fs::is_regular_file(path, error)) return false;
+    if (path.filename() == kModuleFile || !fs::is_regular_file(path, error)) {
+        return false;
+    }
     const std::string extension = path.extension();
-    if (extension == ".mxz" || extension == ".zip") return true;
+    if (extension == ".mxz" || extension == ".zip") {
+        return true;
+    }
     char start[kArchiveStart.size()] = {};
     const int file = open(name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0) return false;
+    if (file < 0) {
+        return false;
+    }
     const ssize_t count = read(file, start, sizeof start);
     close(file);
     return count == sizeof start && std::string_view(start, sizeof start) == kArchiveStart;
@@ -261,24 +322,36 @@ bool IsArchive(const std::string& name) {
 
 std::string UnpackArchive(int file, const std::string& folder, const ArchiveLimits& limits) {
     zip = LoadZipLibrary();
-    if (zip == nullptr) return kNoLibrary;
+    if (zip == nullptr) {
+        return kNoLibrary;
+    }
     struct stat status;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return "no file";
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return "no file";
+    }
     const u64 archiveBytes = static_cast<u64>(status.st_size);
-    if (archiveBytes > limits.archiveBytes) return "too large for an archive of a game";
+    if (archiveBytes > limits.archiveBytes) {
+        return "too large for an archive of a game";
+    }
     int code = 0;
     const int copy = dup(file);
     const Archive archive(copy >= 0 ? zip->fdopen(copy, 0, &code) : nullptr, zip->discard);
     if (archive == nullptr) {
-        if (copy >= 0) close(copy);
+        if (copy >= 0) {
+            close(copy);
+        }
         return "damaged, or no archive: " + ErrorText(code);
     }
     std::vector<PackedFile> files;
     std::string problem = ReadEntries(archive.get(), archiveBytes, limits, files);
-    if (!problem.empty()) return problem;
+    if (!problem.empty()) {
+        return problem;
+    }
     for (const PackedFile& packed : files) {
         problem = UnpackFile(archive.get(), packed, folder);
-        if (!problem.empty()) return packed.name + ": " + problem;
+        if (!problem.empty()) {
+            return packed.name + ": " + problem;
+        }
     }
     return "";
 }
@@ -286,45 +359,65 @@ std::string UnpackArchive(int file, const std::string& folder, const ArchiveLimi
 std::string WriteArchive(const std::string& folder, const std::string& path,
                          const ArchiveLimits& limits) {
     zip = LoadZipLibrary();
-    if (zip == nullptr) return kNoLibrary;
+    if (zip == nullptr) {
+        return kNoLibrary;
+    }
     std::vector<std::string> names;
-    if (std::string problem = FilesBelow(folder, names); !problem.empty()) return problem;
+    if (std::string problem = FilesBelow(folder, names); !problem.empty()) {
+        return problem;
+    }
     if (names.size() > limits.entries) {
         return "more than " + std::to_string(limits.entries) + " files, which no moxi would unpack";
     }
     int code = 0;
     Archive archive(zip->open(path.c_str(), ZIP_CREATE | ZIP_EXCL, &code), zip->discard);
-    if (archive == nullptr) return ErrorText(code);
+    if (archive == nullptr) {
+        return ErrorText(code);
+    }
     u64 bytes = 0;
     for (const std::string& name : names) {
         std::error_code error;
         bytes += fs::file_size(fs::path(folder) / name, error);
         std::string problem = WhyNoName(name, limits);
-        if (!problem.empty()) return problem.insert(0, name + ": ");
+        if (!problem.empty()) {
+            return problem.insert(0, name + ": ");
+        }
         problem = AddFile(archive.get(), fs::path(folder) / name, name);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
-    if (bytes > limits.bytes) return WhyTooLarge(bytes, 0, limits);
-    if (zip->close(archive.get()) != 0) return zip->strerror(archive.get());
+    if (bytes > limits.bytes) {
+        return WhyTooLarge(bytes, 0, limits);
+    }
+    if (zip->close(archive.get()) != 0) {
+        return zip->strerror(archive.get());
+    }
     // It is gone with the closing; what is discarded is one that failed.
     archive.release();  // NOLINT(bugprone-unused-return-value)
     return WhyNotUnpacked(path, bytes, limits);
 }
 
 std::string GameInFolder(const std::string& folder, std::string& problem) {
-    if (HoldsModule(folder)) return folder;
+    if (HoldsModule(folder)) {
+        return folder;
+    }
     std::string found;
     std::error_code error;
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        if (!entry->is_directory(error) || !HoldsModule(entry->path())) continue;
+        if (!entry->is_directory(error) || !HoldsModule(entry->path())) {
+            continue;
+        }
         if (!found.empty()) {
             problem = "there is more than one game in it";
             return "";
         }
         found = entry->path();
     }
-    if (found.empty()) problem = "there is no game in it";
+    if (found.empty()) {
+        problem = "there is no game in it";
+    }
     return found;
 }
 

@@ -43,17 +43,23 @@ bool IsGameFolder(const fs::path& path) {
 fs::path Clean(const std::string& name) {
     std::error_code error;
     fs::path path = fs::absolute(name, error).lexically_normal();
-    if (!path.has_filename() && path.has_relative_path()) path = path.parent_path();
+    if (!path.has_filename() && path.has_relative_path()) {
+        path = path.parent_path();
+    }
     return path;
 }
 
 fs::path ResourcesFolder(const fs::path& game) {
     const fs::path candidates[] = {game / "Contents" / "Resources", game / "Resources", game};
     for (const fs::path& folder : candidates) {
-        if (Exists(folder / kModuleFile)) return folder;
+        if (Exists(folder / kModuleFile)) {
+            return folder;
+        }
     }
     for (const fs::path& folder : candidates) {
-        if (IsFolder(folder)) return folder;
+        if (IsFolder(folder)) {
+            return folder;
+        }
     }
     return game;
 }
@@ -62,7 +68,9 @@ fs::path ResourcesFolder(const fs::path& game) {
 fs::path InformationFile(const fs::path& game, const fs::path& resources) {
     for (const fs::path& file :
          {game / "Contents" / "Info.plist", game / "Info.plist", resources / "Info.plist"}) {
-        if (Exists(file)) return file;
+        if (Exists(file)) {
+            return file;
+        }
     }
     return {};
 }
@@ -82,7 +90,9 @@ std::string NameOfFolder(const fs::path& game) {
 // The game's name from its information file, else the bundle's name without its extension.
 std::string GameName(const fs::path& game, const fs::path& information) {
     std::string own = NameOfFolder(game);
-    if (information.empty()) return own;
+    if (information.empty()) {
+        return own;
+    }
     pugi::xml_document document;
     pugi::xml_node dictionary;
     if (!LoadPlist(information, document, dictionary)) {
@@ -90,8 +100,12 @@ std::string GameName(const fs::path& game, const fs::path& information) {
         return own;
     }
     const std::optional<std::string> name = PlistString(dictionary, "ZULGameName");
-    if (!name) return own;
-    if (IsGameName(*name)) return *name;
+    if (!name) {
+        return own;
+    }
+    if (IsGameName(*name)) {
+        return *name;
+    }
     SystemLog(information.string() + ": \"" + *name + "\" can be no game's name, it is \"" + own +
               "\"");
     return own;
@@ -116,7 +130,9 @@ fs::path FirstThatLeadsOut(const fs::path& game, std::initializer_list<fs::path>
     const fs::path own = RealPath(game);
     for (const fs::path& part : parts) {
         const fs::path real = RealPath(part);
-        if (!part.empty() && !real.empty() && !LiesIn(real, own)) return part;
+        if (!part.empty() && !real.empty() && !LiesIn(real, own)) {
+            return part;
+        }
     }
     return {};
 }
@@ -124,7 +140,9 @@ fs::path FirstThatLeadsOut(const fs::path& game, std::initializer_list<fs::path>
 // Whether a game may delete what came with it: only where everything in the folder did.
 bool IsGamesOwn(const fs::path& game, const fs::path& resources) {
     const fs::path own = RealPath(game);
-    if (own.empty() || !LiesIn(RealPath(resources), own)) return false;
+    if (own.empty() || !LiesIn(RealPath(resources), own)) {
+        return false;
+    }
     return !LiesIn(RealPath(HomeFolder()), own);
 }
 
@@ -138,16 +156,22 @@ std::string StateFolder() {
 // user without a home.
 std::string PicturesFolder() {
     const std::string home = HomeFolder();
-    if (home.empty()) return "";
+    if (home.empty()) {
+        return "";
+    }
     std::string text;
     ReadWholeFile(BaseFolder("XDG_CONFIG_HOME", ".config") + "/user-dirs.dirs", kLargestUserDirs,
                   text);
     std::istringstream file(text);
     const std::string key = "XDG_PICTURES_DIR=\"";
     for (std::string line; std::getline(file, line);) {
-        if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') continue;
+        if (line.rfind(key, 0) != 0 || line.size() <= key.size() || line.back() != '"') {
+            continue;
+        }
         std::string folder = line.substr(key.size(), line.size() - key.size() - 1);
-        if (folder.rfind("$HOME", 0) == 0) folder.replace(0, 5, home);
+        if (folder.rfind("$HOME", 0) == 0) {
+            folder.replace(0, 5, home);
+        }
         return folder;
     }
     return home + "/Pictures";
@@ -179,8 +203,12 @@ std::string WhyNoGame(const std::string& game) {
     const fs::path path = Clean(game);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found) return game + ": there is no such game";
-    if (!fs::status_known(status)) return game + ": " + error.message();
+    if (status.type() == fs::file_type::not_found) {
+        return game + ": there is no such game";
+    }
+    if (!fs::status_known(status)) {
+        return game + ": " + error.message();
+    }
     if (!IsGameFolder(path) && path.filename() != kModuleFile) {
         return game + ": neither a folder nor a MAIN.MX";
     }
@@ -190,7 +218,9 @@ std::string WhyNoGame(const std::string& game) {
 
 std::string FindGame(const std::string& game) {
     std::string missing = WhyNoGame(game);
-    if (!missing.empty()) return missing;
+    if (!missing.empty()) {
+        return missing;
+    }
     const fs::path path = GameFolder(game);
     const fs::path resources = ResourcesFolder(path);
     const fs::path information = InformationFile(path, resources);
@@ -218,16 +248,24 @@ std::string ModulePath() {
 
 std::string FindOwnGame() {
     const fs::path own = ExecutableFolder();
-    if (Exists(own / kModuleFile)) return own;
+    if (Exists(own / kModuleFile)) {
+        return own;
+    }
     // A folder made by --bundle has the program at its top.
-    if (Exists(own / "Resources" / kModuleFile)) return own;
-    if (Exists(own.parent_path() / "Resources" / kModuleFile)) return own.parent_path();
+    if (Exists(own / "Resources" / kModuleFile)) {
+        return own;
+    }
+    if (Exists(own.parent_path() / "Resources" / kModuleFile)) {
+        return own.parent_path();
+    }
     return "";
 }
 
 std::string OwnResource(const std::string& name) {
     const fs::path own = ExecutableFolder();
-    if (fs::path path = own / "share" / "moxi" / name; Exists(path)) return path;
+    if (fs::path path = own / "share" / "moxi" / name; Exists(path)) {
+        return path;
+    }
     return own.parent_path() / "share" / "moxi" / name;
 }
 

@@ -49,7 +49,9 @@ constinit int held = -1;
 
 std::string StateOf(const std::string& path) {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0) return "none";
+    if (stat(path.c_str(), &status) != 0) {
+        return "none";
+    }
     return FormatText("%lld %lld.%9.9ld %llu", static_cast<long long>(status.st_size),
                       static_cast<long long>(status.st_mtim.tv_sec), status.st_mtim.tv_nsec,
                       static_cast<unsigned long long>(status.st_ino));
@@ -75,7 +77,9 @@ struct Stamp {
 
 bool TakeLine(std::string& text, std::string_view start, std::string& rest) {
     const std::size_t end = text.find('\n');
-    if (end == std::string::npos || text.compare(0, start.size(), start) != 0) return false;
+    if (end == std::string::npos || text.compare(0, start.size(), start) != 0) {
+        return false;
+    }
     rest = text.substr(start.size(), end - start.size());
     text.erase(0, end + 1);
     return true;
@@ -111,7 +115,9 @@ int OpenStamp(const std::string& folder, int flags) {
     const int file = open(StampPath(folder).c_str(),
                           O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags, 0600);
     struct stat status;
-    if (file < 0 || (fstat(file, &status) == 0 && S_ISREG(status.st_mode))) return file;
+    if (file < 0 || (fstat(file, &status) == 0 && S_ISREG(status.st_mode))) {
+        return file;
+    }
     close(file);
     errno = EINVAL;
     return -1;
@@ -136,14 +142,19 @@ enum class Found {
 // Only a game whose path or module is the stamp's is the one that made the folder: a game that was
 // moved keeps its data, and so does one that was replaced by a newer version.
 bool Fits(const Stamp& stamp, Owner& game) {
-    if (!stamp.valid) return false;
+    if (!stamp.valid) {
+        return false;
+    }
     if (stamp.owner.game == game.game) {
         const bool unchanged = stamp.owner.file == game.file;
-        if (game.module.empty())
+        if (game.module.empty()) {
             game.module = unchanged ? stamp.owner.module : HashOfFile(OwnModule());
+        }
         return true;
     }
-    if (game.module.empty()) game.module = HashOfFile(OwnModule());
+    if (game.module.empty()) {
+        game.module = HashOfFile(OwnModule());
+    }
     return !game.module.empty() && game.module == stamp.owner.module;
 }
 
@@ -158,23 +169,33 @@ Found LookAt(const std::string& folder, Owner& game, bool claim) {
     const bool made = Exists(folder);
     const int file = OpenStamp(folder, claim ? O_CREAT : 0);
     if (file < 0) {
-        if (errno != ENOENT || claim) return Found::NoStamp;
+        if (errno != ENOENT || claim) {
+            return Found::NoStamp;
+        }
         // A folder from before there were stamps goes to the first game that asks for it, but not
         // with a module in it, since nobody knows whose that is.
-        if (!made) return Found::End;
+        if (!made) {
+            return Found::End;
+        }
         return Exists(folder + "/" + kModuleFile) ? Found::Other : Found::Free;
     }
     const bool alone = flock(file, LOCK_EX | LOCK_NB) == 0;
-    if (!alone) flock(file, LOCK_SH);
+    if (!alone) {
+        flock(file, LOCK_SH);
+    }
     const Stamp stamp = ReadStamp(file, folder);
     Found found = Found::Other;
     if (Fits(stamp, game)) {
         found = Found::Own;
-        if (alone && !IsUpToDate(stamp, game)) WriteStamp(file, folder, game);
+        if (alone && !IsUpToDate(stamp, game)) {
+            WriteStamp(file, folder, game);
+        }
     } else if (alone && (!made || (!stamp.valid && !Exists(folder + "/" + kModuleFile)))) {
         found = Found::Free;
         if (claim) {
-            if (game.module.empty()) game.module = HashOfFile(OwnModule());
+            if (game.module.empty()) {
+                game.module = HashOfFile(OwnModule());
+            }
             found = WriteStamp(file, folder, game) ? Found::Own : Found::NoStamp;
         }
     }
@@ -197,15 +218,27 @@ u32 FindNumber(const std::string& all, Owner& game) {
     u32 free = 0;
     for (u32 number = 1; number <= kMostGamesOfAName; ++number) {
         const Found found = LookAt(all + "/" + NameWithNumber(number), game, false);
-        if (found == Found::Own) return number;
-        if (found == Found::NoStamp) return 0;
-        if (found != Found::Other && free == 0) free = number;
-        if (found == Found::End) break;
+        if (found == Found::Own) {
+            return number;
+        }
+        if (found == Found::NoStamp) {
+            return 0;
+        }
+        if (found != Found::Other && free == 0) {
+            free = number;
+        }
+        if (found == Found::End) {
+            break;
+        }
     }
     for (u32 number = std::max(free, 1U); number <= kMostGamesOfAName; ++number) {
         const Found found = LookAt(all + "/" + NameWithNumber(number), game, true);
-        if (found == Found::Own) return number;
-        if (found == Found::NoStamp) return 0;
+        if (found == Found::Own) {
+            return number;
+        }
+        if (found == Found::NoStamp) {
+            return 0;
+        }
     }
     return kMostGamesOfAName + 1;
 }
@@ -213,7 +246,9 @@ u32 FindNumber(const std::string& all, Owner& game) {
 }  // namespace
 
 void MakeStateFolder() {
-    if (folders.state.empty()) return;
+    if (folders.state.empty()) {
+        return;
+    }
     std::error_code error;
     const fs::path state = folders.state;
     fs::create_directories(state.parent_path(), error);
@@ -224,7 +259,9 @@ std::string ChooseDataFolder() {
     ForgetDataFolder();
     folders.dataName.clear();
     folders.moduleInData = true;
-    if (!folders.dataOverride.empty()) return "";
+    if (!folders.dataOverride.empty()) {
+        return "";
+    }
     const std::string all = DataFolderOfAll();
     Owner game = ThisGame();
     const u32 number = all.empty() || folders.state.empty() ? 0 : FindNumber(all, game);
@@ -248,7 +285,9 @@ std::string ChooseDataFolder() {
 }
 
 void ForgetDataFolder() {
-    if (held >= 0) close(held);
+    if (held >= 0) {
+        close(held);
+    }
     held = -1;
 }
 

@@ -34,7 +34,9 @@ constinit ViewSize desktopExtent = {};
 // The displays changed under a running game: the module hears of it and the game ends.
 [[noreturn]] void EndForScreenChange() {
     MXmsg(MSG_CLOSE, 1, 0, 0);
-    while (!QueueIsEmpty() && !inputSuspended) DeliverQueuedMessage();
+    while (!QueueIsEmpty() && !inputSuspended) {
+        DeliverQueuedMessage();
+    }
     EmptyQueue();
     ShowFatalMessage("Screen change: game ending, restart game");
     ForceMsg(MSG_END, 0, 0, 0);
@@ -43,7 +45,9 @@ constinit ViewSize desktopExtent = {};
 
 bool LoadModuleOfGame() {
     const u32 file = OpenModule("MAIN.MX");
-    if (file == kNoFile) return LoadModule({});
+    if (file == kNoFile) {
+        return LoadModule({});
+    }
     const bool loaded =
         LoadModule([file](void* bytes, u32 count) { return ReadFile(file, bytes, count); });
     CloseFile(file);
@@ -51,7 +55,9 @@ bool LoadModuleOfGame() {
 }
 
 void ScreenSetup() {
-    if (screenExists) EndForScreenChange();
+    if (screenExists) {
+        EndForScreenChange();
+    }
     desktopExtent = ComputeDesktopExtent();
     const WindowFrame visible = desktop.screens().front().visibleFrame;
     visibleWidth = static_cast<u32>(visible.width);
@@ -75,7 +81,9 @@ void moxiAppDelegate::init() {
 
 void moxiAppDelegate::applicationDidFinishLaunching() {
     InitFolders();
-    if (!LoadModuleOfGame()) EndProcess(1);
+    if (!LoadModuleOfGame()) {
+        EndProcess(1);
+    }
     ++moduleStarted;
     moxiView::init();
     desktop.startTimer(kHostTickMicroseconds, OnHostTick);
@@ -98,7 +106,9 @@ void moxiAppDelegate::applicationDidFinishLaunching() {
 }
 
 bool moxiAppDelegate::applicationShouldTerminate() {
-    if (inMX) return false;
+    if (inMX) {
+        return false;
+    }
     return ForceMsg(MSG_CLOSE, 0, 0, 0) != 0;
 }
 
@@ -111,9 +121,13 @@ void moxiAppDelegate::applicationWillBecomeActive() {
 }
 
 void moxiAppDelegate::screenParametersDidChange() {
-    if (!screenExists) return;
+    if (!screenExists) {
+        return;
+    }
     const ViewSize extent = ComputeDesktopExtent();
-    if (extent.width == desktopExtent.width && extent.height == desktopExtent.height) return;
+    if (extent.width == desktopExtent.width && extent.height == desktopExtent.height) {
+        return;
+    }
     ScreenSetup();
 }
 

@@ -29,7 +29,9 @@ pugi::xml_node LoadInformation(pugi::xml_document& document) {
     for (const fs::path& file : {game / "Contents" / "Info.plist", game / "Info.plist",
                                  fs::path(folders.resources) / "Info.plist"}) {
         std::error_code error;
-        if (!fs::exists(file, error)) continue;
+        if (!fs::exists(file, error)) {
+            continue;
+        }
         pugi::xml_node dictionary;
         return LoadPlist(file, document, dictionary) ? dictionary : pugi::xml_node();
     }
@@ -38,20 +40,28 @@ pugi::xml_node LoadInformation(pugi::xml_document& document) {
 
 // A file among the resources; a name that leads out of them is no name.
 fs::path ResourceNamed(const std::string& name) {
-    if (name.empty()) return {};
+    if (name.empty()) {
+        return {};
+    }
     std::error_code error;
     const fs::path folder = fs::canonical(folders.resources, error);
     fs::path file = folder / name;
-    if (!file.has_extension()) file += ".icns";
+    if (!file.has_extension()) {
+        file += ".icns";
+    }
     file = fs::canonical(file, error);
-    if (error) return {};
+    if (error) {
+        return {};
+    }
     const fs::path below = file.lexically_relative(folder);
     return below.empty() || *below.begin() == ".." ? fs::path() : file;
 }
 
 u32 BigEndian(std::string_view bytes, size_t at) {
     u32 value = 0;
-    for (size_t i = at; i < at + 4; ++i) value = value << 8 | static_cast<u8>(bytes[i]);
+    for (size_t i = at; i < at + 4; ++i) {
+        value = value << 8 | static_cast<u8>(bytes[i]);
+    }
     return value;
 }
 
@@ -60,8 +70,12 @@ std::string_view Member(std::string_view family, std::string_view type) {
     constexpr size_t kHeader = 8;
     for (size_t at = kHeader; at + kHeader <= family.size();) {
         const u32 size = BigEndian(family, at + 4);
-        if (size < kHeader || size > family.size() - at) return {};
-        if (family.substr(at, 4) == type) return family.substr(at + kHeader, size - kHeader);
+        if (size < kHeader || size > family.size() - at) {
+            return {};
+        }
+        if (family.substr(at, 4) == type) {
+            return family.substr(at + kHeader, size - kHeader);
+        }
         at += size;
     }
     return {};
@@ -72,9 +86,13 @@ std::string OneLine(std::string text) {
     text = text.substr(0, text.find('\n'));
     std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
     text.erase(0, std::min(text.find_first_not_of(' '), text.size()));
-    if (text.size() <= kLongestText) return text;
+    if (text.size() <= kLongestText) {
+        return text;
+    }
     size_t end = kLongestText;
-    while (end > 0 && (static_cast<u8>(text[end]) & 0xC0) == 0x80) --end;
+    while (end > 0 && (static_cast<u8>(text[end]) & 0xC0) == 0x80) {
+        --end;
+    }
     return text.substr(0, end);
 }
 
@@ -91,7 +109,9 @@ std::string FirstLineOfLicence() {
                 continue;
             }
             text.erase(0, std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-            if (!text.empty()) return OneLine(text);
+            if (!text.empty()) {
+                return OneLine(text);
+            }
         }
     }
     return "";
@@ -106,17 +126,27 @@ GameInfo InfoOfGame() {
         return OneLine(PlistString(dictionary, key).value_or(""));
     };
     GameInfo info = {text("ZULGameAuthor"), text("ZULGameLicence"), text("ZULGameSource")};
-    if (info.author.empty()) info.author = text("NSHumanReadableCopyright");
-    if (info.licence.empty()) info.licence = FirstLineOfLicence();
+    if (info.author.empty()) {
+        info.author = text("NSHumanReadableCopyright");
+    }
+    if (info.licence.empty()) {
+        info.licence = FirstLineOfLicence();
+    }
     return info;
 }
 
 bool ReadIconFile(const std::string& path, PngPicture& picture) {
     std::string bytes;
-    if (path.empty() || !ReadWholeFile(path, kLargestIcon, bytes).empty()) return false;
-    if (bytes.compare(0, 4, "icns") != 0) return ReadPng(bytes, kLargestSide, picture);
+    if (path.empty() || !ReadWholeFile(path, kLargestIcon, bytes).empty()) {
+        return false;
+    }
+    if (bytes.compare(0, 4, "icns") != 0) {
+        return ReadPng(bytes, kLargestSide, picture);
+    }
     for (const std::string_view type : kMembers) {
-        if (ReadPng(Member(bytes, type), kLargestSide, picture)) return true;
+        if (ReadPng(Member(bytes, type), kLargestSide, picture)) {
+            return true;
+        }
     }
     return false;
 }
@@ -127,7 +157,9 @@ bool ReadGameIcon(PngPicture& picture) {
         PlistString(LoadInformation(document), "CFBundleIconFile").value_or("");
     for (const std::string& name :
          {named, std::string("ICON.PNG"), std::string("PICTURES/ICON.PNG")}) {
-        if (ReadIconFile(ResourceNamed(name), picture)) return true;
+        if (ReadIconFile(ResourceNamed(name), picture)) {
+            return true;
+        }
     }
     return false;
 }

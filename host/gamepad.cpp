@@ -41,9 +41,13 @@ using ActionTable = std::array<Action, kControlCount>;
 constexpr u32 kNoControl = kControlCount;
 
 u32 ControlNamed(std::string_view name) {
-    if (const auto button = PadButtonNamed(name)) return static_cast<u32>(*button);
+    if (const auto button = PadButtonNamed(name)) {
+        return static_cast<u32>(*button);
+    }
     for (u32 i = 0; i < std::size(kFurtherControls); ++i) {
-        if (kFurtherControls[i] == name) return kPadButtonCount + i;
+        if (kFurtherControls[i] == name) {
+            return kPadButtonCount + i;
+        }
     }
     return kNoControl;
 }
@@ -73,9 +77,13 @@ constexpr ActionName kActionNames[] = {
 
 std::optional<Action> ActionNamed(std::string_view name) {
     for (const ActionName& each : kActionNames) {
-        if (each.name == name) return each.action;
+        if (each.name == name) {
+            return each.action;
+        }
     }
-    if (const auto code = KeyNamed(name)) return Action{ActionKind::Key, *code};
+    if (const auto code = KeyNamed(name)) {
+        return Action{ActionKind::Key, *code};
+    }
     return std::nullopt;
 }
 
@@ -111,8 +119,12 @@ ActionTable TableOf(std::span<const Choice> choices) {
     const auto add = [&table](const Choice& choice) {
         table[ControlNamed(choice.control)] = ActionNamed(choice.action).value();
     };
-    for (const Choice& choice : kEverywhere) add(choice);
-    for (const Choice& choice : choices) add(choice);
+    for (const Choice& choice : kEverywhere) {
+        add(choice);
+    }
+    for (const Choice& choice : choices) {
+        add(choice);
+    }
     return table;
 }
 
@@ -175,7 +187,9 @@ bool ShiftIsHeld() {
 }
 
 void StopTimer(TimerId& timer) {
-    if (timer != 0) desktop.stopTimer(timer);
+    if (timer != 0) {
+        desktop.stopTimer(timer);
+    }
     timer = 0;
 }
 
@@ -193,7 +207,9 @@ TimerId StartRepeatTimer(u64 microseconds, void (*handler)()) {
 }
 
 void RepeatKey() {
-    if (!repeatingKey) return;
+    if (!repeatingKey) {
+        return;
+    }
     const Acting acting;
     desktopEvents.keyDown(*repeatingKey, TextOfKey(*repeatingKey, ShiftIsHeld()));
 }
@@ -247,7 +263,9 @@ struct Direction {
 // Slow near the middle, so that small things can be hit.
 Direction PointerSpeed(double x, double y) {
     const double length = std::hypot(x, y);
-    if (length <= kDeadZone) return {};
+    if (length <= kDeadZone) {
+        return {};
+    }
     const double pushed = (std::min(length, 1.0) - kDeadZone) / (1 - kDeadZone);
     return {x / length * pushed * pushed, y / length * pushed * pushed};
 }
@@ -262,17 +280,25 @@ Direction PointerDirection() {
 
 void MovePointer() {
     const Direction direction = PointerDirection();
-    if (direction.x == 0 && direction.y == 0) return StopTimer(pointerTimer);
+    if (direction.x == 0 && direction.y == 0) {
+        return StopTimer(pointerTimer);
+    }
     const ViewSize room = PointerRoom();
     const double step = std::max(room.width, room.height) / kPointerSteps;
     // A mouse may have moved it meanwhile.
-    if (std::floor(fineX) != pointerX) fineX = pointerX + 0.5;
-    if (std::floor(fineY) != pointerY) fineY = pointerY + 0.5;
+    if (std::floor(fineX) != pointerX) {
+        fineX = pointerX + 0.5;
+    }
+    if (std::floor(fineY) != pointerY) {
+        fineY = pointerY + 0.5;
+    }
     fineX = std::clamp(fineX + direction.x * step, 0.0, room.width - 0.5);
     fineY = std::clamp(fineY + direction.y * step, 0.0, room.height - 0.5);
     const i32 x = static_cast<i32>(std::floor(fineX));
     const i32 y = static_cast<i32>(std::floor(fineY));
-    if (x == pointerX && y == pointerY) return;
+    if (x == pointerX && y == pointerY) {
+        return;
+    }
     const Acting acting;
     desktop.movePointer(x, y);
     if (const auto button = HeldMouseButton()) {
@@ -288,7 +314,9 @@ void FollowSticks() {
     if (moves && pointerTimer == 0) {
         pointerTimer = desktop.startTimer(kPointerMicroseconds, MovePointer);
     }
-    if (!moves) StopTimer(pointerTimer);
+    if (!moves) {
+        StopTimer(pointerTimer);
+    }
 }
 
 // --- Controls
@@ -298,9 +326,13 @@ void Press(u32 control) {
     // Two controls of one action press it once.
     const bool isNew = action.kind != ActionKind::None && !Holds(action);
     held[control] = action;
-    if (!isNew) return;
+    if (!isNew) {
+        return;
+    }
     // What is released for the panel may be the keyboard's, and belongs into a recording.
-    if (action.kind == ActionKind::Panel) return surfaceSlots.togglePanel();
+    if (action.kind == ActionKind::Panel) {
+        return surfaceSlots.togglePanel();
+    }
     const Acting acting;
     switch (action.kind) {
         case ActionKind::Key:
@@ -320,11 +352,15 @@ void Press(u32 control) {
 void Release(u32 control) {
     const Action action = held[control];
     held[control] = {};
-    if (action.kind == ActionKind::None || Holds(action)) return;
+    if (action.kind == ActionKind::None || Holds(action)) {
+        return;
+    }
     const Acting acting;
     switch (action.kind) {
         case ActionKind::Key:
-            if (repeatingKey == action.code) StopRepeating();
+            if (repeatingKey == action.code) {
+                StopRepeating();
+            }
             desktopEvents.keyUp(action.code, TextOfKey(action.code, ShiftIsHeld()));
             break;
         case ActionKind::Shift:
@@ -338,7 +374,9 @@ void Release(u32 control) {
 }
 
 void SetControl(u32 control, bool down) {
-    if (pressed[control] == down) return;
+    if (pressed[control] == down) {
+        return;
+    }
     pressed[control] = down;
     if (down) {
         Press(control);
@@ -349,8 +387,12 @@ void SetControl(u32 control, bool down) {
 
 // A control that is pushed by this much is down, up, or stays what it is.
 void PushControl(u32 control, double value) {
-    if (value >= kPressed) SetControl(control, true);
-    if (value < kReleased) SetControl(control, false);
+    if (value >= kPressed) {
+        SetControl(control, true);
+    }
+    if (value < kReleased) {
+        SetControl(control, false);
+    }
 }
 
 }  // namespace
@@ -364,7 +406,9 @@ void PadAxisChanged(PadAxis axis, double value) {
     const u32 index = static_cast<u32>(axis);
     axes[index] = value;
     const u32 firstTrigger = static_cast<u32>(PadAxis::LeftTrigger);
-    if (index >= firstTrigger) return PushControl(kFirstTrigger + index - firstTrigger, value);
+    if (index >= firstTrigger) {
+        return PushControl(kFirstTrigger + index - firstTrigger, value);
+    }
     const u32 negative = kFirstDirection + 2 * index;
     // The one that is let go first: a key that is held is not another one as well.
     PushControl(value < 0 ? negative + 1 : negative, 0);
@@ -390,7 +434,9 @@ std::string DefaultPadAction(std::string_view control) {
     const std::span<const Choice> tables[] = {kEverywhere, kInGames};
     for (const std::span<const Choice> choices : tables) {
         for (const Choice& choice : choices) {
-            if (choice.control == control) return std::string(choice.action);
+            if (choice.control == control) {
+                return std::string(choice.action);
+            }
         }
     }
     return "none";
@@ -401,12 +447,18 @@ void UsePadMap(const std::map<std::string, std::string>& choices) {
     for (const auto& [name, chosen] : choices) {
         const u32 control = ControlNamed(name);
         const auto action = ActionNamed(chosen);
-        if (control == kNoControl || !action) continue;
-        if (action->kind == ActionKind::Pointer && !IsDirection(control)) continue;
+        if (control == kNoControl || !action) {
+            continue;
+        }
+        if (action->kind == ActionKind::Pointer && !IsDirection(control)) {
+            continue;
+        }
         actions[control] = *action;
     }
     // It is told again with every other preference, which no held control must notice.
-    if (actions == gameActions) return;
+    if (actions == gameActions) {
+        return;
+    }
     ReleasePad();
     gameActions = actions;
 }
@@ -419,7 +471,9 @@ void UseSurfacePadMap(bool use) {
 void ReleasePad() {
     StopRepeating();
     StopTimer(pointerTimer);
-    for (u32 control = 0; control < kControlCount; ++control) Release(control);
+    for (u32 control = 0; control < kControlCount; ++control) {
+        Release(control);
+    }
 }
 
 void ResetGamepad() {

@@ -33,7 +33,9 @@ Holder& ButtonHolder(u32 button) {
 
 bool TakePress(Holder& holder, bool forGame) {
     // Still held since it was taken from the game: a repeat.
-    if (holder == Holder::Host) return false;
+    if (holder == Holder::Host) {
+        return false;
+    }
     holder = forGame ? Holder::Game : Holder::Host;
     return forGame;
 }
@@ -60,8 +62,12 @@ bool NoteKeyDown(u8 code, const PlayedKey& played, bool forGame) {
 std::optional<PlayedKey> NoteKeyUp(u8 code, const std::string& text) {
     Key& key = keys[code & 127];
     const bool pressed = key.holder == Holder::Game;
-    if (!TakeRelease(key.holder)) return {};
-    if (!pressed || key.played.code == code) return PlayedKey{code, text};
+    if (!TakeRelease(key.holder)) {
+        return {};
+    }
+    if (!pressed || key.played.code == code) {
+        return PlayedKey{code, text};
+    }
     return key.played;
 }
 
@@ -100,22 +106,30 @@ Modifiers HeldModifiers() {
 void ReleaseHeldInput(const DesktopEvents& game) {
     // The pad's keys go with it.
     for (u32 button = 0; button < kPadButtonCount; ++button) {
-        if (padButtons[button] != Holder::Game) continue;
+        if (padButtons[button] != Holder::Game) {
+            continue;
+        }
         padButtons[button] = Holder::Host;
         game.padButton(static_cast<PadButton>(button), false);
     }
     for (u32 axis = 0; axis < kPadAxisCount; ++axis) {
-        if (padAxes[axis] != Holder::Game) continue;
+        if (padAxes[axis] != Holder::Game) {
+            continue;
+        }
         padAxes[axis] = Holder::Host;
         game.padAxis(static_cast<PadAxis>(axis), 0);
     }
     for (u32 code = 0; code < keys.size(); ++code) {
-        if (keys[code].holder != Holder::Game) continue;
+        if (keys[code].holder != Holder::Game) {
+            continue;
+        }
         keys[code].holder = Holder::Host;
         game.keyUp(keys[code].played.code, keys[code].played.text);
     }
     for (u32 button = 0; button < kButtons; ++button) {
-        if (buttons[button] != Holder::Game) continue;
+        if (buttons[button] != Holder::Game) {
+            continue;
+        }
         buttons[button] = Holder::Host;
         game.mouseUp(button, pointerAtX, pointerAtY);
     }

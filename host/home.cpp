@@ -16,7 +16,9 @@ namespace {
 std::string AbsoluteVariable(const char* name) {
     const char* const value = std::getenv(name);
     std::string path = value != nullptr && value[0] == '/' ? value : "";
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
     return path;
 }
 
@@ -43,7 +45,9 @@ std::string HomeFolder() {
 
 std::string BaseFolder(const char* variable, const std::string& belowHome) {
     std::string folder = AbsoluteVariable(variable);
-    if (!folder.empty()) return folder;
+    if (!folder.empty()) {
+        return folder;
+    }
     const std::string home = HomeFolder();
     return home.empty() ? "" : home + "/" + belowHome;
 }

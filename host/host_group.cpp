@@ -45,7 +45,9 @@ void CopyText(u32 address, const std::string& text) {
 
 void GetEOL(u32 address, i32 size) {
     constexpr u32 kNeeded = 3;
-    if (size < static_cast<i32>(kNeeded)) ShowFatalMessage("GetEOL: buffer too small");
+    if (size < static_cast<i32>(kNeeded)) {
+        ShowFatalMessage("GetEOL: buffer too small");
+    }
     std::memcpy(CheckedRange(address, kNeeded), "\r\n", kNeeded);
     SetResult(kNeeded - 1);
 }
@@ -62,10 +64,14 @@ u32 PeekKeyMessage(u32 address) {
         const Message message = QueueHead();
         if (message.command == MSG_DOWN || message.command == MSG_UP) {
             CopyMessage(address, message);
-            if (remove) DropQueueHead();
+            if (remove) {
+                DropQueueHead();
+            }
             return 1;
         }
-        if (message.command != MSG_TICK && message.command != MSG_POINTER) return 0;
+        if (message.command != MSG_TICK && message.command != MSG_POINTER) {
+            return 0;
+        }
         DropQueueHead();
     }
     return 0;
@@ -90,16 +96,22 @@ u32 TakeLatestPointer(u32 address) {
 
 // A text that is too long is cut at a character boundary.
 void GetClipboardText(u32 address, u32 size) {
-    if (size == 0) return;
+    if (size == 0) {
+        return;
+    }
     std::string text = desktop.clipboardText().value_or("");
     text.resize(std::strlen(text.c_str()));  // the module's texts end at the first NUL
-    if (text.size() > size - 1) text.resize(CharacterStart(text, size - 1));
+    if (text.size() > size - 1) {
+        text.resize(CharacterStart(text, size - 1));
+    }
     CopyText(address, text);
 }
 
 void GetWindowGeometry(u32 address) {
     WindowGeometry geometry;
-    if (!ReadWindowGeometry(geometry)) return;
+    if (!ReadWindowGeometry(geometry)) {
+        return;
+    }
     const u32 words[] = {geometry.x, geometry.y, geometry.width, geometry.height,
                          geometry.fullScreen ? 1u : 0u};
     std::memcpy(CheckedRange(address, sizeof words), words, sizeof words);

@@ -6,9 +6,13 @@
 namespace moxi {
 
 void SetWindowIcon(const std::string& fallback) {
-    if (desktop.setWindowIcon == nullptr) return;
+    if (desktop.setWindowIcon == nullptr) {
+        return;
+    }
     PngPicture picture;
-    if (!ReadGameIcon(picture) && !ReadIconFile(fallback, picture)) return;
+    if (!ReadGameIcon(picture) && !ReadIconFile(fallback, picture)) {
+        return;
+    }
     desktop.setWindowIcon(picture.pixels.data(), picture.width, picture.height);
 }
 

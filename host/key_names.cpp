@@ -106,13 +106,17 @@ char KeypadCharacter(u8 code) {
 std::optional<u8> KeyNamed(std::string_view name) {
     if (name.size() == 1 && IsLetterOrDigit(name.front())) {
         for (u8 code = 0; code < kKeyCodes; ++code) {
-            if (UsCharacter(code) == name.front()) return code;
+            if (UsCharacter(code) == name.front()) {
+                return code;
+            }
         }
     }
     const auto* const known =
         std::find_if(std::begin(kKeyNames), std::end(kKeyNames),
                      [name](const KeyName& each) { return each.name == name; });
-    if (known != std::end(kKeyNames)) return known->code;
+    if (known != std::end(kKeyNames)) {
+        return known->code;
+    }
     u8 code = 0;
     const char* const end = name.data() + name.size();
     const auto [stop, error] = std::from_chars(name.data(), end, code, 16);
@@ -122,7 +126,9 @@ std::optional<u8> KeyNamed(std::string_view name) {
 
 std::string NameOfKey(u8 code) {
     const char plain = UsCharacter(code);
-    if (IsLetterOrDigit(plain)) return {plain};
+    if (IsLetterOrDigit(plain)) {
+        return {plain};
+    }
     const auto* const known =
         std::find_if(std::begin(kKeyNames), std::end(kKeyNames),
                      [code](const KeyName& each) { return each.code == code; });
@@ -130,8 +136,12 @@ std::string NameOfKey(u8 code) {
 }
 
 std::string TextOfKey(u8 code, bool shift) {
-    if (const char control = ControlCharacter(code)) return {control};
-    if (const char keypad = KeypadCharacter(code)) return {keypad};
+    if (const char control = ControlCharacter(code)) {
+        return {control};
+    }
+    if (const char keypad = KeypadCharacter(code)) {
+        return {keypad};
+    }
     const char plain = shift ? UsShiftedCharacter(code) : UsCharacter(code);
     return plain != 0 ? std::string{plain} : std::string();
 }

@@ -28,24 +28,34 @@ void PostText(const std::string& text) {
 
 // Input is tested before each post: one that is delivered at once may suspend it.
 void PostModifier(bool held, bool was, u32 key) {
-    if (held == was || inputSuspended) return;
+    if (held == was || inputSuspended) {
+        return;
+    }
     PostMessage(held ? MSG_DOWN : MSG_UP, key, 0, 0);
 }
 
 }  // namespace
 
 void KeyDown(u8 code, const std::string& text) {
-    if (text.empty()) return;
-    if (!inputSuspended) PostMessage(MSG_DOWN, ModuleKeyCode(code), 1, 0);
+    if (text.empty()) {
+        return;
+    }
+    if (!inputSuspended) {
+        PostMessage(MSG_DOWN, ModuleKeyCode(code), 1, 0);
+    }
     PostText(text);
 }
 
 void KeyUp(u8 code, const std::string& text) {
-    if (!text.empty() && !inputSuspended) PostMessage(MSG_UP, ModuleKeyCode(code), 1, 0);
+    if (!text.empty() && !inputSuspended) {
+        PostMessage(MSG_UP, ModuleKeyCode(code), 1, 0);
+    }
 }
 
 void TextInput(const std::string& text) {
-    if (!text.empty()) PostText(text);
+    if (!text.empty()) {
+        PostText(text);
+    }
 }
 
 void FlagsChanged(bool shift, bool command, bool option) {
@@ -59,7 +69,9 @@ void FlagsChanged(bool shift, bool command, bool option) {
 }
 
 void ReleaseCommandKey() {
-    if ((buttonsAndModifiers & kCommandBit) == 0) return;
+    if ((buttonsAndModifiers & kCommandBit) == 0) {
+        return;
+    }
     buttonsAndModifiers &= ~kCommandBit;
     PostMessage(MSG_UP, kCommandKey, 0, 0);
 }

@@ -67,7 +67,9 @@ constexpr Action kActions[] = {
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
     {"toggleFullScreen:",
      [] {
-         if (!desktop.toggleFittedScreen()) desktop.toggleFullScreen();
+         if (!desktop.toggleFittedScreen()) {
+             desktop.toggleFullScreen();
+         }
      }},
     {"toggleMute:", ToggleMute},
     {"saveScreenshot:", [] { SaveScreenshot(); }},
@@ -85,12 +87,16 @@ std::vector<MenuItem> menuItems;
 constinit std::bitset<128> takenKeys;
 
 std::string LowerCase(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : text) {
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
     return text;
 }
 
 bool TakePrefix(std::string& text, const std::string& prefix) {
-    if (text.rfind(prefix, 0) != 0) return false;
+    if (text.rfind(prefix, 0) != 0) {
+        return false;
+    }
     text.erase(0, prefix.size());
     return true;
 }
@@ -121,7 +127,9 @@ bool ParseItem(pugi::xml_node dictionary, MenuItem& item, std::string& reason) {
     }
     item.title = *title;
     for (const Action& known : kActions) {
-        if (*action == known.name) item.perform = known.perform;
+        if (*action == known.name) {
+            item.perform = known.perform;
+        }
     }
     if (item.perform == nullptr) {
         reason = "unknown action " + *action;
@@ -138,8 +146,12 @@ const MenuItem* ItemOfKey(u8 code, const std::string& text, u32 modifiers) {
     const std::string latin =
         modifiers != 0 && !text.empty() ? LowerCase(desktop.latinText(code, text)) : key;
     for (const MenuItem& item : menuItems) {
-        if (item.key.empty() || item.modifiers != modifiers) continue;
-        if (item.key == key || item.key == latin) return &item;
+        if (item.key.empty() || item.modifiers != modifiers) {
+            continue;
+        }
+        if (item.key == key || item.key == latin) {
+            return &item;
+        }
     }
     return nullptr;
 }
@@ -160,7 +172,9 @@ bool LoadMenu(const std::string& path, std::string& reason) {
     std::vector<MenuItem> items;
     for (const pugi::xml_node child : PlistValue(dictionary, "Menu").children("dict")) {
         MenuItem item;
-        if (!ParseItem(child, item, reason)) return false;
+        if (!ParseItem(child, item, reason)) {
+            return false;
+        }
         items.push_back(item);
     }
     menuItems = items;
@@ -169,23 +183,31 @@ bool LoadMenu(const std::string& path, std::string& reason) {
 
 bool PerformKeyEquivalent(u8 code, const std::string& text) {
     const size_t place = code & 127;
-    if (takenKeys.test(place)) return true;
+    if (takenKeys.test(place)) {
+        return true;
+    }
     const u32 held = buttonsAndModifiers & (kShiftBit | kCommandBit | kOptionBit);
-    if (!PerformMenuKey(code, text, held)) return false;
+    if (!PerformMenuKey(code, text, held)) {
+        return false;
+    }
     takenKeys.set(place);
     return true;
 }
 
 bool PerformMenuKey(u8 code, const std::string& text, u32 modifiers) {
     const MenuItem* const item = ItemOfKey(code, text, modifiers);
-    if (item == nullptr) return false;
+    if (item == nullptr) {
+        return false;
+    }
     item->perform();
     return true;
 }
 
 bool IsPanelKey(u8 code, const std::string& text, u32 modifiers) {
     // Without modifier keys it would be a key of the game: that is decided at once.
-    if (modifiers == 0) return false;
+    if (modifiers == 0) {
+        return false;
+    }
     const MenuItem* const item = ItemOfKey(code, text, modifiers);
     return item != nullptr && item->perform == TogglePanel;
 }
@@ -199,7 +221,9 @@ void ReleaseMenuKeys() {
 }
 
 void moxiView::keyDown(u8 code, const std::string& text) {
-    if (!PerformKeyEquivalent(code, text)) KeyDown(code, text);
+    if (!PerformKeyEquivalent(code, text)) {
+        KeyDown(code, text);
+    }
 }
 
 void moxiView::keyUp(u8 code, const std::string& text) {
@@ -210,7 +234,9 @@ void moxiView::keyUp(u8 code, const std::string& text) {
 void moxiView::flagsChanged(bool shift, bool command, bool option) {
     const u32 now =
         (shift ? kShiftBit : 0) | (command ? kCommandBit : 0) | (option ? kOptionBit : 0);
-    if ((now & ~buttonsAndModifiers) != 0) ReleaseMenuKeys();
+    if ((now & ~buttonsAndModifiers) != 0) {
+        ReleaseMenuKeys();
+    }
     FlagsChanged(shift, command, option);
 }
 

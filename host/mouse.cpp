@@ -45,42 +45,56 @@ void SetPointer(i32 x, i32 y) {
 }
 
 void PostPointer(i32 x, i32 y) {
-    if (inputSuspended) return;
+    if (inputSuspended) {
+        return;
+    }
     PostMessage(MSG_POINTER, static_cast<u32>(x), static_cast<u32>(y), buttonsAndModifiers);
 }
 
 void Wheel(double delta, u32 id, u32 position) {
     const double steps = std::trunc(delta * 10);
-    if (!(steps < 0 || steps > 0)) return;
+    if (!(steps < 0 || steps > 0)) {
+        return;
+    }
     const u32 direction = steps > 0 ? 1 : 0xFFFFFFFF;
     const i32 count = static_cast<i32>(std::min<double>(std::fabs(steps), kMostSteps));
     for (i32 i = 0; i < count; ++i) {
-        if (!inputSuspended) PostMessage(MSG_DOWN, id, direction, position);
+        if (!inputSuspended) {
+            PostMessage(MSG_DOWN, id, direction, position);
+        }
     }
 }
 
 }  // namespace
 
 void MouseDown(u32 button, i32 x, i32 y, i32 clicks) {
-    if (clicks <= 0) return;
+    if (clicks <= 0) {
+        return;
+    }
     SetPointer(x, y);
     const Button pressed = ButtonOf(button);
     buttonsAndModifiers |= pressed.bit;
-    if (!inputSuspended) PostMessage(MSG_DOWN, pressed.id, buttonsAndModifiers, Packed(x, y));
+    if (!inputSuspended) {
+        PostMessage(MSG_DOWN, pressed.id, buttonsAndModifiers, Packed(x, y));
+    }
 }
 
 void MouseUp(u32 button, i32 x, i32 y) {
     SetPointer(x, y);
     const Button released = ButtonOf(button);
     buttonsAndModifiers &= ~released.bit;
-    if (inputSuspended) return;
+    if (inputSuspended) {
+        return;
+    }
     PostMessage(MSG_UP, released.id, buttonsAndModifiers, Packed(x, y));
     PostPointer(x, y);
 }
 
 void MouseMoved(i32 x, i32 y) {
     SetPointer(x, y);
-    if (!inMX && QueueIsEmpty()) PostPointer(x, y);
+    if (!inMX && QueueIsEmpty()) {
+        PostPointer(x, y);
+    }
 }
 
 void ScrollWheel(double deltaX, double deltaY, i32 x, i32 y) {

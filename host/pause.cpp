@@ -63,16 +63,30 @@ void TellWindowNews() {
     if (toggled) {
         fullScreen ? game.windowWillEnterFullScreen() : game.windowWillExitFullScreen();
     }
-    if (told.moved) game.windowDidMove();
-    if (told.frameChanged) game.viewFrameDidChange();
-    if (told.resized) game.windowDidResize();
+    if (told.moved) {
+        game.windowDidMove();
+    }
+    if (told.frameChanged) {
+        game.viewFrameDidChange();
+    }
+    if (told.resized) {
+        game.windowDidResize();
+    }
     if (toggled && !told.changesFullScreen) {
         fullScreen ? game.windowDidEnterFullScreen() : game.windowDidExitFullScreen();
     }
-    if (told.miniaturized > 0) game.windowDidMiniaturize();
-    if (told.miniaturized < 0) game.windowDidDeminiaturize();
-    if (told.liveResizes > 0) game.windowWillStartLiveResize();
-    if (told.liveResizes < 0) game.windowDidEndLiveResize();
+    if (told.miniaturized > 0) {
+        game.windowDidMiniaturize();
+    }
+    if (told.miniaturized < 0) {
+        game.windowDidDeminiaturize();
+    }
+    if (told.liveResizes > 0) {
+        game.windowWillStartLiveResize();
+    }
+    if (told.liveResizes < 0) {
+        game.windowDidEndLiveResize();
+    }
 }
 
 void GoOn() {
@@ -89,7 +103,9 @@ void GoOn() {
     for (const Message& message : std::exchange(owedMessages, {})) {
         game.post(message.command, message.p1, message.p2, message.p3);
     }
-    if (owedRedraw.width > 0) desktop.requestRedraw(owedRedraw);
+    if (owedRedraw.width > 0) {
+        desktop.requestRedraw(owedRedraw);
+    }
     owedRedraw = {};
 }
 
@@ -99,7 +115,9 @@ bool AskGame(bool (*question)()) {
     surfaceSlots.close();
     Resume(PauseReason::Inactive);
     const bool answer = question();
-    if (!answer && (before & Bit(PauseReason::Inactive)) != 0) Pause(PauseReason::Inactive);
+    if (!answer && (before & Bit(PauseReason::Inactive)) != 0) {
+        Pause(PauseReason::Inactive);
+    }
     return answer;
 }
 
@@ -124,14 +142,18 @@ SurfaceInput Input(SurfaceInputKind kind, i32 x, i32 y) {
 }
 
 void RedrawSurface() {
-    if (!surfaceSlots.isOpen()) return;
+    if (!surfaceSlots.isOpen()) {
+        return;
+    }
     const ViewSize size = desktop.viewSize();
     desktop.requestRedraw(
         {0, 0, static_cast<double>(size.width), static_cast<double>(size.height)});
 }
 
 void GiveToSurface(const SurfaceInput& input) {
-    if (surfaceSlots.isOpen()) surfaceSlots.input(input);
+    if (surfaceSlots.isOpen()) {
+        surfaceSlots.input(input);
+    }
 }
 
 // The player's own keys are no business of the menu's keys, nor of the pad's, which has its own
@@ -144,13 +166,19 @@ PlayedKey Played(u8 code, const std::string& text) {
 void KeyDownAtGate(u8 code, const std::string& text) {
     const bool repeats = KeyIsHeld(code);
     if (IsPanelKey(code, text, ModifierBits())) {
-        if (repeats) return;
+        if (repeats) {
+            return;
+        }
         NoteKeyDown(code, {code, text}, false);
         return surfaceSlots.togglePanel();
     }
     const PlayedKey played = Played(code, text);
-    if (NoteKeyDown(code, played, !IsPaused())) return game.keyDown(played.code, played.text);
-    if (!IsPaused() || (!repeats && PerformMenuKey(code, text, ModifierBits()))) return;
+    if (NoteKeyDown(code, played, !IsPaused())) {
+        return game.keyDown(played.code, played.text);
+    }
+    if (!IsPaused() || (!repeats && PerformMenuKey(code, text, ModifierBits()))) {
+        return;
+    }
     SurfaceInput input = Input(SurfaceInputKind::KeyDown, 0, 0);
     input.code = code;
     input.text = text;
@@ -160,10 +188,14 @@ void KeyDownAtGate(u8 code, const std::string& text) {
 void GateKeys(DesktopEvents& gate) {
     gate.keyDown = KeyDownAtGate;
     gate.keyUp = [](u8 code, const std::string& text) {
-        if (const auto key = NoteKeyUp(code, text)) game.keyUp(key->code, key->text);
+        if (const auto key = NoteKeyUp(code, text)) {
+            game.keyUp(key->code, key->text);
+        }
     };
     gate.textInput = [](const std::string& text) {
-        if (!IsPaused()) return game.textInput(text);
+        if (!IsPaused()) {
+            return game.textInput(text);
+        }
         SurfaceInput input = Input(SurfaceInputKind::Text, 0, 0);
         input.text = text;
         GiveToSurface(input);
@@ -171,38 +203,50 @@ void GateKeys(DesktopEvents& gate) {
     gate.flagsChanged = [](bool shift, bool command, bool option) {
         NoteModifiers({shift, command, option});
         // The pad lets go of its modifier keys by way of here.
-        if (!IsPaused() || releasing) game.flagsChanged(shift, command, option);
+        if (!IsPaused() || releasing) {
+            game.flagsChanged(shift, command, option);
+        }
     };
 }
 
 void GateMouse(DesktopEvents& gate) {
     gate.mouseDown = [](u32 button, i32 x, i32 y, i32 clicks) {
         NotePointer(x, y);
-        if (NoteMouseDown(button, !IsPaused())) return game.mouseDown(button, x, y, clicks);
+        if (NoteMouseDown(button, !IsPaused())) {
+            return game.mouseDown(button, x, y, clicks);
+        }
         SurfaceInput input = Input(SurfaceInputKind::PointerDown, x, y);
         input.button = button;
         GiveToSurface(input);
     };
     gate.mouseUp = [](u32 button, i32 x, i32 y) {
         NotePointer(x, y);
-        if (NoteMouseUp(button)) return game.mouseUp(button, x, y);
+        if (NoteMouseUp(button)) {
+            return game.mouseUp(button, x, y);
+        }
         SurfaceInput input = Input(SurfaceInputKind::PointerUp, x, y);
         input.button = button;
         GiveToSurface(input);
     };
     gate.mouseMoved = [](i32 x, i32 y) {
         NotePointer(x, y);
-        if (!IsPaused()) return game.mouseMoved(x, y);
+        if (!IsPaused()) {
+            return game.mouseMoved(x, y);
+        }
         GiveToSurface(Input(SurfaceInputKind::PointerMove, x, y));
     };
     gate.mouseDragged = [](u32 button, i32 x, i32 y) {
         NotePointer(x, y);
-        if (!IsPaused()) return game.mouseDragged(button, x, y);
+        if (!IsPaused()) {
+            return game.mouseDragged(button, x, y);
+        }
         GiveToSurface(Input(SurfaceInputKind::PointerMove, x, y));
     };
     gate.scrollWheel = [](double deltaX, double deltaY, i32 x, i32 y) {
         NotePointer(x, y);
-        if (!IsPaused()) return game.scrollWheel(deltaX, deltaY, x, y);
+        if (!IsPaused()) {
+            return game.scrollWheel(deltaX, deltaY, x, y);
+        }
         // One notch of a wheel is a delta of a tenth.
         SurfaceInput input = Input(SurfaceInputKind::Wheel, x, y);
         input.wheel = deltaY * 10;
@@ -221,7 +265,9 @@ bool OpensPanel(PadButton button) {
 void GatePad(DesktopEvents& gate) {
     gate.padButton = [](PadButton button, bool down) {
         if (OpensPanel(button)) {
-            if (down) surfaceSlots.togglePanel();
+            if (down) {
+                surfaceSlots.togglePanel();
+            }
         } else if (NotePadButton(button, down, !IsPaused())) {
             game.padButton(button, down);
         } else {
@@ -243,7 +289,9 @@ void GatePad(DesktopEvents& gate) {
 // A handler that is told once after the pause, however often it was to be called.
 template <bool WindowNews::*happened, void (*DesktopEvents::*handler)()>
 void TellLater() {
-    if (!IsPaused()) return (game.*handler)();
+    if (!IsPaused()) {
+        return (game.*handler)();
+    }
     news.*happened = true;
     RedrawSurface();
 }
@@ -251,14 +299,18 @@ void TellLater() {
 // The same for handlers that undo each other.
 template <i32 WindowNews::*times, i32 step, void (*DesktopEvents::*handler)()>
 void CountAndTellLater() {
-    if (!IsPaused()) return (game.*handler)();
+    if (!IsPaused()) {
+        return (game.*handler)();
+    }
     news.*times += step;
 }
 
 // What is left to tell after the pause is in the difference between then and now.
 template <bool begins, void (*DesktopEvents::*handler)()>
 void TellUnlessPaused() {
-    if (!IsPaused()) return (game.*handler)();
+    if (!IsPaused()) {
+        return (game.*handler)();
+    }
     news.changesFullScreen = begins;
 }
 
@@ -296,29 +348,41 @@ void DrawStandingGame(ViewRect rect) {
     const double left = first ? rect.x : std::min(owedRedraw.x, rect.x);
     const double bottom = first ? rect.y : std::min(owedRedraw.y, rect.y);
     owedRedraw = {left, bottom, right - left, top - bottom};
-    if (surfaceSlots.isOpen()) return surfaceSlots.draw();
+    if (surfaceSlots.isOpen()) {
+        return surfaceSlots.draw();
+    }
     desktop.presentView({viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height}, rect);
 }
 
 void DrawAtGate(ViewRect rect) {
-    if (standing) return DrawStandingGame(rect);
+    if (standing) {
+        return DrawStandingGame(rect);
+    }
     game.drawRect(rect);
-    if (surfaceSlots.isOpen()) surfaceSlots.draw();
+    if (surfaceSlots.isOpen()) {
+        surfaceSlots.draw();
+    }
 }
 
 void GateTheRest(DesktopEvents& gate) {
     gate.drawRect = DrawAtGate;
     gate.expose = [](ViewRect rect) {
-        if (standing) return DrawStandingGame(rect);
+        if (standing) {
+            return DrawStandingGame(rect);
+        }
         game.expose(rect);
     };
     gate.post = [](u32 command, u32 p1, u32 p2, u32 p3) {
-        if (!IsPaused()) return game.post(command, p1, p2, p3);
+        if (!IsPaused()) {
+            return game.post(command, p1, p2, p3);
+        }
         owedMessages.push_back({command, p1, p2, p3});
     };
     gate.shouldTerminate = [] { return AskGame(game.shouldTerminate); };
     gate.didResignActive = [] {
-        if (!preferences.pauseWhenInactive) return;
+        if (!preferences.pauseWhenInactive) {
+            return;
+        }
         game.didResignActive();
         Pause(PauseReason::Inactive);
     };
@@ -336,10 +400,14 @@ void GateTheRest(DesktopEvents& gate) {
 }  // namespace
 
 bool Pause(PauseReason reason) {
-    if (!launchComplete || inputSuspended || inMX) return false;
+    if (!launchComplete || inputSuspended || inMX) {
+        return false;
+    }
     const bool first = reasons == 0;
     reasons |= Bit(reason);
-    if (!first) return true;
+    if (!first) {
+        return true;
+    }
     news = {.fullScreenBefore = desktop.isFullScreen()};
     releasing = true;
     ReleaseHeldInput(game);
@@ -351,9 +419,13 @@ bool Pause(PauseReason reason) {
 }
 
 void Resume(PauseReason reason) {
-    if ((reasons & Bit(reason)) == 0) return;
+    if ((reasons & Bit(reason)) == 0) {
+        return;
+    }
     reasons &= ~Bit(reason);
-    if (reasons == 0) GoOn();
+    if (reasons == 0) {
+        GoOn();
+    }
 }
 
 bool IsPaused() {
@@ -361,8 +433,12 @@ bool IsPaused() {
 }
 
 void StandStillWhenTold() {
-    if (reasons == 0 || standing || inMX) return;
-    if (QueueIsEmpty() || MessagesTaken() >= standsAt) StandStill();
+    if (reasons == 0 || standing || inMX) {
+        return;
+    }
+    if (QueueIsEmpty() || MessagesTaken() >= standsAt) {
+        StandStill();
+    }
 }
 
 DesktopEvents Gated(const DesktopEvents& handlers) {

@@ -70,11 +70,19 @@ constexpr TextKey kTexts[] = {
 
 void TakeLine(const std::string& key, const std::string& value, PlayedGame& game) {
     for (const TextKey& text : kTexts) {
-        if (key == text.name) game.*text.value = Unescaped(value);
+        if (key == text.name) {
+            game.*text.value = Unescaped(value);
+        }
     }
-    if (key == "played") game.lastPlayed = Number(value);
-    if (key == "seconds") game.seconds = Number(value);
-    if (key == "shelf") game.removed = value == "no";
+    if (key == "played") {
+        game.lastPlayed = Number(value);
+    }
+    if (key == "seconds") {
+        game.seconds = Number(value);
+    }
+    if (key == "shelf") {
+        game.removed = value == "no";
+    }
 }
 
 std::string Folder() {
@@ -83,7 +91,9 @@ std::string Folder() {
 
 std::string FileOf(const std::string& path, const char* extension) {
     const std::string folder = Folder();
-    if (folder.empty()) return "";
+    if (folder.empty()) {
+        return "";
+    }
     return folder + "/" + HashOfText(path).substr(0, kNameDigits) + extension;
 }
 
@@ -108,7 +118,9 @@ bool ParsePlayed(const std::string& text, PlayedGame& game) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         const size_t equals = line.find(" = ");
-        if (equals == std::string::npos) continue;
+        if (equals == std::string::npos) {
+            continue;
+        }
         TakeLine(line.substr(0, equals), line.substr(equals + 3), game);
     }
     return !game.path.empty() && game.path[0] == '/';
@@ -124,7 +136,9 @@ std::string PlayedPicture(const std::string& path) {
 
 void MakePlayedFolder() {
     const std::string folder = Folder();
-    if (!folder.empty()) mkdir(folder.c_str(), 0700);
+    if (!folder.empty()) {
+        mkdir(folder.c_str(), 0700);
+    }
 }
 
 PlayedGame ReadPlayedGame(const std::string& path) {
@@ -132,7 +146,9 @@ PlayedGame ReadPlayedGame(const std::string& path) {
     std::string text;
     const std::string file = PlayedFile(path);
     const bool read = !file.empty() && ReadOwnFile(file, kLargestRecord, text);
-    if (!read || !ParsePlayed(text, game) || game.path != path) game = {};
+    if (!read || !ParsePlayed(text, game) || game.path != path) {
+        game = {};
+    }
     game.path = path;
     return game;
 }
@@ -141,11 +157,15 @@ std::vector<PlayedGame> ReadAllPlayed() {
     std::vector<PlayedGame> games;
     const std::string folder = Folder();
     std::error_code error;
-    if (folder.empty()) return games;
+    if (folder.empty()) {
+        return games;
+    }
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
         PlayedGame game;
-        if (entry->path().extension() != ".txt" || games.size() >= kMostRecords) continue;
+        if (entry->path().extension() != ".txt" || games.size() >= kMostRecords) {
+            continue;
+        }
         // A copy of a record under another name would be the same game twice.
         if (ReadRecord(entry->path(), game) && PlayedFile(game.path) == entry->path()) {
             games.push_back(game);

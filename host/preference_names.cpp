@@ -28,7 +28,9 @@ std::string ReadVolume(std::string_view text, u32& value) {
 }
 
 std::string ReadYesOrNo(std::string_view text, bool& value) {
-    if (text != "yes" && text != "no") return "yes or no";
+    if (text != "yes" && text != "no") {
+        return "yes or no";
+    }
     value = text == "yes";
     return "";
 }
@@ -58,7 +60,9 @@ std::string WriteScale(u32 scale) {
 }
 
 std::string ReadFilter(std::string_view text, ScaleFilter& value) {
-    if (text != "sharp" && text != "smooth") return "sharp or smooth";
+    if (text != "sharp" && text != "smooth") {
+        return "sharp or smooth";
+    }
     value = text == "sharp" ? ScaleFilter::Sharp : ScaleFilter::Smooth;
     return "";
 }
@@ -121,7 +125,9 @@ constexpr Row kRows[] = {
 
 const Row* RowOf(std::string_view name) {
     for (const Row& row : kRows) {
-        if (name == row.name) return &row;
+        if (name == row.name) {
+            return &row;
+        }
     }
     return nullptr;
 }
@@ -130,20 +136,30 @@ const Row* RowOf(std::string_view name) {
 template <class Record>
 auto* MapOf(Record& of, std::string_view& name) {
     decltype(&of.keyMap) map = nullptr;
-    if (name.substr(0, 4) == "key.") map = &of.keyMap;
-    if (name.substr(0, 4) == "pad.") map = &of.padMap;
-    if (map != nullptr) name.remove_prefix(4);
+    if (name.substr(0, 4) == "key.") {
+        map = &of.keyMap;
+    }
+    if (name.substr(0, 4) == "pad.") {
+        map = &of.padMap;
+    }
+    if (map != nullptr) {
+        name.remove_prefix(4);
+    }
     return map;
 }
 
 // "" or what is wrong with what the player has chosen for a key, or for a control of the gamepad.
 std::string WhyNoKeyChoice(std::string_view key, std::string_view as) {
-    if (!KeyNamed(key)) return ": there is no such key";
+    if (!KeyNamed(key)) {
+        return ": there is no such key";
+    }
     return KeyNamed(as) ? "" : " has to be the name of a key";
 }
 
 std::string WhyNoPadChoice(std::string_view control, std::string_view action) {
-    if (!IsPadControl(control)) return ": a gamepad has no such control";
+    if (!IsPadControl(control)) {
+        return ": a gamepad has no such control";
+    }
     return IsPadAction(action) ? "" : " has to be the name of a key or of another action";
 }
 
@@ -157,18 +173,26 @@ std::string ReadPreference(Preferences& into, std::string_view name, std::string
         return expected.empty() ? "" : whole + " has to be " + expected;
     }
     auto* const map = MapOf(into, name);
-    if (map == nullptr || name.empty()) return "there is no preference " + whole;
+    if (map == nullptr || name.empty()) {
+        return "there is no preference " + whole;
+    }
     const std::string problem =
         map == &into.keyMap ? WhyNoKeyChoice(name, value) : WhyNoPadChoice(name, value);
-    if (!problem.empty()) return whole + problem;
+    if (!problem.empty()) {
+        return whole + problem;
+    }
     (*map)[std::string(name)] = value;
     return "";
 }
 
 std::string WritePreference(const Preferences& of, std::string_view name) {
-    if (const Row* const row = RowOf(name)) return row->write(of);
+    if (const Row* const row = RowOf(name)) {
+        return row->write(of);
+    }
     const auto* const map = MapOf(of, name);
-    if (map == nullptr) return "";
+    if (map == nullptr) {
+        return "";
+    }
     const auto found = map->find(std::string(name));
     return found != map->end() ? found->second : "";
 }

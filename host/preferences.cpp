@@ -51,7 +51,9 @@ State state;
 std::string_view Trimmed(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r";
     const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
+    if (first == std::string_view::npos) {
+        return {};
+    }
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
@@ -65,7 +67,9 @@ struct Line {
 
 Line ParseLine(std::string_view text) {
     text = Trimmed(text);
-    if (text.empty() || text[0] == '#') return {};
+    if (text.empty() || text[0] == '#') {
+        return {};
+    }
     constexpr std::string_view kGame = "[game ";
     if (text[0] == '[') {
         if (text.substr(0, kGame.size()) != kGame || text.back() != ']') {
@@ -77,7 +81,9 @@ Line ParseLine(std::string_view text) {
         return {.kind = game.empty() ? LineKind::Broken : LineKind::Heading, .name = game};
     }
     const size_t equals = text.find('=');
-    if (equals == std::string_view::npos) return {.kind = LineKind::Broken};
+    if (equals == std::string_view::npos) {
+        return {.kind = LineKind::Broken};
+    }
     return {.kind = LineKind::Value,
             .name = Trimmed(text.substr(0, equals)),
             .value = Trimmed(text.substr(equals + 1))};
@@ -99,9 +105,13 @@ void ForEachLine(const Lines& lines, Take take) {
     std::optional<std::string> section = "";
     for (size_t i = 0; i < lines.size(); ++i) {
         const Line line = ParseLine(lines[i]);
-        if (line.kind == LineKind::Heading) section = line.name;
+        if (line.kind == LineKind::Heading) {
+            section = line.name;
+        }
         // What stands below a heading that nobody understands is for nobody.
-        if (line.kind == LineKind::Broken && Trimmed(lines[i])[0] == '[') section.reset();
+        if (line.kind == LineKind::Broken && Trimmed(lines[i])[0] == '[') {
+            section.reset();
+        }
         take(i, line, section);
     }
 }
@@ -119,14 +129,18 @@ void Complain(const Lines& lines) {
     ForEachLine(lines, [&](size_t i, const Line& line, const std::optional<std::string>& section) {
         std::string problem;
         Preferences scratch;
-        if (line.kind == LineKind::Broken) problem = "cannot be understood: " + Quoted(lines[i]);
+        if (line.kind == LineKind::Broken) {
+            problem = "cannot be understood: " + Quoted(lines[i]);
+        }
         if (line.kind == LineKind::Value) {
             problem = ReadPreference(scratch, line.name, line.value);
             if (problem.empty() && section != "" && !CanBeOfOneGame(line.name)) {
                 problem = std::string(line.name) + " is for all games alike";
             }
         }
-        if (problem.empty() || ++complaints > kMostComplaints) return;
+        if (problem.empty() || ++complaints > kMostComplaints) {
+            return;
+        }
         SystemLog(FormatText("%s:%zu: ", state.path.c_str(), i + 1) + problem);
     });
     if (complaints > kMostComplaints) {
@@ -137,7 +151,9 @@ void Complain(const Lines& lines) {
 
 void ReadSection(Preferences& into, const std::string& wanted) {
     ForEachLine(state.lines, [&](size_t, const Line& line, const auto& section) {
-        if (line.kind != LineKind::Value || section != wanted) return;
+        if (line.kind != LineKind::Value || section != wanted) {
+            return;
+        }
         if (wanted.empty() || CanBeOfOneGame(line.name)) {
             ReadPreference(into, line.name, line.value);
         }
@@ -146,7 +162,9 @@ void ReadSection(Preferences& into, const std::string& wanted) {
 
 void Recompute() {
     preferences = StoredPreferences(PreferenceScope::ThisGame);
-    for (const auto& [name, value] : state.ofRun) ReadPreference(preferences, name, value);
+    for (const auto& [name, value] : state.ofRun) {
+        ReadPreference(preferences, name, value);
+    }
 }
 
 // A path that begins with "~/" lies in the home folder; "" where there is none.
@@ -156,7 +174,9 @@ std::string WithHome(const std::string& path) {
         const std::string home = HomeFolder();
         whole = home.empty() ? "" : home + whole.substr(1);
     }
-    while (whole.size() > 1 && whole.back() == '/') whole.pop_back();
+    while (whole.size() > 1 && whole.back() == '/') {
+        whole.pop_back();
+    }
     return whole;
 }
 
@@ -169,12 +189,20 @@ std::string SectionOf(PreferenceScope scope) {
 // Where a new line of the section goes: after its last line that says something.
 size_t EndOfSection(Lines& lines, const std::string& wanted) {
     std::optional<size_t> end;
-    if (wanted.empty()) end = 0;
+    if (wanted.empty()) {
+        end = 0;
+    }
     ForEachLine(lines, [&](size_t i, const Line& line, const auto& section) {
-        if (section == wanted && line.kind != LineKind::Nothing) end = i + 1;
+        if (section == wanted && line.kind != LineKind::Nothing) {
+            end = i + 1;
+        }
     });
-    if (end) return *end;
-    if (!lines.empty() && !Trimmed(lines.back()).empty()) lines.emplace_back();
+    if (end) {
+        return *end;
+    }
+    if (!lines.empty() && !Trimmed(lines.back()).empty()) {
+        lines.emplace_back();
+    }
     lines.push_back("[game " + wanted + "]");
     return lines.size();
 }
@@ -182,11 +210,15 @@ size_t EndOfSection(Lines& lines, const std::string& wanted) {
 void Apply(Lines& lines, const Edit& edit) {
     std::vector<size_t> places;
     ForEachLine(lines, [&](size_t i, const Line& line, const auto& section) {
-        if (line.kind != LineKind::Value || section != edit.section) return;
+        if (line.kind != LineKind::Value || section != edit.section) {
+            return;
+        }
         Preferences scratch;
         const bool all =
             edit.name.empty() && ReadPreference(scratch, line.name, line.value).empty();
-        if (all || line.name == edit.name) places.push_back(i);
+        if (all || line.name == edit.name) {
+            places.push_back(i);
+        }
     });
     if (!edit.value) {
         for (; !places.empty(); places.pop_back()) {
@@ -214,7 +246,9 @@ void Change(const Edit& edit) {
 
 std::string UsersPreferenceFile() {
     const std::string config = BaseFolder("XDG_CONFIG_HOME", ".config");
-    if (config.empty()) return "";
+    if (config.empty()) {
+        return "";
+    }
     const std::string path = config + "/moxi/preferences";
     std::error_code error;
     const std::filesystem::path real = std::filesystem::canonical(path, error);
@@ -255,9 +289,15 @@ void ChoosePreferencesOf(const std::string& game) {
 
 bool SetPreference(PreferenceScope scope, const std::string& name, const std::string& value) {
     Preferences scratch;
-    if (value.find('\n') != std::string::npos) return false;
-    if (!ReadPreference(scratch, name, value).empty()) return false;
-    if (scope == PreferenceScope::ThisGame && !CanBeOfOneGame(name)) return false;
+    if (value.find('\n') != std::string::npos) {
+        return false;
+    }
+    if (!ReadPreference(scratch, name, value).empty()) {
+        return false;
+    }
+    if (scope == PreferenceScope::ThisGame && !CanBeOfOneGame(name)) {
+        return false;
+    }
     state.ofRun.erase(name);
     Change({SectionOf(scope), name, value});
     return true;
@@ -275,7 +315,9 @@ void ForgetAllPreferences(PreferenceScope scope) {
 
 bool SetPreferenceForRun(const std::string& name, const std::string& value) {
     Preferences scratch;
-    if (!ReadPreference(scratch, name, value).empty()) return false;
+    if (!ReadPreference(scratch, name, value).empty()) {
+        return false;
+    }
     state.ofRun[name] = value;
     Recompute();
     return true;
@@ -306,7 +348,9 @@ std::string PreferenceText(const Preferences& of, const std::string& name) {
 }
 
 bool SavePreferences() {
-    if (state.edits.empty()) return true;
+    if (state.edits.empty()) {
+        return true;
+    }
     if (state.path.empty()) {
         state.edits.clear();
         return true;
@@ -319,9 +363,13 @@ bool SavePreferences() {
         return false;
     }
     Lines lines = SplitLines(text);
-    for (const Edit& edit : state.edits) Apply(lines, edit);
+    for (const Edit& edit : state.edits) {
+        Apply(lines, edit);
+    }
     text.clear();
-    for (const std::string& line : lines) text += line + "\n";
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
     if (!ReplaceFile(state.path, text)) {
         SystemLog(state.path + ": cannot be written");
         return false;

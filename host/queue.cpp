@@ -20,12 +20,16 @@ u32 NextSlot(u32 slot) {
 void Queue(const Message& message) {
     slots[tail] = message;
     // A full ring keeps its oldest messages: the slot just written stays unlisted.
-    if (NextSlot(tail) != head) tail = NextSlot(tail);
+    if (NextSlot(tail) != head) {
+        tail = NextSlot(tail);
+    }
 }
 
 // With the module idle and queueing not called for, the message is delivered on the spot.
 void DeliverNow(const Message& message) {
-    if (moduleStarted != 0) MXmsg(message.command, message.p1, message.p2, message.p3);
+    if (moduleStarted != 0) {
+        MXmsg(message.command, message.p1, message.p2, message.p3);
+    }
 }
 
 }  // namespace
@@ -56,7 +60,9 @@ const Message& QueuedMessage(u32 index) {
 }
 
 void DeliverQueuedMessage() {
-    if (inputSuspended || QueueIsEmpty()) return;
+    if (inputSuspended || QueueIsEmpty()) {
+        return;
+    }
     const Message message = QueueHead();
     DropQueueHead();
     MXmsg(message.command, message.p1, message.p2, message.p3);
@@ -80,7 +86,9 @@ bool UpdateQueuedSize(u32 width, u32 height) {
 void PostMessage(u32 command, u32 p1, u32 p2, u32 p3) {
     const Message message{command, p1, p2, p3};
     if (inMX) {
-        if (!inputSuspended) Queue(message);
+        if (!inputSuspended) {
+            Queue(message);
+        }
     } else if (!inputSuspended && launchComplete && ModuleTimerRuns()) {
         Queue(message);
     } else {

@@ -16,7 +16,9 @@ constexpr u32 kIdleTicksPerMessage = 16;
 constexpr u32 kCollapsedWindow = 10;
 
 void CheckForCollapse() {
-    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWindow)) return;
+    if (desktop.windowFrame().width >= static_cast<i32>(kCollapsedWindow)) {
+        return;
+    }
     // The minimum-size rule turns this into its default frame.
     requestedGeometry = {.x = 100,
                          .y = 500,
@@ -40,13 +42,19 @@ void OnHostTick() {
         }
         DeliverQueuedMessage();
     }
-    if (PollMusic()) PostMessage(MSG_MUSICDONE, 0, 0, 0);
+    if (PollMusic()) {
+        PostMessage(MSG_MUSICDONE, 0, 0, 0);
+    }
     StandStillWhenTold();
 }
 
 void OnModuleTimer() {
-    if (launchComplete && firstSizeSent && QueueIsEmpty()) CheckForCollapse();
-    if (!inMX && !inputSuspended) PostMessage(MSG_TICK, 0, 0, 0);
+    if (launchComplete && firstSizeSent && QueueIsEmpty()) {
+        CheckForCollapse();
+    }
+    if (!inMX && !inputSuspended) {
+        PostMessage(MSG_TICK, 0, 0, 0);
+    }
 }
 
 }  // namespace moxi

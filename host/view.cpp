@@ -53,7 +53,9 @@ bool FlushDirtyRect() {
         desktop.queueOnMain([] { FlushDirtyRect(); });
         return false;
     }
-    if (dirtyRect.left >= dirtyRect.right) return false;
+    if (dirtyRect.left >= dirtyRect.right) {
+        return false;
+    }
     const i32 top = std::max(dirtyRect.top, 0);
     const double height = static_cast<double>(dirtyRect.bottom) - top;
     const ViewRect rect = {static_cast<double>(dirtyRect.left),

@@ -58,10 +58,14 @@ void PostSize(ViewSize size, u32 reason) {
 
 // A size that differs from the last reported one is told at once, and the screen follows it.
 void ReportFrameSize(u16 width, u16 height) {
-    if (width == reportedWidth && height == reportedHeight) return;
+    if (width == reportedWidth && height == reportedHeight) {
+        return;
+    }
     reportedWidth = width;
     reportedHeight = height;
-    if (!firstSizeSent) return;
+    if (!firstSizeSent) {
+        return;
+    }
     SetWindowedSize({width, height});
     if (UpdateQueuedSize(width, height)) {
         DeliverQueuedMessage();
@@ -104,16 +108,26 @@ void ApplyWindowGeometry() {
         requestedGeometry.width = kMinimumWidth;
         requestedGeometry.height = kMinimumHeight;
     }
-    if (!launchComplete) return;
-    if (!fullScreenTransition) windowedFrame = requestedGeometry;
+    if (!launchComplete) {
+        return;
+    }
+    if (!fullScreenTransition) {
+        windowedFrame = requestedGeometry;
+    }
     programmaticResize = true;
-    if (!requestedGeometry.fullScreen) desktop.setWindowFrame(FrameOf(requestedGeometry));
-    if (desktop.isFullScreen() != requestedGeometry.fullScreen) desktop.toggleFullScreen();
+    if (!requestedGeometry.fullScreen) {
+        desktop.setWindowFrame(FrameOf(requestedGeometry));
+    }
+    if (desktop.isFullScreen() != requestedGeometry.fullScreen) {
+        desktop.toggleFullScreen();
+    }
     programmaticResize = false;
 }
 
 bool ReadWindowGeometry(WindowGeometry& geometry) {
-    if (!launchComplete) return false;
+    if (!launchComplete) {
+        return false;
+    }
     const WindowFrame frame = desktop.windowFrame();
     if (!fullScreenTransition) {
         windowedFrame = {static_cast<u32>(frame.x), static_cast<u32>(frame.y),
@@ -121,7 +135,9 @@ bool ReadWindowGeometry(WindowGeometry& geometry) {
     }
     geometry = windowedFrame;
     geometry.fullScreen = desktop.isFullScreen();
-    if (geometry.width != 0 && geometry.height != 0) lastGoodGeometry = geometry;
+    if (geometry.width != 0 && geometry.height != 0) {
+        lastGoodGeometry = geometry;
+    }
     return true;
 }
 
@@ -137,7 +153,9 @@ void ResetWindow() {
 
 bool moxiWindow::windowShouldClose() {
     // The module cannot answer while it runs; the request is refused and may be made again.
-    if (inMX) return false;
+    if (inMX) {
+        return false;
+    }
     return ForceMsg(MSG_CLOSE, 0, 0, 0) != 0;
 }
 
@@ -147,7 +165,9 @@ void moxiWindow::windowWillClose() {
 
 void moxiWindow::didFrameChangeNotification() {
     ReadFullScreenState();
-    if (frameChangeRuns || titleGuard) return;
+    if (frameChangeRuns || titleGuard) {
+        return;
+    }
     frameChangeRuns = true;
     ViewSize size = desktop.viewSize();
     if (fullScreenState) {
@@ -157,7 +177,9 @@ void moxiWindow::didFrameChangeNotification() {
     const u16 width = static_cast<u16>(size.width);
     const u16 height = static_cast<u16>(size.height);
     SetSavedSize(width, height);
-    if (!programmaticResize) ReportFrameSize(width, height);
+    if (!programmaticResize) {
+        ReportFrameSize(width, height);
+    }
     frameChangeRuns = false;
 }
 
@@ -165,8 +187,12 @@ void moxiWindow::didResizeNotification() {
     ReadFullScreenState();
     const ViewSize size = desktop.viewSize();
     SetSavedSize(size.width, size.height);
-    if (!fullScreenState) SetWindowedSize(size);
-    if (!firstSizeSent || programmaticResize || titleGuard || liveResize) return;
+    if (!fullScreenState) {
+        SetWindowedSize(size);
+    }
+    if (!firstSizeSent || programmaticResize || titleGuard || liveResize) {
+        return;
+    }
     const u32 width = static_cast<u32>(size.width);
     const u32 height = static_cast<u32>(size.height);
     if (!UpdateQueuedSize(width, height)) {
@@ -177,8 +203,12 @@ void moxiWindow::didResizeNotification() {
 void moxiWindow::didMoveNotification() {
     ReadFullScreenState();
     WindowGeometry geometry;
-    if (!ReadWindowGeometry(geometry)) return;
-    if (!firstSizeSent || fullScreenState || programmaticResize || titleGuard) return;
+    if (!ReadWindowGeometry(geometry)) {
+        return;
+    }
+    if (!firstSizeSent || fullScreenState || programmaticResize || titleGuard) {
+        return;
+    }
     requestedGeometry.x = geometry.x;
     requestedGeometry.y = geometry.y;
     PostMessage(MSG_MOVE, geometry.x, geometry.y, 0);

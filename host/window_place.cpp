@@ -28,7 +28,9 @@ std::vector<std::string> LinesOf(const std::string& text) {
     std::vector<std::string> lines;
     for (size_t start = 0; start < text.size();) {
         const size_t end = std::min(text.find('\n', start), text.size());
-        if (end > start) lines.push_back(text.substr(start, end - start));
+        if (end > start) {
+            lines.push_back(text.substr(start, end - start));
+        }
         start = end + 1;
     }
     return lines;
@@ -64,7 +66,9 @@ std::optional<WindowFrame> FindPlace(const std::string& places, const std::strin
     for (const std::string& line : LinesOf(places)) {
         WindowFrame frame;
         std::string name;
-        if (ReadLine(line, frame, name) && name == game) found = frame;
+        if (ReadLine(line, frame, name) && name == game) {
+            found = frame;
+        }
     }
     return found;
 }
@@ -75,7 +79,9 @@ std::string WithPlace(const std::string& places, const std::string& game,
     for (const std::string& line : LinesOf(places)) {
         WindowFrame ignored;
         std::string name;
-        if (ReadLine(line, ignored, name) && name != game) lines.push_back(line);
+        if (ReadLine(line, ignored, name) && name != game) {
+            lines.push_back(line);
+        }
     }
     if (frame) {
         lines.push_back(
@@ -83,7 +89,9 @@ std::string WithPlace(const std::string& places, const std::string& game,
     }
     const size_t first = lines.size() > kMostPlaces ? lines.size() - kMostPlaces : 0;
     std::string text;
-    for (size_t i = first; i < lines.size(); ++i) text += lines[i] + "\n";
+    for (size_t i = first; i < lines.size(); ++i) {
+        text += lines[i] + "\n";
+    }
     return text;
 }
 
@@ -91,7 +99,9 @@ WindowFrame OnAScreen(WindowFrame frame, const std::vector<Screen>& screens) {
     const bool reachable = std::any_of(screens.begin(), screens.end(), [&](const Screen& screen) {
         return IsReachable(frame, screen.visibleFrame);
     });
-    if (reachable || screens.empty()) return frame;
+    if (reachable || screens.empty()) {
+        return frame;
+    }
     const WindowFrame& room = screens.front().visibleFrame;
     frame.width = std::min(frame.width, room.width);
     frame.height = std::min(frame.height, room.height);
@@ -104,21 +114,29 @@ void ReadWindowPlace(const std::string& file, const std::string& game) {
     placeFile = game.find('\n') == std::string::npos ? file : "";
     placeName = game;
     std::string places;
-    if (placeFile.empty() || !ReadOwnFile(placeFile, kLargestFile, places)) return;
+    if (placeFile.empty() || !ReadOwnFile(placeFile, kLargestFile, places)) {
+        return;
+    }
     remembered = FindPlace(places, game);
 }
 
 void RestoreWindowPlace(void (*setFrame)(WindowFrame frame)) {
-    if (!remembered || modulePlacesWindow) return;
+    if (!remembered || modulePlacesWindow) {
+        return;
+    }
     setFrame(OnAScreen(*remembered, desktop.screens()));
 }
 
 void NoteWindowPlace() {
-    if (windowIsGone || desktop.isFullScreen() || miniaturized) return;
+    if (windowIsGone || desktop.isFullScreen() || miniaturized) {
+        return;
+    }
     const WindowFrame frame = desktop.windowFrame();
     // A window that is lost in full screen has no other frame any more.
     for (const Screen& screen : desktop.screens()) {
-        if (frame == screen.frame) return;
+        if (frame == screen.frame) {
+            return;
+        }
     }
     noted = frame;
 }
@@ -129,11 +147,17 @@ void NoteLastWindowPlace() {
 }
 
 void SaveWindowPlace() {
-    if (placeFile.empty()) return;
+    if (placeFile.empty()) {
+        return;
+    }
     NoteWindowPlace();
-    if (!noted && !modulePlacesWindow) return;
+    if (!noted && !modulePlacesWindow) {
+        return;
+    }
     const std::optional<WindowFrame> frame = modulePlacesWindow ? std::nullopt : noted;
-    if (frame == remembered) return;
+    if (frame == remembered) {
+        return;
+    }
     std::string places;
     ReadOwnFile(placeFile, kLargestFile, places);
     if (!ReplaceFile(placeFile, WithPlace(places, placeName, frame))) {

@@ -6,9 +6,13 @@ namespace moxi {
 
 const ZipLibrary* LoadZipLibrary() {
     static ZipLibrary library;
-    if (library.open != nullptr) return &library;
+    if (library.open != nullptr) {
+        return &library;
+    }
     void* const loaded = dlopen(MOXI_LIBZIP, RTLD_NOW | RTLD_LOCAL);
-    if (loaded == nullptr) return nullptr;
+    if (loaded == nullptr) {
+        return nullptr;
+    }
     ZipLibrary found;
     bool all = true;
 #define MOXI_ZIP_FIND(name)                                                           \
@@ -16,7 +20,9 @@ const ZipLibrary* LoadZipLibrary() {
     all = all && found.name != nullptr;
     MOXI_ZIP_FUNCTIONS(MOXI_ZIP_FIND)
 #undef MOXI_ZIP_FIND
-    if (!all) return nullptr;
+    if (!all) {
+        return nullptr;
+    }
     library = found;
     return &library;
 }

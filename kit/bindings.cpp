@@ -92,9 +92,15 @@ std::string RustFunction(const Service& service) {
     const std::string words = Arguments(service, RustWord);
     std::string call =
         FormatText("call(&[0x%4.4X", service.command) + (words.empty() ? "" : ", ") + words + "])";
-    if (service.result == ServiceType::None) call += ";";
-    if (service.result == ServiceType::Flag) call += " as u32 != 0";
-    if (result != "()" && result != "i64" && result != "bool") call += " as u32 as " + result;
+    if (service.result == ServiceType::None) {
+        call += ";";
+    }
+    if (service.result == ServiceType::Flag) {
+        call += " as u32 != 0";
+    }
+    if (result != "()" && result != "i64" && result != "bool") {
+        call += " as u32 as " + result;
+    }
     return "\n/// " + std::string(service.effect) + "\n#[inline]\npub unsafe fn " +
            LowerCase(service.name) + "(" + parameters + ")" +
            (result == "()" ? "" : " -> " + result) + " {\n    " + call + "\n}\n";
@@ -103,10 +109,18 @@ std::string RustFunction(const Service& service) {
 // --- AssemblyScript
 
 std::string ScriptType(ServiceType type) {
-    if (type == ServiceType::None) return "void";
-    if (type == ServiceType::Signed) return "i32";
-    if (type == ServiceType::Wide || type == ServiceType::Size) return "i64";
-    if (type == ServiceType::Flag) return "bool";
+    if (type == ServiceType::None) {
+        return "void";
+    }
+    if (type == ServiceType::Signed) {
+        return "i32";
+    }
+    if (type == ServiceType::Wide || type == ServiceType::Size) {
+        return "i64";
+    }
+    if (type == ServiceType::Flag) {
+        return "bool";
+    }
     return IsAddress(type) ? "usize" : "u32";
 }
 
@@ -130,9 +144,15 @@ std::string ScriptFunction(const Service& service) {
                            name.c_str(), place);
         place += argument.type == ServiceType::Wide ? 8 : 4;
     }
-    if (result == "void") return text + "  sys(words);\n}\n";
-    if (result == "bool") return text + "  return <u32>sys(words) != 0;\n}\n";
-    if (result == "i64") return text + "  return sys(words);\n}\n";
+    if (result == "void") {
+        return text + "  sys(words);\n}\n";
+    }
+    if (result == "bool") {
+        return text + "  return <u32>sys(words) != 0;\n}\n";
+    }
+    if (result == "i64") {
+        return text + "  return sys(words);\n}\n";
+    }
     return text + "  return <" + result + "><u32>sys(words);\n}\n";
 }
 
@@ -146,7 +166,9 @@ std::string RustServices() {
         "#[link(wasm_import_module = \"moxi\")]\nextern \"C\" {\n"
         "    #[link_name = \"sys\"]\n    fn service(words: *const u32) -> i64;\n}\n\n"
         "#[inline]\nunsafe fn call(words: &[u32]) -> i64 {\n    service(words.as_ptr())\n}\n";
-    for (const Service& service : kServices) page += RustFunction(service);
+    for (const Service& service : kServices) {
+        page += RustFunction(service);
+    }
     return page;
 }
 
@@ -158,7 +180,9 @@ std::string AssemblyScriptServices() {
         "// @ts-ignore: decorator\n@external(\"moxi\", \"sys\")\n"
         "declare function sys(words: usize): i64;\n\n"
         "const words = memory.data(64, 8);\n";
-    for (const Service& service : kServices) page += ScriptFunction(service);
+    for (const Service& service : kServices) {
+        page += ScriptFunction(service);
+    }
     return page;
 }
 

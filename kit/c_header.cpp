@@ -58,7 +58,9 @@ const char* CType(ServiceType type) {
 std::string Words(const ServiceArgument& argument) {
     const std::string name(argument.name);
     const std::string type = CType(argument.type);
-    if (type.ends_with('*')) return "MOXI_WORD(" + name + ")";
+    if (type.ends_with('*')) {
+        return "MOXI_WORD(" + name + ")";
+    }
     if (argument.type == ServiceType::Wide) {
         return "(uint32_t)" + name + ", (uint32_t)((uint64_t)" + name + " >> 32)";
     }
@@ -129,11 +131,15 @@ std::string Function(const Service& service) {
     std::vector<std::string> parameters;
     std::vector<std::string> words = {"MOXI_SYS_" + std::string(service.name)};
     for (const ServiceArgument& argument : service.arguments) {
-        if (argument.type == ServiceType::None) break;
+        if (argument.type == ServiceType::None) {
+            break;
+        }
         parameters.push_back(std::string(CType(argument.type)) + " " + std::string(argument.name));
         words.push_back(Words(argument));
     }
-    if (parameters.empty()) parameters.emplace_back("void");
+    if (parameters.empty()) {
+        parameters.emplace_back("void");
+    }
     const std::string head = std::string("MOXI_SERVICE ") + CType(service.result) + " moxi_" +
                              LowerCase(service.name) + "(";
     return "\n" + Comment(service.effect) + Joined(head, parameters, ") {", head.size()) + "\n" +
@@ -158,7 +164,9 @@ const char* GroupTitle(u32 group) {
 std::string Prototype(const Service& service) {
     std::string arguments;
     for (const ServiceArgument& argument : service.arguments) {
-        if (argument.type == ServiceType::None) break;
+        if (argument.type == ServiceType::None) {
+            break;
+        }
         arguments += (arguments.empty() ? "" : ", ") + std::string(CType(argument.type)) + " " +
                      std::string(argument.name);
     }
@@ -168,7 +176,9 @@ std::string Prototype(const Service& service) {
 // A text as a cell of a table.
 std::string Cell(std::string_view text) {
     std::string cell;
-    for (const char c : text) cell += c == '|' ? std::string("\\|") : std::string(1, c);
+    for (const char c : text) {
+        cell += c == '|' ? std::string("\\|") : std::string(1, c);
+    }
     return cell;
 }
 
@@ -183,7 +193,9 @@ std::string ServicesHeader() {
     }
     page += "};\n";
     page += kFrame;
-    for (const Service& service : kServices) page += Function(service);
+    for (const Service& service : kServices) {
+        page += Function(service);
+    }
     return page + "\n#endif\n";
 }
 

@@ -38,14 +38,18 @@ std::string_view ServiceName(u32 command) {
 
 std::string_view MessageName(u32 command) {
     for (const Name& entry : kMessages) {
-        if (entry.command == command) return entry.name;
+        if (entry.command == command) {
+            return entry.name;
+        }
     }
     return "";
 }
 
 std::optional<u32> MessageOfName(std::string_view name) {
     for (const Name& entry : kMessages) {
-        if (entry.name == name) return entry.command;
+        if (entry.name == name) {
+            return entry.command;
+        }
     }
     return std::nullopt;
 }

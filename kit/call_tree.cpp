@@ -22,14 +22,18 @@ std::unordered_map<u64, u32> nodesByCall;  // parent and function -> node
 
 // The nearest node upwards of the same function; kNoNode when there is none.
 u32 FindOnWay(u32 node, u32 function) {
-    while (node != kNoNode && callNodes[node].function != function) node = callNodes[node].parent;
+    while (node != kNoNode && callNodes[node].function != function) {
+        node = callNodes[node].parent;
+    }
     return node;
 }
 
 std::vector<std::vector<u32>> Children() {
     std::vector<std::vector<u32>> children(callNodes.size());
     for (u32 node = 0; node < callNodes.size(); ++node) {
-        if (callNodes[node].parent != kNoNode) children[callNodes[node].parent].push_back(node);
+        if (callNodes[node].parent != kNoNode) {
+            children[callNodes[node].parent].push_back(node);
+        }
     }
     return children;
 }
@@ -39,17 +43,23 @@ std::vector<u64> Totals() {
     std::vector<u64> totals(callNodes.size());
     for (size_t i = callNodes.size(); i-- > 0;) {
         totals[i] += callNodes[i].own;
-        if (callNodes[i].parent != kNoNode) totals[callNodes[i].parent] += totals[i];
+        if (callNodes[i].parent != kNoNode) {
+            totals[callNodes[i].parent] += totals[i];
+        }
     }
     return totals;
 }
 
 std::string Way(u32 node) {
     std::vector<u32> way;
-    for (; node != kNoNode; node = callNodes[node].parent) way.push_back(node);
+    for (; node != kNoNode; node = callNodes[node].parent) {
+        way.push_back(node);
+    }
     std::string text;
     for (auto step = way.rbegin(); step != way.rend(); ++step) {
-        if (!text.empty()) text += ';';
+        if (!text.empty()) {
+            text += ';';
+        }
         text += profiledFunctions[callNodes[*step].function].name;
     }
     return text;
@@ -73,7 +83,9 @@ u32 FunctionAt(u32 address) {
 
 u32 CallNodeFor(u32 parent, u32 function) {
     const u64 key = u64{parent} << 32 | function;
-    if (const auto known = nodesByCall.find(key); known != nodesByCall.end()) return known->second;
+    if (const auto known = nodesByCall.find(key); known != nodesByCall.end()) {
+        return known->second;
+    }
     const u32 depth = parent == kNoNode ? 0 : callNodes[parent].depth + 1;
     u32 node = depth < kLongWay ? kNoNode : FindOnWay(parent, function);
     if (node == kNoNode) {
@@ -95,7 +107,9 @@ void SumCallTree() {
     };
     std::vector<Step> steps;
     for (u32 node = 0; node < callNodes.size(); ++node) {
-        if (callNodes[node].parent == kNoNode) steps.push_back({node, false});
+        if (callNodes[node].parent == kNoNode) {
+            steps.push_back({node, false});
+        }
     }
     while (!steps.empty()) {
         const Step step = steps.back();
@@ -106,21 +120,29 @@ void SumCallTree() {
             continue;
         }
         profiledFunctions[function].own += callNodes[step.node].own;
-        if (onWay[function]++ == 0) profiledFunctions[function].inclusive += totals[step.node];
+        if (onWay[function]++ == 0) {
+            profiledFunctions[function].inclusive += totals[step.node];
+        }
         steps.push_back({step.node, true});
-        for (const u32 child : children[step.node]) steps.push_back({child, false});
+        for (const u32 child : children[step.node]) {
+            steps.push_back({child, false});
+        }
     }
 }
 
 void WriteFoldedStacks(std::FILE* file) {
     std::vector<std::string> lines;
     for (u32 node = 0; node < callNodes.size(); ++node) {
-        if (callNodes[node].own == 0) continue;
+        if (callNodes[node].own == 0) {
+            continue;
+        }
         lines.push_back(Way(node) + FormatText(" %llu\n", static_cast<unsigned long long>(
                                                               callNodes[node].own)));
     }
     std::sort(lines.begin(), lines.end());
-    for (const std::string& line : lines) std::fputs(line.c_str(), file);
+    for (const std::string& line : lines) {
+        std::fputs(line.c_str(), file);
+    }
 }
 
 void ResetCallTree() {

@@ -25,9 +25,13 @@ bool HasSymbols() {
     if (SymbolCount() == 0 && !symbolsLookedFor) {
         symbolsLookedFor = true;
         std::error_code error;
-        if (!std::filesystem::exists(SymbolFile(), error)) return false;
+        if (!std::filesystem::exists(SymbolFile(), error)) {
+            return false;
+        }
         for (const std::string& wrong : {LoadSymbols(SymbolFile()), LoadLinesOfGame()}) {
-            if (!wrong.empty()) SystemLog(wrong);
+            if (!wrong.empty()) {
+                SystemLog(wrong);
+            }
         }
     }
     return SymbolCount() != 0;
@@ -40,8 +44,12 @@ std::string RoutineAt(u32 address, u32 in) {
     const FunctionSymbol* const function = isCode ? FunctionSymbolAt(in) : nullptr;
     const std::string line = isCode ? LineName(in) : "";
     const std::string place = line.empty() ? "" : " (" + line + ")";
-    if (function == nullptr) return FormatText("0x%8.8X", address) + place;
-    if (address == function->address) return function->name + place;
+    if (function == nullptr) {
+        return FormatText("0x%8.8X", address) + place;
+    }
+    if (address == function->address) {
+        return function->name + place;
+    }
     return FormatText("%s+%u", function->name.c_str(), address - function->address) + place;
 }
 
@@ -51,11 +59,15 @@ std::string Callers() {
     u32 inner = frame.linked ? frame.at - 4 : 0;
     for (u32 count = 0; count < kMostCallers; ++count) {
         const u32 caller = Peek<u32>(frame.at).value_or(0);
-        if (caller == 0) break;
+        if (caller == 0) {
+            break;
+        }
         callers += ", called from " + RoutineAt(caller, caller - 4);
         // The stack grows downwards, so frames further out lie higher.
         const u32 fp = frame.linked ? frame.callersFP : HeaderLong(kHeaderFP);
-        if (fp <= inner) break;
+        if (fp <= inner) {
+            break;
+        }
         inner = fp;
         frame = {fp + 4, Peek<u32>(fp).value_or(0), true};
     }
@@ -65,7 +77,9 @@ std::string Callers() {
 }  // namespace
 
 void NameFaultInDebugLog(std::string_view message) {
-    if (!inMX || !HasSymbols()) return;
+    if (!inMX || !HasSymbols()) {
+        return;
+    }
     const std::string text = MacRomanToUtf8(message.substr(0, message.find('\n')));
     AppendDebugLog("fatal: " + text + " In " +
                    RoutineAt(HeaderLong(kHeaderPC), HeaderLong(kHeaderPC)) + Callers() + "\n");

@@ -24,7 +24,9 @@ constexpr const char* kLeadsOut = ": a link that leads out of the game";
 // The folders that hold a path, and the path itself.
 std::vector<fs::path> FoldersOf(fs::path path) {
     std::vector<fs::path> holders = {path};
-    while (path.has_relative_path()) holders.push_back(path = path.parent_path());
+    while (path.has_relative_path()) {
+        holders.push_back(path = path.parent_path());
+    }
     return holders;
 }
 
@@ -53,13 +55,19 @@ std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs:
     if (std::count(above.begin(), above.end(), above.back()) > 1) {
         return from.string() + ": a link to a folder that holds it or the new folder";
     }
-    if (!IsGamesOwn(from)) return from.string() + kLeadsOut;
+    if (!IsGamesOwn(from)) {
+        return from.string() + kLeadsOut;
+    }
     fs::create_directories(to, error);
     fs::directory_iterator entry(from, error);
-    if (error) return from.string() + ": " + error.message();
+    if (error) {
+        return from.string() + ": " + error.message();
+    }
     for (; entry != fs::directory_iterator(); entry.increment(error)) {
         const fs::path& path = entry->path();
-        if (std::count(without.begin(), without.end(), path) > 0) continue;
+        if (std::count(without.begin(), without.end(), path) > 0) {
+            continue;
+        }
         std::string problem;
         const fs::file_status status = fs::status(path, error);
         if (fs::is_directory(status)) {
@@ -73,10 +81,16 @@ std::string CopyFolder(const fs::path& from, const fs::path& to, std::vector<fs:
             problem =
                 path.string() + ": " + (error ? error.message() : "neither a file nor a folder");
         }
-        if (problem.empty() && IsInterrupted()) problem = "interrupted";
-        if (!problem.empty()) return problem;
+        if (problem.empty() && IsInterrupted()) {
+            problem = "interrupted";
+        }
+        if (!problem.empty()) {
+            return problem;
+        }
     }
-    if (error) return from.string() + ": " + error.message();
+    if (error) {
+        return from.string() + ": " + error.message();
+    }
     // The owner can still remove what has been copied.
     fs::permissions(to, fs::status(from, error).permissions() | fs::perms::owner_all, error);
     return "";
@@ -89,7 +103,9 @@ std::string WriteInformation(const fs::path& file) {
     for (const fs::path& folder : {fs::path(folders.bundle) / "Contents", fs::path(folders.bundle),
                                    fs::path(folders.resources)}) {
         std::error_code error;
-        if (!fs::exists(folder / "Info.plist", error)) continue;
+        if (!fs::exists(folder / "Info.plist", error)) {
+            continue;
+        }
         LoadPlist(folder / "Info.plist", document, dictionary);
         break;
     }
@@ -108,7 +124,9 @@ std::string WriteInformation(const fs::path& file) {
 
 // Texts that tell whose a game is, by the start of their names.
 bool TellsOfLicence(std::string name) {
-    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : name) {
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
     constexpr std::string_view kStarts[] = {"LICENSE",   "LICENCE", "COPYING",
                                             "COPYRIGHT", "NOTICE",  "README"};
     return std::any_of(std::begin(kStarts), std::end(kStarts),
@@ -117,14 +135,22 @@ bool TellsOfLicence(std::string name) {
 
 // Those that lie beside the resources.
 std::string CopyLicences(const fs::path& folder) {
-    if (folders.bundle == folders.resources) return "";
+    if (folders.bundle == folders.resources) {
+        return "";
+    }
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folders.bundle, error)) {
         const fs::path& path = entry.path();
-        if (!TellsOfLicence(path.filename()) || !entry.is_regular_file(error)) continue;
-        if (!IsGamesOwn(path)) return path.string() + kLeadsOut;
+        if (!TellsOfLicence(path.filename()) || !entry.is_regular_file(error)) {
+            continue;
+        }
+        if (!IsGamesOwn(path)) {
+            return path.string() + kLeadsOut;
+        }
         std::string problem = CopyOneFile(path, folder / path.filename());
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
     return "";
 }
@@ -132,7 +158,9 @@ std::string CopyLicences(const fs::path& folder) {
 }  // namespace
 
 bool HoldsGame(const std::string& path) {
-    if (!FindGame(path).empty()) return false;
+    if (!FindGame(path).empty()) {
+        return false;
+    }
     std::error_code error;
     return fs::is_regular_file(fs::path(folders.resources) / "MAIN.MX", error);
 }
@@ -151,17 +179,25 @@ bool LiesInFolder(const fs::path& path, const fs::path& folder) {
 void HoldEndSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : kEndSignals) sigaddset(&signals, signal);
+    for (const int signal : kEndSignals) {
+        sigaddset(&signals, signal);
+    }
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 std::string CopyGameFiles(const fs::path& folder, bool symbols) {
     const fs::path resources = folders.resources;
     std::vector<fs::path> without;
-    if (!symbols) without = {resources / "MAIN.SYM", resources / "MAIN.LIN"};
+    if (!symbols) {
+        without = {resources / "MAIN.SYM", resources / "MAIN.LIN"};
+    }
     std::string problem = CopyFolder(resources, folder / "Resources", FoldersOf(folder), without);
-    if (problem.empty()) problem = WriteInformation(folder / "Info.plist");
-    if (problem.empty()) problem = CopyLicences(folder);
+    if (problem.empty()) {
+        problem = WriteInformation(folder / "Info.plist");
+    }
+    if (problem.empty()) {
+        problem = CopyLicences(folder);
+    }
     return problem;
 }
 

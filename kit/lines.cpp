@@ -47,17 +47,24 @@ bool TakePlace(std::string_view text, CodePlace& place) {
     place.kind = CodePlace::Kind::Number;
     if (base.starts_with("FP-")) {
         place.kind = CodePlace::Kind::Frame;
-        if (!TakeNumber(base.substr(3), place.slot) || place.slot < 0) return false;
+        if (!TakeNumber(base.substr(3), place.slot) || place.slot < 0) {
+            return false;
+        }
         place.slot = -place.slot;
     } else if (base.starts_with('R')) {
         place.kind = CodePlace::Kind::Register;
-        if (!TakeNumber(base.substr(1), place.reg) || place.reg >= 16) return false;
+        if (!TakeNumber(base.substr(1), place.reg) || place.reg >= 16) {
+            return false;
+        }
     } else if (place.isMemory ? base != "0" : !base.starts_with('#')) {
         return false;
     }
-    if (place.isMemory) return TakeNumber(text, place.number);
-    if (place.kind == CodePlace::Kind::Number && !TakeNumber(base.substr(1), place.number))
+    if (place.isMemory) {
+        return TakeNumber(text, place.number);
+    }
+    if (place.kind == CodePlace::Kind::Number && !TakeNumber(base.substr(1), place.number)) {
         return false;
+    }
     return text.empty();
 }
 
@@ -71,7 +78,9 @@ bool TakeVariable(u32 function, bool isArgument, std::string_view text, Lines& r
     }
     variable.kind = std::string(TakeField(text));
     variable.name = std::string(text);
-    if (!IsKindOfValue(variable.kind) || variable.name.empty()) return false;
+    if (!IsKindOfValue(variable.kind) || variable.name.empty()) {
+        return false;
+    }
     read.variables.push_back(std::move(variable));
     return true;
 }
@@ -83,25 +92,36 @@ bool TakeVariable(u32 function, bool isArgument, std::string_view text, Lines& r
 // 000003B0 memory 000003C0 FP-16 -4
 bool ReadLine(std::string_view text, Lines& read, std::map<std::string, u32, std::less<>>& files) {
     u32 address = 0;
-    if (!TakeNumber(TakeField(text), address, 16)) return false;
+    if (!TakeNumber(TakeField(text), address, 16)) {
+        return false;
+    }
     const std::string_view what = TakeField(text);
-    if (what == "argument" || what == "variable")
+    if (what == "argument" || what == "variable") {
         return TakeVariable(address, what == "argument", text, read);
+    }
     if (what == "value" || what == "memory") {
         CodePlace place{};
         place.from = address;
         place.isMemory = what == "memory";
-        if (!TakeNumber(TakeField(text), place.to, 16) || !TakePlace(text, place)) return false;
-        if (read.variables.empty()) return false;
+        if (!TakeNumber(TakeField(text), place.to, 16) || !TakePlace(text, place)) {
+            return false;
+        }
+        if (read.variables.empty()) {
+            return false;
+        }
         read.variables.back().places.push_back(place);
         return true;
     }
     CodeLine line{address, 0, 0};
-    if (!TakeNumber(what, line.line) || (line.line != 0) == text.empty()) return false;
+    if (!TakeNumber(what, line.line) || (line.line != 0) == text.empty()) {
+        return false;
+    }
     if (line.line != 0) {
         const auto number = static_cast<u32>(read.files.size());
         const auto [file, isNew] = files.try_emplace(std::string(text), number);
-        if (isNew) read.files.emplace_back(text);
+        if (isNew) {
+            read.files.emplace_back(text);
+        }
         line.file = file->second;
     }
     read.lines.push_back(line);
@@ -134,7 +154,9 @@ std::vector<CodeLine>::const_iterator FirstAbove(u32 address) {
 }
 
 bool IsEndOfPath(const std::string& path, const std::string& end) {
-    if (!path.ends_with(end)) return false;
+    if (!path.ends_with(end)) {
+        return false;
+    }
     return path.size() == end.size() || path[path.size() - end.size() - 1] == '/';
 }
 
@@ -142,18 +164,28 @@ bool IsEndOfPath(const std::string& path, const std::string& end) {
 std::string FindFile(const std::string& name, u32& number) {
     std::vector<u32> found;
     for (u32 i = 0; i < known.files.size(); ++i) {
-        if (known.files[i] == name) found.assign(1, i);
-        if (known.files[i] == name) break;
-        if (IsEndOfPath(known.files[i], name)) found.push_back(i);
+        if (known.files[i] == name) {
+            found.assign(1, i);
+        }
+        if (known.files[i] == name) {
+            break;
+        }
+        if (IsEndOfPath(known.files[i], name)) {
+            found.push_back(i);
+        }
     }
     if (found.empty()) {
         return known.lines.empty() ? "no lines are known; there is no MAIN.LIN beside the module"
                                    : "no code comes from a file " + mxasm::Quoted(name);
     }
     number = found[0];
-    if (found.size() == 1) return "";
+    if (found.size() == 1) {
+        return "";
+    }
     std::string all;
-    for (const u32 each : found) all += (all.empty() ? "" : ", ") + known.files[each];
+    for (const u32 each : found) {
+        all += (all.empty() ? "" : ", ") + known.files[each];
+    }
     return mxasm::Quoted(name) + " can be " + all;
 }
 
@@ -163,8 +195,12 @@ std::string LoadLines(const std::string& path) {
     std::string why;
     const std::optional<std::string> text = mxasm::ReadWholeFile(path, kMostBytes, false, why);
     Lines read;
-    if (text) why = ReadAll(*text, read);
-    if (!why.empty()) return path + ": " + why;
+    if (text) {
+        why = ReadAll(*text, read);
+    }
+    if (!why.empty()) {
+        return path + ": " + why;
+    }
     known = std::move(read);
     return "";
 }
@@ -184,7 +220,9 @@ size_t LineCount() {
 
 const CodeLine* LineAt(u32 address) {
     const auto above = FirstAbove(address);
-    if (above == known.lines.begin()) return nullptr;
+    if (above == known.lines.begin()) {
+        return nullptr;
+    }
     const CodeLine& line = *std::prev(above);
     return line.line == 0 ? nullptr : &line;
 }
@@ -205,7 +243,9 @@ std::string LineName(u32 address) {
 
 bool SplitLineName(std::string_view text, std::string& file, u32& line) {
     const size_t colon = text.rfind(':');
-    if (colon == std::string_view::npos || colon == 0) return false;
+    if (colon == std::string_view::npos || colon == 0) {
+        return false;
+    }
     file = std::string(text.substr(0, colon));
     return TakeNumber(text.substr(colon + 1), line);
 }
@@ -213,11 +253,14 @@ bool SplitLineName(std::string_view text, std::string& file, u32& line) {
 std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addresses) {
     u32 number = 0;
     std::string wrong = FindFile(file, number);
-    if (!wrong.empty()) return wrong;
+    if (!wrong.empty()) {
+        return wrong;
+    }
     u32 nearest = 0xFFFFFFFF;
     for (const CodeLine& each : known.lines) {
-        if (each.line != 0 && each.file == number && each.line >= line)
+        if (each.line != 0 && each.file == number && each.line >= line) {
             nearest = std::min(nearest, each.line);
+        }
     }
     if (nearest == 0xFFFFFFFF) {
         return FormatText("there is no code of line %u of %s or behind it", line,
@@ -225,10 +268,14 @@ std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addres
     }
     std::vector<u32> functions;
     for (const CodeLine& each : known.lines) {
-        if (each.line != nearest || each.file != number) continue;
+        if (each.line != nearest || each.file != number) {
+            continue;
+        }
         const FunctionSymbol* const symbol = FunctionSymbolAt(each.address);
         const u32 function = symbol == nullptr ? 0 : symbol->address;
-        if (std::find(functions.begin(), functions.end(), function) != functions.end()) continue;
+        if (std::find(functions.begin(), functions.end(), function) != functions.end()) {
+            continue;
+        }
         functions.push_back(function);
         addresses.push_back(each.address == function ? BodyOf(function) : each.address);
     }
@@ -247,7 +294,9 @@ std::vector<CodeVariable> VariablesOf(u32 function) {
         known.variables.begin(), known.variables.end(), function,
         [](const CodeVariable& variable, u32 address) { return variable.function < address; });
     auto last = first;
-    while (last != known.variables.end() && last->function == function) ++last;
+    while (last != known.variables.end() && last->function == function) {
+        ++last;
+    }
     return {first, last};
 }
 

@@ -16,7 +16,9 @@ inline bool InImage(u32 address, u64 size) {
 // The T at an address, or nothing where it is not wholly in the image.
 template <class T>
 std::optional<T> Peek(u32 address) {
-    if (!InImage(address, sizeof(T))) return std::nullopt;
+    if (!InImage(address, sizeof(T))) {
+        return std::nullopt;
+    }
     return LoadBytes<T>(image + address);
 }
 
@@ -27,7 +29,9 @@ inline u32 HeaderLong(u32 offset) {
 // Writes a T; false where it would leave the image.
 template <class T>
 bool Poke(u32 address, T value) {
-    if (!InImage(address, sizeof(T))) return false;
+    if (!InImage(address, sizeof(T))) {
+        return false;
+    }
     StoreBytes<T>(image + address, value);
     return true;
 }

@@ -31,14 +31,18 @@ std::string NameFor(const std::string& name, bool isXml) {
 std::string CopyTemplate(const fs::path& from, const fs::path& to, const std::string& name) {
     std::ifstream source(from, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(source), {}};
-    if (!source) return from.string() + ": cannot be read";
+    if (!source) {
+        return from.string() + ": cannot be read";
+    }
     const std::string put = NameFor(name, from.extension() == ".plist");
     for (size_t at = 0; (at = text.find(kPlaceOfName, at)) != std::string::npos; at += put.size()) {
         text.replace(at, kPlaceOfName.size(), put);
     }
     std::ofstream target(to, std::ios::binary);
     target << text;
-    if (!target.flush()) return to.string() + ": cannot be written";
+    if (!target.flush()) {
+        return to.string() + ": cannot be written";
+    }
     target.close();
     std::error_code error;
     fs::permissions(to, fs::status(from, error).permissions() | fs::perms::owner_write, error);
@@ -48,14 +52,20 @@ std::string CopyTemplate(const fs::path& from, const fs::path& to, const std::st
 std::string CopyTemplates(const fs::path& from, const fs::path& to, const std::string& name) {
     std::error_code error;
     fs::create_directories(to, error);
-    if (error) return to.string() + ": " + error.message();
+    if (error) {
+        return to.string() + ": " + error.message();
+    }
     fs::directory_iterator entry(from, error);
-    if (error) return from.string() + ": " + error.message();
+    if (error) {
+        return from.string() + ": " + error.message();
+    }
     for (; entry != fs::directory_iterator(); entry.increment(error)) {
         const fs::path target = to / entry->path().filename();
         std::string problem = entry->is_directory() ? CopyTemplates(entry->path(), target, name)
                                                     : CopyTemplate(entry->path(), target, name);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
     return error ? from.string() + ": " + error.message() : "";
 }
@@ -65,7 +75,9 @@ std::string CopyLuaRuntime(const fs::path& to) {
     for (const char* const name : {"MAIN.MX", "LUA-LICENCE.txt"}) {
         std::error_code error;
         fs::copy_file(OwnResource(std::string("lua/") + name), to / name, error);
-        if (error) return (to / name).string() + ": " + error.message();
+        if (error) {
+            return (to / name).string() + ": " + error.message();
+        }
     }
     return "";
 }
@@ -78,7 +90,9 @@ NewGameResult MakeNewGame(const std::string& folder, const std::string& language
     }
     std::error_code error;
     fs::path path = fs::absolute(folder, error).lexically_normal();
-    if (!path.has_filename()) path = path.parent_path();
+    if (!path.has_filename()) {
+        path = path.parent_path();
+    }
     if (language == "lua" && !fs::exists(OwnResource("lua/MAIN.MX"), error)) {
         return {kFailed,
                 OwnResource("lua/MAIN.MX") +
@@ -86,8 +100,12 @@ NewGameResult MakeNewGame(const std::string& folder, const std::string& language
     }
     std::string problem =
         CopyTemplates(OwnResource("new/" + language), path, path.filename().string());
-    if (problem.empty() && language == "lua") problem = CopyLuaRuntime(path);
-    if (problem.empty()) return {};
+    if (problem.empty() && language == "lua") {
+        problem = CopyLuaRuntime(path);
+    }
+    if (problem.empty()) {
+        return {};
+    }
     return {kFailed, problem};
 }
 

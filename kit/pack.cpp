@@ -32,13 +32,21 @@ std::string Pack(const fs::path& folder, const std::string& archive, bool symbol
     const fs::path files = folder / "files";
     fs::create_directory(files, error);
     std::string problem = CopyGameFiles(files, symbols);
-    if (!problem.empty()) return problem;
+    if (!problem.empty()) {
+        return problem;
+    }
     const fs::path unfinished = folder / "archive";
     problem = WriteArchive(files, unfinished);
-    if (!problem.empty()) return archive + ": " + problem;
+    if (!problem.empty()) {
+        return archive + ": " + problem;
+    }
     // A second name: what has come there meanwhile stays.
-    if (link(unfinished.c_str(), archive.c_str()) == 0) return "";
-    if (errno == EEXIST) return archive + ": is there already";
+    if (link(unfinished.c_str(), archive.c_str()) == 0) {
+        return "";
+    }
+    if (errno == EEXIST) {
+        return archive + ": is there already";
+    }
     // There are file systems without second names.
     fs::rename(unfinished, archive, error);
     return error ? archive + ": " + error.message() : "";
@@ -47,21 +55,33 @@ std::string Pack(const fs::path& folder, const std::string& archive, bool symbol
 }  // namespace
 
 PackResult PackGame(std::string game, std::string out, bool symbols) {
-    if (!HoldsGame(game) && HoldsGame(out)) std::swap(out, game);
-    if (const std::string problem = FindGame(game); !problem.empty()) return {kUnusable, problem};
-    if (!HoldsGame(game)) return {kUnusable, game + ": there is no MAIN.MX in it"};
-    if (Exists(out)) return {kUnusable, out + ": is there already"};
+    if (!HoldsGame(game) && HoldsGame(out)) {
+        std::swap(out, game);
+    }
+    if (const std::string problem = FindGame(game); !problem.empty()) {
+        return {kUnusable, problem};
+    }
+    if (!HoldsGame(game)) {
+        return {kUnusable, game + ": there is no MAIN.MX in it"};
+    }
+    if (Exists(out)) {
+        return {kUnusable, out + ": is there already"};
+    }
     const fs::path archive = CanonicalPath(out);
     if (LiesInFolder(archive, CanonicalPath(folders.resources))) {
         return {kUnusable, out + ": lies among the game's own files"};
     }
     HoldEndSignals();
     std::string folder = (archive.parent_path() / ".moxi-pack-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) return {kFailed, out + ": " + std::strerror(errno)};
+    if (mkdtemp(folder.data()) == nullptr) {
+        return {kFailed, out + ": " + std::strerror(errno)};
+    }
     const std::string problem = Pack(folder, archive.string(), symbols);
     std::error_code error;
     fs::remove_all(folder, error);
-    if (problem.empty()) return {};
+    if (problem.empty()) {
+        return {};
+    }
     return {kFailed, problem};
 }
 

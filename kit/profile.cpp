@@ -98,7 +98,9 @@ constinit LineAtHand lineAtHand;
 // --- Runs and their instructions
 
 bool IsMessageFrame(u32 at) {
-    if (at != kEntryPoint) return false;
+    if (at != kEntryPoint) {
+        return false;
+    }
     const u32 sp = Load<u32>(kHeaderSP);
     return InImage(sp, 12) && Load<u32>(sp) == 0 && Load<u32>(sp + 4) == kArgumentBytes;
 }
@@ -142,14 +144,18 @@ void FindLeaf(Run& run, u32 at) {
 }
 
 void CountLine(u32 at) {
-    if (LineCount() == 0) return;
+    if (LineCount() == 0) {
+        return;
+    }
     if (at < lineAtHand.start || at >= lineAtHand.end) {
         const CodeLine* const line = LineAt(at);
         u64* const count =
             line == nullptr ? nullptr : &lineCounts[u64{line->file} << 32 | line->line];
         lineAtHand = {count, at, NextLine(at)};
     }
-    if (lineAtHand.count != nullptr) ++*lineAtHand.count;
+    if (lineAtHand.count != nullptr) {
+        ++*lineAtHand.count;
+    }
 }
 
 u32 CommandAtHand() {
@@ -157,23 +163,33 @@ u32 CommandAtHand() {
 }
 
 void BeforeInstruction(u32 at) {
-    if (otherTrace != nullptr) otherTrace->before(at);
+    if (otherTrace != nullptr) {
+        otherTrace->before(at);
+    }
     if (IsMessageFrame(at)) {
         // A run that is still noted has ended in some unusual way, unless a service is running.
-        if (!runs.empty() && runs.back().single != Single::Sys) EndRun();
+        if (!runs.empty() && runs.back().single != Single::Sys) {
+            EndRun();
+        }
         StartRun();
     }
-    if (runs.empty()) return;
+    if (runs.empty()) {
+        return;
+    }
     Run& run = runs.back();
     DropReturnedFrames(run);
-    if (at < run.rangeStart || at >= run.rangeEnd) FindLeaf(run, at);
+    if (at < run.rangeStart || at >= run.rangeEnd) {
+        FindLeaf(run, at);
+    }
     ++callNodes[run.leaf].own;
     CountLine(at);
     ++run.instructions;
     ++instructions;
     const u32 w = Load<u32>(at);
     run.single.reset();
-    if (ClassOf(w) != InstructionClass::Single) return;
+    if (ClassOf(w) != InstructionClass::Single) {
+        return;
+    }
     run.single = SingleOf(w);
     run.modalDepthBefore = modalDepth;
     if (run.single == Single::Sys) {
@@ -206,15 +222,21 @@ void EndService(Run& run) {
 }
 
 void AfterInstruction(u32 at) {
-    if (otherTrace != nullptr) otherTrace->after(at);
-    if (runs.empty() || !runs.back().single) return;
+    if (otherTrace != nullptr) {
+        otherTrace->after(at);
+    }
+    if (runs.empty() || !runs.back().single) {
+        return;
+    }
     Run& run = runs.back();
     switch (*run.single) {
         case Single::Call:
         case Single::Callr: PushFrame(run); break;
         case Single::Sys: EndService(run); break;
         case Single::Return:
-            if (Load<u32>(kHeaderPC) == 0) EndRun();
+            if (Load<u32>(kHeaderPC) == 0) {
+                EndRun();
+            }
             break;
         case Single::Stop: EndRun(); break;
         case Single::Modal:
@@ -223,7 +245,9 @@ void AfterInstruction(u32 at) {
             EndRun();
             break;
         case Single::Emod:
-            if (modalDepth == run.modalDepthBefore || modalFrames.empty()) break;
+            if (modalDepth == run.modalDepthBefore || modalFrames.empty()) {
+                break;
+            }
             run.frames = std::move(modalFrames.back());
             modalFrames.pop_back();
             run.rangeEnd = run.rangeStart;
@@ -260,10 +284,14 @@ double Milliseconds(nanoseconds time) {
 
 void WriteTotals() {
     u64 count = 0;
-    for (const auto& [number, message] : messages) count += message.count;
+    for (const auto& [number, message] : messages) {
+        count += message.count;
+    }
     u64 calls = 0;
     nanoseconds time{};
-    for (const auto& [command, service] : services) calls += service.calls, time += service.time;
+    for (const auto& [command, service] : services) {
+        calls += service.calls, time += service.time;
+    }
     std::fprintf(tableFile, "%12llu instructions in %llu messages\n", Number(instructions),
                  Number(count));
     std::fprintf(tableFile, "%12llu calls of services\n", Number(calls));
@@ -287,7 +315,9 @@ void WriteFunctions() {
 }
 
 void WriteLines() {
-    if (LineCount() == 0) return;
+    if (LineCount() == 0) {
+        return;
+    }
     std::vector<std::pair<u64, u64>> sorted(lineCounts.begin(), lineCounts.end());
     std::sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) {
         return a.second != b.second ? a.second > b.second : a.first < b.first;
@@ -295,7 +325,9 @@ void WriteLines() {
     std::fputs("\nLines: instructions of their own\n", tableFile);
     std::fputs("         own      %  line\n", tableFile);
     for (const auto& [line, count] : sorted) {
-        if (count == 0) continue;
+        if (count == 0) {
+            continue;
+        }
         const std::string& file = NameOfFile(static_cast<u32>(line >> 32));
         std::fprintf(tableFile, "%12llu %6.2f  %s:%u\n", Number(count), Percent(count),
                      file.c_str(), static_cast<u32>(line));
@@ -303,7 +335,9 @@ void WriteLines() {
 }
 
 std::string CommandText(u32 command) {
-    if (command == kNoCommand) return "-        no parameter block";
+    if (command == kNoCommand) {
+        return "-        no parameter block";
+    }
     const std::string_view name = ServiceName(command);
     return FormatText("%-8s %s", FormatText("%u.%u", command >> 8, command & 0xFF).c_str(),
                       name.empty() ? "unknown" : std::string(name).c_str());
@@ -334,7 +368,9 @@ void WriteMessages() {
 
 void Close(std::FILE*& file, const std::string& path) {
     const bool good = std::ferror(file) == 0;
-    if (std::fclose(file) != 0 || !good) SystemLog(path + ": cannot be written");
+    if (std::fclose(file) != 0 || !good) {
+        SystemLog(path + ": cannot be written");
+    }
     file = nullptr;
 }
 
@@ -346,7 +382,9 @@ std::string FoldedProfile(const std::string& path) {
 
 std::string StartProfile(const std::string& path) {
     tableFile = outputFiles.open(path);
-    if (tableFile == nullptr) return path;
+    if (tableFile == nullptr) {
+        return path;
+    }
     foldedFile = outputFiles.open(FoldedProfile(path));
     if (foldedFile == nullptr) {
         std::fclose(tableFile);
@@ -360,21 +398,31 @@ std::string StartProfile(const std::string& path) {
 }
 
 void NameProfile() {
-    if (tableFile == nullptr) return;
+    if (tableFile == nullptr) {
+        return;
+    }
     const std::string file = SymbolFile();
     std::error_code error;
     if (std::filesystem::exists(file, error)) {
-        if (const std::string problem = LoadSymbols(file); !problem.empty()) SystemLog(problem);
+        if (const std::string problem = LoadSymbols(file); !problem.empty()) {
+            SystemLog(problem);
+        }
     }
-    if (const std::string problem = LoadLinesOfGame(); !problem.empty()) SystemLog(problem);
+    if (const std::string problem = LoadLinesOfGame(); !problem.empty()) {
+        SystemLog(problem);
+    }
 }
 
 void CloseProfile() {
-    if (tableFile == nullptr) return;
+    if (tableFile == nullptr) {
+        return;
+    }
     instructionTrace = otherTrace;
     // The process may end in the middle of a message, and of a service.
     while (!runs.empty()) {
-        if (runs.back().single == Single::Sys) EndService(runs.back());
+        if (runs.back().single == Single::Sys) {
+            EndService(runs.back());
+        }
         EndRun();
     }
     SumCallTree();
@@ -389,7 +437,9 @@ void CloseProfile() {
 }
 
 void CloseProfileOfBusyModule() {
-    if (tableFile == nullptr) return;
+    if (tableFile == nullptr) {
+        return;
+    }
     closeRequest = CloseRequest::Made;
     for (u32 wait = 0; wait < kLongestWaitMs && closeRequest != CloseRequest::Answered; ++wait) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -42,8 +42,12 @@ struct Dynamic {
 
     Entry* Find(i64 tag) {
         for (Entry& entry : entries) {
-            if (entry.value.d_tag == tag) return &entry;
-            if (entry.value.d_tag == DT_NULL) break;
+            if (entry.value.d_tag == tag) {
+                return &entry;
+            }
+            if (entry.value.d_tag == DT_NULL) {
+                break;
+            }
         }
         return nullptr;
     }
@@ -72,12 +76,18 @@ bool ReadDynamic(std::fstream& file, Dynamic& dynamic) {
     }
     for (u32 i = 0; i < header.e_phnum; ++i) {
         Elf64_Phdr segment;
-        if (!ReadAt(file, header.e_phoff + u64{i} * sizeof segment, segment)) return false;
+        if (!ReadAt(file, header.e_phoff + u64{i} * sizeof segment, segment)) {
+            return false;
+        }
         dynamic.segments.push_back(segment);
-        if (segment.p_type != PT_DYNAMIC) continue;
+        if (segment.p_type != PT_DYNAMIC) {
+            continue;
+        }
         for (u64 at = 0; at + sizeof(Elf64_Dyn) <= segment.p_filesz; at += sizeof(Elf64_Dyn)) {
             Entry entry = {.offset = segment.p_offset + at};
-            if (!ReadAt(file, entry.offset, entry.value)) return false;
+            if (!ReadAt(file, entry.offset, entry.value)) {
+                return false;
+            }
             dynamic.entries.push_back(entry);
         }
     }
@@ -105,7 +115,9 @@ std::string AddSearchPath(std::fstream& file, Dynamic& dynamic, const std::strin
     }
     const u64 gap = FindGap(texts, folder.size());
     Entry* const unused = FindUnused(dynamic);
-    if (gap == 0 || unused == nullptr) return "it was linked without room for a search path";
+    if (gap == 0 || unused == nullptr) {
+        return "it was linked without room for a search path";
+    }
     unused->value.d_tag = DT_RPATH;
     unused->value.d_un.d_val = gap;
     file.seekp(static_cast<std::streamoff>(place + gap));
@@ -118,10 +130,14 @@ std::string AddSearchPath(std::fstream& file, Dynamic& dynamic, const std::strin
 void DropSearchPath(const std::string& library) {
     std::fstream file = OpenProgram(library);
     Dynamic dynamic;
-    if (!ReadDynamic(file, dynamic)) return;
+    if (!ReadDynamic(file, dynamic)) {
+        return;
+    }
     for (const i64 tag : {i64{DT_RUNPATH}, i64{DT_RPATH}}) {
         Entry* const entry = dynamic.Find(tag);
-        if (entry == nullptr) continue;
+        if (entry == nullptr) {
+            continue;
+        }
         // An entry that means nothing in a library.
         entry->value.d_tag = DT_DEBUG;
         WriteAt(file, entry->offset, entry->value);
@@ -134,7 +150,9 @@ void DropSymbols(const std::string& program) {
     {
         std::fstream file = OpenProgram(program);
         Dynamic dynamic;
-        if (!ReadDynamic(file, dynamic) || !ReadAt(file, 0, header)) return;
+        if (!ReadDynamic(file, dynamic) || !ReadAt(file, 0, header)) {
+            return;
+        }
         for (const Elf64_Phdr& segment : dynamic.segments) {
             end = std::max(end, segment.p_offset + segment.p_filesz);
         }
@@ -142,7 +160,9 @@ void DropSymbols(const std::string& program) {
         header.e_shoff = 0;
         header.e_shnum = 0;
         header.e_shstrndx = 0;
-        if (!WriteAt(file, 0, header)) return;
+        if (!WriteAt(file, 0, header)) {
+            return;
+        }
     }
     std::error_code error;
     if (end < std::filesystem::file_size(program, error) && !error) {
@@ -153,8 +173,12 @@ void DropSymbols(const std::string& program) {
 std::string SetSearchPath(const std::string& program, const std::string& folder) {
     std::fstream file = OpenProgram(program);
     Dynamic dynamic;
-    if (!ReadDynamic(file, dynamic)) return program + ": no program";
-    if (dynamic.Find(DT_RPATH) != nullptr) return "";
+    if (!ReadDynamic(file, dynamic)) {
+        return program + ": no program";
+    }
+    if (dynamic.Find(DT_RPATH) != nullptr) {
+        return "";
+    }
     const std::string problem = AddSearchPath(file, dynamic, folder);
     return problem.empty() && file.flush() ? "" : program + ": " + problem;
 }

@@ -28,15 +28,21 @@ constexpr int kUnusable = 2;
 
 std::string OnOneLine(std::string text, char inPlaceOfSlash) {
     for (char& c : text) {
-        if (static_cast<unsigned char>(c) < ' ') c = ' ';
-        if (c == '/') c = inPlaceOfSlash;
+        if (static_cast<unsigned char>(c) < ' ') {
+            c = ' ';
+        }
+        if (c == '/') {
+            c = inPlaceOfSlash;
+        }
     }
     return text;
 }
 
 std::string DoubleBackslashes(const std::string& text) {
     std::string doubled;
-    for (const char c : text) doubled += c == '\\' ? std::string("\\\\") : std::string(1, c);
+    for (const char c : text) {
+        doubled += c == '\\' ? std::string("\\\\") : std::string(1, c);
+    }
     return doubled;
 }
 
@@ -49,7 +55,9 @@ std::string WriteLauncher(const fs::path& folder) {
          << "\nExec=sh -c \"cd -- \\\\\"\\\\$(dirname -- \\\\\"\\\\${1#file://}\\\\\")\\\\\" && "
             "exec ./moxi\" moxi %k\n"
             "Icon=moxi\nTerminal=false\nCategories=Game;\nStartupWMClass=moxi\n";
-    if (!text.flush()) return file.string() + ": cannot be written";
+    if (!text.flush()) {
+        return file.string() + ": cannot be written";
+    }
     text.close();
     std::error_code error;
     fs::permissions(file, fs::perms{0755}, error);
@@ -76,7 +84,9 @@ std::string CopyResources(const fs::path& share, const ShipWishes& wishes,
                           std::vector<std::string>& copied) {
     for (const char* const name : {"MainMenu.plist", "moxi.svg", "moxi.png"}) {
         std::string problem = CopyOneFile(OwnResource(name), share / name);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
     std::error_code error;
     fs::copy(OwnResource("locale"), share / "locale", fs::copy_options::recursive, error);
@@ -96,22 +106,38 @@ std::string FillFolder(const fs::path& folder, const ShipWishes& wishes) {
     std::error_code error;
     fs::create_directories(share / "fonts", error);
     fs::create_directories(folder / "lib" / "moxi", error);
-    if (error) return folder.string() + ": " + error.message();
+    if (error) {
+        return folder.string() + ": " + error.message();
+    }
     std::vector<std::string> copied;
     std::string problem = CopyGameFiles(folder, wishes.symbols);
-    if (problem.empty()) problem = CopyProgram(folder / "moxi", folder / "lib" / "moxi", copied);
-    if (problem.empty()) problem = CopyResources(share, wishes, copied);
-    if (problem.empty()) problem = CopyLicencesOf(copied, folder / "licences");
-    if (problem.empty()) problem = WriteLauncher(folder);
+    if (problem.empty()) {
+        problem = CopyProgram(folder / "moxi", folder / "lib" / "moxi", copied);
+    }
+    if (problem.empty()) {
+        problem = CopyResources(share, wishes, copied);
+    }
+    if (problem.empty()) {
+        problem = CopyLicencesOf(copied, folder / "licences");
+    }
+    if (problem.empty()) {
+        problem = WriteLauncher(folder);
+    }
     return problem;
 }
 
 }  // namespace
 
 ShipResult ShipGame(std::string out, std::string game, const ShipWishes& wishes) {
-    if (!HoldsGame(game) && HoldsGame(out)) std::swap(out, game);
-    if (const std::string problem = FindGame(game); !problem.empty()) return {kUnusable, problem};
-    if (!HoldsGame(game)) return {kUnusable, game + ": there is no MAIN.MX in it"};
+    if (!HoldsGame(game) && HoldsGame(out)) {
+        std::swap(out, game);
+    }
+    if (const std::string problem = FindGame(game); !problem.empty()) {
+        return {kUnusable, problem};
+    }
+    if (!HoldsGame(game)) {
+        return {kUnusable, game + ": there is no MAIN.MX in it"};
+    }
     if (const std::string reason = WhyNotNew(out); !reason.empty()) {
         return {kUnusable, out + ": " + reason};
     }
@@ -131,7 +157,9 @@ ShipResult ShipGame(std::string out, std::string game, const ShipWishes& wishes)
     std::string problem = FillFolder(unfinished, wishes);
     if (problem.empty()) {
         fs::rename(unfinished, folder, error);
-        if (!error) return {};
+        if (!error) {
+            return {};
+        }
         problem = out + ": " + error.message();
     }
     fs::remove_all(unfinished, error);

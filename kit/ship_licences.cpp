@@ -22,7 +22,9 @@ constexpr const char* kCommonLicences = "/usr/share/common-licenses/";
 // What a program writes to its standard output; "" when it cannot be run.
 std::string OutputOf(std::vector<std::string> words) {
     std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
     arguments.push_back(nullptr);
     char* output = nullptr;
     const auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDERR_TO_DEV_NULL);
@@ -41,13 +43,19 @@ std::set<std::string> PackagesOf(const std::vector<std::string>& files) {
     for (const std::string& file : files) {
         std::error_code error;
         const std::string real = fs::canonical(file, error);
-        if (error) continue;
+        if (error) {
+            continue;
+        }
         words.push_back(real);
         // Packages of before /lib became a link name the file there.
-        if (real.rfind("/usr/lib", 0) == 0) words.push_back(real.substr(4));
+        if (real.rfind("/usr/lib", 0) == 0) {
+            words.push_back(real.substr(4));
+        }
     }
     std::set<std::string> packages;
-    if (words.size() == 2) return packages;
+    if (words.size() == 2) {
+        return packages;
+    }
     std::istringstream lines(OutputOf(words));
     for (std::string line; std::getline(lines, line);) {
         packages.insert(line.substr(0, line.find_first_of(":,")));
@@ -67,8 +75,12 @@ std::set<std::string> CommonLicencesIn(const std::string& text) {
             ++end;
         }
         std::string name = text.substr(at, end - at);
-        while (!name.empty() && name.back() == '.') name.pop_back();
-        if (!name.empty()) names.insert(name);
+        while (!name.empty() && name.back() == '.') {
+            name.pop_back();
+        }
+        if (!name.empty()) {
+            names.insert(name);
+        }
     }
     return names;
 }
@@ -78,23 +90,33 @@ std::set<std::string> CommonLicencesIn(const std::string& text) {
 std::string CopyLicencesOf(const std::vector<std::string>& files, const std::string& folder) {
     std::error_code error;
     fs::create_directory(folder, error);
-    if (error) return folder + ": " + error.message();
+    if (error) {
+        return folder + ": " + error.message();
+    }
     std::set<std::string> common;
     for (const std::string& package : PackagesOf(files)) {
         const std::string from = "/usr/share/doc/" + package + "/copyright";
         std::string text;
-        if (!ReadWholeFile(from, kLargestText, text).empty()) continue;
+        if (!ReadWholeFile(from, kLargestText, text).empty()) {
+            continue;
+        }
         if (std::string problem = CopyOneFile(from, folder + "/" + package + ".txt");
             !problem.empty()) {
             return problem;
         }
-        for (const std::string& name : CommonLicencesIn(text)) common.insert(name);
+        for (const std::string& name : CommonLicencesIn(text)) {
+            common.insert(name);
+        }
     }
     for (const std::string& name : common) {
         const std::string from = kCommonLicences + name;
-        if (!fs::is_regular_file(from, error)) continue;
+        if (!fs::is_regular_file(from, error)) {
+            continue;
+        }
         std::string problem = CopyOneFile(from, folder + "/" + name);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
     }
     return "";
 }

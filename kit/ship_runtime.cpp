@@ -86,7 +86,9 @@ struct FoundFont {
 
 std::string PatternText(FcPattern* pattern, const char* what) {
     FcChar8* text = nullptr;
-    if (FcPatternGetString(pattern, what, 0, &text) != FcResultMatch) return "";
+    if (FcPatternGetString(pattern, what, 0, &text) != FcResultMatch) {
+        return "";
+    }
     return reinterpret_cast<const char*>(text);
 }
 
@@ -99,7 +101,9 @@ FoundFont FindFont(const char* family, int weight, int slant) {
     FcResult result = FcResultNoMatch;
     FcPattern* const found = FcFontMatch(nullptr, wanted, &result);
     FcPatternDestroy(wanted);
-    if (found == nullptr) return {};
+    if (found == nullptr) {
+        return {};
+    }
     FoundFont font = {PatternText(found, FC_FAMILY), PatternText(found, FC_FILE)};
     FcPatternDestroy(found);
     return font;
@@ -116,14 +120,22 @@ std::string CopyOneFile(const std::string& from, const std::string& to) {
 std::string CopyProgram(const std::string& program, const std::string& libraryFolder,
                         std::vector<std::string>& copied) {
     std::string problem = CopyOneFile("/proc/self/exe", program);
-    if (problem.empty()) problem = SetSearchPath(program, kSearchPath);
+    if (problem.empty()) {
+        problem = SetSearchPath(program, kSearchPath);
+    }
     DropSymbols(program);
     for (const fs::path& library : LoadedLibraries()) {
-        if (!problem.empty()) return problem;
-        if (IsFollower(library.filename())) continue;
+        if (!problem.empty()) {
+            return problem;
+        }
+        if (IsFollower(library.filename())) {
+            continue;
+        }
         const fs::path copy = fs::path(libraryFolder) / library.filename();
         problem = CopyOneFile(SmallestOf(library), copy);
-        if (!problem.empty()) return problem;
+        if (!problem.empty()) {
+            return problem;
+        }
         copied.push_back(library);
         std::error_code error;
         fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
@@ -139,7 +151,9 @@ std::string CopyFonts(const std::string& folder, std::vector<std::string>& copie
         for (const int weight : {FC_WEIGHT_NORMAL, FC_WEIGHT_BOLD}) {
             for (const int slant : {FC_SLANT_ROMAN, FC_SLANT_ITALIC}) {
                 const FoundFont font = FindFont(family, weight, slant);
-                if (font.file.empty()) continue;
+                if (font.file.empty()) {
+                    continue;
+                }
                 const std::string copy = folder + "/" + fs::path(font.file).filename().string();
                 if (std::string problem = CopyOneFile(font.file, copy); !problem.empty()) {
                     return problem;

@@ -52,7 +52,9 @@ struct Chunk {
 bool ReadChunks(const std::string& bytes, size_t at, size_t end, std::vector<Chunk>& chunks) {
     while (at + 8 <= end) {
         const size_t size = LoadBytes<u32>(reinterpret_cast<const u8*>(&bytes[at + 4]));
-        if (size > end - at - 8) return false;
+        if (size > end - at - 8) {
+            return false;
+        }
         chunks.push_back({bytes.substr(at, 4), at + 8, size});
         at += 8 + size + (size & 1);
     }
@@ -73,7 +75,9 @@ std::string ChunkOf(const std::string& id, const std::string& content) {
     std::string chunk = id;
     Append32(chunk, static_cast<u32>(content.size()));
     chunk += content;
-    if (content.size() % 2 != 0) chunk += '\0';
+    if (content.size() % 2 != 0) {
+        chunk += '\0';
+    }
     return chunk;
 }
 
@@ -125,7 +129,9 @@ struct SoundFont {
 bool IsSound(const Layer& layer) {
     const auto rises = [](const Table& table, size_t offset, size_t limit) {
         for (size_t row = 0; row + 1 < table.Rows(); ++row) {
-            if (table.Get16(row, offset) > table.Get16(row + 1, offset)) return false;
+            if (table.Get16(row, offset) > table.Get16(row + 1, offset)) {
+                return false;
+            }
         }
         return table.Rows() > 0 && table.Get16(table.Rows() - 1, offset) < limit;
     };
@@ -147,11 +153,15 @@ bool ReadTables(const std::string& bytes, const Chunk& list, SoundFont& font) {
         {"shdr", {&font.samples, kSampleSize}},
     };
     std::vector<Chunk> chunks;
-    if (!ReadChunks(bytes, list.start + 4, list.start + list.size, chunks)) return false;
+    if (!ReadChunks(bytes, list.start + 4, list.start + list.size, chunks)) {
+        return false;
+    }
     size_t found = 0;
     for (const Chunk& chunk : chunks) {
         const auto place = places.find(chunk.id);
-        if (place == places.end() || chunk.size % place->second.second != 0) continue;
+        if (place == places.end() || chunk.size % place->second.second != 0) {
+            continue;
+        }
         *place->second.first = {bytes.substr(chunk.start, chunk.size), place->second.second};
         ++found;
     }
@@ -168,19 +178,35 @@ bool ReadSoundFont(const std::string& bytes, SoundFont& font) {
         return false;
     }
     std::vector<Chunk> lists;
-    if (!ReadChunks(bytes, 12, bytes.size(), lists)) return false;
+    if (!ReadChunks(bytes, 12, bytes.size(), lists)) {
+        return false;
+    }
     bool hasTables = false;
     for (const Chunk& list : lists) {
-        if (list.id != "LIST" || list.size < 4) continue;
+        if (list.id != "LIST" || list.size < 4) {
+            continue;
+        }
         const std::string type = bytes.substr(list.start, 4);
-        if (type == "INFO") font.info = bytes.substr(list.start, list.size);
-        if (type == "pdta") hasTables = ReadTables(bytes, list, font);
-        if (type != "sdta") continue;
+        if (type == "INFO") {
+            font.info = bytes.substr(list.start, list.size);
+        }
+        if (type == "pdta") {
+            hasTables = ReadTables(bytes, list, font);
+        }
+        if (type != "sdta") {
+            continue;
+        }
         std::vector<Chunk> chunks;
-        if (!ReadChunks(bytes, list.start + 4, list.start + list.size, chunks)) return false;
+        if (!ReadChunks(bytes, list.start + 4, list.start + list.size, chunks)) {
+            return false;
+        }
         for (const Chunk& chunk : chunks) {
-            if (chunk.id == "smpl") font.points = bytes.substr(chunk.start, chunk.size);
-            if (chunk.id == "sm24") font.points24 = bytes.substr(chunk.start, chunk.size);
+            if (chunk.id == "smpl") {
+                font.points = bytes.substr(chunk.start, chunk.size);
+            }
+            if (chunk.id == "sm24") {
+                font.points24 = bytes.substr(chunk.start, chunk.size);
+            }
         }
     }
     return hasTables && !font.info.empty() && !font.points.empty();
@@ -196,10 +222,14 @@ using Heard = std::map<u32, Keys>;  // what is kept, with the keys that it is he
 Keys RangeOf(const Layer& layer, u32 bag) {
     Keys keys = ~Keys();
     for (u32 row = layer.bags.Get16(bag, 0); row < layer.bags.Get16(bag + 1, 0); ++row) {
-        if (layer.generators.Get16(row, 0) != kKeyRange) continue;
+        if (layer.generators.Get16(row, 0) != kKeyRange) {
+            continue;
+        }
         const u32 range = layer.generators.Get16(row, 2);
         for (u32 key = 0; key < keys.size(); ++key) {
-            if (key < (range & 255) || key > range >> 8) keys.reset(key);
+            if (key < (range & 255) || key > range >> 8) {
+                keys.reset(key);
+            }
         }
     }
     return keys;
@@ -224,13 +254,17 @@ Heard LinksOf(const Layer& layer, const Heard& heads) {
 
 std::set<u32> IndicesOf(const Heard& heard) {
     std::set<u32> indices;
-    for (const auto& [index, keys] : heard) indices.insert(index);
+    for (const auto& [index, keys] : heard) {
+        indices.insert(index);
+    }
     return indices;
 }
 
 Kept Numbered(const std::set<u32>& indices) {
     Kept kept;
-    for (const u32 index : indices) kept.emplace(index, static_cast<u32>(kept.size()));
+    for (const u32 index : indices) {
+        kept.emplace(index, static_cast<u32>(kept.size()));
+    }
     return kept;
 }
 
@@ -251,7 +285,9 @@ Layer CutLayer(const Layer& layer, const Heard& heads, const Kept& below) {
         cut.heads.bytes += row;
         for (u32 bag = layer.heads.Get16(head, layer.bagOffset);
              bag < layer.heads.Get16(head + 1, layer.bagOffset); ++bag) {
-            if ((keys & RangeOf(layer, bag)).none()) continue;
+            if ((keys & RangeOf(layer, bag)).none()) {
+                continue;
+            }
             closeBag();
             for (u32 at = layer.bags.Get16(bag, 0); at < layer.bags.Get16(bag + 1, 0); ++at) {
                 std::string generator = layer.generators.Row(at);
@@ -280,7 +316,9 @@ void AddPartners(const SoundFont& font, std::set<u32>& samples) {
         const u32 type = font.samples.Get16(sample, 44);
         const u32 partner = font.samples.Get16(sample, 42);
         const bool isSingle = type == kMonoSample || (type & kRomSample) != 0;
-        if (!isSingle && partner + 1 < font.samples.Rows()) samples.insert(partner);
+        if (!isSingle && partner + 1 < font.samples.Rows()) {
+            samples.insert(partner);
+        }
     }
 }
 
@@ -291,7 +329,9 @@ bool CopySample(const SoundFont& font, u32 sample, const Kept& kept, SoundFont& 
     const bool isRom = (font.samples.Get16(sample, 44) & kRomSample) != 0;
     std::string row = font.samples.Row(sample);
     if (!isRom) {
-        if (start > end || 2 * end > font.points.size()) return false;
+        if (start > end || 2 * end > font.points.size()) {
+            return false;
+        }
         const u32 place = static_cast<u32>(cut.points.size() / 2);
         for (const size_t offset : {20, 24, 28, 32}) {
             Put32(row, offset,
@@ -300,7 +340,9 @@ bool CopySample(const SoundFont& font, u32 sample, const Kept& kept, SoundFont& 
         cut.points += font.points.substr(2 * start, 2 * (end - start));
         cut.points.append(size_t{2} * kSilence, '\0');
         if (!font.points24.empty()) {
-            if (end > font.points24.size()) return false;
+            if (end > font.points24.size()) {
+                return false;
+            }
             cut.points24 += font.points24.substr(start, end - start);
             cut.points24.append(kSilence, '\0');
         }
@@ -313,7 +355,9 @@ bool CopySample(const SoundFont& font, u32 sample, const Kept& kept, SoundFont& 
 
 std::string Written(const SoundFont& font) {
     std::string data = "sdta" + ChunkOf("smpl", font.points);
-    if (!font.points24.empty()) data += ChunkOf("sm24", font.points24);
+    if (!font.points24.empty()) {
+        data += ChunkOf("sm24", font.points24);
+    }
     const auto layer = [](const std::string& head, const std::string& prefix, const Layer& from) {
         return ChunkOf(head, from.heads.bytes) + ChunkOf(prefix + "bag", from.bags.bytes) +
                ChunkOf(prefix + "mod", from.modulators.bytes) +
@@ -334,7 +378,9 @@ Heard WantedPresets(const SoundFont& font, const UsedPrograms& used) {
         const bool isPercussion = heads.Get16(preset, 22) == kPercussionBank;
         const std::map<u32, Keys>& programs = isPercussion ? used.percussion : used.melodic;
         const auto found = programs.find(program);
-        if (found != programs.end()) wanted.insert({preset, found->second});
+        if (found != programs.end()) {
+            wanted.insert({preset, found->second});
+        }
     }
     return wanted;
 }
@@ -346,15 +392,25 @@ void AddPrograms(const SmfFile& file, UsedPrograms& used) {
     u32 programs[16] = {};
     for (const SmfEvent& event : file.events) {
         u32& program = programs[event.status & 15];
-        if ((event.status & 0xF0) == 0xC0) program = event.data1;
-        if ((event.status & 0xF0) != 0x90 || event.data2 == 0) continue;
+        if ((event.status & 0xF0) == 0xC0) {
+            program = event.data1;
+        }
+        if ((event.status & 0xF0) != 0x90 || event.data2 == 0) {
+            continue;
+        }
         const bool isPercussion = (event.status & 15) == kPercussionChannel;
         // One can also move all keys.
         Keys keys;
         keys.set(event.data1);
-        if (mayChange) keys.set();
-        if (isPercussion || mayChange) used.percussion[program] |= keys;
-        if (!isPercussion || mayChange) used.melodic[program] |= keys;
+        if (mayChange) {
+            keys.set();
+        }
+        if (isPercussion || mayChange) {
+            used.percussion[program] |= keys;
+        }
+        if (!isPercussion || mayChange) {
+            used.melodic[program] |= keys;
+        }
     }
 }
 
@@ -364,7 +420,9 @@ void AddSubstitutes(const SoundFont& font, UsedPrograms& used) {
         const Table& heads = font.presets.heads;
         for (u32 preset = 0; preset + 1 < heads.Rows(); ++preset) {
             const bool isPercussion = heads.Get16(preset, 22) == kPercussionBank;
-            if (isPercussion == percussion && heads.Get16(preset, 20) == program) return true;
+            if (isPercussion == percussion && heads.Get16(preset, 20) == program) {
+                return true;
+            }
         }
         return false;
     };
@@ -372,9 +430,13 @@ void AddSubstitutes(const SoundFont& font, UsedPrograms& used) {
         std::map<u32, Keys>& programs = percussion ? used.percussion : used.melodic;
         Keys substituted;
         for (const auto& [program, keys] : programs) {
-            if (!has(percussion, program)) substituted |= keys;
+            if (!has(percussion, program)) {
+                substituted |= keys;
+            }
         }
-        if (substituted.any()) programs[0] |= substituted;
+        if (substituted.any()) {
+            programs[0] |= substituted;
+        }
     }
 }
 
@@ -388,10 +450,16 @@ UsedPrograms ProgramsOfMusic(const std::string& folder) {
         std::string bytes;
         SmfFile file;
         std::string reason;
-        if (!ReadWholeFile(entry->path(), kLargestPiece, bytes).empty()) continue;
-        if (bytes.compare(0, 4, "MThd") != 0) continue;
+        if (!ReadWholeFile(entry->path(), kLargestPiece, bytes).empty()) {
+            continue;
+        }
+        if (bytes.compare(0, 4, "MThd") != 0) {
+            continue;
+        }
         const std::span<const u8> span(reinterpret_cast<const u8*>(bytes.data()), bytes.size());
-        if (!ReadSmf(span, file, reason)) continue;
+        if (!ReadSmf(span, file, reason)) {
+            continue;
+        }
         ++used.pieces;
         AddPrograms(file, used);
     }
@@ -400,7 +468,9 @@ UsedPrograms ProgramsOfMusic(const std::string& folder) {
 
 std::string CutSoundFont(const std::string& bytes, const UsedPrograms& wanted, std::string& small) {
     SoundFont font;
-    if (!ReadSoundFont(bytes, font)) return "damaged, or no SoundFont";
+    if (!ReadSoundFont(bytes, font)) {
+        return "damaged, or no SoundFont";
+    }
     UsedPrograms used = wanted;
     AddSubstitutes(font, used);
     const Heard presets = WantedPresets(font, used);
@@ -420,7 +490,9 @@ std::string CutSoundFont(const std::string& bytes, const UsedPrograms& wanted, s
     cut.instruments = CutLayer(font.instruments, instruments, kept);
     cut.samples.rowSize = kSampleSize;
     for (const u32 sample : samples) {
-        if (!CopySample(font, sample, kept, cut)) return "damaged: a sample has no points";
+        if (!CopySample(font, sample, kept, cut)) {
+            return "damaged: a sample has no points";
+        }
     }
     cut.samples.bytes += font.samples.Row(font.samples.Rows() - 1);
     small = Written(cut);

@@ -23,7 +23,9 @@ std::vector<FunctionSymbol> FunctionsOf(const SymbolNames& names) {
         const auto name = std::find_if(all.begin(), all.end(), [](const std::string& one) {
             return one.find('@') == std::string::npos;
         });
-        if (name == all.end()) continue;
+        if (name == all.end()) {
+            continue;
+        }
         found.push_back({address, !names.variables.contains(address), *name});
     }
     return found;
@@ -41,8 +43,12 @@ std::string LoadSymbols(const std::string& path) {
     std::string why;
     const std::optional<std::string> text = mxasm::ReadWholeFile(path, kMostBytes, false, why);
     SymbolNames read;
-    if (text) why = ParseSymbolFile(*text, read);
-    if (!why.empty()) return path + ": " + why;
+    if (text) {
+        why = ParseSymbolFile(*text, read);
+    }
+    if (!why.empty()) {
+        return path + ": " + why;
+    }
     symbols = std::move(read);
     functions = FunctionsOf(symbols);
     return "";
@@ -58,7 +64,9 @@ size_t SymbolCount() {
 
 std::optional<u32> ValueOfSymbol(std::string_view name) {
     const auto symbol = symbols.values.find(name);
-    if (symbol == symbols.values.end()) return std::nullopt;
+    if (symbol == symbols.values.end()) {
+        return std::nullopt;
+    }
     return static_cast<u32>(symbol->second);
 }
 
@@ -70,13 +78,17 @@ const std::vector<std::string>& NamesAt(u32 address) {
 
 std::optional<u32> NearestNamed(u32 address) {
     const auto above = symbols.byAddress.upper_bound(address);
-    if (above == symbols.byAddress.begin()) return std::nullopt;
+    if (above == symbols.byAddress.begin()) {
+        return std::nullopt;
+    }
     return std::prev(above)->first;
 }
 
 const FunctionSymbol* FunctionSymbolAt(u32 address) {
     const auto above = FirstAbove(address);
-    if (above == functions.begin()) return nullptr;
+    if (above == functions.begin()) {
+        return nullptr;
+    }
     const FunctionSymbol& nearest = *std::prev(above);
     return nearest.isCode ? &nearest : nullptr;
 }

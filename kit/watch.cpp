@@ -51,22 +51,34 @@ struct Stamp {
 
 Stamp StampOf(const std::string& path) {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0) return {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
     return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
 }
 
 // Why the file is no whole module that this machine runs, "" when it is one.
 std::string WhyNoModule(const std::string& path) {
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) return "not a file";
+    if (!std::filesystem::is_regular_file(path, error)) {
+        return "not a file";
+    }
     std::ifstream file(path, std::ios::binary);
     u8 header[kHeaderSize];
-    if (!file.read(reinterpret_cast<char*>(header), sizeof header)) return "no whole header";
-    if (std::memcmp(header + kHeaderMagic, "MOXI6", 6) != 0) return "not a MOXI 6 module";
+    if (!file.read(reinterpret_cast<char*>(header), sizeof header)) {
+        return "no whole header";
+    }
+    if (std::memcmp(header + kHeaderMagic, "MOXI6", 6) != 0) {
+        return "not a MOXI 6 module";
+    }
     const u32 loadedLength = LoadBytes<u32>(header + kHeaderLoadedLength);
-    if (loadedLength < kHeaderSize) return "a loaded length below the header's";
+    if (loadedLength < kHeaderSize) {
+        return "a loaded length below the header's";
+    }
     file.seekg(0, std::ios::end);
-    if (static_cast<u64>(file.tellg()) < loadedLength) return "the file is not complete";
+    if (static_cast<u64>(file.tellg()) < loadedLength) {
+        return "the file is not complete";
+    }
     return "";
 }
 
@@ -79,15 +91,21 @@ class WatchedModule {
     bool HasChanged() {
         path = ModulePath();
         const Stamp now = StampOf(path);
-        if (now == seen) return false;
+        if (now == seen) {
+            return false;
+        }
         if (!(now == latest)) {
             latest = now;
             since = Clock::now();
             return false;
         }
         const std::string reason = WhyNoModule(path);
-        if (reason.empty()) return true;
-        if (Clock::now() - since < kWriting) return false;
+        if (reason.empty()) {
+            return true;
+        }
+        if (Clock::now() - since < kWriting) {
+            return false;
+        }
         SystemLog(path + ": " + reason + ", the game goes on as it is");
         seen = now;
         return false;
@@ -114,14 +132,17 @@ Stamps StampsOfSources() {
     const std::filesystem::path folder = std::filesystem::path(ModulePath()).parent_path();
     Stamps stamps;
     std::error_code error;
-    if (!std::filesystem::exists(folder / "MAIN.LUA", error)) return stamps;
+    if (!std::filesystem::exists(folder / "MAIN.LUA", error)) {
+        return stamps;
+    }
     std::filesystem::recursive_directory_iterator entry(
         folder, std::filesystem::directory_options::skip_permission_denied, error);
     for (; !error && entry != std::filesystem::recursive_directory_iterator();
          entry.increment(error)) {
         const std::filesystem::path& path = entry->path();
-        if (IsSource(path))
+        if (IsSource(path)) {
             stamps[path.lexically_relative(folder).string()] = StampOf(path.string());
+        }
     }
     return stamps;
 }
@@ -130,8 +151,12 @@ Stamps StampsOfSources() {
 std::string FirstDifference(const Stamps& before, const Stamps& now) {
     auto old = before.begin();
     for (const auto& [name, stamp] : now) {
-        if (old == before.end() || old->first > name) return name;  // a new one
-        if (old->first < name || !(old->second == stamp)) return old->first;
+        if (old == before.end() || old->first > name) {
+            return name;  // a new one
+        }
+        if (old->first < name || !(old->second == stamp)) {
+            return old->first;
+        }
         ++old;
     }
     return old == before.end() ? "" : old->first;
@@ -169,7 +194,9 @@ struct Watched {
 sigset_t WatchedSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+    for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) {
+        sigaddset(&signals, signal);
+    }
     return signals;
 }
 
@@ -180,15 +207,21 @@ void WaitOnce(pid_t game, milliseconds time) {
                             .tv_nsec = time.count() % 1000 * 1000000};
     siginfo_t info;
     const int signal = sigtimedwait(&signals, &info, &limit);
-    if (signal > 0 && signal != SIGCHLD && info.si_code != SI_KERNEL) kill(game, signal);
+    if (signal > 0 && signal != SIGCHLD && info.si_code != SI_KERNEL) {
+        kill(game, signal);
+    }
 }
 
 // The exit status of a game that has ended.
 std::optional<int> StatusOf(pid_t game) {
     int status = 0;
     const pid_t ended = waitpid(game, &status, WNOHANG);
-    if (ended == 0 || (ended < 0 && errno == EINTR)) return std::nullopt;
-    if (ended > 0 && WIFEXITED(status)) return WEXITSTATUS(status);
+    if (ended == 0 || (ended < 0 && errno == EINTR)) {
+        return std::nullopt;
+    }
+    if (ended > 0 && WIFEXITED(status)) {
+        return WEXITSTATUS(status);
+    }
     return 128 + (ended > 0 ? WTERMSIG(status) : 0);
 }
 
@@ -196,7 +229,9 @@ bool EndsWithin(pid_t game, milliseconds time) {
     const Clock::time_point end = Clock::now() + time;
     while (!StatusOf(game)) {
         const auto left = std::chrono::duration_cast<milliseconds>(end - Clock::now());
-        if (left.count() <= 0) return false;
+        if (left.count() <= 0) {
+            return false;
+        }
         WaitOnce(game, left);
     }
     return true;
@@ -205,9 +240,13 @@ bool EndsWithin(pid_t game, milliseconds time) {
 // First the game is asked, then it is ended.
 void EndGame(pid_t game) {
     kill(game, SIGTERM);
-    if (EndsWithin(game, kPatience)) return;
+    if (EndsWithin(game, kPatience)) {
+        return;
+    }
     kill(game, SIGTERM);
-    if (EndsWithin(game, kLastPatience)) return;
+    if (EndsWithin(game, kLastPatience)) {
+        return;
+    }
     kill(game, SIGKILL);
     waitpid(game, nullptr, 0);
 }
@@ -216,9 +255,13 @@ void EndGame(pid_t game) {
 // put into `changed`.
 std::optional<int> WatchRun(pid_t game, Watched& files, std::string& changed) {
     for (;;) {
-        if (const std::optional<int> status = StatusOf(game)) return status;
+        if (const std::optional<int> status = StatusOf(game)) {
+            return status;
+        }
         changed = files.Changed();
-        if (!changed.empty()) return std::nullopt;
+        if (!changed.empty()) {
+            return std::nullopt;
+        }
         WaitOnce(game, kLook);
     }
 }
@@ -241,11 +284,15 @@ std::optional<int> WatchGame() {
         if (game == 0) {
             // The game does not outlive the one who watches it.
             prctl(PR_SET_PDEATHSIG, SIGTERM);
-            if (getppid() != watcher) _exit(1);
+            if (getppid() != watcher) {
+                _exit(1);
+            }
             sigprocmask(SIG_SETMASK, &before, nullptr);
             return std::nullopt;
         }
-        if (const std::optional<int> status = WatchRun(game, files, changed)) return status;
+        if (const std::optional<int> status = WatchRun(game, files, changed)) {
+            return status;
+        }
         SystemLog(changed + " has changed, the game starts again");
         EndGame(game);
     }

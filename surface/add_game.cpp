@@ -24,7 +24,9 @@ bool CanBeGame(const fs::path& file) {
 }
 
 std::string WithHome(const std::string& path) {
-    if (path != "~" && path.rfind("~/", 0) != 0) return path;
+    if (path != "~" && path.rfind("~/", 0) != 0) {
+        return path;
+    }
     return HomeFolder() + path.substr(1);
 }
 
@@ -33,7 +35,9 @@ std::string WithHome(const std::string& path) {
 std::vector<std::string> CompletionsOf(const std::string& path) {
     const std::string whole = WithHome(path);
     const size_t slash = whole.rfind('/');
-    if (slash == std::string::npos) return {};
+    if (slash == std::string::npos) {
+        return {};
+    }
     const std::string folder = whole.substr(0, slash + 1);
     const std::string start = whole.substr(slash + 1);
     std::vector<std::string> found;
@@ -56,7 +60,9 @@ std::vector<std::string> CompletionsOf(const std::string& path) {
 
 std::string Completed(const std::string& path) {
     const std::vector<std::string> all = CompletionsOf(path);
-    if (all.empty()) return path;
+    if (all.empty()) {
+        return path;
+    }
     std::string common = all.front();
     for (const std::string& one : all) {
         common.resize(static_cast<size_t>(
@@ -64,13 +70,17 @@ std::string Completed(const std::string& path) {
             common.begin()));
     }
     // Not within a character.
-    while (!common.empty() && (static_cast<u8>(common.back()) & 0xC0) == 0xC0) common.pop_back();
+    while (!common.empty() && (static_cast<u8>(common.back()) & 0xC0) == 0xC0) {
+        common.pop_back();
+    }
     return common.size() > WithHome(path).size() ? common : path;
 }
 
 std::string PlainPath(const std::string& path) {
     std::string plain = WithHome(path);
-    while (plain.size() > 1 && plain.back() == '/') plain.pop_back();
+    while (plain.size() > 1 && plain.back() == '/') {
+        plain.pop_back();
+    }
     return plain;
 }
 
@@ -81,10 +91,14 @@ void BuildAddGame(Surface& surface, i32 width, i32 height, double scale, const s
     Control& field =
         AddControl(surface, Role::Field, kPathField, Words("A game's folder, archive or file"));
     field.value = path;
-    if (!problem.empty()) AddControl(surface, Role::Note, "problem", problem);
+    if (!problem.empty()) {
+        AddControl(surface, Role::Note, "problem", problem);
+    }
     size_t count = 0;
     for (const std::string& completion : CompletionsOf(path)) {
-        if (++count > kMostShown) break;
+        if (++count > kMostShown) {
+            break;
+        }
         AddControl(surface, Role::Row, completion, completion);
     }
     AddControl(surface, Role::Button, kAddButton, Words("Add")).part = Part::Foot;

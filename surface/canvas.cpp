@@ -23,7 +23,9 @@ Area Touched(const Canvas& canvas, const Box& box) {
         std::min({box.x + box.width, canvas.clip.x + canvas.clip.width, double(canvas.width)});
     const double bottom =
         std::min({box.y + box.height, canvas.clip.y + canvas.clip.height, double(canvas.height)});
-    if (!(left < right && top < bottom)) return {0, 0, 0, 0};
+    if (!(left < right && top < bottom)) {
+        return {0, 0, 0, 0};
+    }
     return {static_cast<i32>(std::floor(left)), static_cast<i32>(std::floor(top)),
             static_cast<i32>(std::ceil(right)), static_cast<i32>(std::ceil(bottom))};
 }
@@ -61,7 +63,9 @@ void DrawByDistance(Canvas& canvas, const Box& box, double radius, Colour colour
     for (i32 y = area.top; y < area.bottom; ++y) {
         for (i32 x = area.left; x < area.right; ++x) {
             const double covered = coverage(Distance(box, radius, x + 0.5, y + 0.5));
-            if (covered > 0) Blend(PixelAt(canvas, x, y), colour, Part(covered, colour.alpha));
+            if (covered > 0) {
+                Blend(PixelAt(canvas, x, y), colour, Part(covered, colour.alpha));
+            }
         }
     }
 }
@@ -84,9 +88,13 @@ std::map<FontKey, TextFont*>& fonts = *new std::map<FontKey, TextFont*>;
 
 TextFont* FontOf(const TextLook& look) {
     const FontKey key = {std::max(1.0, std::round(look.size * 4) / 4), look.bold};
-    if (const auto found = fonts.find(key); found != fonts.end()) return found->second;
+    if (const auto found = fonts.find(key); found != fonts.end()) {
+        return found->second;
+    }
     if (fonts.size() >= kMostFonts) {
-        for (const auto& [old, font] : fonts) textEngine.releaseFont(font);
+        for (const auto& [old, font] : fonts) {
+            textEngine.releaseFont(font);
+        }
         fonts.clear();
     }
     TextFont* const font = textEngine.makeFont({FontFamily::Helvetica, look.bold, false}, key.size);
@@ -102,14 +110,18 @@ std::string Drawable(std::string_view text) {
         const size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
         const std::string_view character = text.substr(0, length);
         const bool whole = character.size() == length && IsUtf8(character);
-        if (lead != 0) valid += whole ? character : "\xEF\xBF\xBD";
+        if (lead != 0) {
+            valid += whole ? character : "\xEF\xBF\xBD";
+        }
         text.remove_prefix(whole ? length : 1);
     }
     return valid;
 }
 
 void DrawCoverage(Canvas& canvas, double x, double y, const TextPicture& picture, Colour colour) {
-    if (picture.coverage == nullptr) return;
+    if (picture.coverage == nullptr) {
+        return;
+    }
     const i32 left = static_cast<i32>(std::lrint(x)) + picture.left;
     const i32 top = static_cast<i32>(std::lrint(y)) + picture.top;
     const Area area =
@@ -193,7 +205,9 @@ void DrawRoundBorder(Canvas& canvas, const Box& box, double radius, double thick
 }
 
 void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture) {
-    if (picture.width <= 0 || picture.height <= 0) return;
+    if (picture.width <= 0 || picture.height <= 0) {
+        return;
+    }
     const Area area = Touched(canvas, box);
     const double acrossStep = picture.width / box.width;
     const double downStep = picture.height / box.height;
@@ -219,7 +233,9 @@ void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture) {
                 }
                 sums[3] += from[3];
             }
-            if (sums[3] == 0) continue;
+            if (sums[3] == 0) {
+                continue;
+            }
             const Colour colour = {static_cast<u8>(sums[0] / sums[3]),
                                    static_cast<u8>(sums[1] / sums[3]),
                                    static_cast<u8>(sums[2] / sums[3])};
@@ -230,7 +246,9 @@ void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture) {
 
 void Darken(Canvas& canvas, double by) {
     const u32 rest = 256 - Part(by, 1);
-    for (u8& byte : canvas.pixels) byte = static_cast<u8>((byte * rest) >> 8);
+    for (u8& byte : canvas.pixels) {
+        byte = static_cast<u8>((byte * rest) >> 8);
+    }
 }
 
 double TextWidth(const TextLook& look, std::string_view text) {
@@ -241,7 +259,9 @@ double TextWidth(const TextLook& look, std::string_view text) {
 void DrawText(Canvas& canvas, double x, double y, double width, const TextLook& look,
               std::string_view text, Colour colour) {
     std::string valid = Drawable(text);
-    if (valid.empty() || width < 1) return;
+    if (valid.empty() || width < 1) {
+        return;
+    }
     TextFont* const font = FontOf(look);
     if (!textEngine.fit(font, valid, width).whole) {
         constexpr std::string_view kDots = "\xE2\x80\xA6";
@@ -261,13 +281,18 @@ std::vector<std::string> WrapText(const TextLook& look, std::string_view text, d
         if (line.size() < rest.size()) {
             // The blank that follows the line's last word may stand beyond its end.
             const size_t blank = rest.substr(0, line.size() + 1).find_last_of(' ');
-            if (blank != std::string_view::npos && blank > 0) line = rest.substr(0, blank);
+            if (blank != std::string_view::npos && blank > 0) {
+                line = rest.substr(0, blank);
+            }
         }
-        if (line.empty())
+        if (line.empty()) {
             line = rest.substr(0, 1 + rest.substr(1).find_first_not_of("\x80\x81\x82\x83"));
+        }
         lines.emplace_back(line);
         rest.remove_prefix(line.size());
-        while (!rest.empty() && rest[0] == ' ') rest.remove_prefix(1);
+        while (!rest.empty() && rest[0] == ' ') {
+            rest.remove_prefix(1);
+        }
     }
     return lines;
 }

@@ -35,7 +35,9 @@ const char* RoleName(Role role) {
 std::string Quote(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
+        if (c == '"' || c == '\\') {
+            quoted += '\\';
+        }
         quoted += c;
     }
     return WithoutControls(quoted) + "\"";
@@ -49,7 +51,9 @@ std::string ShownValue(const Control& control) {
 }
 
 bool IsSeen(const Surface& surface, const Control& control) {
-    if (control.part != Part::Body) return true;
+    if (control.part != Part::Body) {
+        return true;
+    }
     const Box place = PlaceOf(surface, control);
     return place.y + place.height > surface.view.y &&
            place.y < surface.view.y + surface.view.height;
@@ -91,7 +95,9 @@ void EndControls(Surface& surface) {
     if (focused == nullptr || !TakesFocus(*focused)) {
         surface.focus.clear();
         for (const Control& control : surface.controls) {
-            if (!TakesFocus(control) || control.part == Part::Head) continue;
+            if (!TakesFocus(control) || control.part == Part::Head) {
+                continue;
+            }
             surface.focus = control.id;
             break;
         }
@@ -105,7 +111,9 @@ void EndControls(Surface& surface) {
 }
 
 Control* FindControl(Surface& surface, const std::string& id) {
-    if (id.empty()) return nullptr;
+    if (id.empty()) {
+        return nullptr;
+    }
     const auto found = std::find_if(surface.controls.begin(), surface.controls.end(),
                                     [&id](const Control& control) { return control.id == id; });
     return found != surface.controls.end() ? &*found : nullptr;
@@ -118,19 +126,25 @@ bool TakesFocus(const Control& control) {
 
 void Focus(Surface& surface, const std::string& id) {
     const Control* const control = FindControl(surface, id);
-    if (control == nullptr || !TakesFocus(*control)) return;
+    if (control == nullptr || !TakesFocus(*control)) {
+        return;
+    }
     surface.focus = id;
     Reveal(surface, *control);
 }
 
 Box PlaceOf(const Surface& surface, const Control& control) {
-    if (control.part != Part::Body) return control.box;
+    if (control.part != Part::Body) {
+        return control.box;
+    }
     return {control.box.x + surface.view.x, control.box.y + surface.view.y - surface.scroll,
             control.box.width, control.box.height};
 }
 
 void Reveal(Surface& surface, const Control& control) {
-    if (control.part != Part::Body) return;
+    if (control.part != Part::Body) {
+        return;
+    }
     // With a little of what is beside it.
     constexpr double kMargin = 8;
     const double top = control.box.y - kMargin;
@@ -152,14 +166,26 @@ std::string DumpControls(const Surface& surface) {
         text += " " + (control.id.empty() ? "-" : WithoutControls(control.id)) + " " +
                 Quote(control.name);
         const std::string value = ShownValue(control);
-        if (!value.empty()) text += " value " + Quote(value);
-        if (!control.detail.empty()) text += " detail " + Quote(control.detail);
+        if (!value.empty()) {
+            text += " value " + Quote(value);
+        }
+        if (!control.detail.empty()) {
+            text += " detail " + Quote(control.detail);
+        }
         text += FormatText(" at %d,%d %dx%d", pixels(place.x), pixels(place.y), pixels(place.width),
                            pixels(place.height));
-        if (control.on && control.role != Role::Check) text += " chosen";
-        if (!control.enabled) text += " disabled";
-        if (!IsSeen(surface, control)) text += " out-of-view";
-        if (control.id == surface.focus && TakesFocus(control)) text += " focused";
+        if (control.on && control.role != Role::Check) {
+            text += " chosen";
+        }
+        if (!control.enabled) {
+            text += " disabled";
+        }
+        if (!IsSeen(surface, control)) {
+            text += " out-of-view";
+        }
+        if (control.id == surface.focus && TakesFocus(control)) {
+            text += " focused";
+        }
         text += "\n";
     }
     return text;

@@ -36,7 +36,9 @@ double LayOutTabs(Surface& surface, const Box& room) {
     double y = room.y;
     bool any = false;
     for (Control& control : surface.controls) {
-        if (control.part != Part::Head) continue;
+        if (control.part != Part::Head) {
+            continue;
+        }
         const double width = std::min(TabWidth(control), room.width);
         if (any && x + width > room.x + room.width) {
             x = room.x;
@@ -56,7 +58,9 @@ double LayOutFoot(Surface& surface, const Box& room) {
     double y = 0;
     bool any = false;
     for (Control& control : surface.controls) {
-        if (control.part != Part::Foot) continue;
+        if (control.part != Part::Foot) {
+            continue;
+        }
         const double text = TextWidth({.size = kTextSize}, control.name);
         const double width = std::min(std::max(text + 2.5 * kPad, 84.0), room.width);
         if (any && x - width < room.x) {
@@ -119,7 +123,9 @@ double LayOutBody(Surface& surface, double width) {
     double y = 0;
     double x = 0;
     for (Control& control : surface.controls) {
-        if (control.part != Part::Body) continue;
+        if (control.part != Part::Body) {
+            continue;
+        }
         if (control.role == Role::Tab) {
             const double tab = std::min(TabWidth(control), width);
             if (x > 0 && x + tab > width) {
@@ -130,7 +136,9 @@ double LayOutBody(Surface& surface, double width) {
             x += tab + 4;
             continue;
         }
-        if (x > 0) y += kTabHeight + 8;
+        if (x > 0) {
+            y += kTabHeight + 8;
+        }
         x = 0;
         LayOutBodyControl(control, y, width);
         y += control.box.height + kRowGap;
@@ -144,7 +152,9 @@ void LayOutForm(Surface& surface) {
     const double margin = Margin(surface);
     // Where there is hardly any room everything scrolls.
     if (surface.height - 2 * margin < kLeastForHeadAndFoot) {
-        for (Control& control : surface.controls) control.part = Part::Body;
+        for (Control& control : surface.controls) {
+            control.part = Part::Body;
+        }
     }
     Box frame = {0, 0, std::min(kWidest, surface.width - 2 * margin), 0};
     frame.x = (surface.width - frame.width) / 2;
@@ -166,9 +176,12 @@ void LayOutForm(Surface& surface) {
     surface.view = {frame.x + padding, frame.y + head, inner,
                     std::max(20.0, frame.height - around)};
     for (Control& control : surface.controls) {
-        if (control.part == Part::Head)
+        if (control.part == Part::Head) {
             control.box.y += frame.y + (titled ? kTitleHeight : padding);
-        if (control.part == Part::Foot) control.box.y += frame.y + frame.height - padding - foot;
+        }
+        if (control.part == Part::Foot) {
+            control.box.y += frame.y + frame.height - padding - foot;
+        }
     }
     EndControls(surface);
 }

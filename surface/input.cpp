@@ -38,9 +38,13 @@ constexpr double kWheelStep = 48;  // units a notch
 void MoveFocusInOrder(Surface& surface, i32 step) {
     std::vector<const Control*> order;
     for (const Control& control : surface.controls) {
-        if (TakesFocus(control)) order.push_back(&control);
+        if (TakesFocus(control)) {
+            order.push_back(&control);
+        }
     }
-    if (order.empty()) return;
+    if (order.empty()) {
+        return;
+    }
     const auto now = std::find_if(order.begin(), order.end(), [&surface](const Control* control) {
         return control->id == surface.focus;
     });
@@ -60,7 +64,9 @@ Box PlaceForArrows(const Surface& surface, const Control& control) {
         place.x += surface.view.x;
         place.y += surface.view.y;
     }
-    if (control.part == Part::Foot) place.y += surface.bodyHeight;
+    if (control.part == Part::Foot) {
+        place.y += surface.bodyHeight;
+    }
     return place;
 }
 
@@ -77,26 +83,38 @@ std::optional<double> WayTo(const Box& from, const Box& to, i32 across, i32 down
     const double away = across != 0 ? gap(from.x, from.width, to.x, to.width)
                                     : gap(from.y, from.height, to.y, to.height);
     // Beside each other is not ahead.
-    if (ahead <= 0.5 || (away <= 0 && aside > 0)) return {};
-    if (across != 0 && aside > 0) return {};
+    if (ahead <= 0.5 || (away <= 0 && aside > 0)) {
+        return {};
+    }
+    if (across != 0 && aside > 0) {
+        return {};
+    }
     const double off = across != 0 ? std::fabs(middleDown) : std::fabs(middleAcross) / 8;
     return ahead + 2 * aside + off;
 }
 
 void MoveFocusBy(Surface& surface, i32 across, i32 down) {
     const Control* const now = FindControl(surface, surface.focus);
-    if (now == nullptr) return MoveFocusInOrder(surface, across + down);
+    if (now == nullptr) {
+        return MoveFocusInOrder(surface, across + down);
+    }
     const Box from = PlaceForArrows(surface, *now);
     const Control* best = nullptr;
     double shortest = 0;
     for (const Control& control : surface.controls) {
-        if (!TakesFocus(control) || &control == now) continue;
+        if (!TakesFocus(control) || &control == now) {
+            continue;
+        }
         const auto way = WayTo(from, PlaceForArrows(surface, control), across, down);
-        if (!way || (best != nullptr && *way >= shortest)) continue;
+        if (!way || (best != nullptr && *way >= shortest)) {
+            continue;
+        }
         best = &control;
         shortest = *way;
     }
-    if (best != nullptr) return Focus(surface, best->id);
+    if (best != nullptr) {
+        return Focus(surface, best->id);
+    }
     // There may be something to read beyond the last control.
     if (down != 0) {
         surface.scroll = down > 0 ? std::max(0.0, surface.bodyHeight - surface.view.height) : 0;
@@ -109,20 +127,28 @@ void ScrollPage(Surface& surface, i32 down) {
     // The focus comes along.
     const Control* best = nullptr;
     for (const Control& control : surface.controls) {
-        if (!TakesFocus(control) || control.part != Part::Body) continue;
+        if (!TakesFocus(control) || control.part != Part::Body) {
+            continue;
+        }
         const bool seen =
             control.box.y >= surface.scroll &&
             control.box.y + control.box.height <= surface.scroll + surface.view.height;
-        if (seen && (best == nullptr || down > 0)) best = &control;
+        if (seen && (best == nullptr || down > 0)) {
+            best = &control;
+        }
     }
-    if (best != nullptr) surface.focus = best->id;
+    if (best != nullptr) {
+        surface.focus = best->id;
+    }
 }
 
 // --- Values
 
 Want SetSlider(Control& control, double percent) {
     const u32 value = static_cast<u32>(std::lrint(std::clamp(percent, 0.0, 100.0)));
-    if (value == control.percent) return {};
+    if (value == control.percent) {
+        return {};
+    }
     control.percent = value;
     return {.kind = WantKind::Change, .id = control.id};
 }
@@ -159,14 +185,22 @@ bool IsContinuation(char c) {
 }
 
 size_t CharacterBefore(const std::string& text, size_t at) {
-    if (at > 0) --at;
-    while (at > 0 && IsContinuation(text[at])) --at;
+    if (at > 0) {
+        --at;
+    }
+    while (at > 0 && IsContinuation(text[at])) {
+        --at;
+    }
     return at;
 }
 
 size_t CharacterAfter(const std::string& text, size_t at) {
-    if (at < text.size()) ++at;
-    while (at < text.size() && IsContinuation(text[at])) ++at;
+    if (at < text.size()) {
+        ++at;
+    }
+    while (at < text.size() && IsContinuation(text[at])) {
+        ++at;
+    }
     return at;
 }
 
@@ -177,16 +211,22 @@ bool IsPrintable(const std::string& text) {
 Want Insert(Control& field, const std::string& text) {
     std::string line;
     for (const char c : text) {
-        if (static_cast<u8>(c) >= 0x20 && c != 0x7F) line += c;
+        if (static_cast<u8>(c) >= 0x20 && c != 0x7F) {
+            line += c;
+        }
     }
-    if (line.empty()) return {};
+    if (line.empty()) {
+        return {};
+    }
     field.value.insert(field.caret, line);
     field.caret += line.size();
     return {.kind = WantKind::Change, .id = field.id};
 }
 
 Want Erase(Control& field, size_t from, size_t to) {
-    if (from == to) return {};
+    if (from == to) {
+        return {};
+    }
     field.value.erase(from, to - from);
     field.caret = from;
     return {.kind = WantKind::Change, .id = field.id};
@@ -196,7 +236,9 @@ Want Erase(Control& field, size_t from, size_t to) {
 std::optional<Want> HandleFieldKey(Control& field, const SurfaceInput& input) {
     field.caret = std::min(field.caret, field.value.size());
     if (input.command) {
-        if (input.text != "v" && input.text != "V") return {};
+        if (input.text != "v" && input.text != "V") {
+            return {};
+        }
         return Insert(field, desktop.clipboardText().value_or(""));
     }
     switch (input.code) {
@@ -209,7 +251,9 @@ std::optional<Want> HandleFieldKey(Control& field, const SurfaceInput& input) {
         case kDelete: return Erase(field, field.caret, CharacterAfter(field.value, field.caret));
         default: break;
     }
-    if (IsPrintable(input.text)) return Insert(field, input.text);
+    if (IsPrintable(input.text)) {
+        return Insert(field, input.text);
+    }
     return {};
 }
 
@@ -222,7 +266,9 @@ bool HasValue(const Control* control) {
 // From one tab to the next by the arrow keys: its page is seen at once.
 Want PressTab(Surface& surface) {
     const Control* const focused = FindControl(surface, surface.focus);
-    if (focused == nullptr || focused->role != Role::Tab || focused->on) return {};
+    if (focused == nullptr || focused->role != Role::Tab || focused->on) {
+        return {};
+    }
     return {.kind = WantKind::Press, .id = focused->id};
 }
 
@@ -230,7 +276,9 @@ Want HandleKey(Surface& surface, const SurfaceInput& input) {
     surface.showsFocus = true;
     Control* const focused = FindControl(surface, surface.focus);
     if (focused != nullptr && focused->role == Role::Field) {
-        if (const auto want = HandleFieldKey(*focused, input)) return *want;
+        if (const auto want = HandleFieldKey(*focused, input)) {
+            return *want;
+        }
     }
     switch (input.code) {
         case kEscape: return {.kind = WantKind::Leave};
@@ -240,7 +288,9 @@ Want HandleKey(Surface& surface, const SurfaceInput& input) {
         case kLeft:
         case kRight: {
             const i32 step = input.code == kRight ? 1 : -1;
-            if (HasValue(focused)) return StepValue(*focused, step);
+            if (HasValue(focused)) {
+                return StepValue(*focused, step);
+            }
             MoveFocusBy(surface, step, 0);
             return PressTab(surface);
         }
@@ -257,12 +307,18 @@ Want HandleKey(Surface& surface, const SurfaceInput& input) {
         case kReturn:
         case kKeypadEnter: return focused != nullptr ? Activate(*focused) : Want{};
         case kDelete:
-            if (focused == nullptr || focused->role != Role::Row) return {};
+            if (focused == nullptr || focused->role != Role::Row) {
+                return {};
+            }
             return {.kind = WantKind::Delete, .id = focused->id};
         default: break;
     }
-    if (input.command || input.option) return {};
-    if (input.code == kSpace && focused != nullptr) return Activate(*focused);
+    if (input.command || input.option) {
+        return {};
+    }
+    if (input.code == kSpace && focused != nullptr) {
+        return Activate(*focused);
+    }
     if (input.code == kBackspace || IsPrintable(input.text)) {
         return {.kind = WantKind::Type, .text = input.text};
     }
@@ -282,9 +338,15 @@ Want HandleText(Surface& surface, const std::string& text) {
 
 Control* ControlAt(Surface& surface, double x, double y) {
     for (Control& control : surface.controls) {
-        if (!TakesFocus(control)) continue;
-        if (control.part == Part::Body && !Contains(surface.view, x, y)) continue;
-        if (Contains(PlaceOf(surface, control), x, y)) return &control;
+        if (!TakesFocus(control)) {
+            continue;
+        }
+        if (control.part == Part::Body && !Contains(surface.view, x, y)) {
+            continue;
+        }
+        if (Contains(PlaceOf(surface, control), x, y)) {
+            return &control;
+        }
     }
     return nullptr;
 }
@@ -298,9 +360,13 @@ Want HandlePress(Surface& surface, double x, double y) {
     surface.showsFocus = false;
     Control* const control = ControlAt(surface, x, y);
     surface.grabbed = control != nullptr ? control->id : "";
-    if (control == nullptr) return {};
+    if (control == nullptr) {
+        return {};
+    }
     surface.focus = control->id;
-    if (control->role != Role::Slider) return {};
+    if (control->role != Role::Slider) {
+        return {};
+    }
     const Box way = SliderWay(PlaceOf(surface, *control));
     // Beside its way a slider is only chosen.
     constexpr double kKnob = 12;
@@ -314,7 +380,9 @@ Want HandlePress(Surface& surface, double x, double y) {
 Want HandleRelease(Surface& surface, double x, double y) {
     const std::string grabbed = std::exchange(surface.grabbed, "");
     Control* const control = ControlAt(surface, x, y);
-    if (control == nullptr || control->id != grabbed) return {};
+    if (control == nullptr || control->id != grabbed) {
+        return {};
+    }
     if (control->role == Role::Choice) {
         const Box arrow = ChoiceArrow(PlaceOf(surface, *control), -1);
         return StepValue(*control, Contains(arrow, x, y) ? -1 : 1);
@@ -326,7 +394,9 @@ Want HandleMove(Surface& surface, double x, double y) {
     Control* const under = ControlAt(surface, x, y);
     surface.hot = under != nullptr ? under->id : "";
     Control* const grabbed = FindControl(surface, surface.grabbed);
-    if (grabbed == nullptr || grabbed->role != Role::Slider) return {};
+    if (grabbed == nullptr || grabbed->role != Role::Slider) {
+        return {};
+    }
     return DragSlider(surface, *grabbed, x);
 }
 

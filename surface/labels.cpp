@@ -144,12 +144,16 @@ std::string Filled(std::string_view text, std::string_view word) {
 }
 
 std::string KeyLabel(std::string_view name) {
-    if (const char* const english = Find(kKeys, name)) return Words(english);
+    if (const char* const english = Find(kKeys, name)) {
+        return Words(english);
+    }
     constexpr std::string_view kPrefix = "keypad-";
     if (name.substr(0, kPrefix.size()) == kPrefix) {
         std::string_view sign = name.substr(kPrefix.size());
         for (const KeypadKey& key : kKeypad) {
-            if (key.name == name) sign = key.sign;
+            if (key.name == name) {
+                sign = key.sign;
+            }
         }
         return Filled(Words("Keypad %s"), sign);
     }

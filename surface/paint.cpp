@@ -82,7 +82,9 @@ void PaintName(const Painter& painter, const Control& control, const Box& place,
                double valueWidth) {
     Box box = {place.x + kPad, place.y, NameWidth(place, valueWidth), place.height};
     const bool below = control.role == Role::Slider || control.role == Role::Choice;
-    if (below && IsStacked(place)) box.height = place.height - kControlHeight + 8;
+    if (below && IsStacked(place)) {
+        box.height = place.height - kControlHeight + 8;
+    }
     painter.Lines(box, {.size = kTextSize}, control, TextColour(control));
 }
 
@@ -129,7 +131,9 @@ void PaintChoice(const Painter& painter, const Control& control, const Box& plac
 void PaintButton(const Painter& painter, const Control& control, const Box& place) {
     const bool hot = Is(painter.surface.hot, control);
     Box box = place;
-    if (control.part == Part::Body) box = Inset(place, 2);
+    if (control.part == Part::Body) {
+        box = Inset(place, 2);
+    }
     painter.Round(box, kRadius, hot ? kHotFill : kFill);
     painter.Text({box.x + kPad / 2, box.y, box.width - kPad, box.height}, {.size = kTextSize},
                  control.name, TextColour(control), 0.5);
@@ -137,7 +141,9 @@ void PaintButton(const Painter& painter, const Control& control, const Box& plac
 
 void PaintTab(const Painter& painter, const Control& control, const Box& place) {
     const bool hot = Is(painter.surface.hot, control);
-    if (control.on || hot) painter.Round(place, kRadius, control.on ? kFill : kRowFill);
+    if (control.on || hot) {
+        painter.Round(place, kRadius, control.on ? kFill : kRowFill);
+    }
     painter.Text(place, {.size = kTextSize, .bold = false}, control.name,
                  control.on ? kText : kQuietText, 0.5);
     if (control.on) {
@@ -148,7 +154,9 @@ void PaintTab(const Painter& painter, const Control& control, const Box& place) 
 
 // The picture as large as it fits into the box, in the middle.
 void PaintPicture(const Painter& painter, const Box& box, const Picture& picture) {
-    if (picture.width <= 0 || picture.height <= 0) return;
+    if (picture.width <= 0 || picture.height <= 0) {
+        return;
+    }
     const double scale = std::min(box.width / picture.width, box.height / picture.height);
     const double width = picture.width * scale;
     const double height = picture.height * scale;
@@ -165,7 +173,9 @@ void PaintCard(const Painter& painter, const Control& control, const Box& place)
     constexpr double kEdge = 8;
     const Box box = {place.x + kEdge, place.y + kEdge, place.width - 2 * kEdge,
                      place.height - kTexts - kEdge};
-    if (control.picture != nullptr) PaintPicture(painter, box, *control.picture);
+    if (control.picture != nullptr) {
+        PaintPicture(painter, box, *control.picture);
+    }
     const double x = place.x + kEdge + 2;
     const double width = place.width - 2 * kEdge - 4;
     double y = place.y + place.height - kTexts + 4;
@@ -179,7 +189,9 @@ void PaintCard(const Painter& painter, const Control& control, const Box& place)
 }
 
 void PaintRow(const Painter& painter, const Control& control, const Box& place) {
-    if (control.card) return PaintCard(painter, control, place);
+    if (control.card) {
+        return PaintCard(painter, control, place);
+    }
     if (control.on || Is(painter.surface.hot, control)) {
         painter.Round(place, kRadius, control.on ? kHotFill : kRowFill);
     }
@@ -241,8 +253,12 @@ void PaintField(const Painter& painter, const Control& control, const Box& place
 }
 
 void PaintFocus(const Painter& painter, const Control& control, const Box& place) {
-    if (!painter.surface.showsFocus || !Is(painter.surface.focus, control)) return;
-    if (!TakesFocus(control)) return;
+    if (!painter.surface.showsFocus || !Is(painter.surface.focus, control)) {
+        return;
+    }
+    if (!TakesFocus(control)) {
+        return;
+    }
     painter.Border(place, kRadius, 2, kAccent);
 }
 
@@ -252,7 +268,9 @@ void PaintControl(const Painter& painter, const Control& control) {
     const bool lit = Is(painter.surface.hot, control) &&
                      (control.role == Role::Slider || control.role == Role::Check ||
                       control.role == Role::Choice);
-    if (lit) painter.Round(place, kRadius, kRowFill);
+    if (lit) {
+        painter.Round(place, kRadius, kRowFill);
+    }
     switch (control.role) {
         case Role::Heading:
             painter.Lines({inner.x, inner.y + 6, inner.width, inner.height - 6},
@@ -274,7 +292,9 @@ void PaintControl(const Painter& painter, const Control& control) {
 // How much there is to scroll, and where it stands.
 void PaintScrollBar(const Painter& painter) {
     const Surface& surface = painter.surface;
-    if (surface.bodyHeight <= surface.view.height + 0.5) return;
+    if (surface.bodyHeight <= surface.view.height + 0.5) {
+        return;
+    }
     const double part = surface.view.height / surface.bodyHeight;
     const double height = std::max(16.0, surface.view.height * part);
     const double way = surface.view.height - height;
@@ -299,7 +319,9 @@ void PaintSurface(const Surface& surface, Canvas& canvas) {
         if (control.part == Part::Body) {
             const Box view = painter.Pixels(surface.view);
             const Box place = painter.Pixels(PlaceOf(surface, control));
-            if (place.y + place.height < view.y || place.y > view.y + view.height) continue;
+            if (place.y + place.height < view.y || place.y > view.y + view.height) {
+                continue;
+            }
             canvas.clip = view;
         }
         PaintControl(painter, control);

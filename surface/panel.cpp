@@ -37,17 +37,23 @@ Panel panel;
 void DrawGame(Canvas& canvas, ViewSize size) {
     ResizeCanvas(canvas, size.width, size.height);
     const ViewBuffer& view = viewBuffer;
-    if (view.width <= 0 || view.height <= 0) return;
+    if (view.width <= 0 || view.height <= 0) {
+        return;
+    }
     const double scale =
         std::max(1.0, std::min(double(size.width) / view.width, double(size.height) / view.height));
     const i32 left = static_cast<i32>((size.width - view.width * scale) / 2);
     const i32 top = static_cast<i32>((size.height - view.height * scale) / 2);
     for (i32 y = std::max(top, 0); y < size.height; ++y) {
         const i32 row = static_cast<i32>((y - top) / scale);
-        if (row >= view.height) break;
+        if (row >= view.height) {
+            break;
+        }
         for (i32 x = std::max(left, 0); x < size.width; ++x) {
             const i32 column = static_cast<i32>((x - left) / scale);
-            if (column >= view.width) break;
+            if (column >= view.width) {
+                break;
+            }
             const u8* const from =
                 view.pixels.data() + 4 * (static_cast<size_t>(row) * view.width + column);
             std::copy_n(from, 4,
@@ -63,7 +69,9 @@ void DrawBackdrop(Canvas& canvas, ViewSize size) {
 
 // How much of the panel is to be seen, 0 to 1. The desktop's own clock stands still meanwhile.
 double Shown() {
-    if (!panel.moves || preferences.reducedMotion) return 1;
+    if (!panel.moves || preferences.reducedMotion) {
+        return 1;
+    }
     constexpr double kFadeSeconds = 0.12;
     const std::chrono::duration<double> since = std::chrono::steady_clock::now() - panel.openedAt;
     return std::clamp(since.count() / kFadeSeconds, 0.0, 1.0);
@@ -85,18 +93,24 @@ void LayOut() {
     const ViewSize size = desktop.windowPixels();
     const bool resized = size.width != panel.size.width || size.height != panel.size.height;
     panel.size = size;
-    if (resized) DrawBackdrop(panel.backdrop, size);
+    if (resized) {
+        DrawBackdrop(panel.backdrop, size);
+    }
     BeginControls(panel.surface, size.width, size.height,
                   SurfaceScale(size.width, size.height, preferences.largeText));
     AddPanelControls(panel.surface, panel.state);
     if (resized) {
         const Control* const focused = FindControl(panel.surface, panel.surface.focus);
-        if (focused != nullptr) Reveal(panel.surface, *focused);
+        if (focused != nullptr) {
+            Reveal(panel.surface, *focused);
+        }
     }
 }
 
 void Open() {
-    if (!Pause(PauseReason::Panel)) return;
+    if (!Pause(PauseReason::Panel)) {
+        return;
+    }
     UseSurfacePadMap(true);
     const PanelState kept = panel.state;
     panel.open = true;
@@ -132,12 +146,16 @@ void StartPanel(const PanelOptions& options) {
 }
 
 void TogglePanel() {
-    if (panel.open) return ClosePanel();
+    if (panel.open) {
+        return ClosePanel();
+    }
     Open();
 }
 
 void ClosePanel() {
-    if (!panel.open) return;
+    if (!panel.open) {
+        return;
+    }
     panel.open = false;
     SavePreferences();
     UseSurfacePadMap(false);
@@ -159,19 +177,27 @@ void PanelInput(const SurfaceInput& input) {
     }
     const Seen before = SeenNow();
     const Want want = HandleInput(panel.surface, input);
-    if (!ServeWant(panel.surface, panel.state, want)) return ClosePanel();
+    if (!ServeWant(panel.surface, panel.state, want)) {
+        return ClosePanel();
+    }
     // A press elsewhere takes the question back.
-    if (want.kind == WantKind::Nothing && SeenNow() == before && !isKey) return;
+    if (want.kind == WantKind::Nothing && SeenNow() == before && !isKey) {
+        return;
+    }
     LayOut();
     RequestSurfaceRedraw();
 }
 
 void DrawPanel() {
     const ViewSize size = desktop.windowPixels();
-    if (size.width != panel.size.width || size.height != panel.size.height) LayOut();
+    if (size.width != panel.size.width || size.height != panel.size.height) {
+        LayOut();
+    }
     panel.canvas = panel.backdrop;
     PaintSurface(panel.surface, panel.canvas);
-    if (const double part = Shown(); part < 1) FadeIn(part);
+    if (const double part = Shown(); part < 1) {
+        FadeIn(part);
+    }
     ShowSurface(panel.surface, panel.canvas);
 }
 

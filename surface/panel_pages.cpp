@@ -73,17 +73,27 @@ constexpr const char* kScales[] = {"automatic",     "1", "2", "3", "4", "5", "6"
 constexpr const char* kFilters[] = {"sharp", "smooth"};
 
 std::string ScaleLabel(const std::string& value) {
-    if (value == "automatic") return Words("Automatic");
-    if (value == "fit") return Words("Fill, whole steps");
-    if (value == "fit-fractional") return Words("Fill");
+    if (value == "automatic") {
+        return Words("Automatic");
+    }
+    if (value == "fit") {
+        return Words("Fill, whole steps");
+    }
+    if (value == "fit-fractional") {
+        return Words("Fill");
+    }
     return Filled(Words("%s times"), value);
 }
 
 template <size_t n>
 std::string NextOf(const char* const (&values)[n], const std::string& now, i32 step) {
     size_t at = 0;
-    while (at < n && now != values[at]) ++at;
-    if (at == n) return values[0];
+    while (at < n && now != values[at]) {
+        ++at;
+    }
+    if (at == n) {
+        return values[0];
+    }
     return values[(at + n + static_cast<size_t>(step)) % n];
 }
 
@@ -112,7 +122,9 @@ void AddPicturePage(Surface& surface, const PanelState& state) {
     Control& fullScreen = AddSwitch(surface, state, "full-screen", Words("Full screen"));
     // Also changed by its key, which does not save it. A view that is fitted to the screen is no
     // full screen for the game.
-    if (!IsFitted()) fullScreen.on = desktop.isFullScreen();
+    if (!IsFitted()) {
+        fullScreen.on = desktop.isFullScreen();
+    }
     AddChoice(surface, "scale", Words("Scale"), ScaleLabel(ShownText(state, "scale")));
     AddChoice(surface, "filter", Words("Scaling filter"),
               ShownText(state, "filter") == "sharp" ? Words("Sharp") : Words("Smooth"));
@@ -136,7 +148,9 @@ void AddKeysPage(Surface& surface, const PanelState& state) {
     AddNote(surface, "keys-note",
             Words("A key can play as another one. Keys that are not listed play as themselves."));
     for (const auto& [key, as] : Shown(state, "").keyMap) {
-        if (key == as) continue;
+        if (key == as) {
+            continue;
+        }
         AddControl(surface, Role::Row, "key." + key, KeyLabel(key)).value =
             Filled(Words("plays as %s"), KeyLabel(as));
     }
@@ -226,7 +240,9 @@ void EndCapture(Surface& surface, PanelState& state) {
 void Forget(const PanelState& state, const std::string& name, const std::string& plain) {
     const bool stays = state.scope == PreferenceScope::ThisGame && !IsThisGamesOwn(name);
     ForgetPreference(state.scope, name);
-    if (stays) SetPreference(state.scope, name, plain);
+    if (stays) {
+        SetPreference(state.scope, name, plain);
+    }
     ApplyPreferences();
 }
 
@@ -242,18 +258,26 @@ void ForgetCaptured(const PanelState& state) {
 
 bool Set(const PanelState& state, const std::string& name, const std::string& value) {
     const bool isSet = SetPreference(state.scope, name, value);
-    if (isSet) ApplyPreferences();
+    if (isSet) {
+        ApplyPreferences();
+    }
     return isSet;
 }
 
 void SetFullScreen(bool wanted) {
-    if (desktop.toggleFittedScreen()) return;
-    if (desktop.isFullScreen() != wanted) desktop.toggleFullScreen();
+    if (desktop.toggleFittedScreen()) {
+        return;
+    }
+    if (desktop.isFullScreen() != wanted) {
+        desktop.toggleFullScreen();
+    }
 }
 
 void ServeChange(Surface& surface, PanelState& state, const Want& want) {
     const Control* const control = FindControl(surface, want.id);
-    if (control == nullptr) return;
+    if (control == nullptr) {
+        return;
+    }
     if (want.id == "scope") {
         const bool all = state.scope == PreferenceScope::AllGames;
         state.scope = all ? PreferenceScope::ThisGame : PreferenceScope::AllGames;
@@ -268,7 +292,9 @@ void ServeChange(Surface& surface, PanelState& state, const Want& want) {
         Set(state, want.id, std::to_string(control->percent));
     } else if (control->role == Role::Check) {
         Set(state, want.id, control->on ? "yes" : "no");
-        if (want.id == "full-screen") SetFullScreen(control->on);
+        if (want.id == "full-screen") {
+            SetFullScreen(control->on);
+        }
     }
 }
 
@@ -278,7 +304,9 @@ bool HasPrefix(const std::string& text, std::string_view prefix) {
 
 bool ServePress(Surface& surface, PanelState& state, const std::string& id) {
     for (const PageName& page : kPages) {
-        if (id != page.id) continue;
+        if (id != page.id) {
+            continue;
+        }
         OpenPage(state, page.page);
         surface.scroll = 0;
     }
@@ -289,10 +317,18 @@ bool ServePress(Surface& surface, PanelState& state, const std::string& id) {
         state.folderText = preferences.screenshotFolder;
     }
     state.asksReset = resets && !state.asksReset;
-    if (id == "close") return false;
-    if (id == "add-key") state.capture = Capture::Key;
-    if (id == "remove") ForgetCaptured(state);
-    if (id == "remove" || id == "cancel") EndCapture(surface, state);
+    if (id == "close") {
+        return false;
+    }
+    if (id == "add-key") {
+        state.capture = Capture::Key;
+    }
+    if (id == "remove") {
+        ForgetCaptured(state);
+    }
+    if (id == "remove" || id == "cancel") {
+        EndCapture(surface, state);
+    }
     if (HasPrefix(id, "do.")) {
         Set(state, "pad." + state.captured, id.substr(3));
         EndCapture(surface, state);
@@ -332,11 +368,15 @@ bool ServeWant(Surface& surface, PanelState& state, const Want& want) {
         case WantKind::Change: ServeChange(surface, state, want); return true;
         case WantKind::Press: return ServePress(surface, state, want.id);
         case WantKind::Delete:
-            if (!HasPrefix(want.id, "key.")) return true;
+            if (!HasPrefix(want.id, "key.")) {
+                return true;
+            }
             Forget(state, want.id, want.id.substr(4));
             return true;
         case WantKind::Leave:
-            if (state.capture == Capture::Nothing) return false;
+            if (state.capture == Capture::Nothing) {
+                return false;
+            }
             EndCapture(surface, state);
             return true;
         default: return true;
@@ -349,17 +389,23 @@ bool TakeCapturedKey(PanelState& state, u8 code) {
     switch (state.capture) {
         case Capture::Nothing: return false;
         case Capture::Key:
-            if (code == kEscape) return false;
+            if (code == kEscape) {
+                return false;
+            }
             state.capture = Capture::PlaysAs;
             state.captured = name;
             return true;
         case Capture::PlaysAs:
-            if (code == kEscape) return false;
+            if (code == kEscape) {
+                return false;
+            }
             Set(state, "key." + state.captured, name);
             break;
         case Capture::PadAction:
             // The others are among those to choose from, and move the choice.
-            if (name.size() > 1 && (name[0] != 'f' || name.size() > 3)) return false;
+            if (name.size() > 1 && (name[0] != 'f' || name.size() > 3)) {
+                return false;
+            }
             Set(state, "pad." + state.captured, name);
             break;
     }

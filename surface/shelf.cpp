@@ -60,10 +60,14 @@ const ShelfGame* GameOf(const std::string& path) {
 // --- Controls
 
 std::string FootText() {
-    if (!shelf.message.empty()) return shelf.message;
+    if (!shelf.message.empty()) {
+        return shelf.message;
+    }
     const ShelfGame* const game = GameOf(shelf.surface.focus);
     const std::string about = game != nullptr ? AboutGame(*game) : "";
-    if (!about.empty()) return about;
+    if (!about.empty()) {
+        return about;
+    }
     return Words("Return plays, Delete takes a game off the shelf, typing searches");
 }
 
@@ -138,12 +142,16 @@ void PaintPlaying() {
 
 void Draw() {
     const ViewSize size = desktop.windowPixels();
-    if (size.width <= 0 || size.height <= 0) return;
+    if (size.width <= 0 || size.height <= 0) {
+        return;
+    }
     Build(size);
     ResizeCanvas(shelf.canvas, size.width, size.height);
     FillBox(shelf.canvas, shelf.canvas.clip, kGround);
     PaintSurface(shelf.surface, shelf.canvas);
-    if (!shelf.playing.empty()) PaintPlaying();
+    if (!shelf.playing.empty()) {
+        PaintPlaying();
+    }
     ShowSurface(shelf.surface, shelf.canvas);
 }
 
@@ -154,7 +162,9 @@ void ReadGames() {
 }
 
 void LookForEnd() {
-    if (shelfSlots.isPlaying()) return;
+    if (shelfSlots.isPlaying()) {
+        return;
+    }
     desktop.stopTimer(shelf.look);
     shelf.look = 0;
     shelf.playing.clear();
@@ -166,7 +176,9 @@ void LookForEnd() {
 
 void Play(const ShelfGame& game) {
     shelf.message = shelfSlots.play(game.record.path);
-    if (!shelf.message.empty() || !shelfSlots.isPlaying()) return;
+    if (!shelf.message.empty() || !shelfSlots.isPlaying()) {
+        return;
+    }
     shelf.playing = game.record.name;
     shelf.look = desktop.startTimer(kLookMicroseconds, LookForEnd);
 }
@@ -174,14 +186,22 @@ void Play(const ShelfGame& game) {
 void Remove(const ShelfGame& game) {
     std::string message = Words("%1 is off the shelf. Its files are where they were.");
     const size_t at = message.find("%1");
-    if (at != std::string::npos) message.replace(at, 2, game.record.name);
+    if (at != std::string::npos) {
+        message.replace(at, 2, game.record.name);
+    }
     // The focus goes to the game beside it.
     const auto& controls = shelf.surface.controls;
     std::string next;
     for (size_t i = 0; i < controls.size(); ++i) {
-        if (controls[i].id != game.record.path) continue;
-        if (i + 1 < controls.size() && controls[i + 1].card) next = controls[i + 1].id;
-        if (next.empty() && i > 0 && controls[i - 1].card) next = controls[i - 1].id;
+        if (controls[i].id != game.record.path) {
+            continue;
+        }
+        if (i + 1 < controls.size() && controls[i + 1].card) {
+            next = controls[i + 1].id;
+        }
+        if (next.empty() && i > 0 && controls[i - 1].card) {
+            next = controls[i - 1].id;
+        }
     }
     shelfSlots.remove(game.record.path);
     shelf.surface.focus = next;
@@ -192,7 +212,9 @@ void Remove(const ShelfGame& game) {
 // Its text is gone on with at the end.
 void FocusField(const char* id) {
     shelf.surface.focus = id;
-    if (Control* const field = FindControl(shelf.surface, id)) field->caret = std::string::npos;
+    if (Control* const field = FindControl(shelf.surface, id)) {
+        field->caret = std::string::npos;
+    }
 }
 
 void Search(const std::string& text) {
@@ -218,7 +240,9 @@ void AddGame(const std::string& path) {
     const std::string plain = PlainPath(path);
     shelf.problem = shelfSlots.add(plain);
     if (!shelf.problem.empty()) {
-        if (!shelf.adding) shelf.message = shelf.problem;
+        if (!shelf.adding) {
+            shelf.message = shelf.problem;
+        }
         return;
     }
     CloseAdding();
@@ -238,17 +262,27 @@ void DoInGrid(const Want& want) {
     const ShelfGame* game = GameOf(want.id);
     switch (want.kind) {
         case WantKind::Press:
-            if (want.id == kAdd) return OpenAdding("~/");
-            if (want.id == kSearch) game = FirstFound();
-            if (game != nullptr) Play(*game);
+            if (want.id == kAdd) {
+                return OpenAdding("~/");
+            }
+            if (want.id == kSearch) {
+                game = FirstFound();
+            }
+            if (game != nullptr) {
+                Play(*game);
+            }
             return;
         case WantKind::Change: return Search(FindControl(shelf.surface, kSearch)->value);
         case WantKind::Delete:
-            if (game != nullptr) Remove(*game);
+            if (game != nullptr) {
+                Remove(*game);
+            }
             return;
         case WantKind::Type:
             FocusField(kSearch);
-            if (want.text.empty() || static_cast<u8>(want.text[0]) < ' ') return;
+            if (want.text.empty() || static_cast<u8>(want.text[0]) < ' ') {
+                return;
+            }
             return Search(shelf.search + want.text);
         case WantKind::Leave:
             Search("");
@@ -261,12 +295,18 @@ void DoInGrid(const Want& want) {
 void DoInAdding(const Want& want) {
     switch (want.kind) {
         case WantKind::Press:
-            if (want.id == kCancelButton) return CloseAdding();
-            if (want.id == kAddButton || want.id == kPathField) return AddGame(shelf.path);
+            if (want.id == kCancelButton) {
+                return CloseAdding();
+            }
+            if (want.id == kAddButton || want.id == kPathField) {
+                return AddGame(shelf.path);
+            }
             // A completion: a folder is gone into, a file is added.
             shelf.path = want.id;
             shelf.surface.scroll = 0;
-            if (want.id.back() != '/') return AddGame(shelf.path);
+            if (want.id.back() != '/') {
+                return AddGame(shelf.path);
+            }
             FocusField(kPathField);
             return;
         case WantKind::Change:
@@ -281,22 +321,30 @@ void DoInAdding(const Want& want) {
 // The Tab key in the field goes on with the path, as in a terminal.
 bool CompletePath(const SurfaceInput& input) {
     const bool isTab = input.kind == SurfaceInputKind::KeyDown && input.code == kTabKey;
-    if (!shelf.adding || !isTab || input.shift || shelf.surface.focus != kPathField) return false;
+    if (!shelf.adding || !isTab || input.shift || shelf.surface.focus != kPathField) {
+        return false;
+    }
     const std::string completed = Completed(shelf.path);
-    if (completed == shelf.path) return false;
+    if (completed == shelf.path) {
+        return false;
+    }
     shelf.path = completed;
     FocusField(kPathField);
     return true;
 }
 
 void Take(SurfaceInput input) {
-    if (!shelf.playing.empty()) return;
+    if (!shelf.playing.empty()) {
+        return;
+    }
     input.shift = shelf.shift;
     input.command = shelf.command;
     input.option = shelf.option;
     if (!CompletePath(input)) {
         const Want want = HandleInput(shelf.surface, input);
-        if (want.kind != WantKind::Nothing) shelf.message.clear();
+        if (want.kind != WantKind::Nothing) {
+            shelf.message.clear();
+        }
         if (shelf.adding) {
             DoInAdding(want);
         } else {
@@ -310,9 +358,15 @@ void Take(SurfaceInput input) {
 
 void Key(u8 code, const std::string& text) {
     // The menu's key equivalents that a shelf has.
-    if (shelf.command && (text == "q" || text == "Q")) return desktop.terminate();
-    if (shelf.command && (text == "w" || text == "W")) return desktop.closeWindow();
-    if (shelf.option && code == kReturnKey) return desktop.toggleFullScreen();
+    if (shelf.command && (text == "q" || text == "Q")) {
+        return desktop.terminate();
+    }
+    if (shelf.command && (text == "w" || text == "W")) {
+        return desktop.closeWindow();
+    }
+    if (shelf.option && code == kReturnKey) {
+        return desktop.toggleFullScreen();
+    }
     Take({.kind = SurfaceInputKind::KeyDown, .code = code, .text = text});
 }
 
@@ -358,7 +412,9 @@ DesktopEvents ShelfEvents() {
     events.padButton = PadButtonChanged;
     events.padAxis = PadAxisChanged;
     events.fileDropped = [](const std::string& path) {
-        if (!shelf.playing.empty()) return;
+        if (!shelf.playing.empty()) {
+            return;
+        }
         shelf.message.clear();
         AddGame(path);
         Draw();

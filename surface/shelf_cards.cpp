@@ -54,7 +54,9 @@ std::string Initials(const std::string& name) {
     std::string initials;
     std::string word;
     for (int count = 0; count < 2 && words >> word; ++count) {
-        if (g_utf8_validate(word.data(), static_cast<gssize>(word.size()), nullptr) == 0) continue;
+        if (g_utf8_validate(word.data(), static_cast<gssize>(word.size()), nullptr) == 0) {
+            continue;
+        }
         const char* const next = g_utf8_next_char(word.c_str());
         initials += word.substr(0, static_cast<size_t>(next - word.c_str()));
     }
@@ -63,7 +65,9 @@ std::string Initials(const std::string& name) {
 
 u32 HashOf(const std::string& text) {
     u32 hash = 2166136261u;
-    for (const char c : text) hash = (hash ^ static_cast<u8>(c)) * 16777619u;
+    for (const char c : text) {
+        hash = (hash ^ static_cast<u8>(c)) * 16777619u;
+    }
     return hash ^ hash >> 15;
 }
 
@@ -71,14 +75,18 @@ u32 HashOf(const std::string& text) {
 std::shared_ptr<const Picture> KeptPlate(const std::string& name) {
     static std::map<std::string, std::shared_ptr<const Picture>> plates;
     std::shared_ptr<const Picture>& plate = plates[name];
-    if (plate == nullptr) plate = std::make_shared<const Picture>(PlateOf(name));
+    if (plate == nullptr) {
+        plate = std::make_shared<const Picture>(PlateOf(name));
+    }
     return plate;
 }
 
 std::string DetailOf(const PlayedGame& record, const DateTime& now) {
     std::string detail = PlayedDay(record.lastPlayed, now);
     const std::string time = PlayedTime(record.seconds);
-    if (!time.empty()) detail += (detail.empty() ? "" : ", ") + time;
+    if (!time.empty()) {
+        detail += (detail.empty() ? "" : ", ") + time;
+    }
     return detail.empty() ? Words("Not played yet") : detail;
 }
 
@@ -93,31 +101,49 @@ std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
                                         record.path.substr(record.path.rfind('/') + 1));
         std::istringstream words(Folded(search));
         bool hasAll = true;
-        for (std::string word; words >> word;) hasAll = hasAll && text.find(word) < text.size();
-        if (hasAll) found.push_back(&game);
+        for (std::string word; words >> word;) {
+            hasAll = hasAll && text.find(word) < text.size();
+        }
+        if (hasAll) {
+            found.push_back(&game);
+        }
     }
     return found;
 }
 
 std::string PlayedTime(u64 seconds) {
-    if (seconds == 0) return "";
+    if (seconds == 0) {
+        return "";
+    }
     const u64 minutes = std::max<u64>(seconds / 60, 1);
     const std::string rest = Filled(Words("%1 min"), std::to_string(minutes % 60));
-    if (minutes < 60) return rest;
+    if (minutes < 60) {
+        return rest;
+    }
     const std::string hours = Filled(Words("%1 h"), std::to_string(minutes / 60));
     return minutes % 60 == 0 ? hours : hours + " " + rest;
 }
 
 std::string PlayedDay(u64 lastPlayed, const DateTime& now) {
-    if (lastPlayed == 0) return "";
+    if (lastPlayed == 0) {
+        return "";
+    }
     const time_t time = static_cast<time_t>(lastPlayed);
     tm local = {};
-    if (localtime_r(&time, &local) == nullptr) return "";
+    if (localtime_r(&time, &local) == nullptr) {
+        return "";
+    }
     const i64 days = DayNumber(now.year, now.month, now.day) -
                      DayNumber(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-    if (days == 0) return Words("today");
-    if (days == 1) return Words("yesterday");
-    if (days > 1 && days < 14) return Filled(Words("%1 days ago"), std::to_string(days));
+    if (days == 0) {
+        return Words("today");
+    }
+    if (days == 1) {
+        return Words("yesterday");
+    }
+    if (days > 1 && days < 14) {
+        return Filled(Words("%1 days ago"), std::to_string(days));
+    }
     return FormatText("%d-%2.2d-%2.2d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
@@ -140,7 +166,9 @@ Picture PlateOf(const std::string& name) {
     DrawText(canvas, (kPlateWidth - width) / 2, kPlateHeight / 2.0 + 33, width + 1, look, initials,
              {255, 255, 255, 0.85});
     Picture plate = {kPlateWidth, kPlateHeight, canvas.pixels};
-    for (size_t at = 3; at < plate.pixels.size(); at += 4) plate.pixels[at] = 255;
+    for (size_t at = 3; at < plate.pixels.size(); at += 4) {
+        plate.pixels[at] = 255;
+    }
     return plate;
 }
 

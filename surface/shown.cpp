@@ -18,7 +18,9 @@ void ShowSurface(const Surface& surface, const Canvas& canvas) {
 }
 
 void HideSurfaces() {
-    if (shown == nullptr) return;
+    if (shown == nullptr) {
+        return;
+    }
     shown = nullptr;
     surfacePixels = {};
     desktop.hideSurface();

@@ -27,8 +27,12 @@ std::string_view Variable(const char* name) {
 // What LANGUAGE would say, where it does not. "" and "C" are English.
 std::string Languages() {
     std::string_view locale = Variable("LC_ALL");
-    if (locale.empty()) locale = Variable("LC_MESSAGES");
-    if (locale.empty()) locale = Variable("LANG");
+    if (locale.empty()) {
+        locale = Variable("LC_MESSAGES");
+    }
+    if (locale.empty()) {
+        locale = Variable("LANG");
+    }
     // Who has no language set has no list of languages either.
     if (locale.empty() || locale == "C" || locale == "POSIX" || locale.substr(0, 2) == "C.") {
         return "";
@@ -40,10 +44,14 @@ std::string Languages() {
 }  // namespace
 
 void ChooseLanguage() {
-    if (messages != nullptr) freelocale(messages);
+    if (messages != nullptr) {
+        freelocale(messages);
+    }
     messages = nullptr;
     const std::string languages = Languages();
-    if (languages.empty()) return;
+    if (languages.empty()) {
+        return;
+    }
     // The user's own locale may not have been generated, and this one always is there. Which
     // language it is, the variable says; in the C locale it would not count.
     setenv("LANGUAGE", languages.c_str(), 1);
@@ -53,7 +61,9 @@ void ChooseLanguage() {
 }
 
 const char* Words(const char* english) {
-    if (messages == nullptr) return english;
+    if (messages == nullptr) {
+        return english;
+    }
     const locale_t before = uselocale(messages);
     const char* const text = dgettext(kCatalogue, english);
     uselocale(before);

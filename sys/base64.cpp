@@ -22,7 +22,9 @@ void EncodeGroup(const u8* data, i32 bytes, char* text) {
 }  // namespace
 
 u32 WriteBase64(u32 handle, const u8* data, i32 length) {
-    if (length <= 0) return WriteFile(handle, "====", 4);
+    if (length <= 0) {
+        return WriteFile(handle, "====", 4);
+    }
     // Many groups go out with one write: the file is not buffered.
     char text[4096];
     u32 used = 0;

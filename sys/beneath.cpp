@@ -30,7 +30,9 @@ constinit Resolution resolution = Resolution::Beneath;
 
 // What leads out is not there.
 int Answer(int result) {
-    if (result < 0 && (errno == EXDEV || errno == ELOOP)) errno = ENOENT;
+    if (result < 0 && (errno == EXDEV || errno == ELOOP)) {
+        errno = ENOENT;
+    }
     return result;
 }
 
@@ -46,14 +48,18 @@ struct Descriptor {
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
         const int error = errno;
-        if (owned && number >= 0) close(number);
+        if (owned && number >= 0) {
+            close(number);
+        }
         errno = error;
     }
 };
 
 // A name is relative to the folder, also with a "/" at its start.
 const char* Relative(const char* name) {
-    while (*name == '/') ++name;
+    while (*name == '/') {
+        ++name;
+    }
     return *name == 0 ? "." : name;
 }
 
@@ -67,7 +73,9 @@ int OpenByKernel(int folder, const char* name, int flags) {
     long opened = -1;
     for (u32 i = 0; i < kTries; ++i) {
         opened = syscall(SYS_openat2, folder, name, &how, sizeof how);
-        if (opened >= 0 || (errno != EAGAIN && errno != EINTR)) break;
+        if (opened >= 0 || (errno != EAGAIN && errno != EINTR)) {
+            break;
+        }
     }
     return static_cast<int>(opened);
 }
@@ -90,17 +98,25 @@ class Walk {
     int Open(int flags) {
         for (;;) {
             const std::string part = NextPart();
-            if (part.empty()) return OpenHere(flags);
-            if (part == ".") continue;
+            if (part.empty()) {
+                return OpenHere(flags);
+            }
+            if (part == ".") {
+                continue;
+            }
             if (part == "..") {
-                if (way.size() == 1) return Fail(EXDEV);
+                if (way.size() == 1) {
+                    return Fail(EXDEV);
+                }
                 way.pop_back();
                 continue;
             }
             const bool last = rest.find_first_not_of('/') == std::string::npos;
             if (last) {
                 const int opened = OpenLast(part, flags);
-                if (opened != kFollow) return opened;
+                if (opened != kFollow) {
+                    return opened;
+                }
             } else if (!Enter(part)) {
                 return -1;
             }
@@ -119,7 +135,9 @@ class Walk {
 
     std::string NextPart() {
         const size_t start = rest.find_first_not_of('/');
-        if (start == std::string::npos) return "";
+        if (start == std::string::npos) {
+            return "";
+        }
         const size_t end = std::min(rest.find('/', start), rest.size());
         std::string part = rest.substr(start, end - start);
         rest.erase(0, end);
@@ -128,14 +146,18 @@ class Walk {
 
     // A name that ends with "." or ".." is a folder.
     int OpenHere(int flags) const {
-        if ((flags & O_CREAT) != 0) return Fail(EISDIR);
+        if ((flags & O_CREAT) != 0) {
+            return Fail(EISDIR);
+        }
         return openat(Here(), ".", flags | O_CLOEXEC);
     }
 
     // kFollow for a link that is to be followed.
     int OpenLast(const std::string& part, int flags) {
         if (!rest.empty()) {
-            if ((flags & O_CREAT) != 0) return Fail(EISDIR);
+            if ((flags & O_CREAT) != 0) {
+                return Fail(EISDIR);
+            }
             flags |= O_DIRECTORY;
         }
         Descriptor opened(openat(Here(), part.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, kFileMode),
@@ -160,9 +182,15 @@ class Walk {
     bool Enter(const std::string& part) {
         Descriptor next(openat(Here(), part.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC), true);
         struct stat status;
-        if (next.number < 0 || fstat(next.number, &status) != 0) return false;
-        if (S_ISLNK(status.st_mode)) return Follow(part);
-        if (!S_ISDIR(status.st_mode)) return Fail(ENOTDIR) == 0;
+        if (next.number < 0 || fstat(next.number, &status) != 0) {
+            return false;
+        }
+        if (S_ISLNK(status.st_mode)) {
+            return Follow(part);
+        }
+        if (!S_ISDIR(status.st_mode)) {
+            return Fail(ENOTDIR) == 0;
+        }
         way.push_back(std::move(next));
         return true;
     }
@@ -170,10 +198,16 @@ class Walk {
     // The link's text takes the place of its name.
     bool Follow(const std::string& link) {
         char text[PATH_MAX];
-        if (++links > kMostLinks) return Fail(ELOOP) == 0;
+        if (++links > kMostLinks) {
+            return Fail(ELOOP) == 0;
+        }
         const ssize_t size = readlinkat(Here(), link.c_str(), text, sizeof text);
-        if (size < 0) return false;
-        if (size == 0 || text[0] == '/') return Fail(EXDEV) == 0;
+        if (size < 0) {
+            return false;
+        }
+        if (size == 0 || text[0] == '/') {
+            return Fail(EXDEV) == 0;
+        }
         rest.insert(0, std::string(text, static_cast<size_t>(size)));
         return true;
     }
@@ -184,8 +218,12 @@ class Walk {
 };
 
 int Open(int folder, const char* name, int flags) {
-    if (resolution == Resolution::Freely) return openat(folder, name, flags | O_CLOEXEC, kFileMode);
-    if (KernelResolves()) return OpenByKernel(folder, name, flags);
+    if (resolution == Resolution::Freely) {
+        return openat(folder, name, flags | O_CLOEXEC, kFileMode);
+    }
+    if (KernelResolves()) {
+        return OpenByKernel(folder, name, flags);
+    }
     return Walk(folder, name).Open(flags);
 }
 
@@ -210,16 +248,24 @@ struct Place {
 Place FindPlace(int folder, const char* name) {
     name = Relative(name);
     size_t end = std::strlen(name);
-    while (end > 0 && name[end - 1] == '/') end--;
-    while (end > 0 && name[end - 1] != '/') end--;
-    if (end == 0) return {{folder, false}, name};
+    while (end > 0 && name[end - 1] == '/') {
+        end--;
+    }
+    while (end > 0 && name[end - 1] != '/') {
+        end--;
+    }
+    if (end == 0) {
+        return {{folder, false}, name};
+    }
     const std::string parent(name, end);
     return {{Open(folder, parent.c_str(), O_PATH | O_DIRECTORY), true}, name + end};
 }
 
 int Remove(int folder, const char* name, int flags) {
     const Place place = FindPlace(folder, name);
-    if (place.folder.number < 0) return Answer(-1);
+    if (place.folder.number < 0) {
+        return Answer(-1);
+    }
     if (!place.IsName()) {
         errno = EINVAL;
         return -1;
@@ -248,16 +294,22 @@ std::FILE* OpenStreamBeneath(int folder, const char* name, int flags) {
     // Freely, devices are files, too, and one that is read waits.
     const bool freely = resolution == Resolution::Freely;
     struct stat status;
-    if (freely && StatBeneath(folder, name, &status) == 0 && IsPipe(status)) return nullptr;
+    if (freely && StatBeneath(folder, name, &status) == 0 && IsPipe(status)) {
+        return nullptr;
+    }
     Descriptor opened(OpenBeneath(folder, name, flags | O_NOCTTY | (freely ? 0 : O_NONBLOCK)),
                       true);
-    if (opened.number < 0 || fstat(opened.number, &status) != 0) return nullptr;
+    if (opened.number < 0 || fstat(opened.number, &status) != 0) {
+        return nullptr;
+    }
     if (!freely && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         errno = ENXIO;
         return nullptr;
     }
     std::FILE* const stream = fdopen(opened.number, flags == O_RDONLY ? "rb" : "r+b");
-    if (stream != nullptr) opened.owned = false;
+    if (stream != nullptr) {
+        opened.owned = false;
+    }
     return stream;
 }
 
@@ -268,10 +320,16 @@ int StatBeneath(int folder, const char* name, struct stat* status) {
 
 int MakeFolderBeneath(int folder, const char* name) {
     const Place place = FindPlace(folder, name);
-    if (place.folder.number < 0) return Answer(-1);
-    if (place.IsName()) return Answer(mkdirat(place.folder.number, place.last, kFolderMode));
+    if (place.folder.number < 0) {
+        return Answer(-1);
+    }
+    if (place.IsName()) {
+        return Answer(mkdirat(place.folder.number, place.last, kFolderMode));
+    }
     struct stat status;
-    if (StatBeneath(folder, name, &status) == 0) errno = EEXIST;
+    if (StatBeneath(folder, name, &status) == 0) {
+        errno = EEXIST;
+    }
     return -1;
 }
 
@@ -285,9 +343,13 @@ int UnlinkBeneath(int folder, const char* name) {
 
 int RenameBeneath(int folder, const char* oldName, const char* newName) {
     const Place from = FindPlace(folder, oldName);
-    if (from.folder.number < 0) return Answer(-1);
+    if (from.folder.number < 0) {
+        return Answer(-1);
+    }
     const Place to = FindPlace(folder, newName);
-    if (to.folder.number < 0) return Answer(-1);
+    if (to.folder.number < 0) {
+        return Answer(-1);
+    }
     if (!from.IsName() || !to.IsName()) {
         errno = EBUSY;
         return -1;

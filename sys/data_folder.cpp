@@ -12,14 +12,18 @@ constexpr const char* kStudioFolder = "Quillmoss Software";
 }  // namespace
 
 std::string DataFolderOfAll() {
-    if (!folders.dataOverride.empty()) return folders.dataOverride;
+    if (!folders.dataOverride.empty()) {
+        return folders.dataOverride;
+    }
     // Without a support folder the data lies in the process's current folder.
     return folders.support.empty() ? "" : folders.support + "/" + kStudioFolder;
 }
 
 std::string DataFolder() {
     std::string all = DataFolderOfAll();
-    if (all.empty() || !folders.dataOverride.empty()) return all;
+    if (all.empty() || !folders.dataOverride.empty()) {
+        return all;
+    }
     return all + "/" + (folders.dataName.empty() ? folders.gameName : folders.dataName);
 }
 

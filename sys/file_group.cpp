@@ -62,8 +62,12 @@ void StoreEntry(bool found, const FoundEntry& entry, u32 name, u32 attribute, u3
     }
     const std::size_t size = std::strlen(entry.name) + 1;
     std::memcpy(CheckedRange(name, size), entry.name, size);
-    if (attribute != 0) Store<u32>(attribute, entry.attribute);
-    if (folder != 0) Store<u32>(folder, entry.folder);
+    if (attribute != 0) {
+        Store<u32>(attribute, entry.attribute);
+    }
+    if (folder != 0) {
+        Store<u32>(folder, entry.folder);
+    }
     SetResult(0);
 }
 

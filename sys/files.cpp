@@ -35,7 +35,9 @@ struct Root {
     }
 
     void Close() {
-        if (descriptor >= 0) close(descriptor);
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
         descriptor = -1;
     }
 
@@ -95,7 +97,9 @@ constinit u32 openCount = 0;
 constinit bool failedWriteIsTold = false;
 
 OpenStream* FindStream(u32 handle) {
-    if (handle >= openCount || openFiles[handle].stream == nullptr) return nullptr;
+    if (handle >= openCount || openFiles[handle].stream == nullptr) {
+        return nullptr;
+    }
     return &openFiles[handle];
 }
 
@@ -114,7 +118,9 @@ bool StatIn(const char* name, bool inDataFolder, struct stat& status) {
 // The stream of a name, opened with the flags of open(2); null where there is none.
 std::FILE* OpenIn(const char* name, bool inDataFolder, int flags) {
     const char* const known = NameIn(name, inDataFolder);
-    if (known == nullptr) return nullptr;
+    if (known == nullptr) {
+        return nullptr;
+    }
     return In(RootOf(inDataFolder),
               [&](int folder) { return systemCalls.open(folder, known, flags); });
 }
@@ -123,16 +129,22 @@ std::FILE* OpenIn(const char* name, bool inDataFolder, int flags) {
 // first failure that lies in the folder and not in the name.
 void NoteFailedWrite(int error) {
     const bool isFull = error == ENOSPC || error == EDQUOT || error == EIO;
-    if (failedWriteIsTold || (!isFull && access(dataRoot.path.c_str(), W_OK | X_OK) == 0)) return;
+    if (failedWriteIsTold || (!isFull && access(dataRoot.path.c_str(), W_OK | X_OK) == 0)) {
+        return;
+    }
     failedWriteIsTold = true;
     SystemLog("data cannot be written to " + dataRoot.path + ": " + std::strerror(error));
 }
 
 u32 TakeHandle(std::FILE* stream, bool writable) {
-    if (stream == nullptr) return kNoFile;
+    if (stream == nullptr) {
+        return kNoFile;
+    }
     // What is written is on its way at once: the count that a write reports is true, and other
     // handles on the file see it.
-    if (writable) std::setvbuf(stream, nullptr, _IONBF, 0);
+    if (writable) {
+        std::setvbuf(stream, nullptr, _IONBF, 0);
+    }
     openFiles[openCount] = {stream, writable};
     return openCount++;
 }
@@ -149,29 +161,40 @@ void MakeDataFolder() {
     struct stat status;
     for (std::size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
         const std::string folder = path.substr(0, at);
-        if (stat(folder.c_str(), &status) == 0) continue;
-        if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) return NoteFailedWrite(errno);
+        if (stat(folder.c_str(), &status) == 0) {
+            continue;
+        }
+        if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
+            return NoteFailedWrite(errno);
+        }
     }
 }
 
 // Makes every missing folder on the way to the name, outermost first. The data folder comes before
 // them: until it exists the sandbox is wider than names may reach.
 void MakeParentFolders(const std::string& name) {
-    if (dataRoot.IsGone()) dataRoot.Close();
+    if (dataRoot.IsGone()) {
+        dataRoot.Close();
+    }
     if (dataRoot.Folder() < 0) {
         MakeDataFolder();
         sysSlots.beforeFileChange();
     }
     const int folder = dataRoot.Folder();
-    if (folder < 0) return;
+    if (folder < 0) {
+        return;
+    }
     const std::size_t last = name.rfind('/');
     struct stat status;
     if (last == std::string::npos ||
-        StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0)
+        StatBeneath(folder, name.substr(0, last).c_str(), &status) == 0) {
         return;
+    }
     for (std::size_t at = name.find('/'); at != std::string::npos; at = name.find('/', at + 1)) {
         const std::string parent = name.substr(0, at);
-        if (IsThereOrMayBe(parent.c_str())) MakeFolderBeneath(folder, parent.c_str());
+        if (IsThereOrMayBe(parent.c_str())) {
+            MakeFolderBeneath(folder, parent.c_str());
+        }
     }
 }
 
@@ -197,7 +220,9 @@ const char* BuildPath(const char* name, bool inDataFolder) {
     const std::string& folder = RootOf(inDataFolder).path;
     name = BesideMusic(name);
     const std::size_t length = std::strlen(name);
-    if (folder.size() + length >= kPathBufferSize) return nullptr;
+    if (folder.size() + length >= kPathBufferSize) {
+        return nullptr;
+    }
     folder.copy(pathBuffer, folder.size());
     std::memcpy(pathBuffer + folder.size(), name, length + 1);
     return pathBuffer;
@@ -214,7 +239,9 @@ bool IsFolder(const char* name, bool inDataFolder) {
 }
 
 int OpenResource(const char* name) {
-    if (resourcesRoot.path.size() + std::strlen(name) >= kPathBufferSize) return -1;
+    if (resourcesRoot.path.size() + std::strlen(name) >= kPathBufferSize) {
+        return -1;
+    }
     return In(resourcesRoot, [&](int folder) {
         // Without O_NONBLOCK a pipe among the resources would halt the game.
         return OpenBeneath(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY);
@@ -239,7 +266,9 @@ bool CopyTo(std::FILE* stream, const char* newName) {
     const int folder = dataRoot.Folder();
     struct stat status;
     const int copy = OpenBeneath(folder, newName, O_WRONLY | O_CREAT | O_EXCL);
-    if (copy < 0) return false;
+    if (copy < 0) {
+        return false;
+    }
     const bool copied = fstat(fileno(stream), &status) == 0 &&
                         fchmod(copy, status.st_mode & 0777) == 0 && CopyWhole(fileno(stream), copy);
     if (close(copy) != 0 || !copied) {
@@ -252,7 +281,9 @@ bool CopyTo(std::FILE* stream, const char* newName) {
 // A file with another name besides, which may lie anywhere, is not written through this one: from
 // now on the name has a file of its own. Returns the stream to write to, null when that fails.
 std::FILE* SeparateFile(std::FILE* stream, const char* name, const struct stat& status) {
-    if (!S_ISREG(status.st_mode) || status.st_nlink <= 1) return stream;
+    if (!S_ISREG(status.st_mode) || status.st_nlink <= 1) {
+        return stream;
+    }
     const std::string copy = std::string(name) + ".own";
     const int folder = dataRoot.Folder();
     const bool separated = CopyTo(stream, copy.c_str()) && UnlinkBeneath(folder, name) == 0 &&
@@ -267,17 +298,27 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
     isEmpty = false;
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
-    if (known == nullptr) return nullptr;
-    if ((flags & O_CREAT) != 0 && !IsThereOrMayBe(known)) return nullptr;
+    if (known == nullptr) {
+        return nullptr;
+    }
+    if ((flags & O_CREAT) != 0 && !IsThereOrMayBe(known)) {
+        return nullptr;
+    }
     std::FILE* stream = OpenIn(name, true, flags);
     if (stream == nullptr) {
         MakeParentFolders(known);
         stream = OpenIn(name, true, flags);
     }
-    if (stream == nullptr && flags != O_RDONLY) NoteFailedWrite(errno);
-    if (stream == nullptr || flags == O_RDONLY) return stream;
+    if (stream == nullptr && flags != O_RDONLY) {
+        NoteFailedWrite(errno);
+    }
+    if (stream == nullptr || flags == O_RDONLY) {
+        return stream;
+    }
     struct stat status;
-    if (fstat(fileno(stream), &status) != 0) return stream;
+    if (fstat(fileno(stream), &status) != 0) {
+        return stream;
+    }
     isEmpty = status.st_size == 0;
     return SeparateFile(stream, known, status);
 }
@@ -285,7 +326,9 @@ std::FILE* OpenByWriteRule(const char* name, int flags, bool& isEmpty) {
 // What cannot be emptied is written as it is.
 void Empty(std::FILE* stream) {
     NoteShrinking();
-    if (ftruncate(fileno(stream), 0) != 0) errno = 0;
+    if (ftruncate(fileno(stream), 0) != 0) {
+        errno = 0;
+    }
 }
 
 // Waits until no other start of the game is in the middle of the same file, but not for ever: that
@@ -293,9 +336,13 @@ void Empty(std::FILE* stream) {
 void Lock(u32 handle, int operation) {
     constexpr int kTries = 1000;
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr) return;
+    if (file == nullptr) {
+        return;
+    }
     for (int i = 0; i < kTries; ++i) {
-        if (flock(fileno(file->stream), operation | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+        if (flock(fileno(file->stream), operation | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+            return;
+        }
         usleep(1000);
     }
 }
@@ -303,35 +350,49 @@ void Lock(u32 handle, int operation) {
 }  // namespace
 
 u32 OpenFile(const char* name, u32 mode) {
-    if (openCount == kMaximalOpenFiles) return kNoFile;
+    if (openCount == kMaximalOpenFiles) {
+        return kNoFile;
+    }
     std::FILE* stream = nullptr;
     bool isEmpty = false;
     switch (mode) {
         case kOpenRead:
             stream = OpenIn(name, true, O_RDONLY);
-            if (stream == nullptr) stream = OpenIn(name, false, O_RDONLY);
+            if (stream == nullptr) {
+                stream = OpenIn(name, false, O_RDONLY);
+            }
             return TakeHandle(stream, false);
         case kOpenUpdate: return TakeHandle(OpenByWriteRule(name, O_RDWR, isEmpty), true);
         case kOpenCreate:
             stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
-            if (stream != nullptr && !isEmpty) Empty(stream);
+            if (stream != nullptr && !isEmpty) {
+                Empty(stream);
+            }
             return TakeHandle(stream, true);
         default: return TakeHandle(OpenByWriteRule(name, O_RDONLY, isEmpty), false);
     }
 }
 
 u32 OpenModule(const char* name) {
-    if (openCount == kMaximalOpenFiles) return kNoFile;
-    if (folders.moduleInData) return OpenFile(name, kOpenRead);
+    if (openCount == kMaximalOpenFiles) {
+        return kNoFile;
+    }
+    if (folders.moduleInData) {
+        return OpenFile(name, kOpenRead);
+    }
     return TakeHandle(OpenIn(name, false, O_RDONLY), false);
 }
 
 u32 OpenToReplace(const char* name) {
-    if (openCount == kMaximalOpenFiles) return kNoFile;
+    if (openCount == kMaximalOpenFiles) {
+        return kNoFile;
+    }
     bool isEmpty = false;
     std::FILE* const stream = OpenByWriteRule(name, O_RDWR | O_CREAT, isEmpty);
     const u32 handle = TakeHandle(stream, true);
-    if (handle == kNoFile) return kNoFile;
+    if (handle == kNoFile) {
+        return kNoFile;
+    }
     // Not emptied before it is locked.
     LockToWrite(handle);
     Empty(stream);
@@ -348,49 +409,71 @@ void LockToWrite(u32 handle) {
 
 u32 ReadFile(u32 handle, void* buffer, u32 count) {
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr || buffer == nullptr || std::feof(file->stream) != 0) return 0;
+    if (file == nullptr || buffer == nullptr || std::feof(file->stream) != 0) {
+        return 0;
+    }
     return static_cast<u32>(systemCalls.read(buffer, count, file->stream));
 }
 
 u32 WriteFile(u32 handle, const void* data, u32 count) {
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr || data == nullptr) return 0;
-    if (!file->writable || count == 0) return 0;
+    if (file == nullptr || data == nullptr) {
+        return 0;
+    }
+    if (!file->writable || count == 0) {
+        return 0;
+    }
     // A full quota has its own line.
     const u32 fitting = WritableBytes(file->stream, count);
     const std::size_t written = systemCalls.write(data, fitting, file->stream);
-    if (written < fitting) NoteFailedWrite(errno);
+    if (written < fitting) {
+        NoteFailedWrite(errno);
+    }
     return static_cast<u32>(written);
 }
 
 u32 SeekFile(u32 handle, u32 offset, u32 origin) {
     constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr || origin > 2) return kNoFile;
+    if (file == nullptr || origin > 2) {
+        return kNoFile;
+    }
     // The offset is widened without sign, so the only way back is from the start.
-    if (systemCalls.seek(file->stream, off_t{offset}, kOrigins[origin]) != 0) return kNoFile;
+    if (systemCalls.seek(file->stream, off_t{offset}, kOrigins[origin]) != 0) {
+        return kNoFile;
+    }
     return static_cast<u32>(ftello(file->stream));
 }
 
 u32 AtEndOfFile(u32 handle) {
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr) return kNoFile;
+    if (file == nullptr) {
+        return kNoFile;
+    }
     return std::feof(file->stream) != 0 ? 1 : 0;
 }
 
 void CloseFile(u32 handle) {
     OpenStream* file = FindStream(handle);
-    if (file == nullptr) return;
+    if (file == nullptr) {
+        return;
+    }
     systemCalls.close(file->stream);
     *file = {};
-    while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) openCount--;
+    while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) {
+        openCount--;
+    }
 }
 
 void AppendToDebugLog(std::string_view bytes) {
     constexpr u32 kFromEnd = 2;
     u32 file = OpenFile("debug.log", kOpenUpdate);
-    if (file == kNoFile) file = OpenFile("debug.log", kOpenCreate);
-    if (file == kNoFile) return;
+    if (file == kNoFile) {
+        file = OpenFile("debug.log", kOpenCreate);
+    }
+    if (file == kNoFile) {
+        return;
+    }
     LockToWrite(file);
     SeekFile(file, 0, kFromEnd);
     WriteFile(file, bytes.data(), static_cast<u32>(bytes.size()));
@@ -399,13 +482,23 @@ void AppendToDebugLog(std::string_view bytes) {
 
 u64 ReadableBytes(u32 handle, u32 count) {
     const OpenStream* file = FindStream(handle);
-    if (file == nullptr || std::feof(file->stream) != 0) return 0;
+    if (file == nullptr || std::feof(file->stream) != 0) {
+        return 0;
+    }
     struct stat status;
     const off_t position = ftello(file->stream);
-    if (position < 0 || fstat(fileno(file->stream), &status) != 0) return count;
-    if (S_ISDIR(status.st_mode)) return 0;
-    if (!S_ISREG(status.st_mode)) return count;
-    if (position >= status.st_size) return 0;
+    if (position < 0 || fstat(fileno(file->stream), &status) != 0) {
+        return count;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return 0;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return count;
+    }
+    if (position >= status.st_size) {
+        return 0;
+    }
     const u64 rest = static_cast<u64>(status.st_size - position);
     return rest < count ? rest : count;
 }
@@ -431,13 +524,19 @@ u32 FileSize(const char* name, u32* time, u32* kind) {
     std::FILE* stream = OpenIn(name, true, O_RDONLY);
     if (stream == nullptr && !IsThere(name, true, status)) {
         stream = OpenIn(name, false, O_RDONLY);
-        if (stream == nullptr && !IsThere(name, false, status)) return kNoFile;
+        if (stream == nullptr && !IsThere(name, false, status)) {
+            return kNoFile;
+        }
     }
-    if (stream != nullptr && fstat(fileno(stream), &status) != 0) status = {};
+    if (stream != nullptr && fstat(fileno(stream), &status) != 0) {
+        status = {};
+    }
     *time = static_cast<u32>(status.st_mtim.tv_sec);
     *kind = S_ISDIR(status.st_mode) ? kKindFolder : kKindFile;
     // What is there and cannot be read has a time and no size.
-    if (stream == nullptr) return kNoFile;
+    if (stream == nullptr) {
+        return kNoFile;
+    }
     systemCalls.seek(stream, 0, SEEK_END);
     const u32 size = static_cast<u32>(ftello(stream));
     systemCalls.close(stream);
@@ -458,23 +557,33 @@ void DeleteFile(const char* name) {
 u32 MakeFolder(const char* name) {
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
-    if (known == nullptr) return kNoFile;
+    if (known == nullptr) {
+        return kNoFile;
+    }
     const auto make = [known](int folder) {
         // Without a name it is the data folder itself.
         return *known == 0 && folder < 0 ? mkdir(dataRoot.path.c_str(), 0777)
                                          : MakeFolderBeneath(folder, known);
     };
-    if (!IsThereOrMayBe(known)) return kNoFile;
-    if (In(dataRoot, make) == 0 || errno == EEXIST) return 0;
+    if (!IsThereOrMayBe(known)) {
+        return kNoFile;
+    }
+    if (In(dataRoot, make) == 0 || errno == EEXIST) {
+        return 0;
+    }
     // The data folder itself is not this service's to make.
-    if (errno != ENOENT && errno != EBADF) NoteFailedWrite(errno);
+    if (errno != ENOENT && errno != EBADF) {
+        NoteFailedWrite(errno);
+    }
     return kNoFile;
 }
 
 void RemoveFolder(const char* name) {
     sysSlots.beforeFileChange();
     const char* const known = NameIn(name, true);
-    if (known == nullptr) return;
+    if (known == nullptr) {
+        return;
+    }
     NoteShrinking();
     In(dataRoot, [known](int folder) { return RemoveFolderBeneath(folder, known); });
 }
@@ -483,20 +592,30 @@ void MoveFile(const char* oldName, const char* newName) {
     sysSlots.beforeFileChange();
     const char* const from = NameIn(oldName, true);
     const char* const to = NameIn(newName, true);
-    if (from == nullptr || to == nullptr) return;
+    if (from == nullptr || to == nullptr) {
+        return;
+    }
     const int result =
         In(dataRoot, [from, to](int folder) { return RenameBeneath(folder, from, to); });
-    if (result == 0 || errno != EXDEV) return;
+    if (result == 0 || errno != EXDEV) {
+        return;
+    }
     // Between two folders the sandbox of an old kernel lets nothing be moved.
     std::FILE* const stream = OpenIn(oldName, true, O_RDONLY);
-    if (stream == nullptr) return;
+    if (stream == nullptr) {
+        return;
+    }
     const bool copied = CopyTo(stream, to);
     systemCalls.close(stream);
-    if (copied) UnlinkBeneath(dataRoot.Folder(), from);
+    if (copied) {
+        UnlinkBeneath(dataRoot.Folder(), from);
+    }
 }
 
 void ResetFiles() {
-    while (openCount > 0) CloseFile(openCount - 1);
+    while (openCount > 0) {
+        CloseFile(openCount - 1);
+    }
     dataRoot.Set("");
     resourcesRoot.Set("");
     failedWriteIsTold = false;

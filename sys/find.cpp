@@ -46,13 +46,17 @@ bool SameName(const char* a, const char* b) {
 
 u32 HashSlot(const char* name) {
     u32 hash = 2166136261u;
-    for (; *name != 0; ++name) hash = (hash ^ Lowered(*name)) * 16777619u;
+    for (; *name != 0; ++name) {
+        hash = (hash ^ Lowered(*name)) * 16777619u;
+    }
     return (hash ^ (hash >> 16)) % kHashSlots;
 }
 
 bool IsListed(const char* name) {
     for (const FindNode* node = hashSlots[HashSlot(name)]; node != nullptr; node = node->sameHash) {
-        if (SameName(node->name, name)) return true;
+        if (SameName(node->name, name)) {
+            return true;
+        }
     }
     return false;
 }
@@ -68,7 +72,9 @@ void AppendNode(FindNode* node) {
 
 // Cuts `count` nodes off `list`, sorts them by name and returns them; `list` is what remains.
 FindNode* TakeSorted(FindNode*& list, u32 count) {
-    if (count == 0) return nullptr;
+    if (count == 0) {
+        return nullptr;
+    }
     if (count == 1) {
         FindNode* node = list;
         list = node->next;
@@ -91,8 +97,12 @@ FindNode* TakeSorted(FindNode*& list, u32 count) {
 
 // `folder` is the name of the folder that the entry was found in, "" or with a trailing "/".
 bool IsFolderEntry(const std::string& folder, bool inDataFolder, const dirent* entry) {
-    if (entry->d_type == DT_DIR) return true;
-    if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) return false;
+    if (entry->d_type == DT_DIR) {
+        return true;
+    }
+    if (entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) {
+        return false;
+    }
     return IsFolder((folder + entry->d_name).c_str(), inDataFolder);
 }
 
@@ -113,27 +123,37 @@ FindNode* NewNode(const char* name, bool isFolder, bool inDataFolder) {
 
 // Appends the matching entries of one folder that the list does not have yet.
 void ListFolder(const char* name, bool inDataFolder) {
-    if (BuildPath(name, inDataFolder) == nullptr) return;
+    if (BuildPath(name, inDataFolder) == nullptr) {
+        return;
+    }
     const char* pattern = BesideMusic(name);
     std::string folderName;
     if (const char* slash = std::strrchr(pattern, '/')) {
         folderName.assign(pattern, slash + 1);
         pattern = slash + 1;
     }
-    if (std::strlen(pattern) >= kPatternBufferSize) return;
+    if (std::strlen(pattern) >= kPatternBufferSize) {
+        return;
+    }
     const int descriptor = OpenFolder(folderName.c_str(), inDataFolder);
     DIR* folder = descriptor < 0 ? nullptr : fdopendir(descriptor);
     if (folder == nullptr) {
-        if (descriptor >= 0) close(descriptor);
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
         return;
     }
     FindNode* found = nullptr;
     u32 count = 0;
     while (const dirent* entry = readdir(folder)) {
-        if (entry->d_name[0] == '.' || !MatchWildcard(entry->d_name, pattern)) continue;
+        if (entry->d_name[0] == '.' || !MatchWildcard(entry->d_name, pattern)) {
+            continue;
+        }
         FindNode* node =
             NewNode(entry->d_name, IsFolderEntry(folderName, inDataFolder, entry), inDataFolder);
-        if (node == nullptr) continue;
+        if (node == nullptr) {
+            continue;
+        }
         node->next = found;
         found = node;
         ++count;
@@ -162,7 +182,9 @@ bool FindFirst(const char* pattern, FoundEntry* entry) {
 }
 
 bool FindNext(FoundEntry* entry) {
-    if (findCursor == nullptr) return false;
+    if (findCursor == nullptr) {
+        return false;
+    }
     *entry = {findCursor->name, findCursor->attribute, findCursor->folder};
     findCursor = findCursor->next;
     return true;
@@ -196,7 +218,9 @@ bool MatchWildcard(const char* name, const char* pattern) {
             return false;
         }
     }
-    while (*pattern == '*') pattern++;
+    while (*pattern == '*') {
+        pattern++;
+    }
     return *pattern == 0;
 }
 

@@ -31,12 +31,16 @@ struct Sink {
 };
 
 void Put(Sink& sink, std::string_view piece) {
-    if (sink.text != nullptr) sink.text->append(piece);
+    if (sink.text != nullptr) {
+        sink.text->append(piece);
+    }
     sink.length += piece.size();
 }
 
 void PutRun(Sink& sink, char c, u64 count) {
-    if (sink.text != nullptr) sink.text->append(count, c);
+    if (sink.text != nullptr) {
+        sink.text->append(count, c);
+    }
     sink.length += count;
 }
 
@@ -86,35 +90,43 @@ Conversion ParseConversion(const char* percent) {
         }
     }
     const char* const modifier = p;
-    if (*p == 'h' || *p == 'l')
+    if (*p == 'h' || *p == 'l') {
         p += p[1] == *p ? 2 : 1;
-    else if (*p == 'j' || *p == 'z' || *p == 't')
+    } else if (*p == 'j' || *p == 'z' || *p == 't') {
         ++p;
+    }
     conversion.modifier = {modifier, static_cast<std::size_t>(p - modifier)};
     conversion.type = *p;
-    if (*p != 0) ++p;
+    if (*p != 0) {
+        ++p;
+    }
     conversion.length = static_cast<std::size_t>(p - percent);
     return conversion;
 }
 
 bool Fits(const Conversion& conversion, FormatValue::Kind kind) {
-    if (!conversion.representable || conversion.type == 0) return false;
+    if (!conversion.representable || conversion.type == 0) {
+        return false;
+    }
     if (kind == FormatValue::Kind::Text) {
         return conversion.type == 's' && conversion.modifier.empty();
     }
-    if (conversion.type == 'c') return conversion.modifier.empty();
+    if (conversion.type == 'c') {
+        return conversion.modifier.empty();
+    }
     return std::strchr("diuoxX", conversion.type) != nullptr;
 }
 
 // The number as the conversion's argument type holds it, extended to 64 bits.
 u64 Widened(const Conversion& conversion, const FormatValue& value, bool isSigned) {
     int bits = 64;
-    if (conversion.modifier == "hh")
+    if (conversion.modifier == "hh") {
         bits = 8;
-    else if (conversion.modifier == "h")
+    } else if (conversion.modifier == "h") {
         bits = 16;
-    else if (conversion.modifier.empty() || value.kind == FormatValue::Kind::Number32)
+    } else if (conversion.modifier.empty() || value.kind == FormatValue::Kind::Number32) {
         bits = 32;
+    }
     const int unused = 64 - bits;
     const u64 top = value.number << unused;
     return isSigned ? static_cast<u64>(static_cast<i64>(top) >> unused) : top >> unused;
@@ -125,12 +137,18 @@ void PutField(Sink& sink, const Conversion& conversion, std::string_view sign, u
               std::string_view body, bool padWithZeros) {
     const u64 used = sign.size() + zeros + body.size();
     const u64 padding = conversion.width > used ? conversion.width - used : 0;
-    if (!conversion.left && !padWithZeros) PutRun(sink, ' ', padding);
+    if (!conversion.left && !padWithZeros) {
+        PutRun(sink, ' ', padding);
+    }
     Put(sink, sign);
-    if (!conversion.left && padWithZeros) PutRun(sink, '0', padding);
+    if (!conversion.left && padWithZeros) {
+        PutRun(sink, '0', padding);
+    }
     PutRun(sink, '0', zeros);
     Put(sink, body);
-    if (conversion.left) PutRun(sink, ' ', padding);
+    if (conversion.left) {
+        PutRun(sink, ' ', padding);
+    }
 }
 
 void PutNumber(Sink& sink, const Conversion& conversion, const FormatValue& value) {
@@ -153,14 +171,20 @@ void PutNumber(Sink& sink, const Conversion& conversion, const FormatValue& valu
     char digits[24];
     char* const end = digits + sizeof digits;
     char* first = end;
-    for (u64 rest = number; rest != 0; rest /= base) *--first = digitTexts[rest % base];
+    for (u64 rest = number; rest != 0; rest /= base) {
+        *--first = digitTexts[rest % base];
+    }
     const u64 count = static_cast<u64>(end - first);
     // Without a precision at least one digit stands.
     const u64 precision = conversion.hasPrecision ? conversion.precision : 1;
     u64 zeros = precision > count ? precision - count : 0;
     if (conversion.alternate) {
-        if (conversion.type == 'o' && zeros == 0) zeros = 1;
-        if (isHex && number != 0) sign = conversion.type == 'X' ? "0X" : "0x";
+        if (conversion.type == 'o' && zeros == 0) {
+            zeros = 1;
+        }
+        if (isHex && number != 0) {
+            sign = conversion.type == 'X' ? "0X" : "0x";
+        }
     }
     PutField(sink, conversion, sign, zeros, {first, count},
              conversion.zero && !conversion.hasPrecision);
@@ -168,7 +192,9 @@ void PutNumber(Sink& sink, const Conversion& conversion, const FormatValue& valu
 
 // The bytes of the text at a module address, at most `limit`; what lies after them is not touched.
 std::string_view TextAt(u32 address, u64 limit) {
-    if (limit == 0) return {};
+    if (limit == 0) {
+        return {};
+    }
     const u64 room = address < imageSize ? imageSize - address : 0;
     const u64 span = limit < room ? limit : room;
     const void* const end = span == 0 ? nullptr : std::memchr(image + address, 0, span);
@@ -200,7 +226,9 @@ void Format(Sink& sink, const char* format, const FormatValue& value) {
         const std::size_t plain = std::strcspn(format, "%");
         Put(sink, {format, plain});
         format += plain;
-        if (*format == 0) return;
+        if (*format == 0) {
+            return;
+        }
         if (format[1] == '%') {
             Put(sink, "%");
             format += 2;

@@ -45,7 +45,9 @@ constinit bool entriesAreExact = false;
 constinit u32 entryRefusals = 0;
 
 u64 HeldBy(const struct stat& status) {
-    if (!S_ISREG(status.st_mode)) return 0;
+    if (!S_ISREG(status.st_mode)) {
+        return 0;
+    }
     return std::min(static_cast<u64>(status.st_size),
                     static_cast<u64>(status.st_blocks) * kStatBlock);
 }
@@ -60,7 +62,9 @@ void MeasureFolder(int folder, const std::string& path, Contents& sum,
                    std::vector<std::string>& below) {
     DIR* const list = folder < 0 ? nullptr : fdopendir(folder);
     if (list == nullptr) {
-        if (folder >= 0) close(folder);
+        if (folder >= 0) {
+            close(folder);
+        }
         return;
     }
     while (const dirent* const entry = readdir(list)) {
@@ -72,9 +76,13 @@ void MeasureFolder(int folder, const std::string& path, Contents& sum,
         }
         sum.bytes += HeldBy(status);
         ++sum.entries;
-        if (!S_ISDIR(status.st_mode)) continue;
+        if (!S_ISDIR(status.st_mode)) {
+            continue;
+        }
         std::string inside = path;
-        if (!inside.empty()) inside += '/';
+        if (!inside.empty()) {
+            inside += '/';
+        }
         inside += name;
         below.push_back(std::move(inside));
     }
@@ -85,7 +93,9 @@ Contents MeasureDataFolder() {
     const std::string folder = DataFolder();
     const int root = open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     Contents sum = {0, 0};
-    if (root < 0) return sum;
+    if (root < 0) {
+        return sum;
+    }
     std::vector<std::string> waiting = {""};
     while (!waiting.empty()) {
         const std::string path = std::move(waiting.back());
@@ -118,8 +128,12 @@ struct Growth {
 Growth GrowthBy(std::FILE* stream, u32 count) {
     struct stat status;
     const off_t position = ftello(stream);
-    if (position < 0 || fstat(fileno(stream), &status) != 0) return {count, false};
-    if (!S_ISREG(status.st_mode)) return {0, true};
+    if (position < 0 || fstat(fileno(stream), &status) != 0) {
+        return {count, false};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return {0, true};
+    }
     // In a file with holes a byte may be the first of a block.
     if (position > status.st_size || HeldBy(status) < static_cast<u64>(status.st_size)) {
         return {count, false};
@@ -134,7 +148,9 @@ u32 Refuse(u64 fitting) {
         SystemLog(FormatText("the data folder is full: it may hold %llu bytes",
                              static_cast<unsigned long long>(folders.dataLimit)));
     }
-    if (++refusals % kRefusalsBetweenLooks == 0) isExact = false;
+    if (++refusals % kRefusalsBetweenLooks == 0) {
+        isExact = false;
+    }
     return static_cast<u32>(fitting);
 }
 
@@ -147,7 +163,9 @@ u32 WritableBytes(std::FILE* stream, u32 count) {
         isExact = false;
         return count;
     }
-    if (!isExact) Measure();
+    if (!isExact) {
+        Measure();
+    }
     const Growth growth = GrowthBy(stream, count);
     isExact = growth.isExact;
     const u64 room = held < most ? most - held : 0;
@@ -161,7 +179,9 @@ u64 MostEntries() {
 
 bool MayMakeEntry() {
     const u64 most = MostEntries();
-    if (entries >= most && !entriesAreExact) Measure();
+    if (entries >= most && !entriesAreExact) {
+        Measure();
+    }
     if (entries < most) {
         ++entries;
         entriesAreExact = false;  // it may not come about
@@ -171,7 +191,9 @@ bool MayMakeEntry() {
         SystemLog(FormatText("the data folder is full: it may hold %llu files and folders",
                              static_cast<unsigned long long>(most)));
     }
-    if (++entryRefusals % kRefusalsBetweenLooks == 0) entriesAreExact = false;
+    if (++entryRefusals % kRefusalsBetweenLooks == 0) {
+        entriesAreExact = false;
+    }
     return false;
 }
 

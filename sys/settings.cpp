@@ -42,31 +42,41 @@ bool IsSection(Place place) {
 }
 
 Place SkipBlanks(Place place) {
-    while (IsBlank(SettingsByte(place))) place++;
+    while (IsBlank(SettingsByte(place))) {
+        place++;
+    }
     return place;
 }
 
 Place SkipLineEnds(Place place) {
-    while (IsLineEnd(SettingsByte(place))) place++;
+    while (IsLineEnd(SettingsByte(place))) {
+        place++;
+    }
     return place;
 }
 
 Place SkipToLineEnd(Place place) {
-    while (!EndsLine(SettingsByte(place))) place++;
+    while (!EndsLine(SettingsByte(place))) {
+        place++;
+    }
     return place;
 }
 
 // Where the walk over the sections starts: blanks may stand before the first one.
 Place FirstSection() {
     Place place = 0;
-    while (IsBlank(SettingsByte(place)) || IsLineEnd(SettingsByte(place))) place++;
+    while (IsBlank(SettingsByte(place)) || IsLineEnd(SettingsByte(place))) {
+        place++;
+    }
     return place;
 }
 
 // The place after a section, by its stored length. A length that leads nowhere ends the walk.
 Place AfterSection(Place section) {
     const u64 length = SettingsWord(section + kHeaderLength);
-    if (length == 0 || section + length >= SettingsCapacity()) return SettingsTextEnd();
+    if (length == 0 || section + length >= SettingsCapacity()) {
+        return SettingsTextEnd();
+    }
     return section + length;
 }
 
@@ -84,7 +94,9 @@ void GrowSection(Place section, u64 added, u64 removed) {
 // The text matches at `place`. It holds no NUL, so the comparison stops at the text's end.
 bool Matches(Place place, std::string_view text) {
     for (const char c : text) {
-        if (SettingsByte(place++) != static_cast<u8>(c)) return false;
+        if (SettingsByte(place++) != static_cast<u8>(c)) {
+            return false;
+        }
     }
     return true;
 }
@@ -92,13 +104,17 @@ bool Matches(Place place, std::string_view text) {
 // Moves pointers that lie after the place of an insertion or removal along with the text.
 void MovePointers(Place place, u64 added, u64 removed) {
     for (Place* pointer : {&currentSection, &position}) {
-        if (*pointer == kNoPlace || *pointer <= place) continue;
+        if (*pointer == kNoPlace || *pointer <= place) {
+            continue;
+        }
         *pointer = *pointer < place + removed ? place : *pointer + added - removed;
     }
 }
 
 bool Insert(Place place, u64 count) {
-    if (!InsertSettings(place, count)) return false;
+    if (!InsertSettings(place, count)) {
+        return false;
+    }
     MovePointers(place, count, 0);
     return true;
 }
@@ -121,17 +137,27 @@ struct ParsedNumber {
 };
 
 int DigitValue(u8 c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
     return 16;
 }
 
 ParsedNumber ParseNumber(Place place) {
     place = SkipBlanks(place);
     const bool negative = SettingsByte(place) == '-';
-    if (negative) ++place;
-    if (DigitValue(SettingsByte(place)) > 9) return {false, 0, place};
+    if (negative) {
+        ++place;
+    }
+    if (DigitValue(SettingsByte(place)) > 9) {
+        return {false, 0, place};
+    }
     u32 base = 10;
     if (SettingsByte(place) == '0') {
         base = 8;
@@ -144,7 +170,9 @@ ParsedNumber ParseNumber(Place place) {
     u32 value = 0;
     for (;; ++place) {
         const u32 digit = static_cast<u32>(DigitValue(SettingsByte(place)));
-        if (digit >= base) break;
+        if (digit >= base) {
+            break;
+        }
         value = value * base + digit;
     }
     return {true, negative ? 0 - value : value, place};
@@ -157,10 +185,14 @@ u32 Checksum(Place section, u64 length) {
     const u8* const bytes = SettingsBytes() + section;
     u32 sum = 0;
     u64 i = 0;
-    for (; i + 4 <= length; i += 4) sum += LoadBytes<u32>(bytes + i);
+    for (; i + 4 <= length; i += 4) {
+        sum += LoadBytes<u32>(bytes + i);
+    }
     u32 tail = 0;
     // The sign of a trailing byte fills the upper bits: files carry sums that were made this way.
-    for (; i < length; ++i) tail = tail << 8 | static_cast<u32>(i32{static_cast<i8>(bytes[i])});
+    for (; i < length; ++i) {
+        tail = tail << 8 | static_cast<u32>(i32{static_cast<i8>(bytes[i])});
+    }
     return sum + tail;
 }
 
@@ -170,10 +202,16 @@ Place ScanSectionEnd(Place section) {
     bool quoted = false;
     for (;; ++place) {
         const u8 c = SettingsByte(place);
-        if (c == 0 || (c == '[' && !quoted)) return place;
-        if (c == '"') quoted = !quoted;
+        if (c == 0 || (c == '[' && !quoted)) {
+            return place;
+        }
+        if (c == '"') {
+            quoted = !quoted;
+        }
         // Only a backslash before a quote counts; one before a backslash does not.
-        if (quoted && c == '\\' && SettingsByte(place + 1) == '"') ++place;
+        if (quoted && c == '\\' && SettingsByte(place + 1) == '"') {
+            ++place;
+        }
     }
 }
 
@@ -184,7 +222,9 @@ bool PrepareSections(Place section) {
         const Place headerEnd = section + kHeaderName;
         if (headerEnd > SettingsTextEnd()) {
             // The file ends inside the header.
-            if (!ReserveSettings(headerEnd, kHeaderName)) return false;
+            if (!ReserveSettings(headerEnd, kHeaderName)) {
+                return false;
+            }
             SetSettingsText(headerEnd);
         }
         constexpr u8 kZeros[kChecksumSize] = {};
@@ -213,7 +253,9 @@ FoundLine FindKey(std::string_view key) {
     for (;;) {
         place = SkipBlanks(place);
         const u8 c = SettingsByte(place);
-        if (c == '[' || c == 0) return {place, 0};
+        if (c == '[' || c == 0) {
+            return {place, 0};
+        }
         const Place next = SkipLineEnds(SkipToLineEnd(place));
         if (Matches(place, key) && SettingsByte(place + key.size()) == '=') {
             return {place, next - place};
@@ -233,9 +275,13 @@ void AppendValue(std::string_view key, std::string_view value, u64 gap) {
     if (line.length == 0) {
         // The gap may be smaller than what is written: the room behind it must be there.
         const u64 end = line.place + size;
-        if (!ReserveSettings(end, gap) || !Insert(line.place, gap)) return;
+        if (!ReserveSettings(end, gap) || !Insert(line.place, gap)) {
+            return;
+        }
         WriteLine(line.place, key, value);
-        if (IsSection(currentSection)) GrowSection(currentSection, size, 0);
+        if (IsSection(currentSection)) {
+            GrowSection(currentSection, size, 0);
+        }
         position = kNoPlace;
         return;
     }
@@ -243,7 +289,9 @@ void AppendValue(std::string_view key, std::string_view value, u64 gap) {
     // The value goes over the last line end; the last line of a file may have none.
     const u64 lineEnd = IsLineEnd(SettingsByte(end - 1)) ? 1 : 0;
     const u64 added = value.size() + 1 - lineEnd;
-    if (!Insert(end, added)) return;
+    if (!Insert(end, added)) {
+        return;
+    }
     Write(Write(end - lineEnd, value), "\n");
     GrowSection(currentSection, added, 0);
     position = kNoPlace;
@@ -252,7 +300,9 @@ void AppendValue(std::string_view key, std::string_view value, u64 gap) {
 std::string Quoted(std::string_view text) {
     std::string quoted = " \"";
     for (const char c : text) {
-        if (c == '\\' || c == '"') quoted += '\\';
+        if (c == '\\' || c == '"') {
+            quoted += '\\';
+        }
         quoted += c;
     }
     return quoted + '"';
@@ -294,9 +344,13 @@ u32 LoadSettings(const char* name) {
 }
 
 u32 SaveSettings(const char* name) {
-    if (!HasSettings()) return 0;
+    if (!HasSettings()) {
+        return 0;
+    }
     const u32 file = OpenToReplace(name);
-    if (file == kNoFile) return 0;
+    if (file == kNoFile) {
+        return 0;
+    }
     u32 result = 1;
     Place section = FirstSection();
     while (IsSection(section)) {
@@ -310,7 +364,9 @@ u32 SaveSettings(const char* name) {
         u8 checksum[kChecksumSize];
         std::memcpy(checksum, text, kChecksumSize);
         ExchangeSettings(section + 1, checksum, kChecksumSize);
-        if (WriteFile(file, SettingsBytes() + section, length) != length) result = 0;
+        if (WriteFile(file, SettingsBytes() + section, length) != length) {
+            result = 0;
+        }
         ExchangeSettings(section + 1, kept, kChecksumSize);
         section = AfterSection(section);
     }
@@ -339,7 +395,9 @@ bool HasCurrentSection() {
 // --- Sections
 
 u32 SelectSection(std::string_view name) {
-    if (!HasSettings()) return 0;
+    if (!HasSettings()) {
+        return 0;
+    }
     currentSection = FirstSection();
     while (IsSection(currentSection)) {
         // A name ends at its first "]", so one that holds a "]" is never found.
@@ -355,10 +413,16 @@ u32 SelectSection(std::string_view name) {
 }
 
 u32 AddSection(std::string_view name) {
-    if (!HasSettings()) return 0;
-    if (SelectSection(name) == 1) return 1;
+    if (!HasSettings()) {
+        return 0;
+    }
+    if (SelectSection(name) == 1) {
+        return 1;
+    }
     const u64 size = kHeaderName + name.size() + 2;
-    if (!Insert(currentSection, size)) return 0;
+    if (!Insert(currentSection, size)) {
+        return 0;
+    }
     constexpr std::string_view kHeaderStart{"[\0\0\0\0\0\0\0\0\0\0=", kHeaderName};
     Write(Write(Write(currentSection, kHeaderStart), name), "]\n");
     SetLength(currentSection, static_cast<u32>(size));
@@ -367,14 +431,18 @@ u32 AddSection(std::string_view name) {
 }
 
 void DeleteSection() {
-    if (!HasCurrentSection()) return;
+    if (!HasCurrentSection()) {
+        return;
+    }
     Remove(currentSection, SettingsWord(currentSection + kHeaderLength));
     currentSection = FirstSection();
     position = kNoPlace;
 }
 
 SettingsText NextSectionName(u32 size) {
-    if (!HasSettings() || currentSection == kNoPlace) return {0, {}};
+    if (!HasSettings() || currentSection == kNoPlace) {
+        return {0, {}};
+    }
     const Place next = IsSection(currentSection) ? AfterSection(currentSection) : kNoPlace;
     if (!IsSection(next)) {
         currentSection = kNoPlace;
@@ -385,8 +453,12 @@ SettingsText NextSectionName(u32 size) {
     std::string name;
     for (Place place = next + kHeaderName;; ++place) {
         const u8 c = SettingsByte(place);
-        if (c == ']' && name.size() < size) return {static_cast<u32>(name.size()), name};
-        if (c == ']' || c == 0 || u64{name.size()} + 1 >= size) return {kBadSettingsText, name};
+        if (c == ']' && name.size() < size) {
+            return {static_cast<u32>(name.size()), name};
+        }
+        if (c == ']' || c == 0 || u64{name.size()} + 1 >= size) {
+            return {kBadSettingsText, name};
+        }
         name += static_cast<char>(c);
     }
 }
@@ -394,32 +466,46 @@ SettingsText NextSectionName(u32 size) {
 // --- Keys
 
 u32 SelectKey(std::string_view key) {
-    if (!HasCurrentSection()) return 0;
+    if (!HasCurrentSection()) {
+        return 0;
+    }
     const FoundLine line = FindKey(key);
     position = line.place;
-    if (line.length == 0) return 0;
+    if (line.length == 0) {
+        return 0;
+    }
     position += key.size() + 1;
     return 1;
 }
 
 u32 DeleteKey(std::string_view key) {
-    if (!HasCurrentSection()) return 0;
+    if (!HasCurrentSection()) {
+        return 0;
+    }
     const FoundLine line = FindKey(key);
     position = line.place;
-    if (line.length == 0) return 0;
+    if (line.length == 0) {
+        return 0;
+    }
     Remove(line.place, line.length);
     GrowSection(currentSection, 0, line.length);
     return 1;
 }
 
 u32 WriteRawValue(std::string_view key, std::string_view text) {
-    if (!HasCurrentSection()) return 0;
+    if (!HasCurrentSection()) {
+        return 0;
+    }
     const FoundLine line = FindKey(key);
     const u64 size = key.size() + 1 + text.size() + 1;
     if (size > line.length) {
         // The line may end beyond the used length, where an insertion alone makes no room.
-        if (!ReserveSettings(line.place + size, size - line.length)) return 1;
-        if (!Insert(line.place, size - line.length)) return 1;
+        if (!ReserveSettings(line.place + size, size - line.length)) {
+            return 1;
+        }
+        if (!Insert(line.place, size - line.length)) {
+            return 1;
+        }
     } else {
         Remove(line.place, line.length - size);
     }
@@ -429,21 +515,26 @@ u32 WriteRawValue(std::string_view key, std::string_view text) {
 }
 
 u32 AppendNumber(std::string_view key, u32 value, u32 style) {
-    if (!HasCurrentSection()) return 0;
+    if (!HasCurrentSection()) {
+        return 0;
+    }
     char text[16];
-    if (style == 1)
+    if (style == 1) {
         std::snprintf(text, sizeof text, " 0%o", value);
-    else if (style == 2)
+    } else if (style == 2) {
         std::snprintf(text, sizeof text, " 0x%8.8X", value);
-    else
+    } else {
         std::snprintf(text, sizeof text, " %d", static_cast<i32>(value));
+    }
     const u64 length = std::strlen(text);
     AppendValue(key, text, key.size() + 1 + length + 1);
     return 1;
 }
 
 u32 AppendString(std::string_view key, std::string_view text) {
-    if (!HasCurrentSection()) return 0;
+    if (!HasCurrentSection()) {
+        return 0;
+    }
     const std::string value = Quoted(text);
     const u64 escapes = value.size() - text.size() - 3;
     // Too small by the text's length and two bytes: files and modules rely on what that overwrites.
@@ -454,34 +545,54 @@ u32 AppendString(std::string_view key, std::string_view text) {
 // --- Values
 
 SettingsNumber ReadNumber() {
-    if (!HasSettings() || position == kNoPlace) return {false, 0, 0};
+    if (!HasSettings() || position == kNoPlace) {
+        return {false, 0, 0};
+    }
     const ParsedNumber number = ParseNumber(position);
     position = number.end;
     return {true, number.found ? 1u : 0u, number.value};
 }
 
 SettingsText ReadString(u32 size) {
-    if (!HasSettings() || position == kNoPlace) return {0, {}};
+    if (!HasSettings() || position == kNoPlace) {
+        return {0, {}};
+    }
     position = SkipBlanks(position);
-    if (SettingsByte(position) != '"') return {0, {}};
+    if (SettingsByte(position) != '"') {
+        return {0, {}};
+    }
     std::string text;
     Place place = position + 1;
     for (;; ++place) {
         u8 c = SettingsByte(place);
-        if (c == '"') break;
-        if (u64{text.size()} + 1 >= size) return {kBadSettingsText, text};
-        if (c == '\\') c = SettingsByte(++place);
-        if (c == 0) return {kBadSettingsText, text};
-        if (c < 32) return {kBadSettingsText, {}};
+        if (c == '"') {
+            break;
+        }
+        if (u64{text.size()} + 1 >= size) {
+            return {kBadSettingsText, text};
+        }
+        if (c == '\\') {
+            c = SettingsByte(++place);
+        }
+        if (c == 0) {
+            return {kBadSettingsText, text};
+        }
+        if (c < 32) {
+            return {kBadSettingsText, {}};
+        }
         text += static_cast<char>(c);
     }
-    if (size == 0) return {kBadSettingsText, {}};
+    if (size == 0) {
+        return {kBadSettingsText, {}};
+    }
     position = place + 1;
     return {static_cast<u32>(text.size()), text};
 }
 
 SettingsText ReadRawLine(u32 size) {
-    if (!HasSettings() || (position == kNoPlace && currentSection == kNoPlace)) return {0, {}};
+    if (!HasSettings() || (position == kNoPlace && currentSection == kNoPlace)) {
+        return {0, {}};
+    }
     const auto endsSection = [](Place place) {
         return SettingsByte(place) == 0 || SettingsByte(SkipBlanks(place)) == '[';
     };
@@ -497,17 +608,23 @@ SettingsText ReadRawLine(u32 size) {
     std::string line;
     Place place = position;
     while (!EndsLine(SettingsByte(place)) && u64{line.size()} + 1 < size) {
-        if (SettingsByte(place) == '\\' && SettingsByte(place + 1) != 0) ++place;
+        if (SettingsByte(place) == '\\' && SettingsByte(place + 1) != 0) {
+            ++place;
+        }
         line += static_cast<char>(SettingsByte(place++));
     }
     const bool whole = IsLineEnd(SettingsByte(place)) && size != 0;
     position = SkipLineEnds(SkipToLineEnd(place));
-    if (endsSection(position)) currentSection = position = kNoPlace;
+    if (endsSection(position)) {
+        currentSection = position = kNoPlace;
+    }
     return {whole ? static_cast<u32>(line.size()) : kBadSettingsText, line};
 }
 
 u32 AtEndOfLine() {
-    if (!HasSettings() || position == kNoPlace) return 1;
+    if (!HasSettings() || position == kNoPlace) {
+        return 1;
+    }
     position = SkipBlanks(position);
     return EndsLine(SettingsByte(position)) ? 1 : 0;
 }

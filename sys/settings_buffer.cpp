@@ -23,9 +23,13 @@ constinit u64 usedLength = 0;  // with the NUL
 constinit u64 textEnd = 0;
 
 u8* AllocateZeroed(u64 size) {
-    if (size > kMaximalCapacity) return nullptr;
+    if (size > kMaximalCapacity) {
+        return nullptr;
+    }
     void* const bytes = systemCalls.allocate(size + kSlack);
-    if (bytes != nullptr) std::memset(bytes, 0, size + kSlack);
+    if (bytes != nullptr) {
+        std::memset(bytes, 0, size + kSlack);
+    }
     return static_cast<u8*>(bytes);
 }
 
@@ -36,13 +40,17 @@ bool HasSettingsBuffer() {
 }
 
 void MakeEmptySettingsBuffer() {
-    if (MakeSettingsBuffer(kEmptyCapacity - 1) != nullptr) SetSettingsText(0);
+    if (MakeSettingsBuffer(kEmptyCapacity - 1) != nullptr) {
+        SetSettingsText(0);
+    }
 }
 
 u8* MakeSettingsBuffer(u64 size) {
     FreeSettingsBuffer();
     block = AllocateZeroed(size + 1);
-    if (block == nullptr) return nullptr;
+    if (block == nullptr) {
+        return nullptr;
+    }
     capacity = size + 1;
     usedLength = 1;
     return block;
@@ -59,13 +67,17 @@ void SetSettingsText(u64 length) {
 }
 
 void FreeSettingsBuffer() {
-    if (block != nullptr) systemCalls.release(block);
+    if (block != nullptr) {
+        systemCalls.release(block);
+    }
     block = nullptr;
     capacity = usedLength = textEnd = 0;
 }
 
 void ClearSettingsBuffer() {
-    if (block == nullptr) return;
+    if (block == nullptr) {
+        return;
+    }
     std::memset(block, 0, textEnd);
     SetSettingsText(0);
 }
@@ -87,11 +99,17 @@ u32 SettingsWord(Place place) {
 }
 
 bool ReserveSettings(u64 end, u64 inserted) {
-    if (end < capacity) return true;
+    if (end < capacity) {
+        return true;
+    }
     u64 size = capacity + inserted + kGrowth;
-    if (size <= end) size = end + 1;
+    if (size <= end) {
+        size = end + 1;
+    }
     u8* const grown = AllocateZeroed(size);
-    if (grown == nullptr) return false;
+    if (grown == nullptr) {
+        return false;
+    }
     std::memcpy(grown, block, capacity);
     systemCalls.release(block);
     block = grown;
@@ -101,19 +119,29 @@ bool ReserveSettings(u64 end, u64 inserted) {
 
 bool InsertSettings(Place place, u64 count) {
     const u64 start = place > usedLength ? place : usedLength;
-    if (!ReserveSettings(start + count, count)) return false;
+    if (!ReserveSettings(start + count, count)) {
+        return false;
+    }
     const bool pastUsed = textEnd >= usedLength;
-    if (place < usedLength) std::memmove(block + place + count, block + place, usedLength - place);
+    if (place < usedLength) {
+        std::memmove(block + place + count, block + place, usedLength - place);
+    }
     usedLength += count;
     // In the usual case the last byte that moved is the NUL.
     const u64 moved = pastUsed ? usedLength : usedLength - 1;
-    if (moved > textEnd) textEnd = moved;
+    if (moved > textEnd) {
+        textEnd = moved;
+    }
     return true;
 }
 
 void RemoveSettings(Place place, u64 count) {
-    if (place >= textEnd) return;
-    if (count > textEnd - place) count = textEnd - place;
+    if (place >= textEnd) {
+        return;
+    }
+    if (count > textEnd - place) {
+        count = textEnd - place;
+    }
     std::memmove(block + place, block + place + count, textEnd - place - count);
     textEnd -= count;
     std::memset(block + textEnd, 0, count);
@@ -122,14 +150,22 @@ void RemoveSettings(Place place, u64 count) {
 }
 
 Place WriteSettings(Place place, const void* bytes, std::size_t count) {
-    if (place == kNoPlace || !ReserveSettings(place + count, 0)) return kNoPlace;
-    if (count != 0) std::memcpy(block + place, bytes, count);
-    if (place + count > textEnd) textEnd = place + count;
+    if (place == kNoPlace || !ReserveSettings(place + count, 0)) {
+        return kNoPlace;
+    }
+    if (count != 0) {
+        std::memcpy(block + place, bytes, count);
+    }
+    if (place + count > textEnd) {
+        textEnd = place + count;
+    }
     return place + count;
 }
 
 void ExchangeSettings(Place place, u8* bytes, std::size_t count) {
-    if (place > capacity || count > kSlack) return;
+    if (place > capacity || count > kSlack) {
+        return;
+    }
     std::swap_ranges(bytes, bytes + count, block + place);
 }
 

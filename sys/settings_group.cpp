@@ -14,7 +14,9 @@ namespace {
 
 void StoreNumber(u32 address) {
     const SettingsNumber number = ReadNumber();
-    if (number.hasPosition) Store<u32>(address, number.value);
+    if (number.hasPosition) {
+        Store<u32>(address, number.value);
+    }
     SetResult(number.result);
 }
 

@@ -58,7 +58,9 @@ void PutString(u32 destination, u32 source) {
 }
 
 void CopyString(u32 destination, u32 source) {
-    if (destination != source) PutString(destination, source);
+    if (destination != source) {
+        PutString(destination, source);
+    }
 }
 
 // Only the bytes up to the first difference are touched.
@@ -68,27 +70,37 @@ i32 CompareStrings(u32 a, u32 b) {
     for (u32 i = 0; i < room; ++i) {
         const i32 first = image[a + i];
         const i32 second = image[b + i];
-        if (first != second) return first - second;
-        if (first == 0) return 0;
+        if (first != second) {
+            return first - second;
+        }
+        if (first == 0) {
+            return 0;
+        }
     }
     MemoryFault();
 }
 
 void UpperCase(u32 address) {
     const std::optional<std::string> upper = UpperCaseUtf8(CheckedString(address));
-    if (!upper) return;
+    if (!upper) {
+        return;
+    }
     std::memcpy(CheckedRange(address, upper->size() + 1), upper->c_str(), upper->size() + 1);
 }
 
 void MoveBytes(u32 destination, u32 source, u64 count) {
     u8* const to = CheckedRange(destination, count);
     const u8* const from = CheckedRange(source, count);
-    if (count != 0) std::memmove(to, from, count);
+    if (count != 0) {
+        std::memmove(to, from, count);
+    }
 }
 
 void FillBytes(u32 address, u32 value, u64 count) {
     u8* const bytes = CheckedRange(address, count);
-    if (count != 0) std::memset(bytes, static_cast<u8>(value), count);
+    if (count != 0) {
+        std::memset(bytes, static_cast<u8>(value), count);
+    }
 }
 
 i32 CompareBytes(u32 a, u32 b, u64 count) {

@@ -21,7 +21,9 @@ void SetModuleTimer(u32 milliseconds) {
         return;
     }
     // A running timer keeps its period: the module stops it first to change it.
-    if (moduleTimer != 0) return;
+    if (moduleTimer != 0) {
+        return;
+    }
     moduleTimer = desktop.startTimer(u64{milliseconds} * 1000, [] { sysSlots.onTimer(); });
 }
 
@@ -32,7 +34,9 @@ bool ModuleTimerRuns() {
 }
 
 void StopModuleTimer() {
-    if (moduleTimer == 0) return;
+    if (moduleTimer == 0) {
+        return;
+    }
     desktop.stopTimer(moduleTimer);
     moduleTimer = 0;
 }

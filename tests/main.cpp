@@ -46,7 +46,9 @@ std::string CacheFolder(const std::string& home) {
 }
 
 void NameTheSurroundings(const std::string& home) {
-    for (const char* const name : kForeign) unsetenv(name);
+    for (const char* const name : kForeign) {
+        unsetenv(name);
+    }
     umask(022);
     fs::create_directory(home + "/run");
     fs::permissions(home + "/run", fs::perms::owner_all);
@@ -62,7 +64,9 @@ void NameTheSurroundings(const std::string& home) {
 // Programs in the sandbox cannot write the list of fonts, and Fontconfig would tell each time.
 void ListFonts() {
     FcConfig* const config = FcInitLoadConfigAndFonts();
-    if (config != nullptr) FcConfigDestroy(config);
+    if (config != nullptr) {
+        FcConfigDestroy(config);
+    }
 }
 
 }  // namespace
@@ -71,7 +75,9 @@ static int Main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     // A test program that a test starts has what the test has given it.
     constexpr const char* kNamed = "MOXI_TEST_SURROUNDINGS";
-    if (std::getenv(kNamed) != nullptr) return RUN_ALL_TESTS();
+    if (std::getenv(kNamed) != nullptr) {
+        return RUN_ALL_TESTS();
+    }
     const TemporaryFolder home;
     NameTheSurroundings(home.path);
     Set(kNamed, home.path);

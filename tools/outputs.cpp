@@ -15,7 +15,9 @@ namespace {
 
 bool IsSameFile(const std::string& a, const std::string& b) {
     std::error_code error;
-    if (fs::equivalent(a, b, error) && !error) return true;
+    if (fs::equivalent(a, b, error) && !error) {
+        return true;
+    }
     return fs::absolute(a, error).lexically_normal() == fs::absolute(b, error).lexically_normal();
 }
 
@@ -60,12 +62,18 @@ std::string ToolShareFolder() {
 std::string ConflictOfOutputs(const std::vector<std::string>& outputs,
                               const std::vector<std::string>& inputs, const std::string& what) {
     for (size_t i = 0; i < outputs.size(); ++i) {
-        if (IsDevice(outputs[i])) continue;
+        if (IsDevice(outputs[i])) {
+            continue;
+        }
         for (const std::string& input : inputs) {
-            if (IsSameFile(outputs[i], input)) return outputs[i] + " would overwrite " + what;
+            if (IsSameFile(outputs[i], input)) {
+                return outputs[i] + " would overwrite " + what;
+            }
         }
         for (size_t k = 0; k < i; ++k) {
-            if (IsSameFile(outputs[i], outputs[k])) return outputs[i] + " is named for two outputs";
+            if (IsSameFile(outputs[i], outputs[k])) {
+                return outputs[i] + " is named for two outputs";
+            }
         }
     }
     return "";
@@ -74,21 +82,28 @@ std::string ConflictOfOutputs(const std::vector<std::string>& outputs,
 void RemoveOutputs(const std::vector<std::string>& outputs) {
     for (const std::string& path : outputs) {
         std::error_code error;
-        if (fs::is_regular_file(path, error)) fs::remove(path, error);
+        if (fs::is_regular_file(path, error)) {
+            fs::remove(path, error);
+        }
     }
 }
 
 bool WriteOutput(const char* tool, const std::string& path, const void* bytes, size_t size,
                  std::ostream& err) {
-    if (path.empty()) return true;
+    if (path.empty()) {
+        return true;
+    }
     FILE* const file = std::fopen(path.c_str(), "wb");
     bool good = file != nullptr;
     if (good) {
         good = std::fwrite(bytes, 1, size, file) == size;
-        if (std::fclose(file) != 0) good = false;
+        if (std::fclose(file) != 0) {
+            good = false;
+        }
     }
-    if (!good)
+    if (!good) {
         err << tool << ": " << path << ": cannot be written: " << std::strerror(errno) << "\n";
+    }
     return good;
 }
 

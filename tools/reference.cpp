@@ -49,7 +49,9 @@ std::string Row(std::initializer_list<std::string> cells) {
     for (const std::string& cell : cells) {
         row += ' ';
         for (const char c : cell) {
-            if (c == '|') row += '\\';
+            if (c == '|') {
+                row += '\\';
+            }
             row += c;
         }
         row += " |";
@@ -59,7 +61,9 @@ std::string Row(std::initializer_list<std::string> cells) {
 
 std::string Rule(size_t columns) {
     std::string row = "|";
-    for (size_t i = 0; i < columns; ++i) row += "---|";
+    for (size_t i = 0; i < columns; ++i) {
+        row += "---|";
+    }
     return row + "\n";
 }
 
@@ -86,7 +90,9 @@ const char* NameOf(InstructionClass kind) {
 
 int CountBits(u32 mask) {
     int bits = 0;
-    for (; mask != 0; mask >>= 1) ++bits;
+    for (; mask != 0; mask >>= 1) {
+        ++bits;
+    }
     return bits;
 }
 
@@ -242,13 +248,19 @@ std::string UnusedNumbers(const Operation (&rows)[kCount]) {
     used[128] = true;
     for (const Operation& row : rows) {
         const u32 count = row.sizes == Sizes::Single ? 1 : 4;
-        for (u32 i = 0; i < count; ++i) used[row.first + i] = true;
+        for (u32 i = 0; i < count; ++i) {
+            used[row.first + i] = true;
+        }
     }
     std::string out;
     for (u32 number = 0; number < 128; ++number) {
-        if (used[number]) continue;
+        if (used[number]) {
+            continue;
+        }
         const u32 first = number;
-        while (!used[number + 1]) ++number;
+        while (!used[number + 1]) {
+            ++number;
+        }
         out += (out.empty() ? "" : ", ") + std::to_string(first) + ".." + std::to_string(number);
     }
     return out;

@@ -24,7 +24,9 @@ u64 TablesSize(u64 entriesSize) {
 }
 
 void FreeTables() {
-    if (translatedState.entries == nullptr) return;
+    if (translatedState.entries == nullptr) {
+        return;
+    }
     munmap(translatedState.entries, TablesSize(translatedState.entriesSize));
     translatedState.entries = nullptr;
     translatedState.covered = nullptr;
@@ -34,10 +36,14 @@ void FreeTables() {
 }  // namespace
 
 bool MakeCodeMemory() {
-    if (translatedState.codeMemory != nullptr) return true;
+    if (translatedState.codeMemory != nullptr) {
+        return true;
+    }
     void* const memory =
         mmap(nullptr, kCodeMemory, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (memory == MAP_FAILED) return false;
+    if (memory == MAP_FAILED) {
+        return false;
+    }
     if (mprotect(memory, kCodeMemory, PROT_READ | PROT_EXEC) != 0) {
         munmap(memory, kCodeMemory);
         return false;
@@ -48,11 +54,15 @@ bool MakeCodeMemory() {
 
 bool MakeTables() {
     const u64 size = std::min<u64>((u64{imageSize} + 4095) / 4096 * 4096, kMostCode);
-    if (size == translatedState.entriesSize) return true;
+    if (size == translatedState.entriesSize) {
+        return true;
+    }
     FreeTables();
     void* const memory = mmap(nullptr, TablesSize(size), PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (memory == MAP_FAILED) return false;
+    if (memory == MAP_FAILED) {
+        return false;
+    }
     translatedState.entries = static_cast<u8*>(memory);
     translatedState.entriesSize = size;
     translatedState.covered = translatedState.entries + size;
@@ -103,7 +113,9 @@ bool IsCovered(u32 address) {
 
 bool AreCovered(u32 address, u64 bytes) {
     const u64 end = std::min<u64>(address + bytes, coveredEnd);
-    if (address >= end) return false;
+    if (address >= end) {
+        return false;
+    }
     const u64 words = (end + 3) / 4 - address / 4;
     return std::memchr(translatedState.covered + address / 4, 1, words) != nullptr;
 }

@@ -66,14 +66,26 @@ void DecodeOneOperand(Instruction& in) {
     const OneOperand op = OneOperandOf(in);
     const u32 size = number & 3;
     bool known = op <= OneOperand::Pea || (op >= OneOperand::Utof && op <= OneOperand::Dtol);
-    if (number < 4) known = op == OneOperand::Fneg;
-    if (op == OneOperand::Extz || op == OneOperand::Exts) known = size != 3;
+    if (number < 4) {
+        known = op == OneOperand::Fneg;
+    }
+    if (op == OneOperand::Extz || op == OneOperand::Exts) {
+        known = size != 3;
+    }
     // Unsigned numbers of 64 bits have no conversion of one instruction.
-    if (op == OneOperand::Utof || op == OneOperand::Utod) known = size != 3;
-    if (in.mode == Mode::Register && WideRegister(in.w) > kLastRegister) known = false;
+    if (op == OneOperand::Utof || op == OneOperand::Utod) {
+        known = size != 3;
+    }
+    if (in.mode == Mode::Register && WideRegister(in.w) > kLastRegister) {
+        known = false;
+    }
     const bool reads = op == OneOperand::Tst || op == OneOperand::Push;
-    if (reads && IsReadInHeader(in.mode, in.words[0], 1u << size)) known = false;
-    if (!reads && op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) known = false;
+    if (reads && IsReadInHeader(in.mode, in.words[0], 1u << size)) {
+        known = false;
+    }
+    if (!reads && op != OneOperand::Pea && IsInHeader(in.mode, in.words[0])) {
+        known = false;
+    }
     const bool isLegal = IsLegalOneOperand(in.w);
     in.flow = known ? Flow::Next : isLegal ? Flow::Interpreter : Flow::End;
 }

@@ -30,7 +30,9 @@ void GoToNoted(Emission& e, u32 target) {
 
 void GoTo(Emission& e, u32 target) {
     const int block = BlockAt(e.region, target);
-    if (NeedsSlot(e, target)) StoreSlot(e);
+    if (NeedsSlot(e, target)) {
+        StoreSlot(e);
+    }
     if (block >= 0) {
         e.a.jmp(e.labels[static_cast<size_t>(block)]);
     } else {
@@ -132,9 +134,13 @@ void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
 void EmitCall(Emission& e, const Instruction& in) {
     RequireRoom(e, 8);
     const bool isThrough = in.flow == Flow::CallThrough;
-    if (isThrough) LoadValue(e, x86::rax, RegisterPlace(CallRegister(in.w)), 2);
+    if (isThrough) {
+        LoadValue(e, x86::rax, RegisterPlace(CallRegister(in.w)), 2);
+    }
     const int block = isThrough ? -1 : BlockAt(e.region, in.target);
-    if (isThrough || NeedsSlot(e, in.target)) StoreSlot(e);
+    if (isThrough || NeedsSlot(e, in.target)) {
+        StoreSlot(e);
+    }
     const u32 next = in.pc + in.length;
     const u64 returned = next | u64{ArgumentBytes(in.w)} << 32;
     e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
@@ -150,7 +156,9 @@ void EmitCall(Emission& e, const Instruction& in) {
     if (block >= 0) {
         e.a.call(e.labels[static_cast<size_t>(block)]);
     } else {
-        if (!isThrough) e.a.mov(x86::eax, in.target);
+        if (!isThrough) {
+            e.a.mov(x86::eax, in.target);
+        }
         e.a.call(reinterpret_cast<u64>(e.shared.jump));
     }
     EmitReturned(e, in, returned);
@@ -181,7 +189,9 @@ void EmitLink(Emission& e, const Instruction& in) {
 void RequireNarrowReturn(Emission& e, u32 count) {
     bool isFirst = true;
     for (u32 i = 0; i < count; ++i) {
-        if (!IsNarrow(14 - count + i)) continue;
+        if (!IsNarrow(14 - count + i)) {
+            continue;
+        }
         const x86::Mem upper = InStack(x86::r12, static_cast<i32>(8 * i + 4), 4);
         if (isFirst) {
             e.a.mov(x86::ecx, upper);
@@ -190,7 +200,9 @@ void RequireNarrowReturn(Emission& e, u32 count) {
         }
         isFirst = false;
     }
-    if (isFirst) return;
+    if (isFirst) {
+        return;
+    }
     e.a.test(x86::ecx, x86::ecx);
     e.a.jnz(LeaveLabel(e));
 }
@@ -199,7 +211,9 @@ void RequireNarrowReturn(Emission& e, u32 count) {
 // in edx FP of the caller, in r13 that of the called.
 void EmitReturn(Emission& e, const Instruction& in) {
     const u32 count = SavedRegisters(in.w);
-    if (count != 0) RequireStack(e);
+    if (count != 0) {
+        RequireStack(e);
+    }
     const Place frame = FramePlace(e, 0, x86::rdx, Use::Read);
     e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
     e.a.cmp(x86::eax, StateField(offsetof(TranslatedState, leastReturn), 4));
@@ -239,7 +253,9 @@ void EmitSingle(Emission& e, const Instruction& in) {
 }
 
 void EmitInstruction(Emission& e, const Instruction& in) {
-    if (in.kind != InstructionClass::FlagBranch) e.flagsFit = false;
+    if (in.kind != InstructionClass::FlagBranch) {
+        e.flagsFit = false;
+    }
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
         e.a.jmp(LeaveLabel(e));
         return;
@@ -281,7 +297,9 @@ void EmitBlock(Emission& e, size_t number) {
     }
     const Instruction& last = *e.in;
     // Who has returned has stored its own.
-    if (last.flow == Flow::Call || last.flow == Flow::CallThrough) e.fillsSlot = false;
+    if (last.flow == Flow::Call || last.flow == Flow::CallThrough) {
+        e.fillsSlot = false;
+    }
     if (last.flow == Flow::Jump || last.flow == Flow::Away || last.flow == Flow::Interpreter ||
         last.flow == Flow::End) {
         return;
@@ -309,7 +327,9 @@ void EmitSideExits(Emission& e) {
         EmitNote(e, place);
         e.fillsSlot = side.fillsSlot;
         e.slot = side.slot;
-        if (NeedsSlot(e, side.target)) StoreSlot(e);
+        if (NeedsSlot(e, side.target)) {
+            StoreSlot(e);
+        }
         GoToNoted(e, side.target);
     }
 }
@@ -386,7 +406,9 @@ void EmitEntries(Emission& e, const u32* generation) {
         const u32 pc = e.region.instructions[e.region.blocks[i].first].pc;
         e.out.entries.push_back({pc, static_cast<u32>(e.a.offset())});
         Facts facts = e.before[i];
-        if (facts.stack != kNoStack) facts.stack = kFloorRoom;
+        if (facts.stack != kNoStack) {
+            facts.stack = kFloorRoom;
+        }
         auto check = std::find_if(checks.begin(), checks.end(),
                                   [&facts](const Check& at) { return at.facts == facts; });
         if (check == checks.end()) {
@@ -396,7 +418,9 @@ void EmitEntries(Emission& e, const u32* generation) {
         e.a.lea(x86::rdx, x86::ptr(e.labels[i]));
         e.a.jmp(check->label);
     }
-    for (const Check& check : checks) EmitEntryCheck(e, check.label, check.facts, generation);
+    for (const Check& check : checks) {
+        EmitEntryCheck(e, check.label, check.facts, generation);
+    }
 }
 
 // The blocks that fill the immediate slot before any branch.
@@ -406,7 +430,9 @@ std::vector<bool> StartWithSlot(const Region& region) {
         bool fills = false;
         for (u32 i = 0; i < block.count && !fills; ++i) {
             const Instruction& in = region.instructions[block.first + i];
-            if (in.flow != Flow::Next) break;
+            if (in.flow != Flow::Next) {
+                break;
+            }
             fills = in.kind == InstructionClass::TwoOperands &&
                     (in.form.b == Mode::Quick || in.form.b == Mode::Immediate);
         }
@@ -418,7 +444,9 @@ std::vector<bool> StartWithSlot(const Region& region) {
 // --- Which registers stay narrow
 
 bool WritesWholeRegister(const Instruction& in, u32& number) {
-    if (in.flow == Flow::Interpreter || in.flow == Flow::End) return false;
+    if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
+        return false;
+    }
     if (in.kind == InstructionClass::TwoOperands && in.form.a == Mode::Register) {
         number = LowRegister(in.w);
         const TwoOperand op = TwoOperandOf(in);
@@ -451,7 +479,9 @@ u16 WideRegisters(const Region& region) {
     u16 wide = 0;
     for (const Instruction& in : region.instructions) {
         u32 number = 0;
-        if (WritesWholeRegister(in, number)) wide = static_cast<u16>(wide | 1u << number);
+        if (WritesWholeRegister(in, number)) {
+            wide = static_cast<u16>(wide | 1u << number);
+        }
     }
     return wide;
 }
@@ -469,7 +499,9 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
         e.labels.push_back(a.newLabel());
         e.bodies.push_back(a.newLabel());
     }
-    for (size_t i = 0; i < region.blocks.size(); ++i) EmitBlock(e, i);
+    for (size_t i = 0; i < region.blocks.size(); ++i) {
+        EmitBlock(e, i);
+    }
     EmitSideExits(e);
     EmitFullStacks(e);
     EmitLowWrites(e);

@@ -140,7 +140,9 @@ void EmitConversion(Emission& e, OneOperand op, const Place& place) {
 }  // namespace
 
 void RequireRoom(Emission& e, u32 room) {
-    if (e.facts.stack >= static_cast<i32>(room)) return;
+    if (e.facts.stack >= static_cast<i32>(room)) {
+        return;
+    }
     if (room <= kFloorRoom) {
         e.a.cmp(x86::r12d, x86::dword_ptr(kStateRegister, offsetof(TranslatedState, pushFloor)));
     } else {
@@ -153,7 +155,9 @@ void RequireRoom(Emission& e, u32 room) {
 }
 
 void RequireStack(Emission& e) {
-    if (e.facts.stack >= 0) return;
+    if (e.facts.stack >= 0) {
+        return;
+    }
     e.a.cmp(x86::r12d, kHeaderSize);
     e.a.jb(LeaveLabel(e));
 }

@@ -26,7 +26,9 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
                 a.movq(slot, vector);
             }
         }
-        if (hostOf[number] == kNoHost) continue;
+        if (hostOf[number] == kNoHost) {
+            continue;
+        }
         const x86::Gp host = HostRegister(hostOf[number]);
         if (isLoad) {
             a.mov(host, slot);
@@ -39,7 +41,9 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
 // A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
 void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
                const Label& strayReturn) {
-    for (const x86::Gp& kept : kKept) a.push(kept);
+    for (const x86::Gp& kept : kKept) {
+        a.push(kept);
+    }
     a.sub(x86::rsp, 8);
     a.mov(kImage, x86::rdi);
     a.mov(x86::eax, x86::esi);
@@ -96,7 +100,9 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.mov(x86::r8d, x86::r14d);
     a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
     a.add(x86::rsp, 8);
-    for (size_t i = std::size(kKept); i-- > 0;) a.pop(kKept[i]);
+    for (size_t i = std::size(kKept); i-- > 0;) {
+        a.pop(kKept[i]);
+    }
     a.mov(x86::rax, reinterpret_cast<u64>(leaveHandler));
     JumpUntracked(a, x86::rax);
 }

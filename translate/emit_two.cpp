@@ -12,7 +12,9 @@ namespace {
 
 bool SetsFlags(TwoOperand op) {
     for (const Operation& operation : kTwoOperandOperations) {
-        if (operation.first == static_cast<u8>(op)) return operation.setsFlags;
+        if (operation.first == static_cast<u8>(op)) {
+            return operation.setsFlags;
+        }
     }
     return false;
 }
@@ -69,7 +71,9 @@ u64 ConstantOf(const Instruction& in, u32 size) {
         const i32 quick = in.form.bField == Field::High ? HighQuick(in.w) : LowQuick(in.w);
         return static_cast<u64>(i64{quick});
     }
-    if (size != 3) return WordOfB(in);
+    if (size != 3) {
+        return WordOfB(in);
+    }
     // A quad's words follow those of A.
     const u32 first = in.length - 8;
     return Load<u64>(in.pc + first);
@@ -106,9 +110,15 @@ Operand Source(Emission& e, const Place& b, u32 size) {
         LoadValue(e, x86::rcx, b, size);
         return Sized(x86::rcx, size);
     }
-    if (b.kind != PlaceKind::Constant) return OperandOf(b, size);
-    if (size == 2) return Imm(static_cast<i32>(b.constant));
-    if (FitsSigned32(b.constant)) return Imm(static_cast<i64>(b.constant));
+    if (b.kind != PlaceKind::Constant) {
+        return OperandOf(b, size);
+    }
+    if (size == 2) {
+        return Imm(static_cast<i32>(b.constant));
+    }
+    if (FitsSigned32(b.constant)) {
+        return Imm(static_cast<i64>(b.constant));
+    }
     e.a.mov(x86::rcx, b.constant);
     return x86::rcx;
 }
@@ -141,7 +151,9 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
     if (IsDirect(a, size) && !onlyCompares) {
         const x86::Gp target = HostRegister(hostOf[a.number]);
         EmitOnRegister(e, op, target, b, size);
-        if (SetsFlags(op)) KeepResult(e, target, size);
+        if (SetsFlags(op)) {
+            KeepResult(e, target, size);
+        }
         e.flagsFit = SetsFlags(op);
         return;
     }
@@ -159,16 +171,24 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
                                                          : op;
         EmitOnRegister(e, real, x86::rax, b, wide);
     }
-    if (SetsFlags(op)) KeepResult(e, x86::rax, size);
+    if (SetsFlags(op)) {
+        KeepResult(e, x86::rax, size);
+    }
     e.flagsFit = SetsFlags(op) && size >= 2;
-    if (onlyCompares) return;
-    if (IsHost(a) && size == 2) e.flagsFit = e.flagsFit && IsNarrow(a.number);
+    if (onlyCompares) {
+        return;
+    }
+    if (IsHost(a) && size == 2) {
+        e.flagsFit = e.flagsFit && IsNarrow(a.number);
+    }
     StoreValue(e, a, x86::rax, size);
 }
 
 // MOVE with a vector register, where that needs no general one. False when it was not done.
 bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
-    if (size < 2) return false;
+    if (size < 2) {
+        return false;
+    }
     if (IsVector(a)) {
         const x86::Xmm to = VectorRegister(vectorOf[a.number]);
         if (IsVector(b)) {
@@ -192,7 +212,9 @@ bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
         StoreValue(e, a, x86::rax, size);
         return true;
     }
-    if (!IsVector(b) || IsHost(a)) return false;
+    if (!IsVector(b) || IsHost(a)) {
+        return false;
+    }
     const x86::Xmm from = VectorRegister(vectorOf[b.number]);
     if (size == 3) {
         e.a.movq(MemoryOf(a, 3), from);
@@ -207,7 +229,9 @@ void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
     }
-    if (MoveByVector(e, a, b, size)) return;
+    if (MoveByVector(e, a, b, size)) {
+        return;
+    }
     if (!IsHost(a) && !IsVector(a) && b.kind == PlaceKind::Constant &&
         (size < 3 || FitsSigned32(b.constant))) {
         const i64 value = size == 0   ? static_cast<i8>(b.constant)
@@ -234,7 +258,9 @@ void EmitMoveZero(Emission& e, const Place& a, const Place& b, u32 size) {
 }
 
 u32 ShiftInstruction(TwoOperand op) {
-    if (op == TwoOperand::Asr) return x86::Inst::kIdSar;
+    if (op == TwoOperand::Asr) {
+        return x86::Inst::kIdSar;
+    }
     return op == TwoOperand::Lsr ? x86::Inst::kIdShr : x86::Inst::kIdShl;
 }
 
@@ -242,7 +268,9 @@ u32 ShiftInstruction(TwoOperand op) {
 void EmitShift(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
     const bool isConstant = b.kind == PlaceKind::Constant;
     const u32 count = static_cast<u32>(b.constant) & (size == 3 ? 63u : 31u);
-    if (!isConstant) LoadValue(e, x86::rcx, b, 0);
+    if (!isConstant) {
+        LoadValue(e, x86::rcx, b, 0);
+    }
     const bool direct = IsDirect(a, size);
     const x86::Gp target = direct ? HostRegister(hostOf[a.number]) : x86::Gp(x86::rax);
     if (!direct && op == TwoOperand::Asr && size < 2) {
@@ -258,7 +286,9 @@ void EmitShift(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
     }
     KeepResult(e, target, size);
     e.flagsFit = isConstant && count != 0 && size >= 2 && direct;
-    if (!direct) StoreValue(e, a, x86::rax, size);
+    if (!direct) {
+        StoreValue(e, a, x86::rax, size);
+    }
 }
 
 // --- Division
@@ -269,7 +299,9 @@ void RequireDivision(Emission& e, bool isSigned, u32 size) {
     const x86::Gp divisor = Sized(x86::rcx, wide);
     e.a.test(divisor, divisor);
     e.a.jz(LeaveLabel(e));
-    if (!isSigned) return;
+    if (!isSigned) {
+        return;
+    }
     const Label fits = e.a.newLabel();
     e.a.cmp(divisor, -1);
     e.a.jne(fits);
@@ -289,13 +321,17 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
     const bool isSigned = op == TwoOperand::Divs || op == TwoOperand::Mods;
     const u32 wide = size < 2 ? 2 : size;
     const x86::Mem kept = x86::qword_ptr(kStateRegister, offsetof(TranslatedState, kept));
-    if (!IsHost(a) && a.kind == PlaceKind::Memory) e.a.mov(kept, x86::rdx);
+    if (!IsHost(a) && a.kind == PlaceKind::Memory) {
+        e.a.mov(kept, x86::rdx);
+    }
     if (b.kind == PlaceKind::Constant) {
         Place extended = b;
-        if (isSigned && size == 0)
+        if (isSigned && size == 0) {
             extended.constant = static_cast<u32>(static_cast<i8>(b.constant));
-        if (isSigned && size == 1)
+        }
+        if (isSigned && size == 1) {
             extended.constant = static_cast<u32>(static_cast<i16>(b.constant));
+        }
         LoadValue(e, x86::rcx, extended, isSigned ? wide : size);
     } else if (isSigned) {
         LoadSigned(e, x86::rcx, b, size);
@@ -320,8 +356,12 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
         e.a.xor_(x86::edx, x86::edx);
         e.a.div(Sized(x86::rcx, wide));
     }
-    if (op == TwoOperand::Mods || op == TwoOperand::Modu) e.a.mov(x86::rax, x86::rdx);
-    if (!IsHost(a) && a.kind == PlaceKind::Memory) e.a.mov(x86::rdx, kept);
+    if (op == TwoOperand::Mods || op == TwoOperand::Modu) {
+        e.a.mov(x86::rax, x86::rdx);
+    }
+    if (!IsHost(a) && a.kind == PlaceKind::Memory) {
+        e.a.mov(x86::rdx, kept);
+    }
     StoreValue(e, a, x86::rax, size);
 }
 
@@ -390,13 +430,19 @@ void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
     } else {
         LoadFloat(e, source, b, size);
     }
-    if (op == TwoOperand::Fcmp) return;
+    if (op == TwoOperand::Fcmp) {
+        return;
+    }
     e.a.emit(FloatInstruction(op, size), target, source);
-    if (!IsVector(a)) StoreFloat(e, a, target, size);
+    if (!IsVector(a)) {
+        StoreFloat(e, a, target, size);
+    }
 }
 
 void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
-    if (IsConstant(in.form.b)) ConstantPlace(e, in, SizeOf(in));
+    if (IsConstant(in.form.b)) {
+        ConstantPlace(e, in, SizeOf(in));
+    }
     EmitAddress(e, in.form.b, NumberIn(in, in.form.bField), OffsetOf(in, in.form.b, WordOfB(in)),
                 x86::rcx);
     StoreValue(e, a, x86::rcx, 2);

@@ -19,8 +19,12 @@ constexpr u32 kMostRounds = 8;
 
 u32 PushedOperand(const Instruction& in) {
     const OneOperand op = OneOperandOf(in);
-    if (op == OneOperand::Pea) return 4;
-    if (op != OneOperand::Push) return 0;
+    if (op == OneOperand::Pea) {
+        return 4;
+    }
+    if (op != OneOperand::Push) {
+        return 0;
+    }
     return SizeOf(in) == 0 ? 2 : 1u << SizeOf(in);
 }
 
@@ -47,8 +51,12 @@ bool IsLink(const Instruction& in) {
 }
 
 u32 PoppedBy(const Instruction& in) {
-    if (in.flow != Flow::Next || in.kind != InstructionClass::OneOperand) return 0;
-    if (OneOperandOf(in) != OneOperand::Pop) return 0;
+    if (in.flow != Flow::Next || in.kind != InstructionClass::OneOperand) {
+        return 0;
+    }
+    if (OneOperandOf(in) != OneOperand::Pop) {
+        return 0;
+    }
     return SizeOf(in) == 0 ? 2 : 1u << SizeOf(in);
 }
 
@@ -87,7 +95,9 @@ struct Search {
 
     void AddEdge(size_t from, u32 index, u32 pc, bool isReturn = false) {
         const int to = BlockAt(region, pc);
-        if (to >= 0) edges[from].push_back({static_cast<size_t>(to), index, isReturn});
+        if (to >= 0) {
+            edges[from].push_back({static_cast<size_t>(to), index, isReturn});
+        }
     }
 
     void FindEdges(size_t block) {
@@ -110,9 +120,13 @@ struct Search {
 
     bool NeedsFrame(size_t block) const {
         const Block& all = region.blocks[block];
-        if (!FrameUseFrom(region, all, 0).IsEmpty()) return true;
+        if (!FrameUseFrom(region, all, 0).IsEmpty()) {
+            return true;
+        }
         for (u32 i = 0; i < all.count; ++i) {
-            if (IsLink(At(block, i))) return false;
+            if (IsLink(At(block, i))) {
+                return false;
+            }
         }
         return std::any_of(edges[block].begin(), edges[block].end(),
                            [this](const Edge& edge) { return needsFrame[edge.to]; });
@@ -120,7 +134,9 @@ struct Search {
 
     bool NeedsStack(size_t block) const {
         for (u32 i = 0; i < region.blocks[block].count; ++i) {
-            if (UsesStack(At(block, i))) return true;
+            if (UsesStack(At(block, i))) {
+                return true;
+            }
         }
         return std::any_of(edges[block].begin(), edges[block].end(),
                            [this](const Edge& edge) { return needsStack[edge.to]; });
@@ -130,21 +146,33 @@ struct Search {
         for (hasChanged = true; hasChanged;) {
             hasChanged = false;
             for (size_t i = region.blocks.size(); i-- > 0;) {
-                if (!needsFrame[i] && NeedsFrame(i)) needsFrame[i] = hasChanged = true;
-                if (!needsStack[i] && NeedsStack(i)) needsStack[i] = hasChanged = true;
+                if (!needsFrame[i] && NeedsFrame(i)) {
+                    needsFrame[i] = hasChanged = true;
+                }
+                if (!needsStack[i] && NeedsStack(i)) {
+                    needsStack[i] = hasChanged = true;
+                }
             }
         }
         for (size_t i = 0; i < before.size(); ++i) {
-            if (!needsFrame[i]) before[i].frame = kNoFrame;
-            if (!needsStack[i]) before[i].stack = kNoStack;
+            if (!needsFrame[i]) {
+                before[i].frame = kNoFrame;
+            }
+            if (!needsStack[i]) {
+                before[i].stack = kNoStack;
+            }
         }
     }
 
     void Restrict(size_t block, const Facts& facts, bool isLate) {
         Facts& known = before[block];
         Facts now = {std::max(known.frame, facts.frame), std::min(known.stack, facts.stack)};
-        if (now == known) return;
-        if (isLate && now.stack != known.stack) now.stack = kNoStack;
+        if (now == known) {
+            return;
+        }
+        if (isLate && now.stack != known.stack) {
+            now.stack = kNoStack;
+        }
         known = now;
         hasChanged = true;
     }
@@ -167,14 +195,20 @@ struct Search {
     void ChooseFrames() {
         FrameRange used;
         for (size_t i = 0; i < before.size(); ++i) {
-            if (before[i].frame != kAnyFrame) continue;
+            if (before[i].frame != kAnyFrame) {
+                continue;
+            }
             const FrameRange here = FrameUseFrom(region, region.blocks[i], 0);
-            if (here.IsEmpty()) continue;
+            if (here.IsEmpty()) {
+                continue;
+            }
             used.Add(here.low);
             used.Add(here.high);
         }
         for (Facts& facts : before) {
-            if (facts.frame == kAnyFrame) facts.frame = used.IsEmpty() ? kNoFrame : used.low;
+            if (facts.frame == kAnyFrame) {
+                facts.frame = used.IsEmpty() ? kNoFrame : used.low;
+            }
         }
     }
 };
@@ -182,22 +216,34 @@ struct Search {
 }  // namespace
 
 void FrameRange::Add(i32 offset) {
-    if (offset < -kNearFrame || offset > kNearFrame) return;
+    if (offset < -kNearFrame || offset > kNearFrame) {
+        return;
+    }
     low = std::min(low, offset);
     high = std::max(high, offset);
 }
 
 FrameRange FrameUse(const Instruction& in) {
     FrameRange range;
-    if (in.flow == Flow::Interpreter || in.flow == Flow::End) return range;
+    if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
+        return range;
+    }
     if (in.kind == InstructionClass::TwoOperands) {
-        if (TwoOperandOf(in) == TwoOperand::Blockmove) return range;
+        if (TwoOperandOf(in) == TwoOperand::Blockmove) {
+            return range;
+        }
         // LEA takes the address of B, wherever that is.
         const Mode b = TwoOperandOf(in) == TwoOperand::Lea ? Mode::Register : in.form.b;
-        if (in.form.a == Mode::Frame || b == Mode::Frame) range.Add(FrameOffset(in.w));
-        if (b == Mode::Frame32) range.Add(static_cast<i32>(in.words[0]));
+        if (in.form.a == Mode::Frame || b == Mode::Frame) {
+            range.Add(FrameOffset(in.w));
+        }
+        if (b == Mode::Frame32) {
+            range.Add(static_cast<i32>(in.words[0]));
+        }
     } else if (in.kind == InstructionClass::OneOperand && in.mode == Mode::Frame) {
-        if (OneOperandOf(in) != OneOperand::Pea) range.Add(FrameOffset(in.w));
+        if (OneOperandOf(in) != OneOperand::Pea) {
+            range.Add(FrameOffset(in.w));
+        }
     } else if (in.kind == InstructionClass::TestBranch &&
                static_cast<TestOperand>(TestMode(in.w)) == TestOperand::Frame32) {
         range.Add(static_cast<i32>(in.words[0]));
@@ -216,15 +262,23 @@ FrameRange FrameUseFrom(const Region& region, const Block& block, u32 index) {
             all.Add(range.low);
             all.Add(range.high);
         }
-        if (IsLink(in)) break;
+        if (IsLink(in)) {
+            break;
+        }
     }
     return all;
 }
 
 u32 PushedBy(const Instruction& in) {
-    if (in.flow == Flow::Interpreter || in.flow == Flow::End) return 0;
-    if (in.kind == InstructionClass::OneOperand) return PushedOperand(in);
-    if (in.kind == InstructionClass::Single) return PushedConstant(in);
+    if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
+        return 0;
+    }
+    if (in.kind == InstructionClass::OneOperand) {
+        return PushedOperand(in);
+    }
+    if (in.kind == InstructionClass::Single) {
+        return PushedConstant(in);
+    }
     return 0;
 }
 
@@ -236,9 +290,13 @@ Facts FactsAfter(const Region& region, const Block& block, u32 index, Facts fact
     }
     const i32 pushed = static_cast<i32>(PushedBy(in));
     if (pushed != 0) {
-        if (facts.stack < pushed) facts.stack = std::max(pushed, kMostStack);
+        if (facts.stack < pushed) {
+            facts.stack = std::max(pushed, kMostStack);
+        }
         facts.stack -= pushed;
-        if (IsLink(in)) facts.frame = 4 - pushed;
+        if (IsLink(in)) {
+            facts.frame = 4 - pushed;
+        }
     }
     if (facts.stack != kNoStack) {
         facts.stack = std::min(facts.stack + static_cast<i32>(PoppedBy(in)), kMostStack);
@@ -252,7 +310,9 @@ Facts FactsReturned(const Facts& facts) {
 
 std::vector<Facts> FindFacts(const Region& region) {
     Search search(region);
-    for (size_t i = 0; i < region.blocks.size(); ++i) search.FindEdges(i);
+    for (size_t i = 0; i < region.blocks.size(); ++i) {
+        search.FindEdges(i);
+    }
     search.FindNeeds();
     for (u32 round = 0; search.hasChanged || round == 0; ++round) {
         search.hasChanged = false;
@@ -264,7 +324,9 @@ std::vector<Facts> FindFacts(const Region& region) {
     // What has been chosen may be less than what its successors counted on.
     for (search.hasChanged = true; search.hasChanged;) {
         search.hasChanged = false;
-        for (size_t i = 0; i < region.blocks.size(); ++i) search.FollowBlock(i, true);
+        for (size_t i = 0; i < region.blocks.size(); ++i) {
+            search.FollowBlock(i, true);
+        }
     }
     return std::move(search.before);
 }

@@ -141,17 +141,27 @@ void StoreRegistersAt(Emission& e, u32 address) {
     const u32 first = (address - kHeaderRegisters) / 8;
     for (u32 number = first; number < std::min(first + 2, 16u); ++number) {
         const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
-        if (hostOf[number] != kNoHost) e.a.mov(slot, HostRegister(hostOf[number]));
-        if (vectorOf[number] != kNoHost) e.a.movq(slot, VectorRegister(vectorOf[number]));
-        if (address % 8 == 0) return;
+        if (hostOf[number] != kNoHost) {
+            e.a.mov(slot, HostRegister(hostOf[number]));
+        }
+        if (vectorOf[number] != kNoHost) {
+            e.a.movq(slot, VectorRegister(vectorOf[number]));
+        }
+        if (address % 8 == 0) {
+            return;
+        }
     }
 }
 
 Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
-    if (address < kHeaderPC) StoreRegistersAt(e, address);
+    if (address < kHeaderPC) {
+        StoreRegistersAt(e, address);
+    }
     // When code is translated there later the region is given up.
     const bool isFree = use == Use::Write && (!IsCovered(address) || address == kHeaderBlockCount);
-    if (isFree) e.out.writes.push_back(address);
+    if (isFree) {
+        e.out.writes.push_back(address);
+    }
     if ((use == Use::Read || isFree) && address < 0x80000000) {
         Place place;
         place.kind = PlaceKind::Memory;
@@ -179,7 +189,9 @@ Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
         Compare(e, scratch, use);
         return MemoryAt(scratch);
     }
-    if (signedOffset < e.facts.frame) CheckFrame(e);
+    if (signedOffset < e.facts.frame) {
+        CheckFrame(e);
+    }
     Place place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, x86::r13, 0, signedOffset);
@@ -200,7 +212,9 @@ void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& to
                 return;
             }
             LoadValue(e, to, RegisterPlace(number), 2);
-            if (word != 0) e.a.add(to.r32(), offset);
+            if (word != 0) {
+                e.a.add(to.r32(), offset);
+            }
             return;
         }
         default: e.a.mov(to.r32(), kImmediateSlot);
@@ -245,7 +259,9 @@ x86::Mem MemoryOf(const Place& place, u32 size) {
 }
 
 Operand OperandOf(const Place& place, u32 size) {
-    if (IsHost(place)) return Sized(HostRegister(hostOf[place.number]), size);
+    if (IsHost(place)) {
+        return Sized(HostRegister(hostOf[place.number]), size);
+    }
     return MemoryOf(place, size);
 }
 
@@ -266,7 +282,9 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
         } else {
             e.a.movd(to.r32(), from);
         }
-        if (size < 2) e.a.movzx(to.r32(), Sized(to, size));
+        if (size < 2) {
+            e.a.movzx(to.r32(), Sized(to, size));
+        }
         return;
     }
     const Operand operand = OperandOf(place, size);
@@ -329,13 +347,17 @@ void FillSlot(Emission& e, u64 value, u32 size) {
 }
 
 bool NeedsSlot(const Emission& e, u32 target) {
-    if (!e.fillsSlot) return false;
+    if (!e.fillsSlot) {
+        return false;
+    }
     const int block = BlockAt(e.region, target);
     return block < 0 || !e.startWithSlot[static_cast<size_t>(block)];
 }
 
 void StoreSlot(Emission& e) {
-    if (e.fillsSlot) e.a.mov(x86::dword_ptr(kImage, kImmediateSlot), e.slot);
+    if (e.fillsSlot) {
+        e.a.mov(x86::dword_ptr(kImage, kImmediateSlot), e.slot);
+    }
 }
 
 void KeepResult(Emission& e, const x86::Gp& value, u32 size) {

@@ -31,7 +31,9 @@ class Addresses {
     // The slot that holds the address, or that would.
     size_t SlotOf(u32 pc) const {
         size_t slot = pc / 4 % kSlots;
-        while (slots[slot] != 0 && slots[slot] != pc) slot = (slot + 1) % kSlots;
+        while (slots[slot] != 0 && slots[slot] != pc) {
+            slot = (slot + 1) % kSlots;
+        }
         return slot;
     }
     std::array<u32, kSlots> slots = {};
@@ -48,9 +50,13 @@ struct Search {
     bool IsRepeated(u32 pc) const { return isTranslated != nullptr && isTranslated(pc); }
 
     void Reach(u32 pc) {
-        if (!CanBeCode(pc)) return;
+        if (!CanBeCode(pc)) {
+            return;
+        }
         leaders.push_back(pc);
-        if (!found.Contains(pc)) waiting.push_back(pc);
+        if (!found.Contains(pc)) {
+            waiting.push_back(pc);
+        }
     }
 
     // Follows the code from a leader to where it goes elsewhere.
@@ -58,7 +64,9 @@ struct Search {
         bool isRepeated = false;
         while (CanBeCode(pc) && !found.Contains(pc) && instructions.size() < kLargestRegion) {
             isRepeated = isRepeated || IsRepeated(pc);
-            if (isRepeated && ++repeated > kMostRepeated) return;
+            if (isRepeated && ++repeated > kMostRepeated) {
+                return;
+            }
             const Instruction in = DecodeInstruction(pc);
             found.Insert(pc);
             instructions.push_back(in);
@@ -80,7 +88,9 @@ struct Search {
             }
         }
         // What begins in the middle of code that was found begins a block there.
-        if (found.Contains(pc)) leaders.push_back(pc);
+        if (found.Contains(pc)) {
+            leaders.push_back(pc);
+        }
     }
 };
 
@@ -94,7 +104,9 @@ Region FindRegion(u32 entry, IsTranslated isTranslated) {
     Search search;
     search.isTranslated = isTranslated;
     search.Reach(entry);
-    for (size_t i = 0; i < search.waiting.size(); ++i) search.Follow(search.waiting[i]);
+    for (size_t i = 0; i < search.waiting.size(); ++i) {
+        search.Follow(search.waiting[i]);
+    }
 
     Region region;
     region.instructions = std::move(search.instructions);
@@ -118,7 +130,9 @@ Region FindRegion(u32 entry, IsTranslated isTranslated) {
 
 int BlockAt(const Region& region, u32 pc) {
     const auto found = std::lower_bound(region.starts.begin(), region.starts.end(), pc);
-    if (found == region.starts.end() || *found != pc) return -1;
+    if (found == region.starts.end() || *found != pc) {
+        return -1;
+    }
     return static_cast<int>(found - region.starts.begin());
 }
 

@@ -38,7 +38,9 @@ const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
     const auto block = std::upper_bound(blocks.begin(), blocks.end(), offset, isBefore);
     const bool isInNote = block != blocks.begin() && (block - 1)->count > 0 &&
                           (place == places.begin() || (place - 1)->offset < (block - 1)->offset);
-    if (isInNote) return &places[(block - 1)->firstPlace];
+    if (isInNote) {
+        return &places[(block - 1)->firstPlace];
+    }
     return place == places.begin() ? nullptr : &*(place - 1);
 }
 
@@ -50,12 +52,16 @@ struct Logged {
 
 Logged LoggedAt(u32 offset) {
     const TranslatedRegion* const region = RegionOf(translatedState.codeMemory + offset);
-    if (region == nullptr) return {};
+    if (region == nullptr) {
+        return {};
+    }
     const u32 inside = offset - static_cast<u32>(region->code - translatedState.codeMemory);
     const auto found =
         std::lower_bound(region->blocks.begin(), region->blocks.end(), inside,
                          [](const BlockPlace& block, u32 at) { return block.offset < at; });
-    if (found == region->blocks.end() || found->offset != inside) return {};
+    if (found == region->blocks.end() || found->offset != inside) {
+        return {};
+    }
     return {std::span(region->places).subspan(found->firstPlace, found->count),
             found->executedBefore};
 }
@@ -81,7 +87,9 @@ std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, si
 // instruction.
 void BringSlot(const std::vector<std::span<const CodePlace>>& newest) {
     for (size_t i = 0; i < newest.size() && i < kSlotBlocks; ++i) {
-        if (newest[i].empty() || !newest[i].back().fillsSlot) continue;
+        if (newest[i].empty() || !newest[i].back().fillsSlot) {
+            continue;
+        }
         Store<u32>(kImmediateSlot, newest[i].back().slot);
         return;
     }
@@ -97,7 +105,9 @@ const CodePlace* SettleInterrupted(void* context) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     const u64 offset =
         static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
-    if (offset >= kCodeMemory) return nullptr;
+    if (offset >= kCodeMemory) {
+        return nullptr;
+    }
     const u8* const at = translatedState.codeMemory + offset;
     const CodePlace* place = nullptr;
     static CodePlace between;
@@ -108,15 +118,21 @@ const CodePlace* SettleInterrupted(void* context) {
         between.pc = static_cast<u32>(registers[REG_RAX]);
         place = &between;
     }
-    if (place == nullptr) return nullptr;
+    if (place == nullptr) {
+        return nullptr;
+    }
     for (u32 number = 0; number < 16; ++number) {
-        if (hostOf[number] == kNoHost) continue;
+        if (hostOf[number] == kNoHost) {
+            continue;
+        }
         const u32 host = kHostNumbers[static_cast<u32>(hostOf[number])];
         Store<u64>(RegisterAddress(number), static_cast<u64>(registers[kContextRegister[host]]));
     }
     const auto& vectors = static_cast<const ucontext_t*>(context)->uc_mcontext.fpregs->_xmm;
     for (u32 number = 0; number < 16; ++number) {
-        if (vectorOf[number] == kNoHost) continue;
+        if (vectorOf[number] == kNoHost) {
+            continue;
+        }
         const auto& held = vectors[kFirstVector + static_cast<u32>(vectorOf[number])];
         Store<u64>(RegisterAddress(number), held.element[0] | u64{held.element[1]} << 32);
     }
@@ -140,13 +156,19 @@ void SettleSlot(const void* context, const CodePlace* at) {
     const Logged newest = LoggedAt(translatedState.log[(place - 1) % kLogSize]);
     const bool isInside = !newest.places.empty() && at >= newest.places.data() &&
                           at < newest.places.data() + newest.places.size();
-    if (isInside) BringSlot(NewestPlaces(place, at->index + 1, 0));
+    if (isInside) {
+        BringSlot(NewestPlaces(place, at->index + 1, 0));
+    }
 }
 
 void OnSettle(int, siginfo_t*, void* context) {
     const CodePlace* const place = SettleInterrupted(context);
-    if (place != nullptr) Store<u32>(kHeaderPC, place->pc);
-    if (place != nullptr) SettleSlot(context, place);
+    if (place != nullptr) {
+        Store<u32>(kHeaderPC, place->pc);
+    }
+    if (place != nullptr) {
+        SettleSlot(context, place);
+    }
     wasInCode = place != nullptr;
     sem_post(&isSettled);
 }
@@ -158,13 +180,17 @@ void WriteTrace(u32 place, u32 executed) {
     const auto newest = NewestPlaces(place, executed, settling.traceDepth);
     BringSlot(newest);
     for (size_t i = newest.size(); i-- > 0;) {
-        for (const CodePlace& instruction : newest[i]) RecordPc(instruction.pc);
+        for (const CodePlace& instruction : newest[i]) {
+            RecordPc(instruction.pc);
+        }
     }
 }
 
 void OnFaultInCode(void* context) {
     const CodePlace* const place = SettleInterrupted(context);
-    if (place == nullptr) return;
+    if (place == nullptr) {
+        return;
+    }
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     WriteTrace(static_cast<u32>(registers[REG_R14]), place->index + 1);
     NoteThreadedCount();
@@ -173,7 +199,9 @@ void OnFaultInCode(void* context) {
 void InstallSettling() {
     static bool isInstalled = false;
     moduleThread = pthread_self();
-    if (isInstalled) return;
+    if (isInstalled) {
+        return;
+    }
     isInstalled = true;
     sem_init(&isSettled, 0, 0);
     struct sigaction action = {};
@@ -184,7 +212,9 @@ void InstallSettling() {
 }
 
 void SettleModuleThread() {
-    if (pthread_equal(pthread_self(), moduleThread) != 0) return;
+    if (pthread_equal(pthread_self(), moduleThread) != 0) {
+        return;
+    }
     timespec end = {};
     clock_gettime(CLOCK_REALTIME, &end);
     ++end.tv_sec;
@@ -192,11 +222,15 @@ void SettleModuleThread() {
     }  // the late answer to an earlier call
     wasInCode = false;
     for (int i = 0; i < kTries && !wasInCode; ++i) {
-        if (pthread_kill(moduleThread, kSettleSignal) != 0) return;
+        if (pthread_kill(moduleThread, kSettleSignal) != 0) {
+            return;
+        }
         int waited = 0;
         while ((waited = sem_timedwait(&isSettled, &end)) != 0 && errno == EINTR) {
         }
-        if (waited != 0) return;
+        if (waited != 0) {
+            return;
+        }
     }
 }
 

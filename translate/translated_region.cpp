@@ -15,7 +15,9 @@ const TranslatedRegion* RegionOf(const u8* address) {
     const auto after =
         std::upper_bound(regions.begin(), regions.end(), address,
                          [](const u8* at, const auto& region) { return at < region->code; });
-    if (after == regions.begin()) return nullptr;
+    if (after == regions.begin()) {
+        return nullptr;
+    }
     const TranslatedRegion* const region = (after - 1)->get();
     return address < region->code + region->size ? region : nullptr;
 }

@@ -83,7 +83,9 @@ void ChooseHosts() {
     narrowRegisters = 0;
     for (u32 number = 0; number < 16; ++number) {
         const bool isNarrow = hostOf[number] != kNoHost && (wideRegisters >> number & 1) == 0;
-        if (isNarrow) narrowRegisters = static_cast<u16>(narrowRegisters | 1u << number);
+        if (isNarrow) {
+            narrowRegisters = static_cast<u16>(narrowRegisters | 1u << number);
+        }
     }
 }
 
@@ -92,7 +94,9 @@ void ChooseHosts() {
 bool OtherHostsAreBetter() {
     const auto count = static_cast<u32>(translatorCounts.regions);
     const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
-    if (!isTime) return false;
+    if (!isTime) {
+        return false;
+    }
     const u64 now = UsesServed(registerUses, {hostOf, vectorOf});
     return UsesServed(registerUses, HomesFor(registerUses)) > now + now / 8;
 }
@@ -100,7 +104,9 @@ bool OtherHostsAreBetter() {
 void ForgetEverything() {
     UncoverEverything();
     for (const auto& region : regions) {
-        for (const auto& entry : region->entries) SetEntry(entry.pc, 0);
+        for (const auto& entry : region->entries) {
+            SetEntry(entry.pc, 0);
+        }
     }
     regions.clear();
     visited = nullptr;
@@ -121,10 +127,14 @@ ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
 
 // A visit ends at a place of the log.
 void NoteVisit(u32 place) {
-    if (visited == nullptr || settings.threshold <= 1) return;
+    if (visited == nullptr || settings.threshold <= 1) {
+        return;
+    }
     const bool isShort = translatedState.log[kLogSize - 1] == 0 && place < kShortVisit;
     ++(isShort ? visited->shortVisits : visited->longVisits);
-    if (visited->shortVisits < kShortVisits) return;
+    if (visited->shortVisits < kShortVisits) {
+        return;
+    }
     const bool isGood = visited->longVisits >= kShortVisits / 4;
     visited->pause = visited->nextPause =
         isGood ? 0 : std::clamp(2 * visited->nextPause, kFewestMissed, kMostMissed);
@@ -134,7 +144,9 @@ void NoteVisit(u32 place) {
 // Translated code goes to a place that has no translation. Nobody else would count it: the next
 // look is at the next jump.
 ThreadedHandler OnMiss(u32 pc) {
-    if (EntryAt(pc) != 0) return nullptr;  // there is one, but it may not be entered now
+    if (EntryAt(pc) != 0) {
+        return nullptr;  // there is one, but it may not be entered now
+    }
     TranslatedRegion* const region = TranslateAfter(pc, 1);
     return region != nullptr ? Enter(*region, pc) : nullptr;
 }
@@ -166,9 +178,15 @@ void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
 // then nothing has been done. A fault in here could not tell where the module is.
 bool MoveBlock(u32 to, u32 from, u32 size) {
     const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
-    if (bytes == 0) return true;
-    if (std::min(to, from) < kHeaderSize || std::max(to, from) + bytes > imageSize) return false;
-    if (AreCovered(to, bytes)) return false;
+    if (bytes == 0) {
+        return true;
+    }
+    if (std::min(to, from) < kHeaderSize || std::max(to, from) + bytes > imageSize) {
+        return false;
+    }
+    if (AreCovered(to, bytes)) {
+        return false;
+    }
     std::memmove(image + to, image + from, bytes);
     return true;
 }
@@ -178,15 +196,21 @@ bool MoveBlock(u32 to, u32 from, u32 size) {
 void Forget(TranslatedRegion& region) {
     for (const auto& entry : region.entries) {
         const auto found = regionAt.find(entry.pc);
-        if (found == regionAt.end() || found->second != &region) continue;
+        if (found == regionAt.end() || found->second != &region) {
+            continue;
+        }
         regionAt.erase(found);
         SetEntry(entry.pc, 0);
     }
 }
 
 void PauseChanged(const TranslatedRegion& region) {
-    if (settings.threshold <= 1) return;
-    if (changesAt.size() > kMostLooks) changesAt.clear();
+    if (settings.threshold <= 1) {
+        return;
+    }
+    if (changesAt.size() > kMostLooks) {
+        changesAt.clear();
+    }
     for (const auto& entry : region.entries) {
         u32& changes = changesAt[entry.pc];
         looks[entry.pc] = -(kPauseOfChanged << std::min(changes++, kMostDoublings));
@@ -204,13 +228,17 @@ void SetFloor(const Region& region) {
         const bool writesThere =
             std::any_of(other->writes.begin(), other->writes.end(),
                         [&](u32 at) { return at + 8 > start && at < end && IsCovered(at); });
-        if (writesThere) Forget(*other);
+        if (writesThere) {
+            Forget(*other);
+        }
     }
 }
 
 TranslatedRegion* Translate(u32 pc) {
     const Region region = FindRegion(pc, [](u32 at) { return EntryAt(at) != 0; });
-    if (region.instructions.empty()) return nullptr;
+    if (region.instructions.empty()) {
+        return nullptr;
+    }
     const u16 wide = WideRegisters(region);
     CountUses(region, registerUses);
     if (codeUsed + kRegionRoom > kCodeMemory || (narrowRegisters & wide) != 0 ||
@@ -230,7 +258,9 @@ TranslatedRegion* Translate(u32 pc) {
         WriteCode(translatedState.codeMemory, bytes);
         codeUsed = (bytes.size() + 63) / 64 * 64;
     }
-    for (const Instruction& in : region.instructions) Cover(in.pc, in.length);
+    for (const Instruction& in : region.instructions) {
+        Cover(in.pc, in.length);
+    }
     u8* const base = translatedState.codeMemory + codeUsed;
     regions.push_back(std::make_unique<TranslatedRegion>());
     TranslatedRegion& made = *regions.back();
@@ -251,7 +281,9 @@ TranslatedRegion* Translate(u32 pc) {
     Watch(made);
     made.writes = std::move(translation.writes);
     for (const auto& entry : made.entries) {
-        if (regionAt.contains(entry.pc)) continue;
+        if (regionAt.contains(entry.pc)) {
+            continue;
+        }
         regionAt[entry.pc] = &made;
         SetEntry(entry.pc, static_cast<u32>(base - translatedState.codeMemory) + entry.offset);
     }
@@ -264,9 +296,13 @@ TranslatedRegion* Translate(u32 pc) {
 
 // Regions of whose pages one was written are compared from now on.
 void LetWrittenGo() {
-    if (!WasWatchedPageWritten()) return;
+    if (!WasWatchedPageWritten()) {
+        return;
+    }
     for (const auto& region : regions) {
-        if (!region->isWatched || AllWatched(*region)) continue;
+        if (!region->isWatched || AllWatched(*region)) {
+            continue;
+        }
         region->isWatched = false;
         region->generation = 0;
     }
@@ -275,19 +311,27 @@ void LetWrittenGo() {
 // The interpreter and the services may have changed the module's code.
 void BeginGeneration() {
     LetWrittenGo();
-    if (++translatedState.generation < kAlwaysCurrent) return;
+    if (++translatedState.generation < kAlwaysCurrent) {
+        return;
+    }
     translatedState.generation = 1;
     for (const auto& region : regions) {
-        if (!region->isWatched) region->generation = 0;
+        if (!region->isWatched) {
+            region->generation = 0;
+        }
     }
 }
 
 // The region to enter at `pc`: one whose code is what it was. Null when there is none.
 TranslatedRegion* FindCurrent(u32 pc) {
     const auto found = regionAt.find(pc);
-    if (found == regionAt.end()) return nullptr;
+    if (found == regionAt.end()) {
+        return nullptr;
+    }
     TranslatedRegion* const region = found->second;
-    if (region->generation >= translatedState.generation) return region;
+    if (region->generation >= translatedState.generation) {
+        return region;
+    }
     if (IsUnchanged(*region)) {
         region->generation = translatedState.generation;
         return region;
@@ -313,7 +357,9 @@ u16 WrongRegisters() {
 // Whether all narrow registers are. Those that are not again and again are given up.
 bool NarrowHolds() {
     const u16 wrong = WrongRegisters();
-    if (wrong == 0) return true;
+    if (wrong == 0) {
+        return true;
+    }
     if (++refusals >= (settings.threshold <= 1 ? 2 : kMostRefusals)) {
         refusals = 0;
         wideRegisters = static_cast<u16>(wideRegisters | wrong);
@@ -324,7 +370,9 @@ bool NarrowHolds() {
 
 // The handler that enters a region, or null when a narrow register is not.
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
-    if (!NarrowHolds()) return nullptr;
+    if (!NarrowHolds()) {
+        return nullptr;
+    }
     visited = &region;
     translatedState.entered = translatedState.codeMemory + EntryAt(pc);
     const bool isLocked = heapListHeads[static_cast<u32>(HeapList::Locked)] >= 0;
@@ -336,11 +384,17 @@ ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
 // Translates the code at `pc`, and what goes on from there, when that has been asked for often
 // enough. Null when it was not, or when it cannot be done.
 TranslatedRegion* TranslateAfter(u32 pc, i32 count) {
-    if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) return nullptr;
-    if (looks.size() > kMostLooks) looks.clear();
+    if (pc % 4 != 0 || u64{pc} + 4 > translatedState.entriesSize) {
+        return nullptr;
+    }
+    if (looks.size() > kMostLooks) {
+        looks.clear();
+    }
     i32& seen = looks[pc];
     seen += settings.threshold <= 1 ? kLook : count;
-    if (seen < settings.threshold * kLook) return nullptr;
+    if (seen < settings.threshold * kLook) {
+        return nullptr;
+    }
     seen = 0;
     TranslatedRegion* const region = Translate(pc);
     if (region == nullptr) {
@@ -357,8 +411,12 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
     interpretedFrom = trace;
     BeginGeneration();
     TranslatedRegion* region = FindCurrent(pc);
-    if (region == nullptr) region = TranslateAfter(pc, isSoon ? 1 : kLook);
-    if (region == nullptr) return nullptr;
+    if (region == nullptr) {
+        region = TranslateAfter(pc, isSoon ? 1 : kLook);
+    }
+    if (region == nullptr) {
+        return nullptr;
+    }
     if (region->pause > 0) {
         --region->pause;
         return nullptr;
@@ -370,9 +428,15 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
 
 TranslatorStart StartTranslator(const TranslatorOptions& options) {
     StopTranslator();
-    if (!kThreaded || image == nullptr) return TranslatorStart::Unsupported;
-    if (imageSize > kLargestImage) return TranslatorStart::ImageTooLarge;
-    if (!MakeCodeMemory() || !MakeTables()) return TranslatorStart::NoMemory;
+    if (!kThreaded || image == nullptr) {
+        return TranslatorStart::Unsupported;
+    }
+    if (imageSize > kLargestImage) {
+        return TranslatorStart::ImageTooLarge;
+    }
+    if (!MakeCodeMemory() || !MakeTables()) {
+        return TranslatorStart::NoMemory;
+    }
     settings = options;
     settling.traceDepth = options.traceDepth;
     ForgetEverything();
@@ -388,7 +452,9 @@ TranslatorStart StartTranslator(const TranslatorOptions& options) {
 }
 
 void SettleTranslatedRun() {
-    if (translatedCodeAt != nullptr) SettleModuleThread();
+    if (translatedCodeAt != nullptr) {
+        SettleModuleThread();
+    }
 }
 
 void StopTranslator() {

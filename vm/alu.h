@@ -65,7 +65,9 @@ template <class T>
 void RequireSignedDivision(T a, T b) {
     KeepLoad(a);
     const auto lowest = static_cast<T>(std::numeric_limits<SignedOf<T>>::min());
-    if (b == 0 || (a == lowest && b == static_cast<T>(-1))) DivisionError();
+    if (b == 0 || (a == lowest && b == static_cast<T>(-1))) {
+        DivisionError();
+    }
 }
 
 template <class T>
@@ -83,14 +85,18 @@ T RemainderSigned(T a, T b) {
 template <class T>
 T Divide(T a, T b) {
     KeepLoad(a);
-    if (b == 0) DivisionError();
+    if (b == 0) {
+        DivisionError();
+    }
     return static_cast<T>(a / b);
 }
 
 template <class T>
 T Remainder(T a, T b) {
     KeepLoad(a);
-    if (b == 0) DivisionError();
+    if (b == 0) {
+        DivisionError();
+    }
     return static_cast<T>(a % b);
 }
 
@@ -100,7 +106,9 @@ template <class Float>
 u64 TruncateToQuad(Float value) {
     constexpr u64 kIndefinite = u64{1} << 63;
     constexpr Float kLimit = static_cast<Float>(9223372036854775808.0);
-    if (!(value >= -kLimit && value < kLimit)) return kIndefinite;
+    if (!(value >= -kLimit && value < kLimit)) {
+        return kIndefinite;
+    }
     return static_cast<u64>(static_cast<i64>(value));
 }
 

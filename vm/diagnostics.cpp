@@ -26,8 +26,12 @@ constinit u32 boxesOfMessage = 0;
 void ShowMessageBuffer() {
     const std::string text = MacRomanToUtf8(messageBuffer);
     WriteErrorLine("fatal: ", text);
-    if (++boxesOfMessage <= kBoxesWithoutEnd) return desktop.alert(text);
-    if (!desktop.alertOrEnd(text)) return;
+    if (++boxesOfMessage <= kBoxesWithoutEnd) {
+        return desktop.alert(text);
+    }
+    if (!desktop.alertOrEnd(text)) {
+        return;
+    }
     SystemLog("ended by the user while it showed messages");
     EndProcess(kForcedEnd);
 }
@@ -35,8 +39,12 @@ void ShowMessageBuffer() {
 }  // namespace
 
 void ShowFatalMessage(std::string_view text) {
-    if (desktop.isMainThread()) vmSlots.beforeFatalMessage(text);
-    if (smFLAG != 0) SystemLog("smFLAG");
+    if (desktop.isMainThread()) {
+        vmSlots.beforeFatalMessage(text);
+    }
+    if (smFLAG != 0) {
+        SystemLog("smFLAG");
+    }
     const size_t length = std::min<size_t>(text.size(), kMessageBufferSize - 1);
     std::memcpy(messageBuffer, text.data(), length);
     messageBuffer[length] = 0;
@@ -52,7 +60,9 @@ void ShowFatalMessage(std::string_view text) {
         smFLAG = 0;
     });
     // A worker that met a fatal condition must not go on, not even after the box is dismissed.
-    for (;;) pause();
+    for (;;) {
+        pause();
+    }
 }
 
 void CountBoxesAnew() {

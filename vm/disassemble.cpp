@@ -23,7 +23,9 @@ std::string Hex(u64 value) {
 }
 
 std::string Signed(i64 value) {
-    if (value >= -65536 && value <= 65535) return std::to_string(value);
+    if (value >= -65536 && value <= 65535) {
+        return std::to_string(value);
+    }
     return Hex(static_cast<u64>(value));
 }
 
@@ -35,11 +37,15 @@ std::string SignedLong(u32 bits) {
 // A number that reads as floating-point again: "-0.0", "1.5", "1e+20".
 template <class T>
 std::string Real(T value) {
-    if (std::isnan(value)) return "nan";
+    if (std::isnan(value)) {
+        return "nan";
+    }
     char text[64];
     const auto result = std::to_chars(text, text + sizeof text, value);
     std::string out(text, result.ptr);
-    if (out.find_first_of(".en") == std::string::npos) out += ".0";
+    if (out.find_first_of(".en") == std::string::npos) {
+        out += ".0";
+    }
     return out;
 }
 
@@ -55,18 +61,28 @@ struct Writer {
     std::string Address(u32 address, AddressUse use) const {
         if (namer) {
             std::string name = namer(address, use);
-            if (!name.empty()) return name;
+            if (!name.empty()) {
+                return name;
+            }
         }
         return Hex(address);
     }
 
     // "+12", "-4", "+0x290", "+table" or nothing for 0.
     std::string Offset(u32 bits, bool mayBeAddress) const {
-        if (bits == 0) return {};
+        if (bits == 0) {
+            return {};
+        }
         const auto value = static_cast<i32>(bits);
-        if (value < 0 && value >= -65536) return std::to_string(value);
-        if (mayBeAddress && value >= 512) return "+" + Address(bits, AddressUse::Memory);
-        if (value >= 0 && value < 512) return "+" + std::to_string(value);
+        if (value < 0 && value >= -65536) {
+            return std::to_string(value);
+        }
+        if (mayBeAddress && value >= 512) {
+            return "+" + Address(bits, AddressUse::Memory);
+        }
+        if (value >= 0 && value < 512) {
+            return "+" + std::to_string(value);
+        }
         return "+" + Hex(bits);
     }
 };
@@ -77,7 +93,9 @@ std::string Register(u32 number) {
 }
 
 std::string Padded(std::string mnemonic) {
-    if (mnemonic.size() < 8) mnemonic.resize(8, ' ');
+    if (mnemonic.size() < 8) {
+        mnemonic.resize(8, ' ');
+    }
     return mnemonic + " ";
 }
 
@@ -96,15 +114,23 @@ std::string Immediate(Writer& writer, const Operation& operation, u32 size) {
     const u64 low = writer.Word();
     if (size == 3) {
         const u64 bits = low | u64{writer.Word()} << 32;
-        if (isReal) return (bits == 0 ? "#.I " : "#") + Real(std::bit_cast<f64>(bits));
+        if (isReal) {
+            return (bits == 0 ? "#.I " : "#") + Real(std::bit_cast<f64>(bits));
+        }
         const auto value = static_cast<i64>(bits);
         return (value >= -8 && value <= 7 ? "#.I " : "#") + Signed(value);
     }
     const auto bits = static_cast<u32>(low);
-    if (isReal) return (bits == 0 ? "#.I " : "#") + Real(std::bit_cast<f32>(bits));
+    if (isReal) {
+        return (bits == 0 ? "#.I " : "#") + Real(std::bit_cast<f32>(bits));
+    }
     const auto value = static_cast<i32>(bits);
-    if (value >= -8 && value <= 7) return "#.I " + std::to_string(value);
-    if (size == 2 && value >= 512) return "#" + writer.Address(bits, AddressUse::Value);
+    if (value >= -8 && value <= 7) {
+        return "#.I " + std::to_string(value);
+    }
+    if (size == 2 && value >= 512) {
+        return "#" + writer.Address(bits, AddressUse::Value);
+    }
     return "#" + SignedLong(bits);
 }
 
@@ -132,9 +158,15 @@ std::string TwoOperandText(Writer& writer, const Operation& operation, Mode mode
 // The size suffix of an operation's number, empty where it has none.
 std::string Suffix(const Operation& operation, u32 number) {
     const u32 size = number & 3;
-    if (operation.sizes == Sizes::Single) return {};
-    if (operation.sizes == Sizes::Float) return size == 2 ? ".F" : ".D";
-    if (operation.sizes == Sizes::Any && size == 0) return {};
+    if (operation.sizes == Sizes::Single) {
+        return {};
+    }
+    if (operation.sizes == Sizes::Float) {
+        return size == 2 ? ".F" : ".D";
+    }
+    if (operation.sizes == Sizes::Any && size == 0) {
+        return {};
+    }
     constexpr const char* kSuffixes[] = {".B", ".W", ".L", ".Q"};
     return kSuffixes[size];
 }
@@ -143,7 +175,9 @@ std::string TwoOperandInstruction(Writer& writer) {
     const u32 w = writer.words[0];
     const u32 number = TwoOperandNumber(w);
     const Operation* operation = FindOperation(kTwoOperandOperations, number);
-    if (operation == nullptr) return Raw(writer.words, "illegal opcode");
+    if (operation == nullptr) {
+        return Raw(writer.words, "illegal opcode");
+    }
     const u32 size = number & 3;
     if (operation->sizes == Sizes::Float && size < 2) {
         return Raw(writer.words, "floating point of an illegal size");
@@ -173,7 +207,9 @@ std::string OneOperandInstruction(Writer& writer) {
     }
     const std::string head = Padded(operation->mnemonic + Suffix(*operation, number));
     const Mode mode = FindOneOperandForm(w).mode;
-    if (mode == Mode::Register) return head + Register(WideRegister(w));
+    if (mode == Mode::Register) {
+        return head + Register(WideRegister(w));
+    }
     return head + TwoOperandText(writer, *operation, mode, Field::High, number & 3);
 }
 
@@ -272,7 +308,9 @@ std::string Text(Writer& writer) {
 u32 InstructionLength(u32 w) {
     switch (ClassOf(w)) {
         case InstructionClass::TwoOperands: {
-            if (!IsLegalTwoOperand(w)) return 4;
+            if (!IsLegalTwoOperand(w)) {
+                return 4;
+            }
             const OperandForm& form = FindForm(w);
             const bool isQuad = (TwoOperandNumber(w) & 3) == 3;
             return form.length + (form.b == Mode::Immediate && isQuad ? 4u : 0u);
@@ -286,18 +324,26 @@ u32 InstructionLength(u32 w) {
 }
 
 std::string Disassemble(std::span<const u32> words, const AddressNamer& namer) {
-    if (words.empty()) return "; nothing is here";
+    if (words.empty()) {
+        return "; nothing is here";
+    }
     const u32 count = InstructionLength(words[0]) / 4;
-    if (count > words.size()) return Raw(words, "cut off");
+    if (count > words.size()) {
+        return Raw(words, "cut off");
+    }
     Writer writer{words.first(count), namer};
     return Text(writer);
 }
 
 DisassembledInstruction DisassembleAt(std::span<const u8> memory, u32 address,
                                       const AddressNamer& namer) {
-    if (address >= memory.size()) return {"; outside the image", 0};
+    if (address >= memory.size()) {
+        return {"; outside the image", 0};
+    }
     const u64 room = memory.size() - address;
-    if (room < 4) return {"; cut off by the end of the image", static_cast<u32>(room)};
+    if (room < 4) {
+        return {"; cut off by the end of the image", static_cast<u32>(room)};
+    }
     u32 words[kMaxInstructionWords] = {};
     const u32 first = LoadBytes<u32>(memory.data() + address);
     const u64 wanted = std::min<u64>(InstructionLength(first), room / 4 * 4);
@@ -307,9 +353,15 @@ DisassembledInstruction DisassembleAt(std::span<const u8> memory, u32 address,
 
 std::string FlagNames(u8 flags) {
     std::string names;
-    if ((flags & kOdd) != 0) names += 'O';
-    if ((flags & kZero) != 0) names += 'Z';
-    if ((flags & kNeg) != 0) names += 'N';
+    if ((flags & kOdd) != 0) {
+        names += 'O';
+    }
+    if ((flags & kZero) != 0) {
+        names += 'Z';
+    }
+    if ((flags & kNeg) != 0) {
+        names += 'N';
+    }
     return names.empty() ? "-" : names;
 }
 

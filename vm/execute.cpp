@@ -196,7 +196,9 @@ void BlockMove(const Operands& at, u32 size) {
     const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
     const u8* const source = CheckedRange(at.b, bytes);
     u8* const destination = CheckedRange(at.a, bytes);
-    if (bytes != 0) std::memmove(destination, source, bytes);
+    if (bytes != 0) {
+        std::memmove(destination, source, bytes);
+    }
 }
 
 u32 BlockLength(const Operands& at, u32 size) {
@@ -211,17 +213,23 @@ Outcome PushBlock(u32 w, const Operands& at, Cpu& cpu) {
     }
     const u8* const source = CheckedRange(at.b, n);
     u8* const destination = CheckedRange(cpu.sp - n, n);
-    if (n != 0) std::memmove(destination, source, n);
+    if (n != 0) {
+        std::memmove(destination, source, n);
+    }
     cpu.sp -= n;
     return Outcome::Continue;
 }
 
 Outcome PeekBlock(u32 w, const Operands& at, const Cpu& cpu) {
     const u32 n = BlockLength(at, TwoOperandNumber(w) & 3);
-    if (u64{cpu.sp} + n > Load<u32>(kHeaderStackTop)) return StackOverflow(cpu.pc);
+    if (u64{cpu.sp} + n > Load<u32>(kHeaderStackTop)) {
+        return StackOverflow(cpu.pc);
+    }
     const u8* const source = CheckedRange(cpu.sp, n);
     u8* const destination = CheckedRange(at.b, n);
-    if (n != 0) std::memmove(destination, source, n);
+    if (n != 0) {
+        std::memmove(destination, source, n);
+    }
     return Outcome::Continue;
 }
 
@@ -252,7 +260,9 @@ Outcome TwoOperands(u32 w, Cpu& cpu) {
             case TwoOperand::Peekblock: outcome = PeekBlock(w, at, cpu); break;
             default: outcome = IllegalOpcode(cpu.pc);
         }
-        if (outcome == Outcome::Leave) return outcome;
+        if (outcome == Outcome::Leave) {
+            return outcome;
+        }
     }
     cpu.pc = at.next;
     return Outcome::Continue;
@@ -359,7 +369,9 @@ Outcome OneOperandInstruction(u32 w, Cpu& cpu) {
         case kRegisterForm: e = RegisterAddress(WideRegister(w)); break;
         default: e = Load<u32>(next), next += 4;
     }
-    if (ApplyOneOperand(OneOperandNumber(w), e, cpu) == Outcome::Leave) return Outcome::Leave;
+    if (ApplyOneOperand(OneOperandNumber(w), e, cpu) == Outcome::Leave) {
+        return Outcome::Leave;
+    }
     cpu.pc = next;
     return Outcome::Continue;
 }
@@ -370,7 +382,9 @@ Outcome OneOperandInstruction(u32 w, Cpu& cpu) {
 constexpr u8 TakenMask(Condition condition) {
     u8 mask = 0;
     for (u32 flags = 0; flags < 8; ++flags) {
-        if (Holds(condition, static_cast<u8>(flags))) mask = static_cast<u8>(mask | 1u << flags);
+        if (Holds(condition, static_cast<u8>(flags))) {
+            mask = static_cast<u8>(mask | 1u << flags);
+        }
     }
     return mask;
 }

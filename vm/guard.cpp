@@ -36,13 +36,17 @@ struct sigaction previousSegv;
 struct sigaction previousBus;
 
 void OnFault(int signal, siginfo_t* info, void* context) {
-    if (signal == SIGSEGV && LetPageGo(info->si_addr)) return;
+    if (signal == SIGSEGV && LetPageGo(info->si_addr)) {
+        return;
+    }
     const u8* const address = static_cast<const u8*>(info->si_addr);
     const bool ours =
         reservation != nullptr && address >= reservation && address < reservation + reservationSize;
     sigjmp_buf* const point = faultPoint;
     if (ours && point != nullptr) {
-        if (beforeFault != nullptr) beforeFault(context);
+        if (beforeFault != nullptr) {
+            beforeFault(context);
+        }
         siglongjmp(*point, 1);
     }
     // Not the module's doing: the former handler takes the fault when the access is repeated.
@@ -50,7 +54,9 @@ void OnFault(int signal, siginfo_t* info, void* context) {
 }
 
 void InstallHandlers() {
-    if (handlersInstalled) return;
+    if (handlersInstalled) {
+        return;
+    }
     handlersInstalled = true;
     // The handler needs a stack of its own: the host's may be what overflowed.
     static u8 handlerStack[65536];
@@ -87,7 +93,9 @@ std::string TraceLine() {
 }
 
 void ReleaseImage() {
-    if (reservation == nullptr) return;
+    if (reservation == nullptr) {
+        return;
+    }
     munmap(reservationBase, static_cast<u64>(reservation - reservationBase) + reservationSize);
     reservation = reservationBase = nullptr;
     reservationSize = accessibleSize = 0;
@@ -107,7 +115,9 @@ u8* ReserveImage(u32 size) {
     const u64 reserved = pages - padded + kAddressSpace + kLongestOperand;
     void* const range =
         mmap(nullptr, below + reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (range == MAP_FAILED) return nullptr;
+    if (range == MAP_FAILED) {
+        return nullptr;
+    }
     u8* const start = static_cast<u8*>(range);
     if (mprotect(start, below + pages, PROT_READ | PROT_WRITE) != 0) {
         munmap(range, below + reserved);
@@ -139,7 +149,9 @@ void DivisionError() {
 }
 
 void CheckAccess(u32 address, u32 size) {
-    if (u64{address} + size > accessibleSize) MemoryFault();
+    if (u64{address} + size > accessibleSize) {
+        MemoryFault();
+    }
 }
 
 void RunGuarded(void (*run)()) {
@@ -158,7 +170,9 @@ void RunGuarded(void (*run)()) {
 
 bool AllocateImage(u32 size) {
     u8* const block = ReserveImage(size);
-    if (block == nullptr) return false;
+    if (block == nullptr) {
+        return false;
+    }
     TraceEntry* const trace = reinterpret_cast<TraceEntry*>(block - kTraceBelowImage);
     std::copy_n(firstTrace, kPcTraceSize, trace);
     pcTrace = trace;

@@ -34,7 +34,9 @@ inline void Unlink(u32 handle) {
     } else {
         Head(record.list) = record.next;
     }
-    if (record.next >= 0) Record(record.next).prev = record.prev;
+    if (record.next >= 0) {
+        Record(record.next).prev = record.prev;
+    }
 }
 
 inline void PutAtHead(u32 handle, HeapList list) {
@@ -42,7 +44,9 @@ inline void PutAtHead(u32 handle, HeapList list) {
     record.prev = -1;
     record.next = Head(list);
     record.list = list;
-    if (record.next >= 0) Record(record.next).prev = static_cast<i32>(handle);
+    if (record.next >= 0) {
+        Record(record.next).prev = static_cast<i32>(handle);
+    }
     Head(list) = static_cast<i32>(handle);
 }
 
@@ -115,7 +119,9 @@ void CopyAscending(u32 to, u32 from, u32 size) {
 }
 
 void Finish(Slide& slide) {
-    if (slide.size != 0) CopyAscending(slide.to, slide.from, slide.size);
+    if (slide.size != 0) {
+        CopyAscending(slide.to, slide.from, slide.size);
+    }
     slide.size = 0;
 }
 
@@ -129,7 +135,9 @@ void SlideBlocks() {
         HeapRecord& record = Record(i);
         record.sortPrev = before;
         record.sortNext = -1;
-        if (before >= 0) Record(before).sortNext = i;
+        if (before >= 0) {
+            Record(before).sortNext = i;
+        }
         before = i;
         if (record.discard != 0) {
             MoveToList(static_cast<u32>(i), HeapList::Unused);
@@ -149,7 +157,9 @@ void SlideBlocks() {
             record.offset = p;
         }
         p += record.size;
-        if (record.size == 0) compactionIsDue = true;
+        if (record.size == 0) {
+            compactionIsDue = true;
+        }
     }
     Finish(slide);
     heapFree = p;
@@ -174,7 +184,9 @@ u32 AllocHeap(u32 size) {
     if (heapPointerCount != 0) {
         EndWithMessage("Hey, Dummy! You can't AllocHeap() while you have a pointer INTO the Heap!");
     }
-    if (size == 0) compactionIsDue = true;
+    if (size == 0) {
+        compactionIsDue = true;
+    }
     const u64 reuseLimit = u64{size} + std::min(size, kReuseSlack);
     for (i32 i = Head(HeapList::Freed); i >= 0; i = Record(i).next) {
         if (size <= Record(i).size && Record(i).size < reuseLimit) {
@@ -225,7 +237,9 @@ u32 LockHeap(u32 handle) {
     }
     HeapRecord& record = heapPtrs[handle];
     if (record.lockCount == 0) {
-        if (record.list == HeapList::Unused) compactionIsDue = true;
+        if (record.list == HeapList::Unused) {
+            compactionIsDue = true;
+        }
         record.lockSP = Load<u32>(kHeaderSP);
         MoveToList(handle, HeapList::Locked);
     }
@@ -239,7 +253,9 @@ void UnlockHeap(u32 handle) {
         return;
     }
     HeapRecord& record = heapPtrs[handle];
-    if (record.lockCount == 0) return;
+    if (record.lockCount == 0) {
+        return;
+    }
     if (--record.lockCount == 0) {
         record.lockSP = 0;
         MoveToList(handle, HeapList::Allocated);
@@ -284,7 +300,9 @@ void CompactHeap() {
         EndWithMessage(
             "Hey, Dummy! You shouldn't have left blocks locked when CompactHeap() needs to run!");
     }
-    if (compactionIsDue || Head(HeapList::Allocated) < 0) SlideBlocks();
+    if (compactionIsDue || Head(HeapList::Allocated) < 0) {
+        SlideBlocks();
+    }
 }
 
 }  // namespace moxi

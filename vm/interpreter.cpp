@@ -24,10 +24,14 @@ Outcome Step(Cpu& cpu) {
     RecordPc(at);
     const u32 w = Load<u32>(at);
     const bool traced = kWatched && instructionTrace != nullptr;
-    if (traced) instructionTrace->before(at);
+    if (traced) {
+        instructionTrace->before(at);
+    }
     const Outcome outcome = Execute(w, cpu);
     WriteBack(cpu);
-    if (traced) instructionTrace->after(at);
+    if (traced) {
+        instructionTrace->after(at);
+    }
     return outcome;
 }
 
@@ -55,7 +59,9 @@ void RunFast() {
     // Bits of the loaded flag byte that are no flags stay visible until the first write-back.
     if ((Load<u8>(kHeaderFlags) & ~(kOdd | kZero | kNeg)) != 0) {
         Cpu cpu = ReadCpu();
-        if (Step<false>(cpu) == Outcome::Leave) return;
+        if (Step<false>(cpu) == Outcome::Leave) {
+            return;
+        }
     }
     RunThreaded();
 }

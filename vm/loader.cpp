@@ -43,12 +43,20 @@ bool IsTooNew() {
 }  // namespace
 
 bool LoadModule(const ModuleReader& read) {
-    if (!read) return Refuse("MAIN.MX file not found");
-    if (read(headerBuffer, kHeaderSize) < kHeaderSize) return Refuse("Error reading .MX file");
+    if (!read) {
+        return Refuse("MAIN.MX file not found");
+    }
+    if (read(headerBuffer, kHeaderSize) < kHeaderSize) {
+        return Refuse("Error reading .MX file");
+    }
     image = headerBuffer;
     imageSize = kHeaderSize;
-    if (!IsMoxi6()) return Refuse("Not a MOXI 6 .MX file");
-    if (IsTooNew()) return Refuse("Mismatched MOXI.EXE and MAIN.MX files");
+    if (!IsMoxi6()) {
+        return Refuse("Not a MOXI 6 .MX file");
+    }
+    if (IsTooNew()) {
+        return Refuse("Mismatched MOXI.EXE and MAIN.MX files");
+    }
 
     const u32 loadedLength = LoadBytes<u32>(headerBuffer + kHeaderLoadedLength);
     const u32 globalsSize = LoadBytes<u32>(headerBuffer + kHeaderGlobalsSize);

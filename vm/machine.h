@@ -102,7 +102,9 @@ constexpr u8 kNeg = 4;
 // Builds with sanitizers check the address, others leave it to the guard.
 template <class T>
 inline T Load(u32 address) {
-    if constexpr (kCheckedAccess) CheckAccess(address, sizeof(T));
+    if constexpr (kCheckedAccess) {
+        CheckAccess(address, sizeof(T));
+    }
     T value;
     std::memcpy(&value, image + address, sizeof value);
     return value;
@@ -111,7 +113,9 @@ inline T Load(u32 address) {
 // Writes `value` at a module address; faults as Load does.
 template <class T>
 inline void Store(u32 address, T value) {
-    if constexpr (kCheckedAccess) CheckAccess(address, sizeof(T));
+    if constexpr (kCheckedAccess) {
+        CheckAccess(address, sizeof(T));
+    }
     std::memcpy(image + address, &value, sizeof value);
 }
 

@@ -476,7 +476,9 @@ struct ClassTable {
 
 constexpr ClassTable BuildClassTable() {
     ClassTable table;
-    for (const ClassRow& row : kClassRows) table.Claim(row.mask, row.bits, row.kind);
+    for (const ClassRow& row : kClassRows) {
+        table.Claim(row.mask, row.bits, row.kind);
+    }
     for (const OperandForm& form : kTwoOperandForms) {
         table.Claim(31, form.code, InstructionClass::TwoOperands);
     }
@@ -494,7 +496,9 @@ inline constexpr ClassTable kClassTable = BuildClassTable();
 constexpr bool EverySlotIsClaimedOnce() {
     for (u32 slot = 0; slot < 1024; ++slot) {
         const u32 expected = slot == 1023 ? 2 : 1;
-        if (kClassTable.claims[slot] != expected) return false;
+        if (kClassTable.claims[slot] != expected) {
+            return false;
+        }
     }
     return true;
 }
@@ -502,7 +506,9 @@ static_assert(EverySlotIsClaimedOnce(), "a dispatch slot is empty or claimed twi
 
 constexpr std::array<OperandForm, 32> BuildFormTable() {
     std::array<OperandForm, 32> table{};
-    for (const OperandForm& form : kTwoOperandForms) table[form.code] = form;
+    for (const OperandForm& form : kTwoOperandForms) {
+        table[form.code] = form;
+    }
     return table;
 }
 
@@ -524,14 +530,18 @@ constexpr const OperandForm& FindForm(u32 w) {
 // The form of a pair of modes, or null: two operands cannot both be immediate, for instance.
 constexpr const OperandForm* FindForm(Mode a, Mode b) {
     for (const OperandForm& form : kTwoOperandForms) {
-        if (form.a == a && form.b == b) return &form;
+        if (form.a == a && form.b == b) {
+            return &form;
+        }
     }
     return nullptr;
 }
 
 constexpr const OneOperandForm& FindOneOperandForm(u32 w) {
     for (const OneOperandForm& form : kOneOperandForms) {
-        if (form.code == OneOperandFormCode(w)) return form;
+        if (form.code == OneOperandFormCode(w)) {
+            return form;
+        }
     }
     return kOneOperandForms[0];
 }
@@ -539,7 +549,9 @@ constexpr const OneOperandForm& FindOneOperandForm(u32 w) {
 // The code of a mode that one-operand instructions have.
 constexpr u8 OneOperandCode(Mode mode) {
     for (const OneOperandForm& form : kOneOperandForms) {
-        if (form.mode == mode) return form.code;
+        if (form.mode == mode) {
+            return form.code;
+        }
     }
     return 0;
 }
@@ -550,7 +562,9 @@ template <std::size_t kCount>
 constexpr const Operation* FindOperation(const Operation (&rows)[kCount], u32 number) {
     for (const Operation& row : rows) {
         const u32 end = row.sizes == Sizes::Single ? row.first + 1u : (row.first & ~3u) + 4;
-        if (number >= row.first && number < end) return &row;
+        if (number >= row.first && number < end) {
+            return &row;
+        }
     }
     return nullptr;
 }
@@ -572,7 +586,9 @@ constexpr Single SingleOf(u32 w) {
 
 constexpr const SingleInstruction& FindSingle(u32 w) {
     for (const SingleInstruction& row : kSingleInstructions) {
-        if (row.code == (w & 1023)) return row;
+        if (row.code == (w & 1023)) {
+            return row;
+        }
     }
     return kSingleInstructions[0];
 }

@@ -41,17 +41,23 @@ bool Protect(size_t page, size_t count, int protection) {
 
 void StartWatching() {
     StopWatching();
-    if (image == nullptr) return;
+    if (image == nullptr) {
+        return;
+    }
     pageSize = static_cast<u64>(sysconf(_SC_PAGESIZE));
     watchedImage = image;
     watchedSize = imageSize;
     const u64 inPage = reinterpret_cast<u64>(image) % pageSize;
     firstPage = image - inPage;
     pageCount = std::min<u64>(kMostPages, (inPage + imageSize + pageSize - 1) / pageSize);
-    for (size_t i = 0; i < pageCount; ++i) pages[i] = Page::Free;
+    for (size_t i = 0; i < pageCount; ++i) {
+        pages[i] = Page::Free;
+    }
     // The machine itself writes into the header all the time.
     const size_t afterHeader = PageOf(image + kHeaderSize - 1) + 1;
-    for (size_t i = 0; i < std::min(afterHeader, pageCount); ++i) pages[i] = Page::Written;
+    for (size_t i = 0; i < std::min(afterHeader, pageCount); ++i) {
+        pages[i] = Page::Written;
+    }
     wasWritten = false;
 }
 
@@ -60,23 +66,31 @@ void StopWatching() {
     const bool isThere =
         watchedImage != nullptr && image == watchedImage && imageSize == watchedSize;
     for (size_t i = 0; isThere && i < pageCount; ++i) {
-        if (pages[i] == Page::Watched) Protect(i, 1, PROT_READ | PROT_WRITE);
+        if (pages[i] == Page::Watched) {
+            Protect(i, 1, PROT_READ | PROT_WRITE);
+        }
     }
     watchedImage = nullptr;
     pageCount = 0;
 }
 
 bool WatchPages(u32 start, u32 end) {
-    if (watchedImage == nullptr || image != watchedImage || start >= end) return false;
+    if (watchedImage == nullptr || image != watchedImage || start >= end) {
+        return false;
+    }
     const size_t first = PageOf(image + start);
     const size_t last = PageOf(image + (end - 1));
-    if (last >= pageCount) return false;
+    if (last >= pageCount) {
+        return false;
+    }
     bool isWatched = true;
     for (size_t i = first; i <= last; ++i) {
         if (pages[i] == Page::Free) {
             // In this order: another thread's write may fail at once.
             pages[i] = Page::Watched;
-            if (!Protect(i, 1, PROT_READ)) pages[i] = Page::Written;
+            if (!Protect(i, 1, PROT_READ)) {
+                pages[i] = Page::Written;
+            }
         }
         isWatched = isWatched && pages[i] == Page::Watched;
     }
@@ -84,10 +98,14 @@ bool WatchPages(u32 start, u32 end) {
 }
 
 bool ArePagesWatched(u32 start, u32 end) {
-    if (watchedImage == nullptr || start >= end) return false;
+    if (watchedImage == nullptr || start >= end) {
+        return false;
+    }
     const size_t first = PageOf(image + start);
     const size_t last = PageOf(image + (end - 1));
-    if (last >= pageCount) return false;
+    if (last >= pageCount) {
+        return false;
+    }
     return std::all_of(pages.begin() + static_cast<i64>(first),
                        pages.begin() + static_cast<i64>(last) + 1,
                        [](const auto& page) { return page == Page::Watched; });
@@ -99,21 +117,31 @@ bool WasWatchedPageWritten() {
 
 bool LetPageGo(const void* address) {
     const u8* const at = static_cast<const u8*>(address);
-    if (watchedImage == nullptr || at < firstPage) return false;
+    if (watchedImage == nullptr || at < firstPage) {
+        return false;
+    }
     const size_t page = PageOf(at);
     // A page that was let go just now by another thread is there, too.
-    if (page >= pageCount || pages[page] == Page::Free) return false;
-    if (pages[page].exchange(Page::Written) == Page::Watched) wasWritten = true;
+    if (page >= pageCount || pages[page] == Page::Free) {
+        return false;
+    }
+    if (pages[page].exchange(Page::Written) == Page::Watched) {
+        wasWritten = true;
+    }
     return Protect(page, 1, PROT_READ | PROT_WRITE);
 }
 
 void LetPagesGo(const void* start, u64 size) {
     const u8* const first = static_cast<const u8*>(start);
-    if (watchedImage == nullptr || size == 0 || first + size <= firstPage) return;
+    if (watchedImage == nullptr || size == 0 || first + size <= firstPage) {
+        return;
+    }
     const size_t from = first <= firstPage ? 0 : PageOf(first);
     const size_t last = PageOf(first + size - 1);
     for (size_t i = from; i < pageCount && i <= last; ++i) {
-        if (pages[i] == Page::Watched) LetPageGo(firstPage + i * pageSize);
+        if (pages[i] == Page::Watched) {
+            LetPageGo(firstPage + i * pageSize);
+        }
     }
 }
 

@@ -32,12 +32,16 @@ void PushMessageFrame(u32 sp, u32 command, u32 p1, u32 p2, u32 p3) {
 }  // namespace
 
 i32 MXmsg(u32 command, u32 p1, u32 p2, u32 p3) {
-    if (inMX) SystemLog("inMX MXmsg");
+    if (inMX) {
+        SystemLog("inMX MXmsg");
+    }
     while (vmSlots.flushScreen()) {
     }
     inMX = true;
     // inMX stays set here: the process is about to end and no later message is run.
-    if (command != kMessageEnd && (runState & kRunEnding) != 0) return 0;
+    if (command != kMessageEnd && (runState & kRunEnding) != 0) {
+        return 0;
+    }
 
     const u32 sp = Load<u32>(kHeaderSP);
     if (sp - kStackReserve < Load<u32>(kHeaderStackLimit)) {
@@ -67,7 +71,9 @@ i32 ForceMsg(u32 command, u32 p1, u32 p2, u32 p3) {
         SystemLog(FormatText("ForceMsg BAD CALL! cmd=%d", static_cast<i32>(command)));
         ShowFatalMessage("ForceMsg BAD CALL!");
     }
-    if (moduleStarted == 0) return 0;
+    if (moduleStarted == 0) {
+        return 0;
+    }
     return static_cast<i8>(MXmsg(command, p1, p2, p3));
 }
 

@@ -66,7 +66,9 @@ bool ComeFromResult(u8 flags) {
 }
 
 i64 ResultWithFlags(u8 flags) {
-    if ((flags & kZero) != 0) return 0;
+    if ((flags & kZero) != 0) {
+        return 0;
+    }
     const i64 odd = flags & kOdd;
     return (flags & kNeg) != 0 ? -2 + odd : 2 + odd;
 }
@@ -110,7 +112,9 @@ template <class T>
 
 // The header's flags get what the handlers have kept for them.
 void BringFlags() {
-    if (handlersRun) Store<u8>(kHeaderFlags, FlagsOfLastResult());
+    if (handlersRun) {
+        Store<u8>(kHeaderFlags, FlagsOfLastResult());
+    }
     handlersRun = false;
 }
 
@@ -135,7 +139,9 @@ struct SlowResult {
         isFetched = false;
         const Outcome outcome = Execute(w, cpu);
         WriteBack(cpu);
-        if (outcome == Outcome::Leave) return {0, 0, true};
+        if (outcome == Outcome::Leave) {
+            return {0, 0, true};
+        }
     } while (cpu.pc < kHeaderSize || !ComeFromResult(cpu.flags));
     lastThreadedResult = ResultWithFlags(cpu.flags);
     handlersRun = true;
@@ -291,7 +297,9 @@ constexpr bool IsShift(TwoOperand op) {
 // Operations with a handler of their own; the others are rare or illegal.
 constexpr bool IsFastTwoOperand(u32 number) {
     const auto op = static_cast<TwoOperand>(number & ~3u);
-    if (IsFloat(op)) return (number & 3) >= 2;
+    if (IsFloat(op)) {
+        return (number & 3) >= 2;
+    }
     return op <= TwoOperand::Movez || op == TwoOperand::Lea;
 }
 
@@ -301,7 +309,9 @@ constexpr bool WritesA(TwoOperand op) {
 
 template <class T>
 constexpr bool IsImpossibleDivision(TwoOperand op, T a, T b) {
-    if (b == 0) return true;
+    if (b == 0) {
+        return true;
+    }
     const bool isSigned = op == TwoOperand::Divs || op == TwoOperand::Mods;
     return isSigned && b == static_cast<T>(-1) &&
            a == static_cast<T>(std::numeric_limits<SignedOf<T>>::min());
@@ -343,7 +353,9 @@ template <TwoOperand kOp, class Float>
 
 constexpr bool SetsFlags(TwoOperand op) {
     for (const Operation& operation : kTwoOperandOperations) {
-        if (operation.first == static_cast<u8>(op)) return operation.setsFlags;
+        if (operation.first == static_cast<u8>(op)) {
+            return operation.setsFlags;
+        }
     }
     return false;
 }
@@ -395,7 +407,9 @@ MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
         if constexpr (kOp != TwoOperand::Move && kOp != TwoOperand::Movez) {
             left = Get<T>(base, a);
             // The compiler knows the quick value, and might do without a part of the load or all.
-            if constexpr (kForm.b == Mode::Quick && kLow < kAnyLow) KeepLoad(left);
+            if constexpr (kForm.b == Mode::Quick && kLow < kAnyLow) {
+                KeepLoad(left);
+            }
         }
         if constexpr (IsDivision(kOp)) {
             MX_SLOW_IF(IsImpossibleDivision(kOp, left, right));
@@ -406,7 +420,9 @@ MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
         } else if constexpr (WritesA(kOp)) {
             Put<T>(base, a, result);
         }
-        if constexpr (SetsFlags(kOp)) KeepFlagsOf(result);
+        if constexpr (SetsFlags(kOp)) {
+            KeepFlagsOf(result);
+        }
     }
     pc += kLength;
     MX_NEXT();
@@ -419,7 +435,9 @@ constexpr bool IsFastOneOperand(u32 number) {
     if (number < static_cast<u32>(OneOperand::Neg)) {
         return number == static_cast<u32>(OneOperand::Fneg);
     }
-    if (op == OneOperand::Extz || op == OneOperand::Exts) return (number & 3) != 3;
+    if (op == OneOperand::Extz || op == OneOperand::Exts) {
+        return (number & 3) != 3;
+    }
     return op <= OneOperand::Pea || (op >= OneOperand::Utof && op <= OneOperand::Dtol);
 }
 
@@ -673,14 +691,18 @@ MOXI_UNTRACKED void PushConstantHandler(MX_STATE_PARAMETERS) {
 template <u32 kFormCode>
 constexpr bool IsHot(u32 number) {
     constexpr OperandForm kForm = FindForm(kFormCode);
-    if (kForm.aField != Field::Low && kForm.bField != Field::Low) return false;
+    if (kForm.aField != Field::Low && kForm.bField != Field::Low) {
+        return false;
+    }
     const auto op = static_cast<TwoOperand>(number & ~3u);
     if (IsFloat(op)) {
         // A quick value as a number is tiny or no number. The compiler would calculate with it, and
         // turn the sign of what is no number.
         return number % 4 == 3 && kForm.b != Mode::Quick;
     }
-    if (op == TwoOperand::Movez) return number % 4 != 1;
+    if (op == TwoOperand::Movez) {
+        return number % 4 != 1;
+    }
     return number % 4 >= 2 && op >= TwoOperand::Lsr;
 }
 
@@ -811,7 +833,9 @@ MOXI_UNTRACKED void Start(MX_STATE_PARAMETERS) {
 }  // namespace
 
 void CopyDispatchTable(u8* place) {
-    if (dispatchTable[0] == nullptr) FillDispatchTable();
+    if (dispatchTable[0] == nullptr) {
+        FillDispatchTable();
+    }
     std::memcpy(place, dispatchTable, sizeof dispatchTable);
 }
 
@@ -834,7 +858,9 @@ void NoteThreadedCount() {
 }
 
 void SettleThreaded() {
-    if (!handlersRun) return;
+    if (!handlersRun) {
+        return;
+    }
     BringFlags();
     const u32 count = Get<u32>(image - kCountBelowImage, 0);
     pcTraceCount += count - static_cast<u32>(pcTraceCount);

@@ -37,14 +37,20 @@ struct Occupied {
     bool Overlaps(const std::vector<Range>& list) const {
         for (const Range& range : list) {
             auto next = ranges.lower_bound(range.to);
-            if (next == ranges.begin()) continue;
+            if (next == ranges.begin()) {
+                continue;
+            }
             --next;
-            if (next->second > range.from) return true;
+            if (next->second > range.from) {
+                return true;
+            }
         }
         return false;
     }
     void Take(const std::vector<Range>& list) {
-        for (const Range& range : list) ranges.emplace(range.from, range.to);
+        for (const Range& range : list) {
+            ranges.emplace(range.from, range.to);
+        }
     }
 };
 
@@ -97,10 +103,13 @@ void Allocator::CollectWeights() {
                         [&](Variable variable, bool, bool) { weights[variable] += weight; });
         // A base that lies in the frame has to be fetched first.
         for (const Operand* operand : {&instruction.a, &instruction.b}) {
-            if (operand->place == Place::Indexed) weights[operand->variable] += 3 * weight;
+            if (operand->place == Place::Indexed) {
+                weights[operand->variable] += 3 * weight;
+            }
         }
-        if (IsCopy(instruction))
+        if (IsCopy(instruction)) {
             copies.push_back({instruction.a.variable, instruction.b.variable, weight});
+        }
     }
 }
 
@@ -124,12 +133,20 @@ void Allocator::Join() {
     std::stable_sort(copies.begin(), copies.end(),
                      [](const Copy& a, const Copy& b) { return a.weight > b.weight; });
     for (const Copy& copy : copies) {
-        if (copy.to < kFirstVariable || copy.from < kFirstVariable) continue;
+        if (copy.to < kFirstVariable || copy.from < kFirstVariable) {
+            continue;
+        }
         const Variable to = Leader(copy.to);
         const Variable from = Leader(copy.from);
-        if (to == from) continue;
-        if (live.ranges[to].size() + live.ranges[from].size() > kMaxRangesToJoin) continue;
-        if (Overlap(live.ranges[to], live.ranges[from])) continue;
+        if (to == from) {
+            continue;
+        }
+        if (live.ranges[to].size() + live.ranges[from].size() > kMaxRangesToJoin) {
+            continue;
+        }
+        if (Overlap(live.ranges[to], live.ranges[from])) {
+            continue;
+        }
         live.ranges[to] = Merged(live.ranges[to], live.ranges[from]);
         live.ranges[from].clear();
         weights[to] += weights[from];
@@ -140,16 +157,21 @@ void Allocator::Join() {
 void Allocator::CollectHints() {
     hints.resize(code.variables);
     for (const Copy& copy : copies) {
-        if ((copy.to < kFirstVariable) == (copy.from < kFirstVariable)) continue;
+        if ((copy.to < kFirstVariable) == (copy.from < kFirstVariable)) {
+            continue;
+        }
         const Variable machine = std::min(copy.to, copy.from);
         const Variable variable = Leader(std::max(copy.to, copy.from));
-        if (machine < kRegisters)
+        if (machine < kRegisters) {
             hints[variable].emplace_back(static_cast<u8>(machine), copy.weight);
+        }
     }
 }
 
 bool Allocator::TryRegister(Variable variable, u32 number) {
-    if (registers[number].Overlaps(live.ranges[variable])) return false;
+    if (registers[number].Overlaps(live.ranges[variable])) {
+        return false;
+    }
     registers[number].Take(live.ranges[variable]);
     result.locations[variable] = {true, number};
     if (number >= kFirstKept) {
@@ -161,7 +183,9 @@ bool Allocator::TryRegister(Variable variable, u32 number) {
 void Allocator::PlaceInFrame(Variable variable) {
     const u32 tried = std::min<u32>(static_cast<u32>(slots.size()), kMaxSlotsTried);
     u32 number = 0;
-    while (number < tried && slots[number].Overlaps(live.ranges[variable])) ++number;
+    while (number < tried && slots[number].Overlaps(live.ranges[variable])) {
+        ++number;
+    }
     if (number == tried) {
         number = static_cast<u32>(slots.size());
         slots.emplace_back();
@@ -175,40 +199,60 @@ void Allocator::Place(Variable variable) {
     std::stable_sort(wanted.begin(), wanted.end(),
                      [](const auto& a, const auto& b) { return a.second > b.second; });
     for (const auto& [number, weight] : wanted) {
-        if (TryRegister(variable, number)) return;
+        if (TryRegister(variable, number)) {
+            return;
+        }
     }
     for (const u8 number : kOrder) {
-        if (TryRegister(variable, number)) return;
+        if (TryRegister(variable, number)) {
+            return;
+        }
     }
     PlaceInFrame(variable);
 }
 
 void Allocator::Color() {
-    for (u32 r = 0; r < kRegisters; ++r) registers[r].Take(live.ranges[r]);
+    for (u32 r = 0; r < kRegisters; ++r) {
+        registers[r].Take(live.ranges[r]);
+    }
     std::vector<Candidate> candidates;
     for (Variable v = kFirstVariable; v < code.variables; ++v) {
-        if (leader[v] != v || live.ranges[v].empty()) continue;
+        if (leader[v] != v || live.ranges[v].empty()) {
+            continue;
+        }
         u64 length = 0;
-        for (const Range& range : live.ranges[v]) length += range.to - range.from;
+        for (const Range& range : live.ranges[v]) {
+            length += range.to - range.from;
+        }
         candidates.push_back({v, static_cast<f64>(weights[v]) / static_cast<f64>(length + 4)});
     }
     std::stable_sort(
         candidates.begin(), candidates.end(),
         [](const Candidate& a, const Candidate& b) { return a.priority > b.priority; });
-    for (const Candidate& candidate : candidates) Place(candidate.variable);
+    for (const Candidate& candidate : candidates) {
+        Place(candidate.variable);
+    }
 }
 
 void Allocator::Run() {
     live = FindLiveness(code);
     // What is alive across setjmp may be wanted again whenever control comes back there.
     const u32 end = 2 * static_cast<u32>(code.instructions.size());
-    for (const Variable variable : live.crossesSetjmp) live.ranges[variable] = {{0, end}};
-    if (code.frameBase != 0) live.ranges[code.frameBase] = {{0, end}};
+    for (const Variable variable : live.crossesSetjmp) {
+        live.ranges[variable] = {{0, end}};
+    }
+    if (code.frameBase != 0) {
+        live.ranges[code.frameBase] = {{0, end}};
+    }
     leader.resize(code.variables);
     std::iota(leader.begin(), leader.end(), 0u);
     result.locations.resize(code.variables);
-    for (u32 r = 0; r < kFirstVariable; ++r) result.locations[r] = {true, r};
-    for (const Variable variable : code.watched) result.watched.push_back(live.ranges[variable]);
+    for (u32 r = 0; r < kFirstVariable; ++r) {
+        result.locations[r] = {true, r};
+    }
+    for (const Variable variable : code.watched) {
+        result.watched.push_back(live.ranges[variable]);
+    }
     CollectWeights();
     Join();
     CollectHints();

@@ -47,7 +47,9 @@ std::string LabelFor(const std::string& name, u32 address, std::set<std::string>
             (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
         label += isPlain ? c : '_';
     }
-    if (!taken.insert(label).second) label += "_" + Hex(address);
+    if (!taken.insert(label).second) {
+        label += "_" + Hex(address);
+    }
     taken.insert(label);
     return label;
 }
@@ -55,7 +57,9 @@ std::string LabelFor(const std::string& name, u32 address, std::set<std::string>
 void Writer::NameFunctions(u32 end) {
     std::set<std::string> taken;
     for (const TranslatedSymbol& symbol : result.symbols) {
-        if (!symbol.isCode || symbol.address >= end) continue;
+        if (!symbol.isCode || symbol.address >= end) {
+            continue;
+        }
         labels.emplace(symbol.address, LabelFor(symbol.name, symbol.address, taken));
     }
 }
@@ -63,7 +67,9 @@ void Writer::NameFunctions(u32 end) {
 bool Writer::IsTable(u32 address) const {
     const u32 offset = address - code.base;
     for (const CodeTable& table : code.tables) {
-        if (offset >= table.offset && offset < table.end) return true;
+        if (offset >= table.offset && offset < table.end) {
+            return true;
+        }
     }
     return false;
 }
@@ -71,8 +77,9 @@ bool Writer::IsTable(u32 address) const {
 // Where branches and tables go to.
 void Writer::NameTargets(u32 end) {
     const auto name = [&](u32 target) {
-        if (target >= kHeaderSize && target < end && target % 4 == 0)
+        if (target >= kHeaderSize && target < end && target % 4 == 0) {
             labels.emplace(target, "at_" + Hex(target));
+        }
     };
     for (u32 address = kHeaderSize; address < end;) {
         if (IsTable(address)) {
@@ -82,7 +89,9 @@ void Writer::NameTargets(u32 end) {
         }
         const DisassembledInstruction instruction = DisassembleAt(
             {result.bytes.data(), end}, address, [&](u32 target, AddressUse use) -> std::string {
-                if (use == AddressUse::Code) name(target);
+                if (use == AddressUse::Code) {
+                    name(target);
+                }
                 return {};
             });
         address += std::max(instruction.length, 4u);
@@ -100,7 +109,9 @@ void Writer::WriteInstruction(u32& address) {
     if (isSame) {
         const DisassembledInstruction named =
             DisassembleAt(memory, address, [&](u32 target, AddressUse use) -> std::string {
-                if (use != AddressUse::Code) return {};
+                if (use != AddressUse::Code) {
+                    return {};
+                }
                 const auto found = labels.find(target);
                 return found == labels.end() ? std::string() : found->second;
             });
@@ -116,7 +127,9 @@ void Writer::WriteInstruction(u32& address) {
 void Writer::WriteCode(u32 end) {
     for (u32 address = kHeaderSize; address < end;) {
         const auto label = labels.find(address);
-        if (label != labels.end()) text += label->second + ":\n";
+        if (label != labels.end()) {
+            text += label->second + ":\n";
+        }
         if (!IsTable(address)) {
             WriteInstruction(address);
             continue;
@@ -133,7 +146,9 @@ void Writer::WriteData(u64 from) {
     const u64 end = result.bytes.size();
     while (from < end) {
         u64 zeros = from;
-        while (zeros < end && result.bytes[zeros] == 0) ++zeros;
+        while (zeros < end && result.bytes[zeros] == 0) {
+            ++zeros;
+        }
         if (zeros - from >= u64{4} * kWordsPerLine || zeros == end) {
             text += "        .space  " + std::to_string(zeros - from) + "\n";
             from = zeros;

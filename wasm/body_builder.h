@@ -87,18 +87,24 @@ struct BodyBuilder {
     }
     // Traps come in the order of the module: what waits goes before a value that may trap.
     void SettleBefore(NodeId& first, NodeId second) {
-        if (!select.trees[first].traps || !select.trees[second].traps) return;
+        if (!select.trees[first].traps || !select.trees[second].traps) {
+            return;
+        }
         SettleTraps();
         Settle(first);
     }
     void SettleTrapsBefore(NodeId id) {
-        if (select.trees[id].traps) SettleTraps();
+        if (select.trees[id].traps) {
+            SettleTraps();
+        }
     }
     bool IsLocalVariable(Variable variable) const {
         return variable < isLocal.size() && isLocal[variable];
     }
     void MarkLocal(Variable variable) {
-        if (isLocal.size() <= variable) isLocal.resize(variable + 1);
+        if (isLocal.size() <= variable) {
+            isLocal.resize(variable + 1);
+        }
         isLocal[variable] = true;
     }
 
@@ -150,10 +156,14 @@ template <class Test>
 void BodyBuilder::SettleWhere(Test test) {
     u64 settled = 0;  // below this nothing that may trap waits any more
     for (u64 i = 0; i < stack.size(); ++i) {
-        if (!test(select.trees[stack[i]])) continue;
+        if (!test(select.trees[stack[i]])) {
+            continue;
+        }
         if (select.trees[stack[i]].traps) {
             for (; settled < i; ++settled) {
-                if (select.trees[stack[settled]].traps) Settle(stack[settled]);
+                if (select.trees[stack[settled]].traps) {
+                    Settle(stack[settled]);
+                }
             }
         }
         Settle(stack[i]);

@@ -12,7 +12,9 @@ void BodyBuilder::PushLocal(u32 number) {
     }
     PushVariable(scope.types[number], scope.locals[number]);
     const Fact& fact = scope.facts[number];
-    if (fact.epoch != epoch) return;
+    if (fact.epoch != epoch) {
+        return;
+    }
     Node& node = select.trees.nodes[stack.back()];
     node.isNonNegative = fact.isNonNegative;
     node.low = fact.low;
@@ -116,7 +118,9 @@ void BodyBuilder::Prefixed() {
     }
     // The indices of the memory or the tables, which are all 0.
     cursor.Unsigned32();
-    if (operation == Prefixed::MemoryCopy || operation == Prefixed::TableCopy) cursor.Unsigned32();
+    if (operation == Prefixed::MemoryCopy || operation == Prefixed::TableCopy) {
+        cursor.Unsigned32();
+    }
     const NodeId count = Pop();
     const NodeId second = Pop();
     const NodeId first = Pop();
@@ -135,7 +139,9 @@ void BodyBuilder::Prefixed() {
 // Goes over an instruction that is never reached.
 void BodyBuilder::Skip(u8 opcode) {
     const auto named = static_cast<Opcode>(opcode);
-    if (named == Opcode::Block || named == Opcode::Loop || named == Opcode::If) ++deadDepth;
+    if (named == Opcode::Block || named == Opcode::Loop || named == Opcode::If) {
+        ++deadDepth;
+    }
     SkipOperands(cursor, opcode);
 }
 
@@ -147,7 +153,9 @@ void BodyBuilder::Instruction() {
     if (!reachable) {
         const bool isOwn = deadDepth == 0 && (named == Opcode::Else || named == Opcode::End);
         if (!isOwn) {
-            if (named == Opcode::End) --deadDepth;
+            if (named == Opcode::End) {
+                --deadDepth;
+            }
             Skip(opcode);
             return;
         }
@@ -260,8 +268,9 @@ void BodyBuilder::Instruction() {
 void BodyBuilder::Declare(const FunctionType& type) {
     scope.types = type.parameters;
     const Function& function = module.functions[select.function];
-    for (const Locals& run : function.locals)
+    for (const Locals& run : function.locals) {
         scope.types.insert(scope.types.end(), run.count, run.type);
+    }
     for (u32 i = 0; i < scope.types.size(); ++i) {
         scope.locals.push_back(select.NewVariable());
         MarkLocal(scope.locals.back());
@@ -282,19 +291,30 @@ void BodyBuilder::Declare(const FunctionType& type) {
 
 // What a debugger can find only together with these locals.
 void BodyBuilder::WatchLocals(const Function& function, u32 offset) {
-    if (function.isImported) return;
+    if (function.isImported) {
+        return;
+    }
     const DebugFunction* const known = FindDebugFunction(plan.debugFunctions, offset);
-    if (known == nullptr) return;
+    if (known == nullptr) {
+        return;
+    }
     bool usesFrame = false;
     for (const DebugVariable& variable : known->variables) {
         for (const DebugPlace& place : variable.places) {
-            if (place.kind == DebugPlace::Kind::Frame) usesFrame = true;
-            if (place.kind == DebugPlace::Kind::Local) code.watched = scope.locals;
+            if (place.kind == DebugPlace::Kind::Frame) {
+                usesFrame = true;
+            }
+            if (place.kind == DebugPlace::Kind::Local) {
+                code.watched = scope.locals;
+            }
         }
     }
-    if (!usesFrame || known->frameBase >= scope.locals.size()) return;
-    if (scope.types[known->frameBase] == ValueType::I32)
+    if (!usesFrame || known->frameBase >= scope.locals.size()) {
+        return;
+    }
+    if (scope.types[known->frameBase] == ValueType::I32) {
         code.frameBase = scope.locals[known->frameBase];
+    }
 }
 
 void BodyBuilder::EmitWrongEntries() {
@@ -311,7 +331,9 @@ void BodyBuilder::EmitWrongEntries() {
 
 // An imported function with code of its own, for those who call it by address.
 void BodyBuilder::RunImport(u32 index, const FunctionType& type) {
-    for (u32 i = 0; i < scope.locals.size(); ++i) PushVariable(scope.types[i], scope.locals[i]);
+    for (u32 i = 0; i < scope.locals.size(); ++i) {
+        PushVariable(scope.types[i], scope.locals[i]);
+    }
     code.hasCalls = plan.imports[index].service == Service::Linked;
     CallService(plan.imports[index], type);
     Return();
@@ -337,7 +359,9 @@ void BodyBuilder::Run(u32 index) {
     BlockFrame whole;
     whole.type.results = ListOf(type.results);
     frames.push_back(std::move(whole));
-    while (!frames.empty()) Instruction();
+    while (!frames.empty()) {
+        Instruction();
+    }
     select.depth = 0;
     if (returnLabel != kNoLabel) {
         select.Label(returnLabel);

@@ -31,7 +31,9 @@ void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& p
     for (u32 i = count; i > registers; --i) {
         select.One(OneOperand::Push, OperandSize::Quad, values[i - 1]);
     }
-    for (u32 i = 0; i < registers; ++i) select.Put(i, type.parameters[i], values[i]);
+    for (u32 i = 0; i < registers; ++i) {
+        select.Put(i, type.parameters[i], values[i]);
+    }
 }
 
 void BodyBuilder::TakeResults(const FunctionType& type) {
@@ -52,7 +54,9 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
         case Service::None: break;
         case Service::Linked: CallFunction(target.function, type); return;
         case Service::Empty:
-            for (u64 i = 0; i < type.parameters.size(); ++i) select.Discard(Pop());
+            for (u64 i = 0; i < type.parameters.size(); ++i) {
+                select.Discard(Pop());
+            }
             return;
         case Service::Sys: {
             const Operand block = argument(Pop());
@@ -140,7 +144,9 @@ void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type,
             continue;
         }
         inner.locals[i] = select.InNewVariable(id);
-        if (leaf.isWritten[i]) MarkLocal(inner.locals[i]);
+        if (leaf.isWritten[i]) {
+            MarkLocal(inner.locals[i]);
+        }
         inner.facts[i] = {epoch, node.isNonNegative, node.low, node.high};
     }
     stack.resize(first);
@@ -155,13 +161,16 @@ void BodyBuilder::BuildIn(u32 callee) {
     SettleTraps();
     Scope inner;
     inner.types = type.parameters;
-    for (const Locals& run : function.locals)
+    for (const Locals& run : function.locals) {
         inner.types.insert(inner.types.end(), run.count, run.type);
+    }
     inner.locals.resize(inner.types.size());
     inner.facts.resize(inner.types.size());
     inner.bound.resize(inner.types.size());
     BindArguments(leaf, type, inner);
-    if (leaf.branches) SettleAll();
+    if (leaf.branches) {
+        SettleAll();
+    }
     for (u64 i = type.parameters.size(); i < inner.types.size(); ++i) {
         if (!leaf.isWritten[i]) {
             inner.bound[i] = MakeConstant(select.trees, inner.types[i], 0) + 1;
@@ -175,7 +184,9 @@ void BodyBuilder::BuildIn(u32 callee) {
     frame.label = select.NewLabel();
     frame.height = stack.size();
     frame.type.results = ListOf(type.results);
-    for (u64 i = 0; i < type.results.size(); ++i) frame.variables.push_back(select.NewVariable());
+    for (u64 i = 0; i < type.results.size(); ++i) {
+        frame.variables.push_back(select.NewVariable());
+    }
     inner.base = frames.size();
     inner.cursor = {function.body, function.end, nullptr};
     frames.push_back(std::move(frame));
@@ -183,8 +194,12 @@ void BodyBuilder::BuildIn(u32 callee) {
     const u32 caller = select.function;
     const u32 origin = select.origin;
     select.function = callee;
-    while (frames.size() > scope.base) Instruction();
-    if (reachable) SettleTraps();
+    while (frames.size() > scope.base) {
+        Instruction();
+    }
+    if (reachable) {
+        SettleTraps();
+    }
     select.function = caller;
     select.origin = origin;
     std::swap(scope, inner);
@@ -197,7 +212,9 @@ void BodyBuilder::CallIndirect(u32 typeIndex) {
     code.hasCalls = true;
     // The arguments come first: what they do goes before a trap of the call.
     for (u64 i = stack.size() - type.parameters.size(); i < stack.size(); ++i) {
-        if (select.trees[stack[i]].traps) Settle(stack[i]);
+        if (select.trees[stack[i]].traps) {
+            Settle(stack[i]);
+        }
     }
     const Variable number = select.InVariable(index);
     select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), Number(plan.tableSize));

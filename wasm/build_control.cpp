@@ -15,7 +15,9 @@ constexpr u32 kFewCases = 3;  // a jump table takes three instructions
 
 void BodyBuilder::Push(NodeId id) {
     stack.push_back(id);
-    if (select.trees[id].depth <= kMaxTreeDepth) return;
+    if (select.trees[id].depth <= kMaxTreeDepth) {
+        return;
+    }
     SettleTrapsBefore(id);
     Settle(stack.back());
 }
@@ -23,8 +25,12 @@ void BodyBuilder::Push(NodeId id) {
 // Computes a waiting value now, so that nothing that comes can change it.
 void BodyBuilder::Settle(NodeId& id) {
     const Node node = select.trees[id];
-    if (node.kind == NodeKind::Constant) return;
-    if (node.kind == NodeKind::Local && !IsLocalVariable(static_cast<Variable>(node.value))) return;
+    if (node.kind == NodeKind::Constant) {
+        return;
+    }
+    if (node.kind == NodeKind::Local && !IsLocalVariable(static_cast<Variable>(node.value))) {
+        return;
+    }
     const Variable variable = select.InNewVariable(id);
     id = MakeVariable(select.trees, node.type, variable);
     select.trees.nodes[id].low = node.low;
@@ -33,13 +39,19 @@ void BodyBuilder::Settle(NodeId& id) {
 }
 
 void BodyBuilder::SettleAll() {
-    for (NodeId& id : stack) Settle(id);
+    for (NodeId& id : stack) {
+        Settle(id);
+    }
 }
 
 void BodyBuilder::SettleReaders(Variable variable) {
     for (u64 i = 0; i < stack.size(); ++i) {
-        if (!ReadsVariable(select.trees, stack[i], variable)) continue;
-        if (select.trees[stack[i]].traps) SettleTraps();
+        if (!ReadsVariable(select.trees, stack[i], variable)) {
+            continue;
+        }
+        if (select.trees[stack[i]].traps) {
+            SettleTraps();
+        }
         Settle(stack[i]);
     }
 }
@@ -53,7 +65,9 @@ void BodyBuilder::SettleForCall() {
 
 // The topmost values become variables or constants, so that they may be used twice.
 void BodyBuilder::SettleTop(u64 count) {
-    for (u64 i = stack.size() - count; i < stack.size(); ++i) Settle(stack[i]);
+    for (u64 i = stack.size() - count; i < stack.size(); ++i) {
+        Settle(stack[i]);
+    }
 }
 
 // Assigns the topmost values to variables, all at once. The stack stays.
@@ -66,14 +80,17 @@ void BodyBuilder::MoveTo(const std::vector<Variable>& variables) {
     std::vector<NodeId> values(stack.end() - static_cast<i64>(count), stack.end());
     for (u64 i = 0; i < count; ++i) {
         bool isRead = false;
-        for (const Variable variable : variables)
+        for (const Variable variable : variables) {
             isRead |= ReadsVariable(select.trees, values[i], variable);
+        }
         if (isRead || !IsLeaf(select.trees, values[i])) {
             const ValueType type = select.trees[values[i]].type;
             values[i] = MakeVariable(select.trees, type, select.InNewVariable(values[i]));
         }
     }
-    for (u64 i = 0; i < count; ++i) select.Assign(variables[i], values[i]);
+    for (u64 i = 0; i < count; ++i) {
+        select.Assign(variables[i], values[i]);
+    }
 }
 
 void BodyBuilder::Return() {
@@ -116,7 +133,9 @@ void BodyBuilder::BranchTo(u64 depth) {
         Return();
         return;
     }
-    if (!frame.variables.empty()) MoveTo(frame.variables);
+    if (!frame.variables.empty()) {
+        MoveTo(frame.variables);
+    }
     frame.isUsed = true;
     select.Jump(frame.label);
 }
@@ -129,7 +148,9 @@ void BodyBuilder::BranchIf() {
     SettleTraps();
     const bool isPlain = isReturn ? frame.type.results.count == 0 : frame.variables.empty();
     if (isPlain) {
-        if (isReturn && returnLabel == kNoLabel) returnLabel = select.NewLabel();
+        if (isReturn && returnLabel == kNoLabel) {
+            returnLabel = select.NewLabel();
+        }
         frame.isUsed = true;
         select.BranchOn(condition, true, isReturn ? returnLabel : frame.label);
         return;
@@ -144,7 +165,9 @@ void BodyBuilder::BranchIf() {
 void BodyBuilder::BranchTable() {
     const u32 count = cursor.Unsigned32();
     std::vector<u32> depths(count);
-    for (u32& depth : depths) depth = cursor.Unsigned32();
+    for (u32& depth : depths) {
+        depth = cursor.Unsigned32();
+    }
     const u32 fallback = cursor.Unsigned32();
     const NodeId index = Pop();
     SettleTraps();
@@ -154,11 +177,15 @@ void BodyBuilder::BranchTable() {
     std::vector<std::pair<u32, u32>> labels;
     const auto labelOf = [&](u32 depth) {
         for (const auto& [known, label] : labels) {
-            if (known == depth) return label;
+            if (known == depth) {
+                return label;
+            }
         }
         BlockFrame& frame = frames[frames.size() - 1 - depth];
         const bool isDirect = frame.label != kNoLabel && frame.variables.empty();
-        if (isDirect) frame.isUsed = true;
+        if (isDirect) {
+            frame.isUsed = true;
+        }
         labels.emplace_back(depth, isDirect ? frame.label : select.NewLabel());
         return labels.back().second;
     };
@@ -177,7 +204,9 @@ void BodyBuilder::BranchTable() {
         }
         std::vector<u32> table;
         table.reserve(depths.size());
-        for (const u32 depth : depths) table.push_back(labelOf(depth));
+        for (const u32 depth : depths) {
+            table.push_back(labelOf(depth));
+        }
         code.tables.push_back(std::move(table));
         const Variable scaled = select.NewVariable();
         select.Put(scaled, ValueType::I32, InRegister(value));
@@ -190,7 +219,9 @@ void BodyBuilder::BranchTable() {
     }
     for (u64 i = 0; i < labels.size(); ++i) {
         const auto [depth, label] = labels[i];
-        if (label == frames[frames.size() - 1 - depth].label) continue;
+        if (label == frames[frames.size() - 1 - depth].label) {
+            continue;
+        }
         select.Label(label);
         BranchTo(depth);
     }
@@ -201,7 +232,9 @@ void BodyBuilder::Begin(Opcode opcode) {
     frame.opcode = opcode;
     ReadBlockType(module, cursor, frame.type);
     NodeId condition = 0;
-    if (opcode == Opcode::If) condition = Pop();
+    if (opcode == Opcode::If) {
+        condition = Pop();
+    }
     SettleAll();
     frame.label = select.NewLabel();
     const u64 parameters = frame.type.parameters.count;
@@ -211,7 +244,9 @@ void BodyBuilder::Begin(Opcode opcode) {
             frame.variables.push_back(select.NewVariable());
             MarkLocal(frame.variables.back());
         }
-        if (parameters > 0) MoveTo(frame.variables);
+        if (parameters > 0) {
+            MoveTo(frame.variables);
+        }
         stack.resize(frame.height);
         for (u32 i = 0; i < parameters; ++i) {
             PushVariable(frame.type.parameters.items[i], frame.variables[i]);
@@ -234,7 +269,9 @@ void BodyBuilder::Begin(Opcode opcode) {
 void BodyBuilder::Else() {
     BlockFrame& frame = frames.back();
     if (reachable) {
-        if (!frame.variables.empty()) MoveTo(frame.variables);
+        if (!frame.variables.empty()) {
+            MoveTo(frame.variables);
+        }
         frame.isUsed = true;
         select.Jump(frame.label);
     }
@@ -256,7 +293,9 @@ void BodyBuilder::EnterResults(BlockFrame& frame) {
 void BodyBuilder::End() {
     BlockFrame frame = std::move(frames.back());
     if (frames.size() == 1) {
-        if (reachable) Return();
+        if (reachable) {
+            Return();
+        }
         frames.pop_back();
         return;
     }
@@ -271,12 +310,16 @@ void BodyBuilder::End() {
         frames.pop_back();
         return;
     }
-    if (reachable && !frame.variables.empty()) MoveTo(frame.variables);
+    if (reachable && !frame.variables.empty()) {
+        MoveTo(frame.variables);
+    }
     if (isOpenIf) {
         // Without an else the parameters are the results.
         const bool moves = !frame.variables.empty();
         if (moves) {
-            if (reachable) select.Jump(frame.label);
+            if (reachable) {
+                select.Jump(frame.label);
+            }
             Join(frame.elseLabel);
             stack.resize(frame.height);
             stack.insert(stack.end(), frame.parameters.begin(), frame.parameters.end());

@@ -12,21 +12,27 @@ Roles RolesOfTwo(const Instruction& instruction) {
     const auto op = static_cast<TwoOperand>(instruction.operation);
     Roles roles;
     roles.readsB = instruction.b.place == Place::Register;
-    if (instruction.a.place != Place::Register) return roles;
+    if (instruction.a.place != Place::Register) {
+        return roles;
+    }
     roles.readsA = true;
     roles.writesA = !IsOneOf(op, TwoOperand::Cmp, TwoOperand::Test);
     // What a shorter size leaves of the register counts as read. LEA is used only where nobody
     // looks at the upper half.
     const bool isWhole = op == TwoOperand::Movez || op == TwoOperand::Lea ||
                          (op == TwoOperand::Move && instruction.size == OperandSize::Quad);
-    if (isWhole) roles.readsA = false;
+    if (isWhole) {
+        roles.readsA = false;
+    }
     return roles;
 }
 
 Roles RolesOfOne(const Instruction& instruction) {
     const auto op = static_cast<OneOperand>(instruction.operation);
     Roles roles;
-    if (instruction.a.place != Place::Register) return roles;
+    if (instruction.a.place != Place::Register) {
+        return roles;
+    }
     roles.readsA = op != OneOperand::Pop;
     roles.writesA = op != OneOperand::Tst && op != OneOperand::Push && op != OneOperand::Pea;
     return roles;
@@ -47,12 +53,16 @@ Roles RolesOf(const Instruction& instruction) {
 }
 
 bool SetsFlags(const Instruction& instruction) {
-    if (instruction.kind == Kind::TestBranch) return true;
+    if (instruction.kind == Kind::TestBranch) {
+        return true;
+    }
     if (instruction.kind == Kind::One) {
         const auto op = static_cast<OneOperand>(instruction.operation);
         return op == OneOperand::Not || op == OneOperand::Tst;
     }
-    if (instruction.kind != Kind::Two) return false;
+    if (instruction.kind != Kind::Two) {
+        return false;
+    }
     switch (static_cast<TwoOperand>(instruction.operation)) {
         case TwoOperand::Asr:
         case TwoOperand::Lsr:
@@ -67,7 +77,9 @@ bool SetsFlags(const Instruction& instruction) {
 }
 
 bool IsPure(const Instruction& instruction) {
-    if (instruction.a.place != Place::Register) return false;
+    if (instruction.a.place != Place::Register) {
+        return false;
+    }
     if (instruction.kind == Kind::Two) {
         switch (static_cast<TwoOperand>(instruction.operation)) {
             case TwoOperand::Divs:
@@ -87,7 +99,9 @@ bool IsPure(const Instruction& instruction) {
             default: return true;
         }
     }
-    if (instruction.kind != Kind::One) return false;
+    if (instruction.kind != Kind::One) {
+        return false;
+    }
     const auto op = static_cast<OneOperand>(instruction.operation);
     return op != OneOperand::Push && op != OneOperand::Pop && op != OneOperand::Pea &&
            op != OneOperand::Tst;

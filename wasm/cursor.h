@@ -16,7 +16,9 @@ struct ByteCursor {
     u64 Left() const { return static_cast<u64>(end - at); }
 
     void Fail(const char* why) {
-        if (failed == nullptr) failed = why;
+        if (failed == nullptr) {
+            failed = why;
+        }
         at = end;
     }
     u8 Byte() {
@@ -27,7 +29,9 @@ struct ByteCursor {
         return *at++;
     }
     u32 Unsigned32() {
-        if (at < end && *at < 0x80) return *at++;
+        if (at < end && *at < 0x80) {
+            return *at++;
+        }
         return static_cast<u32>(UnsignedLong(32));
     }
     i32 Signed32() { return static_cast<i32>(SignedLong(32)); }
@@ -66,13 +70,17 @@ struct ByteCursor {
         u64 value = 0;
         for (u32 shift = 0;; shift += 7) {
             const u8 byte = Byte();
-            if (failed != nullptr) return 0;
+            if (failed != nullptr) {
+                return 0;
+            }
             if (shift + 7 > bits && (byte & 0x7F) >> (bits - shift) != 0) {
                 Fail((byte & 0x80) != 0 ? "integer representation too long" : "integer too large");
                 return 0;
             }
             value |= u64{byte & 0x7Fu} << shift;
-            if ((byte & 0x80) == 0) return value;
+            if ((byte & 0x80) == 0) {
+                return value;
+            }
             if (shift + 7 >= bits) {
                 Fail("integer representation too long");
                 return 0;
@@ -83,7 +91,9 @@ struct ByteCursor {
         u64 value = 0;
         for (u32 shift = 0;; shift += 7) {
             const u8 byte = Byte();
-            if (failed != nullptr) return 0;
+            if (failed != nullptr) {
+                return 0;
+            }
             value |= u64{byte & 0x7Fu} << shift;
             const bool isLast = (byte & 0x80) == 0;
             if (shift + 7 >= bits) {
@@ -100,9 +110,13 @@ struct ByteCursor {
                     return 0;
                 }
             }
-            if (!isLast) continue;
+            if (!isLast) {
+                continue;
+            }
             const u32 width = shift + 7;
-            if (width < 64 && (byte & 0x40) != 0) value |= ~u64{0} << width;
+            if (width < 64 && (byte & 0x40) != 0) {
+                value |= ~u64{0} << width;
+            }
             return static_cast<i64>(value);
         }
     }

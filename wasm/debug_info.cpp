@@ -131,7 +131,9 @@ struct UnitReader {
 
 Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
     Abbreviations table;
-    if (offset >= shared.abbreviations.size()) return table;
+    if (offset >= shared.abbreviations.size()) {
+        return table;
+    }
     ByteCursor cursor = CursorOver(shared.abbreviations.substr(offset, shared.left));
     const u64 whole = cursor.Left();
     for (u64 code = ReadLeb(cursor); code != 0; code = ReadLeb(cursor)) {
@@ -142,12 +144,20 @@ Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
             Field field;
             field.attribute = ReadLeb(cursor);
             field.form = ReadLeb(cursor);
-            if (field.form == kImplicitConst) field.constant = ReadSignedLeb(cursor);
-            if (field.attribute == 0 && field.form == 0) break;
-            if (row.fields.size() == kMostFields) cursor.Fail("too many fields");
+            if (field.form == kImplicitConst) {
+                field.constant = ReadSignedLeb(cursor);
+            }
+            if (field.attribute == 0 && field.form == 0) {
+                break;
+            }
+            if (row.fields.size() == kMostFields) {
+                cursor.Fail("too many fields");
+            }
             row.fields.push_back(field);
         }
-        if (cursor.failed != nullptr) break;
+        if (cursor.failed != nullptr) {
+            break;
+        }
         table.emplace(code, std::move(row));
     }
     shared.left -= whole - cursor.Left();
@@ -156,13 +166,17 @@ Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
 
 u64 NumberOf(ByteCursor& cursor, u32 bytes) {
     u64 value = 0;
-    for (u32 i = 0; i < bytes; ++i) value |= u64{cursor.Byte()} << (8 * i);
+    for (u32 i = 0; i < bytes; ++i) {
+        value |= u64{cursor.Byte()} << (8 * i);
+    }
     return value;
 }
 
 std::string_view Block(ByteCursor& cursor, u64 size) {
     const u8* const at = cursor.Bytes(size);
-    if (cursor.failed != nullptr) return {};
+    if (cursor.failed != nullptr) {
+        return {};
+    }
     return {reinterpret_cast<const char*>(at), size};
 }
 
@@ -246,13 +260,19 @@ void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value)
             entry.high = value.isOffset ? entry.low + value.number : value.number;
             break;
         case Attribute::StrOffsetsBase:
-            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) stringsBase = value.number;
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) {
+                stringsBase = value.number;
+            }
             break;
         case Attribute::AddrBase:
-            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) addressesBase = value.number;
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) {
+                addressesBase = value.number;
+            }
             break;
         case Attribute::LoclistsBase:
-            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) listsBase = value.number;
+            if (entry.tag == static_cast<u64>(Tag::CompileUnit)) {
+                listsBase = value.number;
+            }
             break;
     }
 }
@@ -261,18 +281,28 @@ void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value)
 bool UnitReader::ReadEntry(ByteCursor& cursor, Entry& entry) {
     entry = {};
     const u64 code = ReadLeb(cursor);
-    if (cursor.failed != nullptr) return false;
+    if (cursor.failed != nullptr) {
+        return false;
+    }
     entry.isEnd = code == 0;
-    if (entry.isEnd) return true;
+    if (entry.isEnd) {
+        return true;
+    }
     const auto row = table->find(code);
-    if (row == table->end()) return false;
+    if (row == table->end()) {
+        return false;
+    }
     entry.tag = row->second.tag;
     entry.hasChildren = row->second.hasChildren;
     for (const Field& field : row->second.fields) {
         u64 form = field.form;
-        if (form == kIndirect) form = ReadLeb(cursor);
+        if (form == kIndirect) {
+            form = ReadLeb(cursor);
+        }
         TakeField(entry, field, ReadValue(cursor, form, field.constant));
-        if (cursor.failed != nullptr) return false;
+        if (cursor.failed != nullptr) {
+            return false;
+        }
     }
     return true;
 }
@@ -286,14 +316,18 @@ std::string KindOfBase(const Entry& entry) {
     constexpr u64 kUnsignedChar = 8;
     const bool isUsual =
         entry.bytes == 1 || entry.bytes == 2 || entry.bytes == 4 || entry.bytes == 8;
-    if (!isUsual) return "block";
+    if (!isUsual) {
+        return "block";
+    }
     const std::string bits = std::to_string(8 * entry.bytes);
     switch (entry.encoding) {
         case kBoolean: return entry.bytes == 1 ? "bool" : "u" + bits;
         case kFloat: return entry.bytes >= 4 ? "f" + bits : "block";
         case kSignedChar:
         case kUnsignedChar:
-            if (entry.name == "char") return "char";
+            if (entry.name == "char") {
+                return "char";
+            }
             return (entry.encoding == kSignedChar ? "i" : "u") + bits;
         case kSigned: return "i" + bits;
         case kUnsigned: return "u" + bits;
@@ -306,7 +340,9 @@ std::string UnitReader::KindOf(u64 type) {
     for (u32 steps = 0; steps < kMostTypeSteps && type != 0 && type < unit.size(); ++steps) {
         ByteCursor cursor = CursorOver(unit.substr(type));
         Entry entry;
-        if (!ReadEntry(cursor, entry) || entry.isEnd) break;
+        if (!ReadEntry(cursor, entry) || entry.isEnd) {
+            break;
+        }
         switch (static_cast<Tag>(entry.tag)) {
             case Tag::BaseType: return KindOfBase(entry);
             case Tag::Pointer:
@@ -331,10 +367,14 @@ std::vector<DebugPlace> UnitReader::PlacesOf(const Entry& entry) {
         place.value = entry.number;
         return {place};
     }
-    if (!entry.hasLocation) return {};
+    if (!entry.hasLocation) {
+        return {};
+    }
     const Value& where = entry.location;
     if (!where.isOffset && !where.isIndex) {
-        if (ReadPlace(where.block, place)) return {place};
+        if (ReadPlace(where.block, place)) {
+            return {place};
+        }
         return {};
     }
     PlaceLists lists{
@@ -348,7 +388,9 @@ std::vector<DebugPlace> UnitReader::PlacesOf(const Entry& entry) {
 
 void UnitReader::TakeVariable(const Entry& entry, u32 from, u32 to) {
     DebugFunction& function = shared.functions.back();
-    if (entry.name.empty() || function.variables.size() >= kMostVariables) return;
+    if (entry.name.empty() || function.variables.size() >= kMostVariables) {
+        return;
+    }
     DebugVariable variable;
     variable.name = entry.name;
     variable.kind = KindOf(entry.type);
@@ -363,7 +405,9 @@ void UnitReader::TakeVariable(const Entry& entry, u32 from, u32 to) {
 bool TakeFunction(const Entry& entry, const Module& module, DebugFunction& function) {
     const u64 from = entry.low + module.codeOffset;
     const u64 to = entry.high + module.codeOffset;
-    if (entry.low == 0 || from >= to || to > module.bytes.size()) return false;
+    if (entry.low == 0 || from >= to || to > module.bytes.size()) {
+        return false;
+    }
     function.from = static_cast<u32>(from);
     function.to = static_cast<u32>(to);
     DebugPlace base;
@@ -385,22 +429,32 @@ void UnitReader::Walk(ByteCursor cursor) {
     u32 depth = 0;
     while (!cursor.AtEnd() && ReadEntry(cursor, entry)) {
         if (entry.isEnd) {
-            if (depth == 0) return;
+            if (depth == 0) {
+                return;
+            }
             --depth;
-            while (!blocks.empty() && depth < blocks.back().depth) blocks.pop_back();
+            while (!blocks.empty() && depth < blocks.back().depth) {
+                blocks.pop_back();
+            }
             continue;
         }
         const auto tag = static_cast<Tag>(entry.tag);
-        if (tag == Tag::CompileUnit) unitBase = entry.low;
+        if (tag == Tag::CompileUnit) {
+            unitBase = entry.low;
+        }
         if (tag == Tag::Subprogram && entry.hasCode) {
             blocks.clear();
             DebugFunction function;
             if (TakeFunction(entry, module, function)) {
                 shared.functions.push_back(std::move(function));
-                if (entry.hasChildren) blocks.push_back({depth + 1, 0, 0xFFFFFFFF});
+                if (entry.hasChildren) {
+                    blocks.push_back({depth + 1, 0, 0xFFFFFFFF});
+                }
             }
         } else if (!blocks.empty() && tag == Tag::FormalParameter) {
-            if (depth == blocks.front().depth) TakeVariable(entry, 0, 0xFFFFFFFF);
+            if (depth == blocks.front().depth) {
+                TakeVariable(entry, 0, 0xFFFFFFFF);
+            }
         } else if (!blocks.empty() && tag == Tag::Variable) {
             TakeVariable(entry, blocks.back().from, blocks.back().to);
         } else if (!blocks.empty() && tag == Tag::LexicalBlock && entry.hasCode &&
@@ -408,7 +462,9 @@ void UnitReader::Walk(ByteCursor cursor) {
             blocks.push_back({depth + 1, static_cast<u32>(entry.low + module.codeOffset),
                               static_cast<u32>(entry.high + module.codeOffset)});
         }
-        if (entry.hasChildren) ++depth;
+        if (entry.hasChildren) {
+            ++depth;
+        }
     }
 }
 
@@ -418,17 +474,25 @@ void UnitReader::Run() {
     version = ReadShort(cursor);
     u64 abbreviations = 0;
     if (version >= 5) {
-        if (cursor.Byte() != 1) return;  // of a kind that holds no code
+        if (cursor.Byte() != 1) {
+            return;  // of a kind that holds no code
+        }
         addressBytes = cursor.Byte();
         abbreviations = cursor.Word();
     } else {
         abbreviations = cursor.Word();
         addressBytes = cursor.Byte();
     }
-    if (cursor.failed != nullptr || version < 2 || version > 5) return;
-    if (addressBytes != 4 && addressBytes != 8) return;
+    if (cursor.failed != nullptr || version < 2 || version > 5) {
+        return;
+    }
+    if (addressBytes != 4 && addressBytes != 8) {
+        return;
+    }
     const auto [found, isNew] = shared.tables.try_emplace(abbreviations);
-    if (isNew) found->second = ReadAbbreviations(shared, abbreviations);
+    if (isNew) {
+        found->second = ReadAbbreviations(shared, abbreviations);
+    }
     table = &found->second;
     Walk(cursor);
 }
@@ -443,7 +507,9 @@ std::vector<DebugFunction> ReadDebugFunctions(const Module& module) {
     for (u64 at = 0; at + 4 < section.size();) {
         ByteCursor cursor = CursorOver(section.substr(at));
         const u64 size = u64{cursor.Word()} + 4;
-        if (size > section.size() - at) break;
+        if (size > section.size() - at) {
+            break;
+        }
         UnitReader{shared, section.substr(at, size)}.Run();
         at += size;
     }
@@ -457,7 +523,9 @@ const DebugFunction* FindDebugFunction(const std::vector<DebugFunction>& functio
     const auto after =
         std::upper_bound(functions.begin(), functions.end(), offset,
                          [](u32 at, const DebugFunction& function) { return at < function.from; });
-    if (after == functions.begin()) return nullptr;
+    if (after == functions.begin()) {
+        return nullptr;
+    }
     const DebugFunction& function = *(after - 1);
     return offset < function.to ? &function : nullptr;
 }

@@ -41,8 +41,12 @@ void Add(const PlaceLists& lists, u64 from, u64 to, std::string_view expression,
     from += lists.codeOffset;
     to += lists.codeOffset;
     DebugPlace place;
-    if (from >= to || to > 0xFFFFFFFF || places.size() == kMostPlaces) return;
-    if (!ReadPlace(expression, place)) return;
+    if (from >= to || to > 0xFFFFFFFF || places.size() == kMostPlaces) {
+        return;
+    }
+    if (!ReadPlace(expression, place)) {
+        return;
+    }
     place.from = static_cast<u32>(from);
     place.to = static_cast<u32>(to);
     places.push_back(place);
@@ -50,7 +54,9 @@ void Add(const PlaceLists& lists, u64 from, u64 to, std::string_view expression,
 
 std::string_view TakeExpression(ByteCursor& cursor, u64 size) {
     const u8* const at = cursor.Bytes(size);
-    if (cursor.failed != nullptr) return {};
+    if (cursor.failed != nullptr) {
+        return {};
+    }
     return {reinterpret_cast<const char*>(at), size};
 }
 
@@ -60,14 +66,18 @@ std::vector<DebugPlace> ReadPairs(const PlaceLists& lists, ByteCursor& cursor) {
     for (;;) {
         const u32 from = cursor.Word();
         const u32 to = cursor.Word();
-        if (cursor.failed != nullptr || (from == 0 && to == 0)) return places;
+        if (cursor.failed != nullptr || (from == 0 && to == 0)) {
+            return places;
+        }
         if (from == 0xFFFFFFFF) {
             base = to;
             continue;
         }
         const u32 size = ReadShort(cursor);
         const std::string_view expression = TakeExpression(cursor, size);
-        if (cursor.failed == nullptr) Add(lists, base + from, base + to, expression, places);
+        if (cursor.failed == nullptr) {
+            Add(lists, base + from, base + to, expression, places);
+        }
     }
 }
 
@@ -110,7 +120,9 @@ std::vector<DebugPlace> ReadRows(const PlaceLists& lists, ByteCursor& cursor) {
         }
         const u64 size = ReadLeb(cursor);
         const std::string_view expression = TakeExpression(cursor, size);
-        if (cursor.failed != nullptr) return places;
+        if (cursor.failed != nullptr) {
+            return places;
+        }
         Add(lists, from, to, expression, places);
     }
 }
@@ -147,21 +159,31 @@ bool ReadPlace(std::string_view expression, DebugPlace& place) {
                 mayEnd = false;
                 break;
             case Operation::WasmLocation:
-                if (cursor.Byte() != 0) return false;  // a global, or the stack of operands
+                if (cursor.Byte() != 0) {
+                    return false;  // a global, or the stack of operands
+                }
                 place.kind = DebugPlace::Kind::Local;
                 place.value = static_cast<i64>(ReadLeb(cursor));
-                if (!IsSmall(place.value) || place.value < 0) return false;
+                if (!IsSmall(place.value) || place.value < 0) {
+                    return false;
+                }
                 break;
             default: return false;
         }
     }
-    if (cursor.failed != nullptr) return false;
-    if (cursor.AtEnd()) return mayEnd;
+    if (cursor.failed != nullptr) {
+        return false;
+    }
+    if (cursor.AtEnd()) {
+        return mayEnd;
+    }
     return cursor.Byte() == static_cast<u8>(Operation::StackValue) && cursor.AtEnd();
 }
 
 std::vector<DebugPlace> ReadPlaceList(const PlaceLists& lists, u64 offset, u64& left) {
-    if (offset >= lists.lists.size()) return {};
+    if (offset >= lists.lists.size()) {
+        return {};
+    }
     ByteCursor cursor = CursorOver(lists.lists.substr(offset, left));
     const u64 whole = cursor.Left();
     std::vector<DebugPlace> places =

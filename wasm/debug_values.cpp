@@ -33,7 +33,9 @@ bool Finder::Resolve(const DebugPlace& place, const std::string& kind,
                      TranslatedPlace& result) const {
     switch (place.kind) {
         case DebugPlace::Kind::Frame:
-            if (code.frameBase == 0) return false;
+            if (code.frameBase == 0) {
+                return false;
+            }
             result.text = TextOf(allocation.locations[code.frameBase]);
             result.isMemory = true;
             result.offset = place.value;
@@ -44,8 +46,9 @@ bool Finder::Resolve(const DebugPlace& place, const std::string& kind,
             result.offset = place.value;
             return true;
         case DebugPlace::Kind::Local:
-            if (static_cast<u64>(place.value) >= code.watched.size() || kind == "block")
+            if (static_cast<u64>(place.value) >= code.watched.size() || kind == "block") {
                 return false;
+            }
             result.text = TextOf(allocation.locations[code.watched[static_cast<u64>(place.value)]]);
             return true;
         case DebugPlace::Kind::Number:
@@ -68,11 +71,15 @@ void Finder::AddRuns(const DebugPlace& place, const TranslatedPlace& found,
     for (u32 i = 0; i < code.instructions.size(); ++i) {
         const u32 from = AddressOf(i);
         const u32 to = AddressOf(i + 1);
-        if (from == to) continue;
+        if (from == to) {
+            continue;
+        }
         const u32 origin = code.instructions[i].origin;
         bool holds = origin >= place.from && origin < place.to;
         if (isLocal) {
-            while (range != ranges.end() && range->to <= 2 * i) ++range;
+            while (range != ranges.end() && range->to <= 2 * i) {
+                ++range;
+            }
             holds = holds && range != ranges.end() && range->from <= 2 * i;
         }
         if (holds && isOpen) {
@@ -90,12 +97,16 @@ void Finder::AddRuns(const DebugPlace& place, const TranslatedPlace& found,
 void Finder::SetBlock(const DebugVariable& variable, TranslatedVariable& result) const {
     result.from = address;
     result.to = End();
-    if (variable.from == 0) return;
+    if (variable.from == 0) {
+        return;
+    }
     result.from = End();
     result.to = address;
     for (u64 i = 0; i < code.instructions.size(); ++i) {
         const u32 origin = code.instructions[i].origin;
-        if (origin < variable.from || origin >= variable.to) continue;
+        if (origin < variable.from || origin >= variable.to) {
+            continue;
+        }
         result.from = std::min(result.from, AddressOf(i));
         result.to = std::max(result.to, AddressOf(i + 1));
     }
@@ -110,13 +121,17 @@ TranslatedVariable Finder::Find(const DebugVariable& variable) {
     SetBlock(variable, result);
     for (const DebugPlace& place : variable.places) {
         TranslatedPlace found{address, End(), "", false, 0};
-        if (!Resolve(place, variable.kind, found)) continue;
+        if (!Resolve(place, variable.kind, found)) {
+            continue;
+        }
         const bool isEverywhere = place.from == 0 && place.kind != DebugPlace::Kind::Local;
         if (isEverywhere) {
             result.places.push_back(found);
             continue;
         }
-        if (steps < code.instructions.size()) break;
+        if (steps < code.instructions.size()) {
+            break;
+        }
         steps -= code.instructions.size();
         AddRuns(place, found, result.places);
     }
@@ -132,7 +147,9 @@ std::vector<TranslatedVariable> FindVariables(const DebugFunction& function,
     Finder finder{function, code, allocation, out, address, steps};
     std::vector<TranslatedVariable> result;
     for (const DebugVariable& variable : function.variables) {
-        if (steps < code.instructions.size()) break;
+        if (steps < code.instructions.size()) {
+            break;
+        }
         steps -= code.instructions.size();
         result.push_back(finder.Find(variable));
     }

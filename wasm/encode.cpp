@@ -16,7 +16,9 @@ constexpr u8 kSecondScratch = 14;
 // The row of kTwoOperandForms for each pair of modes.
 constexpr auto kForms = [] {
     std::array<std::array<u8, kModes>, kModes> table{};
-    for (auto& row : table) row.fill(kNoForm);
+    for (auto& row : table) {
+        row.fill(kNoForm);
+    }
     u8 index = 0;
     for (const OperandForm& form : kTwoOperandForms) {
         table[static_cast<u32>(form.a)][static_cast<u32>(form.b)] = index++;
@@ -75,7 +77,9 @@ struct Encoder {
     i64 SlotOffset(u32 slot) const { return -8 * (i64{slot} + 1); }
     u32 RegisterOf(Variable variable, u8 scratch) {
         const Location& at = allocation.locations[variable];
-        if (at.inRegister) return at.number;
+        if (at.inRegister) {
+            return at.number;
+        }
         // MOVE.L scratch, [FP+d]
         TwoWords(TwoOperand::Move, OperandSize::Long, {Mode::Register, scratch},
                  {Mode::Frame, 0, SlotOffset(at.number)});
@@ -106,9 +110,13 @@ struct Encoder {
 
 // Whether an immediate fits into the instruction itself.
 bool IsQuick(const Operand& operand, OperandSize size) {
-    if (operand.base != Base::None) return false;
+    if (operand.base != Base::None) {
+        return false;
+    }
     i64 value = operand.value;
-    if (size == OperandSize::Long) value = static_cast<i32>(value);
+    if (size == OperandSize::Long) {
+        value = static_cast<i32>(value);
+    }
     return value >= -8 && value <= 7;
 }
 
@@ -116,7 +124,9 @@ Encoder::Resolved Encoder::Resolve(const Operand& operand, OperandSize size, u8 
     switch (operand.place) {
         case Place::Register: {
             const Location& at = allocation.locations[operand.variable];
-            if (at.inRegister) return {Mode::Register, at.number, 0, Base::None};
+            if (at.inRegister) {
+                return {Mode::Register, at.number, 0, Base::None};
+            }
             return {Mode::Frame, 0, SlotOffset(at.number), Base::None};
         }
         case Place::Indexed:
@@ -137,24 +147,35 @@ void Encoder::Extension(const Resolved& operand, OperandSize size) {
         case Mode::Frame32: ValueWord(operand.value, operand.base); break;
         case Mode::Immediate:
             ValueWord(operand.value, operand.base);
-            if (size == OperandSize::Quad)
+            if (size == OperandSize::Quad) {
                 Word(static_cast<u32>(static_cast<u64>(operand.value) >> 32));
+            }
             break;
         default: break;
     }
 }
 
 void Encoder::TwoWords(TwoOperand op, OperandSize size, Resolved a, Resolved b) {
-    if (a.mode == Mode::Frame && b.mode == Mode::Frame) b.mode = Mode::Frame32;
+    if (a.mode == Mode::Frame && b.mode == Mode::Frame) {
+        b.mode = Mode::Frame32;
+    }
     const OperandForm& form =
         kTwoOperandForms[kForms[static_cast<u32>(a.mode)][static_cast<u32>(b.mode)]];
     u32 word = form.code | (static_cast<u32>(op) + static_cast<u32>(size)) << 9;
     const auto place = [&word](const Resolved& operand, Field field) {
         u32 value = operand.reg;
-        if (operand.mode == Mode::Quick) value = static_cast<u32>(operand.value) & 15;
-        if (operand.mode == Mode::Frame) word |= static_cast<u32>(operand.value) << 16;
-        if (field == Field::Low) word |= value << 5;
-        if (field == Field::High) word |= value << 16;
+        if (operand.mode == Mode::Quick) {
+            value = static_cast<u32>(operand.value) & 15;
+        }
+        if (operand.mode == Mode::Frame) {
+            word |= static_cast<u32>(operand.value) << 16;
+        }
+        if (field == Field::Low) {
+            word |= value << 5;
+        }
+        if (field == Field::High) {
+            word |= value << 16;
+        }
     };
     place(a, form.aField);
     place(b, form.bField);
@@ -165,8 +186,12 @@ void Encoder::TwoWords(TwoOperand op, OperandSize size, Resolved a, Resolved b) 
 
 void Encoder::OneWord(OneOperand op, OperandSize size, const Resolved& a) {
     u32 word = OneOperandCode(a.mode) | (static_cast<u32>(op) + static_cast<u32>(size)) << 8;
-    if (a.mode == Mode::Register || a.mode == Mode::Indexed) word |= a.reg << 16;
-    if (a.mode == Mode::Frame) word |= static_cast<u32>(a.value) << 16;
+    if (a.mode == Mode::Register || a.mode == Mode::Indexed) {
+        word |= a.reg << 16;
+    }
+    if (a.mode == Mode::Frame) {
+        word |= static_cast<u32>(a.value) << 16;
+    }
     Word(word);
     Extension(a, size);
 }
@@ -188,8 +213,12 @@ void Encoder::EncodeTwo(const Instruction& instruction) {
 void Encoder::EncodeTestBranch(const Instruction& instruction) {
     const Resolved a = Resolve(instruction.a, instruction.size, kFirstScratch);
     u32 mode = static_cast<u32>(TestOperand::Register);
-    if (a.mode == Mode::Absolute) mode = static_cast<u32>(TestOperand::Absolute);
-    if (a.mode == Mode::Frame) mode = static_cast<u32>(TestOperand::Frame32);
+    if (a.mode == Mode::Absolute) {
+        mode = static_cast<u32>(TestOperand::Absolute);
+    }
+    if (a.mode == Mode::Frame) {
+        mode = static_cast<u32>(TestOperand::Frame32);
+    }
     JumpWord(u32{instruction.operation} << 7 | static_cast<u32>(instruction.size) << 5 | mode << 3,
              instruction.target);
     ValueWord(a.mode == Mode::Register ? i64{a.reg} : a.value, a.base);
@@ -237,7 +266,9 @@ void Encoder::EncodeTables() {
     std::vector<u32> addresses;
     if (!code.tables.empty()) {
         u32 words = 0;
-        for (const std::vector<u32>& table : code.tables) words += static_cast<u32>(table.size());
+        for (const std::vector<u32>& table : code.tables) {
+            words += static_cast<u32>(table.size());
+        }
         out.tables.push_back({Here(), Here() + 4 * words});
     }
     for (const std::vector<u32>& table : code.tables) {
@@ -263,7 +294,9 @@ void Encoder::PatchJumps() {
 
 bool Encoder::Run() {
     frameBytes = 8 * allocation.slots;
-    if (frameBytes > kMaxFrame) return false;
+    if (frameBytes > kMaxFrame) {
+        return false;
+    }
     labels.assign(code.labels, 0);
     u32 origin = code.instructions.front().origin;
     out.origins.push_back({Here(), origin, out.module});

@@ -75,10 +75,16 @@ struct ImageBuilder {
     template <class F>
     void ForEachSegment(const ModulePlan& plan, F f) const {
         for (const DataSegment& segment : plan.module->data) {
-            if (segment.isPassive) continue;
+            if (segment.isPassive) {
+                continue;
+            }
             const u64 offset = ValueOf(plan, segment.offset);
-            if (offset + segment.bytes.size() > layouts[plan.number].initialBytes) return;
-            if (!segment.bytes.empty()) f(segment, offset);
+            if (offset + segment.bytes.size() > layouts[plan.number].initialBytes) {
+                return;
+            }
+            if (!segment.bytes.empty()) {
+                f(segment, offset);
+            }
         }
     }
 
@@ -108,7 +114,9 @@ void ImageBuilder::SizeMemory(const ModulePlan& plan) {
     Layout& layout = layouts[plan.number];
     layout.initialBytes = module.hasMemory ? module.memory.minimum * kPage : 0;
     layout.reservedBytes = layout.initialBytes;
-    if (!plan.canGrow) return;
+    if (!plan.canGrow) {
+        return;
+    }
     layout.reservedBytes = std::max(layout.reservedBytes, options.memory / kPage * kPage);
     if (module.memory.hasMaximum) {
         layout.reservedBytes = std::min<u64>(layout.reservedBytes, module.memory.maximum * kPage);
@@ -118,11 +126,15 @@ void ImageBuilder::SizeMemory(const ModulePlan& plan) {
 // Segments that do not fit make the start trap, which is the module's business, not an error.
 void ImageBuilder::CheckSegments(const ModulePlan& plan) {
     for (const ElementSegment& segment : plan.module->elements) {
-        if (segment.mode != ElementSegment::Mode::Active) continue;
+        if (segment.mode != ElementSegment::Mode::Active) {
+            continue;
+        }
         badElements |= ValueOf(plan, segment.offset) + segment.items.size() > plan.tableSize;
     }
     for (const DataSegment& segment : plan.module->data) {
-        if (segment.isPassive) continue;
+        if (segment.isPassive) {
+            continue;
+        }
         badData |= ValueOf(plan, segment.offset) + segment.bytes.size() >
                    layouts[plan.number].initialBytes;
     }
@@ -161,8 +173,12 @@ std::string ImageBuilder::CallsSource() const {
     u32 number = 0;
     u64 cells = 1;
     for (const Export& item : module.exports) {
-        if (item.kind != ExternalKind::Function) continue;
-        if (item.name.find('\0') != std::string::npos) continue;
+        if (item.kind != ExternalKind::Function) {
+            continue;
+        }
+        if (item.name.find('\0') != std::string::npos) {
+            continue;
+        }
         const FunctionType& type = module.types[module.functions[item.index].type];
         const std::string n = std::to_string(number++);
         const u64 count = type.parameters.size();
@@ -188,7 +204,9 @@ std::string ImageBuilder::CallsSource() const {
         rest += "        RETURN 0\nwasm_name_" + n + ": .asciz " + Quoted(item.name) + "\n";
         const auto letters = [](const std::vector<ValueType>& types) {
             std::string text;
-            for (const ValueType each : types) text += LetterOf(each);
+            for (const ValueType each : types) {
+                text += LetterOf(each);
+            }
             return "\"" + text + "\"";
         };
         rest += "wasm_in_" + n + ": .asciz " + letters(type.parameters) + "\n";
@@ -200,7 +218,9 @@ std::string ImageBuilder::CallsSource() const {
 
 std::string ImageBuilder::RuntimeSource() const {
     std::string source = "        .include \"moxi/wasm_runtime.inc\"\n";
-    if (parts.entry == EntryKind::Calls) source += CallsSource();
+    if (parts.entry == EntryKind::Calls) {
+        source += CallsSource();
+    }
     source += "        .include \"moxi/wasm_math.inc\"\n";
     return source;
 }
@@ -209,7 +229,9 @@ std::string ImageBuilder::RuntimeSource() const {
 u32 StackPointerCell(const ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u64 i = 0; i < module.globalNames.size(); ++i) {
-        if (module.globalNames[i] == "__stack_pointer") return plan.globalCells[i];
+        if (module.globalNames[i] == "__stack_pointer") {
+            return plan.globalCells[i];
+        }
     }
     const bool isFirst = !module.globals.empty() && module.globals[0].isMutable &&
                          module.globals[0].type == ValueType::I32;
@@ -229,7 +251,9 @@ void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
     } else if (badData) {
         define("BAD_DATA", 1);
     }
-    for (const std::string& routine : parts.routines) define("NEED_" + routine, 1);
+    for (const std::string& routine : parts.routines) {
+        define("NEED_" + routine, 1);
+    }
 }
 
 void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
@@ -239,7 +263,9 @@ void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     };
     const auto defineExport = [&](const char* name, const char* exported) {
         const Export* const found = FindExport(module, exported, ExternalKind::Function);
-        if (found != nullptr) define(name, parts.functions[found->index]);
+        if (found != nullptr) {
+            define(name, parts.functions[found->index]);
+        }
     };
     switch (parts.entry) {
         case EntryKind::Messages:
@@ -252,8 +278,12 @@ void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
             break;
         case EntryKind::Calls: define("ENTRY_CALLS", 1); break;
     }
-    if (parts.entry != EntryKind::Program) defineExport("F_INITIALIZE", "_initialize");
-    if (module.hasStart) define("F_START", parts.functions[module.start]);
+    if (parts.entry != EntryKind::Program) {
+        defineExport("F_INITIALIZE", "_initialize");
+    }
+    if (module.hasStart) {
+        define("F_START", parts.functions[module.start]);
+    }
     if (parts.plans.size() > 1 && parts.plans[1].module->hasStart) {
         define("F_CARTRIDGE",
                parts.functions[parts.plans[1].functionBase + parts.plans[1].module->start]);
@@ -267,10 +297,14 @@ bool ImageBuilder::AssembleRuntime() {
     const std::string source =
         "        .space " + std::to_string(runtimeAt - kHeaderSize) + "\n" + RuntimeSource();
     runtime = Assemble(source, "runtime", assemble);
-    if (!runtime.ok) return Fail("the runtime cannot be assembled: " + FormatErrors(runtime));
+    if (!runtime.ok) {
+        return Fail("the runtime cannot be assembled: " + FormatErrors(runtime));
+    }
     for (const std::string& routine : parts.routines) {
         const u32 address = SymbolValue(runtime, routine);
-        if (address == 0xFFFFFFFF) return Fail("the runtime lacks " + routine);
+        if (address == 0xFFFFFFFF) {
+            return Fail("the runtime lacks " + routine);
+        }
         routineAddresses.push_back(address);
     }
     return true;
@@ -281,7 +315,9 @@ bool ImageBuilder::PlaceMemory() {
     u64 passive = 0;
     for (const ModulePlan& plan : parts.plans) {
         for (const DataSegment& segment : plan.module->data) {
-            if (segment.isPassive) passive += segment.bytes.size();
+            if (segment.isPassive) {
+                passive += segment.bytes.size();
+            }
         }
     }
     codeEnd = RoundUp(runtime.bytes.size() + passive, kMemoryAlignment);
@@ -292,13 +328,17 @@ bool ImageBuilder::PlaceMemory() {
             memoryEnd = std::max(codeEnd, layout.reservedBytes);
             continue;
         }
-        if (!plan.module->hasMemory) continue;
+        if (!plan.module->hasMemory) {
+            continue;
+        }
         layout.memoryAt = memoryEnd;
         memoryEnd += layout.reservedBytes;
     }
     result.codeEnd = static_cast<u32>(codeEnd);
     result.memoryAddress = static_cast<u32>(layouts[0].memoryAt);
-    if (parts.plans.size() > 1) result.cartridgeAddress = static_cast<u32>(layouts[1].memoryAt);
+    if (parts.plans.size() > 1) {
+        result.cartridgeAddress = static_cast<u32>(layouts[1].memoryAt);
+    }
     return memoryEnd < kHighestEnd || Fail(kNoRoom);
 }
 
@@ -310,12 +350,18 @@ bool ImageBuilder::LayDataSegments() {
         const u64 memoryAt = layouts[plan.number].memoryAt;
         ForEachSegment(plan, [&](const DataSegment& segment, u64 offset) {
             u64 used = segment.bytes.size();
-            while (used > 0 && segment.bytes[used - 1] == 0) --used;
+            while (used > 0 && segment.bytes[used - 1] == 0) {
+                --used;
+            }
             lowest = std::min(lowest, offset);
-            if (used > 0) highest = std::max(highest, memoryAt + offset + used);
+            if (used > 0) {
+                highest = std::max(highest, memoryAt + offset + used);
+            }
         });
         // A cartridge's memory is not all zero before it starts.
-        if (plan.number == 1) highest = std::max(highest, memoryAt + kConsoleBytes);
+        if (plan.number == 1) {
+            highest = std::max(highest, memoryAt + kConsoleBytes);
+        }
     }
     if (options.identity && lowest < codeEnd) {
         return Fail("data begins at " + std::to_string(lowest) + ", the code ends at " +
@@ -331,7 +377,9 @@ bool ImageBuilder::LayDataSegments() {
         }
         // A segment of zeros still replaces what an earlier one put there.
         ForEachSegment(plan, [&](const DataSegment& segment, u64 offset) {
-            if (memoryAt + offset >= highest) return;
+            if (memoryAt + offset >= highest) {
+                return;
+            }
             std::memcpy(result.bytes.data() + memoryAt + offset, segment.bytes.data(),
                         std::min<u64>(segment.bytes.size(), highest - memoryAt - offset));
         });
@@ -351,11 +399,15 @@ void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
     }
     for (u32 i = 0; i < module.data.size(); ++i) {
         const DataSegment& segment = module.data[i];
-        if (!segment.isPassive) continue;
+        if (!segment.isPassive) {
+            continue;
+        }
         const u64 size = segment.bytes.size();
         StoreBytes(OwnData(plan, plan.dataCells + 8 * i), static_cast<u32>(passiveAt));
         StoreBytes(OwnData(plan, plan.dataCells + 8 * i + 4), static_cast<u32>(size));
-        if (size > 0) std::memcpy(result.bytes.data() + passiveAt, segment.bytes.data(), size);
+        if (size > 0) {
+            std::memcpy(result.bytes.data() + passiveAt, segment.bytes.data(), size);
+        }
         passiveAt += size;
     }
 }
@@ -375,10 +427,14 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
     for (u32 i = 0; i < module.elements.size(); ++i) {
         const ElementSegment& segment = module.elements[i];
         u64 cell = plan.elementItems[i];
-        if (segment.mode == ElementSegment::Mode::Declared) continue;
+        if (segment.mode == ElementSegment::Mode::Declared) {
+            continue;
+        }
         if (segment.mode == ElementSegment::Mode::Active) {
             const u64 offset = ValueOf(plan, segment.offset);
-            if (offset + segment.items.size() > plan.tableSize) return;
+            if (offset + segment.items.size() > plan.tableSize) {
+                return;
+            }
             cell = plan.tableCell + 8 * offset;
         } else {
             const u64 address = layouts[plan.number].dataAt + cell;
@@ -386,8 +442,9 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
             StoreBytes(OwnData(plan, plan.elementCells + 8 * i + 4),
                        static_cast<u32>(segment.items.size()));
         }
-        for (u64 k = 0; k < segment.items.size(); ++k)
+        for (u64 k = 0; k < segment.items.size(); ++k) {
             PutEntry(plan, cell + 8 * k, segment.items[k]);
+        }
     }
 }
 
@@ -433,9 +490,13 @@ void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u32 i = 0; i < module.functions.size(); ++i) {
         const u32 address = parts.functions[plan.functionBase + i];
-        if (address == 0) continue;
+        if (address == 0) {
+            continue;
+        }
         std::string name = module.functions[i].name;
-        if (name.empty()) name = "function_" + std::to_string(i);
+        if (name.empty()) {
+            name = "function_" + std::to_string(i);
+        }
         result.symbols.push_back({address, true, std::move(name)});
     }
 }
@@ -449,10 +510,14 @@ void ImageBuilder::CollectLines() {
         result.files.insert(result.files.end(), files.begin(), files.end());
     }
     const auto add = [&](TranslatedLine line) {
-        if (line.line == 0 && result.lines.empty()) return;
+        if (line.line == 0 && result.lines.empty()) {
+            return;
+        }
         if (!result.lines.empty()) {
             TranslatedLine& last = result.lines.back();
-            if (last.line == line.line && (line.line == 0 || last.file == line.file)) return;
+            if (last.line == line.line && (line.line == 0 || last.file == line.file)) {
+                return;
+            }
             if (last.address == line.address) {
                 last = line;
                 return;
@@ -477,16 +542,22 @@ void ImageBuilder::CollectVariables() {
     for (FunctionVariables& function : parts.variables) {
         const auto memory = static_cast<i64>(layouts[function.module].memoryAt);
         for (TranslatedVariable& variable : function.variables) {
-            for (TranslatedPlace& place : variable.places) place.offset += memory;
+            for (TranslatedPlace& place : variable.places) {
+                place.offset += memory;
+            }
             result.variables.push_back(std::move(variable));
         }
     }
 }
 
 void ImageBuilder::CollectSymbols() {
-    for (const ModulePlan& plan : parts.plans) CollectFunctions(plan);
+    for (const ModulePlan& plan : parts.plans) {
+        CollectFunctions(plan);
+    }
     for (const AssembleSymbol& symbol : runtime.symbols) {
-        if (symbol.kind != SymbolKind::Code) continue;
+        if (symbol.kind != SymbolKind::Code) {
+            continue;
+        }
         result.symbols.push_back({static_cast<u32>(symbol.value), true, symbol.name});
     }
     const Layout& last = layouts.back();
@@ -520,7 +591,9 @@ void ImageBuilder::Run() {
         Fail("the code is larger than the 16 MB that the machine's branches reach");
         return;
     }
-    if (!AssembleRuntime() || !PlaceMemory() || !LayDataSegments()) return;
+    if (!AssembleRuntime() || !PlaceMemory() || !LayDataSegments()) {
+        return;
+    }
     std::memcpy(result.bytes.data() + kHeaderSize, parts.code.bytes.data(),
                 parts.code.bytes.size());
     u64 passiveAt = runtime.bytes.size();
@@ -529,9 +602,13 @@ void ImageBuilder::Run() {
         FillTables(plan);
     }
     Patch();
-    if (!WriteHeader()) return;
+    if (!WriteHeader()) {
+        return;
+    }
     CollectSymbols();
-    if (options.wantAssembly) result.assembly = FormatAssembly(result, parts.code);
+    if (options.wantAssembly) {
+        result.assembly = FormatAssembly(result, parts.code);
+    }
     result.codeBytes = static_cast<u32>(parts.code.bytes.size());
     result.ok = true;
 }

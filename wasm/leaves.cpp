@@ -22,11 +22,16 @@ struct LeafFinder {
     std::vector<u32> costs{};  // operators, with those of the leaves that are called
 
     bool IsCandidate(const Function& function) const {
-        if (function.isImported || function.end - function.body > static_cast<i64>(kMostBytes))
+        if (function.isImported || function.end - function.body > static_cast<i64>(kMostBytes)) {
             return false;
+        }
         u64 locals = module.types[function.type].parameters.size();
-        for (const Locals& run : function.locals) locals += run.count;
-        if (locals > kMostLocals) return false;
+        for (const Locals& run : function.locals) {
+            locals += run.count;
+        }
+        if (locals > kMostLocals) {
+            return false;
+        }
         const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
         const u32 offset = static_cast<u32>(function.body - start);
         const DebugFunction* const known = FindDebugFunction(debugFunctions, offset);
@@ -82,20 +87,28 @@ u32 LeafFinder::Walk(const Function& function, SmallLeaf& leaf, u32 depth) {
 }
 
 u32 LeafFinder::CostOf(u32 index, u32 depth) {
-    if (states[index] == State::Known) return costs[index];
+    if (states[index] == State::Known) {
+        return costs[index];
+    }
     // What calls itself, by however many others, is no leaf; nor is what calls that deep.
-    if (states[index] == State::Underway || depth > kMostOperators) return kTooMany;
+    if (states[index] == State::Underway || depth > kMostOperators) {
+        return kTooMany;
+    }
     states[index] = State::Underway;
     const Function& function = module.functions[index];
     if (IsCandidate(function)) {
         SmallLeaf leaf;
         u64 locals = module.types[function.type].parameters.size();
-        for (const Locals& run : function.locals) locals += run.count;
+        for (const Locals& run : function.locals) {
+            locals += run.count;
+        }
         leaf.reads.resize(locals);
         leaf.isWritten.resize(locals);
         costs[index] = Walk(function, leaf, depth);
         leaf.isOne = costs[index] <= kMostOperators;
-        if (leaf.isOne) leaves[index] = std::move(leaf);
+        if (leaf.isOne) {
+            leaves[index] = std::move(leaf);
+        }
     }
     states[index] = State::Known;
     return costs[index];
@@ -110,7 +123,9 @@ std::vector<SmallLeaf> FindSmallLeaves(const Module& module,
     finder.leaves.resize(count);
     finder.states.assign(count, LeafFinder::State::Unknown);
     finder.costs.assign(count, kTooMany);
-    for (u32 i = 0; i < count; ++i) finder.CostOf(i, 0);
+    for (u32 i = 0; i < count; ++i) {
+        finder.CostOf(i, 0);
+    }
     return std::move(finder.leaves);
 }
 

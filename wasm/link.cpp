@@ -7,12 +7,24 @@ namespace {
 using Types = std::vector<ValueType>;
 
 Service ServiceOf(const Import& import) {
-    if (import.module != "moxi") return Service::None;
-    if (import.name == "sys") return Service::Sys;
-    if (import.name == "setjmp") return Service::Setjmp;
-    if (import.name == "longjmp") return Service::Longjmp;
-    if (import.name == "stop") return Service::Stop;
-    if (import.name == "memory_base") return Service::MemoryBase;
+    if (import.module != "moxi") {
+        return Service::None;
+    }
+    if (import.name == "sys") {
+        return Service::Sys;
+    }
+    if (import.name == "setjmp") {
+        return Service::Setjmp;
+    }
+    if (import.name == "longjmp") {
+        return Service::Longjmp;
+    }
+    if (import.name == "stop") {
+        return Service::Stop;
+    }
+    if (import.name == "memory_base") {
+        return Service::MemoryBase;
+    }
     return Service::None;
 }
 
@@ -53,19 +65,26 @@ struct Resolver {
 // Functions of the other module. False when the import does not name any.
 bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
     const bool isCartridge = plan.number == 1;
-    if (other == nullptr || import.module != (isCartridge ? "env" : "cart")) return false;
+    if (other == nullptr || import.module != (isCartridge ? "env" : "cart")) {
+        return false;
+    }
     if (!isCartridge && import.name == "memory") {
         target.service = Service::CartridgeBase;
-        if (!FitsService(target.service, TypeOf(import.index)))
+        if (!FitsService(target.service, TypeOf(import.index))) {
             Refuse(import, "wrong type of the import");
+        }
         return true;
     }
     const Module& from = *other->module;
     const Export* const found = FindExport(from, import.name, ExternalKind::Function);
     if (found == nullptr) {
-        if (isCartridge) return false;
+        if (isCartridge) {
+            return false;
+        }
         target.service = Service::Empty;
-        if (!TypeOf(import.index).results.empty()) Refuse(import, "wrong type of the import");
+        if (!TypeOf(import.index).results.empty()) {
+            Refuse(import, "wrong type of the import");
+        }
         return true;
     }
     if (from.types[from.functions[found->index].type] != TypeOf(import.index)) {

@@ -67,17 +67,23 @@ void Finder::FindBlocks() {
         const bool starts =
             i == 0 || instruction.kind == Kind::Label || EndsBlock(code.instructions[i - 1].kind);
         if (starts) {
-            if (!blocks.empty()) blocks.back().end = i;
+            if (!blocks.empty()) {
+                blocks.back().end = i;
+            }
             blocks.push_back({i, i, {}});
         }
         if (instruction.kind == Kind::Label) {
             blockOfLabel[instruction.target] = static_cast<u32>(blocks.size() - 1);
         }
     }
-    if (!blocks.empty()) blocks.back().end = count;
+    if (!blocks.empty()) {
+        blocks.back().end = count;
+    }
     for (u32 k = 0; k < blocks.size(); ++k) {
         const Instruction& last = code.instructions[blocks[k].end - 1];
-        if (GoesOn(last.kind) && k + 1 < blocks.size()) blocks[k].next.push_back(k + 1);
+        if (GoesOn(last.kind) && k + 1 < blocks.size()) {
+            blocks[k].next.push_back(k + 1);
+        }
         switch (last.kind) {
             case Kind::Branch:
             case Kind::TestBranch:
@@ -98,10 +104,16 @@ void Finder::FindGlobals() {
     for (u32 k = 0; k < blocks.size(); ++k) {
         for (u32 i = blocks[k].first; i < blocks[k].end; ++i) {
             ForEachVariable(code.instructions[i], [&](Variable variable, bool isRead, bool) {
-                if (variable < kFirstVariable || global[variable] != kNone) return;
+                if (variable < kFirstVariable || global[variable] != kNone) {
+                    return;
+                }
                 // Read first, it comes from elsewhere, be it from the block's last round.
-                if (home[variable] == kNone && !isRead) home[variable] = k;
-                if (home[variable] == k) return;
+                if (home[variable] == kNone && !isRead) {
+                    home[variable] = k;
+                }
+                if (home[variable] == k) {
+                    return;
+                }
                 global[variable] = globals++;
                 variableOf.push_back(variable);
             });
@@ -122,12 +134,17 @@ void Finder::Solve() {
         for (u32 i = blocks[k].first; i < blocks[k].end; ++i) {
             ForEachVariable(code.instructions[i],
                             [&](Variable variable, bool isRead, bool isWritten) {
-                                if (variable < kFirstVariable || global[variable] == kNone) return;
+                                if (variable < kFirstVariable || global[variable] == kNone) {
+                                    return;
+                                }
                                 const u32 bit = global[variable];
                                 const u64 mask = u64{1} << (bit % 64);
-                                if (isRead && (written[bit / 64] & mask) == 0)
+                                if (isRead && (written[bit / 64] & mask) == 0) {
                                     read[bit / 64] |= mask;
-                                if (isWritten) written[bit / 64] |= mask;
+                                }
+                                if (isWritten) {
+                                    written[bit / 64] |= mask;
+                                }
                             });
         }
     }
@@ -136,7 +153,9 @@ void Finder::Solve() {
         changed = false;
         for (u64 k = blocks.size(); k-- > 0;) {
             for (const u32 next : blocks[k].next) {
-                for (u64 w = 0; w < words; ++w) out[k * words + w] |= in[next * words + w];
+                for (u64 w = 0; w < words; ++w) {
+                    out[k * words + w] |= in[next * words + w];
+                }
             }
             for (u64 w = 0; w < words; ++w) {
                 const u64 at = k * words + w;
@@ -149,16 +168,21 @@ void Finder::Solve() {
 }
 
 void Finder::Read(Variable variable, u32 position) {
-    if (openEnd[variable] != 0) return;
+    if (openEnd[variable] != 0) {
+        return;
+    }
     openEnd[variable] = position + 1;
-    if (global[variable] != kNone) open[global[variable] / 64] |= u64{1} << (global[variable] % 64);
+    if (global[variable] != kNone) {
+        open[global[variable] / 64] |= u64{1} << (global[variable] % 64);
+    }
 }
 
 void Finder::Write(Variable variable, u32 position) {
     const u32 end = openEnd[variable] != 0 ? openEnd[variable] : position + 1;
     openEnd[variable] = 0;
-    if (global[variable] != kNone)
+    if (global[variable] != kNone) {
         open[global[variable] / 64] &= ~(u64{1} << (global[variable] % 64));
+    }
     std::vector<Range>& list = result.ranges[variable];
     // Ranges come from the last one to the first.
     if (!list.empty() && list.back().from <= end) {
@@ -171,11 +195,17 @@ void Finder::Write(Variable variable, u32 position) {
 void Finder::WalkCall(const Instruction& instruction, u32 i) {
     if (instruction.isSetjmp) {
         for (Variable variable = kFirstVariable; variable < code.variables; ++variable) {
-            if (openEnd[variable] != 0) result.crossesSetjmp.push_back(variable);
+            if (openEnd[variable] != 0) {
+                result.crossesSetjmp.push_back(variable);
+            }
         }
     }
-    for (Variable r = 0; r <= kLastCallerSaved; ++r) Write(r, 2 * i + 1);
-    for (Variable r = 0; r < instruction.arguments; ++r) Read(r, 2 * i);
+    for (Variable r = 0; r <= kLastCallerSaved; ++r) {
+        Write(r, 2 * i + 1);
+    }
+    for (Variable r = 0; r < instruction.arguments; ++r) {
+        Read(r, 2 * i);
+    }
 }
 
 // What is alive both here and in the block that stands behind stays open; the rest begins or ends.
@@ -199,9 +229,13 @@ void Finder::WalkBlock(const Block& block) {
     bool flagsAreWanted = false;
     for (u32 i = block.end; i-- > block.first;) {
         Instruction& instruction = code.instructions[i];
-        if (instruction.kind == Kind::Branch) flagsAreWanted = true;
+        if (instruction.kind == Kind::Branch) {
+            flagsAreWanted = true;
+        }
         const bool givesFlags = flagsAreWanted && SetsFlags(instruction);
-        if (givesFlags) flagsAreWanted = false;
+        if (givesFlags) {
+            flagsAreWanted = false;
+        }
         if (!givesFlags && IsPure(instruction) && instruction.a.variable >= kFirstVariable &&
             openEnd[instruction.a.variable] == 0) {
             instruction.kind = Kind::Nothing;
@@ -210,15 +244,23 @@ void Finder::WalkBlock(const Block& block) {
         const bool isCall = instruction.kind == Kind::Call ||
                             instruction.kind == Kind::CallRoutine ||
                             instruction.kind == Kind::CallRegister;
-        if (isCall) WalkCall(instruction, i);
+        if (isCall) {
+            WalkCall(instruction, i);
+        }
         if (instruction.kind == Kind::Return) {
-            for (Variable r = 0; r < instruction.arguments; ++r) Read(r, 2 * i);
+            for (Variable r = 0; r < instruction.arguments; ++r) {
+                Read(r, 2 * i);
+            }
         }
         ForEachVariable(instruction, [&](Variable variable, bool, bool isWritten) {
-            if (isWritten) Write(variable, 2 * i + 1);
+            if (isWritten) {
+                Write(variable, 2 * i + 1);
+            }
         });
         ForEachVariable(instruction, [&](Variable variable, bool isRead, bool) {
-            if (isRead) Read(variable, 2 * i);
+            if (isRead) {
+                Read(variable, 2 * i);
+            }
         });
     }
 }
@@ -231,9 +273,13 @@ void Finder::Walk() {
         WalkBlock(blocks[k]);
     }
     for (Variable variable = 0; variable < code.variables; ++variable) {
-        if (openEnd[variable] != 0) Write(variable, 0);
+        if (openEnd[variable] != 0) {
+            Write(variable, 0);
+        }
     }
-    for (std::vector<Range>& list : result.ranges) std::reverse(list.begin(), list.end());
+    for (std::vector<Range>& list : result.ranges) {
+        std::reverse(list.begin(), list.end());
+    }
 }
 
 }  // namespace
@@ -256,8 +302,12 @@ bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b) {
     for (const Range& range : few) {
         at = std::lower_bound(at, many.end(), range.from,
                               [](const Range& other, u32 from) { return other.to <= from; });
-        if (at == many.end()) return false;
-        if (at->from < range.to) return true;
+        if (at == many.end()) {
+            return false;
+        }
+        if (at->from < range.to) {
+            return true;
+        }
     }
     return false;
 }

@@ -30,13 +30,17 @@ bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b);
 // writes last.
 template <class F>
 void ForEachVariable(const Instruction& instruction, F f) {
-    if (instruction.kind == Kind::Nothing) return;
+    if (instruction.kind == Kind::Nothing) {
+        return;
+    }
     const Roles roles = RolesOf(instruction);
     if (instruction.b.place == Place::Register || instruction.b.place == Place::Indexed) {
         f(instruction.b.variable, true, false);
     }
     if (instruction.a.place == Place::Register) {
-        if (roles.readsA || roles.writesA) f(instruction.a.variable, roles.readsA, roles.writesA);
+        if (roles.readsA || roles.writesA) {
+            f(instruction.a.variable, roles.readsA, roles.writesA);
+        }
     } else if (instruction.a.place == Place::Indexed) {
         f(instruction.a.variable, true, false);
     }

@@ -60,11 +60,15 @@ int Fail(const std::string& problem) {
 
 // The compiler removes its objects when it has linked; a second name keeps them.
 std::string Kept(const std::string& argument, const std::string& folder) {
-    if (!argument.starts_with(folder + "/")) return argument;
+    if (!argument.starts_with(folder + "/")) {
+        return argument;
+    }
     std::string kept = argument.substr(0, argument.rfind('-')) + ".o";
     std::error_code error;
     fs::create_hard_link(argument, kept, error);
-    if (!error) return kept;
+    if (!error) {
+        return kept;
+    }
     fs::create_hard_link(argument, argument + ".kept", error);
     return error ? argument : argument + ".kept";
 }
@@ -89,8 +93,12 @@ int RecordLink(const std::vector<std::string>& arguments, const std::string& fol
 // False when the compiler did not come to linking.
 bool ReadRecord(const std::string& folder, std::vector<std::string>& arguments) {
     std::ifstream record(folder + kRecordName, std::ios::binary);
-    if (!record) return false;
-    for (std::string argument; std::getline(record, argument, '\0');) arguments.push_back(argument);
+    if (!record) {
+        return false;
+    }
+    for (std::string argument; std::getline(record, argument, '\0');) {
+        arguments.push_back(argument);
+    }
     return true;
 }
 
@@ -110,15 +118,21 @@ std::string MissingTool(const MxccOptions& options) {
                needed.package;
     };
     for (const Needed& needed : kCompiling) {
-        if (FindTool(needed.tool).empty()) return missing(needed);
+        if (FindTool(needed.tool).empty()) {
+            return missing(needed);
+        }
     }
     std::error_code error;
     if (!fs::exists(std::string(kSystemHeaders) + "/stdio.h", error)) {
         return "the C library is not installed; it is in Debian's package wasi-libc";
     }
-    if (!options.links) return "";
+    if (!options.links) {
+        return "";
+    }
     for (const Needed& needed : kLinking) {
-        if (FindTool(needed.tool).empty()) return missing(needed);
+        if (FindTool(needed.tool).empty()) {
+            return missing(needed);
+        }
     }
     return "";
 }
@@ -138,7 +152,9 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
         "-fno-exceptions",
         // Where there are objects alone nobody needs what has to do with sources.
         "-Wno-unused-command-line-argument"};
-    if (!options.level.empty()) command.push_back("-O" + options.level);
+    if (!options.level.empty()) {
+        command.push_back("-O" + options.level);
+    }
     command.insert(command.end(), options.compiler.begin(), options.compiler.end());
     return command;
 }
@@ -162,8 +178,12 @@ void SayErrors(const std::string& errors) {
     bool said = false;
     for (std::string line; std::getline(lines, line);) {
         // A file that is missing has been told of already.
-        if (IsNote(line) || std::regex_match(line, kNoError)) continue;
-        if (said && line == kNoInput) continue;
+        if (IsNote(line) || std::regex_match(line, kNoError)) {
+            continue;
+        }
+        if (said && line == kNoInput) {
+            continue;
+        }
         std::cerr << line << "\n";
         said = true;
     }
@@ -171,7 +191,9 @@ void SayErrors(const std::string& errors) {
 
 // Runs the compiler. To people at a terminal it shows the source with its errors.
 bool RunCompiler(std::vector<std::string> command, const std::vector<std::string>& variables = {}) {
-    if (isatty(STDERR_FILENO) == 1) return RunTool(command, false, variables).status == 0;
+    if (isatty(STDERR_FILENO) == 1) {
+        return RunTool(command, false, variables).status == 0;
+    }
     command.insert(command.begin() + 1, "-fno-caret-diagnostics");
     const ToolResult result = RunTool(command, true, variables);
     SayErrors(result.errors);
@@ -180,7 +202,9 @@ bool RunCompiler(std::vector<std::string> command, const std::vector<std::string
 
 int Compile(const MxccOptions& options, const fs::path& kit) {
     std::vector<std::string> command = CompilerCommand(options, kit);
-    if (options.hasOutput) command.insert(command.end(), {"-o", options.output});
+    if (options.hasOutput) {
+        command.insert(command.end(), {"-o", options.output});
+    }
     return RunCompiler(command) ? 0 : 1;
 }
 
@@ -188,11 +212,15 @@ int Compile(const MxccOptions& options, const fs::path& kit) {
 
 // Makes the folder of a game. "" or what is wrong.
 std::string PrepareOutput(std::string& output) {
-    if (output.empty()) return "the output has no name";
+    if (output.empty()) {
+        return "the output has no name";
+    }
     std::error_code error;
     if (output.ends_with('/')) {
         fs::create_directories(output, error);
-        if (error) return output + ": " + error.message();
+        if (error) {
+            return output + ": " + error.message();
+        }
         output += "MAIN.MX";
     } else if (fs::is_directory(output, error)) {
         return output + ": is a folder; with a / at its end the module goes into it";
@@ -202,20 +230,28 @@ std::string PrepareOutput(std::string& output) {
 
 int CompileAndLink(MxccOptions options, const fs::path& kit) {
     const std::string problem = PrepareOutput(options.output);
-    if (!problem.empty()) return Fail(problem);
+    if (!problem.empty()) {
+        return Fail(problem);
+    }
     const TemporaryFolder folder;
-    if (folder.path.empty()) return Fail("there is no room for temporary files");
+    if (folder.path.empty()) {
+        return Fail("there is no room for temporary files");
+    }
     std::vector<std::string> command = CompilerCommand(options, kit);
     command.insert(command.end(), {"-nostartfiles", "-fuse-ld=" + OwnFile().string(), "-o",
                                    folder.path + "/linked"});
     const bool compiled =
         RunCompiler(command, {kRecordVariable + ("=" + folder.path), "TMPDIR=" + folder.path});
-    if (!compiled) return 1;
+    if (!compiled) {
+        return 1;
+    }
     LinkPlan plan;
     plan.kit = kit;
     plan.output = options.output;
     plan.folder = folder.path;
-    if (!ReadRecord(folder.path, plan.arguments)) return 0;
+    if (!ReadRecord(folder.path, plan.arguments)) {
+        return 0;
+    }
     return LinkModule(plan, options) ? 0 : 1;
 }
 
@@ -226,14 +262,23 @@ int RunMxcc(const std::vector<std::string>& arguments) {
         return RecordLink(arguments, folder);
     }
     MxccOptions options = ReadMxccOptions(arguments);
-    if (!options.problem.empty()) return Fail(options.problem);
+    if (!options.problem.empty()) {
+        return Fail(options.problem);
+    }
     if (AnswerAboutTool("mxcc", std::string(kUsage) + "\n" + kHelp, options.help, options.version,
-                        std::cout))
+                        std::cout)) {
         return 0;
-    if (arguments.empty()) return Fail(std::string("no file; ") + kUsage);
+    }
+    if (arguments.empty()) {
+        return Fail(std::string("no file; ") + kUsage);
+    }
     const std::string missing = MissingTool(options);
-    if (!missing.empty()) return Fail(missing);
-    if (options.level.empty() && !options.hasDebug) options.level = "2";
+    if (!missing.empty()) {
+        return Fail(missing);
+    }
+    if (options.level.empty() && !options.hasDebug) {
+        options.level = "2";
+    }
     const fs::path kit = OwnFile().parent_path().parent_path() / "share" / "moxi" / "c";
     return options.links ? CompileAndLink(options, kit) : Compile(options, kit);
 }

@@ -65,7 +65,9 @@ std::vector<std::string> KitArguments(const LinkPlan& plan, const Shape& shape) 
         "-lwasi-emulated-process-clocks",
         "-lwasi-emulated-mman",
         "-lwasi-emulated-getpid"};
-    if (shape.printsLongDouble) list.emplace_back("-lc-printscan-long-double");
+    if (shape.printsLongDouble) {
+        list.emplace_back("-lc-printscan-long-double");
+    }
     return list;
 }
 
@@ -84,9 +86,13 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& 
     }
     list.insert(list.end(), {std::string("--export-if-defined=") + kEntry,
                              "--global-base=" + std::to_string(shape.base)});
-    if (shape.livesOnMessages) list.emplace_back("--no-entry");
+    if (shape.livesOnMessages) {
+        list.emplace_back("--no-entry");
+    }
     // The C library was compiled with debug information of its own. Names of functions stay.
-    if (!options.hasDebug) list.emplace_back("--strip-debug");
+    if (!options.hasDebug) {
+        list.emplace_back("--strip-debug");
+    }
     return list;
 }
 
@@ -94,7 +100,9 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& 
 // to an error in further lines goes behind it.
 std::string Readable(std::string text, const LinkPlan& plan) {
     const std::string prefix = plan.folder + "/";
-    for (size_t at; (at = text.find(prefix)) != std::string::npos;) text.erase(at, prefix.size());
+    for (size_t at; (at = text.find(prefix)) != std::string::npos;) {
+        text.erase(at, prefix.size());
+    }
     static const std::regex kSecondName("-[0-9a-f]{6}\\.o\\.kept");
     static const std::regex kFurtherLine("\n>>> ");
     return std::regex_replace(std::regex_replace(text, kSecondName, ".o"), kFurtherLine, ", ");
@@ -123,7 +131,9 @@ Linked Describe(const std::string& file) {
     linked.ok = true;
     linked.livesOnMessages = FindExport(module, kEntry, ExternalKind::Function) != nullptr;
     for (const Import& import : module.imports) {
-        if (import.module == "moxi" && import.name == "setjmp") linked.usesSetjmp = true;
+        if (import.module == "moxi" && import.name == "setjmp") {
+            linked.usesSetjmp = true;
+        }
     }
     for (const Function& function : module.functions) {
         const auto* const end = std::end(kLongDoubleFunctions);
@@ -170,7 +180,9 @@ bool Optimize(const MxccOptions& options, const std::string& file) {
                  "--enable-bulk-memory", "--enable-sign-ext", "--enable-mutable-globals",
                  "--enable-nontrapping-float-to-int", "--enable-multivalue", "-o", file},
                 true);
-    if (result.status != 0) std::cerr << result.errors;
+    if (result.status != 0) {
+        std::cerr << result.errors;
+    }
     return result.status == 0;
 }
 
@@ -206,7 +218,9 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
     Shape shape;
     // Where a main is, nothing is exported without it, and the first link is quick.
     Linked linked = Link(plan, options, shape, file);
-    if (!linked.ok) return false;
+    if (!linked.ok) {
+        return false;
+    }
     if (!linked.livesOnMessages) {
         shape.livesOnMessages = false;
         linked = Link(plan, options, shape, file);
@@ -217,14 +231,22 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
     }
     // The code's end depends a little on where the data is, so that it may take some links.
     for (int links = 0; linked.ok && links < kMostLinks; ++links) {
-        if (IsToBeOptimized(options, linked) && !Optimize(options, file)) return false;
+        if (IsToBeOptimized(options, linked) && !Optimize(options, file)) {
+            return false;
+        }
         const u32 end = CodeEnd(plan, options, file);
-        if (end == 0) return false;
-        if (end <= shape.base && shape.base != kFirstBase) return Translate(plan, options, file);
+        if (end == 0) {
+            return false;
+        }
+        if (end <= shape.base && shape.base != kFirstBase) {
+            return Translate(plan, options, file);
+        }
         shape.base = (end + 63) / 64 * 64 + kSlack * static_cast<u32>(links);
         linked = Link(plan, options, shape, file);
     }
-    if (linked.ok) std::cerr << "mxcc: the code's end does not come to rest\n";
+    if (linked.ok) {
+        std::cerr << "mxcc: the code's end does not come to rest\n";
+    }
     return false;
 }
 

@@ -31,14 +31,18 @@ class OptionReader {
     explicit OptionReader(const std::vector<std::string>& arguments) : arguments_(arguments) {}
 
     MxccOptions Read() {
-        while (next_ < arguments_.size() && options_.problem.empty()) ReadOne(arguments_[next_++]);
+        while (next_ < arguments_.size() && options_.problem.empty()) {
+            ReadOne(arguments_[next_++]);
+        }
         return options_;
     }
 
   private:
     // The value that follows an option, or stands behind its "=".
     std::string Value(const std::string& option) {
-        if (next_ < arguments_.size()) return arguments_[next_++];
+        if (next_ < arguments_.size()) {
+            return arguments_[next_++];
+        }
         options_.problem = "a value is missing after " + option;
         return "";
     }
@@ -77,7 +81,9 @@ class OptionReader {
     }
 
     void ReadOne(const std::string& argument) {
-        if (ReadOwn(argument) || ReadOutput(argument)) return;
+        if (ReadOwn(argument) || ReadOutput(argument)) {
+            return;
+        }
         options_.compiler.push_back(argument);
         if (Contains(kCompilerValues, argument)) {
             options_.compiler.push_back(Value(argument));

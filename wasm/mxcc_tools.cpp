@@ -26,7 +26,9 @@ std::string InPath(const std::string& name) {
     for (std::string folder; std::getline(folders, folder, ':');) {
         std::string file = (folder.empty() ? "." : folder) + "/" + name;
         std::error_code error;
-        if (access(file.c_str(), X_OK) == 0 && fs::is_regular_file(file, error)) return file;
+        if (access(file.c_str(), X_OK) == 0 && fs::is_regular_file(file, error)) {
+            return file;
+        }
     }
     return "";
 }
@@ -35,8 +37,12 @@ std::string ReadAll(int file) {
     std::string text;
     char piece[4096];
     for (ssize_t count; (count = read(file, piece, sizeof piece)) != 0;) {
-        if (count > 0) text.append(piece, static_cast<size_t>(count));
-        if (count < 0 && errno != EINTR) break;
+        if (count > 0) {
+            text.append(piece, static_cast<size_t>(count));
+        }
+        if (count < 0 && errno != EINTR) {
+            break;
+        }
     }
     return text;
 }
@@ -44,7 +50,9 @@ std::string ReadAll(int file) {
 int WaitFor(pid_t process) {
     int status = 0;
     while (waitpid(process, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
+        if (errno != EINTR) {
+            return -1;
+        }
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -52,14 +60,18 @@ int WaitFor(pid_t process) {
 std::vector<char*> Pointers(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     pointers.reserve(texts.size() + 1);
-    for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+    for (const std::string& text : texts) {
+        pointers.push_back(const_cast<char*>(text.c_str()));
+    }
     pointers.push_back(nullptr);
     return pointers;
 }
 
 std::vector<std::string> Environment(const std::vector<std::string>& variables) {
     std::vector<std::string> all = variables;
-    for (char** variable = environ; *variable != nullptr; ++variable) all.emplace_back(*variable);
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        all.emplace_back(*variable);
+    }
     return all;
 }
 
@@ -68,7 +80,9 @@ std::vector<std::string> Environment(const std::vector<std::string>& variables) 
 std::string FindTool(const std::string& name) {
     for (const std::string& file :
          {InPath(name + kVersionSuffix), std::string(kVersionFolder) + "/" + name, InPath(name)}) {
-        if (!file.empty() && access(file.c_str(), X_OK) == 0) return file;
+        if (!file.empty() && access(file.c_str(), X_OK) == 0) {
+            return file;
+        }
     }
     return "";
 }
@@ -76,20 +90,30 @@ std::string FindTool(const std::string& name) {
 ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
                    const std::vector<std::string>& variables) {
     int ends[2] = {-1, -1};
-    if (keepErrors && pipe2(ends, O_CLOEXEC) != 0) return {};
+    if (keepErrors && pipe2(ends, O_CLOEXEC) != 0) {
+        return {};
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    if (keepErrors) posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
+    if (keepErrors) {
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
+    }
     // The first of two variables of a name is the one that counts.
     const std::vector<std::string> environment = Environment(variables);
     pid_t process = 0;
     const int problem = posix_spawn(&process, command[0].c_str(), &actions, nullptr,
                                     Pointers(command).data(), Pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
-    if (keepErrors) close(ends[1]);
+    if (keepErrors) {
+        close(ends[1]);
+    }
     ToolResult result;
-    if (problem == 0 && keepErrors) result.errors = ReadAll(ends[0]);
-    if (keepErrors) close(ends[0]);
+    if (problem == 0 && keepErrors) {
+        result.errors = ReadAll(ends[0]);
+    }
+    if (keepErrors) {
+        close(ends[0]);
+    }
     if (problem == 0) {
         result.status = WaitFor(process);
     } else {
@@ -101,12 +125,16 @@ ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
 TemporaryFolder::TemporaryFolder() {
     std::error_code error;
     std::string pattern = (fs::temp_directory_path(error) / "mxcc-XXXXXX").string();
-    if (!error && mkdtemp(pattern.data()) != nullptr) path = pattern;
+    if (!error && mkdtemp(pattern.data()) != nullptr) {
+        path = pattern;
+    }
 }
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code error;
-    if (!path.empty()) fs::remove_all(path, error);
+    if (!path.empty()) {
+        fs::remove_all(path, error);
+    }
 }
 
 }  // namespace moxi

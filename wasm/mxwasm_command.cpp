@@ -58,11 +58,15 @@ bool ParseSize(const std::string& text, u64 highest, u64& size) {
         value = value * 10 + static_cast<u64>(text[at] - '0');
         ++at;
     }
-    if (at == 0) return false;
+    if (at == 0) {
+        return false;
+    }
     if (at + 1 == text.size()) {
         constexpr char kUnits[] = "KMG";
         const char* const unit = std::strchr(kUnits, text[at]);
-        if (unit == nullptr || *unit == '\0') return false;
+        if (unit == nullptr || *unit == '\0') {
+            return false;
+        }
         value <<= 10 * (unit - kUnits + 1);
         ++at;
     }
@@ -72,39 +76,67 @@ bool ParseSize(const std::string& text, u64 highest, u64& size) {
 
 bool TakeSize(const std::string& option, const std::string& value, u64 highest, u64& size,
               std::string& wrong) {
-    if (ParseSize(value, highest, size)) return true;
+    if (ParseSize(value, highest, size)) {
+        return true;
+    }
     wrong = option + " takes a size of at most " + std::to_string(highest) + " bytes, not '" +
             value + "'";
     return false;
 }
 
 bool TakeFlag(const std::string& argument, Command& command) {
-    if (argument == "--check-bounds") return command.options.checkBounds = true;
-    if (argument == "--calls") return command.options.calls = true;
-    if (argument == "--identity") return command.options.identity = true;
-    if (argument == "--wasm4") return command.isCartridge = true;
-    if (argument == "--code-end") return command.codeEnd = true;
-    if (argument == "--help" || argument == "-h") return command.help = true;
-    if (argument == "--version") return command.version = true;
+    if (argument == "--check-bounds") {
+        return command.options.checkBounds = true;
+    }
+    if (argument == "--calls") {
+        return command.options.calls = true;
+    }
+    if (argument == "--identity") {
+        return command.options.identity = true;
+    }
+    if (argument == "--wasm4") {
+        return command.isCartridge = true;
+    }
+    if (argument == "--code-end") {
+        return command.codeEnd = true;
+    }
+    if (argument == "--help" || argument == "-h") {
+        return command.help = true;
+    }
+    if (argument == "--version") {
+        return command.version = true;
+    }
     return false;
 }
 
 bool TakeValue(const std::string& argument, const std::string& value, Command& command,
                std::string& wrong) {
     u64 size = 0;
-    if (argument == "-o") return TakeOnce(command.output, argument, value, wrong);
-    if (argument == "--symbols") return TakeOnce(command.symbols, argument, value, wrong);
-    if (argument == "--lines") return TakeOnce(command.lines, argument, value, wrong);
-    if (argument == "-S") return TakeOnce(command.assembly, argument, value, wrong);
+    if (argument == "-o") {
+        return TakeOnce(command.output, argument, value, wrong);
+    }
+    if (argument == "--symbols") {
+        return TakeOnce(command.symbols, argument, value, wrong);
+    }
+    if (argument == "--lines") {
+        return TakeOnce(command.lines, argument, value, wrong);
+    }
+    if (argument == "-S") {
+        return TakeOnce(command.assembly, argument, value, wrong);
+    }
     if (argument == "--memory") {
         return TakeSize(argument, value, u64{4} << 30, command.options.memory, wrong);
     }
     if (argument == "--stack") {
-        if (!TakeSize(argument, value, kMaxStack, size, wrong)) return false;
+        if (!TakeSize(argument, value, kMaxStack, size, wrong)) {
+            return false;
+        }
         command.options.stack = static_cast<u32>((size + 4095) / 4096 * 4096);
         return true;
     }
-    if (!TakeSize(argument, value, 0xF0000000, size, wrong)) return false;
+    if (!TakeSize(argument, value, 0xF0000000, size, wrong)) {
+        return false;
+    }
     command.options.heap = static_cast<u32>(size);
     return true;
 }
@@ -113,7 +145,9 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
         if (TakeFlag(argument, command)) {
-            if (command.help || command.version) return true;
+            if (command.help || command.version) {
+                return true;
+            }
             continue;
         }
         const bool takesValue = argument == "-o" || argument == "--symbols" ||
@@ -125,18 +159,25 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
                 wrong = "unknown option " + argument;
                 return false;
             }
-            if (!TakeOnce(command.input, "IN.wasm", argument, wrong)) return false;
+            if (!TakeOnce(command.input, "IN.wasm", argument, wrong)) {
+                return false;
+            }
             continue;
         }
         if (i + 1 >= arguments.size()) {
             wrong = argument + " needs a value";
             return false;
         }
-        if (!TakeValue(argument, arguments[++i], command, wrong)) return false;
+        if (!TakeValue(argument, arguments[++i], command, wrong)) {
+            return false;
+        }
     }
-    if (command.input.empty()) wrong = "IN.wasm is missing";
-    if (wrong.empty() && command.output.empty() && !command.codeEnd)
+    if (command.input.empty()) {
+        wrong = "IN.wasm is missing";
+    }
+    if (wrong.empty() && command.output.empty() && !command.codeEnd) {
         wrong = "-o MAIN.MX is missing";
+    }
     return wrong.empty();
 }
 
@@ -156,7 +197,9 @@ bool MakeGameFolder(const Command& command, std::ostream& err) {
     const std::filesystem::path folder = std::filesystem::path(command.output).parent_path();
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    if (std::filesystem::is_directory(folder, error)) return true;
+    if (std::filesystem::is_directory(folder, error)) {
+        return true;
+    }
     err << "mxwasm: " << folder.string() << ": no folder can be made there\n";
     return false;
 }
@@ -165,7 +208,9 @@ std::vector<std::string> Outputs(const Command& command) {
     std::vector<std::string> outputs;
     for (const std::string* path :
          {&command.output, &command.symbols, &command.lines, &command.assembly}) {
-        if (!path->empty()) outputs.push_back(*path);
+        if (!path->empty()) {
+            outputs.push_back(*path);
+        }
     }
     return outputs;
 }
@@ -196,7 +241,9 @@ std::string FormatVariable(const TranslatedVariable& variable) {
         std::snprintf(start, sizeof start, "%08X %s %08X ", place.from,
                       place.isMemory ? "memory" : "value", place.to);
         text += start + place.text;
-        if (place.isMemory) text += " " + std::to_string(place.offset);
+        if (place.isMemory) {
+            text += " " + std::to_string(place.offset);
+        }
         text += "\n";
     }
     return text;
@@ -208,7 +255,9 @@ std::string FormatLines(const Translation& translation) {
         char start[32];
         std::snprintf(start, sizeof start, "%08X %u", line.address, line.line);
         text += start;
-        if (line.line != 0) text += " " + translation.files[line.file];
+        if (line.line != 0) {
+            text += " " + translation.files[line.file];
+        }
         text += "\n";
     }
     for (const TranslatedVariable& variable : translation.variables) {
@@ -235,9 +284,12 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     std::string wrong;
     const bool good = ParseCommand(arguments, command, wrong);
     if (good && AnswerAboutTool("mxwasm", std::string(kUsage) + "\n" + kHelp, command.help,
-                                command.version, out))
+                                command.version, out)) {
         return 0;
-    if (good) wrong = ConflictOfOutputs(Outputs(command), {command.input}, "the input");
+    }
+    if (good) {
+        wrong = ConflictOfOutputs(Outputs(command), {command.input}, "the input");
+    }
     if (!wrong.empty()) {
         err << "mxwasm: " << wrong << " (" << kUsage << ")\n";
         return 1;
@@ -256,7 +308,9 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     }
     command.options.libraryFolder = ToolShareFolder() + "/library";
     command.options.wantAssembly = !command.assembly.empty();
-    if (command.isCartridge) command.options.cartridge = wasm;
+    if (command.isCartridge) {
+        command.options.cartridge = wasm;
+    }
     const Translation translation =
         Translate(command.isCartridge ? console : wasm, command.options);
     if (command.codeEnd && translation.codeEnd != 0) {
@@ -270,7 +324,9 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
         RemoveOutputs(Outputs(command));
         return 1;
     }
-    if (command.isCartridge && !MakeGameFolder(command, err)) return 1;
+    if (command.isCartridge && !MakeGameFolder(command, err)) {
+        return 1;
+    }
     if (!WriteOutputs(command, translation, err)) {
         RemoveOutputs(Outputs(command));
         return 1;

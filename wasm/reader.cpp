@@ -44,7 +44,9 @@ struct ModuleReader {
     u32 codeCount = 0;
 
     bool Fail(const std::string& text, const u8* at) {
-        if (error.failed) return false;
+        if (error.failed) {
+            return false;
+        }
         error.failed = true;
         char place[32];
         std::snprintf(place, sizeof place, " (offset 0x%llx)",
@@ -58,41 +60,62 @@ struct ModuleReader {
 
     bool Count(u32& count) {
         count = cursor.Unsigned32();
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         // Every item takes a byte at least.
         return count <= cursor.Left() || Fail("unexpected end");
     }
     bool Name(std::string& name) {
         const u32 length = cursor.Unsigned32();
         const u8* const at = cursor.Bytes(length);
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         name.assign(reinterpret_cast<const char*>(at), length);
         return IsUtf8(name) || Fail("malformed UTF-8 encoding", at);
     }
     bool Type(ValueType& type) {
         const u8* const at = cursor.at;
         const u8 byte = cursor.Byte();
-        if (!Good()) return false;
-        if (byte == 0x7B) return Fail("SIMD is not supported", at);
+        if (!Good()) {
+            return false;
+        }
+        if (byte == 0x7B) {
+            return Fail("SIMD is not supported", at);
+        }
         if (byte == 0x70 || byte == 0x6F) {
             return Fail("reference types are not supported as values", at);
         }
-        if (byte < 0x7C || byte > 0x7F) return Fail("malformed value type", at);
+        if (byte < 0x7C || byte > 0x7F) {
+            return Fail("malformed value type", at);
+        }
         type = static_cast<ValueType>(byte);
         return true;
     }
     bool ReadLimits(Limits& limits, u32 highest, const char* tooLarge) {
         const u8* const at = cursor.at;
         const u8 flags = cursor.Byte();
-        if (!Good()) return false;
-        if ((flags & 2) != 0 && flags < 8)
+        if (!Good()) {
+            return false;
+        }
+        if ((flags & 2) != 0 && flags < 8) {
             return Fail("threads are not supported (shared memory)", at);
-        if ((flags & 4) != 0 && flags < 8) return Fail("memory64 is not supported", at);
-        if (flags > 1) return Fail("malformed limits flags", at);
+        }
+        if ((flags & 4) != 0 && flags < 8) {
+            return Fail("memory64 is not supported", at);
+        }
+        if (flags > 1) {
+            return Fail("malformed limits flags", at);
+        }
         limits.minimum = cursor.Unsigned32();
         limits.hasMaximum = flags == 1;
-        if (limits.hasMaximum) limits.maximum = cursor.Unsigned32();
-        if (!Good()) return false;
+        if (limits.hasMaximum) {
+            limits.maximum = cursor.Unsigned32();
+        }
+        if (!Good()) {
+            return false;
+        }
         if (limits.minimum > highest || (limits.hasMaximum && limits.maximum > highest)) {
             return Fail(tooLarge, at);
         }
@@ -104,9 +127,15 @@ struct ModuleReader {
     bool ReadTable() {
         const u8* const at = cursor.at;
         const u8 type = cursor.Byte();
-        if (!Good()) return false;
-        if (type == 0x6F) return Fail("reference types are not supported (externref table)", at);
-        if (type != 0x70) return Fail("malformed reference type", at);
+        if (!Good()) {
+            return false;
+        }
+        if (type == 0x6F) {
+            return Fail("reference types are not supported (externref table)", at);
+        }
+        if (type != 0x70) {
+            return Fail("malformed reference type", at);
+        }
         if (module.hasTable) {
             return Fail("multiple tables: reference types are not supported beyond one table", at);
         }
@@ -114,16 +143,24 @@ struct ModuleReader {
         return ReadLimits(module.table, 0xFFFFFFFF, "table size");
     }
     bool ReadMemory() {
-        if (module.hasMemory) return Fail("multiple memories");
+        if (module.hasMemory) {
+            return Fail("multiple memories");
+        }
         module.hasMemory = true;
         return ReadLimits(module.memory, kMaxPages,
                           "memory size must be at most 65536 pages (4GiB)");
     }
     bool GlobalType(Global& global) {
-        if (!Type(global.type)) return false;
+        if (!Type(global.type)) {
+            return false;
+        }
         const u8 byte = cursor.Byte();
-        if (!Good()) return false;
-        if (byte > 1) return Fail("malformed mutability", cursor.at - 1);
+        if (!Good()) {
+            return false;
+        }
+        if (byte > 1) {
+            return Fail("malformed mutability", cursor.at - 1);
+        }
         global.isMutable = byte == 1;
         return true;
     }
@@ -150,8 +187,12 @@ struct ModuleReader {
 bool ModuleReader::FunctionIndex(u32& index) {
     const u8* const at = cursor.at;
     index = cursor.Unsigned32();
-    if (!Good()) return false;
-    if (index < module.functions.size()) return true;
+    if (!Good()) {
+        return false;
+    }
+    if (index < module.functions.size()) {
+        return true;
+    }
     return Fail("unknown function " + std::to_string(index), at);
 }
 
@@ -179,12 +220,16 @@ bool ModuleReader::ReadConstant(ConstantExpression& expression, ValueType type) 
             break;
         case Opcode::GlobalGet: {
             const u32 index = cursor.Unsigned32();
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             // Only imported globals have their value by now.
             if (index >= module.globals.size() || !module.globals[index].isImported) {
                 return Fail("unknown global " + std::to_string(index), at);
             }
-            if (module.globals[index].isMutable) return Fail("constant expression required", at);
+            if (module.globals[index].isMutable) {
+                return Fail("constant expression required", at);
+            }
             expression.kind = ConstantExpression::Kind::Global;
             expression.type = module.globals[index].type;
             expression.value = index;
@@ -192,14 +237,18 @@ bool ModuleReader::ReadConstant(ConstantExpression& expression, ValueType type) 
         }
         case Opcode::End: return Good() && Fail("type mismatch", at);
         default:
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             if (code == 0xD0 || code == 0xD2) {
                 return Fail("reference types are not supported in a global", at);
             }
             return Fail("constant expression required", at);
     }
     const u8 end = cursor.Byte();
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     if (end != static_cast<u8>(Opcode::End)) {
         // A second value, an operator, or no `end` at all.
         return Fail("constant expression required", cursor.at - 1);
@@ -213,36 +262,54 @@ bool ModuleReader::ReadReference(ConstantExpression& expression) {
     const u8 code = cursor.Byte();
     if (code == 0xD2) {
         u32 index = 0;
-        if (!FunctionIndex(index)) return false;
+        if (!FunctionIndex(index)) {
+            return false;
+        }
         expression.kind = ConstantExpression::Kind::Function;
         expression.value = index;
     } else if (code == 0xD0) {
         const u8 type = cursor.Byte();
-        if (!Good()) return false;
-        if (type != 0x70) return Fail("type mismatch", at);
+        if (!Good()) {
+            return false;
+        }
+        if (type != 0x70) {
+            return Fail("type mismatch", at);
+        }
         expression.kind = ConstantExpression::Kind::Null;
     } else {
         return Good() && Fail("constant expression required", at);
     }
     const u8 end = cursor.Byte();
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     return end == static_cast<u8>(Opcode::End) || Fail("constant expression required", at);
 }
 
 bool ModuleReader::ReadTypes() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     module.types.resize(count);
     for (FunctionType& type : module.types) {
         const u8 form = cursor.Byte();
-        if (!Good()) return false;
-        if (form != 0x60) return Fail("malformed function type", cursor.at - 1);
+        if (!Good()) {
+            return false;
+        }
+        if (form != 0x60) {
+            return Fail("malformed function type", cursor.at - 1);
+        }
         for (std::vector<ValueType>* list : {&type.parameters, &type.results}) {
             u32 length = 0;
-            if (!Count(length)) return false;
+            if (!Count(length)) {
+                return false;
+            }
             list->resize(length);
             for (ValueType& item : *list) {
-                if (!Type(item)) return false;
+                if (!Type(item)) {
+                    return false;
+                }
             }
         }
     }
@@ -251,21 +318,35 @@ bool ModuleReader::ReadTypes() {
 
 bool ModuleReader::ReadImports() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     for (u32 i = 0; i < count; ++i) {
         Import import;
-        if (!Name(import.module) || !Name(import.name)) return false;
+        if (!Name(import.module) || !Name(import.name)) {
+            return false;
+        }
         const u8 kind = cursor.Byte();
-        if (!Good()) return false;
-        if (kind == 4) return Fail("exceptions are not supported (tag import)", cursor.at - 1);
-        if (kind > 3) return Fail("malformed import kind", cursor.at - 1);
+        if (!Good()) {
+            return false;
+        }
+        if (kind == 4) {
+            return Fail("exceptions are not supported (tag import)", cursor.at - 1);
+        }
+        if (kind > 3) {
+            return Fail("malformed import kind", cursor.at - 1);
+        }
         import.kind = static_cast<ExternalKind>(kind);
         switch (import.kind) {
             case ExternalKind::Function: {
                 Function function;
                 function.type = cursor.Unsigned32();
-                if (!Good()) return false;
-                if (function.type >= module.types.size()) return Fail("unknown type");
+                if (!Good()) {
+                    return false;
+                }
+                if (function.type >= module.types.size()) {
+                    return Fail("unknown type");
+                }
                 function.isImported = true;
                 function.import = i;
                 import.index = static_cast<u32>(module.functions.size());
@@ -274,16 +355,22 @@ bool ModuleReader::ReadImports() {
                 break;
             }
             case ExternalKind::Table:
-                if (!ReadTable()) return false;
+                if (!ReadTable()) {
+                    return false;
+                }
                 module.tableIsImported = true;
                 break;
             case ExternalKind::Memory:
-                if (!ReadMemory()) return false;
+                if (!ReadMemory()) {
+                    return false;
+                }
                 module.memoryIsImported = true;
                 break;
             case ExternalKind::Global: {
                 Global global;
-                if (!GlobalType(global)) return false;
+                if (!GlobalType(global)) {
+                    return false;
+                }
                 global.isImported = true;
                 import.index = static_cast<u32>(module.globals.size());
                 module.globals.push_back(global);
@@ -297,11 +384,15 @@ bool ModuleReader::ReadImports() {
 
 bool ModuleReader::ReadFunctions() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     for (u32 i = 0; i < count; ++i) {
         Function function;
         function.type = cursor.Unsigned32();
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         if (function.type >= module.types.size()) {
             return Fail("unknown type " + std::to_string(function.type));
         }
@@ -312,10 +403,14 @@ bool ModuleReader::ReadFunctions() {
 
 bool ModuleReader::ReadGlobals() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     for (u32 i = 0; i < count; ++i) {
         Global global;
-        if (!GlobalType(global) || !ReadConstant(global.initial, global.type)) return false;
+        if (!GlobalType(global) || !ReadConstant(global.initial, global.type)) {
+            return false;
+        }
         module.globals.push_back(global);
     }
     return true;
@@ -323,17 +418,27 @@ bool ModuleReader::ReadGlobals() {
 
 bool ModuleReader::ReadExports() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     std::set<std::string> names;
     for (u32 i = 0; i < count; ++i) {
         Export item;
-        if (!Name(item.name)) return false;
+        if (!Name(item.name)) {
+            return false;
+        }
         const u8* const at = cursor.at;
         const u8 kind = cursor.Byte();
         item.index = cursor.Unsigned32();
-        if (!Good()) return false;
-        if (kind == 4) return Fail("exceptions are not supported (tag export)", at);
-        if (kind > 3) return Fail("malformed export kind", at);
+        if (!Good()) {
+            return false;
+        }
+        if (kind == 4) {
+            return Fail("exceptions are not supported (tag export)", at);
+        }
+        if (kind > 3) {
+            return Fail("malformed export kind", at);
+        }
         item.kind = static_cast<ExternalKind>(kind);
         u64 known = 0;
         switch (item.kind) {
@@ -347,7 +452,9 @@ bool ModuleReader::ReadExports() {
             return Fail(std::string("unknown ") + kKinds[kind] + " " + std::to_string(item.index),
                         at);
         }
-        if (!names.insert(item.name).second) return Fail("duplicate export name", at);
+        if (!names.insert(item.name).second) {
+            return Fail("duplicate export name", at);
+        }
         module.exports.push_back(std::move(item));
     }
     return true;
@@ -355,7 +462,9 @@ bool ModuleReader::ReadExports() {
 
 bool ModuleReader::ReadStart() {
     module.hasStart = true;
-    if (!FunctionIndex(module.start)) return false;
+    if (!FunctionIndex(module.start)) {
+        return false;
+    }
     const FunctionType& type = module.types[module.functions[module.start].type];
     return (type.parameters.empty() && type.results.empty()) || Fail("start function");
 }
@@ -363,39 +472,57 @@ bool ModuleReader::ReadStart() {
 bool ModuleReader::ReadElement(ElementSegment& segment) {
     const u8* const at = cursor.at;
     const u32 flags = cursor.Unsigned32();
-    if (!Good()) return false;
-    if (flags > 7) return Fail("malformed elements segment kind", at);
+    if (!Good()) {
+        return false;
+    }
+    if (flags > 7) {
+        return Fail("malformed elements segment kind", at);
+    }
     const bool isActive = (flags & 1) == 0;
     segment.mode = isActive           ? ElementSegment::Mode::Active
                    : (flags & 2) == 0 ? ElementSegment::Mode::Passive
                                       : ElementSegment::Mode::Declared;
     if (isActive) {
         const u32 table = (flags & 2) != 0 ? cursor.Unsigned32() : 0;
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         if (table != 0 || !module.hasTable) {
             return Fail("unknown table " + std::to_string(table), at);
         }
-        if (!ReadConstant(segment.offset, ValueType::I32)) return false;
+        if (!ReadConstant(segment.offset, ValueType::I32)) {
+            return false;
+        }
     }
     const bool asExpressions = (flags & 4) != 0;
     if ((flags & 3) != 0) {
         const u8 kind = cursor.Byte();
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         if (asExpressions && kind == 0x6F) {
             return Fail("reference types are not supported (externref elements)", at);
         }
-        if (kind != (asExpressions ? 0x70 : 0x00)) return Fail("malformed element kind", at);
+        if (kind != (asExpressions ? 0x70 : 0x00)) {
+            return Fail("malformed element kind", at);
+        }
     }
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     segment.items.resize(count);
     for (ConstantExpression& item : segment.items) {
         if (asExpressions) {
-            if (!ReadReference(item)) return false;
+            if (!ReadReference(item)) {
+                return false;
+            }
             continue;
         }
         u32 index = 0;
-        if (!FunctionIndex(index)) return false;
+        if (!FunctionIndex(index)) {
+            return false;
+        }
         item.kind = ConstantExpression::Kind::Function;
         item.value = index;
     }
@@ -404,7 +531,9 @@ bool ModuleReader::ReadElement(ElementSegment& segment) {
 
 bool ModuleReader::ReadElements() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     module.elements.resize(count);
     return std::all_of(module.elements.begin(), module.elements.end(),
                        [this](ElementSegment& segment) { return ReadElement(segment); });
@@ -413,7 +542,9 @@ bool ModuleReader::ReadElements() {
 bool ModuleReader::ReadBody(Function& function) {
     const u32 size = cursor.Unsigned32();
     const u8* const at = cursor.Bytes(size);
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     ByteCursor body{at, at + size, nullptr};
     const u32 groups = body.Unsigned32();
     u64 total = 0;
@@ -421,18 +552,30 @@ bool ModuleReader::ReadBody(Function& function) {
         Locals locals;
         locals.count = body.Unsigned32();
         const u8 type = body.Byte();
-        if (body.failed != nullptr) break;
-        if (type == 0x7B) return Fail("SIMD is not supported (local)", body.at);
+        if (body.failed != nullptr) {
+            break;
+        }
+        if (type == 0x7B) {
+            return Fail("SIMD is not supported (local)", body.at);
+        }
         if (type == 0x70 || type == 0x6F) {
             return Fail("reference types are not supported (local)", body.at);
         }
-        if (type < 0x7C || type > 0x7F) return Fail("malformed value type", body.at);
+        if (type < 0x7C || type > 0x7F) {
+            return Fail("malformed value type", body.at);
+        }
         locals.type = static_cast<ValueType>(type);
         total += locals.count;
-        if (total > 0xFFFFFFFF) return Fail("too many locals", body.at);
-        if (locals.count != 0) function.locals.push_back(locals);
+        if (total > 0xFFFFFFFF) {
+            return Fail("too many locals", body.at);
+        }
+        if (locals.count != 0) {
+            function.locals.push_back(locals);
+        }
     }
-    if (body.failed != nullptr) return Fail(body.failed, at);
+    if (body.failed != nullptr) {
+        return Fail(body.failed, at);
+    }
     if (total > kMaxLocals) {
         return Fail("more than " + std::to_string(kMaxLocals) + " locals are not supported", at);
     }
@@ -443,20 +586,26 @@ bool ModuleReader::ReadBody(Function& function) {
 
 bool ModuleReader::ReadCode() {
     module.codeOffset = static_cast<u32>(cursor.at - start);
-    if (!Count(codeCount)) return false;
+    if (!Count(codeCount)) {
+        return false;
+    }
     const u64 declared = module.functions.size() - module.importedFunctions;
     if (codeCount != declared) {
         return Fail("function and code section have inconsistent lengths");
     }
     for (u32 i = 0; i < codeCount; ++i) {
-        if (!ReadBody(module.functions[module.importedFunctions + i])) return false;
+        if (!ReadBody(module.functions[module.importedFunctions + i])) {
+            return false;
+        }
     }
     return true;
 }
 
 bool ModuleReader::ReadData() {
     u32 count = 0;
-    if (!Count(count)) return false;
+    if (!Count(count)) {
+        return false;
+    }
     if (module.hasDataCount && count != module.dataCount) {
         return Fail("data count and data section have inconsistent lengths");
     }
@@ -464,20 +613,30 @@ bool ModuleReader::ReadData() {
         DataSegment segment;
         const u8* const at = cursor.at;
         const u32 flags = cursor.Unsigned32();
-        if (!Good()) return false;
-        if (flags > 2) return Fail("malformed data segment kind", at);
+        if (!Good()) {
+            return false;
+        }
+        if (flags > 2) {
+            return Fail("malformed data segment kind", at);
+        }
         segment.isPassive = flags == 1;
         if (!segment.isPassive) {
             const u32 memory = flags == 2 ? cursor.Unsigned32() : 0;
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             if (memory != 0 || !module.hasMemory) {
                 return Fail("unknown memory " + std::to_string(memory), at);
             }
-            if (!ReadConstant(segment.offset, ValueType::I32)) return false;
+            if (!ReadConstant(segment.offset, ValueType::I32)) {
+                return false;
+            }
         }
         const u32 size = cursor.Unsigned32();
         const u8* const bytes = cursor.Bytes(size);
-        if (!Good()) return false;
+        if (!Good()) {
+            return false;
+        }
         segment.bytes = {reinterpret_cast<const char*>(bytes), size};
         module.data.push_back(segment);
     }
@@ -488,7 +647,9 @@ bool ModuleReader::ReadSection(SectionId id) {
     switch (id) {
         case SectionId::Custom: {
             CustomSection section;
-            if (!Name(section.name)) return false;
+            if (!Name(section.name)) {
+                return false;
+            }
             section.bytes = {reinterpret_cast<const char*>(cursor.at), cursor.Left()};
             cursor.at = cursor.end;
             module.custom.push_back(std::move(section));
@@ -499,17 +660,25 @@ bool ModuleReader::ReadSection(SectionId id) {
         case SectionId::Function: return ReadFunctions();
         case SectionId::Table: {
             u32 count = 0;
-            if (!Count(count)) return false;
+            if (!Count(count)) {
+                return false;
+            }
             for (u32 i = 0; i < count; ++i) {
-                if (!ReadTable()) return false;
+                if (!ReadTable()) {
+                    return false;
+                }
             }
             return true;
         }
         case SectionId::Memory: {
             u32 count = 0;
-            if (!Count(count)) return false;
+            if (!Count(count)) {
+                return false;
+            }
             for (u32 i = 0; i < count; ++i) {
-                if (!ReadMemory()) return false;
+                if (!ReadMemory()) {
+                    return false;
+                }
             }
             return true;
         }
@@ -529,33 +698,49 @@ bool ModuleReader::ReadSection(SectionId id) {
 
 // Where a section stands in the order of the format; its number says so but for the data count.
 u32 OrderOf(u8 id) {
-    if (id == static_cast<u8>(SectionId::DataCount))
+    if (id == static_cast<u8>(SectionId::DataCount)) {
         return 2 * static_cast<u32>(SectionId::Code) - 1;
+    }
     return 2u * id;
 }
 
 bool ModuleReader::ReadAll() {
     const ByteCursor file = cursor;
-    if (cursor.Left() < 4 || cursor.Word() != 0x6D736100)
+    if (cursor.Left() < 4 || cursor.Word() != 0x6D736100) {
         return Fail("magic header not detected", start);
-    if (cursor.Left() < 4 || cursor.Word() != 1) return Fail("unknown binary version", start + 4);
+    }
+    if (cursor.Left() < 4 || cursor.Word() != 1) {
+        return Fail("unknown binary version", start + 4);
+    }
     u32 order = 0;
     while (!cursor.AtEnd()) {
         const u8* const at = cursor.at;
         const u8 id = cursor.Byte();
         const u32 size = cursor.Unsigned32();
         const u8* const contents = cursor.Bytes(size);
-        if (!Good()) return false;
-        if (id == 13) return Fail("exceptions are not supported (tag section)", at);
-        if (id > static_cast<u8>(SectionId::DataCount)) return Fail("malformed section id", at);
+        if (!Good()) {
+            return false;
+        }
+        if (id == 13) {
+            return Fail("exceptions are not supported (tag section)", at);
+        }
+        if (id > static_cast<u8>(SectionId::DataCount)) {
+            return Fail("malformed section id", at);
+        }
         if (id != 0) {
-            if (OrderOf(id) <= order) return Fail("unexpected content after last section", at);
+            if (OrderOf(id) <= order) {
+                return Fail("unexpected content after last section", at);
+            }
             order = OrderOf(id);
         }
         const ByteCursor next = cursor;
         cursor = {contents, contents + size, nullptr};
-        if (!ReadSection(static_cast<SectionId>(id))) return false;
-        if (!cursor.AtEnd()) return Fail("section size mismatch");
+        if (!ReadSection(static_cast<SectionId>(id))) {
+            return false;
+        }
+        if (!cursor.AtEnd()) {
+            return Fail("section size mismatch");
+        }
         cursor = next;
     }
     cursor.at = file.end;
@@ -577,7 +762,9 @@ std::string NameOfFunction(const Module& module, u32 index) {
 
 const Export* FindExport(const Module& module, std::string_view name, ExternalKind kind) {
     for (const Export& item : module.exports) {
-        if (item.kind == kind && item.name == name) return &item;
+        if (item.kind == kind && item.name == name) {
+            return &item;
+        }
     }
     return nullptr;
 }
@@ -586,7 +773,9 @@ bool ReadModule(std::string_view bytes, Module& module, ModuleError& error) {
     module.bytes = bytes;
     const u8* const start = reinterpret_cast<const u8*>(bytes.data());
     ModuleReader reader{module, error, {start, start + bytes.size(), nullptr}, start, {}, {}, 0};
-    if (!reader.ReadAll()) return false;
+    if (!reader.ReadAll()) {
+        return false;
+    }
     ReadNames(module);
     return true;
 }

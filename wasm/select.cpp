@@ -61,7 +61,9 @@ OperandSize SizeOfBytes(u32 bytes) {
 u32 RoutineNumber(ModulePlan& plan, const std::string& name) {
     std::vector<std::string>& routines = *plan.routines;
     const auto found = std::find(routines.begin(), routines.end(), name);
-    if (found != routines.end()) return static_cast<u32>(found - routines.begin());
+    if (found != routines.end()) {
+        return static_cast<u32>(found - routines.begin());
+    }
     routines.push_back(name);
     return static_cast<u32>(routines.size() - 1);
 }
@@ -147,8 +149,9 @@ u32 Selector::TrapLabel(Trap trap) {
     // Each line has its own, so that a debugger can tell which one it was.
     const SourceLine* const line = FindSourceLine(plan.sources, origin);
     for (const TrapPlace& place : traps) {
-        if (place.trap == trap && place.function == function && place.line == line)
+        if (place.trap == trap && place.function == function && place.line == line) {
             return place.label;
+        }
     }
     traps.push_back({trap, function, line, origin, NewLabel()});
     return traps.back().label;
@@ -175,18 +178,24 @@ Operand Selector::Source(NodeId id, OperandSize size) {
     switch (node.kind) {
         case NodeKind::Constant: {
             i64 value = static_cast<i64>(node.value & MaskOf(size));
-            if (size == OperandSize::Quad) value = static_cast<i64>(node.value);
+            if (size == OperandSize::Quad) {
+                value = static_cast<i64>(node.value);
+            }
             return Number(value);
         }
         case NodeKind::Local: return InRegister(static_cast<Variable>(node.value));
         case NodeKind::Global: return AtAddress(Base::Data, plan.globalCells[node.value]);
         case NodeKind::Load: {
             const MemoryOperator& row = kOperators.memory[node.code];
-            if (row.bytes < BytesOf(size)) break;
+            if (row.bytes < BytesOf(size)) {
+                break;
+            }
             return Address(node.a, node.value, row.bytes);
         }
         case NodeKind::MemorySize:
-            if (size == OperandSize::Quad) break;
+            if (size == OperandSize::Quad) {
+                break;
+            }
             return AtAddress(Base::Data, kPagesCell);
         case NodeKind::Plain:
             switch (static_cast<Plain>(node.code)) {
@@ -195,14 +204,20 @@ Operand Selector::Source(NodeId id, OperandSize size) {
                 case Plain::I64ReinterpretF64:
                 case Plain::F64ReinterpretI64: return Source(node.a, size);
                 case Plain::I32WrapI64:
-                    if (size != OperandSize::Quad) return Source(node.a, size);
+                    if (size != OperandSize::Quad) {
+                        return Source(node.a, size);
+                    }
                     break;
                 case Plain::I64ExtendI32U:
-                    if (size != OperandSize::Quad) return Source(node.a, size);
+                    if (size != OperandSize::Quad) {
+                        return Source(node.a, size);
+                    }
                     // The upper half of an i32's variable is clear.
                     return InRegister(InVariable(node.a));
                 case Plain::I64ExtendI32S:
-                    if (size != OperandSize::Quad) return Source(node.a, size);
+                    if (size != OperandSize::Quad) {
+                        return Source(node.a, size);
+                    }
                     break;
                 default: break;
             }
@@ -214,7 +229,9 @@ Operand Selector::Source(NodeId id, OperandSize size) {
 
 Variable Selector::InVariable(NodeId id) {
     const Node& node = trees[id];
-    if (node.kind == NodeKind::Local) return static_cast<Variable>(node.value);
+    if (node.kind == NodeKind::Local) {
+        return static_cast<Variable>(node.value);
+    }
     return InNewVariable(id);
 }
 
@@ -227,7 +244,9 @@ Variable Selector::InNewVariable(NodeId id) {
 void Selector::Put(Variable to, ValueType type, const Operand& from) {
     const Operand a = InRegister(to);
     if (from.place == Place::Register) {
-        if (from.variable != to) Two(TwoOperand::Move, OperandSize::Quad, a, from);
+        if (from.variable != to) {
+            Two(TwoOperand::Move, OperandSize::Quad, a, from);
+        }
         return;
     }
     if (SizeOf(type) == OperandSize::Long) {
@@ -246,22 +265,28 @@ void Selector::ClearUpper(Variable variable) {
 }
 
 void Selector::Discard(NodeId id) {
-    if (trees[id].traps) InNewVariable(id);
+    if (trees[id].traps) {
+        InNewVariable(id);
+    }
 }
 
 // Bits that a short load does not have change nothing in the other operand, so it need not be
 // widened: to = a op b with the load as b.
 bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b) {
     const Node load = trees[b];
-    if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor))
+    if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor)) {
         return false;
+    }
     const MemoryOperator& row = kOperators.memory[load.code];
     if (row.isSigned ||
-        row.bytes >= static_cast<u32>(SizeOf(row.type) == OperandSize::Long ? 4 : 8))
+        row.bytes >= static_cast<u32>(SizeOf(row.type) == OperandSize::Long ? 4 : 8)) {
         return false;
+    }
     const Operand source = Address(load.a, load.value, row.bytes);
     const bool isTouched = source.place == Place::Indexed && source.variable == to;
-    if (isTouched && !(IsVariable(trees, a) && trees[a].value == to)) return false;
+    if (isTouched && !(IsVariable(trees, a) && trees[a].value == to)) {
+        return false;
+    }
     Assign(to, a);
     Two(op, SizeOfBytes(row.bytes), InRegister(to), source);
     return true;
@@ -271,15 +296,20 @@ bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId 
 void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b,
                       bool commutes) {
     const ValueType type = trees[a].type;
-    if (commutes && trees[a].kind == NodeKind::Load && trees[b].kind != NodeKind::Load)
+    if (commutes && trees[a].kind == NodeKind::Load && trees[b].kind != NodeKind::Load) {
         std::swap(a, b);
-    if (BinaryWithShortLoad(to, op, a, b)) return;
+    }
+    if (BinaryWithShortLoad(to, op, a, b)) {
+        return;
+    }
     const auto is = [&](NodeId id) { return IsVariable(trees, id) && trees[id].value == to; };
     if (commutes && !is(a)) {
         // What has to be computed is computed in place; memory is as good a source as any.
         const bool isSource = IsLeaf(trees, a) || trees[a].kind == NodeKind::Load;
         const bool otherIsSource = IsLeaf(trees, b) || trees[b].kind == NodeKind::Load;
-        if (is(b) || (isSource && !otherIsSource)) std::swap(a, b);
+        if (is(b) || (isSource && !otherIsSource)) {
+            std::swap(a, b);
+        }
     }
     if (is(a)) {
         const Operand source = Source(b, size);
@@ -289,7 +319,9 @@ void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, No
     if (ReadsVariable(trees, b, to)) {
         Operand other = Source(b, size);
         const bool isTouched = other.place == Place::Register || other.place == Place::Indexed;
-        if (isTouched && other.variable == to) other = InRegister(InNewVariable(b));
+        if (isTouched && other.variable == to) {
+            other = InRegister(InNewVariable(b));
+        }
         Assign(to, a);
         Two(op, size, InRegister(to), other);
         return;
@@ -322,7 +354,9 @@ Operand Selector::NarrowSource(NodeId id, OperandSize size) {
                                  plain == Plain::I64ExtendI32U || plain == Plain::I32WrapI64 ||
                                  ((plain == Plain::I32Extend8S || plain == Plain::I64Extend8S) &&
                                   size == OperandSize::Byte);
-        if (!isExtension || size == OperandSize::Quad) break;
+        if (!isExtension || size == OperandSize::Quad) {
+            break;
+        }
         if (size == OperandSize::Long &&
             (plain == Plain::I32Extend16S || plain == Plain::I64Extend16S)) {
             break;
@@ -350,7 +384,9 @@ void Selector::Narrow(Variable to, OperandSize size, NodeId id) {
     }
     NodeId a = node.a;
     NodeId b = node.b;
-    if (Commutes(op) && IsVariable(trees, a) && !IsLeaf(trees, b)) std::swap(a, b);
+    if (Commutes(op) && IsVariable(trees, a) && !IsLeaf(trees, b)) {
+        std::swap(a, b);
+    }
     const Operand first = NarrowSource(a, size);
     const Operand second = NarrowSource(b, size);
     Two(TwoOperand::Movez, size, InRegister(to), first);
@@ -360,8 +396,9 @@ void Selector::Narrow(Variable to, OperandSize size, NodeId id) {
 // x & 255 and the like.
 bool Selector::AssignMask(Variable to, const Node& node) {
     const auto plain = static_cast<Plain>(node.code);
-    if ((plain != Plain::I32And && plain != Plain::I64And) || !IsConstant(trees, node.b))
+    if ((plain != Plain::I32And && plain != Plain::I64And) || !IsConstant(trees, node.b)) {
         return false;
+    }
     OperandSize size = OperandSize::Long;
     switch (trees[node.b].value) {
         case 0xFF: size = OperandSize::Byte; break;
@@ -394,7 +431,9 @@ void Selector::AssignSelect(Variable to, const Node& node) {
     Assign(result, first);
     // Both values are computed, whichever is taken, if one of them may trap.
     Operand ready;
-    if (trees[second].traps) ready = InRegister(InNewVariable(second));
+    if (trees[second].traps) {
+        ready = InRegister(InNewVariable(second));
+    }
     const u32 skip = NewLabel();
     BranchOn(node.c, sense, skip);
     if (trees[second].traps) {
@@ -403,7 +442,9 @@ void Selector::AssignSelect(Variable to, const Node& node) {
         AssignFrom(result, first, second);
     }
     Label(skip);
-    if (result != to) Put(to, node.type, InRegister(result));
+    if (result != to) {
+        Put(to, node.type, InRegister(result));
+    }
 }
 
 // to = a value, where `to` already holds the value `held`, which may be the first operand of it.
@@ -527,7 +568,9 @@ bool Selector::AssignSimple(Variable to, const Node& node) {
         return table;
     }();
     const u8 index = kByCode[node.code];
-    if (index == 0) return false;
+    if (index == 0) {
+        return false;
+    }
     const Row& row = kRows[index - 1];
     Binary(to, row.op, row.size, node.a, node.b, row.commutes);
     return true;
@@ -535,7 +578,9 @@ bool Selector::AssignSimple(Variable to, const Node& node) {
 
 void Selector::AssignPlain(Variable to, NodeId id) {
     const Node node = trees[id];
-    if (AssignMask(to, node) || AssignSimple(to, node)) return;
+    if (AssignMask(to, node) || AssignSimple(to, node)) {
+        return;
+    }
     const auto plain = static_cast<Plain>(node.code);
     switch (plain) {
         case Plain::I32Rotl:
@@ -546,7 +591,9 @@ void Selector::AssignPlain(Variable to, NodeId id) {
         case Plain::I64RemS: AssignRemainder(to, node, OperandSize::Quad); return;
         default: break;
     }
-    if (AssignConversion(to, node)) return;
+    if (AssignConversion(to, node)) {
+        return;
+    }
     AssignCondition(to, id);
 }
 

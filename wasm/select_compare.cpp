@@ -87,7 +87,9 @@ void Selector::BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label) 
         }
         const Operand b = Source(node.b, size);
         Operand a = Source(node.a, size);
-        if (a.place == Place::Immediate) a = InRegister(InNewVariable(node.a));
+        if (a.place == Place::Immediate) {
+            a = InRegister(InNewVariable(node.a));
+        }
         Two(TwoOperand::Test, size, a, b);
         Branch(condition, label);
         return;
@@ -108,7 +110,9 @@ void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32
         BranchOnZero(first, size, !sense, label);
         return;
     }
-    if (IsConstant(trees, first)) std::swap(first, second);
+    if (IsConstant(trees, first)) {
+        std::swap(first, second);
+    }
     const Node& loaded = trees[first];
     if (loaded.kind == NodeKind::Load && IsConstant(trees, second)) {
         // A constant that a short value can have is compared where it lies.
@@ -122,7 +126,9 @@ void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32
         }
     }
     Operand a = Source(first, size);
-    if (a.place == Place::Immediate) a = InRegister(InNewVariable(first));
+    if (a.place == Place::Immediate) {
+        a = InRegister(InNewVariable(first));
+    }
     const Operand b = Source(second, size);
     Two(TwoOperand::Cmp, size, a, b);
     Branch(condition, label);
@@ -161,7 +167,9 @@ void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool
     Jump(end);
     Label(negative);
     TestBranch(Condition::Lt, size, InRegister(b), compare);
-    if (takenIfFirstHasBit) Jump(label);
+    if (takenIfFirstHasBit) {
+        Jump(label);
+    }
     Label(end);
 }
 
@@ -190,7 +198,9 @@ void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool
     const bool bothPositive = isLong && a.low >= 0 && b.low >= 0;
     if ((isLong && isSigned && DifferenceFits(a, b)) || bothPositive) {
         Operand left = Source(first, size);
-        if (left.place == Place::Immediate) left = InRegister(InNewVariable(first));
+        if (left.place == Place::Immediate) {
+            left = InRegister(InNewVariable(first));
+        }
         const Operand right = Source(second, size);
         Two(TwoOperand::Cmp, size, left, right);
         Branch(condition, label);
@@ -235,10 +245,14 @@ bool Selector::BranchOnCompare(const Node& node, bool sense, u32 label) {
 void Selector::BranchOn(NodeId id, bool sense, u32 label) {
     const Node node = trees[id];
     if (node.kind == NodeKind::Constant) {
-        if ((static_cast<u32>(node.value) != 0) == sense) Jump(label);
+        if ((static_cast<u32>(node.value) != 0) == sense) {
+            Jump(label);
+        }
         return;
     }
-    if (node.kind == NodeKind::Plain && BranchOnCompare(node, sense, label)) return;
+    if (node.kind == NodeKind::Plain && BranchOnCompare(node, sense, label)) {
+        return;
+    }
     BranchOnZero(id, OperandSize::Long, sense, label);
 }
 
@@ -256,7 +270,9 @@ void Selector::AssignCondition(Variable to, NodeId id) {
     BranchOn(id, true, skip);
     Put(result, ValueType::I32, Number(0));
     Label(skip);
-    if (result != to) Put(to, ValueType::I32, InRegister(result));
+    if (result != to) {
+        Put(to, ValueType::I32, InRegister(result));
+    }
 }
 
 }  // namespace moxi

@@ -82,7 +82,9 @@ void Selector::CallRoutine(const char* name, NodeId a, const NodeId* b) {
             IsConstant(trees, *b) ? Source(*b, SizeOf(trees[*b].type)) : InRegister(InVariable(*b));
     }
     Put(0, trees[a].type, first);
-    if (b != nullptr) Put(1, trees[*b].type, second);
+    if (b != nullptr) {
+        Put(1, trees[*b].type, second);
+    }
     Instruction call;
     call.kind = Kind::CallRoutine;
     call.target = RoutineNumber(plan, name);

@@ -56,7 +56,9 @@ struct Bits {
 };
 
 Bits BitsOf(bool isLong) {
-    if (isLong) return {OperandSize::Long, 0x7F800000, 0xFF800000, 0x80000000};
+    if (isLong) {
+        return {OperandSize::Long, 0x7F800000, 0xFF800000, 0x80000000};
+    }
     return {OperandSize::Quad, 0x7FF0000000000000, static_cast<i64>(0xFFF0000000000000),
             static_cast<i64>(0x8000000000000000)};
 }
@@ -131,7 +133,9 @@ void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     const OperandSize size = isLong ? OperandSize::Long : OperandSize::Quad;
     const u64 signOut = isLong ? 0x7FFFFFFF : 0x7FFFFFFFFFFFFFFF;
     const u64 infinity = static_cast<u64>(BitsOf(isLong).infinity);
-    if (IsConstant(trees, a)) std::swap(a, b);
+    if (IsConstant(trees, a)) {
+        std::swap(a, b);
+    }
     if (IsConstant(trees, b)) {
         const u64 constant = trees[b].value;
         if ((constant & signOut) == 0) {
@@ -189,7 +193,9 @@ void Selector::CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
 
 void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
     const FloatCompare compare = CompareOf(static_cast<Plain>(node.code));
-    if (compare.isInverted) sense = !sense;
+    if (compare.isInverted) {
+        sense = !sense;
+    }
     NodeId a = node.a;
     NodeId b = node.b;
     Relation relation = compare.relation;
@@ -217,7 +223,9 @@ void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
         return;
     }
     const bool isMirrored = relation == Relation::Greater || relation == Relation::GreaterOrEqual;
-    if (isMirrored) std::swap(a, b);
+    if (isMirrored) {
+        std::swap(a, b);
+    }
     const bool isStrict = relation == Relation::Less || relation == Relation::Greater;
     if (isStrict && depth > 0) {
         CompareLess(a, b, compare.isLong, yes, no);

@@ -73,9 +73,13 @@ void Selector::AssignLoad(Variable to, const Node& node) {
     const MemoryOperator& row = kOperators.memory[node.code];
     const Operand from = Address(node.a, node.value, row.bytes);
     Two(TwoOperand::Movez, SizeOfBytes(row.bytes), InRegister(to), from);
-    if (!row.isSigned) return;
+    if (!row.isSigned) {
+        return;
+    }
     One(OneOperand::Exts, SizeOfBytes(row.bytes), InRegister(to));
-    if (row.type == ValueType::I32) ClearUpper(to);
+    if (row.type == ValueType::I32) {
+        ClearUpper(to);
+    }
 }
 
 void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, NodeId value) {
@@ -92,7 +96,9 @@ void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, Node
                    kOperators.memory[load.code].bytes == row.bytes &&
                    SameTree(trees, load.a, address);
         };
-        if (!isPlace(a) && CommutesInPlace(op)) std::swap(a, b);
+        if (!isPlace(a) && CommutesInPlace(op)) {
+            std::swap(a, b);
+        }
         if (isPlace(a)) {
             const Operand by = NarrowSource(b, size);
             const Operand to = Address(address, offset, row.bytes);
@@ -113,7 +119,9 @@ void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, Node
 
 // With exact bounds: start + count must not lie beyond the memory.
 void Selector::CheckRange(Variable start, Variable count) {
-    if (!plan.checkBounds) return;
+    if (!plan.checkBounds) {
+        return;
+    }
     const Variable end = NewVariable();
     Put(end, ValueType::I64, InRegister(start));
     Two(TwoOperand::Add, OperandSize::Quad, InRegister(end), InRegister(count));
@@ -131,7 +139,9 @@ void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
         Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184), InRegister(bytes));
     } else {
         const u64 bytes = trees[count].value;
-        if (bytes == 0) return;
+        if (bytes == 0) {
+            return;
+        }
         if (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8) {
             Two(TwoOperand::Move, SizeOfBytes(static_cast<u32>(bytes)),
                 AtIndex(target, Base::Memory, 0), AtIndex(source, Base::Memory, 0));

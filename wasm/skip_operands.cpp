@@ -46,7 +46,9 @@ void SkipOperands(ByteCursor& cursor, u8 opcode) {
         case Opcode::MemoryGrow: cursor.Unsigned32(); break;
         case Opcode::BrTable: {
             const u32 count = cursor.Unsigned32();
-            for (u64 i = 0; i <= count; ++i) cursor.Unsigned32();
+            for (u64 i = 0; i <= count; ++i) {
+                cursor.Unsigned32();
+            }
             break;
         }
         case Opcode::CallIndirect:

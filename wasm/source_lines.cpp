@@ -63,7 +63,9 @@ u32 TableReader::AddFile(const std::string& directory, const std::string& name) 
     const bool isWhole = directory.empty() || (!name.empty() && name[0] == '/');
     const std::string path = isWhole ? name : directory + "/" + name;
     const auto found = std::find(result.files.begin(), result.files.end(), path);
-    if (found != result.files.end()) return static_cast<u32>(found - result.files.begin());
+    if (found != result.files.end()) {
+        return static_cast<u32>(found - result.files.begin());
+    }
     result.files.push_back(path);
     return static_cast<u32>(result.files.size() - 1);
 }
@@ -85,8 +87,12 @@ Entry TableReader::ReadEntry(const std::vector<EntryFormat>& formats) {
             case Form::LineStrp: text = DwarfTextAt(lineStrings, unit.Word()); break;
             default: unit.Fail("unknown form"); break;
         }
-        if (format.content == kContentPath) entry.path = text;
-        if (format.content == kContentDirectory) entry.directory = number;
+        if (format.content == kContentPath) {
+            entry.path = text;
+        }
+        if (format.content == kContentDirectory) {
+            entry.directory = number;
+        }
     }
     return entry;
 }
@@ -111,7 +117,9 @@ bool TableReader::ReadNames() {
         return number < directories.size() ? directories[number] : std::string();
     };
     if (version >= 5) {
-        for (const Entry& entry : ReadEntries()) directories.push_back(entry.path);
+        for (const Entry& entry : ReadEntries()) {
+            directories.push_back(entry.path);
+        }
         for (const Entry& entry : ReadEntries()) {
             files.push_back(
                 AddFile(entry.directory == 0 ? "" : folder(entry.directory), entry.path));
@@ -121,7 +129,9 @@ bool TableReader::ReadNames() {
     directories.emplace_back();  // number 0 is where the compiler ran
     for (std::string name = ReadDwarfText(unit); !name.empty(); name = ReadDwarfText(unit)) {
         directories.push_back(name);
-        if (directories.size() > kMaxFiles) return false;
+        if (directories.size() > kMaxFiles) {
+            return false;
+        }
     }
     files.push_back(AddFile("", "?"));  // files count from 1
     for (std::string name = ReadDwarfText(unit); !name.empty(); name = ReadDwarfText(unit)) {
@@ -129,27 +139,43 @@ bool TableReader::ReadNames() {
         ReadLeb(unit);
         ReadLeb(unit);
         files.push_back(AddFile(folder(directory), name));
-        if (files.size() > kMaxFiles) return false;
+        if (files.size() > kMaxFiles) {
+            return false;
+        }
     }
     return unit.failed == nullptr;
 }
 
 bool TableReader::ReadHeader() {
     version = ReadShort(unit);
-    if (version < 2 || version > 5) return false;
-    if (version >= 5) unit.Bytes(2);  // sizes of addresses and segments
+    if (version < 2 || version > 5) {
+        return false;
+    }
+    if (version >= 5) {
+        unit.Bytes(2);  // sizes of addresses and segments
+    }
     const u32 headerLength = unit.Word();
-    if (headerLength > unit.Left()) return false;
+    if (headerLength > unit.Left()) {
+        return false;
+    }
     const u8* const program = unit.at + headerLength;
     step = unit.Byte();
-    if (version >= 4) unit.Byte();  // operations in an instruction
-    unit.Byte();                    // whether rows are statements to begin with
+    if (version >= 4) {
+        unit.Byte();  // operations in an instruction
+    }
+    unit.Byte();  // whether rows are statements to begin with
     lineBase = static_cast<i32>(unit.Byte() ^ 0x80u) - 0x80;  // signed
     lineRange = unit.Byte();
     opcodeBase = unit.Byte();
-    if (lineRange == 0 || opcodeBase == 0) return false;
-    for (u32 i = 1; i < opcodeBase; ++i) operandCounts.push_back(unit.Byte());
-    if (!ReadNames()) return false;
+    if (lineRange == 0 || opcodeBase == 0) {
+        return false;
+    }
+    for (u32 i = 1; i < opcodeBase; ++i) {
+        operandCounts.push_back(unit.Byte());
+    }
+    if (!ReadNames()) {
+        return false;
+    }
     unit.at = program;
     return unit.failed == nullptr;
 }
@@ -160,7 +186,9 @@ void TableReader::RunProgram() {
     i64 line = 1;
     const auto add = [&](i64 number) {
         const u64 offset = address + module.codeOffset;
-        if (offset > 0xFFFFFFFF) return;
+        if (offset > 0xFFFFFFFF) {
+            return;
+        }
         const u32 known = file < files.size() ? files[file] : 0;
         const bool isLine = number > 0 && file < files.size();
         result.lines.push_back(
@@ -177,7 +205,9 @@ void TableReader::RunProgram() {
         }
         if (opcode == 0) {
             const u64 length = ReadLeb(unit);
-            if (length == 0 || length > unit.Left()) return;
+            if (length == 0 || length > unit.Left()) {
+                return;
+            }
             const u8* const end = unit.at + length;
             const u8 extended = unit.Byte();
             if (extended == 1) {  // the end of a sequence
@@ -199,14 +229,18 @@ void TableReader::RunProgram() {
             case 8: address += u64{(255 - opcodeBase) / lineRange} * step; break;
             case 9: address += ReadShort(unit); break;
             default:
-                for (u32 i = 0; i < operandCounts[opcode - 1]; ++i) ReadLeb(unit);
+                for (u32 i = 0; i < operandCounts[opcode - 1]; ++i) {
+                    ReadLeb(unit);
+                }
                 break;
         }
     }
 }
 
 void TableReader::Run() {
-    if (ReadHeader()) RunProgram();
+    if (ReadHeader()) {
+        RunProgram();
+    }
 }
 
 }  // namespace
@@ -217,7 +251,9 @@ SourceLines ReadSourceLines(const Module& module) {
     while (section.Left() > 4) {
         const u32 length = section.Word();
         const u8* const start = section.Bytes(length);
-        if (section.failed != nullptr) break;
+        if (section.failed != nullptr) {
+            break;
+        }
         TableReader reader{module, result, SectionOf(module, ".debug_str"),
                            SectionOf(module, ".debug_line_str")};
         reader.unit = {start, start + length, nullptr};
@@ -226,7 +262,9 @@ SourceLines ReadSourceLines(const Module& module) {
     // Where a sequence ends and another one begins, the beginning counts.
     std::stable_sort(result.lines.begin(), result.lines.end(),
                      [](const SourceLine& a, const SourceLine& b) {
-                         if (a.offset != b.offset) return a.offset < b.offset;
+                         if (a.offset != b.offset) {
+                             return a.offset < b.offset;
+                         }
                          return a.line == 0 && b.line != 0;
                      });
     return result;
@@ -236,7 +274,9 @@ const SourceLine* FindSourceLine(const SourceLines& lines, u32 offset) {
     const auto after =
         std::upper_bound(lines.lines.begin(), lines.lines.end(), offset,
                          [](u32 at, const SourceLine& line) { return at < line.offset; });
-    if (after == lines.lines.begin()) return nullptr;
+    if (after == lines.lines.begin()) {
+        return nullptr;
+    }
     const SourceLine& line = *(after - 1);
     return line.line == 0 ? nullptr : &line;
 }

@@ -34,7 +34,9 @@ struct Straightener {
     // Whether the label stands behind instruction i, before anything else.
     bool FollowsLabel(u64 i, u32 label) const {
         for (i = Next(i); i < list.size() && list[i].kind == Kind::Label; i = Next(i)) {
-            if (list[i].target == label) return true;
+            if (list[i].target == label) {
+                return true;
+            }
         }
         return false;
     }
@@ -49,22 +51,33 @@ void Straightener::Retarget() {
     std::vector<u32> alias(code.labels);
     std::iota(alias.begin(), alias.end(), 0u);
     for (u64 i = 0; i < list.size(); ++i) {
-        if (list[i].kind != Kind::Label) continue;
+        if (list[i].kind != Kind::Label) {
+            continue;
+        }
         u64 next = Next(i);
-        while (next < list.size() && list[next].kind == Kind::Label) next = Next(next);
-        if (next < list.size() && list[next].kind == Kind::Jump)
+        while (next < list.size() && list[next].kind == Kind::Label) {
+            next = Next(next);
+        }
+        if (next < list.size() && list[next].kind == Kind::Jump) {
             alias[list[i].target] = list[next].target;
+        }
     }
     const auto resolve = [&](u32 label) {
         // An empty loop goes round for ever; a few steps are enough for everything else.
-        for (u32 steps = 0; steps < 16 && alias[label] != label; ++steps) label = alias[label];
+        for (u32 steps = 0; steps < 16 && alias[label] != label; ++steps) {
+            label = alias[label];
+        }
         return label;
     };
     for (Instruction& instruction : list) {
-        if (NamesLabel(instruction.kind)) instruction.target = resolve(instruction.target);
+        if (NamesLabel(instruction.kind)) {
+            instruction.target = resolve(instruction.target);
+        }
     }
     for (std::vector<u32>& table : code.tables) {
-        for (u32& label : table) label = resolve(label);
+        for (u32& label : table) {
+            label = resolve(label);
+        }
     }
 }
 
@@ -77,7 +90,9 @@ bool Straightener::RemoveJumps() {
             changed = true;
             continue;
         }
-        if (instruction.kind != Kind::Branch && instruction.kind != Kind::TestBranch) continue;
+        if (instruction.kind != Kind::Branch && instruction.kind != Kind::TestBranch) {
+            continue;
+        }
         if (FollowsLabel(i, instruction.target)) {
             // A test may be there for its flags.
             if (instruction.kind == Kind::Branch) {
@@ -87,8 +102,12 @@ bool Straightener::RemoveJumps() {
             continue;
         }
         const u64 next = Next(i);
-        if (next >= list.size() || list[next].kind != Kind::Jump) continue;
-        if (!FollowsLabel(next, instruction.target)) continue;
+        if (next >= list.size() || list[next].kind != Kind::Jump) {
+            continue;
+        }
+        if (!FollowsLabel(next, instruction.target)) {
+            continue;
+        }
         instruction.operation = Inverse(instruction.operation);
         instruction.target = list[next].target;
         list[next].kind = Kind::Nothing;
@@ -100,9 +119,15 @@ bool Straightener::RemoveJumps() {
 bool Straightener::RemoveUnreached() {
     std::vector<bool> isNamed(code.labels, false);
     for (const Instruction& instruction : list) {
-        if (NamesLabel(instruction.kind)) isNamed[instruction.target] = true;
-        if (instruction.kind != Kind::TableJump) continue;
-        for (const u32 label : code.tables[instruction.target]) isNamed[label] = true;
+        if (NamesLabel(instruction.kind)) {
+            isNamed[instruction.target] = true;
+        }
+        if (instruction.kind != Kind::TableJump) {
+            continue;
+        }
+        for (const u32 label : code.tables[instruction.target]) {
+            isNamed[label] = true;
+        }
     }
     bool changed = false;
     bool isReached = true;
@@ -119,7 +144,9 @@ bool Straightener::RemoveUnreached() {
             instruction.kind = Kind::Nothing;
             changed = true;
         }
-        if (EndsFlow(instruction.kind)) isReached = false;
+        if (EndsFlow(instruction.kind)) {
+            isReached = false;
+        }
     }
     return changed;
 }
@@ -128,7 +155,9 @@ void Straightener::Compact() {
     u64 kept = 0;
     for (u64 i = 0; i < list.size(); ++i) {
         // The first place is kept for the check of the stack.
-        if (list[i].kind == Kind::Nothing) continue;
+        if (list[i].kind == Kind::Nothing) {
+            continue;
+        }
         list[kept] = list[i];
         code.depths[kept] = code.depths[i];
         ++kept;
@@ -167,7 +196,9 @@ bool IsCopyOfAll(const Instruction& instruction) {
 
 // Whether the instruction looks at the upper half of a register operand.
 bool ReadsUpper(const Instruction& instruction, bool isA) {
-    if (instruction.kind == Kind::TestBranch) return instruction.size == OperandSize::Quad;
+    if (instruction.kind == Kind::TestBranch) {
+        return instruction.size == OperandSize::Quad;
+    }
     if (instruction.kind == Kind::One) {
         const auto op = static_cast<OneOperand>(instruction.operation);
         switch (op) {
@@ -180,21 +211,29 @@ bool ReadsUpper(const Instruction& instruction, bool isA) {
             default: return instruction.size == OperandSize::Quad;
         }
     }
-    if (instruction.kind != Kind::Two) return false;
+    if (instruction.kind != Kind::Two) {
+        return false;
+    }
     const auto op = static_cast<TwoOperand>(instruction.operation);
     const bool isShift = op == TwoOperand::Lsl || op == TwoOperand::Lsr || op == TwoOperand::Asr;
-    if (isShift && !isA) return false;  // a count is a byte
+    if (isShift && !isA) {
+        return false;  // a count is a byte
+    }
     return instruction.size == OperandSize::Quad && op != TwoOperand::Lea;
 }
 
 // The variables whose upper half matters to somebody.
 std::vector<bool> FindWide(const FunctionCode& code) {
     std::vector<bool> wide(code.variables, false);
-    for (u32 r = 0; r < kFirstVariable; ++r) wide[r] = true;
+    for (u32 r = 0; r < kFirstVariable; ++r) {
+        wide[r] = true;
+    }
     std::vector<std::vector<Variable>> sources(code.variables);
     std::vector<Variable> todo;
     const auto mark = [&](Variable variable) {
-        if (wide[variable]) return;
+        if (wide[variable]) {
+            return;
+        }
         wide[variable] = true;
         todo.push_back(variable);
     };
@@ -208,14 +247,20 @@ std::vector<bool> FindWide(const FunctionCode& code) {
             }
             continue;
         }
-        if (roles.readsA && ReadsUpper(instruction, true)) mark(instruction.a.variable);
-        if (roles.readsB && ReadsUpper(instruction, false)) mark(instruction.b.variable);
+        if (roles.readsA && ReadsUpper(instruction, true)) {
+            mark(instruction.a.variable);
+        }
+        if (roles.readsB && ReadsUpper(instruction, false)) {
+            mark(instruction.b.variable);
+        }
     }
     // What a copy is good for counts for what it was copied from. The marked are all in `todo`.
     while (!todo.empty()) {
         const Variable variable = todo.back();
         todo.pop_back();
-        for (const Variable source : sources[variable]) mark(source);
+        for (const Variable source : sources[variable]) {
+            mark(source);
+        }
     }
     return wide;
 }
@@ -240,13 +285,17 @@ void UseLowHalves(FunctionCode& code) {
                 instruction.size = OperandSize::Quad;
             }
         }
-        if (i + 1 == list.size() || !IsCopyOfAll(instruction)) continue;
+        if (i + 1 == list.size() || !IsCopyOfAll(instruction)) {
+            continue;
+        }
         // a = b; a += number
         Instruction& next = list[i + 1];
         const bool isSum = IsTwo(next, TwoOperand::Add, OperandSize::Long) &&
                            next.a == instruction.a && next.b.place == Place::Immediate &&
                            next.b.base != Base::Function;
-        if (!isSum) continue;
+        if (!isSum) {
+            continue;
+        }
         next.operation = static_cast<u8>(TwoOperand::Lea);
         next.b = AtIndex(instruction.b.variable, next.b.base, next.b.value);
         instruction.kind = Kind::Nothing;
@@ -260,15 +309,21 @@ void UseFlags(FunctionCode& code) {
     for (u64 i = 0; i + 1 < list.size(); ++i) {
         Instruction& instruction = list[i];
         Instruction& next = list[i + 1];
-        if (instruction.kind != Kind::Two || next.kind != Kind::TestBranch) continue;
-        if (instruction.size != next.size || !(instruction.a == next.a)) continue;
+        if (instruction.kind != Kind::Two || next.kind != Kind::TestBranch) {
+            continue;
+        }
+        if (instruction.size != next.size || !(instruction.a == next.a)) {
+            continue;
+        }
         const auto op = static_cast<TwoOperand>(instruction.operation);
         const bool isSum = op == TwoOperand::Add && instruction.b.place == Place::Immediate &&
                            instruction.b.base == Base::None;
         const bool setsFlags = op == TwoOperand::Sub || op == TwoOperand::And ||
                                op == TwoOperand::Xor || op == TwoOperand::Lsl ||
                                op == TwoOperand::Lsr || op == TwoOperand::Asr;
-        if (!isSum && !setsFlags) continue;
+        if (!isSum && !setsFlags) {
+            continue;
+        }
         if (isSum) {
             instruction.operation = static_cast<u8>(TwoOperand::Sub);
             instruction.b.value = static_cast<i64>(0 - static_cast<u64>(instruction.b.value));

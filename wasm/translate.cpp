@@ -41,13 +41,17 @@ bool FindEntry(const Module& module, const TranslateOptions& options, EntryKind&
     }
     if (const Export* const message = FindExport(module, "moxi_message", ExternalKind::Function)) {
         entry = EntryKind::Messages;
-        if (HasType(typeOf(*message), {kI32, kI32, kI32, kI32}, {kI32})) return true;
+        if (HasType(typeOf(*message), {kI32, kI32, kI32, kI32}, {kI32})) {
+            return true;
+        }
         errors.push_back("moxi_message does not take four i32 and return one");
         return false;
     }
     if (const Export* const start = FindExport(module, "_start", ExternalKind::Function)) {
         entry = EntryKind::Program;
-        if (HasType(typeOf(*start), {}, {})) return true;
+        if (HasType(typeOf(*start), {}, {})) {
+            return true;
+        }
         errors.push_back("_start takes or returns something");
         return false;
     }
@@ -90,10 +94,13 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
     // A cartridge's memory keeps its size, and so does that of what it is linked to.
     plan.canGrow = module.hasMemory && options.cartridge.empty() && UsesGrow(module);
     u64 results = 0;
-    for (const FunctionType& type : module.types)
+    for (const FunctionType& type : module.types) {
         results = std::max<u64>(results, type.results.size());
+    }
     plan.ownData.resize(kResultCells + 8 * results);
-    for (u64 i = 0; i < module.globals.size(); ++i) plan.globalCells.push_back(Reserve(plan, 8));
+    for (u64 i = 0; i < module.globals.size(); ++i) {
+        plan.globalCells.push_back(Reserve(plan, 8));
+    }
     NumberTypes(plan);
     plan.tableSize = module.hasTable ? module.table.minimum : 0;
     plan.tableCell = Reserve(plan, 8 * u64{plan.tableSize});
@@ -113,17 +120,25 @@ std::vector<bool> WantedFunctions(const ModulePlan& plan) {
     std::vector<bool> wanted(module.functions.size(), true);
     std::fill(wanted.begin(), wanted.begin() + module.importedFunctions, false);
     for (u64 i = 0; i < wanted.size(); ++i) {
-        if (plan.leaves[i].isOne) wanted[i] = false;
+        if (plan.leaves[i].isOne) {
+            wanted[i] = false;
+        }
     }
     for (const ElementSegment& segment : module.elements) {
         for (const ConstantExpression& item : segment.items) {
-            if (item.kind == ConstantExpression::Kind::Function) wanted[item.value] = true;
+            if (item.kind == ConstantExpression::Kind::Function) {
+                wanted[item.value] = true;
+            }
         }
     }
     for (const Export& item : module.exports) {
-        if (item.kind == ExternalKind::Function) wanted[item.index] = true;
+        if (item.kind == ExternalKind::Function) {
+            wanted[item.index] = true;
+        }
     }
-    if (module.hasStart) wanted[module.start] = true;
+    if (module.hasStart) {
+        wanted[module.start] = true;
+    }
     return wanted;
 }
 
@@ -134,7 +149,9 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
     const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
     u64 steps = kMostSteps;
     for (u32 i = 0; i < module.functions.size(); ++i) {
-        if (!wanted[i]) continue;
+        if (!wanted[i]) {
+            continue;
+        }
         const u8* const body = module.functions[i].body;
         const DebugFunction* const known =
             body == nullptr
@@ -174,7 +191,9 @@ bool Load(std::string_view wasm, Module& module, std::vector<std::string>& error
         return false;
     }
     for (Function& function : module.functions) {
-        if (function.name.size() > kMaxName) function.name.resize(kMaxName);
+        if (function.name.size() > kMaxName) {
+            function.name.resize(kMaxName);
+        }
     }
     return true;
 }
@@ -195,7 +214,9 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
     Translation result;
     const bool isLinked = !options.cartridge.empty();
     Module modules[2];
-    if (!Load(wasm, modules[0], result.errors)) return result;
+    if (!Load(wasm, modules[0], result.errors)) {
+        return result;
+    }
     if (isLinked && (!Load(options.cartridge, modules[1], result.errors) ||
                      !TakeCartridgeMemory(modules[1], result.errors))) {
         return result;
@@ -225,7 +246,9 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
     parts.functions.assign(modules[0].functions.size() + modules[1].functions.size(), 0);
     for (ModulePlan& plan : parts.plans) {
         MakePlan(plan, options);
-        if (!TranslateFunctions(parts, plan, result.errors)) return result;
+        if (!TranslateFunctions(parts, plan, result.errors)) {
+            return result;
+        }
     }
     BuildImage(parts, options, result);
     return result;

@@ -63,7 +63,9 @@ constexpr i64 kLowest = -2147483648LL;
 constexpr i64 kHighest = 2147483647LL;
 
 void SetRange(Node& node, i64 low, i64 high) {
-    if (low < kLowest || high > kHighest) return;  // it may wrap
+    if (low < kLowest || high > kHighest) {
+        return;  // it may wrap
+    }
     node.low = low;
     node.high = high;
 }
@@ -74,19 +76,23 @@ i64 MaskAbove(i64 value) {
 }
 
 void RangeOfAnd(Node& node, const Node& a, const Node& b) {
-    if (a.low >= 0 && b.low >= 0)
+    if (a.low >= 0 && b.low >= 0) {
         SetRange(node, 0, std::min(a.high, b.high));
-    else if (a.low >= 0)
+    } else if (a.low >= 0) {
         SetRange(node, 0, a.high);
-    else if (b.low >= 0)
+    } else if (b.low >= 0) {
         SetRange(node, 0, b.high);
+    }
 }
 
 void RangeOfShift(Node& node, Plain code, const Node& a, const Node& b) {
     if (b.kind != NodeKind::Constant) {
-        if (code == Plain::I32ShrS)
+        if (code == Plain::I32ShrS) {
             SetRange(node, std::min<i64>(a.low, 0), std::max<i64>(a.high, 0));
-        if (code == Plain::I32ShrU && a.low >= 0) SetRange(node, 0, a.high);
+        }
+        if (code == Plain::I32ShrU && a.low >= 0) {
+            SetRange(node, 0, a.high);
+        }
         return;
     }
     const u32 count = b.value & 31;
@@ -116,16 +122,22 @@ void SetPlainRange(const Trees& trees, Node& node) {
         case Plain::I32And: RangeOfAnd(node, a, b); return;
         case Plain::I32Or:
         case Plain::I32Xor:
-            if (a.low >= 0 && b.low >= 0) SetRange(node, 0, MaskAbove(std::max(a.high, b.high)));
+            if (a.low >= 0 && b.low >= 0) {
+                SetRange(node, 0, MaskAbove(std::max(a.high, b.high)));
+            }
             return;
         case Plain::I32Shl:
         case Plain::I32ShrS:
         case Plain::I32ShrU: RangeOfShift(node, code, a, b); return;
         case Plain::I32DivU:
-            if (a.low >= 0 && b.low >= 0) SetRange(node, 0, a.high);
+            if (a.low >= 0 && b.low >= 0) {
+                SetRange(node, 0, a.high);
+            }
             return;
         case Plain::I32RemU:
-            if (b.low > 0) SetRange(node, 0, b.high - 1);
+            if (b.low > 0) {
+                SetRange(node, 0, b.high - 1);
+            }
             return;
         case Plain::I32Clz:
         case Plain::I32Ctz:
@@ -151,7 +163,9 @@ bool IsNonNegativeFloat(const Trees& trees, const Node& node) {
         case Plain::F64ConvertI64U: return true;
         case Plain::F32Mul:
         case Plain::F64Mul:
-            if (SameTree(trees, node.a, node.b)) return true;
+            if (SameTree(trees, node.a, node.b)) {
+                return true;
+            }
             [[fallthrough]];
         case Plain::F32Add:
         case Plain::F64Add:
@@ -169,12 +183,16 @@ NodeId Add(Trees& trees, Plain code, ValueType type, NodeId a, NodeId b) {
     node.a = a;
     node.b = b;
     TakeFrom(node, trees[a]);
-    if (kOperators.plain[node.code].second != ValueType::None) TakeFrom(node, trees[b]);
+    if (kOperators.plain[node.code].second != ValueType::None) {
+        TakeFrom(node, trees[b]);
+    }
     if (CanTrap(code)) {
         const bool isDivision = kOperators.plain[node.code].second != ValueType::None;
         const bool isSafe = isDivision && IsConstant(trees, b) && trees[b].value != 0 &&
                             trees[b].value != 0xFFFFFFFF && trees[b].value != ~u64{0};
-        if (!isSafe) node.traps = true;
+        if (!isSafe) {
+            node.traps = true;
+        }
     }
     SetPlainRange(trees, node);
     node.isNonNegative = IsNonNegativeFloat(trees, node);
@@ -184,11 +202,16 @@ NodeId Add(Trees& trees, Plain code, ValueType type, NodeId a, NodeId b) {
 // (x + c1) + c2 and the like: the constants join. Returns 0 when nothing does.
 bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     const Node& left = trees[a];
-    if (left.kind != NodeKind::Plain || left.code != static_cast<u8>(code)) return false;
-    if (!IsConstant(trees, left.b) || !IsConstant(trees, b)) return false;
-    u64 value = 0;
-    if (!FoldBinary(static_cast<u8>(code), trees[left.b].value, trees[b].value, value))
+    if (left.kind != NodeKind::Plain || left.code != static_cast<u8>(code)) {
         return false;
+    }
+    if (!IsConstant(trees, left.b) || !IsConstant(trees, b)) {
+        return false;
+    }
+    u64 value = 0;
+    if (!FoldBinary(static_cast<u8>(code), trees[left.b].value, trees[b].value, value)) {
+        return false;
+    }
     const NodeId x = left.a;
     const ValueType type = left.type;
     result = MakePlain(trees, static_cast<u8>(code), x, MakeConstant(trees, type, value));
@@ -197,14 +220,18 @@ bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
 
 // Operands that make an operator needless. False when none does.
 bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
-    if (!IsConstant(trees, b)) return false;
+    if (!IsConstant(trees, b)) {
+        return false;
+    }
     const u64 value = trees[b].value;
     const bool is64 = trees[b].type == ValueType::I64;
     const u64 ones = is64 ? ~u64{0} : 0xFFFFFFFF;
     switch (code) {
         case Plain::I32Add:
         case Plain::I64Add:
-            if (value == 0) return result = a, true;
+            if (value == 0) {
+                return result = a, true;
+            }
             return Reassociate(trees, code, a, b, result);
         case Plain::I32Sub:
         case Plain::I64Sub: {
@@ -218,21 +245,29 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
         case Plain::I64Or:
         case Plain::I32Xor:
         case Plain::I64Xor:
-            if (value == 0) return result = a, true;
+            if (value == 0) {
+                return result = a, true;
+            }
             return false;
         case Plain::I32Shl:
         case Plain::I32ShrS:
         case Plain::I32ShrU:
-            if ((value & 31) == 0) return result = a, true;
+            if ((value & 31) == 0) {
+                return result = a, true;
+            }
             return false;
         case Plain::I64Shl:
         case Plain::I64ShrS:
         case Plain::I64ShrU:
-            if ((value & 63) == 0) return result = a, true;
+            if ((value & 63) == 0) {
+                return result = a, true;
+            }
             return false;
         case Plain::I32And:
         case Plain::I64And:
-            if (value == ones) return result = a, true;
+            if (value == ones) {
+                return result = a, true;
+            }
             if (!is64 && trees[a].low >= 0 &&
                 (value & static_cast<u64>(MaskAbove(trees[a].high))) ==
                     static_cast<u64>(MaskAbove(trees[a].high))) {
@@ -241,7 +276,9 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
             return Reassociate(trees, code, a, b, result);
         case Plain::I32Mul:
         case Plain::I64Mul:
-            if (value == 1) return result = a, true;
+            if (value == 1) {
+                return result = a, true;
+            }
             if (std::has_single_bit(value)) {
                 const u64 count = static_cast<u64>(std::countr_zero(value));
                 result = MakePlain(trees, static_cast<u8>(is64 ? Plain::I64Shl : Plain::I32Shl), a,
@@ -250,7 +287,9 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
             }
             return false;
         case Plain::I32Ne:
-            if (value == 0 && trees[a].low >= 0 && trees[a].high <= 1) return result = a, true;
+            if (value == 0 && trees[a].low >= 0 && trees[a].high <= 1) {
+                return result = a, true;
+            }
             return false;
         case Plain::I32Eq:
         case Plain::I64Eq:
@@ -275,8 +314,12 @@ bool Opposite(Plain code, Plain& opposite) {
         {Plain::F32Eq, Plain::F32Ne},   {Plain::F64Eq, Plain::F64Ne},
     };
     for (const auto& pair : kPairs) {
-        if (pair[0] == code) return opposite = pair[1], true;
-        if (pair[1] == code) return opposite = pair[0], true;
+        if (pair[0] == code) {
+            return opposite = pair[1], true;
+        }
+        if (pair[1] == code) {
+            return opposite = pair[0], true;
+        }
     }
     return false;
 }
@@ -288,9 +331,15 @@ NodeId MakeConstant(Trees& trees, ValueType type, u64 bits) {
     node.kind = NodeKind::Constant;
     node.type = type;
     node.value = bits;
-    if (type == ValueType::I32) node.low = node.high = static_cast<i32>(bits);
-    if (type == ValueType::F64) node.isNonNegative = bits >> 63 == 0;
-    if (type == ValueType::F32) node.isNonNegative = bits >> 31 == 0;
+    if (type == ValueType::I32) {
+        node.low = node.high = static_cast<i32>(bits);
+    }
+    if (type == ValueType::F64) {
+        node.isNonNegative = bits >> 63 == 0;
+    }
+    if (type == ValueType::F32) {
+        node.isNonNegative = bits >> 31 == 0;
+    }
     return trees.Add(node);
 }
 
@@ -351,9 +400,13 @@ NodeId MakePlain(Trees& trees, u8 code, NodeId a, NodeId b) {
         FoldBinary(code, trees[a].value, trees[b].value, value)) {
         return MakeConstant(trees, row.result, value);
     }
-    if (IsConstant(trees, a) && IsCommutative(plain)) std::swap(a, b);
+    if (IsConstant(trees, a) && IsCommutative(plain)) {
+        std::swap(a, b);
+    }
     NodeId simpler = 0;
-    if (Simplify(trees, plain, a, b, simpler)) return simpler;
+    if (Simplify(trees, plain, a, b, simpler)) {
+        return simpler;
+    }
     return Add(trees, plain, row.result, a, b);
 }
 
@@ -361,7 +414,9 @@ NodeId MakeSelect(Trees& trees, NodeId condition, NodeId a, NodeId b) {
     if (IsConstant(trees, condition)) {
         const bool first = trees[condition].value != 0;
         // The other one goes, if it does nothing besides.
-        if (!trees[first ? b : a].traps) return first ? a : b;
+        if (!trees[first ? b : a].traps) {
+            return first ? a : b;
+        }
     }
     Node node;
     node.kind = NodeKind::Select;
@@ -388,12 +443,16 @@ NodeId MakeMemorySize(Trees& trees) {
 
 bool ReadsVariable(const Trees& trees, NodeId id, Variable variable) {
     const Node& node = trees[id];
-    if ((node.reads >> (variable % 64) & 1) == 0) return false;
+    if ((node.reads >> (variable % 64) & 1) == 0) {
+        return false;
+    }
     switch (node.kind) {
         case NodeKind::Local: return node.value == variable;
         case NodeKind::Load: return ReadsVariable(trees, node.a, variable);
         case NodeKind::Plain:
-            if (ReadsVariable(trees, node.a, variable)) return true;
+            if (ReadsVariable(trees, node.a, variable)) {
+                return true;
+            }
             return node.b != node.a && ReadsVariable(trees, node.b, variable);
         case NodeKind::Select:
             return ReadsVariable(trees, node.a, variable) ||
@@ -403,7 +462,9 @@ bool ReadsVariable(const Trees& trees, NodeId id, Variable variable) {
 }
 
 bool SameTree(const Trees& trees, NodeId a, NodeId b) {
-    if (a == b) return true;
+    if (a == b) {
+        return true;
+    }
     const Node& left = trees[a];
     const Node& right = trees[b];
     if (left.kind != right.kind || left.code != right.code || left.type != right.type ||
@@ -413,11 +474,14 @@ bool SameTree(const Trees& trees, NodeId a, NodeId b) {
     switch (left.kind) {
         case NodeKind::Load: return SameTree(trees, left.a, right.a);
         case NodeKind::Plain:
-            if (!SameTree(trees, left.a, right.a)) return false;
+            if (!SameTree(trees, left.a, right.a)) {
+                return false;
+            }
             // An operator with one operand names it twice; looking twice on every level would take
             // for ever.
-            if (left.a == left.b || right.a == right.b)
+            if (left.a == left.b || right.a == right.b) {
                 return left.a == left.b && right.a == right.b;
+            }
             return SameTree(trees, left.b, right.b);
         case NodeKind::Select:
             return SameTree(trees, left.a, right.a) && SameTree(trees, left.b, right.b) &&

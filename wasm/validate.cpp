@@ -34,7 +34,9 @@ struct Validator {
     const u8* at = nullptr;  // the instruction
 
     bool Fail(const std::string& text) {
-        if (error.failed) return false;
+        if (error.failed) {
+            return false;
+        }
         error.failed = true;
         const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
         char place[32];
@@ -48,7 +50,9 @@ struct Validator {
 
     void Push(ValueType type) { stack.push_back(type); }
     void PushAll(const TypeList& types) {
-        for (u32 i = 0; i < types.count; ++i) Push(types.items[i]);
+        for (u32 i = 0; i < types.count; ++i) {
+            Push(types.items[i]);
+        }
     }
     bool PopAny(ValueType& type) {
         const Frame& frame = frames.back();
@@ -62,12 +66,16 @@ struct Validator {
     }
     bool Pop(ValueType expected) {
         ValueType type = kAny;
-        if (!PopAny(type)) return false;
+        if (!PopAny(type)) {
+            return false;
+        }
         return type == expected || type == kAny || expected == kAny || Mismatch();
     }
     bool PopAll(const TypeList& types) {
         for (u32 i = types.count; i > 0; --i) {
-            if (!Pop(types.items[i - 1])) return false;
+            if (!Pop(types.items[i - 1])) {
+                return false;
+            }
         }
         return true;
     }
@@ -80,8 +88,12 @@ struct Validator {
     }
     bool Label(TypeList& types) {
         const u32 depth = cursor.Unsigned32();
-        if (!Good()) return false;
-        if (depth >= frames.size()) return Fail("unknown label");
+        if (!Good()) {
+            return false;
+        }
+        if (depth >= frames.size()) {
+            return Fail("unknown label");
+        }
         types = LabelTypes(frames[frames.size() - 1 - depth]);
         return true;
     }
@@ -106,7 +118,9 @@ struct Validator {
 
 bool Validator::ReadType(BlockType& type) {
     const char* const wrong = ReadBlockType(module, cursor, type);
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     return wrong == nullptr || Fail(wrong);
 }
 
@@ -118,97 +132,153 @@ bool Validator::PushFrame(Opcode opcode, const BlockType& type) {
 
 bool Validator::PopFrame(Frame& frame) {
     frame = frames.back();
-    if (!PopAll(frame.type.results)) return false;
-    if (stack.size() != frame.height) return Mismatch();
+    if (!PopAll(frame.type.results)) {
+        return false;
+    }
+    if (stack.size() != frame.height) {
+        return Mismatch();
+    }
     frames.pop_back();
     return true;
 }
 
 bool Validator::BranchTable() {
-    if (!Pop(ValueType::I32)) return false;
+    if (!Pop(ValueType::I32)) {
+        return false;
+    }
     const u32 count = cursor.Unsigned32();
-    if (!Good()) return false;
-    if (count > cursor.Left()) return Fail("unexpected end");
+    if (!Good()) {
+        return false;
+    }
+    if (count > cursor.Left()) {
+        return Fail("unexpected end");
+    }
     // The default comes last, but every label must take what is on the stack.
     std::vector<ValueType> held;
     u32 arity = 0;
     for (u32 i = 0; i <= count; ++i) {
         TypeList types;
-        if (!Label(types)) return false;
-        if (i == 0) arity = types.count;
-        if (types.count != arity) return Mismatch();
+        if (!Label(types)) {
+            return false;
+        }
+        if (i == 0) {
+            arity = types.count;
+        }
+        if (types.count != arity) {
+            return Mismatch();
+        }
         held.clear();
         for (u32 k = types.count; k > 0; --k) {
             ValueType type = kAny;
-            if (!PopAny(type)) return false;
-            if (type != types.items[k - 1] && type != kAny) return Mismatch();
+            if (!PopAny(type)) {
+                return false;
+            }
+            if (type != types.items[k - 1] && type != kAny) {
+                return Mismatch();
+            }
             held.push_back(type);
         }
-        for (u64 k = held.size(); k > 0; --k) Push(held[k - 1]);
+        for (u64 k = held.size(); k > 0; --k) {
+            Push(held[k - 1]);
+        }
     }
     for (u32 k = 0; k < arity; ++k) {
         ValueType type = kAny;
-        if (!PopAny(type)) return false;
+        if (!PopAny(type)) {
+            return false;
+        }
     }
     SetUnreachable();
     return true;
 }
 
 bool Validator::CallType(const FunctionType& type) {
-    if (!PopAll(ListOf(type.parameters))) return false;
+    if (!PopAll(ListOf(type.parameters))) {
+        return false;
+    }
     PushAll(ListOf(type.results));
     return true;
 }
 
 bool Validator::Local(ValueType& type) {
     const u32 number = cursor.Unsigned32();
-    if (!Good()) return false;
-    if (number >= locals.size()) return Fail("unknown local " + std::to_string(number));
+    if (!Good()) {
+        return false;
+    }
+    if (number >= locals.size()) {
+        return Fail("unknown local " + std::to_string(number));
+    }
     type = locals[number];
     return true;
 }
 
 bool Validator::MemoryAccess(const MemoryOperator& row) {
-    if (!NeedMemory()) return false;
+    if (!NeedMemory()) {
+        return false;
+    }
     const u32 alignment = cursor.Unsigned32();
     cursor.Unsigned32();
-    if (!Good()) return false;
-    if (alignment >= 32) return Fail("malformed memop flags");
+    if (!Good()) {
+        return false;
+    }
+    if (alignment >= 32) {
+        return Fail("malformed memop flags");
+    }
     if ((u64{1} << alignment) > row.bytes) {
         return Fail("alignment must not be larger than natural");
     }
-    if (row.isStore) return Pop(row.type) && Pop(ValueType::I32);
-    if (!Pop(ValueType::I32)) return false;
+    if (row.isStore) {
+        return Pop(row.type) && Pop(ValueType::I32);
+    }
+    if (!Pop(ValueType::I32)) {
+        return false;
+    }
     Push(row.type);
     return true;
 }
 
 bool Validator::ZeroByte(const char* what) {
     const u8 byte = cursor.Byte();
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     return byte == 0 || Fail(what);
 }
 
 bool Validator::SelectTyped() {
     const u32 count = cursor.Unsigned32();
     const u8 byte = cursor.Byte();
-    if (!Good()) return false;
-    if (count != 1) return Fail("invalid result arity");
-    if (byte == 0x70 || byte == 0x6F) return Fail("reference types are not supported (select)");
-    if (byte < 0x7C || byte > 0x7F) return Fail("malformed value type");
+    if (!Good()) {
+        return false;
+    }
+    if (count != 1) {
+        return Fail("invalid result arity");
+    }
+    if (byte == 0x70 || byte == 0x6F) {
+        return Fail("reference types are not supported (select)");
+    }
+    if (byte < 0x7C || byte > 0x7F) {
+        return Fail("malformed value type");
+    }
     const auto type = static_cast<ValueType>(byte);
-    if (!Pop(ValueType::I32) || !Pop(type) || !Pop(type)) return false;
+    if (!Pop(ValueType::I32) || !Pop(type) || !Pop(type)) {
+        return false;
+    }
     Push(type);
     return true;
 }
 
 bool Validator::PrefixedOperator() {
     const u32 code = cursor.Unsigned32();
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     const u32 saturating = kFirstSaturating + code;
     if (saturating <= kLastSaturating) {
         const PlainOperator& row = kOperators.plain[saturating];
-        if (!Pop(row.first)) return false;
+        if (!Pop(row.first)) {
+            return false;
+        }
         Push(row.result);
         return true;
     }
@@ -219,17 +289,25 @@ bool Validator::PrefixedOperator() {
         case Prefixed::MemoryInit:
         case Prefixed::DataDrop: {
             const u32 segment = cursor.Unsigned32();
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             const bool isInit = static_cast<Prefixed>(code) == Prefixed::MemoryInit;
-            if (isInit && (!ZeroByte("zero byte expected") || !NeedMemory())) return false;
-            if (!module.hasDataCount) return Fail("data count section required");
+            if (isInit && (!ZeroByte("zero byte expected") || !NeedMemory())) {
+                return false;
+            }
+            if (!module.hasDataCount) {
+                return Fail("data count section required");
+            }
             if (segment >= module.dataCount) {
                 return Fail("unknown data segment " + std::to_string(segment));
             }
             return !isInit || popThree();
         }
         case Prefixed::MemoryCopy:
-            if (!ZeroByte("zero byte expected") || !ZeroByte("zero byte expected")) return false;
+            if (!ZeroByte("zero byte expected") || !ZeroByte("zero byte expected")) {
+                return false;
+            }
             return NeedMemory() && popThree();
         case Prefixed::MemoryFill:
             return ZeroByte("zero byte expected") && NeedMemory() && popThree();
@@ -238,7 +316,9 @@ bool Validator::PrefixedOperator() {
             const u32 segment = cursor.Unsigned32();
             const bool isInit = static_cast<Prefixed>(code) == Prefixed::TableInit;
             const u32 table = isInit ? cursor.Unsigned32() : 0;
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             if (isInit && (table != 0 || !module.hasTable)) {
                 return Fail("unknown table " + std::to_string(table));
             }
@@ -250,28 +330,47 @@ bool Validator::PrefixedOperator() {
         case Prefixed::TableCopy: {
             const u32 to = cursor.Unsigned32();
             const u32 from = cursor.Unsigned32();
-            if (!Good()) return false;
-            if (to != 0 || from != 0 || !module.hasTable) return Fail("unknown table");
+            if (!Good()) {
+                return false;
+            }
+            if (to != 0 || from != 0 || !module.hasTable) {
+                return Fail("unknown table");
+            }
             return popThree();
         }
     }
-    if (code <= 17) return Fail("reference types are not supported (table operator)");
+    if (code <= 17) {
+        return Fail("reference types are not supported (table operator)");
+    }
     return Fail("illegal opcode 0xfc " + std::to_string(code));
 }
 
 // Features that have instructions of their own.
 bool Validator::Unsupported(u8 code) {
-    if (code == 0xFD) return Fail("SIMD is not supported");
-    if (code == 0xFE) return Fail("threads are not supported (atomic operator)");
-    if (code == 0x12 || code == 0x13) return Fail("tail calls are not supported");
-    if (code == 0x14 || code == 0x15) return Fail("typed function references are not supported");
+    if (code == 0xFD) {
+        return Fail("SIMD is not supported");
+    }
+    if (code == 0xFE) {
+        return Fail("threads are not supported (atomic operator)");
+    }
+    if (code == 0x12 || code == 0x13) {
+        return Fail("tail calls are not supported");
+    }
+    if (code == 0x14 || code == 0x15) {
+        return Fail("typed function references are not supported");
+    }
     if ((code >= 0x06 && code <= 0x0A) || code == 0x18 || code == 0x19 || code == 0x1F) {
         return Fail("exceptions are not supported");
     }
-    if (code == 0x25 || code == 0x26)
+    if (code == 0x25 || code == 0x26) {
         return Fail("reference types are not supported (table operator)");
-    if (code >= 0xD0 && code <= 0xD6) return Fail("reference types are not supported");
-    if (code == 0xFB) return Fail("garbage collection is not supported");
+    }
+    if (code >= 0xD0 && code <= 0xD6) {
+        return Fail("reference types are not supported");
+    }
+    if (code == 0xFB) {
+        return Fail("garbage collection is not supported");
+    }
     char text[32];
     std::snprintf(text, sizeof text, "illegal opcode 0x%02x", code);
     return Fail(text);
@@ -287,18 +386,26 @@ bool Validator::Control(u8 code, bool& done) {
         case Opcode::Loop:
         case Opcode::If: {
             BlockType type;
-            if (!ReadType(type)) return false;
-            if (code == static_cast<u8>(Opcode::If) && !Pop(ValueType::I32)) return false;
+            if (!ReadType(type)) {
+                return false;
+            }
+            if (code == static_cast<u8>(Opcode::If) && !Pop(ValueType::I32)) {
+                return false;
+            }
             return PopAll(type.parameters) && PushFrame(static_cast<Opcode>(code), type);
         }
         case Opcode::Else: {
             Frame frame;
-            if (frames.back().opcode != Opcode::If) return Fail("unexpected else");
+            if (frames.back().opcode != Opcode::If) {
+                return Fail("unexpected else");
+            }
             return PopFrame(frame) && PushFrame(Opcode::Else, frame.type);
         }
         case Opcode::End: {
             Frame frame;
-            if (!PopFrame(frame)) return false;
+            if (!PopFrame(frame)) {
+                return false;
+            }
             // Without an else the parameters are the results.
             if (frame.opcode == Opcode::If &&
                 !SameTypes(frame.type.parameters, frame.type.results)) {
@@ -309,24 +416,32 @@ bool Validator::Control(u8 code, bool& done) {
         }
         case Opcode::Br: {
             TypeList types;
-            if (!Label(types) || !PopAll(types)) return false;
+            if (!Label(types) || !PopAll(types)) {
+                return false;
+            }
             SetUnreachable();
             return true;
         }
         case Opcode::BrIf: {
             TypeList types;
-            if (!Label(types) || !Pop(ValueType::I32) || !PopAll(types)) return false;
+            if (!Label(types) || !Pop(ValueType::I32) || !PopAll(types)) {
+                return false;
+            }
             PushAll(types);
             return true;
         }
         case Opcode::BrTable: return BranchTable();
         case Opcode::Return:
-            if (!PopAll(frames.front().type.results)) return false;
+            if (!PopAll(frames.front().type.results)) {
+                return false;
+            }
             SetUnreachable();
             return true;
         case Opcode::Call: {
             const u32 callee = cursor.Unsigned32();
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             if (callee >= module.functions.size()) {
                 return Fail("unknown function " + std::to_string(callee));
             }
@@ -335,11 +450,15 @@ bool Validator::Control(u8 code, bool& done) {
         case Opcode::CallIndirect: {
             const u32 type = cursor.Unsigned32();
             const u32 table = cursor.Unsigned32();
-            if (!Good()) return false;
+            if (!Good()) {
+                return false;
+            }
             if (table != 0 || !module.hasTable) {
                 return Fail("unknown table " + std::to_string(table));
             }
-            if (type >= module.types.size()) return Fail("unknown type " + std::to_string(type));
+            if (type >= module.types.size()) {
+                return Fail("unknown type " + std::to_string(type));
+            }
             return Pop(ValueType::I32) && CallType(module.types[type]);
         }
         default: done = false; return true;
@@ -350,7 +469,9 @@ bool Validator::Variable(u8 code) {
     switch (static_cast<Opcode>(code)) {
         case Opcode::LocalGet: {
             ValueType type = kAny;
-            if (!Local(type)) return false;
+            if (!Local(type)) {
+                return false;
+            }
             Push(type);
             return true;
         }
@@ -360,15 +481,21 @@ bool Validator::Variable(u8 code) {
         }
         case Opcode::LocalTee: {
             ValueType type = kAny;
-            if (!Local(type) || !Pop(type)) return false;
+            if (!Local(type) || !Pop(type)) {
+                return false;
+            }
             Push(type);
             return true;
         }
         default: break;
     }
     const u32 number = cursor.Unsigned32();
-    if (!Good()) return false;
-    if (number >= module.globals.size()) return Fail("unknown global " + std::to_string(number));
+    if (!Good()) {
+        return false;
+    }
+    if (number >= module.globals.size()) {
+        return Fail("unknown global " + std::to_string(number));
+    }
     const Global& global = module.globals[number];
     if (code == static_cast<u8>(Opcode::GlobalGet)) {
         Push(global.type);
@@ -380,22 +507,34 @@ bool Validator::Variable(u8 code) {
 bool Validator::Instruction() {
     at = cursor.at;
     const u8 code = cursor.Byte();
-    if (!Good()) return false;
+    if (!Good()) {
+        return false;
+    }
     bool done = false;
-    if (!Control(code, done)) return false;
-    if (done) return true;
+    if (!Control(code, done)) {
+        return false;
+    }
+    if (done) {
+        return true;
+    }
     if (code >= static_cast<u8>(Opcode::LocalGet) && code <= static_cast<u8>(Opcode::GlobalSet)) {
         return Variable(code);
     }
     const PlainOperator& plain = kOperators.plain[code];
     if (plain.text != nullptr && code < kFirstSaturating) {
-        if (plain.second != ValueType::None && !Pop(plain.second)) return false;
-        if (!Pop(plain.first)) return false;
+        if (plain.second != ValueType::None && !Pop(plain.second)) {
+            return false;
+        }
+        if (!Pop(plain.first)) {
+            return false;
+        }
         Push(plain.result);
         return true;
     }
     const MemoryOperator& memory = kOperators.memory[code];
-    if (memory.text != nullptr) return MemoryAccess(memory);
+    if (memory.text != nullptr) {
+        return MemoryAccess(memory);
+    }
     switch (static_cast<Opcode>(code)) {
         case Opcode::I32Const:
             cursor.Signed32();
@@ -417,19 +556,26 @@ bool Validator::Instruction() {
         case Opcode::Select: {
             ValueType first = kAny;
             ValueType second = kAny;
-            if (!Pop(ValueType::I32) || !PopAny(first) || !PopAny(second)) return false;
-            if (first != second && first != kAny && second != kAny) return Mismatch();
+            if (!Pop(ValueType::I32) || !PopAny(first) || !PopAny(second)) {
+                return false;
+            }
+            if (first != second && first != kAny && second != kAny) {
+                return Mismatch();
+            }
             Push(first == kAny ? second : first);
             return true;
         }
         case Opcode::SelectTyped: return SelectTyped();
         case Opcode::MemorySize:
-            if (!ZeroByte("zero byte expected") || !NeedMemory()) return false;
+            if (!ZeroByte("zero byte expected") || !NeedMemory()) {
+                return false;
+            }
             Push(ValueType::I32);
             return true;
         case Opcode::MemoryGrow:
-            if (!ZeroByte("zero byte expected") || !NeedMemory() || !Pop(ValueType::I32))
+            if (!ZeroByte("zero byte expected") || !NeedMemory() || !Pop(ValueType::I32)) {
                 return false;
+            }
             Push(ValueType::I32);
             return true;
         case Opcode::Prefix: return PrefixedOperator();
@@ -441,15 +587,21 @@ bool Validator::Run() {
     const Function& function = module.functions[index];
     const FunctionType& type = module.types[function.type];
     locals = type.parameters;
-    for (const Locals& run : function.locals) locals.insert(locals.end(), run.count, run.type);
+    for (const Locals& run : function.locals) {
+        locals.insert(locals.end(), run.count, run.type);
+    }
     cursor = {function.body, function.end, nullptr};
     at = cursor.at;
     BlockType whole;
     whole.results = ListOf(type.results);
     frames.push_back({Opcode::Block, whole, 0, false});
     while (!frames.empty()) {
-        if (cursor.AtEnd()) return Fail("END opcode expected");
-        if (!Instruction()) return false;
+        if (cursor.AtEnd()) {
+            return Fail("END opcode expected");
+        }
+        if (!Instruction()) {
+            return false;
+        }
     }
     at = cursor.at;
     return cursor.AtEnd() || Fail("section size mismatch");
@@ -459,7 +611,9 @@ bool Validator::Run() {
 
 bool ValidateFunctions(const Module& module, ModuleError& error) {
     for (u32 i = module.importedFunctions; i < module.functions.size(); ++i) {
-        if (!Validator{module, error, i}.Run()) return false;
+        if (!Validator{module, error, i}.Run()) {
+            return false;
+        }
     }
     return true;
 }

@@ -15,8 +15,12 @@ bool IsEmpty(const ViewRect& rect) {
 }
 
 ViewRect Joined(const ViewRect& a, const ViewRect& b) {
-    if (IsEmpty(a)) return b;
-    if (IsEmpty(b)) return a;
+    if (IsEmpty(a)) {
+        return b;
+    }
+    if (IsEmpty(b)) {
+        return a;
+    }
     const double left = std::min(a.x, b.x);
     const double bottom = std::min(a.y, b.y);
     const double right = std::max(a.x + a.width, b.x + b.width);

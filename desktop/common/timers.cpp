@@ -5,7 +5,9 @@
 namespace moxi {
 
 u64 NextDeadline(u64 due, u64 interval, u64 now) {
-    if (now < due) return due;
+    if (now < due) {
+        return due;
+    }
     return due + ((now - due) / interval + 1) * interval;
 }
 
@@ -24,8 +26,12 @@ void StopTimer(Timers& timers, TimerId timer) {
 static const Timers::Timer* EarliestTimer(const Timers& timers) {
     const Timers::Timer* earliest = nullptr;
     for (const Timers::Timer& each : timers.running) {
-        if (timers.held && each.owner == TimerOwner::Game) continue;
-        if (earliest == nullptr || each.due < earliest->due) earliest = &each;
+        if (timers.held && each.owner == TimerOwner::Game) {
+            continue;
+        }
+        if (earliest == nullptr || each.due < earliest->due) {
+            earliest = &each;
+        }
     }
     return earliest;
 }
@@ -37,30 +43,40 @@ u64 EarliestDeadline(const Timers& timers) {
 
 bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*handler)())) {
     const Timers::Timer* const timer = EarliestTimer(timers);
-    if (timer == nullptr || now < timer->due) return false;
+    if (timer == nullptr || now < timer->due) {
+        return false;
+    }
 
     const TimerId id = timer->id;
     call(timer->handler);
     // The handler may have stopped this timer or started others.
     for (Timers::Timer& each : timers.running) {
-        if (each.id == id) each.due = NextDeadline(each.due, each.interval, clock());
+        if (each.id == id) {
+            each.due = NextDeadline(each.due, each.interval, clock());
+        }
     }
     return true;
 }
 
 void HoldTimers(Timers& timers, u64 now) {
-    if (timers.held) return;
+    if (timers.held) {
+        return;
+    }
     timers.held = true;
     timers.heldSince = now;
 }
 
 void LetTimersGo(Timers& timers, u64 now) {
-    if (!timers.held) return;
+    if (!timers.held) {
+        return;
+    }
     timers.held = false;
     const u64 time = now - timers.heldSince;
     timers.heldBefore += time;
     for (Timers::Timer& each : timers.running) {
-        if (each.owner == TimerOwner::Game) each.due += time;
+        if (each.owner == TimerOwner::Game) {
+            each.due += time;
+        }
     }
 }
 

@@ -60,7 +60,9 @@ void CatchUp() {
 }
 
 void PlayPiece(const std::shared_ptr<const MusicPiece>& piece) {
-    if (!IsRendering()) return;
+    if (!IsRendering()) {
+        return;
+    }
     CatchUp();
     if (piece != nullptr && !audio.synthTried) {
         audio.synthTried = true;
@@ -77,7 +79,9 @@ bool DecodeOrCheck(const std::vector<u8>& file, Sound& sound, std::string& reaso
 }
 
 void SetHeardSound(Sound sound) {
-    if (!IsRendering()) return;
+    if (!IsRendering()) {
+        return;
+    }
     CatchUp();
     SetSound(audio.renderer, nullptr);
     audio.sound = std::move(sound);
@@ -95,13 +99,17 @@ void PlaySound(const std::string& name, const std::vector<u8>& file) {
 }
 
 void SetMuted(bool muted) {
-    if (!IsRendering()) return;
+    if (!IsRendering()) {
+        return;
+    }
     CatchUp();
     audio.renderer.muted = audio.options.mute || muted;
 }
 
 void ChooseVolumes(u32 music, u32 sound) {
-    if (!IsRendering()) return;
+    if (!IsRendering()) {
+        return;
+    }
     CatchUp();
     SetVolumes(audio.renderer, music, sound);
 }
@@ -109,7 +117,9 @@ void ChooseVolumes(u32 music, u32 sound) {
 void ShutDown() {
     if (IsRendering()) {
         CatchUp();
-        if (!CloseWav(audio.writer)) SystemLog(audio.options.renderFile + ": cannot be written");
+        if (!CloseWav(audio.writer)) {
+            SystemLog(audio.options.renderFile + ": cannot be written");
+        }
     }
     DeleteSynth(audio.synth);
     audio = {};
@@ -121,7 +131,9 @@ void StartHeadlessAudio(const AudioOptions& options) {
     audio = {};
     audio.options = options;
     audio.renderer.muted = options.mute || options.muted;
-    if (audio.renderer.muted) audio.renderer.volume = {.target = 0, .now = 0};
+    if (audio.renderer.muted) {
+        audio.renderer.volume = {.target = 0, .now = 0};
+    }
     StartVolumes(audio.renderer, options.musicVolume, options.soundVolume);
     if (!options.renderFile.empty() && !OpenWav(audio.writer, options.renderFile)) {
         SystemLog(options.renderFile + ": cannot be written");

@@ -57,14 +57,20 @@ ViewSize SizeOfView() {
 }
 
 void RequestRedraw(ViewRect rect) {
-    if (IsEmpty(rect)) return;
-    if (IsEmpty(state.redraw)) state.redrawRequestedAt = state.now;
+    if (IsEmpty(rect)) {
+        return;
+    }
+    if (IsEmpty(state.redraw)) {
+        state.redrawRequestedAt = state.now;
+    }
     state.redraw = Joined(state.redraw, rect);
 }
 
 void ServeRedraw() {
     const ViewRect rect = Clipped(std::exchange(state.redraw, {}), SizeOfView());
-    if (!IsEmpty(rect)) desktopEvents.drawRect(rect);
+    if (!IsEmpty(rect)) {
+        desktopEvents.drawRect(rect);
+    }
 }
 
 // --- The window
@@ -75,9 +81,13 @@ void ChangeFrame(WindowFrame frame) {
     const WindowFrame before = state.frame;
     state.frame = frame;
     const bool resized = before.width != frame.width || before.height != frame.height;
-    if (before.x != frame.x || before.y != frame.y) desktopEvents.windowDidMove();
+    if (before.x != frame.x || before.y != frame.y) {
+        desktopEvents.windowDidMove();
+    }
     if (resized) {
-        if (state.shown) RequestRedraw(WholeView(SizeOfView()));
+        if (state.shown) {
+            RequestRedraw(WholeView(SizeOfView()));
+        }
         desktopEvents.viewFrameDidChange();
         desktopEvents.windowDidResize();
     }
@@ -107,7 +117,9 @@ void ToggleFullScreen() {
 }
 
 void SetMiniaturized(bool miniaturized) {
-    if (state.miniaturized == miniaturized) return;
+    if (state.miniaturized == miniaturized) {
+        return;
+    }
     state.miniaturized = miniaturized;
     if (miniaturized) {
         desktopEvents.windowDidMiniaturize();
@@ -117,13 +129,17 @@ void SetMiniaturized(bool miniaturized) {
 }
 
 void Terminate() {
-    if (state.terminated || !desktopEvents.shouldTerminate()) return;
+    if (state.terminated || !desktopEvents.shouldTerminate()) {
+        return;
+    }
     desktopEvents.willTerminate();
     state.terminated = true;
 }
 
 void CloseWindow() {
-    if (!desktopEvents.windowShouldClose()) return;
+    if (!desktopEvents.windowShouldClose()) {
+        return;
+    }
     desktopEvents.windowWillClose();
     // The end of the application that follows asks once more; with the window gone, the answer
     // cannot keep the program alive.
@@ -202,10 +218,14 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::Minimize: SetMiniaturized(true); break;
         case ScriptEventKind::Restore: SetMiniaturized(false); break;
         case ScriptEventKind::FullScreenOn:
-            if (!state.fullScreen) ToggleFullScreen();
+            if (!state.fullScreen) {
+                ToggleFullScreen();
+            }
             break;
         case ScriptEventKind::FullScreenOff:
-            if (state.fullScreen) ToggleFullScreen();
+            if (state.fullScreen) {
+                ToggleFullScreen();
+            }
             break;
         case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
         case ScriptEventKind::Deactivate: desktopEvents.didResignActive(); break;
@@ -253,7 +273,9 @@ bool PlayDueEvent(u64 limit) {
 }
 
 bool RunQueuedWork() {
-    if (state.mainQueue.empty() || state.mainQueue.front().queuedAt > state.end) return false;
+    if (state.mainQueue.empty() || state.mainQueue.front().queuedAt > state.end) {
+        return false;
+    }
     const QueuedWork work = state.mainQueue.front();
     state.mainQueue.pop_front();
     work.work();
@@ -261,7 +283,9 @@ bool RunQueuedWork() {
 }
 
 bool ServeDueRedraw() {
-    if (IsEmpty(state.redraw) || state.redrawRequestedAt > state.end) return false;
+    if (IsEmpty(state.redraw) || state.redrawRequestedAt > state.end) {
+        return false;
+    }
     ServeRedraw();
     return true;
 }
@@ -274,9 +298,13 @@ bool FireTimer(u64 limit) {
 // Passes time up to the next event or timer; false when none is left before the end.
 bool JumpToNext() {
     u64 next = kNever;
-    if (state.nextEvent < state.options.script.size()) next = EventTime(state.nextEvent);
+    if (state.nextEvent < state.options.script.size()) {
+        next = EventTime(state.nextEvent);
+    }
     next = std::min(next, EarliestDeadline(state.timers));
-    if (next > state.end) return false;
+    if (next > state.end) {
+        return false;
+    }
     state.now = std::max(state.now, next);
     return true;
 }
@@ -284,7 +312,9 @@ bool JumpToNext() {
 // A termination signal is answered as the menu's quit item is, between two steps.
 bool AnswerQuitRequest() {
     QuitRequest made = QuitRequest::Made;
-    if (!quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) return false;
+    if (!quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) {
+        return false;
+    }
     Terminate();
     NoteQuitAnswer();
     return true;
@@ -293,17 +323,23 @@ bool AnswerQuitRequest() {
 void RunEventLoop() {
     desktopEvents.didFinishLaunching();
     while (!state.terminated) {
-        if (AnswerQuitRequest()) continue;
+        if (AnswerQuitRequest()) {
+            continue;
+        }
         // What was due at or before the end still happens, also when the module's own waiting
         // has carried the time beyond it.
         const u64 limit = std::min(state.now, state.end);
         if (PlayDueEvent(limit) || RunQueuedWork() || ServeDueRedraw() || FireTimer(limit)) {
             continue;
         }
-        if (!JumpToNext()) break;
+        if (!JumpToNext()) {
+            break;
+        }
     }
     // A run that nothing has ended before lasts to its end.
-    if (!state.terminated) state.now = std::max(state.now, state.end);
+    if (!state.terminated) {
+        state.now = std::max(state.now, state.end);
+    }
 }
 
 // --- Time

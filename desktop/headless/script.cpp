@@ -25,9 +25,15 @@ bool IsBlank(char c) {
 }
 
 int HexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
     return -1;
 }
 
@@ -45,14 +51,18 @@ class LineReader {
     bool AtEnd() const { return rest.empty(); }
 
     std::string_view Word(const char* what) {
-        if (rest.empty()) throw LineError{std::string(what) + " is missing"};
+        if (rest.empty()) {
+            throw LineError{std::string(what) + " is missing"};
+        }
         return Take(Peek().size());
     }
 
     // The word that comes next, "" at the end.
     std::string_view Peek() const {
         size_t length = 0;
-        while (length < rest.size() && !IsBlank(rest[length])) ++length;
+        while (length < rest.size() && !IsBlank(rest[length])) {
+            ++length;
+        }
         return rest.substr(0, length);
     }
 
@@ -103,7 +113,9 @@ class LineReader {
     }
 
     std::string Text(const char* what) {
-        if (rest.empty()) throw LineError{std::string(what) + " is missing"};
+        if (rest.empty()) {
+            throw LineError{std::string(what) + " is missing"};
+        }
         if (rest.front() != '"') {
             throw LineError{std::string(what) + " is not in double quotes"};
         }
@@ -116,7 +128,9 @@ class LineReader {
                 text += rest[i++];
             }
         }
-        if (i >= rest.size()) throw LineError{std::string(what) + " lacks its closing quote"};
+        if (i >= rest.size()) {
+            throw LineError{std::string(what) + " lacks its closing quote"};
+        }
         if (i + 1 < rest.size() && !IsBlank(rest[i + 1])) {
             throw LineError{"unexpected characters after the closing quote"};
         }
@@ -127,7 +141,9 @@ class LineReader {
     std::string File() {
         if (!rest.empty() && rest.front() == '"') {
             std::string name = Text("the file name");
-            if (name.empty()) throw LineError{"the file name is empty"};
+            if (name.empty()) {
+                throw LineError{"the file name is empty"};
+            }
             return name;
         }
         return std::string(Word("the file name"));
@@ -137,7 +153,9 @@ class LineReader {
     std::string_view rest;
 
     void SkipBlanks() {
-        while (!rest.empty() && IsBlank(rest.front())) rest.remove_prefix(1);
+        while (!rest.empty() && IsBlank(rest.front())) {
+            rest.remove_prefix(1);
+        }
     }
 
     std::string_view Take(size_t length) {
@@ -169,8 +187,12 @@ class LineReader {
         const int high = i < rest.size() ? HexDigit(rest[i]) : -1;
         const int low = i + 1 < rest.size() ? HexDigit(rest[i + 1]) : -1;
         i += 2;
-        if (high < 0 || low < 0) throw LineError{"\\x needs two hexadecimal digits"};
-        if (high == 0 && low == 0) throw LineError{"a text cannot hold \\x00"};
+        if (high < 0 || low < 0) {
+            throw LineError{"\\x needs two hexadecimal digits"};
+        }
+        if (high == 0 && low == 0) {
+            throw LineError{"a text cannot hold \\x00"};
+        }
         return static_cast<char>(high * 16 + low);
     }
 };
@@ -216,7 +238,9 @@ void ReadFullScreen(LineReader& line, ScriptEvent& event) {
 void ReadPadButton(LineReader& line, ScriptEvent& event) {
     const std::string_view name = line.Word("the button");
     const auto button = PadButtonNamed(name);
-    if (!button) throw LineError{"unknown button: " + std::string(name)};
+    if (!button) {
+        throw LineError{"unknown button: " + std::string(name)};
+    }
     event.padButton = *button;
     const std::string_view word = line.Word("down or up");
     if (word != "down" && word != "up") {
@@ -228,11 +252,15 @@ void ReadPadButton(LineReader& line, ScriptEvent& event) {
 void ReadPadAxis(LineReader& line, ScriptEvent& event) {
     const std::string_view name = line.Word("the axis");
     const auto axis = PadAxisNamed(name);
-    if (!axis) throw LineError{"unknown axis: " + std::string(name)};
+    if (!axis) {
+        throw LineError{"unknown axis: " + std::string(name)};
+    }
     event.padAxis = *axis;
     const std::string value(line.Peek());
     event.deltas[0] = line.Decimal("the value");
-    if (std::abs(event.deltas[0]) > 1) throw LineError{"the value is not -1 to 1: " + value};
+    if (std::abs(event.deltas[0]) > 1) {
+        throw LineError{"the value is not -1 to 1: " + value};
+    }
 }
 
 void ReadArguments(LineReader& line, ScriptEvent& event) {
@@ -336,19 +364,27 @@ ScriptEvent ParseLine(std::string_view text) {
     event.milliseconds = static_cast<u64>(line.Integer("the time", 0, kLatestTime));
     const std::string_view name = line.Word("the event");
     for (const EventName& known : kEventNames) {
-        if (known.name != name) continue;
+        if (known.name != name) {
+            continue;
+        }
         event.kind = known.kind;
         ReadArguments(line, event);
-        if (!line.AtEnd()) throw LineError{"too many arguments for " + std::string(name)};
+        if (!line.AtEnd()) {
+            throw LineError{"too many arguments for " + std::string(name)};
+        }
         return event;
     }
     throw LineError{"unknown event: " + std::string(name)};
 }
 
 bool IsSkipped(std::string_view line) {
-    if (!line.empty() && line.front() == '#') return true;
+    if (!line.empty() && line.front() == '#') {
+        return true;
+    }
     for (const char c : line) {
-        if (!IsBlank(c)) return false;
+        if (!IsBlank(c)) {
+            return false;
+        }
     }
     return true;
 }
@@ -364,12 +400,20 @@ std::string ParseScript(const std::string& text, std::vector<ScriptEvent>& event
         std::string_view line = std::string_view(text).substr(start, end - start);
         start = end + 1;
         ++number;
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        if (IsSkipped(line)) continue;
+        if (!line.empty() && line.back() == '\r') {
+            line.remove_suffix(1);
+        }
+        if (IsSkipped(line)) {
+            continue;
+        }
         try {
-            if (line.find('\0') != std::string_view::npos) throw LineError{"a NUL in the line"};
+            if (line.find('\0') != std::string_view::npos) {
+                throw LineError{"a NUL in the line"};
+            }
             ScriptEvent event = ParseLine(line);
-            if (event.milliseconds < latest) throw LineError{"the time goes backwards"};
+            if (event.milliseconds < latest) {
+                throw LineError{"the time goes backwards"};
+            }
             latest = event.milliseconds;
             events.push_back(std::move(event));
         } catch (const LineError& error) {

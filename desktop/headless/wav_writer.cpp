@@ -40,14 +40,18 @@ bool WriteHeader(const WavWriter& writer) {
 
 bool OpenWav(WavWriter& writer, const std::string& path) {
     writer = {.file = outputFiles.open(path)};
-    if (writer.file == nullptr) return false;
+    if (writer.file == nullptr) {
+        return false;
+    }
     writer.failed = !WriteHeader(writer);
     return true;
 }
 
 void WriteWav(WavWriter& writer, const i16* samples, u32 frames) {
     const u64 bytes = std::min(u64{frames} * kFrameSize, kMostBytes - writer.bytes);
-    if (std::fwrite(samples, 1, bytes, writer.file) != bytes) writer.failed = true;
+    if (std::fwrite(samples, 1, bytes, writer.file) != bytes) {
+        writer.failed = true;
+    }
     writer.bytes += bytes;
 }
 

@@ -44,7 +44,9 @@ bool IsShort(const TextFont& font, std::string_view text, double width) {
 
 TextFit FitText(TextFont& font, std::string_view text, double width) {
     if (IsShort(font, text, width)) {
-        if (FindLabel(font, text, false).width <= width) return {true, 0};
+        if (FindLabel(font, text, false).width <= width) {
+            return {true, 0};
+        }
     }
     Kept& slot = SlotOf(font, text, width);
     std::size_t overflow = slot.overflow;
@@ -57,12 +59,16 @@ TextFit FitText(TextFont& font, std::string_view text, double width) {
                     std::string(text.substr(0, CharacterEnd(text, overflow)))};
         }
     }
-    if (overflow == std::string_view::npos) return {true, 0};
+    if (overflow == std::string_view::npos) {
+        return {true, 0};
+    }
     return {false, overflow};
 }
 
 void ForgetFits() {
-    for (Kept& one : kept) one = {};
+    for (Kept& one : kept) {
+        one = {};
+    }
 }
 
 }  // namespace moxi

@@ -95,7 +95,9 @@ enum class Kind : u8 { Outline, Colours, Other };
 // when FreeType has neither an outline nor coloured ones.
 Kind DrawWithFreeType(const GlyphPictures& pictures, u32 glyph, i32 phase, GlyphPicture& picture) {
     FT_Face const face = cairo_ft_scaled_font_lock_face(pictures.scaled);
-    if (face == nullptr) return Kind::Other;
+    if (face == nullptr) {
+        return Kind::Other;
+    }
     Kind kind = Kind::Other;
     const FT_Int32 plain = FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP;
     FT_GlyphSlot const slot = face->glyph;
@@ -106,7 +108,9 @@ Kind DrawWithFreeType(const GlyphPictures& pictures, u32 glyph, i32 phase, Glyph
         TakeColours(slot, picture);
         kind = Kind::Colours;
     } else if (FT_Load_Glyph(face, glyph, plain) == 0 && slot->format == FT_GLYPH_FORMAT_OUTLINE) {
-        if (pictures.thickened) FT_GlyphSlot_Embolden(slot);
+        if (pictures.thickened) {
+            FT_GlyphSlot_Embolden(slot);
+        }
         FT_Outline_Translate(&slot->outline, FT_Pos{phase} * kFtPixel / kGlyphPhases, 0);
         FillOutline(slot, picture);
         kind = Kind::Outline;
@@ -122,7 +126,9 @@ bool SetBoxOfInk(const GlyphPictures& pictures, u32 glyph, GlyphPicture& picture
     constexpr double kPixel = PANGO_SCALE;
     PangoRectangle ink;
     pango_font_get_glyph_extents(pictures.font, glyph, &ink, nullptr);
-    if (ink.width <= 0 || ink.height <= 0) return false;
+    if (ink.width <= 0 || ink.height <= 0) {
+        return false;
+    }
     return SetBox(picture, static_cast<i32>(std::floor(ink.x / kPixel)) - 1,
                   static_cast<i32>(std::floor(ink.y / kPixel)) - 1,
                   static_cast<i32>(std::ceil((ink.x + ink.width) / kPixel)) + 1,
@@ -130,7 +136,9 @@ bool SetBoxOfInk(const GlyphPictures& pictures, u32 glyph, GlyphPicture& picture
 }
 
 void DrawWithPango(const GlyphPictures& pictures, u32 glyph, GlyphPicture& picture) {
-    if (pictures.font == nullptr || !SetBoxOfInk(pictures, glyph, picture)) return;
+    if (pictures.font == nullptr || !SetBoxOfInk(pictures, glyph, picture)) {
+        return;
+    }
     cairo_surface_t* const surface =
         cairo_image_surface_create(CAIRO_FORMAT_ARGB32, picture.width, picture.height);
     cairo_t* const cairo = cairo_create(surface);
@@ -159,20 +167,30 @@ void DrawWithPango(const GlyphPictures& pictures, u32 glyph, GlyphPicture& pictu
 
 // Null when the glyph has to stand at a whole pixel.
 const GlyphPicture* OutlineAt(GlyphPictures& pictures, u32 glyph, i32 phase) {
-    if (!pictures.outlines || (glyph & PANGO_GLYPH_UNKNOWN_FLAG) != 0) return nullptr;
-    if (glyph >= pictures.byGlyph.size()) pictures.byGlyph.resize(std::size_t{glyph} + 1);
+    if (!pictures.outlines || (glyph & PANGO_GLYPH_UNKNOWN_FLAG) != 0) {
+        return nullptr;
+    }
+    if (glyph >= pictures.byGlyph.size()) {
+        pictures.byGlyph.resize(std::size_t{glyph} + 1);
+    }
     auto& phases = pictures.byGlyph[glyph];
     if (phases != nullptr && (*phases)[static_cast<u32>(phase)].drawn) {
         return &(*phases)[static_cast<u32>(phase)];
     }
-    if (pictures.atWholePixels.contains(glyph)) return nullptr;
+    if (pictures.atWholePixels.contains(glyph)) {
+        return nullptr;
+    }
     GlyphPicture picture;
     picture.drawn = true;
     if (DrawWithFreeType(pictures, glyph, phase, picture) != Kind::Outline) {
-        if (picture.width > 0) pictures.atWholePixels.emplace(glyph, std::move(picture));
+        if (picture.width > 0) {
+            pictures.atWholePixels.emplace(glyph, std::move(picture));
+        }
         return nullptr;
     }
-    if (phases == nullptr) phases = std::make_unique<std::array<GlyphPicture, kGlyphPhases>>();
+    if (phases == nullptr) {
+        phases = std::make_unique<std::array<GlyphPicture, kGlyphPhases>>();
+    }
     return &((*phases)[static_cast<u32>(phase)] = std::move(picture));
 }
 
@@ -255,15 +273,23 @@ void StartGlyphPictures(GlyphPictures& pictures, PangoFont* font) {
 }
 
 void EndGlyphPictures(GlyphPictures& pictures) {
-    if (pictures.scaled == nullptr && pictures.font == nullptr) return;
+    if (pictures.scaled == nullptr && pictures.font == nullptr) {
+        return;
+    }
     std::erase(allPictures, &pictures);
     const auto forget = [](const GlyphPicture& one) { allBytes -= one.coverage.size(); };
     for (const auto& phases : pictures.byGlyph) {
-        if (phases != nullptr) std::for_each(phases->begin(), phases->end(), forget);
+        if (phases != nullptr) {
+            std::for_each(phases->begin(), phases->end(), forget);
+        }
     }
-    for (const auto& [glyph, picture] : pictures.atWholePixels) forget(picture);
+    for (const auto& [glyph, picture] : pictures.atWholePixels) {
+        forget(picture);
+    }
     cairo_scaled_font_destroy(pictures.scaled);
-    if (pictures.font != nullptr) g_object_unref(pictures.font);
+    if (pictures.font != nullptr) {
+        g_object_unref(pictures.font);
+    }
     pictures = {};
 }
 
@@ -280,7 +306,9 @@ PlacedGlyph PlaceGlyph(GlyphPictures& pictures, u32 glyph, i64 x, i64 y) {
 }
 
 void TrimGlyphPictures() {
-    if (allBytes <= kMostBytes) return;
+    if (allBytes <= kMostBytes) {
+        return;
+    }
     allBytes = 0;
     for (GlyphPictures* const pictures : allPictures) {
         pictures->byGlyph.clear();
@@ -295,7 +323,9 @@ TextPicture AddGlyphs(const std::vector<PlacedGlyph>& glyphs, i32 columns, i32 r
     i32 top = rows;
     i32 bottom = -rows;
     for (const PlacedGlyph& glyph : glyphs) {
-        if (glyph.picture->width == 0) continue;
+        if (glyph.picture->width == 0) {
+            continue;
+        }
         const i32 glyphRight = glyph.left + glyph.picture->width;
         const i32 glyphBottom = glyph.top + glyph.picture->height;
         if (glyph.left >= columns || glyphRight <= 0 || glyph.top >= rows || glyphBottom <= -rows) {
@@ -310,11 +340,15 @@ TextPicture AddGlyphs(const std::vector<PlacedGlyph>& glyphs, i32 columns, i32 r
     right = std::min(right, columns);
     top = std::max(top, -rows);
     bottom = std::min(bottom, rows);
-    if (left >= right || top >= bottom) return {};
+    if (left >= right || top >= bottom) {
+        return {};
+    }
     const TextPicture picture = {
         nullptr, static_cast<std::size_t>(right - left), left, top, right - left, bottom - top};
     bytes.assign(picture.stride * static_cast<std::size_t>(picture.height) + kGlyphBlock, 0);
-    for (const PlacedGlyph& glyph : glyphs) AddGlyph(glyph, picture, bytes);
+    for (const PlacedGlyph& glyph : glyphs) {
+        AddGlyph(glyph, picture, bytes);
+    }
     return picture;
 }
 

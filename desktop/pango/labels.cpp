@@ -57,7 +57,9 @@ void DropOldest() {
 
 i64 MeasureText(TextFont& font, std::string_view text) {
     const SimpleScript script = ScriptOfText(font, text);
-    if (script != SimpleScript::None) return SimpleWidth(font, text, script);
+    if (script != SimpleScript::None) {
+        return SimpleWidth(font, text, script);
+    }
     i64 width = 0;
     return MeasureRuns(font, text, width) ? width : MeasureLayout(font, text);
 }
@@ -81,7 +83,9 @@ TextPicture DrawSimple(TextFont& font, std::string_view text, SimpleScript scrip
 void AddUnderline(const TextFont& font, double width, i32 columns, TextPicture& picture,
                   std::vector<u8>& bytes) {
     const i32 lineRight = std::min(columns, static_cast<i32>(std::lround(std::min(width, 1e9))));
-    if (lineRight <= 0) return;
+    if (lineRight <= 0) {
+        return;
+    }
     const i32 lineTop = font.underlineTop;
     const i32 lineBottom = lineTop + font.underlineRows;
     const bool empty = picture.width == 0;
@@ -118,7 +122,9 @@ Label& FindLabel(TextFont& font, std::string_view text, bool underline) {
             Measure(font, text, longLabel.label);
         }
         // Its width is the same with an underline.
-        if (longLabel.underline != underline) longLabel.label.drawn = false;
+        if (longLabel.underline != underline) {
+            longLabel.label.drawn = false;
+        }
         longLabel.underline = underline;
         return longLabel.label;
     }
@@ -126,7 +132,9 @@ Label& FindLabel(TextFont& font, std::string_view text, bool underline) {
         labels.splice(labels.begin(), labels, found->second);
         return found->second->label;
     }
-    while (labels.size() >= kMostLabels || keptBytes > kMostBytes) DropOldest();
+    while (labels.size() >= kMostLabels || keptBytes > kMostBytes) {
+        DropOldest();
+    }
     labels.push_front({font.id, underline, std::string(text), {}});
     Measure(font, text, labels.front().label);
     byKey.emplace(labels.front().GetKey(), labels.begin());
@@ -140,18 +148,24 @@ void DrawLabel(TextFont& font, std::string_view text, bool underline, i32 column
         return;
     }
     const bool kept = &label != &longLabel.label;
-    if (kept) keptBytes -= label.bytes.size();
+    if (kept) {
+        keptBytes -= label.bytes.size();
+    }
     label.bytes.clear();
     TrimGlyphPictures();
     const SimpleScript script = ScriptOfText(font, text);
     label.picture = script == SimpleScript::None
                         ? DrawLayout(font, text, columns, label.bytes)
                         : DrawSimple(font, text, script, columns, label.bytes);
-    if (underline) AddUnderline(font, label.width, columns, label.picture, label.bytes);
+    if (underline) {
+        AddUnderline(font, label.width, columns, label.picture, label.bytes);
+    }
     label.picture.coverage = label.bytes.empty() ? nullptr : label.bytes.data();
     label.columns = columns;
     label.drawn = label.bytes.size() <= kLargestPicture;
-    if (kept) keptBytes += label.bytes.size();
+    if (kept) {
+        keptBytes += label.bytes.size();
+    }
 }
 
 void ForgetLabels() {

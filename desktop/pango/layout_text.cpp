@@ -25,7 +25,9 @@ constexpr std::size_t kLongestEnd = 256;
 // The byte at which the first `count` characters end.
 std::size_t PrefixEnd(std::string_view text, std::size_t count) {
     std::size_t end = 0;
-    while (count-- > 0 && end < text.size()) end = CharacterEnd(text, end);
+    while (count-- > 0 && end < text.size()) {
+        end = CharacterEnd(text, end);
+    }
     return end;
 }
 
@@ -37,7 +39,9 @@ void ForEachPart(const TextFont& font, std::string_view text, PangoDirection dir
         const std::string_view part = FirstPart(text);
         LineOfRuns line;
         SetRuns(font, part, direction, start, line);
-        if (!take(line, start)) return;
+        if (!take(line, start)) {
+            return;
+        }
         start += line.width;
         text.remove_prefix(part.size());
     }
@@ -98,7 +102,9 @@ void AddWidths(const LineRun& run, const std::string& text, std::vector<int>& wi
     glyphs.item = &item;
     glyphs.glyphs = run.glyphs;
     pango_glyph_item_get_logical_widths(&glyphs, text.data(), widths.data());
-    for (const int width : widths) before.push_back(before.back() + width);
+    for (const int width : widths) {
+        before.push_back(before.back() + width);
+    }
 }
 
 Piece SetPiece(const TextFont& font, std::string_view text, PangoDirection direction) {
@@ -109,7 +115,9 @@ Piece SetPiece(const TextFont& font, std::string_view text, PangoDirection direc
     piece.bytes.push_back(text.size());
     std::vector<int> widths;
     ForEachPart(font, text, direction, 0, [&](const LineOfRuns& line, i64) {
-        for (const LineRun& run : line.runs) AddWidths(run, line.text, widths, piece.before);
+        for (const LineRun& run : line.runs) {
+            AddWidths(run, line.text, widths, piece.before);
+        }
         return true;
     });
     piece.before.resize(piece.bytes.size(), piece.before.back());
@@ -119,9 +127,13 @@ Piece SetPiece(const TextFont& font, std::string_view text, PangoDirection direc
 // Where the end of a prefix can be set anew without what stands before it: behind a space, else
 // before any character.
 std::size_t StartOfEnd(const Piece& piece, std::size_t count) {
-    if (count <= kLongestEnd) return 0;
+    if (count <= kLongestEnd) {
+        return 0;
+    }
     for (std::size_t i = count - kShortestEnd; i > count - kLongestEnd; --i) {
-        if (piece.text[piece.bytes[i] - 1] == ' ') return i;
+        if (piece.text[piece.bytes[i] - 1] == ' ') {
+            return i;
+        }
     }
     return count - kLongestEnd;
 }
@@ -141,11 +153,15 @@ std::size_t FindOverflow(const TextFont& font, const Piece& piece, double limit)
     int measured = 0;
     for (std::size_t i = 0; i < piece.Characters(); ++i) {
         const double rough = static_cast<double>(piece.before[i + 1]);
-        if (rough <= limit - margin) continue;
+        if (rough <= limit - margin) {
+            continue;
+        }
         const bool over = measured++ < kMeasuredPrefixes
                               ? static_cast<double>(PrefixWidth(font, piece, i + 1)) > limit
                               : rough > limit;
-        if (over) return piece.bytes[i];
+        if (over) {
+            return piece.bytes[i];
+        }
     }
     return std::string_view::npos;
 }
@@ -160,7 +176,9 @@ void PlaceRuns(TextFont& font, const LineOfRuns& line, i64 x, i32 columns,
         const i64 end = x + run->width;
         if (run->glyphs != nullptr && end >= -reach && x <= right) {
             const auto [place, isNew] = font.others.try_emplace(run->item.analysis.font);
-            if (isNew) StartGlyphPictures(place->second, run->item.analysis.font);
+            if (isNew) {
+                StartGlyphPictures(place->second, run->item.analysis.font);
+            }
             for (int i = 0; i < run->glyphs->num_glyphs; ++i) {
                 const PangoGlyphInfo& glyph = run->glyphs->glyphs[i];
                 if (glyph.glyph != PANGO_GLYPH_EMPTY && x >= -reach && x <= right) {
@@ -190,10 +208,14 @@ std::size_t FindLayoutOverflow(const TextFont& font, std::string_view text, doub
         const bool all = start.size() == text.size();
         const Piece piece = SetPiece(font, start, LineDirection(start));
         const double pieceWidth = static_cast<double>(piece.Width());
-        if (all && pieceWidth <= limit) return std::string_view::npos;
+        if (all && pieceWidth <= limit) {
+            return std::string_view::npos;
+        }
         if (all || pieceWidth > limit + kMargin * font.size * PANGO_SCALE) {
             const std::size_t overflow = FindOverflow(font, piece, limit);
-            if (all || overflow != std::string_view::npos) return overflow;
+            if (all || overflow != std::string_view::npos) {
+                return overflow;
+            }
         }
     }
 }

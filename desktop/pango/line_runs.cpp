@@ -40,7 +40,9 @@ void AppendOneLine(std::string_view text, std::string& line) {
 
 i64 WidthOf(const PangoGlyphString* glyphs) {
     i64 width = 0;
-    for (int i = 0; i < glyphs->num_glyphs; ++i) width += glyphs->glyphs[i].geometry.width;
+    for (int i = 0; i < glyphs->num_glyphs; ++i) {
+        width += glyphs->glyphs[i].geometry.width;
+    }
     return width;
 }
 
@@ -69,7 +71,9 @@ struct Setter {
     // An item in pieces of which none has too many marks.
     void AddItem(const PangoItem& item) {
         const char* const text = into.text.data();
-        if (text[item.offset] == '\t') return AddTab(item);
+        if (text[item.offset] == '\t') {
+            return AddTab(item);
+        }
         PangoItem piece = item;
         piece.length = piece.num_chars = 0;
         int marks = 0;
@@ -95,7 +99,9 @@ struct Setter {
 
 LineOfRuns::~LineOfRuns() {
     for (const LineRun& run : runs) {
-        if (run.glyphs != nullptr) pango_glyph_string_free(run.glyphs);
+        if (run.glyphs != nullptr) {
+            pango_glyph_string_free(run.glyphs);
+        }
     }
     g_list_free_full(items, reinterpret_cast<GDestroyNotify>(pango_item_free));
 }
@@ -150,7 +156,9 @@ std::vector<const LineRun*> VisualOrder(const LineOfRuns& line) {
 }
 
 std::string_view FirstPart(std::string_view text) {
-    if (text.size() <= kLongestPart) return text;
+    if (text.size() <= kLongestPart) {
+        return text;
+    }
     // Behind a space; else, as a mark belongs to its letter, before a character that is none.
     const std::size_t space = text.substr(0, kLongestPart).find_last_of(" \t");
     if (space != std::string_view::npos && space > kLongestPart - kPartsEnd) {
@@ -158,7 +166,9 @@ std::string_view FirstPart(std::string_view text) {
     }
     const char* at = text.data() + CharacterStart(text, kLongestPart);
     const char* const end = text.data() + std::min(text.size(), kMostMarksInPart);
-    while (at < end && g_unichar_ismark(g_utf8_get_char(at)) != FALSE) at = g_utf8_next_char(at);
+    while (at < end && g_unichar_ismark(g_utf8_get_char(at)) != FALSE) {
+        at = g_utf8_next_char(at);
+    }
     return text.substr(0, static_cast<std::size_t>(at - text.data()));
 }
 

@@ -78,7 +78,9 @@ std::vector<u32> CoveredGlyphs(const Table& table, u32 at) {
         }
         const u32 range = at + 4 + 6 * i;
         for (u32 glyph = table.U16(range); glyph <= table.U16(range + 2); ++glyph) {
-            if (glyphs.size() <= 0xFFFF) glyphs.push_back(glyph);
+            if (glyphs.size() <= 0xFFFF) {
+                glyphs.push_back(glyph);
+            }
         }
     }
     return glyphs;
@@ -91,7 +93,9 @@ struct Reader {
     // False when the face cannot be used by pairs.
     bool Read(hb_shape_plan_t* plan) {
         for (const char* tag : {"morx", "mort", "kerx", "kern", "trak"}) {
-            if (!Table(face, hb_tag_from_string(tag, 4)).Empty()) return false;
+            if (!Table(face, hb_tag_from_string(tag, 4)).Empty()) {
+                return false;
+            }
         }
         return FindGlyphs() && ReadPositions(plan) && ReadSubstitutions(plan);
     }
@@ -133,7 +137,9 @@ struct Reader {
         const Table table(face, HB_OT_TAG_GPOS);
         const Set lookups = AppliedLookups(plan, HB_OT_TAG_GPOS);
         for (u32 lookup = HB_SET_VALUE_INVALID; hb_set_next(lookups.get(), &lookup);) {
-            if ((table.U16(LookupAt(table, lookup) + 2) & kSkipsLetters) != 0) return false;
+            if ((table.U16(LookupAt(table, lookup) + 2) & kSkipsLetters) != 0) {
+                return false;
+            }
             for (const Subtable& part : Subtables(table, lookup, 9)) {
                 const bool pair = part.type == kPairLookup &&
                                   (table.U16(part.at + 4) & ~kOnlyAdvance) == 0 &&
@@ -141,7 +147,9 @@ struct Reader {
                 const bool mark =
                     (part.type == kMarkToBaseLookup || part.type == kMarkToMarkLookup) &&
                     !CoversPlain(CoveredGlyphs(table, part.at + table.U16(part.at + 2)));
-                if (!pair && !mark) return false;
+                if (!pair && !mark) {
+                    return false;
+                }
             }
         }
         return true;
@@ -158,10 +166,14 @@ struct Reader {
         const Table table(face, HB_OT_TAG_GSUB);
         const Set lookups = AppliedLookups(plan, HB_OT_TAG_GSUB);
         for (u32 lookup = HB_SET_VALUE_INVALID; hb_set_next(lookups.get(), &lookup);) {
-            if ((table.U16(LookupAt(table, lookup) + 2) & kSkipsLetters) != 0) return false;
+            if ((table.U16(LookupAt(table, lookup) + 2) & kSkipsLetters) != 0) {
+                return false;
+            }
             for (const Subtable& part : Subtables(table, lookup, 7)) {
                 if (part.type != kLigatureLookup) {
-                    if (TouchesPlain(lookup)) return false;
+                    if (TouchesPlain(lookup)) {
+                        return false;
+                    }
                 } else if (!ReadLigatures(table, part.at)) {
                     return false;
                 }
@@ -189,7 +201,9 @@ struct Reader {
             for (u32 j = 0; j < table.U16(set); ++j) {
                 const u32 ligature = set + table.U16(set + 2 + 2 * j);
                 const u32 parts = table.U16(ligature + 2);
-                if (parts < 2) return false;
+                if (parts < 2) {
+                    return false;
+                }
                 u32 last = firsts[i];
                 for (u32 k = 1; k < parts; ++k) {
                     const u32 next = table.U16(ligature + 2 + 2 * k);
@@ -203,9 +217,13 @@ struct Reader {
 
     void Join(u32 first, u32 second) {
         for (u32 a = 0; a < kPlainCharacters; ++a) {
-            if (rules.glyphs[a] != first) continue;
+            if (rules.glyphs[a] != first) {
+                continue;
+            }
             for (u32 b = 0; b < kPlainCharacters; ++b) {
-                if (rules.glyphs[b] == second) rules.joined[a][b] = true;
+                if (rules.glyphs[b] == second) {
+                    rules.joined[a][b] = true;
+                }
             }
         }
     }

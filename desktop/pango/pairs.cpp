@@ -12,9 +12,13 @@ constexpr std::size_t kMostJoined = 64;  // characters that are shaped together
 // Null when the face cannot be used by pairs.
 PairTable* TableOf(const TextFont& font, SimpleScript script) {
     const u32 index = static_cast<u32>(script);
-    if (index >= kPairScripts) return nullptr;
+    if (index >= kPairScripts) {
+        return nullptr;
+    }
     const PairRules& rules = font.face->pairs[index];
-    if (!rules.usable) return nullptr;
+    if (!rules.usable) {
+        return nullptr;
+    }
     std::unique_ptr<PairTable>& table = font.pairs[index];
     if (table == nullptr) {
         table = std::make_unique<PairTable>();
@@ -63,7 +67,9 @@ struct Setting {
         i32 kerning = KerningAfter(index);
         if (kerning == kUnknownPair) {
             // Joined characters that follow are set together with this one.
-            if (!JoinedAfter(index + 1)) return false;
+            if (!JoinedAfter(index + 1)) {
+                return false;
+            }
             kerning = 0;
         }
         const u32 character = PlainIndex(text[index]);
@@ -81,9 +87,13 @@ struct Setting {
     // depends on what they become; `index` is then behind them.
     bool SetJoined(std::size_t& index) {
         std::size_t end = index + 1;
-        while (JoinedAfter(end)) ++end;
+        while (JoinedAfter(end)) {
+            ++end;
+        }
         ++end;
-        if (end - partStart > kMostJoined) return false;
+        if (end - partStart > kMostJoined) {
+            return false;
+        }
         const std::size_t withNext = std::min(end + 1, text.size());
         const bool firstUnsafe =
             partGlyphs < shaped.glyphs.size() ? shaped.glyphs[partGlyphs].unsafe : unsafe;
@@ -114,12 +124,16 @@ struct Setting {
 bool SetByPairs(const TextFont& font, std::string_view text, SimpleScript script,
                 ShapedText& shaped) {
     const PairTable* const table = TableOf(font, script);
-    if (table == nullptr || !std::all_of(text.begin(), text.end(), IsPlain)) return false;
+    if (table == nullptr || !std::all_of(text.begin(), text.end(), IsPlain)) {
+        return false;
+    }
     shaped.glyphs.clear();
     Setting setting = {font, *table, text, script, shaped};
     for (std::size_t i = 0; i < text.size();) {
         if (setting.JoinedAfter(i)) {
-            if (!setting.SetJoined(i)) return false;
+            if (!setting.SetJoined(i)) {
+                return false;
+            }
         } else if (!setting.SetPlain(i++)) {
             return false;
         }
@@ -130,14 +144,20 @@ bool SetByPairs(const TextFont& font, std::string_view text, SimpleScript script
 
 bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript script, i64& width) {
     const PairTable* const table = TableOf(font, script);
-    if (table == nullptr || !std::all_of(text.begin(), text.end(), IsPlain)) return false;
+    if (table == nullptr || !std::all_of(text.begin(), text.end(), IsPlain)) {
+        return false;
+    }
     width = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const u32 character = PlainIndex(text[i]);
         width += table->advances[character];
-        if (i + 1 == text.size()) break;
+        if (i + 1 == text.size()) {
+            break;
+        }
         const i32 kerning = table->kerning[character][PlainIndex(text[i + 1])];
-        if (kerning == kUnknownPair) return false;
+        if (kerning == kUnknownPair) {
+            return false;
+        }
         width += kerning;
     }
     return true;
@@ -146,12 +166,18 @@ bool MeasureByPairs(const TextFont& font, std::string_view text, SimpleScript sc
 void LearnPairs(const TextFont& font, std::string_view text, SimpleScript script,
                 const ShapedText& shaped) {
     PairTable* const table = TableOf(font, script);
-    if (table == nullptr) return;
+    if (table == nullptr) {
+        return;
+    }
     for (std::size_t i = 0; i + 1 < shaped.glyphs.size(); ++i) {
         const ShapedGlyph& glyph = shaped.glyphs[i];
         const ShapedGlyph& next = shaped.glyphs[i + 1];
-        if (next.cluster != glyph.cluster + 1) continue;
-        if (!IsPlain(text[glyph.cluster]) || !IsPlain(text[next.cluster])) continue;
+        if (next.cluster != glyph.cluster + 1) {
+            continue;
+        }
+        if (!IsPlain(text[glyph.cluster]) || !IsPlain(text[next.cluster])) {
+            continue;
+        }
         const u32 a = PlainIndex(text[glyph.cluster]);
         const u32 b = PlainIndex(text[next.cluster]);
         // A ligature of the two, or with what follows, has other glyphs.

@@ -28,7 +28,9 @@ void TakeGlyphs(ShapedText& shaped) {
 // Shapes text[from, to), seen as the end of a text.
 void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
-    if (buffer == nullptr) buffer = hb_buffer_create();
+    if (buffer == nullptr) {
+        buffer = hb_buffer_create();
+    }
     hb_buffer_clear_contents(buffer);
     hb_buffer_add_utf8(buffer, text.data(), static_cast<int>(to), static_cast<unsigned>(from),
                        static_cast<int>(to - from));
@@ -53,12 +55,16 @@ i64 PartWidth(const TextFont& font, std::string_view text, std::size_t from, std
     unsigned count = 0;
     const hb_glyph_position_t* const positions = hb_buffer_get_glyph_positions(buffer, &count);
     i64 width = 0;
-    for (unsigned i = 0; i < count; ++i) width += positions[i].x_advance;
+    for (unsigned i = 0; i < count; ++i) {
+        width += positions[i].x_advance;
+    }
     return width;
 }
 
 void ResetShaping() {
-    if (buffer != nullptr) hb_buffer_destroy(buffer);
+    if (buffer != nullptr) {
+        hb_buffer_destroy(buffer);
+    }
     buffer = nullptr;
 }
 

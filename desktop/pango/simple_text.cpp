@@ -36,7 +36,9 @@ constexpr double kUsualWidth = 0.5;  // of a character, in font sizes
 SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
     for (std::size_t i = 0; i < text.size();) {
         const SimpleScript script = ScriptOf(face, NextCharacter(text, i));
-        if (script != SimpleScript::Common) return script;
+        if (script != SimpleScript::Common) {
+            return script;
+        }
     }
     return SimpleScript::Common;
 }
@@ -44,12 +46,16 @@ SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
 i64 ShapedWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
     i64 known = 0;
-    if (MeasureByPairs(font, text.substr(from, to - from), script, known)) return known;
+    if (MeasureByPairs(font, text.substr(from, to - from), script, known)) {
+        return known;
+    }
     return PartWidth(font, text, from, to, script);
 }
 
 void SetText(const TextFont& font, std::string_view text, SimpleScript script, ShapedText& shaped) {
-    if (SetByPairs(font, text, script, shaped)) return;
+    if (SetByPairs(font, text, script, shaped)) {
+        return;
+    }
     ShapePart(font, text, 0, text.size(), script, shaped);
     LearnPairs(font, text, script, shaped);
 }
@@ -65,14 +71,18 @@ std::vector<ShapedGlyph>::const_iterator FirstGlyphOf(const ShapedText& shaped, 
 i64 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, SimpleScript script,
                 const ShapedText& shaped) {
     const SimpleScript cutScript = ScriptOfSimple(*font.face, text.substr(0, end));
-    if (cutScript != script) return ShapedWidth(font, text, 0, end, cutScript);
+    if (cutScript != script) {
+        return ShapedWidth(font, text, 0, end, cutScript);
+    }
     auto glyph =
         std::lower_bound(shaped.glyphs.begin(), shaped.glyphs.end(), end,
                          [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
     if (glyph != shaped.glyphs.end() && glyph->cluster == end && !glyph->unsafe) {
         return glyph->before;
     }
-    if (glyph == shaped.glyphs.begin()) return ShapedWidth(font, text, 0, end, script);
+    if (glyph == shaped.glyphs.begin()) {
+        return ShapedWidth(font, text, 0, end, script);
+    }
     do {
         --glyph;
     } while (glyph != shaped.glyphs.begin() &&
@@ -84,7 +94,9 @@ i64 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, Si
 bool CutPiece(std::size_t start) {
     std::vector<ShapedGlyph>& glyphs = piece.shaped.glyphs;
     const auto first = FirstGlyphOf(piece.shaped, start);
-    if (first == glyphs.end() || first->cluster != start || first->unsafe) return false;
+    if (first == glyphs.end() || first->cluster != start || first->unsafe) {
+        return false;
+    }
     const i64 before = first->before;
     glyphs.erase(glyphs.begin(), first);
     for (ShapedGlyph& glyph : glyphs) {
@@ -100,9 +112,13 @@ bool CutPiece(std::size_t start) {
 
 // Makes `piece` start where `text` starts, if it is a later part of the text that was shaped last.
 bool ReusePiece(const TextFont& font, std::string_view text, SimpleScript script) {
-    if (piece.font != font.id || piece.script != script) return false;
+    if (piece.font != font.id || piece.script != script) {
+        return false;
+    }
     const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(text.data()) - piece.address;
-    if (start >= piece.text.size()) return false;
+    if (start >= piece.text.size()) {
+        return false;
+    }
     const std::string_view rest = std::string_view(piece.text).substr(start);
     return text.substr(0, rest.size()) == rest && (start == 0 || CutPiece(start));
 }
@@ -111,7 +127,9 @@ bool ReusePiece(const TextFont& font, std::string_view text, SimpleScript script
 void ShapePiece(const TextFont& font, std::string_view text, SimpleScript script,
                 std::size_t length) {
     std::size_t end = std::min(length, text.size());
-    while (end < text.size() && IsContinuation(text[end])) ++end;
+    while (end < text.size() && IsContinuation(text[end])) {
+        ++end;
+    }
     piece.font = font.id;
     piece.address = reinterpret_cast<std::uintptr_t>(text.data());
     piece.text = text.substr(0, end);
@@ -150,7 +168,9 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
     while (start < text.size()) {
         const std::size_t next = CharacterEnd(text, start);
         const i64 width = WidthBefore(font, text, next, piece.script, shaped);
-        if (static_cast<double>(width) > limit) return start;
+        if (static_cast<double>(width) > limit) {
+            return start;
+        }
         start = next;
     }
     return std::string_view::npos;
@@ -158,7 +178,9 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
 
 // The shaped text, as a whole.
 const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
-    if (whole.font == font.id && whole.script == script && whole.text == text) return whole.shaped;
+    if (whole.font == font.id && whole.script == script && whole.text == text) {
+        return whole.shaped;
+    }
     if (!TakeFromPiece(font, text, script)) {
         SetText(font, text, script, whole.shaped);
     }
@@ -170,7 +192,9 @@ const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScrip
 
 // The end of the first `length` bytes of the text from `from` on, or of a character's bytes more.
 std::size_t PieceEnd(std::string_view text, std::size_t from, std::size_t length) {
-    if (length >= text.size() - from) return text.size();
+    if (length >= text.size() - from) {
+        return text.size();
+    }
     return CharacterEnd(text, from + length - 1);
 }
 
@@ -182,11 +206,21 @@ const ShapedGlyph& CuttingGlyph(const ShapedText& shaped, std::size_t length) {
     for (std::size_t i = shaped.glyphs.size(); i-- > 1;) {
         const ShapedGlyph& glyph = shaped.glyphs[i];
         // Near the end the characters that follow count.
-        if (glyph.cluster + kPieceMargin > length) continue;
-        if (glyph.cluster < length / 2) break;
-        if (shaped.glyphs[i - 1].cluster == glyph.cluster) continue;
-        if (!glyph.unsafe) return glyph;
-        if (any == &shaped.glyphs.back()) any = &glyph;
+        if (glyph.cluster + kPieceMargin > length) {
+            continue;
+        }
+        if (glyph.cluster < length / 2) {
+            break;
+        }
+        if (shaped.glyphs[i - 1].cluster == glyph.cluster) {
+            continue;
+        }
+        if (!glyph.unsafe) {
+            return glyph;
+        }
+        if (any == &shaped.glyphs.back()) {
+            any = &glyph;
+        }
     }
     return *any;
 }
@@ -201,10 +235,14 @@ bool IsPlainAscii(std::string_view text) {
         std::memcpy(&word, text.data() + i, sizeof word);
         const u64 belowSpace = (word - kOnes * ' ') & ~word;
         const u64 aboveTilde = word + kOnes;
-        if (((belowSpace | aboveTilde | word) & kHigh) != 0) return false;
+        if (((belowSpace | aboveTilde | word) & kHigh) != 0) {
+            return false;
+        }
     }
     for (; i < text.size(); ++i) {
-        if (text[i] < ' ' || text[i] > '~') return false;
+        if (text[i] < ' ' || text[i] > '~') {
+            return false;
+        }
     }
     return true;
 }
@@ -212,7 +250,9 @@ bool IsPlainAscii(std::string_view text) {
 }  // namespace
 
 SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
-    if (font.scaled == nullptr) return SimpleScript::None;
+    if (font.scaled == nullptr) {
+        return SimpleScript::None;
+    }
     const Typeface& face = *font.face;
     if (face.wholeAscii && IsPlainAscii(text)) {
         const bool latin = std::any_of(text.begin(), text.end(), [](char c) {
@@ -223,25 +263,37 @@ SimpleScript ScriptOfText(const TextFont& font, std::string_view text) {
     SimpleScript script = SimpleScript::Common;
     for (std::size_t i = 0; i < text.size();) {
         const SimpleScript one = ScriptOf(face, NextCharacter(text, i));
-        if (one == SimpleScript::None) return SimpleScript::None;
-        if (one == SimpleScript::Common || one == script) continue;
-        if (script != SimpleScript::Common) return SimpleScript::None;
+        if (one == SimpleScript::None) {
+            return SimpleScript::None;
+        }
+        if (one == SimpleScript::Common || one == script) {
+            continue;
+        }
+        if (script != SimpleScript::Common) {
+            return SimpleScript::None;
+        }
         script = one;
     }
     return script;
 }
 
 i64 SimpleWidth(const TextFont& font, std::string_view text, SimpleScript script) {
-    if (text.size() <= kPiece) return Shape(font, text, script).width;
+    if (text.size() <= kPiece) {
+        return Shape(font, text, script).width;
+    }
     static ShapedText part;
     i64 width = 0;
     std::size_t from = 0;
     while (true) {
         const std::size_t end = PieceEnd(text, from, kPiece);
         SetText(font, text.substr(from, end - from), script, part);
-        if (end == text.size()) return width + part.width;
+        if (end == text.size()) {
+            return width + part.width;
+        }
         const ShapedGlyph& cut = CuttingGlyph(part, end - from);
-        if (cut.cluster == 0) return width + part.width;  // all of it is one glyph
+        if (cut.cluster == 0) {
+            return width + part.width;  // all of it is one glyph
+        }
         width += cut.before;
         from += cut.cluster;
     }
@@ -249,13 +301,17 @@ i64 SimpleWidth(const TextFont& font, std::string_view text, SimpleScript script
 
 const ShapedText& ShapeStart(const TextFont& font, std::string_view text, SimpleScript script,
                              i32 columns) {
-    if (text.size() <= kPiece) return Shape(font, text, script);
+    if (text.size() <= kPiece) {
+        return Shape(font, text, script);
+    }
     // A font size further the end of the piece no longer counts.
     const double needed = (columns + font.size) * PANGO_SCALE;
     for (std::size_t length = kPiece;; length *= 2) {
         const std::size_t end = PieceEnd(text, 0, length);
         const ShapedText& shaped = Shape(font, text.substr(0, end), script);
-        if (end == text.size() || static_cast<double>(shaped.width) > needed) return shaped;
+        if (end == text.size() || static_cast<double>(shaped.width) > needed) {
+            return shaped;
+        }
     }
 }
 
@@ -266,7 +322,9 @@ bool MeasureRuns(const TextFont& font, std::string_view text, i64& width) {
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t at = i;
         const SimpleScript one = ScriptOf(*font.face, NextCharacter(text, i));
-        if (one == SimpleScript::None || one == SimpleScript::Common) return false;
+        if (one == SimpleScript::None || one == SimpleScript::Common) {
+            return false;
+        }
         if (at > 0 && one != script) {
             width += ShapedWidth(font, text, start, at, script);
             start = at;
@@ -285,14 +343,20 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
     std::size_t length = kShortestPiece + static_cast<std::size_t>(lines);
     bool shaped = ReusePiece(font, text, script);
     while (true) {
-        if (!shaped) ShapePiece(font, text, script, length);
+        if (!shaped) {
+            ShapePiece(font, text, script, length);
+        }
         const bool all = piece.text.size() == text.size();
         const double pieceWidth = static_cast<double>(piece.shaped.width);
-        if (all && pieceWidth <= limit) return std::string_view::npos;
+        if (all && pieceWidth <= limit) {
+            return std::string_view::npos;
+        }
         // Near its end a piece is not shaped as the whole text is.
         if (all || pieceWidth > limit + font.size * PANGO_SCALE) {
             const std::size_t overflow = FindOverflow(font, limit);
-            if (all || overflow != std::string_view::npos) return overflow;
+            if (all || overflow != std::string_view::npos) {
+                return overflow;
+            }
         }
         shaped = false;
         length = std::max(length, piece.text.size() * 2);

@@ -37,7 +37,9 @@ TextFont* NewTextFont(FontStyle style, double size) {
     pango_font_description_set_absolute_size(font->description, size * PANGO_SCALE);
     // A twentieth of the size is the usual weight of the line.
     SetUnderline(*font, size / 10, size / 20);
-    if (font->face->cairoFace == nullptr) return font;
+    if (font->face->cairoFace == nullptr) {
+        return font;
+    }
     cairo_matrix_t scale;
     cairo_matrix_t identity;
     cairo_matrix_init_scale(&scale, size, size);
@@ -60,9 +62,15 @@ TextFont* NewTextFont(FontStyle style, double size) {
 
 void DeleteTextFont(TextFont* font) {
     EndGlyphPictures(font->pictures);
-    for (auto& [pangoFont, pictures] : font->others) EndGlyphPictures(pictures);
-    if (font->shaper != nullptr) hb_font_destroy(font->shaper);
-    if (font->scaled != nullptr) cairo_scaled_font_destroy(font->scaled);
+    for (auto& [pangoFont, pictures] : font->others) {
+        EndGlyphPictures(pictures);
+    }
+    if (font->shaper != nullptr) {
+        hb_font_destroy(font->shaper);
+    }
+    if (font->scaled != nullptr) {
+        cairo_scaled_font_destroy(font->scaled);
+    }
     pango_font_description_free(font->description);
     delete font;
 }

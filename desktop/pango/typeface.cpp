@@ -41,8 +41,12 @@ struct Deleter {
     void operator()(cairo_font_options_t* options) const { cairo_font_options_destroy(options); }
     void operator()(Typeface* face) const {
         pango_font_description_free(face->description);
-        if (face->cairoFace != nullptr) cairo_font_face_destroy(face->cairoFace);
-        if (face->hbFace != nullptr) hb_face_destroy(face->hbFace);
+        if (face->cairoFace != nullptr) {
+            cairo_font_face_destroy(face->cairoFace);
+        }
+        if (face->hbFace != nullptr) {
+            hb_face_destroy(face->hbFace);
+        }
         delete face;
     }
 };
@@ -78,7 +82,9 @@ FcConfig* TextConfiguration() {
     if (current != known) {
         FcConfigParseAndLoadFromMemory(current, reinterpret_cast<const FcChar8*>(kPlainFontsFirst),
                                        FcFalse);
-        if (known != nullptr) FcConfigDestroy(known);
+        if (known != nullptr) {
+            FcConfigDestroy(known);
+        }
         known = FcConfigReference(current);
     }
     return current;
@@ -129,7 +135,9 @@ bool IsPlain(FcPattern* pattern) {
     FcMatrix* matrix = nullptr;
     FcBool flag = FcFalse;
     FcChar8* variations = nullptr;
-    if (FcPatternGetMatrix(pattern, FC_MATRIX, 0, &matrix) == FcResultMatch) return false;
+    if (FcPatternGetMatrix(pattern, FC_MATRIX, 0, &matrix) == FcResultMatch) {
+        return false;
+    }
     if (FcPatternGetBool(pattern, FC_EMBOLDEN, 0, &flag) == FcResultMatch && flag != FcFalse) {
         return false;
     }
@@ -146,7 +154,9 @@ bool SameFile(PangoFont* a, PangoFont* b) {
     int indices[2] = {0, 0};
     for (int i = 0; i < 2; ++i) {
         FcChar8* file = nullptr;
-        if (FcPatternGetString(patterns[i], FC_FILE, 0, &file) != FcResultMatch) return false;
+        if (FcPatternGetString(patterns[i], FC_FILE, 0, &file) != FcResultMatch) {
+            return false;
+        }
         files[i] = reinterpret_cast<const char*>(file);
         FcPatternGetInteger(patterns[i], FC_INDEX, 0, &indices[i]);
     }
@@ -182,7 +192,9 @@ ScriptSettings SettingsFor(const char* sample, PangoFont* font, const Typeface& 
 
 SimpleScript Classify(const Typeface& face, hb_font_t* font, u32 character) {
     hb_codepoint_t glyph = 0;
-    if (!hb_font_get_nominal_glyph(font, character, &glyph)) return SimpleScript::None;
+    if (!hb_font_get_nominal_glyph(font, character, &glyph)) {
+        return SimpleScript::None;
+    }
     switch (g_unichar_type(character)) {
         case G_UNICODE_CONTROL:
         case G_UNICODE_FORMAT:
@@ -204,14 +216,18 @@ SimpleScript Classify(const Typeface& face, hb_font_t* font, u32 character) {
 }
 
 void ClassifyCharacters(Typeface& face, hb_font_t* font) {
-    for (u32 c = 0; c < kSimpleLimit; ++c) face.characters[c] = Classify(face, font, c);
+    for (u32 c = 0; c < kSimpleLimit; ++c) {
+        face.characters[c] = Classify(face, font, c);
+    }
     for (u32 c = kPunctuationStart; c < kPunctuationEnd; ++c) {
         face.punctuation[c - kPunctuationStart] = Classify(face, font, c);
     }
     face.euro = Classify(face, font, kEuroSign);
     face.wholeAscii = true;
     for (u32 c = ' '; c <= '~'; ++c) {
-        if (face.characters[c] == SimpleScript::None) face.wholeAscii = false;
+        if (face.characters[c] == SimpleScript::None) {
+            face.wholeAscii = false;
+        }
     }
 }
 
@@ -225,7 +241,9 @@ Typeface* LookUp(FontStyle style) {
     PangoFont* const font = pango_context_load_font(context, face->description);
     if (font == nullptr || !PANGO_IS_FC_FONT(font)) {
         ReportMissing(style.family, "none");
-        if (font != nullptr) g_object_unref(font);
+        if (font != nullptr) {
+            g_object_unref(font);
+        }
         return face;
     }
     FcPattern* const pattern = pango_fc_font_get_pattern(PANGO_FC_FONT(font));
@@ -255,19 +273,25 @@ Typeface* LookUp(FontStyle style) {
 }  // namespace
 
 PangoContext* TextContext() {
-    if (context == nullptr) Start();
+    if (context == nullptr) {
+        Start();
+    }
     return context;
 }
 
 const cairo_font_options_t* TextFontOptions() {
-    if (context == nullptr) Start();
+    if (context == nullptr) {
+        Start();
+    }
     return fontOptions.get();
 }
 
 const Typeface& TypefaceOf(FontStyle style) {
     const u32 index =
         static_cast<u32>(style.family) * 4 + (style.bold ? 2U : 0U) + (style.italic ? 1U : 0U);
-    if (context == nullptr) Start();
+    if (context == nullptr) {
+        Start();
+    }
     if (typefaces[index] == nullptr) {
         RequireMemory();
         typefaces[index].reset(LookUp(style));
@@ -276,7 +300,9 @@ const Typeface& TypefaceOf(FontStyle style) {
 }
 
 void ResetTypefaces() {
-    for (auto& face : typefaces) face.reset();
+    for (auto& face : typefaces) {
+        face.reset();
+    }
     std::fill(std::begin(missingReported), std::end(missingReported), false);
     if (context != nullptr) {
         g_object_unref(context);

@@ -52,7 +52,9 @@ const Typeface& TypefaceOf(FontStyle style);
 
 // The script of a character, or None when it is not simple in this face.
 inline SimpleScript ScriptOf(const Typeface& face, u32 character) {
-    if (character < kSimpleLimit) return face.characters[character];
+    if (character < kSimpleLimit) {
+        return face.characters[character];
+    }
     if (character >= kPunctuationStart && character < kPunctuationEnd) {
         return face.punctuation[character - kPunctuationStart];
     }

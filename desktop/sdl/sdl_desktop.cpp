@@ -55,8 +55,12 @@ static void SetHints() {
 // every character. Numbers and sorting stay as they are in C.
 static void UseUnicodeLocale() {
     const auto isUnicode = [] { return std::string_view(nl_langinfo(CODESET)) == "UTF-8"; };
-    if (std::setlocale(LC_CTYPE, "") != nullptr && isUnicode()) return;
-    if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr) std::setlocale(LC_CTYPE, "C");
+    if (std::setlocale(LC_CTYPE, "") != nullptr && isUnicode()) {
+        return;
+    }
+    if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr) {
+        std::setlocale(LC_CTYPE, "C");
+    }
 }
 
 // SDL falls back silently to drivers that show nothing to anybody.
@@ -71,16 +75,22 @@ static bool SurvivesStart() {
         const char* value = std::getenv(name);
         return value != nullptr && value[0] != '\0';
     };
-    if (isSet("DISPLAY") || !isSet("WAYLAND_DISPLAY")) return true;
+    if (isSet("DISPLAY") || !isSet("WAYLAND_DISPLAY")) {
+        return true;
+    }
     const pid_t child = fork();
     if (child == 0) {
         signal(SIGSEGV, SIG_DFL);
         // What SDL has to say it says again at the real start.
-        if (std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
+        if (std::freopen("/dev/null", "w", stderr) == nullptr) {
+            _exit(1);
+        }
         _exit(SDL_Init(SDL_INIT_VIDEO) == 0 ? 0 : 1);
     }
     int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child) return true;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+        return true;
+    }
     return !WIFSIGNALED(status);
 }
 
@@ -94,7 +104,9 @@ static void ShutDown() {
     StopTimers();
     StopUrlOpener();
     // SDL waits for ever for what the server says of a window that is lost.
-    if (DisplayLoss() != Loss::None) return;
+    if (DisplayLoss() != Loss::None) {
+        return;
+    }
     DestroyGameWindow();
     FreeCursors();
     StopPads();
@@ -107,7 +119,9 @@ static void ShutDown() {
 // may hang in the module already.
 static void ShowWindow() {
     ShowGameWindow();
-    if (gameWindow != nullptr) StartWatchdog();
+    if (gameWindow != nullptr) {
+        StartWatchdog();
+    }
 }
 
 static std::vector<Screen> ScreensNow() {

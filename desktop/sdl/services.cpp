@@ -23,16 +23,24 @@ static bool HasKeyboard() {
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;
-    if (DisplayLoss() != Loss::None) return std::nullopt;
+    if (DisplayLoss() != Loss::None) {
+        return std::nullopt;
+    }
     if (const unsigned long window = XWindow(gameWindow)) {
         // SDL takes no text in pieces, in which large ones come.
         bool own = false;
         std::optional<std::string> others = X11ClipboardText(window, HasKeyboard(), own);
-        if (!own) return others;
+        if (!own) {
+            return others;
+        }
     }
-    if (SDL_HasClipboardText() != SDL_TRUE) return std::nullopt;
+    if (SDL_HasClipboardText() != SDL_TRUE) {
+        return std::nullopt;
+    }
     char* text = SDL_GetClipboardText();
-    if (text == nullptr) return std::nullopt;
+    if (text == nullptr) {
+        return std::nullopt;
+    }
     std::string result = text;
     SDL_free(text);
     return result;
@@ -40,22 +48,30 @@ std::optional<std::string> ClipboardText() {
 
 void SetClipboardText(const std::string& utf8) {
     const InsideDesktop inside;
-    if (DisplayLoss() == Loss::None) SDL_SetClipboardText(utf8.c_str());
+    if (DisplayLoss() == Loss::None) {
+        SDL_SetClipboardText(utf8.c_str());
+    }
 }
 
 void SetHandCursor(bool hand) {
     const InsideDesktop inside;
-    if (DisplayLoss() != Loss::None) return;
+    if (DisplayLoss() != Loss::None) {
+        return;
+    }
     SDL_Cursor*& cursor = hand ? handCursor : arrowCursor;
     if (cursor == nullptr) {
         cursor = SDL_CreateSystemCursor(hand ? SDL_SYSTEM_CURSOR_HAND : SDL_SYSTEM_CURSOR_ARROW);
     }
-    if (cursor != nullptr) SDL_SetCursor(cursor);
+    if (cursor != nullptr) {
+        SDL_SetCursor(cursor);
+    }
 }
 
 void FreeCursors() {
     for (SDL_Cursor** cursor : {&handCursor, &arrowCursor}) {
-        if (*cursor != nullptr) SDL_FreeCursor(*cursor);
+        if (*cursor != nullptr) {
+            SDL_FreeCursor(*cursor);
+        }
         *cursor = nullptr;
     }
 }

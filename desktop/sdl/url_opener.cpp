@@ -60,7 +60,9 @@ static pid_t OpenWithDesktop(char* url) {
 static void OpenAndWait(char* url) {
     const u64 until = Nanoseconds() + kLongestOpening;
     const pid_t opener = OpenWithDesktop(url);
-    if (opener < 0) return;
+    if (opener < 0) {
+        return;
+    }
     while (waitpid(opener, nullptr, WNOHANG) == 0 && Nanoseconds() < until) {
         usleep(20'000);
     }
@@ -72,7 +74,9 @@ template <class Serve>
     char url[kLongestUrl + 1];
     for (;;) {
         const ssize_t size = recv(connection, url, kLongestUrl, 0);
-        if (size <= 0) _exit(0);
+        if (size <= 0) {
+            _exit(0);
+        }
         url[size] = '\0';
         serve(url);
     }
@@ -85,9 +89,13 @@ template <class Serve>
     std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
     std::signal(SIGCHLD, SIG_DFL);  // openers are waited for
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) _exit(1);
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        _exit(1);
+    }
     const pid_t starter = fork();
-    if (starter < 0) _exit(1);
+    if (starter < 0) {
+        _exit(1);
+    }
     if (starter == 0) {
         close(connection);
         close(ends[1]);
@@ -97,7 +105,9 @@ template <class Serve>
     confine();
     UrlRate rate;
     ServeUrls(connection, [&](const char* url) {
-        if (!IsOpenableUrl(url) || !rate.Take(Nanoseconds())) return;
+        if (!IsOpenableUrl(url) || !rate.Take(Nanoseconds())) {
+            return;
+        }
         // What the starter has no room for is not opened at all.
         send(ends[1], url, std::strlen(url), MSG_NOSIGNAL | MSG_DONTWAIT);
     });
@@ -105,11 +115,15 @@ template <class Serve>
 
 void StartUrlOpener(void (*confine)()) {
     int ends[2];
-    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
+    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        return;
+    }
     const pid_t child = fork();
     if (child == 0) {
         // A second fork leaves the helper to init, so that nobody has to wait for it.
-        if (fork() != 0) _exit(0);
+        if (fork() != 0) {
+            _exit(0);
+        }
         close(ends[0]);
         BecomeUrlOpener(ends[1], confine);
     }
@@ -123,7 +137,9 @@ void StartUrlOpener(void (*confine)()) {
 }
 
 void StopUrlOpener() {
-    if (helper >= 0) close(helper);
+    if (helper >= 0) {
+        close(helper);
+    }
     helper = -1;
 }
 
@@ -139,7 +155,9 @@ static bool StartsWith(std::string_view text, std::string_view start) {
 
 static int HexDigit(char c) {
     const char lower = LowerCase(c);
-    if (lower >= '0' && lower <= '9') return lower - '0';
+    if (lower >= '0' && lower <= '9') {
+        return lower - '0';
+    }
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
@@ -151,7 +169,9 @@ static std::string Unescaped(std::string_view text) {
                             HexDigit(text[i + 2]) >= 0;
         plain += escape ? static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]))
                         : text[i];
-        if (escape) i += 2;
+        if (escape) {
+            i += 2;
+        }
     }
     return plain;
 }
@@ -159,12 +179,18 @@ static std::string Unescaped(std::string_view text) {
 // Mail programs know it under several names, all of which begin the same.
 static bool AttachesFiles(std::string_view mail) {
     const std::size_t question = mail.find('?');
-    if (question == std::string_view::npos) return false;
+    if (question == std::string_view::npos) {
+        return false;
+    }
     const std::string fields = Unescaped(mail.substr(question));
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const bool starts = fields[i] == '?' || fields[i] == '&' || fields[i] == ';';
-        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "attach")) return true;
-        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "x-attach")) return true;
+        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "attach")) {
+            return true;
+        }
+        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "x-attach")) {
+            return true;
+        }
     }
     return false;
 }
@@ -173,19 +199,25 @@ bool IsOpenableUrl(std::string_view url) {
     const auto hasScheme = [url](std::string_view scheme) {
         return url.size() > scheme.size() && StartsWith(url, scheme);
     };
-    if (url.size() > kLongestUrl) return false;
+    if (url.size() > kLongestUrl) {
+        return false;
+    }
     if (std::any_of(url.begin(), url.end(),
                     [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; })) {
         return false;
     }
-    if (hasScheme("mailto:")) return !AttachesFiles(url);
+    if (hasScheme("mailto:")) {
+        return !AttachesFiles(url);
+    }
     return hasScheme("http://") || hasScheme("https://");
 }
 
 bool UrlRate::Take(u64 now) {
     // The oldest of the last ones is where the next will stand.
     u64& oldest = taken[count % kMost];
-    if (count >= kMost && now - oldest < kRatePeriod) return false;
+    if (count >= kMost && now - oldest < kRatePeriod) {
+        return false;
+    }
     oldest = now;
     ++count;
     return true;
@@ -217,8 +249,12 @@ static std::string ShownUrl(const std::string& url) {
 // Once the player has agreed all addresses of the run are opened. Whoever refuses three times is
 // not asked a fourth time.
 static bool PlayerAgrees(const std::string& url) {
-    if (!mustAsk) return true;
-    if (refusals == kMostQuestions) return false;
+    if (!mustAsk) {
+        return true;
+    }
+    if (refusals == kMostQuestions) {
+        return false;
+    }
     constexpr int kOpen = 0;
     constexpr int kCancel = 1;
     const InsideDesktop inside;
@@ -228,17 +264,23 @@ static bool PlayerAgrees(const std::string& url) {
                        {"Open", "Cancel"},
                        kCancel},
                       nullptr) != kOpen;
-    if (mustAsk) ++refusals;
+    if (mustAsk) {
+        ++refusals;
+    }
     return !mustAsk;
 }
 
 void OpenUrl(const std::string& utf8) {
     static constinit UrlRate rate;
-    if (!IsOpenableUrl(utf8)) return SystemLog("refused to open " + utf8);
+    if (!IsOpenableUrl(utf8)) {
+        return SystemLog("refused to open " + utf8);
+    }
     if (!rate.Take(Nanoseconds())) {
         return SystemLog("refused to open " + utf8 + ": too many addresses in ten seconds");
     }
-    if (!PlayerAgrees(utf8)) return SystemLog("not opened, as the player wishes: " + utf8);
+    if (!PlayerAgrees(utf8)) {
+        return SystemLog("not opened, as the player wishes: " + utf8);
+    }
     if (helper < 0 || send(helper, utf8.data(), utf8.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
         SystemLog("cannot open " + utf8);
     }

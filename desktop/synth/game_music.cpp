@@ -21,7 +21,9 @@ bool HasMusic(const std::string& resources) {
     std::error_code error;
     fs::directory_iterator entry(resources, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        if (SoundsLikeMusic(entry->path().filename())) return true;
+        if (SoundsLikeMusic(entry->path().filename())) {
+            return true;
+        }
     }
     return false;
 }

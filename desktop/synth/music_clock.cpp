@@ -19,7 +19,9 @@ void RestartMusicClock(MusicClock& clock, u64 now) {
 u64 MusicClockPosition(MusicClock& clock, u64 rendered, bool lost, u64 now) {
     const u64 gap = std::min(now - clock.askedAt, kLongestGap);
     clock.askedAt = now;
-    if (lost) return now - clock.startedAt;
+    if (lost) {
+        return now - clock.startedAt;
+    }
     if (rendered != clock.rendered) {
         clock.rendered = rendered;
         clock.standing = 0;

@@ -43,14 +43,18 @@ void RenderSynthStep(Renderer& renderer) {
         }
         renderer.nextEvent++;
     }
-    if (renderer.synth != nullptr) RenderStep(*renderer.synth, renderer.step[0], renderer.step[1]);
+    if (renderer.synth != nullptr) {
+        RenderStep(*renderer.synth, renderer.step[0], renderer.step[1]);
+    }
     renderer.synthFrame += kSynthStep;
     renderer.stepUsed = 0;
 }
 
 void AddMusic(Renderer& renderer, Mix& mix, u32 frames) {
     for (u32 i = 0; i < frames; i++) {
-        if (renderer.stepUsed == kSynthStep) RenderSynthStep(renderer);
+        if (renderer.stepUsed == kSynthStep) {
+            RenderSynthStep(renderer);
+        }
         if (renderer.synth != nullptr) {
             const float volume = Next(renderer.musicVolume);
             mix.left[i] += volume * renderer.step[0][renderer.stepUsed];
@@ -120,7 +124,9 @@ void Limit(Renderer& renderer, Mix& mix, u32 frames) {
     for (u32 i = 0; i < frames; i++) {
         const float here = Peak(mix, i);
         peak = std::max(peak, here);
-        if (firstAbove == frames && here * renderer.gain > kLimit) firstAbove = i;
+        if (firstAbove == frames && here * renderer.gain > kLimit) {
+            firstAbove = i;
+        }
     }
     const float before = renderer.gain;
     float after = std::min(1.0F, before + kRecovery * static_cast<float>(frames));
@@ -128,7 +134,9 @@ void Limit(Renderer& renderer, Mix& mix, u32 frames) {
     if (peak * after > kLimit) {
         after = kLimited / peak;
         // While it recovers, the end of the block is the place to arrive at.
-        if (firstAbove < frames) ramp = firstAbove;
+        if (firstAbove < frames) {
+            ramp = firstAbove;
+        }
     }
     for (u32 i = 0; i < frames; i++) {
         const float way = i >= ramp ? 1 : static_cast<float>(i) / static_cast<float>(ramp);
@@ -185,7 +193,9 @@ void SetMusic(Renderer& renderer, const MusicPiece* piece) {
 }
 
 void SetSound(Renderer& renderer, const Sound* sound) {
-    if (renderer.sound != nullptr) KeepFadingEnd(renderer, AddSound);
+    if (renderer.sound != nullptr) {
+        KeepFadingEnd(renderer, AddSound);
+    }
     renderer.sound = sound;
     renderer.soundFrame = 0;
 }
@@ -195,8 +205,12 @@ void Render(Renderer& renderer, i16* out, u32 frames) {
         const u32 now = std::min(frames, kSynthStep);
         Mix mix;
         if (!AllWaits(renderer)) {
-            if (renderer.piece != nullptr && !MusicWaits(renderer)) AddMusic(renderer, mix, now);
-            if (renderer.sound != nullptr) AddSound(renderer, mix, now);
+            if (renderer.piece != nullptr && !MusicWaits(renderer)) {
+                AddMusic(renderer, mix, now);
+            }
+            if (renderer.sound != nullptr) {
+                AddSound(renderer, mix, now);
+            }
             AddFade(renderer, mix, now);
         }
         ApplyVolume(renderer, mix, now);

@@ -36,8 +36,12 @@ struct WavData {
 // Reads the file and prepares its conversion; false with SDL's error set.
 bool LoadWav(std::span<const u8> file, WavData& wav) {
     SDL_RWops* const stream = SDL_RWFromConstMem(file.data(), static_cast<int>(file.size()));
-    if (stream == nullptr) return false;
-    if (SDL_LoadWAV_RW(stream, 1, &wav.format, &wav.bytes, &wav.size) == nullptr) return false;
+    if (stream == nullptr) {
+        return false;
+    }
+    if (SDL_LoadWAV_RW(stream, 1, &wav.format, &wav.bytes, &wav.size) == nullptr) {
+        return false;
+    }
     if (SDL_BuildAudioCVT(&wav.conversion, wav.format.format, wav.format.channels, wav.format.freq,
                           AUDIO_S16SYS, kChannels, kAudioRate) < 0) {
         return false;
@@ -56,15 +60,21 @@ bool LoadWav(std::span<const u8> file, WavData& wav) {
 
 bool DecodeWav(std::span<const u8> file, Sound& sound) {
     WavData wav;
-    if (!LoadWav(file, wav)) return false;
+    if (!LoadWav(file, wav)) {
+        return false;
+    }
     SDL_AudioCVT& conversion = wav.conversion;
     std::vector<u8> buffer(
         std::max<size_t>(1, size_t{wav.size} * static_cast<size_t>(conversion.len_mult)));
-    if (wav.size > 0) std::memcpy(buffer.data(), wav.bytes, wav.size);
+    if (wav.size > 0) {
+        std::memcpy(buffer.data(), wav.bytes, wav.size);
+    }
     conversion.buf = buffer.data();
     conversion.len = static_cast<int>(wav.size);
     conversion.len_cvt = conversion.len;
-    if (conversion.needed != 0 && SDL_ConvertAudio(&conversion) != 0) return false;
+    if (conversion.needed != 0 && SDL_ConvertAudio(&conversion) != 0) {
+        return false;
+    }
     sound.samples.resize(static_cast<size_t>(conversion.len_cvt) / sizeof(i16));
     if (!sound.samples.empty()) {
         std::memcpy(sound.samples.data(), buffer.data(), sound.samples.size() * sizeof(i16));
@@ -83,7 +93,9 @@ bool LooksLikeSound(std::span<const u8> file, std::string& reason) {
 }
 
 bool Answer(bool done, std::string& reason) {
-    if (!done) reason = SDL_GetError();
+    if (!done) {
+        reason = SDL_GetError();
+    }
     return done;
 }
 
@@ -91,14 +103,18 @@ bool Answer(bool done, std::string& reason) {
 
 bool DecodeSound(std::span<const u8> file, Sound& sound, std::string& reason) {
     reason.clear();
-    if (!LooksLikeSound(file, reason)) return false;
+    if (!LooksLikeSound(file, reason)) {
+        return false;
+    }
     SDL_ClearError();
     return Answer(DecodeWav(file, sound), reason);
 }
 
 bool CheckSound(std::span<const u8> file, std::string& reason) {
     reason.clear();
-    if (!LooksLikeSound(file, reason)) return false;
+    if (!LooksLikeSound(file, reason)) {
+        return false;
+    }
     SDL_ClearError();
     WavData wav;
     return Answer(LoadWav(file, wav), reason);

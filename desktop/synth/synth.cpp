@@ -46,9 +46,13 @@ void AddList(const char* list, std::vector<std::string>& found) {
             name += *c;
             continue;
         }
-        if (!name.empty()) found.push_back(name);
+        if (!name.empty()) {
+            found.push_back(name);
+        }
         name.clear();
-        if (*c == '\0') return;
+        if (*c == '\0') {
+            return;
+        }
     }
 }
 
@@ -67,7 +71,9 @@ void AddFolders(std::vector<std::string>& found) {
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             const std::string path = entry->path().string();
             std::error_code broken;
-            if (!IsSoundFontName(path) || !fs::is_regular_file(path, broken)) continue;
+            if (!IsSoundFontName(path) || !fs::is_regular_file(path, broken)) {
+                continue;
+            }
             const bool isDefault = std::count(std::begin(kDefaultNames), std::end(kDefaultNames),
                                               entry->path().filename().string()) > 0;
             (isDefault ? defaults : here).push_back(path);
@@ -97,7 +103,9 @@ fluid_settings_t* MakeSettings() {
     static std::once_flag once;
     std::call_once(once, QuietFluidSynth);
     fluid_settings_t* const settings = new_fluid_settings();
-    if (settings == nullptr) return nullptr;
+    if (settings == nullptr) {
+        return nullptr;
+    }
     fluid_settings_setnum(settings, "synth.sample-rate", kAudioRate);
     fluid_settings_setnum(settings, "synth.gain", kGain);
     fluid_settings_setint(settings, "synth.cpu-cores", 1);
@@ -111,7 +119,9 @@ fluid_settings_t* MakeSettings() {
 
 // The resets and channel set-ups of the three standards that files are written for.
 bool IsKnownSysex(std::span<const u8> message) {
-    if (message.size() < 4) return false;
+    if (message.size() < 4) {
+        return false;
+    }
     const bool universal = message[0] == 0x7E && message[2] == 0x09;  // General MIDI on, off
     const bool roland = message[0] == 0x41 && message[2] == 0x42 && message[3] == 0x12;
     const bool yamaha = message[0] == 0x43 && message[2] == 0x4C;
@@ -122,7 +132,9 @@ void PlaySysex(fluid_synth_t* synth, const std::vector<u8>& pool, u32 start) {
     const size_t length = pool[start];
     std::array<char, 256> message;
     const std::span<const u8> bytes(pool.data() + start + 1, length);
-    if (!IsKnownSysex(bytes)) return;
+    if (!IsKnownSysex(bytes)) {
+        return;
+    }
     std::copy(bytes.begin(), bytes.end(), message.begin());
     fluid_synth_sysex(synth, message.data(), static_cast<int>(length), nullptr, nullptr, nullptr,
                       0);
@@ -140,9 +152,13 @@ void PlayController(fluid_synth_t* synth, int channel, u8 controller, u8 value) 
 }  // namespace
 
 std::vector<std::string> SoundFontCandidates(const std::string& option) {
-    if (!option.empty()) return {option};
+    if (!option.empty()) {
+        return {option};
+    }
     std::vector<std::string> found;
-    if (const char* const list = std::getenv("SDL_SOUNDFONTS")) AddList(list, found);
+    if (const char* const list = std::getenv("SDL_SOUNDFONTS")) {
+        AddList(list, found);
+    }
     AddFolders(found);
     return found;
 }
@@ -156,7 +172,9 @@ Synth* LoadSynth(const std::string& soundFontOption) {
         for (const std::string& path : candidates) {
             std::error_code error;
             // At a pipe it would wait for somebody at the other end.
-            if (!fs::is_regular_file(path, error)) continue;
+            if (!fs::is_regular_file(path, error)) {
+                continue;
+            }
             if (fluid_synth_sfload(synth->synth, path.c_str(), 1) != FLUID_FAILED) {
                 return synth.release();
             }
@@ -169,7 +187,9 @@ Synth* LoadSynth(const std::string& soundFontOption) {
 }
 
 void DeleteSynth(Synth* synth) {
-    if (synth == nullptr) return;
+    if (synth == nullptr) {
+        return;
+    }
     delete_fluid_synth(synth->synth);
     delete_fluid_settings(synth->settings);
     delete synth;

@@ -85,7 +85,9 @@ u32 PixelHandle(const Selection& selection) {
 
 // A module lays out other blocks of 32 bytes, too; the pixels tell a bitmap from them.
 bool LooksLikeBitmap(u32 handle, Selection& selection) {
-    if (heapPtrs[handle].requested != kRecordSize || !FindBitmap(handle, selection)) return false;
+    if (heapPtrs[handle].requested != kRecordSize || !FindBitmap(handle, selection)) {
+        return false;
+    }
     const HeapRecord& pixels = heapPtrs[PixelHandle(selection)];
     return selection.width > 0 && selection.height > 0 && pixels.list >= HeapList::Allocated &&
            selection.stride >= i64{selection.width} * kBytesPerPixel &&
@@ -117,16 +119,24 @@ void ShowHeap(u32 count) {
     ShowTotals();
     std::vector<u32> handles;
     for (u32 handle = 0; handle < kHeapHandles; ++handle) {
-        if (heapPtrs[handle].list != HeapList::Unused) handles.push_back(handle);
+        if (heapPtrs[handle].list != HeapList::Unused) {
+            handles.push_back(handle);
+        }
     }
     std::sort(handles.begin(), handles.end(), [](u32 a, u32 b) {
         return heapPtrs[a].offset != heapPtrs[b].offset ? heapPtrs[a].offset < heapPtrs[b].offset
                                                         : a < b;
     });
-    if (!handles.empty()) ShowBlockHead();
+    if (!handles.empty()) {
+        ShowBlockHead();
+    }
     const size_t shown = std::min<size_t>(handles.size(), count);
-    for (size_t i = 0; i < shown; ++i) ShowBlockRow(handles[i]);
-    if (shown < handles.size()) Say(FormatText("and %zu more", handles.size() - shown));
+    for (size_t i = 0; i < shown; ++i) {
+        ShowBlockRow(handles[i]);
+    }
+    if (shown < handles.size()) {
+        Say(FormatText("and %zu more", handles.size() - shown));
+    }
 }
 
 void ShowHeapBlock(u32 handle) {
@@ -141,23 +151,33 @@ void ShowHeapBlock(u32 handle) {
 void ShowBitmaps() {
     Selection bitmap;
     for (const u32 handle : {kScreenBitmap, kTextBitmap}) {
-        if (FindBitmap(handle, bitmap)) ShowBitmapRow(bitmap);
+        if (FindBitmap(handle, bitmap)) {
+            ShowBitmapRow(bitmap);
+        }
     }
     for (u32 handle = 1; handle < kHeapHandles; ++handle) {
-        if (LooksLikeBitmap(handle, bitmap)) ShowBitmapRow(bitmap);
+        if (LooksLikeBitmap(handle, bitmap)) {
+            ShowBitmapRow(bitmap);
+        }
     }
 }
 
 void ShowBitmap(u32 handle) {
     Selection bitmap;
-    if (!FindBitmap(handle, bitmap)) return SayNoBitmap(handle);
+    if (!FindBitmap(handle, bitmap)) {
+        return SayNoBitmap(handle);
+    }
     ShowBitmapRow(bitmap);
-    if (!bitmap.host && !LooksLikeBitmap(handle, bitmap)) Say("the record may be none of a bitmap");
+    if (!bitmap.host && !LooksLikeBitmap(handle, bitmap)) {
+        Say("the record may be none of a bitmap");
+    }
 }
 
 void SaveBitmap(u32 handle, const std::string& path) {
     Selection bitmap;
-    if (!FindBitmap(handle, bitmap)) return SayNoBitmap(handle);
+    if (!FindBitmap(handle, bitmap)) {
+        return SayNoBitmap(handle);
+    }
     const Area area = BitmapArea(bitmap);
     if (area.Empty() || area.right * area.bottom > kMostPixels || !Reaches(bitmap, area)) {
         Say(FormatText("bitmap 0x%X: %d x %d with stride %d is no picture", handle, bitmap.width,

@@ -56,14 +56,18 @@ After Refuse(const std::string& why) {
 
 bool NothingIsLeft(std::string_view rest) {
     SkipSpaces(rest);
-    if (rest.empty()) return true;
+    if (rest.empty()) {
+        return true;
+    }
     Say(mxasm::Quoted(rest) + " is left over");
     return false;
 }
 
 bool TakeValue(std::string_view& rest, u32& value) {
     const std::string error = TakeExpression(rest, value);
-    if (!error.empty()) Say(error);
+    if (!error.empty()) {
+        Say(error);
+    }
     return error.empty();
 }
 
@@ -75,11 +79,19 @@ bool TakeOnlyValue(std::string_view rest, u32& value) {
 // A number of things, `usual` when none is given, from 1 to `most`; then nothing else.
 bool TakeCount(std::string_view rest, u32 usual, u32 most, u32& count) {
     count = usual;
-    if (rest.starts_with(',')) rest.remove_prefix(1);
+    if (rest.starts_with(',')) {
+        rest.remove_prefix(1);
+    }
     SkipSpaces(rest);
-    if (rest.empty()) return true;
-    if (!TakeOnlyValue(rest, count)) return false;
-    if (count >= 1 && count <= most) return true;
+    if (rest.empty()) {
+        return true;
+    }
+    if (!TakeOnlyValue(rest, count)) {
+        return false;
+    }
+    if (count >= 1 && count <= most) {
+        return true;
+    }
     Say(FormatText("the count is 1 to %u", most));
     return false;
 }
@@ -88,9 +100,13 @@ bool TakeCount(std::string_view rest, u32 usual, u32 most, u32& count) {
 // exist.
 bool TakeCondition(std::string_view rest, std::string& condition) {
     SkipSpaces(rest);
-    if (rest.empty()) return true;
+    if (rest.empty()) {
+        return true;
+    }
     std::string_view behind = rest;
-    if (TakeWord(behind) != "if") return NothingIsLeft(rest);
+    if (TakeWord(behind) != "if") {
+        return NothingIsLeft(rest);
+    }
     SkipSpaces(behind);
     u32 value = 0;
     const std::string error = Evaluate(behind, value);
@@ -103,7 +119,9 @@ bool TakeCondition(std::string_view rest, std::string& condition) {
 }
 
 bool IsAddress(u32 address) {
-    if (InImage(address, 4)) return true;
+    if (InImage(address, 4)) {
+        return true;
+    }
     Say(FormatText("0x%8.8X is outside the image", address));
     return false;
 }
@@ -123,9 +141,15 @@ After BreakOn(StopKind one, StopKind every, std::string_view rest) {
     std::string_view ahead = rest;
     const std::string word = TakeWord(ahead);
     const bool any = (word.empty() && ahead.empty()) || word == "if";
-    if (any && one == StopKind::Group) return Refuse("which group?");
-    if (!any && !TakeValue(rest, value)) return After::Stay;
-    if (!TakeCondition(rest, condition)) return After::Stay;
+    if (any && one == StopKind::Group) {
+        return Refuse("which group?");
+    }
+    if (!any && !TakeValue(rest, value)) {
+        return After::Stay;
+    }
+    if (!TakeCondition(rest, condition)) {
+        return After::Stay;
+    }
     return AddAndDescribe(any ? every : one, value, condition);
 }
 
@@ -135,19 +159,27 @@ bool TakeLine(std::string_view& rest, std::vector<u32>& addresses) {
     const std::string_view word = rest.substr(0, rest.find_first_of(" \t"));
     std::string file;
     u32 line = 0;
-    if (!SplitLineName(word, file, line)) return false;
+    if (!SplitLineName(word, file, line)) {
+        return false;
+    }
     rest.remove_prefix(word.size());
     SkipSpaces(rest);
     const std::string wrong = FindLine(file, line, addresses);
-    if (!wrong.empty()) Say(wrong);
+    if (!wrong.empty()) {
+        Say(wrong);
+    }
     return true;
 }
 
 After BreakAtLine(const std::vector<u32>& addresses, std::string_view rest) {
     std::string condition;
-    if (addresses.empty() || !TakeCondition(rest, condition)) return After::Stay;
+    if (addresses.empty() || !TakeCondition(rest, condition)) {
+        return After::Stay;
+    }
     for (const u32 address : addresses) {
-        if (IsAddress(address)) AddAndDescribe(StopKind::Address, address, condition);
+        if (IsAddress(address)) {
+            AddAndDescribe(StopKind::Address, address, condition);
+        }
     }
     return After::Stay;
 }
@@ -155,21 +187,35 @@ After BreakAtLine(const std::vector<u32>& addresses, std::string_view rest) {
 After Break(const Arguments& arguments) {
     std::string_view rest = arguments.rest;
     std::vector<u32> addresses;
-    if (TakeLine(rest, addresses)) return BreakAtLine(addresses, rest);
+    if (TakeLine(rest, addresses)) {
+        return BreakAtLine(addresses, rest);
+    }
     const std::string word = TakeWord(rest);
-    if (word == "message") return BreakOn(StopKind::Message, StopKind::AnyMessage, rest);
-    if (word == "sys") return BreakOn(StopKind::Service, StopKind::AnyService, rest);
+    if (word == "message") {
+        return BreakOn(StopKind::Message, StopKind::AnyMessage, rest);
+    }
+    if (word == "sys") {
+        return BreakOn(StopKind::Service, StopKind::AnyService, rest);
+    }
     if (word == "stack" && NothingIsLeft(rest)) {
         WatchStack(true);
         return After::Stay;
     }
-    if (word == "group") return BreakOn(StopKind::Group, StopKind::Group, rest);
+    if (word == "group") {
+        return BreakOn(StopKind::Group, StopKind::Group, rest);
+    }
     rest = arguments.rest;
     u32 address = rest.empty() ? HeaderLong(kHeaderPC) : 0;
     std::string condition;
-    if (!rest.empty() && word != "if" && !TakeValue(rest, address)) return After::Stay;
-    if (word == "if") address = HeaderLong(kHeaderPC);
-    if (!TakeCondition(rest, condition) || !IsAddress(address)) return After::Stay;
+    if (!rest.empty() && word != "if" && !TakeValue(rest, address)) {
+        return After::Stay;
+    }
+    if (word == "if") {
+        address = HeaderLong(kHeaderPC);
+    }
+    if (!TakeCondition(rest, condition) || !IsAddress(address)) {
+        return After::Stay;
+    }
     return AddAndDescribe(StopKind::Address, address, condition);
 }
 
@@ -184,9 +230,15 @@ After Watch(const Arguments& arguments) {
 }
 
 After List(const Arguments& arguments) {
-    if (!NothingIsLeft(arguments.rest)) return After::Stay;
-    if (StopPoints().empty()) Say("there are no breakpoints");
-    for (const StopPoint& point : StopPoints()) Say(DescribeStopPoint(point));
+    if (!NothingIsLeft(arguments.rest)) {
+        return After::Stay;
+    }
+    if (StopPoints().empty()) {
+        Say("there are no breakpoints");
+    }
+    for (const StopPoint& point : StopPoints()) {
+        Say(DescribeStopPoint(point));
+    }
     return After::Stay;
 }
 
@@ -200,23 +252,33 @@ After Delete(const Arguments& arguments) {
         return After::Stay;
     }
     u32 number = 0;
-    if (arguments.rest.empty()) return Refuse("which one? \"delete all\" deletes all");
-    if (!TakeOnlyValue(arguments.rest, number)) return After::Stay;
-    if (!DeleteStopPoint(number)) return Refuse(FormatText("there is no breakpoint %u", number));
+    if (arguments.rest.empty()) {
+        return Refuse("which one? \"delete all\" deletes all");
+    }
+    if (!TakeOnlyValue(arguments.rest, number)) {
+        return After::Stay;
+    }
+    if (!DeleteStopPoint(number)) {
+        return Refuse(FormatText("there is no breakpoint %u", number));
+    }
     return After::Stay;
 }
 
 // --- Running on
 
 After Continue(const Arguments& arguments) {
-    if (!NothingIsLeft(arguments.rest)) return After::Stay;
+    if (!NothingIsLeft(arguments.rest)) {
+        return After::Stay;
+    }
     RunFreely();
     return After::Resume;
 }
 
 After RunCounted(const Arguments& arguments, void (*run)(u32 count)) {
     u32 count = 0;
-    if (!TakeCount(arguments.rest, 1, kMostSteps, count)) return After::Stay;
+    if (!TakeCount(arguments.rest, 1, kMostSteps, count)) {
+        return After::Stay;
+    }
     run(count);
     return After::Resume;
 }
@@ -230,13 +292,17 @@ After Over(const Arguments& arguments) {
 }
 
 After Finish(const Arguments& arguments) {
-    if (!NothingIsLeft(arguments.rest)) return After::Stay;
+    if (!NothingIsLeft(arguments.rest)) {
+        return After::Stay;
+    }
     RunOut();
     return After::Resume;
 }
 
 After Line(const Arguments& arguments) {
-    if (LineCount() == 0) return Refuse("no lines are known; there is no MAIN.LIN");
+    if (LineCount() == 0) {
+        return Refuse("no lines are known; there is no MAIN.LIN");
+    }
     return RunCounted(arguments, RunLines);
 }
 
@@ -245,11 +311,15 @@ After Until(const Arguments& arguments) {
     std::string_view rest = arguments.rest;
     std::vector<u32> addresses;
     if (TakeLine(rest, addresses)) {
-        if (addresses.empty() || !NothingIsLeft(rest)) return After::Stay;
+        if (addresses.empty() || !NothingIsLeft(rest)) {
+            return After::Stay;
+        }
         RunUntil(addresses.front());
         return After::Resume;
     }
-    if (!TakeOnlyValue(arguments.rest, address) || !IsAddress(address)) return After::Stay;
+    if (!TakeOnlyValue(arguments.rest, address) || !IsAddress(address)) {
+        return After::Stay;
+    }
     RunUntil(address);
     return After::Resume;
 }
@@ -266,14 +336,18 @@ After Registers(const Arguments& arguments) {
         return After::Stay;
     }
     const std::optional<u32> place = RegisterOfName(arguments.rest);
-    if (!place) return Refuse(mxasm::Quoted(arguments.rest) + " is none of R0 to R15");
+    if (!place) {
+        return Refuse(mxasm::Quoted(arguments.rest) + " is none of R0 to R15");
+    }
     ShowRegister(*place);
     return After::Stay;
 }
 
 After Print(const Arguments& arguments) {
     u32 value = 0;
-    if (!TakeOnlyValue(arguments.rest, value)) return After::Stay;
+    if (!TakeOnlyValue(arguments.rest, value)) {
+        return After::Stay;
+    }
     const std::string name = NameOfAddress(value);
     Say(FormatText("%d = 0x%8.8X", static_cast<i32>(value), value) +
         (name.empty() ? "" : " <" + name + ">"));
@@ -282,7 +356,9 @@ After Print(const Arguments& arguments) {
 
 After Frames(const Arguments& arguments) {
     u32 count = 0;
-    if (TakeCount(arguments.rest, kShownFrames, kMostShown, count)) ShowFrames(count);
+    if (TakeCount(arguments.rest, kShownFrames, kMostShown, count)) {
+        ShowFrames(count);
+    }
     return After::Stay;
 }
 
@@ -300,7 +376,9 @@ After Memory(const Arguments& arguments) {
 
 After Text(const Arguments& arguments) {
     u32 address = 0;
-    if (TakeOnlyValue(arguments.rest, address)) ShowText(address);
+    if (TakeOnlyValue(arguments.rest, address)) {
+        ShowText(address);
+    }
     return After::Stay;
 }
 
@@ -308,8 +386,12 @@ After Assembly(const Arguments& arguments) {
     u32 address = HeaderLong(kHeaderPC);
     u32 count = 0;
     std::string_view rest = arguments.rest;
-    if (!rest.empty() && !TakeValue(rest, address)) return After::Stay;
-    if (TakeCount(rest, kShownInstructions, kMostShown, count)) ShowInstructions(address, count);
+    if (!rest.empty() && !TakeValue(rest, address)) {
+        return After::Stay;
+    }
+    if (TakeCount(rest, kShownInstructions, kMostShown, count)) {
+        ShowInstructions(address, count);
+    }
     return After::Stay;
 }
 
@@ -326,26 +408,36 @@ After Source(const Arguments& arguments) {
         std::vector<u32> addresses;
         rest.remove_prefix(word.size());
         const std::string wrong = FindLine(file, line, addresses);
-        if (addresses.empty()) return Refuse(wrong);
+        if (addresses.empty()) {
+            return Refuse(wrong);
+        }
         address = addresses.front();
     } else if (!rest.empty() && !TakeValue(rest, address)) {
         return After::Stay;
     }
-    if (!TakeCount(rest, kShownSource, kMostShown, count)) return After::Stay;
+    if (!TakeCount(rest, kShownSource, kMostShown, count)) {
+        return After::Stay;
+    }
     const CodeLine* const known = LineAt(address);
-    if (known == nullptr) return Refuse("no line is known of " + Place(address));
+    if (known == nullptr) {
+        return Refuse("no line is known of " + Place(address));
+    }
     ShowSource(FileOfLine(*known), line != 0 ? line : known->line, count, pc);
     return After::Stay;
 }
 
 After Trace(const Arguments& arguments) {
     u32 count = 0;
-    if (TakeCount(arguments.rest, kShownTrace, kPcTraceSize, count)) ShowTrace(count);
+    if (TakeCount(arguments.rest, kShownTrace, kPcTraceSize, count)) {
+        ShowTrace(count);
+    }
     return After::Stay;
 }
 
 After Where(const Arguments& arguments) {
-    if (NothingIsLeft(arguments.rest)) ShowLocation();
+    if (NothingIsLeft(arguments.rest)) {
+        ShowLocation();
+    }
     return After::Stay;
 }
 
@@ -374,21 +466,29 @@ After Bitmaps(const Arguments& arguments) {
 After Save(const Arguments& arguments) {
     u32 handle = 0;
     std::string_view rest = arguments.rest;
-    if (!TakeValue(rest, handle)) return After::Stay;
-    if (rest.empty()) return Refuse("the name of a file is missing");
+    if (!TakeValue(rest, handle)) {
+        return After::Stay;
+    }
+    if (rest.empty()) {
+        return Refuse("the name of a file is missing");
+    }
     SaveBitmap(handle, std::string(rest));
     return After::Stay;
 }
 
 After Queue(const Arguments& arguments) {
-    if (NothingIsLeft(arguments.rest)) ShowQueue();
+    if (NothingIsLeft(arguments.rest)) {
+        ShowQueue();
+    }
     return After::Stay;
 }
 
 After Symbols(const Arguments& arguments) {
     if (!arguments.rest.empty()) {
         const std::string error = LoadSymbols(std::string(arguments.rest));
-        if (!error.empty()) return Refuse(error);
+        if (!error.empty()) {
+            return Refuse(error);
+        }
     }
     Say(FormatText("%zu symbols", SymbolCount()));
     return After::Stay;
@@ -439,16 +539,24 @@ std::string Usage(const Command& command) {
     std::string usage = command.name;
     std::string_view others = command.others;
     const std::string letter = TakeWord(others);
-    if (!letter.empty()) usage = letter + ", " + usage;
-    if (*command.usage != 0) usage += std::string(" ") + command.usage;
+    if (!letter.empty()) {
+        usage = letter + ", " + usage;
+    }
+    if (*command.usage != 0) {
+        usage += std::string(" ") + command.usage;
+    }
     return usage;
 }
 
 bool IsNamed(const Command& command, const std::string& name) {
-    if (name == command.name) return true;
+    if (name == command.name) {
+        return true;
+    }
     std::string_view others = command.others;
     for (std::string other = TakeWord(others); !other.empty(); other = TakeWord(others)) {
-        if (name == other) return true;
+        if (name == other) {
+            return true;
+        }
     }
     return false;
 }
@@ -457,15 +565,21 @@ bool IsNamed(const Command& command, const std::string& name) {
 std::vector<const Command*> FindCommands(const std::string& name) {
     std::vector<const Command*> found;
     for (const Command& command : kCommands) {
-        if (IsNamed(command, name)) return {&command};
-        if (std::string_view(command.name).starts_with(name)) found.push_back(&command);
+        if (IsNamed(command, name)) {
+            return {&command};
+        }
+        if (std::string_view(command.name).starts_with(name)) {
+            found.push_back(&command);
+        }
     }
     return found;
 }
 
 const Command* FindCommand(const std::string& name) {
     const std::vector<const Command*> found = FindCommands(name);
-    if (found.size() == 1) return found.front();
+    if (found.size() == 1) {
+        return found.front();
+    }
     if (found.empty()) {
         Say("there is no command " + mxasm::Quoted(name) + "; help lists them");
         return nullptr;
@@ -481,7 +595,9 @@ const Command* FindCommand(const std::string& name) {
 After Help(const Arguments& arguments) {
     if (!arguments.rest.empty()) {
         const Command* const command = FindCommand(std::string(arguments.rest));
-        if (command != nullptr) Say(Usage(*command) + ": " + command->what);
+        if (command != nullptr) {
+            Say(Usage(*command) + ": " + command->what);
+        }
         return After::Stay;
     }
     for (const Command& command : kCommands) {
@@ -498,12 +614,16 @@ After Help(const Arguments& arguments) {
 bool TakeSize(const Command& command, std::string_view& rest, char& size) {
     size = 0;
     if (!rest.starts_with('.')) {
-        if (rest.empty() || rest[0] == ' ' || rest[0] == '\t') return true;
+        if (rest.empty() || rest[0] == ' ' || rest[0] == '\t') {
+            return true;
+        }
     } else if (command.sized && rest.size() >= 2) {
         size = static_cast<char>(rest[1] | 0x20);
         const bool ends = rest.size() == 2 || rest[2] == ' ' || rest[2] == '\t';
         rest.remove_prefix(2);
-        if (BytesOfSize(size) != 0 && ends) return true;
+        if (BytesOfSize(size) != 0 && ends) {
+            return true;
+        }
         Say("the sizes are .b .w .l .q .f .d");
         return false;
     }
@@ -512,7 +632,9 @@ bool TakeSize(const Command& command, std::string_view& rest, char& size) {
 }
 
 std::string_view WithoutSpacesAtTheEnd(std::string_view text) {
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) {
+        text.remove_suffix(1);
+    }
     return text;
 }
 
@@ -521,19 +643,29 @@ std::string_view WithoutSpacesAtTheEnd(std::string_view text) {
 After ExecuteCommand(const std::string& line) {
     std::string_view rest = WithoutSpacesAtTheEnd(line);
     SkipSpaces(rest);
-    if (rest.starts_with('#')) return After::Stay;
+    if (rest.starts_with('#')) {
+        return After::Stay;
+    }
     const bool again = rest.empty();
-    if (again && repeated.empty()) return After::Stay;
+    if (again && repeated.empty()) {
+        return After::Stay;
+    }
     const std::string text(again ? repeated : rest);
     rest = text;
     const std::string name = TakeWord(rest);
-    if (name.empty()) return Refuse("no command begins with " + mxasm::Quoted(rest));
+    if (name.empty()) {
+        return Refuse("no command begins with " + mxasm::Quoted(rest));
+    }
     const Command* const command = FindCommand(name);
     Arguments arguments{};
-    if (command == nullptr || !TakeSize(*command, rest, arguments.size)) return After::Stay;
+    if (command == nullptr || !TakeSize(*command, rest, arguments.size)) {
+        return After::Stay;
+    }
     SkipSpaces(rest);
     arguments.rest = rest;
-    if (command->repeats) repeated = text;
+    if (command->repeats) {
+        repeated = text;
+    }
     return command->run(arguments);
 }
 

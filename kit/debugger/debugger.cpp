@@ -30,7 +30,9 @@ constinit bool quitting = false;  // no more commands: the run ends where it can
 std::string ReadSymbolsOfModule() {
     const std::string path = SymbolFile();
     std::error_code error;
-    if (!std::filesystem::exists(path, error)) return "there is no MAIN.SYM beside the module";
+    if (!std::filesystem::exists(path, error)) {
+        return "there is no MAIN.SYM beside the module";
+    }
     const std::string wrong = LoadSymbols(path);
     return wrong.empty() ? FormatText("%zu symbols from MAIN.SYM", SymbolCount()) : wrong;
 }
@@ -55,21 +57,35 @@ void Greet() {
     Say("The module stands before its first instruction; help lists the commands.");
     Say(ReadSymbolsOfModule());
     const std::string wrong = LoadLinesOfGame();
-    if (!wrong.empty()) Say(wrong);
-    if (LineCount() != 0) Say(FormatText("%zu places of source lines from MAIN.LIN", LineCount()));
+    if (!wrong.empty()) {
+        Say(wrong);
+    }
+    if (LineCount() != 0) {
+        Say(FormatText("%zu places of source lines from MAIN.LIN", LineCount()));
+    }
 }
 
 void OnInstruction() {
-    if (quitting) EndProcess(0);
+    if (quitting) {
+        EndProcess(0);
+    }
     std::vector<std::string> reasons;
     const bool interrupted = stopRequest;
-    if (interrupted) reasons.emplace_back("interrupted");
+    if (interrupted) {
+        reasons.emplace_back("interrupted");
+    }
     if (IsStop(reasons) || !greeted) {
-        if (!greeted) Greet();
-        for (const std::string& reason : reasons) Say(reason);
+        if (!greeted) {
+            Greet();
+        }
+        for (const std::string& reason : reasons) {
+            Say(reason);
+        }
         ShowLocation();
         Talk();
-        if (quitting) EndProcess(0);
+        if (quitting) {
+            EndProcess(0);
+        }
     }
     NoteInstruction();
 }
@@ -85,14 +101,18 @@ void StartDebugger() {
 
 void StopBeforeFatalMessage(std::string_view text) {
     // Outside of a message the host reports what no instruction of the module has done.
-    if (!started || !inMX || talking || quitting) return;
+    if (!started || !inMX || talking || quitting) {
+        return;
+    }
     Say("fatal: " + MacRomanToUtf8(text));
     ShowLocation();
     Talk();
 }
 
 void CloseDebugger(int status) {
-    if (started) Say(FormatText("the run ends with status %d", status));
+    if (started) {
+        Say(FormatText("the run ends with status %d", status));
+    }
 }
 
 }  // namespace moxi

@@ -24,7 +24,9 @@ bool IsOfName(char c) {
 std::string UpperCase(std::string_view text) {
     std::string upper(text);
     for (char& c : upper) {
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+        if (c >= 'a' && c <= 'z') {
+            c = static_cast<char>(c - 'a' + 'A');
+        }
     }
     return upper;
 }
@@ -35,12 +37,16 @@ struct Reader {
     u32 nesting = 0;
 
     u32 Fail(const std::string& why) {
-        if (error.empty()) error = why;
+        if (error.empty()) {
+            error = why;
+        }
         return 0;
     }
     bool Take(std::string_view token) {
         SkipSpaces(rest);
-        if (!rest.starts_with(token)) return false;
+        if (!rest.starts_with(token)) {
+            return false;
+        }
         rest.remove_prefix(token.size());
         return true;
     }
@@ -63,13 +69,17 @@ u32 Reader::Number(const std::string& word) {
     if (problem == std::errc::result_out_of_range) {
         return Fail(mxasm::Quoted(word) + " does not fit a LONG");
     }
-    if (problem != std::errc() || stop != last) return Fail(mxasm::Quoted(word) + " is no number");
+    if (problem != std::errc() || stop != last) {
+        return Fail(mxasm::Quoted(word) + " is no number");
+    }
     return value;
 }
 
 u32 Reader::Name(const std::string& word) {
     std::optional<u32> place = RegisterOfName(word);
-    if (!place) place = SpecialRegisterOfName(word);
+    if (!place) {
+        place = SpecialRegisterOfName(word);
+    }
     if (place) {
         return *place == kHeaderFlags ? image[kHeaderFlags] : LoadBytes<u32>(image + *place);
     }
@@ -78,7 +88,9 @@ u32 Reader::Name(const std::string& word) {
 }
 
 u32 Reader::Character() {
-    if (rest.size() < 2 || rest[1] != '\'') return Fail("a character stands between quotes: 'A'");
+    if (rest.size() < 2 || rest[1] != '\'') {
+        return Fail("a character stands between quotes: 'A'");
+    }
     const u32 value = static_cast<u8>(rest[0]);
     rest.remove_prefix(2);
     return value;
@@ -86,8 +98,12 @@ u32 Reader::Character() {
 
 u32 Reader::Memory() {
     const u32 address = Comparison();
-    if (!error.empty()) return 0;
-    if (!Take("]")) return Fail("a ] is missing");
+    if (!error.empty()) {
+        return 0;
+    }
+    if (!Take("]")) {
+        return Fail("a ] is missing");
+    }
     std::optional<u32> value;
     const std::string size = UpperCase(rest.substr(0, 2));
     if (size == ".B") {
@@ -97,19 +113,27 @@ u32 Reader::Memory() {
     } else {
         value = Peek<u32>(address);
     }
-    if (size == ".B" || size == ".W" || size == ".L") rest.remove_prefix(2);
-    if (!value) return Fail(FormatText("0x%8.8X is outside the image", address));
+    if (size == ".B" || size == ".W" || size == ".L") {
+        rest.remove_prefix(2);
+    }
+    if (!value) {
+        return Fail(FormatText("0x%8.8X is outside the image", address));
+    }
     return *value;
 }
 
 u32 Reader::Primary() {
-    if (++nesting > kMostNesting) return Fail("too many brackets");
+    if (++nesting > kMostNesting) {
+        return Fail("too many brackets");
+    }
     u32 value = 0;
     if (Take("-")) {
         value = 0 - Primary();
     } else if (Take("(")) {
         value = Comparison();
-        if (!Take(")")) Fail("a ) is missing");
+        if (!Take(")")) {
+            Fail("a ) is missing");
+        }
     } else if (Take("[")) {
         value = Memory();
     } else if (Take("'")) {
@@ -143,16 +167,26 @@ u32 Reader::Sum() {
 
 u32 Reader::Comparison() {
     const u32 left = Sum();
-    if (!error.empty()) return 0;
+    if (!error.empty()) {
+        return 0;
+    }
     constexpr const char* kComparisons[] = {"==", "!=", "<=", ">=", "<", ">"};
     for (const std::string_view comparison : kComparisons) {
-        if (!Take(comparison)) continue;
+        if (!Take(comparison)) {
+            continue;
+        }
         const auto a = static_cast<i32>(left);
         const auto b = static_cast<i32>(Sum());
         const bool equal = a == b;
-        if (comparison == "==") return equal ? 1 : 0;
-        if (comparison == "!=") return equal ? 0 : 1;
-        if (comparison.size() == 2 && equal) return 1;
+        if (comparison == "==") {
+            return equal ? 1 : 0;
+        }
+        if (comparison == "!=") {
+            return equal ? 0 : 1;
+        }
+        if (comparison.size() == 2 && equal) {
+            return 1;
+        }
         return (comparison[0] == '<' ? a < b : a > b) ? 1 : 0;
     }
     return left;
@@ -170,7 +204,9 @@ std::string TakeExpression(std::string_view& text, u32& value) {
 
 std::string Evaluate(std::string_view text, u32& value) {
     std::string error = TakeExpression(text, value);
-    if (error.empty() && !text.empty()) error = mxasm::Quoted(text) + " is left over";
+    if (error.empty() && !text.empty()) {
+        error = mxasm::Quoted(text) + " is left over";
+    }
     return error;
 }
 
@@ -183,30 +219,44 @@ std::optional<u32> RegisterOfName(std::string_view name) {
     const auto [stop, problem] = std::from_chars(name.data() + 1, last, number);
     const bool plain =
         problem == std::errc() && stop == last && (name[1] != '0' || name.size() == 2);
-    if (!plain || number > 15) return std::nullopt;
+    if (!plain || number > 15) {
+        return std::nullopt;
+    }
     return RegisterAddress(number);
 }
 
 std::optional<u32> SpecialRegisterOfName(std::string_view name) {
     const std::string upper = UpperCase(name);
-    if (upper == "PC") return kHeaderPC;
-    if (upper == "SP") return kHeaderSP;
-    if (upper == "FP") return kHeaderFP;
-    if (upper == "FLAGS") return kHeaderFlags;
+    if (upper == "PC") {
+        return kHeaderPC;
+    }
+    if (upper == "SP") {
+        return kHeaderSP;
+    }
+    if (upper == "FP") {
+        return kHeaderFP;
+    }
+    if (upper == "FLAGS") {
+        return kHeaderFlags;
+    }
     return std::nullopt;
 }
 
 std::string TakeWord(std::string_view& text) {
     SkipSpaces(text);
     size_t length = 0;
-    while (length < text.size() && IsOfName(text[length])) ++length;
+    while (length < text.size() && IsOfName(text[length])) {
+        ++length;
+    }
     std::string word(text.substr(0, length));
     text.remove_prefix(length);
     return word;
 }
 
 void SkipSpaces(std::string_view& text) {
-    while (!text.empty() && (text[0] == ' ' || text[0] == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text[0] == ' ' || text[0] == '\t')) {
+        text.remove_prefix(1);
+    }
 }
 
 }  // namespace moxi

@@ -28,7 +28,9 @@ DisassembledInstruction InstructionAt(u32 address) {
 std::string NextInstruction() {
     std::string text = InstructionAt(HeaderLong(kHeaderPC)).text;
     const std::optional<u32> service = ServiceCommand();
-    if (service) text += FormatText("  ; service 0x%4.4X", *service);
+    if (service) {
+        text += FormatText("  ; service 0x%4.4X", *service);
+    }
     return text;
 }
 
@@ -36,7 +38,9 @@ std::string NextInstruction() {
 
 // The arguments of a message, or LONGs and what is left over.
 std::string Arguments(u32 address, u32 bytes, bool message) {
-    if (bytes == 0) return "no arguments";
+    if (bytes == 0) {
+        return "no arguments";
+    }
     if (!InImage(address, bytes)) {
         return FormatText("%u bytes of arguments, outside the image", bytes);
     }
@@ -50,8 +54,12 @@ std::string Arguments(u32 address, u32 bytes, bool message) {
     for (; at + 4 <= bytes && at < 4 * kMostArguments; at += 4) {
         text += FormatText(" 0x%X", LoadBytes<u32>(words + at));
     }
-    if (at + 4 <= bytes) return text + " ...";
-    for (; at < bytes; ++at) text += FormatText(" %2.2X", words[at]);
+    if (at + 4 <= bytes) {
+        return text + " ...";
+    }
+    for (; at < bytes; ++at) {
+        text += FormatText(" %2.2X", words[at]);
+    }
     return text;
 }
 
@@ -81,7 +89,9 @@ bool ShowFrame(u32 number, u32 pc, const Frame& frame, const FrameRegisters& reg
     Say("    " + (named.empty() ? Arguments(frame.at + 8, *bytes, caller == 0) : named));
     const std::string variables =
         frame.linked ? NamedVariables(at, frame.at - 4, registers) : std::string();
-    if (!variables.empty()) Say("    variables: " + variables);
+    if (!variables.empty()) {
+        Say("    variables: " + variables);
+    }
     return caller != 0;
 }
 
@@ -111,7 +121,9 @@ std::string Characters(const u8* bytes, u32 count) {
 
 void ShowLocation() {
     const u32 pc = HeaderLong(kHeaderPC);
-    if (pc == 0) return Say("=> the message has been run");
+    if (pc == 0) {
+        return Say("=> the message has been run");
+    }
     if (IsFirstOfMessage()) {
         const u32 at = HeaderLong(kHeaderSP) + 8;
         const std::string nested = MessageDepth() > 1 ? ", within another message" : "";
@@ -153,12 +165,16 @@ void ShowRegister(u32 place) {
 void ShowFrames(u32 count) {
     Frame frame = CurrentFrame();
     u32 pc = HeaderLong(kHeaderPC);
-    if (pc == 0) return Say("no function runs");
+    if (pc == 0) {
+        return Say("no function runs");
+    }
     u32 fp = frame.linked ? frame.at - 4 : 0;
     FrameRegisters registers = RegistersNow();
     for (u32 number = 0; number < count; ++number) {
         u32 caller = 0;
-        if (!ShowFrame(number, pc, frame, registers, caller)) return;
+        if (!ShowFrame(number, pc, frame, registers, caller)) {
+            return;
+        }
         // The stack grows downwards, so frames further out lie higher.
         const u32 next = frame.linked ? frame.callersFP : HeaderLong(kHeaderFP);
         if (next <= fp) {
@@ -166,7 +182,9 @@ void ShowFrames(u32 count) {
             return;
         }
         const FunctionSymbol* const function = FunctionSymbolAt(number == 0 ? pc : CallBefore(pc));
-        if (frame.linked && function != nullptr) Unwind(registers, function->address, fp);
+        if (frame.linked && function != nullptr) {
+            Unwind(registers, function->address, fp);
+        }
         pc = caller;
         fp = next;
         frame = {fp + 4, Peek<u32>(fp).value_or(0), true};
@@ -176,7 +194,9 @@ void ShowFrames(u32 count) {
 
 void ShowMemory(u32 address, char size, u32 count) {
     const u32 bytes = BytesOfSize(size);
-    if (bytes == 0) return;
+    if (bytes == 0) {
+        return;
+    }
     const u32 perRow = kRowBytes / bytes;
     u64 at = address;
     for (u32 left = count; left > 0;) {
@@ -187,7 +207,9 @@ void ShowMemory(u32 address, char size, u32 count) {
             return;
         }
         std::string row = FormatText("%8.8X ", static_cast<u32>(at));
-        for (u32 i = 0; i < items; ++i) row += " " + Item(image + at + u64{i} * bytes, size);
+        for (u32 i = 0; i < items; ++i) {
+            row += " " + Item(image + at + u64{i} * bytes, size);
+        }
         if (size == 'b') {
             row.resize(11 + 3 * kRowBytes, ' ');
             row += Characters(image + at, items);
@@ -208,7 +230,9 @@ void ShowText(u32 address) {
         } else if (c < 32 || c == 127) {
             text += FormatText("\\x%2.2X", c);
         } else {
-            if (c == '"' || c == '\\') text += '\\';
+            if (c == '"' || c == '\\') {
+                text += '\\';
+            }
             text += static_cast<char>(c);
         }
     }
@@ -226,18 +250,26 @@ void ShowInstructions(u32 address, u32 count) {
     for (u32 i = 0; i < count; ++i) {
         const DisassembledInstruction line = InstructionAt(address);
         const std::string labels = LabelAt(address);
-        if (!labels.empty()) Say(labels);
+        if (!labels.empty()) {
+            Say(labels);
+        }
         const char* mark = IsBreakpointAt(address) ? " * " : "   ";
-        if (address == HeaderLong(kHeaderPC)) mark = "=> ";
+        if (address == HeaderLong(kHeaderPC)) {
+            mark = "=> ";
+        }
         Say(mark + FormatText("%8.8X  ", address) + line.text);
-        if (line.length == 0) return;
+        if (line.length == 0) {
+            return;
+        }
         address += line.length;
     }
 }
 
 void ShowTrace(u32 count) {
     const u64 kept = std::min<u64>({count, pcTraceCount, kPcTraceSize});
-    if (kept == 0) Say("nothing has been executed");
+    if (kept == 0) {
+        Say("nothing has been executed");
+    }
     for (u64 i = pcTraceCount - kept; i < pcTraceCount; ++i) {
         const u32 pc = pcTrace[i % kPcTraceSize].pc;
         Say(Place(pc) + "  " + InstructionAt(pc).text);

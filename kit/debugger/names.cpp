@@ -15,11 +15,19 @@ constexpr u32 kMostOffset = 65535;  // from a name to a place that is called by 
 }  // namespace
 
 std::optional<u32> ValueOfName(std::string_view name) {
-    if (const std::optional<u32> value = ValueOfSymbol(name)) return value;
-    if (const std::optional<u32> command = MessageOfName(name)) return command;
-    if (!name.starts_with("HDR_")) return std::nullopt;
+    if (const std::optional<u32> value = ValueOfSymbol(name)) {
+        return value;
+    }
+    if (const std::optional<u32> command = MessageOfName(name)) {
+        return command;
+    }
+    if (!name.starts_with("HDR_")) {
+        return std::nullopt;
+    }
     for (u32 address = 0; address < kHeaderSize; ++address) {
-        if (name == NameOfHeader(address)) return address;
+        if (name == NameOfHeader(address)) {
+            return address;
+        }
     }
     return std::nullopt;
 }
@@ -35,17 +43,22 @@ std::string DescribeMessage(u32 command, u32 p1, u32 p2, u32 p3) {
 
 std::string NameOfAddress(u32 address) {
     // Beyond the globals lie the stack and the heap, which have no names.
-    if (address < kHeaderSize || address >= HeaderLong(kHeaderStackLimit)) return {};
+    if (address < kHeaderSize || address >= HeaderLong(kHeaderStackLimit)) {
+        return {};
+    }
     const std::optional<u32> start = NearestNamed(address);
-    if (!start || address - *start > kMostOffset) return {};
+    if (!start || address - *start > kMostOffset) {
+        return {};
+    }
     const std::string& name = NamesAt(*start).front();
     return address == *start ? name : name + "+" + std::to_string(address - *start);
 }
 
 std::string LabelAt(u32 address) {
     std::string labels;
-    for (const std::string& name : NamesAt(address))
+    for (const std::string& name : NamesAt(address)) {
         labels += (labels.empty() ? "" : " ") + name + ":";
+    }
     return labels;
 }
 
@@ -61,7 +74,9 @@ AddressNamer InstructionNames() {
             return use == AddressUse::Memory ? NameOfHeader(address) : std::string();
         }
         // A number is an address only if somebody named it.
-        if (use == AddressUse::Value && NamesAt(address).empty()) return std::string();
+        if (use == AddressUse::Value && NamesAt(address).empty()) {
+            return std::string();
+        }
         return NameOfAddress(address);
     };
 }

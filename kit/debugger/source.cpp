@@ -32,7 +32,9 @@ std::optional<std::string> ReadSource(const std::string& name) {
     std::string why;
     for (const fs::path& path :
          {fs::path(name), folder / name, folder.parent_path() / name, fs::path(name).filename()}) {
-        if (auto text = mxasm::ReadWholeFile(path.string(), kMostSource, false, why)) return text;
+        if (auto text = mxasm::ReadWholeFile(path.string(), kMostSource, false, why)) {
+            return text;
+        }
     }
     return std::nullopt;
 }
@@ -41,10 +43,14 @@ std::optional<std::string> ReadSource(const std::string& name) {
 const std::vector<std::string>& SourceOf(const std::string& name) {
     static std::map<std::string, std::vector<std::string>> sources;
     const auto [found, isNew] = sources.try_emplace(name);
-    if (!isNew) return found->second;
+    if (!isNew) {
+        return found->second;
+    }
     std::istringstream text(ReadSource(name).value_or(""));
     for (std::string line; std::getline(text, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
         found->second.push_back(line);
     }
     return found->second;
@@ -61,37 +67,69 @@ std::string Character(u8 value) {
 }
 
 u32 BytesOf(const std::string& kind) {
-    if (kind == "i8" || kind == "u8" || kind == "bool" || kind == "char") return 1;
-    if (kind == "i16" || kind == "u16") return 2;
+    if (kind == "i8" || kind == "u8" || kind == "bool" || kind == "char") {
+        return 1;
+    }
+    if (kind == "i16" || kind == "u16") {
+        return 2;
+    }
     return kind == "i64" || kind == "u64" || kind == "f64" ? 8 : 4;
 }
 
 // The first bytes of `bits` as a value of that kind.
 std::string TextOf(u64 bits, const std::string& kind) {
-    if (kind == "i8") return FormatText("%d", static_cast<i8>(bits));
-    if (kind == "u8") return FormatText("%u", static_cast<u8>(bits));
-    if (kind == "i16") return FormatText("%d", static_cast<i16>(bits));
-    if (kind == "u16") return FormatText("%u", static_cast<u16>(bits));
-    if (kind == "i32") return FormatText("%d", static_cast<i32>(bits));
-    if (kind == "u32") return FormatText("%u", static_cast<u32>(bits));
-    if (kind == "i64") return FormatText("%ld", static_cast<i64>(bits));
-    if (kind == "u64") return FormatText("%lu", bits);
-    if (kind == "f32") return FormatText("%.9g", f64{std::bit_cast<f32>(static_cast<u32>(bits))});
-    if (kind == "f64") return FormatText("%.17g", std::bit_cast<f64>(bits));
-    if (kind == "bool") return (bits & 0xFF) != 0 ? "true" : "false";
-    if (kind == "char") return Character(static_cast<u8>(bits));
+    if (kind == "i8") {
+        return FormatText("%d", static_cast<i8>(bits));
+    }
+    if (kind == "u8") {
+        return FormatText("%u", static_cast<u8>(bits));
+    }
+    if (kind == "i16") {
+        return FormatText("%d", static_cast<i16>(bits));
+    }
+    if (kind == "u16") {
+        return FormatText("%u", static_cast<u16>(bits));
+    }
+    if (kind == "i32") {
+        return FormatText("%d", static_cast<i32>(bits));
+    }
+    if (kind == "u32") {
+        return FormatText("%u", static_cast<u32>(bits));
+    }
+    if (kind == "i64") {
+        return FormatText("%ld", static_cast<i64>(bits));
+    }
+    if (kind == "u64") {
+        return FormatText("%lu", bits);
+    }
+    if (kind == "f32") {
+        return FormatText("%.9g", f64{std::bit_cast<f32>(static_cast<u32>(bits))});
+    }
+    if (kind == "f64") {
+        return FormatText("%.17g", std::bit_cast<f64>(bits));
+    }
+    if (kind == "bool") {
+        return (bits & 0xFF) != 0 ? "true" : "false";
+    }
+    if (kind == "char") {
+        return Character(static_cast<u8>(bits));
+    }
     return FormatText("0x%X", static_cast<u32>(bits));
 }
 
 constexpr const char* kOutside = "outside the image";
 
 std::string ValueAt(u32 address, const std::string& kind) {
-    if (kind == "block") return FormatText("(at 0x%8.8X)", address);
+    if (kind == "block") {
+        return FormatText("(at 0x%8.8X)", address);
+    }
     u8 bytes[8] = {};
     const u32 count = BytesOf(kind);
     for (u32 i = 0; i < count; ++i) {
         const std::optional<u8> byte = Peek<u8>(address + i);
-        if (!byte) return kOutside;
+        if (!byte) {
+            return kOutside;
+        }
         bytes[i] = *byte;
     }
     return TextOf(LoadBytes<u64>(bytes), kind);
@@ -106,7 +144,9 @@ std::string AtLine(u32 address) {
 
 void ShowLine(u32 address) {
     const CodeLine* const line = LineAt(address);
-    if (line == nullptr) return;
+    if (line == nullptr) {
+        return;
+    }
     std::string text = TextOfLine(FileOfLine(*line), line->line);
     text.erase(0, text.find_first_not_of(" \t"));
     Say(LineName(address) + (text.empty() ? "" : "  " + text));
@@ -114,7 +154,9 @@ void ShowLine(u32 address) {
 
 void ShowSource(const std::string& file, u32 line, u32 count, u32 address) {
     const std::vector<std::string>& lines = SourceOf(file);
-    if (lines.empty()) return Say(file + ": the source is not to be found");
+    if (lines.empty()) {
+        return Say(file + ": the source is not to be found");
+    }
     const CodeLine* const here = LineAt(address);
     const u32 half = count / 2;
     const u32 first = line > half ? line - half : 1;
@@ -122,12 +164,16 @@ void ShowSource(const std::string& file, u32 line, u32 count, u32 address) {
         const bool isHere = here != nullptr && here->line == at && FileOfLine(*here) == file;
         Say(FormatText("%s%5u  ", isHere ? "=>" : "  ", at) + lines[at - 1]);
     }
-    if (first > lines.size()) Say(FormatText("%s has %zu lines", file.c_str(), lines.size()));
+    if (first > lines.size()) {
+        Say(FormatText("%s has %zu lines", file.c_str(), lines.size()));
+    }
 }
 
 FrameRegisters RegistersNow() {
     FrameRegisters registers{};
-    for (u32 r = 0; r < 16; ++r) registers.places[r] = RegisterAddress(r);
+    for (u32 r = 0; r < 16; ++r) {
+        registers.places[r] = RegisterAddress(r);
+    }
     return registers;
 }
 
@@ -135,9 +181,13 @@ FrameRegisters RegistersNow() {
 void Unwind(FrameRegisters& registers, u32 function, u32 fp) {
     const u32 link = Peek<u32>(function).value_or(0);
     const u32 count = SavedRegisters(link);
-    if (SingleOf(link) != Single::Link || count > 14) return;
+    if (SingleOf(link) != Single::Link || count > 14) {
+        return;
+    }
     const u32 saved = fp - LocalBytes(link) - 8 * count;
-    for (u32 i = 0; i < count; ++i) registers.places[14 - count + i] = saved + 8 * i;
+    for (u32 i = 0; i < count; ++i) {
+        registers.places[14 - count + i] = saved + 8 * i;
+    }
 }
 
 namespace {
@@ -146,23 +196,35 @@ std::string ValueOf(const CodeVariable& variable, u32 pc, u32 fp, const FrameReg
     const auto place =
         std::find_if(variable.places.begin(), variable.places.end(),
                      [pc](const CodePlace& each) { return each.from <= pc && pc < each.to; });
-    if (place == variable.places.end()) return "not known here";
+    if (place == variable.places.end()) {
+        return "not known here";
+    }
     const bool isNumber = place->kind == CodePlace::Kind::Number;
-    if (isNumber && !place->isMemory) return TextOf(static_cast<u64>(place->number), variable.kind);
-    if (isNumber) return ValueAt(static_cast<u32>(place->number), variable.kind);
+    if (isNumber && !place->isMemory) {
+        return TextOf(static_cast<u64>(place->number), variable.kind);
+    }
+    if (isNumber) {
+        return ValueAt(static_cast<u32>(place->number), variable.kind);
+    }
     const u32 at = place->kind == CodePlace::Kind::Frame ? fp + static_cast<u32>(place->slot)
                                                          : registers.places[place->reg];
-    if (!place->isMemory) return ValueAt(at, variable.kind);
+    if (!place->isMemory) {
+        return ValueAt(at, variable.kind);
+    }
     const std::optional<u32> base = Peek<u32>(at);
     return base ? ValueAt(*base + static_cast<u32>(place->number), variable.kind) : kOutside;
 }
 
 std::string Named(u32 pc, u32 fp, const FrameRegisters& registers, bool arguments) {
     const FunctionSymbol* const function = FunctionSymbolAt(pc);
-    if (function == nullptr || pc < BodyOf(function->address)) return "";
+    if (function == nullptr || pc < BodyOf(function->address)) {
+        return "";
+    }
     std::string text;
     for (const CodeVariable& variable : VariablesOf(function->address)) {
-        if (variable.isArgument != arguments || pc < variable.from || pc >= variable.to) continue;
+        if (variable.isArgument != arguments || pc < variable.from || pc >= variable.to) {
+            continue;
+        }
         const std::string value = ValueOf(variable, pc, fp, registers);
         text += (text.empty() ? "" : ", ") + variable.name + "=" + value;
     }

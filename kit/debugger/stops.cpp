@@ -51,7 +51,9 @@ void PlanStepOver() {
 }
 
 bool HasComeBack() {
-    if (depth != wantedDepth) return depth < wantedDepth;
+    if (depth != wantedDepth) {
+        return depth < wantedDepth;
+    }
     return first || HeaderLong(kHeaderSP) >= wantedSP;
 }
 
@@ -68,7 +70,9 @@ void NoteLine() {
 // Code without lines is passed over; the beginning of a message is always something new.
 bool IsOtherLine() {
     const CodeLine* const line = LineAt(HeaderLong(kHeaderPC));
-    if (first) return true;
+    if (first) {
+        return true;
+    }
     return line != nullptr && (line->line != stepLine || line->file != stepFile);
 }
 
@@ -81,13 +85,19 @@ bool IsStepDone() {
         case Way::Over:
         case Way::Line: break;
     }
-    if (!HasComeBack()) return false;
+    if (!HasComeBack()) {
+        return false;
+    }
     if (way == Way::Line && !IsOtherLine()) {
         PlanStepOver();
         return false;
     }
-    if (--stepsLeft == 0) return true;
-    if (way == Way::Line) NoteLine();
+    if (--stepsLeft == 0) {
+        return true;
+    }
+    if (way == Way::Line) {
+        NoteLine();
+    }
     PlanStepOver();
     return false;
 }
@@ -113,24 +123,34 @@ const char* KindName(StopKind kind) {
 // The line for a stop at this point; of a watchpoint, with what has changed.
 std::string Reason(const StopPoint& point, u32 now) {
     std::string line = FormatText("%s %u", KindName(point.kind), point.number);
-    if (point.kind != StopKind::Watch) return line;
+    if (point.kind != StopKind::Watch) {
+        return line;
+    }
     line += ": " + Place(point.value) + FormatText(": 0x%X, was 0x%X", now, point.last);
-    if (pcTraceCount == 0) return line;
+    if (pcTraceCount == 0) {
+        return line;
+    }
     const u32 last = pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc;
     return line + ", after " + Place(last) + AtLine(last);
 }
 
 void CheckPoint(StopPoint& point, const std::optional<u32>& service,
                 std::vector<std::string>& reasons) {
-    if (!IsMet(point, service)) return;
+    if (!IsMet(point, service)) {
+        return;
+    }
     const u32 now = Peek<u32>(point.value).value_or(0);
     std::string reason = Reason(point, now);
     point.last = now;
     if (!point.condition.empty()) {
         u32 holds = 0;
         const std::string error = Evaluate(point.condition, holds);
-        if (error.empty() && holds == 0) return;
-        if (!error.empty()) reason += ", condition: " + error;
+        if (error.empty() && holds == 0) {
+            return;
+        }
+        if (!error.empty()) {
+            reason += ", condition: " + error;
+        }
     }
     ++point.hits;
     reasons.push_back(reason);
@@ -187,7 +207,9 @@ bool IsBreakpointAt(u32 address) {
 }
 
 void RenewWatchpoints() {
-    for (StopPoint& point : points) point.last = Peek<u32>(point.value).value_or(0);
+    for (StopPoint& point : points) {
+        point.last = Peek<u32>(point.value).value_or(0);
+    }
 }
 
 std::string DescribeStopPoint(const StopPoint& point) {
@@ -202,13 +224,19 @@ std::string DescribeStopPoint(const StopPoint& point) {
         case StopKind::Watch: what = "of the LONG at " + Place(point.value); break;
     }
     std::string line = FormatText("%s %u: ", KindName(point.kind), point.number) + what;
-    if (!point.condition.empty()) line += " if " + point.condition;
-    if (point.hits > 0) line += FormatText(", %u hit%s", point.hits, point.hits == 1 ? "" : "s");
+    if (!point.condition.empty()) {
+        line += " if " + point.condition;
+    }
+    if (point.hits > 0) {
+        line += FormatText(", %u hit%s", point.hits, point.hits == 1 ? "" : "s");
+    }
     return line;
 }
 
 Frame CurrentFrame() {
-    if (IsSingle(InstructionWord(), Single::Link)) return {HeaderLong(kHeaderSP), 0, false};
+    if (IsSingle(InstructionWord(), Single::Link)) {
+        return {HeaderLong(kHeaderSP), 0, false};
+    }
     const u32 fp = HeaderLong(kHeaderFP);
     return {fp + 4, Peek<u32>(fp).value_or(0), true};
 }
@@ -260,7 +288,9 @@ void NoteMessageEnd() {
 bool IsStop(std::vector<std::string>& reasons) {
     if (!points.empty()) {
         const std::optional<u32> service = ServiceCommand();
-        for (StopPoint& point : points) CheckPoint(point, service, reasons);
+        for (StopPoint& point : points) {
+            CheckPoint(point, service, reasons);
+        }
     }
     CheckStack(reasons);
     const bool done = IsStepDone();
@@ -276,7 +306,9 @@ bool IsFirstOfMessage() {
 }
 
 std::optional<u32> ServiceCommand() {
-    if (!IsSingle(InstructionWord(), Single::Sys)) return std::nullopt;
+    if (!IsSingle(InstructionWord(), Single::Sys)) {
+        return std::nullopt;
+    }
     return Peek<u32>(HeaderLong(kHeaderR15));
 }
 

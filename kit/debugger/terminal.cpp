@@ -30,11 +30,17 @@ bool ReadMore() {
     while (quitRequest != QuitRequest::Made) {
         pollfd input = {STDIN_FILENO, POLLIN, 0};
         const int ready = poll(&input, 1, kLookAtSignals);
-        if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
+        if (ready == 0 || (ready < 0 && errno == EINTR)) {
+            continue;
+        }
         char bytes[4096];
         const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
-        if (size < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-        if (size <= 0) return false;
+        if (size < 0 && (errno == EINTR || errno == EAGAIN)) {
+            continue;
+        }
+        if (size <= 0) {
+            return false;
+        }
         pending.append(bytes, static_cast<size_t>(size));
         return true;
     }
@@ -58,17 +64,25 @@ std::optional<std::string> ReadCommand() {
     }
     size_t end = pending.find('\n');
     while (end == std::string::npos && !inputEnded) {
-        if (!ReadMore()) inputEnded = true;
+        if (!ReadMore()) {
+            inputEnded = true;
+        }
         end = pending.find('\n');
     }
     if (end == std::string::npos && (pending.empty() || quitRequest == QuitRequest::Made)) {
-        if (terminal) Say("");
+        if (terminal) {
+            Say("");
+        }
         return std::nullopt;
     }
     std::string line = pending.substr(0, end);
     pending.erase(0, end == std::string::npos ? pending.size() : end + 1);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (!terminal) Say(line.empty() ? kPrompt : std::string(kPrompt) + " " + line);
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    if (!terminal) {
+        Say(line.empty() ? kPrompt : std::string(kPrompt) + " " + line);
+    }
     return line;
 }
 

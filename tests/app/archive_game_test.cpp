@@ -35,7 +35,9 @@ struct Player {
     std::string Cached(const std::string& name) const {
         std::error_code error;
         for (const auto& entry : fs::recursive_directory_iterator(cache, error)) {
-            if (entry.path().filename() == name) return entry.path();
+            if (entry.path().filename() == name) {
+                return entry.path();
+            }
         }
         return "";
     }

@@ -33,7 +33,9 @@ template <class Body>
 int StatusInFilter(Body body) {
     const pid_t child = fork();
     if (child == 0) {
-        if (!FilterGameCalls().empty()) _exit(200);
+        if (!FilterGameCalls().empty()) {
+            _exit(200);
+        }
         _exit(body());
     }
     int status = 0;
@@ -46,7 +48,9 @@ int Refused(long result) {
 }
 
 TEST(CallFilter, NoProgramIsStarted) {
-    if (kCheckedAccess) GTEST_SKIP() << "reports of this build start a program";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "reports of this build start a program";
+    }
     EXPECT_EQ(StatusInFilter([] { return Refused(execl("/bin/true", "true", nullptr)); }), 0);
     EXPECT_EQ(StatusInFilter([] { return Refused(fork()); }), 0);
     EXPECT_EQ(StatusInFilter([] { return Refused(syscall(SYS_vfork)); }), 0);
@@ -62,7 +66,9 @@ TEST(CallFilter, NoOtherProcessIsLookedInto) {
     EXPECT_EQ(StatusInFilter([] { return Refused(kill(getppid(), 0)); }), 0);
     EXPECT_EQ(StatusInFilter([] { return Refused(kill(-1, 0)); }), 0);
     EXPECT_EQ(StatusInFilter([] { return Refused(syscall(SYS_pidfd_open, getppid(), 0)); }), 0);
-    if (kCheckedAccess) return;
+    if (kCheckedAccess) {
+        return;
+    }
     EXPECT_EQ(
         StatusInFilter([] { return Refused(ptrace(PTRACE_ATTACH, getppid(), nullptr, nullptr)); }),
         0);
@@ -114,13 +120,19 @@ TEST(CallFilter, HoldsForThreadsThatWereThereBefore) {
     const pid_t child = fork();
     if (child == 0) {
         int ends[2];
-        if (pipe(ends) != 0) _exit(100);
+        if (pipe(ends) != 0) {
+            _exit(100);
+        }
         int refused = 1;
         std::thread before([&] {
             char go = 0;
-            if (read(ends[0], &go, 1) == 1) refused = Refused(socket(AF_INET, SOCK_STREAM, 0));
+            if (read(ends[0], &go, 1) == 1) {
+                refused = Refused(socket(AF_INET, SOCK_STREAM, 0));
+            }
         });
-        if (!FilterGameCalls().empty() || write(ends[1], "x", 1) != 1) _exit(101);
+        if (!FilterGameCalls().empty() || write(ends[1], "x", 1) != 1) {
+            _exit(101);
+        }
         before.join();
         _exit(refused);
     }
@@ -160,7 +172,9 @@ int StatusInHelper(void (*filter)(), int (*body)()) {
 }
 
 TEST(CallFilter, TheHelpersMayDoLittleMoreThanRead) {
-    if (kCheckedAccess) GTEST_SKIP() << "the reports of a checked build take more";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "the reports of a checked build take more";
+    }
     for (void (*const filter)() : {FilterOutputHelperCalls, FilterUrlHelperCalls}) {
         EXPECT_EQ(StatusInHelper(filter,
                                  [] {
@@ -191,9 +205,15 @@ TEST(Limits, NoCoreIsDumpedAndFilesAndProcessesAreBounded) {
             getrlimit(static_cast<__rlimit_resource>(resource), &limit);
             return limit;
         };
-        if (at(RLIMIT_CORE).rlim_max != 0) _exit(1);
-        if (at(RLIMIT_NOFILE).rlim_max > 1024) _exit(2);
-        if (at(RLIMIT_NPROC).rlim_max > 8192) _exit(3);
+        if (at(RLIMIT_CORE).rlim_max != 0) {
+            _exit(1);
+        }
+        if (at(RLIMIT_NOFILE).rlim_max > 1024) {
+            _exit(2);
+        }
+        if (at(RLIMIT_NPROC).rlim_max > 8192) {
+            _exit(3);
+        }
         _exit(0);
     }
     int status = 0;

@@ -45,7 +45,9 @@ std::string Header(u32 loaded, u32 globals, u32 stack, u32 heap) {
     header[218] = 6;
     u32 at = 224;
     for (const u32 value : {loaded, globals, stack, heap}) {
-        for (u32 i = 0; i < 4; ++i) header[at + i] = static_cast<char>(value >> (8 * i));
+        for (u32 i = 0; i < 4; ++i) {
+            header[at + i] = static_cast<char>(value >> (8 * i));
+        }
         at += 8;
     }
     return header;

@@ -88,7 +88,9 @@ TEST_F(DataFolder, ARelativeXdgDataHomeIsIgnored) {
 }
 
 TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
-    if (getuid() != 0) GTEST_SKIP() << "the home of who runs this would be written to";
+    if (getuid() != 0) {
+        GTEST_SKIP() << "the home of who runs this would be written to";
+    }
     // What lies in the current folder is no module of the game's.
     WriteTextFile(here + "/MAIN.MX", "not the game");
     // Only read: nothing is written to the home of root.
@@ -107,7 +109,9 @@ TEST_F(DataFolder, WithoutAHomeInTheEnvironmentThePasswordDatabaseHasOne) {
 }
 
 TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
-    if (getuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only root can be somebody else";
+    }
     const ProgramResult result = RunWithoutHome();
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_TRUE(result.errors.starts_with("log: no home folder: saved data goes to " + temporary +
@@ -120,7 +124,9 @@ TEST_F(DataFolder, AUserWithoutAnyHomeSavesIntoAFolderThatGoesAtTheEnd) {
 }
 
 TEST_F(DataFolder, WithoutAHomeAScreenshotHasNoPlaceAndIsRefused) {
-    if (getuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only root can be somebody else";
+    }
     WriteTextFile(folder.path + "/script", "10 modifiers command shift\n20 key-down 01 \"S\"\n");
     const ProgramResult result = RunWithoutHome({"--script", folder.path + "/script"});
     EXPECT_EQ(result.status, 0) << result.errors;

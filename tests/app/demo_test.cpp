@@ -29,7 +29,9 @@ void ExpectSamePicture(const fs::path& gotPath, const fs::path& wantedPath) {
         if (std::equal(&got.rgb[pixel * 3], &got.rgb[pixel * 3] + 3, &wanted.rgb[pixel * 3])) {
             continue;
         }
-        if (different++ == 0) first = pixel;
+        if (different++ == 0) {
+            first = pixel;
+        }
     }
     EXPECT_EQ(different, 0u) << wantedPath << ": the first different pixel is at "
                              << first % wanted.width << ", " << first / wanted.width;

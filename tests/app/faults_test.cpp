@@ -63,7 +63,9 @@ struct Game {
     u32 Result(u32 call) const {
         const std::string image = ReadTextFile(folder.path + "/image");
         u32 value = 0;
-        if (image.size() < results + CallingModule::kResultSize * call + 4) return 0x5A5A5A5A;
+        if (image.size() < results + CallingModule::kResultSize * call + 4) {
+            return 0x5A5A5A5A;
+        }
         std::memcpy(&value, image.data() + results + CallingModule::kResultSize * call, 4);
         return value;
     }
@@ -123,7 +125,9 @@ void ExpectOrderlyEnd(const Game& game, const Strings& options, u64 number, bool
     SCOPED_TRACE("allocation " + std::to_string(number) + (rest ? " and all later ones" : ""));
     fs::remove_all(game.data);
     setenv(kFailing, std::to_string(number).c_str(), 1);
-    if (rest) setenv(kRest, "1", 1);
+    if (rest) {
+        setenv(kRest, "1", 1);
+    }
     const ProgramResult result = game.Run(options, "moxi_faults");
     unsetenv(kFailing);
     unsetenv(kRest);
@@ -159,7 +163,9 @@ TEST(Faults, EveryAllocationOfARunMayFail) {
 
 // Sanitizers need address space of their own.
 TEST(Faults, TheProcessesAddressSpaceMayBeAnySize) {
-    if (kCheckedAccess) GTEST_SKIP() << "a build with sanitizers";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "a build with sanitizers";
+    }
     const Game game(EveryService());
     constexpr u64 kMegabyte = u64{1} << 20;
     u32 finished = 0;
@@ -262,7 +268,9 @@ TEST(Faults, OnAFullDiskAWriteComesShort) {
 }
 
 TEST(Faults, WhenTheVeryLastByteIsGoneAWriteGives0) {
-    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+    if (!fs::exists("/dev/full")) {
+        GTEST_SKIP() << "no /dev/full";
+    }
     CallingModule calls;
     const u32 opened = calls.Call(SYS_FILE_OPEN, {calls.Text("A.DAT"), "0x8002"});
     const u32 written =

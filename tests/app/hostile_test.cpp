@@ -338,7 +338,9 @@ constexpr Attack kNames[] = {
               {"..\\", "%2e%2e/", "..%2f", "\xC0\xAE\xC0\xAE/", "\xE0\x80\xAE\xE0\x80\xAE/",
                "\xEF\xBC\x8E\xEF\xBC\x8E/", "..\xC0\xAF", ".. /", "..;/", "...//"}) {
              std::string name;
-             for (int i = 0; i < 6; ++i) name += dots;
+             for (int i = 0; i < 6; ++i) {
+                 name += dots;
+             }
              game.ExpectNothingAt(name + "home/diary.txt");
              game.ExpectNothingAt(name + "diary.txt");
          }
@@ -355,7 +357,9 @@ constexpr Attack kNames[] = {
      [](HostileGame& game) {
          game.ExpectNothingAt(std::string(5000, '.'));
          std::string way;
-         for (int i = 0; i < 400; ++i) way += "../";
+         for (int i = 0; i < 400; ++i) {
+             way += "../";
+         }
          game.ExpectNothingAt(way + "etc/passwd");
          game.ExpectNothingAt(std::string(1000, '/') + "etc/passwd");
          game.Expect(kNone, SYS_FILE_OPEN, {game.Text(std::string(300, 'x')), "0x8302"});
@@ -363,7 +367,9 @@ constexpr Attack kNames[] = {
     {"MakesADeepTree",
      [](HostileGame& game) {
          std::string name;
-         for (int i = 0; i < 200; ++i) name += "a/";
+         for (int i = 0; i < 200; ++i) {
+             name += "a/";
+         }
          const u32 handle = game.Expect(0, SYS_FILE_OPEN, {game.Text(name + "A.DAT"), "0x8302"});
          game.Expect(3, SYS_FILE_WRITE, {CallingModule::Result(handle), game.Text("abc"), "3"});
          game.Expect(3, SYS_FILE_SIZE, {game.Text(name + "A.DAT")});
@@ -468,7 +474,9 @@ constexpr Attack kSizes[] = {
          module.replace(208, 6, std::string("MOXI6\0", 6));
          module[218] = 6;
          module[225] = 2;  // 512 bytes are loaded
-         for (const size_t at : {232, 240, 248}) module.replace(at, 4, "\xF0\xFF\xFF\xFF");
+         for (const size_t at : {232, 240, 248}) {
+             module.replace(at, 4, "\xF0\xFF\xFF\xFF");
+         }
          game.SetModuleBytes(module);
          game.status = 1;
          game.lastLine = "fatal: Error allocating .MX memory";
@@ -523,7 +531,9 @@ void CallAtRandom(HostileGame& game) {
     for (int i = 0; i < 60; ++i) {
         const u32 group = any(kMost.size());
         const u32 sub = any(kMost[group]);
-        if (group == 5 && (sub == 3 || sub == 8 || sub == 0x12)) continue;
+        if (group == 5 && (sub == 3 || sub == 8 || sub == 0x12)) {
+            continue;
+        }
         std::vector<std::string> words;
         for (int word = 0; word < 11; ++word) {
             const std::string kValues[] = {up,   file, room,         room,

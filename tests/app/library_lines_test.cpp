@@ -66,7 +66,9 @@ TEST(LibraryLines, WhatALibrarySaysBeforeItAbortsIsNotLost) {
 TEST(LibraryLines, MoreThanFitsBeforeAnybodyReadsHoldsNothingUp) {
     const std::string errors = ErrorsOf([] {
         TakeLibraryLines();
-        for (int i = 0; i < 100000; ++i) std::fputs("again and again and again\n", stderr);
+        for (int i = 0; i < 100000; ++i) {
+            std::fputs("again and again and again\n", stderr);
+        }
         GiveBackStandardError();
     });
     EXPECT_TRUE(errors.starts_with("log: again and again and again\n"));

@@ -159,7 +159,9 @@ TEST(LockedRoom, NamesThatLeadElsewhereMakeNoFolderThere) {
 TEST(LockedRoom, NoNameMakesAFolderOutsideOfTheDataFolder) {
     for (const bool made : {true, false}) {
         const User user;
-        if (made) fs::create_directories(user.Data("game"));
+        if (made) {
+            fs::create_directories(user.Data("game"));
+        }
         CallingModule calls;
         Write(calls, "x/../../evil/a.dat", "evil");
         Write(calls, "../evil/a.dat", "evil");

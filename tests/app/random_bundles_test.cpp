@@ -33,7 +33,9 @@ class Chooser {
     }
     std::string Bytes(u32 most) {
         std::string bytes(Below(most + 1), '\0');
-        for (char& byte : bytes) byte = static_cast<char>(Below(256));
+        for (char& byte : bytes) {
+            byte = static_cast<char>(Below(256));
+        }
         return bytes;
     }
 
@@ -92,11 +94,15 @@ struct User {
         const std::string place = choose.Of(kPlaces);
         const fs::path path = fs::path(game) / place;
         std::error_code error;
-        if (fs::symlink_status(path, error).type() != fs::file_type::not_found) return;
+        if (fs::symlink_status(path, error).type() != fs::file_type::not_found) {
+            return;
+        }
         // Not through a link that leads out of here.
         fs::create_directories(path.parent_path(), error);
         const fs::path real = fs::canonical(path.parent_path(), error);
-        if (error || real.string().rfind(game, 0) != 0) return;
+        if (error || real.string().rfind(game, 0) != 0) {
+            return;
+        }
         switch (choose.Below(8)) {
             case 0:
             case 1: fs::create_symlink(choose.Of(kTargets), path, error); return;
@@ -152,7 +158,9 @@ TEST(RandomBundles, AreRefusedOrPlayedAndNothingElseChanges) {
         Chooser choose(seed);
         const User user;
         const u32 things = 1 + choose.Below(kMostThings);
-        for (u32 i = 0; i < things; ++i) user.Add(module, choose);
+        for (u32 i = 0; i < things; ++i) {
+            user.Add(module, choose);
+        }
         const auto before = user.Outside();
         const bool bare = choose.Below(3) == 0;
         const ProgramResult result = user.Run(bare ? user.game + "/MAIN.MX" : user.game);

@@ -134,7 +134,9 @@ TEST_F(Sandbox, WhatLiesOutsideAnswersAsIfItWereNotThere) {
 
 TEST_F(Sandbox, NoServiceChangesAnythingOutside) {
     for (const bool made : {false, true}) {
-        if (made) fs::create_directories(home.data + "/HERE");
+        if (made) {
+            fs::create_directories(home.data + "/HERE");
+        }
         CallingModule calls;
         calls.Call(SYS_FILE_DELETE, {calls.Text("../diary.txt")});
         calls.Call(SYS_FILE_DELETE, {calls.Text("../beside.txt")});  // beside the game's own folder
@@ -177,7 +179,9 @@ TEST_F(Sandbox, ALinkOutOfTheDataFolderLeadsToNothingThatCanBeWritten) {
 
 TEST_F(Sandbox, AFileOfTheGameCanStillBeDeleted) {
     for (const bool made : {false, true}) {
-        if (made) fs::create_directories(home.data);
+        if (made) {
+            fs::create_directories(home.data);
+        }
         WriteTextFile(home.game + "/SHIPPED.DAT", "shipped");
         CallingModule calls;
         calls.Call(SYS_FILE_DELETE, {calls.Text("SHIPPED.DAT")});
@@ -271,7 +275,9 @@ TEST_F(Sandbox, AGameThatNamesItselfAfterAFolderAboveGetsNothingThere) {
 template <class Body>
 int StatusOf(Body body) {
     const pid_t child = fork();
-    if (child == 0) _exit(body());
+    if (child == 0) {
+        _exit(body());
+    }
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -280,7 +286,9 @@ int StatusOf(Body body) {
 TEST_F(Sandbox, NoProgramCanBeStarted) {
     const auto run = [](bool restricted) {
         return StatusOf([restricted] {
-            if (restricted) StartSandbox({.game = "/", .dataFolder = "/"});
+            if (restricted) {
+                StartSandbox({.game = "/", .dataFolder = "/"});
+            }
             execl("/bin/true", "true", nullptr);
             return errno == EACCES ? 13 : 101;
         });
@@ -322,21 +330,29 @@ TEST_F(Sandbox, WhatLibrariesReadStaysOpenAndTheRestOfTheHomeFolderDoesNot) {
         };
         int number = 1;
         for (const std::string& name : open) {
-            if (!isOpen(home.path + name)) return number;
+            if (!isOpen(home.path + name)) {
+                return number;
+            }
             number++;
         }
         for (const std::string& name : shut) {
-            if (isOpen(home.path + name)) return number;
+            if (isOpen(home.path + name)) {
+                return number;
+            }
             number++;
         }
         for (const char* const path : {"/usr/share/fonts", "/etc/fonts", "/usr/share/zoneinfo",
                                        "/dev/null", "/dev/urandom", "/proc/meminfo"}) {
-            if (!isOpen(path) && fs::exists(path)) return number;
+            if (!isOpen(path) && fs::exists(path)) {
+                return number;
+            }
             number++;
         }
         for (const char* const path : {"/etc/shadow", "/etc/hostname", "/proc/1/environ", "/root",
                                        "/home", "/tmp", "/var/log", "/"}) {
-            if (isOpen(path)) return number;
+            if (isOpen(path)) {
+                return number;
+            }
             number++;
         }
         return 0;
@@ -349,7 +365,9 @@ TEST_F(Sandbox, AFurtherFileIsMadeAndCanBeWritten) {
     const int status = StatusOf([this, &sound] {
         fs::create_directories(home.data);
         StartSandbox({.game = home.game, .dataFolder = home.data, .files = {sound}});
-        if (open(home.diary.c_str(), O_WRONLY | O_CLOEXEC) >= 0) return 101;
+        if (open(home.diary.c_str(), O_WRONLY | O_CLOEXEC) >= 0) {
+            return 101;
+        }
         return open(sound.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC) >= 0 ? 0 : 102;
     });
     EXPECT_EQ(status, 0);
@@ -365,14 +383,30 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
         return file != nullptr && std::fputs("text", file) >= 0 && std::fclose(file) == 0;
     };
     const int status = StatusOf([&] {
-        if (!StartOutputHelper({{dump}, pictures})) return 100;
-        if (!opens(dump) || !opens(pictures + "/MOXI a.png")) return 101;
-        if (opens(home.diary) || opens(home.path + "/./dump")) return 102;
-        if (opens(pictures + "/../b.png") || opens(pictures + "/deeper/b.png")) return 103;
-        if (opens(pictures + "/MOXI /../b.png") || opens(pictures + "/MOXI a.sh")) return 106;
-        if (opens(pictures + "/a.png")) return 107;
-        if (opens(pictures + "/MOXI a.sh" + std::string(1, '\0') + ".png")) return 108;
-        if (opens(std::string(5000, 'x')) || opens("")) return 104;
+        if (!StartOutputHelper({{dump}, pictures})) {
+            return 100;
+        }
+        if (!opens(dump) || !opens(pictures + "/MOXI a.png")) {
+            return 101;
+        }
+        if (opens(home.diary) || opens(home.path + "/./dump")) {
+            return 102;
+        }
+        if (opens(pictures + "/../b.png") || opens(pictures + "/deeper/b.png")) {
+            return 103;
+        }
+        if (opens(pictures + "/MOXI /../b.png") || opens(pictures + "/MOXI a.sh")) {
+            return 106;
+        }
+        if (opens(pictures + "/a.png")) {
+            return 107;
+        }
+        if (opens(pictures + "/MOXI a.sh" + std::string(1, '\0') + ".png")) {
+            return 108;
+        }
+        if (opens(std::string(5000, 'x')) || opens("")) {
+            return 104;
+        }
         outputFiles.remove(home.diary);
         outputFiles.remove(pictures + "/MOXI a.png");
         StopOutputHelper();
@@ -391,16 +425,32 @@ TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
     const Home home;
     const std::string own = home.path + "/config/moxi/preferences";
     const int status = StatusOf([&] {
-        if (!StartOutputHelper({{}, "", {own}})) return 100;
+        if (!StartOutputHelper({{}, "", {own}})) {
+            return 100;
+        }
         std::string text;
-        if (ReadOwnFile(own, 100, text)) return 101;
+        if (ReadOwnFile(own, 100, text)) {
+            return 101;
+        }
         // The folders are made with it.
-        if (!ReplaceFile(own, "first") || !ReplaceFile(own, "second")) return 102;
-        if (!ReadOwnFile(own, 100, text) || text != "second") return 103;
-        if (ReadOwnFile(own, 5, text)) return 104;
-        if (ReadOwnFile(home.diary, 100, text)) return 105;
-        if (ReplaceFile(home.diary, "mine") || outputFiles.putInPlace(home.diary)) return 106;
-        if (ReplaceFile(own + ".new", "mine")) return 107;
+        if (!ReplaceFile(own, "first") || !ReplaceFile(own, "second")) {
+            return 102;
+        }
+        if (!ReadOwnFile(own, 100, text) || text != "second") {
+            return 103;
+        }
+        if (ReadOwnFile(own, 5, text)) {
+            return 104;
+        }
+        if (ReadOwnFile(home.diary, 100, text)) {
+            return 105;
+        }
+        if (ReplaceFile(home.diary, "mine") || outputFiles.putInPlace(home.diary)) {
+            return 106;
+        }
+        if (ReplaceFile(own + ".new", "mine")) {
+            return 107;
+        }
         return 0;
     });
     EXPECT_EQ(status, 0);
@@ -416,10 +466,18 @@ TEST(OutputHelper, APipeInThePlaceOfAFileOfTheHostsOwnHoldsNothingUp) {
     ASSERT_EQ(mkfifo(NewFileOf(own).c_str(), 0600), 0);
     const int status = StatusOf([&] {
         std::string text;
-        if (ReadOwnFile(own, 100, text)) return 100;
-        if (!StartOutputHelper({{}, "", {own}})) return 101;
-        if (ReadOwnFile(own, 100, text)) return 102;
-        if (!ReplaceFile(own, "mine")) return 103;
+        if (ReadOwnFile(own, 100, text)) {
+            return 100;
+        }
+        if (!StartOutputHelper({{}, "", {own}})) {
+            return 101;
+        }
+        if (ReadOwnFile(own, 100, text)) {
+            return 102;
+        }
+        if (!ReplaceFile(own, "mine")) {
+            return 103;
+        }
         return 0;
     });
     EXPECT_EQ(status, 0);
@@ -441,7 +499,9 @@ TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {
         return 0;
     });
     // Until the opener has written its line; the runner's own limit ends a wait in vain.
-    while (ReadTextFile(home.folder.path + "/opened") != "https://example.org/\n") usleep(1000);
+    while (ReadTextFile(home.folder.path + "/opened") != "https://example.org/\n") {
+        usleep(1000);
+    }
     EXPECT_EQ(status, 0);
 }
 

@@ -55,13 +55,17 @@ class Shelf : public testing::Test {
         logged = result.errors;
         std::istringstream text(ReadTextFile(home.path + "/ui"));
         std::vector<std::string> lines;
-        for (std::string line; std::getline(text, line);) lines.push_back(line);
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(line);
+        }
         return lines;
     }
     // The first line with this in it.
     static std::string LineWith(const std::vector<std::string>& lines, const std::string& what) {
         for (const std::string& line : lines) {
-            if (line.find(what) != std::string::npos) return line;
+            if (line.find(what) != std::string::npos) {
+                return line;
+            }
         }
         return "";
     }

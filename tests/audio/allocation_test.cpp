@@ -68,7 +68,9 @@ std::string BusyPiece() {
 
 TEST(AudioCallback, AllocatesNothing) {
     Synth* const synth = LoadSynth("");
-    if (synth == nullptr) GTEST_SKIP() << "no SoundFont is installed";
+    if (synth == nullptr) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     const std::string file = BusyPiece();
     SmfFile smf;
     std::string reason;
@@ -83,7 +85,9 @@ TEST(AudioCallback, AllocatesNothing) {
     for (int round = 0; round < 3; round++) {
         SetMusic(renderer, score.piece.get());
         SetSound(renderer, &sound);
-        for (int block = 0; block < 350; block++) Render(renderer, out.data(), 512);
+        for (int block = 0; block < 350; block++) {
+            Render(renderer, out.data(), 512);
+        }
     }
     SetMusic(renderer, nullptr);
     SetSound(renderer, nullptr);

@@ -51,7 +51,9 @@ std::vector<u8> Sine(f64 frequency, f64 seconds) {
 template <class Condition>
 bool WaitFor(Condition condition) {
     for (int i = 0; i < 3000; i++) {
-        if (condition()) return true;
+        if (condition()) {
+            return true;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
@@ -70,7 +72,9 @@ class AudioDevice : public testing::Test {
         desktop.nanoseconds = nanosecondsBefore;
         unsetenv("SDL_AUDIODRIVER");
         unsetenv("SDL_DISKAUDIOFILE");
-        if (!logTaken) testing::internal::GetCapturedStderr();
+        if (!logTaken) {
+            testing::internal::GetCapturedStderr();
+        }
     }
 
     static void Start(const char* driver, const AudioOptions& options = {}) {
@@ -102,7 +106,9 @@ bool HasSoundFont() {
 }
 
 TEST_F(AudioDevice, MusicAndSoundsReachTheDevice) {
-    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    if (!HasSoundFont()) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     const TemporaryFolder folder;
     const std::string path = folder.path + "/played.raw";
     setenv("SDL_DISKAUDIOFILE", path.c_str(), 1);
@@ -325,8 +331,12 @@ TEST(Mailboxes, ObjectsLiveWhileTheyAreUsedByTheOtherThread) {
             });
         }
     });
-    for (int i = 1; i <= 100000; i++) box.Send(Counted(i));
-    while (last != 100000) std::this_thread::yield();
+    for (int i = 1; i <= 100000; i++) {
+        box.Send(Counted(i));
+    }
+    while (last != 100000) {
+        std::this_thread::yield();
+    }
     ending = true;
     user.join();
 }

@@ -67,10 +67,14 @@ std::span<const u8> AsBytes(const std::string& file) {
 }
 
 TEST(GameFiles, MusicEndsWhenAnotherProgramSaysSo) {
-    if (!fs::exists(kMusic)) GTEST_SKIP() << "the pieces are not installed";
+    if (!fs::exists(kMusic)) {
+        GTEST_SKIP() << "the pieces are not installed";
+    }
     for (const KnownPiece& piece : kPieces) {
         const fs::path path = fs::path(kMusic) / piece.name;
-        if (!fs::exists(path)) continue;
+        if (!fs::exists(path)) {
+            continue;
+        }
         const std::string bytes = ReadTextFile(path.string());
         SmfFile file;
         std::string reason;
@@ -86,14 +90,20 @@ TEST(GameFiles, MusicEndsWhenAnotherProgramSaysSo) {
 }
 
 TEST(GameFiles, MusicIsHeardWithoutClipping) {
-    if (!fs::exists(kMusic)) GTEST_SKIP() << "the pieces are not installed";
+    if (!fs::exists(kMusic)) {
+        GTEST_SKIP() << "the pieces are not installed";
+    }
     Synth* const synth = LoadSynth("");
-    if (synth == nullptr) GTEST_SKIP() << "no SoundFont is installed";
+    if (synth == nullptr) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     for (const KnownPiece& piece : kPieces) {
         const std::string bytes = ReadTextFile((fs::path(kMusic) / piece.name).string());
         SmfFile file;
         std::string reason;
-        if (!ReadSmf(AsBytes(bytes), file, reason)) continue;
+        if (!ReadSmf(AsBytes(bytes), file, reason)) {
+            continue;
+        }
         const Score score = PrepareScore(file);
         Renderer renderer;
         renderer.synth = synth;
@@ -108,16 +118,22 @@ TEST(GameFiles, MusicIsHeardWithoutClipping) {
 }
 
 TEST(GameFiles, SoundsLastAsLongAsTheirHeaderSays) {
-    if (!fs::exists(kSounds)) GTEST_SKIP() << "the sounds are not installed";
+    if (!fs::exists(kSounds)) {
+        GTEST_SKIP() << "the sounds are not installed";
+    }
     u32 compared = 0;
     for (const auto& entry : fs::recursive_directory_iterator(kSounds)) {
-        if (entry.path().extension() != ".wav") continue;
+        if (entry.path().extension() != ".wav") {
+            continue;
+        }
         const std::string bytes = ReadTextFile(entry.path().string());
         Sound sound;
         std::string reason;
         ASSERT_TRUE(DecodeSound(AsBytes(bytes), sound, reason)) << entry.path() << reason;
         const u32 milliseconds = WavMilliseconds(AsBytes(bytes));
-        if (milliseconds == 0) continue;  // with chunks that are not stepped over
+        if (milliseconds == 0) {
+            continue;  // with chunks that are not stepped over
+        }
         const f64 decoded = static_cast<f64>(sound.samples.size()) / 2 / 44.1;
         EXPECT_NEAR(milliseconds - 200.0, decoded, 2) << entry.path();
         compared++;

@@ -132,7 +132,9 @@ TEST(SoundModules, NamesThatDoNotBeginWithTheMusicFolderAreLookedUpAsGiven) {
     }
     module.Play(100);
     std::vector<u32> found;
-    for (const u32 flag : flags) found.push_back(module.Of(flag));
+    for (const u32 flag : flags) {
+        found.push_back(module.Of(flag));
+    }
     EXPECT_EQ(found, (std::vector<u32>{1, 1, 0, 0, 0}));
     EXPECT_EQ(module.result.lines, (Strings{"log: music A.MID: cannot be read",
                                             "log: music ../SONGS/A.MID: cannot be read",
@@ -296,7 +298,9 @@ TEST(HeardModules, OtherWaysOutOfTheResourcesLeadToNoSound) {
 }
 
 TEST(HeardModules, MusicInTheDataFolderIsHeardByTheWayThere) {
-    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    if (!HasSoundFont()) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     Heard heard;
     heard.module.run.data["OWN.MID"] = Beats(8, 69);
     heard.module.CallName(0, 0x0601, "../data/OWN.MID");
@@ -318,7 +322,9 @@ TEST(HeardModules, ASoundThatIsMissingEndsTheOneThatPlays) {
 }
 
 TEST(HeardModules, MusicStartsStopsAndStartsAgainWhenItIsTold) {
-    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    if (!HasSoundFont()) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     Heard heard;
     heard.module.run.resources["A.MID"] = Beats(8, 69);
     heard.module.CallName(250, SYS_PLAY_MUSIC, "A.MID");
@@ -333,7 +339,9 @@ TEST(HeardModules, MusicStartsStopsAndStartsAgainWhenItIsTold) {
 }
 
 TEST(HeardModules, TheMusicIsSilentAfterItsEnd) {
-    if (!HasSoundFont()) GTEST_SKIP() << "no SoundFont is installed";
+    if (!HasSoundFont()) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     Heard heard;
     // The note is never ended by the piece itself.
     heard.module.run.resources["A.MID"] =

@@ -50,7 +50,9 @@ class MusicRules : public testing::Test {
         audioOut = before;
         folders = foldersBefore;
         ResetFiles();
-        if (!logTaken) testing::internal::GetCapturedStderr();
+        if (!logTaken) {
+            testing::internal::GetCapturedStderr();
+        }
     }
 
     void AddResource(const std::string& name, const std::string& content) const {

@@ -61,7 +61,9 @@ class Rendering : public testing::Test {
     static void TearDownTestSuite() { DeleteSynth(synth); }
 
     void SetUp() override {
-        if (synth == nullptr) GTEST_SKIP() << "no SoundFont is installed";
+        if (synth == nullptr) {
+            GTEST_SKIP() << "no SoundFont is installed";
+        }
         ResetSynth(*synth);
         renderer.synth = synth;
     }
@@ -318,7 +320,9 @@ TEST_F(Rendering, StoppingASoundDoesNotClick) {
 
 TEST_F(Rendering, MusicAndSoundTogetherDoNotClip) {
     std::string loud = Bytes({0, 0xC0, kOcarina, 0, 0xB0, 7, 127});
-    for (int key = 48; key <= 72; key += 4) loud += NoteOn(0, key, 127);
+    for (int key = 48; key <= 72; key += 4) {
+        loud += NoteOn(0, key, 127);
+    }
     const auto piece = Piece(MidiFile(0, 96, {loud + EndOfTrack(960)}));
     const Sound sound = Decode(SineFile(1000, 2, 1.0));
     SetMusic(renderer, piece.get());
@@ -387,7 +391,9 @@ std::string SineIn(const FormCase& form) {
             bytes.assign(form.bits / 8 - 2, '\0');
             bytes.append(reinterpret_cast<const char*>(&sample), 2);
         }
-        for (u32 channel = 0; channel < form.channels; channel++) data += bytes;
+        for (u32 channel = 0; channel < form.channels; channel++) {
+            data += bytes;
+        }
     }
     return WavFile({form.tag, form.channels, form.rate, form.bits}, data);
 }
@@ -491,7 +497,9 @@ TEST(SoundFonts, APipeAFolderOrADeviceIsNoneAndHaltsNothing) {
 
 TEST(SoundFonts, APipeInTheListIsPassedOver) {
     const std::string before = std::getenv("SDL_SOUNDFONTS");
-    if (!std::filesystem::is_regular_file(before)) GTEST_SKIP() << "no SoundFont is installed";
+    if (!std::filesystem::is_regular_file(before)) {
+        GTEST_SKIP() << "no SoundFont is installed";
+    }
     const TemporaryFolder folder;
     const std::string pipe = folder.path + "/pipe.sf2";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);

@@ -38,13 +38,17 @@ Score ScoreOf(const std::string& bytes) {
 
 std::vector<u64> Frames(const Score& score) {
     std::vector<u64> frames;
-    for (const MusicEvent& event : score.piece->events) frames.push_back(event.frame);
+    for (const MusicEvent& event : score.piece->events) {
+        frames.push_back(event.frame);
+    }
     return frames;
 }
 
 std::vector<u64> Ticks(const SmfFile& file) {
     std::vector<u64> ticks;
-    for (const SmfEvent& event : file.events) ticks.push_back(event.tick);
+    for (const SmfEvent& event : file.events) {
+        ticks.push_back(event.tick);
+    }
     return ticks;
 }
 
@@ -88,7 +92,9 @@ TEST(MusicTimes, ATempoOnTheLastTickCountsForTheBeatAfterTheEnd) {
 TEST(MusicTimes, FractionsOfMicrosecondsAddUpWithoutAnError) {
     // 7 ticks a beat at 1,000,001 microseconds: after 7,000 ticks exactly 1,000.001 s.
     std::string events;
-    for (int i = 0; i < 7000; i++) events += NoteOn(1, 60);
+    for (int i = 0; i < 7000; i++) {
+        events += NoteOn(1, 60);
+    }
     const Score score = ScoreOf(MidiFile(0, 7, {Tempo(0, 1'000'001) + events + EndOfTrack(0)}));
     EXPECT_EQ(score.end, 1'001'001'001'000u);
     // 1,000.001 s are 44,100,044.1 frames.
@@ -146,7 +152,9 @@ TEST(MusicTimes, ATempoOfZeroIsLeftOut) {
 TEST(MusicTimes, TimesThatDoNotFitAreNever) {
     // The slowest tempo, one tick a beat, the longest pauses: each lasts 142 years.
     std::string events = Tempo(0, 0xFFFFFF);
-    for (int i = 0; i < 200; i++) events += NoteOn(0x0FFFFFFF, 60);
+    for (int i = 0; i < 200; i++) {
+        events += NoteOn(0x0FFFFFFF, 60);
+    }
     const Score score = ScoreOf(MidiFile(0, 1, {events + EndOfTrack(0)}));
     EXPECT_EQ(score.end, UINT64_MAX);
     EXPECT_EQ(score.piece->events.back().frame, UINT64_MAX);
@@ -188,7 +196,9 @@ TEST(MidiReader, TracksAreMergedByTickAndInTheirOrder) {
                                        {NoteOn(10, 1) + NoteOn(10, 2) + EndOfTrack(0),
                                         NoteOn(5, 3) + NoteOn(5, 4) + EndOfTrack(0)}));
     std::vector<int> keys;
-    for (const SmfEvent& event : file.events) keys.push_back(event.data1);
+    for (const SmfEvent& event : file.events) {
+        keys.push_back(event.data1);
+    }
     EXPECT_EQ(keys, (std::vector<int>{3, 1, 4, 2}));
 }
 
@@ -288,7 +298,9 @@ TEST(MidiReader, RefusesFewerTracksThanTheHeaderSays) {
 
 TEST(MidiReader, Reads65535Tracks) {
     std::string file = MidiHeader(1, 65535, 96);
-    for (u32 i = 0; i < 65535; i++) file += MidiTrack(NoteOn(i, 60) + EndOfTrack(0));
+    for (u32 i = 0; i < 65535; i++) {
+        file += MidiTrack(NoteOn(i, 60) + EndOfTrack(0));
+    }
     const SmfFile read = Read(file);
     EXPECT_EQ(read.events.size(), 65535u);
     EXPECT_EQ(read.longestTrack, 65534u);
@@ -332,13 +344,17 @@ TEST(MidiReader, RandomTracksDoNoHarm) {
     std::mt19937 random(20240511);
     for (int i = 0; i < 3000; i++) {
         std::string events;
-        for (auto size = random() % 400; size > 0; size--) events += static_cast<char>(random());
+        for (auto size = random() % 400; size > 0; size--) {
+            events += static_cast<char>(random());
+        }
         SmfFile file;
         std::string reason;
         const u32 format = static_cast<u32>(random() % 3);
         const u32 division = static_cast<u32>(1 + random() % 32767);
         const std::string bytes = MidiFile(format, division, {events, events});
-        if (ReadSmf(AsBytes(bytes), file, reason)) PrepareScore(file);
+        if (ReadSmf(AsBytes(bytes), file, reason)) {
+            PrepareScore(file);
+        }
     }
 }
 

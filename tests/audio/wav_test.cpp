@@ -117,7 +117,9 @@ TEST(SoundLength, SizesThatPassTheEndOfTheNumbersReturn0) {
 
 TEST(SoundLength, AFileThatEndsInsideItsHeaderReturns0) {
     const std::string file = WavFile({}, "", 88200);
-    for (size_t size = 0; size < 44; size++) EXPECT_EQ(Milliseconds(file.substr(0, size)), 0u);
+    for (size_t size = 0; size < 44; size++) {
+        EXPECT_EQ(Milliseconds(file.substr(0, size)), 0u);
+    }
     EXPECT_EQ(Milliseconds(file), 1200u);
 }
 

@@ -38,7 +38,9 @@ Points WithValue(const Played& played, u32 value) {
     Points points;
     for (u32 y = 0; y < 160; ++y) {
         for (u32 x = 0; x < 160; ++x) {
-            if (played.Pixel(x, y) == value) points.insert({x, y});
+            if (played.Pixel(x, y) == value) {
+                points.insert({x, y});
+            }
         }
     }
     return points;
@@ -46,7 +48,9 @@ Points WithValue(const Played& played, u32 value) {
 
 Points Drawn(const Played& played) {
     Points points;
-    for (u32 value = 1; value < 4; ++value) points.merge(WithValue(played, value));
+    for (u32 value = 1; value < 4; ++value) {
+        points.merge(WithValue(played, value));
+    }
     return points;
 }
 
@@ -55,7 +59,9 @@ class OwnCartridges : public testing::TestWithParam<const char*> {};
 TEST_P(OwnCartridges, LeaveTheSameMemoryPictureAndTracesAsTheSecondImplementation) {
     const std::string cartridge = OwnCartridge(GetParam());
     for (const u32 milliseconds : {10u, 1000u, 5000u}) {
-        if (kCheckedAccess && milliseconds > 1000) break;  // the release build goes that far
+        if (kCheckedAccess && milliseconds > 1000) {
+            break;  // the release build goes that far
+        }
         const Played played = PlayCartridge({.cartridge = cartridge, .milliseconds = milliseconds});
         EXPECT_EQ(played.status, 0);
         const Modelled model = ModelCartridge(cartridge, played.frames);
@@ -82,12 +88,16 @@ TEST(CartridgeDrawing, ALineUpwardsIsDrawnFromItsUpperEnd) {
 
 TEST(CartridgeDrawing, ALineFromOneEndOfAllNumbersToTheOtherIsDrawnAtOnce) {
     Points row;
-    for (u32 x = 0; x < 160; ++x) row.insert({x, 7});
+    for (u32 x = 0; x < 160; ++x) {
+        row.insert({x, 7});
+    }
     EXPECT_EQ(Drawn(Draw("(call $line (i32.const -2147483648) (i32.const 7)"
                          " (i32.const 2147483647) (i32.const 7))")),
               row);
     Points diagonal;
-    for (u32 x = 0; x < 160; ++x) diagonal.insert({x, x});
+    for (u32 x = 0; x < 160; ++x) {
+        diagonal.insert({x, x});
+    }
     EXPECT_EQ(Drawn(Draw("(call $line (i32.const -2147483648) (i32.const -2147483648)"
                          " (i32.const 2147483647) (i32.const 2147483647))")),
               diagonal);

@@ -35,14 +35,18 @@ const std::string& Workshop() {
 std::vector<std::string> Lines(const std::string& text) {
     std::istringstream stream(text);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
     return lines;
 }
 
 const Game& Translated(const std::string& cartridge) {
     static std::map<std::string, Game> games;
     const auto found = games.find(cartridge);
-    if (found != games.end()) return found->second;
+    if (found != games.end()) {
+        return found->second;
+    }
     Game game = {Workshop() + "/game" + std::to_string(games.size()), {}};
     const std::string symbols = game.folder + ".sym";
     const ProgramResult made =
@@ -63,7 +67,9 @@ const Game& Translated(const std::string& cartridge) {
 std::vector<std::string> Played::Logs() const {
     std::vector<std::string> logs;
     for (const std::string& line : lines) {
-        if (line.starts_with("log: ")) logs.push_back(line.substr(5));
+        if (line.starts_with("log: ")) {
+            logs.push_back(line.substr(5));
+        }
     }
     return logs;
 }
@@ -144,9 +150,13 @@ Modelled ModelCartridge(const std::string& cartridge, u32 frames,
 }
 
 std::string Difference(const std::vector<u8>& a, const std::vector<u8>& b) {
-    if (a.size() != b.size()) return "sizes differ";
+    if (a.size() != b.size()) {
+        return "sizes differ";
+    }
     const auto [one, other] = std::mismatch(a.begin(), a.end(), b.begin());
-    if (one == a.end()) return "";
+    if (one == a.end()) {
+        return "";
+    }
     return FormatText("at 0x%04X: 0x%02X, not 0x%02X", static_cast<u32>(one - a.begin()), *one,
                       *other);
 }
@@ -167,8 +177,9 @@ std::string ViewProblem(const Played& played) {
                                               0xFFFFFF
                                         : 0;
             const u32 shown = played.view.At(static_cast<u32>(x), static_cast<u32>(y));
-            if (shown != expected)
+            if (shown != expected) {
                 return FormatText("%d, %d: %06X, not %06X", x, y, shown, expected);
+            }
         }
     }
     return "";

@@ -41,7 +41,9 @@ TEST(CartridgeFrames, TheFirstOneRunsAtTheStartAndThenSixtyASecond) {
 }
 
 TEST(CartridgeFrames, FiveMinutesAreEighteenThousand) {
-    if (kCheckedAccess) GTEST_SKIP() << "too slow where each access is checked";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "too slow where each access is checked";
+    }
     const u32 frames =
         PlayCartridge({.cartridge = OwnCartridge("tones"), .milliseconds = 300'000}).frames;
     EXPECT_GE(frames, 17'999u);
@@ -277,14 +279,18 @@ class OneStep : public testing::Test {
     std::optional<std::string> before;
 
     void SetUp() override {
-        if (const char* const cache = std::getenv("XDG_CACHE_HOME")) before = cache;
+        if (const char* const cache = std::getenv("XDG_CACHE_HOME")) {
+            before = cache;
+        }
         setenv("XDG_CACHE_HOME", (folder.path + "/cache").c_str(), 1);
         setenv("XDG_DATA_HOME", (folder.path + "/share").c_str(), 1);
     }
     void TearDown() override {
         unsetenv("XDG_DATA_HOME");
         unsetenv("XDG_CACHE_HOME");
-        if (before) setenv("XDG_CACHE_HOME", before->c_str(), 1);
+        if (before) {
+            setenv("XDG_CACHE_HOME", before->c_str(), 1);
+        }
     }
     ProgramResult Start(const std::string& cartridge) {
         return RunProgram("moxi", {"--headless", "--run-ms", "100", cartridge}, folder.path);
@@ -294,7 +300,9 @@ class OneStep : public testing::Test {
         std::vector<fs::path> found;
         std::error_code error;
         for (const auto& entry : fs::recursive_directory_iterator(folder.path + "/cache", error)) {
-            if (entry.path().filename() == "MAIN.MX") found.push_back(entry.path());
+            if (entry.path().filename() == "MAIN.MX") {
+                found.push_back(entry.path());
+            }
         }
         return found;
     }

@@ -22,7 +22,9 @@ Recording Listen(const std::string& name, u32 milliseconds) {
 
 Recording Side(const Recording& recording, size_t side) {
     Recording one = recording;
-    for (size_t i = 1 - side; i < one.samples.size(); i += 2) one.samples[i] = 0;
+    for (size_t i = 1 - side; i < one.samples.size(); i += 2) {
+        one.samples[i] = 0;
+    }
     return one;
 }
 

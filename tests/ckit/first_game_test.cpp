@@ -50,7 +50,9 @@ Played Play(const std::string& name, const std::string& script, u32 milliseconds
     const auto listings = Listings();
     const auto listing = listings.find(name);
     EXPECT_NE(listing, listings.end()) << name;
-    if (listing == listings.end()) return played;
+    if (listing == listings.end()) {
+        return played;
+    }
     WriteTextFile(folder.path + "/" + name, listing->second);
     WriteTextFile(folder.path + "/script", script);
     const ProgramResult built =

@@ -20,7 +20,9 @@ class Rust : public testing::Test {
     TemporaryFolder folder;
 
     void SetUp() override {
-        if (!std::filesystem::exists(kCompiler)) GTEST_SKIP() << "rustc is not installed";
+        if (!std::filesystem::exists(kCompiler)) {
+            GTEST_SKIP() << "rustc is not installed";
+        }
     }
 
     // The listing whose first line is "// NAME: ...".
@@ -29,9 +31,15 @@ class Rust : public testing::Test {
         std::string text;
         bool inside = false;
         for (std::string line; std::getline(page, line);) {
-            if (line == "```") inside = false;
-            if (line.starts_with("// " + name + ":")) inside = true;
-            if (inside) text += line + "\n";
+            if (line == "```") {
+                inside = false;
+            }
+            if (line.starts_with("// " + name + ":")) {
+                inside = true;
+            }
+            if (inside) {
+                text += line + "\n";
+            }
         }
         return text;
     }

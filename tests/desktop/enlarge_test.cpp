@@ -17,7 +17,9 @@ u32 Crc32(const Bytes& bytes) {
     u32 sum = 0xFFFFFFFF;
     for (const u8 byte : bytes) {
         sum ^= byte;
-        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ ((sum & 1) != 0 ? 0xEDB88320 : 0);
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = sum >> 1 ^ ((sum & 1) != 0 ? 0xEDB88320 : 0);
+        }
     }
     return ~sum;
 }

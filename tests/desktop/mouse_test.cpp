@@ -20,7 +20,9 @@ TEST(Wheel, FractionsOfSmoothScrollingAddUpToNotches) {
 TEST(Wheel, FifteenFifteenthsAreANotch) {
     double leftOver = 0;
     i32 notches = 0;
-    for (int i = 0; i < 15; ++i) notches += WholeNotches(leftOver, 1.0 / 15);
+    for (int i = 0; i < 15; ++i) {
+        notches += WholeNotches(leftOver, 1.0 / 15);
+    }
     EXPECT_EQ(notches, 1);
 }
 

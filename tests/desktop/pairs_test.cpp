@@ -69,7 +69,9 @@ TEST_F(Pairs, GiveTheGlyphsAndPlacesThatTheWholeTextGives) {
         for (int round = 0; round < 1500 && !testing::Test::HasFatalFailure(); ++round) {
             const std::string text = RandomText(random, round % 3 == 0);
             const SimpleScript script = ScriptOfText(*font, text);
-            if (script == SimpleScript::None) continue;
+            if (script == SimpleScript::None) {
+                continue;
+            }
             ShapedText shaped;
             if (SetByPairs(*font, text, script, shaped)) {
                 ++set;

@@ -64,8 +64,12 @@ class PlainPango {
         const char* const families[] = {"Helvetica", "Times", "Courier"};
         PangoFontDescription* const font = pango_font_description_new();
         pango_font_description_set_family(font, families[static_cast<int>(style.family)]);
-        if (style.bold) pango_font_description_set_weight(font, PANGO_WEIGHT_BOLD);
-        if (style.italic) pango_font_description_set_style(font, PANGO_STYLE_ITALIC);
+        if (style.bold) {
+            pango_font_description_set_weight(font, PANGO_WEIGHT_BOLD);
+        }
+        if (style.italic) {
+            pango_font_description_set_style(font, PANGO_STYLE_ITALIC);
+        }
         pango_font_description_set_absolute_size(font, size * PANGO_SCALE);
         pango_layout_set_font_description(layout, font);
         pango_font_description_free(font);
@@ -91,8 +95,12 @@ class PlainPango {
     std::size_t Overflow(std::string_view text, double width) {
         for (std::size_t i = 0; i < text.size();) {
             std::size_t end = i + 1;
-            while (end < text.size() && (static_cast<u8>(text[end]) & 0xC0) == 0x80) ++end;
-            if (Measure(text.substr(0, end)) > width) return i;
+            while (end < text.size() && (static_cast<u8>(text[end]) & 0xC0) == 0x80) {
+                ++end;
+            }
+            if (Measure(text.substr(0, end)) > width) {
+                return i;
+            }
             i = end;
         }
         return text.size();
@@ -134,7 +142,9 @@ std::vector<u8> Spread(const TextPicture& picture) {
         for (i32 x = 0; x < picture.width; ++x) {
             const i32 row = 60 + picture.top + y;
             const i32 column = picture.left + x;
-            if (row < 0 || row >= 120 || column < 0 || column >= 400) continue;
+            if (row < 0 || row >= 120 || column < 0 || column >= 400) {
+                continue;
+            }
             bytes[static_cast<std::size_t>(row * 400 + column)] =
                 picture.coverage[static_cast<std::size_t>(y) * picture.stride +
                                  static_cast<std::size_t>(x)];
@@ -161,7 +171,9 @@ class PangoText : public ::testing::Test {
 
   private:
     void Release() {
-        for (TextFont* font : fonts) textEngine.releaseFont(font);
+        for (TextFont* font : fonts) {
+            textEngine.releaseFont(font);
+        }
         fonts.clear();
         ResetPangoText();
         installed.reset();
@@ -175,7 +187,9 @@ std::vector<FontStyle> AllStyles() {
     for (const FontFamily family :
          {FontFamily::Helvetica, FontFamily::Times, FontFamily::Courier}) {
         for (const bool bold : {false, true}) {
-            for (const bool italic : {false, true}) styles.push_back({family, bold, italic});
+            for (const bool italic : {false, true}) {
+                styles.push_back({family, bold, italic});
+            }
         }
     }
     return styles;
@@ -217,7 +231,9 @@ TEST_F(PangoText, PicturesAreThoseOfAPlainDrawWithGlyphsAtQuartersOfAPixel) {
             // four times as wide are rounded to other places, but not so far.
             u32 different = 0;
             for (std::size_t i = 0; i < drawn.size(); ++i) {
-                if (std::abs(drawn[i] - expected[i]) > 32) ++different;
+                if (std::abs(drawn[i] - expected[i]) > 32) {
+                    ++different;
+                }
             }
             EXPECT_LE(different, 8U);
             EXPECT_GT(*std::max_element(drawn.begin(), drawn.end()), 128);
@@ -261,8 +277,9 @@ TEST_F(PangoText, AParagraphThatIsCutLineByLineGivesTheLinesOfMeasuringEveryPref
     TextFont* const font = Font(kHelvetica, 17);
     PlainPango plain(kHelvetica, 17);
     std::string text;
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         text += "We took AVATARs (" + std::to_string(i * 37) + ") To. Yes, fi ";
+    }
     std::string_view rest = text;
     while (rest.size() > 60) {
         const std::size_t expected = plain.Overflow(rest.substr(0, 60), 160);
@@ -277,8 +294,12 @@ TEST_F(PangoText, LongTextsAreCutWithoutMeasuringAllOfThem) {
     TextFont* const font = Font(kHelvetica, 20);
     std::string plain;
     std::string japanese;
-    while (plain.size() < 100000) plain += "word after word ";
-    while (japanese.size() < 100000) japanese += "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E";
+    while (plain.size() < 100000) {
+        plain += "word after word ";
+    }
+    while (japanese.size() < 100000) {
+        japanese += "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E";
+    }
     // Every line of the text asks about all of the rest. With work that grows with the rest this
     // would be 10^8 shaped characters.
     for (const std::string& text : {plain, japanese}) {
@@ -286,7 +307,9 @@ TEST_F(PangoText, LongTextsAreCutWithoutMeasuringAllOfThem) {
         u32 lines = 0;
         while (!rest.empty()) {
             const TextFit fit = textEngine.fit(font, rest, 400);
-            if (fit.whole) break;
+            if (fit.whole) {
+                break;
+            }
             ASSERT_GT(fit.overflow, 0U);
             rest.remove_prefix(fit.overflow);
             ++lines;
@@ -297,7 +320,9 @@ TEST_F(PangoText, LongTextsAreCutWithoutMeasuringAllOfThem) {
 
 std::string Repeated(std::string_view what, std::size_t count) {
     std::string text;
-    while (count-- > 0) text += what;
+    while (count-- > 0) {
+        text += what;
+    }
     return text;
 }
 
@@ -377,7 +402,9 @@ TEST_F(PangoText, LineBreaksAndControlCharactersTakeNoRoom) {
 TEST_F(PangoText, ALineIs12TenthsOfTheSizeInEveryStyleWhateverTheFontSays) {
     const double descents[] = {23, 25, 24.6};  // of a font of size 100
     for (const bool urw : {true, false}) {
-        if (!urw) Use({kDejaVuFonts});
+        if (!urw) {
+            Use({kDejaVuFonts});
+        }
         for (const FontStyle style : AllStyles()) {
             const TextLine line = textEngine.line(Font(style, 100));
             EXPECT_DOUBLE_EQ(line.height, 120);
@@ -485,7 +512,9 @@ TEST(PangoTextFonts, EveryStyleIsUsableWhateverIsInstalled) {
 
 TEST_F(PangoText, TheUsualFamiliesHaveMetricCompatibleFontsSoNothingIsReported) {
     StandardError errors;
-    for (const FontStyle style : AllStyles()) Font(style, 20);
+    for (const FontStyle style : AllStyles()) {
+        Font(style, 20);
+    }
     EXPECT_EQ(errors.Text(), "");
 }
 

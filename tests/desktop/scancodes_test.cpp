@@ -75,7 +75,9 @@ TEST(Scancodes, EveryOtherKeyOfAPcKeyboardHasItsCode) {
         {SDL_SCANCODE_LEFTBRACKET, 0xDB},  {SDL_SCANCODE_BACKSLASH, 0xDC},
         {SDL_SCANCODE_RIGHTBRACKET, 0xDD}, {SDL_SCANCODE_APOSTROPHE, 0xDE},
     };
-    for (const Key& key : keys) EXPECT_EQ(ModuleCodeOf(key.scancode), key.moduleCode);
+    for (const Key& key : keys) {
+        EXPECT_EQ(ModuleCodeOf(key.scancode), key.moduleCode);
+    }
 }
 
 TEST(Scancodes, CommandKeysAndRightHandModifiersMapToNoCodeOfTheModule) {

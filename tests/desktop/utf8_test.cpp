@@ -26,7 +26,9 @@ TEST(Characters, AreReadOneAfterTheOther) {
 
 TEST(Characters, AreWrittenAsTheyAreRead) {
     std::string text;
-    for (const u32 character : {0x41u, 0xE4u, 0x20ACu, 0x1F431u}) AppendUtf8(text, character);
+    for (const u32 character : {0x41u, 0xE4u, 0x20ACu, 0x1F431u}) {
+        AppendUtf8(text, character);
+    }
     EXPECT_EQ(text, kText);
 }
 
@@ -48,7 +50,9 @@ TEST(Characters, OfEachLengthHaveAFirstAndALastOne) {
 
 TEST(Characters, ThatAreNoneAreNotWritten) {
     std::string text = "x";
-    for (const u32 none : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) AppendUtf8(text, none);
+    for (const u32 none : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) {
+        AppendUtf8(text, none);
+    }
     EXPECT_EQ(text, "x");
 }
 

@@ -49,7 +49,9 @@ std::vector<std::string> LinesWith(const std::string& text, const std::string& s
     std::vector<std::string> lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
-        if (line.starts_with(start)) lines.push_back(line.substr(start.size()));
+        if (line.starts_with(start)) {
+            lines.push_back(line.substr(start.size()));
+        }
     }
     return lines;
 }
@@ -58,7 +60,9 @@ class Doom : public testing::Test {
   protected:
     void SetUp() override {
         const ProgramResult built = Build({MOXI_BIN_DIR, kWork, kWork + "/games"});
-        if (built.status == kUnavailable) GTEST_SKIP() << built.errors;
+        if (built.status == kUnavailable) {
+            GTEST_SKIP() << built.errors;
+        }
         ASSERT_EQ(built.status, 0) << built.output << built.errors;
     }
 

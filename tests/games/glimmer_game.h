@@ -43,7 +43,9 @@ inline const AssembleResult& Module(bool pilot = false) {
     static const auto assemble = [](bool withPilot) {
         AssembleOptions options = LibraryOptions();
         options.includeFolders.insert(options.includeFolders.begin(), kSources.string());
-        if (withPilot) options.definitions.emplace_back("PILOT", 1);
+        if (withPilot) {
+            options.definitions.emplace_back("PILOT", 1);
+        }
         const std::string source = std::string(MOXI_SOURCE_DIR) + "/tests/games/glimmer_check.mxs";
         AssembleResult result = Assemble(ReadTextFile(source), source, options);
         EXPECT_TRUE(result.ok) << FormatErrors(result);
@@ -58,7 +60,9 @@ inline const AssembleResult& Module(bool pilot = false) {
 inline u32 At(const std::string& name, bool pilot = false) {
     static std::map<std::string, u32> known[2];
     const auto found = known[pilot ? 1 : 0].find(name);
-    if (found != known[pilot ? 1 : 0].end()) return found->second;
+    if (found != known[pilot ? 1 : 0].end()) {
+        return found->second;
+    }
     const u32 address = SymbolValue(Module(pilot), name);
     EXPECT_NE(address, 0xFFFFFFFF) << "no label " << name;
     return known[pilot ? 1 : 0][name] = address;
@@ -86,17 +90,23 @@ struct Events {
     Events& Return() { return Press("24", "\\x0D"); }
     Events& Escape() { return Press("35", "\\x1B"); }
     Events& Down(int times = 1) {
-        for (; times > 0; --times) Press("7D", "\\x1F");
+        for (; times > 0; --times) {
+            Press("7D", "\\x1F");
+        }
         return *this;
     }
     Events& Up(int times = 1) {
-        for (; times > 0; --times) Press("7E", "\\x1E");
+        for (; times > 0; --times) {
+            Press("7E", "\\x1E");
+        }
         return *this;
     }
     // From pause: the last of five buttons, and yes.
     Events& GiveUp() { return Down(4).Return().Down().Return(); }
     Events& Backspace(int times) {
-        for (; times > 0; --times) Press("33", "\\x7F");
+        for (; times > 0; --times) {
+            Press("33", "\\x7F");
+        }
         return *this;
     }
     Events& Click(u32 x, u32 y, int button = 0) {
@@ -138,7 +148,9 @@ struct GameResult {
 
     u32 Long(u32 address) const {
         u32 value = 0;
-        if (address + 4 <= image.size()) std::memcpy(&value, image.data() + address, 4);
+        if (address + 4 <= image.size()) {
+            std::memcpy(&value, image.data() + address, 4);
+        }
         return value;
     }
     u32 LongAt(const std::string& name) const { return Long(At(name)); }
@@ -152,7 +164,9 @@ struct GameResult {
     }
     std::vector<u32> Notes(const std::string& list = "noted_scenes") const {
         std::vector<u32> notes;
-        for (u32 i = 0; i < LongAt("notes"); ++i) notes.push_back(Long(At(list) + 4 * i));
+        for (u32 i = 0; i < LongAt("notes"); ++i) {
+            notes.push_back(Long(At(list) + 4 * i));
+        }
         return notes;
     }
 };
@@ -173,15 +187,21 @@ inline void LayOutGame(const GameRun& run, const fs::path& game) {
         }
     }
     for (const auto& [name, content] : run.replaced) {
-        if (!content.empty()) WriteTextFile((game / name).string(), content);
+        if (!content.empty()) {
+            WriteTextFile((game / name).string(), content);
+        }
     }
 }
 
 inline std::map<std::string, std::string> FilesIn(const fs::path& folder) {
     std::map<std::string, std::string> files;
-    if (!fs::exists(folder)) return files;
+    if (!fs::exists(folder)) {
+        return files;
+    }
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        if (!entry.is_regular_file()) continue;
+        if (!entry.is_regular_file()) {
+            continue;
+        }
         files[fs::relative(entry.path(), folder).string()] = ReadTextFile(entry.path().string());
     }
     return files;

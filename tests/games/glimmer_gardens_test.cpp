@@ -41,7 +41,9 @@ u32 CellOf(u32 x, u32 y) {
 
 std::vector<bool> Reached(const Night& night, u32 from) {
     std::vector<u8> cells(kCells);
-    for (u32 cell = 0; cell < kCells; ++cell) cells[cell] = night.Cell(cell);
+    for (u32 cell = 0; cell < kCells; ++cell) {
+        cells[cell] = night.Cell(cell);
+    }
     std::vector<bool> reached(kCells);
     std::vector<u32> next = {from};
     reached[from] = true;
@@ -49,7 +51,9 @@ std::vector<bool> Reached(const Night& night, u32 from) {
         const u32 cell = next.back();
         next.pop_back();
         for (const u32 beside : {cell - kStride, cell + 1, cell + kStride, cell - 1}) {
-            if (beside >= kCells || reached[beside] || cells[beside] == kThicket) continue;
+            if (beside >= kCells || reached[beside] || cells[beside] == kThicket) {
+                continue;
+            }
             reached[beside] = true;
             next.push_back(beside);
         }
@@ -63,7 +67,9 @@ std::vector<u32> CellsOf(const Night& night, const std::string& list, const std:
     std::vector<u32> cells;
     for (u32 i = 0; i < count; ++i) {
         const u32 at = At(list) - At("run") + i * At(record == "foe" ? "FOE_SIZE" : "THING_SIZE");
-        if (night.Long(at + At(record + "_kind")) == 0) continue;
+        if (night.Long(at + At(record + "_kind")) == 0) {
+            continue;
+        }
         cells.push_back(CellOf(night.Long(at + At(record + "_x")) / unit,
                                night.Long(at + At(record + "_y")) / unit));
     }
@@ -98,20 +104,26 @@ void CheckNight(const Night& night, u32 number) {
     ASSERT_EQ(things.size(),
               sparks + 1 + (number % 2 == 0 ? 1 : 0));  // a petal, every second night a berry
     ASSERT_EQ(night.Field("night_sparks"), sparks);
-    for (const u32 cell : things) EXPECT_EQ(night.Cell(cell), kGrass);
+    for (const u32 cell : things) {
+        EXPECT_EQ(night.Cell(cell), kGrass);
+    }
     EXPECT_EQ(night.Cell(CellOf(night.Field("lantern_x"), night.Field("lantern_y"))), kGrass);
     const std::vector<u32> foes = CellsOf(night, "foes", "foe", 24, 65536);
     ASSERT_EQ(foes.size(), std::min(number + 1, 9u) + std::min(number, 8u) +
                                std::min(number / 2, 3u) +
                                (number < 3 ? 0 : std::min(number / 3, 3u)) +  // wisps
                                (number < 9 ? 0 : 1));                         // a shade
-    for (const u32 cell : foes) EXPECT_EQ(night.Cell(cell), kGrass);
+    for (const u32 cell : foes) {
+        EXPECT_EQ(night.Cell(cell), kGrass);
+    }
 }
 
 // 16 seeds; with GLIMMER_EVERY_GARDEN=1 in the environment 200 of them. 0x9E3779B9 is the seed that
 // leaves nothing of the first night's.
 TEST(GlimmerGardens, EverythingCanBeReached) {
-    if (kCheckedAccess) GTEST_SKIP() << "the release build makes them";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "the release build makes them";
+    }
     const u32 seeds = std::getenv("GLIMMER_EVERY_GARDEN") != nullptr ? 200 : 16;
     const u32 size = At("RUN_SIZE");
     for (u32 first = 0; first < seeds; first += 8) {

@@ -41,7 +41,9 @@ Places HighScores(const GameResult& result) {
     Places scores;
     for (u32 place = 0; place < 8; ++place) {
         const u32 address = At("places") + place * At("PLACE_SIZE");
-        if (result.Long(address) == 0) break;
+        if (result.Long(address) == 0) {
+            break;
+        }
         scores.emplace_back(result.Long(address), result.Text(address + At("place_name")));
     }
     return scores;
@@ -50,10 +52,14 @@ Places HighScores(const GameResult& result) {
 // The value of a line of the settings.
 std::string Setting(const GameResult& result, const std::string& key) {
     const auto file = result.data.find(kSettings);
-    if (file == result.data.end()) return "no file";
+    if (file == result.data.end()) {
+        return "no file";
+    }
     const std::string text = "\n" + file->second;
     const size_t line = text.find("\n" + key + "=");
-    if (line == std::string::npos) return "no line";
+    if (line == std::string::npos) {
+        return "no line";
+    }
     const size_t start = line + key.size() + 3;  // a blank before the value
     return text.substr(start, text.find_first_of("\r\n", start) - start);
 }
@@ -73,7 +79,9 @@ GameRun RunOf(const Events& events) {
 class GlimmerRules : public testing::Test {
   protected:
     void SetUp() override {
-        if (kCheckedAccess) GTEST_SKIP() << "the release build plays it";
+        if (kCheckedAccess) {
+            GTEST_SKIP() << "the release build plays it";
+        }
     }
 };
 
@@ -190,16 +198,22 @@ TEST(Glimmer, EveryPictureIsOpaqueInEverySizeOfTheWindow) {
     const std::vector<std::string> sizes = {"600 400",   "601 403", "1920 1080",
                                             "3000 2000", "300 200", "120 90"};
     for (const std::string& size : sizes) {
-        if (kCheckedAccess && size != "601 403" && size != "300 200") continue;
+        if (kCheckedAccess && size != "601 403" && size != "300 200") {
+            continue;
+        }
         GameRun run;
-        if (size.size() > 8) run.desktop = "3200x2300";
+        if (size.size() > 8) {
+            run.desktop = "3200x2300";
+        }
         run.data = {{kSettings, EightScores()}};
         Events& events = run.events;
         events.Line("resize " + size).Wait(60);
         const auto show = [&events](Scene scene) {
             events.Call("go_scene", scene).Call("draw_and_note").Wait(20);
         };
-        for (const Scene scene : {Title, Scores, Options, Help}) show(scene);
+        for (const Scene scene : {Title, Scores, Options, Help}) {
+            show(scene);
+        }
         events.Call("tell", At("copied_text"));
         show(Title);
         events.Call("start_new").Call("draw_and_note");
@@ -284,7 +298,9 @@ constexpr u32 kPixel = 65536;
 u32 FoeField(const GameResult& result, u32 kind, const std::string& field) {
     for (u32 i = 0; i < At("MOST_FOES"); ++i) {
         const u32 record = At("foes") + i * At("FOE_SIZE");
-        if (result.Long(record + At("foe_kind")) == kind) return record + At(field);
+        if (result.Long(record + At("foe_kind")) == kind) {
+            return record + At(field);
+        }
     }
     ADD_FAILURE() << "no foe of kind " << kind;
     return 0;
@@ -298,7 +314,9 @@ Events NightWithout(u32 night, u32 seed, u32 highestKind, u32 foes) {
     events.Poke("intro_steps", 0);
     for (u32 i = 0; i < foes; ++i) {
         const u32 record = At("foes") + i * At("FOE_SIZE");
-        if (highestKind != 0) events.Post(100, record + At("foe_kind"), 0);
+        if (highestKind != 0) {
+            events.Post(100, record + At("foe_kind"), 0);
+        }
     }
     return events;
 }
@@ -446,7 +464,9 @@ TEST_F(GlimmerRules, ARunMayBeginWithAnyNightOfNewThingsThatWasReached) {
     const auto chosen = [&](u32 best, int presses) {
         GameRun run = RunOf(events);
         run.data = {{kSettings, "[0x00000000=Options]\nBestNight= " + std::to_string(best) + "\n"}};
-        for (int i = 0; i < presses; ++i) run.events.Return();
+        for (int i = 0; i < presses; ++i) {
+            run.events.Return();
+        }
         return PlayGame(run).TextAt("label_first");
     };
     EXPECT_EQ(chosen(1, 1), "First night: 1");
@@ -530,7 +550,9 @@ TEST_F(GlimmerRules, LeftAndRightSwitchOptionsButDoNotLeave) {
 TEST(Glimmer, BrokenSettingsDoNoHarm) {
     std::mt19937 random(1);
     std::string noise(4000, '\0');
-    for (char& byte : noise) byte = static_cast<char>(random());
+    for (char& byte : noise) {
+        byte = static_cast<char>(random());
+    }
     const std::string longName(5000, 'x');
     const std::string options = "[0x00000000=Options]\n";
     const std::string scores = "[0x00000000=Scores]\n";
@@ -555,7 +577,9 @@ TEST(Glimmer, BrokenSettingsDoNoHarm) {
         EXPECT_LE(result.LongAt("option_difficulty"), 2u);
         EXPECT_LE(result.LongAt("option_music"), 1u);
         EXPECT_LT(result.TextAt("player_name").size(), 28u);
-        for (const auto& [points, name] : HighScores(result)) EXPECT_LT(name.size(), 28u);
+        for (const auto& [points, name] : HighScores(result)) {
+            EXPECT_LT(name.size(), 28u);
+        }
         EXPECT_EQ(result.data.count(kSettings), 1u);
     }
 }
@@ -599,7 +623,9 @@ TEST_F(GlimmerRules, ANameHasRoomFor27BytesAndAnEmptyOneIsFirefly) {
     Events events;
     events.Return().Poke("score", 700).Escape().GiveUp().Wait(2450).Backspace(7);
     Events longName = events;
-    for (int i = 0; i < 9; ++i) longName.Press("00", "\xE8\x9B\x8D");  // three bytes each
+    for (int i = 0; i < 9; ++i) {
+        longName.Press("00", "\xE8\x9B\x8D");  // three bytes each
+    }
     longName.Press("00", "x");
     EXPECT_EQ(PlayGame(longName).TextAt("player_name").size(), 27u);
     EXPECT_EQ(HighScores(PlayGame(events.Return())), (Places{{700, "Firefly"}}));
@@ -815,7 +841,9 @@ TEST_F(GlimmerRules, TheMusicFollowsTheGame) {
     Events events;
     events.Note().Down().Return().Note().Escape();       // title, high scores
     events.Up().Return().Note().Poke("intro_steps", 0);  // the first night
-    for (const u32 glow : {700u, 1400u, 1600u}) events.Poke("glow", glow).Wait(50).Note();
+    for (const u32 glow : {700u, 1400u, 1600u}) {
+        events.Poke("glow", glow).Wait(50).Note();
+    }
     events.Poke("leaving_steps", 1).Wait(50).Note();  // dawn
     events.Return().Return().Note();                  // the second night
     events.Escape().Note().GiveUp().Note();           // pause, over

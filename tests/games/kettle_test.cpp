@@ -42,7 +42,9 @@ struct Keys {
     Keys& Return() { return Press("24", "\\x0D"); }
     Keys& Escape() { return Press("35", "\\x1B"); }
     Keys& Down(int times = 1) {
-        for (; times > 0; --times) Press("7D", "\\x1F");
+        for (; times > 0; --times) {
+            Press("7D", "\\x1F");
+        }
         return *this;
     }
     // A place of the picture.
@@ -83,13 +85,25 @@ struct Played {
     std::string Screen(const std::string& name) const {
         const Picture seen = Seen(name);
         const auto isCopper = [&](u32 x, u32 y) { return seen.At(x * 2, 60 + y * 2) == kCopper; };
-        if (isCopper(99, 91)) return "title";
-        if (isCopper(15, 11)) return "keys";
-        if (isCopper(71, 25)) return "options";
-        if (isCopper(86, 41)) return "pause";
-        if (isCopper(51, 17)) return "done";
+        if (isCopper(99, 91)) {
+            return "title";
+        }
+        if (isCopper(15, 11)) {
+            return "keys";
+        }
+        if (isCopper(71, 25)) {
+            return "options";
+        }
+        if (isCopper(86, 41)) {
+            return "pause";
+        }
+        if (isCopper(51, 17)) {
+            return "done";
+        }
         for (u32 card = 0; card < 4; ++card) {
-            if (isCopper(14 + 74 * card, 90)) return "levels " + std::to_string(card + 1);
+            if (isCopper(14 + 74 * card, 90)) {
+                return "levels " + std::to_string(card + 1);
+            }
         }
         // The first heart, which is whole as long as the game goes on.
         return seen.At(14, 60 + 14) == kHeart ? "play" : "none of them";
@@ -168,18 +182,24 @@ TEST(Kettle, SavedValuesThatCannotBeAreLeftOut) {
 // What it does is the same in every build of the host; in those that check each access it takes
 // minutes.
 TEST(Kettle, ThePilotReachesEveryCupAndTheEnd) {
-    if (kCheckedAccess) GTEST_SKIP() << "the release build plays it";
+    if (kCheckedAccess) {
+        GTEST_SKIP() << "the release build plays it";
+    }
     const Played played;
     const std::string game = played.folder.path + "/game/";
     fs::copy(kSources + "resources", game, fs::copy_options::recursive);
     std::vector<std::string> arguments = {"-DPILOT", "-o", game};
     for (const auto& entry : fs::directory_iterator(kSources + "src")) {
-        if (entry.path().extension() == ".c") arguments.push_back(entry.path());
+        if (entry.path().extension() == ".c") {
+            arguments.push_back(entry.path());
+        }
     }
     ASSERT_EQ(RunProgram("mxcc", arguments, played.folder.path).status, 0);
     Keys keys;
     // It ends itself after the last cup.
-    while (keys.now < 400000) keys.Return().Wait(2400);
+    while (keys.now < 400000) {
+        keys.Return().Wait(2400);
+    }
     played.Run(keys, game);
     EXPECT_EQ(played.Saved("opened"), 4);
     for (int level = 1; level <= 4; ++level) {

@@ -33,7 +33,9 @@ TEST_F(Bitmaps, ARecordHoldsEightWords) {
     const u32 record = RecordAddress(handle);
     const u32 pixels = Load<u32>(record + 28);
     const u32 expected[8] = {7, 5, 28, 0, 0, 7, 5, pixels};
-    for (u32 i = 0; i < 8; ++i) EXPECT_EQ(Load<u32>(record + 4 * i), expected[i]);
+    for (u32 i = 0; i < 8; ++i) {
+        EXPECT_EQ(Load<u32>(record + 4 * i), expected[i]);
+    }
     EXPECT_EQ(heapPtrs[pixels].size, 140U);
     EXPECT_EQ(heapPtrs[pixels].lockCount, 0U);
     EXPECT_EQ(heapPtrs[handle].lockCount, 0U);
@@ -119,7 +121,9 @@ TEST_F(Bitmaps, TheClipOfTheTextBitmapBeforeAnySourceIsAMemoryFault) {
 TEST_F(Bitmaps, OnlyTheLowEightBitsOfASubCommandCount) {
     const u32 block = 600;
     const u32 words[8] = {0, 0, 0, 2, 1, 0xFFFFFFFF, 0xFFFFFFFF, 5};
-    for (u32 i = 0; i < 8; ++i) Store<u32>(block + 4 * i, words[i]);
+    for (u32 i = 0; i < 8; ++i) {
+        Store<u32>(block + 4 * i, words[i]);
+    }
     SysGraphicsGroup(0x105, block);
     EXPECT_EQ(Load<u64>(kHeaderR14), 2U);
     EXPECT_EQ(GetPixel(kScreenBitmap, 1, 0), 0x05000000U);
@@ -209,7 +213,9 @@ TEST_F(Blits, OntoTheSameBitmapEachPixelIsReadJustBeforeItIsWritten) {
     SetPixel(bitmap, 0, 0, 0xFF0000AA);
     // One to the right: the first pixel runs through the whole row.
     Blit(bitmap, 1, 0, bitmap, 0, 0, 5, 1, false, 0, 0);
-    for (i32 x = 0; x < 6; ++x) EXPECT_EQ(GetPixel(bitmap, x, 0), 0xFF0000AA);
+    for (i32 x = 0; x < 6; ++x) {
+        EXPECT_EQ(GetPixel(bitmap, x, 0), 0xFF0000AA);
+    }
 }
 
 TEST_F(Blits, ARowBelowIsReadAfterItWasWritten) {

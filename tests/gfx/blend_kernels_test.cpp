@@ -25,7 +25,9 @@ u32 OldPixel(u32 x, u32 y) {
 
 u32 Expected(u32 source, u32 old, bool inverted) {
     const u32 a = source >> 24;
-    if (a == 0) return old;
+    if (a == 0) {
+        return old;
+    }
     u32 pixel = std::min((old >> 24) + a, 255U) << 24;
     for (u32 shift = 0; shift < 24; shift += 8) {
         const u32 byte = source >> shift & 255;
@@ -39,7 +41,9 @@ void CheckBlend(const Kernels& set, bool inverted) {
     std::vector<u8> from(std::size_t{kBytes} * 4);
     std::vector<u8> to(std::size_t{kBytes} * kBytes * 4);
     for (u32 alpha = 0; alpha < 256; ++alpha) {
-        for (u32 x = 0; x < kBytes; ++x) StoreBytes<u32>(&from[x * 4], SourcePixel(x, alpha));
+        for (u32 x = 0; x < kBytes; ++x) {
+            StoreBytes<u32>(&from[x * 4], SourcePixel(x, alpha));
+        }
         for (u32 y = 0; y < kBytes; ++y) {
             for (u32 x = 0; x < kBytes; ++x) {
                 StoreBytes<u32>(&to[(std::size_t{y} * kBytes + x) * 4], OldPixel(x, y));
@@ -51,7 +55,9 @@ void CheckBlend(const Kernels& set, bool inverted) {
         for (u32 y = 0; y < kBytes; ++y) {
             for (u32 x = 0; x < kBytes; ++x) {
                 const u32 is = LoadBytes<u32>(&to[(std::size_t{y} * kBytes + x) * 4]);
-                if (is != Expected(SourcePixel(x, alpha), OldPixel(x, y), inverted)) ++wrong;
+                if (is != Expected(SourcePixel(x, alpha), OldPixel(x, y), inverted)) {
+                    ++wrong;
+                }
             }
         }
         ASSERT_EQ(wrong, 0U) << set.name << ", alpha " << alpha;
@@ -59,11 +65,15 @@ void CheckBlend(const Kernels& set, bool inverted) {
 }
 
 TEST(BlendKernels, EverySourceByteAndOldByteAreMixedExactlyAtEveryAlpha) {
-    for (const Kernels* set : AvailableKernels()) CheckBlend(*set, false);
+    for (const Kernels* set : AvailableKernels()) {
+        CheckBlend(*set, false);
+    }
 }
 
 TEST(BlendKernels, InvertedColoursAreMixedExactlyAtEveryAlpha) {
-    for (const Kernels* set : AvailableKernels()) CheckBlend(*set, true);
+    for (const Kernels* set : AvailableKernels()) {
+        CheckBlend(*set, true);
+    }
 }
 
 // Colours with an alpha each, of which the alpha is blended as well.
@@ -73,9 +83,13 @@ TEST(BlendKernels, EveryColourByteIsComposedExactlyAtEveryAlpha) {
     for (const Kernels* set : AvailableKernels()) {
         u32 wrong = 0;
         for (u32 alpha = 0; alpha < 256; ++alpha) {
-            for (u32 x = 0; x < kBytes; ++x) colours[x] = SourcePixel(x, alpha);
+            for (u32 x = 0; x < kBytes; ++x) {
+                colours[x] = SourcePixel(x, alpha);
+            }
             for (u32 y = 0; y < kBytes; ++y) {
-                for (u32 x = 0; x < kBytes; ++x) StoreBytes<u32>(&to[x * 4], OldPixel(x, y));
+                for (u32 x = 0; x < kBytes; ++x) {
+                    StoreBytes<u32>(&to[x * 4], OldPixel(x, y));
+                }
                 set->compose(to.data(), colours.data(), kBytes);
                 for (u32 x = 0; x < kBytes; ++x) {
                     u32 expected = 0;
@@ -84,7 +98,9 @@ TEST(BlendKernels, EveryColourByteIsComposedExactlyAtEveryAlpha) {
                                      (OldPixel(x, y) >> shift & 255) * (255 - alpha) / 255)
                                     << shift;
                     }
-                    if (LoadBytes<u32>(&to[x * 4]) != expected) ++wrong;
+                    if (LoadBytes<u32>(&to[x * 4]) != expected) {
+                        ++wrong;
+                    }
                 }
             }
         }

@@ -41,7 +41,9 @@ u32 Draw(std::string_view text, const Box& box) {
                           box.flags,
                           box.background,
                           box.colour};
-    for (u32 i = 0; i < 9; ++i) Store<u32>(kBlock + 4 * i, words[i]);
+    for (u32 i = 0; i < 9; ++i) {
+        Store<u32>(kBlock + 4 * i, words[i]);
+    }
     for (u32 i = 0; i < text.size(); ++i) {
         Store<char>(kTextAddress + i, text[i]);
     }
@@ -71,9 +73,15 @@ class DrawTextTest : public ::testing::Test {
     static std::string Runs(i32 row, u32 colour) {
         std::string runs;
         for (i32 x = 0; x < 400; ++x) {
-            if (GetPixel(kScreenBitmap, x, row) != colour) continue;
-            if (GetPixel(kScreenBitmap, x - 1, row) != colour) runs += std::to_string(x) + "-";
-            if (GetPixel(kScreenBitmap, x + 1, row) != colour) runs += std::to_string(x) + " ";
+            if (GetPixel(kScreenBitmap, x, row) != colour) {
+                continue;
+            }
+            if (GetPixel(kScreenBitmap, x - 1, row) != colour) {
+                runs += std::to_string(x) + "-";
+            }
+            if (GetPixel(kScreenBitmap, x + 1, row) != colour) {
+                runs += std::to_string(x) + " ";
+            }
         }
         return runs;
     }
@@ -81,9 +89,15 @@ class DrawTextTest : public ::testing::Test {
     static std::string RowRuns(i32 x, u32 colour) {
         std::string runs;
         for (i32 y = 0; y < 300; ++y) {
-            if (GetPixel(kScreenBitmap, x, y) != colour) continue;
-            if (GetPixel(kScreenBitmap, x, y - 1) != colour) runs += std::to_string(y) + "-";
-            if (GetPixel(kScreenBitmap, x, y + 1) != colour) runs += std::to_string(y) + " ";
+            if (GetPixel(kScreenBitmap, x, y) != colour) {
+                continue;
+            }
+            if (GetPixel(kScreenBitmap, x, y - 1) != colour) {
+                runs += std::to_string(y) + "-";
+            }
+            if (GetPixel(kScreenBitmap, x, y + 1) != colour) {
+                runs += std::to_string(y) + " ";
+            }
         }
         return runs;
     }
@@ -344,7 +358,9 @@ void DrawStepByStep(std::string_view text, const Box& box, i32 rows, i32 width, 
         for (i32 y = 0; y < picture.height; ++y) {
             for (i32 x = 0; x < picture.width; ++x) {
                 const i32 row = baseline + picture.top + y;
-                if (row >= 256 || picture.coverage[y * picture.width + x] == 0) continue;
+                if (row >= 256 || picture.coverage[y * picture.width + x] == 0) {
+                    continue;
+                }
                 SetPixel(kTextBitmap, x, row, box.colour | 0xFF000000);
             }
         }
@@ -360,7 +376,9 @@ void DrawStepByStep(std::string_view text, const Box& box, i32 rows, i32 width, 
         }
     }
     lay();
-    if ((box.flags & kTextMeasureOnly) != 0) return;
+    if ((box.flags & kTextMeasureOnly) != 0) {
+        return;
+    }
     const i32 x = (box.flags & kTextCentred) != 0 ? box.x + (box.width - width) / 2
                   : (box.flags & kTextRight) != 0 ? box.x + box.width - width
                                                   : box.x;
@@ -413,7 +431,9 @@ TEST_F(DrawTextTest, LeavingOutWhatWillBeHiddenChangesNoPixel) {
         const auto pixels = [&](u32 handle) {
             std::vector<u32> all;
             for (i32 y = 0; y < 60; ++y) {
-                for (i32 x = 0; x < 120; ++x) all.push_back(GetPixel(handle, x, y));
+                for (i32 x = 0; x < 120; ++x) {
+                    all.push_back(GetPixel(handle, x, y));
+                }
             }
             return all;
         };
@@ -431,7 +451,9 @@ TEST_F(DrawTextTest, LeavingOutWhatWillBeHiddenChangesNoPixel) {
         DrawStepByStep(text, box, 20, width, 15);
         EXPECT_EQ(pixels(bitmap), drawn);
         EXPECT_TRUE(std::equal(textDrawn.begin(), textDrawn.end(), textBitmap.pixels));
-        if (bitmap != kScreenBitmap) FreeBitmap(bitmap);
+        if (bitmap != kScreenBitmap) {
+            FreeBitmap(bitmap);
+        }
         CompactHeap();
     }
 }
@@ -496,7 +518,9 @@ TEST_F(DrawTextTest, AFontIsMadeOnceForAHeightAndAStyle) {
 }
 
 TEST_F(DrawTextTest, The101stDistinctPairEvictsTheLeastRecentlyUsedFont) {
-    for (i32 height = 10; height < 110; ++height) Draw("a", {.height = height});
+    for (i32 height = 10; height < 110; ++height) {
+        Draw("a", {.height = height});
+    }
     EXPECT_EQ(fontCacheHead, 99);
     // The oldest one is used again, so the one of height 11 in entry 1 is the oldest.
     Draw("a", {.height = 10});

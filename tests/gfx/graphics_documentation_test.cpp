@@ -20,14 +20,18 @@ std::string Pixels(const std::string& png) {
     size_t size = 0;
     spng_decoded_image_size(context, SPNG_FMT_RGBA8, &size);
     std::string pixels(size, '\0');
-    if (spng_decode_image(context, pixels.data(), size, SPNG_FMT_RGBA8, 0) != 0) pixels.clear();
+    if (spng_decode_image(context, pixels.data(), size, SPNG_FMT_RGBA8, 0) != 0) {
+        pixels.clear();
+    }
     spng_ctx_free(context);
     return pixels;
 }
 
 TEST(GraphicsDocumentation, EveryServiceHasAnExample) {
     std::string all;
-    for (const std::string& example : ExamplesOf(kDocs + "services-graphics.md")) all += example;
+    for (const std::string& example : ExamplesOf(kDocs + "services-graphics.md")) {
+        all += example;
+    }
     for (u32 command = 0x0500; command <= 0x0513; ++command) {
         char text[32];
         std::snprintf(text, sizeof text, "SERVICE 0x%04X,", command);

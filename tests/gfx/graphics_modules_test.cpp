@@ -144,7 +144,9 @@ TEST(GraphicsModules, APatternOfAlternatingBitsPlotsEveryOtherPositionFromTheFir
     module.Data("points: .long 0, 0, 5, 0");
     module.Call(SYS_LINE_PATTERN, {"0xAAAAAAAA"}, "former");
     module.Call(SYS_POLYLINE, {kScreen, "points", "2", "0xFFFFFFFF"});
-    for (int x = 0; x < 6; ++x) module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
+    for (int x = 0; x < 6; ++x) {
+        module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
+    }
     const HeadlessResult run = module.Run();
     EXPECT_EQ(run.LongAt("former"), 0xFFFFFFFF);
     for (int x = 0; x < 6; ++x) {
@@ -324,7 +326,9 @@ TEST(GraphicsModules, ARightLimitOfTwoWidthsAndThreeCutsTheThirdCopyToThreePixel
                                     std::to_string(0xFF000001 + static_cast<u32>(x)), "0"});
     }
     module.Call(SYS_BLIT, {kScreen, "10", "0", "@source", "0", "0", "5", "1", "0", "23", "0"});
-    for (int x = 10; x < 24; ++x) module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
+    for (int x = 10; x < 24; ++x) {
+        module.Pixel(kScreen, x, 0, "pixel" + std::to_string(x));
+    }
     module.Pixel(kScreen, 10, 1, "below");
     const HeadlessResult run = module.Run();
     for (int x = 10; x < 23; ++x) {

@@ -62,7 +62,9 @@ class HostileRecords : public ::testing::Test {
     // Everything as it was after SetUp.
     void Restore() {
         std::memcpy(image, kept.data(), kept.size());
-        for (Selection* selection : {&dstSelection, &srcSelection}) selection->handle = kNoBitmap;
+        for (Selection* selection : {&dstSelection, &srcSelection}) {
+            selection->handle = kNoBitmap;
+        }
         std::copy_n(keptHandles, kHandles, heapPtrs);
         std::copy_n(keptHeads, 4, heapListHeads);
         heapFree = keptFree;
@@ -73,13 +75,17 @@ class HostileRecords : public ::testing::Test {
     }
 
     void Spoil(const Record& record) {
-        for (u32 i = 0; i < 8; ++i) Store<u32>(heapPtrs[first].offset + 4 * i, record[i]);
+        for (u32 i = 0; i < 8; ++i) {
+            Store<u32>(heapPtrs[first].offset + 4 * i, record[i]);
+        }
     }
 
     // True when the command came back or was ended at its question, false when it ended in the
     // machine's fault.
     bool Run(u32 sub, const std::vector<u32>& arguments) {
-        for (u32 i = 0; i < arguments.size(); ++i) Store<u32>(kBlock + 4 * i, arguments[i]);
+        for (u32 i = 0; i < arguments.size(); ++i) {
+            Store<u32>(kBlock + 4 * i, arguments[i]);
+        }
         command = sub;
         questions = 0;
         try {
@@ -87,7 +93,9 @@ class HostileRecords : public ::testing::Test {
             return true;
         } catch (const ProcessEnded& end) {
             EXPECT_EQ(end.status, 1);
-            if (questions != 0) return true;
+            if (questions != 0) {
+                return true;
+            }
             EXPECT_EQ(vmEvents.messages.back(),
                       "Memory fault at 0x00000200. Terminating. So sorry.");
             return false;
@@ -159,7 +167,9 @@ TEST_F(HostileRecords, DrawingThatTakesDaysAsksWhetherToGoOn) {
         Restore();
         Spoil({8, kMost, 0, 0, 0, 8, kMost, pixels});
         const u32 corners[] = {0, 0, 0, kMost};
-        for (u32 i = 0; i < 4; ++i) Store<u32>(kPoints + 4 * i, corners[i]);
+        for (u32 i = 0; i < 4; ++i) {
+            Store<u32>(kPoints + 4 * i, corners[i]);
+        }
         SetLinePattern(each.pattern);
         EXPECT_TRUE(Run(each.sub, each.arguments)) << each.what;
         EXPECT_EQ(questions, 1u) << each.what;
@@ -200,7 +210,9 @@ std::vector<u32> Arguments(u32 sub, u32 handle, u32 other, Chooser& choose) {
     const u32 colour = choose.Of({0, 0xFFFFFFFF, 0x80FF00FF, 0x01000000});
     switch (sub) {
         case 0:
-            for (u32 i = 0; i < 6; ++i) Store<u32>(kPoints + 4 * i, e());
+            for (u32 i = 0; i < 6; ++i) {
+                Store<u32>(kPoints + 4 * i, e());
+            }
             return {handle, kPoints, choose.Of({2, 3, 0, 1, 0x20000000}), colour};
         case 1:
         case 18: return {handle, e(), e(), e(), e(), colour, choose.Of({0, colour})};
@@ -208,16 +220,24 @@ std::vector<u32> Arguments(u32 sub, u32 handle, u32 other, Chooser& choose) {
         case 3: {
             std::vector<u32> words = {handle,          e(), e(), other, e(), e(), e(), e(),
                                       choose.Below(2), e(), e()};
-            if (choose.Below(2) == 0) std::swap(words[0], words[3]);
-            if (choose.Below(2) == 0) words[9] = words[10] = 0;
+            if (choose.Below(2) == 0) {
+                std::swap(words[0], words[3]);
+            }
+            if (choose.Below(2) == 0) {
+                words[9] = words[10] = 0;
+            }
             return words;
         }
         case 5: return {handle, e(), e(), e(), e(), e(), choose.Of({0, 0xFFFFFFFF}), e()};
         case 8: {
             std::vector<u32> words = {handle, e(), e(), e(), e(), other,
                                       e(),    e(), e(), e(), e(), e()};
-            if (choose.Below(2) == 0) std::swap(words[0], words[5]);
-            if (choose.Below(2) == 0) words[10] = words[11] = 0;
+            if (choose.Below(2) == 0) {
+                std::swap(words[0], words[5]);
+            }
+            if (choose.Below(2) == 0) {
+                words[10] = words[11] = 0;
+            }
             return words;
         }
         case 9: return {handle, kText, choose.Below(3)};
@@ -237,14 +257,18 @@ TEST_F(HostileRecords, EveryCommandOnEveryRecordEndsInOrderOrWithTheFault) {
         Chooser choose(seed);
         Restore();
         Record record;
-        for (u32& word : record) word = choose.Extreme();
+        for (u32& word : record) {
+            word = choose.Extreme();
+        }
         record[2] = choose.Stride();
         record[7] = choose.Below(8) == 0 ? choose.Extreme() : pixels;
         Spoil(record);
         const u32 other = choose.Of({first, second, kScreenBitmap, kTextBitmap});
         // Freeing is the heap's business, and what is made is in the way of the next.
         u32 sub = choose.Below(20);
-        if (sub == 4 || sub == 19) sub = 1;
+        if (sub == 4 || sub == 19) {
+            sub = 1;
+        }
         (Run(sub, Arguments(sub, first, other, choose)) ? ended : faulted)++;
     }
     EXPECT_GT(ended, 1000u);

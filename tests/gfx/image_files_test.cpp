@@ -22,7 +22,9 @@ namespace moxi {
 namespace {
 
 void AddNumber(std::string& bytes, u32 value, u32 count) {
-    for (u32 i = 0; i < count; ++i) bytes += static_cast<char>(value >> (8 * i));
+    for (u32 i = 0; i < count; ++i) {
+        bytes += static_cast<char>(value >> (8 * i));
+    }
 }
 
 struct BmpHeader {
@@ -178,7 +180,9 @@ TEST_F(ImageFiles, A32BitBmpWithoutAnImageSizeIsReadWithTheRowStrideOf24Bits) {
     // too. Width 4: 12 instead of 16, so the second row starts with the first one's last pixel, and
     // its own last pixel is beyond the data, if that ends after 28 bytes.
     std::string pixels;
-    for (u32 i = 1; i <= 7; ++i) AddNumber(pixels, 0x01010101 * i, 4);
+    for (u32 i = 1; i <= 7; ++i) {
+        AddNumber(pixels, 0x01010101 * i, 4);
+    }
     EXPECT_EQ(Pixels(Load(Bmp({.width = 4, .height = 2, .bits = 32}, pixels))),
               (std::vector<u32>{0x04040404, 0x05050505, 0x06060606, 0x07070707, 0x01010101,
                                 0x02020202, 0x03030303, 0x04040404}));
@@ -373,7 +377,9 @@ TEST_F(ImageFiles, SixteenBitChannelsAreCutToTheirHighBytes) {
 std::string OnePixelPng(u8 colourType, const std::string& chunks, const std::string& row) {
     const auto big = [](u32 value) {
         std::string bytes;
-        for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift);
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            bytes += static_cast<char>(value >> shift);
+        }
         return bytes;
     };
     // Checksums are all wrong, which must not matter; the deflate stream is one stored block.
@@ -443,10 +449,14 @@ TEST_F(ImageFiles, ASavedBmpHasExactlyItsHeadersAndTheRowsFromTheBottomUp) {
     SetPixel(bitmap, 1, 1, 0x00FFEEDD);
     EXPECT_EQ(SaveImage(bitmap, "A", 0), 1U);
     std::string expected = "BM";
-    for (const u32 word : {70U, 0U, 54U, 40U, 2U, 2U}) AddNumber(expected, word, 4);
+    for (const u32 word : {70U, 0U, 54U, 40U, 2U, 2U}) {
+        AddNumber(expected, word, 4);
+    }
     AddNumber(expected, 1, 2);
     AddNumber(expected, 32, 2);
-    for (const u32 word : {0U, 16U, 2947U, 2947U, 0U, 0U}) AddNumber(expected, word, 4);
+    for (const u32 word : {0U, 16U, 2947U, 2947U, 0U, 0U}) {
+        AddNumber(expected, word, 4);
+    }
     expected += "\xBB\xAA\x99\xCC";
     expected += std::string("\xFF\xEE\xDD\x00", 4);
     expected += "\x33\x22\x11\x44\x77\x66\x55\x88";
@@ -551,7 +561,9 @@ TEST_F(ImageFiles, ABitmapThatLeadsOutOfTheImageIsAMemoryFault) {
 
 TEST_F(ImageFiles, LargeBitmapsAreWrittenInManyPieces) {
     const u32 bitmap = CreateBitmap(256, 700);
-    for (i32 y = 0; y < 700; ++y) SetPixel(bitmap, 5, y, 0xFF000000 + static_cast<u32>(y));
+    for (i32 y = 0; y < 700; ++y) {
+        SetPixel(bitmap, 5, y, 0xFF000000 + static_cast<u32>(y));
+    }
     const std::vector<u32> before = Pixels(bitmap);
     EXPECT_EQ(SaveImage(bitmap, "A", 0), 1U);
     FreeBitmap(bitmap);

@@ -39,7 +39,9 @@ class Scene {
             handles.push_back(CreateBitmap(static_cast<u32>(Number(0, largest)),
                                            static_cast<u32>(Number(0, largest))));
         }
-        for (u32 i = 0; i < kModuleBitmaps; ++i) records.push_back(RecordAddress(handles[i]));
+        for (u32 i = 0; i < kModuleBitmaps; ++i) {
+            records.push_back(RecordAddress(handles[i]));
+        }
         Paint(image + kTestHeapStart, 6000 + 4);
         for (const u32 handle : handles) {
             const u32 start = PixelAddress(handle);
@@ -49,7 +51,9 @@ class Scene {
         }
         Paint(screenBitmap.pixels, u64{screenBitmap.stride} * screenBitmap.height);
         Paint(textBitmap.pixels, u64{textBitmap.stride} * textBitmap.height);
-        if (hostile) SpoilRecords();
+        if (hostile) {
+            SpoilRecords();
+        }
         world.image.assign(image, image + imageSize);
         world.screen = CopyOf(screenBitmap);
         world.text = CopyOf(textBitmap);
@@ -84,7 +88,9 @@ class Scene {
         EXPECT_EQ(fault, refFault) << operation.name;
         Compare(operation.name);
         ++(fault ? faults : operations);
-        if (fault || ::testing::Test::HasFailure()) return false;
+        if (fault || ::testing::Test::HasFailure()) {
+            return false;
+        }
         return true;
     }
 
@@ -151,28 +157,46 @@ class Scene {
     // What a module may write into its records.
     void SpoilRecords() {
         for (const u32 record : records) {
-            if (Chance(60)) Store<i32>(record + kRecordStride, Number(-300, 300));
-            if (Chance(40)) Store<i32>(record + kRecordWidth, Number(-5, 90));
-            if (Chance(40)) Store<i32>(record + kRecordHeight, Number(-5, 90));
+            if (Chance(60)) {
+                Store<i32>(record + kRecordStride, Number(-300, 300));
+            }
+            if (Chance(40)) {
+                Store<i32>(record + kRecordWidth, Number(-5, 90));
+            }
+            if (Chance(40)) {
+                Store<i32>(record + kRecordHeight, Number(-5, 90));
+            }
             for (u32 i = 0; i < 4; ++i) {
-                if (Chance(40)) Store<i32>(record + kRecordClip + 4 * i, Number(-30, 100));
+                if (Chance(40)) {
+                    Store<i32>(record + kRecordClip + 4 * i, Number(-30, 100));
+                }
             }
         }
     }
 
     u32 AnyHandle() {
         const i32 choice = Number(0, 9);
-        if (choice < 3) return kScreenBitmap;
-        if (choice == 3) return kTextBitmap;
+        if (choice < 3) {
+            return kScreenBitmap;
+        }
+        if (choice == 3) {
+            return kTextBitmap;
+        }
         return handles[static_cast<u32>(Number(0, kModuleBitmaps - 1))];
     }
 
     // The yardstick's view of a bitmap. Opened when it is used: clips change.
     reference::Bitmap Open(u32 handle) {
-        if (handle == kScreenBitmap) return OpenHost(world.screen);
-        if (handle == kTextBitmap) return OpenHost(world.text);
+        if (handle == kScreenBitmap) {
+            return OpenHost(world.screen);
+        }
+        if (handle == kTextBitmap) {
+            return OpenHost(world.text);
+        }
         for (u32 i = 0; i < kModuleBitmaps; ++i) {
-            if (handles[i] == handle) return OpenModule(world, records[i], pixelAddresses[i]);
+            if (handles[i] == handle) {
+                return OpenModule(world, records[i], pixelAddresses[i]);
+            }
         }
         return {};
     }
@@ -287,7 +311,9 @@ class Scene {
                         return;
                     }
                     for (u32 i = 0; i < kModuleBitmaps; ++i) {
-                        if (handles[i] != handle) continue;
+                        if (handles[i] != handle) {
+                            continue;
+                        }
                         u8* const clip = world.image.data() + records[i] + kRecordClip;
                         StoreBytes<i32>(clip, cx);
                         StoreBytes<i32>(clip + 4, cy);
@@ -332,7 +358,9 @@ class Scene {
         args.invert = Chance(30);
         args.right = LimitOf(args.dx);
         args.bottom = LimitOf(args.dy);
-        if (args.invert && args.sx > 0 && args.sx < args.right) args.right = 0;
+        if (args.invert && args.sx > 0 && args.sx < args.right) {
+            args.right = 0;
+        }
         return {"blit", [=, this] { Blit(world, Open(to), to == kScreenBitmap, Open(from), args); },
                 [=] {
                     moxi::Blit(to, args.dx, args.dy, from, args.sx, args.sy, args.w, args.h,
@@ -351,8 +379,12 @@ class Scene {
         args.sy = Chance(60) ? Number(0, 10) : Number(-20, 70);
         args.sw = Number(0, largest);
         args.sh = Number(0, largest);
-        if (Chance(10)) args.dw = Number(1, 4);
-        if (Chance(10)) args.dh = Number(1, 4);
+        if (Chance(10)) {
+            args.dw = Number(1, 4);
+        }
+        if (Chance(10)) {
+            args.dh = Number(1, 4);
+        }
         args.right = LimitOf(args.dx);
         args.bottom = LimitOf(args.dy);
         return {"scaled blit",

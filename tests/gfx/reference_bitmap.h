@@ -45,15 +45,21 @@ struct Bitmap {
     }
     std::size_t Offset(i64 x, i64 y) const {
         const i64 offset = base + y * stride + x * 4;
-        if (offset < 0 || offset + 4 > static_cast<i64>(bytes->size())) throw Fault{};
+        if (offset < 0 || offset + 4 > static_cast<i64>(bytes->size())) {
+            throw Fault{};
+        }
         return static_cast<std::size_t>(offset);
     }
     u32 Read(i64 x, i64 y) const {
-        if (host && !Contains(x, y)) return 0;
+        if (host && !Contains(x, y)) {
+            return 0;
+        }
         return LoadBytes<u32>(bytes->data() + Offset(x, y));
     }
     void Write(i64 x, i64 y, u32 pixel) const {
-        if (host && !Contains(x, y)) return;
+        if (host && !Contains(x, y)) {
+            return;
+        }
         StoreBytes<u32>(bytes->data() + Offset(x, y), pixel);
     }
 };
@@ -75,15 +81,25 @@ inline Bitmap OpenModule(World& world, u32 recordAddress, u32 pixelAddress) {
 }
 
 inline void Grow(World& world, i32 x, i32 y, i32 w, i32 h) {
-    if (!world.tracking) return;
+    if (!world.tracking) {
+        return;
+    }
     const i32 x0 = w < 0 ? x + w : x;
     const i32 y0 = h < 0 ? y + h : y;
     const i32 x1 = x0 + (w < 0 ? -w : w);
     const i32 y1 = y0 + (h < 0 ? -h : h);
-    if (x0 < world.dirty.left) world.dirty.left = x0;
-    if (y0 < world.dirty.top) world.dirty.top = y0;
-    if (x1 > world.dirty.right) world.dirty.right = x1;
-    if (y1 > world.dirty.bottom) world.dirty.bottom = y1;
+    if (x0 < world.dirty.left) {
+        world.dirty.left = x0;
+    }
+    if (y0 < world.dirty.top) {
+        world.dirty.top = y0;
+    }
+    if (x1 > world.dirty.right) {
+        world.dirty.right = x1;
+    }
+    if (y1 > world.dirty.bottom) {
+        world.dirty.bottom = y1;
+    }
 }
 
 // --- Pixels as four bytes
@@ -106,7 +122,9 @@ inline u32 Blended(u32 old, u32 colour) {
     const Bytes c = Split(colour);
     const u32 a = c.b[3];
     u32 r[4];
-    for (int i = 0; i < 3; ++i) r[i] = c.b[i] * a / 255 + o.b[i] * (255 - a) / 255;
+    for (int i = 0; i < 3; ++i) {
+        r[i] = c.b[i] * a / 255 + o.b[i] * (255 - a) / 255;
+    }
     r[3] = a * a / 255 + o.b[3] * (255 - a) / 255;
     return Join(r[0], r[1], r[2], r[3]);
 }

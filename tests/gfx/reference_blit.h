@@ -28,12 +28,20 @@ inline void Blit(World& world, const Bitmap& to, bool screen, const Bitmap& from
                 for (i32 column = 0; column < args.w; ++column) {
                     const i32 x = tileX + column;
                     const i32 y = tileY + row;
-                    if (!to.InClip(x, y)) continue;
-                    if (args.right != 0 && x >= args.right) continue;
-                    if (args.bottom != 0 && y >= args.bottom) continue;
+                    if (!to.InClip(x, y)) {
+                        continue;
+                    }
+                    if (args.right != 0 && x >= args.right) {
+                        continue;
+                    }
+                    if (args.bottom != 0 && y >= args.bottom) {
+                        continue;
+                    }
                     const Bytes s = Split(from.Read(args.sx + column, args.sy + row));
                     const u32 a = s.b[3];
-                    if (a == 0) continue;
+                    if (a == 0) {
+                        continue;
+                    }
                     const Bytes o = Split(to.Read(x, y));
                     u32 r[4];
                     for (int i = 0; i < 3; ++i) {
@@ -60,7 +68,9 @@ struct ScaledArguments {
 
 inline u32 Average(const Bitmap& from, i32 x0, i32 y0, i32 x1, i32 y1) {
     const u32 first = from.Read(x0 >> 5, y0 >> 5);
-    if (y0 >= y1 || x1 <= x0) return first;
+    if (y0 >= y1 || x1 <= x0) {
+        return first;
+    }
     const i64 area = (i64{x1} - x0) * (i64{y1} - y0);
     i64 sums[4] = {};
     bool same[4] = {true, true, true, true};
@@ -73,7 +83,9 @@ inline u32 Average(const Bitmap& from, i32 x0, i32 y0, i32 x1, i32 y1) {
             for (int i = 0; i < 4; ++i) {
                 const u32 channel = Split(pixel).b[i];
                 sums[i] += channel * weight / area;
-                if (channel != Split(first).b[i]) same[i] = false;
+                if (channel != Split(first).b[i]) {
+                    same[i] = false;
+                }
             }
             x = cellEnd;
         }
@@ -88,7 +100,9 @@ inline u32 Average(const Bitmap& from, i32 x0, i32 y0, i32 x1, i32 y1) {
 
 inline void ScaledBlit(World& world, const Bitmap& to, bool screen, const Bitmap& from,
                        const ScaledArguments& args) {
-    if (args.dw < 1 || args.dh < 1 || args.sw < 1 || args.sh < 1) return;
+    if (args.dw < 1 || args.dh < 1 || args.sw < 1 || args.sh < 1) {
+        return;
+    }
     if (args.dw == args.sw && args.dh == args.sh) {
         Blit(
             world, to, screen, from,
@@ -103,14 +117,22 @@ inline void ScaledBlit(World& world, const Bitmap& to, bool screen, const Bitmap
                 for (i32 c = 0; c < args.dw; ++c) {
                     const i32 x = tileX + c;
                     const i32 y = tileY + r;
-                    if (!to.InClip(x, y)) continue;
-                    if (args.right != 0 && x >= args.right) continue;
-                    if (args.bottom != 0 && y >= args.bottom) continue;
+                    if (!to.InClip(x, y)) {
+                        continue;
+                    }
+                    if (args.right != 0 && x >= args.right) {
+                        continue;
+                    }
+                    if (args.bottom != 0 && y >= args.bottom) {
+                        continue;
+                    }
                     const u32 result = Average(from, c * args.sw * 32 / args.dw + args.sx * 32,
                                                r * args.sh * 32 / args.dh + args.sy * 32,
                                                (c + 1) * args.sw * 32 / args.dw + args.sx * 32,
                                                (r + 1) * args.sh * 32 / args.dh + args.sy * 32);
-                    if (Split(result).b[3] != 0) to.Write(x, y, Blended(to.Read(x, y), result));
+                    if (Split(result).b[3] != 0) {
+                        to.Write(x, y, Blended(to.Read(x, y), result));
+                    }
                 }
             }
             tileX += args.dw;
@@ -150,12 +172,16 @@ inline u64 SetAlpha(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
                 replace = p.b[0] == key.b[0] && p.b[1] == key.b[1] && p.b[2] == key.b[2];
                 result = Join(key.b[2], key.b[1], key.b[0], alpha);
             }
-            if (!replace) continue;
+            if (!replace) {
+                continue;
+            }
             bitmap.Write(column, row, result);
             ++count;
         }
     }
-    if (screen) Grow(world, left, top, width, height);
+    if (screen) {
+        Grow(world, left, top, width, height);
+    }
     return count;
 }
 

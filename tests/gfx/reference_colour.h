@@ -20,7 +20,9 @@ inline void HueSquare(World& world, const Bitmap& bitmap, bool screen, i32 x, i3
     const i32 rows = std::abs(h);
     if (w != 0 && h != 0) {
         i32 hd = 167 - static_cast<i32>(hue);
-        if (hd < 0) hd += 252;
+        if (hd < 0) {
+            hd += 252;
+        }
         const double p = hd / 42.0;
         const int i = static_cast<int>(std::floor(p));
         const double f = p - i;
@@ -28,25 +30,41 @@ inline void HueSquare(World& world, const Bitmap& bitmap, bool screen, i32 x, i3
             const double value = static_cast<double>(h < 0 ? rows - 1 - j : j) / (rows - 1);
             const u32 v = ToByte(value * 255);
             for (i32 c = 0; c < columns; ++c) {
-                if (!bitmap.InClip(x + c, y + j)) continue;
+                if (!bitmap.InClip(x + c, y + j)) {
+                    continue;
+                }
                 const double sat = static_cast<double>(w < 0 ? columns - 1 - c : c) / (columns - 1);
                 u32 pixel = Join(v, v, v, 255);
                 if (!(sat == 0)) {
                     const u32 pp = ToByte((1 - sat) * value * 255);
                     const u32 qq = ToByte((1 - sat * f) * value * 255);
                     const u32 tt = ToByte((1 - sat * (1 - f)) * value * 255);
-                    if (i == 0) pixel = Join(pp, tt, v, 255);
-                    if (i == 1) pixel = Join(pp, v, qq, 255);
-                    if (i == 2) pixel = Join(tt, v, pp, 255);
-                    if (i == 3) pixel = Join(v, qq, pp, 255);
-                    if (i == 4) pixel = Join(v, pp, tt, 255);
-                    if (i == 5) pixel = Join(qq, pp, v, 255);
+                    if (i == 0) {
+                        pixel = Join(pp, tt, v, 255);
+                    }
+                    if (i == 1) {
+                        pixel = Join(pp, v, qq, 255);
+                    }
+                    if (i == 2) {
+                        pixel = Join(tt, v, pp, 255);
+                    }
+                    if (i == 3) {
+                        pixel = Join(v, qq, pp, 255);
+                    }
+                    if (i == 4) {
+                        pixel = Join(v, pp, tt, 255);
+                    }
+                    if (i == 5) {
+                        pixel = Join(qq, pp, v, 255);
+                    }
                 }
                 bitmap.Write(x + c, y + j, pixel);
             }
         }
     }
-    if (screen) Grow(world, x, y, columns, rows);
+    if (screen) {
+        Grow(world, x, y, columns, rows);
+    }
 }
 
 struct AdjustArguments {
@@ -80,8 +98,12 @@ inline u32 Adjusted(u32 pixel, const AdjustArguments& args) {
     const i32 nh = args.hue >= 0 ? args.hue : h;
     const i32 ns = std::max(args.sat >= 0 ? args.sat : s, 0);
     i32 nv = v;
-    if (args.contrast != 0) nv = v + (v - 128) * args.contrast / 255;
-    if (args.bright != 0) nv = nv + nv * args.bright / 255;
+    if (args.contrast != 0) {
+        nv = v + (v - 128) * args.contrast / 255;
+    }
+    if (args.bright != 0) {
+        nv = nv + nv * args.bright / 255;
+    }
     nv = std::min(std::max(nv, 0), 255);
     const i32 s8 = ns & 255;
     if (s8 == 0) {
@@ -95,11 +117,21 @@ inline u32 Adjusted(u32 pixel, const AdjustArguments& args) {
     const u32 p = static_cast<u32>((255 - s8) * nv / 255);
     const u32 rise = static_cast<u32>(((6 * f - 246) * s8 + 62730) * nv / 67830);
     const u32 top = static_cast<u32>(nv);
-    if (i == 0) return Join(top, rise, p, old.b[3]);
-    if (i == 1) return Join(fall, top, p, old.b[3]);
-    if (i == 2) return Join(p, top, rise, old.b[3]);
-    if (i == 3) return Join(p, fall, top, old.b[3]);
-    if (i == 4) return Join(rise, p, top, old.b[3]);
+    if (i == 0) {
+        return Join(top, rise, p, old.b[3]);
+    }
+    if (i == 1) {
+        return Join(fall, top, p, old.b[3]);
+    }
+    if (i == 2) {
+        return Join(p, top, rise, old.b[3]);
+    }
+    if (i == 3) {
+        return Join(p, fall, top, old.b[3]);
+    }
+    if (i == 4) {
+        return Join(rise, p, top, old.b[3]);
+    }
     return Join(top, p, fall, old.b[3]);
 }
 
@@ -113,13 +145,17 @@ inline void AdjustColours(World& world, const Bitmap& bitmap, bool screen,
     const i32 clipBottom = bitmap.clipY + bitmap.clipHeight;
     const i32 width = left + w1 < clipRight ? w1 : clipRight - left;
     const i32 height = top + h1 < clipBottom ? h1 : clipBottom - top;
-    if (width < 1 || height < 1) return;
+    if (width < 1 || height < 1) {
+        return;
+    }
     for (i32 row = top; row < top + height; ++row) {
         for (i32 column = left; column < left + width; ++column) {
             bitmap.Write(column, row, Adjusted(bitmap.Read(column, row), args));
         }
     }
-    if (screen) Grow(world, left, top, width, height);
+    if (screen) {
+        Grow(world, left, top, width, height);
+    }
 }
 
 }  // namespace reference

@@ -11,8 +11,12 @@ namespace moxi {
 namespace reference {
 
 inline void BlendPixel(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 y, u32 colour) {
-    if (bitmap.Contains(x, y)) bitmap.Write(x, y, Blended(bitmap.Read(x, y), colour));
-    if (screen) Grow(world, x, y, 1, 1);
+    if (bitmap.Contains(x, y)) {
+        bitmap.Write(x, y, Blended(bitmap.Read(x, y), colour));
+    }
+    if (screen) {
+        Grow(world, x, y, 1, 1);
+    }
 }
 
 inline u32 GetPixel(const Bitmap& bitmap, i32 x, i32 y) {
@@ -36,34 +40,58 @@ inline void Line(World& world, const Bitmap& bitmap, bool screen, i32 x1, i32 y1
     const bool column = x1 >= bitmap.clipX && x1 <= clipRight;
     const bool row = y1 >= bitmap.clipY && y1 <= clipBottom;
     if (x1 == x2 && y1 == y2) {
-        if (!column) return;
+        if (!column) {
+            return;
+        }
         PlotPosition(world, bitmap, x1, y1, colour);
-        if (screen) Grow(world, x1, y1, 1, 0);
+        if (screen) {
+            Grow(world, x1, y1, 1, 0);
+        }
     } else if (y1 == y2) {
-        if (!row) return;
+        if (!row) {
+            return;
+        }
         if (x1 < x2) {
             const i32 start = std::max(x1, bitmap.clipX);
             const i32 end = std::min(x2, clipRight);
-            for (i32 x = start; x <= end; ++x) PlotPosition(world, bitmap, x, y1, colour);
-            if (screen) Grow(world, start, y1, end - start, 1);
+            for (i32 x = start; x <= end; ++x) {
+                PlotPosition(world, bitmap, x, y1, colour);
+            }
+            if (screen) {
+                Grow(world, start, y1, end - start, 1);
+            }
         } else {
             const i32 start = std::min(x1, clipRight);
             const i32 end = std::max(x2, bitmap.clipX);
-            for (i32 x = start; x >= end; --x) PlotPosition(world, bitmap, x, y1, colour);
-            if (screen) Grow(world, start, y1, end - start, 1);
+            for (i32 x = start; x >= end; --x) {
+                PlotPosition(world, bitmap, x, y1, colour);
+            }
+            if (screen) {
+                Grow(world, start, y1, end - start, 1);
+            }
         }
     } else if (x1 == x2) {
-        if (!column) return;
+        if (!column) {
+            return;
+        }
         if (y1 < y2) {
             const i32 start = std::max(y1, bitmap.clipY);
             const i32 end = std::min(y2, clipBottom);
-            for (i32 y = start; y <= end; ++y) PlotPosition(world, bitmap, x1, y, colour);
-            if (screen) Grow(world, x1, start, 1, end - start);
+            for (i32 y = start; y <= end; ++y) {
+                PlotPosition(world, bitmap, x1, y, colour);
+            }
+            if (screen) {
+                Grow(world, x1, start, 1, end - start);
+            }
         } else {
             const i32 start = std::min(y1, clipBottom);
             const i32 end = std::max(y2, bitmap.clipY);
-            for (i32 y = start; y >= end; --y) PlotPosition(world, bitmap, x1, y, colour);
-            if (screen) Grow(world, x1, start, 1, end - start);
+            for (i32 y = start; y >= end; --y) {
+                PlotPosition(world, bitmap, x1, y, colour);
+            }
+            if (screen) {
+                Grow(world, x1, start, 1, end - start);
+            }
         }
     } else {
         const i32 dx = std::abs(x2 - x1);
@@ -76,7 +104,9 @@ inline void Line(World& world, const Bitmap& bitmap, bool screen, i32 x1, i32 y1
         i32 x = x1;
         i32 y = y1;
         for (i32 i = 0; i <= major; ++i) {
-            if (bitmap.InClip(x, y)) PlotPosition(world, bitmap, x, y, colour);
+            if (bitmap.InClip(x, y)) {
+                PlotPosition(world, bitmap, x, y, colour);
+            }
             (dx >= dy ? x : y) += dx >= dy ? sx : sy;
             if (error >= 1) {
                 (dx >= dy ? y : x) += dx >= dy ? sy : sx;
@@ -85,7 +115,9 @@ inline void Line(World& world, const Bitmap& bitmap, bool screen, i32 x1, i32 y1
                 error += 2 * minor;
             }
         }
-        if (screen) Grow(world, x1, y1, x2 - x1, y2 - y1);
+        if (screen) {
+            Grow(world, x1, y1, x2 - x1, y2 - y1);
+        }
     }
 }
 
@@ -110,7 +142,9 @@ inline void Rectangle(World& world, const Bitmap& bitmap, bool screen, i32 x, i3
         Line(world, bitmap, screen, right, bottom, x, bottom, frame);
         Line(world, bitmap, screen, x, bottom, x, y, frame);
     }
-    if (screen) Grow(world, x, y, w, h);
+    if (screen) {
+        Grow(world, x, y, w, h);
+    }
 }
 
 inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 y, i32 w, i32 h,
@@ -128,7 +162,9 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
     outline = exchanged(outline);
     const u32 inside = exchanged(fill);
     const auto plot = [&](i32 px, i32 py, u32 colour) {
-        if (bitmap.InClip(px, py)) bitmap.Write(px, py, Blended(bitmap.Read(px, py), colour));
+        if (bitmap.InClip(px, py)) {
+            bitmap.Write(px, py, Blended(bitmap.Read(px, py), colour));
+        }
     };
 
     const i32 ew = w % 2 == 0 ? 1 : 0;
@@ -141,10 +177,14 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
     const u32 bb = static_cast<u32>((h - 1 - eh) * (h - 1 - eh));
     const u32 half = static_cast<u32>((h - eh) / 2);
     plot(cx, t, outline);
-    if (ew == 1) plot(rx, t, outline);
+    if (ew == 1) {
+        plot(rx, t, outline);
+    }
     if (b != t) {
         plot(cx, b, outline);
-        if (ew == 1) plot(rx, b, outline);
+        if (ew == 1) {
+            plot(rx, b, outline);
+        }
     }
     u32 m = half * aa;
     const u32 p = bb / 2 + bb;
@@ -156,7 +196,9 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
     i32 lx = cx;
     i32 rxx = rx;
     const auto fillRow = [&](i32 row) {
-        for (i32 column = lx + 1; column <= rxx - 1; ++column) plot(column, row, inside);
+        for (i32 column = lx + 1; column <= rxx - 1; ++column) {
+            plot(column, row, inside);
+        }
     };
     while (b > t) {
         if (static_cast<i32>(e2) < 0) {
@@ -178,7 +220,9 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
             e2 = next;
             if (filled) {
                 fillRow(t);
-                if (t != b) fillRow(b);
+                if (t != b) {
+                    fillRow(b);
+                }
             }
         } else {
             const i32 oldBottom = b;
@@ -189,19 +233,27 @@ inline void Ellipse(World& world, const Bitmap& bitmap, bool screen, i32 x, i32 
             e2 -= m;
             if (filled && oldBottom > t) {
                 fillRow(t);
-                if (t != b) fillRow(b);
+                if (t != b) {
+                    fillRow(b);
+                }
             }
         }
         if (b >= t) {
             plot(lx, t, outline);
-            if (lx != rxx) plot(rxx, t, outline);
+            if (lx != rxx) {
+                plot(rxx, t, outline);
+            }
             if (b > t) {
                 plot(lx, b, outline);
-                if (lx != rxx) plot(rxx, b, outline);
+                if (lx != rxx) {
+                    plot(rxx, b, outline);
+                }
             }
         }
     }
-    if (screen) Grow(world, x, y, w + 1, w + 1);
+    if (screen) {
+        Grow(world, x, y, w + 1, w + 1);
+    }
 }
 
 }  // namespace reference

@@ -18,7 +18,9 @@ struct Row {
     std::vector<u8> bytes;
     explicit Row(u32 seed, std::size_t count) : bytes(count) {
         std::mt19937 random(seed);
-        for (u8& byte : bytes) byte = static_cast<u8>(random());
+        for (u8& byte : bytes) {
+            byte = static_cast<u8>(random());
+        }
     }
 };
 
@@ -45,7 +47,9 @@ TEST(RowKernels, TextIsLaidOverEveryWidthAndNothingBesideItChanges) {
 TEST(RowKernels, ARowIsOpaqueUnlessOneOfItsPixelsIsNot) {
     for (std::size_t count = 0; count <= kWidest; ++count) {
         std::vector<u8> pixels((kWidest + 1) * 4, 0);
-        for (std::size_t x = 0; x < count; ++x) pixels[x * 4 + 3] = 255;
+        for (std::size_t x = 0; x < count; ++x) {
+            pixels[x * 4 + 3] = 255;
+        }
         EXPECT_TRUE(IsOpaqueRow(pixels.data(), count)) << count;
         for (std::size_t x = 0; x < count; ++x) {
             pixels[x * 4 + 3] = 254;

@@ -138,7 +138,9 @@ TEST(TextModule, EmptyAndBrokenTextsGive0) {
     };
     ModuleRun run(module);
     EXPECT_NE(run.Of(before), 0U);
-    for (const u32 result : results) EXPECT_EQ(run.Of(result), 0U);
+    for (const u32 result : results) {
+        EXPECT_EQ(run.Of(result), 0U);
+    }
 }
 
 TEST(TextModule, ATextInAModuleBitmapIsOpaqueWhereItLies) {
@@ -166,13 +168,19 @@ TEST(TextModule, ATextThatRunsOutOfTheImageIsAMemoryFault) {
 std::string OnePixelBmp(u32 bits, u32 compression) {
     std::string bytes = "BM";
     const auto add = [&](u32 value, u32 count) {
-        for (u32 i = 0; i < count; ++i) bytes += static_cast<char>(value >> (8 * i));
+        for (u32 i = 0; i < count; ++i) {
+            bytes += static_cast<char>(value >> (8 * i));
+        }
     };
-    for (const u32 word : {58U, 0U, 54U, 40U, 1U, 1U}) add(word, 4);
+    for (const u32 word : {58U, 0U, 54U, 40U, 1U, 1U}) {
+        add(word, 4);
+    }
     add(1, 2);
     add(bits, 2);
     add(compression, 4);
-    for (int i = 0; i < 5; ++i) add(0, 4);
+    for (int i = 0; i < 5; ++i) {
+        add(0, 4);
+    }
     return bytes + "\x0A\x14\x1E\x28";
 }
 
@@ -194,7 +202,9 @@ TEST(ImageModule, FilesThatAreNoPicturesLoadAs0) {
                        {"RLE", OnePixelBmp(24, 1)},
                        {"PICTURES/GOOD", OnePixelBmp(32, 0)}};
     ModuleRun run(module, files);
-    for (const u32 result : results) EXPECT_EQ(run.Of(result), 0U);
+    for (const u32 result : results) {
+        EXPECT_EQ(run.Of(result), 0U);
+    }
     EXPECT_NE(run.Of(good), 0U);
     EXPECT_EQ(run.Of(pixel), 0x280A141E);
 }

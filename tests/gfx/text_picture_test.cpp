@@ -57,8 +57,12 @@ class TextPictures : public ::testing::Test {
     Ink Draw(std::string_view text, u32 flags, u32 height = 60, u32 width = 400) {
         std::fill(screenBitmap.pixels, screenBitmap.pixels + std::size_t{600} * 300 * 4, u8{255});
         const u32 words[9] = {0, kTextAddress, 100, 100, width, height, flags, kWhite, 0xFF000000};
-        for (u32 i = 0; i < 9; ++i) Store<u32>(kBlock + 4 * i, words[i]);
-        for (u32 i = 0; i < text.size(); ++i) Store<char>(kTextAddress + i, text[i]);
+        for (u32 i = 0; i < 9; ++i) {
+            Store<u32>(kBlock + 4 * i, words[i]);
+        }
+        for (u32 i = 0; i < text.size(); ++i) {
+            Store<char>(kTextAddress + i, text[i]);
+        }
         Store<u8>(kTextAddress + static_cast<u32>(text.size()), 0);
         result = DrawText(kBlock);
         Ink ink;
@@ -68,7 +72,9 @@ class TextPictures : public ::testing::Test {
                 EXPECT_EQ(pixel[3], 255);
                 EXPECT_TRUE(pixel[0] == pixel[1] && pixel[1] == pixel[2]) << "grey antialiasing";
                 ink.amount += (255 - pixel[0]) / 255.0;
-                if (pixel[0] > 160) continue;
+                if (pixel[0] > 160) {
+                    continue;
+                }
                 ink.left = std::min(ink.left, x);
                 ink.top = std::min(ink.top, y);
                 ink.right = std::max(ink.right, x);
@@ -125,7 +131,9 @@ TEST_F(TextPictures, ABoxGivesTheSameSizeInEveryStyleAndFont) {
         double size;
     } boxes[] = {{50, 41}, {60, 49}, {61, 50}, {28, 23}, {20, 16}, {12, 9}, {256, 213}};
     for (const bool urw : {true, false}) {
-        if (!urw) Use({kDejaVuFonts});
+        if (!urw) {
+            Use({kDejaVuFonts});
+        }
         for (const u32 family : kStyles) {
             for (const u32 weight : kWeights) {
                 for (const auto& box : boxes) {
@@ -146,7 +154,9 @@ TEST_F(TextPictures, CapitalsKeepTheirAccentsInEveryStyleAndFont) {
     } letters[] = {{"E", "\xC3\x89"}, {"U", "\xC3\x9C"},        {"O", "\xC3\x93"},
                    {"Z", "\xC5\xB9"}, {"\xD0\x95", "\xD0\x81"}, {"\xD0\x98", "\xD0\x99"}};
     for (const bool urw : {true, false}) {
-        if (!urw) Use({kDejaVuFonts});
+        if (!urw) {
+            Use({kDejaVuFonts});
+        }
         for (const u32 family : kStyles) {
             for (const u32 weight : kWeights) {
                 for (const u32 height : {60U, 24U}) {
@@ -169,7 +179,9 @@ TEST_F(TextPictures, CapitalsKeepTheirAccentsInEveryStyleAndFont) {
 
 TEST_F(TextPictures, ALeaningWordStandsOnTheLineOfAnUprightOneAndIsAsLarge) {
     for (const bool urw : {true, false}) {
-        if (!urw) Use({kDejaVuFonts});
+        if (!urw) {
+            Use({kDejaVuFonts});
+        }
         for (const u32 family : kStyles) {
             const Ink upright = Draw("H", family);
             for (const u32 weight : kWeights) {

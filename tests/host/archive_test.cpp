@@ -102,7 +102,9 @@ TEST(Archive, EncryptedEntriesAndUnknownMethodsAreRefused) {
 
 TEST(Archive, MoreEntriesThanTheLimitAreRefused) {
     std::vector<ZipEntry> entries;
-    for (int i = 0; i <= 16384; ++i) entries.push_back({"f" + std::to_string(i), ""});
+    for (int i = 0; i <= 16384; ++i) {
+        entries.push_back({"f" + std::to_string(i), ""});
+    }
     const Unpacked unpacked(ZipOf(entries));
     EXPECT_EQ(unpacked.problem, "it has more than 16384 entries");
     EXPECT_EQ(unpacked.Files(), 0);

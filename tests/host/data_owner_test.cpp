@@ -114,7 +114,9 @@ TEST_F(DataOwner, AGameThatIsStillRunningKeepsTheNameBeforeItsFirstWrite) {
     if (child == 0) {
         Start("one");
         const char started = 1;
-        if (write(ends[1], &started, 1) != 1) _exit(1);
+        if (write(ends[1], &started, 1) != 1) {
+            _exit(1);
+        }
         pause();
     }
     char byte = 0;

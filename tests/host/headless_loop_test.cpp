@@ -20,7 +20,9 @@ HeadlessResult Played(const LoggingModule& module, const std::string& script = "
 
 u32 Ticks(const HeadlessResult& result) {
     u32 count = 0;
-    for (const LoggedMessage& message : LoggedMessages(result)) count += message.command == 11;
+    for (const LoggedMessage& message : LoggedMessages(result)) {
+        count += message.command == 11;
+    }
     return count;
 }
 

@@ -18,12 +18,16 @@ const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
 TEST(HostDocumentation, EveryServiceIsListedAndHasAnExample) {
     const std::string page = ReadTextFile(kDocs + "services-host.md");
     std::string all;
-    for (const std::string& example : ExamplesOf(kDocs + "services-host.md")) all += example;
+    for (const std::string& example : ExamplesOf(kDocs + "services-host.md")) {
+        all += example;
+    }
     for (u32 command = 0x0700; command <= 0x0715; ++command) {
         char text[32];
         std::snprintf(text, sizeof text, "| `0x%04X`", command);
         EXPECT_NE(page.find(text), std::string::npos) << text;
-        if (command == 0x0707) continue;  // does nothing
+        if (command == 0x0707) {
+            continue;  // does nothing
+        }
         std::snprintf(text, sizeof text, "SERVICE 0x%04X,", command);
         EXPECT_NE(all.find(text), std::string::npos) << text;
     }
@@ -40,7 +44,9 @@ TEST(HostDocumentation, TheExamplesDoWhatTheTextSays) {
                                      "log: OpenURL https://example.org/village"}));
     const auto words = [&](const char* name, u32 count) {
         std::vector<u32> list;
-        for (u32 i = 0; i < count; ++i) list.push_back(result.Long(result.Label(name) + 4 * i));
+        for (u32 i = 0; i < count; ++i) {
+            list.push_back(result.Long(result.Label(name) + 4 * i));
+        }
         return list;
     };
     EXPECT_EQ(result.Long(result.Label("room")), 2u) << "line end";

@@ -131,7 +131,9 @@ TEST_F(PreferenceFiles, OfABrokenFileWhatCanBeReadIsReadAndEachOtherLineIsToldIn
 
 TEST_F(PreferenceFiles, AFileOfNoiseGivesTwentyLinesAndHowManyMore) {
     std::string noise = "mute = yes\n";
-    for (int i = 0; i < 30; ++i) noise += "\x1B[31m \xFF noise\n";
+    for (int i = 0; i < 30; ++i) {
+        noise += "\x1B[31m \xFF noise\n";
+    }
     const std::string log = Read(noise);
     EXPECT_TRUE(preferences.mute);
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 21);

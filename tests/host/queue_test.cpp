@@ -38,7 +38,9 @@ LoggingModule WithTimer(u32 milliseconds) {
 // How many ticks the module has got.
 u32 Ticks(const HeadlessResult& result) {
     u32 count = 0;
-    for (const LoggedMessage& message : LoggedMessages(result)) count += message.command == 11;
+    for (const LoggedMessage& message : LoggedMessages(result)) {
+        count += message.command == 11;
+    }
     return count;
 }
 
@@ -48,7 +50,9 @@ using Queue = HostTest;
 
 TEST_F(Queue, Holds1023MessagesAndLosesTheNewest) {
     inMX = true;
-    for (u32 i = 0; i < 1100; ++i) PostMessage(100 + i, i, 2 * i, 3 * i);
+    for (u32 i = 0; i < 1100; ++i) {
+        PostMessage(100 + i, i, 2 * i, 3 * i);
+    }
     const Messages queued = QueuedMessages();
     ASSERT_EQ(queued.size(), 1023u);
     for (u32 i = 0; i < 1023; ++i) {
@@ -65,7 +69,9 @@ TEST_F(Queue, HoldsAsManyWhereverItsHeadStands) {
             PostMessage(1, 0, 0, 0);
             DropQueueHead();
         }
-        for (u32 i = 0; i < 1030; ++i) PostMessage(200, i, 0, 0);
+        for (u32 i = 0; i < 1030; ++i) {
+            PostMessage(200, i, 0, 0);
+        }
         const Messages queued = QueuedMessages();
         ASSERT_EQ(queued.size(), 1023u) << start;
         EXPECT_EQ(queued.front(), (LoggedMessage{200, 0, 0, 0}));
@@ -76,7 +82,9 @@ TEST_F(Queue, HoldsAsManyWhereverItsHeadStands) {
 
 TEST_F(Queue, HasRoomAgainWhenAMessageIsTaken) {
     inMX = true;
-    for (u32 i = 0; i < 1024; ++i) PostMessage(200, i, 0, 0);
+    for (u32 i = 0; i < 1024; ++i) {
+        PostMessage(200, i, 0, 0);
+    }
     DropQueueHead();
     PostMessage(201, 7, 0, 0);
     const Messages queued = QueuedMessages();
@@ -89,12 +97,16 @@ TEST_F(Queue, HasRoomAgainWhenAMessageIsTaken) {
 
 TEST_F(Queue, DeliversTheOldestOfAFullRingOneATickAndThenNewOnes) {
     std::string script;
-    for (u32 i = 0; i < 1100; ++i) script += "101 post 100 " + std::to_string(i) + " 0 0\n";
+    for (u32 i = 0; i < 1100; ++i) {
+        script += "101 post 100 " + std::to_string(i) + " 0 0\n";
+    }
     script += "6000 post 200 0xFFFFFFFF 0x10 -1\n";
     // 1,023 messages from 105 ms on take until 5,215 ms.
     const Messages messages = MessagesAfterStart(PlayFor(6100, WithTimer(60000), script));
     ASSERT_EQ(messages.size(), 1024u);
-    for (u32 i = 0; i < 1023; ++i) ASSERT_EQ(messages[i], (LoggedMessage{100, i, 0, 0}));
+    for (u32 i = 0; i < 1023; ++i) {
+        ASSERT_EQ(messages[i], (LoggedMessage{100, i, 0, 0}));
+    }
     EXPECT_EQ(messages.back(), (LoggedMessage{200, 0xFFFFFFFF, 0x10, 0xFFFFFFFF}));
 }
 
@@ -291,7 +303,9 @@ TEST_F(Queue, ATickIsPostedOnTheNumbersThatAreMultiplesOf16) {
 TEST_F(Queue, ATickWhileTheModuleRunsDoesNothing) {
     pendingSize = true;
     inMX = true;
-    for (u32 i = 0; i < 32; ++i) OnHostTick();
+    for (u32 i = 0; i < 32; ++i) {
+        OnHostTick();
+    }
     inMX = false;
     EXPECT_EQ(idleTicks, 0u);
     EXPECT_TRUE(pendingSize);

@@ -23,7 +23,9 @@ constexpr u32 kUntouched = 0x5A5A5A5A;  // R14 before each call
 
 Words WordsAt(const HeadlessResult& result, const std::string& name, u32 count) {
     Words words;
-    for (u32 i = 0; i < count; ++i) words.push_back(result.Long(result.Label(name) + 4 * i));
+    for (u32 i = 0; i < count; ++i) {
+        words.push_back(result.Long(result.Label(name) + 4 * i));
+    }
     return words;
 }
 
@@ -287,7 +289,9 @@ class ServicesOnTheBench : public HostTest {
 };
 
 TEST_F(ServicesOnTheBench, TheHandIsCursor2OfTheLow16Bits) {
-    for (const u32 value : {2u, 0x00010002u, 0u, 1u, 3u, 0x00020000u}) Call(16, value);
+    for (const u32 value : {2u, 0x00010002u, 0u, 1u, 3u, 0x00020000u}) {
+        Call(16, value);
+    }
     EXPECT_EQ(hostBench.cursors, (std::vector<bool>{true, true, false, false, false, false}));
 }
 
@@ -312,7 +316,9 @@ TEST_F(ServicesOnTheBench, ATitleOf511BytesIsTakenAndOneOf512IsTooLong) {
 TEST_F(ServicesOnTheBench, OfTwoTitlesInARowTheLaterIsSetTwice) {
     CallWithText(11, "one");
     CallWithText(11, "two");
-    for (void (*const work)() : hostBench.queued) work();
+    for (void (*const work)() : hostBench.queued) {
+        work();
+    }
     EXPECT_EQ(hostBench.titles, (Strings{"two", "two"}));
 }
 

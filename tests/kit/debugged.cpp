@@ -11,7 +11,9 @@ namespace moxi {
 
 Debugged::Debugged(const std::string& source, bool symbols) {
     assembled = WriteGame(game, source);
-    if (!symbols) return;
+    if (!symbols) {
+        return;
+    }
     WriteTextFile(folder.path + "/game.mxs", source);
     const ProgramResult made =
         RunProgram("mxasm", {"game.mxs", "-o", "m", "--symbols", "game/MAIN.SYM"}, folder.path);
@@ -44,8 +46,12 @@ Interactive::Interactive(const Debugged& debugged, const std::string& options) :
 }
 
 Interactive::~Interactive() {
-    if (pipe >= 0) close(pipe);
-    if (process > 0) StopProcess(process);
+    if (pipe >= 0) {
+        close(pipe);
+    }
+    if (process > 0) {
+        StopProcess(process);
+    }
 }
 
 void Interactive::Enter(const std::string& line) const {
@@ -55,7 +61,9 @@ void Interactive::Enter(const std::string& line) const {
 
 bool Interactive::WaitFor(const std::string& text) const {
     for (int turn = 0; turn < 2000; ++turn) {
-        if (ReadTextFile(output).find(text) != std::string::npos) return true;
+        if (ReadTextFile(output).find(text) != std::string::npos) {
+            return true;
+        }
         usleep(10000);
     }
     ADD_FAILURE() << text << " was not said: " << ReadTextFile(output)

@@ -369,7 +369,9 @@ std::string RandomToken(Random& random) {
         "1e400",  "nan",        "#",          "99999999999"};
     if (random() % 12 == 0) {
         std::string noise(1 + random() % 6, ' ');
-        for (char& c : noise) c = static_cast<char>(random());
+        for (char& c : noise) {
+            c = static_cast<char>(random());
+        }
         std::erase(noise, '\n');
         return noise;
     }
@@ -381,9 +383,13 @@ TEST(Debugger, TakesTwoThousandRandomLines) {
     MakeImage(16384, 4096, 8192);
     InitHeapTable();
     Random random(20240601);
-    for (u32 i = 0; i < 40; ++i) AllocHeap(random() % 100);
+    for (u32 i = 0; i < 40; ++i) {
+        AllocHeap(random() % 100);
+    }
     for (u32 at = 512; at < imageSize; at += 4) {
-        if (random() % 2 == 0) Store<u32>(at, random());
+        if (random() % 2 == 0) {
+            Store<u32>(at, random());
+        }
     }
     testing::internal::CaptureStdout();
     u32 resumed = 0;
@@ -391,10 +397,14 @@ TEST(Debugger, TakesTwoThousandRandomLines) {
         std::string line;
         const u32 tokens = 1 + random() % 7;
         for (u32 k = 0; k < tokens; ++k) {
-            if (random() % 3 != 0) line += ' ';
+            if (random() % 3 != 0) {
+                line += ' ';
+            }
             line += RandomToken(random);
         }
-        if (ExecuteCommand(line) != After::Stay) ++resumed;
+        if (ExecuteCommand(line) != After::Stay) {
+            ++resumed;
+        }
     }
     const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_GT(resumed, 10u);

@@ -72,7 +72,9 @@ TEST(CallNames, ServicesAreCalledAsInTheDocumentation) {
         std::istringstream lines(ReadTextFile(docs + page));
         for (std::string line; std::getline(lines, line);) {
             std::smatch parts;
-            if (!std::regex_match(line, parts, row)) continue;
+            if (!std::regex_match(line, parts, row)) {
+                continue;
+            }
             rows += 1;
             EXPECT_EQ(ServiceName(static_cast<u32>(std::stoul(parts[1].str(), nullptr, 16))),
                       parts[2].str());

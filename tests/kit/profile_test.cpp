@@ -72,7 +72,9 @@ struct Profile {
         for (std::string line; std::getline(lines, line);) {
             std::istringstream words(line);
             std::string row;
-            for (std::string word; words >> word;) row += (row.empty() ? "" : " ") + word;
+            for (std::string word; words >> word;) {
+                row += (row.empty() ? "" : " ") + word;
+            }
             if (row.size() > ending.size() &&
                 row.compare(row.size() - ending.size() - 1, std::string::npos, " " + ending) == 0) {
                 return row.substr(0, row.size() - ending.size() - 1);
@@ -87,7 +89,9 @@ struct Profile {
     unsigned long Field(const std::string& ending, int index) const {
         std::istringstream words(Row(ending));
         std::string word;
-        for (int i = 0; i <= index; ++i) words >> word;
+        for (int i = 0; i <= index; ++i) {
+            words >> word;
+        }
         return word.empty() ? 0 : std::stoul(word);
     }
 };

@@ -29,7 +29,9 @@ std::map<std::string, i64> Constants(const std::string& lines) {
                                            "constants.mxs", LibraryOptions());
     EXPECT_TRUE(result.ok) << FormatErrors(result);
     std::map<std::string, i64> values;
-    for (const auto& symbol : result.symbols) values[symbol.name] = symbol.value;
+    for (const auto& symbol : result.symbols) {
+        values[symbol.name] = symbol.value;
+    }
     return values;
 }
 
@@ -60,7 +62,9 @@ TEST(Services, ThePageOfCNamesAllFunctionsOfTheGameHeader) {
     for (std::sregex_iterator at(header.begin(), header.end(), kFunction), end; at != end; ++at) {
         const std::string name = (*at)[1];
         const bool isTheGames = name == "setup" || name == "update" || name == "draw";
-        if (name == "moxi_game_message" || isTheGames) continue;
+        if (name == "moxi_game_message" || isTheGames) {
+            continue;
+        }
         ++functions;
         EXPECT_NE(page.find("`" + name + "("), std::string::npos) << name;
     }
@@ -76,7 +80,9 @@ TEST(Services, TheLibraryHasThemUnderTheirNames) {
     }
     size_t named = 0;
     for (const auto& [name, value] : constants) {
-        if (name.starts_with("SYS_")) ++named;
+        if (name.starts_with("SYS_")) {
+            ++named;
+        }
     }
     EXPECT_EQ(named, std::size(kServices));
 }
@@ -98,7 +104,9 @@ TEST(Services, ARowSaysHowManyArgumentsItHas) {
     const auto count = [](u32 command) {
         u32 arguments = 0;
         for (const ServiceArgument& argument : FindService(command)->arguments) {
-            if (argument.type != ServiceType::None) ++arguments;
+            if (argument.type != ServiceType::None) {
+                ++arguments;
+            }
         }
         return arguments;
     };
@@ -117,7 +125,9 @@ std::map<std::string, std::string> ConstantsOfC() {
     std::istringstream lines(ReadTextFile(kSource + "/library/c/include/moxi.h"));
     for (std::string line; std::getline(lines, line);) {
         std::smatch parts;
-        if (std::regex_match(line, parts, kLine)) constants[parts[1]] = parts[2];
+        if (std::regex_match(line, parts, kLine)) {
+            constants[parts[1]] = parts[2];
+        }
     }
     return constants;
 }
@@ -126,7 +136,9 @@ TEST(Services, TheConstantsOfCAreThoseOfTheLibrary) {
     const std::map<std::string, std::string> ofC = ConstantsOfC();
     EXPECT_GT(ofC.size(), 90u);
     std::string lines;
-    for (const auto& [name, expression] : ofC) lines += "c_" + name + " = " + expression + "\n";
+    for (const auto& [name, expression] : ofC) {
+        lines += "c_" + name + " = " + expression + "\n";
+    }
     const std::map<std::string, i64> constants = Constants(lines);
     for (const auto& [name, expression] : ofC) {
         const auto at = constants.find(name);
@@ -137,7 +149,9 @@ TEST(Services, TheConstantsOfCAreThoseOfTheLibrary) {
         "(MSG|KEY|BUTTON|WHEEL|HELD|SEEK|FILE|TEXT|ALPHA|IMAGE|CURSOR)(_[A-Z0-9_]+)?");
     const std::string header = ReadTextFile(kSource + "/library/c/include/moxi.h");
     for (const auto& [name, value] : constants) {
-        if (!std::regex_match(name, kMeant)) continue;
+        if (!std::regex_match(name, kMeant)) {
+            continue;
+        }
         EXPECT_TRUE(ofC.contains(name) ||
                     header.find("#define MOXI_" + name + " ") != std::string::npos)
             << name << " is missing in moxi.h";

@@ -38,7 +38,9 @@ struct Workplace {
         }
         std::sort(names.begin(), names.end());
         std::string all;
-        for (const std::string& name : names) all += (all.empty() ? "" : " ") + name;
+        for (const std::string& name : names) {
+            all += (all.empty() ? "" : " ") + name;
+        }
         return all;
     }
     void ExpectRefused(const ProgramResult& result, int status, const std::string& line) const {
@@ -90,9 +92,13 @@ TEST(Shipping, TheCopyLoadsItsOwnLibraries) {
     int own = 0;
     for (std::string line; std::getline(lines, line);) {
         const std::string name = line.substr(1, line.find(' ') - 1);
-        if (!fs::exists(place.out + "/lib/moxi/" + name)) continue;
+        if (!fs::exists(place.out + "/lib/moxi/" + name)) {
+            continue;
+        }
         own += 1;
-        if (line.find(" " + place.out + "/lib/moxi/") == std::string::npos) foreign += line + "\n";
+        if (line.find(" " + place.out + "/lib/moxi/") == std::string::npos) {
+            foreign += line + "\n";
+        }
     }
     EXPECT_GT(own, 10);
     EXPECT_EQ(foreign, "");

@@ -30,13 +30,17 @@ std::string Piece(const std::string& events) {
 
 u32 Size32(const std::string& bytes, size_t at) {
     u32 value = 0;
-    for (size_t i = 4; i-- > 0;) value = value << 8 | static_cast<u8>(bytes[at + i]);
+    for (size_t i = 4; i-- > 0;) {
+        value = value << 8 | static_cast<u8>(bytes[at + i]);
+    }
     return value;
 }
 
 Keys KeysOf(std::initializer_list<size_t> numbers) {
     Keys keys;
-    for (const size_t number : numbers) keys.set(number);
+    for (const size_t number : numbers) {
+        keys.set(number);
+    }
     return keys;
 }
 

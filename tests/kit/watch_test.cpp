@@ -58,7 +58,9 @@ struct WatchedGame {
                          log);
     }
     ~WatchedGame() {
-        if (process > 0) StopProcess(process);
+        if (process > 0) {
+            StopProcess(process);
+        }
     }
     WatchedGame(const WatchedGame&) = delete;
     WatchedGame& operator=(const WatchedGame&) = delete;
@@ -82,7 +84,9 @@ struct WatchedGame {
 template <class Condition>
 bool Becomes(Condition condition) {
     for (int i = 0; i < 3000; ++i) {
-        if (condition()) return true;
+        if (condition()) {
+            return true;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;

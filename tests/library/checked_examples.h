@@ -17,8 +17,12 @@ struct ExpectedResult {
     i32 value;
 
     bool Holds(i32 got) const {
-        if (relation == "=") return got == value;
-        if (relation == "!=") return got != value;
+        if (relation == "=") {
+            return got == value;
+        }
+        if (relation == "!=") {
+            return got != value;
+        }
         return relation == "<" ? got < value : got > value;
     }
 };
@@ -45,7 +49,9 @@ inline CheckedProgram ReadCheckedProgram(const std::string& page, const std::str
                                   std::to_string(program.results.size() * 4) + "], R14\n";
                 program.results.push_back({line, match[1], static_cast<i32>(value)});
             }
-            if (std::regex_search(line, match, kLog)) program.logs.push_back(match[1]);
+            if (std::regex_search(line, match, kLog)) {
+                program.logs.push_back(match[1]);
+            }
         }
     }
     program.source += ending + "        .bss\n        .align 4\nresults: .space 1000\n";

@@ -13,7 +13,9 @@ namespace {
 
 u32 LongOf(const std::string& bytes, size_t offset) {
     u32 value = 0;
-    if (offset + 4 <= bytes.size()) std::memcpy(&value, bytes.data() + offset, 4);
+    if (offset + 4 <= bytes.size()) {
+        std::memcpy(&value, bytes.data() + offset, 4);
+    }
     return value;
 }
 
@@ -131,7 +133,9 @@ TEST(FileFormats, PicturesSettingsAndTheLogAreAsThePageHasThem) {
     const std::vector<std::pair<size_t, u32>> fields = {
         {2, 78}, {6, 0},   {10, 54},   {14, 40},   {18, 3}, {22, 2}, {26, 1 | 32 << 16},
         {30, 0}, {34, 24}, {38, 2947}, {42, 2947}, {46, 0}, {50, 0}};
-    for (const auto& [offset, value] : fields) EXPECT_EQ(LongOf(bmp, offset), value) << offset;
+    for (const auto& [offset, value] : fields) {
+        EXPECT_EQ(LongOf(bmp, offset), value) << offset;
+    }
     EXPECT_EQ(bmp.substr(54, 8), "\x44\x55\x66\xFF\x11\x22\x33\xFF")
         << "the bottom row, blue first";
 

@@ -17,7 +17,9 @@ constexpr u32 kBody = 0x5A3C14;
 // The listing whose first line is "; NAME: ...".
 std::string Listing(const std::string& name) {
     for (const std::string& example : ExamplesOf(MOXI_SOURCE_DIR "/docs/first-game.md")) {
-        if (example.starts_with("; " + name + ":")) return example;
+        if (example.starts_with("; " + name + ":")) {
+            return example;
+        }
     }
     ADD_FAILURE() << "no listing " << name;
     return "";
@@ -77,7 +79,9 @@ TEST(FirstGame, TheLineIsInTheMiddleAndEscapeEnds) {
     u32 left = 1000;
     u32 right = 0;
     for (u32 x = 0; x < 1000; ++x) {
-        if (played.view.Colour(x, 40, 1, 48) == kNight) continue;
+        if (played.view.Colour(x, 40, 1, 48) == kNight) {
+            continue;
+        }
         left = std::min(left, x);
         right = x;
     }

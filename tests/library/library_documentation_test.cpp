@@ -37,7 +37,9 @@ TEST(LibraryDocumentation, EveryMacroHasAnExampleAndALineInATable) {
     for (std::string example : ExamplesOf(kPage)) {
         std::replace(example.begin(), example.end(), ',', ' ');  // names may be arguments
         std::istringstream words(example);
-        for (std::string word; words >> word;) used.insert(word);
+        for (std::string word; words >> word;) {
+            used.insert(word);
+        }
     }
     static const std::regex kMacro("(^|\n)\\.macro ([A-Z_0-9]+)");
     u32 macros = 0;
@@ -45,7 +47,9 @@ TEST(LibraryDocumentation, EveryMacroHasAnExampleAndALineInATable) {
         const std::string text = ReadTextFile(entry.path().string());
         for (std::sregex_iterator at(text.begin(), text.end(), kMacro), end; at != end; ++at) {
             const std::string name = (*at)[2];
-            if (name.starts_with("MOXI_") || name == "SERVICE") continue;
+            if (name.starts_with("MOXI_") || name == "SERVICE") {
+                continue;
+            }
             ++macros;
             EXPECT_TRUE(used.contains(name)) << name << " has no example";
             EXPECT_NE(page.find("`" + name), std::string::npos) << name << " is in no table";

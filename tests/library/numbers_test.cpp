@@ -50,7 +50,9 @@ std::string Stored(const std::vector<std::string>& calls) {
 
 void ExpectResults(const std::vector<std::pair<std::string, i64>>& wanted) {
     std::vector<std::string> calls;
-    for (const auto& [call, value] : wanted) calls.push_back(call);
+    for (const auto& [call, value] : wanted) {
+        calls.push_back(call);
+    }
     const HeadlessResult result = RunCode(Stored(calls));
     for (u32 i = 0; i < wanted.size(); ++i) {
         EXPECT_EQ(At(result, i), static_cast<i32>(wanted[i].second)) << wanted[i].first;

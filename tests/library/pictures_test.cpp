@@ -40,7 +40,9 @@ Picture Draw(const std::string& code, HeadlessResult* result = nullptr) {
     HeadlessResult got = RunHeadless(run);
     EXPECT_EQ(got.status, 0);
     EXPECT_EQ(got.lines, std::vector<std::string>{});
-    if (result != nullptr) *result = std::move(got);
+    if (result != nullptr) {
+        *result = std::move(got);
+    }
     return ReadPicture(folder.path + "/view.png");
 }
 
@@ -63,7 +65,9 @@ constexpr const char* kSheet =
 
 u32 InkOfRow(const Picture& picture, u32 y, u32 left, u32 right) {
     u32 ink = 0;
-    for (u32 x = left; x < right; ++x) ink += picture.At(x, y) != kWhite ? 1 : 0;
+    for (u32 x = left; x < right; ++x) {
+        ink += picture.At(x, y) != kWhite ? 1 : 0;
+    }
     return ink;
 }
 
@@ -226,7 +230,9 @@ TEST(LibraryPictures, ACentredLineLiesInTheMiddleAndANumberAtTheLeft) {
     u32 last = 0;
     for (u32 x = 100; x < 300; ++x) {
         for (u32 y = 20; y < 40; ++y) {
-            if (view.At(x, y) == kWhite) continue;
+            if (view.At(x, y) == kWhite) {
+                continue;
+            }
             first = std::min(first, x);
             last = std::max(last, x);
         }

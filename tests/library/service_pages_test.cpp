@@ -14,7 +14,9 @@ const std::string kDocs = MOXI_SOURCE_DIR "/docs/";
 
 std::string AllExamples(const std::string& page) {
     std::string all;
-    for (const std::string& example : ExamplesOf(kDocs + page)) all += example;
+    for (const std::string& example : ExamplesOf(kDocs + page)) {
+        all += example;
+    }
     return all;
 }
 
@@ -69,7 +71,9 @@ TEST(TextPage, TheExamplesWriteAParagraph) {
     const Picture view = ReadPicture(folder.path + "/view.png");
     // Seventy characters in lines of 200 pixels, 24 high: more than two lines, fewer than eight.
     u32 lines = 0;
-    while (lines < 8 && view.Colour(20, 20 + lines * 24, 200, 24) == 0xFFFFFFFF) ++lines;
+    while (lines < 8 && view.Colour(20, 20 + lines * 24, 200, 24) == 0xFFFFFFFF) {
+        ++lines;
+    }
     EXPECT_GT(lines, 2u);
     EXPECT_LT(lines, 8u);
 }

@@ -37,7 +37,9 @@ struct GameSource {
 
 std::vector<std::string> Texts(const AssembleResult& result) {
     std::vector<std::string> lines;
-    for (const AssembleError& error : result.errors) lines.push_back(error.at.text);
+    for (const AssembleError& error : result.errors) {
+        lines.push_back(error.at.text);
+    }
     return lines;
 }
 

@@ -95,7 +95,9 @@ std::vector<u64> Corners(Kind kind) {
                                       HUGE_VALF}) {
                 values.push_back(BitsOf(value));
             }
-            for (size_t i = values.size(); i-- > 0;) values.push_back(values[i] | 0x80000000);
+            for (size_t i = values.size(); i-- > 0;) {
+                values.push_back(values[i] | 0x80000000);
+            }
             return values;
         }
         case Kind::F64: {
@@ -143,7 +145,9 @@ std::vector<u64> Corners(Kind kind) {
                                        HUGE_VAL}) {
                 values.push_back(BitsOf(value));
             }
-            for (size_t i = values.size(); i-- > 0;) values.push_back(values[i] | (u64{1} << 63));
+            for (size_t i = values.size(); i-- > 0;) {
+                values.push_back(values[i] | (u64{1} << 63));
+            }
             return values;
         }
     }
@@ -161,14 +165,22 @@ u64 RandomOperand(Kind kind, std::mt19937_64& random, u64 other) {
         }
         case 2: {  // a neighbour, also one of the other sign
             u64 value = other + (any % 5) - 2;
-            if (kind == Kind::F32) value ^= (any >> 40 & 1) << 31;
-            if (kind == Kind::F64) value ^= (any >> 40 & 1) << 63;
+            if (kind == Kind::F32) {
+                value ^= (any >> 40 & 1) << 31;
+            }
+            if (kind == Kind::F64) {
+                value ^= (any >> 40 & 1) << 63;
+            }
             return kind == Kind::F32 || kind == Kind::I32 ? value & 0xFFFFFFFF : value;
         }
         case 3: {  // whole numbers and halves of any size
             const double whole = static_cast<double>(static_cast<i64>(any) >> (random() % 64)) / 2;
-            if (kind == Kind::F32) return BitsOf(static_cast<float>(whole));
-            if (kind == Kind::F64) return BitsOf(whole);
+            if (kind == Kind::F32) {
+                return BitsOf(static_cast<float>(whole));
+            }
+            if (kind == Kind::F64) {
+                return BitsOf(whole);
+            }
             return kind == Kind::I32 ? any & 0xFFFFFFFF & (any >> 32) : any & random();
         }
         case 4: {  // halfway between two FLOATs, or a bit beside
@@ -186,8 +198,12 @@ u64 RandomOperand(Kind kind, std::mt19937_64& random, u64 other) {
         }
         default: {
             const double near = static_cast<double>(static_cast<i64>(any)) / 1e17;
-            if (kind == Kind::F32) return BitsOf(static_cast<float>(near));
-            if (kind == Kind::F64) return BitsOf(near);
+            if (kind == Kind::F32) {
+                return BitsOf(static_cast<float>(near));
+            }
+            if (kind == Kind::F64) {
+                return BitsOf(near);
+            }
             return kind == Kind::I32 ? any & 0xFFFFFFFF : any;
         }
     }
@@ -277,7 +293,9 @@ struct WasmMathTest : VmTest {
             Store<u64>(first + i * 8, rows[i].first);
             Store<u64>(second + i * 8, rows[i].second);
         }
-        for (u32 r = 6; r < 12; ++r) Store<u64>(RegisterAddress(r), r * u64{0x1111111111111111});
+        for (u32 r = 6; r < 12; ++r) {
+            Store<u64>(RegisterAddress(r), r * u64{0x1111111111111111});
+        }
         MXmsg(index, static_cast<u32>(rows.size()), 0, 0);
         for (u32 r = 6; r < 12; ++r) {
             ASSERT_EQ(moxi::Load<u64>(RegisterAddress(r)), r * u64{0x1111111111111111})
@@ -305,7 +323,9 @@ struct WasmMathTest : VmTest {
             const size_t end = std::min(rows.size(), at + kRoom);
             Check(index, {rows.begin() + static_cast<std::ptrdiff_t>(at),
                           rows.begin() + static_cast<std::ptrdiff_t>(end)});
-            if (HasFatalFailure()) return;
+            if (HasFatalFailure()) {
+                return;
+            }
         }
     }
 
@@ -318,7 +338,9 @@ struct WasmMathTest : VmTest {
             std::vector<std::pair<u64, u64>> rows;
             for (const u64 a : corners) {
                 for (const u64 b : corners) {
-                    if (routine.count == 2 || b == corners[0]) rows.emplace_back(a, b);
+                    if (routine.count == 2 || b == corners[0]) {
+                        rows.emplace_back(a, b);
+                    }
                 }
             }
             CheckRows(index, rows);
@@ -345,10 +367,11 @@ Routine Unary(const std::string& name, F (*function)(F)) {
             kKind,
             false,
             [function](u64 a, u64) {
-                if constexpr (sizeof(F) == 4)
+                if constexpr (sizeof(F) == 4) {
                     return BitsOf(function(FloatOf(a)));
-                else
+                } else {
                     return BitsOf(function(DoubleOf(a)));
+                }
             },
             nullptr};
 }
@@ -362,10 +385,11 @@ Routine Binary(const std::string& name, F (*function)(F, F)) {
             kKind,
             false,
             [function](u64 a, u64 b) {
-                if constexpr (sizeof(F) == 4)
+                if constexpr (sizeof(F) == 4) {
                     return BitsOf(function(FloatOf(a), FloatOf(b)));
-                else
+                } else {
                     return BitsOf(function(DoubleOf(a), DoubleOf(b)));
+                }
             },
             nullptr};
 }
@@ -379,25 +403,34 @@ Routine Comparison(const std::string& name, bool (*function)(F, F)) {
             Kind::I32,
             false,
             [function](u64 a, u64 b) -> u64 {
-                if constexpr (sizeof(F) == 4)
+                if constexpr (sizeof(F) == 4) {
                     return function(FloatOf(a), FloatOf(b)) ? 1 : 0;
-                else
+                } else {
                     return function(DoubleOf(a), DoubleOf(b)) ? 1 : 0;
+                }
             },
             nullptr};
 }
 
 template <class F>
 F Smaller(F a, F b) {
-    if (std::isnan(a) || std::isnan(b)) return std::numeric_limits<F>::quiet_NaN();
-    if (a == b) return std::signbit(a) ? a : b;
+    if (std::isnan(a) || std::isnan(b)) {
+        return std::numeric_limits<F>::quiet_NaN();
+    }
+    if (a == b) {
+        return std::signbit(a) ? a : b;
+    }
     return a < b ? a : b;
 }
 
 template <class F>
 F Larger(F a, F b) {
-    if (std::isnan(a) || std::isnan(b)) return std::numeric_limits<F>::quiet_NaN();
-    if (a == b) return std::signbit(a) ? b : a;
+    if (std::isnan(a) || std::isnan(b)) {
+        return std::numeric_limits<F>::quiet_NaN();
+    }
+    if (a == b) {
+        return std::signbit(a) ? b : a;
+    }
     return a > b ? a : b;
 }
 
@@ -406,16 +439,19 @@ template <class F, class Integer>
 Routine Conversion(const std::string& name) {
     constexpr Kind kKind = sizeof(F) == 4 ? Kind::F32 : Kind::F64;
     const auto whole = [](u64 bits) {
-        if constexpr (sizeof(F) == 4)
+        if constexpr (sizeof(F) == 4) {
             return std::trunc(static_cast<long double>(FloatOf(bits)));
-        else
+        } else {
             return std::trunc(static_cast<long double>(DoubleOf(bits)));
+        }
     };
     constexpr auto kLowest = std::numeric_limits<Integer>::min();
     constexpr auto kHighest = std::numeric_limits<Integer>::max();
     const auto status = [whole](u64 bits) -> u32 {
         const long double value = whole(bits);
-        if (std::isnan(value)) return 2;
+        if (std::isnan(value)) {
+            return 2;
+        }
         return value < static_cast<long double>(kLowest) ||
                        value > static_cast<long double>(kHighest)
                    ? 1
@@ -477,7 +513,9 @@ TEST_F(WasmMathTest, RootsNearTheMiddleOfTwoDoublesAreRoundedRight) {
             for (const u64 z : {root, (u64{1} << bits) - root, root + (u64{1} << (bits - 1)),
                                 (u64{1} << (bits - 1)) - root}) {
                 const u64 odd = z & ((u64{1} << 54) - 1);
-                if (odd < (u64{1} << 53)) continue;
+                if (odd < (u64{1} << 53)) {
+                    continue;
+                }
                 __extension__ using Wide = unsigned __int128;
                 Wide square = static_cast<Wide>(odd) * odd - static_cast<Wide>(static_cast<i64>(c));
                 int exponent = 0;
@@ -485,7 +523,9 @@ TEST_F(WasmMathTest, RootsNearTheMiddleOfTwoDoublesAreRoundedRight) {
                     square >>= 1;
                     ++exponent;
                 }
-                if (square >> 53 != 0) continue;
+                if (square >> 53 != 0) {
+                    continue;
+                }
                 const double x =
                     std::ldexp(static_cast<double>(static_cast<u64>(square)), exponent - 2);
                 for (const int scale : {0, -104, 700, -1120}) {

@@ -334,7 +334,9 @@ TEST(LuaErrors, ShowTheLineMarked) {
     const Picture view = game.View();
     // Five lines of 21 pixels, the third of them marked.
     u32 marked = 0;
-    for (u32 y = 60; y < 300; ++y) marked += view.At(970, y) == kMarkedLine;
+    for (u32 y = 60; y < 300; ++y) {
+        marked += view.At(970, y) == kMarkedLine;
+    }
     EXPECT_EQ(marked, 21u);
 }
 
@@ -415,7 +417,9 @@ TEST(LuaState, ABrokenFileIsToldOf) {
 template <class Condition>
 bool Becomes(Condition condition) {
     for (int i = 0; i < 3000; ++i) {
-        if (condition()) return true;
+        if (condition()) {
+            return true;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
@@ -477,7 +481,9 @@ std::string Listing(const std::string& name) {
             text.clear();
         } else if (line == "```" && inside) {
             inside = false;
-            if (text.starts_with("-- " + name + ":")) return text;
+            if (text.starts_with("-- " + name + ":")) {
+                return text;
+            }
         } else if (inside) {
             text += line + "\n";
         }

@@ -36,7 +36,9 @@ Lines LuaGame::Play(const std::string& script, unsigned milliseconds,
     Lines lines;
     std::istringstream text(run.errors);
     for (std::string line; std::getline(text, line);) {
-        if (line == "log: windowWillClose") continue;  // the host's, at each close
+        if (line == "log: windowWillClose") {
+            continue;  // the host's, at each close
+        }
         lines.push_back(line.starts_with("log: ") ? Unescaped(line.substr(5)) : line);
     }
     return lines;

@@ -29,7 +29,9 @@ class Puzzles : public testing::Test {
   protected:
     // Without its source there is no game; the build has said why.
     void SetUp() override {
-        if (!fs::exists(GameFolder() + "/MAIN.MX")) GTEST_SKIP() << "the source could not be had";
+        if (!fs::exists(GameFolder() + "/MAIN.MX")) {
+            GTEST_SKIP() << "the source could not be had";
+        }
     }
 
     // Runs the game in a window of 900 x 700, where the letters are 14 pixels, from the puzzle that

@@ -28,7 +28,9 @@ u64 instructionsLeft = 0;
 const InstructionTrace kBudgetTrace = {
     [](u32) {},
     [](u32) {
-        if (--instructionsLeft == 0) throw BudgetIsSpent{};
+        if (--instructionsLeft == 0) {
+            throw BudgetIsSpent{};
+        }
     },
 };
 
@@ -40,12 +42,20 @@ bool StartsWith(const std::string& text, const char* start) {
 Outcome OutcomeOfReturn(i32 modalDepthBefore) {
     const std::string last = vmEvents.messages.empty() ? "" : vmEvents.messages.back();
     if ((runState & 1) != 0) {
-        if (StartsWith(last, "Illegal opcode")) return Outcome::IllegalOpcode;
-        if (StartsWith(last, "Stack overflow")) return Outcome::StackOverflow;
+        if (StartsWith(last, "Illegal opcode")) {
+            return Outcome::IllegalOpcode;
+        }
+        if (StartsWith(last, "Stack overflow")) {
+            return Outcome::StackOverflow;
+        }
         return Outcome::Stopped;
     }
-    if (StartsWith(last, "Illegal EMOD")) return Outcome::BadEmod;
-    if (Load<u32>(136) == 0 && modalDepth <= modalDepthBefore) return Outcome::Returned;
+    if (StartsWith(last, "Illegal EMOD")) {
+        return Outcome::BadEmod;
+    }
+    if (Load<u32>(136) == 0 && modalDepth <= modalDepthBefore) {
+        return Outcome::Returned;
+    }
     return Outcome::Modal;
 }
 
@@ -77,7 +87,9 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     RunResult result;
     instructionTrace = traced ? &kBudgetTrace : nullptr;
     instructionsLeft = options.budget;
-    if (engine == Engine::Translated) StartTranslator(kTranslateAll);
+    if (engine == Engine::Translated) {
+        StartTranslator(kTranslateAll);
+    }
     try {
         RunInterpreter();
         result.outcome = OutcomeOfReturn(options.modalDepth);
@@ -91,7 +103,9 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     moxi::StopTranslator();
     result.image.assign(image, image + bytes.size());
     result.messages = vmEvents.messages;
-    if (vmFiles.contents.contains("debug.log")) result.debugLog = vmFiles.contents["debug.log"];
+    if (vmFiles.contents.contains("debug.log")) {
+        result.debugLog = vmFiles.contents["debug.log"];
+    }
     for (u64 i = pcTraceCount - std::min<u64>(pcTraceCount, 1024); i < pcTraceCount; ++i) {
         result.trace.push_back(pcTrace[i & 1023].pc);
     }
@@ -134,14 +148,20 @@ void Picture::Put(u32 address, u64 value, u32 size) {
 }
 
 void Picture::PutWords(u32 address, const std::vector<u32>& words) {
-    for (size_t i = 0; i < words.size(); ++i) Put(address + static_cast<u32>(4 * i), words[i], 4);
+    for (size_t i = 0; i < words.size(); ++i) {
+        Put(address + static_cast<u32>(4 * i), words[i], 4);
+    }
 }
 
 Picture BenchPicture() {
     Picture picture;
     picture.bytes.resize(kBenchSize);
-    for (u32 i = 0; i < kBenchSize; ++i) picture.bytes[i] = static_cast<u8>(i * 37 + (i >> 8) + 11);
-    for (u32 at = kBenchCode; at < 1024; at += 4) picture.Put(at, kStopWord, 4);
+    for (u32 i = 0; i < kBenchSize; ++i) {
+        picture.bytes[i] = static_cast<u8>(i * 37 + (i >> 8) + 11);
+    }
+    for (u32 at = kBenchCode; at < 1024; at += 4) {
+        picture.Put(at, kStopWord, 4);
+    }
     picture.Put(136, kBenchCode, 4);
     picture.Put(144, kBenchStackTop, 4);
     picture.Put(152, kBenchStackLimit, 4);
@@ -164,7 +184,9 @@ const char* EngineName(Engine engine) {
 }
 
 RunResult RunOn(Engine engine, const std::vector<u8>& bytes, const RunOptions& options) {
-    if (engine == Engine::Plain) return RunOnPlain(bytes, options);
+    if (engine == Engine::Plain) {
+        return RunOnPlain(bytes, options);
+    }
     return RunOnHost(engine, bytes, options);
 }
 
@@ -177,25 +199,49 @@ std::string FieldName(u32 address) {
         const u32 r = (address - 8) / 8;
         return inside(("R" + std::to_string(r)).c_str(), 8 + 8 * r);
     }
-    if (address >= 136 && address < 144) return inside("PC", 136);
-    if (address >= 144 && address < 152) return inside("stack top", 144);
-    if (address >= 152 && address < 160) return inside("stack limit", 152);
-    if (address >= 160 && address < 168) return inside("SP", 160);
-    if (address >= 168 && address < 176) return inside("FP", 168);
-    if (address >= 176 && address < 184) return inside("modal chain", 176);
-    if (address >= 184 && address < 192) return inside("block count", 184);
-    if (address == 192) return "flags";
-    if (address == 193) return "result";
-    if (address >= 256 && address < 264) return inside("slot", 256);
+    if (address >= 136 && address < 144) {
+        return inside("PC", 136);
+    }
+    if (address >= 144 && address < 152) {
+        return inside("stack top", 144);
+    }
+    if (address >= 152 && address < 160) {
+        return inside("stack limit", 152);
+    }
+    if (address >= 160 && address < 168) {
+        return inside("SP", 160);
+    }
+    if (address >= 168 && address < 176) {
+        return inside("FP", 168);
+    }
+    if (address >= 176 && address < 184) {
+        return inside("modal chain", 176);
+    }
+    if (address >= 184 && address < 192) {
+        return inside("block count", 184);
+    }
+    if (address == 192) {
+        return "flags";
+    }
+    if (address == 193) {
+        return "result";
+    }
+    if (address >= 256 && address < 264) {
+        return inside("slot", 256);
+    }
     return FormatText("0x%8.8X", address);
 }
 
 std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wanted) {
-    if (got.size() != wanted.size()) return "the images differ in size\n";
+    if (got.size() != wanted.size()) {
+        return "the images differ in size\n";
+    }
     std::string text;
     u32 lines = 0;
     for (u32 at = 0; at < got.size() && lines < 10; ++at) {
-        if (got[at] == wanted[at]) continue;
+        if (got[at] == wanted[at]) {
+            continue;
+        }
         // The flags and the message result are bytes of their own.
         const u32 width = at == 192 || at == 193 ? 1 : 4;
         const u32 start = at / width * width;

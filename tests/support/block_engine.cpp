@@ -42,8 +42,12 @@ TextLine Line(const TextFont* font) {
 
 TextFit Fit(TextFont*, std::string_view text, double width) {
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (!StartsCharacter(text[i])) continue;
-        if (WidthOf(text.substr(0, i + 1)) > width) return {false, i};
+        if (!StartsCharacter(text[i])) {
+            continue;
+        }
+        if (WidthOf(text.substr(0, i + 1)) > width) {
+            return {false, i};
+        }
     }
     return {true, 0};
 }
@@ -62,7 +66,9 @@ TextPicture Draw(TextFont*, std::string_view text, bool underline, i32 columns) 
     };
     i32 x = 0;
     for (const char c : text) {
-        if (!StartsCharacter(c)) continue;
+        if (!StartsCharacter(c)) {
+            continue;
+        }
         const bool last = x + kWide == WidthOf(text);
         if (c != ' ') {
             fill(x + 1, x + 9 + (last ? blockEngine.overhang : 0), 0,
@@ -70,7 +76,9 @@ TextPicture Draw(TextFont*, std::string_view text, bool underline, i32 columns) 
         }
         x += kWide;
     }
-    if (underline) fill(0, WidthOf(text), kRowsAbove + 1, kRowsAbove + 2);
+    if (underline) {
+        fill(0, WidthOf(text), kRowsAbove + 1, kRowsAbove + 2);
+    }
     return {bytes.data(), static_cast<std::size_t>(width), 0, -kRowsAbove, width, height};
 }
 

@@ -10,7 +10,9 @@ u32 CallingModule::Call(u32 command, const std::vector<std::string>& arguments,
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const bool isAtLabel = arguments[i][0] == '@';
         blocks += ", " + (isAtLabel ? "0" : arguments[i]);
-        if (!isAtLabel) continue;
+        if (!isAtLabel) {
+            continue;
+        }
         code += "        MOVE.L  R1, [" + arguments[i].substr(1) + "]\n        MOVE.L  [" + block +
                 "+" + std::to_string(4 * (i + 1)) + "], R1\n";
     }
@@ -26,7 +28,9 @@ u32 CallingModule::Call(u32 command, const std::vector<std::string>& arguments,
 std::string CallingModule::Text(const std::string& bytes) {
     const std::string label = "text" + std::to_string(labels++);
     data += label + ": .byte ";
-    for (const char c : bytes) data += std::to_string(static_cast<u8>(c)) + ", ";
+    for (const char c : bytes) {
+        data += std::to_string(static_cast<u8>(c)) + ", ";
+    }
     data += "0\n";
     return label;
 }

@@ -46,7 +46,9 @@ std::string Names() {
         const u32 length = static_cast<u32>(texts[i].size()) * 2;
         records.U16(3).U16(1).U16(0x409).U16(i + 1).U16(length);
         records.U16(static_cast<u32>(strings.bytes.size()));
-        for (const char c : texts[i]) strings.U16(static_cast<u8>(c));
+        for (const char c : texts[i]) {
+            strings.U16(static_cast<u8>(c));
+        }
     }
     return records.bytes + strings.bytes;
 }

@@ -25,7 +25,9 @@ std::string LastInstructions(const RunResult& result) {
 // a MODAL had stored, is nobody's business.
 bool MayStopHalfWay(const RunResult& result) {
     const u32 at = result.trace.empty() ? 0 : result.trace.back();
-    if (result.outcome != Outcome::MemoryFault || u64{at} + 4 > result.image.size()) return false;
+    if (result.outcome != Outcome::MemoryFault || u64{at} + 4 > result.image.size()) {
+        return false;
+    }
     const u64 code = Picture{result.image}.Get(at, 4) & 1023;
     return code == 340 || code == 596 || code == 788 || code == 148 || code == 916;
 }
@@ -34,7 +36,9 @@ bool MayStopHalfWay(const RunResult& result) {
 
 void KeepNewest(std::vector<u32>& trace) {
     constexpr size_t kKept = 250;
-    if (trace.size() > kKept) trace.erase(trace.begin(), trace.end() - kKept);
+    if (trace.size() > kKept) {
+        trace.erase(trace.begin(), trace.end() - kKept);
+    }
 }
 
 std::string CompareRuns(const RunResult& got, const RunResult& wanted) {
@@ -49,16 +53,30 @@ std::string CompareRuns(const RunResult& got, const RunResult& wanted) {
             got.messages.empty() ? "" : got.messages.back().c_str(), wanted.messages.size(),
             wanted.messages.empty() ? "" : wanted.messages.back().c_str());
     }
-    if (got.debugLog != wanted.debugLog) text += "  the debug logs differ\n";
-    if (got.modalDepth != wanted.modalDepth) text += "  the modal depths differ\n";
-    if (got.presentNotify != wanted.presentNotify) text += "  the present-notify flags differ\n";
-    if (got.runState != wanted.runState) text += "  the run states differ\n";
-    if (got.pcPreJsr != wanted.pcPreJsr) text += "  PCpreJSR differs\n";
-    if (!MayStopHalfWay(wanted)) text += Differences(got.image, wanted.image);
+    if (got.debugLog != wanted.debugLog) {
+        text += "  the debug logs differ\n";
+    }
+    if (got.modalDepth != wanted.modalDepth) {
+        text += "  the modal depths differ\n";
+    }
+    if (got.presentNotify != wanted.presentNotify) {
+        text += "  the present-notify flags differ\n";
+    }
+    if (got.runState != wanted.runState) {
+        text += "  the run states differ\n";
+    }
+    if (got.pcPreJsr != wanted.pcPreJsr) {
+        text += "  PCpreJSR differs\n";
+    }
+    if (!MayStopHalfWay(wanted)) {
+        text += Differences(got.image, wanted.image);
+    }
     if (wanted.outcome != Outcome::BudgetSpent && got.trace != wanted.trace) {
         text += "  the PC traces differ\n";
     }
-    if (!text.empty()) text += LastInstructions(wanted);
+    if (!text.empty()) {
+        text += LastInstructions(wanted);
+    }
     return text;
 }
 

@@ -29,7 +29,9 @@ static i32 sceneHeight = 0;
 
 void ProbeLog(const std::string& line) {
     const std::string text = line + "\n";
-    if (write(logDescriptor, text.data(), text.size()) < 0) _exit(3);
+    if (write(logDescriptor, text.data(), text.size()) < 0) {
+        _exit(3);
+    }
 }
 
 static std::string Numbers(std::initializer_list<double> numbers) {
@@ -99,7 +101,9 @@ static void Launch() {
     desktop.showWindow();
     desktop.startTimer(5000, [] { ++ticks; });
     ProbeLog("launched");
-    if (launchAction) launchAction();
+    if (launchAction) {
+        launchAction();
+    }
 }
 
 static void FillEvents() {
@@ -145,7 +149,9 @@ static void FillEvents() {
     };
     desktopEvents.keyDown = [](u8 code, const std::string& text) {
         ProbeLog("key-down" + Code(code) + Quoted(text));
-        if (keyAction) keyAction(text);
+        if (keyAction) {
+            keyAction(text);
+        }
     };
     desktopEvents.keyUp = [](u8 code, const std::string& text) {
         ProbeLog("key-up" + Code(code) + Quoted(text));
@@ -218,7 +224,9 @@ DesktopProbe::~DesktopProbe() {
         kill(process, SIGKILL);
         waitpid(process, nullptr, 0);
     }
-    if (!logFile.empty()) std::filesystem::remove(logFile);
+    if (!logFile.empty()) {
+        std::filesystem::remove(logFile);
+    }
 }
 
 std::vector<std::string> DesktopProbe::Log(std::size_t from) const {
@@ -226,7 +234,9 @@ std::vector<std::string> DesktopProbe::Log(std::size_t from) const {
     std::ifstream file(logFile);
     std::string line;
     for (std::size_t i = 0; std::getline(file, line); ++i) {
-        if (i >= from) lines.push_back(line);
+        if (i >= from) {
+            lines.push_back(line);
+        }
     }
     return lines;
 }
@@ -235,7 +245,9 @@ int DesktopProbe::WaitFor(const std::string& prefix, std::size_t from, int turns
     for (int turn = 0; turn < turns; ++turn) {
         const std::vector<std::string> lines = Log(from);
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            if (lines[i].starts_with(prefix)) return static_cast<int>(from + i);
+            if (lines[i].starts_with(prefix)) {
+                return static_cast<int>(from + i);
+            }
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -247,7 +259,9 @@ std::size_t DesktopProbe::WaitForQuiet() const {
     for (int quiet = 0; quiet < 30; ++quiet) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         const std::size_t now = Log().size();
-        if (now != count) quiet = 0;
+        if (now != count) {
+            quiet = 0;
+        }
         count = now;
     }
     return count;

@@ -29,7 +29,9 @@ pid_t StartProcess(const std::vector<std::string>& arguments, const std::string&
     pointers.push_back(nullptr);
     const std::string output = log.empty() ? "/dev/null" : log;
     const pid_t child = fork();
-    if (child != 0) return child;
+    if (child != 0) {
+        return child;
+    }
     const int target = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
     dup2(target, STDOUT_FILENO);
     dup2(target, STDERR_FILENO);
@@ -44,10 +46,14 @@ int ExitStatusOf(pid_t process) {
 }
 
 void StopProcess(pid_t process) {
-    if (process <= 0) return;
+    if (process <= 0) {
+        return;
+    }
     kill(process, SIGTERM);
     for (int i = 0; i < 200; ++i) {
-        if (waitpid(process, nullptr, WNOHANG) != 0) return;
+        if (waitpid(process, nullptr, WNOHANG) != 0) {
+            return;
+        }
         SleepMs(10);
     }
     kill(process, SIGKILL);
@@ -61,29 +67,41 @@ bool IsProgramInstalled(const std::string& name) {
 std::string OutputOf(const std::string& command) {
     std::string output;
     FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return output;
+    if (pipe == nullptr) {
+        return output;
+    }
     std::array<char, 4096> buffer{};
     while (const std::size_t size = fread(buffer.data(), 1, buffer.size(), pipe)) {
         output.append(buffer.data(), size);
     }
     pclose(pipe);
-    if (!output.empty() && output.back() == '\n') output.pop_back();
+    if (!output.empty() && output.back() == '\n') {
+        output.pop_back();
+    }
     return output;
 }
 
 void CopyByOtherProgram(const std::string& text) {
     OutputOf("printf '" + text + "' | xclip -selection clipboard -i >/dev/null 2>&1");
     for (int i = 0; i < 100; ++i) {
-        if (OutputOf("timeout 5 xclip -selection clipboard -o 2>/dev/null") == text) return;
+        if (OutputOf("timeout 5 xclip -selection clipboard -o 2>/dev/null") == text) {
+            return;
+        }
         SleepMs(20);
     }
 }
 
 bool XSession::Start(const std::string& screen, bool windowManager) {
-    if (!IsProgramInstalled("Xvfb") || !IsProgramInstalled("xdotool")) return false;
-    if (windowManager && !IsProgramInstalled("openbox")) return false;
+    if (!IsProgramInstalled("Xvfb") || !IsProgramInstalled("xdotool")) {
+        return false;
+    }
+    if (windowManager && !IsProgramInstalled("openbox")) {
+        return false;
+    }
     int ends[2];
-    if (pipe(ends) != 0) return false;
+    if (pipe(ends) != 0) {
+        return false;
+    }
     server = StartProcess({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", screen,
                            "-nolisten", "tcp", "-noreset"},
                           "");
@@ -91,13 +109,19 @@ bool XSession::Start(const std::string& screen, bool windowManager) {
     // The server writes its number once it can be reached.
     std::string number;
     char c = 0;
-    while (read(ends[0], &c, 1) == 1 && c != '\n') number += c;
+    while (read(ends[0], &c, 1) == 1 && c != '\n') {
+        number += c;
+    }
     close(ends[0]);
-    if (number.empty()) return false;
+    if (number.empty()) {
+        return false;
+    }
     display = ":" + number;
     setenv("DISPLAY", display.c_str(), 1);
     unsetenv("WAYLAND_DISPLAY");
-    if (!windowManager) return true;
+    if (!windowManager) {
+        return true;
+    }
     manager = StartProcess({"openbox", "--sm-disable"}, "");
     for (int i = 0; i < 500; ++i) {
         if (OutputOf("xprop -root _NET_WORKAREA").find('=') != std::string::npos) {
@@ -115,12 +139,18 @@ void XSession::Stop() {
 }
 
 bool WaylandSession::Start(int width, int height, const std::string& layouts) {
-    if (!IsProgramInstalled("weston")) return false;
+    if (!IsProgramInstalled("weston")) {
+        return false;
+    }
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
-    if (!xServer.Start(size + "x24", false)) return false;
+    if (!xServer.Start(size + "x24", false)) {
+        return false;
+    }
     OutputOf("setxkbmap " + layouts);
     std::string pattern = (std::filesystem::temp_directory_path() / "moxi-wayland-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) return false;
+    if (mkdtemp(pattern.data()) == nullptr) {
+        return false;
+    }
     folder = pattern;
     std::ofstream(folder + "/weston.ini") << "[shell]\npanel-position=none\nlocking=false\n";
     setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
@@ -132,7 +162,9 @@ bool WaylandSession::Start(int width, int height, const std::string& layouts) {
     unsetenv("DISPLAY");
     setenv("WAYLAND_DISPLAY", "moxi-test", 1);
     for (int i = 0; i < 500; ++i) {
-        if (std::filesystem::exists(folder + "/moxi-test")) return true;
+        if (std::filesystem::exists(folder + "/moxi-test")) {
+            return true;
+        }
         SleepMs(10);
     }
     return false;
@@ -142,7 +174,9 @@ void WaylandSession::Stop() {
     StopProcess(compositor);
     compositor = -1;
     xServer.Stop();
-    if (!folder.empty()) std::filesystem::remove_all(folder);
+    if (!folder.empty()) {
+        std::filesystem::remove_all(folder);
+    }
     folder.clear();
 }
 

@@ -8,14 +8,18 @@ namespace {
 
 std::string Alias(const std::string& family, const std::vector<std::string>& others) {
     std::string text = "<alias binding=\"same\"><family>" + family + "</family><prefer>";
-    for (const std::string& other : others) text += "<family>" + other + "</family>";
+    for (const std::string& other : others) {
+        text += "<family>" + other + "</family>";
+    }
     return text + "</prefer></alias>";
 }
 
 std::string Configuration(const std::vector<std::string>& folders, const std::string& cache) {
     std::string text =
         "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig>";
-    for (const std::string& folder : folders) text += "<dir>" + folder + "</dir>";
+    for (const std::string& folder : folders) {
+        text += "<dir>" + folder + "</dir>";
+    }
     // Of the folder that many packages share one file counts.
     text += "<selectfont><acceptfont><glob>" + std::string(kEmojiFonts) +
             "/NotoColorEmoji.ttf</glob></acceptfont><rejectfont><glob>" + kEmojiFonts +
@@ -38,7 +42,9 @@ FontSet::FontSet(const std::vector<std::string>& folders) {
     const std::string file = folder.path + "/fonts.conf";
     WriteTextFile(file, Configuration(folders, folder.path + "/cache"));
     const char* const before = std::getenv("FONTCONFIG_FILE");
-    if (before != nullptr) formerFile = before;
+    if (before != nullptr) {
+        formerFile = before;
+    }
     setenv("FONTCONFIG_FILE", file.c_str(), 1);
     former = FcConfigReference(nullptr);
     FcConfig* const config = FcConfigCreate();

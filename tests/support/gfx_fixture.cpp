@@ -34,7 +34,9 @@ u32 PixelAddress(u32 handle) {
 
 u32 MakeBitmap(u32 width, u32 height, u32 pixel) {
     const u32 handle = CreateBitmap(width, height);
-    for (u32 i = 0; i < width * height; ++i) Store<u32>(PixelAddress(handle) + 4 * i, pixel);
+    for (u32 i = 0; i < width * height; ++i) {
+        Store<u32>(PixelAddress(handle) + 4 * i, pixel);
+    }
     return handle;
 }
 

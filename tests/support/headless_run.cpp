@@ -22,7 +22,9 @@ std::vector<std::string> LinesWithPrefix(const std::vector<std::string>& lines,
                                          const std::string& prefix) {
     std::vector<std::string> found;
     for (const std::string& line : lines) {
-        if (line.rfind(prefix, 0) == 0) found.push_back(line.substr(prefix.size()));
+        if (line.rfind(prefix, 0) == 0) {
+            found.push_back(line.substr(prefix.size()));
+        }
     }
     return found;
 }
@@ -50,7 +52,9 @@ std::string ProgramPath(const std::string& program) {
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
-    if (!folder.empty() && chdir(folder.c_str()) != 0) _exit(126);
+    if (!folder.empty() && chdir(folder.c_str()) != 0) {
+        _exit(126);
+    }
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(path.c_str()));
     for (const std::string& argument : arguments) {
@@ -74,7 +78,9 @@ std::map<std::string, std::string> ReadFiles(const fs::path& folder) {
     std::map<std::string, std::string> files;
     std::error_code error;
     for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
-        if (!entry.is_regular_file()) continue;
+        if (!entry.is_regular_file()) {
+            continue;
+        }
         files[fs::relative(entry.path(), folder).string()] = ReadTextFile(entry.path().string());
     }
     return files;
@@ -120,12 +126,16 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
                          const std::string& folder, const std::string& input) {
     const TemporaryFolder streams;
     const std::string in = input.empty() ? "/dev/null" : streams.path + "/in";
-    if (!input.empty()) WriteTextFile(in, input);
+    if (!input.empty()) {
+        WriteTextFile(in, input);
+    }
     const std::string output = streams.path + "/out";
     const std::string errors = streams.path + "/err";
     const std::string path = ProgramPath(program);
     const pid_t child = fork();
-    if (child == 0) BecomeProgram(path, arguments, folder, in, output, errors);
+    if (child == 0) {
+        BecomeProgram(path, arguments, folder, in, output, errors);
+    }
     int status = 0;
     waitpid(child, &status, 0);
     ProgramResult result;
@@ -172,7 +182,9 @@ HeadlessResult RunHeadlessImage(const HeadlessRun& run, const std::vector<u8>& m
     }
     WriteFiles(game, run.resources);
     WriteFiles(folder.path, run.beside);
-    if (!run.data.empty()) WriteFiles(data, run.data);
+    if (!run.data.empty()) {
+        WriteFiles(data, run.data);
+    }
 
     std::vector<std::string> arguments = {"--headless", "--data-folder", data.string(),
                                           "--dump-image", dump};
@@ -201,7 +213,9 @@ TemporaryFolder::TemporaryFolder() {
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code error;
-    if (!path.empty()) fs::remove_all(path, error);
+    if (!path.empty()) {
+        fs::remove_all(path, error);
+    }
 }
 
 std::string ReadTextFile(const std::string& path) {

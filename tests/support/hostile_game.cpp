@@ -31,7 +31,9 @@ void LoseSystemCalls() {
          {"landlock_create_ruleset", "landlock_add_rule", "landlock_restrict_self", "openat2"}) {
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), seccomp_syscall_resolve_name(name), 0);
     }
-    if (seccomp_load(filter) != 0) _exit(125);
+    if (seccomp_load(filter) != 0) {
+        _exit(125);
+    }
     seccomp_release(filter);
 }
 
@@ -41,7 +43,9 @@ void LetOtherTellVersion(int connection) {
     const scmp_arg_cmp isQuestion = {2, SCMP_CMP_EQ, LANDLOCK_CREATE_RULESET_VERSION, 0};
     seccomp_rule_add_array(filter, SCMP_ACT_NOTIFY,
                            seccomp_syscall_resolve_name("landlock_create_ruleset"), 1, &isQuestion);
-    if (seccomp_load(filter) != 0) _exit(125);
+    if (seccomp_load(filter) != 0) {
+        _exit(125);
+    }
     int listener = seccomp_notify_fd(filter);
     char byte = 0;
     iovec part = {&byte, 1};
@@ -56,7 +60,9 @@ void LetOtherTellVersion(int connection) {
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(sizeof(int));
     std::memcpy(CMSG_DATA(header), &listener, sizeof listener);
-    if (sendmsg(connection, &message, 0) != 1) _exit(125);
+    if (sendmsg(connection, &message, 0) != 1) {
+        _exit(125);
+    }
 }
 
 // Answers until nobody can ask any more: version 1.
@@ -69,7 +75,9 @@ void TellFirstVersion(int connection) {
     message.msg_iovlen = 1;
     message.msg_control = control;
     message.msg_controllen = sizeof control;
-    if (recvmsg(connection, &message, MSG_CMSG_CLOEXEC) != 1) return;
+    if (recvmsg(connection, &message, MSG_CMSG_CLOEXEC) != 1) {
+        return;
+    }
     int listener = -1;
     std::memcpy(&listener, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof listener);
     seccomp_notif* question = nullptr;
@@ -77,9 +85,13 @@ void TellFirstVersion(int connection) {
     seccomp_notify_alloc(&question, &answer);
     for (;;) {
         pollfd asked = {listener, POLLIN, 0};
-        if (poll(&asked, 1, -1) < 0 || (asked.revents & POLLIN) == 0) break;
+        if (poll(&asked, 1, -1) < 0 || (asked.revents & POLLIN) == 0) {
+            break;
+        }
         std::memset(question, 0, sizeof *question);
-        if (seccomp_notify_receive(listener, question) != 0) continue;
+        if (seccomp_notify_receive(listener, question) != 0) {
+            continue;
+        }
         *answer = {};
         answer->id = question->id;
         answer->val = 1;
@@ -90,12 +102,18 @@ void TellFirstVersion(int connection) {
 }
 
 void BecomeNobody() {
-    if (geteuid() != 0) return;
-    if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) _exit(124);
+    if (geteuid() != 0) {
+        return;
+    }
+    if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) {
+        _exit(124);
+    }
 }
 
 void GiveToNobody(const std::string& folder) {
-    if (geteuid() != 0) return;
+    if (geteuid() != 0) {
+        return;
+    }
     EXPECT_EQ(lchown(folder.c_str(), kNobody, kNobody), 0);
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         EXPECT_EQ(lchown(entry.path().c_str(), kNobody, kNobody), 0);
@@ -111,10 +129,16 @@ void Redirect(int descriptor, const std::string& path, int flags) {
 // What a file is, for comparing.
 std::string Describe(const fs::path& path) {
     struct stat status;
-    if (lstat(path.c_str(), &status) != 0) return "gone";
+    if (lstat(path.c_str(), &status) != 0) {
+        return "gone";
+    }
     const std::string mode = std::to_string(status.st_mode) + " ";
-    if (S_ISLNK(status.st_mode)) return mode + fs::read_symlink(path).string();
-    if (!S_ISREG(status.st_mode)) return mode;
+    if (S_ISLNK(status.st_mode)) {
+        return mode + fs::read_symlink(path).string();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return mode;
+    }
     return mode + std::to_string(status.st_nlink) + " " + ReadTextFile(path);
 }
 
@@ -197,12 +221,22 @@ std::map<std::string, std::string> HostileGame::Snapshot() const {
     for (const auto& entry : fs::recursive_directory_iterator(root.path, none)) {
         const std::string path = entry.path();
         // The game's own, and what the host keeps of games.
-        if (keepsData && IsBelow(path, fs::path(data).parent_path())) continue;
-        if (IsBelow(path, home + "/.local/state")) continue;
-        if (path.rfind(root.path + "/run", 0) == 0) continue;
+        if (keepsData && IsBelow(path, fs::path(data).parent_path())) {
+            continue;
+        }
+        if (IsBelow(path, home + "/.local/state")) {
+            continue;
+        }
+        if (path.rfind(root.path + "/run", 0) == 0) {
+            continue;
+        }
         bool mayChange = false;
-        for (const std::string& change : changes) mayChange = mayChange || IsBelow(path, change);
-        if (!mayChange) all[path] = Describe(entry.path());
+        for (const std::string& change : changes) {
+            mayChange = mayChange || IsBelow(path, change);
+        }
+        if (!mayChange) {
+            all[path] = Describe(entry.path());
+        }
     }
     return all;
 }
@@ -212,8 +246,12 @@ ProgramResult HostileGame::Start(Walls walls) const {
     const std::string out = root.path + "/run.out";
     const std::string err = root.path + "/run.err";
     const std::string dump = root.path + "/run.image";
-    for (const std::string& file : {out, err, dump}) WriteTextFile(file, "");
-    if (walls == Walls::OrdinaryUser) GiveToNobody(root.path);
+    for (const std::string& file : {out, err, dump}) {
+        WriteTextFile(file, "");
+    }
+    if (walls == Walls::OrdinaryUser) {
+        GiveToNobody(root.path);
+    }
     int ends[2] = {-1, -1};
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     const pid_t child = fork();
@@ -221,10 +259,18 @@ ProgramResult HostileGame::Start(Walls walls) const {
         Redirect(0, "/dev/null", O_RDONLY);
         Redirect(1, out, O_WRONLY);
         Redirect(2, err, O_WRONLY);
-        if (walls == Walls::OrdinaryUser) BecomeNobody();
-        if (walls == Walls::FilesAlone) LoseSystemCalls();
-        if (walls == Walls::OldLandlock) LetOtherTellVersion(ends[1]);
-        if (chdir(root.path.c_str()) != 0) _exit(126);
+        if (walls == Walls::OrdinaryUser) {
+            BecomeNobody();
+        }
+        if (walls == Walls::FilesAlone) {
+            LoseSystemCalls();
+        }
+        if (walls == Walls::OldLandlock) {
+            LetOtherTellVersion(ends[1]);
+        }
+        if (chdir(root.path.c_str()) != 0) {
+            _exit(126);
+        }
         const std::string homeVariable = "HOME=" + home;
         const char* const environment[] = {homeVariable.c_str(), "PATH=/usr/bin:/bin",
                                            "ASAN_OPTIONS=detect_leaks=0", nullptr};
@@ -234,7 +280,9 @@ ProgramResult HostileGame::Start(Walls walls) const {
         _exit(127);
     }
     close(ends[1]);
-    if (walls == Walls::OldLandlock) TellFirstVersion(ends[0]);
+    if (walls == Walls::OldLandlock) {
+        TellFirstVersion(ends[0]);
+    }
     close(ends[0]);
     int ended = 0;
     waitpid(child, &ended, 0);
@@ -264,7 +312,9 @@ ProgramResult HostileGame::Run(Walls walls) {
     } else {
         assembled = WriteGame(game, source.empty() ? calls.Source() : source);
     }
-    if (walls == Walls::OrdinaryUser) GiveToNobody(root.path);
+    if (walls == Walls::OrdinaryUser) {
+        GiveToNobody(root.path);
+    }
     const auto before = Snapshot();
     const ProgramResult result = Start(walls);
     if (status < 0) {
@@ -276,7 +326,9 @@ ProgramResult HostileGame::Run(Walls walls) {
         EXPECT_NE(result.errors.find(lastLine + "\n"), std::string::npos) << result.errors;
     }
     EXPECT_EQ(Snapshot(), before);
-    if (!expected.empty()) CheckAnswers(assembled);
+    if (!expected.empty()) {
+        CheckAnswers(assembled);
+    }
     return result;
 }
 

@@ -58,13 +58,17 @@ Recording Part(const Recording& recording, f64 from, f64 to) {
 
 i32 Peak(const Recording& recording) {
     i32 peak = 0;
-    for (const i16 sample : recording.samples) peak = std::max(peak, std::abs(i32{sample}));
+    for (const i16 sample : recording.samples) {
+        peak = std::max(peak, std::abs(i32{sample}));
+    }
     return peak;
 }
 
 f64 Loudness(const Recording& recording) {
     f64 sum = 0;
-    for (const f64 sample : recording.samples) sum += sample / 32768 * sample / 32768;
+    for (const f64 sample : recording.samples) {
+        sum += sample / 32768 * sample / 32768;
+    }
     return recording.samples.empty() ? 0
                                      : std::sqrt(sum / static_cast<f64>(recording.samples.size()));
 }
@@ -112,7 +116,9 @@ int StrongestKey(const Recording& recording, int lowest, int highest) {
     f64 best = -1;
     for (int key = lowest; key <= highest; key++) {
         const f64 strength = Strength(recording, KeyFrequency(key));
-        if (strength > best) strongest = key;
+        if (strength > best) {
+            strongest = key;
+        }
         best = std::max(best, strength);
     }
     return strongest;

@@ -75,7 +75,9 @@ std::string LoggingModule::Source() const {
               "        .code\n"
               "start:  LINK    0, 0\n"
               "        MOVE.L  R0, [FP+12]\n";
-    if (!ticks) source << "        CMP.L   R0, #11\n        BEQ     logged\n";
+    if (!ticks) {
+        source << "        CMP.L   R0, #11\n        BEQ     logged\n";
+    }
     source << "        MOVE.L  R4, #line\n"
               "        MOVE.L  R1, [FP+12]\n        CALL    hex\n"
               "        MOVE.L  R1, [FP+16]\n        CALL    hex\n"
@@ -115,7 +117,9 @@ HeadlessResult Play(const LoggingModule& module, const std::string& script,
 Messages LoggedMessages(const HeadlessResult& result) {
     Messages messages;
     const auto log = result.data.find("debug.log");
-    if (log == result.data.end()) return messages;
+    if (log == result.data.end()) {
+        return messages;
+    }
     std::istringstream lines(log->second);
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);

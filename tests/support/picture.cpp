@@ -13,7 +13,9 @@ constexpr u32 kNoColour = 0xFFFFFFFF;
 }  // namespace
 
 u32 Picture::At(u32 x, u32 y) const {
-    if (x >= width || y >= height) return kNoColour;
+    if (x >= width || y >= height) {
+        return kNoColour;
+    }
     const u8* const pixel = rgb.data() + size_t{3} * (size_t{y} * width + x);
     return static_cast<u32>(pixel[0]) << 16 | static_cast<u32>(pixel[1]) << 8 | pixel[2];
 }
@@ -22,7 +24,9 @@ u32 Picture::Colour(u32 x, u32 y, u32 columns, u32 rows) const {
     const u32 colour = At(x, y);
     for (u32 row = y; row < y + rows; ++row) {
         for (u32 column = x; column < x + columns; ++column) {
-            if (At(column, row) != colour) return kNoColour;
+            if (At(column, row) != colour) {
+                return kNoColour;
+            }
         }
     }
     return colour;

@@ -54,12 +54,16 @@ struct State {
 // Memory
 
 u8* Range(Machine& m, u32 address, u64 count) {
-    if (count == 0) return m.memory.data();
+    if (count == 0) {
+        return m.memory.data();
+    }
     const u64 topStart = (u64{1} << 32) - m.top.size();
     if (address >= topStart && u64{address} + count <= topStart + m.top.size()) {
         return m.top.data() + (address - topStart);
     }
-    if (u64{address} + count > m.memory.size()) throw Halt{Outcome::MemoryFault};
+    if (u64{address} + count > m.memory.size()) {
+        throw Halt{Outcome::MemoryFault};
+    }
     return m.memory.data() + address;
 }
 
@@ -67,7 +71,9 @@ u8* Range(Machine& m, u32 address, u64 count) {
 u64 Read(Machine& m, u32 address, u32 bytes) {
     const u8* from = Range(m, address, bytes);
     u64 value = 0;
-    for (u32 i = 0; i < bytes; ++i) value |= u64{from[i]} << (8 * i);
+    for (u32 i = 0; i < bytes; ++i) {
+        value |= u64{from[i]} << (8 * i);
+    }
     return value;
 }
 
@@ -77,7 +83,9 @@ u32 Read32(Machine& m, u32 address) {
 
 void Write(Machine& m, u32 address, u64 value, u32 bytes) {
     u8* to = Range(m, address, bytes);
-    for (u32 i = 0; i < bytes; ++i) to[i] = static_cast<u8>(value >> (8 * i));
+    for (u32 i = 0; i < bytes; ++i) {
+        to[i] = static_cast<u8>(value >> (8 * i));
+    }
 }
 
 // Nothing is copied unless both ranges lie in the image.
@@ -114,16 +122,24 @@ i64 Signed(u64 value, u32 size) {
 
 u8 FlagsOf(u64 value, u32 size) {
     u8 flags = 0;
-    if ((value & 1) != 0) flags |= kOddFlag;
-    if (Wrap(value, size) == 0) flags |= kZeroFlag;
-    if (Signed(value, size) < 0) flags |= kNegFlag;
+    if ((value & 1) != 0) {
+        flags |= kOddFlag;
+    }
+    if (Wrap(value, size) == 0) {
+        flags |= kZeroFlag;
+    }
+    if (Signed(value, size) < 0) {
+        flags |= kNegFlag;
+    }
     return flags;
 }
 
 // x86's conversion: everything that a 64-bit integer cannot hold becomes the most negative one.
 u64 TruncateToQuad(f64 value) {
     const f64 limit = 9223372036854775808.0;
-    if (!(value >= -limit && value < limit)) return u64{1} << 63;
+    if (!(value >= -limit && value < limit)) {
+        return u64{1} << 63;
+    }
     return static_cast<u64>(static_cast<i64>(value));
 }
 
@@ -198,7 +214,9 @@ u32 QuickSource(State& run, u32 field, u32 size) {
 
 u32 ImmediateSource(State& run, u32 size) {
     u64 value = NextExtensionWord(run);
-    if (size == 3) value |= u64{NextExtensionWord(run)} << 32;
+    if (size == 3) {
+        value |= u64{NextExtensionWord(run)} << 32;
+    }
     Write(run.m, kSlot, value, size == 3 ? 8 : 4);
     return kSlot;
 }
@@ -252,7 +270,9 @@ u32 OperandAddress(State& run, Way way, u32 w, u32 fieldAt, u32 size) {
 // A's extension word comes before B's. In form 5 a block push takes the word itself, which is `a`.
 Operands TwoOperands(State& run, u32 w, u32 size) {
     const Form* form = kForms;
-    while (form->code != (w & 31)) ++form;
+    while (form->code != (w & 31)) {
+        ++form;
+    }
     const u32 a = OperandAddress(run, form->a, w, form->aField, size);
     const u32 b = OperandAddress(run, form->b, w, form->bField, size);
     return {a, b};
@@ -294,19 +314,29 @@ enum Group : u32 {
 enum class Division { SignedQuotient, SignedRemainder, UnsignedQuotient, UnsignedRemainder };
 
 u64 Divide(Division kind, u64 a, u64 b, u32 size) {
-    if (b == 0) throw Halt{Outcome::DivisionError};
-    if (kind == Division::UnsignedQuotient) return a / b;
-    if (kind == Division::UnsignedRemainder) return a % b;
+    if (b == 0) {
+        throw Halt{Outcome::DivisionError};
+    }
+    if (kind == Division::UnsignedQuotient) {
+        return a / b;
+    }
+    if (kind == Division::UnsignedRemainder) {
+        return a % b;
+    }
     const i64 sa = Signed(a, size);
     const i64 sb = Signed(b, size);
     const i64 lowest = Signed(u64{1} << (BitsOf(size) - 1), size);
-    if (sa == lowest && sb == -1) throw Halt{Outcome::DivisionError};
+    if (sa == lowest && sb == -1) {
+        throw Halt{Outcome::DivisionError};
+    }
     return static_cast<u64>(kind == Division::SignedQuotient ? sa / sb : sa % sb);
 }
 
 template <class Real>
 Real Arithmetic(State& run, u32 group, Real a, Real b) {
-    if (std::isnan(a) && std::isnan(b)) run.m.nansMet = true;
+    if (std::isnan(a) && std::isnan(b)) {
+        run.m.nansMet = true;
+    }
     switch (group) {
         case kFadd: return a + b;
         case kFsub: return a - b;
@@ -323,7 +353,9 @@ void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
     }
     const u64 a = Read(run.m, o.a, BytesOf(size));
     const u64 b = Read(run.m, o.b, BytesOf(size));
-    if (group == kFcmp) return;  // it looks at its operands, and that is all
+    if (group == kFcmp) {
+        return;  // it looks at its operands, and that is all
+    }
     const u64 result = size == 2 ? BitsOfFloat(Arithmetic(run, group, FloatOf(a), FloatOf(b)))
                                  : BitsOfDouble(Arithmetic(run, group, DoubleOf(a), DoubleOf(b)));
     Write(run.m, o.a, result, BytesOf(size));
@@ -331,16 +363,22 @@ void FloatingPoint(State& run, u32 group, u32 size, Operands o) {
 
 void PushBlock(State& run, u32 w, u32 size, Operands o) {
     u32 n = o.a;
-    if ((w & 31) != 5) n = static_cast<u32>(Read(run.m, o.a, size == 0 ? 1 : 2));
+    if ((w & 31) != 5) {
+        n = static_cast<u32>(Read(run.m, o.a, size == 0 ? 1 : 2));
+    }
     const u64 lowest = u64{Read32(run.m, kStackLimit)} + 100;
-    if (n > run.sp || run.sp - n < lowest) StackOverflow(run);
+    if (n > run.sp || run.sp - n < lowest) {
+        StackOverflow(run);
+    }
     CopyBlock(run.m, run.sp - n, o.b, n);
     run.sp -= n;
 }
 
 void PeekBlock(State& run, u32 size, Operands o) {
     const u32 n = static_cast<u32>(Read(run.m, o.a, size == 0 ? 1 : 2));
-    if (Read32(run.m, kStackTop) < u64{run.sp} + n) StackOverflow(run);
+    if (Read32(run.m, kStackTop) < u64{run.sp} + n) {
+        StackOverflow(run);
+    }
     CopyBlock(run.m, o.b, run.sp, n);
 }
 
@@ -464,10 +502,14 @@ void OneOperandInstruction(State& run, u32 w) {
         }
         case kEPea: Push(run, e, 4); return;
         case kEExtz:
-            if (size < 3) Write(m, e, value(), 8);
+            if (size < 3) {
+                Write(m, e, value(), 8);
+            }
             return;
         case kEExts:
-            if (size < 3) Write(m, e, static_cast<u64>(Signed(value(), size)), 8);
+            if (size < 3) {
+                Write(m, e, static_cast<u64>(Signed(value(), size)), 8);
+            }
             return;
         case kEUtof: Write(m, e, BitsOfFloat(static_cast<f32>(value())), 8); return;
         case kEStof: Write(m, e, BitsOfFloat(static_cast<f32>(Signed(value(), size))), 8); return;
@@ -505,7 +547,9 @@ bool Holds(u32 condition, u8 flags) {
 }
 
 void BranchIf(State& run, u32 w) {
-    if (Holds((w >> 7) & 7, run.flags)) run.next = (w >> 10) * 4;
+    if (Holds((w >> 7) & 7, run.flags)) {
+        run.next = (w >> 10) * 4;
+    }
 }
 
 void TestAndBranch(State& run, u32 w) {
@@ -555,7 +599,9 @@ void Return(State& run, u32 w) {
     run.m.releaseFrameLocks(run.sp);
     run.fp = oldFP;
     run.next = returnAddress;
-    if (returnAddress == 0) throw Halt{Outcome::Returned};
+    if (returnAddress == 0) {
+        throw Halt{Outcome::Returned};
+    }
 }
 
 // The context is gathered before any of it is stored: previous chain, FP, PC, R0 .. R15.

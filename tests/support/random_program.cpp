@@ -55,7 +55,9 @@ void Put(Program& p, u32 address, u64 value, u32 bytes) {
 }
 
 void Emit(Program& p, u32 word) {
-    if (p.at + 4 > p.codeEnd) return;
+    if (p.at + 4 > p.codeEnd) {
+        return;
+    }
     Put(p, p.at, word, 4);
     p.at += 4;
 }
@@ -92,8 +94,12 @@ u32 Address(Program& p) {
 
 // An instruction, now and then an extension word or anything at all.
 u32 Target(Program& p) {
-    if (p.random.OneIn(400)) return p.random.Below(0x400000) * 4;
-    if (p.random.OneIn(40)) return kCode + 4 * p.random.Below((p.codeEnd - kCode) / 4);
+    if (p.random.OneIn(400)) {
+        return p.random.Below(0x400000) * 4;
+    }
+    if (p.random.OneIn(40)) {
+        return kCode + 4 * p.random.Below((p.codeEnd - kCode) / 4);
+    }
     return p.starts[p.random.Below(static_cast<u32>(p.starts.size()))];
 }
 
@@ -110,16 +116,22 @@ void EmitLongTarget(Program& p) {
 
 void ChooseTargets(Program& p) {
     for (const u32 at : p.branches) {
-        if (at + 4 > p.codeEnd) continue;
+        if (at + 4 > p.codeEnd) {
+            continue;
+        }
         u32 word = 0;
         std::memcpy(&word, &p.image[at], 4);
         Put(p, at, (word & 1023) | Target(p) / 4 << 10, 4);
     }
     for (const u32 at : p.longTargets) {
-        if (at + 4 <= p.codeEnd) Put(p, at, Target(p), 4);
+        if (at + 4 <= p.codeEnd) {
+            Put(p, at, Target(p), 4);
+        }
     }
     for (u32 at = (p.codeEnd + 3) / 4 * 4; at + 4 <= p.stackLimit; at += 4) {
-        if (p.random.OneIn(4)) Put(p, at, Target(p), 4);
+        if (p.random.OneIn(4)) {
+            Put(p, at, Target(p), 4);
+        }
     }
 }
 
@@ -217,7 +229,9 @@ void EmitExtra(Program& p, Extra extra, u32 size) {
         case Extra::Immediate: {
             const u64 number = Number(p);
             Emit(p, static_cast<u32>(number));
-            if (size == 3) Emit(p, static_cast<u32>(number >> 32));
+            if (size == 3) {
+                Emit(p, static_cast<u32>(number >> 32));
+            }
             return;
         }
     }
@@ -240,18 +254,25 @@ u32 LowField(Program& p, u32 form) {
 }
 
 u32 HighField(Program& p, u32 form) {
-    if (form == 1 || form == 30) return p.random.Below(16);  // a quick value
+    if (form == 1 || form == 30) {
+        return p.random.Below(16);  // a quick value
+    }
     return form == 10 || form == 18 ? BaseRegister(p) : ValueRegister(p);
 }
 
 void EmitTwoOperands(Program& p) {
     const FormShape& form = kForms[p.random.Below(std::size(kForms))];
     u32 operation = p.random.Below(96);
-    if (p.random.OneIn(12)) operation = p.random.Between(120, 127);
-    if (p.random.OneIn(60)) operation = p.random.Between(96, 119);
+    if (p.random.OneIn(12)) {
+        operation = p.random.Between(120, 127);
+    }
+    if (p.random.OneIn(60)) {
+        operation = p.random.Between(96, 119);
+    }
     // Divisions often end a program early.
-    if ((operation < 8 || (operation >= 12 && operation < 20)) && !p.random.OneIn(3))
+    if ((operation < 8 || (operation >= 12 && operation < 20)) && !p.random.OneIn(3)) {
         operation = 24;
+    }
     u32 w = form.code | operation << 9;
     w |= (form.code == 23 || form.code == 29 ? p.random.Below(16) : LowField(p, form.code)) << 5;
     w |= form.frame ? FrameField(p) : (HighField(p, form.code) | p.random.Below(4096) << 4) << 16;
@@ -267,8 +288,12 @@ void EmitTwoOperands(Program& p) {
 
 void EmitOneOperand(Program& p) {
     u32 operation = p.random.Below(72);
-    if (p.random.OneIn(50)) operation = p.random.Between(72, 127);
-    if (operation >= 28 && operation < 32 && !p.random.OneIn(20)) operation = 16;
+    if (p.random.OneIn(50)) {
+        operation = p.random.Between(72, 127);
+    }
+    if (operation >= 28 && operation < 32 && !p.random.OneIn(20)) {
+        operation = 16;
+    }
     switch (p.random.Below(4)) {
         case 0:
             Emit(p, 108 | operation << 8 | BaseRegister(p) << 16);
@@ -315,7 +340,9 @@ void EmitPush(Program& p) {
     if (code == 116 || code == 372 || code == 628 || code == 884) {
         Emit(p, static_cast<u32>(Number(p)));
     }
-    if (code == 884) Emit(p, static_cast<u32>(Number(p)));
+    if (code == 884) {
+        Emit(p, static_cast<u32>(Number(p)));
+    }
 }
 
 void EmitCallOrFrame(Program& p) {
@@ -374,28 +401,46 @@ void FillRegisters(Program& p) {
     for (u32 r = 0; r < 16; ++r) {
         const bool pointer = r < 6 || r == 15;
         u64 value = pointer ? DataAddress(p) : Number(p);
-        if (pointer && p.kind != ProgramKind::Any && p.random.OneIn(2)) value = Address(p);
-        if (pointer && p.random.OneIn(3)) value |= p.random.Next() << 32;
-        if (p.random.OneIn(12)) value = Target(p);
-        if (p.random.OneIn(10)) value = p.random.Between(120, 264);  // the header's words
-        if (r >= 6 && r <= 8 && !p.random.OneIn(4)) value = u64{4} * p.random.Below(8);
+        if (pointer && p.kind != ProgramKind::Any && p.random.OneIn(2)) {
+            value = Address(p);
+        }
+        if (pointer && p.random.OneIn(3)) {
+            value |= p.random.Next() << 32;
+        }
+        if (p.random.OneIn(12)) {
+            value = Target(p);
+        }
+        if (p.random.OneIn(10)) {
+            value = p.random.Between(120, 264);  // the header's words
+        }
+        if (r >= 6 && r <= 8 && !p.random.OneIn(4)) {
+            value = u64{4} * p.random.Below(8);
+        }
         Put(p, 8 + 8 * r, value, 8);
     }
 }
 
 void FillHeader(Program& p) {
-    for (u32 i = 0; i < 512; ++i) p.image[i] = 0;
+    for (u32 i = 0; i < 512; ++i) {
+        p.image[i] = 0;
+    }
     FillRegisters(p);
     u32 sp = p.stackTop - 24 - p.random.Below(64);
     // A stack in the header: pushes and calls write over PC, SP, FP and the flags.
-    if (p.random.OneIn(25)) sp = p.random.Between(130, 300);
-    if (p.kind == ProgramKind::Faulting && p.random.OneIn(4)) sp = p.random.Between(500, 1600);
+    if (p.random.OneIn(25)) {
+        sp = p.random.Between(130, 300);
+    }
+    if (p.kind == ProgramKind::Faulting && p.random.OneIn(4)) {
+        sp = p.random.Between(500, 1600);
+    }
     Put(p, 136, kCode, 4);
     Put(p, 144, p.stackTop, 4);
     Put(p, 152, p.stackLimit, 4);
     Put(p, 160, sp, 4);
     u32 fp = p.stackTop - 200;
-    if (p.random.OneIn(10)) fp = p.random.OneIn(2) ? Address(p) : p.random.Between(100, 280);
+    if (p.random.OneIn(10)) {
+        fp = p.random.OneIn(2) ? Address(p) : p.random.Between(100, 280);
+    }
     Put(p, 168, fp, 4);
     Put(p, 176, p.random.OneIn(2) ? p.stackTop - 400 : 0, 4);
     Put(p, 184, p.random.OneIn(20) ? Number(p) : p.random.Below(40), 4);
@@ -429,7 +474,9 @@ std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
         p.image[i] = static_cast<u8>((r & 0x300) == 0 ? 0 : r);
     }
     p.starts.push_back(p.at);
-    if (!p.random.OneIn(5)) Emit(p, 340 | p.random.Below(6) << 10 | p.random.Below(40) << 14);
+    if (!p.random.OneIn(5)) {
+        Emit(p, 340 | p.random.Below(6) << 10 | p.random.Below(40) << 14);
+    }
     while (p.at < p.codeEnd) {
         p.starts.push_back(p.at);
         EmitInstruction(p);
@@ -437,7 +484,9 @@ std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
     // Words of the data are code addresses, for jumps through memory.
     ChooseTargets(p);
     FillHeader(p);
-    if (!p.random.OneIn(12)) Put(p, p.codeEnd - 4, 596 | p.random.Below(6) << 10, 4);
+    if (!p.random.OneIn(12)) {
+        Put(p, p.codeEnd - 4, 596 | p.random.Below(6) << 10, 4);
+    }
     return p.image;
 }
 

@@ -9,13 +9,17 @@ namespace {
 
 std::string Little(u32 value, u32 count) {
     std::string bytes;
-    for (u32 i = 0; i < count; i++) bytes += static_cast<char>(value >> (8 * i));
+    for (u32 i = 0; i < count; i++) {
+        bytes += static_cast<char>(value >> (8 * i));
+    }
     return bytes;
 }
 
 std::string Big(u32 value, u32 count) {
     std::string bytes;
-    for (u32 i = count; i-- > 0;) bytes += static_cast<char>(value >> (8 * i));
+    for (u32 i = count; i-- > 0;) {
+        bytes += static_cast<char>(value >> (8 * i));
+    }
     return bytes;
 }
 
@@ -23,7 +27,9 @@ std::string Big(u32 value, u32 count) {
 
 std::string Bytes(const std::vector<int>& values) {
     std::string bytes;
-    for (const int value : values) bytes += static_cast<char>(value);
+    for (const int value : values) {
+        bytes += static_cast<char>(value);
+    }
     return bytes;
 }
 
@@ -37,7 +43,9 @@ std::string MidiTrack(const std::string& events) {
 
 std::string MidiFile(u32 format, u32 division, const std::vector<std::string>& trackEvents) {
     std::string file = MidiHeader(format, static_cast<u32>(trackEvents.size()), division);
-    for (const std::string& events : trackEvents) file += MidiTrack(events);
+    for (const std::string& events : trackEvents) {
+        file += MidiTrack(events);
+    }
     return file;
 }
 

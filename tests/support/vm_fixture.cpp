@@ -25,7 +25,9 @@ VmFiles vmFiles;
 namespace {
 
 void AppendToTestLog(std::string_view bytes) {
-    if (!vmFiles.refuseAll) vmFiles.contents["debug.log"] += bytes;
+    if (!vmFiles.refuseAll) {
+        vmFiles.contents["debug.log"] += bytes;
+    }
 }
 
 void PutLong(std::string& bytes, size_t offset, u32 value) {
@@ -55,13 +57,17 @@ void EndVmBench() {
 }
 
 bool LoadTestModule() {
-    if (!vmFiles.contents.contains("MAIN.MX")) return LoadModule({});
+    if (!vmFiles.contents.contains("MAIN.MX")) {
+        return LoadModule({});
+    }
     size_t position = 0;
     return LoadModule([&position](void* bytes, u32 count) {
         vmEvents.reads.push_back(count);
         const std::string& file = vmFiles.contents["MAIN.MX"];
         const size_t taken = std::min<size_t>(file.size() - position, count);
-        if (taken != 0) std::memcpy(bytes, file.data() + position, taken);
+        if (taken != 0) {
+            std::memcpy(bytes, file.data() + position, taken);
+        }
         position += taken;
         return static_cast<u32>(taken);
     });
@@ -117,7 +123,9 @@ std::string StandardError::Text() {
     off_t position = 0;
     for (;;) {
         const ssize_t got = pread(file, buffer, sizeof buffer, position);
-        if (got <= 0) return text;
+        if (got <= 0) {
+            return text;
+        }
         text.append(buffer, static_cast<size_t>(got));
         position += got;
     }

@@ -24,7 +24,9 @@ struct Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     ~Connection() {
-        if (display != nullptr) XCloseDisplay(display);
+        if (display != nullptr) {
+            XCloseDisplay(display);
+        }
     }
 };
 }  // namespace
@@ -36,13 +38,17 @@ static int IgnoreError(Display*, XErrorEvent*) {
 
 void DestroyX11Window(unsigned long window) {
     const Connection x;
-    if (x.display != nullptr) XDestroyWindow(x.display, window);
+    if (x.display != nullptr) {
+        XDestroyWindow(x.display, window);
+    }
 }
 
 void PaintX11Window(unsigned long window, int x, int y, int width, int height, unsigned colour) {
     const Connection connection;
     Display* display = connection.display;
-    if (display == nullptr) return;
+    if (display == nullptr) {
+        return;
+    }
     const GC context = XCreateGC(display, window, 0, nullptr);
     XSetForeground(display, context, colour);
     XFillRectangle(display, window, context, x, y, static_cast<unsigned>(width),
@@ -53,9 +59,13 @@ void PaintX11Window(unsigned long window, int x, int y, int width, int height, u
 
 unsigned X11Pixel(unsigned long window, int x, int y) {
     const Connection connection;
-    if (connection.display == nullptr) return 0;
+    if (connection.display == nullptr) {
+        return 0;
+    }
     XImage* image = XGetImage(connection.display, window, x, y, 1, 1, AllPlanes, ZPixmap);
-    if (image == nullptr) return 0;
+    if (image == nullptr) {
+        return 0;
+    }
     const unsigned long pixel = XGetPixel(image, 0, 0);
     XDestroyImage(image);
     return static_cast<unsigned>(pixel & 0xFFFFFF);
@@ -63,14 +73,20 @@ unsigned X11Pixel(unsigned long window, int x, int y) {
 
 long OtherX11Pixels(unsigned long window, int width, int height, unsigned colour) {
     const Connection connection;
-    if (connection.display == nullptr) return -1;
+    if (connection.display == nullptr) {
+        return -1;
+    }
     XImage* image = XGetImage(connection.display, window, 0, 0, static_cast<unsigned>(width),
                               static_cast<unsigned>(height), AllPlanes, ZPixmap);
-    if (image == nullptr) return -1;
+    if (image == nullptr) {
+        return -1;
+    }
     long others = 0;
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            if ((XGetPixel(image, x, y) & 0xFFFFFF) != colour) ++others;
+            if ((XGetPixel(image, x, y) & 0xFFFFFF) != colour) {
+                ++others;
+            }
         }
     }
     XDestroyImage(image);
@@ -81,9 +97,13 @@ long OtherX11Pixels(unsigned long window, int width, int height, unsigned colour
 static bool SendKey(Display* display, unsigned code, bool down) {
     using FakeKeyEvent = int(Display*, unsigned, int, unsigned long);
     static void* const library = dlopen("libXtst.so.6", RTLD_LAZY);
-    if (library == nullptr) return false;
+    if (library == nullptr) {
+        return false;
+    }
     static auto* const send = reinterpret_cast<FakeKeyEvent*>(dlsym(library, "XTestFakeKeyEvent"));
-    if (send == nullptr) return false;
+    if (send == nullptr) {
+        return false;
+    }
     send(display, code, down ? True : False, CurrentTime);
     XSync(display, False);
     return true;
@@ -97,24 +117,34 @@ bool PressX11Key(unsigned code) {
 
 bool PressX11Keys(const std::vector<unsigned>& codes) {
     const Connection x;
-    if (x.display == nullptr) return false;
-    for (const unsigned code : codes) {
-        if (!SendKey(x.display, code, true)) return false;
+    if (x.display == nullptr) {
+        return false;
     }
-    for (std::size_t i = codes.size(); i > 0; --i) SendKey(x.display, codes[i - 1], false);
+    for (const unsigned code : codes) {
+        if (!SendKey(x.display, code, true)) {
+            return false;
+        }
+    }
+    for (std::size_t i = codes.size(); i > 0; --i) {
+        SendKey(x.display, codes[i - 1], false);
+    }
     return true;
 }
 
 void UseX11Layout(unsigned layout) {
     const Connection x;
-    if (x.display == nullptr) return;
+    if (x.display == nullptr) {
+        return;
+    }
     XkbLockGroup(x.display, XkbUseCoreKbd, layout);
     XSync(x.display, False);
 }
 
 void MaximizeX11Window(unsigned long window, bool maximized) {
     const Connection x;
-    if (x.display == nullptr) return;
+    if (x.display == nullptr) {
+        return;
+    }
     XEvent event = {};
     event.xclient.type = ClientMessage;
     event.xclient.window = window;
@@ -133,7 +163,9 @@ void MaximizeX11Window(unsigned long window, bool maximized) {
 
 void CloseX11Window(unsigned long window) {
     const Connection x;
-    if (x.display == nullptr) return;
+    if (x.display == nullptr) {
+        return;
+    }
     XEvent event = {};
     event.xclient.type = ClientMessage;
     event.xclient.window = window;
@@ -149,26 +181,36 @@ long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colo
     using Clock = std::chrono::steady_clock;
     const Connection connection;
     Display* display = connection.display;
-    if (display == nullptr) return -1;
+    if (display == nullptr) {
+        return -1;
+    }
     const Clock::time_point start = Clock::now();
-    if (!SendKey(display, code, true)) return -1;
+    if (!SendKey(display, code, true)) {
+        return -1;
+    }
     Clock::duration passed{};
     bool changed = false;
     while (!changed && passed < std::chrono::seconds(2)) {
         XImage* image = XGetImage(display, window, x, y, 1, 1, AllPlanes, ZPixmap);
         passed = Clock::now() - start;
-        if (image == nullptr) break;
+        if (image == nullptr) {
+            break;
+        }
         changed = (XGetPixel(image, 0, 0) & 0xFFFFFF) != colour;
         XDestroyImage(image);
     }
     SendKey(display, code, false);
-    if (!changed) return -1;
+    if (!changed) {
+        return -1;
+    }
     return std::chrono::duration_cast<std::chrono::nanoseconds>(passed).count();
 }
 
 static void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int largestWidth,
                          int largestHeight) {
-    if (largestWidth == 0) return;
+    if (largestWidth == 0) {
+        return;
+    }
     XWindowChanges changes = {};
     changes.x = request.x;
     changes.y = request.y;
@@ -181,7 +223,9 @@ static void ApplyRequest(Display* display, const XConfigureRequestEvent& request
 
 [[noreturn]] static void Manage(int ready, int largestWidth, int largestHeight) {
     Display* display = XOpenDisplay(nullptr);
-    if (display == nullptr) _exit(1);
+    if (display == nullptr) {
+        _exit(1);
+    }
     static bool refused;
     refused = false;
     XSetErrorHandler([](Display*, XErrorEvent*) {
@@ -191,7 +235,9 @@ static void ApplyRequest(Display* display, const XConfigureRequestEvent& request
     XSelectInput(display, DefaultRootWindow(display),
                  SubstructureRedirectMask | SubstructureNotifyMask);
     XSync(display, False);
-    if (refused || write(ready, "r", 1) != 1) _exit(1);
+    if (refused || write(ready, "r", 1) != 1) {
+        _exit(1);
+    }
     XSetErrorHandler(IgnoreError);
     for (;;) {
         XEvent event;
@@ -208,9 +254,13 @@ static void ApplyRequest(Display* display, const XConfigureRequestEvent& request
 
 pid_t StartStrictManager(int largestWidth, int largestHeight) {
     int ends[2];
-    if (pipe(ends) != 0) return -1;
+    if (pipe(ends) != 0) {
+        return -1;
+    }
     const pid_t child = fork();
-    if (child == 0) Manage(ends[1], largestWidth, largestHeight);
+    if (child == 0) {
+        Manage(ends[1], largestWidth, largestHeight);
+    }
     close(ends[1]);
     char c = 0;
     const bool ready = read(ends[0], &c, 1) == 1;

@@ -57,7 +57,9 @@ std::string ZipOf(const std::vector<ZipEntry>& entries) {
         Add32(central, 0x02014B50);
         Add16(central, 3 << 8 | 20);  // made on a Unix system
         AddCommon(central, entry, sums);
-        for (int i = 0; i < 3; ++i) Add16(central, 0);
+        for (int i = 0; i < 3; ++i) {
+            Add16(central, 0);
+        }
         Add32(central, entry.attributes);
         Add32(central, offset);
         central += entry.name;

@@ -25,7 +25,9 @@ std::string At(u32 time, const std::string& lines) {
     for (size_t at = 0; (at = script.find("# ", at)) != std::string::npos;) {
         script.replace(at, 2, std::to_string(time) + " ");
     }
-    if (script.back() != '\n') script += '\n';
+    if (script.back() != '\n') {
+        script += '\n';
+    }
     return script;
 }
 
@@ -304,7 +306,9 @@ TEST(PanelChoices, ResetAsksFirst) {
     const std::string press = At(400, "key-down 30 \"\\x09\"\n# key-up 30 \"\\x09\"\n");
     // Backwards: over the tabs to the end of the order, which is Reset.
     std::string script = At(300, kOpen);
-    for (int i = 0; i < 6; ++i) script += At(310, "modifiers shift\n# " + kTab + "# modifiers");
+    for (int i = 0; i < 6; ++i) {
+        script += At(310, "modifiers shift\n# " + kTab + "# modifiers");
+    }
     EXPECT_EQ(PlaySession(script + At(400, kReturn) + At(500, kEscapeKey), {}, file).preferences,
               file);
     EXPECT_EQ(
@@ -349,7 +353,9 @@ TEST(PanelChoices, KeysOfTheMenuAreNotMapped) {
 
 TEST(PanelChoices, AControlOfTheGamepadIsChosenFromAListOrByAKey) {
     std::string script = At(300, kOpen) + At(310, Key("73", "\\x01"));
-    for (int i = 0; i < 4; ++i) script += At(320, kRight);
+    for (int i = 0; i < 4; ++i) {
+        script += At(320, kRight);
+    }
     script += At(330, kTab + "# " + kTab) + At(340, kReturn);
     EXPECT_EQ(PlaySession(script + At(350, Key("0F", "r")) + At(400, kEscapeKey)).preferences,
               "pad.a = r\n");
@@ -362,7 +368,9 @@ TEST(PanelChoices, AControlOfTheGamepadIsChosenFromAListOrByAKey) {
 TEST(PanelChoices, TheFolderOfScreenshotsIsTyped) {
     std::string script =
         At(300, kOpen) + At(310, Key("73", "\\x01")) + At(320, kRight + "# " + kRight);
-    for (int i = 0; i < 6; ++i) script += At(330, kTab);
+    for (int i = 0; i < 6; ++i) {
+        script += At(330, kTab);
+    }
     script += At(340, Key("2C", "/") + "# " + Key("00", "a") + "# " + Key("0B", "b") + "# " +
                           Key("33", "\\x08"));
     EXPECT_EQ(PlaySession(script + At(400, kEscapeKey)).preferences, "screenshot-folder = /a\n");
@@ -426,7 +434,9 @@ TEST(PanelPicture, EveryControlCanBeReachedAndHasAName) {
         for (u32 page = 0; page < 5; ++page) {
             std::string script = At(10, std::string("resize ") + size) + At(300, kOpen) +
                                  At(310, Key("73", "\\x01"));
-            for (u32 i = 0; i < page; ++i) script += At(320, kRight);
+            for (u32 i = 0; i < page; ++i) {
+                script += At(320, kRight);
+            }
             for (u32 steps = 0;; ++steps) {
                 const std::string controls = PlaySession(script).controls;
                 ASSERT_NE(controls, "");
@@ -434,12 +444,16 @@ TEST(PanelPicture, EveryControlCanBeReachedAndHasAName) {
                 u32 focused = 0;
                 for (std::string line; std::getline(lines, line);) {
                     EXPECT_EQ(line.find(" \"\""), std::string::npos) << line;
-                    if (line.find(" focused") == std::string::npos) continue;
+                    if (line.find(" focused") == std::string::npos) {
+                        continue;
+                    }
                     ++focused;
                     EXPECT_EQ(line.find("out-of-view"), std::string::npos) << size << ": " << line;
                 }
                 EXPECT_EQ(focused, 1u) << controls;
-                if (steps == 1) break;
+                if (steps == 1) {
+                    break;
+                }
                 // From the chosen tab round to the last control.
                 script += At(330, Key("77", "\\x04"));
             }

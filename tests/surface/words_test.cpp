@@ -30,7 +30,9 @@ std::set<std::string> TextsOfSource() {
                 const std::regex seam(R"("\s*")");
                 std::string text = std::regex_replace((*found)[2].str(), seam, "");
                 text = text.substr(1, text.find_last_of('"') - 1);
-                if (!text.empty()) texts.insert(text);
+                if (!text.empty()) {
+                    texts.insert(text);
+                }
             }
         }
     }
@@ -47,8 +49,12 @@ std::map<std::string, std::string> Entries(const std::string& language) {
             const size_t from = line.find('"') + 1;
             return line.substr(from, line.find_last_of('"') - from);
         };
-        if (line.rfind("msgid ", 0) == 0) id = quoted();
-        if (line.rfind("msgstr ", 0) == 0 && !id.empty()) entries[id] = quoted();
+        if (line.rfind("msgid ", 0) == 0) {
+            id = quoted();
+        }
+        if (line.rfind("msgstr ", 0) == 0 && !id.empty()) {
+            entries[id] = quoted();
+        }
         EXPECT_EQ(line.find("fuzzy"), std::string::npos) << language << ": " << line;
     }
     return entries;
@@ -56,7 +62,9 @@ std::map<std::string, std::string> Entries(const std::string& language) {
 
 size_t Count(const std::string& text, const std::string& what) {
     size_t count = 0;
-    for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; ++at) ++count;
+    for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; ++at) {
+        ++count;
+    }
     return count;
 }
 
@@ -80,7 +88,9 @@ TEST(Catalogues, TranslateEveryTextAndNothingElse) {
 
 // The title and the first tab of the panel in the real program, with these variables set.
 std::string PanelIn(const std::vector<std::pair<const char*, const char*>>& variables) {
-    for (const auto& [name, value] : variables) setenv(name, value, 1);
+    for (const auto& [name, value] : variables) {
+        setenv(name, value, 1);
+    }
     const TemporaryFolder folder;
     WriteGame(folder.path + "/game", LoggingModule().Source());
     WriteTextFile(folder.path + "/script",
@@ -89,7 +99,9 @@ std::string PanelIn(const std::vector<std::pair<const char*, const char*>>& vari
         "moxi",
         {"--headless", "--script", "script", "--dump-ui", "ui", "--data-folder", "data", "game"},
         folder.path);
-    for (const auto& [name, value] : variables) unsetenv(name);
+    for (const auto& [name, value] : variables) {
+        unsetenv(name);
+    }
     const std::string controls = ReadTextFile(folder.path + "/ui");
     return controls.substr(0, controls.find(" at "));
 }

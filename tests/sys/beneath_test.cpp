@@ -48,7 +48,9 @@ class Beneath : public testing::TestWithParam<Resolution> {
     // What a name leads to: a file's text, or the error.
     std::string Read(const std::string& name, int flags = O_RDONLY) const {
         const int file = OpenBeneath(folder, name.c_str(), flags);
-        if (file < 0) return std::strerror(errno);
+        if (file < 0) {
+            return std::strerror(errno);
+        }
         char text[100];
         const ssize_t size = read(file, text, sizeof text);
         const std::string problem = size < 0 ? std::strerror(errno) : "";
@@ -192,7 +194,9 @@ TEST(BeneathBothWays, GiveTheSameAnswerForAnyName) {
         std::string name;
         for (auto parts = random() % 6; parts > 0; --parts) {
             name += kParts[random() % 10];
-            if (parts > 1 || random() % 4 == 0) name += "/";
+            if (parts > 1 || random() % 4 == 0) {
+                name += "/";
+            }
         }
         const std::string byKernel = answer(name, Resolution::Beneath);
         EXPECT_EQ(answer(name, Resolution::BeneathByWalking), byKernel) << name;

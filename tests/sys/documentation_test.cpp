@@ -13,7 +13,9 @@ const std::string kPage = MOXI_SOURCE_DIR "/docs/system-services.md";
 
 TEST(Documentation, EveryServiceOfTheseGroupsHasAnExample) {
     std::string all;
-    for (const std::string& example : ExamplesOf(kPage)) all += example;
+    for (const std::string& example : ExamplesOf(kPage)) {
+        all += example;
+    }
     const std::pair<u32, u32> ranges[] = {{0x0000, 0x000F}, {0x0200, 0x0202}, {0x0300, 0x0305},
                                           {0x030A, 0x030E}, {0x0800, 0x0810}, {0x0900, 0x0904}};
     for (const auto& [first, last] : ranges) {

@@ -22,9 +22,13 @@ bool Fails(Kind kind) {
 
 void InstallFaults() {
     systemCalls.open = [](int folder, const char* name, int flags) -> std::FILE* {
-        if (Fails(kOpen)) return nullptr;
+        if (Fails(kOpen)) {
+            return nullptr;
+        }
         std::FILE* const stream = OpenStreamBeneath(folder, name, flags);
-        if (stream != nullptr) openStreams++;
+        if (stream != nullptr) {
+            openStreams++;
+        }
         return stream;
     };
     systemCalls.close = [](std::FILE* stream) {
@@ -41,7 +45,9 @@ void InstallFaults() {
         return Fails(kSeek) ? -1 : fseeko(stream, offset, origin);
     };
     systemCalls.allocate = [](std::size_t size) -> void* {
-        if (Fails(kAllocate)) return nullptr;
+        if (Fails(kAllocate)) {
+            return nullptr;
+        }
         blocks++;
         return std::malloc(size);
     };
@@ -119,7 +125,9 @@ TEST_F(Faults, EveryCallThatFailsGivesItsResultAndLeaksNothing) {
     for (const Outcome& outcome : normal) {
         EXPECT_NE(outcome.result, outcome.failure) << outcome.what;
     }
-    for (const int count : counts) EXPECT_GT(count, 1);
+    for (const int count : counts) {
+        EXPECT_GT(count, 1);
+    }
     const std::string newSettings = ReadTestFile(DataPath("SET.INI"));
     EXPECT_GT(newSettings.size(), 10000u);
 

@@ -149,7 +149,9 @@ TEST_F(Files, NamesAreBytesAndPassThroughUnchanged) {
 TEST_F(Files, NamesThatDoNotFitThePathAreNotFoundAndMakeNothing) {
     for (const std::size_t length : {std::size_t{1024}, std::size_t{5000}}) {
         std::string name;
-        while (name.size() < length) name += "folder/";
+        while (name.size() < length) {
+            name += "folder/";
+        }
         EXPECT_EQ(Open(name, 0x8000), 0xFFFFFFFFu);
         EXPECT_EQ(Open(name, 0x8302), 0xFFFFFFFFu);
         EXPECT_EQ(Call(0x0006, {Text(name)}), 0xFFFFFFFFu);
@@ -181,7 +183,9 @@ TEST_F(Files, AFolderOpenedForReadingHasNothingToRead) {
 // --- Handles
 
 TEST_F(Files, ASlotBelowTheTopIsNotReusedUntilTheSlotsAboveItAreClosed) {
-    for (u32 i = 0; i < 3; i++) EXPECT_EQ(Open("A", 0x8302), i);
+    for (u32 i = 0; i < 3; i++) {
+        EXPECT_EQ(Open("A", 0x8302), i);
+    }
     Close(1);
     EXPECT_EQ(Open("A", 0x8302), 3u);
     Close(3);
@@ -191,7 +195,9 @@ TEST_F(Files, ASlotBelowTheTopIsNotReusedUntilTheSlotsAboveItAreClosed) {
 
 TEST_F(Files, AClosedSlotBelowTheTopIsABadHandle) {
     WriteTestFile(DataPath("A"), "data");
-    for (u32 i = 0; i < 3; i++) Open("A", 0x8000);
+    for (u32 i = 0; i < 3; i++) {
+        Open("A", 0x8000);
+    }
     Close(1);
     EXPECT_EQ(Read(1, 4), "");
     EXPECT_EQ(Write(1, "x"), 0u);
@@ -214,7 +220,9 @@ TEST_F(Files, BadHandlesAreHarmless) {
 
 TEST_F(Files, The97thOpenIsRefusedAndChangesNothing) {
     WriteTestFile(DataPath("B"), "keep");
-    for (u32 i = 0; i < 96; i++) EXPECT_EQ(Open("A", 0x8302), i);
+    for (u32 i = 0; i < 96; i++) {
+        EXPECT_EQ(Open("A", 0x8302), i);
+    }
     EXPECT_EQ(Open("B", 0x8302), 0xFFFFFFFFu);
     EXPECT_EQ(Open("B", 0x8000), 0xFFFFFFFFu);
     EXPECT_EQ(Open("S/C", 0x8302), 0xFFFFFFFFu);
@@ -370,7 +378,9 @@ TEST_F(Files, AFolderIsOfKind2) {
 
 TEST_F(Files, TheSizeOfAFileBeyond4GiBIsItsLow32Bits) {
     WriteTestFile(DataPath("A"), "");
-    if (truncate(DataPath("A").c_str(), (off_t{1} << 32) + 5) != 0) GTEST_SKIP();
+    if (truncate(DataPath("A").c_str(), (off_t{1} << 32) + 5) != 0) {
+        GTEST_SKIP();
+    }
     EXPECT_EQ(Call(0x0009, {Text("A")}), 5u);
     Open("A", 0x8000);
     EXPECT_EQ(Call(0x0004, {0, 0, 2}), 5u);
@@ -558,10 +568,14 @@ TEST_F(Files, WhenDebugLogDoesNotExistItIsCreatedByTheFirstLineWritten) {
 }
 
 TEST_F(Files, DebugLogStaysOpenAfterNoLineSoThatAllHandlesAreLeft) {
-    for (u32 i = 0; i < 2 * kMaximalOpenFiles; ++i) AppendToDebugLog("x");
+    for (u32 i = 0; i < 2 * kMaximalOpenFiles; ++i) {
+        AppendToDebugLog("x");
+    }
     EXPECT_EQ(ReadTestFile(DataPath("debug.log")),
               std::string(std::size_t{2} * kMaximalOpenFiles, 'x'));
-    for (u32 i = 0; i < kMaximalOpenFiles; ++i) EXPECT_EQ(OpenFile("debug.log", kOpenRead), i);
+    for (u32 i = 0; i < kMaximalOpenFiles; ++i) {
+        EXPECT_EQ(OpenFile("debug.log", kOpenRead), i);
+    }
     EXPECT_EQ(OpenFile("debug.log", kOpenRead), kNoFile);
 }
 

@@ -45,8 +45,9 @@ TEST_F(Quota, AWriteThatPassesTheLimitComesShortAsOnAFullDisk) {
 }
 
 TEST_F(Quota, ExactlyTheLimitFitsInManyWrites) {
-    for (u32 i = 0; i < 100; i++)
+    for (u32 i = 0; i < 100; i++) {
         ASSERT_EQ(Put(("D/" + std::to_string(i)).c_str(), 100), 100u) << i;
+    }
     EXPECT_EQ(Put("MORE", 1), 0u);
 }
 
@@ -84,7 +85,9 @@ TEST_F(Quota, RoomThatSomebodyElseMadeIsFoundAfterSomeTries) {
     EXPECT_EQ(WriteFile(file, "x", 1), 0u);
     fs::remove(DataPath("A.DAT"));
     u32 written = 0;
-    for (u32 tries = 0; tries < 100; tries++) written += WriteFile(file, "x", 1);
+    for (u32 tries = 0; tries < 100; tries++) {
+        written += WriteFile(file, "x", 1);
+    }
     CloseFile(file);
     EXPECT_GT(written, 30u);
 }
@@ -98,7 +101,9 @@ TEST_F(Quota, EmptyFilesAndFoldersAreBoundedInNumber) {
         ASSERT_EQ(i % 2 == 0 ? Put(name.c_str(), 0) : MakeFolder(name.c_str()), 0u) << i;
     }
     // With D they are 513.
-    for (u32 i = 513; i < 1024; ++i) ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    for (u32 i = 513; i < 1024; ++i) {
+        ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    }
     EXPECT_EQ(OpenFile("MORE", kOpenCreate), kNoFile);
     EXPECT_EQ(MakeFolder("MORE"), kNoFile);
     EXPECT_EQ(OpenFile("NEW/MORE", kOpenCreate), kNoFile);
@@ -116,14 +121,18 @@ TEST_F(Quota, EmptyFilesAndFoldersAreBoundedInNumber) {
 }
 
 TEST_F(Quota, AFileInAFolderThatIsJustFullIsWrittenAgainWithoutAWord) {
-    for (u32 i = 0; i < 1024; ++i) ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    for (u32 i = 0; i < 1024; ++i) {
+        ASSERT_EQ(Put(std::to_string(i).c_str(), 0), 0u) << i;
+    }
     testing::internal::CaptureStderr();
     EXPECT_EQ(Put("600", 9), 9u);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(Quota, AFileThatIsWrittenAgainAndAgainIsOne) {
-    for (u32 i = 0; i < 3000; ++i) ASSERT_EQ(Put("SAVE", 0), 0u) << i;
+    for (u32 i = 0; i < 3000; ++i) {
+        ASSERT_EQ(Put("SAVE", 0), 0u) << i;
+    }
 }
 
 TEST_F(Quota, ALargerFolderMayHoldMoreFiles) {
@@ -133,7 +142,9 @@ TEST_F(Quota, ALargerFolderMayHoldMoreFiles) {
 
 TEST_F(Quota, NoFolderIsTooDeepToBeCounted) {
     std::string way;
-    for (u32 i = 0; i < 200; ++i) way += "a/";
+    for (u32 i = 0; i < 200; ++i) {
+        way += "a/";
+    }
     EXPECT_EQ(Put((way + "A.DAT").c_str(), 9000), 9000u);
     EXPECT_EQ(Put("B.DAT", 1000), 1000u);
     DeleteFile("B.DAT");
@@ -144,7 +155,9 @@ TEST_F(Quota, AWayThatIsTooLongToBeFollowedIsFull) {
     folders.dataLimit = u64{1} << 30;
     // Of parts that each have a name short enough, put into one another.
     std::string way;
-    for (u32 i = 0; i < 4; ++i) way += std::string(200, 'a') + "/";
+    for (u32 i = 0; i < 4; ++i) {
+        way += std::string(200, 'a') + "/";
+    }
     for (u32 part = 0; part < 6; ++part) {
         EXPECT_EQ(MakeFolder("P"), 0u);
         EXPECT_EQ(Put(("P/" + way + "A.DAT").c_str(), 0), 0u);

@@ -81,7 +81,9 @@ class ServiceTest : public ::testing::Test {
 
     static std::string MakeRoot() {
         std::string name = fs::temp_directory_path() / "moxi-sys-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
+        if (mkdtemp(name.data()) == nullptr) {
+            ADD_FAILURE() << "no temporary folder";
+        }
         return name;
     }
 
@@ -105,7 +107,9 @@ class ServiceTest : public ::testing::Test {
     }
 
     static void Put(u32 address, std::string_view bytes) {
-        if (!bytes.empty()) std::memcpy(image + address, bytes.data(), bytes.size());
+        if (!bytes.empty()) {
+            std::memcpy(image + address, bytes.data(), bytes.size());
+        }
     }
 
     static std::string TextAt(u32 address) { return CheckedString(address); }
@@ -124,7 +128,9 @@ class ServiceTest : public ::testing::Test {
         Store<u64>(kHeaderR14, 0x1122334400000000 | kResultBefore);
         Store<u64>(kHeaderR15, 0xDEADBEEF00000000 | block);
         Store<u32>(block, command);
-        for (const u32 argument : arguments) Store<u32>(block += 4, argument);
+        for (const u32 argument : arguments) {
+            Store<u32>(block += 4, argument);
+        }
         RunGuarded([] { SysDispatch(); });
         return Load<u32>(kHeaderR14);
     }

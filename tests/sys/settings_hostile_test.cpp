@@ -19,7 +19,9 @@ u32 spoiledBlocks = 0;
 
 void* AllocateWithMargin(std::size_t size) {
     u8* const block = static_cast<u8*>(std::malloc(size + kMargin));
-    if (block == nullptr) return nullptr;
+    if (block == nullptr) {
+        return nullptr;
+    }
     std::memset(block + size, kUntouched, kMargin);
     blocks[block] = size;
     return block;
@@ -27,10 +29,14 @@ void* AllocateWithMargin(std::size_t size) {
 
 void ReleaseWithMargin(void* pointer) {
     u8* const block = static_cast<u8*>(pointer);
-    if (block == nullptr) return;
+    if (block == nullptr) {
+        return;
+    }
     const u8* const margin = block + blocks.at(block);
     for (std::size_t i = 0; i < kMargin; i++) {
-        if (margin[i] == kUntouched) continue;
+        if (margin[i] == kUntouched) {
+            continue;
+        }
         spoiledBlocks++;
         break;
     }
@@ -70,12 +76,16 @@ class HostileSettings : public SettingsTest {
         const char* const kText = Random(2) == 0 ? "ab [=]\"\\\n\t\x80\xFF" : "ab\"\\";
         constexpr u32 kLongest = 5000;
         ForgetTexts();
-        if (HasSettings() && !HasCurrentSection()) AddSection("a");
+        if (HasSettings() && !HasCurrentSection()) {
+            AddSection("a");
+        }
         switch (Random(24)) {
             case 0: Load(Random(3) == 0 ? "A.INI" : "NONE.INI"); break;
             case 1: Save("A.INI"); break;
             case 2:
-                if (Random(8) == 0) Call(0x0802, {});
+                if (Random(8) == 0) {
+                    Call(0x0802, {});
+                }
                 break;
             case 3: Section(RandomKey()); break;
             case 4: Key(RandomKey()); break;
@@ -87,12 +97,16 @@ class HostileSettings : public SettingsTest {
             case 19:
             case 20: Raw(RandomKey(), RandomText(kText, kLongest)); break;
             case 9:
-                if (Random(4) == 0) DeleteSection();
+                if (Random(4) == 0) {
+                    DeleteSection();
+                }
                 break;
             case 10: DeleteKey(RandomKey()); break;
             case 11: NextSection(1 + Random(5000)); break;
             case 12:
-                if (Random(8) == 0) Call(0x080C, {});
+                if (Random(8) == 0) {
+                    Call(0x080C, {});
+                }
                 break;
             case 13: AtEnd(); break;
             case 14: Number(RandomKey(), Random(0x7FFFFFFF), Random(4)); break;
@@ -146,7 +160,9 @@ TEST_F(HostileSettings, EveryWriteAfterAnOutgrownGapStaysInTheBuffer) {
 TEST_F(HostileSettings, FiftyThousandRandomCommandsWithLongTextsStayInTheBuffer) {
     for (u32 step = 0; step < 50000; step++) {
         RunRandomCommand();
-        if (!HasSettingsBuffer()) continue;
+        if (!HasSettingsBuffer()) {
+            continue;
+        }
         ASSERT_LT(SettingsTextEnd(), SettingsCapacity()) << "step " << step;
         ASSERT_EQ(SettingsByte(SettingsTextEnd()), 0) << "step " << step;
         // Again from a small buffer, where little is to spare.

@@ -25,7 +25,9 @@ std::string FileText(const std::vector<Section>& sections) {
     std::string file;
     for (const Section& section : sections) {
         std::string text = "[" + std::string(10, '\0') + "=" + section.name + "]\n";
-        for (const Line& line : section.lines) text += line.key + "=" + line.values + "\n";
+        for (const Line& line : section.lines) {
+            text += line.key + "=" + line.values + "\n";
+        }
         u64 sum = 0;
         std::size_t i = 0;
         for (; text.size() - i >= 4; i += 4) {
@@ -81,22 +83,30 @@ class SettingsProperty : public ServiceTest {
     void AddRandomSection(std::vector<Section>& sections) {
         const std::string name = "S" + RandomText("abc \x80\xFE=\"", 3);
         // A quote in a name would hide the next header from a load.
-        if (name.find('"') != std::string::npos) return;
+        if (name.find('"') != std::string::npos) {
+            return;
+        }
         ASSERT_EQ(AddSection(name), 1u);
         for (const Section& section : sections) {
-            if (section.name == name) return;
+            if (section.name == name) {
+                return;
+            }
         }
         sections.push_back({name, {}});
     }
 
     void EditKey(std::vector<Line>& lines, const std::string& key) {
         auto line = lines.begin();
-        while (line != lines.end() && line->key != key) ++line;
+        while (line != lines.end() && line->key != key) {
+            ++line;
+        }
         const bool exists = line != lines.end();
         const u32 kind = Random(5);
         if (kind == 0) {
             ASSERT_EQ(DeleteKey(key), exists ? 1u : 0u);
-            if (exists) lines.erase(line);
+            if (exists) {
+                lines.erase(line);
+            }
             return;
         }
         if (exists && line->values.size() > 200) {
@@ -108,13 +118,17 @@ class SettingsProperty : public ServiceTest {
         if (kind == 1) {
             added = RandomText("xyz 019=]\t\x80\xFF", 30);
             ASSERT_EQ(WriteRawValue(key, added), 1u);
-            if (exists) line->values.clear();
+            if (exists) {
+                line->values.clear();
+            }
         } else if (kind == 2 && exists) {
             // A backslash before a quote would hide the string's end from a load.
             const std::string text = RandomText("ab[]\" \xFF", 20);
             ASSERT_EQ(AppendString(key, text), 1u);
             added = " \"";
-            for (const char c : text) added += c == '"' ? std::string("\\\"") : std::string(1, c);
+            for (const char c : text) {
+                added += c == '"' ? std::string("\\\"") : std::string(1, c);
+            }
             added += '"';
         } else {
             const u32 value = Random(0x7FFFFFFF) << Random(2);
@@ -128,10 +142,11 @@ class SettingsProperty : public ServiceTest {
             ASSERT_EQ(AppendNumber(key, value, style), 1u);
             added = text;
         }
-        if (exists)
+        if (exists) {
             line->values += added;
-        else
+        } else {
             lines.push_back({key, added});
+        }
     }
 
     u64 seed = 20240307;
@@ -142,7 +157,9 @@ TEST_F(SettingsProperty, ASaveAndReloadAfterEachOf10000EditsGivesBackWhatWasWrit
     EXPECT_EQ(LoadSettings("SET.INI"), 0u);
     for (u32 edit = 0; edit < 10000; edit++) {
         Edit(sections);
-        if (HasFatalFailure()) break;
+        if (HasFatalFailure()) {
+            break;
+        }
         ASSERT_EQ(SaveSettings("SET.INI"), 1u);
         ASSERT_EQ(ReadTestFile(DataPath("SET.INI")), FileText(sections)) << "after edit " << edit;
         ASSERT_EQ(LoadSettings("SET.INI"), sections.empty() ? 0u : 1u);
@@ -155,8 +172,12 @@ TEST_F(SettingsProperty, TheSameHoldsForEditsWithoutAReloadBetween) {
     LoadSettings("SET.INI");
     for (u32 edit = 0; edit < 10000; edit++) {
         Edit(sections);
-        if (HasFatalFailure()) break;
-        if (edit % 10 != 0) continue;
+        if (HasFatalFailure()) {
+            break;
+        }
+        if (edit % 10 != 0) {
+            continue;
+        }
         ASSERT_EQ(SaveSettings("SET.INI"), 1u);
         ASSERT_EQ(ReadTestFile(DataPath("SET.INI")), FileText(sections)) << "after edit " << edit;
     }

@@ -133,7 +133,9 @@ TEST(AssemblerErrors, TheCaretStandsUnderTabsAndManyByteCharacters) {
 
 TEST(AssemblerErrors, AtMostAHundredAreReported) {
     std::string source;
-    for (int i = 0; i < 500; ++i) source += "FOO\n";
+    for (int i = 0; i < 500; ++i) {
+        source += "FOO\n";
+    }
     const AssembleResult result = Assemble(source, "t");
     ASSERT_EQ(result.errors.size(), 101u);
     EXPECT_EQ(result.errors.back().at.text, "too many errors, the rest is not reported");
@@ -204,7 +206,9 @@ TEST(HostileSource, SeededBinaryNoiseIsRefusedOrAssembled) {
     std::mt19937 random(20240501);
     for (int round = 0; round < 3000; ++round) {
         std::string source(random() % 400, '\0');
-        for (char& c : source) c = static_cast<char>(random());
+        for (char& c : source) {
+            c = static_cast<char>(random());
+        }
         const AssembleResult result = Assemble(source, "noise");
         EXPECT_EQ(result.ok, result.errors.empty());
     }
@@ -226,7 +230,9 @@ TEST(HostileSource, SeededWordSaladIsRefusedOrAssembled) {
         const auto count = static_cast<u32>(random() % 60);
         for (u32 i = 0; i < count; ++i) {
             source += words[random() % (sizeof words / sizeof words[0])];
-            if (random() % 2 != 0) source += ' ';
+            if (random() % 2 != 0) {
+                source += ' ';
+            }
         }
         AssembleOptions options;
         options.wantListing = true;

@@ -20,14 +20,18 @@ AssembleResult Good(const std::string& source) {
 u32 LongAt(const AssembleResult& result, size_t address) {
     u32 value = 0;
     EXPECT_LE(address + 4, result.bytes.size());
-    if (address + 4 <= result.bytes.size()) std::memcpy(&value, &result.bytes[address], 4);
+    if (address + 4 <= result.bytes.size()) {
+        std::memcpy(&value, &result.bytes[address], 4);
+    }
     return value;
 }
 
 // What lies behind the header, as bytes.
 std::vector<u8> Body(const std::string& source) {
     const AssembleResult result = Good(source);
-    if (!result.ok) return {};
+    if (!result.ok) {
+        return {};
+    }
     return {result.bytes.begin() + 512, result.bytes.end()};
 }
 
@@ -35,7 +39,9 @@ std::vector<u8> Body(const std::string& source) {
 i64 ValueOf(const std::string& expression) {
     const std::vector<u8> body = Body("one = 1\n.quad " + expression + "\n");
     i64 value = -12345;
-    if (body.size() == 8) std::memcpy(&value, body.data(), 8);
+    if (body.size() == 8) {
+        std::memcpy(&value, body.data(), 8);
+    }
     return value;
 }
 

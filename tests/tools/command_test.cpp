@@ -37,7 +37,9 @@ Outcome Mxdis(const std::vector<std::string>& arguments) {
 
 size_t LineCountOf(const std::string& text) {
     size_t count = 0;
-    for (const char c : text) count += c == '\n';
+    for (const char c : text) {
+        count += c == '\n';
+    }
     return count;
 }
 

@@ -14,15 +14,18 @@ namespace {
 std::string Squeezed(const std::string& text) {
     std::string out;
     for (const char c : text) {
-        if (c != ' ' || (!out.empty() && out.back() != ' ')) out += c;
+        if (c != ' ' || (!out.empty() && out.back() != ' ')) {
+            out += c;
+        }
     }
     return out;
 }
 
 template <size_t kCount>
 void CheckAssembling(const EncodingRow (&rows)[kCount]) {
-    for (const EncodingRow& row : rows)
+    for (const EncodingRow& row : rows) {
         EXPECT_EQ(AssembleInstruction(row.text), row.words) << row.text;
+    }
 }
 
 template <size_t kCount>

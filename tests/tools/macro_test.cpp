@@ -17,7 +17,9 @@ using Bytes = std::vector<u8>;
 Bytes Body(const std::string& source) {
     const AssembleResult result = Assemble(source, "t.mxs");
     EXPECT_TRUE(result.ok) << FormatErrors(result);
-    if (!result.ok) return {};
+    if (!result.ok) {
+        return {};
+    }
     return {result.bytes.begin() + 512, result.bytes.end()};
 }
 

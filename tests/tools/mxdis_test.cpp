@@ -99,7 +99,9 @@ TEST(RawSource, HeadersOfAllKindsComeBack) {
     Bytes bytes = PlainModule(512);
     for (size_t i = 0; i < 512; ++i) {
         const bool fixed = (i >= 208 && i < 214) || i == 218 || i == 219 || (i >= 224 && i < 228);
-        if (!fixed) bytes[i] = static_cast<u8>(i * 7 + 1);
+        if (!fixed) {
+            bytes[i] = static_cast<u8>(i * 7 + 1);
+        }
     }
     ExpectRoundTrip(bytes);
     for (const u32 size : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
@@ -116,10 +118,14 @@ TEST(RawSource, HeadersOfAllKindsComeBack) {
 TEST(RawSource, FilesLongerThanTheirLoadedLengthComeBack) {
     for (size_t size = 512; size < 560; ++size) {
         for (const size_t loaded : {size_t{512}, size_t{513}, size_t{530}, size}) {
-            if (loaded > size) continue;
+            if (loaded > size) {
+                continue;
+            }
             Bytes bytes = PlainModule(size);
             PutLong(bytes, 224, static_cast<u32>(loaded));
-            for (size_t i = 512; i < size; ++i) bytes[i] = static_cast<u8>(i);
+            for (size_t i = 512; i < size; ++i) {
+                bytes[i] = static_cast<u8>(i);
+            }
             ExpectRoundTrip(bytes);
         }
     }
@@ -185,7 +191,9 @@ TEST(RawSource, SeededRandomImagesComeBack) {
         }
         std::memcpy(&bytes[208], "MOXI6", 6);
         bytes[218] = static_cast<u8>(random() % 7);
-        if (bytes[218] == 6) bytes[219] %= 3;
+        if (bytes[218] == 6) {
+            bytes[219] %= 3;
+        }
         const bool whole = random() % 2 == 0;
         PutLong(bytes, 224, static_cast<u32>(whole ? size : 512 + random() % (size - 511)));
         for (size_t at = 512; at < size; at += 4) {
@@ -196,7 +204,9 @@ TEST(RawSource, SeededRandomImagesComeBack) {
         std::ostringstream out;
         WriteModuleListing(Parsed(bytes), {}, out);
         EXPECT_FALSE(out.str().empty());
-        if (HasFailure()) return;
+        if (HasFailure()) {
+            return;
+        }
     }
 }
 
@@ -204,9 +214,13 @@ TEST(RawSource, SeededRandomBytesComeBack) {
     std::mt19937 random(99);
     for (int round = 0; round < 3000; ++round) {
         Bytes bytes = PlainModule(512 + random() % 300);
-        for (size_t i = 512; i < bytes.size(); ++i) bytes[i] = static_cast<u8>(random());
+        for (size_t i = 512; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<u8>(random());
+        }
         ExpectRoundTrip(bytes);
-        if (HasFailure()) return;
+        if (HasFailure()) {
+            return;
+        }
     }
 }
 
@@ -218,7 +232,9 @@ TEST(RawSource, TextsAndRoomComeBack) {
     bytes.insert(bytes.end(), 5000, u8{'x'});
     bytes.insert(bytes.end(), 5001, u8{0});
     bytes.insert(bytes.end(), 17, u8{0xFF});
-    for (int i = 0; i < 20000; ++i) bytes.push_back(static_cast<u8>('a' + i % 26));
+    for (int i = 0; i < 20000; ++i) {
+        bytes.push_back(static_cast<u8>('a' + i % 26));
+    }
     PutLong(bytes, 224, static_cast<u32>(bytes.size()));
     ExpectRoundTrip(bytes);
 }

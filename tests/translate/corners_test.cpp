@@ -38,7 +38,9 @@ TEST_F(Translator, AStackThatRunsIntoTheCodeEndsAsOnThePlainExecutor) {
         ASSERT_NE(wanted.outcome, plain::Outcome::BudgetSpent);
         RunResult got = RunOn(Engine::Translated, picture.bytes, options);
         RunResult shortened = wanted;
-        for (RunResult* const result : {&got, &shortened}) KeepNewest(result->trace);
+        for (RunResult* const result : {&got, &shortened}) {
+            KeepNewest(result->trace);
+        }
         EXPECT_EQ(CompareRuns(got, shortened), "") << "from SP " << sp;
     }
 }
@@ -122,7 +124,9 @@ TEST_F(Translator, ALockThatAFrameTookIsReleasedByItsReturn) {
         handle = AllocHeap(16);
         lockedBefore = 0;
         vmSlots.sysDispatch = [] {
-            if (heapPtrs[handle].lockCount != 0) ++lockedBefore;
+            if (heapPtrs[handle].lockCount != 0) {
+                ++lockedBefore;
+            }
             LockHeap(handle);
         };
         MXmsg(1, 0, 0, 0);
@@ -223,7 +227,9 @@ TEST_F(Translator, WhatTranslatedCodeGoesToAgainAndAgainIsTranslated) {
     for (u32 i = 0; i < 16; ++i) {
         const std::string number = std::to_string(i);
         source += "place" + number + ": ADD.L R14, #" + number + "\n JMP next\n";
-        if (i > 0) table += ", place" + number;
+        if (i > 0) {
+            table += ", place" + number;
+        }
     }
     EXPECT_EQ(RunSource(source + table + "\n", 0, {}), 15000000u);
     EXPECT_LE(translatorCounts.entries, 250u);
@@ -258,7 +264,9 @@ TEST_F(Translator, CodeOnAWatchedPageThatAServiceChangesIsSeenAsItIsNow) {
         farServices = 0;
         vmSlots.sysDispatch = [] {
             // The constant stands 12 bytes behind the loop's first instruction.
-            if (++farServices == 1000) Store<u32>(0x8000 + 0x200 + 16 + 12, 7);
+            if (++farServices == 1000) {
+                Store<u32>(0x8000 + 0x200 + 16 + 12, 7);
+            }
         };
         MXmsg(1, 0, 0, 0);
         EXPECT_EQ(moxi::Load<u32>(kHeaderR14), 1000 * 0x12345u + 2000 * 7u);
@@ -380,7 +388,9 @@ TEST_F(Translator, WhatAConstantLeftInTheSlotIsThereWhenAServiceLooks) {
     wrong = 0;
     Load(source, kAll);
     vmSlots.sysDispatch = [] {
-        if (moxi::Load<u32>(256) != 0x1234567) ++wrong;
+        if (moxi::Load<u32>(256) != 0x1234567) {
+            ++wrong;
+        }
     };
     MXmsg(1, 0, 0, 0);
     EXPECT_EQ(wrong, 0u);

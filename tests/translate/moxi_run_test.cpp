@@ -127,7 +127,9 @@ TEST_F(MoxiRun, WithoutMemoryToExecuteFromOneLineSaysSoAndTheGameRuns) {
     const std::string image = folder.path + "/image";
     const pid_t process = fork();
     if (process == 0) {
-        if (prctl(kSetNoExecGain, 1, 0, 0, 0) != 0) std::_Exit(42);
+        if (prctl(kSetNoExecGain, 1, 0, 0, 0) != 0) {
+            std::_Exit(42);
+        }
         std::freopen(errors.c_str(), "w", stderr);
         const std::string program = std::string(MOXI_BIN_DIR) + "/moxi";
         const std::string data = folder.path + "/data";
@@ -137,7 +139,9 @@ TEST_F(MoxiRun, WithoutMemoryToExecuteFromOneLineSaysSoAndTheGameRuns) {
     }
     int status = 0;
     waitpid(process, &status, 0);
-    if (WEXITSTATUS(status) == 42) GTEST_SKIP() << "this system cannot refuse it";
+    if (WEXITSTATUS(status) == 42) {
+        GTEST_SKIP() << "this system cannot refuse it";
+    }
     EXPECT_EQ(ReadTextFile(errors),
               "log: modules are interpreted: there is no memory to execute translations from\n");
     u32 r2 = 0;

@@ -45,14 +45,23 @@ u64 NumberFromEnvironment(const char* name, u64 otherwise) {
 template <class Get, class Put>
 void Disturb(Get get, Put put) {
     u64 number = get(136, 4) * 0x9E3779B97F4A7C15 + get(160, 4) + get(168, 4) * 3 + get(192, 1);
-    for (u32 r = 0; r < 16; ++r) number = (number ^ get(RegisterAt(r), 8)) * 0xBF58476D1CE4E5B9;
+    for (u32 r = 0; r < 16; ++r) {
+        number = (number ^ get(RegisterAt(r), 8)) * 0xBF58476D1CE4E5B9;
+    }
     number ^= number >> 29;
     put(RegisterAt(14), number, 4);
-    if (number % 3 == 0) put(RegisterAt(static_cast<u32>(6 + number / 8 % 8)), number * 77, 8);
-    if (number % 5 < 2)
+    if (number % 3 == 0) {
+        put(RegisterAt(static_cast<u32>(6 + number / 8 % 8)), number * 77, 8);
+    }
+    if (number % 5 < 2) {
         put(static_cast<u32>(514 + 4 * (number / 64 % 150)), number / 8192 % 65536, 2);
-    if (number % 7 == 0) put(256, number, 8);
-    for (const u32 address : {136u, 160u, 168u}) put(address, number, 4);
+    }
+    if (number % 7 == 0) {
+        put(256, number, 8);
+    }
+    for (const u32 address : {136u, 160u, 168u}) {
+        put(address, number, 4);
+    }
     put(192, number & 255, 1);
 }
 
@@ -100,16 +109,22 @@ std::string RunCase(const Case& one, std::atomic<u64>& instructions) {
     options.plainSys = PlainDisturbs;
     RunResult wanted = RunOn(Engine::Plain, one.program, options);
     instructions += wanted.trace.size();
-    if (wanted.nansMet || wanted.outcome == Outcome::BudgetSpent) return {};
+    if (wanted.nansMet || wanted.outcome == Outcome::BudgetSpent) {
+        return {};
+    }
     RunResult got = RunOn(Engine::Translated, one.program, options);
-    for (RunResult* result : {&got, &wanted}) KeepNewest(result->trace);
+    for (RunResult* result : {&got, &wanted}) {
+        KeepNewest(result->trace);
+    }
     return CompareRuns(got, wanted);
 }
 
 }  // namespace
 
 TEST_F(RandomKinds, EndTranslatedAsOnThePlainExecutor) {
-    if (!kThreaded) GTEST_SKIP() << "this build interprets alone";
+    if (!kThreaded) {
+        GTEST_SKIP() << "this build interprets alone";
+    }
     const u64 programs = NumberFromEnvironment("MOXI_RANDOM_PROGRAMS", kPrograms);
     const u64 firstSeed = NumberFromEnvironment("MOXI_RANDOM_SEED", 1);
     vmSlots.sysDispatch = HostDisturbs;
@@ -131,7 +146,9 @@ TEST_F(RandomKinds, EndTranslatedAsOnThePlainExecutor) {
         for (const Case& one :
              CasesFrom(firstSeed + done, std::min<u64>(kBatch, programs - done))) {
             const std::string difference = RunCase(one, instructions);
-            if (difference.empty()) continue;
+            if (difference.empty()) {
+                continue;
+            }
             ++failures;
             report += FormatText("seed %llu:\n", static_cast<unsigned long long>(one.seed));
             report += difference;

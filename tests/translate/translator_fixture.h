@@ -19,7 +19,9 @@ class Translator : public VmTest {
   protected:
     void SetUp() override {
         VmTest::SetUp();
-        if (!kThreaded) GTEST_SKIP() << "this build interprets alone";
+        if (!kThreaded) {
+            GTEST_SKIP() << "this build interprets alone";
+        }
         translatorCounts = {};
     }
     void TearDown() override {

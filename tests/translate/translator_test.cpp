@@ -102,7 +102,9 @@ TEST_F(Translator, AFaultNamesTheInstructionAndLeavesTheRegistersAsTheyWere) {
     u32 pcs[2] = {};
     for (const bool translated : {false, true}) {
         Load(source, translated ? moxi::TranslatorOptions{0, 1, 16} : moxi::TranslatorOptions{});
-        if (!translated) moxi::StopTranslator();
+        if (!translated) {
+            moxi::StopTranslator();
+        }
         EXPECT_THROW(MXmsg(1, 0, 0, 0), ProcessEnded);
         rounds[translated] = moxi::Load<u32>(RegisterAddress(2));
         pcs[translated] = moxi::Load<u32>(kHeaderPC);
@@ -260,7 +262,9 @@ TEST_F(Translator, WhatIsTranslatedAlreadyIsNotTranslatedOnceMoreWithAllThatFoll
     // A jump to 300 instructions that do nothing, and a RETURN.
     MakeImage(0x10000, 0x8000, 0xF000);
     Store<u32>(0x200, 44 | 0x400 / 4 << 10);
-    for (u32 i = 0; i < 300; ++i) Store<u32>(0x400 + 4 * i, static_cast<u32>(Single::Nop));
+    for (u32 i = 0; i < 300; ++i) {
+        Store<u32>(0x400 + 4 * i, static_cast<u32>(Single::Nop));
+    }
     Store<u32>(0x400 + 4 * 300, static_cast<u32>(Single::Return));
     EXPECT_EQ(FindRegion(0x200).instructions.size(), 302u);
     const Region region = FindRegion(0x200, [](u32 pc) { return pc == 0x400; });

@@ -33,9 +33,13 @@ struct Edges {
     std::vector<u8> top = std::vector<u8>(kEdge);
 
     Edges() {
-        for (u32 i = 0; i < 1024; ++i) top[i] = static_cast<u8>(i * 29 + 3);
+        for (u32 i = 0; i < 1024; ++i) {
+            top[i] = static_cast<u8>(i * 29 + 3);
+        }
         // Code that comes round stops at 0, 4 or 8.
-        for (const u32 at : {0u, 4u, 8u}) PutWord(at, kStop);
+        for (const u32 at : {0u, 4u, 8u}) {
+            PutWord(at, kStop);
+        }
         PutWord(160, kTopStart + 2048);
         PutWord(168, kTopStart + 1024);
     }
@@ -43,11 +47,15 @@ struct Edges {
         return address >= kTopStart ? top[address - kTopStart] : bottom[address];
     }
     void PutWord(u32 address, u32 value) {
-        for (u32 i = 0; i < 4; ++i) At(address + i) = static_cast<u8>(value >> (8 * i));
+        for (u32 i = 0; i < 4; ++i) {
+            At(address + i) = static_cast<u8>(value >> (8 * i));
+        }
     }
     u32 Word(u32 address) {
         u32 value = 0;
-        for (u32 i = 0; i < 4; ++i) value |= u32{At(address + i)} << (8 * i);
+        for (u32 i = 0; i < 4; ++i) {
+            value |= u32{At(address + i)} << (8 * i);
+        }
         return value;
     }
 };
@@ -63,8 +71,12 @@ const InstructionTrace kNoTrace = {[](u32) {}, [](u32) {}};
 const DebugHooks kNoHooks = {[] {}, [] {}, [] {}};
 
 Outcome OutcomeOfReturn() {
-    if ((runState & kRunStop) != 0) return Outcome::Stopped;
-    if (!vmEvents.messages.empty()) return Outcome::BadEmod;
+    if ((runState & kRunStop) != 0) {
+        return Outcome::Stopped;
+    }
+    if (!vmEvents.messages.empty()) {
+        return Outcome::BadEmod;
+    }
     return modalDepth > 0 ? Outcome::Modal : Outcome::Returned;
 }
 
@@ -108,7 +120,9 @@ class AddressSpace : public VmTest {
   protected:
     void SetUp() override {
         StartVmBench();
-        if (!AllocateImage(kLargestImage)) GTEST_SKIP() << "there is no room for 4 GiB";
+        if (!AllocateImage(kLargestImage)) {
+            GTEST_SKIP() << "there is no room for 4 GiB";
+        }
     }
     void TearDown() override {
         instructionTrace = nullptr;
@@ -183,7 +197,9 @@ Edges WithCode(const Code& code, u32 pc, u32 sp) {
     edges.PutWord(136, pc);
     edges.PutWord(RegisterAt(3), 0x0BADCAFE);
     edges.PutWord(RegisterAt(5), 1000);
-    for (u32 at = 0xFFFFFFF4; at != 0; at += 4) edges.PutWord(at, kStop);
+    for (u32 at = 0xFFFFFFF4; at != 0; at += 4) {
+        edges.PutWord(at, kStop);
+    }
     for (size_t i = 0; i < code.words.size(); ++i) {
         edges.PutWord(pc + 4 * static_cast<u32>(i), code.words[i]);
     }
@@ -231,7 +247,9 @@ TEST_F(AddressSpace, EveryWayOfRunningAgreesAboutEveryStackThatReachesTheTop) {
             const u32 sp = 0xFFFFFFE8 + i;  // up to 15 behind the last byte
             const Edges edges = WithCode(code, 512, sp);
             RunEveryWay(FormatText("%s with SP 0x%8.8X", code.name, sp), edges);
-            if (HasFailure()) return;
+            if (HasFailure()) {
+                return;
+            }
         }
     }
 }
@@ -241,7 +259,9 @@ TEST_F(AddressSpace, EveryWayOfRunningAgreesAboutEveryInstructionThatReachesTheT
         for (const u32 pc : {0xFFFFFFF4u, 0xFFFFFFF8u, 0xFFFFFFFCu}) {
             const Edges edges = WithCode(code, pc, kTopStart + 2048);
             RunEveryWay(FormatText("%s at 0x%8.8X", code.name, pc), edges);
-            if (HasFailure()) return;
+            if (HasFailure()) {
+                return;
+            }
         }
     }
 }

@@ -163,7 +163,9 @@ TEST_F(Control, The1023CodeAndTheOtherNoOperationCodesAdvancePcBy4AndChangeNothi
     for (u32 low = 0; low < 1024; ++low) {
         const bool nothing =
             (low & 31) == 31 || low == 300 || low == 556 || low == 660 || low == 812 || low == 404;
-        if (!nothing) continue;
+        if (!nothing) {
+            continue;
+        }
         Picture before = BenchPicture();
         before.Put(192, 5, 1);
         ExpectWords(
@@ -443,7 +445,9 @@ TEST_F(Control, BlockmoveCopiesOverlappingRangesBothWays) {
     const auto moved = [](u32 to, u32 from) {
         return [to, from](Picture& after) {
             const Picture source = after;
-            for (u32 i = 0; i < 100; ++i) after.Put(to + i, source.Get(from + i, 1), 1);
+            for (u32 i = 0; i < 100; ++i) {
+                after.Put(to + i, source.Get(from + i, 1), 1);
+            }
         };
     };
     ExpectWords("BLOCKMOVE up", up, 524, moved(1204, 1200), before);
@@ -476,7 +480,9 @@ TEST_F(Control, ModalPushesItsContextAndEndsTheMessage) {
         after.Put(2660, 0x11223344, 4);
         after.Put(2664, kBenchFP, 4);
         after.Put(2668, 516, 4);
-        for (u32 i = 0; i < 128; ++i) after.Put(2672 + i, before.Get(8 + i, 1), 1);
+        for (u32 i = 0; i < 128; ++i) {
+            after.Put(2672 + i, before.Get(8 + i, 1), 1);
+        }
         after.Put(176, 2660, 4);
         after.Put(160, 2660, 4);
         after.Put(136, 516, 4);
@@ -500,7 +506,9 @@ TEST_F(Control, EmodRestoresTheRegistersFpAndSpOfTheModalAndResumesAfterIt) {
     Picture after = before;
     after.Put(176, 0x11223344, 4);
     after.Put(168, 0x55667788, 4);
-    for (u32 i = 0; i < 128; ++i) after.Put(8 + i, before.Get(2512 + i, 1), 1);
+    for (u32 i = 0; i < 128; ++i) {
+        after.Put(8 + i, before.Get(2512 + i, 1), 1);
+    }
     after.Put(160, 2640, 4);
     after.Put(136, kTarget, 4);
     ExpectRun("EMOD", before, {.after = after, .modalDepthBefore = 1});
@@ -516,7 +524,9 @@ TEST_F(Control, ASecondEmodFailsWithIllegalEmod) {
     before.PutWords(kTarget, {916});
     Picture after = before;
     after.Put(176, 0, 4);
-    for (u32 i = 0; i < 128; ++i) after.Put(8 + i, before.Get(2512 + i, 1), 1);
+    for (u32 i = 0; i < 128; ++i) {
+        after.Put(8 + i, before.Get(2512 + i, 1), 1);
+    }
     after.Put(160, 2640, 4);
     after.Put(136, kTarget, 4);
     ExpectRun("two EMODs", before,

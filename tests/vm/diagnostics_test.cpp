@@ -63,7 +63,9 @@ std::vector<u32> StoreTo(u32 size, u32 address) {
 
 TEST_F(Diagnostics, A2000CharacterMessageShowsItsFirst1023Characters) {
     std::string text;
-    for (int i = 0; i < 2000; ++i) text += static_cast<char>('a' + i % 26);
+    for (int i = 0; i < 2000; ++i) {
+        text += static_cast<char>('a' + i % 26);
+    }
     ShowFatalMessage(text);
     EXPECT_EQ(vmEvents.messages, Messages{text.substr(0, 1023)});
     EXPECT_EQ(error.Text(), "fatal: " + text.substr(0, 1023) + "\n");
@@ -82,7 +84,9 @@ TEST_F(Diagnostics, TheMessageIsMacRomanText) {
 
 TEST_F(Diagnostics, EveryMacRomanCharacterHasItsCodePoint) {
     std::string upper;
-    for (int c = 128; c < 256; ++c) upper += static_cast<char>(c);
+    for (int c = 128; c < 256; ++c) {
+        upper += static_cast<char>(c);
+    }
     EXPECT_EQ(
         MacRomanToUtf8(upper),
         "ÄÅÇÉÑÖÜáàâäãåçéèêëíìîïñóòôöõúùûü†°¢£§•¶ß®©™´¨≠ÆØ∞±≤≥¥µ∂∑∏π∫ªºΩæø¿¡¬√ƒ≈∆«»…\u00A0ÀÃÕŒœ"
@@ -118,7 +122,9 @@ TEST_F(Diagnostics,
         resumed = true;
     });
     worker.detach();
-    while (queued.load() == nullptr) std::this_thread::yield();
+    while (queued.load() == nullptr) {
+        std::this_thread::yield();
+    }
     EXPECT_TRUE(vmEvents.messages.empty());
     // A box of the main thread finds the flag set and says so; its dismissal clears it.
     ShowFatalMessage("meanwhile");

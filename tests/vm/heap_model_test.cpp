@@ -44,7 +44,9 @@ constexpr u32 kLocked = 3;
 u32 ListOf(const Model& m, u32 record) {
     for (u32 list = kFreed; list <= kLocked; ++list) {
         for (const u32 r : m.lists[list]) {
-            if (r == record) return list;
+            if (r == record) {
+                return list;
+            }
         }
     }
     return kUnused;
@@ -59,7 +61,9 @@ u32 Alloc(Model& m, u32 size) {
     for (const u32 r : m.lists[kFreed]) {
         const u32 s = m.records[r].size;
         const u32 slack = size < 1024 ? size : 1024;
-        if (s < size || s >= size + slack) continue;
+        if (s < size || s >= size + slack) {
+            continue;
+        }
         ToHead(m, r, kAllocated);
         m.records[r].requested = size;
         m.records[r].lockCount = 0;
@@ -91,8 +95,12 @@ void Lock(Model& m, u32 record, u32 sp) {
 
 void Unlock(Model& m, u32 record) {
     ModelRecord& r = m.records[record];
-    if (r.lockCount == 0) return;
-    if (--r.lockCount != 0) return;
+    if (r.lockCount == 0) {
+        return;
+    }
+    if (--r.lockCount != 0) {
+        return;
+    }
     r.lockSP = 0;
     ToHead(m, record, kAllocated);
 }
@@ -100,7 +108,9 @@ void Unlock(Model& m, u32 record) {
 void ReleaseFrame(Model& m, u32 newSP) {
     for (const u32 record : m.lists[kLocked]) {
         ModelRecord& r = m.records[record];
-        if (r.lockCount == 0 || r.lockSP >= newSP) continue;
+        if (r.lockCount == 0 || r.lockSP >= newSP) {
+            continue;
+        }
         r.lockCount = 1;
         Unlock(m, record);
         return;  // the walk goes on along the allocated list, where nothing is locked
@@ -116,7 +126,9 @@ void Compact(Model& m) {
     for (size_t i = 0; i < inserted.size(); ++i) {
         discard[inserted[i]] = i < freed;
         auto at = order.begin();
-        while (at != order.end() && m.records[*at].offset < m.records[inserted[i]].offset) ++at;
+        while (at != order.end() && m.records[*at].offset < m.records[inserted[i]].offset) {
+            ++at;
+        }
         order.insert(at, inserted[i]);
     }
     if (order.empty()) {
@@ -131,7 +143,9 @@ void Compact(Model& m) {
             continue;
         }
         if (r.offset != p) {
-            for (u32 i = 0; i < r.size; ++i) m.bytes[p + i] = m.bytes[r.offset + i];
+            for (u32 i = 0; i < r.size; ++i) {
+                m.bytes[p + i] = m.bytes[r.offset + i];
+            }
             r.offset = p;
         }
         p += r.size;
@@ -140,14 +154,18 @@ void Compact(Model& m) {
 }
 
 std::string CompareHeaps(const Model& m) {
-    if (heapFree != m.free) return FormatText("heapFree is %u, expected %u", heapFree, m.free);
+    if (heapFree != m.free) {
+        return FormatText("heapFree is %u, expected %u", heapFree, m.free);
+    }
     for (u32 list = 0; list < 4; ++list) {
         i32 at = heapListHeads[list];
         i32 before = -1;
         u32 checked = 0;
         for (const u32 record : m.lists[list]) {
             // The tail of the unused list is never touched.
-            if (list == kUnused && ++checked > 400) break;
+            if (list == kUnused && ++checked > 400) {
+                break;
+            }
             if (at != static_cast<i32>(record)) {
                 return FormatText("list %u holds %d, expected %u", list, at, record);
             }
@@ -171,9 +189,13 @@ std::string CompareHeaps(const Model& m) {
             before = at;
             at = r.next;
         }
-        if (list != kUnused && at != -1) return FormatText("list %u is too long", list);
+        if (list != kUnused && at != -1) {
+            return FormatText("list %u is too long", list);
+        }
     }
-    if (std::memcmp(image, m.bytes.data(), m.bytes.size()) != 0) return "the bytes differ";
+    if (std::memcmp(image, m.bytes.data(), m.bytes.size()) != 0) {
+        return "the bytes differ";
+    }
     return "";
 }
 
@@ -196,7 +218,9 @@ TEST_F(HeapModel, RandomOperationsLeaveTheHeapAsTheModelSays) {
         Random random(seed);
         MakeImage(kStart + kSize, 1024, kStart);
         Model m;
-        for (u32 r = 0; r < kHeapHandles; ++r) m.lists[kUnused].push_back(r);
+        for (u32 r = 0; r < kHeapHandles; ++r) {
+            m.lists[kUnused].push_back(r);
+        }
         m.bytes.assign(image, image + imageSize);
         AllocHeap(4);
         Alloc(m, 4);
@@ -208,7 +232,9 @@ TEST_F(HeapModel, RandomOperationsLeaveTheHeapAsTheModelSays) {
             const u32 choice = random.Below(100);
             if (choice < 45) {
                 const u32 size = RandomSize(random);
-                if (m.free + size > kStart + kSize) continue;
+                if (m.free + size > kStart + kSize) {
+                    continue;
+                }
                 const u32 handle = Alloc(m, size);
                 ASSERT_EQ(AllocHeap(size), handle) << "seed " << seed << " step " << step;
                 const u32 offset = m.records[handle].offset;
@@ -217,17 +243,25 @@ TEST_F(HeapModel, RandomOperationsLeaveTheHeapAsTheModelSays) {
                     Store<u8>(offset + i, value);
                     m.bytes[offset + i] = value;
                 }
-                if (handle > highest) highest = handle;
+                if (handle > highest) {
+                    highest = handle;
+                }
             } else if (choice < 72) {
                 // Handle 0 stays, but for a rare module that frees it or one never handed out.
                 u32 handle = AnyHandle(random, highest);
-                if (handle == 0 && !random.OneIn(5)) handle = highest;
-                if (ListOf(m, handle) == kUnused && !random.OneIn(20)) continue;
+                if (handle == 0 && !random.OneIn(5)) {
+                    handle = highest;
+                }
+                if (ListOf(m, handle) == kUnused && !random.OneIn(20)) {
+                    continue;
+                }
                 FreeHeap(handle);
                 Free(m, handle);
             } else if (choice < 82) {
                 const u32 handle = AnyHandle(random, highest);
-                if (ListOf(m, handle) == kUnused && !random.OneIn(5)) continue;
+                if (ListOf(m, handle) == kUnused && !random.OneIn(5)) {
+                    continue;
+                }
                 LockHeap(handle);
                 Lock(m, handle, sp);
             } else if (choice < 90) {

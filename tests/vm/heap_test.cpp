@@ -190,20 +190,26 @@ TEST_F(Heap, ThereIsNoCompactionOnDemand) {
 }
 
 TEST_F(Heap, WithoutAnUnusedHandleTheProcessEnds) {
-    for (u32 i = 0; i < kHeapHandles; ++i) ASSERT_EQ(AllocHeap(0), i);
+    for (u32 i = 0; i < kHeapHandles; ++i) {
+        ASSERT_EQ(AllocHeap(0), i);
+    }
     EXPECT_EQ(EndStatus([] { AllocHeap(0); }), 1);
     EXPECT_EQ(vmEvents.messages,
               std::vector<std::string>{"Terminating: insufficient HeapPtrs. So sorry."});
 }
 
 TEST_F(Heap, AFreedBlockThatFitsIsReusedEvenWithoutAnUnusedHandle) {
-    for (u32 i = 0; i < kHeapHandles; ++i) AllocHeap(1);
+    for (u32 i = 0; i < kHeapHandles; ++i) {
+        AllocHeap(1);
+    }
     FreeHeap(777);
     EXPECT_EQ(AllocHeap(1), 777u);
 }
 
 TEST_F(Heap, MissingHandlesAreReportedBeforeMissingRoom) {
-    for (u32 i = 0; i < kHeapHandles; ++i) AllocHeap(1);  // 65536 bytes: no room either
+    for (u32 i = 0; i < kHeapHandles; ++i) {
+        AllocHeap(1);  // 65536 bytes: no room either
+    }
     EXPECT_EQ(EndStatus([] { AllocHeap(1); }), 1);
     EXPECT_EQ(vmEvents.messages,
               std::vector<std::string>{"Terminating: insufficient HeapPtrs. So sorry."});
@@ -294,7 +300,9 @@ TEST_F(Heap, CompactionWithAHostPointerOutEndsTheProcess) {
 // Release by RETURN
 
 TEST_F(Heap, ReleaseFrameLocksReleasesOnlyTheFirstEligibleRecordInLockedListOrder) {
-    for (u32 i = 0; i < 4; ++i) AllocHeap(10);
+    for (u32 i = 0; i < 4; ++i) {
+        AllocHeap(10);
+    }
     const u32 sps[4] = {3000, 2900, 2800, 3100};
     for (u32 i = 0; i < 4; ++i) {
         Store<u32>(160, sps[i]);
@@ -344,13 +352,17 @@ TEST_F(Heap, FreeingTheMiddleOfThreeBlocksMovesTheThirdDownAndItsHandleIsHandedO
     const u32 first = AllocHeap(100);
     const u32 middle = AllocHeap(50);
     const u32 third = AllocHeap(30);
-    for (u32 i = 0; i < 30; ++i) Store<u8>(kStart + 150 + i, static_cast<u8>(i + 1));
+    for (u32 i = 0; i < 30; ++i) {
+        Store<u8>(kStart + 150 + i, static_cast<u8>(i + 1));
+    }
     FreeHeap(middle);
     CompactHeap();
     EXPECT_EQ(heapPtrs[first].offset, kStart);
     EXPECT_EQ(heapPtrs[third].offset, kStart + 100);
     EXPECT_EQ(heapFree, kStart + 130);
-    for (u32 i = 0; i < 30; ++i) EXPECT_EQ(Load<u8>(kStart + 100 + i), i + 1);
+    for (u32 i = 0; i < 30; ++i) {
+        EXPECT_EQ(Load<u8>(kStart + 100 + i), i + 1);
+    }
     EXPECT_EQ(heapPtrs[middle].list, HeapList::Unused);
     EXPECT_EQ(AllocHeap(10), middle);  // no freed block is left; its handle heads the unused list
     ExpectSoundLists();
@@ -360,7 +372,9 @@ TEST_F(Heap, CompactionCopiesOverlappingBlocksUpwardsAndLeavesTheBytesAboveAlone
     AllocHeap(1);
     const u32 gap = AllocHeap(3);
     const u32 big = AllocHeap(1000);
-    for (u32 i = 0; i < 1000; ++i) Store<u8>(kStart + 4 + i, static_cast<u8>(i * 7));
+    for (u32 i = 0; i < 1000; ++i) {
+        Store<u8>(kStart + 4 + i, static_cast<u8>(i * 7));
+    }
     FreeHeap(gap);
     CompactHeap();
     EXPECT_EQ(heapPtrs[big].offset, kStart + 1);
@@ -389,14 +403,18 @@ TEST_F(Heap, CompactionStartsAtTheLowestRecordsOffset) {
     // Handle 500 was never used; freed, its block of no bytes at offset 0 is the lowest.
     const u32 a = AllocHeap(20);
     const u32 b = AllocHeap(30);
-    for (u32 i = 0; i < 50; ++i) Store<u8>(kStart + i, static_cast<u8>(0x80 + i));
+    for (u32 i = 0; i < 50; ++i) {
+        Store<u8>(kStart + i, static_cast<u8>(0x80 + i));
+    }
     FreeHeap(500);
     EXPECT_EQ(heapPtrs[500].list, HeapList::Freed);
     CompactHeap();
     EXPECT_EQ(heapPtrs[a].offset, 0u);
     EXPECT_EQ(heapPtrs[b].offset, 20u);
     EXPECT_EQ(heapFree, 50u);
-    for (u32 i = 0; i < 50; ++i) EXPECT_EQ(Load<u8>(i), 0x80 + i);
+    for (u32 i = 0; i < 50; ++i) {
+        EXPECT_EQ(Load<u8>(i), 0x80 + i);
+    }
     ExpectSoundLists();
 }
 
@@ -406,8 +424,12 @@ TEST_F(Heap, ALockedUnusedHandleBringsItsOldBlockBackAndTheNextCompactionPlacesI
     const u32 a = AllocHeap(100);
     const u32 b = AllocHeap(50);
     const u32 c = AllocHeap(30);
-    for (u32 i = 0; i < 50; ++i) Store<u8>(kStart + 104 + i, static_cast<u8>(100 + i));
-    for (u32 i = 0; i < 30; ++i) Store<u8>(kStart + 154 + i, static_cast<u8>(1 + i));
+    for (u32 i = 0; i < 50; ++i) {
+        Store<u8>(kStart + 104 + i, static_cast<u8>(100 + i));
+    }
+    for (u32 i = 0; i < 30; ++i) {
+        Store<u8>(kStart + 154 + i, static_cast<u8>(1 + i));
+    }
     FreeHeap(b);
     CompactHeap();  // C slides down to 104, where B's record still points
     EXPECT_EQ(LockHeap(b), kStart + 104);
@@ -418,9 +440,15 @@ TEST_F(Heap, ALockedUnusedHandleBringsItsOldBlockBackAndTheNextCompactionPlacesI
     EXPECT_EQ(heapPtrs[b].offset, kStart + 134);
     // B's 50 bytes go up by 30, the lowest first: the first 30 are C's, and the last 20 are copied
     // from where C's first 20 have just been put.
-    for (u32 i = 0; i < 30; ++i) ASSERT_EQ(Load<u8>(kStart + 104 + i), 1 + i) << i;
-    for (u32 i = 0; i < 30; ++i) ASSERT_EQ(Load<u8>(kStart + 134 + i), 1 + i) << i;
-    for (u32 i = 0; i < 20; ++i) ASSERT_EQ(Load<u8>(kStart + 164 + i), 1 + i) << i;
+    for (u32 i = 0; i < 30; ++i) {
+        ASSERT_EQ(Load<u8>(kStart + 104 + i), 1 + i) << i;
+    }
+    for (u32 i = 0; i < 30; ++i) {
+        ASSERT_EQ(Load<u8>(kStart + 134 + i), 1 + i) << i;
+    }
+    for (u32 i = 0; i < 20; ++i) {
+        ASSERT_EQ(Load<u8>(kStart + 164 + i), 1 + i) << i;
+    }
     EXPECT_EQ(GetHeapAdr(AllocHeap(1)), kStart + 184);
     ExpectSoundLists();
 }
@@ -443,7 +471,9 @@ TEST_F(Heap, ABlockThatMovesUpIntoItselfRepeatsTheBytesBeforeIt) {
     AllocHeap(4);
     const u32 stale = AllocHeap(1000);
     const u32 kept = AllocHeap(3);
-    for (u32 i = 0; i < 3; ++i) Store<u8>(kStart + 1004 + i, static_cast<u8>(7 + i));
+    for (u32 i = 0; i < 3; ++i) {
+        Store<u8>(kStart + 1004 + i, static_cast<u8>(7 + i));
+    }
     FreeHeap(stale);
     CompactHeap();
     LockHeap(stale);
@@ -451,7 +481,9 @@ TEST_F(Heap, ABlockThatMovesUpIntoItselfRepeatsTheBytesBeforeIt) {
     CompactHeap();
     EXPECT_EQ(heapPtrs[kept].offset, kStart + 4);
     EXPECT_EQ(heapPtrs[stale].offset, kStart + 7);
-    for (u32 i = 0; i < 1003; ++i) ASSERT_EQ(Load<u8>(kStart + 4 + i), 7 + i % 3) << i;
+    for (u32 i = 0; i < 1003; ++i) {
+        ASSERT_EQ(Load<u8>(kStart + 4 + i), 7 + i % 3) << i;
+    }
     EXPECT_EQ(Load<u8>(kStart + 1007), 0);
 }
 
@@ -466,7 +498,9 @@ TEST_F(Heap, FreeingAFreedHandleMovesItToTheHeadOfTheFreedList) {
 }
 
 TEST_F(Heap, FreedHandlesGoToTheHeadOfTheUnusedListInAddressOrder) {
-    for (u32 i = 0; i < 5; ++i) AllocHeap(10);
+    for (u32 i = 0; i < 5; ++i) {
+        AllocHeap(10);
+    }
     FreeHeap(3);
     FreeHeap(1);
     FreeHeap(2);
@@ -481,7 +515,9 @@ TEST_F(Heap, FreedHandlesGoToTheHeadOfTheUnusedListInAddressOrder) {
 }
 
 TEST_F(Heap, CompactionKeepsTheOrderOfTheAllocatedList) {
-    for (u32 i = 0; i < 4; ++i) AllocHeap(10);
+    for (u32 i = 0; i < 4; ++i) {
+        AllocHeap(10);
+    }
     LockHeap(1);
     UnlockHeap(1);
     CompactHeap();

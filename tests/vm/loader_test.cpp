@@ -151,10 +151,14 @@ TEST_F(Loader, AfterALoadTheHeaderDiffersFromTheFileOnlyAt144152160And195To199) 
         const bool meaning = (i >= 208 && i < 214) || (i >= 218 && i < 220) ||
                              (i >= 224 && i < 228) || (i >= 232 && i < 236) ||
                              (i >= 240 && i < 244) || (i >= 248 && i < 252);
-        if (!meaning) file[i] = static_cast<char>(i * 3 + 1);
+        if (!meaning) {
+            file[i] = static_cast<char>(i * 3 + 1);
+        }
     }
     std::string body;
-    for (int i = 0; i < 88; ++i) body += static_cast<char>(200 - i);
+    for (int i = 0; i < 88; ++i) {
+        body += static_cast<char>(200 - i);
+    }
     ASSERT_TRUE(Loads(file + body));
     Picture wanted;
     wanted.bytes.assign(924, 0);

@@ -274,7 +274,9 @@ TEST_F(OneOperand, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
 
 TEST_F(OneOperand, OperationNumbers28To31And72To127AreIllegal) {
     for (u32 operation = 28; operation < 128; ++operation) {
-        if (operation >= 32 && operation < 72) continue;
+        if (operation >= 32 && operation < 72) {
+            continue;
+        }
         for (const Form& form : kForms) {
             const Picture before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
             ExpectRun(NameOf("an illegal operation", form, 5), before,

@@ -39,7 +39,9 @@ u32 Digest(u32 pc, u32 sp, u32 fp, u8 flags) {
 void HostService() {
     const u32 digest = Digest(Load<u32>(136), Load<u32>(160), Load<u32>(168), Load<u8>(192));
     Store<u32>(120, digest);
-    for (const u32 address : {136u, 160u, 168u}) Store<u32>(address, digest);
+    for (const u32 address : {136u, 160u, 168u}) {
+        Store<u32>(address, digest);
+    }
     Store<u8>(192, static_cast<u8>(digest));
 }
 
@@ -48,7 +50,9 @@ void PlainService(plain::Machine& m) {
     const u32 digest =
         Digest(static_cast<u32>(picture.Get(136, 4)), static_cast<u32>(picture.Get(160, 4)),
                static_cast<u32>(picture.Get(168, 4)), static_cast<u8>(picture.Get(192, 1)));
-    for (const u32 address : {120u, 136u, 160u, 168u}) picture.Put(address, digest, 4);
+    for (const u32 address : {120u, 136u, 160u, 168u}) {
+        picture.Put(address, digest, 4);
+    }
     picture.Put(192, digest & 0xFF, 1);
     m.memory = std::move(picture.bytes);
 }
@@ -78,7 +82,9 @@ TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePla
                 continue;
             }
             // A program may well end with the very last instruction of the budget.
-            if (wanted.outcome != Outcome::BudgetSpent) ++options.budget;
+            if (wanted.outcome != Outcome::BudgetSpent) {
+                ++options.budget;
+            }
             std::string difference = CompareRuns(RunOn(Engine::Traced, program, options), wanted);
             // Only a program that is known to end runs without a budget.
             if (difference.empty() && wanted.outcome != Outcome::BudgetSpent) {
@@ -86,12 +92,18 @@ TEST_F(RandomPrograms, EndWithTheSameImageByteForByteOnTheInterpreterAndOnThePla
                 if (difference.empty()) {
                     RunResult translated = RunOn(Engine::Translated, program, options);
                     RunResult shortened = wanted;
-                    for (RunResult* result : {&translated, &shortened}) KeepNewest(result->trace);
+                    for (RunResult* result : {&translated, &shortened}) {
+                        KeepNewest(result->trace);
+                    }
                     difference = CompareRuns(translated, shortened);
-                    if (!difference.empty()) difference = "translated:\n" + difference;
+                    if (!difference.empty()) {
+                        difference = "translated:\n" + difference;
+                    }
                 }
             }
-            if (difference.empty()) continue;
+            if (difference.empty()) {
+                continue;
+            }
             ++failures;
             report += FormatText("seed %llu:\n", static_cast<unsigned long long>(seed));
             report += difference;

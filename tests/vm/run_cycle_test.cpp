@@ -55,7 +55,9 @@ class RunCycle : public VmTest {
         dirtyLeft = 0;
         flushes = 0;
         vmSlots.flushScreen = [] {
-            if (dirtyLeft <= 0) return false;
+            if (dirtyLeft <= 0) {
+                return false;
+            }
             --dirtyLeft;
             ++flushes;
             return true;
@@ -98,7 +100,9 @@ TEST_F(RunCycle, TheFrameOf24BytesHasReturnAddress0And16ArgumentBytes) {
     EXPECT_EQ(EndStatus([] { MXmsg(9, 1, 2, 3); }), 0);
     // The first message's frame below the stack top 4096; MSG_END's lies below it.
     const u32 words[] = {0, 16, 9, 1, 2, 3};
-    for (u32 i = 0; i < 6; ++i) EXPECT_EQ(Load<u32>(4072 + 4 * i), words[i]) << i;
+    for (u32 i = 0; i < 6; ++i) {
+        EXPECT_EQ(Load<u32>(4072 + 4 * i), words[i]) << i;
+    }
     EXPECT_EQ(Load<u32>(4048), 0u);
     EXPECT_EQ(Load<u32>(4056), 4u);
     EXPECT_EQ(Load<u32>(160), 4048u);
@@ -237,7 +241,9 @@ TEST_F(RunCycle, DeliveryWhileAlreadyInsideARunIsLoggedAndProceeds) {
     depth = 0;
     vmSlots.sysDispatch = [] {
         seen.push_back({});
-        if (++depth == 1) MXmsg(13, 0, 0, 0);
+        if (++depth == 1) {
+            MXmsg(13, 0, 0, 0);
+        }
     };
     EXPECT_EQ(EndStatus([] { MXmsg(9, 0, 0, 0); }), -1);
     EXPECT_EQ(seen.size(), 2u);

@@ -404,7 +404,9 @@ u32 Encode(Picture& picture, const Form& form, u32 operation, u64 b) {
         }
     } else {
         u32 field = 0;
-        if (!QuickFor(b, operation, field)) return 0;
+        if (!QuickFor(b, operation, field)) {
+            return 0;
+        }
         w |= field << form.quickAt;
     }
     words.insert(words.begin(), w);
@@ -414,7 +416,9 @@ u32 Encode(Picture& picture, const Form& form, u32 operation, u64 b) {
 
 // What the immediate slot holds after decoding: 8 bytes for QUAD, else the low 4.
 void FillSlot(Picture& after, const Form& form, u32 operation, u64 b) {
-    if (form.source == Form::Memory) return;
+    if (form.source == Form::Memory) {
+        return;
+    }
     const bool quad = Bytes(operation) == 8;
     u64 value = b;
     if (form.source == Form::Quick) {
@@ -444,7 +448,9 @@ TEST_F(TwoOperands, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWo
                 before.Put(192, flags, 1);
                 before.Put(form.a, c.a, Bytes(c.operation));
                 const u32 pc = Encode(before, form, c.operation, c.b);
-                if (pc == 0) continue;
+                if (pc == 0) {
+                    continue;
+                }
                 Picture after = before;
                 FillSlot(after, form, c.operation, c.b);
                 after.Put(form.a, c.result, IsMovez(c.operation) ? 8 : Bytes(c.operation));
@@ -458,7 +464,9 @@ TEST_F(TwoOperands, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWo
 
 TEST_F(TwoOperands, EveryOperationAndSizeHasACaseThatFitsAQuickSource) {
     for (u32 operation = 0; operation < 88; ++operation) {
-        if (operation >= 68 && operation % 4 < 2) continue;
+        if (operation >= 68 && operation % 4 < 2) {
+            continue;
+        }
         bool found = false;
         for (const Case& c : kCases) {
             u32 field = 0;
@@ -529,7 +537,9 @@ TEST_F(TwoOperands, BlockmoveCopiesCountTimesSizeBytesInEveryForm) {
             // 3, 6, 12 or 24 bytes; the ranges do not overlap, but for R3's and R5's.
             const Picture source = after;
             const u32 total = 3 * Bytes(operation);
-            for (u32 i = 0; i < total; ++i) after.Put(form.a + i, source.Get(form.b + i, 1), 1);
+            for (u32 i = 0; i < total; ++i) {
+                after.Put(form.a + i, source.Get(form.b + i, 1), 1);
+            }
             after.Put(136, pc, 4);
             ExpectRun(NameOf("BLOCKMOVE", form, 1), before, {.after = after});
         }
@@ -556,7 +566,9 @@ TEST_F(TwoOperands, PushblockPushesAsManyBytesAsAHoldsInEveryForm) {
             }
             const u32 n = operation == 120 ? 13 : 269;
             const Picture source = after;
-            for (u32 i = 0; i < n; ++i) after.Put(2800 - n + i, source.Get(form.b + i, 1), 1);
+            for (u32 i = 0; i < n; ++i) {
+                after.Put(2800 - n + i, source.Get(form.b + i, 1), 1);
+            }
             after.Put(160, 2800 - n, 4);
             after.Put(136, pc, 4);
             ExpectRun(NameOf("PUSHBLOCK", form, 4), before, {.after = after});
@@ -577,7 +589,9 @@ TEST_F(TwoOperands, PeekblockCopiesAsManyBytesAsAHoldsToBInEveryForm) {
             Picture after = before;
             FillSlot(after, form, operation, 7);
             const u32 n = operation == 124 || header ? 5 : 261;
-            for (u32 i = 0; i < n; ++i) after.Put(form.b + i, before.Get(2800 + i, 1), 1);
+            for (u32 i = 0; i < n; ++i) {
+                after.Put(form.b + i, before.Get(2800 + i, 1), 1);
+            }
             after.Put(136, pc, 4);
             ExpectRun(NameOf("PEEKBLOCK", form, 2), before, {.after = after});
         }

@@ -32,7 +32,9 @@ std::string WithoutLong(const std::string& program) {
         const bool afterNumber = i > 1 && (IsDigit(program[i - 1]) ||
                                            (program[i - 1] == 'U' && IsDigit(program[i - 2])));
         const bool single = i + 1 < program.size() && program[i + 1] != 'L';
-        if (program[i] == 'L' && afterNumber && single) continue;
+        if (program[i] == 'L' && afterNumber && single) {
+            continue;
+        }
         result += program[i];
     }
     return result;
@@ -61,7 +63,9 @@ std::string MachineChecksum(const std::string& folder, const std::string& level)
     arguments.insert(arguments.end(), kOptions.begin(), kOptions.end());
     arguments.emplace_back("game/");
     const ProgramResult compiled = RunProgram("mxcc", arguments, folder);
-    if (compiled.status != 0) return compiled.errors;
+    if (compiled.status != 0) {
+        return compiled.errors;
+    }
     const std::string moxi = MOXI_BIN_DIR "/moxi";
     const ProgramResult run =
         RunProgram("/usr/bin/timeout",
@@ -114,7 +118,9 @@ struct Bundle {
             const std::string number = std::to_string(i);
             const ProgramResult run =
                 RunProgram("/usr/bin/prlimit", {"--cpu=1", "./program", number}, folder.path);
-            if (run.status != 0) continue;
+            if (run.status != 0) {
+                continue;
+            }
             lines += run.output;
             numbers += number + "\n";
         }
@@ -141,8 +147,9 @@ TEST(CPrograms, InOneModuleGiveTheChecksumsThatTheyGiveOnThisComputer) {
         std::istringstream logged(run.errors);
         for (std::string line; std::getline(logged, line);) {
             // The host may have a word of its own.
-            if (line.find("checksum") == std::string::npos && !line.starts_with("fatal: "))
+            if (line.find("checksum") == std::string::npos && !line.starts_with("fatal: ")) {
                 continue;
+            }
             lines += (line.starts_with("log: ") ? line.substr(5) : line) + "\n";
         }
         EXPECT_EQ(lines, wanted) << "programs from " << seed << " on with " << level;
@@ -162,7 +169,9 @@ TEST(CPrograms, GiveTheChecksumsThatTheyGiveOnThisComputer) {
         WriteTextFile(folder.path + "/program.c", WithoutLong(made.output));
         const std::string level = kLevels[seed % std::size(kLevels)];
         const std::string wanted = NativeChecksum(folder.path, level);
-        if (wanted.empty()) continue;
+        if (wanted.empty()) {
+            continue;
+        }
         ++compared;
         EXPECT_EQ(MachineChecksum(folder.path, level), wanted)
             << "program " << seed << " with " << level;

@@ -76,7 +76,9 @@ std::string TrapOfWabt(const std::string& error) {
         {"out of bounds table access", "undefined element"},
     };
     for (const auto& [theirs, ours] : kWords) {
-        if (error.find(theirs) != std::string::npos) return std::string("Trap: ") + ours;
+        if (error.find(theirs) != std::string::npos) {
+            return std::string("Trap: ") + ours;
+        }
     }
     return "Trap: ? " + error;
 }
@@ -137,7 +139,9 @@ CallsRun RunTranslated(const Translation& translation, const std::string& calls)
     CallsRun run;
     if (!translation.ok) {
         run.errors = translation.errors;
-        if (run.errors.empty()) run.errors.emplace_back("refused without a word");
+        if (run.errors.empty()) {
+            run.errors.emplace_back("refused without a word");
+        }
         return run;
     }
     vmEvents = {};
@@ -202,8 +206,12 @@ std::vector<std::vector<std::string>> WabtLines(const std::vector<RandomModule>&
             while (std::getline(output, line) && !line.starts_with(start)) {
             }
             const size_t arrow = line.find(") =>");
-            if (arrow == std::string::npos) return {};
-            if (ended && untilTrap) continue;
+            if (arrow == std::string::npos) {
+                return {};
+            }
+            if (ended && untilTrap) {
+                continue;
+            }
             const std::string rest = line.substr(arrow + 4);
             ended = rest.starts_with(" error: ");
             all[i].push_back(ended ? TrapOfWabt(rest) : LogOfWabt(call.name, rest));
@@ -224,7 +232,9 @@ std::vector<std::vector<std::string>> NodeLines(const std::vector<RandomModule>&
         const char* comma = "";
         for (const RandomModule::Call& call : modules[i].calls) {
             calls << comma << R"([")" << call.name << R"(",")" << call.argumentTypes << '"';
-            for (const u64 argument : call.arguments) calls << ",\"" << argument << '"';
+            for (const u64 argument : call.arguments) {
+                calls << ",\"" << argument << '"';
+            }
             calls << "]";
             comma = ",";
         }
@@ -241,8 +251,12 @@ std::vector<std::vector<std::string>> NodeLines(const std::vector<RandomModule>&
         bool ended = false;
         for (size_t k = 0; k < modules[i].calls.size(); ++k) {
             std::string line;
-            if (!std::getline(output, line)) return {};
-            if (ended && untilTrap) continue;
+            if (!std::getline(output, line)) {
+                return {};
+            }
+            if (ended && untilTrap) {
+                continue;
+            }
             ended = line.starts_with("Trap: ");
             all[i].push_back(line);
         }
@@ -271,7 +285,9 @@ std::string WasmOfText(const std::string& text, const std::vector<std::string>& 
 }
 
 std::string WithoutFunction(const std::string& line) {
-    if (!line.starts_with("Trap: ")) return line;
+    if (!line.starts_with("Trap: ")) {
+        return line;
+    }
     const size_t in = line.find(" in ", 6);
     return line.substr(0, in);
 }

@@ -28,7 +28,9 @@ RandomModule::Call ReadCall(const std::string& text) {
     words >> call.name;
     for (std::string word; words >> word;) {
         const bool isLong = word.back() == 'L';
-        if (isLong) word.pop_back();
+        if (isLong) {
+            word.pop_back();
+        }
         const u64 value = word[0] == '-' ? static_cast<u64>(std::stoll(word, nullptr, 0))
                                          : std::stoull(word, nullptr, 0);
         call.arguments.push_back(isLong ? value : value & 0xFFFFFFFF);
@@ -41,14 +43,16 @@ Cases ReadCases(const std::string& text) {
     Cases cases;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        if (!line.starts_with(";; ")) continue;
+        if (!line.starts_with(";; ")) {
+            continue;
+        }
         line = line.substr(3);
         const size_t arrow = line.find(" -> ");
-        if (line == "options: check-bounds")
+        if (line == "options: check-bounds") {
             cases.checkBounds = true;
-        else if (line == "run")
+        } else if (line == "run") {
             cases.runs.emplace_back();
-        else if (line.starts_with("trap ")) {
+        } else if (line.starts_with("trap ")) {
             cases.traps.emplace_back(ReadCall(line.substr(5, arrow - 5)), line.substr(arrow + 4));
         } else if (!cases.runs.empty()) {
             cases.runs.back().push_back(ReadCall(line));
@@ -63,7 +67,9 @@ struct WasmCasesTest : VmTest, ::testing::WithParamInterface<const char*> {
 
 std::vector<std::string> Seen(const CallsRun& run) {
     std::vector<std::string> lines;
-    for (const std::string& line : run.lines) lines.push_back(WithoutFunction(line));
+    for (const std::string& line : run.lines) {
+        lines.push_back(WithoutFunction(line));
+    }
     if (!run.fatals.empty() && run.fatals[0].starts_with("Division error")) {
         lines.emplace_back("Trap: integer division");
     }
@@ -82,7 +88,9 @@ TEST_P(WasmCasesTest, DoWhatWabtsInterpreterSays) {
     ASSERT_TRUE(translation.ok) << translation.errors[0];
 
     std::vector<RandomModule> modules;
-    for (const auto& calls : cases.runs) modules.push_back({wasm, calls, false});
+    for (const auto& calls : cases.runs) {
+        modules.push_back({wasm, calls, false});
+    }
     const std::vector<std::vector<std::string>> all = WabtLines(modules);
     ASSERT_EQ(all.size(), modules.size());
     for (size_t i = 0; i < all.size(); ++i) {

@@ -189,7 +189,9 @@ TEST_F(WasmCommand, WithIdentityMemoryIsTheImageItself) {
 // The assembly text is the whole module.
 TEST_F(WasmCommand, TheAssemblyTextMakesTheSameModule) {
     Texts modules = {WasmOfText(kModule, {"--debug-names"})};
-    for (u64 seed = 1; seed <= 25; ++seed) modules.push_back(MakeRandomModule(seed).bytes);
+    for (u64 seed = 1; seed <= 25; ++seed) {
+        modules.push_back(MakeRandomModule(seed).bytes);
+    }
     for (size_t i = 0; i < modules.size(); ++i) {
         WriteTextFile(folder.path + "/in.wasm", modules[i]);
         const ProgramResult translated =

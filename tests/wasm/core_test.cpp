@@ -31,7 +31,9 @@ TEST_P(WasmCoreTest, WhatIsAModuleIsTranslatedAndWhatIsNoneIsRefused) {
     u32 refused = 0;
     for (std::string line; std::getline(commands, line);) {
         std::smatch found;
-        if (!std::regex_search(line, found, kCommand)) continue;
+        if (!std::regex_search(line, found, kCommand)) {
+            continue;
+        }
         const std::string where = name + ".wast:" + found[2].str();
         const std::string bytes = ReadTextFile(folder.path + "/" + found[3].str());
         const Translation translation = Translate(bytes, CallOptions());

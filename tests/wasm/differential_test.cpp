@@ -23,18 +23,28 @@ struct WasmDifferentialTest : VmTest {};
 // A division's own fault stands for both the line and the end.
 std::vector<std::string> Seen(const CallsRun& run) {
     std::vector<std::string> lines;
-    for (const std::string& line : run.lines) lines.push_back(WithoutFunction(line));
+    for (const std::string& line : run.lines) {
+        lines.push_back(WithoutFunction(line));
+    }
     for (const std::string& text : run.fatals) {
-        if (text.starts_with("Division error")) lines.push_back("Division error");
+        if (text.starts_with("Division error")) {
+            lines.push_back("Division error");
+        }
     }
     return lines;
 }
 
 bool Agree(const std::vector<std::string>& seen, const std::vector<std::string>& wanted) {
-    if (seen.size() != wanted.size()) return false;
+    if (seen.size() != wanted.size()) {
+        return false;
+    }
     for (size_t i = 0; i < seen.size(); ++i) {
-        if (seen[i] == wanted[i]) continue;
-        if (seen[i] != "Division error") return false;
+        if (seen[i] == wanted[i]) {
+            continue;
+        }
+        if (seen[i] != "Division error") {
+            return false;
+        }
         if (wanted[i] != "Trap: integer divide by zero" && wanted[i] != "Trap: integer overflow") {
             return false;
         }
@@ -46,8 +56,12 @@ void Report(u64 seed, const RandomModule& module, const CallsRun& run,
             const std::vector<std::string>& seen, const std::vector<std::string>& wanted) {
     std::string text = "module " + std::to_string(seed) +
                        (module.anyAddress ? ", translated with checks of bounds\n" : "\n");
-    for (const std::string& error : run.errors) text += "error: " + error + "\n";
-    for (const std::string& fatal : run.fatals) text += "fatal: " + fatal + "\n";
+    for (const std::string& error : run.errors) {
+        text += "error: " + error + "\n";
+    }
+    for (const std::string& fatal : run.fatals) {
+        text += "fatal: " + fatal + "\n";
+    }
     for (size_t i = 0; i < std::max(seen.size(), wanted.size()); ++i) {
         const std::string ours = i < seen.size() ? seen[i] : "(nothing)";
         const std::string theirs = i < wanted.size() ? wanted[i] : "(nothing)";
@@ -59,7 +73,9 @@ void Report(u64 seed, const RandomModule& module, const CallsRun& run,
     }
     ADD_FAILURE() << text;
     const char* const folder = std::getenv("MOXI_WASM_KEEP");
-    if (folder == nullptr) return;
+    if (folder == nullptr) {
+        return;
+    }
     const std::string path = std::string(folder) + "/" + std::to_string(seed);
     std::ofstream(path + ".wasm", std::ios::binary) << module.bytes;
     std::ofstream(path + ".txt") << CallText(module.calls);
@@ -79,7 +95,9 @@ void CompareWithNode(u64 start, const std::vector<RandomModule>& modules,
     for (size_t i = 0; i < some.size(); ++i) {
         const std::vector<std::string>& known = wanted[places[i]];
         bool same = theirs[i].size() == known.size();
-        for (size_t k = 0; same && k < known.size(); ++k) same = SameTrap(theirs[i][k], known[k]);
+        for (size_t k = 0; same && k < known.size(); ++k) {
+            same = SameTrap(theirs[i][k], known[k]);
+        }
         EXPECT_TRUE(same) << "module " << start + places[i] << ": wabt's interpreter and Node.js "
                           << "differ";
     }

@@ -25,7 +25,9 @@ std::string ModuleOf(const std::string& parameters, const std::string& results,
     section.Raw("\x01\x60");
     for (const std::string& types : {parameters, results}) {
         section.Unsigned(types.size());
-        for (const char type : types) section.Byte(ValueTypeByte(type));
+        for (const char type : types) {
+            section.Byte(ValueTypeByte(type));
+        }
     }
     file.Section(1, section);
     section = {};
@@ -56,7 +58,9 @@ TEST_F(WasmLimitsTest, ATableOf20000BranchesFindsItsTargets) {
     body.Raw(std::string_view("\0\2\x40\2\x40\2\x40\x20\0\x0E", 10));
     constexpr u32 kEntries = 20000;
     body.Unsigned(kEntries);
-    for (u32 i = 0; i < kEntries; ++i) body.Unsigned(i % 3);
+    for (u32 i = 0; i < kEntries; ++i) {
+        body.Unsigned(i % 3);
+    }
     body.Unsigned(2);
     body.Raw("\x0B\x41\x0A\x0F");  // end: return 10
     body.Raw("\x0B\x41\x14\x0F");  // return 20
@@ -71,11 +75,15 @@ TEST_F(WasmLimitsTest, BlocksMayBeNestedAThousandDeep) {
     constexpr u32 kDepth = 1000;
     WasmBytes body;
     body.Byte(0);
-    for (u32 i = 0; i < kDepth; ++i) body.Raw("\2\x7F");  // block (result i32)
+    for (u32 i = 0; i < kDepth; ++i) {
+        body.Raw("\2\x7F");  // block (result i32)
+    }
     body.Raw(std::string_view("\x41\5\x20\0", 4));
     body.Raw("\x0D");  // br_if to the middle one
     body.Unsigned(kDepth / 2);
-    for (u32 i = 0; i < kDepth; ++i) body.Raw("\x41\1\x6A\x0B");  // + 1 end
+    for (u32 i = 0; i < kDepth; ++i) {
+        body.Raw("\x41\1\x6A\x0B");  // + 1 end
+    }
     body.Byte(0x0B);
     EXPECT_EQ(Lines(ModuleOf("i", "i", body), "f 0\nf 1\n"),
               (std::vector<std::string>{"f -> 0x000003ED", "f -> 0x000001F8"}));
@@ -85,8 +93,12 @@ TEST_F(WasmLimitsTest, AnExpressionMayBe3000OperandsDeep) {
     constexpr u32 kDepth = 3000;
     WasmBytes body;
     body.Byte(0);
-    for (u32 i = 0; i < kDepth; ++i) body.Raw(std::string_view("\x20\0", 2));
-    for (u32 i = 1; i < kDepth; ++i) body.Byte(0x6A);
+    for (u32 i = 0; i < kDepth; ++i) {
+        body.Raw(std::string_view("\x20\0", 2));
+    }
+    for (u32 i = 1; i < kDepth; ++i) {
+        body.Byte(0x6A);
+    }
     body.Byte(0x0B);
     EXPECT_EQ(Lines(ModuleOf("i", "i", body), "f 1\nf 0x10000000\n"),
               (std::vector<std::string>{"f -> 0x00000BB8", "f -> 0x80000000"}));
@@ -126,7 +138,9 @@ TEST_F(WasmLimitsTest, AFunctionMayHaveAThousandLocalsOfAllTypes) {
 TEST_F(WasmLimitsTest, AFunctionMayTakeAndGiveManyValues) {
     // 60 arguments come back in the other order, half of them i64.
     std::string types;
-    for (u32 i = 0; i < 60; ++i) types += i % 2 == 0 ? 'i' : 'I';
+    for (u32 i = 0; i < 60; ++i) {
+        types += i % 2 == 0 ? 'i' : 'I';
+    }
     const std::string results(types.rbegin(), types.rend());
     WasmBytes body;
     body.Byte(0);
@@ -137,8 +151,12 @@ TEST_F(WasmLimitsTest, AFunctionMayTakeAndGiveManyValues) {
     body.Byte(0x0B);
     std::string call = "f";
     std::string line = "f ->";
-    for (u32 i = 0; i < 60; ++i) call += " " + std::to_string(i + 1);
-    for (u32 i = 60; i-- > 0;) line += FormatText(i % 2 == 0 ? " 0x%08X" : " 0x%016X", i + 1);
+    for (u32 i = 0; i < 60; ++i) {
+        call += " " + std::to_string(i + 1);
+    }
+    for (u32 i = 60; i-- > 0;) {
+        line += FormatText(i % 2 == 0 ? " 0x%08X" : " 0x%016X", i + 1);
+    }
     EXPECT_EQ(Lines(ModuleOf(types, results, body), call + "\n"), (std::vector<std::string>{line}));
 }
 
@@ -194,7 +212,9 @@ std::string ModuleWithFields(u32 fields) {
     section.Text(".debug_abbrev");
     section.Raw(
         std::string_view("\1\x2E\0\x11\x01\x12\x06", 7));  // a function, its low and high address
-    for (u32 i = 2; i < fields; ++i) section.Raw("\x3F\x19");  // external, a flag that is present
+    for (u32 i = 2; i < fields; ++i) {
+        section.Raw("\x3F\x19");  // external, a flag that is present
+    }
     section.Raw(std::string_view("\0\0\0", 3));
     file.Section(0, section);
     section = {};

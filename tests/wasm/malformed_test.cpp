@@ -40,7 +40,9 @@ std::vector<bool> NodeAccepts(const std::vector<std::string>& modules) {
 
 void Keep(const std::string& bytes, const std::string& name) {
     const char* const folder = std::getenv("MOXI_WASM_KEEP");
-    if (folder != nullptr) WriteTextFile(std::string(folder) + "/" + name + ".wasm", bytes);
+    if (folder != nullptr) {
+        WriteTextFile(std::string(folder) + "/" + name + ".wasm", bytes);
+    }
 }
 
 void ExpectRefused(const Translation& translation, const std::string& what) {
@@ -63,7 +65,9 @@ TEST_F(WasmMalformedTest, EveryBeginningOfAModuleIsRefused) {
         }
         const std::vector<bool> accepted = NodeAccepts(beginnings);
         for (size_t i = 0; i < beginnings.size(); ++i) {
-            if (accepted[i]) continue;  // a module may end behind any section
+            if (accepted[i]) {
+                continue;  // a module may end behind any section
+            }
             ExpectRefused(Translate(beginnings[i], CallOptions()),
                           "the first " + std::to_string(beginnings[i].size()) +
                               " bytes of module " + std::to_string(seed));
@@ -106,7 +110,9 @@ TEST_F(WasmMalformedTest, WhatNodeRefusesIsRefused) {
                 ExpectRefused(translation, name);
                 ++refused;
             }
-            if (accepted[i] != translation.ok) Keep(mutants[i], name);
+            if (accepted[i] != translation.ok) {
+                Keep(mutants[i], name);
+            }
             // What is accepted there is refused here only for what we do not have, and for the
             // type of a block in more bytes than the one that it has.
             if (accepted[i] && !translation.ok) {

@@ -36,7 +36,9 @@ struct WasmBytes {
         }
     }
     void Fixed(u64 value, u32 count) {
-        for (u32 i = 0; i < count; ++i) Byte(static_cast<u32>(value >> (8 * i)) & 0xFF);
+        for (u32 i = 0; i < count; ++i) {
+            Byte(static_cast<u32>(value >> (8 * i)) & 0xFF);
+        }
     }
     void Text(std::string_view text) {
         Unsigned(text.size());

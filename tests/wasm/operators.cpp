@@ -58,7 +58,9 @@ std::vector<NumericOperator> ReadRuns() {
         u32 number = static_cast<u32>(std::stoul(first, nullptr, 16));
         for (std::string name; words >> name; ++number) {
             std::vector<u8> bytes;
-            if (number > 0xFF) bytes.push_back(static_cast<u8>(number >> 8));
+            if (number > 0xFF) {
+                bytes.push_back(static_cast<u8>(number >> 8));
+            }
             bytes.push_back(static_cast<u8>(number));
             const size_t arrow = signature.find('>');
             all.push_back(

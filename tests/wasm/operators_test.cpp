@@ -56,7 +56,9 @@ char Seen(char type) {
 }
 
 bool IsNan(char type, u64 bits) {
-    if (type == 'f') return (bits & 0x7FFFFFFF) > 0x7F800000;
+    if (type == 'f') {
+        return (bits & 0x7FFFFFFF) > 0x7F800000;
+    }
     return type == 'F' && (bits & 0x7FFFFFFFFFFFFFFF) > 0x7FF0000000000000;
 }
 bool IsCanonical(char type, u64 bits) {
@@ -101,14 +103,18 @@ class OperatorModule {
         for (const auto& [parameters, result] : types) {
             section.Byte(0x60);
             section.Unsigned(parameters.size());
-            for (const char type : parameters) section.Byte(ValueTypeByte(type));
+            for (const char type : parameters) {
+                section.Byte(ValueTypeByte(type));
+            }
             section.Unsigned(1);
             section.Byte(ValueTypeByte(result));
         }
         file.Section(1, section);
         section = {};
         section.Unsigned(types.size());
-        for (u32 i = 0; i < types.size(); ++i) section.Unsigned(i);
+        for (u32 i = 0; i < types.size(); ++i) {
+            section.Unsigned(i);
+        }
         file.Section(3, section);
         section = {};
         section.Raw(std::string_view("\1\0\1", 3));
@@ -123,7 +129,9 @@ class OperatorModule {
         file.Section(7, section);
         section = {};
         section.Unsigned(bodies.size());
-        for (const WasmBytes& body : bodies) section.Text(body.bytes);
+        for (const WasmBytes& body : bodies) {
+            section.Text(body.bytes);
+        }
         file.Section(10, section);
         module.bytes = file.bytes;
         return module;
@@ -131,11 +139,14 @@ class OperatorModule {
 
     // Whether an operand of this call is a NaN with bits of its own.
     static bool HasOddNan(const NumericOperator& op, const RandomModule::Call& call) {
-        if (call.name != "p" && call.name != "m") return true;
+        if (call.name != "p" && call.name != "m") {
+            return true;
+        }
         for (size_t i = 0; i < op.operands.size(); ++i) {
             const char type = op.operands[i];
-            if (IsNan(type, call.arguments[i]) && !IsCanonical(type, call.arguments[i]))
+            if (IsNan(type, call.arguments[i]) && !IsCanonical(type, call.arguments[i])) {
                 return true;
+            }
         }
         return false;
     }
@@ -144,8 +155,12 @@ class OperatorModule {
     void Argument(u32 index) {
         code.Byte(0x20);
         code.Unsigned(index);
-        if (op.operands[index] == 'f') code.Byte(0xBE);
-        if (op.operands[index] == 'F') code.Byte(0xBF);
+        if (op.operands[index] == 'f') {
+            code.Byte(0xBE);
+        }
+        if (op.operands[index] == 'F') {
+            code.Byte(0xBF);
+        }
     }
 
     // The argument goes to memory as an integer and comes back as what it is.
@@ -172,10 +187,18 @@ class OperatorModule {
 
     void Constant(char type, u64 bits) {
         code.Byte(type == 'i' ? 0x41 : type == 'I' ? 0x42 : type == 'f' ? 0x43 : 0x44);
-        if (type == 'i') code.Signed(static_cast<i32>(bits));
-        if (type == 'I') code.Signed(static_cast<i64>(bits));
-        if (type == 'f') code.Fixed(bits, 4);
-        if (type == 'F') code.Fixed(bits, 8);
+        if (type == 'i') {
+            code.Signed(static_cast<i32>(bits));
+        }
+        if (type == 'I') {
+            code.Signed(static_cast<i64>(bits));
+        }
+        if (type == 'f') {
+            code.Fixed(bits, 4);
+        }
+        if (type == 'F') {
+            code.Fixed(bits, 8);
+        }
     }
 
     template <class Operand>
@@ -183,16 +206,26 @@ class OperatorModule {
                      const std::string& use) {
         code = {};
         code.Byte(0);  // no locals
-        if (name == "m") StoreArguments();
+        if (name == "m") {
+            StoreArguments();
+        }
         const auto apply = [&] {
-            for (u32 i = 0; i < op.operands.size(); ++i) operand(i);
-            for (const u8 byte : op.bytes) code.Byte(byte);
+            for (u32 i = 0; i < op.operands.size(); ++i) {
+                operand(i);
+            }
+            for (const u8 byte : op.bytes) {
+                code.Byte(byte);
+            }
         };
         char result = Seen(op.result);
         if (use == "value") {
             apply();
-            if (op.result == 'f') code.Byte(0xBC);
-            if (op.result == 'F') code.Byte(0xBD);
+            if (op.result == 'f') {
+                code.Byte(0xBC);
+            }
+            if (op.result == 'F') {
+                code.Byte(0xBD);
+            }
         } else if (use == "if") {
             apply();
             code.Raw("\x04\x7F\x41\x0A\x05\x41\x14\x0B");  // if (result i32) 10 else 20 end
@@ -203,12 +236,16 @@ class OperatorModule {
         } else {
             code.Raw("\x02\x7F\x41\x0A");  // block (result i32) 10
             apply();
-            if (use == "eqz br_if") code.Byte(0x45);
+            if (use == "eqz br_if") {
+                code.Byte(0x45);
+            }
             code.Raw(std::string_view("\x0D\0\x1A\x41\x14\x0B", 6));  // br_if 0 drop 20 end
         }
         code.Byte(0x0B);
         std::string seen = parameters;
-        for (char& type : seen) type = Seen(type);
+        for (char& type : seen) {
+            type = Seen(type);
+        }
         types.emplace_back(seen, result);
         names.push_back(name);
         bodies.push_back(code);
@@ -217,7 +254,9 @@ class OperatorModule {
     void Call(const std::string& name, const std::vector<u64>& arguments,
               const std::string& argumentTypes) {
         std::string seen = argumentTypes;
-        for (char& type : seen) type = Seen(type);
+        for (char& type : seen) {
+            type = Seen(type);
+        }
         module.calls.push_back({name, arguments, seen});
     }
 
@@ -228,7 +267,9 @@ class OperatorModule {
                     Call(name, {a}, op.operands);
                     continue;
                 }
-                for (const u64 b : Corners(op.operands[1])) Call(name, {a, b}, op.operands);
+                for (const u64 b : Corners(op.operands[1])) {
+                    Call(name, {a, b}, op.operands);
+                }
             }
         }
     }
@@ -253,21 +294,35 @@ class OperatorModule {
             const std::string name = std::to_string(number);
             const auto withRight = [&](u32 i) { i == 0 ? Argument(0) : Constant(right, c); };
             AddFunction("r" + name, withRight, std::string(1, left), "value");
-            for (const u64 a : Corners(left)) Call("r" + name, {a}, std::string(1, left));
+            for (const u64 a : Corners(left)) {
+                Call("r" + name, {a}, std::string(1, left));
+            }
             const auto withLeft = [&](u32 i) {
-                if (i == 0) return Constant(left, c);
+                if (i == 0) {
+                    return Constant(left, c);
+                }
                 code.Byte(0x20);
                 code.Unsigned(0);
-                if (right == 'f') code.Byte(0xBE);
-                if (right == 'F') code.Byte(0xBF);
+                if (right == 'f') {
+                    code.Byte(0xBE);
+                }
+                if (right == 'F') {
+                    code.Byte(0xBF);
+                }
             };
             AddFunction("l" + name, withLeft, std::string(1, right), "value");
-            for (const u64 b : Corners(right)) Call("l" + name, {b}, std::string(1, right));
+            for (const u64 b : Corners(right)) {
+                Call("l" + name, {b}, std::string(1, right));
+            }
             if (op.result == 'i') {
                 AddFunction("ri" + name, withRight, std::string(1, left), "if");
-                for (const u64 a : Corners(left)) Call("ri" + name, {a}, std::string(1, left));
+                for (const u64 a : Corners(left)) {
+                    Call("ri" + name, {a}, std::string(1, left));
+                }
                 AddFunction("li" + name, withLeft, std::string(1, right), "br_if");
-                for (const u64 b : Corners(right)) Call("li" + name, {b}, std::string(1, right));
+                for (const u64 b : Corners(right)) {
+                    Call("li" + name, {b}, std::string(1, right));
+                }
             }
             const u64 other = Corners(left)[(number * 7 + 3) % Corners(left).size()];
             const auto withBoth = [&](u32 i) {
@@ -293,12 +348,18 @@ bool SameLine(const NumericOperator& op, const RandomModule::Call& call, const s
     const bool keepsBits = op.name.ends_with(".neg") || op.name.ends_with(".abs") ||
                            op.name.ends_with(".copysign") ||
                            op.name.find("reinterpret") != std::string::npos;
-    if (ours == theirs || !floats || keepsBits) return ours == theirs;
+    if (ours == theirs || !floats || keepsBits) {
+        return ours == theirs;
+    }
     const size_t at = theirs.find("-> ");
-    if (at == std::string::npos || ours.substr(0, at) != theirs.substr(0, at)) return false;
+    if (at == std::string::npos || ours.substr(0, at) != theirs.substr(0, at)) {
+        return false;
+    }
     const u64 wanted = std::stoull(theirs.substr(at + 3), nullptr, 16);
     const u64 got = std::stoull(ours.substr(at + 3), nullptr, 16);
-    if (!IsNan(op.result, wanted)) return false;
+    if (!IsNan(op.result, wanted)) {
+        return false;
+    }
     return OperatorModule::HasOddNan(op, call) ? IsQuiet(op.result, got)
                                                : IsCanonical(op.result, got);
 }
@@ -343,13 +404,19 @@ struct WasmOperatorsTest : VmTest {
         u32 wrong = 0;
         for (size_t i = 0; i < places.size(); ++i) {
             const RandomModule::Call& call = module.calls[places[i]];
-            if (SameLine(op, call, run.lines[i], wanted[places[i]])) continue;
+            if (SameLine(op, call, run.lines[i], wanted[places[i]])) {
+                continue;
+            }
             ADD_FAILURE() << op.name << ": " << CallText({call}) << "  here  " << run.lines[i]
                           << "\n  there " << wanted[places[i]];
-            if (++wrong == 10) return;
+            if (++wrong == 10) {
+                return;
+            }
         }
         for (size_t i = 0; i < wanted.size(); ++i) {
-            if (!wanted[i].starts_with("Trap: ")) continue;
+            if (!wanted[i].starts_with("Trap: ")) {
+                continue;
+            }
             ++trapped;
             const CallsRun trap = RunTranslated(translation, CallText({module.calls[i]}));
             const bool divides = !trap.fatals.empty() && trap.lines.empty() &&
@@ -372,13 +439,16 @@ TEST_F(WasmOperatorsTest, EveryPairOfCornersGivesWhatWabtsInterpreterAndNodeGive
     const StandardError quiet(true);
     const std::vector<NumericOperator>& operators = NumericOperators();
     std::vector<RandomModule> modules;
-    for (const NumericOperator& op : operators) modules.push_back(OperatorModule(op).Finish());
+    for (const NumericOperator& op : operators) {
+        modules.push_back(OperatorModule(op).Finish());
+    }
     const std::vector<std::vector<std::string>> wanted = WabtLines(modules, false);
     const std::vector<std::vector<std::string>> ofNode = NodeLines(modules, false);
     ASSERT_EQ(wanted.size(), operators.size());
     ASSERT_EQ(ofNode.size(), operators.size());
-    for (size_t i = 0; i < operators.size(); ++i)
+    for (size_t i = 0; i < operators.size(); ++i) {
         Check(operators[i], modules[i], wanted[i], ofNode[i]);
+    }
     EXPECT_GT(tried, 200000u);
     EXPECT_GT(trapped, 500u);
 }

@@ -34,7 +34,9 @@ class Maker {
         hasTable = !Chance(12);
         Plan();
         std::vector<WasmBytes> bodies;
-        for (u32 i = 0; i < functions.size(); ++i) bodies.push_back(Function(i));
+        for (u32 i = 0; i < functions.size(); ++i) {
+            bodies.push_back(Function(i));
+        }
         Outside(bodies);
         Write(bodies);
         return std::move(result);
@@ -48,7 +50,9 @@ class Maker {
     char AnyType() { return kTypes[Below(4)]; }
     std::string AnyTypes(u32 most) {
         std::string types;
-        for (u32 count = Below(most + 1); count > 0; --count) types += AnyType();
+        for (u32 count = Below(most + 1); count > 0; --count) {
+            types += AnyType();
+        }
         return types;
     }
 
@@ -57,11 +61,17 @@ class Maker {
             signatures.push_back({AnyTypes(Chance(20) ? 8 : 4), AnyTypes(Chance(20) ? 4 : 1)});
         }
         signatures.push_back({"", ""});
-        for (u32 count = 2 + Below(6); count > 0; --count) functions.push_back(AnySignature());
+        for (u32 count = 2 + Below(6); count > 0; --count) {
+            functions.push_back(AnySignature());
+        }
         globals = "i";  // the fuel
-        for (u32 count = Below(7); count > 0; --count) globals += AnyType();
+        for (u32 count = Below(7); count > 0; --count) {
+            globals += AnyType();
+        }
         immutableFrom = static_cast<u32>(globals.size());
-        for (u32 count = Below(3); count > 0; --count) globals += AnyType();
+        for (u32 count = Below(3); count > 0; --count) {
+            globals += AnyType();
+        }
         if (hasTable) {
             tableSize = 1 + Below(12);
             passiveElements = Chance(50) ? 1 + Below(5) : 0;
@@ -78,7 +88,9 @@ class Maker {
 
     u32 TypeIndex(const Signature& wanted) {
         const auto found = std::find(signatures.begin(), signatures.end(), wanted);
-        if (found != signatures.end()) return static_cast<u32>(found - signatures.begin());
+        if (found != signatures.end()) {
+            return static_cast<u32>(found - signatures.begin());
+        }
         signatures.push_back(wanted);
         return static_cast<u32>(signatures.size() - 1);
     }
@@ -131,13 +143,17 @@ class Maker {
             return type == 'i' ? bits & 0xFFFFFFFF : bits;
         }
         if (type == 'f') {
-            if (Chance(60)) return kFloats[Below(std::size(kFloats))];
+            if (Chance(60)) {
+                return kFloats[Below(std::size(kFloats))];
+            }
             return Chance(50)
                        ? std::bit_cast<u32>(
                              static_cast<float>(static_cast<i64>(any) >> (20 + Below(40))) / 64)
                        : any & 0xFFFFFFFF;
         }
-        if (Chance(60)) return kDoubles[Below(std::size(kDoubles))];
+        if (Chance(60)) {
+            return kDoubles[Below(std::size(kDoubles))];
+        }
         return Chance(50) ? std::bit_cast<u64>(
                                 static_cast<double>(static_cast<i64>(any) >> (10 + Below(50))) / 64)
                           : any;
@@ -173,7 +189,9 @@ class Maker {
     u32 LocalOf(char type) {
         std::vector<u32> fitting;
         for (u32 i = 0; i < locals.size(); ++i) {
-            if (locals[i] == type) fitting.push_back(i);
+            if (locals[i] == type) {
+                fitting.push_back(i);
+            }
         }
         return fitting[Below(static_cast<u32>(fitting.size()))];
     }
@@ -181,7 +199,9 @@ class Maker {
     void Leaf(char type) {
         std::vector<u32> fitting;
         for (u32 i = 1; i < globals.size(); ++i) {
-            if (globals[i] == type) fitting.push_back(i);
+            if (globals[i] == type) {
+                fitting.push_back(i);
+            }
         }
         if (!fitting.empty() && Chance(20)) {
             Op(0x23, fitting[Below(static_cast<u32>(fitting.size()))]);
@@ -194,7 +214,9 @@ class Maker {
 
     // What is not a number becomes one certain thing, before its bits can be seen.
     void Canonical(char type) {
-        if (type != 'f' && type != 'F') return;
+        if (type != 'f' && type != 'F') {
+            return;
+        }
         const u32 scratch = LocalOf(type);
         Op(0x22, scratch);
         Constant(type, type == 'f' ? 0x7FC00000 : 0x7FF8000000000000);
@@ -205,24 +227,48 @@ class Maker {
     }
 
     void Value(char type, u32 depth) {
-        if (budget == 0 || depth == 0) return Leaf(type);
+        if (budget == 0 || depth == 0) {
+            return Leaf(type);
+        }
         --budget;
         const u32 choice = Below(100);
-        if (choice < 12) return Leaf(type);
-        if (choice < 52) return Numeric(type, depth);
-        if (choice < 60) return Load(type, depth);
-        if (choice < 66) return Called(type, depth);
-        if (choice < 72) return Block(type, depth);
-        if (choice < 76) return Loop(type, depth);
-        if (choice < 82) return If(type, depth);
-        if (choice < 87) return Select(type, depth);
+        if (choice < 12) {
+            return Leaf(type);
+        }
+        if (choice < 52) {
+            return Numeric(type, depth);
+        }
+        if (choice < 60) {
+            return Load(type, depth);
+        }
+        if (choice < 66) {
+            return Called(type, depth);
+        }
+        if (choice < 72) {
+            return Block(type, depth);
+        }
+        if (choice < 76) {
+            return Loop(type, depth);
+        }
+        if (choice < 82) {
+            return If(type, depth);
+        }
+        if (choice < 87) {
+            return Select(type, depth);
+        }
         if (choice < 91) {
             Value(type, depth - 1);
             return Op(0x22, LocalOf(type));
         }
-        if (choice < 94) return BranchIfWithValue(type, depth);
-        if (choice < 95 && hasMemory && type == 'i') return SizeOrGrow(depth);
-        if (choice < 96) return DeadCode(type, depth);
+        if (choice < 94) {
+            return BranchIfWithValue(type, depth);
+        }
+        if (choice < 95 && hasMemory && type == 'i') {
+            return SizeOrGrow(depth);
+        }
+        if (choice < 96) {
+            return DeadCode(type, depth);
+        }
         Leaf(type);
     }
 
@@ -256,7 +302,9 @@ class Maker {
                 Canonical(operand);
             }
         }
-        for (const u8 byte : chosen->bytes) code.Byte(byte);
+        for (const u8 byte : chosen->bytes) {
+            code.Byte(byte);
+        }
     }
 
     // --- Memory. `size` bytes are touched from the address plus an offset.
@@ -273,7 +321,9 @@ class Maker {
 
     void MemoryArgument(u32 offset, u32 size) {
         u32 most = 0;
-        while ((2u << most) <= size) ++most;
+        while ((2u << most) <= size) {
+            ++most;
+        }
         code.Unsigned(Below(most + 1));
         code.Unsigned(offset);
     }
@@ -284,7 +334,9 @@ class Maker {
     };
 
     void Load(char type, u32 depth) {
-        if (!hasMemory) return Leaf(type);
+        if (!hasMemory) {
+            return Leaf(type);
+        }
         static constexpr Access kLong[] = {{0x28, 4}, {0x2C, 1}, {0x2D, 1}, {0x2E, 2}, {0x2F, 2}};
         static constexpr Access kQuad[] = {{0x29, 8}, {0x30, 1}, {0x31, 1}, {0x32, 2},
                                            {0x33, 2}, {0x34, 4}, {0x35, 4}};
@@ -313,11 +365,21 @@ class Maker {
             Op(0x20, local);
             static constexpr u8 kLoads[] = {0x28, 0x29, 0x2D, 0x2F, 0x31, 0x33, 0x35};
             u8 load = type == 'i' ? kLoads[0] : kLoads[1];
-            if (access.byte == 0x3A) load = 0x2D;
-            if (access.byte == 0x3B) load = 0x2F;
-            if (access.byte == 0x3C) load = 0x31;
-            if (access.byte == 0x3D) load = 0x33;
-            if (access.byte == 0x3E) load = 0x35;
+            if (access.byte == 0x3A) {
+                load = 0x2D;
+            }
+            if (access.byte == 0x3B) {
+                load = 0x2F;
+            }
+            if (access.byte == 0x3C) {
+                load = 0x31;
+            }
+            if (access.byte == 0x3D) {
+                load = 0x33;
+            }
+            if (access.byte == 0x3E) {
+                load = 0x35;
+            }
             Op(load);
             MemoryArgument(offset, access.size);
             Value(type, depth - 1);
@@ -333,7 +395,9 @@ class Maker {
     }
 
     void SizeOrGrow(u32 depth) {
-        if (Chance(50)) return Op(0x3F, 0);
+        if (Chance(50)) {
+            return Op(0x3F, 0);
+        }
         Value('i', depth - 1);
         Constant('i', 1);
         Op(0x71);
@@ -347,17 +411,23 @@ class Maker {
     // A place and a length in the used memory, or what may lie anywhere.
     void SmallLength(u32 depth, u32 most) {
         Value('i', depth);
-        if (result.anyAddress && Chance(4)) return;
+        if (result.anyAddress && Chance(4)) {
+            return;
+        }
         Constant('i', most);
         Op(0x71);
     }
 
     void Bulk(u32 depth) {
-        if (!hasMemory) return;
+        if (!hasMemory) {
+            return;
+        }
         const u32 kind = Below(passiveData != 0 ? 4 : 2);
         const auto place = [&] {
             Value('i', depth - 1);
-            if (result.anyAddress && Chance(4)) return;
+            if (result.anyAddress && Chance(4)) {
+                return;
+            }
             Constant('i', 0x3FF);
             Op(0x71);
         };
@@ -393,17 +463,25 @@ class Maker {
 
     // The stack holds `results`; the one at `index` stays.
     void KeepOne(const std::string& results, size_t index) {
-        for (size_t i = results.size(); --i > index;) Op(0x1A);
-        if (index == 0) return;
+        for (size_t i = results.size(); --i > index;) {
+            Op(0x1A);
+        }
+        if (index == 0) {
+            return;
+        }
         const u32 scratch = LocalOf(results[index]);
         Op(0x21, scratch);
-        for (size_t i = 0; i < index; ++i) Op(0x1A);
+        for (size_t i = 0; i < index; ++i) {
+            Op(0x1A);
+        }
         Op(0x20, scratch);
     }
 
     // By value: what is made here may move the labels and signatures.
     void Arguments(std::string types, u32 depth) {  // NOLINT(performance-unnecessary-value-param)
-        for (const char type : types) Value(type, depth);
+        for (const char type : types) {
+            Value(type, depth);
+        }
     }
 
     void Invoke(u32 function, u32 depth) {
@@ -446,7 +524,9 @@ class Maker {
                 fitting.push_back(i);
             }
         }
-        if (fitting.empty()) return Leaf(type);
+        if (fitting.empty()) {
+            return Leaf(type);
+        }
         const u32 function = fitting[Below(static_cast<u32>(fitting.size()))];
         Invoke(function, depth - 1);
         const std::string results = signatures[functions[function]].results;
@@ -455,43 +535,55 @@ class Maker {
 
     void CallForNothing(u32 depth) {
         const u32 function = Below(static_cast<u32>(functions.size()));
-        if (!MayCall(function)) return;
+        if (!MayCall(function)) {
+            return;
+        }
         Invoke(function, depth - 1);
         const std::string results = signatures[functions[function]].results;
         for (size_t i = results.size(); i-- > 0;) {
-            if (Chance(50))
+            if (Chance(50)) {
                 Op(0x21, LocalOf(results[i]));
-            else
+            } else {
                 Op(0x1A);
+            }
         }
     }
 
     // --- Control
 
     void BlockType(const std::string& parameters, const std::string& results) {
-        if (parameters.empty() && results.empty()) return Op(0x40);
-        if (parameters.empty() && results.size() == 1) return Op(ValueTypeByte(results[0]));
+        if (parameters.empty() && results.empty()) {
+            return Op(0x40);
+        }
+        if (parameters.empty() && results.size() == 1) {
+            return Op(ValueTypeByte(results[0]));
+        }
         code.Signed(TypeIndex({parameters, results}));
     }
 
     // Takes what a block was given from the stack.
     void TakeParameters(const std::string& parameters) {
         for (size_t i = parameters.size(); i-- > 0;) {
-            if (Chance(70))
+            if (Chance(70)) {
                 Op(0x21, LocalOf(parameters[i]));
-            else
+            } else {
                 Op(0x1A);
+            }
         }
     }
 
     std::string MoreResults(char type) {
         std::string results(1, type);
-        if (Chance(20)) results += AnyTypes(2);
+        if (Chance(20)) {
+            results += AnyTypes(2);
+        }
         return results;
     }
 
     void Statements(u32 most, u32 depth) {
-        for (u32 count = Below(most + 1); count > 0; --count) Statement(depth);
+        for (u32 count = Below(most + 1); count > 0; --count) {
+            Statement(depth);
+        }
     }
 
     void Block(char type, u32 depth) {
@@ -514,7 +606,9 @@ class Maker {
         Op(0x23, 0);
         Op(0x45);
         Op(0x04, 0x40);
-        for (const char type : current.results) Constant(type, 0);
+        for (const char type : current.results) {
+            Constant(type, 0);
+        }
         Op(0x0F);
         Op(0x0B);
         Op(0x23, 0);
@@ -537,7 +631,9 @@ class Maker {
             Arguments(parameters, depth - 1);
             Value('i', depth - 1);
             Op(0x0D, 0);
-            for (size_t i = 0; i < parameters.size(); ++i) Op(0x1A);
+            for (size_t i = 0; i < parameters.size(); ++i) {
+                Op(0x1A);
+            }
         }
         Arguments(results, depth - 1);
         labels.pop_back();
@@ -600,10 +696,14 @@ class Maker {
     void BranchIfWithValue(char type, u32 depth) {
         std::vector<u32> fitting;
         for (u32 i = 0; i < labels.size(); ++i) {
-            if (labels[labels.size() - 1 - i].types == std::string(1, type)) fitting.push_back(i);
+            if (labels[labels.size() - 1 - i].types == std::string(1, type)) {
+                fitting.push_back(i);
+            }
         }
         Value(type, depth - 1);
-        if (fitting.empty()) return;
+        if (fitting.empty()) {
+            return;
+        }
         Value('i', depth - 1);
         Op(0x0D, fitting[Below(static_cast<u32>(fitting.size()))]);
     }
@@ -620,7 +720,9 @@ class Maker {
         const std::string types = labels[labels.size() - 1 - first].types;
         std::vector<u32> fitting;
         for (u32 i = 0; i < labels.size(); ++i) {
-            if (labels[labels.size() - 1 - i].types == types) fitting.push_back(i);
+            if (labels[labels.size() - 1 - i].types == types) {
+                fitting.push_back(i);
+            }
         }
         Arguments(types, depth);
         Value('i', depth);
@@ -669,7 +771,9 @@ class Maker {
             Op(0x0F);
         }
         AfterBranch();
-        if (Chance(50)) Value(type, 1);
+        if (Chance(50)) {
+            Value(type, 1);
+        }
         Op(0x05);
         Value(type, depth - 1);
         labels.pop_back();
@@ -715,10 +819,11 @@ class Maker {
         if (Chance(70)) {
             static constexpr u8 kChanges[] = {0, 1, 7, 8, 9, 10, 11, 12};
             const u32 change = kChanges[Below(std::size(kChanges))];
-            if (Chance(70))
+            if (Chance(70)) {
                 Constant(type, kMasks[Below(std::size(kMasks))]);
-            else
+            } else {
                 Value(type, depth - 1);
+            }
             Op(base + change);
             if (Chance(30)) {
                 // Widened again by shifts or by masks.
@@ -738,12 +843,16 @@ class Maker {
 
     // A loop that reads bytes until one is found, with its end in the middle.
     void Scan(u32 depth) {
-        if (!hasMemory) return;
+        if (!hasMemory) {
+            return;
+        }
         const u32 value = LocalOf('i');
         u32 place = LocalOf('i');
         const u32 counter = static_cast<u32>(locals.size());
         locals += 'x';
-        if (place == value) place = counter;
+        if (place == value) {
+            place = counter;
+        }
         const auto load = [&] {
             Op(0x20, place);
             Constant('i', 0x3FF);
@@ -792,7 +901,9 @@ class Maker {
     }
 
     void TableStatement(u32) {
-        if (!hasTable) return;
+        if (!hasTable) {
+            return;
+        }
         if (passiveElements != 0 && Chance(50)) {
             // The destination takes what the table's entries had before: types change with it, so
             // the count is 0.
@@ -818,7 +929,9 @@ class Maker {
     }
 
     void Statement(u32 depth) {
-        if (budget == 0 || depth == 0) return;
+        if (budget == 0 || depth == 0) {
+            return;
+        }
         --budget;
         const u32 choice = Below(100);
         if (choice < 20) {
@@ -830,12 +943,16 @@ class Maker {
         } else if (choice < 30) {
             ScanInBlock(depth);
         } else if (choice < 40) {
-            if (immutableFrom < 2) return;
+            if (immutableFrom < 2) {
+                return;
+            }
             const u32 global = 1 + Below(immutableFrom - 1);
             Value(globals[global], depth - 1);
             Op(0x24, global);
         } else if (choice < 58) {
-            if (hasMemory) StoreValue(depth);
+            if (hasMemory) {
+                StoreValue(depth);
+            }
         } else if (choice < 63) {
             Value(AnyType(), depth - 1);
             Op(0x1A);
@@ -871,7 +988,9 @@ class Maker {
         if (index == 0 && hasTable) {
             table.assign(tableSize, kEmpty);
             for (u32& entry : table) {
-                if (!Chance(15)) entry = Below(static_cast<u32>(functions.size()));
+                if (!Chance(15)) {
+                    entry = Below(static_cast<u32>(functions.size()));
+                }
             }
         }
         current = signatures[functions[index]];
@@ -879,7 +998,9 @@ class Maker {
         locals = current.parameters;
         isSmall = Chance(40);
         std::string own = kTypes;
-        if (!isSmall) own += AnyTypes(6);
+        if (!isSmall) {
+            own += AnyTypes(6);
+        }
         locals += own;
         counters.clear();
         code = {};
@@ -910,7 +1031,9 @@ class Maker {
 
     static char Seen(char type) { return type == 'f' ? 'i' : type == 'F' ? 'I' : type; }
     static std::string Seen(std::string types) {
-        for (char& type : types) type = Seen(type);
+        for (char& type : types) {
+            type = Seen(type);
+        }
         return types;
     }
 
@@ -926,8 +1049,12 @@ class Maker {
             Op(0x24, 0);
             for (u32 p = 0; p < parameters.size(); ++p) {
                 Op(0x20, p);
-                if (signature.parameters[p] == 'f') Op(0xBE);
-                if (signature.parameters[p] == 'F') Op(0xBF);
+                if (signature.parameters[p] == 'f') {
+                    Op(0xBE);
+                }
+                if (signature.parameters[p] == 'F') {
+                    Op(0xBF);
+                }
             }
             Op(0x10, i);
             // From the last result on into locals of their own, made into integers, and back.
@@ -937,19 +1064,27 @@ class Maker {
             for (size_t r = results.size(); r-- > 0;) {
                 const char type = signature.results[r];
                 CanonicalIn(type, static_cast<u32>(parameters.size()));
-                if (type == 'f') Op(0xBC);
-                if (type == 'F') Op(0xBD);
+                if (type == 'f') {
+                    Op(0xBC);
+                }
+                if (type == 'F') {
+                    Op(0xBD);
+                }
                 Op(0x21, firstOwn + static_cast<u32>(r));
             }
             own += results;
-            for (u32 r = 0; r < results.size(); ++r) Op(0x20, firstOwn + r);
+            for (u32 r = 0; r < results.size(); ++r) {
+                Op(0x20, firstOwn + r);
+            }
             Op(0x0B);
             AddOutside(bodies, {parameters, results}, own, "f" + std::to_string(i));
         }
         State(bodies);
         for (u32 round = 0; round < 2; ++round) {
             for (u32 i = 0; i < inner; ++i) {
-                if (!Chance(70)) continue;
+                if (!Chance(70)) {
+                    continue;
+                }
                 const std::string types = Seen(signatures[functions[i]].parameters);
                 RandomModule::Call call{"f" + std::to_string(i), {}, types};
                 for (size_t p = 0; p < types.size(); ++p) {
@@ -962,7 +1097,9 @@ class Maker {
     }
 
     void CanonicalIn(char type, u32 firstLocal) {
-        if (type != 'f' && type != 'F') return;
+        if (type != 'f' && type != 'F') {
+            return;
+        }
         const u32 scratch = firstLocal + (type == 'f' ? 2 : 3);
         Op(0x22, scratch);
         Constant(type, type == 'f' ? 0x7FC00000 : 0x7FF8000000000000);
@@ -1001,12 +1138,16 @@ class Maker {
         for (u32 i = 1; i < globals.size(); ++i) {
             Op(0x23, i);
             CanonicalIn(globals[i], 0);
-            if (globals[i] == 'i') Op(0xAD);
+            if (globals[i] == 'i') {
+                Op(0xAD);
+            }
             if (globals[i] == 'f') {
                 Op(0xBC);
                 Op(0xAD);
             }
-            if (globals[i] == 'F') Op(0xBD);
+            if (globals[i] == 'F') {
+                Op(0xBD);
+            }
             Op(0x20, 1);
             mix();
         }
@@ -1049,13 +1190,17 @@ class Maker {
             section.Byte(0x60);
             for (const std::string& types : {signature.parameters, signature.results}) {
                 section.Unsigned(types.size());
-                for (const char type : types) section.Byte(ValueTypeByte(type));
+                for (const char type : types) {
+                    section.Byte(ValueTypeByte(type));
+                }
             }
         }
         module.Section(1, section);
         section = {};
         section.Unsigned(functions.size());
-        for (const u32 type : functions) section.Unsigned(type);
+        for (const u32 type : functions) {
+            section.Unsigned(type);
+        }
         module.Section(3, section);
         if (hasTable) {
             section = {};
@@ -1069,7 +1214,9 @@ class Maker {
             section.Byte(1);
             section.Byte(maximum != 0 ? 1 : 0);
             section.Unsigned(pages);
-            if (maximum != 0) section.Unsigned(maximum);
+            if (maximum != 0) {
+                section.Unsigned(maximum);
+            }
             module.Section(5, section);
         }
         WriteGlobals(module);
@@ -1081,7 +1228,9 @@ class Maker {
             section.Unsigned(function);
         }
         module.Section(7, section);
-        if (hasTable) WriteElements(module);
+        if (hasTable) {
+            WriteElements(module);
+        }
         if (hasMemory && passiveData != 0) {
             section = {};
             section.Unsigned(2 + moreData);
@@ -1089,9 +1238,13 @@ class Maker {
         }
         section = {};
         section.Unsigned(bodies.size());
-        for (const WasmBytes& body : bodies) section.Text(body.bytes);
+        for (const WasmBytes& body : bodies) {
+            section.Text(body.bytes);
+        }
         module.Section(10, section);
-        if (hasMemory) WriteData(module);
+        if (hasMemory) {
+            WriteData(module);
+        }
         result.bytes = module.bytes;
     }
 
@@ -1111,9 +1264,13 @@ class Maker {
         // Runs of entries that are not empty, then a passive segment.
         std::vector<std::pair<u32, u32>> runs;
         for (u32 i = 0; i < tableSize; ++i) {
-            if (table[i] == kEmpty) continue;
+            if (table[i] == kEmpty) {
+                continue;
+            }
             u32 end = i;
-            while (end < tableSize && table[end] != kEmpty) ++end;
+            while (end < tableSize && table[end] != kEmpty) {
+                ++end;
+            }
             runs.emplace_back(i, end);
             i = end;
         }
@@ -1129,12 +1286,15 @@ class Maker {
             section.Signed(from);
             section.Byte(0x0B);
             section.Unsigned(to - from);
-            for (u32 i = from; i < to; ++i) section.Unsigned(table[i]);
+            for (u32 i = from; i < to; ++i) {
+                section.Unsigned(table[i]);
+            }
         };
-        if (any)
+        if (any) {
             active(runs[0].first, runs[0].second);
-        else if (passiveElements != 0)
+        } else if (passiveElements != 0) {
             active(0, 0);
+        }
         if (passiveElements != 0) {
             section.Byte(1);
             section.Byte(0);
@@ -1143,13 +1303,17 @@ class Maker {
                 section.Unsigned(Below(static_cast<u32>(functions.size())));
             }
         }
-        for (size_t i = 1; i < runs.size(); ++i) active(runs[i].first, runs[i].second);
+        for (size_t i = 1; i < runs.size(); ++i) {
+            active(runs[i].first, runs[i].second);
+        }
         module.Section(9, section);
     }
 
     std::string AnyText(u32 size) {
         std::string text;
-        for (u32 i = 0; i < size; ++i) text.push_back(static_cast<char>(random.Next()));
+        for (u32 i = 0; i < size; ++i) {
+            text.push_back(static_cast<char>(random.Next()));
+        }
         return text;
     }
 
@@ -1168,7 +1332,9 @@ class Maker {
             section.Byte(1);
             section.Text(AnyText(passiveData));
         }
-        for (u32 i = 0; i < moreData; ++i) active();
+        for (u32 i = 0; i < moreData; ++i) {
+            active();
+        }
         module.Section(11, section);
     }
 

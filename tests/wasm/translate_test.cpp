@@ -13,7 +13,9 @@ struct WasmTranslateTest : VmTest {
     static std::vector<std::string> Lines(const std::string& text, const std::string& calls,
                                           const TranslateOptions& options = CallOptions()) {
         const CallsRun run = RunCalls(WasmOfText(text, {"--debug-names"}), calls, options);
-        for (const std::string& error : run.errors) ADD_FAILURE() << error;
+        for (const std::string& error : run.errors) {
+            ADD_FAILURE() << error;
+        }
         return run.lines;
     }
     // What a call logs that traps, and that the machine ends with status 1.
@@ -275,7 +277,9 @@ Texts FunctionsOf(const std::string& text) {
     EXPECT_TRUE(translation.ok);
     Texts names;
     for (const TranslatedSymbol& symbol : translation.symbols) {
-        if (symbol.isCode && symbol.name.starts_with("f_")) names.push_back(symbol.name);
+        if (symbol.isCode && symbol.name.starts_with("f_")) {
+            names.push_back(symbol.name);
+        }
     }
     return names;
 }
@@ -314,7 +318,9 @@ TEST_F(WasmTranslateTest, AThousandFunctionsThatCallEachTheNextAreTranslated) {
 
 TEST_F(WasmTranslateTest, LongChainsOfOperatorsTakeNoTime) {
     std::string chain = "(local.get 0)";
-    for (int i = 0; i < 40; ++i) chain = "(f64.neg " + chain + ")";
+    for (int i = 0; i < 40; ++i) {
+        chain = "(f64.neg " + chain + ")";
+    }
     EXPECT_EQ(Lines("(module (func (export \"square\") (param f64) (result f64) (f64.mul " + chain +
                         chain + ")))",
                     "square 0x4008000000000000\n"),

@@ -61,7 +61,9 @@ TEST_F(Complaint, ARunInAWindowIsOnRecordWithAPicture) {
     std::string record;
     int pictures = 0;
     for (const auto& entry : fs::directory_iterator(folder.path + "/state/moxi/games")) {
-        if (entry.path().extension() == ".txt") record = ReadTextFile(entry.path());
+        if (entry.path().extension() == ".txt") {
+            record = ReadTextFile(entry.path());
+        }
         pictures += entry.path().extension() == ".png" ? 1 : 0;
     }
     EXPECT_NE(record.find("\npath = " + game + "\n"), std::string::npos) << record;

@@ -11,7 +11,9 @@ namespace moxi {
 namespace {
 
 TEST(Debugger, WorksWithAWindow) {
-    if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+    if (!IsProgramInstalled("Xvfb")) {
+        GTEST_SKIP() << "Xvfb is missing";
+    }
     XSession desktop;
     ASSERT_TRUE(desktop.Start("1400x900x24"));
     const Debugged game(kTicking);

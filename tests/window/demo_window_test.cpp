@@ -20,7 +20,9 @@ namespace {
 class DemoWindow : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("1400x900x24"));
         const fs::path bin = MOXI_BIN_DIR;
         game = (bin.parent_path() / "share" / "moxi" / "demo").string();
@@ -34,7 +36,9 @@ class DemoWindow : public testing::Test {
     }
 
     void TearDown() override {
-        if (process > 0) StopProcess(process);
+        if (process > 0) {
+            StopProcess(process);
+        }
     }
 
     static std::string Window() {
@@ -43,7 +47,9 @@ class DemoWindow : public testing::Test {
 
     static bool WaitForWindow() {
         for (int turn = 0; turn < 1000; ++turn) {
-            if (!Window().empty()) return true;
+            if (!Window().empty()) {
+                return true;
+            }
             usleep(20000);
         }
         return false;
@@ -66,7 +72,9 @@ class DemoWindow : public testing::Test {
         const std::string bytes = ReadTextFile(dump);
         const u32 address = SymbolValue(assembled, name);
         i32 value = 0;
-        if (address + 4 <= bytes.size()) std::memcpy(&value, bytes.data() + address, 4);
+        if (address + 4 <= bytes.size()) {
+            std::memcpy(&value, bytes.data() + address, 4);
+        }
         return value;
     }
 

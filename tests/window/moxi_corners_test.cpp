@@ -85,7 +85,9 @@ TEST_F(MoxiWindow, TheFrameOfAMaximisedWindowIsTheOneThatItHas) {
         Lines news = Messages();
         news.erase(news.begin(), news.begin() + static_cast<std::ptrdiff_t>(before));
         ErasePointer(news);
-        if (news.empty()) news = {"nothing"};
+        if (news.empty()) {
+            news = {"nothing"};
+        }
         return news;
     };
     // Maximised, a window keeps its title bar and loses its borders: frame 0, 0, 1400 x 900.
@@ -103,7 +105,9 @@ TEST_F(MoxiWindow, TheFrameOfAMaximisedWindowIsTheOneThatItHas) {
 }
 
 TEST_F(MoxiWindow, TheWindowHasTheGamesIconAndElseItsOwn) {
-    if (!IsProgramInstalled("convert")) GTEST_SKIP() << "ImageMagick is missing";
+    if (!IsProgramInstalled("convert")) {
+        GTEST_SKIP() << "ImageMagick is missing";
+    }
     // The first words of the property: width, height, and the corner's colour.
     const auto icon = [this] {
         std::string words;
@@ -152,7 +156,9 @@ TEST_F(MoxiWindow, TheWindowHasTheGamesIconAndElseItsOwn) {
 class Corners : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("1400x900x24"));
     }
     void StartProbe(const std::function<void()>& atLaunch,
@@ -181,7 +187,9 @@ TEST_F(Corners, AKeyThatComesWithAWindowChangeIsAKeyAllTheSame) {
             };
         },
         [](const std::string& text) {
-            if (text != "z") return;
+            if (text != "z") {
+                return;
+            }
             StayBusy(1000);
             ProbeLog("no longer busy");
         });
@@ -203,21 +211,31 @@ TEST_F(Corners, AKeyThatComesWithAWindowChangeIsAKeyAllTheSame) {
 // Five million bytes whose sum of products with their places tells whether they are all there.
 std::string LongText() {
     std::string text;
-    while (text.size() < 5'000'000) text += "line " + std::to_string(text.size()) + " \xC3\xA9\n";
+    while (text.size() < 5'000'000) {
+        text += "line " + std::to_string(text.size()) + " \xC3\xA9\n";
+    }
     return text;
 }
 
 std::string Fingerprint(const std::string& text) {
     u64 sum = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) sum += (i + 1) * static_cast<u8>(text[i]);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        sum += (i + 1) * static_cast<u8>(text[i]);
+    }
     return std::to_string(text.size()) + " bytes, " + std::to_string(sum);
 }
 
 TEST_F(Corners, ALongTextOfAnotherProgramComesWholeInPieces) {
-    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    if (!IsProgramInstalled("xclip")) {
+        GTEST_SKIP() << "xclip is missing";
+    }
     StartProbe({}, [](const std::string& text) {
-        if (text == "p") ProbeLog("clip " + Fingerprint(desktop.clipboardText().value_or("none")));
-        if (text == "c") desktop.setClipboardText("ours");
+        if (text == "p") {
+            ProbeLog("clip " + Fingerprint(desktop.clipboardText().value_or("none")));
+        }
+        if (text == "c") {
+            desktop.setClipboardText("ours");
+        }
     });
     const TemporaryFolder folder;
     const std::string text = LongText();

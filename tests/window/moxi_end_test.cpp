@@ -52,7 +52,9 @@ TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatShowsAMessage) {
 }
 
 TEST_F(MoxiWindow, AKilledXServerAlsoEndsAGameThatWaitsForTheClipboard) {
-    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    if (!IsProgramInstalled("xclip")) {
+        GTEST_SKIP() << "xclip is missing";
+    }
     Start();
     WriteTextFile(folder.path + "/text", "theirs");
     const pid_t owner =

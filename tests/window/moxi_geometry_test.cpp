@@ -96,7 +96,9 @@ TEST_F(MoxiWindow, ABorderThatIsDraggedTellsTheSizeThatItEndsWith) {
     std::snprintf(expected, sizeof expected, "9 %x %x 0", std::stoi(width), std::stoi(height));
     EXPECT_EQ(LastSize(Messages()), expected) << testing::PrintToString(Messages());
     // The user's click at the border is none in the game.
-    for (const std::string& line : Messages()) EXPECT_FALSE(line.starts_with("c 1 ")) << line;
+    for (const std::string& line : Messages()) {
+        EXPECT_FALSE(line.starts_with("c 1 ")) << line;
+    }
 }
 
 TEST_F(MoxiWindow, ARedrawTouchesOnlyTheDirtyRectangle) {

@@ -13,7 +13,9 @@ Lines WithoutChance(const Lines& lines) {
         const bool follows = !kept.empty() && kept.back().starts_with("d ") &&
                              !kept.back().ends_with(" 1 0") && !kept.back().ends_with(" 0 0");
         const bool isRepeated = !kept.empty() && line == kept.back() && line.starts_with("9 ");
-        if ((!line.starts_with("f ") || follows) && !isRepeated) kept.push_back(line);
+        if ((!line.starts_with("f ") || follows) && !isRepeated) {
+            kept.push_back(line);
+        }
     }
     return kept;
 }
@@ -82,7 +84,9 @@ TEST_F(MoxiWindow, ADragLeavesTheWindowWithNegativePositions) {
     const auto arrives = [this](const std::string& moves, const std::string& message) {
         for (int i = 0; i < 20; ++i) {
             const Lines lines = CauseAll("xdotool " + moves);
-            if (!lines.empty() && lines.back() == message) return true;
+            if (!lines.empty() && lines.back() == message) {
+                return true;
+            }
         }
         return false;
     };
@@ -97,11 +101,15 @@ TEST_F(MoxiWindow, MovesWhileTheModuleIsBusyAreNoMessages) {
     const Lines lines = CauseAll(
         "xdotool key 9 mousemove 300 300 sleep 0.03 mousemove 310 310 sleep 0.03 "
         "mousemove 320 320");
-    for (const std::string& line : lines) EXPECT_NE(line, "f c8 64 0");
+    for (const std::string& line : lines) {
+        EXPECT_NE(line, "f c8 64 0");
+    }
 }
 
 TEST_F(MoxiWindow, TheClipboardIsSharedBothWays) {
-    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    if (!IsProgramInstalled("xclip")) {
+        GTEST_SKIP() << "xclip is missing";
+    }
     Start();
     EXPECT_EQ(Cause("xdotool key 1")[1], "705 0 0 0");
     CopyByOtherProgram("h\xC3\xA9llo");
@@ -114,7 +122,9 @@ TEST_F(MoxiWindow, TheClipboardIsSharedBothWays) {
 }
 
 TEST_F(MoxiWindow, APlayedRecordingLeadsToTheSameMessagesAndTheSamePicture) {
-    if (!IsProgramInstalled("compare")) GTEST_SKIP() << "ImageMagick is missing";
+    if (!IsProgramInstalled("compare")) {
+        GTEST_SKIP() << "ImageMagick is missing";
+    }
     const std::string recorded = folder.path + "/recorded";
     Start({"--mute", "--record", recorded});
     const std::string window = Window();

@@ -283,7 +283,9 @@ TEST_F(MoxiLocked, FifteenHundredAddressesOpenThreeOneAfterTheOther) {
     Shell("xdotool key a");
     const std::string three = "https://example.org/\nhttps://example.org/\nhttps://example.org/\n";
     EXPECT_TRUE(WaitUntil([&] { return Opened() == three; })) << Opened();
-    for (int i = 0; i < 100; ++i) Pause();
+    for (int i = 0; i < 100; ++i) {
+        Pause();
+    }
     EXPECT_EQ(Opened(), three);
 }
 

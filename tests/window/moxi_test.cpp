@@ -129,7 +129,9 @@ TEST_F(MoxiWindow, TheQuitKeyEndsTheProgram) {
 }
 
 TEST_F(MoxiWindow, TheWindowShowsTheHeadlessPicturePixelForPixel) {
-    if (!IsProgramInstalled("compare")) GTEST_SKIP() << "ImageMagick is missing";
+    if (!IsProgramInstalled("compare")) {
+        GTEST_SKIP() << "ImageMagick is missing";
+    }
     Start();
     const std::string real = folder.path + "/real.png";
     const std::string headless = folder.path + "/headless.png";
@@ -151,7 +153,9 @@ TEST_F(MoxiWindow, AFatalMessageIsABoxWithTheTextOnStandardError) {
 }
 
 TEST_F(MoxiWindow, AChangedMonitorEndsTheGame) {
-    if (!IsProgramInstalled("xrandr")) GTEST_SKIP() << "xrandr is missing";
+    if (!IsProgramInstalled("xrandr")) {
+        GTEST_SKIP() << "xrandr is missing";
+    }
     Start();
     Shell("xrandr --newmode small 31.5 1024 1048 1184 1344 768 771 777 806");
     Shell("xrandr --addmode screen small");

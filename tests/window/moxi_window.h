@@ -36,7 +36,9 @@ inline void Shell(const std::string& command) {
 template <class Condition>
 bool WaitUntil(Condition condition) {
     for (int i = 0; i < kLooks; ++i) {
-        if (condition()) return true;
+        if (condition()) {
+            return true;
+        }
         Pause();
     }
     return false;
@@ -81,13 +83,17 @@ inline bool Contains(const Lines& lines, const std::string& line) {
 class MoxiWindow : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("1400x900x24"));
         game = MakeMessageLog(folder.path);
     }
 
     void TearDown() override {
-        if (process <= 0) return;
+        if (process <= 0) {
+            return;
+        }
         kill(process, SIGKILL);
         waitpid(process, nullptr, 0);
     }
@@ -125,7 +131,9 @@ class MoxiWindow : public testing::Test {
         std::size_t count = Messages().size();
         for (int quiet = 0; quiet < 30; ++quiet) {
             Pause();
-            if (Messages().size() != count) quiet = 0;
+            if (Messages().size() != count) {
+                quiet = 0;
+            }
             count = Messages().size();
         }
     }
@@ -162,7 +170,9 @@ class MoxiWindow : public testing::Test {
     int WaitForExit() {
         int status = 0;
         const bool ended = WaitUntil([&] { return waitpid(process, &status, WNOHANG) == process; });
-        if (!ended) return -100;
+        if (!ended) {
+            return -100;
+        }
         process = -1;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }

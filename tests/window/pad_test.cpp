@@ -31,7 +31,9 @@ void ConnectPad() {
     kind.name = "Probe's pad";
     const int index = SDL_JoystickAttachVirtualEx(&kind);
     sticks.push_back(index < 0 ? nullptr : SDL_JoystickOpen(index));
-    if (sticks.back() == nullptr) return ProbeLog(std::string("no pad: ") + SDL_GetError());
+    if (sticks.back() == nullptr) {
+        return ProbeLog(std::string("no pad: ") + SDL_GetError());
+    }
     // A trigger at rest stands at the lowest value that an axis has.
     for (const int trigger : {SDL_CONTROLLER_AXIS_TRIGGERLEFT, SDL_CONTROLLER_AXIS_TRIGGERRIGHT}) {
         SDL_JoystickSetVirtualAxis(sticks.back(), trigger, -32768);
@@ -41,7 +43,9 @@ void ConnectPad() {
 void DisconnectPad() {
     const SDL_JoystickID id = SDL_JoystickInstanceID(sticks.back());
     for (int i = 0; i < SDL_NumJoysticks(); ++i) {
-        if (SDL_JoystickGetDeviceInstanceID(i) != id) continue;
+        if (SDL_JoystickGetDeviceInstanceID(i) != id) {
+            continue;
+        }
         SDL_JoystickClose(sticks.back());
         SDL_JoystickDetachVirtual(i);
         break;
@@ -50,29 +54,54 @@ void DisconnectPad() {
 }
 
 void MovePads(const std::string& key) {
-    if (key == "p") return ConnectPad();
-    if (key == "q") return DisconnectPad();
-    if (sticks.empty()) return;
+    if (key == "p") {
+        return ConnectPad();
+    }
+    if (key == "q") {
+        return DisconnectPad();
+    }
+    if (sticks.empty()) {
+        return;
+    }
     SDL_Joystick* const newest = sticks.back();
-    if (key == "a") SDL_JoystickSetVirtualButton(newest, SDL_CONTROLLER_BUTTON_A, 1);
-    if (key == "b") SDL_JoystickSetVirtualButton(newest, SDL_CONTROLLER_BUTTON_A, 0);
-    if (key == "c") SDL_JoystickSetVirtualButton(sticks.front(), SDL_CONTROLLER_BUTTON_A, 1);
-    if (key == "d") SDL_JoystickSetVirtualButton(sticks.front(), SDL_CONTROLLER_BUTTON_A, 0);
-    if (key == "x") SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_LEFTX, -32768);
-    if (key == "y") SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_LEFTX, 0);
-    if (key == "z") SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_TRIGGERRIGHT, 32767);
-    if (key == "m") desktop.minimizeWindow();
+    if (key == "a") {
+        SDL_JoystickSetVirtualButton(newest, SDL_CONTROLLER_BUTTON_A, 1);
+    }
+    if (key == "b") {
+        SDL_JoystickSetVirtualButton(newest, SDL_CONTROLLER_BUTTON_A, 0);
+    }
+    if (key == "c") {
+        SDL_JoystickSetVirtualButton(sticks.front(), SDL_CONTROLLER_BUTTON_A, 1);
+    }
+    if (key == "d") {
+        SDL_JoystickSetVirtualButton(sticks.front(), SDL_CONTROLLER_BUTTON_A, 0);
+    }
+    if (key == "x") {
+        SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_LEFTX, -32768);
+    }
+    if (key == "y") {
+        SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_LEFTX, 0);
+    }
+    if (key == "z") {
+        SDL_JoystickSetVirtualAxis(newest, SDL_CONTROLLER_AXIS_TRIGGERRIGHT, 32767);
+    }
+    if (key == "m") {
+        desktop.minimizeWindow();
+    }
 }
 
 class Pads : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("1400x900x24"));
         probe.Start({}, MovePads);
         ASSERT_GE(probe.WaitFor("draw"), 0) << testing::PrintToString(probe.Log());
-        if (probe.WaitFor("active", 0, 200) < 0)
+        if (probe.WaitFor("active", 0, 200) < 0) {
             Shell("xdotool search --name Probe windowactivate");
+        }
         ASSERT_GE(probe.WaitFor("active"), 0);
         probe.WaitForQuiet();
     }
@@ -145,7 +174,9 @@ void Emit(int device, u16 type, u16 code, i32 value) {
 
 TEST_F(MoxiWindow, APadOfTheKernelIsHeardInTheSandbox) {
     const int device = open("/dev/uinput", O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (device < 0) GTEST_SKIP() << "no /dev/uinput";
+    if (device < 0) {
+        GTEST_SKIP() << "no /dev/uinput";
+    }
     Start();
     // Connected when the sandbox is as narrow as it gets. SDL knows this one by its numbers.
     uinput_setup setup = {};

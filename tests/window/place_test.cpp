@@ -9,7 +9,9 @@ class PlacedWindow : public MoxiWindow {
   protected:
     void SetUp() override {
         MoxiWindow::SetUp();
-        if (IsSkipped()) return;
+        if (IsSkipped()) {
+            return;
+        }
         setenv("XDG_STATE_HOME", (folder.path + "/state").c_str(), 1);
         setenv("XDG_DATA_HOME", (folder.path + "/share").c_str(), 1);
     }

@@ -9,10 +9,14 @@ namespace {
 // The size that stands in a PNG file.
 std::string PngSize(const std::string& path) {
     const std::string bytes = ReadTextFile(path);
-    if (bytes.size() < 24) return "none";
+    if (bytes.size() < 24) {
+        return "none";
+    }
     const auto word = [&](size_t at) {
         u32 value = 0;
-        for (size_t i = at; i < at + 4; ++i) value = value << 8 | static_cast<u8>(bytes[i]);
+        for (size_t i = at; i < at + 4; ++i) {
+            value = value << 8 | static_cast<u8>(bytes[i]);
+        }
         return std::to_string(value);
     };
     return word(16) + "x" + word(20);
@@ -21,7 +25,9 @@ std::string PngSize(const std::string& path) {
 class ScaledWindow : public MoxiWindow {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("2400x1600x24"));
         game = MakeMessageLog(folder.path);
     }

@@ -18,7 +18,9 @@ namespace {
 class Wayland : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("weston")) GTEST_SKIP() << "weston is missing";
+        if (!IsProgramInstalled("weston")) {
+            GTEST_SKIP() << "weston is missing";
+        }
         ASSERT_TRUE(session.Start(1280, 800));
     }
     void TearDown() override { unsetenv("WAYLAND_DISPLAY"); }
@@ -81,7 +83,9 @@ TEST_F(Wayland, ButtonsAndWheelArrive) {
 
 TEST_F(Wayland, TheApplicationsOwnGeometryComesBackOnce) {
     StartProbe([](const std::string& text) {
-        if (text == "s") desktop.setWindowFrame({50, 60, 700, 500});
+        if (text == "s") {
+            desktop.setWindowFrame({50, 60, 700, 500});
+        }
     });
     EXPECT_EQ(Cause("key s"), (Lines{"key-down 01 \"s\"", "move 50 60 700 500", "frame 700 500",
                                      "resize 700 500"}));
@@ -89,7 +93,9 @@ TEST_F(Wayland, TheApplicationsOwnGeometryComesBackOnce) {
 
 TEST_F(Wayland, FullScreenTellsInOrderAndComesBack) {
     StartProbe([](const std::string& text) {
-        if (text == "f") desktop.toggleFullScreen();
+        if (text == "f") {
+            desktop.toggleFullScreen();
+        }
     });
     EXPECT_EQ(Cause("key f"), (Lines{"key-down 03 \"f\"", "will-enter", "move 0 0 1280 800",
                                      "frame 1280 800", "resize 1280 800", "did-enter"}));
@@ -99,7 +105,9 @@ TEST_F(Wayland, FullScreenTellsInOrderAndComesBack) {
 
 TEST_F(Wayland, AnAlertIsDismissedByAKey) {
     StartProbe([](const std::string& text) {
-        if (text != "x") return;
+        if (text != "x") {
+            return;
+        }
         desktop.alert("Something went wrong. So sorry.");
         ProbeLog("dismissed");
     });
@@ -111,7 +119,9 @@ TEST_F(Wayland, AnAlertIsDismissedByAKey) {
 
 TEST_F(Wayland, AfterAnAlertKeysArriveWithoutAClick) {
     StartProbe([](const std::string& text) {
-        if (text != "x") return;
+        if (text != "x") {
+            return;
+        }
         desktop.alert("Something went wrong. So sorry.");
         ProbeLog("dismissed");
     });
@@ -127,7 +137,9 @@ TEST_F(Wayland, AfterAnAlertKeysArriveWithoutAClick) {
 
 TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
     StartProbe([](const std::string& text) {
-        if (text != "x") return;
+        if (text != "x") {
+            return;
+        }
         desktop.alert("Something went wrong. So sorry.");
         ProbeLog("dismissed");
     });
@@ -157,7 +169,9 @@ TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
 
 TEST_F(Wayland, TheBoxAboutABusyApplicationIsUsedByKeyboardAndLeavesTheKeyboardAlive) {
     StartProbe([](const std::string& text) {
-        if (text != "z" && text != "y") return;
+        if (text != "z" && text != "y") {
+            return;
+        }
         // Until it is ended, or for longer than the box needs to come.
         const u64 until = desktop.nanoseconds() + (text == "z" ? 60 : 9) * 1'000'000'000ull;
         while (desktop.nanoseconds() < until) {
@@ -216,7 +230,9 @@ TEST_F(Wayland, CommandTakesTheTextOfTheLayoutThatIsActive) {
 }
 
 TEST_F(Wayland, ALongTextOfAnotherProgramComesWhole) {
-    if (!IsProgramInstalled("wl-copy")) GTEST_SKIP() << "wl-clipboard is missing";
+    if (!IsProgramInstalled("wl-copy")) {
+        GTEST_SKIP() << "wl-clipboard is missing";
+    }
     StartProbe([](const std::string& text) {
         if (text == "p") {
             const std::string clip = desktop.clipboardText().value_or("none");

@@ -22,7 +22,9 @@ using Lines = std::vector<std::string>;
 class X11 : public testing::Test {
   protected:
     void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+        if (!IsProgramInstalled("Xvfb")) {
+            GTEST_SKIP() << "Xvfb is missing";
+        }
         ASSERT_TRUE(session.Start("1400x900x24"));
     }
 
@@ -32,7 +34,9 @@ class X11 : public testing::Test {
         probe.Start(atLaunch, onKey);
         ASSERT_GE(probe.WaitFor("draw"), 0) << testing::PrintToString(probe.Log());
         // A window manager that has not quite started leaves a new window without the keyboard.
-        if (probe.WaitFor("active", 0, 200) < 0) Run("xdotool windowactivate " + Window());
+        if (probe.WaitFor("active", 0, 200) < 0) {
+            Run("xdotool windowactivate " + Window());
+        }
         ASSERT_GE(probe.WaitFor("active"), 0) << testing::PrintToString(probe.Log());
         Run("xdotool mousemove 700 500");  // into the window
         ASSERT_GE(probe.WaitFor("mouse-move"), 0);
@@ -138,13 +142,17 @@ TEST_F(X11, AHeldKeyRepeats) {
     StartProbe();
     const Lines lines = Cause("xdotool keydown a sleep 1.2 keyup a");
     ASSERT_GE(lines.size(), 4u);
-    for (std::size_t i = 0; i + 1 < lines.size(); ++i) EXPECT_EQ(lines[i], "key-down 00 \"a\"");
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+        EXPECT_EQ(lines[i], "key-down 00 \"a\"");
+    }
     EXPECT_EQ(lines.back(), "key-up 00 \"a\"");
 }
 
 TEST_F(X11, LosingTheFocusReleasesWhatIsHeld) {
     StartProbe([](const std::string& text) {
-        if (text == "M") desktop.minimizeWindow();
+        if (text == "M") {
+            desktop.minimizeWindow();
+        }
     });
     Run("xdotool keydown shift keydown a");
     ASSERT_GE(probe.WaitFor("key-down 00"), 0);
@@ -184,7 +192,9 @@ TEST_F(X11, ADragOutOfTheWindowGoesOn) {
 
 TEST_F(X11, TheApplicationsOwnGeometryComesBackOnceAndAtOnce) {
     StartProbe([](const std::string& text) {
-        if (text != "s") return;
+        if (text != "s") {
+            return;
+        }
         desktop.setWindowFrame({50, 60, 700, 500});
         ProbeLog("asked");
     });
@@ -211,7 +221,9 @@ TEST_F(X11, AUsersMoveAndResizeAreTold) {
 
 TEST_F(X11, AUsersResizeJustAfterTheApplicationsIsTold) {
     StartProbe([](const std::string& text) {
-        if (text == "s") desktop.setWindowFrame({50, 60, 700, 500});
+        if (text == "s") {
+            desktop.setWindowFrame({50, 60, 700, 500});
+        }
     });
     const std::size_t before = probe.Log().size();
     Run("xdotool key s windowsize " + Window() + " 640 480");
@@ -223,7 +235,9 @@ TEST_F(X11, AUsersResizeJustAfterTheApplicationsIsTold) {
 
 TEST_F(X11, ASizeThatTheDesktopRefusesIsCorrected) {
     StartProbe([](const std::string& text) {
-        if (text == "s") desktop.setWindowFrame({0, 0, 1002, 625});
+        if (text == "s") {
+            desktop.setWindowFrame({0, 0, 1002, 625});
+        }
     });
     // A maximized window manager's way: it keeps the size that it has chosen itself.
     Run("xdotool windowsize " + Window() + " 900 500");
@@ -234,7 +248,9 @@ TEST_F(X11, ASizeThatTheDesktopRefusesIsCorrected) {
 
 TEST_F(X11, FullScreenTellsInOrderAndComesBack) {
     StartProbe([](const std::string& text) {
-        if (text == "f") desktop.toggleFullScreen();
+        if (text == "f") {
+            desktop.toggleFullScreen();
+        }
     });
     EXPECT_EQ(WithoutReleases(Cause("xdotool key f")),
               (Lines{"key-down 03 \"f\"", "will-enter", "move 0 0 1400 900", "frame 1400 900",
@@ -246,8 +262,12 @@ TEST_F(X11, FullScreenTellsInOrderAndComesBack) {
 
 TEST_F(X11, AFrameSetInFullScreenIsTheOneToComeBackTo) {
     StartProbe([](const std::string& text) {
-        if (text == "f") desktop.toggleFullScreen();
-        if (text == "s") desktop.setWindowFrame({50, 60, 700, 500});
+        if (text == "f") {
+            desktop.toggleFullScreen();
+        }
+        if (text == "s") {
+            desktop.setWindowFrame({50, 60, 700, 500});
+        }
     });
     Cause("xdotool key f");
     EXPECT_EQ(WithoutReleases(Cause("xdotool key s")), Lines{"key-down 01 \"s\""});
@@ -260,7 +280,9 @@ TEST_F(X11, AFrameSetInFullScreenIsTheOneToComeBackTo) {
 
 TEST_F(X11, MinimisingAndRestoringAreToldOnce) {
     StartProbe([](const std::string& text) {
-        if (text == "m") desktop.minimizeWindow();
+        if (text == "m") {
+            desktop.minimizeWindow();
+        }
     });
     const std::string window = Window();
     Lines lines = Cause("xdotool key m");
@@ -323,13 +345,18 @@ TEST_F(X11, ATerminationSignalMayBeRefusedAndTheNextEndsAtOnce) {
 }
 
 TEST_F(X11, TheClipboardIsSharedWithOtherPrograms) {
-    if (!IsProgramInstalled("xclip")) GTEST_SKIP() << "xclip is missing";
+    if (!IsProgramInstalled("xclip")) {
+        GTEST_SKIP() << "xclip is missing";
+    }
     StartProbe([](const std::string& text) {
-        if (text == "p") ProbeLog("clip " + desktop.clipboardText().value_or("(none)"));
-        if (text == "c")
+        if (text == "p") {
+            ProbeLog("clip " + desktop.clipboardText().value_or("(none)"));
+        }
+        if (text == "c") {
             desktop.setClipboardText(
                 "Gr\xC3\xBC\xC3\x9F"
                 "e");
+        }
     });
     EXPECT_EQ(WithoutReleases(Cause("xdotool key p"))[1], "clip (none)");
     CopyByOtherProgram("h\xC3\xA9llo");
@@ -342,7 +369,9 @@ TEST_F(X11, TheClipboardIsSharedWithOtherPrograms) {
 
 TEST_F(X11, AlertsAreDismissedByReturnSpaceEscapeAndTheButton) {
     StartProbe([](const std::string& text) {
-        if (text != "x") return;
+        if (text != "x") {
+            return;
+        }
         desktop.alert("Something went wrong. So sorry.");
         ProbeLog("dismissed");
     });
@@ -367,7 +396,9 @@ TEST_F(X11, AlertsAreDismissedByReturnSpaceEscapeAndTheButton) {
 
 TEST_F(X11, OnAScreenWithAHighDensityAnAlertIsTwiceAsLarge) {
     const auto alert = [](const std::string& text) {
-        if (text != "x") return;
+        if (text != "x") {
+            return;
+        }
         desktop.alert("Something went wrong. So sorry.");
         ProbeLog("dismissed");
     };
@@ -400,7 +431,9 @@ TEST_F(X11, OnAScreenWithAHighDensityAnAlertIsTwiceAsLarge) {
 
 TEST_F(X11, ABusyApplicationAnswersTheDesktopAndCanBeEnded) {
     StartProbe([](const std::string& text) {
-        if (text != "z") return;
+        if (text != "z") {
+            return;
+        }
         const u64 until = desktop.nanoseconds() + 60'000'000'000;
         while (desktop.nanoseconds() < until) {
         }
@@ -422,7 +455,9 @@ TEST_F(X11, ABusyApplicationAnswersTheDesktopAndCanBeEnded) {
 }
 
 TEST_F(X11, AMonitorThatChangesItsSizeIsTold) {
-    if (!IsProgramInstalled("xrandr")) GTEST_SKIP() << "xrandr is missing";
+    if (!IsProgramInstalled("xrandr")) {
+        GTEST_SKIP() << "xrandr is missing";
+    }
     StartProbe();
     Run("xrandr --newmode small 31.5 1024 1048 1184 1344 768 771 777 806");
     Run("xrandr --addmode screen small");
@@ -434,7 +469,9 @@ TEST_F(X11, AMonitorThatChangesItsSizeIsTold) {
 
 TEST_F(X11, SleepingShowsTheWaitingRedrawAndDeliversInputAfterwards) {
     StartProbe([](const std::string& text) {
-        if (text != "w") return;
+        if (text != "w") {
+            return;
+        }
         desktop.requestRedraw({10, 20, 30, 40});
         desktop.sleep(700);
         ProbeLog("awake");
@@ -453,12 +490,16 @@ TEST_F(X11, SleepingShowsTheWaitingRedrawAndDeliversInputAfterwards) {
 }
 
 TEST(BareServer, WithoutAWindowManagerKeysArriveAlsoAfterAnAlert) {
-    if (!IsProgramInstalled("Xvfb")) GTEST_SKIP() << "Xvfb is missing";
+    if (!IsProgramInstalled("Xvfb")) {
+        GTEST_SKIP() << "Xvfb is missing";
+    }
     XSession session;
     ASSERT_TRUE(session.Start("1280x800x24", false));
     DesktopProbe probe;
     probe.Start({}, [](const std::string& text) {
-        if (text == "x") desktop.alert("So sorry.");
+        if (text == "x") {
+            desktop.alert("So sorry.");
+        }
     });
     ASSERT_GE(probe.WaitFor("active"), 0);
     probe.WaitForQuiet();

@@ -38,7 +38,9 @@ void PredefineHeader(Assembly& assembly) {
 u32 MacroDepth(const Assembly& assembly) {
     u32 depth = 0;
     for (const std::unique_ptr<Frame>& frame : assembly.frames) {
-        if (frame->kind != FrameKind::File) ++depth;
+        if (frame->kind != FrameKind::File) {
+            ++depth;
+        }
     }
     return depth;
 }
@@ -56,14 +58,18 @@ void AssembleListed(Assembly& assembly, const Line& line) {
     entry.text = std::string(line.text);
     const bool quiet = assembly.collecting || IsSkipping(assembly);
     u64 before[kSectionCount];
-    for (u32 i = 0; i < kSectionCount; ++i) before[i] = assembly.sections[i].size;
+    for (u32 i = 0; i < kSectionCount; ++i) {
+        before[i] = assembly.sections[i].size;
+    }
     AssembleLine(assembly, line);
     entry.section = assembly.section;
     const auto section = static_cast<u32>(assembly.section);
     entry.offset = before[section];
     entry.size = assembly.sections[section].size - before[section];
     // Lines of macros are shown for what they make.
-    if (entry.depth > 0 && (quiet || entry.size == 0)) return;
+    if (entry.depth > 0 && (quiet || entry.size == 0)) {
+        return;
+    }
     assembly.listing.push_back(std::move(entry));
 }
 
@@ -81,7 +87,9 @@ AssembleResult Assemble(std::string_view source, const std::string& fileName,
     std::string identity = std::filesystem::weakly_canonical(fileName, error).string();
     const u32 file = AddSource(assembly.sources, fileName, error ? std::string() : identity,
                                std::string(source));
-    for (const auto& [name, value] : options.definitions) Predefine(assembly, name, value);
+    for (const auto& [name, value] : options.definitions) {
+        Predefine(assembly, name, value);
+    }
     EnterFile(assembly, file, {file, 1, 1, 0});
     Line line;
     while (NextLine(assembly, line)) {
@@ -89,7 +97,9 @@ AssembleResult Assemble(std::string_view source, const std::string& fileName,
         const size_t mark = assembly.table.nodes.size();
         assembly.keepNodes = false;
         AssembleListed(assembly, line);
-        if (!assembly.keepNodes) assembly.table.nodes.resize(mark);
+        if (!assembly.keepNodes) {
+            assembly.table.nodes.resize(mark);
+        }
         if (assembly.table.nodes.size() > 50'000'000) {
             ReportAndStop(assembly.sources, PositionIn(line, 0),
                           "too many expressions wait for a later definition");
@@ -110,19 +120,27 @@ std::vector<u32> AssembleInstruction(std::string_view text) {
     Line line;
     line.text = text;
     std::vector<Token> tokens;
-    if (!Tokenize(sources, line, tokens)) return {};
+    if (!Tokenize(sources, line, tokens)) {
+        return {};
+    }
     Cursor cursor;
     cursor.line = &line;
     cursor.tokens = &tokens;
     EncodedInstruction encoded;
-    if (!EncodeInstruction(sources, table, cursor, encoded) || !cursor.AtEnd()) return {};
+    if (!EncodeInstruction(sources, table, cursor, encoded) || !cursor.AtEnd()) {
+        return {};
+    }
     std::vector<u32> words(encoded.words, encoded.words + encoded.count);
     for (u32 i = 0; i < encoded.valueCount; ++i) {
         const SlotValue& slot = encoded.values[i];
         const Value value = Evaluate(table, slot.expression);
-        if (value.state != ValueState::Known) return {};
+        if (value.state != ValueState::Known) {
+            return {};
+        }
         auto* bytes = reinterpret_cast<u8*>(words.data() + slot.word);
-        if (!PutValue(slot.slot, value, bytes).empty()) return {};
+        if (!PutValue(slot.slot, value, bytes).empty()) {
+            return {};
+        }
     }
     return words;
 }

@@ -47,12 +47,16 @@ bool Decide(Assembly& assembly, const std::string& word, Cursor& cursor) {
         return defined == (word == ".IFDEF");
     }
     Expression expression;
-    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) return false;
+    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) {
+        return false;
+    }
     ExpectEnd(assembly, cursor);
     const Value value = Evaluate(assembly.table, expression);
     if (value.state != ValueState::Known) {
         Value shown = value;
-        if (shown.position.line == 0) shown.position = position;
+        if (shown.position.line == 0) {
+            shown.position = position;
+        }
         ReportValue(assembly.sources, assembly.table, assembly.sources.sequence, shown);
         return false;
     }
@@ -63,13 +67,17 @@ bool Decide(Assembly& assembly, const std::string& word, Cursor& cursor) {
 // nothing happens when the line is skipped.
 bool FindDirective(Assembly& assembly, const Line& line, std::vector<Token>& tokens,
                    Cursor& cursor) {
-    if (!Tokenize(assembly.sources, line, tokens)) return false;
+    if (!Tokenize(assembly.sources, line, tokens)) {
+        return false;
+    }
     cursor.line = &line;
     cursor.tokens = &tokens;
     cursor.section = assembly.section;
     cursor.here = assembly.sections[static_cast<u32>(assembly.section)].size;
     while (cursor.Now().kind != TokenKind::DotName) {
-        if (cursor.AtEnd()) return false;
+        if (cursor.AtEnd()) {
+            return false;
+        }
         if (cursor.Next().kind == TokenKind::Punctuation && cursor.Next().text == ":") {
             DefineLabel(assembly, cursor.Now(), PositionOf(cursor));
         }
@@ -112,7 +120,9 @@ void Else(Assembly& assembly, const Line& line, const std::string& word) {
         condition.decided = true;
         return;
     }
-    if (condition.decided) return;
+    if (condition.decided) {
+        return;
+    }
     std::vector<Token> tokens;
     Cursor cursor;
     if (FindDirective(assembly, line, tokens, cursor)) {
@@ -133,7 +143,9 @@ bool HandleCondition(Assembly& assembly, const Line& line, const std::string& wo
         return true;
     }
     const bool isElse = word == ".ELSE" || word == ".ELIF";
-    if (!isElse && word != ".ENDIF") return false;
+    if (!isElse && word != ".ENDIF") {
+        return false;
+    }
     if (assembly.conditions.size() <= assembly.frames.back()->conditions) {
         Report(assembly.sources, PositionIn(line, 0), "there is no open .if here");
     } else if (isElse) {

@@ -13,7 +13,9 @@ namespace mxasm {
 namespace {
 
 void ExpectEndOfList(Assembly& assembly, const Cursor& cursor) {
-    if (cursor.AtEnd()) return;
+    if (cursor.AtEnd()) {
+        return;
+    }
     ReportHere(assembly, cursor,
                "expected a comma or the end of the line, found " + Quoted(cursor.Now().text));
 }
@@ -25,13 +27,19 @@ void AssembleValues(Assembly& assembly, Cursor& cursor, Slot slot) {
                 ReportHere(assembly, cursor, "a text goes into .byte, .ascii or .asciz");
                 return;
             }
-            if (!AddText(assembly, cursor.Now().bytes, PositionOf(cursor))) return;
+            if (!AddText(assembly, cursor.Now().bytes, PositionOf(cursor))) {
+                return;
+            }
             ++cursor.at;
             continue;
         }
         Expression expression;
-        if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) return;
-        if (!AddValue(assembly, slot, expression)) return;
+        if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) {
+            return;
+        }
+        if (!AddValue(assembly, slot, expression)) {
+            return;
+        }
     } while (cursor.Accept(","));
     ExpectEndOfList(assembly, cursor);
 }
@@ -45,8 +53,12 @@ void AssembleTexts(Assembly& assembly, Cursor& cursor, bool withNul) {
             return;
         }
         std::string bytes = cursor.Now().bytes;
-        if (withNul) bytes += '\0';
-        if (!AddText(assembly, bytes, PositionOf(cursor))) return;
+        if (withNul) {
+            bytes += '\0';
+        }
+        if (!AddText(assembly, bytes, PositionOf(cursor))) {
+            return;
+        }
         ++cursor.at;
     } while (cursor.Accept(","));
     ExpectEndOfList(assembly, cursor);
@@ -54,7 +66,9 @@ void AssembleTexts(Assembly& assembly, Cursor& cursor, bool withNul) {
 
 // The optional fill byte of .space and .align.
 bool ParseFill(Assembly& assembly, Cursor& cursor, i64& fill) {
-    if (!cursor.Accept(",")) return ExpectEnd(assembly, cursor);
+    if (!cursor.Accept(",")) {
+        return ExpectEnd(assembly, cursor);
+    }
     Expression expression;
     if (!ParseExpression(assembly.sources, assembly.table, cursor, expression) ||
         !KnownNumber(assembly, expression, -128, 255, "a fill byte", fill)) {
@@ -83,12 +97,16 @@ void AssembleSpace(Assembly& assembly, Cursor& cursor) {
 // Code that runs into a gap must get through it, so whole words of a gap in code are NOPs.
 bool AddCodeGap(Assembly& assembly, u64 gap, const SourcePosition& position) {
     const u64 odd = std::min<u64>(gap, (4 - assembly.sections[0].size % 4) % 4);
-    if (!AddBytes(assembly, odd, 0, position)) return false;
+    if (!AddBytes(assembly, odd, 0, position)) {
+        return false;
+    }
     constexpr u32 kNop = static_cast<u32>(Single::Nop);
     for (gap -= odd; gap >= 4; gap -= 4) {
         char word[4];
         StoreBytes(reinterpret_cast<u8*>(word), kNop);
-        if (!AddText(assembly, {word, 4}, position)) return false;
+        if (!AddText(assembly, {word, 4}, position)) {
+            return false;
+        }
     }
     return AddBytes(assembly, gap, 0, position);
 }
@@ -149,9 +167,13 @@ bool AssembleData(Assembly& assembly, const std::string& name, Cursor& cursor) {
     const bool isText = name == ".ASCII" || name == ".ASCIZ";
     const DataDirective* found = nullptr;
     for (const DataDirective& row : kDataDirectives) {
-        if (name == row.name) found = &row;
+        if (name == row.name) {
+            found = &row;
+        }
     }
-    if (!isText && found == nullptr) return false;
+    if (!isText && found == nullptr) {
+        return false;
+    }
     if (assembly.section == Section::Bss) {
         ReportHere(assembly, cursor, ".bss holds no data, only .space");
     } else if (isText) {

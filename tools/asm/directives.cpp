@@ -16,7 +16,9 @@ bool ParseNumber(Assembly& assembly, Cursor& cursor, Expression& expression) {
 }
 
 bool ExpectComma(Assembly& assembly, Cursor& cursor) {
-    if (cursor.Accept(",")) return true;
+    if (cursor.Accept(",")) {
+        return true;
+    }
     ReportHere(assembly, cursor, "expected a comma");
     return false;
 }
@@ -32,7 +34,9 @@ bool ParseString(Assembly& assembly, Cursor& cursor, std::string& bytes) {
 }
 
 void ChooseSection(Assembly& assembly, Cursor& cursor, Section section) {
-    if (ExpectEnd(assembly, cursor)) assembly.section = section;
+    if (ExpectEnd(assembly, cursor)) {
+        assembly.section = section;
+    }
 }
 
 void SetHeaderNumber(Assembly& assembly, HeaderNumber& number, const Expression& expression) {
@@ -48,7 +52,9 @@ void AssembleSize(Assembly& assembly, Cursor& cursor, HeaderNumber& number) {
         return;
     }
     Expression expression;
-    if (!ParseNumber(assembly, cursor, expression) || !ExpectEnd(assembly, cursor)) return;
+    if (!ParseNumber(assembly, cursor, expression) || !ExpectEnd(assembly, cursor)) {
+        return;
+    }
     SetHeaderNumber(assembly, number, expression);
 }
 
@@ -109,10 +115,14 @@ void AssembleHeader(Assembly& assembly, Cursor& cursor) {
             continue;
         }
         patch.waits = true;
-        if (!ParseNumber(assembly, cursor, patch.expression)) return;
+        if (!ParseNumber(assembly, cursor, patch.expression)) {
+            return;
+        }
         patches.push_back(patch);
     }
-    if (!ExpectEnd(assembly, cursor)) return;
+    if (!ExpectEnd(assembly, cursor)) {
+        return;
+    }
     if (patches.size() > 512 - static_cast<size_t>(offset)) {
         Report(assembly.sources, position, "the bytes reach beyond the header");
         return;
@@ -134,10 +144,18 @@ void AssembleError(Assembly& assembly, Cursor& cursor, const SourcePosition& pos
 void AssembleAssertion(Assembly& assembly, Cursor& cursor) {
     Assertion assertion;
     assertion.sequence = assembly.sources.sequence;
-    if (!ParseNumber(assembly, cursor, assertion.expression)) return;
-    if (cursor.Accept(",") && !ParseString(assembly, cursor, assertion.text)) return;
-    if (!ExpectEnd(assembly, cursor)) return;
-    if (assertion.text.empty()) assertion.text = "the assertion does not hold";
+    if (!ParseNumber(assembly, cursor, assertion.expression)) {
+        return;
+    }
+    if (cursor.Accept(",") && !ParseString(assembly, cursor, assertion.text)) {
+        return;
+    }
+    if (!ExpectEnd(assembly, cursor)) {
+        return;
+    }
+    if (assertion.text.empty()) {
+        assertion.text = "the assertion does not hold";
+    }
     assembly.keepNodes = true;
     assembly.assertions.push_back(assertion);
 }
@@ -151,13 +169,19 @@ std::string FolderOf(const std::string& path) {
 
 // The file called `name` beside the file being read or in an include folder.
 std::string FindFile(const Assembly& assembly, u32 fromFile, const std::string& name) {
-    if (name.starts_with('/') || name.find('\0') != std::string::npos) return name;
+    if (name.starts_with('/') || name.find('\0') != std::string::npos) {
+        return name;
+    }
     std::error_code error;
     std::string beside = FolderOf(assembly.sources.files[fromFile].name) + name;
-    if (std::filesystem::exists(beside, error)) return beside;
+    if (std::filesystem::exists(beside, error)) {
+        return beside;
+    }
     for (const std::string& folder : assembly.options.includeFolders) {
         std::string path = (std::filesystem::path(folder) / name).string();
-        if (std::filesystem::exists(path, error)) return path;
+        if (std::filesystem::exists(path, error)) {
+            return path;
+        }
     }
     return beside;
 }
@@ -179,7 +203,9 @@ bool IsBeingRead(const Assembly& assembly, const std::string& identity) {
 // A file is kept once, however often it is included.
 u32 FindSource(const Assembly& assembly, const std::string& identity) {
     for (u32 i = 0; i < assembly.sources.files.size(); ++i) {
-        if (assembly.sources.files[i].path == identity) return i;
+        if (assembly.sources.files[i].path == identity) {
+            return i;
+        }
     }
     return ~0u;
 }
@@ -187,7 +213,9 @@ u32 FindSource(const Assembly& assembly, const std::string& identity) {
 void AssembleInclude(Assembly& assembly, Cursor& cursor) {
     const SourcePosition position = PositionOf(cursor);
     std::string name;
-    if (!ParseString(assembly, cursor, name) || !ExpectEnd(assembly, cursor)) return;
+    if (!ParseString(assembly, cursor, name) || !ExpectEnd(assembly, cursor)) {
+        return;
+    }
     const auto depth = std::count_if(
         assembly.frames.begin(), assembly.frames.end(),
         [](const std::unique_ptr<Frame>& frame) { return frame->kind == FrameKind::File; });
@@ -222,17 +250,23 @@ void AssembleInclude(Assembly& assembly, Cursor& cursor) {
 void AssembleBinary(Assembly& assembly, Cursor& cursor) {
     const SourcePosition position = PositionOf(cursor);
     std::string name;
-    if (!ParseString(assembly, cursor, name)) return;
+    if (!ParseString(assembly, cursor, name)) {
+        return;
+    }
     i64 range[2] = {0, -1};  // offset and length
     for (i64& number : range) {
-        if (!cursor.Accept(",")) break;
+        if (!cursor.Accept(",")) {
+            break;
+        }
         Expression expression;
         if (!ParseNumber(assembly, cursor, expression) ||
             !KnownNumber(assembly, expression, 0, 0xFFFFFFFF, "a place in the file", number)) {
             return;
         }
     }
-    if (!ExpectEnd(assembly, cursor)) return;
+    if (!ExpectEnd(assembly, cursor)) {
+        return;
+    }
     if (assembly.section == Section::Bss) {
         Report(assembly.sources, position, ".bss holds no data, only .space");
         return;
@@ -246,7 +280,9 @@ void AssembleBinary(Assembly& assembly, Cursor& cursor) {
     }
     assembly.filesRead.push_back(path);
     const i64 size = static_cast<i64>(bytes->size());
-    if (range[1] < 0) range[1] = std::max<i64>(size - range[0], 0);
+    if (range[1] < 0) {
+        range[1] = std::max<i64>(size - range[0], 0);
+    }
     if (range[0] > size || range[1] > size - range[0]) {
         Report(assembly.sources, position,
                "the file " + Quoted(name) + " has only " + std::to_string(size) + " bytes");
@@ -263,26 +299,62 @@ void AssembleBinary(Assembly& assembly, Cursor& cursor) {
 void AssembleDirective(Assembly& assembly, const Line& line, Cursor& cursor) {
     const SourcePosition position = PositionOf(cursor);
     const std::string name = UpperCase(cursor.Now().text);
-    if (name == ".MACRO") return StartMacroDefinition(assembly, line, cursor);
-    if (name == ".REPT") return StartRepeat(assembly, cursor);
+    if (name == ".MACRO") {
+        return StartMacroDefinition(assembly, line, cursor);
+    }
+    if (name == ".REPT") {
+        return StartRepeat(assembly, cursor);
+    }
     ++cursor.at;
-    if (name == ".CODE") return ChooseSection(assembly, cursor, Section::Code);
-    if (name == ".DATA") return ChooseSection(assembly, cursor, Section::Data);
-    if (name == ".BSS") return ChooseSection(assembly, cursor, Section::Bss);
-    if (name == ".STACK") return AssembleSize(assembly, cursor, assembly.stackSize);
-    if (name == ".HEAP") return AssembleSize(assembly, cursor, assembly.heapSize);
-    if (name == ".VERSION") return AssembleVersion(assembly, cursor);
-    if (name == ".EQU") return AssembleNamed(assembly, cursor, false);
-    if (name == ".SET") return AssembleNamed(assembly, cursor, true);
-    if (name == ".HEADER") return AssembleHeader(assembly, cursor);
-    if (name == ".ERROR") return AssembleError(assembly, cursor, position);
-    if (name == ".ASSERT") return AssembleAssertion(assembly, cursor);
-    if (name == ".INCLUDE") return AssembleInclude(assembly, cursor);
-    if (name == ".INCBIN") return AssembleBinary(assembly, cursor);
-    if (name == ".ARGUMENTS") return DeclareArguments(assembly, cursor);
-    if (name == ".INVOKED") return NoteInvocation(assembly, cursor, position);
+    if (name == ".CODE") {
+        return ChooseSection(assembly, cursor, Section::Code);
+    }
+    if (name == ".DATA") {
+        return ChooseSection(assembly, cursor, Section::Data);
+    }
+    if (name == ".BSS") {
+        return ChooseSection(assembly, cursor, Section::Bss);
+    }
+    if (name == ".STACK") {
+        return AssembleSize(assembly, cursor, assembly.stackSize);
+    }
+    if (name == ".HEAP") {
+        return AssembleSize(assembly, cursor, assembly.heapSize);
+    }
+    if (name == ".VERSION") {
+        return AssembleVersion(assembly, cursor);
+    }
+    if (name == ".EQU") {
+        return AssembleNamed(assembly, cursor, false);
+    }
+    if (name == ".SET") {
+        return AssembleNamed(assembly, cursor, true);
+    }
+    if (name == ".HEADER") {
+        return AssembleHeader(assembly, cursor);
+    }
+    if (name == ".ERROR") {
+        return AssembleError(assembly, cursor, position);
+    }
+    if (name == ".ASSERT") {
+        return AssembleAssertion(assembly, cursor);
+    }
+    if (name == ".INCLUDE") {
+        return AssembleInclude(assembly, cursor);
+    }
+    if (name == ".INCBIN") {
+        return AssembleBinary(assembly, cursor);
+    }
+    if (name == ".ARGUMENTS") {
+        return DeclareArguments(assembly, cursor);
+    }
+    if (name == ".INVOKED") {
+        return NoteInvocation(assembly, cursor, position);
+    }
     if (name == ".EXITM") {
-        if (ExpectEnd(assembly, cursor)) LeaveMacro(assembly, position);
+        if (ExpectEnd(assembly, cursor)) {
+            LeaveMacro(assembly, position);
+        }
         return;
     }
     if (name == ".ENDM" || name == ".ENDR") {

@@ -34,7 +34,9 @@ std::unordered_map<std::string, Mnemonic> BuildMnemonics() {
     for (const SingleInstruction& row : kSingleInstructions) {
         // Rows with a dot, such as PUSH.W, are found through the name before it.
         const std::string name = row.mnemonic;
-        if (name.find('.') == std::string::npos) map[name] = {MnemonicKind::Single, index};
+        if (name.find('.') == std::string::npos) {
+            map[name] = {MnemonicKind::Single, index};
+        }
         ++index;
     }
     index = 0;
@@ -70,17 +72,27 @@ struct Encoder {
         out.values[out.valueCount++] = {slot, word, expression};
     }
     bool Comma() const {
-        if (cursor.Accept(",")) return true;
+        if (cursor.Accept(",")) {
+            return true;
+        }
         return FailHere(cursor.AtEnd() ? name + " needs another operand" : "expected a comma");
     }
 };
 
 // The size number of a suffix, or -1.
 int SizeOfSuffix(const std::string& suffix) {
-    if (suffix == "B") return 0;
-    if (suffix == "W") return 1;
-    if (suffix == "L" || suffix == "F") return 2;
-    if (suffix == "Q" || suffix == "D") return 3;
+    if (suffix == "B") {
+        return 0;
+    }
+    if (suffix == "W") {
+        return 1;
+    }
+    if (suffix == "L" || suffix == "F") {
+        return 2;
+    }
+    if (suffix == "Q" || suffix == "D") {
+        return 3;
+    }
     return -1;
 }
 
@@ -107,12 +119,16 @@ bool ChooseSize(const Encoder& encoder, Sizes sizes, u32& size) {
     const bool isReal = IsRealSuffix(encoder.suffix);
     if (sizes == Sizes::Single) {
         size = 0;
-        if (encoder.suffix.empty()) return true;
+        if (encoder.suffix.empty()) {
+            return true;
+        }
         return encoder.Fail(encoder.suffixPosition, encoder.name + " takes no size");
     }
     if (encoder.suffix.empty()) {
         size = 0;
-        if (sizes == Sizes::Any) return true;
+        if (sizes == Sizes::Any) {
+            return true;
+        }
         return encoder.Fail(encoder.namePosition,
                             encoder.name + " needs a size: " + SuffixesOf(sizes));
     }
@@ -133,30 +149,40 @@ bool ChooseSize(const Encoder& encoder, Sizes sizes, u32& size) {
 }
 
 Slot ImmediateSlot(u32 size, bool isReal) {
-    if (isReal) return size == 3 ? Slot::ImmediateDouble : Slot::ImmediateFloat;
+    if (isReal) {
+        return size == 3 ? Slot::ImmediateDouble : Slot::ImmediateFloat;
+    }
     constexpr Slot kFields[] = {Slot::ImmediateByte, Slot::ImmediateWord, Slot::ImmediateLong,
                                 Slot::ImmediateQuad};
     return kFields[size];
 }
 
 Slot QuickSlot(Field field, u32 size) {
-    if (size == 2) return field == Field::Low ? Slot::LowQuickLong : Slot::HighQuickLong;
+    if (size == 2) {
+        return field == Field::Low ? Slot::LowQuickLong : Slot::HighQuickLong;
+    }
     return field == Field::Low ? Slot::LowQuick : Slot::HighQuick;
 }
 
 // The whole number that a known value stands for in an operand of that size. False for a value
 // that is not known yet or has no short form.
 bool ShortNumber(const Value& value, u32 size, bool isReal, i64& number) {
-    if (value.state != ValueState::Known || value.base != Base::Absolute) return false;
+    if (value.state != ValueState::Known || value.base != Base::Absolute) {
+        return false;
+    }
     if (isReal) {
         // Zero is the one number whose bits are those of a small integer.
         u8 bytes[8] = {};
         const Slot slot = ImmediateSlot(size, true);
-        if (!PutValue(slot, value, bytes).empty() || LoadBytes<u64>(bytes) != 0) return false;
+        if (!PutValue(slot, value, bytes).empty() || LoadBytes<u64>(bytes) != 0) {
+            return false;
+        }
         number = 0;
         return true;
     }
-    if (value.isFloat) return false;
+    if (value.isFloat) {
+        return false;
+    }
     number = size == 2 ? AsSignedLong(value.integer) : value.integer;
     return true;
 }
@@ -177,7 +203,9 @@ Mode ModeOf(OperandKind kind) {
 bool CheckRegister(const Encoder& encoder, const Operand& operand) {
     const bool hasRegister =
         operand.kind == OperandKind::Register || operand.kind == OperandKind::Indexed;
-    if (!hasRegister || operand.reg < 16) return true;
+    if (!hasRegister || operand.reg < 16) {
+        return true;
+    }
     return encoder.Fail(operand.position, "the registers are R0 to R15");
 }
 
@@ -191,12 +219,16 @@ void PlaceOperand(const Encoder& encoder, const Operand& operand, Mode mode, Fie
     switch (mode) {
         case Mode::Register: break;
         case Mode::Frame:
-            if (operand.hasValue) encoder.Add(Slot::FrameOffset, 0, operand.value);
+            if (operand.hasValue) {
+                encoder.Add(Slot::FrameOffset, 0, operand.value);
+            }
             break;
         case Mode::Quick: encoder.Add(QuickSlot(field, size), 0, operand.value); break;
         case Mode::Indexed:
         case Mode::Frame32:
-            if (operand.hasValue) encoder.Add(Slot::Displacement, out.count, operand.value);
+            if (operand.hasValue) {
+                encoder.Add(Slot::Displacement, out.count, operand.value);
+            }
             ++out.count;
             break;
         case Mode::Absolute:
@@ -214,8 +246,12 @@ void PlaceOperand(const Encoder& encoder, const Operand& operand, Mode mode, Fie
 
 // Quick where the value is known by now and small enough, or where it was asked for.
 Mode ChooseImmediate(const Encoder& encoder, const Operand& operand, u32 size, bool isReal) {
-    if (operand.forced == Forced::Immediate) return Mode::Immediate;
-    if (operand.forced == Forced::Quick) return Mode::Quick;
+    if (operand.forced == Forced::Immediate) {
+        return Mode::Immediate;
+    }
+    if (operand.forced == Forced::Quick) {
+        return Mode::Quick;
+    }
     i64 number = 0;
     const Value value = Evaluate(encoder.table, operand.value);
     const bool known = ShortNumber(value, size, isReal, number);
@@ -224,13 +260,23 @@ Mode ChooseImmediate(const Encoder& encoder, const Operand& operand, u32 size, b
 
 bool EncodeTwo(Encoder& encoder, const Operation& operation) {
     u32 size = 0;
-    if (!ChooseSize(encoder, operation.sizes, size)) return false;
+    if (!ChooseSize(encoder, operation.sizes, size)) {
+        return false;
+    }
     Operand a;
     Operand b;
-    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, a)) return false;
-    if (!encoder.Comma()) return false;
-    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, b)) return false;
-    if (!CheckRegister(encoder, a) || !CheckRegister(encoder, b)) return false;
+    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, a)) {
+        return false;
+    }
+    if (!encoder.Comma()) {
+        return false;
+    }
+    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, b)) {
+        return false;
+    }
+    if (!CheckRegister(encoder, a) || !CheckRegister(encoder, b)) {
+        return false;
+    }
 
     // With an indexed B, PUSHBLOCK takes the first extension word itself as the count.
     if (a.kind == OperandKind::Immediate) {
@@ -246,10 +292,16 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
     const u32 valueSize = operation.sizes == Sizes::Any && size < 3 ? 2 : size;
     const Mode modeA = ModeOf(a.kind);
     Mode modeB = ModeOf(b.kind);
-    if (modeB == Mode::Immediate) modeB = ChooseImmediate(encoder, b, valueSize, isReal);
-    if (modeB == Mode::Frame && modeA == Mode::Frame) modeB = Mode::Frame32;
+    if (modeB == Mode::Immediate) {
+        modeB = ChooseImmediate(encoder, b, valueSize, isReal);
+    }
+    if (modeB == Mode::Frame && modeA == Mode::Frame) {
+        modeB = Mode::Frame32;
+    }
     const OperandForm* form = FindForm(modeA, modeB);
-    if (form == nullptr) return encoder.Fail(b.position, "these operands do not go together");
+    if (form == nullptr) {
+        return encoder.Fail(b.position, "these operands do not go together");
+    }
 
     encoder.out.words[0] = form->code | (operation.first + size) << 9;
     encoder.out.count = 1;
@@ -263,7 +315,9 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
 // The three lengths of a constant push: short ones hold the value in the word itself.
 bool EncodePushConstant(Encoder& encoder, const Operand& operand) {
     u32 size = 0;
-    if (!ChooseSize(encoder, Sizes::Integer, size)) return false;
+    if (!ChooseSize(encoder, Sizes::Integer, size)) {
+        return false;
+    }
     if (size < 1 || size > 3) {
         return encoder.Fail(encoder.suffixPosition, "a constant is pushed as .W .L or .Q");
     }
@@ -273,7 +327,9 @@ bool EncodePushConstant(Encoder& encoder, const Operand& operand) {
     const bool reaches =
         ShortNumber(value, size, isReal, number) && number >= -2097152 && number <= 2097151;
     bool isShort = size == 1 || reaches;
-    if (operand.forced != Forced::None) isShort = operand.forced == Forced::Quick;
+    if (operand.forced != Forced::None) {
+        isShort = operand.forced == Forced::Quick;
+    }
 
     constexpr Single kShort[] = {Single::PushWord, Single::PushLong, Single::PushQuad};
     constexpr Single kLong[] = {Single::PushWordExt, Single::PushLongExt, Single::PushQuadExt};
@@ -290,7 +346,9 @@ bool EncodePushConstant(Encoder& encoder, const Operand& operand) {
 
 bool EncodeOne(Encoder& encoder, const Operation& operation) {
     Operand operand;
-    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) return false;
+    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) {
+        return false;
+    }
     if (operand.kind == OperandKind::Immediate) {
         if (operation.first == static_cast<u8>(OneOperand::Push)) {
             return EncodePushConstant(encoder, operand);
@@ -298,7 +356,9 @@ bool EncodeOne(Encoder& encoder, const Operation& operation) {
         return encoder.Fail(operand.position, encoder.name + " takes no immediate");
     }
     u32 size = 0;
-    if (!ChooseSize(encoder, operation.sizes, size)) return false;
+    if (!ChooseSize(encoder, operation.sizes, size)) {
+        return false;
+    }
     // The register number of this class has 16 bits, so that it reaches the header's other words.
     const u32 limit = operand.kind == OperandKind::Register ? 65535 : 15;
     if (operand.reg > limit) {
@@ -317,18 +377,24 @@ bool EncodeOne(Encoder& encoder, const Operation& operation) {
 
 bool ParseValue(Encoder& encoder, Slot slot, u32 word) {
     Expression expression;
-    if (!ParseExpression(encoder.sources, encoder.table, encoder.cursor, expression)) return false;
+    if (!ParseExpression(encoder.sources, encoder.table, encoder.cursor, expression)) {
+        return false;
+    }
     encoder.Add(slot, word, expression);
     return true;
 }
 
 bool NoSuffix(const Encoder& encoder) {
-    if (encoder.suffix.empty()) return true;
+    if (encoder.suffix.empty()) {
+        return true;
+    }
     return encoder.Fail(encoder.suffixPosition, encoder.name + " takes no size");
 }
 
 bool EncodeBranch(Encoder& encoder, u32 condition) {
-    if (!NoSuffix(encoder)) return false;
+    if (!NoSuffix(encoder)) {
+        return false;
+    }
     encoder.out.words[0] = kFlagBranchCode | condition << 7;
     encoder.out.count = 1;
     return ParseValue(encoder, Slot::Target, 0);
@@ -336,10 +402,16 @@ bool EncodeBranch(Encoder& encoder, u32 condition) {
 
 bool EncodeTestBranch(Encoder& encoder, u32 condition) {
     u32 size = 0;
-    if (IsRealSuffix(encoder.suffix)) encoder.suffix = "?";
-    if (!ChooseSize(encoder, Sizes::Integer, size)) return false;
+    if (IsRealSuffix(encoder.suffix)) {
+        encoder.suffix = "?";
+    }
+    if (!ChooseSize(encoder, Sizes::Integer, size)) {
+        return false;
+    }
     Operand operand;
-    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) return false;
+    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) {
+        return false;
+    }
     EncodedInstruction& out = encoder.out;
     out.count = 2;
     TestOperand mode = TestOperand::Register;
@@ -359,7 +431,9 @@ bool EncodeTestBranch(Encoder& encoder, u32 condition) {
             break;
         case OperandKind::Frame:
             mode = TestOperand::Frame32;
-            if (operand.hasValue) encoder.Add(Slot::Displacement, 1, operand.value);
+            if (operand.hasValue) {
+                encoder.Add(Slot::Displacement, 1, operand.value);
+            }
             break;
         case OperandKind::Immediate:
             return encoder.Fail(operand.position, encoder.name + " takes no immediate");
@@ -376,12 +450,16 @@ bool EncodeJump(Encoder& encoder) {
         return ParseValue(encoder, Slot::Target, 0);
     }
     Operand operand;
-    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) return false;
+    if (!ParseOperand(encoder.sources, encoder.table, encoder.cursor, operand)) {
+        return false;
+    }
     if (operand.kind != OperandKind::Indexed || operand.reg > 15) {
         return encoder.Fail(operand.position, "a jump through memory is JMP [Rn+table]");
     }
     out.words[0] = kTableJumpCode | operand.reg << 6;
-    if (operand.hasValue) encoder.Add(Slot::Target, 0, operand.value);
+    if (operand.hasValue) {
+        encoder.Add(Slot::Target, 0, operand.value);
+    }
     return true;
 }
 
@@ -393,7 +471,9 @@ bool EncodeCallRegister(Encoder& encoder) {
         return !bad && encoder.Fail(position, "CALLR takes a register, R0 to R15");
     }
     encoder.out.words[0] |= reg << 12;
-    if (!encoder.cursor.Accept(",")) return true;
+    if (!encoder.cursor.Accept(",")) {
+        return true;
+    }
     return ParseValue(encoder, Slot::ArgumentBytes, 0);
 }
 
@@ -404,7 +484,9 @@ bool EncodeSingle(Encoder& encoder, const SingleInstruction* single) {
         encoder.out.count = 1;
         return true;
     }
-    if (!NoSuffix(encoder)) return false;
+    if (!NoSuffix(encoder)) {
+        return false;
+    }
     encoder.out.words[0] = single->code;
     encoder.out.count = single->length / 4;
     switch (single->operands) {
@@ -414,17 +496,29 @@ bool EncodeSingle(Encoder& encoder, const SingleInstruction* single) {
                 RegisterNumber(encoder.cursor.Now().text) >= 0) {
                 return encoder.FailHere("a call through a register is CALLR");
             }
-            if (!ParseValue(encoder, Slot::CallTarget, 1)) return false;
-            if (!encoder.cursor.Accept(",")) return true;
+            if (!ParseValue(encoder, Slot::CallTarget, 1)) {
+                return false;
+            }
+            if (!encoder.cursor.Accept(",")) {
+                return true;
+            }
             return ParseValue(encoder, Slot::ArgumentBytes, 0);
         case SingleOperands::CallRegister: return EncodeCallRegister(encoder);
         case SingleOperands::Link:
-            if (encoder.cursor.AtEnd()) return true;
-            if (!ParseValue(encoder, Slot::Locals, 0)) return false;
-            if (!encoder.cursor.Accept(",")) return true;
+            if (encoder.cursor.AtEnd()) {
+                return true;
+            }
+            if (!ParseValue(encoder, Slot::Locals, 0)) {
+                return false;
+            }
+            if (!encoder.cursor.Accept(",")) {
+                return true;
+            }
             return ParseValue(encoder, Slot::Registers, 0);
         case SingleOperands::Return:
-            if (encoder.cursor.AtEnd()) return true;
+            if (encoder.cursor.AtEnd()) {
+                return true;
+            }
             return ParseValue(encoder, Slot::Registers, 0);
         default: return true;
     }
@@ -438,7 +532,9 @@ bool IsMnemonic(const std::string& upperName) {
 
 std::vector<std::string> MnemonicNames() {
     std::vector<std::string> names;
-    for (const auto& [name, mnemonic] : Mnemonics()) names.push_back(name);
+    for (const auto& [name, mnemonic] : Mnemonics()) {
+        names.push_back(name);
+    }
     return names;
 }
 

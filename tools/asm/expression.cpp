@@ -93,10 +93,16 @@ bool AddName(Parser& parser, const Token& token, u32 column) {
 void AddHere(Parser& parser, u32 column) {
     const Section section = parser.cursor.section;
     i64 address = static_cast<i64>(parser.cursor.here);
-    if (section == Section::Code) address += parser.table.sectionBase[0];
+    if (section == Section::Code) {
+        address += parser.table.sectionBase[0];
+    }
     parser.Add(Op::Literal, column, address);
-    if (section == Section::Data) parser.table.nodes.back().base = Base::Data;
-    if (section == Section::Bss) parser.table.nodes.back().base = Base::Bss;
+    if (section == Section::Data) {
+        parser.table.nodes.back().base = Base::Data;
+    }
+    if (section == Section::Bss) {
+        parser.table.nodes.back().base = Base::Bss;
+    }
 }
 
 bool ParsePrimary(Parser& parser) {
@@ -112,10 +118,14 @@ bool ParsePrimary(Parser& parser) {
             parser.table.nodes.back().real = token.real;
             break;
         case TokenKind::Name:
-            if (!AddName(parser, token, column)) return false;
+            if (!AddName(parser, token, column)) {
+                return false;
+            }
             break;
         case TokenKind::LocalName:
-            if (!AddLocalName(parser, token, column)) return false;
+            if (!AddLocalName(parser, token, column)) {
+                return false;
+            }
             break;
         case TokenKind::Punctuation:
             if (token.text == "$") {
@@ -124,8 +134,12 @@ bool ParsePrimary(Parser& parser) {
             }
             if (token.text == "(") {
                 ++cursor.at;
-                if (!ParseBinary(parser, 1)) return false;
-                if (!cursor.Is(")")) return parser.Fail("a closing parenthesis is missing");
+                if (!ParseBinary(parser, 1)) {
+                    return false;
+                }
+                if (!cursor.Is(")")) {
+                    return parser.Fail("a closing parenthesis is missing");
+                }
                 break;
             }
             return parser.Fail("expected a value, found " + Quoted(token.text));
@@ -141,10 +155,18 @@ bool ParsePrimary(Parser& parser) {
 bool ParseUnary(Parser& parser) {
     const u32 column = PositionOf(parser.cursor).column;
     Op op = Op::Literal;
-    if (parser.cursor.Is("-")) op = Op::Negate;
-    if (parser.cursor.Is("~")) op = Op::Complement;
-    if (parser.cursor.Is("!")) op = Op::Not;
-    if (parser.depth > kMaxNesting) return parser.Fail("the expression is nested too deeply");
+    if (parser.cursor.Is("-")) {
+        op = Op::Negate;
+    }
+    if (parser.cursor.Is("~")) {
+        op = Op::Complement;
+    }
+    if (parser.cursor.Is("!")) {
+        op = Op::Not;
+    }
+    if (parser.depth > kMaxNesting) {
+        return parser.Fail("the expression is nested too deeply");
+    }
     ++parser.depth;
     bool good = false;
     if (op == Op::Literal) {
@@ -152,28 +174,40 @@ bool ParseUnary(Parser& parser) {
     } else {
         ++parser.cursor.at;
         good = ParseUnary(parser);
-        if (good) parser.Add(op, column);
+        if (good) {
+            parser.Add(op, column);
+        }
     }
     --parser.depth;
     return good;
 }
 
 const BinaryOperator* FindOperator(const Token& token) {
-    if (token.kind != TokenKind::Punctuation) return nullptr;
+    if (token.kind != TokenKind::Punctuation) {
+        return nullptr;
+    }
     for (const BinaryOperator& binary : kBinaryOperators) {
-        if (binary.text == token.text) return &binary;
+        if (binary.text == token.text) {
+            return &binary;
+        }
     }
     return nullptr;
 }
 
 bool ParseBinary(Parser& parser, int lowest) {
-    if (!ParseUnary(parser)) return false;
+    if (!ParseUnary(parser)) {
+        return false;
+    }
     for (;;) {
         const BinaryOperator* binary = FindOperator(parser.cursor.Now());
-        if (binary == nullptr || binary->precedence < lowest) return true;
+        if (binary == nullptr || binary->precedence < lowest) {
+            return true;
+        }
         const u32 column = PositionOf(parser.cursor).column;
         ++parser.cursor.at;
-        if (!ParseBinary(parser, binary->precedence + 1)) return false;
+        if (!ParseBinary(parser, binary->precedence + 1)) {
+            return false;
+        }
         parser.Add(binary->op, column);
     }
 }
@@ -184,7 +218,9 @@ bool ParseExpression(Sources& sources, SymbolTable& table, Cursor& cursor, Expre
     Parser parser{sources, table, cursor};
     out.position = PositionOf(cursor);
     out.first = static_cast<u32>(table.nodes.size());
-    if (!ParseBinary(parser, 1)) return false;
+    if (!ParseBinary(parser, 1)) {
+        return false;
+    }
     out.count = static_cast<u32>(table.nodes.size()) - out.first;
     return true;
 }

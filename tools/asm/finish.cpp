@@ -31,7 +31,9 @@ void PlaceSections(Assembly& assembly) {
         end = dataBase + data.size;
     }
     u64 bssBase = end;
-    if (bss.size > 0) bssBase = RoundUp(end, std::lcm(bss.alignment, u64{8}));
+    if (bss.size > 0) {
+        bssBase = RoundUp(end, std::lcm(bss.alignment, u64{8}));
+    }
     assembly.table.sectionBase[1] = static_cast<i64>(dataBase);
     assembly.table.sectionBase[2] = static_cast<i64>(bssBase);
 }
@@ -40,7 +42,9 @@ void CheckResult(Assembly& assembly, u64 sequence, const Expression& expression,
                  const std::string& wrong) {
     if (value.state != ValueState::Known) {
         Value shown = value;
-        if (shown.position.line == 0) shown.position = expression.position;
+        if (shown.position.line == 0) {
+            shown.position = expression.position;
+        }
         ReportValue(assembly.sources, assembly.table, sequence, shown);
     } else if (!wrong.empty()) {
         ReportAt(assembly.sources, sequence, expression.position, wrong);
@@ -62,12 +66,18 @@ void ResolveFixups(Assembly& assembly) {
 // Constants that nothing uses must make sense too.
 void CheckConstants(Assembly& assembly) {
     for (u32 i = 0; i < assembly.table.symbols.size(); ++i) {
-        if (assembly.table.symbols[i].state != SymbolState::Constant) continue;
+        if (assembly.table.symbols[i].state != SymbolState::Constant) {
+            continue;
+        }
         const Value value = EvaluateSymbol(assembly.table, i);
         const Symbol& symbol = assembly.table.symbols[i];
-        if (value.state == ValueState::Known) continue;
+        if (value.state == ValueState::Known) {
+            continue;
+        }
         Value shown = value;
-        if (shown.position.line == 0) shown.position = symbol.position;
+        if (shown.position.line == 0) {
+            shown.position = symbol.position;
+        }
         ReportValue(assembly.sources, assembly.table, assembly.sources.sequence, shown);
     }
 }
@@ -82,7 +92,9 @@ void CheckAssertions(Assembly& assembly) {
 }
 
 u32 HeaderValue(Assembly& assembly, const HeaderNumber& number, i64 high, const char* what) {
-    if (!number.given) return static_cast<u32>(number.fallback);
+    if (!number.given) {
+        return static_cast<u32>(number.fallback);
+    }
     const Value value = Evaluate(assembly.table, number.expression);
     std::string wrong;
     if (value.isFloat || value.integer < 0 || value.integer > high) {
@@ -95,7 +107,9 @@ u32 HeaderValue(Assembly& assembly, const HeaderNumber& number, i64 high, const 
 void PatchHeader(Assembly& assembly, std::vector<u8>& file) {
     for (const HeaderPatch& patch : assembly.headerPatches) {
         file[patch.offset] = patch.fixed;
-        if (!patch.waits) continue;
+        if (!patch.waits) {
+            continue;
+        }
         const Value value = Evaluate(assembly.table, patch.expression);
         std::string wrong;
         if (value.state == ValueState::Known) {
@@ -142,18 +156,26 @@ void CollectSymbols(Assembly& assembly, std::vector<AssembleSymbol>& symbols) {
     for (u32 i = 0; i < assembly.table.symbols.size(); ++i) {
         const SymbolState state = assembly.table.symbols[i].state;
         const bool predefined = assembly.table.symbols[i].position.line == 0;
-        if (predefined || (state != SymbolState::Label && state != SymbolState::Constant)) continue;
+        if (predefined || (state != SymbolState::Label && state != SymbolState::Constant)) {
+            continue;
+        }
         const Value value = EvaluateSymbol(assembly.table, i);
-        if (value.state != ValueState::Known || value.isFloat) continue;
+        if (value.state != ValueState::Known || value.isFloat) {
+            continue;
+        }
         const Symbol& symbol = assembly.table.symbols[i];
         AssembleSymbol out;
         out.name = symbol.name;
         out.value = value.integer;
-        if (state == SymbolState::Label) out.kind = static_cast<SymbolKind>(symbol.section);
+        if (state == SymbolState::Label) {
+            out.kind = static_cast<SymbolKind>(symbol.section);
+        }
         symbols.push_back(out);
     }
     std::sort(symbols.begin(), symbols.end(), [](const AssembleSymbol& a, const AssembleSymbol& b) {
-        if (a.value != b.value) return a.value < b.value;
+        if (a.value != b.value) {
+            return a.value < b.value;
+        }
         return a.name < b.name;
     });
 }
@@ -177,7 +199,9 @@ void Finish(Assembly& assembly, AssembleResult& result) {
     result.errors = CollectErrors(assembly.sources);
     result.filesRead = assembly.filesRead;
     result.ok = result.errors.empty();
-    if (!result.ok) return;
+    if (!result.ok) {
+        return;
+    }
     CollectSymbols(assembly, result.symbols);
     result.bytes = std::move(file);
     if (assembly.options.wantListing) {

@@ -24,9 +24,13 @@ void DeclareArguments(Assembly& assembly, Cursor& cursor) {
         return;
     }
     const u32 routine = assembly.table.scope[0];
-    if (routine == kNoSymbol) return;
+    if (routine == kNoSymbol) {
+        return;
+    }
     const u64 start = assembly.table.symbols[routine].offset;
-    if (assembly.sections[0].size - start > kLinkSize) return;
+    if (assembly.sections[0].size - start > kLinkSize) {
+        return;
+    }
     assembly.declaredArguments[routine] = {count, position};
 }
 
@@ -36,8 +40,12 @@ void NoteInvocation(Assembly& assembly, Cursor& cursor, const SourcePosition& po
     const std::string name(token.text);
     Expression expression;
     i64 count = 0;
-    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) return;
-    if (!cursor.Accept(",")) return ReportHere(assembly, cursor, "expected a comma");
+    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) {
+        return;
+    }
+    if (!cursor.Accept(",")) {
+        return ReportHere(assembly, cursor, "expected a comma");
+    }
     if (!ParseExpression(assembly.sources, assembly.table, cursor, expression) ||
         !KnownNumber(assembly, expression, 0, kMostArguments, "a number of arguments", count) ||
         !ExpectEnd(assembly, cursor) || !isName) {
@@ -50,9 +58,13 @@ void NoteInvocation(Assembly& assembly, Cursor& cursor, const SourcePosition& po
 void CheckInvocations(Assembly& assembly) {
     for (const Invocation& call : assembly.invocations) {
         const auto found = assembly.declaredArguments.find(call.routine);
-        if (found == assembly.declaredArguments.end()) continue;
+        if (found == assembly.declaredArguments.end()) {
+            continue;
+        }
         const DeclaredArguments& declared = found->second;
-        if (declared.count == call.count) continue;
+        if (declared.count == call.count) {
+            continue;
+        }
         ReportAt(assembly.sources, call.sequence, call.position,
                  Quoted(assembly.table.symbols[call.routine].name) + " takes " +
                      ArgumentsInWords(static_cast<size_t>(declared.count)) + " (" +

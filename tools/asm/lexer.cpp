@@ -18,7 +18,9 @@ bool IsNamePart(char c) {
 std::string UpperCase(std::string_view text) {
     std::string upper(text);
     for (char& c : upper) {
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+        if (c >= 'a' && c <= 'z') {
+            c = static_cast<char>(c - 'a' + 'A');
+        }
     }
     return upper;
 }
@@ -26,17 +28,25 @@ std::string UpperCase(std::string_view text) {
 std::string FirstWord(std::string_view text) {
     size_t at = 0;
     const auto skipBlanks = [&] {
-        while (at < text.size() && (text[at] == ' ' || text[at] == '\t')) ++at;
+        while (at < text.size() && (text[at] == ' ' || text[at] == '\t')) {
+            ++at;
+        }
     };
     for (;;) {
         skipBlanks();
         const size_t start = at;
-        if (at < text.size() && (text[at] == '.' || text[at] == '@')) ++at;
-        while (at < text.size() && IsNamePart(text[at])) ++at;
+        if (at < text.size() && (text[at] == '.' || text[at] == '@')) {
+            ++at;
+        }
+        while (at < text.size() && IsNamePart(text[at])) {
+            ++at;
+        }
         const std::string_view word = text.substr(start, at - start);
         skipBlanks();
         const bool isLabel = !word.empty() && at < text.size() && text[at] == ':';
-        if (!isLabel) return UpperCase(word);
+        if (!isLabel) {
+            return UpperCase(word);
+        }
         ++at;
     }
 }
@@ -76,9 +86,15 @@ struct Scanner {
 };
 
 int HexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
     return -1;
 }
 
@@ -92,7 +108,9 @@ bool ScanCharacter(Scanner& scan, char& out) {
         return true;
     }
     const char escape = scan.Peek();
-    if (scan.at >= scan.text.size()) return scan.Fail(start, "nothing follows the backslash");
+    if (scan.at >= scan.text.size()) {
+        return scan.Fail(start, "nothing follows the backslash");
+    }
     ++scan.at;
     switch (escape) {
         case 'n': out = '\n'; return true;
@@ -105,7 +123,9 @@ bool ScanCharacter(Scanner& scan, char& out) {
         case 'x': {
             const int high = HexDigit(scan.Peek());
             const int low = high < 0 ? -1 : HexDigit(scan.Peek(1));
-            if (low < 0) return scan.Fail(start, "\\x needs two hexadecimal digits");
+            if (low < 0) {
+                return scan.Fail(start, "\\x needs two hexadecimal digits");
+            }
             scan.at += 2;
             out = static_cast<char>(high * 16 + low);
             return true;
@@ -120,10 +140,16 @@ bool ScanString(Scanner& scan, Token& token) {
     const size_t start = scan.at++;
     token.kind = TokenKind::String;
     for (;;) {
-        if (scan.at >= scan.text.size()) return scan.Fail(start, "the string has no closing quote");
-        if (scan.Peek() == '"') break;
+        if (scan.at >= scan.text.size()) {
+            return scan.Fail(start, "the string has no closing quote");
+        }
+        if (scan.Peek() == '"') {
+            break;
+        }
         char c = 0;
-        if (!ScanCharacter(scan, c)) return false;
+        if (!ScanCharacter(scan, c)) {
+            return false;
+        }
         token.bytes += c;
     }
     ++scan.at;
@@ -137,8 +163,12 @@ bool ScanCharacterLiteral(Scanner& scan, Token& token) {
     if (scan.at >= scan.text.size()) {
         return scan.Fail(start, "the character has no closing quote");
     }
-    if (scan.Peek() == '\'') return scan.Fail(start, "there is no character between the quotes");
-    if (!ScanCharacter(scan, c)) return false;
+    if (scan.Peek() == '\'') {
+        return scan.Fail(start, "there is no character between the quotes");
+    }
+    if (!ScanCharacter(scan, c)) {
+        return false;
+    }
     if (scan.Peek() != '\'') {
         return scan.Fail(start, static_cast<u8>(c) >= 0x80
                                     ? "a character is one byte; this one takes several"
@@ -157,7 +187,9 @@ bool ScanInteger(Scanner& scan, Token& token, int base, size_t digitsAt) {
     if (error == std::errc::result_out_of_range) {
         return scan.Fail(start, "the number does not fit in 64 bits");
     }
-    if (error != std::errc{}) return scan.Fail(start, "a digit is missing");
+    if (error != std::errc{}) {
+        return scan.Fail(start, "a digit is missing");
+    }
     scan.at = static_cast<size_t>(end - scan.text.data());
     token.kind = TokenKind::Integer;
     return true;
@@ -168,10 +200,18 @@ bool IsFloat(std::string_view text, size_t at) {
     const auto digit = [&](size_t i) {
         return i < text.size() && text[i] >= '0' && text[i] <= '9';
     };
-    while (digit(at)) ++at;
-    if (at >= text.size()) return false;
-    if (text[at] == '.') return digit(at + 1);
-    if (text[at] != 'e' && text[at] != 'E') return false;
+    while (digit(at)) {
+        ++at;
+    }
+    if (at >= text.size()) {
+        return false;
+    }
+    if (text[at] == '.') {
+        return digit(at + 1);
+    }
+    if (text[at] != 'e' && text[at] != 'E') {
+        return false;
+    }
     const bool sign = at + 1 < text.size() && (text[at + 1] == '-' || text[at + 1] == '+');
     return digit(at + (sign ? 2 : 1));
 }
@@ -182,18 +222,24 @@ bool ScanNumber(Scanner& scan, Token& token) {
     const bool isHex = scan.Peek() == '0' && (second == 'x' || second == 'X');
     const bool isBinary = scan.Peek() == '0' && (second == 'b' || second == 'B');
     if (isHex || isBinary) {
-        if (!ScanInteger(scan, token, isHex ? 16 : 2, start + 2)) return false;
+        if (!ScanInteger(scan, token, isHex ? 16 : 2, start + 2)) {
+            return false;
+        }
     } else if (IsFloat(scan.text, start)) {
         const char* first = scan.text.data() + start;
         const char* last = scan.text.data() + scan.text.size();
         const auto [end, error] = std::from_chars(first, last, token.real);
-        if (error != std::errc{}) return scan.Fail(start, "the number does not fit in a double");
+        if (error != std::errc{}) {
+            return scan.Fail(start, "the number does not fit in a double");
+        }
         scan.at = static_cast<size_t>(end - scan.text.data());
         token.kind = TokenKind::Float;
     } else if (!ScanInteger(scan, token, 10, start)) {
         return false;
     }
-    if (IsNamePart(scan.Peek())) return scan.Fail(scan.at, "this does not belong to a number");
+    if (IsNamePart(scan.Peek())) {
+        return scan.Fail(scan.at, "this does not belong to a number");
+    }
     return true;
 }
 
@@ -219,23 +265,41 @@ bool ScanPunctuation(Scanner& scan, Token& token) {
                          "a backslash stands for a macro parameter, \\@ or \\+; there is "
                          "none of that name here");
     }
-    if (c == '@') return scan.Fail(scan.at, "a local label is @ and a name");
-    if (c == '.') return scan.Fail(scan.at, "a name is missing after the dot");
+    if (c == '@') {
+        return scan.Fail(scan.at, "a local label is @ and a name");
+    }
+    if (c == '.') {
+        return scan.Fail(scan.at, "a name is missing after the dot");
+    }
     return scan.Fail(scan.at, "unexpected character " + Quoted(scan.text.substr(scan.at, 1)));
 }
 
 bool ScanToken(Scanner& scan, Token& token) {
     const char c = scan.Peek();
-    if (c == '"') return ScanString(scan, token);
-    if (c == '\'') return ScanCharacterLiteral(scan, token);
-    if (c >= '0' && c <= '9') return ScanNumber(scan, token);
+    if (c == '"') {
+        return ScanString(scan, token);
+    }
+    if (c == '\'') {
+        return ScanCharacterLiteral(scan, token);
+    }
+    if (c >= '0' && c <= '9') {
+        return ScanNumber(scan, token);
+    }
     const bool prefixed = (c == '.' || c == '@') && IsNamePart(scan.Peek(1));
-    if (!prefixed && !IsNameStart(c)) return ScanPunctuation(scan, token);
+    if (!prefixed && !IsNameStart(c)) {
+        return ScanPunctuation(scan, token);
+    }
     token.kind = TokenKind::Name;
-    if (c == '.') token.kind = TokenKind::DotName;
-    if (c == '@') token.kind = TokenKind::LocalName;
+    if (c == '.') {
+        token.kind = TokenKind::DotName;
+    }
+    if (c == '@') {
+        token.kind = TokenKind::LocalName;
+    }
     ++scan.at;
-    while (IsNamePart(scan.Peek())) ++scan.at;
+    while (IsNamePart(scan.Peek())) {
+        ++scan.at;
+    }
     return true;
 }
 
@@ -247,7 +311,9 @@ bool Tokenize(Sources& sources, const Line& line, std::vector<Token>& tokens) {
     Scanner scan{sources, line, line.text};
     for (;;) {
         const size_t before = scan.at;
-        while (scan.Peek() == ' ' || scan.Peek() == '\t') ++scan.at;
+        while (scan.Peek() == ' ' || scan.Peek() == '\t') {
+            ++scan.at;
+        }
         Token token;
         token.spaceBefore = scan.at != before;
         token.index = static_cast<u32>(scan.at);
@@ -257,7 +323,9 @@ bool Tokenize(Sources& sources, const Line& line, std::vector<Token>& tokens) {
             return true;
         }
         const size_t start = scan.at;
-        if (!ScanToken(scan, token)) return false;
+        if (!ScanToken(scan, token)) {
+            return false;
+        }
         token.text = scan.text.substr(start, scan.at - start);
         tokens.push_back(std::move(token));
     }

@@ -36,9 +36,13 @@ bool CountExpanded(Assembly& assembly, const Frame& frame, size_t bytes) {
 
 bool NextBodyLine(Assembly& assembly, Frame& frame, Line& line) {
     const BodyLine& body = frame.body->lines[frame.next++];
-    if (!CountExpanded(assembly, frame, body.text.size())) return false;
+    if (!CountExpanded(assembly, frame, body.text.size())) {
+        return false;
+    }
     line.position = {body.file, body.line, 0, frame.expansion};
-    if (!Substitute(assembly, frame, body)) return false;
+    if (!Substitute(assembly, frame, body)) {
+        return false;
+    }
     line.text = frame.text;
     line.columns = frame.columns.empty() ? nullptr : &frame.columns;
     line.arguments = &frame.origins;
@@ -105,7 +109,9 @@ void EnterFile(Assembly& assembly, u32 file, const SourcePosition& from) {
 
 void LeaveMacro(Assembly& assembly, const SourcePosition& position) {
     size_t depth = assembly.frames.size();
-    while (depth > 0 && assembly.frames[depth - 1]->kind == FrameKind::Repeat) --depth;
+    while (depth > 0 && assembly.frames[depth - 1]->kind == FrameKind::Repeat) {
+        --depth;
+    }
     if (depth == 0 || assembly.frames[depth - 1]->kind != FrameKind::Macro) {
         Report(assembly.sources, position, ".exitm stands in no macro");
         return;

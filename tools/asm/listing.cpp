@@ -32,7 +32,9 @@ std::string RowBytes(const std::vector<u8>& file, u64 address, u64 count, bool a
         }
         return text;
     }
-    for (u64 i = 0; i < count; ++i) text += Hex(file[address + i], 2);
+    for (u64 i = 0; i < count; ++i) {
+        text += Hex(file[address + i], 2);
+    }
     return text;
 }
 
@@ -43,7 +45,9 @@ void AppendRow(std::string& out, const std::string& lineNumber, const std::strin
                   bytes.c_str());
     out += head;
     out += source;
-    while (!out.empty() && out.back() == ' ') out.pop_back();
+    while (!out.empty() && out.back() == ' ') {
+        out.pop_back();
+    }
     out += '\n';
 }
 
@@ -94,7 +98,9 @@ std::string FormatSymbols(const AssembleResult& result) {
 
 u32 SymbolValue(const AssembleResult& result, std::string_view name) {
     for (const AssembleSymbol& symbol : result.symbols) {
-        if (symbol.name == name) return static_cast<u32>(static_cast<u64>(symbol.value));
+        if (symbol.name == name) {
+            return static_cast<u32>(static_cast<u64>(symbol.value));
+        }
     }
     return 0xFFFFFFFF;
 }

@@ -11,8 +11,12 @@ namespace mxasm {
 namespace {
 
 std::string_view Trim(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) {
+        text.remove_suffix(1);
+    }
     return text;
 }
 
@@ -20,7 +24,9 @@ std::string_view Trim(std::string_view text) {
 // at `at`, or at + 1.
 size_t SkipQuoted(std::string_view text, size_t at) {
     const char quote = text[at];
-    if (quote != '"' && quote != '\'') return at + 1;
+    if (quote != '"' && quote != '\'') {
+        return at + 1;
+    }
     for (size_t i = at + 1; i < text.size(); ++i) {
         if (text[i] == '\\') {
             ++i;
@@ -49,8 +55,12 @@ std::vector<Argument> SplitArguments(std::string_view text) {
     size_t at = 0;
     while (at < text.size() && text[at] != ';') {
         const char c = text[at];
-        if (c == '(' || c == '[') ++depth;
-        if (c == ')' || c == ']') --depth;
+        if (c == '(' || c == '[') {
+            ++depth;
+        }
+        if (c == ')' || c == ']') {
+            --depth;
+        }
         if (c == ',' && depth <= 0) {
             add(start, at);
             start = at + 1;
@@ -58,7 +68,9 @@ std::vector<Argument> SplitArguments(std::string_view text) {
         at = SkipQuoted(text, at);
     }
     at = std::min(at, text.size());
-    if (!parts.empty() || !Trim(text.substr(start, at - start)).empty()) add(start, at);
+    if (!parts.empty() || !Trim(text.substr(start, at - start)).empty()) {
+        add(start, at);
+    }
     return parts;
 }
 
@@ -107,15 +119,21 @@ void MarkInnerLines(Body& body, std::string_view opener, std::string_view closer
     u32 depth = 0;
     for (BodyLine& line : body.lines) {
         const std::string word = FirstWord(line.text);
-        if (word == closer && depth > 0) --depth;
+        if (word == closer && depth > 0) {
+            --depth;
+        }
         line.inner = depth > 0;
-        if (word == opener) ++depth;
+        if (word == opener) {
+            ++depth;
+        }
     }
 }
 
 void EndMacroDefinition(Assembly& assembly) {
     Macro& macro = assembly.collected;
-    if (macro.name.empty()) return;  // its first line was wrong
+    if (macro.name.empty()) {
+        return;  // its first line was wrong
+    }
     const auto [entry, isNew] = assembly.macros.try_emplace(macro.name, macro);
     if (!isNew) {
         Report(assembly.sources, macro.position, "the macro is already defined");
@@ -128,15 +146,21 @@ bool RoomForFrame(Assembly& assembly, const SourcePosition& position) {
     const auto depth = std::count_if(
         assembly.frames.begin(), assembly.frames.end(),
         [](const std::unique_ptr<Frame>& frame) { return frame->kind != FrameKind::File; });
-    if (depth < static_cast<std::ptrdiff_t>(kMaxMacroDepth)) return true;
+    if (depth < static_cast<std::ptrdiff_t>(kMaxMacroDepth)) {
+        return true;
+    }
     ReportAndStop(assembly.sources, position, "macros are nested too deeply (64 levels)");
     return false;
 }
 
 void EndRepeat(Assembly& assembly) {
-    if (assembly.collectedRepeats == 0 || assembly.collected.body->lines.empty()) return;
+    if (assembly.collectedRepeats == 0 || assembly.collected.body->lines.empty()) {
+        return;
+    }
     const SourcePosition position = assembly.collected.position;
-    if (!RoomForFrame(assembly, position)) return;
+    if (!RoomForFrame(assembly, position)) {
+        return;
+    }
     auto frame = std::make_unique<Frame>();
     frame->kind = FrameKind::Repeat;
     frame->body = assembly.collected.body;
@@ -170,7 +194,9 @@ void StartMacroDefinition(Assembly& assembly, const Line& line, Cursor& cursor) 
     for (const Argument& argument : SplitArguments(line.text.substr(rest))) {
         good = good && ParseParameter(assembly, PositionIn(line, rest), argument.text, macro);
     }
-    if (good) macro.name = std::string(token.text);
+    if (good) {
+        macro.name = std::string(token.text);
+    }
     StartCollecting(assembly, true, std::move(macro));
 }
 
@@ -193,7 +219,9 @@ void CollectLine(Assembly& assembly, const Line& line) {
     const std::string word = FirstWord(line.text);
     const std::string_view opener = assembly.collectingMacro ? ".MACRO" : ".REPT";
     const std::string_view closer = assembly.collectingMacro ? ".ENDM" : ".ENDR";
-    if (word == opener) ++assembly.collectDepth;
+    if (word == opener) {
+        ++assembly.collectDepth;
+    }
     if (word == closer) {
         if (assembly.collectDepth == 0) {
             assembly.collecting = false;
@@ -209,7 +237,9 @@ void CollectLine(Assembly& assembly, const Line& line) {
     }
     BodyLine body;
     body.text = std::string(line.text);
-    if (line.columns != nullptr) body.columns = *line.columns;
+    if (line.columns != nullptr) {
+        body.columns = *line.columns;
+    }
     body.file = line.position.file;
     body.line = line.position.line;
     assembly.collected.body->lines.push_back(std::move(body));
@@ -235,13 +265,19 @@ void CallMacro(Assembly& assembly, const Macro& macro, const Line& line, Cursor&
         return;
     }
     if (takesRest && given > wanted) {
-        for (size_t i = wanted; i < given; ++i) arguments[wanted - 1] += ", " + arguments[i];
+        for (size_t i = wanted; i < given; ++i) {
+            arguments[wanted - 1] += ", " + arguments[i];
+        }
         arguments.resize(wanted);
     }
     for (size_t i = 0; i < wanted; ++i) {
         const MacroParameter& parameter = macro.parameters[i];
-        if (i >= arguments.size()) arguments.emplace_back();
-        if (!arguments[i].empty()) continue;
+        if (i >= arguments.size()) {
+            arguments.emplace_back();
+        }
+        if (!arguments[i].empty()) {
+            continue;
+        }
         if (i >= given && !parameter.hasFallback && !parameter.takesRest) {
             Report(assembly.sources, position,
                    "macro " + macro.name + " needs its argument " + Quoted(parameter.name));
@@ -249,7 +285,9 @@ void CallMacro(Assembly& assembly, const Macro& macro, const Line& line, Cursor&
         }
         arguments[i] = parameter.fallback;
     }
-    if (macro.body->lines.empty() || !RoomForFrame(assembly, position)) return;
+    if (macro.body->lines.empty() || !RoomForFrame(assembly, position)) {
+        return;
+    }
     auto frame = std::make_unique<Frame>();
     frame->kind = FrameKind::Macro;
     frame->macro = &macro;
@@ -287,9 +325,13 @@ struct Output {
 
 // Which argument, from 1, is that of the parameter called `name`; 0 when there is none.
 size_t FindArgument(const Frame& frame, std::string_view name) {
-    if (frame.macro == nullptr) return 0;
+    if (frame.macro == nullptr) {
+        return 0;
+    }
     for (size_t i = 0; i < frame.macro->parameters.size(); ++i) {
-        if (frame.macro->parameters[i].name == name) return i + 1;
+        if (frame.macro->parameters[i].name == name) {
+            return i + 1;
+        }
     }
     return 0;
 }
@@ -312,7 +354,9 @@ size_t SubstituteAt(Output& output, size_t at, bool inQuotes) {
         return at + 3;
     }
     size_t end = at + 1;
-    while (end < text.size() && IsNamePart(text[end])) ++end;
+    while (end < text.size() && IsNamePart(text[end])) {
+        ++end;
+    }
     const std::string_view name = std::string_view(text).substr(at + 1, end - at - 1);
     // Within quotes the short escapes keep their meaning.
     const bool isEscape = inQuotes && (name == "n" || name == "r" || name == "t");
@@ -340,7 +384,9 @@ bool Substitute(Assembly& assembly, Frame& frame, const BodyLine& body) {
     size_t at = 0;
     while (at < body.text.size()) {
         const char c = body.text[at];
-        if (quote == '\0' && c == ';') break;  // comments are not carried along
+        if (quote == '\0' && c == ';') {
+            break;  // comments are not carried along
+        }
         if (c == '\\') {
             at = SubstituteAt(output, at, quote != '\0');
         } else {

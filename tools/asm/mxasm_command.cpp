@@ -34,9 +34,13 @@ struct Command {
 };
 
 bool IsName(const std::string& text) {
-    if (text.empty() || !mxasm::IsNameStart(text[0])) return false;
+    if (text.empty() || !mxasm::IsNameStart(text[0])) {
+        return false;
+    }
     for (const char c : text) {
-        if (!mxasm::IsNamePart(c)) return false;
+        if (!mxasm::IsNamePart(c)) {
+            return false;
+        }
     }
     return true;
 }
@@ -51,9 +55,13 @@ bool ParseDefinition(const std::string& text, Command& command, std::string& wro
         const std::string number = text.substr(equals + 1);
         const AssembleResult result = Assemble("value = " + number + "\n", "-D", AssembleOptions{});
         good = good && result.ok && result.symbols.size() == 1;
-        if (good) value = result.symbols[0].value;
+        if (good) {
+            value = result.symbols[0].value;
+        }
     }
-    if (!good) wrong = "-D takes NAME or NAME=NUMBER, not '" + text + "'";
+    if (!good) {
+        wrong = "-D takes NAME or NAME=NUMBER, not '" + text + "'";
+    }
     command.options.definitions.emplace_back(name, value);
     return good;
 }
@@ -76,7 +84,9 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
                 wrong = "unknown option " + argument;
                 return false;
             }
-            if (!TakeOnce(command.source, "SOURCE", argument, wrong)) return false;
+            if (!TakeOnce(command.source, "SOURCE", argument, wrong)) {
+                return false;
+            }
             continue;
         }
         if (i + 1 >= arguments.size()) {
@@ -85,22 +95,42 @@ bool ParseCommand(const std::vector<std::string>& arguments, Command& command, s
         }
         const std::string& value = arguments[++i];
         bool good = true;
-        if (argument == "-o") good = TakeOnce(command.output, argument, value, wrong);
-        if (argument == "-l") good = TakeOnce(command.listing, argument, value, wrong);
-        if (argument == "--symbols") good = TakeOnce(command.symbols, argument, value, wrong);
-        if (argument == "-I") command.options.includeFolders.push_back(value);
-        if (argument == "-D") good = ParseDefinition(value, command, wrong);
-        if (!good) return false;
+        if (argument == "-o") {
+            good = TakeOnce(command.output, argument, value, wrong);
+        }
+        if (argument == "-l") {
+            good = TakeOnce(command.listing, argument, value, wrong);
+        }
+        if (argument == "--symbols") {
+            good = TakeOnce(command.symbols, argument, value, wrong);
+        }
+        if (argument == "-I") {
+            command.options.includeFolders.push_back(value);
+        }
+        if (argument == "-D") {
+            good = ParseDefinition(value, command, wrong);
+        }
+        if (!good) {
+            return false;
+        }
     }
-    if (command.source.empty()) wrong = "SOURCE is missing";
-    if (wrong.empty() && command.output.empty()) wrong = "-o MAIN.MX is missing";
+    if (command.source.empty()) {
+        wrong = "SOURCE is missing";
+    }
+    if (wrong.empty() && command.output.empty()) {
+        wrong = "-o MAIN.MX is missing";
+    }
     return wrong.empty();
 }
 
 std::vector<std::string> Outputs(const Command& command) {
     std::vector<std::string> outputs = {command.output};
-    if (!command.listing.empty()) outputs.push_back(command.listing);
-    if (!command.symbols.empty()) outputs.push_back(command.symbols);
+    if (!command.listing.empty()) {
+        outputs.push_back(command.listing);
+    }
+    if (!command.symbols.empty()) {
+        outputs.push_back(command.symbols);
+    }
     return outputs;
 }
 
@@ -120,10 +150,13 @@ int RunMxasm(const std::vector<std::string>& arguments, std::ostream& out, std::
     std::string wrong;
     const bool good = ParseCommand(arguments, command, wrong);
     if (good && AnswerAboutTool("mxasm", std::string(kUsage) + "\n" + kHelp, command.help,
-                                command.version, out))
+                                command.version, out)) {
         return 0;
+    }
     constexpr const char* kSources = "a source file";
-    if (good) wrong = ConflictOfOutputs(Outputs(command), {command.source}, kSources);
+    if (good) {
+        wrong = ConflictOfOutputs(Outputs(command), {command.source}, kSources);
+    }
     if (!wrong.empty()) {
         err << "mxasm: " << wrong << " (" << kUsage << ")\n";
         return 2;

@@ -22,8 +22,12 @@ bool ParseRegisterNumber(Sources& sources, SymbolTable& table, Cursor& cursor, u
     ++cursor.at;
     ++cursor.at;
     Expression expression;
-    if (!ParseExpression(sources, table, cursor, expression)) return false;
-    if (!cursor.Accept(")")) return Fail(sources, cursor, "a closing parenthesis is missing");
+    if (!ParseExpression(sources, table, cursor, expression)) {
+        return false;
+    }
+    if (!cursor.Accept(")")) {
+        return Fail(sources, cursor, "a closing parenthesis is missing");
+    }
     const Value value = Evaluate(table, expression);
     if (value.state != ValueState::Known || value.base != Base::Absolute) {
         ReportValue(sources, table, sources.sequence, value);
@@ -39,14 +43,20 @@ bool ParseRegisterNumber(Sources& sources, SymbolTable& table, Cursor& cursor, u
 
 // What follows `[Rn` or `[FP`: `]`, `+ expression ]` or `- expression ]`.
 bool ParseOffset(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {
-    if (cursor.Accept("]")) return true;
+    if (cursor.Accept("]")) {
+        return true;
+    }
     if (!cursor.Is("+") && !cursor.Is("-")) {
         return Fail(sources, cursor, "expected +, - or ] here");
     }
     cursor.Accept("+");
     out.hasValue = true;
-    if (!ParseExpression(sources, table, cursor, out.value)) return false;
-    if (!cursor.Accept("]")) return Fail(sources, cursor, "a closing bracket is missing");
+    if (!ParseExpression(sources, table, cursor, out.value)) {
+        return false;
+    }
+    if (!cursor.Accept("]")) {
+        return Fail(sources, cursor, "a closing bracket is missing");
+    }
     return true;
 }
 
@@ -57,7 +67,9 @@ bool ParseMemory(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& 
         out.kind = OperandKind::Indexed;
         return ParseOffset(sources, table, cursor, out);
     }
-    if (bad) return false;
+    if (bad) {
+        return false;
+    }
     if (cursor.Now().kind == TokenKind::Name && UpperCase(cursor.Now().text) == "FP") {
         ++cursor.at;
         out.kind = OperandKind::Frame;
@@ -65,8 +77,12 @@ bool ParseMemory(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& 
     }
     out.kind = OperandKind::Absolute;
     out.hasValue = true;
-    if (!ParseExpression(sources, table, cursor, out.value)) return false;
-    if (!cursor.Accept("]")) return Fail(sources, cursor, "a closing bracket is missing");
+    if (!ParseExpression(sources, table, cursor, out.value)) {
+        return false;
+    }
+    if (!cursor.Accept("]")) {
+        return Fail(sources, cursor, "a closing bracket is missing");
+    }
     return true;
 }
 
@@ -96,9 +112,13 @@ bool ParseRegister(Sources& sources, SymbolTable& table, Cursor& cursor, u32& re
         bad = !ParseRegisterNumber(sources, table, cursor, reg);
         return !bad;
     }
-    if (cursor.Now().kind != TokenKind::Name) return false;
+    if (cursor.Now().kind != TokenKind::Name) {
+        return false;
+    }
     const int number = RegisterNumber(cursor.Now().text);
-    if (number < 0) return false;
+    if (number < 0) {
+        return false;
+    }
     reg = static_cast<u32>(number);
     ++cursor.at;
     return true;
@@ -107,11 +127,19 @@ bool ParseRegister(Sources& sources, SymbolTable& table, Cursor& cursor, u32& re
 bool ParseOperand(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {
     out = {};
     out.position = PositionOf(cursor);
-    if (cursor.Is("[")) return ParseMemory(sources, table, cursor, out);
-    if (cursor.Is("#")) return ParseImmediate(sources, table, cursor, out);
+    if (cursor.Is("[")) {
+        return ParseMemory(sources, table, cursor, out);
+    }
+    if (cursor.Is("#")) {
+        return ParseImmediate(sources, table, cursor, out);
+    }
     bool bad = false;
-    if (ParseRegister(sources, table, cursor, out.reg, bad)) return true;
-    if (bad) return false;
+    if (ParseRegister(sources, table, cursor, out.reg, bad)) {
+        return true;
+    }
+    if (bad) {
+        return false;
+    }
     const std::string found = cursor.AtEnd() ? "nothing" : Quoted(cursor.Now().text);
     return Fail(sources, cursor,
                 "expected an operand: a register, [address], [Rn+offset], [FP+offset] or #value; "

@@ -72,7 +72,9 @@ std::string PutReal(Slot slot, const Value& value, u8* bytes) {
         return {};
     }
     const auto single = static_cast<f32>(real);
-    if (std::isinf(single) && !std::isinf(real)) return "the number does not fit in a FLOAT";
+    if (std::isinf(single) && !std::isinf(real)) {
+        return "the number does not fit in a FLOAT";
+    }
     StoreBytes(bytes, single);
     return {};
 }
@@ -101,7 +103,9 @@ i64 AsSignedLong(i64 value) {
 }
 
 std::string PutValue(Slot slot, const Value& value, u8* bytes) {
-    if (IsRealField(slot)) return PutReal(slot, value, bytes);
+    if (IsRealField(slot)) {
+        return PutReal(slot, value, bytes);
+    }
     if (value.isFloat) {
         return "a whole number is needed here; floating-point values go with .F, .D, .float and "
                ".double";

@@ -18,7 +18,9 @@ u32 AddSource(Sources& sources, std::string name, std::string path, std::string 
     file.name = std::move(name);
     file.path = std::move(path);
     file.text = std::move(text);
-    if (file.text.starts_with("\xEF\xBB\xBF")) file.text.erase(0, 3);
+    if (file.text.starts_with("\xEF\xBB\xBF")) {
+        file.text.erase(0, 3);
+    }
     file.lineStarts.push_back(0);
     for (size_t at = file.text.find('\n'); at != std::string::npos;
          at = file.text.find('\n', at + 1)) {
@@ -34,12 +36,18 @@ u32 AddSource(Sources& sources, std::string name, std::string path, std::string 
 }
 
 std::string_view SourceLine(const SourceFile& file, u32 line) {
-    if (line == 0 || line > file.lineStarts.size()) return {};
+    if (line == 0 || line > file.lineStarts.size()) {
+        return {};
+    }
     const size_t start = file.lineStarts[line - 1];
     const size_t end = line < file.lineStarts.size() ? file.lineStarts[line] : file.text.size();
     std::string_view text = std::string_view(file.text).substr(start, end - start);
-    if (text.ends_with('\n')) text.remove_suffix(1);
-    if (text.ends_with('\r')) text.remove_suffix(1);
+    if (text.ends_with('\n')) {
+        text.remove_suffix(1);
+    }
+    if (text.ends_with('\r')) {
+        text.remove_suffix(1);
+    }
     return text;
 }
 
@@ -48,7 +56,9 @@ u32 LineCount(const SourceFile& file) {
 }
 
 void ReportAt(Sources& sources, u64 sequence, const SourcePosition& position, std::string text) {
-    if (sources.errors.size() > kMaxErrors) return;
+    if (sources.errors.size() > kMaxErrors) {
+        return;
+    }
     if (sources.errors.size() == kMaxErrors) {
         text = "too many errors, the rest is not reported";
         sources.stopped = true;
@@ -97,7 +107,9 @@ SourcePosition AuthorsPosition(const Sources& sources, SourcePosition position) 
 
 std::vector<AssembleError> CollectErrors(const Sources& sources) {
     std::vector<const PendingError*> order;
-    for (const PendingError& error : sources.errors) order.push_back(&error);
+    for (const PendingError& error : sources.errors) {
+        order.push_back(&error);
+    }
     std::stable_sort(order.begin(), order.end(), [](const PendingError* a, const PendingError* b) {
         return a->sequence < b->sequence;
     });
@@ -111,7 +123,9 @@ std::vector<AssembleError> CollectErrors(const Sources& sources) {
                 return other.at.file == error.at.file && other.at.line == error.at.line &&
                        other.at.column == error.at.column && other.at.text == error.at.text;
             });
-        if (isKnown) continue;
+        if (isKnown) {
+            continue;
+        }
         SourcePosition place = pending->position;
         while (place.expansion != 0) {
             const MacroCall& call = sources.expansions[place.expansion];
@@ -166,7 +180,9 @@ std::optional<std::string> ReadWholeFile(const std::string& path, u64 limit, boo
             why = "is larger than " + std::to_string(limit >> 20) + " MB";
             return std::nullopt;
         }
-        if (count < buffer.size()) break;
+        if (count < buffer.size()) {
+            break;
+        }
     }
     if (std::ferror(file.get()) != 0) {
         why = "cannot be read";
@@ -182,7 +198,9 @@ std::string Quoted(std::string_view text) {
         const bool control = static_cast<u8>(c) < 32 || c == 127;
         quoted += control ? '?' : c;
     }
-    if (cut) quoted += "...";
+    if (cut) {
+        quoted += "...";
+    }
     return quoted + "'";
 }
 
@@ -228,13 +246,17 @@ void AppendNote(std::string& out, const AssembleNote& note, const char* kind) {
 std::string FormatError(const AssembleError& error) {
     std::string out;
     AppendNote(out, error.at, "error");
-    for (const AssembleNote& note : error.inMacros) AppendNote(out, note, "note");
+    for (const AssembleNote& note : error.inMacros) {
+        AppendNote(out, note, "note");
+    }
     return out;
 }
 
 std::string FormatErrors(const AssembleResult& result) {
     std::string out;
-    for (const AssembleError& error : result.errors) out += FormatError(error);
+    for (const AssembleError& error : result.errors) {
+        out += FormatError(error);
+    }
     return out;
 }
 

@@ -13,7 +13,9 @@ void ReportHere(Assembly& assembly, const Cursor& cursor, const std::string& wha
 }
 
 bool ExpectEnd(Assembly& assembly, const Cursor& cursor) {
-    if (cursor.AtEnd()) return true;
+    if (cursor.AtEnd()) {
+        return true;
+    }
     ReportHere(assembly, cursor,
                "expected the end of the line, found " + Quoted(cursor.Now().text));
     return false;
@@ -24,8 +26,12 @@ bool KnownNumber(Assembly& assembly, const Expression& expression, i64 low, i64 
     const Value value = Evaluate(assembly.table, expression);
     if (value.state != ValueState::Known || value.base != Base::Absolute) {
         Value shown = value;
-        if (value.state == ValueState::Known) shown.problem = Problem::MixedAddresses;
-        if (shown.position.line == 0) shown.position = expression.position;
+        if (value.state == ValueState::Known) {
+            shown.problem = Problem::MixedAddresses;
+        }
+        if (shown.position.line == 0) {
+            shown.position = expression.position;
+        }
         ReportValue(assembly.sources, assembly.table, assembly.sources.sequence, shown);
         return false;
     }
@@ -44,7 +50,9 @@ bool KnownNumber(Assembly& assembly, const Expression& expression, i64 low, i64 
 namespace {
 
 bool RoomForSymbol(Assembly& assembly, const SourcePosition& position) {
-    if (assembly.table.symbols.size() < kMaxSymbols) return true;
+    if (assembly.table.symbols.size() < kMaxSymbols) {
+        return true;
+    }
     ReportAndStop(assembly.sources, position, "the source has too many names");
     return false;
 }
@@ -86,7 +94,9 @@ void DefineLabel(Assembly& assembly, const Token& token, const SourcePosition& p
     } else if (!NameMayBeDefined(assembly, name, position)) {
         return;
     }
-    if (!RoomForSymbol(assembly, position)) return;
+    if (!RoomForSymbol(assembly, position)) {
+        return;
+    }
     const u32 index = InternSymbol(table, name);
     Symbol& symbol = table.symbols[index];
     if (symbol.state != SymbolState::Unused) {
@@ -98,14 +108,20 @@ void DefineLabel(Assembly& assembly, const Token& token, const SourcePosition& p
     symbol.offset = assembly.sections[section].size;
     symbol.position = position;
     symbol.floating = assembly.section == Section::Code && symbol.offset % 4 != 0;
-    if (symbol.floating) assembly.floatingLabels.push_back(index);
-    if (!isLocal) table.scope[section] = index;
+    if (symbol.floating) {
+        assembly.floatingLabels.push_back(index);
+    }
+    if (!isLocal) {
+        table.scope[section] = index;
+    }
     ++table.epoch;
 }
 
 void DefineConstant(Assembly& assembly, const std::string& name, const SourcePosition& position,
                     const Expression& expression) {
-    if (!NameMayBeDefined(assembly, name, position)) return;
+    if (!NameMayBeDefined(assembly, name, position)) {
+        return;
+    }
     const u32 index = InternSymbol(assembly.table, name);
     if (assembly.table.symbols[index].state != SymbolState::Unused) {
         ReportDuplicate(assembly, assembly.table.symbols[index], position);
@@ -119,12 +135,16 @@ void DefineConstant(Assembly& assembly, const std::string& name, const SourcePos
     // Most constants have their value at once, and then the expression need not be kept.
     const Value value = EvaluateSymbol(assembly.table, index);
     const bool settled = value.state == ValueState::Known && value.base == Base::Absolute;
-    if (!settled) assembly.keepNodes = true;
+    if (!settled) {
+        assembly.keepNodes = true;
+    }
 }
 
 void SetVariable(Assembly& assembly, const std::string& name, const SourcePosition& position,
                  const Expression& expression) {
-    if (!NameMayBeDefined(assembly, name, position)) return;
+    if (!NameMayBeDefined(assembly, name, position)) {
+        return;
+    }
     const Value value = Evaluate(assembly.table, expression);
     if (value.state != ValueState::Known) {
         ReportValue(assembly.sources, assembly.table, assembly.sources.sequence, value);
@@ -145,8 +165,12 @@ void SetVariable(Assembly& assembly, const std::string& name, const SourcePositi
 // --- Output
 
 void SettleFloatingLabels(Assembly& assembly) {
-    if (assembly.floatingLabels.empty()) return;
-    for (const u32 label : assembly.floatingLabels) assembly.table.symbols[label].floating = false;
+    if (assembly.floatingLabels.empty()) {
+        return;
+    }
+    for (const u32 label : assembly.floatingLabels) {
+        assembly.table.symbols[label].floating = false;
+    }
     assembly.floatingLabels.clear();
     ++assembly.table.epoch;
 }
@@ -157,7 +181,9 @@ bool RoomInSection(Assembly& assembly, u64 count, const SourcePosition& position
     const SectionState& section = assembly.sections[static_cast<u32>(assembly.section)];
     const bool isBss = assembly.section == Section::Bss;
     const u64 limit = isBss ? 0xFFFFFFFF : kMaxSection;
-    if (count <= limit && section.size + count <= limit) return true;
+    if (count <= limit && section.size + count <= limit) {
+        return true;
+    }
     ReportAndStop(assembly.sources, position,
                   isBss ? "the globals take more than 4 GB" : "the section takes more than 256 MB");
     return false;
@@ -166,17 +192,27 @@ bool RoomInSection(Assembly& assembly, u64 count, const SourcePosition& position
 }  // namespace
 
 bool AddBytes(Assembly& assembly, u64 count, u8 fill, const SourcePosition& position) {
-    if (!RoomInSection(assembly, count, position)) return false;
-    if (count > 0 && assembly.section == Section::Code) SettleFloatingLabels(assembly);
+    if (!RoomInSection(assembly, count, position)) {
+        return false;
+    }
+    if (count > 0 && assembly.section == Section::Code) {
+        SettleFloatingLabels(assembly);
+    }
     SectionState& section = assembly.sections[static_cast<u32>(assembly.section)];
-    if (assembly.section != Section::Bss) section.bytes.insert(section.bytes.end(), count, fill);
+    if (assembly.section != Section::Bss) {
+        section.bytes.insert(section.bytes.end(), count, fill);
+    }
     section.size += count;
     return true;
 }
 
 bool AddText(Assembly& assembly, std::string_view bytes, const SourcePosition& position) {
-    if (!RoomInSection(assembly, bytes.size(), position)) return false;
-    if (!bytes.empty() && assembly.section == Section::Code) SettleFloatingLabels(assembly);
+    if (!RoomInSection(assembly, bytes.size(), position)) {
+        return false;
+    }
+    if (!bytes.empty() && assembly.section == Section::Code) {
+        SettleFloatingLabels(assembly);
+    }
     SectionState& section = assembly.sections[static_cast<u32>(assembly.section)];
     section.bytes.insert(section.bytes.end(), bytes.begin(), bytes.end());
     section.size += bytes.size();
@@ -185,7 +221,9 @@ bool AddText(Assembly& assembly, std::string_view bytes, const SourcePosition& p
 
 bool AddValue(Assembly& assembly, Slot slot, const Expression& expression) {
     const u64 offset = assembly.sections[static_cast<u32>(assembly.section)].size;
-    if (!AddBytes(assembly, SlotSize(slot), 0, expression.position)) return false;
+    if (!AddBytes(assembly, SlotSize(slot), 0, expression.position)) {
+        return false;
+    }
     PlaceValue(assembly, slot, offset, expression);
     return true;
 }
@@ -195,7 +233,9 @@ void PlaceValue(Assembly& assembly, Slot slot, u64 offset, const Expression& exp
     if (value.state == ValueState::Known && value.base == Base::Absolute) {
         SectionState& section = assembly.sections[static_cast<u32>(assembly.section)];
         const std::string wrong = PutValue(slot, value, section.bytes.data() + offset);
-        if (!wrong.empty()) Report(assembly.sources, expression.position, wrong);
+        if (!wrong.empty()) {
+            Report(assembly.sources, expression.position, wrong);
+        }
         return;
     }
     if (assembly.fixups.size() >= kMaxFixups) {
@@ -216,9 +256,13 @@ namespace {
 bool AlignForInstruction(Assembly& assembly, const SourcePosition& position) {
     SectionState& code = assembly.sections[0];
     const u64 gap = (4 - code.size % 4) % 4;
-    if (gap == 0) return true;
+    if (gap == 0) {
+        return true;
+    }
     const std::vector<u32> labels = assembly.floatingLabels;
-    if (!AddBytes(assembly, gap, 0, position)) return false;
+    if (!AddBytes(assembly, gap, 0, position)) {
+        return false;
+    }
     for (const u32 label : labels) {
         assembly.table.symbols[label].offset = code.size;
     }
@@ -231,14 +275,22 @@ void AssembleInstruction(Assembly& assembly, Cursor& cursor) {
         Report(assembly.sources, position, "instructions belong in the .code section");
         return;
     }
-    if (!AlignForInstruction(assembly, position)) return;
+    if (!AlignForInstruction(assembly, position)) {
+        return;
+    }
     const u64 offset = assembly.sections[0].size;
     cursor.here = offset;
     EncodedInstruction encoded;
-    if (!EncodeInstruction(assembly.sources, assembly.table, cursor, encoded)) return;
-    if (!ExpectEnd(assembly, cursor)) return;
+    if (!EncodeInstruction(assembly.sources, assembly.table, cursor, encoded)) {
+        return;
+    }
+    if (!ExpectEnd(assembly, cursor)) {
+        return;
+    }
     const auto* bytes = reinterpret_cast<const char*>(encoded.words);
-    if (!AddText(assembly, {bytes, size_t{encoded.count} * 4}, position)) return;
+    if (!AddText(assembly, {bytes, size_t{encoded.count} * 4}, position)) {
+        return;
+    }
     for (u32 i = 0; i < encoded.valueCount; ++i) {
         const SlotValue& value = encoded.values[i];
         PlaceValue(assembly, value.slot, offset + u64{value.word} * 4, value.expression);
@@ -255,8 +307,12 @@ void AssembleConstant(Assembly& assembly, Cursor& cursor) {
         return;
     }
     Expression expression;
-    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) return;
-    if (ExpectEnd(assembly, cursor)) DefineConstant(assembly, name, position, expression);
+    if (!ParseExpression(assembly.sources, assembly.table, cursor, expression)) {
+        return;
+    }
+    if (ExpectEnd(assembly, cursor)) {
+        DefineConstant(assembly, name, position, expression);
+    }
 }
 
 // A word that is nothing. Before a directive it was to be a label, and counts as one, so that its
@@ -266,7 +322,9 @@ void AssembleUnknown(Assembly& assembly, const Line& line, Cursor& cursor) {
     const Token& next = cursor.Next();
     const bool standsBeforeDirective = next.kind == TokenKind::DotName && next.spaceBefore;
     ReportUnknownWord(assembly, token.text, PositionOf(cursor), standsBeforeDirective);
-    if (!standsBeforeDirective) return;
+    if (!standsBeforeDirective) {
+        return;
+    }
     DefineLabel(assembly, token, PositionOf(cursor));
     ++cursor.at;
     AssembleDirective(assembly, line, cursor);
@@ -313,9 +371,15 @@ void AssembleLine(Assembly& assembly, const Line& line) {
         CollectLine(assembly, line);
         return;
     }
-    if (!word.empty() && word[0] == '.' && HandleCondition(assembly, line, word)) return;
-    if (IsSkipping(assembly)) return;
-    if (!Tokenize(assembly.sources, line, tokens)) return;
+    if (!word.empty() && word[0] == '.' && HandleCondition(assembly, line, word)) {
+        return;
+    }
+    if (IsSkipping(assembly)) {
+        return;
+    }
+    if (!Tokenize(assembly.sources, line, tokens)) {
+        return;
+    }
 
     Cursor cursor;
     cursor.line = &line;
@@ -326,7 +390,9 @@ void AssembleLine(Assembly& assembly, const Line& line) {
         cursor.at += 2;
     }
     cursor.here = assembly.sections[static_cast<u32>(assembly.section)].size;
-    if (cursor.AtEnd()) return;
+    if (cursor.AtEnd()) {
+        return;
+    }
     AssembleStatement(assembly, line, cursor);
 }
 

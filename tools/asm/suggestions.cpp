@@ -42,9 +42,13 @@ size_t Distance(const std::string& a, const std::string& b) {
 
 std::string Suggestion(const Assembly& assembly, std::string_view word) {
     constexpr size_t kLongest = 40;
-    if (word.size() < 3 || word.size() > kLongest) return {};
+    if (word.size() < 3 || word.size() > kLongest) {
+        return {};
+    }
     std::vector<std::string> names(std::begin(kDirectives), std::end(kDirectives));
-    for (const auto& [name, macro] : assembly.macros) names.push_back(name);
+    for (const auto& [name, macro] : assembly.macros) {
+        names.push_back(name);
+    }
     const std::vector<std::string> mnemonics = MnemonicNames();
     names.insert(names.end(), mnemonics.begin(), mnemonics.end());
     std::sort(names.begin(), names.end());
@@ -52,9 +56,13 @@ std::string Suggestion(const Assembly& assembly, std::string_view word) {
     const std::string* best = nullptr;
     size_t least = word.size() < 5 ? 2 : 3;
     for (const std::string& name : names) {
-        if (name.size() > word.size() + 2 || word.size() > name.size() + 2) continue;
+        if (name.size() > word.size() + 2 || word.size() > name.size() + 2) {
+            continue;
+        }
         const size_t distance = Distance(wanted, UpperCase(name));
-        if (distance >= least) continue;
+        if (distance >= least) {
+            continue;
+        }
         least = distance;
         best = &name;
     }
@@ -76,7 +84,9 @@ void ExplainEarlierUses(Assembly& assembly, const Macro& macro) {
     const auto [first, last] = assembly.unknownWords.equal_range(macro.name);
     for (auto use = first; use != last; ++use) {
         // The last error that is taken tells that there are too many.
-        if (use->second >= std::min(assembly.sources.errors.size(), kMaxErrors)) continue;
+        if (use->second >= std::min(assembly.sources.errors.size(), kMaxErrors)) {
+            continue;
+        }
         assembly.sources.errors[use->second].text =
             Quoted(macro.name) + " is a macro that is defined later, at " +
             PlaceInWords(assembly.sources, macro.position) + "; a macro must stand before its use";

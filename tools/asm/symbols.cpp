@@ -22,10 +22,14 @@ u32 FindSymbol(const SymbolTable& table, const std::string& name) {
 }
 
 int RegisterNumber(std::string_view name) {
-    if (name.size() < 2 || name.size() > 3 || (name[0] != 'R' && name[0] != 'r')) return -1;
+    if (name.size() < 2 || name.size() > 3 || (name[0] != 'R' && name[0] != 'r')) {
+        return -1;
+    }
     int number = 0;
     for (const char c : name.substr(1)) {
-        if (c < '0' || c > '9') return -1;
+        if (c < '0' || c > '9') {
+            return -1;
+        }
         number = number * 10 + (c - '0');
     }
     const bool leadingZero = name.size() == 3 && name[1] == '0';
@@ -65,7 +69,9 @@ f64 AsReal(const Value& value) {
 }
 
 bool IsTrue(const Value& value) {
-    if (value.isFloat) return value.real != 0;
+    if (value.isFloat) {
+        return value.real != 0;
+    }
     // An address is never 0: its section lies behind the header.
     return value.integer != 0 || value.base != Base::Absolute;
 }
@@ -88,7 +94,9 @@ Value ConstantValue(SymbolTable& table, u32 index) {
     Symbol* symbol = &table.symbols[index];
     const bool cached = symbol->valueEpoch != 0 && (symbol->value.state == ValueState::Known ||
                                                     symbol->valueEpoch == table.epoch);
-    if (cached) return symbol->value;
+    if (cached) {
+        return symbol->value;
+    }
     if (symbol->evaluating) {
         return Problematic(ValueState::Bad, Problem::Circular, index, symbol->position);
     }
@@ -104,7 +112,9 @@ Value ConstantValue(SymbolTable& table, u32 index) {
     // A value counted from .data or .bss changes its meaning when the sections get their places.
     symbol->value = value;
     symbol->valueEpoch = table.epoch;
-    if (value.state == ValueState::Known && value.base != Base::Absolute) symbol->valueEpoch = 0;
+    if (value.state == ValueState::Known && value.base != Base::Absolute) {
+        symbol->valueEpoch = 0;
+    }
     return value;
 }
 
@@ -116,7 +126,9 @@ Value EvaluateSymbol(SymbolTable& table, u32 symbol) {
         case SymbolState::Label: return LabelValue(table, entry, symbol);
         case SymbolState::Constant: return ConstantValue(table, symbol);
         case SymbolState::Variable: {
-            if (!table.final) return entry.value;
+            if (!table.final) {
+                return entry.value;
+            }
             return Problematic(ValueState::Bad, Problem::UsedBeforeSet, symbol, {});
         }
         case SymbolState::Unused: break;
@@ -132,9 +144,15 @@ Value Wrapped(u64 bits) {
 }
 
 Value UnaryResult(Op op, const Value& a, const SourcePosition& position) {
-    if (op == Op::Not) return Integer(IsTrue(a) ? 0 : 1);
-    if (op == Op::Negate && a.isFloat) return Real(-a.real);
-    if (a.isFloat) return Problematic(ValueState::Bad, Problem::NeedsIntegers, 0, position);
+    if (op == Op::Not) {
+        return Integer(IsTrue(a) ? 0 : 1);
+    }
+    if (op == Op::Negate && a.isFloat) {
+        return Real(-a.real);
+    }
+    if (a.isFloat) {
+        return Problematic(ValueState::Bad, Problem::NeedsIntegers, 0, position);
+    }
     if (a.base != Base::Absolute) {
         return Problematic(ValueState::Waiting, Problem::MixedAddresses, 0, position);
     }
@@ -146,7 +164,9 @@ Value RealResult(Op op, f64 a, f64 b, const SourcePosition& position) {
     switch (op) {
         case Op::Multiply: return Real(a * b);
         case Op::Divide:
-            if (b == 0) return Problematic(ValueState::Bad, Problem::DivisionByZero, 0, position);
+            if (b == 0) {
+                return Problematic(ValueState::Bad, Problem::DivisionByZero, 0, position);
+            }
             return Real(a / b);
         case Op::Add: return Real(a + b);
         case Op::Subtract: return Real(a - b);
@@ -167,8 +187,12 @@ Value IntegerResult(Op op, i64 a, i64 b, const SourcePosition& position) {
         case Op::Multiply: return Wrapped(ua * ub);
         case Op::Divide:
         case Op::Remainder:
-            if (b == 0) return Problematic(ValueState::Bad, Problem::DivisionByZero, 0, position);
-            if (b == -1) return Wrapped(op == Op::Divide ? u64{0} - ua : 0);
+            if (b == 0) {
+                return Problematic(ValueState::Bad, Problem::DivisionByZero, 0, position);
+            }
+            if (b == -1) {
+                return Wrapped(op == Op::Divide ? u64{0} - ua : 0);
+            }
             return Integer(op == Op::Divide ? a / b : a % b);
         case Op::Add: return Wrapped(ua + ub);
         case Op::Subtract: return Wrapped(ua - ub);
@@ -219,7 +243,9 @@ Value BinaryResult(Op op, const Value& a, const Value& b, const SourcePosition& 
 
 // Decides && and || by the left side alone where it can, so that the right side may be senseless.
 bool DecidedByLeft(Op op, const Value& a) {
-    if (a.state != ValueState::Known) return false;
+    if (a.state != ValueState::Known) {
+        return false;
+    }
     return (op == Op::LogicalAnd && !IsTrue(a)) || (op == Op::LogicalOr && IsTrue(a));
 }
 
@@ -237,7 +263,9 @@ Value SymbolNode(SymbolTable& table, const Node& node, const SourcePosition& pos
     const bool here = value.symbol == chosen && (value.problem == Problem::Undefined ||
                                                  value.problem == Problem::UsedBeforeSet ||
                                                  value.problem == Problem::NotYetKnown);
-    if (here) value.position = position;
+    if (here) {
+        value.position = position;
+    }
     return value;
 }
 
@@ -268,7 +296,9 @@ Value Evaluate(SymbolTable& table, const Expression& expression) {
             table.stack.push_back(value);
         } else if (node.op <= Op::Not) {
             Value& a = table.stack.back();
-            if (a.state == ValueState::Known) a = UnaryResult(node.op, a, position);
+            if (a.state == ValueState::Known) {
+                a = UnaryResult(node.op, a, position);
+            }
         } else {
             const Value b = table.stack.back();
             table.stack.pop_back();
@@ -282,7 +312,9 @@ Value Evaluate(SymbolTable& table, const Expression& expression) {
                 // of && and || that may still decide.
                 const bool mayDecide = (node.op == Op::LogicalAnd || node.op == Op::LogicalOr) &&
                                        a.state == ValueState::Waiting;
-                if (!mayDecide && a.state != ValueState::Bad) a = b;
+                if (!mayDecide && a.state != ValueState::Bad) {
+                    a = b;
+                }
             }
         }
     }
@@ -314,13 +346,17 @@ std::string Describe(const SymbolTable& table, const Value& value) {
 }
 
 void ReportValue(Sources& sources, SymbolTable& table, u64 sequence, const Value& value) {
-    if (value.problem == Problem::AlreadyReported) return;
+    if (value.problem == Problem::AlreadyReported) {
+        return;
+    }
     const bool aboutSymbol = value.problem == Problem::Undefined ||
                              value.problem == Problem::Circular ||
                              value.problem == Problem::UsedBeforeSet;
     if (aboutSymbol) {
         Symbol& symbol = table.symbols[value.symbol];
-        if (symbol.reported) return;
+        if (symbol.reported) {
+            return;
+        }
         symbol.reported = true;
     }
     ReportAt(sources, sequence, value.position, Describe(table, value));

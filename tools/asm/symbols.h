@@ -155,7 +155,9 @@ struct Cursor {
     }
     bool AtEnd() const { return Now().kind == TokenKind::End; }
     bool Accept(std::string_view punctuation) {
-        if (!Is(punctuation)) return false;
+        if (!Is(punctuation)) {
+            return false;
+        }
         ++at;
         return true;
     }

@@ -37,12 +37,18 @@ std::string Number(const char* format, u32 value) {
 // A text that ends with a NUL, or a piece of a long one; nothing when there is none.
 DataItem DescribeText(std::span<const u8> bytes) {
     size_t length = 0;
-    while (length < bytes.size() && length < kMostText && IsTextByte(bytes[length])) ++length;
+    while (length < bytes.size() && length < kMostText && IsTextByte(bytes[length])) {
+        ++length;
+    }
     const bool endsHere = length < bytes.size() && bytes[length] == 0;
-    if (length < kLeastText || (length < kMostText && !endsHere)) return {};
+    if (length < kLeastText || (length < kMostText && !endsHere)) {
+        return {};
+    }
     DataItem item;
     item.text = endsHere ? ".asciz   \"" : ".ascii   \"";
-    for (size_t i = 0; i < length; ++i) AppendEscaped(item.text, bytes[i]);
+    for (size_t i = 0; i < length; ++i) {
+        AppendEscaped(item.text, bytes[i]);
+    }
     item.text += '"';
     item.length = static_cast<u32>(endsHere ? length + 1 : length);
     return item;
@@ -55,8 +61,12 @@ DataItem DescribeWords(std::span<const u8> bytes, u32 wordsPerLine) {
     for (size_t i = 0; i < count; ++i) {
         // A text or a room that starts within the words gets a line of its own.
         const std::span<const u8> rest = bytes.subspan(i * 4);
-        if (i > 0 && DescribeText(rest).length > 0) break;
-        if (i > 0) item.text += ',';
+        if (i > 0 && DescribeText(rest).length > 0) {
+            break;
+        }
+        if (i > 0) {
+            item.text += ',';
+        }
         item.text += Number(" 0x%08X", LoadBytes<u32>(rest.data()));
         item.length += 4;
     }
@@ -67,20 +77,30 @@ DataItem DescribeWords(std::span<const u8> bytes, u32 wordsPerLine) {
 
 DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine) {
     size_t same = 1;
-    while (same < bytes.size() && bytes[same] == bytes[0]) ++same;
+    while (same < bytes.size() && bytes[same] == bytes[0]) {
+        ++same;
+    }
     if (same >= kLeastRoom) {
         DataItem item;
         // Room ends at a word, so that what follows it is seen as words.
         const size_t odd = (address + same) % 4;
-        if (same < bytes.size() && same - odd >= kLeastRoom) same -= odd;
+        if (same < bytes.size() && same - odd >= kLeastRoom) {
+            same -= odd;
+        }
         item.text = ".space   " + std::to_string(same);
-        if (bytes[0] != 0) item.text += Number(", 0x%02X", bytes[0]);
+        if (bytes[0] != 0) {
+            item.text += Number(", 0x%02X", bytes[0]);
+        }
         item.length = static_cast<u32>(same);
         return item;
     }
     DataItem text = DescribeText(bytes);
-    if (text.length > 0) return text;
-    if (address % 4 == 0 && bytes.size() >= 4) return DescribeWords(bytes, wordsPerLine);
+    if (text.length > 0) {
+        return text;
+    }
+    if (address % 4 == 0 && bytes.size() >= 4) {
+        return DescribeWords(bytes, wordsPerLine);
+    }
     DataItem item;
     item.text = ".byte   ";
     const size_t count = std::min<size_t>(bytes.size(), 4 - address % 4);

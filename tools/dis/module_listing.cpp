@@ -53,10 +53,16 @@ struct Listing {
 // The name of an address: from the symbol file, or made from what refers to it.
 std::string NameOf(const SymbolNames& names, const CodeMap& map, u32 address) {
     const auto symbol = names.byAddress.find(address);
-    if (symbol != names.byAddress.end()) return symbol->second.front();
-    if (address == kEntryPoint) return "entry";
+    if (symbol != names.byAddress.end()) {
+        return symbol->second.front();
+    }
+    if (address == kEntryPoint) {
+        return "entry";
+    }
     const auto label = map.labels.find(address);
-    if (label == map.labels.end()) return {};
+    if (label == map.labels.end()) {
+        return {};
+    }
     switch (label->second) {
         case LabelKind::Call: return "sub_" + Hex8(address);
         case LabelKind::Branch: return "loc_" + Hex8(address);
@@ -69,10 +75,14 @@ std::string NameOf(const SymbolNames& names, const CodeMap& map, u32 address) {
 // An address within the data or the globals as "name+offset".
 std::string NameWithOffset(const SymbolNames& names, u32 address) {
     auto after = names.byAddress.upper_bound(address);
-    if (after == names.byAddress.begin()) return {};
+    if (after == names.byAddress.begin()) {
+        return {};
+    }
     --after;
     const u32 offset = address - after->first;
-    if (!names.variables.contains(after->first) || offset > kMostOffset) return {};
+    if (!names.variables.contains(after->first) || offset > kMostOffset) {
+        return {};
+    }
     return after->second.front() + "+" + std::to_string(offset);
 }
 
@@ -82,10 +92,14 @@ AddressNamer MakeNamer(const SymbolNames& names, const CodeMap& map) {
             return use == AddressUse::Memory ? NameOfHeader(address) : std::string();
         }
         // A number is an address only if somebody named it.
-        if (use == AddressUse::Value && !names.byAddress.contains(address)) return std::string();
+        if (use == AddressUse::Value && !names.byAddress.contains(address)) {
+            return std::string();
+        }
         std::string name = NameOf(names, map, address);
         const bool made = !names.byAddress.contains(address);
-        if (use != AddressUse::Memory || !made) return name;
+        if (use != AddressUse::Memory || !made) {
+            return name;
+        }
         std::string nearby = NameWithOffset(names, address);
         return nearby.empty() ? name : nearby;
     };
@@ -113,11 +127,15 @@ void WriteRow(Listing& listing, u32 address, u32 length, const std::string& text
 void WriteLabels(Listing& listing, u32 address) {
     const auto symbols = listing.names.byAddress.find(address);
     if (symbols != listing.names.byAddress.end()) {
-        for (const std::string& name : symbols->second) listing.out << name << ":\n";
+        for (const std::string& name : symbols->second) {
+            listing.out << name << ":\n";
+        }
         return;
     }
     const std::string name = NameOf(listing.names, listing.map, address);
-    if (!name.empty()) listing.out << name << ":\n";
+    if (!name.empty()) {
+        listing.out << name << ":\n";
+    }
 }
 
 void WriteHead(Listing& listing) {
@@ -144,9 +162,13 @@ void WriteHead(Listing& listing) {
 u32 EndOfData(const Listing& listing, u32 address) {
     u32 end = listing.module.loaded;
     const auto label = listing.map.labels.upper_bound(address);
-    if (label != listing.map.labels.end()) end = std::min(end, label->first);
+    if (label != listing.map.labels.end()) {
+        end = std::min(end, label->first);
+    }
     const auto symbol = listing.names.byAddress.upper_bound(address);
-    if (symbol != listing.names.byAddress.end()) end = std::min(end, symbol->first);
+    if (symbol != listing.names.byAddress.end()) {
+        end = std::min(end, symbol->first);
+    }
     u32 at = address;
     while (at < end && listing.map.At(at) != WordKind::Instruction &&
            listing.map.At(at) != WordKind::TableEntry) {
@@ -172,7 +194,9 @@ void WriteBody(Listing& listing) {
             WriteRow(listing, address, 4, ".long    " + NameOf(listing.names, listing.map, target));
             address += 4;
         } else {
-            if (address >= dataEnd) dataEnd = EndOfData(listing, address);
+            if (address >= dataEnd) {
+                dataEnd = EndOfData(listing, address);
+            }
             const DataItem item =
                 DescribeData(memory.subspan(address, dataEnd - address), address, kWordsPerLine);
             WriteRow(listing, address, item.length, item.text);
@@ -185,7 +209,9 @@ void WriteBody(Listing& listing) {
 void WriteGlobals(Listing& listing) {
     const u64 end = u64{listing.module.loaded} + listing.module.globals;
     for (const auto& [address, names] : listing.names.byAddress) {
-        if (address < listing.module.loaded || address >= end) continue;
+        if (address < listing.module.loaded || address >= end) {
+            continue;
+        }
         for (const std::string& name : names) {
             listing.out << "  " << Hex8(address) << "  globals  " << name << "\n";
         }
@@ -196,10 +222,14 @@ void WriteGlobals(Listing& listing) {
 
 std::string NameOfHeader(u32 address) {
     for (const HeaderName& row : kHeaderNames) {
-        if (row.address == address) return row.name;
+        if (row.address == address) {
+            return row.name;
+        }
     }
     const u32 slot = address - kHeaderRegisters;
-    if (slot % 8 == 0 && slot / 8 < 16) return "HDR_R" + std::to_string(slot / 8);
+    if (slot % 8 == 0 && slot / 8 < 16) {
+        return "HDR_R" + std::to_string(slot / 8);
+    }
     return {};
 }
 
@@ -207,18 +237,26 @@ std::string ParseSymbolFile(const std::string& text, SymbolNames& names) {
     size_t start = 0;
     for (u32 line = 1; start < text.size(); ++line) {
         size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
+        if (end == std::string::npos) {
+            end = text.size();
+        }
         std::string_view row = std::string_view(text).substr(start, end - start);
         start = end + 1;
-        if (row.ends_with('\r')) row.remove_suffix(1);
-        if (row.empty()) continue;
+        if (row.ends_with('\r')) {
+            row.remove_suffix(1);
+        }
+        if (row.empty()) {
+            continue;
+        }
         u64 value = 0;
         const auto [rest, error] = std::from_chars(row.data(), row.data() + row.size(), value, 16);
         const std::string_view tail = row.substr(static_cast<size_t>(rest - row.data()));
         const size_t space = tail.find(' ', 1);
         const bool good = error == std::errc{} && tail.starts_with(' ') &&
                           space != std::string_view::npos && space + 1 < tail.size();
-        if (!good) return "line " + std::to_string(line) + " is no line of a symbol file";
+        if (!good) {
+            return "line " + std::to_string(line) + " is no line of a symbol file";
+        }
         const std::string_view kind = tail.substr(1, space - 1);
         if (kind != "code" && kind != "data" && kind != "bss" && kind != "const") {
             return "line " + std::to_string(line) + " is no line of a symbol file";
@@ -228,9 +266,13 @@ std::string ParseSymbolFile(const std::string& text, SymbolNames& names) {
             name += static_cast<u8>(c) < 32 || c == 127 ? '?' : c;
         }
         names.values.emplace(name, value);
-        if (kind == "const" || value > 0xFFFFFFFF) continue;
+        if (kind == "const" || value > 0xFFFFFFFF) {
+            continue;
+        }
         names.byAddress[static_cast<u32>(value)].push_back(name);
-        if (kind != "code") names.variables.insert(static_cast<u32>(value));
+        if (kind != "code") {
+            names.variables.insert(static_cast<u32>(value));
+        }
     }
     return {};
 }

@@ -41,10 +41,16 @@ std::string ParseCommand(const std::vector<std::string>& arguments, Command& com
         if (argument == "--raw") {
             command.raw = true;
         } else if (argument == "--symbols") {
-            if (i + 1 >= arguments.size()) return "--symbols needs a value";
-            if (!command.symbols.empty()) return "--symbols is given twice";
+            if (i + 1 >= arguments.size()) {
+                return "--symbols needs a value";
+            }
+            if (!command.symbols.empty()) {
+                return "--symbols is given twice";
+            }
             command.symbols = arguments[++i];
-            if (command.symbols.empty()) return "--symbols needs a file name";
+            if (command.symbols.empty()) {
+                return "--symbols needs a file name";
+            }
         } else if (argument.size() > 1 && argument[0] == '-') {
             return "unknown option " + argument;
         } else if (argument.empty() || !command.module.empty()) {
@@ -53,8 +59,12 @@ std::string ParseCommand(const std::vector<std::string>& arguments, Command& com
             command.module = argument;
         }
     }
-    if (command.module.empty()) return "MAIN.MX is missing";
-    if (command.raw && !command.symbols.empty()) return "--raw uses no names";
+    if (command.module.empty()) {
+        return "MAIN.MX is missing";
+    }
+    if (command.raw && !command.symbols.empty()) {
+        return "--raw uses no names";
+    }
     return {};
 }
 
@@ -73,22 +83,31 @@ int RunMxdis(const std::vector<std::string>& arguments, std::ostream& out, std::
         return 2;
     }
     if (AnswerAboutTool("mxdis", std::string(kUsage) + "\n" + kHelp, command.help, command.version,
-                        out))
+                        out)) {
         return 0;
+    }
     std::string why;
     const u64 limit = mxasm::kMaxSection + 512;
     const std::optional<std::string> bytes = mxasm::ReadWholeFile(command.module, limit, true, why);
-    if (!bytes) return Fail(err, command.module, why);
+    if (!bytes) {
+        return Fail(err, command.module, why);
+    }
     ModuleFile module;
     why = ParseModule({bytes->begin(), bytes->end()}, module);
-    if (!why.empty()) return Fail(err, command.module, why);
+    if (!why.empty()) {
+        return Fail(err, command.module, why);
+    }
     SymbolNames names;
     if (!command.symbols.empty()) {
         const std::optional<std::string> text =
             mxasm::ReadWholeFile(command.symbols, mxasm::kMaxSourceFile, true, why);
-        if (!text) return Fail(err, command.symbols, why);
+        if (!text) {
+            return Fail(err, command.symbols, why);
+        }
         why = ParseSymbolFile(*text, names);
-        if (!why.empty()) return Fail(err, command.symbols, why);
+        if (!why.empty()) {
+            return Fail(err, command.symbols, why);
+        }
     }
     if (command.raw) {
         WriteRawSource(module, out);
@@ -96,7 +115,9 @@ int RunMxdis(const std::vector<std::string>& arguments, std::ostream& out, std::
         WriteModuleListing(module, names, out);
     }
     out.flush();
-    if (!out) return Fail(err, "standard output", "cannot be written");
+    if (!out) {
+        return Fail(err, "standard output", "cannot be written");
+    }
     return 0;
 }
 

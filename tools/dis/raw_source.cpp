@@ -32,7 +32,9 @@ void PredictHeader(const ModuleFile& module, bool sizesFit, u8 (&header)[kHeader
     header[kHeaderModuleMajor] = static_cast<u8>(module.major);
     header[kHeaderModuleMinor] = static_cast<u8>(module.minor);
     StoreBytes(header + kHeaderLoadedLength, static_cast<u32>(module.bytes.size()));
-    if (!sizesFit) return;
+    if (!sizesFit) {
+        return;
+    }
     StoreBytes(header + kHeaderStackSize, module.stack);
     StoreBytes(header + kHeaderHeapSize, module.heap);
 }
@@ -67,7 +69,9 @@ std::string InstructionLine(const ModuleFile& module, u32 address) {
     const DisassembledInstruction instruction =
         DisassembleAt({module.bytes.data(), module.loaded}, address);
     const std::vector<u32> words = AssembleInstruction(instruction.text);
-    if (words.empty() || words.size() * 4 != instruction.length) return {};
+    if (words.empty() || words.size() * 4 != instruction.length) {
+        return {};
+    }
     if (std::memcmp(words.data(), module.bytes.data() + address, instruction.length) != 0) {
         return {};
     }
@@ -77,7 +81,9 @@ std::string InstructionLine(const ModuleFile& module, u32 address) {
 // Where the data that starts at `address` ends: at the next code or at the end of what is loaded.
 u32 EndOfData(const ModuleFile& module, const CodeMap& map, u32 address) {
     const u32 end = static_cast<u32>(module.bytes.size());
-    if (address >= module.loaded) return end;
+    if (address >= module.loaded) {
+        return end;
+    }
     u32 at = address;
     while (at < module.loaded && map.At(at) != WordKind::Instruction) {
         at = std::min((at & ~3u) + 4, module.loaded);

@@ -30,31 +30,47 @@ struct Explorer {
 
 void AddLabel(Explorer& explorer, u32 address, LabelKind kind) {
     const auto [entry, isNew] = explorer.map.labels.try_emplace(address, kind);
-    if (!isNew && kind > entry->second) entry->second = kind;
+    if (!isNew && kind > entry->second) {
+        entry->second = kind;
+    }
 }
 
 // Whether an instruction can start there: it lies in the module and is no illegal opcode.
 bool MayBeCode(const Explorer& explorer, u32 address) {
-    if (address % 4 != 0 || !explorer.HasRoom(address, 4)) return false;
+    if (address % 4 != 0 || !explorer.HasRoom(address, 4)) {
+        return false;
+    }
     const u32 w = explorer.Word(address);
     const InstructionClass kind = ClassOf(w);
-    if (kind == InstructionClass::Illegal) return false;
-    if (kind == InstructionClass::TwoOperands && !IsLegalTwoOperand(w)) return false;
-    if (kind == InstructionClass::OneOperand && !IsLegalOneOperand(w)) return false;
+    if (kind == InstructionClass::Illegal) {
+        return false;
+    }
+    if (kind == InstructionClass::TwoOperands && !IsLegalTwoOperand(w)) {
+        return false;
+    }
+    if (kind == InstructionClass::OneOperand && !IsLegalOneOperand(w)) {
+        return false;
+    }
     const u32 length = InstructionLength(w);
-    if (!explorer.HasRoom(address, length)) return false;
+    if (!explorer.HasRoom(address, length)) {
+        return false;
+    }
     // Zeros are room, not code, though they would execute.
     return w != 0 || explorer.Word(address + 4) != 0;
 }
 
 void Follow(Explorer& explorer, u32 target, LabelKind kind) {
-    if (!MayBeCode(explorer, target)) return;
+    if (!MayBeCode(explorer, target)) {
+        return;
+    }
     AddLabel(explorer, target, kind);
     explorer.open.push_back(target);
 }
 
 void NoteMemory(Explorer& explorer, u32 address) {
-    if (explorer.HasRoom(address, 1)) AddLabel(explorer, address, LabelKind::Data);
+    if (explorer.HasRoom(address, 1)) {
+        AddLabel(explorer, address, LabelKind::Data);
+    }
 }
 
 void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
@@ -67,9 +83,15 @@ void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
         NoteMemory(explorer, explorer.Word(extension));
     }
     const bool aHasWord = form.a == Mode::Absolute || form.a == Mode::Indexed;
-    if (aHasWord) extension += 4;
-    if (form.b == Mode::Absolute) NoteMemory(explorer, explorer.Word(extension));
-    if (form.a != Mode::Register) return;
+    if (aHasWord) {
+        extension += 4;
+    }
+    if (form.b == Mode::Absolute) {
+        NoteMemory(explorer, explorer.Word(extension));
+    }
+    if (form.a != Mode::Register) {
+        return;
+    }
     std::optional<u32>& held = explorer.held[LowRegister(w)];
     held.reset();
     const u32 operation = TwoOperandNumber(w) & ~3u;
@@ -79,17 +101,25 @@ void NoteTwoOperands(Explorer& explorer, u32 address, u32 w) {
     const bool takesNumber = form.b == Mode::Immediate && size == 2 &&
                              (operation == static_cast<u32>(TwoOperand::Move) ||
                               operation == static_cast<u32>(TwoOperand::Movez));
-    if (takesAddress || takesNumber) held = explorer.Word(extension);
+    if (takesAddress || takesNumber) {
+        held = explorer.Word(extension);
+    }
 }
 
 void NoteOneOperand(Explorer& explorer, u32 address, u32 w) {
     const Mode mode = FindOneOperandForm(w).mode;
-    if (mode == Mode::Absolute) NoteMemory(explorer, explorer.Word(address + 4));
-    if (mode == Mode::Register && WideRegister(w) < 16) explorer.held[WideRegister(w)].reset();
+    if (mode == Mode::Absolute) {
+        NoteMemory(explorer, explorer.Word(address + 4));
+    }
+    if (mode == Mode::Register && WideRegister(w) < 16) {
+        explorer.held[WideRegister(w)].reset();
+    }
 }
 
 void ForgetRegisters(Explorer& explorer) {
-    for (std::optional<u32>& held : explorer.held) held.reset();
+    for (std::optional<u32>& held : explorer.held) {
+        held.reset();
+    }
 }
 
 // Takes in a single instruction. False when the next one is not executed after it.
@@ -102,7 +132,9 @@ bool NoteSingle(Explorer& explorer, u32 address, u32 w) {
             return true;
         case Single::Callr: {
             const std::optional<u32> target = explorer.held[CallRegister(w)];
-            if (target) Follow(explorer, *target, LabelKind::Call);
+            if (target) {
+                Follow(explorer, *target, LabelKind::Call);
+            }
             ForgetRegisters(explorer);
             return true;
         }
@@ -139,7 +171,9 @@ bool NoteInstruction(Explorer& explorer, u32 address, u32 w) {
 
 bool IsFree(const Explorer& explorer, u32 address, u32 length) {
     for (u32 at = address; at < address + length; at += 4) {
-        if (explorer.Kind(at) != WordKind::Data) return false;
+        if (explorer.Kind(at) != WordKind::Data) {
+            return false;
+        }
     }
     return true;
 }
@@ -150,10 +184,16 @@ void Walk(Explorer& explorer, u32 address) {
     while (MayBeCode(explorer, address)) {
         const u32 w = explorer.Word(address);
         const u32 length = InstructionLength(w);
-        if (!IsFree(explorer, address, length)) return;
+        if (!IsFree(explorer, address, length)) {
+            return;
+        }
         explorer.Kind(address) = WordKind::Instruction;
-        for (u32 at = 4; at < length; at += 4) explorer.Kind(address + at) = WordKind::Extension;
-        if (!NoteInstruction(explorer, address, w)) return;
+        for (u32 at = 4; at < length; at += 4) {
+            explorer.Kind(address + at) = WordKind::Extension;
+        }
+        if (!NoteInstruction(explorer, address, w)) {
+            return;
+        }
         address += length;
     }
 }
@@ -161,10 +201,16 @@ void Walk(Explorer& explorer, u32 address) {
 // A jump table goes on for as long as its words are addresses of code.
 void ReadTable(Explorer& explorer, u32 table) {
     for (u32 at = table; explorer.HasRoom(at, 4); at += 4) {
-        if (explorer.Kind(at) != WordKind::Data) return;
-        if (at != table && explorer.map.labels.contains(at)) return;
+        if (explorer.Kind(at) != WordKind::Data) {
+            return;
+        }
+        if (at != table && explorer.map.labels.contains(at)) {
+            return;
+        }
         const u32 target = explorer.Word(at);
-        if (!MayBeCode(explorer, target)) return;
+        if (!MayBeCode(explorer, target)) {
+            return;
+        }
         explorer.Kind(at) = WordKind::TableEntry;
         Follow(explorer, target, LabelKind::Branch);
     }
@@ -176,7 +222,9 @@ CodeMap FindCode(const ModuleFile& module) {
     CodeMap map;
     map.words.resize((module.loaded - kEntryPoint) / 4, WordKind::Data);
     Explorer explorer{module, map, {}, {}};
-    if (MayBeCode(explorer, kEntryPoint)) explorer.open.push_back(kEntryPoint);
+    if (MayBeCode(explorer, kEntryPoint)) {
+        explorer.open.push_back(kEntryPoint);
+    }
     while (!explorer.open.empty() || !explorer.tables.empty()) {
         if (!explorer.open.empty()) {
             const u32 address = explorer.open.front();

@@ -15,8 +15,12 @@ static inline uint32_t NextRandom(uint32_t x) {
 #ifdef __wasm__
 __attribute__((export_name("moxi_message"))) int moxi_message(int message, int p1, int p2, int p3) {
     (void)p3;
-    if (message == 1) Setup((uint32_t)p1);
-    if (message == 2) Run((uint32_t)p1);
+    if (message == 1) {
+        Setup((uint32_t)p1);
+    }
+    if (message == 2) {
+        Run((uint32_t)p1);
+    }
     return message == 3 ? (int)(Checksum((uint32_t)p1) >> p2 * 8 & 255) : 0;
 }
 #endif

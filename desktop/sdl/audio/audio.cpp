@@ -112,7 +112,9 @@ u64 RenderedNanoseconds(const AudioState& state) {
     const u64 progress = state.progress.load(std::memory_order_acquire);
     const u64 number = progress >> kMusicNumberBits;
     constexpr u64 kNumberMask = (u64{1} << (64 - kMusicNumberBits)) - 1;
-    if (number != (state.musicNumber & kNumberMask)) return 0;  // not begun
+    if (number != (state.musicNumber & kNumberMask)) {
+        return 0;  // not begun
+    }
     const u64 frames = progress & ((u64{1} << kMusicNumberBits) - 1);
     return frames / kAudioRate * kNanosecondsPerSecond +
            frames % kAudioRate * kNanosecondsPerSecond / kAudioRate;
@@ -128,11 +130,15 @@ void QuietAlsa() {
     using Handler = void (*)(const char*, int, const char*, int, const char*, ...);
     using SetHandler = int (*)(Handler);
     void* const found = dlsym(RTLD_DEFAULT, "snd_lib_error_set_handler");
-    if (found != nullptr) reinterpret_cast<SetHandler>(found)(Ignore);
+    if (found != nullptr) {
+        reinterpret_cast<SetHandler>(found)(Ignore);
+    }
 }
 
 bool OpenDevice(AudioState& state) {
-    if (state.device != Stage::NotYet) return state.device == Stage::Ready;
+    if (state.device != Stage::NotYet) {
+        return state.device == Stage::Ready;
+    }
     QuietAlsa();
     if (Mix_OpenAudioDevice(kAudioRate, AUDIO_S16SYS, kChannels, kBufferFrames, nullptr, 0) != 0) {
         SystemLog(std::string("no sound device: ") + Mix_GetError());
@@ -154,7 +160,9 @@ void DoSoundJob(AudioState& state, const SoundJob& job, bool newest) {
         SystemLog("sound " + job.name + ": " + reason);
         sound = {};
     }
-    if (audible) state.sound.Send(std::move(sound));
+    if (audible) {
+        state.sound.Send(std::move(sound));
+    }
 }
 
 void Work(AudioState& state) {
@@ -200,7 +208,9 @@ void LoadSynthNow(AudioState& state) {
 }
 
 void StartThread(std::thread& thread, void (*body)(AudioState&)) {
-    if (thread.joinable()) return;
+    if (thread.joinable()) {
+        return;
+    }
     {
         const std::lock_guard guard(audio->lock);
         audio->running++;
@@ -216,13 +226,16 @@ void WakeWorker() {
 // --- The record's functions
 
 void Prepare() {
-    if (!audio->options.mute && HasMusic(folders.resources))
+    if (!audio->options.mute && HasMusic(folders.resources)) {
         StartThread(audio->loader, LoadSynthNow);
+    }
 }
 
 void StartMusic(const std::shared_ptr<const MusicPiece>& piece) {
     RestartMusicClock(audio->clock, desktop.nanoseconds());
-    if (audio->options.mute || audio->device == Stage::Failed) return;
+    if (audio->options.mute || audio->device == Stage::Failed) {
+        return;
+    }
     audio->musicNumber = audio->music.Send({piece});
     StartThread(audio->loader, LoadSynthNow);
     {
@@ -233,7 +246,9 @@ void StartMusic(const std::shared_ptr<const MusicPiece>& piece) {
 }
 
 void StopMusic() {
-    if (!audio->options.mute && audio->device != Stage::Failed) audio->music.Send({nullptr});
+    if (!audio->options.mute && audio->device != Stage::Failed) {
+        audio->music.Send({nullptr});
+    }
 }
 
 u64 MusicPosition() {
@@ -246,7 +261,9 @@ void QueueSound(SoundJob job) {
     {
         const std::lock_guard guard(audio->lock);
         audio->jobs.push_back(std::move(job));
-        if (audio->jobs.size() > kMostJobs) audio->jobs.pop_front();
+        if (audio->jobs.size() > kMostJobs) {
+            audio->jobs.pop_front();
+        }
     }
     WakeWorker();
 }
@@ -257,7 +274,9 @@ void PlaySound(const std::string& name, const std::vector<u8>& file) {
 
 void StopSound() {
     // Before the first sound there is nothing to stop, and no device to open for it.
-    if (audio->worker.joinable()) QueueSound({.name = {}, .file = {}, .stop = true});
+    if (audio->worker.joinable()) {
+        QueueSound({.name = {}, .file = {}, .stop = true});
+    }
 }
 
 void SetMuted(bool muted) {
@@ -274,7 +293,9 @@ void SetPaused(bool paused) {
 }
 
 void ShutDown() {
-    if (audio == nullptr) return;
+    if (audio == nullptr) {
+        return;
+    }
     {
         std::unique_lock guard(audio->lock);
         audio->ending = true;
@@ -283,16 +304,28 @@ void ShutDown() {
             audio->changed.wait_for(guard, kLongestEnd, [] { return audio->running == 0; });
         if (!ended) {
             // Threads that hang in a device or a file keep what they use.
-            if (audio->worker.joinable()) audio->worker.detach();
-            if (audio->loader.joinable()) audio->loader.detach();
+            if (audio->worker.joinable()) {
+                audio->worker.detach();
+            }
+            if (audio->loader.joinable()) {
+                audio->loader.detach();
+            }
             audioOut.shutDown = [] {};
             return;
         }
     }
-    if (audio->worker.joinable()) audio->worker.join();
-    if (audio->loader.joinable()) audio->loader.join();
-    if (audio->device == Stage::Ready) Mix_CloseAudio();
-    if (SDL_WasInit(SDL_INIT_AUDIO) != 0) SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    if (audio->worker.joinable()) {
+        audio->worker.join();
+    }
+    if (audio->loader.joinable()) {
+        audio->loader.join();
+    }
+    if (audio->device == Stage::Ready) {
+        Mix_CloseAudio();
+    }
+    if (SDL_WasInit(SDL_INIT_AUDIO) != 0) {
+        SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    }
     DeleteSynth(audio->synth);
     delete audio;
     audio = nullptr;
@@ -306,7 +339,9 @@ void StartSdlAudio(const AudioOptions& options) {
     StartVolumes(audio->renderer, options.musicVolume, options.soundVolume);
     ChooseVolumes(options.musicVolume, options.soundVolume);
     audio->muted = options.muted;
-    if (options.muted) audio->renderer.volume = {.target = 0, .now = 0};
+    if (options.muted) {
+        audio->renderer.volume = {.target = 0, .now = 0};
+    }
     audioOut = {
         .prepare = Prepare,
         .startMusic = StartMusic,

@@ -22,10 +22,14 @@ class Mailbox {
         letters.push_back(std::make_unique<Letter>(Letter{++sent, std::move(object)}));
         const Letter* const skipped =
             newest.exchange(letters.back().get(), std::memory_order_acq_rel);
-        if (skipped != nullptr) letters.erase(letters.end() - 2);
+        if (skipped != nullptr) {
+            letters.erase(letters.end() - 2);
+        }
         // The one taken last is in use still; those before it never are again.
         const u64 inUse = taken.load(std::memory_order_acquire);
-        while (letters.front()->number < inUse) letters.pop_front();
+        while (letters.front()->number < inUse) {
+            letters.pop_front();
+        }
         return sent;
     }
 
@@ -36,7 +40,9 @@ class Mailbox {
     template <class Use>
     void Take(Use use) {
         Letter* const letter = newest.exchange(nullptr, std::memory_order_acq_rel);
-        if (letter == nullptr) return;
+        if (letter == nullptr) {
+            return;
+        }
         use(letter->object, letter->number);
         taken.store(letter->number, std::memory_order_release);
     }

@@ -23,22 +23,42 @@ static std::array<std::string, kKeys> pressedText;
 
 std::string Utf8(char32_t character) {
     std::string text;
-    if (character != 0) AppendUtf8(text, character);
+    if (character != 0) {
+        AppendUtf8(text, character);
+    }
     return text;
 }
 
 // Capitals of the alphabets that keyboards have; the C library's tables depend on the locale.
 static char32_t Capital(char32_t c) {
     const auto within = [c](char32_t first, char32_t last) { return c >= first && c <= last; };
-    if (within('a', 'z') || (within(0xE0, 0xFE) && c != 0xF7)) return c - 32;
-    if (c == 0xFF) return 0x178;
-    if (within(0x100, 0x137) || within(0x14A, 0x177)) return c & ~char32_t{1};
-    if (within(0x139, 0x148) || within(0x179, 0x17E)) return c % 2 == 0 ? c - 1 : c;
-    if (within(0x3B1, 0x3C9) && c != 0x3C2) return c - 32;  // Greek
-    if (within(0x430, 0x44F)) return c - 32;                // Cyrillic
-    if (within(0x450, 0x45F)) return c - 80;
-    if (within(0x490, 0x4BF)) return c & ~char32_t{1};
-    if (within(0x561, 0x586)) return c - 48;  // Armenian
+    if (within('a', 'z') || (within(0xE0, 0xFE) && c != 0xF7)) {
+        return c - 32;
+    }
+    if (c == 0xFF) {
+        return 0x178;
+    }
+    if (within(0x100, 0x137) || within(0x14A, 0x177)) {
+        return c & ~char32_t{1};
+    }
+    if (within(0x139, 0x148) || within(0x179, 0x17E)) {
+        return c % 2 == 0 ? c - 1 : c;
+    }
+    if (within(0x3B1, 0x3C9) && c != 0x3C2) {
+        return c - 32;  // Greek
+    }
+    if (within(0x430, 0x44F)) {
+        return c - 32;  // Cyrillic
+    }
+    if (within(0x450, 0x45F)) {
+        return c - 80;
+    }
+    if (within(0x490, 0x4BF)) {
+        return c & ~char32_t{1};
+    }
+    if (within(0x561, 0x586)) {
+        return c - 48;  // Armenian
+    }
     return c;
 }
 
@@ -60,7 +80,9 @@ std::vector<std::string> SplitText(const std::string& utf8, std::size_t limit) {
     while (start < utf8.size()) {
         std::size_t end = std::min(start + limit, utf8.size());
         const std::size_t cut = CharacterStart(utf8, end);
-        if (cut > start) end = cut;  // else the text is no UTF-8, and any place is as good
+        if (cut > start) {
+            end = cut;  // else the text is no UTF-8, and any place is as good
+        }
         pieces.push_back(utf8.substr(start, end - start));
         start = end;
     }
@@ -74,9 +96,15 @@ static bool IsFixed(u8 code) {
 // The key's own character with Command held, whatever text a desktop makes of that; "" where the
 // layout has none, and without Command.
 static std::string TextWithCommand(const KeyPress& press) {
-    if (!press.command) return "";
-    if (!press.shift) return Utf8(press.plain);
-    if (press.shifted != 0) return Utf8(press.shifted);
+    if (!press.command) {
+        return "";
+    }
+    if (!press.shift) {
+        return Utf8(press.plain);
+    }
+    if (press.shifted != 0) {
+        return Utf8(press.shifted);
+    }
     return Utf8(ShiftedCharacter(press.plain));
 }
 
@@ -88,14 +116,20 @@ static void TellKeyDown(const KeyPress& press, const std::string& text) {
 
 void PressKey(const KeyPress& press) {
     FinishKeyPress();
-    if (press.code >= kKeys) return;
+    if (press.code >= kKeys) {
+        return;
+    }
     heldBack = press;
     // Keys that have their own control character wait for nothing.
-    if (IsFixed(press.code)) FinishKeyPress();
+    if (IsFixed(press.code)) {
+        FinishKeyPress();
+    }
 }
 
 void FinishKeyPress() {
-    if (!heldBack) return;
+    if (!heldBack) {
+        return;
+    }
     const KeyPress press = *heldBack;
     if (const char control = ControlCharacter(press.code)) {
         TellKeyDown(press, std::string(1, control));
@@ -109,7 +143,9 @@ void FinishKeyPress() {
 }
 
 void TypeText(const std::string& text) {
-    if (text.empty()) return;
+    if (text.empty()) {
+        return;
+    }
     if (heldBack) {
         const KeyPress press = *heldBack;
         const std::string own = TextWithCommand(press);
@@ -123,7 +159,9 @@ void TypeText(const std::string& text) {
 
 void ReleaseKey(u8 code) {
     FinishKeyPress();
-    if (code >= kKeys) return;
+    if (code >= kKeys) {
+        return;
+    }
     const std::string text = std::exchange(pressedText[code], {});
     Tell(desktopEvents.keyUp, code, text);
 }

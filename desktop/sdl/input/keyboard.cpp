@@ -30,7 +30,9 @@ static constinit Modifiers told;             // as the application knows them
 static constinit std::bitset<128> heldKeys;  // told as pressed and not yet as released
 
 static void TellModifiers(const Modifiers& now) {
-    if (now == told) return;
+    if (now == told) {
+        return;
+    }
     told = now;
     Tell(desktopEvents.flagsChanged, now.shift, now.command, now.option);
 }
@@ -48,7 +50,9 @@ static char32_t PlainCharacter(const SDL_Keysym& key) {
     if ((key.sym & SDLK_SCANCODE_MASK) == 0) {
         return key.sym >= 0x20 && key.sym != 0x7F ? static_cast<char32_t>(key.sym) : 0;
     }
-    if ((key.mod & KMOD_SHIFT) != 0) return 0;
+    if ((key.mod & KMOD_SHIFT) != 0) {
+        return 0;
+    }
     const bool numLock = (key.mod & KMOD_NUM) != 0;
     switch (key.scancode) {
         case SDL_SCANCODE_KP_DIVIDE: return '/';
@@ -75,7 +79,9 @@ static KeyCharacters CharactersOf(const SDL_Keysym& key, u8 code, const X11KeyPr
 
 // The press goes on from before the window got the keyboard, or from a box that has taken it.
 static bool IsForSomethingElse(const SDL_KeyboardEvent& event, u8 code, const X11KeyPress& x11) {
-    if (heldKeys.test(code)) return false;
+    if (heldKeys.test(code)) {
+        return false;
+    }
     const bool isShortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT)) != 0;
     return event.repeat != 0 || (x11.heldBefore && isShortcut);
 }
@@ -83,7 +89,9 @@ static bool IsForSomethingElse(const SDL_KeyboardEvent& event, u8 code, const X1
 void HandleKeyDown(const SDL_KeyboardEvent& event) {
     const SDL_Keysym& key = event.keysym;
     const u8 code = VirtualKeyCode(key.scancode);
-    if (code == kNoKeyCode) return FinishKeyPress();
+    if (code == kNoKeyCode) {
+        return FinishKeyPress();
+    }
     if (IsModifierKey(code)) {
         FinishKeyPress();
         return TellModifiers(FromSdl(key.mod));
@@ -94,7 +102,9 @@ void HandleKeyDown(const SDL_KeyboardEvent& event) {
         TellModifiers(modifiers);
     }
     const X11KeyPress x11 = X11KeyPressOf(event);
-    if (IsForSomethingElse(event, code, x11)) return FinishKeyPress();
+    if (IsForSomethingElse(event, code, x11)) {
+        return FinishKeyPress();
+    }
     heldKeys.set(code);
     // The layouts may have to be asked for, and without Command the text comes by itself.
     const KeyCharacters characters =
@@ -110,10 +120,16 @@ void HandleKeyUp(const SDL_KeyboardEvent& event) {
     const u8 code = VirtualKeyCode(event.keysym.scancode);
     FinishKeyPress();
     TakeWaylandEvents();
-    if (code == kNoKeyCode) return;
-    if (IsModifierKey(code)) return TellModifiers(FromSdl(event.keysym.mod));
+    if (code == kNoKeyCode) {
+        return;
+    }
+    if (IsModifierKey(code)) {
+        return TellModifiers(FromSdl(event.keysym.mod));
+    }
     // A release without a press belongs to a key that something else has seen go down.
-    if (!heldKeys.test(code)) return;
+    if (!heldKeys.test(code)) {
+        return;
+    }
     heldKeys.reset(code);
     ReleaseKey(code);
 }
@@ -125,7 +141,9 @@ void HandleTextInput(const SDL_TextInputEvent& event) {
 void ReleaseHeldKeys() {
     FinishKeyPress();
     for (std::size_t code = 0; code < heldKeys.size(); ++code) {
-        if (!heldKeys.test(code)) continue;
+        if (!heldKeys.test(code)) {
+            continue;
+        }
         heldKeys.reset(code);
         ReleaseKey(static_cast<u8>(code));
     }

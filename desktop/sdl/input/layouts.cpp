@@ -40,10 +40,14 @@ void UseLayoutSource(const LayoutSource* theSource) {
 
 static char32_t Character(xkb_keymap* keymap, u8 code, bool shift, u32 group) {
     for (const KeyName& key : kKeyNames) {
-        if (key.code != code) continue;
+        if (key.code != code) {
+            continue;
+        }
         const xkb_keycode_t keycode = xkb_keymap_key_by_name(keymap, key.name);
         const State state(xkb_state_new(keymap), xkb_state_unref);
-        if (keycode == XKB_KEYCODE_INVALID || state == nullptr) return 0;
+        if (keycode == XKB_KEYCODE_INVALID || state == nullptr) {
+            return 0;
+        }
         const xkb_mod_index_t index = xkb_keymap_mod_get_index(keymap, XKB_MOD_NAME_SHIFT);
         const xkb_mod_mask_t held = shift && index != XKB_MOD_INVALID ? 1u << index : 0;
         xkb_state_update_mask(state.get(), held, 0, 0, 0, 0, group);
@@ -54,14 +58,18 @@ static char32_t Character(xkb_keymap* keymap, u8 code, bool shift, u32 group) {
 
 static bool IsLayoutKey(u8 code) {
     for (const KeyName& key : kKeyNames) {
-        if (key.code == code) return true;
+        if (key.code == code) {
+            return true;
+        }
     }
     return false;
 }
 
 std::optional<KeyCharacters> CharactersOnKey(u8 code, std::optional<u32> group) {
     xkb_keymap* const keymap = source != nullptr && IsLayoutKey(code) ? source->keymap() : nullptr;
-    if (keymap == nullptr) return std::nullopt;
+    if (keymap == nullptr) {
+        return std::nullopt;
+    }
     const u32 layout = group ? *group : source->group();
     return KeyCharacters{Character(keymap, code, false, layout),
                          Character(keymap, code, true, layout)};
@@ -73,7 +81,9 @@ static bool IsLatinLayout(xkb_keymap* keymap, u32 group) {
     std::bitset<26> letters;
     for (const KeyName& key : kKeyNames) {
         const char32_t character = Character(keymap, key.code, false, group);
-        if (character >= 'a' && character <= 'z') letters.set(character - 'a');
+        if (character >= 'a' && character <= 'z') {
+            letters.set(character - 'a');
+        }
     }
     return letters.count() >= kHalfOfTheAlphabet;
 }
@@ -88,9 +98,13 @@ std::string LatinText(u8 code, const std::string& text) {
     xkb_keymap* const keymap = source != nullptr && IsLayoutKey(code) ? source->keymap() : nullptr;
     if (keymap != nullptr && !text.empty() && !IsLatinLetter(text)) {
         // A sign on a Latin layout is meant; on another one it lies where a letter may be wanted.
-        if (IsLatinLayout(keymap, source->group())) return text;
+        if (IsLatinLayout(keymap, source->group())) {
+            return text;
+        }
         for (u32 group = 0; group < xkb_keymap_num_layouts(keymap); ++group) {
-            if (!IsLatinLayout(keymap, group)) continue;
+            if (!IsLatinLayout(keymap, group)) {
+                continue;
+            }
             const char32_t latin = Character(keymap, code, false, group);
             return latin != 0 ? Utf8(latin) : text;
         }

@@ -39,11 +39,15 @@ u32 ButtonNumber(u8 sdlButton) {
 }
 
 void HandleMouseButton(const SDL_MouseButtonEvent& event) {
-    if (event.button == 0) return;
+    if (event.button == 0) {
+        return;
+    }
     const u32 button = ButtonNumber(event.button);
     const u32 bit = 1u << button;
     // A bar beside the view is nothing that can be pressed.
-    if (event.state == SDL_PRESSED && !IsOnView(event.x, event.y)) return;
+    if (event.state == SDL_PRESSED && !IsOnView(event.x, event.y)) {
+        return;
+    }
     SetPointer(event.x, event.y);
     if (event.state == SDL_PRESSED) {
         heldButtons |= bit;
@@ -56,7 +60,9 @@ void HandleMouseButton(const SDL_MouseButtonEvent& event) {
 
 void MovePointer(i32 x, i32 y) {
     const InsideDesktop inside;
-    if (gameWindow == nullptr || DisplayLoss() != Loss::None) return;
+    if (gameWindow == nullptr || DisplayLoss() != Loss::None) {
+        return;
+    }
     pointerX = x;
     pointerY = y;
     moved = true;
@@ -68,7 +74,9 @@ void HandleMouseMotion(const SDL_MouseMotionEvent& event) {
     const Point before = {pointerX, pointerY};
     SetPointer(event.x, event.y);
     const bool stays = before == Point{pointerX, pointerY};
-    if (std::exchange(moved, false) && stays) return;
+    if (std::exchange(moved, false) && stays) {
+        return;
+    }
     if (heldButtons == 0) {
         Tell(desktopEvents.mouseMoved, pointerX, pointerY);
     } else {
@@ -96,13 +104,17 @@ void HandleMouseWheel(const SDL_MouseWheelEvent& event) {
     // when the wheel goes left.
     const i32 x = WholeNotches(leftOverX, -static_cast<double>(event.preciseX));
     const i32 y = WholeNotches(leftOverY, static_cast<double>(event.preciseY));
-    if (x == 0 && y == 0) return;
+    if (x == 0 && y == 0) {
+        return;
+    }
     Tell(desktopEvents.scrollWheel, WheelDelta(x), WheelDelta(y), pointerX, pointerY);
 }
 
 void ReleaseHeldButtons() {
     for (u32 button = 0; button < 32; ++button) {
-        if ((heldButtons >> button & 1) == 0) continue;
+        if ((heldButtons >> button & 1) == 0) {
+            continue;
+        }
         heldButtons &= ~(1u << button);
         Tell(desktopEvents.mouseUp, button, pointerX, pointerY);
     }

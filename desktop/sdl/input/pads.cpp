@@ -47,11 +47,15 @@ constinit Axes toldAxes = {};
 
 void TellButtons() {
     u32 buttons = 0;
-    for (const Pad& pad : pads) buttons |= pad.buttons;
+    for (const Pad& pad : pads) {
+        buttons |= pad.buttons;
+    }
     const u32 changed = buttons ^ toldButtons;
     toldButtons = buttons;
     for (u32 i = 0; i < kPadButtonCount; ++i) {
-        if ((changed >> i & 1) == 0) continue;
+        if ((changed >> i & 1) == 0) {
+            continue;
+        }
         Tell(desktopEvents.padButton, static_cast<PadButton>(i), (buttons >> i & 1) != 0);
     }
 }
@@ -60,9 +64,13 @@ void TellAxes() {
     for (u32 i = 0; i < kPadAxisCount; ++i) {
         double furthest = 0;
         for (const Pad& pad : pads) {
-            if (std::abs(pad.axes[i]) > std::abs(furthest)) furthest = pad.axes[i];
+            if (std::abs(pad.axes[i]) > std::abs(furthest)) {
+                furthest = pad.axes[i];
+            }
         }
-        if (furthest == toldAxes[i]) continue;
+        if (furthest == toldAxes[i]) {
+            continue;
+        }
         toldAxes[i] = furthest;
         Tell(desktopEvents.padAxis, static_cast<PadAxis>(i), furthest);
     }
@@ -82,15 +90,21 @@ Pad* PadOf(SDL_JoystickID id) {
 
 void AddPad(int index) {
     SDL_GameController* const controller = SDL_GameControllerOpen(index);
-    if (controller == nullptr) return;
+    if (controller == nullptr) {
+        return;
+    }
     const SDL_JoystickID id = SDL_JoystickInstanceID(SDL_GameControllerGetJoystick(controller));
     // SDL counts how often it has been opened.
-    if (PadOf(id) != nullptr) return SDL_GameControllerClose(controller);
+    if (PadOf(id) != nullptr) {
+        return SDL_GameControllerClose(controller);
+    }
     pads.push_back({.controller = controller, .id = id});
 }
 
 void RemovePad(SDL_JoystickID id) {
-    if (const Pad* const pad = PadOf(id)) SDL_GameControllerClose(pad->controller);
+    if (const Pad* const pad = PadOf(id)) {
+        SDL_GameControllerClose(pad->controller);
+    }
     std::erase_if(pads, [id](const Pad& pad) { return pad.id == id; });
 }
 
@@ -101,14 +115,18 @@ void TakePadEvent(const SDL_Event& event) {
         case SDL_CONTROLLERBUTTONDOWN:
         case SDL_CONTROLLERBUTTONUP: {
             Pad* const pad = PadOf(event.cbutton.which);
-            if (pad == nullptr || event.cbutton.button >= kPadButtonCount) break;
+            if (pad == nullptr || event.cbutton.button >= kPadButtonCount) {
+                break;
+            }
             const u32 bit = 1u << event.cbutton.button;
             pad->buttons = (pad->buttons & ~bit) | (event.cbutton.state == SDL_PRESSED ? bit : 0);
             break;
         }
         case SDL_CONTROLLERAXISMOTION: {
             Pad* const pad = PadOf(event.caxis.which);
-            if (pad == nullptr || event.caxis.axis >= kPadAxisCount) break;
+            if (pad == nullptr || event.caxis.axis >= kPadAxisCount) {
+                break;
+            }
             pad->axes[event.caxis.axis] = AxisValue(event.caxis.value);
             break;
         }
@@ -133,7 +151,9 @@ void StartPads() {
 }
 
 void StopPads() {
-    for (const Pad& pad : pads) SDL_GameControllerClose(pad.controller);
+    for (const Pad& pad : pads) {
+        SDL_GameControllerClose(pad.controller);
+    }
     pads.clear();
     toldButtons = 0;
     toldAxes = {};
@@ -141,7 +161,9 @@ void StopPads() {
 }
 
 void LookAtPads(u64 now) {
-    if (!started || now < nextLook) return;
+    if (!started || now < nextLook) {
+        return;
+    }
     SDL_GameControllerUpdate();
     // Taken here, so that none of them comes between a key and its text.
     SDL_Event event;
@@ -152,7 +174,9 @@ void LookAtPads(u64 now) {
 }
 
 bool HandlePadEvent(const SDL_Event& event) {
-    if (event.type < kFirstPadEvent || event.type > kLastPadEvent) return false;
+    if (event.type < kFirstPadEvent || event.type > kLastPadEvent) {
+        return false;
+    }
     TakePadEvent(event);
     return true;
 }

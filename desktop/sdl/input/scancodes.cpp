@@ -149,7 +149,9 @@ constexpr Position kPositions[] = {
 consteval std::array<u8, SDL_NUM_SCANCODES> TableOfCodes() {
     std::array<u8, SDL_NUM_SCANCODES> table{};
     table.fill(kNoKeyCode);
-    for (const Position& position : kPositions) table[position.scancode] = position.code;
+    for (const Position& position : kPositions) {
+        table[position.scancode] = position.code;
+    }
     return table;
 }
 

@@ -44,9 +44,13 @@ static Reply<xcb_generic_event_t> NextEvent() {
     xcb_flush(connection);
     while (std::chrono::steady_clock::now() < transferEnd) {
         Reply<xcb_generic_event_t> event(xcb_poll_for_event(connection));
-        if (event != nullptr || xcb_connection_has_error(connection) != 0) return event;
+        if (event != nullptr || xcb_connection_has_error(connection) != 0) {
+            return event;
+        }
         pollfd server = {xcb_get_file_descriptor(connection), POLLIN, 0};
-        if (poll(&server, 1, kPatienceMilliseconds) <= 0) return nullptr;
+        if (poll(&server, 1, kPatienceMilliseconds) <= 0) {
+            return nullptr;
+        }
     }
     return nullptr;
 }
@@ -65,12 +69,18 @@ static xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
                                    xcb_get_property(connection, 0, requestor, property,
                                                     XCB_GET_PROPERTY_TYPE_ANY, at, kWords),
                                    nullptr));
-        if (reply == nullptr) return kNoAtom;
+        if (reply == nullptr) {
+            return kNoAtom;
+        }
         const auto* const bytes = static_cast<const char*>(xcb_get_property_value(reply.get()));
         const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
         type = reply->type;
-        if (reply->format == 8) text.append(bytes, length);
-        if (reply->bytes_after == 0 || length == 0 || text.size() > kLongestText) break;
+        if (reply->format == 8) {
+            text.append(bytes, length);
+        }
+        if (reply->bytes_after == 0 || length == 0 || text.size() > kLongestText) {
+            break;
+        }
         at += static_cast<u32>(length / 4);
     }
     xcb_delete_property(connection, requestor, property);
@@ -81,14 +91,24 @@ static xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
 static bool TakePieces(xcb_atom_t property, std::string& text) {
     while (text.size() <= kLongestText) {
         const Reply<xcb_generic_event_t> event = NextEvent();
-        if (event == nullptr) return false;
-        if (TypeOf(*event) != XCB_PROPERTY_NOTIFY) continue;
+        if (event == nullptr) {
+            return false;
+        }
+        if (TypeOf(*event) != XCB_PROPERTY_NOTIFY) {
+            continue;
+        }
         const auto* const change =
             reinterpret_cast<const xcb_property_notify_event_t*>(event.get());
-        if (change->atom != property || change->state != XCB_PROPERTY_NEW_VALUE) continue;
+        if (change->atom != property || change->state != XCB_PROPERTY_NEW_VALUE) {
+            continue;
+        }
         const std::size_t before = text.size();
-        if (TakeProperty(property, text) == kNoAtom) return false;
-        if (text.size() == before) return true;
+        if (TakeProperty(property, text) == kNoAtom) {
+            return false;
+        }
+        if (text.size() == before) {
+            return true;
+        }
     }
     return true;
 }
@@ -102,45 +122,71 @@ static std::optional<std::string> TakeAs(xcb_atom_t selection, xcb_atom_t target
     xcb_convert_selection(connection, requestor, selection, target, property, XCB_CURRENT_TIME);
     for (;;) {
         const Reply<xcb_generic_event_t> event = NextEvent();
-        if (event == nullptr) return std::nullopt;
-        if (TypeOf(*event) != XCB_SELECTION_NOTIFY) continue;
+        if (event == nullptr) {
+            return std::nullopt;
+        }
+        if (TypeOf(*event) != XCB_SELECTION_NOTIFY) {
+            continue;
+        }
         const auto* const answer =
             reinterpret_cast<const xcb_selection_notify_event_t*>(event.get());
-        if (answer->target != target) continue;
-        if (answer->property == kNoAtom) return std::nullopt;
+        if (answer->target != target) {
+            continue;
+        }
+        if (answer->property == kNoAtom) {
+            return std::nullopt;
+        }
         break;
     }
     std::string text;
     const xcb_atom_t type = TakeProperty(property, text);
-    if (type == kNoAtom) return std::nullopt;
-    if (type != AtomOf("INCR")) return text;
+    if (type == kNoAtom) {
+        return std::nullopt;
+    }
+    if (type != AtomOf("INCR")) {
+        return text;
+    }
     text.clear();
     xcb_flush(connection);  // that it is deleted asks for the first piece
-    if (!TakePieces(property, text)) return std::nullopt;
+    if (!TakePieces(property, text)) {
+        return std::nullopt;
+    }
     return text;
 }
 
 static std::string FromLatin1(const std::string& text) {
     std::string utf8;
-    for (const char c : text) AppendUtf8(utf8, static_cast<u8>(c));
+    for (const char c : text) {
+        AppendUtf8(utf8, static_cast<u8>(c));
+    }
     return utf8;
 }
 
 std::optional<std::string> X11ClipboardText(unsigned long window, bool othersToo, bool& own) {
     own = false;
-    if (connection == nullptr || xcb_connection_has_error(connection) != 0) return std::nullopt;
+    if (connection == nullptr || xcb_connection_has_error(connection) != 0) {
+        return std::nullopt;
+    }
     const xcb_atom_t clipboard = AtomOf("CLIPBOARD");
     const Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
         connection, xcb_get_selection_owner(connection, clipboard), nullptr));
-    if (owner == nullptr || owner->owner == XCB_WINDOW_NONE) return std::nullopt;
+    if (owner == nullptr || owner->owner == XCB_WINDOW_NONE) {
+        return std::nullopt;
+    }
     // A program's windows have the same upper bits.
     const u32 program = ~xcb_get_setup(connection)->resource_id_mask;
     own = (owner->owner & program) == (static_cast<u32>(window) & program);
-    if (own || !othersToo) return std::nullopt;
+    if (own || !othersToo) {
+        return std::nullopt;
+    }
     transferEnd = std::chrono::steady_clock::now() + kLongestTransfer;
-    if (std::optional<std::string> text = TakeAs(clipboard, AtomOf("UTF8_STRING"))) return text;
+    if (std::optional<std::string> text = TakeAs(clipboard, AtomOf("UTF8_STRING"))) {
+        return text;
+    }
     const std::optional<std::string> text = TakeAs(clipboard, XCB_ATOM_STRING);
-    if (!text) return std::nullopt;
+    if (!text) {
+        return std::nullopt;
+    }
     return FromLatin1(*text);
 }
 

@@ -13,9 +13,13 @@ static constinit std::atomic<u64> lossTime = 0;
 
 static void NoteLoss(Loss what) {
     Loss none = Loss::None;
-    if (loss == Loss::None) lossTime = Nanoseconds();
+    if (loss == Loss::None) {
+        lossTime = Nanoseconds();
+    }
     // A lost connection outdoes a lost window.
-    if (!loss.compare_exchange_strong(none, what) && what == Loss::Connection) loss = what;
+    if (!loss.compare_exchange_strong(none, what) && what == Loss::Connection) {
+        loss = what;
+    }
 }
 
 Loss DisplayLoss() {
@@ -33,11 +37,15 @@ void WatchDisplay(SDL_Window* window) {
 
 void LookWhetherWindowExists() {
     SDL_Rect content;
-    if (loss == Loss::None) AskX11ForWindow(gameWindow, content);
+    if (loss == Loss::None) {
+        AskX11ForWindow(gameWindow, content);
+    }
 }
 
 bool NoteLostWayland() {
-    if (!WaylandConnectionIsBroken(gameWindow)) return false;
+    if (!WaylandConnectionIsBroken(gameWindow)) {
+        return false;
+    }
     NoteLoss(Loss::Connection);
     return true;
 }

@@ -23,7 +23,9 @@ bool MainThreadIsInside() {
 }
 
 bool EnterGate() {
-    if (inside) return false;
+    if (inside) {
+        return false;
+    }
     gate.lock();
     inside = true;
     return true;

@@ -23,7 +23,9 @@ void UnlockGate();
 struct InsideDesktop {
     InsideDesktop() : entered(EnterGate()) {}
     ~InsideDesktop() {
-        if (entered) LeaveGate();
+        if (entered) {
+            LeaveGate();
+        }
     }
     InsideDesktop(const InsideDesktop&) = delete;
     InsideDesktop& operator=(const InsideDesktop&) = delete;
@@ -33,10 +35,14 @@ struct InsideDesktop {
 // For calls of the application's handlers.
 struct OutsideDesktop {
     OutsideDesktop() : left(MainThreadIsInside()) {
-        if (left) LeaveGate();
+        if (left) {
+            LeaveGate();
+        }
     }
     ~OutsideDesktop() {
-        if (left) EnterGate();
+        if (left) {
+            EnterGate();
+        }
     }
     OutsideDesktop(const OutsideDesktop&) = delete;
     OutsideDesktop& operator=(const OutsideDesktop&) = delete;

@@ -63,7 +63,9 @@ void QueueOnMain(void (*work)()) {
         const std::lock_guard lock(workLock);
         queuedWork->push_back(work);
     }
-    if (IsMainThread()) return;
+    if (IsMainThread()) {
+        return;
+    }
     SDL_Event wake{};
     wake.type = wakeEvent;
     SDL_PushEvent(&wake);
@@ -98,7 +100,9 @@ static void RunOneQueued() {
     void (*work)() = nullptr;
     {
         const std::lock_guard lock(workLock);
-        if (queuedWork->empty()) return;  // something nested in other work has run it
+        if (queuedWork->empty()) {
+            return;  // something nested in other work has run it
+        }
         work = queuedWork->front();
         queuedWork->pop_front();
     }
@@ -122,24 +126,36 @@ static bool IsForGameWindow(const SDL_Event& event) {
 
 // SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
 static void HandleQuitEvent() {
-    if (!NoteLostWayland()) RequestTerminate();
+    if (!NoteLostWayland()) {
+        RequestTerminate();
+    }
 }
 
 static void HandleDrop(const SDL_DropEvent& event) {
     const std::string path = event.file != nullptr ? event.file : "";
     SDL_free(event.file);
-    if (path.empty()) return;
+    if (path.empty()) {
+        return;
+    }
     const OutsideDesktop outside;
     desktopEvents.fileDropped(path);
 }
 
 static void HandleEvent(const SDL_Event& event) {
-    if (!IsForGameWindow(event)) return;
-    if (HandlePadEvent(event)) return;
+    if (!IsForGameWindow(event)) {
+        return;
+    }
+    if (HandlePadEvent(event)) {
+        return;
+    }
     // A press waits for its own text alone.
-    if (event.type != SDL_TEXTINPUT) FinishKeyPress();
+    if (event.type != SDL_TEXTINPUT) {
+        FinishKeyPress();
+    }
     // Input comes to the window as it is then.
-    if (event.type != SDL_WINDOWEVENT && !KeyPressIsHeldBack()) SettleWindow();
+    if (event.type != SDL_WINDOWEVENT && !KeyPressIsHeldBack()) {
+        SettleWindow();
+    }
     switch (event.type) {
         case SDL_KEYDOWN: HandleKeyDown(event.key); break;
         case SDL_KEYUP: HandleKeyUp(event.key); break;
@@ -181,8 +197,12 @@ static void EndWithoutWindow() {
 }
 
 static void ServeRequests() {
-    if (ended) return;
-    if (DisplayLoss() != Loss::None) return EndWithoutWindow();
+    if (ended) {
+        return;
+    }
+    if (DisplayLoss() != Loss::None) {
+        return EndWithoutWindow();
+    }
     if (closeRequested) {
         closeRequested = false;
         if (gameWindow != nullptr && Ask(desktopEvents.windowShouldClose)) {
@@ -198,7 +218,9 @@ static void ServeRequests() {
     if (quitRequest.compare_exchange_strong(made, QuitRequest::BeingAnswered)) {
         const bool terminates = Ask(desktopEvents.shouldTerminate);
         NoteQuitAnswer();
-        if (terminates) End();
+        if (terminates) {
+            End();
+        }
     }
 }
 
@@ -210,14 +232,18 @@ static void HandleEvents(SDL_Event& event) {
         // The text of a press has come with it, and would be no text of a key in the next turn.
     } while (!ended && (Nanoseconds() < until || KeyPressIsHeldBack()) &&
              SDL_PollEvent(&event) != 0);
-    if (!ended) FinishKeyPress();
+    if (!ended) {
+        FinishKeyPress();
+    }
 }
 
 static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
     u64 now = Nanoseconds();
     const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
     const u64 milliseconds = wait / kNanosecondsPerMillisecond;
-    if (SDL_WaitEventTimeout(&event, static_cast<int>(milliseconds)) != 0) return true;
+    if (SDL_WaitEventTimeout(&event, static_cast<int>(milliseconds)) != 0) {
+        return true;
+    }
     now = Nanoseconds();
     // SDL waits for whole milliseconds; what remains is too short to be noticed by anyone who
     // types, and too long to be burnt.
@@ -242,11 +268,17 @@ static ServerWait WaitWithoutSdl(u64 deadline) {
 // Waits for an event until the deadline at the latest. Asks for events even when it is over.
 static bool WaitForEvent(SDL_Event& event, u64 deadline) {
     const ServerWait wait = WaitWithoutSdl(deadline);
-    if (wait == ServerWait::Silent) return false;
-    if (wait == ServerWait::Spoken) deadline = 0;
+    if (wait == ServerWait::Silent) {
+        return false;
+    }
+    if (wait == ServerWait::Spoken) {
+        deadline = 0;
+    }
     const bool found = WaitForSdlEvent(event, deadline);
     const u64 now = Nanoseconds();
-    if (found) quietFrom = now + kLivelyNanoseconds;
+    if (found) {
+        quietFrom = now + kLivelyNanoseconds;
+    }
     nextPumping = now < quietFrom ? now : now + kQuietNanoseconds;
     return found;
 }
@@ -258,8 +290,12 @@ static std::size_t QueuedWorkCount() {
 
 // When there is something to do though no event has come.
 static u64 NextTurn() {
-    if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) return 0;
-    if (RedrawIsWaiting() || QueuedWorkCount() > 0) return 0;
+    if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) {
+        return 0;
+    }
+    if (RedrawIsWaiting() || QueuedWorkCount() > 0) {
+        return 0;
+    }
     const u64 next = std::min(NextSettling(), NextPadLook());
     return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
 }
@@ -271,21 +307,31 @@ void RunEventLoop() {
     while (!ended) {
         NoteTurn();
         SDL_Event event;
-        if (WaitForEvent(event, NextTurn())) HandleEvents(event);
+        if (WaitForEvent(event, NextTurn())) {
+            HandleEvents(event);
+        }
         ServeRequests();
-        if (ended) break;
+        if (ended) {
+            break;
+        }
         SettleWindow();
         LookAtPads(Nanoseconds());
         TellScreenChanges();
-        if (DisplayLoss() != Loss::None) continue;
+        if (DisplayLoss() != Loss::None) {
+            continue;
+        }
         // Work that queues more work comes again in the next turn.
-        for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) RunOneQueued();
+        for (std::size_t waiting = QueuedWorkCount(); waiting > 0; --waiting) {
+            RunOneQueued();
+        }
         ServeRedraw();
         ShowNewPixels();
         // Timers stand still while the user drags the border: a module's ticks, which nobody takes
         // from the queue meanwhile, would fill it before the new size, and in the end keep that
         // out.
-        if (!IsInLiveResize()) FireDueTimer(timers, Nanoseconds(), Nanoseconds, Tell<void>);
+        if (!IsInLiveResize()) {
+            FireDueTimer(timers, Nanoseconds(), Nanoseconds, Tell<void>);
+        }
     }
 }
 
@@ -298,7 +344,9 @@ void SleepWithRedraw(u64 milliseconds) {
         SDL_PumpEvents();
         NotePumping();
         const u64 now = Nanoseconds();
-        if (now >= until) break;
+        if (now >= until) {
+            break;
+        }
         const OutsideDesktop outside;
         std::this_thread::sleep_for(std::chrono::nanoseconds(std::min(until - now, kSleepSlice)));
     }

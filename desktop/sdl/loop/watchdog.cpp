@@ -66,13 +66,21 @@ static Waiting LookAtQueue() {
                                      SDL_WINDOWEVENT, SDL_WINDOWEVENT);
     for (int i = 0; i < count; ++i) {
         const SDL_WindowEvent& event = events[static_cast<std::size_t>(i)].window;
-        if (!IsGameWindow(event.windowID)) continue;
-        if (event.event == SDL_WINDOWEVENT_CLOSE) ++waiting.closeRequests;
-        if (event.event == SDL_WINDOWEVENT_EXPOSED) waiting.exposed = true;
+        if (!IsGameWindow(event.windowID)) {
+            continue;
+        }
+        if (event.event == SDL_WINDOWEVENT_CLOSE) {
+            ++waiting.closeRequests;
+        }
+        if (event.event == SDL_WINDOWEVENT_EXPOSED) {
+            waiting.exposed = true;
+        }
     }
     waiting.closeRequests += SDL_PeepEvents(events.data(), static_cast<int>(events.size()),
                                             SDL_PEEKEVENT, SDL_QUIT, SDL_QUIT);
-    if (quitRequest == QuitRequest::Made) ++waiting.closeRequests;
+    if (quitRequest == QuitRequest::Made) {
+        ++waiting.closeRequests;
+    }
     return waiting;
 }
 
@@ -100,7 +108,9 @@ static void EndByForce() {
 
 bool EndIsForced() {
     // Whoever sends a signal does not look at a box.
-    if (SignalHasWaitedLong()) return true;
+    if (SignalHasWaitedLong()) {
+        return true;
+    }
     ForcedEnd wanted = ForcedEnd::Wanted;
     return forcedEnd.compare_exchange_strong(wanted, ForcedEnd::Taken);
 }
@@ -114,7 +124,9 @@ static void OfferToEnd() {
                               "which loses what it has not saved.",
                           {"Wait", "End"},
                           kWaitButton};
-    if (ShowBox(text, IsTurningAgain) != kEndButton) return;
+    if (ShowBox(text, IsTurningAgain) != kEndButton) {
+        return;
+    }
     SystemLog("ended by the user while it did not answer");
     EndByForce();
 }
@@ -124,19 +136,30 @@ static void Watch(Request& request) {
     if (DisplayLoss() != Loss::None) {
         // There is no window left to ask in. The application gets the same time to come back.
         if (now - DisplayLossTime() < kPatienceNanoseconds ||
-            now - LastTurn() < kPatienceNanoseconds)
+            now - LastTurn() < kPatienceNanoseconds) {
             return;
+        }
         SystemLog("ended while it did not answer, with its window gone");
         desktopEvents.willEndByForce();
         _exit(1);
     }
-    if (now - LastPumping() < kBusyNanoseconds && now - LastTurn() < kPatienceNanoseconds) return;
-    if (!TryLockGate()) return;  // the main thread is here itself, and well
+    if (now - LastPumping() < kBusyNanoseconds && now - LastTurn() < kPatienceNanoseconds) {
+        return;
+    }
+    if (!TryLockGate()) {
+        return;  // the main thread is here itself, and well
+    }
     SDL_PumpEvents();
     const Waiting waiting = LookAtQueue();
-    if (waiting.exposed) ShowViewFromOtherThread();
-    if (waiting.closeRequests < request.count) request = {};  // they have been taken
-    if (waiting.closeRequests > request.count) request = {waiting.closeRequests, now, 0};
+    if (waiting.exposed) {
+        ShowViewFromOtherThread();
+    }
+    if (waiting.closeRequests < request.count) {
+        request = {};  // they have been taken
+    }
+    if (waiting.closeRequests > request.count) {
+        request = {waiting.closeRequests, now, 0};
+    }
     const u64 question = QuestionSince();
     const bool isOverdue = request.since != 0 && now - request.since > kPatienceNanoseconds;
     const bool isStuck = question != 0 && question != request.question && now > question &&
@@ -161,7 +184,9 @@ static void RunWatchdog() {
 }
 
 void StartWatchdog() {
-    if (watchdog != nullptr) return;
+    if (watchdog != nullptr) {
+        return;
+    }
     // Its first use must not come at the same time in two threads.
     FcInit();
     NoteTurn();
@@ -170,7 +195,9 @@ void StartWatchdog() {
 }
 
 void StopWatchdog() {
-    if (watchdog == nullptr) return;
+    if (watchdog == nullptr) {
+        return;
+    }
     {
         const std::lock_guard lock(stopLock);
         stopping = true;

@@ -51,9 +51,13 @@ static void DrawOverlay(const Box& box) {
 }
 
 static void DrawBoxWindow(const Box& box) {
-    if (box.overlay != nullptr) return DrawOverlay(box);
+    if (box.overlay != nullptr) {
+        return DrawOverlay(box);
+    }
     SDL_Surface* target = SDL_GetWindowSurface(box.window);
-    if (target == nullptr) return;
+    if (target == nullptr) {
+        return;
+    }
     // A desktop that tiles windows may have made it larger.
     cairo_surface_t* drawn = cairo_image_surface_create(CAIRO_FORMAT_RGB24, std::max(target->w, 1),
                                                         std::max(target->h, 1));
@@ -87,16 +91,22 @@ static SDL_Point PlaceInGameWindow(const Box& box) {
 // when a box goes away that had it. A box in the game's own window takes it from nobody.
 static bool OpenBoxInGameWindow(Box& box) {
     SDL_Window* const game = gameWindow;
-    if (game == nullptr || (SDL_GetWindowFlags(game) & SDL_WINDOW_SHOWN) == 0) return false;
+    if (game == nullptr || (SDL_GetWindowFlags(game) & SDL_WINDOW_SHOWN) == 0) {
+        return false;
+    }
     int width = 0;
     int height = 0;
     SDL_GetWindowSize(game, &width, &height);
     box.layout = LayOutBox(box.text->message, box.text->buttons, width, height, 1);
     box.place = PlaceInGameWindow(box);
     // The window is there only once it has shown something.
-    if (IsMainThread()) ShowView();
+    if (IsMainThread()) {
+        ShowView();
+    }
     box.overlay = OpenOverlay(game, box.place.x, box.place.y);
-    if (box.overlay == nullptr) return false;
+    if (box.overlay == nullptr) {
+        return false;
+    }
     box.windowId = SDL_GetWindowID(game);
     DrawOverlay(box);
     return true;
@@ -115,12 +125,16 @@ static bool OpenBoxWindow(Box& box) {
     const int y = usable.y + (usable.h - height) / 2;
     box.place = {0, 0};
     box.window = SDL_CreateWindow(box.text->title.c_str(), x, y, width, height, SDL_WINDOW_HIDDEN);
-    if (box.window == nullptr) return false;
+    if (box.window == nullptr) {
+        return false;
+    }
     NameX11Window(box.window, box.text->title.c_str());
     box.windowId = SDL_GetWindowID(box.window);
     // Before the box is shown this reaches X11 alone. There are Wayland desktops that hide a window
     // when a box that belongs to it goes away.
-    if (parent != nullptr) SDL_SetWindowModalFor(box.window, parent);
+    if (parent != nullptr) {
+        SDL_SetWindowModalFor(box.window, parent);
+    }
     SDL_ShowWindow(box.window);
     SDL_RaiseWindow(box.window);
     DrawBoxWindow(box);
@@ -135,7 +149,9 @@ static void MoveFocus(Box& box, int step) {
 
 static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
     // A key that was down when the box came up presses nothing.
-    if (event.repeat != 0) return;
+    if (event.repeat != 0) {
+        return;
+    }
     switch (event.keysym.scancode) {
         case SDL_SCANCODE_RETURN:
         case SDL_SCANCODE_RETURN2:
@@ -153,12 +169,16 @@ static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
 }
 
 static void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
-    if (event.button != SDL_BUTTON_LEFT) return;
+    if (event.button != SDL_BUTTON_LEFT) {
+        return;
+    }
     const int at = ButtonAt(box.layout, event.x - box.place.x, event.y - box.place.y);
     if (event.state == SDL_PRESSED) {
         box.held = at;
     } else {
-        if (box.held != kNothingPressed && at == box.held) box.result = at;
+        if (box.held != kNothingPressed && at == box.held) {
+            box.result = at;
+        }
         box.held = kNothingPressed;
     }
     DrawBoxWindow(box);
@@ -176,12 +196,16 @@ static void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
 // What the game's window hears of while it holds the box is the game's all the same.
 static bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
     const bool isSized = event.event == SDL_WINDOWEVENT_SIZE_CHANGED;
-    if ((isSized || event.event == SDL_WINDOWEVENT_EXPOSED) && IsMainThread()) ShowView();
+    if ((isSized || event.event == SDL_WINDOWEVENT_EXPOSED) && IsMainThread()) {
+        ShowView();
+    }
     if (isSized) {
         box.place = PlaceInGameWindow(box);
         MoveOverlay(box.overlay, box.place.x, box.place.y);
     }
-    if (event.event == SDL_WINDOWEVENT_CLOSE && IsMainThread()) box.result = box.text->cancelButton;
+    if (event.event == SDL_WINDOWEVENT_CLOSE && IsMainThread()) {
+        box.result = box.text->cancelButton;
+    }
     return false;
 }
 
@@ -189,7 +213,9 @@ static bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
 static bool TakeEvent(Box& box, const SDL_Event& event) {
     switch (event.type) {
         case SDL_KEYDOWN:
-            if (event.key.windowID == box.windowId) HandleBoxKey(box, event.key);
+            if (event.key.windowID == box.windowId) {
+                HandleBoxKey(box, event.key);
+            }
             return true;
         case SDL_KEYUP: return box.window != nullptr && event.key.windowID == box.windowId;
         case SDL_TEXTINPUT:
@@ -197,21 +223,31 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
         case SDL_MOUSEMOTION:
         case SDL_MOUSEWHEEL: return true;
         case SDL_MOUSEBUTTONDOWN:
-            if (event.button.windowID == box.windowId) HandleBoxButton(box, event.button);
+            if (event.button.windowID == box.windowId) {
+                HandleBoxButton(box, event.button);
+            }
             return true;
         case SDL_MOUSEBUTTONUP:
-            if (event.button.windowID != box.windowId) return false;
+            if (event.button.windowID != box.windowId) {
+                return false;
+            }
             HandleBoxButton(box, event.button);
             return box.window != nullptr;
         case SDL_WINDOWEVENT:
-            if (box.window == nullptr) return HandleGameWindowEvent(box, event.window);
+            if (box.window == nullptr) {
+                return HandleGameWindowEvent(box, event.window);
+            }
             if (event.window.windowID == box.windowId) {
                 HandleBoxWindowEvent(box, event.window);
                 return true;
             }
-            if (event.window.event == SDL_WINDOWEVENT_EXPOSED && IsMainThread()) ShowView();
+            if (event.window.event == SDL_WINDOWEVENT_EXPOSED && IsMainThread()) {
+                ShowView();
+            }
             // Whoever clicks on the game must not lose the box.
-            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) GiveKeyboard(box.window);
+            if (event.window.event == SDL_WINDOWEVENT_FOCUS_GAINED) {
+                GiveKeyboard(box.window);
+            }
             return false;
         case SDL_QUIT: box.result = box.text->cancelButton; return false;
         default: return false;
@@ -224,7 +260,9 @@ static bool NextBoxEvent(SDL_Event& event) {
         NoteTurn();
         return SDL_WaitEventTimeout(&event, kWaitMilliseconds) != 0;
     }
-    if (SDL_PollEvent(&event) != 0) return true;
+    if (SDL_PollEvent(&event) != 0) {
+        return true;
+    }
     UnlockGate();
     SDL_Delay(kWaitMilliseconds);
     LockGate();
@@ -234,16 +272,22 @@ static bool NextBoxEvent(SDL_Event& event) {
 // Nobody will press a button any more, or somebody wants the program to end. The box of the
 // watchdog stays then: it is the one that offers the end.
 static bool MustGiveUp() {
-    if (DisplayLoss() != Loss::None) return true;
+    if (DisplayLoss() != Loss::None) {
+        return true;
+    }
     return IsMainThread() && (quitRequest == QuitRequest::Made || SignalIsWaiting());
 }
 
 static void CloseBox(Box& box) {
-    if (box.overlay != nullptr) return CloseOverlay(box.overlay);
+    if (box.overlay != nullptr) {
+        return CloseOverlay(box.overlay);
+    }
     const bool hadKeyboard = (SDL_GetWindowFlags(box.window) & SDL_WINDOW_INPUT_FOCUS) != 0;
     SDL_DestroyWindow(box.window);
     // Not every desktop gives it back by itself.
-    if (hadKeyboard && gameWindow != nullptr) GiveKeyboard(gameWindow);
+    if (hadKeyboard && gameWindow != nullptr) {
+        GiveKeyboard(gameWindow);
+    }
 }
 
 // Events that the box has kept for the game, among them one that asks it to end.
@@ -259,11 +303,15 @@ static bool AskForEnd(const std::vector<SDL_Event>& events) {
 static constinit bool endWasAsked = false;
 
 int ShowBox(const BoxText& text, bool (*stop)()) {
-    if (DisplayLoss() == Loss::Connection) return kNothingPressed;
+    if (DisplayLoss() == Loss::Connection) {
+        return kNothingPressed;
+    }
     FcInit();
     Box box;
     box.text = &text;
-    if (!OpenBoxInGameWindow(box) && !OpenBoxWindow(box)) return kNothingPressed;
+    if (!OpenBoxInGameWindow(box) && !OpenBoxWindow(box)) {
+        return kNothingPressed;
+    }
     std::vector<SDL_Event> forLater;  // the game window's
     while (box.result == kNothingPressed && !(stop != nullptr && stop())) {
         if (MustGiveUp()) {
@@ -271,13 +319,21 @@ int ShowBox(const BoxText& text, bool (*stop)()) {
             break;
         }
         SDL_Event event;
-        if (!NextBoxEvent(event)) continue;
-        if (!TakeEvent(box, event)) forLater.push_back(event);
+        if (!NextBoxEvent(event)) {
+            continue;
+        }
+        if (!TakeEvent(box, event)) {
+            forLater.push_back(event);
+        }
     }
     endWasAsked = AskForEnd(forLater) || MustGiveUp();
-    if (DisplayLoss() == Loss::Connection) return box.result;
+    if (DisplayLoss() == Loss::Connection) {
+        return box.result;
+    }
     CloseBox(box);
-    for (SDL_Event& event : forLater) SDL_PushEvent(&event);
+    for (SDL_Event& event : forLater) {
+        SDL_PushEvent(&event);
+    }
     return box.result;
 }
 

@@ -103,7 +103,9 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
     BoxLayout box;
     for (i32 size = kLargestFont; size >= kSmallestFont; --size) {
         box = LayOut(context, message, buttons, widest, size);
-        if (box.height <= highest) break;
+        if (box.height <= highest) {
+            break;
+        }
     }
     cairo_destroy(context);
     cairo_surface_destroy(surface);
@@ -111,7 +113,9 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
         // Text that is too long even so loses its end and not the buttons.
         const i32 excess = box.height - highest;
         box.message.height = std::max(box.message.height - excess, kSignSize);
-        for (Area& button : box.buttons) button.y -= excess;
+        for (Area& button : box.buttons) {
+            button.y -= excess;
+        }
         box.height = highest;
     }
     box.scale = scale;

@@ -32,7 +32,9 @@ void RepeatPixelsHere(u32* to, const u32* from, const i32* ends, i32 first, std:
     for (std::size_t i = 0; i < count; ++i) {
         const i32 end = ends[i];
         const auto pixel = hn::Set(d, from[i]);
-        for (i32 x = at; x < end; x += lanes) hn::StoreU(pixel, d, to + (x - first));
+        for (i32 x = at; x < end; x += lanes) {
+            hn::StoreU(pixel, d, to + (x - first));
+        }
         at = end;
     }
 }
@@ -222,7 +224,9 @@ void DrawSharp(const Job& job) {
         const u32* const source = SourceRow(job, sourceRow, firstPixel, count);
         HWY_DYNAMIC_DISPATCH(RepeatPixelsHere)
         (drawn.data(), source, work.ends.data(), job.columns.first, count);
-        for (; row < end; ++row) std::memcpy(job.RowOf(row), drawn.data(), job.Width() * 4);
+        for (; row < end; ++row) {
+            std::memcpy(job.RowOf(row), drawn.data(), job.Width() * 4);
+        }
     }
 }
 
@@ -271,7 +275,9 @@ Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& pla
     const i32 top = std::max(changed.y, 0);
     const i32 right = std::min(changed.x + changed.width, from.width);
     const i32 bottom = std::min(changed.y + changed.height, from.height);
-    if (left >= right || top >= bottom || place.width <= 0 || place.height <= 0) return {};
+    if (left >= right || top >= bottom || place.width <= 0 || place.height <= 0) {
+        return {};
+    }
     const Axis across = {from.width, place.width};
     const Axis down = {from.height, place.height};
     const Job job = {from,
@@ -281,7 +287,9 @@ Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& pla
                      down,
                      PlacesOf(across, left, right, place.x, to.width, smooth),
                      PlacesOf(down, top, bottom, place.y, to.height, smooth)};
-    if (job.columns.first >= job.columns.end || job.rows.first >= job.rows.end) return {};
+    if (job.columns.first >= job.columns.end || job.rows.first >= job.rows.end) {
+        return {};
+    }
     if (smooth) {
         DrawSmooth(job);
     } else {

@@ -31,7 +31,9 @@ Area WithBorders(const Area& content, const Borders& borders) {
 
 Area TouchedPixels(const ViewRect& rect, ViewSize view) {
     const ViewRect inside = Clipped(rect, view);
-    if (IsEmpty(inside)) return {};
+    if (IsEmpty(inside)) {
+        return {};
+    }
     const i32 left = static_cast<i32>(std::floor(inside.x));
     const i32 right = static_cast<i32>(std::ceil(inside.x + inside.width));
     const i32 bottom = static_cast<i32>(std::floor(inside.y));

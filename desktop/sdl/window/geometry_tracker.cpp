@@ -35,7 +35,9 @@ void HoldNews(GeometryTracker& tracker, u64 now) {
 }
 
 GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now) {
-    if (now < tracker.heldUntil) return {};
+    if (now < tracker.heldUntil) {
+        return {};
+    }
     tracker.heldUntil = 0;
     std::erase_if(tracker.outlived, [now](const auto& each) { return each.until <= now; });
 
@@ -59,9 +61,13 @@ GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64
 }
 
 u64 NextObservation(const GeometryTracker& tracker) {
-    if (tracker.heldUntil != 0) return tracker.heldUntil;
+    if (tracker.heldUntil != 0) {
+        return tracker.heldUntil;
+    }
     u64 next = kNever;
-    for (const auto& each : tracker.outlived) next = std::min(next, each.until);
+    for (const auto& each : tracker.outlived) {
+        next = std::min(next, each.until);
+    }
     return next;
 }
 
@@ -70,7 +76,9 @@ static bool IsInPieces(FrameWatch& watch, const Placement& placement, const Bord
     const bool fits = WithBorders(placement.content, placement.borders) == placement.frame;
     watch.framesFit = watch.framesFit || fits;
     const bool differs = placement.borders != known;
-    if (!watch.framesFit) return differs;
+    if (!watch.framesFit) {
+        return differs;
+    }
     // Reports of the content come later than the borders can be asked for.
     return !fits || (differs && reported != placement.content);
 }
@@ -85,7 +93,9 @@ bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Border
         watch.waitUntil = now + (watch.framesFit ? kFrameNanoseconds : kBordersNanoseconds);
     }
     watch.nextLook = std::min(now + kFrameLookNanoseconds, watch.waitUntil);
-    if (now < watch.waitUntil) return true;
+    if (now < watch.waitUntil) {
+        return true;
+    }
     // A window that is rolled up has a frame like that for as long as it pleases the user.
     watch.framesFit = false;
     watch.waitUntil = 0;

@@ -43,7 +43,9 @@ static int OnError(Display*, XErrorEvent* event) {
         handlers.windowLost();
         return 0;
     }
-    if (isWindows && event->request_code == X_SendEvent) return 0;  // a wake-up that came late
+    if (isWindows && event->request_code == X_SendEvent) {
+        return 0;  // a wake-up that came late
+    }
     static bool told = false;
     if (!told) {
         SystemLog(FormatText("X error %d of request %d", event->error_code, event->request_code));
@@ -68,15 +70,21 @@ static int OnFinalConnectionError(Display*) {
 
 void TakeX11Errors() {
     void* const library = dlopen(kX11, RTLD_LAZY);
-    if (library == nullptr) return;
+    if (library == nullptr) {
+        return;
+    }
     const auto setError =
         reinterpret_cast<decltype(&XSetErrorHandler)>(dlsym(library, "XSetErrorHandler"));
-    if (setError != nullptr) setError(OnError);
+    if (setError != nullptr) {
+        setError(OnError);
+    }
 }
 
 void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
+    if (!WindowInfo(window, SDL_SYSWM_X11, info)) {
+        return;
+    }
     handlers = lossHandlers;
     watchedDisplay = info.info.x11.display;
     watchedWindow = info.info.x11.window;
@@ -86,15 +94,21 @@ void HandleX11Errors(SDL_Window* window, const DisplayLossHandlers& lossHandlers
     if (setIoError != nullptr) {
         setIoError(setExit != nullptr ? OnConnectionError : OnFinalConnectionError);
     }
-    if (setExit != nullptr) setExit(info.info.x11.display, OnConnectionEnd, nullptr);
+    if (setExit != nullptr) {
+        setExit(info.info.x11.display, OnConnectionEnd, nullptr);
+    }
 }
 
 ServerWait WaitForX11(u64 nanoseconds) {
     constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
     static auto* const queued = Loaded<decltype(XEventsQueued)>(kX11, "XEventsQueued");
-    if (watchedDisplay == nullptr || queued == nullptr) return ServerWait::Unknown;
+    if (watchedDisplay == nullptr || queued == nullptr) {
+        return ServerWait::Unknown;
+    }
     // An answer that was waited for may have brought events along.
-    if (queued(watchedDisplay, QueuedAlready) > 0) return ServerWait::Spoken;
+    if (queued(watchedDisplay, QueuedAlready) > 0) {
+        return ServerWait::Spoken;
+    }
     pollfd server = {ConnectionNumber(watchedDisplay), POLLIN, 0};
     const timespec time = {static_cast<time_t>(nanoseconds / kNanosecondsPerSecond),
                            static_cast<long>(nanoseconds % kNanosecondsPerSecond)};
@@ -103,15 +117,21 @@ ServerWait WaitForX11(u64 nanoseconds) {
 
 bool AskX11ForWindow(SDL_Window* window, SDL_Rect& content) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return false;
+    if (!WindowInfo(window, SDL_SYSWM_X11, info)) {
+        return false;
+    }
     static auto* const ask = Loaded<decltype(XGetWindowAttributes)>(kX11, "XGetWindowAttributes");
     static auto* const translate =
         Loaded<decltype(XTranslateCoordinates)>(kX11, "XTranslateCoordinates");
-    if (ask == nullptr || translate == nullptr) return false;
+    if (ask == nullptr || translate == nullptr) {
+        return false;
+    }
     Display* display = info.info.x11.display;
     const XID xWindow = info.info.x11.window;
     XWindowAttributes attributes;
-    if (ask(display, xWindow, &attributes) == 0) return false;
+    if (ask(display, xWindow, &attributes) == 0) {
+        return false;
+    }
     XID child = 0;
     if (translate(display, xWindow, attributes.root, 0, 0, &content.x, &content.y, &child) == 0) {
         return false;
@@ -128,10 +148,14 @@ unsigned long XWindow(SDL_Window* window) {
 
 void NameX11Window(SDL_Window* window, const char* utf8) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_X11, info)) return;
+    if (!WindowInfo(window, SDL_SYSWM_X11, info)) {
+        return;
+    }
     static auto* const change = Loaded<decltype(XChangeProperty)>(kX11, "XChangeProperty");
     static auto* const intern = Loaded<decltype(XInternAtom)>(kX11, "XInternAtom");
-    if (change == nullptr || intern == nullptr) return;
+    if (change == nullptr || intern == nullptr) {
+        return;
+    }
     const std::string_view name = utf8;
     const bool isAscii =
         std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c < 0x7F; });
@@ -162,7 +186,9 @@ void NameX11Window(SDL_Window*, const char*) {}
 
 bool WaylandConnectionIsBroken(SDL_Window* window) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_WAYLAND, info)) return false;
+    if (!WindowInfo(window, SDL_SYSWM_WAYLAND, info)) {
+        return false;
+    }
     using GetError = int(wl_display*);
     static auto* const error = Loaded<GetError>("libwayland-client.so.0", "wl_display_get_error");
     return error != nullptr && error(info.info.wl.display) != 0;

@@ -28,7 +28,9 @@ static i32 CeilDiv(i32 value, i32 by) {
 // The number that a text begins with; 0 for another text.
 static double NumberOf(const char* text) {
     double number = 0;
-    if (text == nullptr) return 0;
+    if (text == nullptr) {
+        return 0;
+    }
     std::from_chars(text, text + std::strlen(text), number, std::chars_format::fixed);
     return std::isfinite(number) ? number : 0;
 }
@@ -102,7 +104,9 @@ Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
     }
     const ViewSize shown = {static_cast<i32>(width * steps), static_cast<i32>(height * steps)};
     // Pixels that are points have no remainder but for a moment, while the size changes.
-    if (fitting == Fitting::Steps && steps == 1) return {0, 0, shown.width, shown.height};
+    if (fitting == Fitting::Steps && steps == 1) {
+        return {0, 0, shown.width, shown.height};
+    }
     return {Middle(room.width, shown.width), Middle(room.height, shown.height), shown.width,
             shown.height};
 }

@@ -30,11 +30,15 @@ static Area FromRect(const SDL_Rect& rect) {
 }
 
 static std::vector<Area> ScreenAreas() {
-    if (monitors != firstMonitors) return monitors;
+    if (monitors != firstMonitors) {
+        return monitors;
+    }
     std::vector<Area> areas;
     for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
         SDL_Rect bounds;
-        if (SDL_GetDisplayBounds(i, &bounds) == 0) areas.push_back(FromRect(bounds));
+        if (SDL_GetDisplayBounds(i, &bounds) == 0) {
+            areas.push_back(FromRect(bounds));
+        }
     }
     // No display at all just now: what was there will come back.
     return areas.empty() ? knownScreens : areas;
@@ -48,7 +52,9 @@ Area MainScreenArea() {
 Area ScreenAreaOf(SDL_Window* window) {
     SDL_Rect bounds;
     const int index = window != nullptr ? SDL_GetWindowDisplayIndex(window) : -1;
-    if (index >= 0 && SDL_GetDisplayBounds(index, &bounds) == 0) return FromRect(bounds);
+    if (index >= 0 && SDL_GetDisplayBounds(index, &bounds) == 0) {
+        return FromRect(bounds);
+    }
     return MainScreenArea();
 }
 
@@ -84,7 +90,9 @@ void HandleDisplayEvent() {
 
 void TellScreenChanges() {
     const u64 now = Nanoseconds();
-    if (now < nextLook) return;
+    if (now < nextLook) {
+        return;
+    }
     nextLook = now + kLookNanoseconds;
     LookWhetherWindowExists();
     std::vector<Area> seen;
@@ -92,17 +100,23 @@ void TellScreenChanges() {
         seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
     }
     if (!seen.empty()) {
-        if (firstMonitors.empty()) firstMonitors = seen;
+        if (firstMonitors.empty()) {
+            firstMonitors = seen;
+        }
         monitors = std::move(seen);
     }
     std::vector<Area> areas = ScreenAreas();
-    if (areas == knownScreens) return;
+    if (areas == knownScreens) {
+        return;
+    }
     knownScreens = std::move(areas);
     Tell(desktopEvents.screensChanged);
 }
 
 i32 DesktopDensity(const Area& mainScreen) {
-    if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") return 1;
+    if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") {
+        return 1;
+    }
     return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"), mainScreen);
 }
 

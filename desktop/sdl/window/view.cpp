@@ -43,7 +43,9 @@ static constinit ViewSize textureSize;
 
 // The host's own surface is drawn for the window's pixels.
 static bool IsEnlarged() {
-    if (surfaceIsShown) return false;
+    if (surfaceIsShown) {
+        return false;
+    }
     return fitting != Fitting::Steps || steps != 1;
 }
 
@@ -52,7 +54,9 @@ static bool IsEnlarged() {
 
 static bool ThereIsADevice() {
     // Whoever names a renderer gets it.
-    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) return true;
+    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
+        return true;
+    }
     constexpr const char* kDevices[] = {"/dev/dri/renderD128", "/dev/dri/renderD129",
                                         "/dev/nvidiactl", "/dev/mali0", "/dev/kgsl-3d0"};
     return std::any_of(std::begin(kDevices), std::end(kDevices),
@@ -60,12 +64,16 @@ static bool ThereIsADevice() {
 }
 
 static bool RendererIsAProcessors() {
-    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) return false;
+    if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
+        return false;
+    }
     constexpr unsigned kRendererName = 0x1F01;  // GL_RENDERER
     using GetString = const unsigned char*(unsigned);
     auto* const getString = reinterpret_cast<GetString*>(SDL_GL_GetProcAddress("glGetString"));
     const unsigned char* const text = getString != nullptr ? getString(kRendererName) : nullptr;
-    if (text == nullptr) return true;
+    if (text == nullptr) {
+        return true;
+    }
     const std::string_view name = reinterpret_cast<const char*>(text);
     constexpr std::string_view kSoftware[] = {"llvmpipe", "softpipe", "swrast", "Software"};
     return std::any_of(std::begin(kSoftware), std::end(kSoftware), [name](std::string_view each) {
@@ -79,10 +87,16 @@ static void StartRenderer(u32 flags) {
 }
 
 static bool StartGraphicsProcessor() {
-    if (!ThereIsADevice()) return false;
+    if (!ThereIsADevice()) {
+        return false;
+    }
     StartRenderer(SDL_RENDERER_ACCELERATED);
-    if (renderer == nullptr) return false;
-    if (!RendererIsAProcessors()) return true;
+    if (renderer == nullptr) {
+        return false;
+    }
+    if (!RendererIsAProcessors()) {
+        return true;
+    }
     SDL_DestroyRenderer(renderer);
     renderer = nullptr;
     return false;
@@ -93,13 +107,19 @@ bool StartView(SDL_Window* shownIn, ViewSize size) {
     viewSize = size;
     const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
     hasSurface = isX11 && !(IsEnlarged() && StartGraphicsProcessor());
-    if (hasSurface) return true;
-    if (renderer == nullptr) StartRenderer(0);
+    if (hasSurface) {
+        return true;
+    }
+    if (renderer == nullptr) {
+        StartRenderer(0);
+    }
     return renderer != nullptr;
 }
 
 void ForgetTexture() {
-    if (texture != nullptr) SDL_DestroyTexture(texture);
+    if (texture != nullptr) {
+        SDL_DestroyTexture(texture);
+    }
     texture = nullptr;
     textureSize = {};
     RequestWholeRedraw();
@@ -107,7 +127,9 @@ void ForgetTexture() {
 
 void StopView() {
     ForgetTexture();
-    if (renderer != nullptr) SDL_DestroyRenderer(renderer);
+    if (renderer != nullptr) {
+        SDL_DestroyRenderer(renderer);
+    }
     renderer = nullptr;
     surface = nullptr;
     window = nullptr;
@@ -143,7 +165,9 @@ bool RedrawIsWaiting() {
 bool ServeRedraw() {
     const ViewRect rect = Clipped(requested, viewSize);
     requested = {};
-    if (IsEmpty(rect)) return false;
+    if (IsEmpty(rect)) {
+        return false;
+    }
     Tell(desktopEvents.drawRect, rect);
     ShowNewPixels();
     return true;
@@ -159,23 +183,31 @@ static ViewSize WindowSize() {
 
 static ViewSize Room() {
     ViewSize size = WindowSize();
-    if (renderer != nullptr) SDL_GetRendererOutputSize(renderer, &size.width, &size.height);
+    if (renderer != nullptr) {
+        SDL_GetRendererOutputSize(renderer, &size.width, &size.height);
+    }
     return {std::max(size.width, 1), std::max(size.height, 1)};
 }
 
 static Area PlaceOfView(ViewSize room) {
-    if (surfaceIsShown) return {0, 0, pictureSize.width, pictureSize.height};
+    if (surfaceIsShown) {
+        return {0, 0, pictureSize.width, pictureSize.height};
+    }
     // Where a point is SDL's, a pixel may be less.
     const i32 density = std::max(room.width / WindowSize().width, 1);
     return PlaceIn(room, viewSize, fitting, steps * density);
 }
 
 Point ViewPoint(Point inWindow, bool nearest) {
-    if (window == nullptr) return inWindow;
+    if (window == nullptr) {
+        return inWindow;
+    }
     const ViewSize room = Room();
     const Area whole = {0, 0, WindowSize().width, WindowSize().height};
     const Point pixel = PicturePoint(inWindow, whole, room);
-    if (surfaceIsShown) return pixel;
+    if (surfaceIsShown) {
+        return pixel;
+    }
     Point point = PicturePoint(pixel, PlaceOfView(room), viewSize);
     const bool isInWindow =
         pixel.x >= 0 && pixel.y >= 0 && pixel.x < room.width && pixel.y < room.height;
@@ -187,7 +219,9 @@ Point ViewPoint(Point inWindow, bool nearest) {
 }
 
 Point WindowPoint(Point inView) {
-    if (window == nullptr) return inView;
+    if (window == nullptr) {
+        return inView;
+    }
     const ViewSize room = Room();
     const Area whole = {0, 0, WindowSize().width, WindowSize().height};
     return PicturePoint(RoomPoint(inView, PlaceOfView(room), viewSize),
@@ -195,7 +229,9 @@ Point WindowPoint(Point inView) {
 }
 
 bool IsOnView(i32 x, i32 y) {
-    if (!IsEnlarged()) return true;
+    if (!IsEnlarged()) {
+        return true;
+    }
     const Point point = ViewPoint({x, y}, false);
     return point.x >= 0 && point.y >= 0 && point.x < viewSize.width && point.y < viewSize.height;
 }
@@ -205,7 +241,9 @@ bool IsOnView(i32 x, i32 y) {
 
 static void Clear(const Area& place) {
     const SDL_Rect view = {place.x, place.y, place.width, place.height};
-    if (IsEnlarged()) SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
+    if (IsEnlarged()) {
+        SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
+    }
     SDL_FillRect(surface, IsEnlarged() ? &view : nullptr, 0xFFFFFFFF);
     shownPlace = place;
     newPixels = {0, 0, surface->w, surface->h};
@@ -215,12 +253,16 @@ static bool PrepareSurface() {
     SDL_Surface* current = SDL_GetWindowSurface(window);
     const bool isNew = current != surface;
     surface = current;
-    if (surface == nullptr || surface->format->BytesPerPixel != 4) return false;
+    if (surface == nullptr || surface->format->BytesPerPixel != 4) {
+        return false;
+    }
     const Area place = PlaceOfView({surface->w, surface->h});
     if (isNew || (IsEnlarged() && place != shownPlace)) {
         Clear(place);
         // What was drawn before at another place is gone.
-        if (IsEnlarged()) RequestWholeRedraw();
+        if (IsEnlarged()) {
+            RequestWholeRedraw();
+        }
     }
     return true;
 }
@@ -245,16 +287,22 @@ static Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
 
 static bool PrepareTexture() {
     const ViewSize size = surfaceIsShown ? pictureSize : viewSize;
-    if (renderer == nullptr || size.width <= 0 || size.height <= 0) return false;
+    if (renderer == nullptr || size.width <= 0 || size.height <= 0) {
+        return false;
+    }
     if (texture != nullptr && textureSize.width == size.width &&
         textureSize.height == size.height) {
         return true;
     }
-    if (texture != nullptr) SDL_DestroyTexture(texture);
+    if (texture != nullptr) {
+        SDL_DestroyTexture(texture);
+    }
     texture = SDL_CreateTexture(renderer, kViewFormat, SDL_TEXTUREACCESS_STREAMING, size.width,
                                 size.height);
     textureSize = size;
-    if (texture == nullptr) return false;
+    if (texture == nullptr) {
+        return false;
+    }
     SDL_SetTextureBlendMode(texture, SDL_BLENDMODE_NONE);
     const std::vector<u32> white(
         static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height), 0xFFFFFFFF);
@@ -265,12 +313,16 @@ static bool PrepareTexture() {
 // --- Both
 
 static bool Prepare() {
-    if (window == nullptr) return false;
+    if (window == nullptr) {
+        return false;
+    }
     return hasSurface ? PrepareSurface() : PrepareTexture();
 }
 
 static Area Union(const Area& a, const Area& b) {
-    if (a.width <= 0) return b;
+    if (a.width <= 0) {
+        return b;
+    }
     const i32 left = std::min(a.x, b.x);
     const i32 top = std::min(a.y, b.y);
     return {left, top, std::max(a.x + a.width, b.x + b.width) - left,
@@ -286,15 +338,21 @@ static Area Within(Area area, ViewSize room) {
 }
 
 static void Present(ViewPixels view, ViewRect rect) {
-    if (view.pixels == nullptr || !Prepare()) return;
+    if (view.pixels == nullptr || !Prepare()) {
+        return;
+    }
     Area area = TouchedPixels(rect, {view.width, view.height});
     if (hasSurface && IsEnlarged()) {
         const bool fits = view.width == viewSize.width && view.height == viewSize.height;
-        if (fits && area.width > 0) newPixels = Union(newPixels, EnlargeOnSurface(view, area));
+        if (fits && area.width > 0) {
+            newPixels = Union(newPixels, EnlargeOnSurface(view, area));
+        }
         return;
     }
     area = Within(area, hasSurface ? ViewSize{surface->w, surface->h} : textureSize);
-    if (area.width <= 0 || area.height <= 0) return;
+    if (area.width <= 0 || area.height <= 0) {
+        return;
+    }
 
     const std::size_t row = static_cast<std::size_t>(view.width) * 4;
     const u8* pixels =
@@ -310,7 +368,9 @@ static void Present(ViewPixels view, ViewRect rect) {
 
 void PresentView(ViewPixels view, ViewRect rect) {
     const InsideDesktop inside;
-    if (!surfaceIsShown) Present(view, rect);
+    if (!surfaceIsShown) {
+        Present(view, rect);
+    }
 }
 
 void PresentSurface(const u8* pixels, ViewSize size) {
@@ -344,15 +404,21 @@ static void ShowTexture() {
 }
 
 static void ShowArea(const Area& area) {
-    if (!hasSurface) return ShowTexture();
+    if (!hasSurface) {
+        return ShowTexture();
+    }
     const SDL_Rect changed = {area.x, area.y, std::min(area.width, surface->w - area.x),
                               std::min(area.height, surface->h - area.y)};
-    if (changed.w > 0 && changed.h > 0) SDL_UpdateWindowSurfaceRects(window, &changed, 1);
+    if (changed.w > 0 && changed.h > 0) {
+        SDL_UpdateWindowSurfaceRects(window, &changed, 1);
+    }
 }
 
 void ShowView() {
     newPixels = {};
-    if (!Prepare()) return;
+    if (!Prepare()) {
+        return;
+    }
     const ViewSize size = hasSurface ? ViewSize{surface->w, surface->h} : textureSize;
     ShowArea({0, 0, size.width, size.height});
 }
@@ -360,12 +426,16 @@ void ShowView() {
 void ShowViewFromOtherThread() {
     // A renderer belongs to the main thread. A surface that has become invalid stays so: drawing
     // anew is the main thread's business.
-    if (window != nullptr && hasSurface) SDL_UpdateWindowSurface(window);
+    if (window != nullptr && hasSurface) {
+        SDL_UpdateWindowSurface(window);
+    }
 }
 
 void ShowNewPixels() {
     const Area area = std::exchange(newPixels, Area{});
-    if (area.width > 0 && Prepare()) ShowArea(area);
+    if (area.width > 0 && Prepare()) {
+        ShowArea(area);
+    }
 }
 
 }  // namespace moxi

@@ -24,7 +24,9 @@ static constinit wl_subcompositor* subcompositor = nullptr;
 static constinit wl_shm* sharedMemory = nullptr;
 
 void TakeWaylandEvents() {
-    if (queue != nullptr) wl_display_dispatch_queue_pending(display, queue);
+    if (queue != nullptr) {
+        wl_display_dispatch_queue_pending(display, queue);
+    }
 }
 
 // --- The keyboard layouts. A second keyboard object gets what SDL's gets.
@@ -38,7 +40,9 @@ static void OnKeymap(void*, wl_keyboard*, uint32_t format, int32_t file, uint32_
                            ? mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0)
                            : MAP_FAILED;
     close(file);
-    if (text == MAP_FAILED) return;
+    if (text == MAP_FAILED) {
+        return;
+    }
     xkb_keymap_unref(keymap);
     // The size counts a NUL at the end.
     const std::size_t length = strnlen(static_cast<const char*>(text), size);
@@ -89,7 +93,9 @@ static constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
 
 template <class T>
 static void Bind(T*& object, u32 name, const wl_interface& interface, u32 version) {
-    if (object != nullptr) return;
+    if (object != nullptr) {
+        return;
+    }
     object = static_cast<T*>(wl_registry_bind(registry, name, &interface, version));
 }
 
@@ -120,14 +126,20 @@ static wl_surface* SurfaceOf(SDL_Window* window, wl_display** connection) {
         info.subsystem != SDL_SYSWM_WAYLAND) {
         return nullptr;
     }
-    if (connection != nullptr) *connection = info.info.wl.display;
+    if (connection != nullptr) {
+        *connection = info.info.wl.display;
+    }
     return info.info.wl.surface;
 }
 
 void StartWaylandSide(SDL_Window* window) {
-    if (queue != nullptr || SurfaceOf(window, &display) == nullptr) return;
+    if (queue != nullptr || SurfaceOf(window, &display) == nullptr) {
+        return;
+    }
     queue = wl_display_create_queue(display);
-    if (queue == nullptr) return;
+    if (queue == nullptr) {
+        return;
+    }
     context = xkb_context_new(static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES |
                                                              XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
     // Objects inherit the queue, so that not one event reaches SDL's.
@@ -138,19 +150,35 @@ void StartWaylandSide(SDL_Window* window) {
     wl_registry_add_listener(registry, &kRegistryEvents, nullptr);
     // The objects, their capabilities, the keymap.
     for (int i = 0; i < 3; ++i) {
-        if (wl_display_roundtrip_queue(display, queue) < 0) break;
+        if (wl_display_roundtrip_queue(display, queue) < 0) {
+            break;
+        }
     }
-    if (context != nullptr) UseLayoutSource(&kLayouts);
+    if (context != nullptr) {
+        UseLayoutSource(&kLayouts);
+    }
 }
 
 void StopWaylandSide() {
-    if (queue == nullptr) return;
+    if (queue == nullptr) {
+        return;
+    }
     UseLayoutSource(nullptr);
-    if (keyboard != nullptr) wl_keyboard_destroy(keyboard);
-    if (seat != nullptr) wl_seat_destroy(seat);
-    if (compositor != nullptr) wl_compositor_destroy(compositor);
-    if (subcompositor != nullptr) wl_subcompositor_destroy(subcompositor);
-    if (sharedMemory != nullptr) wl_shm_destroy(sharedMemory);
+    if (keyboard != nullptr) {
+        wl_keyboard_destroy(keyboard);
+    }
+    if (seat != nullptr) {
+        wl_seat_destroy(seat);
+    }
+    if (compositor != nullptr) {
+        wl_compositor_destroy(compositor);
+    }
+    if (subcompositor != nullptr) {
+        wl_subcompositor_destroy(subcompositor);
+    }
+    if (sharedMemory != nullptr) {
+        wl_shm_destroy(sharedMemory);
+    }
     wl_registry_destroy(registry);
     wl_event_queue_destroy(queue);
     xkb_keymap_unref(keymap);
@@ -206,7 +234,9 @@ static wl_buffer* NewPicture(const u8* pixels, i32 width, i32 height) {
     const i32 stride = width * 4;
     const i32 size = stride * height;
     const int file = memfd_create("moxi", MFD_CLOEXEC);
-    if (file < 0) return nullptr;
+    if (file < 0) {
+        return nullptr;
+    }
     wl_buffer* picture = nullptr;
     const auto bytes = static_cast<std::size_t>(size);
     if (ftruncate(file, size) == 0 && pwrite(file, pixels, bytes, 0) == size) {
@@ -220,12 +250,16 @@ static wl_buffer* NewPicture(const u8* pixels, i32 width, i32 height) {
 
 void ShowOverlay(WaylandOverlay* overlay, const u8* pixels, i32 width, i32 height) {
     wl_buffer* const picture = NewPicture(pixels, width, height);
-    if (picture == nullptr) return;
+    if (picture == nullptr) {
+        return;
+    }
     wl_surface_attach(overlay->surface, picture, 0, 0);
     wl_surface_damage(overlay->surface, 0, 0, width, height);
     wl_surface_commit(overlay->surface);
     // The compositor keeps what it still shows.
-    if (overlay->picture != nullptr) wl_buffer_destroy(overlay->picture);
+    if (overlay->picture != nullptr) {
+        wl_buffer_destroy(overlay->picture);
+    }
     overlay->picture = picture;
     wl_display_flush(display);
     TakeWaylandEvents();
@@ -234,7 +268,9 @@ void ShowOverlay(WaylandOverlay* overlay, const u8* pixels, i32 width, i32 heigh
 void CloseOverlay(WaylandOverlay* overlay) {
     wl_subsurface_destroy(overlay->place);
     wl_surface_destroy(overlay->surface);
-    if (overlay->picture != nullptr) wl_buffer_destroy(overlay->picture);
+    if (overlay->picture != nullptr) {
+        wl_buffer_destroy(overlay->picture);
+    }
     wl_surface_commit(overlay->parent);
     wl_display_flush(display);
     TakeWaylandEvents();

@@ -69,7 +69,9 @@ static bool IsFittedNow() {
 }
 
 ViewSize CurrentViewSize() {
-    if (IsFittedNow()) return {fittedFrame.width, fittedFrame.height};
+    if (IsFittedNow()) {
+        return {fittedFrame.width, fittedFrame.height};
+    }
     return ViewOf(tracker.known);
 }
 
@@ -79,7 +81,9 @@ bool IsFullScreen() {
 
 WindowFrame GameWindowFrame() {
     const InsideDesktop inside;
-    if (IsFittedNow()) return fittedFrame;
+    if (IsFittedNow()) {
+        return fittedFrame;
+    }
     return FrameOf(tracker.known, borders, MainScreenArea());
 }
 
@@ -99,13 +103,17 @@ static Area ActualContent() {
 // about while it shows or hides it, and tells only when it has finished.
 static Area ContentOnServer() {
     SDL_Rect content;
-    if (!AskX11ForWindow(gameWindow, content)) return ActualContent();
+    if (!AskX11ForWindow(gameWindow, content)) {
+        return ActualContent();
+    }
     return {content.x, content.y, content.w, content.h};
 }
 
 static bool AskForPlacement(Placement& placement) {
     X11Placement asked;
-    if (!AskX11ForPlacement(XWindow(gameWindow), asked)) return false;
+    if (!AskX11ForPlacement(XWindow(gameWindow), asked)) {
+        return false;
+    }
     const auto [x, y, width, height] = asked.content;
     const auto [outerX, outerY, outerWidth, outerHeight] = asked.frame;
     const auto [left, right, top, bottom] = asked.borders;
@@ -142,13 +150,19 @@ static bool FitViewNow() {
 static void TellChange(const GeometryChange& change) {
     // A fitted view stays where and as large as the application wants it.
     const bool resized = change.resized && FitViewNow();
-    if (change.moved && !IsFittedNow()) Tell(desktopEvents.windowDidMove);
-    if (resized) TellSize();
+    if (change.moved && !IsFittedNow()) {
+        Tell(desktopEvents.windowDidMove);
+    }
+    if (resized) {
+        TellSize();
+    }
 }
 
 void CreateGameWindow(WindowFrame content) {
     const InsideDesktop inside;
-    if (gameWindow != nullptr) return;
+    if (gameWindow != nullptr) {
+        return;
+    }
     tracker = {};
     borders = {};
     fittedFrame = content;
@@ -157,7 +171,9 @@ void CreateGameWindow(WindowFrame content) {
     gameWindow = SDL_CreateWindow(
         GameWindowTitle(), tracker.known.x, tracker.known.y, tracker.known.width,
         tracker.known.height, SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
-    if (gameWindow == nullptr) return SystemLog(std::string("no window: ") + SDL_GetError());
+    if (gameWindow == nullptr) {
+        return SystemLog(std::string("no window: ") + SDL_GetError());
+    }
     FitViewNow();
     if (!StartView(gameWindow, CurrentViewSize())) {
         SystemLog(std::string("no renderer: ") + SDL_GetError());
@@ -184,10 +200,14 @@ static bool IsFitting(const ViewScale& wanted) {
 }
 
 static void UseWholeScreen(bool use) {
-    if (onWholeScreen == use) return;
+    if (onWholeScreen == use) {
+        return;
+    }
     onWholeScreen = use;
     // In full screen of the application's own it is there already, and stays.
-    if (fullScreen) return;
+    if (fullScreen) {
+        return;
+    }
     SDL_SetWindowFullscreen(gameWindow, use ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
     const u64 now = Nanoseconds();
     if (use) {
@@ -208,14 +228,18 @@ static void UseWholeScreen(bool use) {
 
 bool ToggleFittedScreen() {
     const InsideDesktop inside;
-    if (gameWindow == nullptr || !IsFittedNow()) return false;
+    if (gameWindow == nullptr || !IsFittedNow()) {
+        return false;
+    }
     UseWholeScreen(!onWholeScreen);
     return true;
 }
 
 // The view keeps its size, and the window takes another one.
 static void ResizeWindowToView(const WindowFrame& frame) {
-    if (fullScreen || gameWindow == nullptr) return;
+    if (fullScreen || gameWindow == nullptr) {
+        return;
+    }
     const Area content = ContentOf(frame, borders, MainScreenArea());
     Area& target = onWholeScreen ? windowedContent : tracker.known;
     if (onWholeScreen) {
@@ -228,7 +252,9 @@ static void ResizeWindowToView(const WindowFrame& frame) {
 
 void SetViewScale(const ViewScale& wanted) {
     const InsideDesktop inside;
-    if (gameWindow != nullptr && wanted == scale) return;
+    if (gameWindow != nullptr && wanted == scale) {
+        return;
+    }
     const WindowFrame frame = GameWindowFrame();
     scale = wanted;
     pointSize = StepsOf(wanted);
@@ -242,35 +268,49 @@ void SetViewScale(const ViewScale& wanted) {
     if (fitted && !wasFitted) {
         fittedFrame =
             fullScreen ? FrameOf(windowedContent, windowedBorders, MainScreenArea()) : frame;
-        if (shown) UseWholeScreen(true);
+        if (shown) {
+            UseWholeScreen(true);
+        }
     }
     if (!fitted) {
         UseWholeScreen(false);
         ResizeWindowToView(wasFitted ? fittedFrame : frame);
     }
     // In full screen of its own the application has more or fewer points now.
-    if (FitViewNow()) TellSize();
+    if (FitViewNow()) {
+        TellSize();
+    }
 }
 
 void ShowGameWindow() {
     const InsideDesktop inside;
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     SDL_ShowWindow(gameWindow);
     SDL_RaiseWindow(gameWindow);
-    if (shown) return;
+    if (shown) {
+        return;
+    }
     shown = true;
     Placement placement;
-    if (AskForPlacement(placement)) TakeBorders(placement.borders);
+    if (AskForPlacement(placement)) {
+        TakeBorders(placement.borders);
+    }
     // Window managers put the frame where the content should be.
     owed = true;
     reported = true;
     RequestWholeRedraw();
-    if (fitted) UseWholeScreen(true);
+    if (fitted) {
+        UseWholeScreen(true);
+    }
 }
 
 void MinimizeGameWindow() {
     const InsideDesktop inside;
-    if (gameWindow != nullptr) SDL_MinimizeWindow(gameWindow);
+    if (gameWindow != nullptr) {
+        SDL_MinimizeWindow(gameWindow);
+    }
 }
 
 void SetGameWindowFrame(WindowFrame frame) {
@@ -279,9 +319,15 @@ void SetGameWindowFrame(WindowFrame frame) {
     if (fitted) {
         const bool moved = frame.x != fittedFrame.x || frame.y != fittedFrame.y;
         fittedFrame = frame;
-        if (fullScreen) return;
-        if (moved) Tell(desktopEvents.windowDidMove);
-        if (FitViewNow()) TellSize();
+        if (fullScreen) {
+            return;
+        }
+        if (moved) {
+            Tell(desktopEvents.windowDidMove);
+        }
+        if (FitViewNow()) {
+            TellSize();
+        }
         return;
     }
     if (fullScreen) {
@@ -291,7 +337,9 @@ void SetGameWindowFrame(WindowFrame frame) {
     const Area content = ContentOf(frame, borders, MainScreenArea());
     // Pixels that make up no point are left alone.
     const bool isTheSame = FrameOf(content, borders, MainScreenArea()) == GameWindowFrame();
-    if (isTheSame && !owed) return;
+    if (isTheSame && !owed) {
+        return;
+    }
     const GeometryChange change = AskGeometry(tracker, content, Nanoseconds());
     owed = true;
     TellChange(change);
@@ -299,7 +347,9 @@ void SetGameWindowFrame(WindowFrame frame) {
 
 static void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillEnterFullScreen);
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     if (!onWholeScreen) {
         windowedContent = tracker.known;
         windowedBorders = borders;
@@ -308,7 +358,9 @@ static void EnterFullScreen(bool byUs) {
     owed = false;
     borders = {};
     const Area screen = ScreenAreaOf(gameWindow);
-    if (byUs && !onWholeScreen) SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    if (byUs && !onWholeScreen) {
+        SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
+    }
     const GeometryChange change = AskGeometry(tracker, screen, Nanoseconds());
     // The view of a fitted window is another one now, whatever becomes of the window.
     TellChange({.moved = change.moved, .resized = change.resized || fitted});
@@ -317,7 +369,9 @@ static void EnterFullScreen(bool byUs) {
 
 static void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillExitFullScreen);
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     fullScreen = false;
     if (onWholeScreen) {
         TellChange({.moved = false, .resized = true});
@@ -325,7 +379,9 @@ static void LeaveFullScreen(bool byUs) {
         return;
     }
     borders = windowedBorders;
-    if (byUs) SDL_SetWindowFullscreen(gameWindow, 0);
+    if (byUs) {
+        SDL_SetWindowFullscreen(gameWindow, 0);
+    }
     const u64 now = Nanoseconds();
     owed = true;
     owedFrom = now + kLeavingNanoseconds;
@@ -336,7 +392,9 @@ static void LeaveFullScreen(bool byUs) {
 
 void ToggleFullScreen() {
     const InsideDesktop inside;
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     if (fullScreen) {
         LeaveFullScreen(true);
     } else {
@@ -348,11 +406,17 @@ void ToggleFullScreen() {
 static void GiveWhatIsOwed() {
     owed = false;
     reported = true;
-    if (fullScreen || onWholeScreen) return;
+    if (fullScreen || onWholeScreen) {
+        return;
+    }
     const Area actual = ActualContent();
     const Area& wanted = tracker.known;
-    if (actual == wanted) return;
-    if ((SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_MAXIMIZED) != 0) SDL_RestoreWindow(gameWindow);
+    if (actual == wanted) {
+        return;
+    }
+    if ((SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_MAXIMIZED) != 0) {
+        SDL_RestoreWindow(gameWindow);
+    }
     if (actual.width != wanted.width || actual.height != wanted.height) {
         SDL_SetWindowSize(gameWindow, wanted.width, wanted.height);
     }
@@ -365,17 +429,25 @@ static void GiveWhatIsOwed() {
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
 // the window's border. Wayland does not let us know.
 static void StartLiveResize() {
-    if (liveResize || fullScreen || fitted || AnyButtonHeld()) return;
-    if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) return;
+    if (liveResize || fullScreen || fitted || AnyButtonHeld()) {
+        return;
+    }
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) == 0) {
+        return;
+    }
     liveResize = true;
     nextLiveLook = Nanoseconds() + kLiveResizeNanoseconds;
     Tell(desktopEvents.windowWillStartLiveResize);
 }
 
 static void WatchLiveResize(u64 now) {
-    if (!liveResize || now < nextLiveLook) return;
+    if (!liveResize || now < nextLiveLook) {
+        return;
+    }
     nextLiveLook = now + kLiveResizeNanoseconds;
-    if (SDL_GetGlobalMouseState(nullptr, nullptr) != 0) return;
+    if (SDL_GetGlobalMouseState(nullptr, nullptr) != 0) {
+        return;
+    }
     liveResize = false;
     Tell(desktopEvents.windowDidEndLiveResize);
     RequestWholeRedraw();
@@ -387,7 +459,9 @@ static void MakeSdlBelieve(const Area& actual) {
     Area believed;
     SDL_GetWindowPosition(gameWindow, &believed.x, &believed.y);
     SDL_GetWindowSize(gameWindow, &believed.width, &believed.height);
-    if (believed == actual) return;
+    if (believed == actual) {
+        return;
+    }
     if (believed.width != actual.width || believed.height != actual.height) {
         SDL_SetWindowSize(gameWindow, actual.width, actual.height);
     }
@@ -399,7 +473,9 @@ static void MakeSdlBelieve(const Area& actual) {
 
 static void LookAtWindow(u64 now) {
     reported = false;
-    if (!shown || miniaturized) return;
+    if (!shown || miniaturized) {
+        return;
+    }
     const bool isFullScreen = (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_FULLSCREEN) != 0;
     if (isFullScreen != (fullScreen || onWholeScreen)) {
         if (IsFittedNow()) {
@@ -417,8 +493,12 @@ static void LookAtWindow(u64 now) {
     Placement placement;
     if (!fullScreen && !onWholeScreen && AskForPlacement(placement)) {
         const bool isChange = borders != Borders{};
-        if (isChange && now < tracker.heldUntil) return;
-        if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) return;
+        if (isChange && now < tracker.heldUntil) {
+            return;
+        }
+        if (isChange && IsFrameChanging(frames, placement, borders, ActualContent(), now)) {
+            return;
+        }
         isFrameMoved = TakeBorders(placement.borders);
     } else {
         frames.waitUntil = 0;
@@ -435,7 +515,9 @@ static void LookAtWindow(u64 now) {
         StartLiveResize();
         tracker.known = news;
     }
-    if (overdue && tracker.known == actual) MakeSdlBelieve(actual);
+    if (overdue && tracker.known == actual) {
+        MakeSdlBelieve(actual);
+    }
     TellChange(change);
 }
 
@@ -445,29 +527,47 @@ bool IsInLiveResize() {
 
 // Where nobody would look nothing is waited for; what ends that is reported.
 static u64 NextLook() {
-    if (!shown || miniaturized) return kNever;
+    if (!shown || miniaturized) {
+        return kNever;
+    }
     return std::min(NextObservation(tracker), NextFrameLook(frames));
 }
 
 void SettleWindow() {
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     const u64 now = Nanoseconds();
-    if (owed && now >= owedFrom) GiveWhatIsOwed();
+    if (owed && now >= owedFrom) {
+        GiveWhatIsOwed();
+    }
     reported = X11BordersMayDiffer() || reported;
-    if (!owed && (reported || now >= NextLook())) LookAtWindow(now);
-    if (gameWindow != nullptr) WatchLiveResize(now);
+    if (!owed && (reported || now >= NextLook())) {
+        LookAtWindow(now);
+    }
+    if (gameWindow != nullptr) {
+        WatchLiveResize(now);
+    }
 }
 
 u64 NextSettling() {
-    if (gameWindow == nullptr) return kNever;
+    if (gameWindow == nullptr) {
+        return kNever;
+    }
     u64 next = NextLook();
-    if (owed) next = std::min(next, owedFrom);
-    if (liveResize) next = std::min(next, nextLiveLook);
+    if (owed) {
+        next = std::min(next, owedFrom);
+    }
+    if (liveResize) {
+        next = std::min(next, nextLiveLook);
+    }
     return next;
 }
 
 static void SetMiniaturized(bool now) {
-    if (miniaturized == now) return;  // SDL reports some of them twice
+    if (miniaturized == now) {
+        return;  // SDL reports some of them twice
+    }
     miniaturized = now;
     if (now) {
         Tell(desktopEvents.windowDidMiniaturize);
@@ -496,7 +596,9 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
         case SDL_WINDOWEVENT_MINIMIZED: SetMiniaturized(true); break;
         case SDL_WINDOWEVENT_FOCUS_GAINED:
             // Not at start-up: a Wayland desktop without a keyboard does not survive it.
-            if (SDL_IsTextInputActive() != SDL_TRUE) SDL_StartTextInput();
+            if (SDL_IsTextInputActive() != SDL_TRUE) {
+                SDL_StartTextInput();
+            }
             Tell(desktopEvents.willBecomeActive);
             break;
         case SDL_WINDOWEVENT_FOCUS_LOST:
@@ -511,7 +613,9 @@ void HandleWindowEvent(const SDL_WindowEvent& event) {
 }
 
 void DestroyGameWindow() {
-    if (gameWindow == nullptr) return;
+    if (gameWindow == nullptr) {
+        return;
+    }
     StopView();
     SDL_DestroyWindow(gameWindow);
     ForgetGameWindow();

@@ -25,7 +25,9 @@ struct RandrFunctions {
 static RandrFunctions LoadRandr() {
     RandrFunctions functions;
     void* library = SDL_LoadObject("libXrandr.so.2");
-    if (library == nullptr) return functions;
+    if (library == nullptr) {
+        return functions;
+    }
     functions.queryVersion = reinterpret_cast<decltype(functions.queryVersion)>(
         SDL_LoadFunction(library, "XRRQueryVersion"));
     functions.getMonitors = reinterpret_cast<decltype(functions.getMonitors)>(
@@ -54,7 +56,9 @@ std::vector<Monitor> X11Monitors(SDL_Window* window) {
     static const RandrFunctions randr = LoadRandr();
     Display* display = info.info.x11.display;
     static const bool known = KnowsMonitors(randr, display);
-    if (!known) return {};
+    if (!known) {
+        return {};
+    }
     int count = 0;
     XRRMonitorInfo* monitors = randr.getMonitors(display, DefaultRootWindow(display), True, &count);
     std::vector<Monitor> found;
@@ -63,7 +67,9 @@ std::vector<Monitor> X11Monitors(SDL_Window* window) {
         const Monitor area = {monitor.x, monitor.y, monitor.width, monitor.height};
         found.insert(monitor.primary != 0 ? found.begin() : found.end(), area);
     }
-    if (monitors != nullptr) randr.freeMonitors(monitors);
+    if (monitors != nullptr) {
+        randr.freeMonitors(monitors);
+    }
     return found;
 }
 

@@ -25,7 +25,9 @@ static constinit xkb_keymap* keymap = nullptr;
 static constinit bool keymapIsOld = true;
 
 static xkb_keymap* Keymap() {
-    if (!keymapIsOld || context == nullptr) return keymap;
+    if (!keymapIsOld || context == nullptr) {
+        return keymap;
+    }
     xkb_keymap_unref(keymap);
     const i32 keyboard = xkb_x11_get_core_keyboard_device_id(connection);
     keymap = keyboard < 0 ? nullptr
@@ -36,10 +38,14 @@ static xkb_keymap* Keymap() {
 }
 
 static u32 ActiveGroup() {
-    if (Keymap() == nullptr) return 0;
+    if (Keymap() == nullptr) {
+        return 0;
+    }
     const i32 keyboard = xkb_x11_get_core_keyboard_device_id(connection);
     xkb_state* const state = xkb_x11_state_new_from_device(keymap, connection, keyboard);
-    if (state == nullptr) return 0;
+    if (state == nullptr) {
+        return 0;
+    }
     const u32 group = xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_EFFECTIVE);
     xkb_state_unref(state);
     return group;
@@ -55,7 +61,9 @@ static void StartLayouts() {
     }
     context = xkb_context_new(static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES |
                                                              XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
-    if (context != nullptr) UseLayoutSource(&kLayouts);
+    if (context != nullptr) {
+        UseLayoutSource(&kLayouts);
+    }
 }
 
 // --- Keys. Whoever takes events off the wire is inside the gate.
@@ -73,7 +81,9 @@ static void NoteHeldKeys() {
     heldBefore.reset();
     xcb_query_keymap_reply_t* const keys =
         xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr);
-    if (keys == nullptr) return;
+    if (keys == nullptr) {
+        return;
+    }
     for (std::size_t key = 0; key < heldBefore.size(); ++key) {
         heldBefore.set(key, (keys->keys[key / 8] >> (key % 8) & 1) != 0);
     }
@@ -90,7 +100,9 @@ static void StartBorders() {
     xcb_intern_atom_reply_t* const atom = xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()),
         nullptr);
-    if (atom != nullptr) frameExtents = atom->atom;
+    if (atom != nullptr) {
+        frameExtents = atom->atom;
+    }
     std::free(atom);
 }
 
@@ -103,23 +115,31 @@ static xcb_window_t FrameOf(xcb_window_t window) {
     for (;;) {
         xcb_query_tree_reply_t* const tree =
             xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr);
-        if (tree == nullptr) return XCB_NONE;
+        if (tree == nullptr) {
+            return XCB_NONE;
+        }
         const xcb_window_t parent = tree->parent;
         const bool isTop = parent == tree->root || parent == XCB_NONE;
         std::free(tree);
-        if (isTop) return window;
+        if (isTop) {
+            return window;
+        }
         window = parent;
     }
 }
 
 static bool HasFourNumbers(const xcb_get_property_reply_t* reply, std::array<i32, 4>& numbers) {
-    if (reply == nullptr || reply->format != 32 || reply->value_len != 4) return false;
+    if (reply == nullptr || reply->format != 32 || reply->value_len != 4) {
+        return false;
+    }
     std::memcpy(numbers.data(), xcb_get_property_value(reply), sizeof numbers);
     return true;
 }
 
 std::string X11Resource(const std::string& name) {
-    if (connection == nullptr) return "";
+    if (connection == nullptr) {
+        return "";
+    }
     constexpr u32 kLongest = 1 << 16;  // in words
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     auto* const reply =
@@ -127,24 +147,34 @@ std::string X11Resource(const std::string& name) {
                                xcb_get_property(connection, 0, root, XCB_ATOM_RESOURCE_MANAGER,
                                                 XCB_ATOM_STRING, 0, kLongest),
                                nullptr);
-    if (reply == nullptr) return "";
+    if (reply == nullptr) {
+        return "";
+    }
     // Lines "name:<blanks>value".
     std::string text = "\n";
     text.append(static_cast<const char*>(xcb_get_property_value(reply)),
                 static_cast<std::size_t>(xcb_get_property_value_length(reply)));
     std::free(reply);
     const std::size_t line = text.find("\n" + name + ":");
-    if (line == std::string::npos) return "";
+    if (line == std::string::npos) {
+        return "";
+    }
     const std::size_t start = text.find_first_not_of(" \t", line + name.size() + 2);
-    if (start == std::string::npos) return "";
+    if (start == std::string::npos) {
+        return "";
+    }
     return text.substr(start, text.find('\n', start) - start);
 }
 
 bool AskX11ForPlacement(unsigned long window, X11Placement& placement) {
-    if (connection == nullptr || window == 0) return false;
+    if (connection == nullptr || window == 0) {
+        return false;
+    }
     const auto content = static_cast<xcb_window_t>(window);
     const xcb_window_t frame = FrameOf(content);
-    if (frame == XCB_NONE) return false;
+    if (frame == XCB_NONE) {
+        return false;
+    }
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     // What is asked for in one piece has to be of one moment.
     xcb_grab_server(connection);
@@ -211,7 +241,9 @@ static int Filter(void*, SDL_Event* event) {
 }
 
 X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event) {
-    if (connection == nullptr) return {};  // SDL leaves the word as it happens to be
+    if (connection == nullptr) {
+        return {};  // SDL leaves the word as it happens to be
+    }
     const u32 word = event.keysym.unused;
     return {(word & kKnown) != 0, word >> kGroupShift, (word & kHeldBefore) != 0};
 }
@@ -219,9 +251,13 @@ X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event) {
 // --- Both
 
 void StartX11Side() {
-    if (connection != nullptr) return;
+    if (connection != nullptr) {
+        return;
+    }
     connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection) != 0) return StopX11Side();
+    if (xcb_connection_has_error(connection) != 0) {
+        return StopX11Side();
+    }
     StartLayouts();
     StartBorders();
     StartX11Clipboard(connection);
@@ -230,7 +266,9 @@ void StartX11Side() {
 }
 
 void StopX11Side() {
-    if (connection == nullptr) return;
+    if (connection == nullptr) {
+        return;
+    }
     SDL_SetEventFilter(nullptr, nullptr);
     StopX11Clipboard();
     UseLayoutSource(nullptr);

@@ -38,14 +38,20 @@ int main() {
     std::cout << std::accumulate(numbers.begin(), numbers.end(), 0) << "\n";
     std::map<std::string, int> words;
     std::istringstream text("the cat and the dog and the bird");
-    for (std::string word; text >> word;) ++words[word];
-    for (const auto& [word, count] : words) std::cout << word << " " << count << "\n";
+    for (std::string word; text >> word;) {
+        ++words[word];
+    }
+    for (const auto& [word, count] : words) {
+        std::cout << word << " " << count << "\n";
+    }
     std::unordered_map<int, std::string> names = {{1, "one"}, {2, "two"}};
     std::cout << names.at(2) << names.size() << "\n";
     std::vector<std::unique_ptr<Animal>> animals;
     animals.push_back(std::make_unique<Cat>());
     animals.push_back(std::make_unique<Dog>());
-    for (const auto& animal : animals) std::cout << animal->Says() << "\n";
+    for (const auto& animal : animals) {
+        std::cout << animal->Says() << "\n";
+    }
     std::cout << (dynamic_cast<Dog*>(animals[0].get()) == nullptr) << "\n";
     std::function<int(int)> twice = [&](int x) { return x * static_cast<int>(numbers.size()); };
     std::variant<int, std::string> either = "text";

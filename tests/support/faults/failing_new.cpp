@@ -22,16 +22,22 @@ struct Report {
     int file = -1;
     Report() {
         const char* const path = std::getenv("MOXI_ALLOCATIONS");
-        if (path != nullptr) file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        if (path != nullptr) {
+            file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        }
     }
     ~Report() {
-        if (file >= 0) dprintf(file, "%lu", count.load());
+        if (file >= 0) {
+            dprintf(file, "%lu", count.load());
+        }
     }
 } report;
 
 // Before the program is prepared nothing that it is given can have a part in it.
 bool Fails() {
-    if (std::get_new_handler() == nullptr) return false;
+    if (std::get_new_handler() == nullptr) {
+        return false;
+    }
     const unsigned long number = ++count;
     return failing != 0 && (number == failing || (rest && number > failing));
 }
@@ -40,9 +46,13 @@ void* Allocate(std::size_t size) {
     bool fails = Fails();
     for (;;) {
         void* const block = fails ? nullptr : std::malloc(size != 0 ? size : 1);
-        if (block != nullptr) return block;
+        if (block != nullptr) {
+            return block;
+        }
         const std::new_handler handler = std::get_new_handler();
-        if (handler == nullptr) throw std::bad_alloc();
+        if (handler == nullptr) {
+            throw std::bad_alloc();
+        }
         handler();
         fails = rest;
     }
