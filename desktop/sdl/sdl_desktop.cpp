@@ -189,6 +189,7 @@ bool StartSdlDesktop(std::string* error) {
         .nanoseconds = GameNanoseconds,
         .clockWasRead = [] {},
         .localDateTime = [] { return DateOf(LocalParts()); },
+        .fileTime = [](const timespec& changed) { return changed.tv_sec; },
         .startTimer = StartTimer,
         .startSurfaceTimer = StartSurfaceTimer,
         .stopTimer = StopTimer,
