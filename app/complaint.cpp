@@ -25,7 +25,7 @@ bool IsSet(const char* name) {
 }  // namespace
 
 void NoteTerminal() {
-    hasTerminal = isatty(STDERR_FILENO) == 1;
+    hasTerminal = isatty(STDERR_FILENO) == 1 && !IsSet(kFromShelf);
 }
 
 int RefuseGame(const Options& options, const std::string& what) {

@@ -220,6 +220,9 @@ Status ServeTheKit(Options& options) {
     if (options.game.empty()) {
         options.game = FindOwnGame();
     }
+    if (options.game.empty() && (options.watch || !options.bundle.empty())) {
+        return RefuseCommandLine(options.watch ? "--watch needs GAME" : "--bundle needs GAME");
+    }
     if (options.game.empty()) {
         if (CanOpenShelf(options)) {
             RunShelf(options);

@@ -11,6 +11,7 @@
 #include "host/icon.h"
 #include "host/preferences.h"
 #include "host/surface_slots.h"
+#include "host/window_place.h"
 #include "surface/add_game.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
@@ -203,10 +204,12 @@ void Remove(const ShelfGame& game) {
             next = controls[i - 1].id;
         }
     }
-    shelfSlots.remove(game.record.path);
+    const std::string path = game.record.path;
+    shelfSlots.remove(path);
+    std::erase_if(shelf.games,
+                  [&path](const ShelfGame& other) { return other.record.path == path; });
     shelf.surface.focus = next;
     shelf.message = message;
-    ReadGames();
 }
 
 // Its text is gone on with at the end.
@@ -374,12 +377,15 @@ void Launch() {
     ReadGames();
     SetWindowIcon(OwnResource("moxi.png"));
     desktop.showWindow();
+    RestoreWindowPlace(desktop.setWindowFrame);
     Draw();
 }
 
 DesktopEvents ShelfEvents() {
     DesktopEvents events = desktopEvents;
     events.didFinishLaunching = Launch;
+    events.windowWillClose = NoteLastWindowPlace;
+    events.windowWillEnterFullScreen = NoteWindowPlace;
     events.windowDidResize = [] { Draw(); };
     events.viewFrameDidChange = [] { Draw(); };
     events.drawRect = [](ViewRect) { Draw(); };

@@ -48,8 +48,8 @@ class Shelf : public testing::Test {
     std::vector<std::string> After(const std::string& script) {
         WriteTextFile(home.path + "/script", script);
         const ProgramResult result =
-            Run({"--headless", "--date", "2026-07-10 12:00:00", "--desktop", "1280x800", "--script",
-                 "script", "--dump-ui", "ui"});
+            Run({"--headless", "--data-folder", "own", "--date", "2026-07-10 12:00:00", "--desktop",
+                 "1280x800", "--script", "script", "--dump-ui", "ui"});
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.output, "");
         logged = result.errors;
@@ -75,10 +75,10 @@ class Shelf : public testing::Test {
         }));
     }
     std::string RecordFile(const std::string& path) const {
-        return home.path + "/.local/state/moxi/games/" + HashOfText(path).substr(0, 32) + ".txt";
+        return records + "/" + HashOfText(path).substr(0, 32) + ".txt";
     }
     void Record(const std::string& path, const std::string& lines) const {
-        fs::create_directories(home.path + "/.local/state/moxi/games");
+        fs::create_directories(records);
         WriteTextFile(RecordFile(path), "moxi game 1\npath = " + path + "\n" + lines);
     }
     // Keys are pressed and released at 100 ms, 200 ms, ...
@@ -95,6 +95,7 @@ class Shelf : public testing::Test {
 
     TemporaryFolder home;
     std::string games = home.path + "/.local/share/moxi/games";
+    std::string records = home.path + "/own/shelf/games";
     std::string logged;
 };
 
@@ -109,6 +110,31 @@ TEST_F(Shelf, InstalledGamesStandOnItWithNameAndAuthor) {
     EXPECT_NE(LineWith(lines, "/share/moxi/demo \"MOXI Demo\""), "");
     // Nothing has been written.
     EXPECT_FALSE(fs::exists(home.path + "/.local/state"));
+    EXPECT_FALSE(fs::exists(home.path + "/own"));
+}
+
+TEST_F(Shelf, AHeadlessOneWithoutAFolderKnowsNoRecordsAndLeavesNone) {
+    const std::string state = home.path + "/.local/state/moxi/games";
+    fs::create_directories(state);
+    fs::create_directories(home.path + "/tmp");
+    MakeGame(home.path + "/Night", "Night", "Clara");
+    MakeGame(home.path + "/Day", "Day", "Clara");
+    const std::string record = "moxi game 1\npath = " + home.path + "/Night\nplayed = 7\n";
+    const std::string file = state + "/" + HashOfText(home.path + "/Night").substr(0, 32) + ".txt";
+    WriteTextFile(file, record);
+    WriteTextFile(home.path + "/script", "100 drop \"" + home.path + "/Day\"\n");
+    setenv("TMPDIR", (home.path + "/tmp").c_str(), 1);
+    const ProgramResult result = Run({"--headless", "--script", "script", "--dump-ui", "ui"});
+    unsetenv("TMPDIR");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    const std::string text = ReadTextFile(home.path + "/ui");
+    EXPECT_EQ(text.find("\"Night\""), std::string::npos);
+    EXPECT_NE(text.find("\"Day\""), std::string::npos);
+    EXPECT_EQ(ReadTextFile(file), record);
+    EXPECT_EQ(std::distance(fs::directory_iterator(state), {}), 1);
+    EXPECT_TRUE(fs::is_empty(home.path + "/tmp"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(home.path + "/.local/state/moxi"), {}), 1);
 }
 
 TEST_F(Shelf, GamesThatWerePlayedLastComeFirst) {
