@@ -233,6 +233,7 @@ std::string Play(const std::string& path) {
     std::vector<std::string> words = command;
     words.push_back(path);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

@@ -116,7 +116,7 @@ std::string PlayedTime(u64 seconds) {
         return "";
     }
     const u64 minutes = std::max<u64>(seconds / 60, 1);
-    const std::string rest = Filled(Words("%1 min"), std::to_string(minutes % 60));
+    std::string rest = Filled(Words("%1 min"), std::to_string(minutes % 60));
     if (minutes < 60) {
         return rest;
     }
