@@ -28,7 +28,8 @@ struct GameRead {
 
 // Called by the process that reads a game, before anything else. Tests hold it up here, as a disk
 // would.
-inline constinit void (*beforeGameIsRead)(const GameToRead& game) = [](const GameToRead&) {};
+using BeforeGameIsRead = void (*)(const GameToRead& game);
+inline constinit BeforeGameIsRead beforeGameIsRead = [](const GameToRead&) {};
 
 // One for each, in their order; those that could not be read in time are empty, and are not tried
 // again. Takes a few seconds at most, and some milliseconds for each game. `restricted` as the

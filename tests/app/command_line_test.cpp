@@ -144,7 +144,7 @@ TEST(CommandLine, WhatIsWrongIsSaidInOneClearLine) {
         {{"--new", "q", "extra"}, "--new makes one folder and takes no GAME: extra"},
         {{"--pack"}, "--pack needs GAME OUT"},
         {{"--pack", game.path}, "--pack needs GAME OUT"},
-        {{"--pack", game.path, "a", "b"}, "b: there is one GAME, and it is named before"},
+        {{"--pack", game.path, "a", "b"}, "--pack needs GAME OUT"},
         {{"--with-symbols", game.path}, "--with-symbols needs --bundle or --pack"},
         {{"--bundle"}, "--bundle needs OUT"},
         {{"--bundle", "out"}, "--bundle needs GAME"},
