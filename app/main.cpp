@@ -116,6 +116,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         return false;
     }
     AskBeforeUrls(preferences.askBeforeOpening);
+    AskForUrlsWith({Words("Open %1 ?"), Words("Open"), Words("Cancel")});
     desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;

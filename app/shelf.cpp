@@ -165,9 +165,10 @@ std::vector<ShelfGame> Games() {
         }
     }
     std::stable_sort(games.begin(), games.end(), [](const ShelfGame& a, const ShelfGame& b) {
-        const u64 playedA = a.record.lastPlayed;
-        const u64 playedB = b.record.lastPlayed;
-        return playedA != playedB ? playedA > playedB : a.record.name < b.record.name;
+        if (a.record.lastPlayed != b.record.lastPlayed) {
+            return a.record.lastPlayed > b.record.lastPlayed;
+        }
+        return Comparable(a.record.name) < Comparable(b.record.name);
     });
     return games;
 }

@@ -13,6 +13,7 @@
 #include "host/surface_slots.h"
 #include "host/window_place.h"
 #include "surface/add_game.h"
+#include "surface/problems.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
 #include "surface/words.h"
@@ -66,7 +67,7 @@ std::string FootText() {
     }
     const ShelfGame* const game = GameOf(shelf.surface.focus);
     const std::string about = game != nullptr ? AboutGame(*game) : "";
-    if (!about.empty()) {
+    if (!about.empty() || shelf.games.empty()) {
         return about;
     }
     return Words("Return plays, Delete takes a game off the shelf, typing searches");
@@ -176,7 +177,7 @@ void LookForEnd() {
 }
 
 void Play(const ShelfGame& game) {
-    shelf.message = shelfSlots.play(game.record.path);
+    shelf.message = InPlayersWords(shelfSlots.play(game.record.path));
     if (!shelf.message.empty() || !shelfSlots.isPlaying()) {
         return;
     }
@@ -241,7 +242,7 @@ void CloseAdding() {
 
 void AddGame(const std::string& path) {
     const std::string plain = PlainPath(path);
-    shelf.problem = shelfSlots.add(plain);
+    shelf.problem = InPlayersWords(shelfSlots.add(plain));
     if (!shelf.problem.empty()) {
         if (!shelf.adding) {
             shelf.message = shelf.problem;
