@@ -116,6 +116,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         return false;
     }
     AskBeforeUrls(preferences.askBeforeOpening);
+    AskForUrlsWith({Words("Open %1 ?"), Words("Open"), Words("Cancel")});
     desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
@@ -219,6 +220,9 @@ Status ServeTheKit(Options& options) {
     }
     if (options.game.empty()) {
         options.game = FindOwnGame();
+    }
+    if (options.game.empty() && (options.watch || !options.bundle.empty())) {
+        return RefuseCommandLine(options.watch ? "--watch needs GAME" : "--bundle needs GAME");
     }
     if (options.game.empty()) {
         if (CanOpenShelf(options)) {
