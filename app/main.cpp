@@ -321,7 +321,7 @@ Status EnterSandbox(Options& options) {
         ResolveNames(Resolution::Freely);
     }
     const std::vector<std::string> recordFiles = PreparePlayRecord(options);
-    ReadPreferences(ChosenPreferenceFile(options));
+    ReadPreferences(ChosenPreferenceFile(options), !options.preferences.empty());
     if (options.sandbox) {
         StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),

@@ -320,7 +320,8 @@ void RunShelf(const Options& chosen) {
     }
     PrepareRecords();
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
-    ReadPreferences(options.preferences.empty() ? usersFile : options.preferences);
+    const bool isNamed = !options.preferences.empty();
+    ReadPreferences(isNamed ? options.preferences : usersFile, isNamed);
     StartPangoText();
     vmSlots.endProcess = End;
     shelfSlots = {

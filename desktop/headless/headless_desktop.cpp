@@ -406,7 +406,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
     desktop.setViewScale = [](const ViewScale&) {};
-    desktop.toggleFittedScreen = [] { return false; };
+    desktop.fittedScreen = [] { return std::optional<bool>{}; };
+    desktop.setFittedScreen = [](bool) {};
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.windowPixels = [] { return desktop.viewSize(); };
