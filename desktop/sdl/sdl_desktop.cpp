@@ -103,6 +103,7 @@ static void ShutDown() {
     const InsideDesktop inside;
     StopTimers();
     StopUrlOpener();
+    LetLossEndProcess();
     // SDL waits for ever for what the server says of a window that is lost.
     if (DisplayLoss() != Loss::None) {
         return;
@@ -116,12 +117,13 @@ static void ShutDown() {
 }
 
 // The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
-// may hang in the module already.
+// may hang in the module already; and SDL waits for a server that goes away while it shows the
+// window for ever.
 static void ShowWindow() {
-    ShowGameWindow();
     if (gameWindow != nullptr) {
         StartWatchdog();
     }
+    ShowGameWindow();
 }
 
 static std::vector<Screen> ScreensNow() {
