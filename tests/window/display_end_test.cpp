@@ -2,7 +2,7 @@
 // answer that cannot come.
 #include <csignal>
 
-#include "desktop/common/last_wait.h"
+#include "base/last_wait.h"
 #include "desktop/desktop.h"
 #include "desktop/sdl/sdl_desktop.h"
 #include "tests/window/moxi_window.h"

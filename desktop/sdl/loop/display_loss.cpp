@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "desktop/common/last_wait.h"
+#include "base/last_wait.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"

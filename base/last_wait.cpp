@@ -1,4 +1,4 @@
-#include "desktop/common/last_wait.h"
+#include "base/last_wait.h"
 
 #include <unistd.h>
 
