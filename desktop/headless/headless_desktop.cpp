@@ -361,8 +361,8 @@ DateTime LocalDateTime() {
     return DateOf(parts);
 }
 
-// With a date given the same run comes out the same at any time: a file that it has changed is as old
-// as the clock says, whenever that was on the disk.
+// With a date given the same run comes out the same at any time: a file that it has changed is as
+// old as the clock says, whenever that was on the disk.
 std::time_t FileTime(const timespec& changed) {
     const timespec& start = state.startOfRun;
     const bool isOfThisRun = changed.tv_sec != start.tv_sec ? changed.tv_sec > start.tv_sec
@@ -406,7 +406,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
     desktop.setViewScale = [](const ViewScale&) {};
-    desktop.toggleFittedScreen = [] { return false; };
+    desktop.fittedScreen = [] { return std::optional<bool>{}; };
+    desktop.setFittedScreen = [](bool) {};
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.windowPixels = [] { return desktop.viewSize(); };

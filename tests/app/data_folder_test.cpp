@@ -139,8 +139,8 @@ TEST_F(DataFolder, WithoutAHomeAScreenshotHasNoPlaceAndIsRefused) {
     EXPECT_EQ(std::distance(fs::directory_iterator(here), {}), 1);  // the module that is none
 }
 
-// The times of one file that came with the game, of one that this run has written, and of the folder
-// that both lie in.
+// The times of one file that came with the game, of one that this run has written, and of the
+// folder that both lie in.
 TEST_F(DataFolder, WhatARunWithADateHasWrittenIsAsOldAsItsClockSays) {
     CallingModule calls;
     const u32 handle = calls.Call(SYS_FILE_OPEN, {calls.Text("NEW.DAT"), "0x8302"});
@@ -156,13 +156,14 @@ TEST_F(DataFolder, WhatARunWithADateHasWrittenIsAsOldAsItsClockSays) {
     WriteTextFile(data + "/OLD.DAT", "text");
     const timespec old[2] = {{1000000000, 0}, {1234567890, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, (data + "/OLD.DAT").c_str(), old, 0), 0);
-    const Strings options = {"--data-folder", data, "--date", "2024-05-06 12:53:20",
-                             "--dump-image", folder.path + "/image"};
+    const Strings options = {"--data-folder",       data,           "--date",
+                             "2024-05-06 12:53:20", "--dump-image", folder.path + "/image"};
     ASSERT_EQ(Run("TZ=Asia/Tokyo", options).status, 0);
     const std::string image = ReadTextFile(folder.path + "/image");
     const auto timeOf = [&](u32 call) {
         u32 time = 0;
-        std::memcpy(&time, image.data() + SymbolValue(assembled, CallingModule::ResultLabel(call)), 4);
+        std::memcpy(&time, image.data() + SymbolValue(assembled, CallingModule::ResultLabel(call)),
+                    4);
         return time;
     };
     EXPECT_EQ(timeOf(times[0]), 1234567890u);
