@@ -31,6 +31,7 @@
 #include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
 #include "desktop/sdl/audio/audio.h"
+#include "desktop/sdl/input/pad_helper.h"
 #include "desktop/sdl/sdl_desktop.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
@@ -173,6 +174,7 @@ void StartHelpers(const Options& options, const std::vector<std::string>& record
         SystemLog("no helper process: files cannot be dumped");
     }
     if (!options.headless) {
+        StartPadHelper(ConfinePadHelper);
         StartUrlOpener(FilterUrlHelperCalls);
     }
 }
@@ -321,7 +323,7 @@ Status EnterSandbox(Options& options) {
         ResolveNames(Resolution::Freely);
     }
     const std::vector<std::string> recordFiles = PreparePlayRecord(options);
-    ReadPreferences(ChosenPreferenceFile(options));
+    ReadPreferences(ChosenPreferenceFile(options), !options.preferences.empty());
     if (options.sandbox) {
         StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),

@@ -335,7 +335,8 @@ void RunShelf(const Options& chosen) {
     }
     PrepareRecords();
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
-    ReadPreferences(options.preferences.empty() ? usersFile : options.preferences);
+    const bool isNamed = !options.preferences.empty();
+    ReadPreferences(isNamed ? options.preferences : usersFile, isNamed);
     if (!options.scale.empty()) {
         SetPreferenceForRun("scale", options.scale);
     }

@@ -56,8 +56,10 @@ TEST_F(ShelfWindow, WhatIsWrongWithAGameIsABoxAndOneLineThatIsTheGames) {
     Shell("sleep 0.5; xdotool windowactivate --sync " + Window() +
           " type --delay 50 'message'; sleep 0.3; xdotool key Return");
     ASSERT_TRUE(WaitForWindow("Message Log")) << Errors();
-    Shell("xdotool windowactivate --sync " + Window() + " key Return");
-    ASSERT_TRUE(WaitUntil([this] { return Window().empty(); }));
+    ASSERT_TRUE(WaitUntil([this] {
+        OutputOf("xdotool windowactivate --sync " + Window() + " key Return 2>&1; sleep 0.3");
+        return Window().empty();
+    }));
     // One that has gone since is said by the shelf itself.
     fs::remove_all(place);
     ASSERT_TRUE(WaitForWindow("MOXI"));
