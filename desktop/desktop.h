@@ -9,6 +9,7 @@
 //
 // All functions are called on the main thread unless a comment says otherwise.
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -150,6 +151,9 @@ struct Desktop {
     // Told after the module has read the clock, so that virtual time can get on.
     void (*clockWasRead)();
     DateTime (*localDateTime)();
+    // The time that a file has for the module, of its time of change on the disk: the same, but
+    // where a run has a date of its own what it changes itself has that date's.
+    std::time_t (*fileTime)(const timespec& changed);
     // Calls `handler` on the main thread every `microseconds` (at least 1), first after one
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
@@ -220,6 +224,7 @@ inline constinit Desktop desktop = {
     .nanoseconds = [] { return u64{0}; },
     .clockWasRead = [] {},
     .localDateTime = [] { return DateTime{}; },
+    .fileTime = [](const timespec& changed) { return changed.tv_sec; },
     .startTimer = [](u64, void (*)()) { return TimerId{0}; },
     .startSurfaceTimer = [](u64, void (*)()) { return TimerId{0}; },
     .stopTimer = [](TimerId) {},

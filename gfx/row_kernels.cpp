@@ -67,16 +67,36 @@ HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour, std::size_
 
 #endif
 
-void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
-    std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
+
+// Lays whole vectors and returns how many pixels they were. Most of a text's rows are empty but for
+// a few letters, so four vectors are looked at together.
+HWY_INLINE std::size_t LayVectors(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     const std::size_t step = hn::Lanes(d32);
+    std::size_t x = 0;
+    for (; x + 4 * step <= count; x += 4 * step) {
+        if (hn::AllTrue(d8, hn::Eq(hn::LoadU(d8, coverage + x), hn::Zero(d8)))) {
+            continue;
+        }
+        for (std::size_t i = x; i < x + 4 * step; i += step) {
+            LayVector(pixels + i * 4, coverage + i, colour, 0);
+        }
+    }
     for (; x + step <= count; x += step) {
         LayVector(pixels + x * 4, coverage + x, colour, 0);
     }
+    return x;
+}
+
+#endif
+
+HWY_INLINE void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
+    std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    x = LayVectors(pixels, coverage, count, colour);
     if (x != 0 && x != count) {
         // The last vector reaches back over pixels that are done; coverage of 0 leaves them alone.
-        const std::size_t last = count - step;
+        const std::size_t last = count - hn::Lanes(d32);
         LayVector(pixels + last * 4, coverage + last, colour, x - last);
         return;
     }
@@ -84,6 +104,12 @@ void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     for (; x < count; ++x) {
         u8* const pixel = pixels + x * 4;
         StoreBytes<u32>(pixel, LayOver(LoadBytes<u32>(pixel), colour, coverage[x]));
+    }
+}
+
+void LayRowsHere(u8* pixels, std::size_t stride, const CoverageRows& coverage, u32 colour) {
+    for (std::size_t y = 0; y < coverage.rows; ++y) {
+        LayRow(pixels + y * stride, coverage.bytes + y * coverage.stride, coverage.columns, colour);
     }
 }
 
@@ -203,13 +229,13 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-HWY_EXPORT(LayRowHere);
+HWY_EXPORT(LayRowsHere);
 HWY_EXPORT(IsOpaqueRowHere);
 HWY_EXPORT(CopyOpaqueHere);
 HWY_EXPORT(CopyExchangedHere);
 
-void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
-    HWY_DYNAMIC_DISPATCH(LayRowHere)(pixels, coverage, count, colour);
+void LayRows(u8* pixels, std::size_t stride, const CoverageRows& coverage, u32 colour) {
+    HWY_DYNAMIC_DISPATCH(LayRowsHere)(pixels, stride, coverage, colour);
 }
 
 bool IsOpaqueRow(const u8* pixels, std::size_t count) {
