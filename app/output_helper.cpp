@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <set>
 
 #include "app/call_filter.h"
 #include "base/output_files.h"
@@ -41,6 +42,8 @@ bool IsPicture(const OutputPlaces& places, const std::string& path) {
            path.compare(path.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
 }
 
+std::set<std::string> picturesOfRun;
+
 bool IsOneOf(const std::vector<std::string>& files, const std::string& path) {
     return std::find(files.begin(), files.end(), path) != files.end();
 }
@@ -59,7 +62,11 @@ bool IsPermitted(const OutputPlaces& places, char what, const std::string& path)
             if (path == places.guardedFile) {
                 return false;
             }
-            return IsOneOf(places.files, path) || IsPicture(places, path) || IsOwn(places, path);
+            // Of pictures only those of this run are written and removed.
+            if (IsPicture(places, path)) {
+                return what == kMakeNew || picturesOfRun.count(path) != 0;
+            }
+            return IsOneOf(places.files, path) || IsOwn(places, path);
     }
 }
 
@@ -171,6 +178,9 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     const int file =
         open(path.c_str(), (what == kRead ? O_RDONLY | O_NONBLOCK : writing) | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
+    if (file >= 0 && IsPicture(places, path)) {
+        picturesOfRun.insert(path);
+    }
     if (file >= 0) {
         close(file);
     }

@@ -5,11 +5,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
@@ -91,6 +93,32 @@ TEST(CallFilter, TheSystemStaysAsItIs) {
         EXPECT_EQ(StatusInFilter([call] { return Refused(syscall(call, 0, 0, 0, 0, 0)); }), 0)
             << call;
     }
+}
+
+// Landlock restricts none of these, wherever the file lies.
+TEST(CallFilter, NoFileOfTheUsersIsOpenedToOthersCutOffOrWatched) {
+    char path[] = "/tmp/moxi-test-XXXXXX";
+    const int file = mkstemp(path);
+    ASSERT_EQ(write(file, "diary", 5), 5);
+    for (const auto attack :
+         {+[](const char* name) { return chmod(name, 0777); },
+          +[](const char* name) { return chown(name, getuid(), getgid()); },
+          +[](const char* name) { return truncate(name, 0); },
+          +[](const char* name) { return utimensat(AT_FDCWD, name, nullptr, 0); },
+          +[](const char* name) { return inotify_add_watch(inotify_init1(0), name, IN_ACCESS); }}) {
+        EXPECT_EQ(StatusInFilter([&] { return Refused(attack(path)); }), 0);
+    }
+    constexpr long kFchmodat2 = 452;
+    EXPECT_EQ(StatusInFilter([&] { return Refused(syscall(kFchmodat2, AT_FDCWD, path, 0777, 0)); }),
+              0);
+    struct stat status;
+    ASSERT_EQ(stat(path, &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    EXPECT_EQ(status.st_size, 5);
+    // What the game has opened is its own to cut off.
+    EXPECT_EQ(StatusInFilter([&] { return ftruncate(file, 2); }), 0);
+    close(file);
+    unlink(path);
 }
 
 TEST(CallFilter, NothingIsTypedIntoTheTerminal) {

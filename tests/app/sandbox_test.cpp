@@ -380,6 +380,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     const Home home;
     const std::string pictures = home.folder.path + "/pictures";
     fs::create_directories(pictures + "/deeper");
+    WriteTextFile(pictures + "/MOXI old.png", "old");
     const std::string dump = home.path + "/dump";
     const auto opens = [](const std::string& path) {
         std::FILE* const file = outputFiles.open(path);
@@ -388,6 +389,14 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     const int status = StatusOf([&] {
         if (!StartOutputHelper({{dump}, pictures})) {
             return 100;
+        }
+        // Pictures of earlier runs stay as they are.
+        if (opens(pictures + "/MOXI old.png") || outputFiles.makeNew(pictures + "/MOXI old.png")) {
+            return 109;
+        }
+        outputFiles.remove(pictures + "/MOXI old.png");
+        if (!outputFiles.makeNew(pictures + "/MOXI a.png")) {
+            return 110;
         }
         if (!opens(dump) || !opens(pictures + "/MOXI a.png")) {
             return 101;
@@ -420,6 +429,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
     EXPECT_EQ(ReadTextFile(home.path + "/direct"), "text");
     EXPECT_FALSE(fs::exists(pictures + "/MOXI a.png"));
+    EXPECT_EQ(ReadTextFile(pictures + "/MOXI old.png"), "old");
     EXPECT_FALSE(fs::exists(home.folder.path + "/b.png"));
     EXPECT_FALSE(fs::exists(pictures + "/MOXI a.sh"));
 }
