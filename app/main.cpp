@@ -117,6 +117,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         return false;
     }
     AskBeforeUrls(preferences.askBeforeOpening);
+    AskForUrlsWith({Words("Open %1 ?"), Words("Open"), Words("Cancel")});
     desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
@@ -226,6 +227,9 @@ Status ServeTheKit(Options& options) {
     if (options.game.empty()) {
         options.game = FindOwnGame();
     }
+    if (options.game.empty() && (options.watch || !options.bundle.empty())) {
+        return RefuseCommandLine(options.watch ? "--watch needs GAME" : "--bundle needs GAME");
+    }
     if (options.game.empty()) {
         if (CanOpenShelf(options)) {
             RunShelf(options);
@@ -323,7 +327,7 @@ Status EnterSandbox(Options& options) {
         ResolveNames(Resolution::Freely);
     }
     const std::vector<std::string> recordFiles = PreparePlayRecord(options);
-    ReadPreferences(ChosenPreferenceFile(options));
+    ReadPreferences(ChosenPreferenceFile(options), !options.preferences.empty());
     if (options.sandbox) {
         StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),

@@ -461,7 +461,7 @@ TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
         if (ReplaceFile(home.diary, "mine") || outputFiles.putInPlace(home.diary)) {
             return 106;
         }
-        if (ReplaceFile(own + ".new", "mine")) {
+        if (ReplaceFile(NewFileOf(own), "mine")) {
             return 107;
         }
         return 0;
