@@ -23,7 +23,9 @@
 #include <thread>
 
 #include "app/refused_calls.h"
+#include "base/close_others.h"
 #include "base/log.h"
+#include "desktop/sdl/input/pad_helper.h"
 #include "vm/guard.h"
 
 namespace moxi {
@@ -119,6 +121,58 @@ TEST(CallFilter, NoFileOfTheUsersIsOpenedToOthersCutOffOrWatched) {
     EXPECT_EQ(StatusInFilter([&] { return ftruncate(file, 2); }), 0);
     close(file);
     unlink(path);
+}
+
+TEST(HelperProcesses, TheOneForGamepadsDoesItsWorkBehindItsFilter) {
+    char folder[] = "/tmp/moxi-test-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string first = std::string(folder) + "/event0";
+    const std::string later = std::string(folder) + "/event1";
+    close(open(first.c_str(), O_WRONLY | O_CREAT, 0600));
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        FilterPadHelperCalls();
+        HandOverPads(ends[1], folder, [](int) { return true; });
+        _exit(0);
+    }
+    close(ends[1]);
+    // One that is there, and one that comes later.
+    char letter = 0;
+    EXPECT_EQ(recv(ends[0], &letter, 1, 0), 1);
+    close(open(later.c_str(), O_WRONLY | O_CREAT, 0600));
+    EXPECT_EQ(recv(ends[0], &letter, 1, 0), 1);
+    close(ends[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    unlink(first.c_str());
+    unlink(later.c_str());
+    rmdir(folder);
+}
+
+TEST(HelperProcesses, HoldNothingOpenButTheStandardStreamsAndTheirConnection) {
+    for (const int kept : {3, 20}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (const int open : {3, 7, 20, 90}) {
+                dup2(0, open);
+            }
+            CloseOthers(kept);
+            for (int file = 0; file < 100; ++file) {
+                const bool isOpen = fcntl(file, F_GETFD) >= 0;
+                if (isOpen != (file < 3 || file == kept)) {
+                    _exit(file + 1);
+                }
+            }
+            _exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << "descriptor " << WEXITSTATUS(status) - 1;
+    }
 }
 
 TEST(CallFilter, NothingIsTypedIntoTheTerminal) {
