@@ -89,13 +89,13 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     const u32 kind = input.ConsumeIntegralInRange<u32>(0, 3);
     const std::string console =
         kind == 3 ? MakeRandomModule(input.ConsumeIntegral<u8>()).bytes : "";
-    const std::string module = kind == 0   ? input.ConsumeRemainingBytesAsString()
-                               : kind == 1 ? ModuleWithDebugInformation(input)
-                                           : ChangedModule(input);
+    const std::string bytes = kind == 0   ? input.ConsumeRemainingBytesAsString()
+                              : kind == 1 ? ModuleWithDebugInformation(input)
+                                          : ChangedModule(input);
     if (kind == 3) {
-        options.cartridge = module;
+        options.cartridge = bytes;
     }
-    const moxi::Translation translation = moxi::Translate(kind == 3 ? console : module, options);
+    const moxi::Translation translation = moxi::Translate(kind == 3 ? console : bytes, options);
     if (!translation.ok) {
         Require(!translation.errors.empty() && translation.bytes.empty());
         for (const std::string& error : translation.errors) {
