@@ -24,6 +24,10 @@ void LayRows(u8* pixels, std::size_t stride, const CoverageRows& coverage, u32 c
 // Whether `count` pixels all have alpha 255.
 bool IsOpaqueRow(const u8* pixels, std::size_t count);
 
+// Copies pixels up to the first few among which one has not alpha 255, and returns how many. With
+// `streams` the copy goes past the caches, which is faster for pictures larger than these.
+std::size_t CopyOpaque(u8* to, const u8* from, std::size_t count, bool streams);
+
 // Copies `count` pixels and exchanges bytes 0 and 2 of each.
 void CopyExchanged(u8* to, const u8* from, std::size_t count);
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -76,6 +77,27 @@ TEST(RowKernels, ARowIsOpaqueUnlessOneOfItsPixelsIsNot) {
             pixels[x * 4 + 3] = 254;
             EXPECT_FALSE(IsOpaqueRow(pixels.data(), count)) << count << " " << x;
             pixels[x * 4 + 3] = 255;
+        }
+    }
+}
+
+TEST(RowKernels, AnOpaqueRowIsCopiedUpToItsFirstTranslucentPixel) {
+    constexpr std::size_t kLong = 300;
+    for (const bool streams : {false, true}) {
+        for (std::size_t count = 0; count <= kLong; count += count < kWidest ? 1 : 23) {
+            for (std::size_t first = 0; first <= count; first += 1 + first / 4) {
+                Row from(static_cast<u32>(count), (kLong + 1) * 4);
+                for (std::size_t x = 0; x < count; ++x) {
+                    from.bytes[(x + 1) * 4 + 3] = x == first ? 254 : 255;
+                }
+                std::vector<u8> to((kLong + 2) * 4, 77);
+                const std::size_t copied =
+                    CopyOpaque(to.data() + 4, from.bytes.data() + 4, count, streams);
+                ASSERT_EQ(copied, first) << count;
+                std::vector<u8> expected((kLong + 2) * 4, 77);
+                std::copy_n(from.bytes.begin() + 4, copied * 4, expected.begin() + 4);
+                ASSERT_EQ(to, expected) << count << " " << first;
+            }
         }
     }
 }
