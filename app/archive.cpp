@@ -31,14 +31,15 @@ namespace fs = std::filesystem;
 
 // The cache has a folder for each archive's content and name:
 //
-//     archives/KEY/CONTENTS    a hash of the names, sizes and times of what was unpacked
-//     archives/KEY/GAME.zip/   what was unpacked
+//     archives/KEY/CONTENTS          a hash of the names, sizes and times of what was unpacked
+//     archives/KEY/files/GAME.zip/   what was unpacked: an archive may have any name
 //
 // It gets its name when it is whole. A look at CONTENTS finds what was lost or changed since.
 
 namespace {
 
 constexpr const char* kContents = "CONTENTS";
+constexpr const char* kFiles = "files";
 // What nobody has played for so long is unpacked again if need be.
 constexpr auto kKept = std::chrono::hours(24 * 60);
 constexpr auto kUnfinishedKept = std::chrono::hours(24);
@@ -152,14 +153,18 @@ std::string TakePlace(const fs::path& unfinished, const Place& place) {
 void RemoveOld(const fs::path& all) {
     const auto now = fs::file_time_type::clock::now();
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(all, error)) {
-        const bool isUnfinished = entry.path().filename().string().rfind(kUnfinished, 0) == 0;
-        const auto used =
-            fs::last_write_time(isUnfinished ? entry.path() : entry.path() / kContents, error);
-        if (error || now - used < (isUnfinished ? kUnfinishedKept : kKept)) {
-            continue;
+    fs::directory_iterator entry(all, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const fs::path& path = entry->path();
+        const bool isUnfinished = path.filename().string().rfind(kUnfinished, 0) == 0;
+        std::error_code missing;
+        auto used = fs::last_write_time(path / kContents, missing);
+        if (missing || isUnfinished) {
+            used = fs::last_write_time(path, missing);
         }
-        fs::remove_all(entry.path(), error);
+        if (!missing && now - used >= (isUnfinished ? kUnfinishedKept : kKept)) {
+            fs::remove_all(path, missing);
+        }
     }
 }
 
@@ -170,8 +175,8 @@ std::string Unpack(int file, const std::string& path, const Place& place, bool r
     if (error || mkdtemp(name.data()) == nullptr) {
         return place.all.string() + ": " + (error ? error.message() : std::strerror(errno));
     }
-    const fs::path folder = name / place.folder.filename();
-    fs::create_directory(folder, error);
+    const fs::path folder = fs::path(name) / kFiles / place.folder.filename();
+    fs::create_directories(folder, error);
     std::string problem = UnpackApart(file, path, folder, restricted);
     if (problem.empty()) {
         std::ofstream contents(fs::path(name) / kContents);
@@ -204,7 +209,7 @@ std::string FindUnpacked(int file, const Options& options, Place& place) {
     constexpr size_t kKeyDigits = 32;
     place.all = fs::path(cache) / "moxi" / "archives";
     place.own = place.all / HashOfText(hash + " " + name).substr(0, kKeyDigits);
-    place.folder = place.own / name;
+    place.folder = place.own / kFiles / name;
     if (!IsWhole(place)) {
         std::string problem = Unpack(file, options.game, place, options.sandbox);
         if (!problem.empty()) {

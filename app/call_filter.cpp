@@ -285,6 +285,17 @@ void FilterOutputHelperCalls() {
     LoadForHelper(filter);
 }
 
+void FilterPadHelperCalls() {
+    Filter filter(SCMP_ACT_ERRNO(EPERM));
+    AddCallsOfHelper(filter);
+    for (const char* const name :
+         {"open", "openat", "fstat", "newfstatat", "fcntl", "getdents64", "lseek", "ioctl", "poll",
+          "ppoll", "inotify_init1", "inotify_add_watch"}) {
+        filter.Add(SCMP_ACT_ALLOW, name);
+    }
+    LoadForHelper(filter);
+}
+
 void FilterUrlHelperCalls() {
     Filter filter(SCMP_ACT_ERRNO(EPERM));
     AddCallsOfHelper(filter);

@@ -11,9 +11,10 @@ namespace moxi {
 // the system. For all threads, and for good. Returns "" or why there is no filter.
 std::string FilterGameCalls();
 
-// Nothing but what opening and removing named files takes, and the same of passing on addresses.
-// Where there is no filter the helper goes on without one.
+// Nothing but what opening and removing named files takes, the same of opening devices, and of
+// passing on addresses. Where there is no filter the helper goes on without one.
 void FilterOutputHelperCalls();
+void FilterPadHelperCalls();
 void FilterUrlHelperCalls();
 
 // No core dumps, and bounds for open files and for the user's processes.

@@ -9,6 +9,7 @@
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "desktop/sdl/sdl_desktop.h"
+#include "surface/problems.h"
 
 namespace moxi {
 
@@ -25,7 +26,7 @@ bool IsSet(const char* name) {
 }  // namespace
 
 void NoteTerminal() {
-    hasTerminal = isatty(STDERR_FILENO) == 1;
+    hasTerminal = isatty(STDERR_FILENO) == 1 && !IsSet(kFromShelf);
 }
 
 int RefuseGame(const Options& options, const std::string& what) {
@@ -36,7 +37,7 @@ int RefuseGame(const Options& options, const std::string& what) {
     TakeLibraryLines();
     std::string error;
     if (StartSdlDesktop(&error)) {
-        desktop.alert(WithoutControls(what));
+        desktop.alert(WithoutControls(InPlayersWords(what)));
         desktop.shutDown();
     }
     GiveBackStandardError();
@@ -47,8 +48,8 @@ void TellOfDamagedModule() {
     if (hasTerminal || fatalMessageShown) {
         return;
     }
-    desktop.alert(WithoutControls(folders.gameName) +
-                  ": the game's MAIN.MX is damaged or not complete.");
+    desktop.alert(InPlayersWords(WithoutControls(folders.gameName) +
+                                 ": the game's MAIN.MX is damaged or not complete."));
 }
 
 void NoteFatalMessage() {

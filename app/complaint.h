@@ -8,6 +8,9 @@
 
 namespace moxi {
 
+// Set in the environment of games that the shelf starts: their player looks at a window.
+inline constexpr const char* kFromShelf = "MOXI_FROM_SHELF";
+
 // To be called at the start, before standard error is anything else's.
 void NoteTerminal();
 

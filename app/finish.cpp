@@ -10,6 +10,7 @@
 #include "app/record.h"
 #include "app/temporary_folder.h"
 #include "app/trace.h"
+#include "base/last_wait.h"
 #include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/audio_out.h"
@@ -38,7 +39,11 @@ struct Dumps {
     std::string controls;
 };
 
+// Servers of display and sound answer within this, or not at all.
+constexpr unsigned kSecondsForServers = 5;
+
 Dumps dumps;
+constinit bool hasServers = false;
 constinit std::atomic<bool> finishing = false;
 
 void Report(const std::string& path) {
@@ -97,6 +102,7 @@ void WriteDumpsOfForcedEnd() {
 
 void PrepareFinish(const Options& options) {
     dumps = {options.dumpImage, options.dumpScreen, options.dumpView, options.dumpUi};
+    hasServers = !options.headless;
 }
 
 void Finish(int status) {
@@ -119,10 +125,14 @@ void Finish(int status) {
     CloseTrace();
     CloseDebugger(status);
     CloseRecording();
-    audioOut.shutDown();
-    desktop.shutDown();
     RemoveTemporaryFolder();
     EndLog();
+    // All that is to be kept has been. What follows gives back what the system takes back anyway.
+    if (hasServers) {
+        EndAtTheLatest(kSecondsForServers, status);
+    }
+    audioOut.shutDown();
+    desktop.shutDown();
     GiveBackStandardError();
     std::exit(status);
 }

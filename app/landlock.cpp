@@ -139,6 +139,10 @@ void LandlockRules::PermitDevice(const std::string& path) {
     Permit(path, kReadFile | kReadFolder | kWriteFile | kDeviceCommand);
 }
 
+void LandlockRules::PermitReadingDevices(const std::string& path) {
+    Permit(path, kReadFile | kReadFolder | kDeviceCommand);
+}
+
 std::string LandlockRules::Restrict() const {
     if (descriptor < 0) {
         return std::strerror(error);

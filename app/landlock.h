@@ -28,7 +28,8 @@ class LandlockRules {
     void PermitWriting(const std::string& path);  // and reading, making, removing, moving
     void PermitRemovingFiles(const std::string& path);
     void PermitRunning(const std::string& path);
-    void PermitDevice(const std::string& path);  // reading, writing and its own commands
+    void PermitDevice(const std::string& path);          // reading, writing and its own commands
+    void PermitReadingDevices(const std::string& path);  // the same without writing
 
     // Restricts this thread and what it starts, for good: everything else is refused. Returns "" or
     // why it is not restricted.

@@ -31,6 +31,7 @@
 #include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
 #include "desktop/sdl/audio/audio.h"
+#include "desktop/sdl/input/pad_helper.h"
 #include "desktop/sdl/sdl_desktop.h"
 #include "desktop/sdl/url_opener.h"
 #include "desktop/synth/synth.h"
@@ -116,6 +117,7 @@ bool StartDesktop(const Options& options, std::string& error) {
         return false;
     }
     AskBeforeUrls(preferences.askBeforeOpening);
+    AskForUrlsWith({Words("Open %1 ?"), Words("Open"), Words("Cancel")});
     desktop.setViewScale(ViewScaleOf(preferences));
     StartSdlAudio(audio);
     return true;
@@ -172,6 +174,7 @@ void StartHelpers(const Options& options, const std::vector<std::string>& record
         SystemLog("no helper process: files cannot be dumped");
     }
     if (!options.headless) {
+        StartPadHelper(ConfinePadHelper);
         StartUrlOpener(FilterUrlHelperCalls);
     }
 }
@@ -219,6 +222,9 @@ Status ServeTheKit(Options& options) {
     }
     if (options.game.empty()) {
         options.game = FindOwnGame();
+    }
+    if (options.game.empty() && (options.watch || !options.bundle.empty())) {
+        return RefuseCommandLine(options.watch ? "--watch needs GAME" : "--bundle needs GAME");
     }
     if (options.game.empty()) {
         if (CanOpenShelf(options)) {
@@ -317,7 +323,7 @@ Status EnterSandbox(Options& options) {
         ResolveNames(Resolution::Freely);
     }
     const std::vector<std::string> recordFiles = PreparePlayRecord(options);
-    ReadPreferences(ChosenPreferenceFile(options));
+    ReadPreferences(ChosenPreferenceFile(options), !options.preferences.empty());
     if (options.sandbox) {
         StartHelpers(options, recordFiles);
         StartSandbox({.game = GameFolder(options.game),

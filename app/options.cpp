@@ -1,11 +1,13 @@
 #include "app/options.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
+#include <algorithm>
+#include <array>
 #include <cstdio>
-#include <filesystem>
 #include <string_view>
+#include <variant>
 
+#include "app/option_values.h"
 #include "base/log.h"
 #include "base/read_file.h"
 #include "base/version.h"
@@ -17,6 +19,126 @@ namespace {
 constexpr int kWrongCommandLine = 2;
 // A day of events, one a millisecond.
 constexpr u64 kLargestScript = u64{4} << 30;
+
+// With the texts of those that stand for something else, as they were given.
+struct GivenOptions : Options {
+    std::string desktop;
+    std::string script;
+    std::string runMilliseconds;
+    std::string date;
+    std::string dataLimitText;
+    std::string musicVolumeText;
+    std::string soundVolumeText;
+    bool noTranslate = false;
+};
+
+// --- One row for each
+
+using Target = std::variant<bool GivenOptions::*, std::string GivenOptions::*,
+                            std::vector<std::string> GivenOptions::*>;
+
+struct Row {
+    const char* name;
+    const char* value;  // what the help shows for its value; null for a flag
+    const char* help;
+    Target target;
+    std::array<const char*, 2> needs = {};  // it makes no sense without one of these
+    std::string (*check)(const std::string&) = CheckFilled;
+};
+
+template <class T>
+constexpr Target To(T Options::*member) {
+    return static_cast<T GivenOptions::*>(member);
+}
+
+template <class T>
+constexpr Target To(T GivenOptions::*member) {
+    return member;
+}
+
+using Given = GivenOptions;
+constexpr std::array<const char*, 2> kNothing = {};
+constexpr std::array<const char*, 2> kHeadless = {"--headless"};
+constexpr std::array<const char*, 2> kNew = {"--new"};
+
+// In the order of the help.
+constexpr Row kRows[] = {
+    {"--data-folder", "DIR", "use DIR as the data folder", To(&Options::dataFolder)},
+    {"--mute", nullptr, "no sound device is opened", To(&Options::mute)},
+    {"--music-volume", "N", "how loud music is, 0 to 100", To(&Given::musicVolumeText), kNothing,
+     CheckVolume},
+    {"--sound-volume", "N", "how loud sounds are, 0 to 100", To(&Given::soundVolumeText), kNothing,
+     CheckVolume},
+    {"--preferences", "FILE", "use FILE for the panel's preferences (headless: else none)",
+     To(&Options::preferences)},
+    {"--soundfont", "FILE", "SoundFont for MIDI", To(&Options::soundfont)},
+    {"--full-screen", nullptr, "start in full screen", To(&Options::fullScreen)},
+    {"--scale", "N|fit", "enlarge the view, 1 to 16 times or to fit the screen",
+     To(&Options::scale), kNothing, CheckScale},
+    {"--headless", nullptr, "no window, no sound device, virtual clock", To(&Options::headless)},
+    {"--desktop", "WxH[,WxH..]", "headless: the screens, main screen first", To(&Given::desktop),
+     kHeadless},
+    {"--script", "FILE", "headless: desktop events to play", To(&Given::script), kHeadless},
+    {"--run-ms", "N", "headless: end after N ms", To(&Given::runMilliseconds), kHeadless,
+     CheckMilliseconds},
+    {"--date", "\"YYYY-MM-DD hh:mm:ss\"", "headless: local date and time at the start",
+     To(&Given::date), kHeadless},
+    {"--dump-image", "FILE", "at exit: the module image", To(&Options::dumpImage)},
+    {"--dump-screen", "FILE", "at exit: the screen bitmap as a PNG", To(&Options::dumpScreen)},
+    {"--dump-view", "FILE", "at exit: what the view shows as a PNG", To(&Options::dumpView)},
+    {"--dump-ui", "FILE", "headless: at exit, the controls of the panel or the shelf, as text",
+     To(&Options::dumpUi), kHeadless},
+    {"--trace", "FILE", "write each executed instruction, as text", To(&Options::trace)},
+    {"--record", "FILE", "write the desktop events as an event script", To(&Options::record)},
+    {"--render-audio", "FILE", "headless: what would have been heard, as a WAV file",
+     To(&Options::renderAudio), kHeadless},
+    {"--no-sandbox", nullptr, "do not restrict what the process may reach", To(&Options::unlocked)},
+    {"--no-translate", nullptr, "run everything in the interpreter", To(&Given::noTranslate)},
+    {"--open-urls", nullptr, "open addresses without asking", To(&Options::openUrls)},
+    {"--data-limit", "SIZE", "how much the data folder may hold, 500M for one (default 1G)",
+     To(&Given::dataLimitText)},
+    {"--debug", nullptr, "author's kit: the debugger, in the terminal", To(&Options::debug)},
+    {"--profile", "FILE", "author's kit: count where the instructions go", To(&Options::profile)},
+    {"--watch", nullptr, "author's kit: start again when MAIN.MX or a .lua file changes",
+     To(&Options::watch)},
+    {"--bundle", "OUT", "author's kit: make a folder with the game and moxi", To(&Options::bundle)},
+    {"--pack", "GAME OUT", "author's kit: make an archive, OUT, with GAME", To(&Options::pack)},
+    {"--with-symbols",
+     nullptr,
+     "with --bundle and --pack: MAIN.SYM too",
+     To(&Options::withSymbols),
+     {"--bundle", "--pack"}},
+    {"--new", "FOLDER", "author's kit: begin a game in a new folder", To(&Options::newGame)},
+    {"--c", nullptr, "with --new: a game in C", To(&Options::newInC), kNew},
+    {"--lua", nullptr, "with --new: a game in Lua", To(&Options::newInLua), kNew},
+};
+
+void AddRow(CLI::App& app, const Row& row, GivenOptions& given) {
+    if (const auto* const flag = std::get_if<bool GivenOptions::*>(&row.target)) {
+        app.add_flag(row.name, given.*(*flag), row.help);
+        return;
+    }
+    const auto* const texts = std::get_if<std::vector<std::string> GivenOptions::*>(&row.target);
+    CLI::Option* const option =
+        texts != nullptr
+            ? app.add_option(row.name, given.*(*texts), row.help)->expected(2)
+            : app.add_option(row.name, given.*std::get<std::string GivenOptions::*>(row.target),
+                             row.help);
+    option->type_name(row.value)->check(CLI::Validator(row.check, ""));
+}
+
+void AddRows(CLI::App& app, GivenOptions& given) {
+    app.add_option(
+           "GAME", given.game,
+           "game folder, application bundle, MAIN.MX, archive (.mxz, .zip) or WASM-4 cartridge")
+        ->check(CLI::Validator(CheckFilled, ""));
+    for (const Row& row : kRows) {
+        AddRow(app, row, given);
+    }
+    app.set_version_flag("--version", std::string("moxi ") + kVersionText);
+}
+
+// --- What is wrong
 
 std::string OneLine(std::string text) {
     for (char& c : text) {
@@ -30,139 +152,108 @@ std::string OneLine(std::string text) {
     return WithoutControls(text);
 }
 
-bool TwoDigits(const std::string& text, size_t at, u32& value) {
-    if (at + 2 > text.size() || text[at] < '0' || text[at] > '9' || text[at + 1] < '0' ||
-        text[at + 1] > '9') {
-        return false;
-    }
-    value = static_cast<u32>((text[at] - '0') * 10 + text[at + 1] - '0');
-    return true;
+bool IsGiven(const CLI::App& app, const char* name) {
+    const CLI::Option* const option = app.get_option_no_throw(name);
+    return option != nullptr && option->count() > 0;
 }
 
-// "YYYY-MM-DD hh:mm:ss", a date that exists.
-bool ParseDate(const std::string& text, DateTime& date) {
-    u32 century = 0;
-    u32 year = 0;
-    const bool shape = text.size() == 19 && text[4] == '-' && text[7] == '-' && text[10] == ' ' &&
-                       text[13] == ':' && text[16] == ':' && TwoDigits(text, 0, century) &&
-                       TwoDigits(text, 2, year) && TwoDigits(text, 5, date.month) &&
-                       TwoDigits(text, 8, date.day) && TwoDigits(text, 11, date.hour) &&
-                       TwoDigits(text, 14, date.minute) && TwoDigits(text, 17, date.second);
-    if (!shape) {
-        return false;
+// Too few values or too many of them.
+std::string WrongNumberOfValues(const CLI::App& app, const std::string& what) {
+    const std::string name = what.substr(0, what.find(':'));
+    for (const Row& row : kRows) {
+        if (row.name != name || row.value == nullptr) {
+            continue;
+        }
+        const bool isOne =
+            !std::holds_alternative<std::vector<std::string> GivenOptions::*>(row.target);
+        const CLI::Option* const option = app.get_option_no_throw(name);
+        const bool isTwice = isOne && option != nullptr && option->count() > 1;
+        return isTwice ? name + " is there more than once" : name + " needs " + row.value;
     }
-    date.year = century * 100 + year;
-    constexpr u32 kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    if (date.month < 1 || date.month > 12 || date.hour > 23 || date.minute > 59 ||
-        date.second > 59) {
-        return false;
-    }
-    const bool leap = date.year % 4 == 0 && (date.year % 100 != 0 || date.year % 400 == 0);
-    const u32 days = kDays[date.month - 1] + (date.month == 2 && leap ? 1 : 0);
-    return date.day >= 1 && date.day <= days;
+    return what;
 }
 
-// Decimal digits and nothing else; at most 2^40.
-std::string CheckMilliseconds(const std::string& text) {
-    constexpr u64 kMost = u64{1} << 40;
-    u64 value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error == std::errc() && stop == end && value <= kMost) {
+// Words that are no option, or one too many.
+std::string UnknownWord(const CLI::App& app, const std::string& what) {
+    const std::vector<std::string> words = app.remaining();
+    if (words.empty()) {
+        return what;
+    }
+    const std::string& word = words.front();
+    return word + (word.starts_with('-') ? ": there is no such option"
+                                         : ": there is one GAME, and it is named before");
+}
+
+// "", or an option that lacks another one or that another one rules out.
+std::string WhyNotTogether(const CLI::App& app, const GivenOptions& given) {
+    for (const Row& row : kRows) {
+        const auto [first, second] = row.needs;
+        if (first == nullptr || !IsGiven(app, row.name) || IsGiven(app, first) ||
+            (second != nullptr && IsGiven(app, second))) {
+            continue;
+        }
+        return std::string(row.name) + " needs " + first +
+               (second != nullptr ? std::string(" or ") + second : "");
+    }
+    if (given.newInC && given.newInLua) {
+        return "--c and --lua: a game is in one of them";
+    }
+    if (!IsGiven(app, "--new")) {
         return "";
     }
-    return "Value " + text + " not in range 0 to " + std::to_string(kMost);
+    if (given.newGame.starts_with('-')) {
+        return "--new needs FOLDER: " + given.newGame + " is none";
+    }
+    if (!given.game.empty()) {
+        return "--new makes one folder and takes no GAME: " + given.game;
+    }
+    return "";
 }
 
-// A percentage in decimal digits.
-std::string CheckVolume(const std::string& text) {
-    u32 value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error == std::errc() && stop == end && value <= 100) {
-        return "";
+// --- What they stand for
+
+std::string ReadScript(const std::string& path, std::vector<ScriptEvent>& script) {
+    std::string text;
+    if (!ReadWholeFile(path, kLargestScript, text).empty()) {
+        return path + ": cannot be read";
     }
-    return "Value " + text + " not in range 0 to 100";
+    const std::string error = ParseScript(text, script);
+    return error.empty() ? "" : path + ":" + error;
 }
 
-// A number of steps, or "fit".
-std::string CheckScale(const std::string& text) {
-    constexpr u32 kMost = 16;
-    u32 value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    const bool isNumber = error == std::errc() && stop == end && value >= 1 && value <= kMost;
-    return isNumber || text == "fit" ? "" : "Value " + text + " is neither 1 to 16 nor fit";
-}
-
-// A number of bytes, with K, M, G or T a power of 1,024 as many.
-bool ParseSize(const std::string& text, u64& bytes) {
-    constexpr std::string_view kUnits = "KMGT";
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, bytes);
-    if (error != std::errc()) {
-        return false;
+std::string ReadHeadlessOptions(const GivenOptions& given, HeadlessOptions& headless) {
+    if (!given.desktop.empty() && !ParseScreenSizes(given.desktop, headless.screens)) {
+        return "--desktop: no list of screen sizes WxH[,WxH..]: " + given.desktop;
     }
-    if (stop == end) {
-        return true;
-    }
-    const std::size_t unit = kUnits.find(static_cast<char>(*stop & ~0x20));
-    if (unit == std::string_view::npos || stop + 1 != end) {
-        return false;
-    }
-    const u32 shift = 10 * (static_cast<u32>(unit) + 1);
-    if (bytes > ~u64{0} >> shift) {
-        return false;
-    }
-    bytes <<= shift;
-    return true;
-}
-
-// The texts of the options that stand for something else, as they were given.
-struct RawOptions {
-    std::string desktop;
-    std::string script;
-    std::string runMilliseconds;
-    std::string date;
-    std::string dataLimit;
-};
-
-std::optional<int> ReadHeadlessOptions(const RawOptions& raw, HeadlessOptions& headless) {
-    if (!raw.desktop.empty() && !ParseScreenSizes(raw.desktop, headless.screens)) {
-        return RefuseCommandLine("--desktop: no list of screen sizes WxH[,WxH..]: " + raw.desktop);
-    }
-    if (!raw.date.empty()) {
+    if (!given.date.empty()) {
         DateTime date;
-        if (!ParseDate(raw.date, date)) {
-            return RefuseCommandLine("--date: no date and time YYYY-MM-DD hh:mm:ss: " + raw.date);
+        if (!ParseDate(given.date, date)) {
+            return "--date: no date and time YYYY-MM-DD hh:mm:ss: " + given.date;
         }
         headless.date = date;
     }
-    if (raw.script.empty()) {
-        return std::nullopt;
+    if (!given.runMilliseconds.empty()) {
+        headless.runMilliseconds = NumberOf(given.runMilliseconds);
     }
-    std::string text;
-    if (!ReadWholeFile(raw.script, kLargestScript, text).empty()) {
-        return RefuseCommandLine(raw.script + ": cannot be read");
-    }
-    const std::string error = ParseScript(text, headless.script);
-    if (!error.empty()) {
-        return RefuseCommandLine(raw.script + ":" + error);
-    }
-    return std::nullopt;
+    return given.script.empty() ? "" : ReadScript(given.script, headless.script);
 }
 
-std::string Absolute(const std::string& path) {
-    std::error_code error;
-    if (path.empty()) {
-        return path;
+std::optional<u32> VolumeOf(const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(static_cast<u32>(NumberOf(text)));
+}
+
+std::string ReadValues(GivenOptions& given) {
+    if (!given.dataLimitText.empty() && !ParseSize(given.dataLimitText, given.dataLimit)) {
+        return "--data-limit: no size in bytes, K, M, G or T: " + given.dataLimitText;
     }
-    std::string absolute = std::filesystem::absolute(path, error).lexically_normal().string();
-    // Without a trailing "/", but for the root.
-    if (absolute.size() > 1 && absolute.back() == '/') {
-        absolute.pop_back();
-    }
-    return absolute;
+    given.musicVolume = VolumeOf(given.musicVolumeText);
+    given.soundVolume = VolumeOf(given.soundVolumeText);
+    // The debugger writes where its user says while the game runs.
+    given.sandbox = !given.unlocked && !given.debug;
+    given.translate = !given.noTranslate;
+    given.dataFolder = AbsolutePath(given.dataFolder);
+    given.preferences = AbsolutePath(given.preferences);
+    return ReadHeadlessOptions(given, given.headlessOptions);
 }
 
 }  // namespace
@@ -174,143 +265,29 @@ int RefuseCommandLine(const std::string& what) {
 
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options) {
     CLI::App app("Runs 2-D games that are compiled to a module image, MAIN.MX.", "moxi");
-    RawOptions raw;
-    const CLI::Validator filled(
-        [](const std::string& value) { return value.empty() ? "the value is empty" : ""; }, "");
-    app.add_option(
-           "GAME", options.game,
-           "game folder, application bundle, MAIN.MX, archive (.mxz, .zip) or WASM-4 cartridge")
-        ->check(filled);
-    app.add_option("--data-folder", options.dataFolder, "use DIR as the data folder")
-        ->type_name("DIR")
-        ->check(filled);
-    app.add_flag("--mute", options.mute, "no sound device is opened");
-    app.add_option("--music-volume", options.musicVolume, "how loud music is, 0 to 100")
-        ->type_name("N")
-        ->check(CLI::Validator(CheckVolume, ""));
-    app.add_option("--sound-volume", options.soundVolume, "how loud sounds are, 0 to 100")
-        ->type_name("N")
-        ->check(CLI::Validator(CheckVolume, ""));
-    app.add_option("--preferences", options.preferences,
-                   "use FILE for the panel's preferences (headless: else none)")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_option("--soundfont", options.soundfont, "SoundFont for MIDI")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_flag("--full-screen", options.fullScreen, "start in full screen");
-    app.add_option("--scale", options.scale, "enlarge the view, 1 to 16 times or to fit the screen")
-        ->type_name("N|fit")
-        ->check(CLI::Validator(CheckScale, ""));
-    app.add_flag("--headless", options.headless, "no window, no sound device, virtual clock");
-    std::vector<CLI::Option*> headlessOnly;
-    headlessOnly.push_back(
-        app.add_option("--desktop", raw.desktop, "headless: the screens, main screen first")
-            ->type_name("WxH[,WxH..]")
-            ->check(filled));
-    headlessOnly.push_back(
-        app.add_option("--script", raw.script, "headless: desktop events to play")
-            ->type_name("FILE")
-            ->check(filled));
-    CLI::Option* const runMs =
-        app.add_option("--run-ms", raw.runMilliseconds, "headless: end after N ms")
-            ->type_name("N")
-            ->check(CLI::Validator(CheckMilliseconds, ""));
-    headlessOnly.push_back(runMs);
-    headlessOnly.push_back(
-        app.add_option("--date", raw.date, "headless: local date and time at the start")
-            ->type_name("\"YYYY-MM-DD hh:mm:ss\"")
-            ->check(filled));
-    app.add_option("--dump-image", options.dumpImage, "at exit: the module image")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_option("--dump-screen", options.dumpScreen, "at exit: the screen bitmap as a PNG")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_option("--dump-view", options.dumpView, "at exit: what the view shows as a PNG")
-        ->type_name("FILE")
-        ->check(filled);
-    headlessOnly.push_back(
-        app.add_option("--dump-ui", options.dumpUi,
-                       "headless: at exit, the controls of the panel or the shelf, as text")
-            ->type_name("FILE")
-            ->check(filled));
-    app.add_option("--trace", options.trace, "write each executed instruction, as text")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_option("--record", options.record, "write the desktop events as an event script")
-        ->type_name("FILE")
-        ->check(filled);
-    headlessOnly.push_back(app.add_option("--render-audio", options.renderAudio,
-                                          "headless: what would have been heard, as a WAV file")
-                               ->type_name("FILE")
-                               ->check(filled));
-    app.add_flag("--no-sandbox", options.unlocked, "do not restrict what the process may reach");
-    bool noTranslate = false;
-    app.add_flag("--no-translate", noTranslate, "run everything in the interpreter");
-    app.add_flag("--open-urls", options.openUrls, "open addresses without asking");
-    app.add_option("--data-limit", raw.dataLimit,
-                   "how much the data folder may hold, 500M for one (default 1G)")
-        ->type_name("SIZE")
-        ->check(filled);
-    app.add_flag("--debug", options.debug, "author's kit: the debugger, in the terminal");
-    app.add_option("--profile", options.profile, "author's kit: count where the instructions go")
-        ->type_name("FILE")
-        ->check(filled);
-    app.add_flag("--watch", options.watch,
-                 "author's kit: start again when MAIN.MX or a .lua file changes");
-    app.add_option("--bundle", options.bundle, "author's kit: make a folder with the game and moxi")
-        ->type_name("OUT")
-        ->check(filled);
-    app.add_option("--pack", options.pack, "author's kit: make an archive, OUT, with GAME")
-        ->type_name("GAME OUT")
-        ->expected(2)
-        ->check(filled);
-    CLI::Option* const symbols = app.add_flag("--with-symbols", options.withSymbols,
-                                              "with --bundle and --pack: MAIN.SYM too");
-    CLI::Option* const newGame =
-        app.add_option("--new", options.newGame, "author's kit: begin a game in a new folder")
-            ->type_name("FOLDER")
-            ->check(filled);
-    CLI::Option* const inC =
-        app.add_flag("--c", options.newInC, "with --new: a game in C")->needs(newGame);
-    app.add_flag("--lua", options.newInLua, "with --new: a game in Lua")
-        ->needs(newGame)
-        ->excludes(inC);
-    app.set_version_flag("--version", std::string("moxi ") + kVersionText);
+    GivenOptions given;
+    static_cast<Options&>(given) = options;
+    AddRows(app, given);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) {
         return app.exit(success);
+    } catch (const CLI::ArgumentMismatch& error) {
+        return RefuseCommandLine(WrongNumberOfValues(app, error.what()));
+    } catch (const CLI::ExtrasError& error) {
+        return RefuseCommandLine(UnknownWord(app, error.what()));
     } catch (const CLI::ParseError& error) {
         return RefuseCommandLine(error.what());
     }
-    if (!raw.dataLimit.empty() && !ParseSize(raw.dataLimit, options.dataLimit)) {
-        return RefuseCommandLine("--data-limit: no size in bytes, K, M, G or T: " + raw.dataLimit);
+    std::string problem = WhyNotTogether(app, given);
+    if (problem.empty()) {
+        problem = ReadValues(given);
     }
-    if (symbols->count() > 0 && options.pack.empty() && options.bundle.empty()) {
-        return RefuseCommandLine("--with-symbols needs --bundle or --pack");
+    if (!problem.empty()) {
+        return RefuseCommandLine(problem);
     }
-    if (newGame->count() > 0 && options.newGame.starts_with('-')) {
-        return RefuseCommandLine("--new: no folder's name: " + options.newGame);
-    }
-    if (newGame->count() > 0 && !options.game.empty()) {
-        return RefuseCommandLine("--new makes one folder and takes no GAME: " + options.game);
-    }
-    // The debugger writes where its user says while the game runs.
-    options.sandbox = !options.unlocked && !options.debug;
-    options.translate = !noTranslate;
-    for (const CLI::Option* const option : headlessOnly) {
-        if (option->count() > 0 && !options.headless) {
-            return RefuseCommandLine(option->get_name() + " needs --headless");
-        }
-    }
-    if (runMs->count() > 0) {
-        options.headlessOptions.runMilliseconds = std::stoull(raw.runMilliseconds);
-    }
-    options.dataFolder = Absolute(options.dataFolder);
-    options.preferences = Absolute(options.preferences);
-    return ReadHeadlessOptions(raw, options.headlessOptions);
+    options = given;
+    return std::nullopt;
 }
 
 void PrintUsage() {

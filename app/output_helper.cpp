@@ -211,6 +211,8 @@ bool StartOutputHelper(const OutputPlaces& places) {
     if (helper >= 0 || !needed) {
         return true;
     }
+    // The helper has to know the names of this process.
+    NewFileOf("");
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;

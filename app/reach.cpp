@@ -104,23 +104,11 @@ constexpr const char* kDesktop[] = {
 };
 
 constexpr const char* kDevices[] = {
-    "/dev/snd",
-    "/dev/dri",
-    "/dev/nvidia0",
-    "/dev/nvidia1",
-    "/dev/nvidiactl",
-    "/dev/nvidia-modeset",
-    "/dev/nvidia-uvm",
-    "/dev/nvidia-caps",
-    "/dev/nvhost-ctrl",
-    "/dev/nvmap",
-    "/dev/mali0",
-    "/dev/kgsl-3d0",
-    "/dev/kfd",
-    "/dev/dma_heap",
-    "/dev/udmabuf",
-    // Gamepads, also those that are connected later.
-    "/dev/input",
+    "/dev/snd",        "/dev/dri",         "/dev/nvidia0",
+    "/dev/nvidia1",    "/dev/nvidiactl",   "/dev/nvidia-modeset",
+    "/dev/nvidia-uvm", "/dev/nvidia-caps", "/dev/nvhost-ctrl",
+    "/dev/nvmap",      "/dev/mali0",       "/dev/kgsl-3d0",
+    "/dev/kfd",        "/dev/dma_heap",    "/dev/udmabuf",
 };
 
 // --- Places in the user's home folder

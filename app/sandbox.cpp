@@ -152,6 +152,14 @@ void TightenSandbox(const std::string& dataFolder, const std::string& folderToDe
     }
 }
 
+void ConfinePadHelper() {
+    LandlockRules rules(true);
+    rules.PermitReadingDevices("/dev/input");
+    PermitSymbolizer(rules);
+    rules.Restrict();
+    FilterPadHelperCalls();
+}
+
 void NarrowSandbox() {
     if (!restricted || !toBeNarrowed || !IsFolder(places.dataFolder)) {
         return;

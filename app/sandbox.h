@@ -35,6 +35,9 @@ void StartSandbox(const SandboxPlaces& places);
 // start of programs, no network. Files of the resources folder may still be deleted, or not.
 void TightenSandbox(const std::string& dataFolder, const std::string& deletable);
 
+// For the process that opens gamepads: it reads the devices of a person's input, and nothing else.
+void ConfinePadHelper();
+
 // For sysSlots.beforeFileChange: narrows the restriction as soon as the data folder exists.
 void NarrowSandbox();
 

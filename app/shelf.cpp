@@ -13,9 +13,11 @@
 #include <sstream>
 
 #include "app/archive.h"
+#include "app/complaint.h"
 #include "app/game_reader.h"
 #include "app/library_lines.h"
 #include "app/signals.h"
+#include "app/temporary_folder.h"
 #include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/desktop.h"
@@ -29,6 +31,7 @@
 #include "host/home.h"
 #include "host/played.h"
 #include "host/preferences.h"
+#include "host/window_place.h"
 #include "surface/shelf.h"
 #include "surface/shown.h"
 #include "vm/diagnostics.h"
@@ -50,6 +53,36 @@ pid_t player = -1;                 // the process that plays
 bool IsSet(const char* name) {
     const char* const value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
+}
+
+// --- Where it keeps what it knows
+
+// The player's own records are for the player's own shelf: one that is given a folder keeps them
+// there, and a headless one without a folder, which is the same for everybody, begins with none and
+// leaves none. False when there is no place for that.
+bool ChooseRecords() {
+    FindUserFolders();
+    if (!options.dataFolder.empty()) {
+        folders.state = options.dataFolder + "/shelf";
+    } else if (options.headless) {
+        folders.state = MakeTemporaryFolder();
+        return !folders.state.empty();
+    }
+    return true;
+}
+
+// No game's name holds this.
+constexpr const char* kNameOfPlace = "/shelf";
+
+// The shelf of a player, who comes back to it.
+void PrepareRecords() {
+    if (options.headless || folders.state.empty()) {
+        return;
+    }
+    MakeStateFolder();
+    RemoveUnfinishedFiles(folders.state);
+    RemoveUnfinishedFiles(folders.state + "/games");
+    ReadWindowPlace(folders.state + "/windows", kNameOfPlace);
 }
 
 // --- Which games there are
@@ -84,14 +117,6 @@ std::vector<std::string> DataFolders() {
     return all;
 }
 
-bool IsThere(const PlayedGame& game) {
-    std::error_code error;
-    if (fs::is_directory(game.path, error)) {
-        return HoldsModule(game.path);
-    }
-    return fs::is_regular_file(game.path, error);
-}
-
 // By their paths: those on record, and those that are installed.
 std::map<std::string, PlayedGame> AllGames() {
     std::map<std::string, PlayedGame> games;
@@ -107,18 +132,8 @@ std::map<std::string, PlayedGame> AllGames() {
     if (!error && HoldsModule(demo)) {
         games[demo].path = demo;
     }
-    std::erase_if(games,
-                  [](const auto& entry) { return entry.second.removed || !IsThere(entry.second); });
+    std::erase_if(games, [](const auto& entry) { return entry.second.removed; });
     return games;
-}
-
-// The folder to read of: an archive's or a cartridge's is in the cache, if it still is.
-std::string FilesOf(const PlayedGame& game) {
-    std::error_code error;
-    if (fs::is_directory(game.path, error)) {
-        return game.path;
-    }
-    return HoldsModule(game.files) ? game.files : "";
 }
 
 ShelfGame OnShelf(PlayedGame record, const GameRead& read) {
@@ -140,17 +155,20 @@ std::vector<ShelfGame> Games() {
     std::vector<GameToRead> toRead;
     for (const auto& [path, record] : AllGames()) {
         records.push_back(record);
-        toRead.push_back({FilesOf(record), PlayedPicture(path)});
+        toRead.push_back({path, record.files, PlayedPicture(path)});
     }
     const std::vector<GameRead> read = ReadGames(toRead, options.sandbox);
     std::vector<ShelfGame> games;
     for (size_t i = 0; i < records.size(); ++i) {
-        games.push_back(OnShelf(records[i], read[i]));
+        if (!read[i].isMissing) {
+            games.push_back(OnShelf(records[i], read[i]));
+        }
     }
     std::stable_sort(games.begin(), games.end(), [](const ShelfGame& a, const ShelfGame& b) {
-        const u64 playedA = a.record.lastPlayed;
-        const u64 playedB = b.record.lastPlayed;
-        return playedA != playedB ? playedA > playedB : a.record.name < b.record.name;
+        if (a.record.lastPlayed != b.record.lastPlayed) {
+            return a.record.lastPlayed > b.record.lastPlayed;
+        }
+        return Comparable(a.record.name) < Comparable(b.record.name);
     });
     return games;
 }
@@ -207,6 +225,12 @@ std::string Play(const std::string& path) {
         SystemLog("play " + path);
         return "";
     }
+    std::error_code missing;
+    if (!fs::exists(path, missing)) {
+        return WithoutControls(path) + ": there is no such game";
+    }
+    // Whoever looks at the shelf sees no terminal, though there may be one.
+    setenv(kFromShelf, "1", 1);
     std::vector<std::string> words = command;
     words.push_back(path);
     std::vector<char*> arguments;
@@ -262,7 +286,9 @@ bool OpenDesktopOfShelf() {
 
 [[noreturn]] void End(int status) {
     WriteShelfDumps();
+    SaveWindowPlace();
     desktop.shutDown();
+    RemoveTemporaryFolder();
     EndLog();
     GiveBackStandardError();
     std::exit(status);
@@ -271,9 +297,6 @@ bool OpenDesktopOfShelf() {
 }  // namespace
 
 bool CanOpenShelf(const Options& chosen) {
-    if (!chosen.bundle.empty() || chosen.watch) {
-        return false;
-    }
     if (chosen.headless) {
         return !chosen.dumpUi.empty();
     }
@@ -282,7 +305,7 @@ bool CanOpenShelf(const Options& chosen) {
 
 void ListShelf(const Options& chosen) {
     options = chosen;
-    FindUserFolders();
+    ChooseRecords();
     for (const ShelfGame& game : Games()) {
         std::printf("%s\t%s\n", WithoutControls(game.record.name).c_str(),
                     WithoutControls(game.record.path).c_str());
@@ -292,9 +315,13 @@ void ListShelf(const Options& chosen) {
 void RunShelf(const Options& chosen) {
     options = chosen;
     command = chosen.arguments;
-    FindUserFolders();
+    if (!ChooseRecords()) {
+        SystemLog("there is no folder for what the shelf keeps");
+    }
+    PrepareRecords();
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
-    ReadPreferences(options.preferences.empty() ? usersFile : options.preferences);
+    const bool isNamed = !options.preferences.empty();
+    ReadPreferences(isNamed ? options.preferences : usersFile, isNamed);
     StartPangoText();
     vmSlots.endProcess = End;
     shelfSlots = {

@@ -26,8 +26,12 @@ struct OutputFiles {
     bool (*putInPlace)(const std::string& path);
 };
 
-// Where a file is written before it takes the place of the one at `path`.
+// Where this process writes a file before it takes the place of the one at `path`: a name of its
+// own beside it, since another one may be writing the same file. Processes that are forked from
+// this one after the first call have the same names.
 std::string NewFileOf(const std::string& path);
+// Removes what processes that ended in the middle of it have left in a folder a day ago or before.
+void RemoveUnfinishedFiles(const std::string& folder);
 // What putInPlace does, where the process may.
 bool PutNewFileInPlace(const std::string& path);
 // What read does, where the process may. Never waits.
@@ -56,5 +60,7 @@ bool ReplaceFile(const std::string& path, std::string_view contents);
 // Reads one of the host's own files; false when there is none (errno is ENOENT then), when it is no
 // plain file, or larger than `most` bytes.
 bool ReadOwnFile(const std::string& path, u64 most, std::string& contents);
+// The same, but of a larger file its first `most` bytes.
+bool ReadStartOfOwnFile(const std::string& path, u64 most, std::string& contents);
 
 }  // namespace moxi

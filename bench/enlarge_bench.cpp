@@ -25,8 +25,8 @@ void EnlargePicture(benchmark::State& state, i32 width, i32 height, bool smooth)
                                   true};
     const Area place = {(kScreenWidth - width) / 2, (kScreenHeight - height) / 2, width, height};
     for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            Enlarge({source.data(), 1280, 800}, target, place, {0, 0, 1280, 800}, smooth));
+        benchmark::DoNotOptimize(Enlarge({source.data(), 1280, 800, 1280 * 4}, target, place,
+                                         {0, 0, 1280, 800}, smooth));
         benchmark::ClobberMemory();
     }
 }

@@ -9,6 +9,7 @@
 //
 // All functions are called on the main thread unless a comment says otherwise.
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -59,6 +60,7 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
+    i32 stride = 0;  // bytes from row to row
 };
 
 // How much larger the view is shown than it is. The application goes by the view's own size.
@@ -113,12 +115,15 @@ struct Desktop {
     // May be called before there is a window. The screens keep the sizes that they have with the
     // first one.
     void (*setViewScale)(const ViewScale& scale);
-    // The user's wish for the whole screen or a window, where the view is fitted to it: that is
-    // nothing that the application sees. False where it is not fitted.
-    bool (*toggleFittedScreen)();
+    // Where the view is fitted to the whole screen: whether the window fills it just now. Nothing
+    // where it is not fitted.
+    std::optional<bool> (*fittedScreen)();
+    // The user's wish for the whole screen or a window then, which the application does not see.
+    // Does nothing where the view is not fitted.
+    void (*setFittedScreen)(bool whole);
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
-    // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
+    // The pixels of `rect` have been drawn and are to be shown; only they are read.
     void (*presentView)(ViewPixels view, ViewRect rect);
 
     // --- The host's own surfaces, in the view's place
@@ -143,6 +148,9 @@ struct Desktop {
     // Told after the module has read the clock, so that virtual time can get on.
     void (*clockWasRead)();
     DateTime (*localDateTime)();
+    // The time that a file has for the module, of its time of change on the disk: the same, but
+    // where a run has a date of its own what it changes itself has that date's.
+    std::time_t (*fileTime)(const timespec& changed);
     // Calls `handler` on the main thread every `microseconds` (at least 1), first after one
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
@@ -202,7 +210,8 @@ inline constinit Desktop desktop = {
     .isFullScreen = [] { return false; },
     .toggleFullScreen = [] {},
     .setViewScale = [](const ViewScale&) {},
-    .toggleFittedScreen = [] { return false; },
+    .fittedScreen = [] { return std::optional<bool>{}; },
+    .setFittedScreen = [](bool) {},
     .requestRedraw = [](ViewRect) {},
     .presentView = [](ViewPixels, ViewRect) {},
     .windowPixels = [] { return desktop.viewSize(); },
@@ -212,6 +221,7 @@ inline constinit Desktop desktop = {
     .nanoseconds = [] { return u64{0}; },
     .clockWasRead = [] {},
     .localDateTime = [] { return DateTime{}; },
+    .fileTime = [](const timespec& changed) { return changed.tv_sec; },
     .startTimer = [](u64, void (*)()) { return TimerId{0}; },
     .startSurfaceTimer = [](u64, void (*)()) { return TimerId{0}; },
     .stopTimer = [](TimerId) {},

@@ -143,13 +143,13 @@ void LayPicture(const HostBitmap& bitmap, const TextPicture& picture, i32 baseli
     if (covered.Empty()) {
         return;
     }
-    const u32 opaque = colour | 0xFF000000;
-    for (i64 y = covered.top; y < covered.bottom; ++y) {
-        LayRow(bitmap.pixels + y * bitmap.stride + covered.left * i64{kBytesPerPixel},
-               picture.coverage + (y - top) * static_cast<i64>(picture.stride) +
-                   (covered.left - picture.left),
-               static_cast<std::size_t>(covered.right - covered.left), opaque);
-    }
+    const CoverageRows coverage = {
+        picture.coverage + (covered.top - top) * static_cast<i64>(picture.stride) +
+            (covered.left - picture.left),
+        picture.stride, static_cast<std::size_t>(covered.right - covered.left),
+        static_cast<std::size_t>(covered.bottom - covered.top)};
+    LayRows(bitmap.pixels + covered.top * bitmap.stride + covered.left * i64{kBytesPerPixel},
+            static_cast<std::size_t>(bitmap.stride), coverage, colour | 0xFF000000);
 }
 
 struct Drawing {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "gfx/bitmap.h"
+#include "gfx/row_kernels.h"
 #include "vm/diagnostics.h"
 
 namespace moxi {
@@ -57,16 +58,20 @@ void DrawPixel(u8* target, const u8* source) {
     }
 }
 
-void DrawRow(u8* target, const u8* source, i32 count) {
-    for (i64 at = 0; at < i64{count} * 4; at += 4) {
-        u32 pixel;
-        std::memcpy(&pixel, source + at, 4);
-        if (pixel >> 24 == 255) {
-            std::memcpy(target + at, &pixel, 4);
-        } else {
-            DrawPixel(target + at, source + at);
+// Answers whether all of it is opaque.
+bool DrawRow(u8* target, const u8* source, i32 pixels, bool streams) {
+    // Where one pixel is translucent, its neighbours often are.
+    constexpr std::size_t kNeighbours = 16;
+    const std::size_t count = static_cast<std::size_t>(pixels);
+    std::size_t x = CopyOpaque(target, source, count, streams);
+    const bool isOpaque = x == count;
+    while (x < count) {
+        for (const std::size_t end = std::min(x + kNeighbours, count); x < end; ++x) {
+            DrawPixel(target + x * 4, source + x * 4);
         }
+        x += CopyOpaque(target + x * 4, source + x * 4, count - x, streams);
     }
+    return isOpaque;
 }
 
 const u8* ScreenRow(i64 row) {
@@ -74,8 +79,8 @@ const u8* ScreenRow(i64 row) {
 }
 
 // Draws the source rectangle into the destination, each pixel from the source pixel nearest to
-// its centre.
-void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 viewHeight,
+// its centre. Answers whether all that was drawn was copied as it is.
+bool DrawStretched(const ViewRect& destination, const ViewRect& source, i32 viewHeight,
                    ViewBuffer& view) {
     const double top = viewHeight - (destination.y + destination.height);
     const i32 firstColumn = FirstPixel(destination.x, view.width);
@@ -83,6 +88,11 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
     const i32 firstRow = FirstPixel(top, view.height);
     const i32 endRow = FirstPixel(top + destination.height, view.height);
     const bool oneToOne = source.width == destination.width && std::floor(source.x) == source.x;
+    // What is larger than the caches goes past them.
+    constexpr i64 kStreamedPixels = i64{1} << 18;
+    const bool streams =
+        (i64{endColumn} - firstColumn) * (i64{endRow} - firstRow) >= kStreamedPixels;
+    bool isCopied = oneToOne && source.height == destination.height;
     for (i32 row = firstRow; row < endRow; ++row) {
         const double down = (row + 0.5 - top) * source.height / destination.height;
         const double sourceRow = std::floor(source.y + down);
@@ -95,7 +105,8 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
             const i32 end = std::min(endColumn, static_cast<i32>(screenBitmap.width));
             if (end > firstColumn) {
                 const i64 first = i64{firstColumn} * 4;
-                DrawRow(to + first, from + first, end - firstColumn);
+                const bool isOpaque = DrawRow(to + first, from + first, end - firstColumn, streams);
+                isCopied = isCopied && isOpaque;
             }
             continue;
         }
@@ -108,6 +119,7 @@ void DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
             DrawPixel(to + i64{column} * 4, from + 4 * static_cast<i64>(sourceColumn));
         }
     }
+    return isCopied;
 }
 
 // Three quarters of the machine's memory. The system would hand out more, and end the process by
@@ -139,6 +151,7 @@ PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 v
         MergeIntoDirtyRect(rect);
         return PresentResult::Postponed;
     }
+    const ViewRect asked = rect;
     if (rect.x < 0) {
         rect.width += rect.x;
         rect.x = 0;
@@ -170,8 +183,14 @@ PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 v
         SystemLog(FormatText("return sr w=%f h=%f", source.width, source.height));
         return PresentResult::Empty;
     }
-    DrawStretched(rect, source, viewHeight, view);
-    return PresentResult::Drawn;
+    const bool isWhole = std::floor(rect.x) == rect.x && std::floor(rect.y) == rect.y &&
+                         std::floor(rect.width) == rect.width &&
+                         std::floor(rect.height) == rect.height;
+    const bool isAsAsked = rect.x == asked.x && rect.y == asked.y && rect.width == asked.width &&
+                           rect.height == asked.height;
+    const bool isCopied = DrawStretched(rect, source, viewHeight, view);
+    return isCopied && isWhole && isAsAsked && viewHeight == view.height ? PresentResult::Copied
+                                                                         : PresentResult::Drawn;
 }
 
 }  // namespace moxi

@@ -20,6 +20,7 @@ enum class PresentResult : u8 {
     Postponed,  // folded into the dirty rectangle
     Empty,      // nothing to draw
     Drawn,
+    Copied,  // the same, and each pixel is that of the screen bitmap at the same place
 };
 
 // Gives the buffer a new size; all of it is white until it is drawn. A size that the machine's

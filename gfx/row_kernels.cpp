@@ -7,8 +7,12 @@
 // only lengthen the build; SVE's vectors, whose length is known when the program starts and not
 // before, cannot be members of records.
 #define HWY_DISABLED_TARGETS (HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
 
 #include "base/bytes.h"
 #include "gfx/pixel.h"
@@ -63,16 +67,36 @@ HWY_INLINE void LayVector(u8* pixels, const u8* coverage, u32 colour, std::size_
 
 #endif
 
-void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
-    std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
+
+// Lays whole vectors and returns how many pixels they were. Most of a text's rows are empty but for
+// a few letters, so four vectors are looked at together.
+HWY_INLINE std::size_t LayVectors(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     const std::size_t step = hn::Lanes(d32);
+    std::size_t x = 0;
+    for (; x + 4 * step <= count; x += 4 * step) {
+        if (hn::AllTrue(d8, hn::Eq(hn::LoadU(d8, coverage + x), hn::Zero(d8)))) {
+            continue;
+        }
+        for (std::size_t i = x; i < x + 4 * step; i += step) {
+            LayVector(pixels + i * 4, coverage + i, colour, 0);
+        }
+    }
     for (; x + step <= count; x += step) {
         LayVector(pixels + x * 4, coverage + x, colour, 0);
     }
+    return x;
+}
+
+#endif
+
+HWY_INLINE void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
+    std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    x = LayVectors(pixels, coverage, count, colour);
     if (x != 0 && x != count) {
         // The last vector reaches back over pixels that are done; coverage of 0 leaves them alone.
-        const std::size_t last = count - step;
+        const std::size_t last = count - hn::Lanes(d32);
         LayVector(pixels + last * 4, coverage + last, colour, x - last);
         return;
     }
@@ -80,6 +104,12 @@ void LayRowHere(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
     for (; x < count; ++x) {
         u8* const pixel = pixels + x * 4;
         StoreBytes<u32>(pixel, LayOver(LoadBytes<u32>(pixel), colour, coverage[x]));
+    }
+}
+
+void LayRowsHere(u8* pixels, std::size_t stride, const CoverageRows& coverage, u32 colour) {
+    for (std::size_t y = 0; y < coverage.rows; ++y) {
+        LayRow(pixels + y * stride, coverage.bytes + y * coverage.stride, coverage.columns, colour);
     }
 }
 
@@ -101,6 +131,80 @@ bool IsOpaqueRowHere(const u8* pixels, std::size_t count) {
         all &= LoadBytes<u32>(pixels + x * 4);
     }
     return AlphaOf(all) == 255;
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+// Whole vectors; `to` is a multiple of their size where it `streams`.
+template <bool streams>
+HWY_INLINE std::size_t CopyOpaqueVectors(u8* to, const u8* from, std::size_t count) {
+    constexpr std::size_t kAtOnce = 4;
+    const std::size_t step = hn::Lanes(d32);
+    const auto alpha = hn::Set(d32, 0xFF000000);
+    const auto store = [&](hn::Vec<decltype(d32)> pixels, std::size_t x) {
+        if constexpr (streams) {
+            hn::Stream(hn::BitCast(d8, pixels), d8, to + x * 4);
+        } else {
+            hn::StoreU(hn::BitCast(d8, pixels), d8, to + x * 4);
+        }
+    };
+    const auto load = [&](std::size_t x) { return hn::BitCast(d32, hn::LoadU(d8, from + x * 4)); };
+    std::size_t x = 0;
+    for (; x + kAtOnce * step <= count; x += kAtOnce * step) {
+        const auto a = load(x);
+        const auto b = load(x + step);
+        const auto c = load(x + 2 * step);
+        const auto d = load(x + 3 * step);
+        const auto all = hn::And(hn::And(a, b), hn::And(c, d));
+        if (!hn::AllTrue(d32, hn::Eq(hn::And(all, alpha), alpha))) {
+            return x;
+        }
+        store(a, x);
+        store(b, x + step);
+        store(c, x + 2 * step);
+        store(d, x + 3 * step);
+    }
+    return x;
+}
+
+#endif
+
+std::size_t CopyOpaquePixels(u8* to, const u8* from, std::size_t count) {
+    std::size_t x = 0;
+    for (; x < count; ++x) {
+        const u32 pixel = LoadBytes<u32>(from + x * 4);
+        if (AlphaOf(pixel) != 255) {
+            break;
+        }
+        StoreBytes<u32>(to + x * 4, pixel);
+    }
+    return x;
+}
+
+std::size_t CopyOpaqueHere(u8* to, const u8* from, std::size_t count,
+                           [[maybe_unused]] bool streams) {
+    std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const std::size_t bytes = hn::Lanes(d8);
+    const std::size_t beside = reinterpret_cast<std::uintptr_t>(to) % bytes;
+    if (streams && beside % 4 == 0) {
+        const std::size_t head = std::min((bytes - beside) % bytes / 4, count);
+        x = CopyOpaquePixels(to, from, head);
+        if (x < head) {
+            return x;
+        }
+        x += CopyOpaqueVectors<true>(to + x * 4, from + x * 4, count - x);
+        hwy::FlushStream();
+    } else {
+        x = CopyOpaqueVectors<false>(to, from, count);
+    }
+    // Beyond a group that is not opaque as a whole there may be more.
+    constexpr std::size_t kAtOnce = 4;
+    if (count - x >= kAtOnce * hn::Lanes(d32)) {
+        return x + CopyOpaquePixels(to + x * 4, from + x * 4, kAtOnce * hn::Lanes(d32));
+    }
+#endif
+    return x + CopyOpaquePixels(to + x * 4, from + x * 4, count - x);
 }
 
 void CopyExchangedHere(u8* to, const u8* from, std::size_t count) {
@@ -125,16 +229,21 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-HWY_EXPORT(LayRowHere);
+HWY_EXPORT(LayRowsHere);
 HWY_EXPORT(IsOpaqueRowHere);
+HWY_EXPORT(CopyOpaqueHere);
 HWY_EXPORT(CopyExchangedHere);
 
-void LayRow(u8* pixels, const u8* coverage, std::size_t count, u32 colour) {
-    HWY_DYNAMIC_DISPATCH(LayRowHere)(pixels, coverage, count, colour);
+void LayRows(u8* pixels, std::size_t stride, const CoverageRows& coverage, u32 colour) {
+    HWY_DYNAMIC_DISPATCH(LayRowsHere)(pixels, stride, coverage, colour);
 }
 
 bool IsOpaqueRow(const u8* pixels, std::size_t count) {
     return HWY_DYNAMIC_DISPATCH(IsOpaqueRowHere)(pixels, count);
+}
+
+std::size_t CopyOpaque(u8* to, const u8* from, std::size_t count, bool streams) {
+    return HWY_DYNAMIC_DISPATCH(CopyOpaqueHere)(to, from, count, streams);
 }
 
 void CopyExchanged(u8* to, const u8* from, std::size_t count) {

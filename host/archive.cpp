@@ -9,10 +9,10 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <string_view>
 #include <vector>
 
+#include "host/archive_names.h"
 #include "host/bundle.h"
 #include "host/zip_library.h"
 
@@ -50,38 +50,6 @@ struct PackedFile {
     bool isFolder = false;
     u64 size = 0;
 };
-
-// "" or why a name can be no file's of a game.
-std::string WhyNoName(const std::string& name, const ArchiveLimits& limits) {
-    if (name.empty()) {
-        return "an entry without a name";
-    }
-    if (name.size() > limits.nameBytes) {
-        return "the name is too long";
-    }
-    if (name[0] == '/') {
-        return "an absolute name";
-    }
-    if (name.find('\\') != std::string::npos) {
-        return "a name with a backslash";
-    }
-    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; };
-    if (std::any_of(name.begin(), name.end(), isControl)) {
-        return "a name with control characters";
-    }
-    for (size_t start = 0; start <= name.size();) {
-        const size_t end = std::min(name.find('/', start), name.size());
-        const std::string_view part = std::string_view(name).substr(start, end - start);
-        if (part == "..") {
-            return "the name leads out of the folder";
-        }
-        if (part.empty() || part == ".") {
-            return "a name with an empty part";
-        }
-        start = end + 1;
-    }
-    return "";
-}
 
 // The kinds of files that archives of Unix systems know stand in the upper half of the attributes.
 std::string WhyNoKind(zip_t* archive, zip_uint64_t index, bool isFolder) {
@@ -125,7 +93,7 @@ std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& l
     if (file.isFolder) {
         file.name.pop_back();
     }
-    std::string problem = WhyNoName(file.name, limits);
+    std::string problem = WhyNoName(file.name, limits.nameBytes);
     if (problem.empty()) {
         problem = WhyNoKind(archive, index, file.isFolder);
     }
@@ -159,15 +127,15 @@ std::string ReadEntries(zip_t* archive, u64 archiveBytes, const ArchiveLimits& l
     if (count < 0 || static_cast<u64>(count) > limits.entries) {
         return "it has more than " + std::to_string(limits.entries) + " entries";
     }
-    std::set<std::string> names;
+    ArchiveNames names;
     u64 bytes = 0;
     for (zip_uint64_t index = 0; index < static_cast<zip_uint64_t>(count); ++index) {
         PackedFile file;
         if (std::string problem = ReadEntry(archive, index, limits, file); !problem.empty()) {
             return problem;
         }
-        if (!names.insert(file.name).second) {
-            return file.name + ": there are two of this name";
+        if (std::string problem = names.Take(file.name, file.isFolder); !problem.empty()) {
+            return file.name + ": " + problem;
         }
         // One at a time, so that no sum is too large for its type.
         bytes += std::min(file.size, limits.bytes + 1);
@@ -375,12 +343,16 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
         return ErrorText(code);
     }
     u64 bytes = 0;
+    ArchiveNames taken;
     for (const std::string& name : names) {
         std::error_code error;
         bytes += fs::file_size(fs::path(folder) / name, error);
-        std::string problem = WhyNoName(name, limits);
+        std::string problem = WhyNoName(name, limits.nameBytes);
+        if (problem.empty()) {
+            problem = taken.Take(name, false);
+        }
         if (!problem.empty()) {
-            return problem.insert(0, name + ": ");
+            return name + ": " + problem;
         }
         problem = AddFile(archive.get(), fs::path(folder) / name, name);
         if (!problem.empty()) {

@@ -270,7 +270,7 @@ std::string OwnResource(const std::string& name) {
 }
 
 std::string OwnLibrary(const std::string& name) {
-    return ExecutableFolder().parent_path() / "lib" / "moxi" / name;
+    return ExecutableFolder().parent_path() / "lib" / "moxi" / "bundle" / name;
 }
 
 }  // namespace moxi

@@ -36,7 +36,7 @@ std::string FindOwnGame();
 std::string OwnResource(const std::string& name);
 
 // The path of a library that is given to shipped games in the place of the system's own of that
-// name: in lib/moxi beside the executable's folder.
+// name: in lib/moxi/bundle beside the executable's folder.
 std::string OwnLibrary(const std::string& name);
 
 }  // namespace moxi

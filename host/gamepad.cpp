@@ -321,8 +321,14 @@ void FollowSticks() {
 
 // --- Controls
 
+// What the player has made to open the panel closes it, too.
+Action ActionOf(u32 control) {
+    const Action action = gameActions[control];
+    return onSurface && action.kind != ActionKind::Panel ? surfaceActions[control] : action;
+}
+
 void Press(u32 control) {
-    const Action action = onSurface ? surfaceActions[control] : gameActions[control];
+    const Action action = ActionOf(control);
     // Two controls of one action press it once.
     const bool isNew = action.kind != ActionKind::None && !Holds(action);
     held[control] = action;
@@ -465,6 +471,8 @@ void UsePadMap(const std::map<std::string, std::string>& choices) {
 
 void UseSurfacePadMap(bool use) {
     ReleasePad();
+    // What stands still would push the pointer later.
+    axes = {};
     onSurface = use;
 }
 

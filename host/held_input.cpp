@@ -12,7 +12,9 @@ constexpr u32 kButtons = 32;
 // Sticks that nobody touches stand up to so far from the middle.
 constexpr double kPadAtRest = 0.2;
 
-enum class Holder : u8 { Nobody, Game, Host };
+// Taken: it was the game's or a surface's when the other one's turn came, and is nobody's until it
+// is let go.
+enum class Holder : u8 { Nobody, Game, Host, Taken };
 
 struct Key {
     Holder holder = Holder::Nobody;
@@ -84,10 +86,23 @@ bool NotePadButton(PadButton button, bool down, bool forGame) {
     return down ? TakePress(holder, forGame) : TakeRelease(holder);
 }
 
-// A stick that is let go and moved again is the game's.
-bool NotePadAxis(PadAxis axis, double value, bool forGame) {
+AxisOwner NotePadAxis(PadAxis axis, double value, bool forGame) {
     Holder& holder = padAxes[static_cast<u32>(axis)];
-    return std::fabs(value) < kPadAtRest ? TakeRelease(holder) : TakePress(holder, forGame);
+    const Holder asking = forGame ? Holder::Game : Holder::Host;
+    if (holder == Holder::Nobody) {
+        holder = asking;
+    } else if (holder != asking) {
+        holder = Holder::Taken;
+    }
+    const Holder owner = holder;
+    if (std::fabs(value) < kPadAtRest) {
+        holder = Holder::Nobody;
+    }
+    switch (owner) {
+        case Holder::Game: return AxisOwner::Game;
+        case Holder::Host: return AxisOwner::Surface;
+        default: return AxisOwner::Nobody;
+    }
 }
 
 void NotePointer(i32 x, i32 y) {
@@ -116,7 +131,7 @@ void ReleaseHeldInput(const DesktopEvents& game) {
         if (padAxes[axis] != Holder::Game) {
             continue;
         }
-        padAxes[axis] = Holder::Host;
+        padAxes[axis] = Holder::Taken;
         game.padAxis(static_cast<PadAxis>(axis), 0);
     }
     for (u32 code = 0; code < keys.size(); ++code) {

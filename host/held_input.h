@@ -27,7 +27,10 @@ std::optional<PlayedKey> NoteKeyUp(u8 code, const std::string& text);
 bool NoteMouseDown(u32 button, bool forGame);
 bool NoteMouseUp(u32 button);
 bool NotePadButton(PadButton button, bool down, bool forGame);
-bool NotePadAxis(PadAxis axis, double value, bool forGame);
+// Whose a stick or a trigger is that stands there. One that was held on when the game was paused or
+// went on is nobody's until it is let go.
+enum class AxisOwner : u8 { Game, Surface, Nobody };
+AxisOwner NotePadAxis(PadAxis axis, double value, bool forGame);
 void NotePointer(i32 x, i32 y);
 void NoteModifiers(Modifiers held);
 Modifiers HeldModifiers();

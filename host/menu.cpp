@@ -67,7 +67,9 @@ constexpr Action kActions[] = {
     {"performMiniaturize:", [] { desktop.minimizeWindow(); }},
     {"toggleFullScreen:",
      [] {
-         if (!desktop.toggleFittedScreen()) {
+         if (const auto whole = desktop.fittedScreen()) {
+             desktop.setFittedScreen(!*whole);
+         } else {
              desktop.toggleFullScreen();
          }
      }},

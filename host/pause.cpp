@@ -271,15 +271,15 @@ void GatePad(DesktopEvents& gate) {
         } else if (NotePadButton(button, down, !IsPaused())) {
             game.padButton(button, down);
         } else {
-            PadButtonChanged(button, down);
+            // A pause without a surface has no use for what is pressed.
+            PadButtonChanged(button, down && surfaceSlots.isOpen());
         }
     };
     gate.padAxis = [](PadAxis axis, double value) {
-        if (NotePadAxis(axis, value, !IsPaused()) && !IsPaused()) {
-            game.padAxis(axis, value);
-        } else {
-            // A stick that the surface has had does nothing in the game before it is let go.
-            PadAxisChanged(axis, IsPaused() ? value : 0);
+        switch (NotePadAxis(axis, value, !IsPaused())) {
+            case AxisOwner::Game: return game.padAxis(axis, value);
+            case AxisOwner::Surface: return PadAxisChanged(axis, surfaceSlots.isOpen() ? value : 0);
+            case AxisOwner::Nobody: return PadAxisChanged(axis, 0);
         }
     };
 }
@@ -351,7 +351,7 @@ void DrawStandingGame(ViewRect rect) {
     if (surfaceSlots.isOpen()) {
         return surfaceSlots.draw();
     }
-    desktop.presentView({viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height}, rect);
+    desktop.presentView(ShownPixels(), rect);
 }
 
 void DrawAtGate(ViewRect rect) {

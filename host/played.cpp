@@ -8,7 +8,6 @@
 #include <sstream>
 
 #include "base/output_files.h"
-#include "base/read_file.h"
 #include "desktop/folders.h"
 #include "host/checksum.h"
 
@@ -19,13 +18,17 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kFirstLine = "moxi game 1";
-constexpr u64 kLargestRecord = 65536;
+// A record takes 50 KiB at most. Of a larger file, whoever has made it, the start is read.
+constexpr u64 kLargestRecord = u64{1} << 20;
+constexpr size_t kLongestText = 4096;
 // As many as a person can look through.
 constexpr size_t kMostRecords = 10'000;
 constexpr size_t kNameDigits = 32;
 
 // Paths may hold line feeds.
-std::string Escaped(const std::string& text) {
+std::string Escaped(std::string text) {
+    // No path that the system opens is longer.
+    text.resize(std::min(text.size(), kLongestText));
     std::string escaped;
     for (const char c : text) {
         if (c == '\n') {
@@ -97,9 +100,16 @@ std::string FileOf(const std::string& path, const char* extension) {
     return folder + "/" + HashOfText(path).substr(0, kNameDigits) + extension;
 }
 
+// The whole lines in it.
 bool ReadRecord(const std::string& file, PlayedGame& game) {
     std::string text;
-    return ReadWholeFile(file, kLargestRecord, text).empty() && ParsePlayed(text, game);
+    if (file.empty() || !ReadStartOfOwnFile(file, kLargestRecord, text)) {
+        return false;
+    }
+    if (text.size() == kLargestRecord) {
+        text.erase(text.rfind('\n') + 1);
+    }
+    return ParsePlayed(text, game);
 }
 
 }  // namespace
@@ -143,10 +153,7 @@ void MakePlayedFolder() {
 
 PlayedGame ReadPlayedGame(const std::string& path) {
     PlayedGame game;
-    std::string text;
-    const std::string file = PlayedFile(path);
-    const bool read = !file.empty() && ReadOwnFile(file, kLargestRecord, text);
-    if (!read || !ParsePlayed(text, game) || game.path != path) {
+    if (!ReadRecord(PlayedFile(path), game) || game.path != path) {
         game = {};
     }
     game.path = path;

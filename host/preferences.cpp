@@ -255,7 +255,7 @@ std::string UsersPreferenceFile() {
     return error ? path : real.string();
 }
 
-void ReadPreferences(const std::string& path) {
+void ReadPreferences(const std::string& path, bool isNamed) {
     state = {};
     state.path = path;
     std::error_code error;
@@ -269,6 +269,8 @@ void ReadPreferences(const std::string& path) {
         }
         state.lines = SplitLines(text);
         Complain(state.lines);
+    } else if (isNamed) {
+        SystemLog(path + ": not there yet, made by the first change of a preference");
     }
     Recompute();
     state.screenshotFolder = WithHome(preferences.screenshotFolder);
@@ -284,6 +286,10 @@ const std::string& PreferenceFile() {
 
 void ChoosePreferencesOf(const std::string& game) {
     state.section = Trimmed(WithoutControls(game));
+    // A name of blanks would be the section of all games.
+    if (state.section.empty() && !game.empty()) {
+        state.section = "(no name)";
+    }
     Recompute();
 }
 

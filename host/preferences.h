@@ -25,11 +25,14 @@ enum class PreferenceScope : u8 { AllGames, ThisGame };
 std::string UsersPreferenceFile();
 
 // Reads the file, before the process restricts itself. What can be read of a broken one is read;
-// each other line is one line in the log. "" for no file: nothing is read and nothing kept.
-void ReadPreferences(const std::string& path);
+// each other line is one line in the log. "" for no file: nothing is read and nothing kept. One
+// that is not there yet is made by the first change; where the player has named it, the log says
+// so.
+void ReadPreferences(const std::string& path, bool isNamed = false);
 // The file that ReadPreferences was given.
 const std::string& PreferenceFile();
-// From now on the sections of this game count.
+// From now on the sections of this game count; of one whose name is all blanks those of "(no
+// name)".
 void ChoosePreferencesOf(const std::string& game);
 
 // Where the menu's screenshots go, as the file said when it was read: the process that writes them

@@ -18,6 +18,13 @@ namespace {
 
 constinit i32 knownHeight = 0;  // the view's height at its last frame change
 
+// Where the view is a copy of the screen bitmap, that is nearer: a large copy has gone past the
+// caches.
+ViewPixels ScreenAsView() {
+    return {screenBitmap.pixels, viewBuffer.width, viewBuffer.height,
+            static_cast<i32>(screenBitmap.stride)};
+}
+
 }  // namespace
 
 void moxiView::init() {
@@ -37,11 +44,11 @@ void moxiView::frameDidChange() {
 void moxiView::drawRect(ViewRect rect) {
     const bool postpone = !presentNotify && !inputSuspended && !liveResize && inMX;
     const i32 viewHeight = desktop.viewSize().height;
-    if (PresentScreen(rect, postpone, knownHeight, viewHeight, viewBuffer) !=
-        PresentResult::Drawn) {
+    const PresentResult result = PresentScreen(rect, postpone, knownHeight, viewHeight, viewBuffer);
+    if (result != PresentResult::Drawn && result != PresentResult::Copied) {
         return;
     }
-    desktop.presentView({viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height}, rect);
+    desktop.presentView(result == PresentResult::Copied ? ScreenAsView() : ShownPixels(), rect);
     if (presentNotify) {
         presentNotify = false;
         PostMessage(MSG_PRESENTED, 0, 0, 0);
@@ -66,13 +73,14 @@ bool FlushDirtyRect() {
     return true;
 }
 
+ViewPixels ShownPixels() {
+    return {viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height, 4 * viewBuffer.width};
+}
+
 bool WriteScreenshot(const std::string& path) {
-    ViewPixels shown = surfacePixels;
-    if (shown.pixels == nullptr) {
-        shown = {viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height};
-    }
-    const u32 width = static_cast<u32>(shown.width);
-    return WritePngFile(path, shown.pixels, width, static_cast<u32>(shown.height), 4 * width,
+    const ViewPixels shown = surfacePixels.pixels != nullptr ? surfacePixels : ShownPixels();
+    return WritePngFile(path, shown.pixels, static_cast<u32>(shown.width),
+                        static_cast<u32>(shown.height), static_cast<u32>(shown.stride),
                         PngFormat::RgbFrom4);
 }
 

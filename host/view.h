@@ -14,6 +14,9 @@ extern ViewBuffer viewBuffer;  // what the view shows
 // does.
 extern ViewPixels surfacePixels;
 
+// All of what the game shows.
+ViewPixels ShownPixels();
+
 struct moxiView {
     static void init();
     static void frameDidChange();

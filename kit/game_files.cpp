@@ -139,9 +139,11 @@ std::string CopyLicences(const fs::path& folder) {
         return "";
     }
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folders.bundle, error)) {
-        const fs::path& path = entry.path();
-        if (!TellsOfLicence(path.filename()) || !entry.is_regular_file(error)) {
+    fs::directory_iterator entry(folders.bundle, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const fs::path& path = entry->path();
+        std::error_code ignored;
+        if (!TellsOfLicence(path.filename()) || !entry->is_regular_file(ignored)) {
             continue;
         }
         if (!IsGamesOwn(path)) {
@@ -152,7 +154,7 @@ std::string CopyLicences(const fs::path& folder) {
             return problem;
         }
     }
-    return "";
+    return error ? folders.bundle + ": " + error.message() : "";
 }
 
 }  // namespace

@@ -61,8 +61,10 @@ std::string CopyTemplates(const fs::path& from, const fs::path& to, const std::s
     }
     for (; entry != fs::directory_iterator(); entry.increment(error)) {
         const fs::path target = to / entry->path().filename();
-        std::string problem = entry->is_directory() ? CopyTemplates(entry->path(), target, name)
-                                                    : CopyTemplate(entry->path(), target, name);
+        std::error_code ignored;
+        std::string problem = entry->is_directory(ignored)
+                                  ? CopyTemplates(entry->path(), target, name)
+                                  : CopyTemplate(entry->path(), target, name);
         if (!problem.empty()) {
             return problem;
         }

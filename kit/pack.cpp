@@ -47,9 +47,16 @@ std::string Pack(const fs::path& folder, const std::string& archive, bool symbol
     if (errno == EEXIST) {
         return archive + ": is there already";
     }
-    // There are file systems without second names.
-    fs::rename(unfinished, archive, error);
-    return error ? archive + ": " + error.message() : "";
+    // There are file systems without second names. A copy replaces nothing, either.
+    fs::copy_file(unfinished, archive, error);
+    if (!error) {
+        return "";
+    }
+    if (error != std::errc::file_exists) {
+        std::error_code ignored;
+        fs::remove(archive, ignored);
+    }
+    return archive + ": " + error.message();
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ constexpr const char* kCommonLicences = "/usr/share/common-licenses/";
 // What a program writes to its standard output; "" when it cannot be run.
 std::string OutputOf(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
@@ -93,6 +94,7 @@ std::string CopyLicencesOf(const std::vector<std::string>& files, const std::str
     if (error) {
         return folder + ": " + error.message();
     }
+    const auto place = [&folder](const std::string& name) { return folder + "/" + name; };
     std::set<std::string> common;
     for (const std::string& package : PackagesOf(files)) {
         const std::string from = "/usr/share/doc/" + package + "/copyright";
@@ -100,8 +102,7 @@ std::string CopyLicencesOf(const std::vector<std::string>& files, const std::str
         if (!ReadWholeFile(from, kLargestText, text).empty()) {
             continue;
         }
-        if (std::string problem = CopyOneFile(from, folder + "/" + package + ".txt");
-            !problem.empty()) {
+        if (std::string problem = CopyOneFile(from, place(package + ".txt")); !problem.empty()) {
             return problem;
         }
         for (const std::string& name : CommonLicencesIn(text)) {
@@ -113,7 +114,7 @@ std::string CopyLicencesOf(const std::vector<std::string>& files, const std::str
         if (!fs::is_regular_file(from, error)) {
             continue;
         }
-        std::string problem = CopyOneFile(from, folder + "/" + name);
+        std::string problem = CopyOneFile(from, place(name));
         if (!problem.empty()) {
             return problem;
         }

@@ -69,8 +69,10 @@ std::string Completed(const std::string& path) {
             std::mismatch(common.begin(), common.end(), one.begin(), one.end()).first -
             common.begin()));
     }
-    // Not within a character.
-    while (!common.empty() && (static_cast<u8>(common.back()) & 0xC0) == 0xC0) {
+    // Not within a character: what all go on with differently is the same up to its last bytes.
+    const std::string& one = all.front();
+    while (common.size() < one.size() && !common.empty() &&
+           (static_cast<u8>(one[common.size()]) & 0xC0) == 0x80) {
         common.pop_back();
     }
     return common.size() > WithHome(path).size() ? common : path;

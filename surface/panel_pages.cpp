@@ -97,10 +97,6 @@ std::string NextOf(const char* const (&values)[n], const std::string& now, i32 s
     return values[(at + n + static_cast<size_t>(step)) % n];
 }
 
-bool IsFitted() {
-    return preferences.scale == kScaleFit || preferences.scale == kScaleFitFractional;
-}
-
 // --- Pages
 
 void AddScope(Surface& surface, const PanelState& state) {
@@ -120,11 +116,8 @@ void AddSoundPage(Surface& surface, const PanelState& state) {
 
 void AddPicturePage(Surface& surface, const PanelState& state) {
     Control& fullScreen = AddSwitch(surface, state, "full-screen", Words("Full screen"));
-    // Also changed by its key, which does not save it. A view that is fitted to the screen is no
-    // full screen for the game.
-    if (!IsFitted()) {
-        fullScreen.on = desktop.isFullScreen();
-    }
+    // Also changed by its key, which does not save it.
+    fullScreen.on = desktop.fittedScreen().value_or(desktop.isFullScreen());
     AddChoice(surface, "scale", Words("Scale"), ScaleLabel(ShownText(state, "scale")));
     AddChoice(surface, "filter", Words("Scaling filter"),
               ShownText(state, "filter") == "sharp" ? Words("Sharp") : Words("Smooth"));
@@ -264,10 +257,12 @@ bool Set(const PanelState& state, const std::string& name, const std::string& va
     return isSet;
 }
 
-void SetFullScreen(bool wanted) {
-    if (desktop.toggleFittedScreen()) {
-        return;
+// A fitted view begins on the whole screen, whatever is saved, so nothing is.
+void SetFullScreen(const PanelState& state, bool wanted) {
+    if (desktop.fittedScreen()) {
+        return desktop.setFittedScreen(wanted);
     }
+    Set(state, "full-screen", wanted ? "yes" : "no");
     if (desktop.isFullScreen() != wanted) {
         desktop.toggleFullScreen();
     }
@@ -290,11 +285,10 @@ void ServeChange(Surface& surface, PanelState& state, const Want& want) {
         SetPreference(PreferenceScope::AllGames, want.id, control->value);
     } else if (control->role == Role::Slider) {
         Set(state, want.id, std::to_string(control->percent));
+    } else if (want.id == "full-screen") {
+        SetFullScreen(state, control->on);
     } else if (control->role == Role::Check) {
         Set(state, want.id, control->on ? "yes" : "no");
-        if (want.id == "full-screen") {
-            SetFullScreen(control->on);
-        }
     }
 }
 

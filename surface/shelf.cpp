@@ -11,7 +11,9 @@
 #include "host/icon.h"
 #include "host/preferences.h"
 #include "host/surface_slots.h"
+#include "host/window_place.h"
 #include "surface/add_game.h"
+#include "surface/problems.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
 #include "surface/words.h"
@@ -65,7 +67,7 @@ std::string FootText() {
     }
     const ShelfGame* const game = GameOf(shelf.surface.focus);
     const std::string about = game != nullptr ? AboutGame(*game) : "";
-    if (!about.empty()) {
+    if (!about.empty() || shelf.games.empty()) {
         return about;
     }
     return Words("Return plays, Delete takes a game off the shelf, typing searches");
@@ -175,7 +177,7 @@ void LookForEnd() {
 }
 
 void Play(const ShelfGame& game) {
-    shelf.message = shelfSlots.play(game.record.path);
+    shelf.message = InPlayersWords(shelfSlots.play(game.record.path));
     if (!shelf.message.empty() || !shelfSlots.isPlaying()) {
         return;
     }
@@ -203,10 +205,12 @@ void Remove(const ShelfGame& game) {
             next = controls[i - 1].id;
         }
     }
-    shelfSlots.remove(game.record.path);
+    const std::string path = game.record.path;
+    shelfSlots.remove(path);
+    std::erase_if(shelf.games,
+                  [&path](const ShelfGame& other) { return other.record.path == path; });
     shelf.surface.focus = next;
     shelf.message = message;
-    ReadGames();
 }
 
 // Its text is gone on with at the end.
@@ -238,7 +242,7 @@ void CloseAdding() {
 
 void AddGame(const std::string& path) {
     const std::string plain = PlainPath(path);
-    shelf.problem = shelfSlots.add(plain);
+    shelf.problem = InPlayersWords(shelfSlots.add(plain));
     if (!shelf.problem.empty()) {
         if (!shelf.adding) {
             shelf.message = shelf.problem;
@@ -374,12 +378,15 @@ void Launch() {
     ReadGames();
     SetWindowIcon(OwnResource("moxi.png"));
     desktop.showWindow();
+    RestoreWindowPlace(desktop.setWindowFrame);
     Draw();
 }
 
 DesktopEvents ShelfEvents() {
     DesktopEvents events = desktopEvents;
     events.didFinishLaunching = Launch;
+    events.windowWillClose = NoteLastWindowPlace;
+    events.windowWillEnterFullScreen = NoteWindowPlace;
     events.windowDidResize = [] { Draw(); };
     events.viewFrameDidChange = [] { Draw(); };
     events.drawRect = [](ViewRect) { Draw(); };

@@ -25,13 +25,6 @@ constexpr double kPictureRatio = 0.625;
 constexpr i32 kPlateWidth = 320;
 constexpr i32 kPlateHeight = 200;
 
-std::string Folded(const std::string& text) {
-    char* const folded = g_utf8_casefold(text.data(), static_cast<gssize>(text.size()));
-    std::string result = folded != nullptr ? folded : text;
-    g_free(folded);
-    return result;
-}
-
 // The words with `%1` as this.
 std::string Filled(std::string words, const std::string& with) {
     const size_t at = words.find("%1");
@@ -90,16 +83,40 @@ std::string DetailOf(const PlayedGame& record, const DateTime& now) {
     return detail.empty() ? Words("Not played yet") : detail;
 }
 
+// Accents and the like, which stand for themselves once a text is taken apart.
+bool IsAccent(gunichar character) {
+    return character >= 0x300 && character <= 0x36F;
+}
+
 }  // namespace
+
+std::string Comparable(const std::string& text) {
+    const auto size = static_cast<gssize>(text.size());
+    char* const apart = g_utf8_normalize(text.data(), size, G_NORMALIZE_NFKD);
+    // A name may be no text at all.
+    if (apart == nullptr) {
+        return text;
+    }
+    char* const folded = g_utf8_casefold(apart, -1);
+    std::string plain;
+    for (const char* at = folded; *at != '\0'; at = g_utf8_next_char(at)) {
+        if (!IsAccent(g_utf8_get_char(at))) {
+            plain.append(at, static_cast<size_t>(g_utf8_next_char(at) - at));
+        }
+    }
+    g_free(folded);
+    g_free(apart);
+    return plain;
+}
 
 std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
                                        const std::string& search) {
     std::vector<const ShelfGame*> found;
     for (const ShelfGame& game : games) {
         const PlayedGame& record = game.record;
-        const std::string text = Folded(record.name + "\n" + record.author + "\n" +
-                                        record.path.substr(record.path.rfind('/') + 1));
-        std::istringstream words(Folded(search));
+        const std::string text = Comparable(record.name + "\n" + record.author + "\n" +
+                                            record.path.substr(record.path.rfind('/') + 1));
+        std::istringstream words(Comparable(search));
         bool hasAll = true;
         for (std::string word; words >> word;) {
             hasAll = hasAll && text.find(word) < text.size();

@@ -17,7 +17,11 @@ struct ShelfGame {
     std::shared_ptr<const Picture> picture;  // the game's own, or of its last run; null for none
 };
 
-// Those whose name, author or file name has all words of `search`, whatever the case.
+// The text without capitals and accents, to search in and to sort by.
+std::string Comparable(const std::string& text);
+
+// Those whose name, author or file name has all words of `search`, whatever the capitals and
+// accents.
 std::vector<const ShelfGame*> GamesFor(const std::vector<ShelfGame>& games,
                                        const std::string& search);
 

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "sys/beneath.h"
 #include "sys/dispatch.h"
@@ -531,7 +532,7 @@ u32 FileSize(const char* name, u32* time, u32* kind) {
     if (stream != nullptr && fstat(fileno(stream), &status) != 0) {
         status = {};
     }
-    *time = static_cast<u32>(status.st_mtim.tv_sec);
+    *time = static_cast<u32>(desktop.fileTime(status.st_mtim));
     *kind = S_ISDIR(status.st_mode) ? kKindFolder : kKindFile;
     // What is there and cannot be read has a time and no size.
     if (stream == nullptr) {

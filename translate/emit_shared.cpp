@@ -99,6 +99,7 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     a.mov(x86::ecx, x86::r13d);
     a.mov(x86::r8d, x86::r14d);
     a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
+    a.mov(StateField(offsetof(TranslatedState, hostStack), 8), 0);
     a.add(x86::rsp, 8);
     for (size_t i = std::size(kKept); i-- > 0;) {
         a.pop(kKept[i]);

@@ -145,9 +145,15 @@ const CodePlace* SettleInterrupted(void* context) {
 constexpr int kSettleSignal = SIGUSR2;
 pthread_t moduleThread;
 sem_t isSettled;
-std::atomic<bool> wasInCode = false;
-// It may be found between two places: then it is asked again.
-constexpr int kTries = 5;
+// What the module's thread was found doing: translated code whose registers are in the header now;
+// something else, so that the header has them anyway; or translated code that was itself
+// interrupted, by another signal's handler for example, or is on its way in or out. Then nothing is
+// known yet.
+enum class Found : u8 { Settled, InHeader, Unknown };
+std::atomic<Found> found = Found::Unknown;
+// It is asked again after this. At once it would be found in the same place: where processors are
+// scarce, whoever is woken by the answer runs before the one who gave it.
+constexpr timespec kBeforeNextTry = {0, 1'000'000};
 
 // As far as the log already tells of the block that was interrupted.
 void SettleSlot(const void* context, const CodePlace* at) {
@@ -165,11 +171,11 @@ void OnSettle(int, siginfo_t*, void* context) {
     const CodePlace* const place = SettleInterrupted(context);
     if (place != nullptr) {
         Store<u32>(kHeaderPC, place->pc);
-    }
-    if (place != nullptr) {
         SettleSlot(context, place);
+        found = Found::Settled;
+    } else {
+        found = translatedState.hostStack == 0 ? Found::InHeader : Found::Unknown;
     }
-    wasInCode = place != nullptr;
     sem_post(&isSettled);
 }
 
@@ -188,6 +194,7 @@ void WriteTrace(u32 place, u32 executed) {
 
 void OnFaultInCode(void* context) {
     const CodePlace* const place = SettleInterrupted(context);
+    translatedState.hostStack = 0;
     if (place == nullptr) {
         return;
     }
@@ -216,21 +223,23 @@ void SettleModuleThread() {
         return;
     }
     timespec end = {};
-    clock_gettime(CLOCK_REALTIME, &end);
+    clock_gettime(CLOCK_MONOTONIC, &end);
     ++end.tv_sec;
     while (sem_trywait(&isSettled) == 0) {
     }  // the late answer to an earlier call
-    wasInCode = false;
-    for (int i = 0; i < kTries && !wasInCode; ++i) {
+    for (;;) {
         if (pthread_kill(moduleThread, kSettleSignal) != 0) {
             return;
         }
         int waited = 0;
-        while ((waited = sem_timedwait(&isSettled, &end)) != 0 && errno == EINTR) {
+        while ((waited = sem_clockwait(&isSettled, CLOCK_MONOTONIC, &end)) != 0 && errno == EINTR) {
         }
-        if (waited != 0) {
+        timespec now = {};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        if (waited != 0 || found != Found::Unknown || now.tv_sec > end.tv_sec) {
             return;
         }
+        nanosleep(&kBeforeNextTry, nullptr);
     }
 }
 

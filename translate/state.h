@@ -61,7 +61,8 @@ struct TranslatedState {
     // Where to go on when translated code is entered, and how many instructions had been executed.
     u8* entered = nullptr;
     u64 numberAtEntry = 0;
-    // The processor's stack as it was entered with, and how far calls may go.
+    // The processor's stack as it was entered with, 0 while translated code does not run, and how
+    // far calls may go.
     u64 hostStack = 0;
     u64 hostStackLimit = 0;
     // RETURN to an address below this is left to the interpreter: to the header, and every one

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <memory>
+#include <set>
 
 #include "base/bytes.h"
 #include "tools/asm/assembler.h"
@@ -17,6 +20,7 @@ constexpr u64 kMaxCode = 16u << 20;      // what branches reach
 constexpr u64 kStackWindow = 16u << 20;  // the stack's room begins at a multiple of this
 constexpr u64 kStackReserve = 1u << 20;  // below it: for one frame, and for reporting
 constexpr u64 kHighestEnd = 0xFFFF0000;
+constexpr u64 kOwnDataRoom = 16384;  // before a runtime whose place is given
 constexpr u64 kMemoryAlignment = 64;
 constexpr const char* kNoRoom = "the memory does not fit beside code, stack and heap into 4 GiB";
 
@@ -45,6 +49,49 @@ struct Layout {
     u64 reservedBytes = 0;
 };
 
+struct AssembledRuntime {
+    AssembleResult assembled;
+    std::map<std::string, u32, std::less<>> values{};
+
+    u32 ValueOf(std::string_view name) const {
+        const auto found = values.find(name);
+        return found == values.end() ? 0xFFFFFFFF : found->second;
+    }
+};
+
+std::shared_ptr<const AssembledRuntime> AssembleAnew(const std::string& source,
+                                                     const AssembleOptions& options) {
+    auto made = std::make_shared<AssembledRuntime>();
+    made->assembled = Assemble(source, "runtime", options);
+    for (const AssembleSymbol& symbol : made->assembled.symbols) {
+        made->values.emplace(symbol.name, static_cast<u32>(symbol.value));
+    }
+    return made;
+}
+
+// The same, but what was assembled once is kept: for modules of whose runtime all is alike, the
+// place included.
+std::shared_ptr<const AssembledRuntime> AssembleOnce(const std::string& source,
+                                                     const AssembleOptions& options) {
+    static std::map<std::string, std::shared_ptr<const AssembledRuntime>> known;
+    constexpr size_t kMostKnown = 200;
+    std::string key = source;
+    for (const std::string& folder : options.includeFolders) {
+        key += folder + "\n";
+    }
+    for (const auto& [name, value] : options.definitions) {
+        key += name + "=" + std::to_string(value) + "\n";
+    }
+    const auto found = known.find(key);
+    if (found != known.end()) {
+        return found->second;
+    }
+    if (known.size() == kMostKnown) {
+        known.clear();
+    }
+    return known[key] = AssembleAnew(source, options);
+}
+
 struct ImageBuilder {
     ImageParts& parts;
     const TranslateOptions& options;
@@ -55,7 +102,8 @@ struct ImageBuilder {
     u64 memoryEnd = 0;
     bool badData = false;
     bool badElements = false;
-    AssembleResult runtime{};
+    std::shared_ptr<const AssembledRuntime> runtime{};
+    std::vector<u8> runtimeBytes{};  // and what belongs to it
     std::vector<u32> routineAddresses{};
 
     bool Fail(const std::string& text) {
@@ -91,7 +139,7 @@ struct ImageBuilder {
     void SizeMemory(const ModulePlan& plan);
     void CheckSegments(const ModulePlan& plan);
     std::string RuntimeSource() const;
-    std::string CallsSource() const;
+    void AppendCalls();
     void DefineConstants(AssembleOptions& assemble) const;
     void DefineEntry(AssembleOptions& assemble) const;
     bool AssembleRuntime();
@@ -149,78 +197,59 @@ const char* LetterOf(ValueType type) {
     }
 }
 
-std::string Quoted(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string quoted = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<u8>(c);
-        if (byte < 32 || byte > 126 || c == '"' || c == '\\') {
-            quoted += "\\x";
-            quoted += kDigits[byte >> 4];
-            quoted += kDigits[byte & 15];
-        } else {
-            quoted += c;
-        }
-    }
-    return quoted + "\"";
-}
-
-// What wasm_calls needs: a routine for each exported function, and the list of them.
-std::string ImageBuilder::CallsSource() const {
+// What wasm_calls needs behind the runtime, which lies at `at`: room for arguments and results, the
+// list of the exported functions, names and types.
+void ImageBuilder::AppendCalls() {
     const Module& module = FirstModule();
-    std::string list = "        .align 4\nwasm_exports:\n";
-    std::string rest;
-    u32 number = 0;
-    u64 cells = 1;
+    std::vector<const Export*> exports;
+    u64 cells = kArgumentRegisters;
     for (const Export& item : module.exports) {
-        if (item.kind != ExternalKind::Function) {
-            continue;
-        }
-        if (item.name.find('\0') != std::string::npos) {
+        // The runtime's strings end at a NUL.
+        if (item.kind != ExternalKind::Function || item.name.find('\0') != std::string::npos) {
             continue;
         }
         const FunctionType& type = module.types[module.functions[item.index].type];
-        const std::string n = std::to_string(number++);
-        const u64 count = type.parameters.size();
-        cells = std::max<u64>({cells, count, type.results.size()});
-        list.append("        .long wasm_name_").append(n).append(", wasm_call_").append(n);
-        list.append(", wasm_in_").append(n).append(", wasm_out_").append(n).append("\n");
-        rest += "wasm_call_" + n + ":\n        LINK 0, 0\n";
-        for (u64 i = count; i > kArgumentRegisters; --i) {
-            rest += "        PUSH.Q [wasm_arguments+" + std::to_string(8 * (i - 1)) + "]\n";
-        }
-        for (u64 i = 0; i < count && i < kArgumentRegisters; ++i) {
-            rest += "        MOVE.Q R" + std::to_string(i) + ", [wasm_arguments+" +
-                    std::to_string(8 * i) + "]\n";
-        }
-        const u64 pushed = count > kArgumentRegisters ? 8 * (count - kArgumentRegisters) : 0;
-        rest += "        CALL " + std::to_string(parts.functions[item.index]) + ", " +
-                std::to_string(pushed) + "\n";
-        for (u64 i = 0; i < type.results.size(); ++i) {
-            const std::string from =
-                i == 0 ? "R0" : "[DATA+" + std::to_string(kResultCells + 8 * (i - 1)) + "]";
-            rest += "        MOVE.Q [wasm_arguments+" + std::to_string(8 * i) + "], " + from + "\n";
-        }
-        rest += "        RETURN 0\nwasm_name_" + n + ": .asciz " + Quoted(item.name) + "\n";
-        const auto letters = [](const std::vector<ValueType>& types) {
-            std::string text;
-            for (const ValueType each : types) {
-                text += LetterOf(each);
-            }
-            return "\"" + text + "\"";
-        };
-        rest += "wasm_in_" + n + ": .asciz " + letters(type.parameters) + "\n";
-        rest += "wasm_out_" + n + ": .asciz " + letters(type.results) + "\n";
+        cells = std::max<u64>({cells, type.parameters.size(), type.results.size()});
+        exports.push_back(&item);
     }
-    return list + "        .long 0\n" + rest + "        .align 8\nwasm_arguments: .space " +
-           std::to_string(8 * cells) + "\n";
+    std::vector<u8>& bytes = runtimeBytes;
+    const u64 argumentsAt = RoundUp(bytes.size(), 8);
+    u64 at = argumentsAt + 8 * cells;
+    const auto fill = [&](const char* name, u64 value) {
+        StoreBytes(bytes.data() + runtime->ValueOf(name), static_cast<u32>(value));
+    };
+    fill("wasm_start", module.hasStart ? parts.functions[module.start] : 0);
+    fill("wasm_exports", at);
+    fill("wasm_arguments", argumentsAt);
+    fill("wasm_results", layouts[0].dataAt + kResultCells);
+    bytes.resize(at + 16 * exports.size() + 4);
+    const auto word = [&](u64 value) {
+        StoreBytes(bytes.data() + at, static_cast<u32>(value));
+        at += 4;
+    };
+    const auto text = [&](const std::string& characters) {
+        word(bytes.size());
+        bytes.insert(bytes.end(), characters.begin(), characters.end());
+        bytes.push_back(0);
+    };
+    const auto letters = [&](const std::vector<ValueType>& types) {
+        std::string all;
+        for (const ValueType each : types) {
+            all += LetterOf(each);
+        }
+        text(all);
+    };
+    for (const Export* const item : exports) {
+        const FunctionType& type = module.types[module.functions[item->index].type];
+        text(item->name);
+        word(parts.functions[item->index]);
+        letters(type.parameters);
+        letters(type.results);
+    }
 }
 
 std::string ImageBuilder::RuntimeSource() const {
     std::string source = "        .include \"moxi/wasm_runtime.inc\"\n";
-    if (parts.entry == EntryKind::Calls) {
-        source += CallsSource();
-    }
     source += "        .include \"moxi/wasm_math.inc\"\n";
     return source;
 }
@@ -244,14 +273,22 @@ void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
     };
     define("DATA", layouts[0].dataAt);
     define("MAX_PAGES", layouts[0].reservedBytes / kPage);
-    define("STACK_POINTER", layouts[0].dataAt + StackPointerCell(parts.plans[0]));
+    const auto isNeeded = [&](const char* name) {
+        return std::find(parts.routines.begin(), parts.routines.end(), name) !=
+               parts.routines.end();
+    };
+    if (isNeeded("moxi_setjmp") || isNeeded("moxi_longjmp")) {
+        define("STACK_POINTER", layouts[0].dataAt + StackPointerCell(parts.plans[0]));
+    }
     DefineEntry(assemble);
     if (badElements) {
         define("BAD_ELEMENTS", 1);
     } else if (badData) {
         define("BAD_DATA", 1);
     }
-    for (const std::string& routine : parts.routines) {
+    std::set<std::string> needed(parts.routines.begin(), parts.routines.end());
+    needed.insert(options.routines.begin(), options.routines.end());
+    for (const std::string& routine : needed) {
         define("NEED_" + routine, 1);
     }
 }
@@ -281,7 +318,7 @@ void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     if (parts.entry != EntryKind::Program) {
         defineExport("F_INITIALIZE", "_initialize");
     }
-    if (module.hasStart) {
+    if (module.hasStart && parts.entry != EntryKind::Calls) {
         define("F_START", parts.functions[module.start]);
     }
     if (parts.plans.size() > 1 && parts.plans[1].module->hasStart) {
@@ -296,12 +333,17 @@ bool ImageBuilder::AssembleRuntime() {
     DefineConstants(assemble);
     const std::string source =
         "        .space " + std::to_string(runtimeAt - kHeaderSize) + "\n" + RuntimeSource();
-    runtime = Assemble(source, "runtime", assemble);
-    if (!runtime.ok) {
-        return Fail("the runtime cannot be assembled: " + FormatErrors(runtime));
+    runtime =
+        options.runtimeAt != 0 ? AssembleOnce(source, assemble) : AssembleAnew(source, assemble);
+    if (!runtime->assembled.ok) {
+        return Fail("the runtime cannot be assembled: " + FormatErrors(runtime->assembled));
+    }
+    runtimeBytes = runtime->assembled.bytes;
+    if (parts.entry == EntryKind::Calls) {
+        AppendCalls();
     }
     for (const std::string& routine : parts.routines) {
-        const u32 address = SymbolValue(runtime, routine);
+        const u32 address = runtime->ValueOf(routine);
         if (address == 0xFFFFFFFF) {
             return Fail("the runtime lacks " + routine);
         }
@@ -320,7 +362,7 @@ bool ImageBuilder::PlaceMemory() {
             }
         }
     }
-    codeEnd = RoundUp(runtime.bytes.size() + passive, kMemoryAlignment);
+    codeEnd = RoundUp(runtimeBytes.size() + passive, kMemoryAlignment);
     memoryEnd = codeEnd;
     for (const ModulePlan& plan : parts.plans) {
         Layout& layout = layouts[plan.number];
@@ -368,7 +410,7 @@ bool ImageBuilder::LayDataSegments() {
                     std::to_string(codeEnd) +
                     ": link with --global-base=" + std::to_string(codeEnd) + " or more");
     }
-    result.bytes = runtime.bytes;
+    result.bytes = runtimeBytes;
     result.bytes.resize(RoundUp(highest, 8));
     for (const ModulePlan& plan : parts.plans) {
         const u64 memoryAt = layouts[plan.number].memoryAt;
@@ -465,7 +507,7 @@ void ImageBuilder::Patch() {
     }
     // The first instruction goes to the entry.
     StoreBytes(result.bytes.data() + kHeaderSize,
-               static_cast<u32>(Single::Jmp) | SymbolValue(runtime, "wasm_entry") >> 2 << 10);
+               static_cast<u32>(Single::Jmp) | runtime->ValueOf("wasm_entry") >> 2 << 10);
 }
 
 bool ImageBuilder::WriteHeader() {
@@ -554,7 +596,7 @@ void ImageBuilder::CollectSymbols() {
     for (const ModulePlan& plan : parts.plans) {
         CollectFunctions(plan);
     }
-    for (const AssembleSymbol& symbol : runtime.symbols) {
+    for (const AssembleSymbol& symbol : runtime->assembled.symbols) {
         if (symbol.kind != SymbolKind::Code) {
             continue;
         }
@@ -587,6 +629,10 @@ void ImageBuilder::Run() {
         CheckSegments(plan);
     }
     runtimeAt = RoundUp(at, 8);
+    if (runtimeAt + kOwnDataRoom <= options.runtimeAt && layouts.size() == 1) {
+        runtimeAt = options.runtimeAt;
+        layouts[0].dataAt = runtimeAt - kOwnDataRoom;
+    }
     if (runtimeAt > kMaxCode - kPage) {
         Fail("the code is larger than the 16 MB that the machine's branches reach");
         return;
@@ -596,7 +642,7 @@ void ImageBuilder::Run() {
     }
     std::memcpy(result.bytes.data() + kHeaderSize, parts.code.bytes.data(),
                 parts.code.bytes.size());
-    u64 passiveAt = runtime.bytes.size();
+    u64 passiveAt = runtimeBytes.size();
     for (const ModulePlan& plan : parts.plans) {
         FillCells(plan, passiveAt);
         FillTables(plan);

@@ -19,6 +19,10 @@ struct TranslateOptions {
     std::string_view cartridge;  // a second module, linked to the first one (link.h)
     bool wantAssembly = false;
     std::string libraryFolder;  // where moxi/wasm_runtime.inc lies
+    // For many modules in one process: the runtime lies there, where the code has room before it,
+    // has these routines and what the code calls, and is assembled again only where it differs.
+    u32 runtimeAt = 0;
+    std::vector<std::string> routines;
 };
 
 constexpr u32 kMaxStack = 7u << 20;

@@ -46,6 +46,7 @@ struct HeadlessState {
 
     std::optional<std::string> clipboard;
     std::time_t dateAtStart = 0;  // the local date and time as if it were UTC
+    timespec startOfRun = {};     // by the clock that the times of files come from
 };
 
 HeadlessState state;
@@ -348,13 +349,25 @@ TimerId StartTimer(u64 microseconds, void (*handler)()) {
     return StartTimer(state.timers, state.now, microseconds, handler);
 }
 
-DateTime LocalDateTime() {
+std::time_t Now() {
     constexpr u64 kMicrosecondsPerSecond = 1000000;
-    const std::time_t time =
-        state.dateAtStart + static_cast<std::time_t>(state.now / kMicrosecondsPerSecond);
+    return state.dateAtStart + static_cast<std::time_t>(state.now / kMicrosecondsPerSecond);
+}
+
+DateTime LocalDateTime() {
+    const std::time_t time = Now();
     std::tm parts = {};
     gmtime_r(&time, &parts);
     return DateOf(parts);
+}
+
+// With a date given the same run comes out the same at any time: a file that it has changed is as
+// old as the clock says, whenever that was on the disk.
+std::time_t FileTime(const timespec& changed) {
+    const timespec& start = state.startOfRun;
+    const bool isOfThisRun = changed.tv_sec != start.tv_sec ? changed.tv_sec > start.tv_sec
+                                                            : changed.tv_nsec >= start.tv_nsec;
+    return state.options.date && isOfThisRun ? Now() : changed.tv_sec;
 }
 
 // The start's local date and time, kept as if it were UTC, so that virtual time passes evenly.
@@ -369,6 +382,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     state = {};
     state.options = options;
     state.dateAtStart = DateAtStart(options.date);
+    clock_gettime(CLOCK_REALTIME_COARSE, &state.startOfRun);
     const u64 lastEvent = options.script.empty() ? 0 : options.script.back().milliseconds;
     state.end = options.runMilliseconds.value_or(lastEvent + kDefaultRunMilliseconds) *
                 kMicrosecondsPerMillisecond;
@@ -392,7 +406,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.isFullScreen = [] { return state.fullScreen; };
     desktop.toggleFullScreen = ToggleFullScreen;
     desktop.setViewScale = [](const ViewScale&) {};
-    desktop.toggleFittedScreen = [] { return false; };
+    desktop.fittedScreen = [] { return std::optional<bool>{}; };
+    desktop.setFittedScreen = [](bool) {};
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.windowPixels = [] { return desktop.viewSize(); };
@@ -403,6 +418,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.nanoseconds = [] { return TimeWithoutHolds(state.timers, state.now) * 1000; };
     desktop.clockWasRead = [] { state.now += kClockReadingMicroseconds; };
     desktop.localDateTime = LocalDateTime;
+    desktop.fileTime = FileTime;
     desktop.startTimer = StartTimer;
     desktop.startSurfaceTimer = [](u64 microseconds, void (*handler)()) {
         return StartTimer(state.timers, state.now, microseconds, handler, TimerOwner::Host);

@@ -219,25 +219,36 @@ void AddBytes(u8* target, const u8* source) {
     std::memcpy(target, &most, sizeof most);
 }
 
+void AddWholeGlyph(const GlyphPicture& from, i32 firstRow, i32 endRow, u8* target, i32 stride) {
+    // What is beyond the glyph's width adds nothing to the bytes that follow. The glyph's places
+    // are taken out of its record, which the compiler would read again after each byte stored.
+    const std::size_t width = from.stride;
+    const u8* source = from.coverage.data() + static_cast<std::size_t>(firstRow) * width;
+    for (i32 row = firstRow; row < endRow; ++row, source += width, target += stride) {
+        for (std::size_t x = 0; x < width; x += kGlyphBlock) {
+            AddBytes(target + x, source + x);
+        }
+    }
+}
+
 void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>& bytes) {
     const GlyphPicture& from = *glyph.picture;
     const i32 first = std::max(0, into.left - glyph.left);
     const i32 end = std::min(from.width, into.left + into.width - glyph.left);
-    const bool isWhole = first == 0 && end == from.width;
     const i32 firstRow = std::max(0, into.top - glyph.top);
     const i32 endRow = std::min(from.height, into.top + into.height - glyph.top);
-    for (i32 row = firstRow; row < endRow; ++row) {
+    if (first >= end || firstRow >= endRow) {
+        return;
+    }
+    u8* target = bytes.data() +
+                 static_cast<std::ptrdiff_t>(glyph.top + firstRow - into.top) * into.width +
+                 (glyph.left - into.left);
+    if (first == 0 && end == from.width) {
+        AddWholeGlyph(from, firstRow, endRow, target, into.width);
+        return;
+    }
+    for (i32 row = firstRow; row < endRow; ++row, target += into.width) {
         const u8* const source = from.coverage.data() + static_cast<std::size_t>(row) * from.stride;
-        u8* const target = bytes.data() +
-                           static_cast<std::ptrdiff_t>(glyph.top + row - into.top) * into.width +
-                           (glyph.left - into.left);
-        if (isWhole) {
-            // What is beyond the glyph's width adds nothing to the bytes that follow.
-            for (std::size_t x = 0; x < from.stride; x += kGlyphBlock) {
-                AddBytes(target + x, source + x);
-            }
-            continue;
-        }
         for (i32 x = first; x < end; ++x) {
             target[x] = static_cast<u8>(std::min(255, target[x] + source[x]));
         }

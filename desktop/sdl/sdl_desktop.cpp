@@ -17,6 +17,7 @@
 #include "desktop/sdl/input/keyboard.h"
 #include "desktop/sdl/input/layouts.h"
 #include "desktop/sdl/input/mouse.h"
+#include "desktop/sdl/input/pad_helper.h"
 #include "desktop/sdl/input/pads.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/display_loss.h"
@@ -103,6 +104,8 @@ static void ShutDown() {
     const InsideDesktop inside;
     StopTimers();
     StopUrlOpener();
+    StopPadHelper();
+    LetLossEndProcess();
     // SDL waits for ever for what the server says of a window that is lost.
     if (DisplayLoss() != Loss::None) {
         return;
@@ -116,12 +119,13 @@ static void ShutDown() {
 }
 
 // The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
-// may hang in the module already.
+// may hang in the module already; and SDL waits for a server that goes away while it shows the
+// window for ever.
 static void ShowWindow() {
-    ShowGameWindow();
     if (gameWindow != nullptr) {
         StartWatchdog();
     }
+    ShowGameWindow();
 }
 
 static std::vector<Screen> ScreensNow() {
@@ -136,6 +140,8 @@ bool StartSdlDesktop(std::string* error) {
         *error = "no display: the Wayland desktop has neither keyboard nor pointer";
         return false;
     }
+    // Without a sandbox nothing has started them.
+    StartPadHelper([] {});
     StartUrlOpener([] {});
     TakeX11Errors();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
@@ -179,7 +185,8 @@ bool StartSdlDesktop(std::string* error) {
         .isFullScreen = IsFullScreen,
         .toggleFullScreen = ToggleFullScreen,
         .setViewScale = SetViewScale,
-        .toggleFittedScreen = ToggleFittedScreen,
+        .fittedScreen = FittedScreen,
+        .setFittedScreen = SetFittedScreen,
         .requestRedraw = RequestRedraw,
         .presentView = PresentView,
         .windowPixels = WindowPixels,
@@ -189,6 +196,7 @@ bool StartSdlDesktop(std::string* error) {
         .nanoseconds = GameNanoseconds,
         .clockWasRead = [] {},
         .localDateTime = [] { return DateOf(LocalParts()); },
+        .fileTime = [](const timespec& changed) { return changed.tv_sec; },
         .startTimer = StartTimer,
         .startSurfaceTimer = StartSurfaceTimer,
         .stopTimer = StopTimer,

@@ -231,6 +231,18 @@ void AskBeforeUrls(bool ask) {
     refusals = 0;
 }
 
+static UrlBoxWords boxWords;
+
+void AskForUrlsWith(const UrlBoxWords& words) {
+    boxWords = words;
+}
+
+static std::string QuestionAbout(const std::string& shown) {
+    std::string question = boxWords.question;
+    const size_t at = question.find("%1");
+    return at == std::string::npos ? question + " " + shown : question.replace(at, 2, shown);
+}
+
 // Signs that look like others, or turn the direction of reading, are shown as what they are.
 static std::string ShownUrl(const std::string& url) {
     std::string shown;
@@ -260,8 +272,8 @@ static bool PlayerAgrees(const std::string& url) {
     const InsideDesktop inside;
     const char* const title = GameWindowTitle();
     mustAsk = ShowBox({title[0] != '\0' ? title : "MOXI",
-                       "Open " + ShownUrl(url) + " ?",
-                       {"Open", "Cancel"},
+                       QuestionAbout(ShownUrl(url)),
+                       {boxWords.open, boxWords.cancel},
                        kCancel},
                       nullptr) != kOpen;
     if (mustAsk) {

@@ -14,6 +14,14 @@ namespace moxi {
 void StartUrlOpener(void (*confine)());
 void StopUrlOpener();
 
+// The texts of the box that asks; %1 stands for the address.
+struct UrlBoxWords {
+    std::string question = "Open %1 ?";
+    std::string open = "Open";
+    std::string cancel = "Cancel";
+};
+void AskForUrlsWith(const UrlBoxWords& words);
+
 // Whether the player is asked before the first address of the run is opened.
 void AskBeforeUrls(bool ask);
 

@@ -116,6 +116,17 @@ TEST(ArchivedGame, TheCacheIsUsedAgainUntilItsFilesAreNoLongerWhole) {
     EXPECT_NE(player.Cached("y"), "");
 }
 
+TEST(ArchivedGame, AnArchiveMayHaveAnyName) {
+    const Player player;
+    for (const std::string name : {"CONTENTS", "Contents", "files", "Contents.mxz"}) {
+        WriteTextFile(player.home.path + "/" + name,
+                      ZipOf({{"MAIN.MX", player.Module()}, {"CONTENTS", "x"}, {"files", "x"}}));
+        ExpectPlayed(player.Play(name));
+        ExpectPlayed(player.Play(name));
+    }
+    EXPECT_EQ(player.Places(), 4);
+}
+
 TEST(ArchivedGame, HostileArchivesAreRefusedInOneLineAndLeaveNothing) {
     const Player player;
     const std::string path = player.home.path + "/bad.zip";

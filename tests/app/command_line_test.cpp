@@ -130,6 +130,42 @@ TEST(CommandLine, ANewGameTakesAFolderAndNothingElse) {
     EXPECT_FALSE(std::filesystem::exists(game.folder.path + "/--lua"));
 }
 
+TEST(CommandLine, WhatIsWrongIsSaidInOneClearLine) {
+    const Game game;
+    const struct {
+        std::vector<std::string> arguments;
+        const char* line;
+    } cases[] = {
+        {{"--new"}, "--new needs FOLDER"},
+        {{"--new", "--lua"}, "--new needs FOLDER: --lua is none"},
+        {{"--lua"}, "--lua needs --new"},
+        {{"--c", game.path}, "--c needs --new"},
+        {{"--new", "q", "--c", "--lua"}, "--c and --lua: a game is in one of them"},
+        {{"--new", "q", "extra"}, "--new makes one folder and takes no GAME: extra"},
+        {{"--pack"}, "--pack needs GAME OUT"},
+        {{"--pack", game.path}, "--pack needs GAME OUT"},
+        {{"--pack", game.path, "a", "b"}, "--pack needs GAME OUT"},
+        {{"--with-symbols", game.path}, "--with-symbols needs --bundle or --pack"},
+        {{"--bundle"}, "--bundle needs OUT"},
+        {{"--bundle", "out"}, "--bundle needs GAME"},
+        {{"--watch"}, "--watch needs GAME"},
+        {{"--scale"}, "--scale needs N|fit"},
+        {{"--scale", "1", "--scale", "2", game.path}, "--scale is there more than once"},
+        {{"--wath", game.path}, "--wath: there is no such option"},
+        {{"-x", game.path}, "-x: there is no such option"},
+        {{game.path, "second"}, "second: there is one GAME, and it is named before"},
+        {{"--run-ms", "5", game.path}, "--run-ms needs --headless"},
+        {{"--headless", "--script", "nowhere", game.path}, "nowhere: cannot be read"},
+        {{"--data-limit", "5X", game.path}, "--data-limit: no size in bytes, K, M, G or T: 5X"},
+        {{"--data-folder", "", game.path}, "--data-folder: the value is empty"},
+    };
+    for (const auto& each : cases) {
+        ExpectRefused(game.Run(each.arguments), "moxi: " + std::string(each.line) + "\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(game.folder.path + "/q"));
+    EXPECT_FALSE(std::filesystem::exists(game.folder.path + "/out"));
+}
+
 TEST(CommandLine, AScaleIsANumberOfStepsOrFit) {
     const Game game;
     for (const char* const scale : {"1", "16", "fit"}) {

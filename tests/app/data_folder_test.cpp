@@ -1,9 +1,12 @@
 // Where a game's data goes, through the program itself.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 
 #include "tests/support/calling_module.h"
@@ -134,6 +137,38 @@ TEST_F(DataFolder, WithoutAHomeAScreenshotHasNoPlaceAndIsRefused) {
         result.errors.ends_with("\nlog: screenshot: there is no home folder to keep it in\n"))
         << result.errors;
     EXPECT_EQ(std::distance(fs::directory_iterator(here), {}), 1);  // the module that is none
+}
+
+// The times of one file that came with the game, of one that this run has written, and of the
+// folder that both lie in.
+TEST_F(DataFolder, WhatARunWithADateHasWrittenIsAsOldAsItsClockSays) {
+    CallingModule calls;
+    const u32 handle = calls.Call(SYS_FILE_OPEN, {calls.Text("NEW.DAT"), "0x8302"});
+    calls.Call(SYS_FILE_WRITE, {CallingModule::Result(handle), calls.Text("text"), "4"});
+    calls.Call(SYS_FILE_CLOSE, {CallingModule::Result(handle)});
+    std::vector<u32> times;
+    for (const char* const name : {"OLD.DAT", "NEW.DAT", "."}) {
+        times.push_back(calls.Call(SYS_FILE_TIME, {calls.Text(name)}));
+    }
+    const AssembleResult assembled = WriteGame(game, calls.Source());
+    const std::string data = folder.path + "/data";
+    fs::create_directories(data);
+    WriteTextFile(data + "/OLD.DAT", "text");
+    const timespec old[2] = {{1000000000, 0}, {1234567890, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (data + "/OLD.DAT").c_str(), old, 0), 0);
+    const Strings options = {"--data-folder",       data,           "--date",
+                             "2024-05-06 12:53:20", "--dump-image", folder.path + "/image"};
+    ASSERT_EQ(Run("TZ=Asia/Tokyo", options).status, 0);
+    const std::string image = ReadTextFile(folder.path + "/image");
+    const auto timeOf = [&](u32 call) {
+        u32 time = 0;
+        std::memcpy(&time, image.data() + SymbolValue(assembled, CallingModule::ResultLabel(call)),
+                    4);
+        return time;
+    };
+    EXPECT_EQ(timeOf(times[0]), 1234567890u);
+    EXPECT_EQ(timeOf(times[1]), 1715000000u) << "the date as if it were UTC";
+    EXPECT_EQ(timeOf(times[2]), 1715000000u);
 }
 
 TEST_F(DataFolder, OneThatCannotBeMadeIsOneLineAtTheFirstWrite) {

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,10 +16,12 @@
 #include "app/call_filter.h"
 #include "app/landlock.h"
 #include "app/output_helper.h"
+#include "app/reach.h"
 #include "base/output_files.h"
 #include "desktop/sdl/url_opener.h"
 #include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
+#include "vm/guard.h"
 
 namespace moxi {
 
@@ -448,7 +451,7 @@ TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
         if (ReplaceFile(home.diary, "mine") || outputFiles.putInPlace(home.diary)) {
             return 106;
         }
-        if (ReplaceFile(own + ".new", "mine")) {
+        if (ReplaceFile(NewFileOf(own), "mine")) {
             return 107;
         }
         return 0;
@@ -482,6 +485,41 @@ TEST(OutputHelper, APipeInThePlaceOfAFileOfTheHostsOwnHoldsNothingUp) {
     });
     EXPECT_EQ(status, 0);
     EXPECT_EQ(ReadTextFile(own), "mine");
+}
+
+// All keyboards lie beside the gamepads there.
+TEST_F(Sandbox, NoFolderOfInputDevicesIsOpenToTheGame) {
+    std::vector<std::string> places = DesktopDevices();
+    for (const auto& more : {DesktopPlaces(), LibraryPlaces(), DriverCaches()}) {
+        places.insert(places.end(), more.begin(), more.end());
+    }
+    for (const std::string& place : places) {
+        const std::string real = fs::weakly_canonical(place).string();
+        EXPECT_FALSE(real == "/" || real == "/dev" || real.starts_with("/dev/input") ||
+                     real.starts_with("/dev/hidraw") || real.starts_with("/dev/uinput"))
+            << place;
+    }
+}
+
+TEST_F(Sandbox, TheProcessThatOpensGamepadsReachesNothingElse) {
+    const int status = StatusOf([this] {
+        ConfinePadHelper();
+        const auto isRefused = [](int file) { return file < 0; };
+        if (!isRefused(open(home.diary.c_str(), O_RDONLY))) {
+            return 1;
+        }
+        if (!isRefused(open((home.path + "/new").c_str(), O_WRONLY | O_CREAT, 0600))) {
+            return 2;
+        }
+        if (!isRefused(open("/dev/null", O_RDONLY))) {
+            return 3;
+        }
+        if (kCheckedAccess) {
+            return 0;
+        }
+        return isRefused(socket(AF_INET, SOCK_STREAM, 0)) && isRefused(fork()) ? 0 : 4;
+    });
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(Sandbox, TheUrlOpenerIsOutsideIt) {

@@ -48,8 +48,8 @@ class Shelf : public testing::Test {
     std::vector<std::string> After(const std::string& script) {
         WriteTextFile(home.path + "/script", script);
         const ProgramResult result =
-            Run({"--headless", "--date", "2026-07-10 12:00:00", "--desktop", "1280x800", "--script",
-                 "script", "--dump-ui", "ui"});
+            Run({"--headless", "--data-folder", "own", "--date", "2026-07-10 12:00:00", "--desktop",
+                 "1280x800", "--script", "script", "--dump-ui", "ui"});
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.output, "");
         logged = result.errors;
@@ -75,10 +75,10 @@ class Shelf : public testing::Test {
         }));
     }
     std::string RecordFile(const std::string& path) const {
-        return home.path + "/.local/state/moxi/games/" + HashOfText(path).substr(0, 32) + ".txt";
+        return records + "/" + HashOfText(path).substr(0, 32) + ".txt";
     }
     void Record(const std::string& path, const std::string& lines) const {
-        fs::create_directories(home.path + "/.local/state/moxi/games");
+        fs::create_directories(records);
         WriteTextFile(RecordFile(path), "moxi game 1\npath = " + path + "\n" + lines);
     }
     // Keys are pressed and released at 100 ms, 200 ms, ...
@@ -95,6 +95,7 @@ class Shelf : public testing::Test {
 
     TemporaryFolder home;
     std::string games = home.path + "/.local/share/moxi/games";
+    std::string records = home.path + "/own/shelf/games";
     std::string logged;
 };
 
@@ -109,6 +110,31 @@ TEST_F(Shelf, InstalledGamesStandOnItWithNameAndAuthor) {
     EXPECT_NE(LineWith(lines, "/share/moxi/demo \"MOXI Demo\""), "");
     // Nothing has been written.
     EXPECT_FALSE(fs::exists(home.path + "/.local/state"));
+    EXPECT_FALSE(fs::exists(home.path + "/own"));
+}
+
+TEST_F(Shelf, AHeadlessOneWithoutAFolderKnowsNoRecordsAndLeavesNone) {
+    const std::string state = home.path + "/.local/state/moxi/games";
+    fs::create_directories(state);
+    fs::create_directories(home.path + "/tmp");
+    MakeGame(home.path + "/Night", "Night", "Clara");
+    MakeGame(home.path + "/Day", "Day", "Clara");
+    const std::string record = "moxi game 1\npath = " + home.path + "/Night\nplayed = 7\n";
+    const std::string file = state + "/" + HashOfText(home.path + "/Night").substr(0, 32) + ".txt";
+    WriteTextFile(file, record);
+    WriteTextFile(home.path + "/script", "100 drop \"" + home.path + "/Day\"\n");
+    setenv("TMPDIR", (home.path + "/tmp").c_str(), 1);
+    const ProgramResult result = Run({"--headless", "--script", "script", "--dump-ui", "ui"});
+    unsetenv("TMPDIR");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    const std::string text = ReadTextFile(home.path + "/ui");
+    EXPECT_EQ(text.find("\"Night\""), std::string::npos);
+    EXPECT_NE(text.find("\"Day\""), std::string::npos);
+    EXPECT_EQ(ReadTextFile(file), record);
+    EXPECT_EQ(std::distance(fs::directory_iterator(state), {}), 1);
+    EXPECT_TRUE(fs::is_empty(home.path + "/tmp"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(home.path + "/.local/state/moxi"), {}), 1);
 }
 
 TEST_F(Shelf, GamesThatWerePlayedLastComeFirst) {
@@ -187,6 +213,22 @@ TEST_F(Shelf, FoldersAndArchivesDroppedOnTheWindowAreAdded) {
     EXPECT_NE(LineWith(After(""), "\"Night\""), "");
 }
 
+TEST_F(Shelf, WhatIsWrongIsSaidInThePlayersLanguage) {
+    fs::create_directory(home.path + "/empty");
+    const std::string drop = "100 drop \"" + home.path + "/empty\"\n";
+    unsetenv("LC_ALL");
+    unsetenv("LC_MESSAGES");
+    unsetenv("LANGUAGE");
+    for (const auto& [language, words] : {std::pair{"de_DE.UTF-8", "es ist kein Spiel darin"},
+                                          {"fr_FR.UTF-8", "il ne contient aucun jeu"},
+                                          {"ja_JP.UTF-8", "\xE4\xB8\xAD\xE3\x81\xAB"},
+                                          {"C.UTF-8", "there is no game in it"}}) {
+        setenv("LANG", language, 1);
+        EXPECT_NE(LineWith(After(drop), home.path + "/empty: " + words), "") << language;
+    }
+    unsetenv("LANG");
+}
+
 TEST_F(Shelf, AGameIsAddedByItsPathWithCompletion) {
     MakeGame(home.path + "/Toys/Night", "Night", "Clara");
     const std::string open = "100 mouse-down 0 900 35\n110 mouse-up 0 900 35\n";
@@ -249,6 +291,38 @@ TEST_F(Shelf, WithoutADisplayTheUsageIsPrintedAndTheListOfGames) {
     EXPECT_FALSE(fs::exists(home.path + "/.local/state"));
 }
 
+TEST(ShelfTexts, SearchingKnowsNeitherCapitalsNorAccents) {
+    const auto game = [](const std::string& name, const std::string& author) {
+        ShelfGame made;
+        made.record.path = "/g/x";
+        made.record.name = name;
+        made.record.author = author;
+        return made;
+    };
+    // The second E with its accent as a character of its own.
+    const std::vector<ShelfGame> games = {game("\xC3\x89t\x65\xCC\x81", "Zo\xC3\xAB"),
+                                          game("Stra\xC3\x9F"
+                                               "e",
+                                               "\xD0\x91\xD1\x91\xD1\x80\xD1\x82\xD0\xB0"),
+                                          game("no \xFF text", "")};
+    const auto found = [&](const std::string& search) {
+        std::string names;
+        for (const ShelfGame* const one : GamesFor(games, search)) {
+            names += std::to_string(one - games.data());
+        }
+        return names;
+    };
+    EXPECT_EQ(found(""), "012");
+    EXPECT_EQ(found("ete"), "0");
+    EXPECT_EQ(found("\xC3\xA9t\xC3\xA9"), "0");
+    EXPECT_EQ(found("ET ZOE"), "0");
+    EXPECT_EQ(found("strasse"), "1");
+    EXPECT_EQ(found("\xD0\x91\xD0\x95\xD0\xA0"), "1");
+    EXPECT_EQ(found("\xFF"), "2");
+    EXPECT_LT(Comparable("\xC3\x89t\xC3\xA9"), Comparable("Zebra"));
+    EXPECT_LT(Comparable("ant"), Comparable("Bee"));
+}
+
 TEST(ShelfTexts, TimesAndDays) {
     EXPECT_EQ(PlayedTime(0), "");
     EXPECT_EQ(PlayedTime(1), "1 min");
@@ -287,6 +361,10 @@ TEST(ShelfTexts, CompletionsAreFoldersAndFilesThatCanBeGames) {
     EXPECT_EQ(Completed(at + "pon"), at + "pond/");
     EXPECT_EQ(Completed(at + "x"), at + "x");
     EXPECT_EQ(PlainPath(at), folder.path);
+    // Names that part within a character: two bytes of three are the same.
+    fs::create_directory(folder.path + "/z\xE5\xA4\x9C");
+    fs::create_directory(folder.path + "/z\xE5\xA4\x8F");
+    EXPECT_EQ(Completed(at + "z"), at + "z");
 }
 
 }  // namespace

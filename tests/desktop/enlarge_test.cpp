@@ -58,7 +58,7 @@ struct Canvas {
 u32 SumOf(i32 width, i32 height, bool smooth) {
     const Bytes source = Source();
     Canvas canvas(width, height);
-    const Area drawn = Enlarge({source.data(), kWidth, kHeight}, canvas.Target(),
+    const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
                                {0, 0, width, height}, {0, 0, kWidth, kHeight}, smooth);
     EXPECT_EQ(drawn, (Area{0, 0, width, height}));
     return Crc32(canvas.bytes);
@@ -105,8 +105,8 @@ TEST(Enlarge, OnlyWhatHasChangedIsDrawn) {
     const Bytes source = Source();
     Canvas canvas(20, 12);
     // Three times as large from (2, 1) on; the pixel (1, 2) covers 5..7 and 7..9 there.
-    const Area drawn = Enlarge({source.data(), kWidth, kHeight}, canvas.Target(), {2, 1, 15, 9},
-                               {1, 2, 1, 1}, false);
+    const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
+                               {2, 1, 15, 9}, {1, 2, 1, 1}, false);
     EXPECT_EQ(drawn, (Area{5, 7, 3, 3}));
     for (i32 y = 0; y < 12; ++y) {
         for (i32 x = 0; x < 20; ++x) {
@@ -122,7 +122,7 @@ TEST(Enlarge, PartByPartIsTheWhole) {
     for (const bool smooth : {false, true}) {
         Canvas whole(64, 21);
         Canvas parts(64, 21);
-        const SourcePicture from = {source.data(), kWidth, kHeight};
+        const SourcePicture from = {source.data(), kWidth, kHeight, kWidth * 4};
         Enlarge(from, whole.Target(), {0, 0, 64, 21}, {0, 0, kWidth, kHeight}, smooth);
         for (i32 y = 0; y < kHeight; ++y) {
             for (i32 x = 0; x < kWidth; ++x) {
@@ -133,22 +133,70 @@ TEST(Enlarge, PartByPartIsTheWhole) {
     }
 }
 
+TEST(Enlarge, WhatIsLargerThanTheCachesIsDrawnTheSame) {
+    const Bytes source = Source();
+    const SourcePicture from = {source.data(), kWidth, kHeight, kWidth * 4};
+    // Odd sizes and places, so that rows begin and end beside whole vectors.
+    for (const bool exchanged : {false, true}) {
+        for (const bool smooth : {false, true}) {
+            Canvas whole(1103, 601);
+            Canvas parts(1103, 601);
+            Enlarge(from, whole.Target(exchanged), {3, 1, 1099, 599}, {0, 0, kWidth, kHeight},
+                    smooth);
+            for (i32 x = 0; x < kWidth; ++x) {
+                Enlarge(from, parts.Target(exchanged), {3, 1, 1099, 599}, {x, 0, 1, kHeight},
+                        smooth);
+            }
+            EXPECT_EQ(parts.bytes, whole.bytes) << smooth;
+        }
+    }
+}
+
+TEST(Enlarge, PixelsAreCopiedWhereTheyAreAndNothingBesideThem) {
+    Bytes source;
+    constexpr i32 kSide = 701;
+    for (i32 i = 0; i < kSide * kSide * 4; ++i) {
+        source.push_back(static_cast<u8>(i * 7 + i / 1000));
+    }
+    const SourcePicture from = {source.data(), kSide - 1, kSide, kSide * 4};
+    // The second is larger than the caches.
+    for (const Area& area : {Area{2, 3, 31, 5}, Area{5, 1, 690, 700}}) {
+        for (const bool exchanged : {false, true}) {
+            Canvas canvas(kSide, kSide);
+            CopyPixels(from, canvas.Target(exchanged), area);
+            Canvas expected(kSide, kSide);
+            for (i32 y = area.y; y < area.y + area.height; ++y) {
+                for (i32 x = area.x; x < area.x + area.width; ++x) {
+                    for (i32 i = 0; i < 4; ++i) {
+                        const i32 other = exchanged && i != 3 && i != 1 ? 2 - i : i;
+                        const auto at = [&](i32 byte) {
+                            return static_cast<size_t>((y * kSide + x) * 4 + byte);
+                        };
+                        expected.bytes[at(i)] = source[at(other)];
+                    }
+                }
+            }
+            EXPECT_EQ(canvas.bytes == expected.bytes, true) << area.width << exchanged;
+        }
+    }
+}
+
 TEST(Enlarge, WhatLiesBeyondTheTargetIsLeftOut) {
     const Bytes source = Source();
     for (const bool smooth : {false, true}) {
         Canvas canvas(6, 4);
-        const Area drawn = Enlarge({source.data(), kWidth, kHeight}, canvas.Target(),
+        const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
                                    {-7, -4, 15, 9}, {-3, -3, 90, 90}, smooth);
         EXPECT_EQ(drawn, (Area{0, 0, 6, 4}));
         // The middle of the picture's pixel (2, 1): place 7 across and 4 down.
         EXPECT_EQ(canvas.Pixel(0, 0), 0xFF876464u);  // 100, 100, 135
     }
     Canvas canvas(6, 4);
-    EXPECT_EQ(Enlarge({source.data(), kWidth, kHeight}, canvas.Target(), {6, 0, 15, 9},
+    EXPECT_EQ(Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(), {6, 0, 15, 9},
                       {0, 0, 5, 3}, false)
                   .width,
               0);
-    EXPECT_EQ(Enlarge({source.data(), kWidth, kHeight}, canvas.Target(), {0, 0, 15, 9},
+    EXPECT_EQ(Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(), {0, 0, 15, 9},
                       {5, 0, 5, 3}, false)
                   .width,
               0);
@@ -158,8 +206,8 @@ TEST(Enlarge, RedAndBlueChangePlacesWhereTheTargetHasThemSo) {
     const Bytes source = Source();
     for (const bool smooth : {false, true}) {
         Canvas canvas(15, 9);
-        Enlarge({source.data(), kWidth, kHeight}, canvas.Target(true), {0, 0, 15, 9}, {0, 0, 5, 3},
-                smooth);
+        Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(true), {0, 0, 15, 9},
+                {0, 0, 5, 3}, smooth);
         EXPECT_EQ(canvas.Pixel(7, 4), 0xFF646487u);  // 135, 100, 100
     }
 }

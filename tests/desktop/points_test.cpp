@@ -44,6 +44,21 @@ TEST(Points, TheSmallestWindowOfAGameFitsTheScreenAtAnyDensity) {
     EXPECT_EQ(DensityOf("192", nullptr, {0, 0, 640, 200}), 1);
 }
 
+TEST(Points, AScaleByHandLeavesTheSmallestWindowRoomToo) {
+    EXPECT_EQ(MostSteps(kScreen), 5);
+    EXPECT_EQ(MostSteps({0, 0, 1920, 1080}), 2);
+    EXPECT_EQ(MostSteps({0, 0, 320, 240}), 1);
+}
+
+TEST(Points, BoxesFollowTheDensityInQuarters) {
+    EXPECT_EQ(BoxDensityOf("96", nullptr, kScreen), 1);
+    EXPECT_EQ(BoxDensityOf("120", nullptr, kScreen), 1.25);
+    EXPECT_EQ(BoxDensityOf("144", nullptr, kScreen), 1.5);
+    EXPECT_EQ(BoxDensityOf("", "1.8", kScreen), 1.75);
+    EXPECT_EQ(BoxDensityOf("72", nullptr, kScreen), 1);
+    EXPECT_EQ(BoxDensityOf("9600", nullptr, kScreen), 5);
+}
+
 TEST(Points, AFrameIsAsLargeInPointsAsItsContentAndWholeBorders) {
     const PointSizes two(2);
     // 100 points from the left and 100 from the bottom: pixels 200 and 2160 - 200 - 1200.

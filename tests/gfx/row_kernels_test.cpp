@@ -1,10 +1,11 @@
 // The inner loops of text and images against the plain formula, for every width up to a few
-// vectors.
+// vectors, four of which are looked at together.
 
 #include "gfx/row_kernels.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -12,7 +13,7 @@ namespace moxi {
 
 namespace {
 
-constexpr std::size_t kWidest = 70;
+constexpr std::size_t kWidest = 150;
 
 struct Row {
     std::vector<u8> bytes;
@@ -39,8 +40,29 @@ TEST(RowKernels, TextIsLaidOverEveryWidthAndNothingBesideItChanges) {
                 byte = static_cast<u8>((kColour[i] * c + byte * (255 - c)) / 255);
             }
         }
-        LayRow(pixels.bytes.data() + 4, coverage.bytes.data(), count, 0xFF71C020);
+        LayRows(pixels.bytes.data() + 4, 0, {coverage.bytes.data(), 0, count, 1}, 0xFF71C020);
         EXPECT_EQ(pixels.bytes, expected) << count;
+    }
+}
+
+// A lone covered pixel among empty ones, at every place of every width, in the second of two rows.
+TEST(RowKernels, TextThatIsNearlyEmptyIsLaidWhereItIs) {
+    constexpr std::size_t kStride = (kWidest + 2) * 4;
+    for (std::size_t count = 1; count <= kWidest; ++count) {
+        for (std::size_t at = 0; at < count; ++at) {
+            const Row before(static_cast<u32>(count), 2 * kStride);
+            std::vector<u8> coverage(2 * kWidest, 0);
+            coverage[kWidest + at] = 255;
+            std::vector<u8> pixels = before.bytes;
+            LayRows(pixels.data() + 4, kStride, {coverage.data(), kWidest, count, 2}, 0xFF71C020);
+            std::vector<u8> expected = before.bytes;
+            u8* const pixel = expected.data() + kStride + (at + 1) * 4;
+            pixel[0] = 0x20;
+            pixel[1] = 0xC0;
+            pixel[2] = 0x71;
+            pixel[3] = 0xFF;
+            EXPECT_EQ(pixels, expected) << count << " " << at;
+        }
     }
 }
 
@@ -55,6 +77,27 @@ TEST(RowKernels, ARowIsOpaqueUnlessOneOfItsPixelsIsNot) {
             pixels[x * 4 + 3] = 254;
             EXPECT_FALSE(IsOpaqueRow(pixels.data(), count)) << count << " " << x;
             pixels[x * 4 + 3] = 255;
+        }
+    }
+}
+
+TEST(RowKernels, AnOpaqueRowIsCopiedUpToItsFirstTranslucentPixel) {
+    constexpr std::size_t kLong = 300;
+    for (const bool streams : {false, true}) {
+        for (std::size_t count = 0; count <= kLong; count += count < kWidest ? 1 : 23) {
+            for (std::size_t first = 0; first <= count; first += 1 + first / 4) {
+                Row from(static_cast<u32>(count), (kLong + 1) * 4);
+                for (std::size_t x = 0; x < count; ++x) {
+                    from.bytes[(x + 1) * 4 + 3] = x == first ? 254 : 255;
+                }
+                std::vector<u8> to((kLong + 2) * 4, 77);
+                const std::size_t copied =
+                    CopyOpaque(to.data() + 4, from.bytes.data() + 4, count, streams);
+                ASSERT_EQ(copied, first) << count;
+                std::vector<u8> expected((kLong + 2) * 4, 77);
+                std::copy_n(from.bytes.begin() + 4, copied * 4, expected.begin() + 4);
+                ASSERT_EQ(to, expected) << count << " " << first;
+            }
         }
     }
 }

@@ -91,7 +91,34 @@ TEST(Archive, LinksPipesAndDevicesAreRefused) {
 TEST(Archive, TwoEntriesOfANameAndFilesInFilesAreRefused) {
     EXPECT_EQ(ProblemWith({{"a", "1"}, {"b", "2"}, {"a", "3"}}), "a: there are two of this name");
     EXPECT_EQ(ProblemWith({{"a", "1"}, {"a/", ""}}), "a: there are two of this name");
-    EXPECT_EQ(ProblemWith({{"a", "1"}, {"a/b", "2"}}), "a/b: Not a directory");
+    EXPECT_EQ(ProblemWith({{"a/", ""}, {"a/", ""}}), "a: there are two of this name");
+    EXPECT_EQ(ProblemWith({{"a", "1"}, {"a/b", "2"}}),
+              "a/b: its folder a: a file where a folder is needed");
+    EXPECT_EQ(ProblemWith({{"a/b", "2"}, {"a", "1"}}), "a: a folder where a file is needed");
+    EXPECT_EQ(ProblemWith({{"a/b", "1"}, {"a/", ""}, {"a/c/d", "2"}, {"a/c/", ""}}), "");
+}
+
+TEST(Archive, NamesThatDifferByCapitalsAloneAreRefusedBeforeAnythingIsWritten) {
+    const Unpacked unpacked(
+        ZipOf({{"Contents/Resources/MAIN.MX", "1"}, {"x", "2"}, {"CONTENTS/Info.plist", "3"}}));
+    EXPECT_EQ(unpacked.problem,
+              "CONTENTS/Info.plist: its folder CONTENTS: differs from Contents by capitals alone");
+    EXPECT_EQ(unpacked.Files(), 0);
+    EXPECT_EQ(ProblemWith({{"Ant.png", "1"}, {"ant.PNG", "2"}}),
+              "ant.PNG: differs from Ant.png by capitals alone");
+    EXPECT_EQ(ProblemWith({{"a/Ant.png", "1"}, {"b/ant.png", "2"}}), "");
+}
+
+TEST(Archive, NamesInMoreThan64PartsAreRefused) {
+    const auto nested = [](int folders) {
+        std::string name;
+        for (int i = 0; i < folders; ++i) {
+            name += "d/";
+        }
+        return name + "file";
+    };
+    EXPECT_EQ(ProblemWith({{nested(63), "1"}}), "");
+    EXPECT_EQ(ProblemWith({{nested(64), "1"}}), nested(64) + ": in too many folders");
 }
 
 TEST(Archive, EncryptedEntriesAndUnknownMethodsAreRefused) {
@@ -200,6 +227,9 @@ TEST(Archive, WhatWouldNotBeUnpackedIsNotWritten) {
               "too large for an archive of a game");
     EXPECT_FALSE(fs::exists(out));
     EXPECT_EQ(WriteArchive(files, out), "");
+    WriteTextFile(files + "/main.mx", "");
+    EXPECT_EQ(WriteArchive(files, out + "2"), "main.mx: differs from MAIN.MX by capitals alone");
+    EXPECT_FALSE(fs::exists(out + "2"));
 }
 
 TEST(Archive, TheGameIsTheFolderItselfOrTheOneFolderWithAGame) {

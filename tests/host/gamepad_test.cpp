@@ -281,6 +281,17 @@ TEST_F(PlayersPad, AControlCanOpenThePanelAndTheGuideButtonDoes) {
     EXPECT_EQ(told, Strings{});
 }
 
+TEST_F(PlayersPad, WhatOpensThePanelClosesItToo) {
+    static int toggled = 0;
+    toggled = 0;
+    surfaceSlots.togglePanel = [] { ++toggled; };
+    UsePadMap({{"lefttrigger", "panel"}});
+    UseSurfacePadMap(true);
+    PadAxisChanged(PadAxis::LeftTrigger, 1);
+    surfaceSlots.togglePanel = [] {};
+    EXPECT_EQ(toggled, 1);
+}
+
 TEST_F(PlayersPad, WhatIsNoControlOrNoActionIsLeftOut) {
     EXPECT_TRUE(IsPadControl("leftx+"));
     EXPECT_TRUE(IsPadControl("lefttrigger"));

@@ -82,6 +82,37 @@ TEST_F(Played, OfABrokenRecordWhatCanBeReadIsRead) {
     EXPECT_FALSE(ParsePlayed(std::string(1000, '\0'), game = {}));
 }
 
+TEST_F(Played, OfARecordThatIsTooLargeTheWholeLinesOfItsStartAreRead) {
+    const std::string start =
+        "moxi game 1\npath = /games/pond\nplayed = 9\nseconds = 5\nname = Pond\n";
+    // Cut in the middle of its line at 1 MiB, which would be another name.
+    WriteTextFile(PlayedFile("/games/pond"),
+                  start + "author = " + std::string(2 << 20, 'x') + "\nname = Lake\n");
+    ASSERT_EQ(ReadAllPlayed().size(), 1u);
+    PlayedGame game = ReadPlayedGame("/games/pond");
+    EXPECT_EQ(game.name, "Pond");
+    EXPECT_EQ(game.author, "");
+    EXPECT_EQ(game.seconds, 5u);
+    // And written anew it is a small one.
+    game.seconds = 6;
+    ASSERT_TRUE(WritePlayedGame(game));
+    EXPECT_EQ(ReadPlayedGame("/games/pond").seconds, 6u);
+}
+
+TEST_F(Played, TextsAreWrittenUpTo4096BytesSoThatARecordStaysSmall) {
+    PlayedGame game;
+    game.path = "/games/pond";
+    game.seconds = 5;
+    game.name = std::string(100'000, '\\');
+    game.author = std::string(100'000, 'a');
+    ASSERT_TRUE(WritePlayedGame(game));
+    EXPECT_LT(fs::file_size(PlayedFile("/games/pond")), 65536u);
+    game = ReadPlayedGame("/games/pond");
+    EXPECT_EQ(game.name, std::string(4096, '\\'));
+    EXPECT_EQ(game.author, std::string(4096, 'a'));
+    EXPECT_EQ(game.seconds, 5u);
+}
+
 TEST_F(Played, BrokenFilesAreGamesThatWereNotPlayed) {
     PlayedGame game;
     game.path = "/games/pond";

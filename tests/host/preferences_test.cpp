@@ -53,6 +53,19 @@ TEST_F(PreferenceFiles, WithoutAFileEverythingIsAsItIsAtFirst) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(PreferenceFiles, AFileThatThePlayerNamedAndThatIsNotThereYetIsOneLine) {
+    testing::internal::CaptureStderr();
+    ReadPreferences(path, true);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "log: " + path + ": not there yet, made by the first change of a preference\n");
+    SetPreference(AllGames, "mute", "yes");
+    EXPECT_TRUE(SavePreferences());
+    EXPECT_EQ(Text(), "mute = yes\n");
+    testing::internal::CaptureStderr();
+    ReadPreferences(path, true);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(PreferenceFiles, EveryPreferenceIsRead) {
     EXPECT_EQ(Read("# a comment\n"
                    "\n"
@@ -260,6 +273,18 @@ TEST_F(PreferenceFiles, AGameWithAnOddNameHasItsSection) {
     Read(Text());
     EXPECT_FALSE(preferences.mute);
     ChoosePreferencesOf("Odd]\n[game Drift");
+    EXPECT_TRUE(preferences.mute);
+}
+
+TEST_F(PreferenceFiles, AGameWhoseNameIsAllBlanksHasASectionOfItsOwn) {
+    Read("");
+    ChoosePreferencesOf("  ");
+    SetPreference(ThisGame, "mute", "yes");
+    SavePreferences();
+    EXPECT_EQ(Text(), "[game (no name)]\nmute = yes\n");
+    Read(Text());
+    EXPECT_FALSE(preferences.mute);
+    ChoosePreferencesOf("  ");
     EXPECT_TRUE(preferences.mute);
 }
 

@@ -232,6 +232,44 @@ TEST_F(ViewTest, APixelIsDrawnOverWhite) {
     EXPECT_EQ(shown[4], 0);  // the opaque black beside it
 }
 
+TEST_F(ViewTest, TheDesktopGetsTheScreensOwnPixelsWhereAllOfThemAreOpaque) {
+    static ViewPixels presented;
+    desktop.presentView = [](ViewPixels view, ViewRect) { presented = view; };
+    std::fill_n(screenBitmap.pixels, std::size_t{screenBitmap.stride} * 1080, u8{0xFF});
+    const auto presents = [](ViewRect rect) {
+        presented = {};
+        moxiView::drawRect(rect);
+        return presented;
+    };
+    EXPECT_EQ(presents({0, 0, 1000, 600}).pixels, screenBitmap.pixels);
+    EXPECT_EQ(presented.stride, i32{1920 * 4});
+    EXPECT_EQ(presented.width, 1000);
+    // What has parts of pixels, or is cut, is not what the view shows beside it.
+    EXPECT_EQ(presents({0.5, 0, 20, 20}).pixels, viewBuffer.pixels.data());
+    EXPECT_EQ(presents({-5, 0, 20, 20}).pixels, viewBuffer.pixels.data());
+    EXPECT_EQ(presents({10, 590, 20, 20}).pixels, viewBuffer.pixels.data());
+    EXPECT_EQ(presented.stride, i32{1000 * 4});
+    // Row 599 of the view, row 0 from below.
+    screenBitmap.pixels[std::size_t{599} * screenBitmap.stride + 4 * 700 + 3] = 254;
+    EXPECT_EQ(presents({0, 0, 1000, 600}).pixels, viewBuffer.pixels.data());
+    EXPECT_EQ(presents({0, 1, 1000, 599}).pixels, screenBitmap.pixels);
+}
+
+TEST_F(ViewTest, ARowThatIsTranslucentInPartsIsDrawnPixelByPixel) {
+    for (u32 x = 0; x < 1000; ++x) {
+        const u8 alpha = x % 97 < 3 ? static_cast<u8>(x) : 255;
+        const u8 pixel[4] = {static_cast<u8>(x), 7, 0, alpha};
+        std::copy_n(pixel, 4, screenBitmap.pixels + 4 * x);
+    }
+    moxiView::drawRect({0, 0, 1000, 600});
+    for (u32 x = 0; x < 1000; ++x) {
+        const u32 rest = x % 97 < 3 ? 255 - x % 256 : 0;
+        EXPECT_EQ(viewBuffer.pixels[4 * x], std::min(255u, x % 256 + rest)) << x;
+        EXPECT_EQ(viewBuffer.pixels[4 * x + 1], std::min(255u, 7 + rest)) << x;
+        EXPECT_EQ(viewBuffer.pixels[4 * x + 2], rest) << x;
+    }
+}
+
 TEST_F(ViewTest, ARedrawWhileTheModuleRunsIsPostponedAndFoldedInUnturned) {
     inMX = true;
     moxiView::drawRect({5.75, 6.25, 20.5, 10.9});

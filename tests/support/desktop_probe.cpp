@@ -89,7 +89,7 @@ static void DrawScene(ViewRect rect) {
             }
         }
     }
-    desktop.presentView({scene.data(), sceneWidth, sceneHeight}, rect);
+    desktop.presentView({scene.data(), sceneWidth, sceneHeight, 4 * sceneWidth}, rect);
 }
 
 static int ticks = 0;

@@ -281,6 +281,56 @@ TEST(PanelAndGame, AStickThatThePanelHadMovesNothingUntilItIsLetGo) {
               "1000 pad-button rightshoulder down\n1000 pad-button rightshoulder up\n");
 }
 
+TEST(PanelAndGame, ATriggerThatOpensThePanelClosesItAndDoesNotWaver) {
+    // Pulled slowly: each way beyond the half it is one press.
+    std::string script;
+    u32 time = 300;
+    for (const char* const value : {"0.3", "0.6", "0.9", "1", "0.6", "0.2", "0"}) {
+        script += At(time += 10, std::string("pad-axis lefttrigger ") + value);
+    }
+    const std::string preferences = "pad.lefttrigger = panel\n";
+    EXPECT_NE(PlaySession(script, {}, preferences).controls, "");
+    for (const char* const value : {"0.4", "0.7", "1", "0.7", "0"}) {
+        script += At(time += 10, std::string("pad-axis lefttrigger ") + value);
+    }
+    EXPECT_EQ(PlaySession(script, {}, preferences).controls, "");
+    script += At(time += 10, "pad-axis lefttrigger 1");
+    EXPECT_NE(PlaySession(script, {}, preferences).controls, "");
+}
+
+TEST(PanelAndGame, AButtonThatOpensThePanelClosesIt) {
+    const std::string press = "pad-button a down\n# pad-button a up";
+    const std::string preferences = "pad.a = panel\n";
+    EXPECT_NE(PlaySession(At(300, press), {}, preferences).controls, "");
+    EXPECT_EQ(PlaySession(At(300, press) + At(400, press), {}, preferences).controls, "");
+}
+
+TEST(PanelAndGame, AStickThatStoodStillThroughThePanelIsForgotten) {
+    // The right stick stays to the right; up and down alone move the pointer later.
+    const std::string script = At(100, "mouse-move 500 300") + At(300, kOpen) +
+                               At(400, "pad-axis rightx 1") + At(500, kEscapeKey) +
+                               At(600, "pad-axis righty 1") + At(650, "pad-axis righty 0");
+    const Messages told = Told(PlaySession(script));
+    ASSERT_GT(told.size(), 4u);
+    for (const LoggedMessage& message : told) {
+        if (message.command == MSG_POINTER) {
+            EXPECT_EQ(message.p1, 500u);
+        }
+    }
+    EXPECT_GT(told.back().p2, 300u);
+}
+
+TEST(PanelAndGame, WhatAPadPressesWhileTheWindowIsNotActiveIsNothing) {
+    const std::string preferences = "pause-when-inactive = yes\npad.x = shift\n";
+    const std::string script =
+        At(200, "deactivate") + At(300, "pad-button x down") +
+        At(310, "pad-button rightshoulder down") + At(320, "pad-axis leftx 1") +
+        At(400, "activate") + At(500, "pad-button dpup down\n# pad-button dpup up") +
+        At(600, "pad-button x up\n# pad-button rightshoulder up") + At(700, "pad-axis leftx 0");
+    EXPECT_EQ(Told(PlaySession(script, {}, preferences)),
+              (Messages{{MSG_DOWN, 0x26, 1, 0}, {MSG_CHAR, 0x1E, 0, 0}, {MSG_UP, 0x26, 1, 0}}));
+}
+
 // --- Choices
 
 TEST(PanelChoices, ASliderIsMovedByKeysAndSavedWhenThePanelCloses) {

@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
+#include <atomic>
+#include <csignal>
+#include <ctime>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -240,6 +245,52 @@ TEST_F(Translator, ARunThatDoesNotEndShowsItsRegistersToAnotherThread) {
     EXPECT_LE(first - second, 1u);
     EXPECT_GE(pc, 0x200u);
     EXPECT_LE(pc, 0x230u);
+}
+
+// The handler stays until it has been interrupted eight times, or each wait for that has ended by
+// itself.
+TEST_F(Translator, ARunWhoseThreadIsInAnotherSignalsHandlerShowsItsRegistersToo) {
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R1, #0\n"
+        "        MOVE.L R3, [0x98]\n"
+        "@loop:  ADD.L R1, #1\n"
+        "        TST.L [R3]\n"
+        "        BEQ @loop\n"
+        "        RETURN 0\n";
+    Load(source, kAll);
+    const u32 limit = moxi::Load<u32>(kHeaderStackLimit);
+    static std::atomic<bool> isInHandler;
+    isInHandler = false;
+    const auto formerHandler = std::signal(SIGUSR1, [](int) {
+        isInHandler = true;
+        constexpr timespec kLongest = {0, 50'000'000};
+        for (int i = 0; i < 8; ++i) {
+            nanosleep(&kLongest, nullptr);
+        }
+    });
+    const pthread_t module = pthread_self();
+    u32 count = 0;
+    std::thread other([&] {
+        const auto look = [] {
+            moxi::SettleTranslatedRun();
+            return moxi::Load<u32>(RegisterAddress(1));
+        };
+        while (look() == 0) {
+        }
+        Store<u32>(RegisterAddress(1), 0);
+        pthread_kill(module, SIGUSR1);
+        while (!isInHandler) {
+            std::this_thread::yield();
+        }
+        count = look();
+        Store<u32>(limit, 1);
+    });
+    MXmsg(1, 0, 0, 0);
+    other.join();
+    std::signal(SIGUSR1, formerHandler);
+    EXPECT_GT(count, 0u);
 }
 
 TEST_F(Translator, CodeThatChangesAllTheTimeIsSoonLeftToTheInterpreter) {

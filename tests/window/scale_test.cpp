@@ -110,6 +110,38 @@ TEST_F(ScaledWindow, FittedTheViewFillsTheScreenAndTheModuleSeesNothingOfIt) {
     EXPECT_TRUE(WaitForPlace("0 0 2400 1600"));
 }
 
+TEST_F(ScaledWindow, AScaleThatTheScreenHasNoRoomForIsMadeSmallerAndSaidSo) {
+    // 2400 / 600 and 1600 / 400 are 4.
+    Start({"--mute", "--scale", "16"});
+    EXPECT_TRUE(Contains(Messages(), "9 3e8 258 0"));
+    EXPECT_TRUE(WaitUntil([this] { return Place().ends_with(" 4000 2400"); })) << Place();
+    kill(process, SIGTERM);
+    EXPECT_EQ(WaitForExit(), 0);
+    EXPECT_NE(Errors().find("log: scale 16: the screen has room for 4\n"), std::string::npos);
+}
+
+TEST_F(ScaledWindow, ThePanelLeavesAndEntersTheWholeScreenOfAFittedView) {
+    const std::string preferences = folder.path + "/preferences";
+    WriteTextFile(preferences, "scale = fit\n");
+    Start({"--mute", "--preferences", preferences});
+    ASSERT_TRUE(WaitForPlace("0 0 2400 1600"));
+    WaitForQuiet();
+    // The second page and its first switch.
+    const auto press = [this](const std::string& keys) { Shell("xdotool key --delay 60 " + keys); };
+    press("ctrl+comma Home Right Tab Tab space");
+    EXPECT_TRUE(WaitUntil([this] { return Place().ends_with(" 1000 600"); })) << Place();
+    press("space");
+    EXPECT_TRUE(WaitForPlace("0 0 2400 1600"));
+    // It leaves what is so already alone, whichever way it became so.
+    press("alt+Return");
+    EXPECT_TRUE(WaitUntil([this] { return Place().ends_with(" 1000 600"); })) << Place();
+    press("space");
+    EXPECT_TRUE(WaitForPlace("0 0 2400 1600"));
+    press("Escape");
+    WaitForQuiet();
+    EXPECT_EQ(ReadTextFile(preferences), "scale = fit\n");
+}
+
 TEST_F(ScaledWindow, APreferenceIsAsGoodAsTheOption) {
     WriteTextFile(folder.path + "/preferences", "scale = 2\nfilter = smooth\n");
     Start({"--mute", "--preferences", folder.path + "/preferences"});

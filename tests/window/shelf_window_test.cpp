@@ -46,6 +46,39 @@ TEST_F(ShelfWindow, ReturnPlaysAGameInAProcessOfItsOwnAndTheShelfComesBack) {
     EXPECT_EQ(WaitForExit(), 0);
 }
 
+TEST_F(ShelfWindow, ComesBackWhereItWas) {
+    const auto place = [this] {
+        return OutputOf("xwininfo -id " + Window() +
+                        " | sed -n 's/.*\\(Absolute.*:\\|Width:\\|Height:\\) *//p' | xargs");
+    };
+    const auto end = [this] {
+        kill(process, SIGTERM);
+        EXPECT_EQ(WaitForExit(), 0);
+    };
+    Open();
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    Shell("sleep 0.8; xdotool windowsize --sync " + Window() + " 700 450");
+    Shell("xdotool windowmove --sync " + Window() + " 321 234; sleep 0.8");
+    const std::string moved = place();
+    EXPECT_TRUE(moved.ends_with(" 700 450")) << moved;
+    end();
+    const std::string kept = ReadTextFile(folder.path + "/state/moxi/windows");
+    EXPECT_TRUE(kept.ends_with(" /shelf\n")) << kept;
+    Open();
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    EXPECT_TRUE(WaitUntil([&] { return place() == moved; })) << place();
+    Shell("sleep 0.8");
+    end();
+    EXPECT_EQ(ReadTextFile(folder.path + "/state/moxi/windows"), kept);
+    // A folder of its own has no place.
+    Open({"--mute", "--data-folder", folder.path + "/own"});
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    Shell("sleep 0.8");
+    EXPECT_TRUE(place().ends_with(" 1000 600")) << place();
+    end();
+    EXPECT_EQ(ReadTextFile(folder.path + "/state/moxi/windows"), kept);
+}
+
 TEST_F(ShelfWindow, WithoutADisplayThatCanBeReachedItIsTheUsage) {
     Open({"--mute"});
     ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();

@@ -9,6 +9,7 @@
 
 #include "desktop/common/timers.h"
 #include "desktop/events.h"
+#include "desktop/sdl/input/kernel_pads.h"
 #include "desktop/sdl/loop/gate.h"
 
 namespace moxi {
@@ -88,7 +89,11 @@ Pad* PadOf(SDL_JoystickID id) {
     return found != pads.end() ? &*found : nullptr;
 }
 
+// SDL itself finds pads only where it may open devices, and the same ones come from the helper.
 void AddPad(int index) {
+    if (SDL_JoystickIsVirtual(index) == SDL_FALSE) {
+        return;
+    }
     SDL_GameController* const controller = SDL_GameControllerOpen(index);
     if (controller == nullptr) {
         return;
@@ -139,9 +144,8 @@ void TakePadEvent(const SDL_Event& event) {
 }  // namespace
 
 void StartPads() {
-    // Looked for by the names in /dev/input alone: a game's process needs neither the database of
-    // devices nor the messages that go with it, nor what speaks to devices past the kernel's
-    // driver.
+    // The pads come from the helper process. SDL needs neither the data base of devices nor the
+    // messages that go with it, nor what speaks to devices past the kernel's driver.
     SDL_SetHint("SDL_JOYSTICK_DISABLE_UDEV", "1");
     SDL_SetHint(SDL_HINT_JOYSTICK_HIDAPI, "0");
     // SDL would look at each turn of its own waiting, and wait no longer for anything else.
@@ -155,6 +159,7 @@ void StopPads() {
         SDL_GameControllerClose(pad.controller);
     }
     pads.clear();
+    RemoveKernelPads();
     toldButtons = 0;
     toldAxes = {};
     started = false;
@@ -164,6 +169,7 @@ void LookAtPads(u64 now) {
     if (!started || now < nextLook) {
         return;
     }
+    FeedKernelPads();
     SDL_GameControllerUpdate();
     // Taken here, so that none of them comes between a key and its text.
     SDL_Event event;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "base/last_wait.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/window/game_window.h"
 #include "desktop/sdl/window/native_display.h"
@@ -10,6 +11,11 @@ namespace moxi {
 
 static constinit std::atomic<Loss> loss = Loss::None;
 static constinit std::atomic<u64> lossTime = 0;
+static constinit std::atomic<bool> endsProcess = false;
+
+// What the run loop and the watchdog need to end in order is less. It bounds what neither of them
+// can: a library that asks a server which is gone, again and again, in the thread of the watchdog.
+constexpr unsigned kLastSeconds = 20;
 
 static void NoteLoss(Loss what) {
     Loss none = Loss::None;
@@ -20,6 +26,17 @@ static void NoteLoss(Loss what) {
     if (!loss.compare_exchange_strong(none, what) && what == Loss::Connection) {
         loss = what;
     }
+    if (what != Loss::Connection) {
+        return;
+    }
+    if (endsProcess) {
+        EndNow();
+    }
+    EndAtTheLatest(kLastSeconds, 1);
+}
+
+void LetLossEndProcess() {
+    endsProcess = true;
 }
 
 Loss DisplayLoss() {
@@ -33,6 +50,7 @@ u64 DisplayLossTime() {
 void WatchDisplay(SDL_Window* window) {
     HandleX11Errors(window, {.windowLost = [] { NoteLoss(Loss::Window); },
                              .connectionLost = [] { NoteLoss(Loss::Connection); }});
+    WatchWaylandConnection(window);
 }
 
 void LookWhetherWindowExists() {
@@ -43,7 +61,7 @@ void LookWhetherWindowExists() {
 }
 
 bool NoteLostWayland() {
-    if (!WaylandConnectionIsBroken(gameWindow)) {
+    if (!WaylandConnectionIsBroken()) {
         return false;
     }
     NoteLoss(Loss::Connection);

@@ -18,6 +18,11 @@ enum class Loss {
 // Main thread, inside: from here on losses of this window's display are noted.
 void WatchDisplay(SDL_Window* window);
 
+// From now on the process ends where the loss of the connection is met: all that it still does is
+// to give back what it has of the display, and the libraries would wait for the display's answers
+// for ever.
+void LetLossEndProcess();
+
 Loss DisplayLoss();     // any thread
 u64 DisplayLossTime();  // nanoseconds; when it was noted
 
@@ -25,7 +30,8 @@ u64 DisplayLossTime();  // nanoseconds; when it was noted
 // nothing, would not notice. Main thread, inside.
 void LookWhetherWindowExists();
 
-// Notes a loss when the connection to a Wayland compositor is broken, and tells whether it is.
+// Notes a loss when the connection to a Wayland compositor is broken, and tells whether it is. Any
+// thread.
 bool NoteLostWayland();
 
 }  // namespace moxi

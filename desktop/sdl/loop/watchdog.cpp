@@ -131,19 +131,30 @@ static void OfferToEnd() {
     EndByForce();
 }
 
+// How long ago it was. The main thread may have noted it down after `now` was read.
+static u64 Since(u64 time, u64 now) {
+    return now > time ? now - time : 0;
+}
+
+// There is no window left to ask in. The application gets the same time to come back.
+static void WatchWithoutWindow(u64 now) {
+    if (Since(DisplayLossTime(), now) < kPatienceNanoseconds ||
+        Since(LastTurn(), now) < kPatienceNanoseconds) {
+        return;
+    }
+    SystemLog("ended while it did not answer, with its window gone");
+    desktopEvents.willEndByForce();
+    _exit(1);
+}
+
 static void Watch(Request& request) {
     const u64 now = Nanoseconds();
-    if (DisplayLoss() != Loss::None) {
-        // There is no window left to ask in. The application gets the same time to come back.
-        if (now - DisplayLossTime() < kPatienceNanoseconds ||
-            now - LastTurn() < kPatienceNanoseconds) {
-            return;
-        }
-        SystemLog("ended while it did not answer, with its window gone");
-        desktopEvents.willEndByForce();
-        _exit(1);
+    // The main thread may be in a call that does not come back without a compositor.
+    if (DisplayLoss() != Loss::None || NoteLostWayland()) {
+        return WatchWithoutWindow(now);
     }
-    if (now - LastPumping() < kBusyNanoseconds && now - LastTurn() < kPatienceNanoseconds) {
+    if (Since(LastPumping(), now) < kBusyNanoseconds &&
+        Since(LastTurn(), now) < kPatienceNanoseconds) {
         return;
     }
     if (!TryLockGate()) {
@@ -161,10 +172,10 @@ static void Watch(Request& request) {
         request = {waiting.closeRequests, now, 0};
     }
     const u64 question = QuestionSince();
-    const bool isOverdue = request.since != 0 && now - request.since > kPatienceNanoseconds;
-    const bool isStuck = question != 0 && question != request.question && now > question &&
-                         now - question > kPatienceNanoseconds;
-    if ((isOverdue || isStuck) && now - LastTurn() > kPatienceNanoseconds) {
+    const bool isOverdue = request.since != 0 && Since(request.since, now) > kPatienceNanoseconds;
+    const bool isStuck = question != 0 && question != request.question &&
+                         Since(question, now) > kPatienceNanoseconds;
+    if ((isOverdue || isStuck) && Since(LastTurn(), now) > kPatienceNanoseconds) {
         OfferToEnd();
         // The user will say when there is too much waiting: with another request to close.
         request.since = 0;

@@ -4,6 +4,7 @@
 #include <fontconfig/fontconfig.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "desktop/quit_request.h"
 #include "desktop/sdl/loop/display_loss.h"
@@ -118,9 +119,9 @@ static bool OpenBoxWindow(Box& box) {
     const int display = parent != nullptr ? std::max(SDL_GetWindowDisplayIndex(parent), 0) : 0;
     SDL_GetDisplayUsableBounds(display, &usable);
     box.layout = LayOutBox(box.text->message, box.text->buttons, usable.w - kScreenMargin,
-                           usable.h - kScreenMargin, DesktopDensity({0, 0, usable.w, usable.h}));
-    const int width = box.layout.width * box.layout.scale;
-    const int height = box.layout.height * box.layout.scale;
+                           usable.h - kScreenMargin, BoxDensity({0, 0, usable.w, usable.h}));
+    const int width = static_cast<int>(std::ceil(box.layout.width * box.layout.scale));
+    const int height = static_cast<int>(std::ceil(box.layout.height * box.layout.scale));
     const int x = usable.x + (usable.w - width) / 2;
     const int y = usable.y + (usable.h - height) / 2;
     box.place = {0, 0};

@@ -1,6 +1,7 @@
 #include "desktop/sdl/window/box_layout.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace moxi {
 
@@ -93,9 +94,9 @@ static BoxLayout LayOut(cairo_t* context, const std::string& message,
 }
 
 BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& buttons, i32 widest,
-                    i32 highest, i32 scale) {
-    widest /= scale;
-    highest /= scale;
+                    i32 highest, double scale) {
+    widest = static_cast<i32>(widest / scale);
+    highest = static_cast<i32>(highest / scale);
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
     cairo_t* context = cairo_create(surface);
     // Text is measured as it will be drawn, since its widths depend on that.
@@ -154,15 +155,28 @@ static void DrawSign(cairo_t* context, const Area& area) {
     cairo_fill(context);
 }
 
-static void DrawButton(cairo_t* context, const Area& area, const std::string& text, double fontSize,
-                       bool pressed, bool hasFocus) {
-    cairo_rectangle(context, area.x + 0.5, area.y + 0.5, area.width - 1, area.height - 1);
+// Edges lie between whole pixels at any scale, so that they are sharp.
+static void DrawButtonFace(cairo_t* context, const Area& area, double scale, bool pressed,
+                           bool hasFocus) {
+    const double left = std::round(area.x * scale);
+    const double top = std::round(area.y * scale);
+    const double right = std::round((area.x + area.width) * scale);
+    const double bottom = std::round((area.y + area.height) * scale);
+    const double line = std::round(scale);
+    cairo_save(context);
+    cairo_identity_matrix(context);
+    cairo_rectangle(context, left + line / 2, top + line / 2, right - left - line,
+                    bottom - top - line);
     SetColour(context, pressed ? kButtonPressed : kButtonFace);
     cairo_fill_preserve(context);
     SetColour(context, kButtonFrame);
-    cairo_set_line_width(context, hasFocus ? 3 : 1);
+    cairo_set_line_width(context, hasFocus ? 3 * line : line);
     cairo_stroke(context);
+    cairo_restore(context);
+}
 
+static void DrawLabel(cairo_t* context, const Area& area, const std::string& text,
+                      double fontSize) {
     PangoLayout* layout = NewText(context, text, fontSize, 0);
     i32 width = 0;
     i32 height = 0;
@@ -195,8 +209,9 @@ void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::strin
     cairo_restore(context);
 
     for (std::size_t i = 0; i < buttons.size(); ++i) {
-        DrawButton(context, layout.buttons[i], buttons[i], layout.fontSize,
-                   static_cast<int>(i) == pressed, static_cast<int>(i) == focus);
+        DrawButtonFace(context, layout.buttons[i], layout.scale, static_cast<int>(i) == pressed,
+                       static_cast<int>(i) == focus);
+        DrawLabel(context, layout.buttons[i], buttons[i], layout.fontSize);
     }
     cairo_destroy(context);
     cairo_surface_flush(surface);
@@ -214,12 +229,12 @@ void DrawFrame(cairo_surface_t* surface) {
 }
 
 int ButtonAt(const BoxLayout& layout, i32 x, i32 y) {
-    x /= layout.scale;
-    y /= layout.scale;
+    const double unitX = x / layout.scale;
+    const double unitY = y / layout.scale;
     for (std::size_t i = 0; i < layout.buttons.size(); ++i) {
         const Area& button = layout.buttons[i];
-        if (x >= button.x && x < button.x + button.width && y >= button.y &&
-            y < button.y + button.height) {
+        if (unitX >= button.x && unitX < button.x + button.width && unitY >= button.y &&
+            unitY < button.y + button.height) {
             return static_cast<int>(i);
         }
     }

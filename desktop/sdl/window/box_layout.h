@@ -13,7 +13,7 @@ namespace moxi {
 
 // In units, each of `scale` pixels.
 struct BoxLayout {
-    i32 scale = 1;
+    double scale = 1;
     i32 width = 0;
     i32 height = 0;
     Area sign;                  // the warning sign
@@ -24,7 +24,7 @@ struct BoxLayout {
 
 // A box for the texts that fits into `widest` x `highest` pixels, the font shrunk where it must.
 BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& buttons, i32 widest,
-                    i32 highest, i32 scale);
+                    i32 highest, double scale);
 
 // Draws the box on the whole of `surface`. `focus` is the index of the button that the keyboard
 // presses, `pressed` that of one that is held down, -1 for none.

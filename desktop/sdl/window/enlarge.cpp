@@ -5,10 +5,12 @@
 #define HWY_TARGET_INCLUDE "desktop/sdl/window/enlarge.cpp"
 // Vectors of a length that is known when the program starts cannot be members of records.
 #define HWY_DISABLED_TARGETS (HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -39,6 +41,11 @@ void RepeatPixelsHere(u32* to, const u32* from, const i32* ends, i32 first, std:
     }
 }
 
+u32 ExchangedPixel(u32 pixel) {
+    const u32 moved = pixel & 0x00FF00FF;
+    return (pixel & 0xFF00FF00) | moved << 16 | moved >> 16;
+}
+
 void ExchangeHere(u32* to, const u32* from, std::size_t count) {
     const hn::ScalableTag<u32> d;
     const auto outer = hn::Set(d, 0x00FF00FF);
@@ -51,9 +58,47 @@ void ExchangeHere(u32* to, const u32* from, std::size_t count) {
                    to + i);
     }
     for (; i < count; ++i) {
-        const u32 moved = from[i] & 0x00FF00FF;
-        to[i] = (from[i] & 0xFF00FF00) | moved << 16 | moved >> 16;
+        to[i] = ExchangedPixel(from[i]);
     }
+}
+
+// Copies a row past the caches. `to` is a multiple of 4.
+template <bool exchanges>
+HWY_INLINE void StreamPixels(u8* to, const u8* from, std::size_t count) {
+    const hn::ScalableTag<u32> d;
+    const auto outer = hn::Set(d, 0x00FF00FF);
+    const std::size_t bytes = hn::Lanes(d) * 4;
+    const auto single = [&](std::size_t i) {
+        const u32 pixel = LoadBytes<u32>(from + i * 4);
+        StoreBytes<u32>(to + i * 4, exchanges ? ExchangedPixel(pixel) : pixel);
+    };
+    const std::size_t beside = reinterpret_cast<std::uintptr_t>(to) % bytes;
+    const std::size_t head = std::min((bytes - beside) % bytes / 4, count);
+    std::size_t i = 0;
+    for (; i < head; ++i) {
+        single(i);
+    }
+    for (; i + hn::Lanes(d) <= count; i += hn::Lanes(d)) {
+        auto pixels = hn::LoadU(d, reinterpret_cast<const u32*>(from + i * 4));
+        if constexpr (exchanges) {
+            const auto moved = hn::And(outer, pixels);
+            pixels = hn::Or(hn::AndNot(outer, pixels),
+                            hn::Or(hn::ShiftLeft<16>(moved), hn::ShiftRight<16>(moved)));
+        }
+        hn::Stream(pixels, d, reinterpret_cast<u32*>(to + i * 4));
+    }
+    for (; i < count; ++i) {
+        single(i);
+    }
+}
+
+void StreamHere(u8* to, const u8* from, std::size_t count, bool exchanges) {
+    if (exchanges) {
+        StreamPixels<true>(to, from, count);
+    } else {
+        StreamPixels<false>(to, from, count);
+    }
+    hwy::FlushStream();
 }
 
 // Between two rows, `part` 256ths of the way.
@@ -117,6 +162,7 @@ HWY_AFTER_NAMESPACE();
 
 HWY_EXPORT(RepeatPixelsHere);
 HWY_EXPORT(ExchangeHere);
+HWY_EXPORT(StreamHere);
 HWY_EXPORT(MixRowsHere);
 HWY_EXPORT(MixPixelsHere);
 
@@ -124,6 +170,20 @@ namespace {
 
 // What the longest vector writes beyond the end of a row.
 constexpr std::size_t kSlack = 512;
+// Pictures of so many pixels go past the caches.
+constexpr std::size_t kStreamedPixels = std::size_t{1} << 18;
+
+// A row that nothing here reads again.
+void PutRow(u8* to, const u8* from, std::size_t count, bool exchanges, bool streams) {
+    if (streams) {
+        HWY_DYNAMIC_DISPATCH(StreamHere)(to, from, count, exchanges);
+    } else if (exchanges) {
+        HWY_DYNAMIC_DISPATCH(ExchangeHere)
+        (reinterpret_cast<u32*>(to), reinterpret_cast<const u32*>(from), count);
+    } else {
+        std::memcpy(to, from, count * 4);
+    }
+}
 
 // One direction of the mapping: `size` places over `count` source pixels.
 struct Axis {
@@ -167,6 +227,7 @@ Span PlacesOf(const Axis& axis, i32 first, i32 end, i32 offset, i32 room, bool s
 struct Workspace {
     std::vector<u32> source;  // a row in the target's order
     std::vector<u32> rows[2];
+    std::vector<u32> mixed;
     std::vector<i32> ends;
     std::vector<i32> lefts;
     std::vector<i32> rights;
@@ -186,6 +247,13 @@ struct Job {
         return to.pixels + i64{place.y + row} * to.pitch + i64{place.x + columns.first} * 4;
     }
     std::size_t Width() const { return static_cast<std::size_t>(columns.end - columns.first); }
+    bool Streams() const {
+        return Width() * static_cast<std::size_t>(rows.end - rows.first) >= kStreamedPixels;
+    }
+    // The row as it was drawn.
+    void Put(i32 row, const std::vector<u32>& drawn) const {
+        PutRow(RowOf(row), reinterpret_cast<const u8*>(drawn.data()), Width(), false, Streams());
+    }
 };
 
 Workspace& TheWorkspace() {
@@ -195,7 +263,7 @@ Workspace& TheWorkspace() {
 
 // A row of the source in the target's order of bytes.
 const u32* SourceRow(const Job& job, i64 row, i64 first, std::size_t count) {
-    const u8* const pixels = job.from.pixels + (row * job.from.width + first) * 4;
+    const u8* const pixels = job.from.pixels + row * job.from.pitch + first * 4;
     std::vector<u32>& words = TheWorkspace().source;
     words.resize(std::max(words.size(), count + kSlack));
     std::memcpy(words.data(), pixels, count * 4);
@@ -225,7 +293,7 @@ void DrawSharp(const Job& job) {
         HWY_DYNAMIC_DISPATCH(RepeatPixelsHere)
         (drawn.data(), source, work.ends.data(), job.columns.first, count);
         for (; row < end; ++row) {
-            std::memcpy(job.RowOf(row), drawn.data(), job.Width() * 4);
+            job.Put(row, drawn);
         }
     }
 }
@@ -237,6 +305,7 @@ void DrawSmooth(const Job& job) {
         indices->assign(width + kSlack, 0);
     }
     work.parts.assign(width + kSlack, 0);
+    work.mixed.resize(std::max(work.mixed.size(), width));
     for (std::size_t i = 0; i < width; ++i) {
         const i64 position = job.across.Position(job.columns.first + static_cast<i64>(i));
         work.lefts[i] = static_cast<i32>(position / 256);
@@ -262,8 +331,8 @@ void DrawSmooth(const Job& job) {
         const u32* const upper = mixed(position / 256);
         const u32* const lower = mixed(std::min<i64>(position / 256 + 1, job.from.height - 1));
         HWY_DYNAMIC_DISPATCH(MixRowsHere)
-        (reinterpret_cast<u32*>(job.RowOf(row)), upper, lower, width,
-         static_cast<u32>(position % 256));
+        (work.mixed.data(), upper, lower, width, static_cast<u32>(position % 256));
+        job.Put(row, work.mixed);
     }
 }
 
@@ -297,6 +366,17 @@ Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& pla
     }
     return {place.x + job.columns.first, place.y + job.rows.first,
             job.columns.end - job.columns.first, job.rows.end - job.rows.first};
+}
+
+void CopyPixels(const SourcePicture& from, const TargetPicture& to, const Area& area) {
+    const std::size_t width = static_cast<std::size_t>(std::max(area.width, 0));
+    const bool streams =
+        width * static_cast<std::size_t>(std::max(area.height, 0)) >= kStreamedPixels;
+    for (i32 y = area.y; y < area.y + area.height; ++y) {
+        PutRow(to.pixels + i64{y} * to.pitch + i64{area.x} * 4,
+               from.pixels + i64{y} * from.pitch + i64{area.x} * 4, width, to.redAndBlueExchanged,
+               streams);
+    }
 }
 
 #endif

@@ -11,6 +11,7 @@ struct SourcePicture {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
+    i32 pitch = 0;  // bytes from row to row
 };
 struct TargetPicture {
     u8* pixels = nullptr;
@@ -24,7 +25,12 @@ struct TargetPicture {
 // pixels in `changed` is drawn, and its extent in `to` is returned (width 0 when that is nothing).
 // Sharp: each pixel is the source pixel nearest to its centre. Smooth: it is mixed of the four
 // around its centre, in 256ths and rounded, first across and then down.
+//
+// What is larger than the caches is written past them: nothing here reads it again.
 Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& place,
              const Area& changed, bool smooth);
+
+// Draws the pixels in `area`, which lies in both, at the same place.
+void CopyPixels(const SourcePicture& from, const TargetPicture& to, const Area& area);
 
 }  // namespace moxi

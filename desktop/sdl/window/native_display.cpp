@@ -184,19 +184,25 @@ void NameX11Window(SDL_Window*, const char*) {}
 
 #ifdef SDL_VIDEO_DRIVER_WAYLAND
 
-bool WaylandConnectionIsBroken(SDL_Window* window) {
+static constinit wl_display* watchedConnection = nullptr;
+
+void WatchWaylandConnection(SDL_Window* window) {
     SDL_SysWMinfo info;
-    if (!WindowInfo(window, SDL_SYSWM_WAYLAND, info)) {
-        return false;
+    if (WindowInfo(window, SDL_SYSWM_WAYLAND, info)) {
+        watchedConnection = info.info.wl.display;
     }
+}
+
+bool WaylandConnectionIsBroken() {
     using GetError = int(wl_display*);
     static auto* const error = Loaded<GetError>("libwayland-client.so.0", "wl_display_get_error");
-    return error != nullptr && error(info.info.wl.display) != 0;
+    return watchedConnection != nullptr && error != nullptr && error(watchedConnection) != 0;
 }
 
 #else
 
-bool WaylandConnectionIsBroken(SDL_Window*) {
+void WatchWaylandConnection(SDL_Window*) {}
+bool WaylandConnectionIsBroken() {
     return false;
 }
 

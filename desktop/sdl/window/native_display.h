@@ -45,7 +45,9 @@ unsigned long XWindow(SDL_Window* window);
 // encoding, which other programs do not understand.
 void NameX11Window(SDL_Window* window, const char* utf8);
 
-// The connection to the Wayland compositor is broken; false on other desktops.
-bool WaylandConnectionIsBroken(SDL_Window* window);
+// Keeps this window's connection to the Wayland compositor in mind. Nothing on other desktops.
+void WatchWaylandConnection(SDL_Window* window);
+// Whether that one is broken; false on other desktops. Any thread, until SDL ends.
+bool WaylandConnectionIsBroken();
 
 }  // namespace moxi

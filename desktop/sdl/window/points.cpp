@@ -35,12 +35,24 @@ static double NumberOf(const char* text) {
     return std::isfinite(number) ? number : 0;
 }
 
-i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
+i32 MostSteps(const Area& mainScreen) {
+    return std::max(std::min(mainScreen.width / kLeastWidth, mainScreen.height / kLeastHeight), 1);
+}
+
+static double WantedDensity(const char* dpi, const char* gdkScale) {
     constexpr double kPlainDpi = 96;
-    const i32 most =
-        std::max(std::min(mainScreen.width / kLeastWidth, mainScreen.height / kLeastHeight), 1);
-    const double wanted = std::max(NumberOf(dpi) / kPlainDpi, NumberOf(gdkScale));
-    return static_cast<i32>(std::clamp<double>(std::round(wanted), 1, most));
+    return std::max(NumberOf(dpi) / kPlainDpi, NumberOf(gdkScale));
+}
+
+i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
+    const double wanted = std::round(WantedDensity(dpi, gdkScale));
+    return static_cast<i32>(std::clamp<double>(wanted, 1, MostSteps(mainScreen)));
+}
+
+double BoxDensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
+    constexpr double kStepsOfOne = 4;
+    const double wanted = std::round(WantedDensity(dpi, gdkScale) * kStepsOfOne) / kStepsOfOne;
+    return std::clamp<double>(wanted, 1, MostSteps(mainScreen));
 }
 
 ViewSize ViewOf(const Area& content) {

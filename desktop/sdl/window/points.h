@@ -17,6 +17,10 @@ extern constinit i32 screenPointSize;
 // whichever is larger, in whole steps; no more than leaves room for the smallest window of a game.
 // `dpi` is the text of Xft.dpi, `gdkScale` that of the variable; either may be anything.
 i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen);
+// The same in quarters, for what is drawn at any size.
+double BoxDensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen);
+// The most steps that leave room for that window, at least 1.
+i32 MostSteps(const Area& mainScreen);
 
 // The view that content has room for, at least 1 x 1.
 ViewSize ViewOf(const Area& content);

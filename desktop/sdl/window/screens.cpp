@@ -113,11 +113,22 @@ void TellScreenChanges() {
     Tell(desktopEvents.screensChanged);
 }
 
+static bool DesktopEnlarges() {
+    return std::string_view(SDL_GetCurrentVideoDriver()) == "wayland";
+}
+
 i32 DesktopDensity(const Area& mainScreen) {
-    if (std::string_view(SDL_GetCurrentVideoDriver()) == "wayland") {
+    if (DesktopEnlarges()) {
         return 1;
     }
     return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"), mainScreen);
+}
+
+double BoxDensity(const Area& mainScreen) {
+    if (DesktopEnlarges()) {
+        return 1;
+    }
+    return BoxDensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"), mainScreen);
 }
 
 }  // namespace moxi

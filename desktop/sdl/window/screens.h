@@ -26,5 +26,7 @@ void StartScreens();
 // leaves room for the smallest window of a game on a screen of this size. On Wayland it is 1, since
 // the compositor enlarges by itself.
 i32 DesktopDensity(const Area& mainScreen);
+// The same in quarters, for boxes.
+double BoxDensity(const Area& mainScreen);
 
 }  // namespace moxi

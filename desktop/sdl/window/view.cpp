@@ -267,20 +267,18 @@ static bool PrepareSurface() {
     return true;
 }
 
-static void DrawOnSurface(const u8* pixels, int pitch, const Area& area) {
-    u8* target = static_cast<u8*>(surface->pixels) +
-                 static_cast<std::ptrdiff_t>(area.y) * surface->pitch +
-                 static_cast<std::ptrdiff_t>(area.x) * 4;
-    SDL_ConvertPixels(area.width, area.height, kViewFormat, pixels, pitch, surface->format->format,
-                      target, surface->pitch);
+static SourcePicture Source(const ViewPixels& view) {
+    return {view.pixels, view.width, view.height, view.stride};
+}
+
+static TargetPicture Target() {
+    return {static_cast<u8*>(surface->pixels), surface->w, surface->h, surface->pitch,
+            surface->format->format != kViewFormat};
 }
 
 // Enlarged, over `shownPlace`.
 static Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
-    const u32 format = surface->format->format;
-    const TargetPicture target = {static_cast<u8*>(surface->pixels), surface->w, surface->h,
-                                  surface->pitch, format != kViewFormat};
-    return Enlarge({view.pixels, view.width, view.height}, target, shownPlace, area, smooth);
+    return Enlarge(Source(view), Target(), shownPlace, area, smooth);
 }
 
 // --- The texture, of the view's size; white where nothing has been drawn.
@@ -354,14 +352,12 @@ static void Present(ViewPixels view, ViewRect rect) {
         return;
     }
 
-    const std::size_t row = static_cast<std::size_t>(view.width) * 4;
-    const u8* pixels =
-        view.pixels + static_cast<std::size_t>(area.y) * row + static_cast<std::size_t>(area.x) * 4;
     if (hasSurface) {
-        DrawOnSurface(pixels, view.width * 4, area);
+        CopyPixels(Source(view), Target(), area);
     } else {
         const SDL_Rect target = {area.x, area.y, area.width, area.height};
-        SDL_UpdateTexture(texture, &target, pixels, view.width * 4);
+        SDL_UpdateTexture(texture, &target,
+                          view.pixels + i64{area.y} * view.stride + i64{area.x} * 4, view.stride);
     }
     newPixels = Union(newPixels, area);
 }
@@ -377,7 +373,7 @@ void PresentSurface(const u8* pixels, ViewSize size) {
     const InsideDesktop inside;
     surfaceIsShown = true;
     pictureSize = size;
-    Present({pixels, size.width, size.height}, WholeView(size));
+    Present({pixels, size.width, size.height, 4 * size.width}, WholeView(size));
 }
 
 void HideSurface() {

@@ -187,7 +187,8 @@ void CreateGameWindow(WindowFrame content) {
 
 static i32 StepsOf(const ViewScale& wanted) {
     switch (wanted.kind) {
-        case ViewScale::Kind::Steps: return std::max(wanted.steps, 1);
+        case ViewScale::Kind::Steps:
+            return std::clamp(wanted.steps, 1, MostSteps(MainScreenArea()));
         case ViewScale::Kind::Automatic: return DesktopDensity(MainScreenArea());
         case ViewScale::Kind::Fit:
         case ViewScale::Kind::FitFractions: return 1;
@@ -226,13 +227,18 @@ static void UseWholeScreen(bool use) {
     RequestWholeRedraw();
 }
 
-bool ToggleFittedScreen() {
-    const InsideDesktop inside;
+std::optional<bool> FittedScreen() {
     if (gameWindow == nullptr || !IsFittedNow()) {
-        return false;
+        return std::nullopt;
     }
-    UseWholeScreen(!onWholeScreen);
-    return true;
+    return onWholeScreen;
+}
+
+void SetFittedScreen(bool whole) {
+    const InsideDesktop inside;
+    if (FittedScreen()) {
+        UseWholeScreen(whole);
+    }
 }
 
 // The view keeps its size, and the window takes another one.
@@ -258,6 +264,9 @@ void SetViewScale(const ViewScale& wanted) {
     const WindowFrame frame = GameWindowFrame();
     scale = wanted;
     pointSize = StepsOf(wanted);
+    if (wanted.kind == ViewScale::Kind::Steps && pointSize < wanted.steps) {
+        SystemLog(FormatText("scale %d: the screen has room for %d", wanted.steps, pointSize));
+    }
     if (gameWindow == nullptr) {
         screenPointSize = pointSize;
         fitted = IsFitting(wanted);

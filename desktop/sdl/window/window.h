@@ -3,6 +3,8 @@
 
 #include <SDL_events.h>
 
+#include <optional>
+
 #include "base/types.h"
 #include "desktop/desktop.h"
 
@@ -20,7 +22,8 @@ bool IsFullScreen();
 bool IsInLiveResize();
 void ToggleFullScreen();
 void SetViewScale(const ViewScale& wanted);
-bool ToggleFittedScreen();
+std::optional<bool> FittedScreen();
+void SetFittedScreen(bool whole);
 
 void HandleWindowEvent(const SDL_WindowEvent& event);
 // Gives the desktop what the application asked for, tells the application what the desktop did.

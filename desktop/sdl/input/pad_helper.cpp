@@ -1,0 +1,200 @@
+#include "desktop/sdl/input/pad_helper.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <set>
+#include <string_view>
+
+#include "desktop/sdl/input/input_device.h"
+
+namespace moxi {
+
+constexpr const char* kFolder = "/dev/input";
+// Events of changes that are read at a time.
+constexpr std::size_t kChangeRoom = 4096;
+
+static constinit int helper = -1;  // our end of the connection
+
+// --- The helper
+
+static bool SendFile(int connection, int file) {
+    char letter = 'p';
+    iovec part = {&letter, sizeof letter};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(header), &file, sizeof file);
+    return sendmsg(connection, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
+}
+
+static bool IsEventName(std::string_view name) {
+    constexpr std::string_view kStart = "event";
+    return name.size() > kStart.size() && name.starts_with(kStart) &&
+           name.find_first_not_of("0123456789", kStart.size()) == std::string_view::npos;
+}
+
+namespace {
+
+struct Watch {
+    int connection;
+    int folder;
+    bool (*isPad)(int file);
+    std::set<std::string> sent = {};
+};
+
+void Offer(Watch& watch, const std::string& name) {
+    if (!IsEventName(name) || watch.sent.count(name) != 0) {
+        return;
+    }
+    const int file =
+        openat(watch.folder, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    // Who may read a new device is settled a moment later, which is a change of it.
+    if (file < 0) {
+        return;
+    }
+    if (watch.isPad(file) && SendFile(watch.connection, file)) {
+        watch.sent.insert(name);
+    }
+    close(file);
+}
+
+void OfferAll(Watch& watch, const char* path) {
+    DIR* const folder = opendir(path);
+    if (folder == nullptr) {
+        return;
+    }
+    while (const dirent* const entry = readdir(folder)) {
+        Offer(watch, entry->d_name);
+    }
+    closedir(folder);
+}
+
+void TakeChanges(Watch& watch, int changes, const char* path) {
+    alignas(inotify_event) char room[kChangeRoom];
+    const ssize_t size = read(changes, room, sizeof room);
+    for (ssize_t at = 0; at < size;) {
+        inotify_event change;
+        std::memcpy(&change, room + at, sizeof change);
+        const std::string name = change.len > 0 ? room + at + sizeof change : "";
+        at += static_cast<ssize_t>(sizeof change + change.len);
+        if ((change.mask & IN_Q_OVERFLOW) != 0) {
+            watch.sent.clear();
+            OfferAll(watch, path);
+        } else if ((change.mask & (IN_DELETE | IN_MOVED_FROM)) != 0) {
+            watch.sent.erase(name);
+        } else {
+            Offer(watch, name);
+        }
+    }
+}
+
+}  // namespace
+
+void HandOverPads(int connection, const std::string& folder, bool (*isPad)(int file)) {
+    const int place = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const int changes = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    // Before the first look, so that nothing comes between them.
+    const int watched = inotify_add_watch(
+        changes, folder.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO);
+    Watch watch = {.connection = connection, .folder = place, .isPad = isPad};
+    if (place >= 0) {
+        OfferAll(watch, folder.c_str());
+    }
+    // A machine without such devices gets none.
+    pollfd waiting[] = {{connection, POLLIN, 0}, {watched >= 0 ? changes : -1, POLLIN, 0}};
+    while (poll(waiting, 2, -1) >= 0 || errno == EINTR) {
+        // Nothing is ever said to this process but that it is over.
+        if (waiting[0].revents != 0) {
+            break;
+        }
+        if (waiting[1].revents != 0) {
+            TakeChanges(watch, changes, folder.c_str());
+        }
+    }
+    close(changes);
+    close(place);
+}
+
+static bool IsPadOfKernel(int file) {
+    InputDevice device;
+    return ReadInputDevice(file, device) && IsPad(device);
+}
+
+// --- This process
+
+void StartPadHelper(void (*confine)()) {
+    int ends[2];
+    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        return;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        // A second fork leaves the helper to init, so that nobody has to wait for it.
+        if (fork() != 0) {
+            _exit(0);
+        }
+        close(ends[0]);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            std::signal(signal, SIG_IGN);
+        }
+        confine();
+        HandOverPads(ends[1], kFolder, IsPadOfKernel);
+        _exit(0);
+    }
+    close(ends[1]);
+    if (child < 0) {
+        close(ends[0]);
+        return;
+    }
+    waitpid(child, nullptr, 0);
+    helper = ends[0];
+}
+
+void StopPadHelper() {
+    if (helper >= 0) {
+        close(helper);
+    }
+    helper = -1;
+}
+
+int TakePad() {
+    if (helper < 0) {
+        return -1;
+    }
+    char letter = 0;
+    iovec part = {&letter, sizeof letter};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    if (recvmsg(helper, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC) <= 0) {
+        return -1;
+    }
+    int file = -1;
+    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
+        std::memcpy(&file, CMSG_DATA(header), sizeof file);
+    }
+    return file;
+}
+
+}  // namespace moxi
