@@ -18,7 +18,7 @@ namespace {
 
 // --- Where blocks go on
 
-// Behind the target's note in the log, where that was made already.
+// Goes to a block whose note is in the log already, so to the code behind its own note.
 void GoToNoted(Emission& e, u32 target) {
     const int block = BlockAt(e.region, target);
     if (block >= 0) {
@@ -66,8 +66,9 @@ x86::CondCode CodeOf(Condition condition) {
     }
 }
 
-// Goes to the target when the newest result fulfils the condition. The processor's own flags serve
-// where they are that result's, but for conditions that would look at OVERFLOW.
+// Goes to the target when the newest result fulfils the condition. Where the processor's flags come
+// from that result they are used as they are, except for conditions that involve OVERFLOW: the
+// machine has no such flag, and the processor's may be set.
 void EmitBranch(Emission& e, const Instruction& in) {
     const auto condition = static_cast<Condition>(BranchCondition(in.w));
     const bool isParity = condition == Condition::Ev || condition == Condition::Od;
@@ -117,10 +118,10 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
     return x86::Mem(kImage, pointer, 0, offset, size);
 }
 
-// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP is most often what it
-// was before the call, which follows from FP of the called code or lies on the processor's stack:
-// then neither it nor SP, which follows from the instruction, has to wait for what the module's
-// stack says.
+// The code that a RETURN comes back to; EmitReturn says what it finds in rax, edx and r13. FP and
+// SP could simply be taken from the module's stack, but everything behind would then wait for those
+// loads. FP is foretold instead, from FP of the called code or from the processor's stack, SP
+// follows from the CALL, and what the module's stack says is only compared.
 void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     const Label wanted = e.a.newLabel();
     e.returns.push_back({wanted, returned});
@@ -199,7 +200,7 @@ void EmitLink(Emission& e, const Instruction& in) {
     e.a.sub(x86::r12d, room);
 }
 
-// Leaves when RETURN would bring more than 32 bits into a narrow register.
+// Leaves to the interpreter when RETURN would restore more than 32 bits into a narrow register.
 void RequireNarrowReturn(Emission& e, u32 count) {
     bool isFirst = true;
     for (u32 i = 0; i < count; ++i) {
@@ -221,8 +222,8 @@ void RequireNarrowReturn(Emission& e, u32 count) {
     e.a.jnz(LeaveLabel(e));
 }
 
-// Hands to where it comes back: in rax the address, with the bytes of arguments in the upper half,
-// in edx FP of the caller, in r13 that of the called.
+// The code behind the CALL gets in rax the return address, with the number of argument bytes in the
+// upper half, in edx the caller's FP, and in r13 still that of the code that returns.
 void EmitReturn(Emission& e, const Instruction& in) {
     const u32 count = SavedRegisters(in.w);
     if (count != 0) {
@@ -232,7 +233,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
     e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
     e.a.cmp(x86::eax, StateField(offsetof(TranslatedState, leastReturn), 4));
     e.a.jb(LeaveLabel(e));
-    // What cannot be read is found out before anything has changed: from the highest address down.
+    // All that may fault comes before the first change, the highest address first.
     RequireNarrowReturn(e, count);
     e.a.mov(x86::edx, MemoryOf(frame, 2));
     for (u32 i = count; i-- > 0;) {
@@ -248,7 +249,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
         }
     }
     StoreSlot(e);
-    // Calls have left on the processor's stack where they go on, if rax is what they expect.
+    // To the code behind the newest CALL, which compares rax with the address that it expects.
     e.a.ret();
 }
 
@@ -312,7 +313,7 @@ void EmitBlock(Emission& e, size_t number) {
         KeepReached(e, in);
     }
     const Instruction& last = *e.in;
-    // Who has returned has stored its own.
+    // Behind a call the slot holds what the called code has put there.
     if (last.flow == Flow::Call || last.flow == Flow::CallThrough) {
         e.fillsSlot = false;
     }
@@ -329,7 +330,7 @@ void EmitBlock(Emission& e, size_t number) {
     }
 }
 
-// The log is told how much of its block was executed.
+// Branches out of the middle of a block: their note in the log says how much of it was executed.
 void EmitSideExits(Emission& e) {
     for (const Emission::SideExit& side : e.sideExits) {
         e.a.bind(side.label);
@@ -393,8 +394,9 @@ void EmitDepartures(Emission& e) {
 
 // --- The entries of a region
 
-// Where other code comes in: rdx the block, eax its address. Regions that were not compared with
-// the module's code since the interpreter ran are left, and those for which the facts do not hold.
+// Where code outside the region enters it: rdx holds the block's code and eax its address in the
+// module. The run is sent back when the region has not been compared with the module's code since
+// the interpreter ran, or when a fact that the block relies on does not hold.
 void EmitEntryCheck(Emission& e, const Label& check, const Facts& facts, const u32* generation) {
     e.a.bind(check);
     e.a.mov(x86::rcx, reinterpret_cast<u64>(generation));
@@ -440,7 +442,7 @@ void EmitEntries(Emission& e, const u32* generation) {
     }
 }
 
-// The blocks that fill the immediate slot before any branch.
+// Which blocks fill the immediate slot before they can be left.
 std::vector<bool> StartWithSlot(const Region& region) {
     std::vector<bool> start;
     for (const Block& block : region.blocks) {
@@ -506,7 +508,7 @@ u16 WideRegisters(const Region& region) {
 Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
                        const u32* generation) {
     Translation out;
-    // Its memory serves for the next region again.
+    // Static, so that its memory is used again for the next region.
     static CodeHolder holder;
     holder.reset();
     holder.init(Environment::host(), reinterpret_cast<u64>(base));

@@ -14,7 +14,7 @@ namespace {
 
 constexpr x86::Gp kKept[] = {x86::rbx, x86::rbp, x86::r12, x86::r13, x86::r14, x86::r15};
 
-// Into or out of the header's registers.
+// Loads the host's registers from the module's in the header, or stores them there.
 void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
     for (u32 number = 0; number < 16; ++number) {
         const x86::Mem slot = x86::qword_ptr(kImage, static_cast<i32>(RegisterAddress(number)));
@@ -38,7 +38,7 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
     }
 }
 
-// From and to pcPreJsr, by way of rcx.
+// Between kBehindCall and pcPreJsr; rcx is lost.
 void LoadBehindCall(x86::Assembler& a) {
     a.mov(x86::ecx, StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4));
     a.add(x86::ecx, 4);
@@ -63,8 +63,8 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     a.mov(x86::r12d, x86::edx);
     a.mov(x86::r13d, x86::ecx);
     a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
-    // The run's number goes on from here when it leaves; an unused last place says that the log has
-    // not come round.
+    // The count of executed instructions goes on from here when the code is left. A 0 in the last
+    // place says that the log has not yet been filled once.
     a.mov(StateField(offsetof(TranslatedState, numberAtEntry), 8), x86::r8);
     a.xor_(x86::r14d, x86::r14d);
     a.mov(StateField(offsetof(TranslatedState, log) + size_t{4} * (kLogSize - 1), 4), 0);
@@ -77,7 +77,7 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     const Label underflow = a.newLabel();
     const Label begin = a.newLabel();
     a.jmp(begin);
-    // A RETURN of a call that the interpreter made, or that was forgotten.
+    // Reached by a RETURN whose CALL the interpreter made, or whose CALL was forgotten.
     a.bind(underflow);
     a.lea(x86::rcx, x86::ptr(underflow));
     a.push(x86::rcx);
@@ -88,7 +88,7 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     a.mov(x86::r13d, x86::edx);
     a.mov(x86::eax, x86::eax);
     a.jmp(jump);
-    // Forgets all calls, but for the return to whom called this.
+    // Forgets all calls, and returns to the code that called this.
     a.bind(emptyStack);
     a.pop(x86::rcx);
     a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
@@ -123,9 +123,9 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     JumpUntracked(a, x86::rax);
 }
 
-// The module's registers wait in the header, where they may be looked at meanwhile. A host's
-// routine wants the processor's stack at a multiple of 16; what it was waits in a register that
-// such a routine keeps.
+// The module's registers wait in the header, where another thread may look at them meanwhile. A
+// routine of the host needs the processor's stack at a multiple of 16. Where it was before is kept
+// in rbp, which such a routine preserves.
 void EmitMoveBlock(x86::Assembler& a, const void* moveBlock) {
     MoveHostRegisters(a, false);
     a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);

@@ -26,7 +26,7 @@ void Compare(Emission& e, const x86::Gp& address, Use use) {
     e.lowWrites.push_back(low);
 }
 
-// The address stands in a whole register, its upper half clear.
+// The memory at an address that stands in `address`, all 64 bits of it, the upper half clear.
 Place MemoryAt(const x86::Gp& address) {
     Place place;
     place.kind = PlaceKind::Memory;
@@ -53,7 +53,8 @@ void KeepExtended(Emission& e, const x86::Gp& to, const x86::Gp& value, u32 size
     }
 }
 
-// The rest of the vector register stays as it is. rdx is free, since the operand has no address.
+// Replaces the lower bytes of the vector register and leaves the others. rdx may be used, since an
+// operand in a register has no address.
 void StoreInVector(Emission& e, const x86::Xmm& to, const x86::Gp& from, u32 size) {
     switch (size) {
         case 0:
@@ -136,7 +137,8 @@ Place RegisterPlace(u32 number) {
     return place;
 }
 
-// The registers at an address, which is read as memory. They may lie across two.
+// An operand that reads the module's registers by their address in the header is read from memory,
+// so those that live in the processor are stored there first. It may span two of them.
 void StoreRegistersAt(Emission& e, u32 address) {
     const u32 first = (address - kHeaderRegisters) / 8;
     for (u32 number = first; number < std::min(first + 2, 16u); ++number) {
@@ -157,7 +159,7 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
     if (address < kHeaderPC) {
         StoreRegistersAt(e, address);
     }
-    // When code is translated there later the region is given up.
+    // Stored without a check; if code there is translated later, the region is given up.
     const bool isFree = use == Use::Write && (!IsCovered(address) || address == kHeaderBlockCount);
     if (isFree) {
         e.out.writes.push_back(address);
@@ -175,7 +177,8 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
 
 Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
     const bool wasReached = WasReached(e, number, offset, use);
-    // The sum does not wrap where what was compared, or reached before, lies behind the header.
+    // A sum that wrapped would lie below the offset and so in the header, which has been ruled out
+    // by the comparison, now or when memory was reached before. So it is the processor's address.
     const bool isDirect = hostOf[number] != kNoHost && IsNarrow(number) && offset <= kHeaderSize;
     if (!wasReached || !isDirect) {
         EmitAddress(e, Mode::Indexed, number, offset, scratch);

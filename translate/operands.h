@@ -38,8 +38,8 @@ struct Emission {
     // What is known before the present instruction, and at the beginning of each block.
     Facts facts;
     RegionFacts known;
-    // The value of this operand in the frame stands in rax, behind the instruction before the
-    // present one, and behind this one.
+    // The operand in the frame whose value stands in rax: before the present instruction, and after
+    // it.
     struct InFrame {
         i32 offset = 0;
         u32 size = 0;
@@ -71,7 +71,8 @@ struct Emission {
         u32 executed;  // of the block's instructions
     };
     std::vector<Departure> departures;
-    // Writes below the end of translated code: they go on where no such code is covered by them.
+    // Stores below the end of all translated code: whether they would hit any is looked up out of
+    // line, and those that do not come back.
     struct LowWrite {
         asmjit::Label label;
         asmjit::Label back;

@@ -10,7 +10,7 @@ namespace moxi {
 
 namespace {
 
-// The longest instruction, behind whose start the image has to go on for as many bytes.
+// Bytes of the longest instruction. The image must go on for as many behind where one begins.
 constexpr u32 kLongestInstruction = 12;
 
 bool CanBeCode(u32 pc) {

@@ -24,12 +24,11 @@ constinit Settling settling;
 
 namespace {
 
-// The blocks of the log, from the newest on, that may have filled the immediate slot last where the
-// image does not have it.
+// If the image does not have the immediate slot's value, one of this many newest blocks has set it.
 constexpr size_t kSlotBlocks = 2;
 
-// The place at or before an offset of a region's code. What notes a block in the log belongs to the
-// block's first instruction.
+// The instruction that the code at an offset belongs to. The code that notes a block in the log
+// belongs to the block's first instruction.
 const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
     const auto isBefore = [](size_t at, const auto& one) { return at < one.offset; };
     const auto& places = region.places;
@@ -44,7 +43,7 @@ const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
     return place == places.begin() ? nullptr : &*(place - 1);
 }
 
-// What stands in the log, or nothing that can be found.
+// The block that an entry of the log names; no places when there is none.
 struct Logged {
     std::span<const CodePlace> places;  // the instructions of the block
     u32 executedBefore = BlockPlace::kAllExecuted;
@@ -66,9 +65,9 @@ Logged LoggedAt(u32 offset) {
             found->executedBefore};
 }
 
-// The newest instructions, those of each block together, the newest first: those of the logged
-// blocks before `place`, of the last block its first `executed`. As many as `wanted`, if so many
-// are known.
+// The newest executed instructions, block by block, the newest block first. `place` is the next
+// free place of the log, and of the newest block the first `executed` instructions count. At least
+// `wanted` of them, if the log reaches back so far.
 std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, size_t wanted) {
     const u32 known = translatedState.log[kLogSize - 1] != 0 ? kLogSize : place;
     std::vector<std::span<const CodePlace>> newest;
@@ -82,9 +81,8 @@ std::vector<std::span<const CodePlace>> NewestPlaces(u32 place, u32 executed, si
     return newest;
 }
 
-// The immediate slot gets what the newest instruction that has one has put there, if the image does
-// not have it: a block stores it only where one may follow that does not begin with such an
-// instruction.
+// Brings the immediate slot up to date. Blocks store it only where a block may follow that does not
+// fill it at once, so the value may be known from the tables alone.
 void BringSlot(const std::vector<std::span<const CodePlace>>& newest) {
     for (size_t i = 0; i < newest.size() && i < kSlotBlocks; ++i) {
         if (newest[i].empty() || !newest[i].back().fillsSlot) {
@@ -99,8 +97,8 @@ constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RS
                                       REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
                                       REG_R12, REG_R13, REG_R14, REG_R15};
 
-// Where translated code was interrupted, or null: what the processor's registers held goes into the
-// header.
+// The instruction at which translated code was interrupted, or null if it was not. The registers
+// that the processor held for the module are stored in the header.
 const CodePlace* SettleInterrupted(void* context) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     const u64 offset =
@@ -146,14 +144,14 @@ const CodePlace* SettleInterrupted(void* context) {
 constexpr int kSettleSignal = SIGUSR2;
 pthread_t moduleThread;
 sem_t isSettled;
-// What the module's thread was found doing: translated code whose registers are in the header now;
-// something else, so that the header has them anyway; or translated code that was itself
-// interrupted, by another signal's handler for example, or is on its way in or out. Then nothing is
-// known yet.
+// What the module's thread was found doing. Settled: it ran translated code, and the registers are
+// in the header now. InHeader: it ran something else, so the header has them anyway. Unknown: it is
+// in the handler of another signal that has interrupted translated code, or is just entering or
+// leaving such code, and nothing can be said yet.
 enum class Found : u8 { Settled, InHeader, Unknown };
 std::atomic<Found> found = Found::Unknown;
-// It is asked again after this. At once it would be found in the same place: where processors are
-// scarce, whoever is woken by the answer runs before the one who gave it.
+// It is then asked again after this time. Asked at once it would be found in the same place: where
+// processors are scarce, the thread that is woken by the answer runs before the one that gave it.
 constexpr timespec kBeforeNextTry = {0, 1'000'000};
 
 // As far as the log already tells of the block that was interrupted.

@@ -35,8 +35,8 @@ struct Translation {
         u32 offset = 0;
     };
     std::vector<Entry> entries;
-    // It writes without a look at these addresses, 8 bytes at most, where there was no translated
-    // code.
+    // Addresses at which it stores up to 8 bytes without a check, because no code was translated
+    // there.
     std::vector<u32> writes;
 };
 
@@ -48,8 +48,8 @@ struct SharedCode {
     u8* leaveAfter = nullptr;  // the same when all of the block was executed
     u8* arrive = nullptr;      // the same for want of a comparison with the module's code
     u8* emptyStack = nullptr;  // forgets where calls go on
-    // A RETURN has come to another place than the call that left its own on the processor's stack,
-    // or with another FP. The first with FP of the call still there.
+    // A RETURN has come to a CALL other than its own, or with another FP than was foretold: finds
+    // where it belongs. strayFrame first drops the FP that the CALL left on the processor's stack.
     u8* strayReturn = nullptr;
     u8* strayFrame = nullptr;
     u8* jump = nullptr;       // PC in eax: goes on in its translation, or in the interpreter

@@ -27,10 +27,12 @@ constinit TranslatorCounts translatorCounts;
 
 namespace {
 
-// The largest translation of a region: what does not fit any more makes everything begin anew.
+// The most code that one region may become. When less than this is left of the code memory,
+// everything is forgotten and translated again as it is needed.
 constexpr size_t kRegionRoom = size_t{256} << 10;
 
-// An operand in the frame is found without a thought of the end of the address space.
+// Addresses of operands in the frame are not checked for wrapping round; no image may be so large
+// that they could.
 constexpr u32 kLargestImage = 0xFFFE0000;
 
 constinit TranslatorOptions settings;
@@ -38,39 +40,39 @@ constinit SharedCode shared;
 constinit size_t codeUsed = 0;
 // The shared code, while no region has been written behind it.
 std::vector<u8> unwritten;
-// By address of code: the region that is entered there.
+// The region that is entered at each address of the module's code.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
-// How often a look found an address, or translated code went there in vain; below 0 where it was
-// not worth while. A look counts as much as so many others:
+// How hot each address is: a look that finds the module there adds kLook, translated code that goes
+// there without finding a translation adds 1. Below 0 where translating was not worth while.
 std::unordered_map<u32, i32> looks;
 constexpr i32 kLook = 10;
-// The number of the instruction from which on the interpreter has run, or at which the last look
-// was.
+// The number of executed instructions when translated code was left, or at the last look, whichever
+// was later.
 constinit u64 interpretedFrom = 0;
-// So many addresses are counted; what a module makes of its jumps takes no more memory than that.
+// The most addresses that are counted, so that no module can use up memory by jumping about.
 constexpr size_t kMostLooks = size_t{1} << 18;
-// So many looks later code is tried again that could not be translated.
+// Code that could not be translated is tried again after 5,000 looks at it.
 constexpr i32 kPause = kLook * 5000;
-// So many looks later code is tried again that has changed, and twice as many after each change: to
-// translate it takes as long as to interpret it a thousand times and more.
+// Code that has changed is tried again after 1,000 looks at it, and after twice as many with each
+// further change: translating it takes as long as interpreting it more than a thousand times.
 constexpr i32 kPauseOfChanged = kLook * 1000;
 constexpr u32 kMostDoublings = 16;
 std::unordered_map<u32, u32> changesAt;
 
-// Going into translated code and out of it takes as long as the interpreter needs for some fifty
-// instructions. A region that is left again and again before it has executed so many blocks is not
-// entered for a while.
+// Entering and leaving translated code takes as long as interpreting some fifty instructions. A
+// region that is left again and again before it has executed kShortVisit blocks is not entered for
+// a while.
 constexpr u32 kShortVisit = 12;
 constexpr u32 kShortVisits = 100;
-// So many visits are then missed, and twice as many each time that it has not become better: what
-// is in the way may be code that has no translation yet.
+// It is then passed by for this many visits, and for twice as many each time that this did not
+// help. It may help because what was in the way was code that had no translation yet.
 constexpr u32 kFewestMissed = 250;
 constexpr u32 kMostMissed = 20000;
 constinit TranslatedRegion* visited = nullptr;
 
-// Registers that are not to be narrow: translated code writes all of them, or they were not narrow
-// when it was about to be entered, as often as this. (The interpreter's code may fill them for
-// good.)
+// Registers that cannot be narrow: translated code writes all 64 bits of them, or they were found
+// with something in the upper half kMostRefusals times when translated code was about to be entered
+// (code that is interpreted may have put it there for good).
 constinit u16 wideRegisters = 0;
 constexpr u32 kMostRefusals = 50;
 constinit u32 refusals = 0;
@@ -91,8 +93,8 @@ void ChooseHosts() {
     }
 }
 
-// Now and then, as more of the module has been seen, other registers may be so much better to hold
-// that everything is worth another translation.
+// As more of the module becomes known, another choice of registers may turn out so much better that
+// it pays to translate everything again. Asked after 4, 16, 64 and 256 regions.
 bool OtherHostsAreBetter() {
     const auto count = static_cast<u32>(translatorCounts.regions);
     const bool isTime = count == 4 || count == 16 || count == 64 || count == 256;
@@ -127,7 +129,8 @@ TranslatedRegion* FindCurrent(u32 pc);
 TranslatedRegion* TranslateAfter(u32 pc, i32 count);
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc);
 
-// A visit ends at a place of the log.
+// Counts a visit to translated code that has ended, as a short or a long one. `place` is the place
+// in the log that it has reached.
 void NoteVisit(u32 place) {
     if (visited == nullptr || settings.threshold <= 1) {
         return;
@@ -143,8 +146,8 @@ void NoteVisit(u32 place) {
     visited->shortVisits = visited->longVisits = 0;
 }
 
-// Translated code goes to a place that has no translation. Nobody else would count it: the next
-// look is at the next jump.
+// Translated code has come to an address without a translation. It is counted here, because the
+// interpreter's next look will be at its next jump, and so at another address.
 ThreadedHandler OnMiss(u32 pc) {
     if (EntryAt(pc) != 0) {
         return nullptr;  // there is one, but it may not be entered now
@@ -153,8 +156,9 @@ ThreadedHandler OnMiss(u32 pc) {
     return region != nullptr ? Enter(*region, pc) : nullptr;
 }
 
-// The handler in which a run goes on that leaves translated code, with the place in the log in
-// place of the number of instructions, and for the word how many of the last block were executed.
+// The handler that takes over from translated code. In place of the number of executed instructions
+// it gets the place in the log, and in place of the instruction word how many instructions of the
+// newest block were executed.
 void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     NoteVisit(static_cast<u32>(trace));
@@ -164,8 +168,8 @@ void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
-// The same for a run that comes to a region which has not been compared with the module's code
-// since.
+// The same where the next region must first be compared with the module's code, since the
+// interpreter or a service has run after it was compared last.
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
@@ -176,8 +180,9 @@ void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
-// BLOCKMOVE, called by translated code. False when it touches what only the interpreter may touch:
-// then nothing has been done. A fault in here could not tell where the module is.
+// BLOCKMOVE, called by translated code. False, with nothing done, when it touches the header or
+// translated code or leaves the image: the interpreter then does it. Nothing here may fault, since
+// the guard's handler could not tell which instruction of the module it was.
 bool MoveBlock(u32 to, u32 from, u32 size) {
     const u64 bytes = u64{Load<u32>(kHeaderBlockCount)} << size;
     if (bytes == 0) {
@@ -224,7 +229,7 @@ void SetFloor(const Region& region) {
     const u32 end = last.pc + last.length;
     translatedState.floor = std::max(translatedState.floor, end);
     translatedState.pushFloor = translatedState.floor + kFloorRoom;
-    // Others may write into it without a look.
+    // Regions that count on no code being where they store without a check are given up.
     const u32 start = region.instructions.front().pc;
     for (const auto& other : regions) {
         const bool writesThere =
@@ -236,8 +241,8 @@ void SetFloor(const Region& region) {
     }
 }
 
-// The shared code is written together with the first region: to change what may be done with pages
-// takes as long as to translate ten instructions.
+// The shared code is written together with the first region, since changing the protection of pages
+// takes as long as translating ten instructions.
 void WriteBehindShared(u8* base, const std::vector<u8>& code) {
     if (unwritten.empty()) {
         WriteCode(base, code);
@@ -309,7 +314,8 @@ TranslatedRegion* Translate(u32 pc) {
     return &made;
 }
 
-// Regions of whose pages one was written are compared from now on.
+// A region one of whose pages has been written is no longer watched, but compared before it is
+// entered.
 void LetWrittenGo() {
     if (!WasWatchedPageWritten()) {
         return;
@@ -323,7 +329,8 @@ void LetWrittenGo() {
     }
 }
 
-// The interpreter and the services may have changed the module's code.
+// Called when the interpreter or services have run: they may have changed the module's code, so
+// regions that are not watched have to be compared again.
 void BeginGeneration() {
     LetWrittenGo();
     if (++translatedState.generation < kAlwaysCurrent) {
@@ -337,7 +344,7 @@ void BeginGeneration() {
     }
 }
 
-// The region to enter at `pc`: one whose code is what it was. Null when there is none.
+// The region that is entered at `pc`, if the module's code is still what it was made from, or null.
 TranslatedRegion* FindCurrent(u32 pc) {
     const auto found = regionAt.find(pc);
     if (found == regionAt.end()) {
@@ -357,7 +364,7 @@ TranslatedRegion* FindCurrent(u32 pc) {
     return nullptr;
 }
 
-// The narrow registers that are not, a bit for each.
+// The registers, a bit for each, that should be narrow but have something in their upper half now.
 u16 WrongRegisters() {
     u16 wrong = 0;
     for (u32 number = 0; number < 16; ++number) {
@@ -369,7 +376,8 @@ u16 WrongRegisters() {
     return wrong;
 }
 
-// Whether all narrow registers are. Those that are not again and again are given up.
+// Whether all registers that should be narrow are. One that again and again is not becomes a wide
+// one.
 bool NarrowHolds() {
     const u16 wrong = WrongRegisters();
     if (wrong == 0) {
@@ -383,7 +391,7 @@ bool NarrowHolds() {
     return false;
 }
 
-// The handler that enters a region, or null when a narrow register is not.
+// The handler that enters a region at `pc`, or null when a register that should be narrow is not.
 ThreadedHandler Enter(TranslatedRegion& region, u32 pc) {
     if (!NarrowHolds()) {
         return nullptr;
