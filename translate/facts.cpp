@@ -129,9 +129,9 @@ bool IsCall(const Instruction& in) {
     return in.flow == Flow::Call || in.flow == Flow::CallThrough;
 }
 
-// What holds where a CALL comes back to, as `facts` hold before it. Without FP on the processor's
-// stack nothing is known of what lay below the frame of the called code, whose RETURN has seen to
-// it that this frame itself lies above all translated code.
+// What holds where a CALL comes back to, as `facts` hold before it. If FP was foretold from that of
+// the called code, only the called code's frame is known to lie above all translated code, because
+// its RETURN has checked that.
 Facts FactsReturned(const Instruction& call, const Facts& facts) {
     Facts returned = {facts.frame, kNoStack, kNoDepth};
     if (IsNearFrame(facts)) {

@@ -22,8 +22,8 @@ struct Facts {
     i32 frame = kNoFrame;
     // So many bytes below SP do, too.
     i32 stack = kNoStack;
-    // FP is probably so far above SP: it is where no code that has been seen does otherwise.
-    // Nothing may rely on it without a look.
+    // FP is so far above SP if the code was reached in one of the ways that are known. It may have
+    // been reached in another, so this is a prediction that has to be checked where it is used.
     i32 depth = kNoDepth;
     bool operator==(const Facts&) const = default;
 };
@@ -59,8 +59,8 @@ struct RegionFacts {
 };
 RegionFacts FindFacts(const Region& region);
 
-// A CALL before which FP is so far above SP, if it is, leaves FP out of what it puts on the
-// processor's stack: where it comes back it is worked out again, and compared.
+// Whether a CALL can foretell FP behind it from FP of the called code. Otherwise it leaves FP on
+// the processor's stack. The bound keeps operands near such an FP from wrapping round.
 constexpr i32 kMostDepth = 32768;
 constexpr bool IsNearFrame(const Facts& facts) {
     return facts.depth != kNoDepth && facts.depth <= kMostDepth;

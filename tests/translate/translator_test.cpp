@@ -172,6 +172,32 @@ TEST_F(Translator, WhatAServiceWritesIntoRegistersAndCodeHoldsAtOnce) {
     EXPECT_GE(moxi::translatorCounts.changes, 1u);
 }
 
+TEST_F(Translator, ACalledFunctionMayGiveItsCallerAnotherFrame) {
+    // @down makes the caller's FP 4 less, so that the local at -4 is the one that was at -8; @up
+    // makes it what it was. Three rounds of 22 and 11.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 16, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #3\n"
+        "@loop:  MOVE.L [FP-4], #11\n"
+        "        MOVE.L [FP-8], #22\n"
+        "        CALL @down\n"
+        "        ADD.L R14, [FP-4]\n"
+        "        CALL @up\n"
+        "        ADD.L R14, [FP-4]\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "@down:  LINK 0, 0\n"
+        "        SUB.L [FP+0], #4\n"
+        "        RETURN 0\n"
+        "@up:    LINK 0, 0\n"
+        "        ADD.L [FP+0], #4\n"
+        "        RETURN 0\n";
+    EXPECT_EQ(RunSource(source, 0, kAll), 99u);
+}
+
 TEST_F(Translator, ARunInsideAServiceLeavesTheOuterOneAsItWas) {
     // Message 1 asks for the service ten times and sums what message 2 gives: 1 + ... + R1.
     const std::string source =
