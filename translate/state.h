@@ -49,31 +49,32 @@ struct TranslatedState {
     u8* entries = nullptr;
     u64 entriesSize = 0;  // bytes
     u8* codeMemory = nullptr;
-    // Regions are what the module's code is, since they have been compared with it after the
-    // interpreter ran last or are watched, if they hold this number or a higher one.
+    // A region whose own number is at least this one is known to be what the module's code is: it
+    // is watched, or has been compared since the interpreter ran last.
     u32 generation = 0;
-    // The end of the translated code in the image. What is pushed below it, or not far above it,
-    // or stored in the frame there, may change that code, and is left to the interpreter.
+    // The address behind the last translated code of the module. Pushes and stores in the frame
+    // that would reach below it, or come near it, might change that code and are left to the
+    // interpreter.
     u32 floor = 0;
     u32 pushFloor = 0;  // kFloorRoom above it
-    // For each 4 bytes of the image up to kMostCode a byte: whether translated code was made of
-    // them, or they belong to the header. What is stored there by other ways is left to the
-    // interpreter, too.
+    // A byte for each word of the image up to kMostCode: 1 when translated code was made of the
+    // word, or it belongs to the header. All other stores look there, and the interpreter makes
+    // those that would hit such a word.
     u8* covered = nullptr;
-    // Where to go on when translated code is entered, and how many instructions had been executed.
+    // Where translated code is entered next, and how many instructions had been executed then.
     u8* entered = nullptr;
     u64 numberAtEntry = 0;
     // The processor's stack as it was entered with, 0 while translated code does not run, and how
     // far calls may go.
     u64 hostStack = 0;
     u64 hostStackLimit = 0;
-    // RETURN to an address below this is left to the interpreter: to the header, and every one
-    // while there are locks to release.
+    // A RETURN to an address below this is left to the interpreter. That is one into the header, or
+    // any RETURN while there are locks that it may have to release.
     u32 leastReturn = 0;
     // Where a division keeps the address of its operand.
     u64 kept = 0;
-    // The blocks that were executed last, by their offsets in the code memory, from place 0 on and
-    // around again. Place kLogSize - 1 is 0 until the log has come round.
+    // A ring of the newest executed blocks, each as its offset in the code memory, beginning at
+    // place 0. The last place is 0 until the ring has been filled once.
     u32 log[kLogSize] = {};
 };
 extern TranslatedState translatedState;

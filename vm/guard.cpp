@@ -49,7 +49,8 @@ void OnFault(int signal, siginfo_t* info, void* context) {
         }
         siglongjmp(*point, 1);
     }
-    // Not the module's doing: the former handler takes the fault when the access is repeated.
+    // Not the module's doing: the access is repeated, and the handler that was there before ours
+    // gets the fault.
     sigaction(signal, signal == SIGBUS ? &previousBus : &previousSegv, nullptr);
 }
 
@@ -58,7 +59,7 @@ void InstallHandlers() {
         return;
     }
     handlersInstalled = true;
-    // The handler needs a stack of its own: the host's may be what overflowed.
+    // The handler has a stack of its own, since the fault may be an overflow of the host's stack.
     static u8 handlerStack[65536];
     stack_t stack = {};
     stack.ss_sp = handlerStack;
@@ -109,7 +110,7 @@ u8* ReserveImage(u32 size) {
     // Padding at the end keeps the start on a multiple of 64.
     const u64 padded = (u64{size} + 63) / 64 * 64;
     const u64 pages = (padded + page - 1) / page * page;
-    // Whole huge pages, so that the image still begins where one does.
+    // A multiple of the size of huge pages, so that what follows can still be made of them.
     constexpr u64 below = u64{1} << 21;
     static_assert(below > kTableBelowImage + 65536);
     const u64 reserved = pages - padded + kAddressSpace + kLongestOperand;

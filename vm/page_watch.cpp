@@ -14,7 +14,7 @@ namespace moxi {
 namespace {
 
 constexpr u64 kMostWatched = u64{16} << 20;
-// With the smallest pages there are, and one more for an image that begins within one.
+// For the smallest pages there are; one more because an image may begin in the middle of a page.
 constexpr size_t kMostPages = kMostWatched / 4096 + 1;
 
 enum class Page : u8 { Free, Watched, Written };
@@ -62,7 +62,7 @@ void StartWatching() {
 }
 
 void StopWatching() {
-    // Another image has other pages, which are as they should be.
+    // The pages of another image have never been protected.
     const bool isThere =
         watchedImage != nullptr && image == watchedImage && imageSize == watchedSize;
     for (size_t i = 0; isThere && i < pageCount; ++i) {
@@ -86,7 +86,8 @@ bool WatchPages(u32 start, u32 end) {
     bool isWatched = true;
     for (size_t i = first; i <= last; ++i) {
         if (pages[i] == Page::Free) {
-            // In this order: another thread's write may fail at once.
+            // Marked before it is protected: a write of another thread may fail at once, and its
+            // handler must find the mark.
             pages[i] = Page::Watched;
             if (!Protect(i, 1, PROT_READ)) {
                 pages[i] = Page::Written;
@@ -121,7 +122,8 @@ bool LetPageGo(const void* address) {
         return false;
     }
     const size_t page = PageOf(at);
-    // A page that was let go just now by another thread is there, too.
+    // A page that another thread has let go in the meantime is Written here, and is no fault
+    // either.
     if (page >= pageCount || pages[page] == Page::Free) {
         return false;
     }

@@ -1,7 +1,7 @@
 #pragma once
-// Pages of the image that nobody is expected to write, since code of the module was translated
-// there: they are protected against writing, and the first write into one, by whomever, lifts its
-// protection and is remembered. So what is still watched has not changed.
+// Notices writes into pages of the image that hold translated code. A watched page is
+// write-protected. The first write into it, whoever makes it, lifts the protection and is
+// remembered, so a page that is still watched has not changed.
 
 #include "base/types.h"
 
@@ -13,22 +13,23 @@ void StartWatching();
 // Nothing is watched any more.
 void StopWatching();
 
-// Watches the pages of the bytes [start, end) of the image from now on. False when that cannot be:
-// for the header's page, for what lies beyond the first 16 MB, and for a page that was written
-// while it was watched.
+// Watches the pages of the bytes [start, end) of the image from now on. False when one of them
+// cannot be watched: the header's page, pages beyond the first 16 MB, and any page that has been
+// written while it was watched.
 bool WatchPages(u32 start, u32 end);
 
-// Whether all these bytes have been watched since, and nobody has written into their pages.
+// Whether the pages of all these bytes are still watched, so that nothing in them has changed.
 bool ArePagesWatched(u32 start, u32 end);
 
 // Whether a watched page has been written since this was asked last.
 bool WasWatchedPageWritten();
 
-// A write failed at this place of the host's memory: true when that was the watch's doing and it
-// can be done again. In a signal's handler, on any thread.
+// Called by the fault handler, on any thread, with the host address of an access that failed. True
+// when the page was only watched: its protection is lifted, and the access can be repeated.
 bool LetPageGo(const void* address);
 
-// The same before the system itself writes into the host's memory there, which would fail.
+// Lifts the protection of pages in advance. Needed before a system call writes there, since such a
+// write does not raise a signal but makes the call fail.
 void LetPagesGo(const void* start, u64 size);
 
 }  // namespace moxi
