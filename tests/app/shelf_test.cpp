@@ -316,6 +316,16 @@ TEST_F(Shelf, EveryControlIsInSightAtTheSmallestSizeAndAtLargeOnes) {
     }
 }
 
+TEST_F(Shelf, TheWindowFitsOnSmallScreens) {
+    for (const auto& [screen, sides] :
+         {std::pair{"1920x1080", "1000x600"}, {"700x450", "700x418"}, {"1024x600", "1000x568"}}) {
+        ASSERT_EQ(Run({"--headless", "--desktop", screen, "--dump-ui", "ui"}).status, 0);
+        EXPECT_EQ(
+            ReadTextFile(home.path + "/ui").rfind(std::string("surface \"Games\" ") + sides, 0), 0u)
+            << screen;
+    }
+}
+
 TEST_F(Shelf, WithoutADisplayTheUsageIsPrintedAndTheListOfGames) {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{}, {"--headless"}, {"--headless", "--run-ms", "5"}}) {
