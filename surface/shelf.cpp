@@ -68,7 +68,7 @@ std::string FootText() {
         return shelf.message;
     }
     const ShelfGame* const game = GameOf(shelf.surface.focus);
-    const std::string about = game != nullptr ? AboutGame(*game) : "";
+    std::string about = game != nullptr ? AboutGame(*game) : "";
     if (!about.empty() || shelf.games.empty()) {
         return about;
     }
