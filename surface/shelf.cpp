@@ -68,7 +68,7 @@ std::string FootText() {
         return shelf.message;
     }
     const ShelfGame* const game = GameOf(shelf.surface.focus);
-    const std::string about = game != nullptr ? AboutGame(*game) : "";
+    std::string about = game != nullptr ? AboutGame(*game) : "";
     if (!about.empty() || shelf.games.empty()) {
         return about;
     }
@@ -432,12 +432,28 @@ DesktopEvents ShelfEvents() {
     return events;
 }
 
+// Enlarged by the desktop's density, a screen may have fewer points than the window would like.
+WindowFrame FirstFrame() {
+    constexpr i32 kTitleBar = 32;
+    WindowFrame frame = {100, 100, 1000, 600};
+    const std::vector<Screen> screens = desktop.screens();
+    if (screens.empty()) {
+        return frame;
+    }
+    const WindowFrame& room = screens.front().visibleFrame;
+    frame.width = std::min(frame.width, room.width);
+    frame.height = std::min(frame.height, std::max(room.height - kTitleBar, 1));
+    frame.x = std::min(frame.x, room.x + room.width - frame.width);
+    frame.y = std::min(frame.y, std::max(room.y + room.height - kTitleBar - frame.height, room.y));
+    return frame;
+}
+
 }  // namespace
 
 void StartShelf() {
     desktopEvents = ShelfEvents();
     UseSurfacePadMap(true);
-    desktop.createWindow({100, 100, 1000, 600});
+    desktop.createWindow(FirstFrame());
     desktop.setWindowTitle("MOXI");
 }
 

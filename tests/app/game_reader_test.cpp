@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "gfx/png_write.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {
@@ -84,6 +85,29 @@ TEST_F(GameReader, GamesThatCannotBeReadTakeNoOtherWithThem) {
         // 3, 10 and 17: tried twice the first time, and not again.
         EXPECT_EQ(counts->stuck, 6);
     }
+}
+
+// Its sides, "" for none.
+std::string SidesOf(const GameRead& game) {
+    return game.picture == nullptr
+               ? ""
+               : std::to_string(game.picture->width) + " x " + std::to_string(game.picture->height);
+}
+
+TEST_F(GameReader, TheIconIsThePictureElseThatOfTheLastRun) {
+    const std::string icon = ReadTextFile(MOXI_SOURCE_DIR "/packaging/desktop/moxi.png");
+    GameToRead game = Game("good");
+    EXPECT_EQ(SidesOf(ReadGames({game}, true)[0]), "");
+    // What a run has left: 3 x 2 pixels.
+    game.picture = folder.path + "/run.png";
+    const std::string row(12, '\x40');
+    ASSERT_TRUE(WritePngFile(game.picture, reinterpret_cast<const u8*>((row + row).data()), 3, 2,
+                             12, PngFormat::RgbFrom4));
+    EXPECT_EQ(SidesOf(ReadGames({game}, true)[0]), "3 x 2");
+    WriteTextFile(game.path + "/ICON.PNG", icon);
+    EXPECT_EQ(SidesOf(ReadGames({game}, true)[0]), "128 x 128");
+    WriteTextFile(game.path + "/ICON.PNG", icon.substr(0, 5000));
+    EXPECT_EQ(SidesOf(ReadGames({game}, true)[0]), "3 x 2");
 }
 
 TEST_F(GameReader, AnArchivesGameIsReadFromWhereItWasUnpacked) {

@@ -173,6 +173,45 @@ TEST_F(Shelf, TypingSearchesReturnPlaysTheFirstAndEscapeEndsIt) {
     EXPECT_GE(Cards(lines), 3);
 }
 
+TEST_F(Shelf, GamesOfAllDataFoldersStandOnIt) {
+    MakeGame(home.path + "/one/moxi/games/Lake", "Lake", "Clara");
+    MakeGame(home.path + "/two/moxi/games/Hill", "Hill", "Clara");
+    setenv("XDG_DATA_DIRS", (home.path + "/one:relative:" + home.path + "/two").c_str(), 1);
+    const auto lines = After("");
+    unsetenv("XDG_DATA_DIRS");
+    EXPECT_NE(LineWith(lines, "\"Lake\" value \"Clara\""), "");
+    EXPECT_NE(LineWith(lines, "\"Hill\" value \"Clara\""), "");
+    EXPECT_NE(LineWith(lines, "\"Pond\""), "");
+}
+
+TEST_F(Shelf, TheWheelScrollsAndTheGamepadChoosesAndPlays) {
+    for (int i = 0; i < 12; ++i) {
+        const std::string path = games + "/Game " + std::to_string(i);
+        MakeGame(path, "Game " + std::to_string(i), "");
+        Record(path, "played = " + std::to_string(100 - i) + "\n");
+    }
+    const std::string small = "10 resize 600 400\n";
+    const auto isSeen = [this](const std::vector<std::string>& lines, const std::string& name) {
+        return LineWith(lines, "\"" + name + "\"").find("out-of-view") == std::string::npos;
+    };
+    auto lines = After(small);
+    EXPECT_TRUE(isSeen(lines, "Game 0"));
+    EXPECT_FALSE(isSeen(lines, "Game 11"));
+    // Each notch goes down.
+    std::string wheel = small;
+    for (int time = 100; time < 3000; time += 100) {
+        wheel += std::to_string(time) + " scroll 0 -0.1 300 200\n";
+    }
+    lines = After(wheel);
+    EXPECT_FALSE(isSeen(lines, "Game 0"));
+    EXPECT_TRUE(isSeen(lines, "Meadow"));
+    // Right, down by a line of three, and A.
+    After(small +
+          "100 pad-button dpright down\n150 pad-button dpright up\n200 pad-button dpdown down\n"
+          "250 pad-button dpdown up\n300 pad-button a down\n350 pad-button a up\n");
+    EXPECT_EQ(logged, "log: play " + games + "/Game 4\n");
+}
+
 TEST_F(Shelf, DeleteTakesAGameOffTheShelfAndNotFromTheDisk) {
     Record(games + "/Pond", "played = 2\nseconds = 60\n");
     auto lines = After(Keys({"75 \"\\x7F\""}));
@@ -274,6 +313,16 @@ TEST_F(Shelf, EveryControlIsInSightAtTheSmallestSizeAndAtLargeOnes) {
             ASSERT_NE(line, "") << size;
             EXPECT_EQ(line.find(" at -"), std::string::npos) << line;
         }
+    }
+}
+
+TEST_F(Shelf, TheWindowFitsOnSmallScreens) {
+    for (const auto& [screen, sides] :
+         {std::pair{"1920x1080", "1000x600"}, {"700x450", "700x418"}, {"1024x600", "1000x568"}}) {
+        ASSERT_EQ(Run({"--headless", "--desktop", screen, "--dump-ui", "ui"}).status, 0);
+        EXPECT_EQ(
+            ReadTextFile(home.path + "/ui").rfind(std::string("surface \"Games\" ") + sides, 0), 0u)
+            << screen;
     }
 }
 

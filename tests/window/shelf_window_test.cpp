@@ -50,7 +50,7 @@ TEST_F(ShelfWindow, WhatIsWrongWithAGameIsABoxAndOneLineThatIsTheGames) {
     const std::string place = folder.path + "/share/moxi/games/Message Log";
     fs::create_directories(folder.path + "/share/moxi/games");
     fs::copy(game, place, fs::copy_options::recursive);
-    fs::resize_file(place + "/MAIN.MX", 3000);
+    fs::resize_file(place + "/MAIN.MX", fs::file_size(place + "/MAIN.MX") - 1);
     Open();
     ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
     Shell("sleep 0.5; xdotool windowactivate --sync " + Window() +
@@ -67,7 +67,7 @@ TEST_F(ShelfWindow, WhatIsWrongWithAGameIsABoxAndOneLineThatIsTheGames) {
     EXPECT_EQ(waitpid(process, nullptr, WNOHANG), 0);
     kill(process, SIGTERM);
     EXPECT_EQ(WaitForExit(), 0);
-    EXPECT_EQ(Errors().rfind("log: MAIN.MX: the file ends after 3000 of ", 0), 0u) << Errors();
+    EXPECT_EQ(Errors().rfind("log: MAIN.MX: the file ends after ", 0), 0u) << Errors();
     const std::string errors = Errors();
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
 }
