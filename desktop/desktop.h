@@ -1,7 +1,7 @@
 #pragma once
 // The desktop as MOXI sees it: one record of functions, filled by exactly one implementation
-// (desktop/sdl or desktop/headless) before the application starts. Everything above this line is
-// the same code on every desktop.
+// (desktop/sdl or desktop/headless) before the application starts. The rooms that use it are the
+// same code on every desktop.
 //
 // Coordinates: windows and screens have their origin at the bottom-left of the main screen, y
 // upwards, in points (one point is one pixel). View rectangles have their origin at the view's
@@ -115,8 +115,8 @@ struct Desktop {
     ViewSize (*viewSize)();
     bool (*isFullScreen)();
     void (*toggleFullScreen)();
-    // May be called before there is a window. The screens keep the sizes that they have with the
-    // first one.
+    // May be called before there is a window. What `screens` tells goes by the first scale that was
+    // set, and stays so.
     void (*setViewScale)(const ViewScale& scale);
     // Where the view is fitted to the whole screen: whether the window fills it just now. Nothing
     // where it is not fitted.
