@@ -93,6 +93,24 @@ std::optional<double> WayTo(const Box& from, const Box& to, i32 across, i32 down
     return ahead + 2 * aside + off;
 }
 
+// Where there is little room the tabs have several rows, and go on from one to the next.
+const Control* TabBeside(const Surface& surface, const Control& tab, i32 step) {
+    const Control* before = nullptr;
+    for (const Control& control : surface.controls) {
+        if (control.role != Role::Tab) {
+            continue;
+        }
+        if (&control == &tab && step < 0) {
+            return before;
+        }
+        if (before == &tab) {
+            return &control;
+        }
+        before = &control;
+    }
+    return nullptr;
+}
+
 void MoveFocusBy(Surface& surface, i32 across, i32 down) {
     const Control* const now = FindControl(surface, surface.focus);
     if (now == nullptr) {
@@ -111,6 +129,9 @@ void MoveFocusBy(Surface& surface, i32 across, i32 down) {
         }
         best = &control;
         shortest = *way;
+    }
+    if (best == nullptr && across != 0) {
+        best = TabBeside(surface, *now, across);
     }
     if (best != nullptr) {
         return Focus(surface, best->id);

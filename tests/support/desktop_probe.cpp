@@ -189,12 +189,15 @@ static void FillEvents() {
     };
 }
 
-[[noreturn]] static void RunProbe() {
+[[noreturn]] static void RunProbe(const std::optional<ViewScale>& scale) {
     FillEvents();
     std::string error;
     if (!StartSdlDesktop(&error)) {
         ProbeLog("error " + error);
         _exit(1);
+    }
+    if (scale) {
+        desktop.setViewScale(*scale);
     }
     HandleSignals(0);
     desktop.runEventLoop();
@@ -214,7 +217,7 @@ void DesktopProbe::Start(const std::function<void()>& atLaunch,
         fcntl(descriptor, F_SETFL, O_APPEND);
         launchAction = atLaunch;
         keyAction = onKey;
-        RunProbe();
+        RunProbe(scale);
     }
     close(descriptor);
 }

@@ -5,8 +5,11 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "desktop/desktop.h"
 
 namespace moxi {
 
@@ -15,6 +18,9 @@ struct DesktopProbe {
     DesktopProbe(const DesktopProbe&) = delete;
     DesktopProbe& operator=(const DesktopProbe&) = delete;
     ~DesktopProbe();
+
+    // Of the view, from the start.
+    std::optional<ViewScale> scale;
 
     // Starts the application; `atLaunch` runs in its process once the window is shown. `onKey` runs
     // there for each key press with text and takes the text.

@@ -138,11 +138,11 @@ void XSession::Stop() {
     manager = server = -1;
 }
 
-bool WaylandSession::Start(int width, int height, const std::string& layouts) {
+bool WaylandSession::Start(int width, int height, const std::string& layouts, int scale) {
     if (!IsProgramInstalled("weston")) {
         return false;
     }
-    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    const std::string size = std::to_string(width * scale) + "x" + std::to_string(height * scale);
     if (!xServer.Start(size + "x24", false)) {
         return false;
     }
@@ -154,11 +154,11 @@ bool WaylandSession::Start(int width, int height, const std::string& layouts) {
     folder = pattern;
     std::ofstream(folder + "/weston.ini") << "[shell]\npanel-position=none\nlocking=false\n";
     setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
-    compositor =
-        StartProcess({"weston", "--backend=x11-backend.so", "--use-pixman", "--socket=moxi-test",
-                      "--width=" + std::to_string(width), "--height=" + std::to_string(height),
-                      "--idle-time=0", "--config=" + folder + "/weston.ini"},
-                     folder + "/weston.log");
+    compositor = StartProcess(
+        {"weston", "--backend=x11-backend.so", "--use-pixman", "--socket=moxi-test",
+         "--width=" + std::to_string(width), "--height=" + std::to_string(height),
+         "--scale=" + std::to_string(scale), "--idle-time=0", "--config=" + folder + "/weston.ini"},
+        folder + "/weston.log");
     unsetenv("DISPLAY");
     setenv("WAYLAND_DISPLAY", "moxi-test", 1);
     for (int i = 0; i < 500; ++i) {

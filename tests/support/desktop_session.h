@@ -48,8 +48,9 @@ struct WaylandSession {
 
     // Starts both, with a runtime folder of their own, and points the environment at the
     // compositor; xdotool needs DISPLAY=`xServer.display`. False when something is missing.
-    // The keyboard layouts are setxkbmap's.
-    bool Start(int width, int height, const std::string& layouts = "us");
+    // The keyboard layouts are setxkbmap's. With a scale the X server has so many pixels for each
+    // of the compositor's points.
+    bool Start(int width, int height, const std::string& layouts = "us", int scale = 1);
     void Stop();
 
     XSession xServer;

@@ -479,6 +479,27 @@ TEST(PanelPicture, ScreenshotsAndDumpsShowThePanelAndThenTheGameAgain) {
     EXPECT_EQ(dump("closed", At(300, kOpen) + At(400, kEscapeKey)), plain);
 }
 
+TEST(PanelPicture, RightGoesThroughAllTabsAndLeftBackAlsoWhereTheyHaveTwoRows) {
+    // German has two rows of them in a window of 300 x 200.
+    setenv("LANGUAGE", "de", 1);
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    std::string script = At(10, "resize 300 200") + At(300, kOpen) + At(310, Key("73", "\\x01"));
+    for (int i = 0; i < 4; ++i) {
+        script += At(320, kRight);
+    }
+    const std::string last = PlaySession(script).controls;
+    const std::string first =
+        PlaySession(script + At(330, kLeft + "# " + kLeft + "# " + kLeft + "# " + kLeft)).controls;
+    unsetenv("LC_ALL");
+    unsetenv("LANGUAGE");
+    const auto line = [](const std::string& controls, const std::string& begin) {
+        const size_t at = controls.find(begin);
+        return at == std::string::npos ? "" : controls.substr(at, controls.find('\n', at) - at);
+    };
+    EXPECT_TRUE(line(last, "tab page-gamepad").ends_with(" chosen focused")) << last;
+    EXPECT_TRUE(line(first, "tab page-sound \"Ton\"").ends_with(" chosen focused")) << first;
+}
+
 TEST(PanelPicture, EveryControlCanBeReachedAndHasAName) {
     for (const char* const size : {"300 200", "600 400"}) {
         for (u32 page = 0; page < 5; ++page) {

@@ -57,6 +57,8 @@ class Wayland : public testing::Test {
         return lines;
     }
 
+    void PressAlertsButton(int scale);
+
     WaylandSession session;
     DesktopProbe probe;
 };
@@ -135,7 +137,8 @@ TEST_F(Wayland, AfterAnAlertKeysArriveWithoutAClick) {
     }
 }
 
-TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
+// The box lies over the window, as large as `scale` says, and its button is pressed by the mouse.
+void Wayland::PressAlertsButton(int scale) {
     StartProbe([](const std::string& text) {
         if (text != "x") {
             return;
@@ -156,15 +159,53 @@ TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
     int left = 0;
     int top = 0;
     ASSERT_EQ(std::sscanf(size.c_str(), "%d %d +%d+%d", &width, &height, &left, &top), 4) << size;
-    EXPECT_GT(width, 200);
-    EXPECT_GT(height, 80);
-    EXPECT_LT(width, 600);
-    EXPECT_LT(height, 300);
+    EXPECT_GT(width, 200 * scale);
+    EXPECT_GT(height, 80 * scale);
+    EXPECT_LT(width, 600 * scale);
+    EXPECT_LT(height, 300 * scale);
     // The button lies 20 from the right and bottom edges of the box.
-    Xdotool("mousemove " + std::to_string(left + width - 40) + " " +
-            std::to_string(top + height - 35) + " sleep 0.1 click 1");
+    Xdotool("mousemove " + std::to_string(left + width - 40 * scale) + " " +
+            std::to_string(top + height - 35 * scale) + " sleep 0.1 click 1");
     EXPECT_GE(probe.WaitFor("dismissed"), 0);
     EXPECT_EQ(Cause("key a"), Lines{"key-down 00 \"a\""});
+}
+
+TEST_F(Wayland, AnAlertLiesOverTheWindowAndItsButtonIsPressedByTheMouse) {
+    PressAlertsButton(1);
+}
+
+class WaylandWithScale2 : public Wayland {
+  protected:
+    void SetUp() override {
+        if (!IsProgramInstalled("weston")) {
+            GTEST_SKIP() << "weston is missing";
+        }
+        ASSERT_TRUE(session.Start(1280, 800, "us", 2));
+    }
+};
+
+TEST_F(WaylandWithScale2, AnAlertsButtonIsPressedByTheMouse) {
+    PressAlertsButton(2);
+}
+
+TEST_F(WaylandWithScale2, ThePointerIsOnThePointUnderIt) {
+    StartProbe();
+    // From two places in the window: twice the way on the screen.
+    const auto pointAt = [this](int x, int y) {
+        Xdotool("mousemove " + std::to_string(x - 2) + " " + std::to_string(y));
+        probe.WaitForQuiet();
+        const std::size_t before = probe.Log().size();
+        Xdotool("mousemove " + std::to_string(x) + " " + std::to_string(y));
+        EXPECT_GE(probe.WaitFor("mouse-move", before), 0);
+        int pointX = 0;
+        int pointY = 0;
+        EXPECT_EQ(std::sscanf(probe.Log().back().c_str(), "mouse-move %d %d", &pointX, &pointY), 2);
+        return std::pair{pointX, pointY};
+    };
+    const auto first = pointAt(1000, 700);
+    const auto second = pointAt(1400, 900);
+    EXPECT_EQ(second.first - first.first, 200);
+    EXPECT_EQ(second.second - first.second, 100);
 }
 
 TEST_F(Wayland, TheBoxAboutABusyApplicationIsUsedByKeyboardAndLeavesTheKeyboardAlive) {

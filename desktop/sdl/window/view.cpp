@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/log.h"
 #include "desktop/common/rectangles.h"
 #include "desktop/events.h"
 #include "desktop/sdl/loop/gate.h"
@@ -40,6 +42,7 @@ static constinit Area shownPlace;                 // of the view, when it was dr
 static constinit SDL_Renderer* renderer = nullptr;
 static constinit SDL_Texture* texture = nullptr;  // the whole view
 static constinit ViewSize textureSize;
+static constinit ViewSize shownRoom;  // of the window, when the texture was shown last
 
 // The host's own surface is drawn for the window's pixels.
 static bool IsEnlarged() {
@@ -92,6 +95,7 @@ static bool StartGraphicsProcessor() {
     }
     StartRenderer(SDL_RENDERER_ACCELERATED);
     if (renderer == nullptr) {
+        SystemLog(std::string("no graphics processor: ") + SDL_GetError());
         return false;
     }
     if (!RendererIsAProcessors()) {
@@ -102,11 +106,14 @@ static bool StartGraphicsProcessor() {
     return false;
 }
 
+static bool HasSurfaces() {
+    return std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
+}
+
 bool StartView(SDL_Window* shownIn, ViewSize size) {
     window = shownIn;
     viewSize = size;
-    const bool isX11 = std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
-    hasSurface = isX11 && !(IsEnlarged() && StartGraphicsProcessor());
+    hasSurface = HasSurfaces() && !(IsEnlarged() && StartGraphicsProcessor());
     if (hasSurface) {
         return true;
     }
@@ -307,7 +314,7 @@ static bool PrepareTexture() {
                                 size.height);
     textureSize = size;
     if (texture == nullptr) {
-        return false;
+        return false;  // the size stays, and tells that it was asked for
     }
     SDL_SetTextureBlendMode(texture, SDL_BLENDMODE_NONE);
     const std::vector<u32> white(
@@ -318,11 +325,34 @@ static bool PrepareTexture() {
 
 // --- Both
 
+// A graphics processor that cannot hold the view, or cannot go on, is given up for the surface.
+static bool GiveUpRenderer() {
+    if (renderer == nullptr || !HasSurfaces()) {
+        return false;
+    }
+    SystemLog(std::string("the graphics processor shows no more: ") + SDL_GetError());
+    ForgetTexture();
+    SDL_DestroyRenderer(renderer);
+    renderer = nullptr;
+    surface = nullptr;
+    shownPlace = {};
+    newPixels = {};
+    hasSurface = true;
+    return true;
+}
+
 static bool Prepare() {
     if (window == nullptr) {
         return false;
     }
-    return hasSurface ? PrepareSurface() : PrepareTexture();
+    if (!hasSurface) {
+        const bool isReady = PrepareTexture();
+        const bool hasFailed = texture == nullptr && textureSize.width > 0;
+        if (!hasFailed || !GiveUpRenderer()) {
+            return isReady;
+        }
+    }
+    return PrepareSurface();
 }
 
 static Area Union(const Area& a, const Area& b) {
@@ -397,15 +427,29 @@ ViewSize WindowPixels() {
     return window != nullptr ? Room() : viewSize;
 }
 
-static void ShowTexture() {
-    const Area place = PlaceOfView(Room());
+static bool RenderTexture(ViewSize room) {
+    const Area place = PlaceOfView(room);
     const SDL_Rect target = {place.x, place.y, place.width, place.height};
     const u8 bar = IsEnlarged() ? 0 : 255;
     SDL_SetTextureScaleMode(texture, smooth ? SDL_ScaleModeLinear : SDL_ScaleModeNearest);
     SDL_SetRenderDrawColor(renderer, bar, bar, bar, 255);
     SDL_RenderClear(renderer);
-    SDL_RenderCopy(renderer, texture, nullptr, &target);
+    if (SDL_RenderCopy(renderer, texture, nullptr, &target) != 0 && GiveUpRenderer()) {
+        return false;
+    }
     SDL_RenderPresent(renderer);
+    return true;
+}
+
+// A driver may learn of the window's new size when it presents, so that the first picture of that
+// size still goes into pixels of the old one.
+static void ShowTexture() {
+    const ViewSize room = Room();
+    const bool isNew = room != shownRoom;
+    shownRoom = room;
+    if (RenderTexture(room) && isNew) {
+        RenderTexture(room);
+    }
 }
 
 static void ShowArea(const Area& area) {
