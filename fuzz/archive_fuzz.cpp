@@ -45,9 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     const int file = memfd_create("archive", MFD_CLOEXEC);
     Require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size));
     lseek(file, 0, SEEK_SET);
+    // What is wrong is told with the names as they are; whoever shows it makes a line of it.
     const std::string problem = UnpackArchive(file, folder, kLimits);
     close(file);
-    Require(problem.find('\n') == std::string::npos);
     u64 bytes = 0;
     u64 entries = 0;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
         bytes += fs::is_regular_file(status) ? entry.file_size() : 0;
         ++entries;
     }
-    Require(bytes <= kLimits.bytes);
+    Require(bytes <= kLimits.bytes && problem.size() < 1000);
     // Folders that entries lie in are made without entries of their own.
     Require(entries <= kLimits.entries * kLimits.nameBytes);
     // Nothing has been made beside it.

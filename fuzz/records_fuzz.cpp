@@ -72,7 +72,7 @@ void ReadAndChangePreferences(FuzzedDataProvider& input) {
             case 1: ForgetAllPreferences(scope); break;
             default:
                 if (SetPreference(scope, name, value) && scope == PreferenceScope::AllGames) {
-                    Require(PreferenceText(StoredPreferences(scope), name) != "");
+                    Require(PreferenceText(StoredPreferences(scope), name) == value);
                 }
         }
     }

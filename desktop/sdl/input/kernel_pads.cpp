@@ -25,7 +25,7 @@ struct KernelPad {
     InputDevice device;
     PadLayout layout;
     SDL_Joystick* joystick = nullptr;
-    std::array<i32, 2 * kHats> switches = {};  // x and y of each hat
+    std::array<i32, std::size_t{2}* kHats> switches = {};  // x and y of each hat
     bool isGone = false;
 };
 
@@ -103,7 +103,7 @@ i16 AxisValue(const AxisRange& range, i32 value) {
     return static_cast<i16>(std::lround(part * kSteps) + INT16_MIN);
 }
 
-void SetHat(KernelPad& pad, u32 hat) {
+void SetHat(KernelPad& pad, std::size_t hat) {
     const i32 x = pad.switches[2 * hat];
     const i32 y = pad.switches[2 * hat + 1];
     const int value = (x < 0   ? SDL_HAT_LEFT
@@ -116,7 +116,7 @@ void SetHat(KernelPad& pad, u32 hat) {
 }
 
 void SetAxis(KernelPad& pad, u32 axis, i32 value) {
-    const u32 offset = axis - ABS_HAT0X;
+    const std::size_t offset = axis - ABS_HAT0X;
     if (pad.layout.axisOf[axis] != kNoNumber) {
         SDL_JoystickSetVirtualAxis(pad.joystick, pad.layout.axisOf[axis],
                                    AxisValue(pad.device.ranges[axis], value));
