@@ -60,7 +60,10 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
-    i32 stride = 0;  // bytes from row to row
+    // The same pixels of the rectangle that is presented, and of no other, where the processor has
+    // them nearer; null where it has not. Bytes from row to row.
+    const u8* nearer = nullptr;
+    i32 nearerStride = 0;
 };
 
 // How much larger the view is shown than it is. The application goes by the view's own size.
@@ -123,7 +126,7 @@ struct Desktop {
     void (*setFittedScreen)(bool whole);
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
-    // The pixels of `rect` have been drawn and are to be shown; only they are read.
+    // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
     void (*presentView)(ViewPixels view, ViewRect rect);
 
     // --- The host's own surfaces, in the view's place

@@ -95,7 +95,7 @@ void DrawScene(ViewRect rect) {
             }
         }
     }
-    desktop.presentView({scene.data(), sceneWidth, sceneHeight, 4 * sceneWidth}, rect);
+    desktop.presentView({scene.data(), sceneWidth, sceneHeight}, rect);
 }
 
 int ticks = 0;
