@@ -7,7 +7,11 @@
 
 namespace moxi {
 
-static constinit std::atomic<int> lastStatus = 1;
+namespace {
+
+constinit std::atomic<int> lastStatus = 1;
+
+}  // namespace
 
 void EndNow() {
     _exit(lastStatus);

@@ -170,9 +170,7 @@ void TimeLoading() {
                 Milliseconds(Clock::now() - start));
 }
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     const f64 seconds = argc > 1 ? std::atof(argv[1]) : 10;
     const std::string file = LargePiece();
     TimeStarts(file);
@@ -182,6 +180,8 @@ static int Main(int argc, char** argv) {
     TimeCallback(file, seconds, true);
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

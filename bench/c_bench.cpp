@@ -205,9 +205,7 @@ std::string Table(const std::vector<Result>& results) {
     return table + Row("geometric mean", sums);
 }
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     std::string update;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
@@ -236,6 +234,8 @@ static int Main(int argc, char** argv) {
     }
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

@@ -292,7 +292,9 @@ Options ReadOptions(int argc, char** argv) {
     std::exit(1);
 }
 
-static int Main(int argc, char** argv) {
+namespace {
+
+int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const std::string table = Measure(options);
     std::fputs(table.c_str(), stdout);
@@ -301,6 +303,8 @@ static int Main(int argc, char** argv) {
     }
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

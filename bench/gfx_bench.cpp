@@ -475,9 +475,7 @@ bool ReadOptions(int argc, char** argv) {
     return true;
 }
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     if (!AllocateImage(kImageBytes)) {
         return 1;
     }
@@ -508,6 +506,8 @@ static int Main(int argc, char** argv) {
     RunColours();
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

@@ -177,9 +177,7 @@ BENCHMARK(PlainBmpLoad)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainBmpSave)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(SaveBench, bmp, "B.bmp", kFormatBmp)->Unit(benchmark::kMicrosecond);
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     if (!folder.empty()) {
@@ -187,6 +185,8 @@ static int Main(int argc, char** argv) {
     }
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

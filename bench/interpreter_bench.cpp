@@ -359,9 +359,7 @@ bool Chosen(const Options& options, const char* name) {
            std::find(options.kernels.begin(), options.kernels.end(), name) != options.kernels.end();
 }
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     const Options options = ReadOptions(argc, argv);
     const Others others = {HasLua(), NodeVersion()};
     const double jump = UnforeseenJump(options.runs);
@@ -382,6 +380,8 @@ static int Main(int argc, char** argv) {
     }
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

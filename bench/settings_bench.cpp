@@ -94,14 +94,14 @@ BENCHMARK(Load)->Unit(benchmark::kMillisecond);
 BENCHMARK(Save)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReadAndWrite10000Keys)->Unit(benchmark::kMillisecond);
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     const SettingsFolder folder;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }
+
+}  // namespace
 
 }  // namespace moxi
 

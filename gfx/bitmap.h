@@ -108,6 +108,19 @@ inline Area ClipArea(const Selection& selection) {
             i64{selection.clipY} + selection.clipHeight};
 }
 
+// The bytes of a non-empty area, from the lowest one to the end, are in the image.
+template <class Int>
+bool IsInImage(const Selection& selection, const Area& area) {
+    // The stride may be negative, so the lowest row is the first or the last one.
+    const Int firstRow = Int{area.top} * selection.stride;
+    const Int lastRow = Int{area.bottom - 1} * selection.stride;
+    const Int lowest =
+        selection.pixelAddress + std::min(firstRow, lastRow) + Int{area.left} * kBytesPerPixel;
+    const Int end =
+        selection.pixelAddress + std::max(firstRow, lastRow) + Int{area.right} * kBytesPerPixel;
+    return lowest >= 0 && end <= Int{imageSize};
+}
+
 // Products of two numbers of a record do not fit 64 bits: rows and strides of 2^31 come from
 // modules that mean harm.
 __extension__ using WideInt = __int128;
@@ -118,14 +131,8 @@ inline bool Reaches(const Selection& selection, const Area& area) {
         return area.left >= 0 && area.top >= 0 && area.right <= selection.width &&
                area.bottom <= selection.height;
     }
-    // The stride may be negative, so the lowest row is the first or the last one.
-    const WideInt firstRow = WideInt{area.top} * selection.stride;
-    const WideInt lastRow = WideInt{area.bottom - 1} * selection.stride;
-    const WideInt lowest =
-        selection.pixelAddress + std::min(firstRow, lastRow) + WideInt{area.left} * kBytesPerPixel;
-    const WideInt end =
-        selection.pixelAddress + std::max(firstRow, lastRow) + WideInt{area.right} * kBytesPerPixel;
-    return lowest >= 0 && end <= imageSize;
+    const bool isUsual = ((area.left | area.top | area.right | area.bottom) >> 30) == 0;
+    return isUsual ? IsInImage<i64>(selection, area) : IsInImage<WideInt>(selection, area);
 }
 
 // Ends the host with a memory fault unless the area is empty or reached.

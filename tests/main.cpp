@@ -69,9 +69,7 @@ void ListFonts() {
     }
 }
 
-}  // namespace
-
-static int Main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     // A test program that a test starts has what the test has given it.
     constexpr const char* kNamed = "MOXI_TEST_SURROUNDINGS";
@@ -84,6 +82,8 @@ static int Main(int argc, char** argv) {
     ListFonts();
     return RUN_ALL_TESTS();
 }
+
+}  // namespace
 
 }  // namespace moxi
 

@@ -60,6 +60,24 @@ inline void MoveToList(u32 handle, HeapList list) {
     EndProcess(1);
 }
 
+// What refuses a handle stands apart: texts need a frame with a guard on the stack, which every
+// lock of a bitmap would pay for.
+[[gnu::cold, gnu::noinline]] u32 RefuseLock(u32 handle) {
+    AppendDebugLog(FormatText("====== LockHeap(%d) FAILED! HPCNT=%d PC=0x%8.8X PCpreJSR=0x%8.8X\n",
+                              static_cast<i32>(handle), static_cast<i32>(kHeapHandles),
+                              Load<u32>(kHeaderPC), pcPreJsr));
+    ShowFatalMessage("LockHeap() failed");
+    return kNoHandle;
+}
+
+[[gnu::cold, gnu::noinline]] u32 RefuseAddress(u32 handle) {
+    AppendDebugLog(FormatText("====== GetHeapAdr(%d) FAILED! HPCNT=%d PC=0x%8.8X\n",
+                              static_cast<i32>(handle), static_cast<i32>(kHeapHandles),
+                              Load<u32>(kHeaderGetHeapAdrPC)));
+    ShowFatalMessage("GetHeapAdr() failed");
+    return kNoHandle;
+}
+
 // Whether compaction may find something to do. As long as no block is freed and no lock brings an
 // unused record's old block back, the blocks fill the heap from the lowest one up to heapFree
 // without a gap. An empty block, however, can change places with its neighbour, since their order
@@ -228,12 +246,7 @@ void FreeHeap(u32 handle) {
 
 u32 LockHeap(u32 handle) {
     if (handle >= kHeapHandles) {
-        AppendDebugLog(
-            FormatText("====== LockHeap(%d) FAILED! HPCNT=%d PC=0x%8.8X PCpreJSR=0x%8.8X\n",
-                       static_cast<i32>(handle), static_cast<i32>(kHeapHandles),
-                       Load<u32>(kHeaderPC), pcPreJsr));
-        ShowFatalMessage("LockHeap() failed");
-        return kNoHandle;
+        return RefuseLock(handle);
     }
     HeapRecord& record = heapPtrs[handle];
     if (record.lockCount == 0) {
@@ -264,11 +277,7 @@ void UnlockHeap(u32 handle) {
 
 u32 GetHeapAdr(u32 handle) {
     if (handle >= kHeapHandles) {
-        AppendDebugLog(FormatText("====== GetHeapAdr(%d) FAILED! HPCNT=%d PC=0x%8.8X\n",
-                                  static_cast<i32>(handle), static_cast<i32>(kHeapHandles),
-                                  Load<u32>(kHeaderGetHeapAdrPC)));
-        ShowFatalMessage("GetHeapAdr() failed");
-        return kNoHandle;
+        return RefuseAddress(handle);
     }
     return heapPtrs[handle].offset;
 }

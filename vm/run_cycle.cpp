@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/bytes.h"
 #include "vm/diagnostics.h"
 #include "vm/heap.h"
 #include "vm/interpreter.h"
@@ -21,10 +22,16 @@ constexpr u32 kStackReserve = 100;
 constexpr u32 kArgumentBytes = 16;
 constexpr u32 kFrameSize = 24;
 
+// Word by word: an array would bring a guard on the stack with it, which every message pays for.
 void PushMessageFrame(u32 sp, u32 command, u32 p1, u32 p2, u32 p3) {
-    const u32 frame[kFrameSize / 4] = {0, kArgumentBytes, command, p1, p2, p3};
     const u32 newSP = sp - kFrameSize;
-    std::memcpy(CheckedRange(newSP, kFrameSize), frame, kFrameSize);
+    u8* const frame = CheckedRange(newSP, kFrameSize);
+    StoreBytes<u32>(frame, 0);  // where the module returns to
+    StoreBytes<u32>(frame + 4, kArgumentBytes);
+    StoreBytes<u32>(frame + 8, command);
+    StoreBytes<u32>(frame + 12, p1);
+    StoreBytes<u32>(frame + 16, p2);
+    StoreBytes<u32>(frame + 20, p3);
     Store<u32>(kHeaderSP, newSP);
     Store<u32>(kHeaderPC, kEntryPoint);
 }

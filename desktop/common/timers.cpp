@@ -21,9 +21,11 @@ void StopTimer(Timers& timers, TimerId timer) {
     std::erase_if(timers.running, [timer](const Timers::Timer& each) { return each.id == timer; });
 }
 
-// Of timers that are due together the first, which has been started first; null when every one is
-// held.
-static const Timers::Timer* EarliestTimer(const Timers& timers) {
+namespace {
+
+// The timer that is due first, and of several that are due together the one that was started first.
+// Null when there is none that is not held.
+const Timers::Timer* EarliestTimer(const Timers& timers) {
     const Timers::Timer* earliest = nullptr;
     for (const Timers::Timer& each : timers.running) {
         if (timers.held && each.owner == TimerOwner::Game) {
@@ -35,6 +37,8 @@ static const Timers::Timer* EarliestTimer(const Timers& timers) {
     }
     return earliest;
 }
+
+}  // namespace
 
 u64 EarliestDeadline(const Timers& timers) {
     const Timers::Timer* const timer = EarliestTimer(timers);

@@ -7,12 +7,14 @@
 
 namespace moxi {
 
-static std::string InHome(const char* name) {
+namespace {
+
+std::string InHome(const char* name) {
     const char* const home = std::getenv("HOME");
     return home != nullptr ? std::string(home) + name : "";
 }
 
-static bool HasOwnConfiguration() {
+bool HasOwnConfiguration() {
     for (const char* const variable :
          {"FONTCONFIG_FILE", "FONTCONFIG_PATH", "FONTCONFIG_SYSROOT", "XDG_CONFIG_HOME"}) {
         if (std::getenv(variable) != nullptr) {
@@ -29,7 +31,7 @@ static bool HasOwnConfiguration() {
     return false;
 }
 
-static void Append(FcStrList* list, std::vector<std::string>& places) {
+void Append(FcStrList* list, std::vector<std::string>& places) {
     if (list == nullptr) {
         return;
     }
@@ -38,6 +40,8 @@ static void Append(FcStrList* list, std::vector<std::string>& places) {
     }
     FcStrListDone(list);
 }
+
+}  // namespace
 
 std::vector<std::string> OwnFontPlaces() {
     std::vector<std::string> places;

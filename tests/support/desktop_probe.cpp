@@ -20,12 +20,16 @@ namespace moxi {
 
 bool probeMayClose = true;
 
-static int logDescriptor = -1;
-static std::function<void()> launchAction;
-static std::function<void(const std::string&)> keyAction;
-static std::vector<u8> scene;
-static i32 sceneWidth = 0;
-static i32 sceneHeight = 0;
+namespace {
+
+int logDescriptor = -1;
+std::function<void()> launchAction;
+std::function<void(const std::string&)> keyAction;
+std::vector<u8> scene;
+i32 sceneWidth = 0;
+i32 sceneHeight = 0;
+
+}  // namespace
 
 void ProbeLog(const std::string& line) {
     const std::string text = line + "\n";
@@ -34,7 +38,9 @@ void ProbeLog(const std::string& line) {
     }
 }
 
-static std::string Numbers(std::initializer_list<double> numbers) {
+namespace {
+
+std::string Numbers(std::initializer_list<double> numbers) {
     std::string text;
     for (const double number : numbers) {
         char buffer[32];
@@ -44,7 +50,7 @@ static std::string Numbers(std::initializer_list<double> numbers) {
     return text;
 }
 
-static std::string Quoted(const std::string& text) {
+std::string Quoted(const std::string& text) {
     std::string quoted = " \"";
     for (const char c : text) {
         const unsigned byte = static_cast<unsigned char>(c);
@@ -55,25 +61,25 @@ static std::string Quoted(const std::string& text) {
     return quoted + "\"";
 }
 
-static std::string Code(u8 code) {
+std::string Code(u8 code) {
     char buffer[8];
     std::snprintf(buffer, sizeof buffer, " %02X", code);
     return buffer;
 }
 
-static void LogFrame(const char* name) {
+void LogFrame(const char* name) {
     const WindowFrame frame = desktop.windowFrame();
     ProbeLog(name + Numbers({static_cast<double>(frame.x), static_cast<double>(frame.y),
                              static_cast<double>(frame.width), static_cast<double>(frame.height)}));
 }
 
-static void LogSize(const char* name) {
+void LogSize(const char* name) {
     const ViewSize size = desktop.viewSize();
     ProbeLog(name + Numbers({static_cast<double>(size.width), static_cast<double>(size.height)}));
 }
 
 // Red grows to the right and green downwards, in steps of 8 pixels; blue tells the corner.
-static void DrawScene(ViewRect rect) {
+void DrawScene(ViewRect rect) {
     const ViewSize size = desktop.viewSize();
     if (size.width != sceneWidth || size.height != sceneHeight) {
         sceneWidth = size.width;
@@ -92,10 +98,10 @@ static void DrawScene(ViewRect rect) {
     desktop.presentView({scene.data(), sceneWidth, sceneHeight}, rect);
 }
 
-static int ticks = 0;
-static int ticksBefore = 0;  // a live resize
+int ticks = 0;
+int ticksBefore = 0;  // a live resize
 
-static void Launch() {
+void Launch() {
     desktop.setWindowTitle("Probe");
     desktop.createWindow({100, 100, 1000, 600});
     desktop.showWindow();
@@ -106,7 +112,7 @@ static void Launch() {
     }
 }
 
-static void FillEvents() {
+void FillEvents() {
     desktopEvents.didFinishLaunching = Launch;
     desktopEvents.shouldTerminate = [] {
         ProbeLog("should-terminate");
@@ -189,7 +195,7 @@ static void FillEvents() {
     };
 }
 
-[[noreturn]] static void RunProbe(const std::optional<ViewScale>& scale) {
+[[noreturn]] void RunProbe(const std::optional<ViewScale>& scale) {
     FillEvents();
     std::string error;
     if (!StartSdlDesktop(&error)) {
@@ -205,6 +211,8 @@ static void FillEvents() {
     ProbeLog("ended");
     _exit(0);
 }
+
+}  // namespace
 
 void DesktopProbe::Start(const std::function<void()>& atLaunch,
                          const std::function<void(const std::string&)>& onKey) {

@@ -16,9 +16,13 @@
 
 namespace moxi {
 
-static void SleepMs(int milliseconds) {
+namespace {
+
+void SleepMs(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
+
+}  // namespace
 
 pid_t StartProcess(const std::vector<std::string>& arguments, const std::string& log) {
     std::vector<char*> pointers;

@@ -29,12 +29,12 @@ struct Connection {
         }
     }
 };
-}  // namespace
-
 // Windows come and go under a window manager.
-static int IgnoreError(Display*, XErrorEvent*) {
+int IgnoreError(Display*, XErrorEvent*) {
     return 0;
 }
+
+}  // namespace
 
 void DestroyX11Window(unsigned long window) {
     const Connection x;
@@ -93,8 +93,10 @@ long OtherX11Pixels(unsigned long window, int width, int height, unsigned colour
     return others;
 }
 
+namespace {
+
 // xdotool needs the library, but its headers come in a package of their own.
-static bool SendKey(Display* display, unsigned code, bool down) {
+bool SendKey(Display* display, unsigned code, bool down) {
     using FakeKeyEvent = int(Display*, unsigned, int, unsigned long);
     static void* const library = dlopen("libXtst.so.6", RTLD_LAZY);
     if (library == nullptr) {
@@ -108,6 +110,8 @@ static bool SendKey(Display* display, unsigned code, bool down) {
     XSync(display, False);
     return true;
 }
+
+}  // namespace
 
 bool PressX11Key(unsigned code) {
     const Connection x;
@@ -206,8 +210,10 @@ long KeyToPixel(unsigned long window, unsigned code, int x, int y, unsigned colo
     return std::chrono::duration_cast<std::chrono::nanoseconds>(passed).count();
 }
 
-static void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int largestWidth,
-                         int largestHeight) {
+namespace {
+
+void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int largestWidth,
+                  int largestHeight) {
     if (largestWidth == 0) {
         return;
     }
@@ -220,6 +226,8 @@ static void ApplyRequest(Display* display, const XConfigureRequestEvent& request
                      static_cast<unsigned>(request.value_mask) & (CWX | CWY | CWWidth | CWHeight),
                      &changes);
 }
+
+}  // namespace
 
 [[noreturn]] static void Manage(int ready, int largestWidth, int largestHeight) {
     Display* display = XOpenDisplay(nullptr);
