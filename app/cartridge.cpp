@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "app/call_filter.h"
 #include "app/sandbox.h"
 #include "base/log.h"
 #include "host/bundle.h"
@@ -127,6 +128,7 @@ int TranslateApart(const Cartridge& cartridge, const std::string& key, bool rest
     if (child == 0) {
         if (restricted) {
             StartSandbox({.game = cartridge.path, .dataFolder = cartridge.place});
+            FilterGameCalls();
         }
         _exit(TranslateCartridge(cartridge, key));
     }

@@ -11,11 +11,12 @@ namespace moxi {
 // Set in the environment of games that the shelf starts: their player looks at a window.
 inline constexpr const char* kFromShelf = "MOXI_FROM_SHELF";
 
-// To be called at the start, before standard error is anything else's.
+// Remembers whether standard error is a terminal: the start's, before libraries' lines take its
+// place.
 void NoteTerminal();
 
-// Reports in one line why a game cannot be played, and in a box where nobody sees the line. To be
-// called before the desktop is there. Returns the exit status for it, 2.
+// Reports in one line why a game cannot be played, and in a box of its own where nobody sees the
+// line, since there is no desktop yet. Returns the exit status for it, 2.
 int RefuseGame(const Options& options, const std::string& what);
 
 // The same at the end of a run that a module has not let start. The line has been written.

@@ -161,6 +161,10 @@ void StartHelpers(const Options& options, const std::vector<std::string>& record
     outputs.ownFiles = recordFiles;
     if (!PreferenceFile().empty()) {
         outputs.ownFiles.push_back(PreferenceFile());
+        outputs.guardedFile = PreferenceFile();
+        outputs.mayChange = [](const std::string& before, const std::string& after) {
+            return !AsksLess(before, after);
+        };
     }
     const std::string places = WindowPlaceFile(options);
     if (!places.empty()) {

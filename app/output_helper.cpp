@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <set>
 
 #include "app/call_filter.h"
 #include "base/output_files.h"
@@ -41,6 +42,8 @@ bool IsPicture(const OutputPlaces& places, const std::string& path) {
            path.compare(path.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
 }
 
+std::set<std::string> picturesOfRun;
+
 bool IsOneOf(const std::vector<std::string>& files, const std::string& path) {
     return std::find(files.begin(), files.end(), path) != files.end();
 }
@@ -56,8 +59,67 @@ bool IsPermitted(const OutputPlaces& places, char what, const std::string& path)
         case kRead:
         case kPutInPlace: return IsOneOf(places.ownFiles, path);
         default:
-            return IsOneOf(places.files, path) || IsPicture(places, path) || IsOwn(places, path);
+            if (path == places.guardedFile) {
+                return false;
+            }
+            // Of pictures only those of this run are written and removed.
+            if (IsPicture(places, path)) {
+                return what == kMakeNew || picturesOfRun.count(path) != 0;
+            }
+            return IsOneOf(places.files, path) || IsOwn(places, path);
     }
+}
+
+// --- The guarded file
+
+constexpr size_t kLargestGuardedFile = size_t{1} << 20;
+
+bool ReadGuarded(const std::string& path, std::string& contents) {
+    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) {
+        return errno == ENOENT;
+    }
+    char part[4096];
+    ssize_t size = 0;
+    while ((size = read(file, part, sizeof part)) > 0 && contents.size() < kLargestGuardedFile) {
+        contents.append(part, static_cast<size_t>(size));
+    }
+    close(file);
+    return size == 0;
+}
+
+bool WriteGuarded(const std::string& path, const std::string& contents) {
+    unlink(path.c_str());
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return false;
+    }
+    bool written = true;
+    for (size_t at = 0; written && at < contents.size();) {
+        const ssize_t size = write(file, contents.data() + at, contents.size() - at);
+        written = size > 0;
+        at += static_cast<size_t>(std::max<ssize_t>(size, 0));
+    }
+    written = fsync(file) == 0 && written;
+    return close(file) == 0 && written;
+}
+
+// The game's process still holds the new file open, so what takes the old one's place is a copy of
+// what has been looked at. 0, or the number of the error.
+int PutGuardedInPlace(const OutputPlaces& places) {
+    const std::string newFile = NewFileOf(places.guardedFile);
+    const std::string copy = NewFileOf(newFile);
+    std::string before;
+    std::string after;
+    if (!ReadGuarded(places.guardedFile, before) || !ReadGuarded(newFile, after)) {
+        return EIO;
+    }
+    if (!places.mayChange(before, after)) {
+        return EACCES;
+    }
+    const bool replaced = WriteGuarded(copy, after) && rename(copy.c_str(), newFile.c_str()) == 0 &&
+                          PutNewFileInPlace(places.guardedFile);
+    return replaced ? 0 : errno;
 }
 
 // A new user has neither the folder of all programs' settings nor ours in it.
@@ -99,6 +161,9 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     if (what == kRemove) {
         return Answer(connection, unlink(path.c_str()) == 0 ? 0 : errno, -1);
     }
+    if (what == kPutInPlace && path == places.guardedFile) {
+        return Answer(connection, PutGuardedInPlace(places), -1);
+    }
     if (what == kPutInPlace) {
         return Answer(connection, PutNewFileInPlace(path) ? 0 : errno, -1);
     }
@@ -113,6 +178,9 @@ void Serve(int connection, const OutputPlaces& places, const char* request, size
     const int file =
         open(path.c_str(), (what == kRead ? O_RDONLY | O_NONBLOCK : writing) | O_CLOEXEC, 0666);
     Answer(connection, file >= 0 ? 0 : errno, file);
+    if (file >= 0 && IsPicture(places, path)) {
+        picturesOfRun.insert(path);
+    }
     if (file >= 0) {
         close(file);
     }

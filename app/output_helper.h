@@ -15,6 +15,10 @@ struct OutputPlaces {
     // Files of the host's own: read, and replaced whole. Their folders are made when they are
     // missing.
     std::vector<std::string> ownFiles = {};
+    // One of them may be changed only as `mayChange` permits, from its present contents to its
+    // next.
+    std::string guardedFile = {};
+    bool (*mayChange)(const std::string& before, const std::string& after) = nullptr;
 };
 
 // Starts the helper and points `outputFiles` at it; nothing without places. The helper is a copy of

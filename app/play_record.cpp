@@ -26,6 +26,7 @@ constexpr u32 kPictureHeight = 240;
 
 PlayedGame game;  // without a path while nothing is recorded
 Clock::time_point begin;
+constinit u64 playedBefore = 0;
 
 // A picture of the view's pixels in the means of `step` x `step`.
 struct SmallPicture {
@@ -93,13 +94,20 @@ void RecordPlayBegin() {
     game.author = info.author;
     game.licence = info.licence;
     game.source = info.source;
+    playedBefore = game.lastPlayed;
     game.lastPlayed = static_cast<u64>(std::time(nullptr));
     game.removed = false;
     WritePlayedGame(game);
 }
 
 void RecordPlayEnd() {
-    if (game.path.empty() || moduleStarted == 0) {
+    if (game.path.empty()) {
+        return;
+    }
+    if (moduleStarted == 0) {
+        // A module that cannot be loaded was not played.
+        game.lastPlayed = playedBefore;
+        WritePlayedGame(game);
         return;
     }
     const auto time = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);

@@ -10,8 +10,8 @@
 
 namespace moxi {
 
-// Reads the record of the game that the user has named; to be called before the process restricts
-// itself. Returns the files that the run is going to write.
+// Reads the record of the game that the user has named, as only a process can that has not yet
+// restricted itself. Returns the files that the run is going to write.
 std::vector<std::string> PreparePlayRecord(const Options& options);
 
 // The game has been found and begins: it is one that was played now.

@@ -31,6 +31,7 @@
 #include "host/home.h"
 #include "host/played.h"
 #include "host/preferences.h"
+#include "host/view_scale.h"
 #include "host/window_place.h"
 #include "surface/shelf.h"
 #include "surface/shown.h"
@@ -239,8 +240,13 @@ std::string Play(const std::string& path) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
+    // Its lines go where this one's go, and not through those of the libraries.
+    posix_spawn_file_actions_t streams;
+    posix_spawn_file_actions_init(&streams);
+    posix_spawn_file_actions_adddup2(&streams, errorDescriptor, STDERR_FILENO);
     const int error =
-        posix_spawn(&player, "/proc/self/exe", nullptr, nullptr, arguments.data(), environ);
+        posix_spawn(&player, "/proc/self/exe", &streams, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&streams);
     if (error == 0) {
         return "";
     }
@@ -281,7 +287,16 @@ bool OpenDesktopOfShelf() {
         return true;
     }
     std::string error;
-    return StartSdlDesktop(&error);
+    if (!StartSdlDesktop(&error)) {
+        return false;
+    }
+    // It fills what there is by itself, so there is nothing to be fitted.
+    ViewScale scale = ViewScaleOf(preferences);
+    if (scale.kind != ViewScale::Kind::Steps) {
+        scale.kind = ViewScale::Kind::Automatic;
+    }
+    desktop.setViewScale(scale);
+    return true;
 }
 
 [[noreturn]] void End(int status) {
@@ -322,6 +337,9 @@ void RunShelf(const Options& chosen) {
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
     const bool isNamed = !options.preferences.empty();
     ReadPreferences(isNamed ? options.preferences : usersFile, isNamed);
+    if (!options.scale.empty()) {
+        SetPreferenceForRun("scale", options.scale);
+    }
     StartPangoText();
     vmSlots.endProcess = End;
     shelfSlots = {

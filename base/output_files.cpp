@@ -44,7 +44,7 @@ std::string NewFileOf(const std::string& path) {
 }
 
 void RemoveUnfinishedFiles(const std::string& folder) {
-    constexpr time_t kUnfinishedKept = 24 * 60 * 60;
+    constexpr time_t kUnfinishedKept = time_t{24} * 60 * 60;
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {

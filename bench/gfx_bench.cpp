@@ -4,14 +4,14 @@
 //   gfx_bench [--rounds N] [--kernels NAME] [FILTER]
 //
 // In every round each contender does the work of a case once after the other, for about a
-// millisecond; a ratio is the median over the rounds of the ratios within a round, so that what
-// else the machine does meanwhile falls on all of them. FILTER picks the cases whose name holds it.
+// millisecond of processor time; a ratio is the median over the rounds of the ratios within a
+// round, so that what else the machine does meanwhile falls on all of them. FILTER picks the cases
+// whose name holds it.
 
 #include <SDL.h>
 #include <pixman.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/timing.h"
 #include "gfx/alpha.h"
 #include "gfx/bitmap.h"
 #include "gfx/blit.h"
@@ -66,23 +67,12 @@ struct Case {
     std::vector<Goal> goals;
 };
 
-double Now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
-double Median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2),
-                     values.end());
-    return values[values.size() / 2];
-}
-
 double TimeBatch(const std::function<void()>& work, int repeats) {
-    const double start = Now();
+    const double start = ProcessorSeconds();
     for (int i = 0; i < repeats; ++i) {
         work();
     }
-    return (Now() - start) / repeats;
+    return (ProcessorSeconds() - start) / repeats;
 }
 
 int RepeatsFor(const std::function<void()>& work) {
@@ -111,7 +101,8 @@ void Run(const Case& test) {
             ratios[i].push_back(TimeBatch(test.others[i].work, repeats[i]) / own.back());
         }
     }
-    std::printf("| %s | %.2f us |", test.name.c_str(), Median(own) * 1e6);
+    std::printf("| %s | %.2f us, best %.2f |", test.name.c_str(), Median(own) * 1e6,
+                *std::min_element(own.begin(), own.end()) * 1e6);
     for (std::size_t i = 0; i < test.others.size(); ++i) {
         const double ratio = Median(ratios[i]);
         std::printf("%s %.2f x %s", i == 0 ? "" : ",", ratio, test.others[i].name.c_str());

@@ -7,8 +7,7 @@
 
 namespace moxi {
 
-// Processor time: what other programs take meanwhile does not count, as in Lua's os.clock.
-static double Now() {
+double ProcessorSeconds() {
     timespec now = {};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
@@ -24,9 +23,9 @@ double MedianTime(int runs, const std::function<void()>& setup, const std::funct
     std::vector<double> times;
     for (int i = 0; i < runs; ++i) {
         setup();
-        const double start = Now();
+        const double start = ProcessorSeconds();
         run();
-        times.push_back(Now() - start);
+        times.push_back(ProcessorSeconds() - start);
     }
     return Median(times);
 }

@@ -9,6 +9,10 @@
 
 namespace moxi {
 
+// Processor time since the start: what other programs take meanwhile does not count, as in Lua's
+// os.clock.
+double ProcessorSeconds();
+
 // The middle one of some values.
 double Median(std::vector<double> values);
 

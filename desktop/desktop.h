@@ -1,7 +1,7 @@
 #pragma once
 // The desktop as MOXI sees it: one record of functions, filled by exactly one implementation
-// (desktop/sdl or desktop/headless) before the application starts. Everything above this line is
-// the same code on every desktop.
+// (desktop/sdl or desktop/headless) before the application starts. The rooms that use it are the
+// same code on every desktop.
 //
 // Coordinates: windows and screens have their origin at the bottom-left of the main screen, y
 // upwards, in points (one point is one pixel). View rectangles have their origin at the view's
@@ -60,7 +60,10 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
-    i32 stride = 0;  // bytes from row to row
+    // The same pixels of the rectangle that is presented, and of no other, where the processor has
+    // them nearer; null where it has not. Bytes from row to row.
+    const u8* nearer = nullptr;
+    i32 nearerStride = 0;
 };
 
 // How much larger the view is shown than it is. The application goes by the view's own size.
@@ -112,8 +115,8 @@ struct Desktop {
     ViewSize (*viewSize)();
     bool (*isFullScreen)();
     void (*toggleFullScreen)();
-    // May be called before there is a window. The screens keep the sizes that they have with the
-    // first one.
+    // May be called before there is a window. What `screens` tells goes by the first scale that was
+    // set, and stays so.
     void (*setViewScale)(const ViewScale& scale);
     // Where the view is fitted to the whole screen: whether the window fills it just now. Nothing
     // where it is not fitted.
@@ -123,7 +126,7 @@ struct Desktop {
     void (*setFittedScreen)(bool whole);
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
-    // The pixels of `rect` have been drawn and are to be shown; only they are read.
+    // The pixels of `rect` have been drawn into the view's buffer and are to be shown.
     void (*presentView)(ViewPixels view, ViewRect rect);
 
     // --- The host's own surfaces, in the view's place

@@ -53,7 +53,7 @@ inline void RemoveAtEnd() {
     _exit(0);
 }
 
-// To be called from LLVMFuzzerInitialize.
+// The work of LLVMFuzzerInitialize.
 inline void Confine(int argc, char** argv) {
     std::string pattern = "/dev/shm/moxi-fuzz-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) {

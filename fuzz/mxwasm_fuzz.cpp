@@ -1,6 +1,6 @@
 // The translator, with any bytes as a module, or with a valid module that the input changes in
-// places. What it refuses it says a line about, and what it accepts becomes a module of the
-// machine.
+// places, or gives sections of debug information, or with one as a cartridge to a console. What it
+// refuses it says a line about, and what it accepts becomes a module of the machine.
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -34,6 +34,47 @@ std::string ChangedModule(FuzzedDataProvider& input) {
     return bytes;
 }
 
+void AddNumber(std::string& bytes, size_t number) {
+    do {
+        const auto digit = static_cast<char>(number & 127);
+        number >>= 7;
+        bytes += number != 0 ? static_cast<char>(digit | -128) : digit;
+    } while (number != 0);
+}
+
+constexpr const char* kDebugSections[] = {
+    ".debug_abbrev",   ".debug_info",     ".debug_line",     ".debug_str",
+    ".debug_loc",      ".debug_ranges",   ".debug_addr",     ".debug_str_offsets",
+    ".debug_line_str", ".debug_loclists", ".debug_rnglists", "name"};
+
+// A description of one unit with a function and variables, which the input changes in places.
+constexpr std::string_view kAbbreviations(
+    "\1\x11\1\x25\x08\x13\5\3\x08\x10\x17\x11\1\x12\6\0\0"
+    "\2\x2E\1\x11\1\x12\6\x40\x18\3\x08\x49\x13\0\0"
+    "\3\5\0\2\x18\3\x08\x49\x13\0\0"
+    "\4\x34\0\2\x17\3\x08\x49\x13\0\0"
+    "\5\x24\0\3\x08\x3E\x0B\x0B\x0B\0\0\0",
+    66);
+
+std::string ModuleWithDebugInformation(FuzzedDataProvider& input) {
+    std::string bytes = moxi::MakeRandomModule(input.ConsumeIntegral<u8>()).bytes;
+    const bool knowsAbbreviations = input.ConsumeBool();
+    while (input.remaining_bytes() > 0) {
+        const std::string name = input.PickValueInArray(kDebugSections);
+        std::string content = input.ConsumeRandomLengthString(400);
+        if (knowsAbbreviations && name == kDebugSections[0]) {
+            content = std::string(kAbbreviations) + content;
+        }
+        std::string section;
+        AddNumber(section, name.size());
+        section += name + content;
+        bytes += '\0';
+        AddNumber(bytes, section.size());
+        bytes += section;
+    }
+    return bytes;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
@@ -45,9 +86,16 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     options.calls = true;
     options.checkBounds = input.ConsumeBool();
     options.wantAssembly = input.ConsumeBool();
-    const std::string bytes =
-        input.ConsumeBool() ? ChangedModule(input) : input.ConsumeRemainingBytesAsString();
-    const moxi::Translation translation = moxi::Translate(bytes, options);
+    const u32 kind = input.ConsumeIntegralInRange<u32>(0, 3);
+    const std::string console =
+        kind == 3 ? MakeRandomModule(input.ConsumeIntegral<u8>()).bytes : "";
+    const std::string bytes = kind == 0   ? input.ConsumeRemainingBytesAsString()
+                              : kind == 1 ? ModuleWithDebugInformation(input)
+                                          : ChangedModule(input);
+    if (kind == 3) {
+        options.cartridge = bytes;
+    }
+    const moxi::Translation translation = moxi::Translate(kind == 3 ? console : bytes, options);
     if (!translation.ok) {
         Require(!translation.errors.empty() && translation.bytes.empty());
         for (const std::string& error : translation.errors) {

@@ -81,17 +81,13 @@ const u8* ScreenRow(i64 row) {
 // Draws the source rectangle into the destination, each pixel from the source pixel nearest to
 // its centre. Answers whether all that was drawn was copied as it is.
 bool DrawStretched(const ViewRect& destination, const ViewRect& source, i32 viewHeight,
-                   ViewBuffer& view) {
+                   ViewBuffer& view, bool streams) {
     const double top = viewHeight - (destination.y + destination.height);
     const i32 firstColumn = FirstPixel(destination.x, view.width);
     const i32 endColumn = FirstPixel(destination.x + destination.width, view.width);
     const i32 firstRow = FirstPixel(top, view.height);
     const i32 endRow = FirstPixel(top + destination.height, view.height);
     const bool oneToOne = source.width == destination.width && std::floor(source.x) == source.x;
-    // What is larger than the caches goes past them.
-    constexpr i64 kStreamedPixels = i64{1} << 18;
-    const bool streams =
-        (i64{endColumn} - firstColumn) * (i64{endRow} - firstRow) >= kStreamedPixels;
     bool isCopied = oneToOne && source.height == destination.height;
     for (i32 row = firstRow; row < endRow; ++row) {
         const double down = (row + 0.5 - top) * source.height / destination.height;
@@ -122,6 +118,41 @@ bool DrawStretched(const ViewRect& destination, const ViewRect& source, i32 view
     return isCopied;
 }
 
+bool IsWhole(const ViewRect& rect) {
+    return std::floor(rect.x) == rect.x && std::floor(rect.y) == rect.y &&
+           std::floor(rect.width) == rect.width && std::floor(rect.height) == rect.height;
+}
+
+bool IsSame(const ViewRect& a, const ViewRect& b) {
+    return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+bool LiesWithin(const ViewRect& rect, double width, double height) {
+    return rect.x >= 0 && rect.y >= 0 && rect.x + rect.width <= width &&
+           rect.y + rect.height <= height;
+}
+
+// Whole pixels, one to one, from the same place of the screen bitmap, top first.
+void DrawPlain(const ViewRect& place, ViewBuffer& view, PartDrawn drawn) {
+    // What is larger than the caches goes past them.
+    constexpr i64 kStreamedPixels = i64{1} << 18;
+    // A part is drawn and shown while the second-level cache has it.
+    constexpr i64 kPartPixels = i64{1} << 15;
+    constexpr i64 kSplitPixels = i64{1} << 20;
+    const i64 width = static_cast<i64>(place.width);
+    const i64 height = static_cast<i64>(place.height);
+    const bool isLarge = width * height >= kSplitPixels;
+    const i64 rows = isLarge ? std::max<i64>(kPartPixels / width, 1) : height;
+    for (i64 row = 0; row < height; row += rows) {
+        const double count = static_cast<double>(std::min(rows, height - row));
+        const double y = place.y + static_cast<double>(row);
+        const ViewRect source = {place.x, y, place.width, count};
+        const ViewRect part = {place.x, view.height - y - count, place.width, count};
+        drawn(part,
+              DrawStretched(part, source, view.height, view, width * height >= kStreamedPixels));
+    }
+}
+
 // Three quarters of the machine's memory. The system would hand out more, and end the process by
 // force when it is used.
 u64 MostViewBytes() {
@@ -146,7 +177,7 @@ void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height) {
 }
 
 PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 viewHeight,
-                            ViewBuffer& view) {
+                            ViewBuffer& view, PartDrawn drawn) {
     if (postpone) {
         MergeIntoDirtyRect(rect);
         return PresentResult::Postponed;
@@ -183,14 +214,18 @@ PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 v
         SystemLog(FormatText("return sr w=%f h=%f", source.width, source.height));
         return PresentResult::Empty;
     }
-    const bool isWhole = std::floor(rect.x) == rect.x && std::floor(rect.y) == rect.y &&
-                         std::floor(rect.width) == rect.width &&
-                         std::floor(rect.height) == rect.height;
-    const bool isAsAsked = rect.x == asked.x && rect.y == asked.y && rect.width == asked.width &&
-                           rect.height == asked.height;
-    const bool isCopied = DrawStretched(rect, source, viewHeight, view);
-    return isCopied && isWhole && isAsAsked && viewHeight == view.height ? PresentResult::Copied
-                                                                         : PresentResult::Drawn;
+    // Nothing was cut, and no pixel is covered in part.
+    const bool isPlain = IsWhole(rect) && IsSame(rect, asked) && source.width == rect.width &&
+                         source.height == rect.height && viewHeight == view.height &&
+                         LiesWithin(source, view.width, view.height) &&
+                         LiesWithin(source, screenBitmap.width, screenBitmap.height);
+    if (isPlain) {
+        DrawPlain(source, view, drawn);
+    } else {
+        DrawStretched(rect, source, viewHeight, view, false);
+        drawn(asked, false);
+    }
+    return PresentResult::Drawn;
 }
 
 }  // namespace moxi

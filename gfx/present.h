@@ -20,7 +20,6 @@ enum class PresentResult : u8 {
     Postponed,  // folded into the dirty rectangle
     Empty,      // nothing to draw
     Drawn,
-    Copied,  // the same, and each pixel is that of the screen bitmap at the same place
 };
 
 // Gives the buffer a new size; all of it is white until it is drawn. A size that the machine's
@@ -32,7 +31,12 @@ void ResizeViewBuffer(ViewBuffer& view, i32 width, i32 height);
 // merged into the dirty rectangle instead, as it stands and without turning it upside down:
 // modules rely on seeing it flushed again. `knownHeight` is the view's height at its last frame
 // change, `viewHeight` its height now.
+//
+// `drawn` is told of what was drawn, part by part where it is large, so that the part is still near
+// when it is shown. With `isCopied` each of its pixels is that of the screen bitmap at the same
+// place.
+using PartDrawn = void (*)(ViewRect part, bool isCopied);
 PresentResult PresentScreen(ViewRect rect, bool postpone, i32 knownHeight, i32 viewHeight,
-                            ViewBuffer& view);
+                            ViewBuffer& view, PartDrawn drawn);
 
 }  // namespace moxi

@@ -352,7 +352,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
             problem = taken.Take(name, false);
         }
         if (!problem.empty()) {
-            return name + ": " + problem;
+            return problem.insert(0, name + ": ");
         }
         problem = AddFile(archive.get(), fs::path(folder) / name, name);
         if (!problem.empty()) {

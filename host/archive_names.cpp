@@ -77,7 +77,7 @@ std::string ArchiveNames::Take(const std::string& name, bool isFolder) {
         const std::string above = name.substr(0, slash);
         std::string problem = TakeOne(above, true, false);
         if (!problem.empty()) {
-            return "its folder " + above + ": " + problem;
+            return problem.insert(0, "its folder " + above + ": ");
         }
     }
     return TakeOne(name, isFolder, true);

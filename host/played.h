@@ -41,7 +41,8 @@ bool ParsePlayed(const std::string& text, PlayedGame& game);
 std::string PlayedFile(const std::string& path);
 std::string PlayedPicture(const std::string& path);
 
-// Makes the folder that they lie in. To be called before the process restricts itself.
+// Makes the folder that they lie in, while the process may still make folders there: the sandbox
+// takes that away.
 void MakePlayedFolder();
 
 // The record of the game at this path, read through `outputFiles`; where there is none, one with

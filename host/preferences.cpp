@@ -25,6 +25,8 @@ constexpr u64 kLargestFile = u64{1} << 20;
 constexpr size_t kLongestQuote = 60;
 constexpr u32 kMostComplaints = 20;
 
+constexpr std::string_view kAsking = "ask-before-opening";
+
 using Lines = std::vector<std::string>;
 
 // A change that is not in the file yet. Without a value the preference goes; without a name all of
@@ -180,6 +182,37 @@ std::string WithHome(const std::string& path) {
     return whole;
 }
 
+// Of the path as it really is, from the home folder on where it lies there.
+bool IsHidden(const std::string& path) {
+    std::error_code error;
+    const std::string real = std::filesystem::weakly_canonical(path, error).string();
+    const std::string home =
+        HomeFolder().empty() ? "" : std::filesystem::weakly_canonical(HomeFolder(), error).string();
+    const bool isAtHome = !home.empty() && real.compare(0, home.size() + 1, home + "/") == 0;
+    return error || real.find("/.", isAtHome ? home.size() : 0) != std::string::npos;
+}
+
+// --- What may not be lowered
+
+// By game, "" for all games: whether the player is asked before web addresses are opened.
+std::map<std::string, bool> Asking(const std::string& text) {
+    std::map<std::string, bool> asking;
+    ForEachLine(SplitLines(text), [&](size_t, const Line& line, const auto& section) {
+        Preferences read;
+        if (line.kind == LineKind::Value && section && line.name == kAsking &&
+            ReadPreference(read, line.name, line.value).empty()) {
+            asking[*section] = read.askBeforeOpening;
+        }
+    });
+    asking.try_emplace("", true);
+    return asking;
+}
+
+bool Asks(const std::map<std::string, bool>& asking, const std::string& game) {
+    const auto own = asking.find(game);
+    return own != asking.end() ? own->second : asking.at("");
+}
+
 // --- Changes
 
 std::string SectionOf(PreferenceScope scope) {
@@ -274,6 +307,10 @@ void ReadPreferences(const std::string& path, bool isNamed) {
     }
     Recompute();
     state.screenshotFolder = WithHome(preferences.screenshotFolder);
+    if (!state.screenshotFolder.empty() && IsHidden(state.screenshotFolder)) {
+        SystemLog("no folder for screenshots, for it is hidden: " + state.screenshotFolder);
+        state.screenshotFolder.clear();
+    }
 }
 
 std::string ScreenshotFolder() {
@@ -353,6 +390,41 @@ std::string PreferenceText(const Preferences& of, const std::string& name) {
     return WritePreference(of, name);
 }
 
+bool AsksLess(const std::string& before, const std::string& after) {
+    const std::map<std::string, bool> was = Asking(before);
+    const std::map<std::string, bool> is = Asking(after);
+    const auto isLess = [&](const auto& of) { return Asks(was, of.first) && !Asks(is, of.first); };
+    return std::any_of(was.begin(), was.end(), isLess) || std::any_of(is.begin(), is.end(), isLess);
+}
+
+namespace {
+
+std::string Joined(const Lines& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+// What may not be lowered for good is lowered for this run.
+void ApplyUnlessItLowers(Lines& lines, const Edit& edit) {
+    Lines changed = lines;
+    Apply(changed, edit);
+    if (!AsksLess(Joined(lines), Joined(changed))) {
+        lines = changed;
+    } else if (!edit.value) {
+        Apply(changed, {edit.section, std::string(kAsking), "yes"});
+        lines = changed;
+    } else {
+        state.ofRun[std::string(kAsking)] = preferences.askBeforeOpening ? "yes" : "no";
+        SystemLog("ask-before-opening = no holds for this run; to keep it, write it into " +
+                  state.path);
+    }
+}
+
+}  // namespace
+
 bool SavePreferences() {
     if (state.edits.empty()) {
         return true;
@@ -370,13 +442,9 @@ bool SavePreferences() {
     }
     Lines lines = SplitLines(text);
     for (const Edit& edit : state.edits) {
-        Apply(lines, edit);
+        ApplyUnlessItLowers(lines, edit);
     }
-    text.clear();
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    if (!ReplaceFile(state.path, text)) {
+    if (!ReplaceFile(state.path, Joined(lines))) {
         SystemLog(state.path + ": cannot be written");
         return false;
     }

@@ -36,7 +36,9 @@ const std::string& PreferenceFile();
 void ChoosePreferencesOf(const std::string& game);
 
 // Where the menu's screenshots go, as the file said when it was read: the process that writes them
-// is told no other place later. "" when there is no such place.
+// is told no other place later. A folder that is hidden, or lies in one that is, is none, wherever
+// a link of another name leads to it: programs keep what they obey in such. "" when there is no
+// place.
 std::string ScreenshotFolder();
 
 // --- Single ones, by the names that they have in the file: "music-volume", "key.w", "pad.a". A
@@ -56,6 +58,12 @@ Preferences StoredPreferences(PreferenceScope scope);
 bool IsThisGamesOwn(const std::string& name);
 // The value of a preference, as in the file.
 std::string PreferenceText(const Preferences& of, const std::string& name);
+
+// What protects the player's other files and the network is not for a process to lower that has run
+// a game: whether it is asked before web addresses are opened. True when `after`, the text of a
+// preference file, asks less often than `before` for any game. Such a change holds for its run and
+// is not saved; whoever wants it for good writes it into the file.
+bool AsksLess(const std::string& before, const std::string& after);
 
 // Writes what was set and forgotten since it was read or last saved into the file, which may have
 // changed since. Everything else in it stays as it is, comments and lines that nobody understands

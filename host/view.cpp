@@ -18,13 +18,6 @@ namespace {
 
 constinit i32 knownHeight = 0;  // the view's height at its last frame change
 
-// Where the view is a copy of the screen bitmap, that is nearer: a large copy has gone past the
-// caches.
-ViewPixels ScreenAsView() {
-    return {screenBitmap.pixels, viewBuffer.width, viewBuffer.height,
-            static_cast<i32>(screenBitmap.stride)};
-}
-
 }  // namespace
 
 void moxiView::init() {
@@ -44,11 +37,18 @@ void moxiView::frameDidChange() {
 void moxiView::drawRect(ViewRect rect) {
     const bool postpone = !presentNotify && !inputSuspended && !liveResize && inMX;
     const i32 viewHeight = desktop.viewSize().height;
-    const PresentResult result = PresentScreen(rect, postpone, knownHeight, viewHeight, viewBuffer);
-    if (result != PresentResult::Drawn && result != PresentResult::Copied) {
+    const auto show = [](ViewRect part, bool isCopied) {
+        ViewPixels view = ShownPixels();
+        if (isCopied) {
+            view.nearer = screenBitmap.pixels;
+            view.nearerStride = static_cast<i32>(screenBitmap.stride);
+        }
+        desktop.presentView(view, part);
+    };
+    if (PresentScreen(rect, postpone, knownHeight, viewHeight, viewBuffer, show) !=
+        PresentResult::Drawn) {
         return;
     }
-    desktop.presentView(result == PresentResult::Copied ? ScreenAsView() : ShownPixels(), rect);
     if (presentNotify) {
         presentNotify = false;
         PostMessage(MSG_PRESENTED, 0, 0, 0);
@@ -74,13 +74,13 @@ bool FlushDirtyRect() {
 }
 
 ViewPixels ShownPixels() {
-    return {viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height, 4 * viewBuffer.width};
+    return {viewBuffer.pixels.data(), viewBuffer.width, viewBuffer.height};
 }
 
 bool WriteScreenshot(const std::string& path) {
     const ViewPixels shown = surfacePixels.pixels != nullptr ? surfacePixels : ShownPixels();
     return WritePngFile(path, shown.pixels, static_cast<u32>(shown.width),
-                        static_cast<u32>(shown.height), static_cast<u32>(shown.stride),
+                        static_cast<u32>(shown.height), static_cast<u32>(4 * shown.width),
                         PngFormat::RgbFrom4);
 }
 

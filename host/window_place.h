@@ -16,7 +16,8 @@ void ReadWindowPlace(const std::string& file, const std::string& game);
 // Once the window is shown and the game has begun: moves it there with `setFrame`, as the user
 // would, onto a screen that is there.
 void RestoreWindowPlace(void (*setFrame)(WindowFrame frame));
-// To be called before the window fills the screen, and before it goes: where it is now.
+// Remembers where the window is now. The first for the moment before it fills the screen, the
+// second for the moment before it goes: a window that is lost in full screen keeps the first place.
 void NoteWindowPlace();
 void NoteLastWindowPlace();
 // Writes where the window is, or was when that was noted last.

@@ -66,10 +66,11 @@ void ClampScroll(Surface& surface) {
 
 }  // namespace
 
-double SurfaceScale(i32 width, i32 height, bool largeText) {
+double SurfaceScale(i32 width, i32 height, bool largeText, double least) {
     const double room = std::min(width / kPlainWidth, height / kPlainHeight);
     // In quarters, so that lines stay crisp while a window is being sized.
-    const double scale = std::clamp(std::floor(room * 4) / 4, 1.0, kLargestScale);
+    const double scale =
+        std::clamp(std::floor(room * 4) / 4, std::min(least, kLargestScale), kLargestScale);
     return largeText ? scale * kLargeText : scale;
 }
 

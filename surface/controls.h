@@ -86,8 +86,9 @@ struct Want {
     std::string text = {};  // typed
 };
 
-// The scale that a surface of so many pixels is readable at. `largeText` makes all of it larger.
-double SurfaceScale(i32 width, i32 height, bool largeText);
+// The scale that a surface of so many pixels is readable at, `least` or more. `largeText` makes all
+// of it larger.
+double SurfaceScale(i32 width, i32 height, bool largeText, double least = 1);
 
 // Begins a new list of controls; focus and scroll stay. The size is in pixels.
 void BeginControls(Surface& surface, i32 width, i32 height, double scale);

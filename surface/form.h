@@ -6,7 +6,8 @@
 
 namespace moxi {
 
-// To be called after the last AddControl; ends the list. 200 x 150 units are room enough.
+// Ends the list: the controls that were added until then get their places. 200 x 150 units are room
+// enough.
 void LayOutForm(Surface& surface);
 
 }  // namespace moxi

@@ -48,8 +48,10 @@ struct Shelf {
 
 Shelf shelf;
 
+// As large as the window has room for, and no smaller than the points of the view are.
 double ScaleOf(ViewSize size) {
-    return SurfaceScale(size.width, size.height, preferences.largeText);
+    const double point = static_cast<double>(size.width) / std::max(desktop.viewSize().width, 1);
+    return SurfaceScale(size.width, size.height, preferences.largeText, std::max(point, 1.0));
 }
 
 const ShelfGame* GameOf(const std::string& path) {

@@ -13,7 +13,7 @@ constinit const Surface* shown = nullptr;
 
 void ShowSurface(const Surface& surface, const Canvas& canvas) {
     shown = &surface;
-    surfacePixels = {canvas.pixels.data(), canvas.width, canvas.height, 4 * canvas.width};
+    surfacePixels = {canvas.pixels.data(), canvas.width, canvas.height};
     desktop.presentSurface(canvas.pixels.data(), {canvas.width, canvas.height});
 }
 

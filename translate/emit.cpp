@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "translate/emit_operations.h"
 #include "translate/operands.h"
@@ -116,15 +117,21 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
     return x86::Mem(kImage, pointer, 0, offset, size);
 }
 
-// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP that the call had
-// lies on the processor's stack: most often it is the right one, and then neither it nor SP, which
-// follows from the instruction, has to wait for what the module's stack says.
+// Where a RETURN comes back to, with what it found in rax, see EmitReturn. FP is most often what it
+// was before the call, which follows from FP of the called code or lies on the processor's stack:
+// then neither it nor SP, which follows from the instruction, has to wait for what the module's
+// stack says.
 void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     const Label wanted = e.a.newLabel();
     e.returns.push_back({wanted, returned});
     e.a.cmp(x86::rax, x86::qword_ptr(wanted));
-    e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
-    e.a.pop(x86::rcx);
+    if (IsNearFrame(e.facts)) {
+        e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
+        e.a.lea(x86::ecx, x86::ptr(x86::r13, 12 + e.facts.depth));
+    } else {
+        e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
+        e.a.pop(x86::rcx);
+    }
     e.a.cmp(x86::edx, x86::ecx);
     e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
     e.a.lea(x86::r12d, x86::ptr(x86::r13, static_cast<i32>(12 + ArgumentBytes(in.w))));
@@ -143,8 +150,13 @@ void EmitCall(Emission& e, const Instruction& in) {
     }
     const u32 next = in.pc + in.length;
     const u64 returned = next | u64{ArgumentBytes(in.w)} << 32;
-    e.a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), in.pc + 4);
     e.a.mov(x86::rcx, returned);
+    if (in.length == 8) {
+        e.a.movd(kBehindCall, x86::ecx);
+    } else {
+        e.a.mov(x86::edx, in.pc + 8);
+        e.a.movd(kBehindCall, x86::edx);
+    }
     e.a.mov(InStack(x86::r12, -8, 8), x86::rcx);
     e.a.sub(x86::r12d, 8);
     const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel()};
@@ -152,7 +164,9 @@ void EmitCall(Emission& e, const Instruction& in) {
     e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
     e.a.jbe(full.label);
     e.a.bind(full.back);
-    e.a.push(x86::r13);
+    if (!IsNearFrame(e.facts)) {
+        e.a.push(x86::r13);
+    }
     if (block >= 0) {
         e.a.call(e.labels[static_cast<size_t>(block)]);
     } else {
@@ -166,7 +180,7 @@ void EmitCall(Emission& e, const Instruction& in) {
 
 void EmitLink(Emission& e, const Instruction& in) {
     const u32 count = SavedRegisters(in.w);
-    const u32 room = PushedBy(in);
+    const u32 room = UseOf(e).pushed;
     RequireRoom(e, room);
     e.a.mov(InStack(x86::r12, -4, 4), x86::r13d);
     for (u32 i = 0; i < count; ++i) {
@@ -255,6 +269,7 @@ void EmitSingle(Emission& e, const Instruction& in) {
 void EmitInstruction(Emission& e, const Instruction& in) {
     if (in.kind != InstructionClass::FlagBranch) {
         e.flagsFit = false;
+        e.inRax = std::exchange(e.leftInRax, std::nullopt);
     }
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
         e.a.jmp(LeaveLabel(e));
@@ -274,9 +289,10 @@ void EmitInstruction(Emission& e, const Instruction& in) {
 void EmitBlock(Emission& e, size_t number) {
     e.block = e.region.blocks[number];
     e.flagsFit = false;
-    e.facts = e.before[number];
+    e.facts = e.known.before[number];
     e.fillsSlot = false;
     e.reached.clear();
+    e.leftInRax.reset();
     e.a.bind(e.labels[number]);
     e.firstPlaces.push_back(static_cast<u32>(e.out.places.size()));
     EmitNote(e, {0, e.firstPlaces.back(), static_cast<u16>(e.block.count)});
@@ -285,7 +301,7 @@ void EmitBlock(Emission& e, size_t number) {
         const Instruction& in = e.region.instructions[e.block.first + e.index];
         e.in = &in;
         e.leave.reset();
-        const Facts after = FactsAfter(e.region, e.block, e.index, e.facts);
+        const Facts after = FactsAfter(UseOf(e), e.facts);
         CodePlace place = {static_cast<u32>(e.a.offset()), in.pc};
         place.index = static_cast<u16>(e.index);
         e.out.places.push_back(place);
@@ -405,7 +421,8 @@ void EmitEntries(Emission& e, const u32* generation) {
     for (size_t i = 0; i < e.region.blocks.size(); ++i) {
         const u32 pc = e.region.instructions[e.region.blocks[i].first].pc;
         e.out.entries.push_back({pc, static_cast<u32>(e.a.offset())});
-        Facts facts = e.before[i];
+        Facts facts = e.known.before[i];
+        facts.depth = kNoDepth;
         if (facts.stack != kNoStack) {
             facts.stack = kFloorRoom;
         }
@@ -489,12 +506,20 @@ u16 WideRegisters(const Region& region) {
 Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
                        const u32* generation) {
     Translation out;
-    CodeHolder holder;
+    // Its memory serves for the next region again.
+    static CodeHolder holder;
+    holder.reset();
     holder.init(Environment::host(), reinterpret_cast<u64>(base));
+    constexpr size_t kOrdinarySize = 32768;
+    holder.reserveBuffer(&holder.textSection()->buffer(), kOrdinarySize);
     x86::Assembler a(&holder);
     Emission e(a, region, shared, out, base);
-    e.before = FindFacts(region);
+    e.known = FindFacts(region);
     e.startWithSlot = StartWithSlot(region);
+    out.places.reserve(region.instructions.size());
+    for (auto* labels : {&e.labels, &e.bodies}) {
+        labels->reserve(region.blocks.size());
+    }
     for (size_t i = 0; i < region.blocks.size(); ++i) {
         e.labels.push_back(a.newLabel());
         e.bodies.push_back(a.newLabel());

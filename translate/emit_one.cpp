@@ -30,6 +30,11 @@ u32 PushedBytes(u32 size) {
 }
 
 void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
+    if (in.mode == Mode::Frame && e.inRax == Emission::InFrame{FrameOffset(in.w), size}) {
+        RequireRoom(e, PushedBytes(size));
+        EmitPush(e, PushedBytes(size));
+        return;
+    }
     const Place place = PlaceOfOperand(e, in, Use::Read);
     RequireRoom(e, PushedBytes(size));
     if (IsHost(place) && size >= 2) {

@@ -38,6 +38,19 @@ void MoveHostRegisters(x86::Assembler& a, bool isLoad) {
     }
 }
 
+// From and to pcPreJsr, by way of rcx.
+void LoadBehindCall(x86::Assembler& a) {
+    a.mov(x86::ecx, StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4));
+    a.add(x86::ecx, 4);
+    a.movd(kBehindCall, x86::ecx);
+}
+
+void StoreBehindCall(x86::Assembler& a) {
+    a.movd(x86::ecx, kBehindCall);
+    a.sub(x86::ecx, 4);
+    a.mov(StateField(static_cast<size_t>(DistanceOf(pcPreJsr)), 4), x86::ecx);
+}
+
 // A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
 void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
                const Label& strayReturn) {
@@ -57,6 +70,7 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     a.mov(StateField(offsetof(TranslatedState, log) + size_t{4} * (kLogSize - 1), 4), 0);
     a.mov(x86::r15, StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8));
     MoveHostRegisters(a, true);
+    LoadBehindCall(a);
     a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);
     a.lea(x86::rcx, x86::ptr(x86::rsp, -kHostStackSize));
     a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rcx);
@@ -89,6 +103,7 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
 
 void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     MoveHostRegisters(a, false);
+    StoreBehindCall(a);
     a.mov(x86::r9d, x86::edx);
     a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
     a.mov(x86::dword_ptr(kImage, kHeaderSP), x86::r12d);
@@ -108,9 +123,9 @@ void EmitLeave(x86::Assembler& a, const void* leaveHandler) {
     JumpUntracked(a, x86::rax);
 }
 
-// The module's registers wait in the header, where they may be looked at meanwhile. Translated code
-// runs with 8 bytes more on the processor's stack than a multiple of 16, of which the call of this
-// makes the multiple that a call of a host's routine needs.
+// The module's registers wait in the header, where they may be looked at meanwhile. A host's
+// routine wants the processor's stack at a multiple of 16; what it was waits in a register that
+// such a routine keeps.
 void EmitMoveBlock(x86::Assembler& a, const void* moveBlock) {
     MoveHostRegisters(a, false);
     a.mov(StateField(static_cast<size_t>(DistanceOf(lastThreadedResult)), 8), x86::r15);
@@ -119,10 +134,15 @@ void EmitMoveBlock(x86::Assembler& a, const void* moveBlock) {
     a.mov(x86::edi, x86::edx);
     a.mov(x86::esi, x86::ecx);
     a.mov(x86::edx, x86::eax);
+    StoreBehindCall(a);
+    a.mov(x86::rbp, x86::rsp);
+    a.and_(x86::rsp, -16);
     a.mov(x86::rax, reinterpret_cast<u64>(moveBlock));
     a.call(x86::rax);
+    a.mov(x86::rsp, x86::rbp);
     a.mov(kStateRegister, reinterpret_cast<u64>(&translatedState));
     MoveHostRegisters(a, true);
+    LoadBehindCall(a);
     a.test(x86::al, x86::al);
     a.ret();
 }

@@ -490,6 +490,9 @@ void EmitTwoOperands(Emission& e, const Instruction& in) {
         EmitDivision(e, op, a, b, size);
     } else {
         EmitSimple(e, op, a, b, size);
+        if (in.form.a == Mode::Frame && WritesA(op) && size >= 2) {
+            e.leftInRax = Emission::InFrame{FrameOffset(in.w), size};
+        }
     }
 }
 

@@ -36,7 +36,7 @@ Place MemoryAt(const x86::Gp& address) {
 
 // One comparison for all operands in the frame up to the end of the block or the next LINK.
 void CheckFrame(Emission& e) {
-    const i32 low = FrameUseFrom(e.region, e.block, e.index).low;
+    const i32 low = UseOf(e).from.low;
     CompareFrame(e, low, x86::eax);
     e.a.jae(LeaveLabel(e));
     e.facts.frame = low;
@@ -174,12 +174,23 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
 }
 
 Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
-    EmitAddress(e, Mode::Indexed, number, offset, scratch);
-    if (!WasReached(e, number, offset, use)) {
+    const bool wasReached = WasReached(e, number, offset, use);
+    // The sum does not wrap where what was compared, or reached before, lies behind the header.
+    const bool isDirect = hostOf[number] != kNoHost && IsNarrow(number) && offset <= kHeaderSize;
+    if (!wasReached || !isDirect) {
+        EmitAddress(e, Mode::Indexed, number, offset, scratch);
+    }
+    if (!wasReached) {
         Compare(e, scratch, use);
         e.reaching.push_back({number, offset, use});
     }
-    return MemoryAt(scratch);
+    if (!isDirect) {
+        return MemoryAt(scratch);
+    }
+    Place place;
+    place.kind = PlaceKind::Memory;
+    place.memory = x86::ptr(kImage, HostRegister(hostOf[number]), 0, static_cast<i32>(offset));
+    return place;
 }
 
 Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {

@@ -4,6 +4,7 @@
 
 #include <asmjit/x86.h>
 
+#include <optional>
 #include <vector>
 
 #include "translate/facts.h"
@@ -15,6 +16,7 @@ namespace moxi {
 
 constexpr asmjit::x86::Gp kImage = asmjit::x86::rbx;
 constexpr asmjit::x86::Gp kStateRegister = asmjit::x86::r11;
+constexpr asmjit::x86::Xmm kBehindCall = asmjit::x86::xmm2;
 
 // What an operand is used for decides what its address is compared with: nothing is read below the
 // header's end, and nothing written where translated code was made.
@@ -35,7 +37,16 @@ struct Emission {
     bool flagsFit = false;
     // What is known before the present instruction, and at the beginning of each block.
     Facts facts;
-    std::vector<Facts> before;
+    RegionFacts known;
+    // The value of this operand in the frame stands in rax, behind the instruction before the
+    // present one, and behind this one.
+    struct InFrame {
+        i32 offset = 0;
+        u32 size = 0;
+        bool operator==(const InFrame&) const = default;
+    };
+    std::optional<InFrame> inRax;
+    std::optional<InFrame> leftInRax;
     // What the block has put into the immediate slot so far. The image gets it only where a block
     // goes on that may be left without putting something there itself.
     bool fillsSlot = false;
@@ -110,6 +121,11 @@ void JumpUntracked(asmjit::x86::Assembler& a, const asmjit::Operand& to);
 
 // The bytes of what was written, for the address that it was written for.
 std::vector<u8> CodeOf(asmjit::CodeHolder& holder, u8* base);
+
+// What the present instruction does with frame and stack.
+inline const StackUse& UseOf(const Emission& e) {
+    return e.known.uses[e.block.first + e.index];
+}
 
 // Compares whether operands in the frame from `low` on lie above all translated code: "below" if
 // so.

@@ -46,6 +46,7 @@ struct Search {
     std::vector<u32> waiting;
     IsTranslated isTranslated = nullptr;
     u32 repeated = 0;
+    size_t largest = kLargestRegion;
 
     bool IsRepeated(u32 pc) const { return isTranslated != nullptr && isTranslated(pc); }
 
@@ -62,7 +63,7 @@ struct Search {
     // Follows the code from a leader to where it goes elsewhere.
     void Follow(u32 pc) {
         bool isRepeated = false;
-        while (CanBeCode(pc) && !found.Contains(pc) && instructions.size() < kLargestRegion) {
+        while (CanBeCode(pc) && !found.Contains(pc) && instructions.size() < largest) {
             isRepeated = isRepeated || IsRepeated(pc);
             if (isRepeated && ++repeated > kMostRepeated) {
                 return;
@@ -100,8 +101,9 @@ bool GoesOn(const Instruction& in) {
 
 }  // namespace
 
-Region FindRegion(u32 entry, IsTranslated isTranslated) {
+Region FindRegion(u32 entry, IsTranslated isTranslated, u32 largest) {
     Search search;
+    search.largest = std::min(largest, kLargestRegion);
     search.isTranslated = isTranslated;
     search.Reach(entry);
     for (size_t i = 0; i < search.waiting.size(); ++i) {

@@ -32,7 +32,7 @@ constexpr u64 kMostCode = u64{16} << 20;
 // has its translation already, it has no more than kMostRepeated instructions: a large function
 // that is entered at a hundred places is not to be translated a hundred times.
 using IsTranslated = bool (*)(u32 pc);
-Region FindRegion(u32 entry, IsTranslated isTranslated = nullptr);
+Region FindRegion(u32 entry, IsTranslated isTranslated = nullptr, u32 largest = kLargestRegion);
 
 // The index of the block that begins at `pc`, or -1.
 int BlockAt(const Region& region, u32 pc);

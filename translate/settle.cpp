@@ -136,6 +136,7 @@ const CodePlace* SettleInterrupted(void* context) {
         const auto& held = vectors[kFirstVector + static_cast<u32>(vectorOf[number])];
         Store<u64>(RegisterAddress(number), held.element[0] | u64{held.element[1]} << 32);
     }
+    pcPreJsr = vectors[kBehindCallVector].element[0] - 4;
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
     lastThreadedResult = registers[REG_R15];

@@ -17,11 +17,13 @@ namespace moxi {
 //   xmm4 to xmm15                         those of the module's registers that mostly hold
 //                                         floating-point numbers, in the lower 64 bits
 //   xmm0, xmm1                            free within an instruction
+//   xmm2                                  pcPreJsr (vm/machine.h) and 4
 //
 // A register of the module that is "narrow" has its upper half clear wherever translated code runs.
 constexpr u32 kHostRegisters = 6;
 constexpr std::array<u8, kHostRegisters> kHostNumbers = {6, 7, 5, 8, 9, 10};
 constexpr i32 kNoHost = -1;
+constexpr u32 kBehindCallVector = 2;
 constexpr u32 kFirstVector = 4;
 constexpr u32 kVectors = 12;
 
@@ -33,7 +35,7 @@ constexpr u32 kCoverWindow = 64;
 constexpr u32 kFloorRoom = 1024;
 
 // How much of the processor's stack calls may take, in bytes: RETURN finds there, by the
-// processor's own return, the code behind the CALL, and that finds below it the FP that it had.
+// processor's own return, the code behind the CALL, and that may find below it the FP that it had.
 // They look whether these are what the module's stack says.
 constexpr i32 kHostStackSize = 65536;
 

@@ -36,6 +36,8 @@ constexpr u32 kLargestImage = 0xFFFE0000;
 constinit TranslatorOptions settings;
 constinit SharedCode shared;
 constinit size_t codeUsed = 0;
+// The shared code, while no region has been written behind it.
+std::vector<u8> unwritten;
 // By address of code: the region that is entered there.
 std::unordered_map<u32, TranslatedRegion*> regionAt;
 // How often a look found an address, or translated code went there in vain; below 0 where it was
@@ -234,8 +236,21 @@ void SetFloor(const Region& region) {
     }
 }
 
+// The shared code is written together with the first region: to change what may be done with pages
+// takes as long as to translate ten instructions.
+void WriteBehindShared(u8* base, const std::vector<u8>& code) {
+    if (unwritten.empty()) {
+        WriteCode(base, code);
+        return;
+    }
+    unwritten.insert(unwritten.end(), code.begin(), code.end());
+    WriteCode(base - (unwritten.size() - code.size()), unwritten);
+    unwritten.clear();
+}
+
 TranslatedRegion* Translate(u32 pc) {
-    const Region region = FindRegion(pc, [](u32 at) { return EntryAt(at) != 0; });
+    const Region region = FindRegion(
+        pc, [](u32 at) { return EntryAt(at) != 0; }, settings.largestRegion);
     if (region.instructions.empty()) {
         return nullptr;
     }
@@ -248,15 +263,15 @@ TranslatedRegion* Translate(u32 pc) {
     wideRegisters = static_cast<u16>(wideRegisters | wide);
     if (regions.empty()) {
         ChooseHosts();
-        const std::vector<u8> bytes = EmitSharedCode(
+        unwritten = EmitSharedCode(
             translatedState.codeMemory,
             {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
              reinterpret_cast<const void*>(MoveBlock)},
             shared);
         settling.jump = shared.jump;
         settling.jumpEnd = shared.moveBlock;
-        WriteCode(translatedState.codeMemory, bytes);
-        codeUsed = (bytes.size() + 63) / 64 * 64;
+        unwritten.resize((unwritten.size() + 63) / 64 * 64);
+        codeUsed = unwritten.size();
     }
     for (const Instruction& in : region.instructions) {
         Cover(in.pc, in.length);
@@ -269,7 +284,7 @@ TranslatedRegion* Translate(u32 pc) {
         regions.pop_back();
         return nullptr;
     }
-    WriteCode(base, translation.code);
+    WriteBehindShared(base, translation.code);
     codeUsed += (translation.code.size() + 63) / 64 * 64;
 
     made.code = base;

@@ -13,6 +13,8 @@ struct TranslatorOptions {
     i32 threshold = 16;
     // How many of the newest entries of the PC trace are always complete.
     u32 traceDepth = 16;
+    // Instructions, no more than kLargestRegion (translate/region.h).
+    u32 largestRegion = 600;
 };
 
 // Lets the interpreter of the loaded image translate. An earlier image's code is forgotten. Unless

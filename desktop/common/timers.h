@@ -41,8 +41,7 @@ TimerId StartTimer(Timers& timers, u64 now, u64 interval, void (*handler)(),
                    TimerOwner owner = TimerOwner::Game);
 void StopTimer(Timers& timers, TimerId timer);  // 0 and unknown timers are ignored
 
-// Deadline of the timer that is due first, kNever when there is none. Of timers that are held none
-// is.
+// Deadline of the timer that is due first; kNever when there is none, or all of them are held.
 u64 EarliestDeadline(const Timers& timers);
 // Hands the handler of the timer that is due first to `call`, if it is due at `now`; timers that
 // are due together fire in the order in which they were started. Firings that `clock` finds missed
@@ -53,7 +52,7 @@ bool FireDueTimer(Timers& timers, u64 now, u64 (*clock)(), void (*call)(void (*h
 // so from where it was.
 void HoldTimers(Timers& timers, u64 now);
 void LetTimersGo(Timers& timers, u64 now);
-// `now` for whom the time for which the timers were held has not passed.
+// `now` less all the time for which the timers have been held: the game's own clock.
 u64 TimeWithoutHolds(const Timers& timers, u64 now);
 
 }  // namespace moxi

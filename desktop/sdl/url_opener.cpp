@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/close_others.h"
 #include "base/log.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/gate.h"
@@ -86,6 +87,7 @@ template <class Serve>
 // programs and hears of good addresses alone. The first believes nothing that the game's process
 // has found: neither that the address is good nor that there are few of them.
 [[noreturn]] static void BecomeUrlOpener(int connection, void (*confine)()) {
+    CloseOthers(connection);
     std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
     std::signal(SIGCHLD, SIG_DFL);  // openers are waited for
     int ends[2];
@@ -124,7 +126,6 @@ void StartUrlOpener(void (*confine)()) {
         if (fork() != 0) {
             _exit(0);
         }
-        close(ends[0]);
         BecomeUrlOpener(ends[1], confine);
     }
     close(ends[1]);

@@ -5,11 +5,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
@@ -21,7 +23,9 @@
 #include <thread>
 
 #include "app/refused_calls.h"
+#include "base/close_others.h"
 #include "base/log.h"
+#include "desktop/sdl/input/pad_helper.h"
 #include "vm/guard.h"
 
 namespace moxi {
@@ -90,6 +94,84 @@ TEST(CallFilter, TheSystemStaysAsItIs) {
           SYS_settimeofday, SYS_sethostname, SYS_symlinkat}) {
         EXPECT_EQ(StatusInFilter([call] { return Refused(syscall(call, 0, 0, 0, 0, 0)); }), 0)
             << call;
+    }
+}
+
+// Landlock restricts none of these, wherever the file lies.
+TEST(CallFilter, NoFileOfTheUsersIsOpenedToOthersCutOffOrWatched) {
+    char path[] = "/tmp/moxi-test-XXXXXX";
+    const int file = mkstemp(path);
+    ASSERT_EQ(write(file, "diary", 5), 5);
+    for (const auto attack :
+         {+[](const char* name) { return chmod(name, 0777); },
+          +[](const char* name) { return chown(name, getuid(), getgid()); },
+          +[](const char* name) { return truncate(name, 0); },
+          +[](const char* name) { return utimensat(AT_FDCWD, name, nullptr, 0); },
+          +[](const char* name) { return inotify_add_watch(inotify_init1(0), name, IN_ACCESS); }}) {
+        EXPECT_EQ(StatusInFilter([&] { return Refused(attack(path)); }), 0);
+    }
+    constexpr long kFchmodat2 = 452;
+    EXPECT_EQ(StatusInFilter([&] { return Refused(syscall(kFchmodat2, AT_FDCWD, path, 0777, 0)); }),
+              0);
+    struct stat status;
+    ASSERT_EQ(stat(path, &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    EXPECT_EQ(status.st_size, 5);
+    // What the game has opened is its own to cut off.
+    EXPECT_EQ(StatusInFilter([&] { return ftruncate(file, 2); }), 0);
+    close(file);
+    unlink(path);
+}
+
+TEST(HelperProcesses, TheOneForGamepadsDoesItsWorkBehindItsFilter) {
+    char folder[] = "/tmp/moxi-test-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string first = std::string(folder) + "/event0";
+    const std::string later = std::string(folder) + "/event1";
+    close(open(first.c_str(), O_WRONLY | O_CREAT, 0600));
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        FilterPadHelperCalls();
+        HandOverPads(ends[1], folder, [](int) { return true; });
+        _exit(0);
+    }
+    close(ends[1]);
+    // One that is there, and one that comes later.
+    char letter = 0;
+    EXPECT_EQ(recv(ends[0], &letter, 1, 0), 1);
+    close(open(later.c_str(), O_WRONLY | O_CREAT, 0600));
+    EXPECT_EQ(recv(ends[0], &letter, 1, 0), 1);
+    close(ends[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    unlink(first.c_str());
+    unlink(later.c_str());
+    rmdir(folder);
+}
+
+TEST(HelperProcesses, HoldNothingOpenButTheStandardStreamsAndTheirConnection) {
+    for (const int kept : {3, 20}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (const int open : {3, 7, 20, 90}) {
+                dup2(0, open);
+            }
+            CloseOthers(kept);
+            for (int file = 0; file < 100; ++file) {
+                const bool isOpen = fcntl(file, F_GETFD) >= 0;
+                if (isOpen != (file < 3 || file == kept)) {
+                    _exit(file + 1);
+                }
+            }
+            _exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << "descriptor " << WEXITSTATUS(status) - 1;
     }
 }
 

@@ -380,6 +380,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     const Home home;
     const std::string pictures = home.folder.path + "/pictures";
     fs::create_directories(pictures + "/deeper");
+    WriteTextFile(pictures + "/MOXI old.png", "old");
     const std::string dump = home.path + "/dump";
     const auto opens = [](const std::string& path) {
         std::FILE* const file = outputFiles.open(path);
@@ -388,6 +389,14 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     const int status = StatusOf([&] {
         if (!StartOutputHelper({{dump}, pictures})) {
             return 100;
+        }
+        // Pictures of earlier runs stay as they are.
+        if (opens(pictures + "/MOXI old.png") || outputFiles.makeNew(pictures + "/MOXI old.png")) {
+            return 109;
+        }
+        outputFiles.remove(pictures + "/MOXI old.png");
+        if (!outputFiles.makeNew(pictures + "/MOXI a.png")) {
+            return 110;
         }
         if (!opens(dump) || !opens(pictures + "/MOXI a.png")) {
             return 101;
@@ -420,6 +429,7 @@ TEST(OutputHelper, OpensTheFilesThatItWasToldOfAndNoOthers) {
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
     EXPECT_EQ(ReadTextFile(home.path + "/direct"), "text");
     EXPECT_FALSE(fs::exists(pictures + "/MOXI a.png"));
+    EXPECT_EQ(ReadTextFile(pictures + "/MOXI old.png"), "old");
     EXPECT_FALSE(fs::exists(home.folder.path + "/b.png"));
     EXPECT_FALSE(fs::exists(pictures + "/MOXI a.sh"));
 }
@@ -460,6 +470,44 @@ TEST(OutputHelper, ReadsAndReplacesTheHostsOwnFilesAndNoOthers) {
     EXPECT_EQ(ReadTextFile(own), "second");
     EXPECT_FALSE(fs::exists(NewFileOf(own)));
     EXPECT_EQ(ReadTextFile(home.diary), "dear diary");
+}
+
+// As a process that a game has taken over would try it.
+TEST(OutputHelper, AGuardedFileChangesOnlyAsItMay) {
+    const Home home;
+    const std::string own = home.path + "/preferences";
+    WriteTextFile(own, "old");
+    const auto rewind = [](int file, const char* text) {
+        return lseek(file, 0, SEEK_SET) == 0 && write(file, text, 4) == 4;
+    };
+    const int status = StatusOf([&] {
+        OutputPlaces places = {{}, "", {own}};
+        places.guardedFile = own;
+        places.mayChange = [](const std::string& before, const std::string& after) {
+            return before == "old" && after == "good";
+        };
+        if (!StartOutputHelper(places)) {
+            return 100;
+        }
+        if (ReplaceFile(own, "evil")) {
+            return 101;
+        }
+        // Neither past the new file, nor by emptying or removing it.
+        if (outputFiles.open(own) != nullptr || outputFiles.makeNew(own)) {
+            return 102;
+        }
+        outputFiles.remove(own);
+        // What is looked at is not changed afterwards through what is still open.
+        std::FILE* const kept = outputFiles.open(NewFileOf(own));
+        if (kept == nullptr || !rewind(fileno(kept), "good") || !outputFiles.putInPlace(own)) {
+            return 103;
+        }
+        return rewind(fileno(kept), "evil") ? 0 : 104;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ReadTextFile(own), "good");
+    EXPECT_FALSE(fs::exists(NewFileOf(own)));
+    EXPECT_FALSE(fs::exists(NewFileOf(NewFileOf(own))));
 }
 
 TEST(OutputHelper, APipeInThePlaceOfAFileOfTheHostsOwnHoldsNothingUp) {

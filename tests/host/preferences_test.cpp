@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "base/output_files.h"
+#include "desktop/folders.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {
@@ -300,6 +302,73 @@ TEST_F(PreferenceFiles, TheFileIsReplacedWholeAndAFailureIsOneLine) {
     EXPECT_TRUE(SavePreferences());
     EXPECT_EQ(Text(), "mute = no\n");
     EXPECT_FALSE(std::filesystem::exists(NewFileOf(path)));
+}
+
+TEST_F(PreferenceFiles, WhatIsAskedLessOftenHoldsForTheRunAndIsNotSaved) {
+    Read("");
+    ChoosePreferencesOf("Drift");
+    for (const PreferenceScope scope : {AllGames, ThisGame}) {
+        SetPreference(scope, "ask-before-opening", "no");
+        SetPreference(scope, "mute", "yes");
+        testing::internal::CaptureStderr();
+        EXPECT_TRUE(SavePreferences());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "log: ask-before-opening = no holds for this run; to keep it, write it into " +
+                      path + "\n");
+        EXPECT_FALSE(preferences.askBeforeOpening);
+    }
+    EXPECT_EQ(Text(), "mute = yes\n\n[game Drift]\nmute = yes\n");
+    SetPreference(AllGames, "ask-before-opening", "yes");
+    EXPECT_TRUE(SavePreferences());
+    EXPECT_EQ(Text(), "mute = yes\nask-before-opening = yes\n\n[game Drift]\nmute = yes\n");
+}
+
+TEST_F(PreferenceFiles, ForgettingAllOfAGameLeavesItsQuestionsWhereOthersAskNone) {
+    Read("ask-before-opening = no\n[game Drift]\nask-before-opening = yes\nmute = yes\n");
+    ChoosePreferencesOf("Drift");
+    ForgetAllPreferences(ThisGame);
+    EXPECT_TRUE(SavePreferences());
+    EXPECT_EQ(Text(), "ask-before-opening = no\n[game Drift]\nask-before-opening = yes\n");
+}
+
+TEST_F(PreferenceFiles, AskingLessIsToldFromAskingMore) {
+    const std::string no = "ask-before-opening = no\n";
+    const std::string yes = "ask-before-opening = yes\n";
+    EXPECT_TRUE(AsksLess("", no));
+    EXPECT_TRUE(AsksLess("", "[game Drift]\n" + no));
+    EXPECT_TRUE(AsksLess("[game Drift]\n" + no, no));
+    EXPECT_TRUE(AsksLess(no + "[game Drift]\n" + yes, no));
+    // Of two lines the last one counts, and what cannot be read counts for nothing.
+    EXPECT_TRUE(AsksLess("", yes + no));
+    EXPECT_TRUE(AsksLess("", no + "ask-before-opening = perhaps\n"));
+    EXPECT_FALSE(AsksLess("", no + yes));
+    EXPECT_FALSE(AsksLess(no, no + "mute = yes\n"));
+    EXPECT_FALSE(AsksLess(no, "[game Drift]\n" + no));
+    EXPECT_FALSE(AsksLess(no, yes));
+    EXPECT_FALSE(AsksLess("[game Drift]\n" + no, "[game Drift]\n" + no + "[game Kettle]\n" + yes));
+    EXPECT_FALSE(AsksLess("", "[no heading\n" + no));
+}
+
+TEST_F(PreferenceFiles, ScreenshotsGoToNoHiddenFolder) {
+    const std::string home = folder.path + "/home";
+    std::filesystem::create_directories(home + "/.config/autostart");
+    std::filesystem::create_directories(home + "/Pictures");
+    std::filesystem::create_directory_symlink("../.config/autostart", home + "/Pictures/link");
+    const char* const usual = std::getenv("HOME");
+    const std::string before = usual != nullptr ? usual : "";
+    setenv("HOME", home.c_str(), 1);
+    folders.pictures = home + "/Pictures";
+    for (const std::string& hidden : {home + "/.config/autostart", std::string("~/.ssh"),
+                                      home + "/Pictures/link", home + "/Pictures/link/below",
+                                      home + "/Pictures/../.config", std::string("/etc/.hidden")}) {
+        EXPECT_NE(Read("screenshot-folder = " + hidden + "\n").find("it is hidden"),
+                  std::string::npos);
+        EXPECT_EQ(ScreenshotFolder(), home + "/Pictures") << hidden;
+    }
+    Read("screenshot-folder = ~/shots.of/mine\n");
+    EXPECT_EQ(ScreenshotFolder(), home + "/shots.of/mine");
+    setenv("HOME", before.c_str(), 1);
+    folders.pictures.clear();
 }
 
 TEST_F(PreferenceFiles, TheUsersFileLiesInTheConfigurationFolderAndALinkIsFollowed) {

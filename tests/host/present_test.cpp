@@ -236,23 +236,44 @@ TEST_F(ViewTest, TheDesktopGetsTheScreensOwnPixelsWhereAllOfThemAreOpaque) {
     static ViewPixels presented;
     desktop.presentView = [](ViewPixels view, ViewRect) { presented = view; };
     std::fill_n(screenBitmap.pixels, std::size_t{screenBitmap.stride} * 1080, u8{0xFF});
-    const auto presents = [](ViewRect rect) {
+    const auto nearerPixels = [](ViewRect rect) {
         presented = {};
         moxiView::drawRect(rect);
-        return presented;
+        EXPECT_EQ(presented.pixels, viewBuffer.pixels.data());
+        EXPECT_EQ(presented.width, 1000);
+        return presented.nearer;
     };
-    EXPECT_EQ(presents({0, 0, 1000, 600}).pixels, screenBitmap.pixels);
-    EXPECT_EQ(presented.stride, i32{1920 * 4});
-    EXPECT_EQ(presented.width, 1000);
+    EXPECT_EQ(nearerPixels({0, 0, 1000, 600}), screenBitmap.pixels);
+    EXPECT_EQ(presented.nearerStride, i32{1920 * 4});
     // What has parts of pixels, or is cut, is not what the view shows beside it.
-    EXPECT_EQ(presents({0.5, 0, 20, 20}).pixels, viewBuffer.pixels.data());
-    EXPECT_EQ(presents({-5, 0, 20, 20}).pixels, viewBuffer.pixels.data());
-    EXPECT_EQ(presents({10, 590, 20, 20}).pixels, viewBuffer.pixels.data());
-    EXPECT_EQ(presented.stride, i32{1000 * 4});
+    EXPECT_EQ(nearerPixels({0.5, 0, 20, 20}), nullptr);
+    EXPECT_EQ(nearerPixels({-5, 0, 20, 20}), nullptr);
+    EXPECT_EQ(nearerPixels({10, 590, 20, 20}), nullptr);
     // Row 599 of the view, row 0 from below.
     screenBitmap.pixels[std::size_t{599} * screenBitmap.stride + 4 * 700 + 3] = 254;
-    EXPECT_EQ(presents({0, 0, 1000, 600}).pixels, viewBuffer.pixels.data());
-    EXPECT_EQ(presents({0, 1, 1000, 599}).pixels, screenBitmap.pixels);
+    EXPECT_EQ(nearerPixels({0, 0, 1000, 600}), nullptr);
+    EXPECT_EQ(nearerPixels({0, 1, 1000, 599}), screenBitmap.pixels);
+}
+
+TEST_F(ViewTest, WhatIsLargeIsShownInPartsFromTheTopDown) {
+    hostBench.view = {1900, 1000};
+    moxiView::frameDidChange();
+    // 32768 pixels and no more: 17 rows of 1900.
+    std::fill_n(screenBitmap.pixels, std::size_t{screenBitmap.stride} * 1080, u8{0x55});
+    hostBench.shown.clear();
+    moxiView::drawRect({0, 0, 1900, 1000});
+    ASSERT_EQ(hostBench.shown.size(), 59u);  // 58.8
+    EXPECT_EQ(hostBench.shown.front().y, 983);
+    EXPECT_EQ(hostBench.shown.front().height, 17);
+    EXPECT_EQ(hostBench.shown.back().y, 0);
+    EXPECT_EQ(hostBench.shown.back().height, 14);
+    // 0x55 with alpha 0x55 over white is 0xFF.
+    EXPECT_EQ(std::count(viewBuffer.pixels.begin(), viewBuffer.pixels.end(), u8{0xFF}),
+              1900 * 1000 * 4);
+    std::fill_n(screenBitmap.pixels, std::size_t{screenBitmap.stride} * 1080, u8{0xFF});
+    screenBitmap.pixels[std::size_t{20} * screenBitmap.stride] = 0x11;
+    moxiView::drawRect({0, 0, 1900, 1000});
+    EXPECT_EQ(viewBuffer.pixels[std::size_t{20} * 1900 * 4], 0x11);
 }
 
 TEST_F(ViewTest, ARowThatIsTranslucentInPartsIsDrawnPixelByPixel) {

@@ -88,7 +88,9 @@ RunResult RunOnHost(Engine engine, const std::vector<u8>& bytes, const RunOption
     instructionTrace = traced ? &kBudgetTrace : nullptr;
     instructionsLeft = options.budget;
     if (engine == Engine::Translated) {
-        StartTranslator(kTranslateAll);
+        TranslatorOptions all = kTranslateAll;
+        all.largestRegion = options.largestRegion;
+        StartTranslator(all);
     }
     try {
         RunInterpreter();

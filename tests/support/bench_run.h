@@ -60,6 +60,7 @@ struct RunResult {
 struct RunOptions {
     u64 budget = 1000;  // instructions; binds the traced interpreter and the plain executor only
     i32 modalDepth = 0;
+    u32 largestRegion = 600;  // instructions that are translated at a time
     // What the plain executor's SYS does; the interpreter's calls vmSlots.sysDispatch.
     std::function<void(plain::Machine&)> plainSys = [](plain::Machine&) {};
 };

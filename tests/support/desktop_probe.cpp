@@ -89,7 +89,7 @@ static void DrawScene(ViewRect rect) {
             }
         }
     }
-    desktop.presentView({scene.data(), sceneWidth, sceneHeight, 4 * sceneWidth}, rect);
+    desktop.presentView({scene.data(), sceneWidth, sceneHeight}, rect);
 }
 
 static int ticks = 0;

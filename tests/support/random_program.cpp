@@ -41,6 +41,7 @@ struct Program {
     Random random;
     ProgramKind kind;
     std::vector<u8> image;
+    u32 code = kCode;
     u32 codeEnd = 0;  // data from here on
     u32 stackLimit = 0;
     u32 stackTop = 0;
@@ -70,7 +71,11 @@ u32 DataAddress(Program& p) {
 u32 Address(Program& p) {
     const u32 size = static_cast<u32>(p.image.size());
     if (p.kind == ProgramKind::SelfChanging && p.random.OneIn(3)) {
-        return p.random.Between(kCode, p.codeEnd - 8);
+        return p.random.Between(p.code, p.codeEnd - 8);
+    }
+    if (p.kind == ProgramKind::Watched && p.random.OneIn(3)) {
+        const u32 first = p.random.OneIn(2) ? p.code - 600 : p.code;
+        return p.random.Between(first, p.codeEnd - 8);
     }
     if (p.kind == ProgramKind::Faulting && p.random.OneIn(12)) {
         return p.random.OneIn(2) ? size - 10 + p.random.Below(12) : p.random.Between(500, 516);
@@ -84,7 +89,7 @@ u32 Address(Program& p) {
         case 5:
         case 6: return p.random.Between(128, 264);  // PC, SP, FP, flags, the slot
         case 7:
-        case 8: return p.random.Between(kCode, p.codeEnd - 8);
+        case 8: return p.random.Between(p.code, p.codeEnd - 8);
         case 9:
         case 10:
         case 11: return p.random.Between(p.stackLimit, p.stackTop - 8);
@@ -98,7 +103,7 @@ u32 Target(Program& p) {
         return p.random.Below(0x400000) * 4;
     }
     if (p.random.OneIn(40)) {
-        return kCode + 4 * p.random.Below((p.codeEnd - kCode) / 4);
+        return p.code + 4 * p.random.Below((p.codeEnd - p.code) / 4);
     }
     return p.starts[p.random.Below(static_cast<u32>(p.starts.size()))];
 }
@@ -464,7 +469,12 @@ std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
     const u32 codeSize = 4 * p.random.Between(8, 200);
     const u32 dataSize = p.random.Between(256, 1024);
     const u32 stackSize = p.random.Between(700, 1500);
-    p.codeEnd = kCode + codeSize;
+    if (kind == ProgramKind::Watched) {
+        // Behind the page that the header ends on, wherever in it the image begins.
+        p.code = 64 * p.random.Between(80, 110);
+        p.at = p.code;
+    }
+    p.codeEnd = p.code + codeSize;
     p.stackLimit = p.codeEnd + dataSize;
     p.stackTop = p.stackLimit + stackSize;
     // A multiple of 64 bytes, so that no padding follows the image.
@@ -481,6 +491,9 @@ std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
         p.starts.push_back(p.at);
         EmitInstruction(p);
     }
+    if (p.code != kCode) {
+        Put(p, kCode, 44 | p.code / 4 << 10, 4);  // JMP
+    }
     // Words of the data are code addresses, for jumps through memory.
     ChooseTargets(p);
     FillHeader(p);
@@ -488,6 +501,15 @@ std::vector<u8> RandomProgram(u64 seed, ProgramKind kind) {
         Put(p, p.codeEnd - 4, 596 | p.random.Below(6) << 10, 4);
     }
     return p.image;
+}
+
+u32 CodeOfRandomProgram(const std::vector<u8>& program, ProgramKind kind) {
+    if (kind != ProgramKind::Watched) {
+        return kCode;
+    }
+    u32 jump = 0;
+    std::memcpy(&jump, &program[kCode], 4);
+    return jump / 1024 * 4;
 }
 
 }  // namespace moxi

@@ -27,10 +27,14 @@ enum class ProgramKind {
     Services,      // SYS everywhere
     SelfChanging,  // stores into its own code
     Faulting,      // operands near both ends of the image, and stacks near the lower one
+    Watched,       // code on pages of its own, with data in front of it, and stores into both
 };
 
 // An image of a few thousand bytes: a message frame on the stack, code from 512 on, pointers and
 // numbers in the registers, random data.
 std::vector<u8> RandomProgram(u64 seed, ProgramKind kind = ProgramKind::Any);
+
+// Where the code of a program of this kind begins: a watched one has a jump there at 512.
+u32 CodeOfRandomProgram(const std::vector<u8>& program, ProgramKind kind);
 
 }  // namespace moxi

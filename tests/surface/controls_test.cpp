@@ -223,6 +223,9 @@ TEST(SurfaceScale, FollowsTheSizeInQuartersAndLargeTextMakesItMore) {
     EXPECT_EQ(SurfaceScale(300, 200, false), 1);
     EXPECT_EQ(SurfaceScale(1280, 800, false), 1);
     EXPECT_EQ(SurfaceScale(1920, 1080, false), 1.5);
+    EXPECT_EQ(SurfaceScale(1200, 800, false, 2), 2);
+    EXPECT_EQ(SurfaceScale(3840, 2160, false, 2), 3);
+    EXPECT_EQ(SurfaceScale(3840, 2160, false, 16), 6);
     EXPECT_EQ(SurfaceScale(3840, 2160, false), 3);
     EXPECT_EQ(SurfaceScale(1280, 800, true), 1.35);
 }

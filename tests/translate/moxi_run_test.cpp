@@ -112,6 +112,16 @@ TEST_F(MoxiRun, ATracedRunIsNotTranslated) {
     EXPECT_EQ(subtractions, 2000u);
 }
 
+// A breakpoint within a loop would be passed by in translated code.
+TEST_F(MoxiRun, ADebuggedRunIsNotTranslated) {
+    AssembleLoop();
+    const ProgramResult result =
+        RunProgram("moxi", Options({"--debug"}), folder.path, "b 0x210\nc\nc\nc\nlist\nd all\n");
+    EXPECT_NE(result.output.find("=> 00000210"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("breakpoint 1: at 00000210"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find(", 3 hits"), std::string::npos) << result.output;
+}
+
 TEST_F(MoxiRun, AProfileCountsEveryInstruction) {
     AssembleLoop();
     RunProgram("moxi", Options({"--profile", folder.path + "/profile"}), folder.path);

@@ -1,13 +1,20 @@
 // Random programs of every kind end translated as they do on the plain executor: with services in
-// between that change registers and code, with stores into their own code, with accesses near both
-// ends of the image, and while another thread looks again and again. MOXI_RANDOM_PROGRAMS sets how
-// many, MOXI_RANDOM_SEED the first seed.
+// between that change registers and code, with stores into their own code and into watched pages
+// around it, with accesses near both ends of the image, with small regions and large ones, and
+// while another thread looks again and again. MOXI_RANDOM_PROGRAMS sets how many, MOXI_RANDOM_SEED
+// the first seed.
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,9 +23,11 @@
 #include "tests/support/compare_runs.h"
 #include "tests/support/random_program.h"
 #include "tests/support/vm_fixture.h"
+#include "translate/region.h"
 #include "translate/translator.h"
 #include "vm/diagnostics.h"
 #include "vm/machine.h"
+#include "vm/page_watch.h"
 #include "vm/slots.h"
 #include "vm/threaded.h"
 
@@ -33,12 +42,20 @@ class RandomKinds : public VmTest {};
 constexpr u64 kPrograms = 12000;
 constexpr u64 kBudget = 600;
 constexpr ProgramKind kKinds[] = {ProgramKind::Any, ProgramKind::Services,
-                                  ProgramKind::SelfChanging, ProgramKind::Faulting};
+                                  ProgramKind::SelfChanging, ProgramKind::Faulting,
+                                  ProgramKind::Watched};
+
+ProgramKind KindOf(u64 seed) {
+    return kKinds[seed % std::size(kKinds)];
+}
 
 u64 NumberFromEnvironment(const char* name, u64 otherwise) {
     const char* const text = std::getenv(name);
     return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
 }
+
+// Where the code begins that services write into.
+u32 disturbedCode = 0;
 
 // What the service of a program does follows from the registers that it finds: it writes over one
 // of them, over an instruction's upper half, over the immediate slot, and over what must be lost.
@@ -54,7 +71,8 @@ void Disturb(Get get, Put put) {
         put(RegisterAt(static_cast<u32>(6 + number / 8 % 8)), number * 77, 8);
     }
     if (number % 5 < 2) {
-        put(static_cast<u32>(514 + 4 * (number / 64 % 150)), number / 8192 % 65536, 2);
+        put(static_cast<u32>(disturbedCode + 2 + 4 * (number / 64 % 150)), number / 8192 % 65536,
+            2);
     }
     if (number % 7 == 0) {
         put(256, number, 8);
@@ -65,6 +83,25 @@ void Disturb(Get get, Put put) {
     put(192, number & 255, 1);
 }
 
+// A file that holds each number of 16 bits, in order.
+int NumbersFile() {
+    static const int file = [] {
+        const int made = memfd_create("numbers", MFD_CLOEXEC);
+        std::vector<u16> numbers(65536);
+        std::iota(numbers.begin(), numbers.end(), u16{0});
+        const size_t bytes = 2 * numbers.size();
+        EXPECT_EQ(write(made, numbers.data(), bytes), static_cast<ssize_t>(bytes));
+        return made;
+    }();
+    return file;
+}
+
+// By the system, as a file is read.
+void ReadNumber(u8* to, u64 number) {
+    LetPagesGo(to, 2);
+    EXPECT_EQ(pread(NumbersFile(), to, 2, static_cast<off_t>(2 * number)), 2);
+}
+
 void HostDisturbs() {
     Disturb(
         [](u32 address, u32 size) {
@@ -73,7 +110,12 @@ void HostDisturbs() {
                                : u64{Load<u8>(address)};
         },
         [](u32 address, u64 value, u32 size) {
-            std::memcpy(CheckedRange(address, size), &value, size);
+            u8* const to = CheckedRange(address, size);
+            if (size == 2 && value % 2 == 0) {
+                ReadNumber(to, value);
+            } else {
+                std::memcpy(to, &value, size);
+            }
         });
 }
 
@@ -95,7 +137,7 @@ struct Case {
 std::vector<Case> CasesFrom(u64 seed, u64 count) {
     std::vector<Case> cases;
     for (u64 i = 0; i < count; ++i) {
-        cases.push_back({seed + i, RandomProgram(seed + i, kKinds[(seed + i) % 4])});
+        cases.push_back({seed + i, RandomProgram(seed + i, KindOf(seed + i))});
     }
     std::stable_sort(cases.begin(), cases.end(), [](const Case& a, const Case& b) {
         return a.program.size() < b.program.size();
@@ -107,6 +149,8 @@ std::vector<Case> CasesFrom(u64 seed, u64 count) {
 std::string RunCase(const Case& one, std::atomic<u64>& instructions) {
     RunOptions options{.budget = kBudget, .modalDepth = static_cast<i32>(one.seed % 3)};
     options.plainSys = PlainDisturbs;
+    options.largestRegion = one.seed % 3 == 0 ? kLargestRegion : 40;
+    disturbedCode = CodeOfRandomProgram(one.program, KindOf(one.seed));
     RunResult wanted = RunOn(Engine::Plain, one.program, options);
     instructions += wanted.trace.size();
     if (wanted.nansMet || wanted.outcome == Outcome::BudgetSpent) {
@@ -134,14 +178,14 @@ TEST_F(RandomKinds, EndTranslatedAsOnThePlainExecutor) {
     std::atomic<bool> isDone = false;
     const StandardError quiet(true);
     // The first run makes the present thread the one that is looked at.
-    RunCase({firstSeed, RandomProgram(firstSeed)}, instructions);
+    RunCase({firstSeed, RandomProgram(firstSeed, KindOf(firstSeed))}, instructions);
     std::thread looker([&isDone] {
         while (!isDone) {
             SettleTranslatedRun();
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
         }
     });
-    constexpr u64 kBatch = 4000;
+    constexpr u64 kBatch = 20000;
     for (u64 done = 0; done < programs && failures < 5; done += kBatch) {
         for (const Case& one :
              CasesFrom(firstSeed + done, std::min<u64>(kBatch, programs - done))) {
@@ -158,6 +202,18 @@ TEST_F(RandomKinds, EndTranslatedAsOnThePlainExecutor) {
     looker.join();
     EXPECT_EQ(failures, 0u) << report;
     EXPECT_GT(instructions, 10 * programs);
+    if (std::getenv("MOXI_RANDOM_REPORT") != nullptr) {
+        const TranslatorCounts& n = translatorCounts;
+        std::fprintf(stdout, "%s",
+                     FormatText("executed %llu, regions %llu of %llu instructions, entered %llu "
+                                "times, changed %llu times\n",
+                                static_cast<unsigned long long>(instructions),
+                                static_cast<unsigned long long>(n.regions),
+                                static_cast<unsigned long long>(n.instructions),
+                                static_cast<unsigned long long>(n.entries),
+                                static_cast<unsigned long long>(n.changes))
+                         .c_str());
+    }
 }
 
 }  // namespace moxi

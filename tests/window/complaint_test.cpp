@@ -50,6 +50,8 @@ TEST_F(Complaint, ADamagedModuleIsABoxAndALine) {
     Dismiss("Message Log");
     EXPECT_EQ(WaitForExit(), 1);
     EXPECT_NE(Errors().find("log: MAIN.MX: the file ends after "), std::string::npos) << Errors();
+    const std::string record = OutputOf("cat " + folder.path + "/state/moxi/games/*.txt");
+    EXPECT_NE(record.find("played = 0\n"), std::string::npos) << record;
 }
 
 TEST_F(Complaint, ARunInAWindowIsOnRecordWithAPicture) {

@@ -46,6 +46,32 @@ TEST_F(ShelfWindow, ReturnPlaysAGameInAProcessOfItsOwnAndTheShelfComesBack) {
     EXPECT_EQ(WaitForExit(), 0);
 }
 
+TEST_F(ShelfWindow, WhatIsWrongWithAGameIsABoxAndOneLineThatIsTheGames) {
+    const std::string place = folder.path + "/share/moxi/games/Message Log";
+    fs::create_directories(folder.path + "/share/moxi/games");
+    fs::copy(game, place, fs::copy_options::recursive);
+    fs::resize_file(place + "/MAIN.MX", 3000);
+    Open();
+    ASSERT_TRUE(WaitForWindow("MOXI")) << Errors();
+    Shell("sleep 0.5; xdotool windowactivate --sync " + Window() +
+          " type --delay 50 'message'; sleep 0.3; xdotool key Return");
+    ASSERT_TRUE(WaitForWindow("Message Log")) << Errors();
+    ASSERT_TRUE(WaitUntil([this] {
+        OutputOf("xdotool windowactivate --sync " + Window() + " key Return 2>&1; sleep 0.3");
+        return Window().empty();
+    }));
+    // One that has gone since is said by the shelf itself.
+    fs::remove_all(place);
+    ASSERT_TRUE(WaitForWindow("MOXI"));
+    Shell("sleep 1; xdotool windowactivate --sync " + Window() + " key Return; sleep 0.5");
+    EXPECT_EQ(waitpid(process, nullptr, WNOHANG), 0);
+    kill(process, SIGTERM);
+    EXPECT_EQ(WaitForExit(), 0);
+    EXPECT_EQ(Errors().rfind("log: MAIN.MX: the file ends after 3000 of ", 0), 0u) << Errors();
+    const std::string errors = Errors();
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+}
+
 TEST_F(ShelfWindow, ComesBackWhereItWas) {
     const auto place = [this] {
         return OutputOf("xwininfo -id " + Window() +

@@ -208,6 +208,14 @@ bool AddKernelPad(int file, const InputDevice& device) {
 }
 
 void FeedKernelPads() {
+    for (KernelPad& pad : pads) {
+        Feed(pad);
+        if (pad.isGone) {
+            Remove(pad);
+        }
+    }
+    std::erase_if(pads, [](const KernelPad& pad) { return pad.isGone; });
+    // Afterwards, since a pad that goes changes the numbers under which new ones are told of.
     for (int file = TakePad(); file >= 0; file = TakePad()) {
         InputDevice device;
         if (ReadInputDevice(file, device)) {
@@ -216,13 +224,6 @@ void FeedKernelPads() {
             close(file);
         }
     }
-    for (KernelPad& pad : pads) {
-        Feed(pad);
-        if (pad.isGone) {
-            Remove(pad);
-        }
-    }
-    std::erase_if(pads, [](const KernelPad& pad) { return pad.isGone; });
 }
 
 void RemoveKernelPads() {

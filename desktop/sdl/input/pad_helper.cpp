@@ -15,6 +15,7 @@
 #include <set>
 #include <string_view>
 
+#include "base/close_others.h"
 #include "desktop/sdl/input/input_device.h"
 
 namespace moxi {
@@ -150,7 +151,7 @@ void StartPadHelper(void (*confine)()) {
         if (fork() != 0) {
             _exit(0);
         }
-        close(ends[0]);
+        CloseOthers(ends[1]);
         for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
             std::signal(signal, SIG_IGN);
         }

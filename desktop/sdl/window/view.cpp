@@ -268,7 +268,15 @@ static bool PrepareSurface() {
 }
 
 static SourcePicture Source(const ViewPixels& view) {
-    return {view.pixels, view.width, view.height, view.stride};
+    return {view.pixels, view.width, view.height, 4 * view.width};
+}
+
+// What is shown as it is needs no pixel beside those that have been drawn.
+static SourcePicture NearerSource(const ViewPixels& view) {
+    if (view.nearer == nullptr) {
+        return Source(view);
+    }
+    return {view.nearer, view.width, view.height, view.nearerStride};
 }
 
 static TargetPicture Target() {
@@ -353,11 +361,12 @@ static void Present(ViewPixels view, ViewRect rect) {
     }
 
     if (hasSurface) {
-        CopyPixels(Source(view), Target(), area);
+        CopyPixels(NearerSource(view), Target(), area);
     } else {
+        const SourcePicture from = NearerSource(view);
         const SDL_Rect target = {area.x, area.y, area.width, area.height};
         SDL_UpdateTexture(texture, &target,
-                          view.pixels + i64{area.y} * view.stride + i64{area.x} * 4, view.stride);
+                          from.pixels + i64{area.y} * from.pitch + i64{area.x} * 4, from.pitch);
     }
     newPixels = Union(newPixels, area);
 }
@@ -373,7 +382,7 @@ void PresentSurface(const u8* pixels, ViewSize size) {
     const InsideDesktop inside;
     surfaceIsShown = true;
     pictureSize = size;
-    Present({pixels, size.width, size.height, 4 * size.width}, WholeView(size));
+    Present({pixels, size.width, size.height}, WholeView(size));
 }
 
 void HideSurface() {
