@@ -31,8 +31,9 @@
 #include "host/home.h"
 #include "host/played.h"
 #include "host/preferences.h"
-#include "host/view_scale.h"
+#include "host/view.h"
 #include "host/window_place.h"
+#include "surface/apply.h"
 #include "surface/shelf.h"
 #include "surface/shown.h"
 #include "vm/diagnostics.h"
@@ -276,7 +277,7 @@ void WriteShelfDumps() {
     if (!options.dumpUi.empty()) {
         WriteText(options.dumpUi, DumpShownControls());
     }
-    if (!options.dumpView.empty() && !WriteShelfPicture(options.dumpView)) {
+    if (!options.dumpView.empty() && !WriteScreenshot(options.dumpView)) {
         SystemLog(options.dumpView + ": cannot be written");
     }
 }
@@ -290,17 +291,13 @@ bool OpenDesktopOfShelf() {
     if (!StartSdlDesktop(&error)) {
         return false;
     }
-    // It fills what there is by itself, so there is nothing to be fitted.
-    ViewScale scale = ViewScaleOf(preferences);
-    if (scale.kind != ViewScale::Kind::Steps) {
-        scale.kind = ViewScale::Kind::Automatic;
-    }
-    desktop.setViewScale(scale);
+    ApplyPreferencesToShelf();
     return true;
 }
 
 [[noreturn]] void End(int status) {
     WriteShelfDumps();
+    SavePreferences();
     SaveWindowPlace();
     desktop.shutDown();
     RemoveTemporaryFolder();
@@ -337,6 +334,7 @@ void RunShelf(const Options& chosen) {
     const std::string usersFile = options.headless ? "" : UsersPreferenceFile();
     const bool isNamed = !options.preferences.empty();
     ReadPreferences(isNamed ? options.preferences : usersFile, isNamed);
+    SaveWhatAsksLess();
     if (!options.scale.empty()) {
         SetPreferenceForRun("scale", options.scale);
     }

@@ -44,6 +44,7 @@ struct State {
     std::vector<Edit> edits;
     std::map<std::string, std::string> ofRun;
     std::string section;  // of this game; "" as long as none is known
+    bool savesWhatAsksLess = false;
 };
 
 State state;
@@ -411,19 +412,26 @@ std::string Joined(const Lines& lines) {
 void ApplyUnlessItLowers(Lines& lines, const Edit& edit) {
     Lines changed = lines;
     Apply(changed, edit);
-    if (!AsksLess(Joined(lines), Joined(changed))) {
+    if (state.savesWhatAsksLess || !AsksLess(Joined(lines), Joined(changed))) {
         lines = changed;
     } else if (!edit.value) {
         Apply(changed, {edit.section, std::string(kAsking), "yes"});
         lines = changed;
     } else {
         state.ofRun[std::string(kAsking)] = preferences.askBeforeOpening ? "yes" : "no";
-        SystemLog("ask-before-opening = no holds for this run; to keep it, write it into " +
-                  state.path);
+        SystemLog(
+            "ask-before-opening = no holds for this run; to keep it, choose it on the shelf or "
+            "write "
+            "it into " +
+            state.path);
     }
 }
 
 }  // namespace
+
+void SaveWhatAsksLess() {
+    state.savesWhatAsksLess = true;
+}
 
 bool SavePreferences() {
     if (state.edits.empty()) {

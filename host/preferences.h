@@ -62,8 +62,10 @@ std::string PreferenceText(const Preferences& of, const std::string& name);
 // What protects the player's other files and the network is not for a process to lower that has run
 // a game: whether it is asked before web addresses are opened. True when `after`, the text of a
 // preference file, asks less often than `before` for any game. Such a change holds for its run and
-// is not saved; whoever wants it for good writes it into the file.
+// is not saved; whoever wants it for good chooses it on the shelf or writes it into the file.
 bool AsksLess(const std::string& before, const std::string& after);
+// From now on such changes are saved, too: for the shelf's process, which runs no game.
+void SaveWhatAsksLess();
 
 // Writes what was set and forgotten since it was read or last saved into the file, which may have
 // changed since. Everything else in it stays as it is, comments and lines that nobody understands

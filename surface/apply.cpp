@@ -18,4 +18,13 @@ void ApplyPreferences() {
     UsePadMap(preferences.padMap);
 }
 
+void ApplyPreferencesToShelf() {
+    // It fills what there is by itself, so there is nothing to be fitted.
+    ViewScale scale = ViewScaleOf(preferences);
+    if (scale.kind != ViewScale::Kind::Steps) {
+        scale.kind = ViewScale::Kind::Automatic;
+    }
+    desktop.setViewScale(scale);
+}
+
 }  // namespace moxi

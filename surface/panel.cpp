@@ -108,7 +108,8 @@ void LayOut() {
 }
 
 void Open() {
-    if (!Pause(PauseReason::Panel)) {
+    const bool onShelf = panel.state.onShelf;
+    if (!onShelf && !Pause(PauseReason::Panel)) {
         return;
     }
     UseSurfacePadMap(true);
@@ -116,7 +117,8 @@ void Open() {
     panel.open = true;
     panel.openedAt = std::chrono::steady_clock::now();
     panel.surface = {};
-    panel.state = {.page = kept.page, .scope = kept.scope, .noSound = kept.noSound};
+    panel.state = {
+        .page = kept.page, .scope = kept.scope, .noSound = kept.noSound, .onShelf = onShelf};
     OpenPage(panel.state, kept.page);
     panel.size = {};
     LayOut();
@@ -142,6 +144,7 @@ Seen SeenNow() {
 
 void StartPanel(const PanelOptions& options) {
     panel.state.noSound = options.noSound;
+    panel.state.onShelf = options.onShelf;
     panel.moves = options.moves;
 }
 
@@ -158,10 +161,14 @@ void ClosePanel() {
     }
     panel.open = false;
     SavePreferences();
-    UseSurfacePadMap(false);
     HideSurfaces();
     panel.canvas = {};
     panel.backdrop = {};
+    // What lies below is a surface, too.
+    if (panel.state.onShelf) {
+        return RequestSurfaceRedraw();
+    }
+    UseSurfacePadMap(false);
     Resume(PauseReason::Panel);
 }
 

@@ -117,7 +117,9 @@ void AddSoundPage(Surface& surface, const PanelState& state) {
 void AddPicturePage(Surface& surface, const PanelState& state) {
     Control& fullScreen = AddSwitch(surface, state, "full-screen", Words("Full screen"));
     // Also changed by its key, which does not save it.
-    fullScreen.on = desktop.fittedScreen().value_or(desktop.isFullScreen());
+    if (!state.onShelf) {
+        fullScreen.on = desktop.fittedScreen().value_or(desktop.isFullScreen());
+    }
     AddChoice(surface, "scale", Words("Scale"), ScaleLabel(ShownText(state, "scale")));
     AddChoice(surface, "filter", Words("Scaling filter"),
               ShownText(state, "filter") == "sharp" ? Words("Sharp") : Words("Smooth"));
@@ -128,7 +130,13 @@ void AddPicturePage(Surface& surface, const PanelState& state) {
 
 void AddGamePage(Surface& surface, const PanelState& state) {
     AddSwitch(surface, state, "pause-when-inactive", Words("Pause when the window is not active"));
-    AddSwitch(surface, state, "ask-before-opening", Words("Ask before opening web addresses"));
+    const Control& asks =
+        AddSwitch(surface, state, "ask-before-opening", Words("Ask before opening web addresses"));
+    // A game that has taken its process over must not decide this for the others.
+    if (!state.onShelf && !asks.on) {
+        AddNote(surface, "asking-note",
+                Words("Turned off here, it holds until this game ends; on the shelf, for good."));
+    }
     Control& folder =
         AddControl(surface, Role::Field, "screenshot-folder", Words("Screenshot folder"));
     folder.value = state.folderText;
@@ -163,7 +171,9 @@ void AddGamepadPage(Surface& surface, const PanelState& state) {
 }
 
 void AddPage(Surface& surface, const PanelState& state) {
-    AddScope(surface, state);
+    if (!state.onShelf) {
+        AddScope(surface, state);
+    }
     switch (state.page) {
         case PanelPage::Sound: return AddSoundPage(surface, state);
         case PanelPage::Picture: return AddPicturePage(surface, state);
@@ -229,6 +239,14 @@ void EndCapture(Surface& surface, PanelState& state) {
     surface.focus = id == "key." ? "add-key" : id;
 }
 
+void Apply(const PanelState& state) {
+    if (state.onShelf) {
+        ApplyPreferencesToShelf();
+    } else {
+        ApplyPreferences();
+    }
+}
+
 // Back to what holds otherwise: a game for which all games' choice does not hold says so.
 void Forget(const PanelState& state, const std::string& name, const std::string& plain) {
     const bool stays = state.scope == PreferenceScope::ThisGame && !IsThisGamesOwn(name);
@@ -236,7 +254,7 @@ void Forget(const PanelState& state, const std::string& name, const std::string&
     if (stays) {
         SetPreference(state.scope, name, plain);
     }
-    ApplyPreferences();
+    Apply(state);
 }
 
 void ForgetCaptured(const PanelState& state) {
@@ -252,18 +270,18 @@ void ForgetCaptured(const PanelState& state) {
 bool Set(const PanelState& state, const std::string& name, const std::string& value) {
     const bool isSet = SetPreference(state.scope, name, value);
     if (isSet) {
-        ApplyPreferences();
+        Apply(state);
     }
     return isSet;
 }
 
 // A fitted view begins on the whole screen, whatever is saved, so nothing is.
 void SetFullScreen(const PanelState& state, bool wanted) {
-    if (desktop.fittedScreen()) {
+    if (!state.onShelf && desktop.fittedScreen()) {
         return desktop.setFittedScreen(wanted);
     }
     Set(state, "full-screen", wanted ? "yes" : "no");
-    if (desktop.isFullScreen() != wanted) {
+    if (!state.onShelf && desktop.isFullScreen() != wanted) {
         desktop.toggleFullScreen();
     }
 }
@@ -307,7 +325,7 @@ bool ServePress(Surface& surface, PanelState& state, const std::string& id) {
     const bool resets = id == "reset";
     if (resets && state.asksReset) {
         ForgetAllPreferences(state.scope);
-        ApplyPreferences();
+        Apply(state);
         state.folderText = preferences.screenshotFolder;
     }
     state.asksReset = resets && !state.asksReset;
@@ -350,7 +368,8 @@ void AddPanelControls(Surface& surface, const PanelState& state) {
     } else {
         AddTabs(surface, state);
         AddPage(surface, state);
-        AddFootButton(surface, "close", Words("Back to the game"));
+        AddFootButton(surface, "close",
+                      state.onShelf ? Words("Back to the games") : Words("Back to the game"));
         AddFootButton(surface, "reset",
                       state.asksReset ? Words("Really reset everything?") : Words("Reset"));
     }

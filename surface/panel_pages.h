@@ -25,6 +25,7 @@ struct PanelState {
     std::string captured = {};  // the key's or the control's name
     bool asksReset = false;     // whether to forget everything
     bool noSound = false;
+    bool onShelf = false;
     std::string folderText = {};  // of the field, which may be no folder yet
 };
 

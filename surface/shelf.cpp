@@ -5,14 +5,15 @@
 
 #include "desktop/desktop.h"
 #include "desktop/events.h"
-#include "gfx/png_write.h"
 #include "host/bundle.h"
 #include "host/gamepad.h"
 #include "host/icon.h"
 #include "host/preferences.h"
 #include "host/surface_slots.h"
+#include "host/view.h"
 #include "host/window_place.h"
 #include "surface/add_game.h"
+#include "surface/panel.h"
 #include "surface/problems.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
@@ -24,6 +25,7 @@ namespace {
 
 constexpr const char* kSearch = "search";
 constexpr const char* kAdd = "add-game";
+constexpr const char* kPreferences = "preferences";
 constexpr Colour kGround = {17, 19, 24};
 // How often is looked whether the game that was started has ended.
 constexpr u64 kLookMicroseconds = 100'000;
@@ -77,14 +79,23 @@ std::string FootText() {
 
 void AddHead(Surface& surface, double margin) {
     constexpr double kButton = 150;
+    constexpr double kPreferencesButton = 116;
+    // Where there is no room for it, its key is left.
+    const bool hasPreferences = surface.width >= 500;
+    const double buttons = kButton + (hasPreferences ? kPreferencesButton + 4 : 0);
     Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
     search.part = Part::Head;
     search.value = shelf.search;
     search.detail = search.name;
     const double right = surface.width - margin;
-    const double most = right - kButton - margin - 110;
+    const double most = right - buttons - margin - 110;
     const double width = std::min(320.0, std::max(most, 80.0));
-    search.box = {right - kButton - 4 - width, margin, width, kControlHeight};
+    search.box = {right - buttons - 4 - width, margin, width, kControlHeight};
+    if (hasPreferences) {
+        Control& panel = AddControl(surface, Role::Button, kPreferences, Words("Preferences"));
+        panel.part = Part::Head;
+        panel.box = {right - buttons, margin + 2, kPreferencesButton, kControlHeight - 4};
+    }
     Control& add = AddControl(surface, Role::Button, kAdd, Words("Add a game..."));
     add.part = Part::Head;
     add.box = {right - kButton, margin + 2, kButton, kControlHeight - 4};
@@ -148,6 +159,9 @@ void Draw() {
     const ViewSize size = desktop.windowPixels();
     if (size.width <= 0 || size.height <= 0) {
         return;
+    }
+    if (PanelIsOpen()) {
+        return DrawPanel();
     }
     Build(size);
     ResizeCanvas(shelf.canvas, size.width, size.height);
@@ -271,6 +285,9 @@ void DoInGrid(const Want& want) {
             if (want.id == kAdd) {
                 return OpenAdding("~/");
             }
+            if (want.id == kPreferences) {
+                return TogglePanel();
+            }
             if (want.id == kSearch) {
                 game = FirstFound();
             }
@@ -346,7 +363,9 @@ void Take(SurfaceInput input) {
     input.shift = shelf.shift;
     input.command = shelf.command;
     input.option = shelf.option;
-    if (!CompletePath(input)) {
+    if (PanelIsOpen()) {
+        PanelInput(input);
+    } else if (!CompletePath(input)) {
         const Want want = HandleInput(shelf.surface, input);
         if (want.kind != WantKind::Nothing) {
             shelf.message.clear();
@@ -370,10 +389,25 @@ void Key(u8 code, const std::string& text) {
     if (shelf.command && (text == "w" || text == "W")) {
         return desktop.closeWindow();
     }
+    if (shelf.command && text == "," && shelf.playing.empty()) {
+        TogglePanel();
+        return Draw();
+    }
     if (shelf.option && code == kReturnKey) {
         return desktop.toggleFullScreen();
     }
     Take({.kind = SurfaceInputKind::KeyDown, .code = code, .text = text});
+}
+
+// The guide button opens the panel, as it does in a game.
+void Pad(PadButton button, bool down) {
+    if (button != PadButton::Guide) {
+        return PadButtonChanged(button, down);
+    }
+    if (down && shelf.playing.empty()) {
+        TogglePanel();
+        Draw();
+    }
 }
 
 void Launch() {
@@ -418,17 +452,18 @@ DesktopEvents ShelfEvents() {
         constexpr double kDeltaOfNotch = 0.1;
         Take({.kind = SurfaceInputKind::Wheel, .x = x, .y = y, .wheel = deltaY / kDeltaOfNotch});
     };
-    events.padButton = PadButtonChanged;
+    events.padButton = Pad;
     events.padAxis = PadAxisChanged;
     events.fileDropped = [](const std::string& path) {
         if (!shelf.playing.empty()) {
             return;
         }
+        ClosePanel();
         shelf.message.clear();
         AddGame(path);
         Draw();
     };
-    events.screenshot = WriteShelfPicture;
+    events.screenshot = WriteScreenshot;
     return events;
 }
 
@@ -453,15 +488,9 @@ WindowFrame FirstFrame() {
 void StartShelf() {
     desktopEvents = ShelfEvents();
     UseSurfacePadMap(true);
+    StartPanel({.onShelf = true});
     desktop.createWindow(FirstFrame());
     desktop.setWindowTitle("MOXI");
-}
-
-bool WriteShelfPicture(const std::string& path) {
-    const Canvas& canvas = shelf.canvas;
-    return WritePngFile(path, canvas.pixels.data(), static_cast<u32>(canvas.width),
-                        static_cast<u32>(canvas.height), 4 * static_cast<u32>(canvas.width),
-                        PngFormat::RgbFrom4);
 }
 
 }  // namespace moxi

@@ -33,7 +33,4 @@ inline constinit ShelfSlots shelfSlots = {
 // Fills `desktopEvents`, and makes the window, which the launch shows.
 void StartShelf();
 
-// What it shows, as an RGB PNG; false when the file cannot be written.
-bool WriteShelfPicture(const std::string& path);
-
 }  // namespace moxi

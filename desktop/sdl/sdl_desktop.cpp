@@ -37,7 +37,9 @@
 
 namespace moxi {
 
-static void SetHints() {
+namespace {
+
+void SetHints() {
     // The window's class has to be that of the desktop entry.
     setenv("SDL_VIDEO_X11_WMCLASS", "moxi", 1);
     setenv("SDL_VIDEO_WAYLAND_WMCLASS", "moxi", 1);
@@ -54,7 +56,7 @@ static void SetHints() {
 
 // Window titles beyond ASCII reach X11 in the encoding of the locale, so it has to be one that has
 // every character. Numbers and sorting stay as they are in C.
-static void UseUnicodeLocale() {
+void UseUnicodeLocale() {
     const auto isUnicode = [] { return std::string_view(nl_langinfo(CODESET)) == "UTF-8"; };
     if (std::setlocale(LC_CTYPE, "") != nullptr && isUnicode()) {
         return;
@@ -65,13 +67,13 @@ static void UseUnicodeLocale() {
 }
 
 // SDL falls back silently to drivers that show nothing to anybody.
-static bool IsRealDisplay(std::string_view driver) {
+bool IsRealDisplay(std::string_view driver) {
     return driver != "offscreen" && driver != "dummy" && driver != "evdev";
 }
 
 // SDL 2.26 crashes on a Wayland desktop without any seat, so where it would come to that the start
 // is tried in another process first.
-static bool SurvivesStart() {
+bool SurvivesStart() {
     const auto isSet = [](const char* name) {
         const char* value = std::getenv(name);
         return value != nullptr && value[0] != '\0';
@@ -95,7 +97,7 @@ static bool SurvivesStart() {
     return !WIFSIGNALED(status);
 }
 
-static void ShutDown() {
+void ShutDown() {
     {
         // Not inside: it may be waiting to enter.
         const OutsideDesktop outside;
@@ -121,17 +123,19 @@ static void ShutDown() {
 // The watchdog begins with the window that it is to keep alive. The launch goes on after that, and
 // may hang in the module already; and SDL waits for a server that goes away while it shows the
 // window for ever.
-static void ShowWindow() {
+void ShowWindow() {
     if (gameWindow != nullptr) {
         StartWatchdog();
     }
     ShowGameWindow();
 }
 
-static std::vector<Screen> ScreensNow() {
+std::vector<Screen> ScreensNow() {
     const InsideDesktop inside;
     return Screens();
 }
+
+}  // namespace
 
 bool StartSdlDesktop(std::string* error) {
     SetHints();

@@ -12,14 +12,18 @@
 
 namespace moxi {
 
-static constinit SDL_Cursor* handCursor = nullptr;
-static constinit SDL_Cursor* arrowCursor = nullptr;
+namespace {
+
+constinit SDL_Cursor* handCursor = nullptr;
+constinit SDL_Cursor* arrowCursor = nullptr;
 
 // What the user copies in other programs is no business of a game that plays in the background.
 // Wayland holds the same by itself.
-static bool HasKeyboard() {
+bool HasKeyboard() {
     return (SDL_GetWindowFlags(gameWindow) & SDL_WINDOW_INPUT_FOCUS) != 0;
 }
+
+}  // namespace
 
 std::optional<std::string> ClipboardText() {
     const InsideDesktop inside;

@@ -26,10 +26,12 @@ constexpr u64 kRatePeriod = 10'000'000'000;
 constexpr u64 kLongestOpening = 10'000'000'000;
 constexpr u32 kMostQuestions = 3;
 
-static constinit int helper = -1;  // our end of the connection
+namespace {
+
+constinit int helper = -1;  // our end of the connection
 
 // The process of the desktop's opener; -1 when it cannot be started.
-static pid_t OpenWithDesktop(char* url) {
+pid_t OpenWithDesktop(char* url) {
     posix_spawn_file_actions_t quiet;
     posix_spawn_file_actions_init(&quiet);
     posix_spawn_file_actions_addopen(&quiet, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -58,7 +60,7 @@ static pid_t OpenWithDesktop(char* url) {
 
 // One opening at a time. An opener that has become the browser itself runs on, and is not waited
 // for any longer.
-static void OpenAndWait(char* url) {
+void OpenAndWait(char* url) {
     const u64 until = Nanoseconds() + kLongestOpening;
     const pid_t opener = OpenWithDesktop(url);
     if (opener < 0) {
@@ -71,7 +73,7 @@ static void OpenAndWait(char* url) {
 
 // One address a packet, until the other end is closed.
 template <class Serve>
-[[noreturn]] static void ServeUrls(int connection, Serve serve) {
+[[noreturn]] void ServeUrls(int connection, Serve serve) {
     char url[kLongestUrl + 1];
     for (;;) {
         const ssize_t size = recv(connection, url, kLongestUrl, 0);
@@ -86,7 +88,7 @@ template <class Serve>
 // Two processes: one that listens to the game's and looks at what it gets, and one that starts
 // programs and hears of good addresses alone. The first believes nothing that the game's process
 // has found: neither that the address is good nor that there are few of them.
-[[noreturn]] static void BecomeUrlOpener(int connection, void (*confine)()) {
+[[noreturn]] void BecomeUrlOpener(int connection, void (*confine)()) {
     CloseOthers(connection);
     std::signal(SIGINT, SIG_IGN);   // the keyboard's interrupt is the game's
     std::signal(SIGCHLD, SIG_DFL);  // openers are waited for
@@ -114,6 +116,8 @@ template <class Serve>
         send(ends[1], url, std::strlen(url), MSG_NOSIGNAL | MSG_DONTWAIT);
     });
 }
+
+}  // namespace
 
 void StartUrlOpener(void (*confine)()) {
     int ends[2];
@@ -144,17 +148,19 @@ void StopUrlOpener() {
     helper = -1;
 }
 
-static char LowerCase(char c) {
+namespace {
+
+char LowerCase(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-static bool StartsWith(std::string_view text, std::string_view start) {
+bool StartsWith(std::string_view text, std::string_view start) {
     return text.size() >= start.size() &&
            std::equal(start.begin(), start.end(), text.begin(),
                       [](char a, char b) { return a == LowerCase(b); });
 }
 
-static int HexDigit(char c) {
+int HexDigit(char c) {
     const char lower = LowerCase(c);
     if (lower >= '0' && lower <= '9') {
         return lower - '0';
@@ -163,7 +169,7 @@ static int HexDigit(char c) {
 }
 
 // A name may hide behind %61ttach.
-static std::string Unescaped(std::string_view text) {
+std::string Unescaped(std::string_view text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool escape = text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 &&
@@ -178,7 +184,7 @@ static std::string Unescaped(std::string_view text) {
 }
 
 // Mail programs know it under several names, all of which begin the same.
-static bool AttachesFiles(std::string_view mail) {
+bool AttachesFiles(std::string_view mail) {
     const std::size_t question = mail.find('?');
     if (question == std::string_view::npos) {
         return false;
@@ -195,6 +201,8 @@ static bool AttachesFiles(std::string_view mail) {
     }
     return false;
 }
+
+}  // namespace
 
 bool IsOpenableUrl(std::string_view url) {
     const auto hasScheme = [url](std::string_view scheme) {
@@ -224,28 +232,38 @@ bool UrlRate::Take(u64 now) {
     return true;
 }
 
-static constinit bool mustAsk = true;
-static constinit u32 refusals = 0;
+namespace {
+
+constinit bool mustAsk = true;
+constinit u32 refusals = 0;
+
+}  // namespace
 
 void AskBeforeUrls(bool ask) {
     mustAsk = ask;
     refusals = 0;
 }
 
-static UrlBoxWords boxWords;
+namespace {
+
+UrlBoxWords boxWords;
+
+}  // namespace
 
 void AskForUrlsWith(const UrlBoxWords& words) {
     boxWords = words;
 }
 
-static std::string QuestionAbout(const std::string& shown) {
+namespace {
+
+std::string QuestionAbout(const std::string& shown) {
     std::string question = boxWords.question;
     const size_t at = question.find("%1");
     return at == std::string::npos ? question + " " + shown : question.replace(at, 2, shown);
 }
 
 // Signs that look like others, or turn the direction of reading, are shown as what they are.
-static std::string ShownUrl(const std::string& url) {
+std::string ShownUrl(const std::string& url) {
     std::string shown;
     for (const char c : url) {
         constexpr char kDigits[] = "0123456789ABCDEF";
@@ -261,7 +279,7 @@ static std::string ShownUrl(const std::string& url) {
 
 // Once the player has agreed all addresses of the run are opened. Whoever refuses three times is
 // not asked a fourth time.
-static bool PlayerAgrees(const std::string& url) {
+bool PlayerAgrees(const std::string& url) {
     if (!mustAsk) {
         return true;
     }
@@ -282,6 +300,8 @@ static bool PlayerAgrees(const std::string& url) {
     }
     return !mustAsk;
 }
+
+}  // namespace
 
 void OpenUrl(const std::string& utf8) {
     static constinit UrlRate rate;

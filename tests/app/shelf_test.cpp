@@ -142,11 +142,11 @@ TEST_F(Shelf, GamesThatWerePlayedLastComeFirst) {
     Record(games + "/Pond", "played = 1783663200\nseconds = 7500\n");
     Record(games + "/Meadow", "played = 1783231200\nseconds = 59\n");
     const auto lines = After("");
-    EXPECT_NE(lines.at(3).find("\"Pond\" value \"Anna\" detail \"today, 2 h 5 min\""),
+    EXPECT_NE(lines.at(4).find("\"Pond\" value \"Anna\" detail \"today, 2 h 5 min\""),
               std::string::npos)
-        << lines.at(3);
-    EXPECT_NE(lines.at(4).find("detail \"5 days ago, 1 min\""), std::string::npos) << lines.at(4);
-    EXPECT_NE(lines.at(3).find(" focused"), std::string::npos);
+        << lines.at(4);
+    EXPECT_NE(lines.at(5).find("detail \"5 days ago, 1 min\""), std::string::npos) << lines.at(5);
+    EXPECT_NE(lines.at(4).find(" focused"), std::string::npos);
     EXPECT_NE(LineWith(lines, "label about \"Licence: Free of Pond\""), "");
 }
 
@@ -191,7 +191,7 @@ TEST_F(Shelf, TheWheelScrollsAndTheGamepadChoosesAndPlays) {
         Record(path, "played = " + std::to_string(100 - i) + "\n");
     }
     const std::string small = "10 resize 600 400\n";
-    const auto isSeen = [this](const std::vector<std::string>& lines, const std::string& name) {
+    const auto isSeen = [](const std::vector<std::string>& lines, const std::string& name) {
         return LineWith(lines, "\"" + name + "\"").find("out-of-view") == std::string::npos;
     };
     auto lines = After(small);
@@ -210,6 +210,39 @@ TEST_F(Shelf, TheWheelScrollsAndTheGamepadChoosesAndPlays) {
           "100 pad-button dpright down\n150 pad-button dpright up\n200 pad-button dpdown down\n"
           "250 pad-button dpdown up\n300 pad-button a down\n350 pad-button a up\n");
     EXPECT_EQ(logged, "log: play " + games + "/Game 4\n");
+}
+
+// The panel, on its third page, whose second switch is turned off. No game's process could keep
+// that.
+TEST_F(Shelf, ItsPanelKeepsWhatAGamesMayNotLower) {
+    const std::string control =
+        "90 modifiers command\n95 key-down 2B \",\"\n96 key-up 2B \",\"\n"
+        "97 modifiers\n";
+    // Up to the last tab, left to the page of games, down to its second switch.
+    const std::string choices =
+        Keys({"7E \"\"", "7B \"\"", "7B \"\"", "7D \"\"", "7D \"\"", "31 \" \""});
+    WriteTextFile(home.path + "/prefs", "mute = yes\n");
+    const auto run = [&](const std::string& script) {
+        WriteTextFile(home.path + "/script", script);
+        const ProgramResult result =
+            Run({"--headless", "--data-folder", "own", "--preferences", "prefs", "--desktop",
+                 "1280x800", "--script", "script", "--dump-ui", "ui"});
+        EXPECT_EQ(result.errors, "");
+        return ReadTextFile(home.path + "/ui");
+    };
+    std::string seen = run(control + choices);
+    EXPECT_NE(
+        seen.find("check ask-before-opening \"Ask before opening web addresses\" value \"off\""),
+        std::string::npos)
+        << seen;
+    EXPECT_EQ(seen.find("scope"), std::string::npos);
+    EXPECT_EQ(seen.find("asking-note"), std::string::npos);
+    EXPECT_NE(seen.find("\"Back to the games\""), std::string::npos);
+    EXPECT_EQ(ReadTextFile(home.path + "/prefs"), "mute = yes\nask-before-opening = no\n");
+    // Escape leads back to the games.
+    seen = run(control + "900 key-down 35 \"\\x1B\"\n901 key-up 35 \"\\x1B\"\n");
+    EXPECT_NE(seen.find("\"Pond\""), std::string::npos);
+    EXPECT_NE(seen.find("button preferences \"Preferences\""), std::string::npos);
 }
 
 TEST_F(Shelf, DeleteTakesAGameOffTheShelfAndNotFromTheDisk) {

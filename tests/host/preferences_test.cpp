@@ -313,7 +313,9 @@ TEST_F(PreferenceFiles, WhatIsAskedLessOftenHoldsForTheRunAndIsNotSaved) {
         testing::internal::CaptureStderr();
         EXPECT_TRUE(SavePreferences());
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "log: ask-before-opening = no holds for this run; to keep it, write it into " +
+                  "log: ask-before-opening = no holds for this run; to keep it, choose it on the "
+                  "shelf or "
+                  "write it into " +
                       path + "\n");
         EXPECT_FALSE(preferences.askBeforeOpening);
     }

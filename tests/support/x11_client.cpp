@@ -227,9 +227,7 @@ void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int l
                      &changes);
 }
 
-}  // namespace
-
-[[noreturn]] static void Manage(int ready, int largestWidth, int largestHeight) {
+[[noreturn]] void Manage(int ready, int largestWidth, int largestHeight) {
     Display* display = XOpenDisplay(nullptr);
     if (display == nullptr) {
         _exit(1);
@@ -259,6 +257,8 @@ void ApplyRequest(Display* display, const XConfigureRequestEvent& request, int l
         }
     }
 }
+
+}  // namespace
 
 pid_t StartStrictManager(int largestWidth, int largestHeight) {
     int ends[2];

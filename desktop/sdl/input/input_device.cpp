@@ -12,8 +12,10 @@ namespace moxi {
 
 // --- Reading
 
+namespace {
+
 template <std::size_t n>
-static bool ReadBits(int file, unsigned type, std::bitset<n>& bits) {
+bool ReadBits(int file, unsigned type, std::bitset<n>& bits) {
     constexpr std::size_t kWordBits = sizeof(unsigned long) * CHAR_BIT;
     std::array<unsigned long, (n + kWordBits - 1) / kWordBits> words = {};
     if (ioctl(file, EVIOCGBIT(type, sizeof words), words.data()) < 0) {
@@ -24,6 +26,8 @@ static bool ReadBits(int file, unsigned type, std::bitset<n>& bits) {
     }
     return true;
 }
+
+}  // namespace
 
 bool ReadInputDevice(int file, InputDevice& device) {
     input_id id = {};
@@ -55,8 +59,10 @@ bool ReadInputDevice(int file, InputDevice& device) {
 
 using Range = std::pair<u32, u32>;  // the first and the last
 
+namespace {
+
 template <std::size_t n>
-static bool HasAny(const InputDevice& device, const Range (&ranges)[n]) {
+bool HasAny(const InputDevice& device, const Range (&ranges)[n]) {
     for (const auto& [first, last] : ranges) {
         for (u32 key = first; key <= last; ++key) {
             if (device.keys[key]) {
@@ -66,6 +72,8 @@ static bool HasAny(const InputDevice& device, const Range (&ranges)[n]) {
     }
     return false;
 }
+
+}  // namespace
 
 bool IsPad(const InputDevice& device) {
     constexpr Range kOfPads[] = {{BTN_JOYSTICK, BTN_THUMBR},
@@ -85,8 +93,10 @@ bool IsPad(const InputDevice& device) {
 
 // --- SDL's numbers
 
+namespace {
+
 // Two switches that are joined, and not two sticks.
-static bool IsHat(const InputDevice& device, u32 x) {
+bool IsHat(const InputDevice& device, u32 x) {
     const u32 y = x + 1;
     if (!device.axes[x] && !device.axes[y]) {
         return false;
@@ -103,6 +113,8 @@ static bool IsHat(const InputDevice& device, u32 x) {
     }
     return threeSteps || !exact;
 }
+
+}  // namespace
 
 PadLayout LayOutPad(const InputDevice& device) {
     PadLayout layout;
@@ -134,8 +146,10 @@ PadLayout LayOutPad(const InputDevice& device) {
 
 // --- SDL's names
 
+namespace {
+
 // The check sum of the name: x^16 + x^15 + x^2 + 1, the lowest bit first.
-static u16 CheckSum(std::string_view text) {
+u16 CheckSum(std::string_view text) {
     u32 sum = 0;
     for (const char c : text) {
         sum ^= static_cast<u8>(c);
@@ -145,6 +159,8 @@ static u16 CheckSum(std::string_view text) {
     }
     return static_cast<u16>(sum);
 }
+
+}  // namespace
 
 std::string DataBaseNumber(const InputDevice& device) {
     std::string digits;
@@ -160,10 +176,7 @@ struct ControlOfKey {
     const char* control;
     u32 key;
 };
-}  // namespace
-
-static void AddDirections(std::string& mapping, const InputDevice& device,
-                          const PadLayout& layout) {
+void AddDirections(std::string& mapping, const InputDevice& device, const PadLayout& layout) {
     constexpr ControlOfKey kButtons[] = {{"dpup", BTN_DPAD_UP},
                                          {"dpdown", BTN_DPAD_DOWN},
                                          {"dpleft", BTN_DPAD_LEFT},
@@ -180,6 +193,8 @@ static void AddDirections(std::string& mapping, const InputDevice& device,
         ++bit;
     }
 }
+
+}  // namespace
 
 std::string MappingByKernelRules(const InputDevice& device, const PadLayout& layout) {
     constexpr ControlOfKey kButtons[] = {

@@ -17,9 +17,13 @@ namespace moxi {
 constexpr std::size_t kTextMessageBytes = 8;
 constexpr std::size_t kKeys = 128;
 
-static constinit std::optional<KeyPress> heldBack;
+namespace {
+
+constinit std::optional<KeyPress> heldBack;
 // What each key was told with, for its release.
-static std::array<std::string, kKeys> pressedText;
+std::array<std::string, kKeys> pressedText;
+
+}  // namespace
 
 std::string Utf8(char32_t character) {
     std::string text;
@@ -29,8 +33,10 @@ std::string Utf8(char32_t character) {
     return text;
 }
 
+namespace {
+
 // Capitals of the alphabets that keyboards have; the C library's tables depend on the locale.
-static char32_t Capital(char32_t c) {
+char32_t Capital(char32_t c) {
     const auto within = [c](char32_t first, char32_t last) { return c >= first && c <= last; };
     if (within('a', 'z') || (within(0xE0, 0xFE) && c != 0xF7)) {
         return c - 32;
@@ -62,6 +68,8 @@ static char32_t Capital(char32_t c) {
     return c;
 }
 
+}  // namespace
+
 char32_t ShiftedCharacter(char32_t plain) {
     constexpr std::string_view kPlain = "`1234567890-=[]\\;',./";
     constexpr std::string_view kShifted = "~!@#$%^&*()_+{}|:\"<>?";
@@ -89,13 +97,15 @@ std::vector<std::string> SplitText(const std::string& utf8, std::size_t limit) {
     return pieces;
 }
 
-static bool IsFixed(u8 code) {
+namespace {
+
+bool IsFixed(u8 code) {
     return ControlCharacter(code) != 0;
 }
 
 // The key's own character with Command held, whatever text a desktop makes of that; "" where the
 // layout has none, and without Command.
-static std::string TextWithCommand(const KeyPress& press) {
+std::string TextWithCommand(const KeyPress& press) {
     if (!press.command) {
         return "";
     }
@@ -108,11 +118,13 @@ static std::string TextWithCommand(const KeyPress& press) {
     return Utf8(ShiftedCharacter(press.plain));
 }
 
-static void TellKeyDown(const KeyPress& press, const std::string& text) {
+void TellKeyDown(const KeyPress& press, const std::string& text) {
     heldBack.reset();
     pressedText[press.code] = text;
     Tell(desktopEvents.keyDown, press.code, text);
 }
+
+}  // namespace
 
 void PressKey(const KeyPress& press) {
     FinishKeyPress();

@@ -24,12 +24,10 @@ struct Modifiers {
 
     bool operator==(const Modifiers&) const = default;
 };
-}  // namespace
+constinit Modifiers told;             // as the application knows them
+constinit std::bitset<128> heldKeys;  // told as pressed and not yet as released
 
-static constinit Modifiers told;             // as the application knows them
-static constinit std::bitset<128> heldKeys;  // told as pressed and not yet as released
-
-static void TellModifiers(const Modifiers& now) {
+void TellModifiers(const Modifiers& now) {
     if (now == told) {
         return;
     }
@@ -37,16 +35,16 @@ static void TellModifiers(const Modifiers& now) {
     Tell(desktopEvents.flagsChanged, now.shift, now.command, now.option);
 }
 
-static Modifiers FromSdl(u16 state) {
+Modifiers FromSdl(u16 state) {
     return {(state & KMOD_SHIFT) != 0, (state & KMOD_CTRL) != 0, (state & KMOD_ALT) != 0};
 }
 
-static bool IsModifierKey(u8 code) {
+bool IsModifierKey(u8 code) {
     return code >= 0x36 && code <= 0x3E;
 }
 
 // The layout's character of a key without modifiers, as far as SDL tells it.
-static char32_t PlainCharacter(const SDL_Keysym& key) {
+char32_t PlainCharacter(const SDL_Keysym& key) {
     if ((key.sym & SDLK_SCANCODE_MASK) == 0) {
         return key.sym >= 0x20 && key.sym != 0x7F ? static_cast<char32_t>(key.sym) : 0;
     }
@@ -71,20 +69,22 @@ static char32_t PlainCharacter(const SDL_Keysym& key) {
 }
 
 // The layout that is active now, unless the event says which one was.
-static KeyCharacters CharactersOf(const SDL_Keysym& key, u8 code, const X11KeyPress& x11) {
+KeyCharacters CharactersOf(const SDL_Keysym& key, u8 code, const X11KeyPress& x11) {
     const auto known =
         CharactersOnKey(code, x11.known ? std::optional<u32>(x11.group) : std::nullopt);
     return known.value_or(KeyCharacters{PlainCharacter(key), 0});
 }
 
 // The press goes on from before the window got the keyboard, or from a box that has taken it.
-static bool IsForSomethingElse(const SDL_KeyboardEvent& event, u8 code, const X11KeyPress& x11) {
+bool IsForSomethingElse(const SDL_KeyboardEvent& event, u8 code, const X11KeyPress& x11) {
     if (heldKeys.test(code)) {
         return false;
     }
     const bool isShortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT)) != 0;
     return event.repeat != 0 || (x11.heldBefore && isShortcut);
 }
+
+}  // namespace
 
 void HandleKeyDown(const SDL_KeyboardEvent& event) {
     const SDL_Keysym& key = event.keysym;

@@ -30,15 +30,17 @@ constexpr KeyName kKeyNames[] = {
 };
 
 using State = std::unique_ptr<xkb_state, void (*)(xkb_state*)>;
-}  // namespace
+constinit const LayoutSource* source = nullptr;
 
-static constinit const LayoutSource* source = nullptr;
+}  // namespace
 
 void UseLayoutSource(const LayoutSource* theSource) {
     source = theSource;
 }
 
-static char32_t Character(xkb_keymap* keymap, u8 code, bool shift, u32 group) {
+namespace {
+
+char32_t Character(xkb_keymap* keymap, u8 code, bool shift, u32 group) {
     for (const KeyName& key : kKeyNames) {
         if (key.code != code) {
             continue;
@@ -56,7 +58,7 @@ static char32_t Character(xkb_keymap* keymap, u8 code, bool shift, u32 group) {
     return 0;
 }
 
-static bool IsLayoutKey(u8 code) {
+bool IsLayoutKey(u8 code) {
     for (const KeyName& key : kKeyNames) {
         if (key.code == code) {
             return true;
@@ -64,6 +66,8 @@ static bool IsLayoutKey(u8 code) {
     }
     return false;
 }
+
+}  // namespace
 
 std::optional<KeyCharacters> CharactersOnKey(u8 code, std::optional<u32> group) {
     xkb_keymap* const keymap = source != nullptr && IsLayoutKey(code) ? source->keymap() : nullptr;
@@ -75,8 +79,10 @@ std::optional<KeyCharacters> CharactersOnKey(u8 code, std::optional<u32> group) 
                          Character(keymap, code, true, layout)};
 }
 
+namespace {
+
 // Layouts of other scripts have some Latin letter here and there, Latin ones nearly all of them.
-static bool IsLatinLayout(xkb_keymap* keymap, u32 group) {
+bool IsLatinLayout(xkb_keymap* keymap, u32 group) {
     constexpr std::size_t kHalfOfTheAlphabet = 13;
     std::bitset<26> letters;
     for (const KeyName& key : kKeyNames) {
@@ -88,11 +94,13 @@ static bool IsLatinLayout(xkb_keymap* keymap, u32 group) {
     return letters.count() >= kHalfOfTheAlphabet;
 }
 
-static bool IsLatinLetter(const std::string& text) {
+bool IsLatinLetter(const std::string& text) {
     const auto first = static_cast<unsigned char>(text[0]);
     const bool isLetter = (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z');
     return isLetter || (first >= 0x80 && IsLatin(text));
 }
+
+}  // namespace
 
 std::string LatinText(u8 code, const std::string& text) {
     xkb_keymap* const keymap = source != nullptr && IsLayoutKey(code) ? source->keymap() : nullptr;

@@ -15,19 +15,23 @@
 
 namespace moxi {
 
-static constinit u32 heldButtons = 0;  // bit n: button number n was told as pressed
-static constinit i32 pointerX = 0;
-static constinit i32 pointerY = 0;
-static constinit bool moved = false;  // by MovePointer, which the desktop still has to report
-static constinit double leftOverX = 0;
-static constinit double leftOverY = 0;
+namespace {
 
-static void SetPointer(i32 x, i32 y) {
+constinit u32 heldButtons = 0;  // bit n: button number n was told as pressed
+constinit i32 pointerX = 0;
+constinit i32 pointerY = 0;
+constinit bool moved = false;  // by MovePointer, which the desktop still has to report
+constinit double leftOverX = 0;
+constinit double leftOverY = 0;
+
+void SetPointer(i32 x, i32 y) {
     // A drag leaves the window, and the view with it; over the bars the pointer is at the edge.
     const Point place = ViewPoint({x, y}, heldButtons == 0);
     pointerX = place.x;
     pointerY = place.y;
 }
+
+}  // namespace
 
 u32 ButtonNumber(u8 sdlButton) {
     switch (sdlButton) {

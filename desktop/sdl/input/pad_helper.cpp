@@ -24,11 +24,13 @@ constexpr const char* kFolder = "/dev/input";
 // Events of changes that are read at a time.
 constexpr std::size_t kChangeRoom = 4096;
 
-static constinit int helper = -1;  // our end of the connection
+namespace {
+
+constinit int helper = -1;  // our end of the connection
 
 // --- The helper
 
-static bool SendFile(int connection, int file) {
+bool SendFile(int connection, int file) {
     char letter = 'p';
     iovec part = {&letter, sizeof letter};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
@@ -45,13 +47,11 @@ static bool SendFile(int connection, int file) {
     return sendmsg(connection, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
 }
 
-static bool IsEventName(std::string_view name) {
+bool IsEventName(std::string_view name) {
     constexpr std::string_view kStart = "event";
     return name.size() > kStart.size() && name.starts_with(kStart) &&
            name.find_first_not_of("0123456789", kStart.size()) == std::string_view::npos;
 }
-
-namespace {
 
 struct Watch {
     int connection;
@@ -133,10 +133,14 @@ void HandOverPads(int connection, const std::string& folder, bool (*isPad)(int f
     close(place);
 }
 
-static bool IsPadOfKernel(int file) {
+namespace {
+
+bool IsPadOfKernel(int file) {
     InputDevice device;
     return ReadInputDevice(file, device) && IsPad(device);
 }
+
+}  // namespace
 
 // --- This process
 

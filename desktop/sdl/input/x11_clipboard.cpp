@@ -28,11 +28,13 @@ constexpr auto kLongestTransfer = std::chrono::seconds(10);
 // More than any module's memory is asked to hold, and less than hurts.
 constexpr std::size_t kLongestText = 256u << 20;
 
-static constinit xcb_connection_t* connection = nullptr;
-static constinit xcb_window_t requestor = 0;
-static std::chrono::steady_clock::time_point transferEnd;
+namespace {
 
-static xcb_atom_t AtomOf(std::string_view name) {
+constinit xcb_connection_t* connection = nullptr;
+constinit xcb_window_t requestor = 0;
+std::chrono::steady_clock::time_point transferEnd;
+
+xcb_atom_t AtomOf(std::string_view name) {
     const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<u16>(name.size()), name.data()),
         nullptr));
@@ -40,7 +42,7 @@ static xcb_atom_t AtomOf(std::string_view name) {
 }
 
 // The next event for the requestor; null when none comes for so long, or it all takes too long.
-static Reply<xcb_generic_event_t> NextEvent() {
+Reply<xcb_generic_event_t> NextEvent() {
     xcb_flush(connection);
     while (std::chrono::steady_clock::now() < transferEnd) {
         Reply<xcb_generic_event_t> event(xcb_poll_for_event(connection));
@@ -55,12 +57,12 @@ static Reply<xcb_generic_event_t> NextEvent() {
     return nullptr;
 }
 
-static constexpr u8 TypeOf(const xcb_generic_event_t& event) {
+constexpr u8 TypeOf(const xcb_generic_event_t& event) {
     return event.response_type & 0x7F;  // without the mark of events that other programs send
 }
 
 // Reads the property whole and deletes it. Its type; none when it cannot be read.
-static xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
+xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
     constexpr u32 kWords = 1u << 18;
     xcb_atom_t type = kNoAtom;
     for (u32 at = 0;;) {
@@ -88,7 +90,7 @@ static xcb_atom_t TakeProperty(xcb_atom_t property, std::string& text) {
 }
 
 // The pieces of a text that comes in several, the last of which is empty.
-static bool TakePieces(xcb_atom_t property, std::string& text) {
+bool TakePieces(xcb_atom_t property, std::string& text) {
     while (text.size() <= kLongestText) {
         const Reply<xcb_generic_event_t> event = NextEvent();
         if (event == nullptr) {
@@ -113,7 +115,7 @@ static bool TakePieces(xcb_atom_t property, std::string& text) {
     return true;
 }
 
-static std::optional<std::string> TakeAs(xcb_atom_t selection, xcb_atom_t target) {
+std::optional<std::string> TakeAs(xcb_atom_t selection, xcb_atom_t target) {
     const xcb_atom_t property = AtomOf("MOXI_CLIPBOARD");
     while (Reply<xcb_generic_event_t>(xcb_poll_for_event(connection)) != nullptr) {
         // Late events of an earlier request.
@@ -154,13 +156,15 @@ static std::optional<std::string> TakeAs(xcb_atom_t selection, xcb_atom_t target
     return text;
 }
 
-static std::string FromLatin1(const std::string& text) {
+std::string FromLatin1(const std::string& text) {
     std::string utf8;
     for (const char c : text) {
         AppendUtf8(utf8, static_cast<u8>(c));
     }
     return utf8;
 }
+
+}  // namespace
 
 std::optional<std::string> X11ClipboardText(unsigned long window, bool othersToo, bool& own) {
     own = false;

@@ -9,15 +9,21 @@
 
 namespace moxi {
 
-static constinit std::atomic<Loss> loss = Loss::None;
-static constinit std::atomic<u64> lossTime = 0;
-static constinit std::atomic<bool> endsProcess = false;
+namespace {
+
+constinit std::atomic<Loss> loss = Loss::None;
+constinit std::atomic<u64> lossTime = 0;
+constinit std::atomic<bool> endsProcess = false;
+
+}  // namespace
 
 // What the run loop and the watchdog need to end in order is less. It bounds what neither of them
 // can: a library that asks a server which is gone, again and again, in the thread of the watchdog.
 constexpr unsigned kLastSeconds = 20;
 
-static void NoteLoss(Loss what) {
+namespace {
+
+void NoteLoss(Loss what) {
     Loss none = Loss::None;
     if (loss == Loss::None) {
         lossTime = Nanoseconds();
@@ -34,6 +40,8 @@ static void NoteLoss(Loss what) {
     }
     EndAtTheLatest(kLastSeconds, 1);
 }
+
+}  // namespace
 
 void LetLossEndProcess() {
     endsProcess = true;

@@ -5,9 +5,13 @@
 
 namespace moxi {
 
-static std::mutex gate;
-static std::thread::id mainThread;
-static constinit bool inside = false;  // touched by the main thread alone
+namespace {
+
+std::mutex gate;
+std::thread::id mainThread;
+constinit bool inside = false;  // touched by the main thread alone
+
+}  // namespace
 
 void BindGateToMainThread() {
     mainThread = std::this_thread::get_id();

@@ -38,15 +38,19 @@ constexpr u64 kLivelyNanoseconds = 250 * kNanosecondsPerMillisecond;
 constexpr u64 kQuietNanoseconds = 50 * kNanosecondsPerMillisecond;
 constexpr u64 kSleepSlice = 10 * kNanosecondsPerMillisecond;
 
-static std::mutex workLock;
-static constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
-static constinit u32 wakeEvent = 0;
+namespace {
 
-static constinit u64 quietFrom = 0;
-static constinit u64 nextPumping = 0;  // at the latest
+std::mutex workLock;
+constinit std::deque<void (*)()>* queuedWork = nullptr;  // guarded by workLock
+constinit u32 wakeEvent = 0;
 
-static constinit Timers timers;  // in nanoseconds
-static constinit bool ended = false;
+constinit u64 quietFrom = 0;
+constinit u64 nextPumping = 0;  // at the latest
+
+constinit Timers timers;  // in nanoseconds
+constinit bool ended = false;
+
+}  // namespace
 
 void StartRunLoop() {
     static std::deque<void (*)()> work;
@@ -96,7 +100,9 @@ void StopTimers() {
     timers.running.clear();
 }
 
-static void RunOneQueued() {
+namespace {
+
+void RunOneQueued() {
     void (*work)() = nullptr;
     {
         const std::lock_guard lock(workLock);
@@ -109,7 +115,7 @@ static void RunOneQueued() {
     Tell(work);
 }
 
-static bool IsForGameWindow(const SDL_Event& event) {
+bool IsForGameWindow(const SDL_Event& event) {
     switch (event.type) {
         case SDL_KEYDOWN:
         case SDL_KEYUP: return event.key.windowID == 0 || IsGameWindow(event.key.windowID);
@@ -125,13 +131,13 @@ static bool IsForGameWindow(const SDL_Event& event) {
 }
 
 // SDL sends it by itself when a Wayland compositor has gone; signals are not its business here.
-static void HandleQuitEvent() {
+void HandleQuitEvent() {
     if (!NoteLostWayland()) {
         RequestTerminate();
     }
 }
 
-static void HandleDrop(const SDL_DropEvent& event) {
+void HandleDrop(const SDL_DropEvent& event) {
     const std::string path = event.file != nullptr ? event.file : "";
     SDL_free(event.file);
     if (path.empty()) {
@@ -141,7 +147,7 @@ static void HandleDrop(const SDL_DropEvent& event) {
     desktopEvents.fileDropped(path);
 }
 
-static void HandleEvent(const SDL_Event& event) {
+void HandleEvent(const SDL_Event& event) {
     if (!IsForGameWindow(event)) {
         return;
     }
@@ -175,12 +181,12 @@ static void HandleEvent(const SDL_Event& event) {
 }
 
 // The end: the application's last word, then nothing more is delivered.
-static void End() {
+void End() {
     Tell(desktopEvents.willTerminate);
     ended = true;
 }
 
-static bool Ask(bool (*question)()) {
+bool Ask(bool (*question)()) {
     NoteQuestion();
     const bool answer = Tell(question);
     NoteAnswer();
@@ -188,7 +194,7 @@ static bool Ask(bool (*question)()) {
 }
 
 // The window is gone, so no answer can keep the application alive: it is told, and that is all.
-static void EndWithoutWindow() {
+void EndWithoutWindow() {
     SystemLog(DisplayLoss() == Loss::Window ? "the window has been destroyed from outside"
                                             : "the connection to the display is lost");
     ForgetGameWindow();
@@ -196,7 +202,7 @@ static void EndWithoutWindow() {
     End();
 }
 
-static void ServeRequests() {
+void ServeRequests() {
     if (ended) {
         return;
     }
@@ -224,7 +230,7 @@ static void ServeRequests() {
     }
 }
 
-static void HandleEvents(SDL_Event& event) {
+void HandleEvents(SDL_Event& event) {
     const u64 until = Nanoseconds() + kEventsNanoseconds;
     do {
         HandleEvent(event);
@@ -237,7 +243,7 @@ static void HandleEvents(SDL_Event& event) {
     }
 }
 
-static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
+bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
     u64 now = Nanoseconds();
     const u64 wait = deadline > now ? std::min(deadline - now, kLongestWait) : 0;
     const u64 milliseconds = wait / kNanosecondsPerMillisecond;
@@ -256,7 +262,7 @@ static bool WaitForSdlEvent(SDL_Event& event, u64 deadline) {
 // SDL's own waiting asks the X server more than ten times in a turn. While nothing happens it is
 // enough to ask now and then: for what SDL does by the clock, and for what comes another way, such
 // as from an input method.
-static ServerWait WaitWithoutSdl(u64 deadline) {
+ServerWait WaitWithoutSdl(u64 deadline) {
     const u64 now = Nanoseconds();
     if (now >= nextPumping || SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_TRUE) {
         return ServerWait::Unknown;
@@ -266,7 +272,7 @@ static ServerWait WaitWithoutSdl(u64 deadline) {
 }
 
 // Waits for an event until the deadline at the latest. Asks for events even when it is over.
-static bool WaitForEvent(SDL_Event& event, u64 deadline) {
+bool WaitForEvent(SDL_Event& event, u64 deadline) {
     const ServerWait wait = WaitWithoutSdl(deadline);
     if (wait == ServerWait::Silent) {
         return false;
@@ -283,13 +289,13 @@ static bool WaitForEvent(SDL_Event& event, u64 deadline) {
     return found;
 }
 
-static std::size_t QueuedWorkCount() {
+std::size_t QueuedWorkCount() {
     const std::lock_guard lock(workLock);
     return queuedWork->size();
 }
 
 // When there is something to do though no event has come.
-static u64 NextTurn() {
+u64 NextTurn() {
     if (closeRequested || quitRequest == QuitRequest::Made || DisplayLoss() != Loss::None) {
         return 0;
     }
@@ -299,6 +305,8 @@ static u64 NextTurn() {
     const u64 next = std::min(NextSettling(), NextPadLook());
     return IsInLiveResize() ? next : std::min(EarliestDeadline(timers), next);
 }
+
+}  // namespace
 
 void RunEventLoop() {
     const InsideDesktop inside;

@@ -6,9 +6,13 @@
 
 namespace moxi {
 
-static constinit std::atomic<u64> lastPumping = 0;
-static constinit std::atomic<u64> lastTurn = 0;
-static constinit std::atomic<u64> questionSince = 0;
+namespace {
+
+constinit std::atomic<u64> lastPumping = 0;
+constinit std::atomic<u64> lastTurn = 0;
+constinit std::atomic<u64> questionSince = 0;
+
+}  // namespace
 
 void NotePumping() {
     lastPumping = Nanoseconds();

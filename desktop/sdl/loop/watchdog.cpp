@@ -33,18 +33,17 @@ constexpr int kLooksForMainThread = 30;
 constexpr int kWaitButton = 0;
 constexpr int kEndButton = 1;
 
+namespace {
+
 // Not destroyed at exit: a program that ends without shutting the desktop down ends all the same.
-static constinit std::thread* watchdog = nullptr;
-static std::mutex stopLock;
-static std::condition_variable stopChange;
-static constinit std::atomic<bool> stopping = false;
+constinit std::thread* watchdog = nullptr;
+std::mutex stopLock;
+std::condition_variable stopChange;
+constinit std::atomic<bool> stopping = false;
 
-namespace {
 enum class ForcedEnd { No, Wanted, Taken, Refused };
-}  // namespace
-static constinit std::atomic<ForcedEnd> forcedEnd = ForcedEnd::No;
+constinit std::atomic<ForcedEnd> forcedEnd = ForcedEnd::No;
 
-namespace {
 // What waits in SDL's queue.
 struct Waiting {
     int closeRequests = 0;
@@ -57,9 +56,7 @@ struct Request {
     u64 since = 0;     // of the newest; 0 when there is none
     u64 question = 0;  // the question that the user chose to wait for
 };
-}  // namespace
-
-static Waiting LookAtQueue() {
+Waiting LookAtQueue() {
     Waiting waiting;
     std::array<SDL_Event, 64> events;
     const int count = SDL_PeepEvents(events.data(), static_cast<int>(events.size()), SDL_PEEKEVENT,
@@ -84,15 +81,15 @@ static Waiting LookAtQueue() {
     return waiting;
 }
 
-static u64 turnAtBox = 0;
+u64 turnAtBox = 0;
 
-static bool IsTurningAgain() {
+bool IsTurningAgain() {
     return LastTurn() != turnAtBox;
 }
 
 // Work that never ends by itself asks whether it has been ended, and then the main thread ends the
 // process in order. All else is ended from here.
-static void EndByForce() {
+void EndByForce() {
     forcedEnd = ForcedEnd::Wanted;
     UnlockGate();
     for (int i = 0; i < kLooksForMainThread && forcedEnd == ForcedEnd::Wanted; ++i) {
@@ -106,6 +103,8 @@ static void EndByForce() {
     LockGate();
 }
 
+}  // namespace
+
 bool EndIsForced() {
     // Whoever sends a signal does not look at a box.
     if (SignalHasWaitedLong()) {
@@ -115,7 +114,9 @@ bool EndIsForced() {
     return forcedEnd.compare_exchange_strong(wanted, ForcedEnd::Taken);
 }
 
-static void OfferToEnd() {
+namespace {
+
+void OfferToEnd() {
     turnAtBox = LastTurn();
     const std::string name = GameWindowTitle()[0] != '\0' ? GameWindowTitle() : "MOXI";
     const BoxText text = {name,
@@ -132,12 +133,12 @@ static void OfferToEnd() {
 }
 
 // How long ago it was. The main thread may have noted it down after `now` was read.
-static u64 Since(u64 time, u64 now) {
+u64 Since(u64 time, u64 now) {
     return now > time ? now - time : 0;
 }
 
 // There is no window left to ask in. The application gets the same time to come back.
-static void WatchWithoutWindow(u64 now) {
+void WatchWithoutWindow(u64 now) {
     if (Since(DisplayLossTime(), now) < kPatienceNanoseconds ||
         Since(LastTurn(), now) < kPatienceNanoseconds) {
         return;
@@ -147,7 +148,7 @@ static void WatchWithoutWindow(u64 now) {
     _exit(1);
 }
 
-static void Watch(Request& request) {
+void Watch(Request& request) {
     const u64 now = Nanoseconds();
     // The main thread may be in a call that does not come back without a compositor.
     if (DisplayLoss() != Loss::None || NoteLostWayland()) {
@@ -184,7 +185,7 @@ static void Watch(Request& request) {
     UnlockGate();
 }
 
-static void RunWatchdog() {
+void RunWatchdog() {
     Request request;
     std::unique_lock lock(stopLock);
     while (!stopChange.wait_for(lock, kLookInterval, [] { return stopping.load(); })) {
@@ -193,6 +194,8 @@ static void RunWatchdog() {
         lock.lock();
     }
 }
+
+}  // namespace
 
 void StartWatchdog() {
     if (watchdog != nullptr) {

@@ -35,13 +35,11 @@ struct Box {
     int held = kNothingPressed;         // button under a mouse button that is down
     int result = kNothingPressed;       // set once
 };
-}  // namespace
-
-static void Draw(const Box& box, cairo_surface_t* surface) {
+void Draw(const Box& box, cairo_surface_t* surface) {
     DrawBox(surface, box.layout, box.text->message, box.text->buttons, box.focus, box.held);
 }
 
-static void DrawOverlay(const Box& box) {
+void DrawOverlay(const Box& box) {
     cairo_surface_t* drawn =
         cairo_image_surface_create(CAIRO_FORMAT_RGB24, box.layout.width, box.layout.height);
     Draw(box, drawn);
@@ -51,7 +49,7 @@ static void DrawOverlay(const Box& box) {
     cairo_surface_destroy(drawn);
 }
 
-static void DrawBoxWindow(const Box& box) {
+void DrawBoxWindow(const Box& box) {
     if (box.overlay != nullptr) {
         return DrawOverlay(box);
     }
@@ -76,12 +74,12 @@ static void DrawBoxWindow(const Box& box) {
     cairo_surface_destroy(drawn);
 }
 
-static void GiveKeyboard(SDL_Window* window) {
+void GiveKeyboard(SDL_Window* window) {
     SDL_RaiseWindow(window);
     SDL_SetWindowInputFocus(window);
 }
 
-static SDL_Point PlaceInGameWindow(const Box& box) {
+SDL_Point PlaceInGameWindow(const Box& box) {
     int width = 0;
     int height = 0;
     SDL_GetWindowSize(gameWindow, &width, &height);
@@ -90,7 +88,7 @@ static SDL_Point PlaceInGameWindow(const Box& box) {
 
 // On Wayland a window cannot ask for the keyboard, and there are compositors that give it to nobody
 // when a box goes away that had it. A box in the game's own window takes it from nobody.
-static bool OpenBoxInGameWindow(Box& box) {
+bool OpenBoxInGameWindow(Box& box) {
     SDL_Window* const game = gameWindow;
     if (game == nullptr || (SDL_GetWindowFlags(game) & SDL_WINDOW_SHOWN) == 0) {
         return false;
@@ -113,7 +111,7 @@ static bool OpenBoxInGameWindow(Box& box) {
     return true;
 }
 
-static bool OpenBoxWindow(Box& box) {
+bool OpenBoxWindow(Box& box) {
     SDL_Window* parent = gameWindow;
     SDL_Rect usable = {0, 0, 640, 400};
     const int display = parent != nullptr ? std::max(SDL_GetWindowDisplayIndex(parent), 0) : 0;
@@ -142,13 +140,13 @@ static bool OpenBoxWindow(Box& box) {
     return true;
 }
 
-static void MoveFocus(Box& box, int step) {
+void MoveFocus(Box& box, int step) {
     const int buttons = static_cast<int>(box.text->buttons.size());
     box.focus = (box.focus + step + buttons) % buttons;
     DrawBoxWindow(box);
 }
 
-static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
+void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
     // A key that was down when the box came up presses nothing.
     if (event.repeat != 0) {
         return;
@@ -169,7 +167,7 @@ static void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
     }
 }
 
-static void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
+void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
     if (event.button != SDL_BUTTON_LEFT) {
         return;
     }
@@ -185,7 +183,7 @@ static void HandleBoxButton(Box& box, const SDL_MouseButtonEvent& event) {
     DrawBoxWindow(box);
 }
 
-static void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
+void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
     switch (event.event) {
         case SDL_WINDOWEVENT_EXPOSED:
         case SDL_WINDOWEVENT_SIZE_CHANGED: DrawBoxWindow(box); break;
@@ -195,7 +193,7 @@ static void HandleBoxWindowEvent(Box& box, const SDL_WindowEvent& event) {
 }
 
 // What the game's window hears of while it holds the box is the game's all the same.
-static bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
+bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
     const bool isSized = event.event == SDL_WINDOWEVENT_SIZE_CHANGED;
     if ((isSized || event.event == SDL_WINDOWEVENT_EXPOSED) && IsMainThread()) {
         ShowView();
@@ -211,7 +209,7 @@ static bool HandleGameWindowEvent(Box& box, const SDL_WindowEvent& event) {
 }
 
 // The event is the box's own business, or input that a modal box keeps from the game.
-static bool TakeEvent(Box& box, const SDL_Event& event) {
+bool TakeEvent(Box& box, const SDL_Event& event) {
     switch (event.type) {
         case SDL_KEYDOWN:
             if (event.key.windowID == box.windowId) {
@@ -256,7 +254,7 @@ static bool TakeEvent(Box& box, const SDL_Event& event) {
 }
 
 // On the watchdog's thread the gate is open in between, because the main thread may want to enter.
-static bool NextBoxEvent(SDL_Event& event) {
+bool NextBoxEvent(SDL_Event& event) {
     if (IsMainThread()) {
         NoteTurn();
         return SDL_WaitEventTimeout(&event, kWaitMilliseconds) != 0;
@@ -272,14 +270,14 @@ static bool NextBoxEvent(SDL_Event& event) {
 
 // Nobody will press a button any more, or somebody wants the program to end. The box of the
 // watchdog stays then: it is the one that offers the end.
-static bool MustGiveUp() {
+bool MustGiveUp() {
     if (DisplayLoss() != Loss::None) {
         return true;
     }
     return IsMainThread() && (quitRequest == QuitRequest::Made || SignalIsWaiting());
 }
 
-static void CloseBox(Box& box) {
+void CloseBox(Box& box) {
     if (box.overlay != nullptr) {
         return CloseOverlay(box.overlay);
     }
@@ -292,7 +290,7 @@ static void CloseBox(Box& box) {
 }
 
 // Events that the box has kept for the game, among them one that asks it to end.
-static bool AskForEnd(const std::vector<SDL_Event>& events) {
+bool AskForEnd(const std::vector<SDL_Event>& events) {
     return std::any_of(events.begin(), events.end(), [](const SDL_Event& event) {
         return event.type == SDL_QUIT ||
                (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_CLOSE &&
@@ -301,7 +299,9 @@ static bool AskForEnd(const std::vector<SDL_Event>& events) {
 }
 
 // Whether a request to end waited when the last box went away.
-static constinit bool endWasAsked = false;
+constinit bool endWasAsked = false;
+
+}  // namespace
 
 int ShowBox(const BoxText& text, bool (*stop)()) {
     if (DisplayLoss() == Loss::Connection) {

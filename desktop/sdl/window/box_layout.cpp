@@ -31,7 +31,9 @@ constexpr Colour kButtonFrame = {0.25, 0.45, 0.75};
 constexpr Colour kSignFace = {1.0, 0.8, 0.1};
 constexpr Colour kSignFrame = {0.55, 0.4, 0.0};
 
-static PangoLayout* NewText(cairo_t* context, const std::string& text, double fontSize, i32 width) {
+namespace {
+
+PangoLayout* NewText(cairo_t* context, const std::string& text, double fontSize, i32 width) {
     PangoLayout* layout = pango_cairo_create_layout(context);
     PangoFontDescription* font = pango_font_description_from_string("Sans");
     pango_font_description_set_absolute_size(font, fontSize * PANGO_SCALE);
@@ -53,7 +55,7 @@ static PangoLayout* NewText(cairo_t* context, const std::string& text, double fo
     return layout;
 }
 
-static Area Measure(cairo_t* context, const std::string& text, double fontSize, i32 width) {
+Area Measure(cairo_t* context, const std::string& text, double fontSize, i32 width) {
     PangoLayout* layout = NewText(context, text, fontSize, width);
     Area area;
     pango_layout_get_pixel_size(layout, &area.width, &area.height);
@@ -61,8 +63,8 @@ static Area Measure(cairo_t* context, const std::string& text, double fontSize, 
     return area;
 }
 
-static BoxLayout LayOut(cairo_t* context, const std::string& message,
-                        const std::vector<std::string>& buttons, i32 widest, double fontSize) {
+BoxLayout LayOut(cairo_t* context, const std::string& message,
+                 const std::vector<std::string>& buttons, i32 widest, double fontSize) {
     BoxLayout box;
     box.fontSize = fontSize;
     box.sign = {kMargin, kMargin, kSignSize, kSignSize};
@@ -92,6 +94,8 @@ static BoxLayout LayOut(cairo_t* context, const std::string& message,
     box.height = rowTop + rowHeight + kMargin;
     return box;
 }
+
+}  // namespace
 
 BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& buttons, i32 widest,
                     i32 highest, double scale) {
@@ -123,11 +127,13 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
     return box;
 }
 
-static void SetColour(cairo_t* context, const Colour& colour) {
+namespace {
+
+void SetColour(cairo_t* context, const Colour& colour) {
     cairo_set_source_rgb(context, colour.red, colour.green, colour.blue);
 }
 
-static void DrawSign(cairo_t* context, const Area& area) {
+void DrawSign(cairo_t* context, const Area& area) {
     const double left = area.x + 3;
     const double right = area.x + area.width - 3;
     const double top = area.y + 4;
@@ -156,8 +162,7 @@ static void DrawSign(cairo_t* context, const Area& area) {
 }
 
 // Edges lie between whole pixels at any scale, so that they are sharp.
-static void DrawButtonFace(cairo_t* context, const Area& area, double scale, bool pressed,
-                           bool hasFocus) {
+void DrawButtonFace(cairo_t* context, const Area& area, double scale, bool pressed, bool hasFocus) {
     const double left = std::round(area.x * scale);
     const double top = std::round(area.y * scale);
     const double right = std::round((area.x + area.width) * scale);
@@ -175,8 +180,7 @@ static void DrawButtonFace(cairo_t* context, const Area& area, double scale, boo
     cairo_restore(context);
 }
 
-static void DrawLabel(cairo_t* context, const Area& area, const std::string& text,
-                      double fontSize) {
+void DrawLabel(cairo_t* context, const Area& area, const std::string& text, double fontSize) {
     PangoLayout* layout = NewText(context, text, fontSize, 0);
     i32 width = 0;
     i32 height = 0;
@@ -188,6 +192,8 @@ static void DrawLabel(cairo_t* context, const Area& area, const std::string& tex
     pango_cairo_show_layout(context, layout);
     g_object_unref(layout);
 }
+
+}  // namespace
 
 void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::string& message,
              const std::vector<std::string>& buttons, int focus, int pressed) {

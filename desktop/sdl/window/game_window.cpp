@@ -10,7 +10,11 @@
 namespace moxi {
 
 constinit SDL_Window* gameWindow = nullptr;
-static std::string title;
+namespace {
+
+std::string title;
+
+}  // namespace
 
 bool IsGameWindow(u32 sdlWindowId) {
     return gameWindow != nullptr && SDL_GetWindowID(gameWindow) == sdlWindowId;

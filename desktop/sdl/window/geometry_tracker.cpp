@@ -6,21 +6,25 @@
 
 namespace moxi {
 
-static bool SamePosition(const Area& a, const Area& b) {
+namespace {
+
+bool SamePosition(const Area& a, const Area& b) {
     return a.x == b.x && a.y + a.height == b.y + b.height;
 }
 
-static bool SameCorner(const Area& a, const Area& b) {
+bool SameCorner(const Area& a, const Area& b) {
     return a.x == b.x && a.y == b.y;
 }
 
-static bool SameSize(const Area& a, const Area& b) {
+bool SameSize(const Area& a, const Area& b) {
     return a.width == b.width && a.height == b.height;
 }
 
-static GeometryChange Compare(const Area& before, const Area& after) {
+GeometryChange Compare(const Area& before, const Area& after) {
     return {!SamePosition(before, after), !SameSize(before, after)};
 }
+
+}  // namespace
 
 GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now) {
     const GeometryChange change = Compare(tracker.known, asked);
@@ -71,8 +75,10 @@ u64 NextObservation(const GeometryTracker& tracker) {
     return next;
 }
 
-static bool IsInPieces(FrameWatch& watch, const Placement& placement, const Borders& known,
-                       const Area& reported) {
+namespace {
+
+bool IsInPieces(FrameWatch& watch, const Placement& placement, const Borders& known,
+                const Area& reported) {
     const bool fits = WithBorders(placement.content, placement.borders) == placement.frame;
     watch.framesFit = watch.framesFit || fits;
     const bool differs = placement.borders != known;
@@ -82,6 +88,8 @@ static bool IsInPieces(FrameWatch& watch, const Placement& placement, const Bord
     // Reports of the content come later than the borders can be asked for.
     return !fits || (differs && reported != placement.content);
 }
+
+}  // namespace
 
 bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
                      const Area& reported, u64 now) {

@@ -16,28 +16,34 @@
 namespace moxi {
 
 // A function of a library that SDL has loaded, if it has: a desktop without it needs none.
+namespace {
+
 template <class F>
-static F* Loaded(const char* library, const char* name) {
+F* Loaded(const char* library, const char* name) {
     void* const handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
     return handle == nullptr ? nullptr : reinterpret_cast<F*>(dlsym(handle, name));
 }
 
-static bool WindowInfo(SDL_Window* window, SDL_SYSWM_TYPE type, SDL_SysWMinfo& info) {
+bool WindowInfo(SDL_Window* window, SDL_SYSWM_TYPE type, SDL_SysWMinfo& info) {
     SDL_VERSION(&info.version);
     return window != nullptr && SDL_GetWindowWMInfo(window, &info) == SDL_TRUE &&
            info.subsystem == type;
 }
 
+}  // namespace
+
 #ifdef SDL_VIDEO_DRIVER_X11
 
 constexpr const char* kX11 = "libX11.so.6";
 
-static constinit DisplayLossHandlers handlers = {};
-static constinit Display* watchedDisplay = nullptr;
-static constinit XID watchedWindow = 0;
+namespace {
+
+constinit DisplayLossHandlers handlers = {};
+constinit Display* watchedDisplay = nullptr;
+constinit XID watchedWindow = 0;
 
 // The library's own handler ends the process. A request that fails is no reason to.
-static int OnError(Display*, XErrorEvent* event) {
+int OnError(Display*, XErrorEvent* event) {
     const bool isWindows = event->error_code == BadWindow || event->error_code == BadDrawable;
     if (isWindows && event->resourceid == watchedWindow) {
         handlers.windowLost();
@@ -54,19 +60,21 @@ static int OnError(Display*, XErrorEvent* event) {
     return 0;
 }
 
-static int OnConnectionError(Display*) {
+int OnConnectionError(Display*) {
     handlers.connectionLost();
     return 0;
 }
 
 // When this returns, calls of the library do nothing from then on.
-static void OnConnectionEnd(Display*, void*) {}
+void OnConnectionEnd(Display*, void*) {}
 
 // Where the library is too old to go on, the process has to end in the handler.
-static int OnFinalConnectionError(Display*) {
+int OnFinalConnectionError(Display*) {
     SystemLog("the connection to the display is lost");
     _exit(1);
 }
+
+}  // namespace
 
 void TakeX11Errors() {
     void* const library = dlopen(kX11, RTLD_LAZY);
@@ -184,7 +192,11 @@ void NameX11Window(SDL_Window*, const char*) {}
 
 #ifdef SDL_VIDEO_DRIVER_WAYLAND
 
-static constinit wl_display* watchedConnection = nullptr;
+namespace {
+
+constinit wl_display* watchedConnection = nullptr;
+
+}  // namespace
 
 void WatchWaylandConnection(SDL_Window* window) {
     SDL_SysWMinfo info;

@@ -16,17 +16,19 @@ constinit i32 screenPointSize = 1;
 constexpr i32 kLeastWidth = 600;
 constexpr i32 kLeastHeight = 400;
 
-static i32 FloorDiv(i64 value, i64 by) {
+namespace {
+
+i32 FloorDiv(i64 value, i64 by) {
     const i64 quotient = value / by;
     return static_cast<i32>(value % by < 0 ? quotient - 1 : quotient);
 }
 
-static i32 CeilDiv(i32 value, i32 by) {
+i32 CeilDiv(i32 value, i32 by) {
     return -FloorDiv(-i64{value}, by);
 }
 
 // The number that a text begins with; 0 for another text.
-static double NumberOf(const char* text) {
+double NumberOf(const char* text) {
     double number = 0;
     if (text == nullptr) {
         return 0;
@@ -35,14 +37,20 @@ static double NumberOf(const char* text) {
     return std::isfinite(number) ? number : 0;
 }
 
+}  // namespace
+
 i32 MostSteps(const Area& mainScreen) {
     return std::max(std::min(mainScreen.width / kLeastWidth, mainScreen.height / kLeastHeight), 1);
 }
 
-static double WantedDensity(const char* dpi, const char* gdkScale) {
+namespace {
+
+double WantedDensity(const char* dpi, const char* gdkScale) {
     constexpr double kPlainDpi = 96;
     return std::max(NumberOf(dpi) / kPlainDpi, NumberOf(gdkScale));
 }
+
+}  // namespace
 
 i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
     const double wanted = std::round(WantedDensity(dpi, gdkScale));
@@ -59,10 +67,14 @@ ViewSize ViewOf(const Area& content) {
     return {std::max(content.width / pointSize, 1), std::max(content.height / pointSize, 1)};
 }
 
-static Borders InPoints(const Borders& borders) {
+namespace {
+
+Borders InPoints(const Borders& borders) {
     return {CeilDiv(borders.top, pointSize), CeilDiv(borders.left, pointSize),
             CeilDiv(borders.bottom, pointSize), CeilDiv(borders.right, pointSize)};
 }
+
+}  // namespace
 
 WindowFrame FrameOf(const Area& content, const Borders& borders, const Area& mainScreen) {
     const WindowFrame pixels = FromArea(content, mainScreen);
@@ -94,9 +106,13 @@ WindowFrame ScreenFrameOf(const Area& screen, const Area& mainScreen) {
             std::max(pixels.height / screenPointSize, 1)};
 }
 
-static i32 Middle(i32 room, i32 size) {
+namespace {
+
+i32 Middle(i32 room, i32 size) {
     return std::max(room - size, 0) / 2;
 }
+
+}  // namespace
 
 Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
     const i64 width = std::max(picture.width, 1);

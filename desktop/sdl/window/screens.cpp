@@ -19,17 +19,19 @@ namespace moxi {
 
 constexpr u64 kLookNanoseconds = 500'000'000;
 
-static constinit u64 nextLook = 0;
-static constinit std::vector<Area> knownScreens;  // as the application was told
-// As the X server told first and last. Once they differ the server knows better than SDL.
-static constinit std::vector<Area> firstMonitors;
-static constinit std::vector<Area> monitors;
+namespace {
 
-static Area FromRect(const SDL_Rect& rect) {
+constinit u64 nextLook = 0;
+constinit std::vector<Area> knownScreens;  // as the application was told
+// As the X server told first and last. Once they differ the server knows better than SDL.
+constinit std::vector<Area> firstMonitors;
+constinit std::vector<Area> monitors;
+
+Area FromRect(const SDL_Rect& rect) {
     return {rect.x, rect.y, rect.w, rect.h};
 }
 
-static std::vector<Area> ScreenAreas() {
+std::vector<Area> ScreenAreas() {
     if (monitors != firstMonitors) {
         return monitors;
     }
@@ -43,6 +45,8 @@ static std::vector<Area> ScreenAreas() {
     // No display at all just now: what was there will come back.
     return areas.empty() ? knownScreens : areas;
 }
+
+}  // namespace
 
 Area MainScreenArea() {
     const std::vector<Area> areas = ScreenAreas();
@@ -113,9 +117,13 @@ void TellScreenChanges() {
     Tell(desktopEvents.screensChanged);
 }
 
-static bool DesktopEnlarges() {
+namespace {
+
+bool DesktopEnlarges() {
     return std::string_view(SDL_GetCurrentVideoDriver()) == "wayland";
 }
+
+}  // namespace
 
 i32 DesktopDensity(const Area& mainScreen) {
     if (DesktopEnlarges()) {

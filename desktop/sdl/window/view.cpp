@@ -23,29 +23,31 @@ namespace moxi {
 
 constexpr u32 kViewFormat = SDL_PIXELFORMAT_XBGR8888;  // in memory R, G, B, unused
 
-static constinit SDL_Window* window = nullptr;
-static constinit ViewSize viewSize;  // as the application knows it
-static constinit Fitting fitting = Fitting::Steps;
-static constinit i32 steps = 1;
-static constinit bool smooth = false;
-static constinit ViewRect requested;           // empty when nothing is
-static constinit Area newPixels;               // drawn and not yet shown; empty when width is 0
-static constinit bool surfaceIsShown = false;  // the host's own
-static constinit ViewSize pictureSize;         // of it
+namespace {
+
+constinit SDL_Window* window = nullptr;
+constinit ViewSize viewSize;  // as the application knows it
+constinit Fitting fitting = Fitting::Steps;
+constinit i32 steps = 1;
+constinit bool smooth = false;
+constinit ViewRect requested;           // empty when nothing is
+constinit Area newPixels;               // drawn and not yet shown; empty when width is 0
+constinit bool surfaceIsShown = false;  // the host's own
+constinit ViewSize pictureSize;         // of it
 
 // With a surface:
-static constinit bool hasSurface = false;
-static constinit SDL_Surface* surface = nullptr;  // SDL's; another one after each change of size
-static constinit Area shownPlace;                 // of the view, when it was drawn last
+constinit bool hasSurface = false;
+constinit SDL_Surface* surface = nullptr;  // SDL's; another one after each change of size
+constinit Area shownPlace;                 // of the view, when it was drawn last
 
 // With a texture:
-static constinit SDL_Renderer* renderer = nullptr;
-static constinit SDL_Texture* texture = nullptr;  // the whole view
-static constinit ViewSize textureSize;
-static constinit ViewSize shownRoom;  // of the window, when the texture was shown last
+constinit SDL_Renderer* renderer = nullptr;
+constinit SDL_Texture* texture = nullptr;  // the whole view
+constinit ViewSize textureSize;
+constinit ViewSize shownRoom;  // of the window, when the texture was shown last
 
 // The host's own surface is drawn for the window's pixels.
-static bool IsEnlarged() {
+bool IsEnlarged() {
     if (surfaceIsShown) {
         return false;
     }
@@ -55,7 +57,7 @@ static bool IsEnlarged() {
 // --- The graphics processor, where there is one. What does its work on the processor itself is
 // slower than doing it here.
 
-static bool ThereIsADevice() {
+bool ThereIsADevice() {
     // Whoever names a renderer gets it.
     if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
         return true;
@@ -66,7 +68,7 @@ static bool ThereIsADevice() {
                        [](const char* device) { return access(device, R_OK | W_OK) == 0; });
 }
 
-static bool RendererIsAProcessors() {
+bool RendererIsAProcessors() {
     if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
         return false;
     }
@@ -84,12 +86,12 @@ static bool RendererIsAProcessors() {
     });
 }
 
-static void StartRenderer(u32 flags) {
+void StartRenderer(u32 flags) {
     // Never with vertical sync: presenting would halt the event loop for up to a frame.
     renderer = SDL_CreateRenderer(window, -1, flags);
 }
 
-static bool StartGraphicsProcessor() {
+bool StartGraphicsProcessor() {
     if (!ThereIsADevice()) {
         return false;
     }
@@ -106,9 +108,11 @@ static bool StartGraphicsProcessor() {
     return false;
 }
 
-static bool HasSurfaces() {
+bool HasSurfaces() {
     return std::string_view(SDL_GetCurrentVideoDriver()) == "x11";
 }
+
+}  // namespace
 
 bool StartView(SDL_Window* shownIn, ViewSize size) {
     window = shownIn;
@@ -182,13 +186,15 @@ bool ServeRedraw() {
 
 // --- Where the view is. SDL's points are pixels but on Wayland, with a high density.
 
-static ViewSize WindowSize() {
+namespace {
+
+ViewSize WindowSize() {
     ViewSize size;
     SDL_GetWindowSize(window, &size.width, &size.height);
     return {std::max(size.width, 1), std::max(size.height, 1)};
 }
 
-static ViewSize Room() {
+ViewSize Room() {
     ViewSize size = WindowSize();
     if (renderer != nullptr) {
         SDL_GetRendererOutputSize(renderer, &size.width, &size.height);
@@ -196,7 +202,7 @@ static ViewSize Room() {
     return {std::max(size.width, 1), std::max(size.height, 1)};
 }
 
-static Area PlaceOfView(ViewSize room) {
+Area PlaceOfView(ViewSize room) {
     if (surfaceIsShown) {
         return {0, 0, pictureSize.width, pictureSize.height};
     }
@@ -204,6 +210,8 @@ static Area PlaceOfView(ViewSize room) {
     const i32 density = std::max(room.width / WindowSize().width, 1);
     return PlaceIn(room, viewSize, fitting, steps * density);
 }
+
+}  // namespace
 
 Point ViewPoint(Point inWindow, bool nearest) {
     if (window == nullptr) {
@@ -246,7 +254,9 @@ bool IsOnView(i32 x, i32 y) {
 // --- The surface. A new one is white where nothing has been drawn, and has black bars around a
 // view that is enlarged.
 
-static void Clear(const Area& place) {
+namespace {
+
+void Clear(const Area& place) {
     const SDL_Rect view = {place.x, place.y, place.width, place.height};
     if (IsEnlarged()) {
         SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
@@ -256,7 +266,7 @@ static void Clear(const Area& place) {
     newPixels = {0, 0, surface->w, surface->h};
 }
 
-static bool PrepareSurface() {
+bool PrepareSurface() {
     SDL_Surface* current = SDL_GetWindowSurface(window);
     const bool isNew = current != surface;
     surface = current;
@@ -274,31 +284,31 @@ static bool PrepareSurface() {
     return true;
 }
 
-static SourcePicture Source(const ViewPixels& view) {
+SourcePicture Source(const ViewPixels& view) {
     return {view.pixels, view.width, view.height, 4 * view.width};
 }
 
 // What is shown as it is needs no pixel beside those that have been drawn.
-static SourcePicture NearerSource(const ViewPixels& view) {
+SourcePicture NearerSource(const ViewPixels& view) {
     if (view.nearer == nullptr) {
         return Source(view);
     }
     return {view.nearer, view.width, view.height, view.nearerStride};
 }
 
-static TargetPicture Target() {
+TargetPicture Target() {
     return {static_cast<u8*>(surface->pixels), surface->w, surface->h, surface->pitch,
             surface->format->format != kViewFormat};
 }
 
 // Enlarged, over `shownPlace`.
-static Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
+Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
     return Enlarge(Source(view), Target(), shownPlace, area, smooth);
 }
 
 // --- The texture, of the view's size; white where nothing has been drawn.
 
-static bool PrepareTexture() {
+bool PrepareTexture() {
     const ViewSize size = surfaceIsShown ? pictureSize : viewSize;
     if (renderer == nullptr || size.width <= 0 || size.height <= 0) {
         return false;
@@ -326,7 +336,7 @@ static bool PrepareTexture() {
 // --- Both
 
 // A graphics processor that cannot hold the view, or cannot go on, is given up for the surface.
-static bool GiveUpRenderer() {
+bool GiveUpRenderer() {
     if (renderer == nullptr || !HasSurfaces()) {
         return false;
     }
@@ -341,7 +351,7 @@ static bool GiveUpRenderer() {
     return true;
 }
 
-static bool Prepare() {
+bool Prepare() {
     if (window == nullptr) {
         return false;
     }
@@ -355,7 +365,7 @@ static bool Prepare() {
     return PrepareSurface();
 }
 
-static Area Union(const Area& a, const Area& b) {
+Area Union(const Area& a, const Area& b) {
     if (a.width <= 0) {
         return b;
     }
@@ -367,13 +377,13 @@ static Area Union(const Area& a, const Area& b) {
 
 // As far as the window is there: it may still have, or have again, another size than the
 // application knows.
-static Area Within(Area area, ViewSize room) {
+Area Within(Area area, ViewSize room) {
     area.width = std::min(area.width, room.width - area.x);
     area.height = std::min(area.height, room.height - area.y);
     return area;
 }
 
-static void Present(ViewPixels view, ViewRect rect) {
+void Present(ViewPixels view, ViewRect rect) {
     if (view.pixels == nullptr || !Prepare()) {
         return;
     }
@@ -401,6 +411,8 @@ static void Present(ViewPixels view, ViewRect rect) {
     newPixels = Union(newPixels, area);
 }
 
+}  // namespace
+
 void PresentView(ViewPixels view, ViewRect rect) {
     const InsideDesktop inside;
     if (!surfaceIsShown) {
@@ -427,7 +439,9 @@ ViewSize WindowPixels() {
     return window != nullptr ? Room() : viewSize;
 }
 
-static bool RenderTexture(ViewSize room) {
+namespace {
+
+bool RenderTexture(ViewSize room) {
     const Area place = PlaceOfView(room);
     const SDL_Rect target = {place.x, place.y, place.width, place.height};
     const u8 bar = IsEnlarged() ? 0 : 255;
@@ -443,7 +457,7 @@ static bool RenderTexture(ViewSize room) {
 
 // A driver may learn of the window's new size when it presents, so that the first picture of that
 // size still goes into pixels of the old one.
-static void ShowTexture() {
+void ShowTexture() {
     const ViewSize room = Room();
     const bool isNew = room != shownRoom;
     shownRoom = room;
@@ -452,7 +466,7 @@ static void ShowTexture() {
     }
 }
 
-static void ShowArea(const Area& area) {
+void ShowArea(const Area& area) {
     if (!hasSurface) {
         return ShowTexture();
     }
@@ -462,6 +476,8 @@ static void ShowArea(const Area& area) {
         SDL_UpdateWindowSurfaceRects(window, &changed, 1);
     }
 }
+
+}  // namespace
 
 void ShowView() {
     newPixels = {};

@@ -14,14 +14,18 @@
 
 namespace moxi {
 
-static constinit wl_display* display = nullptr;
-static constinit wl_event_queue* queue = nullptr;
-static constinit wl_registry* registry = nullptr;
-static constinit wl_seat* seat = nullptr;
-static constinit wl_keyboard* keyboard = nullptr;
-static constinit wl_compositor* compositor = nullptr;
-static constinit wl_subcompositor* subcompositor = nullptr;
-static constinit wl_shm* sharedMemory = nullptr;
+namespace {
+
+constinit wl_display* display = nullptr;
+constinit wl_event_queue* queue = nullptr;
+constinit wl_registry* registry = nullptr;
+constinit wl_seat* seat = nullptr;
+constinit wl_keyboard* keyboard = nullptr;
+constinit wl_compositor* compositor = nullptr;
+constinit wl_subcompositor* subcompositor = nullptr;
+constinit wl_shm* sharedMemory = nullptr;
+
+}  // namespace
 
 void TakeWaylandEvents() {
     if (queue != nullptr) {
@@ -31,11 +35,13 @@ void TakeWaylandEvents() {
 
 // --- The keyboard layouts. A second keyboard object gets what SDL's gets.
 
-static constinit xkb_context* context = nullptr;
-static constinit xkb_keymap* keymap = nullptr;
-static constinit u32 activeGroup = 0;
+namespace {
 
-static void OnKeymap(void*, wl_keyboard*, uint32_t format, int32_t file, uint32_t size) {
+constinit xkb_context* context = nullptr;
+constinit xkb_keymap* keymap = nullptr;
+constinit u32 activeGroup = 0;
+
+void OnKeymap(void*, wl_keyboard*, uint32_t format, int32_t file, uint32_t size) {
     void* const text = format == WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1
                            ? mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0)
                            : MAP_FAILED;
@@ -51,7 +57,7 @@ static void OnKeymap(void*, wl_keyboard*, uint32_t format, int32_t file, uint32_
     munmap(text, size);
 }
 
-static constexpr wl_keyboard_listener kKeyboardEvents = {
+constexpr wl_keyboard_listener kKeyboardEvents = {
     .keymap = OnKeymap,
     .enter = [](void*, wl_keyboard*, uint32_t, wl_surface*, wl_array*) {},
     .leave = [](void*, wl_keyboard*, uint32_t, wl_surface*) {},
@@ -61,7 +67,7 @@ static constexpr wl_keyboard_listener kKeyboardEvents = {
     .repeat_info = [](void*, wl_keyboard*, int32_t, int32_t) {},
 };
 
-static void OnCapabilities(void*, wl_seat* of, uint32_t capabilities) {
+void OnCapabilities(void*, wl_seat* of, uint32_t capabilities) {
     const bool has = (capabilities & WL_SEAT_CAPABILITY_KEYBOARD) != 0;
     if (has && keyboard == nullptr) {
         keyboard = wl_seat_get_keyboard(of);
@@ -72,34 +78,34 @@ static void OnCapabilities(void*, wl_seat* of, uint32_t capabilities) {
     }
 }
 
-static constexpr wl_seat_listener kSeatEvents = {
+constexpr wl_seat_listener kSeatEvents = {
     .capabilities = OnCapabilities,
     .name = [](void*, wl_seat*, const char*) {},
 };
 
-static xkb_keymap* Keymap() {
+xkb_keymap* Keymap() {
     TakeWaylandEvents();
     return keymap;
 }
 
-static u32 ActiveGroup() {
+u32 ActiveGroup() {
     TakeWaylandEvents();
     return activeGroup;
 }
 
-static constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
+constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
 
 // --- The compositor's objects
 
 template <class T>
-static void Bind(T*& object, u32 name, const wl_interface& interface, u32 version) {
+void Bind(T*& object, u32 name, const wl_interface& interface, u32 version) {
     if (object != nullptr) {
         return;
     }
     object = static_cast<T*>(wl_registry_bind(registry, name, &interface, version));
 }
 
-static void OnGlobal(void*, wl_registry*, uint32_t name, const char* interface, uint32_t version) {
+void OnGlobal(void*, wl_registry*, uint32_t name, const char* interface, uint32_t version) {
     const std::string_view kind = interface;
     if (kind == wl_seat_interface.name && seat == nullptr) {
         // From version 4 on a keyboard tells how its keys repeat, from 8 on there is more.
@@ -114,12 +120,12 @@ static void OnGlobal(void*, wl_registry*, uint32_t name, const char* interface, 
     }
 }
 
-static constexpr wl_registry_listener kRegistryEvents = {
+constexpr wl_registry_listener kRegistryEvents = {
     .global = OnGlobal,
     .global_remove = [](void*, wl_registry*, uint32_t) {},
 };
 
-static wl_surface* SurfaceOf(SDL_Window* window, wl_display** connection) {
+wl_surface* SurfaceOf(SDL_Window* window, wl_display** connection) {
     SDL_SysWMinfo info;
     SDL_VERSION(&info.version);
     if (window == nullptr || SDL_GetWindowWMInfo(window, &info) != SDL_TRUE ||
@@ -131,6 +137,8 @@ static wl_surface* SurfaceOf(SDL_Window* window, wl_display** connection) {
     }
     return info.info.wl.surface;
 }
+
+}  // namespace
 
 void StartWaylandSide(SDL_Window* window) {
     if (queue != nullptr || SurfaceOf(window, &display) == nullptr) {
@@ -229,8 +237,10 @@ void MoveOverlay(WaylandOverlay* overlay, i32 x, i32 y) {
     wl_display_flush(display);
 }
 
+namespace {
+
 // A picture in memory that the compositor shares; null where there is none.
-static wl_buffer* NewPicture(const u8* pixels, i32 width, i32 height) {
+wl_buffer* NewPicture(const u8* pixels, i32 width, i32 height) {
     const i32 stride = width * 4;
     const i32 size = stride * height;
     const int file = memfd_create("moxi", MFD_CLOEXEC);
@@ -247,6 +257,8 @@ static wl_buffer* NewPicture(const u8* pixels, i32 width, i32 height) {
     close(file);
     return picture;
 }
+
+}  // namespace
 
 void ShowOverlay(WaylandOverlay* overlay, const u8* pixels, i32 width, i32 height) {
     wl_buffer* const picture = NewPicture(pixels, width, height);

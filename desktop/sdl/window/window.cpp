@@ -35,38 +35,42 @@ namespace moxi {
 constexpr u64 kLeavingNanoseconds = 200'000'000;
 constexpr u64 kLiveResizeNanoseconds = 30'000'000;
 
-static constinit GeometryTracker tracker;  // content area
-static constinit Borders borders;          // all 0 where the desktop does not tell
-static constinit FrameWatch frames;
-static constinit bool reported = false;       // the desktop has told of a change since we looked
-static constinit bool positionsExist = true;  // Wayland has none
-static constinit bool shown = false;
-static constinit bool miniaturized = false;
+namespace {
+
+constinit GeometryTracker tracker;  // content area
+constinit Borders borders;          // all 0 where the desktop does not tell
+constinit FrameWatch frames;
+constinit bool reported = false;       // the desktop has told of a change since we looked
+constinit bool positionsExist = true;  // Wayland has none
+constinit bool shown = false;
+constinit bool miniaturized = false;
 
 // What the application asked for and the desktop has not been given. Giving it can block for
 // 100 ms on X11, so it is done once in a turn of the loop and not at each request.
-static constinit bool owed = false;
-static constinit u64 owedFrom = 0;  // not before this time
+constinit bool owed = false;
+constinit u64 owedFrom = 0;  // not before this time
 
-static constinit bool fullScreen = false;
-static constinit Area windowedContent;  // to come back to
-static constinit Borders windowedBorders;
+constinit bool fullScreen = false;
+constinit Area windowedContent;  // to come back to
+constinit Borders windowedBorders;
 
-static constinit bool liveResize = false;
-static constinit u64 nextLiveLook = 0;
+constinit bool liveResize = false;
+constinit u64 nextLiveLook = 0;
 
 // A fitted view keeps its size whatever becomes of the window. The application has the frame that
 // it asked for, and does not see that the window fills the screen.
-static constinit ViewScale scale;
-static constinit bool fitted = false;
-static constinit WindowFrame fittedFrame;
-static constinit bool onWholeScreen = false;
-static constinit ViewSize viewSizeTold;  // to the application, or asked for by it
+constinit ViewScale scale;
+constinit bool fitted = false;
+constinit WindowFrame fittedFrame;
+constinit bool onWholeScreen = false;
+constinit ViewSize viewSizeTold;  // to the application, or asked for by it
 
 // In full screen of its own the application has all of the screen's pixels.
-static bool IsFittedNow() {
+bool IsFittedNow() {
     return fitted && !fullScreen;
 }
+
+}  // namespace
 
 ViewSize CurrentViewSize() {
     if (IsFittedNow()) {
@@ -87,7 +91,9 @@ WindowFrame GameWindowFrame() {
     return FrameOf(tracker.known, borders, MainScreenArea());
 }
 
-static Area ActualContent() {
+namespace {
+
+Area ActualContent() {
     Area area;
     SDL_GetWindowPosition(gameWindow, &area.x, &area.y);
     SDL_GetWindowSize(gameWindow, &area.width, &area.height);
@@ -101,7 +107,7 @@ static Area ActualContent() {
 
 // What the X server has. Not to be asked at any time: a window manager may be moving the window
 // about while it shows or hides it, and tells only when it has finished.
-static Area ContentOnServer() {
+Area ContentOnServer() {
     SDL_Rect content;
     if (!AskX11ForWindow(gameWindow, content)) {
         return ActualContent();
@@ -109,7 +115,7 @@ static Area ContentOnServer() {
     return {content.x, content.y, content.w, content.h};
 }
 
-static bool AskForPlacement(Placement& placement) {
+bool AskForPlacement(Placement& placement) {
     X11Placement asked;
     if (!AskX11ForPlacement(XWindow(gameWindow), asked)) {
         return false;
@@ -125,18 +131,18 @@ static bool AskForPlacement(Placement& placement) {
 
 // Answers whether the frame has another place now though the content has stayed where it is. The
 // borders that a window has from the start are no news.
-static bool TakeBorders(const Borders& now) {
+bool TakeBorders(const Borders& now) {
     const Borders before = std::exchange(borders, now);
     return before != Borders{} && (before.left != now.left || before.bottom != now.bottom);
 }
 
-static void TellSize() {
+void TellSize() {
     Tell(desktopEvents.viewFrameDidChange);
     Tell(desktopEvents.windowDidResize);
 }
 
 // Shows the view as it has to be now, and answers whether it has another size.
-static bool FitViewNow() {
+bool FitViewNow() {
     const ViewSize before = viewSizeTold;
     viewSizeTold = CurrentViewSize();
     const Fitting fitting = !IsFittedNow()                                ? Fitting::Steps
@@ -147,7 +153,7 @@ static bool FitViewNow() {
     return before.width != viewSizeTold.width || before.height != viewSizeTold.height;
 }
 
-static void TellChange(const GeometryChange& change) {
+void TellChange(const GeometryChange& change) {
     // A fitted view stays where and as large as the application wants it.
     const bool resized = change.resized && FitViewNow();
     if (change.moved && !IsFittedNow()) {
@@ -157,6 +163,8 @@ static void TellChange(const GeometryChange& change) {
         TellSize();
     }
 }
+
+}  // namespace
 
 void CreateGameWindow(WindowFrame content) {
     const InsideDesktop inside;
@@ -185,7 +193,9 @@ void CreateGameWindow(WindowFrame content) {
 
 // --- The scale
 
-static i32 StepsOf(const ViewScale& wanted) {
+namespace {
+
+i32 StepsOf(const ViewScale& wanted) {
     switch (wanted.kind) {
         case ViewScale::Kind::Steps:
             return std::clamp(wanted.steps, 1, MostSteps(MainScreenArea()));
@@ -196,11 +206,11 @@ static i32 StepsOf(const ViewScale& wanted) {
     return 1;
 }
 
-static bool IsFitting(const ViewScale& wanted) {
+bool IsFitting(const ViewScale& wanted) {
     return wanted.kind == ViewScale::Kind::Fit || wanted.kind == ViewScale::Kind::FitFractions;
 }
 
-static void UseWholeScreen(bool use) {
+void UseWholeScreen(bool use) {
     if (onWholeScreen == use) {
         return;
     }
@@ -227,6 +237,8 @@ static void UseWholeScreen(bool use) {
     RequestWholeRedraw();
 }
 
+}  // namespace
+
 std::optional<bool> FittedScreen() {
     if (gameWindow == nullptr || !IsFittedNow()) {
         return std::nullopt;
@@ -241,8 +253,10 @@ void SetFittedScreen(bool whole) {
     }
 }
 
+namespace {
+
 // The view keeps its size, and the window takes another one.
-static void ResizeWindowToView(const WindowFrame& frame) {
+void ResizeWindowToView(const WindowFrame& frame) {
     if (fullScreen || gameWindow == nullptr) {
         return;
     }
@@ -255,6 +269,8 @@ static void ResizeWindowToView(const WindowFrame& frame) {
     AskGeometry(tracker, content, Nanoseconds());
     owed = true;
 }
+
+}  // namespace
 
 void SetViewScale(const ViewScale& wanted) {
     const InsideDesktop inside;
@@ -354,7 +370,9 @@ void SetGameWindowFrame(WindowFrame frame) {
     TellChange(change);
 }
 
-static void EnterFullScreen(bool byUs) {
+namespace {
+
+void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillEnterFullScreen);
     if (gameWindow == nullptr) {
         return;
@@ -376,7 +394,7 @@ static void EnterFullScreen(bool byUs) {
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
 
-static void LeaveFullScreen(bool byUs) {
+void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowWillExitFullScreen);
     if (gameWindow == nullptr) {
         return;
@@ -399,6 +417,8 @@ static void LeaveFullScreen(bool byUs) {
     Tell(desktopEvents.windowDidExitFullScreen);
 }
 
+}  // namespace
+
 void ToggleFullScreen() {
     const InsideDesktop inside;
     if (gameWindow == nullptr) {
@@ -412,7 +432,9 @@ void ToggleFullScreen() {
     reported = true;
 }
 
-static void GiveWhatIsOwed() {
+namespace {
+
+void GiveWhatIsOwed() {
     owed = false;
     reported = true;
     if (fullScreen || onWholeScreen) {
@@ -437,7 +459,7 @@ static void GiveWhatIsOwed() {
 
 // A resize that comes while a mouse button is held that we have not seen pressed is the user's at
 // the window's border. Wayland does not let us know.
-static void StartLiveResize() {
+void StartLiveResize() {
     if (liveResize || fullScreen || fitted || AnyButtonHeld()) {
         return;
     }
@@ -449,7 +471,7 @@ static void StartLiveResize() {
     Tell(desktopEvents.windowWillStartLiveResize);
 }
 
-static void WatchLiveResize(u64 now) {
+void WatchLiveResize(u64 now) {
     if (!liveResize || now < nextLiveLook) {
         return;
     }
@@ -464,7 +486,7 @@ static void WatchLiveResize(u64 now) {
 
 // Where a window manager refuses what was asked for, SDL goes on believing in it, draws for it and
 // hears of no change.
-static void MakeSdlBelieve(const Area& actual) {
+void MakeSdlBelieve(const Area& actual) {
     Area believed;
     SDL_GetWindowPosition(gameWindow, &believed.x, &believed.y);
     SDL_GetWindowSize(gameWindow, &believed.width, &believed.height);
@@ -480,7 +502,7 @@ static void MakeSdlBelieve(const Area& actual) {
     RequestWholeRedraw();
 }
 
-static void LookAtWindow(u64 now) {
+void LookAtWindow(u64 now) {
     reported = false;
     if (!shown || miniaturized) {
         return;
@@ -530,17 +552,23 @@ static void LookAtWindow(u64 now) {
     TellChange(change);
 }
 
+}  // namespace
+
 bool IsInLiveResize() {
     return liveResize;
 }
 
+namespace {
+
 // Where nobody would look nothing is waited for; what ends that is reported.
-static u64 NextLook() {
+u64 NextLook() {
     if (!shown || miniaturized) {
         return kNever;
     }
     return std::min(NextObservation(tracker), NextFrameLook(frames));
 }
+
+}  // namespace
 
 void SettleWindow() {
     if (gameWindow == nullptr) {
@@ -573,7 +601,9 @@ u64 NextSettling() {
     return next;
 }
 
-static void SetMiniaturized(bool now) {
+namespace {
+
+void SetMiniaturized(bool now) {
     if (miniaturized == now) {
         return;  // SDL reports some of them twice
     }
@@ -585,6 +615,8 @@ static void SetMiniaturized(bool now) {
         Tell(desktopEvents.windowDidDeminiaturize);
     }
 }
+
+}  // namespace
 
 void HandleWindowEvent(const SDL_WindowEvent& event) {
     switch (event.event) {

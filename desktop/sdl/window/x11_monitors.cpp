@@ -20,9 +20,7 @@ struct RandrFunctions {
     decltype(&XRRGetMonitors) getMonitors = nullptr;
     decltype(&XRRFreeMonitors) freeMonitors = nullptr;
 };
-}  // namespace
-
-static RandrFunctions LoadRandr() {
+RandrFunctions LoadRandr() {
     RandrFunctions functions;
     void* library = SDL_LoadObject("libXrandr.so.2");
     if (library == nullptr) {
@@ -38,13 +36,15 @@ static RandrFunctions LoadRandr() {
 }
 
 // Monitors came with version 1.5; an older server would end the program for asking.
-static bool KnowsMonitors(const RandrFunctions& randr, Display* display) {
+bool KnowsMonitors(const RandrFunctions& randr, Display* display) {
     int major = 0;
     int minor = 0;
     return randr.queryVersion != nullptr && randr.getMonitors != nullptr &&
            randr.freeMonitors != nullptr && randr.queryVersion(display, &major, &minor) != 0 &&
            (major > 1 || (major == 1 && minor >= 5));
 }
+
+}  // namespace
 
 std::vector<Monitor> X11Monitors(SDL_Window* window) {
     SDL_SysWMinfo info;

@@ -16,15 +16,17 @@
 
 namespace moxi {
 
-static constinit xcb_connection_t* connection = nullptr;
+namespace {
+
+constinit xcb_connection_t* connection = nullptr;
 
 // --- Layouts
 
-static constinit xkb_context* context = nullptr;
-static constinit xkb_keymap* keymap = nullptr;
-static constinit bool keymapIsOld = true;
+constinit xkb_context* context = nullptr;
+constinit xkb_keymap* keymap = nullptr;
+constinit bool keymapIsOld = true;
 
-static xkb_keymap* Keymap() {
+xkb_keymap* Keymap() {
     if (!keymapIsOld || context == nullptr) {
         return keymap;
     }
@@ -37,7 +39,7 @@ static xkb_keymap* Keymap() {
     return keymap;
 }
 
-static u32 ActiveGroup() {
+u32 ActiveGroup() {
     if (Keymap() == nullptr) {
         return 0;
     }
@@ -51,9 +53,9 @@ static u32 ActiveGroup() {
     return group;
 }
 
-static constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
+constexpr LayoutSource kLayouts = {Keymap, ActiveGroup};
 
-static void StartLayouts() {
+void StartLayouts() {
     if (xkb_x11_setup_xkb_extension(
             connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
             XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr) == 0) {
@@ -66,6 +68,8 @@ static void StartLayouts() {
     }
 }
 
+}  // namespace
+
 // --- Keys. Whoever takes events off the wire is inside the gate.
 
 // The word of a key event that SDL leaves to nobody says what the X event said.
@@ -73,11 +77,13 @@ constexpr u32 kKnown = 1;
 constexpr u32 kHeldBefore = 2;
 constexpr u32 kGroupShift = 8;
 
-static std::bitset<256> heldBefore;     // by the server's number
-static constinit u32 keyWord = 0;       // of the key press that SDL is looking at
-static constinit bool leaving = false;  // SDL is looking at the pointer's leaving
+namespace {
 
-static void NoteHeldKeys() {
+std::bitset<256> heldBefore;     // by the server's number
+constinit u32 keyWord = 0;       // of the key press that SDL is looking at
+constinit bool leaving = false;  // SDL is looking at the pointer's leaving
+
+void NoteHeldKeys() {
     heldBefore.reset();
     xcb_query_keymap_reply_t* const keys =
         xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr);
@@ -92,10 +98,10 @@ static void NoteHeldKeys() {
 
 // --- Borders
 
-static constinit xcb_atom_t frameExtents = XCB_ATOM_NONE;
-static constinit bool bordersMayDiffer = false;
+constinit xcb_atom_t frameExtents = XCB_ATOM_NONE;
+constinit bool bordersMayDiffer = false;
 
-static void StartBorders() {
+void StartBorders() {
     constexpr std::string_view kName = "_NET_FRAME_EXTENTS";
     xcb_intern_atom_reply_t* const atom = xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<u16>(kName.size()), kName.data()),
@@ -106,12 +112,16 @@ static void StartBorders() {
     std::free(atom);
 }
 
+}  // namespace
+
 bool X11BordersMayDiffer() {
     return std::exchange(bordersMayDiffer, false);
 }
 
+namespace {
+
 // The child of the root that the window lies in, or is.
-static xcb_window_t FrameOf(xcb_window_t window) {
+xcb_window_t FrameOf(xcb_window_t window) {
     for (;;) {
         xcb_query_tree_reply_t* const tree =
             xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr);
@@ -128,13 +138,15 @@ static xcb_window_t FrameOf(xcb_window_t window) {
     }
 }
 
-static bool HasFourNumbers(const xcb_get_property_reply_t* reply, std::array<i32, 4>& numbers) {
+bool HasFourNumbers(const xcb_get_property_reply_t* reply, std::array<i32, 4>& numbers) {
     if (reply == nullptr || reply->format != 32 || reply->value_len != 4) {
         return false;
     }
     std::memcpy(numbers.data(), xcb_get_property_value(reply), sizeof numbers);
     return true;
 }
+
+}  // namespace
 
 std::string X11Resource(const std::string& name) {
     if (connection == nullptr) {
@@ -204,7 +216,9 @@ bool AskX11ForPlacement(unsigned long window, X11Placement& placement) {
 
 // --- A look at the X events. Whoever takes events off the wire is inside the gate.
 
-static void LookAt(const XEvent& event) {
+namespace {
+
+void LookAt(const XEvent& event) {
     constexpr u32 kButtons = Button1Mask | Button2Mask | Button3Mask | Button4Mask | Button5Mask;
     keyWord = 0;
     leaving = false;
@@ -226,7 +240,7 @@ static void LookAt(const XEvent& event) {
     }
 }
 
-static int Filter(void*, SDL_Event* event) {
+int Filter(void*, SDL_Event* event) {
     switch (event->type) {
         case SDL_SYSWMEVENT:
             if (event->syswm.msg->subsystem == SDL_SYSWM_X11) {
@@ -239,6 +253,8 @@ static int Filter(void*, SDL_Event* event) {
         default: return 1;
     }
 }
+
+}  // namespace
 
 X11KeyPress X11KeyPressOf(const SDL_KeyboardEvent& event) {
     if (connection == nullptr) {
