@@ -113,7 +113,7 @@ TEST_F(MoxiWindow, DrawingThatNeverEndsLetsTheUserCloseTheWindow) {
     const std::string window = Window();
     Shell("xdotool key 5");
     ASSERT_TRUE(WaitForMessage("c 35 1 0"));
-    Shell("xdotool windowactivate " + window + " key alt+F4");
+    Shell("xdotool windowactivate --sync " + window + " key alt+F4");
     EndInBox(window);
     EXPECT_EQ(WaitForExit(), 1);
     EXPECT_EQ(Errors(), "log: ended by the user while it did not answer\n");

@@ -221,7 +221,7 @@ TEST_F(MoxiLocked, ADrawingOfDaysIsEndedFromTheBoxThatTheClosingBrings) {
     window = Window();
     Shell("xdotool key a");
     ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(folder.path + "/data/DRAWING"); }));
-    Shell("xdotool windowactivate " + window + " key alt+F4");
+    Shell("xdotool windowactivate --sync " + window + " key alt+F4");
     EndInBox(window);
     EXPECT_EQ(WaitForExit(), 1);
     EXPECT_EQ(Errors(), "log: ended by the user while it did not answer\n");
