@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <set>
 
 #include "app/call_filter.h"
+#include "base/helper_process.h"
 #include "base/output_files.h"
 
 namespace moxi {
@@ -131,21 +131,7 @@ void MakeFolderOf(const std::string& path) {
 
 // The answer to a request: its error number, and with it the open file.
 void Answer(int connection, int error, int file) {
-    iovec part = {&error, sizeof error};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (file >= 0) {
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        cmsghdr* const header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(header), &file, sizeof file);
-    }
-    sendmsg(connection, &message, MSG_NOSIGNAL);
+    SendWithFile(connection, &error, sizeof error, file, MSG_NOSIGNAL);
 }
 
 void Serve(int connection, const OutputPlaces& places, const char* request, size_t size) {
@@ -215,25 +201,14 @@ int Ask(char what, const std::string& path) {
         return -1;
     }
     int error = 0;
-    iovec part = {&error, sizeof error};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
+    int file = -1;
     ssize_t size = 0;
     do {
-        size = recvmsg(helper, &message, MSG_CMSG_CLOEXEC);
+        size = TakeWithFile(helper, &error, sizeof error, file, 0);
     } while (size < 0 && errno == EINTR);
     if (size != sizeof error) {
         errno = EPIPE;
         return -1;
-    }
-    int file = -1;
-    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
-        std::memcpy(&file, CMSG_DATA(header), sizeof file);
     }
     errno = error;
     return file;

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "base/close_others.h"
+#include "base/helper_process.h"
 #include "base/log.h"
 #include "desktop/sdl/loop/clock.h"
 #include "desktop/sdl/loop/gate.h"
@@ -120,25 +121,10 @@ template <class Serve>
 }  // namespace
 
 void StartUrlOpener(void (*confine)()) {
-    int ends[2];
-    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        return;
+    if (helper < 0) {
+        helper =
+            StartHelperProcess([confine](int connection) { BecomeUrlOpener(connection, confine); });
     }
-    const pid_t child = fork();
-    if (child == 0) {
-        // A second fork leaves the helper to init, so that nobody has to wait for it.
-        if (fork() != 0) {
-            _exit(0);
-        }
-        BecomeUrlOpener(ends[1], confine);
-    }
-    close(ends[1]);
-    if (child < 0) {
-        close(ends[0]);
-        return;
-    }
-    waitpid(child, nullptr, 0);
-    helper = ends[0];
 }
 
 void StopUrlOpener() {

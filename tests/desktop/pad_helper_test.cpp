@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/helper_process.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {
@@ -64,20 +65,11 @@ class PadHelper : public testing::Test {
             return "";
         }
         char letter = 0;
-        iovec part = {&letter, 1};
-        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        EXPECT_EQ(recvmsg(ends[0], &message, 0), 1);
-        const cmsghdr* const header = CMSG_FIRSTHDR(&message);
-        if (header == nullptr) {
+        int file = -1;
+        EXPECT_EQ(TakeWithFile(ends[0], &letter, sizeof letter, file, 0), 1);
+        if (file < 0) {
             return "";
         }
-        int file = -1;
-        std::memcpy(&file, CMSG_DATA(header), sizeof file);
         // It is for reading alone.
         EXPECT_EQ(fcntl(file, F_GETFL) & O_ACCMODE, O_RDONLY);
         char text[16] = {};

@@ -15,6 +15,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/helper_process.h"
+
 namespace moxi {
 
 namespace fs = std::filesystem;
@@ -46,21 +48,8 @@ void LetOtherTellVersion(int connection) {
     if (seccomp_load(filter) != 0) {
         _exit(125);
     }
-    int listener = seccomp_notify_fd(filter);
-    char byte = 0;
-    iovec part = {&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &listener, sizeof listener);
-    if (sendmsg(connection, &message, 0) != 1) {
+    const int listener = seccomp_notify_fd(filter);
+    if (SendWithFile(connection, "", 1, listener, 0) != 1) {
         _exit(125);
     }
 }
@@ -68,18 +57,10 @@ void LetOtherTellVersion(int connection) {
 // Answers until nobody can ask any more: version 1.
 void TellFirstVersion(int connection) {
     char byte = 0;
-    iovec part = {&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    if (recvmsg(connection, &message, MSG_CMSG_CLOEXEC) != 1) {
+    int listener = -1;
+    if (TakeWithFile(connection, &byte, sizeof byte, listener, 0) != 1) {
         return;
     }
-    int listener = -1;
-    std::memcpy(&listener, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof listener);
     seccomp_notif* question = nullptr;
     seccomp_notif_resp* answer = nullptr;
     seccomp_notify_alloc(&question, &answer);

@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include <string_view>
 
 #include "base/close_others.h"
+#include "base/helper_process.h"
 #include "desktop/sdl/input/input_device.h"
 
 namespace moxi {
@@ -30,21 +30,10 @@ constinit int helper = -1;  // our end of the connection
 
 // --- The helper
 
-bool SendFile(int connection, int file) {
-    char letter = 'p';
-    iovec part = {&letter, sizeof letter};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &file, sizeof file);
-    return sendmsg(connection, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
+bool SendPad(int connection, int file) {
+    constexpr char kLetter = 'p';
+    return SendWithFile(connection, &kLetter, sizeof kLetter, file, MSG_NOSIGNAL | MSG_DONTWAIT) >=
+           0;
 }
 
 bool IsEventName(std::string_view name) {
@@ -70,7 +59,7 @@ void Offer(Watch& watch, const std::string& name) {
     if (file < 0) {
         return;
     }
-    if (watch.isPad(file) && SendFile(watch.connection, file)) {
+    if (watch.isPad(file) && SendPad(watch.connection, file)) {
         watch.sent.insert(name);
     }
     close(file);
@@ -145,31 +134,17 @@ bool IsPadOfKernel(int file) {
 // --- This process
 
 void StartPadHelper(void (*confine)()) {
-    int ends[2];
-    if (helper >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+    if (helper >= 0) {
         return;
     }
-    const pid_t child = fork();
-    if (child == 0) {
-        // A second fork leaves the helper to init, so that nobody has to wait for it.
-        if (fork() != 0) {
-            _exit(0);
-        }
-        CloseOthers(ends[1]);
+    helper = StartHelperProcess([confine](int connection) {
+        CloseOthers(connection);
         for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
             std::signal(signal, SIG_IGN);
         }
         confine();
-        HandOverPads(ends[1], kFolder, IsPadOfKernel);
-        _exit(0);
-    }
-    close(ends[1]);
-    if (child < 0) {
-        close(ends[0]);
-        return;
-    }
-    waitpid(child, nullptr, 0);
-    helper = ends[0];
+        HandOverPads(connection, kFolder, IsPadOfKernel);
+    });
 }
 
 void StopPadHelper() {
@@ -184,21 +159,8 @@ int TakePad() {
         return -1;
     }
     char letter = 0;
-    iovec part = {&letter, sizeof letter};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    if (recvmsg(helper, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC) <= 0) {
-        return -1;
-    }
     int file = -1;
-    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
-        std::memcpy(&file, CMSG_DATA(header), sizeof file);
-    }
+    TakeWithFile(helper, &letter, sizeof letter, file, MSG_DONTWAIT);
     return file;
 }
 
