@@ -4,11 +4,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 
 #include "fuzz/confine.h"
+#include "fuzz/require.h"
 #include "host/archive.h"
 
 namespace moxi {
@@ -23,12 +23,6 @@ constexpr ArchiveLimits kLimits = {.archiveBytes = 1 << 16,
                                    .ratio = 100,
                                    .smallBytes = 1 << 18,
                                    .nameBytes = 64};
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 }  // namespace
 

@@ -1,25 +1,15 @@
 // The command line, one argument a line of the input, and the search for the game that it names.
 // It is accepted, or refused with status 2; help and version end with 0.
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "app/options.h"
 #include "fuzz/confine.h"
+#include "fuzz/require.h"
 #include "host/bundle.h"
 
 namespace moxi {
-
-namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     confine::Confine(*argc, *argv);

@@ -1,24 +1,14 @@
 // The assembler, with any text. What it accepts is a module that the disassembler turns into a
 // source of the same bytes.
 
-#include <cstdlib>
 #include <sstream>
 
 #include "fuzz/confine.h"
+#include "fuzz/require.h"
 #include "tools/asm/assembler.h"
 #include "tools/dis/disassembler.h"
 
 namespace moxi {
-
-namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     confine::Confine(*argc, *argv);

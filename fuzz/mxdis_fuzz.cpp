@@ -3,9 +3,9 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <cstdlib>
 #include <sstream>
 
+#include "fuzz/require.h"
 #include "tools/asm/assembler.h"
 #include "tools/dis/disassembler.h"
 #include "vm/machine.h"
@@ -13,12 +13,6 @@
 namespace moxi {
 
 namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 // Most inputs are to get past the check of the header.
 void MakeHeader(std::vector<u8>& bytes) {

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 
+#include "fuzz/require.h"
 #include "tests/wasm/random_module.h"
 #include "tools/module_file.h"
 #include "wasm/translate.h"
@@ -13,12 +14,6 @@
 namespace moxi {
 
 namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 std::string ChangedModule(FuzzedDataProvider& input) {
     std::string bytes = moxi::MakeRandomModule(input.ConsumeIntegral<u16>()).bytes;

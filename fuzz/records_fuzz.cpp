@@ -6,11 +6,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <iterator>
 
 #include "base/output_files.h"
 #include "desktop/folders.h"
+#include "fuzz/require.h"
 #include "host/game_info.h"
 #include "host/played.h"
 #include "host/plist.h"
@@ -22,12 +22,6 @@
 namespace moxi {
 
 namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 // A file in memory, which has a name as long as it is open.
 struct MemoryFile {

@@ -1,19 +1,12 @@
 // The event script and the list of screens, with any text. A script that is accepted keeps to the
 // ranges that the desktop relies on, and its texts survive being written and read again.
 
-#include <cstdlib>
-
 #include "desktop/headless/script.h"
+#include "fuzz/require.h"
 
 namespace moxi {
 
 namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void CheckEvent(const ScriptEvent& event) {
     for (const ViewSize& size : event.screens) {

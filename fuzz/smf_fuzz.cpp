@@ -1,22 +1,11 @@
 // The MIDI file reader and the working out of its times, with any bytes as a file. What comes out
 // is checked against what the player relies on.
 
-#include <cstdlib>
-
 #include "audio/score.h"
 #include "audio/smf.h"
+#include "fuzz/require.h"
 
 namespace moxi {
-
-namespace {
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     SmfFile file;

@@ -129,13 +129,7 @@ INSTANTIATE_TEST_SUITE_P(Drivers, GraphicsProcessor, testing::Values("opengl", "
 
 class GraphicsProcessorOfMoxi : public MoxiWindow {
   protected:
-    void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) {
-            GTEST_SKIP() << "Xvfb is missing";
-        }
-        ASSERT_TRUE(session.Start("2400x1600x24"));
-        game = MakeMessageLog(folder.path);
-    }
+    GraphicsProcessorOfMoxi() : MoxiWindow("2400x1600x24") {}
 };
 
 TEST_F(GraphicsProcessorOfMoxi, ThatDoesNotStartIsOneLineAndTheProcessorDoesItsWork) {

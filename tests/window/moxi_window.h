@@ -82,11 +82,13 @@ inline bool Contains(const Lines& lines, const std::string& line) {
 
 class MoxiWindow : public testing::Test {
   protected:
+    explicit MoxiWindow(const std::string& size = "1400x900x24") : screenPixels(size) {}
+
     void SetUp() override {
         if (!IsProgramInstalled("Xvfb")) {
             GTEST_SKIP() << "Xvfb is missing";
         }
-        ASSERT_TRUE(session.Start("1400x900x24"));
+        ASSERT_TRUE(session.Start(screenPixels));
         game = MakeMessageLog(folder.path);
     }
 
@@ -196,6 +198,7 @@ class MoxiWindow : public testing::Test {
         EXPECT_TRUE(pressed);
     }
 
+    std::string screenPixels;  // width, height and depth
     TemporaryFolder folder;
     XSession session;
     std::string game;

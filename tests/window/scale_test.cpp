@@ -24,13 +24,7 @@ std::string PngSize(const std::string& path) {
 
 class ScaledWindow : public MoxiWindow {
   protected:
-    void SetUp() override {
-        if (!IsProgramInstalled("Xvfb")) {
-            GTEST_SKIP() << "Xvfb is missing";
-        }
-        ASSERT_TRUE(session.Start("2400x1600x24"));
-        game = MakeMessageLog(folder.path);
-    }
+    ScaledWindow() : MoxiWindow("2400x1600x24") {}
 
     // Left, top, width and height of the content on the screen.
     std::string Place() const {
@@ -101,9 +95,10 @@ TEST_F(ScaledWindow, FittedTheViewFillsTheScreenAndTheModuleSeesNothingOfIt) {
     // Twice as large in the middle: from 200, 200 on.
     EXPECT_EQ(Cause("xdotool mousemove 216 232 click 1"), (Lines{"c 1 1 100008", "d 1 0 100008"}));
     // The bars are nothing to press, and the pointer is at the edge there.
-    const Lines onBar = CauseAll("xdotool mousemove 100 800 click 1");
-    ASSERT_FALSE(onBar.empty());
-    EXPECT_EQ(onBar.back(), "f 0 12c 0");
+    Shell("xdotool mousemove 100 800 click 1");
+    EXPECT_TRUE(WaitUntil([this] { return Messages().back() == "f 0 12c 0"; }));
+    WaitForQuiet();
+    EXPECT_EQ(Messages().back(), "f 0 12c 0");
     EXPECT_EQ(X11Pixel(Id(), 100, 800), 0x000000u);
     // The player goes to a window and back, which the module does not see.
     EXPECT_EQ(Type("alt+Return"), Lines{"c 12 0 0"});
