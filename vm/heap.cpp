@@ -143,7 +143,8 @@ void Finish(Slide& slide) {
     slide.size = 0;
 }
 
-void SlideBlocks() {
+// Out of line: what it keeps on the stack is nothing that a message without work has to set up.
+[[gnu::noinline]] void SlideBlocks() {
     const std::vector<i32>& order = AddressOrder();
     u32 p = order.empty() ? heapStart : Record(order.front()).offset;
     Slide slide;
