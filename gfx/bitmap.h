@@ -115,7 +115,7 @@ __extension__ using WideInt = __int128;
 
 // The bytes of a non-empty area, from the lowest one to the end, are in the image.
 template <class Int>
-bool IsInImage(const Selection& selection, const Area& area) {
+[[gnu::always_inline]] inline bool IsInImage(const Selection& selection, const Area& area) {
     // The stride may be negative, so the lowest row is the first or the last one.
     const Int firstRow = Int{area.top} * selection.stride;
     const Int lastRow = Int{area.bottom - 1} * selection.stride;

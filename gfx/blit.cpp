@@ -64,7 +64,7 @@ bool AreSeparate() {
     (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rows);
 }
 
-void CopyArea(const Copy& copy, bool invert) {
+[[gnu::always_inline]] inline void CopyArea(const Copy& copy, bool invert) {
     if (copy.target.Empty()) {
         return;
     }

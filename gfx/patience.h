@@ -60,7 +60,7 @@ template <class Visit>
 
 // Any area in such bands.
 template <class Visit>
-void ForEachBand(const Area& area, Visit visit) {
+[[gnu::always_inline]] inline void ForEachBand(const Area& area, Visit visit) {
     const i64 width = area.right - area.left;
     const i64 height = area.bottom - area.top;
     if (!IsOneBand(width, height)) {
