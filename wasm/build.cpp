@@ -370,7 +370,7 @@ void BodyBuilder::Run(u32 index) {
         select.Emit(end);
     }
     EmitWrongEntries();
-    if (code.hasCalls) {
+    if (code.hasCalls && plan.stackChecks[index]) {
         // The caller's frame pointer, which lies at the own one, tells how far the stack has come:
         // its room begins at a multiple of 16 MB, so that below it bit 23 of an address is set.
         moxi::Instruction& check = code.instructions.front();

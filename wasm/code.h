@@ -78,7 +78,7 @@ enum class Kind : u8 {
     CallRoutine,   // routine `target` of the runtime
     CallRegister,  // through the variable a
     TableJump,     // through table `target` of the function, a is the index times 4
-    JumpRoutine,   // to a routine of the runtime that does not come back
+    JumpRoutine,   // to a routine of the runtime that does not come back, with the number `pushed`
     Service,       // SYS
     Stop,
     Return,

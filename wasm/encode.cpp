@@ -251,7 +251,9 @@ void Encoder::Encode(const Instruction& instruction) {
         case Kind::Label: labels[instruction.target] = Address(); break;
         case Kind::Call: Call(instruction.target, Fixup::Kind::Function, instruction.pushed); break;
         case Kind::CallRoutine:
-        case Kind::JumpRoutine: Call(instruction.target, Fixup::Kind::Routine, 0); break;
+        case Kind::JumpRoutine:
+            Call(instruction.target, Fixup::Kind::Routine, instruction.pushed);
+            break;
         case Kind::CallRegister: EncodeCallRegister(instruction); break;
         case Kind::TableJump: EncodeTableJump(instruction); break;
         case Kind::Service: Word(static_cast<u32>(Single::Sys)); break;

@@ -79,6 +79,15 @@ u32 NameCell(ModulePlan& plan, u32 function) {
     return cell;
 }
 
+u32 TrapNumber(ModulePlan& plan, u32 function) {
+    u32& number = plan.trapNumbers[function];
+    if (number == 0) {
+        plan.trapNames->push_back({plan.number, NameCell(plan, function)});
+        number = static_cast<u32>(plan.trapNames->size());
+    }
+    return number;
+}
+
 // --- Instructions
 
 Instruction& Selector::Emit(const Instruction& instruction) {
@@ -162,10 +171,14 @@ void Selector::EmitTraps() {
     for (const TrapPlace& place : traps) {
         origin = place.origin;
         Label(place.label);
-        Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceResult),
-            Number(NameCell(plan, place.function), Base::Data));
         Instruction jump;
         jump.kind = Kind::JumpRoutine;
+        jump.pushed = TrapNumber(plan, place.function);
+        if (jump.pushed > kMostTrapNumbers) {
+            Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceResult),
+                Number(NameCell(plan, place.function), Base::Data));
+            jump.pushed = 0;
+        }
         jump.target = RoutineNumber(plan, kTrapLabels[static_cast<u32>(place.trap)]);
         Emit(jump);
     }

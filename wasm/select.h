@@ -32,6 +32,12 @@ struct ImportTarget {
     u32 function = 0;  // of a Linked one: its number in the whole image
 };
 
+// Where the name of a function that may trap lies.
+struct TrapName {
+    u32 module = 0;
+    u32 cell = 0;  // in the translator's own data of that module
+};
+
 // What a module's translation shares.
 struct ModulePlan {
     const Module* module = nullptr;
@@ -47,6 +53,8 @@ struct ModulePlan {
     u32 dataCells = 0;           // 8 bytes for each data segment: address, size left
     u32 elementCells = 0;        // likewise for each element segment
     std::vector<u32> nameCells;  // names of functions, by their number; 0 where none is needed yet
+    std::vector<TrapName>* trapNames = nullptr;  // what the traps' calls count, from 1
+    std::vector<u32> trapNumbers;  // by function: its name's place among them; 0 for none yet
     std::vector<std::string>* routines =
         nullptr;                    // of the runtime, by number, as they came to be needed
     std::vector<u8> ownData;        // without what needs addresses
@@ -54,12 +62,15 @@ struct ModulePlan {
     SourceLines sources;            // of the module; empty without debug information
     std::vector<DebugFunction> debugFunctions;
     std::vector<SmallLeaf> leaves;  // by function
+    std::vector<bool> stackChecks;  // by function: whether it looks for room on the stack
 };
 
 // The number of a routine of the runtime.
 u32 RoutineNumber(ModulePlan& plan, const std::string& name);
 // Where a function's name lies in the translator's own data.
 u32 NameCell(ModulePlan& plan, u32 function);
+// The place of a function's name in the list of those that trap, from 1.
+u32 TrapNumber(ModulePlan& plan, u32 function);
 
 struct TrapPlace {
     Trap trap = Trap::Unreachable;
