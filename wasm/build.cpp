@@ -369,6 +369,7 @@ void BodyBuilder::Run(u32 index) {
         end.kind = Kind::Return;
         select.Emit(end);
     }
+    select.EmitLateSigns();
     EmitWrongEntries();
     if (code.hasCalls && plan.stackChecks[index]) {
         // The caller's frame pointer, which lies at the own one, tells how far the stack has come:
@@ -387,7 +388,7 @@ void BodyBuilder::Run(u32 index) {
 
 FunctionCode BuildFunction(ModulePlan& plan, u32 index) {
     FunctionCode code;
-    BodyBuilder builder{plan, *plan.module, code, Selector{plan, code, {}, 0, 0, 0, {}}};
+    BodyBuilder builder{plan, *plan.module, code, Selector{plan, code, {}, 0, 0, 0, {}, {}}};
     builder.select.trees.checkBounds = plan.checkBounds;
     builder.Run(index);
     return code;

@@ -628,6 +628,14 @@ void Selector::Assign(Variable to, NodeId id) {
 void Selector::AssignMemory(const Operand& to, OperandSize size, NodeId id) {
     const Node node = trees[id];
     TwoOperand op = TwoOperand::Add;
+    const bool isSum = size == OperandSize::Long && IsPlain(trees, id, Plain::I32Add) &&
+                       IsConstant(trees, node.b) && !IsConstant(trees, node.a);
+    if (isSum) {
+        const Variable base = InVariable(node.a);
+        Two(TwoOperand::Lea, OperandSize::Byte, to,
+            AtIndex(base, Base::None, static_cast<i64>(trees[node.b].value)));
+        return;
+    }
     if (node.kind == NodeKind::Plain && IsLowBytes(static_cast<Plain>(node.code), op) &&
         IsLeaf(trees, node.a) && IsLeaf(trees, node.b)) {
         Two(TwoOperand::Move, size, to, NarrowSource(node.a, size));

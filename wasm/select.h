@@ -80,6 +80,16 @@ struct TrapPlace {
     u32 label = 0;
 };
 
+// The rest of a comparison whose first operand is negative.
+struct LateSigns {
+    u32 isNegative = 0;  // label: where it stands
+    u32 compare = 0;     // label: where both signs are the same
+    u32 target = 0;      // label: where they differ
+    Variable second = 0;
+    OperandSize size = OperandSize::Long;
+    u32 origin = 0;
+};
+
 struct Selector {
     ModulePlan& plan;
     FunctionCode& code;
@@ -88,6 +98,7 @@ struct Selector {
     u8 depth = 0;      // of loops
     u32 origin = 0;
     std::vector<TrapPlace> traps;
+    std::vector<LateSigns> lateSigns;
 
     // --- Instructions (select.cpp)
     Variable NewVariable() { return code.variables++; }
@@ -146,6 +157,14 @@ struct Selector {
                        u32 label);
     void BranchOnSigns(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
                        u32 label);
+    void EmitLateSigns();
+    bool KnowsSign(NodeId id, OperandSize size) const;
+    bool HasSign(NodeId id, OperandSize size) const;
+    u32 CostOfWidening(NodeId id) const;
+    Operand Widened(NodeId id);
+    bool IsWidenedOrder(NodeId first, NodeId second) const;
+    void TightenBound(NodeId& second, bool isSigned, Condition& condition);
+    bool BranchOnHighBits(NodeId first, NodeId second, Condition condition, u32 label);
 
     // --- Comparisons of floating-point numbers (select_float.cpp)
 

@@ -163,7 +163,9 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
         Straighten(code);
         UseLowHalves(code);
         UseFlags(code);
+        AddInMemory(code);
         const Allocation allocation = Allocate(code);
+        RemoveIdle(code, allocation);
         parts.functions[plan.functionBase + i] =
             parts.code.base + static_cast<u32>(parts.code.bytes.size());
         if (!EncodeFunction(code, allocation, parts.code)) {
