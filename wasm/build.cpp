@@ -278,10 +278,11 @@ void BodyBuilder::Declare(const FunctionType& type) {
     scope.facts.resize(scope.locals.size());
     scope.bound.resize(scope.locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
-        select.Put(scope.locals[i], ValueType::I64, InRegister(i));
+        select.Receive(scope.locals[i], type.parameters[i], InRegister(i));
     }
     for (u32 i = kArgumentRegisters; i < type.parameters.size(); ++i) {
-        select.Put(scope.locals[i], ValueType::I64, InFrame(12 + 8 * i64{i - kArgumentRegisters}));
+        select.Receive(scope.locals[i], type.parameters[i],
+                       InFrame(12 + 8 * i64{i - kArgumentRegisters}));
     }
     // Those that are written before they are read lose this again.
     for (u64 i = type.parameters.size(); i < scope.locals.size(); ++i) {

@@ -273,6 +273,21 @@ void Selector::Put(Variable to, ValueType type, const Operand& from) {
         isShort ? OperandSize::Long : OperandSize::Quad, a, from);
 }
 
+void Selector::Hand(Variable to, ValueType type, const Operand& from) {
+    Put(to, type, from);
+    if (from.place == Place::Register) {
+        code.instructions.back().isLow = SizeOf(type) == OperandSize::Long;
+    }
+}
+
+void Selector::Receive(Variable to, ValueType type, const Operand& from) {
+    if (SizeOf(type) == OperandSize::Long) {
+        Two(TwoOperand::Movez, OperandSize::Long, InRegister(to), from);
+    } else {
+        Put(to, type, from);
+    }
+}
+
 void Selector::ClearUpper(Variable variable) {
     Two(TwoOperand::Movez, OperandSize::Long, InRegister(variable), InRegister(variable));
 }

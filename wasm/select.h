@@ -129,6 +129,9 @@ struct Selector {
     void AssignMemory(const Operand& to, OperandSize size, NodeId id);
     // Copies an operand of a type into a variable, all 8 bytes of it.
     void Put(Variable to, ValueType type, const Operand& from);
+    // The same for what crosses a call: of 32 bits only the lower half counts there.
+    void Hand(Variable to, ValueType type, const Operand& from);
+    void Receive(Variable to, ValueType type, const Operand& from);
     // Computes what may trap, and forgets the value.
     void Discard(NodeId id);
     void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);

@@ -261,6 +261,7 @@ bool ReadsUpper(const Instruction& instruction, bool isA) {
             case OneOperand::Extz: return false;
             case OneOperand::Dtoq:
             case OneOperand::Dtol: return true;
+            case OneOperand::Push: return instruction.size == OperandSize::Quad && !instruction.isLow;
             default: return instruction.size == OperandSize::Quad;
         }
     }
@@ -294,7 +295,9 @@ std::vector<bool> FindWide(const FunctionCode& code) {
         const Roles roles = RolesOf(instruction);
         if (IsCopyOfAll(instruction)) {
             if (instruction.a.variable < kFirstVariable) {
-                mark(instruction.b.variable);
+                if (!instruction.isLow) {
+                    mark(instruction.b.variable);
+                }
             } else {
                 sources[instruction.a.variable].push_back(instruction.b.variable);
             }
