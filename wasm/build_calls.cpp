@@ -56,7 +56,7 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
     const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
     switch (target.service) {
         case Service::None: break;
-        case Service::Linked: CallFunction(target.function, type); return;
+        case Service::Linked: CallLinked(target, type); return;
         case Service::Empty:
             for (u64 i = 0; i < type.parameters.size(); ++i) {
                 select.Discard(Pop());
@@ -102,6 +102,24 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
             PushVariable(ValueType::I32, result);
             return;
         }
+    }
+}
+
+// What the other module does not know of is dropped; what it wants besides, or does not give, is 0.
+void BodyBuilder::CallLinked(const ImportTarget& target, const FunctionType& type) {
+    const FunctionType& own = target.type == nullptr ? type : *target.type;
+    for (u64 i = own.parameters.size(); i < type.parameters.size(); ++i) {
+        select.Discard(Pop());
+    }
+    for (u64 i = type.parameters.size(); i < own.parameters.size(); ++i) {
+        stack.push_back(MakeConstant(select.trees, own.parameters[i], 0));
+    }
+    CallFunction(target.function, own);
+    for (u64 i = type.results.size(); i < own.results.size(); ++i) {
+        select.Discard(Pop());
+    }
+    for (u64 i = own.results.size(); i < type.results.size(); ++i) {
+        stack.push_back(MakeConstant(select.trees, type.results[i], 0));
     }
 }
 

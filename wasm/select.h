@@ -30,6 +30,8 @@ enum class Service : u8 {
 struct ImportTarget {
     Service service = Service::None;
     u32 function = 0;  // of a Linked one: its number in the whole image
+    // Of a Linked one whose type is not what the import says: what it takes and gives.
+    const FunctionType* type = nullptr;
 };
 
 // Where the name of a function that may trap lies.

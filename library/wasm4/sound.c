@@ -17,9 +17,14 @@ struct Channel {
     int pan;                  /* 0 both, 1 left, 2 right */
     /* Noise is followed from sample to sample: where its generator stood last. */
     long long noiseAt;
-    unsigned noise;
+    unsigned noise; /* its place in the generator's period */
     double noisePhase, noiseRate, noiseSlide;
 };
+
+/* The generator is a xorshift of 16 bits (7, 9, 13), in whose period each number but 0 comes once.
+   What it gives is looked up, since a high tone takes thousands of steps a sample. */
+enum { kNoisePeriod = 65535 };
+static unsigned char noiseBits[(kNoisePeriod + 7) / 8]; /* from the seed 1 on */
 
 static struct Channel channels[kChannels];
 static int mixture[2 * kLongestMixture];
@@ -58,8 +63,24 @@ static unsigned long long PhaseAt(const struct Channel* channel, long long sampl
            (unsigned long long)channel->slide * (unsigned long long)(sample * (sample - 1) / 2);
 }
 
+static void MakeNoise(void) {
+    unsigned bits = 1;
+    if (noiseBits[0] != 0) return;
+    for (unsigned i = 0; i < kNoisePeriod; ++i) {
+        noiseBits[i >> 3] |= (unsigned char)((bits & 1) << (i & 7));
+        bits ^= bits >> 7;
+        bits ^= bits << 9 & 0xFFFF;
+        bits ^= bits >> 13;
+    }
+}
+
+static unsigned NoiseBit(unsigned place) {
+    return noiseBits[place >> 3] >> (place & 7) & 1;
+}
+
 static void SetNoise(struct Channel* channel, double from, double to, long long length) {
-    channel->noise = 1;
+    MakeNoise();
+    channel->noise = 0;
     channel->noiseAt = channel->start;
     channel->noisePhase = 0.0;
     channel->noiseRate = from;
@@ -156,12 +177,10 @@ static void MixTriangle(const struct Channel* channel, long long at, struct Piec
 static void StepNoise(struct Channel* channel) {
     channel->noisePhase += channel->noiseRate * channel->noiseRate / 1000000.0;
     channel->noiseRate += channel->noiseSlide;
-    for (; channel->noisePhase >= 1.0; channel->noisePhase -= 1.0) {
-        unsigned bits = channel->noise;
-        bits ^= bits >> 7;
-        bits ^= bits << 9 & 0xFFFF;
-        bits ^= bits >> 13;
-        channel->noise = bits;
+    if (channel->noisePhase >= 1.0) {
+        const unsigned long long steps = (unsigned long long)channel->noisePhase;
+        channel->noisePhase -= (double)steps;
+        channel->noise = (unsigned)((channel->noise + steps) % kNoisePeriod);
     }
     ++channel->noiseAt;
 }
@@ -170,7 +189,7 @@ static void MixNoise(struct Channel* channel, struct Piece piece) {
     for (int i = 0; i < piece.count; ++i, piece.out += 2) {
         StepNoise(channel);
         const int level = piece.level >> 16;
-        Add(piece.out, &piece, channel->noise & 1 ? level : -level);
+        Add(piece.out, &piece, NoiseBit(channel->noise) ? level : -level);
         piece.level += piece.step;
     }
 }
