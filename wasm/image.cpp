@@ -666,7 +666,9 @@ void ImageBuilder::Run() {
     if (!WriteHeader()) {
         return;
     }
-    CollectSymbols();
+    if (options.wantSymbols) {
+        CollectSymbols();
+    }
     if (options.wantAssembly) {
         result.assembly = FormatAssembly(result, parts.code);
     }

@@ -196,6 +196,7 @@ fs.writeSync(1, lines.join('\n') + '\n');
 TranslateOptions CallOptions() {
     TranslateOptions options;
     options.calls = true;
+    options.wantSymbols = false;
     options.memory = 8 << 20;
     options.stack = 1 << 20;
     options.heap = 4 << 20;
