@@ -199,7 +199,9 @@ bool TakePicture(std::string_view& message, std::shared_ptr<const Picture>& pict
     return true;
 }
 
-GameRead GameOf(std::string_view message) {
+}  // namespace
+
+GameRead GameOfMessage(std::string_view message) {
     GameRead game;
     u32 missing = 0;
     if (!TakeNumber(message, missing) || !TakeText(message, game.name) ||
@@ -212,6 +214,8 @@ GameRead GameOf(std::string_view message) {
 }
 
 // --- This process
+
+namespace {
 
 struct Reader {
     size_t game = 0;
@@ -320,7 +324,7 @@ void TakeWhatCame(const Pass& pass, const std::vector<pollfd>& waits, std::vecto
             continue;
         }
         if (hasEnded) {
-            pass.read[reader.game] = GameOf(reader.message);
+            pass.read[reader.game] = GameOfMessage(reader.message);
         } else {
             late.push_back(reader.game);
         }

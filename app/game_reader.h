@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "surface/canvas.h"
@@ -25,6 +26,10 @@ struct GameRead {
     std::string source;
     std::shared_ptr<const Picture> picture;  // its icon, else that of its last run; null for none
 };
+
+// What a reading process has sent; empty where that is no whole message. A game may have taken that
+// process over.
+GameRead GameOfMessage(std::string_view message);
 
 // Called by the process that reads a game, before anything else. Tests hold it up here, as a disk
 // would.

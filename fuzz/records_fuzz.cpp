@@ -3,13 +3,11 @@
 // names. Some of them a process that a game has taken over may have written.
 
 #include <fuzzer/FuzzedDataProvider.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <iterator>
 
 #include "base/output_files.h"
 #include "desktop/folders.h"
+#include "fuzz/memory_file.h"
 #include "fuzz/require.h"
 #include "host/game_info.h"
 #include "host/played.h"
@@ -22,19 +20,6 @@
 namespace moxi {
 
 namespace {
-
-// A file in memory, which has a name as long as it is open.
-struct MemoryFile {
-    explicit MemoryFile(const std::string& text) : file(memfd_create("records", MFD_CLOEXEC)) {
-        Require(file >= 0 &&
-                write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()));
-    }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    ~MemoryFile() { close(file); }
-    std::string Path() const { return "/proc/self/fd/" + std::to_string(file); }
-    int file;
-};
 
 // What the preferences would write; nothing reaches a disk.
 void KeepInMemory() {

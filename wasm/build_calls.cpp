@@ -30,18 +30,22 @@ void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& p
     pushed = 8 * (count - registers);
     for (u32 i = count; i > registers; --i) {
         select.One(OneOperand::Push, OperandSize::Quad, values[i - 1]);
+        code.instructions.back().isLow = SizeOf(type.parameters[i - 1]) == OperandSize::Long;
     }
     for (u32 i = 0; i < registers; ++i) {
-        select.Put(i, type.parameters[i], values[i]);
+        select.Hand(i, type.parameters[i], values[i]);
     }
 }
 
 void BodyBuilder::TakeResults(const FunctionType& type) {
     for (u32 i = 0; i < type.results.size(); ++i) {
         const Variable result = select.NewVariable();
-        const Operand from = i == 0 ? InRegister(kResultRegister)
-                                    : AtAddress(Base::Data, kResultCells + 8 * (i - 1));
-        select.Put(result, ValueType::I64, from);
+        if (i == 0) {
+            select.Receive(result, type.results[i], InRegister(kResultRegister));
+        } else {
+            select.Put(result, ValueType::I64,
+                       AtAddress(Base::Data, kResultCells + 8 * (i - 1)));
+        }
         PushVariable(type.results[i], result);
     }
 }

@@ -148,6 +148,7 @@ struct ImageBuilder {
     void FillCells(const ModulePlan& plan, u64& passiveAt);
     void FillTables(const ModulePlan& plan);
     void PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item);
+    void FillTrapNames();
     void Patch();
     bool WriteHeader();
     void CollectFunctions(const ModulePlan& plan);
@@ -490,6 +491,18 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
     }
 }
 
+// The names of functions that may trap, for the traps' routines.
+void ImageBuilder::FillTrapNames() {
+    const ModulePlan& plan = parts.plans[0];
+    StoreBytes(OwnData(plan, kNamesCell),
+               static_cast<u32>(layouts[0].dataAt + parts.trapNamesCell));
+    u64 cell = parts.trapNamesCell;
+    for (const TrapName& name : parts.trapNames) {
+        StoreBytes(OwnData(plan, cell), static_cast<u32>(layouts[name.module].dataAt + name.cell));
+        cell += 4;
+    }
+}
+
 // Gives every word that waited for an address its value.
 void ImageBuilder::Patch() {
     for (const Fixup& fixup : parts.code.fixups) {
@@ -647,6 +660,7 @@ void ImageBuilder::Run() {
         FillCells(plan, passiveAt);
         FillTables(plan);
     }
+    FillTrapNames();
     Patch();
     if (!WriteHeader()) {
         return;

@@ -10,7 +10,13 @@ constexpr u32 kPagesCell = 0;     // u32: the memory's size in pages
 constexpr u32 kBaseCell = 4;      // u32: its image address
 constexpr u32 kLimitCell = 8;     // u64: the memory's size in bytes
 constexpr u32 kBlockCell = 16;    // a service's parameter block of six words
-constexpr u32 kResultCells = 40;  // the second and further results of a call, 8 bytes each
+constexpr u32 kNamesCell = 40;    // u32: the address of the list of the names of what traps
+constexpr u32 kResultCells = 48;  // the second and further results of a call, 8 bytes each
+
+// A trap is told the number of its function's name by the call that reaches it, in the field that
+// otherwise counts the arguments' bytes. Where it has no room for the number, that is 0 and R14
+// holds the name's address.
+constexpr u32 kMostTrapNumbers = 65535;
 
 // What a trap is called in the log, in the order of their routines.
 #define WASM_TRAPS(X)                                                        \

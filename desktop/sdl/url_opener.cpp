@@ -21,9 +21,6 @@
 
 namespace moxi {
 
-constexpr std::size_t kLongestUrl = 8192;
-constexpr std::size_t kMostShown = 400;  // of an address, in the question
-constexpr u64 kRatePeriod = 10'000'000'000;
 constexpr u64 kLongestOpening = 10'000'000'000;
 constexpr u32 kMostQuestions = 3;
 
@@ -136,90 +133,6 @@ void StopUrlOpener() {
 
 namespace {
 
-char LowerCase(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() &&
-           std::equal(start.begin(), start.end(), text.begin(),
-                      [](char a, char b) { return a == LowerCase(b); });
-}
-
-int HexDigit(char c) {
-    const char lower = LowerCase(c);
-    if (lower >= '0' && lower <= '9') {
-        return lower - '0';
-    }
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-// A name may hide behind %61ttach.
-std::string Unescaped(std::string_view text) {
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool escape = text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 &&
-                            HexDigit(text[i + 2]) >= 0;
-        plain += escape ? static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]))
-                        : text[i];
-        if (escape) {
-            i += 2;
-        }
-    }
-    return plain;
-}
-
-// Mail programs know it under several names, all of which begin the same.
-bool AttachesFiles(std::string_view mail) {
-    const std::size_t question = mail.find('?');
-    if (question == std::string_view::npos) {
-        return false;
-    }
-    const std::string fields = Unescaped(mail.substr(question));
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        const bool starts = fields[i] == '?' || fields[i] == '&' || fields[i] == ';';
-        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "attach")) {
-            return true;
-        }
-        if (starts && StartsWith(std::string_view(fields).substr(i + 1), "x-attach")) {
-            return true;
-        }
-    }
-    return false;
-}
-
-}  // namespace
-
-bool IsOpenableUrl(std::string_view url) {
-    const auto hasScheme = [url](std::string_view scheme) {
-        return url.size() > scheme.size() && StartsWith(url, scheme);
-    };
-    if (url.size() > kLongestUrl) {
-        return false;
-    }
-    if (std::any_of(url.begin(), url.end(),
-                    [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; })) {
-        return false;
-    }
-    if (hasScheme("mailto:")) {
-        return !AttachesFiles(url);
-    }
-    return hasScheme("http://") || hasScheme("https://");
-}
-
-bool UrlRate::Take(u64 now) {
-    // The oldest of the last ones is where the next will stand.
-    u64& oldest = taken[count % kMost];
-    if (count >= kMost && now - oldest < kRatePeriod) {
-        return false;
-    }
-    oldest = now;
-    ++count;
-    return true;
-}
-
-namespace {
-
 constinit bool mustAsk = true;
 constinit u32 refusals = 0;
 
@@ -246,21 +159,6 @@ std::string QuestionAbout(const std::string& shown) {
     std::string question = boxWords.question;
     const size_t at = question.find("%1");
     return at == std::string::npos ? question + " " + shown : question.replace(at, 2, shown);
-}
-
-// Signs that look like others, or turn the direction of reading, are shown as what they are.
-std::string ShownUrl(const std::string& url) {
-    std::string shown;
-    for (const char c : url) {
-        constexpr char kDigits[] = "0123456789ABCDEF";
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (byte < 0x80) {
-            shown += c;
-        } else {
-            shown += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-        }
-    }
-    return shown.size() > kMostShown ? shown.substr(0, kMostShown) + "..." : shown;
 }
 
 // Once the player has agreed all addresses of the run are opened. Whoever refuses three times is

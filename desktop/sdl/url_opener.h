@@ -3,9 +3,8 @@
 // before anything restricts this one and before it has threads.
 
 #include <string>
-#include <string_view>
 
-#include "base/types.h"
+#include "desktop/sdl/web_address.h"
 
 namespace moxi {
 
@@ -24,22 +23,6 @@ void AskForUrlsWith(const UrlBoxWords& words);
 
 // Whether the player is asked before the first address of the run is opened.
 void AskBeforeUrls(bool ask);
-
-// True for an http, https or mailto address that is safe to hand to another program: no control
-// characters and no blanks, and no files attached to a mail.
-bool IsOpenableUrl(std::string_view url);
-
-// Three addresses in ten seconds, whatever a module asks for.
-class UrlRate {
-  public:
-    // Whether one more may be opened now. `now` is in nanoseconds and never falls.
-    bool Take(u64 now);
-
-  private:
-    static constexpr u32 kMost = 3;
-    u64 taken[kMost] = {};
-    u32 count = 0;
-};
 
 // Refuses other texts, and too many of them, with a log line.
 void OpenUrl(const std::string& utf8);

@@ -364,9 +364,28 @@ TEST(Urls, OnlyAddressesOfTheWebAndMailWithoutFilesAreOpened) {
           "mailto:", "http://a b", "http://a\nb", "mailto:a@b.c?attach=/etc/passwd",
           "mailto:a@b.c?subject=x&attachment=/etc/passwd", "mailto:?ATTACH=/x",
           "mailto:a@b.c?%61ttach=/x", "mailto:a@b.c?x-attach=/x",
-          "mailto:a@b.c?subject=a%26attach=/x", "xmailto:a@b.c", "-http://a"}) {
+          "mailto:a@b.c?subject=a%26attach=/x", "xmailto:a@b.c", "-http://a",
+          // Scripts that hand mail on to programs look for fields without a question mark, too.
+          "mailto:a@b.c&attach=/x", "mailto:a@b.c;attach=/x", "mailto:a@b.c?x=%0Aattach=/x"}) {
         EXPECT_FALSE(IsOpenableUrl(bad)) << bad;
     }
+}
+
+TEST(Urls, ThePlayerSeesWhichMachineAnAddressLeadsTo) {
+    EXPECT_EQ(ShownUrl("https://example.org/a?b@c"), "https://example.org/a?b@c");
+    EXPECT_EQ(ShownUrl("mailto:a@b.c"), "mailto:a@b.c");
+    // What stands before the last @ is a user's name, whatever it looks like.
+    EXPECT_EQ(ShownUrl("https://bank.example@evil.example/"), "https://...@evil.example/");
+    EXPECT_EQ(ShownUrl("HTTP://a:b@c@evil.example"), "HTTP://...@evil.example");
+    EXPECT_EQ(ShownUrl("https://bank.example/" + std::string(400, 'a') + "@evil.example/").size(),
+              403u);
+    EXPECT_EQ(ShownUrl("https://" + std::string(2000, 'a') + "@evil.example/"),
+              "https://...@evil.example/");
+    // Browsers take a backslash for a slash.
+    EXPECT_EQ(ShownUrl("http://evil.example\\@bank.example/"),
+              "http://evil.example\\@bank.example/");
+    // A Cyrillic letter that looks like an a.
+    EXPECT_EQ(ShownUrl("http://b\xD0\xB0nk.example/"), "http://b%D0%B0nk.example/");
 }
 
 TEST(Urls, ThreeInTenSeconds) {
