@@ -86,7 +86,7 @@ void EmitBranch(Emission& e, const Instruction& in) {
     }
     const Label side = e.a.newLabel();
     e.a.j(CodeOf(condition), side);
-    e.sideExits.push_back({side, in.target, e.index + 1, e.fillsSlot, e.slot});
+    e.sideExits.push_back({side, in.target, e.index + 1, e.fillsSlot, e.slot, PlaceNumber(e)});
     e.flagsFit = !isParity;
 }
 
@@ -129,7 +129,7 @@ void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     const i32 arguments = static_cast<i32>(ArgumentBytes(in.w));
     if (IsNearFrame(e.facts)) {
         e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
-        const Emission::OtherFrame other = {e.a.newLabel(), 12 + e.facts.depth};
+        const Emission::OtherFrame other = {e.a.newLabel(), 12 + e.facts.depth, PlaceNumber(e)};
         e.otherFrames.push_back(other);
         e.a.add(x86::r13d, other.distance);
         e.a.cmp(x86::edx, x86::r13d);
@@ -178,7 +178,7 @@ void EmitCall(Emission& e, const Instruction& in) {
     }
     e.a.mov(InStack(x86::r12, -8, 8), x86::rcx);
     e.a.sub(x86::r12d, 8);
-    const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel(), block};
+    const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel(), block, PlaceNumber(e)};
     e.fullStacks.push_back(full);
     e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
     e.a.jbe(full.label);
@@ -345,10 +345,15 @@ void EmitBlock(Emission& e, size_t number) {
     }
 }
 
+void BeginAside(Emission& e, u32 place, bool isBehindNote = false) {
+    e.out.asides.push_back({static_cast<u32>(e.a.offset()), place, isBehindNote});
+}
+
 // Branches out of the middle of a block: their note in the log says how much of it was executed.
 void EmitSideExits(Emission& e) {
     for (const Emission::SideExit& side : e.sideExits) {
         e.a.bind(side.label);
+        BeginAside(e, side.place);
         BlockPlace place;
         place.executedBefore = static_cast<u16>(side.executed);
         const int block = BlockAt(e.region, side.target);
@@ -357,6 +362,7 @@ void EmitSideExits(Emission& e) {
             place.count = static_cast<u16>(e.region.blocks[static_cast<size_t>(block)].count);
         }
         EmitNote(e, place);
+        BeginAside(e, side.place, true);
         e.fillsSlot = side.fillsSlot;
         e.slot = side.slot;
         if (NeedsSlot(e, side.target)) {
@@ -369,6 +375,7 @@ void EmitSideExits(Emission& e) {
 void EmitFullStacks(Emission& e) {
     for (const Emission::FullStack& full : e.fullStacks) {
         e.a.bind(full.label);
+        BeginAside(e, full.place);
         e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
         e.a.jbe(full.back);
         GoToCalled(e, full.block);
@@ -378,6 +385,7 @@ void EmitFullStacks(Emission& e) {
 void EmitOtherFrames(Emission& e) {
     for (const Emission::OtherFrame& other : e.otherFrames) {
         e.a.bind(other.label);
+        BeginAside(e, other.place);
         e.a.sub(x86::r13d, other.distance);
         e.a.jmp(reinterpret_cast<u64>(e.shared.strayReturn));
     }
@@ -396,6 +404,7 @@ void EmitLowWrites(Emission& e) {
     static_assert(kCoverWindow == 64);
     for (const Emission::LowWrite& low : e.lowWrites) {
         e.a.bind(low.label);
+        BeginAside(e, low.place);
         e.a.mov(x86::eax, low.address.r32());
         e.a.shr(x86::eax, 2);
         e.a.add(x86::rax, StateField(offsetof(TranslatedState, covered), 8));
@@ -410,6 +419,7 @@ void EmitLowWrites(Emission& e) {
 void EmitDepartures(Emission& e) {
     for (const Emission::Departure& departure : e.departures) {
         e.a.bind(departure.label);
+        BeginAside(e, departure.place);
         e.a.mov(x86::eax, departure.pc);
         e.a.mov(x86::edx, departure.executed);
         e.a.jmp(reinterpret_cast<u64>(e.shared.leave));
@@ -444,6 +454,7 @@ void EmitEntries(Emission& e, const u32* generation) {
         Label label;
     };
     std::vector<Check> checks;
+    BeginAside(e, Aside::kBetween);
     for (size_t i = 0; i < e.region.blocks.size(); ++i) {
         const u32 pc = e.region.instructions[e.region.blocks[i].first].pc;
         e.out.entries.push_back({pc, static_cast<u32>(e.a.offset())});

@@ -19,7 +19,8 @@ void Compare(Emission& e, const x86::Gp& address, Use use) {
         e.a.jb(LeaveLabel(e));
         return;
     }
-    const Emission::LowWrite low = {e.a.newLabel(), e.a.newLabel(), LeaveLabel(e), address};
+    const Emission::LowWrite low = {e.a.newLabel(), e.a.newLabel(), LeaveLabel(e), address,
+                                    PlaceNumber(e)};
     e.a.cmp(address.r32(), x86::dword_ptr(kStateRegister, kFloorOffset));
     e.a.jb(low.label);
     e.a.bind(low.back);
@@ -125,7 +126,7 @@ void CompareFrame(Emission& e, i32 low, const x86::Gp& scratch) {
 Label LeaveLabel(Emission& e) {
     if (!e.leave.isValid()) {
         e.leave = e.a.newLabel();
-        e.departures.push_back({e.leave, e.in->pc, e.index});
+        e.departures.push_back({e.leave, e.in->pc, e.index, PlaceNumber(e)});
     }
     return e.leave;
 }

@@ -69,6 +69,7 @@ struct Emission {
         asmjit::Label label;
         u32 pc;
         u32 executed;  // of the block's instructions
+        u32 place;
     };
     std::vector<Departure> departures;
     // Stores below the end of all translated code: whether they would hit any is looked up out of
@@ -78,6 +79,7 @@ struct Emission {
         asmjit::Label back;
         asmjit::Label leave;
         asmjit::x86::Gp address;
+        u32 place;
     };
     std::vector<LowWrite> lowWrites;
     // A branch out of the middle of a block.
@@ -87,6 +89,7 @@ struct Emission {
         u32 executed;
         bool fillsSlot;
         u32 slot;
+        u32 place;
     };
     std::vector<SideExit> sideExits;
     // Where each block's code begins behind its note in the log, and its first place.
@@ -103,12 +106,14 @@ struct Emission {
         asmjit::Label label;
         asmjit::Label back;
         int block;
+        u32 place;
     };
     std::vector<FullStack> fullStacks;
     // Returns to another FP than was foretold, when it has been put in place of the called code's.
     struct OtherFrame {
         asmjit::Label label;
         i32 distance;
+        u32 place;
     };
     std::vector<OtherFrame> otherFrames;
 
@@ -130,6 +135,11 @@ void JumpUntracked(asmjit::x86::Assembler& a, const asmjit::Operand& to);
 
 // The bytes of what was written, for the address that it was written for.
 std::vector<u8> CodeOf(asmjit::CodeHolder& holder, u8* base);
+
+// The number of the present instruction's place.
+inline u32 PlaceNumber(const Emission& e) {
+    return static_cast<u32>(e.out.places.size()) - 1;
+}
 
 // What the present instruction does with frame and stack.
 inline const StackUse& UseOf(const Emission& e) {

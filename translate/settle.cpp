@@ -27,10 +27,32 @@ namespace {
 // If the image does not have the immediate slot's value, one of this many newest blocks has set it.
 constexpr size_t kSlotBlocks = 2;
 
-// The instruction that the code at an offset belongs to. The code that notes a block in the log
-// belongs to the block's first instruction.
-const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
+// Where translated code was interrupted: at which instruction of the module, null when it was not
+// in translated code, and whether the log already names the block behind that instruction.
+struct Interrupted {
+    const CodePlace* place = nullptr;
+    bool isBehindNote = false;
+};
+
+// Of code on the way from one place to another, `pc` being the address of the other.
+Interrupted Between(u32 pc) {
+    static CodePlace between;
+    between.pc = pc;
+    return {&between, false};
+}
+
+// What the code at an offset belongs to. The code that notes a block in the log belongs to the
+// block's first instruction. `pc` is what eax holds.
+Interrupted PlaceAt(const TranslatedRegion& region, size_t offset, u32 pc) {
     const auto isBefore = [](size_t at, const auto& one) { return at < one.offset; };
+    const auto aside =
+        std::upper_bound(region.asides.begin(), region.asides.end(), offset, isBefore);
+    if (aside != region.asides.begin()) {
+        const Aside& found = *(aside - 1);
+        return found.place == Aside::kBetween
+                   ? Between(pc)
+                   : Interrupted{&region.places[found.place], found.isBehindNote};
+    }
     const auto& places = region.places;
     const auto& blocks = region.blocks;
     const auto place = std::upper_bound(places.begin(), places.end(), offset, isBefore);
@@ -38,9 +60,9 @@ const CodePlace* PlaceAt(const TranslatedRegion& region, size_t offset) {
     const bool isInNote = block != blocks.begin() && (block - 1)->count > 0 &&
                           (place == places.begin() || (place - 1)->offset < (block - 1)->offset);
     if (isInNote) {
-        return &places[(block - 1)->firstPlace];
+        return {&places[(block - 1)->firstPlace]};
     }
-    return place == places.begin() ? nullptr : &*(place - 1);
+    return place == places.begin() ? Interrupted{} : Interrupted{&*(place - 1)};
 }
 
 // The block that an entry of the log names; no places when there is none.
@@ -97,27 +119,25 @@ constexpr int kContextRegister[16] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RS
                                       REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
                                       REG_R12, REG_R13, REG_R14, REG_R15};
 
-// The instruction at which translated code was interrupted, or null if it was not. The registers
-// that the processor held for the module are stored in the header.
-const CodePlace* SettleInterrupted(void* context) {
+// Where translated code was interrupted. The registers that the processor held for the module are
+// stored in the header.
+Interrupted SettleInterrupted(void* context) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     const u64 offset =
         static_cast<u64>(registers[REG_RIP]) - reinterpret_cast<u64>(translatedState.codeMemory);
     if (offset >= kCodeMemory) {
-        return nullptr;
+        return {};
     }
     const u8* const at = translatedState.codeMemory + offset;
-    const CodePlace* place = nullptr;
-    static CodePlace between;
+    const auto inEax = static_cast<u32>(registers[REG_RAX]);
+    Interrupted interrupted;
     if (const TranslatedRegion* const region = RegionOf(at)) {
-        place = PlaceAt(*region, static_cast<size_t>(at - region->code));
+        interrupted = PlaceAt(*region, static_cast<size_t>(at - region->code), inEax);
     } else if (at >= settling.jump && at < settling.jumpEnd) {
-        // On the way from one place to another, whose address is in eax.
-        between.pc = static_cast<u32>(registers[REG_RAX]);
-        place = &between;
+        interrupted = Between(inEax);
     }
-    if (place == nullptr) {
-        return nullptr;
+    if (interrupted.place == nullptr) {
+        return {};
     }
     for (u32 number = 0; number < 16; ++number) {
         if (hostOf[number] == kNoHost) {
@@ -138,7 +158,7 @@ const CodePlace* SettleInterrupted(void* context) {
     Store<u32>(kHeaderSP, static_cast<u32>(registers[REG_R12]));
     Store<u32>(kHeaderFP, static_cast<u32>(registers[REG_R13]));
     lastThreadedResult = registers[REG_R15];
-    return place;
+    return interrupted;
 }
 
 constexpr int kSettleSignal = SIGUSR2;
@@ -155,9 +175,14 @@ std::atomic<Found> found = Found::Unknown;
 constexpr timespec kBeforeNextTry = {0, 1'000'000};
 
 // As far as the log already tells of the block that was interrupted.
-void SettleSlot(const void* context, const CodePlace* at) {
+void SettleSlot(const void* context, const Interrupted& interrupted) {
     const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     const u32 place = static_cast<u32>(registers[REG_R14]);
+    if (interrupted.isBehindNote) {
+        BringSlot(NewestPlaces(place, 0, 0));
+        return;
+    }
+    const CodePlace* const at = interrupted.place;
     const Logged newest = LoggedAt(translatedState.log[(place - 1) % kLogSize]);
     const bool isInside = !newest.places.empty() && at >= newest.places.data() &&
                           at < newest.places.data() + newest.places.size();
@@ -167,10 +192,10 @@ void SettleSlot(const void* context, const CodePlace* at) {
 }
 
 void OnSettle(int, siginfo_t*, void* context) {
-    const CodePlace* const place = SettleInterrupted(context);
-    if (place != nullptr) {
-        Store<u32>(kHeaderPC, place->pc);
-        SettleSlot(context, place);
+    const Interrupted interrupted = SettleInterrupted(context);
+    if (interrupted.place != nullptr) {
+        Store<u32>(kHeaderPC, interrupted.place->pc);
+        SettleSlot(context, interrupted);
         found = Found::Settled;
     } else {
         found = translatedState.hostStack == 0 ? Found::InHeader : Found::Unknown;
@@ -198,7 +223,7 @@ void WriteTrace(u32 place, u32 executed) {
 }
 
 void OnFaultInCode(void* context) {
-    const CodePlace* const place = SettleInterrupted(context);
+    const CodePlace* const place = SettleInterrupted(context).place;
     translatedState.hostStack = 0;
     if (place == nullptr) {
         return;

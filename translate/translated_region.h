@@ -20,6 +20,7 @@ struct TranslatedRegion {
     size_t size = 0;
     std::vector<CodePlace> places;
     std::vector<BlockPlace> blocks;
+    std::vector<Aside> asides;
     std::vector<Translation::Entry> entries;
     std::vector<Stretch> stretches;
     std::vector<u32> writes;  // as Translation's

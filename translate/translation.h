@@ -26,10 +26,20 @@ struct BlockPlace {
     static constexpr u16 kAllExecuted = 0xFFFF;
 };
 
+// Code behind that of the blocks, for what is rare.
+struct Aside {
+    u32 offset = 0;
+    u32 place = 0;              // the number of the place that it belongs to, or kBetween
+    bool isBehindNote = false;  // the log names the block that comes next already
+    // On the way to the instruction whose address is in eax.
+    static constexpr u32 kBetween = ~u32{0};
+};
+
 struct Translation {
     std::vector<u8> code;
     std::vector<CodePlace> places;   // by rising offset
     std::vector<BlockPlace> blocks;  // likewise
+    std::vector<Aside> asides;       // likewise, behind all places
     struct Entry {
         u32 pc = 0;
         u32 offset = 0;

@@ -303,6 +303,7 @@ TranslatedRegion* Translate(u32 pc) {
     made.size = translation.code.size();
     made.places = std::move(translation.places);
     made.blocks = std::move(translation.blocks);
+    made.asides = std::move(translation.asides);
     made.entries = std::move(translation.entries);
     made.stretches = StretchesOf(region);
     Watch(made);
