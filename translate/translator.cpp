@@ -146,6 +146,15 @@ void NoteVisit(u32 place) {
     visited->shortVisits = visited->longVisits = 0;
 }
 
+// Whether this visit is not made, because others ended soon.
+bool IsPassedBy(TranslatedRegion& region) {
+    if (region.pause == 0) {
+        return false;
+    }
+    --region.pause;
+    return true;
+}
+
 // Translated code has come to an address without a translation. It is counted here, because the
 // interpreter's next look will be at its next jump, and so at another address.
 ThreadedHandler OnMiss(u32 pc) {
@@ -180,8 +189,15 @@ void OnLeaveReturn(u8* base, u64, u64 sp, u64 fp, u64 trace, u32) {
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     WriteTrace(static_cast<u32>(trace), w);
     TranslatedRegion* const region = FindCurrent(static_cast<u32>(pc));
-    const ThreadedHandler enter =
-        region != nullptr ? Enter(*region, static_cast<u32>(pc)) : nullptr;
+    ThreadedHandler enter = nullptr;
+    // Others are entered though they are passed by elsewhere: going back to the interpreter would
+    // cost more than a short visit.
+    const bool isHopeless = region != nullptr && region->nextPause == kMostMissed;
+    if (region != nullptr && !(isHopeless && IsPassedBy(*region))) {
+        enter = Enter(*region, static_cast<u32>(pc));
+    } else {
+        NoteVisit(static_cast<u32>(trace));
+    }
     interpretedFrom = pcTraceCount;
     nextTranslationCheck = pcTraceCount + 1;
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
@@ -448,11 +464,7 @@ ThreadedHandler CodeAt(u32 pc, u64 trace) {
     if (region == nullptr) {
         return nullptr;
     }
-    if (region->pause > 0) {
-        --region->pause;
-        return nullptr;
-    }
-    return Enter(*region, pc);
+    return IsPassedBy(*region) ? nullptr : Enter(*region, pc);
 }
 
 }  // namespace

@@ -185,6 +185,28 @@ TEST_F(Translator, EachReturnReleasesOneLockAlsoWhereItsCallIsTranslated) {
     }
 }
 
+TEST_F(Translator, CodeThatIsAlwaysLeftAtOnceIsInterpretedAlsoWhenTranslatedCodeGoesThere) {
+    // The loop calls `leaf` through a register, so that it is a region of its own, and that calls a
+    // service at once: 100,000 visits of two instructions each.
+    const std::string source =
+        "        .stack 4096\n"
+        "start:  LINK 0, 0\n"
+        "        MOVE.L R14, #0\n"
+        "        MOVE.L R1, #100000\n"
+        "        LEA R2, [leaf]\n"
+        "@loop:  ADD.L R14, #3\n"
+        "        CALLR R2, 0\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "leaf:   LINK 0, 0\n"
+        "        SYS\n"
+        "        RETURN 0\n";
+    vmSlots.sysDispatch = [] {};
+    EXPECT_EQ(RunSource(source, 0, {}), 300000u);
+    EXPECT_LE(translatorCounts.entries, 20000u);
+}
+
 TEST_F(Translator, ARunThatIsWatchedIsNotTranslated) {
     const std::string source =
         "        .stack 4096\n"
