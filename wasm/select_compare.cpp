@@ -234,9 +234,9 @@ Operand Selector::Widened(NodeId id) {
     return InRegister(variable);
 }
 
-// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half takes
-// one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no more
-// time than a copy.
+// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half
+// takes one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no
+// more time than a copy.
 bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
     const u32 cost = CostOfWidening(first) + CostOfWidening(second);
     if (IsConstant(trees, second)) {
@@ -249,8 +249,8 @@ bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
     return depth == 0 || cost <= 12;
 }
 
-// x < 8 is x <= 7, and the like: constants nearer to zero are shorter, and zero need not be compared
-// with at all.
+// x < 8 is x <= 7, and the like: constants nearer to zero are shorter, and zero need not be
+// compared with at all.
 void Selector::TightenBound(NodeId& second, bool isSigned, Condition& condition) {
     const Node& node = trees[second];
     const bool isLong = node.type == ValueType::I32;
@@ -259,7 +259,8 @@ void Selector::TightenBound(NodeId& second, bool isSigned, Condition& condition)
     if (value > 0 && (condition == Condition::Lt || condition == Condition::Ge)) {
         condition = condition == Condition::Lt ? Condition::Le : Condition::Gt;
         tighter = value - 1;
-    } else if (isSigned && value < 0 && (condition == Condition::Le || condition == Condition::Gt)) {
+    } else if (isSigned && value < 0 &&
+               (condition == Condition::Le || condition == Condition::Gt)) {
         condition = condition == Condition::Le ? Condition::Lt : Condition::Ge;
         tighter = value + 1;
     } else {

@@ -1,5 +1,5 @@
-// What is shortened in translated code and must stay what it is: orders with constants, the look for
-// room on the stack, the names of traps, ends of blocks that are kept once.
+// What is shortened in translated code and must stay what it is: orders with constants, the look
+// for room on the stack, the names of traps, ends of blocks that are kept once.
 
 #include <gtest/gtest.h>
 
@@ -31,8 +31,8 @@ TEST_F(WasmCodeTest, OrdersHoldOnBothSidesOfTheirConstants) {
         const char* order;
         i64 constant;
     };
-    const Row rows[] = {{"lt_s", 1},  {"ge_s", 1},   {"gt_s", -1}, {"le_s", -1},  {"lt_s", 8},
-                        {"ge_s", 8},  {"gt_s", -9},  {"le_s", -9}, {"lt_u", 256}, {"ge_u", 256},
+    const Row rows[] = {{"lt_s", 1},   {"ge_s", 1},   {"gt_s", -1},  {"le_s", -1},  {"lt_s", 8},
+                        {"ge_s", 8},   {"gt_s", -9},  {"le_s", -9},  {"lt_u", 256}, {"ge_u", 256},
                         {"le_u", 255}, {"gt_u", 255}, {"lt_u", 100}, {"gt_u", 100}};
     std::string sum = "(i32.const 0)";
     std::string loaded = "(i32.const 0)";
@@ -47,7 +47,8 @@ TEST_F(WasmCodeTest, OrdersHoldOnBothSidesOfTheirConstants) {
     }
     const std::string text =
         "(module (memory 1) (func (export \"f\") (param i32) (result i32 i32)"
-        "(i32.store (i32.const 8) (local.get 0)) " + sum + loaded + "))";
+        "(i32.store (i32.const 8) (local.get 0)) " +
+        sum + loaded + "))";
     const auto holds = [](const Row& row, i32 value) {
         const std::string order = row.order;
         const i64 a = order.ends_with("u") ? i64{static_cast<u32>(value)} : value;
@@ -61,8 +62,9 @@ TEST_F(WasmCodeTest, OrdersHoldOnBothSidesOfTheirConstants) {
     };
     std::string calls;
     Texts wanted;
-    for (const i32 value : {0, 1, 2, -1, -2, 7, 8, 9, -8, -9, -10, 99, 100, 101, 255, 256, 257,
-                            2147483647, -2147483647, -2147483647 - 1}) {
+    for (const i32 value :
+         {0,   1,  2,   -1,  -2,  7,   8,   9,          -8,          -9,
+          -10, 99, 100, 101, 255, 256, 257, 2147483647, -2147483647, -2147483647 - 1}) {
         u32 bits = 0;
         for (u32 i = 0; i < std::size(rows); ++i) {
             bits |= u32{holds(rows[i], value)} << i;
@@ -87,8 +89,8 @@ TEST_F(WasmCodeTest, ARingOfCallsEndsWithAStackOverflow) {
     EXPECT_TRUE(run.lines[0].starts_with("Trap: stack overflow in ")) << run.lines[0];
 }
 
-// Functions that do not look for room stand between two that do; their frames are as large as frames
-// can be, and still lie in the room below.
+// Functions that do not look for room stand between two that do; their frames are as large as
+// frames can be, and still lie in the room below.
 TEST_F(WasmCodeTest, LargeFramesThatDoNotLookForRoomHaveIt) {
     constexpr u32 kValues = 3700;
     constexpr u32 kFunctions = 40;
