@@ -209,6 +209,7 @@ struct Selector {
 bool IsLowBytes(Plain code, TwoOperand& op);
 // The bits of a value of that size.
 u64 MaskOf(OperandSize size);
+// The size of the machine's operations on values of the type, and on 1, 2, 4 or 8 bytes of memory.
 OperandSize SizeOf(ValueType type);
 OperandSize SizeOfBytes(u32 bytes);
 
