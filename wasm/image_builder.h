@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tools/asm/assembler.h"
-#include "wasm/image.h"
+#include "wasm/image_parts.h"
 
 namespace moxi {
 
