@@ -141,9 +141,8 @@ std::vector<Range> Merged(const std::vector<Range>& a, const std::vector<Range>&
 bool Allocator::IsAliveBehind(Variable variable, u32 instruction) const {
     const std::vector<Range>& list = live.ranges[variable];
     const u32 position = 2 * instruction + 1;
-    const auto next =
-        std::upper_bound(list.begin(), list.end(), position,
-                         [](u32 at, const Range& range) { return at < range.from; });
+    const auto next = std::upper_bound(list.begin(), list.end(), position,
+                                       [](u32 at, const Range& range) { return at < range.from; });
     return next != list.begin() && std::prev(next)->to > position;
 }
 
@@ -159,8 +158,9 @@ bool Allocator::DisturbsWhileAlive(Variable written, Variable other) {
     });
 }
 
-// Whether two variables cannot be one (Chaitin's rule). Where setjmp is called, control comes back to
-// places that no instruction names, so that two which are alive together always disturb each other.
+// Whether two variables cannot be one (Chaitin's rule). Where setjmp is called, control comes back
+// to places that no instruction names, so that two which are alive together always disturb each
+// other.
 bool Allocator::Interfere(Variable a, Variable b) {
     if (!Overlap(live.ranges[a], live.ranges[b])) {
         return false;

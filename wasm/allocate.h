@@ -1,5 +1,8 @@
 #pragma once
 // Where the variables of a function live: in registers, as far as those reach, else in the frame.
+// Variables that are copies of each other are joined by Chaitin's rule (Register allocation by
+// graph colouring, 1981); the rest get registers in the order of their uses by length of life (Chow
+// and Hennessy's priorities), without splitting.
 
 #include <vector>
 
@@ -21,8 +24,8 @@ struct Allocation {
     u32 savedRegisters = 0;  // R13, R12 and so on: how many the function has to keep
 };
 
-// Removes instructions whose results nobody reads, joins variables that are copies of each other,
-// and finds every variable a place.
+// Finds every variable of the function a place. Removes instructions whose results nobody reads on
+// the way: they become Kind::Nothing, so that every other one keeps its index.
 Allocation Allocate(FunctionCode& code);
 
 }  // namespace moxi

@@ -8,7 +8,8 @@
 
 namespace moxi {
 
-// `result` is complete but for the text.
+// The text ends with a newline. `result` is complete but for the text; `code` is what it was made
+// of.
 std::string FormatAssembly(const Translation& result, const MachineCode& code);
 
 }  // namespace moxi

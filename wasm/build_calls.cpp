@@ -43,8 +43,7 @@ void BodyBuilder::TakeResults(const FunctionType& type) {
         if (i == 0) {
             select.Receive(result, type.results[i], InRegister(kResultRegister));
         } else {
-            select.Put(result, ValueType::I64,
-                       AtAddress(Base::Data, kResultCells + 8 * (i - 1)));
+            select.Put(result, ValueType::I64, AtAddress(Base::Data, kResultCells + 8 * (i - 1)));
         }
         PushVariable(type.results[i], result);
     }
@@ -240,8 +239,8 @@ void BodyBuilder::CallIndirect(u32 typeIndex) {
     }
     const Variable number = select.InVariable(index);
     constexpr u32 kMostQuick = 7;
-    const Operand size = plan.tableSize <= kMostQuick ? Number(plan.tableSize)
-                                                      : AtAddress(Base::Data, kTableCell);
+    const Operand size =
+        plan.tableSize <= kMostQuick ? Number(plan.tableSize) : AtAddress(Base::Data, kTableCell);
     select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), size);
     select.Branch(Condition::Ge, select.TrapLabel(Trap::UndefinedElement));
     const Variable entry = select.NewVariable();

@@ -46,8 +46,6 @@ enum class Attribute : u64 {
     LoclistsBase = 0x8C,
 };
 
-constexpr u64 kImplicitConst = 0x21;
-constexpr u64 kIndirect = 0x16;
 constexpr u32 kMostTypeSteps = 16;   // a chain of names for types that is longer goes in a ring
 constexpr u64 kMostVariables = 256;  // of a function
 constexpr u32 kMostBlocks = 64;      // of a function, one in the other
@@ -144,7 +142,7 @@ Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
             Field field;
             field.attribute = ReadLeb(cursor);
             field.form = ReadLeb(cursor);
-            if (field.form == kImplicitConst) {
+            if (field.form == static_cast<u64>(DwarfForm::ImplicitConst)) {
                 field.constant = ReadSignedLeb(cursor);
             }
             if (field.attribute == 0 && field.form == 0) {
@@ -188,49 +186,53 @@ Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
     const auto address = [&](u64 index) {
         return DwarfWordAt(shared.addresses, addressesBase, index);
     };
-    switch (form) {
-        case 0x01: value.number = NumberOf(cursor, addressBytes); break;              // addr
-        case 0x03: value.block = Block(cursor, NumberOf(cursor, 2)); break;           // block2
-        case 0x04: value.block = Block(cursor, NumberOf(cursor, 4)); break;           // block4
-        case 0x05:                                                                    // data2
-        case 0x12: value.number = NumberOf(cursor, 2), value.isOffset = true; break;  // ref2
-        case 0x06:                                                                    // data4
-        case 0x13:                                                                    // ref4
-        case 0x17: value.number = NumberOf(cursor, 4), value.isOffset = true; break;  // sec_offset
-        case 0x07:                                                                    // data8
-        case 0x14:                                                                    // ref8
-        case 0x20: value.number = NumberOf(cursor, 8), value.isOffset = true; break;  // ref_sig8
-        case 0x08: value.text = ReadDwarfText(cursor); break;                         // string
-        case 0x09:                                                                    // block
-        case 0x18: value.block = Block(cursor, ReadLeb(cursor)); break;               // exprloc
-        case 0x0A: value.block = Block(cursor, NumberOf(cursor, 1)); break;           // block1
-        case 0x0B:                                                                    // data1
-        case 0x0C:                                                                    // flag
-        case 0x11: value.number = NumberOf(cursor, 1), value.isOffset = true; break;  // ref1
-        case 0x0D: value.number = static_cast<u64>(ReadSignedLeb(cursor)); break;     // sdata
-        case 0x0E: value.text = DwarfTextAt(shared.strings, cursor.Word()); break;
-        case 0x0F:                                                                // udata
-        case 0x15:                                                                // ref_udata
-        case 0x23: value.number = ReadLeb(cursor), value.isOffset = true; break;  // rnglistx
-        case 0x22: value.number = ReadLeb(cursor), value.isIndex = true; break;   // loclistx
-        case 0x10: cursor.Bytes(version <= 2 ? addressBytes : 4); break;          // ref_addr
-        case 0x19: value.number = 1; break;                                       // flag_present
-        case 0x1A: value.text = text(ReadLeb(cursor)); break;                     // strx
-        case 0x1B: value.number = address(ReadLeb(cursor)); break;                // addrx
-        case 0x1E: cursor.Bytes(16); break;                                       // data16
-        case 0x1C:                                                                // ref_sup4
-        case 0x1D:                                                                // strp_sup
-        case 0x1F: cursor.Word(); break;                                          // line_strp
-        case 0x24: cursor.Quad(); break;                                          // ref_sup8
-        case 0x25:
-        case 0x26:
-        case 0x27:
-        case 0x28: value.text = text(NumberOf(cursor, static_cast<u32>(form - 0x24))); break;
-        case 0x29:
-        case 0x2A:
-        case 0x2B:
-        case 0x2C: value.number = address(NumberOf(cursor, static_cast<u32>(form - 0x28))); break;
-        case kImplicitConst: value.number = static_cast<u64>(constant); break;
+    switch (static_cast<DwarfForm>(form)) {
+        case DwarfForm::Addr: value.number = NumberOf(cursor, addressBytes); break;
+        case DwarfForm::Block2: value.block = Block(cursor, NumberOf(cursor, 2)); break;
+        case DwarfForm::Block4: value.block = Block(cursor, NumberOf(cursor, 4)); break;
+        case DwarfForm::Data2:
+        case DwarfForm::Ref2: value.number = NumberOf(cursor, 2), value.isOffset = true; break;
+        case DwarfForm::Data4:
+        case DwarfForm::Ref4:
+        case DwarfForm::SecOffset: value.number = NumberOf(cursor, 4), value.isOffset = true; break;
+        case DwarfForm::Data8:
+        case DwarfForm::Ref8:
+        case DwarfForm::RefSig8: value.number = NumberOf(cursor, 8), value.isOffset = true; break;
+        case DwarfForm::String: value.text = ReadDwarfText(cursor); break;
+        case DwarfForm::Block:
+        case DwarfForm::Exprloc: value.block = Block(cursor, ReadLeb(cursor)); break;
+        case DwarfForm::Block1: value.block = Block(cursor, NumberOf(cursor, 1)); break;
+        case DwarfForm::Data1:
+        case DwarfForm::Flag:
+        case DwarfForm::Ref1: value.number = NumberOf(cursor, 1), value.isOffset = true; break;
+        case DwarfForm::Sdata: value.number = static_cast<u64>(ReadSignedLeb(cursor)); break;
+        case DwarfForm::Strp: value.text = DwarfTextAt(shared.strings, cursor.Word()); break;
+        case DwarfForm::Udata:
+        case DwarfForm::RefUdata:
+        case DwarfForm::Rnglistx: value.number = ReadLeb(cursor), value.isOffset = true; break;
+        case DwarfForm::Loclistx: value.number = ReadLeb(cursor), value.isIndex = true; break;
+        case DwarfForm::RefAddr: cursor.Bytes(version <= 2 ? addressBytes : 4); break;
+        case DwarfForm::FlagPresent: value.number = 1; break;
+        case DwarfForm::Strx: value.text = text(ReadLeb(cursor)); break;
+        case DwarfForm::Addrx: value.number = address(ReadLeb(cursor)); break;
+        case DwarfForm::Data16: cursor.Bytes(16); break;
+        case DwarfForm::RefSup4:
+        case DwarfForm::StrpSup:
+        case DwarfForm::LineStrp: cursor.Word(); break;
+        case DwarfForm::RefSup8: cursor.Quad(); break;
+        case DwarfForm::Strx1:
+        case DwarfForm::Strx2:
+        case DwarfForm::Strx3:
+        case DwarfForm::Strx4:
+            value.text = text(NumberOf(cursor, static_cast<u32>(form - 0x24)));
+            break;
+        case DwarfForm::Addrx1:
+        case DwarfForm::Addrx2:
+        case DwarfForm::Addrx3:
+        case DwarfForm::Addrx4:
+            value.number = address(NumberOf(cursor, static_cast<u32>(form - 0x28)));
+            break;
+        case DwarfForm::ImplicitConst: value.number = static_cast<u64>(constant); break;
         default: cursor.Fail("unknown form"); break;
     }
     return value;
@@ -296,7 +298,7 @@ bool UnitReader::ReadEntry(ByteCursor& cursor, Entry& entry) {
     entry.hasChildren = row->second.hasChildren;
     for (const Field& field : row->second.fields) {
         u64 form = field.form;
-        if (form == kIndirect) {
+        if (form == static_cast<u64>(DwarfForm::Indirect)) {
             form = ReadLeb(cursor);
         }
         TakeField(entry, field, ReadValue(cursor, form, field.constant));

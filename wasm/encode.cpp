@@ -250,8 +250,7 @@ void Encoder::EncodeTwo(const Instruction& instruction) {
     const OperandSize size = op == TwoOperand::Lea ? OperandSize::Byte : instruction.size;
     const Resolved a = Resolve(instruction.a, size, kFirstScratch);
     const bool takesSecond = a.mode == Mode::Indexed && a.reg == kSecondScratch;
-    const Resolved b =
-        Resolve(instruction.b, size, takesSecond ? kFirstScratch : kSecondScratch);
+    const Resolved b = Resolve(instruction.b, size, takesSecond ? kFirstScratch : kSecondScratch);
     const bool isCopy = op == TwoOperand::Move && size == OperandSize::Quad;
     if (isCopy && a.mode == b.mode && a.reg == b.reg && a.value == b.value &&
         (a.mode == Mode::Register || a.mode == Mode::Frame)) {

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <memory>
 #include <set>
 
 #include "base/bytes.h"
-#include "tools/asm/assembler.h"
 #include "vm/machine.h"
 #include "wasm/assembly_text.h"
+#include "wasm/image_builder.h"
 
 namespace moxi {
 
@@ -40,24 +39,6 @@ constexpr u64 kConsoleBytes = sizeof kConsoleMemory;
 u64 RoundUp(u64 value, u64 step) {
     return (value + step - 1) / step * step;
 }
-
-// Where the parts of a module lie.
-struct Layout {
-    u64 dataAt = 0;    // the translator's own data
-    u64 memoryAt = 0;  // linear memory
-    u64 initialBytes = 0;
-    u64 reservedBytes = 0;
-};
-
-struct AssembledRuntime {
-    AssembleResult assembled;
-    std::map<std::string, u32, std::less<>> values{};
-
-    u32 ValueOf(std::string_view name) const {
-        const auto found = values.find(name);
-        return found == values.end() ? 0xFFFFFFFF : found->second;
-    }
-};
 
 std::shared_ptr<const AssembledRuntime> AssembleAnew(const std::string& source,
                                                      const AssembleOptions& options) {
@@ -92,71 +73,29 @@ std::shared_ptr<const AssembledRuntime> AssembleOnce(const std::string& source,
     return known[key] = AssembleAnew(source, options);
 }
 
-struct ImageBuilder {
-    ImageParts& parts;
-    const TranslateOptions& options;
-    Translation& result;
-    std::vector<Layout> layouts{};
-    u64 runtimeAt = 0;
-    u64 codeEnd = 0;
-    u64 memoryEnd = 0;
-    bool badData = false;
-    bool badElements = false;
-    std::shared_ptr<const AssembledRuntime> runtime{};
-    std::vector<u8> runtimeBytes{};  // and what belongs to it
-    std::vector<u32> routineAddresses{};
+const char* LetterOf(ValueType type) {
+    switch (type) {
+        case ValueType::I32: return "i";
+        case ValueType::I64: return "I";
+        case ValueType::F32: return "f";
+        default: return "F";
+    }
+}
 
-    bool Fail(const std::string& text) {
-        result.errors.push_back(text);
-        return false;
-    }
-    const Module& FirstModule() const { return *parts.plans[0].module; }
-    u8* OwnData(const ModulePlan& plan, u64 offset) {
-        return result.bytes.data() + layouts[plan.number].dataAt + offset;
-    }
-    u64 ValueOf(const ModulePlan& plan, const ConstantExpression& expression) const {
-        // The one global that can be imported is linear memory's address.
-        const bool isAddress = expression.kind == ConstantExpression::Kind::Global;
-        return isAddress ? layouts[plan.number].memoryAt : expression.value;
-    }
-    // Calls f(segment, offset) for the active data segments up to the first that does not fit.
-    template <class F>
-    void ForEachSegment(const ModulePlan& plan, F f) const {
-        for (const DataSegment& segment : plan.module->data) {
-            if (segment.isPassive) {
-                continue;
-            }
-            const u64 offset = ValueOf(plan, segment.offset);
-            if (offset + segment.bytes.size() > layouts[plan.number].initialBytes) {
-                return;
-            }
-            if (!segment.bytes.empty()) {
-                f(segment, offset);
-            }
+// Where C keeps its stack pointer: a global of that name, else the first one if it can be that.
+u32 StackPointerCell(const ModulePlan& plan) {
+    const Module& module = *plan.module;
+    for (u64 i = 0; i < module.globalNames.size(); ++i) {
+        if (module.globalNames[i] == "__stack_pointer") {
+            return plan.globalCells[i];
         }
     }
+    const bool isFirst = !module.globals.empty() && module.globals[0].isMutable &&
+                         module.globals[0].type == ValueType::I32;
+    return isFirst ? plan.globalCells[0] : kBlockCell;
+}
 
-    void SizeMemory(const ModulePlan& plan);
-    void CheckSegments(const ModulePlan& plan);
-    std::string RuntimeSource() const;
-    void AppendCalls();
-    void DefineConstants(AssembleOptions& assemble) const;
-    void DefineEntry(AssembleOptions& assemble) const;
-    bool AssembleRuntime();
-    bool PlaceMemory();
-    bool LayDataSegments();
-    void FillCells(const ModulePlan& plan, u64& passiveAt);
-    void FillTables(const ModulePlan& plan);
-    void PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item);
-    void FillTrapNames();
-    void Patch();
-    bool WriteHeader();
-    void CollectFunctions(const ModulePlan& plan);
-    void CollectLines();
-    void CollectVariables();
-    void CollectSymbols();
-    void Run();
-};
+}  // namespace
 
 void ImageBuilder::SizeMemory(const ModulePlan& plan) {
     const Module& module = *plan.module;
@@ -186,15 +125,6 @@ void ImageBuilder::CheckSegments(const ModulePlan& plan) {
         }
         badData |= ValueOf(plan, segment.offset) + segment.bytes.size() >
                    layouts[plan.number].initialBytes;
-    }
-}
-
-const char* LetterOf(ValueType type) {
-    switch (type) {
-        case ValueType::I32: return "i";
-        case ValueType::I64: return "I";
-        case ValueType::F32: return "f";
-        default: return "F";
     }
 }
 
@@ -253,19 +183,6 @@ std::string ImageBuilder::RuntimeSource() const {
     std::string source = "        .include \"moxi/wasm_runtime.inc\"\n";
     source += "        .include \"moxi/wasm_math.inc\"\n";
     return source;
-}
-
-// Where C keeps its stack pointer: a global of that name, else the first one if it can be that.
-u32 StackPointerCell(const ModulePlan& plan) {
-    const Module& module = *plan.module;
-    for (u64 i = 0; i < module.globalNames.size(); ++i) {
-        if (module.globalNames[i] == "__stack_pointer") {
-            return plan.globalCells[i];
-        }
-    }
-    const bool isFirst = !module.globals.empty() && module.globals[0].isMutable &&
-                         module.globals[0].type == ValueType::I32;
-    return isFirst ? plan.globalCells[0] : kBlockCell;
 }
 
 void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
@@ -542,97 +459,6 @@ bool ImageBuilder::WriteHeader() {
     return stackTop + options.heap <= kHighestEnd || Fail(kNoRoom);
 }
 
-void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
-    const Module& module = *plan.module;
-    for (u32 i = 0; i < module.functions.size(); ++i) {
-        const u32 address = parts.functions[plan.functionBase + i];
-        if (address == 0) {
-            continue;
-        }
-        std::string name = module.functions[i].name;
-        if (name.empty()) {
-            name = "function_" + std::to_string(i);
-        }
-        result.symbols.push_back({address, true, std::move(name)});
-    }
-}
-
-// The lines of both modules, one entry where the line changes.
-void ImageBuilder::CollectLines() {
-    std::vector<u32> firstFile;
-    for (const ModulePlan& plan : parts.plans) {
-        const std::vector<std::string>& files = plan.sources.files;
-        firstFile.push_back(static_cast<u32>(result.files.size()));
-        result.files.insert(result.files.end(), files.begin(), files.end());
-    }
-    const auto add = [&](TranslatedLine line) {
-        if (line.line == 0 && result.lines.empty()) {
-            return;
-        }
-        if (!result.lines.empty()) {
-            TranslatedLine& last = result.lines.back();
-            if (last.line == line.line && (line.line == 0 || last.file == line.file)) {
-                return;
-            }
-            if (last.address == line.address) {
-                last = line;
-                return;
-            }
-        }
-        result.lines.push_back(line);
-    };
-    for (const OriginMark& mark : parts.code.origins) {
-        const SourceLine* const found =
-            FindSourceLine(parts.plans[mark.module].sources, mark.origin);
-        TranslatedLine line{parts.code.base + mark.offset, 0, 0};
-        if (found != nullptr) {
-            line.line = found->line;
-            line.file = firstFile[mark.module] + found->file;
-        }
-        add(line);
-    }
-    add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
-}
-
-void ImageBuilder::CollectVariables() {
-    for (FunctionVariables& function : parts.variables) {
-        const auto memory = static_cast<i64>(layouts[function.module].memoryAt);
-        for (TranslatedVariable& variable : function.variables) {
-            for (TranslatedPlace& place : variable.places) {
-                place.offset += memory;
-            }
-            result.variables.push_back(std::move(variable));
-        }
-    }
-}
-
-void ImageBuilder::CollectSymbols() {
-    for (const ModulePlan& plan : parts.plans) {
-        CollectFunctions(plan);
-    }
-    for (const AssembleSymbol& symbol : runtime->assembled.symbols) {
-        if (symbol.kind != SymbolKind::Code) {
-            continue;
-        }
-        result.symbols.push_back({static_cast<u32>(symbol.value), true, symbol.name});
-    }
-    const Layout& last = layouts.back();
-    if (parts.plans.back().module->hasMemory) {
-        result.symbols.push_back({static_cast<u32>(last.memoryAt), false, "wasm_memory"});
-    }
-    const Export* const frames = FindExport(FirstModule(), "wasm_frames", ExternalKind::Global);
-    if (frames != nullptr && parts.plans.size() > 1) {
-        const u64 offset = ValueOf(parts.plans[0], FirstModule().globals[frames->index].initial);
-        result.symbols.push_back(
-            {static_cast<u32>(layouts[0].memoryAt + offset), false, "wasm_frames"});
-    }
-    std::stable_sort(
-        result.symbols.begin(), result.symbols.end(),
-        [](const TranslatedSymbol& a, const TranslatedSymbol& b) { return a.address < b.address; });
-    CollectLines();
-    CollectVariables();
-}
-
 void ImageBuilder::Run() {
     layouts.resize(parts.plans.size());
     u64 at = kHeaderSize + parts.code.bytes.size();
@@ -675,8 +501,6 @@ void ImageBuilder::Run() {
     result.codeBytes = static_cast<u32>(parts.code.bytes.size());
     result.ok = true;
 }
-
-}  // namespace
 
 void BuildImage(ImageParts& parts, const TranslateOptions& options, Translation& result) {
     ImageBuilder{parts, options, result}.Run();

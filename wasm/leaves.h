@@ -9,8 +9,9 @@
 
 namespace moxi {
 
+// What is known of a function that may take the place of its calls.
 struct SmallLeaf {
-    bool isOne = false;
+    bool isOne = false;     // it does; nothing else means anything where it does not
     bool branches = false;  // anywhere but at its end
     bool loops = false;
     std::vector<u32> reads;  // how often each local is read

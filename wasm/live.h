@@ -1,5 +1,6 @@
 #pragma once
-// Where the variables of a function are alive.
+// Where the variables of a function are alive: the usual backward flow of reads and writes over its
+// blocks, repeated until nothing changes.
 //
 // Instruction i reads at position 2 i and writes at 2 i + 1, so that what ends in an instruction
 // and what begins there may share a register.

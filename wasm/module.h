@@ -121,6 +121,7 @@ struct ModuleError {
 // What people call a function: the name section's name, else "function N".
 std::string NameOfFunction(const Module& module, u32 index);
 
+// The export of that name and kind, owned by the module; null where there is none.
 const Export* FindExport(const Module& module, std::string_view name, ExternalKind kind);
 
 // Reads and checks the whole module but for the bodies of its functions. Any bytes are welcome.

@@ -19,6 +19,7 @@ struct MxccOptions {
     std::string problem;  // what is wrong, "" when nothing is
 };
 
+// `arguments` are those behind the program's name. What cannot be told is in `problem`.
 MxccOptions ReadMxccOptions(const std::vector<std::string>& arguments);
 
 }  // namespace moxi

@@ -2,12 +2,9 @@
 // there before anything is reserved for it.
 
 #include <algorithm>
-#include <cstdio>
 #include <set>
 
-#include "base/utf8.h"
-#include "wasm/cursor.h"
-#include "wasm/module.h"
+#include "wasm/module_reader.h"
 #include "wasm/names.h"
 #include "wasm/operators.h"
 
@@ -15,276 +12,17 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kMaxPages = 65536;
 constexpr u64 kMaxLocals = 50000;
 
-enum class SectionId : u8 {
-    Custom,
-    Type,
-    Import,
-    Function,
-    Table,
-    Memory,
-    Global,
-    Export,
-    Start,
-    Element,
-    Code,
-    Data,
-    DataCount,
-};
-
-struct ModuleReader {
-    Module& module;
-    ModuleError& error;
-    ByteCursor cursor;
-    const u8* start = nullptr;  // of the file
-    std::vector<u32> functionTypes;
-    std::vector<u32> referenced;  // functions that constant expressions name
-    u32 codeCount = 0;
-
-    bool Fail(const std::string& text, const u8* at) {
-        if (error.failed) {
-            return false;
-        }
-        error.failed = true;
-        char place[32];
-        std::snprintf(place, sizeof place, " (offset 0x%llx)",
-                      static_cast<unsigned long long>(at - start));
-        error.text = text + place;
-        return false;
+// Where a section stands in the order of the format; its number says so but for the data count.
+u32 OrderOf(u8 id) {
+    if (id == static_cast<u8>(SectionId::DataCount)) {
+        return 2 * static_cast<u32>(SectionId::Code) - 1;
     }
-    bool Fail(const std::string& text) { return Fail(text, cursor.at); }
-    // False when the cursor has run into something malformed.
-    bool Good() { return cursor.failed == nullptr || Fail(cursor.failed); }
-
-    bool Count(u32& count) {
-        count = cursor.Unsigned32();
-        if (!Good()) {
-            return false;
-        }
-        // Every item takes a byte at least.
-        return count <= cursor.Left() || Fail("unexpected end");
-    }
-    bool Name(std::string& name) {
-        const u32 length = cursor.Unsigned32();
-        const u8* const at = cursor.Bytes(length);
-        if (!Good()) {
-            return false;
-        }
-        name.assign(reinterpret_cast<const char*>(at), length);
-        return IsUtf8(name) || Fail("malformed UTF-8 encoding", at);
-    }
-    bool Type(ValueType& type) {
-        const u8* const at = cursor.at;
-        const u8 byte = cursor.Byte();
-        if (!Good()) {
-            return false;
-        }
-        if (byte == 0x7B) {
-            return Fail("SIMD is not supported", at);
-        }
-        if (byte == 0x70 || byte == 0x6F) {
-            return Fail("reference types are not supported as values", at);
-        }
-        if (byte < 0x7C || byte > 0x7F) {
-            return Fail("malformed value type", at);
-        }
-        type = static_cast<ValueType>(byte);
-        return true;
-    }
-    bool ReadLimits(Limits& limits, u32 highest, const char* tooLarge) {
-        const u8* const at = cursor.at;
-        const u8 flags = cursor.Byte();
-        if (!Good()) {
-            return false;
-        }
-        if ((flags & 2) != 0 && flags < 8) {
-            return Fail("threads are not supported (shared memory)", at);
-        }
-        if ((flags & 4) != 0 && flags < 8) {
-            return Fail("memory64 is not supported", at);
-        }
-        if (flags > 1) {
-            return Fail("malformed limits flags", at);
-        }
-        limits.minimum = cursor.Unsigned32();
-        limits.hasMaximum = flags == 1;
-        if (limits.hasMaximum) {
-            limits.maximum = cursor.Unsigned32();
-        }
-        if (!Good()) {
-            return false;
-        }
-        if (limits.minimum > highest || (limits.hasMaximum && limits.maximum > highest)) {
-            return Fail(tooLarge, at);
-        }
-        if (limits.hasMaximum && limits.maximum < limits.minimum) {
-            return Fail("size minimum must not be greater than maximum", at);
-        }
-        return true;
-    }
-    bool ReadTable() {
-        const u8* const at = cursor.at;
-        const u8 type = cursor.Byte();
-        if (!Good()) {
-            return false;
-        }
-        if (type == 0x6F) {
-            return Fail("reference types are not supported (externref table)", at);
-        }
-        if (type != 0x70) {
-            return Fail("malformed reference type", at);
-        }
-        if (module.hasTable) {
-            return Fail("multiple tables: reference types are not supported beyond one table", at);
-        }
-        module.hasTable = true;
-        return ReadLimits(module.table, 0xFFFFFFFF, "table size");
-    }
-    bool ReadMemory() {
-        if (module.hasMemory) {
-            return Fail("multiple memories");
-        }
-        module.hasMemory = true;
-        return ReadLimits(module.memory, kMaxPages,
-                          "memory size must be at most 65536 pages (4GiB)");
-    }
-    bool GlobalType(Global& global) {
-        if (!Type(global.type)) {
-            return false;
-        }
-        const u8 byte = cursor.Byte();
-        if (!Good()) {
-            return false;
-        }
-        if (byte > 1) {
-            return Fail("malformed mutability", cursor.at - 1);
-        }
-        global.isMutable = byte == 1;
-        return true;
-    }
-
-    bool ReadConstant(ConstantExpression& expression, ValueType type);
-    bool ReadReference(ConstantExpression& expression);
-    bool FunctionIndex(u32& index);
-
-    bool ReadTypes();
-    bool ReadImports();
-    bool ReadFunctions();
-    bool ReadGlobals();
-    bool ReadExports();
-    bool ReadStart();
-    bool ReadElement(ElementSegment& segment);
-    bool ReadElements();
-    bool ReadBody(Function& function);
-    bool ReadCode();
-    bool ReadData();
-    bool ReadSection(SectionId id);
-    bool ReadAll();
-};
-
-bool ModuleReader::FunctionIndex(u32& index) {
-    const u8* const at = cursor.at;
-    index = cursor.Unsigned32();
-    if (!Good()) {
-        return false;
-    }
-    if (index < module.functions.size()) {
-        return true;
-    }
-    return Fail("unknown function " + std::to_string(index), at);
+    return 2u * id;
 }
 
-// A constant expression of a type, up to and with its `end`.
-bool ModuleReader::ReadConstant(ConstantExpression& expression, ValueType type) {
-    const u8* const at = cursor.at;
-    const u8 code = cursor.Byte();
-    expression.kind = ConstantExpression::Kind::Value;
-    switch (static_cast<Opcode>(code)) {
-        case Opcode::I32Const:
-            expression.type = ValueType::I32;
-            expression.value = static_cast<u32>(cursor.Signed32());
-            break;
-        case Opcode::I64Const:
-            expression.type = ValueType::I64;
-            expression.value = static_cast<u64>(cursor.Signed64());
-            break;
-        case Opcode::F32Const:
-            expression.type = ValueType::F32;
-            expression.value = cursor.Word();
-            break;
-        case Opcode::F64Const:
-            expression.type = ValueType::F64;
-            expression.value = cursor.Quad();
-            break;
-        case Opcode::GlobalGet: {
-            const u32 index = cursor.Unsigned32();
-            if (!Good()) {
-                return false;
-            }
-            // Only imported globals have their value by now.
-            if (index >= module.globals.size() || !module.globals[index].isImported) {
-                return Fail("unknown global " + std::to_string(index), at);
-            }
-            if (module.globals[index].isMutable) {
-                return Fail("constant expression required", at);
-            }
-            expression.kind = ConstantExpression::Kind::Global;
-            expression.type = module.globals[index].type;
-            expression.value = index;
-            break;
-        }
-        case Opcode::End: return Good() && Fail("type mismatch", at);
-        default:
-            if (!Good()) {
-                return false;
-            }
-            if (code == 0xD0 || code == 0xD2) {
-                return Fail("reference types are not supported in a global", at);
-            }
-            return Fail("constant expression required", at);
-    }
-    const u8 end = cursor.Byte();
-    if (!Good()) {
-        return false;
-    }
-    if (end != static_cast<u8>(Opcode::End)) {
-        // A second value, an operator, or no `end` at all.
-        return Fail("constant expression required", cursor.at - 1);
-    }
-    return expression.type == type || Fail("type mismatch", at);
-}
-
-// An element given as an expression: ref.func or ref.null.
-bool ModuleReader::ReadReference(ConstantExpression& expression) {
-    const u8* const at = cursor.at;
-    const u8 code = cursor.Byte();
-    if (code == 0xD2) {
-        u32 index = 0;
-        if (!FunctionIndex(index)) {
-            return false;
-        }
-        expression.kind = ConstantExpression::Kind::Function;
-        expression.value = index;
-    } else if (code == 0xD0) {
-        const u8 type = cursor.Byte();
-        if (!Good()) {
-            return false;
-        }
-        if (type != 0x70) {
-            return Fail("type mismatch", at);
-        }
-        expression.kind = ConstantExpression::Kind::Null;
-    } else {
-        return Good() && Fail("constant expression required", at);
-    }
-    const u8 end = cursor.Byte();
-    if (!Good()) {
-        return false;
-    }
-    return end == static_cast<u8>(Opcode::End) || Fail("constant expression required", at);
-}
+}  // namespace
 
 bool ModuleReader::ReadTypes() {
     u32 count = 0;
@@ -696,14 +434,6 @@ bool ModuleReader::ReadSection(SectionId id) {
     return true;
 }
 
-// Where a section stands in the order of the format; its number says so but for the data count.
-u32 OrderOf(u8 id) {
-    if (id == static_cast<u8>(SectionId::DataCount)) {
-        return 2 * static_cast<u32>(SectionId::Code) - 1;
-    }
-    return 2u * id;
-}
-
 bool ModuleReader::ReadAll() {
     const ByteCursor file = cursor;
     if (cursor.Left() < 4 || cursor.Word() != 0x6D736100) {
@@ -752,8 +482,6 @@ bool ModuleReader::ReadAll() {
     }
     return true;
 }
-
-}  // namespace
 
 std::string NameOfFunction(const Module& module, u32 index) {
     const std::string& name = module.functions[index].name;

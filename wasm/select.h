@@ -136,6 +136,8 @@ struct Selector {
     void Receive(Variable to, ValueType type, const Operand& from);
     // Computes what may trap, and forgets the value.
     void Discard(NodeId id);
+
+    // --- Operators on integers (select_operators.cpp)
     void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);
     bool BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b);
     void Narrow(Variable to, OperandSize size, NodeId id);
@@ -202,6 +204,12 @@ struct Selector {
     Variable MemoryGrow(NodeId pages);
 };
 
+// Whether the low bytes of the operator's result depend on the low bytes of its operands alone, and
+// the machine's operation for it.
+bool IsLowBytes(Plain code, TwoOperand& op);
+// The bits of a value of that size.
+u64 MaskOf(OperandSize size);
+// The size of the machine's operations on values of the type, and on 1, 2, 4 or 8 bytes of memory.
 OperandSize SizeOf(ValueType type);
 OperandSize SizeOfBytes(u32 bytes);
 

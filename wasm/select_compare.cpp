@@ -234,9 +234,9 @@ Operand Selector::Widened(NodeId id) {
     return InRegister(variable);
 }
 
-// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half takes
-// one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no more
-// time than a copy.
+// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half
+// takes one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no
+// more time than a copy.
 bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
     const u32 cost = CostOfWidening(first) + CostOfWidening(second);
     if (IsConstant(trees, second)) {
@@ -249,23 +249,25 @@ bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
     return depth == 0 || cost <= 12;
 }
 
-// x < 8 is x <= 7, and the like: constants nearer to zero are shorter, and zero need not be compared
-// with at all.
+// x < 8 is x <= 7, and the like: constants nearer to zero are shorter, and zero need not be
+// compared with at all.
 void Selector::TightenBound(NodeId& second, bool isSigned, Condition& condition) {
     const Node& node = trees[second];
     const bool isLong = node.type == ValueType::I32;
     const i64 value = isLong ? static_cast<i32>(node.value) : static_cast<i64>(node.value);
-    i64 tighter = value;
-    if (value > 0 && (condition == Condition::Lt || condition == Condition::Ge)) {
-        condition = condition == Condition::Lt ? Condition::Le : Condition::Gt;
-        tighter = value - 1;
-    } else if (isSigned && value < 0 && (condition == Condition::Le || condition == Condition::Gt)) {
-        condition = condition == Condition::Le ? Condition::Lt : Condition::Ge;
-        tighter = value + 1;
-    } else {
+    const bool isAbove = value > 0 && (condition == Condition::Lt || condition == Condition::Ge);
+    const bool isBelow =
+        isSigned && value < 0 && (condition == Condition::Le || condition == Condition::Gt);
+    if (!isAbove && !isBelow) {
         return;
     }
-    const u64 bits = static_cast<u64>(tighter);
+    switch (condition) {
+        case Condition::Lt: condition = Condition::Le; break;
+        case Condition::Ge: condition = Condition::Gt; break;
+        case Condition::Le: condition = Condition::Lt; break;
+        default: condition = Condition::Ge; break;
+    }
+    const u64 bits = static_cast<u64>(isAbove ? value - 1 : value + 1);
     second = MakeConstant(trees, node.type, isLong ? static_cast<u32>(bits) : bits);
 }
 

@@ -8,19 +8,10 @@ namespace {
 
 // Operators that may work on memory in place, and what they do there.
 bool InPlaceOperation(Plain plain, u32 bytes, TwoOperand& op) {
+    if (IsLowBytes(plain, op)) {
+        return true;
+    }
     switch (plain) {
-        case Plain::I32Add:
-        case Plain::I64Add: op = TwoOperand::Add; return true;
-        case Plain::I32Sub:
-        case Plain::I64Sub: op = TwoOperand::Sub; return true;
-        case Plain::I32Mul:
-        case Plain::I64Mul: op = TwoOperand::Mul; return true;
-        case Plain::I32And:
-        case Plain::I64And: op = TwoOperand::And; return true;
-        case Plain::I32Or:
-        case Plain::I64Or: op = TwoOperand::Or; return true;
-        case Plain::I32Xor:
-        case Plain::I64Xor: op = TwoOperand::Xor; return true;
         case Plain::I32Shl: op = TwoOperand::Lsl; return true;
         case Plain::I32ShrU: op = TwoOperand::Lsr; return bytes == 4;
         case Plain::I32ShrS: op = TwoOperand::Asr; return bytes == 4;

@@ -10,18 +10,7 @@ namespace {
 
 constexpr u64 kMaxFiles = 65536;
 
-// Forms of the entries in the header of version 5.
-enum class Form : u64 {
-    Data2 = 0x05,
-    Data4 = 0x06,
-    Data8 = 0x07,
-    String = 0x08,
-    Data1 = 0x0B,
-    Strp = 0x0E,
-    Udata = 0x0F,
-    LineStrp = 0x1F,
-    Data16 = 0x1E,
-};
+// What a field of a file's entry says, in the header of version 5.
 constexpr u64 kContentPath = 1;
 constexpr u64 kContentDirectory = 2;
 
@@ -75,16 +64,16 @@ Entry TableReader::ReadEntry(const std::vector<EntryFormat>& formats) {
     for (const EntryFormat& format : formats) {
         u64 number = 0;
         std::string text;
-        switch (static_cast<Form>(format.form)) {
-            case Form::Data1: number = unit.Byte(); break;
-            case Form::Data2: number = ReadShort(unit); break;
-            case Form::Data4: number = unit.Word(); break;
-            case Form::Data8: number = unit.Quad(); break;
-            case Form::Data16: unit.Bytes(16); break;
-            case Form::Udata: number = ReadLeb(unit); break;
-            case Form::String: text = ReadDwarfText(unit); break;
-            case Form::Strp: text = DwarfTextAt(strings, unit.Word()); break;
-            case Form::LineStrp: text = DwarfTextAt(lineStrings, unit.Word()); break;
+        switch (static_cast<DwarfForm>(format.form)) {
+            case DwarfForm::Data1: number = unit.Byte(); break;
+            case DwarfForm::Data2: number = ReadShort(unit); break;
+            case DwarfForm::Data4: number = unit.Word(); break;
+            case DwarfForm::Data8: number = unit.Quad(); break;
+            case DwarfForm::Data16: unit.Bytes(16); break;
+            case DwarfForm::Udata: number = ReadLeb(unit); break;
+            case DwarfForm::String: text = ReadDwarfText(unit); break;
+            case DwarfForm::Strp: text = DwarfTextAt(strings, unit.Word()); break;
+            case DwarfForm::LineStrp: text = DwarfTextAt(lineStrings, unit.Word()); break;
             default: unit.Fail("unknown form"); break;
         }
         if (format.content == kContentPath) {

@@ -261,7 +261,8 @@ bool ReadsUpper(const Instruction& instruction, bool isA) {
             case OneOperand::Extz: return false;
             case OneOperand::Dtoq:
             case OneOperand::Dtol: return true;
-            case OneOperand::Push: return instruction.size == OperandSize::Quad && !instruction.isLow;
+            case OneOperand::Push:
+                return instruction.size == OperandSize::Quad && !instruction.isLow;
             default: return instruction.size == OperandSize::Quad;
         }
     }
@@ -398,12 +399,11 @@ void AddInMemory(FunctionCode& code) {
         Instruction& load = list[i];
         Instruction& sum = list[i + 1];
         const Instruction& store = list[i + 2];
-        const bool isSum = IsTwo(load, TwoOperand::Movez, OperandSize::Long) &&
-                           load.b.place == Place::Absolute &&
-                           IsTwo(sum, TwoOperand::Add, OperandSize::Long) && sum.a == load.a &&
-                           sum.b.place == Place::Immediate &&
-                           IsTwo(store, TwoOperand::Move, OperandSize::Long) &&
-                           store.a == load.b && store.b == load.a;
+        const bool isSum =
+            IsTwo(load, TwoOperand::Movez, OperandSize::Long) && load.b.place == Place::Absolute &&
+            IsTwo(sum, TwoOperand::Add, OperandSize::Long) && sum.a == load.a &&
+            sum.b.place == Place::Immediate && IsTwo(store, TwoOperand::Move, OperandSize::Long) &&
+            store.a == load.b && store.b == load.a;
         if (!isSum) {
             continue;
         }

@@ -14,7 +14,8 @@ constexpr u32 kWorthAJumpInLoops = 16;
 
 // The end of a block.
 struct End {
-    u32 behind = 0;  // the index of what stands behind its last instruction: a jump, a return, a label
+    u32 behind =
+        0;  // the index of what stands behind its last instruction: a jump, a return, a label
     bool falls = false;  // into the label that stands there
 };
 
@@ -101,8 +102,8 @@ u32 Merger::BytesOf(const Operand& operand, OperandSize size) const {
         case Place::Indexed:
         case Place::Absolute: return 4;
         case Place::Immediate: {
-            const i64 value = size == OperandSize::Long ? static_cast<i32>(operand.value)
-                                                        : operand.value;
+            const i64 value =
+                size == OperandSize::Long ? static_cast<i32>(operand.value) : operand.value;
             const bool isQuick = operand.base == Base::None && value >= -8 && value <= 7;
             return isQuick ? 0 : size == OperandSize::Quad ? 8 : 4;
         }
@@ -130,8 +131,8 @@ u32 Merger::Match(const End& a, const End& b, u32& startA, u32& startB) const {
     u32 k = Previous(b.behind);
     while (i != kNone && k != kNone && i != k) {
         const Kind kind = list[i].kind;
-        const bool stops = kind == Kind::Label || kind == Kind::Branch || kind == Kind::TestBranch ||
-                           EndsFlow(kind) || !IsSame(list[i], list[k]);
+        const bool stops = kind == Kind::Label || kind == Kind::Branch ||
+                           kind == Kind::TestBranch || EndsFlow(kind) || !IsSame(list[i], list[k]);
         if (stops) {
             break;
         }

@@ -54,6 +54,8 @@ struct Trees {
     }
 };
 
+// Each of these adds a node, or names one that has the same value, and changes no other one. `bits`
+// of 32-bit types have their upper half clear; `variable` must not be written while the tree waits.
 NodeId MakeConstant(Trees& trees, ValueType type, u64 bits);
 NodeId MakeVariable(Trees& trees, ValueType type, Variable variable);
 NodeId MakeGlobal(Trees& trees, ValueType type, u32 global);
@@ -63,7 +65,10 @@ NodeId MakePlain(Trees& trees, u8 code, NodeId a, NodeId b);
 NodeId MakeSelect(Trees& trees, NodeId condition, NodeId a, NodeId b);
 NodeId MakeMemorySize(Trees& trees);
 
+// Whether the value of the tree depends on the variable.
 bool ReadsVariable(const Trees& trees, NodeId id, Variable variable);
+// Whether two trees are made of the same operators on the same leaves, so that they have the same
+// value where nothing has been written between them.
 bool SameTree(const Trees& trees, NodeId a, NodeId b);
 
 inline bool IsConstant(const Trees& trees, NodeId id) {

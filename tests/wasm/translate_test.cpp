@@ -273,7 +273,9 @@ TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
 
 // The functions with code of their own.
 Texts FunctionsOf(const std::string& text) {
-    const Translation translation = Translate(WasmOfText(text, {"--debug-names"}), CallOptions());
+    TranslateOptions options = CallOptions();
+    options.wantSymbols = true;
+    const Translation translation = Translate(WasmOfText(text, {"--debug-names"}), options);
     EXPECT_TRUE(translation.ok);
     Texts names;
     for (const TranslatedSymbol& symbol : translation.symbols) {

@@ -1,0 +1,98 @@
+#pragma once
+// An image on its way to the file, shared by image.cpp and image_symbols.cpp.
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/asm/assembler.h"
+#include "wasm/image_parts.h"
+
+namespace moxi {
+
+// Where the parts of a module lie.
+struct Layout {
+    u64 dataAt = 0;    // the translator's own data
+    u64 memoryAt = 0;  // linear memory
+    u64 initialBytes = 0;
+    u64 reservedBytes = 0;
+};
+
+struct AssembledRuntime {
+    AssembleResult assembled;
+    std::map<std::string, u32, std::less<>> values{};
+
+    u32 ValueOf(std::string_view name) const {
+        const auto found = values.find(name);
+        return found == values.end() ? 0xFFFFFFFF : found->second;
+    }
+};
+
+struct ImageBuilder {
+    ImageParts& parts;
+    const TranslateOptions& options;
+    Translation& result;
+    std::vector<Layout> layouts{};
+    u64 runtimeAt = 0;
+    u64 codeEnd = 0;
+    u64 memoryEnd = 0;
+    bool badData = false;
+    bool badElements = false;
+    std::shared_ptr<const AssembledRuntime> runtime{};
+    std::vector<u8> runtimeBytes{};  // and what belongs to it
+    std::vector<u32> routineAddresses{};
+
+    bool Fail(const std::string& text) {
+        result.errors.push_back(text);
+        return false;
+    }
+    const Module& FirstModule() const { return *parts.plans[0].module; }
+    u8* OwnData(const ModulePlan& plan, u64 offset) {
+        return result.bytes.data() + layouts[plan.number].dataAt + offset;
+    }
+    u64 ValueOf(const ModulePlan& plan, const ConstantExpression& expression) const {
+        // The one global that can be imported is linear memory's address.
+        const bool isAddress = expression.kind == ConstantExpression::Kind::Global;
+        return isAddress ? layouts[plan.number].memoryAt : expression.value;
+    }
+    // Calls f(segment, offset) for the active data segments up to the first that does not fit.
+    template <class F>
+    void ForEachSegment(const ModulePlan& plan, F f) const {
+        for (const DataSegment& segment : plan.module->data) {
+            if (segment.isPassive) {
+                continue;
+            }
+            const u64 offset = ValueOf(plan, segment.offset);
+            if (offset + segment.bytes.size() > layouts[plan.number].initialBytes) {
+                return;
+            }
+            if (!segment.bytes.empty()) {
+                f(segment, offset);
+            }
+        }
+    }
+
+    void SizeMemory(const ModulePlan& plan);
+    void CheckSegments(const ModulePlan& plan);
+    std::string RuntimeSource() const;
+    void AppendCalls();
+    void DefineConstants(AssembleOptions& assemble) const;
+    void DefineEntry(AssembleOptions& assemble) const;
+    bool AssembleRuntime();
+    bool PlaceMemory();
+    bool LayDataSegments();
+    void FillCells(const ModulePlan& plan, u64& passiveAt);
+    void FillTables(const ModulePlan& plan);
+    void PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item);
+    void FillTrapNames();
+    void Patch();
+    bool WriteHeader();
+    void CollectFunctions(const ModulePlan& plan);
+    void CollectLines();
+    void CollectVariables();
+    void CollectSymbols();
+    void Run();
+};
+
+}  // namespace moxi

@@ -1,0 +1,88 @@
+#pragma once
+// The walk over a module's sections, shared by reader.cpp and reader_items.cpp. Every function is
+// false after an error, which is noted in `error`.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "wasm/cursor.h"
+#include "wasm/module.h"
+
+namespace moxi {
+
+enum class SectionId : u8 {
+    Custom,
+    Type,
+    Import,
+    Function,
+    Table,
+    Memory,
+    Global,
+    Export,
+    Start,
+    Element,
+    Code,
+    Data,
+    DataCount,
+};
+
+struct ModuleReader {
+    Module& module;
+    ModuleError& error;
+    ByteCursor cursor;
+    const u8* start = nullptr;  // of the file
+    std::vector<u32> functionTypes;
+    std::vector<u32> referenced;  // functions that constant expressions name
+    u32 codeCount = 0;
+
+    bool Fail(const std::string& text, const u8* at) {
+        if (error.failed) {
+            return false;
+        }
+        error.failed = true;
+        char place[32];
+        std::snprintf(place, sizeof place, " (offset 0x%llx)",
+                      static_cast<unsigned long long>(at - start));
+        error.text = text + place;
+        return false;
+    }
+    bool Fail(const std::string& text) { return Fail(text, cursor.at); }
+    // False when the cursor has run into something malformed.
+    bool Good() { return cursor.failed == nullptr || Fail(cursor.failed); }
+
+    bool Count(u32& count) {
+        count = cursor.Unsigned32();
+        if (!Good()) {
+            return false;
+        }
+        // Every item takes a byte at least.
+        return count <= cursor.Left() || Fail("unexpected end");
+    }
+    bool Name(std::string& name);
+    bool Type(ValueType& type);
+    bool ReadLimits(Limits& limits, u32 highest, const char* tooLarge);
+    bool ReadTable();
+    bool ReadMemory();
+    bool GlobalType(Global& global);
+
+    bool ReadConstant(ConstantExpression& expression, ValueType type);
+    bool ReadReference(ConstantExpression& expression);
+    bool FunctionIndex(u32& index);
+
+    bool ReadTypes();
+    bool ReadImports();
+    bool ReadFunctions();
+    bool ReadGlobals();
+    bool ReadExports();
+    bool ReadStart();
+    bool ReadElement(ElementSegment& segment);
+    bool ReadElements();
+    bool ReadBody(Function& function);
+    bool ReadCode();
+    bool ReadData();
+    bool ReadSection(SectionId id);
+    bool ReadAll();
+};
+
+}  // namespace moxi
