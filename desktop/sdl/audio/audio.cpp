@@ -30,7 +30,7 @@ constexpr int kBufferFrames = 512;
 constexpr int kChannels = 2;
 constexpr int kMusicNumberBits = 48;  // of the frames below the number
 constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
-// A worker that hangs in a device lets older sounds go.
+// While the worker hangs in a device only so many jobs wait; older ones are dropped.
 constexpr size_t kMostJobs = 64;
 // A device that hangs while it is opened is left behind after so long.
 constexpr std::chrono::seconds kLongestEnd{2};
