@@ -191,7 +191,7 @@ void Work(AudioState& state) {
     guard.unlock();
     SDL_TLSCleanup();  // SDL does it for its own threads alone
     guard.lock();
-    state.running--;
+    --state.running;
     state.changed.notify_all();
 }
 
@@ -203,7 +203,7 @@ void LoadSynthNow(AudioState& state) {
     }
     state.synthStage = state.synth != nullptr ? Stage::Ready : Stage::Failed;
     const std::lock_guard guard(state.lock);
-    state.running--;
+    --state.running;
     state.changed.notify_all();
 }
 
@@ -213,7 +213,7 @@ void StartThread(std::thread& thread, void (*body)(AudioState&)) {
     }
     {
         const std::lock_guard guard(audio->lock);
-        audio->running++;
+        ++audio->running;
     }
     thread = std::thread(body, std::ref(*audio));
 }
