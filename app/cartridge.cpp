@@ -58,7 +58,7 @@ bool IsCartridge(const fs::path& path) {
     return path.extension() == ".wasm" || ReadFileOrNothing(path, kWasmStart.size()) == kWasmStart;
 }
 
-// Another cartridge, console or program has another key.
+// A key that changes with the cartridge, the console and the program.
 std::string KeyOf(const Cartridge& cartridge) {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);

@@ -251,7 +251,7 @@ bool StartReader(const GameToRead& game, const Reach& reach, Reader& reader) {
 
 void StopReader(const Reader& reader) {
     close(reader.pipe);
-    // Also where it has told all: nobody waits for one that a game has taken over.
+    // Killed even where it has sent all: a process that a game has taken over might never end.
     kill(reader.process, SIGKILL);
     killed.push_back(reader.process);
 }
@@ -276,7 +276,7 @@ bool Receive(Reader& reader) {
     return true;
 }
 
-// Until one of them has something to say or has had its time.
+// Waits until one of them has sent something or its time is over.
 void WaitForReaders(const std::vector<Reader>& readers, std::vector<pollfd>& waits) {
     waits.clear();
     if (readers.empty()) {
@@ -299,7 +299,7 @@ struct Pass {
     std::chrono::milliseconds patience;
 };
 
-// False where it has no time, or no process.
+// Starts reading a game. False where no time is left, or no process can be made.
 bool Begin(const Pass& pass, size_t game, std::vector<Reader>& readers) {
     if (Clock::now() >= pass.end) {
         return false;

@@ -91,7 +91,7 @@ void OnAbort(int) {
 void TakeLibraryLines() {
     int ends[2];
     const int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    // Nobody waits where there is no room: what nobody reads in time is lost.
+    // Neither end of the pipe blocks: what does not fit because nobody has read in time is lost.
     if (own < 0 || pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         return;
     }

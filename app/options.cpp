@@ -20,7 +20,7 @@ constexpr int kWrongCommandLine = 2;
 // A day of events, one a millisecond.
 constexpr u64 kLargestScript = u64{4} << 30;
 
-// With the texts of those that stand for something else, as they were given.
+// The options together with the texts of those whose values are worked out later.
 struct GivenOptions : Options {
     std::string desktop;
     std::string script;

@@ -14,7 +14,7 @@ namespace moxi {
 // restricted itself. Returns the files that the run is going to write.
 std::vector<std::string> PreparePlayRecord(const Options& options);
 
-// The game has been found and begins: it is one that was played now.
+// The game has been found and begins: notes the time.
 void RecordPlayBegin();
 
 // The run ends.

@@ -73,7 +73,7 @@ bool ChooseRecords() {
     return true;
 }
 
-// No game's name holds this.
+// A name that no game has: it holds a "/".
 constexpr const char* kNameOfPlace = "/shelf";
 
 // The shelf of a player, who comes back to it.

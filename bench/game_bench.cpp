@@ -40,9 +40,10 @@ constexpr const char* kTitle = "Glimmer Hollow";
 // The key "5" has the firefly fly by itself, "6" notes the number of pictures drawn so far.
 constexpr unsigned kDemoKey = 14;
 constexpr unsigned kMarkKey = 15;
-// Until what is made when it is needed first has been made.
+// The game makes large pictures when it needs them first; so long after the start all have been
+// made.
 constexpr int kWarmUpMs = 2000;
-// Until the firefly does so without a key, in virtual time.
+// How long the game waits, in virtual time, before the firefly flies without a key.
 constexpr int kUntilDemoMs = 9000;
 
 // The game with two keys for measuring: one begins the firefly's flight, each press of the other
@@ -101,7 +102,7 @@ MeasuredGame MakeGame(const std::string& folder) {
     }
     const fs::path game = fs::path(folder) / kTitle;
     fs::create_directory(game);
-    // No links: a game may not read what lies beside its folder.
+    // Copied, not linked: a game may not read what lies outside its folder.
     fs::copy(sources / "resources", game, fs::copy_options::recursive);
     std::ofstream(game / "MAIN.MX", std::ios::binary)
         .write(reinterpret_cast<const char*>(assembled.bytes.data()),
@@ -202,7 +203,7 @@ struct HeadlessRun {
     double frames = 0;
 };
 
-// From the start to this virtual time, on the first core.
+// Plays the game headless from its start to this virtual time, on the first core.
 HeadlessRun PlayHeadless(const MeasuredGame& measured, const std::string& folder, int seconds) {
     const std::string image = folder + "/image";
     const auto start = std::chrono::steady_clock::now();

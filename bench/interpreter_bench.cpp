@@ -195,7 +195,8 @@ std::string NodeVersion() {
     return FirstLineOf("node --version 2>/dev/null");
 }
 
-// As its optimizing compiler makes it, or by its baseline compiler alone.
+// Times the kernels in Node.js: with its optimizing compiler, or with its baseline compiler alone.
+// Returns the checksum.
 u32 MeasureNode(int runs, bool isBaseline, Result& result) {
     const auto number = result.kernel - nativeKernels.data();
     u32 checksum = 0;

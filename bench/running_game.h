@@ -16,7 +16,8 @@
 
 namespace moxi {
 
-// Ends the benchmark; the program's name stands before the text.
+// Ends the benchmark with status 1 and a line on standard error: the program's name and the text.
+// Each benchmark program defines it.
 [[noreturn]] void Fail(const std::string& what);
 
 inline void SleepMs(int milliseconds) {
@@ -41,7 +42,8 @@ struct Folder {
     Folder& operator=(const Folder&) = delete;
 };
 
-// Waits for the window and a second more.
+// A game in a window. The constructor starts it and waits until its window is there, and a second
+// more; without one for 10 seconds it ends the benchmark. The destructor ends the game.
 struct RunningGame {
     pid_t process = -1;
     unsigned long window = 0;

@@ -13,7 +13,8 @@ namespace moxi {
 // os.clock.
 double ProcessorSeconds();
 
-// The middle one of some values.
+// The median of the values, of which there is at least one; of an even number of them the mean of
+// the two in the middle.
 double Median(std::vector<double> values);
 
 // Seconds of processor time that `run` takes, the median of so many runs, each after a `setup`.

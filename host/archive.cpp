@@ -80,7 +80,7 @@ std::string WhyNotReadable(const zip_stat_t& about) {
     return "";
 }
 
-// What an entry says of itself, looked at from all sides.
+// Reads what an entry says of itself, and returns "" or why it is refused.
 std::string ReadEntry(zip_t* archive, zip_uint64_t index, const ArchiveLimits& limits,
                       PackedFile& file) {
     zip_stat_t about;
@@ -137,7 +137,7 @@ std::string ReadEntries(zip_t* archive, u64 archiveBytes, const ArchiveLimits& l
         if (std::string problem = names.Take(file.name, file.isFolder); !problem.empty()) {
             return file.name + ": " + problem;
         }
-        // One at a time, so that no sum is too large for its type.
+        // Added one by one, each cut to just beyond the limit, so that the sum cannot overflow.
         bytes += std::min(file.size, limits.bytes + 1);
         if (std::string problem = WhyTooLarge(bytes, archiveBytes, limits); !problem.empty()) {
             return problem;
@@ -365,7 +365,7 @@ std::string WriteArchive(const std::string& folder, const std::string& path,
     if (zip->close(archive.get()) != 0) {
         return zip->strerror(archive.get());
     }
-    // It is gone with the closing; what is discarded is one that failed.
+    // Closing has freed it; only an archive that could not be closed has to be discarded.
     archive.release();  // NOLINT(bugprone-unused-return-value)
     return WhyNotUnpacked(path, bytes, limits);
 }

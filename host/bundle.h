@@ -27,8 +27,8 @@ std::string FindGame(const std::string& game);
 // game's files.
 std::string ModulePath();
 
-// The game in the program's own folder: a MAIN.MX beside the executable, or in Resources beside it
-// or beside its folder. "" when there is none.
+// The path of the game that came with the program: a MAIN.MX beside the executable, or in Resources
+// beside it or beside its folder. "" when there is none.
 std::string FindOwnGame();
 
 // The path of a file among the host's own resources: share/moxi/NAME beside the executable, where a

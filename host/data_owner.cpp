@@ -130,7 +130,7 @@ bool Exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// What a look at one folder came to.
+// What one folder was found to be.
 enum class Found {
     Own,    // it is this game's
     Free,   // nobody's: no folder, and no game that runs has it in mind

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/read_file.h"
+#include "base/utf8.h"
 #include "desktop/folders.h"
 #include "host/plist.h"
 
@@ -89,11 +90,7 @@ std::string OneLine(std::string text) {
     if (text.size() <= kLongestText) {
         return text;
     }
-    size_t end = kLongestText;
-    while (end > 0 && (static_cast<u8>(text[end]) & 0xC0) == 0x80) {
-        --end;
-    }
-    return text.substr(0, end);
+    return text.substr(0, CharacterStart(text, kLongestText));
 }
 
 // The first line that is not blank of a text that lies with the game.

@@ -9,7 +9,7 @@ namespace moxi {
 namespace {
 
 constexpr u32 kButtons = 32;
-// Sticks that nobody touches stand up to so far from the middle.
+// A stick that is at most so far from the middle counts as one that nobody touches.
 constexpr double kPadAtRest = 0.2;
 
 // Taken: it was the game's or a surface's when the other one's turn came, and is nobody's until it
@@ -119,7 +119,7 @@ Modifiers HeldModifiers() {
 }
 
 void ReleaseHeldInput(const DesktopEvents& game) {
-    // The pad's keys go with it.
+    // The keys that the pad stands for are released with it.
     for (u32 button = 0; button < kPadButtonCount; ++button) {
         if (padButtons[button] != Holder::Game) {
             continue;

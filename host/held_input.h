@@ -27,8 +27,8 @@ std::optional<PlayedKey> NoteKeyUp(u8 code, const std::string& text);
 bool NoteMouseDown(u32 button, bool forGame);
 bool NoteMouseUp(u32 button);
 bool NotePadButton(PadButton button, bool down, bool forGame);
-// Whose a stick or a trigger is that stands there. One that was held on when the game was paused or
-// went on is nobody's until it is let go.
+// Who gets the position of a stick or a trigger. One that was held while the game was paused or
+// resumed is nobody's until it is let go.
 enum class AxisOwner : u8 { Game, Surface, Nobody };
 AxisOwner NotePadAxis(PadAxis axis, double value, bool forGame);
 void NotePointer(i32 x, i32 y);

@@ -8,7 +8,7 @@
 
 namespace moxi {
 
-// Takes the map over. Names that there are not are left out.
+// Takes the map over. Entries with unknown names are left out.
 void UseKeyMap(const std::map<std::string, std::string>& choices);
 
 struct PlayedKey {

@@ -50,7 +50,7 @@ void SaveScreenshot() {
     SystemLog(WriteScreenshot(path) ? "screenshot: " + path : "screenshot: cannot write " + path);
 }
 
-// For this run: what is saved is chosen in the panel.
+// Mutes or unmutes this run alone; the panel is where a choice is saved.
 void ToggleMute() {
     SetPreferenceForRun("mute", preferences.mute ? "no" : "yes");
     audioOut.setMuted(preferences.mute);
@@ -206,7 +206,7 @@ bool PerformMenuKey(u8 code, const std::string& text, u32 modifiers) {
 }
 
 bool IsPanelKey(u8 code, const std::string& text, u32 modifiers) {
-    // Without modifier keys it would be a key of the game: that is decided at once.
+    // A key without modifier keys is the game's, and need not be looked up among the items.
     if (modifiers == 0) {
         return false;
     }

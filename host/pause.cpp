@@ -109,7 +109,8 @@ void GoOn() {
     owedRedraw = {};
 }
 
-// For what only the game can answer. What keeps it paused besides a surface does so again later.
+// Asks the game a question that only it can answer: it goes on for that, its surface is closed, and
+// whatever else keeps it paused does so again afterwards.
 bool AskGame(bool (*question)()) {
     const u32 before = reasons;
     surfaceSlots.close();
@@ -156,8 +157,8 @@ void GiveToSurface(const SurfaceInput& input) {
     }
 }
 
-// The player's own keys are no business of the menu's keys, nor of the pad's, which has its own
-// map.
+// Applies the player's key map. Keys of the menu and those that the pad stands for are left as they
+// are; the pad has a map of its own.
 PlayedKey Played(u8 code, const std::string& text) {
     const Modifiers held = HeldModifiers();
     return padIsActing || held.command ? PlayedKey{code, text} : PlayedAs(code, text, held.shift);
@@ -202,7 +203,7 @@ void GateKeys(DesktopEvents& gate) {
     };
     gate.flagsChanged = [](bool shift, bool command, bool option) {
         NoteModifiers({shift, command, option});
-        // The pad lets go of its modifier keys by way of here.
+        // The release of the pad's modifier keys comes by here as well.
         if (!IsPaused() || releasing) {
             game.flagsChanged(shift, command, option);
         }
@@ -412,7 +413,7 @@ bool Pause(PauseReason reason) {
     releasing = true;
     ReleaseHeldInput(game);
     releasing = false;
-    // One that waits already is delivered before them, in its own time.
+    // A message that waits already is delivered before the releases.
     standsAt = MessagesTaken() + QueueLength();
     StandStillWhenTold();
     return true;

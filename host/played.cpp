@@ -21,7 +21,7 @@ constexpr const char* kFirstLine = "moxi game 1";
 // A record takes 50 KiB at most. Of a larger file, whoever has made it, the start is read.
 constexpr u64 kLargestRecord = u64{1} << 20;
 constexpr size_t kLongestText = 4096;
-// As many as a person can look through.
+// More records than a person looks through are not read.
 constexpr size_t kMostRecords = 10'000;
 constexpr size_t kNameDigits = 32;
 

@@ -30,7 +30,7 @@ struct SurfaceSlots {
     void (*togglePanel)();
     // Closes what is open at once.
     void (*close)();
-    // A surface takes the view's place and the input.
+    // Whether a surface is open: it has the view's place and the input then.
     bool (*isOpen)();
     void (*input)(const SurfaceInput& input);
     // Draws the surface and shows it.

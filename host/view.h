@@ -14,7 +14,7 @@ extern ViewBuffer viewBuffer;  // what the view shows
 // does.
 extern ViewPixels surfacePixels;
 
-// All of what the game shows.
+// The whole view as the game shows it.
 ViewPixels ShownPixels();
 
 struct moxiView {

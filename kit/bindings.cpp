@@ -53,7 +53,7 @@ std::string Arguments(const Service& service, const Item& item) {
 
 // --- Rust
 
-// Names that mean something in the language get a line behind them.
+// A name that is a keyword of Rust gets an underscore at its end.
 std::string RustName(std::string_view name) {
     const std::string text(name);
     return text == "type" || text == "move" || text == "in" ? text + "_" : text;

@@ -20,7 +20,7 @@ constexpr u32 kLongWay = 200;
 std::map<u32, u32> functionsByAddress;
 std::unordered_map<u64, u32> nodesByCall;  // parent and function -> node
 
-// The nearest node upwards of the same function; kNoNode when there is none.
+// The node itself or its nearest ancestor that stands for the function; kNoNode when none does.
 u32 FindOnWay(u32 node, u32 function) {
     while (node != kNoNode && callNodes[node].function != function) {
         node = callNodes[node].parent;
@@ -38,7 +38,8 @@ std::vector<std::vector<u32>> Children() {
     return children;
 }
 
-// What each node has with all below it. A node comes after its parent.
+// The instructions of each node and of all nodes below it. A parent has a smaller number than its
+// children, so that one walk from the last node to the first adds everything up.
 std::vector<u64> Totals() {
     std::vector<u64> totals(callNodes.size());
     for (size_t i = callNodes.size(); i-- > 0;) {
@@ -99,7 +100,9 @@ u32 CallNodeFor(u32 parent, u32 function) {
 void SumCallTree() {
     const std::vector<std::vector<u32>> children = Children();
     const std::vector<u64> totals = Totals();
-    // Down every way and up again; a function counts where it is the first of its kind on the way.
+    // Walks the tree depth first. What lies below a node counts for its function only where the
+    // function stands for the first time on the path from the root; a recursive one would be
+    // counted twice.
     std::vector<u32> onWay(profiledFunctions.size());
     struct Step {
         u32 node;

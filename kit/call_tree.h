@@ -1,5 +1,6 @@
 #pragma once
-// Who called whom, as a tree: a node is a function on one way of calls to it.
+// Who called whom, as a tree: a node stands for a function together with the chain of calls that
+// led to it.
 
 #include <cstdio>
 #include <string>
@@ -31,14 +32,14 @@ extern std::vector<ProfiledFunction> profiledFunctions;
 // The function with this entry address, by its symbol or by the address.
 u32 FunctionAt(u32 address);
 
-// The node of a function that is called from `parent` (kNoNode for none). A way that is long
-// already is not made longer by a function that is on it: a deep recursion stays readable.
+// The node of a function that is called from `parent` (kNoNode for none). In a long chain a
+// function that is in it already gets no further node, so that a deep recursion stays readable.
 u32 CallNodeFor(u32 parent, u32 function);
 
 // Adds up the nodes for each function.
 void SumCallTree();
 
-// One line a way that has instructions of its own: "start;on_tick;draw 1234".
+// One line for each chain of calls that has instructions of its own: "start;on_tick;draw 1234".
 void WriteFoldedStacks(std::FILE* file);
 
 void ResetCallTree();

@@ -26,7 +26,8 @@ bool Exists(const fs::path& path) {
     return fs::symlink_status(path, error).type() != fs::file_type::not_found;
 }
 
-// In a folder of its own, where what is copied is looked at first, as for a folder to ship.
+// Packs the game by way of `folder`, a temporary one: its files are copied and checked there first,
+// as for a folder to ship.
 std::string Pack(const fs::path& folder, const std::string& archive, bool symbols) {
     std::error_code error;
     const fs::path files = folder / "files";
@@ -40,14 +41,14 @@ std::string Pack(const fs::path& folder, const std::string& archive, bool symbol
     if (!problem.empty()) {
         return archive + ": " + problem;
     }
-    // A second name: what has come there meanwhile stays.
+    // A hard link fails where a file has come meanwhile, and so replaces nothing.
     if (link(unfinished.c_str(), archive.c_str()) == 0) {
         return "";
     }
     if (errno == EEXIST) {
         return archive + ": is there already";
     }
-    // There are file systems without second names. A copy replaces nothing, either.
+    // Some file systems have no hard links. This copy replaces nothing either.
     fs::copy_file(unfinished, archive, error);
     if (!error) {
         return "";

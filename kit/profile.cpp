@@ -74,11 +74,11 @@ std::FILE* foldedFile = nullptr;
 std::string tablePath;
 const InstructionTrace* otherTrace = nullptr;
 
-// From another thread, for a module that goes on and on.
+// How another thread has the profile closed while the module does not come back.
 enum class CloseRequest { None, Made, Answered };
 constinit std::atomic<CloseRequest> closeRequest = CloseRequest::None;
 
-// More than one when a service delivers a message by itself.
+// Nested runs: a service may deliver a message while it is called.
 std::vector<Run> runs;
 // The frames that a MODAL put aside for the EMOD that comes back to them.
 std::vector<std::vector<Frame>> modalFrames;

@@ -48,7 +48,7 @@ std::set<std::string> PackagesOf(const std::vector<std::string>& files) {
             continue;
         }
         words.push_back(real);
-        // Packages of before /lib became a link name the file there.
+        // Packages built before /lib became a link to /usr/lib list the file under /lib.
         if (real.rfind("/usr/lib", 0) == 0) {
             words.push_back(real.substr(4));
         }

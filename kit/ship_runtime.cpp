@@ -43,7 +43,7 @@ std::vector<fs::path> LoadedLibraries() {
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void* list) {
             const fs::path path = info->dlpi_name;
-            // The program has no name, and the kernel's part no file.
+            // In this list the program itself has an empty name, and the kernel's part is no file.
             if (path.is_absolute() && !IsOfTheMachine(path.filename())) {
                 static_cast<std::vector<fs::path>*>(list)->push_back(path);
             }
@@ -53,7 +53,7 @@ std::vector<fs::path> LoadedLibraries() {
     return paths;
 }
 
-// Libraries that only another one uses, which is left out.
+// A library that is left out together with the one that alone uses it.
 struct Follower {
     std::string_view library;
     const char* of;
@@ -78,7 +78,7 @@ fs::path SmallestOf(const fs::path& library) {
 // Beside the program; the program is linked with this one, which an installation takes out.
 constexpr const char* kSearchPath = "$ORIGIN/lib/moxi";
 
-// The family and the file that stand for a family in a style.
+// The installed font that stands for one of the host's families in a style.
 struct FoundFont {
     std::string family;
     std::string file;

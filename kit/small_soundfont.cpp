@@ -235,7 +235,7 @@ Keys RangeOf(const Layer& layer, u32 bag) {
     return keys;
 }
 
-// What the kept heads of a layer name in the layer below.
+// The rows of the layer below that the kept heads of this layer name.
 Heard LinksOf(const Layer& layer, const Heard& heads) {
     Heard links;
     for (const auto& [head, keys] : heads) {

@@ -28,9 +28,10 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLook{100};
-// A file that is no module may still be being written for so long.
+// For so long a file that is no module counts as one that is still being written.
 constexpr milliseconds kWriting{1000};
-// How long a game may take to end, and at last to be ended.
+// How long a game may take to end after the first SIGTERM and after the second one, which ends a
+// game that does not answer.
 constexpr milliseconds kPatience{2000};
 constexpr milliseconds kLastPatience{500};
 
@@ -180,7 +181,7 @@ class WatchedSources {
     Stamps latest;
 };
 
-// All that a game is started again for.
+// The files whose change starts the game again.
 struct Watched {
     WatchedModule module;
     WatchedSources sources;
@@ -237,7 +238,8 @@ bool EndsWithin(pid_t game, milliseconds time) {
     return true;
 }
 
-// First the game is asked, then it is ended.
+// Ends the game: by SIGTERM, which the module answers; by a second one, which the host answers
+// itself; at last by SIGKILL.
 void EndGame(pid_t game) {
     kill(game, SIGTERM);
     if (EndsWithin(game, kPatience)) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/utf8.h"
 #include "host/home.h"
 #include "surface/form.h"
 #include "surface/words.h"
@@ -71,8 +72,7 @@ std::string Completed(const std::string& path) {
     }
     // Not within a character: what all go on with differently is the same up to its last bytes.
     const std::string& one = all.front();
-    while (common.size() < one.size() && !common.empty() &&
-           (static_cast<u8>(one[common.size()]) & 0xC0) == 0x80) {
+    while (common.size() < one.size() && !common.empty() && IsContinuation(one[common.size()])) {
         common.pop_back();
     }
     return common.size() > WithHome(path).size() ? common : path;

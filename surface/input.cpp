@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/utf8.h"
 #include "desktop/desktop.h"
 #include "surface/controls.h"
 #include "surface/shapes.h"
@@ -201,28 +202,12 @@ Want Activate(Control& control) {
 
 // --- Fields
 
-bool IsContinuation(char c) {
-    return (static_cast<u8>(c) & 0xC0) == 0x80;
-}
-
 size_t CharacterBefore(const std::string& text, size_t at) {
-    if (at > 0) {
-        --at;
-    }
-    while (at > 0 && IsContinuation(text[at])) {
-        --at;
-    }
-    return at;
+    return at == 0 ? 0 : CharacterStart(text, at - 1);
 }
 
 size_t CharacterAfter(const std::string& text, size_t at) {
-    if (at < text.size()) {
-        ++at;
-    }
-    while (at < text.size() && IsContinuation(text[at])) {
-        ++at;
-    }
-    return at;
+    return at == text.size() ? at : CharacterEnd(text, at);
 }
 
 bool IsPrintable(const std::string& text) {

@@ -249,10 +249,10 @@ Place FindPlace(int folder, const char* name) {
     name = Relative(name);
     size_t end = std::strlen(name);
     while (end > 0 && name[end - 1] == '/') {
-        end--;
+        --end;
     }
     while (end > 0 && name[end - 1] != '/') {
-        end--;
+        --end;
     }
     if (end == 0) {
         return {{folder, false}, name};

@@ -462,7 +462,7 @@ void CloseFile(u32 handle) {
     systemCalls.close(file->stream);
     *file = {};
     while (openCount > 0 && openFiles[openCount - 1].stream == nullptr) {
-        openCount--;
+        --openCount;
     }
 }
 

@@ -219,7 +219,7 @@ bool MatchWildcard(const char* name, const char* pattern) {
         }
     }
     while (*pattern == '*') {
-        pattern++;
+        ++pattern;
     }
     return *pattern == 0;
 }

@@ -44,21 +44,21 @@ bool IsSection(Place place) {
 
 Place SkipBlanks(Place place) {
     while (IsBlank(SettingsByte(place))) {
-        place++;
+        ++place;
     }
     return place;
 }
 
 Place SkipLineEnds(Place place) {
     while (IsLineEnd(SettingsByte(place))) {
-        place++;
+        ++place;
     }
     return place;
 }
 
 Place SkipToLineEnd(Place place) {
     while (!EndsLine(SettingsByte(place))) {
-        place++;
+        ++place;
     }
     return place;
 }
@@ -67,7 +67,7 @@ Place SkipToLineEnd(Place place) {
 Place FirstSection() {
     Place place = 0;
     while (IsBlank(SettingsByte(place)) || IsLineEnd(SettingsByte(place))) {
-        place++;
+        ++place;
     }
     return place;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "vm/diagnostics.h"
+#include "vm/heap_room.h"
 #include "vm/machine.h"
 
 namespace moxi {
@@ -48,6 +49,28 @@ i32& Head(HeapList list) {
         Record(head).prev = static_cast<i32>(handle);
     }
     Head(list) = static_cast<i32>(handle);
+}
+
+// The freed block that AllocHeap(size) takes, unless it is `taken`; -1 when none is of use.
+i32 FindReusable(u32 size, i32 taken) {
+    const u64 limit = u64{size} + std::min(size, kReuseSlack);
+    for (i32 i = Head(HeapList::Freed); i >= 0; i = Record(i).next) {
+        if (i != taken && size <= Record(i).size && Record(i).size < limit) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+// Bytes that were never handed out, or lie behind all blocks since the last compaction.
+u32 RoomBehindBlocks() {
+    return heapStart + heapSize - heapFree;
+}
+
+// The number of unused handles, counted no further than 2.
+u32 CountUnusedHandles() {
+    const i32 first = Head(HeapList::Unused);
+    return first < 0 ? 0 : Record(first).next < 0 ? 1 : 2;
 }
 
 [[noreturn]] void EndWithMessage(const char* text) {
@@ -201,21 +224,18 @@ u32 AllocHeap(u32 size) {
     if (size == 0) {
         compactionIsDue = true;
     }
-    const u64 reuseLimit = u64{size} + std::min(size, kReuseSlack);
-    for (i32 i = Head(HeapList::Freed); i >= 0; i = Record(i).next) {
-        if (size <= Record(i).size && Record(i).size < reuseLimit) {
-            const u32 handle = static_cast<u32>(i);
-            HeapRecord& record = heapPtrs[handle];
-            MoveToList(record, handle, HeapList::Allocated);
-            record.requested = size;
-            record.lockCount = 0;
-            return handle;
-        }
+    if (const i32 freed = FindReusable(size, -1); freed >= 0) {
+        const u32 handle = static_cast<u32>(freed);
+        HeapRecord& record = heapPtrs[handle];
+        MoveToList(record, handle, HeapList::Allocated);
+        record.requested = size;
+        record.lockCount = 0;
+        return handle;
     }
     if (Head(HeapList::Unused) < 0) {
         EndWithMessage("Terminating: insufficient HeapPtrs. So sorry.");
     }
-    if (heapStart + heapSize - heapFree < size) {
+    if (RoomBehindBlocks() < size) {
         EndWithMessage("Terminating: insufficient Heap space. So sorry.");
     }
     const u32 handle = static_cast<u32>(Head(HeapList::Unused));
@@ -226,6 +246,14 @@ u32 AllocHeap(u32 size) {
     record.lockCount = 0;
     heapFree += size;
     return handle;
+}
+
+bool HeapHasRoomFor(u32 first, u32 second) {
+    const i32 freed = FindReusable(first, -1);
+    const bool reusesSecond = FindReusable(second, freed) >= 0;
+    const u32 handles = (freed < 0 ? 1U : 0U) + (reusesSecond ? 0U : 1U);
+    const u64 bytes = (freed < 0 ? u64{first} : 0) + (reusesSecond ? 0 : u64{second});
+    return handles <= CountUnusedHandles() && bytes <= RoomBehindBlocks();
 }
 
 void FreeHeap(u32 handle) {

@@ -41,7 +41,7 @@ void RenderSynthStep(Renderer& renderer) {
         if (renderer.synth != nullptr) {
             PlayEvent(*renderer.synth, *renderer.piece, events[renderer.nextEvent]);
         }
-        renderer.nextEvent++;
+        ++renderer.nextEvent;
     }
     if (renderer.synth != nullptr) {
         RenderStep(*renderer.synth, renderer.step[0], renderer.step[1]);
@@ -51,7 +51,7 @@ void RenderSynthStep(Renderer& renderer) {
 }
 
 void AddMusic(Renderer& renderer, Mix& mix, u32 frames) {
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         if (renderer.stepUsed == kSynthStep) {
             RenderSynthStep(renderer);
         }
@@ -60,14 +60,14 @@ void AddMusic(Renderer& renderer, Mix& mix, u32 frames) {
             mix.left[i] += volume * renderer.step[0][renderer.stepUsed];
             mix.right[i] += volume * renderer.step[1][renderer.stepUsed];
         }
-        renderer.stepUsed++;
+        ++renderer.stepUsed;
     }
     renderer.musicFrame += frames;
 }
 
 void AddSound(Renderer& renderer, Mix& mix, u32 frames) {
     const std::vector<i16>& samples = renderer.sound->samples;
-    for (u32 i = 0; i < frames && 2 * renderer.soundFrame + 1 < samples.size(); i++) {
+    for (u32 i = 0; i < frames && 2 * renderer.soundFrame + 1 < samples.size(); ++i) {
         const i16* const frame = samples.data() + 2 * renderer.soundFrame++;
         const float volume = Next(renderer.soundVolume) / kFullScale;
         mix.left[i] += volume * static_cast<float>(frame[0]);
@@ -76,7 +76,7 @@ void AddSound(Renderer& renderer, Mix& mix, u32 frames) {
 }
 
 void AddFade(Renderer& renderer, Mix& mix, u32 frames) {
-    for (u32 i = 0; i < frames && renderer.fadeUsed < kFadeFrames; i++) {
+    for (u32 i = 0; i < frames && renderer.fadeUsed < kFadeFrames; ++i) {
         mix.left[i] += renderer.fade[0][renderer.fadeUsed];
         mix.right[i] += renderer.fade[1][renderer.fadeUsed++];
     }
@@ -93,7 +93,7 @@ void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
     for (u32 start = 0; start < kFadeFrames; start += kSynthStep) {
         Mix mix;
         add(renderer, mix, kSynthStep);
-        for (u32 i = 0; i < kSynthStep; i++) {
+        for (u32 i = 0; i < kSynthStep; ++i) {
             const float volume = 1 - kVolumeStep * static_cast<float>(start + i + 1);
             renderer.fade[0][start + i] += volume * mix.left[i];
             renderer.fade[1][start + i] += volume * mix.right[i];
@@ -105,7 +105,7 @@ void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
 
 void ApplyVolume(Renderer& renderer, Mix& mix, u32 frames) {
     renderer.volume.target = renderer.muted || renderer.paused ? 0 : 1;
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         const float volume = Next(renderer.volume);
         mix.left[i] *= volume;
         mix.right[i] *= volume;
@@ -121,7 +121,7 @@ float Peak(const Mix& mix, u32 i) {
 void Limit(Renderer& renderer, Mix& mix, u32 frames) {
     float peak = 0;
     u32 firstAbove = frames;
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         const float here = Peak(mix, i);
         peak = std::max(peak, here);
         if (firstAbove == frames && here * renderer.gain > kLimit) {
@@ -138,7 +138,7 @@ void Limit(Renderer& renderer, Mix& mix, u32 frames) {
             ramp = firstAbove;
         }
     }
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         const float way = i >= ramp ? 1 : static_cast<float>(i) / static_cast<float>(ramp);
         const float gain = before + (after - before) * way;
         mix.left[i] *= gain;
@@ -215,7 +215,7 @@ void Render(Renderer& renderer, i16* out, u32 frames) {
         }
         ApplyVolume(renderer, mix, now);
         Limit(renderer, mix, now);
-        for (u32 i = 0; i < now; i++) {
+        for (u32 i = 0; i < now; ++i) {
             *out++ = ToSample(mix.left[i]);
             *out++ = ToSample(mix.right[i]);
         }

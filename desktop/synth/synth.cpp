@@ -41,7 +41,7 @@ constexpr const char* kDefaultNames[] = {"default-GM.sf2", "default-GM.sf3", "de
 
 void AddList(const char* list, std::vector<std::string>& found) {
     std::string name;
-    for (const char* c = list;; c++) {
+    for (const char* c = list;; ++c) {
         if (*c != '\0' && *c != ':' && *c != ';') {
             name += *c;
             continue;

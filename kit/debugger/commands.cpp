@@ -28,7 +28,7 @@ constexpr u32 kShownTrace = 16;
 constexpr u32 kShownBlocks = 40;
 constexpr u32 kShownSource = 11;
 
-// The last command of those that an empty line repeats.
+// The line that an empty one repeats: the last command that may be repeated.
 std::string repeated;
 
 // What stands behind a command's name.
@@ -153,8 +153,8 @@ After BreakOn(StopKind one, StopKind every, std::string_view rest) {
     return AddAndDescribe(any ? every : one, value, condition);
 }
 
-// "main.c:12" at the front, as addresses of its code. False where there is no such thing; what is
-// wrong with one is said, and there are no addresses then.
+// Takes "main.c:12" from the front and gives the addresses of its code. False where no line is
+// named; where the named one has no code, the user is told why and there are no addresses.
 bool TakeLine(std::string_view& rest, std::vector<u32>& addresses) {
     const std::string_view word = rest.substr(0, rest.find_first_of(" \t"));
     std::string file;
@@ -561,7 +561,8 @@ bool IsNamed(const Command& command, const std::string& name) {
     return false;
 }
 
-// The commands that a name can mean: the one that it names, else all that it begins.
+// The commands that a name can mean: the one of exactly that name, else all whose names begin with
+// it.
 std::vector<const Command*> FindCommands(const std::string& name) {
     std::vector<const Command*> found;
     for (const Command& command : kCommands) {
@@ -610,7 +611,8 @@ After Help(const Arguments& arguments) {
     return After::Stay;
 }
 
-// ".b" behind a command's name. False when it is wrong.
+// The size behind a command's name, as ".b". False, and a line to the user, when the command takes
+// no such size.
 bool TakeSize(const Command& command, std::string_view& rest, char& size) {
     size = 0;
     if (!rest.starts_with('.')) {

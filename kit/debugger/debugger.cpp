@@ -100,7 +100,8 @@ void StartDebugger() {
 }
 
 void StopBeforeFatalMessage(std::string_view text) {
-    // Outside of a message the host reports what no instruction of the module has done.
+    // Outside of a message the host itself reports something, and there is no instruction to stop
+    // at.
     if (!started || !inMX || talking || quitting) {
         return;
     }

@@ -11,8 +11,8 @@ namespace moxi {
 // message is shown. Reads MAIN.SYM beside the MAIN.MX that will be loaded.
 void StartDebugger();
 
-// The module is to stop: made by a signal handler. The debugger makes it itself while it talks and
-// takes it back when the module runs on.
+// Asks the module to stop; a signal handler sets it. The debugger sets it itself while it talks and
+// clears it when the module runs on.
 inline constinit std::atomic<bool> stopRequest = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 

@@ -63,7 +63,8 @@ std::string Arguments(u32 address, u32 bytes, bool message) {
     return text;
 }
 
-// The instruction that has called: the return address may be another function's already.
+// The address of the calling instruction. A return address behind a function's last instruction
+// belongs to the next function already.
 u32 CallBefore(u32 returnAddress) {
     return returnAddress - 4;
 }

@@ -25,8 +25,8 @@ namespace fs = std::filesystem;
 
 constexpr u64 kMostSource = u64{16} << 20;
 
-// A name is what the compiler was told: relative to where it ran, which was most likely here, in
-// the game's folder or the one around it.
+// Finds a source by the name that the compiler was given, which is relative to the folder it ran
+// in: most likely the current one, the game's, or the one around the game's.
 std::optional<std::string> ReadSource(const std::string& name) {
     const fs::path folder = fs::path(ModulePath()).parent_path();
     std::string why;

@@ -41,8 +41,8 @@ bool IsSingle(u32 w, Single single) {
     return SingleOf(w) == single;
 }
 
-// A call comes back with the stack as it was, or with the arguments taken off. All others are done
-// at once, and 0 is where every stack has come back to.
+// Plans a step over the next instruction. A call is over when SP is again where it was, or above,
+// if the arguments were taken off. Every other instruction is over at once: no stack lies below 0.
 void PlanStepOver() {
     const u32 w = InstructionWord();
     const bool call = IsSingle(w, Single::Call) || IsSingle(w, Single::Callr);
@@ -120,7 +120,7 @@ const char* KindName(StopKind kind) {
     return kind == StopKind::Watch ? "watchpoint" : "breakpoint";
 }
 
-// The line for a stop at this point; of a watchpoint, with what has changed.
+// The line that tells of a stop at this point. For a watchpoint it says what has changed.
 std::string Reason(const StopPoint& point, u32 now) {
     std::string line = FormatText("%s %u", KindName(point.kind), point.number);
     if (point.kind != StopKind::Watch) {

@@ -74,7 +74,7 @@ void NoteMessageEnd();
 bool IsStop(std::vector<std::string>& reasons);
 // The instruction is about to be executed.
 void NoteInstruction();
-// It is the first of a message.
+// Whether the instruction at the header's PC is the first of a message.
 bool IsFirstOfMessage();
 // The command of the service that it is about to call.
 std::optional<u32> ServiceCommand();

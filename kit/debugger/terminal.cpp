@@ -52,7 +52,7 @@ bool ReadMore() {
 void Say(const std::string& line) {
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fputc('\n', stdout);
-    // What the run writes to standard error then stands behind it.
+    // Flushed, so that what the run writes to standard error comes after it.
     std::fflush(stdout);
 }
 

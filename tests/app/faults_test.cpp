@@ -179,9 +179,9 @@ TEST(Faults, TheProcessesAddressSpaceMayBeAnySize) {
         const ProgramResult result = game.Run({"--run-ms", "50"});
         setrlimit(RLIMIT_AS, &before);
         if (result.status == 0) {
-            finished++;
+            ++finished;
         } else {
-            refused++;
+            ++refused;
             EXPECT_EQ(result.status, 1) << result.errors;
             EXPECT_NE(result.errors.find("fatal: "), std::string::npos) << result.errors;
         }

@@ -336,27 +336,27 @@ TEST_F(Sandbox, WhatLibrariesReadStaysOpenAndTheRestOfTheHomeFolderDoesNot) {
             if (!isOpen(home.path + name)) {
                 return number;
             }
-            number++;
+            ++number;
         }
         for (const std::string& name : shut) {
             if (isOpen(home.path + name)) {
                 return number;
             }
-            number++;
+            ++number;
         }
         for (const char* const path : {"/usr/share/fonts", "/etc/fonts", "/usr/share/zoneinfo",
                                        "/dev/null", "/dev/urandom", "/proc/meminfo"}) {
             if (!isOpen(path) && fs::exists(path)) {
                 return number;
             }
-            number++;
+            ++number;
         }
         for (const char* const path : {"/etc/shadow", "/etc/hostname", "/proc/1/environ", "/root",
                                        "/home", "/tmp", "/var/log", "/"}) {
             if (isOpen(path)) {
                 return number;
             }
-            number++;
+            ++number;
         }
         return 0;
     });

@@ -32,15 +32,15 @@ void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);
 
 void* malloc(size_t size) {
-    allocations++;
+    ++allocations;
     return __libc_malloc(size);
 }
 void* calloc(size_t count, size_t size) {
-    allocations++;
+    ++allocations;
     return __libc_calloc(count, size);
 }
 void* realloc(void* block, size_t size) {
-    allocations++;
+    ++allocations;
     return __libc_realloc(block, size);
 }
 }
@@ -50,8 +50,8 @@ namespace {
 // Notes, controllers, drums and resets on all channels, more at once than there are voices.
 std::string BusyPiece() {
     std::string events;
-    for (int round = 0; round < 40; round++) {
-        for (int channel = 0; channel < 16; channel++) {
+    for (int round = 0; round < 40; ++round) {
+        for (int channel = 0; channel < 16; ++channel) {
             events += Bytes({0, 0xC0 | channel, (round * 16 + channel) % 128});
             events += Bytes({0, 0xB0 | channel, round * 3 % 128, channel * 8});
             events += Bytes({0, 0xE0 | channel, round, 64 + round});
@@ -82,10 +82,10 @@ TEST(AudioCallback, AllocatesNothing) {
     std::vector<i16> out(1024);
 
     const u64 before = allocations;
-    for (int round = 0; round < 3; round++) {
+    for (int round = 0; round < 3; ++round) {
         SetMusic(renderer, score.piece.get());
         SetSound(renderer, &sound);
-        for (int block = 0; block < 350; block++) {
+        for (int block = 0; block < 350; ++block) {
             Render(renderer, out.data(), 512);
         }
     }

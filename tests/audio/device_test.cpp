@@ -50,7 +50,7 @@ std::vector<u8> Sine(f64 frequency, f64 seconds) {
 
 template <class Condition>
 bool WaitFor(Condition condition) {
-    for (int i = 0; i < 3000; i++) {
+    for (int i = 0; i < 3000; ++i) {
         if (condition()) {
             return true;
         }
@@ -280,7 +280,7 @@ struct Counted {
     Counted& operator=(Counted&&) = delete;
     ~Counted() {
         value = -1;
-        alive--;
+        --alive;
     }
     int value;
     static std::atomic<int> alive;
@@ -331,7 +331,7 @@ TEST(Mailboxes, ObjectsLiveWhileTheyAreUsedByTheOtherThread) {
             });
         }
     });
-    for (int i = 1; i <= 100000; i++) {
+    for (int i = 1; i <= 100000; ++i) {
         box.Send(Counted(i));
     }
     while (last != 100000) {

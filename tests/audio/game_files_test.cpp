@@ -136,7 +136,7 @@ TEST(GameFiles, SoundsLastAsLongAsTheirHeaderSays) {
         }
         const f64 decoded = static_cast<f64>(sound.samples.size()) / 2 / 44.1;
         EXPECT_NEAR(milliseconds - 200.0, decoded, 2) << entry.path();
-        compared++;
+        ++compared;
     }
     EXPECT_GT(compared, 10u);
 }

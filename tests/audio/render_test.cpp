@@ -378,7 +378,7 @@ std::string SineIn(const FormCase& form) {
     const u32 frames = form.rate / 2;
     const std::string plain = SineSamples(1000, form.rate, frames, 0.5);
     std::string data;
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         i16 sample = 0;
         std::memcpy(&sample, plain.data() + 2 * i, 2);
         std::string bytes;
@@ -391,7 +391,7 @@ std::string SineIn(const FormCase& form) {
             bytes.assign(form.bits / 8 - 2, '\0');
             bytes.append(reinterpret_cast<const char*>(&sample), 2);
         }
-        for (u32 channel = 0; channel < form.channels; channel++) {
+        for (u32 channel = 0; channel < form.channels; ++channel) {
             data += bytes;
         }
     }

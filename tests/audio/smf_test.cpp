@@ -92,7 +92,7 @@ TEST(MusicTimes, ATempoOnTheLastTickCountsForTheBeatAfterTheEnd) {
 TEST(MusicTimes, FractionsOfMicrosecondsAddUpWithoutAnError) {
     // 7 ticks a beat at 1,000,001 microseconds: after 7,000 ticks exactly 1,000.001 s.
     std::string events;
-    for (int i = 0; i < 7000; i++) {
+    for (int i = 0; i < 7000; ++i) {
         events += NoteOn(1, 60);
     }
     const Score score = ScoreOf(MidiFile(0, 7, {Tempo(0, 1'000'001) + events + EndOfTrack(0)}));
@@ -152,7 +152,7 @@ TEST(MusicTimes, ATempoOfZeroIsLeftOut) {
 TEST(MusicTimes, TimesThatDoNotFitAreNever) {
     // The slowest tempo, one tick a beat, the longest pauses: each lasts 142 years.
     std::string events = Tempo(0, 0xFFFFFF);
-    for (int i = 0; i < 200; i++) {
+    for (int i = 0; i < 200; ++i) {
         events += NoteOn(0x0FFFFFFF, 60);
     }
     const Score score = ScoreOf(MidiFile(0, 1, {events + EndOfTrack(0)}));
@@ -298,7 +298,7 @@ TEST(MidiReader, RefusesFewerTracksThanTheHeaderSays) {
 
 TEST(MidiReader, Reads65535Tracks) {
     std::string file = MidiHeader(1, 65535, 96);
-    for (u32 i = 0; i < 65535; i++) {
+    for (u32 i = 0; i < 65535; ++i) {
         file += MidiTrack(NoteOn(i, 60) + EndOfTrack(0));
     }
     const SmfFile read = Read(file);
@@ -334,7 +334,7 @@ TEST(MidiReader, EveryPrefixOfAFileIsReadOrRefused) {
         MidiFile(1, 96,
                  {Tempo(0, 400'000) + Bytes({0, 0xF0, 5, 0x7E, 0x7F, 9, 1, 0xF7}) + EndOfTrack(0),
                   Bytes({0, 0xC0, 4}) + NoteOn(0, 60) + NoteOff(300, 60) + EndOfTrack(10)});
-    for (size_t size = 0; size < file.size(); size++) {
+    for (size_t size = 0; size < file.size(); ++size) {
         EXPECT_NE(Refusal(file.substr(0, size)), "") << size;
     }
     EXPECT_EQ(Refusal(file), "");
@@ -342,9 +342,9 @@ TEST(MidiReader, EveryPrefixOfAFileIsReadOrRefused) {
 
 TEST(MidiReader, RandomTracksDoNoHarm) {
     std::mt19937 random(20240511);
-    for (int i = 0; i < 3000; i++) {
+    for (int i = 0; i < 3000; ++i) {
         std::string events;
-        for (auto size = random() % 400; size > 0; size--) {
+        for (auto size = random() % 400; size > 0; --size) {
             events += static_cast<char>(random());
         }
         SmfFile file;

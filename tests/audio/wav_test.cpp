@@ -117,7 +117,7 @@ TEST(SoundLength, SizesThatPassTheEndOfTheNumbersReturn0) {
 
 TEST(SoundLength, AFileThatEndsInsideItsHeaderReturns0) {
     const std::string file = WavFile({}, "", 88200);
-    for (size_t size = 0; size < 44; size++) {
+    for (size_t size = 0; size < 44; ++size) {
         EXPECT_EQ(Milliseconds(file.substr(0, size)), 0u);
     }
     EXPECT_EQ(Milliseconds(file), 1200u);
@@ -125,9 +125,9 @@ TEST(SoundLength, AFileThatEndsInsideItsHeaderReturns0) {
 
 TEST(SoundLength, RandomHeadersDoNoHarm) {
     std::mt19937 random(7);
-    for (int i = 0; i < 20000; i++) {
+    for (int i = 0; i < 20000; ++i) {
         std::string file = WavFile({.beforeData = Chunk("fact", "1234")}, "data", 1000);
-        for (int changes = 0; changes < 3; changes++) {
+        for (int changes = 0; changes < 3; ++changes) {
             file[random() % file.size()] = static_cast<char>(random());
         }
         Milliseconds(file);

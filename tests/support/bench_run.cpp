@@ -38,7 +38,7 @@ bool StartsWith(const std::string& text, const char* start) {
     return text.rfind(start, 0) == 0;
 }
 
-// What the interpreter does not say itself can be told from what it left.
+// The interpreter does not report how a run ended; the state that it left shows it.
 Outcome OutcomeOfReturn(i32 modalDepthBefore) {
     const std::string last = vmEvents.messages.empty() ? "" : vmEvents.messages.back();
     if ((runState & 1) != 0) {

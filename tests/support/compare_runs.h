@@ -12,7 +12,8 @@ namespace moxi {
 // A line for each thing that differs; empty when nothing does.
 std::string CompareRuns(const RunResult& got, const RunResult& wanted);
 
-// Translated code keeps the newest addresses of the trace alone: more of them than anyone prints.
+// Cuts a trace to its newest addresses: translated code keeps only those, which are more than
+// anyone prints.
 void KeepNewest(std::vector<u32>& trace);
 
 }  // namespace moxi

@@ -19,7 +19,7 @@ struct DesktopProbe {
     DesktopProbe& operator=(const DesktopProbe&) = delete;
     ~DesktopProbe();
 
-    // Of the view, from the start.
+    // How much the view is enlarged, from the start.
     std::optional<ViewScale> scale;
 
     // Starts the application; `atLaunch` runs in its process once the window is shown. `onKey` runs

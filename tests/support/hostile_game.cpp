@@ -26,7 +26,7 @@ namespace {
 constexpr u32 kNone = 0xFFFFFFFF;
 constexpr uid_t kNobody = 65534;
 
-// As a kernel that lacks these calls answers.
+// Has these system calls fail as on a kernel that lacks them.
 void LoseSystemCalls() {
     scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
     for (const char* const name :
@@ -54,7 +54,7 @@ void LetOtherTellVersion(int connection) {
     }
 }
 
-// Answers until nobody can ask any more: version 1.
+// Answers every question with version 1, until the asking process has ended.
 void TellFirstVersion(int connection) {
     char byte = 0;
     int listener = -1;

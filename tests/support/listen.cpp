@@ -74,7 +74,7 @@ f64 Loudness(const Recording& recording) {
 }
 
 f64 FirstSound(const Recording& recording, i32 magnitude) {
-    for (size_t i = 0; i < recording.samples.size(); i++) {
+    for (size_t i = 0; i < recording.samples.size(); ++i) {
         if (std::abs(i32{recording.samples[i]}) >= magnitude) {
             return static_cast<f64>(i / 2) / kRate;
         }
@@ -84,7 +84,7 @@ f64 FirstSound(const Recording& recording, i32 magnitude) {
 
 i32 LargestStep(const Recording& recording) {
     i32 largest = 0;
-    for (size_t i = 2; i < recording.samples.size(); i++) {
+    for (size_t i = 2; i < recording.samples.size(); ++i) {
         largest = std::max(largest, std::abs(recording.samples[i] - recording.samples[i - 2]));
     }
     return largest;
@@ -94,7 +94,7 @@ f64 Strength(const Recording& recording, f64 frequency) {
     f64 cosine = 0;
     f64 sine = 0;
     const size_t frames = recording.Frames();
-    for (size_t i = 0; i < frames; i++) {
+    for (size_t i = 0; i < frames; ++i) {
         // A window without edges, so that neighbours do not leak in.
         const f64 way = static_cast<f64>(i) / static_cast<f64>(frames);
         const f64 window = 1 - std::cos(2 * std::numbers::pi * way);
@@ -114,7 +114,7 @@ f64 KeyFrequency(int key) {
 int StrongestKey(const Recording& recording, int lowest, int highest) {
     int strongest = lowest;
     f64 best = -1;
-    for (int key = lowest; key <= highest; key++) {
+    for (int key = lowest; key <= highest; ++key) {
         const f64 strength = Strength(recording, KeyFrequency(key));
         if (strength > best) {
             strongest = key;

@@ -9,7 +9,7 @@ namespace {
 
 std::string Little(u32 value, u32 count) {
     std::string bytes;
-    for (u32 i = 0; i < count; i++) {
+    for (u32 i = 0; i < count; ++i) {
         bytes += static_cast<char>(value >> (8 * i));
     }
     return bytes;
@@ -93,7 +93,7 @@ std::string WavFile(const WavForm& form, const std::string& data) {
 
 std::string SineSamples(f64 frequency, u32 rate, u32 frames, f64 amplitude) {
     std::string bytes;
-    for (u32 i = 0; i < frames; i++) {
+    for (u32 i = 0; i < frames; ++i) {
         const f64 value = std::sin(2 * std::numbers::pi * frequency * i / rate);
         bytes += Little(static_cast<u32>(std::lrint(amplitude * 32767 * value)), 2);
     }

@@ -52,7 +52,7 @@ TEST_F(Dispatch, SubCommandsFrom17OfGroup8AreUnknown) {
 }
 
 TEST_F(Dispatch, BlocksNeedNoAlignment) {
-    for (u32 block = 0x1000; block < 0x1004; block++) {
+    for (u32 block = 0x1000; block < 0x1004; ++block) {
         EXPECT_EQ(CallAt(block, 0x0303, {Text("abc")}), 3u);
     }
 }

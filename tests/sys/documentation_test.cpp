@@ -19,7 +19,7 @@ TEST(Documentation, EveryServiceOfTheseGroupsHasAnExample) {
     const std::pair<u32, u32> ranges[] = {{0x0000, 0x000F}, {0x0200, 0x0202}, {0x0300, 0x0305},
                                           {0x030A, 0x030E}, {0x0800, 0x0810}, {0x0900, 0x0904}};
     for (const auto& [first, last] : ranges) {
-        for (u32 command = first; command <= last; command++) {
+        for (u32 command = first; command <= last; ++command) {
             char text[32];
             std::snprintf(text, sizeof text, "SERVICE 0x%04X,", command);
             EXPECT_NE(all.find(text), std::string::npos) << text;

@@ -27,12 +27,12 @@ void InstallFaults() {
         }
         std::FILE* const stream = OpenStreamBeneath(folder, name, flags);
         if (stream != nullptr) {
-            openStreams++;
+            ++openStreams;
         }
         return stream;
     };
     systemCalls.close = [](std::FILE* stream) {
-        openStreams--;
+        --openStreams;
         return std::fclose(stream);
     };
     systemCalls.read = [](void* buffer, std::size_t count, std::FILE* stream) {
@@ -48,11 +48,11 @@ void InstallFaults() {
         if (Fails(kAllocate)) {
             return nullptr;
         }
-        blocks++;
+        ++blocks;
         return std::malloc(size);
     };
     systemCalls.release = [](void* block) {
-        blocks--;
+        --blocks;
         std::free(block);
     };
 }
@@ -131,13 +131,13 @@ TEST_F(Faults, EveryCallThatFailsGivesItsResultAndLeaksNothing) {
     const std::string newSettings = ReadTestFile(DataPath("SET.INI"));
     EXPECT_GT(newSettings.size(), 10000u);
 
-    for (int kind = 0; kind < kKinds; kind++) {
-        for (int call = 0; call < counts[kind]; call++) {
+    for (int kind = 0; kind < kKinds; ++kind) {
+        for (int call = 0; call < counts[kind]; ++call) {
             SCOPED_TRACE("kind " + std::to_string(kind) + " call " + std::to_string(call));
             fatalMessages.clear();
             const std::vector<Outcome> faulty = RunSession(static_cast<Kind>(kind), call);
             ASSERT_EQ(faulty.size(), normal.size());
-            for (std::size_t i = 0; i < faulty.size(); i++) {
+            for (std::size_t i = 0; i < faulty.size(); ++i) {
                 EXPECT_TRUE(faulty[i].result == normal[i].result ||
                             faulty[i].result == faulty[i].failure ||
                             // The position or size stays where it was.

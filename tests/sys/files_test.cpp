@@ -183,7 +183,7 @@ TEST_F(Files, AFolderOpenedForReadingHasNothingToRead) {
 // --- Handles
 
 TEST_F(Files, ASlotBelowTheTopIsNotReusedUntilTheSlotsAboveItAreClosed) {
-    for (u32 i = 0; i < 3; i++) {
+    for (u32 i = 0; i < 3; ++i) {
         EXPECT_EQ(Open("A", 0x8302), i);
     }
     Close(1);
@@ -195,7 +195,7 @@ TEST_F(Files, ASlotBelowTheTopIsNotReusedUntilTheSlotsAboveItAreClosed) {
 
 TEST_F(Files, AClosedSlotBelowTheTopIsABadHandle) {
     WriteTestFile(DataPath("A"), "data");
-    for (u32 i = 0; i < 3; i++) {
+    for (u32 i = 0; i < 3; ++i) {
         Open("A", 0x8000);
     }
     Close(1);
@@ -220,7 +220,7 @@ TEST_F(Files, BadHandlesAreHarmless) {
 
 TEST_F(Files, The97thOpenIsRefusedAndChangesNothing) {
     WriteTestFile(DataPath("B"), "keep");
-    for (u32 i = 0; i < 96; i++) {
+    for (u32 i = 0; i < 96; ++i) {
         EXPECT_EQ(Open("A", 0x8302), i);
     }
     EXPECT_EQ(Open("B", 0x8302), 0xFFFFFFFFu);

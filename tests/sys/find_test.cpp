@@ -152,7 +152,7 @@ TEST_F(Find, AnEntryWithoutMemoryIsReportedAndDropped) {
 }
 
 TEST_F(Find, AFolderOfManyEntriesIsListedWholeAndInOrder) {
-    for (int i = 0; i < 600; i++) {
+    for (int i = 0; i < 600; ++i) {
         WriteTestFile(DataPath("many/f" + std::to_string(10000 + i)), "");
         WriteTestFile(ResourcePath("many/F" + std::to_string(10200 + i)), "");
     }

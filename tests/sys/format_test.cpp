@@ -188,7 +188,7 @@ TEST_F(Format, AgreesWithTheCLibraryForEveryCombination) {
                                           CLibrary(format.c_str(), static_cast<u32>(value)))
                                     << format << " " << value;
                             }
-                            compared++;
+                            ++compared;
                         }
                     }
                 }

@@ -156,7 +156,7 @@ TEST(ServiceModules, HandlesAreReusedFromTheTopDown) {
     const std::string name = module.Text("A");
     std::vector<u32> opens;
     opens.reserve(5);
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 3; ++i) {
         opens.push_back(module.Call(SYS_FILE_OPEN, {name, "0x8000"}));
     }
     module.Call(SYS_FILE_CLOSE, {"1"});
@@ -166,7 +166,7 @@ TEST(ServiceModules, HandlesAreReusedFromTheTopDown) {
     opens.push_back(module.Call(SYS_FILE_OPEN, {name, "0x8000"}));
     module.Run();
     const u32 expected[] = {0, 1, 2, 3, 1};
-    for (u32 i = 0; i < 5; i++) {
+    for (u32 i = 0; i < 5; ++i) {
         EXPECT_EQ(module.Of(opens[i]), expected[i]) << i;
     }
 }

@@ -45,7 +45,7 @@ TEST_F(Quota, AWriteThatPassesTheLimitComesShortAsOnAFullDisk) {
 }
 
 TEST_F(Quota, ExactlyTheLimitFitsInManyWrites) {
-    for (u32 i = 0; i < 100; i++) {
+    for (u32 i = 0; i < 100; ++i) {
         ASSERT_EQ(Put(("D/" + std::to_string(i)).c_str(), 100), 100u) << i;
     }
     EXPECT_EQ(Put("MORE", 1), 0u);
@@ -85,7 +85,7 @@ TEST_F(Quota, RoomThatSomebodyElseMadeIsFoundAfterSomeTries) {
     EXPECT_EQ(WriteFile(file, "x", 1), 0u);
     fs::remove(DataPath("A.DAT"));
     u32 written = 0;
-    for (u32 tries = 0; tries < 100; tries++) {
+    for (u32 tries = 0; tries < 100; ++tries) {
         written += WriteFile(file, "x", 1);
     }
     CloseFile(file);

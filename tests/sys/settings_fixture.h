@@ -57,7 +57,7 @@ class SettingsTest : public ServiceTest {
         EXPECT_EQ(Save("OUT.INI"), 1u);
         const std::string bytes = ReadTestFile(DataPath("OUT.INI"));
         std::string text;
-        for (std::size_t i = 0; i < bytes.size(); i++) {
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
             text += bytes[i];
             if (bytes[i] == '[' && bytes.compare(i + 1, 2, "0x") == 0 && bytes[i + 11] == '=') {
                 i += 11;

@@ -33,11 +33,11 @@ void ReleaseWithMargin(void* pointer) {
         return;
     }
     const u8* const margin = block + blocks.at(block);
-    for (std::size_t i = 0; i < kMargin; i++) {
+    for (std::size_t i = 0; i < kMargin; ++i) {
         if (margin[i] == kUntouched) {
             continue;
         }
-        spoiledBlocks++;
+        ++spoiledBlocks;
         break;
     }
     blocks.erase(block);
@@ -137,7 +137,7 @@ TEST_F(HostileSettings, ALongerRawValueOverAStringThatOutgrewItsGapStaysInTheBuf
 }
 
 TEST_F(HostileSettings, EveryWriteAfterAnOutgrownGapStaysInTheBuffer) {
-    for (u32 kind = 0; kind < 5; kind++) {
+    for (u32 kind = 0; kind < 5; ++kind) {
         for (const u32 length : {1u, 2030u, 2048u, 4096u, 5000u}) {
             ForgetTexts();
             Load("NONE.INI");
@@ -158,7 +158,7 @@ TEST_F(HostileSettings, EveryWriteAfterAnOutgrownGapStaysInTheBuffer) {
 }
 
 TEST_F(HostileSettings, FiftyThousandRandomCommandsWithLongTextsStayInTheBuffer) {
-    for (u32 step = 0; step < 50000; step++) {
+    for (u32 step = 0; step < 50000; ++step) {
         RunRandomCommand();
         if (!HasSettingsBuffer()) {
             continue;

@@ -31,12 +31,12 @@ std::string FileText(const std::vector<Section>& sections) {
         u64 sum = 0;
         std::size_t i = 0;
         for (; text.size() - i >= 4; i += 4) {
-            for (std::size_t byte = 0; byte < 4; byte++) {
+            for (std::size_t byte = 0; byte < 4; ++byte) {
                 sum += u64{static_cast<u8>(text[i + byte])} << 8 * byte;
             }
         }
         i64 tail = 0;
-        for (; i < text.size(); i++) {
+        for (; i < text.size(); ++i) {
             tail = tail * 256;
             tail |= static_cast<signed char>(text[i]);
         }
@@ -58,7 +58,7 @@ class SettingsProperty : public ServiceTest {
 
     std::string RandomText(const char* alphabet, u32 longest) {
         std::string text;
-        for (u32 length = Random(longest + 1); length != 0; length--) {
+        for (u32 length = Random(longest + 1); length != 0; --length) {
             text += alphabet[Random(static_cast<u32>(std::strlen(alphabet)))];
         }
         return text;
@@ -155,7 +155,7 @@ class SettingsProperty : public ServiceTest {
 TEST_F(SettingsProperty, ASaveAndReloadAfterEachOf10000EditsGivesBackWhatWasWritten) {
     std::vector<Section> sections;
     EXPECT_EQ(LoadSettings("SET.INI"), 0u);
-    for (u32 edit = 0; edit < 10000; edit++) {
+    for (u32 edit = 0; edit < 10000; ++edit) {
         Edit(sections);
         if (HasFatalFailure()) {
             break;
@@ -170,7 +170,7 @@ TEST_F(SettingsProperty, ASaveAndReloadAfterEachOf10000EditsGivesBackWhatWasWrit
 TEST_F(SettingsProperty, TheSameHoldsForEditsWithoutAReloadBetween) {
     std::vector<Section> sections;
     LoadSettings("SET.INI");
-    for (u32 edit = 0; edit < 10000; edit++) {
+    for (u32 edit = 0; edit < 10000; ++edit) {
         Edit(sections);
         if (HasFatalFailure()) {
             break;

@@ -637,7 +637,7 @@ TEST_F(Settings, AnUnterminatedStringRunsToTheEndOfTheFile) {
 TEST_F(Settings, BinaryNoiseIsSurvived) {
     u32 seed = 12345;
     const auto random = [&seed] { return seed = seed * 1664525 + 1013904223, seed >> 8; };
-    for (int round = 0; round < 400; round++) {
+    for (int round = 0; round < 400; ++round) {
         std::string bytes = "[";
         const u32 length = 10 + random() % 200;
         while (bytes.size() < length) {
@@ -645,7 +645,7 @@ TEST_F(Settings, BinaryNoiseIsSurvived) {
             bytes += random() % 8 == 0 ? static_cast<char>(random()) : alphabet[random() % 16];
         }
         LoadBytes(bytes);
-        for (int step = 0; step < 20; step++) {
+        for (int step = 0; step < 20; ++step) {
             const std::string name(random() % 3, "KS]="[random() % 4]);
             switch (random() % 14) {
                 case 0: Section(name); break;

@@ -30,7 +30,7 @@ constexpr int kBufferFrames = 512;
 constexpr int kChannels = 2;
 constexpr int kMusicNumberBits = 48;  // of the frames below the number
 constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
-// A worker that hangs in a device lets older sounds go.
+// While the worker hangs in a device only so many jobs wait; older ones are dropped.
 constexpr size_t kMostJobs = 64;
 // A device that hangs while it is opened is left behind after so long.
 constexpr std::chrono::seconds kLongestEnd{2};
@@ -191,7 +191,7 @@ void Work(AudioState& state) {
     guard.unlock();
     SDL_TLSCleanup();  // SDL does it for its own threads alone
     guard.lock();
-    state.running--;
+    --state.running;
     state.changed.notify_all();
 }
 
@@ -203,7 +203,7 @@ void LoadSynthNow(AudioState& state) {
     }
     state.synthStage = state.synth != nullptr ? Stage::Ready : Stage::Failed;
     const std::lock_guard guard(state.lock);
-    state.running--;
+    --state.running;
     state.changed.notify_all();
 }
 
@@ -213,7 +213,7 @@ void StartThread(std::thread& thread, void (*body)(AudioState&)) {
     }
     {
         const std::lock_guard guard(audio->lock);
-        audio->running++;
+        ++audio->running;
     }
     thread = std::thread(body, std::ref(*audio));
 }

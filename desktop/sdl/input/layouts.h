@@ -17,7 +17,7 @@ struct LayoutSource {
     u32 (*group)();           // the layout that is active now, an index of the keymap's
 };
 
-// Null where a desktop tells nothing. The source has to live on.
+// Sets the source, which must outlive its use; null where a desktop tells nothing of layouts.
 void UseLayoutSource(const LayoutSource* source);
 
 struct KeyCharacters {

@@ -158,7 +158,7 @@ void HandleEvent(const SDL_Event& event) {
     if (event.type != SDL_TEXTINPUT) {
         FinishKeyPress();
     }
-    // Input comes to the window as it is then.
+    // A change of the window is told before the input that follows it.
     if (event.type != SDL_WINDOWEVENT && !KeyPressIsHeldBack()) {
         SettleWindow();
     }

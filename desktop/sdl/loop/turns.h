@@ -6,11 +6,12 @@
 
 namespace moxi {
 
-// The events have been taken off the wire.
+// Notes that the desktop's events have been read from the connection.
 void NotePumping();
-// Events are being handled again, so nothing waits unanswered; this takes them off the wire, too.
+// Notes that events are being handled again, so that nothing waits unanswered. They have been read
+// from the connection then, too.
 void NoteTurn();
-// Around a question to the application whether it may close.
+// Stand before and after a question to the application whether it may close.
 void NoteQuestion();
 void NoteAnswer();
 

@@ -157,7 +157,7 @@ void HandleBoxKey(Box& box, const SDL_KeyboardEvent& event) {
         case SDL_SCANCODE_KP_ENTER:
         case SDL_SCANCODE_SPACE: box.result = box.focus; break;
         case SDL_SCANCODE_ESCAPE: box.result = box.text->cancelButton; break;
-        // The buttons stand from the right to the left.
+        // The first button is the rightmost one.
         case SDL_SCANCODE_LEFT:
         case SDL_SCANCODE_UP: MoveFocus(box, 1); break;
         case SDL_SCANCODE_RIGHT:

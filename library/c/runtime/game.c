@@ -117,7 +117,7 @@ static bool isSetUp, isMinimized, needsPicture;
 static uint32_t lastReading;
 static uint32_t owed;  // milliseconds and their 60ths: an update is due for each 1,000
 static uint32_t updates;
-static int viewWidth, viewHeight;
+static int viewWidth;
 static enum { kAsItIs, kWindowed, kFull } fullScreenWanted;
 
 float game_time(void) {
@@ -140,12 +140,11 @@ static void Show(void) {
     needsPicture = false;
     BeginDrawing();
     draw();
-    Present(viewWidth, viewHeight);
+    Present();
 }
 
 static void OnSize(int width, int height) {
     viewWidth = width;
-    viewHeight = height;
     SetViewSize(width, height);
     needsPicture = true;
     if (!isSetUp) {

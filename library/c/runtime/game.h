@@ -4,16 +4,21 @@
 
 #include "moxi/game.h"
 
-// --- game_draw.c
+// --- game_canvas.c
 
-// Begins a picture: where it goes, and the camera is on.
-void BeginDrawing(void);
-// Shows what was drawn, in a view of this size.
-void Present(int width, int height);
-// A place of the view in places of the canvas.
+// What is drawn on: the screen, or a bitmap of the size that the game has chosen.
+extern moxi_bitmap gameCanvas;
+// Shows in the view what was drawn.
+void Present(void);
+// Turns a place of the view into that of the canvas below it.
 void ToCanvas(int* x, int* y);
 // The window's size has changed.
 void SetViewSize(int width, int height);
+
+// --- game_draw.c
+
+// Begins a picture: plain text, and the camera is on.
+void BeginDrawing(void);
 void FreePicture(picture* image);
 alignment TextAlignment(void);
 

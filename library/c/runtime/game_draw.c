@@ -1,4 +1,4 @@
-// Drawing of a game: onto the canvas, if it has one, and from there to the screen.
+// Drawing of a game, onto its canvas.
 
 #include <stdarg.h>
 #include <stdio.h>
@@ -9,89 +9,13 @@
 
 enum { kTextRoom = 1024 };
 
-static moxi_bitmap canvas = MOXI_SCREEN;
-static int canvasWidth, canvasHeight;
-static int viewWidth, viewHeight;
-static moxi_area shown;  // where the canvas is on the view
 static uint32_t style;
 static alignment aligned;
-
-// --- The canvas
-
-// As large as it goes, in whole multiples from the second on.
-static void PlaceCanvas(void) {
-    if (canvasWidth <= 0) return;
-    const int factorX = viewWidth / canvasWidth;
-    const int factorY = viewHeight / canvasHeight;
-    const int factor = factorX < factorY ? factorX : factorY;
-    shown.width = canvasWidth * factor;
-    shown.height = canvasHeight * factor;
-    if (factor < 1) {
-        const bool wide = viewWidth * canvasHeight < viewHeight * canvasWidth;
-        shown.width = wide ? viewWidth : viewHeight * canvasWidth / canvasHeight;
-        shown.height = wide ? viewWidth * canvasHeight / canvasWidth : viewHeight;
-    }
-    shown.x = (viewWidth - shown.width) / 2;
-    shown.y = (viewHeight - shown.height) / 2;
-}
-
-void SetViewSize(int width, int height) {
-    viewWidth = width;
-    viewHeight = height;
-    PlaceCanvas();
-}
-
-void game_canvas(int width, int height) {
-    if (canvas != MOXI_SCREEN) moxi_free_bitmap(canvas);
-    canvas = MOXI_SCREEN;
-    canvasWidth = canvasHeight = 0;
-    if (width <= 0 || height <= 0) return;
-    canvasWidth = width;
-    canvasHeight = height;
-    canvas = moxi_new_bitmap((uint32_t)width, (uint32_t)height);
-    moxi_rectangle(canvas, 0, 0, width, height, BLACK, MOXI_NO_FRAME);
-    PlaceCanvas();
-}
-
-int game_width(void) {
-    return canvasWidth > 0 ? canvasWidth : viewWidth;
-}
-int game_height(void) {
-    return canvasHeight > 0 ? canvasHeight : viewHeight;
-}
-
-void ToCanvas(int* x, int* y) {
-    if (canvasWidth <= 0 || shown.width <= 0 || shown.height <= 0) return;
-    *x = (int)((long long)(*x - shown.x) * canvasWidth / shown.width);
-    *y = (int)((long long)(*y - shown.y) * canvasHeight / shown.height);
-}
 
 void BeginDrawing(void) {
     style = MOXI_TEXT_PLAIN;
     aligned = ALIGN_LEFT;
     CameraOn();
-}
-
-static void DrawBorders(void) {
-    const int right = shown.x + shown.width;
-    const int bottom = shown.y + shown.height;
-    moxi_rectangle(MOXI_SCREEN, 0, 0, viewWidth, shown.y, BLACK, MOXI_NO_FRAME);
-    moxi_rectangle(MOXI_SCREEN, 0, bottom, viewWidth, viewHeight - bottom, BLACK, MOXI_NO_FRAME);
-    moxi_rectangle(MOXI_SCREEN, 0, shown.y, shown.x, shown.height, BLACK, MOXI_NO_FRAME);
-    moxi_rectangle(MOXI_SCREEN, right, shown.y, viewWidth - right, shown.height, BLACK,
-                   MOXI_NO_FRAME);
-}
-
-// Blending leaves pixels less than opaque where it was drawn with alpha; they are to hide what is
-// below.
-void Present(int width, int height) {
-    moxi_set_alpha(canvas, 0, 0, game_width(), game_height(), MOXI_ALPHA_OF_ALL, 255);
-    if (canvas == MOXI_SCREEN) return;
-    (void)width;
-    (void)height;
-    moxi_scaled_blit(MOXI_SCREEN, shown.x, shown.y, shown.width, shown.height, canvas, 0, 0,
-                     canvasWidth, canvasHeight, 0, 0);
-    DrawBorders();
 }
 
 // --- Colours
@@ -123,24 +47,24 @@ static int Whole(float number) {
 }
 
 void clear_screen(colour fill) {
-    moxi_rectangle(canvas, 0, 0, game_width(), game_height(), fill | 0xFF000000u, MOXI_NO_FRAME);
+    moxi_rectangle(gameCanvas, 0, 0, game_width(), game_height(), fill | 0xFF000000u, MOXI_NO_FRAME);
 }
 
 void draw_pixel(float x, float y, colour fill) {
-    moxi_blend_pixel(canvas, OnCanvasX(x), OnCanvasY(y), fill);
+    moxi_blend_pixel(gameCanvas, OnCanvasX(x), OnCanvasY(y), fill);
 }
 
 void draw_line(float x0, float y0, float x1, float y1, colour stroke) {
     const moxi_point points[] = {{OnCanvasX(x0), OnCanvasY(y0)}, {OnCanvasX(x1), OnCanvasY(y1)}};
     moxi_line_pattern(0xFFFFFFFF);
-    moxi_polyline(canvas, points, 2, stroke);
+    moxi_polyline(gameCanvas, points, 2, stroke);
 }
 
 // Corners are rounded to pixels, not sizes: boxes side by side meet.
 void draw_box(float x, float y, float width, float height, colour fill) {
     const int left = OnCanvasX(x);
     const int top = OnCanvasY(y);
-    moxi_rectangle(canvas, left, top, OnCanvasX(x + width) - left, OnCanvasY(y + height) - top,
+    moxi_rectangle(gameCanvas, left, top, OnCanvasX(x + width) - left, OnCanvasY(y + height) - top,
                    fill, MOXI_NO_FRAME);
 }
 
@@ -149,19 +73,19 @@ void draw_frame(float x, float y, float width, float height, colour stroke) {
     const int left = OnCanvasX(x), top = OnCanvasY(y);
     const int right = OnCanvasX(x + width), bottom = OnCanvasY(y + height);
     if (right - left < 1 || bottom - top < 1) return;
-    moxi_rectangle(canvas, left, top, right - left, 1, stroke, MOXI_NO_FRAME);
+    moxi_rectangle(gameCanvas, left, top, right - left, 1, stroke, MOXI_NO_FRAME);
     if (bottom - top < 2) return;
-    moxi_rectangle(canvas, left, bottom - 1, right - left, 1, stroke, MOXI_NO_FRAME);
-    moxi_rectangle(canvas, left, top + 1, 1, bottom - top - 2, stroke, MOXI_NO_FRAME);
+    moxi_rectangle(gameCanvas, left, bottom - 1, right - left, 1, stroke, MOXI_NO_FRAME);
+    moxi_rectangle(gameCanvas, left, top + 1, 1, bottom - top - 2, stroke, MOXI_NO_FRAME);
     if (right - left < 2) return;
-    moxi_rectangle(canvas, right - 1, top + 1, 1, bottom - top - 2, stroke, MOXI_NO_FRAME);
+    moxi_rectangle(gameCanvas, right - 1, top + 1, 1, bottom - top - 2, stroke, MOXI_NO_FRAME);
 }
 
 static void Disc(float x, float y, float radius, colour fill, colour outline) {
     const int left = OnCanvasX(x - radius), top = OnCanvasY(y - radius);
     const int size = Whole(radius * 2);
     if (size < 1) return;
-    moxi_ellipse(canvas, left, top, size, size, moxi_ellipse_colour(fill),
+    moxi_ellipse(gameCanvas, left, top, size, size, moxi_ellipse_colour(fill),
                  moxi_ellipse_colour(outline));
 }
 
@@ -184,7 +108,7 @@ void text_align(alignment align) {
 
 // With bits that only measure, a box of one pixel will do: nothing is cut.
 static int Measure(int size, const char* text) {
-    return (int)(moxi_draw_text(canvas, text, 0, 0, 1, size, style | MOXI_TEXT_MEASURE,
+    return (int)(moxi_draw_text(gameCanvas, text, 0, 0, 1, size, style | MOXI_TEXT_MEASURE,
                                 MOXI_NO_BACKGROUND, WHITE) >>
                  16);
 }
@@ -209,7 +133,7 @@ void draw_text(float x, float y, int size, colour fill, const char* format, ...)
     int left = OnCanvasX(x);
     if (aligned == ALIGN_CENTRE) left -= width / 2;
     if (aligned == ALIGN_RIGHT) left -= width;
-    moxi_draw_text(canvas, text, left, OnCanvasY(y), width + 2, size, style, MOXI_NO_BACKGROUND,
+    moxi_draw_text(gameCanvas, text, left, OnCanvasY(y), width + 2, size, style, MOXI_NO_BACKGROUND,
                    fill);
 }
 
@@ -319,7 +243,7 @@ static void Copy(moxi_bitmap from, float x, float y, int from_x, int from_y, int
     const int left = OnCanvasX(x), top = OnCanvasY(y);
     if (from == 0 || left >= game_width() || top >= game_height()) return;
     if (left + width <= 0 || top + height <= 0) return;
-    moxi_blit(canvas, left, top, from, from_x, from_y, width, height, false, 0, 0);
+    moxi_blit(gameCanvas, left, top, from, from_x, from_y, width, height, false, 0, 0);
 }
 
 void draw_picture(picture* image, float x, float y) {

@@ -33,7 +33,8 @@ struct Report {
     }
 } report;
 
-// Before the program is prepared nothing that it is given can have a part in it.
+// Allocations before PrepareForOutOfMemory() do not count: nothing that the program is given can
+// have a part in them.
 bool Fails() {
     if (std::get_new_handler() == nullptr) {
         return false;
