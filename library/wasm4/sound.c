@@ -18,12 +18,17 @@ struct Channel {
     /* Noise is followed from sample to sample: where its generator stood last. */
     long long noiseAt;
     unsigned noise; /* its place in the generator's period */
-    double noisePhase, noiseRate, noiseSlide;
+    /* In 1/2^48 of a step: what is left over, what a sample adds, how that changes, and how the
+       change does, since a slide of the frequency is a parabola of steps. */
+    unsigned long long noisePhase, noiseRate, noiseSlide, noiseBend;
 };
 
 /* The generator is a xorshift of 16 bits (7, 9, 13), in whose period each number but 0 comes once.
    What it gives is looked up, since a high tone takes thousands of steps a sample. */
-enum { kNoisePeriod = 65535 };
+enum { kNoisePeriod = 65535, kNoiseBits = 48 };
+#define kNoiseStep 281474976710656.0
+#define kNoiseLeft 0xFFFFFFFFFFFFull
+#define kHighestNoise 65535.0                           /* Hz: 4,295 steps a sample */
 static unsigned char noiseBits[(kNoisePeriod + 7) / 8]; /* from the seed 1 on */
 
 static struct Channel channels[kChannels];
@@ -78,13 +83,22 @@ static unsigned NoiseBit(unsigned place) {
     return noiseBits[place >> 3] >> (place & 7) & 1;
 }
 
+static unsigned long long NoiseSteps(double steps) {
+    return (unsigned long long)(long long)(steps * kNoiseStep);
+}
+
+/* Frequencies grow from one to the other over `length` samples. */
 static void SetNoise(struct Channel* channel, double from, double to, long long length) {
+    if (from > kHighestNoise) from = kHighestNoise;
+    if (to > kHighestNoise) to = kHighestNoise;
+    const double slide = length > 0 ? (to - from) / (double)length : 0.0;
     MakeNoise();
     channel->noise = 0;
     channel->noiseAt = channel->start;
-    channel->noisePhase = 0.0;
-    channel->noiseRate = from;
-    channel->noiseSlide = length > 0 ? (to - from) / (double)length : 0.0;
+    channel->noisePhase = 0;
+    channel->noiseRate = NoiseSteps(from * from / 1000000.0);
+    channel->noiseSlide = NoiseSteps((2 * from + slide) * slide / 1000000.0);
+    channel->noiseBend = NoiseSteps(2 * slide * slide / 1000000.0);
 }
 
 void StartTone(long long now, unsigned frequency, unsigned duration, unsigned volume,
@@ -175,13 +189,12 @@ static void MixTriangle(const struct Channel* channel, long long at, struct Piec
 
 /* The generator runs frequency^2 / 1,000,000 steps a sample. */
 static void StepNoise(struct Channel* channel) {
-    channel->noisePhase += channel->noiseRate * channel->noiseRate / 1000000.0;
+    const unsigned long long phase = channel->noisePhase + channel->noiseRate;
     channel->noiseRate += channel->noiseSlide;
-    if (channel->noisePhase >= 1.0) {
-        const unsigned long long steps = (unsigned long long)channel->noisePhase;
-        channel->noisePhase -= (double)steps;
-        channel->noise = (unsigned)((channel->noise + steps) % kNoisePeriod);
-    }
+    channel->noiseSlide += channel->noiseBend;
+    channel->noisePhase = phase & kNoiseLeft;
+    channel->noise += (unsigned)(phase >> kNoiseBits);
+    if (channel->noise >= kNoisePeriod) channel->noise -= kNoisePeriod;
     ++channel->noiseAt;
 }
 
