@@ -5,7 +5,6 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -103,23 +102,52 @@ std::string Readable(std::string text, const LinkPlan& plan) {
     for (size_t at; (at = text.find(prefix)) != std::string::npos;) {
         text.erase(at, prefix.size());
     }
-    static const std::regex kSecondName("-[0-9a-f]{6}\\.o\\.kept");
-    static const std::regex kFurtherLine("\n>>> ");
-    return std::regex_replace(std::regex_replace(text, kSecondName, ".o"), kFurtherLine, ", ");
+    constexpr std::string_view kSecondName = ".o.kept";
+    constexpr size_t kMark = 7;  // a hyphen and six digits
+    for (size_t at = 0; (at = text.find(kSecondName, at)) != std::string::npos;) {
+        const size_t hyphen = at - std::min(at, kMark);
+        if (at - hyphen == kMark && text[hyphen] == '-' &&
+            text.find_first_not_of("0123456789abcdef", hyphen + 1) == at) {
+            text.replace(hyphen, kMark + kSecondName.size(), ".o");
+            at = hyphen;
+        } else {
+            ++at;
+        }
+    }
+    constexpr std::string_view kFurtherLine = "\n>>> ";
+    for (size_t at; (at = text.find(kFurtherLine)) != std::string::npos;) {
+        text.replace(at, kFurtherLine.size(), ", ");
+    }
+    return text;
 }
 
 void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
-    static const std::regex kNoMain("undefined symbol: (main|__main_argc_argv|__main_void)\n");
-    if (std::regex_search(errors, kNoMain)) {
-        std::cerr << "mxcc: the program has neither a main nor a moxi_message\n";
-        return;
+    for (const std::string name : {"main", "__main_argc_argv", "__main_void"}) {
+        if (errors.find("undefined symbol: " + name + "\n") != std::string::npos) {
+            std::cerr << "mxcc: the program has neither a main nor a moxi_message\n";
+            return;
+        }
     }
     std::cerr << Readable(errors, plan);
 }
 
+// Whether the bytes hold a format that prints or reads a long double, like "%-8.3Lf".
+bool HasFormatOfLongDouble(std::string_view bytes) {
+    for (size_t at = 0; (at = bytes.find('%', at)) != std::string_view::npos;) {
+        at = bytes.find_first_not_of("-+ #0123456789.*'", at + 1);
+        if (at == std::string_view::npos) {
+            break;
+        }
+        constexpr std::string_view kKinds = "aAeEfFgG";
+        if (bytes[at] == 'L' && at + 1 < bytes.size() &&
+            kKinds.find(bytes[at + 1]) != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 Linked Describe(const std::string& file) {
-    // The first text of a format that prints or reads a long double.
-    static const std::regex kFormat("%[-+ #0-9.*']*L[aAeEfFgG]");
     const std::string bytes = ReadWholeFile(file);
     Module module;
     ModuleError error;
@@ -142,7 +170,7 @@ Linked Describe(const std::string& file) {
         }
     }
     for (const DataSegment& segment : module.data) {
-        if (std::regex_search(segment.bytes.begin(), segment.bytes.end(), kFormat)) {
+        if (HasFormatOfLongDouble(segment.bytes)) {
             linked.usesLongDouble = true;
         }
     }

@@ -7,6 +7,7 @@
 
 #include "base/bytes.h"
 #include "gfx/kernels.h"
+#include "vm/fault.h"
 
 namespace moxi {
 
@@ -15,6 +16,9 @@ namespace {
 // Rows of pixels in which bytes 0 to 2 are each paired with every old byte: for one alpha, source
 // bytes run along the row and old bytes from row to row.
 constexpr u32 kBytes = 256;
+// From 0 to 255. Another alpha gives other values but reaches no other memory, at which the
+// sanitizers look.
+constexpr u32 kAlphaStep = kCheckedAccess ? 17 : 1;
 
 u32 SourcePixel(u32 x, u32 alpha) {
     return x | (255 - x) << 8 | (x ^ 0x55) << 16 | alpha << 24;
@@ -40,7 +44,7 @@ u32 Expected(u32 source, u32 old, bool inverted) {
 void CheckBlend(const Kernels& set, bool inverted) {
     std::vector<u8> from(std::size_t{kBytes} * 4);
     std::vector<u8> to(std::size_t{kBytes} * kBytes * 4);
-    for (u32 alpha = 0; alpha < 256; ++alpha) {
+    for (u32 alpha = 0; alpha < 256; alpha += kAlphaStep) {
         for (u32 x = 0; x < kBytes; ++x) {
             StoreBytes<u32>(&from[x * 4], SourcePixel(x, alpha));
         }
@@ -82,7 +86,7 @@ TEST(BlendKernels, EveryColourByteIsComposedExactlyAtEveryAlpha) {
     std::vector<u8> to(std::size_t{kBytes} * 4);
     for (const Kernels* set : AvailableKernels()) {
         u32 wrong = 0;
-        for (u32 alpha = 0; alpha < 256; ++alpha) {
+        for (u32 alpha = 0; alpha < 256; alpha += kAlphaStep) {
             for (u32 x = 0; x < kBytes; ++x) {
                 colours[x] = SourcePixel(x, alpha);
             }

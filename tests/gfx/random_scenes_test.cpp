@@ -442,12 +442,12 @@ void RunScenes(i32 largest, u64 operations) {
 }
 
 TEST(RandomScenes, EveryKernelSetDrawsWhatTheYardstickDraws) {
-    RunScenes(70, 220'000);
+    RunScenes(70, kCheckedAccess ? 55'000 : 220'000);
 }
 
 // Wider than the pieces in which scaled blits and hue squares are worked out.
 TEST(RandomScenes, LargeBitmapsAreDrawnAsTheYardstickDrawsThem) {
-    RunScenes(200, 10'000);
+    RunScenes(200, kCheckedAccess ? 4'000 : 10'000);
 }
 
 }  // namespace
