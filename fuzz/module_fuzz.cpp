@@ -37,6 +37,7 @@
 #include "host/window.h"
 #include "sys/files.h"
 #include "sys/find.h"
+#include "sys/services.h"
 #include "sys/settings.h"
 #include "sys/time_group.h"
 #include "tools/asm/assembler.h"
@@ -143,10 +144,17 @@ struct Templates {
 // --- The module: calls of services between raw bytes
 
 constexpr const char* kTexts[] = {
-    "A.DAT", "SAVE/B.DAT", "../MUSIC/A.MID", "A.WAV", "A.PNG",       "A.BMP", "S.INI",  "*",
-    "*.DAT", "Helvetica",  "../../up",       "S",     "%d %s %8.8X", "A",     "OUT.PNG"};
+    "A.DAT",       "SAVE/B.DAT", "../MUSIC/A.MID", "A.WAV",     "A.PNG",    "A.BMP",
+    "S.INI",       "*",          "*.DAT",          "Helvetica", "../../up", "S",
+    "%d %s %8.8X", "A",          "OUT.PNG",        "K",         "B",        "A.MID",
+    "SAVE"};
 constexpr u32 kTextsAt = kHeaderSize + 8;  // behind a jump over them
 constexpr u32 kTextSize = 32;
+
+u32 TextAddress(FuzzedDataProvider& input) {
+    return kTextsAt + kTextSize * input.ConsumeIntegralInRange<u32>(
+                                      0, static_cast<u32>(std::size(kTexts)) - 1);
+}
 
 u32 ChooseWord(FuzzedDataProvider& input, const std::vector<u32>& rooms) {
     switch (input.ConsumeIntegralInRange<u32>(0, 7)) {
@@ -156,28 +164,56 @@ u32 ChooseWord(FuzzedDataProvider& input, const std::vector<u32>& rooms) {
         case 3: return static_cast<u32>(-input.ConsumeIntegralInRange<i32>(0, 300));
         case 4: return input.PickValueInArray<u32>({0x8000, 0x8002, 0x8302, 64, 100, 0xFFFFFF});
         case 5: return rooms[input.ConsumeIntegralInRange<size_t>(0, rooms.size() - 1)];
-        default:
-            return kTextsAt + kTextSize * input.ConsumeIntegralInRange<u32>(
-                                              0, static_cast<u32>(std::size(kTexts)) - 1);
+        default: return TextAddress(input);
     }
+}
+
+// The words of a service's arguments, handles among them, mostly of the right kind. Behind them may
+// stand more.
+std::vector<ServiceType> ArgumentsOf(u32 command, FuzzedDataProvider& input) {
+    std::vector<ServiceType> types;
+    const Service* const service = FindService(command);
+    if (service != nullptr && input.ConsumeIntegralInRange<u32>(0, 7) != 0) {
+        for (const ServiceArgument& argument : service->arguments) {
+            if (argument.type != ServiceType::None) {
+                types.push_back(argument.type);
+            }
+            if (argument.type == ServiceType::Wide) {
+                types.push_back(argument.type);
+            }
+        }
+        return types;
+    }
+    types.resize(input.ConsumeIntegralInRange<u32>(0, 9));
+    for (ServiceType& type : types) {
+        type = input.ConsumeIntegralInRange<u32>(0, 3) == 0 ? ServiceType::File : ServiceType::None;
+    }
+    return types;
 }
 
 void AddCall(Module& module, const Templates& code, FuzzedDataProvider& input,
              const std::vector<u32>& rooms) {
     static constexpr u8 kGroups[] = {0, 1, 2, 3, 5, 5, 5, 5, 6, 7, 8, 9, 0xFF};
-    const u32 group = input.PickValueInArray(kGroups);
-    const u32 command = group << 8 | (input.ConsumeIntegral<u8>() & 0x7F);
+    // Services that there are, and a few that there are not.
+    const u32 command =
+        input.ConsumeIntegralInRange<u32>(0, 7) != 0
+            ? kServices[input.ConsumeIntegralInRange<size_t>(0, std::size(kServices) - 1)].command
+            : u32{input.PickValueInArray(kGroups)} << 8 | (input.ConsumeIntegral<u8>() & 0x7F);
     const u32 block = rooms[input.ConsumeIntegralInRange<size_t>(0, rooms.size() - 1)];
     static const Template store = MakeTemplate("MOVE.L [0x11111111], #0x22222222");
     module.Add(store, block, command);
-    const u32 arguments = input.ConsumeIntegralInRange<u32>(0, 9);
-    for (u32 i = 0; i < arguments; ++i) {
-        if (input.ConsumeIntegralInRange<u32>(0, 3) == 0) {
-            // A result of an earlier call: a handle.
+    const std::vector<ServiceType> types = ArgumentsOf(command, input);
+    for (u32 i = 0; i < types.size(); ++i) {
+        const bool isHandle = types[i] == ServiceType::File || types[i] == ServiceType::Bitmap ||
+                              types[i] == ServiceType::Block;
+        if (isHandle && input.ConsumeIntegralInRange<u32>(0, 7) != 0) {
+            // A result of an earlier call.
             static const Template load = MakeTemplate("MOVE.L R2, [0x11111111]");
             static const Template pass = MakeTemplate("MOVE.L [0x11111111], R2");
             module.Add(load, rooms[0] + 4 * input.ConsumeIntegralInRange<u32>(0, 7));
             module.Add(pass, block + 4 + 4 * i);
+        } else if (types[i] == ServiceType::Text && input.ConsumeIntegralInRange<u32>(0, 7) != 0) {
+            module.Add(store, block + 4 + 4 * i, TextAddress(input));
         } else {
             module.Add(store, block + 4 + 4 * i, ChooseWord(input, rooms));
         }

@@ -5,6 +5,8 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 #include "fuzz/require.h"
 #include "tests/wasm/random_module.h"
@@ -70,6 +72,16 @@ std::string ModuleWithDebugInformation(FuzzedDataProvider& input) {
     return bytes;
 }
 
+std::string SmallConsole(const char* files) {
+    static const std::string bytes = [files] {
+        std::ifstream file(
+            std::string(files != nullptr ? files : "fuzz/corpus") + "/console/console.wasm",
+            std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }();
+    return bytes;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
@@ -82,11 +94,15 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     options.checkBounds = input.ConsumeBool();
     options.wantAssembly = input.ConsumeBool();
     const u32 kind = input.ConsumeIntegralInRange<u32>(0, 3);
-    const std::string console =
-        kind == 3 ? MakeRandomModule(input.ConsumeIntegral<u8>()).bytes : "";
-    const std::string bytes = kind == 0   ? input.ConsumeRemainingBytesAsString()
-                              : kind == 1 ? ModuleWithDebugInformation(input)
-                                          : ChangedModule(input);
+    const u8 seed = kind == 3 ? input.ConsumeIntegral<u8>() : 0;
+    // A console that cartridges can be joined with, and any module as one.
+    const bool hasConsole = kind == 3 && seed == 0;
+    const std::string console = hasConsole  ? SmallConsole(files)
+                                : kind == 3 ? MakeRandomModule(seed).bytes
+                                            : "";
+    const std::string bytes = kind == 0 || hasConsole ? input.ConsumeRemainingBytesAsString()
+                              : kind == 1             ? ModuleWithDebugInformation(input)
+                                                      : ChangedModule(input);
     if (kind == 3) {
         options.cartridge = bytes;
     }

@@ -323,10 +323,10 @@ void BodyBuilder::EmitWrongEntries() {
         select.function = wrong.function;
         select.origin = wrong.origin;
         select.Label(wrong.label);
-        select.Two(TwoOperand::Cmp, OperandSize::Long,
-                   AtIndex(wrong.entry, Base::Data, plan.tableCell + 4), Number(0));
-        select.Branch(Condition::Eq, select.TrapLabel(Trap::UninitializedElement));
-        select.Jump(select.TrapLabel(Trap::TypeMismatch));
+        // The trap tells an empty entry by the number of its type, which is 0.
+        select.Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceBlock),
+                   AtIndex(wrong.entry, Base::Data, plan.tableCell + 4));
+        select.Jump(select.TrapLabel(Trap::WrongEntry));
     }
 }
 

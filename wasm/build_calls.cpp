@@ -239,7 +239,10 @@ void BodyBuilder::CallIndirect(u32 typeIndex) {
         }
     }
     const Variable number = select.InVariable(index);
-    select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), Number(plan.tableSize));
+    constexpr u32 kMostQuick = 7;
+    const Operand size = plan.tableSize <= kMostQuick ? Number(plan.tableSize)
+                                                      : AtAddress(Base::Data, kTableCell);
+    select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), size);
     select.Branch(Condition::Ge, select.TrapLabel(Trap::UndefinedElement));
     const Variable entry = select.NewVariable();
     select.Put(entry, ValueType::I32, InRegister(number));

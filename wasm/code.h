@@ -90,6 +90,7 @@ struct Instruction {
     OperandSize size = OperandSize::Long;
     u8 arguments = 0;  // registers that a call reads, or that a return hands over
     bool isSetjmp = false;
+    bool isLate = false;  // stands behind the function's end, far from what it belongs to
     bool isLow = false;  // of a copy or a push: nobody looks at the upper half of what it hands over
     u32 target = 0;
     u32 pushed = 0;

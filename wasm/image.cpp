@@ -437,6 +437,7 @@ void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
     StoreBytes(OwnData(plan, kPagesCell), static_cast<u32>(layout.initialBytes / kPage));
     StoreBytes(OwnData(plan, kBaseCell), static_cast<u32>(layout.memoryAt));
     StoreBytes(OwnData(plan, kLimitCell), layout.initialBytes);
+    StoreBytes(OwnData(plan, kTableCell), u64{plan.tableSize});
     for (u32 i = 0; i < module.globals.size(); ++i) {
         StoreBytes(OwnData(plan, plan.globalCells[i]), ValueOf(plan, module.globals[i].initial));
     }
@@ -665,7 +666,9 @@ void ImageBuilder::Run() {
     if (!WriteHeader()) {
         return;
     }
-    CollectSymbols();
+    if (options.wantSymbols) {
+        CollectSymbols();
+    }
     if (options.wantAssembly) {
         result.assembly = FormatAssembly(result, parts.code);
     }

@@ -186,11 +186,15 @@ void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool
 // way that is gone most often has no jump in it then.
 void Selector::EmitLateSigns() {
     depth = 0;
+    const u64 first = code.instructions.size();
     for (const LateSigns& late : lateSigns) {
         origin = late.origin;
         Label(late.isNegative);
         TestBranch(Condition::Lt, late.size, InRegister(late.second), late.compare);
         Jump(late.target);
+    }
+    for (u64 i = first; i < code.instructions.size(); ++i) {
+        code.instructions[i].isLate = true;
     }
 }
 

@@ -10,6 +10,7 @@
 #include "wasm/link.h"
 #include "wasm/stack_checks.h"
 #include "wasm/straighten.h"
+#include "wasm/tails.h"
 
 namespace moxi {
 
@@ -166,6 +167,10 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
         AddInMemory(code);
         const Allocation allocation = Allocate(code);
         RemoveIdle(code, allocation);
+        if (known == nullptr && plan.sources.files.empty()) {
+            MergeTails(code, allocation);
+            RemoveIdle(code, allocation);
+        }
         parts.functions[plan.functionBase + i] =
             parts.code.base + static_cast<u32>(parts.code.bytes.size());
         if (!EncodeFunction(code, allocation, parts.code)) {
