@@ -6,6 +6,8 @@
 
 #include <cstring>
 
+#include "base/log.h"
+
 namespace moxi {
 
 int StartHelperProcess(const std::function<void(int connection)>& serve) {
@@ -29,6 +31,20 @@ int StartHelperProcess(const std::function<void(int connection)>& serve) {
     }
     waitpid(child, nullptr, 0);
     return ends[0];
+}
+
+void CloseOthers(int kept) {
+    // The log may have been given another descriptor than the stream's.
+    if (errorDescriptor != STDERR_FILENO) {
+        dup2(errorDescriptor, STDERR_FILENO);
+        errorDescriptor = STDERR_FILENO;
+    }
+    constexpr unsigned kFirst = STDERR_FILENO + 1;
+    const auto own = static_cast<unsigned>(kept);
+    if (own > kFirst) {
+        close_range(kFirst, own - 1, 0);
+    }
+    close_range(own >= kFirst ? own + 1 : kFirst, ~0U, 0);
 }
 
 ssize_t SendWithFile(int connection, const void* bytes, std::size_t size, int file, int flags) {

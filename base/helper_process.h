@@ -13,6 +13,10 @@ namespace moxi {
 // Before there are threads: the process is a copy of this one.
 int StartHelperProcess(const std::function<void(int connection)>& serve);
 
+// Closes every descriptor but the standard streams and this one. Such processes are copies of the
+// program's and would hold open what others talk through, or what the program was started with.
+void CloseOthers(int kept);
+
 // Sends one packet of bytes, and with it the open file unless it is -1, which stays open here too.
 // What `sendmsg` returns with these flags.
 ssize_t SendWithFile(int connection, const void* bytes, std::size_t size, int file, int flags);

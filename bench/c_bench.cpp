@@ -206,17 +206,11 @@ std::string Table(const std::vector<Result>& results) {
 }
 
 int Main(int argc, char** argv) {
-    std::string update;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--runs" && i + 1 < argc) {
-            runs = std::max(1, std::atoi(argv[++i]));
-        } else if (argument == "--update" && i + 1 < argc) {
-            update = argv[++i];
-        } else {
-            Fail("usage: c_bench [--runs N] [--update FILE]");
-        }
+    TableOptions options = {runs, ""};
+    if (!ReadTableOptions(argc, argv, "--runs", options)) {
+        Fail("usage: c_bench [--runs N] [--update FILE]");
     }
+    runs = options.number;
     char folder[] = "/tmp/c_bench.XXXXXX";
     if (mkdtemp(folder) == nullptr) {
         Fail("no folder can be made in /tmp");
@@ -227,10 +221,9 @@ int Main(int argc, char** argv) {
         results.push_back(Measure(kernel));
     }
     fs::remove_all(work);
-    const std::string table = Table(results);
-    std::cout << table;
-    if (!update.empty() && !UpdateTable(update, kBeginMarker, kEndMarker, table)) {
-        Fail(update + ": the marker lines of the table are not there");
+    const std::string wrong = ShowTable(options, kBeginMarker, kEndMarker, Table(results));
+    if (!wrong.empty()) {
+        Fail(wrong);
     }
     return 0;
 }

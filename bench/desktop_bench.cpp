@@ -45,11 +45,6 @@ constexpr int kDrawnX = 10;
 constexpr int kDrawnY = 20;
 constexpr unsigned kOtherColour = 0x123456;
 
-struct Options {
-    int seconds = 10;
-    std::string update;
-};
-
 // moxi, silent, with this game.
 std::vector<std::string> Command(const std::string& folder, const std::string& game) {
     return {std::string(MOXI_BIN_DIR) + "/moxi", "--mute", "--data-folder", folder + "/data", game};
@@ -121,7 +116,7 @@ std::string Processor() {
     return OutputOf("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1");
 }
 
-std::string Measure(const Options& options) {
+std::string Measure(int seconds) {
     XSession session;
     if (!session.Start("1400x900x24")) {
         Fail("Xvfb, openbox or xdotool is missing");
@@ -132,13 +127,13 @@ std::string Measure(const Options& options) {
     std::vector<double> times;
     {
         const RunningGame game(Command(folder.path, MakeMessageModule(folder.path)), "Bench");
-        still = Load(game, options.seconds);
+        still = Load(game, seconds);
         touched = TouchedPixels(game);
         times = KeyToScreen(game);
     }
     const fs::path demo = fs::path(MOXI_BIN_DIR).parent_path() / "share" / "moxi" / "demo";
     const RunningGame game(Command(folder.path, demo.string()), "MOXI Demo");
-    const double moving = Load(game, options.seconds);
+    const double moving = Load(game, seconds);
 
     std::string table =
         Row("Processor: %s; Xvfb and openbox on the same machine.\n\n", Processor().c_str());
@@ -154,27 +149,6 @@ std::string Measure(const Options& options) {
     return table;
 }
 
-void Update(const std::string& path, const std::string& table) {
-    if (!UpdateTable(path, kBeginMarker, kEndMarker, table)) {
-        Fail(path + ": the marker lines of the table are not there");
-    }
-}
-
-Options ReadOptions(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--seconds" && i + 1 < argc) {
-            options.seconds = std::max(1, std::atoi(argv[++i]));
-        } else if (argument == "--update" && i + 1 < argc) {
-            options.update = argv[++i];
-        } else {
-            Fail("usage: desktop_bench [--seconds N] [--update FILE]");
-        }
-    }
-    return options;
-}
-
 }  // namespace
 
 [[noreturn]] void Fail(const std::string& what) {
@@ -185,11 +159,13 @@ Options ReadOptions(int argc, char** argv) {
 namespace {
 
 int Main(int argc, char** argv) {
-    const Options options = ReadOptions(argc, argv);
-    const std::string table = Measure(options);
-    std::fputs(table.c_str(), stdout);
-    if (!options.update.empty()) {
-        Update(options.update, table);
+    TableOptions options = {10, ""};
+    if (!ReadTableOptions(argc, argv, "--seconds", options)) {
+        Fail("usage: desktop_bench [--seconds N] [--update FILE]");
+    }
+    const std::string wrong = ShowTable(options, kBeginMarker, kEndMarker, Measure(options.number));
+    if (!wrong.empty()) {
+        Fail(wrong);
     }
     return 0;
 }

@@ -45,11 +45,6 @@ constexpr int kWarmUpMs = 2000;
 // Until the firefly does so without a key, in virtual time.
 constexpr int kUntilDemoMs = 9000;
 
-struct Options {
-    int seconds = 6;
-    std::string update;
-};
-
 // The game with two keys for measuring: one begins the firefly's flight, each press of the other
 // appends the number of pictures to a list. The firefly goes on flying, which other keys would end.
 constexpr const char* kMeasuredGame = R"(
@@ -156,7 +151,7 @@ struct Setting {
     unsigned height = 800;
 };
 
-WindowFigures MeasureWindow(const Options& options, const Setting& setting) {
+WindowFigures MeasureWindow(int watched, const Setting& setting) {
     XSession session;
     if (!session.Start(setting.screen)) {
         Fail("Xvfb, openbox or xdotool is missing");
@@ -180,7 +175,7 @@ WindowFigures MeasureWindow(const Options& options, const Setting& setting) {
         const auto start = std::chrono::steady_clock::now();
         const double before = game.ProcessorTime();
         PressX11Key(kMarkKey);
-        SleepMs(options.seconds * 1000);
+        SleepMs(watched * 1000);
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         processor = game.ProcessorTime() - before;
         seconds = passed.count();
@@ -226,21 +221,21 @@ HeadlessRun PlayHeadless(const MeasuredGame& measured, const std::string& folder
 
 // Real milliseconds for a picture without a window: the difference of two runs leaves out the
 // start, the title and the end.
-double MeasureHeadless(const Options& options) {
+double MeasureHeadless(int seconds) {
     const Folder folder;
     const MeasuredGame measured = MakeGame(folder.path);
     const int first = kUntilDemoMs / 1000;
     const HeadlessRun before = PlayHeadless(measured, folder.path, first);
-    const HeadlessRun after = PlayHeadless(measured, folder.path, first + options.seconds);
+    const HeadlessRun after = PlayHeadless(measured, folder.path, first + seconds);
     if (after.frames <= before.frames) {
         Fail("the game draws nothing");
     }
     return (after.seconds - before.seconds) * 1000 / (after.frames - before.frames);
 }
 
-std::string Measure(const Options& options) {
-    const WindowFigures window = MeasureWindow(options, {"1400x900x24", ""});
-    const double headless = MeasureHeadless(options);
+std::string Measure(int seconds) {
+    const WindowFigures window = MeasureWindow(seconds, {"1400x900x24", ""});
+    const double headless = MeasureHeadless(seconds);
     const std::string processor =
         OutputOf("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1");
     std::string table =
@@ -262,27 +257,12 @@ std::string Measure(const Options& options) {
         "enlarged by 2.7, 3456 x 2160, smooth", "enlarged by 3 steps, full screen of 3840 x 2160",
         "full screen of 3840 x 2160, not enlarged"};
     for (std::size_t i = 0; i < std::size(kLarge); ++i) {
-        const WindowFigures large = MeasureWindow(options, kLarge[i]);
+        const WindowFigures large = MeasureWindow(seconds, kLarge[i]);
         table += Row("| %s: pictures a second | %.1f | 60 |\n", kNames[i], large.framesPerSecond);
         table += Row("| %s: processor time of a picture | %.2f ms | < 16.67 ms |\n", kNames[i],
                      large.msPerFrame);
     }
     return table;
-}
-
-Options ReadOptions(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--seconds" && i + 1 < argc) {
-            options.seconds = std::clamp(std::atoi(argv[++i]), 1, 40);  // the demo's length
-        } else if (argument == "--update" && i + 1 < argc) {
-            options.update = argv[++i];
-        } else {
-            Fail("usage: game_bench [--seconds N] [--update FILE]");
-        }
-    }
-    return options;
 }
 
 }  // namespace
@@ -295,11 +275,14 @@ Options ReadOptions(int argc, char** argv) {
 namespace {
 
 int Main(int argc, char** argv) {
-    const Options options = ReadOptions(argc, argv);
-    const std::string table = Measure(options);
-    std::fputs(table.c_str(), stdout);
-    if (!options.update.empty() && !UpdateTable(options.update, kBeginMarker, kEndMarker, table)) {
-        Fail(options.update + ": the marker lines of the table are not there");
+    TableOptions options = {6, ""};
+    if (!ReadTableOptions(argc, argv, "--seconds", options)) {
+        Fail("usage: game_bench [--seconds N] [--update FILE]");
+    }
+    options.number = std::min(options.number, 40);  // the demo's length
+    const std::string wrong = ShowTable(options, kBeginMarker, kEndMarker, Measure(options.number));
+    if (!wrong.empty()) {
+        Fail(wrong);
     }
     return 0;
 }

@@ -101,7 +101,7 @@ void Run(const Case& test) {
             ratios[i].push_back(TimeBatch(test.others[i].work, repeats[i]) / own.back());
         }
     }
-    std::printf("| %s | %.2f us, best %.2f |", test.name.c_str(), Median(own) * 1e6,
+    std::printf("| %s | %.3f us, best %.3f |", test.name.c_str(), Median(own) * 1e6,
                 *std::min_element(own.begin(), own.end()) * 1e6);
     for (std::size_t i = 0; i < test.others.size(); ++i) {
         const double ratio = Median(ratios[i]);

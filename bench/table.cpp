@@ -1,9 +1,36 @@
 #include "bench/table.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
 namespace moxi {
+
+bool ReadTableOptions(int argc, char** argv, const std::string& numberOption,
+                      TableOptions& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == numberOption && i + 1 < argc) {
+            options.number = std::max(1, std::atoi(argv[++i]));
+        } else if (argument == "--update" && i + 1 < argc) {
+            options.update = argv[++i];
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string ShowTable(const TableOptions& options, const std::string& begin, const std::string& end,
+                      const std::string& table) {
+    std::fputs(table.c_str(), stdout);
+    if (options.update.empty() || UpdateTable(options.update, begin, end, table)) {
+        return "";
+    }
+    return options.update + ": the marker lines of the table are not there";
+}
 
 bool UpdateTable(const std::string& path, const std::string& begin, const std::string& end,
                  const std::string& table) {

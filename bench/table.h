@@ -1,9 +1,24 @@
 #pragma once
-// Tables that a benchmark program keeps up to date in a page of docs/.
+// Tables that a benchmark program prints and keeps up to date in a page of docs/, and the command
+// line of such a program.
 
 #include <string>
 
 namespace moxi {
+
+struct TableOptions {
+    int number = 0;      // of `--runs` or `--seconds`, at least 1
+    std::string update;  // the page, or ""
+};
+
+// Reads `NUMBER_OPTION N` and `--update FILE`, each of which may be left out. False for anything
+// else.
+bool ReadTableOptions(int argc, char** argv, const std::string& numberOption,
+                      TableOptions& options);
+
+// Prints the table and puts it into the page that the options name. Returns "" or what is wrong.
+std::string ShowTable(const TableOptions& options, const std::string& begin, const std::string& end,
+                      const std::string& table);
 
 // Puts `table` between the lines `begin` and `end` of the file, in place of what stands there.
 // False when the file cannot be read or does not have the lines; it is then left as it is.

@@ -175,10 +175,8 @@ Selection PeekHostBitmap(u32 handle) {
     return selection;
 }
 
-void RequireArea(const Selection& selection, const Area& area) {
-    if (!area.Empty() && !Reaches(selection, area)) {
-        MemoryFault();
-    }
+bool IsFarAreaInImage(const Selection& selection, const Area& area) {
+    return IsInImage<WideInt>(selection, area);
 }
 
 void GrowDirtyRect(i32 x, i32 y, i32 w, i32 h) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "base/types.h"
+#include "vm/fault.h"
 #include "vm/machine.h"
 
 namespace moxi {
@@ -108,9 +109,13 @@ inline Area ClipArea(const Selection& selection) {
             i64{selection.clipY} + selection.clipHeight};
 }
 
+// Products of two numbers of a record do not fit 64 bits: rows and strides of 2^31 come from
+// modules that mean harm.
+__extension__ using WideInt = __int128;
+
 // The bytes of a non-empty area, from the lowest one to the end, are in the image.
 template <class Int>
-bool IsInImage(const Selection& selection, const Area& area) {
+[[gnu::always_inline]] inline bool IsInImage(const Selection& selection, const Area& area) {
     // The stride may be negative, so the lowest row is the first or the last one.
     const Int firstRow = Int{area.top} * selection.stride;
     const Int lastRow = Int{area.bottom - 1} * selection.stride;
@@ -121,9 +126,8 @@ bool IsInImage(const Selection& selection, const Area& area) {
     return lowest >= 0 && end <= Int{imageSize};
 }
 
-// Products of two numbers of a record do not fit 64 bits: rows and strides of 2^31 come from
-// modules that mean harm.
-__extension__ using WideInt = __int128;
+// The same for areas of any size; out of line, because hardly any area needs it.
+bool IsFarAreaInImage(const Selection& selection, const Area& area);
 
 // Whether every pixel of a non-empty area lies in the image, or in the host bitmap.
 inline bool Reaches(const Selection& selection, const Area& area) {
@@ -132,11 +136,15 @@ inline bool Reaches(const Selection& selection, const Area& area) {
                area.bottom <= selection.height;
     }
     const bool isUsual = ((area.left | area.top | area.right | area.bottom) >> 30) == 0;
-    return isUsual ? IsInImage<i64>(selection, area) : IsInImage<WideInt>(selection, area);
+    return isUsual ? IsInImage<i64>(selection, area) : IsFarAreaInImage(selection, area);
 }
 
 // Ends the host with a memory fault unless the area is empty or reached.
-void RequireArea(const Selection& selection, const Area& area);
+inline void RequireArea(const Selection& selection, const Area& area) {
+    if (!area.Empty() && !Reaches(selection, area)) {
+        MemoryFault();
+    }
+}
 
 // The bytes of pixel (x, y), which must be reached.
 inline u8* PixelAt(const Selection& selection, i64 x, i64 y) {

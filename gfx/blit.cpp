@@ -34,27 +34,37 @@ bool AreSeparate() {
     return srcSelection.host != dstSelection.host;
 }
 
-void CopyBand(const Copy& copy, const Area& target, bool invert) {
-    u8* to = PixelAt(dstSelection, target.left, target.top);
-    const u8* from =
+// A copy of some height within one memory, where each row is looked at by itself.
+[[gnu::noinline]] void CopyRowByRow(u8* to, const u8* from, std::size_t count, std::size_t rows,
+                                    bool invert) {
+    for (std::size_t row = 0; row < rows; ++row) {
+        const Kernels* const set = RowOverlaps(to, from) ? &scalarKernels : kernels;
+        (invert ? set->blendInverted : set->blend)(to, 0, from, 0, count, 1);
+        to += dstSelection.stride;
+        from += srcSelection.stride;
+    }
+}
+
+[[gnu::always_inline]] inline void CopyBand(const Copy& copy, const Area& target, bool invert) {
+    u8* const to = PixelAt(dstSelection, target.left, target.top);
+    const u8* const from =
         PixelAt(srcSelection, target.left + copy.toSourceX, target.top + copy.toSourceY);
     const i64 toStride = dstSelection.stride;
     const i64 fromStride = srcSelection.stride;
     const std::size_t count = static_cast<std::size_t>(target.right - target.left);
     const std::size_t rows = static_cast<std::size_t>(target.bottom - target.top);
-    const auto blend = [&](const Kernels* set, std::size_t rowCount) {
-        (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rowCount);
-    };
-    if (AreSeparate() || rows == 1 || toStride == fromStride) {
-        blend(!AreSeparate() && RowOverlaps(to, from) ? &scalarKernels : kernels, rows);
-        return;
+    const Kernels* set = kernels;
+    if (!AreSeparate()) {
+        if (rows != 1 && toStride != fromStride) {
+            CopyRowByRow(to, from, count, rows, invert);
+            return;
+        }
+        set = RowOverlaps(to, from) ? &scalarKernels : kernels;
     }
-    for (std::size_t row = 0; row < rows; ++row, to += toStride, from += fromStride) {
-        blend(RowOverlaps(to, from) ? &scalarKernels : kernels, 1);
-    }
+    (invert ? set->blendInverted : set->blend)(to, toStride, from, fromStride, count, rows);
 }
 
-void CopyArea(const Copy& copy, bool invert) {
+[[gnu::always_inline]] inline void CopyArea(const Copy& copy, bool invert) {
     if (copy.target.Empty()) {
         return;
     }
@@ -106,9 +116,14 @@ struct BlitWork {
 // Copies narrower than this are drawn row by row across all of them, if it makes no difference: a
 // screen is then walked through once in the order of its memory.
 constexpr i64 kNarrowCopy = 256;
+// And only across rows that are short enough to be announced one by one.
+constexpr i64 kLongestRow = 1 << 16;
 
 bool IsNarrowTiling(const BlitWork& work) {
     if (work.tiling.width >= kNarrowCopy || work.tiling.IsFirstCopy(work.visible)) {
+        return false;
+    }
+    if (work.visible.right - work.visible.left > kLongestRow) {
         return false;
     }
     if (!RowsAreApart(dstSelection, work.visible)) {
@@ -118,13 +133,29 @@ bool IsNarrowTiling(const BlitWork& work) {
     return Reaches(srcSelection, source) && !MayOverlap(source, work.visible);
 }
 
+// Source and destination share no bytes, so that every row may be drawn by the fastest loops.
 void RunNarrowTiling(const BlitWork& work) {
-    for (i64 y = work.visible.top; y < work.visible.bottom; ++y) {
-        NoteDrawing(kPixelsOfAStep);
-        const Area row = {work.visible.left, y, work.visible.right, y + 1};
-        ForEachTile(work.tiling, row, [&](i64 tileX, i64 tileY, const Area& part) {
-            CopyArea({part, work.sourceX - tileX, work.sourceY - tileY}, work.invert);
-        });
+    const Tiling& tiling = work.tiling;
+    const Area& visible = work.visible;
+    const auto blend = work.invert ? kernels->blendInverted : kernels->blend;
+    const i64 firstColumn = (visible.left - tiling.x) % tiling.width;
+    const i64 width = visible.right - visible.left;
+    const i64 copies = (firstColumn + width + tiling.width - 1) / tiling.width;
+    i64 row = (visible.top - tiling.y) % tiling.height;
+    for (i64 y = visible.top; y < visible.bottom; ++y) {
+        NoteDrawing(static_cast<u64>(width) + static_cast<u64>(copies) * kPixelsOfAStep);
+        u8* to = PixelAt(dstSelection, visible.left, y);
+        i64 column = firstColumn;
+        for (i64 left = width; left > 0;) {
+            const std::size_t count =
+                static_cast<std::size_t>(std::min(tiling.width - column, left));
+            blend(to, 0, PixelAt(srcSelection, work.sourceX + column, work.sourceY + row), 0, count,
+                  1);
+            to += count * kBytesPerPixel;
+            left -= static_cast<i64>(count);
+            column = 0;
+        }
+        row = row + 1 == tiling.height ? 0 : row + 1;
     }
 }
 
@@ -185,35 +216,37 @@ bool RunOneCopy(const Area& visible, i64 toSourceX, i64 toSourceY, bool invert) 
     }
 }
 
+// Copies up to a limit, or one whose destination is not reached. True when there is no end of them:
+// inverted copies are placed side by side by a test of the source's x, not of the position, so that
+// there is one copy in each row of copies, or no end.
+[[gnu::noinline]] bool BlitCopies(Tiling tiling, i32 sourceX, i32 sourceY, bool invert, i32 right) {
+    if (tiling.width <= 0 || tiling.height <= 0) {
+        return false;
+    }
+    const bool endless = invert && sourceX > 0 && sourceX < right;
+    if (endless) {
+        tiling.bottom = std::min(tiling.bottom, tiling.y + tiling.height);
+    } else if (invert) {
+        tiling.right = std::min(tiling.right, tiling.x + tiling.width);
+    }
+    RunBlit({tiling, Intersect(tiling.Extent(), ClipArea(dstSelection)), sourceX, sourceY, invert});
+    return endless;
+}
+
 }  // namespace
 
 void Blit(u32 destination, i32 x, i32 y, u32 source, i32 sourceX, i32 sourceY, i32 width,
           i32 height, bool invert, i32 right, i32 bottom) {
     StartDSTSRC(source, destination);
-    // Inverted copies are placed side by side by a test of the source's x, not of the position:
-    // one copy in each row of copies, or no end of them.
-    const bool empty = width <= 0 || height <= 0;
-    const bool endless = !empty && invert && sourceX > 0 && sourceX < right;
     const Area once = {x, y, i64{x} + width, i64{y} + height};
-    const bool done = !empty && right == 0 && bottom == 0 &&
-                      RunOneCopy(Intersect(once, ClipArea(dstSelection)), i64{sourceX} - x,
-                                 i64{sourceY} - y, invert);
-    if (!empty && !done) {
-        Tiling tiling = MakeTiling(x, y, width, height, right, bottom);
-        if (invert && !endless) {
-            tiling.right = std::min(tiling.right, i64{x} + width);
-        }
-        if (endless) {
-            tiling.bottom = std::min(tiling.bottom, i64{y} + height);
-        }
-        RunBlit(
-            {tiling, Intersect(tiling.Extent(), ClipArea(dstSelection)), sourceX, sourceY, invert});
-    }
-    if (endless) {
+    const bool done =
+        (right | bottom) == 0 && RunOneCopy(Intersect(once, ClipArea(dstSelection)),
+                                            i64{sourceX} - x, i64{sourceY} - y, invert);
+    if (!done && BlitCopies(MakeTiling(x, y, width, height, right, bottom), sourceX, sourceY,
+                            invert, right)) {
         // Nothing is drawn from here on, so what runs while the host is asked may select bitmaps.
         EndDSTSRC();
         PlaceCopiesForever();
-        return;
     }
     if (destination == kScreenBitmap) {
         GrowDirtyRect(x, y, GrowthTo(right, x, width), GrowthTo(bottom, y, height));

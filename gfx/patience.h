@@ -39,25 +39,37 @@ inline void NoteDrawing(u64 pixels) {
     AskWhetherToEnd();
 }
 
-// The area from the top down in bands of whole rows, each announced. Most areas are one band, and
-// small ones come by the thousand, so that the division is worth avoiding.
-template <class Visit>
-void ForEachBand(const Area& area, Visit visit) {
-    const i64 width = area.right - area.left;
-    const i64 height = area.bottom - area.top;
+// Whether an area is so small that it is announced and drawn as a whole. Nearly all are, and
+// thousands of them make a picture.
+inline bool IsOneBand(i64 width, i64 height) {
     constexpr i64 kShort = 1 << 11;
-    if (width <= kShort && height <= kShort) {
-        if (height > 0) {
-            NoteDrawing(static_cast<u64>(width * height));
-            visit(area);
-        }
-        return;
-    }
+    return width <= kShort && height <= kShort;
+}
+
+// A larger area from the top down in bands of whole rows, each announced.
+template <class Visit>
+[[gnu::noinline]] void ForEachBandOfLarge(const Area& area, Visit visit) {
+    const i64 width = area.right - area.left;
     const i64 most = std::max<i64>(i64{kPixelsBetweenQuestions} / std::max<i64>(width, 1), 1);
     for (i64 top = area.top; top < area.bottom; top += most) {
         const Area band = {area.left, top, area.right, std::min(top + most, area.bottom)};
         NoteDrawing(static_cast<u64>(width * (band.bottom - band.top)));
         visit(band);
+    }
+}
+
+// Any area in such bands.
+template <class Visit>
+[[gnu::always_inline]] inline void ForEachBand(const Area& area, Visit visit) {
+    const i64 width = area.right - area.left;
+    const i64 height = area.bottom - area.top;
+    if (!IsOneBand(width, height)) {
+        ForEachBandOfLarge(area, visit);
+        return;
+    }
+    if (height > 0) {
+        NoteDrawing(static_cast<u64>(width * height));
+        visit(area);
     }
 }
 

@@ -1,4 +1,4 @@
-#include "kit/bindings.h"
+#include "kit/service_files.h"
 
 #include <cctype>
 

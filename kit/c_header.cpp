@@ -1,4 +1,4 @@
-#include "kit/c_header.h"
+#include "kit/service_files.h"
 
 #include <cctype>
 #include <sstream>

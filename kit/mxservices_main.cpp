@@ -5,8 +5,7 @@
 #include <iostream>
 #include <string_view>
 
-#include "kit/bindings.h"
-#include "kit/c_header.h"
+#include "kit/service_files.h"
 
 int main(int argc, char** argv) {
     const std::string_view what = argc > 1 ? argv[1] : "";

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/bytes.h"
+#include "base/hex_digit.h"
 #include "sys/files.h"
 #include "sys/settings_buffer.h"
 
@@ -136,17 +137,10 @@ struct ParsedNumber {
     Place end;
 };
 
+// What is no digit of any base counts as 16.
 int DigitValue(u8 c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    return 16;
+    const int digit = HexDigit(static_cast<char>(c));
+    return digit < 0 ? 16 : digit;
 }
 
 ParsedNumber ParseNumber(Place place) {

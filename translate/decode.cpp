@@ -72,10 +72,6 @@ void DecodeOneOperand(Instruction& in) {
     if (op == OneOperand::Extz || op == OneOperand::Exts) {
         known = size != 3;
     }
-    // Unsigned numbers of 64 bits have no conversion of one instruction.
-    if (op == OneOperand::Utof || op == OneOperand::Utod) {
-        known = size != 3;
-    }
     if (in.mode == Mode::Register && WideRegister(in.w) > kLastRegister) {
         known = false;
     }

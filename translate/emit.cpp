@@ -126,17 +126,32 @@ void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
     const Label wanted = e.a.newLabel();
     e.returns.push_back({wanted, returned});
     e.a.cmp(x86::rax, x86::qword_ptr(wanted));
+    const i32 arguments = static_cast<i32>(ArgumentBytes(in.w));
     if (IsNearFrame(e.facts)) {
         e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
-        e.a.lea(x86::ecx, x86::ptr(x86::r13, 12 + e.facts.depth));
-    } else {
-        e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
-        e.a.pop(x86::rcx);
+        const Emission::OtherFrame other = {e.a.newLabel(), 12 + e.facts.depth};
+        e.otherFrames.push_back(other);
+        e.a.add(x86::r13d, other.distance);
+        e.a.cmp(x86::edx, x86::r13d);
+        e.a.jne(other.label);
+        e.a.lea(x86::r12d, x86::ptr(x86::r13, arguments - e.facts.depth));
+        return;
     }
+    e.a.jne(reinterpret_cast<u64>(e.shared.strayFrame));
+    e.a.pop(x86::rcx);
     e.a.cmp(x86::edx, x86::ecx);
     e.a.jne(reinterpret_cast<u64>(e.shared.strayReturn));
-    e.a.lea(x86::r12d, x86::ptr(x86::r13, static_cast<i32>(12 + ArgumentBytes(in.w))));
+    e.a.lea(x86::r12d, x86::ptr(x86::r13, 12 + arguments));
     e.a.mov(x86::r13d, x86::ecx);
+}
+
+// Goes where a CALL goes: into its block, or to the address in eax.
+void GoToCalled(Emission& e, int block) {
+    if (block >= 0) {
+        e.a.jmp(e.labels[static_cast<size_t>(block)]);
+    } else {
+        e.a.jmp(reinterpret_cast<u64>(e.shared.jump));
+    }
 }
 
 void EmitCall(Emission& e, const Instruction& in) {
@@ -151,6 +166,9 @@ void EmitCall(Emission& e, const Instruction& in) {
     }
     const u32 next = in.pc + in.length;
     const u64 returned = next | u64{ArgumentBytes(in.w)} << 32;
+    if (block < 0 && !isThrough) {
+        e.a.mov(x86::eax, in.target);
+    }
     e.a.mov(x86::rcx, returned);
     if (in.length == 8) {
         e.a.movd(kBehindCall, x86::ecx);
@@ -160,7 +178,7 @@ void EmitCall(Emission& e, const Instruction& in) {
     }
     e.a.mov(InStack(x86::r12, -8, 8), x86::rcx);
     e.a.sub(x86::r12d, 8);
-    const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel()};
+    const Emission::FullStack full = {e.a.newLabel(), e.a.newLabel(), block};
     e.fullStacks.push_back(full);
     e.a.cmp(x86::rsp, StateField(offsetof(TranslatedState, hostStackLimit), 8));
     e.a.jbe(full.label);
@@ -171,9 +189,6 @@ void EmitCall(Emission& e, const Instruction& in) {
     if (block >= 0) {
         e.a.call(e.labels[static_cast<size_t>(block)]);
     } else {
-        if (!isThrough) {
-            e.a.mov(x86::eax, in.target);
-        }
         e.a.call(reinterpret_cast<u64>(e.shared.jump));
     }
     EmitReturned(e, in, returned);
@@ -223,7 +238,9 @@ void RequireNarrowReturn(Emission& e, u32 count) {
 }
 
 // The code behind the CALL gets in rax the return address, with the number of argument bytes in the
-// upper half, in edx the caller's FP, and in r13 still that of the code that returns.
+// upper half, in edx the caller's FP, and in r13 still that of the code that returns. Where a
+// RETURN turns out to be one for the interpreter only then, it can still be left to it: what has
+// been restored would be restored again.
 void EmitReturn(Emission& e, const Instruction& in) {
     const u32 count = SavedRegisters(in.w);
     if (count != 0) {
@@ -231,8 +248,6 @@ void EmitReturn(Emission& e, const Instruction& in) {
     }
     const Place frame = FramePlace(e, 0, x86::rdx, Use::Read);
     e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
-    e.a.cmp(x86::eax, StateField(offsetof(TranslatedState, leastReturn), 4));
-    e.a.jb(LeaveLabel(e));
     // All that may fault comes before the first change, the highest address first.
     RequireNarrowReturn(e, count);
     e.a.mov(x86::edx, MemoryOf(frame, 2));
@@ -355,7 +370,16 @@ void EmitFullStacks(Emission& e) {
     for (const Emission::FullStack& full : e.fullStacks) {
         e.a.bind(full.label);
         e.a.call(reinterpret_cast<u64>(e.shared.emptyStack));
-        e.a.jmp(full.back);
+        e.a.jbe(full.back);
+        GoToCalled(e, full.block);
+    }
+}
+
+void EmitOtherFrames(Emission& e) {
+    for (const Emission::OtherFrame& other : e.otherFrames) {
+        e.a.bind(other.label);
+        e.a.sub(x86::r13d, other.distance);
+        e.a.jmp(reinterpret_cast<u64>(e.shared.strayReturn));
     }
 }
 
@@ -531,6 +555,7 @@ Translation EmitRegion(const Region& region, u8* base, const SharedCode& shared,
     }
     EmitSideExits(e);
     EmitFullStacks(e);
+    EmitOtherFrames(e);
     EmitLowWrites(e);
     EmitDepartures(e);
     EmitEntries(e, generation);

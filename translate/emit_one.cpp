@@ -91,6 +91,38 @@ void EmitNegateFloat(Emission& e, const Place& place) {
     StoreValue(e, place, x86::rax, 2);
 }
 
+void ConvertSigned(Emission& e, const x86::Xmm& to, bool isDouble) {
+    if (isDouble) {
+        e.a.cvtsi2sd(to, x86::rax);
+    } else {
+        e.a.cvtsi2ss(to, x86::rax);
+    }
+}
+
+// The unsigned number of 64 bits in rax. One from 2^63 on is converted as its half, whose lowest
+// bit stands for the lost one, too, so that it is rounded as the whole number would be, and
+// doubled.
+void ConvertUnsigned(Emission& e, const x86::Xmm& to, bool isDouble) {
+    const Label large = e.a.newLabel();
+    const Label end = e.a.newLabel();
+    e.a.test(x86::rax, x86::rax);
+    e.a.js(large);
+    ConvertSigned(e, to, isDouble);
+    e.a.jmp(end);
+    e.a.bind(large);
+    e.a.mov(x86::ecx, x86::eax);
+    e.a.and_(x86::ecx, 1);
+    e.a.shr(x86::rax, 1);
+    e.a.or_(x86::rax, x86::rcx);
+    ConvertSigned(e, to, isDouble);
+    if (isDouble) {
+        e.a.addsd(to, to);
+    } else {
+        e.a.addss(to, to);
+    }
+    e.a.bind(end);
+}
+
 // A whole number of a size as a floating-point one; the 8 bytes are written.
 void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, u32 size) {
     if (isSigned) {
@@ -98,18 +130,20 @@ void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, 
     } else {
         LoadValue(e, x86::rax, place, size);
     }
-    if (isDouble && IsVector(place)) {
-        const x86::Xmm to = VectorRegister(vectorOf[place.number]);
-        e.a.pxor(to, to);
-        e.a.cvtsi2sd(to, x86::rax);
+    const bool isInPlace = isDouble && IsVector(place);
+    const x86::Xmm to = isInPlace ? VectorRegister(vectorOf[place.number]) : x86::xmm0;
+    e.a.pxor(to, to);
+    if (!isSigned && size == 3) {
+        ConvertUnsigned(e, to, isDouble);
+    } else {
+        ConvertSigned(e, to, isDouble);
+    }
+    if (isInPlace) {
         return;
     }
-    e.a.pxor(x86::xmm0, x86::xmm0);
     if (isDouble) {
-        e.a.cvtsi2sd(x86::xmm0, x86::rax);
         e.a.movq(x86::rax, x86::xmm0);
     } else {
-        e.a.cvtsi2ss(x86::xmm0, x86::rax);
         e.a.movd(x86::eax, x86::xmm0);
     }
     StoreWhole(e, place, x86::rax);

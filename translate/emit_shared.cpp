@@ -52,8 +52,13 @@ void StoreBehindCall(x86::Assembler& a) {
 }
 
 // A handler: base, pc, sp, fp, trace, w in rdi, rsi, rdx, rcx, r8, r9d.
+// Compares whether returns are to be left to the interpreter, those into the header aside: "above".
+void CompareReturns(x86::Assembler& a) {
+    a.cmp(StateField(offsetof(TranslatedState, leastReturn), 4), kHeaderSize);
+}
+
 void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
-               const Label& strayReturn) {
+               const Label& strayReturn, const Label& leaveReturn) {
     for (const x86::Gp& kept : kKept) {
         a.push(kept);
     }
@@ -72,7 +77,12 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     MoveHostRegisters(a, true);
     LoadBehindCall(a);
     a.mov(StateField(offsetof(TranslatedState, hostStack), 8), x86::rsp);
+    const Label mayReturn = a.newLabel();
     a.lea(x86::rcx, x86::ptr(x86::rsp, -kHostStackSize));
+    CompareReturns(a);
+    a.jbe(mayReturn);
+    a.mov(x86::rcx, -1);
+    a.bind(mayReturn);
     a.mov(StateField(offsetof(TranslatedState, hostStackLimit), 8), x86::rcx);
     const Label underflow = a.newLabel();
     const Label begin = a.newLabel();
@@ -82,18 +92,22 @@ void EmitEnter(x86::Assembler& a, const Label& jump, const Label& emptyStack,
     a.lea(x86::rcx, x86::ptr(underflow));
     a.push(x86::rcx);
     a.bind(strayReturn);
+    a.cmp(x86::eax, StateField(offsetof(TranslatedState, leastReturn), 4));
+    a.jb(leaveReturn);
     a.mov(x86::rcx, x86::rax);
     a.shr(x86::rcx, 32);
     a.lea(x86::r12d, x86::ptr(x86::r13, x86::rcx, 0, 12));
     a.mov(x86::r13d, x86::edx);
     a.mov(x86::eax, x86::eax);
     a.jmp(jump);
-    // Forgets all calls, and returns to the code that called this.
+    // Forgets all calls, and returns to the code that called this: "above" when that may not make
+    // one of the processor's.
     a.bind(emptyStack);
     a.pop(x86::rcx);
     a.mov(x86::rsp, StateField(offsetof(TranslatedState, hostStack), 8));
     a.lea(x86::rdx, x86::ptr(underflow));
     a.push(x86::rdx);
+    CompareReturns(a);
     JumpUntracked(a, x86::rcx);
     a.bind(begin);
     a.lea(x86::rcx, x86::ptr(underflow));
@@ -171,7 +185,8 @@ std::vector<u8> EmitSharedCode(u8* base, const HostRoutines& host, SharedCode& s
     const Label jump = a.newLabel();
     const Label emptyStack = a.newLabel();
     const Label strayReturn = a.newLabel();
-    EmitEnter(a, jump, emptyStack, strayReturn);
+    const Label leaveReturn = a.newLabel();
+    EmitEnter(a, jump, emptyStack, strayReturn, leaveReturn);
     shared.strayFrame = base + a.offset();
     a.add(x86::rsp, 8);
     a.jmp(strayReturn);
@@ -183,6 +198,8 @@ std::vector<u8> EmitSharedCode(u8* base, const HostRoutines& host, SharedCode& s
     shared.arrive = base + a.offset();
     a.mov(x86::edx, -1);
     EmitLeave(a, host.arrive);
+    a.bind(leaveReturn);
+    EmitLeave(a, host.leaveReturn);
     shared.jump = base + a.offset();
     a.bind(jump);
     EmitJump(a, leave);

@@ -9,9 +9,10 @@ namespace moxi {
 
 // What shared code goes on in, or calls.
 struct HostRoutines {
-    const void* leave = nullptr;      // the handler in which runs go on that leave
-    const void* arrive = nullptr;     // and of those that arrive
-    const void* moveBlock = nullptr;  // of the type of MoveBlock
+    const void* leave = nullptr;        // the handler in which runs go on that leave
+    const void* leaveReturn = nullptr;  // and of those that leave at the newest block's RETURN
+    const void* arrive = nullptr;       // and of those that arrive
+    const void* moveBlock = nullptr;    // of the type of MoveBlock
 };
 
 // Writes the shared code for the address `base`.

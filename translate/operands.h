@@ -97,12 +97,20 @@ struct Emission {
         u64 value;
     };
     std::vector<Return> returns;
-    // Calls that find no room on the processor's stack.
+    // Calls that find no room on the processor's stack, or may not use it. Of one that goes out of
+    // the region the block is -1.
     struct FullStack {
         asmjit::Label label;
         asmjit::Label back;
+        int block;
     };
     std::vector<FullStack> fullStacks;
+    // Returns to another FP than was foretold, when it has been put in place of the called code's.
+    struct OtherFrame {
+        asmjit::Label label;
+        i32 distance;
+    };
+    std::vector<OtherFrame> otherFrames;
 
     Emission(asmjit::x86::Assembler& assembler, const Region& translated, const SharedCode& common,
              Translation& result, u8* address)

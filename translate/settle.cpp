@@ -180,6 +180,12 @@ void OnSettle(int, siginfo_t*, void* context) {
 
 }  // namespace
 
+LastPlace LastOfNewest(u32 place) {
+    const Logged newest = LoggedAt(translatedState.log[(place - 1) % kLogSize]);
+    const auto before = static_cast<u32>(newest.places.size()) - 1;
+    return {newest.places.back().pc, before};
+}
+
 void WriteTrace(u32 place, u32 executed) {
     pcTraceCount = translatedState.numberAtEntry;
     const auto newest = NewestPlaces(place, executed, settling.traceDepth);

@@ -19,6 +19,13 @@ extern Settling settling;
 // For how many instructions of the newest block were executed.
 constexpr u32 kAllExecuted = ~u32{0};
 
+// The last instruction of the newest block, where the run has come to a place of the log.
+struct LastPlace {
+    u32 pc = 0;
+    u32 executedBefore = 0;  // of the block's instructions
+};
+LastPlace LastOfNewest(u32 place);
+
 // Brings the PC trace up to date, and the immediate slot, where the run has come to a place of the
 // log and has executed so many instructions of the newest block.
 void WriteTrace(u32 place, u32 executed);

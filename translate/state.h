@@ -69,7 +69,9 @@ struct TranslatedState {
     u64 hostStack = 0;
     u64 hostStackLimit = 0;
     // A RETURN to an address below this is left to the interpreter. That is one into the header, or
-    // any RETURN while there are locks that it may have to release.
+    // any RETURN while there are locks that it may have to release. Only the long way looks here:
+    // nothing in the header has a CALL before it, and while there are locks no call of the
+    // processor is made.
     u32 leastReturn = 0;
     // Where a division keeps the address of its operand.
     u64 kept = 0;

@@ -168,6 +168,13 @@ void OnLeave(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
     (enter != nullptr ? enter : executeByInterpreter)(base, pc, sp, fp, pcTraceCount, 0);
 }
 
+// The same where a RETURN is left to the interpreter. What it has restored already will be restored
+// again.
+void OnLeaveReturn(u8* base, u64, u64 sp, u64 fp, u64 trace, u32) {
+    const LastPlace at = LastOfNewest(static_cast<u32>(trace));
+    OnLeave(base, at.pc, sp, fp, trace, at.executedBefore);
+}
+
 // The same where the next region must first be compared with the module's code, since the
 // interpreter or a service has run after it was compared last.
 void OnArrival(u8* base, u64 pc, u64 sp, u64 fp, u64 trace, u32 w) {
@@ -270,8 +277,8 @@ TranslatedRegion* Translate(u32 pc) {
         ChooseHosts();
         unwritten = EmitSharedCode(
             translatedState.codeMemory,
-            {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnArrival),
-             reinterpret_cast<const void*>(MoveBlock)},
+            {reinterpret_cast<const void*>(OnLeave), reinterpret_cast<const void*>(OnLeaveReturn),
+             reinterpret_cast<const void*>(OnArrival), reinterpret_cast<const void*>(MoveBlock)},
             shared);
         settling.jump = shared.jump;
         settling.jumpEnd = shared.moveBlock;

@@ -35,22 +35,23 @@ T Pop(Cpu& cpu) {
     return value;
 }
 
-// --- Ways a run ends
+// --- Ways a run ends. They and the modal waits below stay out of line: their texts and arrays
+// would bring a guard on the stack to every instruction.
 
-Outcome IllegalOpcode(u32 at) {
+[[gnu::cold, gnu::noinline]] Outcome IllegalOpcode(u32 at) {
     ShowFatalMessage(
         FormatText("Illegal opcode at 0x%8.8X\nTerminating program. So terribly sorry.", at));
     runState |= kRunStop;
     return Outcome::Leave;
 }
 
-Outcome StackOverflow(u32 at) {
+[[gnu::cold, gnu::noinline]] Outcome StackOverflow(u32 at) {
     ShowFatalMessage(FormatText("Stack overflow at 0x%8.8X. Terminating. So sorry.", at));
     runState |= kRunStop;
     return Outcome::Leave;
 }
 
-void ReportIllegalSize(u32 at) {
+[[gnu::cold, gnu::noinline]] void ReportIllegalSize(u32 at) {
     ShowFatalMessage(FormatText("BYTE/WORD size illegal for FLOAT/DOUBLE at 0x%8.8X", at));
 }
 
@@ -450,7 +451,7 @@ Outcome Return(u32 w, Cpu& cpu) {
     return returnAddress == 0 ? Outcome::Leave : Outcome::Continue;
 }
 
-Outcome EnterModal(Cpu& cpu) {
+[[gnu::noinline]] Outcome EnterModal(Cpu& cpu) {
     u8 context[kModalContextSize];
     const u32 words[] = {Load<u32>(kHeaderModalChain), cpu.fp, cpu.pc + 4};
     std::memcpy(context, words, sizeof words);
@@ -463,7 +464,7 @@ Outcome EnterModal(Cpu& cpu) {
     return Outcome::Leave;
 }
 
-Outcome LeaveModal(Cpu& cpu) {
+[[gnu::noinline]] Outcome LeaveModal(Cpu& cpu) {
     if (modalDepth < 1) {
         ShowFatalMessage(FormatText("Illegal EMOD at 0x%8.8X", cpu.pc));
         return Outcome::Leave;

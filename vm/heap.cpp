@@ -27,32 +27,27 @@ i32& Head(HeapList list) {
     return heapListHeads[static_cast<i32>(list)];
 }
 
-inline void Unlink(u32 handle) {
-    HeapRecord& record = heapPtrs[handle];
-    if (record.prev >= 0) {
-        Record(record.prev).next = record.next;
+// Takes a record, whose handle is given as well, out of its list and puts it at the head of
+// another.
+[[gnu::always_inline]] inline void MoveToList(HeapRecord& record, u32 handle, HeapList list) {
+    const i32 prev = record.prev;
+    const i32 next = record.next;
+    if (prev >= 0) {
+        Record(prev).next = next;
     } else {
-        Head(record.list) = record.next;
+        Head(record.list) = next;
     }
-    if (record.next >= 0) {
-        Record(record.next).prev = record.prev;
+    if (next >= 0) {
+        Record(next).prev = prev;
     }
-}
-
-inline void PutAtHead(u32 handle, HeapList list) {
-    HeapRecord& record = heapPtrs[handle];
+    const i32 head = Head(list);
     record.prev = -1;
-    record.next = Head(list);
+    record.next = head;
     record.list = list;
-    if (record.next >= 0) {
-        Record(record.next).prev = static_cast<i32>(handle);
+    if (head >= 0) {
+        Record(head).prev = static_cast<i32>(handle);
     }
     Head(list) = static_cast<i32>(handle);
-}
-
-inline void MoveToList(u32 handle, HeapList list) {
-    Unlink(handle);
-    PutAtHead(handle, list);
 }
 
 [[noreturn]] void EndWithMessage(const char* text) {
@@ -143,7 +138,8 @@ void Finish(Slide& slide) {
     slide.size = 0;
 }
 
-void SlideBlocks() {
+// Out of line: what it keeps on the stack is nothing that a message without work has to set up.
+[[gnu::noinline]] void SlideBlocks() {
     const std::vector<i32>& order = AddressOrder();
     u32 p = order.empty() ? heapStart : Record(order.front()).offset;
     Slide slide;
@@ -158,7 +154,7 @@ void SlideBlocks() {
         }
         before = i;
         if (record.discard != 0) {
-            MoveToList(static_cast<u32>(i), HeapList::Unused);
+            MoveToList(record, static_cast<u32>(i), HeapList::Unused);
             continue;
         }
         if (record.offset != p) {
@@ -209,9 +205,10 @@ u32 AllocHeap(u32 size) {
     for (i32 i = Head(HeapList::Freed); i >= 0; i = Record(i).next) {
         if (size <= Record(i).size && Record(i).size < reuseLimit) {
             const u32 handle = static_cast<u32>(i);
-            MoveToList(handle, HeapList::Allocated);
-            heapPtrs[handle].requested = size;
-            heapPtrs[handle].lockCount = 0;
+            HeapRecord& record = heapPtrs[handle];
+            MoveToList(record, handle, HeapList::Allocated);
+            record.requested = size;
+            record.lockCount = 0;
             return handle;
         }
     }
@@ -222,8 +219,8 @@ u32 AllocHeap(u32 size) {
         EndWithMessage("Terminating: insufficient Heap space. So sorry.");
     }
     const u32 handle = static_cast<u32>(Head(HeapList::Unused));
-    MoveToList(handle, HeapList::Allocated);
     HeapRecord& record = heapPtrs[handle];
+    MoveToList(record, handle, HeapList::Allocated);
     record.offset = heapFree;
     record.size = record.requested = size;
     record.lockCount = 0;
@@ -239,12 +236,14 @@ void FreeHeap(u32 handle) {
         ShowFatalMessage("FreeHeap() failed");
         return;
     }
-    heapPtrs[handle].lockCount = 0;
-    MoveToList(handle, HeapList::Freed);
+    HeapRecord& record = heapPtrs[handle];
+    record.lockCount = 0;
+    MoveToList(record, handle, HeapList::Freed);
     compactionIsDue = true;
 }
 
-u32 LockHeap(u32 handle) {
+// Every blit locks four blocks, by the function for pointers, so that this one is part of it.
+[[gnu::always_inline]] static inline u32 Lock(u32 handle) {
     if (handle >= kHeapHandles) {
         return RefuseLock(handle);
     }
@@ -254,10 +253,14 @@ u32 LockHeap(u32 handle) {
             compactionIsDue = true;
         }
         record.lockSP = Load<u32>(kHeaderSP);
-        MoveToList(handle, HeapList::Locked);
+        MoveToList(record, handle, HeapList::Locked);
     }
     ++record.lockCount;
     return record.offset;
+}
+
+u32 LockHeap(u32 handle) {
+    return Lock(handle);
 }
 
 void UnlockHeap(u32 handle) {
@@ -271,7 +274,7 @@ void UnlockHeap(u32 handle) {
     }
     if (--record.lockCount == 0) {
         record.lockSP = 0;
-        MoveToList(handle, HeapList::Allocated);
+        MoveToList(record, handle, HeapList::Allocated);
     }
 }
 
@@ -284,7 +287,7 @@ u32 GetHeapAdr(u32 handle) {
 
 u8* LockHeapPtr(u32 handle) {
     ++heapPointerCount;
-    return image + LockHeap(handle);
+    return image + Lock(handle);
 }
 
 void UnlockHeapPtr(u32 handle) {

@@ -55,13 +55,16 @@ bool AddressesGoRound() {
     return imageSize > 0xFFFFFFFF - kPadding;
 }
 
+[[gnu::noinline]] Outcome StepOnce() {
+    Cpu cpu = ReadCpu();
+    return Step<false>(cpu);
+}
+
 void RunFast() {
     // Bits of the loaded flag byte that are no flags stay visible until the first write-back.
-    if ((Load<u8>(kHeaderFlags) & ~(kOdd | kZero | kNeg)) != 0) {
-        Cpu cpu = ReadCpu();
-        if (Step<false>(cpu) == Outcome::Leave) {
-            return;
-        }
+    const bool hasOtherBits = (Load<u8>(kHeaderFlags) & ~(kOdd | kZero | kNeg)) != 0;
+    if (hasOtherBits && StepOnce() == Outcome::Leave) {
+        return;
     }
     RunThreaded();
 }

@@ -14,6 +14,7 @@ constexpr u32 kRegisters = 14;  // R14 and R15 serve bases that lie in the frame
 constexpr u32 kFirstKept = 6;   // R6..R13 are kept by the called
 constexpr u32 kMaxSlotsTried = 256;
 constexpr u64 kMaxRangesToJoin = 4096;
+constexpr u64 kMaxWritesToJoin = 1024;
 
 // Registers in the order in which they are tried: those that calls change come first, for nothing
 // has to be saved for them.
@@ -61,6 +62,7 @@ struct Allocator {
     std::vector<Variable> leader{};  // of the variables joined with this one
     std::vector<u64> weights{};
     std::vector<Copy> copies{};
+    std::vector<std::vector<u32>> writes{};  // the instructions that write a variable
     std::vector<std::vector<std::pair<u8, u64>>>
         hints{};  // registers that a variable is copied from or to
     Occupied registers[kRegisters]{};
@@ -74,6 +76,9 @@ struct Allocator {
         return variable;
     }
     void CollectWeights();
+    bool IsAliveBehind(Variable variable, u32 instruction) const;
+    bool DisturbsWhileAlive(Variable written, Variable other);
+    bool Interfere(Variable a, Variable b);
     void Join();
     void CollectHints();
     void Color();
@@ -96,11 +101,16 @@ bool IsCopy(const Instruction& instruction) {
 
 void Allocator::CollectWeights() {
     weights.assign(code.variables, 0);
+    writes.resize(code.variables);
     for (u32 i = 0; i < code.instructions.size(); ++i) {
         const Instruction& instruction = code.instructions[i];
         const u64 weight = WeightOf(code.depths[i]);
-        ForEachVariable(instruction,
-                        [&](Variable variable, bool, bool) { weights[variable] += weight; });
+        ForEachVariable(instruction, [&](Variable variable, bool, bool isWritten) {
+            weights[variable] += weight;
+            if (isWritten && variable >= kFirstVariable) {
+                writes[variable].push_back(i);
+            }
+        });
         // A base that lies in the frame has to be fetched first.
         for (const Operand* operand : {&instruction.a, &instruction.b}) {
             if (operand->place == Place::Indexed) {
@@ -128,7 +138,41 @@ std::vector<Range> Merged(const std::vector<Range>& a, const std::vector<Range>&
     return merged;
 }
 
-// Copies whose sides are never alive together become one variable, the most frequent copies first.
+bool Allocator::IsAliveBehind(Variable variable, u32 instruction) const {
+    const std::vector<Range>& list = live.ranges[variable];
+    const u32 position = 2 * instruction + 1;
+    const auto next =
+        std::upper_bound(list.begin(), list.end(), position,
+                         [](u32 at, const Range& range) { return at < range.from; });
+    return next != list.begin() && std::prev(next)->to > position;
+}
+
+// Whether a write to one variable changes what the other one still has to hold. A copy from the one
+// to the other does not: both have the same value then.
+bool Allocator::DisturbsWhileAlive(Variable written, Variable other) {
+    return std::any_of(writes[written].begin(), writes[written].end(), [&](u32 i) {
+        const Instruction& instruction = code.instructions[i];
+        if (IsCopy(instruction) && Leader(instruction.b.variable) == other) {
+            return false;
+        }
+        return IsAliveBehind(other, i);
+    });
+}
+
+// Whether two variables cannot be one (Chaitin's rule). Where setjmp is called, control comes back to
+// places that no instruction names, so that two which are alive together always disturb each other.
+bool Allocator::Interfere(Variable a, Variable b) {
+    if (!Overlap(live.ranges[a], live.ranges[b])) {
+        return false;
+    }
+    if (code.callsSetjmp || writes[a].size() + writes[b].size() > kMaxWritesToJoin) {
+        return true;
+    }
+    return DisturbsWhileAlive(a, b) || DisturbsWhileAlive(b, a);
+}
+
+// Copies whose sides never have to hold two values at once become one variable, the most frequent
+// copies first.
 void Allocator::Join() {
     std::stable_sort(copies.begin(), copies.end(),
                      [](const Copy& a, const Copy& b) { return a.weight > b.weight; });
@@ -144,11 +188,12 @@ void Allocator::Join() {
         if (live.ranges[to].size() + live.ranges[from].size() > kMaxRangesToJoin) {
             continue;
         }
-        if (Overlap(live.ranges[to], live.ranges[from])) {
+        if (Interfere(to, from)) {
             continue;
         }
         live.ranges[to] = Merged(live.ranges[to], live.ranges[from]);
         live.ranges[from].clear();
+        writes[to].insert(writes[to].end(), writes[from].begin(), writes[from].end());
         weights[to] += weights[from];
         leader[from] = to;
     }

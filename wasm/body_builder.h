@@ -127,6 +127,7 @@ struct BodyBuilder {
     void Call(u32 callee);
     void CallIndirect(u32 typeIndex);
     void CallService(const ImportTarget& target, const FunctionType& type);
+    void CallLinked(const ImportTarget& target, const FunctionType& type);
     void CallFunction(u32 number, const FunctionType& type);
     void BuildIn(u32 leaf);
     void BindArguments(const SmallLeaf& leaf, const FunctionType& type, Scope& inner);

@@ -278,10 +278,11 @@ void BodyBuilder::Declare(const FunctionType& type) {
     scope.facts.resize(scope.locals.size());
     scope.bound.resize(scope.locals.size());
     for (u32 i = 0; i < type.parameters.size() && i < kArgumentRegisters; ++i) {
-        select.Put(scope.locals[i], ValueType::I64, InRegister(i));
+        select.Receive(scope.locals[i], type.parameters[i], InRegister(i));
     }
     for (u32 i = kArgumentRegisters; i < type.parameters.size(); ++i) {
-        select.Put(scope.locals[i], ValueType::I64, InFrame(12 + 8 * i64{i - kArgumentRegisters}));
+        select.Receive(scope.locals[i], type.parameters[i],
+                       InFrame(12 + 8 * i64{i - kArgumentRegisters}));
     }
     // Those that are written before they are read lose this again.
     for (u64 i = type.parameters.size(); i < scope.locals.size(); ++i) {
@@ -322,10 +323,10 @@ void BodyBuilder::EmitWrongEntries() {
         select.function = wrong.function;
         select.origin = wrong.origin;
         select.Label(wrong.label);
-        select.Two(TwoOperand::Cmp, OperandSize::Long,
-                   AtIndex(wrong.entry, Base::Data, plan.tableCell + 4), Number(0));
-        select.Branch(Condition::Eq, select.TrapLabel(Trap::UninitializedElement));
-        select.Jump(select.TrapLabel(Trap::TypeMismatch));
+        // The trap tells an empty entry by the number of its type, which is 0.
+        select.Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceBlock),
+                   AtIndex(wrong.entry, Base::Data, plan.tableCell + 4));
+        select.Jump(select.TrapLabel(Trap::WrongEntry));
     }
 }
 
@@ -369,8 +370,9 @@ void BodyBuilder::Run(u32 index) {
         end.kind = Kind::Return;
         select.Emit(end);
     }
+    select.EmitLateSigns();
     EmitWrongEntries();
-    if (code.hasCalls) {
+    if (code.hasCalls && plan.stackChecks[index]) {
         // The caller's frame pointer, which lies at the own one, tells how far the stack has come:
         // its room begins at a multiple of 16 MB, so that below it bit 23 of an address is set.
         moxi::Instruction& check = code.instructions.front();
@@ -387,7 +389,7 @@ void BodyBuilder::Run(u32 index) {
 
 FunctionCode BuildFunction(ModulePlan& plan, u32 index) {
     FunctionCode code;
-    BodyBuilder builder{plan, *plan.module, code, Selector{plan, code, {}, 0, 0, 0, {}}};
+    BodyBuilder builder{plan, *plan.module, code, Selector{plan, code, {}, 0, 0, 0, {}, {}}};
     builder.select.trees.checkBounds = plan.checkBounds;
     builder.Run(index);
     return code;

@@ -30,18 +30,22 @@ void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& p
     pushed = 8 * (count - registers);
     for (u32 i = count; i > registers; --i) {
         select.One(OneOperand::Push, OperandSize::Quad, values[i - 1]);
+        code.instructions.back().isLow = SizeOf(type.parameters[i - 1]) == OperandSize::Long;
     }
     for (u32 i = 0; i < registers; ++i) {
-        select.Put(i, type.parameters[i], values[i]);
+        select.Hand(i, type.parameters[i], values[i]);
     }
 }
 
 void BodyBuilder::TakeResults(const FunctionType& type) {
     for (u32 i = 0; i < type.results.size(); ++i) {
         const Variable result = select.NewVariable();
-        const Operand from = i == 0 ? InRegister(kResultRegister)
-                                    : AtAddress(Base::Data, kResultCells + 8 * (i - 1));
-        select.Put(result, ValueType::I64, from);
+        if (i == 0) {
+            select.Receive(result, type.results[i], InRegister(kResultRegister));
+        } else {
+            select.Put(result, ValueType::I64,
+                       AtAddress(Base::Data, kResultCells + 8 * (i - 1)));
+        }
         PushVariable(type.results[i], result);
     }
 }
@@ -52,7 +56,7 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
     const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
     switch (target.service) {
         case Service::None: break;
-        case Service::Linked: CallFunction(target.function, type); return;
+        case Service::Linked: CallLinked(target, type); return;
         case Service::Empty:
             for (u64 i = 0; i < type.parameters.size(); ++i) {
                 select.Discard(Pop());
@@ -98,6 +102,24 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
             PushVariable(ValueType::I32, result);
             return;
         }
+    }
+}
+
+// What the other module does not know of is dropped; what it wants besides, or does not give, is 0.
+void BodyBuilder::CallLinked(const ImportTarget& target, const FunctionType& type) {
+    const FunctionType& own = target.type == nullptr ? type : *target.type;
+    for (u64 i = own.parameters.size(); i < type.parameters.size(); ++i) {
+        select.Discard(Pop());
+    }
+    for (u64 i = type.parameters.size(); i < own.parameters.size(); ++i) {
+        stack.push_back(MakeConstant(select.trees, own.parameters[i], 0));
+    }
+    CallFunction(target.function, own);
+    for (u64 i = type.results.size(); i < own.results.size(); ++i) {
+        select.Discard(Pop());
+    }
+    for (u64 i = own.results.size(); i < type.results.size(); ++i) {
+        stack.push_back(MakeConstant(select.trees, type.results[i], 0));
     }
 }
 
@@ -217,7 +239,10 @@ void BodyBuilder::CallIndirect(u32 typeIndex) {
         }
     }
     const Variable number = select.InVariable(index);
-    select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), Number(plan.tableSize));
+    constexpr u32 kMostQuick = 7;
+    const Operand size = plan.tableSize <= kMostQuick ? Number(plan.tableSize)
+                                                      : AtAddress(Base::Data, kTableCell);
+    select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), size);
     select.Branch(Condition::Ge, select.TrapLabel(Trap::UndefinedElement));
     const Variable entry = select.NewVariable();
     select.Put(entry, ValueType::I32, InRegister(number));

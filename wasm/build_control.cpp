@@ -111,13 +111,13 @@ void BodyBuilder::Return() {
             select.Two(TwoOperand::Move, OperandSize::Quad,
                        AtAddress(Base::Data, kResultCells + 8 * (i - 1)), InRegister(values[i]));
         }
-        select.Put(kResultRegister, ValueType::I64, InRegister(values[0]));
+        select.Hand(kResultRegister, results[0], InRegister(values[0]));
     } else if (count == 1) {
         const NodeId id = stack.back();
         if (IsConstant(select.trees, id)) {
             select.Assign(kResultRegister, id);
         } else {
-            select.Put(kResultRegister, ValueType::I64, InRegister(select.InVariable(id)));
+            select.Hand(kResultRegister, results[0], InRegister(select.InVariable(id)));
         }
     }
     moxi::Instruction instruction;

@@ -78,7 +78,7 @@ enum class Kind : u8 {
     CallRoutine,   // routine `target` of the runtime
     CallRegister,  // through the variable a
     TableJump,     // through table `target` of the function, a is the index times 4
-    JumpRoutine,   // to a routine of the runtime that does not come back
+    JumpRoutine,   // to a routine of the runtime that does not come back, with the number `pushed`
     Service,       // SYS
     Stop,
     Return,
@@ -90,6 +90,8 @@ struct Instruction {
     OperandSize size = OperandSize::Long;
     u8 arguments = 0;  // registers that a call reads, or that a return hands over
     bool isSetjmp = false;
+    bool isLate = false;  // stands behind the function's end, far from what it belongs to
+    bool isLow = false;  // of a copy or a push: nobody looks at the upper half of what it hands over
     u32 target = 0;
     u32 pushed = 0;
     u32 origin = 0;  // offset in the module's file, for lines

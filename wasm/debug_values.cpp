@@ -104,7 +104,7 @@ void Finder::SetBlock(const DebugVariable& variable, TranslatedVariable& result)
     result.to = address;
     for (u64 i = 0; i < code.instructions.size(); ++i) {
         const u32 origin = code.instructions[i].origin;
-        if (origin < variable.from || origin >= variable.to) {
+        if (origin < variable.from || origin >= variable.to || code.instructions[i].isLate) {
             continue;
         }
         result.from = std::min(result.from, AddressOf(i));

@@ -12,6 +12,7 @@ constexpr u32 kModes = 7;
 constexpr u32 kMaxFrame = 32000;  // what a frame operand's 16 bits reach, with room to spare
 constexpr u8 kFirstScratch = 15;  // for a base that lies in the frame, and for a second one
 constexpr u8 kSecondScratch = 14;
+constexpr u32 kNoSlot = 0xFFFFFFFF;
 
 // The row of kTwoOperandForms for each pair of modes.
 constexpr auto kForms = [] {
@@ -75,16 +76,15 @@ struct Encoder {
         Word(static_cast<u32>(value));
     }
     i64 SlotOffset(u32 slot) const { return -8 * (i64{slot} + 1); }
-    u32 RegisterOf(Variable variable, u8 scratch) {
-        const Location& at = allocation.locations[variable];
-        if (at.inRegister) {
-            return at.number;
-        }
-        // MOVE.L scratch, [FP+d]
-        TwoWords(TwoOperand::Move, OperandSize::Long, {Mode::Register, scratch},
-                 {Mode::Frame, 0, SlotOffset(at.number)});
-        return scratch;
-    }
+    // The slots whose values the two scratch registers still hold.
+    struct Held {
+        u8 number = 0;
+        u32 slot = kNoSlot;
+    };
+    Held held[2] = {{kFirstScratch}, {kSecondScratch}};
+
+    u32 RegisterOf(Variable variable, u8 scratch);
+    void ForgetHeld(const Instruction& instruction);
     Resolved Resolve(const Operand& operand, OperandSize size, u8 scratch);
     void Extension(const Resolved& operand, OperandSize size);
     void TwoWords(TwoOperand op, OperandSize size, Resolved a, Resolved b);
@@ -107,6 +107,54 @@ struct Encoder {
     void PatchJumps();
     bool Run();
 };
+
+u32 Encoder::RegisterOf(Variable variable, u8 scratch) {
+    const Location& at = allocation.locations[variable];
+    if (at.inRegister) {
+        return at.number;
+    }
+    for (const Held& each : held) {
+        if (each.slot == at.number) {
+            return each.number;
+        }
+    }
+    // MOVE.L scratch, [FP+d]
+    TwoWords(TwoOperand::Move, OperandSize::Long, {Mode::Register, scratch},
+             {Mode::Frame, 0, SlotOffset(at.number)});
+    held[scratch == kFirstScratch ? 0 : 1].slot = at.number;
+    return scratch;
+}
+
+// What the instruction, which stands in front of here, changes of what the scratch registers hold,
+// or of what they hold it of.
+void Encoder::ForgetHeld(const Instruction& instruction) {
+    const auto forget = [&](auto test) {
+        for (Held& each : held) {
+            if (test(each)) {
+                each.slot = kNoSlot;
+            }
+        }
+    };
+    switch (instruction.kind) {
+        case Kind::Nothing:
+        case Kind::Branch:
+        case Kind::TestBranch: return;
+        case Kind::Two:
+        case Kind::One: break;
+        default: forget([](const Held&) { return true; }); return;
+    }
+    if (instruction.a.place == Place::Frame) {
+        forget([](const Held&) { return true; });
+        return;
+    }
+    if (!RolesOf(instruction).writesA) {
+        return;
+    }
+    const Location& at = allocation.locations[instruction.a.variable];
+    forget([&](const Held& each) {
+        return at.inRegister ? each.number == at.number : each.slot == at.number;
+    });
+}
 
 // Whether an immediate fits into the instruction itself.
 bool IsQuick(const Operand& operand, OperandSize size) {
@@ -201,7 +249,9 @@ void Encoder::EncodeTwo(const Instruction& instruction) {
     // LEA's size says nothing; its operands are no values.
     const OperandSize size = op == TwoOperand::Lea ? OperandSize::Byte : instruction.size;
     const Resolved a = Resolve(instruction.a, size, kFirstScratch);
-    const Resolved b = Resolve(instruction.b, size, kSecondScratch);
+    const bool takesSecond = a.mode == Mode::Indexed && a.reg == kSecondScratch;
+    const Resolved b =
+        Resolve(instruction.b, size, takesSecond ? kFirstScratch : kSecondScratch);
     const bool isCopy = op == TwoOperand::Move && size == OperandSize::Quad;
     if (isCopy && a.mode == b.mode && a.reg == b.reg && a.value == b.value &&
         (a.mode == Mode::Register || a.mode == Mode::Frame)) {
@@ -251,7 +301,9 @@ void Encoder::Encode(const Instruction& instruction) {
         case Kind::Label: labels[instruction.target] = Address(); break;
         case Kind::Call: Call(instruction.target, Fixup::Kind::Function, instruction.pushed); break;
         case Kind::CallRoutine:
-        case Kind::JumpRoutine: Call(instruction.target, Fixup::Kind::Routine, 0); break;
+        case Kind::JumpRoutine:
+            Call(instruction.target, Fixup::Kind::Routine, instruction.pushed);
+            break;
         case Kind::CallRegister: EncodeCallRegister(instruction); break;
         case Kind::TableJump: EncodeTableJump(instruction); break;
         case Kind::Service: Word(static_cast<u32>(Single::Sys)); break;
@@ -309,6 +361,7 @@ bool Encoder::Run() {
         }
         out.places.push_back(Here());
         Encode(instruction);
+        ForgetHeld(instruction);
     }
     out.places.push_back(Here());
     EncodeTables();

@@ -148,6 +148,7 @@ struct ImageBuilder {
     void FillCells(const ModulePlan& plan, u64& passiveAt);
     void FillTables(const ModulePlan& plan);
     void PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item);
+    void FillTrapNames();
     void Patch();
     bool WriteHeader();
     void CollectFunctions(const ModulePlan& plan);
@@ -436,6 +437,7 @@ void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
     StoreBytes(OwnData(plan, kPagesCell), static_cast<u32>(layout.initialBytes / kPage));
     StoreBytes(OwnData(plan, kBaseCell), static_cast<u32>(layout.memoryAt));
     StoreBytes(OwnData(plan, kLimitCell), layout.initialBytes);
+    StoreBytes(OwnData(plan, kTableCell), u64{plan.tableSize});
     for (u32 i = 0; i < module.globals.size(); ++i) {
         StoreBytes(OwnData(plan, plan.globalCells[i]), ValueOf(plan, module.globals[i].initial));
     }
@@ -487,6 +489,18 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
         for (u64 k = 0; k < segment.items.size(); ++k) {
             PutEntry(plan, cell + 8 * k, segment.items[k]);
         }
+    }
+}
+
+// The names of functions that may trap, for the traps' routines.
+void ImageBuilder::FillTrapNames() {
+    const ModulePlan& plan = parts.plans[0];
+    StoreBytes(OwnData(plan, kNamesCell),
+               static_cast<u32>(layouts[0].dataAt + parts.trapNamesCell));
+    u64 cell = parts.trapNamesCell;
+    for (const TrapName& name : parts.trapNames) {
+        StoreBytes(OwnData(plan, cell), static_cast<u32>(layouts[name.module].dataAt + name.cell));
+        cell += 4;
     }
 }
 
@@ -647,11 +661,14 @@ void ImageBuilder::Run() {
         FillCells(plan, passiveAt);
         FillTables(plan);
     }
+    FillTrapNames();
     Patch();
     if (!WriteHeader()) {
         return;
     }
-    CollectSymbols();
+    if (options.wantSymbols) {
+        CollectSymbols();
+    }
     if (options.wantAssembly) {
         result.assembly = FormatAssembly(result, parts.code);
     }

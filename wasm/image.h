@@ -24,6 +24,8 @@ struct ImageParts {
     MachineCode code;
     std::vector<u32> functions;  // image addresses by number in the whole image, 0 without code
     std::vector<std::string> routines;
+    std::vector<TrapName> trapNames;
+    u32 trapNamesCell = 0;  // where their addresses go in the first module's own data
     EntryKind entry = EntryKind::Program;
     std::vector<FunctionVariables> variables;
 };

@@ -10,7 +10,14 @@ constexpr u32 kPagesCell = 0;     // u32: the memory's size in pages
 constexpr u32 kBaseCell = 4;      // u32: its image address
 constexpr u32 kLimitCell = 8;     // u64: the memory's size in bytes
 constexpr u32 kBlockCell = 16;    // a service's parameter block of six words
-constexpr u32 kResultCells = 40;  // the second and further results of a call, 8 bytes each
+constexpr u32 kNamesCell = 40;    // u32: the address of the list of the names of what traps
+constexpr u32 kTableCell = 48;    // u64: how many entries the table has
+constexpr u32 kResultCells = 56;  // the second and further results of a call, 8 bytes each
+
+// A trap is told the number of its function's name by the call that reaches it, in the field that
+// otherwise counts the arguments' bytes. Where it has no room for the number, that is 0 and R14
+// holds the name's address.
+constexpr u32 kMostTrapNumbers = 65535;
 
 // What a trap is called in the log, in the order of their routines.
 #define WASM_TRAPS(X)                                                        \
@@ -19,8 +26,7 @@ constexpr u32 kResultCells = 40;  // the second and further results of a call, 8
     X(Overflow, "trap_overflow", "integer overflow")                         \
     X(InvalidConversion, "trap_conversion", "invalid conversion to integer") \
     X(UndefinedElement, "trap_undefined", "undefined element")               \
-    X(UninitializedElement, "trap_uninitialized", "uninitialized element")   \
-    X(TypeMismatch, "trap_type", "indirect call type mismatch")              \
+    X(WrongEntry, "trap_entry", "indirect call type mismatch")               \
     X(StackOverflow, "trap_stack", "stack overflow")                         \
     X(OutOfBounds, "trap_bounds", "out of bounds memory access")
 

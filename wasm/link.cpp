@@ -1,5 +1,7 @@
 #include "wasm/link.h"
 
+#include <algorithm>
+
 namespace moxi {
 
 namespace {
@@ -42,6 +44,17 @@ bool FitsService(Service service, const FunctionType& type) {
         case Service::CartridgeBase: return has({}, {kI32});
         default: return false;
     }
+}
+
+// Whether a call of one type can be served by a function of another one. Cartridges were made for
+// consoles whose host counts neither arguments nor results: one that is missing is 0, one too many
+// is dropped.
+bool CanStandFor(const FunctionType& function, const FunctionType& call) {
+    const auto agree = [](const Types& a, const Types& b) {
+        return std::equal(a.begin(), a.begin() + static_cast<i64>(std::min(a.size(), b.size())),
+                          b.begin());
+    };
+    return agree(function.parameters, call.parameters) && agree(function.results, call.results);
 }
 
 struct Resolver {
@@ -87,8 +100,12 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
         }
         return true;
     }
-    if (from.types[from.functions[found->index].type] != TypeOf(import.index)) {
-        Refuse(import, "wrong type of the import");
+    const FunctionType& type = from.types[from.functions[found->index].type];
+    if (type != TypeOf(import.index)) {
+        if (!CanStandFor(type, TypeOf(import.index))) {
+            Refuse(import, "wrong type of the import");
+        }
+        target.type = &type;
     }
     target.service = Service::Linked;
     target.function = other->functionBase + found->index;

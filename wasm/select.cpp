@@ -79,6 +79,15 @@ u32 NameCell(ModulePlan& plan, u32 function) {
     return cell;
 }
 
+u32 TrapNumber(ModulePlan& plan, u32 function) {
+    u32& number = plan.trapNumbers[function];
+    if (number == 0) {
+        plan.trapNames->push_back({plan.number, NameCell(plan, function)});
+        number = static_cast<u32>(plan.trapNames->size());
+    }
+    return number;
+}
+
 // --- Instructions
 
 Instruction& Selector::Emit(const Instruction& instruction) {
@@ -162,10 +171,14 @@ void Selector::EmitTraps() {
     for (const TrapPlace& place : traps) {
         origin = place.origin;
         Label(place.label);
-        Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceResult),
-            Number(NameCell(plan, place.function), Base::Data));
         Instruction jump;
         jump.kind = Kind::JumpRoutine;
+        jump.pushed = TrapNumber(plan, place.function);
+        if (jump.pushed > kMostTrapNumbers) {
+            Two(TwoOperand::Move, OperandSize::Long, InRegister(kServiceResult),
+                Number(NameCell(plan, place.function), Base::Data));
+            jump.pushed = 0;
+        }
         jump.target = RoutineNumber(plan, kTrapLabels[static_cast<u32>(place.trap)]);
         Emit(jump);
     }
@@ -258,6 +271,21 @@ void Selector::Put(Variable to, ValueType type, const Operand& from) {
                          from.value > 7 && from.value <= 0xFFFFFFFFLL;
     Two(isShort ? TwoOperand::Movez : TwoOperand::Move,
         isShort ? OperandSize::Long : OperandSize::Quad, a, from);
+}
+
+void Selector::Hand(Variable to, ValueType type, const Operand& from) {
+    Put(to, type, from);
+    if (from.place == Place::Register) {
+        code.instructions.back().isLow = SizeOf(type) == OperandSize::Long;
+    }
+}
+
+void Selector::Receive(Variable to, ValueType type, const Operand& from) {
+    if (SizeOf(type) == OperandSize::Long) {
+        Two(TwoOperand::Movez, OperandSize::Long, InRegister(to), from);
+    } else {
+        Put(to, type, from);
+    }
 }
 
 void Selector::ClearUpper(Variable variable) {
@@ -615,6 +643,14 @@ void Selector::Assign(Variable to, NodeId id) {
 void Selector::AssignMemory(const Operand& to, OperandSize size, NodeId id) {
     const Node node = trees[id];
     TwoOperand op = TwoOperand::Add;
+    const bool isSum = size == OperandSize::Long && IsPlain(trees, id, Plain::I32Add) &&
+                       IsConstant(trees, node.b) && !IsConstant(trees, node.a);
+    if (isSum) {
+        const Variable base = InVariable(node.a);
+        Two(TwoOperand::Lea, OperandSize::Byte, to,
+            AtIndex(base, Base::None, static_cast<i64>(trees[node.b].value)));
+        return;
+    }
     if (node.kind == NodeKind::Plain && IsLowBytes(static_cast<Plain>(node.code), op) &&
         IsLeaf(trees, node.a) && IsLeaf(trees, node.b)) {
         Two(TwoOperand::Move, size, to, NarrowSource(node.a, size));

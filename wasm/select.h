@@ -30,6 +30,14 @@ enum class Service : u8 {
 struct ImportTarget {
     Service service = Service::None;
     u32 function = 0;  // of a Linked one: its number in the whole image
+    // Of a Linked one whose type is not what the import says: what it takes and gives.
+    const FunctionType* type = nullptr;
+};
+
+// Where the name of a function that may trap lies.
+struct TrapName {
+    u32 module = 0;
+    u32 cell = 0;  // in the translator's own data of that module
 };
 
 // What a module's translation shares.
@@ -47,6 +55,8 @@ struct ModulePlan {
     u32 dataCells = 0;           // 8 bytes for each data segment: address, size left
     u32 elementCells = 0;        // likewise for each element segment
     std::vector<u32> nameCells;  // names of functions, by their number; 0 where none is needed yet
+    std::vector<TrapName>* trapNames = nullptr;  // what the traps' calls count, from 1
+    std::vector<u32> trapNumbers;  // by function: its name's place among them; 0 for none yet
     std::vector<std::string>* routines =
         nullptr;                    // of the runtime, by number, as they came to be needed
     std::vector<u8> ownData;        // without what needs addresses
@@ -54,12 +64,15 @@ struct ModulePlan {
     SourceLines sources;            // of the module; empty without debug information
     std::vector<DebugFunction> debugFunctions;
     std::vector<SmallLeaf> leaves;  // by function
+    std::vector<bool> stackChecks;  // by function: whether it looks for room on the stack
 };
 
 // The number of a routine of the runtime.
 u32 RoutineNumber(ModulePlan& plan, const std::string& name);
 // Where a function's name lies in the translator's own data.
 u32 NameCell(ModulePlan& plan, u32 function);
+// The place of a function's name in the list of those that trap, from 1.
+u32 TrapNumber(ModulePlan& plan, u32 function);
 
 struct TrapPlace {
     Trap trap = Trap::Unreachable;
@@ -67,6 +80,16 @@ struct TrapPlace {
     const SourceLine* line = nullptr;  // whose trap it is, where lines are known
     u32 origin = 0;
     u32 label = 0;
+};
+
+// The rest of a comparison whose first operand is negative.
+struct LateSigns {
+    u32 isNegative = 0;  // label: where it stands
+    u32 compare = 0;     // label: where both signs are the same
+    u32 target = 0;      // label: where they differ
+    Variable second = 0;
+    OperandSize size = OperandSize::Long;
+    u32 origin = 0;
 };
 
 struct Selector {
@@ -77,6 +100,7 @@ struct Selector {
     u8 depth = 0;      // of loops
     u32 origin = 0;
     std::vector<TrapPlace> traps;
+    std::vector<LateSigns> lateSigns;
 
     // --- Instructions (select.cpp)
     Variable NewVariable() { return code.variables++; }
@@ -107,6 +131,9 @@ struct Selector {
     void AssignMemory(const Operand& to, OperandSize size, NodeId id);
     // Copies an operand of a type into a variable, all 8 bytes of it.
     void Put(Variable to, ValueType type, const Operand& from);
+    // The same for what crosses a call: of 32 bits only the lower half counts there.
+    void Hand(Variable to, ValueType type, const Operand& from);
+    void Receive(Variable to, ValueType type, const Operand& from);
     // Computes what may trap, and forgets the value.
     void Discard(NodeId id);
     void Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b, bool commutes);
@@ -135,6 +162,14 @@ struct Selector {
                        u32 label);
     void BranchOnSigns(NodeId a, NodeId b, OperandSize size, bool isSigned, Condition condition,
                        u32 label);
+    void EmitLateSigns();
+    bool KnowsSign(NodeId id, OperandSize size) const;
+    bool HasSign(NodeId id, OperandSize size) const;
+    u32 CostOfWidening(NodeId id) const;
+    Operand Widened(NodeId id);
+    bool IsWidenedOrder(NodeId first, NodeId second) const;
+    void TightenBound(NodeId& second, bool isSigned, Condition& condition);
+    bool BranchOnHighBits(NodeId first, NodeId second, Condition condition, u32 label);
 
     // --- Comparisons of floating-point numbers (select_float.cpp)
 

@@ -1,6 +1,7 @@
 // Comparisons. The machine compares by the sign of a wrapped difference, so an order of numbers
 // that may lie more than half the range apart has to be found out by their signs first.
 
+#include <bit>
 #include <utility>
 
 #include "wasm/select.h"
@@ -141,36 +142,147 @@ void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool
     const bool takenIfLess = condition == Condition::Lt || condition == Condition::Le;
     // A number with its highest bit set is the smaller one as signed, the larger one as unsigned.
     const bool takenIfFirstHasBit = takenIfLess == isSigned;
-    const Variable a = InVariable(first);
     const u32 end = NewLabel();
-    if (IsConstant(trees, second)) {
-        const Operand b = Source(second, size);
-        const u64 value = trees[second].value;
-        const bool hasBit = size == OperandSize::Long ? (value >> 31 & 1) != 0 : value >> 63 != 0;
-        // The first one's bit differs from the constant's.
-        const bool taken = hasBit ? !takenIfFirstHasBit : takenIfFirstHasBit;
-        TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(a),
+    if (KnowsSign(first, size) || KnowsSign(second, size)) {
+        const bool firstIsKnown = !KnowsSign(second, size);
+        const NodeId known = firstIsKnown ? first : second;
+        const bool hasBit = HasSign(known, size);
+        const Variable other = InVariable(firstIsKnown ? second : first);
+        Operand a = InRegister(other);
+        Operand b = Source(known, size);
+        if (firstIsKnown) {
+            a = InRegister(InVariable(first));
+            b = InRegister(other);
+        }
+        // The other one's bit differs from that of the one that is known.
+        const bool firstHasBit = firstIsKnown == hasBit;
+        const bool taken = firstHasBit == takenIfFirstHasBit;
+        TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(other),
                    taken ? label : end);
-        Two(TwoOperand::Cmp, size, InRegister(a), b);
+        Two(TwoOperand::Cmp, size, a, b);
         Branch(condition, label);
         Label(end);
         return;
     }
+    const Variable a = InVariable(first);
     const Variable b = InVariable(second);
-    const u32 negative = NewLabel();
-    const u32 compare = NewLabel();
-    TestBranch(Condition::Lt, size, InRegister(a), negative);
+    LateSigns late;
+    late.isNegative = NewLabel();
+    late.compare = NewLabel();
+    late.second = b;
+    late.size = size;
+    late.target = takenIfFirstHasBit ? label : end;
+    late.origin = origin;
+    TestBranch(Condition::Lt, size, InRegister(a), late.isNegative);
     TestBranch(Condition::Lt, size, InRegister(b), takenIfFirstHasBit ? end : label);
-    Label(compare);
+    Label(late.compare);
     Two(TwoOperand::Cmp, size, InRegister(a), InRegister(b));
     Branch(condition, label);
-    Jump(end);
-    Label(negative);
-    TestBranch(Condition::Lt, size, InRegister(b), compare);
-    if (takenIfFirstHasBit) {
-        Jump(label);
-    }
     Label(end);
+    lateSigns.push_back(late);
+}
+
+// What BranchOnSigns does where the first one's bit is set stands behind the function's end: the
+// way that is gone most often has no jump in it then.
+void Selector::EmitLateSigns() {
+    depth = 0;
+    const u64 first = code.instructions.size();
+    for (const LateSigns& late : lateSigns) {
+        origin = late.origin;
+        Label(late.isNegative);
+        TestBranch(Condition::Lt, late.size, InRegister(late.second), late.compare);
+        Jump(late.target);
+    }
+    for (u64 i = first; i < code.instructions.size(); ++i) {
+        code.instructions[i].isLate = true;
+    }
+}
+
+// Whether the sign of the value, as the machine sees it at that size, is always the same.
+bool Selector::KnowsSign(NodeId id, OperandSize size) const {
+    const Node& node = trees[id];
+    return node.kind == NodeKind::Constant || (size == OperandSize::Long && node.low >= 0);
+}
+
+bool Selector::HasSign(NodeId id, OperandSize size) const {
+    const Node& node = trees[id];
+    if (node.kind != NodeKind::Constant) {
+        return false;
+    }
+    return size == OperandSize::Long ? (node.value >> 31 & 1) != 0 : node.value >> 63 != 0;
+}
+
+// What it costs, in bytes, to have an i32 with its sign in the upper half.
+u32 Selector::CostOfWidening(NodeId id) const {
+    const Node& node = trees[id];
+    if (node.kind == NodeKind::Constant || node.low >= 0) {
+        return 0;
+    }
+    return IsVariable(trees, id) ? 8 : 4;
+}
+
+Operand Selector::Widened(NodeId id) {
+    const Node node = trees[id];
+    if (node.kind == NodeKind::Constant) {
+        return Number(static_cast<i32>(node.value));
+    }
+    if (node.low >= 0) {
+        return InRegister(InVariable(id));
+    }
+    const Variable variable = InNewVariable(id);
+    One(OneOperand::Exts, OperandSize::Long, InRegister(variable));
+    return InRegister(variable);
+}
+
+// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half takes
+// one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no more
+// time than a copy.
+bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
+    const u32 cost = CostOfWidening(first) + CostOfWidening(second);
+    if (IsConstant(trees, second)) {
+        const i32 value = static_cast<i32>(trees[second].value);
+        return cost <= 4 && value >= -8 && value <= 7;
+    }
+    if (KnowsSign(first, OperandSize::Long) || KnowsSign(second, OperandSize::Long)) {
+        return cost <= 4;
+    }
+    return depth == 0 || cost <= 12;
+}
+
+// x < 8 is x <= 7, and the like: constants nearer to zero are shorter, and zero need not be compared
+// with at all.
+void Selector::TightenBound(NodeId& second, bool isSigned, Condition& condition) {
+    const Node& node = trees[second];
+    const bool isLong = node.type == ValueType::I32;
+    const i64 value = isLong ? static_cast<i32>(node.value) : static_cast<i64>(node.value);
+    i64 tighter = value;
+    if (value > 0 && (condition == Condition::Lt || condition == Condition::Ge)) {
+        condition = condition == Condition::Lt ? Condition::Le : Condition::Gt;
+        tighter = value - 1;
+    } else if (isSigned && value < 0 && (condition == Condition::Le || condition == Condition::Gt)) {
+        condition = condition == Condition::Le ? Condition::Lt : Condition::Ge;
+        tighter = value + 1;
+    } else {
+        return;
+    }
+    const u64 bits = static_cast<u64>(tighter);
+    second = MakeConstant(trees, node.type, isLong ? static_cast<u32>(bits) : bits);
+}
+
+// x <= 2^n - 1, unsigned: the bits above are clear.
+bool Selector::BranchOnHighBits(NodeId first, NodeId second, Condition condition, u32 label) {
+    const u32 bound = static_cast<u32>(trees[second].value);
+    const bool isBound = condition == Condition::Le || condition == Condition::Gt;
+    if (!isBound || !std::has_single_bit(u64{bound} + 1) || bound <= 7) {
+        return false;
+    }
+    Operand value = Source(first, OperandSize::Long);
+    if (value.place == Place::Immediate) {
+        value = InRegister(InNewVariable(first));
+    }
+    Two(TwoOperand::Test, OperandSize::Long, value, Number(~i64{bound} & 0xFFFFFFFF));
+    Branch(condition == Condition::Le ? Condition::Eq : Condition::Ne, label);
+    return true;
 }
 
 void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool isSigned,
@@ -180,6 +292,9 @@ void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool
         condition = Mirror(condition);
     }
     const bool isLong = size == OperandSize::Long;
+    if (IsConstant(trees, second)) {
+        TightenBound(second, isSigned, condition);
+    }
     if (isSigned && IsConstant(trees, second, 0)) {
         const Node& node = trees[first];
         if (node.kind == NodeKind::Load) {
@@ -206,12 +321,23 @@ void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool
         Branch(condition, label);
         return;
     }
+    if (isLong && !isSigned && IsConstant(trees, second) &&
+        BranchOnHighBits(first, second, condition, label)) {
+        return;
+    }
     if (isLong && !isSigned) {
         // The upper halves are clear, so as 64 bits neither is negative.
         Variable left = InVariable(first);
         const Operand right = b.kind == NodeKind::Constant ? Number(static_cast<i64>(b.value))
                                                            : InRegister(InVariable(second));
         Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(left), right);
+        Branch(condition, label);
+        return;
+    }
+    if (isLong && IsWidenedOrder(first, second)) {
+        const Operand left = Widened(first);
+        const Operand right = Widened(second);
+        Two(TwoOperand::Cmp, OperandSize::Quad, left, right);
         Branch(condition, label);
         return;
     }

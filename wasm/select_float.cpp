@@ -74,6 +74,10 @@ void Selector::CompareWithConstant(Variable x, bool isNonNegative, bool isLong, 
     const auto compare = [&](i64 with) {
         Two(TwoOperand::Cmp, OperandSize::Quad, value, Number(with));
     };
+    // Where both have the same sign.
+    const auto compareAlike = [&](i64 with) {
+        Two(TwoOperand::Cmp, bits.size, value, Number(with));
+    };
     const bool isZero = (isLong ? static_cast<u32>(constant << 1) : constant << 1) == 0;
     const i64 bound = isZero ? 0 : static_cast<i64>(constant);
     const bool isLess = relation == Relation::Less || relation == Relation::LessOrEqual;
@@ -116,14 +120,14 @@ void Selector::CompareWithConstant(Variable x, bool isNonNegative, bool isLong, 
         return;
     }
     TestBranch(Condition::Lt, bits.size, value, negative);
-    compare(bound);
+    compareAlike(bound);
     Branch(takesEqual ? Condition::Le : Condition::Lt, yes);
     Jump(no);
     Label(negative);
-    compare(bits.minusInfinity);
+    compareAlike(bits.minusInfinity);
     Branch(Condition::Gt, no);
     if (isZero && !takesEqual) {
-        compare(bits.minusZero);
+        compareAlike(bits.minusZero);
         Branch(Condition::Eq, no);
     }
     Jump(yes);
@@ -184,9 +188,9 @@ void Selector::CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     const Variable difference = NewVariable();
     Binary(difference, TwoOperand::Fsub, bits.size, a, b, false);
     TestBranch(Condition::Ge, bits.size, InRegister(difference), no);
-    Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(difference), Number(bits.minusInfinity));
+    Two(TwoOperand::Cmp, bits.size, InRegister(difference), Number(bits.minusInfinity));
     Branch(Condition::Gt, no);
-    Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(difference), Number(bits.minusZero));
+    Two(TwoOperand::Cmp, bits.size, InRegister(difference), Number(bits.minusZero));
     Branch(Condition::Ne, yes);
     Jump(no);
 }

@@ -1,6 +1,7 @@
 #include "wasm/straighten.h"
 
 #include <numeric>
+#include <utility>
 
 namespace moxi {
 
@@ -18,6 +19,16 @@ bool EndsFlow(Kind kind) {
 u8 Inverse(u8 condition) {
     constexpr u8 kInverse[] = {1, 0, 5, 4, 3, 2, 7, 6};  // EQ NE GE GT LE LT EV OD
     return kInverse[condition];
+}
+
+bool IsTwo(const Instruction& instruction, TwoOperand op, OperandSize size) {
+    return instruction.kind == Kind::Two && instruction.operation == static_cast<u8>(op) &&
+           instruction.size == size;
+}
+
+bool IsCopyOfAll(const Instruction& instruction) {
+    return IsTwo(instruction, TwoOperand::Move, OperandSize::Quad) &&
+           instruction.a.place == Place::Register && instruction.b.place == Place::Register;
 }
 
 struct Straightener {
@@ -43,6 +54,8 @@ struct Straightener {
     void Retarget();
     bool RemoveJumps();
     bool RemoveUnreached();
+    bool ReturnAtOnce();
+    void Shorten();
     void Compact();
 };
 
@@ -151,6 +164,48 @@ bool Straightener::RemoveUnreached() {
     return changed;
 }
 
+// A jump to a return is as long as a return.
+bool Straightener::ReturnAtOnce() {
+    constexpr u64 kNone = ~u64{0};
+    std::vector<u64> returns(code.labels, kNone);
+    for (u64 i = list.size(); i-- > 0;) {
+        if (list[i].kind != Kind::Label) {
+            continue;
+        }
+        u64 next = Next(i);
+        while (next < list.size() && list[next].kind == Kind::Label) {
+            next = Next(next);
+        }
+        if (next < list.size() && list[next].kind == Kind::Return) {
+            returns[list[i].target] = next;
+        }
+    }
+    bool changed = false;
+    for (Instruction& instruction : list) {
+        if (instruction.kind == Kind::Jump && returns[instruction.target] != kNone) {
+            const u32 origin = instruction.origin;
+            instruction = list[returns[instruction.target]];
+            instruction.origin = origin;
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+void Straightener::Shorten() {
+    bool changed = true;
+    for (u32 round = 0; changed && round < 8; ++round) {
+        Retarget();
+        changed = RemoveUnreached();
+        changed |= RemoveJumps();
+    }
+    if (ReturnAtOnce()) {
+        RemoveUnreached();
+        RemoveJumps();
+    }
+    RemoveUnreached();
+}
+
 void Straightener::Compact() {
     u64 kept = 0;
     for (u64 i = 0; i < list.size(); ++i) {
@@ -170,29 +225,27 @@ void Straightener::Compact() {
 
 void Straighten(FunctionCode& code) {
     Straightener straightener{code};
-    bool changed = true;
-    for (u32 round = 0; changed && round < 8; ++round) {
-        straightener.Retarget();
-        changed = straightener.RemoveUnreached();
-        changed |= straightener.RemoveJumps();
-    }
-    straightener.RemoveUnreached();
+    straightener.Shorten();
     straightener.Compact();
+}
+
+void RemoveIdle(FunctionCode& code, const Allocation& allocation) {
+    for (Instruction& instruction : code.instructions) {
+        if (!IsCopyOfAll(instruction)) {
+            continue;
+        }
+        const Location& to = allocation.locations[instruction.a.variable];
+        const Location& from = allocation.locations[instruction.b.variable];
+        if (to.inRegister == from.inRegister && to.number == from.number) {
+            instruction.kind = Kind::Nothing;
+        }
+    }
+    Straightener{code}.Shorten();
 }
 
 // --- Halves
 
 namespace {
-
-bool IsTwo(const Instruction& instruction, TwoOperand op, OperandSize size) {
-    return instruction.kind == Kind::Two && instruction.operation == static_cast<u8>(op) &&
-           instruction.size == size;
-}
-
-bool IsCopyOfAll(const Instruction& instruction) {
-    return IsTwo(instruction, TwoOperand::Move, OperandSize::Quad) &&
-           instruction.a.place == Place::Register && instruction.b.place == Place::Register;
-}
 
 // Whether the instruction looks at the upper half of a register operand.
 bool ReadsUpper(const Instruction& instruction, bool isA) {
@@ -208,6 +261,7 @@ bool ReadsUpper(const Instruction& instruction, bool isA) {
             case OneOperand::Extz: return false;
             case OneOperand::Dtoq:
             case OneOperand::Dtol: return true;
+            case OneOperand::Push: return instruction.size == OperandSize::Quad && !instruction.isLow;
             default: return instruction.size == OperandSize::Quad;
         }
     }
@@ -241,7 +295,9 @@ std::vector<bool> FindWide(const FunctionCode& code) {
         const Roles roles = RolesOf(instruction);
         if (IsCopyOfAll(instruction)) {
             if (instruction.a.variable < kFirstVariable) {
-                mark(instruction.b.variable);
+                if (!instruction.isLow) {
+                    mark(instruction.b.variable);
+                }
             } else {
                 sources[instruction.a.variable].push_back(instruction.b.variable);
             }
@@ -330,6 +386,31 @@ void UseFlags(FunctionCode& code) {
         }
         next.kind = Kind::Branch;
         next.a = {};
+    }
+}
+
+// --- Memory
+
+// r = [x]; r += n; [x] = r: the sum is made in memory first.
+void AddInMemory(FunctionCode& code) {
+    std::vector<Instruction>& list = code.instructions;
+    for (u64 i = 0; i + 2 < list.size(); ++i) {
+        Instruction& load = list[i];
+        Instruction& sum = list[i + 1];
+        const Instruction& store = list[i + 2];
+        const bool isSum = IsTwo(load, TwoOperand::Movez, OperandSize::Long) &&
+                           load.b.place == Place::Absolute &&
+                           IsTwo(sum, TwoOperand::Add, OperandSize::Long) && sum.a == load.a &&
+                           sum.b.place == Place::Immediate &&
+                           IsTwo(store, TwoOperand::Move, OperandSize::Long) &&
+                           store.a == load.b && store.b == load.a;
+        if (!isSum) {
+            continue;
+        }
+        std::swap(load.operation, sum.operation);
+        std::swap(load.b, sum.b);
+        load.a = store.a;
+        list[i + 2].kind = Kind::Nothing;
     }
 }
 

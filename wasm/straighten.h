@@ -1,6 +1,7 @@
 #pragma once
-// Makes a function's instructions simpler before its variables get their places.
+// Makes a function's instructions simpler, before and after its variables get their places.
 
+#include "wasm/allocate.h"
 #include "wasm/code.h"
 
 namespace moxi {
@@ -15,5 +16,13 @@ void UseLowHalves(FunctionCode& code);
 
 // Branches use the flags that the instruction before has set, where it has.
 void UseFlags(FunctionCode& code);
+
+// A load, an addition of a constant and a store to the same address become an addition in memory
+// and a load.
+void AddInMemory(FunctionCode& code);
+
+// Leaves out copies from a place to itself, and jumps that are needless without them. Every other
+// instruction keeps its index.
+void RemoveIdle(FunctionCode& code, const Allocation& allocation);
 
 }  // namespace moxi

@@ -8,7 +8,9 @@
 #include "wasm/encode.h"
 #include "wasm/image.h"
 #include "wasm/link.h"
+#include "wasm/stack_checks.h"
 #include "wasm/straighten.h"
+#include "wasm/tails.h"
 
 namespace moxi {
 
@@ -111,6 +113,7 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
         plan.elementItems.push_back(isPassive ? Reserve(plan, 8 * segment.items.size()) : 0);
     }
     plan.nameCells.assign(module.functions.size(), 0);
+    plan.trapNumbers.assign(module.functions.size(), 0);
 }
 
 // Imported functions, and those that are built in where they are called, get code of their own only
@@ -161,7 +164,13 @@ bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::st
         Straighten(code);
         UseLowHalves(code);
         UseFlags(code);
+        AddInMemory(code);
         const Allocation allocation = Allocate(code);
+        RemoveIdle(code, allocation);
+        if (known == nullptr && plan.sources.files.empty()) {
+            MergeTails(code, allocation);
+            RemoveIdle(code, allocation);
+        }
         parts.functions[plan.functionBase + i] =
             parts.code.base + static_cast<u32>(parts.code.bytes.size());
         if (!EncodeFunction(code, allocation, parts.code)) {
@@ -231,6 +240,8 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
         plan.sources = ReadSourceLines(modules[i]);
         plan.debugFunctions = ReadDebugFunctions(modules[i]);
         plan.leaves = FindSmallLeaves(modules[i], plan.debugFunctions);
+        plan.stackChecks = FindStackChecks(modules[i], plan.leaves);
+        plan.trapNames = &parts.trapNames;
         parts.plans.push_back(std::move(plan));
     }
     if (isLinked) {
@@ -250,6 +261,7 @@ Translation Translate(std::string_view wasm, const TranslateOptions& options) {
             return result;
         }
     }
+    parts.trapNamesCell = Reserve(parts.plans[0], 4 * parts.trapNames.size());
     BuildImage(parts, options, result);
     return result;
 }

@@ -18,6 +18,7 @@ struct TranslateOptions {
     bool identity = false;       // linear memory is the image itself
     std::string_view cartridge;  // a second module, linked to the first one (link.h)
     bool wantAssembly = false;
+    bool wantSymbols = true;
     std::string libraryFolder;  // where moxi/wasm_runtime.inc lies
     // For many modules in one process: the runtime lies there, where the code has room before it,
     // has these routines and what the code calls, and is assembled again only where it differs.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "base/hex_digit.h"
 #include "desktop/common/rectangles.h"
 
 namespace moxi {
@@ -22,19 +23,6 @@ struct LineError {
 
 bool IsBlank(char c) {
     return c == ' ' || c == '\t';
-}
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
 }
 
 bool ParseInteger(std::string_view word, int base, i64& value) {

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/close_others.h"
 #include "base/helper_process.h"
 #include "base/log.h"
 #include "desktop/sdl/loop/clock.h"

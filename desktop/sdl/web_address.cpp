@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/hex_digit.h"
+
 namespace moxi {
 
 constexpr std::size_t kMostShown = 400;
@@ -17,14 +19,6 @@ bool StartsWith(std::string_view text, std::string_view start) {
     return text.size() >= start.size() &&
            std::equal(start.begin(), start.end(), text.begin(),
                       [](char a, char b) { return a == LowerCase(b); });
-}
-
-int HexDigit(char c) {
-    const char lower = LowerCase(c);
-    if (lower >= '0' && lower <= '9') {
-        return lower - '0';
-    }
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 // A name may hide behind %61ttach.

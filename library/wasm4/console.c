@@ -231,7 +231,12 @@ static void TakeWaitingInput(void) {
 /* --- Sound: one mixture of all channels at a time is a file of the game's own, played by the host
  */
 
-enum { kWavHeader = 44, kRemainder = 6 * kSamplesPerFrame };
+enum {
+    kWavHeader = 44,
+    kRemainder = 6 * kSamplesPerFrame,
+    /* What is mixed far ahead is mixed in vain where one tone soon follows another. */
+    kShortMixture = 16 * kSamplesPerFrame,
+};
 
 /* 44,100 samples a second, two channels of 16 bits. */
 static const unsigned char kWavStart[kWavHeader] = {
@@ -245,6 +250,7 @@ static struct {
 } wav;
 
 static int tonesBegan;
+static long long latestTone = -kLongestMixture;
 static long long mixedUpTo;
 static u32 clockAtStart;
 static char soundName[1100];
@@ -263,9 +269,11 @@ static void PlayTones(u32 now) {
     const long long end = EndOfTones();
     const int runsOut = mixedUpTo < end && mixedUpTo - from < kRemainder;
     if (!tonesBegan && !runsOut) return;
+    const long long most = from - latestTone < kLongestMixture ? kShortMixture : kLongestMixture;
+    if (tonesBegan) latestTone = from;
     tonesBegan = 0;
     long long count = end - from;
-    if (count > kLongestMixture) count = kLongestMixture;
+    if (count > most) count = most;
     if (count < kSamplesPerFrame) count = kSamplesPerFrame;
     MixTones(from, (int)count, wav.samples);
     mixedUpTo = from + count;

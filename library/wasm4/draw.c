@@ -151,6 +151,37 @@ void DrawRectangle(int x, int y, int width, int height) {
     if (bottom > 0 && bottom <= kScreenSize) FillRow(value, startX, bottom - 1, endX);
 }
 
+enum { kLargestWalk = 65536 };
+
+/* How far row y of an oval reaches from its middle to both sides; 0 where it has no such row. */
+static double HalfWidth(double halfWidth, double halfHeight, double fromMiddle) {
+    if (fromMiddle < 0) fromMiddle = -fromMiddle;
+    if (fromMiddle > halfHeight) return 0;
+    if (halfHeight == 0) return halfWidth;
+    const double part = fromMiddle / halfHeight;
+    return halfWidth * __builtin_sqrt(1 - part * part);
+}
+
+/* An oval that nobody could walk around in a frame: row by row, as its equation has it. What the
+   next row outwards does not reach is outline. */
+static void DrawHugeOval(int x, int y, int width, int height, unsigned fill, unsigned value) {
+    if (width < 1 || height < 1) return;
+    const double a = (width - 1.0) / 2, b = (height - 1.0) / 2;
+    const long long first = y, end = (long long)y + height;
+    for (long long row = Larger(y, 0); row < end && row < kScreenSize; ++row) {
+        const double fromMiddle = (double)(row - first) - b;
+        const long long inset = (long long)(a - HalfWidth(a, b, fromMiddle) + 0.5);
+        const double outwards = fromMiddle < 0 ? fromMiddle - 1 : fromMiddle + 1;
+        long long next = (long long)(a - HalfWidth(a, b, outwards) + 0.5);
+        if (row == first || row == end - 1) next = ((long long)width + 1) / 2;
+        if (next <= inset) next = inset + 1;
+        const long long west = x, east = (long long)x + width;
+        FillRowClipped(value, west + inset, row, west + next);
+        FillRowClipped(value, east - next, row, east - inset);
+        if (fill != 0) FillRowClipped((fill - 1) & 3, west + next, row, east - next);
+    }
+}
+
 /* The midpoint method for ellipses of any width and height, in quarters of the way that leaves both
    radii whole: two points of the outline at a time walk from the middle rows outwards. */
 void DrawOval(int x, int y, int width, int height) {
@@ -159,6 +190,11 @@ void DrawOval(int x, int y, int width, int height) {
     if (outline == 15) return;
     const unsigned fillValue = (fill - 1) & 3;
     const unsigned value = (outline - 1) & 3;
+    if (width > kLargestWalk || height > kLargestWalk || width < -kLargestWalk ||
+        height < -kLargestWalk) {
+        DrawHugeOval(x, y, width, height, fill, value);
+        return;
+    }
     const long long a = (long long)width - 1;
     const long long b = (long long)height - 1;
     const long long odd = b % 2;

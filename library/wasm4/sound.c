@@ -17,9 +17,19 @@ struct Channel {
     int pan;                  /* 0 both, 1 left, 2 right */
     /* Noise is followed from sample to sample: where its generator stood last. */
     long long noiseAt;
-    unsigned noise;
-    double noisePhase, noiseRate, noiseSlide;
+    unsigned noise; /* its place in the generator's period */
+    /* In 1/2^48 of a step: what is left over, what a sample adds, how that changes, and how the
+       change does, since a slide of the frequency is a parabola of steps. */
+    unsigned long long noisePhase, noiseRate, noiseSlide, noiseBend;
 };
+
+/* The generator is a xorshift of 16 bits (7, 9, 13), in whose period each number but 0 comes once.
+   What it gives is looked up, since a high tone takes thousands of steps a sample. */
+enum { kNoisePeriod = 65535, kNoiseBits = 48 };
+#define kNoiseStep 281474976710656.0
+#define kNoiseLeft 0xFFFFFFFFFFFFull
+#define kHighestNoise 65535.0                           /* Hz: 4,295 steps a sample */
+static unsigned char noiseBits[(kNoisePeriod + 7) / 8]; /* from the seed 1 on */
 
 static struct Channel channels[kChannels];
 static int mixture[2 * kLongestMixture];
@@ -58,12 +68,37 @@ static unsigned long long PhaseAt(const struct Channel* channel, long long sampl
            (unsigned long long)channel->slide * (unsigned long long)(sample * (sample - 1) / 2);
 }
 
+static void MakeNoise(void) {
+    unsigned bits = 1;
+    if (noiseBits[0] != 0) return;
+    for (unsigned i = 0; i < kNoisePeriod; ++i) {
+        noiseBits[i >> 3] |= (unsigned char)((bits & 1) << (i & 7));
+        bits ^= bits >> 7;
+        bits ^= bits << 9 & 0xFFFF;
+        bits ^= bits >> 13;
+    }
+}
+
+static unsigned NoiseBit(unsigned place) {
+    return noiseBits[place >> 3] >> (place & 7) & 1;
+}
+
+static unsigned long long NoiseSteps(double steps) {
+    return (unsigned long long)(long long)(steps * kNoiseStep);
+}
+
+/* Frequencies grow from one to the other over `length` samples. */
 static void SetNoise(struct Channel* channel, double from, double to, long long length) {
-    channel->noise = 1;
+    if (from > kHighestNoise) from = kHighestNoise;
+    if (to > kHighestNoise) to = kHighestNoise;
+    const double slide = length > 0 ? (to - from) / (double)length : 0.0;
+    MakeNoise();
+    channel->noise = 0;
     channel->noiseAt = channel->start;
-    channel->noisePhase = 0.0;
-    channel->noiseRate = from;
-    channel->noiseSlide = length > 0 ? (to - from) / (double)length : 0.0;
+    channel->noisePhase = 0;
+    channel->noiseRate = NoiseSteps(from * from / 1000000.0);
+    channel->noiseSlide = NoiseSteps((2 * from + slide) * slide / 1000000.0);
+    channel->noiseBend = NoiseSteps(2 * slide * slide / 1000000.0);
 }
 
 void StartTone(long long now, unsigned frequency, unsigned duration, unsigned volume,
@@ -154,15 +189,12 @@ static void MixTriangle(const struct Channel* channel, long long at, struct Piec
 
 /* The generator runs frequency^2 / 1,000,000 steps a sample. */
 static void StepNoise(struct Channel* channel) {
-    channel->noisePhase += channel->noiseRate * channel->noiseRate / 1000000.0;
+    const unsigned long long phase = channel->noisePhase + channel->noiseRate;
     channel->noiseRate += channel->noiseSlide;
-    for (; channel->noisePhase >= 1.0; channel->noisePhase -= 1.0) {
-        unsigned bits = channel->noise;
-        bits ^= bits >> 7;
-        bits ^= bits << 9 & 0xFFFF;
-        bits ^= bits >> 13;
-        channel->noise = bits;
-    }
+    channel->noiseSlide += channel->noiseBend;
+    channel->noisePhase = phase & kNoiseLeft;
+    channel->noise += (unsigned)(phase >> kNoiseBits);
+    if (channel->noise >= kNoisePeriod) channel->noise -= kNoisePeriod;
     ++channel->noiseAt;
 }
 
@@ -170,7 +202,7 @@ static void MixNoise(struct Channel* channel, struct Piece piece) {
     for (int i = 0; i < piece.count; ++i, piece.out += 2) {
         StepNoise(channel);
         const int level = piece.level >> 16;
-        Add(piece.out, &piece, channel->noise & 1 ? level : -level);
+        Add(piece.out, &piece, NoiseBit(channel->noise) ? level : -level);
         piece.level += piece.step;
     }
 }

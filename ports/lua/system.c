@@ -3,12 +3,16 @@
 #include "system.h"
 
 #include <errno.h>
+#include <float.h>
+#include <math.h>
+#include <stdarg.h>
 #include <stdio_ext.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#undef snprintf
 #undef strftime
 #undef fwrite
 #undef fread
@@ -50,4 +54,30 @@ int LuaGet(FILE* file) {
     const int byte = getc(file);
     if (byte == EOF && !__freadable(file)) errno = EBADF;
     return byte;
+}
+
+// With the smallest number that has a 1 before the point added, this one has the same digits behind
+// it; the 1 is taken off again from what was written.
+static int FormatTiny(char* text, size_t room, const char* format, double number) {
+    const int length = snprintf(text, room, format, number + copysign(DBL_MIN, number));
+    char* const end = strpbrk(text, ".pP");
+    if (end != NULL && end > text) --end[-1];
+    return length;
+}
+
+int LuaFormat(char* text, size_t room, const char* format, ...) {
+    va_list values;
+    va_start(values, format);
+    int length;
+    const size_t last = strlen(format) - 1;
+    if (format[last] == 'a' || format[last] == 'A') {
+        const double number = va_arg(values, double);
+        const bool isTiny = fabs(number) < DBL_MIN && number != 0.0;
+        length =
+            isTiny ? FormatTiny(text, room, format, number) : snprintf(text, room, format, number);
+    } else {
+        length = vsnprintf(text, room, format, values);
+    }
+    va_end(values);
+    return length;
 }

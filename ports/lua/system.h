@@ -4,6 +4,8 @@
 
 #include <stdbool.h>
 #include <stddef.h>
+#include <stdio.h>
+#include <sys/types.h>
 #include <time.h>
 
 // Modules lie beside MAIN.LUA. There is no library in machine code that could be loaded, but the
@@ -22,7 +24,6 @@ bool LuaTemporaryName(char* name);
 
 // A stream that is not open for writing or reading says so: this C library gives no reason, and
 // that of something earlier would be told.
-#include <stdio.h>
 size_t LuaWrite(const void* data, size_t size, size_t count, FILE* file);
 size_t LuaRead(void* data, size_t size, size_t count, FILE* file);
 int LuaGet(FILE* file);
@@ -31,5 +32,15 @@ int LuaGet(FILE* file);
 #define l_getc(file) LuaGet(file)
 #define l_lockfile(file) ((void)0)
 #define l_unlockfile(file) ((void)0)
+
+// A `long` has 32 bits here; places in a file have more.
+#define l_seeknum off_t
+#define l_fseek(file, offset, whence) fseeko(file, offset, whence)
+#define l_ftell(file) ftello(file)
+
+// snprintf, but a number too small for a 1 before the point has a 0 there in "%a". Lua asks for one
+// conversion at a time.
+int LuaFormat(char* text, size_t room, const char* format, ...);
+#define snprintf LuaFormat
 
 #endif

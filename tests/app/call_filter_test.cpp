@@ -23,7 +23,7 @@
 #include <thread>
 
 #include "app/refused_calls.h"
-#include "base/close_others.h"
+#include "base/helper_process.h"
 #include "base/log.h"
 #include "desktop/sdl/input/pad_helper.h"
 #include "vm/guard.h"

@@ -133,6 +133,33 @@ TEST(CartridgeDrawing, AnOvalWithoutOutlineColourTakesTheLastPaletteEntryAndFift
     EXPECT_EQ(WithValue(played, 3), (Points{{11, 10}, {10, 11}, {12, 11}, {11, 12}}));
 }
 
+TEST(CartridgeDrawing, AnOvalAsLargeAsNumbersGoIsDrawnAtOnce) {
+    // Of a radius of a million pixels, its right end at 100: within 80 rows it bends by 0.0032.
+    const Played right = Draw(
+        "(call $oval (i32.const -1999899) (i32.const -999920) (i32.const 2000000)"
+        " (i32.const 2000000))");
+    Points edge;
+    for (u32 y = 0; y < 160; ++y) {
+        edge.insert({100, y});
+    }
+    EXPECT_EQ(WithValue(right, 2), edge);
+    EXPECT_EQ(WithValue(right, 1).size(), 100u * 160);
+    EXPECT_EQ(right.Pixel(101, 80), 0u);
+    // The screen lies inside.
+    const Played inside = Draw(
+        "(call $oval (i32.const -1073741824) (i32.const -1073741824) (i32.const 2147483647)"
+        " (i32.const 2147483647))");
+    EXPECT_EQ(WithValue(inside, 1).size(), 160u * 160);
+    // A row, and a column.
+    const Played thin = Draw(
+        "(call $oval (i32.const -5) (i32.const 7) (i32.const 2147483647) (i32.const 1))"
+        "(call $oval (i32.const 9) (i32.const -2147483648) (i32.const 1) (i32.const 2147483647))"
+        "(call $oval (i32.const 30) (i32.const -5) (i32.const 1) (i32.const 2147483647))");
+    EXPECT_EQ(WithValue(thin, 2).size(), 160u + 160 - 1);
+    EXPECT_EQ(thin.Pixel(0, 7), 2u);
+    EXPECT_EQ(thin.Pixel(30, 159), 2u);
+}
+
 TEST(CartridgeDrawing, ATurnedPictureRunsUpwards) {
     // Bits 1 0 1 0 0 0 0 0, the first at the bottom.
     const Played played = Draw(

@@ -229,6 +229,44 @@ TEST(CartridgeStart, ACartridgeMayHaveAMemoryOfItsOwnAndNothingElse) {
     EXPECT_EQ(played.Word(0x1A), 0x7FFF7FFFu);
 }
 
+// As where nobody counts them: an argument that is missing is 0, one too many is dropped, and so it
+// is with results.
+TEST(CartridgeStart, ImportsAndExportsMayHaveOtherArgumentsAndResults) {
+    const Played played = PlayCartridge({.cartridge = CartridgeOfText(R"((module
+  (import "env" "memory" (memory 1))
+  (import "env" "hline" (func $hline (param i32 i32 i32 i32 i64)))
+  (import "env" "rect" (func $rect (param i32 i32 i32)))
+  (import "env" "trace" (func $trace (param i32) (result i32)))
+  (import "env" "diskw" (func $diskw (param i32 i32)))
+  (import "env" "diskr" (func $diskr (param i32) (result i32)))
+  (type $three (func (param i32 i32 i32)))
+  (table 1 funcref)
+  (elem (i32.const 0) $rect)
+  (data (i32.const 0x2100) "here\00")
+  (func (export "start") (param i32 f64) (result i64 i32)
+    (i32.store16 (i32.const 0x14) (i32.const 0x0032))
+    (i32.store (i32.const 0x2000) (i32.add (local.get 0) (i32.const 7)))
+    (i32.store (i32.const 0x2004) (call $trace (i32.const 0x2100)))
+    (call $diskw (i32.const 0x2100) (i32.const 4))
+    (i32.store (i32.const 0x2008) (i32.add (call $diskr (i32.const 0x2200)) (i32.const 3)))
+    (i64.const 5) (i32.const 6))
+  (func (export "update") (result i32)
+    (call $hline (i32.const 10) (i32.const 20) (i32.const 3) (i32.const 99) (i64.const -1))
+    (call_indirect (type $three) (i32.const 30) (i32.const 40) (i32.const 5) (i32.const 0))
+    (i32.const 1))))"),
+                                         .milliseconds = 100});
+    EXPECT_EQ(played.status, 0);
+    EXPECT_EQ(played.Logs(), std::vector<std::string>{"here"});
+    EXPECT_EQ(played.Word(0x2000), 7u);
+    EXPECT_EQ(played.Word(0x2004), 0u);
+    EXPECT_EQ(played.Word(0x2008), 3u);  // a block of 0 bytes was asked for
+    EXPECT_EQ(played.Word(0x2200), 0u);
+    EXPECT_EQ(played.Pixel(10, 20), 1u);
+    EXPECT_EQ(played.Pixel(12, 20), 1u);
+    EXPECT_EQ(played.Pixel(13, 20), 0u);
+    EXPECT_EQ(played.Pixel(30, 40), 2u);  // without a height it has an upper edge
+}
+
 TEST(CartridgeStart, MemoryDoesNotGrow) {
     const Played played = PlayCartridge({.cartridge = CartridgeOfText(R"((module
   (import "env" "memory" (memory 1))
@@ -267,7 +305,7 @@ TEST(CartridgeRefused, WhatIsNoCartridgeIsNamedWithItsReason) {
                                       " (import \"env\" \"fly\" (func)))")),
               "unknown import \"env.fly\"\n");
     EXPECT_EQ(Refusal(CartridgeOfText("(module (import \"env\" \"memory\" (memory 1))"
-                                      " (import \"env\" \"rect\" (func (param i32))))")),
+                                      " (import \"env\" \"rect\" (func (param f32))))")),
               "wrong type of the import \"env.rect\"\n");
 }
 

@@ -10,8 +10,7 @@
 #include <regex>
 #include <sstream>
 
-#include "kit/bindings.h"
-#include "kit/c_header.h"
+#include "kit/service_files.h"
 #include "tests/support/headless_run.h"
 
 namespace moxi {

@@ -32,7 +32,9 @@ class Scripts : public testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Lua, Scripts,
                          testing::Values("numbers", "strings", "pack", "language", "errors",
-                                         "coroutines", "files", "dates", "modules"),
+                                         "coroutines", "files", "dates", "modules", "debugging",
+                                         "collector", "texts", "depths", "literals", "places",
+                                         "sizes"),
                          [](const auto& script) { return std::string(script.param); });
 
 TEST_P(Scripts, SayWhatTheySayElsewhere) {

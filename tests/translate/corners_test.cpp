@@ -1,6 +1,8 @@
 // What is rare: stacks that reach into code, images that nearly fill the address space, modal
 // waits, locks that a RETURN has to release, and runs that are watched.
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 
@@ -133,6 +135,53 @@ TEST_F(Translator, ALockThatAFrameTookIsReleasedByItsReturn) {
         EXPECT_EQ(lockedBefore, 0u);
         EXPECT_EQ(heapPtrs[handle].lockCount, 0u);
         EXPECT_LT(heapListHeads[static_cast<u32>(HeapList::Locked)], 0);
+    }
+}
+
+TEST_F(Translator, EachReturnReleasesOneLockAlsoWhereItsCallIsTranslated) {
+    // `locks` takes three locks, and its own RETURN releases one. The loop behind it calls `leaf`
+    // once and again, and asks each time how many are left; the sum of the answers is 1 + 0 + 0.
+    const std::string source =
+        "        .stack 4096\n"
+        "        .heap 4096\n"
+        "start:  LINK 0, 0\n"
+        "        CALL @locks\n"
+        "        MOVE.L R1, #3\n"
+        "@loop:  CALL @leaf\n"
+        "        MOVE.L R2, #1\n"
+        "        SYS\n"
+        "        SUB.L R1, #1\n"
+        "        BNE @loop\n"
+        "        RETURN 0\n"
+        "@locks: LINK 0, 2\n"
+        "        MOVE.L R2, #0\n"
+        "        SYS\n"
+        "        RETURN 2\n"
+        "@leaf:  LINK 0, 2\n"
+        "        MOVE.L R13, #5\n"
+        "        RETURN 2\n";
+    static std::array<u32, 3> handles;
+    static u32 left = 0;
+    static u32 asked = 0;
+    for (const TranslatorOptions& options : {kAll, TranslatorOptions{}}) {
+        Load(source, options);
+        for (u32& handle : handles) {
+            handle = AllocHeap(16);
+        }
+        left = asked = 0;
+        vmSlots.sysDispatch = [] {
+            if (moxi::Load<u32>(RegisterAddress(2)) == 0) {
+                std::for_each(handles.begin(), handles.end(), LockHeap);
+                return;
+            }
+            ++asked;
+            left += static_cast<u32>(std::count_if(handles.begin(), handles.end(), [](u32 handle) {
+                return heapPtrs[handle].lockCount != 0;
+            }));
+        };
+        MXmsg(1, 0, 0, 0);
+        EXPECT_EQ(asked, 3u);
+        EXPECT_EQ(left, 1u);
     }
 }
 

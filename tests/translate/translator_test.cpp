@@ -72,6 +72,60 @@ TEST_F(Translator, CodeThatChangesItselfIsSeenAsItIsNow) {
     }
 }
 
+TEST_F(Translator, UnsignedNumbersOfSixtyFourBitsBecomeFloatsRoundedToEven) {
+    // Beyond 2^63 a DOUBLE counts by 2,048 and a FLOAT by 2^40: halves go to the even one.
+    const struct {
+        const char* instruction;
+        u64 from;
+        u64 to;
+    } cases[] = {
+        {"UTOD.Q", 0x0000000000000000, 0x0000000000000000},
+        {"UTOD.Q", 0x7FFFFFFFFFFFFFFF, 0x43E0000000000000},
+        {"UTOD.Q", 0x8000000000000400, 0x43E0000000000000},
+        {"UTOD.Q", 0x8000000000000401, 0x43E0000000000001},
+        {"UTOD.Q", 0x8000000000000C00, 0x43E0000000000002},
+        {"UTOD.Q", 0xFFFFFFFFFFFFFFFF, 0x43F0000000000000},
+        {"UTOF.Q", 0x8000008000000000, 0x5F000000},
+        {"UTOF.Q", 0x8000008000000001, 0x5F000001},
+        {"UTOF.Q", 0xFFFFFFFFFFFFFFFF, 0x5F800000},
+    };
+    for (const auto& each : cases) {
+        // In a register and in memory; R14 counts the rounds that give what they should.
+        const std::string wanted = std::to_string(each.to);
+        const std::string source =
+            "        .stack 4096\n"
+            "start:  LINK 0, 0\n"
+            "        MOVE.L R14, #0\n"
+            "        MOVE.L R1, #100\n"
+            "@loop:  MOVE.Q R2, #" +
+            std::to_string(each.from) +
+            "\n"
+            "        MOVE.Q [cell], R2\n"
+            "        " +
+            each.instruction +
+            " R2\n"
+            "        " +
+            each.instruction +
+            " [cell]\n"
+            "        CMP.Q R2, #" +
+            wanted +
+            "\n"
+            "        BNE @next\n"
+            "        CMP.Q R2, [cell]\n"
+            "        BNE @next\n"
+            "        ADD.L R14, #1\n"
+            "@next:  SUB.L R1, #1\n"
+            "        BNE @loop\n"
+            "        RETURN 0\n"
+            "        .data\n"
+            "cell:   .quad 0\n";
+        const u64 before = translatorCounts.entries;
+        EXPECT_EQ(RunSource(source, 0, kAll), 100u) << each.instruction << " " << each.from;
+        EXPECT_LE(translatorCounts.entries - before, 3u)
+            << each.instruction << ": it was interpreted";
+    }
+}
+
 TEST_F(Translator, APageIsNeverWritableAndExecutable) {
     RunSource(kSum, 100000, {});
     std::ifstream maps("/proc/self/maps");

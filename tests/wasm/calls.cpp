@@ -196,6 +196,7 @@ fs.writeSync(1, lines.join('\n') + '\n');
 TranslateOptions CallOptions() {
     TranslateOptions options;
     options.calls = true;
+    options.wantSymbols = false;
     options.memory = 8 << 20;
     options.stack = 1 << 20;
     options.heap = 4 << 20;
@@ -207,8 +208,7 @@ TranslateOptions CallOptions() {
                         "trap_overflow",
                         "trap_conversion",
                         "trap_undefined",
-                        "trap_uninitialized",
-                        "trap_type",
+                        "trap_entry",
                         "trap_stack",
                         "trap_bounds",
                         "i64_mulhi_u",

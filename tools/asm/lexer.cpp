@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/hex_digit.h"
+
 namespace moxi {
 
 namespace mxasm {
@@ -84,19 +86,6 @@ struct Scanner {
         return false;
     }
 };
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
 
 // One character of a string or character literal, escapes resolved.
 bool ScanCharacter(Scanner& scan, char& out) {

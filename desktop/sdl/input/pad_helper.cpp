@@ -14,7 +14,6 @@
 #include <set>
 #include <string_view>
 
-#include "base/close_others.h"
 #include "base/helper_process.h"
 #include "desktop/sdl/input/input_device.h"
 

@@ -27,9 +27,10 @@ namespace moxi {
 constexpr u64 kBusyNanoseconds = 400'000'000;
 constexpr u64 kPatienceNanoseconds = 5'000'000'000;
 constexpr auto kLookInterval = std::chrono::milliseconds(200);
-// How long the main thread has to take notice of a forced end.
+// How long the main thread has to take notice of a forced end: drawing asks every few milliseconds
+// (gfx/patience.h), a module's own code never does, and its end is to come within 100 ms.
 constexpr auto kLookForMainThread = std::chrono::milliseconds(10);
-constexpr int kLooksForMainThread = 30;
+constexpr int kLooksForMainThread = 6;
 constexpr int kWaitButton = 0;
 constexpr int kEndButton = 1;
 
