@@ -37,8 +37,9 @@ struct User {
 
     // A run as this user, with and without what the kernel offers.
     ProgramResult Run(const std::string& game, const Strings& options = {}) const {
-        Strings arguments = {"-u",           "XDG_DATA_HOME",      "-u",        "XDG_STATE_HOME",
-                             "HOME=" + home, MOXI_BIN_DIR "/moxi", "--headless"};
+        const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
+        Strings arguments = {"-u", "XDG_DATA_HOME", "-u", "XDG_STATE_HOME", "HOME=" + home,
+                             moxi, "--headless"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         arguments.push_back(game);
         return RunProgram("/usr/bin/env", arguments, folder.path);
