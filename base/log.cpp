@@ -15,6 +15,8 @@ namespace moxi {
 namespace {
 
 constexpr u32 kMostLinesASecond = 1000;
+// A module makes lines as long as its memory.
+constexpr std::size_t kLongestLimitedLine = 4096;
 
 constinit std::mutex limitLock;
 constinit bool limited = false;
@@ -62,6 +64,11 @@ bool HasRoom() {
     return true;
 }
 
+bool IsLimited() {
+    const std::lock_guard lock(limitLock);
+    return limited;
+}
+
 }  // namespace
 
 void WriteErrorLine(std::string_view prefix, std::string_view text) {
@@ -91,9 +98,13 @@ void WriteErrorLine(std::string_view prefix, std::string_view text) {
 }
 
 void SystemLog(std::string_view text) {
-    if (HasRoom()) {
-        WriteErrorLine("log: ", text);
+    if (!HasRoom()) {
+        return;
     }
+    if (IsLimited() && text.size() > kLongestLimitedLine) {
+        return WriteErrorLine("log: ", std::string(text.substr(0, kLongestLimitedLine)) + "...");
+    }
+    WriteErrorLine("log: ", text);
 }
 
 void LimitLog() {

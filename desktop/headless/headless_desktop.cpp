@@ -431,7 +431,14 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
         state.now += milliseconds * kMicrosecondsPerMillisecond;
     };
     desktop.isMainThread = [] { return true; };
-    desktop.queueOnMain = [](void (*work)()) { state.mainQueue.push_back({state.now, work}); };
+    desktop.queueOnMain = [](void (*work)()) {
+        // Work that waits does once what it would do each time, and a module asks without end.
+        const bool waits = std::any_of(state.mainQueue.begin(), state.mainQueue.end(),
+                                       [&](const QueuedWork& each) { return each.work == work; });
+        if (!waits) {
+            state.mainQueue.push_back({state.now, work});
+        }
+    };
     // No layouts are configured here.
     desktop.latinText = [](u8 code, const std::string& text) {
         const char us = UsCharacter(code);

@@ -519,6 +519,72 @@ constexpr Attack kHost[] = {
      }},
 };
 
+// --- Work and waiting without end
+
+constexpr Attack kPatience[] = {
+    {"ListsWithAPatternOfStars",
+     [](HostileGame& game) {
+         WriteTextFile(game.MakeData() + "/" + std::string(250, 'a'), "");
+         std::string pattern;
+         for (int i = 0; i < 120; ++i) {
+             pattern += "*a";
+         }
+         game.Expect(kNone, SYS_FIND_FIRST, {game.Text(pattern + "b"), game.Room(1024), "0", "0"});
+         game.Expect(0, SYS_FIND_FIRST, {game.Text(pattern + "*"), game.Room(1024), "0", "0"});
+     }},
+    {"FormatsTwoThousandMillionBlanks",
+     [](HostileGame& game) {
+         game.Call(SYS_APPEND_FORMAT, {game.Room(64), game.Text("%2000000000d"), "4", "5", "0"});
+         game.status = 1;
+     }},
+    {"SetsItsTitleWithoutEnd",
+     [](HostileGame& game) {
+         game.SetModule(
+             "        .code\nstart:  MOVE.L  R2, #50000\n@more:  MOVE.L  R15, #block\n"
+             "        SYS\n        SUB.L   R2, #1\n        TBNE.L  R2, @more\n"
+             "        STOP\n        .data\nblock:  .long   0x070B, text\n"
+             "text:   .asciz  \"A\"\n");
+     }},
+    {"HasAPipeForItsSymbols",
+     [](HostileGame& game) {
+         mkfifo((game.Game() + "/MAIN.SYM").c_str(), 0666);
+         mkfifo((game.Game() + "/MAIN.LIN").c_str(), 0666);
+         game.Call(SYS_WRITE_CLIPBOARD, {"0xFFFFFFF0"});
+         game.status = 1;
+     }},
+    {"HasAnotherFileForItsSymbols",
+     [](HostileGame& game) {
+         fs::create_symlink("../home/diary.txt", game.Game() + "/MAIN.SYM");
+         game.Call(SYS_WRITE_CLIPBOARD, {"0xFFFFFFF0"});
+         game.status = 1;
+     }},
+    {"HasAPipeForTheFaultsLog",
+     [](HostileGame& game) {
+         mkfifo((game.MakeData() + "/debug.log").c_str(), 0666);
+         game.Call(SYS_WRITE_CLIPBOARD, {"0xFFFFFFF0"});
+         game.status = 1;
+     }},
+    {"HasAnInformationFileThatIsTwoHundredThousandDeep",
+     [](HostileGame& game) {
+         std::string text = "<plist><dict><key>ZULGameName</key><string>D</string>";
+         for (const char* const tag : {"<a>", "</a>"}) {
+             for (int i = 0; i < 200'000; ++i) {
+                 text += tag;
+             }
+         }
+         WriteTextFile(game.Game() + "/Info.plist", text + "</dict></plist>");
+         game.Expect(7, SYS_FILE_SIZE, {game.Text("SHIPPED.DAT")});
+     }},
+    {"HasAPictureOfTwoThousandMillionColumns",
+     [](HostileGame& game) {
+         WriteTextFile(game.Game() + "/A.PNG",
+                       std::string("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\x7F\xFF\xFF\xFF\x7F\xFF\xFF\xFF"
+                                   "\x08\x06\0\0\0\x14\xC9\x0B\x66",
+                                   33));
+         game.Expect(0, SYS_LOAD_IMAGE, {game.Text("A.PNG")});
+     }},
+};
+
 template <size_t kSeed>
 void CallAtRandom(HostileGame& game) {
     std::mt19937 random(kSeed);
@@ -564,6 +630,7 @@ std::vector<Attack> AllAttacks() {
     add(kNoFiles);
     add(kSizes);
     add(kHost);
+    add(kPatience);
     add(kRandom);
     return all;
 }

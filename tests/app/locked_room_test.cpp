@@ -1,11 +1,14 @@
 // What a game that means harm finds closed, through the program itself.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 
+#include "base/log.h"
 #include "tests/support/calling_module.h"
 #include "tests/support/headless_run.h"
 
@@ -34,8 +37,9 @@ struct User {
 
     // A run as this user, with and without what the kernel offers.
     ProgramResult Run(const std::string& game, const Strings& options = {}) const {
-        Strings arguments = {"-u",           "XDG_DATA_HOME",      "-u",        "XDG_STATE_HOME",
-                             "HOME=" + home, MOXI_BIN_DIR "/moxi", "--headless"};
+        const std::string moxi = std::string(MOXI_BIN_DIR) + "/moxi";
+        Strings arguments = {"-u", "XDG_DATA_HOME", "-u", "XDG_STATE_HOME", "HOME=" + home,
+                             moxi, "--headless"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         arguments.push_back(game);
         return RunProgram("/usr/bin/env", arguments, folder.path);
@@ -238,6 +242,23 @@ url:    .asciz  "file:///x"
     const std::string errors = user.Run(game).errors;
     // 5,000 at each of the two messages of the start.
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 10000);
+}
+
+TEST(LockedRoom, WhereThereIsAWindowALongLineOfTheLogIsCut) {
+    const TemporaryFolder folder;
+    const std::string path = folder.path + "/log";
+    const int before = errorDescriptor;
+    errorDescriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const std::string text(100'000, 'a');
+    SystemLog(text);
+    LimitLog();
+    SystemLog(text);
+    SystemLog(text.substr(0, 4096));
+    EndLog();
+    close(errorDescriptor);
+    errorDescriptor = before;
+    EXPECT_TRUE(ReadTextFile(path) == "log: " + text + "\nlog: " + text.substr(0, 4096) +
+                                          "...\nlog: " + text.substr(0, 4096) + "\n");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "desktop/headless/headless_desktop.h"
 #include "tests/support/message_log.h"
 
 namespace moxi {
@@ -54,6 +55,22 @@ TEST(HeadlessLoop, EachReadingOfTheClockPassesFiftyMicroseconds) {
         "        BLT     @read\n";
     module.data = "count: .long 0\n";
     EXPECT_EQ(Played(module).LongAt("count"), 61u);
+}
+
+TEST(HeadlessLoop, WorkThatWaitsIsNotQueuedASecondTime) {
+    static int done = 0;
+    done = 0;
+    const Desktop before = desktop;
+    HeadlessOptions options;
+    options.runMilliseconds = 10;
+    StartHeadlessDesktop(options);
+    for (int i = 0; i < 1000; ++i) {
+        desktop.queueOnMain([] { ++done; });
+        desktop.queueOnMain([] { done += 1000; });
+    }
+    desktop.runEventLoop();
+    desktop = before;
+    EXPECT_EQ(done, 1001);
 }
 
 TEST(HeadlessLoop, ADelayPassesTimeForTheDateToo) {

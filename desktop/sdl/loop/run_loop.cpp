@@ -65,6 +65,10 @@ void RequestTerminate() {
 void QueueOnMain(void (*work)()) {
     {
         const std::lock_guard lock(workLock);
+        // Work that waits does once what it would do each time, and a module asks without end.
+        if (std::find(queuedWork->begin(), queuedWork->end(), work) != queuedWork->end()) {
+            return;
+        }
         queuedWork->push_back(work);
     }
     if (IsMainThread()) {
