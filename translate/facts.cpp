@@ -160,6 +160,8 @@ struct Search {
     std::vector<bool> needsFrame;
     std::vector<bool> needsStack;
     std::vector<bool> needsDepth;
+    // Blocks about which more is known than when they were followed last.
+    std::vector<bool> isToFollow;
     bool hasChanged = true;
 
     explicit Search(const Region& searched)
@@ -168,7 +170,8 @@ struct Search {
           before(searched.blocks.size(), {kAnyFrame, kMostStack, kAnyDepth}),
           needsFrame(searched.blocks.size()),
           needsStack(searched.blocks.size()),
-          needsDepth(searched.blocks.size()) {}
+          needsDepth(searched.blocks.size()),
+          isToFollow(searched.blocks.size(), true) {}
 
     const Instruction& At(size_t block, u32 index) const {
         return region.instructions[region.blocks[block].first + index];
@@ -294,10 +297,16 @@ struct Search {
             now.stack = kNoStack;
         }
         known = now;
-        hasChanged = true;
+        isToFollow[block] = hasChanged = true;
     }
 
+    // Blocks only ever restrict others further, so one about which nothing new is known has nothing
+    // to add.
     void FollowBlock(size_t block, bool isLate) {
+        if (!isToFollow[block]) {
+            return;
+        }
+        isToFollow[block] = false;
         const Block& all = region.blocks[block];
         Facts facts = before[block];
         const auto ways = EdgesOf(block);
@@ -394,6 +403,7 @@ RegionFacts FindFacts(const Region& region) {
     }
     search.ChooseFrames();
     // What has been chosen may be less than what its successors counted on.
+    search.isToFollow.assign(region.blocks.size(), true);
     for (search.hasChanged = true; search.hasChanged;) {
         search.hasChanged = false;
         for (size_t i = 0; i < region.blocks.size(); ++i) {

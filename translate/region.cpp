@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "vm/machine.h"
 
@@ -95,6 +94,22 @@ struct Search {
     }
 };
 
+// By rising address. Addresses with their places are sorted in place of the instructions, which are
+// four times as large.
+std::vector<Instruction> InOrder(const std::vector<Instruction>& instructions) {
+    std::vector<u64> order(instructions.size());
+    for (size_t i = 0; i < order.size(); ++i) {
+        order[i] = u64{instructions[i].pc} << 32 | i;
+    }
+    std::sort(order.begin(), order.end());
+    std::vector<Instruction> sorted;
+    sorted.reserve(order.size());
+    for (const u64 each : order) {
+        sorted.push_back(instructions[static_cast<u32>(each)]);
+    }
+    return sorted;
+}
+
 bool GoesOn(const Instruction& in) {
     return in.flow == Flow::Next || in.flow == Flow::Branch;
 }
@@ -111,15 +126,17 @@ Region FindRegion(u32 entry, IsTranslated isTranslated, u32 largest) {
     }
 
     Region region;
-    region.instructions = std::move(search.instructions);
+    region.instructions = InOrder(search.instructions);
     std::sort(search.leaders.begin(), search.leaders.end());
-    std::sort(region.instructions.begin(), region.instructions.end(),
-              [](const Instruction& a, const Instruction& b) { return a.pc < b.pc; });
     const auto& all = region.instructions;
+    auto leader = search.leaders.begin();
     for (u32 i = 0; i < all.size(); ++i) {
+        while (leader != search.leaders.end() && *leader < all[i].pc) {
+            ++leader;
+        }
+        const bool leads = leader != search.leaders.end() && *leader == all[i].pc;
         const bool follows =
-            i > 0 && GoesOn(all[i - 1]) && all[i - 1].pc + all[i - 1].length == all[i].pc &&
-            !std::binary_search(search.leaders.begin(), search.leaders.end(), all[i].pc);
+            i > 0 && !leads && GoesOn(all[i - 1]) && all[i - 1].pc + all[i - 1].length == all[i].pc;
         if (follows) {
             ++region.blocks.back().count;
         } else {
