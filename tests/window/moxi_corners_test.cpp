@@ -42,7 +42,8 @@ TEST_F(MoxiWindow, LeavingTheWindowTellsNoPlaceWhereThePointerNeverWas) {
     for (const std::string place : {"1350 850", "20 500", "500 60"}) {
         EXPECT_EQ(CauseAll("xdotool mousemove " + place), Lines{}) << place;
         // The content's corner is at 100, 200.
-        EXPECT_EQ(CauseAll("xdotool mousemove 500 500").back(), "f 190 12c 0");
+        const Lines back = CauseAll("xdotool mousemove 500 500");
+        EXPECT_EQ(back.empty() ? "" : back.back(), "f 190 12c 0") << place;
     }
 }
 
