@@ -11,7 +11,7 @@
 #include <iterator>
 
 #include "fuzz/check_sum.h"
-#include "fuzz/confine.h"
+#include "fuzz/confined_start.h"
 #include "fuzz/require.h"
 #include "host/archive.h"
 
@@ -103,11 +103,6 @@ std::string MadeArchive(FuzzedDataProvider& input) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    confine::Confine(*argc, *argv);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     const std::string folder = confine::folder + "/unpacked";

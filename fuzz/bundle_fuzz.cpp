@@ -14,7 +14,7 @@
 #include "desktop/folders.h"
 #include "desktop/headless/audio.h"
 #include "desktop/headless/headless_desktop.h"
-#include "fuzz/confine.h"
+#include "fuzz/confined_start.h"
 #include "gfx/bitmap.h"
 #include "gfx/screen.h"
 #include "host/bundle.h"
@@ -161,17 +161,9 @@ void Run() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    confine::Confine(*argc, *argv);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(confine::folder)) {
-        fs::remove_all(entry.path(), error);
-    }
+    confine::EmptyFolder();
     ResetHost();
     fs::create_directories(Game());
     std::ofstream(confine::folder + "/secret.txt") << "secret";
@@ -190,6 +182,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
         return 0;
     }
     // Whatever was found lies in the game.
+    std::error_code error;
     const fs::path resources = fs::canonical(folders.resources, error);
     if (resources.string().rfind(Game(), 0) != 0) {
         std::abort();

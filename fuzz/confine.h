@@ -102,6 +102,14 @@ inline void Confine(int argc, char** argv) {
     close(rules);
 }
 
+// Removes all that an earlier input has left.
+inline void EmptyFolder() {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        std::filesystem::remove_all(entry.path(), error);
+    }
+}
+
 }  // namespace confine
 
 }  // namespace moxi

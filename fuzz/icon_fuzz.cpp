@@ -2,21 +2,10 @@
 // so that what they cover is looked at.
 
 #include "fuzz/memory_file.h"
-#include "fuzz/png_sums.h"
+#include "fuzz/png_mutator.h"
 #include "host/game_info.h"
 
 namespace moxi {
-
-extern "C" std::size_t LLVMFuzzerMutate(u8* data, std::size_t size, std::size_t most);
-
-extern "C" std::size_t LLVMFuzzerCustomMutator(u8* data, std::size_t size, std::size_t most,
-                                               unsigned seed) {
-    size = LLVMFuzzerMutate(data, size, most);
-    if (seed % 8 != 0) {
-        MendPngSums(data, size);
-    }
-    return size;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     const MemoryFile file({reinterpret_cast<const char*>(data), size});

@@ -3,17 +3,12 @@
 
 #include <sstream>
 
-#include "fuzz/confine.h"
+#include "fuzz/confined_start.h"
 #include "fuzz/require.h"
 #include "tools/asm/assembler.h"
 #include "tools/dis/disassembler.h"
 
 namespace moxi {
-
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    confine::Confine(*argc, *argv);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     const std::string_view source(reinterpret_cast<const char*>(data), size);

@@ -14,7 +14,7 @@
 #include "app/output_requests.h"
 #include "base/helper_process.h"
 #include "base/output_files.h"
-#include "fuzz/confine.h"
+#include "fuzz/confined_start.h"
 #include "fuzz/require.h"
 #include "host/preferences.h"
 
@@ -55,10 +55,7 @@ std::string Contents(const std::string& name) {
 }
 
 void MakeFiles() {
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(confine::folder)) {
-        fs::remove_all(entry.path(), error);
-    }
+    confine::EmptyFolder();
     for (const char* const folder : {"/own", "/out", "/pictures"}) {
         fs::create_directory(InFolder(folder));
     }
@@ -119,11 +116,6 @@ int NextFile() {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    confine::Confine(*argc, *argv);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     FuzzedDataProvider input(data, size);

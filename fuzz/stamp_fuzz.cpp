@@ -7,7 +7,7 @@
 #include <fstream>
 
 #include "desktop/folders.h"
-#include "fuzz/confine.h"
+#include "fuzz/confined_start.h"
 #include "fuzz/require.h"
 #include "host/checksum.h"
 #include "host/data_owner.h"
@@ -48,18 +48,10 @@ std::string Stamp(FuzzedDataProvider& input, const std::string& folder) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    confine::Confine(*argc, *argv);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     ForgetDataFolder();
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(confine::folder)) {
-        fs::remove_all(entry.path(), error);
-    }
+    confine::EmptyFolder();
     MakeGame("/A", "module of A");
     MakeGame("/B", "module of B");
     UseGame("/A", "Pond");
