@@ -1,6 +1,7 @@
 // Plain text set from pairs, against HarfBuzz on the whole of it.
 
 #include "desktop/pango/pairs.h"
+#include "desktop/pango/pair_rules.h"
 
 #include <gtest/gtest.h>
 
@@ -110,5 +111,16 @@ TEST_F(Pairs, AreNotKnownBeforeTheyWereSeen) {
 }
 
 }  // namespace
+
+// Its ligatures overlap, so that 955 bytes say 65,535 ligatures of 65,535 parts for every glyph.
+TEST(PairRules, AFontWhoseLigaturesDoNotEndIsNotReadByPairs) {
+    hb_blob_t* const blob =
+        hb_blob_create_from_file_or_fail(MOXI_SOURCE_DIR "/fuzz/corpus/font/ligatures_without_end");
+    ASSERT_NE(blob, nullptr);
+    hb_face_t* const face = hb_face_create(blob, 0);
+    EXPECT_FALSE(ReadPairRules(face, HB_SCRIPT_LATIN, hb_language_from_string("en", -1)).usable);
+    hb_face_destroy(face);
+    hb_blob_destroy(blob);
+}
 
 }  // namespace moxi
