@@ -56,6 +56,14 @@
    (drop) (drop) (drop) (drop) (drop) (drop) (drop) (drop) (i32.const 1000) (i32.mul) (i32.const 0) (i32.add) (return)))
 (assert_return (invoke "p" (i32.const -1) (i64.const -2) (f32.const 3) (f64.const 4) (i32.const 5) (i64.const 6) (f32.const 7) (f64.const 8) (i32.const 9) (i64.const 10)) (i64.const 10) (i32.const 9) (f64.const 8) (f32.const 7) (i64.const 6) (i32.const 5) (f64.const 4) (f32.const 3) (i64.const -2) (i32.const -1))
 (assert_return (invoke "r") (i32.const 9000))
+;; Of a wrapped number nothing of the upper half is left, also where it becomes an f32 at once.
+(module (func (export "wrapped") (param i64 f32) (result i32) (f32.gt (local.get 1) (f32.reinterpret_i32 (i32.wrap_i64 (local.get 0)))))
+ (func (export "wrappedle") (param i64 f32) (result i32) (f32.le (local.get 1) (f32.reinterpret_i32 (i32.reinterpret_f32 (f32.reinterpret_i32 (i32.wrap_i64 (local.get 0)))))))
+ (func (export "wide") (param i64) (result i64) (local f32) (local.set 1 (f32.reinterpret_i32 (i32.wrap_i64 (local.get 0)))) (i64.extend_i32_u (i32.reinterpret_f32 (local.get 1)))))
+(assert_return (invoke "wrapped" (i64.const -44) (f32.const 1)) (i32.const 0))
+(assert_return (invoke "wrapped" (i64.const 0xFFFFFFFF3F000000) (f32.const 1)) (i32.const 1))
+(assert_return (invoke "wrappedle" (i64.const 0xFFFFFFFF3F800000) (f32.const 1)) (i32.const 1))
+(assert_return (invoke "wide" (i64.const -1)) (i64.const 0xFFFFFFFF))
 ;; Numbers of either sign at the ends of their range.
 (module (func (export "lt") (param i32 i32) (result i32) (i32.lt_s (local.get 0) (local.get 1))) (func (export "bge") (param i64 i64) (result i32) (if (result i32) (i64.ge_s (local.get 0) (local.get 1)) (then (i32.const 5)) (else (i32.const 6))))
  (func (export "c") (param i32) (result i32) (i32.gt_s (local.get 0) (i32.const 0x80000000))) (func (export "u") (param i64) (result i32) (i64.gt_u (local.get 0) (i64.const 0x8000000000000000)))
