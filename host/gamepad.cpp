@@ -10,7 +10,7 @@
 #include "desktop/events.h"
 #include "host/key_names.h"
 #include "host/mouse.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 
 namespace moxi {
@@ -337,7 +337,7 @@ void Press(u32 control) {
     }
     // What is released for the panel may be the keyboard's, and belongs into a recording.
     if (action.kind == ActionKind::Panel) {
-        return surfaceSlots.togglePanel();
+        return hostSlots.togglePanel();
     }
     const Acting acting;
     switch (action.kind) {

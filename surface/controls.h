@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "surface/canvas.h"
 
 namespace moxi {

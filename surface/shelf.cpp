@@ -4,12 +4,11 @@
 #include <filesystem>
 
 #include "desktop/desktop.h"
-#include "desktop/events.h"
 #include "host/bundle.h"
 #include "host/gamepad.h"
 #include "host/icon.h"
 #include "host/preferences.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 #include "host/window_place.h"
 #include "surface/add_game.h"
@@ -33,6 +32,7 @@ constexpr u8 kTabKey = 0x30;
 constexpr u8 kReturnKey = 0x24;
 
 struct Shelf {
+    ShelfActions actions = {};
     std::vector<ShelfGame> games;
     std::string search;
     std::string message;  // in the place of what is said of a game
@@ -176,11 +176,11 @@ void Draw() {
 // --- What the player wants
 
 void ReadGames() {
-    shelf.games = shelfSlots.games();
+    shelf.games = shelf.actions.games();
 }
 
 void LookForEnd() {
-    if (shelfSlots.isPlaying()) {
+    if (shelf.actions.isPlaying()) {
         return;
     }
     desktop.stopTimer(shelf.look);
@@ -193,8 +193,8 @@ void LookForEnd() {
 }
 
 void Play(const ShelfGame& game) {
-    shelf.message = InPlayersWords(shelfSlots.play(game.record.path));
-    if (!shelf.message.empty() || !shelfSlots.isPlaying()) {
+    shelf.message = InPlayersWords(shelf.actions.play(game.record.path));
+    if (!shelf.message.empty() || !shelf.actions.isPlaying()) {
         return;
     }
     shelf.playing = game.record.name;
@@ -222,7 +222,7 @@ void Remove(const ShelfGame& game) {
         }
     }
     const std::string path = game.record.path;
-    shelfSlots.remove(path);
+    shelf.actions.remove(path);
     std::erase_if(shelf.games,
                   [&path](const ShelfGame& other) { return other.record.path == path; });
     shelf.surface.focus = next;
@@ -258,7 +258,7 @@ void CloseAdding() {
 
 void AddGame(const std::string& path) {
     const std::string plain = PlainPath(path);
-    shelf.problem = InPlayersWords(shelfSlots.add(plain));
+    shelf.problem = InPlayersWords(shelf.actions.add(plain));
     if (!shelf.problem.empty()) {
         if (!shelf.adding) {
             shelf.message = shelf.problem;
@@ -418,7 +418,26 @@ void Launch() {
     Draw();
 }
 
-DesktopEvents ShelfEvents() {
+// Enlarged by the desktop's density, a screen may have fewer points than the window would like.
+WindowFrame FirstFrame() {
+    constexpr i32 kTitleBar = 32;
+    WindowFrame frame = {100, 100, 1000, 600};
+    const std::vector<Screen> screens = desktop.screens();
+    if (screens.empty()) {
+        return frame;
+    }
+    const WindowFrame& room = screens.front().visibleFrame;
+    frame.width = std::min(frame.width, room.width);
+    frame.height = std::min(frame.height, std::max(room.height - kTitleBar, 1));
+    frame.x = std::min(frame.x, room.x + room.width - frame.width);
+    frame.y = std::min(frame.y, std::max(room.y + room.height - kTitleBar - frame.height, room.y));
+    return frame;
+}
+
+}  // namespace
+
+DesktopEvents EventsOfShelf(const ShelfActions& actions) {
+    shelf.actions = actions;
     DesktopEvents events = desktopEvents;
     events.didFinishLaunching = Launch;
     events.windowWillClose = NoteLastWindowPlace;
@@ -467,26 +486,7 @@ DesktopEvents ShelfEvents() {
     return events;
 }
 
-// Enlarged by the desktop's density, a screen may have fewer points than the window would like.
-WindowFrame FirstFrame() {
-    constexpr i32 kTitleBar = 32;
-    WindowFrame frame = {100, 100, 1000, 600};
-    const std::vector<Screen> screens = desktop.screens();
-    if (screens.empty()) {
-        return frame;
-    }
-    const WindowFrame& room = screens.front().visibleFrame;
-    frame.width = std::min(frame.width, room.width);
-    frame.height = std::min(frame.height, std::max(room.height - kTitleBar, 1));
-    frame.x = std::min(frame.x, room.x + room.width - frame.width);
-    frame.y = std::min(frame.y, std::max(room.y + room.height - kTitleBar - frame.height, room.y));
-    return frame;
-}
-
-}  // namespace
-
 void StartShelf() {
-    desktopEvents = ShelfEvents();
     UseSurfacePadMap(true);
     StartPanel({.onShelf = true});
     desktop.createWindow(FirstFrame());
