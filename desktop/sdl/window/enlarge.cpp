@@ -237,7 +237,7 @@ struct Workspace {
 struct Job {
     const SourcePicture& from;
     const TargetPicture& to;
-    Area place;
+    ScreenArea place;
     Axis across;
     Axis down;
     Span columns;
@@ -338,8 +338,8 @@ void DrawSmooth(const Job& job) {
 
 }  // namespace
 
-Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& place,
-             const Area& changed, bool smooth) {
+ScreenArea Enlarge(const SourcePicture& from, const TargetPicture& to, const ScreenArea& place,
+                   const ScreenArea& changed, bool smooth) {
     const i32 left = std::max(changed.x, 0);
     const i32 top = std::max(changed.y, 0);
     const i32 right = std::min(changed.x + changed.width, from.width);
@@ -368,7 +368,7 @@ Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& pla
             job.columns.end - job.columns.first, job.rows.end - job.rows.first};
 }
 
-void CopyPixels(const SourcePicture& from, const TargetPicture& to, const Area& area) {
+void CopyPixels(const SourcePicture& from, const TargetPicture& to, const ScreenArea& area) {
     const std::size_t width = static_cast<std::size_t>(std::max(area.width, 0));
     const bool streams =
         width * static_cast<std::size_t>(std::max(area.height, 0)) >= kStreamedPixels;

@@ -31,14 +31,14 @@ constinit Fitting fitting = Fitting::Steps;
 constinit i32 steps = 1;
 constinit bool smooth = false;
 constinit ViewRect requested;           // empty when nothing is
-constinit Area newPixels;               // drawn and not yet shown; empty when width is 0
+constinit ScreenArea newPixels;         // drawn and not yet shown; empty when width is 0
 constinit bool surfaceIsShown = false;  // the host's own
 constinit ViewSize pictureSize;         // of it
 
 // With a surface:
 constinit bool hasSurface = false;
 constinit SDL_Surface* surface = nullptr;  // SDL's; another one after each change of size
-constinit Area shownPlace;                 // of the view, when it was drawn last
+constinit ScreenArea shownPlace;           // of the view, when it was drawn last
 
 // With a texture:
 constinit SDL_Renderer* renderer = nullptr;
@@ -202,7 +202,7 @@ ViewSize Room() {
     return {std::max(size.width, 1), std::max(size.height, 1)};
 }
 
-Area PlaceOfView(ViewSize room) {
+ScreenArea PlaceOfView(ViewSize room) {
     if (surfaceIsShown) {
         return {0, 0, pictureSize.width, pictureSize.height};
     }
@@ -218,7 +218,7 @@ Point ViewPoint(Point inWindow, bool nearest) {
         return inWindow;
     }
     const ViewSize room = Room();
-    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    const ScreenArea whole = {0, 0, WindowSize().width, WindowSize().height};
     const Point pixel = PicturePoint(inWindow, whole, room);
     if (surfaceIsShown) {
         return pixel;
@@ -238,7 +238,7 @@ Point WindowPoint(Point inView) {
         return inView;
     }
     const ViewSize room = Room();
-    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    const ScreenArea whole = {0, 0, WindowSize().width, WindowSize().height};
     return PicturePoint(RoomPoint(inView, PlaceOfView(room), viewSize),
                         {0, 0, room.width, room.height}, {whole.width, whole.height});
 }
@@ -256,7 +256,7 @@ bool IsOnView(i32 x, i32 y) {
 
 namespace {
 
-void Clear(const Area& place) {
+void Clear(const ScreenArea& place) {
     const SDL_Rect view = {place.x, place.y, place.width, place.height};
     if (IsEnlarged()) {
         SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
@@ -273,7 +273,7 @@ bool PrepareSurface() {
     if (surface == nullptr || surface->format->BytesPerPixel != 4) {
         return false;
     }
-    const Area place = PlaceOfView({surface->w, surface->h});
+    const ScreenArea place = PlaceOfView({surface->w, surface->h});
     if (isNew || (IsEnlarged() && place != shownPlace)) {
         Clear(place);
         // What was drawn before at another place is gone.
@@ -302,7 +302,7 @@ TargetPicture Target() {
 }
 
 // Enlarged, over `shownPlace`.
-Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
+ScreenArea EnlargeOnSurface(const ViewPixels& view, const ScreenArea& area) {
     return Enlarge(Source(view), Target(), shownPlace, area, smooth);
 }
 
@@ -365,7 +365,7 @@ bool Prepare() {
     return PrepareSurface();
 }
 
-Area Union(const Area& a, const Area& b) {
+ScreenArea Union(const ScreenArea& a, const ScreenArea& b) {
     if (a.width <= 0) {
         return b;
     }
@@ -377,7 +377,7 @@ Area Union(const Area& a, const Area& b) {
 
 // As far as the window is there: it may still have, or have again, another size than the
 // application knows.
-Area Within(Area area, ViewSize room) {
+ScreenArea Within(ScreenArea area, ViewSize room) {
     area.width = std::min(area.width, room.width - area.x);
     area.height = std::min(area.height, room.height - area.y);
     return area;
@@ -387,7 +387,7 @@ void Present(ViewPixels view, ViewRect rect) {
     if (view.pixels == nullptr || !Prepare()) {
         return;
     }
-    Area area = TouchedPixels(rect, {view.width, view.height});
+    ScreenArea area = TouchedPixels(rect, {view.width, view.height});
     if (hasSurface && IsEnlarged()) {
         const bool fits = view.width == viewSize.width && view.height == viewSize.height;
         if (fits && area.width > 0) {
@@ -442,7 +442,7 @@ ViewSize WindowPixels() {
 namespace {
 
 bool RenderTexture(ViewSize room) {
-    const Area place = PlaceOfView(room);
+    const ScreenArea place = PlaceOfView(room);
     const SDL_Rect target = {place.x, place.y, place.width, place.height};
     const u8 bar = IsEnlarged() ? 0 : 255;
     SDL_SetTextureScaleMode(texture, smooth ? SDL_ScaleModeLinear : SDL_ScaleModeNearest);
@@ -466,7 +466,7 @@ void ShowTexture() {
     }
 }
 
-void ShowArea(const Area& area) {
+void ShowArea(const ScreenArea& area) {
     if (!hasSurface) {
         return ShowTexture();
     }
@@ -497,7 +497,7 @@ void ShowViewFromOtherThread() {
 }
 
 void ShowNewPixels() {
-    const Area area = std::exchange(newPixels, Area{});
+    const ScreenArea area = std::exchange(newPixels, ScreenArea{});
     if (area.width > 0 && Prepare()) {
         ShowArea(area);
     }
