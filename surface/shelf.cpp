@@ -151,8 +151,8 @@ void PaintPlaying() {
     const TextLook look = {.size = kTitleSize * s, .bold = true};
     const double room = shelf.canvas.width - 40 * s;
     const double width = std::min(TextWidth(look, text), room);
-    DrawText(shelf.canvas, (shelf.canvas.width - width) / 2, shelf.canvas.height / 2.0, room, look,
-             text, {255, 255, 255});
+    PaintText(shelf.canvas, (shelf.canvas.width - width) / 2, shelf.canvas.height / 2.0, room, look,
+              text, {255, 255, 255});
 }
 
 void Draw() {
