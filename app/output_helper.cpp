@@ -101,7 +101,8 @@ bool StartOutputHelper(const OutputPlaces& places) {
     if (helper >= 0 || !needed) {
         return true;
     }
-    // The helper has to know the names of this process.
+    // The names of new files hold this process's number, which is found at the first call: the
+    // helper is to take it over and not to find its own.
     NewFileOf("");
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {

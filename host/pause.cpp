@@ -36,10 +36,10 @@ struct WindowNews {
     i32 liveResizes = 0;             // begun, less those ended
 };
 
-constinit u32 reasons = 0;  // bits
+constinit u32 reasons = 0;  // a bit for each PauseReason that holds
 constinit bool standing = false;
-constinit bool releasing = false;  // what is held, when the pause begins
-constinit u64 standsAt = 0;        // how many messages have to have left the queue
+constinit bool releasing = false;  // the pause begins, and what is held is being released
+constinit u64 standsAt = 0;  // so many messages have left the queue when the game stands still
 constinit WindowNews news;
 constinit ViewRect owedRedraw;  // empty when none is
 std::vector<Message> owedMessages;
@@ -313,7 +313,7 @@ void CountAndTellLater() {
     news.*times += step;
 }
 
-// What is left to tell after the pause is in the difference between then and now.
+// Nothing is told while the game is paused; TellWindowNews compares full screen before and after.
 template <bool begins, void (*DesktopEvents::*handler)()>
 void TellUnlessPaused() {
     if (!IsPaused()) {
