@@ -101,8 +101,8 @@ bool StartOutputHelper(const OutputPlaces& places) {
     if (helper >= 0 || !needed) {
         return true;
     }
-    // The names of new files hold this process's number, which is found at the first call: the
-    // helper is to take it over and not to find its own.
+    // The names of new files end with digits that are drawn at the first call. They are drawn here,
+    // so that the helper has the same.
     NewFileOf("");
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {

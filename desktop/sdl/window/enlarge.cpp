@@ -173,7 +173,7 @@ constexpr std::size_t kSlack = 512;
 // Pictures of so many pixels go past the caches.
 constexpr std::size_t kStreamedPixels = std::size_t{1} << 18;
 
-// A row that nothing here reads again.
+// Writes one row of the target; with `streams` past the caches, since nothing here reads it again.
 void PutRow(u8* to, const u8* from, std::size_t count, bool exchanges, bool streams) {
     if (streams) {
         HWY_DYNAMIC_DISPATCH(StreamHere)(to, from, count, exchanges);
@@ -250,7 +250,7 @@ struct Job {
     bool Streams() const {
         return Width() * static_cast<std::size_t>(rows.end - rows.first) >= kStreamedPixels;
     }
-    // The row as it was drawn.
+    // A row that is in the target's order of bytes already.
     void Put(i32 row, const std::vector<u32>& drawn) const {
         PutRow(RowOf(row), reinterpret_cast<const u8*>(drawn.data()), Width(), false, Streams());
     }

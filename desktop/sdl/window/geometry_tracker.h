@@ -54,14 +54,14 @@ struct Placement {
 // much can happen between. What is to be seen meanwhile is neither the window before nor the one
 // after; frames that fit their content tell when it is over.
 struct FrameWatch {
-    bool framesFit = false;  // they do with this window manager, and did at last
+    bool framesFit = false;  // at the last look the frame fitted its content and borders
     u64 waitUntil = 0;       // a change is under way; 0 when none is
     u64 nextLook = 0;        // meaningful with waitUntil
 };
 
 // How long a window manager may take from the first part of a change to the last.
 constexpr u64 kFrameNanoseconds = 1'000'000'000;
-// The same where frames are no evidence, being larger than what is to be seen of them.
+// The same for window managers whose frames are larger than what is seen of them, and tell nothing.
 constexpr u64 kBordersNanoseconds = 30'000'000;
 constexpr u64 kFrameLookNanoseconds = 5'000'000;
 

@@ -122,7 +122,7 @@ ScreenArea PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) 
     if (fitting != Fitting::Steps) {
         steps = static_cast<i32>(std::min(room.width / width, room.height / height));
     }
-    // A picture that the room is too small for is made smaller, by whatever that takes.
+    // By fractions, or larger than the room even at one step: scaled until it fits.
     if (fitting == Fitting::Fractions || steps < 1) {
         const bool isWide = width * room.height > height * room.width;
         const i64 shownWidth = isWide ? room.width : room.height * width / height;
@@ -133,7 +133,7 @@ ScreenArea PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) 
                 shown.height};
     }
     const ViewSize shown = {static_cast<i32>(width * steps), static_cast<i32>(height * steps)};
-    // Pixels that are points have no remainder but for a moment, while the size changes.
+    // At one step the view has the size of the room, but for a moment while the size changes.
     if (fitting == Fitting::Steps && steps == 1) {
         return {0, 0, shown.width, shown.height};
     }

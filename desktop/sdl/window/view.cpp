@@ -58,7 +58,7 @@ bool IsEnlarged() {
 // slower than doing it here.
 
 bool ThereIsADevice() {
-    // Whoever names a renderer gets it.
+    // The user has named a renderer: it is taken, whatever it is.
     if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
         return true;
     }
@@ -184,7 +184,7 @@ bool ServeRedraw() {
     return true;
 }
 
-// --- Where the view is. SDL's points are pixels but on Wayland, with a high density.
+// --- Where the view is. A point of SDL's is a pixel, but on Wayland it may be several.
 
 namespace {
 
@@ -206,7 +206,7 @@ ScreenArea PlaceOfView(ViewSize room) {
     if (surfaceIsShown) {
         return {0, 0, pictureSize.width, pictureSize.height};
     }
-    // Where a point is SDL's, a pixel may be less.
+    // The steps count points; the room counts pixels.
     const i32 density = std::max(room.width / WindowSize().width, 1);
     return PlaceIn(room, viewSize, fitting, steps * density);
 }
@@ -288,7 +288,8 @@ SourcePicture Source(const ViewPixels& view) {
     return {view.pixels, view.width, view.height, 4 * view.width};
 }
 
-// What is shown as it is needs no pixel beside those that have been drawn.
+// The drawn rectangle as the processor has it nearest: enough for a view that is shown as it is,
+// while enlarging needs pixels around it, too.
 SourcePicture NearerSource(const ViewPixels& view) {
     if (view.nearer == nullptr) {
         return Source(view);
@@ -324,7 +325,7 @@ bool PrepareTexture() {
                                 size.height);
     textureSize = size;
     if (texture == nullptr) {
-        return false;  // the size stays, and tells that it was asked for
+        return false;  // a size without a texture tells that there could be none
     }
     SDL_SetTextureBlendMode(texture, SDL_BLENDMODE_NONE);
     const std::vector<u32> white(
@@ -375,8 +376,8 @@ ScreenArea Union(const ScreenArea& a, const ScreenArea& b) {
             std::max(a.y + a.height, b.y + b.height) - top};
 }
 
-// As far as the window is there: it may still have, or have again, another size than the
-// application knows.
+// The part of the area that lies in the window, whose size may differ for a moment from the one
+// that the application knows.
 ScreenArea Within(ScreenArea area, ViewSize room) {
     area.width = std::min(area.width, room.width - area.x);
     area.height = std::min(area.height, room.height - area.y);

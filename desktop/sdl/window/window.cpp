@@ -129,7 +129,7 @@ bool AskForPlacement(Placement& placement) {
     return true;
 }
 
-// Answers whether the frame has another place now though the content has stayed where it is. The
+// Whether the frame has another place now though the content has stayed where it is. The
 // borders that a window has from the start are no news.
 bool TakeBorders(const Borders& now) {
     const Borders before = std::exchange(borders, now);
@@ -389,7 +389,7 @@ void EnterFullScreen(bool byUs) {
         SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
     }
     const GeometryChange change = AskGeometry(tracker, screen, Nanoseconds());
-    // The view of a fitted window is another one now, whatever becomes of the window.
+    // A fitted view gets all of the screen now, even where the window's frame stays the same.
     TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
@@ -560,7 +560,7 @@ bool IsInLiveResize() {
 
 namespace {
 
-// Where nobody would look nothing is waited for; what ends that is reported.
+// A window that is hidden or minimised is not looked at; its coming back is reported.
 u64 NextLook() {
     if (!shown || miniaturized) {
         return kNever;
