@@ -5,8 +5,8 @@
 
 #include "desktop/desktop.h"
 #include "host/bundle.h"
+#include "host/game_info.h"
 #include "host/gamepad.h"
-#include "host/icon.h"
 #include "host/preferences.h"
 #include "host/surface.h"
 #include "host/view.h"
