@@ -13,7 +13,6 @@
 #include "host/window_place.h"
 #include "surface/add_game.h"
 #include "surface/panel.h"
-#include "surface/problems.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
 #include "surface/words.h"
