@@ -4,7 +4,6 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 
 #include "host/bundle.h"
