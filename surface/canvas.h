@@ -53,7 +53,7 @@ void DrawRoundBorder(Canvas& canvas, const Box& box, double radius, double thick
                      Colour colour);
 // The picture scaled into the box, smoothly.
 void DrawPicture(Canvas& canvas, const Box& box, const RgbaPicture& picture);
-// Brings every pixel this near to black, 0 to 1.
+// Darkens every pixel: 0 leaves it as it is, 1 makes it black.
 void Darken(Canvas& canvas, double by);
 
 struct TextLook {

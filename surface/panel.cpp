@@ -165,7 +165,7 @@ void ClosePanel() {
     HideSurfaces();
     panel.canvas = {};
     panel.backdrop = {};
-    // What lies below is a surface, too.
+    // Below it lies the shelf, which is a surface, too.
     if (panel.state.onShelf) {
         return RequestSurfaceRedraw();
     }
@@ -188,7 +188,7 @@ void PanelInput(const SurfaceInput& input) {
     if (!ServeWant(panel.surface, panel.state, want)) {
         return ClosePanel();
     }
-    // A press elsewhere takes the question back.
+    // Nothing to draw anew, as when the pointer moves within a control.
     if (want.kind == WantKind::Nothing && SeenNow() == before && !isKey) {
         return;
     }

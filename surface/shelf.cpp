@@ -79,7 +79,7 @@ std::string FootText() {
 void AddHead(Surface& surface, double margin) {
     constexpr double kButton = 150;
     constexpr double kPreferencesButton = 116;
-    // Where there is no room for it, its key is left.
+    // Where there is no room for the button there is still its key.
     const bool hasPreferences = surface.width >= 500;
     const double buttons = kButton + (hasPreferences ? kPreferencesButton + 4 : 0);
     Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
@@ -228,7 +228,7 @@ void Remove(const ShelfGame& game) {
     shelf.message = message;
 }
 
-// Its text is gone on with at the end.
+// Gives a field the focus, with the caret at its text's end.
 void FocusField(const char* id) {
     shelf.surface.focus = id;
     if (Control* const field = FindControl(shelf.surface, id)) {

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* kCatalogue = "moxi";
 
-// Messages alone are in the player's language, and those of other libraries are not: what the log
-// says is the same everywhere. So there is a locale that is put on for each text and taken off.
+// A locale for messages alone, which is put on for each text and taken off again: what other
+// libraries say, and so the log, is the same everywhere.
 constinit locale_t messages = nullptr;
 
 std::string_view Variable(const char* name) {
@@ -23,7 +23,9 @@ std::string_view Variable(const char* name) {
     return value != nullptr ? value : "";
 }
 
-// What LANGUAGE would say, where it does not. "" and "C" are English.
+// The languages to look for, as LANGUAGE has them; where that is not set, the language of the
+// locale.
+// "" for English.
 std::string Languages() {
     std::string_view locale = Variable("LC_ALL");
     if (locale.empty()) {
@@ -32,7 +34,7 @@ std::string Languages() {
     if (locale.empty()) {
         locale = Variable("LANG");
     }
-    // Who has no language set has no list of languages either.
+    // Without a locale LANGUAGE does not count.
     if (locale.empty() || locale == "C" || locale == "POSIX" || locale.substr(0, 2) == "C.") {
         return "";
     }
@@ -66,8 +68,8 @@ void ChooseLanguage() {
     if (languages.empty()) {
         return;
     }
-    // The user's own locale may not have been generated, and this one always is there. Which
-    // language it is, the variable says; in the C locale it would not count.
+    // C.UTF-8 is always there, while the user's own locale may not have been generated. LANGUAGE
+    // chooses the language in it; in the locale C it would not count.
     setenv("LANGUAGE", languages.c_str(), 1);
     messages = newlocale(LC_MESSAGES_MASK, "C.UTF-8", nullptr);
     bindtextdomain(kCatalogue, OwnResource("locale").c_str());
