@@ -348,7 +348,7 @@ struct WasmOperatorsTest : VmTest {
                const std::vector<std::string>& wanted, const std::vector<std::string>& ofNode) {
         ASSERT_EQ(wanted.size(), module.calls.size()) << op.name;
         CompareWithNode(op, module, wanted, ofNode);
-        const Translation translation = Translate(module.bytes, CallOptions());
+        const TranslatedModule translation = Translate(module.bytes, CallOptions());
         ASSERT_TRUE(translation.ok) << op.name << ": " << translation.errors[0];
 
         std::vector<RandomModule::Call> ending;
