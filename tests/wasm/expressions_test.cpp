@@ -43,7 +43,7 @@ struct WasmExpressionsTest : VmTest {
     void Compare(u64 seed, const RandomModule& module, const std::vector<std::string>& wanted) {
         TranslateOptions options = CallOptions();
         options.checkBounds = module.anyAddress;
-        const Translation translation = Translate(module.bytes, options);
+        const TranslatedModule translation = Translate(module.bytes, options);
         ASSERT_TRUE(translation.ok) << "module " << seed;
         for (size_t done = 0; done < wanted.size();) {
             const CallsRun run = RunTranslated(
