@@ -188,9 +188,7 @@ bool Selector::AssignConversion(Variable to, const Node& node) {
         case Plain::I32ReinterpretF32:
         case Plain::F32ReinterpretI32:
         case Plain::I64ReinterpretF64:
-        case Plain::F64ReinterpretI64:
-            Put(to, node.type, Source(node.a, SizeOf(node.type)));
-            return true;
+        case Plain::F64ReinterpretI64: Assign(to, node.a); return true;
         default: return false;
     }
 }

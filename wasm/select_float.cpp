@@ -158,6 +158,9 @@ void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
             }
             Two(TwoOperand::Cmp, size, left, Source(b, size));
             Branch(Condition::Eq, yes);
+        } else {
+            // What is no number equals nothing, but the other operand may still trap.
+            Discard(a);
         }
         Jump(no);
         return;
