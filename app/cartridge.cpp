@@ -103,7 +103,7 @@ int TranslateCartridge(const Cartridge& cartridge, const std::string& key) {
     TranslateOptions options;
     options.cartridge = cartridge.bytes;
     options.libraryFolder = OwnResource("library");
-    const Translation made = Translate(cartridge.console, options);
+    const TranslatedModule made = Translate(cartridge.console, options);
     if (!made.ok) {
         for (const std::string& error : made.errors) {
             Refuse(cartridge.path, error);

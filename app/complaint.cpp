@@ -9,7 +9,7 @@
 #include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "desktop/sdl/sdl_desktop.h"
-#include "surface/problems.h"
+#include "surface/words.h"
 
 namespace moxi {
 

@@ -180,7 +180,7 @@ bool TakeText(std::string_view& message, std::string& text) {
     return Take(message, text.data(), size);
 }
 
-bool TakePicture(std::string_view& message, std::shared_ptr<const Picture>& picture) {
+bool TakePicture(std::string_view& message, std::shared_ptr<const RgbaPicture>& picture) {
     u32 width = 0;
     u32 height = 0;
     if (!TakeNumber(message, width) || !TakeNumber(message, height) || width > kLargestSide ||
@@ -190,12 +190,12 @@ bool TakePicture(std::string_view& message, std::shared_ptr<const Picture>& pict
     if (width == 0 || height == 0) {
         return true;
     }
-    Picture read = {static_cast<i32>(width), static_cast<i32>(height), {}};
+    RgbaPicture read = {static_cast<i32>(width), static_cast<i32>(height), {}};
     read.pixels.resize(size_t{4} * width * height);
     if (!Take(message, read.pixels.data(), read.pixels.size())) {
         return false;
     }
-    picture = std::make_shared<const Picture>(std::move(read));
+    picture = std::make_shared<const RgbaPicture>(std::move(read));
     return true;
 }
 

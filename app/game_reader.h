@@ -24,7 +24,8 @@ struct GameRead {
     std::string author;
     std::string licence;
     std::string source;
-    std::shared_ptr<const Picture> picture;  // its icon, else that of its last run; null for none
+    // Its icon, else that of its last run; null for none.
+    std::shared_ptr<const RgbaPicture> picture;
 };
 
 // What a reading process has sent; empty where that is no whole message. A game may have taken that

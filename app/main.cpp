@@ -298,7 +298,7 @@ std::string ChosenPreferenceFile(const Options& options) {
 }
 
 // What the command line says wins for this run.
-void ApplyPreferences(const Options& options) {
+void ChoosePreferences(const Options& options) {
     ChoosePreferencesOf(folders.gameName);
     if (options.musicVolume) {
         SetPreferenceForRun("music-volume", std::to_string(*options.musicVolume));
@@ -341,7 +341,7 @@ Status EnterSandbox(Options& options) {
     if (!unusable.empty()) {
         return RefuseGame(options, unusable);
     }
-    ApplyPreferences(options);
+    ChoosePreferences(options);
     const bool isFitted = preferences.scale >= kScaleFit;
     ReadWindowPlace(isFitted ? "" : WindowPlaceFile(options),
                     folders.dataName.empty() ? folders.gameName : folders.dataName);

@@ -101,7 +101,8 @@ bool StartOutputHelper(const OutputPlaces& places) {
     if (helper >= 0 || !needed) {
         return true;
     }
-    // The helper has to know the names of this process.
+    // The names of new files end with digits that are drawn at the first call. They are drawn here,
+    // so that the helper has the same.
     NewFileOf("");
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {

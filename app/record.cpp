@@ -29,11 +29,11 @@ Desktop innerDesktop;  // the desktop that the program's wishes go on to
 // the script is played.
 constinit u32 ownChanges = 0;  // the program is changing the window just now
 constinit bool fullScreenChanges = false;
-constinit bool asked = false;           // this record has taken the desktop's functions over
-constinit bool quitIsOurs = false;      // the program has asked to quit,
-constinit bool closeIsOurs = false;     // to close the window,
+constinit bool tookDesktop = false;     // `desktop` has the functions of NoteOwnChanges
+constinit bool quitIsOurs = false;      // the program has asked to quit
+constinit bool closeIsOurs = false;     // the program has asked to close the window
 constinit bool closes = false;          // the window is about to be closed
-constinit bool minimizeIsOurs = false;  // to minimise it, and the desktop answers later
+constinit bool minimizeIsOurs = false;  // the program has asked to minimise it
 
 void Write(const std::string& event) {
     // The pad's own events stand for the keys that become of them.
@@ -72,7 +72,7 @@ bool TakeWish(bool& wish) {
 }
 
 void NoteOwnChanges() {
-    asked = true;
+    tookDesktop = true;
     innerDesktop = desktop;
     desktop.terminate = [] {
         quitIsOurs = true;
@@ -299,10 +299,10 @@ void CloseRecording() {
     }
     std::fclose(recordFile);
     recordFile = nullptr;
-    if (asked) {
+    if (tookDesktop) {
         desktop = innerDesktop;
     }
-    asked = false;
+    tookDesktop = false;
 }
 
 }  // namespace moxi

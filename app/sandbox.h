@@ -32,7 +32,8 @@ struct SandboxPlaces {
 void StartSandbox(const SandboxPlaces& places);
 
 // Narrows that to what the game needs: in the place of StartSandbox's data folder this one, no
-// start of programs, no network. Files of the resources folder may still be deleted, or not.
+// start of programs, no network. Files may still be deleted below `deletable`, the game's resources
+// folder or "" for nowhere.
 void TightenSandbox(const std::string& dataFolder, const std::string& deletable);
 
 // For the process that opens gamepads: it reads the devices of a person's input, and nothing else.

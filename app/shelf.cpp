@@ -18,6 +18,7 @@
 #include "app/library_lines.h"
 #include "app/signals.h"
 #include "app/temporary_folder.h"
+#include "app/wiring.h"
 #include "base/log.h"
 #include "base/output_files.h"
 #include "desktop/desktop.h"
@@ -37,7 +38,6 @@
 #include "surface/shelf.h"
 #include "surface/shown.h"
 #include "vm/diagnostics.h"
-#include "vm/slots.h"
 
 namespace moxi {
 
@@ -339,9 +339,8 @@ void RunShelf(const Options& chosen) {
         SetPreferenceForRun("scale", options.scale);
     }
     StartPangoText();
-    vmSlots.endProcess = End;
-    shelfSlots = {
-        .games = Games, .add = Add, .remove = Remove, .play = Play, .isPlaying = IsPlaying};
+    WireShelf({.games = Games, .add = Add, .remove = Remove, .play = Play, .isPlaying = IsPlaying},
+              End);
     TakeLibraryLines();
     if (!OpenDesktopOfShelf()) {
         return GiveBackStandardError();

@@ -22,7 +22,7 @@
 #include "host/pause.h"
 #include "host/preferences.h"
 #include "host/queue.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/timers.h"
 #include "host/view.h"
 #include "host/window.h"
@@ -101,13 +101,7 @@ void WireRooms(const Options& options) {
     StartPangoText();
 
     StartPanel({.noSound = options.mute, .moves = !options.headless});
-    surfaceSlots = {
-        .togglePanel = TogglePanel,
-        .close = ClosePanel,
-        .isOpen = PanelIsOpen,
-        .input = PanelInput,
-        .draw = DrawPanel,
-    };
+    hostSlots.togglePanel = TogglePanel;
 
     desktopEvents = Gated(Recorded({
         .didFinishLaunching = moxiAppDelegate::applicationDidFinishLaunching,
@@ -165,6 +159,11 @@ void WireRooms(const Options& options) {
         preferences.fullScreen && (options.headless || preferences.scale < kScaleFit);
     launch = desktopEvents.didFinishLaunching;
     desktopEvents.didFinishLaunching = LaunchAsThePlayerWants;
+}
+
+void WireShelf(const ShelfActions& actions, void (*endProcess)(int status)) {
+    vmSlots.endProcess = endProcess;
+    desktopEvents = EventsOfShelf(actions);
 }
 
 }  // namespace moxi

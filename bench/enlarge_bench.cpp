@@ -23,7 +23,8 @@ void EnlargePicture(benchmark::State& state, i32 width, i32 height, bool smooth)
     std::vector<u8> screen(std::size_t{kScreenWidth} * kScreenHeight * 4);
     const TargetPicture target = {screen.data(), kScreenWidth, kScreenHeight, kScreenWidth * 4,
                                   true};
-    const Area place = {(kScreenWidth - width) / 2, (kScreenHeight - height) / 2, width, height};
+    const ScreenArea place = {(kScreenWidth - width) / 2, (kScreenHeight - height) / 2, width,
+                              height};
     for (auto _ : state) {
         benchmark::DoNotOptimize(Enlarge({source.data(), 1280, 800, 1280 * 4}, target, place,
                                          {0, 0, 1280, 800}, smooth));

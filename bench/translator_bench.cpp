@@ -93,7 +93,7 @@ Result TranslateAll(const std::vector<u32>& places, const SharedCode& shared) {
             begun.insert(entry.pc);
         }
         result.instructions += region.instructions.size();
-        for (const Instruction& in : region.instructions) {
+        for (const DecodedInstruction& in : region.instructions) {
             result.moduleBytes += in.length;
         }
         result.codeBytes += made.code.size();

@@ -106,7 +106,8 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     if (kind == 3) {
         options.cartridge = bytes;
     }
-    const moxi::Translation translation = moxi::Translate(kind == 3 ? console : bytes, options);
+    const moxi::TranslatedModule translation =
+        moxi::Translate(kind == 3 ? console : bytes, options);
     if (!translation.ok) {
         Require(!translation.errors.empty() && translation.bytes.empty());
         for (const std::string& error : translation.errors) {

@@ -7,7 +7,7 @@
 #include "gfx/bitmap.h"
 #include "gfx/screen.h"
 #include "host/bundle.h"
-#include "host/icon.h"
+#include "host/game_info.h"
 #include "host/keyboard.h"
 #include "host/queue.h"
 #include "host/session.h"

@@ -6,6 +6,7 @@
 
 #include "base/read_file.h"
 #include "base/utf8.h"
+#include "desktop/desktop.h"
 #include "desktop/folders.h"
 #include "host/plist.h"
 
@@ -159,6 +160,17 @@ bool ReadGameIcon(PngPicture& picture) {
         }
     }
     return false;
+}
+
+void SetWindowIcon(const std::string& fallback) {
+    if (desktop.setWindowIcon == nullptr) {
+        return;
+    }
+    PngPicture picture;
+    if (!ReadGameIcon(picture) && !ReadIconFile(fallback, picture)) {
+        return;
+    }
+    desktop.setWindowIcon(picture.pixels.data(), picture.width, picture.height);
 }
 
 }  // namespace moxi

@@ -24,4 +24,9 @@ bool ReadGameIcon(PngPicture& picture);
 // A PNG, or an icon family (.icns) with PNGs in it.
 bool ReadIconFile(const std::string& path, PngPicture& picture);
 
+// Gives the window the game's icon, or where there is none, or none that can be read, the one at
+// `fallback`. The launch does this before it shows the window, so that no other icon is seen first.
+// Nothing on a desktop without icons.
+void SetWindowIcon(const std::string& fallback);
+
 }  // namespace moxi

@@ -10,7 +10,7 @@
 #include "desktop/events.h"
 #include "host/key_names.h"
 #include "host/mouse.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 
 namespace moxi {
@@ -92,7 +92,7 @@ struct Choice {
     std::string_view action;
 };
 
-// A confirms and X is the other key of most games.
+// Return, on A, confirms; Space, on X, is the second key of most games.
 constexpr Choice kEverywhere[] = {
     {"a", "return"},     {"b", "escape"},    {"x", "space"},       {"y", "tab"},
     {"back", "escape"},  {"guide", "panel"}, {"start", "return"},  {"dpup", "up"},
@@ -100,7 +100,7 @@ constexpr Choice kEverywhere[] = {
     {"leftx+", "right"}, {"lefty-", "up"},   {"lefty+", "down"},
 };
 
-// Both sides of the pad point and click.
+// Pointing and clicking can be done with either hand.
 constexpr Choice kInGames[] = {
     {"rightstick", "mouse-left"}, {"rightshoulder", "mouse-left"}, {"leftshoulder", "mouse-right"},
     {"rightx-", "pointer"},       {"rightx+", "pointer"},          {"righty-", "pointer"},
@@ -113,7 +113,7 @@ constexpr Choice kOnSurfaces[] = {
     {"righty+", "page-down"}, {"rightshoulder", "page-down"}, {"leftshoulder", "page-up"},
 };
 
-// What is so everywhere, and these.
+// The choices that hold everywhere, then those given.
 ActionTable TableOf(std::span<const Choice> choices) {
     ActionTable table;
     const auto add = [&table](const Choice& choice) {
@@ -164,7 +164,7 @@ constinit TimerId pointerTimer = 0;
 constinit double fineX = 0;  // where the pointer is, with fractions
 constinit double fineY = 0;
 
-// Marks what the desktop's events are told from here.
+// Sets `padIsActing` as long as it lives.
 struct Acting {
     Acting() : before(padIsActing) { padIsActing = true; }
     ~Acting() { padIsActing = before; }
@@ -200,7 +200,7 @@ void StopRepeating() {
     repeatingKey.reset();
 }
 
-// While a surface is open the game's timers may be held.
+// While a surface is open the game may stand still and its timers with it; keys repeat there too.
 TimerId StartRepeatTimer(u64 microseconds, void (*handler)()) {
     return onSurface ? desktop.startSurfaceTimer(microseconds, handler)
                      : desktop.startTimer(microseconds, handler);
@@ -225,7 +225,7 @@ void StartRepeating(u8 code) {
 }
 
 void TellModifiers() {
-    // What the keyboard holds is told again; the pad's keys are added on the way.
+    // FlagsChangedBesidePad, which answers this, adds the modifier keys that the pad holds.
     desktopEvents.flagsChanged(keyboardFlags.shift, keyboardFlags.command, keyboardFlags.option);
 }
 
@@ -236,7 +236,7 @@ ViewSize PointerRoom() {
     return {std::max(view.width, 1), std::max(view.height, 1)};
 }
 
-// Answers the number of the lowest mouse button that the pad holds.
+// The lowest number of a mouse button that the pad holds.
 std::optional<u32> HeldMouseButton() {
     std::optional<u32> lowest;
     for (const Action& action : held) {
@@ -247,7 +247,8 @@ std::optional<u32> HeldMouseButton() {
     return lowest;
 }
 
-// How far the sticks push the pointer, of those directions that move it, dead zone left out.
+// How far one axis pushes the pointer: nothing in a direction that has another action, and nothing
+// within the dead zone.
 double Push(u32 negativeDirection, PadAxis axis) {
     const double value = axes[static_cast<u32>(axis)];
     const u32 control = negativeDirection + (value > 0 ? 1 : 0);
@@ -321,7 +322,7 @@ void FollowSticks() {
 
 // --- Controls
 
-// What the player has made to open the panel closes it, too.
+// The control that opens the panel closes it too, though surfaces have actions of their own.
 Action ActionOf(u32 control) {
     const Action action = gameActions[control];
     return onSurface && action.kind != ActionKind::Panel ? surfaceActions[control] : action;
@@ -335,9 +336,10 @@ void Press(u32 control) {
     if (!isNew) {
         return;
     }
-    // What is released for the panel may be the keyboard's, and belongs into a recording.
+    // Not `Acting`: the panel releases what is held, keys of the keyboard among it, and a recording
+    // has to hold that.
     if (action.kind == ActionKind::Panel) {
-        return surfaceSlots.togglePanel();
+        return hostSlots.togglePanel();
     }
     const Acting acting;
     switch (action.kind) {
@@ -391,7 +393,7 @@ void SetControl(u32 control, bool down) {
     }
 }
 
-// A control that is pushed by this much is down, up, or stays what it is.
+// Presses the control at kPressed and releases it at kReleased; in between it stays what it is.
 void PushControl(u32 control, double value) {
     if (value >= kPressed) {
         SetControl(control, true);
@@ -416,7 +418,8 @@ void PadAxisChanged(PadAxis axis, double value) {
         return PushControl(kFirstTrigger + index - firstTrigger, value);
     }
     const u32 negative = kFirstDirection + 2 * index;
-    // The one that is let go first: a key that is held is not another one as well.
+    // First the direction that the stick has left: if both stand for one key, the key is released
+    // and pressed again.
     PushControl(value < 0 ? negative + 1 : negative, 0);
     PushControl(value < 0 ? negative : negative + 1, std::abs(value));
     FollowSticks();
@@ -461,7 +464,7 @@ void UsePadMap(const std::map<std::string, std::string>& choices) {
         }
         actions[control] = *action;
     }
-    // It is told again with every other preference, which no held control must notice.
+    // The same map comes again whenever any preference changes; what is held stays so.
     if (actions == gameActions) {
         return;
     }
@@ -471,7 +474,7 @@ void UsePadMap(const std::map<std::string, std::string>& choices) {
 
 void UseSurfacePadMap(bool use) {
     ReleasePad();
-    // What stands still would push the pointer later.
+    // A stick that is pushed just now would go on to push the pointer.
     axes = {};
     onSurface = use;
 }

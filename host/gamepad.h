@@ -11,7 +11,8 @@
 
 namespace moxi {
 
-// While the events of a key or of the pointer come from here: a recording holds the pad's own.
+// True while the pad tells desktopEvents of keys or of the pointer. A recording leaves these out:
+// it holds the events of the pad itself, which make the same keys when they are played.
 extern bool padIsActing;
 
 // Handlers of desktopEvents.
@@ -30,8 +31,8 @@ bool IsPadAction(std::string_view name);
 // What the control does unless the player says otherwise.
 std::string DefaultPadAction(std::string_view control);
 
-// The player's choices by the names above; what is none is left out. Another map than before lets
-// go of everything held.
+// The player's choices, actions by control, in the names above; an entry with any other name is
+// ignored. A map that differs from the one before releases everything that the pad holds.
 void UsePadMap(const std::map<std::string, std::string>& choices);
 // While the host shows something of its own the pad moves about in that, whatever the player has
 // chosen for the game. Lets go of everything held.

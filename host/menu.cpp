@@ -13,7 +13,7 @@
 #include "host/keyboard.h"
 #include "host/plist.h"
 #include "host/preferences.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 #include "vm/diagnostics.h"
 
@@ -57,7 +57,7 @@ void ToggleMute() {
 }
 
 void TogglePanel() {
-    surfaceSlots.togglePanel();
+    hostSlots.togglePanel();
 }
 
 constexpr Action kActions[] = {

@@ -15,7 +15,7 @@
 #include "host/preferences.h"
 #include "host/queue.h"
 #include "host/session.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 #include "vm/run_cycle.h"
 
@@ -36,10 +36,10 @@ struct WindowNews {
     i32 liveResizes = 0;             // begun, less those ended
 };
 
-constinit u32 reasons = 0;  // bits
+constinit u32 reasons = 0;  // a bit for each PauseReason that holds
 constinit bool standing = false;
-constinit bool releasing = false;  // what is held, when the pause begins
-constinit u64 standsAt = 0;        // how many messages have to have left the queue
+constinit bool releasing = false;  // the pause begins, and what is held is being released
+constinit u64 standsAt = 0;  // so many messages have left the queue when the game stands still
 constinit WindowNews news;
 constinit ViewRect owedRedraw;  // empty when none is
 std::vector<Message> owedMessages;
@@ -109,11 +109,17 @@ void GoOn() {
     owedRedraw = {};
 }
 
+void CloseSurface() {
+    if (openSurface != nullptr) {
+        openSurface->close();
+    }
+}
+
 // Asks the game a question that only it can answer: it goes on for that, its surface is closed, and
 // whatever else keeps it paused does so again afterwards.
 bool AskGame(bool (*question)()) {
     const u32 before = reasons;
-    surfaceSlots.close();
+    CloseSurface();
     Resume(PauseReason::Inactive);
     const bool answer = question();
     if (!answer && (before & Bit(PauseReason::Inactive)) != 0) {
@@ -143,7 +149,7 @@ SurfaceInput Input(SurfaceInputKind kind, i32 x, i32 y) {
 }
 
 void RedrawSurface() {
-    if (!surfaceSlots.isOpen()) {
+    if (openSurface == nullptr) {
         return;
     }
     const ViewSize size = desktop.viewSize();
@@ -152,8 +158,8 @@ void RedrawSurface() {
 }
 
 void GiveToSurface(const SurfaceInput& input) {
-    if (surfaceSlots.isOpen()) {
-        surfaceSlots.input(input);
+    if (openSurface != nullptr) {
+        openSurface->input(input);
     }
 }
 
@@ -171,7 +177,7 @@ void KeyDownAtGate(u8 code, const std::string& text) {
             return;
         }
         NoteKeyDown(code, {code, text}, false);
-        return surfaceSlots.togglePanel();
+        return hostSlots.togglePanel();
     }
     const PlayedKey played = Played(code, text);
     if (NoteKeyDown(code, played, !IsPaused())) {
@@ -267,19 +273,20 @@ void GatePad(DesktopEvents& gate) {
     gate.padButton = [](PadButton button, bool down) {
         if (OpensPanel(button)) {
             if (down) {
-                surfaceSlots.togglePanel();
+                hostSlots.togglePanel();
             }
         } else if (NotePadButton(button, down, !IsPaused())) {
             game.padButton(button, down);
         } else {
             // A pause without a surface has no use for what is pressed.
-            PadButtonChanged(button, down && surfaceSlots.isOpen());
+            PadButtonChanged(button, down && openSurface != nullptr);
         }
     };
     gate.padAxis = [](PadAxis axis, double value) {
         switch (NotePadAxis(axis, value, !IsPaused())) {
             case AxisOwner::Game: return game.padAxis(axis, value);
-            case AxisOwner::Surface: return PadAxisChanged(axis, surfaceSlots.isOpen() ? value : 0);
+            case AxisOwner::Surface:
+                return PadAxisChanged(axis, openSurface != nullptr ? value : 0);
             case AxisOwner::Nobody: return PadAxisChanged(axis, 0);
         }
     };
@@ -306,7 +313,7 @@ void CountAndTellLater() {
     news.*times += step;
 }
 
-// What is left to tell after the pause is in the difference between then and now.
+// Nothing is told while the game is paused; TellWindowNews compares full screen before and after.
 template <bool begins, void (*DesktopEvents::*handler)()>
 void TellUnlessPaused() {
     if (!IsPaused()) {
@@ -349,8 +356,8 @@ void DrawStandingGame(ViewRect rect) {
     const double left = first ? rect.x : std::min(owedRedraw.x, rect.x);
     const double bottom = first ? rect.y : std::min(owedRedraw.y, rect.y);
     owedRedraw = {left, bottom, right - left, top - bottom};
-    if (surfaceSlots.isOpen()) {
-        return surfaceSlots.draw();
+    if (openSurface != nullptr) {
+        return openSurface->draw();
     }
     desktop.presentView(ShownPixels(), rect);
 }
@@ -360,8 +367,8 @@ void DrawAtGate(ViewRect rect) {
         return DrawStandingGame(rect);
     }
     game.drawRect(rect);
-    if (surfaceSlots.isOpen()) {
-        surfaceSlots.draw();
+    if (openSurface != nullptr) {
+        openSurface->draw();
     }
 }
 
@@ -392,7 +399,7 @@ void GateTheRest(DesktopEvents& gate) {
         game.willBecomeActive();
     };
     gate.screensChanged = [] {
-        surfaceSlots.close();
+        CloseSurface();
         Resume(PauseReason::Inactive);
         game.screensChanged();
     };

@@ -100,7 +100,7 @@ std::string FileOf(const std::string& path, const char* extension) {
     return folder + "/" + HashOfText(path).substr(0, kNameDigits) + extension;
 }
 
-// The whole lines in it.
+// False when the file cannot be read. A last line that is cut off does not count.
 bool ReadRecord(const std::string& file, PlayedGame& game) {
     std::string text;
     if (file.empty() || !ReadStartOfOwnFile(file, kLargestRecord, text)) {

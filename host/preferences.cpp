@@ -20,7 +20,7 @@ Preferences preferences;
 
 namespace {
 
-// The file is a person's work; one that is larger is none.
+// People write this file: a larger one is something else.
 constexpr u64 kLargestFile = u64{1} << 20;
 constexpr size_t kLongestQuote = 60;
 constexpr u32 kMostComplaints = 20;
@@ -183,7 +183,8 @@ std::string WithHome(const std::string& path) {
     return whole;
 }
 
-// Of the path as it really is, from the home folder on where it lies there.
+// Whether the path, links resolved, has a component that begins with a dot; below the home folder
+// only the components behind it count.
 bool IsHidden(const std::string& path) {
     std::error_code error;
     const std::string real = std::filesystem::weakly_canonical(path, error).string();
@@ -298,7 +299,7 @@ void ReadPreferences(const std::string& path, bool isNamed) {
         const std::string problem = ReadWholeFile(path, kLargestFile, text);
         if (!problem.empty()) {
             SystemLog(path + ": " + problem);
-            // Nothing of ours takes the place of what is not ours.
+            // The path leads to something that is no file of ours: it is never replaced.
             state.path.clear();
         }
         state.lines = SplitLines(text);
@@ -444,7 +445,7 @@ bool SavePreferences() {
     // Another game may have written it meanwhile.
     std::string text;
     if (!ReadOwnFile(state.path, kLargestFile, text) && errno != ENOENT) {
-        // Nothing takes the place of what is there and cannot be kept.
+        // Writing the file anew would lose what it holds.
         SystemLog(state.path + ": cannot be read");
         return false;
     }

@@ -35,10 +35,9 @@ const std::string& PreferenceFile();
 // name)".
 void ChoosePreferencesOf(const std::string& game);
 
-// Where the menu's screenshots go, as the file said when it was read: the process that writes them
-// is told no other place later. A folder that is hidden, or lies in one that is, is none, wherever
-// a link of another name leads to it: programs keep what they obey in such. "" when there is no
-// place.
+// Where the menu's screenshots go, as the file said when it was read; the helper process that
+// writes them knows no other place. "" when there is none. A hidden folder, or one within a hidden
+// folder, is refused, links resolved: programs keep settings there that they obey.
 std::string ScreenshotFolder();
 
 // --- Single ones, by the names that they have in the file: "music-volume", "key.w", "pad.a". A
@@ -59,8 +58,8 @@ bool IsThisGamesOwn(const std::string& name);
 // The value of a preference, as in the file.
 std::string PreferenceText(const Preferences& of, const std::string& name);
 
-// What protects the player's other files and the network is not for a process to lower that has run
-// a game: whether it is asked before web addresses are opened. True when `after`, the text of a
+// A process that has run a game must not lower what protects the player: that web addresses are
+// opened only after a question. True when `after`, the text of a
 // preference file, asks less often than `before` for any game. Such a change holds for its run and
 // is not saved; whoever wants it for good chooses it on the shelf or writes it into the file.
 bool AsksLess(const std::string& before, const std::string& after);

@@ -21,7 +21,7 @@ struct moxiView {
     static void init();
     static void frameDidChange();
     static void drawRect(ViewRect rect);
-    // In host/menu: its key equivalents are taken before the module sees the key.
+    // Defined in host/menu, which takes its own keys before the module sees them.
     static void keyDown(u8 code, const std::string& text);
     static void keyUp(u8 code, const std::string& text);
     static void flagsChanged(bool shift, bool command, bool option);

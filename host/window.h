@@ -26,7 +26,7 @@ extern bool fullScreenTransition;  // from before full screen is entered until i
 extern bool miniaturized;
 extern bool programmaticResize;  // while set, window notifications post nothing
 extern bool modulePlacesWindow;  // the module has asked for a geometry
-extern bool titleGuard;          // the same, while the title is set
+extern bool titleGuard;          // while the title is set: notifications post nothing either
 
 // --- Operations
 

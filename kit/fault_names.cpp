@@ -20,7 +20,7 @@ constexpr u32 kMostCallers = 8;
 
 constinit bool symbolsLookedFor = false;
 
-// Symbols that somebody has read before are those of the module, too.
+// The debugger or the profile may have read the module's symbols already.
 bool HasSymbols() {
     if (SymbolCount() == 0 && !symbolsLookedFor) {
         symbolsLookedFor = true;

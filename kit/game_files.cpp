@@ -4,6 +4,7 @@
 #include <csignal>
 #include <pugixml.hpp>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "desktop/folders.h"
@@ -157,14 +158,26 @@ std::string CopyLicences(const fs::path& folder) {
     return error ? folders.bundle + ": " + error.message() : "";
 }
 
-}  // namespace
-
+// Whether `path` is a game with a module in it; fills `folders` for it.
 bool HoldsGame(const std::string& path) {
     if (!FindGame(path).empty()) {
         return false;
     }
     std::error_code error;
     return fs::is_regular_file(fs::path(folders.resources) / "MAIN.MX", error);
+}
+
+}  // namespace
+
+std::string FindGameToCopy(std::string& game, std::string& out) {
+    if (!HoldsGame(game) && HoldsGame(out)) {
+        std::swap(out, game);
+    }
+    const std::string problem = FindGame(game);
+    if (problem.empty() && !HoldsGame(game)) {
+        return game + ": there is no MAIN.MX in it";
+    }
+    return problem;
 }
 
 fs::path CanonicalPath(const std::string& path) {

@@ -6,8 +6,9 @@
 
 namespace moxi {
 
-// Whether `path` is a game with a module in it; fills `folders` for it.
-bool HoldsGame(const std::string& path);
+// Fills `folders` for the game. Where `out` is the game and `game` is not, the user has named them
+// the other way round, and they are exchanged. Returns "" or what is wrong.
+std::string FindGameToCopy(std::string& game, std::string& out);
 
 // Absolute and without links, as far as it exists; no "/" at the end.
 std::filesystem::path CanonicalPath(const std::string& path);

@@ -42,17 +42,17 @@ std::string_view TakeField(std::string_view& text) {
 
 // "R7", "FP-16" for what is there, "#5" for the number; of what lies in memory a base of that kind,
 // or "0", and an offset.
-bool TakePlace(std::string_view text, CodePlace& place) {
+bool TakePlace(std::string_view text, VariablePlace& place) {
     const std::string_view base = TakeField(text);
-    place.kind = CodePlace::Kind::Number;
+    place.kind = VariablePlace::Kind::Number;
     if (base.starts_with("FP-")) {
-        place.kind = CodePlace::Kind::Frame;
+        place.kind = VariablePlace::Kind::Frame;
         if (!TakeNumber(base.substr(3), place.slot) || place.slot < 0) {
             return false;
         }
         place.slot = -place.slot;
     } else if (base.starts_with('R')) {
-        place.kind = CodePlace::Kind::Register;
+        place.kind = VariablePlace::Kind::Register;
         if (!TakeNumber(base.substr(1), place.reg) || place.reg >= 16) {
             return false;
         }
@@ -62,7 +62,7 @@ bool TakePlace(std::string_view text, CodePlace& place) {
     if (place.isMemory) {
         return TakeNumber(text, place.number);
     }
-    if (place.kind == CodePlace::Kind::Number && !TakeNumber(base.substr(1), place.number)) {
+    if (place.kind == VariablePlace::Kind::Number && !TakeNumber(base.substr(1), place.number)) {
         return false;
     }
     return text.empty();
@@ -100,7 +100,7 @@ bool ReadLine(std::string_view text, Lines& read, std::map<std::string, u32, std
         return TakeVariable(address, what == "argument", text, read);
     }
     if (what == "value" || what == "memory") {
-        CodePlace place{};
+        VariablePlace place{};
         place.from = address;
         place.isMemory = what == "memory";
         if (!TakeNumber(TakeField(text), place.to, 16) || !TakePlace(text, place)) {

@@ -58,7 +58,7 @@ std::string FindLine(const std::string& file, u32 line, std::vector<u32>& addres
 // Where a variable is while the program is at the addresses from `from` up to `to`: it is what a
 // register or a QUAD of the frame holds, or a number, or it lies in memory at the LONG of the
 // register or of the frame plus an offset.
-struct CodePlace {
+struct VariablePlace {
     u32 from;
     u32 to;
     enum class Kind : u8 { Register, Frame, Number } kind;
@@ -76,7 +76,7 @@ struct CodeVariable {
     u32 to;
     std::string kind;  // i8 u8 i16 u16 i32 u32 i64 u64 f32 f64 bool char pointer, or block
     std::string name;
-    std::vector<CodePlace> places;  // at other addresses it is not known
+    std::vector<VariablePlace> places;  // at other addresses it is not known
 };
 
 // Whether values are of that kind, or "block" for what is shown by its address alone.

@@ -9,7 +9,6 @@
 
 #include "desktop/folders.h"
 #include "host/archive.h"
-#include "host/bundle.h"
 #include "kit/game_files.h"
 
 namespace moxi {
@@ -63,14 +62,8 @@ std::string Pack(const fs::path& folder, const std::string& archive, bool symbol
 }  // namespace
 
 PackResult PackGame(std::string game, std::string out, bool symbols) {
-    if (!HoldsGame(game) && HoldsGame(out)) {
-        std::swap(out, game);
-    }
-    if (const std::string problem = FindGame(game); !problem.empty()) {
+    if (const std::string problem = FindGameToCopy(game, out); !problem.empty()) {
         return {kUnusable, problem};
-    }
-    if (!HoldsGame(game)) {
-        return {kUnusable, game + ": there is no MAIN.MX in it"};
     }
     if (Exists(out)) {
         return {kUnusable, out + ": is there already"};

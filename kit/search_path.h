@@ -5,8 +5,8 @@
 
 namespace moxi {
 
-// A library with a search path of its own would not look where the program looks: it has none
-// afterwards. A file that is no library stays as it is.
+// Removes a library's own search path, with which it would not look where the program looks. A file
+// that is no library stays as it is.
 void DropSearchPath(const std::string& library);
 
 // The program looks for libraries, and for those of libraries, in this folder first. It must have

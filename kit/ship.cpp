@@ -129,14 +129,8 @@ std::string FillFolder(const fs::path& folder, const ShipWishes& wishes) {
 }  // namespace
 
 ShipResult ShipGame(std::string out, std::string game, const ShipWishes& wishes) {
-    if (!HoldsGame(game) && HoldsGame(out)) {
-        std::swap(out, game);
-    }
-    if (const std::string problem = FindGame(game); !problem.empty()) {
+    if (const std::string problem = FindGameToCopy(game, out); !problem.empty()) {
         return {kUnusable, problem};
-    }
-    if (!HoldsGame(game)) {
-        return {kUnusable, game + ": there is no MAIN.MX in it"};
     }
     if (const std::string reason = WhyNotNew(out); !reason.empty()) {
         return {kUnusable, out + ": " + reason};

@@ -68,14 +68,16 @@ bool IsFollower(const std::string& name) {
     });
 }
 
-// A library of the same name that is made for this, where there is one.
+// The smaller library of the same name that MOXI brings for this, where it does; else the one
+// given.
 fs::path SmallestOf(const fs::path& library) {
     const fs::path own = OwnLibrary(library.filename());
     std::error_code error;
     return fs::is_regular_file(own, error) ? own : library;
 }
 
-// Beside the program; the program is linked with this one, which an installation takes out.
+// The search path of a program that is shipped: a folder beside it. The build links the program
+// with it, and an installation takes it out.
 constexpr const char* kSearchPath = "$ORIGIN/lib/moxi";
 
 // The installed font that stands for one of the host's families in a style.

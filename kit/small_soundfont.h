@@ -24,9 +24,9 @@ struct UsedPrograms {
 // Of all MIDI files below a folder, whatever they are called.
 UsedPrograms ProgramsOfMusic(const std::string& folder);
 
-// Makes `small` of a SoundFont's bytes. Presets of every bank with these programs are kept, so that
-// a choice of banks finds what it found, but for what no played key is heard through. Returns "" or
-// what is wrong with the SoundFont.
+// Makes `small` of a SoundFont's bytes. Presets with these programs are kept in every bank, so that
+// a piece that chooses a bank finds it; what no played key reaches is left out of them. Returns ""
+// or what is wrong with the SoundFont.
 std::string CutSoundFont(const std::string& bytes, const UsedPrograms& used, std::string& small);
 
 }  // namespace moxi

@@ -70,7 +70,7 @@ std::string Completed(const std::string& path) {
             std::mismatch(common.begin(), common.end(), one.begin(), one.end()).first -
             common.begin()));
     }
-    // Not within a character: what all go on with differently is the same up to its last bytes.
+    // Never to within a character: different ones may begin with the same bytes.
     const std::string& one = all.front();
     while (common.size() < one.size() && !common.empty() && IsContinuation(one[common.size()])) {
         common.pop_back();

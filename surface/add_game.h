@@ -1,6 +1,6 @@
 #pragma once
-// "Add a game...": a field for a path, and below it what lies on the disk and goes on as the path
-// does.
+// "Add a game...": a field for a path, and below it the files and folders whose paths begin with
+// what the field holds.
 
 #include <string>
 #include <vector>

@@ -19,7 +19,7 @@ void ApplyPreferences() {
 }
 
 void ApplyPreferencesToShelf() {
-    // It fills what there is by itself, so there is nothing to be fitted.
+    // The shelf takes whatever size its window has: it is no picture that could be fitted.
     ViewScale scale = ViewScaleOf(preferences);
     if (scale.kind != ViewScale::Kind::Steps) {
         scale.kind = ViewScale::Kind::Automatic;

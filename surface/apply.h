@@ -1,5 +1,5 @@
 #pragma once
-// Preferences that hold at once.
+// Puts preferences into effect.
 
 namespace moxi {
 

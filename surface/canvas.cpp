@@ -204,7 +204,7 @@ void DrawRoundBorder(Canvas& canvas, const Box& box, double radius, double thick
     });
 }
 
-void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture) {
+void DrawPicture(Canvas& canvas, const Box& box, const RgbaPicture& picture) {
     if (picture.width <= 0 || picture.height <= 0) {
         return;
     }
@@ -256,8 +256,8 @@ double TextWidth(const TextLook& look, std::string_view text) {
     return valid.empty() ? 0 : textEngine.measure(FontOf(look), valid);
 }
 
-void DrawText(Canvas& canvas, double x, double y, double width, const TextLook& look,
-              std::string_view text, Colour colour) {
+void PaintText(Canvas& canvas, double x, double y, double width, const TextLook& look,
+               std::string_view text, Colour colour) {
     std::string valid = Drawable(text);
     if (valid.empty() || width < 1) {
         return;

@@ -29,7 +29,7 @@ struct Colour {
 };
 
 // R, G, B, A a pixel, not premultiplied; rows top first.
-struct Picture {
+struct RgbaPicture {
     i32 width = 0;
     i32 height = 0;
     std::vector<u8> pixels;
@@ -52,8 +52,8 @@ void FillRoundBox(Canvas& canvas, const Box& box, double radius, Colour colour);
 void DrawRoundBorder(Canvas& canvas, const Box& box, double radius, double thickness,
                      Colour colour);
 // The picture scaled into the box, smoothly.
-void DrawPicture(Canvas& canvas, const Box& box, const Picture& picture);
-// Brings every pixel this near to black, 0 to 1.
+void DrawPicture(Canvas& canvas, const Box& box, const RgbaPicture& picture);
+// Darkens every pixel: 0 leaves it as it is, 1 makes it black.
 void Darken(Canvas& canvas, double by);
 
 struct TextLook {
@@ -64,8 +64,8 @@ struct TextLook {
 double TextWidth(const TextLook& look, std::string_view text);
 // The text as one line with its baseline at `y`, cut with "..." where it is wider than `width`.
 // Bytes that are no UTF-8 are shown as the replacement character.
-void DrawText(Canvas& canvas, double x, double y, double width, const TextLook& look,
-              std::string_view text, Colour colour);
+void PaintText(Canvas& canvas, double x, double y, double width, const TextLook& look,
+               std::string_view text, Colour colour);
 // The text in lines of this width, broken at blanks, or anywhere where there is none.
 std::vector<std::string> WrapText(const TextLook& look, std::string_view text, double width);
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/types.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "surface/canvas.h"
 
 namespace moxi {
@@ -40,7 +40,7 @@ struct Control {
     std::string name;
     std::string value = {};   // a slider's, choice's and row's as it is shown; a field's text
     std::string detail = {};  // a row's second line
-    std::shared_ptr<const Picture> picture = {};
+    std::shared_ptr<const RgbaPicture> picture = {};
     u32 percent = 0;  // of a slider
     bool on = false;  // a check; the chosen tab or row
     bool enabled = true;

@@ -374,7 +374,7 @@ Want HandlePress(Surface& surface, double x, double y) {
         return {};
     }
     const Box way = SliderWay(PlaceOf(surface, *control));
-    // Beside its way a slider is only chosen.
+    // A press on a slider beside the knob's way gives it the focus and changes nothing.
     constexpr double kKnob = 12;
     if (x < way.x - kKnob) {
         surface.grabbed.clear();

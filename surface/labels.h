@@ -7,7 +7,7 @@
 
 namespace moxi {
 
-// A text with "%s" replaced.
+// `text` with `word` in the place of its "%s".
 std::string Filled(std::string_view text, std::string_view word);
 
 // Of names of host/key_names; one that is not known is shown as it is.

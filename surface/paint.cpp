@@ -50,8 +50,8 @@ struct Painter {
         const double x = box.x + (box.width - width) * align;
         // Capitals and small letters are in the middle together.
         const double y = box.y + box.height / 2 + look.size * 0.36;
-        DrawText(canvas, x * s, y * s, (box.x + box.width - x) * s + 1,
-                 {.size = look.size * s, .bold = look.bold}, text, colour);
+        PaintText(canvas, x * s, y * s, (box.x + box.width - x) * s + 1,
+                  {.size = look.size * s, .bold = look.bold}, text, colour);
     }
     void Lines(const Box& box, TextLook look, const Control& control, Colour colour) const {
         const double line = look.size * kLineHeight;
@@ -153,7 +153,7 @@ void PaintTab(const Painter& painter, const Control& control, const Box& place) 
 }
 
 // The picture as large as it fits into the box, in the middle.
-void PaintPicture(const Painter& painter, const Box& box, const Picture& picture) {
+void PaintPicture(const Painter& painter, const Box& box, const RgbaPicture& picture) {
     if (picture.width <= 0 || picture.height <= 0) {
         return;
     }

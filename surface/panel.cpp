@@ -20,8 +20,9 @@ namespace {
 // How dark the game's last picture is behind the panel.
 constexpr double kDarkness = 0.6;
 
+constexpr SurfaceHandlers kHandlers = {.close = ClosePanel, .input = PanelInput, .draw = DrawPanel};
+
 struct Panel {
-    bool open = false;
     bool moves = false;
     std::chrono::steady_clock::time_point openedAt;
     PanelState state;
@@ -114,7 +115,7 @@ void Open() {
     }
     UseSurfacePadMap(true);
     const PanelState kept = panel.state;
-    panel.open = true;
+    openSurface = &kHandlers;
     panel.openedAt = std::chrono::steady_clock::now();
     panel.surface = {};
     panel.state = {
@@ -149,22 +150,22 @@ void StartPanel(const PanelOptions& options) {
 }
 
 void TogglePanel() {
-    if (panel.open) {
+    if (PanelIsOpen()) {
         return ClosePanel();
     }
     Open();
 }
 
 void ClosePanel() {
-    if (!panel.open) {
+    if (!PanelIsOpen()) {
         return;
     }
-    panel.open = false;
+    openSurface = nullptr;
     SavePreferences();
     HideSurfaces();
     panel.canvas = {};
     panel.backdrop = {};
-    // What lies below is a surface, too.
+    // Below it lies the shelf, which is a surface, too.
     if (panel.state.onShelf) {
         return RequestSurfaceRedraw();
     }
@@ -173,7 +174,7 @@ void ClosePanel() {
 }
 
 bool PanelIsOpen() {
-    return panel.open;
+    return openSurface == &kHandlers;
 }
 
 void PanelInput(const SurfaceInput& input) {
@@ -187,7 +188,7 @@ void PanelInput(const SurfaceInput& input) {
     if (!ServeWant(panel.surface, panel.state, want)) {
         return ClosePanel();
     }
-    // A press elsewhere takes the question back.
+    // Nothing to draw anew, as when the pointer moves within a control.
     if (want.kind == WantKind::Nothing && SeenNow() == before && !isKey) {
         return;
     }
@@ -209,6 +210,7 @@ void DrawPanel() {
 }
 
 void ResetPanel() {
+    openSurface = nullptr;
     panel = {};
 }
 

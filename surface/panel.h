@@ -2,7 +2,7 @@
 // The panel: the player's preferences over the paused game, or over the shelf. What is changed
 // holds at once, and is saved when the panel closes.
 
-#include "host/surface_slots.h"
+#include "host/surface.h"
 
 namespace moxi {
 
@@ -14,11 +14,11 @@ struct PanelOptions {
 
 void StartPanel(const PanelOptions& options);
 
-// What surfaceSlots stands for (host/surface_slots.h).
 void TogglePanel();
 void ClosePanel();
 bool PanelIsOpen();
 void PanelInput(const SurfaceInput& input);
+// Draws it and shows it.
 void DrawPanel();
 
 void ResetPanel();

@@ -247,7 +247,8 @@ void Apply(const PanelState& state) {
     }
 }
 
-// Back to what holds otherwise: a game for which all games' choice does not hold says so.
+// Takes a choice back. Where this game has none of its own, the choice is one for all games; the
+// game then gets the plain value as its own.
 void Forget(const PanelState& state, const std::string& name, const std::string& plain) {
     const bool stays = state.scope == PreferenceScope::ThisGame && !IsThisGamesOwn(name);
     ForgetPreference(state.scope, name);
@@ -415,7 +416,8 @@ bool TakeCapturedKey(PanelState& state, u8 code) {
             Set(state, "key." + state.captured, name);
             break;
         case Capture::PadAction:
-            // The others are among those to choose from, and move the choice.
+            // Keys with longer names are in the list of actions on the page, where they move the
+            // focus.
             if (name.size() > 1 && (name[0] != 'f' || name.size() > 3)) {
                 return false;
             }

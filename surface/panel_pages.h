@@ -38,7 +38,7 @@ bool ServeWant(Surface& surface, PanelState& state, const Want& want);
 // A key that the panel waits for. False when it waits for none, and the key is one for controls.
 bool TakeCapturedKey(PanelState& state, u8 code);
 
-// The page is shown anew.
+// Turns to a page; its fields show what holds now.
 void OpenPage(PanelState& state, PanelPage page);
 
 }  // namespace moxi

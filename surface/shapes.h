@@ -38,7 +38,7 @@ inline double NameWidth(const Box& place, double valueWidth) {
     return place.width - 2 * kPad - valueWidth;
 }
 
-// The way of a slider's knob.
+// Where a slider's knob moves.
 inline Box SliderWay(const Box& place) {
     const Box value = ValuePart(place);
     return {value.x + 10, value.y, value.width - kValueText - 20, value.height};

@@ -4,17 +4,15 @@
 #include <filesystem>
 
 #include "desktop/desktop.h"
-#include "desktop/events.h"
 #include "host/bundle.h"
+#include "host/game_info.h"
 #include "host/gamepad.h"
-#include "host/icon.h"
 #include "host/preferences.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "host/view.h"
 #include "host/window_place.h"
 #include "surface/add_game.h"
 #include "surface/panel.h"
-#include "surface/problems.h"
 #include "surface/shapes.h"
 #include "surface/shown.h"
 #include "surface/words.h"
@@ -33,6 +31,7 @@ constexpr u8 kTabKey = 0x30;
 constexpr u8 kReturnKey = 0x24;
 
 struct Shelf {
+    ShelfActions actions = {};
     std::vector<ShelfGame> games;
     std::string search;
     std::string message;  // in the place of what is said of a game
@@ -80,7 +79,7 @@ std::string FootText() {
 void AddHead(Surface& surface, double margin) {
     constexpr double kButton = 150;
     constexpr double kPreferencesButton = 116;
-    // Where there is no room for it, its key is left.
+    // Where there is no room for the button there is still its key.
     const bool hasPreferences = surface.width >= 500;
     const double buttons = kButton + (hasPreferences ? kPreferencesButton + 4 : 0);
     Control& search = AddControl(surface, Role::Field, kSearch, Words("Search"));
@@ -151,8 +150,8 @@ void PaintPlaying() {
     const TextLook look = {.size = kTitleSize * s, .bold = true};
     const double room = shelf.canvas.width - 40 * s;
     const double width = std::min(TextWidth(look, text), room);
-    DrawText(shelf.canvas, (shelf.canvas.width - width) / 2, shelf.canvas.height / 2.0, room, look,
-             text, {255, 255, 255});
+    PaintText(shelf.canvas, (shelf.canvas.width - width) / 2, shelf.canvas.height / 2.0, room, look,
+              text, {255, 255, 255});
 }
 
 void Draw() {
@@ -176,11 +175,11 @@ void Draw() {
 // --- What the player wants
 
 void ReadGames() {
-    shelf.games = shelfSlots.games();
+    shelf.games = shelf.actions.games();
 }
 
 void LookForEnd() {
-    if (shelfSlots.isPlaying()) {
+    if (shelf.actions.isPlaying()) {
         return;
     }
     desktop.stopTimer(shelf.look);
@@ -193,8 +192,8 @@ void LookForEnd() {
 }
 
 void Play(const ShelfGame& game) {
-    shelf.message = InPlayersWords(shelfSlots.play(game.record.path));
-    if (!shelf.message.empty() || !shelfSlots.isPlaying()) {
+    shelf.message = InPlayersWords(shelf.actions.play(game.record.path));
+    if (!shelf.message.empty() || !shelf.actions.isPlaying()) {
         return;
     }
     shelf.playing = game.record.name;
@@ -222,14 +221,14 @@ void Remove(const ShelfGame& game) {
         }
     }
     const std::string path = game.record.path;
-    shelfSlots.remove(path);
+    shelf.actions.remove(path);
     std::erase_if(shelf.games,
                   [&path](const ShelfGame& other) { return other.record.path == path; });
     shelf.surface.focus = next;
     shelf.message = message;
 }
 
-// Its text is gone on with at the end.
+// Gives a field the focus, with the caret at its text's end.
 void FocusField(const char* id) {
     shelf.surface.focus = id;
     if (Control* const field = FindControl(shelf.surface, id)) {
@@ -258,7 +257,7 @@ void CloseAdding() {
 
 void AddGame(const std::string& path) {
     const std::string plain = PlainPath(path);
-    shelf.problem = InPlayersWords(shelfSlots.add(plain));
+    shelf.problem = InPlayersWords(shelf.actions.add(plain));
     if (!shelf.problem.empty()) {
         if (!shelf.adding) {
             shelf.message = shelf.problem;
@@ -418,7 +417,26 @@ void Launch() {
     Draw();
 }
 
-DesktopEvents ShelfEvents() {
+// Enlarged by the desktop's density, a screen may have fewer points than the window would like.
+WindowFrame FirstFrame() {
+    constexpr i32 kTitleBar = 32;
+    WindowFrame frame = {100, 100, 1000, 600};
+    const std::vector<Screen> screens = desktop.screens();
+    if (screens.empty()) {
+        return frame;
+    }
+    const WindowFrame& room = screens.front().visibleFrame;
+    frame.width = std::min(frame.width, room.width);
+    frame.height = std::min(frame.height, std::max(room.height - kTitleBar, 1));
+    frame.x = std::min(frame.x, room.x + room.width - frame.width);
+    frame.y = std::min(frame.y, std::max(room.y + room.height - kTitleBar - frame.height, room.y));
+    return frame;
+}
+
+}  // namespace
+
+DesktopEvents EventsOfShelf(const ShelfActions& actions) {
+    shelf.actions = actions;
     DesktopEvents events = desktopEvents;
     events.didFinishLaunching = Launch;
     events.windowWillClose = NoteLastWindowPlace;
@@ -467,26 +485,7 @@ DesktopEvents ShelfEvents() {
     return events;
 }
 
-// Enlarged by the desktop's density, a screen may have fewer points than the window would like.
-WindowFrame FirstFrame() {
-    constexpr i32 kTitleBar = 32;
-    WindowFrame frame = {100, 100, 1000, 600};
-    const std::vector<Screen> screens = desktop.screens();
-    if (screens.empty()) {
-        return frame;
-    }
-    const WindowFrame& room = screens.front().visibleFrame;
-    frame.width = std::min(frame.width, room.width);
-    frame.height = std::min(frame.height, std::max(room.height - kTitleBar, 1));
-    frame.x = std::min(frame.x, room.x + room.width - frame.width);
-    frame.y = std::min(frame.y, std::max(room.y + room.height - kTitleBar - frame.height, room.y));
-    return frame;
-}
-
-}  // namespace
-
 void StartShelf() {
-    desktopEvents = ShelfEvents();
     UseSurfacePadMap(true);
     StartPanel({.onShelf = true});
     desktop.createWindow(FirstFrame());

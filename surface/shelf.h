@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "desktop/events.h"
 #include "surface/shelf_cards.h"
 
 namespace moxi {
 
-// What the shelf cannot do by itself. app/shelf fills the record.
-struct ShelfSlots {
+// What the shelf cannot do by itself.
+struct ShelfActions {
     std::vector<ShelfGame> (*games)();
     // Puts a game there, or back. Returns "" or what is wrong with the path.
     std::string (*add)(const std::string& path);
@@ -22,15 +23,10 @@ struct ShelfSlots {
     bool (*isPlaying)();
 };
 
-inline constinit ShelfSlots shelfSlots = {
-    .games = [] { return std::vector<ShelfGame>{}; },
-    .add = [](const std::string&) { return std::string(); },
-    .remove = [](const std::string&) {},
-    .play = [](const std::string&) { return std::string(); },
-    .isPlaying = [] { return false; },
-};
+// The handlers for `desktopEvents`. The launch shows the window and asks `actions` for the games.
+DesktopEvents EventsOfShelf(const ShelfActions& actions);
 
-// Fills `desktopEvents`, and makes the window, which the launch shows.
+// Makes the window, which the launch shows.
 void StartShelf();
 
 }  // namespace moxi

@@ -65,11 +65,11 @@ u32 HashOf(const std::string& text) {
 }
 
 // Plates are drawn once for each name.
-std::shared_ptr<const Picture> KeptPlate(const std::string& name) {
-    static std::map<std::string, std::shared_ptr<const Picture>> plates;
-    std::shared_ptr<const Picture>& plate = plates[name];
+std::shared_ptr<const RgbaPicture> KeptPlate(const std::string& name) {
+    static std::map<std::string, std::shared_ptr<const RgbaPicture>> plates;
+    std::shared_ptr<const RgbaPicture>& plate = plates[name];
     if (plate == nullptr) {
-        plate = std::make_shared<const Picture>(PlateOf(name));
+        plate = std::make_shared<const RgbaPicture>(PlateOf(name));
     }
     return plate;
 }
@@ -164,7 +164,7 @@ std::string PlayedDay(u64 lastPlayed, const DateTime& now) {
     return FormatText("%d-%2.2d-%2.2d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
-Picture PlateOf(const std::string& name) {
+RgbaPicture PlateOf(const std::string& name) {
     const u32 hash = HashOf(name);
     // Dark colours of one lightness, all around the circle.
     const double angle = hash % 360 * std::acos(-1.0) / 180;
@@ -180,9 +180,9 @@ Picture PlateOf(const std::string& name) {
     const std::string initials = Initials(name);
     const TextLook look = {.size = 92, .bold = true};
     const double width = std::min(TextWidth(look, initials), kPlateWidth - 20.0);
-    DrawText(canvas, (kPlateWidth - width) / 2, kPlateHeight / 2.0 + 33, width + 1, look, initials,
-             {255, 255, 255, 0.85});
-    Picture plate = {kPlateWidth, kPlateHeight, canvas.pixels};
+    PaintText(canvas, (kPlateWidth - width) / 2, kPlateHeight / 2.0 + 33, width + 1, look, initials,
+              {255, 255, 255, 0.85});
+    RgbaPicture plate = {kPlateWidth, kPlateHeight, canvas.pixels};
     for (size_t at = 3; at < plate.pixels.size(); at += 4) {
         plate.pixels[at] = 255;
     }

@@ -14,7 +14,8 @@ namespace moxi {
 
 struct ShelfGame {
     PlayedGame record;
-    std::shared_ptr<const Picture> picture;  // the game's own, or of its last run; null for none
+    // The game's own, or of its last run; null for none.
+    std::shared_ptr<const RgbaPicture> picture;
 };
 
 // The text without capitals and accents, to search in and to sort by.
@@ -31,7 +32,7 @@ std::string PlayedTime(u64 seconds);
 std::string PlayedDay(u64 lastPlayed, const DateTime& now);
 
 // A picture for a game without one: its initials on a colour of its own.
-Picture PlateOf(const std::string& name);
+RgbaPicture PlateOf(const std::string& name);
 
 // Adds a card for each game, in as many columns as there is room for, to the body of a surface
 // whose view is set. Sets its bodyHeight. The cards' ids are the games' paths.

@@ -1,5 +1,5 @@
 #pragma once
-// The surface that is seen, of those that the host has.
+// Which of the host's surfaces is seen.
 
 #include <string>
 

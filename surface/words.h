@@ -3,6 +3,8 @@
 // are catalogues among the host's own resources, chosen by LANGUAGE, LC_ALL, LC_MESSAGES and LANG.
 // The fatal texts, the log and the command line stay as they are.
 
+#include <string>
+
 namespace moxi {
 
 // Finds the catalogue. Without it texts stay English. Before there are threads.
@@ -16,5 +18,9 @@ const char* Words(const char* english);
 constexpr const char* ForTranslation(const char* english) {
     return english;
 }
+
+// A line `PATH: REASON` of the command line with the reason in the player's language, as far as it
+// is one of those that players meet; the path, and what follows the reason, stay as they are.
+std::string InPlayersWords(const std::string& problem);
 
 }  // namespace moxi

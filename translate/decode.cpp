@@ -34,7 +34,7 @@ bool HasWord(Mode mode) {
            mode == Mode::Immediate;
 }
 
-void DecodeTwoOperands(Instruction& in) {
+void DecodeTwoOperands(DecodedInstruction& in) {
     in.form = FindForm(in.w);
     const u32 number = TwoOperandNumber(in.w);
     const u32 size = number & 3;
@@ -58,7 +58,7 @@ void DecodeTwoOperands(Instruction& in) {
     }
 }
 
-void DecodeOneOperand(Instruction& in) {
+void DecodeOneOperand(DecodedInstruction& in) {
     const OneOperandForm& form = FindOneOperandForm(in.w);
     in.mode = form.mode;
     in.length = form.length;
@@ -86,7 +86,7 @@ void DecodeOneOperand(Instruction& in) {
     in.flow = known ? Flow::Next : isLegal ? Flow::Interpreter : Flow::End;
 }
 
-void DecodeTestBranch(Instruction& in) {
+void DecodeTestBranch(DecodedInstruction& in) {
     in.length = 8;
     in.target = BranchTarget(in.w);
     const auto mode = static_cast<TestOperand>(TestMode(in.w));
@@ -98,7 +98,7 @@ void DecodeTestBranch(Instruction& in) {
     in.flow = known ? Flow::Branch : Flow::Interpreter;
 }
 
-void DecodeSingle(Instruction& in) {
+void DecodeSingle(DecodedInstruction& in) {
     in.length = FindSingle(in.w).length;
     switch (SingleOf(in.w)) {
         case Single::Jmp:
@@ -126,8 +126,8 @@ void DecodeSingle(Instruction& in) {
 
 }  // namespace
 
-Instruction DecodeInstruction(u32 pc) {
-    Instruction in;
+DecodedInstruction DecodeInstruction(u32 pc) {
+    DecodedInstruction in;
     in.pc = pc;
     in.w = Load<u32>(pc);
     in.words[0] = Load<u32>(pc + 4);

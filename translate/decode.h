@@ -17,7 +17,7 @@ enum class Flow : u8 {
     End,          // the interpreter executes it; what is behind it is not code for certain
 };
 
-struct Instruction {
+struct DecodedInstruction {
     u32 pc = 0;
     u32 w = 0;
     u32 words[2] = {};  // the extension words
@@ -32,18 +32,18 @@ struct Instruction {
 };
 
 // Decodes the instruction at `pc`, where at least 12 bytes of the image lie.
-Instruction DecodeInstruction(u32 pc);
+DecodedInstruction DecodeInstruction(u32 pc);
 
-constexpr TwoOperand TwoOperandOf(const Instruction& instruction) {
+constexpr TwoOperand TwoOperandOf(const DecodedInstruction& instruction) {
     return static_cast<TwoOperand>(TwoOperandNumber(instruction.w) & ~3u);
 }
-constexpr OneOperand OneOperandOf(const Instruction& instruction) {
+constexpr OneOperand OneOperandOf(const DecodedInstruction& instruction) {
     const u32 number = OneOperandNumber(instruction.w);
     return static_cast<OneOperand>(number < 4 ? number : number & ~3u);
 }
 
 // The size, 0 to 3, of an instruction with one or two operands.
-constexpr u32 SizeOf(const Instruction& instruction) {
+constexpr u32 SizeOf(const DecodedInstruction& instruction) {
     return instruction.kind == InstructionClass::TwoOperands ? TwoOperandNumber(instruction.w) & 3
                                                              : OneOperandNumber(instruction.w) & 3;
 }

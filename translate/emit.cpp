@@ -69,7 +69,7 @@ x86::CondCode CodeOf(Condition condition) {
 // Goes to the target when the newest result fulfils the condition. Where the processor's flags come
 // from that result they are used as they are, except for conditions that involve OVERFLOW: the
 // machine has no such flag, and the processor's may be set.
-void EmitBranch(Emission& e, const Instruction& in) {
+void EmitBranch(Emission& e, const DecodedInstruction& in) {
     const auto condition = static_cast<Condition>(BranchCondition(in.w));
     const bool isParity = condition == Condition::Ev || condition == Condition::Od;
     const bool looksAtOverflow = condition == Condition::Gt || condition == Condition::Le;
@@ -90,9 +90,9 @@ void EmitBranch(Emission& e, const Instruction& in) {
     e.flagsFit = !isParity;
 }
 
-void EmitTestBranch(Emission& e, const Instruction& in) {
+void EmitTestBranch(Emission& e, const DecodedInstruction& in) {
     const u32 x = in.words[0];
-    Place place;
+    OperandPlace place;
     switch (static_cast<TestOperand>(TestMode(in.w))) {
         case TestOperand::Register: place = RegisterPlace(x); break;
         case TestOperand::Absolute: place = AbsolutePlace(e, x, x86::rdx, Use::Read); break;
@@ -104,8 +104,8 @@ void EmitTestBranch(Emission& e, const Instruction& in) {
     EmitBranch(e, in);
 }
 
-void EmitTableJump(Emission& e, const Instruction& in) {
-    const Place entry =
+void EmitTableJump(Emission& e, const DecodedInstruction& in) {
+    const OperandPlace entry =
         PointerPlace(e, TableRegister(in.w), BranchTarget(in.w), x86::rdx, Use::Read);
     e.a.mov(x86::eax, MemoryOf(entry, 2));
     StoreSlot(e);
@@ -122,7 +122,7 @@ x86::Mem InStack(const x86::Gp& pointer, i32 offset, u32 size) {
 // SP could simply be taken from the module's stack, but everything behind would then wait for those
 // loads. FP is foretold instead, from FP of the called code or from the processor's stack, SP
 // follows from the CALL, and what the module's stack says is only compared.
-void EmitReturned(Emission& e, const Instruction& in, u64 returned) {
+void EmitReturned(Emission& e, const DecodedInstruction& in, u64 returned) {
     const Label wanted = e.a.newLabel();
     e.returns.push_back({wanted, returned});
     e.a.cmp(x86::rax, x86::qword_ptr(wanted));
@@ -154,7 +154,7 @@ void GoToCalled(Emission& e, int block) {
     }
 }
 
-void EmitCall(Emission& e, const Instruction& in) {
+void EmitCall(Emission& e, const DecodedInstruction& in) {
     RequireRoom(e, 8);
     const bool isThrough = in.flow == Flow::CallThrough;
     if (isThrough) {
@@ -194,7 +194,7 @@ void EmitCall(Emission& e, const Instruction& in) {
     EmitReturned(e, in, returned);
 }
 
-void EmitLink(Emission& e, const Instruction& in) {
+void EmitLink(Emission& e, const DecodedInstruction& in) {
     const u32 count = SavedRegisters(in.w);
     const u32 room = UseOf(e).pushed;
     RequireRoom(e, room);
@@ -241,12 +241,12 @@ void RequireNarrowReturn(Emission& e, u32 count) {
 // upper half, in edx the caller's FP, and in r13 still that of the code that returns. Where a
 // RETURN turns out to be one for the interpreter only then, it can still be left to it: what has
 // been restored would be restored again.
-void EmitReturn(Emission& e, const Instruction& in) {
+void EmitReturn(Emission& e, const DecodedInstruction& in) {
     const u32 count = SavedRegisters(in.w);
     if (count != 0) {
         RequireStack(e);
     }
-    const Place frame = FramePlace(e, 0, x86::rdx, Use::Read);
+    const OperandPlace frame = FramePlace(e, 0, x86::rdx, Use::Read);
     e.a.mov(x86::rax, InStack(x86::r13, 4, 8));
     // All that may fault comes before the first change, the highest address first.
     RequireNarrowReturn(e, count);
@@ -270,7 +270,7 @@ void EmitReturn(Emission& e, const Instruction& in) {
 
 // --- Instructions
 
-void EmitSingle(Emission& e, const Instruction& in) {
+void EmitSingle(Emission& e, const DecodedInstruction& in) {
     switch (SingleOf(in.w)) {
         case Single::Nop: return;
         case Single::Jmp: GoTo(e, in.target); return;
@@ -282,7 +282,7 @@ void EmitSingle(Emission& e, const Instruction& in) {
     }
 }
 
-void EmitInstruction(Emission& e, const Instruction& in) {
+void EmitInstruction(Emission& e, const DecodedInstruction& in) {
     if (in.kind != InstructionClass::FlagBranch) {
         e.flagsFit = false;
         e.inRax = std::exchange(e.leftInRax, std::nullopt);
@@ -314,7 +314,7 @@ void EmitBlock(Emission& e, size_t number) {
     EmitNote(e, {0, e.firstPlaces.back(), static_cast<u16>(e.block.count)});
     e.a.bind(e.bodies[number]);
     for (e.index = 0; e.index < e.block.count; ++e.index) {
-        const Instruction& in = e.region.instructions[e.block.first + e.index];
+        const DecodedInstruction& in = e.region.instructions[e.block.first + e.index];
         e.in = &in;
         e.leave.reset();
         const Facts after = FactsAfter(UseOf(e), e.facts);
@@ -327,7 +327,7 @@ void EmitBlock(Emission& e, size_t number) {
         e.facts = after;
         KeepReached(e, in);
     }
-    const Instruction& last = *e.in;
+    const DecodedInstruction& last = *e.in;
     // Behind a call the slot holds what the called code has put there.
     if (last.flow == Flow::Call || last.flow == Flow::CallThrough) {
         e.fillsSlot = false;
@@ -483,7 +483,7 @@ std::vector<bool> StartWithSlot(const Region& region) {
     for (const Block& block : region.blocks) {
         bool fills = false;
         for (u32 i = 0; i < block.count && !fills; ++i) {
-            const Instruction& in = region.instructions[block.first + i];
+            const DecodedInstruction& in = region.instructions[block.first + i];
             if (in.flow != Flow::Next) {
                 break;
             }
@@ -497,7 +497,7 @@ std::vector<bool> StartWithSlot(const Region& region) {
 
 // --- Which registers stay narrow
 
-bool WritesWholeRegister(const Instruction& in, u32& number) {
+bool WritesWholeRegister(const DecodedInstruction& in, u32& number) {
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
         return false;
     }
@@ -531,7 +531,7 @@ bool WritesWholeRegister(const Instruction& in, u32& number) {
 
 u16 WideRegisters(const Region& region) {
     u16 wide = 0;
-    for (const Instruction& in : region.instructions) {
+    for (const DecodedInstruction& in : region.instructions) {
         u32 number = 0;
         if (WritesWholeRegister(in, number)) {
             wide = static_cast<u16>(wide | 1u << number);

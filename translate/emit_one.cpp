@@ -9,7 +9,7 @@ using namespace asmjit;
 
 namespace {
 
-Place PlaceOfOperand(Emission& e, const Instruction& in, Use use) {
+OperandPlace PlaceOfOperand(Emission& e, const DecodedInstruction& in, Use use) {
     switch (in.mode) {
         case Mode::Register: return RegisterPlace(WideRegister(in.w));
         case Mode::Indexed: return PointerPlace(e, HighRegister(in.w), in.words[0], x86::rdx, use);
@@ -29,13 +29,13 @@ u32 PushedBytes(u32 size) {
     return size == 0 ? 2 : 1u << size;
 }
 
-void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
+void EmitPushOperand(Emission& e, const DecodedInstruction& in, u32 size) {
     if (in.mode == Mode::Frame && e.inRax == Emission::InFrame{FrameOffset(in.w), size}) {
         RequireRoom(e, PushedBytes(size));
         EmitPush(e, PushedBytes(size));
         return;
     }
-    const Place place = PlaceOfOperand(e, in, Use::Read);
+    const OperandPlace place = PlaceOfOperand(e, in, Use::Read);
     RequireRoom(e, PushedBytes(size));
     if (IsHost(place) && size >= 2) {
         const i32 bytes = 1 << size;
@@ -48,7 +48,7 @@ void EmitPushOperand(Emission& e, const Instruction& in, u32 size) {
     EmitPush(e, PushedBytes(size));
 }
 
-void EmitPushAddress(Emission& e, const Instruction& in) {
+void EmitPushAddress(Emission& e, const DecodedInstruction& in) {
     const u32 number = in.mode == Mode::Register ? WideRegister(in.w) : HighRegister(in.w);
     const u32 word = in.mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : in.words[0];
     RequireRoom(e, 4);
@@ -56,8 +56,8 @@ void EmitPushAddress(Emission& e, const Instruction& in) {
     EmitPush(e, 4);
 }
 
-void EmitPop(Emission& e, const Instruction& in, u32 size) {
-    const Place place = PlaceOfOperand(e, in, Use::Write);
+void EmitPop(Emission& e, const DecodedInstruction& in, u32 size) {
+    const OperandPlace place = PlaceOfOperand(e, in, Use::Write);
     const u32 bytes = PushedBytes(size);
     RequireStack(e);
     const x86::Mem from(kImage, x86::r12, 0, 0, bytes);
@@ -72,20 +72,20 @@ void EmitPop(Emission& e, const Instruction& in, u32 size) {
 
 // --- In place
 
-void EmitNegate(Emission& e, const Place& place, u32 size) {
+void EmitNegate(Emission& e, const OperandPlace& place, u32 size) {
     LoadValue(e, x86::rax, place, size);
     e.a.neg(Sized(x86::rax, size < 2 ? 2 : size));
     StoreValue(e, place, x86::rax, size);
 }
 
-void EmitNot(Emission& e, const Place& place, u32 size) {
+void EmitNot(Emission& e, const OperandPlace& place, u32 size) {
     LoadValue(e, x86::rax, place, size);
     e.a.not_(Sized(x86::rax, size < 2 ? 2 : size));
     KeepResult(e, x86::rax, size);
     StoreValue(e, place, x86::rax, size);
 }
 
-void EmitNegateFloat(Emission& e, const Place& place) {
+void EmitNegateFloat(Emission& e, const OperandPlace& place) {
     LoadValue(e, x86::rax, place, 2);
     e.a.xor_(x86::eax, 0x80000000);
     StoreValue(e, place, x86::rax, 2);
@@ -124,7 +124,7 @@ void ConvertUnsigned(Emission& e, const x86::Xmm& to, bool isDouble) {
 }
 
 // A whole number of a size as a floating-point one; the 8 bytes are written.
-void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, u32 size) {
+void EmitToFloat(Emission& e, const OperandPlace& place, bool isSigned, bool isDouble, u32 size) {
     if (isSigned) {
         LoadSigned(e, x86::rax, place, size);
     } else {
@@ -149,7 +149,7 @@ void EmitToFloat(Emission& e, const Place& place, bool isSigned, bool isDouble, 
     StoreWhole(e, place, x86::rax);
 }
 
-void LoadFloatBits(Emission& e, const Place& place, bool isDouble) {
+void LoadFloatBits(Emission& e, const OperandPlace& place, bool isDouble) {
     LoadValue(e, x86::rax, place, isDouble ? 3 : 2);
     if (isDouble) {
         e.a.movq(x86::xmm0, x86::rax);
@@ -158,7 +158,7 @@ void LoadFloatBits(Emission& e, const Place& place, bool isDouble) {
     }
 }
 
-void EmitConversion(Emission& e, OneOperand op, const Place& place) {
+void EmitConversion(Emission& e, OneOperand op, const OperandPlace& place) {
     LoadFloatBits(e, place, op == OneOperand::Dtoq || op == OneOperand::Dtol);
     switch (op) {
         case OneOperand::Ftoq: e.a.cvttss2si(x86::rax, x86::xmm0); break;
@@ -201,7 +201,7 @@ void RequireStack(Emission& e) {
     e.a.jb(LeaveLabel(e));
 }
 
-void EmitOneOperand(Emission& e, const Instruction& in) {
+void EmitOneOperand(Emission& e, const DecodedInstruction& in) {
     const OneOperand op = OneOperandOf(in);
     const u32 size = SizeOf(in);
     switch (op) {
@@ -210,7 +210,8 @@ void EmitOneOperand(Emission& e, const Instruction& in) {
         case OneOperand::Pop: EmitPop(e, in, size); return;
         default: break;
     }
-    const Place place = PlaceOfOperand(e, in, op == OneOperand::Tst ? Use::Read : Use::Write);
+    const OperandPlace place =
+        PlaceOfOperand(e, in, op == OneOperand::Tst ? Use::Read : Use::Write);
     switch (op) {
         case OneOperand::Fneg: EmitNegateFloat(e, place); break;
         case OneOperand::Neg: EmitNegate(e, place, size); break;
@@ -232,7 +233,7 @@ void EmitOneOperand(Emission& e, const Instruction& in) {
     }
 }
 
-void EmitPushConstant(Emission& e, const Instruction& in) {
+void EmitPushConstant(Emission& e, const DecodedInstruction& in) {
     u32 bytes = 4;
     u64 value = static_cast<u64>(i64{static_cast<i32>(in.w) >> 10});
     switch (SingleOf(in.w)) {

@@ -5,9 +5,9 @@
 
 namespace moxi {
 
-void EmitTwoOperands(Emission& e, const Instruction& in);
-void EmitOneOperand(Emission& e, const Instruction& in);
-void EmitPushConstant(Emission& e, const Instruction& in);
+void EmitTwoOperands(Emission& e, const DecodedInstruction& in);
+void EmitOneOperand(Emission& e, const DecodedInstruction& in);
+void EmitPushConstant(Emission& e, const DecodedInstruction& in);
 
 // Leave the instruction to the interpreter when less than `room` bytes below SP may be written, or
 // when SP lies in the header.

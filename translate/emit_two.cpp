@@ -37,19 +37,20 @@ bool HasWord(Mode mode) {
            mode == Mode::Immediate;
 }
 
-u32 NumberIn(const Instruction& in, Field field) {
+u32 NumberIn(const DecodedInstruction& in, Field field) {
     return field == Field::High ? HighRegister(in.w) : LowRegister(in.w);
 }
 
-u32 WordOfB(const Instruction& in) {
+u32 WordOfB(const DecodedInstruction& in) {
     return HasWord(in.form.a) ? in.words[1] : in.words[0];
 }
 
-u32 OffsetOf(const Instruction& in, Mode mode, u32 word) {
+u32 OffsetOf(const DecodedInstruction& in, Mode mode, u32 word) {
     return mode == Mode::Frame ? static_cast<u32>(FrameOffset(in.w)) : word;
 }
 
-Place PlaceFor(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& scratch, Use use) {
+OperandPlace PlaceFor(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& scratch,
+                      Use use) {
     switch (mode) {
         case Mode::Register: return RegisterPlace(number);
         case Mode::Indexed: return PointerPlace(e, number, word, scratch, use);
@@ -66,7 +67,7 @@ bool FitsSigned32(u64 value) {
     return static_cast<u64>(static_cast<i64>(static_cast<i32>(value))) == value;
 }
 
-u64 ConstantOf(const Instruction& in, u32 size) {
+u64 ConstantOf(const DecodedInstruction& in, u32 size) {
     if (in.form.b == Mode::Quick) {
         const i32 quick = in.form.bField == Field::High ? HighQuick(in.w) : LowQuick(in.w);
         return static_cast<u64>(i64{quick});
@@ -80,8 +81,8 @@ u64 ConstantOf(const Instruction& in, u32 size) {
 }
 
 // The value of a quick or immediate source, which the immediate slot gets as well.
-Place ConstantPlace(Emission& e, const Instruction& in, u32 size) {
-    Place place;
+OperandPlace ConstantPlace(Emission& e, const DecodedInstruction& in, u32 size) {
+    OperandPlace place;
     place.kind = PlaceKind::Constant;
     place.constant = ConstantOf(in, size);
     FillSlot(e, place.constant, size);
@@ -105,7 +106,7 @@ u32 SimpleInstruction(TwoOperand op) {
 }
 
 // A source for an instruction whose other operand is a register of the size, 2 or 3.
-Operand Source(Emission& e, const Place& b, u32 size) {
+Operand Source(Emission& e, const OperandPlace& b, u32 size) {
     if (IsVector(b)) {
         LoadValue(e, x86::rcx, b, size);
         return Sized(x86::rcx, size);
@@ -124,11 +125,11 @@ Operand Source(Emission& e, const Place& b, u32 size) {
 }
 
 // The low 32 bits or all of a host register may be worked on as they are.
-bool IsDirect(const Place& place, u32 size) {
+bool IsDirect(const OperandPlace& place, u32 size) {
     return IsHost(place) && (size == 3 || (size == 2 && IsNarrow(place.number)));
 }
 
-void EmitMultiply(Emission& e, const x86::Gp& target, const Place& b, u32 size) {
+void EmitMultiply(Emission& e, const x86::Gp& target, const OperandPlace& b, u32 size) {
     const x86::Gp sized = Sized(target, size);
     if (b.kind == PlaceKind::Constant && (size == 2 || FitsSigned32(b.constant))) {
         e.a.imul(sized, sized, static_cast<i32>(b.constant));
@@ -138,7 +139,8 @@ void EmitMultiply(Emission& e, const x86::Gp& target, const Place& b, u32 size) 
 }
 
 // ADD, SUB, AND, OR, XOR, MUL at 32 and 64 bits on a register.
-void EmitOnRegister(Emission& e, TwoOperand op, const x86::Gp& target, const Place& b, u32 size) {
+void EmitOnRegister(Emission& e, TwoOperand op, const x86::Gp& target, const OperandPlace& b,
+                    u32 size) {
     if (op == TwoOperand::Mul) {
         EmitMultiply(e, target, b, size);
     } else {
@@ -146,7 +148,8 @@ void EmitOnRegister(Emission& e, TwoOperand op, const x86::Gp& target, const Pla
     }
 }
 
-void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
+void EmitSimple(Emission& e, TwoOperand op, const OperandPlace& a, const OperandPlace& b,
+                u32 size) {
     const bool onlyCompares = !WritesA(op);
     if (IsDirect(a, size) && !onlyCompares) {
         const x86::Gp target = HostRegister(hostOf[a.number]);
@@ -185,7 +188,7 @@ void EmitSimple(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 
 }
 
 // MOVE with a vector register, where that needs no general one. False when it was not done.
-bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
+bool MoveByVector(Emission& e, const OperandPlace& a, const OperandPlace& b, u32 size) {
     if (size < 2) {
         return false;
     }
@@ -224,7 +227,7 @@ bool MoveByVector(Emission& e, const Place& a, const Place& b, u32 size) {
     return true;
 }
 
-void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
+void EmitMove(Emission& e, const OperandPlace& a, const OperandPlace& b, u32 size) {
     if (IsDirect(a, size)) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
@@ -248,7 +251,7 @@ void EmitMove(Emission& e, const Place& a, const Place& b, u32 size) {
     StoreValue(e, a, x86::rax, size);
 }
 
-void EmitMoveZero(Emission& e, const Place& a, const Place& b, u32 size) {
+void EmitMoveZero(Emission& e, const OperandPlace& a, const OperandPlace& b, u32 size) {
     if (IsHost(a)) {
         LoadValue(e, HostRegister(hostOf[a.number]), b, size);
         return;
@@ -265,7 +268,7 @@ u32 ShiftInstruction(TwoOperand op) {
 }
 
 // The processor takes counts modulo 32, and 64 for 64 bits, as the machine does.
-void EmitShift(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
+void EmitShift(Emission& e, TwoOperand op, const OperandPlace& a, const OperandPlace& b, u32 size) {
     const bool isConstant = b.kind == PlaceKind::Constant;
     const u32 count = static_cast<u32>(b.constant) & (size == 3 ? 63u : 31u);
     if (!isConstant) {
@@ -317,7 +320,8 @@ void RequireDivision(Emission& e, bool isSigned, u32 size) {
     e.a.bind(fits);
 }
 
-void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
+void EmitDivision(Emission& e, TwoOperand op, const OperandPlace& a, const OperandPlace& b,
+                  u32 size) {
     const bool isSigned = op == TwoOperand::Divs || op == TwoOperand::Mods;
     const u32 wide = size < 2 ? 2 : size;
     const x86::Mem kept = x86::qword_ptr(kStateRegister, offsetof(TranslatedState, kept));
@@ -325,7 +329,7 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
         e.a.mov(kept, x86::rdx);
     }
     if (b.kind == PlaceKind::Constant) {
-        Place extended = b;
+        OperandPlace extended = b;
         if (isSigned && size == 0) {
             extended.constant = static_cast<u32>(static_cast<i8>(b.constant));
         }
@@ -367,7 +371,7 @@ void EmitDivision(Emission& e, TwoOperand op, const Place& a, const Place& b, u3
 
 // --- Floating point
 
-void LoadFloat(Emission& e, const x86::Xmm& to, const Place& place, u32 size) {
+void LoadFloat(Emission& e, const x86::Xmm& to, const OperandPlace& place, u32 size) {
     if (place.kind == PlaceKind::Constant) {
         LoadValue(e, x86::rax, place, size);
     } else if (IsVector(place)) {
@@ -390,7 +394,7 @@ void LoadFloat(Emission& e, const x86::Xmm& to, const Place& place, u32 size) {
     }
 }
 
-void StoreFloat(Emission& e, const Place& place, const x86::Xmm& from, u32 size) {
+void StoreFloat(Emission& e, const OperandPlace& place, const x86::Xmm& from, u32 size) {
     if (!IsHost(place)) {
         if (size == 2) {
             e.a.movss(MemoryOf(place, 2), from);
@@ -417,7 +421,7 @@ u32 FloatInstruction(TwoOperand op, u32 size) {
     }
 }
 
-void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 size) {
+void EmitFloat(Emission& e, TwoOperand op, const OperandPlace& a, const OperandPlace& b, u32 size) {
     x86::Xmm target = x86::xmm0;
     x86::Xmm source = x86::xmm1;
     if (IsVector(a)) {
@@ -439,7 +443,7 @@ void EmitFloat(Emission& e, TwoOperand op, const Place& a, const Place& b, u32 s
     }
 }
 
-void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
+void EmitLoadAddress(Emission& e, const DecodedInstruction& in, const OperandPlace& a) {
     if (IsConstant(in.form.b)) {
         ConstantPlace(e, in, SizeOf(in));
     }
@@ -448,7 +452,7 @@ void EmitLoadAddress(Emission& e, const Instruction& in, const Place& a) {
     StoreValue(e, a, x86::rcx, 2);
 }
 
-void EmitBlockMove(Emission& e, const Instruction& in) {
+void EmitBlockMove(Emission& e, const DecodedInstruction& in) {
     EmitAddress(e, in.form.a, NumberIn(in, in.form.aField), OffsetOf(in, in.form.a, in.words[0]),
                 x86::rdx);
     EmitAddress(e, in.form.b, NumberIn(in, in.form.bField), OffsetOf(in, in.form.b, WordOfB(in)),
@@ -460,24 +464,24 @@ void EmitBlockMove(Emission& e, const Instruction& in) {
 
 }  // namespace
 
-void EmitTwoOperands(Emission& e, const Instruction& in) {
+void EmitTwoOperands(Emission& e, const DecodedInstruction& in) {
     const TwoOperand op = TwoOperandOf(in);
     if (op == TwoOperand::Blockmove) {
         EmitBlockMove(e, in);
         return;
     }
     const u32 size = SizeOf(in);
-    const Place a =
+    const OperandPlace a =
         PlaceFor(e, in.form.a, NumberIn(in, in.form.aField), OffsetOf(in, in.form.a, in.words[0]),
                  x86::rdx, WritesA(op) ? Use::Write : Use::Read);
     if (op == TwoOperand::Lea) {
         EmitLoadAddress(e, in, a);
         return;
     }
-    const Place b = IsConstant(in.form.b)
-                        ? ConstantPlace(e, in, size)
-                        : PlaceFor(e, in.form.b, NumberIn(in, in.form.bField),
-                                   OffsetOf(in, in.form.b, WordOfB(in)), x86::rcx, Use::Read);
+    const OperandPlace b =
+        IsConstant(in.form.b) ? ConstantPlace(e, in, size)
+                              : PlaceFor(e, in.form.b, NumberIn(in, in.form.bField),
+                                         OffsetOf(in, in.form.b, WordOfB(in)), x86::rcx, Use::Read);
     if (op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp) {
         EmitFloat(e, op, a, b, size);
     } else if (op == TwoOperand::Move) {

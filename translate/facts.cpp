@@ -19,7 +19,7 @@ constexpr i32 kMostStack = static_cast<i32>(kFloorRoom);
 // many rounds of the search.
 constexpr u32 kMostRounds = 8;
 
-u32 PushedOperand(const Instruction& in) {
+u32 PushedOperand(const DecodedInstruction& in) {
     const OneOperand op = OneOperandOf(in);
     if (op == OneOperand::Pea) {
         return 4;
@@ -30,7 +30,7 @@ u32 PushedOperand(const Instruction& in) {
     return SizeOf(in) == 0 ? 2 : 1u << SizeOf(in);
 }
 
-u32 PushedConstant(const Instruction& in) {
+u32 PushedConstant(const DecodedInstruction& in) {
     switch (SingleOf(in.w)) {
         case Single::Link: return 4 + LocalBytes(in.w) + 8 * SavedRegisters(in.w);
         case Single::Call:
@@ -47,12 +47,12 @@ u32 PushedConstant(const Instruction& in) {
     }
 }
 
-bool IsLink(const Instruction& in) {
+bool IsLink(const DecodedInstruction& in) {
     return in.flow == Flow::Next && in.kind == InstructionClass::Single &&
            SingleOf(in.w) == Single::Link;
 }
 
-u32 PoppedBy(const Instruction& in) {
+u32 PoppedBy(const DecodedInstruction& in) {
     if (in.flow != Flow::Next || in.kind != InstructionClass::OneOperand) {
         return 0;
     }
@@ -62,7 +62,7 @@ u32 PoppedBy(const Instruction& in) {
     return SizeOf(in) == 0 ? 2 : 1u << SizeOf(in);
 }
 
-u32 PushedBy(const Instruction& in) {
+u32 PushedBy(const DecodedInstruction& in) {
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
         return 0;
     }
@@ -75,7 +75,7 @@ u32 PushedBy(const Instruction& in) {
     return 0;
 }
 
-FrameRange FrameUse(const Instruction& in) {
+FrameRange FrameUse(const DecodedInstruction& in) {
     FrameRange range;
     if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
         return range;
@@ -110,7 +110,7 @@ std::vector<StackUse> UsesIn(const Region& region) {
     for (const Block& block : region.blocks) {
         FrameRange behind;
         for (u32 i = block.first + block.count; i-- > block.first;) {
-            const Instruction& in = region.instructions[i];
+            const DecodedInstruction& in = region.instructions[i];
             StackUse& use = uses[i];
             use.frame = use.from = FrameUse(in);
             use.pushed = PushedBy(in);
@@ -125,14 +125,14 @@ std::vector<StackUse> UsesIn(const Region& region) {
     return uses;
 }
 
-bool IsCall(const Instruction& in) {
+bool IsCall(const DecodedInstruction& in) {
     return in.flow == Flow::Call || in.flow == Flow::CallThrough;
 }
 
 // What holds where a CALL comes back to, as `facts` hold before it. If FP was foretold from that of
 // the called code, only the called code's frame is known to lie above all translated code, because
 // its RETURN has checked that.
-Facts FactsReturned(const Instruction& call, const Facts& facts) {
+Facts FactsReturned(const DecodedInstruction& call, const Facts& facts) {
     Facts returned = {facts.frame, kNoStack, kNoDepth};
     if (IsNearFrame(facts)) {
         returned.frame = std::max(facts.frame, -(facts.depth + 12));
@@ -173,7 +173,7 @@ struct Search {
           needsDepth(searched.blocks.size()),
           isToFollow(searched.blocks.size(), true) {}
 
-    const Instruction& At(size_t block, u32 index) const {
+    const DecodedInstruction& At(size_t block, u32 index) const {
         return region.instructions[region.blocks[block].first + index];
     }
 
@@ -196,7 +196,7 @@ struct Search {
     void FindEdges(size_t block) {
         const u32 count = region.blocks[block].count;
         for (u32 i = 0; i < count; ++i) {
-            const Instruction& in = At(block, i);
+            const DecodedInstruction& in = At(block, i);
             const u32 next = in.pc + in.length;
             const bool isLast = i + 1 == count;
             if (in.flow == Flow::Branch || in.flow == Flow::Jump || in.flow == Flow::Call) {
@@ -235,7 +235,7 @@ struct Search {
 
     bool NeedsStack(size_t block) const {
         for (u32 i = 0; i < region.blocks[block].count; ++i) {
-            const Instruction& in = At(block, i);
+            const DecodedInstruction& in = At(block, i);
             const bool isReturn = in.flow == Flow::Away && in.kind == InstructionClass::Single;
             if (UseAt(block, i).pushed != 0 || UseAt(block, i).popped != 0 || isReturn) {
                 return true;

@@ -29,7 +29,7 @@ std::vector<u64> Weights(const Region& region) {
     return weights;
 }
 
-bool IsFloating(const Instruction& in) {
+bool IsFloating(const DecodedInstruction& in) {
     if (in.kind == InstructionClass::TwoOperands) {
         const TwoOperand op = TwoOperandOf(in);
         return op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp;
@@ -38,7 +38,7 @@ bool IsFloating(const Instruction& in) {
     return op == OneOperand::Stod || op == OneOperand::Utod;
 }
 
-void CountTwoOperands(const Instruction& in, u64 weight, RegisterUses& uses) {
+void CountTwoOperands(const DecodedInstruction& in, u64 weight, RegisterUses& uses) {
     // A plain move of 64 bits is done as well in one kind of register as in the other.
     const bool isAnyMove = TwoOperandOf(in) == TwoOperand::Move && SizeOf(in) == 3;
     const auto count = [&](Mode mode, u32 number) {
@@ -61,7 +61,7 @@ void CountTwoOperands(const Instruction& in, u64 weight, RegisterUses& uses) {
 void CountUses(const Region& region, RegisterUses& uses) {
     const std::vector<u64> weights = Weights(region);
     for (size_t i = 0; i < weights.size(); ++i) {
-        const Instruction& in = region.instructions[i];
+        const DecodedInstruction& in = region.instructions[i];
         if (in.flow == Flow::Interpreter || in.flow == Flow::End) {
             continue;
         }

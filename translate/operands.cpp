@@ -28,8 +28,8 @@ void Compare(Emission& e, const x86::Gp& address, Use use) {
 }
 
 // The memory at an address that stands in `address`, all 64 bits of it, the upper half clear.
-Place MemoryAt(const x86::Gp& address) {
-    Place place;
+OperandPlace MemoryAt(const x86::Gp& address) {
+    OperandPlace place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, address);
     return place;
@@ -85,7 +85,7 @@ bool WasReached(const Emission& e, u32 number, u32 offset, Use use) {
 
 }  // namespace
 
-void KeepReached(Emission& e, const Instruction& in) {
+void KeepReached(Emission& e, const DecodedInstruction& in) {
     e.reached.insert(e.reached.end(), e.reaching.begin(), e.reaching.end());
     e.reaching.clear();
     u32 written = 16;
@@ -131,8 +131,8 @@ Label LeaveLabel(Emission& e) {
     return e.leave;
 }
 
-Place RegisterPlace(u32 number) {
-    Place place;
+OperandPlace RegisterPlace(u32 number) {
+    OperandPlace place;
     place.kind = PlaceKind::Register;
     place.number = number;
     return place;
@@ -156,7 +156,7 @@ void StoreRegistersAt(Emission& e, u32 address) {
     }
 }
 
-Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
+OperandPlace AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
     if (address < kHeaderPC) {
         StoreRegistersAt(e, address);
     }
@@ -166,7 +166,7 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
         e.out.writes.push_back(address);
     }
     if ((use == Use::Read || isFree) && address < 0x80000000) {
-        Place place;
+        OperandPlace place;
         place.kind = PlaceKind::Memory;
         place.memory = x86::ptr(kImage, static_cast<i32>(address));
         return place;
@@ -176,7 +176,7 @@ Place AbsolutePlace(Emission& e, u32 address, const x86::Gp& scratch, Use use) {
     return MemoryAt(scratch);
 }
 
-Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
+OperandPlace PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, Use use) {
     const bool wasReached = WasReached(e, number, offset, use);
     // A sum that wrapped would lie below the offset and so in the header, which has been ruled out
     // by the comparison, now or when memory was reached before. So it is the processor's address.
@@ -191,13 +191,13 @@ Place PointerPlace(Emission& e, u32 number, u32 offset, const x86::Gp& scratch, 
     if (!isDirect) {
         return MemoryAt(scratch);
     }
-    Place place;
+    OperandPlace place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, HostRegister(hostOf[number]), 0, static_cast<i32>(offset));
     return place;
 }
 
-Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
+OperandPlace FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
     const i32 signedOffset = static_cast<i32>(offset);
     if (signedOffset < -kNearFrame || signedOffset > kNearFrame) {
         e.a.lea(scratch.r32(), x86::ptr(x86::r13, signedOffset));
@@ -207,7 +207,7 @@ Place FramePlace(Emission& e, u32 offset, const x86::Gp& scratch, Use use) {
     if (signedOffset < e.facts.frame) {
         CheckFrame(e);
     }
-    Place place;
+    OperandPlace place;
     place.kind = PlaceKind::Memory;
     place.memory = x86::ptr(kImage, x86::r13, 0, signedOffset);
     return place;
@@ -236,7 +236,7 @@ void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const x86::Gp& to
     }
 }
 
-bool IsHost(const Place& place) {
+bool IsHost(const OperandPlace& place) {
     return place.kind == PlaceKind::Register && hostOf[place.number] != kNoHost;
 }
 
@@ -248,7 +248,7 @@ x86::Gp HostRegister(i32 host) {
     return x86::gpq(kHostNumbers[static_cast<u32>(host)]);
 }
 
-bool IsVector(const Place& place) {
+bool IsVector(const OperandPlace& place) {
     return place.kind == PlaceKind::Register && vectorOf[place.number] != kNoHost;
 }
 
@@ -265,7 +265,7 @@ x86::Gp Sized(const x86::Gp& whole, u32 size) {
     }
 }
 
-x86::Mem MemoryOf(const Place& place, u32 size) {
+x86::Mem MemoryOf(const OperandPlace& place, u32 size) {
     x86::Mem memory = place.kind == PlaceKind::Register
                           ? x86::ptr(kImage, static_cast<i32>(RegisterAddress(place.number)))
                           : place.memory;
@@ -273,14 +273,14 @@ x86::Mem MemoryOf(const Place& place, u32 size) {
     return memory;
 }
 
-Operand OperandOf(const Place& place, u32 size) {
+Operand OperandOf(const OperandPlace& place, u32 size) {
     if (IsHost(place)) {
         return Sized(HostRegister(hostOf[place.number]), size);
     }
     return MemoryOf(place, size);
 }
 
-void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
+void LoadValue(Emission& e, const x86::Gp& to, const OperandPlace& place, u32 size) {
     if (place.kind == PlaceKind::Constant) {
         if (size == 3) {
             e.a.mov(to.r64(), place.constant);
@@ -310,7 +310,7 @@ void LoadValue(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
     }
 }
 
-void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
+void LoadSigned(Emission& e, const x86::Gp& to, const OperandPlace& place, u32 size) {
     if (IsVector(place)) {
         LoadValue(e, to, place, size);
         KeepExtended(e, to, to, size);
@@ -326,7 +326,7 @@ void LoadSigned(Emission& e, const x86::Gp& to, const Place& place, u32 size) {
     }
 }
 
-void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) {
+void StoreValue(Emission& e, const OperandPlace& place, const x86::Gp& from, u32 size) {
     if (IsVector(place)) {
         StoreInVector(e, VectorRegister(vectorOf[place.number]), from, size);
         return;
@@ -345,7 +345,7 @@ void StoreValue(Emission& e, const Place& place, const x86::Gp& from, u32 size) 
     e.a.mov(Sized(whole, size), Sized(from, size));
 }
 
-void StoreWhole(Emission& e, const Place& place, const x86::Gp& from) {
+void StoreWhole(Emission& e, const OperandPlace& place, const x86::Gp& from) {
     if (IsVector(place)) {
         e.a.movq(VectorRegister(vectorOf[place.number]), from.r64());
         return;

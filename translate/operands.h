@@ -28,9 +28,9 @@ struct Emission {
     const Region& region;
     const SharedCode& shared;
     Translation& out;
-    u8* base;                           // where the code will lie
-    std::vector<asmjit::Label> labels;  // of the blocks
-    const Instruction* in = nullptr;    // the present instruction
+    u8* base;                                // where the code will lie
+    std::vector<asmjit::Label> labels;       // of the blocks
+    const DecodedInstruction* in = nullptr;  // the present instruction
     Block block;
     u32 index = 0;  // of the present instruction, in the block
     // The processor's flags ZERO and SIGN are those of the newest result.
@@ -156,7 +156,7 @@ asmjit::Label LeaveLabel(Emission& e);
 
 enum class PlaceKind : u8 { Register, Memory, Constant };
 
-struct Place {
+struct OperandPlace {
     PlaceKind kind = PlaceKind::Constant;
     u32 number = 0;  // of the module's register
     asmjit::x86::Mem memory;
@@ -164,20 +164,21 @@ struct Place {
 };
 
 // Behind an instruction, for the next one.
-void KeepReached(Emission& e, const Instruction& in);
+void KeepReached(Emission& e, const DecodedInstruction& in);
 
-Place RegisterPlace(u32 number);
-Place AbsolutePlace(Emission& e, u32 address, const asmjit::x86::Gp& scratch, Use use);
+OperandPlace RegisterPlace(u32 number);
+OperandPlace AbsolutePlace(Emission& e, u32 address, const asmjit::x86::Gp& scratch, Use use);
 // The address in a register plus an offset.
-Place PointerPlace(Emission& e, u32 number, u32 offset, const asmjit::x86::Gp& scratch, Use use);
-Place FramePlace(Emission& e, u32 offset, const asmjit::x86::Gp& scratch, Use use);
+OperandPlace PointerPlace(Emission& e, u32 number, u32 offset, const asmjit::x86::Gp& scratch,
+                          Use use);
+OperandPlace FramePlace(Emission& e, u32 offset, const asmjit::x86::Gp& scratch, Use use);
 
 // Puts an operand's address into `to`, 32 bits, and compares it with nothing.
 void EmitAddress(Emission& e, Mode mode, u32 number, u32 word, const asmjit::x86::Gp& to);
 
-bool IsHost(const Place& place);
+bool IsHost(const OperandPlace& place);
 bool IsNarrow(u32 number);
-bool IsVector(const Place& place);
+bool IsVector(const OperandPlace& place);
 asmjit::x86::Xmm VectorRegister(i32 vector);
 // The host register of an index, 64 bits.
 asmjit::x86::Gp HostRegister(i32 host);
@@ -185,17 +186,17 @@ asmjit::x86::Gp HostRegister(i32 host);
 asmjit::x86::Gp Sized(const asmjit::x86::Gp& whole, u32 size);
 // The place as an operand of the processor: memory, or the host register at the size. Not for one
 // in a vector register.
-asmjit::Operand OperandOf(const Place& place, u32 size);
-asmjit::x86::Mem MemoryOf(const Place& place, u32 size);
+asmjit::Operand OperandOf(const OperandPlace& place, u32 size);
+asmjit::x86::Mem MemoryOf(const OperandPlace& place, u32 size);
 
 // Values are zero-extended to 32 bits at sizes 0 to 2, and have 64 at size 3.
-void LoadValue(Emission& e, const asmjit::x86::Gp& to, const Place& place, u32 size);
+void LoadValue(Emission& e, const asmjit::x86::Gp& to, const OperandPlace& place, u32 size);
 // Sign-extended to 64 bits.
-void LoadSigned(Emission& e, const asmjit::x86::Gp& to, const Place& place, u32 size);
+void LoadSigned(Emission& e, const asmjit::x86::Gp& to, const OperandPlace& place, u32 size);
 // Stores the low part of `from`, which is lost.
-void StoreValue(Emission& e, const Place& place, const asmjit::x86::Gp& from, u32 size);
+void StoreValue(Emission& e, const OperandPlace& place, const asmjit::x86::Gp& from, u32 size);
 // All 64 bits.
-void StoreWhole(Emission& e, const Place& place, const asmjit::x86::Gp& from);
+void StoreWhole(Emission& e, const OperandPlace& place, const asmjit::x86::Gp& from);
 
 // What a quick or immediate source has put into the immediate slot.
 void FillSlot(Emission& e, u64 value, u32 size);

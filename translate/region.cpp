@@ -40,7 +40,7 @@ class Addresses {
 
 struct Search {
     Addresses found;
-    std::vector<Instruction> instructions;
+    std::vector<DecodedInstruction> instructions;
     std::vector<u32> leaders;
     std::vector<u32> waiting;
     IsTranslated isTranslated = nullptr;
@@ -67,7 +67,7 @@ struct Search {
             if (isRepeated && ++repeated > kMostRepeated) {
                 return;
             }
-            const Instruction in = DecodeInstruction(pc);
+            const DecodedInstruction in = DecodeInstruction(pc);
             found.Insert(pc);
             instructions.push_back(in);
             const u32 next = pc + in.length;
@@ -96,13 +96,13 @@ struct Search {
 
 // By rising address. Addresses with their places are sorted in place of the instructions, which are
 // four times as large.
-std::vector<Instruction> InOrder(const std::vector<Instruction>& instructions) {
+std::vector<DecodedInstruction> InOrder(const std::vector<DecodedInstruction>& instructions) {
     std::vector<u64> order(instructions.size());
     for (size_t i = 0; i < order.size(); ++i) {
         order[i] = u64{instructions[i].pc} << 32 | i;
     }
     std::sort(order.begin(), order.end());
-    std::vector<Instruction> sorted;
+    std::vector<DecodedInstruction> sorted;
     sorted.reserve(order.size());
     for (const u64 each : order) {
         sorted.push_back(instructions[static_cast<u32>(each)]);
@@ -110,7 +110,7 @@ std::vector<Instruction> InOrder(const std::vector<Instruction>& instructions) {
     return sorted;
 }
 
-bool GoesOn(const Instruction& in) {
+bool GoesOn(const DecodedInstruction& in) {
     return in.flow == Flow::Next || in.flow == Flow::Branch;
 }
 

@@ -15,9 +15,9 @@ struct Block {
 };
 
 struct Region {
-    std::vector<Instruction> instructions;  // by rising address
-    std::vector<Block> blocks;              // by rising address
-    std::vector<u32> starts;                // the addresses that the blocks begin at
+    std::vector<DecodedInstruction> instructions;  // by rising address
+    std::vector<Block> blocks;                     // by rising address
+    std::vector<u32> starts;                       // the addresses that the blocks begin at
 };
 
 constexpr u32 kLargestRegion = 600;  // instructions

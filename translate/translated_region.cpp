@@ -25,7 +25,7 @@ const TranslatedRegion* RegionOf(const u8* address) {
 std::vector<Stretch> StretchesOf(const Region& region) {
     std::vector<Stretch> stretches;
     u32 end = 0;
-    for (const Instruction& in : region.instructions) {
+    for (const DecodedInstruction& in : region.instructions) {
         if (stretches.empty() || in.pc > end) {
             stretches.push_back({in.pc, {}});
             end = in.pc;

@@ -248,7 +248,7 @@ void PauseChanged(const TranslatedRegion& region) {
 }
 
 void SetFloor(const Region& region) {
-    const Instruction& last = region.instructions.back();
+    const DecodedInstruction& last = region.instructions.back();
     const u32 end = last.pc + last.length;
     translatedState.floor = std::max(translatedState.floor, end);
     translatedState.pushFloor = translatedState.floor + kFloorRoom;
@@ -301,7 +301,7 @@ TranslatedRegion* Translate(u32 pc) {
         unwritten.resize((unwritten.size() + 63) / 64 * 64);
         codeUsed = unwritten.size();
     }
-    for (const Instruction& in : region.instructions) {
+    for (const DecodedInstruction& in : region.instructions) {
         Cover(in.pc, in.length);
     }
     u8* const base = translatedState.codeMemory + codeUsed;

@@ -4,11 +4,12 @@
 #include <cstring>
 #include <utility>
 
-#include "vm/alu.h"
 #include "vm/execute.h"
 #include "vm/heap.h"
 #include "vm/machine.h"
 #include "vm/opcodes.h"
+#include "vm/slow_path.h"
+#include "vm/threaded_operations.h"
 
 namespace moxi {
 
@@ -20,7 +21,7 @@ namespace moxi {
 // are stored in the header when they change. PC and the flags are brought there only where someone
 // can look; meanwhile PC is the newest entry of the trace, and the flags are those of
 // `lastThreadedResult`. Instructions that read or write the header other than through a register
-// operand, and those that leave the handlers, take the slow way, which is Execute (vm/execute.h)
+// operand, and those that leave the handlers, take the slow way (vm/slow_path.h), which is Execute
 // and its write-back. So what an instruction itself writes over PC, SP, FP or the flags is lost, as
 // it has to be.
 //
@@ -29,7 +30,6 @@ namespace moxi {
 //
 // What was tried for this shape, and what each step gained, stands in docs/interpreter.md.
 
-constinit i64 lastThreadedResult = 0;
 constinit u64 nextTranslationCheck = ~u64{0};
 ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
 
@@ -52,38 +52,6 @@ using Handler = ThreadedHandler;
 constexpr u32 kDispatchSize = 65536;
 static_assert(kDispatchTableSize == kDispatchSize * sizeof(Handler));
 Handler dispatchTable[kDispatchSize];
-
-// Whether `lastThreadedResult` is newer than the header's flags.
-constinit bool handlersRun = false;
-
-u8 FlagsOfLastResult() {
-    return FlagsOf(static_cast<u64>(lastThreadedResult));
-}
-
-// Whether some result has these flags: a loaded header or a modal context can hold any byte.
-bool ComeFromResult(u8 flags) {
-    return flags == 0 || flags == kOdd || flags == kZero || flags == kNeg || flags == (kNeg | kOdd);
-}
-
-i64 ResultWithFlags(u8 flags) {
-    if ((flags & kZero) != 0) {
-        return 0;
-    }
-    const i64 odd = flags & kOdd;
-    return (flags & kNeg) != 0 ? -2 + odd : 2 + odd;
-}
-
-template <class T>
-[[gnu::always_inline]] inline T Get(const u8* base, u64 address) {
-    T value;
-    std::memcpy(&value, base + address, sizeof value);
-    return value;
-}
-
-template <class T>
-[[gnu::always_inline]] inline void Put(u8* base, u64 address, T value) {
-    std::memcpy(base + address, &value, sizeof value);
-}
 
 // Goes to the instruction at pc, which is not in the header.
 #define MX_NEXT()                                                                              \
@@ -108,45 +76,7 @@ template <class T>
         MX_NEXT();                                        \
     } while (false)
 
-// Rare instructions, and those that the fast way may not do.
-
-// The header's flags get what the handlers have kept for them.
-void BringFlags() {
-    if (handlersRun) {
-        Store<u8>(kHeaderFlags, FlagsOfLastResult());
-    }
-    handlersRun = false;
-}
-
-struct SlowResult {
-    u64 sp;
-    u64 fp;
-    bool leaves;
-};
-
-// Executes from cpu.pc, where `w` stands if `isFetched`, until the handlers can go on at the
-// header's PC: they cannot run code in the header, and cannot hold flags that no result has.
-[[gnu::noinline]] SlowResult ExecuteSlowly(Cpu cpu, u32 w, bool isFetched) {
-    BringFlags();
-    Store<u32>(kHeaderPC, cpu.pc);
-    cpu.flags = Load<u8>(kHeaderFlags);
-    do {
-        if (!isFetched) {
-            Store<u32>(kHeaderPC, cpu.pc);
-            RecordPc(cpu.pc);
-            w = Load<u32>(cpu.pc);
-        }
-        isFetched = false;
-        const Outcome outcome = Execute(w, cpu);
-        WriteBack(cpu);
-        if (outcome == Outcome::Leave) {
-            return {0, 0, true};
-        }
-    } while (cpu.pc < kHeaderSize || !ComeFromResult(cpu.flags));
-    lastThreadedResult = ResultWithFlags(cpu.flags);
-    handlersRun = true;
-    return {cpu.sp, cpu.fp, false};
-}
+// --- Rare instructions, and those that the fast way may not do
 
 MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS);
 
@@ -165,26 +95,32 @@ MOXI_UNTRACKED void AskForTranslation(MX_STATE_PARAMETERS) {
     MX_NEXT();
 }
 
-#define MX_GO_SLOWLY(isFetched)                                                                   \
-    do {                                                                                          \
-        const SlowResult result = ExecuteSlowly(                                                  \
-            {static_cast<u32>(pc), static_cast<u32>(sp), static_cast<u32>(fp), 0}, w, isFetched); \
-        if (result.leaves) return;                                                                \
-        pc = Get<u32>(base, kHeaderPC);                                                           \
-        sp = result.sp;                                                                           \
-        fp = result.fp;                                                                           \
-        trace = pcTraceCount; /* a service may have run the module again */                       \
-        MX_JUMP();                                                                                \
+[[gnu::always_inline]] inline Cpu CpuOf(u64 pc, u64 sp, u64 fp) {
+    return {static_cast<u32>(pc), static_cast<u32>(sp), static_cast<u32>(fp), 0};
+}
+
+// Goes on where the header says, as the slow way has left it.
+#define MX_GO_ON()                                                          \
+    do {                                                                    \
+        pc = Get<u32>(base, kHeaderPC);                                     \
+        sp = Get<u32>(base, kHeaderSP);                                     \
+        fp = Get<u32>(base, kHeaderFP);                                     \
+        trace = pcTraceCount; /* a service may have run the module again */ \
+        MX_JUMP();                                                          \
     } while (false)
 
 MOXI_UNTRACKED void Slow(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
-    MX_GO_SLOWLY(true);
+    if (ExecuteSlowly(CpuOf(pc, sp, fp), w)) {
+        MX_GO_ON();
+    }
 }
 
 MOXI_UNTRACKED void JumpIntoHeader(MX_STATE_PARAMETERS) {
     pcTraceCount = trace;
-    MX_GO_SLOWLY(false);
+    if (ExecuteSlowlyAt(CpuOf(pc, sp, fp))) {
+        MX_GO_ON();
+    }
 }
 
 // A write into the header may change PC, SP, FP or the flags, a read may see the flags. (The
@@ -203,162 +139,7 @@ constexpr bool IsLowStack(u64 sp, u32 size) {
         MX_TAIL_CALL Slow(MX_STATE); \
     }
 
-// --- Operands
-
-constexpr u32 ExtensionWords(Mode mode, u32 size) {
-    switch (mode) {
-        case Mode::Indexed:
-        case Mode::Absolute:
-        case Mode::Frame32: return 1;
-        case Mode::Immediate: return size == 3 ? 2 : 1;
-        default: return 0;
-    }
-}
-
-// Stands for bits 5..8 of the word in handlers that are for any value of them.
-constexpr u32 kAnyLow = 16;
-
-// An operand's address from its mode, with the offset of its extension word.
-template <Mode kMode, Field kField, u32 kExtension, u32 kLow = kAnyLow>
-[[gnu::always_inline]] inline u32 AddressOf(const u8* base, u64 pc, u64 fp, u32 w) {
-    const u32 r = kField == Field::High ? HighRegister(w) : kLow < kAnyLow ? kLow : LowRegister(w);
-    switch (kMode) {
-        case Mode::Register: return RegisterAddress(r);
-        case Mode::Indexed:
-            return Get<u32>(base, pc + kExtension) + Get<u32>(base, RegisterAddress(r));
-        case Mode::Absolute: return Get<u32>(base, pc + kExtension);
-        case Mode::Frame: return static_cast<u32>(fp) + static_cast<u32>(FrameOffset(w));
-        case Mode::Frame32: return static_cast<u32>(fp) + Get<u32>(base, pc + kExtension);
-        default: return kImmediateSlot;
-    }
-}
-
-// The value of a quick or immediate source, which has to stand in the immediate slot as well.
-template <Mode kMode, Field kField, u32 kExtension, u32 kSize, u32 kLow>
-[[gnu::always_inline]] inline u64 FillSlot(u8* base, u64 pc, u32 w) {
-    u64 value;
-    if constexpr (kMode == Mode::Quick) {
-        const i32 quick = kField == Field::High ? HighQuick(w)
-                          : kLow < kAnyLow      ? LowQuick(kLow << 5)
-                                                : LowQuick(w);
-        value = static_cast<u64>(i64{quick});
-    } else if constexpr (kSize == 3) {
-        value = Get<u64>(base, pc + kExtension);
-    } else {
-        value = Get<u32>(base, pc + kExtension);
-    }
-    if constexpr (kSize == 3) {
-        Put<u64>(base, kImmediateSlot, value);
-    } else {
-        Put<u32>(base, kImmediateSlot, static_cast<u32>(value));
-    }
-    return value;
-}
-
-template <u32 kSize>
-struct IntegerOf;
-template <>
-struct IntegerOf<0> {
-    using Type = u8;
-};
-template <>
-struct IntegerOf<1> {
-    using Type = u16;
-};
-template <>
-struct IntegerOf<2> {
-    using Type = u32;
-};
-template <>
-struct IntegerOf<3> {
-    using Type = u64;
-};
-
-template <class T>
-[[gnu::always_inline]] inline void KeepFlagsOf(T value) {
-    lastThreadedResult = static_cast<SignedOf<T>>(value);
-}
-
 // --- Two-operand operations
-
-constexpr bool IsDivision(TwoOperand op) {
-    return op == TwoOperand::Divs || op == TwoOperand::Mods || op == TwoOperand::Divu ||
-           op == TwoOperand::Modu;
-}
-
-constexpr bool IsFloat(TwoOperand op) {
-    return op >= TwoOperand::Fadd && op <= TwoOperand::Fcmp;
-}
-
-constexpr bool IsShift(TwoOperand op) {
-    return op == TwoOperand::Asr || op == TwoOperand::Lsr || op == TwoOperand::Lsl;
-}
-
-// Operations with a handler of their own; the others are rare or illegal.
-constexpr bool IsFastTwoOperand(u32 number) {
-    const auto op = static_cast<TwoOperand>(number & ~3u);
-    if (IsFloat(op)) {
-        return (number & 3) >= 2;
-    }
-    return op <= TwoOperand::Movez || op == TwoOperand::Lea;
-}
-
-constexpr bool WritesA(TwoOperand op) {
-    return op != TwoOperand::Cmp && op != TwoOperand::Test && op != TwoOperand::Fcmp;
-}
-
-template <class T>
-constexpr bool IsImpossibleDivision(TwoOperand op, T a, T b) {
-    if (b == 0) {
-        return true;
-    }
-    const bool isSigned = op == TwoOperand::Divs || op == TwoOperand::Mods;
-    return isSigned && b == static_cast<T>(-1) &&
-           a == static_cast<T>(std::numeric_limits<SignedOf<T>>::min());
-}
-
-template <TwoOperand kOp, class T>
-[[gnu::always_inline]] inline T Calculate(T a, T b) {
-    switch (kOp) {
-        case TwoOperand::Divs:
-            return static_cast<T>(static_cast<SignedOf<T>>(a) / static_cast<SignedOf<T>>(b));
-        case TwoOperand::Mods:
-            return static_cast<T>(static_cast<SignedOf<T>>(a) % static_cast<SignedOf<T>>(b));
-        case TwoOperand::Divu: return static_cast<T>(a / b);
-        case TwoOperand::Modu: return static_cast<T>(a % b);
-        case TwoOperand::Asr: return ShiftRightSigned(a, static_cast<u8>(b));
-        case TwoOperand::Lsr: return ShiftRight(a, static_cast<u8>(b));
-        case TwoOperand::Lsl: return ShiftLeft(a, static_cast<u8>(b));
-        case TwoOperand::Add: return static_cast<T>(a + b);
-        case TwoOperand::Sub:
-        case TwoOperand::Cmp: return static_cast<T>(a - b);
-        case TwoOperand::Mul: return Multiply(a, b);
-        case TwoOperand::Test:
-        case TwoOperand::And: return static_cast<T>(a & b);
-        case TwoOperand::Or: return static_cast<T>(a | b);
-        case TwoOperand::Xor: return static_cast<T>(a ^ b);
-        default: return b;  // MOVE and MOVEZ
-    }
-}
-
-template <TwoOperand kOp, class Float>
-[[gnu::always_inline]] inline Float CalculateFloat(Float a, Float b) {
-    switch (kOp) {
-        case TwoOperand::Fadd: return a + b;
-        case TwoOperand::Fsub: return a - b;
-        case TwoOperand::Fmul: return a * b;
-        default: return a / b;
-    }
-}
-
-constexpr bool SetsFlags(TwoOperand op) {
-    for (const Operation& operation : kTwoOperandOperations) {
-        if (operation.first == static_cast<u8>(op)) {
-            return operation.setsFlags;
-        }
-    }
-    return false;
-}
 
 template <u32 kFormCode, u32 kNumber, u32 kLow>
 MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
@@ -430,58 +211,6 @@ MOXI_UNTRACKED void TwoOperandHandler(MX_STATE_PARAMETERS) {
 
 // --- One-operand operations
 
-constexpr bool IsFastOneOperand(u32 number) {
-    const auto op = static_cast<OneOperand>(number & ~3u);
-    if (number < static_cast<u32>(OneOperand::Neg)) {
-        return number == static_cast<u32>(OneOperand::Fneg);
-    }
-    if (op == OneOperand::Extz || op == OneOperand::Exts) {
-        return (number & 3) != 3;
-    }
-    return op <= OneOperand::Pea || (op >= OneOperand::Utof && op <= OneOperand::Dtol);
-}
-
-// Works on the value at `e`; what the stack needs is done by the handler.
-template <u32 kNumber, class T>
-[[gnu::always_inline]] inline void Transform(u8* base, u32 e) {
-    constexpr auto kOp = static_cast<OneOperand>(kNumber & ~3u);
-    constexpr bool kFneg = kNumber == static_cast<u32>(OneOperand::Fneg);
-    if constexpr (kFneg) {
-        Put<u32>(base, e, Get<u32>(base, e) ^ 0x80000000);
-    } else if constexpr (kOp == OneOperand::Neg) {
-        Put<T>(base, e, static_cast<T>(0 - Get<T>(base, e)));
-    } else if constexpr (kOp == OneOperand::Not) {
-        const T result = static_cast<T>(~Get<T>(base, e));
-        Put<T>(base, e, result);
-        KeepFlagsOf(result);
-    } else if constexpr (kOp == OneOperand::Tst) {
-        KeepFlagsOf(Get<T>(base, e));
-    } else if constexpr (kOp == OneOperand::Extz) {
-        Put<u64>(base, e, Get<T>(base, e));
-    } else if constexpr (kOp == OneOperand::Exts) {
-        Put<u64>(base, e, static_cast<u64>(i64{static_cast<SignedOf<T>>(Get<T>(base, e))}));
-    } else if constexpr (kOp == OneOperand::Utof) {
-        Put<u64>(base, e, std::bit_cast<u32>(static_cast<f32>(Get<T>(base, e))));
-    } else if constexpr (kOp == OneOperand::Stof) {
-        const f32 value = static_cast<f32>(static_cast<SignedOf<T>>(Get<T>(base, e)));
-        Put<u64>(base, e, std::bit_cast<u32>(value));
-    } else if constexpr (kOp == OneOperand::Utod) {
-        Put<f64>(base, e, static_cast<f64>(Get<T>(base, e)));
-    } else if constexpr (kOp == OneOperand::Stod) {
-        Put<f64>(base, e, static_cast<f64>(static_cast<SignedOf<T>>(Get<T>(base, e))));
-    } else if constexpr (kOp == OneOperand::Ftoq) {
-        Put<u64>(base, e, TruncateToQuad(Get<f32>(base, e)));
-    } else if constexpr (kOp == OneOperand::Dtoq) {
-        Put<u64>(base, e, TruncateToQuad(Get<f64>(base, e)));
-    } else if constexpr (kOp == OneOperand::Ftod) {
-        Put<f64>(base, e, static_cast<f64>(Get<f32>(base, e)));
-    } else {
-        static_assert(kOp == OneOperand::Dtol);
-        const f32 value = static_cast<f32>(Get<f64>(base, e));
-        Put<u32>(base, e, static_cast<u32>(TruncateToQuad(value)));
-    }
-}
-
 #define MX_PUSH(type, value)                             \
     do {                                                 \
         MX_SLOW_IF(IsLowStack(sp, sizeof(type)));        \
@@ -528,20 +257,6 @@ MOXI_UNTRACKED void OneOperandHandler(MX_STATE_PARAMETERS) {
 }
 
 // --- Branches and jumps
-
-template <Condition kCondition>
-[[gnu::always_inline]] inline bool HoldsFor(i64 result) {
-    switch (kCondition) {
-        case Condition::Eq: return result == 0;
-        case Condition::Ne: return result != 0;
-        case Condition::Ge: return result >= 0;
-        case Condition::Gt: return result > 0;
-        case Condition::Le: return result <= 0;
-        case Condition::Lt: return result < 0;
-        case Condition::Ev: return (result & 1) == 0;
-        case Condition::Od: return (result & 1) != 0;
-    }
-}
 
 template <u32 kCondition>
 MOXI_UNTRACKED void FlagBranchHandler(MX_STATE_PARAMETERS) {
@@ -842,45 +557,20 @@ void CopyDispatchTable(u8* place) {
 const ThreadedHandler executeByInterpreter = ExecuteHere;
 
 void RunThreaded() {
+    const ThreadedHandler first = TakeFlags() ? Start : JumpIntoHeader;
     const Cpu cpu = ReadCpu();
-    Put<u8>(image, kHeaderFlags, cpu.flags);
-    if (!ComeFromResult(cpu.flags)) {
-        JumpIntoHeader(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
-        return;
-    }
-    lastThreadedResult = ResultWithFlags(cpu.flags);
-    handlersRun = true;
-    Start(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
-}
-
-void NoteThreadedCount() {
-    Put<u32>(image - kCountBelowImage, 0, static_cast<u32>(pcTraceCount));
-}
-
-void SettleThreaded() {
-    if (!handlersRun) {
-        return;
-    }
-    BringFlags();
-    const u32 count = Get<u32>(image - kCountBelowImage, 0);
-    pcTraceCount += count - static_cast<u32>(pcTraceCount);
-    Store<u32>(kHeaderPC, pcTrace[(pcTraceCount - 1) % kPcTraceSize].pc);
+    first(image, cpu.pc, cpu.sp, cpu.fp, pcTraceCount, 0);
 }
 
 #else
 
-constinit i64 lastThreadedResult = 0;
 constinit u64 nextTranslationCheck = ~u64{0};
 ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace) = nullptr;
 const ThreadedHandler executeByInterpreter = nullptr;
 
 void CopyDispatchTable(u8*) {}
 
-void NoteThreadedCount() {}
-
 void RunThreaded() {}
-
-void SettleThreaded() {}
 
 #endif
 

@@ -24,7 +24,7 @@ std::string Hex(u32 value) {
 }
 
 struct Writer {
-    const Translation& result;
+    const TranslatedModule& result;
     const MachineCode& code;
     std::map<u32, std::string> labels{};  // by address
     std::string text{};
@@ -179,7 +179,7 @@ void Writer::Run() {
 
 }  // namespace
 
-std::string FormatAssembly(const Translation& result, const MachineCode& code) {
+std::string FormatAssembly(const TranslatedModule& result, const MachineCode& code) {
     Writer writer{result, code};
     writer.Run();
     return writer.text;

@@ -10,6 +10,6 @@ namespace moxi {
 
 // The text ends with a newline. `result` is complete but for the text; `code` is what it was made
 // of.
-std::string FormatAssembly(const Translation& result, const MachineCode& code);
+std::string FormatAssembly(const TranslatedModule& result, const MachineCode& code);
 
 }  // namespace moxi

@@ -335,7 +335,7 @@ void BodyBuilder::RunImport(u32 index, const FunctionType& type) {
     for (u32 i = 0; i < scope.locals.size(); ++i) {
         PushVariable(scope.types[i], scope.locals[i]);
     }
-    code.hasCalls = plan.imports[index].service == Service::Linked;
+    code.hasCalls = plan.imports[index].use == ImportUse::Linked;
     CallService(plan.imports[index], type);
     Return();
 }

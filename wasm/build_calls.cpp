@@ -53,15 +53,15 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
     moxi::Instruction instruction;
     instruction.kind = Kind::CallRoutine;
     const auto argument = [&](NodeId id) { return InRegister(select.InVariable(id)); };
-    switch (target.service) {
-        case Service::None: break;
-        case Service::Linked: CallLinked(target, type); return;
-        case Service::Empty:
+    switch (target.use) {
+        case ImportUse::None: break;
+        case ImportUse::Linked: CallLinked(target, type); return;
+        case ImportUse::Empty:
             for (u64 i = 0; i < type.parameters.size(); ++i) {
                 select.Discard(Pop());
             }
             return;
-        case Service::Sys: {
+        case ImportUse::Sys: {
             const Operand block = argument(Pop());
             // LEA adds where linear memory lies.
             select.Two(TwoOperand::Lea, OperandSize::Byte, InRegister(kServiceBlock),
@@ -73,7 +73,7 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
             PushVariable(ValueType::I64, result);
             return;
         }
-        case Service::Setjmp: {
+        case ImportUse::Setjmp: {
             select.CallRoutine("moxi_setjmp", Pop(), nullptr);
             code.instructions.back().isSetjmp = true;
             code.callsSetjmp = true;
@@ -83,19 +83,19 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
             PushVariable(ValueType::I32, result);
             return;
         }
-        case Service::Longjmp: {
+        case ImportUse::Longjmp: {
             const NodeId value = Pop();
             const NodeId buffer = Pop();
             select.CallRoutine("moxi_longjmp", buffer, &value);
             return;
         }
-        case Service::Stop:
+        case ImportUse::Stop:
             instruction.target = RoutineNumber(plan, "moxi_stop");
             select.Emit(instruction);
             return;
-        case Service::MemoryBase:
-        case Service::CartridgeBase: {
-            const bool isOwn = target.service == Service::MemoryBase;
+        case ImportUse::MemoryBase:
+        case ImportUse::CartridgeBase: {
+            const bool isOwn = target.use == ImportUse::MemoryBase;
             const Variable result = select.NewVariable();
             select.Put(result, ValueType::I32, Number(0, isOwn ? Base::Memory : Base::Cartridge));
             PushVariable(ValueType::I32, result);

@@ -502,7 +502,7 @@ void ImageBuilder::Run() {
     result.ok = true;
 }
 
-void BuildImage(ImageParts& parts, const TranslateOptions& options, Translation& result) {
+void BuildImage(ImageParts& parts, const TranslateOptions& options, TranslatedModule& result) {
     ImageBuilder{parts, options, result}.Run();
 }
 

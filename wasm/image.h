@@ -7,6 +7,6 @@
 namespace moxi {
 
 // Makes the file. What is wrong goes to `result.errors`.
-void BuildImage(ImageParts& parts, const TranslateOptions& options, Translation& result);
+void BuildImage(ImageParts& parts, const TranslateOptions& options, TranslatedModule& result);
 
 }  // namespace moxi

@@ -32,7 +32,7 @@ struct AssembledRuntime {
 struct ImageBuilder {
     ImageParts& parts;
     const TranslateOptions& options;
-    Translation& result;
+    TranslatedModule& result;
     std::vector<Layout> layouts{};
     u64 runtimeAt = 0;
     u64 codeEnd = 0;

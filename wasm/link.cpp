@@ -8,40 +8,40 @@ namespace {
 
 using Types = std::vector<ValueType>;
 
-Service ServiceOf(const Import& import) {
+ImportUse UseOf(const Import& import) {
     if (import.module != "moxi") {
-        return Service::None;
+        return ImportUse::None;
     }
     if (import.name == "sys") {
-        return Service::Sys;
+        return ImportUse::Sys;
     }
     if (import.name == "setjmp") {
-        return Service::Setjmp;
+        return ImportUse::Setjmp;
     }
     if (import.name == "longjmp") {
-        return Service::Longjmp;
+        return ImportUse::Longjmp;
     }
     if (import.name == "stop") {
-        return Service::Stop;
+        return ImportUse::Stop;
     }
     if (import.name == "memory_base") {
-        return Service::MemoryBase;
+        return ImportUse::MemoryBase;
     }
-    return Service::None;
+    return ImportUse::None;
 }
 
-bool FitsService(Service service, const FunctionType& type) {
+bool FitsUse(ImportUse use, const FunctionType& type) {
     constexpr ValueType kI32 = ValueType::I32;
     const auto has = [&](const Types& parameters, const Types& results) {
         return type.parameters == parameters && type.results == results;
     };
-    switch (service) {
-        case Service::Sys: return has({kI32}, {ValueType::I64});
-        case Service::Setjmp: return has({kI32}, {kI32});
-        case Service::Longjmp: return has({kI32, kI32}, {});
-        case Service::Stop: return has({}, {});
-        case Service::MemoryBase:
-        case Service::CartridgeBase: return has({}, {kI32});
+    switch (use) {
+        case ImportUse::Sys: return has({kI32}, {ValueType::I64});
+        case ImportUse::Setjmp: return has({kI32}, {kI32});
+        case ImportUse::Longjmp: return has({kI32, kI32}, {});
+        case ImportUse::Stop: return has({}, {});
+        case ImportUse::MemoryBase:
+        case ImportUse::CartridgeBase: return has({}, {kI32});
         default: return false;
     }
 }
@@ -82,8 +82,8 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
         return false;
     }
     if (!isCartridge && import.name == "memory") {
-        target.service = Service::CartridgeBase;
-        if (!FitsService(target.service, TypeOf(import.index))) {
+        target.use = ImportUse::CartridgeBase;
+        if (!FitsUse(target.use, TypeOf(import.index))) {
             Refuse(import, "wrong type of the import");
         }
         return true;
@@ -94,7 +94,7 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
         if (isCartridge) {
             return false;
         }
-        target.service = Service::Empty;
+        target.use = ImportUse::Empty;
         if (!TypeOf(import.index).results.empty()) {
             Refuse(import, "wrong type of the import");
         }
@@ -107,7 +107,7 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
         }
         target.type = &type;
     }
-    target.service = Service::Linked;
+    target.use = ImportUse::Linked;
     target.function = other->functionBase + found->index;
     return true;
 }
@@ -116,10 +116,10 @@ void Resolver::ResolveFunction(const Import& import) {
     ImportTarget target;
     if (!ResolveByOther(import, target)) {
         // A cartridge knows its console alone.
-        target.service = plan.number == 1 ? Service::None : ServiceOf(import);
-        if (target.service == Service::None) {
+        target.use = plan.number == 1 ? ImportUse::None : UseOf(import);
+        if (target.use == ImportUse::None) {
             Refuse(import, "unknown import");
-        } else if (!FitsService(target.service, TypeOf(import.index))) {
+        } else if (!FitsUse(target.use, TypeOf(import.index))) {
             Refuse(import, "wrong type of the import");
         }
     }
@@ -131,7 +131,7 @@ void Resolver::ResolveRest(const Import& import) {
         case ExternalKind::Function: return;
         case ExternalKind::Global: {
             const Global& global = module.globals[import.index];
-            const bool isBase = plan.number == 0 && ServiceOf(import) == Service::MemoryBase;
+            const bool isBase = plan.number == 0 && UseOf(import) == ImportUse::MemoryBase;
             if (!isBase || global.isMutable || global.type != ValueType::I32) {
                 Refuse(import, "unknown import of a global");
             }

@@ -236,7 +236,7 @@ int CompileAndLink(MxccOptions options, const fs::path& kit) {
     if (!problem.empty()) {
         return Fail(problem);
     }
-    const TemporaryFolder folder;
+    const WorkFolder folder;
     if (folder.path.empty()) {
         return Fail("there is no room for temporary files");
     }

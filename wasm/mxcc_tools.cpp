@@ -122,7 +122,7 @@ ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
     return result;
 }
 
-TemporaryFolder::TemporaryFolder() {
+WorkFolder::WorkFolder() {
     std::error_code error;
     std::string pattern = (fs::temp_directory_path(error) / "mxcc-XXXXXX").string();
     if (!error && mkdtemp(pattern.data()) != nullptr) {
@@ -130,7 +130,7 @@ TemporaryFolder::TemporaryFolder() {
     }
 }
 
-TemporaryFolder::~TemporaryFolder() {
+WorkFolder::~WorkFolder() {
     std::error_code error;
     if (!path.empty()) {
         fs::remove_all(path, error);

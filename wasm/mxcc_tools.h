@@ -21,12 +21,12 @@ ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
 
 // A folder of its own, removed with all that it holds at the end of the scope. The path is empty
 // when there is no room for one.
-class TemporaryFolder {
+class WorkFolder {
   public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    WorkFolder();
+    ~WorkFolder();
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
     std::string path;
 };
 

@@ -215,7 +215,7 @@ std::vector<std::string> Outputs(const Command& command) {
     return outputs;
 }
 
-std::string FormatSymbolFile(const Translation& translation) {
+std::string FormatSymbolFile(const TranslatedModule& translation) {
     std::string text;
     for (const TranslatedSymbol& symbol : translation.symbols) {
         char start[24];
@@ -249,7 +249,7 @@ std::string FormatVariable(const TranslatedVariable& variable) {
     return text;
 }
 
-std::string FormatLines(const Translation& translation) {
+std::string FormatLines(const TranslatedModule& translation) {
     std::string text;
     for (const TranslatedLine& line : translation.lines) {
         char start[32];
@@ -266,7 +266,7 @@ std::string FormatLines(const Translation& translation) {
     return text;
 }
 
-bool WriteOutputs(const Command& command, const Translation& translation, std::ostream& err) {
+bool WriteOutputs(const Command& command, const TranslatedModule& translation, std::ostream& err) {
     const std::string symbols = FormatSymbolFile(translation);
     const std::string lines = FormatLines(translation);
     const auto write = [&](const std::string& path, const auto& bytes) {
@@ -311,7 +311,7 @@ int RunMxwasm(const std::vector<std::string>& arguments, std::ostream& out, std:
     if (command.isCartridge) {
         command.options.cartridge = wasm;
     }
-    const Translation translation =
+    const TranslatedModule translation =
         Translate(command.isCartridge ? console : wasm, command.options);
     if (command.codeEnd && translation.codeEnd != 0) {
         out << translation.codeEnd << "\n";

@@ -14,8 +14,8 @@
 
 namespace moxi {
 
-// What an imported function is.
-enum class Service : u8 {
+// What an imported function stands for.
+enum class ImportUse : u8 {
     None,
     Sys,
     Setjmp,
@@ -28,7 +28,7 @@ enum class Service : u8 {
 };
 
 struct ImportTarget {
-    Service service = Service::None;
+    ImportUse use = ImportUse::None;
     u32 function = 0;  // of a Linked one: its number in the whole image
     // Of a Linked one whose type is not what the import says: what it takes and gives.
     const FunctionType* type = nullptr;

@@ -219,8 +219,8 @@ bool TakeCartridgeMemory(Module& cartridge, std::vector<std::string>& errors) {
 
 }  // namespace
 
-Translation Translate(std::string_view wasm, const TranslateOptions& options) {
-    Translation result;
+TranslatedModule Translate(std::string_view wasm, const TranslateOptions& options) {
+    TranslatedModule result;
     const bool isLinked = !options.cartridge.empty();
     Module modules[2];
     if (!Load(wasm, modules[0], result.errors)) {

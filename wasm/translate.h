@@ -8,6 +8,6 @@
 namespace moxi {
 
 // Any bytes are welcome: what is malformed or not supported is refused in `errors`.
-Translation Translate(std::string_view wasm, const TranslateOptions& options);
+TranslatedModule Translate(std::string_view wasm, const TranslateOptions& options);
 
 }  // namespace moxi

@@ -38,7 +38,7 @@ struct TranslatedSymbol {
 struct TranslatedLine {
     u32 address = 0;
     u32 line = 0;
-    u32 file = 0;  // index into Translation::files
+    u32 file = 0;  // index into TranslatedModule::files
 };
 
 // Where a variable is while the program is at the addresses from `from` up to `to`.
@@ -61,7 +61,7 @@ struct TranslatedVariable {
     std::vector<TranslatedPlace> places;
 };
 
-struct Translation {
+struct TranslatedModule {
     bool ok = false;
     std::vector<std::string> errors;  // one line each, without the file's name
     std::vector<u8> bytes;            // the whole MAIN.MX

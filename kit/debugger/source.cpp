@@ -195,19 +195,19 @@ namespace {
 std::string ValueOf(const CodeVariable& variable, u32 pc, u32 fp, const FrameRegisters& registers) {
     const auto place =
         std::find_if(variable.places.begin(), variable.places.end(),
-                     [pc](const CodePlace& each) { return each.from <= pc && pc < each.to; });
+                     [pc](const VariablePlace& each) { return each.from <= pc && pc < each.to; });
     if (place == variable.places.end()) {
         return "not known here";
     }
-    const bool isNumber = place->kind == CodePlace::Kind::Number;
+    const bool isNumber = place->kind == VariablePlace::Kind::Number;
     if (isNumber && !place->isMemory) {
         return TextOf(static_cast<u64>(place->number), variable.kind);
     }
     if (isNumber) {
         return ValueAt(static_cast<u32>(place->number), variable.kind);
     }
-    const u32 at = place->kind == CodePlace::Kind::Frame ? fp + static_cast<u32>(place->slot)
-                                                         : registers.places[place->reg];
+    const u32 at = place->kind == VariablePlace::Kind::Frame ? fp + static_cast<u32>(place->slot)
+                                                             : registers.places[place->reg];
     if (!place->isMemory) {
         return ValueAt(at, variable.kind);
     }

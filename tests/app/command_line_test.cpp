@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -238,6 +239,18 @@ TEST(CommandLine, VersionAndHelpArePrinted) {
           "--no-sandbox",  "--debug",     "--profile",   "--watch",       "--bundle"}) {
         EXPECT_NE(help.output.find(option), std::string::npos) << option;
     }
+}
+
+TEST(CommandLine, EveryOptionStandsInTheDocumentation) {
+    const std::string page = ReadTextFile(std::string(MOXI_SOURCE_DIR) + "/docs/running.md");
+    const std::string help = RunProgram("moxi", {"--help"}).output;
+    const std::regex option("--[a-z][a-z-]*");
+    int options = 0;
+    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) {
+        ++options;
+        EXPECT_NE(page.find(at->str()), std::string::npos) << at->str();
+    }
+    EXPECT_GT(options, 30);
 }
 
 TEST(CommandLine, AGameWithoutAModuleIsAFatalError) {

@@ -52,7 +52,7 @@ TEST(CSize, CodeIsAtMost160HundredthsOfTheWasmCode) {
     u64 wasmCode = 0;
     for (const char* const program : {"files.c", "game.c"}) {
         const std::string wasm = WasmOf(program);
-        const Translation translation = Translate(wasm, options);
+        const TranslatedModule translation = Translate(wasm, options);
         ASSERT_TRUE(translation.ok) << program;
         code += translation.codeBytes;
         wasmCode += CodeSectionOf(wasm);

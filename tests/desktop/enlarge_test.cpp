@@ -58,9 +58,9 @@ struct Canvas {
 u32 SumOf(i32 width, i32 height, bool smooth) {
     const Bytes source = Source();
     Canvas canvas(width, height);
-    const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
-                               {0, 0, width, height}, {0, 0, kWidth, kHeight}, smooth);
-    EXPECT_EQ(drawn, (Area{0, 0, width, height}));
+    const ScreenArea drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
+                                     {0, 0, width, height}, {0, 0, kWidth, kHeight}, smooth);
+    EXPECT_EQ(drawn, (ScreenArea{0, 0, width, height}));
     return Crc32(canvas.bytes);
 }
 
@@ -105,9 +105,9 @@ TEST(Enlarge, OnlyWhatHasChangedIsDrawn) {
     const Bytes source = Source();
     Canvas canvas(20, 12);
     // Three times as large from (2, 1) on; the pixel (1, 2) covers 5..7 and 7..9 there.
-    const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
-                               {2, 1, 15, 9}, {1, 2, 1, 1}, false);
-    EXPECT_EQ(drawn, (Area{5, 7, 3, 3}));
+    const ScreenArea drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
+                                     {2, 1, 15, 9}, {1, 2, 1, 1}, false);
+    EXPECT_EQ(drawn, (ScreenArea{5, 7, 3, 3}));
     for (i32 y = 0; y < 12; ++y) {
         for (i32 x = 0; x < 20; ++x) {
             const bool isInside = x >= 5 && x < 8 && y >= 7 && y < 10;
@@ -160,7 +160,7 @@ TEST(Enlarge, PixelsAreCopiedWhereTheyAreAndNothingBesideThem) {
     }
     const SourcePicture from = {source.data(), kSide - 1, kSide, kSide * 4};
     // The second is larger than the caches.
-    for (const Area& area : {Area{2, 3, 31, 5}, Area{5, 1, 690, 700}}) {
+    for (const ScreenArea& area : {ScreenArea{2, 3, 31, 5}, ScreenArea{5, 1, 690, 700}}) {
         for (const bool exchanged : {false, true}) {
             Canvas canvas(kSide, kSide);
             CopyPixels(from, canvas.Target(exchanged), area);
@@ -185,9 +185,10 @@ TEST(Enlarge, WhatLiesBeyondTheTargetIsLeftOut) {
     const Bytes source = Source();
     for (const bool smooth : {false, true}) {
         Canvas canvas(6, 4);
-        const Area drawn = Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(),
-                                   {-7, -4, 15, 9}, {-3, -3, 90, 90}, smooth);
-        EXPECT_EQ(drawn, (Area{0, 0, 6, 4}));
+        const ScreenArea drawn =
+            Enlarge({source.data(), kWidth, kHeight, kWidth * 4}, canvas.Target(), {-7, -4, 15, 9},
+                    {-3, -3, 90, 90}, smooth);
+        EXPECT_EQ(drawn, (ScreenArea{0, 0, 6, 4}));
         // The middle of the picture's pixel (2, 1): place 7 across and 4 down.
         EXPECT_EQ(canvas.Pixel(0, 0), 0xFF876464u);  // 100, 100, 135
     }

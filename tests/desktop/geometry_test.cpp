@@ -10,7 +10,7 @@
 namespace moxi {
 
 namespace {
-constexpr Area kScreen = {0, 0, 1920, 1080};
+constexpr ScreenArea kScreen = {0, 0, 1920, 1080};
 
 void ExpectFrame(const WindowFrame& frame, i32 x, i32 y, i32 width, i32 height) {
     EXPECT_EQ(frame.x, x);
@@ -29,7 +29,7 @@ void ExpectRect(const ViewRect& rect, double x, double y, double width, double h
 TEST(Geometry, FramesAreCountedFromTheBottomOfTheMainScreen) {
     // Bottom edge at 380 + 600 = 980 from the top, so 100 from the bottom.
     ExpectFrame(FromArea({100, 380, 1000, 600}, kScreen), 100, 100, 1000, 600);
-    EXPECT_EQ(ToArea({100, 100, 1000, 600}, kScreen), (Area{100, 380, 1000, 600}));
+    EXPECT_EQ(ToArea({100, 100, 1000, 600}, kScreen), (ScreenArea{100, 380, 1000, 600}));
 }
 
 TEST(Geometry, AScreenBelowTheMainScreenHasANegativeOrigin) {
@@ -37,16 +37,16 @@ TEST(Geometry, AScreenBelowTheMainScreenHasANegativeOrigin) {
 }
 
 TEST(Geometry, AMainScreenThatDoesNotStartAtZeroIsStillTheOrigin) {
-    const Area right = {1280, 0, 1920, 1080};
+    const ScreenArea right = {1280, 0, 1920, 1080};
     ExpectFrame(FromArea(right, right), 0, 0, 1920, 1080);
     ExpectFrame(FromArea({0, 56, 1280, 1024}, right), -1280, 0, 1280, 1024);
 }
 
 TEST(Geometry, AFrameIsItsContentWithTheBordersAround) {
     const Borders borders = {.top = 20, .left = 1, .bottom = 5, .right = 2};
-    EXPECT_EQ(WithBorders({100, 100, 600, 400}, borders), (Area{99, 80, 603, 425}));
-    EXPECT_EQ(WithoutBorders({99, 80, 603, 425}, borders), (Area{100, 100, 600, 400}));
-    EXPECT_EQ(WithoutBorders({0, 0, 2, 10}, borders), (Area{1, 20, 1, 1}));
+    EXPECT_EQ(WithBorders({100, 100, 600, 400}, borders), (ScreenArea{99, 80, 603, 425}));
+    EXPECT_EQ(WithoutBorders({99, 80, 603, 425}, borders), (ScreenArea{100, 100, 600, 400}));
+    EXPECT_EQ(WithoutBorders({0, 0, 2, 10}, borders), (ScreenArea{1, 20, 1, 1}));
 }
 
 TEST(Redraw, RequestsJoinIntoOneRectangle) {
@@ -62,9 +62,9 @@ TEST(Redraw, TheJoinedRectangleIsClippedToTheView) {
 }
 
 TEST(Redraw, TouchedPixelsAreCountedFromTheTop) {
-    EXPECT_EQ(TouchedPixels({10, 20, 30, 40}, {640, 480}), (Area{10, 420, 30, 40}));
-    EXPECT_EQ(TouchedPixels({10.6, 20.6, 1, 1}, {640, 480}), (Area{10, 458, 2, 2}));
-    EXPECT_EQ(TouchedPixels({-5, -5, 4, 4}, {640, 480}), Area{});
+    EXPECT_EQ(TouchedPixels({10, 20, 30, 40}, {640, 480}), (ScreenArea{10, 420, 30, 40}));
+    EXPECT_EQ(TouchedPixels({10.6, 20.6, 1, 1}, {640, 480}), (ScreenArea{10, 458, 2, 2}));
+    EXPECT_EQ(TouchedPixels({-5, -5, 4, 4}, {640, 480}), ScreenArea{});
 }
 
 // --- Late reports. Times are in nanoseconds.
@@ -90,7 +90,7 @@ TEST(GeometryTracker, AReportOfTheOldGeometryAfterARequestIsNoNews) {
     const GeometryChange half = ObserveGeometry(tracker, {50, 60, 800, 600}, kSoon);
     EXPECT_FALSE(half.moved);
     EXPECT_FALSE(half.resized);
-    EXPECT_EQ(tracker.known, (Area{50, 60, 700, 500}));
+    EXPECT_EQ(tracker.known, (ScreenArea{50, 60, 700, 500}));
 }
 
 TEST(GeometryTracker, AnEchoOfAnEarlierRequestIsNoNews) {
@@ -107,7 +107,7 @@ TEST(GeometryTracker, AUsersChangeJustAfterARequestIsNews) {
     EXPECT_EQ(NextObservation(tracker), kAnswered);
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon).resized);
     EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 850, 650}, kAnswered).resized);
-    EXPECT_EQ(tracker.known, (Area{0, 0, 850, 650}));
+    EXPECT_EQ(tracker.known, (ScreenArea{0, 0, 850, 650}));
 }
 
 TEST(GeometryTracker, AUsersChangeJustBeforeARequestIsUndoneByItAndNoNews) {
@@ -116,7 +116,7 @@ TEST(GeometryTracker, AUsersChangeJustBeforeARequestIsUndoneByItAndNoNews) {
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 850, 650}, kSoon).resized);
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, 2 * kSoon).resized);
     EXPECT_FALSE(ObserveGeometry(tracker, {0, 0, 900, 700}, kAnswered).resized);
-    EXPECT_EQ(tracker.known, (Area{0, 0, 900, 700}));
+    EXPECT_EQ(tracker.known, (ScreenArea{0, 0, 900, 700}));
 }
 
 TEST(GeometryTracker, ARequestThatIsGivenLateHoldsTheNewsFromThenOn) {
@@ -131,7 +131,7 @@ TEST(GeometryTracker, AnotherSizeThanWasAskedIsNews) {
     GeometryTracker tracker{.known = {0, 0, 800, 600}, .outlived = {}, .heldUntil = 0};
     AskGeometry(tracker, {0, 0, 5000, 4000}, 0);
     EXPECT_TRUE(ObserveGeometry(tracker, {0, 0, 1920, 1060}, kAnswered).resized);
-    EXPECT_EQ(tracker.known, (Area{0, 0, 1920, 1060}));
+    EXPECT_EQ(tracker.known, (ScreenArea{0, 0, 1920, 1060}));
 }
 
 TEST(GeometryTracker, ARefusedRequestIsNewsOnceItCannotBeLateAnyMore) {
@@ -162,10 +162,10 @@ TEST(GeometryTracker, GrowingAtTheTopLeavesTheBottomLeftCorner) {
 
 constexpr Borders kBorders = {.top = 20, .left = 1, .bottom = 4, .right = 1};
 constexpr Borders kTitleBar = {.top = 20, .left = 0, .bottom = 0, .right = 0};
-constexpr Area kContent = {100, 200, 1000, 600};
-constexpr Area kFrame = {99, 180, 1002, 624};
-constexpr Area kWholeScreen = {0, 0, 1400, 900};
-constexpr Area kMaximised = {0, 20, 1400, 880};
+constexpr ScreenArea kContent = {100, 200, 1000, 600};
+constexpr ScreenArea kFrame = {99, 180, 1002, 624};
+constexpr ScreenArea kWholeScreen = {0, 0, 1400, 900};
+constexpr ScreenArea kMaximised = {0, 20, 1400, 880};
 
 TEST(FrameWatch, AFrameThatFitsItsContentIsAtRest) {
     FrameWatch watch;
@@ -175,7 +175,7 @@ TEST(FrameWatch, AFrameThatFitsItsContentIsAtRest) {
 
 TEST(FrameWatch, NoPartOfAChangeIsToldBeforeTheLast) {
     FrameWatch watch{.framesFit = true};
-    const auto changes = [&](const Placement& placement, const Area& reported, u64 now) {
+    const auto changes = [&](const Placement& placement, const ScreenArea& reported, u64 now) {
         return IsFrameChanging(watch, placement, kBorders, reported, now);
     };
     EXPECT_TRUE(changes({kContent, kBorders, kWholeScreen}, kContent, kSoon));

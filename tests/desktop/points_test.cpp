@@ -8,7 +8,7 @@ namespace moxi {
 
 namespace {
 
-constexpr Area kScreen = {0, 0, 3840, 2160};
+constexpr ScreenArea kScreen = {0, 0, 3840, 2160};
 
 struct PointSizes {
     explicit PointSizes(i32 size, i32 ofScreens = 0) {
@@ -62,8 +62,8 @@ TEST(Points, BoxesFollowTheDensityInQuarters) {
 TEST(Points, AFrameIsAsLargeInPointsAsItsContentAndWholeBorders) {
     const PointSizes two(2);
     // 100 points from the left and 100 from the bottom: pixels 200 and 2160 - 200 - 1200.
-    const Area content = ContentOf({100, 100, 1000, 600}, {}, kScreen);
-    EXPECT_EQ(content, (Area{200, 760, 2000, 1200}));
+    const ScreenArea content = ContentOf({100, 100, 1000, 600}, {}, kScreen);
+    EXPECT_EQ(content, (ScreenArea{200, 760, 2000, 1200}));
     EXPECT_EQ(FrameOf(content, {}, kScreen), (WindowFrame{100, 100, 1000, 600}));
     EXPECT_EQ(ViewOf(content), (ViewSize{1000, 600}));
     // Borders of 21 and 5 pixels are 11 and 3 points.
@@ -81,9 +81,10 @@ TEST(Points, PixelsThatMakeUpNoPointAreNoneOfTheView) {
 TEST(Points, AFrameThatIsAskedForAsItWasToldStaysWhereItIs) {
     const PointSizes three(3);
     const Borders borders = {.top = 20, .left = 4, .bottom = 4, .right = 4};
-    for (const Area& content : {Area{7, 11, 1802, 1203}, Area{-5, -9, 1999, 1300}}) {
+    for (const ScreenArea& content :
+         {ScreenArea{7, 11, 1802, 1203}, ScreenArea{-5, -9, 1999, 1300}}) {
         const WindowFrame told = FrameOf(content, borders, kScreen);
-        const Area again = ContentOf(told, borders, kScreen);
+        const ScreenArea again = ContentOf(told, borders, kScreen);
         EXPECT_EQ(FrameOf(again, borders, kScreen), told);
     }
 }
@@ -96,29 +97,33 @@ TEST(Points, ScreensKeepTheirSizesWhenTheScaleChanges) {
 
 TEST(Points, FittedByWholeStepsAViewHasBarsAround) {
     // 3840 / 1280 = 3 and 2160 / 800 = 2.7: twice as large, with bars of 640 and 280.
-    EXPECT_EQ(PlaceIn({3840, 2160}, {1280, 800}, Fitting::Whole, 1), (Area{640, 280, 2560, 1600}));
-    EXPECT_EQ(PlaceIn({1920, 1080}, {1000, 600}, Fitting::Whole, 1), (Area{460, 240, 1000, 600}));
+    EXPECT_EQ(PlaceIn({3840, 2160}, {1280, 800}, Fitting::Whole, 1),
+              (ScreenArea{640, 280, 2560, 1600}));
+    EXPECT_EQ(PlaceIn({1920, 1080}, {1000, 600}, Fitting::Whole, 1),
+              (ScreenArea{460, 240, 1000, 600}));
 }
 
 TEST(Points, FittedByFractionsAViewTouchesTwoEdges) {
     // 2160 / 800 = 2.7: 3456 wide.
     EXPECT_EQ(PlaceIn({3840, 2160}, {1280, 800}, Fitting::Fractions, 1),
-              (Area{192, 0, 3456, 2160}));
-    EXPECT_EQ(PlaceIn({1000, 1000}, {600, 400}, Fitting::Fractions, 1), (Area{0, 167, 1000, 666}));
+              (ScreenArea{192, 0, 3456, 2160}));
+    EXPECT_EQ(PlaceIn({1000, 1000}, {600, 400}, Fitting::Fractions, 1),
+              (ScreenArea{0, 167, 1000, 666}));
 }
 
 TEST(Points, AViewThatIsTooLargeIsMadeSmaller) {
-    EXPECT_EQ(PlaceIn({800, 600}, {1600, 800}, Fitting::Whole, 1), (Area{0, 100, 800, 400}));
+    EXPECT_EQ(PlaceIn({800, 600}, {1600, 800}, Fitting::Whole, 1), (ScreenArea{0, 100, 800, 400}));
 }
 
 TEST(Points, BySteps) {
-    EXPECT_EQ(PlaceIn({2001, 1203}, {1000, 600}, Fitting::Steps, 2), (Area{0, 1, 2000, 1200}));
+    EXPECT_EQ(PlaceIn({2001, 1203}, {1000, 600}, Fitting::Steps, 2),
+              (ScreenArea{0, 1, 2000, 1200}));
     // While the window still has another size a view of plain pixels stays in its corner.
-    EXPECT_EQ(PlaceIn({1200, 900}, {1000, 600}, Fitting::Steps, 1), (Area{0, 0, 1000, 600}));
+    EXPECT_EQ(PlaceIn({1200, 900}, {1000, 600}, Fitting::Steps, 1), (ScreenArea{0, 0, 1000, 600}));
 }
 
 TEST(Points, EachPixelOfAnEnlargedViewIsHitAllOverItsSquare) {
-    const Area place = {640, 280, 2560, 1600};
+    const ScreenArea place = {640, 280, 2560, 1600};
     const ViewSize view = {1280, 800};
     EXPECT_EQ(PicturePoint({640, 280}, place, view), (Point{0, 0}));
     EXPECT_EQ(PicturePoint({641, 281}, place, view), (Point{0, 0}));
@@ -132,7 +137,7 @@ TEST(Points, EachPixelOfAnEnlargedViewIsHitAllOverItsSquare) {
 TEST(Points, FractionsHitThePixelThatIsSeenThere) {
     // 2.7 places a pixel: the first pixel has places 0 to 2, the second 3 to 5, the tenth
     // from 24.3.
-    const Area place = {192, 0, 3456, 2160};
+    const ScreenArea place = {192, 0, 3456, 2160};
     const ViewSize view = {1280, 800};
     EXPECT_EQ(PicturePoint({192 + 2, 0}, place, view).x, 0);
     EXPECT_EQ(PicturePoint({192 + 3, 0}, place, view).x, 1);

@@ -9,7 +9,7 @@
 #include "desktop/events.h"
 #include "host/key_names.h"
 #include "host/mouse.h"
-#include "host/surface_slots.h"
+#include "host/surface.h"
 #include "tests/support/host_bench.h"
 #include "tests/support/message_log.h"
 
@@ -271,12 +271,12 @@ TEST_F(PlayersPad, OnAnOwnSurfaceTheMapIsFixed) {
 TEST_F(PlayersPad, AControlCanOpenThePanelAndTheGuideButtonDoes) {
     static int opened = 0;
     opened = 0;
-    surfaceSlots.togglePanel = [] { ++opened; };
+    hostSlots.togglePanel = [] { ++opened; };
     UsePadMap({{"back", "panel"}});
     PadButtonChanged(PadButton::Back, true);
     PadButtonChanged(PadButton::Back, false);
     PadButtonChanged(PadButton::Guide, true);
-    surfaceSlots.togglePanel = [] {};
+    hostSlots.togglePanel = [] {};
     EXPECT_EQ(opened, 2);
     EXPECT_EQ(told, Strings{});
 }
@@ -284,11 +284,11 @@ TEST_F(PlayersPad, AControlCanOpenThePanelAndTheGuideButtonDoes) {
 TEST_F(PlayersPad, WhatOpensThePanelClosesItToo) {
     static int toggled = 0;
     toggled = 0;
-    surfaceSlots.togglePanel = [] { ++toggled; };
+    hostSlots.togglePanel = [] { ++toggled; };
     UsePadMap({{"lefttrigger", "panel"}});
     UseSurfacePadMap(true);
     PadAxisChanged(PadAxis::LeftTrigger, 1);
-    surfaceSlots.togglePanel = [] {};
+    hostSlots.togglePanel = [] {};
     EXPECT_EQ(toggled, 1);
 }
 

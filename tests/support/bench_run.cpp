@@ -139,24 +139,24 @@ RunResult RunOnPlain(const std::vector<u8>& bytes, const RunOptions& options) {
 
 }  // namespace
 
-u64 Picture::Get(u32 address, u32 size) const {
+u64 PaperImage::Get(u32 address, u32 size) const {
     u64 value = 0;
     std::memcpy(&value, &bytes.at(address), size);
     return value;
 }
 
-void Picture::Put(u32 address, u64 value, u32 size) {
+void PaperImage::Put(u32 address, u64 value, u32 size) {
     std::memcpy(&bytes.at(address), &value, size);
 }
 
-void Picture::PutWords(u32 address, const std::vector<u32>& words) {
+void PaperImage::PutWords(u32 address, const std::vector<u32>& words) {
     for (size_t i = 0; i < words.size(); ++i) {
         Put(address + static_cast<u32>(4 * i), words[i], 4);
     }
 }
 
-Picture BenchPicture() {
-    Picture picture;
+PaperImage BenchPicture() {
+    PaperImage picture;
     picture.bytes.resize(kBenchSize);
     for (u32 i = 0; i < kBenchSize; ++i) {
         picture.bytes[i] = static_cast<u8>(i * 37 + (i >> 8) + 11);
@@ -260,7 +260,7 @@ std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wante
     return text;
 }
 
-void ExpectRun(const std::string& name, const Picture& before, const Expected& expected) {
+void ExpectRun(const std::string& name, const PaperImage& before, const Expected& expected) {
     for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         const RunResult result =
             RunOn(engine, before.bytes, {.modalDepth = expected.modalDepthBefore});

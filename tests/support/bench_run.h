@@ -14,7 +14,7 @@ namespace moxi {
 // --- An image on paper
 
 // Bytes of an image that a test writes into before a run, or as it expects them after it.
-struct Picture {
+struct PaperImage {
     std::vector<u8> bytes;
 
     u64 Get(u32 address, u32 size) const;
@@ -32,7 +32,7 @@ constexpr u32 kBenchFP = 1536;
 
 // STOP wherever the code may go on; registers, data, stack and heap filled with a pattern that
 // shows stray writes; PC at 512, SP 2800, FP 1536, modal chain and block count 0, no flag set.
-Picture BenchPicture();
+PaperImage BenchPicture();
 
 constexpr u32 RegisterAt(u32 r) {
     return 8 + 8 * r;
@@ -78,7 +78,7 @@ std::string Differences(const std::vector<u8>& got, const std::vector<u8>& wante
 
 // What a run is expected to leave; the fields with defaults are those that hardly any run changes.
 struct Expected {
-    Picture after;
+    PaperImage after;
     plain::Outcome outcome = plain::Outcome::Stopped;
     std::vector<std::string> messages = {};
     i32 modalDepthBefore = 0;
@@ -88,6 +88,6 @@ struct Expected {
 
 // Runs `before` on all three engines and expects `expected` of each; a failure names the case, the
 // engine and the field.
-void ExpectRun(const std::string& name, const Picture& before, const Expected& expected);
+void ExpectRun(const std::string& name, const PaperImage& before, const Expected& expected);
 
 }  // namespace moxi

@@ -15,7 +15,7 @@ std::string LastInstructions(const RunResult& result) {
         const u32 at = result.trace[i];
         text += FormatText(" 0x%8.8X", at);
         if (u64{at} + 4 <= result.image.size()) {
-            text += FormatText(":%8.8X", static_cast<u32>(Picture{result.image}.Get(at, 4)));
+            text += FormatText(":%8.8X", static_cast<u32>(PaperImage{result.image}.Get(at, 4)));
         }
     }
     return text + "\n";
@@ -28,7 +28,7 @@ bool MayStopHalfWay(const RunResult& result) {
     if (result.outcome != Outcome::MemoryFault || u64{at} + 4 > result.image.size()) {
         return false;
     }
-    const u64 code = Picture{result.image}.Get(at, 4) & 1023;
+    const u64 code = PaperImage{result.image}.Get(at, 4) & 1023;
     return code == 340 || code == 596 || code == 788 || code == 148 || code == 916;
 }
 

@@ -17,7 +17,7 @@ enum class Outcome {
     Returned,       // RETURN to address 0
     Stopped,        // STOP
     Modal,          // MODAL
-    IllegalOpcode,  //
+    IllegalOpcode,
     StackOverflow,  // of PUSHBLOCK or PEEKBLOCK
     BadEmod,        // EMOD without a saved context
     MemoryFault,    // an access outside the image

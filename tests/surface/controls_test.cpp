@@ -283,7 +283,7 @@ TEST(Canvas, RoundsCornersAndDrawsBordersInside) {
 
 TEST(Canvas, ScalesPicturesAndMinglesTheirAlpha) {
     // Red, and green half transparent.
-    const Picture picture = {2, 1, {255, 0, 0, 255, 0, 200, 0, 128}};
+    const RgbaPicture picture = {2, 1, {255, 0, 0, 255, 0, 200, 0, 128}};
     Canvas canvas;
     ResizeCanvas(canvas, 4, 2);
     DrawPicture(canvas, {0, 0, 4, 2}, picture);

@@ -67,4 +67,6 @@ class SettingsTest : public ServiceTest {
     }
 };
 
+class Settings : public SettingsTest {};
+
 }  // namespace moxi

@@ -22,8 +22,8 @@ u32 instructionsSeen = 0;
 constexpr InstructionTrace kCounting = {[](u32) { ++instructionsSeen; }, [](u32) {}};
 
 // Code that calls itself and never returns.
-Picture Recursion(u32 sp) {
-    Picture picture = BenchPicture();
+PaperImage Recursion(u32 sp) {
+    PaperImage picture = BenchPicture();
     picture.PutWords(kBenchCode, {84 | 4 << 16, kBenchCode});  // CALL itself, 4 bytes of arguments
     picture.Put(160, sp, 4);
     return picture;
@@ -34,7 +34,7 @@ Picture Recursion(u32 sp) {
 TEST_F(Translator, AStackThatRunsIntoTheCodeEndsAsOnThePlainExecutor) {
     // Pushes its way down over its own code: what it then executes are pushed addresses.
     for (const u32 sp : {2800u, 1601u, 1538u, 700u, 530u, 520u, 513u}) {
-        const Picture picture = Recursion(sp);
+        const PaperImage picture = Recursion(sp);
         const RunOptions options = {.budget = 100000};
         const RunResult wanted = RunOn(Engine::Plain, picture.bytes, options);
         ASSERT_NE(wanted.outcome, plain::Outcome::BudgetSpent);

@@ -138,7 +138,7 @@ void HostDisturbs() {
 }
 
 void PlainDisturbs(plain::Machine& m) {
-    Picture picture{std::move(m.memory)};
+    PaperImage picture{std::move(m.memory)};
     Disturb([&picture](u32 address, u32 size) { return picture.Get(address, size); },
             [&picture](u32 address, u64 value, u32 size) {
                 picture.Put(address, size == 8 ? value : value & ((u64{1} << 8 * size) - 1), size);

@@ -46,9 +46,9 @@ const Condition kConditions[] = {
 // One instruction at 512, then `change` says what it does beyond PC.
 template <class Change>
 void ExpectWords(const std::string& name, const std::vector<u32>& words, u32 pc, Change change,
-                 Picture before = BenchPicture()) {
+                 PaperImage before = BenchPicture()) {
     before.PutWords(kBenchCode, words);
-    Picture after = before;
+    PaperImage after = before;
     after.Put(136, pc, 4);
     change(after);
     ExpectRun(name, before, {.after = after});
@@ -64,13 +64,13 @@ const std::vector<std::string> kBadEmod = {"Illegal EMOD at 0x00000200"};
 TEST_F(Control, BranchOnFlagsFollowsEveryConditionWithEveryCombinationOfFlags) {
     for (const Condition& condition : kConditions) {
         for (u32 flags = 0; flags < 8; ++flags) {
-            Picture before = BenchPicture();
+            PaperImage before = BenchPicture();
             before.Put(192, flags, 1);
             ExpectWords(
                 "condition " + std::to_string(condition.number) + " with flags " +
                     std::to_string(flags),
                 {At(kTarget) | condition.number << 7 | 52}, condition.taken[flags] ? kTarget : 516,
-                [](Picture&) {}, before);
+                [](PaperImage&) {}, before);
         }
     }
 }
@@ -112,7 +112,7 @@ TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
     for (const Value& value : values) {
         for (const Mode& mode : modes) {
             for (const Condition& condition : kConditions) {
-                Picture before = BenchPicture();
+                PaperImage before = BenchPicture();
                 before.Put(RegisterAt(7), 0x12345678000004A1, 8);
                 before.Put(192, 7 - value.flags, 1);
                 before.Put(mode.address, value.value, 8);
@@ -123,7 +123,7 @@ TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
                     {At(kTarget) | condition.number << 7 | value.size << 5 | mode.number << 3,
                      mode.x},
                     condition.taken[value.flags] ? kTarget : 520,
-                    [&](Picture& after) { after.Put(192, value.flags, 1); }, before);
+                    [&](PaperImage& after) { after.Put(192, value.flags, 1); }, before);
             }
         }
     }
@@ -132,27 +132,27 @@ TEST_F(Control, TestAndBranchSetsTheFlagsOfTheValueAndFollowsThem) {
 TEST_F(Control, TestAndBranchDoesNotMaskTheRegisterNumber) {
     // Register 16 is the PC word; register 0x1FFFFFFF lies at 8 + 0xFFFFFFF8 = 0.
     ExpectWords("TBNE.L of register 16", {At(kTarget) | 1u << 7 | 2u << 5, 16}, kTarget,
-                [](Picture& after) { after.Put(192, 0, 1); });
-    Picture before = BenchPicture();
+                [](PaperImage& after) { after.Put(192, 0, 1); });
+    PaperImage before = BenchPicture();
     before.Put(0, 0, 4);
     ExpectWords(
         "TBEQ.L of register 0x1FFFFFFF", {At(kTarget) | 2u << 5, 0x1FFFFFFF}, kTarget,
-        [](Picture& after) { after.Put(192, 2, 1); }, before);
+        [](PaperImage& after) { after.Put(192, 2, 1); }, before);
 }
 
 TEST_F(Control, JmpSetsPc) {
-    ExpectWords("JMP", {At(kTarget) | 44}, kTarget, [](Picture&) {});
+    ExpectWords("JMP", {At(kTarget) | 44}, kTarget, [](PaperImage&) {});
 }
 
 TEST_F(Control, JumpThroughMemoryTakesPcFromTheTable) {
     for (u32 r = 0; r < 16; ++r) {
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(RegisterAt(r), 0x9999999900000006, 8);
         before.Put(1030, 0x302, 4);  // PC need not be a multiple of 4
         before.Put(0x302, 532, 4);
         ExpectWords(
             "jump through memory by R" + std::to_string(r), {At(1024) | r << 6 | 12}, 0x302,
-            [](Picture&) {}, before);
+            [](PaperImage&) {}, before);
     }
 }
 
@@ -166,19 +166,19 @@ TEST_F(Control, The1023CodeAndTheOtherNoOperationCodesAdvancePcBy4AndChangeNothi
         if (!nothing) {
             continue;
         }
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(192, 5, 1);
         ExpectWords(
-            "code " + std::to_string(low), {low | 0xABCDEC00}, 516, [](Picture&) {}, before);
+            "code " + std::to_string(low), {low | 0xABCDEC00}, 516, [](PaperImage&) {}, before);
     }
 }
 
 TEST_F(Control, LowFiveBits4IsAnIllegalOpcode) {
     for (u32 low = 4; low < 1024; low += 32) {
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(192, 3, 1);
         before.PutWords(kBenchCode, {404, low | 0x12345400});
-        Picture after = before;
+        PaperImage after = before;
         after.Put(136, 516, 4);
         ExpectRun("code " + std::to_string(low), before,
                   {.after = after,
@@ -212,7 +212,7 @@ TEST_F(Control, ConstantPushesPushWordLongAndQuad) {
     };
     for (const Push& push : pushes) {
         ExpectWords("push " + std::to_string(push.words[0] & 1023), push.words, push.pc,
-                    [&](Picture& after) {
+                    [&](PaperImage& after) {
                         after.Put(2800 - push.bytes, push.value, push.bytes);
                         after.Put(160, 2800 - push.bytes, 4);
                     });
@@ -220,11 +220,11 @@ TEST_F(Control, ConstantPushesPushWordLongAndQuad) {
 }
 
 TEST_F(Control, PushesDoNotCheckTheStackLimit) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(160, 1000, 4);  // far below the limit of 2048
     ExpectWords(
         "PUSH.L #5", {756 | 5u << 10}, 516,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(996, 5, 4);
             after.Put(160, 996, 4);
         },
@@ -235,9 +235,9 @@ TEST_F(Control, PushesDoNotCheckTheStackLimit) {
 // Calls
 
 TEST_F(Control, CallPushesArgumentBytesAndReturnAddressAndRemembersItsAddressPlus4) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {404, 84 | 0x8000 | 0xFFF0u << 16, kTarget});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(2796, 0xFFF0, 4);
     after.Put(2792, 524, 4);
     after.Put(160, 2792, 4);
@@ -250,10 +250,10 @@ TEST_F(Control, CallPushesArgumentBytesAndReturnAddressAndRemembersItsAddressPlu
 
 TEST_F(Control, CallrGoesToTheLowHalfOfTheRegisterAndRemembersItsAddressPlus4) {
     for (u32 r = 0; r < 16; ++r) {
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(RegisterAt(r), 0x8888888800000300, 8);
         before.PutWords(kBenchCode, {852 | r << 12 | 0x0C00 | 24u << 16});
-        Picture after = before;
+        PaperImage after = before;
         after.Put(2796, 24, 4);
         after.Put(2792, 516, 4);
         after.Put(160, 2792, 4);
@@ -268,7 +268,7 @@ TEST_F(Control, LinkPushesFpAndSavesTheRegistersBelowTheLocals) {
     for (u32 n = 0; n < 16; ++n) {
         const u32 locals = 20;
         ExpectWords("LINK 20, " + std::to_string(n), {340 | n << 10 | locals << 14}, 516,
-                    [&](Picture& after) {
+                    [&](PaperImage& after) {
                         after.Put(2796, kBenchFP, 4);
                         after.Put(168, 2796, 4);
                         const u32 sp = 2796 - 20 - 8 * n;
@@ -284,7 +284,7 @@ TEST_F(Control, LinkPushesFpAndSavesTheRegistersBelowTheLocals) {
 
 TEST_F(Control, LinkDoesNotCheckTheStack) {
     // 1000 bytes of locals reach below the limit of 2048.
-    ExpectWords("LINK 1000, 0", {340 | 1000u << 14}, 516, [](Picture& after) {
+    ExpectWords("LINK 1000, 0", {340 | 1000u << 14}, 516, [](PaperImage& after) {
         after.Put(2796, kBenchFP, 4);
         after.Put(168, 2796, 4);
         after.Put(160, 1796, 4);
@@ -293,7 +293,7 @@ TEST_F(Control, LinkDoesNotCheckTheStack) {
 
 TEST_F(Control, LinkWithoutRegistersMayLeaveSpOutsideTheImage) {
     // (w >> 14) is at most 262,143: SP = 2796 - 262143 wraps around.
-    ExpectWords("LINK 262143, 0", {340 | 262143u << 14}, 516, [](Picture& after) {
+    ExpectWords("LINK 262143, 0", {340 | 262143u << 14}, 516, [](PaperImage& after) {
         after.Put(2796, kBenchFP, 4);
         after.Put(168, 2796, 4);
         after.Put(160, 2796u - 262143u, 4);
@@ -302,7 +302,7 @@ TEST_F(Control, LinkWithoutRegistersMayLeaveSpOutsideTheImage) {
 
 TEST_F(Control, ReturnRestoresRegistersFpAndSpAndRemovesTheArguments) {
     for (u32 n = 0; n < 16; ++n) {
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(160, 2300, 4);
         before.Put(168, 2500, 4);
         before.Put(2500, 0x00001234, 4);
@@ -310,7 +310,7 @@ TEST_F(Control, ReturnRestoresRegistersFpAndSpAndRemovesTheArguments) {
         before.Put(2508, 40, 4);
         ExpectWords(
             "RETURN " + std::to_string(n), {596 | n << 10 | 0xFFFFC000}, kTarget,
-            [&](Picture& after) {
+            [&](PaperImage& after) {
                 const u32 first = 120 - 8 * n;
                 for (u32 i = 0; i < 8 * n; ++i) {
                     after.Put(first + i, after.Get(2300 + i, 1), 1);
@@ -323,14 +323,14 @@ TEST_F(Control, ReturnRestoresRegistersFpAndSpAndRemovesTheArguments) {
 }
 
 TEST_F(Control, ReturnToAddress0EndsTheRunWithPc0) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(192, 6, 1);
     before.Put(168, 2500, 4);
     before.Put(2500, 0x00001234, 4);
     before.Put(2504, 0, 4);
     before.Put(2508, 16, 4);
     before.PutWords(kBenchCode, {596});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(136, 0, 4);
     after.Put(160, 2528, 4);
     after.Put(168, 0x1234, 4);
@@ -349,7 +349,7 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
         return form | low << 5 | number << 9 | high << 16;
     };
     const auto one = [](u32 number, u32 r) { return 212u | number << 8 | r << 16; };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(512, {340, 756 | 10u << 10, 84 | 4u << 16, fib, two(25, 62, 0, 0), 1200, 596});
     before.PutWords(fib, {340 | 1u << 10, two(17, 62, 13, 12), two(30, 34, 13, 2),
                           At(over) | 2u << 7 | 52, two(28, 62, 0, 13), 596 | 1u << 10});
@@ -364,7 +364,7 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
     for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes, {.budget = 100000});
         EXPECT_EQ(result.outcome, Outcome::Returned) << EngineName(engine);
-        const Picture after{result.image};
+        const PaperImage after{result.image};
         EXPECT_EQ(after.Get(1200, 4), 55u);
         EXPECT_EQ(after.Get(RegisterAt(13), 8), 0x7777777788888888u);
         EXPECT_EQ(after.Get(160, 4), 2800u);
@@ -377,12 +377,12 @@ TEST_F(Control, RecursiveCallsRunToTheEnd) {
 
 TEST_F(Control, PushblockInForm5TakesAll32BitsOfTheExtensionWordAsTheCount) {
     const auto words = [](u32 n) { return std::vector<u32>{5 | 7u << 5 | 120u << 9, n, 1200}; };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(7), 0xFFFFFFF0, 8);
     // 300 bytes although the operation is the BYTE one; [300] is not looked at.
     ExpectWords(
         "PUSHBLOCK 300", words(300), 524,
-        [](Picture& after) {
+        [](PaperImage& after) {
             for (u32 i = 0; i < 300; ++i) {
                 after.Put(2500 + i, after.Get(1184 + i, 1), 1);
             }
@@ -390,7 +390,7 @@ TEST_F(Control, PushblockInForm5TakesAll32BitsOfTheExtensionWordAsTheCount) {
         },
         before);
     for (const u32 n : {0x10001u, 2801u, 0xFFFFFFFFu, 653u}) {
-        Picture over = before;
+        PaperImage over = before;
         over.PutWords(kBenchCode, words(n));
         ExpectRun("PUSHBLOCK " + std::to_string(n), over,
                   {.after = over,
@@ -402,12 +402,12 @@ TEST_F(Control, PushblockInForm5TakesAll32BitsOfTheExtensionWordAsTheCount) {
 TEST_F(Control, PushblockKeepsSpAtLeast100BytesAboveTheLimit) {
     // 2800 - 652 = 2148 = 2048 + 100 still goes.
     const std::vector<u32> words = {5 | 7u << 5 | 123u << 9, 652, 1200};
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(7), 0, 8);
     ExpectWords(
         "PUSHBLOCK 652", words, 524,
-        [](Picture& after) {
-            const Picture source = after;
+        [](PaperImage& after) {
+            const PaperImage source = after;
             for (u32 i = 0; i < 652; ++i) {
                 after.Put(2148 + i, source.Get(1200 + i, 1), 1);
             }
@@ -418,12 +418,12 @@ TEST_F(Control, PushblockKeepsSpAtLeast100BytesAboveTheLimit) {
 
 TEST_F(Control, PeekblockReadsUpToTheStackTop) {
     // 272 bytes from 2800 end at 3072, the stack top.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(1104, 272, 2);
     const std::vector<u32> words = {21 | 125u << 9, 1104, 1200};
     ExpectWords(
         "PEEKBLOCK 272", words, 524,
-        [](Picture& after) {
+        [](PaperImage& after) {
             for (u32 i = 0; i < 272; ++i) {
                 after.Put(1200 + i, after.Get(2800 + i, 1), 1);
             }
@@ -440,11 +440,11 @@ TEST_F(Control, PeekblockReadsUpToTheStackTop) {
 TEST_F(Control, BlockmoveCopiesOverlappingRangesBothWays) {
     const std::vector<u32> up = {21 | 93u << 9, 1204, 1200};  // A = 1204, B = 1200, WORDs
     const std::vector<u32> down = {21 | 93u << 9, 1200, 1204};
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(184, 50, 4);
     const auto moved = [](u32 to, u32 from) {
-        return [to, from](Picture& after) {
-            const Picture source = after;
+        return [to, from](PaperImage& after) {
+            const PaperImage source = after;
             for (u32 i = 0; i < 100; ++i) {
                 after.Put(to + i, source.Get(from + i, 1), 1);
             }
@@ -456,27 +456,27 @@ TEST_F(Control, BlockmoveCopiesOverlappingRangesBothWays) {
 
 TEST_F(Control, BlockmoveOfNothingTouchesNothing) {
     // Both addresses lie outside the image, but no byte is moved.
-    ExpectWords("BLOCKMOVE 0", {21 | 92u << 9, 0xFFFFFFF0, 0x7FFFFFFF}, 524, [](Picture&) {});
+    ExpectWords("BLOCKMOVE 0", {21 | 92u << 9, 0xFFFFFFF0, 0x7FFFFFFF}, 524, [](PaperImage&) {});
 }
 
 // ---------------------------------------------------------------------------------------------
 // Run control
 
 TEST_F(Control, StopEndsTheRunWithPcAtTheStop) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {404, 532 | 0xFFFFFC00});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(136, 516, 4);
     ExpectRun("STOP", before, {.after = after});
 }
 
 TEST_F(Control, ModalPushesItsContextAndEndsTheMessage) {
     for (const u32 code : {788u, 148u}) {
-        Picture before = BenchPicture();
+        PaperImage before = BenchPicture();
         before.Put(192, 5, 1);
         before.Put(176, 0x11223344, 4);
         before.PutWords(kBenchCode, {code | 0x55555400});
-        Picture after = before;
+        PaperImage after = before;
         after.Put(2660, 0x11223344, 4);
         after.Put(2664, kBenchFP, 4);
         after.Put(2668, 516, 4);
@@ -496,14 +496,14 @@ TEST_F(Control, ModalPushesItsContextAndEndsTheMessage) {
 }
 
 TEST_F(Control, EmodRestoresTheRegistersFpAndSpOfTheModalAndResumesAfterIt) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(192, 6, 1);
     before.Put(176, 2500, 4);
     before.Put(2500, 0x11223344, 4);
     before.Put(2504, 0x55667788, 4);
     before.Put(2508, kTarget, 4);
     before.PutWords(kBenchCode, {916});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(176, 0x11223344, 4);
     after.Put(168, 0x55667788, 4);
     for (u32 i = 0; i < 128; ++i) {
@@ -515,14 +515,14 @@ TEST_F(Control, EmodRestoresTheRegistersFpAndSpOfTheModalAndResumesAfterIt) {
 }
 
 TEST_F(Control, ASecondEmodFailsWithIllegalEmod) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(176, 2500, 4);
     before.Put(2500, 0, 4);
     before.Put(2504, kBenchFP, 4);
     before.Put(2508, kTarget, 4);
     before.PutWords(kBenchCode, {916});
     before.PutWords(kTarget, {916});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(176, 0, 4);
     for (u32 i = 0; i < 128; ++i) {
         after.Put(8 + i, before.Get(2512 + i, 1), 1);
@@ -537,7 +537,7 @@ TEST_F(Control, ASecondEmodFailsWithIllegalEmod) {
 }
 
 TEST_F(Control, EmodWithoutAModalReportsAndEndsTheRunButNotTheProgram) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(192, 1, 1);
     before.PutWords(kBenchCode, {916});
     ExpectRun("EMOD", before, {.after = before, .outcome = Outcome::BadEmod, .messages = kBadEmod});
@@ -550,7 +550,7 @@ TEST_F(Control, EmodWithoutAModalReportsAndEndsTheRunButNotTheProgram) {
 }
 
 TEST_F(Control, DebuglogAppendsTheStringsAtR15WithoutASeparator) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {20, 26u << 9 | 30 | 15u << 5 | 2u << 16, 20});  // ADD.L R15, #2
     before.Put(RegisterAt(15), 0xFFFFFFFF00000000 | 1201, 8);
     before.Put(1201, 'a', 2);
@@ -566,9 +566,9 @@ TEST_F(Control, DebuglogAppendsTheStringsAtR15WithoutASeparator) {
 // The header's write-back
 
 TEST_F(Control, DuringSysTheHeaderHoldsThePcOfTheSysAndTheCurrentSpFpAndFlags) {
-    static Picture seen;
+    static PaperImage seen;
     vmSlots.sysDispatch = [] { seen.bytes.assign(image, image + imageSize); };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     // SUB.L R1, R1 sets ZERO; PUSH.L #5; LINK 0, 0; SYS
     before.PutWords(kBenchCode,
                     {30u << 9 | 28 | 1u << 5 | 1u << 16, 756 | 5u << 10, 340, 276 | 0xFFFFFC00});
@@ -591,10 +591,10 @@ TEST_F(Control, AServiceCannotChangePcSpFpAndFlagsButEverythingElse) {
         Store<u32>(120, 0x55555555);
         Store<u32>(512 + 8, 404);  // the instruction after the next one
     };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {276, 404, 532, 532});
     for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Traced}) {
-        Picture after = before;
+        PaperImage after = before;
         after.Put(193, 0x44, 1);
         after.Put(120, 0x55555555, 4);
         after.Put(520, 404, 4);
@@ -609,29 +609,29 @@ TEST_F(Control, WritesToTheHeadersPcSpFpAndFlagsAreLost) {
     for (const u32 address : {136u, 160u, 168u}) {
         ExpectWords("MOVE.L [" + std::to_string(address) + "], #5",
                     {29 | 5u << 5 | 62u << 9, address}, 520,
-                    [](Picture& after) { after.Put(256, 5, 4); });
+                    [](PaperImage& after) { after.Put(256, 5, 4); });
     }
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(192, 6, 1);
     ExpectWords(
         "MOVE.B [192], #5", {29 | 5u << 5 | 60u << 9, 192}, 520,
-        [](Picture& after) { after.Put(256, 5, 4); }, before);
+        [](PaperImage& after) { after.Put(256, 5, 4); }, before);
 }
 
 TEST_F(Control, TheUpperHalvesBesideThePcSpAndFpAndTheOtherHeaderWordsKeepAWrite) {
     for (const u32 address : {140u, 164u, 172u, 144u, 152u, 176u, 184u, 196u}) {
         ExpectWords("MOVE.L [" + std::to_string(address) + "], #-2",
-                    {29 | 14u << 5 | 62u << 9, address}, 520, [address](Picture& after) {
+                    {29 | 14u << 5 | 62u << 9, address}, 520, [address](PaperImage& after) {
                         after.Put(256, 0xFFFFFFFE, 4);
                         after.Put(address, 0xFFFFFFFE, 4);
                     });
     }
     // A QUAD across PC and its upper half: the low half is lost. 193 beside the flags is kept.
-    ExpectWords("MOVE.Q [136], #-2", {29 | 14u << 5 | 63u << 9, 136}, 520, [](Picture& after) {
+    ExpectWords("MOVE.Q [136], #-2", {29 | 14u << 5 | 63u << 9, 136}, 520, [](PaperImage& after) {
         after.Put(256, 0xFFFFFFFFFFFFFFFE, 8);
         after.Put(140, 0xFFFFFFFF, 4);
     });
-    ExpectWords("MOVE.W [192], #-2", {29 | 14u << 5 | 61u << 9, 192}, 520, [](Picture& after) {
+    ExpectWords("MOVE.W [192], #-2", {29 | 14u << 5 | 61u << 9, 192}, 520, [](PaperImage& after) {
         after.Put(256, 0xFFFFFFFE, 4);
         after.Put(193, 0xFF, 1);
     });
@@ -640,14 +640,14 @@ TEST_F(Control, TheUpperHalvesBesideThePcSpAndFpAndTheOtherHeaderWordsKeepAWrite
 TEST_F(Control, ReadsOfTheHeaderSeeThePcOfTheInstructionAndTheSpFpAndFlagsBeforeIt) {
     // SUB.L R1, #7 with R1 = 5 sets NEG; then MOVE.L R2, [136]; [160]; [168]; MOVEZ.B R3, [192]
     const auto load = [](u32 r, u32 number) { return 26 | r << 5 | number << 9; };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(1), 5, 8);
     ExpectWords(
         "reads of the header",
         {30 | 1u << 5 | 30u << 9 | 7u << 16, 756 | 9u << 10, load(2, 66), 136, load(3, 66), 160,
          load(4, 66), 168, load(5, 64), 192},
         552,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(256, 7, 4);
             after.Put(RegisterAt(1), 0xFFFFFFFE, 4);
             after.Put(2796, 9, 4);
@@ -664,11 +664,11 @@ TEST_F(Control, ReadsOfTheHeaderSeeThePcOfTheInstructionAndTheSpFpAndFlagsBefore
 TEST_F(Control, BitsOfTheFlagByteThatAreNoFlagsAreThereUntilTheFirstWriteBackAndThen0) {
     // MOVEZ.B R3, [192]; MOVEZ.B R4, [192] with the byte 0xFA: ZERO and five other bits
     const auto load = [](u32 r) { return 26 | r << 5 | 64u << 9; };
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(192, 0xFA, 1);
     ExpectWords(
         "a loaded flag byte", {load(3), 192, load(4), 192}, 528,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(RegisterAt(3), 0xFA, 8);
             after.Put(RegisterAt(4), 2, 8);
             after.Put(192, 2, 1);
@@ -679,16 +679,16 @@ TEST_F(Control, BitsOfTheFlagByteThatAreNoFlagsAreThereUntilTheFirstWriteBackAnd
 TEST_F(Control, PopIntoTheSpWordIsLost) {
     // POP.L of register 19, the SP word at 160.
     ExpectWords("POP.L of register 19", {22u << 8 | 212 | 19u << 16}, 516,
-                [](Picture& after) { after.Put(160, 2804, 4); });
+                [](PaperImage& after) { after.Put(160, 2804, 4); });
 }
 
 TEST_F(Control, CodeThatChangesTheNextInstructionIsSeen) {
     // MOVE.L [524], R1 puts PUSH.L #3 over the STOP at 524; the NOP before it has run.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(1), 756 | 3u << 10, 4);
     ExpectWords(
         "self-modifying code", {25 | 1u << 5 | 62u << 9, 524, 404}, 528,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(524, 756 | 3u << 10, 4);
             after.Put(2796, 3, 4);
             after.Put(160, 2796, 4);
@@ -697,27 +697,27 @@ TEST_F(Control, CodeThatChangesTheNextInstructionIsSeen) {
 }
 
 TEST_F(Control, AQuickSourceOfMinus8FillsTheSlotByTheOperationsSize) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(256, 0x1122334455667788, 8);
     before.Put(RegisterAt(3), 0, 8);
     // In a QUAD operation all 64 bits, in a LONG one the low word alone.
     ExpectWords(
         "MOVE.Q R3, #-8", {30 | 3u << 5 | 63u << 9 | 8u << 16}, 516,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(256, 0xFFFFFFFFFFFFFFF8, 8);
             after.Put(RegisterAt(3), 0xFFFFFFFFFFFFFFF8, 8);
         },
         before);
     ExpectWords(
         "MOVE.L R3, #-8", {30 | 3u << 5 | 62u << 9 | 8u << 16}, 516,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(256, 0x11223344FFFFFFF8, 8);
             after.Put(RegisterAt(3), 0x00000000FFFFFFF8, 8);
         },
         before);
     ExpectWords(
         "MOVE.B R3, #-8", {30 | 3u << 5 | 60u << 9 | 8u << 16}, 516,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(256, 0x11223344FFFFFFF8, 8);
             after.Put(RegisterAt(3), 0xF8, 8);
         },
@@ -726,11 +726,11 @@ TEST_F(Control, AQuickSourceOfMinus8FillsTheSlotByTheOperationsSize) {
 
 TEST_F(Control, TheSlotIsMemoryThatALaterOperandCanRead) {
     // MOVE.L R3, #0x12345678 then MOVE.W R4, [258]
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     ExpectWords(
         "the slot as memory", {22 | 3u << 5 | 62u << 9, 0x12345678, 26 | 4u << 5 | 61u << 9, 258},
         528,
-        [](Picture& after) {
+        [](PaperImage& after) {
             after.Put(256, 0x12345678, 4);
             after.Put(RegisterAt(3), 0x12345678, 4);
             after.Put(RegisterAt(4), 0x1234, 2);
@@ -743,7 +743,7 @@ TEST_F(Control, TheSlotIsMemoryThatALaterOperandCanRead) {
 
 TEST_F(Control, TheTraceRingHoldsTheAddressesOfTheLast1024InstructionsOldestFirstOverwritten) {
     // 700 rounds of SUB.L R1, #1; BNE back: 1400 instructions, then the STOP.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(1), 700, 8);
     before.PutWords(kBenchCode, {30 | 1u << 5 | 30u << 9 | 1u << 16, At(512) | 1u << 7 | 52});
     for (const Engine engine : {Engine::Fast, Engine::Traced, Engine::Plain}) {

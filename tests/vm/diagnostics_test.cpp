@@ -35,7 +35,7 @@ class Faults : public VmTest {
 };
 
 // What the interpreter leaves of `words` at 512, at full speed; the traced one must agree.
-RunResult RunWords(const std::vector<u32>& words, Picture before = BenchPicture()) {
+RunResult RunWords(const std::vector<u32>& words, PaperImage before = BenchPicture()) {
     before.PutWords(kBenchCode, words);
     RunResult fast = RunOn(Engine::Fast, before.bytes);
     const RunResult traced = RunOn(Engine::Traced, before.bytes);
@@ -147,7 +147,7 @@ TEST_F(Diagnostics,
 TEST_F(Faults, AnAccessBeyondTheImageEndsTheHostWithThePcTraceLineAndStatus1) {
     vmFiles.contents["debug.log"] = "before\n";
     MakeImage(kBenchSize, kBenchStackLimit, kBenchStackTop);
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {kNop, 26 | 3u << 5 | 62u << 9, kBenchSize});
     std::memcpy(image, before.bytes.data(), kBenchSize);
     EXPECT_EQ(RunOn(Engine::Fast, before.bytes).outcome, Outcome::MemoryFault);
@@ -209,7 +209,7 @@ TEST_F(Faults, EverySizeFaultsJustBeyondTheImageAndReachesItsLastBytes) {
 
 TEST_F(Faults, BytesOfPaddingBehindAnImageAreNoFaultButThoseBehindThemAre) {
     // 4001 bytes, padded to 4032.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.bytes.resize(4001);
     EXPECT_EQ(RunWords(LoadFrom(3, 4024), before).outcome, Outcome::Stopped);
     EXPECT_EQ(RunWords(LoadFrom(3, 4025), before).outcome, Outcome::MemoryFault);
@@ -221,7 +221,7 @@ TEST_F(Faults, ARunAwayPcFaultsAtItsOwnAddress) {
     EXPECT_EQ(RunWords({44 | 0x3FFFFFu << 10}).messages,  // JMP 0xFFFFFC
               Messages{"Memory fault at 0x00FFFFFC. Terminating. So sorry."});
     // CALLR through R1 to the last word of the address space.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(1), 0xFFFFFFFC, 8);
     const RunResult result = RunWords({852 | 1u << 12}, before);
     EXPECT_EQ(result.messages, Messages{"Memory fault at 0xFFFFFFFC. Terminating. So sorry."});
@@ -230,7 +230,7 @@ TEST_F(Faults, ARunAwayPcFaultsAtItsOwnAddress) {
 
 TEST_F(Faults, AnInstructionThatReachesBeyondTheImageFaultsAtItsAddress) {
     // A MOVE.Q with an immediate whose last extension word would lie behind the image.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(136, kBenchSize - 8, 4);
     before.PutWords(kBenchSize - 8, {22 | 3u << 5 | 63u << 9, 5});
     const RunResult result = RunOn(Engine::Fast, before.bytes);
@@ -238,7 +238,7 @@ TEST_F(Faults, AnInstructionThatReachesBeyondTheImageFaultsAtItsAddress) {
 }
 
 TEST_F(Faults, PushAndPopFaultWhereSpLeavesTheImage) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(160, 0, 4);
     EXPECT_EQ(RunWords({756}, before).outcome, Outcome::MemoryFault);  // SP - 4 wraps around
     before.Put(160, kBenchSize - 3, 4);
@@ -246,7 +246,7 @@ TEST_F(Faults, PushAndPopFaultWhereSpLeavesTheImage) {
 }
 
 TEST_F(Faults, ABlockOperationThatFaultsChangesNothing) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(184, 100, 4);
     before.Put(1104, 100, 2);
     before.Put(144, 0xFFFFFFFF, 4);  // the stack top lets PEEKBLOCK pass
@@ -263,7 +263,7 @@ TEST_F(Faults, ABlockOperationThatFaultsChangesNothing) {
         {"PEEKBLOCK from beyond", {21 | 125u << 9, 1104, 1200}, kBenchSize - 50},
     };
     for (const Block& block : blocks) {
-        Picture placed = before;
+        PaperImage placed = before;
         placed.Put(160, block.sp, 4);
         placed.PutWords(kBenchCode, block.words);
         for (const Engine engine :
@@ -276,7 +276,7 @@ TEST_F(Faults, ABlockOperationThatFaultsChangesNothing) {
 }
 
 TEST_F(Faults, ADebuglogStringWithoutAnEndInsideTheImageFaults) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(RegisterAt(15), kBenchSize - 2, 8);
     before.Put(kBenchSize - 2, 'a', 1);
     before.Put(kBenchSize - 1, 'b', 1);
@@ -317,7 +317,7 @@ TEST_F(Faults, OperandsWithoutAnEffectFaultAllTheSame) {
 }
 
 TEST_F(Faults, APopOfAByteReadsTheWholeWordAtSp) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(160, kBenchSize - 2, 4);
     EXPECT_EQ(RunWords({212 | 20u << 8 | 3u << 16}, before).outcome, Outcome::Stopped);
     before.Put(160, kBenchSize - 1, 4);
@@ -325,7 +325,7 @@ TEST_F(Faults, APopOfAByteReadsTheWholeWordAtSp) {
 }
 
 TEST_F(Faults, APushOfAWordReadsTheWholeExtensionWord) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.Put(136, kBenchSize - 6, 4);
     before.Put(kBenchSize - 6, 116, 4);
     EXPECT_EQ(RunOn(Engine::Fast, before.bytes).outcome, Outcome::MemoryFault);
@@ -357,11 +357,11 @@ TEST_F(Faults, ADivisionByZeroEndsTheHostAtEverySize) {
     // DIVS, MODS, DIVU and MODU of R3 by R5
     for (const u32 first : {0u, 4u, 12u, 16u}) {
         for (u32 size = 0; size < 4; ++size) {
-            Picture before = BenchPicture();
+            PaperImage before = BenchPicture();
             before.Put(RegisterAt(5), size == 3 ? 0 : u64{1} << (8u << size), 8);
             before.Put(192, 5, 1);
             before.PutWords(kBenchCode, {kNop, 28 | 3u << 5 | (first + size) << 9 | 5u << 16});
-            Picture after = before;
+            PaperImage after = before;
             after.Put(136, 516, 4);
             for (const Engine engine :
                  {Engine::Fast, Engine::Translated, Engine::Traced, Engine::Plain}) {
@@ -379,7 +379,7 @@ TEST_F(Faults, ADivisionByZeroEndsTheHostAtEverySize) {
 TEST_F(Faults, TheMostNegativeValueByMinus1EndsTheHostAtEverySizeWhenSigned) {
     for (u32 size = 0; size < 4; ++size) {
         for (const u32 first : {0u, 4u, 12u, 16u}) {
-            Picture before = BenchPicture();
+            PaperImage before = BenchPicture();
             before.Put(RegisterAt(3), u64{1} << ((8u << size) - 1), 8);
             before.Put(RegisterAt(5), ~u64{0}, 8);
             const u32 word = 28 | 3u << 5 | (first + size) << 9 | 5u << 16;
@@ -391,9 +391,9 @@ TEST_F(Faults, TheMostNegativeValueByMinus1EndsTheHostAtEverySizeWhenSigned) {
 }
 
 TEST_F(Faults, ADivisionByAQuickZeroHasFilledTheSlot) {
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {30 | 3u << 5 | 2u << 9});  // DIVS.L R3, #0
-    Picture after = before;
+    PaperImage after = before;
     after.Put(256, 0, 4);
     for (const Engine engine : {Engine::Fast, Engine::Translated, Engine::Plain}) {
         const RunResult result = RunOn(engine, before.bytes);

@@ -160,7 +160,7 @@ TEST_F(Loader, AfterALoadTheHeaderDiffersFromTheFileOnlyAt144152160And195To199) 
         body += static_cast<char>(200 - i);
     }
     ASSERT_TRUE(Loads(file + body));
-    Picture wanted;
+    PaperImage wanted;
     wanted.bytes.assign(924, 0);
     for (size_t i = 0; i < 600; ++i) {
         wanted.bytes[i] = static_cast<u8>(i < 512 ? file[i] : body[i - 512]);
@@ -196,9 +196,9 @@ TEST_F(Loader, TheFirstPushWritesJustBelowTheHeap) {
     std::memcpy(body.data(), words, sizeof words);
     ASSERT_TRUE(Loads(ModuleHeader(600, 24, 200, 100) + body));
     const std::vector<u8> loaded(image, image + imageSize);
-    Picture before{loaded};
+    PaperImage before{loaded};
     before.Put(136, 512, 4);
-    const Picture after{RunOn(Engine::Fast, before.bytes).image};
+    const PaperImage after{RunOn(Engine::Fast, before.bytes).image};
     EXPECT_EQ(after.Get(820, 4), 7u);
     EXPECT_EQ(after.Get(160, 4), 820u);
 }

@@ -166,8 +166,8 @@ std::string NameOf(const char* operation, const Form& form, u32 flags) {
            std::to_string(flags);
 }
 
-Picture Place(const Form& form, u32 operation, u64 value, u32 flags) {
-    Picture picture = BenchPicture();
+PaperImage Place(const Form& form, u32 operation, u64 value, u32 flags) {
+    PaperImage picture = BenchPicture();
     picture.Put(RegisterAt(7), 0x12345678FFFFFFF0, 8);
     picture.Put(192, flags, 1);
     picture.Put(form.e, value, 8);
@@ -183,8 +183,8 @@ TEST_F(OneOperand, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWor
     for (const Case& c : kCases) {
         for (const Form& form : kForms) {
             for (const u32 flags : {0u, 7u}) {
-                const Picture before = Place(form, c.operation, c.before, flags);
-                Picture after = before;
+                const PaperImage before = Place(form, c.operation, c.before, flags);
+                PaperImage after = before;
                 after.Put(form.e, c.after, 8);
                 after.Put(192, c.flags == kKept ? flags : static_cast<u32>(c.flags), 1);
                 after.Put(136, kBenchCode + form.length, 4);
@@ -196,8 +196,8 @@ TEST_F(OneOperand, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWor
 
 TEST_F(OneOperand, PushOfAByteMovesSpBy2AndPushesAZeroExtendedWord) {
     for (const Form& form : kForms) {
-        const Picture before = Place(form, 16, 0xA1A2A3A4A5A6A79C, 5);
-        Picture after = before;
+        const PaperImage before = Place(form, 16, 0xA1A2A3A4A5A6A79C, 5);
+        PaperImage after = before;
         after.Put(2798, 0x009C, 2);
         after.Put(160, 2798, 4);
         after.Put(136, kBenchCode + form.length, 4);
@@ -209,8 +209,8 @@ TEST_F(OneOperand, PushOfWordLongAndQuadMovesSpBy2And4And8) {
     for (const Form& form : kForms) {
         for (u32 size = 1; size < 4; ++size) {
             const u32 bytes = 1u << size;
-            const Picture before = Place(form, 16 + size, 0xA1A2A3A4A5A6A79C, 6);
-            Picture after = before;
+            const PaperImage before = Place(form, 16 + size, 0xA1A2A3A4A5A6A79C, 6);
+            PaperImage after = before;
             after.Put(2800 - bytes, 0xA1A2A3A4A5A6A79C, bytes);
             after.Put(160, 2800 - bytes, 4);
             after.Put(136, kBenchCode + form.length, 4);
@@ -221,9 +221,9 @@ TEST_F(OneOperand, PushOfWordLongAndQuadMovesSpBy2And4And8) {
 
 TEST_F(OneOperand, PopOfAByteMovesSpBy2AndTakesTheLowByte) {
     for (const Form& form : kForms) {
-        Picture before = Place(form, 20, 0xA1A2A3A4A5A6A7A8, 7);
+        PaperImage before = Place(form, 20, 0xA1A2A3A4A5A6A7A8, 7);
         before.Put(2800, 0x8091, 2);
-        Picture after = before;
+        PaperImage after = before;
         after.Put(form.e, 0x91, 1);
         after.Put(160, 2802, 4);
         after.Put(136, kBenchCode + form.length, 4);
@@ -235,9 +235,9 @@ TEST_F(OneOperand, PopOfWordLongAndQuadMovesSpBy2And4And8) {
     for (const Form& form : kForms) {
         for (u32 size = 1; size < 4; ++size) {
             const u32 bytes = 1u << size;
-            Picture before = Place(form, 20 + size, 0xA1A2A3A4A5A6A7A8, 0);
+            PaperImage before = Place(form, 20 + size, 0xA1A2A3A4A5A6A7A8, 0);
             before.Put(2800, 0x8877665544332211, 8);
-            Picture after = before;
+            PaperImage after = before;
             after.Put(form.e, 0x8877665544332211, bytes);
             after.Put(160, 2800 + bytes, 4);
             after.Put(136, kBenchCode + form.length, 4);
@@ -249,8 +249,8 @@ TEST_F(OneOperand, PopOfWordLongAndQuadMovesSpBy2And4And8) {
 TEST_F(OneOperand, PeaPushesTheAddressAsALongAtEverySize) {
     for (const Form& form : kForms) {
         for (u32 operation = 24; operation < 28; ++operation) {
-            const Picture before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 3);
-            Picture after = before;
+            const PaperImage before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 3);
+            PaperImage after = before;
             after.Put(2796, form.e, 4);
             after.Put(160, 2796, 4);
             after.Put(136, kBenchCode + form.length, 4);
@@ -262,8 +262,8 @@ TEST_F(OneOperand, PeaPushesTheAddressAsALongAtEverySize) {
 TEST_F(OneOperand, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
     for (const Form& form : kForms) {
         for (const u32 operation : {0u, 1u}) {
-            const Picture before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
-            Picture after = before;
+            const PaperImage before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
+            PaperImage after = before;
             after.Put(136, kBenchCode + form.length, 4);
             ExpectRun(NameOf("an illegal size", form, 5), before,
                       {.after = after,
@@ -278,7 +278,7 @@ TEST_F(OneOperand, OperationNumbers28To31And72To127AreIllegal) {
             continue;
         }
         for (const Form& form : kForms) {
-            const Picture before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
+            const PaperImage before = Place(form, operation, 0xA1A2A3A4A5A6A7A8, 5);
             ExpectRun(NameOf("an illegal operation", form, 5), before,
                       {.after = before,
                        .outcome = Outcome::IllegalOpcode,
@@ -290,9 +290,9 @@ TEST_F(OneOperand, OperationNumbers28To31And72To127AreIllegal) {
 
 TEST_F(OneOperand, TheRegisterNumberIsNotMasked) {
     // PUSH.L of register 16 pushes the PC word at 136, the address of this PUSH.
-    Picture before = BenchPicture();
+    PaperImage before = BenchPicture();
     before.PutWords(kBenchCode, {18u << 8 | 212 | 16u << 16});
-    Picture after = before;
+    PaperImage after = before;
     after.Put(2796, 512, 4);
     after.Put(160, 2796, 4);
     after.Put(136, 516, 4);

@@ -46,7 +46,7 @@ void HostService() {
 }
 
 void PlainService(plain::Machine& m) {
-    Picture picture{std::move(m.memory)};
+    PaperImage picture{std::move(m.memory)};
     const u32 digest =
         Digest(static_cast<u32>(picture.Get(136, 4)), static_cast<u32>(picture.Get(160, 4)),
                static_cast<u32>(picture.Get(168, 4)), static_cast<u8>(picture.Get(192, 1)));

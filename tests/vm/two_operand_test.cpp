@@ -371,8 +371,8 @@ u32 Bytes(u32 operation) {
     return 1u << (operation & 3);
 }
 
-Picture FormPicture() {
-    Picture picture = BenchPicture();
+PaperImage FormPicture() {
+    PaperImage picture = BenchPicture();
     picture.Put(RegisterAt(6), 0x8765432100000000 | kIndexA, 8);
     picture.Put(RegisterAt(7), 0x12345678FFFFFFF0, 8);
     picture.Put(kSlot, 0xC1C2C3C4C5C6C7C8, 8);
@@ -389,7 +389,7 @@ bool QuickFor(u64 b, u32 operation, u32& field) {
 
 // Places the instruction and B. The picture is then the state before; returns PC after it, 0 when
 // the form cannot hold this B.
-u32 Encode(Picture& picture, const Form& form, u32 operation, u64 b) {
+u32 Encode(PaperImage& picture, const Form& form, u32 operation, u64 b) {
     u32 w = form.code | form.fields | operation << 9;
     std::vector<u32> words = form.words;
     u32 length = form.length;
@@ -415,7 +415,7 @@ u32 Encode(Picture& picture, const Form& form, u32 operation, u64 b) {
 }
 
 // What the immediate slot holds after decoding: 8 bytes for QUAD, else the low 4.
-void FillSlot(Picture& after, const Form& form, u32 operation, u64 b) {
+void FillSlot(PaperImage& after, const Form& form, u32 operation, u64 b) {
     if (form.source == Form::Memory) {
         return;
     }
@@ -444,14 +444,14 @@ TEST_F(TwoOperands, EveryOperationAtEverySizeInEveryFormGivesTheResultAndFlagsWo
     for (const Case& c : kCases) {
         for (const Form& form : kForms) {
             for (const u32 flags : {0u, 7u}) {
-                Picture before = FormPicture();
+                PaperImage before = FormPicture();
                 before.Put(192, flags, 1);
                 before.Put(form.a, c.a, Bytes(c.operation));
                 const u32 pc = Encode(before, form, c.operation, c.b);
                 if (pc == 0) {
                     continue;
                 }
-                Picture after = before;
+                PaperImage after = before;
                 FillSlot(after, form, c.operation, c.b);
                 after.Put(form.a, c.result, IsMovez(c.operation) ? 8 : Bytes(c.operation));
                 after.Put(192, c.flags == kKept ? flags : static_cast<u32>(c.flags), 1);
@@ -479,10 +479,10 @@ TEST_F(TwoOperands, EveryOperationAndSizeHasACaseThatFitsAQuickSource) {
 TEST_F(TwoOperands, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
     for (const u32 operation : {68u, 69u, 72u, 73u, 76u, 77u, 80u, 81u, 84u, 85u}) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 5, 1);
             const u32 pc = Encode(before, form, operation, 3);
-            Picture after = before;
+            PaperImage after = before;
             FillSlot(after, form, operation, 3);
             after.Put(136, pc, 4);
             ExpectRun(NameOf("an illegal size", form, 5), before,
@@ -495,10 +495,10 @@ TEST_F(TwoOperands, FloatingPointOperationsOfByteOrWordSizeReportAndGoOn) {
 TEST_F(TwoOperands, OperationNumbers96To119AreIllegalAfterDecoding) {
     for (u32 operation = 96; operation < 120; ++operation) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 3, 1);
             ASSERT_NE(Encode(before, form, operation, 5), 0u);
-            Picture after = before;
+            PaperImage after = before;
             // Decoding comes first, so the immediate slot is filled; PC stays.
             FillSlot(after, form, operation, 5);
             ExpectRun(NameOf("an illegal operation", form, 3), before,
@@ -513,10 +513,10 @@ TEST_F(TwoOperands, OperationNumbers96To119AreIllegalAfterDecoding) {
 TEST_F(TwoOperands, LeaStoresTheAddressOfBAsALongAtEverySizeInEveryForm) {
     for (u32 operation = 88; operation < 92; ++operation) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 6, 1);
             const u32 pc = Encode(before, form, operation, 6);
-            Picture after = before;
+            PaperImage after = before;
             FillSlot(after, form, operation, 6);
             after.Put(form.a, form.b, 4);
             after.Put(136, pc, 4);
@@ -528,14 +528,14 @@ TEST_F(TwoOperands, LeaStoresTheAddressOfBAsALongAtEverySizeInEveryForm) {
 TEST_F(TwoOperands, BlockmoveCopiesCountTimesSizeBytesInEveryForm) {
     for (u32 operation = 92; operation < 96; ++operation) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 1, 1);
             before.Put(184, 3, 4);
             const u32 pc = Encode(before, form, operation, 0xFFFFFFFFFFFFFFFE);
-            Picture after = before;
+            PaperImage after = before;
             FillSlot(after, form, operation, 0xFFFFFFFFFFFFFFFE);
             // 3, 6, 12 or 24 bytes; the ranges do not overlap, but for R3's and R5's.
-            const Picture source = after;
+            const PaperImage source = after;
             const u32 total = 3 * Bytes(operation);
             for (u32 i = 0; i < total; ++i) {
                 after.Put(form.a + i, source.Get(form.b + i, 1), 1);
@@ -549,13 +549,13 @@ TEST_F(TwoOperands, BlockmoveCopiesCountTimesSizeBytesInEveryForm) {
 TEST_F(TwoOperands, PushblockPushesAsManyBytesAsAHoldsInEveryForm) {
     for (u32 operation = 120; operation < 124; ++operation) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 4, 1);
             const u32 pc = Encode(before, form, operation, 7);
             // The BYTE form looks at 0x0D alone, the others at 0x010D = 269. Form 5 takes the
             // address 1105 itself: SP - 1105 = 1695 is below 2148, a stack overflow.
             before.Put(form.a, 0xEE010D, 4);
-            Picture after = before;
+            PaperImage after = before;
             FillSlot(after, form, operation, 7);
             if (form.code == 5) {
                 ExpectRun(NameOf("PUSHBLOCK", form, 4), before,
@@ -565,7 +565,7 @@ TEST_F(TwoOperands, PushblockPushesAsManyBytesAsAHoldsInEveryForm) {
                 continue;
             }
             const u32 n = operation == 120 ? 13 : 269;
-            const Picture source = after;
+            const PaperImage source = after;
             for (u32 i = 0; i < n; ++i) {
                 after.Put(2800 - n + i, source.Get(form.b + i, 1), 1);
             }
@@ -579,14 +579,14 @@ TEST_F(TwoOperands, PushblockPushesAsManyBytesAsAHoldsInEveryForm) {
 TEST_F(TwoOperands, PeekblockCopiesAsManyBytesAsAHoldsToBInEveryForm) {
     for (u32 operation = 124; operation < 128; ++operation) {
         for (const Form& form : kForms) {
-            Picture before = FormPicture();
+            PaperImage before = FormPicture();
             before.Put(192, 2, 1);
             const u32 pc = Encode(before, form, operation, 7);
             // 5 bytes, for WORD and above 0x0105 = 261, but into registers and the slot, where
             // 261 bytes would reach PC and beyond, 5 at every size. Form 5 is no exception.
             const bool header = form.b < 512;
             before.Put(form.a, header ? 0xEE0005 : 0xEE0105, 4);
-            Picture after = before;
+            PaperImage after = before;
             FillSlot(after, form, operation, 7);
             const u32 n = operation == 124 || header ? 5 : 261;
             for (u32 i = 0; i < n; ++i) {

@@ -264,7 +264,7 @@ CallsRun RunCalls(std::string_view wasm, const std::string& calls,
     return RunTranslated(Translate(wasm, options), calls);
 }
 
-CallsRun RunTranslated(const Translation& translation, const std::string& calls) {
+CallsRun RunTranslated(const TranslatedModule& translation, const std::string& calls) {
     CallsRun run;
     if (!translation.ok) {
         run.errors = translation.errors;

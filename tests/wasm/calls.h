@@ -30,7 +30,7 @@ CallsRun RunCalls(std::string_view wasm, const std::string& calls,
 std::string CallText(const std::vector<RandomModule::Call>& calls);
 
 // The same for a module that has been translated.
-CallsRun RunTranslated(const Translation& translation, const std::string& calls);
+CallsRun RunTranslated(const TranslatedModule& translation, const std::string& calls);
 
 // What wabt's interpreter says to the calls of a row of modules: for each module the lines that the
 // log would get, up to and with the first trap ("Trap: WHAT"), or for all calls, as if none had

@@ -84,7 +84,7 @@ TEST_P(WasmCasesTest, DoWhatWabtsInterpreterSays) {
     const std::string wasm = WasmOfText(text, {"--debug-names"});
     TranslateOptions options = CallOptions();
     options.checkBounds = cases.checkBounds;
-    const Translation translation = Translate(wasm, options);
+    const TranslatedModule translation = Translate(wasm, options);
     ASSERT_TRUE(translation.ok) << translation.errors[0];
 
     std::vector<RandomModule> modules;

@@ -36,7 +36,7 @@ TEST_P(WasmCoreTest, WhatIsAModuleIsTranslatedAndWhatIsNoneIsRefused) {
         }
         const std::string where = name + ".wast:" + found[2].str();
         const std::string bytes = ReadTextFile(folder.path + "/" + found[3].str());
-        const Translation translation = Translate(bytes, CallOptions());
+        const TranslatedModule translation = Translate(bytes, CallOptions());
         if (found[1] == "module") {
             EXPECT_TRUE(translation.ok) << where << ": " << translation.errors[0];
             ++valid;

@@ -45,7 +45,7 @@ void Keep(const std::string& bytes, const std::string& name) {
     }
 }
 
-void ExpectRefused(const Translation& translation, const std::string& what) {
+void ExpectRefused(const TranslatedModule& translation, const std::string& what) {
     EXPECT_FALSE(translation.ok) << what;
     EXPECT_FALSE(translation.errors.empty()) << what;
     EXPECT_TRUE(translation.bytes.empty()) << what;
@@ -101,7 +101,7 @@ TEST_F(WasmMalformedTest, WhatNodeRefusesIsRefused) {
         }
         const std::vector<bool> accepted = NodeAccepts(mutants);
         for (size_t i = 0; i < mutants.size(); ++i) {
-            const Translation translation = Translate(mutants[i], CallOptions());
+            const TranslatedModule translation = Translate(mutants[i], CallOptions());
             const std::string name = "mutant " + std::to_string(done + i);
             if (translation.ok) {
                 EXPECT_TRUE(accepted[i]) << name;

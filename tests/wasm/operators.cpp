@@ -77,4 +77,43 @@ const std::vector<NumericOperator>& NumericOperators() {
     return all;
 }
 
+const std::vector<u64>& Corners(char type) {
+    static const std::vector<u64> longs = {
+        0,          1,          2,          3,          7,          31,         32,
+        33,         127,        128,        0xFFFF,     0x8000,     0x12345678, 0x7FFFFFFF,
+        0x80000000, 0x80000001, 0xFFFF0000, 0xFFFFFFE0, 0xFFFFFFFE, 0xFFFFFFFF};
+    static const std::vector<u64> quads = {0,
+                                           1,
+                                           2,
+                                           7,
+                                           32,
+                                           63,
+                                           64,
+                                           65,
+                                           0x7FFFFFFF,
+                                           0x80000000,
+                                           0xFFFFFFFF,
+                                           0x100000000,
+                                           0x123456789ABCDEF0,
+                                           0x7FFFFFFFFFFFFFFF,
+                                           0x8000000000000000,
+                                           0x8000000000000001,
+                                           0xFFFFFFFF80000000,
+                                           0xFFFFFFFFFFFFFFC0,
+                                           0xFFFFFFFFFFFFFFFE,
+                                           0xFFFFFFFFFFFFFFFF};
+    // 0, subnormal, 1, halves, limits of the integers, the largest, infinite, quiet and signalling.
+    static const std::vector<u64> floats = {
+        0x00000000, 0x80000000, 0x00000001, 0x807FFFFF, 0x00800000, 0x3F800000, 0xBF7FFFFF,
+        0x3F000000, 0xC0200000, 0x40600000, 0x4B000001, 0x4F000000, 0xCF000000, 0x5F000000,
+        0x4F7FFFFF, 0x7F7FFFFF, 0x7F800000, 0xFF800000, 0x7FC00000, 0xFFA00001};
+    static const std::vector<u64> doubles = {
+        0x0000000000000000, 0x8000000000000000, 0x0000000000000001, 0x800FFFFFFFFFFFFF,
+        0x36A0000000000000, 0x3810000000000000, 0x3FF0000000000000, 0xBFEFFFFFFFFFFFFF,
+        0x3FE0000000000000, 0xC004000000000000, 0x3FF0000010000000, 0x41DFFFFFFFFFFFFF,
+        0xC1E0000000100000, 0x43E0000000000000, 0x43EFFFFFFFFFFFFF, 0x47EFFFFFF0000000,
+        0x7FEFFFFFFFFFFFFF, 0xFFF0000000000000, 0x7FF8000000000000, 0xFFF4000000000001};
+    return type == 'i' ? longs : type == 'I' ? quads : type == 'f' ? floats : doubles;
+}
+
 }  // namespace moxi

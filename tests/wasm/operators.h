@@ -19,4 +19,7 @@ struct NumericOperator {
 // All of them, in the order of their bytes.
 const std::vector<NumericOperator>& NumericOperators();
 
+// Twenty values of a type, as bits: those at which operators change what they do.
+const std::vector<u64>& Corners(char type);
+
 }  // namespace moxi

@@ -157,14 +157,14 @@ TEST(WasmRefusal, DamagedModulesAreRefusedOrTranslated) {
             (i32.add (call_indirect (param i32 i64) (result i32)
                 (i32.load offset=3 (local.get 0)) (local.get 1) (i32.const 1)) (local.get 0)))))");
     for (size_t length = 0; length < whole.size(); ++length) {
-        const Translation result = Translate(whole.substr(0, length), CallOptions());
+        const TranslatedModule result = Translate(whole.substr(0, length), CallOptions());
         EXPECT_NE(result.ok, !result.errors.empty()) << length;
     }
     for (size_t at = 0; at < whole.size(); ++at) {
         for (const u32 change : {0x01u, 0x40u, 0x80u, 0xFFu}) {
             std::string damaged = whole;
             damaged[at] = static_cast<char>(static_cast<u8>(damaged[at]) ^ change);
-            const Translation result = Translate(damaged, CallOptions());
+            const TranslatedModule result = Translate(damaged, CallOptions());
             EXPECT_NE(result.ok, !result.errors.empty()) << at;
         }
     }

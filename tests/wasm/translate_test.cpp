@@ -275,7 +275,7 @@ TEST_F(WasmTranslateTest, AJumpOutOfFunctionsComesBackToItsPlace) {
 Texts FunctionsOf(const std::string& text) {
     TranslateOptions options = CallOptions();
     options.wantSymbols = true;
-    const Translation translation = Translate(WasmOfText(text, {"--debug-names"}), options);
+    const TranslatedModule translation = Translate(WasmOfText(text, {"--debug-names"}), options);
     EXPECT_TRUE(translation.ok);
     Texts names;
     for (const TranslatedSymbol& symbol : translation.symbols) {

@@ -55,9 +55,9 @@ PangoLayout* NewText(cairo_t* context, const std::string& text, double fontSize,
     return layout;
 }
 
-Area Measure(cairo_t* context, const std::string& text, double fontSize, i32 width) {
+ScreenArea Measure(cairo_t* context, const std::string& text, double fontSize, i32 width) {
     PangoLayout* layout = NewText(context, text, fontSize, width);
-    Area area;
+    ScreenArea area;
     pango_layout_get_pixel_size(layout, &area.width, &area.height);
     g_object_unref(layout);
     return area;
@@ -70,15 +70,15 @@ BoxLayout LayOut(cairo_t* context, const std::string& message,
     box.sign = {kMargin, kMargin, kSignSize, kSignSize};
     const i32 textLeft = kMargin + kSignSize + kGap;
     const i32 textWidth = std::clamp(widest - textLeft - kMargin, 40, kMessageWidth);
-    const Area text = Measure(context, message, fontSize, textWidth);
+    const ScreenArea text = Measure(context, message, fontSize, textWidth);
     box.message = {textLeft, kMargin, std::min(text.width, textWidth), text.height};
 
     i32 rowWidth = -kButtonGap;
     i32 rowHeight = 0;
     for (const std::string& button : buttons) {
-        const Area label = Measure(context, button, fontSize, 0);
-        const Area face = {0, 0, std::max(label.width + 2 * kButtonPadding, kSmallestButton),
-                           label.height + 14};
+        const ScreenArea label = Measure(context, button, fontSize, 0);
+        const ScreenArea face = {0, 0, std::max(label.width + 2 * kButtonPadding, kSmallestButton),
+                                 label.height + 14};
         rowWidth += face.width + kButtonGap;
         rowHeight = std::max(rowHeight, face.height);
         box.buttons.push_back(face);
@@ -86,7 +86,7 @@ BoxLayout LayOut(cairo_t* context, const std::string& message,
     box.width = std::max(textLeft + std::max(box.message.width, 200), kMargin + rowWidth) + kMargin;
     const i32 rowTop = kMargin + std::max(box.message.height, kSignSize) + kGap;
     i32 right = box.width - kMargin;
-    for (Area& button : box.buttons) {
+    for (ScreenArea& button : box.buttons) {
         button.x = right - button.width;
         button.y = rowTop;
         right = button.x - kButtonGap;
@@ -118,7 +118,7 @@ BoxLayout LayOutBox(const std::string& message, const std::vector<std::string>& 
         // Text that is too long even so loses its end and not the buttons.
         const i32 excess = box.height - highest;
         box.message.height = std::max(box.message.height - excess, kSignSize);
-        for (Area& button : box.buttons) {
+        for (ScreenArea& button : box.buttons) {
             button.y -= excess;
         }
         box.height = highest;
@@ -133,7 +133,7 @@ void SetColour(cairo_t* context, const Colour& colour) {
     cairo_set_source_rgb(context, colour.red, colour.green, colour.blue);
 }
 
-void DrawSign(cairo_t* context, const Area& area) {
+void DrawSign(cairo_t* context, const ScreenArea& area) {
     const double left = area.x + 3;
     const double right = area.x + area.width - 3;
     const double top = area.y + 4;
@@ -162,7 +162,8 @@ void DrawSign(cairo_t* context, const Area& area) {
 }
 
 // Edges lie between whole pixels at any scale, so that they are sharp.
-void DrawButtonFace(cairo_t* context, const Area& area, double scale, bool pressed, bool hasFocus) {
+void DrawButtonFace(cairo_t* context, const ScreenArea& area, double scale, bool pressed,
+                    bool hasFocus) {
     const double left = std::round(area.x * scale);
     const double top = std::round(area.y * scale);
     const double right = std::round((area.x + area.width) * scale);
@@ -180,7 +181,7 @@ void DrawButtonFace(cairo_t* context, const Area& area, double scale, bool press
     cairo_restore(context);
 }
 
-void DrawLabel(cairo_t* context, const Area& area, const std::string& text, double fontSize) {
+void DrawLabel(cairo_t* context, const ScreenArea& area, const std::string& text, double fontSize) {
     PangoLayout* layout = NewText(context, text, fontSize, 0);
     i32 width = 0;
     i32 height = 0;
@@ -204,7 +205,7 @@ void DrawBox(cairo_surface_t* surface, const BoxLayout& layout, const std::strin
     DrawSign(context, layout.sign);
 
     cairo_save(context);
-    const Area& area = layout.message;
+    const ScreenArea& area = layout.message;
     cairo_rectangle(context, area.x, area.y, area.width + 1, area.height);
     cairo_clip(context);
     PangoLayout* text = NewText(context, message, layout.fontSize, area.width + 1);
@@ -238,7 +239,7 @@ int ButtonAt(const BoxLayout& layout, i32 x, i32 y) {
     const double unitX = x / layout.scale;
     const double unitY = y / layout.scale;
     for (std::size_t i = 0; i < layout.buttons.size(); ++i) {
-        const Area& button = layout.buttons[i];
+        const ScreenArea& button = layout.buttons[i];
         if (unitX >= button.x && unitX < button.x + button.width && unitY >= button.y &&
             unitY < button.y + button.height) {
             return static_cast<int>(i);

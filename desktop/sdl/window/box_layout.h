@@ -16,9 +16,9 @@ struct BoxLayout {
     double scale = 1;
     i32 width = 0;
     i32 height = 0;
-    Area sign;                  // the warning sign
-    Area message;               // the text
-    std::vector<Area> buttons;  // in the order of the texts
+    ScreenArea sign;                  // the warning sign
+    ScreenArea message;               // the text
+    std::vector<ScreenArea> buttons;  // in the order of the texts
     double fontSize = 0;
 };
 

@@ -173,7 +173,7 @@ constexpr std::size_t kSlack = 512;
 // Pictures of so many pixels go past the caches.
 constexpr std::size_t kStreamedPixels = std::size_t{1} << 18;
 
-// A row that nothing here reads again.
+// Writes one row of the target; with `streams` past the caches, since nothing here reads it again.
 void PutRow(u8* to, const u8* from, std::size_t count, bool exchanges, bool streams) {
     if (streams) {
         HWY_DYNAMIC_DISPATCH(StreamHere)(to, from, count, exchanges);
@@ -237,7 +237,7 @@ struct Workspace {
 struct Job {
     const SourcePicture& from;
     const TargetPicture& to;
-    Area place;
+    ScreenArea place;
     Axis across;
     Axis down;
     Span columns;
@@ -250,7 +250,7 @@ struct Job {
     bool Streams() const {
         return Width() * static_cast<std::size_t>(rows.end - rows.first) >= kStreamedPixels;
     }
-    // The row as it was drawn.
+    // A row that is in the target's order of bytes already.
     void Put(i32 row, const std::vector<u32>& drawn) const {
         PutRow(RowOf(row), reinterpret_cast<const u8*>(drawn.data()), Width(), false, Streams());
     }
@@ -338,8 +338,8 @@ void DrawSmooth(const Job& job) {
 
 }  // namespace
 
-Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& place,
-             const Area& changed, bool smooth) {
+ScreenArea Enlarge(const SourcePicture& from, const TargetPicture& to, const ScreenArea& place,
+                   const ScreenArea& changed, bool smooth) {
     const i32 left = std::max(changed.x, 0);
     const i32 top = std::max(changed.y, 0);
     const i32 right = std::min(changed.x + changed.width, from.width);
@@ -368,7 +368,7 @@ Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& pla
             job.columns.end - job.columns.first, job.rows.end - job.rows.first};
 }
 
-void CopyPixels(const SourcePicture& from, const TargetPicture& to, const Area& area) {
+void CopyPixels(const SourcePicture& from, const TargetPicture& to, const ScreenArea& area) {
     const std::size_t width = static_cast<std::size_t>(std::max(area.width, 0));
     const bool streams =
         width * static_cast<std::size_t>(std::max(area.height, 0)) >= kStreamedPixels;

@@ -27,10 +27,10 @@ struct TargetPicture {
 // around its centre, in 256ths and rounded, first across and then down.
 //
 // What is larger than the caches is written past them: nothing here reads it again.
-Area Enlarge(const SourcePicture& from, const TargetPicture& to, const Area& place,
-             const Area& changed, bool smooth);
+ScreenArea Enlarge(const SourcePicture& from, const TargetPicture& to, const ScreenArea& place,
+                   const ScreenArea& changed, bool smooth);
 
 // Draws the pixels in `area`, which lies in both, at the same place.
-void CopyPixels(const SourcePicture& from, const TargetPicture& to, const Area& area);
+void CopyPixels(const SourcePicture& from, const TargetPicture& to, const ScreenArea& area);
 
 }  // namespace moxi

@@ -7,29 +7,29 @@
 
 namespace moxi {
 
-WindowFrame FromArea(const Area& area, const Area& mainScreen) {
+WindowFrame FromArea(const ScreenArea& area, const ScreenArea& mainScreen) {
     const i32 bottom = mainScreen.y + mainScreen.height;
     return {area.x - mainScreen.x, bottom - (area.y + area.height), area.width, area.height};
 }
 
-Area ToArea(const WindowFrame& frame, const Area& mainScreen) {
+ScreenArea ToArea(const WindowFrame& frame, const ScreenArea& mainScreen) {
     const i32 bottom = mainScreen.y + mainScreen.height;
     return {frame.x + mainScreen.x, bottom - (frame.y + frame.height), frame.width, frame.height};
 }
 
-Area WithoutBorders(const Area& frame, const Borders& borders) {
+ScreenArea WithoutBorders(const ScreenArea& frame, const Borders& borders) {
     return {frame.x + borders.left, frame.y + borders.top,
             std::max(frame.width - borders.left - borders.right, 1),
             std::max(frame.height - borders.top - borders.bottom, 1)};
 }
 
-Area WithBorders(const Area& content, const Borders& borders) {
+ScreenArea WithBorders(const ScreenArea& content, const Borders& borders) {
     return {content.x - borders.left, content.y - borders.top,
             content.width + borders.left + borders.right,
             content.height + borders.top + borders.bottom};
 }
 
-Area TouchedPixels(const ViewRect& rect, ViewSize view) {
+ScreenArea TouchedPixels(const ViewRect& rect, ViewSize view) {
     const ViewRect inside = Clipped(rect, view);
     if (IsEmpty(inside)) {
         return {};

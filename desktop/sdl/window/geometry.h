@@ -8,13 +8,13 @@
 namespace moxi {
 
 // A rectangle in SDL's coordinates.
-struct Area {
+struct ScreenArea {
     i32 x = 0;
     i32 y = 0;
     i32 width = 0;
     i32 height = 0;
 
-    bool operator==(const Area&) const = default;
+    bool operator==(const ScreenArea&) const = default;
 };
 
 struct Borders {
@@ -26,14 +26,14 @@ struct Borders {
     bool operator==(const Borders&) const = default;
 };
 
-WindowFrame FromArea(const Area& area, const Area& mainScreen);
-Area ToArea(const WindowFrame& frame, const Area& mainScreen);
+WindowFrame FromArea(const ScreenArea& area, const ScreenArea& mainScreen);
+ScreenArea ToArea(const WindowFrame& frame, const ScreenArea& mainScreen);
 
 // The content that a frame leaves between its borders, at least 1 x 1, and the other way.
-Area WithoutBorders(const Area& frame, const Borders& borders);
-Area WithBorders(const Area& content, const Borders& borders);
+ScreenArea WithoutBorders(const ScreenArea& frame, const Borders& borders);
+ScreenArea WithBorders(const ScreenArea& content, const Borders& borders);
 
 // The pixels, rows top first, that `rect` touches, even in part; never outside the view.
-Area TouchedPixels(const ViewRect& rect, ViewSize view);
+ScreenArea TouchedPixels(const ViewRect& rect, ViewSize view);
 
 }  // namespace moxi

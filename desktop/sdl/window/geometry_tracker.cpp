@@ -8,25 +8,25 @@ namespace moxi {
 
 namespace {
 
-bool SamePosition(const Area& a, const Area& b) {
+bool SamePosition(const ScreenArea& a, const ScreenArea& b) {
     return a.x == b.x && a.y + a.height == b.y + b.height;
 }
 
-bool SameCorner(const Area& a, const Area& b) {
+bool SameCorner(const ScreenArea& a, const ScreenArea& b) {
     return a.x == b.x && a.y == b.y;
 }
 
-bool SameSize(const Area& a, const Area& b) {
+bool SameSize(const ScreenArea& a, const ScreenArea& b) {
     return a.width == b.width && a.height == b.height;
 }
 
-GeometryChange Compare(const Area& before, const Area& after) {
+GeometryChange Compare(const ScreenArea& before, const ScreenArea& after) {
     return {!SamePosition(before, after), !SameSize(before, after)};
 }
 
 }  // namespace
 
-GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now) {
+GeometryChange AskGeometry(GeometryTracker& tracker, const ScreenArea& asked, u64 now) {
     const GeometryChange change = Compare(tracker.known, asked);
     tracker.outlived.push_back({tracker.known, now + kEchoNanoseconds});
     tracker.known = asked;
@@ -38,7 +38,7 @@ void HoldNews(GeometryTracker& tracker, u64 now) {
     tracker.heldUntil = now + kHoldNanoseconds;
 }
 
-GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now) {
+GeometryChange ObserveGeometry(GeometryTracker& tracker, const ScreenArea& actual, u64 now) {
     if (now < tracker.heldUntil) {
         return {};
     }
@@ -46,8 +46,9 @@ GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64
     std::erase_if(tracker.outlived, [now](const auto& each) { return each.until <= now; });
 
     // Reports speak of the top-left corner, so that is what tells an old position.
-    Area news = tracker.known;
-    const auto isLate = [&tracker](const Area& area, bool (*same)(const Area&, const Area&)) {
+    ScreenArea news = tracker.known;
+    const auto isLate = [&tracker](const ScreenArea& area,
+                                   bool (*same)(const ScreenArea&, const ScreenArea&)) {
         return std::any_of(tracker.outlived.begin(), tracker.outlived.end(),
                            [&](const auto& each) { return same(each.area, area); });
     };
@@ -78,7 +79,7 @@ u64 NextObservation(const GeometryTracker& tracker) {
 namespace {
 
 bool IsInPieces(FrameWatch& watch, const Placement& placement, const Borders& known,
-                const Area& reported) {
+                const ScreenArea& reported) {
     const bool fits = WithBorders(placement.content, placement.borders) == placement.frame;
     watch.framesFit = watch.framesFit || fits;
     const bool differs = placement.borders != known;
@@ -92,7 +93,7 @@ bool IsInPieces(FrameWatch& watch, const Placement& placement, const Borders& kn
 }  // namespace
 
 bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
-                     const Area& reported, u64 now) {
+                     const ScreenArea& reported, u64 now) {
     if (!IsInPieces(watch, placement, known, reported)) {
         watch.waitUntil = 0;
         return false;

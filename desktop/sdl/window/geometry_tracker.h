@@ -13,11 +13,11 @@ namespace moxi {
 
 struct GeometryTracker {
     struct Outlived {
-        Area area;
+        ScreenArea area;
         u64 until;  // nanoseconds; later it counts as a change like any other
     };
 
-    Area known;                      // content area that the application was told or asked for
+    ScreenArea known;                // content area that the application was told or asked for
     std::vector<Outlived> outlived;  // geometries that a request has taken the place of
     u64 heldUntil = 0;               // a request is being answered; 0 when none is
 };
@@ -35,33 +35,33 @@ constexpr u64 kHoldNanoseconds = 100'000'000;
 constexpr u64 kEchoNanoseconds = 500'000'000;
 
 // The application asks for `asked`. Answers what changes for it.
-GeometryChange AskGeometry(GeometryTracker& tracker, const Area& asked, u64 now);
+GeometryChange AskGeometry(GeometryTracker& tracker, const ScreenArea& asked, u64 now);
 // The request has been given to the desktop only now.
 void HoldNews(GeometryTracker& tracker, u64 now);
 // The desktop shows `actual`. Answers what is news, and `known` then holds it.
-GeometryChange ObserveGeometry(GeometryTracker& tracker, const Area& actual, u64 now);
+GeometryChange ObserveGeometry(GeometryTracker& tracker, const ScreenArea& actual, u64 now);
 // When ObserveGeometry is to be called again without a report; kNever (common/timers.h) for never.
 u64 NextObservation(const GeometryTracker& tracker);
 
 // Where the window manager has the window, as of one moment.
 struct Placement {
-    Area content;
-    Borders borders;  // around it, as the window manager says
-    Area frame;       // the window that the content lies in, if only in itself
+    ScreenArea content;
+    Borders borders;   // around it, as the window manager says
+    ScreenArea frame;  // the window that the content lies in, if only in itself
 };
 
 // A window manager changes frame, content and borders one after the other, and on a busy machine
 // much can happen between. What is to be seen meanwhile is neither the window before nor the one
 // after; frames that fit their content tell when it is over.
 struct FrameWatch {
-    bool framesFit = false;  // they do with this window manager, and did at last
+    bool framesFit = false;  // at the last look the frame fitted its content and borders
     u64 waitUntil = 0;       // a change is under way; 0 when none is
     u64 nextLook = 0;        // meaningful with waitUntil
 };
 
 // How long a window manager may take from the first part of a change to the last.
 constexpr u64 kFrameNanoseconds = 1'000'000'000;
-// The same where frames are no evidence, being larger than what is to be seen of them.
+// The same for window managers whose frames are larger than what is seen of them, and tell nothing.
 constexpr u64 kBordersNanoseconds = 30'000'000;
 constexpr u64 kFrameLookNanoseconds = 5'000'000;
 
@@ -69,7 +69,7 @@ constexpr u64 kFrameLookNanoseconds = 5'000'000;
 // told, `reported` the content that the desktop's reports speak of. When it is, ask again at
 // NextFrameLook or earlier.
 bool IsFrameChanging(FrameWatch& watch, const Placement& placement, const Borders& known,
-                     const Area& reported, u64 now);
+                     const ScreenArea& reported, u64 now);
 // kNever (common/timers.h) when no change is under way.
 u64 NextFrameLook(const FrameWatch& watch);
 }  // namespace moxi

@@ -15,7 +15,8 @@
 
 namespace moxi {
 
-// A function of a library that SDL has loaded, if it has: a desktop without it needs none.
+// A function of a library that SDL may have loaded; null when it has not, and then the desktop has
+// no use for it.
 namespace {
 
 template <class F>

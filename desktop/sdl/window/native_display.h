@@ -1,6 +1,6 @@
 #pragma once
-// What SDL does not tell of the connection to the display server. No other header of the tree
-// beside it: the X headers have names and macros of their own for everything.
+// What SDL does not tell of the connection to the display server. The header includes none of ours,
+// because its source includes those of X, which have names and macros of their own for everything.
 
 #include <SDL_video.h>
 

@@ -39,7 +39,7 @@ double NumberOf(const char* text) {
 
 }  // namespace
 
-i32 MostSteps(const Area& mainScreen) {
+i32 MostSteps(const ScreenArea& mainScreen) {
     return std::max(std::min(mainScreen.width / kLeastWidth, mainScreen.height / kLeastHeight), 1);
 }
 
@@ -52,18 +52,18 @@ double WantedDensity(const char* dpi, const char* gdkScale) {
 
 }  // namespace
 
-i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
+i32 DensityOf(const char* dpi, const char* gdkScale, const ScreenArea& mainScreen) {
     const double wanted = std::round(WantedDensity(dpi, gdkScale));
     return static_cast<i32>(std::clamp<double>(wanted, 1, MostSteps(mainScreen)));
 }
 
-double BoxDensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen) {
+double BoxDensityOf(const char* dpi, const char* gdkScale, const ScreenArea& mainScreen) {
     constexpr double kStepsOfOne = 4;
     const double wanted = std::round(WantedDensity(dpi, gdkScale) * kStepsOfOne) / kStepsOfOne;
     return std::clamp<double>(wanted, 1, MostSteps(mainScreen));
 }
 
-ViewSize ViewOf(const Area& content) {
+ViewSize ViewOf(const ScreenArea& content) {
     return {std::max(content.width / pointSize, 1), std::max(content.height / pointSize, 1)};
 }
 
@@ -76,7 +76,8 @@ Borders InPoints(const Borders& borders) {
 
 }  // namespace
 
-WindowFrame FrameOf(const Area& content, const Borders& borders, const Area& mainScreen) {
+WindowFrame FrameOf(const ScreenArea& content, const Borders& borders,
+                    const ScreenArea& mainScreen) {
     const WindowFrame pixels = FromArea(content, mainScreen);
     const Borders around = InPoints(borders);
     const ViewSize view = ViewOf(content);
@@ -85,7 +86,8 @@ WindowFrame FrameOf(const Area& content, const Borders& borders, const Area& mai
             view.width + around.left + around.right, view.height + around.top + around.bottom};
 }
 
-Area ContentOf(const WindowFrame& frame, const Borders& borders, const Area& mainScreen) {
+ScreenArea ContentOf(const WindowFrame& frame, const Borders& borders,
+                     const ScreenArea& mainScreen) {
     const Borders around = InPoints(borders);
     const auto side = [](i64 points) {
         return static_cast<i32>(std::clamp<i64>(points * pointSize, pointSize, kLargestSize));
@@ -99,7 +101,7 @@ Area ContentOf(const WindowFrame& frame, const Borders& borders, const Area& mai
                   mainScreen);
 }
 
-WindowFrame ScreenFrameOf(const Area& screen, const Area& mainScreen) {
+WindowFrame ScreenFrameOf(const ScreenArea& screen, const ScreenArea& mainScreen) {
     const WindowFrame pixels = FromArea(screen, mainScreen);
     return {FloorDiv(pixels.x, screenPointSize), FloorDiv(pixels.y, screenPointSize),
             std::max(pixels.width / screenPointSize, 1),
@@ -114,13 +116,13 @@ i32 Middle(i32 room, i32 size) {
 
 }  // namespace
 
-Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
+ScreenArea PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
     const i64 width = std::max(picture.width, 1);
     const i64 height = std::max(picture.height, 1);
     if (fitting != Fitting::Steps) {
         steps = static_cast<i32>(std::min(room.width / width, room.height / height));
     }
-    // A picture that the room is too small for is made smaller, by whatever that takes.
+    // By fractions, or larger than the room even at one step: scaled until it fits.
     if (fitting == Fitting::Fractions || steps < 1) {
         const bool isWide = width * room.height > height * room.width;
         const i64 shownWidth = isWide ? room.width : room.height * width / height;
@@ -131,7 +133,7 @@ Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
                 shown.height};
     }
     const ViewSize shown = {static_cast<i32>(width * steps), static_cast<i32>(height * steps)};
-    // Pixels that are points have no remainder but for a moment, while the size changes.
+    // At one step the view has the size of the room, but for a moment while the size changes.
     if (fitting == Fitting::Steps && steps == 1) {
         return {0, 0, shown.width, shown.height};
     }
@@ -139,12 +141,12 @@ Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps) {
             shown.height};
 }
 
-Point PicturePoint(Point inRoom, const Area& place, ViewSize picture) {
+Point PicturePoint(Point inRoom, const ScreenArea& place, ViewSize picture) {
     return {FloorDiv((i64{inRoom.x} - place.x) * picture.width, std::max(place.width, 1)),
             FloorDiv((i64{inRoom.y} - place.y) * picture.height, std::max(place.height, 1))};
 }
 
-Point RoomPoint(Point inPicture, const Area& place, ViewSize picture) {
+Point RoomPoint(Point inPicture, const ScreenArea& place, ViewSize picture) {
     const auto middle = [](i64 at, i64 size, i64 count) {
         return FloorDiv((2 * at + 1) * size, 2 * std::max<i64>(count, 1));
     };

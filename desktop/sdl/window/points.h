@@ -16,22 +16,24 @@ extern constinit i32 screenPointSize;
 // The scale that the desktop asks for: the density of the X server's resources or of GDK_SCALE,
 // whichever is larger, in whole steps; no more than leaves room for the smallest window of a game.
 // `dpi` is the text of Xft.dpi, `gdkScale` that of the variable; either may be anything.
-i32 DensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen);
+i32 DensityOf(const char* dpi, const char* gdkScale, const ScreenArea& mainScreen);
 // The same in quarters, for what is drawn at any size.
-double BoxDensityOf(const char* dpi, const char* gdkScale, const Area& mainScreen);
+double BoxDensityOf(const char* dpi, const char* gdkScale, const ScreenArea& mainScreen);
 // The most steps that leave room for that window, at least 1.
-i32 MostSteps(const Area& mainScreen);
+i32 MostSteps(const ScreenArea& mainScreen);
 
 // The view that content has room for, at least 1 x 1.
-ViewSize ViewOf(const Area& content);
+ViewSize ViewOf(const ScreenArea& content);
 
 // The frame in points around content, and the content of a frame. Borders are whole points, so that
 // a frame that is asked for as it was told stays the same.
-WindowFrame FrameOf(const Area& content, const Borders& borders, const Area& mainScreen);
-Area ContentOf(const WindowFrame& frame, const Borders& borders, const Area& mainScreen);
+WindowFrame FrameOf(const ScreenArea& content, const Borders& borders,
+                    const ScreenArea& mainScreen);
+ScreenArea ContentOf(const WindowFrame& frame, const Borders& borders,
+                     const ScreenArea& mainScreen);
 
 // A screen, or a part of one, in points.
-WindowFrame ScreenFrameOf(const Area& screen, const Area& mainScreen);
+WindowFrame ScreenFrameOf(const ScreenArea& screen, const ScreenArea& mainScreen);
 
 // Where a picture of this size is shown in a room of this size.
 enum class Fitting : u8 {
@@ -39,7 +41,7 @@ enum class Fitting : u8 {
     Whole,      // by as many whole steps as there is room for
     Fractions,  // until it touches two edges
 };
-Area PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps);
+ScreenArea PlaceIn(ViewSize room, ViewSize picture, Fitting fitting, i32 steps);
 
 // The picture's pixel at a point of the room; outside of the place it goes on with the same step.
 struct Point {
@@ -48,8 +50,8 @@ struct Point {
 
     bool operator==(const Point&) const = default;
 };
-Point PicturePoint(Point inRoom, const Area& place, ViewSize picture);
+Point PicturePoint(Point inRoom, const ScreenArea& place, ViewSize picture);
 // The middle of a picture's pixel in the room.
-Point RoomPoint(Point inPicture, const Area& place, ViewSize picture);
+Point RoomPoint(Point inPicture, const ScreenArea& place, ViewSize picture);
 
 }  // namespace moxi

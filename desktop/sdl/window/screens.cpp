@@ -22,20 +22,20 @@ constexpr u64 kLookNanoseconds = 500'000'000;
 namespace {
 
 constinit u64 nextLook = 0;
-constinit std::vector<Area> knownScreens;  // as the application was told
+constinit std::vector<ScreenArea> knownScreens;  // as the application was told
 // As the X server told first and last. Once they differ the server knows better than SDL.
-constinit std::vector<Area> firstMonitors;
-constinit std::vector<Area> monitors;
+constinit std::vector<ScreenArea> firstMonitors;
+constinit std::vector<ScreenArea> monitors;
 
-Area FromRect(const SDL_Rect& rect) {
+ScreenArea FromRect(const SDL_Rect& rect) {
     return {rect.x, rect.y, rect.w, rect.h};
 }
 
-std::vector<Area> ScreenAreas() {
+std::vector<ScreenArea> ScreenAreas() {
     if (monitors != firstMonitors) {
         return monitors;
     }
-    std::vector<Area> areas;
+    std::vector<ScreenArea> areas;
     for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
         SDL_Rect bounds;
         if (SDL_GetDisplayBounds(i, &bounds) == 0) {
@@ -48,12 +48,12 @@ std::vector<Area> ScreenAreas() {
 
 }  // namespace
 
-Area MainScreenArea() {
-    const std::vector<Area> areas = ScreenAreas();
-    return areas.empty() ? Area{0, 0, 1920, 1080} : areas.front();
+ScreenArea MainScreenArea() {
+    const std::vector<ScreenArea> areas = ScreenAreas();
+    return areas.empty() ? ScreenArea{0, 0, 1920, 1080} : areas.front();
 }
 
-Area ScreenAreaOf(SDL_Window* window) {
+ScreenArea ScreenAreaOf(SDL_Window* window) {
     SDL_Rect bounds;
     const int index = window != nullptr ? SDL_GetWindowDisplayIndex(window) : -1;
     if (index >= 0 && SDL_GetDisplayBounds(index, &bounds) == 0) {
@@ -63,10 +63,10 @@ Area ScreenAreaOf(SDL_Window* window) {
 }
 
 std::vector<Screen> Screens() {
-    const Area mainScreen = MainScreenArea();
+    const ScreenArea mainScreen = MainScreenArea();
     std::vector<Screen> screens;
     int index = 0;
-    for (const Area& area : ScreenAreas()) {
+    for (const ScreenArea& area : ScreenAreas()) {
         SDL_Rect usable;
         const bool known =
             monitors == firstMonitors && SDL_GetDisplayUsableBounds(index++, &usable) == 0;
@@ -99,7 +99,7 @@ void TellScreenChanges() {
     }
     nextLook = now + kLookNanoseconds;
     LookWhetherWindowExists();
-    std::vector<Area> seen;
+    std::vector<ScreenArea> seen;
     for (const Monitor& monitor : X11Monitors(gameWindow)) {
         seen.push_back({monitor.x, monitor.y, monitor.width, monitor.height});
     }
@@ -109,7 +109,7 @@ void TellScreenChanges() {
         }
         monitors = std::move(seen);
     }
-    std::vector<Area> areas = ScreenAreas();
+    std::vector<ScreenArea> areas = ScreenAreas();
     if (areas == knownScreens) {
         return;
     }
@@ -125,14 +125,14 @@ bool DesktopEnlarges() {
 
 }  // namespace
 
-i32 DesktopDensity(const Area& mainScreen) {
+i32 DesktopDensity(const ScreenArea& mainScreen) {
     if (DesktopEnlarges()) {
         return 1;
     }
     return DensityOf(X11Resource("Xft.dpi").c_str(), std::getenv("GDK_SCALE"), mainScreen);
 }
 
-double BoxDensity(const Area& mainScreen) {
+double BoxDensity(const ScreenArea& mainScreen) {
     if (DesktopEnlarges()) {
         return 1;
     }

@@ -12,9 +12,9 @@ namespace moxi {
 
 std::vector<Screen> Screens();
 // The main screen in SDL's coordinates.
-Area MainScreenArea();
+ScreenArea MainScreenArea();
 // The screen that holds the window, or most of it.
-Area ScreenAreaOf(SDL_Window* window);
+ScreenArea ScreenAreaOf(SDL_Window* window);
 
 void HandleDisplayEvent();
 // Tells the application when the screens are no longer what they were. Looks at them after a
@@ -25,8 +25,8 @@ void StartScreens();
 // Pixels of a side of what the desktop takes for one of a plain screen: 1 or more, no more than
 // leaves room for the smallest window of a game on a screen of this size. On Wayland it is 1, since
 // the compositor enlarges by itself.
-i32 DesktopDensity(const Area& mainScreen);
+i32 DesktopDensity(const ScreenArea& mainScreen);
 // The same in quarters, for boxes.
-double BoxDensity(const Area& mainScreen);
+double BoxDensity(const ScreenArea& mainScreen);
 
 }  // namespace moxi

@@ -31,14 +31,14 @@ constinit Fitting fitting = Fitting::Steps;
 constinit i32 steps = 1;
 constinit bool smooth = false;
 constinit ViewRect requested;           // empty when nothing is
-constinit Area newPixels;               // drawn and not yet shown; empty when width is 0
+constinit ScreenArea newPixels;         // drawn and not yet shown; empty when width is 0
 constinit bool surfaceIsShown = false;  // the host's own
 constinit ViewSize pictureSize;         // of it
 
 // With a surface:
 constinit bool hasSurface = false;
 constinit SDL_Surface* surface = nullptr;  // SDL's; another one after each change of size
-constinit Area shownPlace;                 // of the view, when it was drawn last
+constinit ScreenArea shownPlace;           // of the view, when it was drawn last
 
 // With a texture:
 constinit SDL_Renderer* renderer = nullptr;
@@ -58,7 +58,7 @@ bool IsEnlarged() {
 // slower than doing it here.
 
 bool ThereIsADevice() {
-    // Whoever names a renderer gets it.
+    // The user has named a renderer: it is taken, whatever it is.
     if (SDL_GetHint(SDL_HINT_RENDER_DRIVER) != nullptr) {
         return true;
     }
@@ -184,7 +184,7 @@ bool ServeRedraw() {
     return true;
 }
 
-// --- Where the view is. SDL's points are pixels but on Wayland, with a high density.
+// --- Where the view is. A point of SDL's is a pixel, but on Wayland it may be several.
 
 namespace {
 
@@ -202,11 +202,11 @@ ViewSize Room() {
     return {std::max(size.width, 1), std::max(size.height, 1)};
 }
 
-Area PlaceOfView(ViewSize room) {
+ScreenArea PlaceOfView(ViewSize room) {
     if (surfaceIsShown) {
         return {0, 0, pictureSize.width, pictureSize.height};
     }
-    // Where a point is SDL's, a pixel may be less.
+    // The steps count points; the room counts pixels.
     const i32 density = std::max(room.width / WindowSize().width, 1);
     return PlaceIn(room, viewSize, fitting, steps * density);
 }
@@ -218,7 +218,7 @@ Point ViewPoint(Point inWindow, bool nearest) {
         return inWindow;
     }
     const ViewSize room = Room();
-    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    const ScreenArea whole = {0, 0, WindowSize().width, WindowSize().height};
     const Point pixel = PicturePoint(inWindow, whole, room);
     if (surfaceIsShown) {
         return pixel;
@@ -238,7 +238,7 @@ Point WindowPoint(Point inView) {
         return inView;
     }
     const ViewSize room = Room();
-    const Area whole = {0, 0, WindowSize().width, WindowSize().height};
+    const ScreenArea whole = {0, 0, WindowSize().width, WindowSize().height};
     return PicturePoint(RoomPoint(inView, PlaceOfView(room), viewSize),
                         {0, 0, room.width, room.height}, {whole.width, whole.height});
 }
@@ -256,7 +256,7 @@ bool IsOnView(i32 x, i32 y) {
 
 namespace {
 
-void Clear(const Area& place) {
+void Clear(const ScreenArea& place) {
     const SDL_Rect view = {place.x, place.y, place.width, place.height};
     if (IsEnlarged()) {
         SDL_FillRect(surface, nullptr, SDL_MapRGB(surface->format, 0, 0, 0));
@@ -273,7 +273,7 @@ bool PrepareSurface() {
     if (surface == nullptr || surface->format->BytesPerPixel != 4) {
         return false;
     }
-    const Area place = PlaceOfView({surface->w, surface->h});
+    const ScreenArea place = PlaceOfView({surface->w, surface->h});
     if (isNew || (IsEnlarged() && place != shownPlace)) {
         Clear(place);
         // What was drawn before at another place is gone.
@@ -288,7 +288,8 @@ SourcePicture Source(const ViewPixels& view) {
     return {view.pixels, view.width, view.height, 4 * view.width};
 }
 
-// What is shown as it is needs no pixel beside those that have been drawn.
+// The drawn rectangle as the processor has it nearest: enough for a view that is shown as it is,
+// while enlarging needs pixels around it, too.
 SourcePicture NearerSource(const ViewPixels& view) {
     if (view.nearer == nullptr) {
         return Source(view);
@@ -302,7 +303,7 @@ TargetPicture Target() {
 }
 
 // Enlarged, over `shownPlace`.
-Area EnlargeOnSurface(const ViewPixels& view, const Area& area) {
+ScreenArea EnlargeOnSurface(const ViewPixels& view, const ScreenArea& area) {
     return Enlarge(Source(view), Target(), shownPlace, area, smooth);
 }
 
@@ -324,7 +325,7 @@ bool PrepareTexture() {
                                 size.height);
     textureSize = size;
     if (texture == nullptr) {
-        return false;  // the size stays, and tells that it was asked for
+        return false;  // a size without a texture tells that there could be none
     }
     SDL_SetTextureBlendMode(texture, SDL_BLENDMODE_NONE);
     const std::vector<u32> white(
@@ -365,7 +366,7 @@ bool Prepare() {
     return PrepareSurface();
 }
 
-Area Union(const Area& a, const Area& b) {
+ScreenArea Union(const ScreenArea& a, const ScreenArea& b) {
     if (a.width <= 0) {
         return b;
     }
@@ -375,9 +376,9 @@ Area Union(const Area& a, const Area& b) {
             std::max(a.y + a.height, b.y + b.height) - top};
 }
 
-// As far as the window is there: it may still have, or have again, another size than the
-// application knows.
-Area Within(Area area, ViewSize room) {
+// The part of the area that lies in the window, whose size may differ for a moment from the one
+// that the application knows.
+ScreenArea Within(ScreenArea area, ViewSize room) {
     area.width = std::min(area.width, room.width - area.x);
     area.height = std::min(area.height, room.height - area.y);
     return area;
@@ -387,7 +388,7 @@ void Present(ViewPixels view, ViewRect rect) {
     if (view.pixels == nullptr || !Prepare()) {
         return;
     }
-    Area area = TouchedPixels(rect, {view.width, view.height});
+    ScreenArea area = TouchedPixels(rect, {view.width, view.height});
     if (hasSurface && IsEnlarged()) {
         const bool fits = view.width == viewSize.width && view.height == viewSize.height;
         if (fits && area.width > 0) {
@@ -442,7 +443,7 @@ ViewSize WindowPixels() {
 namespace {
 
 bool RenderTexture(ViewSize room) {
-    const Area place = PlaceOfView(room);
+    const ScreenArea place = PlaceOfView(room);
     const SDL_Rect target = {place.x, place.y, place.width, place.height};
     const u8 bar = IsEnlarged() ? 0 : 255;
     SDL_SetTextureScaleMode(texture, smooth ? SDL_ScaleModeLinear : SDL_ScaleModeNearest);
@@ -466,7 +467,7 @@ void ShowTexture() {
     }
 }
 
-void ShowArea(const Area& area) {
+void ShowArea(const ScreenArea& area) {
     if (!hasSurface) {
         return ShowTexture();
     }
@@ -497,7 +498,7 @@ void ShowViewFromOtherThread() {
 }
 
 void ShowNewPixels() {
-    const Area area = std::exchange(newPixels, Area{});
+    const ScreenArea area = std::exchange(newPixels, ScreenArea{});
     if (area.width > 0 && Prepare()) {
         ShowArea(area);
     }

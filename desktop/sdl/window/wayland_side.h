@@ -11,8 +11,8 @@ namespace moxi {
 // Main thread, on Wayland only. The window is the one whose connection is used.
 void StartWaylandSide(SDL_Window* window);
 void StopWaylandSide();
-// Takes what has come for this side, which would pile up otherwise. Every key that is let go does
-// it.
+// Takes the events that have come for this side and would pile up otherwise. Called whenever a key
+// is released.
 void TakeWaylandEvents();
 
 // A picture over a part of a window, which goes on getting the keyboard and the pointer there.

@@ -51,7 +51,7 @@ constinit bool owed = false;
 constinit u64 owedFrom = 0;  // not before this time
 
 constinit bool fullScreen = false;
-constinit Area windowedContent;  // to come back to
+constinit ScreenArea windowedContent;  // to come back to
 constinit Borders windowedBorders;
 
 constinit bool liveResize = false;
@@ -93,8 +93,8 @@ WindowFrame GameWindowFrame() {
 
 namespace {
 
-Area ActualContent() {
-    Area area;
+ScreenArea ActualContent() {
+    ScreenArea area;
     SDL_GetWindowPosition(gameWindow, &area.x, &area.y);
     SDL_GetWindowSize(gameWindow, &area.width, &area.height);
     if (!positionsExist) {
@@ -107,7 +107,7 @@ Area ActualContent() {
 
 // What the X server has. Not to be asked at any time: a window manager may be moving the window
 // about while it shows or hides it, and tells only when it has finished.
-Area ContentOnServer() {
+ScreenArea ContentOnServer() {
     SDL_Rect content;
     if (!AskX11ForWindow(gameWindow, content)) {
         return ActualContent();
@@ -129,7 +129,7 @@ bool AskForPlacement(Placement& placement) {
     return true;
 }
 
-// Answers whether the frame has another place now though the content has stayed where it is. The
+// Whether the frame has another place now though the content has stayed where it is. The
 // borders that a window has from the start are no news.
 bool TakeBorders(const Borders& now) {
     const Borders before = std::exchange(borders, now);
@@ -260,8 +260,8 @@ void ResizeWindowToView(const WindowFrame& frame) {
     if (fullScreen || gameWindow == nullptr) {
         return;
     }
-    const Area content = ContentOf(frame, borders, MainScreenArea());
-    Area& target = onWholeScreen ? windowedContent : tracker.known;
+    const ScreenArea content = ContentOf(frame, borders, MainScreenArea());
+    ScreenArea& target = onWholeScreen ? windowedContent : tracker.known;
     if (onWholeScreen) {
         target = content;
         return;
@@ -359,7 +359,7 @@ void SetGameWindowFrame(WindowFrame frame) {
         windowedContent = ContentOf(frame, windowedBorders, MainScreenArea());
         return;
     }
-    const Area content = ContentOf(frame, borders, MainScreenArea());
+    const ScreenArea content = ContentOf(frame, borders, MainScreenArea());
     // Pixels that make up no point are left alone.
     const bool isTheSame = FrameOf(content, borders, MainScreenArea()) == GameWindowFrame();
     if (isTheSame && !owed) {
@@ -384,12 +384,12 @@ void EnterFullScreen(bool byUs) {
     fullScreen = true;
     owed = false;
     borders = {};
-    const Area screen = ScreenAreaOf(gameWindow);
+    const ScreenArea screen = ScreenAreaOf(gameWindow);
     if (byUs && !onWholeScreen) {
         SDL_SetWindowFullscreen(gameWindow, SDL_WINDOW_FULLSCREEN_DESKTOP);
     }
     const GeometryChange change = AskGeometry(tracker, screen, Nanoseconds());
-    // The view of a fitted window is another one now, whatever becomes of the window.
+    // A fitted view gets all of the screen now, even where the window's frame stays the same.
     TellChange({.moved = change.moved, .resized = change.resized || fitted});
     Tell(desktopEvents.windowDidEnterFullScreen);
 }
@@ -440,8 +440,8 @@ void GiveWhatIsOwed() {
     if (fullScreen || onWholeScreen) {
         return;
     }
-    const Area actual = ActualContent();
-    const Area& wanted = tracker.known;
+    const ScreenArea actual = ActualContent();
+    const ScreenArea& wanted = tracker.known;
     if (actual == wanted) {
         return;
     }
@@ -486,8 +486,8 @@ void WatchLiveResize(u64 now) {
 
 // Where a window manager refuses what was asked for, SDL goes on believing in it, draws for it and
 // hears of no change.
-void MakeSdlBelieve(const Area& actual) {
-    Area believed;
+void MakeSdlBelieve(const ScreenArea& actual) {
+    ScreenArea believed;
     SDL_GetWindowPosition(gameWindow, &believed.x, &believed.y);
     SDL_GetWindowSize(gameWindow, &believed.width, &believed.height);
     if (believed == actual) {
@@ -534,14 +534,14 @@ void LookAtWindow(u64 now) {
     } else {
         frames.waitUntil = 0;
     }
-    const Area before = tracker.known;
+    const ScreenArea before = tracker.known;
     // The window manager has had its time, and whatever it answers it has answered.
     const bool overdue = now >= NextObservation(tracker);
-    const Area actual = overdue ? ContentOnServer() : ActualContent();
+    const ScreenArea actual = overdue ? ContentOnServer() : ActualContent();
     GeometryChange change = ObserveGeometry(tracker, actual, now);
     change.moved = change.moved || isFrameMoved;
     if (change.resized) {
-        const Area news = tracker.known;
+        const ScreenArea news = tracker.known;
         tracker.known = before;  // the live resize starts before the size has changed
         StartLiveResize();
         tracker.known = news;
@@ -560,7 +560,7 @@ bool IsInLiveResize() {
 
 namespace {
 
-// Where nobody would look nothing is waited for; what ends that is reported.
+// A window that is hidden or minimised is not looked at; its coming back is reported.
 u64 NextLook() {
     if (!shown || miniaturized) {
         return kNever;

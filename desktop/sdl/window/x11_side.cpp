@@ -70,9 +70,10 @@ void StartLayouts() {
 
 }  // namespace
 
-// --- Keys. Whoever takes events off the wire is inside the gate.
+// --- Keys. SDL calls this while it reads events, which it does only inside the gate (loop/gate.h).
 
-// The word of a key event that SDL leaves to nobody says what the X event said.
+// SDL does not use the word `unused` of a key event. Here it carries what the X event said: these
+// bits, and the keyboard's group above them.
 constexpr u32 kKnown = 1;
 constexpr u32 kHeldBefore = 2;
 constexpr u32 kGroupShift = 8;
@@ -80,8 +81,8 @@ constexpr u32 kGroupShift = 8;
 namespace {
 
 std::bitset<256> heldBefore;     // by the server's number
-constinit u32 keyWord = 0;       // of the key press that SDL is looking at
-constinit bool leaving = false;  // SDL is looking at the pointer's leaving
+constinit u32 keyWord = 0;       // of the key press that SDL is reading
+constinit bool leaving = false;  // SDL is reading that the pointer has left the window
 
 void NoteHeldKeys() {
     heldBefore.reset();
@@ -214,7 +215,7 @@ bool AskX11ForPlacement(unsigned long window, X11Placement& placement) {
     return known;
 }
 
-// --- A look at the X events. Whoever takes events off the wire is inside the gate.
+// --- A look at the X events, as SDL reads them
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
-// The host's own surfaces as the rooms below see them: what they are told, and how one is opened.
-// The panel fills the record; without one nothing happens.
+// The host's own surfaces as the rooms below see them: what one is told while it is open, and how
+// the panel is opened from here.
 
 #include <string>
 
@@ -25,24 +25,24 @@ struct SurfaceInput {
     double wheel = 0;  // notches, up is positive
 };
 
-struct SurfaceSlots {
-    // Opens the panel, or closes it when it is open.
-    void (*togglePanel)();
-    // Closes what is open at once.
+struct SurfaceHandlers {
+    // Closes it at once.
     void (*close)();
-    // Whether a surface is open: it has the view's place and the input then.
-    bool (*isOpen)();
     void (*input)(const SurfaceInput& input);
-    // Draws the surface and shows it.
+    // Draws it and shows it.
     void (*draw)();
 };
 
-inline constinit SurfaceSlots surfaceSlots = {
-    .togglePanel = [] {},
-    .close = [] {},
-    .isOpen = [] { return false; },
-    .input = [](const SurfaceInput&) {},
-    .draw = [] {},
+// The surface that is open, null when none is: it has the view's place and the input. Whoever opens
+// one sets it and takes it back (surface/panel).
+inline constinit const SurfaceHandlers* openSurface = nullptr;
+
+// What this room needs from the one above it. Written only by app/ and by tests.
+struct HostSlots {
+    // Opens the panel, or closes it when it is open.
+    void (*togglePanel)();
 };
+
+inline constinit HostSlots hostSlots = {.togglePanel = [] {}};
 
 }  // namespace moxi
