@@ -1,6 +1,6 @@
 // Random heap operations on the heap and on a model that follows its rules word for word, with the
-// simplest of data structures: the tables, the lists and the bytes stay equal. MOXI_RANDOM_HEAPS sets
-// how many heaps.
+// simplest of data structures: the tables, the lists and the bytes stay equal. MOXI_RANDOM_HEAPS
+// sets how many heaps.
 
 #include <cstdlib>
 #include <cstring>
