@@ -12,7 +12,6 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
-#include <iostream>
 #include <optional>
 #include <utility>
 
@@ -47,17 +46,12 @@ struct Result {
     double nodeBaseline = 0.0;
 };
 
-[[noreturn]] void Fail(const std::string& what) {
-    std::cerr << "interpreter_bench: " << what;
-    std::exit(1);
-}
-
 void ExpectChecksum(const NativeKernel& kernel, const char* language, u32 got, u32 wanted) {
     if (got == wanted) {
         return;
     }
     Fail(std::string(kernel.name) + ": the checksum in " + language + " is " + std::to_string(got) +
-         ", in C++ " + std::to_string(wanted) + "\n");
+         ", in C++ " + std::to_string(wanted));
 }
 
 // --- One kernel in each language
@@ -144,7 +138,7 @@ double StepTime(const std::array<Step, kSteps>& steps, int runs) {
     const double seconds = MedianTime(
         runs, [] {}, run);
     if (x == 0) {
-        Fail("the random numbers have ended\n");
+        Fail("the random numbers have ended");
     }
     return seconds / kCalls;
 }
@@ -166,7 +160,7 @@ bool HasLua() {
 double MeasureCommand(const std::string& command, u32& checksum) {
     const std::vector<double> times = TimesOf(command, checksum);
     if (times.empty()) {
-        Fail(command + " failed\n");
+        Fail(command + " failed");
     }
     return Median(times);
 }
@@ -332,12 +326,6 @@ std::string Table(const std::vector<Result>& results, int runs, double jump, con
     return out.str();
 }
 
-void Update(const std::string& path, const std::string& table) {
-    if (!UpdateTable(path, kBeginMarker, kEndMarker, table)) {
-        Fail(path + ": the marker lines of the table are not there\n");
-    }
-}
-
 Options ReadOptions(int argc, char** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
@@ -347,7 +335,7 @@ Options ReadOptions(int argc, char** argv) {
         } else if (argument == "--update" && i + 1 < argc) {
             options.update = argv[++i];
         } else if (argument.starts_with("-")) {
-            Fail("usage: interpreter_bench [--runs N] [--update FILE] [KERNEL...]\n");
+            Fail("usage: interpreter_bench [--runs N] [--update FILE] [KERNEL...]");
         } else {
             options.kernels.push_back(argument);
         }
@@ -372,13 +360,10 @@ int Main(int argc, char** argv) {
         results.push_back(Measure(kernel, options.runs, others));
     }
     if (results.empty()) {
-        Fail("there is no such kernel\n");
+        Fail("there is no such kernel");
     }
-    const std::string table = Table(results, options.runs, jump, others);
-    std::cout << table;
-    if (!options.update.empty()) {
-        Update(options.update, table);
-    }
+    ShowTable({options.runs, options.update}, kBeginMarker, kEndMarker,
+              Table(results, options.runs, jump, others));
     return 0;
 }
 

@@ -12,13 +12,10 @@
 #include <thread>
 #include <vector>
 
+#include "bench/table.h"
 #include "tests/support/desktop_session.h"
 
 namespace moxi {
-
-// Ends the benchmark with status 1 and a line on standard error: the program's name and the text.
-// Each benchmark program defines it.
-[[noreturn]] void Fail(const std::string& what);
 
 inline void SleepMs(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));

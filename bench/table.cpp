@@ -1,6 +1,7 @@
 #include "bench/table.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -8,8 +9,13 @@
 
 namespace moxi {
 
-bool ReadTableOptions(int argc, char** argv, const std::string& numberOption,
-                      TableOptions& options) {
+void Fail(const std::string& what) {
+    std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, what.c_str());
+    std::exit(1);
+}
+
+TableOptions ReadTableOptions(int argc, char** argv, const std::string& numberOption, int usual) {
+    TableOptions options = {usual, ""};
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         if (argument == numberOption && i + 1 < argc) {
@@ -17,19 +23,19 @@ bool ReadTableOptions(int argc, char** argv, const std::string& numberOption,
         } else if (argument == "--update" && i + 1 < argc) {
             options.update = argv[++i];
         } else {
-            return false;
+            Fail("usage: " + std::string(program_invocation_short_name) + " [" + numberOption +
+                 " N] [--update FILE]");
         }
     }
-    return true;
+    return options;
 }
 
-std::string ShowTable(const TableOptions& options, const std::string& begin, const std::string& end,
-                      const std::string& table) {
+void ShowTable(const TableOptions& options, const std::string& begin, const std::string& end,
+               const std::string& table) {
     std::fputs(table.c_str(), stdout);
-    if (options.update.empty() || UpdateTable(options.update, begin, end, table)) {
-        return "";
+    if (!options.update.empty() && !UpdateTable(options.update, begin, end, table)) {
+        Fail(options.update + ": the marker lines of the table are not there");
     }
-    return options.update + ": the marker lines of the table are not there";
 }
 
 bool UpdateTable(const std::string& path, const std::string& begin, const std::string& end,

@@ -173,7 +173,7 @@ std::string FindGameToCopy(std::string& game, std::string& out) {
     if (!HoldsGame(game) && HoldsGame(out)) {
         std::swap(out, game);
     }
-    const std::string problem = FindGame(game);
+    std::string problem = FindGame(game);
     if (problem.empty() && !HoldsGame(game)) {
         return game + ": there is no MAIN.MX in it";
     }

@@ -28,7 +28,7 @@ constexpr u32 kTries = 16;
 
 constinit Resolution resolution = Resolution::Beneath;
 
-// What leads out is not there.
+// A name that leads out of the folder counts as one that is not there.
 int Answer(int result) {
     if (result < 0 && (errno == EXDEV || errno == ELOOP)) {
         errno = ENOENT;

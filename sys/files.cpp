@@ -73,8 +73,8 @@ bool Failed(const std::FILE* stream) {
 }
 
 // What `act` answers for the folder; where the folder has been removed, for the one that has taken
-// its place. The data folder is looked for again by what writes: a name that is not there is an
-// everyday thing in it.
+// its place. In the data folder only what writes looks for such a one: that a name is not there is
+// nothing unusual for a read.
 template <class Act>
 auto In(Root& root, Act act) -> decltype(act(0)) {
     errno = 0;

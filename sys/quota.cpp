@@ -184,7 +184,7 @@ bool MayMakeEntry() {
     }
     if (entries < most) {
         ++entries;
-        entriesAreExact = false;  // it may not come about
+        entriesAreExact = false;  // what was allowed may yet fail
         return true;
     }
     if (entryRefusals == 0) {

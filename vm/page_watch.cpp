@@ -49,7 +49,8 @@ void StartWatching() {
     watchedSize = imageSize;
     const u64 inPage = reinterpret_cast<u64>(image) % pageSize;
     firstPage = image - inPage;
-    pageCount = std::min<u64>(kMostPages, (inPage + imageSize + pageSize - 1) / pageSize);
+    const u64 mostPages = kMostWatched / pageSize + 1;
+    pageCount = std::min(mostPages, (inPage + imageSize + pageSize - 1) / pageSize);
     for (size_t i = 0; i < pageCount; ++i) {
         pages[i] = Page::Free;
     }

@@ -5,7 +5,6 @@
 #include "base/bytes.h"
 #include "vm/alu.h"
 #include "vm/machine.h"
-#include "vm/threaded.h"
 
 namespace moxi {
 

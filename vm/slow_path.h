@@ -20,4 +20,14 @@ bool ExecuteSlowlyAt(Cpu cpu);
 // False when it cannot hold them; they are the header's then.
 bool TakeFlags();
 
+// The newest result that set the flags, sign-extended from its size, while handlers run.
+extern i64 lastThreadedResult;
+
+// Says that pcTraceCount is right, where translated code has brought it up to date.
+void NoteThreadedCount();
+
+// After a fault: brings PC and the flags of the interrupted run into the header and the trace's
+// count up to date. Nothing to do where no handler was interrupted.
+void SettleThreaded();
+
 }  // namespace moxi

@@ -4,6 +4,7 @@
 
 #include "base/types.h"
 #include "vm/fault.h"
+#include "vm/slow_path.h"  // what the newest result is, and how the header gets it
 
 // Handlers reach each other by calls in tail position that the compiler turns into jumps, and
 // addresses are left to the guard: optimised builds without sanitizers only. The others do not even
@@ -30,10 +31,6 @@ void CopyDispatchTable(u8* place);
 // Runs from the header's PC until the run ends. Only where kThreaded holds.
 void RunThreaded();
 
-// After a fault: brings PC and the flags of the interrupted run into the header and the trace's
-// count up to date. Nothing to do where no handler was interrupted.
-void SettleThreaded();
-
 // --- Where translated code comes in and goes out (translate/translator.h)
 
 // Handlers are jumped to through a table that nothing writes once a module runs, so the mark that
@@ -57,11 +54,5 @@ extern ThreadedHandler (*translatedCodeAt)(u32 pc, u64 trace);
 
 // A handler that executes the instruction at PC by the interpreter, whatever is translated.
 extern const ThreadedHandler executeByInterpreter;
-
-// The newest result that set the flags, sign-extended from its size, while handlers run.
-extern i64 lastThreadedResult;
-
-// Says that pcTraceCount is right, where translated code has brought it up to date.
-void NoteThreadedCount();
 
 }  // namespace moxi

@@ -10,7 +10,7 @@
 #include "vm/alu.h"
 #include "vm/machine.h"
 #include "vm/opcodes.h"
-#include "vm/threaded.h"
+#include "vm/slow_path.h"
 
 namespace moxi {
 

@@ -37,11 +37,14 @@ struct Linked {
     bool livesOnMessages = false;
     bool usesLongDouble = false;
     bool usesSetjmp = false;
+    std::string mainForm;  // of a main that is called as one of another type; "" for none
+    std::string warnings;  // the linker's
 };
 
 struct Shape {
     bool livesOnMessages = true;
     bool printsLongDouble = false;
+    std::string mainForm;  // of what stands between the start and the main; "" for nothing
     u32 base = kFirstBase;
 };
 
@@ -64,6 +67,9 @@ std::vector<std::string> KitArguments(const LinkPlan& plan, const Shape& shape) 
         "-lwasi-emulated-process-clocks",
         "-lwasi-emulated-mman",
         "-lwasi-emulated-getpid"};
+    if (!shape.mainForm.empty()) {
+        list.push_back(plan.kit + "/lib/main_" + shape.mainForm + ".o");
+    }
     if (shape.printsLongDouble) {
         list.emplace_back("-lc-printscan-long-double");
     }
@@ -131,6 +137,41 @@ void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
     std::cerr << Readable(errors, plan);
 }
 
+// The form of a main that the C library would call with other parameters than it has, from what the
+// linker says of it: the number of its parameters and that of its results, as in the name of an
+// object of the kit. "" when there is none, or none of these.
+std::string FormOfOddMain(const std::string& warnings) {
+    constexpr struct {
+        std::string_view type;
+        const char* form;
+    } kForms[] = {{"() -> void", "0_0"},
+                  {"(i32) -> void", "1_0"},
+                  {"(i32) -> i32", "1_1"},
+                  {"(i32, i32) -> void", "2_0"},
+                  {"(i32, i32, i32) -> void", "3_0"},
+                  {"(i32, i32, i32) -> i32", "3_1"}};
+    // The compiler's names: the second one where there are two parameters.
+    size_t at = std::string::npos;
+    for (const std::string name : {"main", "__main_argc_argv"}) {
+        at = std::min(at, warnings.find("function signature mismatch: " + name + "\n"));
+    }
+    if (at == std::string::npos) {
+        return "";
+    }
+    constexpr std::string_view kDefinition = ">>> defined as ";
+    std::istringstream lines(warnings.substr(at));
+    std::string line;
+    std::getline(lines, line);
+    while (std::getline(lines, line) && line.starts_with(kDefinition)) {
+        for (const auto& [type, form] : kForms) {
+            if (line.substr(kDefinition.size()).starts_with(std::string(type) + " in ")) {
+                return form;
+            }
+        }
+    }
+    return "";
+}
+
 // Whether the bytes hold a format that prints or reads a long double, like "%-8.3Lf".
 bool HasFormatOfLongDouble(std::string_view bytes) {
     for (size_t at = 0; (at = bytes.find('%', at)) != std::string_view::npos;) {
@@ -188,8 +229,10 @@ Linked Link(const LinkPlan& plan, const MxccOptions& options, const Shape& shape
         ReportLinkErrors(plan, result.errors);
         return {};
     }
-    std::cerr << Readable(result.errors, plan);  // warnings
-    return Describe(file);
+    Linked linked = Describe(file);
+    linked.mainForm = FormOfOddMain(result.errors);
+    linked.warnings = Readable(result.errors, plan);
+    return linked;
 }
 
 // --- Optimizing
@@ -253,10 +296,12 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
         shape.livesOnMessages = false;
         linked = Link(plan, options, shape, file);
     }
-    if (linked.ok && linked.usesLongDouble) {
-        shape.printsLongDouble = true;
+    if (linked.ok && (linked.usesLongDouble || !linked.mainForm.empty())) {
+        shape.printsLongDouble = linked.usesLongDouble;
+        shape.mainForm = linked.mainForm;
         linked = Link(plan, options, shape, file);
     }
+    std::cerr << linked.warnings;
     // The code's end depends a little on where the data is, so that it may take some links.
     for (int links = 0; linked.ok && links < kMostLinks; ++links) {
         if (IsToBeOptimized(options, linked) && !Optimize(options, file)) {

@@ -37,7 +37,7 @@ pid_t OpenWithDesktop(char* url) {
     char name[] = "xdg-open";
     char* arguments[] = {name, url, nullptr};
     pid_t child = 0;
-    // What this process ignores the opener shall not.
+    // Signals that this process ignores have their usual effect on the opener.
     posix_spawnattr_t usual;
     posix_spawnattr_init(&usual);
     sigset_t signals;

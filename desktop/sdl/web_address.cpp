@@ -21,7 +21,7 @@ bool StartsWith(std::string_view text, std::string_view start) {
                       [](char a, char b) { return a == LowerCase(b); });
 }
 
-// A name may hide behind %61ttach.
+// The text with its escapes resolved: the name of a field may be written as %61ttach.
 std::string Unescaped(std::string_view text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -36,9 +36,9 @@ std::string Unescaped(std::string_view text) {
     return plain;
 }
 
-// Mail programs know it under several names, all of which begin the same. Some look for fields
-// behind the receiver's name as well, without a question mark before, and take a line's end for a
-// field's.
+// Mail programs know the field of a file under several names, all of which begin the same. Some
+// look for fields behind the receiver's name as well, without a question mark before, and take a
+// line's end for a field's.
 bool AttachesFiles(std::string_view mail) {
     const std::string fields = Unescaped(mail);
     for (std::size_t i = 0; i < fields.size(); ++i) {

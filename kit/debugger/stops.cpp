@@ -29,7 +29,7 @@ enum class Way : u8 { Free, Step, Over, Out, Until, Line };
 constinit Way way = Way::Free;
 constinit u32 stepsLeft = 0;
 constinit u32 until = 0;
-// Over and Out: stop once the stack has come back to this place at this depth.
+// A step over a call, or out of a function, ends when SP is here again in as many running messages.
 constinit u32 wantedSP = 0;
 constinit u32 wantedDepth = 0;
 
@@ -161,7 +161,7 @@ bool StackIsLeft() {
     return sp < HeaderLong(kHeaderStackLimit) || sp > HeaderLong(kHeaderStackTop);
 }
 
-// Where SP goes out of the stack, which is most often long before something comes of it.
+// Stops where SP leaves the stack: the damage is most often noticed long after.
 void CheckStack(std::vector<std::string>& reasons) {
     const bool left = stackIsWatched && StackIsLeft();
     if (left && !stackWasLeft) {

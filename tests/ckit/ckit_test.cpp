@@ -131,6 +131,35 @@ TEST(CKit, AProgramWithoutArgumentsHasItsName) {
     EXPECT_EQ(logs.back(), "exit status 41");
 }
 
+TEST(CKit, AMainMayHaveAnotherForm) {
+    const Game game;
+    game.CompileText(
+        "#include <err.h>\n"
+        "int main(int count, char** arguments, char** environment) {\n"
+        "    warnx(\"%d %s %d\", count, arguments[0], environment[0] == 0);\n"
+        "    errx(6, \"no more\");\n}\n");
+    EXPECT_EQ(game.Logs(), (Lines{"MAIN.MX: 1 MAIN.MX 1", "MAIN.MX: no more", "exit status 6"}));
+    game.CompileText("int main(int count) { return count + 1; }\n", {"-w"});
+    EXPECT_EQ(game.Logs(), Lines{"exit status 2"});
+    WriteTextFile(game.game + "/ARGS.TXT", "one\n");
+    game.CompileText(
+        "#include <stdio.h>\n"
+        "void main(int count, char** arguments) { puts(arguments[count - 1]); }\n",
+        {"-w"});
+    EXPECT_EQ(game.Logs(), Lines{"one"});
+    game.CompileText("#include <stdio.h>\nvoid main(void) { puts(\"nothing\"); }\n", {"-w"});
+    EXPECT_EQ(game.Logs(), Lines{"nothing"});
+}
+
+TEST(CKit, WarningsOfTheLinkerAreSaidOnce) {
+    const TemporaryFolder folder;
+    WriteTextFile(folder.path + "/main.c", "int f(); int main(void) { return f(1); }\n");
+    WriteTextFile(folder.path + "/two.c", "int f(int a, int b) { return a + b; }\n");
+    EXPECT_EQ(RunProgram("mxcc", {"main.c", "two.c", "-o", "M"}, folder.path).errors,
+              "wasm-ld-14: warning: function signature mismatch: f, defined as (i32) -> i32 in "
+              "main.o, defined as (i32, i32) -> i32 in two.o\n");
+}
+
 TEST(CKit, AnAbortAndARecursionWithoutEndAreFatal) {
     const Game game;
     game.CompileText(

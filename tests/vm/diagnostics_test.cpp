@@ -169,6 +169,17 @@ TEST_F(Faults, TheTraceLineHoldsAtMostThe16NewestAddressesOldestFirst) {
               "0x00000248 0x0000024C 0x00000250\n");
 }
 
+// Where an image begins in its page depends on its size, and what lies below it on both.
+TEST_F(Faults, TheTraceCanBeWrittenWhateverTheSizeOfTheImage) {
+    for (u32 size = 65536; size > 4032; size -= 4032) {
+        ASSERT_TRUE(AllocateImage(size));
+        for (u32 i = 0; i < kPcTraceSize; ++i) {
+            pcTrace[i] = {size + i};
+        }
+        ASSERT_EQ(pcTrace[kPcTraceSize - 1].pc, size + 1023);
+    }
+}
+
 TEST_F(Faults, TheLogLineIsWrittenBeforeTheMessageAndDroppedWithoutALog) {
     static std::string logAtMessage;
     desktop.alert = [](const std::string&) { logAtMessage = vmFiles.contents["debug.log"]; };

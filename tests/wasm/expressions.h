@@ -6,13 +6,13 @@
 
 namespace moxi {
 
-// How many pairs of an operator and what is one of its operands there are. Loads, stores, conditions,
-// selections and what goes through a local count as operators.
+// How many pairs of an operator and what is one of its operands there are. Loads, stores,
+// conditions, selections and what goes through a local count as operators.
 u32 PairCount();
 
-// A module of the pairs from number `first` on, `count` of them, each in one function and called a few
-// times. Everything else in a function, and the arguments, come from the seed. The functions leave
-// nothing behind that another one reads.
+// A module of the pairs from number `first` on, `count` of them, each in one function and called a
+// few times. Everything else in a function, and the arguments, come from the seed. The functions
+// leave nothing behind that another one reads.
 RandomModule MakePairsModule(u32 first, u32 count, u64 seed);
 
 // A module of `count` functions that are random trees of up to five operators.

@@ -41,6 +41,18 @@ bool ParseRegisterNumber(Sources& sources, SymbolTable& table, Cursor& cursor, u
     return true;
 }
 
+// `expression ]`
+bool ParseUpToBracket(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {
+    out.hasValue = true;
+    if (!ParseExpression(sources, table, cursor, out.value)) {
+        return false;
+    }
+    if (!cursor.Accept("]")) {
+        return Fail(sources, cursor, "a closing bracket is missing");
+    }
+    return true;
+}
+
 // What follows `[Rn` or `[FP`: `]`, `+ expression ]` or `- expression ]`.
 bool ParseOffset(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {
     if (cursor.Accept("]")) {
@@ -50,14 +62,7 @@ bool ParseOffset(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& 
         return Fail(sources, cursor, "expected +, - or ] here");
     }
     cursor.Accept("+");
-    out.hasValue = true;
-    if (!ParseExpression(sources, table, cursor, out.value)) {
-        return false;
-    }
-    if (!cursor.Accept("]")) {
-        return Fail(sources, cursor, "a closing bracket is missing");
-    }
-    return true;
+    return ParseUpToBracket(sources, table, cursor, out);
 }
 
 bool ParseMemory(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {
@@ -76,14 +81,7 @@ bool ParseMemory(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& 
         return ParseOffset(sources, table, cursor, out);
     }
     out.kind = OperandKind::Absolute;
-    out.hasValue = true;
-    if (!ParseExpression(sources, table, cursor, out.value)) {
-        return false;
-    }
-    if (!cursor.Accept("]")) {
-        return Fail(sources, cursor, "a closing bracket is missing");
-    }
-    return true;
+    return ParseUpToBracket(sources, table, cursor, out);
 }
 
 bool ParseImmediate(Sources& sources, SymbolTable& table, Cursor& cursor, Operand& out) {

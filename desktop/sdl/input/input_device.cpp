@@ -36,7 +36,7 @@ bool ReadInputDevice(int file, InputDevice& device) {
         !ReadBits(file, EV_ABS, device.axes) || !ReadBits(file, EV_REL, device.movements)) {
         return false;
     }
-    // A device without a name is none the worse.
+    // A device may have no name.
     ioctl(file, EVIOCGNAME(name.size() - 1), name.data());
     device.name = name.data();
     device.bus = id.bustype;
@@ -95,7 +95,7 @@ bool IsPad(const InputDevice& device) {
 
 namespace {
 
-// Two switches that are joined, and not two sticks.
+// Whether the axes x and x + 1 are a hat, two switches that are joined, and no stick.
 bool IsHat(const InputDevice& device, u32 x) {
     const u32 y = x + 1;
     if (!device.axes[x] && !device.axes[y]) {

@@ -17,7 +17,7 @@ namespace moxi {
 namespace {
 
 constexpr std::size_t kEventsAtOnce = 64;
-// More than anybody holds; a process that hands over more has lost its mind.
+// Far more than anybody has. A helper that hands over more is broken.
 constexpr std::size_t kMostPads = 32;
 
 struct KernelPad {
@@ -46,7 +46,7 @@ std::string MappingOf(const InputDevice& device, const PadLayout& layout) {
     for (int field = 0; field < 2; ++field) {
         mapping.erase(0, std::min(mapping.find(','), mapping.size() - 1) + 1);
     }
-    // It would be another device's.
+    // The check sum is that of the device the entry was written for.
     const std::size_t sum = mapping.find("crc:");
     if (sum != std::string::npos) {
         mapping.erase(sum, mapping.find(',', sum) - sum + 1);

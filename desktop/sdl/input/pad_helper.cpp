@@ -54,7 +54,7 @@ void Offer(Watch& watch, const std::string& name) {
     }
     const int file =
         openat(watch.folder, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
-    // Who may read a new device is settled a moment later, which is a change of it.
+    // A new device may be made readable a moment later. That is a change of it, which is looked at.
     if (file < 0) {
         return;
     }
@@ -109,7 +109,7 @@ void HandOverPads(int connection, const std::string& folder, bool (*isPad)(int f
     // A machine without such devices gets none.
     pollfd waiting[] = {{connection, POLLIN, 0}, {watched >= 0 ? changes : -1, POLLIN, 0}};
     while (poll(waiting, 2, -1) >= 0 || errno == EINTR) {
-        // Nothing is ever said to this process but that it is over.
+        // Nobody writes into the connection, so this is its end.
         if (waiting[0].revents != 0) {
             break;
         }

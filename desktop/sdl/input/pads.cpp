@@ -21,7 +21,7 @@ constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 // soon.
 constexpr u64 kPadNanoseconds = 8 * kNanosecondsPerMillisecond;
 constexpr u64 kNoPadNanoseconds = 1000 * kNanosecondsPerMillisecond;
-// All that SDL has to say of joysticks and controllers.
+// The range of SDL's events of joysticks and controllers.
 constexpr u32 kFirstPadEvent = SDL_JOYAXISMOTION;
 constexpr u32 kLastPadEvent = SDL_FINGERDOWN - 1;
 

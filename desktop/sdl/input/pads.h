@@ -7,7 +7,7 @@
 
 namespace moxi {
 
-// Main thread, once SDL has started. Without pads nothing comes of it but a look now and then.
+// Main thread, once SDL has started. A machine without pads pays for it with a look now and then.
 void StartPads();
 void StopPads();
 
@@ -15,7 +15,7 @@ void StopPads();
 void LookAtPads(u64 now);
 u64 NextPadLook();
 
-// For what comes with the other events, which is little. False for an event that is none of a pad.
+// Handles one of the few pad events that come among the window's. False for another event.
 bool HandlePadEvent(const SDL_Event& event);
 
 // The window has lost the keyboard, and with it the pads: lets go of everything they hold.
