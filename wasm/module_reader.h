@@ -36,15 +36,15 @@ struct ModuleReader {
     std::vector<u32> referenced;  // functions that constant expressions name
     u32 codeCount = 0;
 
-    bool Fail(const std::string& text, const u8* at) {
+    bool Fail(const std::string& text, const u8* at, const std::string& function = "") {
         if (error.failed) {
             return false;
         }
         error.failed = true;
         char place[32];
-        std::snprintf(place, sizeof place, " (offset 0x%llx)",
+        std::snprintf(place, sizeof place, "offset 0x%llx)",
                       static_cast<unsigned long long>(at - start));
-        error.text = text + place;
+        error.text = text + " (" + function + place;
         return false;
     }
     bool Fail(const std::string& text) { return Fail(text, cursor.at); }
@@ -78,7 +78,8 @@ struct ModuleReader {
     bool ReadStart();
     bool ReadElement(ElementSegment& segment);
     bool ReadElements();
-    bool ReadBody(Function& function);
+    // `number` counts the module's functions, for what is said of this one: names come later.
+    bool ReadBody(Function& function, u32 number);
     bool ReadCode();
     bool ReadData();
     bool ReadSection(SectionId id);

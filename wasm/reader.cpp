@@ -277,35 +277,37 @@ bool ModuleReader::ReadElements() {
                        [this](ElementSegment& segment) { return ReadElement(segment); });
 }
 
-bool ModuleReader::ReadBody(Function& function) {
+bool ModuleReader::ReadBody(Function& function, u32 number) {
     const u32 size = cursor.Unsigned32();
     const u8* const at = cursor.Bytes(size);
     if (!Good()) {
         return false;
     }
+    const std::string name = "function " + std::to_string(number) + ", ";
     ByteCursor body{at, at + size, nullptr};
     const u32 groups = body.Unsigned32();
     u64 total = 0;
     for (u32 i = 0; i < groups && body.failed == nullptr; ++i) {
         Locals locals;
         locals.count = body.Unsigned32();
+        const u8* const typeAt = body.at;
         const u8 type = body.Byte();
         if (body.failed != nullptr) {
             break;
         }
         if (type == 0x7B) {
-            return Fail("SIMD is not supported (local)", body.at);
+            return Fail("SIMD is not supported (local)", typeAt, name);
         }
         if (type == 0x70 || type == 0x6F) {
-            return Fail("reference types are not supported (local)", body.at);
+            return Fail("reference types are not supported (local)", typeAt, name);
         }
         if (type < 0x7C || type > 0x7F) {
-            return Fail("malformed value type", body.at);
+            return Fail("malformed value type", typeAt, name);
         }
         locals.type = static_cast<ValueType>(type);
         total += locals.count;
         if (total > 0xFFFFFFFF) {
-            return Fail("too many locals", body.at);
+            return Fail("too many locals", typeAt, name);
         }
         if (locals.count != 0) {
             function.locals.push_back(locals);
@@ -315,7 +317,8 @@ bool ModuleReader::ReadBody(Function& function) {
         return Fail(body.failed, at);
     }
     if (total > kMaxLocals) {
-        return Fail("more than " + std::to_string(kMaxLocals) + " locals are not supported", at);
+        return Fail("more than " + std::to_string(kMaxLocals) + " locals are not supported", at,
+                    name);
     }
     function.body = body.at;
     function.end = body.end;
@@ -332,7 +335,8 @@ bool ModuleReader::ReadCode() {
         return Fail("function and code section have inconsistent lengths");
     }
     for (u32 i = 0; i < codeCount; ++i) {
-        if (!ReadBody(module.functions[module.importedFunctions + i])) {
+        const u32 number = module.importedFunctions + i;
+        if (!ReadBody(module.functions[number], number)) {
             return false;
         }
     }

@@ -94,7 +94,7 @@ bool ModuleReader::ReadTable() {
 
 bool ModuleReader::ReadMemory() {
     if (module.hasMemory) {
-        return Fail("multiple memories");
+        return Fail("multiple memories are not supported");
     }
     module.hasMemory = true;
     return ReadLimits(module.memory, kMaxPages, "memory size must be at most 65536 pages (4GiB)");

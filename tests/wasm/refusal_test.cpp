@@ -18,8 +18,8 @@ std::string ErrorOf(const std::string& wasm) {
     return errors.empty() ? "" : errors[0];
 }
 
-// A module with one function of type () -> () whose body is these bytes and `end`.
-std::string ModuleWithBody(std::string_view body) {
+// A module with one function of type () -> (): these bytes, its locals first, and `end`.
+std::string ModuleWithFunction(std::string_view function) {
     WasmBytes module;
     module.Raw(kWasmHeader);
     WasmBytes types;
@@ -29,14 +29,17 @@ std::string ModuleWithBody(std::string_view body) {
     functions.Raw(std::string_view("\x01\x00", 2));
     module.Section(3, functions);
     WasmBytes code;
-    code.Byte(0);  // no locals
-    code.Raw(body);
+    code.Raw(function);
     code.Byte(0x0B);
     WasmBytes section;
     section.Byte(1);
     section.Text(code.bytes);
     module.Section(10, section);
     return module.bytes;
+}
+
+std::string ModuleWithBody(std::string_view body) {
+    return ModuleWithFunction(std::string(1, '\0').append(body));  // no locals
 }
 
 std::string ModuleWithSection(u32 number, std::string_view content) {
@@ -104,6 +107,15 @@ TEST(WasmRefusal, NamesTheFeatureThatIsNotSupported) {
               "tail calls are not supported (function 0, offset 0x17)");
     EXPECT_EQ(ErrorOf(ModuleWithBody("\xD0\x70\x1A")),
               "reference types are not supported (function 0, offset 0x17)");
+    // Locals of a type that is not supported.
+    EXPECT_EQ(ErrorOf(ModuleWithFunction("\x01\x01\x7B")),
+              "SIMD is not supported (local) (function 0, offset 0x18)");
+    EXPECT_EQ(ErrorOf(ModuleWithFunction("\x01\x01\x6F")),
+              "reference types are not supported (local) (function 0, offset 0x18)");
+    EXPECT_EQ(ErrorOf(ModuleWithFunction("\x01\x01\x01")),
+              "malformed value type (function 0, offset 0x18)");
+    EXPECT_EQ(ErrorOf(ModuleWithSection(5, std::string("\x02\0\x01\0\x01", 5))),
+              "multiple memories are not supported (offset 0xd)");
     // A memory that is shared, and one of 64 bits.
     EXPECT_EQ(ErrorOf(ModuleWithSection(5, "\x01\x03\x01\x01")),
               "threads are not supported (shared memory) (offset 0xb)");
