@@ -131,9 +131,11 @@ u8* ReserveImage(u32 size) {
     u8* const block = reservation + (pages - padded);
     u8* const table = block - kTableBelowImage;
     CopyDispatchTable(table);
-    // The table ends well below the trace, and pages that hold it hold nothing else.
+    // The table ends well below the trace. Only where pages are of 64 KB its last bytes can share one
+    // with the trace, and that page stays writable.
     const u64 tableEnd = static_cast<u64>(table - start) + kDispatchTableSize;
-    mprotect(start, (tableEnd + page - 1) / page * page, PROT_READ);
+    const u64 traceStart = static_cast<u64>(block - start) - kTraceBelowImage;
+    mprotect(start, std::min((tableEnd + page - 1) / page, traceStart / page) * page, PROT_READ);
     return block;
 }
 

@@ -14,9 +14,9 @@ namespace moxi {
 namespace plain {
 
 enum class Outcome {
-    Returned,       // RETURN to address 0
-    Stopped,        // STOP
-    Modal,          // MODAL
+    Returned,  // RETURN to address 0
+    Stopped,   // STOP
+    Modal,     // MODAL
     IllegalOpcode,
     StackOverflow,  // of PUSHBLOCK or PEEKBLOCK
     BadEmod,        // EMOD without a saved context
