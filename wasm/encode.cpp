@@ -293,7 +293,7 @@ void Encoder::Encode(const Instruction& instruction) {
                     Resolve(instruction.a, instruction.size, kFirstScratch));
             break;
         case Kind::Branch:
-            JumpWord(52u | u32{instruction.operation} << 7, instruction.target);
+            JumpWord(kFlagBranchCode | u32{instruction.operation} << 7, instruction.target);
             break;
         case Kind::TestBranch: EncodeTestBranch(instruction); break;
         case Kind::Jump: JumpWord(static_cast<u32>(Single::Jmp), instruction.target); break;

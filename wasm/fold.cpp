@@ -8,43 +8,64 @@ namespace moxi {
 
 namespace {
 
+// The operators of one integer type, in the order of their codes.
+enum class Arithmetic : u8 {
+    Add,
+    Sub,
+    Mul,
+    DivS,
+    DivU,
+    RemS,
+    RemU,
+    And,
+    Or,
+    Xor,
+    Shl,
+    ShrS,
+    ShrU,
+    Rotl,
+    Rotr,
+    Count
+};
+enum class Comparison : u8 { Eq, Ne, LtS, LtU, GtS, GtU, LeS, LeU, GeS, GeU, Count };
+
 template <class T>
-bool FoldArithmetic(u8 row, T a, T b, u64& result) {
+bool FoldArithmetic(Arithmetic operation, T a, T b, u64& result) {
     using S = std::make_signed_t<T>;
     constexpr u32 kBits = sizeof(T) * 8;
     const u32 count = static_cast<u32>(b & (kBits - 1));
-    switch (row) {
-        case 0: result = static_cast<T>(a + b); return true;
-        case 1: result = static_cast<T>(a - b); return true;
-        case 2: result = static_cast<T>(a * b); return true;
-        case 7: result = a & b; return true;
-        case 8: result = a | b; return true;
-        case 9: result = a ^ b; return true;
-        case 10: result = static_cast<T>(a << count); return true;
-        case 11: result = static_cast<T>(static_cast<S>(a) >> count); return true;
-        case 12: result = static_cast<T>(a >> count); return true;
-        case 13: result = std::rotl(a, static_cast<int>(count)); return true;
-        case 14: result = std::rotr(a, static_cast<int>(count)); return true;
+    switch (operation) {
+        case Arithmetic::Add: result = static_cast<T>(a + b); return true;
+        case Arithmetic::Sub: result = static_cast<T>(a - b); return true;
+        case Arithmetic::Mul: result = static_cast<T>(a * b); return true;
+        case Arithmetic::And: result = a & b; return true;
+        case Arithmetic::Or: result = a | b; return true;
+        case Arithmetic::Xor: result = a ^ b; return true;
+        case Arithmetic::Shl: result = static_cast<T>(a << count); return true;
+        case Arithmetic::ShrS: result = static_cast<T>(static_cast<S>(a) >> count); return true;
+        case Arithmetic::ShrU: result = static_cast<T>(a >> count); return true;
+        case Arithmetic::Rotl: result = std::rotl(a, static_cast<int>(count)); return true;
+        case Arithmetic::Rotr: result = std::rotr(a, static_cast<int>(count)); return true;
         default: return false;  // divisions may trap
     }
 }
 
 template <class T>
-bool FoldComparison(u8 row, T a, T b, u64& result) {
+bool FoldComparison(Comparison operation, T a, T b, u64& result) {
     using S = std::make_signed_t<T>;
     const S sa = static_cast<S>(a);
     const S sb = static_cast<S>(b);
-    switch (row) {
-        case 0: result = a == b; return true;
-        case 1: result = a != b; return true;
-        case 2: result = sa < sb; return true;
-        case 3: result = a < b; return true;
-        case 4: result = sa > sb; return true;
-        case 5: result = a > b; return true;
-        case 6: result = sa <= sb; return true;
-        case 7: result = a <= b; return true;
-        case 8: result = sa >= sb; return true;
-        case 9: result = a >= b; return true;
+    switch (operation) {
+        case Comparison::Eq: result = a == b; return true;
+        case Comparison::Ne: result = a != b; return true;
+        case Comparison::LtS: result = sa < sb; return true;
+        case Comparison::LtU: result = a < b; return true;
+        case Comparison::GtS: result = sa > sb; return true;
+        case Comparison::GtU: result = a > b; return true;
+        case Comparison::LeS: result = sa <= sb; return true;
+        case Comparison::LeU: result = a <= b; return true;
+        case Comparison::GeS: result = sa >= sb; return true;
+        case Comparison::GeU: result = a >= b; return true;
         default: return false;
     }
 }
@@ -93,17 +114,20 @@ bool FoldBinary(u8 code, u64 a, u64 b, u64& result) {
     constexpr u8 kI64Compare = static_cast<u8>(Plain::I64Eq);
     constexpr u8 kI32Add = static_cast<u8>(Plain::I32Add);
     constexpr u8 kI64Add = static_cast<u8>(Plain::I64Add);
-    if (code >= kI32Compare && code < kI32Compare + 10) {
-        return FoldComparison<u32>(code - kI32Compare, lowA, lowB, result);
+    const auto isIn = [code](u8 first, auto count) {
+        return code >= first && code - first < static_cast<u8>(count);
+    };
+    if (isIn(kI32Compare, Comparison::Count)) {
+        return FoldComparison(static_cast<Comparison>(code - kI32Compare), lowA, lowB, result);
     }
-    if (code >= kI64Compare && code < kI64Compare + 10) {
-        return FoldComparison<u64>(code - kI64Compare, a, b, result);
+    if (isIn(kI64Compare, Comparison::Count)) {
+        return FoldComparison(static_cast<Comparison>(code - kI64Compare), a, b, result);
     }
-    if (code >= kI32Add && code < kI32Add + 15) {
-        return FoldArithmetic<u32>(code - kI32Add, lowA, lowB, result);
+    if (isIn(kI32Add, Arithmetic::Count)) {
+        return FoldArithmetic(static_cast<Arithmetic>(code - kI32Add), lowA, lowB, result);
     }
-    if (code >= kI64Add && code < kI64Add + 15) {
-        return FoldArithmetic<u64>(code - kI64Add, a, b, result);
+    if (isIn(kI64Add, Arithmetic::Count)) {
+        return FoldArithmetic(static_cast<Arithmetic>(code - kI64Add), a, b, result);
     }
     return false;
 }

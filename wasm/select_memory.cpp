@@ -1,5 +1,6 @@
 // Loads, stores and what moves whole blocks.
 
+#include "vm/machine.h"
 #include "wasm/select.h"
 
 namespace moxi {
@@ -28,6 +29,11 @@ bool InPlaceOperation(Plain plain, u32 bytes, TwoOperand& op) {
         case Plain::F64Div: op = TwoOperand::Fdiv; return true;
         default: return false;
     }
+}
+
+// The LONG from which BLOCKMOVE takes how much it moves, in units of its size.
+Operand BlockCount() {
+    return AtAddress(Base::None, kHeaderBlockCount);
 }
 
 bool CommutesInPlace(TwoOperand op) {
@@ -127,7 +133,7 @@ void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
         const Variable bytes = InVariable(count);
         CheckRange(source, bytes);
         CheckRange(target, bytes);
-        Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184), InRegister(bytes));
+        Two(TwoOperand::Move, OperandSize::Long, BlockCount(), InRegister(bytes));
     } else {
         const u64 bytes = trees[count].value;
         if (bytes == 0) {
@@ -138,8 +144,7 @@ void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
                 AtIndex(target, Base::Memory, 0), AtIndex(source, Base::Memory, 0));
             return;
         }
-        Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184),
-            Number(static_cast<i64>(bytes)));
+        Two(TwoOperand::Move, OperandSize::Long, BlockCount(), Number(static_cast<i64>(bytes)));
     }
     Two(TwoOperand::Blockmove, OperandSize::Byte, AtIndex(target, Base::Memory, 0),
         AtIndex(source, Base::Memory, 0));
@@ -180,7 +185,7 @@ void Selector::MemoryInit(u32 segment, NodeId to, NodeId from, NodeId count) {
     const Variable place = NewVariable();
     Put(place, ValueType::I32, AtAddress(Base::Data, cell));
     Two(TwoOperand::Add, OperandSize::Long, InRegister(place), InRegister(source));
-    Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184), InRegister(bytes));
+    Two(TwoOperand::Move, OperandSize::Long, BlockCount(), InRegister(bytes));
     Two(TwoOperand::Blockmove, OperandSize::Byte, AtIndex(target, Base::Memory, 0),
         AtIndex(place, Base::None, 0));
 }
@@ -218,7 +223,7 @@ void Selector::TableMove(u32 cell, NodeId to, NodeId from, NodeId count) {
     const Variable goal = NewVariable();
     Put(goal, ValueType::I32, InRegister(target));
     Two(TwoOperand::Lsl, OperandSize::Long, InRegister(goal), Number(3));
-    Two(TwoOperand::Move, OperandSize::Long, AtAddress(Base::None, 184), InRegister(entries));
+    Two(TwoOperand::Move, OperandSize::Long, BlockCount(), InRegister(entries));
     Two(TwoOperand::Blockmove, OperandSize::Quad, AtIndex(goal, Base::Data, plan.tableCell),
         AtIndex(place, Base::None, 0));
 }

@@ -199,7 +199,7 @@ NodeId Add(Trees& trees, Plain code, ValueType type, NodeId a, NodeId b) {
     return trees.Add(node);
 }
 
-// (x + c1) + c2 and the like: the constants join. Returns 0 when nothing does.
+// (x + c1) + c2 and the like: the constants join. False when they do not.
 bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     const Node& left = trees[a];
     if (left.kind != NodeKind::Plain || left.code != static_cast<u8>(code)) {
