@@ -4,6 +4,7 @@
 
 #include "base/bytes.h"
 #include "vm/alu.h"
+#include "vm/execute.h"
 #include "vm/machine.h"
 
 namespace moxi {

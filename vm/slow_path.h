@@ -3,9 +3,10 @@
 // and brings the header up to date where someone can look.
 
 #include "base/types.h"
-#include "vm/execute.h"
 
 namespace moxi {
+
+struct Cpu;  // vm/execute.h
 
 // Executes the instruction word `w` at cpu.pc, which is in the trace already, and what comes next
 // as long as the handlers cannot go on: they run no code in the header, and hold no flags that no

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -244,11 +244,10 @@ TEST(CommandLine, VersionAndHelpArePrinted) {
 TEST(CommandLine, EveryOptionStandsInTheDocumentation) {
     const std::string page = ReadTextFile(std::string(MOXI_SOURCE_DIR) + "/docs/running.md");
     const std::string help = RunProgram("moxi", {"--help"}).output;
-    const std::regex option("--[a-z][a-z-]*");
     int options = 0;
-    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) {
+    for (const Match& option : AllMatches(help, "--[a-z][a-z-]*")) {
         ++options;
-        EXPECT_NE(page.find(at->str()), std::string::npos) << at->str();
+        EXPECT_NE(page.find(option[0]), std::string::npos) << option[0];
     }
     EXPECT_GT(options, 30);
 }

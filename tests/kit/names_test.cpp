@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "kit/call_names.h"
 #include "kit/symbols.h"
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -65,19 +65,18 @@ TEST(Symbols, AFileThatIsWrongLeavesTheNamesAsTheyWere) {
 
 TEST(CallNames, ServicesAreCalledAsInTheDocumentation) {
     const std::string docs = std::string(MOXI_SOURCE_DIR) + "/docs/";
-    const std::regex row("\\| *`0x([0-9A-F]{4})` ([^|]+[^| ]) *\\|.*");
+    const std::string row = "\\| *`0x([0-9A-F]{4})` ([^|]+[^| ]) *\\|.*";
     int rows = 0;
     for (const char* const page : {"system-services.md", "services-graphics.md",
                                    "services-text-images.md", "services-host.md"}) {
         std::istringstream lines(ReadTextFile(docs + page));
         for (std::string line; std::getline(lines, line);) {
-            std::smatch parts;
-            if (!std::regex_match(line, parts, row)) {
+            const Match parts = WholeMatch(line, row);
+            if (parts.empty()) {
                 continue;
             }
             rows += 1;
-            EXPECT_EQ(ServiceName(static_cast<u32>(std::stoul(parts[1].str(), nullptr, 16))),
-                      parts[2].str());
+            EXPECT_EQ(ServiceName(static_cast<u32>(std::stoul(parts[1], nullptr, 16))), parts[2]);
         }
     }
     EXPECT_GT(rows, 80);

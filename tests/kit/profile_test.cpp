@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -84,7 +84,7 @@ struct Profile {
     }
     // The same without the numbers that have a point.
     std::string Counts(const std::string& ending) const {
-        return std::regex_replace(Row(ending), std::regex(" [0-9]+\\.[0-9]+"), "");
+        return ReplaceMatches(Row(ending), " [0-9]+\\.[0-9]+", "");
     }
     unsigned long Field(const std::string& ending, int index) const {
         std::istringstream words(Row(ending));

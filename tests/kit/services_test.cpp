@@ -7,11 +7,11 @@
 
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <sstream>
 
 #include "kit/service_files.h"
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -56,10 +56,10 @@ TEST(Services, TheBindingsOfOtherLanguagesAreMadeFromTheTable) {
 TEST(Services, ThePageOfCNamesAllFunctionsOfTheGameHeader) {
     const std::string header = ReadTextFile(kSource + "/library/c/include/moxi/game.h");
     const std::string page = ReadTextFile(kSource + "/docs/c.md");
-    static const std::regex kFunction("\\n[a-z_]+[ *]+(?:[a-z_]+ )?([a-z_]+)\\([^;)]*\\);");
+    const std::string function = "\\n[a-z_]+[ *]+(?:[a-z_]+ )?([a-z_]+)\\([^;)]*\\);";
     int functions = 0;
-    for (std::sregex_iterator at(header.begin(), header.end(), kFunction), end; at != end; ++at) {
-        const std::string name = (*at)[1];
+    for (const Match& declared : AllMatches(header, function)) {
+        const std::string& name = declared[1];
         const bool isTheGames = name == "setup" || name == "update" || name == "draw";
         if (name == "moxi_game_message" || isTheGames) {
             continue;
@@ -119,12 +119,11 @@ TEST(Services, ARowSaysHowManyArgumentsItHas) {
 
 // "    MOXI_KEY_TAB = 9," and the like, with their expressions.
 std::map<std::string, std::string> ConstantsOfC() {
-    static const std::regex kLine("    MOXI_([A-Z0-9_]+) = ([^,/ ][^,/]*?),?( *//.*)?");
     std::map<std::string, std::string> constants;
     std::istringstream lines(ReadTextFile(kSource + "/library/c/include/moxi.h"));
     for (std::string line; std::getline(lines, line);) {
-        std::smatch parts;
-        if (std::regex_match(line, parts, kLine)) {
+        const Match parts = WholeMatch(line, "    MOXI_([A-Z0-9_]+) = ([^,/ ][^,/]*?),?( *//.*)?");
+        if (!parts.empty()) {
             constants[parts[1]] = parts[2];
         }
     }
@@ -144,11 +143,11 @@ TEST(Services, TheConstantsOfCAreThoseOfTheLibrary) {
         ASSERT_NE(at, constants.end()) << name << " is no constant of the library";
         EXPECT_EQ(constants.at("c_" + name), at->second) << name;
     }
-    static const std::regex kMeant(
-        "(MSG|KEY|BUTTON|WHEEL|HELD|SEEK|FILE|TEXT|ALPHA|IMAGE|CURSOR)(_[A-Z0-9_]+)?");
+    const std::string meant =
+        "(MSG|KEY|BUTTON|WHEEL|HELD|SEEK|FILE|TEXT|ALPHA|IMAGE|CURSOR)(_[A-Z0-9_]+)?";
     const std::string header = ReadTextFile(kSource + "/library/c/include/moxi.h");
     for (const auto& [name, value] : constants) {
-        if (!std::regex_match(name, kMeant)) {
+        if (WholeMatch(name, meant).empty()) {
             continue;
         }
         EXPECT_TRUE(ofC.contains(name) ||

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <sstream>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -35,22 +35,21 @@ struct CheckedProgram {
 
 // The examples, each result stored, and `ending` behind them.
 inline CheckedProgram ReadCheckedProgram(const std::string& page, const std::string& ending = "") {
-    static const std::regex kResult("; R14 (=|!=|<|>) (-?[0-9A-Fx]+)$");
-    static const std::regex kLog("; log: (.*)$");
     CheckedProgram program;
     for (const std::string& example : ExamplesOf(page)) {
         std::istringstream lines(example);
         for (std::string line; std::getline(lines, line);) {
             program.source += line + "\n";
-            std::smatch match;
-            if (std::regex_search(line, match, kResult)) {
-                const i64 value = std::stoll(match[2], nullptr, 0);
+            const Match result = FirstMatch(line, "; R14 (=|!=|<|>) (-?[0-9A-Fx]+)$");
+            if (!result.empty()) {
+                const i64 value = std::stoll(result[2], nullptr, 0);
                 program.source += "        MOVE.L  [results+" +
                                   std::to_string(program.results.size() * 4) + "], R14\n";
-                program.results.push_back({line, match[1], static_cast<i32>(value)});
+                program.results.push_back({line, result[1], static_cast<i32>(value)});
             }
-            if (std::regex_search(line, match, kLog)) {
-                program.logs.push_back(match[1]);
+            const Match log = FirstMatch(line, "; log: (.*)$");
+            if (!log.empty()) {
+                program.logs.push_back(log[1]);
             }
         }
     }

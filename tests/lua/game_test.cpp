@@ -8,13 +8,13 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <thread>
 
 #include "tests/lua/lua_game.h"
 #include "tests/support/desktop_session.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -36,10 +36,8 @@ std::set<std::string> NamesOfHeader() {
     const std::string header = ReadTextFile(MOXI_SOURCE_DIR "/library/c/include/moxi/game.h");
     std::set<std::string> names;
     const auto collect = [&](const char* pattern) {
-        const std::regex regex(pattern);
-        for (std::sregex_iterator found(header.begin(), header.end(), regex), end; found != end;
-             ++found) {
-            names.insert((*found)[1]);
+        for (const Match& found : AllMatches(header, pattern)) {
+            names.insert(found[1]);
         }
     };
     collect(R"(\n[a-z_][a-z_ *]*[ *]([a-z_]+)\((?!\())");
@@ -556,7 +554,7 @@ TEST(LanternDrift, IsPlayedUntilTheLightGoesOut) {
                     "40000", "--dump-view", "end.png", MOXI_BIN_DIR "/../share/moxi/games/drift"},
                    folder.path);
     EXPECT_EQ(run.status, 0);
-    EXPECT_TRUE(std::regex_match(run.errors, std::regex("log: the lantern went out at [0-9]+ m\n")))
+    EXPECT_FALSE(WholeMatch(run.errors, "log: the lantern went out at [0-9]+ m\n").empty())
         << run.errors;
     EXPECT_NE(ReadTextFile(folder.path + "/data/SAVED.INI").find("best="), std::string::npos);
     // The canvas is shown three times as large, from 20 pixels on; the lantern begins in the

@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 #include "tests/support/picture.h"
 
 namespace moxi {
@@ -224,7 +224,7 @@ TEST_F(Puzzles, TheHelpHasAPageForEach) {
         int lines = 0;
         for (std::string line; std::getline(page, line); ++lines) {
             // The manual's own commands have all been understood; Slant speaks of \ and /.
-            const bool hasCommand = std::regex_search(line, std::regex("[{}]|\\\\[A-Za-z]"));
+            const bool hasCommand = !FirstMatch(line, "[{}]|\\\\[A-Za-z]").empty();
             EXPECT_FALSE(line[0] != '|' && hasCommand) << line;
             EXPECT_NE(std::string("#=*:>| ").find(line[0]), std::string::npos) << line;
         }

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -23,7 +23,7 @@ std::string AllTests() {
         }
     }
     // However a definition is broken into lines.
-    return std::regex_replace(text, std::regex(R"((TEST(?:_F|_P)?\(\w+,)\s+)"), "$1 ");
+    return ReplaceMatches(text, R"((TEST(?:_F|_P)?\(\w+,)\s+)", "$1 ");
 }
 
 // A name is that of a suite, of a test, or of a test's beginning with "..." behind it.
@@ -63,10 +63,8 @@ TEST(ComfortTable, SaysYesInEveryRowAndNamesTestsThatAreThere) {
         EXPECT_TRUE(line.substr(second + 1, 4) == " yes") << line;
         const std::string shown = line.substr(third);
         int names = 0;
-        static const std::regex name(R"(`([^`]+)`)");
-        for (std::sregex_iterator found(shown.begin(), shown.end(), name), end; found != end;
-             ++found) {
-            const std::string text = (*found)[1];
+        for (const Match& found : AllMatches(shown, R"(`([^`]+)`)")) {
+            const std::string& text = found[1];
             if (text.starts_with("scripts/")) {
                 EXPECT_TRUE(std::filesystem::exists(MOXI_SOURCE_DIR "/" + text)) << text;
                 continue;

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 
 #include "tests/support/message_log.h"
+#include "tests/support/patterns.h"
 
 namespace moxi {
 
@@ -20,15 +20,13 @@ const std::string kSource = MOXI_SOURCE_DIR;
 // Every literal of the source that is shown in the player's language.
 std::set<std::string> TextsOfSource() {
     std::set<std::string> texts;
-    const std::regex call(R"re(\b(Words|ForTranslation)\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\))re");
+    const std::string call = R"re(\b(Words|ForTranslation)\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\))re";
     for (const char* const room : {"surface", "app"}) {
         for (const auto& file : fs::directory_iterator(kSource + "/" + room)) {
             const std::string source = ReadTextFile(file.path().string());
-            for (std::sregex_iterator found(source.begin(), source.end(), call), end; found != end;
-                 ++found) {
+            for (const Match& found : AllMatches(source, call)) {
                 // Literals that stand after one another are one.
-                const std::regex seam(R"("\s*")");
-                std::string text = std::regex_replace((*found)[2].str(), seam, "");
+                std::string text = ReplaceMatches(found[2], R"("\s*")", "");
                 text = text.substr(1, text.find_last_of('"') - 1);
                 if (!text.empty()) {
                     texts.insert(text);

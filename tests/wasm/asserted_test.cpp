@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 #include "tests/support/vm_fixture.h"
 #include "tests/wasm/calls.h"
 
@@ -25,17 +25,16 @@ struct Assertion {
     std::vector<std::pair<std::string, std::string>> expected;  // types and values
 };
 
-std::string Found(const std::string& text, const std::regex& pattern) {
-    std::smatch found;
-    return std::regex_search(text, found, pattern) ? found[1].str() : "";
+std::string Found(const std::string& text, const std::string& pattern) {
+    const Match found = FirstMatch(text, pattern);
+    return found.empty() ? "" : found[1];
 }
 
 // The pairs {"type": "i32", "value": "7"} of a part of a line.
 std::vector<std::pair<std::string, std::string>> Values(const std::string& part) {
-    static const std::regex kValue(R"re("type": "(\w+)", "value": "([^"]+)")re");
     std::vector<std::pair<std::string, std::string>> values;
-    for (std::sregex_iterator it(part.begin(), part.end(), kValue), end; it != end; ++it) {
-        values.emplace_back((*it)[1], (*it)[2]);
+    for (const Match& pair : AllMatches(part, R"re("type": "(\w+)", "value": "([^"]+)")re")) {
+        values.emplace_back(pair[1], pair[2]);
     }
     return values;
 }
@@ -57,9 +56,9 @@ std::string Unescaped(const std::string& text) {
 // {"type": "assert_return", "line": 57, "action": {"type": "invoke", "field": "c", "args": [...]},
 //  "expected": [...]}
 Assertion ReadAssertion(const std::string& text) {
-    static const std::regex kLine(R"re("line": ([0-9]+))re");
-    static const std::regex kField(R"re("field": "([^"]*)")re");
-    static const std::regex kText(R"re("text": "([^"]+)")re");
+    static const std::string kLine = R"re("line": ([0-9]+))re";
+    static const std::string kField = R"re("field": "([^"]*)")re";
+    static const std::string kText = R"re("text": "([^"]+)")re";
     Assertion assertion;
     const size_t arguments = text.find("\"args\": ");
     const size_t expected = text.find("\"expected\": ");
@@ -172,13 +171,12 @@ TEST_P(WasmAssertedTest, CallsGiveWhatTheFileAndWabtsInterpreterSay) {
         RunProgram("/usr/bin/wast2json", {path.string(), "-o", "all.json"}, folder.path);
     ASSERT_EQ(split.status, 0) << split.errors;
     const ProgramResult theirs = RunProgram("/usr/bin/spectest-interp", {"all.json"}, folder.path);
-    static const std::regex kCounts("(?:^|\n)([0-9]+)/([0-9]+) tests passed");
-    std::smatch counts;
-    ASSERT_TRUE(std::regex_search(theirs.output, counts, kCounts)) << theirs.output;
+    const Match counts = FirstMatch(theirs.output, "(?:^|\n)([0-9]+)/([0-9]+) tests passed");
+    ASSERT_FALSE(counts.empty()) << theirs.output;
     EXPECT_EQ(counts[1], counts[2]) << theirs.output;
 
-    static const std::regex kFile(R"re("filename": "([^"]+)")re");
-    static const std::regex kText(R"re("text": "([^"]+)")re");
+    static const std::string kFile = R"re("filename": "([^"]+)")re";
+    static const std::string kText = R"re("text": "([^"]+)")re";
     u32 checked = 0;
     std::istringstream commands(ReadTextFile(folder.path + "/all.json"));
     for (std::string line; std::getline(commands, line);) {

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/patterns.h"
 #include "tests/wasm/calls.h"
 
 namespace moxi {
@@ -24,18 +24,18 @@ TEST_P(WasmCoreTest, WhatIsAModuleIsTranslatedAndWhatIsNoneIsRefused) {
         RunProgram("/usr/bin/wast2json", {path.string(), "-o", "all.json"}, folder.path);
     ASSERT_EQ(split.status, 0) << split.errors;
     // One command a line: {"type": "assert_invalid", "line": 27, "filename": "all.3.wasm", ...
-    static const std::regex kCommand(
-        R"re("type": "(\w+)", "line": ([0-9]+), "filename": "([^"]+)")re");
+    static const std::string kCommand =
+        R"re("type": "(\w+)", "line": ([0-9]+), "filename": "([^"]+)")re";
     std::istringstream commands(ReadTextFile(folder.path + "/all.json"));
     u32 valid = 0;
     u32 refused = 0;
     for (std::string line; std::getline(commands, line);) {
-        std::smatch found;
-        if (!std::regex_search(line, found, kCommand)) {
+        const Match found = FirstMatch(line, kCommand);
+        if (found.empty()) {
             continue;
         }
-        const std::string where = name + ".wast:" + found[2].str();
-        const std::string bytes = ReadTextFile(folder.path + "/" + found[3].str());
+        const std::string where = name + ".wast:" + found[2];
+        const std::string bytes = ReadTextFile(folder.path + "/" + found[3]);
         const TranslatedModule translation = Translate(bytes, CallOptions());
         if (found[1] == "module") {
             EXPECT_TRUE(translation.ok) << where << ": " << translation.errors[0];
