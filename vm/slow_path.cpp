@@ -17,8 +17,8 @@ namespace {
 constinit bool handlersRun = false;
 
 // For each three flags a result that has them. The others no result has.
-constexpr i8 kNoResult = 127;
-constexpr std::array<i8, 8> kResultOf = {2, 3, 0, kNoResult, -2, -1, kNoResult, kNoResult};
+constexpr i64 kNoResult = 127;
+constexpr std::array<i64, 8> kResultOf = {2, 3, 0, kNoResult, -2, -1, kNoResult, kNoResult};
 
 // False, with nothing done, for flags that no result has: a loaded header or a modal context can
 // hold any byte.
