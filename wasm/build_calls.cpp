@@ -157,8 +157,9 @@ void BodyBuilder::Call(u32 callee) {
 }
 
 // Takes a leaf's arguments from the stack. An argument that can be computed later just as well, and
-// at most once, takes the place of its parameter as a tree: it may become part of an operand, or
-// never be needed. Any other one is computed into a variable.
+// will be read at most once or is a constant or variable, takes the place of its parameter as a
+// tree: it may become part of an operand, or never be needed. Any other one is computed into a
+// variable.
 void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type, Scope& inner) {
     const u64 count = type.parameters.size();
     const u64 first = stack.size() - count;
