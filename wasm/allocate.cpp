@@ -11,15 +11,19 @@ namespace moxi {
 namespace {
 
 constexpr u32 kRegisters = 14;  // R14 and R15 serve bases that lie in the frame
-constexpr u32 kFirstKept = 6;   // R6..R13 are kept by the called
+constexpr u32 kFirstKept = 6;   // a function that changes R6..R13 saves them first
+// These keep the time for very large functions in bounds: beyond them a new slot is taken, or two
+// variables stay apart.
 constexpr u32 kMaxSlotsTried = 256;
 constexpr u64 kMaxRangesToJoin = 4096;
 constexpr u64 kMaxWritesToJoin = 1024;
 
-// Registers in the order in which they are tried: those that calls change come first, for nothing
-// has to be saved for them.
+// Registers in the order in which they are tried. Those that calls change come first, for nothing
+// has to be saved for them; then from R13 down, for a function saves all from R13 to the lowest one
+// that it uses.
 constexpr u8 kOrder[kRegisters] = {4, 5, 3, 2, 1, 0, 13, 12, 11, 10, 9, 8, 7, 6};
 
+// An instruction that moves all of one variable into another one.
 struct Copy {
     Variable to = 0;
     Variable from = 0;
@@ -31,12 +35,14 @@ struct Candidate {
     f64 priority = 0;
 };
 
-// The positions that are taken, in a register or a slot.
+// The positions (live.h) at which a register or a slot is taken. Its ranges never overlap each
+// other.
 struct Occupied {
     std::map<u32, u32> ranges;  // from -> to
 
     bool Overlaps(const std::vector<Range>& list) const {
         for (const Range& range : list) {
+            // Of the ranges that begin before this one's end only the last one can reach into it.
             auto next = ranges.lower_bound(range.to);
             if (next == ranges.begin()) {
                 continue;
@@ -59,7 +65,9 @@ struct Allocator {
     FunctionCode& code;
     Allocation& result;
     Liveness live{};
-    std::vector<Variable> leader{};  // of the variables joined with this one
+    // Joined variables form a set (union-find, with path halving): the way along `leader` ends at
+    // the one that stands for all of them.
+    std::vector<Variable> leader{};
     std::vector<u64> weights{};
     std::vector<Copy> copies{};
     std::vector<std::vector<u32>> writes{};  // the instructions that write a variable
@@ -88,10 +96,12 @@ struct Allocator {
     void Run();
 };
 
+// How often an instruction is taken to be executed: each loop around it runs eight times.
 u64 WeightOf(u8 depth) {
     return u64{1} << (3 * std::min<u32>(depth, 6));
 }
 
+// Shorter moves are no copies: they leave a part of the register as it was.
 bool IsCopy(const Instruction& instruction) {
     return instruction.kind == Kind::Two &&
            instruction.operation == static_cast<u8>(TwoOperand::Move) &&
@@ -111,7 +121,8 @@ void Allocator::CollectWeights() {
                 writes[variable].push_back(i);
             }
         });
-        // A base that lies in the frame has to be fetched first.
+        // A base that lies in the frame has to be fetched into a scratch register first, while
+        // other operands may lie there: it needs its register more than they do.
         for (const Operand* operand : {&instruction.a, &instruction.b}) {
             if (operand->place == Place::Indexed) {
                 weights[operand->variable] += 3 * weight;
@@ -123,6 +134,7 @@ void Allocator::CollectWeights() {
     }
 }
 
+// The union of two lists of ranges, each of them in order.
 std::vector<Range> Merged(const std::vector<Range>& a, const std::vector<Range>& b) {
     std::vector<Range> all(a.size() + b.size());
     std::merge(a.begin(), a.end(), b.begin(), b.end(), all.begin(),
@@ -138,6 +150,7 @@ std::vector<Range> Merged(const std::vector<Range>& a, const std::vector<Range>&
     return merged;
 }
 
+// Whether the variable's value is still read somewhere behind the instruction.
 bool Allocator::IsAliveBehind(Variable variable, u32 instruction) const {
     const std::vector<Range>& list = live.ranges[variable];
     const u32 position = 2 * instruction + 1;
@@ -171,8 +184,8 @@ bool Allocator::Interfere(Variable a, Variable b) {
     return DisturbsWhileAlive(a, b) || DisturbsWhileAlive(b, a);
 }
 
-// Copies whose sides never have to hold two values at once become one variable, the most frequent
-// copies first.
+// Joins the two sides of a copy into one variable, where they never have to hold two values at
+// once; the copy then costs nothing. The most frequent copies come first.
 void Allocator::Join() {
     std::stable_sort(copies.begin(), copies.end(),
                      [](const Copy& a, const Copy& b) { return a.weight > b.weight; });
@@ -199,6 +212,8 @@ void Allocator::Join() {
     }
 }
 
+// A copy between a variable and one of the machine's registers, as before and behind calls, hints
+// that the variable should get that very register: the copy then costs nothing.
 void Allocator::CollectHints() {
     hints.resize(code.variables);
     for (const Copy& copy : copies) {
@@ -225,6 +240,7 @@ bool Allocator::TryRegister(Variable variable, u32 number) {
     return true;
 }
 
+// The first slot that is free, or a new one.
 void Allocator::PlaceInFrame(Variable variable) {
     const u32 tried = std::min<u32>(static_cast<u32>(slots.size()), kMaxSlotsTried);
     u32 number = 0;
@@ -239,6 +255,7 @@ void Allocator::PlaceInFrame(Variable variable) {
     result.locations[variable] = {false, number};
 }
 
+// The register of the heaviest hint that is free, else any free one, else a slot.
 void Allocator::Place(Variable variable) {
     std::vector<std::pair<u8, u64>>& wanted = hints[variable];
     std::stable_sort(wanted.begin(), wanted.end(),
@@ -256,6 +273,8 @@ void Allocator::Place(Variable variable) {
     PlaceInFrame(variable);
 }
 
+// Gives places to the joined variables, the one with the highest priority first. The machine's own
+// registers are taken already where instructions name them.
 void Allocator::Color() {
     for (u32 r = 0; r < kRegisters; ++r) {
         registers[r].Take(live.ranges[r]);
@@ -269,6 +288,7 @@ void Allocator::Color() {
         for (const Range& range : live.ranges[v]) {
             length += range.to - range.from;
         }
+        // The 4 keeps the shortest lives from always coming first.
         candidates.push_back({v, static_cast<f64>(weights[v]) / static_cast<f64>(length + 4)});
     }
     std::stable_sort(
@@ -286,6 +306,7 @@ void Allocator::Run() {
     for (const Variable variable : live.crossesSetjmp) {
         live.ranges[variable] = {{0, end}};
     }
+    // A debugger may ask for what lies in the C frame at any instruction.
     if (code.frameBase != 0) {
         live.ranges[code.frameBase] = {{0, end}};
     }
@@ -295,6 +316,7 @@ void Allocator::Run() {
     for (u32 r = 0; r < kFirstVariable; ++r) {
         result.locations[r] = {true, r};
     }
+    // Before variables are joined: afterwards a range may be another variable's.
     for (const Variable variable : code.watched) {
         result.watched.push_back(live.ranges[variable]);
     }

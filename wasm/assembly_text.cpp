@@ -39,7 +39,8 @@ struct Writer {
     void Run();
 };
 
-// A name as the assembler takes it.
+// A function's label: its name, with an underscore for each byte that is no letter or digit, and
+// with the address behind it where another function has that label already.
 std::string LabelFor(const std::string& name, u32 address, std::set<std::string>& taken) {
     std::string label = "f_";
     for (const char c : name) {
@@ -64,6 +65,7 @@ void Writer::NameFunctions(u32 end) {
     }
 }
 
+// Whether the word at the address belongs to a jump table.
 bool Writer::IsTable(u32 address) const {
     const u32 offset = address - code.base;
     for (const CodeTable& table : code.tables) {
@@ -74,7 +76,7 @@ bool Writer::IsTable(u32 address) const {
     return false;
 }
 
-// Where branches and tables go to.
+// Gives a label to every address in the code that an instruction or a jump table names.
 void Writer::NameTargets(u32 end) {
     const auto name = [&](u32 target) {
         if (target >= kHeaderSize && target < end && target % 4 == 0) {
@@ -98,6 +100,8 @@ void Writer::NameTargets(u32 end) {
     }
 }
 
+// Writes the instruction at the address and moves on behind it. Where the assembler would choose
+// other words for its text, the words themselves are written.
 void Writer::WriteInstruction(u32& address) {
     const u32 end = code.base + static_cast<u32>(code.bytes.size());
     const std::span<const u8> memory{result.bytes.data(), end};
@@ -124,6 +128,7 @@ void Writer::WriteInstruction(u32& address) {
     address += length;
 }
 
+// The translated functions with their jump tables.
 void Writer::WriteCode(u32 end) {
     for (u32 address = kHeaderSize; address < end;) {
         const auto label = labels.find(address);
@@ -141,7 +146,7 @@ void Writer::WriteCode(u32 end) {
     }
 }
 
-// Everything behind the code, as it is.
+// Everything in the file behind the translated functions, byte by byte; long runs of zeros in one.
 void Writer::WriteData(u64 from) {
     const u64 end = result.bytes.size();
     while (from < end) {

@@ -1,5 +1,5 @@
 #pragma once
-// A translated module as a source for mxasm, which makes the same file of it.
+// A translated module as assembly source, of which mxasm makes the same file again.
 
 #include <string>
 
@@ -8,8 +8,8 @@
 
 namespace moxi {
 
-// The text ends with a newline. `result` is complete but for the text; `code` is what it was made
-// of.
+// The text ends with a newline. `result` has to be complete but for its `assembly`; `code` is the
+// machine code that its bytes contain.
 std::string FormatAssembly(const TranslatedModule& result, const MachineCode& code);
 
 }  // namespace moxi

@@ -1,12 +1,13 @@
 #pragma once
-// The types of a block, which its instruction names in one of three ways.
+// The type of a block. Its instruction gives it in one of three ways: nothing at all, the type of
+// its one result, or the index of a function's type.
 
 #include "wasm/cursor.h"
 #include "wasm/module.h"
 
 namespace moxi {
 
-// A list that lies elsewhere.
+// A view of a list of types, which somebody else owns.
 struct TypeList {
     const ValueType* items = nullptr;
     u32 count = 0;
@@ -33,7 +34,9 @@ inline bool SameTypes(const TypeList& a, const TypeList& b) {
     return true;
 }
 
-// Reads a block's type; returns what is wrong with it, null when nothing is.
+// Reads a block's type into `type`, which has to be empty before and refers to lists of the module.
+// Returns what is wrong with it; null when nothing is, or when the number itself cannot be read,
+// which the cursor's `failed` tells.
 inline const char* ReadBlockType(const Module& module, ByteCursor& cursor, BlockType& type) {
     static constexpr ValueType kSingle[] = {ValueType::F64, ValueType::F32, ValueType::I64,
                                             ValueType::I32};  // 0x7C..0x7F
@@ -42,7 +45,7 @@ inline const char* ReadBlockType(const Module& module, ByteCursor& cursor, Block
     if (cursor.failed != nullptr) {
         return nullptr;
     }
-    // What is no index is a single byte, not a number that could have more of them.
+    // Negative numbers stand for the bytes 0x40..0x7F. The same number in more bytes is malformed.
     if (number < 0 && cursor.at - start > 1) {
         return "malformed block type";
     }

@@ -1,6 +1,7 @@
 #pragma once
 // The walk over a function's body, shared by build.cpp, build_control.cpp and build_calls.cpp.
-// Values wait as trees (tree.h) on a stack until something needs them.
+// Values wait as trees (tree.h) on a stack until something needs them. To settle one of them means
+// to compute it now, into a variable of its own, so that nothing that follows can change it.
 
 #include <vector>
 
@@ -12,26 +13,29 @@ namespace moxi {
 
 constexpr u32 kNoLabel = 0xFFFFFFFF;
 
+// A block that the walk is in. The first frame is the function itself.
 struct BlockFrame {
     Opcode opcode = Opcode::Block;
-    u32 label = kNoLabel;  // where a branch goes; none for the function itself
-    u32 elseLabel = kNoLabel;
-    bool isUsed = false;  // by a branch
-    u64 height = 0;       // of the stack below the parameters
+    u32 label = kNoLabel;      // where a branch goes; none for the function itself
+    u32 elseLabel = kNoLabel;  // of an if until its else: where it goes when it is false
+    bool isUsed = false;       // some branch goes to `label`
+    u64 height = 0;            // of the stack below the parameters
     BlockType type;
-    std::vector<Variable> variables;  // what a branch assigns
-    std::vector<NodeId> parameters;   // of an if, for its else
+    std::vector<Variable> variables;  // where a branch leaves its values
+    std::vector<NodeId> parameters;   // of an if: what its else begins with, too
 };
 
-// A call through the table whose entry has the wrong type.
+// For a call through the table: the code behind the function's end that it goes to when the table's
+// entry has the wrong type.
 struct WrongEntry {
     u32 label = 0;
-    Variable entry = 0;
+    Variable entry = 0;  // the index into the table, times 8
     u32 function = 0;
     u32 origin = 0;
 };
 
-// What is known of a local's value since its last assignment, until control comes together.
+// What is known of a local's value since its last assignment: the bounds of Node (tree.h). It holds
+// while `epoch` is that of BodyBuilder, which changes where control comes together.
 struct Fact {
     u32 epoch = 0;
     bool isNonNegative = false;
@@ -42,8 +46,8 @@ struct Fact {
 // The function whose body is walked: the one that is built, or a leaf in it.
 struct Scope {
     ByteCursor cursor{};
-    u64 base = 0;  // its own frame in BodyBuilder::frames
-    std::vector<Variable> locals{};
+    u64 base = 0;                    // the index of its own frame in BodyBuilder::frames
+    std::vector<Variable> locals{};  // by number, parameters first
     std::vector<ValueType> types{};
     std::vector<Fact> facts{};  // by local
     // The argument that a leaf's parameter stands for, plus 1; 0 where the local is a variable.
@@ -59,12 +63,12 @@ struct BodyBuilder {
     std::vector<BlockFrame> frames{};
     Scope scope{};
     ByteCursor& cursor = scope.cursor;
-    u32 epoch = 1;
-    std::vector<bool> isLocal{};  // by variable: may be assigned again while a tree waits
+    u32 epoch = 1;                // see Fact
+    std::vector<bool> isLocal{};  // by variable: it may be assigned again while a tree waits
     std::vector<WrongEntry> wrongEntries{};
     bool reachable = true;
-    u32 deadDepth = 0;  // blocks begun in code that is never reached
-    u32 returnLabel = kNoLabel;
+    u32 deadDepth = 0;           // blocks begun in code that is never reached
+    u32 returnLabel = kNoLabel;  // the RETURN behind the body that conditional branches share
 
     // --- The stack
     void Push(NodeId id);
@@ -85,7 +89,8 @@ struct BodyBuilder {
     void SettleTraps() {
         SettleWhere([](const Node& node) { return node.traps; });
     }
-    // Traps come in the order of the module: what waits goes before a value that may trap.
+    // For an operator's two operands, taken from the stack. Traps have to come in the module's
+    // order: where both may trap, what still waits goes first, and then the first operand.
     void SettleBefore(NodeId& first, NodeId second) {
         if (!select.trees[first].traps || !select.trees[second].traps) {
             return;
@@ -93,6 +98,7 @@ struct BodyBuilder {
         SettleTraps();
         Settle(first);
     }
+    // The same for a value that is about to be computed.
     void SettleTrapsBefore(NodeId id) {
         if (select.trees[id].traps) {
             SettleTraps();
@@ -152,7 +158,8 @@ struct BodyBuilder {
     void RunImport(u32 index, const FunctionType& type);
 };
 
-// Settles the waiting values that the test picks; of those that may trap the lower ones as well.
+// Settles the values on the stack that the test picks. Before one that may trap, everything below
+// it that may trap is settled, too, so that traps come in the module's order.
 template <class Test>
 void BodyBuilder::SettleWhere(Test test) {
     u64 settled = 0;  // below this nothing that may trap waits any more

@@ -5,6 +5,8 @@
 
 namespace moxi {
 
+// Pushes a local's value. A leaf's parameter may stand for the tree of its argument, which is
+// pushed in its place.
 void BodyBuilder::PushLocal(u32 number) {
     if (scope.bound[number] != 0) {
         stack.push_back(scope.bound[number] - 1);
@@ -21,6 +23,7 @@ void BodyBuilder::PushLocal(u32 number) {
     node.high = fact.high;
 }
 
+// Trees that wait and read the local are settled first: they mean its value of before.
 void BodyBuilder::SetLocal(u32 number, NodeId value) {
     SettleTrapsBefore(value);
     SettleReaders(scope.locals[number]);
@@ -29,6 +32,8 @@ void BodyBuilder::SetLocal(u32 number, NodeId value) {
     select.Assign(scope.locals[number], value);
 }
 
+// A global is a cell in memory. Adding a constant or variable to it takes one instruction. Any
+// other value that reads globals is computed completely before the cell is written.
 void BodyBuilder::SetGlobal(u32 number, NodeId value) {
     SettleTrapsBefore(value);
     SettleWhere([](const Node& node) { return node.readsGlobals; });
@@ -54,6 +59,7 @@ void BodyBuilder::SetGlobal(u32 number, NodeId value) {
     select.AssignMemory(cell, size, value);
 }
 
+// The instructions on locals and globals.
 void BodyBuilder::Variables(u8 opcode) {
     const u32 number = cursor.Unsigned32();
     switch (static_cast<Opcode>(opcode)) {
@@ -81,8 +87,9 @@ void BodyBuilder::Variables(u8 opcode) {
     }
 }
 
+// Loads and stores.
 void BodyBuilder::Memory(const MemoryOperator& row, u8 opcode) {
-    cursor.Unsigned32();
+    cursor.Unsigned32();  // the alignment, which is only a hint
     const u32 offset = cursor.Unsigned32();
     if (!row.isStore) {
         const NodeId address = Pop();
@@ -96,6 +103,8 @@ void BodyBuilder::Memory(const MemoryOperator& row, u8 opcode) {
     select.Store(row, address, offset, value);
 }
 
+// The instructions behind the prefix 0xFC: conversions that saturate, and those on whole pieces of
+// memory and of the table.
 void BodyBuilder::Prefixed() {
     const u32 number = cursor.Unsigned32();
     const u32 saturating = kFirstSaturating + number;
@@ -111,6 +120,7 @@ void BodyBuilder::Prefixed() {
         segment = cursor.Unsigned32();
     }
     if (operation == Prefixed::DataDrop || operation == Prefixed::ElemDrop) {
+        // A dropped segment is one with nothing left.
         const u32 cells = operation == Prefixed::DataDrop ? plan.dataCells : plan.elementCells;
         select.Two(TwoOperand::Move, OperandSize::Long,
                    AtAddress(Base::Data, cells + 8 * segment + 4), Number(0));
@@ -145,12 +155,14 @@ void BodyBuilder::Skip(u8 opcode) {
     SkipOperands(cursor, opcode);
 }
 
+// Translates the instruction at the cursor.
 void BodyBuilder::Instruction() {
     const auto* const start = reinterpret_cast<const u8*>(module.bytes.data());
     select.origin = static_cast<u32>(cursor.at - start);
     const u8 opcode = cursor.Byte();
     const auto named = static_cast<Opcode>(opcode);
     if (!reachable) {
+        // Only the else or end of the block that holds the dead code can make code reachable again.
         const bool isOwn = deadDepth == 0 && (named == Opcode::Else || named == Opcode::End);
         if (!isOwn) {
             if (named == Opcode::End) {
@@ -264,7 +276,8 @@ void BodyBuilder::Instruction() {
     }
 }
 
-// Makes the locals and takes the arguments.
+// Makes variables for the locals and takes the arguments. Those that are not in registers begin at
+// FP+12, behind the caller's FP, the return address and the word with their size.
 void BodyBuilder::Declare(const FunctionType& type) {
     scope.types = type.parameters;
     const Function& function = module.functions[select.function];
@@ -284,13 +297,16 @@ void BodyBuilder::Declare(const FunctionType& type) {
         select.Receive(scope.locals[i], type.parameters[i],
                        InFrame(12 + 8 * i64{i - kArgumentRegisters}));
     }
-    // Those that are written before they are read lose this again.
+    // Locals begin as 0. Where one is written before it is read, the instruction is dead, and is
+    // removed with the others that are.
     for (u64 i = type.parameters.size(); i < scope.locals.size(); ++i) {
         select.Put(scope.locals[i], ValueType::I64, Number(0));
     }
 }
 
-// What a debugger can find only together with these locals.
+// Notes the locals that a debugger needs to find the variables of the source: all of them where
+// some variable lives in a local, and the one with the address of the C frame where some live
+// there.
 void BodyBuilder::WatchLocals(const Function& function, u32 offset) {
     if (function.isImported) {
         return;
@@ -318,6 +334,7 @@ void BodyBuilder::WatchLocals(const Function& function, u32 offset) {
     }
 }
 
+// Behind the function's end: what calls through the table go to when the entry has another type.
 void BodyBuilder::EmitWrongEntries() {
     for (const WrongEntry& wrong : wrongEntries) {
         select.function = wrong.function;
@@ -347,7 +364,8 @@ void BodyBuilder::Run(u32 index) {
     const auto* const file = reinterpret_cast<const u8*>(module.bytes.data());
     const u32 beginning = function.isImported ? 0 : static_cast<u32>(function.body - file);
     select.origin = beginning;
-    // The check for room on the stack, if the function calls others.
+    // A place for the check that there is room on the stack; only at the end is it known whether
+    // the function needs it.
     select.Emit({});
     Declare(type);
     WatchLocals(function, beginning);
@@ -373,8 +391,9 @@ void BodyBuilder::Run(u32 index) {
     select.EmitLateSigns();
     EmitWrongEntries();
     if (code.hasCalls && plan.stackChecks[index]) {
-        // The caller's frame pointer, which lies at the own one, tells how far the stack has come:
-        // its room begins at a multiple of 16 MB, so that below it bit 23 of an address is set.
+        // [FP], the caller's frame pointer, tells how far the stack has come. The stack's room
+        // begins at a multiple of 16 MB and is smaller than 8 MB, so that bit 23 of an address is
+        // clear in it and set below it: the sign of the byte at FP + 2.
         moxi::Instruction& check = code.instructions.front();
         check.kind = Kind::TestBranch;
         check.operation = static_cast<u8>(Condition::Lt);

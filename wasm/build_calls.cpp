@@ -1,4 +1,4 @@
-// Calls in a function's body: of functions, through the table, of what is imported.
+// Calls in a function's body: of functions, through the table, and of what is imported.
 
 #include <algorithm>
 
@@ -14,7 +14,8 @@ OperandSize SizeOfNode(const Trees& trees, NodeId id) {
 
 }  // namespace
 
-// Takes the arguments from the stack: the first ones to the registers, the rest is pushed.
+// Takes the arguments of a call from the stack: the first ones go to registers, the others are
+// pushed, the last one first. Sets how many registers and how many bytes on the stack that makes.
 void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& pushed) {
     const u32 count = static_cast<u32>(type.parameters.size());
     const u64 first = stack.size() - count;
@@ -37,6 +38,8 @@ void BodyBuilder::PassArguments(const FunctionType& type, u32& registers, u32& p
     }
 }
 
+// Pushes a call's results. The first one comes in a register, the others in cells of the
+// translator's own data.
 void BodyBuilder::TakeResults(const FunctionType& type) {
     for (u32 i = 0; i < type.results.size(); ++i) {
         const Variable result = select.NewVariable();
@@ -49,6 +52,7 @@ void BodyBuilder::TakeResults(const FunctionType& type) {
     }
 }
 
+// Calls an imported function, or does what it stands for.
 void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& type) {
     moxi::Instruction instruction;
     instruction.kind = Kind::CallRoutine;
@@ -63,7 +67,8 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
             return;
         case ImportUse::Sys: {
             const Operand block = argument(Pop());
-            // LEA adds where linear memory lies.
+            // The argument is the parameter block's address in linear memory; LEA makes the image's
+            // address of it.
             select.Two(TwoOperand::Lea, OperandSize::Byte, InRegister(kServiceBlock),
                        AtIndex(block.variable, Base::Memory, 0));
             instruction.kind = Kind::Service;
@@ -104,7 +109,8 @@ void BodyBuilder::CallService(const ImportTarget& target, const FunctionType& ty
     }
 }
 
-// What the other module does not know of is dropped; what it wants besides, or does not give, is 0.
+// Calls a function of the module that this one is linked to. Where its type is not what the import
+// says, arguments and results in excess are dropped, and missing ones are 0.
 void BodyBuilder::CallLinked(const ImportTarget& target, const FunctionType& type) {
     const FunctionType& own = target.type == nullptr ? type : *target.type;
     for (u64 i = own.parameters.size(); i < type.parameters.size(); ++i) {
@@ -122,6 +128,7 @@ void BodyBuilder::CallLinked(const ImportTarget& target, const FunctionType& typ
     }
 }
 
+// `number` is the function's in the whole image.
 void BodyBuilder::CallFunction(u32 number, const FunctionType& type) {
     moxi::Instruction call;
     call.kind = Kind::Call;
@@ -149,8 +156,10 @@ void BodyBuilder::Call(u32 callee) {
     }
 }
 
-// Takes a leaf's arguments from the stack. What can be computed later just as well is not computed
-// now: it may become part of an operand, or nobody wants it.
+// Takes a leaf's arguments from the stack. An argument that can be computed later just as well, and
+// will be read at most once or is a constant or variable, takes the place of its parameter as a
+// tree: it may become part of an operand, or never be needed. Any other one is computed into a
+// variable.
 void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type, Scope& inner) {
     const u64 count = type.parameters.size();
     const u64 first = stack.size() - count;
@@ -173,8 +182,9 @@ void BodyBuilder::BindArguments(const SmallLeaf& leaf, const FunctionType& type,
     stack.resize(first);
 }
 
-// Walks over a leaf's body in place of calling it. What may trap is computed under the name of the
-// function whose it is.
+// Walks over a leaf's body in place of calling it. Its results come out of it as out of a block.
+// Traps are reported under the name of the function in whose body they are: those that wait are
+// settled before the walk enters the leaf, and those of the leaf before it leaves.
 void BodyBuilder::BuildIn(u32 callee) {
     const Function& function = module.functions[callee];
     const FunctionType& type = module.types[function.type];
@@ -226,6 +236,8 @@ void BodyBuilder::BuildIn(u32 callee) {
     std::swap(scope, inner);
 }
 
+// A call through the table. It traps where the index is not below the table's size, and where the
+// entry has not the type that the call names.
 void BodyBuilder::CallIndirect(u32 typeIndex) {
     const FunctionType& type = module.types[typeIndex];
     const NodeId index = Pop();
@@ -238,7 +250,7 @@ void BodyBuilder::CallIndirect(u32 typeIndex) {
         }
     }
     const Variable number = select.InVariable(index);
-    constexpr u32 kMostQuick = 7;
+    constexpr u32 kMostQuick = 7;  // the largest number that an instruction itself has room for
     const Operand size =
         plan.tableSize <= kMostQuick ? Number(plan.tableSize) : AtAddress(Base::Data, kTableCell);
     select.Two(TwoOperand::Cmp, OperandSize::Quad, InRegister(number), size);

@@ -1,4 +1,5 @@
-// Control flow of a function's body: what waits on the stack comes to rest where ways part or meet.
+// Control flow of a function's body. Values that wait on the stack are settled where control parts,
+// and lie in the same variables on all ways where it meets again.
 
 #include "wasm/body_builder.h"
 
@@ -6,13 +7,14 @@ namespace moxi {
 
 namespace {
 
-constexpr u8 kMaxTreeDepth = 48;
-constexpr u32 kFewCases = 3;  // a jump table takes three instructions
+constexpr u8 kMaxTreeDepth = 48;  // recursion over trees must not exhaust the stack
+constexpr u32 kFewCases = 3;      // so many are compared one by one; a table takes 3 instructions
 
 }  // namespace
 
 // --- The stack
 
+// Pushes a tree; one that has become too deep is settled.
 void BodyBuilder::Push(NodeId id) {
     stack.push_back(id);
     if (select.trees[id].depth <= kMaxTreeDepth) {
@@ -22,7 +24,8 @@ void BodyBuilder::Push(NodeId id) {
     Settle(stack.back());
 }
 
-// Computes a waiting value now, so that nothing that comes can change it.
+// Computes a waiting value now, so that nothing that comes can change it. Constants, and variables
+// that nobody assigns again, stay as they are.
 void BodyBuilder::Settle(NodeId& id) {
     const Node node = select.trees[id];
     if (node.kind == NodeKind::Constant) {
@@ -44,6 +47,7 @@ void BodyBuilder::SettleAll() {
     }
 }
 
+// Settles what waits and reads a variable that is about to change.
 void BodyBuilder::SettleReaders(Variable variable) {
     for (u64 i = 0; i < stack.size(); ++i) {
         if (!ReadsVariable(select.trees, stack[i], variable)) {
@@ -56,6 +60,7 @@ void BodyBuilder::SettleReaders(Variable variable) {
     }
 }
 
+// Settles what a call may change, and what may trap.
 void BodyBuilder::SettleForCall() {
     SettleWhere(
         [](const Node& node) { return node.readsMemory || node.readsGlobals || node.traps; });
@@ -70,7 +75,8 @@ void BodyBuilder::SettleTop(u64 count) {
     }
 }
 
-// Assigns the topmost values to variables, all at once. The stack stays.
+// Assigns the topmost values to variables as if all at once: what reads one of them is copied
+// first. The stack stays.
 void BodyBuilder::MoveTo(const std::vector<Variable>& variables) {
     const u64 count = variables.size();
     if (count == 1) {
@@ -93,6 +99,8 @@ void BodyBuilder::MoveTo(const std::vector<Variable>& variables) {
     }
 }
 
+// Returns with the topmost values: from the function, or to the end of a leaf that is built in. The
+// stack stays.
 void BodyBuilder::Return() {
     const bool isBuiltIn = !frames.empty() && frames[scope.base].label != kNoLabel;
     if (isBuiltIn) {
@@ -126,7 +134,7 @@ void BodyBuilder::Return() {
     select.Emit(instruction);
 }
 
-// Goes to a frame with the topmost values. The stack stays.
+// Branches to the frame `depth` levels up, with the topmost values. The stack stays.
 void BodyBuilder::BranchTo(u64 depth) {
     BlockFrame& frame = frames[frames.size() - 1 - depth];
     if (frame.label == kNoLabel) {
@@ -140,6 +148,8 @@ void BodyBuilder::BranchTo(u64 depth) {
     select.Jump(frame.label);
 }
 
+// A branch that has values to move, or results to return, does so only when it is taken: then the
+// opposite branch skips that.
 void BodyBuilder::BranchIf() {
     const u64 depth = cursor.Unsigned32();
     const NodeId condition = Pop();
@@ -162,6 +172,7 @@ void BodyBuilder::BranchIf() {
     select.Label(skip);
 }
 
+// A few cases become comparisons, more of them a jump through a table of addresses.
 void BodyBuilder::BranchTable() {
     const u32 count = cursor.Unsigned32();
     std::vector<u32> depths(count);
@@ -173,7 +184,8 @@ void BodyBuilder::BranchTable() {
     SettleTraps();
     const BlockFrame& target = frames[frames.size() - 1 - fallback];
     SettleTop(target.label == kNoLabel ? target.type.results.count : target.variables.size());
-    // A label for each depth, behind which its values are moved.
+    // Each depth has one label: the frame's own, or, where values have to be moved first, one for
+    // the code behind the jump that moves them and branches.
     std::vector<std::pair<u32, u32>> labels;
     const auto labelOf = [&](u32 depth) {
         for (const auto& [known, label] : labels) {
@@ -227,6 +239,8 @@ void BodyBuilder::BranchTable() {
     }
 }
 
+// The beginning of a block, loop or if. A branch to a loop brings its parameters and goes to its
+// beginning; a branch to any other block brings its results and goes to its end.
 void BodyBuilder::Begin(Opcode opcode) {
     BlockFrame frame;
     frame.opcode = opcode;
@@ -282,7 +296,7 @@ void BodyBuilder::Else() {
     reachable = true;
 }
 
-// The results of a block are on the stack from here on.
+// Behind a block: the stack is as high as before it, with the variables of its results on top.
 void BodyBuilder::EnterResults(BlockFrame& frame) {
     stack.resize(frame.height);
     for (u32 i = 0; i < frame.type.results.count; ++i) {
@@ -290,6 +304,7 @@ void BodyBuilder::EnterResults(BlockFrame& frame) {
     }
 }
 
+// The end of a block, or of the function whose body is walked.
 void BodyBuilder::End() {
     BlockFrame frame = std::move(frames.back());
     if (frames.size() == 1) {

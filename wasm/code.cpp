@@ -86,7 +86,8 @@ bool IsPure(const Instruction& instruction) {
             case TwoOperand::Divu:
             case TwoOperand::Mods:
             case TwoOperand::Modu: {
-                // A divisor that is known cannot fault, but for these two.
+                // A constant divisor cannot fault unless it is 0, or -1, by which the lowest number
+                // cannot be divided; 0xFFFFFFFF is -1 in 32 bits.
                 const Operand& by = instruction.b;
                 return by.place == Place::Immediate && by.value != 0 && by.value != -1 &&
                        by.value != 0xFFFFFFFF;

@@ -15,9 +15,9 @@ using Variable = u32;
 constexpr Variable kFirstVariable = 16;  // below are the machine's registers
 constexpr u32 kArgumentRegisters = 4;    // R0..R3 pass the first arguments
 constexpr u32 kLastCallerSaved = 5;      // a call may change R0..R5
-constexpr Variable kResultRegister = 0;
-constexpr Variable kServiceResult = 14;
-constexpr Variable kServiceBlock = 15;
+constexpr Variable kResultRegister = 0;  // of a call's first result
+constexpr Variable kServiceResult = 14;  // where SYS leaves its result
+constexpr Variable kServiceBlock = 15;   // where SYS takes the address of its parameters
 
 enum class Place : u8 {
     None,
@@ -66,7 +66,7 @@ inline bool IsMemory(const Operand& operand) {
 }
 
 enum class Kind : u8 {
-    Nothing,     // was removed
+    Nothing,     // an instruction that was removed
     Two,         // a TwoOperand of `size` on a and b
     One,         // a OneOperand of `size` on a
     Branch,      // on flags, to label `target`
@@ -90,12 +90,12 @@ struct Instruction {
     OperandSize size = OperandSize::Long;
     u8 arguments = 0;  // registers that a call reads, or that a return hands over
     bool isSetjmp = false;
-    bool isLate = false;  // stands behind the function's end, far from what it belongs to
+    bool isLate = false;  // stands behind the function's end, far from the source it comes from
     bool isLow =
         false;  // of a copy or a push: nobody looks at the upper half of what it hands over
     u32 target = 0;
     u32 pushed = 0;
-    u32 origin = 0;  // offset in the module's file, for lines
+    u32 origin = 0;  // offset in the module's file of what it comes from, for source lines
     Operand a;
     Operand b;
 };
@@ -104,9 +104,9 @@ struct FunctionCode {
     std::vector<Instruction> instructions;
     std::vector<u8> depths;                // of loops, one for each instruction
     std::vector<std::vector<u32>> tables;  // labels of jump tables
-    u32 variables = kFirstVariable;
-    u32 labels = 0;
-    Variable frameBase = 0;         // keeps its place throughout, for the debugger; 0 for none
+    u32 variables = kFirstVariable;        // how many there are, with the machine's registers
+    u32 labels = 0;                        // how many there are; they are numbered from 0
+    Variable frameBase = 0;  // keeps the C frame's address throughout, for a debugger; 0 for none
     std::vector<Variable> watched;  // the locals, where a debugger wants to know of them
     bool callsSetjmp = false;
     bool hasCalls = false;
@@ -121,10 +121,11 @@ struct Roles {
 
 Roles RolesOf(const Instruction& instruction);
 
+// Whether it leaves flags that a branch can use, so that others before it do not matter any more.
 bool SetsFlags(const Instruction& instruction);
 
-// Whether nothing but the variable that it writes, and the flags, shows that the instruction was
-// executed.
+// Whether the instruction does nothing but write its variable and the flags, so that it may be
+// removed where nobody reads those.
 bool IsPure(const Instruction& instruction);
 
 }  // namespace moxi

@@ -1,6 +1,7 @@
 #pragma once
-// Walks over the bytes of a module. Reading past the end or a malformed number sets `failed`, and
-// from then on everything reads as zero, so that callers look once at the end of a construct.
+// Walks over the bytes of a module, which it does not own. Reading past the end or a malformed
+// number sets `failed` and moves to the end, so that from then on everything reads as zero and
+// callers may look once, at the end of a construct.
 
 #include "base/bytes.h"
 #include "base/types.h"
@@ -28,6 +29,7 @@ struct ByteCursor {
         }
         return *at++;
     }
+    // Numbers in LEB128, of at most as many bits as the name says.
     u32 Unsigned32() {
         if (at < end && *at < 0x80) {
             return *at++;
@@ -37,6 +39,7 @@ struct ByteCursor {
     i32 Signed32() { return static_cast<i32>(SignedLong(32)); }
     i64 Signed33() { return SignedLong(33); }
     i64 Signed64() { return SignedLong(64); }
+    // Four and eight bytes, the lowest one first.
     u32 Word() {
         if (Left() < 4) {
             Fail("unexpected end");
@@ -55,6 +58,8 @@ struct ByteCursor {
         at += 8;
         return value;
     }
+    // Goes over that many bytes and returns where they begin; after a failure nothing may be read
+    // there.
     const u8* Bytes(u64 count) {
         if (Left() < count) {
             Fail("unexpected end");

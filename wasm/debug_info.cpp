@@ -10,6 +10,7 @@ namespace moxi {
 
 namespace {
 
+// DWARF's numbers of the entries and attributes that matter here.
 enum class Tag : u64 {
     FormalParameter = 0x05,
     LexicalBlock = 0x0B,
@@ -28,7 +29,8 @@ enum class Tag : u64 {
     Atomic = 0x47,
 };
 
-// Fields of no bytes cost time for every entry. Compilers write some ten.
+// The most attributes of a kind of entry; compilers write some ten. Attributes that take no bytes
+// would let a small file cost any amount of time.
 constexpr size_t kMostFields = 64;
 
 enum class Attribute : u64 {
@@ -46,16 +48,18 @@ enum class Attribute : u64 {
     LoclistsBase = 0x8C,
 };
 
-constexpr u32 kMostTypeSteps = 16;   // a chain of names for types that is longer goes in a ring
+constexpr u32 kMostTypeSteps = 16;  // a longer chain of typedefs and qualifiers is taken for a ring
 constexpr u64 kMostVariables = 256;  // of a function
-constexpr u32 kMostBlocks = 64;      // of a function, one in the other
+constexpr u32 kMostBlocks = 64;      // of a function, nested
 
+// An attribute of an abbreviation: which one it is and in what form its value is written.
 struct Field {
     u64 attribute = 0;
     u64 form = 0;
-    i64 constant = 0;
+    i64 constant = 0;  // the value itself, in form ImplicitConst
 };
 
+// A kind of entry, as .debug_abbrev declares it.
 struct Abbreviation {
     u64 tag = 0;
     bool hasChildren = false;
@@ -63,19 +67,19 @@ struct Abbreviation {
 };
 using Abbreviations = std::unordered_map<u64, Abbreviation>;
 
-// A form's value: a number, a text or a piece of the section.
+// An attribute's value: a number, a text or a piece of the section.
 struct Value {
     u64 number = 0;
     std::string text;
     std::string_view block;
-    bool isOffset = false;  // counts from another attribute
-    bool isIndex = false;   // into a table of offsets
+    bool isOffset = false;  // a plain number: a length, or an offset in a section; no address
+    bool isIndex = false;   // the number is an index into a table of offsets
 };
 
-// An entry, as far as it matters here.
+// An entry of .debug_info (a function, a variable, a type), as far as it matters here.
 struct Entry {
     u64 tag = 0;
-    bool isEnd = false;  // of the children of an entry
+    bool isEnd = false;  // no entry: the children of one end here
     bool hasChildren = false;
     std::string name;
     u64 low = 0;
@@ -87,7 +91,7 @@ struct Entry {
     Value location;
     bool hasLocation = false;
     std::string_view frameBase;
-    bool hasNumber = false;  // it is this number
+    bool hasNumber = false;  // a constant, whose value is `number`
     i64 number = 0;
 };
 
@@ -99,22 +103,24 @@ struct Shared {
     std::string_view stringOffsets = SectionOf(module, ".debug_str_offsets");
     std::string_view addresses = SectionOf(module, ".debug_addr");
     std::map<u64, Abbreviations> tables{};  // by their offsets
-    // The tables lie one behind the other. If they lie in each other, somebody wants us to read
-    // for ever.
+    // How many bytes of abbreviation tables may still be read. Usually the tables lie one behind
+    // the other; a file whose tables overlap could otherwise cost time without bounds.
     u64 left = 2 * abbreviations.size();
-    u64 listsLeft = 0;  // the same of lists of places
+    u64 listsLeft = 0;  // the same for lists of places
     std::vector<DebugFunction> functions{};
 };
 
+// Reads one compile unit of .debug_info.
 struct UnitReader {
     Shared& shared;
     std::string_view unit;  // with its header
     u32 version = 0;
     u32 addressBytes = 4;
+    // Where the unit's part of the tables begins: behind the header, unless an attribute says so.
     u64 stringsBase = 8;
     u64 addressesBase = 8;
     u64 listsBase = 12;
-    u64 unitBase = 0;
+    u64 unitBase = 0;  // the unit's lowest address, which lists of places count from
     const Abbreviations* table = nullptr;
 
     Value ReadValue(ByteCursor& cursor, u64 form, i64 constant) const;
@@ -127,6 +133,7 @@ struct UnitReader {
     void Walk(ByteCursor cursor);
 };
 
+// The table at that offset of .debug_abbrev, as far as it can be read.
 Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
     Abbreviations table;
     if (offset >= shared.abbreviations.size()) {
@@ -162,6 +169,7 @@ Abbreviations ReadAbbreviations(Shared& shared, u64 offset) {
     return table;
 }
 
+// A number of that many bytes, the lowest one first.
 u64 NumberOf(ByteCursor& cursor, u32 bytes) {
     u64 value = 0;
     for (u32 i = 0; i < bytes; ++i) {
@@ -178,6 +186,8 @@ std::string_view Block(ByteCursor& cursor, u64 size) {
     return {reinterpret_cast<const char*>(at), size};
 }
 
+// Reads a value in any of DWARF's forms. Those that nothing here needs are only gone over; the
+// cursor fails at an unknown one, for its length is unknown, too.
 Value UnitReader::ReadValue(ByteCursor& cursor, u64 form, i64 constant) const {
     Value value;
     const auto text = [&](u64 index) {
@@ -258,7 +268,7 @@ void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value)
             entry.hasCode = true;
             break;
         case Attribute::HighPc:
-            // A length, unless it is an address like the lower one.
+            // The code's length, unless its form is that of an address.
             entry.high = value.isOffset ? entry.low + value.number : value.number;
             break;
         case Attribute::StrOffsetsBase:
@@ -279,7 +289,7 @@ void UnitReader::TakeField(Entry& entry, const Field& field, const Value& value)
     }
 }
 
-// False where nothing more makes sense.
+// Reads an entry with its attributes. False where the unit cannot be read any further.
 bool UnitReader::ReadEntry(ByteCursor& cursor, Entry& entry) {
     entry = {};
     const u64 code = ReadLeb(cursor);
@@ -309,6 +319,7 @@ bool UnitReader::ReadEntry(ByteCursor& cursor, Entry& entry) {
     return true;
 }
 
+// A base type's kind, in the words of DebugVariable::kind.
 std::string KindOfBase(const Entry& entry) {
     constexpr u64 kBoolean = 2;
     constexpr u64 kFloat = 4;
@@ -337,7 +348,7 @@ std::string KindOfBase(const Entry& entry) {
     }
 }
 
-// What a type is when all its names are taken away.
+// The kind of the type at that offset of the unit, behind all typedefs and qualifiers.
 std::string UnitReader::KindOf(u64 type) {
     for (u32 steps = 0; steps < kMostTypeSteps && type != 0 && type < unit.size(); ++steps) {
         ByteCursor cursor = CursorOver(unit.substr(type));
@@ -362,6 +373,7 @@ std::string UnitReader::KindOf(u64 type) {
     return "block";
 }
 
+// Where the variable of an entry is found: a constant, one place for all of its code, or a list.
 std::vector<DebugPlace> UnitReader::PlacesOf(const Entry& entry) {
     DebugPlace place;
     if (entry.hasNumber) {
@@ -388,6 +400,7 @@ std::vector<DebugPlace> UnitReader::PlacesOf(const Entry& entry) {
     return ReadPlaceList(lists, offset, shared.listsLeft);
 }
 
+// Adds a variable to the function that was found last.
 void UnitReader::TakeVariable(const Entry& entry, u32 from, u32 to) {
     DebugFunction& function = shared.functions.back();
     if (entry.name.empty() || function.variables.size() >= kMostVariables) {
@@ -403,7 +416,8 @@ void UnitReader::TakeVariable(const Entry& entry, u32 from, u32 to) {
     function.variables.push_back(std::move(variable));
 }
 
-// The function of an entry, if its code is part of the module.
+// The function of an entry, if its code is part of the module: linkers give 0 as the address of
+// what they have left out.
 bool TakeFunction(const Entry& entry, const Module& module, DebugFunction& function) {
     const u64 from = entry.low + module.codeOffset;
     const u64 to = entry.high + module.codeOffset;
@@ -419,6 +433,8 @@ bool TakeFunction(const Entry& entry, const Module& module, DebugFunction& funct
     return true;
 }
 
+// Goes over the unit's entries, which form a tree in preorder, and takes functions with their
+// variables.
 void UnitReader::Walk(ByteCursor cursor) {
     const Module& module = shared.module;
     struct Block {
@@ -445,7 +461,7 @@ void UnitReader::Walk(ByteCursor cursor) {
             unitBase = entry.low;
         }
         if (tag == Tag::Subprogram && entry.hasCode) {
-            blocks.clear();
+            blocks.clear();  // the one before is done, or must not get this one's variables
             DebugFunction function;
             if (TakeFunction(entry, module, function)) {
                 shared.functions.push_back(std::move(function));
@@ -470,6 +486,7 @@ void UnitReader::Walk(ByteCursor cursor) {
     }
 }
 
+// Reads the unit's header, of DWARF 2 to 5, and then its entries.
 void UnitReader::Run() {
     ByteCursor cursor = CursorOver(unit);
     cursor.Word();  // the length
@@ -477,7 +494,7 @@ void UnitReader::Run() {
     u64 abbreviations = 0;
     if (version >= 5) {
         if (cursor.Byte() != 1) {
-            return;  // of a kind that holds no code
+            return;  // not a compile unit: of a kind that holds no code
         }
         addressBytes = cursor.Byte();
         abbreviations = cursor.Word();

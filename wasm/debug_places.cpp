@@ -8,6 +8,7 @@ namespace {
 
 constexpr size_t kMostPlaces = 256;  // of a variable
 
+// DWARF's numbers of the operations that single places are written with.
 enum class Operation : u8 {
     Address = 0x03,
     ConstantUnsigned = 0x10,
@@ -19,7 +20,7 @@ enum class Operation : u8 {
     WasmLocation = 0xED,
 };
 
-// The rows of .debug_loclists.
+// DWARF's numbers of the rows of .debug_loclists, from 0 on.
 enum class Row : u8 {
     End,
     BaseByIndex,
@@ -32,10 +33,12 @@ enum class Row : u8 {
     Length,
 };
 
+// Whether an offset or address fits into 32 bits, signed or unsigned.
 bool IsSmall(i64 value) {
     return value >= -0x80000000LL && value <= 0xFFFFFFFFLL;
 }
 
+// Adds what the expression says for the addresses from..to. What makes no sense is left out.
 void Add(const PlaceLists& lists, u64 from, u64 to, std::string_view expression,
          std::vector<DebugPlace>& places) {
     from += lists.codeOffset;
@@ -60,6 +63,7 @@ std::string_view TakeExpression(ByteCursor& cursor, u64 size) {
     return {reinterpret_cast<const char*>(at), size};
 }
 
+// A list of .debug_loc, up to DWARF 4: pairs of offsets from a base, each with an expression.
 std::vector<DebugPlace> ReadPairs(const PlaceLists& lists, ByteCursor& cursor) {
     std::vector<DebugPlace> places;
     u64 base = lists.unitBase;
@@ -69,7 +73,7 @@ std::vector<DebugPlace> ReadPairs(const PlaceLists& lists, ByteCursor& cursor) {
         if (cursor.failed != nullptr || (from == 0 && to == 0)) {
             return places;
         }
-        if (from == 0xFFFFFFFF) {
+        if (from == 0xFFFFFFFF) {  // no pair: a new base
             base = to;
             continue;
         }
@@ -81,6 +85,7 @@ std::vector<DebugPlace> ReadPairs(const PlaceLists& lists, ByteCursor& cursor) {
     }
 }
 
+// A list of .debug_loclists, from DWARF 5 on: rows of several kinds.
 std::vector<DebugPlace> ReadRows(const PlaceLists& lists, ByteCursor& cursor) {
     std::vector<DebugPlace> places;
     u64 base = lists.unitBase;
@@ -107,7 +112,7 @@ std::vector<DebugPlace> ReadRows(const PlaceLists& lists, ByteCursor& cursor) {
                 from = base + ReadLeb(cursor);
                 to = base + ReadLeb(cursor);
                 break;
-            case Row::Default: break;
+            case Row::Default: break;  // it has no addresses, so that Add leaves it out
             case Row::Pair:
                 from = cursor.Word();
                 to = cursor.Word();
@@ -132,7 +137,8 @@ std::vector<DebugPlace> ReadRows(const PlaceLists& lists, ByteCursor& cursor) {
 bool ReadPlace(std::string_view expression, DebugPlace& place) {
     ByteCursor cursor = CursorOver(expression);
     const u8 first = cursor.Byte();
-    bool mayEnd = true;  // without saying that it is the value
+    // Whether StackValue may be missing at the end. A constant without it would be an address.
+    bool mayEnd = true;
     if (first >= static_cast<u8>(Operation::Literal0) &&
         first <= static_cast<u8>(Operation::Literal31)) {
         place.kind = DebugPlace::Kind::Number;

@@ -1,5 +1,6 @@
 #pragma once
-// Where a variable of a program is found while it runs, by DWARF's expressions and their lists.
+// Where a variable of the source is found while the program runs, as DWARF's location expressions
+// and location lists tell it.
 
 #include <string_view>
 #include <vector>
@@ -15,12 +16,13 @@ struct DebugPlace {
         Local,   // the value of a local of the function
         Number,  // `value` itself
     } kind = Kind::Frame;
-    u32 from = 0;  // in the module's file
+    u32 from = 0;  // the code for which this holds, as offsets in the module's file
     u32 to = 0xFFFFFFFF;
     i64 value = 0;
 };
 
-// What an expression says. False where it is none of the places above.
+// Reads an expression into `kind` and `value`. False where it is none of the places above, or
+// damaged; then `place` may be half written.
 bool ReadPlace(std::string_view expression, DebugPlace& place);
 
 // The sections and bases that a unit's lists need.
@@ -33,8 +35,9 @@ struct PlaceLists {
     u64 codeOffset = 0;  // of the code section's contents, in the file
 };
 
-// The places of the list at that offset of the section, as far as it makes sense. `left` is how
-// many bytes of lists may still be read, which it lowers: lists can lie in each other.
+// The places of the list at that offset of the section, as far as it can be read. `left` is how
+// many bytes of lists may still be read, and is lowered by those of this one: lists of a hostile
+// file may overlap, and would otherwise cost time without bounds.
 std::vector<DebugPlace> ReadPlaceList(const PlaceLists& lists, u64 offset, u64& left);
 
 }  // namespace moxi

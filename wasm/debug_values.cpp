@@ -23,12 +23,13 @@ struct Finder {
     TranslatedVariable Find(const DebugVariable& variable);
 };
 
+// A register or a place in the frame in the words of TranslatedPlace::text.
 std::string TextOf(const Location& location) {
     return location.inRegister ? "R" + std::to_string(location.number)
                                : "FP-" + std::to_string(8 * (location.number + 1));
 }
 
-// False where the place means nothing here.
+// Where a place of the module is at run time. False where it cannot be told.
 bool Finder::Resolve(const DebugPlace& place, const std::string& kind,
                      TranslatedPlace& result) const {
     switch (place.kind) {
@@ -58,8 +59,9 @@ bool Finder::Resolve(const DebugPlace& place, const std::string& kind,
     return false;
 }
 
-// The addresses of the instructions that come from where the place holds; of a local only those at
-// which somebody still wants its value, for afterwards another one may have its register.
+// Adds a place for each run of instructions that come from code for which the place holds. A
+// local's are only those at which its value is still read: afterwards another variable may have its
+// register.
 void Finder::AddRuns(const DebugPlace& place, const TranslatedPlace& found,
                      std::vector<TranslatedPlace>& places) const {
     const bool isLocal = place.kind == DebugPlace::Kind::Local;
@@ -93,7 +95,8 @@ void Finder::AddRuns(const DebugPlace& place, const TranslatedPlace& found,
     }
 }
 
-// The addresses from the first to the last instruction of the block.
+// Sets the addresses where the variable is known: those of the whole function, or from the first to
+// the last instruction of its block.
 void Finder::SetBlock(const DebugVariable& variable, TranslatedVariable& result) const {
     result.from = address;
     result.to = End();

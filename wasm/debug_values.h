@@ -1,5 +1,5 @@
 #pragma once
-// Where the variables of a function are in the code that became of it.
+// Where the variables of a source function are in the machine code that was made of it.
 
 #include <vector>
 
@@ -9,9 +9,10 @@
 
 namespace moxi {
 
-// Of a function that was just encoded and begins at that address of the image. Offsets of what lies
-// in memory count from where the module's memory begins. `steps` bounds the time for all functions
-// together: what it is too small for is left out.
+// The variables of the function that was appended to `out` last, of `code` and `allocation`, and
+// begins at that address of the image. Offsets of what lies in memory count from where the module's
+// memory begins. `steps` bounds the time for all functions together: it is lowered by the
+// instructions that are gone over, and what it is too small for is left out.
 std::vector<TranslatedVariable> FindVariables(const DebugFunction& function,
                                               const FunctionCode& code,
                                               const Allocation& allocation, const MachineCode& out,

@@ -4,7 +4,7 @@ namespace moxi {
 
 namespace {
 
-constexpr u64 kMostText = 4096;
+constexpr u64 kMostText = 4096;  // bytes: many entries may name the same long text
 
 }  // namespace
 

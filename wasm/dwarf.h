@@ -56,22 +56,26 @@ enum class DwarfForm : u64 {
     Addrx4 = 0x2C,
 };
 
-// The contents of a custom section; nothing where there is none of that name.
+// The contents of a custom section, in the bytes of the module; nothing where there is none of that
+// name.
 std::string_view SectionOf(const Module& module, std::string_view name);
 
+// Refers to the bytes, which have to outlive it.
 ByteCursor CursorOver(std::string_view bytes);
 
 // A text that ends with a NUL. Control characters become question marks: it goes into lines.
 std::string ReadDwarfText(ByteCursor& cursor);
-// The same at an offset of a section; of a text without an end the beginning.
+// The same at an offset of a section; nothing beyond its end, and of a very long text the
+// beginning.
 std::string DwarfTextAt(std::string_view section, u64 offset);
 
-// Word `index` of a table of words that begins at `base`; 0 beyond its end.
+// Word `index`, of 4 bytes, of a table that begins at offset `base`; 0 beyond the section's end.
 u64 DwarfWordAt(std::string_view section, u64 base, u64 index);
 
-// Variable-length numbers whose size nobody has promised: what is beyond 64 bits is lost.
+// Numbers in LEB128 that may be of any length, unlike those of ByteCursor: bits beyond 64 are lost.
 u64 ReadLeb(ByteCursor& cursor);
 i64 ReadSignedLeb(ByteCursor& cursor);
+// Two bytes, the lower one first.
 u16 ReadShort(ByteCursor& cursor);
 
 }  // namespace moxi

@@ -14,7 +14,7 @@ constexpr u8 kFirstScratch = 15;  // for a base that lies in the frame, and for 
 constexpr u8 kSecondScratch = 14;
 constexpr u32 kNoSlot = 0xFFFFFFFF;
 
-// The row of kTwoOperandForms for each pair of modes.
+// The row of kTwoOperandForms for each pair of modes; kNoForm where the machine has none.
 constexpr auto kForms = [] {
     std::array<std::array<u8, kModes>, kModes> table{};
     for (auto& row : table) {
@@ -34,6 +34,7 @@ struct Encoder {
     u32 frameBytes = 0;
     std::vector<u32> labels{};  // addresses
 
+    // A word that waits for the address of a label.
     struct Jump {
         u32 offset = 0;
         u32 label = 0;
@@ -42,7 +43,8 @@ struct Encoder {
     std::vector<Jump> jumps{};
     std::vector<std::pair<u32, u32>> tableJumps{};  // offset of the word, number of the table
 
-    // An operand as the machine has it.
+    // An operand as the machine has it: every variable has become a register or a place in the
+    // frame.
     struct Resolved {
         Mode mode = Mode::Register;
         u32 reg = 0;
@@ -57,6 +59,7 @@ struct Encoder {
         out.bytes.resize(at + 4);
         StoreBytes(out.bytes.data() + at, word);
     }
+    // A value behind an instruction, with a fixup where an address is missing in it.
     void ValueWord(i64 value, Base base) {
         switch (base) {
             case Base::None: break;
@@ -76,7 +79,8 @@ struct Encoder {
         Word(static_cast<u32>(value));
     }
     i64 SlotOffset(u32 slot) const { return -8 * (i64{slot} + 1); }
-    // The slots whose values the two scratch registers still hold.
+    // Bases that lie in the frame are fetched into one of two scratch registers. This is which
+    // slot's value each of them still holds, so that it need not be fetched again.
     struct Held {
         u8 number = 0;
         u32 slot = kNoSlot;
@@ -91,6 +95,7 @@ struct Encoder {
     void OneWord(OneOperand op, OperandSize size, const Resolved& a);
     void EncodeTwo(const Instruction& instruction);
     void EncodeTestBranch(const Instruction& instruction);
+    // The first word of a branch; the label's address, divided by 4, goes to its bits 10 and up.
     void JumpWord(u32 low, u32 label) {
         jumps.push_back({Here(), label, false});
         Word(low);
@@ -108,6 +113,7 @@ struct Encoder {
     bool Run();
 };
 
+// The register with the variable's value, which is fetched into `scratch` if it lies in the frame.
 u32 Encoder::RegisterOf(Variable variable, u8 scratch) {
     const Location& at = allocation.locations[variable];
     if (at.inRegister) {
@@ -125,8 +131,8 @@ u32 Encoder::RegisterOf(Variable variable, u8 scratch) {
     return scratch;
 }
 
-// What the instruction, which stands in front of here, changes of what the scratch registers hold,
-// or of what they hold it of.
+// After an instruction: forgets what the scratch registers hold where it may have changed the
+// register or the slot. Behind labels, jumps and calls nothing is known of either.
 void Encoder::ForgetHeld(const Instruction& instruction) {
     const auto forget = [&](auto test) {
         for (Held& each : held) {
@@ -156,7 +162,7 @@ void Encoder::ForgetHeld(const Instruction& instruction) {
     });
 }
 
-// Whether an immediate fits into the instruction itself.
+// Whether an immediate fits into the four bits that the instruction itself has for it.
 bool IsQuick(const Operand& operand, OperandSize size) {
     if (operand.base != Base::None) {
         return false;
@@ -188,6 +194,7 @@ Encoder::Resolved Encoder::Resolve(const Operand& operand, OperandSize size, u8 
     return {IsQuick(operand, size) ? Mode::Quick : Mode::Immediate, 0, operand.value, operand.base};
 }
 
+// The words behind an instruction that its operand needs.
 void Encoder::Extension(const Resolved& operand, OperandSize size) {
     switch (operand.mode) {
         case Mode::Indexed:
@@ -203,6 +210,8 @@ void Encoder::Extension(const Resolved& operand, OperandSize size) {
     }
 }
 
+// An instruction with two operands. Its word has room for one offset in the frame; that of a second
+// one follows as a word of its own.
 void Encoder::TwoWords(TwoOperand op, OperandSize size, Resolved a, Resolved b) {
     if (a.mode == Mode::Frame && b.mode == Mode::Frame) {
         b.mode = Mode::Frame32;
@@ -249,9 +258,11 @@ void Encoder::EncodeTwo(const Instruction& instruction) {
     // LEA's size says nothing; its operands are no values.
     const OperandSize size = op == TwoOperand::Lea ? OperandSize::Byte : instruction.size;
     const Resolved a = Resolve(instruction.a, size, kFirstScratch);
+    // The first operand's base may already be held by the second scratch register.
     const bool takesSecond = a.mode == Mode::Indexed && a.reg == kSecondScratch;
     const Resolved b = Resolve(instruction.b, size, takesSecond ? kFirstScratch : kSecondScratch);
     const bool isCopy = op == TwoOperand::Move && size == OperandSize::Quad;
+    // A copy to itself, as joined variables leave them, takes no code.
     if (isCopy && a.mode == b.mode && a.reg == b.reg && a.value == b.value &&
         (a.mode == Mode::Register || a.mode == Mode::Frame)) {
         return;
@@ -259,6 +270,7 @@ void Encoder::EncodeTwo(const Instruction& instruction) {
     TwoWords(op, size, a, b);
 }
 
+// Its operand is never indexed: the selector makes two instructions of that.
 void Encoder::EncodeTestBranch(const Instruction& instruction) {
     const Resolved a = Resolve(instruction.a, instruction.size, kFirstScratch);
     u32 mode = static_cast<u32>(TestOperand::Register);
@@ -313,6 +325,7 @@ void Encoder::Encode(const Instruction& instruction) {
     }
 }
 
+// Puts the jump tables behind the function's code, and their addresses into the jumps through them.
 void Encoder::EncodeTables() {
     std::vector<u32> addresses;
     if (!code.tables.empty()) {
@@ -335,6 +348,7 @@ void Encoder::EncodeTables() {
     }
 }
 
+// All labels have their addresses now: fills them into branches and jump tables.
 void Encoder::PatchJumps() {
     for (const Jump& jump : jumps) {
         u8* const at = out.bytes.data() + jump.offset;

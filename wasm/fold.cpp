@@ -27,6 +27,7 @@ enum class Arithmetic : u8 {
     Rotr,
     Count
 };
+// The comparisons of one integer type, in the order of their codes.
 enum class Comparison : u8 { Eq, Ne, LtS, LtU, GtS, GtU, LeS, LeU, GeS, GeU, Count };
 
 template <class T>

@@ -18,12 +18,13 @@ constexpr u64 kPage = 65536;
 constexpr u64 kMaxCode = 16u << 20;      // what branches reach
 constexpr u64 kStackWindow = 16u << 20;  // the stack's room begins at a multiple of this
 constexpr u64 kStackReserve = 1u << 20;  // below it: for one frame, and for reporting
-constexpr u64 kHighestEnd = 0xFFFF0000;
-constexpr u64 kOwnDataRoom = 16384;  // before a runtime whose place is given
+constexpr u64 kHighestEnd = 0xFFFF0000;  // the last 64 KiB of the addresses stay free
+constexpr u64 kOwnDataRoom = 16384;      // before a runtime whose place is given
 constexpr u64 kMemoryAlignment = 64;
 constexpr const char* kNoRoom = "the memory does not fit beside code, stack and heap into 4 GiB";
 
-// What a cartridge finds in its memory: palette, draw colours, no mouse yet.
+// What a cartridge finds at the beginning of its memory: a word that is not used, four colours of
+// the palette, draw colours, four gamepads, and a mouse that is nowhere yet.
 constexpr u8 kConsoleMemory[] = {
     0,    0,    0,    0,     //
     0xCF, 0xF8, 0xE0, 0,     // $00E0F8CF
@@ -40,6 +41,7 @@ u64 RoundUp(u64 value, u64 step) {
     return (value + step - 1) / step * step;
 }
 
+// Assembles the runtime; `assembled.ok` tells whether that succeeded.
 std::shared_ptr<const AssembledRuntime> AssembleAnew(const std::string& source,
                                                      const AssembleOptions& options) {
     auto made = std::make_shared<AssembledRuntime>();
@@ -50,8 +52,8 @@ std::shared_ptr<const AssembledRuntime> AssembleAnew(const std::string& source,
     return made;
 }
 
-// The same, but what was assembled once is kept: for modules of whose runtime all is alike, the
-// place included.
+// The same, but a runtime that was assembled once is kept, and returned when source, folders and
+// definitions, its address among them, are the same again. It is not made for several threads.
 std::shared_ptr<const AssembledRuntime> AssembleOnce(const std::string& source,
                                                      const AssembleOptions& options) {
     static std::map<std::string, std::shared_ptr<const AssembledRuntime>> known;
@@ -73,6 +75,7 @@ std::shared_ptr<const AssembledRuntime> AssembleOnce(const std::string& source,
     return known[key] = AssembleAnew(source, options);
 }
 
+// A type in the strings that wasm_calls of the runtime reads.
 const char* LetterOf(ValueType type) {
     switch (type) {
         case ValueType::I32: return "i";
@@ -82,7 +85,9 @@ const char* LetterOf(ValueType type) {
     }
 }
 
-// Where C keeps its stack pointer: a global of that name, else the first one if it can be that.
+// The cell where C keeps its stack pointer, which setjmp and longjmp save: that of the global with
+// that name, else of the first global if its type fits. A module without one gets a cell that it
+// does not mind losing.
 u32 StackPointerCell(const ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u64 i = 0; i < module.globalNames.size(); ++i) {
@@ -97,6 +102,7 @@ u32 StackPointerCell(const ModulePlan& plan) {
 
 }  // namespace
 
+// How large the memory is at first, and how much of the image is kept for it to grow into.
 void ImageBuilder::SizeMemory(const ModulePlan& plan) {
     const Module& module = *plan.module;
     Layout& layout = layouts[plan.number];
@@ -111,7 +117,8 @@ void ImageBuilder::SizeMemory(const ModulePlan& plan) {
     }
 }
 
-// Segments that do not fit make the start trap, which is the module's business, not an error.
+// Looks for active segments that do not fit into their memory or table. They make the program trap
+// when it starts, as the module says; that is no error of the translation.
 void ImageBuilder::CheckSegments(const ModulePlan& plan) {
     for (const ElementSegment& segment : plan.module->elements) {
         if (segment.mode != ElementSegment::Mode::Active) {
@@ -128,8 +135,8 @@ void ImageBuilder::CheckSegments(const ModulePlan& plan) {
     }
 }
 
-// What wasm_calls needs behind the runtime, which lies at `at`: room for arguments and results, the
-// list of the exported functions, names and types.
+// Appends to the runtime what its wasm_calls needs: room for arguments and results, the list of the
+// exported functions, their names and types. Offsets in runtimeBytes are addresses in the image.
 void ImageBuilder::AppendCalls() {
     const Module& module = FirstModule();
     std::vector<const Export*> exports;
@@ -185,6 +192,7 @@ std::string ImageBuilder::RuntimeSource() const {
     return source;
 }
 
+// The symbols that the runtime is assembled with; moxi/wasm_runtime.inc lists them.
 void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
     const auto define = [&](const std::string& name, u64 value) {
         assemble.definitions.emplace_back(name, static_cast<i64>(value));
@@ -211,6 +219,7 @@ void ImageBuilder::DefineConstants(AssembleOptions& assemble) const {
     }
 }
 
+// Those of them that say what the program is and which functions start it.
 void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     const Module& module = FirstModule();
     const auto define = [&](const char* name, i64 value) {
@@ -245,6 +254,8 @@ void ImageBuilder::DefineEntry(AssembleOptions& assemble) const {
     }
 }
 
+// The runtime is assembled with room for the code and data before it, so that its labels have the
+// addresses that they have in the image.
 bool ImageBuilder::AssembleRuntime() {
     AssembleOptions assemble;
     assemble.includeFolders = {options.libraryFolder};
@@ -270,7 +281,8 @@ bool ImageBuilder::AssembleRuntime() {
     return true;
 }
 
-// One memory behind the other, behind the code.
+// Places the memories one behind the other, behind the runtime and the passive segments. With
+// `identity` the first one begins at address 0 and contains all of that.
 bool ImageBuilder::PlaceMemory() {
     u64 passive = 0;
     for (const ModulePlan& plan : parts.plans) {
@@ -302,7 +314,8 @@ bool ImageBuilder::PlaceMemory() {
     return memoryEnd < kHighestEnd || Fail(kNoRoom);
 }
 
-// Active segments lie in the file, as far as they fit.
+// Puts active data segments where they lie in memory; the file ends behind the last byte that is
+// not 0.
 bool ImageBuilder::LayDataSegments() {
     u64 lowest = ~u64{0};
     u64 highest = codeEnd;
@@ -347,6 +360,8 @@ bool ImageBuilder::LayDataSegments() {
     return true;
 }
 
+// Writes a module's own data: the cells that the runtime knows (layout.h), the first values of
+// globals, and the passive data segments, whose bytes go to `passiveAt`, which moves on.
 void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
     const Module& module = *plan.module;
     const Layout& layout = layouts[plan.number];
@@ -373,6 +388,7 @@ void ImageBuilder::FillCells(const ModulePlan& plan, u64& passiveAt) {
     }
 }
 
+// An entry of the table or a segment: the function's address and its type's number, 0 for null.
 void ImageBuilder::PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpression& item) {
     if (item.kind != ConstantExpression::Kind::Function) {
         StoreBytes(OwnData(plan, cell), u64{0});
@@ -383,6 +399,8 @@ void ImageBuilder::PutEntry(const ModulePlan& plan, u64 cell, const ConstantExpr
     StoreBytes(OwnData(plan, cell + 4), plan.typeNumbers[plan.module->functions[function].type]);
 }
 
+// Writes the element segments: active ones into the table, up to the first that does not fit, and
+// passive ones into their own cells.
 void ImageBuilder::FillTables(const ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u32 i = 0; i < module.elements.size(); ++i) {
@@ -409,7 +427,7 @@ void ImageBuilder::FillTables(const ModulePlan& plan) {
     }
 }
 
-// The names of functions that may trap, for the traps' routines.
+// The list of the names of functions that may trap, from which the runtime's traps take theirs.
 void ImageBuilder::FillTrapNames() {
     const ModulePlan& plan = parts.plans[0];
     StoreBytes(OwnData(plan, kNamesCell),
@@ -441,6 +459,8 @@ void ImageBuilder::Patch() {
                static_cast<u32>(Single::Jmp) | runtime->ValueOf("wasm_entry") >> 2 << 10);
 }
 
+// Behind the bytes of the file come zeros for the rest of the memory up to `limit`, then the stack
+// up to `stackTop`, then the heap. The machine takes the sizes of the three from the header.
 bool ImageBuilder::WriteHeader() {
     const u64 loaded = result.bytes.size();
     const u64 stackFloor = RoundUp(std::max(memoryEnd, loaded) + kStackReserve, kStackWindow);
@@ -469,6 +489,9 @@ void ImageBuilder::Run() {
         CheckSegments(plan);
     }
     runtimeAt = RoundUp(at, 8);
+    // Where the caller wants the runtime at a fixed address, and the code leaves room before it,
+    // the module's own data gets a fixed address as well: the runtime's constants are then the
+    // same.
     if (runtimeAt + kOwnDataRoom <= options.runtimeAt && layouts.size() == 1) {
         runtimeAt = options.runtimeAt;
         layouts[0].dataAt = runtimeAt - kOwnDataRoom;

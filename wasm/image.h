@@ -6,7 +6,9 @@
 
 namespace moxi {
 
-// Makes the file. What is wrong goes to `result.errors`.
+// Makes the file in `result.bytes`, with symbols and assembly as the options ask, and sets
+// `result.ok`. What is wrong goes to `result.errors`, and `ok` stays false. The variables in
+// `parts` are moved out.
 void BuildImage(ImageParts& parts, const TranslateOptions& options, TranslatedModule& result);
 
 }  // namespace moxi

@@ -11,18 +11,19 @@
 
 namespace moxi {
 
-// Where the parts of a module lie.
+// Where the parts of a module lie: addresses in the image and sizes in bytes.
 struct Layout {
-    u64 dataAt = 0;    // the translator's own data
-    u64 memoryAt = 0;  // linear memory
-    u64 initialBytes = 0;
-    u64 reservedBytes = 0;
+    u64 dataAt = 0;         // the translator's own data
+    u64 memoryAt = 0;       // linear memory
+    u64 initialBytes = 0;   // of the memory when the program starts
+    u64 reservedBytes = 0;  // what it may grow to
 };
 
 struct AssembledRuntime {
     AssembleResult assembled;
-    std::map<std::string, u32, std::less<>> values{};
+    std::map<std::string, u32, std::less<>> values{};  // of the symbols, by name
 
+    // All bits are set where there is no such symbol.
     u32 ValueOf(std::string_view name) const {
         const auto found = values.find(name);
         return found == values.end() ? 0xFFFFFFFF : found->second;
@@ -35,22 +36,24 @@ struct ImageBuilder {
     TranslatedModule& result;
     std::vector<Layout> layouts{};
     u64 runtimeAt = 0;
-    u64 codeEnd = 0;
+    u64 codeEnd = 0;  // behind the runtime and the passive segments
     u64 memoryEnd = 0;
-    bool badData = false;
+    bool badData = false;  // an active segment does not fit, so that the start traps
     bool badElements = false;
     std::shared_ptr<const AssembledRuntime> runtime{};
-    std::vector<u8> runtimeBytes{};  // and what belongs to it
-    std::vector<u32> routineAddresses{};
+    std::vector<u8> runtimeBytes{};  // from address 0: room for the code, the runtime, its lists
+    std::vector<u32> routineAddresses{};  // by number, as in ImageParts::routines
 
     bool Fail(const std::string& text) {
         result.errors.push_back(text);
         return false;
     }
     const Module& FirstModule() const { return *parts.plans[0].module; }
+    // The place of a cell of the translator's own data; valid until result.bytes changes its size.
     u8* OwnData(const ModulePlan& plan, u64 offset) {
         return result.bytes.data() + layouts[plan.number].dataAt + offset;
     }
+    // The value of a constant expression; no function, whose address is in `parts`.
     u64 ValueOf(const ModulePlan& plan, const ConstantExpression& expression) const {
         // The one global that can be imported is linear memory's address.
         const bool isAddress = expression.kind == ConstantExpression::Kind::Global;

@@ -1,4 +1,4 @@
-// What is said about an image beside it: symbols, source lines, variables.
+// What debuggers are told about an image: symbols, source lines, variables.
 
 #include <algorithm>
 
@@ -6,6 +6,7 @@
 
 namespace moxi {
 
+// The functions of a module that have code.
 void ImageBuilder::CollectFunctions(const ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u32 i = 0; i < module.functions.size(); ++i) {
@@ -58,6 +59,7 @@ void ImageBuilder::CollectLines() {
     add({parts.code.base + static_cast<u32>(parts.code.bytes.size()), 0, 0});
 }
 
+// The variables of all functions, now that it is known where the memories lie.
 void ImageBuilder::CollectVariables() {
     for (FunctionVariables& function : parts.variables) {
         const auto memory = static_cast<i64>(layouts[function.module].memoryAt);
@@ -70,6 +72,7 @@ void ImageBuilder::CollectVariables() {
     }
 }
 
+// Symbols in the order of their addresses, then lines and variables.
 void ImageBuilder::CollectSymbols() {
     for (const ModulePlan& plan : parts.plans) {
         CollectFunctions(plan);
@@ -80,10 +83,13 @@ void ImageBuilder::CollectSymbols() {
         }
         result.symbols.push_back({static_cast<u32>(symbol.value), true, symbol.name});
     }
+    // Of two linked modules the memory that matters to a user is the second one's, the cartridge's.
     const Layout& last = layouts.back();
     if (parts.plans.back().module->hasMemory) {
         result.symbols.push_back({static_cast<u32>(last.memoryAt), false, "wasm_memory"});
     }
+    // The module that a cartridge is linked to may export a counter of frames, whose address is
+    // wanted.
     const Export* const frames = FindExport(FirstModule(), "wasm_frames", ExternalKind::Global);
     if (frames != nullptr && parts.plans.size() > 1) {
         const u64 offset = ValueOf(parts.plans[0], FirstModule().globals[frames->index].initial);

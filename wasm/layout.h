@@ -5,7 +5,8 @@
 
 namespace moxi {
 
-// The translator's own data begins with these cells. The runtime knows them by the same numbers.
+// The translator's own data begins with these cells: offsets in bytes. The runtime has the same
+// numbers for them.
 constexpr u32 kPagesCell = 0;     // u32: the memory's size in pages
 constexpr u32 kBaseCell = 4;      // u32: its image address
 constexpr u32 kLimitCell = 8;     // u64: the memory's size in bytes
@@ -14,12 +15,13 @@ constexpr u32 kNamesCell = 40;    // u32: the address of the list of the names o
 constexpr u32 kTableCell = 48;    // u64: how many entries the table has
 constexpr u32 kResultCells = 56;  // the second and further results of a call, 8 bytes each
 
-// A trap is told the number of its function's name by the call that reaches it, in the field that
-// otherwise counts the arguments' bytes. Where it has no room for the number, that is 0 and R14
-// holds the name's address.
+// The routine of a trap reports the name of the function that trapped. The CALL that goes to it has
+// the name's number, which counts from 1, in the 16 bits that otherwise say how many bytes of
+// arguments there are. A number that is larger than they can hold becomes 0, and R14 holds the
+// name's address.
 constexpr u32 kMostTrapNumbers = 65535;
 
-// What a trap is called in the log, in the order of their routines.
+// X(enumerator, routine of the runtime, what the log calls it)
 #define WASM_TRAPS(X)                                                        \
     X(Unreachable, "trap_unreachable", "unreachable")                        \
     X(DivideByZero, "trap_divide", "integer divide by zero")                 \

@@ -11,7 +11,7 @@ namespace {
 constexpr u32 kMostOperators = 12;  // about what a call takes, and some more
 constexpr u64 kMostBytes = 96;      // of a body that is looked at
 constexpr u64 kMostLocals = 12;
-constexpr u32 kTooMany = kMostOperators + 1;
+constexpr u32 kTooMany = kMostOperators + 1;  // the cost of what is no leaf
 
 struct LeafFinder {
     const Module& module;
@@ -21,6 +21,7 @@ struct LeafFinder {
     std::vector<State> states{};
     std::vector<u32> costs{};  // operators, with those of the leaves that are called
 
+    // Whether it is worth a look at the body.
     bool IsCandidate(const Function& function) const {
         if (function.isImported || function.end - function.body > static_cast<i64>(kMostBytes)) {
             return false;
@@ -41,7 +42,9 @@ struct LeafFinder {
     u32 Walk(const Function& function, SmallLeaf& leaf, u32 depth);
 };
 
-// Operators that become instructions, roughly; kTooMany for what is no leaf.
+// The cost of a body: roughly how many of its operators become instructions; kTooMany for what
+// cannot be a leaf. Fills in what `leaf` says of the body. The walk ends early when the cost is too
+// high.
 u32 LeafFinder::Walk(const Function& function, SmallLeaf& leaf, u32 depth) {
     ByteCursor cursor{function.body, function.end, nullptr};
     u32 cost = 0;
@@ -86,11 +89,13 @@ u32 LeafFinder::Walk(const Function& function, SmallLeaf& leaf, u32 depth) {
     return cost;
 }
 
+// The cost of a function, found once; a leaf is noted.
 u32 LeafFinder::CostOf(u32 index, u32 depth) {
     if (states[index] == State::Known) {
         return costs[index];
     }
-    // What calls itself, by however many others, is no leaf; nor is what calls that deep.
+    // What calls itself, directly or through others, is no leaf; nor is what lies that deep in
+    // calls, for the recursion here must not exhaust the stack.
     if (states[index] == State::Underway || depth > kMostOperators) {
         return kTooMany;
     }

@@ -1,5 +1,6 @@
 #pragma once
-// Functions so small that their body takes the place of a call.
+// Inlining: finds the functions that are so small that their body takes the place of every direct
+// call of them. They are called leaves, for what they call, if anything, are leaves as well.
 
 #include <vector>
 
@@ -9,17 +10,18 @@
 
 namespace moxi {
 
-// What is known of a function that may take the place of its calls.
+// What is known of a function. Only of a leaf is there more than `isOne`.
 struct SmallLeaf {
-    bool isOne = false;     // it does; nothing else means anything where it does not
-    bool branches = false;  // anywhere but at its end
+    bool isOne = false;     // whether it is a leaf
+    bool branches = false;  // it has blocks or branches
     bool loops = false;
-    std::vector<u32> reads;  // how often each local is read
-    std::vector<bool> isWritten;
+    std::vector<u32> reads;       // how often each local is read in its text
+    std::vector<bool> isWritten;  // by local
 };
 
-// One for each function. A leaf's calls, if it has any, are of such functions alone. Where a
-// debugger is to show arguments, in code that was compiled for that, calls stay calls.
+// One for each function of the module, which has been validated. A function whose arguments lie in
+// a C frame that a debugger knows, as compilers do it for debugging, is no leaf, so that its
+// arguments can be shown.
 std::vector<SmallLeaf> FindSmallLeaves(const Module& module,
                                        const std::vector<DebugFunction>& debugFunctions);
 
