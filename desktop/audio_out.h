@@ -15,7 +15,7 @@ constexpr u32 kAudioRate =
     44100;  // frames a second, everywhere; a frame is a left and a right sample
 
 struct MusicEvent {
-    u64 frame = 0;  // since the start of the piece
+    u64 frame = 0;  // when the event is due, in frames since the start of the piece
     u32 sysex = 0;  // status F0: where the message starts in MusicPiece::sysex
     u8 status = 0;  // 80..EF: a message for a channel; F0: a system exclusive message
     u8 data1 = 0;   // 0..127
@@ -29,24 +29,27 @@ struct MusicPiece {
 };
 
 struct AudioOut {
-    // Gets ready in the background when the game looks as if it had music.
+    // Loads the synthesiser in the background if the game looks as if it had music, so that the
+    // first piece starts at once.
     void (*prepare)();
-    // Plays the piece from its start, in place of one that is playing.
+    // Plays the piece from its start, in place of one that is playing. The piece is shared with the
+    // player until another one is started or it is stopped; nobody may change it meanwhile.
     void (*startMusic)(const std::shared_ptr<const MusicPiece>& piece);
     // Silences the music at once; nothing when none is playing.
     void (*stopMusic)();
-    // Nanoseconds of the piece that was started last that have been played. Goes on beyond the
-    // last event, and gets on with the clock where there is nothing to play it on.
+    // How much of the piece that was started last has been played, in nanoseconds. Keeps counting
+    // beyond the last event. Where there is no device to play on, it counts with the clock.
     u64 (*musicPosition)();
-    // Plays a sound file once, in place of the sound that is playing. One that cannot be decoded
-    // gives a line in the system log, which mentions `name`.
+    // Plays a sound once, in place of the sound that is playing. `file` holds the bytes of the
+    // sound file, which are copied. If they cannot be decoded, a line in the system log says so;
+    // `name` is what that line calls the file.
     void (*playSound)(const std::string& name, const std::vector<u8>& file);
     void (*stopSound)();
     // What the player has chosen; no module sees it. Volumes are percent of the amplitude, 0 to
-    // 100.
+    // 100; more counts as 100.
     void (*setMuted)(bool muted);
     void (*setVolumes)(u32 music, u32 sound);
-    // The music and the sound wait where they are, and go on from there.
+    // While paused, the music and the sound stop where they are; then they go on from there.
     void (*setPaused)(bool paused);
     // Stops all sound and releases the device; called once, before desktop.shutDown.
     void (*shutDown)();

@@ -1,12 +1,12 @@
 #pragma once
-// The desktop's traditional texts of keys that have no character of their own.
+// The control characters that stand, by the desktop's tradition, for keys that type no character.
 
 #include "base/types.h"
 
 namespace moxi {
 
-// A control character for Return, Tab, Escape, the arrows, the function keys and their like, by the
-// positional virtual key code; 0 for other keys.
+// The control character of the key with this positional virtual key code: Return, Tab, Escape, the
+// arrows, the function keys and their like. 0 for every other key.
 constexpr char ControlCharacter(u8 code) {
     switch (code) {
         case 0x73: return 0x01;  // Home

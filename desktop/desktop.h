@@ -60,22 +60,24 @@ struct ViewPixels {
     const u8* pixels = nullptr;
     i32 width = 0;
     i32 height = 0;
-    // The same pixels of the rectangle that is presented, and of no other, where the processor has
-    // them nearer; null where it has not. Bytes from row to row.
+    // A second copy, from which these pixels were copied just now, so that they are likely still in
+    // the processor's cache; null when there is none. Only the rectangle that is presented is the
+    // same as in `pixels`.
     const u8* nearer = nullptr;
-    i32 nearerStride = 0;
+    i32 nearerStride = 0;  // bytes from row to row
 };
 
-// How much larger the view is shown than it is. The application goes by the view's own size.
+// By how much the view is enlarged on the screen. The application always works with the view's own
+// size.
 struct ViewScale {
     enum class Kind : u8 {
-        Automatic,     // as the desktop's density asks for
-        Steps,         // by `steps`
-        Fit,           // to the whole screen, in whole steps, with bars where there is room left
-        FitFractions,  // the same up to the screen's edge
+        Automatic,     // by a factor that suits the desktop's density
+        Steps,         // by the factor `steps`
+        Fit,           // to the whole screen by the largest whole factor, with bars around the view
+        FitFractions,  // to the whole screen by any factor: the view reaches the screen's edge
     };
     Kind kind = Kind::Automatic;
-    i32 steps = 1;
+    i32 steps = 1;        // for Steps: 1 or more
     bool smooth = false;  // pixels are mixed where they meet; else each stays a square
 
     bool operator==(const ViewScale&) const = default;
@@ -108,21 +110,21 @@ struct Desktop {
     void (*showWindow)();
     void (*closeWindow)();  // as the close button: desktopEvents.windowShouldClose decides
     void (*minimizeWindow)();
-    // Frame with the decorations where the desktop reports them.
+    // The window's frame, with its decorations where the desktop tells how large they are.
     WindowFrame (*windowFrame)();
-    // Moves and sizes the window. In full screen it sets the frame to come back to.
+    // Moves and sizes the window. In full screen it sets the frame that the window has afterwards.
     void (*setWindowFrame)(WindowFrame frame);
     ViewSize (*viewSize)();
     bool (*isFullScreen)();
     void (*toggleFullScreen)();
-    // May be called before there is a window. What `screens` tells goes by the first scale that was
-    // set, and stays so.
+    // May be called before there is a window. `screens` goes by the scale that was set before the
+    // window was made, whatever is set later.
     void (*setViewScale)(const ViewScale& scale);
-    // Where the view is fitted to the whole screen: whether the window fills it just now. Nothing
-    // where it is not fitted.
+    // When the view's scale is Fit or FitFractions: whether the window fills the whole screen just
+    // now. Nothing with any other scale.
     std::optional<bool> (*fittedScreen)();
-    // The user's wish for the whole screen or a window then, which the application does not see.
-    // Does nothing where the view is not fitted.
+    // Lets the window fill the whole screen, or makes it a window again, as the user wishes. The
+    // application is not told. Does nothing with a scale that is neither Fit nor FitFractions.
     void (*setFittedScreen)(bool whole);
     // Asks for desktopEvents.drawRect; requests join into one rectangle until it is served.
     void (*requestRedraw)(ViewRect rect);
@@ -137,7 +139,7 @@ struct Desktop {
     // Shows the surface: rows top first, 4 bytes a pixel in the order R, G, B, unused. What
     // presentView brings meanwhile is not seen.
     void (*presentSurface)(const u8* pixels, ViewSize size);
-    // The view again, which is asked to be drawn as a whole.
+    // Shows the view again, and asks for a redraw of all of it.
     void (*hideSurface)();
 
     // --- Screens
@@ -148,16 +150,18 @@ struct Desktop {
 
     // Monotonic time in nanoseconds since an arbitrary start.
     u64 (*nanoseconds)();
-    // Told after the module has read the clock, so that virtual time can get on.
+    // Called each time the module has read the clock. Virtual time then moves on a little, so that
+    // a module that waits for the clock in a loop does not wait for ever.
     void (*clockWasRead)();
     DateTime (*localDateTime)();
-    // The time that a file has for the module, of its time of change on the disk: the same, but
-    // where a run has a date of its own what it changes itself has that date's.
+    // Turns the time at which a file was changed on the disk into the time that the module is told.
+    // They are the same, except in a run with a date of its own: files that were changed during the
+    // run then have the run's own time.
     std::time_t (*fileTime)(const timespec& changed);
     // Calls `handler` on the main thread every `microseconds` (at least 1), first after one
     // interval. Missed firings are skipped and the phase is kept.
     TimerId (*startTimer)(u64 microseconds, void (*handler)());
-    // The same for the host's own surfaces: such a timer goes on while the game is held.
+    // As startTimer, but for the host's own surfaces: such a timer goes on while the game is held.
     TimerId (*startSurfaceTimer)(u64 microseconds, void (*handler)());
     void (*stopTimer)(TimerId timer);  // of either kind; 0 is ignored
     // While the game is held no timer of its own fires and `nanoseconds` stands still. When it goes
@@ -168,19 +172,22 @@ struct Desktop {
 
     // --- Threads
 
-    bool (*isMainThread)();               // any thread
-    void (*queueOnMain)(void (*work)());  // any thread; runs later, in order, on the main thread
+    bool (*isMainThread)();  // any thread
+    // Any thread. Runs `work` later on the main thread, in the order of the calls. Work that is
+    // waiting already is not queued a second time.
+    void (*queueOnMain)(void (*work)());
 
     // --- Services
 
-    // What the menu compares for a key with this text: the text itself where it is Latin, else the
-    // character that the key has without Shift in the first Latin layout that the user has, or on
-    // a US keyboard.
+    // The text by which the menu finds the item of a key. `code` is the key's positional virtual
+    // key code, `text` what it typed. A Latin text is returned as it is; else the result is the
+    // character that the key has without Shift in the user's first Latin layout, or on a US
+    // keyboard when there is no such layout.
     std::string (*latinText)(u8 code, const std::string& text);
     std::optional<std::string> (*clipboardText)();  // UTF-8; nothing when there is no text
     void (*setClipboardText)(const std::string& utf8);
-    // Puts the pointer that the user sees over this point of the view, where the desktop lets it.
-    // No event tells of it.
+    // Moves the pointer that the user sees to this point of the view, if the desktop allows it. No
+    // event follows.
     void (*movePointer)(i32 x, i32 y);
     void (*setHandCursor)(bool hand);  // the pointing hand, or the arrow
     void (*openUrl)(const std::string& utf8);
@@ -189,8 +196,9 @@ struct Desktop {
     // Shows a modal box with a warning sign, the text and the button "Sigh"; returns when it is
     // dismissed. The text has been written to standard error already.
     void (*alert)(const std::string& utf8);
-    // The same with a second button, "End", for texts that may never come to an end. True when the
-    // user wants the end: by that button, or by a request to close or to quit that waits.
+    // As alert, with a second button, "End", for a module that may show one text after another
+    // without end. True when the user wants the program to end: by that button, or by a request to
+    // close or to quit that waits for its answer.
     bool (*alertOrEnd)(const std::string& utf8);
 };
 

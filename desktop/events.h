@@ -14,7 +14,7 @@ namespace moxi {
 struct DesktopEvents {
     // --- Application
     void (*didFinishLaunching)();
-    bool (*shouldTerminate)();
+    bool (*shouldTerminate)();  // false: the program goes on
     void (*willTerminate)();
     void (*willBecomeActive)();
     void (*didResignActive)();  // the window has lost the keyboard, and everything held is released
@@ -24,7 +24,7 @@ struct DesktopEvents {
     void (*willEndByForce)();
 
     // --- Window
-    bool (*windowShouldClose)();
+    bool (*windowShouldClose)();  // false: the window stays
     void (*windowWillClose)();
     void (*windowDidResize)();
     void (*windowDidMove)();
@@ -39,6 +39,7 @@ struct DesktopEvents {
     void (*viewFrameDidChange)();
 
     // --- View
+    // This part of the view has to be drawn anew, in the coordinates of view rectangles.
     void (*drawRect)(ViewRect rect);
 
     // --- Input. `code` is a positional virtual key code 0..127; `text` is UTF-8, empty for none.
@@ -52,21 +53,23 @@ struct DesktopEvents {
     void (*mouseUp)(u32 button, i32 x, i32 y);
     void (*mouseMoved)(i32 x, i32 y);
     void (*mouseDragged)(u32 button, i32 x, i32 y);
+    // One notch of the wheel is a delta of 0.1. Positive when what is seen moves right or down.
     void (*scrollWheel)(double deltaX, double deltaY, i32 x, i32 y);
     // The user has dropped a file or folder on the window.
     void (*fileDropped)(const std::string& path);
-    // Only what changes. A pad that is taken away, or a window that loses the keyboard, has let go
-    // of everything.
+    // Only changes are told. When a pad is taken away, or the window loses the keyboard, every
+    // button that was down goes up and every axis goes back to 0.
     void (*padButton)(PadButton button, bool down);
-    void (*padAxis)(PadAxis axis, double value);  // -1..1
+    void (*padAxis)(PadAxis axis, double value);  // -1..1, a trigger 0..1
 
     // --- Scripts
     // Another program has put this text on the clipboard, where desktop.clipboardText finds it.
     void (*clipboardDidChange)(const std::string& text);
-    // As drawRect, for a rectangle that nobody here has asked for.
+    // As drawRect, but nobody has asked for a redraw of this rectangle.
     void (*expose)(ViewRect rect);
+    // Puts a message of this command and these parameters into the module's queue.
     void (*post)(u32 command, u32 p1, u32 p2, u32 p3);
-    // Writes what the view shows to a PNG file; false when it cannot be written.
+    // Writes what the view shows to a PNG file at `path`; false when it cannot be written.
     bool (*screenshot)(const std::string& path);
 };
 

@@ -12,7 +12,8 @@ struct Folders {
     std::string bundle;     // the game as it was named on the command line
     std::string archive;    // the archive that the game came in; "" for none
     std::string resources;  // the folder that holds MAIN.MX
-    // A game may delete its own files, but nothing of a folder that it merely lies in.
+    // Whether the game may delete files in `resources`. It may delete its own files, but nothing in
+    // a folder that it merely happens to lie in.
     bool deletableResources = true;
     std::string support;           // the user's application support folder; "" when there is none
     std::string state;             // where the host keeps what it knows of games; "" when nowhere

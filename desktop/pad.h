@@ -1,6 +1,6 @@
 #pragma once
-// A gamepad as MOXI sees it. However many are connected, they are one: a button is down while it is
-// down on any of them, an axis stands where the one stands that is moved furthest.
+// A gamepad as MOXI sees it. All pads that are connected act as one: a button is down while it is
+// down on any of them, and an axis has the value of the pad on which it is moved furthest.
 
 #include <optional>
 #include <string_view>
@@ -27,10 +27,10 @@ enum class PadButton : u8 {
     DpRight,
 };
 
-// Right and down are positive; a trigger goes from 0 to 1.
+// A stick's axis goes from -1 to 1, where right and down are positive; a trigger goes from 0 to 1.
 enum class PadAxis : u8 { LeftX, LeftY, RightX, RightY, LeftTrigger, RightTrigger };
 
-// In the order of the enumerations, as scripts and preferences write them.
+// The names that scripts and preferences use, in the order of the enumerations.
 inline constexpr std::string_view kPadButtonNames[] = {"a",
                                                        "b",
                                                        "x",
@@ -58,6 +58,7 @@ constexpr std::string_view NameOf(PadAxis axis) {
     return kPadAxisNames[static_cast<u32>(axis)];
 }
 
+// The button or axis of a name, in lower case; nothing for a name that there is not.
 constexpr std::optional<PadButton> PadButtonNamed(std::string_view name) {
     for (u32 i = 0; i < kPadButtonCount; ++i) {
         if (kPadButtonNames[i] == name) {

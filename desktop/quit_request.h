@@ -1,7 +1,7 @@
 #pragma once
-// Requests to end, which an event loop looks at before each step: to quit, which a termination
-// signal may make too and for which the application is asked as for the menu's quit item, and to
-// close the window.
+// The two requests to end, which an event loop looks at before each step. A request to quit comes
+// from the user or from a termination signal; the application is asked as for the menu's quit item.
+// A request to close asks the window.
 
 #include <atomic>
 #include <ctime>
@@ -16,27 +16,28 @@ enum class QuitRequest : int {
     BeingAnswered,  // it is being asked
 };
 
-// Written by a signal handler, so it has to be free of locks.
+// The request to quit. Written by a signal handler, so it has to be free of locks.
 inline constinit std::atomic<QuitRequest> quitRequest = QuitRequest::None;
 
-// The close button, or the application's own wish. Main thread.
+// The request to close the window: by its close button, or by the application. Main thread only.
 inline constinit bool closeRequested = false;
 
-// Whether a signal has made the request: whoever sends one does not wait for a player. Written
-// before the request.
+// Whether a signal has made the request to quit. Who sends a signal does not wait for a player to
+// answer. Set before the request itself.
 inline constinit std::atomic<bool> quitIsBySignal = false;
 
-// When it did, in nanoseconds of the steady clock. Written before the request.
+// When the signal came, by SignalClock. Set before the request itself.
 inline constinit std::atomic<u64> quitSignalTime = 0;
 
+// Nanoseconds of the steady clock. May be called in a signal handler.
 inline u64 SignalClock() {
     constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
     timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);  // a signal handler may do that
+    clock_gettime(CLOCK_MONOTONIC, &now);  // one of the calls that a signal handler may make
     return static_cast<u64>(now.tv_sec) * kNanosecondsPerSecond + static_cast<u64>(now.tv_nsec);
 }
 
-// A signal asks for the end, and has not been answered.
+// Whether a signal asks for the end and has not been answered.
 inline bool SignalIsWaiting() {
     return quitIsBySignal && quitRequest != QuitRequest::None;
 }
@@ -44,11 +45,13 @@ inline bool SignalIsWaiting() {
 // How long work that may be abandoned lets a signal wait for its answer.
 constexpr u64 kSignalPatienceNanoseconds = 500'000'000;
 
+// Whether such a signal has waited for at least that long.
 inline bool SignalHasWaitedLong() {
     return SignalIsWaiting() && SignalClock() - quitSignalTime >= kSignalPatienceNanoseconds;
 }
 
-// After the answer; a signal that came while it was given is a request of its own.
+// To be called when the application has answered. A request that a signal made meanwhile stays: it
+// is answered on its own.
 inline void NoteQuitAnswer() {
     QuitRequest answered = QuitRequest::BeingAnswered;
     if (quitRequest.compare_exchange_strong(answered, QuitRequest::None)) {

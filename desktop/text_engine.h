@@ -3,10 +3,10 @@
 // coverage. Colours, boxes and lines are the business of gfx/draw_text. Filled by one
 // implementation (desktop/pango) before the application starts; main thread only.
 //
-// Text is valid UTF-8 without a NUL, not empty, and set as one line; a line break or another
-// control character takes no room (a tab goes to the next multiple of 28). Lengths are pixels, and
-// a font of size 20 is 20 pixels high whatever the desktop's resolution. Widths are typographic:
-// the sum of the advances, trailing spaces included.
+// Text must be valid UTF-8 without a NUL, and not empty. It is set as one line: a line break or
+// another control character takes no room, a tab goes to the next multiple of 28. Lengths are
+// pixels, and a font of size 20 is 20 pixels high whatever the desktop's resolution. The width of a
+// text is the sum of its glyphs' advances, trailing spaces included; ink may reach beyond it.
 
 #include <string_view>
 
@@ -22,33 +22,33 @@ struct FontStyle {
     bool italic;
 };
 
-// A line of a font, whatever text stands in it.
+// The measures of a line of a font, which are the same for every text.
 struct TextLine {
     double height;
     double descent;  // how much of it lies below the baseline
 };
 
 struct TextFit {
-    bool whole;            // the text is at most as wide as was asked
-    std::size_t overflow;  // else: the byte at which the first character starts that is too much
+    bool whole;            // all of the text fits into the width
+    std::size_t overflow;  // else the byte at which the first character starts that does not fit
 };
 
 // How much of each pixel the glyphs cover, 0..255. Column 0 is where the text starts, row 0 the
 // first row below the baseline. Outside the picture nothing is covered; ink that is further than
 // eight font sizes from the baseline is left out.
 struct TextPicture {
-    const u8* coverage;  // null when nothing is covered
+    const u8* coverage;  // rows top first; null when nothing is covered
     std::size_t stride;  // bytes from row to row
-    i32 left, top;       // of the first byte
+    i32 left, top;       // column and row of the first byte
     i32 width, height;
 };
 
-// One font at one size; the engine's own.
+// One font at one size. What is in it only the engine knows.
 struct TextFont;
 
 struct TextEngine {
-    // Never null but without an engine: a missing family is replaced by the nearest one. The size
-    // is above 0.
+    // The font of a style, with a size above 0. A missing family is replaced by the nearest one, so
+    // the result is null only where there is no engine. The caller releases the font.
     TextFont* (*makeFont)(FontStyle style, double size);
     void (*releaseFont)(TextFont* font);
 
@@ -57,12 +57,13 @@ struct TextEngine {
     // The width of a text.
     double (*measure)(TextFont* font, std::string_view text);
 
-    // Whether the text is at most `width` wide; if not, the first character with which the text up
-    // to and with it measures more. The cost grows with what fits, not with the text.
+    // Whether the text is at most `width` wide, and else where it has to be cut: at the first
+    // character with which the beginning of the text is wider. The time that this takes grows with
+    // the part that fits, not with the whole text.
     TextFit (*fit)(TextFont* font, std::string_view text, double width);
 
-    // The picture of columns 0 to `columns` - 1, at most; with `underline` a line under the whole
-    // width. Valid until the next call of the engine.
+    // The picture of the text, of columns 0 to `columns` - 1 at most; with `underline` a line under
+    // the whole width. The engine owns the bytes, which are valid until its next call.
     TextPicture (*draw)(TextFont* font, std::string_view text, bool underline, i32 columns);
 };
 

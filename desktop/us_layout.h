@@ -1,5 +1,5 @@
 #pragma once
-// The US keyboard, which stands in where a user's layout has no Latin letters.
+// The US keyboard, which is used where a user's own layouts have no Latin letters.
 
 #include <string_view>
 
@@ -36,15 +36,15 @@ constexpr char UsShiftedCharacter(u8 code) {
     return place != kPlain.npos ? kShifted[place] : plain;
 }
 
-// The text begins with a character that Latin keyboards have: ASCII, or a Latin letter with an
-// accent. UTF-8; true for no text.
+// Whether a text in UTF-8 begins with a character that Latin keyboards have: ASCII, or a Latin
+// letter with an accent. True for an empty text.
 constexpr bool IsLatin(std::string_view text) {
     if (text.empty()) {
         return true;
     }
     const auto byte = [text](std::size_t at) { return static_cast<u8>(text[at]); };
     if (byte(0) <= 0xC9) {
-        return true;  // up to U+024F
+        return true;  // up to U+027F: all accented letters up to U+024F, and phonetic ones
     }
     // U+1E00 to U+1EFF
     return text.size() > 1 && byte(0) == 0xE1 && byte(1) >= 0xB8 && byte(1) <= 0xBB;

@@ -1,5 +1,6 @@
 #pragma once
-// Dates of the desktop and those of the C library.
+// Turns the desktop's dates into those of the C library and back. Nothing is checked: both sides
+// must be real dates.
 
 #include <ctime>
 
@@ -10,7 +11,7 @@ namespace moxi {
 DateTime DateOf(const std::tm& parts);
 std::tm PartsOf(const DateTime& date);  // without the day of the week and of the year
 
-// The wall clock in the local time zone.
+// The date and time of the wall clock now, in the local time zone.
 std::tm LocalParts();
 
 }  // namespace moxi

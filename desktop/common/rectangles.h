@@ -5,15 +5,16 @@
 
 namespace moxi {
 
-constexpr i32 kLargestSize = 32767;  // of a window's side
+constexpr i32 kLargestSize = 32767;  // the largest width or height of a window, in points
 
-// The frame with sides of 1 to kLargestSize.
+// The frame with its width and height brought into 1 to kLargestSize; its place is kept.
 WindowFrame WithinLimits(WindowFrame frame);
 
+// Whether the width or the height is 0, negative or not a number.
 bool IsEmpty(const ViewRect& rect);
-// Both rectangles in one; an empty one adds nothing.
+// The smallest rectangle that holds both; an empty one adds nothing.
 ViewRect Joined(const ViewRect& a, const ViewRect& b);
-// What of `rect` lies in the view; width or height is 0 when nothing does.
+// The part of `rect` that lies in the view; its width or height is 0 when nothing does.
 ViewRect Clipped(const ViewRect& rect, ViewSize view);
 ViewRect WholeView(ViewSize view);
 

@@ -24,7 +24,7 @@ void StopTimer(Timers& timers, TimerId timer) {
 namespace {
 
 // The timer that is due first, and of several that are due together the one that was started first.
-// Null when there is none that is not held.
+// Null when there is none, or all of them are held.
 const Timers::Timer* EarliestTimer(const Timers& timers) {
     const Timers::Timer* earliest = nullptr;
     for (const Timers::Timer& each : timers.running) {

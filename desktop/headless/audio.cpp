@@ -38,7 +38,7 @@ bool IsRendering() {
     return audio.writer.file != nullptr;
 }
 
-// The frame that would be played now.
+// The number of the frame that would be played now, counted from virtual time 0.
 u64 FrameNow() {
     // 44,100 frames a second are 441 in 10,000 microseconds.
     static_assert(kAudioRate == 44100);
@@ -46,7 +46,7 @@ u64 FrameNow() {
     return microseconds / 10'000 * 441 + microseconds % 10'000 * 441 / 10'000;
 }
 
-// Renders what has been heard up to now; to be called before anything changes.
+// Renders what has been heard up to now; has to be called before anything that is heard changes.
 void CatchUp() {
     static std::array<i16, size_t{2} * kBlockFrames> block;
     const u64 until = FrameNow();
@@ -69,7 +69,7 @@ void PlayPiece(const std::shared_ptr<const MusicPiece>& piece) {
         audio.synth = LoadSynth(audio.options.soundFont);
         audio.renderer.synth = audio.synth;
     }
-    // The piece before it is still faded out.
+    // The piece before it is kept until here: SetMusic still renders its fading end.
     SetMusic(audio.renderer, piece.get());
     audio.piece = piece;
 }
@@ -151,7 +151,7 @@ void StartHeadlessAudio(const AudioOptions& options) {
         .stopSound = [] { SetHeardSound({}); },
         .setMuted = SetMuted,
         .setVolumes = ChooseVolumes,
-        // The game's clock stands still meanwhile, and what is rendered follows it.
+        // Nothing to do: the game's clock stands still meanwhile, and rendering follows it.
         .setPaused = [](bool) {},
         .shutDown = ShutDown,
     };

@@ -18,18 +18,19 @@ namespace moxi {
 namespace {
 
 constexpr u64 kMicrosecondsPerMillisecond = 1000;
+// The virtual time that each reading of the clock takes.
 constexpr u64 kClockReadingMicroseconds = 50;
 constexpr u64 kDefaultRunMilliseconds = 1000;
 
 struct QueuedWork {
-    u64 queuedAt;
+    u64 queuedAt;  // microseconds
     void (*work)();
 };
 
 struct HeadlessState {
     HeadlessOptions options;
-    u64 now = 0;  // microseconds
-    u64 end = 0;
+    u64 now = 0;  // microseconds of virtual time
+    u64 end = 0;  // of the run, the same
     bool terminated = false;
 
     size_t nextEvent = 0;
@@ -46,7 +47,7 @@ struct HeadlessState {
 
     std::optional<std::string> clipboard;
     std::time_t dateAtStart = 0;  // the local date and time as if it were UTC
-    timespec startOfRun = {};     // by the clock that the times of files come from
+    timespec startOfRun = {};     // by the clock that stamps files
 };
 
 HeadlessState state;
@@ -231,7 +232,7 @@ void PlayEvent(const ScriptEvent& event) {
         case ScriptEventKind::Activate: desktopEvents.willBecomeActive(); break;
         case ScriptEventKind::Deactivate: desktopEvents.didResignActive(); break;
         case ScriptEventKind::Expose:
-            // The rectangle goes to the view at once, and as it stands.
+            // Told at once, as the script says it: not joined with other requests, not clipped.
             desktopEvents.expose(
                 {event.deltas[0], event.deltas[1], event.deltas[2], event.deltas[3]});
             break;
@@ -296,7 +297,7 @@ bool FireTimer(u64 limit) {
         state.timers, limit, [] { return state.now; }, [](void (*handler)()) { handler(); });
 }
 
-// Passes time up to the next event or timer; false when none is left before the end.
+// Moves virtual time on to the next event or timer; false when none is left before the end.
 bool JumpToNext() {
     u64 next = kNever;
     if (state.nextEvent < state.options.script.size()) {
@@ -337,7 +338,7 @@ void RunEventLoop() {
             break;
         }
     }
-    // A run that nothing has ended before lasts to its end.
+    // A run that nothing has ended earlier lasts until its end.
     if (!state.terminated) {
         state.now = std::max(state.now, state.end);
     }
@@ -361,8 +362,8 @@ DateTime LocalDateTime() {
     return DateOf(parts);
 }
 
-// With a date given the same run comes out the same at any time: a file that it has changed is as
-// old as the clock says, whenever that was on the disk.
+// In a run with a date of its own, a file that was changed during the run was changed now, by the
+// run's clock, whatever the disk says. So the same run comes out the same on every day.
 std::time_t FileTime(const timespec& changed) {
     const timespec& start = state.startOfRun;
     const bool isOfThisRun = changed.tv_sec != start.tv_sec ? changed.tv_sec > start.tv_sec
@@ -370,7 +371,7 @@ std::time_t FileTime(const timespec& changed) {
     return state.options.date && isOfThisRun ? Now() : changed.tv_sec;
 }
 
-// The start's local date and time, kept as if it were UTC, so that virtual time passes evenly.
+// The local date and time at the start, as if it were UTC, which knows no jumps of the clock.
 std::time_t DateAtStart(const std::optional<DateTime>& date) {
     std::tm parts = date ? PartsOf(*date) : LocalParts();
     return timegm(&parts);
@@ -389,7 +390,8 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
 
     desktop.runEventLoop = RunEventLoop;
     desktop.terminate = Terminate;
-    // Nobody can be offered to wait, so a termination signal ends what never ends by itself.
+    // There is nobody to ask whether to go on waiting, so only a termination signal ends work that
+    // never ends by itself.
     desktop.endIsForced = SignalHasWaitedLong;
     desktop.shutDown = [] {};
     desktop.createWindow = [](WindowFrame content) { state.frame = content; };
@@ -411,7 +413,7 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     desktop.requestRedraw = RequestRedraw;
     desktop.presentView = [](ViewPixels, ViewRect) {};
     desktop.windowPixels = [] { return desktop.viewSize(); };
-    // Whoever draws a surface keeps it for screenshots.
+    // Nothing is shown; whoever draws a surface keeps it for screenshots.
     desktop.presentSurface = [](const u8*, ViewSize) {};
     desktop.hideSurface = [] { RequestRedraw(WholeView(desktop.viewSize())); };
     desktop.screens = Screens;
@@ -432,14 +434,15 @@ void StartHeadlessDesktop(const HeadlessOptions& options) {
     };
     desktop.isMainThread = [] { return true; };
     desktop.queueOnMain = [](void (*work)()) {
-        // Work that waits does once what it would do each time, and a module asks without end.
+        // Work that is waiting already is not queued again: to run it once does all that is needed,
+        // and a module may ask for it without end.
         const bool waits = std::any_of(state.mainQueue.begin(), state.mainQueue.end(),
                                        [&](const QueuedWork& each) { return each.work == work; });
         if (!waits) {
             state.mainQueue.push_back({state.now, work});
         }
     };
-    // No layouts are configured here.
+    // There are no keyboard layouts here, so the US keyboard stands in.
     desktop.latinText = [](u8 code, const std::string& text) {
         const char us = UsCharacter(code);
         return IsLatin(text) || us == 0 ? text : std::string(1, us);

@@ -15,12 +15,12 @@ namespace moxi {
 struct HeadlessOptions {
     std::vector<ViewSize> screens = {{1920, 1080}};  // side by side, the main screen first
     std::vector<ScriptEvent> script;
-    std::optional<u64> runMilliseconds;  // else 1,000 ms after the last script event
+    std::optional<u64> runMilliseconds;  // length of the run; else to 1,000 ms after the last event
     std::optional<DateTime> date;        // local date and time at virtual time 0; else the real one
 };
 
-// Fills the desktop record with the headless desktop. Virtual time is 0 until the event loop has
-// delivered the launch.
+// Fills the desktop record with the headless desktop, and starts it anew. Virtual time is 0 when
+// the event loop delivers the launch.
 void StartHeadlessDesktop(const HeadlessOptions& options);
 
 }  // namespace moxi

@@ -16,7 +16,7 @@ namespace {
 constexpr i64 kLargestKeyCode = 0x7F;
 constexpr i64 kLatestTime = i64{1} << 40;  // ms; some decades
 
-// What is wrong with a line; caught by ParseScript.
+// What is wrong with a line. Thrown by the reader, caught by ParseScript.
 struct LineError {
     std::string what;
 };
@@ -31,7 +31,8 @@ bool ParseInteger(std::string_view word, int base, i64& value) {
     return !word.empty() && result.ec == std::errc() && result.ptr == end;
 }
 
-// The words and texts of one line, from left to right.
+// Takes the words and texts of one line from left to right. Each function throws a LineError, in
+// which `what` names the argument, when the line does not go on with what it takes.
 class LineReader {
   public:
     explicit LineReader(std::string_view line) : rest(line) { SkipBlanks(); }
@@ -76,7 +77,7 @@ class LineReader {
         return value;
     }
 
-    // 32 bits, hexadecimal with 0x or decimal.
+    // A number of 32 bits, signed or not, in decimal or, with 0x before it, in hexadecimal.
     i64 MessageWord(const char* what) {
         const std::string_view word = Word(what);
         i64 value = 0;

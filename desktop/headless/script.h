@@ -55,13 +55,15 @@ struct ScriptEvent {
     std::vector<ViewSize> screens;
 };
 
-// Parses a whole script. An empty result string means success, else it is "LINE: what is wrong".
+// Parses a whole script into `events`, whose times never go backwards. An empty result means
+// success; else it is "LINE: what is wrong", and `events` holds those of the lines before.
 std::string ParseScript(const std::string& text, std::vector<ScriptEvent>& events);
 
-// "WxH[,WxH..]" with sizes from 1 to 32767; false when it is anything else.
+// Parses "WxH[,WxH..]" with sizes from 1 to 32767. False for anything else; `sizes` is then not to
+// be used.
 bool ParseScreenSizes(const std::string& text, std::vector<ViewSize>& sizes);
 
-// A text in double quotes with the script's escapes, for writing scripts.
+// The text in double quotes with the script's escapes, as it stands in a script.
 std::string QuoteScriptText(const std::string& text);
 
 }  // namespace moxi

@@ -13,12 +13,12 @@ namespace moxi {
 
 namespace {
 
-constexpr std::size_t kKept = 512;
-constexpr std::size_t kHashedBytes = 24;
-constexpr std::size_t kLongestKept = 1024;
+constexpr std::size_t kKept = 512;          // answers
+constexpr std::size_t kHashedBytes = 24;    // of a text's start
+constexpr std::size_t kLongestKept = 1024;  // bytes of a text's part that fits
 
-// An answer depends on the text up to and with the first character that is too much, not on what
-// follows.
+// An answer that is kept. It depends on the text only up to the end of the first character that
+// does not fit, so only that part is kept and compared.
 struct Kept {
     u64 font = 0;
     double width = 0;
@@ -33,7 +33,8 @@ Kept& SlotOf(const TextFont& font, std::string_view text, double width) {
     return kept[(hash ^ hash >> 32) % kKept];
 }
 
-// So short that it may well fit as a whole.
+// Whether the text is so short that it may well fit as a whole. Then it is measured as a label,
+// which is kept.
 bool IsShort(const TextFont& font, std::string_view text, double width) {
     constexpr double kNarrow = 0.3;  // of a character, in font sizes
     constexpr double kFew = 8;

@@ -22,7 +22,8 @@ constexpr int kFtPixel = 64;                  // FreeType's units in a pixel
 std::size_t allBytes = 0;
 std::vector<GlyphPictures*> allPictures;
 
-// The box of a glyph in whole pixels; false when there is nothing in it.
+// Gives the picture its box, in pixels, and room for its coverage. False, with no room, when the
+// box is empty or too large.
 bool SetBox(GlyphPicture& picture, i32 left, i32 top, i32 right, i32 bottom) {
     if (right <= left || bottom <= top || right - left > kLargestSide ||
         bottom - top > kLargestSide) {
@@ -39,9 +40,9 @@ bool SetBox(GlyphPicture& picture, i32 left, i32 top, i32 right, i32 bottom) {
     return true;
 }
 
-// How much of the text's colour a pixel takes that has a colour of its own (premultiplied). Dark
-// parts count full and white ones a quarter, so that a face is told from its eyes and a white dove
-// is still seen.
+// The coverage that stands for a pixel with a colour of its own (premultiplied), as the whole text
+// is drawn in one colour. Dark parts count in full and white ones a quarter, so that the eyes of a
+// face stand out and a white dove is still seen.
 u8 CoverageOf(u32 alpha, u32 red, u32 green, u32 blue) {
     const u32 luminance = (red * 54 + green * 183 + blue * 19) / 256;
     return static_cast<u8>(alpha - std::min(alpha, luminance * 3 / 4));
@@ -71,7 +72,7 @@ void FillOutline(FT_GlyphSlot slot, GlyphPicture& picture) {
     FT_Outline_Get_Bitmap(slot->library, &outline, &bitmap);
 }
 
-// A glyph that is put together from coloured outlines.
+// Takes the picture of a glyph that FreeType has put together from coloured outlines.
 void TakeColours(FT_GlyphSlot slot, GlyphPicture& picture) {
     const FT_Bitmap& bitmap = slot->bitmap;
     const i32 left = slot->bitmap_left;
@@ -91,8 +92,8 @@ void TakeColours(FT_GlyphSlot slot, GlyphPicture& picture) {
 
 enum class Kind : u8 { Outline, Colours, Other };
 
-// Draws a glyph whose origin lies `phase` quarters of a pixel to the right of its pixel. `Other`
-// when FreeType has neither an outline nor coloured ones.
+// Draws a glyph whose origin lies `phase` quarters of a pixel to the right of its pixel, and says
+// of what kind it is: `Other`, and not drawn, when it has no outlines, neither plain nor coloured.
 Kind DrawWithFreeType(const GlyphPictures& pictures, u32 glyph, i32 phase, GlyphPicture& picture) {
     FT_Face const face = cairo_ft_scaled_font_lock_face(pictures.scaled);
     if (face == nullptr) {
@@ -121,7 +122,8 @@ Kind DrawWithFreeType(const GlyphPictures& pictures, u32 glyph, i32 phase, Glyph
 
 // --- Everything else
 
-// The ink's box in pixels, with room for a scaled bitmap that reaches beyond what is told of it.
+// Gives the picture the box of the glyph's ink, with a pixel more on each side: a scaled bitmap
+// reaches beyond the extents that Pango tells.
 bool SetBoxOfInk(const GlyphPictures& pictures, u32 glyph, GlyphPicture& picture) {
     constexpr double kPixel = PANGO_SCALE;
     PangoRectangle ink;
@@ -165,7 +167,8 @@ void DrawWithPango(const GlyphPictures& pictures, u32 glyph, GlyphPicture& pictu
     cairo_surface_destroy(surface);
 }
 
-// Null when the glyph has to stand at a whole pixel.
+// The glyph's outline, drawn at `phase` quarters of a pixel. Null when the glyph has no plain
+// outline and has to stand at a whole pixel.
 const GlyphPicture* OutlineAt(GlyphPictures& pictures, u32 glyph, i32 phase) {
     if (!pictures.outlines || (glyph & PANGO_GLYPH_UNKNOWN_FLAG) != 0) {
         return nullptr;
@@ -208,7 +211,7 @@ const GlyphPicture& AtWholePixel(GlyphPictures& pictures, u32 glyph) {
 // Glyphs are added a block of bytes at a time, so a picture's bytes end with room for one.
 using Block = u8 __attribute__((vector_size(kGlyphBlock)));
 
-// The sums of the bytes, at most 255 each.
+// Adds kGlyphBlock bytes to as many others; no sum goes beyond 255.
 void AddBytes(u8* target, const u8* source) {
     Block a;
     Block b;
@@ -220,8 +223,8 @@ void AddBytes(u8* target, const u8* source) {
 }
 
 void AddWholeGlyph(const GlyphPicture& from, i32 firstRow, i32 endRow, u8* target, i32 stride) {
-    // What is beyond the glyph's width adds nothing to the bytes that follow. The glyph's places
-    // are taken out of its record, which the compiler would read again after each byte stored.
+    // Rows are added up to their stride: the zeros beyond the glyph's width change nothing. The
+    // stride is copied out of the record, as the compiler would read that again after each store.
     const std::size_t width = from.stride;
     const u8* source = from.coverage.data() + static_cast<std::size_t>(firstRow) * width;
     for (i32 row = firstRow; row < endRow; ++row, source += width, target += stride) {
@@ -255,7 +258,8 @@ void AddGlyph(const PlacedGlyph& glyph, const TextPicture& into, std::vector<u8>
     }
 }
 
-// Places far outside of every picture stay so.
+// The farthest place in pixels: one beyond it is moved to it, which is still outside of every
+// picture.
 constexpr i64 kFarthest = i64{1} << 30;
 
 i32 ToPixel(i64 pixels) {

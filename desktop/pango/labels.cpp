@@ -16,9 +16,9 @@ namespace moxi {
 namespace {
 
 constexpr std::size_t kMostLabels = 512;
-constexpr std::size_t kMostBytes = 8 << 20;
-constexpr std::size_t kLongestText = 1024;  // a longer one is not kept
-constexpr std::size_t kLargestPicture = 1 << 20;
+constexpr std::size_t kMostBytes = 8 << 20;       // of all their pictures
+constexpr std::size_t kLongestText = 1024;        // bytes; of longer ones only the last is kept
+constexpr std::size_t kLargestPicture = 1 << 20;  // bytes; a larger one is drawn anew each time
 
 struct Key {
     u64 font;

@@ -31,7 +31,8 @@ std::size_t PrefixEnd(std::string_view text, std::size_t count) {
     return end;
 }
 
-// Calls `take` with each part of a text, set, and where it starts.
+// Sets a text part by part, and calls `take` with each part and where it starts in its line, until
+// that is false. `start` is where the text itself starts.
 template <class Take>
 void ForEachPart(const TextFont& font, std::string_view text, PangoDirection direction, i64 start,
                  const Take& take) {
@@ -124,8 +125,8 @@ Piece SetPiece(const TextFont& font, std::string_view text, PangoDirection direc
     return piece;
 }
 
-// Where the end of a prefix can be set anew without what stands before it: behind a space, else
-// before any character.
+// The character from which on the end of a prefix is set anew, without what stands before it: if
+// possible one behind a space, which joins nothing.
 std::size_t StartOfEnd(const Piece& piece, std::size_t count) {
     if (count <= kLongestEnd) {
         return 0;
@@ -146,8 +147,8 @@ i64 PrefixWidth(const TextFont& font, const Piece& piece, std::size_t count) {
     return piece.before[from] + Measure(font, end, piece.direction, piece.before[from]);
 }
 
-// The first character of the piece with which it measures more than `limit`; npos when all of it
-// fits.
+// The byte at which the first character starts with which the piece measures more than `limit`, in
+// 1/1024 pixel; npos when all of it fits.
 std::size_t FindOverflow(const TextFont& font, const Piece& piece, double limit) {
     const double margin = kMargin * font.size * PANGO_SCALE;
     int measured = 0;
@@ -169,7 +170,7 @@ std::size_t FindOverflow(const TextFont& font, const Piece& piece, double limit)
 // Places the glyphs of a set text whose left end is at `x`.
 void PlaceRuns(TextFont& font, const LineOfRuns& line, i64 x, i32 columns,
                std::vector<PlacedGlyph>& placed) {
-    // What is so far outside has no ink inside: glyphs reach not that far beyond their advance.
+    // A glyph that is farther outside than this has no ink inside.
     const i64 reach = static_cast<i64>(font.size * 32) * PANGO_SCALE;
     const i64 right = i64{columns} * PANGO_SCALE + reach;
     for (const LineRun* const run : VisualOrder(line)) {

@@ -11,14 +11,14 @@ namespace {
 constexpr i64 kTabStop = i64{28} * PANGO_SCALE;
 constexpr std::string_view kNoRoom = "\xE2\x80\x8B";  // zero width space
 constexpr std::size_t kLongestPart = 32768;           // bytes
-constexpr std::size_t kPartsEnd = 4096;               // where a space is looked for
-constexpr std::size_t kMostMarksInPart = 1 << 20;     // bytes, where a letter has so many
-// HarfBuzz's time grows with the square of the marks on one letter, and beyond 32,767 it ends the
-// process. More than these are set as a run of their own.
+constexpr std::size_t kPartsEnd = 4096;               // bytes at its end with a space to cut behind
+constexpr std::size_t kMostMarksInPart = 1 << 20;     // bytes, if marks alone make it longer
+// The most combining marks that are set with one letter; those beyond start a run of their own.
+// HarfBuzz's time grows with the square of them, and beyond 32,767 it ends the process.
 constexpr int kMostMarks = 64;
 
-// Replaces what would break the line or show as a box: control characters but the tab, and the
-// line and paragraph separators.
+// Appends the text to the line, with what would break the line or show as a box replaced: control
+// characters but the tab, and the line and paragraph separators.
 void AppendOneLine(std::string_view text, std::string& line) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         const u8 byte = static_cast<u8>(text[i]);
@@ -46,7 +46,7 @@ i64 WidthOf(const PangoGlyphString* glyphs) {
     return width;
 }
 
-// Sets runs of one text from left to right in its own order.
+// Sets the runs of one text, in the order of the text.
 struct Setter {
     LineOfRuns& into;
     i64 start;
@@ -68,7 +68,7 @@ struct Setter {
         into.width += run.width;
     }
 
-    // An item in pieces of which none has too many marks.
+    // Sets an item, cut into pieces of which none has too many marks on one letter.
     void AddItem(const PangoItem& item) {
         const char* const text = into.text.data();
         if (text[item.offset] == '\t') {
@@ -140,7 +140,8 @@ std::vector<const LineRun*> VisualOrder(const LineOfRuns& line) {
         order.push_back(&run);
         highest = std::max(highest, int{run.item.analysis.level});
     }
-    // From the innermost direction outward, what is in it or further in is turned around.
+    // Level by level, from the innermost direction outward, each stretch of runs of that level or a
+    // deeper one is turned around.
     for (int level = highest; level > 0; --level) {
         const auto isInside = [level](const LineRun* run) {
             return run->item.analysis.level >= level;
@@ -159,7 +160,8 @@ std::string_view FirstPart(std::string_view text) {
     if (text.size() <= kLongestPart) {
         return text;
     }
-    // Behind a space; else, as a mark belongs to its letter, before a character that is none.
+    // Cut behind a space; else before a character that is no combining mark, as a mark belongs to
+    // the letter before it.
     const std::size_t space = text.substr(0, kLongestPart).find_last_of(" \t");
     if (space != std::string_view::npos && space > kLongestPart - kPartsEnd) {
         return text.substr(0, space + 1);

@@ -13,17 +13,17 @@
 
 namespace moxi {
 
-// A part of a line in one font and direction; lengths in 1/1024 pixel.
+// A part of a line in one font and one direction; lengths in 1/1024 pixel.
 struct LineRun {
-    PangoItem item;            // its analysis belongs to the line's items
+    PangoItem item;            // what it points to belongs to the line's items
     PangoGlyphString* glyphs;  // null for a tab
     i64 width;
 };
 
-// A text of moderate length, set. Runs are in the order of the text.
+// A text of moderate length that has been set. Its runs are in the order of the text.
 struct LineOfRuns {
-    std::string text;  // what was set: no line breaks, no control characters but the tab
-    GList* items = nullptr;
+    std::string text;        // what was set: no line breaks, no control characters but the tab
+    GList* items = nullptr;  // PangoItems, owned
     std::vector<LineRun> runs;
     i64 width = 0;
 
@@ -33,18 +33,19 @@ struct LineOfRuns {
     ~LineOfRuns();
 };
 
-// The direction of the line that a text makes. Where the text is set at once it is left to Pango,
-// which goes by the first letter.
+// The direction of a text's line, to be given to SetRuns for all of its parts. For a text that is
+// one part it is a weak one, which lets Pango go by the first letter.
 PangoDirection LineDirection(std::string_view text);
 
-// Sets a text that starts `start` into a line of the direction; tabs go to multiples of 28 pixels.
+// Sets a text into `into`, which must be new. The text starts `start` from the start of its line,
+// in 1/1024 pixel; tabs go to multiples of 28 pixels of the line.
 void SetRuns(const TextFont& font, std::string_view text, PangoDirection direction, i64 start,
              LineOfRuns& into);
 
-// The order of the runs from left to right.
+// The line's runs in the order from left to right. They belong to the line.
 std::vector<const LineRun*> VisualOrder(const LineOfRuns& line);
 
-// The first part of a text that is set at once, which is all of it when it is not long.
+// The beginning of a text that is to be set at once: all of it, when it is not long.
 std::string_view FirstPart(std::string_view text);
 
 }  // namespace moxi

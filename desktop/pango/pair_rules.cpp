@@ -23,9 +23,9 @@ Set NewSet() {
     return Set(hb_set_create());
 }
 
-// A font table: big-endian, and what lies outside reads as 0. So does everything after very many
-// reads: parts of a table may overlap, so that some hundred bytes would keep a reader busy for
-// days. What is on a desktop needs far fewer.
+// A font table. Its numbers are big-endian, and what lies outside of it reads as 0. So does
+// everything after very many reads, because the parts of a hostile table can overlap, so that some
+// hundred bytes would keep a reader busy for days. Real fonts need far fewer.
 struct Table {
     Table(hb_face_t* face, hb_tag_t tag) : blob(hb_face_reference_table(face, tag)) {
         data = reinterpret_cast<const u8*>(hb_blob_get_data(blob.get(), &size));
@@ -47,7 +47,8 @@ struct Table {
     mutable u64 reads = 0;
 };
 
-// A part of a lookup, behind the indirection that large fonts use.
+// A part of a lookup: its type, and its place in the table. Where a large font goes through an
+// extension lookup, these are those of the part that it leads to.
 struct Subtable {
     u32 type, at;
 };
@@ -56,15 +57,18 @@ constexpr u32 kPairLookup = 2;
 constexpr u32 kLigatureLookup = 4;
 constexpr u32 kMarkToBaseLookup = 4;
 constexpr u32 kMarkToMarkLookup = 6;
-// Of a lookup that passes over letters.
+// The flags of a lookup that passes over base glyphs or ligatures.
 constexpr u32 kSkipsLetters = 0x0002 | 0x0004;
+// The format of a pair's value that holds a horizontal advance and nothing else.
 constexpr u32 kOnlyAdvance = 0x0004;
 
+// The place of a lookup in its table.
 u32 LookupAt(const Table& table, u32 lookup) {
     const u32 list = table.U16(8);
     return list + table.U16(list + 2 + 2 * lookup);
 }
 
+// The parts of a lookup. `extension` is the type of lookup that only leads to others.
 std::vector<Subtable> Subtables(const Table& table, u32 lookup, u32 extension) {
     const u32 at = LookupAt(table, lookup);
     std::vector<Subtable> subtables;
@@ -122,8 +126,8 @@ struct Reader {
         return true;
     }
 
-    // The lookups that apply to every glyph: fractions have some of their own, which wait for a
-    // fraction slash.
+    // The lookups that apply to plain text. Those of fractions alone are left out: they wait for a
+    // fraction slash, which ASCII does not have.
     Set AppliedLookups(hb_shape_plan_t* plan, hb_tag_t tag) const {
         Set planned = NewSet();
         hb_ot_shape_plan_collect_lookups(plan, tag, planned.get());
@@ -142,7 +146,8 @@ struct Reader {
         return planned;
     }
 
-    // Pairs that change the advance of their first glyph, and marks, which plain text has not.
+    // False when the lookups for positions do more than change the advance of a pair's first glyph.
+    // Those that place marks do no harm, as plain text has no marks.
     bool ReadPositions(hb_shape_plan_t* plan) const {
         const Table table(face, HB_OT_TAG_GPOS);
         const Set lookups = AppliedLookups(plan, HB_OT_TAG_GPOS);
@@ -172,6 +177,7 @@ struct Reader {
         });
     }
 
+    // Takes in the ligatures. False when any other substitution concerns plain characters.
     bool ReadSubstitutions(hb_shape_plan_t* plan) {
         const Table table(face, HB_OT_TAG_GSUB);
         const Set lookups = AppliedLookups(plan, HB_OT_TAG_GSUB);

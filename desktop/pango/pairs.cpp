@@ -7,7 +7,7 @@ namespace moxi {
 
 namespace {
 
-constexpr std::size_t kMostJoined = 64;  // characters that are shaped together
+constexpr std::size_t kMostJoined = 64;  // the most characters that are shaped together
 
 // Null when the face cannot be used by pairs.
 PairTable* TableOf(const TextFont& font, SimpleScript script) {
@@ -39,8 +39,8 @@ bool IsPlain(char c) {
     return PlainIndex(c) < kPlainCharacters;
 }
 
-// A text on its way: the glyphs so far, and where the last part that was set on its own begins, a
-// glyph or the glyphs around joined characters.
+// A text that is being set: the glyphs so far, and where the last part begins that was set on its
+// own, which is one glyph or the glyphs of characters that are joined.
 struct Setting {
     const TextFont& font;
     const PairTable& table;
@@ -48,9 +48,9 @@ struct Setting {
     SimpleScript script;
     ShapedText& shaped;
     i64 x = 0;
-    std::size_t partStart = 0, partGlyphs = 0;
+    std::size_t partStart = 0, partGlyphs = 0;  // that part's first byte, and its first glyph
     i64 partX = 0;
-    bool unsafe = false;  // of the glyph that comes next
+    bool unsafe = false;  // ShapedGlyph::unsafe of the glyph that comes next
 
     // The kerning behind the character at `index`, 0 at the end of the text.
     i32 KerningAfter(std::size_t index) const {
@@ -63,6 +63,8 @@ struct Setting {
                table.rules->joined[PlainIndex(text[index])][PlainIndex(text[index + 1])];
     }
 
+    // Sets the character at `index`, which is not joined to the next one. False when the pair that
+    // they make is not known.
     bool SetPlain(std::size_t index) {
         i32 kerning = KerningAfter(index);
         if (kerning == kUnknownPair) {
@@ -83,8 +85,9 @@ struct Setting {
         return true;
     }
 
-    // Sets the joined characters that begin at `index`, with the part before them, whose advance
-    // depends on what they become; `index` is then behind them.
+    // Sets the joined characters that begin at `index`, anew with the part before them, whose
+    // advance depends on what they become. `index` is then behind them. False when they are too
+    // many.
     bool SetJoined(std::size_t& index) {
         std::size_t end = index + 1;
         while (JoinedAfter(end)) {

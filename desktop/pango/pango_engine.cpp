@@ -31,8 +31,9 @@ TextPicture Draw(TextFont* font, std::string_view text, bool underline, i32 colu
 }  // namespace
 
 void StartPangoText() {
-    // Pango keeps the language that it finds first. Taken before the locale is set, it is the same
-    // for every user, and so are the pictures. It is kept where the compiler cannot leave it out.
+    // Pango keeps the language that it finds when it is asked first. Asked here, before the locale
+    // is set, it finds the same one for every user, so that the pictures are the same too. The
+    // answer is volatile so that the compiler does not leave the call out.
     [[maybe_unused]] static const PangoLanguage* volatile language = pango_language_get_default();
     textEngine = {
         .makeFont = NewTextFont,

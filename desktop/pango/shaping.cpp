@@ -25,7 +25,7 @@ void TakeGlyphs(ShapedText& shaped) {
     shaped.width = x;
 }
 
-// Shapes text[from, to), seen as the end of a text.
+// Shapes text[from, to) into the buffer, as if the text ended there.
 void FillBuffer(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                 SimpleScript script) {
     if (buffer == nullptr) {

@@ -1,5 +1,5 @@
 #pragma once
-// HarfBuzz, asked for one run of text from left to right.
+// Asks HarfBuzz to shape one run of text from left to right: to choose its glyphs and their places.
 
 #include <string_view>
 #include <vector>
@@ -11,27 +11,28 @@ namespace moxi {
 // A shaped glyph; lengths in 1/1024 pixel from the start of the text.
 struct ShapedGlyph {
     u32 glyph;
-    u32 cluster;  // byte at which its characters start; never decreasing
+    u32 cluster;  // byte at which its characters start; never decreases from glyph to glyph
     i64 x;        // where it is drawn
-    i64 before;   // advances of all glyphs before it
-    i32 y;        // downward
-    bool unsafe;  // text cut before it would be shaped otherwise
+    i64 before;   // the sum of the advances of all glyphs before it
+    i32 y;        // where it is drawn, downward from the baseline
+    bool unsafe;  // the text, if it were cut before this glyph, would be shaped otherwise
 };
 
 struct ShapedText {
     std::vector<ShapedGlyph> glyphs;
-    i64 width = 0;
+    i64 width = 0;  // the sum of all advances, in 1/1024 pixel
 };
 
-// Shapes text[from, to), seen as the end of a text; clusters count from the text's start.
+// Shapes text[from, to) as if the text ended there; what stands before `from` is seen. Clusters
+// count from the text's start, lengths from `from`. The script must not be None.
 void ShapePart(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
                SimpleScript script, ShapedText& shaped);
 
-// The width of the same alone.
+// Only the width of the same, in 1/1024 pixel.
 i64 PartWidth(const TextFont& font, std::string_view text, std::size_t from, std::size_t to,
               SimpleScript script);
 
-// Gives back what shaping keeps. For tests.
+// Releases the memory that shaping keeps. For tests.
 void ResetShaping();
 
 }  // namespace moxi

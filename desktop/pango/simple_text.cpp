@@ -13,8 +13,8 @@ namespace moxi {
 
 namespace {
 
-// The piece of text that was shaped last. A module that lays out a paragraph line by line asks for
-// the rest of the same text next.
+// A piece of text that has been shaped. The last one is kept, because a module that lays out a
+// paragraph line by line asks for the rest of the same text next.
 struct ShapedPiece {
     u64 font = 0;
     std::uintptr_t address = 0;  // where the text stood, only to be compared
@@ -22,17 +22,18 @@ struct ShapedPiece {
     SimpleScript script = SimpleScript::None;
     ShapedText shaped;
 };
-ShapedPiece piece;
-ShapedPiece whole;  // the text that was asked for as a whole last
+ShapedPiece piece;  // the last one that a line was cut from
+ShapedPiece whole;  // the last text that was asked for as a whole
 
-constexpr std::size_t kShortestPiece = 32;
-// Longer texts are measured in pieces of this size.
+constexpr std::size_t kShortestPiece = 32;  // bytes
+// Longer texts are measured in pieces of this many bytes.
 constexpr std::size_t kPiece = 4096;
+// So near to the end of a piece, in bytes, it is not cut.
 constexpr std::size_t kPieceMargin = 64;
 constexpr double kLinesAhead = 4;
 constexpr double kUsualWidth = 0.5;  // of a character, in font sizes
 
-// The script of characters that all are simple in the font's face.
+// The script of a text whose characters are known to be simple in the face, and of one script.
 SimpleScript ScriptOfSimple(const Typeface& face, std::string_view text) {
     for (std::size_t i = 0; i < text.size();) {
         const SimpleScript script = ScriptOf(face, NextCharacter(text, i));
@@ -66,8 +67,8 @@ std::vector<ShapedGlyph>::const_iterator FirstGlyphOf(const ShapedText& shaped, 
                             [](const ShapedGlyph& g, std::size_t i) { return g.cluster < i; });
 }
 
-// What text.substr(0, end) measures, where `text` is shaped from its start to somewhere at or
-// after `end`: all but the glyphs that cutting there changes is taken as it is.
+// The width of text.substr(0, end), in 1/1024 pixel. `shaped` is the text from its start to `end`
+// or beyond; only the glyphs that change when it is cut at `end` are shaped anew.
 i64 WidthBefore(const TextFont& font, std::string_view text, std::size_t end, SimpleScript script,
                 const ShapedText& shaped) {
     const SimpleScript cutScript = ScriptOfSimple(*font.face, text.substr(0, end));
@@ -153,8 +154,8 @@ bool TakeFromPiece(const TextFont& font, std::string_view text, SimpleScript scr
     return true;
 }
 
-// The first character with which the text is wider than `limit`, searched in the shaped piece;
-// npos when the piece ends before.
+// The byte at which the first character of `piece` starts with which it is wider than `limit`, in
+// 1/1024 pixel; npos when all of the piece fits.
 std::size_t FindOverflow(const TextFont& font, double limit) {
     const std::string_view text = piece.text;
     const ShapedText& shaped = piece.shaped;
@@ -176,7 +177,7 @@ std::size_t FindOverflow(const TextFont& font, double limit) {
     return std::string_view::npos;
 }
 
-// The shaped text, as a whole.
+// Shapes all of a text. Valid until the next call.
 const ShapedText& Shape(const TextFont& font, std::string_view text, SimpleScript script) {
     if (whole.font == font.id && whole.script == script && whole.text == text) {
         return whole.shaped;
@@ -198,14 +199,13 @@ std::size_t PieceEnd(std::string_view text, std::size_t from, std::size_t length
     return CharacterEnd(text, from + length - 1);
 }
 
-// Of a piece that text follows: the glyph at which it is best cut off. What stands before and
-// behind it is then the same as uncut, but for glyphs that reach over the cut where it can be
-// nowhere else.
+// The glyph before which a piece of `length` bytes is best cut off, when text follows the piece. If
+// possible it is one where cutting changes nothing, else one between two characters.
 const ShapedGlyph& CuttingGlyph(const ShapedText& shaped, std::size_t length) {
     const ShapedGlyph* any = &shaped.glyphs.back();
     for (std::size_t i = shaped.glyphs.size(); i-- > 1;) {
         const ShapedGlyph& glyph = shaped.glyphs[i];
-        // Near the end the characters that follow count.
+        // Near its end the piece is not shaped as it would be with the text that follows.
         if (glyph.cluster + kPieceMargin > length) {
             continue;
         }
@@ -304,7 +304,7 @@ const ShapedText& ShapeStart(const TextFont& font, std::string_view text, Simple
     if (text.size() <= kPiece) {
         return Shape(font, text, script);
     }
-    // A font size further the end of the piece no longer counts.
+    // When the piece is a font size wider than the columns, its end no longer matters.
     const double needed = (columns + font.size) * PANGO_SCALE;
     for (std::size_t length = kPiece;; length *= 2) {
         const std::size_t end = PieceEnd(text, 0, length);
@@ -351,7 +351,8 @@ std::size_t FindSimpleOverflow(const TextFont& font, std::string_view text, Simp
         if (all && pieceWidth <= limit) {
             return std::string_view::npos;
         }
-        // Near its end a piece is not shaped as the whole text is.
+        // Near its end a piece is not shaped as the whole text is, so it has to go on a font size
+        // beyond the limit.
         if (all || pieceWidth > limit + font.size * PANGO_SCALE) {
             const std::size_t overflow = FindOverflow(font, limit);
             if (all || overflow != std::string_view::npos) {

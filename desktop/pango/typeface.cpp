@@ -57,9 +57,9 @@ std::unique_ptr<cairo_font_options_t, Deleter> fontOptions;
 std::unique_ptr<Typeface, Deleter> typefaces[kStyles];
 bool missingReported[std::size(kFamilies)] = {};
 
-// fontconfig, which Pango asks on threads of its own, takes it for granted that there is memory.
-// Whether there is, also for the threads' stacks, is found out before, where the process can still
-// end in order.
+// Makes sure that there is memory for looking a font up, also for the stacks of Pango's threads;
+// without it, `new` fails here, where the process can still end in order. fontconfig, which those
+// threads ask, does not check its allocations.
 void RequireMemory() {
     constexpr std::size_t kForAFont = std::size_t{64} << 20;
     static void* volatile block = nullptr;
@@ -67,16 +67,16 @@ void RequireMemory() {
     ::operator delete(block);
 }
 
-// A text has one colour, so a font without colours goes before one with them wherever a character
-// is to be had from both.
+// A rule for fontconfig: where two fonts have a character, one without colours goes before one with
+// them, as a text is drawn in one colour.
 constexpr const char* kPlainFontsFirst =
     "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"urn:fontconfig:fonts.dtd\"><fontconfig>"
     "<match target=\"pattern\"><edit name=\"color\" mode=\"assign\" binding=\"strong\">"
     "<bool>false</bool></edit></match></fontconfig>";
 
-// The current configuration with that rule, which it gets once.
+// The current configuration of fontconfig, to which that rule is added once.
 FcConfig* TextConfiguration() {
-    static FcConfig* known = nullptr;  // referenced, so that its address is no other one's
+    static FcConfig* known = nullptr;  // referenced, so that its address is not used again
     FcInit();                          // before Pango's own threads ask fontconfig for anything
     FcConfig* const current = FcConfigGetCurrent();
     if (current != known) {
@@ -130,7 +130,8 @@ void ReportMissing(FontFamily family, const char* used) {
     SystemLog(std::string("The font ") + wanted.name + " is missing, " + used + " is used");
 }
 
-// The face is what it is at every size: no matrix, no thickening, no variation.
+// Whether a font can be used without Pango: its file can be scaled to every size, and fontconfig
+// does not slant, thicken or vary it.
 bool IsPlain(FcPattern* pattern) {
     FcMatrix* matrix = nullptr;
     FcBool flag = FcFalse;
@@ -163,8 +164,8 @@ bool SameFile(PangoFont* a, PangoFont* b) {
     return files[0] == files[1] && indices[0] == indices[1];
 }
 
-// Asks Pango how it would set a character of the script, and takes over its language, if it would
-// use `font`.
+// Asks Pango how it would set `sample`, a character of a script: in which script and language, and
+// whether with `font`.
 ScriptSettings SettingsFor(const char* sample, PangoFont* font, const Typeface& face) {
     PangoContext* const itemizer = pango_font_map_create_context(fontMap);
     pango_cairo_context_set_font_options(itemizer, fontOptions.get());

@@ -1,6 +1,6 @@
 #pragma once
-// Which fonts of this desktop play Helvetica, Times and Courier. Looking one up asks fontconfig,
-// which is slow, so each of the twelve styles is looked up once, at its first use.
+// Finds the fonts of this desktop that stand in for Helvetica, Times and Courier. Looking one up
+// asks fontconfig, which is slow, so each of the twelve styles is looked up once, at its first use.
 
 #include <cairo.h>
 #include <hb.h>
@@ -11,8 +11,8 @@
 
 namespace moxi {
 
-// Scripts whose text needs no more than one font and one direction. Characters of no script of
-// their own (digits, punctuation) go with any of them.
+// The scripts whose text needs only one font and one direction. Common are the characters without a
+// script of their own (digits, punctuation), which go with any of them.
 enum class SimpleScript : u8 { Common, Latin, Greek, Cyrillic, None };
 constexpr u32 kSimpleScripts = 4;
 constexpr u32 kPairScripts = 2;  // those of plain ASCII text: Common and Latin
@@ -24,7 +24,7 @@ constexpr u32 kPunctuationEnd = 0x2028;
 constexpr u32 kEuroSign = 0x20AC;
 
 struct ScriptSettings {
-    bool simple;  // this face serves the script
+    bool simple;  // Pango would set the script in this face
     hb_script_t script;
     hb_language_t language;
 };
@@ -36,6 +36,7 @@ struct Typeface {
     cairo_font_face_t* cairoFace;
     hb_face_t* hbFace;
     ScriptSettings scripts[kSimpleScripts];
+    // The script of each code point that can be simple; None when it is not simple in this face.
     SimpleScript characters[kSimpleLimit];
     SimpleScript punctuation[kPunctuationEnd - kPunctuationStart];
     SimpleScript euro;
@@ -48,6 +49,7 @@ struct Typeface {
 PangoContext* TextContext();
 const cairo_font_options_t* TextFontOptions();
 
+// The typeface of a style, looked up at the first call. Valid until ResetTypefaces.
 const Typeface& TypefaceOf(FontStyle style);
 
 // The script of a character, or None when it is not simple in this face.

@@ -5,7 +5,8 @@
 
 namespace moxi {
 
-// The resources folder holds a MUSIC folder or a MIDI file, in any case of letters.
+// Whether the resources folder, a path, holds something called MUSIC or a file that ends in .mid or
+// .midi, in any case of letters. Its folders are not searched. False when it cannot be read.
 bool HasMusic(const std::string& resources);
 
 }  // namespace moxi

@@ -6,8 +6,10 @@ namespace moxi {
 
 namespace {
 
+// How long the rendering may stand still before time is counted instead.
 constexpr u64 kPatience = 2'000'000'000;
-// More between two questions means that the whole program stood still, with the device.
+// The most that one question adds to what is counted. More time between two questions means that
+// the whole program stood still, and its device with it.
 constexpr u64 kLongestGap = 100'000'000;
 
 }  // namespace

@@ -9,11 +9,11 @@ namespace moxi {
 
 struct AudioOptions {
     bool mute = false;   // no device is opened
-    bool muted = false;  // nothing is heard until it is switched off
+    bool muted = false;  // nothing is heard until the player switches this off
     u32 musicVolume =
         100;  // percent of the amplitude, 0 to 100; the player's own, no module sees it
-    u32 soundVolume = 100;
-    std::string soundFont;   // "" looks for one
+    u32 soundVolume = 100;   // the same for sounds
+    std::string soundFont;   // path of a SoundFont; "" looks for one
     std::string renderFile;  // headless: where to write what would have been heard; "" for nowhere
 };
 

@@ -8,14 +8,14 @@ namespace moxi {
 namespace {
 
 constexpr float kFullScale = 32768;
-// A mix beyond full scale is brought down a little below it.
+// A mix that would go beyond full scale, kLimit, is turned down so that its peak is kLimited.
 constexpr float kLimit = 1;
 constexpr float kLimited = 0.98F;
 constexpr float kVolumeStep = 1.0F / kFadeFrames;
 // The limiter lets go within about half a second.
 constexpr float kRecovery = 2.0F / kAudioRate;
 
-// Samples of a few frames at most.
+// The samples of up to a step's frames that are being mixed; full scale is 1.
 struct Mix {
     float left[kSynthStep] = {};
     float right[kSynthStep] = {};
@@ -85,7 +85,7 @@ void AddFade(Renderer& renderer, Mix& mix, u32 frames) {
 // Renders what the source would have played next, fades that out and keeps it to be mixed in.
 void KeepFadingEnd(Renderer& renderer, void (*add)(Renderer&, Mix&, u32)) {
     for (float(&side)[kFadeFrames] : renderer.fade) {
-        // What is left of an earlier end goes on.
+        // An earlier end that still fades goes on, from the start of the buffer.
         std::copy(side + renderer.fadeUsed, side + kFadeFrames, side);
         std::fill(side + (kFadeFrames - renderer.fadeUsed), side + kFadeFrames, 0.0F);
     }
@@ -116,8 +116,9 @@ float Peak(const Mix& mix, u32 i) {
     return std::max(std::fabs(mix.left[i]), std::fabs(mix.right[i]));
 }
 
-// Keeps the mix below full scale without cutting its peaks off: turns it down on the way to the
-// first frame that would go beyond, and slowly up again. A mix that never does passes unchanged.
+// The limiter. Keeps the mix below full scale without cutting its peaks off: turns it down towards
+// the first frame that would go beyond, and slowly up again. A mix that stays within full scale
+// passes unchanged.
 void Limit(Renderer& renderer, Mix& mix, u32 frames) {
     float peak = 0;
     u32 firstAbove = frames;
@@ -133,7 +134,8 @@ void Limit(Renderer& renderer, Mix& mix, u32 frames) {
     u32 ramp = frames;
     if (peak * after > kLimit) {
         after = kLimited / peak;
-        // While it recovers, the end of the block is the place to arrive at.
+        // The new gain has to be reached at the first frame that is too loud with the present one;
+        // when there is none, at the end of the block.
         if (firstAbove < frames) {
             ramp = firstAbove;
         }
@@ -156,7 +158,7 @@ bool MusicWaits(const Renderer& renderer) {
     return renderer.synth == nullptr && renderer.synthIsComing;
 }
 
-// What waits has to be silent first.
+// Whether music and sound stand still. They go on until the pause has faded them out.
 bool AllWaits(const Renderer& renderer) {
     return renderer.paused && renderer.volume.now <= 0;
 }

@@ -1,7 +1,7 @@
 #pragma once
-// What is heard: music, one sound and the fading ends of what was cut off, mixed into 16-bit stereo
-// at kAudioRate. Belongs to whoever renders (the audio callback, or the headless desktop): nothing
-// here allocates, locks or waits, and nothing is shared.
+// Mixes what is heard: music, one sound and the fading ends of what was cut off, into 16-bit stereo
+// at kAudioRate. A renderer belongs to the one thread that renders (that of the audio callback, or
+// the headless desktop's): nothing here allocates, locks or waits.
 
 #include "base/types.h"
 #include "desktop/audio_out.h"
@@ -17,7 +17,7 @@ struct Sound {
     std::vector<i16> samples;
 };
 
-// A volume on its way to where it was set: at once it would click.
+// A volume that moves to where it was set in small steps, because a jump would click.
 struct Volume {
     float target = 1;  // 0 to 1, a factor of the amplitude
     float now = 1;
@@ -31,36 +31,40 @@ struct Renderer {
     Volume musicVolume;
     Volume soundVolume;
 
-    // --- For the renderer alone
+    // --- Set by the functions below; others may read it
     const MusicPiece* piece = nullptr;
-    size_t nextEvent = 0;
-    u64 synthFrame = 0;  // start of the step that is rendered next
-    u64 musicFrame = 0;  // frames of the piece that have been handed out
+    size_t nextEvent = 0;  // of the piece
+    u64 synthFrame = 0;    // start of the step that is rendered next
+    u64 musicFrame = 0;    // frames of the piece that have been handed out
+    // The step that was rendered last, left and right, and how many of its frames were used.
     u32 stepUsed = kSynthStep;
     float step[2][kSynthStep] = {};
 
     const Sound* sound = nullptr;
-    size_t soundFrame = 0;
+    size_t soundFrame = 0;  // that is played next
 
+    // The fading end of what was cut off last, and how many of its frames were used.
     u32 fadeUsed = kFadeFrames;
     float fade[2][kFadeFrames] = {};
 
-    Volume volume;   // of the whole: 0 or 1 as `muted` and `paused` say
-    float gain = 1;  // of the limiter
+    Volume volume;   // of the whole mix: 0 while it is muted or paused, else 1
+    float gain = 1;  // the factor by which the limiter turns the mix down just now
 };
 
-// The volumes of the player's choice, 0 to 100 percent of the amplitude, from the start of a run.
+// Sets the player's volumes at the start of a run: percent of the amplitude, 0 to 100; more counts
+// as 100.
 void StartVolumes(Renderer& renderer, u32 music, u32 sound);
 
-// The same later, on the way to where they are set.
+// Sets them later: the volumes move there in small steps.
 void SetVolumes(Renderer& renderer, u32 music, u32 sound);
 
-// Cuts what is playing and plays `piece`; null stops. The piece must live until another call.
+// Fades out the music that is playing and plays `piece` from its start; null only stops. The piece
+// must live until the next call.
 void SetMusic(Renderer& renderer, const MusicPiece* piece);
-// The same for the sound, which must live until another call.
+// The same for the sound, which must live until the next call.
 void SetSound(Renderer& renderer, const Sound* sound);
 
-// Renders the next `frames` frames into `out`, two samples each.
+// Renders the next `frames` frames into `out`, two samples each: left, right.
 void Render(Renderer& renderer, i16* out, u32 frames);
 
 }  // namespace moxi

@@ -9,7 +9,7 @@ namespace moxi {
 
 namespace {
 
-// What conversion may take in memory: half an hour of plain stereo, several times over.
+// The most memory, in bytes, that a conversion may take: several times half an hour of stereo.
 constexpr u64 kLargestConversion = u64{1} << 30;
 constexpr u32 kChannels = 2;
 
@@ -49,7 +49,7 @@ bool LoadWav(std::span<const u8> file, WavData& wav) {
     const u32 sampleSize = SDL_AUDIO_BITSIZE(wav.format.format) / 8;
     const u32 frameSize = std::max(1U, sampleSize * wav.format.channels);
     wav.size -= wav.size % frameSize;
-    // A low rate makes much of little; SDL computes the product in 32 bits.
+    // A low sample rate makes a short file very long. SDL computes this product in 32 bits only.
     const u64 work = u64{wav.size} * static_cast<u64>(wav.conversion.len_mult);
     if (work > kLargestConversion) {
         SDL_SetError("too long at its sample rate");
@@ -82,7 +82,8 @@ bool DecodeWav(std::span<const u8> file, Sound& sound) {
     return true;
 }
 
-// Other formats would reach decoders that no game needs, and that a hostile file is kept from.
+// Only WAV is let through: other formats would reach decoders that no game needs, and in which a
+// hostile file might find a fault.
 bool LooksLikeSound(std::span<const u8> file, std::string& reason) {
     if (file.empty()) {
         reason = "the file is empty";

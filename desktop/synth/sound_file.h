@@ -9,10 +9,12 @@
 
 namespace moxi {
 
-// Decodes the file into stereo at kAudioRate. False for one that cannot be; `reason` says why.
+// Decodes a file, given by its bytes, into stereo at kAudioRate. False when it cannot be decoded:
+// `sound` is then unchanged, and `reason` says why.
 bool DecodeSound(std::span<const u8> file, Sound& sound, std::string& reason);
 
-// Whether the file would be decoded.
+// Whether DecodeSound would begin to decode the file; if not, `reason` says why. Cheaper, as it
+// converts no samples.
 bool CheckSound(std::span<const u8> file, std::string& reason);
 
 }  // namespace moxi

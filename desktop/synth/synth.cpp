@@ -23,7 +23,7 @@ struct Synth {
 namespace {
 
 constexpr double kGain = 0.4;  // leaves room for a sound above the music
-// The device number that most files address their system exclusive messages to.
+// The device number to which most files address their system exclusive messages.
 constexpr int kDeviceId = 16;
 
 constexpr u8 kRegisteredParameterLow = 100;
@@ -78,7 +78,7 @@ void AddFolders(std::vector<std::string>& found) {
                                               entry->path().filename().string()) > 0;
             (isDefault ? defaults : here).push_back(path);
         }
-        // A folder's order is by chance; the choice is not to be.
+        // A folder lists its files in no particular order; the choice must not depend on it.
         std::sort(here.begin(), here.end());
         others.insert(others.end(), here.begin(), here.end());
     }
@@ -90,10 +90,11 @@ void AddFolders(std::vector<std::string>& found) {
 // --- Settings
 
 void QuietFluidSynth() {
-    // Its own audio drivers are not used, and would look for devices when settings are made.
+    // FluidSynth's own audio drivers are not used, but would look for devices when settings are
+    // made.
     static const char* none[] = {nullptr};
     fluid_audio_driver_register(none);
-    // It would write to standard error from the audio callback. What fails is told in our own line.
+    // FluidSynth would write to standard error from the audio callback. LoadSynth reports failures.
     for (const int level : {FLUID_PANIC, FLUID_ERR, FLUID_WARN, FLUID_INFO, FLUID_DBG}) {
         fluid_set_log_function(level, nullptr, nullptr);
     }
@@ -117,7 +118,8 @@ fluid_settings_t* MakeSettings() {
 
 // --- System exclusive messages
 
-// The resets and channel set-ups of the three standards that files are written for.
+// Whether a message, without its F0 and F7, is a reset or channel set-up of one of the three
+// standards that files are written for.
 bool IsKnownSysex(std::span<const u8> message) {
     if (message.size() < 4) {
         return false;
@@ -141,7 +143,8 @@ void PlaySysex(fluid_synth_t* synth, const std::vector<u8>& pool, u32 start) {
 }
 
 void PlayController(fluid_synth_t* synth, int channel, u8 controller, u8 value) {
-    // Choosing a tuning makes the tables of a new one: the parameter is not selected at all.
+    // To choose a tuning would make FluidSynth allocate its table, so that parameter is never
+    // selected.
     if (controller == kRegisteredParameterLow &&
         (value == kTuningProgram || value == kTuningBank)) {
         value = kNoParameter;
@@ -171,7 +174,7 @@ Synth* LoadSynth(const std::string& soundFontOption) {
     if (synth->synth != nullptr) {
         for (const std::string& path : candidates) {
             std::error_code error;
-            // At a pipe it would wait for somebody at the other end.
+            // Opening a pipe would wait for somebody at its other end.
             if (!fs::is_regular_file(path, error)) {
                 continue;
             }

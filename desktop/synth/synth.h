@@ -14,24 +14,24 @@ constexpr u32 kSynthStep = 64;  // frames
 
 struct Synth;
 
-// The SoundFonts to try, in order: the option alone when it is given; else the files of the
-// SDL_SOUNDFONTS list (separated by ":" or ";"); then what the distribution's folders hold, its
-// chosen default first.
+// The paths of the SoundFonts to try, in order. Only `option` when it is not empty; else the files
+// that the environment variable SDL_SOUNDFONTS lists (separated by ":" or ";"), then what the
+// distribution's folders hold, the distribution's default first.
 std::vector<std::string> SoundFontCandidates(const std::string& option);
 
-// Loads the first SoundFont that can be loaded, which takes its time. Null, and one line in the
-// system log, when there is none. Any thread.
+// Makes a synthesiser with the first SoundFont that can be loaded, which may take seconds. Null,
+// and one line in the system log, when there is none. The caller deletes it. Any thread.
 Synth* LoadSynth(const std::string& soundFontOption);
 void DeleteSynth(Synth* synth);  // null is ignored
 
-// Silence, and every channel as General MIDI wants it.
+// Silences every note and sets every channel to what General MIDI starts with.
 void ResetSynth(Synth& synth);
 
-// Plays an event now. Messages that the synthesiser could not answer without allocating memory (its
-// tuning tables) are left out.
+// Plays an event of the piece now; its `frame` is not looked at. Messages for which the synthesiser
+// would allocate memory (for its tuning tables) are left out.
 void PlayEvent(Synth& synth, const MusicPiece& piece, const MusicEvent& event);
 
-// The next kSynthStep frames, about -1..1.
+// Renders the next kSynthStep frames into `left` and `right`; samples are about -1..1.
 void RenderStep(Synth& synth, float* left, float* right);
 
 }  // namespace moxi

@@ -22,13 +22,14 @@ AssembleResult Assemble(std::string_view source, const std::string& fileName,
 std::string FormatError(const AssembleError& error);
 std::string FormatErrors(const AssembleResult& result);
 
-// The value of a label or constant of a successful result, 0xFFFFFFFF when there is none.
+// The low 32 bits of the value of a label or constant of a successful result; 0xFFFFFFFF when there
+// is none of that name.
 u32 SymbolValue(const AssembleResult& result, std::string_view name);
 
-// The symbol file: one line a symbol, "00000200 code start".
+// The text of a symbol file: a line for each symbol, such as "00000200 code start".
 std::string FormatSymbols(const AssembleResult& result);
 
-// The words of a single instruction without names, empty when `text` is no valid instruction.
+// The words of a single instruction that uses no names; empty when `text` is no valid one.
 std::vector<u32> AssembleInstruction(std::string_view text);
 
 }  // namespace moxi

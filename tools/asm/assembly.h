@@ -19,7 +19,8 @@ struct BodyLine {
     std::vector<u32> columns;  // source column of each byte; empty when they are the text's own
     u32 file = 0;
     u32 line = 0;
-    bool inner = false;  // in a macro or repeat block within the body, which has its own \@ or \+
+    // It lies in a block of the same kind within the body, so its \@ or \+ is left for that block.
+    bool inner = false;
 };
 
 struct Body {
@@ -28,9 +29,9 @@ struct Body {
 
 struct MacroParameter {
     std::string name;
-    std::string fallback;
+    std::string fallback;  // what it stands for when its argument is empty or missing
     bool hasFallback = false;
-    bool takesRest = false;
+    bool takesRest = false;  // it takes all further arguments, with the commas between them
 };
 
 struct Macro {
@@ -47,12 +48,12 @@ struct Frame {
     FrameKind kind = FrameKind::File;
     u32 file = 0;       // of a file
     u32 next = 0;       // line of the file or the body that comes next, from 0
-    u32 expansion = 0;  // for error notes
+    u32 expansion = 0;  // index of Sources::expansions
     std::shared_ptr<Body> body;
     const Macro* macro = nullptr;
     std::vector<std::string> arguments;
-    u64 number = 0;  // of this macro expansion, or the repeat's count
-    u64 repeats = 0;
+    u64 number = 0;         // of this macro call, or of the round of the repeat block, from 0
+    u64 repeats = 0;        // rounds of the repeat block
     size_t conditions = 0;  // open .if blocks when the frame was entered
     SourcePosition from;
     // The line being read, after substitution.
@@ -77,19 +78,21 @@ struct SectionState {
     u64 alignment = 1;
 };
 
-// A value that waits for the end of the source.
+// A value that is put into its place at the end of the source. `sequence`, here and below, is the
+// number of the statement, by which errors are ordered.
 struct Fixup {
     Slot slot = Slot::Byte;
     Section section = Section::Code;
-    u32 offset = 0;
+    u32 offset = 0;  // in the section
     Expression expression;
     u64 sequence = 0;
 };
 
+// A byte of the header that .header sets.
 struct HeaderPatch {
     u32 offset = 0;
-    u8 fixed = 0;
-    bool waits = false;
+    u8 fixed = 0;        // its value
+    bool waits = false;  // its value is that of `expression`, at the end of the source
     Expression expression;
     u64 sequence = 0;
 };
@@ -100,13 +103,14 @@ struct Assertion {
     u64 sequence = 0;
 };
 
-// How many arguments a routine takes, as .arguments says.
+// How many arguments, in LONGs, a routine takes, as .arguments says.
 struct DeclaredArguments {
     i64 count = 0;
     SourcePosition position;
 };
 
-// A call that .invoked tells of, to be compared with what the routine takes.
+// A call that .invoked tells of. At the end of the source it is compared with what the routine
+// takes.
 struct Invocation {
     u32 routine = 0;  // symbol
     i64 count = 0;
@@ -122,6 +126,7 @@ struct HeaderNumber {
     u64 sequence = 0;
 };
 
+// What a line of the source made, for the listing.
 struct ListingLine {
     u32 file = 0;
     u32 line = 0;
@@ -159,7 +164,7 @@ struct Assembly {
     u64 expandedLines = 0;
     u64 expandedText = 0;
     u64 includedLines = 0;
-    bool keepNodes = false;  // the statement's expressions are needed later
+    bool keepNodes = false;  // expressions of this statement are evaluated again at the end
 
     // A macro definition or repeat block whose lines are being collected.
     bool collecting = false;
@@ -184,7 +189,7 @@ void StartRepeat(Assembly& assembly, Cursor& cursor);
 // Takes a line into the body that is being collected, or ends it.
 void CollectLine(Assembly& assembly, const Line& line);
 void CallMacro(Assembly& assembly, const Macro& macro, const Line& line, Cursor& cursor);
-// Puts the arguments into a body line.
+// Makes the frame's line of a body line, with the arguments put in. False when it becomes too long.
 bool Substitute(Assembly& assembly, Frame& frame, const BodyLine& body);
 
 // --- Conditions (conditions.cpp)
@@ -202,24 +207,24 @@ bool AssembleData(Assembly& assembly, const std::string& name, Cursor& cursor);
 
 // --- Arguments of routines (invocations.cpp)
 
-// .arguments N: the routine at the latest label of the code takes N LONGs. Nothing where more than
-// its LINK stands between.
+// .arguments N: the routine at the latest label of the code takes N LONGs. Ignored when more than
+// the routine's LINK stands between the label and here.
 void DeclareArguments(Assembly& assembly, Cursor& cursor);
 // .invoked ROUTINE, N: the routine is called with N LONGs.
 void NoteInvocation(Assembly& assembly, Cursor& cursor, const SourcePosition& position);
 // Reports each call with another number than its routine takes, where that is known.
 void CheckInvocations(Assembly& assembly);
 
-// --- Words that are nothing (suggestions.cpp)
+// --- Words that have no meaning (suggestions.cpp)
 
-// "; did you mean 'MOVE'?" for a word that is nearly one that there is, else "".
+// "; did you mean 'MOVE'?" for a word that is much like a known one, else "".
 std::string Suggestion(const Assembly& assembly, std::string_view word);
-// A word before a directive was meant as a label.
+// Reports a word that has no meaning. One that stands before a directive was meant as a label.
 void ReportUnknownWord(Assembly& assembly, std::string_view word, const SourcePosition& position,
                        bool standsBeforeDirective);
-// The macro has just been defined: says so of the uses before.
+// Called when a macro has just been defined: the errors about uses before it then say so.
 void ExplainEarlierUses(Assembly& assembly, const Macro& macro);
-// "FILE:LINE", in the author's line.
+// "FILE:LINE" of a position; in a macro, of the author's line that calls it.
 std::string PlaceInWords(const Sources& sources, const SourcePosition& position);
 // "1 argument", "3 arguments".
 std::string ArgumentsInWords(size_t count);
@@ -232,27 +237,33 @@ void DefineConstant(Assembly& assembly, const std::string& name, const SourcePos
                     const Expression& expression);
 void SetVariable(Assembly& assembly, const std::string& name, const SourcePosition& position,
                  const Expression& expression);
-// A new statement begins at the end of the section.
+// Fixes the labels that the alignment of the next instruction could still move: something else now
+// follows them, or the source ends.
 void SettleFloatingLabels(Assembly& assembly);
 
-// Adds `count` bytes of `fill`; reports and stops when the section becomes too large.
+// Adds `count` bytes of `fill` to the current section. False when the section becomes too large,
+// which is reported and stops the assembly; the same goes for AddText and AddValue.
 bool AddBytes(Assembly& assembly, u64 count, u8 fill, const SourcePosition& position);
 bool AddText(Assembly& assembly, std::string_view bytes, const SourcePosition& position);
-// Adds a unit with the value, now or as a fixup.
+// Adds the unit of a slot with the value, which is put in now or, when it is not known yet, at the
+// end.
 bool AddValue(Assembly& assembly, Slot slot, const Expression& expression);
-// Puts the value into a unit that is there already.
+// Puts the value, now or at the end, into the unit at `offset` in the current section.
 void PlaceValue(Assembly& assembly, Slot slot, u64 offset, const Expression& expression);
 
-// Evaluates what must be a known whole number in low..high; reports otherwise.
+// Evaluates what must be a known whole number from `low` to `high`. Otherwise false, which is
+// reported; `what` names the number there.
 bool KnownNumber(Assembly& assembly, const Expression& expression, i64 low, i64 high,
                  const char* what, i64& number);
+// Reports an error at the cursor.
 void ReportHere(Assembly& assembly, const Cursor& cursor, const std::string& what);
-// Reports when something follows the statement.
+// False, which is reported, when something follows the statement.
 bool ExpectEnd(Assembly& assembly, const Cursor& cursor);
 
 // --- The end (finish.cpp)
 
-// Resolves what waits, and makes the file. Without errors `result` is complete.
+// Puts in the values that wait, and makes the file. With errors, `result` only holds them and the
+// names of the files read.
 void Finish(Assembly& assembly, AssembleResult& result);
 
 // --- Listing (listing.cpp)

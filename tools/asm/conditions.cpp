@@ -16,7 +16,7 @@ bool IsOpener(const std::string& word) {
     return std::find(std::begin(kOpeners), std::end(kOpeners), word) != std::end(kOpeners);
 }
 
-// The text behind the directive, up to a comment, without blanks around it.
+// Whether nothing but a comment follows from token `at` on.
 bool RestIsBlank(const std::vector<Token>& tokens, size_t at) {
     return at >= tokens.size() || tokens[at].kind == TokenKind::End;
 }

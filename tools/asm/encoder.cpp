@@ -244,7 +244,8 @@ void PlaceOperand(const Encoder& encoder, const Operand& operand, Mode mode, Fie
     }
 }
 
-// Quick where the value is known by now and small enough, or where it was asked for.
+// The mode of an immediate: quick where the source asks for it, or where the value is already known
+// and small enough.
 Mode ChooseImmediate(const Encoder& encoder, const Operand& operand, u32 size, bool isReal) {
     if (operand.forced == Forced::Immediate) {
         return Mode::Immediate;
@@ -288,7 +289,7 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
         a.kind = OperandKind::Absolute;
     }
     const bool isReal = IsRealSuffix(encoder.suffix);
-    // An operand that is only an address has no size of its own.
+    // Where the size may be left out, the operand is an address, which is a LONG whatever the size.
     const u32 valueSize = operation.sizes == Sizes::Any && size < 3 ? 2 : size;
     const Mode modeA = ModeOf(a.kind);
     Mode modeB = ModeOf(b.kind);
@@ -312,7 +313,8 @@ bool EncodeTwo(Encoder& encoder, const Operation& operation) {
 
 // --- One operand, and PUSH of a constant
 
-// The three lengths of a constant push: short ones hold the value in the word itself.
+// PUSH of a constant, in one of its three lengths: one word that holds the value itself, or a word
+// and one or two extension words.
 bool EncodePushConstant(Encoder& encoder, const Operand& operand) {
     u32 size = 0;
     if (!ChooseSize(encoder, Sizes::Integer, size)) {

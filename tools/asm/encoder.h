@@ -15,7 +15,7 @@ struct SlotValue {
 };
 
 struct EncodedInstruction {
-    u32 words[4] = {};  // without the values
+    u32 words[4] = {};  // with zeros where the values go
     u32 count = 0;
     SlotValue values[4];
     u32 valueCount = 0;

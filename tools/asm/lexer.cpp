@@ -56,7 +56,7 @@ std::string FirstWord(std::string_view text) {
 SourcePosition PositionIn(const Line& line, size_t index) {
     SourcePosition position = line.position;
     if (line.arguments != nullptr && !line.arguments->empty()) {
-        // What is missing at the end of the line is missing in what stands there.
+        // A place beyond the end of the line belongs to what stands at its end.
         position.argument = (*line.arguments)[std::min(index, line.arguments->size() - 1)];
     }
     if (line.columns == nullptr) {

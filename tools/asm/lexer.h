@@ -31,7 +31,7 @@ enum class TokenKind : u8 {
     Integer,     // 12, 0x1F, 0b11, 'A'
     Float,       // 1.5, 2e9
     String,      // "text", value holds the bytes
-    Punctuation  // one of the operators, in `text`
+    Punctuation  // an operator, bracket or separator, in `text`
 };
 
 struct Token {
@@ -54,8 +54,8 @@ bool IsNamePart(char c);
 // Upper-case copy of ASCII text.
 std::string UpperCase(std::string_view text);
 
-// The first word of a line in upper case, skipping blanks: enough to tell .endm and .if lines in
-// text that is only collected or skipped. Also steps over labels before it.
+// The first word of a line behind its blanks and labels, in upper case: enough to find the .endm
+// and .if lines in text that is only collected or skipped.
 std::string FirstWord(std::string_view text);
 
 }  // namespace mxasm

@@ -20,8 +20,7 @@ std::string_view Trim(std::string_view text) {
     return text;
 }
 
-// Walks over text outside of quotes: returns the index behind the string or character that starts
-// at `at`, or at + 1.
+// The index behind the string or character literal that starts at `at`; at + 1 when none does.
 size_t SkipQuoted(std::string_view text, size_t at) {
     const char quote = text[at];
     if (quote != '"' && quote != '\'') {
@@ -37,12 +36,12 @@ size_t SkipQuoted(std::string_view text, size_t at) {
     return text.size();
 }
 
-// Cuts text at commas outside of quotes, parentheses and brackets, up to a comment.
 struct Argument {
     std::string text;
     size_t index = 0;  // of its first byte
 };
 
+// Cuts text at commas outside of quotes, parentheses and brackets, up to a comment.
 std::vector<Argument> SplitArguments(std::string_view text) {
     std::vector<Argument> parts;
     const auto add = [&](size_t from, size_t to) {

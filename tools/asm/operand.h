@@ -1,5 +1,5 @@
 #pragma once
-// The operands of an instruction as they are written.
+// Parses the operands of an instruction as they are written.
 
 #include "tools/asm/symbols.h"
 
@@ -9,7 +9,7 @@ namespace mxasm {
 
 enum class OperandKind : u8 { Register, Indexed, Absolute, Frame, Immediate };
 
-// How an immediate asked to be encoded.
+// The form in which the source asks for an immediate: #.I or #.Q.
 enum class Forced : u8 { None, Immediate, Quick };
 
 struct Operand {

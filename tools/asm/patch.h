@@ -8,6 +8,7 @@ namespace moxi {
 
 namespace mxasm {
 
+// A place for a value.
 enum class Slot : u8 {
     // Data
     Byte,
@@ -21,7 +22,7 @@ enum class Slot : u8 {
     FrameOffset,   // bits 16..31, signed
     LowQuick,      // bits 5..8, signed
     HighQuick,     // bits 16..19, signed
-    LowQuickLong,  // the same for a LONG, where 0xFFFFFFFF is -1
+    LowQuickLong,  // the same two for a LONG, where 0xFFFFFFFF is -1
     HighQuickLong,
     ArgumentBytes,  // bits 16..31
     Locals,         // bits 14..31
@@ -40,11 +41,12 @@ enum class Slot : u8 {
     ImmediateDouble,
 };
 
-// Bytes that the field's unit takes.
+// How many bytes the unit takes that the slot lies in: the item of data, the instruction word or
+// the extension words.
 u32 SlotSize(Slot slot);
 
-// Writes `value`, which must be known and absolute, into the unit at `bytes`. Returns what is
-// wrong with it, or an empty text.
+// Writes `value`, which must be known and absolute, into the unit at `bytes`; the unit's other
+// fields stay. Returns what is wrong with the value, and writes nothing, or returns an empty text.
 std::string PutValue(Slot slot, const Value& value, u8* bytes);
 
 // A whole number seen as the 32-bit signed number it means at LONG size: 0xFFFFFFFF is -1.

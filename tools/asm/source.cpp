@@ -133,7 +133,8 @@ std::vector<AssembleError> CollectErrors(const Sources& sources) {
             place = CallerOf(call, place);
         }
         std::reverse(error.inMacros.begin(), error.inMacros.end());
-        // Of a macro that calls itself many times the last calls are left out, but for the place.
+        // Of a macro that calls itself many times, only the first calls and the place itself are
+        // shown.
         if (std::ssize(error.inMacros) > kMaxNotes) {
             error.inMacros.erase(error.inMacros.begin() + kMaxNotes - 1, error.inMacros.end() - 1);
         }

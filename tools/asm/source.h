@@ -23,7 +23,7 @@ constexpr u32 kMaxIncludeDepth = 32;
 constexpr u32 kMaxMacroDepth = 64;
 constexpr u64 kMaxExpandedLines = 2'000'000;      // lines made by macros and repeat blocks
 constexpr u64 kMaxIncludedLines = 20'000'000;     // lines read from files
-constexpr u64 kMaxExpandedText = u64{256} << 20;  // bytes made by macros and repeat blocks
+constexpr u64 kMaxExpandedText = u64{256} << 20;  // bytes of their body lines and of what they make
 constexpr u64 kMaxLine = 1u << 20;                // bytes of one line
 constexpr size_t kMaxFixups = 4'000'000;          // values that wait for a later definition
 constexpr size_t kMaxSymbols = 2'000'000;
@@ -36,7 +36,8 @@ struct SourcePosition {
     u32 line = 0;       // from 1
     u32 column = 0;     // from 1
     u32 expansion = 0;  // index of Sources::expansions; 0 is none
-    u32 argument = 0;  // of that call which the text came from, counted from 1; 0 is the body's own
+    // The argument of that call, from 1, that the text came from; 0 for the body's own text.
+    u32 argument = 0;
 };
 
 struct SourceFile {
@@ -46,7 +47,7 @@ struct SourceFile {
     std::vector<size_t> lineStarts;
 };
 
-// A call of a macro: an error in its body is an error of the line that calls it.
+// A call of a macro. An error in the macro's body is shown at the line that calls it.
 struct MacroCall {
     SourcePosition from;
     const std::string* macro = nullptr;
@@ -68,8 +69,8 @@ struct Sources {
     bool stopped = false;  // a limit was met or there are too many errors; nothing more is read
 };
 
-// The place in no macro that an error at `position` is shown at: the argument or the call in the
-// author's line.
+// Where an error at `position` is shown: in a line that the author wrote outside of every macro, at
+// the argument that it came from or at the macro's name.
 SourcePosition AuthorsPosition(const Sources& sources, SourcePosition position);
 
 // Adds a file's text and finds its lines. Returns its index.
@@ -79,7 +80,8 @@ u32 AddSource(Sources& sources, std::string name, std::string path, std::string 
 std::string_view SourceLine(const SourceFile& file, u32 line);
 u32 LineCount(const SourceFile& file);
 
-// Records an error; the hundredth stops the assembly.
+// Records an error of the current statement, or of the one with the number `sequence`. After
+// kMaxErrors of them, one more only tells that there are too many, and stops the assembly.
 void Report(Sources& sources, const SourcePosition& position, std::string text);
 void ReportAt(Sources& sources, u64 sequence, const SourcePosition& position, std::string text);
 

@@ -315,8 +315,8 @@ void AssembleConstant(Assembly& assembly, Cursor& cursor) {
     }
 }
 
-// A word that is nothing. Before a directive it was to be a label, and counts as one, so that its
-// uses are no errors as well.
+// A word that has no meaning. Before a directive it was meant as a label, and becomes one, so that
+// its uses do not give further errors.
 void AssembleUnknown(Assembly& assembly, const Line& line, Cursor& cursor) {
     const Token& token = cursor.Now();
     const Token& next = cursor.Next();

@@ -83,7 +83,7 @@ void ReportUnknownWord(Assembly& assembly, std::string_view word, const SourcePo
 void ExplainEarlierUses(Assembly& assembly, const Macro& macro) {
     const auto [first, last] = assembly.unknownWords.equal_range(macro.name);
     for (auto use = first; use != last; ++use) {
-        // The last error that is taken tells that there are too many.
+        // The error at kMaxErrors only tells that there are too many.
         if (use->second >= std::min(assembly.sources.errors.size(), kMaxErrors)) {
             continue;
         }

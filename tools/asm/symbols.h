@@ -1,10 +1,10 @@
 #pragma once
 // Names, expressions and values of an assembly.
 //
-// An expression is kept in reverse Polish order in one pool of nodes. It is evaluated at once where
-// the statement's size depends on it, and again when the whole source has been read for what waits
-// for a later definition. Until the end, addresses in .data and .bss are known only relative to
-// the section; the difference of two of them is a number all the same.
+// An expression is kept in reverse Polish order in one pool of nodes. It is evaluated where it
+// stands, or at the end of the source when it waits for a later definition. Until then addresses in
+// .data and .bss are known only relative to their section; the difference of two of them in the
+// same section is a known number all the same.
 
 #include <string>
 #include <unordered_map>
@@ -108,7 +108,7 @@ struct Symbol {
     Section section = Section::Code;
     bool floating = false;    // a label that the next instruction's alignment may still move
     bool evaluating = false;  // guards against circles
-    bool reported = false;    // as undefined
+    bool reported = false;    // an error about its definition; there is only one
     u64 offset = 0;
     Expression expression;
     Value value;
@@ -121,16 +121,17 @@ struct SymbolTable {
     std::unordered_map<std::string, u32> byName;
     std::vector<Node> nodes;
     std::vector<Value> stack;
-    u64 epoch = 1;
-    u32 depth = 0;
-    u64 work = 0;        // nodes evaluated so far
+    u64 epoch = 1;  // grows whenever a name is defined, so that values that wait are tried again
+    u32 depth = 0;  // of constants that are evaluated for one another
+    u64 work = 0;   // nodes evaluated so far
     bool final = false;  // all is defined, the sections' places are known
     i64 sectionBase[3] = {512, 0, 0};
     // For local labels: the latest ordinary label of each section.
     u32 scope[kSectionCount] = {~0u, ~0u, ~0u};
 };
 
-// Constants that wait for one another could be evaluated without end.
+// The most nodes that one assembly evaluates: constants that wait for one another could be
+// evaluated almost without end.
 constexpr u64 kMaxEvaluatedNodes = 500'000'000;
 
 constexpr u32 kNoSymbol = ~0u;
@@ -175,7 +176,8 @@ Value EvaluateSymbol(SymbolTable& table, u32 symbol);
 // What is wrong with a value that is not known.
 std::string Describe(const SymbolTable& table, const Value& value);
 
-// Reports why a value is not known; the same undefined name only once.
+// Reports, for the statement `sequence`, why a value is not known. Of the same name, that it is
+// undefined, circular or not yet set is reported only once.
 void ReportValue(Sources& sources, SymbolTable& table, u64 sequence, const Value& value);
 
 // The register number 0..15 that a name stands for, or -1.

@@ -34,7 +34,8 @@ std::string Number(const char* format, u32 value) {
     return text;
 }
 
-// A text that ends with a NUL, or a piece of a long one; nothing when there is none.
+// The directive for a text that ends with a NUL, or for a piece of a long one; its length is 0 when
+// the bytes do not begin with a text.
 DataItem DescribeText(std::span<const u8> bytes) {
     size_t length = 0;
     while (length < bytes.size() && length < kMostText && IsTextByte(bytes[length])) {
@@ -82,7 +83,7 @@ DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine) 
     }
     if (same >= kLeastRoom) {
         DataItem item;
-        // Room ends at a word, so that what follows it is seen as words.
+        // Room ends at a multiple of 4, so that what follows it can be words.
         const size_t odd = (address + same) % 4;
         if (same < bytes.size() && same - odd >= kLeastRoom) {
             same -= odd;

@@ -1,5 +1,5 @@
 #pragma once
-// Bytes that are no code, as directives: texts, room, words and bytes.
+// Describes bytes that are not code by directives for texts, room, words and bytes.
 
 #include <span>
 #include <string>
@@ -13,8 +13,8 @@ struct DataItem {
     u32 length = 0;    // bytes that it stands for
 };
 
-// The directive for the start of `bytes`, which must not be empty; `address` decides about words.
-// At most `wordsPerLine` words go into one.
+// The directive for the beginning of `bytes`, which must not be empty. `address` is where they lie:
+// words are only made at multiples of 4, at most `wordsPerLine` in one directive.
 DataItem DescribeData(std::span<const u8> bytes, u32 address, u32 wordsPerLine);
 
 }  // namespace moxi

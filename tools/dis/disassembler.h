@@ -12,7 +12,7 @@
 
 namespace moxi {
 
-// Names from a symbol file. As names of addresses, constants are left out.
+// Names from a symbol file. Constants are no names of addresses, so `byAddress` leaves them out.
 struct SymbolNames {
     std::map<u32, std::vector<std::string>> byAddress;
     std::set<u32> variables;                         // addresses named in .data and .bss
@@ -22,7 +22,7 @@ struct SymbolNames {
 // The name that the assembler knows for a place in the module's header; "" where it has none.
 std::string NameOfHeader(u32 address);
 
-// Reads a symbol file as mxasm writes it. Returns what is wrong, or an empty text.
+// Adds the names of a symbol file, as mxasm writes it. Returns what is wrong, or an empty text.
 std::string ParseSymbolFile(const std::string& text, SymbolNames& names);
 
 // The listing: addresses, words, instructions with names for their targets, data.

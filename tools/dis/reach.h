@@ -28,6 +28,7 @@ struct CodeMap {
     }
 };
 
+// The map of a module's loaded part. Never fails: what cannot be code stays data.
 CodeMap FindCode(const ModuleFile& module);
 
 }  // namespace moxi
