@@ -30,7 +30,7 @@ bool ParseRegisterNumber(Sources& sources, SymbolTable& table, Cursor& cursor, u
     }
     const Value value = Evaluate(table, expression);
     if (value.state != ValueState::Known || value.base != Base::Absolute) {
-        ReportValue(sources, table, sources.sequence, value);
+        ReportNoNumber(sources, table, expression, value);
         return false;
     }
     if (value.isFloat || value.integer < 0 || value.integer > 0xFFFFFFFF) {

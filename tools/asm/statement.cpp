@@ -25,14 +25,7 @@ bool KnownNumber(Assembly& assembly, const Expression& expression, i64 low, i64 
                  const char* what, i64& number) {
     const Value value = Evaluate(assembly.table, expression);
     if (value.state != ValueState::Known || value.base != Base::Absolute) {
-        Value shown = value;
-        if (value.state == ValueState::Known) {
-            shown.problem = Problem::MixedAddresses;
-        }
-        if (shown.position.line == 0) {
-            shown.position = expression.position;
-        }
-        ReportValue(assembly.sources, assembly.table, assembly.sources.sequence, shown);
+        ReportNoNumber(assembly.sources, assembly.table, expression, value);
         return false;
     }
     if (value.isFloat || value.integer < low || value.integer > high) {

@@ -362,6 +362,18 @@ void ReportValue(Sources& sources, SymbolTable& table, u64 sequence, const Value
     ReportAt(sources, sequence, value.position, Describe(table, value));
 }
 
+void ReportNoNumber(Sources& sources, SymbolTable& table, const Expression& expression,
+                    const Value& value) {
+    Value shown = value;
+    if (value.state == ValueState::Known) {
+        shown.problem = Problem::MixedAddresses;
+    }
+    if (shown.position.line == 0) {
+        shown.position = expression.position;
+    }
+    ReportValue(sources, table, sources.sequence, shown);
+}
+
 }  // namespace mxasm
 
 }  // namespace moxi

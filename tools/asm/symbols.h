@@ -180,6 +180,11 @@ std::string Describe(const SymbolTable& table, const Value& value);
 // undefined, circular or not yet set is reported only once.
 void ReportValue(Sources& sources, SymbolTable& table, u64 sequence, const Value& value);
 
+// The same for an expression of the statement at hand that has to be a number and is none, also
+// where it is known but is an address.
+void ReportNoNumber(Sources& sources, SymbolTable& table, const Expression& expression,
+                    const Value& value);
+
 // The register number 0..15 that a name stands for, or -1.
 int RegisterNumber(std::string_view name);
 // Names that operands use: R0..R15 and FP.
