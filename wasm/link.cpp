@@ -8,6 +8,7 @@ namespace {
 
 using Types = std::vector<ValueType>;
 
+// The service of the machine that an import from "moxi" names; None for any other import.
 ImportUse UseOf(const Import& import) {
     if (import.module != "moxi") {
         return ImportUse::None;
@@ -30,6 +31,7 @@ ImportUse UseOf(const Import& import) {
     return ImportUse::None;
 }
 
+// Whether the import declares the type that its service has.
 bool FitsUse(ImportUse use, const FunctionType& type) {
     constexpr ValueType kI32 = ValueType::I32;
     const auto has = [&](const Types& parameters, const Types& results) {
@@ -48,7 +50,7 @@ bool FitsUse(ImportUse use, const FunctionType& type) {
 
 // Whether a call of one type can be served by a function of another one. Cartridges were made for
 // consoles whose host counts neither arguments nor results: one that is missing is 0, one too many
-// is dropped.
+// is dropped. What both have must be of the same types.
 bool CanStandFor(const FunctionType& function, const FunctionType& call) {
     const auto agree = [](const Types& a, const Types& b) {
         return std::equal(a.begin(), a.begin() + static_cast<i64>(std::min(a.size(), b.size())),
@@ -75,7 +77,8 @@ struct Resolver {
     void Run();
 };
 
-// Functions of the other module. False when the import does not name any.
+// Resolves an import of a function from the other module. False when it names nothing there; true,
+// after an error has been noted, also where only its type is wrong.
 bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
     const bool isCartridge = plan.number == 1;
     if (other == nullptr || import.module != (isCartridge ? "env" : "cart")) {
@@ -115,7 +118,7 @@ bool Resolver::ResolveByOther(const Import& import, ImportTarget& target) {
 void Resolver::ResolveFunction(const Import& import) {
     ImportTarget target;
     if (!ResolveByOther(import, target)) {
-        // A cartridge knows its console alone.
+        // The machine's services are not for cartridges: those know nothing but their console.
         target.use = plan.number == 1 ? ImportUse::None : UseOf(import);
         if (target.use == ImportUse::None) {
             Refuse(import, "unknown import");
@@ -126,6 +129,8 @@ void Resolver::ResolveFunction(const Import& import) {
     plan.imports.push_back(target);
 }
 
+// Imports that are no functions: the first module may import a global with the address of its
+// memory, a cartridge the memory of its console. Nothing else is there to be imported.
 void Resolver::ResolveRest(const Import& import) {
     switch (import.kind) {
         case ExternalKind::Function: return;

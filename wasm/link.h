@@ -9,12 +9,15 @@
 
 namespace moxi {
 
-// Finds what every import of a module that stands alone is. Names each one that nothing stands for.
+// Finds what every import of a module that stands alone is, and fills `plan.imports` (empty before,
+// one entry for each imported function). An import that nothing stands for, or whose type is wrong,
+// adds a line to `errors`.
 void ResolveImports(ModulePlan& plan, std::vector<std::string>& errors);
 
-// The same of a module and a cartridge that is linked to it. The first imports the cartridge's
-// functions from "cart", those that it lacks do nothing, and cart.memory is where its memory lies.
-// The cartridge imports functions that the first one exports, and its memory, from "env".
+// The same for a module and a cartridge that is linked to it. The first module imports the
+// cartridge's functions from "cart": those that the cartridge lacks do nothing, and cart.memory is
+// a function that tells where the cartridge's memory lies. The cartridge imports functions that the
+// first module exports, and its memory, from "env".
 void ResolveLinked(ModulePlan& first, ModulePlan& cartridge, std::vector<std::string>& errors);
 
 }  // namespace moxi

@@ -9,10 +9,11 @@ namespace {
 
 constexpr u32 kNone = 0xFFFFFFFF;
 
+// Instructions that are executed one after the other, but for calls.
 struct Block {
     u32 first = 0;
-    u32 end = 0;
-    std::vector<u32> next;
+    u32 end = 0;            // not included
+    std::vector<u32> next;  // the blocks that may follow
 };
 
 bool EndsBlock(Kind kind) {
@@ -28,6 +29,7 @@ bool EndsBlock(Kind kind) {
     }
 }
 
+// Whether the instruction behind this one may follow it.
 bool GoesOn(Kind kind) {
     return kind != Kind::Jump && kind != Kind::TableJump && kind != Kind::JumpRoutine &&
            kind != Kind::Stop && kind != Kind::Return;
@@ -37,13 +39,17 @@ struct Finder {
     FunctionCode& code;
     Liveness& result;
     std::vector<Block> blocks{};
-    std::vector<u32> global{};  // number of a variable that more than one block names, or kNone
+    // Only variables that live from one block into another take part in the sets: by variable its
+    // number among them, or kNone.
+    std::vector<u32> global{};
     u32 globals = 0;
-    u64 words = 0;  // of a set of global variables
-    std::vector<Variable> variableOf{};
+    u64 words = 0;                       // of a set of global variables
+    std::vector<Variable> variableOf{};  // by number of the global variable
+    // Sets of global variables, `words` words for each block: alive where it begins, and where it
+    // ends; read before they are written in it; written in it.
     std::vector<u64> in{};
     std::vector<u64> out{};
-    std::vector<u64> reads{};  // before it is written in the block
+    std::vector<u64> reads{};
     std::vector<u64> writes{};
     std::vector<u64> open{};     // the global variables that are alive where the walk is
     std::vector<u32> openEnd{};  // where the variable is last read, while it is alive; else 0
@@ -98,6 +104,7 @@ void Finder::FindBlocks() {
     }
 }
 
+// Gives numbers to the variables that live from one block into another.
 void Finder::FindGlobals() {
     global.assign(code.variables, kNone);
     std::vector<u32> home(code.variables, kNone);
@@ -107,7 +114,8 @@ void Finder::FindGlobals() {
                 if (variable < kFirstVariable || global[variable] != kNone) {
                     return;
                 }
-                // Read first, it comes from elsewhere, be it from the block's last round.
+                // What a block reads before it writes it comes from elsewhere, be it from this very
+                // block's last round in a loop.
                 if (home[variable] == kNone && !isRead) {
                     home[variable] = k;
                 }
@@ -121,6 +129,8 @@ void Finder::FindGlobals() {
     }
 }
 
+// Fills the sets of all blocks. Blocks are taken from the last one to the first, the way that the
+// flow goes, so that few rounds are enough.
 void Finder::Solve() {
     words = (u64{globals} + 63) / 64;
     const u64 size = words * blocks.size();
@@ -167,6 +177,7 @@ void Finder::Solve() {
     }
 }
 
+// The walk goes backward, so the first read that it meets is where the variable's range ends.
 void Finder::Read(Variable variable, u32 position) {
     if (openEnd[variable] != 0) {
         return;
@@ -177,6 +188,7 @@ void Finder::Read(Variable variable, u32 position) {
     }
 }
 
+// Where a variable is written its range begins; what nobody reads still takes one position.
 void Finder::Write(Variable variable, u32 position) {
     const u32 end = openEnd[variable] != 0 ? openEnd[variable] : position + 1;
     openEnd[variable] = 0;
@@ -184,7 +196,7 @@ void Finder::Write(Variable variable, u32 position) {
         open[global[variable] / 64] &= ~(u64{1} << (global[variable] % 64));
     }
     std::vector<Range>& list = result.ranges[variable];
-    // Ranges come from the last one to the first.
+    // Ranges are found from the last one to the first; one that touches the next is joined to it.
     if (!list.empty() && list.back().from <= end) {
         list.back().from = position;
     } else {
@@ -192,6 +204,7 @@ void Finder::Write(Variable variable, u32 position) {
     }
 }
 
+// What a call does beside its operands: it may change R0..R5, and reads those with arguments.
 void Finder::WalkCall(const Instruction& instruction, u32 i) {
     if (instruction.isSetjmp) {
         for (Variable variable = kFirstVariable; variable < code.variables; ++variable) {
@@ -208,10 +221,12 @@ void Finder::WalkCall(const Instruction& instruction, u32 i) {
     }
 }
 
-// What is alive both here and in the block that stands behind stays open; the rest begins or ends.
+// Takes the walk from the beginning of the block behind to the end of this one. What is alive at
+// both stays open; the ranges of the rest begin there, or end here.
 void Finder::OpenBlock(u64 index) {
     for (u64 w = 0; w < words; ++w) {
-        // Less than what flows in there, if something dead has been removed since.
+        // May be less than that block's `in`: dead instructions in it have been removed since, and
+        // with them what they read.
         const u64 behind = open[w];
         const u64 here = out[index * words + w];
         for (u64 bits = behind & ~here; bits != 0; bits &= bits - 1) {
@@ -225,6 +240,8 @@ void Finder::OpenBlock(u64 index) {
     }
 }
 
+// Goes through a block backward, notes ranges, and removes what is dead: an instruction that only
+// writes a variable which is not alive, and whose flags no branch behind it tests.
 void Finder::WalkBlock(const Block& block) {
     bool flagsAreWanted = false;
     for (u32 i = block.end; i-- > block.first;) {
@@ -295,6 +312,8 @@ Liveness FindLiveness(FunctionCode& code) {
     return result;
 }
 
+// Looks up each range of the shorter list in the longer one, so it takes little time where one of
+// them is long.
 bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b) {
     const std::vector<Range>& few = a.size() <= b.size() ? a : b;
     const std::vector<Range>& many = a.size() <= b.size() ? b : a;

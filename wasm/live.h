@@ -1,6 +1,7 @@
 #pragma once
 // Where the variables of a function are alive: the usual backward flow of reads and writes over its
-// blocks, repeated until nothing changes.
+// blocks, repeated until nothing changes (Kildall, A unified approach to global program
+// optimization, 1973).
 //
 // Instruction i reads at position 2 i and writes at 2 i + 1, so that what ends in an instruction
 // and what begins there may share a register.
@@ -21,14 +22,15 @@ struct Liveness {
     std::vector<u32> crossesSetjmp;          // variables alive across a call of setjmp
 };
 
-// Removes dead instructions on the way.
+// Instructions whose results nobody reads become Kind::Nothing on the way; every other one keeps
+// its index.
 Liveness FindLiveness(FunctionCode& code);
 
-// Whether two lists of ranges have a position in common.
+// Whether two lists of ranges have a position in common. Both are ascending, as Liveness has them.
 bool Overlap(const std::vector<Range>& a, const std::vector<Range>& b);
 
-// Calls f(variable, reads, writes) for each variable that the instruction names, those that it
-// writes last.
+// Calls f(variable, reads, writes) for each variable that the instruction's operands name. One that
+// it writes comes last. What a call or a return does to the machine's registers is not told.
 template <class F>
 void ForEachVariable(const Instruction& instruction, F f) {
     if (instruction.kind == Kind::Nothing) {

@@ -30,7 +30,7 @@ struct Import {
     std::string module;
     std::string name;
     ExternalKind kind = ExternalKind::Function;
-    u32 index = 0;  // in the index space of its kind
+    u32 index = 0;  // among the functions or globals of the module; 0 for a table or a memory
 };
 
 struct Export {
@@ -70,13 +70,13 @@ struct Function {
 
 struct ElementSegment {
     enum class Mode : u8 { Active, Passive, Declared } mode = Mode::Active;
-    ConstantExpression offset;
+    ConstantExpression offset;              // in the table; of an Active one
     std::vector<ConstantExpression> items;  // Function or Null
 };
 
 struct DataSegment {
     bool isPassive = false;
-    ConstantExpression offset;
+    ConstantExpression offset;  // in memory; of one that is not passive
     std::string_view bytes;
 };
 
@@ -85,7 +85,8 @@ struct CustomSection {
     std::string_view bytes;
 };
 
-// There is one of it, in the order of the file.
+// The members stand in the order of the file's sections; there are so few modules that the gaps
+// between members cost nothing.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Module {
     std::string_view bytes;  // the whole file
@@ -95,7 +96,7 @@ struct Module {
     u32 importedFunctions = 0;
     bool hasTable = false;
     bool tableIsImported = false;
-    Limits table;
+    Limits table;  // in entries
     bool hasMemory = false;
     bool memoryIsImported = false;
     Limits memory;  // in pages of 64 KiB
@@ -106,29 +107,31 @@ struct Module {
     std::vector<ElementSegment> elements;
     std::vector<DataSegment> data;
     bool hasDataCount = false;
-    u32 dataCount = 0;
+    u32 dataCount = 0;  // as its own section declares it; the same as data.size()
     std::vector<CustomSection> custom;
     std::vector<std::string> globalNames;  // from the name section; may be shorter than `globals`
     u32 codeOffset = 0;                    // of the code section's contents, in the file
 };
 
-// What is wrong with a module, in words for its author.
+// What is wrong with a module, in words for its author: the first thing that was found, one line.
 struct ModuleError {
     bool failed = false;
     std::string text;
 };
 
-// What people call a function: the name section's name, else "function N".
+// What people call a function: the name section's name, else "function N". `index` is one of
+// `module.functions`.
 std::string NameOfFunction(const Module& module, u32 index);
 
 // The export of that name and kind, owned by the module; null where there is none.
 const Export* FindExport(const Module& module, std::string_view name, ExternalKind kind);
 
-// Reads and checks the whole module but for the bodies of its functions. Any bytes are welcome.
-// False when `error` says what is wrong.
+// Reads and checks the whole module but for the bodies of its functions. `module` is empty before.
+// Any bytes are welcome: false when `error` says what is wrong, and `module` is of no use then.
 bool ReadModule(std::string_view bytes, Module& module, ModuleError& error);
 
-// Checks the bodies of all functions. False when `error` says what is wrong.
+// Checks the bodies of all functions of a module that has been read. False when `error` says what
+// is wrong.
 bool ValidateFunctions(const Module& module, ModuleError& error);
 
 }  // namespace moxi

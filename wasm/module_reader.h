@@ -1,6 +1,6 @@
 #pragma once
-// The walk over a module's sections, shared by reader.cpp and reader_items.cpp. Every function is
-// false after an error, which is noted in `error`.
+// The walk over a module's sections, shared by reader.cpp and reader_items.cpp. Every function that
+// returns a bool is false after an error, which is noted in `error`; the first one counts.
 
 #include <cstdio>
 #include <string>
@@ -30,12 +30,14 @@ enum class SectionId : u8 {
 struct ModuleReader {
     Module& module;
     ModuleError& error;
-    ByteCursor cursor;
+    ByteCursor cursor;          // over the whole file, or over the section that is being read
     const u8* start = nullptr;  // of the file
     std::vector<u32> functionTypes;
     std::vector<u32> referenced;  // functions that constant expressions name
-    u32 codeCount = 0;
+    u32 codeCount = 0;            // bodies in the code section
 
+    // Notes an error at a place in the file. `function` names the one that it is in, with a comma
+    // behind it.
     bool Fail(const std::string& text, const u8* at, const std::string& function = "") {
         if (error.failed) {
             return false;
@@ -51,23 +53,28 @@ struct ModuleReader {
     // False when the cursor has run into something malformed.
     bool Good() { return cursor.failed == nullptr || Fail(cursor.failed); }
 
+    // How many items a list has. No more than there are bytes left, so that it may be reserved for.
     bool Count(u32& count) {
         count = cursor.Unsigned32();
         if (!Good()) {
             return false;
         }
-        // Every item takes a byte at least.
+        // Every item takes one byte or more.
         return count <= cursor.Left() || Fail("unexpected end");
     }
     bool Name(std::string& name);
     bool Type(ValueType& type);
+    // `tooLarge` is what is said of a limit above `highest`.
     bool ReadLimits(Limits& limits, u32 highest, const char* tooLarge);
     bool ReadTable();
     bool ReadMemory();
     bool GlobalType(Global& global);
 
+    // A constant expression that gives a value of the type, up to and with its `end`.
     bool ReadConstant(ConstantExpression& expression, ValueType type);
+    // The same of an element of a table: ref.func or ref.null.
     bool ReadReference(ConstantExpression& expression);
+    // The number of a function that exists.
     bool FunctionIndex(u32& index);
 
     bool ReadTypes();
@@ -78,7 +85,7 @@ struct ModuleReader {
     bool ReadStart();
     bool ReadElement(ElementSegment& segment);
     bool ReadElements();
-    // `number` counts the module's functions, for what is said of this one: names come later.
+    // `number` is the function's, by which errors name it: the section of names comes later.
     bool ReadBody(Function& function, u32 number);
     bool ReadCode();
     bool ReadData();

@@ -45,6 +45,7 @@ constexpr const char* kRecordName = "/link";
 
 constexpr const char* kSystemHeaders = "/usr/include/wasm32-wasi";
 
+// The file of this very program; empty when the system does not tell.
 fs::path OwnFile() {
     std::error_code error;
     return fs::read_symlink("/proc/self/exe", error);
@@ -57,7 +58,9 @@ int Fail(const std::string& problem) {
 
 // --- In place of the linker
 
-// The compiler removes its objects when it has linked; a second name keeps them.
+// The compiler removes its temporary objects when it has linked; a second name keeps such a file.
+// It is the source's own name where that is free, without the mark that the compiler puts behind
+// it: the linker's messages name it. Returns the name to link by.
 std::string Kept(const std::string& argument, const std::string& folder) {
     if (!argument.starts_with(folder + "/")) {
         return argument;
@@ -72,6 +75,8 @@ std::string Kept(const std::string& argument, const std::string& folder) {
     return error ? argument : argument + ".kept";
 }
 
+// What mxcc does as the compiler's linker: it writes down the arguments, each with a NUL behind it,
+// but for the output and the entry, which are decided later. Returns the exit status.
 int RecordLink(const std::vector<std::string>& arguments, const std::string& folder) {
     std::ofstream record(folder + kRecordName, std::ios::binary);
     for (size_t i = 0; i < arguments.size(); ++i) {
@@ -89,7 +94,7 @@ int RecordLink(const std::vector<std::string>& arguments, const std::string& fol
     return record.flush() ? 0 : 1;
 }
 
-// False when the compiler did not come to linking.
+// Reads back what RecordLink wrote. False when the compiler did not come to linking.
 bool ReadRecord(const std::string& folder, std::vector<std::string>& arguments) {
     std::ifstream record(folder + kRecordName, std::ios::binary);
     if (!record) {
@@ -108,7 +113,7 @@ struct Needed {
     const char* package;
 };
 
-// "" when all is there.
+// Says which program or library has to be installed first; "" when all is there.
 std::string MissingTool(const MxccOptions& options) {
     constexpr Needed kCompiling[] = {{"clang", "clang"}};
     constexpr Needed kLinking[] = {{"wasm-ld", "lld"}, {"wasm-opt", "binaryen"}};
@@ -138,6 +143,7 @@ std::string MissingTool(const MxccOptions& options) {
 
 // --- Compiling
 
+// The compiler's command line, without the output. `kit` is the folder with `include` and `lib`.
 std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::path& kit) {
     const std::string headers = kSystemHeaders;
     std::vector<std::string> command = {
@@ -149,7 +155,7 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
         "-msign-ext", "-mnontrapping-fptoint",
         // The C++ library for wasm is without them.
         "-fno-exceptions",
-        // Where there are objects alone nobody needs what has to do with sources.
+        // Options for sources have no use where only objects are given, and need no warning there.
         "-Wno-unused-command-line-argument"};
     if (!options.level.empty()) {
         command.push_back("-O" + options.level);
@@ -158,15 +164,15 @@ std::vector<std::string> CompilerCommand(const MxccOptions& options, const fs::p
     return command;
 }
 
-// Whether the line only adds to an error. Names of files may have blanks, and an error may quote
-// anything.
+// Whether the line is a note, which only adds to an error. The mark that comes first counts: names
+// of files may have blanks, and an error may quote anything.
 bool IsNote(const std::string& line) {
     const size_t note = line.find(": note: ");
     return note != std::string::npos && line.find("error: ") > note &&
            line.find("warning: ") > note;
 }
 
-// "2 warnings and 1 error generated." or how a file came to be read.
+// Whether the line is "2 warnings and 1 error generated." or tells how a file came to be read.
 bool IsAside(const std::string& line) {
     const bool counts = line.find_first_of("0123456789") == 0 && line.ends_with(" generated.") &&
                         line.find(':') == std::string::npos;
@@ -180,10 +186,10 @@ void SayErrors(const std::string& errors) {
     std::istringstream lines(errors);
     bool said = false;
     for (std::string line; std::getline(lines, line);) {
-        // A file that is missing has been told of already.
         if (IsNote(line) || IsAside(line)) {
             continue;
         }
+        // Follows where a file is missing, which has been said by then.
         if (said && line == kNoInput) {
             continue;
         }
@@ -203,6 +209,7 @@ bool RunCompiler(std::vector<std::string> command, const std::vector<std::string
     return result.status == 0;
 }
 
+// Makes objects, or whatever else comes before linking. Returns the exit status.
 int Compile(const MxccOptions& options, const fs::path& kit) {
     std::vector<std::string> command = CompilerCommand(options, kit);
     if (options.hasOutput) {
@@ -213,7 +220,8 @@ int Compile(const MxccOptions& options, const fs::path& kit) {
 
 // --- The output
 
-// Makes the folder of a game. "" or what is wrong.
+// Makes the folder of a game where `output` ends with a /, and puts the module's name behind it. ""
+// or what is wrong.
 std::string PrepareOutput(std::string& output) {
     if (output.empty()) {
         return "the output has no name";
@@ -231,6 +239,8 @@ std::string PrepareOutput(std::string& output) {
     return "";
 }
 
+// Makes a module image: the compiler makes objects and calls mxcc as its linker, which notes what
+// is to be linked; then that is linked here. Returns the exit status.
 int CompileAndLink(MxccOptions options, const fs::path& kit) {
     const std::string problem = PrepareOutput(options.output);
     if (!problem.empty()) {

@@ -20,10 +20,13 @@ namespace {
 constexpr const char* kEntry = "moxi_message";
 // The C stack: as large as a thread's on the desktop. Its pages cost nothing before they are used.
 constexpr const char* kStackSize = "stack-size=8388608";
-// Where data begins in a module that is linked only to see how large its code gets.
+// Where data begins, in bytes of linear memory, in a module that is linked only to see how large
+// its code gets.
 constexpr u32 kFirstBase = 65536;
+// How often a module is linked anew before mxcc gives up finding a place for its data.
 constexpr int kMostLinks = 6;
-// More room each time that the code did not fit in front of the data.
+// Bytes of spare room, one such piece more each time that the code did not fit in front of the
+// data.
 constexpr u32 kSlack = 256;
 
 // Functions of the compiler's library for numbers of 128 bits: `long double`.
@@ -34,18 +37,19 @@ constexpr std::string_view kLongDoubleFunctions[] = {
 // What is known of a linked module.
 struct Linked {
     bool ok = false;
-    bool livesOnMessages = false;
+    bool livesOnMessages = false;  // it exports moxi_message
     bool usesLongDouble = false;
     bool usesSetjmp = false;
     std::string mainForm;  // of a main that is called as one of another type; "" for none
     std::string warnings;  // the linker's
 };
 
+// What the next link is to be like.
 struct Shape {
     bool livesOnMessages = true;
     bool printsLongDouble = false;
-    std::string mainForm;  // of what stands between the start and the main; "" for nothing
-    u32 base = kFirstBase;
+    std::string mainForm;   // of what stands between the start and the main; "" for nothing
+    u32 base = kFirstBase;  // where data begins in linear memory
 };
 
 std::string ReadWholeFile(const std::string& path) {
@@ -76,6 +80,7 @@ std::vector<std::string> KitArguments(const LinkPlan& plan, const Shape& shape) 
     return list;
 }
 
+// The arguments of wasm-ld, without the output.
 std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& options,
                                        const Shape& shape) {
     std::vector<std::string> list = plan.arguments;
@@ -101,8 +106,9 @@ std::vector<std::string> LinkArguments(const LinkPlan& plan, const MxccOptions& 
     return list;
 }
 
-// The linker names files of the temporary folder; only their own names mean something. What it adds
-// to an error in further lines goes behind it.
+// Makes the linker's messages readable. It names files of the temporary folder, of which only the
+// name without the folder and the compiler's mark (source-0a1b2c.o.kept) means something. What it
+// adds to an error in further lines goes behind it, into the same line.
 std::string Readable(std::string text, const LinkPlan& plan) {
     const std::string prefix = plan.folder + "/";
     for (size_t at; (at = text.find(prefix)) != std::string::npos;) {
@@ -127,6 +133,8 @@ std::string Readable(std::string text, const LinkPlan& plan) {
     return text;
 }
 
+// Writes the linker's errors. That a program has no main is said in our own words, whichever of its
+// names the C library asks for.
 void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
     for (const std::string name : {"main", "__main_argc_argv", "__main_void"}) {
         if (errors.find("undefined symbol: " + name + "\n") != std::string::npos) {
@@ -137,9 +145,9 @@ void ReportLinkErrors(const LinkPlan& plan, const std::string& errors) {
     std::cerr << Readable(errors, plan);
 }
 
-// The form of a main that the C library would call with other parameters than it has, from what the
-// linker says of it: the number of its parameters and that of its results, as in the name of an
-// object of the kit. "" when there is none, or none of these.
+// A main that has other parameters or results than the C library calls it with needs an object of
+// the kit in between: main_P_R.o for a main with P parameters and R results. Returns "P_R", from
+// the linker's warning about such a main; "" when there is no such warning, or no such object.
 std::string FormOfOddMain(const std::string& warnings) {
     constexpr struct {
         std::string_view type;
@@ -150,7 +158,7 @@ std::string FormOfOddMain(const std::string& warnings) {
                   {"(i32, i32) -> void", "2_0"},
                   {"(i32, i32, i32) -> void", "3_0"},
                   {"(i32, i32, i32) -> i32", "3_1"}};
-    // The compiler's names: the second one where there are two parameters.
+    // What the compiler calls a main: the second name where it has two parameters.
     size_t at = std::string::npos;
     for (const std::string name : {"main", "__main_argc_argv"}) {
         at = std::min(at, warnings.find("function signature mismatch: " + name + "\n"));
@@ -188,6 +196,7 @@ bool HasFormatOfLongDouble(std::string_view bytes) {
     return false;
 }
 
+// Looks into a module that was linked. `ok` is false after the error has been written.
 Linked Describe(const std::string& file) {
     const std::string bytes = ReadWholeFile(file);
     Module module;
@@ -218,6 +227,7 @@ Linked Describe(const std::string& file) {
     return linked;
 }
 
+// Links into `file`. `ok` is false after the errors have been written.
 Linked Link(const LinkPlan& plan, const MxccOptions& options, const Shape& shape,
             const std::string& file) {
     std::vector<std::string> command = {FindTool("wasm-ld")};
@@ -244,6 +254,7 @@ bool IsToBeOptimized(const MxccOptions& options, const Linked& linked) {
            options.level != "0";
 }
 
+// Has wasm-opt rewrite the module. False after its errors have been written.
 bool Optimize(const MxccOptions& options, const std::string& file) {
     const bool known = options.level.find_first_not_of("1234sz") == std::string::npos;
     const ToolResult result =
@@ -259,7 +270,8 @@ bool Optimize(const MxccOptions& options, const std::string& file) {
 
 // --- Translating
 
-// Where the data may begin: the end of the code. 0 when it is not to be had.
+// Where the data may begin, in bytes of linear memory: the end of the code. 0 after an error, which
+// has been written.
 u32 CodeEnd(const LinkPlan& plan, const MxccOptions& options, const std::string& file) {
     std::ostringstream end;
     std::ostringstream errors;
@@ -273,6 +285,7 @@ u32 CodeEnd(const LinkPlan& plan, const MxccOptions& options, const std::string&
     return status == 0 ? static_cast<u32>(std::strtoul(end.str().c_str(), nullptr, 10)) : 0;
 }
 
+// Makes the module image. False after the errors have been written.
 bool Translate(const LinkPlan& plan, const MxccOptions& options, const std::string& file) {
     std::vector<std::string> arguments = {file, "--identity", "-o", plan.output};
     arguments.insert(arguments.end(), options.translator.begin(), options.translator.end());
@@ -287,7 +300,8 @@ bool Translate(const LinkPlan& plan, const MxccOptions& options, const std::stri
 bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
     const std::string file = plan.folder + "/module.wasm";
     Shape shape;
-    // Where a main is, nothing is exported without it, and the first link is quick.
+    // Whether there is a moxi_message is known after a link without a main. That link is quick in a
+    // program that has a main instead: nothing is exported, so nearly everything is left out.
     Linked linked = Link(plan, options, shape, file);
     if (!linked.ok) {
         return false;
@@ -302,7 +316,8 @@ bool LinkModule(const LinkPlan& plan, const MxccOptions& options) {
         linked = Link(plan, options, shape, file);
     }
     std::cerr << linked.warnings;
-    // The code's end depends a little on where the data is, so that it may take some links.
+    // The code lies in front of the data, and its length depends a little on the data's addresses.
+    // So link, see where the code ends, and link again with the data there, until it fits.
     for (int links = 0; linked.ok && links < kMostLinks; ++links) {
         if (IsToBeOptimized(options, linked) && !Optimize(options, file)) {
             return false;

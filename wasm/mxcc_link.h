@@ -13,7 +13,7 @@ struct LinkPlan {
     std::vector<std::string> arguments;  // of wasm-ld, without the output
     std::string kit;                     // the folder with `include` and `lib`
     std::string output;                  // the MAIN.MX
-    std::string folder;                  // for what lies between
+    std::string folder;                  // for temporary files; exists
 };
 
 // Makes the module image. False when it has said what is wrong, a line for each error.

@@ -38,7 +38,7 @@ class OptionReader {
     }
 
   private:
-    // The value that follows an option, or stands behind its "=".
+    // The argument behind an option, which is its value.
     std::string Value(const std::string& option) {
         if (next_ < arguments_.size()) {
             return arguments_[next_++];
@@ -47,6 +47,7 @@ class OptionReader {
         return "";
     }
 
+    // Options of mxcc and of the translator. False for any other.
     bool ReadOwn(const std::string& argument) {
         const size_t equals = argument.find('=');
         const std::string name = argument.substr(0, equals);
@@ -66,6 +67,7 @@ class OptionReader {
         return true;
     }
 
+    // The output, in all the forms that the compiler knows. "-object..." begins another option.
     bool ReadOutput(const std::string& argument) {
         if (argument == "-o" || argument == "--output") {
             options_.output = Value(argument);

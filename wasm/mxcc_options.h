@@ -10,7 +10,7 @@ struct MxccOptions {
     std::vector<std::string> compiler;    // everything that the compiler is to see, in its order
     std::vector<std::string> translator;  // further options of mxwasm
     std::string output = "MAIN.MX";
-    bool hasOutput = false;  // it was named
+    bool hasOutput = false;  // -o was given
     std::string level;       // of optimization: "2" for -O2; "" when none was asked for
     bool links = true;       // a module is to be made, not an object or less
     bool hasDebug = false;   // -g
@@ -19,7 +19,8 @@ struct MxccOptions {
     std::string problem;  // what is wrong, "" when nothing is
 };
 
-// `arguments` are those behind the program's name. What cannot be told is in `problem`.
+// Sorts the arguments behind the program's name. An option that is not known is the compiler's; one
+// that lacks its value is the `problem`.
 MxccOptions ReadMxccOptions(const std::vector<std::string>& arguments);
 
 }  // namespace moxi

@@ -16,10 +16,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The version of the libraries for wasm.
+// The version of the compiler that the libraries for wasm were built with.
 constexpr const char* kVersionSuffix = "-14";
 constexpr const char* kVersionFolder = "/usr/lib/llvm-14/bin";
 
+// The first executable file of that name in the folders of PATH; "" when there is none.
 std::string InPath(const std::string& name) {
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "/usr/bin:/bin" : path);
@@ -33,6 +34,7 @@ std::string InPath(const std::string& name) {
     return "";
 }
 
+// All that comes out of a pipe until its other end is closed, or until reading fails.
 std::string ReadAll(int file) {
     std::string text;
     char piece[4096];
@@ -47,6 +49,7 @@ std::string ReadAll(int file) {
     return text;
 }
 
+// Waits for a process to end. Returns ToolResult::status.
 int WaitFor(pid_t process) {
     int status = 0;
     while (waitpid(process, &status, 0) < 0) {
@@ -57,6 +60,7 @@ int WaitFor(pid_t process) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+// The list as posix_spawn takes it, with a null at its end. It points into `texts`.
 std::vector<char*> Pointers(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     pointers.reserve(texts.size() + 1);
@@ -98,7 +102,7 @@ ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
     if (keepErrors) {
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
     }
-    // The first of two variables of a name is the one that counts.
+    // Ours come first: of two variables of one name the first is the one that counts.
     const std::vector<std::string> environment = Environment(variables);
     pid_t process = 0;
     const int problem = posix_spawn(&process, command[0].c_str(), &actions, nullptr,

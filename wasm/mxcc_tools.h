@@ -6,8 +6,9 @@
 
 namespace moxi {
 
-// A program of Debian's, under one of its names in PATH or in LLVM's own folder; "" when it is not
-// installed. `clang` and `wasm-ld` are looked for with the version of the libraries first.
+// The path of an installed program; "" when there is none. The version that the libraries for wasm
+// were built with comes first: NAME-14 in PATH, then NAME in that version's own folder, then NAME
+// in PATH.
 std::string FindTool(const std::string& name);
 
 struct ToolResult {
@@ -15,12 +16,14 @@ struct ToolResult {
     std::string errors;  // what it wrote to standard error, when that was kept
 };
 
-// Runs a program to its end. Variables are "NAME=VALUE", added to the environment.
+// Runs a program to its end: its path, then its arguments. With `keepErrors` what it writes to
+// standard error is kept instead of shown. `variables` are "NAME=VALUE", and win over those of
+// the environment. Why a program did not start is in `errors`, if the system told.
 ToolResult RunTool(const std::vector<std::string>& command, bool keepErrors,
                    const std::vector<std::string>& variables = {});
 
-// A folder of its own, removed with all that it holds at the end of the scope. The path is empty
-// when there is no room for one.
+// A temporary folder of its own, removed with all that it holds at the end of the scope. The path
+// is empty when no folder could be made.
 class WorkFolder {
   public:
     WorkFolder();

@@ -14,7 +14,7 @@ namespace moxi {
 
 namespace {
 
-constexpr u64 kMaxModule = 256u << 20;
+constexpr u64 kMaxModule = 256u << 20;  // bytes of a file that is read
 
 constexpr const char* kUsage =
     "usage: mxwasm IN.wasm -o MAIN.MX [--symbols FILE] [--lines FILE] [-S FILE] [--memory SIZE] "
@@ -40,6 +40,7 @@ constexpr const char* kHelp =
 
 struct Command {
     std::string input;
+    // Files to write; empty where they are not wanted.
     std::string output;
     std::string symbols;
     std::string lines;
@@ -51,6 +52,8 @@ struct Command {
     bool version = false;
 };
 
+// A number of bytes, or of KiB, MiB or GiB with K, M or G behind it. False for anything else, and
+// for more than `highest` bytes.
 bool ParseSize(const std::string& text, u64 highest, u64& size) {
     u64 value = 0;
     u64 at = 0;
@@ -74,6 +77,7 @@ bool ParseSize(const std::string& text, u64 highest, u64& size) {
     return at == text.size() && value <= highest;
 }
 
+// The same of an option's value. False when `wrong` says what is wrong with it.
 bool TakeSize(const std::string& option, const std::string& value, u64 highest, u64& size,
               std::string& wrong) {
     if (ParseSize(value, highest, size)) {
@@ -84,6 +88,7 @@ bool TakeSize(const std::string& option, const std::string& value, u64 highest, 
     return false;
 }
 
+// Takes an option without a value. False when the argument is none.
 bool TakeFlag(const std::string& argument, Command& command) {
     if (argument == "--check-bounds") {
         return command.options.checkBounds = true;
@@ -109,6 +114,7 @@ bool TakeFlag(const std::string& argument, Command& command) {
     return false;
 }
 
+// Takes the value of an option that has one. False when `wrong` says what is wrong with it.
 bool TakeValue(const std::string& argument, const std::string& value, Command& command,
                std::string& wrong) {
     u64 size = 0;
@@ -141,6 +147,7 @@ bool TakeValue(const std::string& argument, const std::string& value, Command& c
     return true;
 }
 
+// Takes all arguments. False when `wrong` says what is wrong with them.
 bool ParseCommand(const std::vector<std::string>& arguments, Command& command, std::string& wrong) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
@@ -192,7 +199,7 @@ bool ReadInput(const std::string& path, std::string& bytes, std::ostream& err) {
     return true;
 }
 
-// The folder of a cartridge's game is made when there is something to put into it.
+// Makes the folder of a cartridge's game. Called late, when there is something to put into it.
 bool MakeGameFolder(const Command& command, std::ostream& err) {
     const std::filesystem::path folder = std::filesystem::path(command.output).parent_path();
     std::error_code error;
@@ -215,6 +222,7 @@ std::vector<std::string> Outputs(const Command& command) {
     return outputs;
 }
 
+// A line for each symbol: ADDRESS code|data NAME.
 std::string FormatSymbolFile(const TranslatedModule& translation) {
     std::string text;
     for (const TranslatedSymbol& symbol : translation.symbols) {
@@ -249,6 +257,8 @@ std::string FormatVariable(const TranslatedVariable& variable) {
     return text;
 }
 
+// A line for each address at which another source line begins, "ADDRESS LINE FILE", with line 0 and
+// no file where none is known; then the variables.
 std::string FormatLines(const TranslatedModule& translation) {
     std::string text;
     for (const TranslatedLine& line : translation.lines) {

@@ -7,6 +7,7 @@ namespace moxi {
 
 namespace {
 
+// Subsections of the name section.
 constexpr u8 kFunctionNames = 1;
 constexpr u8 kGlobalNames = 7;
 
@@ -20,7 +21,7 @@ std::string ReadName(ByteCursor& cursor) {
     if (!IsUtf8(name)) {
         return {};
     }
-    // A name goes into lines of text.
+    // Names go into lines of text, which control characters would break.
     for (char& c : name) {
         if (static_cast<unsigned char>(c) < 32 || c == 127) {
             c = '?';

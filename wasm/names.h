@@ -1,5 +1,5 @@
 #pragma once
-// The name section, and what names may look like.
+// The name section.
 
 #include <string_view>
 
@@ -7,8 +7,9 @@
 
 namespace moxi {
 
-// Takes the names of functions and globals from the name section. A damaged one is left out from
-// where it is damaged: names do nothing but help people.
+// Takes the names of functions and globals from the name sections among `module.custom`. A damaged
+// section is left out from where it is damaged on: names do nothing but help people. A name that is
+// not UTF-8 becomes empty, control characters become question marks.
 void ReadNames(Module& module);
 
 }  // namespace moxi

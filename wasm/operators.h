@@ -8,7 +8,8 @@
 
 namespace moxi {
 
-// X(code, enumerator, text, first operand, second operand, result); i I f F are i32 i64 f32 f64
+// X(code, enumerator, text, first operand, second operand, result); the operands and the result are
+// names of ValueType, None for the second operand of an operator that has only one.
 #define WASM_PLAIN_OPERATORS(X)                                       \
     X(0x45, I32Eqz, "i32.eqz", I32, None, I32)                        \
     X(0x46, I32Eq, "i32.eq", I32, I32, I32)                           \
@@ -148,7 +149,8 @@ namespace moxi {
     X(0xE6, I64TruncSatF64S, "i64.trunc_sat_f64_s", F64, None, I64)   \
     X(0xE7, I64TruncSatF64U, "i64.trunc_sat_f64_u", F64, None, I64)
 
-// Loads and stores: X(code, enumerator, text, type, bytes, sign-extends, is a store)
+// Loads and stores: X(code, enumerator, text, type, bytes in memory, sign-extends, is a store).
+// Other loads of fewer bytes than the type has fill the rest with zeros.
 #define WASM_MEMORY_OPERATORS(X)                              \
     X(0x28, I32Load, "i32.load", I32, 4, false, false)        \
     X(0x29, I64Load, "i64.load", I64, 8, false, false)        \
@@ -195,7 +197,8 @@ struct MemoryOperator {
     bool isStore = false;
 };
 
-// Rows by their code; rows of 0xFC 0..7 at 0xE0 + code.
+// Rows by their code. Those of the operators with two bytes, 0xFC 0..7, stand at 0xE0 + the second
+// one: no operator that is supported has these bytes for its first.
 struct OperatorTables {
     PlainOperator plain[256];
     MemoryOperator memory[256];
@@ -219,7 +222,7 @@ inline constexpr OperatorTables kOperators = BuildOperatorTables();
 constexpr u8 kFirstSaturating = 0xE0;  // where 0xFC 0 stands in the tables
 constexpr u8 kLastSaturating = 0xE7;
 
-// Control and the rest, by their bytes.
+// All instructions that stand in neither table, by their bytes.
 enum class Opcode : u8 {
     Unreachable = 0x00,
     Nop = 0x01,
@@ -251,6 +254,7 @@ enum class Opcode : u8 {
     Prefix = 0xFC,
 };
 
+// What follows the byte Opcode::Prefix, but for 0..7, which stand in the table of plain operators.
 enum class Prefixed : u32 {
     MemoryInit = 8,
     DataDrop = 9,

@@ -12,9 +12,10 @@ namespace moxi {
 
 namespace {
 
-constexpr u64 kMaxLocals = 50000;
+constexpr u64 kMaxLocals = 50000;  // of one function, without its parameters
 
-// Where a section stands in the order of the format; its number says so but for the data count.
+// Where a section stands in the order of the format. Its number says so, but for the data count,
+// which was added late: it stands in front of the code.
 u32 OrderOf(u8 id) {
     if (id == static_cast<u8>(SectionId::DataCount)) {
         return 2 * static_cast<u32>(SectionId::Code) - 1;

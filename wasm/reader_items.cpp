@@ -8,7 +8,7 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kMaxPages = 65536;
+constexpr u32 kMaxPages = 65536;  // of 64 KiB: 4 GiB
 
 }  // namespace
 
@@ -154,7 +154,7 @@ bool ModuleReader::ReadConstant(ConstantExpression& expression, ValueType type) 
             if (!Good()) {
                 return false;
             }
-            // Only imported globals have their value by now.
+            // Only imported globals have their value before the module starts.
             if (index >= module.globals.size() || !module.globals[index].isImported) {
                 return Fail("unknown global " + std::to_string(index), at);
             }

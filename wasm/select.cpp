@@ -132,7 +132,8 @@ void Selector::Label(u32 label) {
 }
 
 u32 Selector::TrapLabel(Trap trap) {
-    // Each line has its own, so that a debugger can tell which one it was.
+    // Each source line has code of its own for its traps, so that a debugger can tell which line it
+    // was.
     const SourceLine* const line = FindSourceLine(plan.sources, origin);
     for (const TrapPlace& place : traps) {
         if (place.trap == trap && place.function == function && place.line == line) {
@@ -243,7 +244,8 @@ void Selector::Put(Variable to, ValueType type, const Operand& from) {
         Two(TwoOperand::Movez, OperandSize::Long, a, from);
         return;
     }
-    // A constant whose upper half is clear is shorter so.
+    // A constant whose upper half is clear is shorter in an instruction of 32 bits, which clears
+    // that half. Those up to 7 are in the instruction's word anyway.
     const bool isShort = from.place == Place::Immediate && from.base == Base::None &&
                          from.value > 7 && from.value <= 0xFFFFFFFFLL;
     Two(isShort ? TwoOperand::Movez : TwoOperand::Move,
@@ -288,14 +290,15 @@ void Selector::Assign(Variable to, NodeId id) {
     }
 }
 
-// Memory as destination: an operation on it saves the way through a register where both operands
-// are at hand.
+// An operation that has memory as its destination saves the way through a register, where both
+// operands are at hand.
 void Selector::AssignMemory(const Operand& to, OperandSize size, NodeId id) {
     const Node node = trees[id];
     TwoOperand op = TwoOperand::Add;
     const bool isSum = size == OperandSize::Long && IsPlain(trees, id, Plain::I32Add) &&
                        IsConstant(trees, node.b) && !IsConstant(trees, node.a);
     if (isSum) {
+        // LEA stores an address: any register plus a constant.
         const Variable base = InVariable(node.a);
         Two(TwoOperand::Lea, OperandSize::Byte, to,
             AtIndex(base, Base::None, static_cast<i64>(trees[node.b].value)));

@@ -16,15 +16,15 @@ namespace moxi {
 
 // What an imported function stands for.
 enum class ImportUse : u8 {
-    None,
-    Sys,
+    None,  // nothing: an error
+    Sys,   // the machine's services
     Setjmp,
     Longjmp,
     Stop,
-    MemoryBase,
-    CartridgeBase,
-    Linked,
-    Empty
+    MemoryBase,     // the image address of linear memory
+    CartridgeBase,  // the same of the cartridge's memory
+    Linked,         // a function of the module that is linked to this one
+    Empty           // nothing is done: the cartridge lacks the function
 };
 
 struct ImportTarget {
@@ -34,13 +34,13 @@ struct ImportTarget {
     const FunctionType* type = nullptr;
 };
 
-// Where the name of a function that may trap lies.
+// Where the name of a function that may trap is kept.
 struct TrapName {
     u32 module = 0;
     u32 cell = 0;  // in the translator's own data of that module
 };
 
-// What a module's translation shares.
+// What the translations of a module's functions share.
 struct ModulePlan {
     const Module* module = nullptr;
     u32 number = 0;        // 0, or 1 of a module that is linked to another one
@@ -55,7 +55,7 @@ struct ModulePlan {
     u32 dataCells = 0;           // 8 bytes for each data segment: address, size left
     u32 elementCells = 0;        // likewise for each element segment
     std::vector<u32> nameCells;  // names of functions, by their number; 0 where none is needed yet
-    std::vector<TrapName>* trapNames = nullptr;  // what the traps' calls count, from 1
+    std::vector<TrapName>* trapNames = nullptr;  // of the image; the traps' calls name them from 1
     std::vector<u32> trapNumbers;  // by function: its name's place among them; 0 for none yet
     std::vector<std::string>* routines =
         nullptr;                    // of the runtime, by number, as they came to be needed
@@ -67,26 +67,29 @@ struct ModulePlan {
     std::vector<bool> stackChecks;  // by function: whether it looks for room on the stack
 };
 
-// The number of a routine of the runtime.
+// The number of a routine of the runtime. The first call for a name adds it to those that are
+// needed.
 u32 RoutineNumber(ModulePlan& plan, const std::string& name);
-// Where a function's name lies in the translator's own data.
+// Where a function's name lies in the translator's own data. The first call puts it there.
 u32 NameCell(ModulePlan& plan, u32 function);
-// The place of a function's name in the list of those that trap, from 1.
+// The place of a function's name in the list of those that trap, from 1. The first call adds it.
 u32 TrapNumber(ModulePlan& plan, u32 function);
 
+// The code of one trap, which stands behind the function's end.
 struct TrapPlace {
     Trap trap = Trap::Unreachable;
     u32 function = 0;
-    const SourceLine* line = nullptr;  // whose trap it is, where lines are known
+    const SourceLine* line = nullptr;  // the line that traps; null where none is known
     u32 origin = 0;
     u32 label = 0;
 };
 
-// The rest of a comparison whose first operand is negative.
+// What BranchOnSigns leaves for behind the function's end: a comparison's way where the first
+// operand is negative.
 struct LateSigns {
     u32 isNegative = 0;  // label: where it stands
-    u32 compare = 0;     // label: where both signs are the same
-    u32 target = 0;      // label: where they differ
+    u32 compare = 0;     // label: to go to where both signs are the same
+    u32 target = 0;      // label: to go to where they differ
     Variable second = 0;
     OperandSize size = OperandSize::Long;
     u32 origin = 0;
@@ -112,6 +115,7 @@ struct Selector {
     void TestBranch(Condition condition, OperandSize size, const Operand& a, u32 label);
     void Jump(u32 label);
     void Label(u32 label);
+    // Where to go for a trap in the instruction that is being translated.
     u32 TrapLabel(Trap trap);
     // The code behind the function's end that reports its traps.
     void EmitTraps();
@@ -129,12 +133,14 @@ struct Selector {
     void Assign(Variable to, NodeId id);
     // The same for a piece of memory of that size.
     void AssignMemory(const Operand& to, OperandSize size, NodeId id);
-    // Copies an operand of a type into a variable, all 8 bytes of it.
+    // Copies an operand of a type into a variable, all 8 bytes of it; of 32 bits in memory or of a
+    // constant the upper half becomes clear.
     void Put(Variable to, ValueType type, const Operand& from);
-    // The same for what crosses a call: of 32 bits only the lower half counts there.
+    // The same for what crosses a call, where of 32 bits only the lower half counts: Hand gives an
+    // argument or a result away, Receive takes it.
     void Hand(Variable to, ValueType type, const Operand& from);
     void Receive(Variable to, ValueType type, const Operand& from);
-    // Computes what may trap, and forgets the value.
+    // A value that nobody wants: computes it only if it may trap.
     void Discard(NodeId id);
 
     // --- Operators on integers (select_operators.cpp)
@@ -192,7 +198,8 @@ struct Selector {
 
     // --- Memory (select_memory.cpp)
 
-    // The operand for `bytes` bytes at address + offset.
+    // The operand for `bytes` bytes of linear memory at address + offset. Checks the bounds where
+    // that was asked for.
     Operand Address(NodeId address, u64 offset, u32 bytes);
     void AssignLoad(Variable to, const Node& node);
     void Store(const MemoryOperator& row, NodeId address, u32 offset, NodeId value);
@@ -204,12 +211,13 @@ struct Selector {
     Variable MemoryGrow(NodeId pages);
 };
 
-// Whether the low bytes of the operator's result depend on the low bytes of its operands alone, and
-// the machine's operation for it.
+// Whether the low bytes of the operator's result depend on the low bytes of its operands alone;
+// then `op` becomes the machine's operation for it.
 bool IsLowBytes(Plain code, TwoOperand& op);
 // The bits of a value of that size.
 u64 MaskOf(OperandSize size);
-// The size of the machine's operations on values of the type, and on 1, 2, 4 or 8 bytes of memory.
+// The size of the machine's operations on values of the type, and on 1, 2, 4 or 8 bytes of memory
+// (any other number counts as 8).
 OperandSize SizeOf(ValueType type);
 OperandSize SizeOfBytes(u32 bytes);
 

@@ -1,5 +1,6 @@
-// Comparisons. The machine compares by the sign of a wrapped difference, so an order of numbers
-// that may lie more than half the range apart has to be found out by their signs first.
+// Comparisons. The machine compares two numbers by the sign of their difference, which may wrap. So
+// which of two numbers is smaller has to be found out by their signs first, if they may lie more
+// than half the range apart.
 
 #include <bit>
 #include <utility>
@@ -24,7 +25,7 @@ Condition Inverse(Condition condition) {
     return condition;
 }
 
-// The condition for the operands exchanged.
+// The condition that says the same with the operands exchanged.
 Condition Mirror(Condition condition) {
     switch (condition) {
         case Condition::Ge: return Condition::Le;
@@ -35,8 +36,9 @@ Condition Mirror(Condition condition) {
     }
 }
 
+// A comparison of integers by order, taken apart.
 struct Order {
-    bool isOrder = false;
+    bool isOrder = false;  // the operator is one; else nothing else means anything
     OperandSize size = OperandSize::Long;
     bool isSigned = true;
     Condition condition = Condition::Lt;
@@ -73,7 +75,8 @@ bool DifferenceFits(const Node& a, const Node& b) {
 
 }  // namespace
 
-// The test of a value against zero, of memory or of a variable.
+// Goes to the label if a value, of memory or of a variable, is not 0, or with `sense` false if it
+// is.
 void Selector::BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label) {
     const Condition condition = sense ? Condition::Ne : Condition::Eq;
     const Node node = trees[id];
@@ -103,6 +106,7 @@ void Selector::BranchOnZero(NodeId id, OperandSize size, bool sense, u32 label) 
     TestBranch(condition, size, InRegister(InVariable(id)), label);
 }
 
+// Goes to the label if both operands of `node` are equal, or with `sense` false if they differ.
 void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32 label) {
     const Condition condition = sense ? Condition::Eq : Condition::Ne;
     NodeId first = node.a;
@@ -116,7 +120,7 @@ void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32
     }
     const Node& loaded = trees[first];
     if (loaded.kind == NodeKind::Load && IsConstant(trees, second)) {
-        // A constant that a short value can have is compared where it lies.
+        // A load of one or two bytes is compared in memory, if the constant has no more bytes.
         const MemoryOperator& row = kOperators.memory[loaded.code];
         const u64 value = trees[second].value;
         if (!row.isSigned && row.bytes < 4 && value < u64{1} << (8 * row.bytes)) {
@@ -135,10 +139,11 @@ void Selector::BranchOnEqual(const Node& node, OperandSize size, bool sense, u32
     Branch(condition, label);
 }
 
-// Signs first: where they differ they decide, where they agree the difference cannot wrap.
+// Goes to the label if the condition holds between two values of which nothing is known. Their
+// signs come first: where they differ they decide, where they agree the difference cannot wrap.
 void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool isSigned,
                              Condition condition, u32 label) {
-    // Whether the branch is taken when the first is smaller, or larger.
+    // Whether the branch is taken when the first is smaller; else when it is larger.
     const bool takenIfLess = condition == Condition::Lt || condition == Condition::Le;
     // A number with its highest bit set is the smaller one as signed, the larger one as unsigned.
     const bool takenIfFirstHasBit = takenIfLess == isSigned;
@@ -154,7 +159,7 @@ void Selector::BranchOnSigns(NodeId first, NodeId second, OperandSize size, bool
             a = InRegister(InVariable(first));
             b = InRegister(other);
         }
-        // The other one's bit differs from that of the one that is known.
+        // Which of them has its highest bit set, if the other one's differs from that of the known.
         const bool firstHasBit = firstIsKnown == hasBit;
         const bool taken = firstHasBit == takenIfFirstHasBit;
         TestBranch(hasBit ? Condition::Ge : Condition::Lt, size, InRegister(other),
@@ -204,6 +209,7 @@ bool Selector::KnowsSign(NodeId id, OperandSize size) const {
     return node.kind == NodeKind::Constant || (size == OperandSize::Long && node.low >= 0);
 }
 
+// The highest bit of a value whose sign is known.
 bool Selector::HasSign(NodeId id, OperandSize size) const {
     const Node& node = trees[id];
     if (node.kind != NodeKind::Constant) {
@@ -212,7 +218,7 @@ bool Selector::HasSign(NodeId id, OperandSize size) const {
     return size == OperandSize::Long ? (node.value >> 31 & 1) != 0 : node.value >> 63 != 0;
 }
 
-// What it costs, in bytes, to have an i32 with its sign in the upper half.
+// What it costs, in bytes of code, to have an i32 as 64 bits with its sign.
 u32 Selector::CostOfWidening(NodeId id) const {
     const Node& node = trees[id];
     if (node.kind == NodeKind::Constant || node.low >= 0) {
@@ -221,6 +227,7 @@ u32 Selector::CostOfWidening(NodeId id) const {
     return IsVariable(trees, id) ? 8 : 4;
 }
 
+// An i32 as 64 bits with its sign.
 Operand Selector::Widened(NodeId id) {
     const Node node = trees[id];
     if (node.kind == NodeKind::Constant) {
@@ -234,9 +241,9 @@ Operand Selector::Widened(NodeId id) {
     return InRegister(variable);
 }
 
-// Whether two i32 of any signs are compared as 64 bits. A copy with the sign in the upper half
-// takes one or two instructions; finding out the signs takes up to two branches of 8 bytes, but no
-// more time than a copy.
+// Whether it is better to compare two i32 of any signs as 64 bits than by BranchOnSigns. A copy
+// with the sign in the upper half takes one or two instructions; finding out the signs takes up to
+// two branches of 8 bytes, but no more time than a copy. So outside of loops the shorter code wins.
 bool Selector::IsWidenedOrder(NodeId first, NodeId second) const {
     const u32 cost = CostOfWidening(first) + CostOfWidening(second);
     if (IsConstant(trees, second)) {
@@ -271,7 +278,7 @@ void Selector::TightenBound(NodeId& second, bool isSigned, Condition& condition)
     second = MakeConstant(trees, node.type, isLong ? static_cast<u32>(bits) : bits);
 }
 
-// x <= 2^n - 1, unsigned: the bits above are clear.
+// An unsigned x <= 2^n - 1, or x > 2^n - 1, is a test of the bits above. False when it is neither.
 bool Selector::BranchOnHighBits(NodeId first, NodeId second, Condition condition, u32 label) {
     const u32 bound = static_cast<u32>(trees[second].value);
     const bool isBound = condition == Condition::Le || condition == Condition::Gt;
@@ -287,6 +294,8 @@ bool Selector::BranchOnHighBits(NodeId first, NodeId second, Condition condition
     return true;
 }
 
+// Goes to the label if the condition holds between the two values: by the shortest way that what is
+// known of them allows.
 void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool isSigned,
                              Condition condition, u32 label) {
     if (IsConstant(trees, first)) {
@@ -346,6 +355,8 @@ void Selector::BranchOnOrder(NodeId first, NodeId second, OperandSize size, bool
     BranchOnSigns(first, second, size, isSigned, condition, label);
 }
 
+// Goes to the label if the comparison holds, or with `sense` false if it does not. False when the
+// operator is no comparison.
 bool Selector::BranchOnCompare(const Node& node, bool sense, u32 label) {
     const auto plain = static_cast<Plain>(node.code);
     switch (plain) {
@@ -384,10 +395,12 @@ void Selector::BranchOn(NodeId id, bool sense, u32 label) {
     BranchOnZero(id, OperandSize::Long, sense, label);
 }
 
-// A comparison as a number. What is left over for it is never anything else.
+// to = 1 where the comparison holds, else 0. AssignPlain comes here when nothing else has taken the
+// operator, so it is a comparison.
 void Selector::AssignCondition(Variable to, NodeId id) {
     const Node node = trees[id];
     if (IsPlain(trees, id, Plain::I32LtS) && IsConstant(trees, node.b, 0)) {
+        // x < 0 is the sign bit.
         Assign(to, node.a);
         Two(TwoOperand::Lsr, OperandSize::Long, InRegister(to), Number(31));
         return;

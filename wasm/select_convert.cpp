@@ -1,5 +1,5 @@
-// Floating point beyond the four operations, and conversions. What the machine cannot do stands in
-// library/moxi/wasm_math.inc.
+// Floating point beyond the four operations, and conversions. What the machine has no instruction
+// for is a routine of the runtime, in library/moxi/wasm_math.inc.
 
 #include <iterator>
 #include <utility>
@@ -15,7 +15,8 @@ constexpr i64 kF64Rest = 0x7FFFFFFFFFFFFFFFLL;
 constexpr i64 kF32Sign = 0x80000000LL;
 constexpr i64 kF32Rest = 0x7FFFFFFFLL;
 
-// Operators that are a routine with one or two arguments.
+// The routine that does what the operator does, with its operands as arguments. Null where there is
+// none.
 const char* RoutineOf(Plain plain) {
     switch (plain) {
         case Plain::I32Clz: return "i32_clz";
@@ -51,6 +52,8 @@ const char* RoutineOf(Plain plain) {
     }
 }
 
+// The routine of an operator that traps where the result is no integer of its type. Null for
+// others.
 const char* TruncationOf(Plain plain) {
     switch (plain) {
         case Plain::I32TruncF32S: return "i32_trunc_s_f32";
@@ -67,12 +70,15 @@ const char* TruncationOf(Plain plain) {
 
 }  // namespace
 
+// to = op(a), of a machine's operation that works in place.
 void Selector::AssignInPlace(Variable to, OneOperand op, OperandSize size, NodeId a) {
     Assign(to, a);
     One(op, size, InRegister(to));
 }
 
-// The arguments go to the registers last, when nothing that is computed can disturb them.
+// Calls a routine with the argument a, and with b where it is not null. Its result is in
+// kResultRegister then. The arguments go to their registers last, when nothing else is computed
+// that could disturb them.
 void Selector::CallRoutine(const char* name, NodeId a, const NodeId* b) {
     const Operand first =
         IsConstant(trees, a) ? Source(a, SizeOf(trees[a].type)) : InRegister(InVariable(a));
@@ -92,6 +98,8 @@ void Selector::CallRoutine(const char* name, NodeId a, const NodeId* b) {
     Emit(call);
 }
 
+// Such a routine returns a status in R1 beside the result: 0, or 1 for a number that is too large,
+// or another one for what is not a number.
 void Selector::AssignTruncation(Variable to, const Node& node, const char* routine) {
     CallRoutine(routine, node.a, nullptr);
     const Variable result = NewVariable();
@@ -107,6 +115,7 @@ void Selector::AssignTruncation(Variable to, const Node& node, const char* routi
     Put(to, ValueType::I64, InRegister(result));
 }
 
+// to = a with the sign of b, by their bits.
 void Selector::AssignCopysign(Variable to, const Node& node) {
     const bool isLong = node.type == ValueType::F32;
     const OperandSize size = SizeOf(node.type);

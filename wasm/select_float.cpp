@@ -1,6 +1,7 @@
-// Comparisons of floating-point numbers. The machine's own does nothing, but the bits of two
-// numbers that are not below zero compare like integers, and so do those of negative ones, the
-// other way round. What is no number lies beyond infinity on either side.
+// Comparisons of floating-point numbers. The machine's own instruction for them has no effect, so
+// they are made of integer comparisons: as integers, the bits of two numbers that are not below
+// zero have the same order as the numbers, and those of negative ones the opposite order. A NaN
+// lies beyond infinity on either side.
 
 #include <utility>
 
@@ -12,12 +13,14 @@ namespace {
 
 enum class Relation : u8 { Equal, Less, LessOrEqual, Greater, GreaterOrEqual };
 
+// A comparison operator, taken apart.
 struct FloatCompare {
     Relation relation = Relation::Equal;
     bool isInverted = false;  // a ne is the opposite of an eq
     bool isLong = false;      // f32
 };
 
+// `plain` is a comparison of floats.
 FloatCompare CompareOf(Plain plain) {
     switch (plain) {
         case Plain::F32Eq: return {Relation::Equal, false, true};
@@ -35,6 +38,7 @@ FloatCompare CompareOf(Plain plain) {
     }
 }
 
+// The relation that says the same with the operands exchanged.
 Relation Mirror(Relation relation) {
     switch (relation) {
         case Relation::Less: return Relation::Greater;
@@ -46,8 +50,8 @@ Relation Mirror(Relation relation) {
     return relation;
 }
 
-// Bits of special values, as the comparison sees them: an f32's upper half is clear, so it is never
-// below zero as 64 bits, an f64's sign is that of the integer.
+// Bits of special values, as the comparison sees them. The upper half of an f32's register is
+// clear, so as 64 bits it is never below zero; an f64's sign is that of the integer.
 struct Bits {
     OperandSize size;  // at which the sign is seen
     i64 infinity;
@@ -65,7 +69,10 @@ Bits BitsOf(bool isLong) {
 
 }  // namespace
 
-// Goes to `yes` or to `no`; which of them stands behind it is the caller's business.
+// Compares x with the bits of a constant that is not below zero and not a NaN; -0 counts as 0.
+// `relationNumber` is a Relation other than Equal; `isNonNegative` says that x has no sign, unless
+// it is a NaN. Goes to `yes` or to `no` in any case: the caller puts one of the two labels right
+// behind, and the needless jump is removed later.
 void Selector::CompareWithConstant(Variable x, bool isNonNegative, bool isLong, u64 constant,
                                    u8 relationNumber, u32 yes, u32 no) {
     const auto relation = static_cast<Relation>(relationNumber);
@@ -133,6 +140,8 @@ void Selector::CompareWithConstant(Variable x, bool isNonNegative, bool isLong, 
     Jump(yes);
 }
 
+// Goes to `yes` where a = b as numbers, else to `no`. Equal bits mean equal numbers, but for NaN,
+// and for the zeros of both signs.
 void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     const OperandSize size = isLong ? OperandSize::Long : OperandSize::Quad;
     const u64 signOut = isLong ? 0x7FFFFFFF : 0x7FFFFFFFFFFFFFFF;
@@ -143,7 +152,7 @@ void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     if (IsConstant(trees, b)) {
         const u64 constant = trees[b].value;
         if ((constant & signOut) == 0) {
-            // Either zero: nothing is left but the sign.
+            // x = 0 or x = -0: without its sign nothing is left.
             const Variable rest = InNewVariable(a);
             Two(TwoOperand::Lsl, size, InRegister(rest), Number(1));
             Branch(Condition::Eq, yes);
@@ -159,7 +168,7 @@ void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
             Two(TwoOperand::Cmp, size, left, Source(b, size));
             Branch(Condition::Eq, yes);
         } else {
-            // What is no number equals nothing, but the other operand may still trap.
+            // A NaN equals nothing, but the other operand may still trap.
             Discard(a);
         }
         Jump(no);
@@ -185,7 +194,9 @@ void Selector::CompareEqual(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     Jump(no);
 }
 
-// a < b by the sign of the difference. Equal infinities have none, and are not less.
+// Goes to `yes` where a < b, else to `no`: by the sign of a - b, which is a NaN where one of them
+// is, and where both are the same infinity; a NaN with a sign is beyond -infinity and counts as
+// "no".
 void Selector::CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     const Bits bits = BitsOf(isLong);
     const Variable difference = NewVariable();
@@ -198,6 +209,7 @@ void Selector::CompareLess(NodeId a, NodeId b, bool isLong, u32 yes, u32 no) {
     Jump(no);
 }
 
+// Goes to the label if the comparison holds, or with `sense` false if it does not.
 void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
     const FloatCompare compare = CompareOf(static_cast<Plain>(node.code));
     if (compare.isInverted) {
@@ -219,7 +231,7 @@ void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
         std::swap(a, b);
         relation = Mirror(relation);
     }
-    // Constants that are not below zero, and are numbers.
+    // The constants that CompareWithConstant takes: not below zero, or -0, and not a NaN.
     const bool isZero = IsConstant(trees, b) && trees[b].value == static_cast<u64>(bits.minusZero);
     if (IsConstant(trees, b) && !IsConstant(trees, a) &&
         (isZero || trees[b].value <= static_cast<u64>(bits.infinity))) {
@@ -234,6 +246,7 @@ void Selector::BranchOnFloat(const Node& node, bool sense, u32 label) {
         std::swap(a, b);
     }
     const bool isStrict = relation == Relation::Less || relation == Relation::Greater;
+    // In a loop the code is made longer to be faster; elsewhere a call of a routine is shorter.
     if (isStrict && depth > 0) {
         CompareLess(a, b, compare.isLong, yes, no);
         Label(end);

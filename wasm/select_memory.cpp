@@ -1,4 +1,4 @@
-// Loads, stores and what moves whole blocks.
+// Loads, stores, and operators that move or fill whole blocks of memory or of the table.
 
 #include "vm/machine.h"
 #include "wasm/select.h"
@@ -7,7 +7,9 @@ namespace moxi {
 
 namespace {
 
-// Operators that may work on memory in place, and what they do there.
+// Whether the operator may work in place on a value of that many bytes in memory; then `op` becomes
+// the machine's operation. Shifts to the right bring in bits from above, so they need all bytes of
+// their type.
 bool InPlaceOperation(Plain plain, u32 bytes, TwoOperand& op) {
     if (IsLowBytes(plain, op)) {
         return true;
@@ -55,6 +57,7 @@ Operand Selector::Address(NodeId address, u64 offset, u32 bytes) {
         Branch(Condition::Gt, TrapLabel(Trap::OutOfBounds));
         return AtIndex(start, Base::Memory, static_cast<i64>(offset));
     }
+    // Without checks an address may wrap at 4 GiB: constants in it can be added up beforehand.
     u64 sum = offset;
     while (IsPlain(trees, address, Plain::I32Add) && IsConstant(trees, trees[address].b)) {
         sum += trees[trees[address].b].value;
@@ -79,6 +82,7 @@ void Selector::AssignLoad(Variable to, const Node& node) {
     }
 }
 
+// Stores the low bytes of a value. `x = x op y` becomes one operation on memory.
 void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, NodeId value) {
     const OperandSize size = SizeOfBytes(row.bytes);
     const Node node = trees[value];
@@ -114,7 +118,8 @@ void Selector::Store(const MemoryOperator& row, NodeId address, u32 offset, Node
     AssignMemory(to, size, value);
 }
 
-// With exact bounds: start + count must not lie beyond the memory.
+// Traps where the `count` bytes from `start` on do not all lie in memory, if bounds are to be
+// checked.
 void Selector::CheckRange(Variable start, Variable count) {
     if (!plan.checkBounds) {
         return;
@@ -126,6 +131,7 @@ void Selector::CheckRange(Variable start, Variable count) {
     Branch(Condition::Gt, TrapLabel(Trap::OutOfBounds));
 }
 
+// memory.copy: a block move of the machine, or one move for 1, 2, 4 or 8 bytes.
 void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
     const Variable target = InVariable(to);
     const Variable source = InVariable(from);
@@ -150,7 +156,7 @@ void Selector::MemoryCopy(NodeId to, NodeId from, NodeId count) {
         AtIndex(source, Base::Memory, 0));
 }
 
-// The service that fills bytes is the machine's fastest way.
+// memory.fill, by the service that fills bytes: the machine has no faster way.
 void Selector::MemoryFill(NodeId to, NodeId value, NodeId count) {
     constexpr i64 kFillBytes = 0x030C;
     const Variable target = InVariable(to);
@@ -169,6 +175,7 @@ void Selector::MemoryFill(NodeId to, NodeId value, NodeId count) {
     Emit(service);
 }
 
+// memory.init: copies from a passive segment, whose own bounds are always checked.
 void Selector::MemoryInit(u32 segment, NodeId to, NodeId from, NodeId count) {
     const Variable target = InVariable(to);
     const Variable source = InVariable(from);
@@ -190,8 +197,9 @@ void Selector::MemoryInit(u32 segment, NodeId to, NodeId from, NodeId count) {
         AtIndex(place, Base::None, 0));
 }
 
-// Copies entries into the table. `cell` holds the address and the size of their segment; 0 stands
-// for the table itself.
+// table.init and table.copy: copies entries into the table, and traps where they do not lie in it
+// or in their segment. `cell` is where the segment's address and size are kept; 0 stands for the
+// table itself.
 void Selector::TableMove(u32 cell, NodeId to, NodeId from, NodeId count) {
     const Variable target = InVariable(to);
     const Variable source = InVariable(from);
@@ -228,9 +236,11 @@ void Selector::TableMove(u32 cell, NodeId to, NodeId from, NodeId count) {
         AtIndex(place, Base::None, 0));
 }
 
+// memory.grow: a variable with the old size in pages, or with all bits set where memory cannot
+// grow.
 Variable Selector::MemoryGrow(NodeId pages) {
     if (!plan.canGrow) {
-        // The memory has the size that it has. Growing by nothing still tells it.
+        // This memory never grows, but growing by 0 pages must still tell its size.
         const Variable size = NewVariable();
         const Variable wanted = InVariable(pages);
         const u32 done = NewLabel();

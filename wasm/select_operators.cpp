@@ -9,6 +9,7 @@ namespace moxi {
 
 namespace {
 
+// Of the operations that IsLowBytes gives.
 bool Commutes(TwoOperand op) {
     return op != TwoOperand::Sub;
 }
@@ -33,8 +34,9 @@ bool IsLowBytes(Plain code, TwoOperand& op) {
     }
 }
 
-// Bits that a short load does not have change nothing in the other operand, so it need not be
-// widened: to = a op b with the load as b.
+// to = a op b, where b is a load of fewer bytes than the type has: OR and XOR with the zeros above
+// change nothing in a, so the operation has the load's size and the load is not widened. False when
+// that does not apply.
 bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId b) {
     const Node load = trees[b];
     if (load.kind != NodeKind::Load || (op != TwoOperand::Or && op != TwoOperand::Xor)) {
@@ -55,7 +57,7 @@ bool Selector::BinaryWithShortLoad(Variable to, TwoOperand op, NodeId a, NodeId 
     return true;
 }
 
-// to = a op b.
+// to = a op b. The tree of b may read `to`; `commutes` says that a and b may be exchanged.
 void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, NodeId b,
                       bool commutes) {
     const ValueType type = trees[a].type;
@@ -100,7 +102,8 @@ void Selector::Binary(Variable to, TwoOperand op, OperandSize size, NodeId a, No
     Two(op, size, InRegister(to), source);
 }
 
-// The low bytes of a value, wherever they can be had.
+// The low bytes of a value as a source operand. What only changes the bytes above, a mask or an
+// extension, is left out.
 Operand Selector::NarrowSource(NodeId id, OperandSize size) {
     NodeId at = id;
     while (trees[at].kind == NodeKind::Plain) {
@@ -156,7 +159,7 @@ void Selector::Narrow(Variable to, OperandSize size, NodeId id) {
     Two(op, size, InRegister(to), second);
 }
 
-// x & 255 and the like.
+// to = x & 255, x & 65535 or x & 4294967295: the low bytes, zero-extended. False for anything else.
 bool Selector::AssignMask(Variable to, const Node& node) {
     const auto plain = static_cast<Plain>(node.code);
     if ((plain != Plain::I32And && plain != Plain::I64And) || !IsConstant(trees, node.b)) {
@@ -179,7 +182,8 @@ bool Selector::AssignMask(Variable to, const Node& node) {
     return true;
 }
 
-// The value that is cheaper to have comes first, the other one replaces it where it is wanted.
+// to = c ? a : b. The value that is cheaper to have is put there first, and the other one replaces
+// it where the condition asks for that.
 void Selector::AssignSelect(Variable to, const Node& node) {
     NodeId first = node.a;
     NodeId second = node.b;
@@ -210,7 +214,8 @@ void Selector::AssignSelect(Variable to, const Node& node) {
     }
 }
 
-// to = a value, where `to` already holds the value `held`, which may be the first operand of it.
+// to = a value, where `to` already holds the value `held`. If that is the value's first operand, it
+// is taken from `to`, and the operation is done in place.
 void Selector::AssignFrom(Variable to, NodeId held, NodeId id) {
     Node node = trees[id];
     const bool isReady = node.kind == NodeKind::Plain && IsVariable(trees, held) &&
@@ -224,6 +229,7 @@ void Selector::AssignFrom(Variable to, NodeId held, NodeId id) {
     Assign(to, id);
 }
 
+// to = a rotated by b: two shifts, and their results joined.
 void Selector::AssignRotate(Variable to, const Node& node, bool left) {
     const OperandSize size = SizeOf(node.type);
     const u32 bits = size == OperandSize::Long ? 32 : 64;
@@ -242,7 +248,8 @@ void Selector::AssignRotate(Variable to, const Node& node, bool left) {
             Two(TwoOperand::Or, size, InRegister(result), InRegister(other));
         }
     } else {
-        // Counts are taken modulo the size, so the negative one serves for the rest.
+        // The machine takes the count of a shift modulo the size, so that -count stands for the
+        // rest, size - count.
         const Variable count = InVariable(node.b);
         const Variable rest = NewVariable();
         Put(rest, node.type, InRegister(count));
@@ -256,7 +263,8 @@ void Selector::AssignRotate(Variable to, const Node& node, bool left) {
     Put(to, node.type, InRegister(result));
 }
 
-// The machine cannot take the remainder of the lowest number by -1, which is 0.
+// to = a % b, signed. The machine faults on the remainder of the lowest number by -1, which is 0.
+// So a is replaced by 0 where the divisor is -1, if both may be.
 void Selector::AssignRemainder(Variable to, const Node& node, OperandSize size) {
     const i64 minusOne = size == OperandSize::Long ? 0xFFFFFFFFLL : -1;
     const Node& by = trees[node.b];
@@ -279,7 +287,7 @@ void Selector::AssignRemainder(Variable to, const Node& node, OperandSize size) 
     Put(to, node.type, InRegister(result));
 }
 
-// Operators that are one operation of the machine.
+// Operators that are one operation of the machine. False for any other.
 bool Selector::AssignSimple(Variable to, const Node& node) {
     struct Row {
         Plain plain;
@@ -339,6 +347,7 @@ bool Selector::AssignSimple(Variable to, const Node& node) {
     return true;
 }
 
+// to = the value of an operator, by the first of the ways that takes it.
 void Selector::AssignPlain(Variable to, NodeId id) {
     const Node node = trees[id];
     if (AssignMask(to, node) || AssignSimple(to, node)) {

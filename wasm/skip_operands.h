@@ -5,7 +5,8 @@
 
 namespace moxi {
 
-// The cursor stands behind the opcode's byte of an instruction that has been validated.
+// Moves the cursor from behind an instruction's first byte, which is `opcode`, to the next
+// instruction. The function has been validated; in one that has not, the cursor may fail.
 void SkipOperands(ByteCursor& cursor, u8 opcode);
 
 }  // namespace moxi

@@ -8,17 +8,19 @@ namespace moxi {
 
 namespace {
 
-constexpr u64 kMaxFiles = 65536;
+constexpr u64 kMaxFiles = 65536;  // of a unit: a damaged table must not take all memory
 
 // What a field of a file's entry says, in the header of version 5.
 constexpr u64 kContentPath = 1;
 constexpr u64 kContentDirectory = 2;
 
+// A file or a folder, in the header of version 5.
 struct Entry {
     std::string path;
-    u64 directory = 0;
+    u64 directory = 0;  // its number
 };
 
+// One field of such entries: what it says, and how it is written.
 struct EntryFormat {
     u64 content = 0;
     u64 form = 0;
@@ -31,11 +33,13 @@ struct TableReader {
     std::string_view lineStrings;
     ByteCursor unit{};  // one unit of the table
     u32 version = 0;
+    // Opcodes from `opcodeBase` on move line and address at once, the line by lineBase and up to
+    // lineRange - 1 more.
     u32 lineRange = 1;
     i32 lineBase = 0;
     u32 opcodeBase = 1;
-    u32 step = 1;  // of addresses
-    std::vector<u8> operandCounts{};
+    u32 step = 1;                     // of addresses
+    std::vector<u8> operandCounts{};  // of the opcodes below `opcodeBase`, from 1
     std::vector<std::string> directories{};
     std::vector<u32> files{};  // the unit's numbers to those of the result
 
@@ -48,6 +52,7 @@ struct TableReader {
     void Run();
 };
 
+// The number of a file in the result, where every path stands once.
 u32 TableReader::AddFile(const std::string& directory, const std::string& name) {
     const bool isWhole = directory.empty() || (!name.empty() && name[0] == '/');
     const std::string path = isWhole ? name : directory + "/" + name;
@@ -135,6 +140,8 @@ bool TableReader::ReadNames() {
     return unit.failed == nullptr;
 }
 
+// Reads a unit's header. False when it is damaged or of an unknown version; else the program
+// follows.
 bool TableReader::ReadHeader() {
     version = ReadShort(unit);
     if (version < 2 || version > 5) {
@@ -169,11 +176,14 @@ bool TableReader::ReadHeader() {
     return unit.failed == nullptr;
 }
 
+// Runs the unit's line number program (DWARF 5, 6.2.5): a little machine whose registers are an
+// address, a file and a line, and which adds a row for each place where the line changes.
 void TableReader::RunProgram() {
     u64 address = 0;
     u64 file = 1;
     i64 line = 1;
     const auto add = [&](i64 number) {
+        // Addresses count from the code section's contents.
         const u64 offset = address + module.codeOffset;
         if (offset > 0xFFFFFFFF) {
             return;
@@ -204,19 +214,19 @@ void TableReader::RunProgram() {
                 address = 0;
                 file = 1;
                 line = 1;
-            } else if (extended == 2) {
+            } else if (extended == 2) {  // a new address
                 address = length >= 9 ? unit.Quad() : unit.Word();
             }
             unit.at = end;
             continue;
         }
         switch (opcode) {
-            case 1: add(line); break;
-            case 2: address += ReadLeb(unit) * step; break;
-            case 3: line += ReadSignedLeb(unit); break;
-            case 4: file = ReadLeb(unit); break;
-            case 8: address += u64{(255 - opcodeBase) / lineRange} * step; break;
-            case 9: address += ReadShort(unit); break;
+            case 1: add(line); break;                                              // copy
+            case 2: address += ReadLeb(unit) * step; break;                        // advance_pc
+            case 3: line += ReadSignedLeb(unit); break;                            // advance_line
+            case 4: file = ReadLeb(unit); break;                                   // set_file
+            case 8: address += u64{(255 - opcodeBase) / lineRange} * step; break;  // const_add_pc
+            case 9: address += ReadShort(unit); break;  // fixed_advance_pc
             default:
                 for (u32 i = 0; i < operandCounts[opcode - 1]; ++i) {
                     ReadLeb(unit);

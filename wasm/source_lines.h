@@ -22,10 +22,12 @@ struct SourceLines {
     std::vector<SourceLine> lines;  // ascending
 };
 
-// A damaged table is read as far as it makes sense.
+// The lines of a module's code; nothing without a table. A damaged table is read as far as it makes
+// sense.
 SourceLines ReadSourceLines(const Module& module);
 
-// The line of the code at `offset`; null where none is known.
+// The line of the code at `offset` in the module's file, owned by `lines`; null where none is
+// known.
 const SourceLine* FindSourceLine(const SourceLines& lines, u32 offset);
 
 }  // namespace moxi

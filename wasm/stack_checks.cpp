@@ -10,18 +10,22 @@ namespace moxi {
 
 namespace {
 
-// A frame has at most 32,000 bytes of its own (encode.cpp) and 8,000 of arguments: twenty of them
-// stay below 1 MiB with room for the report.
+// The longest chain of frames without a check. A frame has at most 32,000 bytes of its own
+// (encode.cpp) and 8,000 of arguments: even twenty of them stay below 1 MiB with room for the
+// report of the trap.
 constexpr u8 kMostUnchecked = 16;
 
 enum class State : u8 { Unknown, Underway, Known };
 
+// Walks over the calls of all functions, depth first, with a stack of its own: a module's chains of
+// calls may be longer than the host's stack allows.
 struct CheckFinder {
     const Module& module;
     const std::vector<SmallLeaf>& leaves;
     std::vector<bool> checks{};
     std::vector<State> states{};
-    std::vector<u8> chains{};  // frames without a check from the function on
+    // The most frames that lie on the stack before a check, from the function's own on.
+    std::vector<u8> chains{};
 
     // A function whose body is looked at, and how far.
     struct Visit {
@@ -38,7 +42,8 @@ struct CheckFinder {
     void CheckEntries();
 };
 
-// Where calls come from elsewhere: from the machine, through the table, from another module.
+// Functions that may be called from elsewhere always look: those that the machine or another module
+// may call, and those in the table.
 void CheckFinder::CheckEntries() {
     for (const Export& item : module.exports) {
         if (item.kind == ExternalKind::Function) {
@@ -63,6 +68,7 @@ void CheckFinder::Enter(u32 function) {
     visits.push_back({function, {entered.body, entered.end, nullptr}});
 }
 
+// The next direct call in a function's body. False where there is none left.
 bool CheckFinder::NextCall(Visit& visit, u32& callee) {
     ByteCursor& cursor = visit.cursor;
     while (!cursor.AtEnd()) {
@@ -82,15 +88,17 @@ bool CheckFinder::NextCall(Visit& visit, u32& callee) {
     return false;
 }
 
+// What a call means for the chain of its caller.
 void CheckFinder::Meet(u32 caller, u32 callee) {
     if (states[callee] == State::Underway) {
-        checks[callee] = true;  // the ring closes here
+        checks[callee] = true;  // a ring of calls closes here
     }
     if (!checks[callee]) {
         chains[caller] = std::max(chains[caller], chains[callee]);
     }
 }
 
+// All calls of the function are known: its own frame is added to the longest chain.
 void CheckFinder::Leave(u32 function) {
     states[function] = State::Known;
     if (++chains[function] > kMostUnchecked) {

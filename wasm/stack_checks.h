@@ -8,10 +8,11 @@
 
 namespace moxi {
 
-// One for each function of a validated module: whether it has to look when it is called. Those that
-// do not are called by others alone, directly, and never stand in a ring of calls without one that
-// looks. Between two that look lie so few frames that all of them fit into the reserve below the
-// stack's room (kStackReserve of image.cpp), however large they are.
+// By function of a validated module: whether it has to look when it is called. `leaves` are those
+// of the module (FindSmallLeaves). A function that does not look is only called directly, from
+// within the module, and every ring of calls has a function that looks. Between two that look lie
+// so few frames that all of them fit into the reserve below the stack's room (kStackReserve of
+// image.cpp), however large they are.
 std::vector<bool> FindStackChecks(const Module& module, const std::vector<SmallLeaf>& leaves);
 
 }  // namespace moxi

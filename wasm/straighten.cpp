@@ -59,7 +59,7 @@ struct Straightener {
     void Compact();
 };
 
-// Labels at which nothing but a jump stands are replaced by that jump's.
+// Whoever goes to a label at which nothing but a jump stands goes to that jump's label at once.
 void Straightener::Retarget() {
     std::vector<u32> alias(code.labels);
     std::iota(alias.begin(), alias.end(), 0u);
@@ -76,7 +76,7 @@ void Straightener::Retarget() {
         }
     }
     const auto resolve = [&](u32 label) {
-        // An empty loop goes round for ever; a few steps are enough for everything else.
+        // In an empty loop this would go round for ever; few chains have more steps than these.
         for (u32 steps = 0; steps < 16 && alias[label] != label; ++steps) {
             label = alias[label];
         }
@@ -94,6 +94,8 @@ void Straightener::Retarget() {
     }
 }
 
+// Removes jumps and branches to what stands behind them anyway. A branch around a jump becomes the
+// opposite branch to where the jump went. Returns whether anything changed.
 bool Straightener::RemoveJumps() {
     bool changed = false;
     for (u64 i = 0; i < list.size(); ++i) {
@@ -107,7 +109,7 @@ bool Straightener::RemoveJumps() {
             continue;
         }
         if (FollowsLabel(i, instruction.target)) {
-            // A test may be there for its flags.
+            // A test and branch stays: a branch behind it may use its flags.
             if (instruction.kind == Kind::Branch) {
                 instruction.kind = Kind::Nothing;
                 changed = true;
@@ -129,6 +131,8 @@ bool Straightener::RemoveJumps() {
     return changed;
 }
 
+// Removes labels that nothing names, and what stands behind a jump or the like before the next
+// label. Returns whether an instruction was removed.
 bool Straightener::RemoveUnreached() {
     std::vector<bool> isNamed(code.labels, false);
     for (const Instruction& instruction : list) {
@@ -164,7 +168,7 @@ bool Straightener::RemoveUnreached() {
     return changed;
 }
 
-// A jump to a return is as long as a return.
+// A jump to a return becomes a return, which is as long. Returns whether there was any.
 bool Straightener::ReturnAtOnce() {
     constexpr u64 kNone = ~u64{0};
     std::vector<u64> returns(code.labels, kNone);
@@ -206,10 +210,10 @@ void Straightener::Shorten() {
     RemoveUnreached();
 }
 
+// Drops all instructions that have become Nothing.
 void Straightener::Compact() {
     u64 kept = 0;
     for (u64 i = 0; i < list.size(); ++i) {
-        // The first place is kept for the check of the stack.
         if (list[i].kind == Kind::Nothing) {
             continue;
         }
@@ -277,7 +281,7 @@ bool ReadsUpper(const Instruction& instruction, bool isA) {
     return instruction.size == OperandSize::Quad && op != TwoOperand::Lea;
 }
 
-// The variables whose upper half matters to somebody.
+// By variable: whether somebody looks at its upper half.
 std::vector<bool> FindWide(const FunctionCode& code) {
     std::vector<bool> wide(code.variables, false);
     for (u32 r = 0; r < kFirstVariable; ++r) {
@@ -311,7 +315,8 @@ std::vector<bool> FindWide(const FunctionCode& code) {
             mark(instruction.b.variable);
         }
     }
-    // What a copy is good for counts for what it was copied from. The marked are all in `todo`.
+    // If a copy's upper half matters, that of what it was copied from does, too. All variables that
+    // are marked so far are in `todo`.
     while (!todo.empty()) {
         const Variable variable = todo.back();
         todo.pop_back();
@@ -345,7 +350,7 @@ void UseLowHalves(FunctionCode& code) {
         if (i + 1 == list.size() || !IsCopyOfAll(instruction)) {
             continue;
         }
-        // a = b; a += number
+        // a = b; a += number: LEA does both, where nobody looks at the upper half.
         Instruction& next = list[i + 1];
         const bool isSum = IsTwo(next, TwoOperand::Add, OperandSize::Long) &&
                            next.a == instruction.a && next.b.place == Place::Immediate &&
@@ -382,6 +387,7 @@ void UseFlags(FunctionCode& code) {
             continue;
         }
         if (isSum) {
+            // An addition leaves the flags alone, a subtraction of the negative number sets them.
             instruction.operation = static_cast<u8>(TwoOperand::Sub);
             instruction.b.value = static_cast<i64>(0 - static_cast<u64>(instruction.b.value));
         }
@@ -392,7 +398,7 @@ void UseFlags(FunctionCode& code) {
 
 // --- Memory
 
-// r = [x]; r += n; [x] = r: the sum is made in memory first.
+// r = [x]; r += n; [x] = r becomes [x] += n; r = [x].
 void AddInMemory(FunctionCode& code) {
     std::vector<Instruction>& list = code.instructions;
     for (u64 i = 0; i + 2 < list.size(); ++i) {

@@ -1,5 +1,7 @@
 #pragma once
-// Makes a function's instructions simpler, before and after its variables get their places.
+// Makes a function's instructions simpler, before and after its variables get their places. Each of
+// these works on one function and keeps what it does. Where nothing else is said, instructions that
+// go become Kind::Nothing, and every other one keeps its index.
 
 #include "wasm/allocate.h"
 #include "wasm/code.h"
@@ -7,14 +9,15 @@
 namespace moxi {
 
 // Removes what is never reached, jumps to jumps, jumps to the next instruction and branches around
-// jumps.
+// jumps. Nothing is left of what goes: indices of instructions change.
 void Straighten(FunctionCode& code);
 
-// Leaves out the clearing of upper halves that nobody looks at, and makes one instruction of a copy
-// and an addition there.
+// Leaves out the clearing of upper halves of registers that nobody looks at, and makes one
+// instruction of a copy and an addition there.
 void UseLowHalves(FunctionCode& code);
 
-// Branches use the flags that the instruction before has set, where it has.
+// A test and branch on a result becomes a branch on the flags that the instruction right before it
+// has set, where it sets them.
 void UseFlags(FunctionCode& code);
 
 // A load, an addition of a constant and a store to the same address become an addition in memory

@@ -7,12 +7,13 @@ namespace moxi {
 namespace {
 
 constexpr u32 kNone = 0xFFFFFFFF;
-constexpr u64 kMostKept = 24;  // ends that others are compared with, for one place
-// Bytes that must go before a further jump is worth its time: outside of loops, and in them.
+constexpr u64 kMostKept = 24;  // ends that others are compared with, for one place: bounds the time
+// How many bytes must be saved to make a further jump worth its time: outside of loops, and in
+// them.
 constexpr u32 kWorthAJump = 8;
 constexpr u32 kWorthAJumpInLoops = 16;
 
-// The end of a block.
+// The end of a way that leads to a label, or to a return.
 struct End {
     u32 behind =
         0;  // the index of what stands behind its last instruction: a jump, a return, a label
@@ -55,6 +56,7 @@ u32 Merger::Previous(u32 i) const {
     return kNone;
 }
 
+// Finds all ways to each label, and to the returns.
 void Merger::FindEnds() {
     ends.assign(code.labels + 1, {});
     // Labels at one place count as the first of them.
@@ -80,6 +82,8 @@ void Merger::FindEnds() {
     }
 }
 
+// Whether two operands mean the same register, place in the frame or other thing, whatever
+// variables they name.
 bool Merger::IsSame(const Operand& a, const Operand& b) const {
     if (a.place != b.place || a.base != b.base || a.value != b.value) {
         return false;
@@ -97,6 +101,7 @@ bool Merger::IsSame(const Instruction& a, const Instruction& b) const {
            a.target == b.target && a.pushed == b.pushed && IsSame(a.a, b.a) && IsSame(a.b, b.b);
 }
 
+// What an operand adds to its instruction's length.
 u32 Merger::BytesOf(const Operand& operand, OperandSize size) const {
     switch (operand.place) {
         case Place::Indexed:
@@ -124,7 +129,8 @@ u32 Merger::BytesOf(const Instruction& instruction) const {
     }
 }
 
-// How many bytes the two have in common at their ends, and where those begin.
+// How many bytes of instructions the two ends have in common, and the index at which these begin in
+// each; the indices are left alone where there are none.
 u32 Merger::Match(const End& a, const End& b, u32& startA, u32& startB) const {
     u32 bytes = 0;
     u32 i = Previous(a.behind);
@@ -145,6 +151,7 @@ u32 Merger::Match(const End& a, const End& b, u32& startA, u32& startB) const {
     return bytes;
 }
 
+// A way that falls into its label is reached by the jump that `end` has in any case.
 bool Merger::IsWorth(const End& kept, const End& end, u32 bytes) const {
     if (kept.falls) {
         return bytes > 0;
@@ -152,6 +159,8 @@ bool Merger::IsWorth(const End& kept, const End& end, u32 bytes) const {
     return bytes >= (code.depths[end.behind] > 0 ? kWorthAJumpInLoops : kWorthAJump);
 }
 
+// Replaces what `end` has in common with the best of the ends that stay by a jump into that one.
+// False when none is worth it.
 bool Merger::MergeOne(const std::vector<End>& kept, const End& end) {
     u32 most = 0;
     u32 into = 0;

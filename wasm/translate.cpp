@@ -16,8 +16,8 @@ namespace moxi {
 
 namespace {
 
-constexpr u32 kFirstCode = 512;
-constexpr u32 kMaxTable = 1u << 20;
+constexpr u32 kFirstCode = 512;         // behind the image's header
+constexpr u32 kMaxTable = 1u << 20;     // entries
 constexpr u64 kMostSteps = 200u << 20;  // to find where variables are
 constexpr u32 kMaxName = 1023;          // what the line of a trap has room for
 
@@ -26,6 +26,7 @@ bool HasType(const FunctionType& type, const std::vector<ValueType>& parameters,
     return type.parameters == parameters && type.results == results;
 }
 
+// How the module is entered, by what it exports. False after an error.
 bool FindEntry(const Module& module, const TranslateOptions& options, EntryKind& entry,
                std::vector<std::string>& errors) {
     const auto typeOf = [&](const Export& item) -> const FunctionType& {
@@ -61,6 +62,7 @@ bool FindEntry(const Module& module, const TranslateOptions& options, EntryKind&
     return false;
 }
 
+// Adds zeros to the translator's own data, at a multiple of 8. Returns where they begin.
 u32 Reserve(ModulePlan& plan, u64 bytes) {
     plan.ownData.resize((plan.ownData.size() + 7) / 8 * 8);
     const u32 at = static_cast<u32>(plan.ownData.size());
@@ -68,6 +70,7 @@ u32 Reserve(ModulePlan& plan, u64 bytes) {
     return at;
 }
 
+// Numbers from 1, so that an empty entry of the table has a type that no call asks for.
 void NumberTypes(ModulePlan& plan) {
     const Module& module = *plan.module;
     for (u32 i = 0; i < module.types.size(); ++i) {
@@ -77,8 +80,10 @@ void NumberTypes(ModulePlan& plan) {
     }
 }
 
+// Whether the module may change its memory's size.
 bool UsesGrow(const Module& module) {
-    // A byte that looks like the instruction only makes the reserve larger than it must be.
+    // This looks for a byte. One that only looks like the instruction does no harm but that more
+    // memory is reserved than must be.
     for (const Function& function : module.functions) {
         if (function.body != nullptr &&
             std::find(function.body, function.end, static_cast<u8>(Opcode::MemoryGrow)) !=
@@ -116,8 +121,8 @@ void MakePlan(ModulePlan& plan, const TranslateOptions& options) {
     plan.trapNumbers.assign(module.functions.size(), 0);
 }
 
-// Imported functions, and those that are built in where they are called, get code of their own only
-// where their address is wanted.
+// By function: whether it gets code of its own. Imported functions, and those that are built in
+// where they are called, get some only where their address is wanted.
 std::vector<bool> WantedFunctions(const ModulePlan& plan) {
     const Module& module = *plan.module;
     std::vector<bool> wanted(module.functions.size(), true);
@@ -145,6 +150,7 @@ std::vector<bool> WantedFunctions(const ModulePlan& plan) {
     return wanted;
 }
 
+// Appends the code of all functions of one module to the image's. False after an error.
 bool TranslateFunctions(ImageParts& parts, ModulePlan& plan, std::vector<std::string>& errors) {
     const Module& module = *plan.module;
     parts.code.module = plan.number;
@@ -207,7 +213,8 @@ bool Load(std::string_view wasm, Module& module, std::vector<std::string>& error
     return true;
 }
 
-// A cartridge's memory is one page, whatever it declares.
+// A cartridge's memory is one page, also where it declares 0 pages. False where it has no memory,
+// or wants more.
 bool TakeCartridgeMemory(Module& cartridge, std::vector<std::string>& errors) {
     if (!cartridge.hasMemory || cartridge.memory.minimum > 1) {
         errors.push_back("a cartridge has one page of memory");

@@ -7,7 +7,9 @@
 
 namespace moxi {
 
-// Any bytes are welcome: what is malformed or not supported is refused in `errors`.
+// Translates the bytes of a module. Any bytes are welcome: where they are malformed, or need what
+// is not supported, the result is not `ok` and its `errors` say why. `wasm` and what the options
+// point to are needed until it returns.
 TranslatedModule Translate(std::string_view wasm, const TranslateOptions& options);
 
 }  // namespace moxi

@@ -10,7 +10,8 @@
 namespace moxi {
 
 struct TranslateOptions {
-    u64 memory = 64u << 20;  // what the memory may grow to, in bytes
+    // All in bytes.
+    u64 memory = 64u << 20;  // what the memory may grow to
     u32 stack = 4u << 20;    // for calls, at most kMaxStack
     u32 heap = 96u << 20;    // for the blocks of the heap service
     bool checkBounds = false;
@@ -20,17 +21,18 @@ struct TranslateOptions {
     bool wantAssembly = false;
     bool wantSymbols = true;
     std::string libraryFolder;  // where moxi/wasm_runtime.inc lies
-    // For many modules in one process: the runtime lies there, where the code has room before it,
-    // has these routines and what the code calls, and is assembled again only where it differs.
+    // For those who translate many modules in one process. With an image address in `runtimeAt` the
+    // runtime is put there, if the code has room before it; it gets these routines beside those
+    // that the code calls; and one that was assembled before is used again if it is the same.
     u32 runtimeAt = 0;
     std::vector<std::string> routines;
 };
 
-constexpr u32 kMaxStack = 7u << 20;
+constexpr u32 kMaxStack = 7u << 20;  // bytes
 
 struct TranslatedSymbol {
-    u32 address = 0;
-    bool isCode = true;
+    u32 address = 0;     // in the image, like all addresses here
+    bool isCode = true;  // else data
     std::string name;
 };
 
@@ -73,7 +75,7 @@ struct TranslatedModule {
     u32 codeEnd = 0;           // with `identity`: where the module's data may begin
     u32 memoryAddress = 0;     // image address of linear memory's first byte
     u32 cartridgeAddress = 0;  // the same of the cartridge's
-    u32 codeBytes = 0;         // of the translated functions
+    u32 codeBytes = 0;         // length of the translated functions
 };
 
 }  // namespace moxi

@@ -9,6 +9,7 @@ namespace moxi {
 
 namespace {
 
+// What holds for an operand holds for the node that uses it.
 void TakeFrom(Node& node, const Node& child) {
     node.readsMemory |= child.readsMemory;
     node.readsGlobals |= child.readsGlobals;
@@ -62,15 +63,16 @@ bool IsCommutative(Plain code) {
 constexpr i64 kLowest = -2147483648LL;
 constexpr i64 kHighest = 2147483647LL;
 
+// Notes what an i32 can be, if no value of it can wrap.
 void SetRange(Node& node, i64 low, i64 high) {
     if (low < kLowest || high > kHighest) {
-        return;  // it may wrap
+        return;
     }
     node.low = low;
     node.high = high;
 }
 
-// The smallest number of the form 2^n - 1 that is not below.
+// The smallest number of the form 2^n - 1 that is not below `value`, which is not negative.
 i64 MaskAbove(i64 value) {
     return static_cast<i64>(std::bit_ceil(static_cast<u64>(value) + 1) - 1);
 }
@@ -146,13 +148,13 @@ void SetPlainRange(const Trees& trees, Node& node) {
         case Plain::I32Extend16S: SetRange(node, -32768, 32767); return;
         default: break;
     }
-    // Comparisons are the operators of one type whose result is an i32.
+    // The operators from i32.eqz to f64.ge are the comparisons, whose results are 0 and 1.
     if (node.code >= static_cast<u8>(Plain::I32Eqz) && node.code <= static_cast<u8>(Plain::F64Ge)) {
         SetRange(node, 0, 1);
     }
 }
 
-// Whether a float's sign is known to be clear, unless it is not a number.
+// Whether a float's sign is known to be clear, unless it is a NaN.
 bool IsNonNegativeFloat(const Trees& trees, const Node& node) {
     switch (static_cast<Plain>(node.code)) {
         case Plain::F32Abs:
@@ -175,6 +177,7 @@ bool IsNonNegativeFloat(const Trees& trees, const Node& node) {
     }
 }
 
+// Adds the node of an operator as it is, with all that is known of its value.
 NodeId Add(Trees& trees, Plain code, ValueType type, NodeId a, NodeId b) {
     Node node;
     node.kind = NodeKind::Plain;
@@ -199,7 +202,8 @@ NodeId Add(Trees& trees, Plain code, ValueType type, NodeId a, NodeId b) {
     return trees.Add(node);
 }
 
-// (x + c1) + c2 and the like: the constants join. False when they do not.
+// (x + c1) + c2 becomes x + (c1 + c2), and so does any operator for which that holds. False when it
+// has no such operands.
 bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     const Node& left = trees[a];
     if (left.kind != NodeKind::Plain || left.code != static_cast<u8>(code)) {
@@ -218,7 +222,8 @@ bool Reassociate(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     return true;
 }
 
-// Operands that make an operator needless. False when none does.
+// Simplifies an operator whose second operand is a constant: it may be needless, or one that is
+// simpler does the same. False when neither is so.
 bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     if (!IsConstant(trees, b)) {
         return false;
@@ -235,7 +240,7 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
             return Reassociate(trees, code, a, b, result);
         case Plain::I32Sub:
         case Plain::I64Sub: {
-            // One form for both: adding the negative.
+            // Sums and differences get one form: the negative number is added.
             const NodeId negative = MakeConstant(trees, trees[b].type, (0 - value) & ones);
             result = MakePlain(trees, static_cast<u8>(is64 ? Plain::I64Add : Plain::I32Add), a,
                                negative);
@@ -303,7 +308,8 @@ bool Simplify(Trees& trees, Plain code, NodeId a, NodeId b, NodeId& result) {
     }
 }
 
-// The comparison that holds where this one does not. Only those without a NaN to think of.
+// The comparison that holds where this one does not. False when there is none: the orders of floats
+// have no opposite, as neither holds for a NaN.
 bool Opposite(Plain code, Plain& opposite) {
     constexpr Plain kPairs[][2] = {
         {Plain::I32Eq, Plain::I32Ne},   {Plain::I32LtS, Plain::I32GeS},
@@ -413,7 +419,7 @@ NodeId MakePlain(Trees& trees, u8 code, NodeId a, NodeId b) {
 NodeId MakeSelect(Trees& trees, NodeId condition, NodeId a, NodeId b) {
     if (IsConstant(trees, condition)) {
         const bool first = trees[condition].value != 0;
-        // The other one goes, if it does nothing besides.
+        // The value that is not taken goes, unless it may trap.
         if (!trees[first ? b : a].traps) {
             return first ? a : b;
         }

@@ -31,8 +31,8 @@ struct Node {
     bool readsMemory = false;
     bool readsGlobals = false;
     bool traps = false;          // may trap, so it must be computed even if nobody wants the value
-    bool isNonNegative = false;  // a float that is not below zero, or not a number
-    u8 depth = 0;
+    bool isNonNegative = false;  // a float whose sign is clear, unless it is a NaN
+    u8 depth = 0;                // levels below; the caller keeps it small
     NodeId a = 0;
     NodeId b = 0;
     NodeId c = 0;
@@ -43,6 +43,7 @@ struct Node {
     i64 high = 2147483647LL;
 };
 
+// All trees of a function. A reference to a node is only good until the next one is added.
 struct Trees {
     std::vector<Node> nodes;
     bool checkBounds = false;  // then a load may trap
@@ -54,13 +55,15 @@ struct Trees {
     }
 };
 
-// Each of these adds a node, or names one that has the same value, and changes no other one. `bits`
-// of 32-bit types have their upper half clear; `variable` must not be written while the tree waits.
+// Each of these adds a node, or finds one that has the same value, changes no other one, and
+// returns its number, which stays valid as long as `trees`. `bits` of 32-bit types have their upper
+// half clear; `variable` must not be written while the tree waits.
 NodeId MakeConstant(Trees& trees, ValueType type, u64 bits);
 NodeId MakeVariable(Trees& trees, ValueType type, Variable variable);
 NodeId MakeGlobal(Trees& trees, ValueType type, u32 global);
 NodeId MakeLoad(Trees& trees, u8 code, NodeId address, u32 offset);
-// An operator, simplified where its operands allow it. `b` is not looked at for unary ones.
+// An operator (a row of kOperators.plain), simplified where its operands allow it. `b` is not
+// looked at for unary ones.
 NodeId MakePlain(Trees& trees, u8 code, NodeId a, NodeId b);
 NodeId MakeSelect(Trees& trees, NodeId condition, NodeId a, NodeId b);
 NodeId MakeMemorySize(Trees& trees);

@@ -1,5 +1,7 @@
-// Checks the bodies of functions: the types on the stack, the nesting, the indices. What is
-// translated has passed here, so that the translation itself need not look at these again.
+// Checks the bodies of functions: the types on the stack, the nesting, the indices, in one pass
+// with a stack of types and one of open blocks (Haas and others, Bringing the Web up to Speed with
+// WebAssembly, 2017). What is translated has passed here, so that the translation itself need not
+// look at these again.
 
 #include <algorithm>
 #include <cstdio>
@@ -16,13 +18,15 @@ namespace {
 // Stands for a value of any type, which code that is never reached may take from the stack.
 constexpr ValueType kAny = ValueType::None;
 
+// A block that has begun and not ended.
 struct Frame {
     Opcode opcode = Opcode::Block;
     BlockType type;
-    u64 height = 0;
-    bool unreachable = false;
+    u64 height = 0;            // of the stack where it began, without its parameters
+    bool unreachable = false;  // what follows in it is never reached
 };
 
+// Checks one function. What returns a bool is false after an error.
 struct Validator {
     const Module& module;
     ModuleError& error;
@@ -54,6 +58,7 @@ struct Validator {
             Push(types.items[i]);
         }
     }
+    // In code that is never reached an empty stack gives values of any type.
     bool PopAny(ValueType& type) {
         const Frame& frame = frames.back();
         if (stack.size() == frame.height) {
@@ -83,9 +88,11 @@ struct Validator {
         stack.resize(frames.back().height);
         frames.back().unreachable = true;
     }
+    // What a branch to a block takes along: a loop begins anew, any other block ends.
     TypeList LabelTypes(const Frame& frame) const {
         return frame.opcode == Opcode::Loop ? frame.type.parameters : frame.type.results;
     }
+    // Reads the number of a block, counted from the innermost, for what a branch to it takes along.
     bool Label(TypeList& types) {
         const u32 depth = cursor.Unsigned32();
         if (!Good()) {
@@ -153,7 +160,8 @@ bool Validator::BranchTable() {
     if (count > cursor.Left()) {
         return Fail("unexpected end");
     }
-    // The default comes last, but every label must take what is on the stack.
+    // The default label comes last. Every label must fit what is on the stack, so that what is
+    // popped for one of them is pushed again for the next.
     std::vector<ValueType> held;
     u32 arity = 0;
     for (u32 i = 0; i <= count; ++i) {
@@ -192,6 +200,7 @@ bool Validator::BranchTable() {
     return true;
 }
 
+// What a call does to the stack.
 bool Validator::CallType(const FunctionType& type) {
     if (!PopAll(ListOf(type.parameters))) {
         return false;
@@ -268,6 +277,7 @@ bool Validator::SelectTyped() {
     return true;
 }
 
+// Instructions behind the byte Opcode::Prefix.
 bool Validator::PrefixedOperator() {
     const u32 code = cursor.Unsigned32();
     if (!Good()) {
@@ -345,7 +355,8 @@ bool Validator::PrefixedOperator() {
     return Fail("illegal opcode 0xfc " + std::to_string(code));
 }
 
-// Features that have instructions of their own.
+// Refuses a byte that is no instruction we have; names the feature that it belongs to, if it is
+// known.
 bool Validator::Unsupported(u8 code) {
     if (code == 0xFD) {
         return Fail("SIMD is not supported");
@@ -376,7 +387,7 @@ bool Validator::Unsupported(u8 code) {
     return Fail(text);
 }
 
-// Instructions that change what comes next. `done` is left alone for any other.
+// Checks an instruction of control flow. `done` becomes whether it was one.
 bool Validator::Control(u8 code, bool& done) {
     done = true;
     switch (static_cast<Opcode>(code)) {
@@ -465,6 +476,7 @@ bool Validator::Control(u8 code, bool& done) {
     }
 }
 
+// Instructions on locals and globals.
 bool Validator::Variable(u8 code) {
     switch (static_cast<Opcode>(code)) {
         case Opcode::LocalGet: {
