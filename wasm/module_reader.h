@@ -32,9 +32,7 @@ struct ModuleReader {
     ModuleError& error;
     ByteCursor cursor;          // over the whole file, or over the section that is being read
     const u8* start = nullptr;  // of the file
-    std::vector<u32> functionTypes;
-    std::vector<u32> referenced;  // functions that constant expressions name
-    u32 codeCount = 0;            // bodies in the code section
+    u32 codeCount = 0;          // bodies in the code section
 
     // Notes an error at a place in the file. `function` names the one that it is in, with a comma
     // behind it.

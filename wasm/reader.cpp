@@ -13,6 +13,9 @@ namespace moxi {
 namespace {
 
 constexpr u64 kMaxLocals = 50000;  // of one function, without its parameters
+// Of a type, parameters and results each, as web browsers have it: the stack of a call has room for
+// them.
+constexpr u32 kMaxValues = 1000;
 
 // Where a section stands in the order of the format. Its number says so, but for the data count,
 // which was added late: it stands in front of the code.
@@ -43,6 +46,11 @@ bool ModuleReader::ReadTypes() {
             u32 length = 0;
             if (!Count(length)) {
                 return false;
+            }
+            if (length > kMaxValues) {
+                const bool isResults = list == &type.results;
+                return Fail("more than " + std::to_string(kMaxValues) +
+                            (isResults ? " results" : " parameters") + " are not supported");
             }
             list->resize(length);
             for (ValueType& item : *list) {
@@ -505,7 +513,7 @@ const Export* FindExport(const Module& module, std::string_view name, ExternalKi
 bool ReadModule(std::string_view bytes, Module& module, ModuleError& error) {
     module.bytes = bytes;
     const u8* const start = reinterpret_cast<const u8*>(bytes.data());
-    ModuleReader reader{module, error, {start, start + bytes.size(), nullptr}, start, {}, {}, 0};
+    ModuleReader reader{module, error, {start, start + bytes.size(), nullptr}, start, 0};
     if (!reader.ReadAll()) {
         return false;
     }

@@ -283,9 +283,8 @@ bool Validator::PrefixedOperator() {
     if (!Good()) {
         return false;
     }
-    const u32 saturating = kFirstSaturating + code;
-    if (saturating <= kLastSaturating) {
-        const PlainOperator& row = kOperators.plain[saturating];
+    if (code <= kLastSaturating - kFirstSaturating) {
+        const PlainOperator& row = kOperators.plain[kFirstSaturating + code];
         if (!Pop(row.first)) {
             return false;
         }

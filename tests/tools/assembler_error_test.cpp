@@ -59,6 +59,8 @@ const ErrorRow kErrors[] = {
     {".word \"a\"\n", 1, 7, "a text goes into .byte, .ascii or .asciz"},
     {".foo 1\n", 1, 1, "'.foo' is no directive"},
     {".space later\nlater = 1\n", 1, 8, "the value must be known here, and 'later' is not"},
+    {".data\nx: .long 1\n.code\n MOVE.L R(x), R1\n", 4, 11,
+     "the value must be known here, and the places of .data and .bss are not"},
     {".space -1\n", 1, 8, "a size is a whole number from 0 to 4294967295"},
     {".align 0\n", 1, 8, "an alignment is a whole number from 1 to 65536"},
     {".bss\n.long 1\n", 2, 7, ".bss holds no data, only .space"},

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "base/log.h"
 #include "tests/support/vm_fixture.h"
 #include "tests/wasm/calls.h"
@@ -158,6 +160,33 @@ TEST_F(WasmLimitsTest, AFunctionMayTakeAndGiveManyValues) {
         line += FormatText(i % 2 == 0 ? " 0x%08X" : " 0x%016X", i + 1);
     }
     EXPECT_EQ(Lines(ModuleOf(types, results, body), call + "\n"), (std::vector<std::string>{line}));
+}
+
+TEST_F(WasmLimitsTest, MoreThanAThousandParametersOrResultsAreRefused) {
+    WasmBytes body;
+    body.Raw(std::string_view("\0\0\x0B", 3));  // unreachable
+    const std::string most(1000, 'i');
+    EXPECT_EQ(RunCalls(ModuleOf(most, most, body), "").errors, std::vector<std::string>{});
+    const std::string tooMany(1001, 'i');
+    for (const auto& [parameters, results, wanted] :
+         {std::tuple{tooMany, most, "more than 1000 parameters are not supported"},
+          std::tuple{most, tooMany, "more than 1000 results are not supported"}}) {
+        const std::vector<std::string> errors =
+            RunCalls(ModuleOf(parameters, results, body), "").errors;
+        ASSERT_EQ(errors.size(), 1u);
+        EXPECT_NE(errors[0].find(wanted), std::string::npos) << errors[0];
+    }
+}
+
+TEST_F(WasmLimitsTest, NumbersBehindThePrefixDoNotWrapRound) {
+    // Wrapped round, 0xFFFFFF65 would be the row of i32.eqz in the table of operators.
+    for (const u32 number : {0xFFFFFF20u, 0xFFFFFF65u, 0xFFFFFFFFu, 0xE0u}) {
+        WasmBytes body;
+        body.Raw(std::string_view("\0\x41\1\xFC", 4));  // i32.const 1
+        body.Unsigned(number);
+        body.Raw("\x0B");
+        EXPECT_EQ(RunCalls(ModuleOf("", "i", body), "").errors.size(), 1u) << number;
+    }
 }
 
 TEST_F(WasmLimitsTest, NumbersMayHaveMoreBytesThanTheyNeed) {
