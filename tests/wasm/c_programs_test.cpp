@@ -14,17 +14,13 @@
 #include <sstream>
 
 #include "tests/support/headless_run.h"
+#include "tests/support/wish.h"
 #include "vm/guard.h"
 
 namespace moxi {
 namespace {
 
 constexpr u64 kPrograms = 20;  // in a source
-
-u64 Wish(const char* name, u64 standard) {
-    const char* const text = std::getenv(name);
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : standard;
-}
 
 void KeepWhatDiffers(const std::string& folder, const std::string& name) {
     if (const char* const kept = std::getenv("MOXI_C_KEEP"); kept != nullptr) {

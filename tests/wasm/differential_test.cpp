@@ -8,16 +8,12 @@
 #include <fstream>
 
 #include "tests/support/vm_fixture.h"
+#include "tests/support/wish.h"
 #include "tests/wasm/calls.h"
 #include "vm/guard.h"
 
 namespace moxi {
 namespace {
-
-u64 Wish(const char* name, u64 standard) {
-    const char* const text = std::getenv(name);
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : standard;
-}
 
 struct WasmDifferentialTest : VmTest {};
 

@@ -187,6 +187,7 @@ class Writer {
     std::mt19937_64 random;
     bool anyAddress = false;
     WasmBytes code;
+    std::vector<std::string> names;
     std::vector<WasmBytes> bodies;
     std::vector<char> results;
     RandomModule module;
@@ -223,6 +224,7 @@ void Writer::End(char type) {
     }
     Byte(0x0B);
     const std::string name = "e" + std::to_string(bodies.size());
+    names.push_back(name);
     bodies.push_back(code);
     results.push_back(AsInteger(type));
     for (u32 i = 0; i < 5; ++i) {
@@ -435,20 +437,7 @@ RandomModule Writer::Finish() {
         section.Byte(0x0B);
     }
     file.Section(6, section);
-    section = {};
-    section.Unsigned(bodies.size());
-    for (u32 i = 0; i < bodies.size(); ++i) {
-        section.Text("e" + std::to_string(i));
-        section.Byte(0);
-        section.Unsigned(i);
-    }
-    file.Section(7, section);
-    section = {};
-    section.Unsigned(bodies.size());
-    for (const WasmBytes& body : bodies) {
-        section.Text(body.bytes);
-    }
-    file.Section(10, section);
+    AddFunctions(file, names, bodies);
     // What is loaded: corners of all types.
     WasmBytes data;
     while (data.bytes.size() < 512) {

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "tests/support/vm_fixture.h"
+#include "tests/support/wish.h"
 #include "tests/wasm/calls.h"
 #include "tests/wasm/expressions.h"
 #include "vm/guard.h"
@@ -17,11 +18,6 @@ namespace moxi {
 namespace {
 
 constexpr u32 kFunctions = 200;  // of a module
-
-u64 Wish(const char* name, u64 standard) {
-    const char* const text = std::getenv(name);
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : standard;
-}
 
 bool IsDivisionTrap(const std::string& line) {
     return line == "Trap: integer divide by zero" || line == "Trap: integer overflow";

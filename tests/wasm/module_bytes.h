@@ -57,4 +57,24 @@ constexpr u32 ValueTypeByte(char type) {
     return type == 'i' ? 0x7F : type == 'I' ? 0x7E : type == 'f' ? 0x7D : 0x7C;
 }
 
+// The sections that export functions, the first one by the first name and so on, and that hold
+// their bodies, locals included.
+inline void AddFunctions(WasmBytes& file, const std::vector<std::string>& names,
+                         const std::vector<WasmBytes>& bodies) {
+    WasmBytes exported;
+    exported.Unsigned(names.size());
+    for (u32 i = 0; i < names.size(); ++i) {
+        exported.Text(names[i]);
+        exported.Byte(0);
+        exported.Unsigned(i);
+    }
+    file.Section(7, exported);
+    WasmBytes code;
+    code.Unsigned(bodies.size());
+    for (const WasmBytes& body : bodies) {
+        code.Text(body.bytes);
+    }
+    file.Section(10, code);
+}
+
 }  // namespace moxi

@@ -80,20 +80,7 @@ class OperatorModule {
         section = {};
         section.Raw(std::string_view("\1\0\1", 3));
         file.Section(5, section);
-        section = {};
-        section.Unsigned(types.size());
-        for (u32 i = 0; i < types.size(); ++i) {
-            section.Text(names[i]);
-            section.Byte(0);
-            section.Unsigned(i);
-        }
-        file.Section(7, section);
-        section = {};
-        section.Unsigned(bodies.size());
-        for (const WasmBytes& body : bodies) {
-            section.Text(body.bytes);
-        }
-        file.Section(10, section);
+        AddFunctions(file, names, bodies);
         module.bytes = file.bytes;
         return module;
     }
